@@ -1,0 +1,315 @@
+// The engine object, device names and device control.
+#include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
+
+#include <cctype>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "BRCM/BCM968580/DATA/EngineState.h"
+#include "BRCM/BCM968580/DATA/TagRule.h"
+#include "device/MacText.h"
+#include "device/NetworkInterface.h"
+#include "hal/Text.h"
+#include "platform/logger.h"
+#include "platform/vlanctl.h"
+
+std::atomic<int> omciAction{0};
+std::atomic<int> omciServiceCount{0};
+
+EtherSwitchBcm380* EtherSwitchBcm380::m_Instance = nullptr;
+
+namespace {
+
+constexpr std::uint16_t kNoStag = 0xFFFF;
+constexpr unsigned kDefaultActionDrop = 1;
+constexpr int kRealDevMode = 0;
+constexpr unsigned kMostTags = 2;
+
+bool runInShell(const CommandText& command) {
+    return !command.cut() && std::system(command.get()) == 0;
+}
+
+}  // namespace
+
+// ---- The object ----
+
+EtherSwitchBcm380::EtherSwitchBcm380() : iPhost_Stag(kNoStag) {}
+
+EtherSwitchBcm380::~EtherSwitchBcm380() {
+    Logger::getInstance(kLogModule)
+        ->writeToLog(0, "~EtherSwitchBcm380", kEngineSource, __LINE__, kLogInfo, "this(%p)", static_cast<void*>(this));
+    if (m_Instance == this) m_Instance = nullptr;  // deleteInstance() must not come back to this object
+    deleteInstance();
+}
+
+EtherSwitchBcm380* EtherSwitchBcm380::getInstance() {
+    Logger* const log = Logger::getInstance(kLogModule);
+    log->writeToLog(0, "getInstance", kEngineSource, __LINE__, kLogTrace, "Start");
+    if (m_Instance == nullptr) m_Instance = new EtherSwitchBcm380;
+    log->writeToLog(0, "getInstance", kEngineSource, __LINE__, kLogInfo, "this(%p) - End",
+                    static_cast<void*>(m_Instance));
+    return m_Instance;
+}
+
+void EtherSwitchBcm380::deleteInstance() {
+    EtherSwitchBcm380* const instance = m_Instance;
+    Logger::getInstance(kLogModule)
+        ->writeToLog(0, "deleteInstance", kEngineSource, __LINE__, kLogInfo, "this(%p)", static_cast<void*>(instance));
+    m_Instance = nullptr;
+    delete instance;
+}
+
+// ---- Names ----
+
+bool EtherSwitchBcm380::getInterfaceName(PhyType type, unsigned int id, char* name) {
+    if (name == nullptr) return false;
+    const int number = static_cast<int>(id);  // the UNI before the first one is "sid-1"
+    DeviceName formed;
+    switch (type) {
+        case PHY_ETHERNET:
+            formed = DeviceName("%s%d", "sid", number);
+            std::printf("\nPHY_ETHERNET:getInterfaceName %s", formed.get());
+            break;
+        case PHY_GPON:
+            formed = DeviceName("%s%d", "gpon", number);
+            std::printf("PHY_GPON:getInterfaceName %s", formed.get());
+            break;
+        default:
+            return false;
+    }
+    std::memcpy(name, formed.get(), kDeviceNameSize);
+    return true;
+}
+
+bool EtherSwitchBcm380::getVirtualInterfaceName(PhyType type, unsigned int id, unsigned short vlanDevId, char* name) {
+    if (name == nullptr) return false;
+    const int number = static_cast<int>(id);
+    DeviceName formed;
+    switch (type) {
+        case PHY_ETHERNET:
+            formed = DeviceName("%s%d.%d", "sid", number, vlanDevId);
+            std::printf("\nPHY_ETHERNET:getVirtualInterfaceName %s ", formed.get());
+            break;
+        case PHY_GPON:
+            formed = DeviceName("%s%d.%d", "gpon", number, vlanDevId);
+            std::printf("PHY_GPON:getVirtualInterfaceName %s ", formed.get());
+            break;
+        default:
+            return false;
+    }
+    std::memcpy(name, formed.get(), kDeviceNameSize);
+    return true;
+}
+
+// ---- Device control ----
+
+int EtherSwitchBcm380::getInterfaceIndex(const char* name) {
+    return interfaceIndex(name);
+}
+
+bool EtherSwitchBcm380::isInterfaceExisted(const char* name) {
+    return getInterfaceIndex(name) > 0;
+}
+
+bool EtherSwitchBcm380::ifUp(const char* name) {
+    if (name == nullptr) {
+        std::printf("Cannot bring up NULL interface");
+        return false;
+    }
+    const InterfaceResult flags = setInterfaceFlags(name, kFlagsUp);
+    if (flags == InterfaceResult::NoSocket) std::printf("Cannot create socket to the NET kernel");
+    if (flags == InterfaceResult::Refused) std::printf("Cannot ioctl SIOCSIFFLAGS on the socket");
+
+    // A device that is up but refuses the MTU still counts as up.
+    const InterfaceResult mtu = setInterfaceMtu(name, kInterfaceMtu);
+    if (mtu == InterfaceResult::NoSocket) std::printf("Cannot create socket to the NET kernel");
+    if (mtu == InterfaceResult::Refused) std::printf("Cannot ioctl SIOCSIFMTU on the socket");
+
+    return flags == InterfaceResult::Done && mtu != InterfaceResult::NoSocket;
+}
+
+bool EtherSwitchBcm380::ifDown(const char* name) {
+    return name != nullptr && setInterfaceFlags(name, kFlagsDown) == InterfaceResult::Done;
+}
+
+int EtherSwitchBcm380::disableIPv6(const char* name) {
+    if (name != nullptr) runInShell(CommandText("echo 1 > /proc/sys/net/ipv6/conf/%s/disable_ipv6", name));
+    return 0;
+}
+
+bool EtherSwitchBcm380::createAniVlanInterface(char* aniName) {
+    if (aniName == nullptr) return false;
+    if (isInterfaceExisted(aniName)) {
+        std::printf("Interface %s already Exists!!", aniName);
+        return true;
+    }
+    bool created = false;
+    {
+        const VlanCtlSession session;
+        created = vlanCtl_createVlanInterfaceByName(kPonDevice, aniName, 0, 1) == 0 &&
+                  vlanCtl_setRealDevMode(kPonDevice, kRealDevMode) == 0;
+        if (!created) std::printf("Failed to create %s", aniName);
+    }
+    if (!created) return false;
+    // The kit may report a device that the kernel does not list.
+    if (!isInterfaceExisted(aniName)) {
+        std::printf("Failed to create %s", aniName);
+        return false;
+    }
+    ifUp(aniName);
+    std::printf("===> createAniInterface, devIfc=%s, ret=%d", aniName, 1);
+    return true;
+}
+
+bool EtherSwitchBcm380::createVlanInterface(unsigned short devId, bool isRouted, bool isMulticast, char* devIfc,
+                                            char* vlanIfc) {
+    if (devIfc == nullptr || vlanIfc == nullptr) return false;
+    if (isInterfaceExisted(vlanIfc)) {
+        std::printf("Interface %s already Exists!!", vlanIfc);
+        return true;
+    }
+    {
+        const VlanCtlSession session;
+        vlanCtl_setIfSuffix(".");
+        // Multicast is always asked for, whatever the caller says: every service may carry it later.
+        if (vlanCtl_createVlanInterface(devIfc, devId, isRouted ? 1 : 0, 1) != 0 ||
+            vlanCtl_setRealDevMode(devIfc, kRealDevMode) != 0) {
+            std::printf("Failed to create %s", vlanIfc);
+            return false;
+        }
+        for (unsigned tags = 0; tags <= kMostTags; ++tags) {
+            vlanCtl_setDefaultAction(devIfc, VLANCTL_DIRECTION_TX, tags, kDefaultActionDrop, vlanIfc);
+            vlanCtl_setDefaultAction(devIfc, VLANCTL_DIRECTION_RX, tags, kDefaultActionDrop, vlanIfc);
+        }
+    }
+    const bool created = isInterfaceExisted(vlanIfc);
+    if (created) {
+        ifUp(vlanIfc);
+    } else {
+        std::printf("Failed to create %s", vlanIfc);
+    }
+    std::printf("===> createVlanInterface, devId=%d, isRouted=%d, isMulticast=%d, devIfc=%s, vlanIfc=%s, ret=%d", devId,
+                isRouted, isMulticast, devIfc, vlanIfc, created);
+    return created;
+}
+
+void EtherSwitchBcm380::createVlanFlows(char* fromVlanIfc, char* toVlanIfc) {
+    if (fromVlanIfc == nullptr || toVlanIfc == nullptr) return;
+    std::printf("===> createVlanFlows \n");
+    const VlanCtlSession session;
+    vlanCtl_createVlanFlows(fromVlanIfc, toVlanIfc);
+}
+
+bool EtherSwitchBcm380::deleteVlanInterface(unsigned short /*devId*/, bool /*isRouted*/, bool /*isMulticast*/,
+                                            char* /*devIfc*/, char* vlanIfc) {
+    if (!isInterfaceExisted(vlanIfc)) return true;
+    {
+        const VlanCtlSession session;
+        vlanCtl_deleteVlanInterface(vlanIfc);
+    }
+    std::printf("===> deleteVlanInterface, deleted UNI virtual interface : %s \n", vlanIfc);
+    return true;
+}
+
+bool EtherSwitchBcm380::deleteAniVlanInterface(char* aniName, char* aniVlanName) {
+    // The VLAN device goes before the device under it.
+    if (isInterfaceExisted(aniVlanName)) {
+        const VlanCtlSession session;
+        vlanCtl_deleteVlanInterface(aniVlanName);
+    }
+    if (isInterfaceExisted(aniName)) {
+        ifDown(aniName);
+        const VlanCtlSession session;
+        vlanCtl_deleteVlanInterface(aniName);
+    }
+    return true;
+}
+
+// ---- Shell, action code, service count ----
+
+bool EtherSwitchBcm380::runSystemCommand(const char* label, const char* command) {
+    if (command == nullptr) return false;
+    Logger::getInstance(kLogModule)
+        ->writeToLog(0, "runSystemCommand", kDataProvSource, __LINE__, kLogTrace, " %s: %s", printable(label), command);
+    [[maybe_unused]] const int status = std::system(command);
+    return true;
+}
+
+void EtherSwitchBcm380::setOmciAction(int action) {
+    omciAction = action;
+}
+
+int EtherSwitchBcm380::getOmciAction() {
+    return omciAction;
+}
+
+int EtherSwitchBcm380::omci_service_num_get() {
+    return omciServiceCount;
+}
+
+// ---- Bits and text ----
+
+unsigned short EtherSwitchBcm380::getFieldFromHalfWord(unsigned short value, unsigned char msb, unsigned char width) {
+    constexpr unsigned kTopBit = 15, kBits = 16, kWordBits = 32;
+    const std::uint8_t left = static_cast<std::uint8_t>(kTopBit - msb);
+    const std::uint8_t right = static_cast<std::uint8_t>(kBits - width);
+    if (left >= kWordBits || right >= kWordBits) return 0;
+    const auto upper = static_cast<std::uint16_t>(static_cast<std::uint32_t>(value) << left);
+    return static_cast<unsigned short>(static_cast<std::uint32_t>(upper) >> right);
+}
+
+int EtherSwitchBcm380::macNumToStr(const unsigned char* mac, char* text) {
+    return macToText(mac, text);
+}
+
+int EtherSwitchBcm380::my_strtoul(const char* text, char** end, unsigned int base, unsigned int* value) {
+    if (text == nullptr || value == nullptr) return -1;
+    while (std::isspace(static_cast<unsigned char>(*text)) != 0) ++text;
+    char* stop = const_cast<char*>(text);
+    if (*text == '-') {  // refused: the C library would wrap it around
+        if (end != nullptr) *end = stop;
+        *value = 0;
+        std::printf("ret = -1");
+        return -1;
+    }
+    errno = 0;
+    const unsigned long number = std::strtoul(text, &stop, static_cast<int>(base));
+    if (end != nullptr) *end = stop;
+    if (errno != 0 || *stop != '\0' || number > UINT_MAX) {
+        *value = 0;
+        std::printf("ret 1 = -1");
+        return -1;
+    }
+    *value = static_cast<unsigned int>(number);
+    return 0;
+}
+
+int EtherSwitchBcm380::hexStringToBinaryBuf(const char* hexStr, unsigned char** binaryBuf, unsigned int* binaryLen) {
+    if (hexStr == nullptr || binaryBuf == nullptr || binaryLen == nullptr) return -1;
+    const std::size_t digits = std::strlen(hexStr);
+    if (digits % 2 != 0) {
+        std::printf("hexStr must be an even number of characters");
+        return -1;
+    }
+    const std::size_t length = digits / 2;
+    *binaryBuf = static_cast<unsigned char*>(std::malloc(length == 0 ? 1 : length));
+    if (*binaryBuf == nullptr) {
+        std::printf("binaryBuf == NULL");
+        return -1;
+    }
+    for (std::size_t i = 0; i < length; ++i) {
+        const char pair[] = {hexStr[2 * i], hexStr[2 * i + 1], '\0'};
+        unsigned int value = 0;
+        if (my_strtoul(pair, nullptr, 16, &value) != 0) {
+            std::free(*binaryBuf);
+            *binaryBuf = nullptr;
+            return -1;
+        }
+        (*binaryBuf)[i] = static_cast<unsigned char>(value);
+    }
+    *binaryLen = static_cast<unsigned int>(length);
+    return 0;
+}

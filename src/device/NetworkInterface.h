@@ -1,0 +1,20 @@
+// Network interface requests (ioctl on a datagram socket), shared by the engine and the PON adapter. Nothing is printed.
+#ifndef DEVICE_NETWORK_INTERFACE_H
+#define DEVICE_NETWORK_INTERFACE_H
+
+enum class InterfaceResult {
+    Done,
+    NoSocket,  // no socket was to be had
+    Refused,   // the kernel refused the request
+};
+
+constexpr unsigned short kFlagsUp = 0x1041;    // IFF_UP, IFF_RUNNING and IFF_MULTICAST, written outright
+constexpr unsigned short kFlagsDown = 0xFFFE;  // every flag but IFF_UP, written outright: the driver expects just this
+constexpr int kInterfaceMtu = 1500;
+
+// name is not null; at most 15 characters of it are used. Each opens a socket of its own and closes it.
+InterfaceResult setInterfaceFlags(const char* name, unsigned short flags);
+InterfaceResult setInterfaceMtu(const char* name, int mtu);
+int interfaceIndex(const char* name);  // -1 for null, without a socket, and for an unknown name
+
+#endif
