@@ -1,0 +1,199 @@
+// GEM ports: driver configuration, upstream queues, and the default GPON device that is up while there are any.
+#include <cstdio>
+#include <cstdlib>
+
+#include "hal/Text.h"
+#include "platform/gponctl.h"
+#include "platform/tmctl.h"
+#include "xpon/OnuXponHalAdapterBCM.h"
+
+namespace {
+
+constexpr unsigned short kNoAllocId = 65535;
+constexpr unsigned short kNoGemIndex = 65535;
+constexpr unsigned short kHighestGemIndex = 255;
+constexpr unsigned short kHighestQueue = 7;
+constexpr std::uint8_t kGemPortKind = 3;
+constexpr unsigned char kWeightedRoundRobin = 2;
+
+constexpr std::uint32_t kFirstQueueSize = 2035;
+constexpr std::uint32_t kQueueSize = 256;
+constexpr int kDropThreshold = 100660224;  // the runner's encoding; the same for every queue
+
+// A weight of 0..255 onto the scheduler's 1..63.
+constexpr std::uint32_t schedulerWeight(unsigned char weight) {
+    return weight * 62U / 255U + 1U;
+}
+
+constexpr unsigned kDiscardedFramesCounter = 6;  // of the GEM port's counters
+
+GponCtlGemPort askDriver(unsigned short portId, int* result) {
+    GponCtlGemPort query{};
+    query.gemIndex = GPONCTL_GEM_INDEX_UNKNOWN;
+    query.gemPortId = portId;
+    *result = gponCtl_getGemPort(&query);
+    return query;
+}
+
+GponCtlGemPortEnable enableRecord(unsigned short portId, unsigned short gemIndex, bool enable) {
+    GponCtlGemPortEnable record{};
+    record.gemIndex = gemIndex;
+    record.gemPortId = portId;
+    record.enable = enable ? 1 : 0;
+    return record;
+}
+
+void run(const char* command) {
+    static_cast<void>(std::system(command));
+}
+
+}  // namespace
+
+int OnuXponHalAdapterBCM::configureXGEM(const XGEMConfig& config) {
+    unsigned short tContIndex = 0;
+    const bool hasTCont =
+        config.tContAllocId != kNoAllocId && getTcontIdxFromAllocIdMapEntry(config.tContAllocId, &tContIndex) != 0;
+    std::printf("\nconfigureXGEM:: xgemConfig.xgemPortId=%d xgemConfig.tContAllocId=%d xgemConfig.upstreamQueue=%d \n",
+                config.xgemPortId, config.tContAllocId, config.upstreamQueue);
+    const auto gemIndex =
+        static_cast<unsigned short>(createXGEMPort(config.xgemPortId, config.tContAllocId, config.upstreamQueue));
+    if (hasTCont) {
+        configGemPortQosUs(config.upstreamQueue, tContIndex, config.schedPolicy, config.priority, config.qosArg,
+                           config.weight);
+    }
+    enableXGEM(config.xgemPortId, gemIndex);
+    if (gemIndex > kHighestGemIndex) return 0;
+
+    insertGemPortMapEntry(config.xgemPortId, gemIndex);
+    if (hasTCont) insertTcontIdxToGemPortMapEntry(tContIndex, gemIndex);
+    addGemToDefaultGponIf(gemIndex);
+    return 1;
+}
+
+int OnuXponHalAdapterBCM::createXGEMPort(unsigned short xgemPortId, unsigned short tContAllocId,
+                                         unsigned short /*upstreamQueue*/) {
+    unsigned short known = 0;
+    if (getGemIdxFromGemPortMapEntry(xgemPortId, &known) != 0) return known;
+
+    GponCtlGemPortConfig config{};
+    config.gemIndex = GPONCTL_GEM_INDEX_UNKNOWN;
+    config.gemPortId = xgemPortId;
+    config.allocId = tContAllocId;
+    config.downstreamOnly = tContAllocId == kNoAllocId ? 1 : 0;
+    config.flag = 1;
+    config.kind = kGemPortKind;
+    if (gponCtl_configGemPort(&config) == GPONCTL_ERROR_GEM_PORT_EXISTS) {
+        int result = 0;
+        const GponCtlGemPort existing = askDriver(xgemPortId, &result);
+        if (result == 0) disableXGEM(xgemPortId, existing.gemIndex);
+    }
+    // Kept: for a port that exists this is what the driver left in the record, not the index it reported.
+    return config.gemIndex;
+}
+
+int OnuXponHalAdapterBCM::deconfigureXGEM(const XGEMConfig& config) {
+    const auto gemIndex = static_cast<unsigned short>(deleteXGEMPort(config.xgemPortId));
+    if (gemIndex <= kHighestGemIndex) {
+        deleteGemPortMapEntry(config.xgemPortId);
+        // Kept: the port id is compared with GEM indexes, so an entry goes only when the two numbers coincide.
+        deleteGemPortFromTcontIdxToGemPortMap(config.xgemPortId);
+    }
+    removeGemFromDefaultGponIf(gemIndex);
+    return 1;
+}
+
+int OnuXponHalAdapterBCM::deleteXGEMPort(unsigned short xgemPortId) {
+    unsigned short known = 0;
+    if (getGemIdxFromGemPortMapEntry(xgemPortId, &known) == 0) return kNoGemIndex;
+
+    int result = 0;
+    const GponCtlGemPort port = askDriver(xgemPortId, &result);
+    if (port.gemIndex == 0) return kNoGemIndex;  // Kept: index 0 is never deconfigured
+    if (result != 0) return port.gemIndex;
+
+    disableXGEM(port.gemPortId, port.gemIndex);
+    GponCtlGemPortDeconfig record{};
+    record.gemIndex = port.gemIndex;
+    record.gemPortId = xgemPortId;
+    gponCtl_deconfigGemPort(&record);
+    return port.gemIndex;
+}
+
+int OnuXponHalAdapterBCM::enableXGEM(unsigned short xgemPortId, unsigned short gemIndex) {
+    GponCtlGemPortEnable record = enableRecord(xgemPortId, gemIndex, true);
+    gponCtl_enableGemPort(&record);
+    return record.gemIndex;
+}
+
+int OnuXponHalAdapterBCM::disableXGEM(unsigned short xgemPortId, unsigned short gemIndex) {
+    GponCtlGemPortEnable record = enableRecord(xgemPortId, gemIndex, false);
+    gponCtl_enableGemPort(&record);
+    return 1;
+}
+
+int OnuXponHalAdapterBCM::setXgemStatus(unsigned short xgemPortId, bool enable) {
+    unsigned short gemIndex = 0;
+    if (getGemIdxFromGemPortMapEntry(xgemPortId, &gemIndex) == 0) return kNoGemIndex;
+    GponCtlGemPortEnable record = enableRecord(xgemPortId, gemIndex, enable);
+    return static_cast<std::uint16_t>(gponCtl_enableGemPort(&record));
+}
+
+void OnuXponHalAdapterBCM::configGemPortQosUs(unsigned short queue, unsigned short tContIndex,
+                                              unsigned char schedPolicy, unsigned char priority,
+                                              unsigned short /*qosArg*/, unsigned char weight) {
+    if (queue > kHighestQueue) return;
+    const TmctlIf interface { tContIndex };
+    TmctlQueueCfg config{};
+    if (tmctl_getQueueCfg(TMCTL_DEV_GPON, &interface, queue, &config) != 0) return;
+
+    if (schedPolicy == kWeightedRoundRobin) {
+        config.priority = 0;
+        config.schedMode = TMCTL_SCHED_WEIGHTED_ROUND_ROBIN;
+        config.weight = schedulerWeight(weight);
+    } else {
+        config.priority = priority;
+        config.schedMode = TMCTL_SCHED_STRICT_PRIORITY;
+    }
+    config.queueSize = queue == 0 ? kFirstQueueSize : kQueueSize;
+    if (tmctl_setQueueCfg(TMCTL_DEV_GPON, &interface, &config) != 0) return;
+
+    // The runner numbers a T-CONT's egress scheduler one above the T-CONT index.
+    const FixedText<255> command("bs /b/c egress_tm/dir=us,index=%d queue_cfg[%d]={drop_threshold=%d}", tContIndex + 1,
+                                 queue, kDropThreshold);
+    run(command.get());
+}
+
+void OnuXponHalAdapterBCM::configGemPortShapingUs(unsigned short queue, unsigned short tContIndex,
+                                                  unsigned char priority, bool /*flag*/) {
+    if (queue > kHighestQueue) return;
+    const TmctlIf interface { tContIndex };
+    TmctlQueueCfg config{};
+    if (tmctl_getQueueCfg(TMCTL_DEV_GPON, &interface, queue, &config) != 0) return;
+    config.priority = priority;
+    config.shapingRate = 0;
+    config.shapingBurst = 0;
+    tmctl_setQueueCfg(TMCTL_DEV_GPON, &interface, &config);
+}
+
+void OnuXponHalAdapterBCM::addGemToDefaultGponIf(unsigned short gemIndex) {
+    if (gemIndex > kHighestGemIndex) return;
+    if (g_GemCnt == 0) run("ifconfig gpondef up");
+    ++g_GemCnt;
+}
+
+void OnuXponHalAdapterBCM::removeGemFromDefaultGponIf(unsigned short gemIndex) {
+    if (gemIndex > kHighestGemIndex) return;
+    // Kept: no floor at 0. An unmatched removal leaves the device down until the count has been made up for.
+    --g_GemCnt;
+    if (g_GemCnt == 0) run("ifconfig gpondef down");
+}
+
+int OnuXponHalAdapterBCM::getGalEthPmHistDataME(GalEthPMHistoryData_t* data) {
+    if (data == nullptr) return -1;
+    GponCtlGemPortCounters counters{};
+    counters.gemIndex = GPONCTL_GEM_INDEX_UNKNOWN;
+    counters.gemPortId = data->gemPortId;
+    const int result = gponCtl_getGemPortCounters(&counters);
+    if (result == 0) data->discardedFrames = counters.counter[kDiscardedFramesCounter];
+    return result;
+}
