@@ -1,0 +1,35 @@
+// Traffic counters of network devices and Ethernet performance monitoring. Both functions may be called from any
+// thread.
+//
+// The kernel's counters come from "/sys/class/net/<device>/statistics". The split by destination address comes from
+// "/proc/net/dev_extstats", where the kernel offers it. That file has one line a device:
+//
+//     veip0: 120 3 4711  98 2 5100
+//
+// the device's name and a colon, then frame counts separated by blanks: received multicast, broadcast, unicast, then
+// transmitted multicast, broadcast, unicast. Further columns are allowed and ignored. A line without a colon (headings)
+// or with fewer than six numbers is skipped. Without the file, or without a line for the device, only the kernel's own
+// receive-multicast counter is known.
+#ifndef DEVICE_COUNTERS_H
+#define DEVICE_COUNTERS_H
+
+#include "hal/CounterRecords.h"
+#include "hal/Export.h"
+
+extern "C" {
+
+// Reads the absolute counters of a network device. 0; or -1, with *result as it was, for a null argument, for a name
+// that is no device name and for a device that is missing or has no counters.
+VORN_API int getIntfStats(const char* interface, IntfStats* result);
+
+// Performance monitoring of the subscriber side, device "veip0". request is a PmRequest, result the record that its
+// kind names (hal/CounterRecords.h). 0; or -1, with *result and the interval as they were, for a null argument, an
+// unknown kind or interval, and a missing device.
+//
+// The daemon keeps the 15-minute clock: it reads with kPmInterval as often as it likes and with kPmIntervalEnd when the
+// interval is over. The first of these two begins the first interval and so answers zeros. A counter that has fallen
+// below its value at the interval's beginning, because the device was made anew, counts from 0.
+VORN_API int vorn_omci_pm_get(void* request, void* result);
+}
+
+#endif
