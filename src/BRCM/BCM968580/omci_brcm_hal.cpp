@@ -1,0 +1,291 @@
+#include "BRCM/BCM968580/omci_brcm_hal.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdio>
+
+#include "BRCM/BCM968580/DATA/EngineState.h"
+#include "device/Counters.h"
+#include "device/DeviceInfo.h"
+#include "device/MacText.h"
+#include "device/NetworkInterface.h"
+#include "hal/Text.h"
+#include "platform/devctl.h"
+#include "xpon/OnuXponHalAdapterBCM.h"
+
+std::string VornBrcmHal::ipHostMac;
+std::string VornBrcmHal::subHostMac;
+
+namespace {
+
+constexpr int kSuccess = 0;
+constexpr int kFailure = -1;
+constexpr int kTestAnswer = 4;
+constexpr std::uint32_t kIpHostMacOffset = 2;  // the base address and the next one are the ONU's own
+
+using InterfaceName = FixedText<16>;  // as long as the kernel's names
+
+// Buffers of the daemon are unsigned, the getters speak of char and int.
+char* textOf(unsigned char* buffer) {
+    return reinterpret_cast<char*>(buffer);
+}
+int sizeOf(unsigned int size) {
+    return static_cast<int>(std::min<unsigned int>(size, INT_MAX));
+}
+
+// Adds to the last three bytes only. A carry out of them is lost: the first three are the maker's and never change.
+void addToSerialPart(unsigned char (&mac)[6], std::uint32_t offset) {
+    const std::uint32_t serial =
+        (static_cast<std::uint32_t>(mac[3]) << 16 | static_cast<std::uint32_t>(mac[4]) << 8 | mac[5]) + offset;
+    mac[3] = static_cast<unsigned char>(serial >> 16);
+    mac[4] = static_cast<unsigned char>(serial >> 8);
+    mac[5] = static_cast<unsigned char>(serial);
+}
+
+// The board's UNI ports 1 and 2 are numbered the other way round than the daemon's.
+void swapUniPort(UniDataProvisioning& record) {
+    switch (record.uniPort) {
+        case 1:
+            record.uniPort = 2;
+            break;
+        case 2:
+            record.uniPort = 1;
+            break;
+        default:
+            break;
+    }
+}
+
+}  // namespace
+
+VornBrcmHal::~VornBrcmHal() {
+    if (engine != nullptr && engine == EtherSwitchBcm380::m_Instance) {
+        EtherSwitchBcm380::deleteInstance();  // so that nobody finds the destroyed one
+    } else {
+        delete engine;
+    }
+}
+
+int VornBrcmHal::vorn_test_call() {
+    return kTestAnswer;
+}
+
+int VornBrcmHal::vorn_omci_hal_init() {
+    if (engine == nullptr) return kSuccess;  // Kept: a daemon without an engine starts as if all were well
+    return engine->omcid_initCms() != 0 ? kFailure : kSuccess;
+}
+
+// ---- Ports and the IP host ----
+
+int VornBrcmHal::vorn_omci_hal_port_enable_get(unsigned int port, unsigned int* enabled) {
+    if (enabled == nullptr) return kSuccess;
+    const InterfaceName name("%s.%d", kVeipDevice, static_cast<int>(port));
+    *enabled = !name.cut() && interfaceIndex(name.get()) > 0 ? 1 : 0;
+    return kSuccess;
+}
+
+int VornBrcmHal::vorn_omci_hal_provisionIpHost(const IpHostProvision* host) {
+    if (engine == nullptr || host == nullptr) return kFailure;
+    if (host->dhcpEnabled != 0) {
+        engine->provisionIpHostDynamic(host);
+    } else {
+        engine->provisionIpHostStatic(host);
+    }
+    return kSuccess;
+}
+
+int VornBrcmHal::vorn_omci_hal_deprovisionIpHost(const IpHostProvision* host) {
+    if (engine == nullptr || host == nullptr) return kFailure;
+    std::printf("Inside BRCM-HAL, calling deprovisionIpHost");
+    engine->deprovisionIpHost(host);
+    return kSuccess;
+}
+
+int VornBrcmHal::vorn_hal_set_omci_action(int action) {
+    if (engine == nullptr) return kFailure;
+    engine->setOmciAction(action);
+    return kSuccess;
+}
+
+// ---- Identity, optics, counters ----
+
+int VornBrcmHal::vorn_omci_hal_sn_get(unsigned char* buffer, unsigned int size) {
+    vorn_omci_sn_get(textOf(buffer), sizeOf(size));
+    return kSuccess;
+}
+
+int VornBrcmHal::vorn_omci_hal_mac_get(unsigned char* buffer, unsigned int size) {
+    vorn_omci_mac_get(textOf(buffer), sizeOf(size));
+    return kSuccess;
+}
+
+int VornBrcmHal::vorn_omci_hal_pn_get(unsigned char* buffer, unsigned int size) {
+    vorn_omci_pn_get(textOf(buffer), sizeOf(size));
+    return kSuccess;
+}
+
+int VornBrcmHal::vorn_omci_hal_nvram_info_get() {
+    return vorn_omci_nvram_info_get();
+}
+
+int VornBrcmHal::vorn_omci_hal_rx_laser_power_get(int* level) {
+    return vorn_omci_rx_laser_power_get(level);
+}
+
+int VornBrcmHal::vorn_omci_hal_tx_laser_power_get(int* level) {
+    return vorn_omci_tx_laser_power_get(level);
+}
+
+int VornBrcmHal::vorn_omci_hal_gponctl_state_set() {
+    return vorn_omci_gponctl_state_set();
+}
+
+int VornBrcmHal::vorn_omci_hal_swimage_version_get(char* buffer, int size, int unused) {
+    return vorn_omci_swimage_version_get(buffer, size, unused);
+}
+
+int VornBrcmHal::vorn_omci_hal_pm_get(void* request, void* result) {
+    return vorn_omci_pm_get(request, result);
+}
+
+// ---- PON adapter ----
+
+int VornBrcmHal::vorn_omci_hal_tcont_set(void* /*unused*/, void* record) {
+    if (record != nullptr) {
+        OnuXponHalAdapterBCM::getInstance()->provisionTCont(*static_cast<const TContProvisioning*>(record));
+    }
+    return kSuccess;
+}
+
+int VornBrcmHal::vorn_omci_hal_tcont_reset(void* /*unused*/, void* record) {
+    if (record != nullptr) {
+        OnuXponHalAdapterBCM::getInstance()->deprovisionTCont(*static_cast<const TContProvisioning*>(record));
+    }
+    return kSuccess;
+}
+
+int VornBrcmHal::vorn_omci_hal_gemflow_add(void* record) {
+    OnuXponHalAdapterBCM* const adapter = OnuXponHalAdapterBCM::getInstance();
+    if (adapter != nullptr && record != nullptr) adapter->configureXGEM(*static_cast<const XGEMConfig*>(record));
+    return kSuccess;
+}
+
+int VornBrcmHal::vorn_omci_hal_gemflow_del(void* record) {
+    OnuXponHalAdapterBCM* const adapter = OnuXponHalAdapterBCM::getInstance();
+    if (adapter != nullptr && record != nullptr) adapter->deconfigureXGEM(*static_cast<const XGEMConfig*>(record));
+    return kSuccess;
+}
+
+int VornBrcmHal::vorn_omci_hal_set_gemPortStatus(void* record) {
+    OnuXponHalAdapterBCM* const adapter = OnuXponHalAdapterBCM::getInstance();
+    if (adapter != nullptr && record != nullptr) {
+        const auto* status = static_cast<const XgemStatusRecord*>(record);
+        adapter->setXgemStatus(status->xgemPortId, status->enable != 0);
+    }
+    return kSuccess;
+}
+
+// ---- Bridge and VLAN services ----
+
+int VornBrcmHal::vorn_omci_hal_filter_flow_add(void* record) {
+    if (engine == nullptr || record == nullptr) return kFailure;
+    auto& uni = *static_cast<UniDataProvisioning*>(record);
+    std::printf("\n Inside BRCM-HAL, flow add \n");
+    swapUniPort(uni);  // Kept: in the caller's record, the daemon relies on it
+    if (uni.addFlag != 0) {
+        std::printf("Inside BRCM-HAL, calling configureUniInterface and configureUniTagRules \n");
+        engine->configureUniInterface(&uni);
+        engine->configureUniTagRules(&uni);
+    } else {
+        std::printf("Inside BRCM-HAL, calling deConfigureUniInterface and deConfigureUniTagRules \n");
+        engine->deConfigureUniTagRules(uni.uniPort, uni.bridgeId);
+        engine->deConfigureUniInterface(uni.uniPort, uni.bridgeId);
+    }
+    return kSuccess;
+}
+
+int VornBrcmHal::vorn_omci_hal_configureBridge(unsigned short bridgeId, unsigned short uniPort) {
+    if (engine == nullptr) return kFailure;
+    std::printf("Inside BRCM-HAL, calling configureBridge");
+    engine->configureBridge(bridgeId, uniPort, false);
+    return kSuccess;
+}
+
+int VornBrcmHal::vorn_omci_hal_configureAniTagRules(const BridgeServiceProvisioning* service) {
+    if (engine == nullptr || service == nullptr) return kFailure;
+    std::printf("Inside BRCM-HAL, calling configureAniTagRules");
+    engine->configureAniTagRules(service);
+    return kSuccess;
+}
+
+int VornBrcmHal::vorn_omci_hal_unsetPbitData(const BridgeServiceProvisioning* service) {
+    if (engine == nullptr || service == nullptr) return kFailure;
+    std::printf("Inside BRCM-HAL, calling unsetPbitData");
+    engine->unsetPbitData(service);
+    return kSuccess;
+}
+
+int VornBrcmHal::vorn_omci_hal_deprovisionAniSideBridge(const BridgeServiceProvisioning* service) {
+    if (engine == nullptr || service == nullptr) return kFailure;
+    std::printf("Inside BRCM-HAL, calling deprovisionAniSideBridge");
+    engine->deprovisionAniSideBridge(service);
+    return kSuccess;
+}
+
+int VornBrcmHal::vorn_omci_hal_deprovisionUniSideBridge(const BridgeServiceProvisioning* service) {
+    if (engine == nullptr || service == nullptr) return kFailure;
+    std::printf("Inside BRCM-HAL, calling deprovisionUniSideBridge");
+    engine->deprovisionUniSideBridge(service);
+    return kSuccess;
+}
+
+int VornBrcmHal::vorn_omci_hal_veip_createRules(unsigned short gemPort, unsigned short bridgeId,
+                                                unsigned short filterType, unsigned char numberOfEntries,
+                                                const unsigned char* filterList, unsigned short trafficType) {
+    if (engine == nullptr || filterList == nullptr) return kFailure;
+    std::printf("Inside BRCM-HAL, calling VEIP creation");
+    engine->gpon_createRules(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType);
+    return kSuccess;
+}
+
+int VornBrcmHal::vorn_omci_hal_veip_deleteRules(unsigned short gemPort, unsigned short bridgeId,
+                                                unsigned short filterType, unsigned char numberOfEntries,
+                                                const unsigned char* filterList, unsigned short trafficType) {
+    if (engine == nullptr || filterList == nullptr) return kFailure;
+    std::printf("Inside BRCM-HAL, calling VEIP delete");
+    engine->gpon_deleteRules(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType);
+    return kSuccess;
+}
+
+// ---- Management addresses ----
+
+int VornBrcmHal::macNumToStr(const unsigned char* mac, char* text) {
+    return macToText(mac, text);
+}
+
+std::string VornBrcmHal::vorn_hal_get_mac_ip_host() {
+    if (!ipHostMac.empty()) return ipHostMac;
+    unsigned char mac[6] = {};
+    if (devCtl_getMacAddress(mac, DEVCTL_MAC_OWNER_IP_HOST) != 0) {
+        std::printf("\nget mac address ip host failed\n");
+        return {};
+    }
+    addToSerialPart(mac, kIpHostMacOffset);
+    char text[20] = {};
+    macNumToStr(mac, text);
+    ipHostMac = text;
+    return ipHostMac;
+}
+
+std::string VornBrcmHal::vorn_hal_get_mac_sub_host() {
+    if (!subHostMac.empty()) return subHostMac;
+    unsigned char mac[6] = {};
+    if (devCtl_getMacAddress(mac, DEVCTL_MAC_OWNER_IP_HOST) != 0) {
+        std::printf("\nget mac address sub host failed\n");
+        return {};
+    }
+    char text[20] = {};
+    macNumToStr(mac, text);
+    subHostMac = text;
+    return subHostMac;
+}
