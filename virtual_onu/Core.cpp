@@ -1,0 +1,330 @@
+#include "Core.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <deque>
+#include <map>
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "Facilities.h"
+
+namespace virtual_onu {
+
+namespace {
+
+using Listener = std::function<void(const TraceEntry&)>;
+
+// A program that runs for days keeps the latest part of its trace.
+constexpr std::size_t kTraceCapacity = 200000;
+
+struct PendingFault {
+    std::string name;  // "name" or "name:detail"
+    int callsToGo = 1;
+    int code = 0;
+};
+
+struct CoreState {
+    std::deque<TraceEntry> trace;
+    std::uint64_t traced = 0;
+    std::shared_ptr<const Listener> listener;
+    std::uint64_t calls = 0;
+    std::vector<PendingFault> pendingFaults;
+    std::map<std::uint64_t, int> numberedFaults;
+    bool sleepsForReal = false;
+    std::uint64_t sleptMs = 0;
+};
+
+// Device time runs with real time; advance() lets every thread live through additional time in its idle waits.
+struct DeviceClock {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::uint64_t advancedMs = 0;
+    std::uint64_t epoch = 1;  // counts resets
+};
+
+// How much of the advanced time this thread has lived through.
+struct LivedThrough {
+    std::uint64_t epoch = 0;
+    std::uint64_t ms = 0;
+};
+thread_local LivedThrough livedThrough;
+
+// Everything below is made on first use and never destroyed: other libraries' constructors and destructors, and threads
+// that outlive main(), may still call.
+DeviceClock& deviceClock() {
+    static DeviceClock& clock = *new DeviceClock;
+    return clock;
+}
+
+void beforeFork() {
+    deviceMutex().lock();
+    deviceClock().mutex.lock();
+    bus::beforeFork();
+}
+
+void afterForkInParent() {
+    bus::afterForkInParent();
+    deviceClock().mutex.unlock();
+    deviceMutex().unlock();
+}
+
+// The child is a process with one thread: nobody else holds a lock or waits there.
+void afterForkInChild() {
+    new (&deviceClock().mutex) std::mutex;
+    new (&deviceClock().changed) std::condition_variable;
+    new (&deviceMutex()) std::recursive_mutex;
+    bus::afterForkInChild();
+}
+
+std::recursive_mutex& makeDeviceMutex() {
+    pthread_atfork(beforeFork, afterForkInParent, afterForkInChild);
+    return *new std::recursive_mutex;
+}
+
+CoreState& core() {
+    static CoreState& state = *new CoreState;
+    return state;
+}
+
+bool matches(const PendingFault& fault, const std::string& name, const std::string& detail) {
+    if (fault.name == name) return true;
+    return !detail.empty() && fault.name.size() == name.size() + 1 + detail.size() &&
+           fault.name.compare(0, name.size(), name) == 0 && fault.name[name.size()] == ':' &&
+           fault.name.compare(name.size() + 1, detail.size(), detail) == 0;
+}
+
+}  // namespace
+
+std::recursive_mutex& deviceMutex() {
+    static std::recursive_mutex& mutex = makeDeviceMutex();
+    return mutex;
+}
+
+// ---- trace ----
+
+std::string escaped(const std::string& text) {
+    std::string result;
+    for (const char c : text) {
+        const auto code = static_cast<unsigned char>(c);
+        if (c == '"' || c == '\\') {
+            result += '\\';
+            result += c;
+        } else if (c == '\n') {
+            result += "\\n";
+        } else if (c == '\t') {
+            result += "\\t";
+        } else if (code < 0x20 || code >= 0x7f) {
+            std::array<char, 8> escape{};
+            std::snprintf(escape.data(), escape.size(), "\\x%02x", static_cast<unsigned>(code));
+            result += escape.data();
+        } else {
+            result += c;
+        }
+    }
+    return result;
+}
+
+std::string argumentText(const char* text) {
+    return text == nullptr ? "null" : argumentText(std::string(text));
+}
+std::string argumentText(const std::string& text) {
+    return '"' + escaped(text) + '"';
+}
+std::string argumentText(std::int64_t number) {
+    return std::to_string(number);
+}
+std::string argumentText(std::uint64_t number) {
+    return std::to_string(number);
+}
+std::string argumentText(Out value) {
+    return "&" + std::to_string(value.value);
+}
+std::string argumentText(const std::optional<Out>& value) {
+    return value ? argumentText(*value) : "&-";
+}
+
+void record(CallKind kind, const std::string& name, const std::string& argumentList, long result) {
+    TraceEntry entry;
+    entry.kind = kind;
+    entry.name = name;
+    entry.arguments = argumentList;
+    entry.result = result;
+    std::shared_ptr<const Listener> listener;
+    {
+        const DeviceLock lock(deviceMutex());
+        entry.number = ++core().traced;
+        core().trace.push_back(entry);
+        if (core().trace.size() > kTraceCapacity) core().trace.pop_front();
+        listener = core().listener;
+    }
+    if (listener) (*listener)(entry);
+}
+
+// ---- faults ----
+
+std::optional<int> faultOf(const std::string& name, const std::string& detail, bool counted) {
+    const DeviceLock lock(deviceMutex());
+    std::optional<int> code;
+    auto& pending = core().pendingFaults;
+    for (auto fault = pending.begin(); fault != pending.end();) {
+        if (matches(*fault, name, detail) && --fault->callsToGo <= 0) {
+            if (!code) code = fault->code;
+            fault = pending.erase(fault);
+        } else {
+            ++fault;
+        }
+    }
+    if (!counted) return code;
+    const auto numbered = core().numberedFaults.find(++core().calls);
+    if (numbered == core().numberedFaults.end()) return code;
+    return numbered->second;
+}
+
+int platformCall(const char* name, const std::string& argumentList, const std::function<int()>& work,
+                 const std::string& detail) {
+    const auto fault = faultOf(name, detail);
+    const int result = fault ? *fault : work();
+    record(CallKind::Platform, name, argumentList, result);
+    return result;
+}
+
+int platformCallWithOut(const char* name, const std::function<std::string()>& argumentList,
+                        const std::function<int()>& work, const std::string& detail) {
+    const auto fault = faultOf(name, detail);
+    const int result = fault ? *fault : work();
+    record(CallKind::Platform, name, argumentList(), result);
+    return result;
+}
+
+// ---- clock ----
+
+void waitFor(const char* function, std::uint64_t milliseconds) {
+    const bool seconds = std::string(function) == "sleep";
+    record(CallKind::Wait, function,
+           seconds ? std::to_string(milliseconds / 1000) : std::to_string(milliseconds) + " ms", 0);
+    bool reallySleep = false;
+    {
+        const DeviceLock lock(deviceMutex());
+        core().sleptMs += milliseconds;
+        reallySleep = core().sleepsForReal;
+    }
+    if (!reallySleep) return;
+    // Waiting on a condition that never comes: the sleep family of the C library is interposed.
+    std::mutex own;
+    std::condition_variable never;
+    std::unique_lock<std::mutex> lock(own);
+    never.wait_for(lock, std::chrono::milliseconds(milliseconds), [] { return false; });
+}
+
+void idleWait(std::uint64_t milliseconds) {
+    using std::chrono::steady_clock;
+    record(CallKind::Wait, "select", std::to_string(milliseconds) + " ms", 0);
+    auto& clock = deviceClock();
+    std::unique_lock<std::mutex> lock(clock.mutex);
+    const auto start = steady_clock::now();
+    while (true) {
+        if (livedThrough.epoch != clock.epoch) livedThrough = {clock.epoch, 0};
+        const auto realMs = static_cast<std::uint64_t>(
+            std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() - start).count());
+        const std::uint64_t missingMs = realMs >= milliseconds ? 0 : milliseconds - realMs;
+        const std::uint64_t availableMs = clock.advancedMs - livedThrough.ms;
+        if (availableMs >= missingMs) {
+            livedThrough.ms += missingMs;
+            return;
+        }
+        // Capped, since a wait of years overflows the clock's own arithmetic.
+        constexpr std::uint64_t kLongestRoundMs = 3600000;
+        clock.changed.wait_for(lock, std::chrono::milliseconds(std::min(missingMs - availableMs, kLongestRoundMs)));
+    }
+}
+
+void resetCore() {
+    {
+        const DeviceLock lock(deviceMutex());
+        core() = CoreState{};
+    }
+    const std::lock_guard<std::mutex> lock(deviceClock().mutex);
+    deviceClock().advancedMs = 0;
+    ++deviceClock().epoch;
+}
+
+// ---- the facade's view ----
+
+std::vector<TraceEntry> VirtualOnu::trace() const {
+    const DeviceLock lock(deviceMutex());
+    return {core().trace.begin(), core().trace.end()};
+}
+
+std::vector<std::string> VirtualOnu::traceTexts(CallKind kind) const {
+    std::vector<std::string> texts;
+    for (const auto& entry : trace()) {
+        if (entry.kind == kind) texts.push_back(entry.text());
+    }
+    return texts;
+}
+
+std::vector<std::string> VirtualOnu::traceTexts() const {
+    std::vector<std::string> texts;
+    for (const auto& entry : trace()) texts.push_back(entry.text());
+    return texts;
+}
+
+void VirtualOnu::clearTrace() {
+    const DeviceLock lock(deviceMutex());
+    core().trace.clear();
+    core().traced = 0;
+}
+
+void VirtualOnu::onTrace(std::function<void(const TraceEntry&)> listener) {
+    auto shared = listener ? std::make_shared<const Listener>(std::move(listener)) : nullptr;
+    const DeviceLock lock(deviceMutex());
+    core().listener = std::move(shared);
+}
+
+void VirtualOnu::failNext(const std::string& function, int nth, int code) {
+    const DeviceLock lock(deviceMutex());
+    core().pendingFaults.push_back({function, nth, code});
+}
+
+void VirtualOnu::failCall(std::uint64_t number, int code) {
+    const DeviceLock lock(deviceMutex());
+    core().numberedFaults[number] = code;
+}
+
+std::uint64_t VirtualOnu::callCount() const {
+    const DeviceLock lock(deviceMutex());
+    return core().calls;
+}
+
+void VirtualOnu::clearFaults() {
+    const DeviceLock lock(deviceMutex());
+    core().pendingFaults.clear();
+    core().numberedFaults.clear();
+}
+
+void VirtualOnu::sleepForReal(bool on) {
+    const DeviceLock lock(deviceMutex());
+    core().sleepsForReal = on;
+}
+
+void VirtualOnu::advance(unsigned milliseconds) {
+    {
+        const std::lock_guard<std::mutex> lock(deviceClock().mutex);
+        deviceClock().advancedMs += milliseconds;
+    }
+    deviceClock().changed.notify_all();
+}
+
+std::uint64_t VirtualOnu::slept() const {
+    const DeviceLock lock(deviceMutex());
+    return core().sleptMs;
+}
+
+}  // namespace virtual_onu

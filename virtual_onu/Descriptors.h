@@ -1,0 +1,21 @@
+// Which descriptors of the process stand for something of the device. Looked at on every interposed call, so without a
+// lock and before any start-up code has run.
+#ifndef VIRTUAL_ONU_DESCRIPTORS_H
+#define VIRTUAL_ONU_DESCRIPTORS_H
+
+#include <string>
+
+namespace virtual_onu::descriptors {
+
+enum class Kind : unsigned char { NotOurs, File, Attribute, Laser, Stack, PacketSocket };
+
+Kind kindOf(int fd);
+// Takes the descriptor over; path is what it was opened as. Closes it and answers -EMFILE when it is too large.
+int adopt(int fd, Kind kind, const std::string& path);
+std::string pathOf(int fd);
+void forget(int fd);  // it is closed, or about to be
+int openCount();      // files and character devices, not sockets
+
+}  // namespace virtual_onu::descriptors
+
+#endif

@@ -1,0 +1,22 @@
+// Packet sockets: what is sent through them is kept instead of reaching a wire. Such a socket is a real, unconnected
+// descriptor, so that fcntl, select and close work on it.
+#ifndef VIRTUAL_ONU_PACKET_SOCKETS_H
+#define VIRTUAL_ONU_PACKET_SOCKETS_H
+
+#include <sys/socket.h>
+
+#include <cstddef>
+
+namespace virtual_onu::packets {
+
+// Results as the socket functions give them, but a negative errno value for a failure.
+int open(int type, int protocol);
+int bind(int fd, const sockaddr* address, socklen_t length);
+ssize_t send(int fd, const void* frame, std::size_t size, const sockaddr* address, socklen_t length);
+void closed(int fd);
+
+void reset();
+
+}  // namespace virtual_onu::packets
+
+#endif

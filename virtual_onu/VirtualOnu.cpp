@@ -1,0 +1,142 @@
+// The facade: one board, its reset, its whole state.
+#include "VirtualOnu.h"
+
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+#include "Core.h"
+#include "DataPath.h"
+#include "Facilities.h"
+#include "Network.h"
+
+namespace virtual_onu {
+
+namespace {
+
+const char* kindName(CallKind kind) {
+    switch (kind) {
+        case CallKind::Platform:
+            return "platform";
+        case CallKind::Ioctl:
+            return "ioctl";
+        case CallKind::File:
+            return "file";
+        case CallKind::Socket:
+            return "socket";
+        case CallKind::Shell:
+            return "shell";
+        case CallKind::Wait:
+            return "wait";
+        case CallKind::Log:
+            return "log";
+    }
+    return "?";
+}
+
+nlohmann::json traceJson(const std::vector<TraceEntry>& trace) {
+    auto entries = nlohmann::json::array();
+    for (const auto& entry : trace) {
+        entries.push_back({{"number", entry.number},
+                           {"kind", kindName(entry.kind)},
+                           {"name", escaped(entry.name)},
+                           {"arguments", entry.arguments},
+                           {"result", entry.result}});
+    }
+    return entries;
+}
+
+void describeNetwork(const VirtualOnu& onu, std::ostream& text) {
+    for (const auto& device : onu.devices()) {
+        if (device.isBridge) continue;
+        text << "device " << device.name << (device.up ? " up" : " down") << " mtu " << device.mtu;
+        if (!device.realDevice.empty()) text << " on " << device.realDevice;
+        if (!device.master.empty()) text << " in " << device.master;
+        if (device.routed) text << " routed";
+        if (device.multicast) text << " multicast";
+        if (device.ipv6Disabled) text << " no-ipv6";
+        text << '\n';
+    }
+    for (const auto& bridge : onu.bridges()) {
+        const auto device = onu.device(bridge.name);
+        text << "bridge " << bridge.name << (device && device->up ? " up" : " down") << " stp "
+             << (bridge.stp ? "on" : "off") << " forward-delay " << bridge.forwardDelay << " ports";
+        for (const auto& name : bridge.members()) text << ' ' << name;
+        text << '\n';
+    }
+    for (const auto& device : onu.devices()) {
+        for (const auto& address : device.addresses) text << "address " << device.name << ' ' << address << '\n';
+    }
+    for (const auto& rule : onu.ipRules()) text << "ip rule " << rule << '\n';
+    for (const auto& route : onu.ipRoutes()) text << "ip route " << route << '\n';
+}
+
+void describeRules(const VirtualOnu& onu, std::ostream& text) {
+    for (const auto& table : onu.ruleTables()) {
+        const char* direction = table.direction == kReceive ? " rx " : " tx ";
+        const auto name = table.device + direction + std::to_string(table.tags);
+        for (const auto& rule : table.rules) text << "rule " << name << ": " << rule.text() << '\n';
+        if (!table.defaultAction) continue;
+        text << "default " << name << ": " << (table.defaultAction->action == 0 ? "pass " : "drop ")
+             << table.defaultAction->device << '\n';
+    }
+    for (const auto& [from, to] : onu.flows()) text << "flow " << from << " -> " << to << '\n';
+}
+
+void describePon(const VirtualOnu& onu, std::ostream& text) {
+    for (const auto& tcont : onu.tconts()) {
+        text << "tcont " << tcont.index << " alloc " << tcont.allocId << (tcont.trafficManaged ? " managed" : "")
+             << '\n';
+        for (const auto& queue : tcont.queues) {
+            text << "queue " << tcont.index << '.' << queue.id << " priority " << queue.priority << " size "
+                 << queue.size << " weight " << queue.weight << " mode " << queue.schedMode << " rate "
+                 << queue.shapingRate << " burst " << queue.shapingBurst << '\n';
+        }
+    }
+    for (const auto& port : onu.gemPorts()) {
+        text << "gem " << port.portId << " index " << port.index << " alloc " << port.allocId
+             << (port.downstreamOnly ? " downstream-only" : "") << (port.enabled ? " enabled" : " disabled") << '\n';
+    }
+    if (const auto state = onu.adminState()) text << "pon admin-state " << *state << '\n';
+}
+
+}  // namespace
+
+VirtualOnu::VirtualOnu() = default;
+
+VirtualOnu& VirtualOnu::instance() {
+    static VirtualOnu& onu = *new VirtualOnu;
+    return onu;
+}
+
+void VirtualOnu::reset() {
+    network::reset();
+    vlan::reset();
+    pon::reset();
+    bus::reset();
+    board::reset();
+    runner::reset();
+    shell::reset();
+    files::reset();
+    datapath::reset();
+    resetCore();
+}
+
+nlohmann::json VirtualOnu::toJson() const {
+    return {{"network", network::toJson()}, {"vlan", vlan::toJson()},     {"pon", pon::toJson()},
+            {"runner", runner::toJson()},   {"bus", bus::toJson()},       {"board", board::toJson()},
+            {"shell", shell::toJson()},     {"files", files::toJson()},   {"clock", {{"sleptMs", slept()}}},
+            {"calls", callCount()},         {"trace", traceJson(trace())}};
+}
+
+std::string VirtualOnu::stateText() const {
+    std::ostringstream text;
+    describeNetwork(*this, text);
+    describeRules(*this, text);
+    describePon(*this, text);
+    for (const auto& object : runnerObjects()) text << "runner " << object << '\n';
+    for (const auto& key : ingressQueueKeys()) text << "ingress-queue " << key << '\n';
+    return text.str();
+}
+
+}  // namespace virtual_onu

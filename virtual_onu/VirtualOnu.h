@@ -1,0 +1,340 @@
+// The virtual ONU: a workstation's stand-in for the device kit and the kernel of an ONU.
+//
+// The shared library virtual_onu defines every function of the device kit and interposes the few C library functions
+// through which a HAL reaches the device. Link it (or preload it) in front of a program that uses the HAL, then look at
+// the device through this header. Every member function may be called from any thread.
+#ifndef VIRTUAL_ONU_VIRTUAL_ONU_H
+#define VIRTUAL_ONU_VIRTUAL_ONU_H
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "Export.h"
+#include "Frames.h"
+
+namespace virtual_onu {
+
+// ---- Network devices and bridges ----
+
+struct VIRTUAL_ONU_API NetworkDevice {
+    std::string name;
+    int index = 0;  // kernel interface index, above 0
+    bool up = false;
+    unsigned flags = 0;  // as last set with SIOCSIFFLAGS
+    int mtu = 1500;
+    std::string mac;                     // "02:00:00:00:00:01"
+    std::vector<std::string> addresses;  // "10.0.0.5 netmask 255.255.255.0 broadcast 10.0.0.5"
+    std::string master;                  // bridge that the device is a member of, or ""
+    std::string realDevice;              // device under a VLAN device, or ""
+    bool isBridge = false;
+    bool routed = false;     // of a VLAN device
+    bool multicast = false;  // of a VLAN device
+    bool ipv6Disabled = false;
+    std::string operState;                            // "up" or "down", as /sys/class/net/<name>/operstate says
+    std::map<std::string, std::uint64_t> statistics;  // /sys/class/net/<name>/statistics/<key>
+    bool operator==(const NetworkDevice& other) const;
+};
+
+struct VIRTUAL_ONU_API BridgePort {
+    std::string name;
+    int priority = 32;
+    int pathCost = 100;
+    bool operator==(const BridgePort& other) const;
+};
+
+struct VIRTUAL_ONU_API Bridge {
+    std::string name;
+    std::vector<BridgePort> ports;  // in the order of joining
+    bool stp = false;
+    int forwardDelay = 1500;  // hundredths of a second, like the next three
+    int helloTime = 200;
+    int maxAge = 2000;
+    int ageingTime = 30000;
+    int priority = 32768;
+    bool operator==(const Bridge& other) const;
+    std::vector<std::string> members() const;  // the names of the ports
+};
+
+// ---- Tag rules ----
+
+constexpr unsigned kReceive = 0;   // VLANCTL_DIRECTION_RX
+constexpr unsigned kTransmit = 1;  // VLANCTL_DIRECTION_TX
+
+// One filter or command of a tag rule.
+struct VIRTUAL_ONU_API RuleTerm {
+    enum class Kind {
+        // Filters.
+        RxDevice,
+        TxDevice,
+        Pbits,
+        Cfi,
+        Vid,
+        TagType,
+        Type,
+        IpProto,
+        Gem,
+        // Commands.
+        Push,
+        Pop,
+        SetPbits,
+        SetCfi,
+        SetVid,
+        SetTagType,
+        SetType,
+        CopyPbits,
+        CopyCfi,
+        CopyVid,
+        CopyTagType,
+        DscpToPbits,
+        Drop,
+        MarkGem,
+        MarkQueue,
+    };
+    Kind kind;
+    std::uint32_t value = 0;  // the number compared or set; the source tag of a copy
+    std::uint32_t tag = 0;    // tag index; the target tag of a copy
+    std::string device;       // RxDevice and TxDevice
+    bool isCommand() const { return kind >= Kind::Push; }
+    bool operator==(const RuleTerm& other) const;
+    // rxdev=sid0.3 txdev=sid0.3 pbits0=5 cfi0=1 vid0=100 tagtype0=0x8100 type=0x0800 ipproto=2 gem=7
+    // push pop pbits0:=5 cfi0:=0 vid0:=200 tagtype0:=0x88a8 type:=0x88a8 pbits0:=pbits1 cfi0:=cfi1 vid0:=vid1
+    // tagtype0:=tagtype1 pbits0:=dscp drop mark-gem:=7 mark-queue:=2
+    std::string text() const;
+};
+
+struct VIRTUAL_ONU_API TagRule {
+    std::uint32_t id = 0;
+    std::vector<RuleTerm> terms;  // in the order added
+    bool operator==(const TagRule& other) const;
+    // Filters, then " | " and the commands if there are any: "rxdev=sid0.3 vid0=100 | push vid0:=200". A rule without
+    // filters reads "any".
+    std::string text() const;
+};
+
+struct VIRTUAL_ONU_API DefaultAction {
+    unsigned action = 0;  // 0 pass to device, 1 drop
+    std::string device;
+    bool operator==(const DefaultAction& other) const;
+};
+
+// The rules for frames with this many tags on one real device and in one direction.
+struct VIRTUAL_ONU_API RuleTable {
+    std::string device;
+    unsigned direction = kReceive;
+    unsigned tags = 0;
+    std::vector<TagRule> rules;  // in the order of matching
+    std::optional<DefaultAction> defaultAction;
+    bool operator==(const RuleTable& other) const;
+};
+
+// ---- PON ----
+
+struct VIRTUAL_ONU_API GemPort {
+    unsigned index = 0;
+    unsigned portId = 0;
+    unsigned allocId = 0;
+    bool downstreamOnly = false;
+    bool enabled = false;
+    std::vector<std::uint32_t> counters;  // counter[0..9] of the kit's record
+    bool operator==(const GemPort& other) const;
+};
+
+struct VIRTUAL_ONU_API Queue {
+    unsigned id = 0, priority = 0, size = 0, weight = 0, schedMode = 0, shapingRate = 0, shapingBurst = 0;
+    bool operator==(const Queue& other) const;
+};
+
+struct VIRTUAL_ONU_API Tcont {
+    unsigned index = 0;
+    unsigned allocId = 65535;     // 65535: not bound
+    bool trafficManaged = false;  // between portTmInit and portTmUninit
+    std::vector<Queue> queues;    // by ascending id
+    bool operator==(const Tcont& other) const;
+};
+
+// ---- Message bus ----
+
+struct BusMessage {
+    std::uint32_t type = 0, source = 0, destination = 0;
+    std::uint16_t flags = 0;
+    std::vector<std::uint8_t> payload;
+    std::vector<std::uint8_t> raw;  // header and payload as sent
+};
+
+enum class GatewayMode { Answers, Silent };
+
+// ---- Trace, faults ----
+
+enum class CallKind { Platform, Ioctl, File, Socket, Shell, Wait, Log };
+
+struct VIRTUAL_ONU_API TraceEntry {
+    std::uint64_t number = 0;  // counted from 1 since the last reset or clearTrace
+    CallKind kind = CallKind::Platform;
+    std::string name;  // "vlanCtl_insertTagRule", "ioctl", "system", "sleep", ...
+    // "\"sid0\", 0, 1, 2, 4294967295, &3": texts quoted and escaped as in C, what an out pointer received behind &,
+    // "&-" when the call failed and left it alone. Log lines are named "log" and read: level, "function", "text".
+    std::string arguments;
+    long result = 0;
+    // name(arguments) = result
+    std::string text() const;
+};
+
+struct ShellCommand {
+    std::string text;
+    bool understood = false;
+};
+
+// A scripted answer of the character device "/dev/ngpon2_stack" to one request number.
+struct StackAnswer {
+    std::vector<std::uint8_t> record;  // copied over the caller's record from its first byte
+    int error = 0;                     // errno of a failing request; 0 succeeds
+};
+
+class VIRTUAL_ONU_API VirtualOnu {
+public:
+    static VirtualOnu& instance();
+    VirtualOnu(const VirtualOnu&) = delete;
+    VirtualOnu& operator=(const VirtualOnu&) = delete;
+
+    // A factory-new board: devices gpondef, sid0..sid7, eth0, eth1; MAC 02:10:20:30:40:50, serial number, part number;
+    // two images; a laser; empty tables, trace, faults and files. The clock does not really sleep, the gateway answers.
+    // The trace listener is forgotten too. Handles and descriptors of the message bus stay good.
+    void reset();
+
+    // ---- network devices and bridges ----
+    std::vector<NetworkDevice> devices() const;  // by ascending index
+    std::optional<NetworkDevice> device(const std::string& name) const;
+    bool deviceExists(const std::string& name) const;
+    std::vector<Bridge> bridges() const;
+    std::optional<Bridge> bridge(const std::string& name) const;
+    // Test set-up, as if another part of the device had made it. False when the name is taken or too long.
+    bool addDevice(const std::string& name, const std::string& realDevice = "");
+    bool removeDevice(const std::string& name);
+    void setOperState(const std::string& name, const std::string& state);
+    void setStatistic(const std::string& device, const std::string& key, std::uint64_t value);
+    // vlanCtl_deleteVlanInterface of this device fails the next `times` times.
+    void refuseDeletion(const std::string& device, int times, int code = 1);
+    std::vector<std::string> ipRules() const;                     // "from 10.0.0.5 table 12"
+    std::vector<std::string> ipRoutes() const;                    // "default via 10.0.0.1 dev br3.2 table 12"
+    std::vector<std::vector<std::uint8_t>> packetFrames() const;  // frames sent through packet sockets
+    // Network devices and bridges live in the caller's own network namespace instead of in memory. Off by default;
+    // false when the kernel or the rights are missing, with the reason in *why.
+    bool useHostKernel(bool on, std::string* why = nullptr);
+
+    // ---- tag rules ----
+    std::vector<RuleTable> ruleTables() const;  // the tables that hold a rule or a default action
+    std::vector<TagRule> rules(const std::string& device, unsigned direction, unsigned tags) const;
+    std::vector<std::string> ruleTexts(const std::string& device, unsigned direction, unsigned tags) const;
+    std::optional<DefaultAction> defaultAction(const std::string& device, unsigned direction, unsigned tags) const;
+    std::size_t ruleCount() const;
+    std::vector<std::pair<std::string, std::string>> flows() const;  // (from, to), in the order of creation, no repeats
+
+    // ---- PON ----
+    std::vector<Tcont> tconts() const;
+    std::optional<Tcont> tcont(unsigned index) const;
+    std::vector<GemPort> gemPorts() const;
+    std::optional<GemPort> gemPort(unsigned portId) const;
+    // As if the driver had it already: a GEM port with a chosen index, also one that the driver itself never gives out.
+    // std::invalid_argument when the port id or the index is taken or above 65535.
+    void addGemPort(unsigned portId, unsigned index, unsigned allocId = 65535);
+    // counter 0..9 of a port that exists; std::invalid_argument otherwise.
+    void setGemCounter(unsigned portId, unsigned counter, std::uint32_t value);
+    std::optional<unsigned> adminState() const;  // of the GPON link, once started
+
+    // ---- runner and ingress queue ----
+    std::vector<std::string> runnerObjects() const;     // "ingress_class/dir=us,index=12", in the order of creation
+    std::vector<std::string> ingressQueueKeys() const;  // what the "iq" commands left standing
+    std::vector<ShellCommand> shellCommands() const;    // every command run through the shell, in order
+    std::vector<int> killedProcesses() const;
+    // A process as `ps` lists it, such as (123, "dhcpc -i br3.2 -B -l 3600"); `kill` ends it.
+    void addProcess(int pid, const std::string& commandLine);
+    std::vector<std::pair<int, std::string>> processes() const;
+
+    // ---- message bus ----
+    // The gateway answers every service message (0x10002250, 0x10002254, flag request) with the same message after the
+    // delay in real time, or never.
+    void setGateway(GatewayMode mode, int answerDelayMs = 10);
+    std::vector<BusMessage> sentMessages() const;  // what the OMCI side has sent, the latest 10,000
+    // The gateway sends a message to the OMCI side; dataLength says what the header claims (the payload's size if < 0).
+    void gatewaySends(std::uint32_t type, const std::vector<std::uint8_t>& payload, long dataLength = -1);
+
+    // ---- board ----
+    // "02:10:20:30:40:50"; std::invalid_argument for anything else, as for a PHY port outside 0..7 below.
+    void setBaseMac(const std::string& mac);
+    void setSerialNumber(const std::string& text);
+    void setPartNumber(const std::string& text);
+    void setBootedPartition(int partition);
+    void setImageVersion(int image, const std::string& version);
+    void setPhy(int port, bool linkUp, int speed, int duplex);
+    std::pair<int, int> phyMode(int port) const;  // speed, duplex
+    void setOptics(std::uint16_t rawReceive, std::uint16_t rawTransmit);
+    void setI2cImage(const std::vector<std::uint8_t>& image);
+    void setStackAnswer(unsigned request, StackAnswer answer);
+    // The record of the last request with this number as the driver received it; empty when there was none.
+    std::vector<std::uint8_t> stackRequest(unsigned request) const;
+    void setPersistent(const std::string& key, const std::string& value);
+    std::optional<std::string> persistent(const std::string& key) const;
+
+    // ---- files of the device ----
+    // Device paths ("/proc/driver/i2c/first_mac", "/var/mcpd.conf", ...) live in a private directory.
+    void writeFile(const std::string& devicePath, const std::string& content);
+    std::optional<std::string> readFile(const std::string& devicePath) const;
+    void removeFile(const std::string& devicePath);
+    void denyFile(const std::string& devicePath, bool denied = true);  // opening it fails with EACCES
+    int openDescriptors() const;  // descriptors of device files and character devices that are open now
+
+    // ---- frames ----
+    // Where a frame goes that arrives at a port (sid0, eth0, veip0 from the gateway's side) or in a GEM port. The walk is
+    // the answer; but for the bridges, which learn from it, the device's state does not change.
+    Walk sendFromPort(const std::string& device, const Frame& frame, Learning learning = Learning::On);
+    Walk sendFromPon(unsigned gemPortId, const Frame& frame, Learning learning = Learning::On);
+    void forgetLearned();  // the addresses that the bridges know
+
+    // ---- trace ----
+    std::vector<TraceEntry> trace() const;  // the latest 200,000 entries
+    std::vector<std::string> traceTexts(CallKind kind) const;
+    std::vector<std::string> traceTexts() const;
+    void clearTrace();
+    // Called for every entry as it is made, on the calling thread, outside of any lock. Null stops it.
+    void onTrace(std::function<void(const TraceEntry&)> listener);
+
+    // ---- faults ----
+    // The nth next call (1 is the very next) of this function fails with the code: the result of a platform function,
+    // errno for "ioctl", "open", "fopen", "socket", "bind", "sendto", "popen", the status for "system". A name may be
+    // narrowed to a request: "ioctl:SIOCSIFMTU", "open:/dev/laser_dev", "vlanCtl_insertTagRule:sid0" (the first device
+    // that the call names). Code 0 skips the work of a call and reports success.
+    void failNext(const std::string& function, int nth, int code);
+    // Every call from now on with one of these numbers (counted from 1 over platform calls, ioctl, open, system) fails.
+    void failCall(std::uint64_t number, int code);
+    std::uint64_t callCount() const;  // calls that failCall counts, since reset
+    void clearFaults();
+
+    // ---- clock ----
+    // Waits are recorded and end at once; idle waits (select without descriptors) end in real time or with advance().
+    void sleepForReal(bool on);
+    // Every thread lives through this time in its idle waits: a thread that polls each second polls ten times at once
+    // after advance(10000), whether it waits already or comes to its wait later.
+    void advance(unsigned milliseconds);
+    std::uint64_t slept() const;  // milliseconds that waits (not idle waits) have asked for since reset
+
+    // ---- whole state ----
+    // Keys: network, vlan, pon, runner, bus, board, shell, files, clock, calls, trace.
+    nlohmann::json toJson() const;
+    // Devices, bridges, rules, flows, T-CONTs, GEM ports, runner objects, keys, addresses: what provisioning changes,
+    // one line each. Rule ids, interface indexes and MACs are left out: they differ after the same work done twice.
+    std::string stateText() const;
+
+private:
+    VirtualOnu();
+    ~VirtualOnu() = delete;
+};
+
+}  // namespace virtual_onu
+
+#endif
