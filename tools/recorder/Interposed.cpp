@@ -1,0 +1,112 @@
+// What this library puts in front of libvorn_hal: the factory, whose object it wraps, and the functions beside the
+// object that scenarios can call. Each finds the library's own by its linker name.
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "Answers.h"
+#include "BRCM/BCM968580/omci_brcm_hal.h"
+#include "RecordingHal.h"
+#include "device/Counters.h"
+#include "device/EthernetUni.h"
+#include "hal/HALFactory.h"
+#include "xpon/OnuXponHalAdapterBCM.h"
+
+namespace recorder {
+
+namespace {
+
+template <typename Function>
+Function next(const char* name) {
+    void* const found = dlsym(RTLD_NEXT, name);
+    if (found == nullptr) {
+        std::fprintf(stderr, "recorder: the program has no %s behind this library; does it link libvorn_hal?\n", name);
+        std::abort();
+    }
+    return reinterpret_cast<Function>(found);
+}
+
+// The process has one HAL object, so it has one wrapper.
+VornHal* wrapped(VornHal* hal) {
+    static RecordingHal* one = nullptr;
+    if (one == nullptr || &one->inner() != hal) one = new RecordingHal(*hal);
+    return one;
+}
+
+}  // namespace
+
+}  // namespace recorder
+
+using recorder::Json;
+using recorder::next;
+
+VornHal* HALFactory::CreateHALObject(int halType) {
+    static const auto real = next<VornHal* (*)(HALFactory*, int)>("_ZN10HALFactory15CreateHALObjectEi");
+    VornHal* const hal = real(this, halType);
+    return hal == nullptr || recorder::Recording::current() == nullptr ? hal : recorder::wrapped(hal);
+}
+
+int VornBrcmHal::createAlarmStatsThread() {
+    static const auto real = next<int (*)()>("_ZN11VornBrcmHal22createAlarmStatsThreadEv");
+    recorder::RecordedCall step("VornBrcmHal::createAlarmStatsThread", Json::object());
+    const int thread = real();
+    step.answered(nullptr);  // a thread's identifier is another one each time
+    return thread;
+}
+
+int OnuXponHalAdapterBCM::getGalEthPmHistDataME(GalEthPMHistoryData_t* data) {
+    static const auto real = next<int (*)(OnuXponHalAdapterBCM*, GalEthPMHistoryData_t*)>(
+        "_ZN20OnuXponHalAdapterBCM21getGalEthPmHistDataMEEP21GalEthPMHistoryData_t");
+    if (data == nullptr) return real(this, data);
+    recorder::RecordedCall step("getGalEthPmHistDataME", {{"gemPortId", data->gemPortId}});
+    const int result = real(this, data);
+    step.answered(result, result == 0 ? Json{{"discardedFrames", data->discardedFrames}} : Json::object());
+    return result;
+}
+
+void updateEthernetUniSpeed(unsigned short uniInstance, unsigned short speed, unsigned char duplex) {
+    static const auto real = next<decltype(&updateEthernetUniSpeed)>("updateEthernetUniSpeed");
+    recorder::RecordedCall step("updateEthernetUniSpeed",
+                                {{"uniInstance", uniInstance}, {"speed", speed}, {"duplex", duplex}});
+    real(uniInstance, speed, duplex);
+    step.answered(nullptr);
+}
+
+void setEthernetUniStatus(unsigned short uniInstance, unsigned char adminState) {
+    static const auto real = next<decltype(&setEthernetUniStatus)>("setEthernetUniStatus");
+    recorder::RecordedCall step("setEthernetUniStatus", {{"uniInstance", uniInstance}, {"adminState", adminState}});
+    real(uniInstance, adminState);
+    step.answered(nullptr);
+}
+
+int getEthernetUniOperState(unsigned short uniInstance) {
+    static const auto real = next<decltype(&getEthernetUniOperState)>("getEthernetUniOperState");
+    return recorder::recorded("getEthernetUniOperState", {{"uniInstance", uniInstance}},
+                              [&] { return real(uniInstance); });
+}
+
+int getEthernetUniConfig(unsigned short uniInstance, bool wantSpeed) {
+    static const auto real = next<decltype(&getEthernetUniConfig)>("getEthernetUniConfig");
+    return recorder::recorded("getEthernetUniConfig", {{"uniInstance", uniInstance}, {"wantSpeed", wantSpeed}},
+                              [&] { return real(uniInstance, wantSpeed); });
+}
+
+int getIntfStats(const char* interface, IntfStats* result) {
+    static const auto real = next<decltype(&getIntfStats)>("getIntfStats");
+    if (interface == nullptr || result == nullptr) return real(interface, result);
+    recorder::RecordedCall step("getIntfStats", {{"interface", vorn_onu::textJson(interface)}});
+    const int code = real(interface, result);
+    const IntfStats& s = *result;
+    step.answered(code, code != 0 ? Json::object()
+                                  : Json{{"rxOctets", s.rxOctets},
+                                         {"rxFrames", s.rxFrames},
+                                         {"rxErrors", s.rxErrors},
+                                         {"rxDiscards", s.rxDiscards},
+                                         {"txOctets", s.txOctets},
+                                         {"txFrames", s.txFrames},
+                                         {"txErrors", s.txErrors},
+                                         {"txDiscards", s.txDiscards}});
+    return code;
+}

@@ -1,0 +1,190 @@
+#include "Recording.h"
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include "Field.h"
+
+namespace recorder {
+
+namespace {
+
+constexpr const char* kVariable = "VORN_RECORDER_FILE";
+constexpr const char* kDidNotReturn = "did not return";
+constexpr std::string_view kEnd = "\n]}\n";
+
+thread_local int callsUnderWay = 0;
+
+// The daemon sees the errno of the HAL, not the recorder's.
+class KeepErrno {
+public:
+    KeepErrno() = default;
+    ~KeepErrno() { errno = kept_; }
+    KeepErrno(const KeepErrno&) = delete;
+    KeepErrno& operator=(const KeepErrno&) = delete;
+
+private:
+    int kept_ = errno;
+};
+
+std::string textOf(const Json& json) {
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string heading() {
+    const Json version = vorn_onu::kFormatVersion;
+    const Json title = std::string("What ") + program_invocation_short_name + " asked of the HAL";
+    return "{\"version\": " + textOf(version) + ",\n \"title\": " + textOf(title) + ",\n \"steps\": [\n";
+}
+
+class File {
+public:
+    File(const std::string& path, int flags) : descriptor_(open(path.c_str(), flags | O_CLOEXEC, 0644)) {}
+    ~File() {
+        if (descriptor_ >= 0) close(descriptor_);
+    }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+    bool good() const { return descriptor_ >= 0; }
+    off_t size() const {
+        struct stat found {};
+        return fstat(descriptor_, &found) == 0 ? found.st_size : -1;
+    }
+    bool write(const std::string& text, off_t at) const {
+        for (std::size_t done = 0; done < text.size();) {
+            const ssize_t count =
+                pwrite(descriptor_, text.data() + done, text.size() - done, at + static_cast<off_t>(done));
+            if (count < 0 && errno == EINTR) continue;
+            if (count <= 0) return false;
+            done += static_cast<std::size_t>(count);
+        }
+        return true;
+    }
+    bool cut(off_t size) const { return ftruncate(descriptor_, size) == 0; }
+
+private:
+    int descriptor_;
+};
+
+std::mutex* mutexOfTheRecording = nullptr;
+
+}  // namespace
+
+Recording* Recording::current() {
+    static Recording* const one = [] {
+        const char* path = std::getenv(kVariable);  // NOLINT(concurrency-mt-unsafe): nothing sets the environment
+        if (path == nullptr || *path == '\0') return static_cast<Recording*>(nullptr);
+        return new Recording(path);  // never destroyed: calls may come while the process ends
+    }();
+    return one;
+}
+
+Recording::Recording(std::string path) : path_(std::move(path)) {
+    // No thread of the parent holds the lock in a child that goes on alone.
+    mutexOfTheRecording = &mutex_;
+    pthread_atfork([] { mutexOfTheRecording->lock(); }, [] { mutexOfTheRecording->unlock(); },
+                   [] { mutexOfTheRecording->unlock(); });
+}
+
+bool Recording::create(const std::string& path) {
+    const File file(path, O_WRONLY | O_CREAT | O_EXCL);
+    if (!file.good()) return false;
+    const std::string start = heading();
+    path_ = path;
+    settled_ = static_cast<off_t>(start.size());
+    size_ = settled_ + static_cast<off_t>(kEnd.size());
+    anySettled_ = false;
+    return file.write(start + std::string(kEnd), 0);
+}
+
+bool Recording::startFile() {
+    if (create(path_)) return true;
+    if (errno != EEXIST) return false;
+    const std::string beside = path_ + "." + std::to_string(getpid());
+    std::fprintf(stderr, "recorder: %s is there already, recording to %s\n", path_.c_str(), beside.c_str());
+    return create(beside);
+}
+
+void Recording::giveUp(const std::string& why) {
+    std::fprintf(stderr, "recorder: %s: %s: nothing more is recorded\n", path_.c_str(), why.c_str());
+    givenUp_ = true;
+}
+
+// After a fork, parent and child could both go on: the one that finds the other's calls makes a file of its own.
+bool Recording::othersWrite() const {
+    const File file(path_, O_RDONLY);
+    return file.good() && file.size() != size_;
+}
+
+// The file is opened anew each time: a daemon closes descriptors that it does not know, and may use their numbers.
+void Recording::write() {
+    const bool started = size_ != 0 && !othersWrite();
+    if (!started && !startFile()) return giveUp(std::strerror(errno));
+    const File file(path_, O_WRONLY);
+    if (!file.good()) return giveUp(std::strerror(errno));
+    std::string text;
+    for (const Call& call : calls_) text += (anySettled_ || !text.empty() ? ",\n" : "") + call.text;
+    text += kEnd;
+    const off_t next = settled_ + static_cast<off_t>(text.size());
+    // Blanks over the rest of a longer end, so that the file is whole before it is cut, too.
+    if (next < size_) text.append(static_cast<std::size_t>(size_ - next), ' ');
+    if (!file.write(text, settled_) || !file.cut(next)) return giveUp(std::strerror(errno));
+    size_ = next;
+    while (!calls_.empty() && calls_.front().over) {
+        settled_ += static_cast<off_t>((anySettled_ ? 2 : 0) + calls_.front().text.size());
+        anySettled_ = true;
+        calls_.pop_front();
+    }
+}
+
+std::uint64_t Recording::begin(const Json& step) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    calls_.push_back({++lastNumber_, textOf(step), false});
+    if (!givenUp_) write();
+    return lastNumber_;
+}
+
+void Recording::end(std::uint64_t number, const Json& step) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (Call& call : calls_) {
+        if (call.number != number) continue;
+        call.text = textOf(step);
+        call.over = true;
+    }
+    if (!givenUp_) write();
+    if (givenUp_) calls_.clear();
+}
+
+RecordedCall::RecordedCall(const char* operation, const Json& fields) {
+    const KeepErrno keep;
+    if (++callsUnderWay > 1 || Recording::current() == nullptr) return;
+    step_ = {{"call", operation}};
+    step_.update(fields);
+    if (step_.contains("note")) note_ = step_["note"].get<std::string>();
+    step_["note"] = (note_.empty() ? "" : note_ + "; ") + kDidNotReturn;
+    recording_ = Recording::current();
+    call_ = recording_->begin(step_);
+}
+
+RecordedCall::~RecordedCall() {
+    const KeepErrno keep;
+    --callsUnderWay;
+    if (recording_ != nullptr) recording_->end(call_, step_);
+}
+
+void RecordedCall::answered(const Json& result, const Json& output) {
+    step_.erase("note");
+    if (!result.is_null()) step_["result"] = result;
+    if (!output.empty()) step_["output"] = output;
+    if (!note_.empty()) step_["note"] = note_;
+}
+
+}  // namespace recorder

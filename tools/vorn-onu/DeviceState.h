@@ -1,0 +1,56 @@
+// A device's state as the virtual ONU dumps it, read back: from the running process, or from a file that another
+// process has left.
+#ifndef VORN_ONU_DEVICE_STATE_H
+#define VORN_ONU_DEVICE_STATE_H
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "VirtualOnu.h"
+
+namespace vorn_onu {
+
+struct RuleState {
+    std::vector<std::string> terms;  // filters and commands, as RuleTerm::text() writes them
+};
+
+struct TableState {
+    std::string device;
+    bool receive = true;
+    unsigned tags = 0;
+    std::vector<RuleState> rules;
+    std::optional<std::string> defaultAction;  // "drop", or the device that frames without a rule go to
+};
+
+struct FailedCall {
+    std::string text;  // name(arguments) = result
+};
+
+struct DeviceState {
+    std::vector<virtual_onu::NetworkDevice> devices;
+    std::vector<virtual_onu::Bridge> bridges;
+    std::vector<TableState> tables;
+    std::vector<std::pair<std::string, std::string>> flows;
+    std::vector<virtual_onu::Tcont> tconts;
+    std::vector<virtual_onu::GemPort> gemPorts;
+    std::optional<unsigned> adminState;
+    std::vector<std::string> runnerObjects, ingressKeys, ipRules, ipRoutes;
+    std::vector<std::string> messages;         // to the gateway, as messageText() writes them
+    std::vector<std::string> strangeCommands;  // shell commands that were not understood
+    std::vector<FailedCall> failedCalls;       // calls into the device kit that answered a failure
+    std::size_t calls = 0;
+
+    std::size_t ruleCount() const;
+    const virtual_onu::NetworkDevice* device(const std::string& name) const;
+};
+
+// Throws nlohmann::json::exception when the text is no state of a device.
+DeviceState readState(const nlohmann::json& state);
+
+}  // namespace vorn_onu
+
+#endif

@@ -1,0 +1,135 @@
+#include "Services.h"
+
+#include <algorithm>
+
+namespace vorn_onu {
+
+namespace {
+
+using virtual_onu::NetworkDevice;
+
+// The value of a term that begins with the prefix, or "".
+std::string valueOf(const std::string& term, const std::string& prefix) {
+    return term.compare(0, prefix.size(), prefix) == 0 ? term.substr(prefix.size()) : "";
+}
+
+// The VLAN device that a rule hands frames to or takes them from.
+std::string vlanDeviceOf(const MergedRule& rule) {
+    for (const std::string& term : rule.terms)
+        for (const char* prefix : {"rxdev=", "txdev="})
+            if (const std::string device = valueOf(term, prefix); !device.empty()) return device;
+    return "";
+}
+
+bool isOnPon(const DeviceState& state, const std::string& name) {
+    std::string device = name;
+    for (int depth = 0; depth < 8; ++depth) {
+        if (device == "gpondef") return true;
+        const NetworkDevice* found = state.device(device);
+        if (found == nullptr || found->realDevice.empty()) return false;
+        device = found->realDevice;
+    }
+    return false;
+}
+
+void addMember(Service& service, const DeviceState& state, const std::string& name) {
+    const NetworkDevice* device = state.device(name);
+    const bool onPort = device == nullptr || device->realDevice.empty();
+    const ServiceEnd end{onPort ? name : device->realDevice, onPort ? "" : name};
+    (isOnPon(state, name) ? service.anis : service.unis).push_back(end);
+}
+
+// Whether the rule takes part in the service: it names one of its VLAN devices or one of the devices under them.
+bool concerns(const MergedRule& rule, const Service& service) {
+    const std::string device = vlanDeviceOf(rule);
+    const auto names = [&](const ServiceEnd& end, bool ani) {
+        if (!end.device.empty() && end.device == device) return true;
+        return ani && end.port == device;  // "gpon3" on gpondef
+    };
+    return std::any_of(service.unis.begin(), service.unis.end(), [&](const auto& end) { return names(end, false); }) ||
+           std::any_of(service.anis.begin(), service.anis.end(), [&](const auto& end) { return names(end, true); });
+}
+
+std::vector<MergedRule> allRules(const DeviceState& state) {
+    std::vector<MergedRule> all;
+    std::vector<std::pair<std::string, bool>> seen;
+    for (const TableState& first : state.tables) {
+        const auto key = std::make_pair(first.device, first.receive);
+        if (std::find(seen.begin(), seen.end(), key) != seen.end()) continue;
+        seen.push_back(key);
+        std::vector<const TableState*> tables;
+        for (const TableState& table : state.tables)
+            if (table.device == first.device && table.receive == first.receive) tables.push_back(&table);
+        const auto merged = mergedRules(tables);
+        all.insert(all.end(), merged.begin(), merged.end());
+    }
+    return all;
+}
+
+void claimRules(Service& service, const std::vector<MergedRule>& rules) {
+    for (const MergedRule& rule : rules) {
+        if (!concerns(rule, service)) continue;
+        service.rules.push_back(rule);
+        for (const std::string& term : rule.terms)
+            for (const char* prefix : {"gem=", "mark-gem:="})
+                if (const std::string index = valueOf(term, prefix); !index.empty())
+                    service.gemIndexes.insert(static_cast<unsigned>(std::stoul(index)));
+    }
+}
+
+}  // namespace
+
+std::vector<MergedRule> mergedRules(const std::vector<const TableState*>& tables) {
+    std::vector<MergedRule> merged;
+    for (const TableState* table : tables) {
+        for (const RuleState& rule : table->rules) {
+            const auto same = std::find_if(merged.begin(), merged.end(), [&](const MergedRule& one) {
+                return one.terms == rule.terms && one.tags.count(table->tags) == 0;
+            });
+            if (same == merged.end())
+                merged.push_back({table->device, table->receive, {table->tags}, rule.terms});
+            else
+                same->tags.insert(table->tags);
+        }
+    }
+    return merged;
+}
+
+std::vector<Service> servicesOf(const DeviceState& state) {
+    const std::vector<MergedRule> rules = allRules(state);
+    std::vector<Service> services;
+    for (const auto& bridge : state.bridges) {
+        Service service;
+        service.name = bridge.name;
+        for (const std::string& member : bridge.members()) addMember(service, state, member);
+        for (const NetworkDevice& device : state.devices)  // the IP host sits on the bridge itself
+            if (device.realDevice == bridge.name) service.unis.push_back({bridge.name, device.name});
+        const bool onlyPorts =
+            std::all_of(service.unis.begin(), service.unis.end(), [](const auto& end) { return end.device.empty(); });
+        if (service.anis.empty() && onlyPorts && !service.unis.empty()) continue;
+        claimRules(service, rules);
+        services.push_back(std::move(service));
+    }
+    for (const NetworkDevice& device : state.devices) {
+        if (!device.routed || device.realDevice.empty()) continue;
+        Service service;
+        service.name = device.name;
+        service.isBridge = false;
+        service.unis.push_back({"gateway", device.name});
+        const NetworkDevice* under = state.device(device.realDevice);
+        service.anis.push_back({under != nullptr ? under->realDevice : "", device.realDevice});
+        claimRules(service, rules);
+        services.push_back(std::move(service));
+    }
+    return services;
+}
+
+std::vector<MergedRule> otherRules(const DeviceState& state, const std::vector<Service>& services) {
+    std::vector<MergedRule> others;
+    for (const MergedRule& rule : allRules(state))
+        if (std::none_of(services.begin(), services.end(), [&](const Service& one) { return concerns(rule, one); }))
+            others.push_back(rule);
+    return others;
+}
+
+}  // namespace vorn_onu

@@ -1,0 +1,32 @@
+// A frame's way through the device, in words.
+#ifndef VORN_ONU_WALK_WORDS_H
+#define VORN_ONU_WALK_WORDS_H
+
+#include <string>
+#include <vector>
+
+#include "VirtualOnu.h"
+
+namespace vorn_onu {
+
+// One look-up, for a table's columns.
+struct HopWords {
+    std::string where;  // "sid0 receives", "bridge br3"
+    std::string what;   // "untagged frames: push VID 100, p-bits 0", "floods"
+    std::string to;     // "sid0.3"; "" where the frame ends
+    std::string frame;  // as it leaves this hop, where that is new: "VID 100 p0, IPv4"
+    bool dropped = false;
+    unsigned branch = 0;  // how many times the frame has been copied on the way here
+};
+std::vector<HopWords> hopWords(const virtual_onu::Walk& walk);
+// The same as plain lines.
+std::vector<std::string> hopLines(const virtual_onu::Walk& walk);
+
+std::string exitWords(const virtual_onu::Exit& exit);  // "GEM port 1001, T-CONT 0, queue 2: VID 100 p0, IPv4"
+std::string dropWords(const virtual_onu::Drop& drop);  // "dropped at gpon3: no rule matches, the default drops"
+// All of it in one line: where it leaves, or the reasons why it does not.
+std::string verdictOf(const virtual_onu::Walk& walk);
+
+}  // namespace vorn_onu
+
+#endif
