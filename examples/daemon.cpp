@@ -1,0 +1,95 @@
+// A small OMCI-like daemon: provisions one internet service the way a daemon does when the OLT creates the managed
+// entities of it, and says what it did. It knows the HAL and nothing of what the HAL runs on: on the device this is all
+// there is to it, on a workstation start it with
+//
+//   vorn-onu exec -- example-daemon
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "hal/HALFactory.h"
+#include "hal/ProvisioningRecords.h"
+#include "hal/VornHal.h"
+
+namespace {
+
+constexpr std::uint16_t kBridge = 3;
+constexpr std::uint16_t kUniPort = 1;  // the HAL exchanges 1 and 2 on the way to the board: device sid1
+constexpr std::uint16_t kServiceVid = 100;
+constexpr std::uint16_t kAllocId = 256;
+constexpr std::uint16_t kTcont = 1;
+constexpr std::uint16_t kGemPort = 1001;
+constexpr std::uint8_t kNoTag = 15;         // p-bits of a tag that is not filtered on, or not added
+constexpr std::uint16_t kAnyVid = 4096;     // a VID that is not filtered on
+constexpr std::uint16_t kTpid8021q = 4;     // TPID 0x8100 in tag treatments
+constexpr std::uint8_t kForwardTagged = 4;  // forward operation: tagged frames whose VID is in the list
+constexpr std::uint8_t kOneFilterModel = 2;
+
+void say(const std::string& text) {
+    std::printf("\ndaemon: %s\n", text.c_str());
+    std::fflush(stdout);
+}
+
+bool provisionPon(VornHal& hal) {
+    TContProvisioning tcont{kAllocId, kTcont, 0};
+    XGEMConfig gemPort{};
+    gemPort.tContAllocId = kAllocId;
+    gemPort.xgemPortId = kGemPort;
+    return hal.vorn_omci_hal_tcont_set(nullptr, &tcont) == 0 && hal.vorn_omci_hal_gemflow_add(&gemPort) == 0;
+}
+
+BridgeServiceProvisioning internetService() {
+    BridgeServiceProvisioning service{};
+    service.gemPortId = kGemPort;
+    service.bridgeId = kBridge;
+    std::snprintf(service.vlanTciFilterList, sizeof service.vlanTciFilterList, "%04x",
+                  static_cast<unsigned>(kServiceVid));
+    service.numberOfEntries = 1;
+    service.forwardOperation = kForwardTagged;
+    service.trafficModel = kOneFilterModel;
+    service.pbitMap[0] = {kGemPort, 0};
+    return service;
+}
+
+// Untagged frames of the subscriber get the service's tag; it comes off again on the way down.
+UniDataProvisioning untaggedToService() {
+    UniDataProvisioning row{};
+    row.addFlag = 1;
+    row.hasTagRules = 1;
+    row.bridgeId = kBridge;
+    row.uniPort = kUniPort;
+    row.inputTpid = row.outputTpid = 0x8100;
+    row.tagAction = 1;  // push one tag
+    row.outerFilterPrio = row.innerFilterPrio = kNoTag;
+    row.outerFilterVlanId = row.innerFilterVlanId = kAnyVid;
+    row.outerTreatmentPrio = kNoTag;
+    row.innerTreatmentPrio = 0;
+    row.innerTreatmentVlanId = kServiceVid;
+    row.innerTreatmentTpidDe = kTpid8021q;
+    return row;
+}
+
+bool provisionService(VornHal& hal) {
+    const BridgeServiceProvisioning service = internetService();
+    UniDataProvisioning row = untaggedToService();
+    return hal.vorn_omci_hal_configureBridge(kBridge, 0) == 0 &&
+           hal.vorn_omci_hal_configureAniTagRules(&service) == 0 && hal.vorn_omci_hal_filter_flow_add(&row) == 0;
+}
+
+}  // namespace
+
+int main() {
+    VornHal* hal = HALFactory::getInstance()->CreateHALObject(0);
+    if (hal == nullptr) return 1;
+    hal->vorn_omci_hal_nvram_info_get();
+    unsigned char serial[64] = {};
+    hal->vorn_omci_hal_sn_get(serial, sizeof serial);
+    say(std::string("serial number ") + reinterpret_cast<const char*>(serial));
+    if (!provisionPon(*hal) || !provisionService(*hal)) {
+        say("the service could not be provisioned");
+        return 1;
+    }
+    say("the service is up");
+    return 0;
+}

@@ -1,0 +1,369 @@
+// What the other tests rely on: the virtual ONU refuses what a device refuses, counts, records, fails on demand,
+// forgets.
+#include <gtest/gtest.h>
+#include <sys/select.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <thread>
+
+#include <nlohmann/json.hpp>
+
+#include "VirtualOnu.h"
+#include "platform/cms.h"
+#include "platform/devctl.h"
+#include "platform/gponctl.h"
+#include "platform/logger.h"
+#include "platform/tmctl.h"
+#include "platform/vlanctl.h"
+
+using namespace virtual_onu;
+
+namespace {
+
+constexpr unsigned kUntouched = 4711;
+
+class VirtualOnuTest : public ::testing::Test {
+protected:
+    void SetUp() override { onu().reset(); }
+    static VirtualOnu& onu() { return VirtualOnu::instance(); }
+
+    // sid0.3 on sid0 and the library open, as before any rule.
+    static void openVlan() {
+        ASSERT_EQ(vlanCtl_init(), 0);
+        ASSERT_EQ(vlanCtl_setIfSuffix("."), 0);
+        ASSERT_EQ(vlanCtl_createVlanInterface("sid0", 3, 0, 1), 0);
+    }
+    static unsigned insert(const char* device, unsigned direction, unsigned tags, unsigned position) {
+        unsigned id = kUntouched;
+        EXPECT_EQ(vlanCtl_insertTagRule(device, direction, tags, position, VLANCTL_DONT_CARE, &id), 0);
+        return id;
+    }
+    static int configureGem(std::uint16_t portId, std::uint16_t& index) {
+        GponCtlGemPortConfig record{GPONCTL_GEM_INDEX_UNKNOWN, portId, 1024, 0, 1, 3, 0};
+        const int result = gponCtl_configGemPort(&record);
+        index = record.gemIndex;
+        return result;
+    }
+};
+
+bool readable(int descriptor, int timeoutMs) {
+    fd_set set;
+    FD_ZERO(&set);
+    FD_SET(descriptor, &set);
+    timeval timeout{timeoutMs / 1000, (timeoutMs % 1000) * 1000};
+    return select(descriptor + 1, &set, nullptr, nullptr, &timeout) == 1;
+}
+
+struct ServiceMessage {
+    CmsMsgHeader header{0x10002254, 60, 21, CMS_MSG_FLAG_REQUEST, {}, 4};
+    std::uint8_t payload[4] = {1, 2, 3, 4};
+};
+
+// Sends a service message and tells whether the same came back.
+bool gatewayAnswers(int timeoutMs) {
+    void* bus = nullptr;
+    CmsMsgHeader* answer = nullptr;
+    const ServiceMessage message;
+    if (cmsMsg_init(60, &bus) != 0 || cmsMsg_send(bus, &message.header) != 0) return false;
+    if (cmsMsg_receiveWithTimeout(bus, &answer, static_cast<unsigned>(timeoutMs)) != 0) return false;
+    const bool same = answer->type == message.header.type && answer->source == 21 && answer->destination == 60 &&
+                      std::equal(message.payload, message.payload + 4, reinterpret_cast<std::uint8_t*>(answer + 1));
+    cmsMem_free(answer);
+    return same;
+}
+
+TEST_F(VirtualOnuTest, VlanControlRefusesWhatIsNotThere) {
+    unsigned id = kUntouched;
+    EXPECT_NE(vlanCtl_initTagRule(), 0) << "outside of init and cleanup";
+    openVlan();
+    const auto before = onu().stateText();
+    const struct {
+        const char* what;
+        int result;
+    } cases[] = {
+        {"real device", vlanCtl_createVlanInterface("sid9", 3, 0, 1)},
+        {"second of a name", vlanCtl_createVlanInterfaceByName("sid1", "sid0.3", 0, 1)},
+        {"deletion", vlanCtl_deleteVlanInterface("sid0.9")},
+        {"table's device", vlanCtl_insertTagRule("sid9", 0, 0, VLANCTL_POSITION_APPEND, VLANCTL_DONT_CARE, &id)},
+        {"direction", vlanCtl_insertTagRule("sid0", 2, 0, VLANCTL_POSITION_APPEND, VLANCTL_DONT_CARE, &id)},
+        {"number of tags", vlanCtl_insertTagRule("sid0", 0, 5, VLANCTL_POSITION_APPEND, VLANCTL_DONT_CARE, &id)},
+        {"position", vlanCtl_insertTagRule("sid0", 0, 0, 1, VLANCTL_DONT_CARE, &id)},
+        {"rule", vlanCtl_removeTagRule("sid0", 0, 0, 1)},
+        {"count", vlanCtl_getNbrOfRulesInTable("sid9", 0, 0, &id)},
+        {"default's device", vlanCtl_setDefaultAction("sid0", 0, 0, 1, "sid0.9")},
+        {"passing default without device", vlanCtl_setDefaultAction("sid0", 0, 0, 0, "")},
+        {"flow's end", vlanCtl_createVlanFlows("sid0.3", "gpon3.3")},
+        {"mode's device", vlanCtl_setRealDevMode("sid9", 0)},
+        {"fifth tag", vlanCtl_filterOnTagVid(100, 4)},
+    };
+    for (const auto& c : cases) EXPECT_NE(c.result, 0) << c.what;
+    vlanCtl_setReceiveVlanDevice("sid0.9");
+    EXPECT_NE(vlanCtl_insertTagRule("sid0", 0, 0, VLANCTL_POSITION_APPEND, VLANCTL_DONT_CARE, &id), 0);
+    EXPECT_EQ(id, kUntouched);
+    EXPECT_EQ(onu().stateText(), before);
+    vlanCtl_cleanup();
+    EXPECT_NE(vlanCtl_setRealDevMode("sid0", 0), 0) << "after cleanup";
+}
+
+TEST_F(VirtualOnuTest, OneComposedRuleGoesIntoSeveralTablesUnderIdsOfItsOwn) {
+    openVlan();
+    vlanCtl_initTagRule();
+    vlanCtl_setReceiveVlanDevice("sid0.3");
+    EXPECT_EQ(insert("sid0", kReceive, 0, VLANCTL_POSITION_APPEND), 1u);
+    EXPECT_EQ(insert("sid0", kReceive, 1, VLANCTL_POSITION_APPEND), 2u);
+    vlanCtl_filterOnTagVid(100, 0);
+    EXPECT_EQ(insert("sid0", kReceive, 1, VLANCTL_POSITION_FRONT), 3u);
+    EXPECT_EQ(onu().ruleTexts("sid0", kReceive, 0), (std::vector<std::string>{"rxdev=sid0.3"}));
+    EXPECT_EQ(onu().ruleTexts("sid0", kReceive, 1),
+              (std::vector<std::string>{"rxdev=sid0.3 vid0=100", "rxdev=sid0.3"}));
+    EXPECT_EQ(vlanCtl_removeTagRule("sid0", kReceive, 1, 2), 0);
+    EXPECT_NE(vlanCtl_removeTagRule("sid0", kReceive, 1, 2), 0);
+    vlanCtl_initTagRule();
+    EXPECT_EQ(insert("sid0", kReceive, 1, VLANCTL_POSITION_APPEND), 4u) << "ids are not used twice";
+    EXPECT_EQ(onu().ruleTexts("sid0", kReceive, 1).back(), "any");
+}
+
+TEST_F(VirtualOnuTest, ADeletedDeviceTakesItsOwnTablesAndFlowsOnly) {
+    openVlan();
+    vlanCtl_createVlanInterfaceByName("gpondef", "gpon3", 0, 1);
+    vlanCtl_createVlanInterface("gpon3", 3, 0, 1);
+    vlanCtl_createVlanFlows("gpon3.3", "sid0.3");
+    vlanCtl_createVlanFlows("gpon3.3", "sid0.3");
+    EXPECT_EQ(onu().flows().size(), 1u);
+    vlanCtl_setDefaultAction("gpon3", kTransmit, 2, 1, "gpon3.3");
+    vlanCtl_initTagRule();
+    vlanCtl_filterOnTxVlanDevice("gpon3.3");
+    insert("gpon3", kTransmit, 1, VLANCTL_POSITION_APPEND);
+    EXPECT_EQ(vlanCtl_deleteVlanInterface("gpon3.3"), 0);
+    EXPECT_TRUE(onu().flows().empty());
+    EXPECT_EQ(onu().ruleTables().size(), 2u);
+    EXPECT_EQ(vlanCtl_deleteVlanInterface("gpon3"), 0);
+    EXPECT_TRUE(onu().ruleTables().empty());
+}
+
+TEST_F(VirtualOnuTest, RulesReadInWords) {
+    openVlan();
+    vlanCtl_initTagRule();
+    vlanCtl_cmdPushVlanTag();
+    vlanCtl_filterOnTxVlanDevice("sid0.3");
+    vlanCtl_filterOnTagPbits(5, 0);
+    vlanCtl_filterOnTagCfi(1, 1);
+    vlanCtl_filterOnTagEtherType(0x8100, 0);
+    vlanCtl_filterOnEthertype(0x800);
+    vlanCtl_filterOnIpProto(2);
+    vlanCtl_filterOnSkbMarkPort(7);
+    vlanCtl_cmdPopVlanTag();
+    vlanCtl_cmdSetTagPbits(6, 1);
+    vlanCtl_cmdSetTagCfi(0, 0);
+    vlanCtl_cmdSetTagVid(200, 0);
+    vlanCtl_cmdSetTagEtherType(0x88a8, 0);
+    vlanCtl_cmdSetEtherType(0x88a8);
+    vlanCtl_cmdCopyTagPbits(1, 0);
+    vlanCtl_cmdCopyTagCfi(1, 0);
+    vlanCtl_cmdCopyTagVid(1, 0);
+    vlanCtl_cmdCopyTagEtherType(0, 1);
+    vlanCtl_cmdDscpToPbits(0);
+    vlanCtl_cmdSetSkbMarkPort(7);
+    vlanCtl_cmdSetSkbMarkQueue(3);
+    vlanCtl_cmdDropFrame();
+    insert("sid0", kTransmit, 2, VLANCTL_POSITION_APPEND);
+    EXPECT_EQ(onu().ruleTexts("sid0", kTransmit, 2).front(),
+              "txdev=sid0.3 pbits0=5 cfi1=1 tagtype0=0x8100 type=0x0800 ipproto=2 gem=7 | push pop pbits1:=6 cfi0:=0 "
+              "vid0:=200 tagtype0:=0x88a8 type:=0x88a8 pbits0:=pbits1 cfi0:=cfi1 vid0:=vid1 tagtype1:=tagtype0 "
+              "pbits0:=dscp mark-gem:=7 mark-queue:=3 drop");
+}
+
+TEST_F(VirtualOnuTest, GemIndexesAreGivenOutFromOneAndIndexZeroLast) {
+    std::uint16_t index = 0;
+    for (std::uint16_t n = 1; n <= 256; ++n) {
+        ASSERT_EQ(configureGem(static_cast<std::uint16_t>(1000 + n), index), 0);
+        ASSERT_EQ(index, n % 256);
+    }
+    EXPECT_NE(configureGem(2000, index), 0) << "all taken";
+    EXPECT_EQ(configureGem(1005, index), GPONCTL_ERROR_GEM_PORT_EXISTS);
+    EXPECT_EQ(index, GPONCTL_GEM_INDEX_UNKNOWN) << "the driver leaves the record as it came in";
+
+    const GponCtlGemPortDeconfig wrongIndex{6, 1005};
+    const GponCtlGemPortDeconfig fifth{5, 1005};
+    EXPECT_NE(gponCtl_deconfigGemPort(&wrongIndex), 0);
+    EXPECT_EQ(gponCtl_deconfigGemPort(&fifth), 0);
+    GponCtlGemPort query{GPONCTL_GEM_INDEX_UNKNOWN, 1005, {}};
+    EXPECT_NE(gponCtl_getGemPort(&query), 0);
+    EXPECT_EQ(query.gemIndex, GPONCTL_GEM_INDEX_UNKNOWN);
+    EXPECT_EQ(configureGem(2000, index), 0);
+    EXPECT_EQ(index, 5);
+}
+
+TEST_F(VirtualOnuTest, QueuesNeedAPreparedTcont) {
+    const TmctlIf tcont{4};
+    const TmctlIf beyond{32};
+    TmctlQueueCfg queue{7, 7, 256, 1, TMCTL_SCHED_STRICT_PRIORITY, 0, 0, 0};
+    EXPECT_NE(tmctl_setQueueCfg(TMCTL_DEV_GPON, &tcont, &queue), 0);
+    EXPECT_NE(tmctl_portTmInit(TMCTL_DEV_GPON, &beyond, 0, -1), 0);
+    EXPECT_EQ(tmctl_portTmInit(TMCTL_DEV_GPON, &tcont, 0, -1), 0);
+    EXPECT_EQ(tmctl_setQueueCfg(TMCTL_DEV_GPON, &tcont, &queue), 0);
+    EXPECT_NE(tmctl_getQueueCfg(TMCTL_DEV_GPON, &tcont, 6, &queue), 0);
+    queue.queueId = 8;
+    EXPECT_NE(tmctl_setQueueCfg(TMCTL_DEV_GPON, &tcont, &queue), 0);
+    EXPECT_EQ(onu().tcont(4)->queues.size(), 1u);
+    EXPECT_EQ(tmctl_portTmUninit(TMCTL_DEV_GPON, &tcont), 0);
+    EXPECT_NE(tmctl_delQueueCfg(TMCTL_DEV_GPON, &tcont, 7), 0);
+    EXPECT_TRUE(onu().tconts().empty());
+}
+
+TEST_F(VirtualOnuTest, AScheduledFaultHitsExactlyItsCall) {
+    openVlan();
+    onu().failNext("vlanCtl_setRealDevMode", 2, 9);
+    onu().failNext("vlanCtl_setRealDevMode:sid1", 1, 8);
+    EXPECT_EQ(vlanCtl_setRealDevMode("sid0", 0), 0);
+    EXPECT_EQ(vlanCtl_setRealDevMode("sid0", 0), 9);
+    EXPECT_EQ(vlanCtl_setRealDevMode("sid0", 0), 0);
+    EXPECT_EQ(vlanCtl_setRealDevMode("sid1", 0), 8);
+
+    onu().failCall(onu().callCount() + 2, 7);
+    EXPECT_EQ(vlanCtl_initTagRule(), 0);
+    unsigned id = kUntouched;
+    EXPECT_EQ(vlanCtl_insertTagRule("sid0", 0, 0, VLANCTL_POSITION_APPEND, VLANCTL_DONT_CARE, &id), 7);
+    EXPECT_EQ(id, kUntouched);
+    EXPECT_EQ(onu().ruleCount(), 0u);
+    EXPECT_EQ(onu().traceTexts().back(), "vlanCtl_insertTagRule(\"sid0\", 0, 0, 2, 4294967295, &-) = 7");
+    insert("sid0", kReceive, 0, VLANCTL_POSITION_APPEND);
+    EXPECT_EQ(onu().traceTexts().back(), "vlanCtl_insertTagRule(\"sid0\", 0, 0, 2, 4294967295, &1) = 0");
+
+    onu().failNext("vlanCtl_initTagRule", 1, 5);
+    onu().clearFaults();
+    EXPECT_EQ(vlanCtl_initTagRule(), 0);
+}
+
+TEST_F(VirtualOnuTest, TheTraceListenerIsCalledOutsideOfTheLock) {
+    std::vector<std::string> seen;
+    onu().onTrace([&](const TraceEntry& entry) {
+        std::thread([&] { onu().trace(); }).join();  // would wait for ever under the lock
+        seen.push_back(entry.text());
+    });
+    Logger::getInstance(150)->writeToLog(0, "ifUp", "file", 1, 3, "%s is\n\"%d\"", "sid0", 1);
+    onu().onTrace(nullptr);
+    Logger::getInstance(150)->writeToLog(0, "ifUp", "file", 1, 3, "unheard");
+    EXPECT_EQ(seen, (std::vector<std::string>{"log(3, \"ifUp\", \"sid0 is\\n\\\"1\\\"\") = 0"}));
+    EXPECT_EQ(onu().traceTexts(CallKind::Log).size(), 2u);
+}
+
+TEST_F(VirtualOnuTest, TheGatewayAnswersServiceMessagesUnlessSilent) {
+    void* bus = nullptr;
+    int descriptor = -1;
+    ASSERT_EQ(cmsMsg_init(60, &bus), 0);
+    ASSERT_EQ(cmsMsg_getEventHandle(bus, &descriptor), 0);
+    EXPECT_FALSE(readable(descriptor, 0));
+    EXPECT_TRUE(gatewayAnswers(5000));
+    EXPECT_FALSE(readable(descriptor, 0)) << "the only message has been taken";
+
+    ServiceMessage event;
+    event.header.flags = CMS_MSG_FLAG_EVENT;
+    EXPECT_EQ(cmsMsg_send(bus, &event.header), 0);
+    EXPECT_FALSE(readable(descriptor, 50)) << "an event is no request";
+    onu().setGateway(GatewayMode::Silent);
+    EXPECT_FALSE(gatewayAnswers(50));
+    EXPECT_EQ(onu().sentMessages().size(), 3u);
+    EXPECT_EQ(onu().sentMessages().back().raw.size(), 36u);
+
+    onu().gatewaySends(0x10002251, {9}, 60);
+    CmsMsgHeader* message = nullptr;
+    EXPECT_TRUE(readable(descriptor, 1000));
+    ASSERT_EQ(cmsMsg_receiveWithTimeout(bus, &message, 0), 0);
+    EXPECT_EQ(message->dataLength, 60u) << "a claim beyond the block";
+    EXPECT_EQ(*reinterpret_cast<std::uint8_t*>(message + 1), 9);
+    cmsMem_free(message);
+}
+
+TEST_F(VirtualOnuTest, AForkedProcessHasAWorkingBoard) {
+#if defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "ThreadSanitizer does not follow threads that start after a fork";
+#endif
+    ASSERT_TRUE(gatewayAnswers(5000));  // the gateway's thread runs here, not in the child
+    const pid_t child = fork();
+    if (child == 0) _exit(gatewayAnswers(5000) && vlanCtl_init() == 0 ? 0 : 1);
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(VirtualOnuTest, IdleWaitsEndWithTheAdvancedTime) {
+    std::thread poller([] {
+        for (int round = 0; round < 3; ++round) {
+            timeval hour{3600, 0};
+            select(0, nullptr, nullptr, nullptr, &hour);
+        }
+    });
+    onu().advance(3 * 3600 * 1000);
+    poller.join();
+    EXPECT_EQ(onu().slept(), 0u);
+    sleep(2);
+    EXPECT_EQ(onu().slept(), 2000u);
+    EXPECT_EQ(onu().traceTexts(CallKind::Wait).back(), "sleep(2) = 0");
+}
+
+TEST_F(VirtualOnuTest, CallsFromManyThreadsAreAllCountedAndKept) {
+    constexpr int kThreads = 4;
+    constexpr int kCalls = 200;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([t] {
+            for (int i = 0; i < kCalls; ++i) {
+                const GponCtlTcontAllocId record{static_cast<std::uint8_t>(t), 0, static_cast<std::uint16_t>(i)};
+                gponCtl_configTcontAllocId(&record);
+                cmsPsp_set(std::to_string(t).c_str(), &i, sizeof i);
+            }
+        });
+    }
+    for (int i = 0; i < 20; ++i) EXPECT_FALSE(onu().toJson().empty());
+    for (auto& thread : threads) thread.join();
+    EXPECT_EQ(onu().callCount(), 2u * kThreads * kCalls);
+    EXPECT_EQ(onu().trace().back().number, 2u * kThreads * kCalls);
+    EXPECT_EQ(onu().tconts().size(), 4u);
+}
+
+// Leaves something behind in every facility.
+void useEverything(VirtualOnu& onu) {
+    std::uint16_t alarm = 7;
+    vlanCtl_init();
+    vlanCtl_createVlanInterface("sid0", 3, 1, 1);
+    vlanCtl_setDefaultAction("sid0", 0, 0, 1, "sid0.3");
+    vlanCtl_createVlanFlows("sid0", "sid1");
+    onu.addGemPort(1000, 0, alarm);
+    const GponCtlTcontAllocId tcont{1, 0, 1024};
+    gponCtl_configTcontAllocId(&tcont);
+    const GponCtlAdminState running{1, {}};
+    gponCtl_startAdminState(&running);
+    gatewayAnswers(0);
+    onu.setGateway(GatewayMode::Silent);
+    onu.setPersistent("linkState", "stop");
+    onu.setSerialNumber("other");
+    onu.setPhy(4, false, 10, 0);
+    onu.writeFile("/var/mcpd.conf", "igmp 1\n");
+    onu.addProcess(123, "dhcpc -i br3.2");
+    if (std::system("bs /bdmf/new ingress_class/dir=us,index=12") != 0) return;
+    if (std::system("ifconfig sid1 down") != 0) return;
+    onu.failNext("vlanCtl_init", 5, 1);
+    onu.sleepForReal(false);
+    sleep(1);
+}
+
+TEST_F(VirtualOnuTest, ResetMakesTheBoardFactoryNew) {
+    const auto factoryNew = onu().toJson();
+    const auto factoryNewText = onu().stateText();
+    useEverything(onu());
+    const auto used = onu().toJson();
+    for (const auto& [facility, state] : factoryNew.items()) {
+        EXPECT_NE(used[facility], state) << facility << " shows nothing of its use";
+    }
+    onu().reset();
+    EXPECT_EQ(onu().toJson(), factoryNew) << nlohmann::json::diff(factoryNew, onu().toJson()).dump(1);
+    EXPECT_EQ(onu().stateText(), factoryNewText);
+    for (int i = 0; i < 6; ++i) EXPECT_EQ(vlanCtl_init(), 0) << "a fault has outlived the reset";
+    EXPECT_EQ(vlanCtl_createVlanInterface("sid0", 3, 0, 1), 0);
+    EXPECT_TRUE(onu().deviceExists("sid0.v3")) << "the library's own suffix";
+}
+
+}  // namespace

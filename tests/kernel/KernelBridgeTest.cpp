@@ -1,0 +1,130 @@
+// The bridge control on the real kernel, in a network and mount namespace of its own.
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+
+#include <array>
+#include <cstdlib>
+#include <fstream>
+
+#include "BridgeContract.h"
+
+namespace {
+
+std::string whyNot;  // the kernel or the rights are missing
+
+bool run(const std::string& command) {
+    return std::system((command + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+std::string because(const char* what) {
+    return std::string(what) + ": " + std::strerror(errno);
+}
+
+// sysfs shows the network namespace that it was mounted from, so the new one needs a mount of its own.
+std::string enterNamespaces() {
+    if (unshare(CLONE_NEWNET | CLONE_NEWNS) != 0) return because("no network and mount namespace of its own");
+    if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+        return because("mounts cannot be made private");
+    if (mount("sysfs", "/sys", "sysfs", 0, nullptr) != 0) return because("sysfs cannot be mounted");
+    if (!run("ip link add pa type veth peer name xa") || !run("ip link add pb type veth peer name xb")) {
+        return "no veth pairs: the ip command or the kernel's support is missing";
+    }
+    br_init();
+    const int error = br_add_bridge("probe");
+    br_del_bridge("probe");
+    br_shutdown();
+    if (error != 0) return std::string("no bridges: ") + std::strerror(error);
+    return "";
+}
+
+class KernelBridge : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!whyNot.empty()) GTEST_SKIP() << whyNot;
+        ASSERT_EQ(br_init(), 0);
+    }
+    void TearDown() override {
+        br_shutdown();
+        if (!whyNot.empty()) return;
+        EXPECT_EQ(bridge_contract::bridges(), bridge_contract::Names{}) << "a bridge was left behind";
+    }
+};
+
+TEST_F(KernelBridge, RequestsNeedTheControlSocket) {
+    br_shutdown();
+    bridge_contract::requestsNeedTheControlSocket();
+}
+TEST_F(KernelBridge, BridgesComeAndGo) {
+    bridge_contract::bridgesComeAndGo();
+}
+TEST_F(KernelBridge, PortsJoinOneBridgeAndLeaveIt) {
+    bridge_contract::portsJoinOneBridgeAndLeaveIt();
+}
+TEST_F(KernelBridge, TimesAreSetInHundredths) {
+    bridge_contract::timesAreSetInHundredths();
+}
+TEST_F(KernelBridge, PrioritiesAndCostsShowInTheIdentifiers) {
+    bridge_contract::prioritiesAndCostsShowInTheIdentifiers();
+}
+TEST_F(KernelBridge, AWalkStopsWhereTheVisitorSaysAndStandsChanges) {
+    bridge_contract::aWalkStopsWhereTheVisitorSaysAndStandsChanges();
+}
+
+// More addresses than the kernel hands out with one read.
+TEST_F(KernelBridge, TheForwardingDatabaseIsReadWholeAndInPieces) {
+    constexpr std::size_t kLearnt = 600;
+    ASSERT_EQ(br_add_bridge("bra"), 0);
+    ASSERT_EQ(br_add_interface("bra", "pa"), 0);
+    ASSERT_EQ(br_add_interface("bra", "pb"), 0);
+    for (const char* device : {"bra", "pa", "pb", "xa", "xb"}) bridge_contract::setUp(device, true);
+    char batch[] = "/tmp/fdb.XXXXXX";
+    close(mkstemp(batch));
+    std::ofstream commands(batch);
+    for (std::size_t i = 0; i < kLearnt; ++i) {
+        char line[64];
+        std::snprintf(line, sizeof line, "fdb add 02:aa:00:00:%02zx:%02zx dev pb master dynamic\n", i / 256, i % 256);
+        commands << line;
+    }
+    commands.close();
+    const bool added = run(std::string("bridge -batch ") + batch);
+    std::remove(batch);
+    ASSERT_TRUE(added);
+
+    std::array<br_fdb_entry, kLearnt + 10> all{};
+    std::size_t count = 0;
+    ASSERT_EQ(br_read_fdb("bra", all.data(), all.size(), 0, &count), 0);
+    std::size_t learnt = 0;
+    std::size_t local = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        local += all[i].is_local;
+        if (all[i].is_local != 0 || all[i].mac[1] != 0xaa) continue;
+        ++learnt;
+        EXPECT_EQ(all[i].port_no, 2);
+        EXPECT_LT(all[i].age.tv_sec, 60);
+    }
+    EXPECT_EQ(learnt, kLearnt);
+    EXPECT_EQ(local, 2u) << "the two ports' own addresses";
+
+    br_fdb_entry one{};
+    for (const std::size_t skip : {std::size_t{0}, std::size_t{257}, count - 1}) {
+        std::size_t got = 0;
+        ASSERT_EQ(br_read_fdb("bra", &one, 1, skip, &got), 0);
+        EXPECT_EQ(got, 1u);
+        EXPECT_EQ(std::memcmp(one.mac, all[skip].mac, sizeof one.mac), 0) << skip;
+    }
+    std::size_t past = 99;
+    EXPECT_EQ(br_read_fdb("bra", &one, 1, count, &past), 0);
+    EXPECT_EQ(past, 0u);
+    EXPECT_EQ(br_read_fdb("pa", &one, 1, 0, &past), ENODEV);
+    bridge_contract::setUp("bra", false);
+    EXPECT_EQ(br_del_bridge("bra"), 0);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    ::testing::InitGoogleTest(&argc, argv);
+    whyNot = enterNamespaces();
+    return RUN_ALL_TESTS();
+}
