@@ -3,7 +3,7 @@
 #include <functional>
 
 #include "OnuFixture.h"
-#include "platform/ngpon2_stack.h"
+#include "platform/kit_numbers.h"
 #include "xpon/OnuXponHalAdapterBCM.h"
 #include "xpon/OnuXponHalAdapterBcmNgponLib.h"
 

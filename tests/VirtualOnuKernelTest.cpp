@@ -20,8 +20,7 @@
 #include <nlohmann/json.hpp>
 
 #include "OnuFixture.h"
-#include "platform/laser_dev.h"
-#include "platform/ngpon2_stack.h"
+#include "platform/kit_numbers.h"
 
 namespace {
 

@@ -14,6 +14,7 @@
 #include "platform/cms.h"
 #include "platform/devctl.h"
 #include "platform/gponctl.h"
+#include "platform/kit_numbers.h"
 #include "platform/logger.h"
 #include "platform/tmctl.h"
 #include "platform/vlanctl.h"

@@ -59,8 +59,8 @@ int setIpv4(const std::string& name, in_addr_t Ipv4::*part, in_addr_t value) {
         ip.mask = classMask(value);
         ip.broadcast = value | ~ip.mask;
     }
-    return setAddress(name, dottedIpv4(ip.address) + " netmask " + dottedIpv4(ip.mask) + " broadcast " +
-                                dottedIpv4(ip.broadcast));
+    return setAddress(
+        name, dottedIpv4(ip.address) + " netmask " + dottedIpv4(ip.mask) + " broadcast " + dottedIpv4(ip.broadcast));
 }
 
 }  // namespace virtual_onu::network

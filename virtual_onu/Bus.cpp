@@ -21,6 +21,7 @@
 #include "Core.h"
 #include "Facilities.h"
 #include "platform/cms.h"
+#include "platform/kit_numbers.h"
 
 namespace virtual_onu {
 

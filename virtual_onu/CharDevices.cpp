@@ -11,8 +11,7 @@
 
 #include "Core.h"
 #include "VirtualOnu.h"
-#include "platform/laser_dev.h"
-#include "platform/ngpon2_stack.h"
+#include "platform/kit_numbers.h"
 
 namespace virtual_onu::chardev {
 namespace {
@@ -68,8 +67,7 @@ int laserRequest(unsigned long request, void* argument, std::string& text) {
     }
     if (request != LASER_IOC_GET_RX_POWER && request != LASER_IOC_GET_TX_POWER) return ENOTTY;
     if (argument == nullptr) return EFAULT;
-    const std::uint16_t level =
-        request == LASER_IOC_GET_RX_POWER ? state().receiveLevel : state().transmitLevel;
+    const std::uint16_t level = request == LASER_IOC_GET_RX_POWER ? state().receiveLevel : state().transmitLevel;
     std::memcpy(argument, &level, sizeof level);
     text += ", " + argumentText(out(level));
     return 0;
@@ -92,10 +90,14 @@ int stackRequest(unsigned long request, void* argument) {
 
 std::string requestName(unsigned long request) {
     switch (request) {
-        case LASER_IOC_GET_RX_POWER: return "LASER_IOC_GET_RX_POWER";
-        case LASER_IOC_GET_TX_POWER: return "LASER_IOC_GET_TX_POWER";
-        case LASER_IOC_GET_I2C_DUMP: return "LASER_IOC_GET_I2C_DUMP";
-        default: return std::to_string(request);
+        case LASER_IOC_GET_RX_POWER:
+            return "LASER_IOC_GET_RX_POWER";
+        case LASER_IOC_GET_TX_POWER:
+            return "LASER_IOC_GET_TX_POWER";
+        case LASER_IOC_GET_I2C_DUMP:
+            return "LASER_IOC_GET_I2C_DUMP";
+        default:
+            return std::to_string(request);
     }
 }
 

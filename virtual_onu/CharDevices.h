@@ -2,8 +2,9 @@
 #ifndef VIRTUAL_ONU_CHAR_DEVICES_H
 #define VIRTUAL_ONU_CHAR_DEVICES_H
 
-#include <nlohmann/json_fwd.hpp>
 #include <string>
+
+#include <nlohmann/json_fwd.hpp>
 
 #include "Descriptors.h"
 

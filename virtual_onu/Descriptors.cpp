@@ -20,7 +20,9 @@ std::map<int, std::string>& paths() {
 
 }  // namespace
 
-Kind kindOf(int fd) { return fd < 0 || fd >= kLimit ? Kind::NotOurs : kinds[fd].load(std::memory_order_acquire); }
+Kind kindOf(int fd) {
+    return fd < 0 || fd >= kLimit ? Kind::NotOurs : kinds[fd].load(std::memory_order_acquire);
+}
 
 int adopt(int fd, Kind kind, const std::string& path) {
     if (fd >= kLimit) {

@@ -31,9 +31,8 @@ using descriptors::Kind;
 
 // Kept apart from State: looked at on every open of the process.
 constexpr std::array<const char*, 9> kDevicePaths = {
-    "/sys/class/net",         "/proc/sys/net/ipv6/conf", "/proc/driver/i2c",        "/proc/net/dev_extstats",
-    "/var/mcpd.conf",         "/var/mcpdTmp.conf",       "/tmp/dhclient_interface", "/dev/laser_dev",
-    "/dev/ngpon2_stack",
+    "/sys/class/net",    "/proc/sys/net/ipv6/conf", "/proc/driver/i2c", "/proc/net/dev_extstats", "/var/mcpd.conf",
+    "/var/mcpdTmp.conf", "/tmp/dhclient_interface", "/dev/laser_dev",   "/dev/ngpon2_stack",
 };
 std::atomic<bool> anyAdded{false};
 
@@ -63,7 +62,9 @@ std::string normal(const char* path) {
     return result;
 }
 
-bool isKernelFile(const std::string& path) { return sysfs::owns(path) && !network::hostKernel(); }
+bool isKernelFile(const std::string& path) {
+    return sysfs::owns(path) && !network::hostKernel();
+}
 
 void removeRootAtExit() {
     const DeviceLock lock(deviceMutex());
@@ -92,7 +93,13 @@ const std::string& root() {
     return files.root;
 }
 
-// Where a device path lives on the host; the folders above it are made.
+// What went wrong with a file of the private directory; without that directory nothing is there.
+int failure() {
+    return state().root.empty() ? ENOENT : errno;
+}
+
+// Where a device path lives on the host; the folders above it are made. Only while there is a private directory: the
+// path would be the host's own without it.
 std::string privatePath(const std::string& path) {
     const std::string place = root() + path;
     std::error_code ignored;
@@ -178,6 +185,7 @@ int openKernelDirectory(const std::string& path, int flags) {
     const auto entries = sysfs::list(path);
     if (!entries || state().removed.count(path) != 0) return -ENOENT;
     if ((flags & O_ACCMODE) != O_RDONLY) return -EISDIR;
+    if (root().empty()) return -ENOENT;
     mirror(path, *entries);
     const int fd = real::open((root() + path).c_str(), O_RDONLY | O_DIRECTORY | (flags & O_CLOEXEC), 0);
     return fd < 0 ? -errno : fd;  // not kept in the table: closedir closes it without our seeing it
@@ -221,10 +229,14 @@ int flagsOf(const char* mode) {
     int flags = std::strchr(mode, 'e') != nullptr ? O_CLOEXEC : 0;
     if (std::strchr(mode, 'x') != nullptr) flags |= O_EXCL;
     switch (mode[0]) {
-        case 'r': return flags | (both ? O_RDWR : O_RDONLY);
-        case 'w': return flags | (both ? O_RDWR : O_WRONLY) | O_CREAT | O_TRUNC;
-        case 'a': return flags | (both ? O_RDWR : O_WRONLY) | O_CREAT | O_APPEND;
-        default: return -1;
+        case 'r':
+            return flags | (both ? O_RDWR : O_RDONLY);
+        case 'w':
+            return flags | (both ? O_RDWR : O_WRONLY) | O_CREAT | O_TRUNC;
+        case 'a':
+            return flags | (both ? O_RDWR : O_WRONLY) | O_CREAT | O_APPEND;
+        default:
+            return -1;
     }
 }
 
@@ -301,7 +313,7 @@ int remove(const char* path, const char* function) {
         error = EPERM;
     } else {
         const DeviceLock lock(deviceMutex());
-        error = real::remove(privatePath(name).c_str()) == 0 ? 0 : errno;
+        error = !root().empty() && real::remove(privatePath(name).c_str()) == 0 ? 0 : failure();
     }
     record(CallKind::File, function, arguments(name), -error);
     return error;
@@ -320,7 +332,9 @@ int rename(const char* from, const char* to) {
         error = EPERM;
     } else {
         const DeviceLock lock(deviceMutex());
-        error = real::rename(privatePath(source).c_str(), privatePath(target).c_str()) == 0 ? 0 : errno;
+        const bool done =
+            !root().empty() && real::rename(privatePath(source).c_str(), privatePath(target).c_str()) == 0;
+        error = done ? 0 : failure();
     }
     record(CallKind::File, "rename", arguments(source, target), -error);
     return error;
@@ -479,6 +493,8 @@ void VirtualOnu::denyFile(const std::string& devicePath, bool denied) {
     }
 }
 
-int VirtualOnu::openDescriptors() const { return descriptors::openCount(); }
+int VirtualOnu::openDescriptors() const {
+    return descriptors::openCount();
+}
 
 }  // namespace virtual_onu

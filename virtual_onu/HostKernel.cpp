@@ -32,8 +32,8 @@ struct Origin {
 };
 
 struct State {
-    std::set<std::string> before;         // devices that stood when the mode was entered
-    std::map<std::string, Origin> made;   // by name
+    std::set<std::string> before;        // devices that stood when the mode was entered
+    std::map<std::string, Origin> made;  // by name
 };
 
 std::atomic<bool> isActive{false};
@@ -62,9 +62,8 @@ ifreq requestFor(const std::string& name) {
 // Device names go to the tool's batch input, where these characters have no meaning of their own.
 bool isPlain(const std::string& name) {
     return !name.empty() && name.size() <= network::kLongestName && name != "." && name != ".." && name[0] != '-' &&
-           std::all_of(name.begin(), name.end(), [](unsigned char c) {
-               return std::isalnum(c) != 0 || c == '.' || c == '-' || c == '_';
-           });
+           std::all_of(name.begin(), name.end(),
+                       [](unsigned char c) { return std::isalnum(c) != 0 || c == '.' || c == '-' || c == '_'; });
 }
 
 bool runIpBatch(const std::string& lines) {
@@ -134,7 +133,9 @@ std::string objection() {
 
 }  // namespace
 
-bool active() { return isActive.load(std::memory_order_acquire); }
+bool active() {
+    return isActive.load(std::memory_order_acquire);
+}
 
 bool enter(std::string* why) {
     std::string reason = objection();
@@ -189,8 +190,12 @@ int removeDevice(const std::string& name) {
     return 0;
 }
 
-int addBridge(const std::string& name) { return request(SIOCBRADDBR, requestFor(name).ifr_name); }
-int removeBridge(const std::string& name) { return request(SIOCBRDELBR, requestFor(name).ifr_name); }
+int addBridge(const std::string& name) {
+    return request(SIOCBRADDBR, requestFor(name).ifr_name);
+}
+int removeBridge(const std::string& name) {
+    return request(SIOCBRDELBR, requestFor(name).ifr_name);
+}
 
 namespace {
 
@@ -278,7 +283,9 @@ int changePort(const std::string& name, const std::function<int(BridgePort&)>& c
     return error;
 }
 
-int runIp(const std::string& command) { return runIpBatch(command + "\n") ? 0 : EINVAL; }
+int runIp(const std::string& command) {
+    return runIpBatch(command + "\n") ? 0 : EINVAL;
+}
 
 // ---- what stands in the kernel ----
 

@@ -25,7 +25,9 @@ std::string contentOf(const std::string& file) {
     return content;
 }
 
-std::string text(const std::string& name, const std::string& attribute) { return contentOf(path(name, attribute)); }
+std::string text(const std::string& name, const std::string& attribute) {
+    return contentOf(path(name, attribute));
+}
 
 int number(const std::string& name, const std::string& attribute) {
     return static_cast<int>(std::strtol(text(name, attribute).c_str(), nullptr, 0));
@@ -55,13 +57,21 @@ std::string masterOf(const std::string& name) {
 
 }  // namespace
 
-std::string path(const std::string& name, const std::string& attribute) { return kNetClass + name + "/" + attribute; }
+std::string path(const std::string& name, const std::string& attribute) {
+    return kNetClass + name + "/" + attribute;
+}
 
-std::vector<std::string> names() { return entries(kNetClass); }
+std::vector<std::string> names() {
+    return entries(kNetClass);
+}
 
-bool exists(const std::string& name) { return !name.empty() && has(name, "ifindex"); }
+bool exists(const std::string& name) {
+    return !name.empty() && has(name, "ifindex");
+}
 
-bool isUp(const std::string& name) { return (number(name, "flags") & IFF_UP) != 0; }
+bool isUp(const std::string& name) {
+    return (number(name, "flags") & IFF_UP) != 0;
+}
 
 std::optional<NetworkDevice> device(const std::string& name) {
     if (!exists(name)) return std::nullopt;

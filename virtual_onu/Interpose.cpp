@@ -76,7 +76,9 @@ FILE* openStream(const char* path, const char* mode) {
     return stream;
 }
 
-Kind kindOf(FILE* stream) { return stream == nullptr ? Kind::NotOurs : descriptors::kindOf(fileno(stream)); }
+Kind kindOf(FILE* stream) {
+    return stream == nullptr ? Kind::NotOurs : descriptors::kindOf(fileno(stream));
+}
 
 // Looks at a path: the real function, on the path or on what stands in for it.
 template <typename Look>
@@ -141,16 +143,24 @@ int onuOpenat64(int directory, const char* path, int flags, ...) {
 
 // What fortified programs call when open has no mode.
 int onuOpenChecked(const char* path, int flags) INTERPOSES(__open_2);
-int onuOpenChecked(const char* path, int flags) { return openPath(path, flags, 0); }
+int onuOpenChecked(const char* path, int flags) {
+    return openPath(path, flags, 0);
+}
 
 int onuOpen64Checked(const char* path, int flags) INTERPOSES(__open64_2);
-int onuOpen64Checked(const char* path, int flags) { return openPath(path, flags | O_LARGEFILE, 0); }
+int onuOpen64Checked(const char* path, int flags) {
+    return openPath(path, flags | O_LARGEFILE, 0);
+}
 
 FILE* onuFopen(const char* path, const char* mode) INTERPOSES(fopen);
-FILE* onuFopen(const char* path, const char* mode) { return openStream(path, mode); }
+FILE* onuFopen(const char* path, const char* mode) {
+    return openStream(path, mode);
+}
 
 FILE* onuFopen64(const char* path, const char* mode) INTERPOSES(fopen64);
-FILE* onuFopen64(const char* path, const char* mode) { return openStream(path, mode); }
+FILE* onuFopen64(const char* path, const char* mode) {
+    return openStream(path, mode);
+}
 
 int onuClose(int fd) INTERPOSES(close);
 int onuClose(int fd) {
@@ -188,9 +198,12 @@ ssize_t onuWrite(int fd, const void* data, size_t size) INTERPOSES(write);
 ssize_t onuWrite(int fd, const void* data, size_t size) {
     const Answer answer;
     switch (descriptors::kindOf(fd)) {
-        case Kind::Attribute: return answer(files::writeAttribute(fd, data, size));
-        case Kind::PacketSocket: return answer(packets::send(fd, data, size, nullptr, 0));
-        default: return real::write(fd, data, size);
+        case Kind::Attribute:
+            return answer(files::writeAttribute(fd, data, size));
+        case Kind::PacketSocket:
+            return answer(packets::send(fd, data, size, nullptr, 0));
+        default:
+            return real::write(fd, data, size);
     }
 }
 
@@ -225,32 +238,35 @@ int onuFaccessat(int directory, const char* path, int mode, int flags) {
     return lookAt(path, [&](const char* place) { return real::faccessat(directory, place, mode, flags); });
 }
 
-static_assert(sizeof(struct stat) == sizeof(struct stat64), "stat64 needs functions of its own on this machine");
-
 int onuStat(const char* path, struct stat* result) INTERPOSES(stat);
 int onuStat(const char* path, struct stat* result) {
     return lookAt(path, [&](const char* place) { return real::stat(place, result); });
 }
 
-int onuStat64(const char* path, struct stat* result) INTERPOSES(stat64);
-int onuStat64(const char* path, struct stat* result) { return onuStat(path, result); }
+// On 32-bit machines the two records differ.
+int onuStat64(const char* path, struct stat64* result) INTERPOSES(stat64);
+int onuStat64(const char* path, struct stat64* result) {
+    return lookAt(path, [&](const char* place) { return real::stat64(place, result); });
+}
 
 int onuLstat(const char* path, struct stat* result) INTERPOSES(lstat);
 int onuLstat(const char* path, struct stat* result) {
     return lookAt(path, [&](const char* place) { return real::lstat(place, result); });
 }
 
-int onuLstat64(const char* path, struct stat* result) INTERPOSES(lstat64);
-int onuLstat64(const char* path, struct stat* result) { return onuLstat(path, result); }
+int onuLstat64(const char* path, struct stat64* result) INTERPOSES(lstat64);
+int onuLstat64(const char* path, struct stat64* result) {
+    return lookAt(path, [&](const char* place) { return real::lstat64(place, result); });
+}
 
 int onuFstatat(int directory, const char* path, struct stat* result, int flags) INTERPOSES(fstatat);
 int onuFstatat(int directory, const char* path, struct stat* result, int flags) {
     return lookAt(path, [&](const char* place) { return real::fstatat(directory, place, result, flags); });
 }
 
-int onuFstatat64(int directory, const char* path, struct stat* result, int flags) INTERPOSES(fstatat64);
-int onuFstatat64(int directory, const char* path, struct stat* result, int flags) {
-    return onuFstatat(directory, path, result, flags);
+int onuFstatat64(int directory, const char* path, struct stat64* result, int flags) INTERPOSES(fstatat64);
+int onuFstatat64(int directory, const char* path, struct stat64* result, int flags) {
+    return lookAt(path, [&](const char* place) { return real::fstatat64(directory, place, result, flags); });
 }
 
 int onuStatx(int directory, const char* path, int flags, unsigned mask, struct statx* result) INTERPOSES(statx);
@@ -338,10 +354,14 @@ int onuSystem(const char* command) {
 }
 
 FILE* onuPopen(const char* command, const char* mode) INTERPOSES(popen);
-FILE* onuPopen(const char* command, const char* mode) { return shell::popen(command, mode); }
+FILE* onuPopen(const char* command, const char* mode) {
+    return shell::popen(command, mode);
+}
 
 int onuPclose(FILE* stream) INTERPOSES(pclose);
-int onuPclose(FILE* stream) { return shell::ownsStream(stream) ? shell::pclose(stream) : real::pclose(stream); }
+int onuPclose(FILE* stream) {
+    return shell::ownsStream(stream) ? shell::pclose(stream) : real::pclose(stream);
+}
 
 // ---- waits ----
 
@@ -365,7 +385,7 @@ int onuNanosleep(const timespec* length, timespec* rest) {
     if (!valid) return real::nanosleep(length, rest);
     const KeepErrno keep;
     waitFor("nanosleep", static_cast<std::uint64_t>(length->tv_sec) * 1000 +
-                                (static_cast<std::uint64_t>(length->tv_nsec) + 999999) / 1000000);
+                             (static_cast<std::uint64_t>(length->tv_nsec) + 999999) / 1000000);
     return 0;
 }
 

@@ -21,7 +21,11 @@ constexpr int kFirstIndex = 2;  // 1 is the loop-back device, which is not shown
 constexpr int kLowestMtu = 68;
 constexpr int kHighestMtu = 65535;
 const char* const kStatisticKeys[] = {
-    "rx_packets", "tx_packets", "rx_bytes", "tx_bytes", "rx_errors", "tx_errors", "rx_dropped", "tx_dropped", "multicast", "collisions", "rx_length_errors", "rx_over_errors", "rx_crc_errors", "rx_frame_errors", "rx_fifo_errors", "rx_missed_errors", "tx_aborted_errors", "tx_carrier_errors", "tx_fifo_errors", "tx_heartbeat_errors", "tx_window_errors", "rx_compressed", "tx_compressed", "rx_nohandler",
+    "rx_packets",       "tx_packets",        "rx_bytes",          "tx_bytes",        "rx_errors",
+    "tx_errors",        "rx_dropped",        "tx_dropped",        "multicast",       "collisions",
+    "rx_length_errors", "rx_over_errors",    "rx_crc_errors",     "rx_frame_errors", "rx_fifo_errors",
+    "rx_missed_errors", "tx_aborted_errors", "tx_carrier_errors", "tx_fifo_errors",  "tx_heartbeat_errors",
+    "tx_window_errors", "rx_compressed",     "tx_compressed",     "rx_nohandler",
 };
 
 struct Device {
@@ -153,9 +157,13 @@ void reset() {
     addFactoryDevices(state());
 }
 
-bool hostKernel() { return host::active(); }
+bool hostKernel() {
+    return host::active();
+}
 
-bool exists(const std::string& name) { return device(name).has_value(); }
+bool exists(const std::string& name) {
+    return device(name).has_value();
+}
 
 int addVlanDevice(const std::string& name, const std::string& realDevice, bool routed, bool multicast) {
     const DeviceLock lock(deviceMutex());
@@ -324,8 +332,8 @@ int setIpv6Disabled(const std::string& name, bool disabled) {
 }
 
 unsigned kernelFlags(const NetworkDevice& device) {
-    constexpr unsigned kKeptAsSet = IFF_DEBUG | IFF_NOTRAILERS | IFF_NOARP | IFF_PROMISC | IFF_ALLMULTI | IFF_DYNAMIC |
-                                    IFF_PORTSEL | IFF_AUTOMEDIA;
+    constexpr unsigned kKeptAsSet =
+        IFF_DEBUG | IFF_NOTRAILERS | IFF_NOARP | IFF_PROMISC | IFF_ALLMULTI | IFF_DYNAMIC | IFF_PORTSEL | IFF_AUTOMEDIA;
     unsigned flags = IFF_BROADCAST | IFF_MULTICAST | (device.flags & kKeptAsSet);
     if (device.up) flags |= IFF_UP;
     if (device.up && device.operState == "up") flags |= IFF_RUNNING;

@@ -5,10 +5,11 @@
 
 #include <cstdint>
 #include <functional>
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include <nlohmann/json_fwd.hpp>
 
 #include "VirtualOnu.h"
 
@@ -57,7 +58,7 @@ std::string macText(const std::uint8_t* mac);
 int addIpRule(const std::string& rule);     // EEXIST
 int removeIpRule(const std::string& rule);  // ENOENT
 int addIpRoute(const std::string& destination, const std::string& device, int table, const std::string& route,
-               bool replace);  // EEXIST, ENODEV, ENETDOWN
+               bool replace);                                  // EEXIST, ENODEV, ENETDOWN
 int removeIpRoute(const std::string& destination, int table);  // ESRCH
 
 }  // namespace virtual_onu::network

@@ -25,7 +25,9 @@ namespace {
 constexpr unsigned long kFirstRequest = SIOCADDRT;
 constexpr unsigned long kLastRequest = SIOCPROTOPRIVATE + 15;
 
-std::string boundedName(const char* name) { return std::string(name, strnlen(name, kLongestName)); }
+std::string boundedName(const char* name) {
+    return std::string(name, strnlen(name, kLongestName));
+}
 
 // One call: what it is about, and the text that the trace shows behind the device's name.
 struct Call {
@@ -229,7 +231,9 @@ int checkSocket(int fd) {
 
 }  // namespace
 
-bool ownsRequest(unsigned long request) { return request >= kFirstRequest && request <= kLastRequest; }
+bool ownsRequest(unsigned long request) {
+    return request >= kFirstRequest && request <= kLastRequest;
+}
 
 int interfaceIoctl(int fd, unsigned long request, void* argument) {
     const std::string name = requestName(request);

@@ -10,7 +10,7 @@ bool ownsRequest(unsigned long request);
 int interfaceIoctl(int fd, unsigned long request, void* argument);
 
 // Interposed by name because they make their request inside the C library.
-int indexOfName(const char* name);             // the index, or a negative errno value
+int indexOfName(const char* name);            // the index, or a negative errno value
 int nameOfIndex(unsigned index, char* name);  // 0 or a negative errno value
 
 }  // namespace virtual_onu::network

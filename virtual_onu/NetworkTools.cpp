@@ -18,8 +18,12 @@ constexpr int kMainTable = 254;
 
 using Words = std::vector<std::string>;
 
-int statusOf(int error) { return error == 0 ? 0 : 1; }
-int ipStatus(int error) { return error == 0 ? 0 : kIpRefused; }
+int statusOf(int error) {
+    return error == 0 ? 0 : 1;
+}
+int ipStatus(int error) {
+    return error == 0 ? 0 : kIpRefused;
+}
 
 std::optional<int> number(const std::string& text) {
     char* end = nullptr;
@@ -295,7 +299,8 @@ bool ip(Call& call) {
 
 Tool findNetworkTool(const std::string& name) {
     // Never destroyed: threads of the HAL outlive main().
-    static const auto& table = *new const std::map<std::string, Tool>{{"ifconfig", ifconfig}, {"brctl", brctl}, {"ip", ip}};
+    static const auto& table =
+        *new const std::map<std::string, Tool>{{"ifconfig", ifconfig}, {"brctl", brctl}, {"ip", ip}};
     const auto found = table.find(name);
     return found == table.end() ? nullptr : found->second;
 }

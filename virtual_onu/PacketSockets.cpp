@@ -65,8 +65,9 @@ int open(int type, int protocol) {
         if (fd < 0) fd = -errno;
     }
     if (fd >= 0) fd = descriptors::adopt(fd, descriptors::Kind::PacketSocket, "");
-    record(CallKind::Socket, "socket", std::string("AF_PACKET, ") + (raw ? "SOCK_RAW" : "SOCK_DGRAM") + ", " +
-                                           argumentText(protocol), fd < 0 ? fd : 0);
+    record(CallKind::Socket, "socket",
+           std::string("AF_PACKET, ") + (raw ? "SOCK_RAW" : "SOCK_DGRAM") + ", " + argumentText(protocol),
+           fd < 0 ? fd : 0);
     return fd;
 }
 

@@ -8,6 +8,7 @@
 #include "Core.h"
 #include "Facilities.h"
 #include "platform/gponctl.h"
+#include "platform/kit_numbers.h"
 #include "platform/tmctl.h"
 
 namespace virtual_onu {

@@ -45,7 +45,7 @@ Next<int(int, const char*, int, ...)> nextOpenat{"openat"};
 Next<int(int)> nextClose{"close"};
 Next<ssize_t(int, void*, size_t)> nextRead{"read"};
 Next<ssize_t(int, const void*, size_t)> nextWrite{"write"};
-Next<FILE*(const char*, const char*)> nextFopen{"fopen"};
+Next<FILE*(const char*, const char*)> nextFopen{"fopen64"};
 Next<int(FILE*)> nextFclose{"fclose"};
 Next<int(FILE*)> nextFflush{"fflush"};
 Next<int(const char*)> nextRemove{"remove"};
@@ -56,6 +56,9 @@ Next<int(int, const char*, int, int)> nextFaccessat{"faccessat"};
 Next<int(const char*, struct ::stat*)> nextStat{"stat"};
 Next<int(const char*, struct ::stat*)> nextLstat{"lstat"};
 Next<int(int, const char*, struct ::stat*, int)> nextFstatat{"fstatat"};
+Next<int(const char*, struct ::stat64*)> nextStat64{"stat64"};
+Next<int(const char*, struct ::stat64*)> nextLstat64{"lstat64"};
+Next<int(int, const char*, struct ::stat64*, int)> nextFstatat64{"fstatat64"};
 Next<int(int, const char*, int, unsigned, struct ::statx*)> nextStatx{"statx"};
 Next<DIR*(const char*)> nextOpendir{"opendir"};
 Next<int(const char*, dirent***, DirentFilter, DirentOrder)> nextScandir{"scandir"};
@@ -76,53 +79,114 @@ Next<int(int, fd_set*, fd_set*, fd_set*, timeval*)> nextSelect{"select"};
 
 }  // namespace
 
-int open(const char* path, int flags, mode_t mode) { return nextOpen.get()(path, flags, mode); }
+int open(const char* path, int flags, mode_t mode) {
+    return nextOpen.get()(path, flags, mode);
+}
 int openat(int directory, const char* path, int flags, mode_t mode) {
     return nextOpenat.get()(directory, path, flags, mode);
 }
-int close(int fd) { return nextClose.get()(fd); }
-ssize_t read(int fd, void* buffer, size_t size) { return nextRead.get()(fd, buffer, size); }
-ssize_t write(int fd, const void* buffer, size_t size) { return nextWrite.get()(fd, buffer, size); }
-FILE* fopen(const char* path, const char* mode) { return nextFopen.get()(path, mode); }
-int fclose(FILE* stream) { return nextFclose.get()(stream); }
-int fflush(FILE* stream) { return nextFflush.get()(stream); }
-int remove(const char* path) { return nextRemove.get()(path); }
-int unlink(const char* path) { return nextUnlink.get()(path); }
-int rename(const char* from, const char* to) { return nextRename.get()(from, to); }
-int access(const char* path, int mode) { return nextAccess.get()(path, mode); }
+int close(int fd) {
+    return nextClose.get()(fd);
+}
+ssize_t read(int fd, void* buffer, size_t size) {
+    return nextRead.get()(fd, buffer, size);
+}
+ssize_t write(int fd, const void* buffer, size_t size) {
+    return nextWrite.get()(fd, buffer, size);
+}
+FILE* fopen(const char* path, const char* mode) {
+    return nextFopen.get()(path, mode);
+}
+int fclose(FILE* stream) {
+    return nextFclose.get()(stream);
+}
+int fflush(FILE* stream) {
+    return nextFflush.get()(stream);
+}
+int remove(const char* path) {
+    return nextRemove.get()(path);
+}
+int unlink(const char* path) {
+    return nextUnlink.get()(path);
+}
+int rename(const char* from, const char* to) {
+    return nextRename.get()(from, to);
+}
+int access(const char* path, int mode) {
+    return nextAccess.get()(path, mode);
+}
 int faccessat(int directory, const char* path, int mode, int flags) {
     return nextFaccessat.get()(directory, path, mode, flags);
 }
-int stat(const char* path, struct ::stat* result) { return nextStat.get()(path, result); }
-int lstat(const char* path, struct ::stat* result) { return nextLstat.get()(path, result); }
+int stat(const char* path, struct ::stat* result) {
+    return nextStat.get()(path, result);
+}
+int lstat(const char* path, struct ::stat* result) {
+    return nextLstat.get()(path, result);
+}
 int fstatat(int directory, const char* path, struct ::stat* result, int flags) {
     return nextFstatat.get()(directory, path, result, flags);
+}
+int stat64(const char* path, struct ::stat64* result) {
+    return nextStat64.get()(path, result);
+}
+int lstat64(const char* path, struct ::stat64* result) {
+    return nextLstat64.get()(path, result);
+}
+int fstatat64(int directory, const char* path, struct ::stat64* result, int flags) {
+    return nextFstatat64.get()(directory, path, result, flags);
 }
 int statx(int directory, const char* path, int flags, unsigned mask, struct ::statx* result) {
     return nextStatx.get()(directory, path, flags, mask, result);
 }
-DIR* opendir(const char* path) { return nextOpendir.get()(path); }
+DIR* opendir(const char* path) {
+    return nextOpendir.get()(path);
+}
 int scandir(const char* path, dirent*** list, DirentFilter filter, DirentOrder order) {
     return nextScandir.get()(path, list, filter, order);
 }
 
-int ioctl(int fd, unsigned long request, void* argument) { return nextIoctl.get()(fd, request, argument); }
-int socket(int domain, int type, int protocol) { return nextSocket.get()(domain, type, protocol); }
-int bind(int fd, const sockaddr* address, socklen_t length) { return nextBind.get()(fd, address, length); }
-ssize_t send(int fd, const void* buffer, size_t size, int flags) { return nextSend.get()(fd, buffer, size, flags); }
+int ioctl(int fd, unsigned long request, void* argument) {
+    return nextIoctl.get()(fd, request, argument);
+}
+int socket(int domain, int type, int protocol) {
+    return nextSocket.get()(domain, type, protocol);
+}
+int bind(int fd, const sockaddr* address, socklen_t length) {
+    return nextBind.get()(fd, address, length);
+}
+ssize_t send(int fd, const void* buffer, size_t size, int flags) {
+    return nextSend.get()(fd, buffer, size, flags);
+}
 ssize_t sendto(int fd, const void* buffer, size_t size, int flags, const sockaddr* address, socklen_t length) {
     return nextSendto.get()(fd, buffer, size, flags, address, length);
 }
-unsigned ifNameToIndex(const char* name) { return nextNameToIndex.get()(name); }
-char* ifIndexToName(unsigned index, char* name) { return nextIndexToName.get()(index, name); }
+unsigned ifNameToIndex(const char* name) {
+    return nextNameToIndex.get()(name);
+}
+char* ifIndexToName(unsigned index, char* name) {
+    return nextIndexToName.get()(index, name);
+}
 
-int system(const char* command) { return nextSystem.get()(command); }
-FILE* popen(const char* command, const char* mode) { return nextPopen.get()(command, mode); }
-int pclose(FILE* stream) { return nextPclose.get()(stream); }
+int system(const char* command) {
+    return nextSystem.get()(command);
+}
+FILE* popen(const char* command, const char* mode) {
+    return nextPopen.get()(command, mode);
+}
+int pclose(FILE* stream) {
+    return nextPclose.get()(stream);
+}
 
-unsigned sleep(unsigned seconds) { return nextSleep.get()(seconds); }
-int usleep(useconds_t microseconds) { return nextUsleep.get()(microseconds); }
-int nanosleep(const timespec* length, timespec* rest) { return nextNanosleep.get()(length, rest); }
+unsigned sleep(unsigned seconds) {
+    return nextSleep.get()(seconds);
+}
+int usleep(useconds_t microseconds) {
+    return nextUsleep.get()(microseconds);
+}
+int nanosleep(const timespec* length, timespec* rest) {
+    return nextNanosleep.get()(length, rest);
+}
 int select(int count, fd_set* readable, fd_set* writable, fd_set* failed, timeval* timeout) {
     return nextSelect.get()(count, readable, writable, failed, timeout);
 }

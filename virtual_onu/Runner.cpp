@@ -27,8 +27,8 @@ struct Object {
 };
 
 struct State {
-    std::vector<Object> objects;   // made by commands, in the order of creation
-    std::vector<Object> built;     // built into the runner; only their settings can change
+    std::vector<Object> objects;    // made by commands, in the order of creation
+    std::vector<Object> built;      // built into the runner; only their settings can change
     std::vector<std::string> keys;  // of the ingress queue
     bool ingressQueueOn = true;
     std::vector<std::string> remarks;
@@ -72,7 +72,9 @@ std::pair<std::string, std::string> splitSetting(const std::string& text) {
     return {text.substr(0, equals), text.substr(equals + 1)};
 }
 
-std::string typeOf(const std::string& name) { return name.substr(0, name.find('/')); }
+std::string typeOf(const std::string& name) {
+    return name.substr(0, name.find('/'));
+}
 
 bool isBuiltIn(const std::string& name) {
     const std::string type = typeOf(name);
@@ -170,22 +172,34 @@ bool addEntry(const Words& words) {
     return true;
 }
 
-bool examine(const Words&) { return true; }
+bool examine(const Words&) {
+    return true;
+}
 
 using Verb = bool (*)(const Words&);
 const std::map<std::string, Verb>& verbs() {
     // Never destroyed: threads of the HAL outlive main().
     static const auto& table = *new const std::map<std::string, Verb>{
-        {"/b/n", create},     {"/bdmf/new", create},          {"/b/d", destroy},          {"/bdmf/d", destroy},
-        {"/bdmf/delete", destroy}, {"/b/c", configure},       {"/bdmf/configure", configure}, {"/b/a", addEntry},
-        {"/bdmf/attr/add", addEntry}, {"/b/e", examine},      {"/bdmf/examine", examine},
+        {"/b/n", create},
+        {"/bdmf/new", create},
+        {"/b/d", destroy},
+        {"/bdmf/d", destroy},
+        {"/bdmf/delete", destroy},
+        {"/b/c", configure},
+        {"/bdmf/configure", configure},
+        {"/b/a", addEntry},
+        {"/bdmf/attr/add", addEntry},
+        {"/b/e", examine},
+        {"/bdmf/examine", examine},
     };
     return table;
 }
 
 // ---- iq ----
 
-bool startsWith(const std::string& text, const std::string& start) { return text.compare(0, start.size(), start) == 0; }
+bool startsWith(const std::string& text, const std::string& start) {
+    return text.compare(0, start.size(), start) == 0;
+}
 
 // "key --dstmac 02:..." is the start of "key --dstmac 02:... --prio 1", word by word.
 bool isOfKey(const std::string& kept, const std::string& wanted) {
@@ -203,7 +217,8 @@ void addKey(const std::string& text) {
 
 void removeKeys(const std::string& text) {
     auto& keys = state().keys;
-    const auto rest = std::remove_if(keys.begin(), keys.end(), [&](const std::string& kept) { return isOfKey(kept, text); });
+    const auto rest =
+        std::remove_if(keys.begin(), keys.end(), [&](const std::string& kept) { return isOfKey(kept, text); });
     if (rest == keys.end()) remark("no ingress-queue entry " + text);
     keys.erase(rest, keys.end());
 }

@@ -47,7 +47,9 @@ std::string joined(const std::vector<std::string>& words) {
     return text;
 }
 
-std::vector<std::string> rest(const Call& call) { return {call.words.begin() + 1, call.words.end()}; }
+std::vector<std::string> rest(const Call& call) {
+    return {call.words.begin() + 1, call.words.end()};
+}
 
 // ---- tools without network ----
 
@@ -137,9 +139,15 @@ bool dhcpc(Call& call) {
     return true;
 }
 
-bool mcpctl(Call& call) { return call.words.size() == 2 && call.words[1] == "reload"; }
-bool bs(Call& call) { return runner::runBs(rest(call)); }
-bool iq(Call& call) { return runner::runIq(rest(call)); }
+bool mcpctl(Call& call) {
+    return call.words.size() == 2 && call.words[1] == "reload";
+}
+bool bs(Call& call) {
+    return runner::runBs(rest(call));
+}
+bool iq(Call& call) {
+    return runner::runIq(rest(call));
+}
 
 // ---- running ----
 
@@ -149,7 +157,9 @@ struct Outcome {
     std::string output;
 };
 
-bool isNowhere(const std::string& target) { return target == "/dev/null" || target[0] == '&'; }
+bool isNowhere(const std::string& target) {
+    return target == "/dev/null" || target[0] == '&';
+}
 
 // Redirections to anything but the device's own files are not understood: the host's files are out of bounds.
 bool acceptable(const Command& command) {
@@ -220,14 +230,16 @@ void keep(const std::string& text, bool understood) {
     if (state().commands.size() < kCommandsKept) state().commands.push_back({text, understood});
 }
 
-int waitStatus(int exitStatus) { return exitStatus << 8; }
+int waitStatus(int exitStatus) {
+    return exitStatus << 8;
+}
 
 }  // namespace
 
 Tool findTool(const std::string& name) {
     // Never destroyed: threads of the HAL outlive main().
     static const auto& table = *new const std::map<std::string, Tool>{
-        {"echo", echo}, {"cat", cat},     {"grep", grep},     {"ps", ps}, {"kill", kill},
+        {"echo", echo},   {"cat", cat},       {"grep", grep}, {"ps", ps}, {"kill", kill},
         {"dhcpc", dhcpc}, {"mcpctl", mcpctl}, {"bs", bs},     {"iq", iq}, {"true", [](Call&) { return true; }},
     };
     const auto found = table.find(name);

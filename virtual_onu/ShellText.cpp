@@ -13,7 +13,9 @@ struct Token {
 constexpr char kOperatorCharacters[] = ";&|<>";
 constexpr char kUnsupported[] = "$`()";
 
-bool isOneOf(char c, const char* set) { return std::string(set).find(c) != std::string::npos; }
+bool isOneOf(char c, const char* set) {
+    return std::string(set).find(c) != std::string::npos;
+}
 
 class Reader {
 public:
@@ -83,7 +85,8 @@ private:
         const char quote = text_[at_++];
         while (at_ < text_.size() && text_[at_] != quote) {
             if (quote == '"' && isOneOf(text_[at_], "$`")) return false;
-            if (quote == '"' && text_[at_] == '\\' && at_ + 1 < text_.size() && isOneOf(text_[at_ + 1], "\"\\$`")) ++at_;
+            if (quote == '"' && text_[at_] == '\\' && at_ + 1 < text_.size() && isOneOf(text_[at_ + 1], "\"\\$`"))
+                ++at_;
             into += text_[at_++];
         }
         if (at_ == text_.size()) return false;

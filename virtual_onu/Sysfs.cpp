@@ -33,8 +33,12 @@ constexpr long kHighestBridgePriority = 65535;
 
 using Subject = NetworkDevice;
 
-std::string line(long long number) { return std::to_string(number) + "\n"; }
-std::string line(const std::string& text) { return text + "\n"; }
+std::string line(long long number) {
+    return std::to_string(number) + "\n";
+}
+std::string line(const std::string& text) {
+    return text + "\n";
+}
 std::string hexLine(unsigned number) {
     char text[16];
     std::snprintf(text, sizeof text, "0x%x\n", number);
@@ -81,31 +85,37 @@ int setTimer(int& timer, long value, bool checked, long lowest, long highest) {
 
 const std::map<std::string, BridgeAttribute>& bridgeAttributes() {
     static const auto zero = [](const Bridge&, const NetworkDevice&) { return line(0); };
-    static const auto ownId = [](const Bridge& b, const NetworkDevice& d) { return line(identifier(b.priority, d.mac)); };
+    static const auto ownId = [](const Bridge& b, const NetworkDevice& d) {
+        return line(identifier(b.priority, d.mac));
+    };
     // Never destroyed: threads of the HAL outlive main().
     static const auto& table = *new const std::map<std::string, BridgeAttribute>{
-        {"stp_state", {[](const Bridge& b, const NetworkDevice&) { return line(b.stp ? 1 : 0); },
-                       [](Bridge& b, long value) {
-                           b.stp = value != 0;
-                           return 0;
-                       }}},
-        {"forward_delay", {[](const Bridge& b, const NetworkDevice&) { return line(b.forwardDelay); },
-                           [](Bridge& b, long value) {
-                               return setTimer(b.forwardDelay, value, b.stp, kLowestForwardDelay, kHighestForwardDelay);
-                           }}},
-        {"hello_time", {[](const Bridge& b, const NetworkDevice&) { return line(b.helloTime); },
-                        [](Bridge& b, long value) {
-                            return setTimer(b.helloTime, value, true, kLowestHello, kHighestHello);
-                        }}},
-        {"max_age", {[](const Bridge& b, const NetworkDevice&) { return line(b.maxAge); },
-                     [](Bridge& b, long value) { return setTimer(b.maxAge, value, true, kLowestMaxAge, kHighestMaxAge); }}},
-        {"ageing_time", {[](const Bridge& b, const NetworkDevice&) { return line(b.ageingTime); },
-                         [](Bridge& b, long value) { return setTimer(b.ageingTime, value, false, 0, 0); }}},
-        {"priority", {[](const Bridge& b, const NetworkDevice&) { return line(b.priority); },
-                      [](Bridge& b, long value) {
-                          b.priority = static_cast<int>(value & kHighestBridgePriority);
-                          return 0;
-                      }}},
+        {"stp_state",
+         {[](const Bridge& b, const NetworkDevice&) { return line(b.stp ? 1 : 0); },
+          [](Bridge& b, long value) {
+              b.stp = value != 0;
+              return 0;
+          }}},
+        {"forward_delay",
+         {[](const Bridge& b, const NetworkDevice&) { return line(b.forwardDelay); },
+          [](Bridge& b, long value) {
+              return setTimer(b.forwardDelay, value, b.stp, kLowestForwardDelay, kHighestForwardDelay);
+          }}},
+        {"hello_time",
+         {[](const Bridge& b, const NetworkDevice&) { return line(b.helloTime); },
+          [](Bridge& b, long value) { return setTimer(b.helloTime, value, true, kLowestHello, kHighestHello); }}},
+        {"max_age",
+         {[](const Bridge& b, const NetworkDevice&) { return line(b.maxAge); },
+          [](Bridge& b, long value) { return setTimer(b.maxAge, value, true, kLowestMaxAge, kHighestMaxAge); }}},
+        {"ageing_time",
+         {[](const Bridge& b, const NetworkDevice&) { return line(b.ageingTime); },
+          [](Bridge& b, long value) { return setTimer(b.ageingTime, value, false, 0, 0); }}},
+        {"priority",
+         {[](const Bridge& b, const NetworkDevice&) { return line(b.priority); },
+          [](Bridge& b, long value) {
+              b.priority = static_cast<int>(value & kHighestBridgePriority);
+              return 0;
+          }}},
         {"bridge_id", {ownId, nullptr}},
         {"root_id", {ownId, nullptr}},
         {"root_port", {zero, nullptr}},
@@ -129,7 +139,9 @@ struct PortView {
     Bridge bridge;
     std::string bridgeMac;
 };
-unsigned portId(const PortView& view) { return static_cast<unsigned>(view.port.priority) << 10 | view.number; }
+unsigned portId(const PortView& view) {
+    return static_cast<unsigned>(view.port.priority) << 10 | view.number;
+}
 
 using PortReader = std::string (*)(const PortView&);
 using PortWriter = int (*)(BridgePort&, long);
@@ -143,18 +155,20 @@ const std::map<std::string, PortAttribute>& portAttributes() {
     static const auto bridgeId = [](const PortView& v) { return line(identifier(v.bridge.priority, v.bridgeMac)); };
     // Never destroyed: threads of the HAL outlive main().
     static const auto& table = *new const std::map<std::string, PortAttribute>{
-        {"priority", {[](const PortView& v) { return line(v.port.priority); },
-                      [](BridgePort& port, long value) {
-                          if (value > kHighestPortPriority) return ERANGE;
-                          port.priority = static_cast<int>(value);
-                          return 0;
-                      }}},
-        {"path_cost", {[](const PortView& v) { return line(v.port.pathCost); },
-                       [](BridgePort& port, long value) {
-                           if (value < 1 || value > kHighestPathCost) return ERANGE;
-                           port.pathCost = static_cast<int>(value);
-                           return 0;
-                       }}},
+        {"priority",
+         {[](const PortView& v) { return line(v.port.priority); },
+          [](BridgePort& port, long value) {
+              if (value > kHighestPortPriority) return ERANGE;
+              port.priority = static_cast<int>(value);
+              return 0;
+          }}},
+        {"path_cost",
+         {[](const PortView& v) { return line(v.port.pathCost); },
+          [](BridgePort& port, long value) {
+              if (value < 1 || value > kHighestPathCost) return ERANGE;
+              port.pathCost = static_cast<int>(value);
+              return 0;
+          }}},
         {"state", {[](const PortView& v) { return line(v.up ? kStateForwarding : 0u); }, nullptr}},
         {"port_no", {[](const PortView& v) { return hexLine(v.number); }, nullptr}},
         {"port_id", {[](const PortView& v) { return hexLine(portId(v)); }, nullptr}},
@@ -286,7 +300,8 @@ std::optional<std::vector<Entry>> subFolder(const NetworkDevice& device, const s
         appendNames(entries, portAttributes());
     } else if (folder == "brif" && device.isBridge) {
         const auto bridge = network::bridge(device.name);
-        for (const auto& port : bridge ? bridge->members() : std::vector<std::string>{}) entries.push_back({port, true});
+        for (const auto& port : bridge ? bridge->members() : std::vector<std::string>{})
+            entries.push_back({port, true});
     } else {
         return std::nullopt;
     }
@@ -313,7 +328,9 @@ bool isPortAttribute(const Place& place) {
 
 }  // namespace
 
-bool owns(const std::string& path) { return isUnder(path, kNetRoot) || isUnder(path, kIpv6Root); }
+bool owns(const std::string& path) {
+    return isUnder(path, kNetRoot) || isUnder(path, kIpv6Root);
+}
 
 std::optional<std::string> read(const std::string& path) {
     const DeviceLock lock(deviceMutex());

@@ -15,9 +15,9 @@ struct Entry {
 };
 
 bool owns(const std::string& path);
-std::optional<std::string> read(const std::string& path);            // nothing: no such attribute
-std::optional<std::vector<Entry>> list(const std::string& path);     // nothing: no such directory
-int write(const std::string& path, const std::string& text);         // 0 or errno, as the kernel's store functions
+std::optional<std::string> read(const std::string& path);         // nothing: no such attribute
+std::optional<std::vector<Entry>> list(const std::string& path);  // nothing: no such directory
+int write(const std::string& path, const std::string& text);      // 0 or errno, as the kernel's store functions
 bool writable(const std::string& path);
 
 }  // namespace virtual_onu::sysfs

@@ -30,11 +30,21 @@ std::vector<std::string> Bridge::members() const {
     return names;
 }
 
-std::vector<NetworkDevice> VirtualOnu::devices() const { return network::devices(); }
-std::optional<NetworkDevice> VirtualOnu::device(const std::string& name) const { return network::device(name); }
-bool VirtualOnu::deviceExists(const std::string& name) const { return network::exists(name); }
-std::vector<Bridge> VirtualOnu::bridges() const { return network::bridges(); }
-std::optional<Bridge> VirtualOnu::bridge(const std::string& name) const { return network::bridge(name); }
+std::vector<NetworkDevice> VirtualOnu::devices() const {
+    return network::devices();
+}
+std::optional<NetworkDevice> VirtualOnu::device(const std::string& name) const {
+    return network::device(name);
+}
+bool VirtualOnu::deviceExists(const std::string& name) const {
+    return network::exists(name);
+}
+std::vector<Bridge> VirtualOnu::bridges() const {
+    return network::bridges();
+}
+std::optional<Bridge> VirtualOnu::bridge(const std::string& name) const {
+    return network::bridge(name);
+}
 
 bool VirtualOnu::useHostKernel(bool on, std::string* why) {
     const DeviceLock lock(deviceMutex());

@@ -9,7 +9,7 @@
 #include <cstring>
 
 #include "device/DeviceInfo.h"
-#include "platform/laser_dev.h"
+#include "platform/kit_numbers.h"
 
 namespace {
 

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "platform/gponctl.h"
+#include "platform/kit_numbers.h"
 #include "platform/tmctl.h"
 #include "xpon/OnuXponHalAdapterBCM.h"
 

@@ -4,6 +4,7 @@
 
 #include "hal/Text.h"
 #include "platform/gponctl.h"
+#include "platform/kit_numbers.h"
 #include "platform/tmctl.h"
 #include "xpon/OnuXponHalAdapterBCM.h"
 

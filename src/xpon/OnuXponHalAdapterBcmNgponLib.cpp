@@ -9,8 +9,7 @@
 
 #include "hal/Text.h"
 #include "platform/gponctl.h"
-#include "platform/laser_dev.h"
-#include "platform/ngpon2_stack.h"
+#include "platform/kit_numbers.h"
 
 namespace {
 

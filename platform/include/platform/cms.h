@@ -10,15 +10,12 @@
 extern "C" {
 #endif
 
-#define CMS_MSG_FLAG_EVENT 0x0001u
-#define CMS_MSG_FLAG_REQUEST 0x0002u
-
 // Header of every message; dataLength bytes of payload follow it in the same block. Little-endian on the wire.
 typedef struct {
     uint32_t type;
     uint32_t source;       // entity id of the sender
     uint32_t destination;  // entity id of the receiver
-    uint16_t flags;        // CMS_MSG_FLAG_*
+    uint16_t flags;        // bit 0 event, bit 1 request
     uint8_t reserved[14];  // sequence number, link and word data: the bus's own
     uint32_t dataLength;
 } CmsMsgHeader;

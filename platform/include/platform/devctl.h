@@ -9,9 +9,8 @@ extern "C" {
 #endif
 
 #define NVRAM_DATA_SIZE 1024             // bytes that nandReadNvramData fills
-#define DEVCTL_MAC_OWNER_IP_HOST 0xA0000001u  // owner id under which the management addresses are allotted
 
-int devCtl_getMacAddress(unsigned char *mac, unsigned int owner);  // 6 bytes
+int devCtl_getMacAddress(unsigned char *mac, unsigned int owner);  // 6 bytes; owner 0xA0000001
 int devCtl_getBaseMacAddress(unsigned char *mac);                  // 6 bytes
 int devCtl_getBootedImagePartition(void);                          // the partition number, not a status
 int devCtl_getImageVersion(int image, char *buffer, int size);

@@ -10,11 +10,6 @@
 extern "C" {
 #endif
 
-// A GEM index of this value asks the driver to choose (configure) or to look the port up by its id (query).
-#define GPONCTL_GEM_INDEX_UNKNOWN 0xFFFFu
-// gponCtl_configGemPort: the driver has this GEM port already.
-#define GPONCTL_ERROR_GEM_PORT_EXISTS 258
-
 typedef struct {
     uint8_t tcontIndex;
     uint8_t reserved;
@@ -22,7 +17,7 @@ typedef struct {
 } GponCtlTcontAllocId;
 
 typedef struct {
-    uint16_t gemIndex;       // in: GPONCTL_GEM_INDEX_UNKNOWN, out: the chosen index
+    uint16_t gemIndex;       // in: 65535 = the driver chooses, out: the chosen index
     uint16_t gemPortId;
     uint16_t allocId;
     uint8_t downstreamOnly;  // 1 exactly when allocId is 65535
@@ -32,7 +27,7 @@ typedef struct {
 } GponCtlGemPortConfig;
 
 typedef struct {
-    uint16_t gemIndex;  // in: GPONCTL_GEM_INDEX_UNKNOWN, out: the port's index
+    uint16_t gemIndex;  // in: 65535 = look up by port id, out: the port's index
     uint16_t gemPortId;
     uint8_t output[12];
 } GponCtlGemPort;
@@ -63,7 +58,7 @@ typedef struct {
 
 int gponCtl_configTcontAllocId(const GponCtlTcontAllocId *record);
 int gponCtl_deconfigTcontAllocId(const GponCtlTcontAllocId *record);
-int gponCtl_configGemPort(GponCtlGemPortConfig *record);  // may answer GPONCTL_ERROR_GEM_PORT_EXISTS
+int gponCtl_configGemPort(GponCtlGemPortConfig *record);  // 258 when the port already exists
 int gponCtl_deconfigGemPort(const GponCtlGemPortDeconfig *record);
 int gponCtl_getGemPort(GponCtlGemPort *record);
 int gponCtl_enableGemPort(GponCtlGemPortEnable *record);

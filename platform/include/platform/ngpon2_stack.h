@@ -1,23 +1,9 @@
-// Requests of the NGPON2 stack's character device. The records that go with them are declared by the library
-// (xpon/TwdmDriverRecords.h), sized to the byte ranges that it exchanges with the driver.
+// The NGPON2 stack's character device "/dev/ngpon2_stack", requests 200 to 214. Its requests stand in kit_numbers.h; the
+// records that go with them are declared by the library (xpon/TwdmDriverRecords.h), sized to the byte ranges that it
+// exchanges with the driver.
 #ifndef PLATFORM_NGPON2_STACK_H
 #define PLATFORM_NGPON2_STACK_H
 
-#define NGPON2_STACK_DEVICE "/dev/ngpon2_stack"
-
-#define NGPON_STACK_IOC_GET_TX_CHANNEL 200ul
-#define NGPON_STACK_IOC_GET_RX_CHANNEL 201ul
-#define NGPON_STACK_IOC_GET_TWDM_SYSTEM_PROFILE 203ul
-#define NGPON_STACK_IOC_SET_TWDM_SYSTEM_PROFILE 204ul
-#define NGPON_STACK_IOC_GET_TWDM_CHANNEL 205ul
-#define NGPON_STACK_IOC_GET_TWDM_LODS_PM_DATA 206ul
-#define NGPON_STACK_IOC_GET_TWDM_CHANNEL_XGEM_HD 207ul
-#define NGPON_STACK_IOC_GET_TWDM_CHANNEL_PLOAM_PM1 208ul
-#define NGPON_STACK_IOC_GET_TWDM_CHANNEL_PLOAM_PM2 209ul
-#define NGPON_STACK_IOC_GET_TWDM_CHANNEL_PLOAM_PM3 210ul
-#define NGPON_STACK_IOC_GET_TWDM_TUNING_PM_HD1 211ul
-#define NGPON_STACK_IOC_GET_TWDM_CHANNEL_TUNING_PM_HD2 212ul
-#define NGPON_STACK_IOC_GET_TWDM_CHANNEL_TUNING_PM_HD3 213ul
-#define NGPON_STACK_IOC_GET_TWDM_CHANNEL_OMCI_PM_HD 214ul
+#include "platform/kit_numbers.h"
 
 #endif

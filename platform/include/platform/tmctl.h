@@ -12,9 +12,6 @@ extern "C" {
 
 #define TMCTL_DEV_GPON 2  // device type: the PON side, addressed by T-CONT index
 
-#define TMCTL_SCHED_STRICT_PRIORITY 1u
-#define TMCTL_SCHED_WEIGHTED_ROUND_ROBIN 2u
-
 typedef struct {
     uint32_t tcontIndex;
 } TmctlIf;
@@ -24,7 +21,7 @@ typedef struct {
     uint32_t priority;
     uint32_t queueSize;  // packets
     uint32_t weight;
-    uint32_t schedMode;  // TMCTL_SCHED_*
+    uint32_t schedMode;  // 1 strict priority, 2 weighted round robin
     uint32_t shapingRate;
     uint32_t shapingBurst;
     uint32_t reserved;

@@ -11,6 +11,7 @@
 #include "device/NetworkInterface.h"
 #include "hal/Text.h"
 #include "platform/devctl.h"
+#include "platform/kit_numbers.h"
 #include "xpon/OnuXponHalAdapterBCM.h"
 
 std::string VornBrcmHal::ipHostMac;

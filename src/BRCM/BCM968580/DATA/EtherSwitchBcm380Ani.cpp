@@ -14,6 +14,7 @@
 #include "BRCM/BCM968580/DATA/GemPortIndex.h"
 #include "hal/Text.h"
 #include "platform/gponctl.h"
+#include "platform/kit_numbers.h"
 #include "platform/vlanctl.h"
 
 std::map<std::uint16_t, std::uint16_t> tGemPortMap;

@@ -14,6 +14,7 @@
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/ServiceMap.h"
 #include "platform/cms.h"
+#include "platform/kit_numbers.h"
 #include "platform/logger.h"
 
 namespace {
