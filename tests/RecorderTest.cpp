@@ -16,8 +16,8 @@ using Json = nlohmann::ordered_json;
 class Recorder : public ::testing::Test {
 protected:
     ProgramResult record(const std::vector<std::string>& program, const std::string& recording) {
-        std::vector<std::string> words = {VORN_ONU_BINARY, "exec",     "--quiet",       "--json", file("daemon.json"),
-                                          "--record",      recording, "--"};
+        std::vector<std::string> words = {VORN_ONU_BINARY,     "exec",     "--quiet", "--json",
+                                          file("daemon.json"), "--record", recording, "--"};
         words.insert(words.end(), program.begin(), program.end());
         return runProgram(words);
     }
@@ -114,10 +114,14 @@ TEST_F(Recorder, AnAnswerThatIsAnotherOneIsNoticed) {
 
 TEST_F(Recorder, AKilledDaemonLeavesItsCalls) {
     EXPECT_EQ(recordDaemon("killed").code, 128 + SIGKILL);
-    const std::vector<std::string> expected = {
-        "vorn_omci_hal_tcont_set",          "vorn_omci_hal_gemflow_add",          "vorn_omci_hal_set_gemPortStatus",
-        "vorn_omci_hal_configureBridge",    "vorn_omci_hal_configureAniTagRules", "vorn_omci_hal_filter_flow_add",
-        "setEthernetUniStatus",             "updateEthernetUniSpeed"};
+    const std::vector<std::string> expected = {"vorn_omci_hal_tcont_set",
+                                               "vorn_omci_hal_gemflow_add",
+                                               "vorn_omci_hal_set_gemPortStatus",
+                                               "vorn_omci_hal_configureBridge",
+                                               "vorn_omci_hal_configureAniTagRules",
+                                               "vorn_omci_hal_filter_flow_add",
+                                               "setEthernetUniStatus",
+                                               "updateEthernetUniSpeed"};
     EXPECT_EQ(calls(), expected);
     const auto replayed = replay();
     EXPECT_EQ(replayed.code, 0) << replayed.output;
@@ -145,7 +149,8 @@ TEST_F(Recorder, SaysSoWhenThereIsNothingToRecord) {
 
 // A signal can stop the kernel between two pages of one write.
 TEST_F(Recorder, AHalfWrittenCallIsLeftOut) {
-    const std::string start = "{\"version\": 1, \"title\": \"t\", \"steps\": [\n{\"call\":\"vorn_test_call\",\"result\":4}";
+    const std::string start =
+        "{\"version\": 1, \"title\": \"t\", \"steps\": [\n{\"call\":\"vorn_test_call\",\"result\":4}";
     struct Case {
         const char* rest;
         std::size_t calls;

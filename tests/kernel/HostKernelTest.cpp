@@ -106,7 +106,9 @@ TEST_F(HostKernel, ShellCommandsChangeTheKernel) {
     EXPECT_EQ(run("brctl addif br3 sid1"), 1);
     EXPECT_EQ(kernelSays("br3/bridge/forward_delay"), "400");
     EXPECT_EQ(onu().bridge("br3")->members(), Texts{"sid1"});
-    EXPECT_EQ(run("ifconfig sid2 10.0.0.5 netmask 255.255.255.0 broadcast 10.0.0.5 mtu 1400 hw ether 02:00:00:00:aa:01 up"), 0);
+    EXPECT_EQ(
+        run("ifconfig sid2 10.0.0.5 netmask 255.255.255.0 broadcast 10.0.0.5 mtu 1400 hw ether 02:00:00:00:aa:01 up"),
+        0);
     EXPECT_EQ(kernelSays("sid2/address"), "02:00:00:00:aa:01");
     EXPECT_EQ(kernelSays("sid2/mtu"), "1400");
     const auto device = onu().device("sid2");

@@ -13,12 +13,29 @@ constexpr int kBadInput = 2;  // a scenario, a file or the command line is wrong
 
 struct RunCommand {
     std::string scenario;
-    std::string jsonFile;  // "-" is standard output
+    std::string jsonFile;    // "-" is standard output
+    std::string reportFile;  // an HTML page
+    std::string pcapFile;    // the frames of frame steps
     bool trace = false;
     bool halOutput = false;
     bool realTime = false;
     bool quiet = false;
     int run() const;
+};
+
+// Numbers and words as they were typed; "" where nothing was.
+struct TypedTag {
+    std::string vlan, pbits, tpid;
+    bool dei = false;
+};
+
+struct SendCommand {
+    std::string scenario;
+    std::string from, etherType, ipProtocol, dscp, source, destination;
+    std::vector<TypedTag> tags;  // outermost first
+    std::size_t afterStep = 0;   // 0: the moment at which most stands on the device
+    bool json = false;
+    int run() const;  // kHeld when a copy of the frame leaves the device, kNotHeld when it is dropped
 };
 
 struct ExecCommand {

@@ -19,13 +19,15 @@ std::optional<std::size_t> callsIn(const std::string& text) {
     return whole["steps"].size();
 }
 
-// Without its last line, and without the comma that a list must not end with.
-std::string shorter(std::string text) {
-    const auto lineEnd = text.find_last_not_of('\n');
-    const auto line = lineEnd == std::string::npos ? lineEnd : text.rfind('\n', lineEnd);
-    text.resize(line == std::string::npos ? 0 : line);
-    if (!text.empty() && text.back() == ',') text.pop_back();
+// Without what a list must not end with.
+std::string withoutComma(std::string text) {
+    while (!text.empty() && (text.back() == '\n' || text.back() == ',')) text.pop_back();
     return text;
+}
+
+std::string withoutLastLine(const std::string& text) {
+    const auto line = text.rfind('\n');
+    return text.substr(0, line == std::string::npos ? 0 : line);
 }
 
 }  // namespace
@@ -36,8 +38,8 @@ std::optional<RecordedFile> finishRecording(const std::string& path) {
     content << file.rdbuf();
     std::string text = content.str();
     if (const auto calls = callsIn(text)) return RecordedFile{*calls, false};
-    for (int lost = 0; lost < kMostLinesLost && !text.empty(); ++lost) {
-        text = shorter(text);
+    for (int lost = 0; lost <= kMostLinesLost; ++lost, text = withoutLastLine(text)) {
+        text = withoutComma(text);
         const auto calls = callsIn(text + kEnd);
         if (!calls) continue;
         std::ofstream(path, std::ios::trunc) << text << kEnd;

@@ -5,6 +5,7 @@
 #include "ReportStyle.h"
 #include "RuleWords.h"
 #include "Services.h"
+#include "WalkWords.h"
 
 namespace vorn_onu {
 
@@ -247,28 +248,13 @@ std::string list(const std::string& title, const std::vector<std::string>& lines
 
 // ---- frames ----
 
-std::string hopWhere(const virtual_onu::Hop& hop) {
-    using Kind = virtual_onu::Hop::Kind;
-    switch (hop.kind) {
-        case Kind::Table:
-            return code(hop.device) + (hop.direction == virtual_onu::kReceive ? " receives, " : " sends, ") +
-                   std::to_string(hop.table) + (hop.table == 1 ? " tag" : " tags");
-        case Kind::Bridge:
-            return "bridge " + code(hop.device);
-        case Kind::Flow:
-            return "flow to " + code(hop.device);
-        case Kind::Port:
-            return code(hop.device);
-    }
-    return "";
-}
-
 std::string hopRows(const virtual_onu::Walk& walk) {
     std::string rows;
-    for (const auto& hop : walk.hops) {
-        const std::string what =
-            hop.rule ? "rule " + std::to_string(*hop.rule) + ": " + code(hop.detail) : escaped(hop.detail);
-        rows += row({hopWhere(hop), what, escaped(hop.frame.text()), hop.to.empty() ? "" : code(hop.to)});
+    for (const HopWords& hop : hopWords(walk)) {
+        const std::string indent =
+            hop.branch > 0 ? " style=\"padding-left:" + std::to_string(14 * hop.branch) + "px\"" : "";
+        rows += "<tr><td" + indent + ">" + escaped(hop.where) + "</td><td>" + escaped(hop.what) + "</td><td>" +
+                escaped(hop.to) + "</td><td>" + escaped(hop.frame) + "</td></tr>\n";
     }
     return rows;
 }
@@ -277,7 +263,7 @@ std::string walkCard(const ReportWalk& walk) {
     const char* mood = !walk.passed ? "verdict wrong" : walk.leaves ? "verdict out" : "verdict drop";
     std::string body = element("h3", escaped(walk.title)) + element("p", escaped(walk.verdict), mood);
     const std::string rows = hopRows(walk.walk);
-    if (!rows.empty()) body += table({"where", "what", "the frame then", "goes to"}, rows, "hop");
+    if (!rows.empty()) body += table({"where", "what", "goes to", "the frame then"}, rows, "hop");
     return card(body);
 }
 

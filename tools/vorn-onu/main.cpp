@@ -1,6 +1,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <map>
 
 #include <CLI/CLI.hpp>
 
@@ -19,9 +20,49 @@ void addRun(CLI::App& app, RunCommand& run) {
     command->add_option("FILE", run.scenario, "the scenario")->required();
     command->add_flag("--trace", run.trace, "show every call into the device below the step that made it");
     command->add_option("--json", run.jsonFile, "write steps and device state as JSON; - is standard output");
+    command->add_option("--report", run.reportFile, "write a report as one HTML page");
+    command->add_option("--pcap", run.pcapFile, "write the frames of the scenario's frame steps for Wireshark");
     command->add_flag("--hal-output", run.halOutput, "show what the HAL prints below the step that made it print");
     command->add_flag("--real-time", run.realTime, "let waits take their time");
     command->add_flag("--quiet", run.quiet, "show failures only");
+}
+
+// The tag that an option belongs to: each --vlan begins one, what follows it describes it.
+TypedTag& tagOf(SendCommand& send, const std::string& option) {
+    if (send.tags.empty()) throw CLI::ValidationError(option, "stands behind the --vlan that it describes");
+    return send.tags.back();
+}
+
+void addSend(CLI::App& app, SendCommand& send) {
+    CLI::App* command = app.add_subcommand("send", "tell where a frame goes once a scenario's services stand");
+    command->add_option("FILE", send.scenario, "the scenario")->required();
+    command->add_option("--from", send.from, "where it arrives: sid0, veip0, or \"gem 1001\"")->required();
+    CLI::Option* vlan = command->add_option("--vlan", "a tag's VLAN id; again for each tag, outermost first");
+    CLI::Option* pbits = command->add_option("--pbits", "p-bits of the tag before it");
+    CLI::Option* tpid = command->add_option("--tpid", "TPID of the tag before it, such as 0x88a8");
+    CLI::Option* dei = command->add_flag("--dei", "the tag before it is drop eligible");
+    for (CLI::Option* option : {vlan, pbits, tpid})
+        option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    command->add_option("--ethertype", send.etherType, "ipv4 (which it is otherwise), ipv6, arp, 0x8863, ...");
+    command->add_option("--protocol", send.ipProtocol, "IP protocol: igmp, udp, tcp or a number");
+    command->add_option("--dscp", send.dscp, "DSCP of an IP packet");
+    command->add_option("--source", send.source, "source MAC address");
+    command->add_option("--destination", send.destination, "destination MAC address; otherwise one that nobody knows");
+    command->add_option("--after-step", send.afterStep,
+                        "stop the scenario after this step; otherwise when most stands on the device");
+    command->add_flag("--json", send.json, "answer in JSON");
+    command->callback([&send, command, vlan, pbits, tpid, dei] {
+        std::map<const CLI::Option*, std::size_t> seen;
+        for (const CLI::Option* option : command->parse_order()) {
+            if (option != vlan && option != pbits && option != tpid && option != dei) continue;
+            const std::string value = option->results().at(seen[option]++);
+            if (option == vlan) send.tags.push_back({value, "", "", false});
+            TypedTag& tag = tagOf(send, option->get_name());
+            if (option == pbits) tag.pbits = value;
+            if (option == tpid) tag.tpid = value;
+            if (option == dei) tag.dei = true;
+        }
+    });
 }
 
 void addExec(CLI::App& app, ExecCommand& exec) {
@@ -55,9 +96,11 @@ int main(int argc, char** argv) {
     CLI::App app(kDescription, "vorn-onu");
     app.require_subcommand(1);
     RunCommand run;
+    SendCommand send;
     ExecCommand exec;
     DiffCommand diff;
     addRun(app, run);
+    addSend(app, send);
     addExec(app, exec);
     addDiff(app, diff);
     app.add_subcommand("schema", "print the JSON schema of scenarios");
@@ -67,6 +110,7 @@ int main(int argc, char** argv) {
         return app.exit(error) == 0 ? kHeld : kBadInput;
     }
     if (app.got_subcommand("run")) leave(run.run());
+    if (app.got_subcommand("send")) leave(send.run());
     if (app.got_subcommand("exec")) leave(exec.run());
     if (app.got_subcommand("diff")) leave(diff.run());
     return printSchema();

@@ -28,6 +28,12 @@ constexpr unsigned kDefaultActionDrop = 1;
 constexpr int kRealDevMode = 0;
 constexpr unsigned kMostTags = 2;
 
+// A name that a shell reads as one plain word.
+bool isPlainName(const char* name) {
+    constexpr const char* kPlain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789._-";
+    return name[0] != '\0' && name[std::strspn(name, kPlain)] == '\0';
+}
+
 bool runInShell(const CommandText& command) {
     return !command.cut() && std::system(command.get()) == 0;
 }
@@ -136,7 +142,7 @@ bool EtherSwitchBcm380::ifDown(const char* name) {
 }
 
 int EtherSwitchBcm380::disableIPv6(const char* name) {
-    if (name != nullptr) runInShell(CommandText("echo 1 > /proc/sys/net/ipv6/conf/%s/disable_ipv6", name));
+    if (name != nullptr && isPlainName(name)) runInShell(CommandText("echo 1 > /proc/sys/net/ipv6/conf/%s/disable_ipv6", name));
     return 0;
 }
 
