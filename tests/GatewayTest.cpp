@@ -23,7 +23,7 @@ protected:
         OnuFixture::SetUp();
         onu().setGateway(GatewayMode::Answers, 100);
         ASSERT_EQ(engine().omcid_initCms(), 0);
-        ASSERT_TRUE(becomesTrue([] { return !onu().sentMessages().empty(); })) << "no application indication";
+        ASSERT_TRUE(called("cmsTmr_getTimeToNextEvent", 1)) << "the listener has not announced the application";
     }
 
     static OMCI_SERVICE_MAP_ENTRY service(const std::string& name, int vlanId, int pbits, int gemPortIndex = 7) {
@@ -41,13 +41,15 @@ protected:
         onu().gatewaySends(kAsk, Bytes(bytes, bytes + size));
     }
 
-    static bool handled(long messages) {
-        return becomesTrue([messages] {
+    static bool called(const char* function, long times) {
+        return becomesTrue([function, times] {
             const auto trace = onu().trace();
             return std::count_if(trace.begin(), trace.end(),
-                                 [](const auto& entry) { return entry.name == "cmsMem_free"; }) >= messages;
+                                 [function](const auto& entry) { return entry.name == function; }) >= times;
         });
     }
+
+    static bool handled(long messages) { return called("cmsMem_free", messages); }
 };
 
 TEST_F(Gateway, HearsOnceThatTheApplicationIsUp) {

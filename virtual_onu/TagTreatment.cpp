@@ -119,7 +119,7 @@ void change(const RuleTerm& term, Frame& frame, Marks& marks) {
     }
     VlanTag* target = tagAt(term.tag);
     if (target == nullptr) return;
-    if (!isCopy(term.kind)) return write(term, *target, frame);
+    if (!isCopy(term.kind)) return datapath::write(term, *target, frame);
     if (const VlanTag* source = tagAt(term.value)) copy(term, *target, *source);
 }
 

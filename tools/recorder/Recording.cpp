@@ -181,6 +181,7 @@ RecordedCall::~RecordedCall() {
 }
 
 void RecordedCall::answered(const Json& result, const Json& output) {
+    if (recording_ == nullptr) return;
     step_.erase("note");
     if (!result.is_null()) step_["result"] = result;
     if (!output.empty()) step_["output"] = output;

@@ -2,6 +2,8 @@
 
 #include <fstream>
 
+namespace vorn_onu {
+
 namespace {
 
 // pcapng, draft-ietf-opsawg-pcapng: little-endian blocks of type, length, body, length.
@@ -112,3 +114,5 @@ bool Capture::write(const std::string& path) const {
     file.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
     return static_cast<bool>(file.flush());
 }
+
+}  // namespace vorn_onu

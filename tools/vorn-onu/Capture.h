@@ -1,11 +1,13 @@
 // Frames as a pcapng file for Wireshark: one interface a port, direction and comment at each frame.
-#ifndef TOOLS_VORN_ONU_CAPTURE_H
-#define TOOLS_VORN_ONU_CAPTURE_H
+#ifndef VORN_ONU_CAPTURE_H
+#define VORN_ONU_CAPTURE_H
 
 #include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
+
+namespace vorn_onu {
 
 class Capture {
 public:
@@ -32,5 +34,7 @@ private:
     std::map<std::string, std::uint32_t> interfaceNumbers_;
     std::vector<Captured> frames_;
 };
+
+}  // namespace vorn_onu
 
 #endif

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "RuleWords.h"
+#include "Services.h"
 
 namespace vorn_onu {
 
@@ -59,38 +60,24 @@ std::string devices(const DeviceState& state, const DeviceState& newBoard, const
 
 // ---- rules ----
 
-// One line of the rules section: a rule with all the tables of its direction that it stands in.
-struct MergedRule {
-    std::vector<std::string> terms;
-    std::set<unsigned> tags;
+// A rule that stands in its tables several times over is one line.
+struct RuleLine {
+    MergedRule rule;
     unsigned times = 1;
 };
 
-// The same rule in the tables for different numbers of tags is one rule to a reader.
-std::vector<MergedRule> mergedRules(const std::vector<const TableState*>& tables) {
-    std::vector<MergedRule> merged;
-    for (const TableState* table : tables) {
-        for (const RuleState& rule : table->rules) {
-            const auto same = std::find_if(merged.begin(), merged.end(), [&](const MergedRule& one) {
-                return one.terms == rule.terms && one.tags.count(table->tags) == 0;
-            });
-            if (same == merged.end())
-                merged.push_back({rule.terms, {table->tags}});
-            else
-                same->tags.insert(table->tags);
-        }
-    }
-    std::vector<MergedRule> once;
-    for (MergedRule& rule : merged) {
-        const auto same = std::find_if(once.begin(), once.end(), [&](const MergedRule& one) {
-            return one.terms == rule.terms && one.tags == rule.tags;
+std::vector<RuleLine> ruleLines(const std::vector<const TableState*>& tables) {
+    std::vector<RuleLine> lines;
+    for (const MergedRule& rule : mergedRules(tables)) {
+        const auto same = std::find_if(lines.begin(), lines.end(), [&](const RuleLine& line) {
+            return line.rule.terms == rule.terms && line.rule.tags == rule.tags;
         });
-        if (same == once.end())
-            once.push_back(std::move(rule));
+        if (same == lines.end())
+            lines.push_back({rule});
         else
             ++same->times;
     }
-    return once;
+    return lines;
 }
 
 std::string defaultWords(const std::vector<const TableState*>& tables) {
@@ -105,6 +92,29 @@ std::string defaultWords(const std::vector<const TableState*>& tables) {
     return joinWords(words, ", ");
 }
 
+// The rules of one device and direction. Where they all concern one VLAN device, it stands in the heading.
+std::string rulesOf(const std::string& device, bool receive, const std::vector<RuleLine>& lines,
+                    const Terminal& terminal) {
+    std::set<std::string> others;
+    std::vector<RuleWords> words;
+    for (const RuleLine& line : lines) {
+        words.push_back(ruleWords(device, receive, line.rule.tags, line.rule.terms));
+        const std::string other = receive ? words.back().to : words.back().from;
+        if (!other.empty()) others.insert(other);
+    }
+    const bool one = others.size() == 1;
+    std::string body = "  " + device + (receive ? " receives" : " sends");
+    if (one) body += (receive ? ", for " : ", from ") + *others.begin();
+    Table table;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        const std::string from = receive || one ? "" : " from " + words[i].from;
+        const std::string to = !receive || one || words[i].to.empty() ? "" : " → " + words[i].to;
+        const std::string times = lines[i].times > 1 ? " (" + std::to_string(lines[i].times) + " times)" : "";
+        table.row({words[i].frames + from, words[i].action + to + times});
+    }
+    return body + "\n" + table.text(terminal, 4);
+}
+
 std::string rules(const DeviceState& state, const Terminal& terminal) {
     std::vector<std::pair<std::string, bool>> order;  // device and direction, as they come
     std::map<std::pair<std::string, bool>, std::vector<const TableState*>> groups;
@@ -116,19 +126,10 @@ std::string rules(const DeviceState& state, const Terminal& terminal) {
     std::string body;
     for (const auto& key : order) {
         const auto& tables = groups[key];
-        const std::vector<MergedRule> merged = mergedRules(tables);
-        if (merged.empty()) continue;
-        body += "  " + key.first + (key.second ? " receives" : " sends") + "\n";
-        Table table;
-        for (const MergedRule& rule : merged) {
-            const RuleWords words = ruleWords(key.first, key.second, rule.tags, rule.terms);
-            const std::string from = key.second ? "" : " from " + words.from;
-            const std::string to = words.to.empty() || !key.second ? "" : " → " + words.to;
-            const std::string times = rule.times > 1 ? " (" + std::to_string(rule.times) + " times)" : "";
-            table.row({words.frames + from, words.action + to + times});
-        }
+        const std::vector<RuleLine> lines = ruleLines(tables);
+        if (lines.empty()) continue;
+        body += rulesOf(key.first, key.second, lines, terminal);
         const std::string otherwise = defaultWords(tables);
-        body += table.text(terminal, 4);
         if (!otherwise.empty()) body += "    " + terminal.dim(otherwise) + "\n";
     }
     return section("Rules", body, terminal);

@@ -18,6 +18,7 @@ std::optional<std::int64_t> hexNumber(const std::string& text) {
 
 const Numbers kPbit{0, 7};
 const Numbers kVid{0, 4095};
+const Numbers kMappedGemPort{0, 65535, {{"none", 65535}}};
 const Numbers kDei{0, 1, {}, true};
 
 // The longest list text that a bridge service record holds, without its zero.
@@ -159,7 +160,7 @@ PbitMap pbitMapOf(const Json& value, std::int64_t highestPbit) {
                 return inField(name, [&] { return numbers.read(entry[name]); });
             };
             const auto pbit = static_cast<std::uint8_t>(part("pbit", Numbers{0, highestPbit}));
-            const auto gemPort = static_cast<std::uint16_t>(part("gemPort", Numbers{}));
+            const auto gemPort = static_cast<std::uint16_t>(part("gemPort", kMappedGemPort));
             const auto queue = static_cast<std::uint16_t>(part("queue", Numbers{}));
             if (!result.emplace(pbit, std::make_pair(gemPort, queue)).second)
                 throw Problem("pbit", "stands twice in the list: " + std::to_string(pbit));
@@ -180,7 +181,8 @@ Json pbitMapSchema() {
         {"type", "object"},
         {"additionalProperties", false},
         {"required", {"pbit", "gemPort", "queue"}},
-        {"properties", {{"pbit", kPbit.schema()}, {"gemPort", Numbers{}.schema()}, {"queue", Numbers{}.schema()}}}};
+        {"properties",
+         {{"pbit", kPbit.schema()}, {"gemPort", kMappedGemPort.schema()}, {"queue", Numbers{}.schema()}}}};
     return {{"type", "array"}, {"items", entry}, {"maxItems", 8}};
 }
 

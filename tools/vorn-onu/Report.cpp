@@ -47,9 +47,13 @@ std::string fact(std::size_t number, const std::string& what, const std::string&
     return element("li", element("b", std::to_string(number)) + element("span", escaped(what)), classes);
 }
 
+bool isCheck(const ReportStep& step) {
+    return step.kind == "expect" || step.kind == "frame";
+}
+
 std::string facts(const ReportInput& input) {
     const auto checks =
-        std::count_if(input.steps.begin(), input.steps.end(), [](const auto& step) { return step.isCheck; });
+        std::count_if(input.steps.begin(), input.steps.end(), [](const auto& step) { return isCheck(step); });
     const auto wrong =
         std::count_if(input.steps.begin(), input.steps.end(), [](const auto& step) { return !step.passed; });
     std::string items;
@@ -127,7 +131,7 @@ std::string warnings(const DeviceState& state) {
 // ---- steps ----
 
 std::string stepItem(const ReportStep& step) {
-    std::string body = element("span", escaped(step.words), step.isCheck ? "" : "");
+    std::string body = element("span", escaped(step.words), "");
     if (!step.note.empty()) body = element("div", escaped(step.note), "note") + (step.words == step.note ? "" : body);
     if (!step.answer.empty()) body += " <span class=\"soft\">answers " + escaped(step.answer) + "</span>";
     if (!step.effects.empty()) body += "<div class=\"soft mono\">" + escaped(step.effects) + "</div>";
@@ -260,7 +264,7 @@ std::string hopRows(const virtual_onu::Walk& walk) {
 }
 
 std::string walkCard(const ReportWalk& walk) {
-    const char* mood = !walk.passed ? "verdict wrong" : walk.leaves ? "verdict out" : "verdict drop";
+    const char* mood = !walk.passed ? "verdict wrong" : !walk.walk.exits.empty() ? "verdict out" : "verdict drop";
     std::string body = element("h3", escaped(walk.title)) + element("p", escaped(walk.verdict), mood);
     const std::string rows = hopRows(walk.walk);
     if (!rows.empty()) body += table({"where", "what", "goes to", "the frame then"}, rows, "hop");

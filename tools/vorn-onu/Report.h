@@ -11,20 +11,23 @@
 namespace vorn_onu {
 
 struct ReportStep {
+    std::size_t number = 0;
+    std::string kind;   // "call", "expect", "frame", ...
+    std::string name;   // of a call: the operation
     std::string words;  // what the step does
     std::string answer;
     std::string effects;
     std::string note;
     bool passed = true;
-    bool isCheck = false;
     std::vector<std::string> failures;
 };
 
 struct ReportWalk {
-    std::string title;    // "upstream from sid0: untagged IPv4"
-    std::string verdict;  // "leaves in GEM port 1001, queue 0, as VID 100 p0, IPv4"
+    std::size_t step = 0;
+    std::string title;    // "untagged IPv4 from sid0"
+    std::string note;     // the author's own words
+    std::string verdict;  // "leaves at GEM port 1001, T-CONT 0, queue 0: VID 100 p0, IPv4"
     bool passed = true;   // the expectations held; true where there were none
-    bool leaves = true;   // some copy leaves the device
     virtual_onu::Walk walk;
 };
 
@@ -34,6 +37,7 @@ struct ReportInput {
     std::string source;  // the scenario's file name
     std::vector<ReportStep> steps;
     std::vector<ReportWalk> walks;
+    std::string moment;  // of the state: "after step 11 of 17"; "" for the end of the run
     DeviceState state;
     DeviceState newBoard;
 };

@@ -9,6 +9,7 @@
 #include "DeviceReport.h"
 #include "HalOutput.h"
 #include "RunOutput.h"
+#include "RunReport.h"
 
 namespace vorn_onu {
 
@@ -33,6 +34,21 @@ std::string jsonText(const Scenario& scenario, const std::vector<StepRecord>& re
     return all.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
+// The files that were asked for. False when one cannot be written.
+bool writeFiles(const RunCommand& command, const Scenario& scenario, const std::vector<StepRecord>& records,
+                const nlohmann::json& device, RunReport report) {
+    bool written = true;
+    if (!command.jsonFile.empty() && command.jsonFile != "-")
+        written = writeFile(command.jsonFile, jsonText(scenario, records, device)) && written;
+    if (!command.reportFile.empty())
+        written = writeFile(command.reportFile, htmlReport(std::move(report).finish(readState(device)))) && written;
+    if (!command.pcapFile.empty() && !captureOf(records).write(command.pcapFile)) {
+        std::cerr << command.pcapFile << ": cannot be written\n";
+        written = false;
+    }
+    return written;
+}
+
 int runLoaded(const RunCommand& command, const Scenario& scenario) {
     HalOutput hal(command.scenario);
     const Terminal terminal = Terminal::of(hal.shown());
@@ -45,9 +61,12 @@ int runLoaded(const RunCommand& command, const Scenario& scenario) {
     onu.reset();
     const DeviceState newBoard = readState(onu.toJson());
 
+    RunReport collected(scenario, newBoard);
+
     say(output.heading());
     const RunOptions options{command.trace, command.realTime};
     const auto records = runScenario(scenario, options, [&](const StepRecord& record) {
+        if (!command.reportFile.empty()) collected.add(record, onu);
         if (command.quiet && !record.passed()) print(hal.shown(), output.step(record));
         say(output.step(record));
         if (record.step->kind == "show") say(deviceReport(readState(onu.toJson()), newBoard, terminal));
@@ -65,10 +84,8 @@ int runLoaded(const RunCommand& command, const Scenario& scenario) {
     say(output.closing(records, state.calls));
     if (!command.halOutput)
         say("  what the HAL printed: " + hal.path() + " (" + std::to_string(hal.lines()) + " lines)\n");
-    if (command.jsonFile == "-")
-        print(hal.shown(), jsonText(scenario, records, device));
-    else if (!command.jsonFile.empty() && !writeFile(command.jsonFile, jsonText(scenario, records, device)))
-        return kBadInput;
+    if (command.jsonFile == "-") print(hal.shown(), jsonText(scenario, records, device));
+    if (!writeFiles(command, scenario, records, device, std::move(collected))) return kBadInput;
     return allPassed(records) ? kHeld : kNotHeld;
 }
 

@@ -81,6 +81,7 @@ const StepKind& kindOf(const Json& step) {
     for (const StepKind& kind : stepKinds()) {
         keys.push_back(kind.key);
         if (!step.contains(kind.key)) continue;
+        if (kind.key == "call") return kind;  // its fields may have any name: an IP host has a gateway
         const bool isRemark = kind.key == "note" || (found != nullptr && isCompanion(*found, kind.key));
         if (found != nullptr && !isRemark) throw Problem(kind.key, "does not go with '" + found->key + "' in one step");
         if (found == nullptr) found = &kind;
