@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <thread>
 
@@ -109,6 +110,12 @@ TEST_F(VirtualKernel, SysfsShowsTheModelAndItsDirectoriesCanBeWalked) {
     EXPECT_EQ(firstLine("/sys/class/net/sid1/statistics/rx_bytes"), "1099511627776");
     EXPECT_EQ(entries("/sys/class/net/br3/brif"), Texts{"sid1"});
     EXPECT_EQ(entries("/sys/class/net").size(), onu().devices().size());
+    std::size_t walked = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/sys/class/net/sid1")) walked += entry.exists();
+    EXPECT_GT(walked, 5u);
+    DIR* folder = opendir("/sys/class/net");
+    EXPECT_EQ(onu().openDescriptors(), 1) << "an open directory is a leak too";
+    closedir(folder);
     EXPECT_EQ(access("/sys/class/net/sid1/brport", F_OK), 0);
     run("brctl delif br3 sid1");
     EXPECT_EQ(entries("/sys/class/net/br3/brif"), Texts{});
@@ -253,8 +260,21 @@ TEST_F(VirtualKernel, FilesOfTheDeviceAreWrittenRenamedAndRemoved) {
     std::ofstream("/var/mcpdTmp.conf") << "igmp\n";
     EXPECT_EQ(std::rename("/var/mcpdTmp.conf", "/var/mcpd.conf"), 0);
     EXPECT_EQ(onu().readFile("/var/mcpd.conf"), "igmp\n");
-    EXPECT_EQ(std::remove("/var/mcpd.conf"), 0);
-    EXPECT_EQ(std::remove("/var/mcpd.conf"), -1);
+    struct stat status {};
+    EXPECT_EQ(lstat("/var/mcpd.conf", &status), 0);
+    EXPECT_TRUE(S_ISREG(status.st_mode));
+    EXPECT_EQ(status.st_size, 5);
+    std::ofstream("/var/mcpd.conf", std::ios::app) << "mld\n";
+    EXPECT_EQ(open("/var/mcpd.conf", O_WRONLY | O_CREAT | O_EXCL, 0600), -1);
+    EXPECT_EQ(errno, EEXIST);
+    // A file that is open when it is renamed is written under its new name.
+    FILE* file = std::fopen("/var/mcpd.conf", "a");
+    EXPECT_EQ(std::rename("/var/mcpd.conf", "/var/mcpdTmp.conf"), 0);
+    std::fputs("end\n", file);
+    EXPECT_EQ(std::fclose(file), 0);
+    EXPECT_EQ(onu().readFile("/var/mcpdTmp.conf"), "igmp\nmld\nend\n");
+    EXPECT_EQ(std::remove("/var/mcpdTmp.conf"), 0);
+    EXPECT_EQ(std::remove("/var/mcpdTmp.conf"), -1);
     onu().denyFile("/var/mcpd.conf");
     EXPECT_FALSE(std::ofstream("/var/mcpd.conf").is_open());
     EXPECT_EQ(onu().traceTexts(CallKind::File).back(), R"(fopen("/var/mcpd.conf") = -13)");

@@ -7,10 +7,11 @@
 
 namespace virtual_onu::descriptors {
 
-enum class Kind : unsigned char { NotOurs, File, Attribute, Laser, Stack, PacketSocket };
+enum class Kind : unsigned char { NotOurs, File, Attribute, Directory, Laser, Stack, PacketSocket };
 
 Kind kindOf(int fd);
-// Takes the descriptor over; path is what it was opened as. Closes it and answers -EMFILE when it is too large.
+// Takes the descriptor over; path is what it was opened as, of a directory the folder that stands in for it. Closes it
+// and answers -EMFILE when it is too large.
 int adopt(int fd, Kind kind, const std::string& path);
 std::string pathOf(int fd);
 void forget(int fd);  // it is closed, or about to be

@@ -41,10 +41,10 @@ std::vector<std::string> entries(const std::string& folder) {
     std::vector<std::string> result;
     DIR* stream = real::opendir(folder.c_str());
     if (stream == nullptr) return result;
-    while (const dirent* entry = readdir(stream)) {
+    while (const dirent64* entry = readdir64(stream)) {
         if (entry->d_name[0] != '.') result.emplace_back(entry->d_name);
     }
-    closedir(stream);
+    real::closedir(stream);
     return result;
 }
 
@@ -84,7 +84,8 @@ std::optional<NetworkDevice> device(const std::string& name) {
     result.mac = text(name, "address");
     result.master = masterOf(name);
     result.isBridge = has(name, "bridge");
-    result.operState = text(name, "operstate");
+    // The kernel works its "operstate" out a little later and says "unknown" until then.
+    result.operState = result.up && number(name, "carrier") == 1 ? "up" : "down";
     result.ipv6Disabled = contentOf("/proc/sys/net/ipv6/conf/" + name + "/disable_ipv6") == "1";
     for (const auto& key : entries(path(name, "statistics"))) {
         result.statistics[key] = std::strtoull(text(name, "statistics/" + key).c_str(), nullptr, 10);

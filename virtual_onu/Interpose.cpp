@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdint>
-#include <type_traits>
 
 #include "CharDevices.h"
 #include "Core.h"
@@ -80,19 +79,39 @@ Kind kindOf(FILE* stream) {
     return stream == nullptr ? Kind::NotOurs : descriptors::kindOf(fileno(stream));
 }
 
-// Looks at a path: the real function, on the path or on what stands in for it.
+// Looks at a path: the real function, on the path or on what stands in for it. A stand-in may be a link, and a device
+// path never is one: ours tells the function to follow links.
 template <typename Look>
-auto lookAt(const char* path, Look look) -> decltype(look(path)) {
-    if (!files::owns(path)) return look(path);
-    int error = 0;
-    const auto standIn = files::standIn(path, &error);
-    if (standIn) return look(standIn->c_str());
-    errno = error;
-    if constexpr (std::is_pointer_v<decltype(look(path))>) {
-        return nullptr;
-    } else {
-        return -1;
-    }
+int lookAt(const char* path, Look look) {
+    if (!files::owns(path)) return look(path, false);
+    const Answer answer;
+    const files::StandIn standIn(path, files::StandIn::For::Look);
+    if (standIn.error() != 0) return answer(-standIn.error());
+    const int result = look(standIn.place(), true);
+    return result < 0 ? result : answer(result);
+}
+
+int followed(int flags, bool ours) {
+    return ours ? flags & ~AT_SYMLINK_NOFOLLOW : flags;
+}
+
+// A descriptor of ours is about to be closed: 0, or the errno of what was written to it last.
+int release(int fd, Kind kind) {
+    const int error = files::settle(fd);
+    if (kind == Kind::PacketSocket) packets::closed(fd);
+    files::closed(fd);
+    return error;
+}
+
+// Lists a directory: the path's, or the one that stands in for it.
+template <typename List>
+int listAt(const char* path, List list) {
+    if (!files::owns(path)) return list(path);
+    const Answer answer;
+    const files::StandIn standIn(path, files::StandIn::For::List);
+    if (standIn.error() != 0) return answer(-standIn.error());
+    const int result = list(standIn.place());
+    return result < 0 ? result : answer(result);
 }
 
 bool isEmpty(int count, const fd_set* readable, const fd_set* writable, const fd_set* failed) {
@@ -167,28 +186,25 @@ int onuClose(int fd) {
     const Kind kind = descriptors::kindOf(fd);
     if (kind == Kind::NotOurs) return real::close(fd);
     const Answer answer;
-    const int error = files::settle(fd);
-    if (kind == Kind::PacketSocket) packets::closed(fd);
-    descriptors::forget(fd);
+    const int error = release(fd, kind);
     const int result = real::close(fd);
     return result != 0 ? result : answer(-error);
 }
 
 int onuFclose(FILE* stream) INTERPOSES(fclose);
 int onuFclose(FILE* stream) {
-    if (kindOf(stream) == Kind::NotOurs) return real::fclose(stream);
+    const Kind kind = kindOf(stream);
+    if (kind == Kind::NotOurs) return real::fclose(stream);
     const Answer answer;
-    const int fd = fileno(stream);
     real::fflush(stream);
-    const int error = files::settle(fd);
-    descriptors::forget(fd);
+    const int error = release(fileno(stream), kind);
     const int result = real::fclose(stream);
     return result != 0 ? result : answer(-error);
 }
 
 int onuFflush(FILE* stream) INTERPOSES(fflush);
 int onuFflush(FILE* stream) {
-    if (kindOf(stream) != Kind::Attribute) return real::fflush(stream);
+    if (kindOf(stream) == Kind::NotOurs) return real::fflush(stream);
     const Answer answer;
     const int result = real::fflush(stream);
     return result != 0 ? result : answer(-files::settle(fileno(stream)));
@@ -198,8 +214,9 @@ ssize_t onuWrite(int fd, const void* data, size_t size) INTERPOSES(write);
 ssize_t onuWrite(int fd, const void* data, size_t size) {
     const Answer answer;
     switch (descriptors::kindOf(fd)) {
+        case Kind::File:
         case Kind::Attribute:
-            return answer(files::writeAttribute(fd, data, size));
+            return answer(files::write(fd, data, size));
         case Kind::PacketSocket:
             return answer(packets::send(fd, data, size, nullptr, 0));
         default:
@@ -230,59 +247,86 @@ int onuRename(const char* from, const char* to) {
 
 int onuAccess(const char* path, int mode) INTERPOSES(access);
 int onuAccess(const char* path, int mode) {
-    return lookAt(path, [&](const char* place) { return real::access(place, mode); });
+    return lookAt(path, [&](const char* place, bool) { return real::access(place, mode); });
 }
 
 int onuFaccessat(int directory, const char* path, int mode, int flags) INTERPOSES(faccessat);
 int onuFaccessat(int directory, const char* path, int mode, int flags) {
-    return lookAt(path, [&](const char* place) { return real::faccessat(directory, place, mode, flags); });
+    return lookAt(path, [&](const char* place, bool) { return real::faccessat(directory, place, mode, flags); });
 }
 
 int onuStat(const char* path, struct stat* result) INTERPOSES(stat);
 int onuStat(const char* path, struct stat* result) {
-    return lookAt(path, [&](const char* place) { return real::stat(place, result); });
+    return lookAt(path, [&](const char* place, bool) { return real::stat(place, result); });
 }
 
 // On 32-bit machines the two records differ.
 int onuStat64(const char* path, struct stat64* result) INTERPOSES(stat64);
 int onuStat64(const char* path, struct stat64* result) {
-    return lookAt(path, [&](const char* place) { return real::stat64(place, result); });
+    return lookAt(path, [&](const char* place, bool) { return real::stat64(place, result); });
 }
 
 int onuLstat(const char* path, struct stat* result) INTERPOSES(lstat);
 int onuLstat(const char* path, struct stat* result) {
-    return lookAt(path, [&](const char* place) { return real::lstat(place, result); });
+    return lookAt(path, [&](const char* place, bool ours) {
+        return ours ? real::stat(place, result) : real::lstat(place, result);
+    });
 }
 
 int onuLstat64(const char* path, struct stat64* result) INTERPOSES(lstat64);
 int onuLstat64(const char* path, struct stat64* result) {
-    return lookAt(path, [&](const char* place) { return real::lstat64(place, result); });
+    return lookAt(path, [&](const char* place, bool ours) {
+        return ours ? real::stat64(place, result) : real::lstat64(place, result);
+    });
 }
 
 int onuFstatat(int directory, const char* path, struct stat* result, int flags) INTERPOSES(fstatat);
 int onuFstatat(int directory, const char* path, struct stat* result, int flags) {
-    return lookAt(path, [&](const char* place) { return real::fstatat(directory, place, result, flags); });
+    return lookAt(path, [&](const char* place, bool ours) {
+        return real::fstatat(directory, place, result, followed(flags, ours));
+    });
 }
 
 int onuFstatat64(int directory, const char* path, struct stat64* result, int flags) INTERPOSES(fstatat64);
 int onuFstatat64(int directory, const char* path, struct stat64* result, int flags) {
-    return lookAt(path, [&](const char* place) { return real::fstatat64(directory, place, result, flags); });
+    return lookAt(path, [&](const char* place, bool ours) {
+        return real::fstatat64(directory, place, result, followed(flags, ours));
+    });
 }
 
 int onuStatx(int directory, const char* path, int flags, unsigned mask, struct statx* result) INTERPOSES(statx);
 int onuStatx(int directory, const char* path, int flags, unsigned mask, struct statx* result) {
-    return lookAt(path, [&](const char* place) { return real::statx(directory, place, flags, mask, result); });
+    return lookAt(path, [&](const char* place, bool ours) {
+        return real::statx(directory, place, followed(flags, ours), mask, result);
+    });
 }
 
 DIR* onuOpendir(const char* path) INTERPOSES(opendir);
 DIR* onuOpendir(const char* path) {
-    return lookAt(path, [](const char* place) { return real::opendir(place); });
+    if (!files::owns(path)) return real::opendir(path);
+    const int saved = errno;
+    DIR* stream = files::openDirectory(path);
+    if (stream != nullptr) errno = saved;
+    return stream;
 }
 
-int onuScandir(const char* path, dirent*** list, real::DirentFilter filter, real::DirentOrder order)
+int onuClosedir(DIR* stream) INTERPOSES(closedir);
+int onuClosedir(DIR* stream) {
+    const int fd = stream == nullptr ? -1 : dirfd(stream);
+    if (descriptors::kindOf(fd) != Kind::NotOurs) files::closed(fd);
+    return real::closedir(stream);
+}
+
+int onuScandir(const char* path, dirent*** names, real::DirentFilter filter, real::DirentOrder order)
     INTERPOSES(scandir);
-int onuScandir(const char* path, dirent*** list, real::DirentFilter filter, real::DirentOrder order) {
-    return lookAt(path, [&](const char* place) { return real::scandir(place, list, filter, order); });
+int onuScandir(const char* path, dirent*** names, real::DirentFilter filter, real::DirentOrder order) {
+    return listAt(path, [&](const char* place) { return real::scandir(place, names, filter, order); });
+}
+
+int onuScandir64(const char* path, dirent64*** names, real::Dirent64Filter filter, real::Dirent64Order order)
+    INTERPOSES(scandir64);
+int onuScandir64(const char* path, dirent64*** names, real::Dirent64Filter filter, real::Dirent64Order order) {
+    return listAt(path, [&](const char* place) { return real::scandir64(place, names, filter, order); });
 }
 
 // ---- devices and sockets ----

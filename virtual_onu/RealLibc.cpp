@@ -61,7 +61,9 @@ Next<int(const char*, struct ::stat64*)> nextLstat64{"lstat64"};
 Next<int(int, const char*, struct ::stat64*, int)> nextFstatat64{"fstatat64"};
 Next<int(int, const char*, int, unsigned, struct ::statx*)> nextStatx{"statx"};
 Next<DIR*(const char*)> nextOpendir{"opendir"};
+Next<int(DIR*)> nextClosedir{"closedir"};
 Next<int(const char*, dirent***, DirentFilter, DirentOrder)> nextScandir{"scandir"};
+Next<int(const char*, dirent64***, Dirent64Filter, Dirent64Order)> nextScandir64{"scandir64"};
 Next<int(int, unsigned long, ...)> nextIoctl{"ioctl"};
 Next<int(int, int, int)> nextSocket{"socket"};
 Next<int(int, const sockaddr*, socklen_t)> nextBind{"bind"};
@@ -142,8 +144,14 @@ int statx(int directory, const char* path, int flags, unsigned mask, struct ::st
 DIR* opendir(const char* path) {
     return nextOpendir.get()(path);
 }
+int closedir(DIR* stream) {
+    return nextClosedir.get()(stream);
+}
 int scandir(const char* path, dirent*** list, DirentFilter filter, DirentOrder order) {
     return nextScandir.get()(path, list, filter, order);
+}
+int scandir64(const char* path, dirent64*** list, Dirent64Filter filter, Dirent64Order order) {
+    return nextScandir64.get()(path, list, filter, order);
 }
 
 int ioctl(int fd, unsigned long request, void* argument) {

@@ -35,9 +35,13 @@ int lstat64(const char* path, struct ::stat64* result);
 int fstatat64(int directory, const char* path, struct ::stat64* result, int flags);
 int statx(int directory, const char* path, int flags, unsigned mask, struct ::statx* result);
 DIR* opendir(const char* path);
+int closedir(DIR* stream);
 using DirentFilter = int (*)(const dirent*);
 using DirentOrder = int (*)(const dirent**, const dirent**);
 int scandir(const char* path, dirent*** list, DirentFilter filter, DirentOrder order);
+using Dirent64Filter = int (*)(const dirent64*);
+using Dirent64Order = int (*)(const dirent64**, const dirent64**);
+int scandir64(const char* path, dirent64*** list, Dirent64Filter filter, Dirent64Order order);
 
 int ioctl(int fd, unsigned long request, void* argument);
 int socket(int domain, int type, int protocol);

@@ -282,7 +282,7 @@ public:
     std::optional<std::string> persistent(const std::string& key) const;
 
     // ---- files of the device ----
-    // Device paths ("/proc/driver/i2c/first_mac", "/var/mcpd.conf", ...) live in a private directory.
+    // Device paths ("/proc/driver/i2c/first_mac", "/var/mcpd.conf", ...) are kept in memory, never on the host.
     void writeFile(const std::string& devicePath, const std::string& content);
     std::optional<std::string> readFile(const std::string& devicePath) const;
     void removeFile(const std::string& devicePath);
