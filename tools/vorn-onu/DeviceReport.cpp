@@ -60,26 +60,6 @@ std::string devices(const DeviceState& state, const DeviceState& newBoard, const
 
 // ---- rules ----
 
-// A rule that stands in its tables several times over is one line.
-struct RuleLine {
-    MergedRule rule;
-    unsigned times = 1;
-};
-
-std::vector<RuleLine> ruleLines(const std::vector<const TableState*>& tables) {
-    std::vector<RuleLine> lines;
-    for (const MergedRule& rule : mergedRules(tables)) {
-        const auto same = std::find_if(lines.begin(), lines.end(), [&](const RuleLine& line) {
-            return line.rule.terms == rule.terms && line.rule.tags == rule.tags;
-        });
-        if (same == lines.end())
-            lines.push_back({rule});
-        else
-            ++same->times;
-    }
-    return lines;
-}
-
 std::string defaultWords(const std::vector<const TableState*>& tables) {
     std::map<std::string, std::set<unsigned>> byAction;
     for (const TableState* table : tables)
@@ -93,12 +73,12 @@ std::string defaultWords(const std::vector<const TableState*>& tables) {
 }
 
 // The rules of one device and direction. Where they all concern one VLAN device, it stands in the heading.
-std::string rulesOf(const std::string& device, bool receive, const std::vector<RuleLine>& lines,
+std::string rulesOf(const std::string& device, bool receive, const std::vector<MergedRule>& rules,
                     const Terminal& terminal) {
     std::set<std::string> others;
     std::vector<RuleWords> words;
-    for (const RuleLine& line : lines) {
-        words.push_back(ruleWords(device, receive, line.rule.tags, line.rule.terms));
+    for (const MergedRule& rule : rules) {
+        words.push_back(ruleWords(device, receive, rule.tags, rule.terms));
         const std::string other = receive ? words.back().to : words.back().from;
         if (!other.empty()) others.insert(other);
     }
@@ -106,11 +86,11 @@ std::string rulesOf(const std::string& device, bool receive, const std::vector<R
     std::string body = "  " + device + (receive ? " receives" : " sends");
     if (one) body += (receive ? ", for " : ", from ") + *others.begin();
     Table table;
-    for (std::size_t i = 0; i < lines.size(); ++i) {
+    for (std::size_t i = 0; i < rules.size(); ++i) {
         const std::string from = receive || one ? "" : " from " + words[i].from;
         const std::string to = !receive || one || words[i].to.empty() ? "" : " → " + words[i].to;
-        const std::string times = lines[i].times > 1 ? " (" + std::to_string(lines[i].times) + " times)" : "";
-        table.row({words[i].frames + from, words[i].action + to + times});
+        const std::string times = rules[i].times > 1 ? " (" + std::to_string(rules[i].times) + " times)" : "";
+        table.row({words[i].frames + from + ":", words[i].action + to + times});
     }
     return body + "\n" + table.text(terminal, 4);
 }
@@ -126,9 +106,9 @@ std::string rules(const DeviceState& state, const Terminal& terminal) {
     std::string body;
     for (const auto& key : order) {
         const auto& tables = groups[key];
-        const std::vector<RuleLine> lines = ruleLines(tables);
-        if (lines.empty()) continue;
-        body += rulesOf(key.first, key.second, lines, terminal);
+        const std::vector<MergedRule> merged = mergedRules(tables);
+        if (merged.empty()) continue;
+        body += rulesOf(key.first, key.second, merged, terminal);
         const std::string otherwise = defaultWords(tables);
         if (!otherwise.empty()) body += "    " + terminal.dim(otherwise) + "\n";
     }

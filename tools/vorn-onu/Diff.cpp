@@ -29,18 +29,20 @@ std::string numberOrNone(unsigned number, unsigned none) {
     return number == none ? "none" : std::to_string(number);
 }
 
-// The elements of one list that the other one has not, as often as they stand there.
+// A list taken apart: the elements that the other one has too, as often as it has them, and the rest.
 template <typename T>
-std::vector<T> without(const std::vector<T>& list, std::vector<T> others) {
-    std::vector<T> rest;
+std::pair<std::vector<T>, std::vector<T>> apart(const std::vector<T>& list, std::vector<T> others) {
+    std::vector<T> common, rest;
     for (const T& one : list) {
         const auto same = std::find(others.begin(), others.end(), one);
-        if (same == others.end())
-            rest.push_back(one);
-        else
-            others.erase(same);
+        (same == others.end() ? rest : common).push_back(one);
+        if (same != others.end()) others.erase(same);
     }
-    return rest;
+    return {common, rest};
+}
+template <typename T>
+std::vector<T> without(const std::vector<T>& list, const std::vector<T>& others) {
+    return apart(list, others).second;
 }
 
 void compareList(const std::string& what, const Lines& before, const Lines& after, Lines& lines) {
@@ -197,8 +199,7 @@ std::string tableWords(const std::string& device, bool receive, const std::set<u
 void compareOrder(const DeviceState& before, const DeviceState& after, Lines& lines) {
     for (const TableState& table : before.tables) {
         const auto old = termsOf(&table), now = termsOf(sameTable(after, table));
-        const auto oldCommon = without(old, without(old, now)), nowCommon = without(now, without(now, old));
-        if (oldCommon != nowCommon)
+        if (apart(old, now).first != apart(now, old).first)
             lines.push_back(tableWords(table.device, table.receive, {table.tags}) + ": rules stand in another order");
     }
 }

@@ -71,7 +71,7 @@ Sight Sight::of(const virtual_onu::VirtualOnu& onu) {
             sight.things.insert("T-CONT " + std::to_string(tcont.index) + " with " +
                                 std::to_string(tcont.queues.size()) + " queues");
     for (const auto& object : onu.runnerObjects()) sight.things.insert(object);
-    for (const auto& key : onu.ingressQueueKeys()) sight.things.insert("ingress key " + key);
+    for (const auto& key : onu.ingressQueueKeys()) sight.things.insert("ingress queue " + key);
     sight.rules = onu.ruleCount();
     sight.flows = onu.flows().size();
     sight.messages = onu.sentMessages().size();

@@ -88,11 +88,15 @@ private:
     std::vector<std::string> entries_;
 };
 
-std::string preloadList(const std::vector<std::string>& libraries) {
+std::vector<std::string> sanitizerRuntimes() {
     std::vector<std::string> runtimes;
     dl_iterate_phdr(addSanitizer, &runtimes);
+    return runtimes;
+}
+
+std::string preloadList(const std::vector<std::string>& libraries) {
     std::string list;
-    for (const auto& runtime : runtimes) append(list, runtime);
+    for (const auto& runtime : sanitizerRuntimes()) append(list, runtime);
     for (const auto& library : libraries) append(list, library);
     const std::string before = environmentOf("LD_PRELOAD");
     if (!before.empty()) append(list, before);
@@ -177,36 +181,47 @@ void showRecording(const std::string& path, bool quiet) {
                   << std::endl;
 }
 
+// A program with a sanitizer of its own finds the virtual ONU in front of it; both work in this order. One without does
+// not have its leaks counted because this build has a sanitizer.
+std::string sanitizerOptions() {
+    std::string options = environmentOf("ASAN_OPTIONS");
+    append(options, "verify_asan_link_order=0");
+    if (!sanitizerRuntimes().empty()) append(options, "detect_leaks=0");
+    return options;
+}
+
+// The libraries in front of the program, and the recorder's file. False after a message.
+bool prepareLibraries(const std::string& recordFile, Environment& environment) {
+    std::vector<std::string> libraries = {virtualOnuPath()};
+    if (libraries[0].empty()) {
+        std::cerr << "vorn-onu: libvirtual_onu.so cannot be found\n";
+        return false;
+    }
+    if (!recordFile.empty()) {
+        const std::string recorder = recorderPath(libraries[0]);
+        if (recorder.empty()) {
+            std::cerr << "vorn-onu: libvorn_recorder.so is not beside " << libraries[0] << '\n';
+            return false;
+        }
+        libraries.push_back(recorder);
+        if (!cleared(absolute(recordFile))) return false;
+        environment.set("VORN_RECORDER_FILE", absolute(recordFile));
+    }
+    environment.set("LD_PRELOAD", preloadList(libraries));
+    return true;
+}
+
 }  // namespace
 
 int ExecCommand::run() const {
-    const std::string library = virtualOnuPath();
-    if (library.empty()) {
-        std::cerr << "vorn-onu: libvirtual_onu.so cannot be found\n";
-        return kBadInput;
-    }
     const ScratchFile scratch;
     const std::string stateFile = jsonFile.empty() ? scratch.path() : absolute(jsonFile);
-    if (!truncated(stateFile) || !truncated(absolute(traceFile))) return kBadInput;
-
     Environment environment;
-    std::vector<std::string> preloaded = {library};
-    if (!recordFile.empty()) {
-        preloaded.push_back(recorderPath(library));
-        if (preloaded.back().empty()) {
-            std::cerr << "vorn-onu: libvorn_recorder.so is not beside " << library << '\n';
-            return kBadInput;
-        }
-        if (!cleared(absolute(recordFile))) return kBadInput;
-        environment.set("VORN_RECORDER_FILE", absolute(recordFile));
-    }
-    environment.set("LD_PRELOAD", preloadList(preloaded));
+    if (!truncated(stateFile) || !truncated(absolute(traceFile)) || !prepareLibraries(recordFile, environment))
+        return kBadInput;
     environment.set("VORN_ONU_STATE", stateFile);
     if (!traceFile.empty()) environment.set("VORN_ONU_TRACE", absolute(traceFile));
-    // A program with a sanitizer of its own finds the virtual ONU in front of it; both work in this order.
-    std::string asan = environmentOf("ASAN_OPTIONS");
-    append(asan, "verify_asan_link_order=0");
-    environment.set("ASAN_OPTIONS", asan);
+    environment.set("ASAN_OPTIONS", sanitizerOptions());
 
     pid_t child = 0;
     const int error = start(program, environment, &child);

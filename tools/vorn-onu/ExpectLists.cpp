@@ -53,6 +53,16 @@ Lines processLines(const VirtualOnu& onu) {
     return lines;
 }
 
+Lines packetLines(const VirtualOnu& onu) {
+    Lines lines;
+    for (const auto& frame : onu.packetFrames()) {
+        std::ostringstream hex;
+        for (const unsigned byte : frame) hex << "0123456789abcdef"[byte >> 4U] << "0123456789abcdef"[byte & 15U];
+        lines.push_back(hex.str());
+    }
+    return lines;
+}
+
 std::vector<ListRow> listRows() {
     return {
         {"flows", "VLAN flows: \"gpon3.3 -> sid1.3\"", flowLines, nullptr},
@@ -66,6 +76,7 @@ std::vector<ListRow> listRows() {
          [](const VirtualOnu& onu) { return onu.ipRoutes(); }, nullptr},
         {"processes", "command lines of the running processes", processLines, nullptr},
         {"commands", "shell commands that were run, in order", commandLines, &Mark::commands},
+        {"packetFrames", "frames sent through packet sockets, as hex text", packetLines, nullptr},
         {"commandsNotUnderstood", "shell commands that the virtual ONU does not know", strangeCommandLines, nullptr},
         {"messages", "messages to the gateway, in order: \"service up veip0 vlan 100 pbits 5 gem 1001 index 1 type 0\"",
          messageLines, &Mark::messages},

@@ -18,7 +18,10 @@ std::optional<std::int64_t> hexNumber(const std::string& text) {
 
 const Numbers kPbit{0, 7};
 const Numbers kVid{0, 4095};
-const Numbers kMappedGemPort{0, 65535, {{"none", 65535}}};
+constexpr std::int64_t kOtherPbits = -1;  // every p-bit that a list does not name
+constexpr std::uint16_t kNoGemPort = 65535;
+const Numbers kMappedPbit{0, kHighestPbit, {{"others", kOtherPbits}}};
+const Numbers kMappedGemPort{0, 65535, {{"none", kNoGemPort}}};
 const Numbers kDei{0, 1, {}, true};
 
 // The longest list text that a bridge service record holds, without its zero.
@@ -59,7 +62,8 @@ std::string Numbers::allowed() const {
     std::string text = "a number " + std::to_string(lowest) + ".." + std::to_string(highest);
     if (hexText) text = "a number or a hexadecimal text like \"0x8100\", up to " + std::to_string(highest);
     if (truth) text = "true, false or " + text;
-    for (const auto& [word, number] : words) text += ", \"" + word + "\" (" + std::to_string(number) + ")";
+    for (const auto& [word, number] : words)
+        text += ", \"" + word + "\"" + (number < lowest || number > highest ? "" : " (" + std::to_string(number) + ")");
     return text;
 }
 
@@ -151,6 +155,7 @@ Json tciListSchema() {
 PbitMap pbitMapOf(const Json& value, std::int64_t highestPbit) {
     if (!value.is_array()) throw Problem("must be a list of {\"pbit\", \"gemPort\", \"queue\"}, not " + shown(value));
     PbitMap result;
+    std::optional<PbitMap::mapped_type> others;
     for (std::size_t i = 0; i < value.size(); ++i) {
         inField("[" + std::to_string(i) + "]", [&] {
             const Json& entry = value[i];
@@ -159,13 +164,19 @@ PbitMap pbitMapOf(const Json& value, std::int64_t highestPbit) {
                 if (!entry.contains(name)) throw Problem(name, "is missing; it must be " + numbers.allowed());
                 return inField(name, [&] { return numbers.read(entry[name]); });
             };
-            const auto pbit = static_cast<std::uint8_t>(part("pbit", Numbers{0, highestPbit}));
+            const auto pbit = part("pbit", Numbers{0, highestPbit, {{"others", kOtherPbits}}});
             const auto gemPort = static_cast<std::uint16_t>(part("gemPort", kMappedGemPort));
-            const auto queue = static_cast<std::uint16_t>(part("queue", Numbers{}));
-            if (!result.emplace(pbit, std::make_pair(gemPort, queue)).second)
-                throw Problem("pbit", "stands twice in the list: " + std::to_string(pbit));
+            const bool noQueue = gemPort == kNoGemPort && !entry.contains("queue");
+            const auto queue = static_cast<std::uint16_t>(noQueue ? 0 : part("queue", Numbers{}));
+            const bool isNew = pbit == kOtherPbits ? !others : result.count(static_cast<std::uint8_t>(pbit)) == 0;
+            if (!isNew) throw Problem("pbit", "stands twice in the list: " + shown(entry["pbit"]));
+            if (pbit == kOtherPbits)
+                others = {gemPort, queue};
+            else
+                result[static_cast<std::uint8_t>(pbit)] = {gemPort, queue};
         });
     }
+    for (std::uint8_t pbit = 0; others && pbit <= kHighestPbit; ++pbit) result.emplace(pbit, *others);
     return result;
 }
 
@@ -180,10 +191,10 @@ Json pbitMapSchema() {
     const Json entry = {
         {"type", "object"},
         {"additionalProperties", false},
-        {"required", {"pbit", "gemPort", "queue"}},
+        {"required", {"pbit", "gemPort"}},
         {"properties",
-         {{"pbit", kPbit.schema()}, {"gemPort", kMappedGemPort.schema()}, {"queue", Numbers{}.schema()}}}};
-    return {{"type", "array"}, {"items", entry}, {"maxItems", 8}};
+         {{"pbit", kMappedPbit.schema()}, {"gemPort", kMappedGemPort.schema()}, {"queue", Numbers{}.schema()}}}};
+    return {{"type", "array"}, {"items", entry}, {"maxItems", 9}};
 }
 
 std::vector<std::uint8_t> bytesOf(const Json& value) {

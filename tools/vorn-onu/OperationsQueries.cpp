@@ -209,11 +209,12 @@ Operation setAction() {
     struct Arguments {
         std::int32_t action;
     };
-    return operation<Arguments>("vorn_hal_set_omci_action", "notes the OMCI action that the daemon works on", kChanges,
-                                {field("action", &Arguments::action, Numbers{0, kHighestAction}, required(), "action code")}, {},
-                                [](VornHal& hal, Arguments& a) {
-                                    return Outcome{hal.vorn_hal_set_omci_action(a.action), Json::object()};
-                                });
+    return operation<Arguments>(
+        "vorn_hal_set_omci_action", "notes the OMCI action that the daemon works on", kChanges,
+        {field("action", &Arguments::action, Numbers{0, kHighestAction}, required(), "action code")}, {},
+        [](VornHal& hal, Arguments& a) {
+            return Outcome{hal.vorn_hal_set_omci_action(a.action), Json::object()};
+        });
 }
 
 }  // namespace
@@ -221,7 +222,7 @@ Operation setAction() {
 std::vector<Operation> queryOperations() {
     std::vector<Operation> rows = {
         plain("vorn_test_call", "life sign: answers 4", kQuery, [](VornHal& hal) { return hal.vorn_test_call(); }),
-        plain("vorn_omci_hal_init", "connects to the gateway side and starts the listener", kChanges,
+        plain("vorn_omci_hal_init", "connects to the gateway side and starts the listener", kQuery,
               [](VornHal& hal) { return hal.vorn_omci_hal_init(); }),
         portQuery("vorn_omci_hal_eth_port_speed_get", "writes nothing on this board", "speed",
                   &VornHal::vorn_omci_hal_eth_port_speed_get),

@@ -69,10 +69,14 @@ Field pbitMap() {
     const auto storeUnchecked = [](void* record, const Json& value) {
         static_cast<BridgeServiceProvisioning*>(record)->pbitMap = pbitMapOf(value, 255);
     };
-    return {
-        "pbitMap",       optional(), "GEM port and upstream queue of each p-bit: [{\"pbit\", \"gemPort\", \"queue\"}]",
-        pbitMapSchema(), store,      load,
-        storeUnchecked};
+    return {"pbitMap",
+            optional(),
+            "GEM port and upstream queue of each p-bit: [{\"pbit\", \"gemPort\", \"queue\"}]; a p-bit that is left out "
+            "keeps what an earlier record gave it",
+            pbitMapSchema(),
+            store,
+            load,
+            storeUnchecked};
 }
 
 std::vector<Field> extendedRowFields() {

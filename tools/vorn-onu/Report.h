@@ -17,7 +17,7 @@ struct ReportStep {
     std::string words;  // what the step does
     std::string answer;
     std::string effects;
-    std::string note;
+    std::string note;  // the author's own words
     bool passed = true;
     std::vector<std::string> failures;
 };
@@ -44,11 +44,14 @@ struct ReportInput {
 
 std::string htmlReport(const ReportInput& input);
 
+// ReportDevice.cpp: the parts that show what stands on the device. Each "" when there is nothing to show.
+std::string servicesPart(const DeviceState& state);
+std::string ponPart(const DeviceState& state);
+std::string devicesPart(const DeviceState& state, const DeviceState& newBoard);
+std::string listsPart(const DeviceState& state);
+
 // ReportPicture.cpp: devices, bridges, GEM ports and T-CONTs, one lane a service. "" when there is no service.
 std::string topologyPicture(const DeviceState& state);
-
-// Text made safe inside an element or a quoted attribute.
-std::string escaped(const std::string& text);
 
 }  // namespace vorn_onu
 

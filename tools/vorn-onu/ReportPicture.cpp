@@ -2,6 +2,7 @@
 // ends on the left, the bridge in the middle, the PON side with its GEM ports and T-CONTs on the right.
 #include <algorithm>
 
+#include "Html.h"
 #include "Report.h"
 #include "Services.h"
 
@@ -28,7 +29,7 @@ constexpr Column kBridge{240, 82, "bridge"};
 constexpr Column kAniDevice{366, 104, "VLAN device"};
 constexpr Column kAniPort{494, 84, "ANI"};
 constexpr Column kGemPort{602, 126, "GEM port (index)"};
-constexpr Column kTcont{752, 178, "T-CONT"};
+constexpr Column kTcont{752, 236, "T-CONT, queue, alloc-id"};
 constexpr int kPictureWidth = kTcont.x + kTcont.width + 12;
 
 class Picture {
@@ -45,7 +46,7 @@ public:
                 "\" y=\"" + std::to_string(centre - kBoxHeight / 2) + "\" width=\"" + std::to_string(column.width) +
                 "\" height=\"" + std::to_string(kBoxHeight) + "\" rx=\"7\"/>\n<text x=\"" +
                 std::to_string(column.x + column.width / 2) + "\" y=\"" + std::to_string(centre + 5) +
-                "\" text-anchor=\"middle\">" + escaped(text) + "</text>\n";
+                "\" text-anchor=\"middle\">" + html::escaped(text) + "</text>\n";
     }
     // From the right edge of one column to the left edge of another.
     void wire(const Column& from, int fromY, const Column& to, int toY) {
@@ -57,9 +58,9 @@ public:
     }
     std::string finish(int height) const {
         const std::string size = std::to_string(kPictureWidth) + " " + std::to_string(height);
-        return "<svg role=\"img\" aria-label=\"Devices, bridges, GEM ports and T-CONTs by service\" width=\"" +
-               std::to_string(kPictureWidth) + "\" height=\"" + std::to_string(height) + "\" viewBox=\"0 0 " + size +
-               "\">\n" + svg_ + "</svg>";
+        return "<svg role=\"img\" aria-label=\"Devices, bridges, GEM ports and T-CONTs by service\" "
+               "style=\"min-width:" +
+               std::to_string(kPictureWidth) + "px\" viewBox=\"0 0 " + size + "\">\n" + svg_ + "</svg>";
     }
 
 private:
@@ -77,11 +78,25 @@ int centreOf(int top, std::size_t row, std::size_t count, std::size_t rows) {
     return top + kLanePadding + spare + static_cast<int>(row) * kRowHeight + kRowHeight / 2;
 }
 
-std::string tcontWords(const DeviceState& state, const virtual_onu::GemPort& port) {
+// "0, 3, 5 and more"
+std::string queueNumbers(const std::set<unsigned>& queues) {
+    constexpr std::size_t kMostQueues = 3;
+    std::string text;
+    std::size_t shown = 0;
+    for (const unsigned queue : queues) {
+        if (++shown > kMostQueues) return text + "…";
+        text += (text.empty() ? "" : ",") + std::to_string(queue);
+    }
+    return text;
+}
+
+std::string tcontWords(const DeviceState& state, const Service& service, const virtual_onu::GemPort& port) {
     if (port.downstreamOnly || port.allocId == kNoAllocId) return "downstream only";
+    const auto queues = service.queues.find(port.index);
+    const std::string queue = queues == service.queues.end() ? "" : " · queue " + queueNumbers(queues->second);
     for (const auto& tcont : state.tconts)
         if (tcont.allocId == port.allocId)
-            return "T-CONT " + std::to_string(tcont.index) + ", alloc-id " + std::to_string(tcont.allocId);
+            return "T-CONT " + std::to_string(tcont.index) + queue + " · alloc-id " + std::to_string(tcont.allocId);
     return "alloc-id " + std::to_string(port.allocId) + ", no T-CONT";
 }
 
@@ -134,7 +149,7 @@ void drawPonSide(Picture& picture, const DeviceState& state, const Service& serv
         picture.box(kGemPort, y, "pon", std::to_string(ports[i]->portId) + " (" + std::to_string(ports[i]->index) + ")",
                     ports[i]->enabled);
         picture.wire(kGemPort, y, kTcont, y);
-        picture.box(kTcont, y, "pon", tcontWords(state, *ports[i]));
+        picture.box(kTcont, y, "pon", tcontWords(state, service, *ports[i]));
     }
 }
 

@@ -175,7 +175,7 @@ std::string actionWords(const std::vector<Term>& commands) {
         words.push_back("push " + (written.of(tag).empty() ? "a tag" : written.of(tag)));
     for (const unsigned tag : written.tags())
         if (tag >= pushes) words.push_back("set " + (tag > 0 ? tagName(tag) + " tag " : "") + written.of(tag));
-    words.insert(words.end(), marks.begin(), marks.end());
+    if (!marks.empty()) words.push_back("to " + joinWords(marks));
     return words.empty() ? "as they are" : joinWords(words);
 }
 

@@ -1,6 +1,7 @@
 #include "Services.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace vorn_onu {
 
@@ -21,15 +22,22 @@ std::string vlanDeviceOf(const MergedRule& rule) {
     return "";
 }
 
-bool isOnPon(const DeviceState& state, const std::string& name) {
+constexpr int kDeepest = 8;  // devices on top of each other; more are none of this board's
+
+// How many devices lie between this one and the PON; kDeepest for a device on the user's side.
+int distanceToPon(const DeviceState& state, const std::string& name) {
     std::string device = name;
-    for (int depth = 0; depth < 8; ++depth) {
-        if (device == "gpondef") return true;
+    for (int depth = 0; depth < kDeepest; ++depth) {
+        if (device == "gpondef") return depth;
         const NetworkDevice* found = state.device(device);
-        if (found == nullptr || found->realDevice.empty()) return false;
+        if (found == nullptr || found->realDevice.empty()) break;
         device = found->realDevice;
     }
-    return false;
+    return kDeepest;
+}
+
+bool isOnPon(const DeviceState& state, const std::string& name) {
+    return distanceToPon(state, name) < kDeepest;
 }
 
 void addMember(Service& service, const DeviceState& state, const std::string& name) {
@@ -66,14 +74,21 @@ std::vector<MergedRule> allRules(const DeviceState& state) {
     return all;
 }
 
+std::optional<unsigned> numberOf(const MergedRule& rule, const char* prefix) {
+    for (const std::string& term : rule.terms)
+        if (const std::string number = valueOf(term, prefix); !number.empty())
+            return static_cast<unsigned>(std::stoul(number));
+    return std::nullopt;
+}
+
 void claimRules(Service& service, const std::vector<MergedRule>& rules) {
     for (const MergedRule& rule : rules) {
         if (!concerns(rule, service)) continue;
         service.rules.push_back(rule);
-        for (const std::string& term : rule.terms)
-            for (const char* prefix : {"gem=", "mark-gem:="})
-                if (const std::string index = valueOf(term, prefix); !index.empty())
-                    service.gemIndexes.insert(static_cast<unsigned>(std::stoul(index)));
+        for (const char* prefix : {"gem=", "mark-gem:="})
+            if (const auto index = numberOf(rule, prefix)) service.gemIndexes.insert(*index);
+        const auto gem = numberOf(rule, "mark-gem:="), queue = numberOf(rule, "mark-queue:=");
+        if (gem && queue) service.queues[*gem].insert(*queue);
     }
 }
 
@@ -92,7 +107,17 @@ std::vector<MergedRule> mergedRules(const std::vector<const TableState*>& tables
                 same->tags.insert(table->tags);
         }
     }
-    return merged;
+    std::vector<MergedRule> lines;
+    for (MergedRule& rule : merged) {
+        const auto same = std::find_if(lines.begin(), lines.end(), [&](const MergedRule& one) {
+            return one.terms == rule.terms && one.tags == rule.tags;
+        });
+        if (same == lines.end())
+            lines.push_back(std::move(rule));
+        else
+            ++same->times;
+    }
+    return lines;
 }
 
 std::vector<Service> servicesOf(const DeviceState& state) {
@@ -122,6 +147,21 @@ std::vector<Service> servicesOf(const DeviceState& state) {
         services.push_back(std::move(service));
     }
     return services;
+}
+
+bool isUpstream(const DeviceState& state, const MergedRule& rule) {
+    const NetworkDevice* device = state.device(rule.device);
+    // What a bridge receives is for the IP host on it.
+    const bool towardsUser = isOnPon(state, rule.device) || (device != nullptr && device->isBridge);
+    return rule.receive != towardsUser;
+}
+
+std::vector<MergedRule> inFrameOrder(const DeviceState& state, std::vector<MergedRule> rules, bool upstream) {
+    std::stable_sort(rules.begin(), rules.end(), [&](const MergedRule& a, const MergedRule& b) {
+        const int first = distanceToPon(state, a.device), second = distanceToPon(state, b.device);
+        return upstream ? first > second : first < second;
+    });
+    return rules;
 }
 
 std::vector<MergedRule> otherRules(const DeviceState& state, const std::vector<Service>& services) {

@@ -86,7 +86,8 @@ void parseCall(Step& step, const Json& whole, ParseContext& context) {
     inField("output", [&] { checkKeys(output, operation->outputs); });
 
     step.name = operation->name;
-    step.words = isNull ? "a null pointer" : wordsOf(given);
+    const bool isNamed = whole.contains("record") && !isNull;
+    step.words = isNull ? "a null pointer" : (isNamed ? textOf(whole["record"]) + ": " : "") + wordsOf(given);
     step.changes = operation->changes;
     step.run = [call, result, output](RunContext& context_) {
         const Outcome outcome = call(context_.hal);

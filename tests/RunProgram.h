@@ -1,0 +1,57 @@
+// Runs a program and collects what it prints. The program is started without this process's virtual ONU.
+#ifndef TESTS_RUN_PROGRAM_H
+#define TESTS_RUN_PROGRAM_H
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+struct ProgramResult {
+    int code = -1;       // exit code; 128 and the signal's number when a signal ended it
+    std::string output;  // standard output and standard error
+};
+
+inline ProgramResult runProgram(std::vector<std::string> words) {
+    std::vector<char*> arguments;
+    for (auto& word : words) arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    std::FILE* file = std::tmpfile();
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        dup2(fileno(file), STDOUT_FILENO);
+        dup2(fileno(file), STDERR_FILENO);
+        execvp(arguments[0], arguments.data());
+        _exit(127);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    ProgramResult result;
+    result.code = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    std::rewind(file);
+    char buffer[4096];
+    for (std::size_t count = 0; (count = std::fread(buffer, 1, sizeof buffer, file)) > 0;)
+        result.output.append(buffer, count);
+    std::fclose(file);
+    return result;
+}
+
+// A directory of the test's own, gone with everything in it when the test ends.
+class ScratchDirectory {
+public:
+    ScratchDirectory() : path_("/tmp/vorn-test-XXXXXX") {
+        if (mkdtemp(path_.data()) == nullptr) path_.clear();
+    }
+    ~ScratchDirectory() { runProgram({"rm", "-rf", path_}); }
+    ScratchDirectory(const ScratchDirectory&) = delete;
+    ScratchDirectory& operator=(const ScratchDirectory&) = delete;
+    std::string file(const std::string& name) const { return path_ + "/" + name; }
+
+private:
+    std::string path_;
+};
+
+#endif

@@ -1,0 +1,33 @@
+# Completion of vorn-onu for bash.
+_vorn_onu() {
+    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
+    local options
+    COMPREPLY=()
+    if [ "$COMP_CWORD" -eq 1 ]; then
+        COMPREPLY=($(compgen -W "run send exec diff schema --help" -- "$word"))
+        return
+    fi
+    case $command in
+        run) options="--trace --json --report --pcap --hal-output --real-time --quiet" ;;
+        send) options="--from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source --destination
+                       --after-step --json" ;;
+        exec) options="--trace --json --record --quiet" ;;
+        *) options="" ;;
+    esac
+    case $command:$before in
+        send:--from) COMPREPLY=($(compgen -W "sid0 sid1 sid2 sid3 sid4 sid5 sid6 sid7 eth0 eth1 veip0" -- "$word")) ;;
+        send:--ethertype) COMPREPLY=($(compgen -W "ipv4 ipv6 arp 0x8863 0x8864" -- "$word")) ;;
+        send:--protocol) COMPREPLY=($(compgen -W "igmp udp tcp" -- "$word")) ;;
+        send:--vlan | send:--pbits | send:--tpid | send:--dscp | send:--source | send:--destination | send:--after-step) ;;
+        exec:--) COMPREPLY=($(compgen -c -- "$word")) ;;
+        *)
+            if [[ $word == -* ]]; then
+                COMPREPLY=($(compgen -W "$options --help" -- "$word"))
+            else
+                compopt -o filenames 2>/dev/null
+                COMPREPLY=($(compgen -f -- "$word"))
+            fi
+            ;;
+    esac
+}
+complete -F _vorn_onu vorn-onu
