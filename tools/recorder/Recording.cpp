@@ -1,7 +1,6 @@
 #include "Recording.h"
 
 #include <fcntl.h>
-#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -74,8 +73,6 @@ private:
     int descriptor_;
 };
 
-std::mutex* mutexOfTheRecording = nullptr;
-
 }  // namespace
 
 Recording* Recording::current() {
@@ -87,11 +84,18 @@ Recording* Recording::current() {
     return one;
 }
 
-Recording::Recording(std::string path) : path_(std::move(path)) {
-    // No thread of the parent holds the lock in a child that goes on alone.
-    mutexOfTheRecording = &mutex_;
-    pthread_atfork([] { mutexOfTheRecording->lock(); }, [] { mutexOfTheRecording->unlock(); },
-                   [] { mutexOfTheRecording->unlock(); });
+Recording::Recording(std::string path) : path_(std::move(path)), process_(getpid()) {}
+
+// A forked child goes on with what it inherits, unless another thread of its parent was just writing: that thread does
+// not exist in the child, and never gives the lock back.
+std::unique_lock<std::mutex> Recording::locked() {
+    if (process_ == getpid()) return std::unique_lock<std::mutex>(mutex_);
+    std::unique_lock<std::mutex> lock(mutex_, std::try_to_lock);
+    if (lock)
+        process_ = getpid();
+    else
+        giveUp("another thread was writing when this process was forked");
+    return lock;
 }
 
 bool Recording::create(const std::string& path) {
@@ -136,7 +140,12 @@ void Recording::write() {
     const off_t next = settled_ + static_cast<off_t>(text.size());
     // Blanks over the rest of a longer end, so that the file is whole before it is cut, too.
     if (next < size_) text.append(static_cast<std::size_t>(size_ - next), ' ');
-    if (!file.write(text, settled_) || !file.cut(next)) return giveUp(std::strerror(errno));
+    if (!file.write(text, settled_) || !file.cut(next)) {
+        giveUp(std::strerror(errno));
+        const std::string end(kEnd);  // there is room for it: an end stood there before
+        if (file.write(end, settled_) && file.cut(settled_ + static_cast<off_t>(end.size()))) calls_.clear();
+        return;
+    }
     size_ = next;
     while (!calls_.empty() && calls_.front().over) {
         settled_ += static_cast<off_t>((anySettled_ ? 2 : 0) + calls_.front().text.size());
@@ -146,21 +155,24 @@ void Recording::write() {
 }
 
 std::uint64_t Recording::begin(const Json& step) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    if (givenUp_) return 0;
+    const auto lock = locked();
+    if (!lock) return 0;
     calls_.push_back({++lastNumber_, textOf(step), false});
-    if (!givenUp_) write();
+    write();
     return lastNumber_;
 }
 
 void Recording::end(std::uint64_t number, const Json& step) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    if (givenUp_) return;
+    const auto lock = locked();
+    if (!lock) return;
     for (Call& call : calls_) {
         if (call.number != number) continue;
         call.text = textOf(step);
         call.over = true;
     }
-    if (!givenUp_) write();
-    if (givenUp_) calls_.clear();
+    write();
 }
 
 RecordedCall::RecordedCall(const char* operation, const Json& fields) {

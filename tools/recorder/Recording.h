@@ -5,6 +5,7 @@
 
 #include <sys/types.h>
 
+#include <atomic>
 #include <cstdint>
 #include <deque>
 #include <mutex>
@@ -36,7 +37,8 @@ private:
     };
 
     explicit Recording(std::string path);
-    void write();  // calls_ behind what is settled
+    std::unique_lock<std::mutex> locked();  // empty when there is no way to get the lock
+    void write();                           // calls_ behind what is settled
     bool othersWrite() const;
     bool startFile();  // false when no file can be made
     bool create(const std::string& path);
@@ -44,7 +46,8 @@ private:
 
     std::mutex mutex_;
     std::string path_;
-    bool givenUp_ = false;
+    std::atomic<bool> givenUp_{false};
+    std::atomic<pid_t> process_;
     std::uint64_t lastNumber_ = 0;
     off_t settled_ = 0;        // bytes of the file that do not change any more
     off_t size_ = 0;           // of the file; another size means that somebody else writes there

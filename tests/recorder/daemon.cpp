@@ -1,0 +1,217 @@
+// A daemon for the recorder's tests: calls everything that a daemon can call, in a way that its first argument chooses.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "BRCM/BCM968580/omci_brcm_hal.h"
+#include "device/Counters.h"
+#include "device/EthernetUni.h"
+#include "hal/HALFactory.h"
+#include "hal/ProvisioningRecords.h"
+#include "xpon/OnuXponHalAdapterBCM.h"
+
+namespace {
+
+void provision(VornHal& hal) {
+    TContProvisioning tcont{256, 1, 3};
+    XGEMConfig gemPort{256, 1001, 2, 0, 2, 0, 40};
+    XgemStatusRecord status{1001, 1};
+    BridgeServiceProvisioning service{};
+    service.gemPortId = 1001;
+    service.bridgeId = 3;
+    std::snprintf(service.vlanTciFilterList, sizeof service.vlanTciFilterList, "0064");
+    service.numberOfEntries = 1;
+    service.forwardOperation = 4;
+    service.trafficModel = 2;
+    service.pbitMap = {{0, {1001, 2}}, {5, {1001, 0}}};
+    UniDataProvisioning row{};
+    row.addFlag = row.hasTagRules = 1;
+    row.bridgeId = 3;
+    row.uniPort = 1;
+    row.inputTpid = row.outputTpid = 0x8100;
+    row.tagAction = 1;
+    row.outerFilterPrio = row.innerFilterPrio = row.outerTreatmentPrio = 15;
+    row.outerFilterVlanId = row.innerFilterVlanId = 4096;
+    row.innerTreatmentTpidDe = 4;
+    row.innerTreatmentVlanId = 100;
+    hal.vorn_omci_hal_tcont_set(nullptr, &tcont);
+    hal.vorn_omci_hal_gemflow_add(&gemPort);
+    hal.vorn_omci_hal_set_gemPortStatus(&status);
+    hal.vorn_omci_hal_configureBridge(3, 0);
+    hal.vorn_omci_hal_configureAniTagRules(&service);
+    hal.vorn_omci_hal_filter_flow_add(&row);  // exchanges UNI ports 1 and 2 in the record
+    setEthernetUniStatus(1, 1);
+    updateEthernetUniSpeed(2, 1, 1);
+}
+
+void remove(VornHal& hal) {
+    TContProvisioning tcont{256, 1, 3};
+    XGEMConfig gemPort{256, 1001, 2, 0, 2, 0, 40};
+    BridgeServiceProvisioning service{};
+    service.gemPortId = 1001;
+    service.bridgeId = 3;
+    hal.vorn_omci_hal_unsetPbitData(&service);
+    hal.vorn_omci_hal_deprovisionUniSideBridge(&service);
+    hal.vorn_omci_hal_deprovisionAniSideBridge(&service);
+    hal.vorn_omci_hal_gemflow_del(&gemPort);
+    hal.vorn_omci_hal_tcont_reset(nullptr, &tcont);
+}
+
+void query(VornHal& hal) {
+    unsigned int number = 7;
+    unsigned short index = 7, port = 2;
+    int level = 7;
+    unsigned char text[64] = "the daemon's own";
+    char version[64] = {};
+    PmRequest request{kPmEthernet, kPmAbsolute, 0};
+    EthernetPmRecord counters{};
+    IntfStats stats{};
+    GalEthPMHistoryData_t discarded{1001, 0};
+    hal.vorn_test_call();
+    hal.vorn_omci_hal_init();
+    hal.vorn_omci_hal_eth_port_max_frame_set(9000);
+    hal.vorn_omci_hal_eth_port_speed_get(1, &number);
+    hal.vorn_omci_hal_eth_port_duplex_get(1, &number);
+    hal.vorn_omci_hal_eth_port_mode_set(&port, 4);
+    hal.vorn_omci_hal_eth_port_id_get(1, &number);
+    hal.vorn_omci_hal_port_enable_get(1, &number);
+    hal.vorn_omci_hal_eth_port_admin_set(&port, 1);
+    hal.vorn_hal_set_omci_action(4);
+    hal.vorn_omci_hal_vid_get(text, sizeof text);
+    hal.vorn_omci_hal_nvram_info_get();
+    hal.vorn_omci_hal_sn_get(text, sizeof text);
+    hal.vorn_omci_hal_mac_get(text, 9);
+    hal.vorn_omci_hal_pn_get(text, sizeof text);
+    hal.vorn_omci_hal_rx_laser_power_get(&level);
+    hal.vorn_omci_hal_tx_laser_power_get(&level);
+    hal.vorn_omci_hal_gponctl_state_set();
+    hal.vorn_omci_hal_swimage_version_get(version, sizeof version, 0);
+    hal.vorn_omci_hal_pm_get(&request, &counters);
+    hal.vorn_omci_hal_gem_get_idx_from_id(1001, &index);
+    hal.vorn_hal_get_mac_ip_host();
+    hal.vorn_hal_get_mac_sub_host();
+    getEthernetUniOperState(1);
+    getEthernetUniConfig(2, true);
+    getIntfStats("eth0", &stats);
+    OnuXponHalAdapterBCM::getInstance()->getGalEthPmHistDataME(&discarded);
+    VornBrcmHal::createAlarmStatsThread();
+}
+
+// What this board answers at once.
+void queryOtherBoards(VornHal& hal) {
+    unsigned char frame[48] = {};
+    hal.vorn_omci_hal_register_link_st(nullptr);
+    hal.vorn_omci_hal_pkt_send(frame, sizeof frame);
+    hal.vorn_omci_hal_init_onu_config();
+    hal.vorn_omci_hal_fetch_onu_config(nullptr);
+    hal.vorn_omci_hal_register_eth_st(nullptr);
+    hal.vorn_omci_hal_mic_build(frame, sizeof frame, 0);
+    hal.vorn_omci_hal_mic_check(frame);
+    hal.vorn_omci_hal_gen_mic_init();
+    hal.vorn_omci_hal_hw_rev_get(frame);
+    hal.vorn_omci_hal_clei_code_get(frame);
+    hal.vorn_pon_state_mechanism();
+    hal.vorn_omci_hal_iphost_rule_add(frame, nullptr);
+    hal.vorn_omci_hal_get_gem_count(frame);
+    hal.vorn_omci_hal_filter_flow_del(frame);
+    hal.vorn_omci_hal_us_flow_del(frame);
+    hal.vorn_omci_hal_us_flow_add(frame);
+    hal.vorn_omci_hal_mcast_cfg(frame, frame);
+}
+
+// Null pointers, values out of every range, texts that are no UTF-8 and no texts at all.
+void callOddly(VornHal& hal) {
+    BridgeServiceProvisioning service{};
+    service.bridgeId = 4;
+    std::memset(service.vlanTciFilterList, '0', sizeof service.vlanTciFilterList);  // no zero at its end
+    service.numberOfEntries = 200;
+    service.trafficModel = 9;
+    service.innerVlanIdFilter = 65535;
+    service.pbitMap = {{9, {1001, 2}}};
+    UniDataProvisioning row{};
+    row.bridgeId = 4;
+    row.outerFilterPrio = 255;
+    IpHostProvision host{};
+    host.bridgeId = 4;
+    host.macAddress = "\xc3\x28 \xff";
+    host.ipAddress = "10.0.0.5\";\n";
+    const auto* list = reinterpret_cast<const unsigned char*>("00\xff");
+    const std::string longList(600, 'a');
+    unsigned char text[64] = {};
+    PmRequest request{7, 9, 0};
+    hal.vorn_omci_hal_configureAniTagRules(&service);
+    hal.vorn_omci_hal_filter_flow_add(&row);
+    hal.vorn_omci_hal_provisionIpHost(&host);
+    hal.vorn_omci_hal_deprovisionIpHost(&host);
+    hal.vorn_omci_hal_veip_createRules(1001, 4, 1, 1, list, 2);
+    hal.vorn_omci_hal_veip_createRules(1001, 4, 1, 255, reinterpret_cast<const unsigned char*>(longList.c_str()), 9);
+    hal.vorn_omci_hal_veip_deleteRules(1001, 4, 1, 1, nullptr, 2);
+    hal.vorn_omci_hal_provisionIpHost(nullptr);
+    hal.vorn_omci_hal_tcont_set(nullptr, nullptr);
+    hal.vorn_omci_hal_gemflow_add(nullptr);
+    hal.vorn_omci_hal_configureAniTagRules(nullptr);
+    hal.vorn_omci_hal_pm_get(nullptr, nullptr);
+    hal.vorn_omci_hal_pm_get(&request, text);
+    hal.vorn_omci_hal_port_enable_get(1, nullptr);
+    hal.vorn_omci_hal_eth_port_mode_set(nullptr, 4);
+    hal.vorn_hal_set_omci_action(-3);
+    hal.vorn_omci_hal_sn_get(nullptr, 64);
+    hal.vorn_omci_hal_sn_get(text, 0);
+    hal.vorn_omci_hal_swimage_version_get(reinterpret_cast<char*>(text), -1, 0);
+}
+
+void callFromThreads(VornHal& hal) {
+    const auto work = [&hal] {
+        for (int i = 0; i < 100; ++i) hal.vorn_test_call();
+    };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) threads.emplace_back(work);
+    for (auto& thread : threads) thread.join();
+}
+
+// The child goes on, as of a program that puts itself into the background.
+void callFromChild(VornHal& hal) {
+    hal.vorn_test_call();
+    const pid_t child = fork();
+    if (child == 0) {
+        hal.vorn_test_call();
+        std::_Exit(0);
+    }
+    waitpid(child, nullptr, 0);
+}
+
+void closeDescriptors(VornHal& hal) {
+    hal.vorn_test_call();
+    for (int descriptor = 3; descriptor < 64; ++descriptor) close(descriptor);
+    hal.vorn_test_call();
+}
+
+}  // namespace
+
+int main(int, char** argv) {
+    VornHal& hal = *HALFactory::getInstance()->CreateHALObject(0);
+    const std::string mode = argv[1];
+    if (mode == "provisions") provision(hal);
+    if (mode == "everything") {
+        provision(hal);
+        query(hal);
+        queryOtherBoards(hal);
+        callOddly(hal);
+        remove(hal);
+    }
+    if (mode == "killed") {
+        provision(hal);
+        std::raise(SIGKILL);
+    }
+    if (mode == "threads") callFromThreads(hal);
+    if (mode == "forks") callFromChild(hal);
+    if (mode == "closes") closeDescriptors(hal);
+    return 0;
+}
