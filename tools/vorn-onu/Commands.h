@@ -53,6 +53,13 @@ struct DiffCommand {
     int run() const;            // kHeld: no difference; kNotHeld: there are some
 };
 
+// What the HAL reports of the board: a new one, or one that a scenario has set up.
+struct InfoCommand {
+    std::string scenario;  // "": a new board
+    bool json = false;
+    int run() const;
+};
+
 int printSchema();
 
 }  // namespace vorn_onu

@@ -82,6 +82,12 @@ void addDiff(CLI::App& app, DiffCommand& diff) {
     command->add_option("AFTER", diff.after, "another one")->required();
 }
 
+void addInfo(CLI::App& app, InfoCommand& info) {
+    CLI::App* command = app.add_subcommand("info", "tell what the HAL reports of the board: identity, optics, links");
+    command->add_option("FILE", info.scenario, "a scenario that sets the board up first");
+    command->add_flag("--json", info.json, "answer in JSON");
+}
+
 // The HAL's threads live as long as the process: they must not meet destroyed maps on its way out.
 [[noreturn]] void leave(int code) {
     std::cout.flush();
@@ -99,10 +105,12 @@ int main(int argc, char** argv) {
     SendCommand send;
     ExecCommand exec;
     DiffCommand diff;
+    InfoCommand info;
     addRun(app, run);
     addSend(app, send);
     addExec(app, exec);
     addDiff(app, diff);
+    addInfo(app, info);
     app.add_subcommand("schema", "print the JSON schema of scenarios");
     try {
         app.parse(argc, argv);
@@ -113,5 +121,6 @@ int main(int argc, char** argv) {
     if (app.got_subcommand("send")) leave(send.run());
     if (app.got_subcommand("exec")) leave(exec.run());
     if (app.got_subcommand("diff")) leave(diff.run());
+    if (app.got_subcommand("info")) leave(info.run());
     return printSchema();
 }
