@@ -10,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <utility>
 
 #include "CharDevices.h"
@@ -29,8 +30,9 @@ struct OpenFile {
     std::string settled;  // of an attribute: what the model has seen
 };
 
-std::map<int, OpenFile>& openFiles() {
-    static auto& map = *new std::map<int, OpenFile>;
+// By descriptor; copies of a descriptor share the file.
+std::map<int, std::shared_ptr<OpenFile>>& openFiles() {
+    static auto& map = *new std::map<int, std::shared_ptr<OpenFile>>;
     return map;
 }
 
@@ -60,7 +62,7 @@ int memoryWith(const std::string& text, int flags, mode_t mode) {
     }
     lseek(fd, 0, SEEK_SET);
     fchmod(fd, mode);
-    if ((flags & O_APPEND) != 0) fcntl(fd, F_SETFL, O_APPEND);
+    if ((flags & O_APPEND) != 0) real::fcntl(fd, F_SETFL, reinterpret_cast<void*>(O_APPEND));
     return fd;
 }
 
@@ -134,7 +136,7 @@ int openKernelFile(const std::string& path, int flags) {
     const std::string text = (flags & O_ACCMODE) == O_WRONLY ? "" : *content;
     const int fd = memoryWith(text, flags, 0644);
     if (fd < 0) return fd;
-    openFiles()[fd] = {nullptr, text};
+    openFiles()[fd] = std::make_shared<OpenFile>(OpenFile{nullptr, text});
     return descriptors::adopt(fd, Kind::Attribute, path);
 }
 
@@ -148,7 +150,7 @@ int openPlainFile(const std::string& path, int flags, mode_t mode) {
     const bool readOnly = isReadOnly(flags);
     const int fd = readOnly ? readOnlyMemoryWith(*content, flags) : memoryWith(*content, flags, mode);
     if (fd < 0) return fd;
-    openFiles()[fd] = {readOnly ? nullptr : content, ""};
+    openFiles()[fd] = std::make_shared<OpenFile>(OpenFile{readOnly ? nullptr : content, ""});
     return descriptors::adopt(fd, Kind::File, path);
 }
 
@@ -190,7 +192,7 @@ int applied(const std::string& path, const std::string& text) {
 // What the program has newly written to the attribute; nothing when the model has seen it all.
 std::string unsettled(int fd) {
     const DeviceLock lock(deviceMutex());
-    std::string& settled = openFiles()[fd].settled;
+    std::string& settled = openFiles()[fd]->settled;
     const std::string all = contentOf(fd);
     if (all == settled) return "";
     const bool added = all.compare(0, settled.size(), settled) == 0;
@@ -260,7 +262,7 @@ int settle(int fd) {
     if (kind != Kind::File) return 0;
     const DeviceLock lock(deviceMutex());
     const auto file = openFiles().find(fd);
-    if (file != openFiles().end() && file->second.content != nullptr) *file->second.content = contentOf(fd);
+    if (file != openFiles().end() && file->second->content != nullptr) *file->second->content = contentOf(fd);
     return 0;
 }
 
@@ -269,6 +271,13 @@ void closed(int fd) {
     if (descriptors::kindOf(fd) == Kind::Directory) removeFolder(descriptors::pathOf(fd));
     openFiles().erase(fd);
     descriptors::forget(fd);
+}
+
+void copied(int fd, int copy) {
+    const DeviceLock lock(deviceMutex());
+    const auto file = openFiles().find(fd);
+    if (file != openFiles().end()) openFiles()[copy] = file->second;
+    descriptors::adopt(copy, descriptors::kindOf(fd), descriptors::pathOf(fd));
 }
 
 int remove(const char* path, const char* function) {

@@ -25,6 +25,7 @@ ssize_t write(int fd, const void* data,
 // Hands on what has been written to the descriptor and the model has not yet seen; 0 or errno.
 int settle(int fd);
 void closed(int fd);                                 // forgets it, just before it is closed
+void copied(int fd, int copy);                       // as by dup
 int remove(const char* path, const char* function);  // 0 or errno
 int rename(const char* from, const char* to);        // 0 or errno; EXDEV when only one is ours
 

@@ -38,12 +38,12 @@ struct VIRTUAL_ONU_API Frame {
 
 // One look-up on a frame's way.
 struct Hop {
-    enum class Kind { Table, Bridge, Flow };
+    enum class Kind { Table, Bridge, Flow, Runner };
     Kind kind = Kind::Table;
-    int from = -1;                      // index of the hop before, -1 for the first: a bridge that floods makes a tree
-    std::string device;                 // the real device whose table it is, the bridge, the VLAN device of a flow
-    unsigned direction = 0;             // of the table
-    unsigned table = 0;                 // number of tags that the table stands for
+    int from = -1;           // index of the hop before, -1 for the first: a bridge that floods makes a tree
+    std::string device;      // the real device whose table it is, the bridge, the VLAN device of a flow, the class
+    unsigned direction = 0;  // of the table
+    unsigned table = 0;      // number of tags that the table stands for
     std::optional<std::uint32_t> rule;  // id of the rule that matched; nothing: the default action
     std::string detail;                 // the rule's text, "default: drop", "flooded", ...
     std::string to;                     // the VLAN device or port that the frame goes to next; "" where it ends
@@ -53,7 +53,7 @@ struct Hop {
 // A copy of the frame that leaves the device.
 struct Exit {
     int hop = -1;                     // index of the last hop
-    std::string device;               // a UNI port, the VEIP, the IP host's device, or the PON device
+    std::string device;               // a UNI port, the VEIP, the IP host's device, the PON device; the runner's "wan0"
     std::optional<unsigned> gemPort;  // these four on the PON side only
     std::optional<unsigned> gemIndex;
     std::optional<unsigned> tcont;  // index
@@ -68,6 +68,7 @@ struct Drop {
 };
 
 struct Walk {
+    Frame sent;
     std::vector<Hop> hops;
     std::vector<Exit> exits;
     std::vector<Drop> drops;

@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <map>
+#include <unordered_map>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -33,6 +35,36 @@ struct Device {
     std::string pinnedOperState;  // as VirtualOnu::setOperState wants it, whatever the flags say
 };
 
+// Things with a name and a number, by ascending number; found without looking at the others.
+template <typename Thing>
+class Register {
+public:
+    Thing& add(int number, const std::string& name, Thing thing) {
+        Thing& place = things_.emplace(number, std::move(thing)).first->second;
+        numbers_[name] = number;
+        return place;
+    }
+    void remove(const std::string& name) {
+        const auto number = numbers_.find(name);
+        if (number == numbers_.end()) return;
+        things_.erase(number->second);
+        numbers_.erase(number);
+    }
+    Thing* find(const std::string& name) {
+        const auto number = numbers_.find(name);
+        return number == numbers_.end() ? nullptr : find(number->second);
+    }
+    Thing* find(int number) {
+        const auto thing = things_.find(number);
+        return thing == things_.end() ? nullptr : &thing->second;
+    }
+    const std::map<int, Thing>& all() const { return things_; }
+
+private:
+    std::map<int, Thing> things_;
+    std::unordered_map<std::string, int> numbers_;
+};
+
 struct IpRoute {
     std::string destination, device, text;
     int table = 0;
@@ -44,8 +76,8 @@ struct Refusal {
 };
 
 struct State {
-    std::vector<Device> devices;  // by ascending index
-    std::vector<Bridge> bridges;  // in the order of creation
+    Register<Device> devices;  // by kernel index
+    Register<Bridge> bridges;  // by the index of their device
     std::vector<std::string> ipRules;
     std::vector<IpRoute> ipRoutes;
     std::map<std::string, Refusal> refusals;
@@ -64,17 +96,11 @@ State& state() {
 }
 
 Device* find(const std::string& name) {
-    for (auto& device : state().devices) {
-        if (device.shown.name == name) return &device;
-    }
-    return nullptr;
+    return state().devices.find(name);
 }
 
 Bridge* findBridge(const std::string& name) {
-    for (auto& bridge : state().bridges) {
-        if (bridge.name == name) return &bridge;
-    }
-    return nullptr;
+    return state().bridges.find(name);
 }
 
 void updateOperState(Device& device) {
@@ -90,8 +116,7 @@ Device& append(State& target, const std::string& name) {
     device.shown.mac = macText(mac);
     for (const char* key : kStatisticKeys) device.shown.statistics[key] = 0;
     updateOperState(device);
-    target.devices.push_back(std::move(device));
-    return target.devices.back();
+    return target.devices.add(device.shown.index, name, device);
 }
 
 void addFactoryDevices(State& state) {
@@ -128,16 +153,14 @@ void leaveBridge(Device& device) {
 void erase(const std::string& name) {
     Device* device = find(name);
     leaveBridge(*device);
-    if (device->shown.isBridge) {
-        for (auto& other : state().devices) {
-            if (other.shown.master == name) other.shown.master.clear();
+    if (const Bridge* bridge = findBridge(name)) {
+        for (const auto& port : bridge->ports) {
+            if (Device* member = find(port.name)) member->shown.master.clear();
         }
-        auto& bridges = state().bridges;
-        bridges.erase(std::remove_if(bridges.begin(), bridges.end(), [&](const Bridge& b) { return b.name == name; }),
-                      bridges.end());
+        state().bridges.remove(name);
     }
     flushRoutes(name);
-    state().devices.erase(state().devices.begin() + (device - state().devices.data()));
+    state().devices.remove(name);
     vlan::deviceRemoved(name);
 }
 
@@ -162,7 +185,8 @@ bool hostKernel() {
 }
 
 bool exists(const std::string& name) {
-    return device(name).has_value();
+    const DeviceLock lock(deviceMutex());
+    return host::active() ? host::device(name).has_value() : find(name) != nullptr;
 }
 
 int addVlanDevice(const std::string& name, const std::string& realDevice, bool routed, bool multicast) {
@@ -184,10 +208,11 @@ int addBridge(const std::string& name) {
     const DeviceLock lock(deviceMutex());
     if (host::active()) return host::addBridge(name);
     if (const int error = checkNewName(name)) return error;
-    append(state(), name).shown.isBridge = true;
+    NetworkDevice& made = append(state(), name).shown;
+    made.isBridge = true;
     Bridge bridge;
     bridge.name = name;
-    state().bridges.push_back(bridge);
+    state().bridges.add(made.index, name, bridge);
     return 0;
 }
 
@@ -247,7 +272,7 @@ std::vector<NetworkDevice> devices() {
     const DeviceLock lock(deviceMutex());
     if (host::active()) return host::devices();
     std::vector<NetworkDevice> all;
-    for (const auto& device : state().devices) all.push_back(device.shown);
+    for (const auto& entry : state().devices.all()) all.push_back(entry.second.shown);
     return all;
 }
 
@@ -259,22 +284,35 @@ std::optional<NetworkDevice> device(const std::string& name) {
 }
 
 std::optional<NetworkDevice> deviceOfIndex(int index) {
-    for (auto& device : devices()) {
-        if (device.index == index) return device;
+    const DeviceLock lock(deviceMutex());
+    if (host::active()) {
+        for (auto& device : host::devices()) {
+            if (device.index == index) return device;
+        }
+        return std::nullopt;
     }
-    return std::nullopt;
+    const Device* found = state().devices.find(index);
+    return found == nullptr ? std::nullopt : std::optional<NetworkDevice>(found->shown);
 }
 
 std::vector<Bridge> bridges() {
     const DeviceLock lock(deviceMutex());
-    return host::active() ? host::bridges() : state().bridges;
+    if (host::active()) return host::bridges();
+    std::vector<Bridge> all;
+    for (const auto& entry : state().bridges.all()) all.push_back(entry.second);
+    return all;
 }
 
 std::optional<Bridge> bridge(const std::string& name) {
-    for (auto& bridge : bridges()) {
-        if (bridge.name == name) return bridge;
+    const DeviceLock lock(deviceMutex());
+    if (host::active()) {
+        for (auto& bridge : host::bridges()) {
+            if (bridge.name == name) return bridge;
+        }
+        return std::nullopt;
     }
-    return std::nullopt;
+    const Bridge* found = findBridge(name);
+    return found == nullptr ? std::nullopt : std::optional<Bridge>(*found);
 }
 
 // ---- changes ----
@@ -350,10 +388,11 @@ int changeBridge(const std::string& name, const std::function<int(Bridge&)>& cha
 int changePort(const std::string& name, const std::function<int(BridgePort&)>& change) {
     const DeviceLock lock(deviceMutex());
     if (host::active()) return host::changePort(name, change);
-    for (auto& bridge : state().bridges) {
-        for (auto& port : bridge.ports) {
-            if (port.name == name) return change(port);
-        }
+    const Device* device = find(name);
+    Bridge* bridge = device == nullptr ? nullptr : findBridge(device->shown.master);
+    if (bridge == nullptr) return ENODEV;
+    for (auto& port : bridge->ports) {
+        if (port.name == name) return change(port);
     }
     return ENODEV;
 }

@@ -225,7 +225,7 @@ int perform(unsigned long request, void* argument, std::string& text) {
 // What the kernel finds wrong with the descriptor itself.
 int checkSocket(int fd) {
     struct stat status {};
-    if (fcntl(fd, F_GETFD) < 0 || fstat(fd, &status) != 0) return EBADF;
+    if (real::fcntl(fd, F_GETFD, nullptr) < 0 || fstat(fd, &status) != 0) return EBADF;
     return S_ISSOCK(status.st_mode) ? 0 : ENOTTY;
 }
 

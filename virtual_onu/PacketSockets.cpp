@@ -114,6 +114,12 @@ void closed(int fd) {
     state().boundIndex.erase(fd);
 }
 
+void copied(int fd, int copy) {
+    const DeviceLock lock(deviceMutex());
+    const auto bound = state().boundIndex.find(fd);
+    if (bound != state().boundIndex.end()) state().boundIndex[copy] = bound->second;
+}
+
 void reset() {
     const DeviceLock lock(deviceMutex());
     state().frames.clear();

@@ -14,6 +14,7 @@ int open(int type, int protocol);
 int bind(int fd, const sockaddr* address, socklen_t length);
 ssize_t send(int fd, const void* frame, std::size_t size, const sockaddr* address, socklen_t length);
 void closed(int fd);
+void copied(int fd, int copy);  // as by dup
 
 void reset();
 

@@ -43,6 +43,10 @@ private:
 Next<int(const char*, int, ...)> nextOpen{"open"};
 Next<int(int, const char*, int, ...)> nextOpenat{"openat"};
 Next<int(int)> nextClose{"close"};
+Next<int(int, int, ...)> nextFcntl{"fcntl64"};
+Next<int(int)> nextDup{"dup"};
+Next<int(int, int)> nextDup2{"dup2"};
+Next<int(int, int, int)> nextDup3{"dup3"};
 Next<ssize_t(int, void*, size_t)> nextRead{"read"};
 Next<ssize_t(int, const void*, size_t)> nextWrite{"write"};
 Next<FILE*(const char*, const char*)> nextFopen{"fopen64"};
@@ -89,6 +93,18 @@ int openat(int directory, const char* path, int flags, mode_t mode) {
 }
 int close(int fd) {
     return nextClose.get()(fd);
+}
+int fcntl(int fd, int command, void* argument) {
+    return nextFcntl.get()(fd, command, argument);
+}
+int dup(int fd) {
+    return nextDup.get()(fd);
+}
+int dup2(int fd, int target) {
+    return nextDup2.get()(fd, target);
+}
+int dup3(int fd, int target, int flags) {
+    return nextDup3.get()(fd, target, flags);
 }
 ssize_t read(int fd, void* buffer, size_t size) {
     return nextRead.get()(fd, buffer, size);

@@ -17,6 +17,10 @@ namespace virtual_onu::real {
 int open(const char* path, int flags, mode_t mode);
 int openat(int directory, const char* path, int flags, mode_t mode);
 int close(int fd);
+int fcntl(int fd, int command, void* argument);
+int dup(int fd);
+int dup2(int fd, int target);
+int dup3(int fd, int target, int flags);
 ssize_t read(int fd, void* buffer, size_t size);
 ssize_t write(int fd, const void* buffer, size_t size);
 FILE* fopen(const char* path, const char* mode);

@@ -1,6 +1,7 @@
 #include "Runner.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <map>
 
 #include <nlohmann/json.hpp>
@@ -223,7 +224,51 @@ void removeKeys(const std::string& text) {
     keys.erase(rest, keys.end());
 }
 
+// ---- frames ----
+
+// "{a=1,b={c}}" as a=1 and b={c}.
+std::map<std::string, std::string> settingsOf(const std::string& braced) {
+    std::map<std::string, std::string> settings;
+    if (braced.size() < 2) return settings;
+    for (const auto& setting : splitList(braced.substr(1, braced.size() - 2))) settings.insert(splitSetting(setting));
+    return settings;
+}
+
+unsigned long numberIn(const std::map<std::string, std::string>& settings, const char* name, int base) {
+    const auto found = settings.find(name);
+    return found == settings.end() ? 0 : std::strtoul(found->second.c_str(), nullptr, base);
+}
+
+// The tag that "action={cmd=push+tpid_rem,ovid=100,opbit=0,otpid=8100}" pushes. The TPID is hexadecimal without a mark.
+std::optional<VlanTag> pushedTag(const std::string& braced) {
+    const auto object = find(state().objects, braced.size() < 2 ? "" : braced.substr(1, braced.size() - 2));
+    if (object == nullptr || object->attributes.count("action") == 0) return std::nullopt;
+    const auto action = settingsOf(object->attributes.at("action"));
+    const auto command = action.find("cmd");
+    if (command == action.end() || !startsWith(command->second, "push")) return std::nullopt;
+    return VlanTag{static_cast<std::uint16_t>(numberIn(action, "otpid", 16)),
+                   static_cast<std::uint8_t>(numberIn(action, "opbit", 0) & 7), false,
+                   static_cast<std::uint16_t>(numberIn(action, "ovid", 0) & 0xFFF)};
+}
+
 }  // namespace
+
+std::optional<Shortcut> shortcutFor(const std::string& port, const Frame& frame) {
+    for (const Object& object : state().objects) {
+        if (!startsWith(object.name, "ingress_class/dir=us")) continue;
+        for (const Entry& entry : object.entries) {
+            const auto key = settingsOf(entry.key), result = settingsOf(entry.value);
+            const bool fits = key.count("ingress_port") != 0 && key.at("ingress_port") == port &&
+                              numberIn(key, "vlan_num", 0) == frame.tags.size() &&
+                              numberIn(key, "etype", 0) == frame.etherType;
+            if (!fits || result.count("egress_port") == 0) continue;
+            const auto action = result.find("vlan_action");
+            return Shortcut{object.name, result.at("egress_port"),
+                            action == result.end() ? std::nullopt : pushedTag(action->second)};
+        }
+    }
+    return std::nullopt;
+}
 
 bool runBs(const Words& words) {
     if (words.size() < 2) return false;

@@ -111,9 +111,8 @@ void reset() {
 void deviceRemoved(const std::string& name) {
     const DeviceLock lock(deviceMutex());
     auto& state = vlanState();
-    for (auto table = state.tables.begin(); table != state.tables.end();) {
-        table = table->first.device == name ? state.tables.erase(table) : std::next(table);
-    }
+    auto table = state.tables.lower_bound({name, 0, 0});
+    while (table != state.tables.end() && table->first.device == name) table = state.tables.erase(table);
     state.flows.erase(std::remove_if(state.flows.begin(), state.flows.end(),
                                      [&](const auto& flow) { return flow.first == name || flow.second == name; }),
                       state.flows.end());
