@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <vector>
@@ -166,7 +167,10 @@ bool truncated(const std::string& path) {
 
 // The recorder makes the file itself, and takes one that is there for another process's.
 bool cleared(const std::string& path) {
-    return truncated(path) && unlink(path.c_str()) == 0;
+    if (!truncated(path)) return false;
+    if (std::filesystem::is_regular_file(path)) return unlink(path.c_str()) == 0;
+    std::cerr << path << ": is no file that a recording can go to\n";
+    return false;
 }
 
 void showRecording(const std::string& path, bool quiet) {

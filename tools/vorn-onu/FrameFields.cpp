@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <map>
 
 #include "Field.h"
 
@@ -115,11 +116,9 @@ Json exitJson(const virtual_onu::Exit& exit) {
 
 Json hopJson(const virtual_onu::Hop& hop) {
     using Kind = virtual_onu::Hop::Kind;
-    Json json = {{"kind", hop.kind == Kind::Table    ? "table"
-                          : hop.kind == Kind::Bridge ? "bridge"
-                                                     : "flow"},
-                 {"from", hop.from},
-                 {"device", hop.device}};
+    static const std::map<Kind, const char*> kNames = {
+        {Kind::Table, "table"}, {Kind::Bridge, "bridge"}, {Kind::Flow, "flow"}, {Kind::Runner, "runner"}};
+    Json json = {{"kind", kNames.at(hop.kind)}, {"from", hop.from}, {"device", hop.device}};
     if (hop.kind == Kind::Table) {
         json["direction"] = hop.direction == virtual_onu::kReceive ? "receive" : "transmit";
         json["tags"] = hop.table;

@@ -65,6 +65,8 @@ Json parseJson(const std::string& path, const std::string& text) {
         const bool ends = error.byte > text.size();
         throw BadScenario(path + ": " + placeOf(text, error.byte) + ": is not JSON: " +
                           (ends ? "the file ends too early" : "a character that does not belong here"));
+    } catch (const Json::out_of_range&) {
+        throw BadScenario(path + ": holds a number that is too large for any field");
     }
     if (!repeated.found().empty()) throw BadScenario(path + ": " + repeated.found());
     return root;

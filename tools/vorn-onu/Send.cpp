@@ -76,7 +76,7 @@ std::string hopTable(const virtual_onu::Walk& walk, const Terminal& terminal) {
         const HopWords& hop = hops[i];
         std::string what = hop.what;
         if (!hop.to.empty()) what += " → " + hop.to;
-        if (!hop.frame.empty() && i > 0) what += "  [" + hop.frame + "]";
+        if (!hop.frame.empty()) what += "  [" + hop.frame + "]";
         table.row({std::to_string(i + 1), std::string(2 * hop.branch, ' ') + hop.where, what});
     }
     std::string text = table.text(terminal);

@@ -31,6 +31,8 @@ std::string whereOf(const Hop& hop) {
             return "bridge " + hop.device;
         case Hop::Kind::Flow:
             return "VLAN flow";
+        case Hop::Kind::Runner:
+            return "runner";
     }
     return "";
 }
@@ -38,7 +40,9 @@ std::string whereOf(const Hop& hop) {
 std::string whatOf(const Hop& hop) {
     if (hop.kind == Hop::Kind::Bridge && hop.detail == "learned") return "knows the address";
     if (hop.kind == Hop::Kind::Bridge && hop.detail == "flooded") return "floods";
-    if (hop.kind != Hop::Kind::Table || !hop.rule) return hop.detail;
+    if (hop.kind == Hop::Kind::Flow) return "short cut";
+    if (hop.kind == Hop::Kind::Runner) return hop.device + " " + hop.detail;
+    if (!hop.rule) return hop.detail == "default: drop" ? "no rule fits, dropped" : "no rule fits, passed on";
     const bool receive = hop.direction == virtual_onu::kReceive;
     const RuleWords words = ruleWords(hop.device, receive, {hop.table}, termsOf(hop.detail));
     return words.frames + ": " + words.action;
@@ -69,8 +73,8 @@ std::vector<HopWords> hopWords(const Walk& walk) {
     for (std::size_t i = 0; i < walk.hops.size(); ++i) {
         const Hop& hop = walk.hops[i];
         HopWords words{whereOf(hop), whatOf(hop), hop.to, "", false, branchOf(walk.hops, i)};
-        const bool isNew = hop.from < 0 || !(walk.hops[static_cast<std::size_t>(hop.from)].frame == hop.frame);
-        if (isNew) words.frame = hop.frame.text();
+        const auto& before = hop.from < 0 ? walk.sent : walk.hops[static_cast<std::size_t>(hop.from)].frame;
+        if (!(before == hop.frame)) words.frame = hop.frame.text();
         words.dropped = hop.to.empty();
         all.push_back(std::move(words));
     }
