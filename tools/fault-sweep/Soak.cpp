@@ -1,0 +1,114 @@
+// vorn-soak: a scenario and its way back, thousands of times in one process, and what that costs in memory and
+// descriptors.
+#include <fcntl.h>
+#include <malloc.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+
+#include <CLI/CLI.hpp>
+
+#include "TakeDown.h"
+#include "hal/HALFactory.h"
+#include "hal/VornHal.h"
+
+namespace {
+
+using virtual_onu::VirtualOnu;
+
+struct Usage {
+    long heapBytes = 0;  // in use
+    long residentKib = 0;
+    long descriptors = 0;
+};
+
+long residentKib() {
+    std::ifstream status("/proc/self/status");
+    for (std::string word; status >> word;) {
+        long value = 0;
+        if (word == "VmRSS:" && status >> value) return value;
+    }
+    return 0;
+}
+
+Usage usage() {
+    Usage now;
+    const auto heap = mallinfo2();
+    now.heapBytes = static_cast<long>(heap.uordblks + heap.hblkhd);
+    now.residentKib = residentKib();
+    for ([[maybe_unused]] const auto& item : std::filesystem::directory_iterator("/proc/self/fd")) ++now.descriptors;
+    return now;
+}
+
+// Each cycle meets a new board: what the virtual ONU itself remembers (trace, shell commands) is not the library's.
+void cycle(const vorn_onu::Scenario& scenario, const vorn_onu::Scenario& takeDown, vorn_onu::RunContext& context) {
+    context.marks.clear();
+    for (const auto& step : scenario.steps)
+        if (step.kind == "call" && step.name != "vorn_omci_hal_init" &&
+            step.name != "VornBrcmHal::createAlarmStatsThread")
+            step.run(context);
+    for (const auto& step : takeDown.steps)
+        if (fault_sweep::isDue(step)) step.run(context);
+    VirtualOnu::instance().reset();
+}
+
+struct SoakOptions {
+    std::string scenario;
+    unsigned cycles = 10000;
+    double limit = 16;  // bytes a cycle
+};
+
+int soak(const SoakOptions& options) {
+    const auto work = std::filesystem::temp_directory_path();
+    const auto scenario = vorn_onu::loadScenario(options.scenario);
+    const auto takeDown = fault_sweep::takeDownOf(options.scenario, work);
+    auto& onu = VirtualOnu::instance();
+    onu.reset();
+    vorn_onu::RunContext context{onu, *HALFactory::getInstance()->CreateHALObject(0), {}};
+
+    std::fflush(stdout);
+    const int shown = dup(STDOUT_FILENO);  // the HAL's own lines go nowhere
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    dup2(nowhere, STDOUT_FILENO);
+    const unsigned warmUp = options.cycles / 10;
+    Usage before;
+    for (unsigned n = 0; n < warmUp + options.cycles; ++n) {
+        if (n == warmUp) before = usage();
+        cycle(scenario, takeDown, context);
+    }
+    const Usage after = usage();
+    std::fflush(stdout);
+    dup2(shown, STDOUT_FILENO);
+
+    const double growth = static_cast<double>(after.heapBytes - before.heapBytes) / options.cycles;
+    std::printf("%u cycles of %s after %u to warm up\n", options.cycles, scenario.title.c_str(), warmUp);
+    std::printf("heap in use %ld -> %ld bytes: %+.2f bytes a cycle\n", before.heapBytes, after.heapBytes, growth);
+    std::printf("resident %ld -> %ld KiB\n", before.residentKib, after.residentKib);
+    std::printf("descriptors %ld -> %ld\n", before.descriptors, after.descriptors);
+    std::fflush(stdout);
+    return growth <= options.limit && after.descriptors == before.descriptors ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("Provisions and takes down the services of a scenario thousands of times.", "vorn-soak");
+    SoakOptions options;
+    app.add_option("SCENARIO", options.scenario, "the scenario")->required();
+    app.add_option("--cycles", options.cycles, "how often")->check(CLI::PositiveNumber);
+    app.add_option("--limit", options.limit, "bytes of heap that a cycle may cost");
+    int result = 2;
+    try {
+        app.parse(argc, argv);
+        result = soak(options);
+    } catch (const CLI::ParseError& error) {
+        result = app.exit(error) == 0 ? 0 : 2;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+    }
+    std::fflush(nullptr);
+    _exit(result);  // the HAL's threads must not meet destroyed maps
+}

@@ -1,0 +1,36 @@
+// Runs every trial of a sweep, several at a time, each in a forked child, and gathers what they found.
+#ifndef FAULT_SWEEP_SWEEP_H
+#define FAULT_SWEEP_SWEEP_H
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "Trial.h"
+
+namespace fault_sweep {
+
+struct SweepOptions {
+    std::vector<std::string> files;
+    unsigned jobs = 2;
+    unsigned every = 1;         // of the calls, only each so many
+    unsigned timeoutSeconds = 60;
+    int code = 5;               // the failing call's result, or errno (EIO)
+    std::uint64_t only = 0;     // this call alone
+    bool verbose = false;       // name every finding, not only the first of a kind
+};
+
+struct Summary {
+    std::uint64_t runs = 0, hits = 0, exceptions = 0;
+    std::map<std::string, std::uint64_t> accepted;
+    std::map<std::string, std::uint64_t> problems;  // text without numbers of the trial, runs that have it
+    std::map<std::string, std::string> example;     // how to see it: "bridge.json --only 17"
+};
+
+// Prints progress to standard output. Throws vorn_onu::BadScenario.
+Summary sweep(const SweepOptions& options);
+
+}  // namespace fault_sweep
+
+#endif
