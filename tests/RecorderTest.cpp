@@ -153,6 +153,16 @@ TEST_F(Recorder, SaysSoWhenThereIsNothingToRecord) {
     EXPECT_EQ(result.code, 0);
     EXPECT_NE(result.output.find("has not called the HAL"), std::string::npos) << result.output;
     EXPECT_EQ(record({"true"}, "/nowhere/recording.json").code, 2);
+    EXPECT_EQ(record({"true"}, "/dev/null").code, 2);
+}
+
+TEST_F(Recorder, AFullDiskLeavesTheCallsThatFitted) {
+    const std::string limited =
+        std::string("ulimit -f 4; trap '' XFSZ; exec ") + RECORDED_DAEMON_BINARY + " everything >/dev/null";
+    const auto result = record({"bash", "-c", limited}, file("recording.json"));
+    EXPECT_NE(result.output.find("nothing more is recorded"), std::string::npos) << result.output;
+    EXPECT_GT(calls().size(), 10u);
+    EXPECT_EQ(replay().code, 0);
 }
 
 // A signal can stop the kernel between two pages of one write.
