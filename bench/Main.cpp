@@ -2,6 +2,7 @@
 // standard output goes to /dev/null and the table to the terminal's copy of it.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -12,6 +13,10 @@
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+
+    // Memory that is given back to the kernel and fetched again between two rounds is not what is measured.
+    mallopt(M_TRIM_THRESHOLD, 512 << 20);
+    mallopt(M_MMAP_THRESHOLD, 512 << 20);
 
     const int terminal = dup(STDOUT_FILENO);
     const int nowhere = open("/dev/null", O_WRONLY);

@@ -1,0 +1,132 @@
+#!/usr/bin/env python3
+"""Turns the measurements that ./dev bench has collected into a table with the goals (performance.md) and a plot
+(performance.svg).   report.py FOLDER   reads and writes there:
+services.json and bridges.json (Google Benchmark), startup.jsonl (vorn_startup), size.txt (bytes), machine.txt."""
+import json
+import pathlib
+import statistics
+import sys
+
+folder = pathlib.Path(sys.argv[1])
+SIZES = [1, 16, 64, 256]
+COUNTS = [8, 16, 32, 64, 128, 256]
+OPERATIONS = [("insertRule", "insert"), ("find", "find"), ("findByFilter", "filtered find"), ("deleteRule", "delete")]
+
+
+def measured(name):
+    path = folder / name
+    if not path.exists():
+        return {}
+    return {row["name"].split("/iterations")[0].replace("/manual_time", ""): row
+            for row in json.loads(path.read_text())["benchmarks"]}
+
+
+services, bridges = measured("services.json"), measured("bridges.json")
+startup = [json.loads(line) for line in (folder / "startup.jsonl").read_text().splitlines()]
+
+
+def rule_ns(operation, devices):
+    row = services[f"{operation}/{devices}"]
+    return row["real_time"] if operation.endswith("Rule") else row["cpu_time"]
+
+
+def middle(key):
+    return statistics.median(row[key] for row in startup)
+
+
+def verdict(holds):
+    return "yes" if holds else "**no**"
+
+
+def table(head, rows):
+    lines = [head, ["---"] * len(head)] + rows
+    return "\n".join("| " + " | ".join(str(cell) for cell in line) + " |" for line in lines) + "\n"
+
+
+def rule_map():
+    rows = []
+    for operation, name in OPERATIONS:
+        ns = [rule_ns(operation, n) for n in SIZES]
+        rows.append([name] + [f"{value:.0f} ns" for value in ns] + [f"{ns[-1] / ns[0]:.2f}", "2", verdict(ns[-1] <= 2 * ns[0])])
+    return "## Rule map, 96 rules a device\n\n" + table(
+        ["operation"] + [f"{n} devices" if n > 1 else "1 device" for n in SIZES] + ["256 to 1", "goal", "met"], rows)
+
+
+def one_service():
+    row = services["services/1"]
+    return "## One internet service, provisioned and removed\n\n" + table(
+        ["platform calls", "library", "bare replay", "ratio", "goal", "met"],
+        [[f"{row['calls']:.0f}", f"{row['us']:.0f} µs", f"{row['replay_us']:.0f} µs", f"{row['ratio']:.2f}", "1.5",
+          verdict(row["ratio"] <= 1.5)]])
+
+
+def many_services():
+    rows = [services[f"services/{n}"] for n in COUNTS]
+    growth = rows[-1]["us"] / rows[0]["us"]
+    lines = [[n, f"{row['calls']:.0f}", f"{row['us']:.0f} µs", f"{row['replay_us']:.0f} µs", f"{row['heap'] / 1024:.1f} KiB"]
+             for n, row in zip(COUNTS, rows)]
+    return ("## 8 to 256 services\n\n" + table(["services", "calls a service", "library, a service", "replay, a service",
+                                                "heap, a service"], lines)
+            + f"\nA service at 256 takes {growth:.2f} times what it takes at 8 (goal: 1.2; met: {verdict(growth <= 1.2)}).\n")
+
+
+def kernel_bridges():
+    if not bridges:
+        return "## Bridges on the real kernel\n\nNot measured here: no network namespace was to be had.\n"
+    rows = {name: bridges[f"bridges/{key}"] for name, key in (("`br_*`", "br_"), ("`ip -batch`", "ip"), ("script of `brctl` and `ifconfig`", "script"))}
+    own, ip, script = (row["real_time"] for row in rows.values())
+    lines = [[name, f"{row['make_ms']:.0f} ms", f"{row['remove_ms']:.0f} ms", f"{row['real_time']:.0f} ms",
+              f"{row['processor_ms']:.0f} ms"] for name, row in rows.items()]
+    return ("## 64 bridges with 128 members on the real kernel\n\n"
+            + table(["by", "made", "removed", "together", "processor time"], lines)
+            + f"\nAgainst `ip -batch`: {ip / own:.2f} times as fast (goal: not slower; met: {verdict(own <= 1.02 * ip)}). "
+            + f"Against the script: {script / own:.1f} times as fast (goal: 20; met: {verdict(script >= 20 * own)}); "
+            + f"making alone {rows['script of `brctl` and `ifconfig`']['make_ms'] / rows['`br_*`']['make_ms']:.1f} times.\n")
+
+
+def size_and_start():
+    size = int((folder / "size.txt").read_text()) if (folder / "size.txt").exists() else None
+    rows = [["library loaded", f"{middle('load_us'):.0f} µs", "", ""], ["factory made", f"{middle('factory_us'):.1f} µs", "", ""],
+            ["HAL object made", f"{middle('object_us'):.0f} µs", "", ""], ["heap after start-up", f"{middle('heap') / 1024:.1f} KiB", "", ""]]
+    if size is not None:
+        rows.insert(0, ["stripped library, armhf, `-Os`", f"{size / 1024:.1f} KiB", "256 KiB", verdict(size <= 256 * 1024)])
+    return "## Size and start-up\n\n" + table(["what", "figure", "goal", "met"], rows)
+
+
+def panel(x, title, unit, ticks, lines):
+    width, height, top = 330, 200, 40
+    highest = max(max(values) for _, values in lines) * 1.15
+    place_x = lambda i: x + 50 + i * (width - 20) / (len(ticks) - 1)
+    place_y = lambda value: top + height - value / highest * height
+    out = [f'<text x="{x + 50}" y="22" font-weight="bold">{title}</text>']
+    for share in (0, 0.25, 0.5, 0.75, 1):
+        y = place_y(share * highest)
+        out.append(f'<line x1="{x + 50}" y1="{y:.1f}" x2="{x + 30 + width}" y2="{y:.1f}" stroke="#ddd"/>'
+                   f'<text x="{x + 44}" y="{y + 4:.1f}" text-anchor="end">{share * highest:.0f}</text>')
+    out.append(f'<text x="{x + 50}" y="{top + height + 36}">{unit}</text>')
+    for i, tick in enumerate(ticks):
+        out.append(f'<text x="{place_x(i):.1f}" y="{top + height + 18}" text-anchor="middle">{tick}</text>')
+    for number, (name, values) in enumerate(lines):
+        colour = ("#1f6fb2", "#d1711c", "#3a8f4d", "#8a4fa3")[number]
+        points = " ".join(f"{place_x(i):.1f},{place_y(value):.1f}" for i, value in enumerate(values))
+        out.append(f'<polyline points="{points}" fill="none" stroke="{colour}" stroke-width="2"/>')
+        out.append(f'<rect x="{x + 50 + number * 85}" y="{top + height + 48}" width="10" height="10" fill="{colour}"/>'
+                   f'<text x="{x + 64 + number * 85}" y="{top + height + 57}">{name}</text>')
+    return "".join(out)
+
+
+def plot():
+    rules = [(name, [rule_ns(operation, n) for n in SIZES]) for operation, name in OPERATIONS]
+    times = [("library", [services[f"services/{n}"]["us"] for n in COUNTS]),
+             ("bare replay", [services[f"services/{n}"]["replay_us"] for n in COUNTS])]
+    return ('<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 830 310" font-family="sans-serif" font-size="12">'
+            '<rect width="830" height="310" fill="white"/>'
+            + panel(0, "Rule map: an operation", "ns, by number of devices with 96 rules", SIZES, rules)
+            + panel(420, "A service provisioned and removed", "µs a service, by number of services", COUNTS, times) + "</svg>\n")
+
+
+text = "\n".join([rule_map(), one_service(), many_services(), kernel_bridges(), size_and_start(),
+                  "## Machine\n\n" + (folder / "machine.txt").read_text()])
+(folder / "performance.md").write_text(text)
+(folder / "performance.svg").write_text(plot())
+print(text)
