@@ -3,9 +3,12 @@
 // there is to it, on a workstation start it with
 //
 //   vorn-onu exec -- example-daemon
+//
+// With --stay it lives on, as daemons do, until a signal ends it.
+#include <unistd.h>
+
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <string>
 
 #include "hal/HALFactory.h"
@@ -79,7 +82,7 @@ bool provisionService(VornHal& hal) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
     VornHal* hal = HALFactory::getInstance()->CreateHALObject(0);
     if (hal == nullptr) return 1;
     hal->vorn_omci_hal_nvram_info_get();
@@ -91,5 +94,7 @@ int main() {
         return 1;
     }
     say("the service is up");
+    if (argc > 1 && std::string(argv[1]) == "--stay")
+        for (;;) pause();
     return 0;
 }
