@@ -70,6 +70,15 @@ def many_services():
             + f"\nA service at 256 takes {growth:.2f} times what it takes at 8 (goal: 1.2; met: {verdict(growth <= 1.2)}).\n")
 
 
+def frames():
+    goal_us = 1000
+    lines = []
+    for name, way in (("walkUpstream", "up"), ("walkDownstream", "down")):
+        one, twenty = (services[f"{name}/{count}"]["cpu_time"] / 1000 for count in (1, 20))
+        lines.append([way, f"{one:.0f} µs", f"{twenty:.0f} µs", f"{goal_us} µs", verdict(twenty < goal_us)])
+    return "## A frame through the virtual ONU\n\n" + table(["way", "1 service", "20 services on one port", "goal", "met"], lines)
+
+
 def kernel_bridges():
     if not bridges:
         return "## Bridges on the real kernel\n\nNot measured here: no network namespace was to be had.\n"
@@ -95,7 +104,8 @@ def size_and_start():
 
 def panel(x, title, unit, ticks, lines):
     width, height, top = 330, 200, 40
-    highest = max(max(values) for _, values in lines) * 1.15
+    highest = next(step * 4 for step in (1, 2, 5, 10, 20, 50, 100, 200, 300, 400, 500, 750, 1000, 2000, 5000, 10000)
+                   if step * 4 >= max(max(values) for _, values in lines) * 1.05)
     place_x = lambda i: x + 50 + i * (width - 20) / (len(ticks) - 1)
     place_y = lambda value: top + height - value / highest * height
     out = [f'<text x="{x + 50}" y="22" font-weight="bold">{title}</text>']
@@ -110,8 +120,8 @@ def panel(x, title, unit, ticks, lines):
         colour = ("#1f6fb2", "#d1711c", "#3a8f4d", "#8a4fa3")[number]
         points = " ".join(f"{place_x(i):.1f},{place_y(value):.1f}" for i, value in enumerate(values))
         out.append(f'<polyline points="{points}" fill="none" stroke="{colour}" stroke-width="2"/>')
-        out.append(f'<rect x="{x + 50 + number * 85}" y="{top + height + 48}" width="10" height="10" fill="{colour}"/>'
-                   f'<text x="{x + 64 + number * 85}" y="{top + height + 57}">{name}</text>')
+        out.append(f'<rect x="{x + 50 + number * 90}" y="{top + height + 48}" width="10" height="10" fill="{colour}"/>'
+                   f'<text x="{x + 64 + number * 90}" y="{top + height + 57}">{name}</text>')
     return "".join(out)
 
 
@@ -125,7 +135,7 @@ def plot():
             + panel(420, "A service provisioned and removed", "µs a service, by number of services", COUNTS, times) + "</svg>\n")
 
 
-text = "\n".join([rule_map(), one_service(), many_services(), kernel_bridges(), size_and_start(),
+text = "\n".join([rule_map(), one_service(), many_services(), frames(), kernel_bridges(), size_and_start(),
                   "## Machine\n\n" + (folder / "machine.txt").read_text()])
 (folder / "performance.md").write_text(text)
 (folder / "performance.svg").write_text(plot())

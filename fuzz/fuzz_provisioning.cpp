@@ -15,8 +15,8 @@ constexpr unsigned kBridges = 3, kUniPorts = 6, kGemPorts = 4, kFirstGemPort = 1
 constexpr unsigned kPhyIds = 10;  // UNI ports and GEM indexes in use
 constexpr int kMostSteps = 40;
 
-const std::set<std::string> kDevices = {"gpondef", "gpon0", "gpon1", "gpon2", "gpon0.0", "sid-1", "sid0", "sid1",
-                                        "sid2",    "sid3",  "sid4",  "br0",   "br1",     "br2"};
+const std::set<std::string> kDevices = {"gpondef", "gpon0", "gpon1", "gpon2", "gpon0.0", "sid-1", "sid0",
+                                        "sid1",    "sid2",  "sid3",  "sid4",  "br0",     "br1",   "br2"};
 
 class Sequence {
 public:
@@ -87,8 +87,7 @@ private:
         for (auto* code :
              {&r.outerFilterTpidDe, &r.innerFilterTpidDe, &r.outerTreatmentTpidDe, &r.innerTreatmentTpidDe})
             *code = number<std::uint16_t>(7);
-        for (auto* vid :
-             {&r.outerFilterVlanId, &r.innerFilterVlanId, &r.outerTreatmentVlanId, &r.innerTreatmentVlanId})
+        for (auto* vid : {&r.outerFilterVlanId, &r.innerFilterVlanId, &r.outerTreatmentVlanId, &r.innerTreatmentVlanId})
             *vid = number<std::uint16_t>(8191);
         for (auto* prio : {&r.outerFilterPrio, &r.innerFilterPrio, &r.outerTreatmentPrio, &r.innerTreatmentPrio})
             *prio = number<std::uint8_t>(15);

@@ -1,5 +1,5 @@
-// The daemon provisions while the gateway asks and links come and go: three threads of the library at once, as on a busy
-// ONU. Meant for the thread sanitizer; what each thread achieves is checked as well.
+// The daemon provisions while the gateway asks and links come and go: three threads of the library at once, as on a
+// busy ONU. Meant for the thread sanitizer; what each thread achieves is checked as well.
 #include <algorithm>
 #include <atomic>
 #include <cstdio>

@@ -1,5 +1,5 @@
-// Records with every field at its limits, names and texts as long as they get. Meant for the address sanitizer, but what
-// stands on the device afterwards is checked as well.
+// Records with every field at its limits, names and texts as long as they get. Meant for the address sanitizer, but
+// what stands on the device afterwards is checked as well.
 #include <algorithm>
 #include <cstring>
 #include <memory>
@@ -50,7 +50,8 @@ protected:
 
     template <typename Record, typename Member>
     static std::size_t placeOf(const Record& record, const Member& member) {
-        return static_cast<std::size_t>(reinterpret_cast<const char*>(&member) - reinterpret_cast<const char*>(&record));
+        return static_cast<std::size_t>(reinterpret_cast<const char*>(&member) -
+                                        reinterpret_cast<const char*>(&record));
     }
 
     static void expectAsBefore(const std::set<std::string>& before, const std::string& what) {

@@ -63,6 +63,8 @@ const BadFile kBadFiles[] = {
     {"Truncated", "{\"title\": \"t\",\n \"steps\": [", "line 2, column 12: is not JSON: the file ends too early"},
     {"StrayCharacter", "{\"title\": \"t\",\n \"steps\": [}]}",
      "line 2, column 12: is not JSON: a character that does not belong here"},
+    {"HugeNumber", R"({"title": "t", "steps": [{"advance": 1e999}]})",
+     "holds a number that is too large for any field"},
     {"NoSteps", R"({"title": "t"})", "field 'steps': is missing; it is the list of what happens"},
     {"WrongType", kTypes,
      "step 1 (call vorn_omci_hal_configureBridge): field 'bridgeId': must be a number 0..65535, not \"three\""},

@@ -13,13 +13,40 @@
 #include <string>
 #include <vector>
 
+#ifdef __SANITIZE_THREAD__
+#include <sanitizer/tsan_interface.h>
+#endif
+
 #include "VirtualOnu.h"
 
 namespace virtual_onu {
 
 // The one lock of the device; recursive, so that a facility may ask another one.
 std::recursive_mutex& deviceMutex();
-using DeviceLock = std::lock_guard<std::recursive_mutex>;
+
+// Holds it. The thread sanitizer is told so in its own words: inside the sleep functions of the C library, which lead
+// here, it does not look at mutexes.
+class DeviceLock {
+public:
+    explicit DeviceLock(std::recursive_mutex& mutex) : lock_(mutex) { taken(&mutex); }
+    ~DeviceLock() { givenBack(lock_.mutex()); }
+    DeviceLock(const DeviceLock&) = delete;
+    DeviceLock& operator=(const DeviceLock&) = delete;
+
+private:
+#ifdef __SANITIZE_THREAD__
+    static void taken(void* mutex) {
+        __tsan_acquire(mutex);
+    }
+    static void givenBack(void* mutex) {
+        __tsan_release(mutex);
+    }
+#else
+    static void taken(void*) {}
+    static void givenBack(void*) {}
+#endif
+    std::unique_lock<std::recursive_mutex> lock_;
+};
 
 // ---- trace ----
 

@@ -290,8 +290,8 @@ public:
     int openDescriptors() const;  // descriptors of device files and character devices that are open now
 
     // ---- frames ----
-    // Where a frame goes that arrives at a port (sid0, eth0, veip0 from the gateway's side) or in a GEM port. The walk is
-    // the answer; but for the bridges, which learn from it, the device's state does not change.
+    // Where a frame goes that arrives at a port (sid0, eth0, veip0 from the gateway's side) or in a GEM port. The walk
+    // is the answer; but for the bridges, which learn from it, the device's state does not change.
     Walk sendFromPort(const std::string& device, const Frame& frame, Learning learning = Learning::On);
     Walk sendFromPon(unsigned gemPortId, const Frame& frame, Learning learning = Learning::On);
     void forgetLearned();  // the addresses that the bridges know

@@ -50,7 +50,7 @@ void setEthernetUniStatus(unsigned short uniInstance, unsigned char adminState) 
     }
     const auto command = adminState != 0 ? FixedText<128>("ifconfig eth%d up", port->device)
                                          : FixedText<128>("ifconfig eth%d down", port->device);
-    static_cast<void>(std::system(command.get()));
+    [[maybe_unused]] const int status = std::system(command.get());
     // Kept: reported as a success whatever the command did; the daemon's log watchers look for it.
     std::printf("setEthernetUniStatus: Succesfully set eth%d link status:%d\n", port->device, adminState);
 }

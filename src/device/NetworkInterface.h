@@ -1,4 +1,5 @@
-// Network interface requests (ioctl on a datagram socket), shared by the engine and the PON adapter. Nothing is printed.
+// Network interface requests (ioctl on a datagram socket), shared by the engine and the PON adapter. Nothing is
+// printed.
 #ifndef DEVICE_NETWORK_INTERFACE_H
 #define DEVICE_NETWORK_INTERFACE_H
 

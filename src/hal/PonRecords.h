@@ -13,7 +13,7 @@ struct TContProvisioning {
 
 // A GEM port with its T-CONT and upstream queue (G.988 9.2.3).
 struct XGEMConfig {
-    std::uint16_t tContAllocId;   // 65535: downstream-only port
+    std::uint16_t tContAllocId;  // 65535: downstream-only port
     std::uint16_t xgemPortId;
     std::uint16_t upstreamQueue;  // 0..7 on the T-CONT
     std::uint16_t qosArg;         // carried, not used

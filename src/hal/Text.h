@@ -7,7 +7,9 @@
 #include <cstdio>
 
 // What a printed %s shows for a pointer that may be null.
-inline const char* printable(const char* text) { return text != nullptr ? text : "(null)"; }
+inline const char* printable(const char* text) {
+    return text != nullptr ? text : "(null)";
+}
 
 // A zero-filled text of a fixed size, formatted like printf and cut where it does not fit.
 template <std::size_t Size>

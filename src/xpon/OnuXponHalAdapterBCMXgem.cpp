@@ -45,7 +45,7 @@ GponCtlGemPortEnable enableRecord(unsigned short portId, unsigned short gemIndex
 }
 
 void run(const char* command) {
-    static_cast<void>(std::system(command));
+    [[maybe_unused]] const int status = std::system(command);
 }
 
 }  // namespace

@@ -4,8 +4,10 @@
 #include <sys/mount.h>
 
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
+#include <thread>
 
 #include "BridgeContract.h"
 
@@ -72,12 +74,25 @@ TEST_F(KernelBridge, AWalkStopsWhereTheVisitorSaysAndStandsChanges) {
 }
 
 // More addresses than the kernel hands out with one read.
+// True once the kernel has taken the port into the forwarding state; it does so a moment after the link is up.
+bool forwards(const std::string& port) {
+    constexpr int kForwarding = 3;
+    for (int attempt = 0; attempt < 200; ++attempt) {
+        int state = 0;
+        std::ifstream("/sys/class/net/" + port + "/brport/state") >> state;
+        if (state == kForwarding) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
+}
+
 TEST_F(KernelBridge, TheForwardingDatabaseIsReadWholeAndInPieces) {
     constexpr std::size_t kLearnt = 600;
     ASSERT_EQ(br_add_bridge("bra"), 0);
     ASSERT_EQ(br_add_interface("bra", "pa"), 0);
     ASSERT_EQ(br_add_interface("bra", "pb"), 0);
     for (const char* device : {"bra", "pa", "pb", "xa", "xb"}) bridge_contract::setUp(device, true);
+    ASSERT_TRUE(forwards("pb")) << "the kernel takes no addresses on a port that is not forwarding yet";
     char batch[] = "/tmp/fdb.XXXXXX";
     close(mkstemp(batch));
     std::ofstream commands(batch);

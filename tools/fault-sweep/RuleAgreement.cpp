@@ -19,7 +19,8 @@ std::string tableDevice(const std::string& recordedUnder, const std::set<RulePla
     return onDevice.count(onPon) != 0 ? onPon.device : recordedUnder;
 }
 
-void collect(EtherSwitchBcm380& engine, const std::string& device, unsigned phyId, const std::set<RulePlace>& onDevice, std::set<RulePlace>& map) {
+void collect(EtherSwitchBcm380& engine, const std::string& device, unsigned phyId, const std::set<RulePlace>& onDevice,
+             std::set<RulePlace>& map) {
     VLAN_RULE_MAP_ENTRY* entry = nullptr;
     if (!engine.findVlanRuleMapEntry(device.c_str(), static_cast<unsigned short>(phyId), &entry)) return;
     const auto add = [&](const VLAN_RULE_INFO& rule) {
@@ -31,11 +32,16 @@ void collect(EtherSwitchBcm380& engine, const std::string& device, unsigned phyI
     std::for_each_n(entry->oldRules, entry->nbrOfOldRules, add);
 }
 
-// A rule that lets everything of its VLAN device pass: the engine makes some of these as defaults, unrecorded, so that
-// they stay when a service goes.
+// A rule that lets everything of its VLAN device pass: the engine makes some of these as defaults.
 bool passesAll(const virtual_onu::TagRule& rule) {
     using Kind = virtual_onu::RuleTerm::Kind;
     return rule.terms.size() == 1 && (rule.terms[0].kind == Kind::RxDevice || rule.terms[0].kind == Kind::TxDevice);
+}
+
+// The engine keeps no record of its default pass rules and of a multicast service's rows on the VEIP's side: they stay
+// when the service goes.
+bool needsNoRecord(const std::string& device, const virtual_onu::TagRule& rule) {
+    return device == "gpon0.0" || passesAll(rule);
 }
 
 }  // namespace
@@ -54,7 +60,7 @@ RuleAgreement compareRules(const std::set<std::string>& devices, unsigned phyIds
         for (const auto& rule : table.rules) {
             const RulePlace place{table.device, table.direction, table.tags, rule.id};
             onDevice.insert(place);
-            if (passesAll(rule)) neededNoRecord.insert(place);
+            if (needsNoRecord(table.device, rule)) neededNoRecord.insert(place);
         }
     }
     for (const auto& device : onu.devices()) names.insert(device.name);

@@ -18,14 +18,13 @@ struct RulePlace {
     unsigned tags = 0;
     std::uint32_t id = 0;
     bool operator<(const RulePlace& other) const {
-        return std::tie(device, direction, tags, id) <
-               std::tie(other.device, other.direction, other.tags, other.id);
+        return std::tie(device, direction, tags, id) < std::tie(other.device, other.direction, other.tags, other.id);
     }
     std::string text() const;  // "sid0 rx 1 tags, rule 7"
 };
 
 struct RuleAgreement {
-    std::vector<RulePlace> onlyOnDevice;  // nobody will ever remove these; default pass rules are left out
+    std::vector<RulePlace> onlyOnDevice;  // nobody will ever remove these (but see needsNoRecord)
     std::vector<RulePlace> onlyInMap;     // a removal of these finds nothing
     std::size_t recorded = 0;             // rules in the map
 };

@@ -56,9 +56,9 @@ struct Child {
 };
 
 json toJson(const Findings& findings) {
-    return {{"calls", findings.calls},       {"hit", findings.hit},       {"problems", findings.problems},
-            {"accepted", findings.accepted}, {"fresh", findings.freshStates},
-            {"used", findings.usedStates},   {"failed", findings.failedCall}};
+    return {{"calls", findings.calls},       {"hit", findings.hit},           {"problems", findings.problems},
+            {"accepted", findings.accepted}, {"fresh", findings.freshStates}, {"used", findings.usedStates},
+            {"failed", findings.failedCall}};
 }
 
 std::string contentOf(int descriptor) {

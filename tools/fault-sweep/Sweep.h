@@ -13,12 +13,12 @@ namespace fault_sweep {
 
 struct SweepOptions {
     std::vector<std::string> files;
-    unsigned jobs = 2;
-    unsigned every = 1;         // of the calls, only each so many
+    unsigned jobs = 8;          // more than processors: services with a gateway spend their time waiting
+    unsigned every = 1;  // of the calls, only each so many
     unsigned timeoutSeconds = 60;
-    int code = 5;               // the failing call's result, or errno (EIO)
-    std::uint64_t only = 0;     // this call alone
-    bool verbose = false;       // name every finding, not only the first of a kind
+    int code = 5;            // the failing call's result, or errno (EIO)
+    std::uint64_t only = 0;  // this call alone
+    bool verbose = false;    // name every finding, not only the first of a kind
 };
 
 struct Summary {

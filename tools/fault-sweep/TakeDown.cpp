@@ -79,8 +79,8 @@ vorn_onu::Scenario takeDownOf(const std::string& scenarioFile, const std::string
             if (std::find(steps.begin(), steps.end(), removal) == steps.end()) steps.push_back(removal);
     }
     whole["steps"] = steps;
-    const auto path =
-        std::filesystem::path(workDirectory) / ("taken down: " + std::filesystem::path(scenarioFile).filename().string());
+    const auto path = std::filesystem::path(workDirectory) /
+                      ("taken down: " + std::filesystem::path(scenarioFile).filename().string());
     std::ofstream(path) << whole.dump(1);
     return vorn_onu::loadScenario(path);
 }

@@ -11,8 +11,8 @@ namespace fault_sweep {
 // The removals of the scenario in this file, in reverse order. Throws vorn_onu::BadScenario.
 vorn_onu::Scenario takeDownOf(const std::string& scenarioFile, const std::string& workDirectory);
 
-// Services to the gateway and management hosts are counted without a floor: a removal too many would be felt by the next
-// provisioning. A daemon removes what it has, and so does the sweep.
+// Services to the gateway and management hosts are counted without a floor: a removal too many would be felt by the
+// next provisioning. A daemon removes what it has, and so does the sweep.
 bool isDue(const vorn_onu::Step& removal);
 
 }  // namespace fault_sweep

@@ -22,6 +22,9 @@ namespace {
 using virtual_onu::VirtualOnu;
 using Lines = std::vector<std::string>;
 
+// Long enough for the sender to wait already: an answer that comes before the wait is lost, and costs a second.
+constexpr int kGatewayDelayMs = 10;
+
 // In real time: the sleep functions of the C library belong to the virtual ONU's clock.
 void pause(std::chrono::milliseconds length) {
     std::mutex mutex;
@@ -128,7 +131,7 @@ private:
 
     Lines runScenario() {
         Lines states;
-        onu_.setGateway(virtual_onu::GatewayMode::Answers, 1);
+        onu_.setGateway(virtual_onu::GatewayMode::Answers, kGatewayDelayMs);
         for (const auto& step : subject_.scenario.steps) {
             runStep(step);
             states.push_back(onu_.stateText());
@@ -170,7 +173,8 @@ private:
     void compareStates(const Lines& fresh, const Lines& used, const Lines& again) {
         const Refusals refusals = Refusals::of(onu_.traceTexts(virtual_onu::CallKind::Platform));
         for (std::size_t step = 0; step < again.size(); ++step) {
-            const Lines one = sortedLines(fresh[step]), other = sortedLines(used[step]), have = sortedLines(again[step]);
+            const Lines one = sortedLines(fresh[step]), other = sortedLines(used[step]),
+                        have = sortedLines(again[step]);
             const std::string where = "provisioned again, step " + std::to_string(step + 1);
             for (const auto& line : without(without(one, without(one, other)), have))
                 explain(where + ", missing: ", line, refusals);

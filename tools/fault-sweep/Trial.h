@@ -16,7 +16,7 @@ struct Subject {
     std::string file;
     vorn_onu::Scenario scenario;
     vorn_onu::Scenario takeDown;
-    std::uint64_t calls = 0;          // that a fault can hit
+    std::uint64_t calls = 0;  // that a fault can hit
     // Of the device after each step: on a new board, and after everything has been taken down once.
     std::vector<std::string> freshStates;
     std::vector<std::string> usedStates;

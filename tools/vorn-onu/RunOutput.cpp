@@ -43,7 +43,6 @@ std::string padded(const std::string& text, std::size_t width) {
 // What came of a step: its effects, and its answer where that says something.
 std::string outcomeOf(const StepRecord& record) {
     std::string text = record.effects;
-    if (record.step->kind == "frame") return record.answer;
     const bool plainSuccess = record.step->changes && record.answer == "0";
     if (!record.answer.empty() && !plainSuccess) text = "= " + record.answer + (text.empty() ? "" : ", " + text);
     if (text.empty() && record.step->changes) text = "nothing changed";
@@ -68,7 +67,7 @@ RunOutput::RunOutput(const Scenario& scenario, Terminal terminal) : scenario_(sc
     for (const Step& step : scenario.steps) {
         if (isHeading(step)) continue;
         nameWidth_ = std::max(nameWidth_, widthOf(shortName(step)));
-        if (!onlyLooks(step)) wordsWidth_ = std::max(wordsWidth_, widthOf(wordsOf(step)));
+        if (!onlyLooks(step) && step.kind != "frame") wordsWidth_ = std::max(wordsWidth_, widthOf(wordsOf(step)));
     }
     // The outcome gets at least a third of the window.
     const std::size_t room =
@@ -101,6 +100,7 @@ std::string RunOutput::step(const StepRecord& record) const {
     line += padded(shortName(step), nameWidth_) + "  ";
     if (onlyLooks(step))
         return line + cut(wordsOf(step), terminal_.width() - kPrefixWidth - nameWidth_ - 2) + "\n" + failures(record);
+    if (step.kind == "frame") return line + frameLines(record) + failures(record);
     const std::string words = cut(wordsOf(step), wordsWidth_);
     const std::string outcome = outcomeOf(record);
     const std::size_t indent = kPrefixWidth + nameWidth_ + 2;
@@ -112,6 +112,16 @@ std::string RunOutput::step(const StepRecord& record) const {
         for (const auto& part : wrapped(outcome, terminal_.width() - indent))
             line += "\n" + std::string(indent, ' ') + terminal_.dim(part);
     return line + "\n" + failures(record);
+}
+
+// The frame, where it went, and the author's words, a line each.
+std::string RunOutput::frameLines(const StepRecord& record) const {
+    const std::size_t indent = kPrefixWidth + nameWidth_ + 2;
+    std::string text = record.step->words + "\n";
+    for (const std::string& part : {record.answer, record.step->note})
+        for (const auto& one : wrapped(part, terminal_.width() - indent - 2))
+            if (!one.empty()) text += std::string(indent + 2, ' ') + terminal_.dim(one) + "\n";
+    return text;
 }
 
 std::string RunOutput::failures(const StepRecord& record) const {

@@ -24,6 +24,7 @@ public:
     std::string closing(const std::vector<StepRecord>& records, std::size_t deviceCalls) const;
 
 private:
+    std::string frameLines(const StepRecord& record) const;
     const Scenario& scenario_;
     Terminal terminal_;
     std::size_t nameWidth_ = 0, wordsWidth_ = 0;

@@ -20,22 +20,22 @@ typedef struct {
     uint32_t dataLength;
 } CmsMsgHeader;
 
-int cmsMsg_init(unsigned int entityId, void **handle);
-int cmsMsg_send(void *handle, const CmsMsgHeader *message);
+int cmsMsg_init(unsigned int entityId, void** handle);
+int cmsMsg_send(void* handle, const CmsMsgHeader* message);
 // Waits at most timeoutMs. On success the caller owns *message and frees it with cmsMem_free.
-int cmsMsg_receiveWithTimeout(void *handle, CmsMsgHeader **message, unsigned int timeoutMs);
+int cmsMsg_receiveWithTimeout(void* handle, CmsMsgHeader** message, unsigned int timeoutMs);
 // A descriptor that select() reports readable while a message waits. It belongs to the bus: never close it.
-int cmsMsg_getEventHandle(void *handle, int *descriptor);
-void cmsMem_free(void *block);
+int cmsMsg_getEventHandle(void* handle, int* descriptor);
+void cmsMem_free(void* block);
 
-int cmsTmr_init(void **handle);
+int cmsTmr_init(void** handle);
 // UINT32_MAX when no timer is set.
-int cmsTmr_getTimeToNextEvent(void *handle, unsigned int *milliseconds);
-void cmsTmr_executeExpiredEvents(void *handle);
+int cmsTmr_getTimeToNextEvent(void* handle, unsigned int* milliseconds);
+void cmsTmr_executeExpiredEvents(void* handle);
 
 // Answers the number of bytes read, 0 when nothing is stored under the key.
-int cmsPsp_get(const char *key, void *buffer, unsigned int size);
-int cmsPsp_set(const char *key, const void *buffer, unsigned int size);
+int cmsPsp_get(const char* key, void* buffer, unsigned int size);
+int cmsPsp_set(const char* key, const void* buffer, unsigned int size);
 
 #ifdef __cplusplus
 }

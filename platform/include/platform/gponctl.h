@@ -17,7 +17,7 @@ typedef struct {
 } GponCtlTcontAllocId;
 
 typedef struct {
-    uint16_t gemIndex;       // in: 65535 = the driver chooses, out: the chosen index
+    uint16_t gemIndex;  // in: 65535 = the driver chooses, out: the chosen index
     uint16_t gemPortId;
     uint16_t allocId;
     uint8_t downstreamOnly;  // 1 exactly when allocId is 65535
@@ -56,16 +56,16 @@ typedef struct {
     uint32_t reserved[3];
 } GponCtlAdminState;
 
-int gponCtl_configTcontAllocId(const GponCtlTcontAllocId *record);
-int gponCtl_deconfigTcontAllocId(const GponCtlTcontAllocId *record);
-int gponCtl_configGemPort(GponCtlGemPortConfig *record);  // 258 when the port already exists
-int gponCtl_deconfigGemPort(const GponCtlGemPortDeconfig *record);
-int gponCtl_getGemPort(GponCtlGemPort *record);
-int gponCtl_enableGemPort(GponCtlGemPortEnable *record);
-int gponCtl_getGemPortCounters(GponCtlGemPortCounters *record);
-int gponCtl_startAdminState(const GponCtlAdminState *record);
+int gponCtl_configTcontAllocId(const GponCtlTcontAllocId* record);
+int gponCtl_deconfigTcontAllocId(const GponCtlTcontAllocId* record);
+int gponCtl_configGemPort(GponCtlGemPortConfig* record);  // 258 when the port already exists
+int gponCtl_deconfigGemPort(const GponCtlGemPortDeconfig* record);
+int gponCtl_getGemPort(GponCtlGemPort* record);
+int gponCtl_enableGemPort(GponCtlGemPortEnable* record);
+int gponCtl_getGemPortCounters(GponCtlGemPortCounters* record);
+int gponCtl_startAdminState(const GponCtlAdminState* record);
 // The library's text for an error number; never null, static storage.
-const char *gponCtl_getMsgError(int error);
+const char* gponCtl_getMsgError(int error);
 
 #ifdef __cplusplus
 }

@@ -1,5 +1,5 @@
-// Numbers that the device kit gives a meaning to and no name: the library and the virtual ONU name them here. A kit's own
-// headers need not have them.
+// Numbers that the device kit gives a meaning to and no name: the library and the virtual ONU name them here. A kit's
+// own headers need not have them.
 #ifndef PLATFORM_KIT_NUMBERS_H
 #define PLATFORM_KIT_NUMBERS_H
 

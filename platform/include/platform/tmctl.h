@@ -27,11 +27,11 @@ typedef struct {
     uint32_t reserved;
 } TmctlQueueCfg;
 
-int tmctl_portTmInit(int deviceType, const TmctlIf *interface, unsigned int configFlags, int queueCount);
-int tmctl_portTmUninit(int deviceType, const TmctlIf *interface);
-int tmctl_getQueueCfg(int deviceType, const TmctlIf *interface, int queueId, TmctlQueueCfg *config);
-int tmctl_setQueueCfg(int deviceType, const TmctlIf *interface, const TmctlQueueCfg *config);
-int tmctl_delQueueCfg(int deviceType, const TmctlIf *interface, int queueId);
+int tmctl_portTmInit(int deviceType, const TmctlIf* interface, unsigned int configFlags, int queueCount);
+int tmctl_portTmUninit(int deviceType, const TmctlIf* interface);
+int tmctl_getQueueCfg(int deviceType, const TmctlIf* interface, int queueId, TmctlQueueCfg* config);
+int tmctl_setQueueCfg(int deviceType, const TmctlIf* interface, const TmctlQueueCfg* config);
+int tmctl_delQueueCfg(int deviceType, const TmctlIf* interface, int queueId);
 
 #ifdef __cplusplus
 }

@@ -25,35 +25,35 @@ int vlanCtl_init(void);
 void vlanCtl_cleanup(void);
 
 // The text between a real device's name and the id in names that createVlanInterface forms (".").
-int vlanCtl_setIfSuffix(const char *suffix);
+int vlanCtl_setIfSuffix(const char* suffix);
 // Makes the VLAN device realDev + suffix + vlanDevId. isRouted and isMulticast are 0 or 1.
-int vlanCtl_createVlanInterface(const char *realDev, unsigned int vlanDevId, int isRouted, int isMulticast);
+int vlanCtl_createVlanInterface(const char* realDev, unsigned int vlanDevId, int isRouted, int isMulticast);
 // The same with a name of the caller's choice.
-int vlanCtl_createVlanInterfaceByName(const char *realDev, const char *vlanDev, int isRouted, int isMulticast);
-int vlanCtl_deleteVlanInterface(const char *vlanDev);
-int vlanCtl_setRealDevMode(const char *realDev, int mode);
+int vlanCtl_createVlanInterfaceByName(const char* realDev, const char* vlanDev, int isRouted, int isMulticast);
+int vlanCtl_deleteVlanInterface(const char* vlanDev);
+int vlanCtl_setRealDevMode(const char* realDev, int mode);
 // What happens to a frame that no rule of the table matches: action 0 passes it to vlanDev, 1 drops it.
-int vlanCtl_setDefaultAction(const char *realDev, unsigned int direction, unsigned int nbrOfTags, unsigned int action,
-                             const char *vlanDev);
+int vlanCtl_setDefaultAction(const char* realDev, unsigned int direction, unsigned int nbrOfTags, unsigned int action,
+                             const char* vlanDev);
 // Lets the packet accelerator carry flows that enter at rxVlanDev and leave at txVlanDev.
-int vlanCtl_createVlanFlows(const char *rxVlanDev, const char *txVlanDev);
-int vlanCtl_getNbrOfRulesInTable(const char *realDev, unsigned int direction, unsigned int nbrOfTags,
-                                 unsigned int *nbrOfRules);
+int vlanCtl_createVlanFlows(const char* rxVlanDev, const char* txVlanDev);
+int vlanCtl_getNbrOfRulesInTable(const char* realDev, unsigned int direction, unsigned int nbrOfTags,
+                                 unsigned int* nbrOfRules);
 
 // A rule is composed in one pending slot: initTagRule clears it, filterOn*, cmd* and setReceiveVlanDevice add to it,
 // insertTagRule installs it. The pending rule survives an insert, so one rule may go into several tables.
 int vlanCtl_initTagRule(void);
 // referenceRuleId is VLANCTL_DONT_CARE where the position needs no reference. *tagRuleId is written on success only.
-int vlanCtl_insertTagRule(const char *realDev, unsigned int direction, unsigned int nbrOfTags, unsigned int position,
-                          unsigned int referenceRuleId, unsigned int *tagRuleId);
-int vlanCtl_removeTagRule(const char *realDev, unsigned int direction, unsigned int nbrOfTags, unsigned int tagRuleId);
+int vlanCtl_insertTagRule(const char* realDev, unsigned int direction, unsigned int nbrOfTags, unsigned int position,
+                          unsigned int referenceRuleId, unsigned int* tagRuleId);
+int vlanCtl_removeTagRule(const char* realDev, unsigned int direction, unsigned int nbrOfTags, unsigned int tagRuleId);
 
 // The VLAN device that matching received frames are handed to.
-int vlanCtl_setReceiveVlanDevice(const char *vlanDev);
+int vlanCtl_setReceiveVlanDevice(const char* vlanDev);
 
 // Filters. Tag index 0 is the outermost tag. filterOnEthertype looks at the type word that follows the source address,
 // filterOnTagEtherType at the type word inside the given tag.
-int vlanCtl_filterOnTxVlanDevice(const char *vlanDev);
+int vlanCtl_filterOnTxVlanDevice(const char* vlanDev);
 int vlanCtl_filterOnTagPbits(unsigned int pbits, unsigned int tagIndex);
 int vlanCtl_filterOnTagCfi(unsigned int cfi, unsigned int tagIndex);
 int vlanCtl_filterOnTagVid(unsigned int vid, unsigned int tagIndex);

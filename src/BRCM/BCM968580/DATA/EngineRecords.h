@@ -40,7 +40,7 @@ struct VLAN_RULE_INFO {
     std::uint16_t dir;        // VLANCTL_DIRECTION_*
     std::uint32_t nbrOfTags;  // the table that holds the rule
     std::uint32_t tagRuleId;
-    VlanTagFilter_t outer;    // zero for rules recorded without filters
+    VlanTagFilter_t outer;  // zero for rules recorded without filters
     VlanTagFilter_t inner;
     VlanFilterEtherType etherType;
 };

@@ -142,7 +142,8 @@ bool EtherSwitchBcm380::ifDown(const char* name) {
 }
 
 int EtherSwitchBcm380::disableIPv6(const char* name) {
-    if (name != nullptr && isPlainName(name)) runInShell(CommandText("echo 1 > /proc/sys/net/ipv6/conf/%s/disable_ipv6", name));
+    if (name != nullptr && isPlainName(name))
+        runInShell(CommandText("echo 1 > /proc/sys/net/ipv6/conf/%s/disable_ipv6", name));
     return 0;
 }
 

@@ -1,5 +1,5 @@
-// The bridge and VLAN service engine: turns bridge services, extended VLAN tagging rows, VEIP services and IP hosts into
-// Linux bridges, VLAN devices, vlanctl tag rules and shell commands.
+// The bridge and VLAN service engine: turns bridge services, extended VLAN tagging rows, VEIP services and IP hosts
+// into Linux bridges, VLAN devices, vlanctl tag rules and shell commands.
 //
 // One object a process, reached through getInstance(). Unless stated, an operation is called from the daemon's
 // provisioning thread only, prints its progress and its failures to standard output, answers a false or negative result
@@ -47,7 +47,8 @@ public:
     int disableIPv6(const char* name);  // 0 whatever happens
     // Makes an ANI device on "gpondef". True when it exists already.
     bool createAniVlanInterface(char* aniName);
-    // Makes VLAN device vlanIfc (id devId) on devIfc, drops what no rule matches, and brings it up. True when it exists.
+    // Makes VLAN device vlanIfc (id devId) on devIfc, drops what no rule matches, and brings it up. True when it
+    // exists.
     bool createVlanInterface(unsigned short devId, bool isRouted, bool isMulticast, char* devIfc, char* vlanIfc);
     void createVlanFlows(char* fromVlanIfc, char* toVlanIfc);
     bool deleteVlanInterface(unsigned short devId, bool isRouted, bool isMulticast, char* devIfc, char* vlanIfc);
@@ -58,14 +59,15 @@ public:
     int getOmciAction();
     // Number of services in the service map. Any thread.
     int omci_service_num_get();
-    // Logs label and command, runs the command with the system shell, answers true. The caller checks what it formats in.
+    // Logs label and command, runs the command with the system shell, answers true. The caller checks what it formats
+    // in.
     bool runSystemCommand(const char* label, const char* command);
     // text holds 18 bytes. 0, or -1 when an argument is null.
     int macNumToStr(const unsigned char* mac, char* text);
     // The whole text as an unsigned number; -1 for a minus sign, an overflow or trailing characters. end may be null.
     int my_strtoul(const char* text, char** end, unsigned int base, unsigned int* value);
-    // Hex text to bytes. On success (0) the caller frees *binaryBuf with free(); on failure (-1) there is nothing to free
-    // and *binaryLen is as it was.
+    // Hex text to bytes. On success (0) the caller frees *binaryBuf with free(); on failure (-1) there is nothing to
+    // free and *binaryLen is as it was.
     int hexStringToBinaryBuf(const char* hexStr, unsigned char** binaryBuf, unsigned int* binaryLen);
 
     // ---- Bridges (EtherSwitchBcm380Bridge.cpp) ----
@@ -112,7 +114,8 @@ public:
     bool flushUniSideVlanRules(unsigned short bridgeId, unsigned short uniPort);
     bool flushAniSideVlanRules(unsigned short bridgeId, unsigned short gemPortId);
 
-    // ---- ANI-side tag rules (EtherSwitchBcm380Ani.cpp, EtherSwitchBcm380AniRules.cpp, EtherSwitchBcm380ExtVlan.cpp) ----
+    // ---- ANI-side tag rules (EtherSwitchBcm380Ani.cpp, EtherSwitchBcm380AniRules.cpp, EtherSwitchBcm380ExtVlan.cpp)
+    // ----
 
     // 0 for a traffic model above 6 or a null record, multicastService in the multicast case, else 1.
     int configureAniTagRules(const BridgeServiceProvisioning* bridgeProv);
@@ -233,8 +236,8 @@ public:
     int addIngressQueueKeyMask();
     void sendArp(const char* ifName, const char* senderIp, const char* targetIp, const unsigned char* mac);
 
-    static int numServices;       // provisioned IP hosts; may fall below 0 when removals outnumber provisions
-    std::uint16_t iPhost_Stag;    // the IP host's S-tag; 65535: none
+    static int numServices;     // provisioned IP hosts; may fall below 0 when removals outnumber provisions
+    std::uint16_t iPhost_Stag;  // the IP host's S-tag; 65535: none
 
     // ---- Multicast (EtherSwitchBcm380Multicast.cpp) ----
 
