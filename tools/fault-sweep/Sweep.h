@@ -13,7 +13,7 @@ namespace fault_sweep {
 
 struct SweepOptions {
     std::vector<std::string> files;
-    unsigned jobs = 8;          // more than processors: services with a gateway spend their time waiting
+    unsigned jobs = 8;   // more than processors: services with a gateway spend their time waiting
     unsigned every = 1;  // of the calls, only each so many
     unsigned timeoutSeconds = 60;
     int code = 5;            // the failing call's result, or errno (EIO)
