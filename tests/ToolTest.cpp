@@ -169,6 +169,21 @@ TEST(Tool, TraceShowsTheCallsBelowTheStepThatMadeThem) {
     EXPECT_LT(call, result.output.find("bridgeId 3, uniPort 3"));
 }
 
+TEST(Tool, InfoTellsWhatTheHalReportsOfTheBoardThatAScenarioSetsUp) {
+    const ScratchDirectory scratch;
+    writeText(scratch.file("board.json"), R"({"title": "t", "steps": [{"board": {
+        "baseMac": "00:11:22:ff:ff:fe", "serialNumber": "VORN00000042", "optics": {"receive": 1000, "transmit": 1000}}}]})");
+    const ProgramResult result = runProgram({kTool, "info", scratch.file("board.json"), "--json"});
+    ASSERT_EQ(result.code, 0) << result.output;
+    const json told = json::parse(result.output, nullptr, false);
+    ASSERT_FALSE(told.is_discarded()) << result.output;
+    EXPECT_EQ(told["Identity"]["serialNumber"], "VORN00000042");
+    EXPECT_EQ(told["Identity"]["ipHostMac"], "00:11:22:00:00:00") << "the carry stays in the last three bytes";
+    EXPECT_EQ(told["Optics"]["receiveLevel"], "-10.00 dBm");
+    EXPECT_EQ(told["Optics"]["transmitLevel"], "-6.99 dBm");
+    EXPECT_EQ(runProgram({kTool, "info", scratch.file("none.json")}).code, 2);
+}
+
 // ---- exec ----
 
 TEST(Exec, DaemonThatKnowsNothingOfTheVirtualOnuProvisionsIt) {

@@ -25,9 +25,12 @@ exported+='|^(omci_malloc|omci_free|onu_xpon_hal_adapter_bcm_hello_world|vorn_om
 exported+='|^(updateEthernetUniSpeed|setEthernetUniStatus|getEthernetUniOperState|getEthernetUniConfig)$'
 complain "Exported, but not documented (see src/vorn_hal.map):" \
     "$(nm -DC --defined-only "$library" | cut -d' ' -f3- | grep -vE "$exported" | grep -vE "$sanitizers")"
-complain "Undefined, and not a function of the device kit:" \
-    "$(nm -D --undefined-only "$library" | awk '$1 == "U" {print $2}' | grep -v '@' |
-        grep -vE "$sanitizers|^_ZN6Logger" | grep -vxFf <(printf "%s\n" "$kit"))"
+# A sanitizer's runtime takes over C library functions, which then look like somebody else's.
+if ! nm -D --undefined-only "$library" | grep -qE ' __(asan|tsan|ubsan)_'; then
+    complain "Undefined, and not a function of the device kit:" \
+        "$(nm -D --undefined-only "$library" | awk '$1 == "U" {print $2}' | grep -v '@' |
+            grep -vE '^_ZN6Logger' | grep -vxFf <(printf "%s\n" "$kit"))"
+fi
 
 # ---- the virtual ONU ----
 

@@ -130,9 +130,10 @@ void joinSharedBridge(EtherSwitchBcm380& engine, IpHostCommands& commands, const
 void announce(EtherSwitchBcm380& engine, const char* ifName, const IpHostProvision& rec, const char* routedMac) {
     unsigned char mac[6] = {};
     // What does not parse stays zero.
-    // NOLINTNEXTLINE(cert-err34-c)
+    // NOLINTBEGIN(cert-err34-c)
     [[maybe_unused]] const int parsed =
         std::sscanf(routedMac, "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx", &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5]);
+    // NOLINTEND(cert-err34-c)
     engine.sendArp(ifName, rec.ipAddress.c_str(), rec.gateway.c_str(), mac);
 }
 
