@@ -411,6 +411,35 @@ TEST_F(DataPath, TheVeipStandsOnStackedDevicesAndItsFlowLeadsAroundTheBridge) {
     EXPECT_EQ(ends(onu().sendFromPon(1001, frame())), (Ends{"veip0: VID 9 p0, IPv4", "sid0: untagged IPv4"}));
 }
 
+TEST_F(DataPath, AFlowTakesTheGatewaysFramesToASecondPonDevice) {
+    addPonSide();
+    add("gpon0", "gpondef");
+    ASSERT_EQ(vlanCtl_createVlanInterfaceByName("gpon0", "veip0", 1, 1), 0);
+    run("ifconfig veip0 up");
+    rule("gpon0", kTransmit, 0, "txdev=veip0 | mark-gem:=7");
+    rule("gpon3", kTransmit, 0, "txdev=gpon3.3 ipproto=2 | mark-gem:=7 mark-queue:=2");
+    vlanCtl_createVlanFlows("veip0", "gpon3.3");
+    const Ends both{"gpondef: untagged IPv4 IGMP queue 2", "gpondef: untagged IPv4 IGMP queue 0"};
+    EXPECT_EQ(sent(ip(2), "veip0"), both);
+}
+
+TEST_F(DataPath, AClassOfTheRunnerForwardsItsFramesPastTheRules) {
+    run("bs /b/n vlan_action/dir=us,index=123");
+    run("bs /b/c vlan_action/dir=us,index=123 action={cmd=push+tpid_rem,ovid=100,opbit=3,otpid=88a8}");
+    run("bs /b/n ingress_class/dir=us,index=11,cfg={type=flow,fields=ingress_port+vlan_num+etype,prty=11}");
+    run("bs /bdmf/attr/add ingress_class/dir=us,index=11 flow string key={ingress_port=lan0,etype=0x800,vlan_num=0},"
+        "result={action=forward,egress_port=wan0,vlan_action={vlan_action/dir=us,index=123}}");
+    EXPECT_EQ(sent(frame()), Ends{"wan0: VID 100 p3 TPID 0x88a8, IPv4"});
+    for (const Frame& other : {frame({}, kArp), frame({tag(1)})})
+        EXPECT_EQ(sent(other), Ends{"sid0: no rule matches, the default drops"});
+    EXPECT_EQ(sent(frame(), "sid1"), Ends{"sid0: untagged IPv4"}) << "another port's frames";
+    run("ifconfig sid0 down");
+    EXPECT_EQ(sent(frame()), Ends{"sid0: sid0 is down"});
+    run("ifconfig sid0 up");
+    run("bs /b/d ingress_class/dir=us,index=11");
+    EXPECT_EQ(sent(frame()), Ends{"sid0: no rule matches, the default drops"});
+}
+
 TEST_F(DataPath, AFrameHasTheBytesThatItWouldHaveOnTheWire) {
     const Frame one = ip(17, 46, {tag(100, 5, true, 0x88a8), tag(7)});
     const std::vector<std::uint8_t> bytes = one.bytes();

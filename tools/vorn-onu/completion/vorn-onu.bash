@@ -4,13 +4,14 @@ _vorn_onu() {
     local options
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        COMPREPLY=($(compgen -W "run send exec diff schema --help" -- "$word"))
+        COMPREPLY=($(compgen -W "run send exec diff info schema --help" -- "$word"))
         return
     fi
     case $command in
         run) options="--trace --json --report --pcap --hal-output --real-time --quiet" ;;
         send) options="--from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source --destination
                        --after-step --json" ;;
+        info) options="--json" ;;
         exec) options="--trace --json --record --quiet" ;;
         *) options="" ;;
     esac
