@@ -18,7 +18,7 @@
 #include "TakeDown.h"
 
 // Present when the address sanitizer is.
-extern "C" __attribute__((weak)) int __lsan_do_recoverable_leak_check();
+extern "C" __attribute__((weak)) int __lsan_do_recoverable_leak_check();  // NOLINT(bugprone-reserved-identifier)
 
 namespace fault_sweep {
 

@@ -285,7 +285,7 @@ std::vector<Things> kinds() {
 // ---- single numbers ----
 
 ExpectRow numberRow(const char* key, const char* doc,
-                    std::function<std::optional<std::uint64_t>(const VirtualOnu&)> get) {
+                    const std::function<std::optional<std::uint64_t>(const VirtualOnu&)>& get) {
     const std::string name = key;
     return {
         key, doc, Json{{"type", "integer"}, {"minimum", 0}},
