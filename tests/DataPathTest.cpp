@@ -432,7 +432,7 @@ TEST_F(DataPath, AClassOfTheRunnerForwardsItsFramesPastTheRules) {
     EXPECT_EQ(sent(frame()), Ends{"wan0: VID 100 p3 TPID 0x88a8, IPv4"});
     for (const Frame& other : {frame({}, kArp), frame({tag(1)})})
         EXPECT_EQ(sent(other), Ends{"sid0: no rule matches, the default drops"});
-    EXPECT_EQ(sent(frame(), "sid1"), Ends{"sid0: untagged IPv4"}) << "another port's frames";
+    EXPECT_EQ(sent(frame(), "sid1"), Ends{"sid1: sid1 is in no bridge"}) << "another port's frames";
     run("ifconfig sid0 down");
     EXPECT_EQ(sent(frame()), Ends{"sid0: sid0 is down"});
     run("ifconfig sid0 up");
