@@ -41,8 +41,10 @@ const std::vector<Stay>& stays() {
          "a GEM port that the driver does not give up counts as removed"},
         {std::regex("system\\(.*gpondef.*"), std::regex("device gpondef .*"),
          "the PON device goes up and down with the first and the last GEM port alone"},
-        {std::regex("(vlanCtl_deleteVlanInterface|ioctl)\\(.*veip0.*"), std::regex("device veip0.*"),
-         "a part of the VEIP that three attempts do not remove"},
+        {std::regex(".*veip0.*|.*gpon0.*"), std::regex("device veip0 .*"),
+         "the VEIP goes with the last service, if its device is found and given up then"},
+        {std::regex(".+"), std::regex("device veip0\\.[1-8] .*"),
+         "sub-devices, which the gateway side makes, go with the VEIP alone"},
         {std::regex("system\\(\"(bs|iq|ifconfig|brctl|ip) .*"),
          std::regex("(runner|ingress-queue|address|ip rule|ip route|bridge|device) .*"),
          "results of shell commands are not looked at"},
@@ -80,6 +82,10 @@ std::optional<std::string> whyItDiffers(const std::string& line, const std::stri
         if (std::regex_match(failedCall, row.failedCall) && std::regex_match(line, row.line)) return row.why;
     if (line.rfind("rule ", 0) == 0 && !refusals.ruleRemovals.empty()) return "rule whose removal the device refused";
     return std::nullopt;
+}
+
+bool maybeRecordedTwice(const RulePlace& rule, const std::string& failedCall) {
+    return rule.device == "gpon0.0" && failedCall.rfind("vlanCtl_insertTagRule(\"gpon0.0\"", 0) == 0;
 }
 
 }  // namespace fault_sweep

@@ -23,6 +23,9 @@ struct Refusals {
 std::optional<std::string> whyItDiffers(const std::string& line, const std::string& failedCall,
                                         const Refusals& refusals);
 
+// The VEIP's rules share one rule id variable: one that the device refuses is recorded under the id of the rule before.
+bool maybeRecordedTwice(const RulePlace& rule, const std::string& failedCall);
+
 }  // namespace fault_sweep
 
 #endif

@@ -151,6 +151,8 @@ private:
         for (const auto& rule : agreement.onlyInMap) {
             if (!onu_.deviceExists(rule.device) || everRemoved_.count(rule.device) != 0)
                 ++findings_.accepted["record of a rule whose device was deleted before its rules"];
+            else if (maybeRecordedTwice(rule, failedCall_))
+                ++findings_.accepted["rule of the VEIP that the device refused, recorded under another's id"];
             else
                 problem(when + ": rule only in the map: " + rule.text());
         }
