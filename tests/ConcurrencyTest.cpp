@@ -58,7 +58,13 @@ void provisionOnce() {
     hal().vorn_omci_hal_deprovisionAniSideBridge(&internet);
 }
 
-class Concurrency : public OnuFixture {};
+class Concurrency : public OnuFixture {
+protected:
+    // The monitor thread goes on and reads its files meanwhile: none of them stays open.
+    void TearDown() override {
+        EXPECT_TRUE(becomesTrue([] { return onu().openDescriptors() == 0; })) << "a device file was left open";
+    }
+};
 
 TEST_F(Concurrency, ProvisioningGatewayRequestsAndLinkChangesDoNotDisturbOneAnother) {
     onu().addGemPort(kGemPort, 7);
