@@ -182,6 +182,7 @@ private:
     }
 
     void flow(const NetworkDevice& target, Copy copy) {
+        copy.marks = {};
         copy.hop = add({Hop::Kind::Flow, copy.hop, target.name, 0, 0, {}, "flow", target.name, copy.frame});
         if (!target.routed) return transmit(target.name, copy);
         std::string next;
@@ -200,11 +201,12 @@ private:
         const bool group = isGroupAddress(copy.frame.destination);
         const std::string destination = lowerCase(copy.frame.destination);
         const bool ownAddress = !port.empty() && isOwnAddress(*device, destination);
-        if (ownAddress || (group && !port.empty() && carriesDevice(name))) {
-            Copy own = copy;
-            own.hop =
-                add({Hop::Kind::Bridge, copy.hop, name, 0, 0, {}, "to the bridge's own devices", name, own.frame});
-            receive(name, own);
+        const bool own = ownAddress || (group && !port.empty() && carriesDevice(name));
+        if (own) {
+            Copy one{copy.frame, {}, copy.hop};  // the marks were for the way in
+            one.hop =
+                add({Hop::Kind::Bridge, copy.hop, name, 0, 0, {}, "to the bridge's own devices", name, one.frame});
+            receive(name, one);
         }
         if (ownAddress) return;
 
@@ -214,11 +216,11 @@ private:
             known == table.end() || std::find(members.begin(), members.end(), known->second) == members.end();
         if (!flood && known->second == port)
             return drop(copy.hop, name, copy.frame.destination + " is behind the port that it came from");
-        bool sent = flowed;
+        bool sent = flowed || own;
         for (const std::string& member : members) {
             if (member == port || (!flood && member != known->second)) continue;
             sent = true;
-            Copy one = copy;
+            Copy one{copy.frame, {}, copy.hop};
             one.hop =
                 add({Hop::Kind::Bridge, copy.hop, name, 0, 0, {}, flood ? "flooded" : "learned", member, one.frame});
             transmit(member, one);

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -26,6 +27,18 @@ std::string ownDirectory() {
     return path;
 }
 
+// A file of this run's own in the place of an earlier run's, which may still write into it. Two runs that begin at once
+// take turns.
+int openAnew(const std::string& path) {
+    int descriptor = -1;
+    for (int attempt = 0; descriptor < 0 && attempt < 20; ++attempt) {
+        unlink(path.c_str());
+        descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, S_IRUSR | S_IWUSR);
+        if (descriptor < 0 && errno != EEXIST) break;
+    }
+    return descriptor;
+}
+
 void flushAll() {
     std::cout.flush();
     std::fflush(stdout);
@@ -35,9 +48,9 @@ void flushAll() {
 
 HalOutput::HalOutput(const std::string& scenarioFile) {
     path_ = ownDirectory() + "/" + std::filesystem::path(scenarioFile).stem().string() + ".hal.log";
-    unlink(path_.c_str());  // another run may still write into the one that is there
-    const int writer = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    reader_ = writer < 0 ? -1 : open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+    const int writer = openAnew(path_);
+    // The same file by its descriptor: its name may already be another run's.
+    reader_ = writer < 0 ? -1 : open(("/proc/self/fd/" + std::to_string(writer)).c_str(), O_RDONLY | O_CLOEXEC);
     flushAll();
     const int before = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
     shown_ = before < 0 ? nullptr : fdopen(before, "w");

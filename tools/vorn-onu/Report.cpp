@@ -93,6 +93,7 @@ std::string walkCard(const ReportWalk& walk, bool open) {
     const std::string mark = walk.passed ? element("span", "✓", "ok") : element("span", "✗", "no");
     std::string summary = mark + " " + element("b", escaped(walk.title)) +
                           element("span", escaped(walk.verdict), std::string("verdict ") + mood);
+    for (const std::string& line : walk.expected) summary += element("span", escaped("expected: " + line), "why");
     if (!walk.note.empty()) summary += element("span", escaped(walk.note), "why");
     const std::string rows = hopRows(walk.walk);
     const std::string body = rows.empty() ? element("p", "before any look-up", "soft")

@@ -24,10 +24,11 @@ struct ReportStep {
 
 struct ReportWalk {
     std::size_t step = 0;
-    std::string title;    // "untagged IPv4 from sid0"
-    std::string note;     // the author's own words
-    std::string verdict;  // "leaves at GEM port 1001, T-CONT 0, queue 0: VID 100 p0, IPv4"
-    bool passed = true;   // the expectations held; true where there were none
+    std::string title;                  // "untagged IPv4 from sid0"
+    std::string note;                   // the author's own words
+    std::string verdict;                // "leaves at GEM port 1001, T-CONT 0, queue 0: VID 100 p0, IPv4"
+    bool passed = true;                 // the expectations held; true where there were none
+    std::vector<std::string> expected;  // of a frame that went elsewhere
     virtual_onu::Walk walk;
 };
 

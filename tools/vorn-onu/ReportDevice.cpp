@@ -59,7 +59,7 @@ std::string ruleTable(const DeviceState& state, const std::vector<MergedRule>& r
     add("upstream", inFrameOrder(state, upstream, true));
     add("downstream", inFrameOrder(state, downstream, false));
     return rows.empty() ? element("p", "no rules", "soft")
-                        : table({"where", "frames", "what happens", "goes to"}, rows);
+                        : table({"where", "frames", "what happens", "goes to"}, rows, "rules");
 }
 
 // ---- GEM ports and T-CONTs ----

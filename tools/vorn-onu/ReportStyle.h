@@ -61,13 +61,17 @@ summary { cursor:pointer } summary b { font-weight:600 }
 .verdict, .why { display:block; padding-left:16px; font-size:14px } .why { color:var(--soft) }
 .verdict.out { color:var(--good) } .verdict.drop { color:var(--warn) } .verdict.wrong { color:var(--bad) }
 .in { display:inline-block; width:14px }
+.rules, .hop { table-layout:fixed } .rules td, .hop td { overflow-wrap:anywhere }
+.rules th:nth-child(1), .hop th:nth-child(1) { width:17% } .rules th:nth-child(3) { width:27% }
+.rules th:nth-child(4) { width:12% } .hop th:nth-child(3) { width:14% } .hop th:nth-child(4) { width:24% }
 svg { display:block; width:100%; height:auto } svg text { font:13px system-ui,"Segoe UI",Roboto,sans-serif; fill:var(--ink) }
 svg .head { fill:var(--soft); font-size:12px } svg .small { font-size:12px; fill:var(--soft) }
 svg .uni { fill:var(--uni-bg); stroke:var(--uni) } svg .pon { fill:var(--pon-bg); stroke:var(--pon) }
 svg .bridge { fill:var(--bridge-bg); stroke:var(--bridge) } svg .wire { stroke:var(--soft); fill:none; stroke-width:1.3 }
 svg .lane { fill:var(--ground) } svg .off { stroke-dasharray:4 3 }
 @media (max-width:600px) { main { padding:14px 12px 48px } header h1 { font-size:21px } .card { padding:12px }
-  td:first-child { white-space:normal } ol.steps li { grid-template-columns:18px 26px 1fr } }
+  td:first-child { white-space:normal } table { font-size:13px } td { padding-right:8px }
+  .rules, .hop { table-layout:auto } .rules td, .hop td { overflow-wrap:normal } ol.steps li { grid-template-columns:18px 26px 1fr } }
 @media print { body { background:#fff } .card { break-inside:avoid } }
 )css";
 

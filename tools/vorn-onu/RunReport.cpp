@@ -40,6 +40,8 @@ ReportWalk walkOf(const StepRecord& record) {
     walk.note = record.step->note;
     walk.verdict = verdictOf(sent.walk);
     walk.passed = record.passed();
+    for (const Failure& failure : record.failures)
+        walk.expected.insert(walk.expected.end(), failure.expected.begin(), failure.expected.end());
     walk.walk = sent.walk;
     return walk;
 }

@@ -88,8 +88,8 @@ std::string words(const Scenario& scenario, const SendCommand& command, const An
                   const Terminal& terminal) {
     const auto& walk = answer.sent.walk;
     std::string text = terminal.bold(answer.sent.input.text()) + "\n" +
-                       terminal.dim(scenario.title + ", " + momentWords(scenario, command, answer)) + "\n\n" +
-                       hopTable(walk, terminal);
+                       terminal.dim(cut(scenario.title, terminal.width())) + "\n" +
+                       terminal.dim(momentWords(scenario, command, answer)) + "\n\n" + hopTable(walk, terminal);
     const auto line = [&](const std::string& mark, const std::string& what) {
         const auto lines = wrapped(what, terminal.width() - 4);
         for (std::size_t i = 0; i < lines.size(); ++i) text += "  " + (i == 0 ? mark : " ") + " " + lines[i] + "\n";
