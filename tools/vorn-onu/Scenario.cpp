@@ -115,7 +115,15 @@ std::string placeOfStep(const Json& step, std::size_t number) {
     return place + ": ";
 }
 
+std::string onOneLine(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
+    return text;
+}
+
 }  // namespace
+
+BadScenario::BadScenario(const std::string& text) : std::runtime_error(onOneLine(text)) {}
 
 const std::vector<StepKind>& stepKinds() {
     static const std::vector<StepKind> kinds = [] {

@@ -85,10 +85,11 @@ std::vector<StepKind> setupSteps();  // StepsSetup.cpp: gateway, fault, board, a
 std::vector<StepKind> frameSteps();  // StepsFrame.cpp
 std::vector<StepKind> checkSteps();  // StepsCheck.cpp: expect, mark, note
 
-// The one line that says what is wrong with a file.
+// The one line that says what is wrong with a file. Names in it may come from the file: control characters, which could
+// end the line or play with the terminal, show as question marks.
 class BadScenario : public std::runtime_error {
 public:
-    using std::runtime_error::runtime_error;
+    explicit BadScenario(const std::string& text);
 };
 
 // Throws BadScenario.
