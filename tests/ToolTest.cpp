@@ -211,8 +211,9 @@ TEST(Exec, StateOfADaemonBehindAShellThatIsKilledIsKept) {
 TEST(Exec, StateIsWrittenWhileADaemonThatNeverEndsByItselfRuns) {
     const ScratchDirectory scratch;
     const std::string state = scratch.file("state.json");
-    const std::string script = kDaemon + " --stay >/dev/null & i=0; while ! grep -q sid1.3 " + state +
-                               " && [ $i -lt 100 ]; do sleep 0.1; i=$((i + 1)); done; kill -9 $!";
+    // As a device: the trace in the same file names it before it is there.
+    const std::string script = kDaemon + R"( --stay >/dev/null & i=0; while ! grep -q '"name": "sid1.3"' )" + state +
+                               " && [ $i -lt 600 ]; do sleep 0.1; i=$((i + 1)); done; kill -9 $!";
     runProgram({kTool, "exec", "--quiet", "--json", state, "--", "/bin/sh", "-c", script});
     EXPECT_TRUE(hasDevice(readJson(state), "sid1.3"));
 }
