@@ -16,9 +16,10 @@ struct SweepOptions {
     unsigned jobs = 8;   // more than processors: services with a gateway spend their time waiting
     unsigned every = 1;  // of the calls, only each so many
     unsigned timeoutSeconds = 60;
-    int code = 5;            // the failing call's result, or errno (EIO)
-    std::uint64_t only = 0;  // this call alone
-    bool verbose = false;    // name every finding, not only the first of a kind
+    int code = 5;              // the failing call's result, or errno (EIO)
+    std::uint64_t only = 0;    // this call alone
+    bool verbose = false;      // name every finding, not only the first of a kind
+    bool leaveByExit = false;  // let runs write coverage data at their end
 };
 
 struct Summary {

@@ -60,6 +60,8 @@ int main(int argc, char** argv) {
     app.add_option("--code", options.code, "what the failing call answers, or its errno");
     app.add_option("--only", options.only, "fail this call alone")->check(CLI::PositiveNumber);
     app.add_flag("--verbose", options.verbose, "name every finding");
+    app.add_flag("--leave-by-exit", options.leaveByExit,
+                 "let runs write coverage data at their end, where a thread of the HAL may still be at work");
     try {
         app.parse(argc, argv);
         options.files = scenarioFiles(arguments);
