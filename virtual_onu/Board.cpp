@@ -1,14 +1,17 @@
 // The board: NVRAM, software images, MAC addresses, PHYs.
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <stdexcept>
 
 #include <nlohmann/json.hpp>
 
 #include "Core.h"
 #include "Facilities.h"
+#include "Network.h"
 #include "platform/devctl.h"
 
 namespace virtual_onu {
@@ -48,15 +51,10 @@ BoardState& boardState() {
 }
 
 MacBytes parsedMac(const std::string& text) {
-    std::array<unsigned, 6> values{};
-    int used = 0;
-    const int fields = std::sscanf(text.c_str(), "%2x:%2x:%2x:%2x:%2x:%2x%n", &values[0], &values[1], &values[2],
-                                   &values[3], &values[4], &values[5], &used);
-    if (fields != 6 || static_cast<std::size_t>(used) != text.size()) {
-        throw std::invalid_argument("not a MAC address: " + text);
-    }
+    std::uint8_t bytes[6];
+    if (!network::parseMac(text, bytes)) throw std::invalid_argument("not a MAC address: " + text);
     MacBytes mac{};
-    for (std::size_t i = 0; i < mac.size(); ++i) mac[i] = static_cast<unsigned char>(values[i]);
+    std::copy(std::begin(bytes), std::end(bytes), mac.begin());
     return mac;
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdio>
 #include <map>
 
 #include "Core.h"
@@ -34,8 +33,8 @@ std::string lowerCase(std::string mac) {
 }
 
 bool isGroupAddress(const std::string& mac) {
-    unsigned first = 0;
-    return std::sscanf(mac.c_str(), "%2x", &first) == 1 && (first & 1) != 0;
+    std::uint8_t bytes[6] = {};
+    return network::parseMac(mac, bytes) && (bytes[0] & 1) != 0;
 }
 
 // One copy of the frame on its way through the device.

@@ -2,8 +2,10 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <iterator>
 
 #include "Frames.h"
+#include "Network.h"
 
 namespace virtual_onu {
 
@@ -42,12 +44,9 @@ void put16(std::vector<std::uint8_t>& out, unsigned value) {
 }
 
 void putMac(std::vector<std::uint8_t>& out, const std::string& mac) {
-    std::array<unsigned, 6> bytes{};
-    // A text that is no MAC address leaves zeros.
-    if (std::sscanf(mac.c_str(), "%2x:%2x:%2x:%2x:%2x:%2x", &bytes[0], &bytes[1], &bytes[2], &bytes[3], &bytes[4],
-                    &bytes[5]) != 6)
-        bytes.fill(0);
-    for (const unsigned byte : bytes) out.push_back(static_cast<std::uint8_t>(byte));
+    std::uint8_t bytes[6] = {};
+    network::parseMac(mac, bytes);  // a text that is no MAC address leaves zeros
+    out.insert(out.end(), std::begin(bytes), std::end(bytes));
 }
 
 void putIpv4Header(std::vector<std::uint8_t>& out, const Frame& frame) {

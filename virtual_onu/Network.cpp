@@ -3,8 +3,11 @@
 #include <net/if.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <iterator>
 #include <map>
 #include <unordered_map>
 #include <utility>
@@ -398,14 +401,19 @@ int changePort(const std::string& name, const std::function<int(BridgePort&)>& c
 }
 
 bool parseMac(const std::string& text, std::uint8_t (&mac)[6]) {
-    unsigned bytes[6];
-    int end = 0;
-    if (std::sscanf(text.c_str(), "%2x:%2x:%2x:%2x:%2x:%2x%n", &bytes[0], &bytes[1], &bytes[2], &bytes[3], &bytes[4],
-                    &bytes[5], &end) != 6) {
-        return false;
+    std::uint8_t bytes[6];
+    const char* at = text.c_str();
+    for (std::uint8_t& byte : bytes) {
+        char* end = nullptr;
+        const unsigned long value =
+            std::isxdigit(static_cast<unsigned char>(*at)) != 0 ? std::strtoul(at, &end, 16) : 0;
+        const char separator = &byte == std::end(bytes) - 1 ? '\0' : ':';
+        if (end == nullptr || end - at > 2 || *end != separator) return false;
+        byte = static_cast<std::uint8_t>(value);
+        at = end + 1;
     }
     std::copy(std::begin(bytes), std::end(bytes), std::begin(mac));
-    return static_cast<std::size_t>(end) == text.size();
+    return true;
 }
 
 std::string macText(const std::uint8_t* mac) {

@@ -2,6 +2,7 @@
 #include <net/if.h>
 
 #include <cerrno>
+#include <cmath>
 #include <cstdlib>
 #include <map>
 #include <optional>
@@ -111,7 +112,7 @@ std::optional<int> hundredths(const std::string& text) {
     char* end = nullptr;
     const double seconds = std::strtod(text.c_str(), &end);
     if (text.empty() || *end != '\0' || !(seconds >= 0) || seconds > 1e6) return std::nullopt;
-    return static_cast<int>(seconds * 100 + 0.5);
+    return static_cast<int>(std::lround(seconds * 100));
 }
 
 int setBridgeTime(const Words& words, int Bridge::*time) {
