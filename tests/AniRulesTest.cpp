@@ -4,7 +4,6 @@
 #include <tuple>
 
 #include "AniService.h"
-#include "platform/gponctl.h"
 
 namespace {
 
@@ -62,9 +61,8 @@ Expected filterRules(const std::string& operation, unsigned direction, unsigned 
     }
     Lines added;
     if (tags == 0 && operation[0] == 'o') {
-        added = {direction == kReceive
-                     ? "rxdev=gpon3.3 gem=7 | mark-queue:=2"
-                     : std::string("txdev=gpon3.3 ") + (igmp ? "ipproto=2 " : "") + "| mark-gem:=7 mark-queue:=2"};
+        added =
+            direction == kReceive ? Lines{"rxdev=gpon3.3 gem=7 | mark-queue:=2"} : gemPortRules(direction, igmp).rules;
     } else if (tags > 0 && operation[2] != '-') {
         for (const Tci& tci : kTcis) added.push_back(tciRule(operation[2], tci, direction, igmp));
     }
@@ -99,10 +97,8 @@ TEST_P(ForwardOperation, MakesExactlyItsRulesInEveryTable) {
             recorded += rules.recorded;
         }
     }
-    for (const char* table : {"gpondef rx0", "gpondef rx1", "gpondef rx2"}) {
-        expected.push_back(std::string(table) + " default drop gpon3");
-        expected.push_back(std::string(table) + " rxdev=gpon3 gem=7");
-    }
+    const Lines pon = everyTable("gpondef", kReceive, {"default drop gpon3", "rxdev=gpon3 gem=7"});
+    expected.insert(expected.end(), pon.begin(), pon.end());
     EXPECT_EQ(tables(), expected);
     unsigned known = 0;
     printedBy([&] { known = engine().getnbrOfNewRules("gpon3", kGemIndex); });
@@ -201,17 +197,15 @@ TEST_F(AniRules, EveryQueueOfEveryGemPortGetsItsRulesInAscendingOrder) {
     record.pbitMap = {{0, {1000, 4}}, {1, {900, 300}}, {2, {1000, 2}}, {3, {1000, 4}}, {4, {4095, 1}}, {5, {65535, 1}}};
     std::string printed;
     EXPECT_EQ(configure(record, &printed), 1);
-    EXPECT_EQ(onu().ruleTexts("gpon3", kTransmit, 2), (Lines{
-                                                          "txdev=gpon3.3 vid0=100 | mark-gem:=8 mark-queue:=300",
-                                                          "txdev=gpon3.3 vid0=100 | mark-gem:=7 mark-queue:=2",
-                                                          "txdev=gpon3.3 vid0=100 | mark-gem:=7 mark-queue:=4",
-                                                      }));
+    EXPECT_EQ(onu().ruleTexts("gpon3", kTransmit, 2), (Lines{"txdev=gpon3.3 vid0=100 | mark-gem:=8 mark-queue:=300",
+                                                             "txdev=gpon3.3 vid0=100 | mark-gem:=7 mark-queue:=2",
+                                                             "txdev=gpon3.3 vid0=100 | mark-gem:=7 mark-queue:=4"}));
     EXPECT_EQ(onu().ruleTexts("gpondef", kReceive, 0),
               (Lines{"rxdev=gpon3 gem=8", "rxdev=gpon3 gem=7", "rxdev=gpon3 gem=7"}));
-    EXPECT_NE(printed.find("Pbit entries for GemPort:1000, GemPortIndex:7, qid:4 pbit:0"
-                           "Pbit entries for GemPort:1000, GemPortIndex:7, qid:4 pbit:3"
-                           "CreateAniRules for GemPort:1000, GemPortIndex:7, qid:4Gem Port Entry already existed"),
-              std::string::npos)
+    EXPECT_TRUE(contains(printed,
+                         "Pbit entries for GemPort:1000, GemPortIndex:7, qid:4 pbit:0"
+                         "Pbit entries for GemPort:1000, GemPortIndex:7, qid:4 pbit:3"
+                         "CreateAniRules for GemPort:1000, GemPortIndex:7, qid:4Gem Port Entry already existed"))
         << printed;
 }
 
@@ -223,12 +217,10 @@ TEST_F(AniRules, PbitsOfAnEarlierServiceStayMappedUntilARecordMapsThemAnew) {
     configure(second);
     second.pbitMap = {{0, {4095, 0}}};
     configure(second);
-    EXPECT_EQ(onu().ruleTexts("gpon3", kTransmit, 1), (Lines{
-                                                          "txdev=gpon3.3 vid0=100 | mark-gem:=7 mark-queue:=2",
-                                                          "txdev=gpon3.3 vid0=101 | mark-gem:=8 mark-queue:=3",
-                                                          "txdev=gpon3.3 vid0=101 | mark-gem:=7 mark-queue:=2",
-                                                          "txdev=gpon3.3 vid0=101 | mark-gem:=8 mark-queue:=3",
-                                                      }));
+    EXPECT_EQ(onu().ruleTexts("gpon3", kTransmit, 1), (Lines{"txdev=gpon3.3 vid0=100 | mark-gem:=7 mark-queue:=2",
+                                                             "txdev=gpon3.3 vid0=101 | mark-gem:=8 mark-queue:=3",
+                                                             "txdev=gpon3.3 vid0=101 | mark-gem:=7 mark-queue:=2",
+                                                             "txdev=gpon3.3 vid0=101 | mark-gem:=8 mark-queue:=3"}));
 }
 
 TEST_F(AniRules, ARepeatedServiceKeepsTheFirstGemIndexAndItsCatchAll) {
@@ -238,15 +230,13 @@ TEST_F(AniRules, ARepeatedServiceKeepsTheFirstGemIndexAndItsCatchAll) {
     onu().addGemPort(kGemPort, 9);
     std::string printed;
     configure(service(5, "0064", 1), &printed);
-    EXPECT_NE(printed.find("Gem Port Entry already existed"), std::string::npos);
+    EXPECT_TRUE(contains(printed, "Gem Port Entry already existed"));
     std::uint16_t index = 0;
     EXPECT_EQ(printedBy([&] { EXPECT_TRUE(engine().getGemIdxFromGemPortMapEntry(kGemPort, &index)); }),
               "GemPort:1000 configured GemIndex:7");
-    EXPECT_EQ(onu().ruleTexts("gpon3", kTransmit, 1), (Lines{
-                                                          "txdev=gpon3.3",
-                                                          "txdev=gpon3.3 vid0=100 | mark-gem:=7 mark-queue:=2 drop",
-                                                          "txdev=gpon3.3 vid0=100 | mark-gem:=9 mark-queue:=2 drop",
-                                                      }));
+    EXPECT_EQ(onu().ruleTexts("gpon3", kTransmit, 1),
+              (Lines{"txdev=gpon3.3", "txdev=gpon3.3 vid0=100 | mark-gem:=7 mark-queue:=2 drop",
+                     "txdev=gpon3.3 vid0=100 | mark-gem:=9 mark-queue:=2 drop"}));
     EXPECT_EQ(onu().ruleTexts("gpon3", kTransmit, 0), Lines{"txdev=gpon3.3"});
 }
 
@@ -255,8 +245,8 @@ TEST_F(AniRules, ARefusedRuleIsNotRecorded) {
     onu().failNext("vlanCtl_insertTagRule", 4, 1);  // the first three go onto gpondef
     std::string printed;
     configure(service(4, "0064", 1), &printed);
-    EXPECT_NE(printed.find("Invalid rule[VLANCTL_DONT_CARE] received!!! ifName=gpon3, phyId=7, dir=0, nbrOfTags=1"),
-              std::string::npos);
+    EXPECT_TRUE(
+        contains(printed, "Invalid rule[VLANCTL_DONT_CARE] received!!! ifName=gpon3, phyId=7, dir=0, nbrOfTags=1"));
     unsigned known = 0;
     printedBy([&] { known = engine().getnbrOfNewRules("gpon3", kGemIndex); });
     EXPECT_EQ(known, 3u);

@@ -3,8 +3,6 @@
 #define TESTS_ANI_SERVICE_H
 
 #include <cstdio>
-#include <string>
-#include <vector>
 
 #include "OnuFixture.h"
 
@@ -53,6 +51,15 @@ protected:
             for (const auto& rule : table.rules) lines.push_back(name + " " + rule.text());
         }
         return lines;
+    }
+
+    // These lines in the tables for 0, 1 and 2 tags.
+    static std::vector<std::string> everyTable(const std::string& device, unsigned direction,
+                                               const std::vector<std::string>& lines) {
+        std::vector<std::string> all;
+        for (const unsigned tags : {0u, 1u, 2u})
+            for (const auto& line : lines) all.push_back(tableName(device, direction, tags) + " " + line);
+        return all;
     }
 
     static std::string tableName(const std::string& device, unsigned direction, unsigned tags) {

@@ -32,12 +32,6 @@ inline br_bridge_info bridgeInfo(const char* bridge) {
     return info;
 }
 
-inline br_port_info portInfo(const char* bridge, const char* port) {
-    br_port_info info{};
-    EXPECT_EQ(br_get_port_info(bridge, port, &info), 0);
-    return info;
-}
-
 using Names = std::vector<std::string>;
 
 inline Names bridges() {
@@ -63,6 +57,7 @@ inline Names ports(const char* bridge) {
 }
 
 inline void requestsNeedTheControlSocket() {
+    br_shutdown();
     EXPECT_EQ(br_add_bridge("bra"), EBADF);
     ASSERT_EQ(br_init(), 0);
     ASSERT_EQ(br_init(), 0);
@@ -181,7 +176,8 @@ inline void prioritiesAndCostsShowInTheIdentifiers() {
     EXPECT_EQ(br_set_path_cost("bra", "pb", 65536), ERANGE);
     EXPECT_EQ(br_set_path_cost("bra", "pb", 0), ERANGE);
     EXPECT_EQ(br_set_path_cost("bra", "lo", 5), ENODEV) << "no port of this bridge";
-    const br_port_info port = portInfo("bra", "pb");
+    br_port_info port{};
+    EXPECT_EQ(br_get_port_info("bra", "pb", &port), 0);
     EXPECT_EQ(port.priority, 63);
     EXPECT_EQ(port.path_cost, 65535u);
     EXPECT_EQ(port.port_no, 2);
@@ -202,6 +198,22 @@ inline void aWalkStopsWhereTheVisitorSaysAndStandsChanges() {
     EXPECT_EQ(stopped, 42);
     EXPECT_EQ(bridges(), Names{"brb"});
     EXPECT_EQ(br_del_bridge("brb"), 0);
+}
+
+struct Clause {
+    const char* name;
+    void (*holds)();
+};
+constexpr Clause kClauses[] = {
+    {"RequestsNeedTheControlSocket", requestsNeedTheControlSocket},
+    {"BridgesComeAndGo", bridgesComeAndGo},
+    {"PortsJoinOneBridgeAndLeaveIt", portsJoinOneBridgeAndLeaveIt},
+    {"TimesAreSetInHundredths", timesAreSetInHundredths},
+    {"PrioritiesAndCostsShowInTheIdentifiers", prioritiesAndCostsShowInTheIdentifiers},
+    {"AWalkStopsWhereTheVisitorSaysAndStandsChanges", aWalkStopsWhereTheVisitorSaysAndStandsChanges},
+};
+inline std::string nameOf(const ::testing::TestParamInfo<Clause>& tested) {
+    return tested.param.name;
 }
 
 }  // namespace bridge_contract

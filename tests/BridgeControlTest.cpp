@@ -20,25 +20,12 @@ protected:
     }
 };
 
-TEST_F(BridgeControl, RequestsNeedTheControlSocket) {
-    br_shutdown();
-    bridge_contract::requestsNeedTheControlSocket();
+class BridgeControlContract : public BridgeControl, public ::testing::WithParamInterface<bridge_contract::Clause> {};
+TEST_P(BridgeControlContract, HoldsHere) {
+    GetParam().holds();
 }
-TEST_F(BridgeControl, BridgesComeAndGo) {
-    bridge_contract::bridgesComeAndGo();
-}
-TEST_F(BridgeControl, PortsJoinOneBridgeAndLeaveIt) {
-    bridge_contract::portsJoinOneBridgeAndLeaveIt();
-}
-TEST_F(BridgeControl, TimesAreSetInHundredths) {
-    bridge_contract::timesAreSetInHundredths();
-}
-TEST_F(BridgeControl, PrioritiesAndCostsShowInTheIdentifiers) {
-    bridge_contract::prioritiesAndCostsShowInTheIdentifiers();
-}
-TEST_F(BridgeControl, AWalkStopsWhereTheVisitorSaysAndStandsChanges) {
-    bridge_contract::aWalkStopsWhereTheVisitorSaysAndStandsChanges();
-}
+INSTANTIATE_TEST_SUITE_P(Bridge, BridgeControlContract, ::testing::ValuesIn(bridge_contract::kClauses),
+                         bridge_contract::nameOf);
 
 TEST_F(BridgeControl, WhatCannotBeADeviceNameIsRefusedBeforeAnythingIsTouched) {
     timeval time{2, 0};

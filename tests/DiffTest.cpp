@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
 
 #include "Diff.h"
 #include "RunProgram.h"
@@ -53,12 +52,11 @@ DeviceState service() {
 }
 
 TEST(Diff, TellsEachChangeInWords) {
-    struct Case {
+    const struct {
         const char* name;
         void (*change)(DeviceState& state);
         Lines expected;
-    };
-    const std::vector<Case> cases = {
+    } cases[] = {
         {"nothing", [](DeviceState&) {}, {}},
         {"the same work with other indexes and addresses made up from them",
          [](DeviceState& s) {
@@ -138,7 +136,7 @@ TEST(Diff, TellsEachChangeInWords) {
           "policy routing rule added: from 10.0.0.5 table 12", "route added: default via 10.0.0.1",
           "message to the gateway removed: application up", "failed call added: f() = 1"}},
     };
-    for (const Case& one : cases) {
+    for (const auto& one : cases) {
         const DeviceState before = service();
         DeviceState after = before;
         one.change(after);
@@ -149,29 +147,26 @@ TEST(Diff, TellsEachChangeInWords) {
 
 TEST(Diff, AnswersByItsExitCodeAndNamesABadFile) {
     const ScratchDirectory directory;
-    const auto write = [&](const std::string& name, const std::string& text) {
-        std::ofstream(directory.file(name)) << text;
-        return directory.file(name);
-    };
     auto& onu = virtual_onu::VirtualOnu::instance();
     onu.reset();
-    const std::string board = write("board.json", onu.toJson().dump());
-    const std::string run = write("run.json", "{\"device\": " + onu.toJson().dump() + "}");
+    const std::string board = directory.write("board.json", onu.toJson().dump());
+    const std::string run = directory.write("run.json", "{\"device\": " + onu.toJson().dump() + "}");
     onu.addDevice("sid9");
-    const std::string other = write("other.json", onu.toJson().dump());
+    const std::string other = directory.write("other.json", onu.toJson().dump());
 
     struct Case {
         std::string after;
         int code;
         std::string told;
     };
-    for (const Case& one : std::vector<Case>{
-             {run, 0, "no difference\n"},
-             {other, 1, "device sid9 has appeared: down, MTU 1500\n"},
-             {directory.file("none"), 2, directory.file("none") + ": cannot be opened\n"},
-             {write("text", "no JSON"), 2, directory.file("text") + ": is not JSON\n"},
-             {write("list", "[1]"), 2, directory.file("list") + ": is no device state: "},
-             {write("empty", "{}"), 2, directory.file("empty") + ": is no device state: key 'network' not found\n"}}) {
+    for (const Case& one :
+         std::vector<Case>{{run, 0, "no difference\n"},
+                           {other, 1, "device sid9 has appeared: down, MTU 1500\n"},
+                           {directory.file("none"), 2, directory.file("none") + ": cannot be opened\n"},
+                           {directory.write("text", "no JSON"), 2, directory.file("text") + ": is not JSON\n"},
+                           {directory.write("list", "[1]"), 2, directory.file("list") + ": is no device state: "},
+                           {directory.write("empty", "{}"), 2,
+                            directory.file("empty") + ": is no device state: key 'network' not found\n"}}) {
         const auto result = runProgram({VORN_ONU_BINARY, "diff", board, one.after});
         EXPECT_EQ(result.code, one.code) << one.after;
         EXPECT_EQ(result.output.substr(0, one.told.size()), one.told);

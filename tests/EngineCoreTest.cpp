@@ -8,13 +8,12 @@ namespace {
 class EngineCore : public OnuFixture {};
 
 TEST_F(EngineCore, DeviceNamesFollowTheNamingScheme) {
-    struct Case {
+    const struct {
         PhyType type;
         unsigned id;
         unsigned short vlan;
         const char *device, *vlanDevice, *printed;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {PHY_ETHERNET, 0, 3, "sid0", "sid0.3",
          "\nPHY_ETHERNET:getInterfaceName sid0\nPHY_ETHERNET:getVirtualInterfaceName sid0.3 "},
         {PHY_ETHERNET, ~0u, 65535, "sid-1", "sid-1.65535",
@@ -22,7 +21,7 @@ TEST_F(EngineCore, DeviceNamesFollowTheNamingScheme) {
         {PHY_GPON, 5, 5, "gpon5", "gpon5.5",
          "PHY_GPON:getInterfaceName gpon5PHY_GPON:getVirtualInterfaceName gpon5.5 "},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         char device[32] = "?", vlanDevice[32] = "?";
         EXPECT_EQ(printedBy([&] {
                       EXPECT_TRUE(engine().getInterfaceName(c.type, c.id, device));
@@ -40,20 +39,19 @@ TEST_F(EngineCore, DeviceNamesFollowTheNamingScheme) {
 }
 
 TEST_F(EngineCore, BringingUpWritesFlagsAndMtuOutright) {
-    struct Case {
+    const struct {
         const char* fault;
         int nth;
         bool result, up;
         const char* printed;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {nullptr, 0, true, true, ""},
         {"ioctl:SIOCSIFFLAGS", 1, false, false, "Cannot ioctl SIOCSIFFLAGS on the socket"},
         {"ioctl:SIOCSIFMTU", 1, true, true, "Cannot ioctl SIOCSIFMTU on the socket"},
         {"socket", 1, false, false, "Cannot create socket to the NET kernel"},
         {"socket", 2, false, true, "Cannot create socket to the NET kernel"},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.fault != nullptr ? c.fault : "no fault");
         onu().reset();
         ASSERT_TRUE(onu().addDevice("lan0"));
@@ -72,9 +70,8 @@ TEST_F(EngineCore, AVlanDeviceCarriesMulticastWhateverTheCallerSays) {
     char real[] = "sid1", vlan[] = "sid1.7";
     EXPECT_EQ(printedBy([&] { EXPECT_TRUE(engine().createVlanInterface(7, true, false, real, vlan)); }),
               "===> createVlanInterface, devId=7, isRouted=1, isMulticast=0, devIfc=sid1, vlanIfc=sid1.7, ret=1");
-    EXPECT_TRUE(onu().device("sid1.7")->multicast);
-    EXPECT_TRUE(onu().device("sid1.7")->routed);
-    EXPECT_TRUE(onu().device("sid1.7")->up);
+    const auto made = *onu().device("sid1.7");
+    EXPECT_TRUE(made.multicast && made.routed && made.up);
 }
 
 TEST_F(EngineCore, DeletingTakesTheVlanDeviceBeforeTheDeviceUnderIt) {
@@ -105,31 +102,29 @@ TEST_F(EngineCore, ShellCommandsAreLoggedBeforeTheyRun) {
 }
 
 TEST_F(EngineCore, FieldsOfAHalfWordAreCutByTopBitAndWidth) {
-    struct Case {
+    const struct {
         unsigned short value;
         unsigned char msb, width;
         unsigned short field;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {0xE064, 15, 3, 7}, {0xE064, 12, 1, 0}, {0xE064, 11, 12, 0x064}, {0xFFFF, 15, 16, 0xFFFF},
         {0xFFFF, 0, 1, 1},  {0xFFFF, 15, 0, 0}, {0xFFFF, 16, 4, 0},      {0xFFFF, 15, 17, 0},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         EXPECT_EQ(engine().getFieldFromHalfWord(c.value, c.msb, c.width), c.field)
             << c.value << ", " << +c.msb << ", " << +c.width;
     }
 }
 
 TEST_F(EngineCore, NumbersAreReadWholeOrRefused) {
-    struct Case {
+    const struct {
         const char* text;
         unsigned base;
         int result;
         unsigned value;
         long end;  // where reading stopped, counted from the text's start
         const char* printed;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"  1f", 16, 0, 31, 4, ""},
         {"4294967295", 10, 0, 4294967295u, 10, ""},
         {"", 16, 0, 0, 0, ""},
@@ -141,7 +136,7 @@ TEST_F(EngineCore, NumbersAreReadWholeOrRefused) {
         {"1", 99, -1, 0, 0, "ret 1 = -1"},
         {"99999999999999999999", 10, -1, 0, 20, "ret 1 = -1"},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
         unsigned value = 77;
         char* end = nullptr;
@@ -153,18 +148,17 @@ TEST_F(EngineCore, NumbersAreReadWholeOrRefused) {
 }
 
 TEST_F(EngineCore, HexListsDecodeWholeOrNotAtAll) {
-    struct Case {
+    const struct {
         const char* text;
         int result;
         std::vector<unsigned char> bytes;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"8100", 0, {0x81, 0x00}}, {"aBCd0f", 0, {0xAB, 0xCD, 0x0F}},
         {" f", 0, {0x0F}},         {"", 0, {}},
         {"abc", -1, {}},           {"zz00", -1, {}},
         {"81-1", -1, {}},          {"81f ", -1, {}},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
         unsigned char* bytes = nullptr;
         unsigned length = 77;

@@ -14,24 +14,19 @@ protected:
         OnuFixture::SetUp();
         onu().writeFile("/var/mcpd.conf", "igmp-snooping-interfaces br0\n");
     }
-    static std::size_t count(const std::string& part) {
-        std::size_t found = 0;
-        for (const auto& text : onu().traceTexts()) found += text.find(part) != std::string::npos ? 1 : 0;
-        return found;
-    }
+    static std::size_t count(const std::string& part) { return traced(part).size(); }
 };
 
 TEST_F(LinkMonitor, EachChangeIsNoticedOnceAndRewritesTheProxyWhileMulticastIsOn) {
     const std::string change10G = "\n updStatestate not matching 10G\n",
                       change1G = "\n updStatestate not matching 1G\n";
-    struct Pass {
+    const struct {
         const char *eth1, *eth0;
         int multicast;
         std::string printed;
         std::size_t reloads;
         int state10G, state1G;
-    };
-    const Pass passes[] = {
+    } passes[] = {
         {"up", "up", 0, change10G + change1G, 0, 3, 3},  // the first look always counts as a change
         {"up", "up", 1, "", 0, 3, 3},
         {"down", "up", 0, change10G, 0, 5, 3},
@@ -39,7 +34,7 @@ TEST_F(LinkMonitor, EachChangeIsNoticedOnceAndRewritesTheProxyWhileMulticastIsOn
         {"dormant", "up", 1, change10G, 1, 3, 3},
         {"down", "down", 2, change10G + change1G, 2, 5, 5},
     };
-    for (const Pass& pass : passes) {
+    for (const auto& pass : passes) {
         SCOPED_TRACE(std::string(pass.eth1) + " " + pass.eth0 + " " + std::to_string(pass.multicast));
         onu().setOperState("eth1", pass.eth1);
         onu().setOperState("eth0", pass.eth0);

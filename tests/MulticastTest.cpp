@@ -1,4 +1,6 @@
 // Multicast: the downstream path to the VEIP side, the tagging row as rules on it, the proxy's configuration file.
+#include <tuple>
+
 #include "AniService.h"
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
@@ -6,7 +8,6 @@
 
 namespace {
 
-using virtual_onu::CallKind;
 using virtual_onu::kReceive;
 using virtual_onu::kTransmit;
 using Lines = std::vector<std::string>;
@@ -36,27 +37,14 @@ protected:
     }
 
     static BridgeServiceProvisioning multicast(const Row& row) {
-        auto record = service(0);
-        record.isMulticast = record.multicastService = 1;
-        record.inputTpid = 0x88A8;
-        record.outputTpid = 0x9100;
-        record.filterTagCount = row.filterTags;
-        record.tagTreatment = row.treatment;
-        record.removeType = row.remove;
-        record.etherTypeFilter = row.etherType;
-        record.outerVlanPrioFilter = row.outerFilter.pbits;
-        record.outerVlanIdFilter = row.outerFilter.vid;
-        record.outerTpidFilter = row.outerFilter.tpid;
-        record.innerVlanPrioFilter = row.innerFilter.pbits;
-        record.innerVlanIdFilter = row.innerFilter.vid;
-        record.innerTpidFilter = row.innerFilter.tpid;
-        record.outerVlanPrioAction = row.outerAction.pbits;
-        record.outerVlanIdAction = row.outerAction.vid;
-        record.outerTpidAction = row.outerAction.tpid;
-        record.innerVlanPrioAction = row.innerAction.pbits;
-        record.innerVlanIdAction = row.innerAction.vid;
-        record.innerTpidAction = row.innerAction.tpid;
-        return record;
+        const auto& [outer, inner] = std::tie(row.outerFilter, row.innerFilter);
+        const auto& [outerTo, innerTo] = std::tie(row.outerAction, row.innerAction);
+        // clang-format off
+        return {kGemPort, 3, "", 0, 0, 2, {{0, {kGemPort, 2}}}, 0, 1, 1, 0x88A8, 0x9100, 0,
+                row.filterTags, row.treatment, row.etherType, outer.tpid, outer.vid, outer.pbits,
+                inner.tpid, inner.vid, inner.pbits, row.remove, outerTo.tpid, outerTo.vid, outerTo.pbits,
+                innerTo.tpid, innerTo.vid, innerTo.pbits, 0};
+        // clang-format on
     }
 };
 
@@ -166,26 +154,14 @@ TEST_F(Multicast, AServiceBuildsTheWholePathFromTheGemPortToTheVeip) {
     const std::string printed = printedBy([&] { EXPECT_EQ(hal->vorn_omci_hal_configureAniTagRules(&record), 0); });
 
     Lines expected;
-    for (const unsigned tags : {0u, 1u, 2u}) {
-        const std::string rx = tableName("gpon0.0", kReceive, tags);
-        if (tags == 0) expected.push_back(rx + " " + kRows[0].upstream);
-        expected.push_back(rx + " rxdev=veip0");
-    }
-    for (const unsigned tags : {0u, 1u, 2u}) {
-        const std::string tx = tableName("gpon0.0", kTransmit, tags);
-        if (tags == 1) expected.push_back(tx + " " + kRows[0].downstream);
-        expected.push_back(tx + " txdev=veip0");
-    }
-    for (const unsigned tags : {0u, 1u, 2u}) {
-        expected.push_back(tableName("gpon3", kReceive, tags) + " default drop gpon3.3");
-        expected.push_back(tableName("gpon3", kReceive, tags) + " rxdev=gpon3.3 gem=7");
-    }
-    for (const unsigned tags : {0u, 1u, 2u})
-        expected.push_back(tableName("gpon3", kTransmit, tags) + " default drop gpon3.3");
-    for (const unsigned tags : {0u, 1u, 2u}) {
-        expected.push_back(tableName("gpondef", kReceive, tags) + " default drop gpon3");
-        expected.push_back(tableName("gpondef", kReceive, tags) + " rxdev=gpon3 gem=7");
-    }
+    const auto expect = [&](const Lines& lines) { expected.insert(expected.end(), lines.begin(), lines.end()); };
+    expect({tableName("gpon0.0", kReceive, 0) + " " + kRows[0].upstream});
+    expect(everyTable("gpon0.0", kReceive, {"rxdev=veip0"}));
+    expect(everyTable("gpon0.0", kTransmit, {"txdev=veip0"}));
+    expected.insert(expected.begin() + 5, tableName("gpon0.0", kTransmit, 1) + " " + kRows[0].downstream);
+    expect(everyTable("gpon3", kReceive, {"default drop gpon3.3", "rxdev=gpon3.3 gem=7"}));
+    expect(everyTable("gpon3", kTransmit, {"default drop gpon3.3"}));
+    expect(everyTable("gpondef", kReceive, {"default drop gpon3", "rxdev=gpon3 gem=7"}));
     for (const std::string& line : before)  // the UNI's own device
         if (line.rfind("sid1", 0) == 0) expected.push_back(line);
     EXPECT_EQ(tables(), expected);
@@ -227,9 +203,7 @@ TEST_F(Multicast, TheLastServiceIsTheOneThatTheGatewayLearnsOf) {
     engine().getMcastGemInfo(&id, &index);
     EXPECT_EQ(std::make_pair(id, index), std::make_pair(1001, 9));
     EXPECT_EQ(EtherSwitchBcm380::multicastEnable, 2);
-    Lines log;
-    for (const std::string& line : onu().traceTexts(CallKind::Log))
-        if (line.find("mcastGemPortId") != std::string::npos) log.push_back(line);
+    const Lines log = traced("mcastGemPortId");
     ASSERT_EQ(log.size(), 2u);
     EXPECT_NE(log[0].find("Setting mcastGemPortId: 1001, mcastGemPortIndex: 9"), std::string::npos) << log[0];
     EXPECT_NE(log[1].find("Returning mcastGemPortId: 1001, mcastGemPortIndex: 9"), std::string::npos) << log[1];

@@ -1,13 +1,7 @@
 // The report of a run, its picture, and the capture of its frames.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <set>
 #include <sstream>
 #include <tuple>
@@ -134,18 +128,14 @@ std::string faultsOf(const std::string& page) {
             if (inside.compare(equals, 2, "=\"") != 0 &&
                 std::count(inside.begin(), inside.begin() + static_cast<long>(equals), '"') % 2 == 0)
                 return "an attribute without quotes: " + inside;
-        if (name == "style") at = page.find("</style>", at) - 1;
-        const bool alone = name == "meta" || name[0] == '!' || inside.back() == '/';
-        if (name == "style" || alone) {
-            if (name == "style") open.push_back(name);
-            continue;
-        }
+        if (name == "style") at = page.find("</style>", at) - 1;  // what stands in it is no element
+        if (name == "meta" || name[0] == '!' || inside.back() == '/') continue;
         if (inside[0] != '/') {
             open.push_back(name);
-            continue;
+        } else {
+            if (open.empty() || open.back() != inside.substr(1)) return "closed out of turn: " + inside;
+            open.pop_back();
         }
-        if (open.empty() || open.back() != inside.substr(1)) return "closed out of turn: " + inside;
-        open.pop_back();
     }
     return open.empty() ? "" : "left open: " + open.back();
 }
@@ -164,15 +154,8 @@ std::string pageOfTwoServices() {
     ReportWalk walk;
     walk.title = "untagged IPv4 from sid0";
     walk.verdict = "leaves at GEM port 1001";
-    walk.walk.hops.push_back({virtual_onu::Hop::Kind::Table,
-                              -1,
-                              "sid0",
-                              virtual_onu::kReceive,
-                              0,
-                              7u,
-                              "rxdev=sid0.3 | push vid0:=100",
-                              "sid0.3",
-                              {}});
+    using virtual_onu::Hop, virtual_onu::kReceive;
+    walk.walk.hops = {{Hop::Kind::Table, -1, "sid0", kReceive, 0, 7u, "rxdev=sid0.3 | push vid0:=100", "sid0.3", {}}};
     walk.walk.exits.emplace_back();
     input.walks.push_back(walk);
     return htmlReport(input);
@@ -267,11 +250,6 @@ std::string printedBy(const std::vector<std::string>& arguments) {
     return result.output + " " + std::to_string(result.code);
 }
 
-std::string contentOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 const std::string kInternet = std::string(VORN_SCENARIO_DIR) + "/internet.json";
 
 TEST(ReportTool, SendAnswersWhereAFrameGoesOnceTheServicesStand) {
@@ -313,8 +291,7 @@ TEST(ReportTool, AFrameThatGoesElsewhereIsShownWithItsWayAndIsInReportAndCapture
     ASSERT_NE(scenario.find(right), std::string::npos);
     scenario.replace(scenario.find(right), right.size(), "\"queue\": 1, \"tags\": [{\"vid\": 101}]");
     const ScratchDirectory folder;
-    std::ofstream(folder.file("wrong.json")) << scenario;
-    const std::string text = printedBy({"run", folder.file("wrong.json"), "--quiet", "--report",
+    const std::string text = printedBy({"run", folder.write("wrong.json", scenario), "--quiet", "--report",
                                         folder.file("wrong.html"), "--pcap", folder.file("wrong.pcapng")});
     for (const char* part :
          {"expected  leaves at GEM port 1001, T-CONT 1, queue 1: VID 101 p0",
@@ -345,8 +322,8 @@ TEST(ReportTool, AFrameStepThatNamesWhatIsNotThereIsABadScenario) {
         {R"({"frame": {"from": "sid0"}, "gateway": "silent"})", "does not go with"},
     };
     for (const auto& [step, problem] : cases) {
-        std::ofstream(folder.file("bad.json")) << R"({"title": "t", "steps": [)" << step << "]}";
-        const std::string text = printedBy({"run", folder.file("bad.json")});
+        const std::string scenario = R"({"title": "t", "steps": [)" + std::string(step) + "]}";
+        const std::string text = printedBy({"run", folder.write("bad.json", scenario)});
         EXPECT_NE(text.find(problem), std::string::npos) << step << "\n" << text;
         EXPECT_EQ(text.back(), '2') << step;
     }

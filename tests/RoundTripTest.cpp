@@ -1,6 +1,5 @@
 // What a port's frame looks like when it has gone up to the PON and come down again. Rows are drawn at random; a row
 // brings the frame back as it was unless one of the reasons holds that docs/round-trip.md lists.
-#include <array>
 #include <cstdlib>
 #include <map>
 #include <random>
@@ -8,8 +7,6 @@
 
 #include "UniRows.h"
 #include "hal/ProvisioningRecords.h"
-#include "platform/gponctl.h"
-#include "platform/tmctl.h"
 
 namespace {
 
@@ -172,20 +169,12 @@ std::string text(const Row& row) {
 
 class RoundTrip : public UniRows {
 protected:
-    static constexpr std::uint16_t kGemPort = 1001, kGemIndex = 7;
+    static constexpr std::uint16_t kGemPort = 1001;
 
     // A transparent PON side: whatever the port's rules make of a frame goes up and comes down.
     void SetUp() override {
         UniRows::SetUp();
-        const GponCtlTcontAllocId tcont{0, 0, 1024};
-        gponCtl_configTcontAllocId(&tcont);
-        const TmctlIf interface { 0 };
-        tmctl_portTmInit(TMCTL_DEV_GPON, &interface, 0, 8);
-        const TmctlQueueCfg queue{0, 0, 256, 0, 1, 0, 0, 0};
-        tmctl_setQueueCfg(TMCTL_DEV_GPON, &interface, &queue);
-        onu().addGemPort(kGemPort, kGemIndex, 1024);
-        GponCtlGemPortEnable enable{kGemIndex, kGemPort, 1, 0};
-        gponCtl_enableGemPort(&enable);
+        addGemPortOnTcont();
         ASSERT_EQ(std::system("ifconfig gpondef up"), 0);
         BridgeServiceProvisioning service{};
         service.bridgeId = 3;

@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -39,6 +41,11 @@ inline ProgramResult runProgram(std::vector<std::string> words) {
     return result;
 }
 
+inline std::string contentOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
 // A directory of the test's own, gone with everything in it when the test ends.
 class ScratchDirectory {
 public:
@@ -49,6 +56,11 @@ public:
     ScratchDirectory(const ScratchDirectory&) = delete;
     ScratchDirectory& operator=(const ScratchDirectory&) = delete;
     std::string file(const std::string& name) const { return path_ + "/" + name; }
+    // Answers the file's path.
+    std::string write(const std::string& name, const std::string& text) const {
+        std::ofstream(file(name)) << text;
+        return file(name);
+    }
 
 private:
     std::string path_;

@@ -1,20 +1,14 @@
 #include <thread>
 
-#include "OnuFixture.h"
-#include "xpon/OnuXponHalAdapterBCM.h"
+#include "AdapterFixture.h"
 
 namespace {
 
 using virtual_onu::CallKind;
 using virtual_onu::Queue;
 
-class Tconts : public OnuFixture {
+class Tconts : public AdapterFixture {
 protected:
-    void TearDown() override {
-        OnuXponHalAdapterBCM::destroyInstance();
-        OnuFixture::TearDown();
-    }
-    static OnuXponHalAdapterBCM& adapter() { return *OnuXponHalAdapterBCM::getInstance(); }
     static std::vector<std::string> calls() { return onu().traceTexts(CallKind::Platform); }
 };
 
@@ -38,7 +32,7 @@ TEST_F(Tconts, ABoundAllocIdIsAcceptedAgainWithoutACall) {
     adapter().provisionTCont({1024, 3, 0});
     onu().clearTrace();
     const std::string printed = printedBy([] { EXPECT_EQ(adapter().provisionTCont({1024, 4, 0}), 1); });
-    EXPECT_NE(printed.find("Inside provisionTCont success 1024"), std::string::npos);
+    EXPECT_TRUE(contains(printed, "Inside provisionTCont success 1024"));
     EXPECT_EQ(calls(), std::vector<std::string>{});
     EXPECT_EQ(adapter().allocIdMap.at(1024), 3);
 }
@@ -60,7 +54,7 @@ TEST_F(Tconts, AFailureLeavesTheAllocIdBoundAndIsNotRepaired) {
         onu().failNext(c.function, c.nth, 5);
         const std::string printed = printedBy([&] { EXPECT_EQ(adapter().provisionTCont(record), c.result); });
         const std::string outcome = c.result == 1 ? "success " : "failed ";
-        EXPECT_NE(printed.find("Inside provisionTCont " + outcome + std::to_string(allocId)), std::string::npos);
+        EXPECT_TRUE(contains(printed, "Inside provisionTCont " + outcome + std::to_string(allocId)));
         EXPECT_EQ(onu().tcont(record.tContIndex)->queues.size(), c.queues);
         EXPECT_TRUE(adapter().findAllocIdMapEntry(allocId));
         EXPECT_EQ(adapter().provisionTCont(record), 1);

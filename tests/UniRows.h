@@ -2,9 +2,7 @@
 #ifndef TESTS_UNI_ROWS_H
 #define TESTS_UNI_ROWS_H
 
-#include <string>
 #include <tuple>
-#include <vector>
 
 #include "OnuFixture.h"
 #include "hal/BridgeRecords.h"
@@ -74,12 +72,6 @@ protected:
             }
         }
         return result;
-    }
-
-    static std::vector<std::string> shellTexts() {
-        std::vector<std::string> texts;
-        for (const auto& command : onu().shellCommands()) texts.push_back(command.text);
-        return texts;
     }
 
 private:

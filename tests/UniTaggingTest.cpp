@@ -1,9 +1,4 @@
 // The rules that the rows of a UNI leave on the device.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "UniRows.h"
 #include "platform/vlanctl.h"
 
@@ -38,10 +33,6 @@ protected:
 
 constexpr Tag kPlain = {15, 0, 0};
 constexpr Row kPriorityTagged = {1, {8, 0, 0}, {8, 0, 0}, 0, kTranslate, 1, kPlain, {2, 100, 4}};
-
-bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
 
 // ---- one upstream rule a row: a downstream mode other than the inverse makes no downstream rule ----
 
@@ -172,12 +163,6 @@ TEST_F(UniTagging, TheDownstreamTableFollowsFilteredRemovedAndAddedTags) {
 
 // ---- the rows of a UNI ----
 
-TEST_F(UniTagging, UntaggedRowsGetTheirDownstreamRuleTwice) {
-    provision(kUntaggedToS100);
-    const std::string down = "tx1 pbits0=2 vid0=100 type=0x8100 | pop";
-    EXPECT_EQ(rules(), (Texts{"rx0 | push pbits0:=2 vid0:=100 type:=0x8100", down, down}));
-}
-
 TEST_F(UniTagging, RowsThatNameVlanOneOrAPriorityTagLoseADownstreamRule) {
     Row untagged = kUntaggedToS100;
     untagged.outerFilter.vlanId = 1;
@@ -261,10 +246,10 @@ TEST_F(UniTagging, AUniWithoutARowLetsEverythingPassInPlaceOfEarlierRules) {
 }
 
 TEST_F(UniTagging, TheDscpShortcutGoesToTheRunner) {
-    const auto commandsBefore = shellTexts().size();
-    const auto printed = provisionAndRead({0, kNoTag, kNoTag, 0, kPush, 0, kPlain, {10, 100, 4}});
-    auto commands = shellTexts();
-    commands.erase(commands.begin(), commands.begin() + static_cast<long>(commandsBefore));
+    std::string printed;
+    const Texts commands = commandsOf([&] {
+        printed = provisionAndRead({0, kNoTag, kNoTag, 0, kPush, 0, kPlain, {10, 100, 4}});
+    });
     const std::string flow = "bs /bdmf/attr/add ingress_class/dir=us,index=11 flow string key={ingress_port=lan0,";
     const std::string result =
         "},result={qos_method=pbit,action=forward,forw_mode=flow,egress_port=wan0,"
@@ -330,12 +315,8 @@ TEST_F(UniTagging, AnIpHostRowStandsInFrontAndTheOtherWayRound) {
               (Texts{"txdev=br3.2 pbits0=3 vid0=10 | pbits0:=5 vid0:=200"}));
     EXPECT_EQ(onu().ruleTexts("br3", virtual_onu::kReceive, 1),
               (Texts{"rxdev=br3.2 pbits0=5 vid0=200 | pbits0:=3 vid0:=10"}));
-    Texts inserts;
-    for (const auto& call : onu().traceTexts()) {
-        if (call.rfind("vlanCtl_insertTagRule", 0) == 0) inserts.push_back(call);
-    }
-    EXPECT_EQ(inserts, (Texts{"vlanCtl_insertTagRule(\"br3\", 1, 1, 0, 0, &1) = 0",
-                              "vlanCtl_insertTagRule(\"br3\", 0, 1, 2, 4294967295, &2) = 0"}));
+    EXPECT_EQ(traced("vlanCtl_insertTagRule("), (Texts{"vlanCtl_insertTagRule(\"br3\", 1, 1, 0, 0, &1) = 0",
+                                                       "vlanCtl_insertTagRule(\"br3\", 0, 1, 2, 4294967295, &2) = 0"}));
     engine().deleteVlanRuleMapEntry("br3", 2);
 }
 

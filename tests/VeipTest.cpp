@@ -1,10 +1,7 @@
 // The VEIP: the device towards the gateway, the services announced on it, and how it goes.
-#include <algorithm>
-
 #include "BusWait.h"
 #include "OnuFixture.h"
 
-using virtual_onu::BusMessage;
 using virtual_onu::CallKind;
 using virtual_onu::DefaultAction;
 using virtual_onu::kReceive;
@@ -68,25 +65,6 @@ private:
 using Lines = std::vector<std::string>;
 constexpr const char* kClosing = "veip0 gem 100/7 pbits -2 vlan -2 type 0 down";
 
-TEST_F(Veip, TakesThePlaceOfTheBridgeAndPassesEveryFrame) {
-    onu().setBaseMac("00:1a:2b:3c:4d:5e");
-    create(1, "6064");
-    EXPECT_FALSE(onu().deviceExists("br3"));
-    const auto veip = onu().device("veip0");
-    ASSERT_TRUE(veip);
-    EXPECT_EQ(veip->realDevice, "gpon0.0");
-    EXPECT_TRUE(veip->routed && veip->multicast && veip->up && veip->ipv6Disabled);
-    EXPECT_EQ(veip->mac, "00:1a:2b:3c:4d:5e");
-    for (unsigned tags = 0; tags < 4; ++tags) {
-        EXPECT_EQ(onu().ruleTexts("gpon0.0", kReceive, tags), Lines{"rxdev=veip0"}) << tags;
-        EXPECT_EQ(onu().ruleTexts("gpon0.0", kTransmit, tags), Lines{"txdev=veip0"}) << tags;
-        for (const unsigned direction : {kReceive, kTransmit}) {
-            EXPECT_EQ(onu().defaultAction("gpon0.0", direction, tags), (DefaultAction{1, "veip0"})) << tags;
-        }
-    }
-    EXPECT_EQ(recordedRules().size(), 8u);
-}
-
 TEST_F(Veip, GetsAFurtherSetOfRulesOnASecondCall) {
     engine().createVeipTagRules(OMCI_MF_MODEL_N_MAP_FILTER, kBridge);
     engine().createVeipTagRules(OMCI_MF_MODEL_N_MAP_FILTER, kBridge);
@@ -113,21 +91,20 @@ TEST_F(Veip, IsNotMadeWithoutFilterModelOrRealDeviceYetTheServiceIsAnnounced) {
 }
 
 TEST_F(Veip, AnnouncesTheLastEntryOfTheList) {
-    struct Case {
+    std::string thirteen;
+    for (int i = 0; i < 13; ++i) thirteen += "6064";
+    const struct {
         unsigned char entries;
         std::string list;
         const char* announced;
-    };
-    std::string thirteen;
-    for (int i = 0; i < 13; ++i) thirteen += "6064";
-    const Case cases[] = {
+    } cases[] = {
         {0, "", "255 vlan 65535"},                                         // the wildcard
         {1, "6064", "3 vlan 100"},         {2, "6064B0C8", "5 vlan 200"},  // with CFI
         {2, "6064B0C88064", "5 vlan 200"},                                 // more in the text than announced
         {3, "6064B0C8", "0 vlan 0"},                                       // more announced than in the text
         {12, thirteen, "3 vlan 100"},      {13, thirteen, "0 vlan 0"},     // a list holds twelve
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         create(c.entries, c.list.c_str());
         const std::string line = std::string("veip0 gem 100/7 pbits ") + c.announced + " type 0 up";
         EXPECT_EQ(told(), Lines{line}) << int{c.entries} << " " << c.list;
@@ -160,8 +137,13 @@ TEST_F(Veip, AnnouncesTheMulticastServiceAsUpOnRemovalToo) {
     EXPECT_EQ(told(), Lines{multicast});
 }
 
-TEST_F(Veip, GoesWithItsLastService) {
+TEST_F(Veip, StandsInPlaceOfItsBridgeAndGoesWithItsLastService) {
+    onu().setBaseMac("00:1a:2b:3c:4d:5e");
     create(2, "6064B0C8");
+    EXPECT_FALSE(onu().deviceExists("br3"));
+    EXPECT_EQ(onu().device("veip0")->mac, "00:1a:2b:3c:4d:5e");
+    for (const unsigned direction : {kReceive, kTransmit})
+        EXPECT_EQ(onu().defaultAction("gpon0.0", direction, 3), (DefaultAction{1, "veip0"})) << direction;
     engine().insertVlanRuleMapEntry("gpon3", kGemIndex, 0, 1, 77);
     onu().addDevice("veip0.1", "veip0");
     told();

@@ -1,6 +1,5 @@
 // What a daemon's developer writes first: a HAL that overrides nothing, every operation called once.
 #include <cstdio>
-#include <string>
 
 #include "hal/HALFactory.h"
 #include "hal/ProvisioningRecords.h"
@@ -10,21 +9,15 @@ namespace {
 
 int failures = 0;
 
-void expectZero(const char* operation, int result) {
+void expectZero(const char* operation, long result) {
     if (result == 0) return;
-    std::printf("%s answered %d, not 0\n", operation, result);
-    ++failures;
-}
-
-void expectEmpty(const char* operation, const std::string& result) {
-    if (result.empty()) return;
-    std::printf("%s answered \"%s\", not an empty text\n", operation, result.c_str());
+    std::printf("%s answered %ld, not 0\n", operation, result);
     ++failures;
 }
 
 }  // namespace
 
-#define ZERO(call) expectZero(#call, hal.call)
+#define ZERO(call) expectZero(#call, static_cast<long>(hal.call))
 
 int main() {
     class Nothing : public VornHal {
@@ -91,8 +84,8 @@ int main() {
     ZERO(vorn_omci_hal_deprovisionUniSideBridge(&bridge));
     ZERO(vorn_omci_hal_veip_createRules(1, 2, 3, 4, bytes, 5));
     ZERO(vorn_omci_hal_veip_deleteRules(1, 2, 3, 4, bytes, 5));
-    expectEmpty("vorn_hal_get_mac_ip_host()", hal.vorn_hal_get_mac_ip_host());
-    expectEmpty("vorn_hal_get_mac_sub_host()", hal.vorn_hal_get_mac_sub_host());
+    ZERO(vorn_hal_get_mac_ip_host().size());
+    ZERO(vorn_hal_get_mac_sub_host().size());
 
     VornHal* real = HALFactory::getInstance()->CreateHALObject(0);
     if (real == nullptr || real->vorn_test_call() != 4) {

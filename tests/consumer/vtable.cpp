@@ -117,6 +117,10 @@ XgemStatusRecord gemStatus{1001, 0};
 PmRequest pmRequest{kPmEthernet, 0, 0};
 EthernetPmRecord pmAnswer;
 const unsigned char noFilters[] = "";
+// As the operations take them: a slot is called with exactly their types.
+const BridgeServiceProvisioning* theService = &service;
+const IpHostProvision* theHost = &host;
+constexpr unsigned short kGemPort = 1001, kBridge = 3, kNone = 0;
 
 std::string texts() {
     return reinterpret_cast<const char*>(text);
@@ -124,6 +128,15 @@ std::string texts() {
 
 void* record(void* one) {
     return one;
+}
+
+int callVeip(int operation) {
+    return callSlot<int>(operation, kGemPort, kBridge, kNone, static_cast<unsigned char>(0), noFilters, kNone);
+}
+
+int callForText(int operation) {
+    std::strcpy(reinterpret_cast<char*>(text), callSlot<std::string>(operation).c_str());
+    return 0;
 }
 
 // One call through a slot (numbered as operations, from 1) and what shows that it has arrived: a text that it returned,
@@ -153,48 +166,21 @@ const Call kCalls[] = {
     {35, 0, [] { return callSlot<int>(35, record(nullptr), record(&tcont)); }, "gponCtl_configTcontAllocId("},
     {37, 0, [] { return callSlot<int>(37, record(&gem)); }, "gponCtl_configGemPort("},
     {40, 0, [] { return callSlot<int>(40, record(&gemStatus)); }, "gponCtl_enableGemPort("},
-    {47, 0, [] { return callSlot<int>(47, static_cast<unsigned short>(3), static_cast<unsigned short>(0)); },
-     "\"br3\""},
-    {48, 0, [] { return callSlot<int>(48, static_cast<const BridgeServiceProvisioning*>(&service)); },
-     "calling configureAniTagRules"},
+    {47, 0, [] { return callSlot<int>(47, kBridge, kNone); }, "\"br3\""},
+    {48, 0, [] { return callSlot<int>(48, theService); }, "calling configureAniTagRules"},
     {43, 0, [] { return callSlot<int>(43, record(&row)); }, "\"sid1.3\""},
     {16, 0, [] { return callSlot<int>(16, 1u, &enabled); }, "SIOCGIFINDEX, \"veip0.1\""},
-    {18, 0, [] { return callSlot<int>(18, static_cast<const IpHostProvision*>(&host)); }, "\"br3.2\""},
-    {19, 0, [] { return callSlot<int>(19, static_cast<const IpHostProvision*>(&host)); }, "calling deprovisionIpHost"},
-    {52, 0,
-     [] {
-         return callSlot<int>(52, static_cast<unsigned short>(1001), static_cast<unsigned short>(3),
-                              static_cast<unsigned short>(0), static_cast<unsigned char>(0), noFilters,
-                              static_cast<unsigned short>(0));
-     },
-     "calling VEIP creation"},
-    {53, 0,
-     [] {
-         return callSlot<int>(53, static_cast<unsigned short>(1001), static_cast<unsigned short>(3),
-                              static_cast<unsigned short>(0), static_cast<unsigned char>(0), noFilters,
-                              static_cast<unsigned short>(0));
-     },
-     "calling VEIP delete"},
-    {49, 0, [] { return callSlot<int>(49, static_cast<const BridgeServiceProvisioning*>(&service)); },
-     "calling unsetPbitData"},
-    {51, 0, [] { return callSlot<int>(51, static_cast<const BridgeServiceProvisioning*>(&service)); },
-     "calling deprovisionUniSideBridge"},
-    {50, 0, [] { return callSlot<int>(50, static_cast<const BridgeServiceProvisioning*>(&service)); },
-     "calling deprovisionAniSideBridge"},
+    {18, 0, [] { return callSlot<int>(18, theHost); }, "\"br3.2\""},
+    {19, 0, [] { return callSlot<int>(19, theHost); }, "calling deprovisionIpHost"},
+    {52, 0, [] { return callVeip(52); }, "calling VEIP creation"},
+    {53, 0, [] { return callVeip(53); }, "calling VEIP delete"},
+    {49, 0, [] { return callSlot<int>(49, theService); }, "calling unsetPbitData"},
+    {51, 0, [] { return callSlot<int>(51, theService); }, "calling deprovisionUniSideBridge"},
+    {50, 0, [] { return callSlot<int>(50, theService); }, "calling deprovisionAniSideBridge"},
     {38, 0, [] { return callSlot<int>(38, record(&gem)); }, "gponCtl_deconfigGemPort("},
     {36, 0, [] { return callSlot<int>(36, record(nullptr), record(&tcont)); }, "gponCtl_deconfigTcontAllocId("},
-    {54, 0,
-     [] {
-         std::strcpy(reinterpret_cast<char*>(text), callSlot<std::string>(54).c_str());
-         return 0;
-     },
-     "returned 02:10:20:30:40:52"},
-    {55, 0,
-     [] {
-         std::strcpy(reinterpret_cast<char*>(text), callSlot<std::string>(55).c_str());
-         return 0;
-     },
-     "returned 02:10:20:30:40:50"},
+    {54, 0, [] { return callForText(54); }, "returned 02:10:20:30:40:52"},
+    {55, 0, [] { return callForText(55); }, "returned 02:10:20:30:40:50"},
 };
 
 void fillRecords() {

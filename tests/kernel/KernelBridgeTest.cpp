@@ -56,25 +56,12 @@ protected:
     }
 };
 
-TEST_F(KernelBridge, RequestsNeedTheControlSocket) {
-    br_shutdown();
-    bridge_contract::requestsNeedTheControlSocket();
+class KernelBridgeContract : public KernelBridge, public ::testing::WithParamInterface<bridge_contract::Clause> {};
+TEST_P(KernelBridgeContract, HoldsHere) {
+    GetParam().holds();
 }
-TEST_F(KernelBridge, BridgesComeAndGo) {
-    bridge_contract::bridgesComeAndGo();
-}
-TEST_F(KernelBridge, PortsJoinOneBridgeAndLeaveIt) {
-    bridge_contract::portsJoinOneBridgeAndLeaveIt();
-}
-TEST_F(KernelBridge, TimesAreSetInHundredths) {
-    bridge_contract::timesAreSetInHundredths();
-}
-TEST_F(KernelBridge, PrioritiesAndCostsShowInTheIdentifiers) {
-    bridge_contract::prioritiesAndCostsShowInTheIdentifiers();
-}
-TEST_F(KernelBridge, AWalkStopsWhereTheVisitorSaysAndStandsChanges) {
-    bridge_contract::aWalkStopsWhereTheVisitorSaysAndStandsChanges();
-}
+INSTANTIATE_TEST_SUITE_P(Bridge, KernelBridgeContract, ::testing::ValuesIn(bridge_contract::kClauses),
+                         bridge_contract::nameOf);
 
 // More addresses than the kernel hands out with one read.
 // True once the kernel has taken the port into the forwarding state; it does so a moment after the link is up.

@@ -19,9 +19,10 @@
 
 namespace {
 
+TContProvisioning tcont{256, 1, 3};
+XGEMConfig gemPort{256, 1001, 2, 0, 2, 0, 40};
+
 void provision(VornHal& hal) {
-    TContProvisioning tcont{256, 1, 3};
-    XGEMConfig gemPort{256, 1001, 2, 0, 2, 0, 40};
     XgemStatusRecord status{1001, 1};
     BridgeServiceProvisioning service{};
     service.gemPortId = 1001;
@@ -52,8 +53,6 @@ void provision(VornHal& hal) {
 }
 
 void remove(VornHal& hal) {
-    TContProvisioning tcont{256, 1, 3};
-    XGEMConfig gemPort{256, 1001, 2, 0, 2, 0, 40};
     BridgeServiceProvisioning service{};
     service.gemPortId = 1001;
     service.bridgeId = 3;
@@ -198,7 +197,6 @@ void closeDescriptors(VornHal& hal) {
 int main(int, char** argv) {
     VornHal& hal = *HALFactory::getInstance()->CreateHALObject(0);
     const std::string mode = argv[1];
-    if (mode == "provisions") provision(hal);
     if (mode == "everything") {
         provision(hal);
         query(hal);
