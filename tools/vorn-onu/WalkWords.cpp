@@ -84,7 +84,7 @@ std::vector<HopWords> hopWords(const Walk& walk) {
 std::vector<std::string> hopLines(const Walk& walk) {
     std::vector<std::string> lines;
     for (const HopWords& words : hopWords(walk)) {
-        std::string line = std::string(2 * words.branch, ' ') + words.where + ", " + words.what;
+        std::string line = std::string(std::size_t{2} * words.branch, ' ') + words.where + ", " + words.what;
         if (!words.to.empty()) line += " → " + words.to;
         if (!words.frame.empty()) line += " (" + words.frame + ")";
         lines.push_back(std::move(line));
