@@ -89,8 +89,7 @@ std::string rulesOf(const std::string& device, bool receive, const std::vector<M
     for (std::size_t i = 0; i < rules.size(); ++i) {
         const std::string from = receive || one ? "" : " from " + words[i].from;
         const std::string to = !receive || one || words[i].to.empty() ? "" : " → " + words[i].to;
-        const std::string times = rules[i].times > 1 ? " (" + std::to_string(rules[i].times) + " times)" : "";
-        table.row({words[i].frames + from + ":", words[i].action + to + times});
+        table.row({words[i].frames + from + ":", words[i].action + to + repetition(rules[i])});
     }
     return body + "\n" + table.text(terminal, 4);
 }

@@ -41,9 +41,8 @@ std::string ruleRows(const std::vector<MergedRule>& rules) {
     std::string rows;
     for (const MergedRule& rule : rules) {
         const RuleWords words = ruleWords(rule.device, rule.receive, rule.tags, rule.terms);
-        const std::string times = rule.times > 1 ? ", " + std::to_string(rule.times) + " times" : "";
         rows += row({escaped(rule.device + (rule.receive ? " receives" : " sends")), escaped(words.frames),
-                     escaped(words.action + times), escaped(words.to)});
+                     escaped(words.action + repetition(rule)), escaped(words.to)});
     }
     return rows;
 }

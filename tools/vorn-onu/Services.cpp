@@ -120,6 +120,11 @@ std::vector<MergedRule> mergedRules(const std::vector<const TableState*>& tables
     return lines;
 }
 
+std::string repetition(const MergedRule& rule) {
+    if (rule.times < 2) return "";
+    return " (rule stands " + (rule.times == 2 ? "twice" : std::to_string(rule.times) + " times") + ")";
+}
+
 std::vector<Service> servicesOf(const DeviceState& state) {
     const std::vector<MergedRule> rules = allRules(state);
     std::vector<Service> services;

@@ -23,6 +23,9 @@ struct MergedRule {
 // The same rule in the tables for different numbers of tags, or several times over, is one rule to a reader.
 std::vector<MergedRule> mergedRules(const std::vector<const TableState*>& tables);
 
+// " (rule stands twice)", or nothing for a rule that stands once.
+std::string repetition(const MergedRule& rule);
+
 // One end of a service: a port and the VLAN device on it ("" where the port itself is the member).
 struct ServiceEnd {
     std::string port;
