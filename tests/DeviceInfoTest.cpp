@@ -52,6 +52,7 @@ TEST_F(Identity, SoftwareVersionIsThatOfTheBootedImage) {
         char version[32] = "untouched";
         EXPECT_EQ(vorn_omci_swimage_version_get(version, sizeof version, 99), c.want) << c.partition;
         EXPECT_STREQ(version, c.text);
+        EXPECT_EQ(vorn_omci_swimage_version_get(version, 0, 0), c.want == 0 ? -1 : c.want) << c.partition;
     }
     EXPECT_EQ(vorn_omci_swimage_version_get(nullptr, 32, 0), -1);
 }

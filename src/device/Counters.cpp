@@ -116,8 +116,8 @@ EthernetPmDirection since(const EthernetPmDirection& begin, const EthernetPmDire
     return difference;
 }
 
+// With baselineMutex held since before the counters were read.
 EthernetPmRecord sinceBaseline(const EthernetPmRecord& now, bool endInterval) {
-    const std::lock_guard<std::mutex> lock(baselineMutex);
     if (!baseline) baseline = now;
     const EthernetPmRecord difference{since(baseline->received, now.received),
                                       since(baseline->transmitted, now.transmitted)};
@@ -141,6 +141,9 @@ int vorn_omci_pm_get(void* request, void* result) {
     PmRequest asked{};
     std::memcpy(&asked, request, sizeof asked);
     if (asked.kind != kPmEthernet || asked.interval > kPmIntervalEnd) return -1;
+    // From the reading on: counters that are read before another thread ends the interval would lie below its baseline.
+    std::unique_lock<std::mutex> lock(baselineMutex, std::defer_lock);
+    if (asked.interval != kPmAbsolute) lock.lock();
     IntfStats stats{};
     if (getIntfStats(kPmDevice, &stats) != 0) return -1;
     const EthernetPmRecord now = recordOf(stats);

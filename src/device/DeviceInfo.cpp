@@ -62,11 +62,11 @@ int vorn_omci_pn_get(char* buf, int size) {
 }
 
 int vorn_omci_swimage_version_get(char* buf, int size, int /*extra*/) {
-    if (buf == nullptr || size < 1) return -1;
+    if (buf == nullptr) return -1;
     const int partition = devCtl_getBootedImagePartition();
-    if (partition == kFirstImagePartition) return devCtl_getImageVersion(1, buf, size);
-    if (partition == kSecondImagePartition) return devCtl_getImageVersion(2, buf, size);
-    return partition;
+    if (partition != kFirstImagePartition && partition != kSecondImagePartition) return partition;
+    if (size < 1) return -1;
+    return devCtl_getImageVersion(partition == kFirstImagePartition ? 1 : 2, buf, size);
 }
 
 int vorn_omci_gponctl_state_set() {

@@ -18,7 +18,7 @@ VORN_API int vorn_omci_sn_get(char* buf, int size);   // serial number
 VORN_API int vorn_omci_pn_get(char* buf, int size);   // part number
 
 // Version text of the booted image. 0 or the board library's error code; a booted partition that is neither of the two
-// image partitions is answered as it is. -1 for a null buf or a size below 1. extra is not used.
+// image partitions is answered as it is. -1 for a null buf, or a size that holds no text. extra is not used.
 VORN_API int vorn_omci_swimage_version_get(char* buf, int size, int extra);
 
 // Received and transmitted optical level in units of 0.002 dB relative to 1 mW: -5000 is -10 dBm. Answers 0 also when
