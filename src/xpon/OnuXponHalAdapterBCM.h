@@ -62,7 +62,8 @@ public:
     int deconfigureXGEM(const XGEMConfig& config);  // always 1
     // The GEM index, existing or new; above 255 for failure. upstreamQueue is not used.
     int createXGEMPort(unsigned short xgemPortId, unsigned short tContAllocId, unsigned short upstreamQueue);
-    // The GEM index removed, or 65535: unknown port, or the driver has it at index 0.
+    // The GEM index removed, or 65535: unknown port, or the driver has it at index 0. When the driver does not answer,
+    // the index that it left in the query, and nothing is deconfigured.
     int deleteXGEMPort(unsigned short xgemPortId);
     int enableXGEM(unsigned short xgemPortId, unsigned short gemIndex);   // the GEM index that the driver leaves
     int disableXGEM(unsigned short xgemPortId, unsigned short gemIndex);  // always 1

@@ -86,7 +86,7 @@ int OnuXponHalAdapterBCM::createXGEMPort(unsigned short xgemPortId, unsigned sho
     if (gponCtl_configGemPort(&config) == GPONCTL_ERROR_GEM_PORT_EXISTS) {
         int result = 0;
         const GponCtlGemPort existing = askDriver(xgemPortId, &result);
-        if (result == 0) disableXGEM(xgemPortId, existing.gemIndex);
+        if (result == 0) disableXGEM(existing.gemPortId, existing.gemIndex);
     }
     // Kept: for a port that exists this is what the driver left in the record, not the index it reported.
     return config.gemIndex;
