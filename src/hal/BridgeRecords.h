@@ -23,7 +23,7 @@ struct BridgeServiceProvisioning {
     std::uint8_t multicastService;
     std::uint16_t inputTpid;
     std::uint16_t outputTpid;
-    std::uint16_t dsMode;               // downstream mode of the row; 1 and 8: no downstream rule
+    std::uint16_t dsMode;               // downstream mode of the row; 0: the inverse rule downstream, else none
     std::uint16_t filterTagCount;       // 1 single tag, 2 double tag, else untagged
     std::uint16_t tagTreatment;         // 1 push, 2 pop, 4 push two, 5 pop two, 6 keep or translate
     std::uint16_t etherTypeFilter;      // 0 none, 1 IPv4, 2 PPPoE discovery, 3 ARP, 4 PPPoE session, 5 IPv6, 6 EAPOL

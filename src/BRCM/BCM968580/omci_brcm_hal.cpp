@@ -60,11 +60,7 @@ void swapUniPort(UniDataProvisioning& record) {
 }  // namespace
 
 VornBrcmHal::~VornBrcmHal() {
-    if (engine != nullptr && engine == EtherSwitchBcm380::m_Instance) {
-        EtherSwitchBcm380::deleteInstance();  // so that nobody finds the destroyed one
-    } else {
-        delete engine;
-    }
+    delete engine;  // which sees to it that nobody finds it as the instance
 }
 
 int VornBrcmHal::vorn_test_call() {

@@ -75,12 +75,14 @@ public:
     // uniPort 0: the bridge with its ANI devices; else the UNI's VLAN device on that bridge (uniPort counts from 1), or
     // with isIpHost the IP host's VLAN device on the bridge itself. The first call makes "br0" with sid0 to sid7.
     bool configureBridge(unsigned short bridgeId, unsigned short uniPort, bool isIpHost);
+    // True also when the control socket cannot be opened: nothing is made then.
     bool addBridgeInterface(const char* bridgeName);
-    // True also when the device is a member already.
+    // True once both devices exist, whatever the kernel answers: it refuses a device that is a member already.
     bool addInterfaceToBridgeGroup(const char* bridgeName, const char* ifName);
     int removeUniInterfaceFromBridgeGroup(unsigned short bridgeId, unsigned short uniPort);
     int removeAniInterfaceFromBridgeGroup(unsigned short bridgeId);
     bool deleteAniInterface(unsigned short bridgeId);
+    // True also when the control socket cannot be opened: nothing is deleted then.
     bool deleteBridgeInterface(unsigned short bridgeId);
     bool deleteUniInterface(unsigned short bridgeId, unsigned short uniPort);
 
@@ -151,7 +153,7 @@ public:
                                  std::uint8_t direction, std::uint32_t phyId, char* devIfc, char* vlanIfc,
                                  std::uint8_t qid);
     void insertUniAllowAllTxRxRules(char* devIfc, char* vlanIfc, std::uint16_t phyId);
-    // The record's extended VLAN row as one rule; not recorded in the rule map. Always 1.
+    // The record's extended VLAN row as one rule; not recorded in the rule map. 1; 0 for a null argument.
     int insertExtVlanUsTagRules(const BridgeServiceProvisioning* bridgeProv, std::uint16_t uniPort,
                                 std::uint16_t gemPortIndex, char* devIfc, char* vlanIfc);
     int insertExtVlanDsTagRules(const BridgeServiceProvisioning* bridgeProv, std::uint16_t uniPort,
@@ -182,6 +184,7 @@ public:
     bool deprovisionUniSideDataServiceRules(const UniDataProvisioning* uniProv);
     bool deConfigureUniTagRules(std::uint16_t uniPort, std::uint16_t bridgeId);
     bool deConfigureUniInterface(std::uint16_t uniPort, std::uint16_t bridgeId);
+    // The next two: true for every record.
     bool deprovisionUniSideBridge(const BridgeServiceProvisioning* bridgeProv);
     bool unsetPbitData(const BridgeServiceProvisioning* bridgeProv);
 
@@ -245,8 +248,8 @@ public:
                                      unsigned short gemPortIndex);
     void setMcastGemInfo(int gemPortId, int gemPortIndex);
     void getMcastGemInfo(int* gemPortId, int* gemPortIndex);
-    // Rewrites the multicast proxy's file and reloads the proxy: the reload's status, -1 when a file cannot be opened.
-    // Called by the link monitor thread.
+    // Rewrites the multicast proxy's file and reloads the proxy: the reload's status, -1 when a file cannot be opened
+    // or written. Called by the link monitor thread.
     static int updateMcpdConf();
     void setProtocolNumber(unsigned char protocol);
 

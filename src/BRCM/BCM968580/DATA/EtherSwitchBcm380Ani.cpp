@@ -53,7 +53,8 @@ std::uint8_t usableEntries(std::uint8_t numberOfEntries, unsigned int decodedByt
 }
 
 void decodeTciList(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record, VlanTciFilterInfo_t& info) {
-    info.numberOfEntries = static_cast<std::uint8_t>(record.numberOfEntries + 1);
+    const auto named = static_cast<std::uint8_t>(record.numberOfEntries + 1);
+    info.numberOfEntries = named;
     info.forwardOperation = record.forwardOperation;
     info.entries = nullptr;
 
@@ -61,14 +62,14 @@ void decodeTciList(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& r
     unsigned int length = 0;
     if (engine.hexStringToBinaryBuf(tciText(record).c_str(), &bytes, &length) == 0) {
         const std::unique_ptr<unsigned char, FreeMemory> owned(bytes);
-        if (info.numberOfEntries != 0) {
-            info.numberOfEntries = usableEntries(info.numberOfEntries, length);
+        if (named != 0) {
+            info.numberOfEntries = usableEntries(named, length);
             engine.getTagFilters(bytes, info.numberOfEntries, &info);
         } else {
             std::printf("No vlaTciEntries recevied!!!");
         }
     }
-    std::printf("numberOfEntries:%u, forwardOperation:0x%x", info.numberOfEntries, info.forwardOperation);
+    std::printf("numberOfEntries:%u, forwardOperation:0x%x", named, info.forwardOperation);
 }
 
 bool filtersOnVlans(std::uint8_t trafficModel) {

@@ -18,7 +18,7 @@ public:
     void addHostFlow(const char* mac);
     void deleteHostFlowClass();
 
-    // Ingress queue: frames for this MAC address are kept when the CPU is busy. Logged, but for the key mask.
+    // Ingress queue: frames for this MAC address are kept when the CPU is busy. Logged, but for addKeyMask.
     int addKeyMask();  // the status of the last command
     void removeKeyMask();
     void addKey(const char* mac);
