@@ -54,7 +54,9 @@ int main(int argc, char** argv) {
     fault_sweep::SweepOptions options;
     std::vector<std::string> arguments;
     app.add_option("SCENARIO", arguments, "scenario files, or directories of them")->required();
-    app.add_option("--every", options.every, "fail only each so many calls")->check(CLI::PositiveNumber);
+    app.add_option("--every", options.every, "fail only each so many calls; the last one counts")
+        ->check(CLI::PositiveNumber)
+        ->take_last();
     app.add_option("--jobs", options.jobs, "processes at a time")->check(CLI::PositiveNumber);
     app.add_option("--timeout", options.timeoutSeconds, "seconds after which a run hangs")->check(CLI::PositiveNumber);
     app.add_option("--code", options.code, "what the failing call answers, or its errno");
