@@ -43,16 +43,12 @@ Usage usage() {
     return now;
 }
 
-// What a daemon does once in its life.
-bool isStart(const vorn_onu::Step& step) {
-    return step.name == "vorn_omci_hal_init" || step.name == "VornBrcmHal::createAlarmStatsThread";
-}
-
 // Each cycle meets a new board: what the virtual ONU itself remembers (trace, shell commands) is not the library's.
 void cycle(const vorn_onu::Scenario& scenario, const vorn_onu::Scenario& takeDown, vorn_onu::RunContext& context,
            bool first) {
     for (const auto& step : scenario.steps)
-        if (step.kind == "board" || (step.kind == "call" && (first || !isStart(step)))) step.run(context);
+        if (step.kind == "board" || (step.kind == "call" && (first || !fault_sweep::startsThread(step))))
+            step.run(context);
     for (const auto& step : takeDown.steps)
         if (fault_sweep::isDue(step)) step.run(context);
     VirtualOnu::instance().reset();

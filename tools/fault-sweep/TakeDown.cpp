@@ -93,4 +93,8 @@ bool isDue(const vorn_onu::Step& removal) {
     return true;
 }
 
+bool startsThread(const vorn_onu::Step& step) {
+    return step.name == "vorn_omci_hal_init" || step.name == "VornBrcmHal::createAlarmStatsThread";
+}
+
 }  // namespace fault_sweep

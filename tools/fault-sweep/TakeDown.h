@@ -15,6 +15,9 @@ vorn_onu::Scenario takeDownOf(const std::string& scenarioFile, const std::string
 // next provisioning. A daemon removes what it has, and so does the sweep.
 bool isDue(const vorn_onu::Step& removal);
 
+// What a daemon does once in its life, however often it provisions.
+bool startsThread(const vorn_onu::Step& step);
+
 }  // namespace fault_sweep
 
 #endif

@@ -60,10 +60,6 @@ Lines without(const Lines& all, const Lines& taken) {
     return rest;
 }
 
-bool startsThread(const vorn_onu::Step& step) {
-    return step.name == "vorn_omci_hal_init" || step.name == "VornBrcmHal::createAlarmStatsThread";
-}
-
 class Trial {
 public:
     Trial(const Subject& subject, Findings& findings)

@@ -26,8 +26,8 @@ extern std::map<vlanRuleKey, std::unique_ptr<VLAN_RULE_MAP_ENTRY>> m_VLAN_RULE_M
 
 // EtherSwitchBcm380Ani.cpp
 extern std::map<std::uint16_t, std::uint16_t> tGemPortMap;  // GEM port id to GEM index
-extern std::map<std::uint16_t, std::map<std::uint16_t, std::set<std::uint8_t>>>
-    gemPortPbitToQMap;  // GEM port, queue, p-bits
+// GEM port, queue, p-bits
+extern std::map<std::uint16_t, std::map<std::uint16_t, std::set<std::uint8_t>>> gemPortPbitToQMap;
 constexpr std::uint16_t kNoGemPort = 65535;
 constexpr std::uint16_t kUnusedGemPort = 4095;  // the OLT's "no port" of some profiles
 extern std::array<std::uint16_t, 8> xgemPortIdForPbit;

@@ -116,8 +116,7 @@ public:
     bool flushUniSideVlanRules(unsigned short bridgeId, unsigned short uniPort);
     bool flushAniSideVlanRules(unsigned short bridgeId, unsigned short gemPortId);
 
-    // ---- ANI-side tag rules (EtherSwitchBcm380Ani.cpp, EtherSwitchBcm380AniRules.cpp, EtherSwitchBcm380ExtVlan.cpp)
-    // ----
+    // ---- ANI-side tag rules (EtherSwitchBcm380Ani.cpp, …AniRules.cpp, …ExtVlan.cpp) ----
 
     // 0 for a traffic model above 6 or a null record, multicastService in the multicast case, else 1.
     int configureAniTagRules(const BridgeServiceProvisioning* bridgeProv);
