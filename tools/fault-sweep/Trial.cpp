@@ -4,6 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <exception>
+#include <filesystem>
 #include <iterator>
 #include <mutex>
 #include <set>
@@ -46,6 +47,11 @@ void settle(const VirtualOnu& onu) {
     }
 }
 
+long openDescriptors() {
+    const std::filesystem::directory_iterator all("/proc/self/fd");
+    return std::distance(begin(all), end(all));
+}
+
 Lines sortedLines(const std::string& text) {
     Lines lines;
     std::istringstream stream(text);
@@ -72,6 +78,7 @@ public:
         call_ = call;
         onu_.reset();
         newBoard_ = sortedLines(onu_.stateText());
+        const long descriptors = openDescriptors();
         if (call != 0) {
             onu_.failCall(call, code);
             onu_.onTrace([this, call](const virtual_onu::TraceEntry& entry) {
@@ -94,6 +101,8 @@ public:
             compareStates(subject_.freshStates, subject_.usedStates, statesAgain);
         takeDown("taken down again");
         if (onu_.openDescriptors() != 0) problem("a device file was left open");
+        // The HAL's threads keep theirs, and may be reading a file just now.
+        if (!threads_ && openDescriptors() > descriptors) problem("a descriptor was left open");
         if (call != 0) return;
         findings_.freshStates = std::move(states);
         findings_.usedStates = std::move(statesAgain);
