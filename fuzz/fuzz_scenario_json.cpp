@@ -4,7 +4,7 @@
 #include <string>
 
 #include "Fuzz.h"
-#include "Scenario.h"
+#include "scenario/Scenario.h"
 
 int LLVMFuzzerInitialize(int*, char***) {
     silence();

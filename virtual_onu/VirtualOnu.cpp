@@ -6,9 +6,9 @@
 #include <nlohmann/json.hpp>
 
 #include "Core.h"
-#include "DataPath.h"
 #include "Facilities.h"
-#include "Network.h"
+#include "frames/DataPath.h"
+#include "kernel/Network.h"
 
 namespace virtual_onu {
 

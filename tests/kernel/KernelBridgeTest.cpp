@@ -10,7 +10,7 @@
 #include <fstream>
 #include <thread>
 
-#include "BridgeContract.h"
+#include "bridge/BridgeContract.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "Scenario.h"
+#include "scenario/Scenario.h"
 
 namespace fault_sweep {
 

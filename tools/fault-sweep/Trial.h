@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "Scenario.h"
+#include "scenario/Scenario.h"
 
 namespace fault_sweep {
 

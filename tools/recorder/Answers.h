@@ -5,8 +5,8 @@
 #include <cstring>
 #include <string>
 
-#include "Field.h"
 #include "Recording.h"
+#include "scenario/fields/Field.h"
 
 namespace recorder {
 

@@ -10,7 +10,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "Field.h"
+#include "scenario/fields/Field.h"
 
 namespace recorder {
 

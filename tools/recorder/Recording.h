@@ -11,7 +11,7 @@
 #include <mutex>
 #include <string>
 
-#include "Problem.h"
+#include "scenario/fields/Problem.h"
 
 namespace recorder {
 

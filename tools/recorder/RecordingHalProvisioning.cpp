@@ -1,8 +1,8 @@
 // Provisioning: operations with records, and those that make bridges and the VEIP.
 #include "Answers.h"
-#include "RecordFields.h"
 #include "RecordingHal.h"
 #include "hal/ProvisioningRecords.h"
+#include "scenario/operations/RecordFields.h"
 
 namespace recorder {
 

@@ -5,7 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "Commands.h"
+#include "commands/Commands.h"
 
 namespace {
 

@@ -18,13 +18,13 @@
 extern std::atomic<int> omciAction;
 extern std::atomic<int> omciServiceCount;
 
-// EtherSwitchBcm380Bridge.cpp: bridge id to UNI port.
+// Bridge.cpp: bridge id to UNI port.
 extern std::map<std::uint32_t, std::uint32_t> m_BridgeIdToUniId;
 
-// EtherSwitchBcm380RuleMap.cpp: every rule that the engine has installed.
+// RuleMap.cpp: every rule that the engine has installed.
 extern std::map<vlanRuleKey, std::unique_ptr<VLAN_RULE_MAP_ENTRY>> m_VLAN_RULE_MAP_ENTRY;
 
-// EtherSwitchBcm380Ani.cpp
+// ani/AniService.cpp
 extern std::map<std::uint16_t, std::uint16_t> tGemPortMap;  // GEM port id to GEM index
 // GEM port, queue, p-bits
 extern std::map<std::uint16_t, std::map<std::uint16_t, std::set<std::uint8_t>>> gemPortPbitToQMap;
@@ -34,15 +34,15 @@ extern std::array<std::uint16_t, 8> xgemPortIdForPbit;
 extern std::array<std::uint16_t, 8> xgemUpstremQueueForPbit;
 extern std::uint8_t protocolNumber;  // of the last service configured; 2 is IGMP
 
-// EtherSwitchBcm380Multicast.cpp
+// ani/Multicast.cpp
 extern std::atomic<std::uint8_t> mcast;  // 1 while a multicast service is being set up
 extern std::int32_t mcastGemPortId;
 extern std::int32_t mcastGemPortIndex;
 
-// EtherSwitchBcm380AniRemoval.cpp: first rule id of the multicast service last taken down.
+// ani/AniRemoval.cpp: first rule id of the multicast service last taken down.
 extern std::int16_t m_aniTagRuleId;
 
-// EtherSwitchBcm380DataProv.cpp: VLAN model marks of a UNI port.
+// uni/UniProvisioning.cpp: VLAN model marks of a UNI port.
 extern std::map<std::uint32_t, bool> m_dscpConfigInfo;
 extern std::map<std::uint32_t, bool> m_cTagConfigInfo;
 

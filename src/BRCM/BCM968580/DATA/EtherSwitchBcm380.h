@@ -70,7 +70,7 @@ public:
     // free and *binaryLen is as it was.
     int hexStringToBinaryBuf(const char* hexStr, unsigned char** binaryBuf, unsigned int* binaryLen);
 
-    // ---- Bridges (EtherSwitchBcm380Bridge.cpp) ----
+    // ---- Bridges (Bridge.cpp) ----
 
     // uniPort 0: the bridge with its ANI devices; else the UNI's VLAN device on that bridge (uniPort counts from 1), or
     // with isIpHost the IP host's VLAN device on the bridge itself. The first call makes "br0" with sid0 to sid7.
@@ -86,7 +86,7 @@ public:
     bool deleteBridgeInterface(unsigned short bridgeId);
     bool deleteUniInterface(unsigned short bridgeId, unsigned short uniPort);
 
-    // ---- VLAN rule map (EtherSwitchBcm380RuleMap.cpp) ----
+    // ---- VLAN rule map (RuleMap.cpp) ----
 
     bool findVlanRuleMapEntry(const char* ifName, unsigned short phyId);
     // *entry is written only when found and stays the map's.
@@ -116,7 +116,7 @@ public:
     bool flushUniSideVlanRules(unsigned short bridgeId, unsigned short uniPort);
     bool flushAniSideVlanRules(unsigned short bridgeId, unsigned short gemPortId);
 
-    // ---- ANI-side tag rules (EtherSwitchBcm380Ani.cpp, …AniRules.cpp, …ExtVlan.cpp) ----
+    // ---- ANI-side tag rules (ani/AniService.cpp, AniRules.cpp, ExtVlan.cpp) ----
 
     // 0 for a traffic model above 6 or a null record, multicastService in the multicast case, else 1.
     int configureAniTagRules(const BridgeServiceProvisioning* bridgeProv);
@@ -158,7 +158,7 @@ public:
     int insertExtVlanDsTagRules(const BridgeServiceProvisioning* bridgeProv, std::uint16_t uniPort,
                                 std::uint16_t gemPortIndex, char* devIfc, char* vlanIfc);
 
-    // ---- UNI-side extended VLAN tagging and its removal (EtherSwitchBcm380DataProv.cpp and its neighbours) ----
+    // ---- UNI-side extended VLAN tagging and its removal (uni/) ----
 
     bool configureUniInterface(const UniDataProvisioning* uniProv);
     bool configureUniTagRules(const UniDataProvisioning* uniProv);
@@ -187,14 +187,14 @@ public:
     bool deprovisionUniSideBridge(const BridgeServiceProvisioning* bridgeProv);
     bool unsetPbitData(const BridgeServiceProvisioning* bridgeProv);
 
-    // ---- ANI-side removal (EtherSwitchBcm380AniRemoval.cpp) ----
+    // ---- ANI-side removal (ani/AniRemoval.cpp) ----
 
     int unsetPbitToGemTable(unsigned short bridgeId);
     int unsetPbitToQueue(unsigned short bridgeId);
     bool unsetDscpToPbitsTable(char* uniName);
     bool deprovisionAniSideBridge(const BridgeServiceProvisioning* bridgeProv);
 
-    // ---- Gateway link (EtherSwitchBcm380Cms.cpp) ----
+    // ---- Gateway link (gateway/Cms.cpp) ----
 
     // Connects to the message bus and starts the listener thread. 0, the bus's error code, or -1 for the timer layer.
     int omcid_initCms();
@@ -212,7 +212,7 @@ public:
     int omciServiceCreateMapEntry(OMCI_SERVICE_MAP_ENTRY* entry);
     int omciServiceDeleteMapEntry(int phyId, const char* ifName, int vlanId, int pbit);
 
-    // ---- VEIP (EtherSwitchBcm380Veip.cpp) ----
+    // ---- VEIP (gateway/Veip.cpp) ----
 
     int getVeipVlanName(char* name);
     int createVeipVlanInterface();
@@ -228,7 +228,7 @@ public:
     int removeVeipInterface();
     int rule_teardownVeipVlanInterface(bool deleteIfc);
 
-    // ---- IP host (EtherSwitchBcm380IpHost.cpp) ----
+    // ---- IP host (iphost/IpHost.cpp) ----
 
     bool provisionIpHostStatic(const IpHostProvision* rec);
     bool provisionIpHostDynamic(const IpHostProvision* rec);
@@ -241,7 +241,7 @@ public:
     static int numServices;     // provisioned IP hosts; may fall below 0 when removals outnumber provisions
     std::uint16_t iPhost_Stag;  // the IP host's S-tag; 65535: none
 
-    // ---- Multicast (EtherSwitchBcm380Multicast.cpp) ----
+    // ---- Multicast (ani/Multicast.cpp) ----
 
     int configureDsMcastIngress_rule(const BridgeServiceProvisioning* bridgeProv, unsigned short uniPort,
                                      unsigned short gemPortIndex);

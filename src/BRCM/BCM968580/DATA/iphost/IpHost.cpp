@@ -1,0 +1,256 @@
+// The ONU's own management IP host: an interface on a bridge with a static address and a routing table of its own, or
+// with a DHCP client, or merely a port of the shared bridge.
+#include <algorithm>
+#include <cstdio>
+#include <string>
+
+#include "BRCM/BCM968580/DATA/EngineState.h"
+#include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
+#include "BRCM/BCM968580/DATA/TagRule.h"
+#include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
+#include "hal/Text.h"
+#include "platform/logger.h"
+
+int EtherSwitchBcm380::numServices = 0;
+
+namespace {
+
+constexpr const char* kFirstMacFile = "/proc/driver/i2c/first_mac";
+constexpr const char* kDhcpInterfaceFile = "/tmp/dhclient_interface";
+constexpr std::size_t kMacTextLength = 17;
+constexpr std::uint16_t kNoStag = 65535;
+
+struct IpHostNames {
+    explicit IpHostNames(const IpHostProvision& rec)
+        : bridge("%s%d", "br", rec.bridgeId), interface("%s.%d", bridge.get(), rec.uniPort) {}
+    DeviceName bridge;
+    DeviceName interface;
+};
+
+// The board's first MAC address: one line of at most 17 characters; empty when the file is missing or blank.
+std::string readFirstMac() {
+    char line[kMacTextLength + 1] = {};
+    if (std::FILE* file = std::fopen(kFirstMacFile, "r")) {
+        if (std::fgets(line, sizeof line, file) == nullptr) line[0] = '\0';
+        std::fclose(file);
+    }
+    std::string text(line);
+    text.erase(std::find_if(text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }), text.end());
+    return text.find_first_not_of(" \t") == std::string::npos ? std::string() : text;
+}
+
+// What may stand in a shell command: addresses are made of hexadecimal digits, dots and colons, or are empty.
+bool isAddressText(const std::string& text) {
+    return text.find_first_not_of("0123456789abcdefABCDEF.:") == std::string::npos;
+}
+
+struct CheckedText {
+    const char* field;
+    const std::string& text;
+};
+
+// Refuses a text that must not reach a shell, with one log line that names the field.
+template <std::size_t Count>
+bool areAddressTexts(const char* operation, const CheckedText (&texts)[Count]) {
+    for (const CheckedText& checked : texts) {
+        if (isAddressText(checked.text)) continue;
+        Logger::getInstance(kLogModule)
+            ->writeToLog(0, operation, kDataProvSource, __LINE__, kLogError, "IP host refused: %s is no address\n",
+                         checked.field);
+        return false;
+    }
+    return true;
+}
+
+bool isSafeRecord(const char* operation, const IpHostProvision& rec) {
+    return areAddressTexts(operation, {{"ipAddress", rec.ipAddress},
+                                       {"subnetMask", rec.subnetMask},
+                                       {"gateway", rec.gateway},
+                                       {"macAddress", rec.macAddress}});
+}
+
+bool isSafeFirstMac(const char* operation, const std::string& firstMac) {
+    return areAddressTexts(operation, {{"first MAC of the board", firstMac}});
+}
+
+// Removes the IP host's S-tag from downstream frames and hands them to the bridge's ANI VLAN device.
+void insertStagPopRule(EtherSwitchBcm380& engine, const char* operation, const IpHostProvision& rec,
+                       const IpHostNames& names) {
+    Logger::getInstance(kLogModule)
+        ->writeToLog(0, operation, kDataProvSource, __LINE__, kLogTrace,
+                     "IPHOST vlanInterface:%s for bridgeId:%u iPhost_Stag:%u", names.interface.get(), rec.bridgeId,
+                     engine.iPhost_Stag);
+    if (engine.iPhost_Stag >= kNoStag) return;
+
+    DeviceName aniName;
+    DeviceName aniVirtualName;
+    engine.getInterfaceName(PHY_GPON, rec.bridgeId, aniName.get());
+    engine.getVirtualInterfaceName(PHY_GPON, rec.bridgeId, rec.bridgeId, aniVirtualName.get());
+    std::uint32_t tagRuleId = VLANCTL_DONT_CARE;
+    {
+        const VlanCtlSession session;
+        TagRule rule;
+        rule.bind(VLANCTL_DIRECTION_RX, aniVirtualName.get()).filterVid(engine.iPhost_Stag, 0).pop();
+        Logger::getInstance(kLogModule)
+            ->writeToLog(
+                0, operation, kDataProvSource, __LINE__, kLogTrace,
+                "IPHOST inserting PoP rule aniInterfaceName:%s aniVirtualName: %s for bridgeId:%u iPhost_Stag: %u",
+                aniName.get(), aniVirtualName.get(), rec.bridgeId, engine.iPhost_Stag);
+        tagRuleId = rule.insert({aniName.get(), VLANCTL_DIRECTION_RX, 1, VLANCTL_POSITION_FRONT});
+    }
+    // Kept: recorded under the bridge and the UNI port, not under the ANI device; nothing takes the rule out again.
+    engine.insertVlanRuleMapEntry(names.bridge.get(), rec.uniPort, VLANCTL_DIRECTION_RX, 1, tagRuleId);
+}
+
+// The MAC address that the runner delivers to the CPU: the board's first one, else the record's. False when the board's
+// must not reach a shell.
+bool getRoutedMac(const char* operation, const IpHostProvision& rec, std::string* mac) {
+    *mac = readFirstMac();
+    if (!isSafeFirstMac(operation, *mac)) return false;
+    if (mac->empty()) *mac = rec.macAddress.substr(0, kMacTextLength);
+    return true;
+}
+
+void deliverToCpu(IpHostCommands& commands, const char* routedMac) {
+    commands.setRoutedMac(routedMac);
+    commands.createHostFlowClass();
+    commands.addHostFlow(routedMac);
+    commands.addKey(routedMac);
+}
+
+void joinSharedBridge(EtherSwitchBcm380& engine, IpHostCommands& commands, const char* bridgeName,
+                      const IpHostProvision& rec) {
+    commands.downForSharedBridge(bridgeName);
+    commands.deleteForSharedBridge(bridgeName);
+    DeviceName aniVirtualName;
+    engine.getVirtualInterfaceName(PHY_GPON, rec.bridgeId, rec.bridgeId, aniVirtualName.get());
+    commands.joinSharedBridge(aniVirtualName.get());
+}
+
+void announce(EtherSwitchBcm380& engine, const char* ifName, const IpHostProvision& rec, const char* routedMac) {
+    unsigned char mac[6] = {};
+    // What does not parse stays zero.
+    // NOLINTBEGIN(cert-err34-c)
+    [[maybe_unused]] const int parsed =
+        std::sscanf(routedMac, "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx", &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5]);
+    // NOLINTEND(cert-err34-c)
+    engine.sendArp(ifName, rec.ipAddress.c_str(), rec.gateway.c_str(), mac);
+}
+
+}  // namespace
+
+bool EtherSwitchBcm380::provisionIpHostStatic(const IpHostProvision* rec) {
+    if (rec == nullptr || !isSafeRecord(__func__, *rec) || !isSafeFirstMac(__func__, readFirstMac())) return false;
+    ++numServices;
+    Logger::getInstance(kLogModule)
+        ->writeToLog(0, __func__, kDataProvSource, __LINE__, kLogError, "PROVISION IP HOST STATIC \n");
+    IpHostNames names(*rec);
+    if (rec->useSharedBridge == 0) {
+        if (!configureBridge(rec->bridgeId, rec->uniPort, true)) {
+            Logger::getInstance(kLogModule)
+                ->writeToLog(0, __func__, kDataProvSource, __LINE__, kLogError,
+                             "Failed to configure UNI Vlan and update to Bridge!!!");
+        }
+        insertUniAllowAllTxRxRules(names.bridge.get(), names.interface.get(), rec->uniPort);
+    }
+    insertStagPopRule(*this, __func__, *rec, names);
+    if (numServices == 1) addIngressQueueKeyMask();
+    activateIpv4InterfaceStatic(names.interface.get(), names.bridge.get(), rec);
+    return true;
+}
+
+bool EtherSwitchBcm380::provisionIpHostDynamic(const IpHostProvision* rec) {
+    if (rec == nullptr || !isSafeRecord(__func__, *rec) || !isSafeFirstMac(__func__, readFirstMac())) return false;
+    ++numServices;
+    Logger::getInstance(kLogModule)
+        ->writeToLog(0, __func__, kDataProvSource, __LINE__, kLogError,
+                     "DYNAMIC IPHOST PROVISIONING Received with allocId:%u, gemId:%u, ipOptions:%u, BridgeId(%u), "
+                     "UniPort(%u), NniPort(%u)",
+                     rec->allocId, rec->gemId, rec->ipOptions, rec->bridgeId, rec->uniPort, 0U);
+    IpHostNames names(*rec);
+    if (rec->useSharedBridge == 0) {
+        if (!configureBridge(rec->bridgeId, rec->uniPort, true)) {
+            std::printf("Failed to configure UNI Vlan and update to Bridge!!!");
+        }
+        insertUniAllowAllTxRxRules(names.bridge.get(), names.interface.get(), rec->uniPort);
+    }
+    insertStagPopRule(*this, __func__, *rec, names);
+    if (numServices == 1) addIngressQueueKeyMask();
+    activateIpv4InterfaceDynamic(names.interface.get(), names.bridge.get(), rec);
+    return true;
+}
+
+int EtherSwitchBcm380::addIngressQueueKeyMask() {
+    return IpHostCommands(*this).addKeyMask();
+}
+
+bool EtherSwitchBcm380::activateIpv4InterfaceStatic(const char* ifName, const char* bridgeName,
+                                                    const IpHostProvision* rec) {
+    if (ifName == nullptr || bridgeName == nullptr || rec == nullptr || !isSafeRecord(__func__, *rec)) return false;
+    std::string routedMac;
+    if (!getRoutedMac(__func__, *rec, &routedMac)) return false;
+    const char* mac = routedMac.c_str();
+    const char* address = rec->ipAddress.c_str();
+
+    IpHostCommands commands(*this);
+    deliverToCpu(commands, mac);
+    if (rec->useSharedBridge != 0) {
+        joinSharedBridge(*this, commands, bridgeName, *rec);
+        return true;
+    }
+    commands.upWithMac(bridgeName, mac);
+    commands.upWithAddress(ifName, address, rec->subnetMask.c_str(), mac);
+    DeviceName aniVirtualName;
+    getVirtualInterfaceName(PHY_GPON, rec->bridgeId, rec->bridgeId, aniVirtualName.get());
+    commands.upWithMac(aniVirtualName.get(), mac);
+
+    commands.deleteRoutingRule(address);
+    commands.addRoutingRule(address);
+    commands.replaceDefaultRoute(rec->gateway.c_str(), ifName);
+    announce(*this, ifName, *rec, mac);
+    return true;
+}
+
+bool EtherSwitchBcm380::activateIpv4InterfaceDynamic(const char* ifName, const char* bridgeName,
+                                                     const IpHostProvision* rec) {
+    if (ifName == nullptr || bridgeName == nullptr || rec == nullptr || !isSafeRecord(__func__, *rec)) return false;
+    std::string routedMac;
+    if (!getRoutedMac(__func__, *rec, &routedMac)) return false;
+    const char* mac = routedMac.c_str();
+
+    IpHostCommands commands(*this);
+    deliverToCpu(commands, mac);
+    if (rec->useSharedBridge != 0) {
+        joinSharedBridge(*this, commands, bridgeName, *rec);
+        return true;
+    }
+    commands.upWithMac(bridgeName, mac);
+    commands.upWithMtu(ifName, mac);
+    commands.startDhcpClient(ifName);
+    return true;
+}
+
+bool EtherSwitchBcm380::deprovisionIpHost(const IpHostProvision* rec) {
+    if (rec == nullptr || !isSafeRecord(__func__, *rec)) return false;
+    Logger::getInstance(kLogModule)
+        ->writeToLog(0, __func__, kDataProvSource, __LINE__, kLogError,
+                     "DEPROVISION IPHOST Recevied for allocId:%u, gemId:%u bridgeId:%u uniportid:%u", rec->allocId,
+                     rec->gemId, rec->bridgeId, rec->uniPort);
+    const IpHostNames names(*rec);
+    IpHostCommands commands(*this);
+    commands.downForRemoval(names.bridge.get());
+    commands.deleteForRemoval(names.bridge.get());
+    // Kept: the record's MAC address, even when provisioning used the board's first one.
+    commands.removeKey(rec->macAddress.c_str());
+    if (numServices < 2) {
+        commands.deleteHostFlowClass();
+        commands.removeKeyMask();
+    }
+    --numServices;
+    commands.killDhcpClient(names.interface.get());
+    if (std::FILE* file = std::fopen(kDhcpInterfaceFile, "w")) {
+        std::fputc('\n', file);
+        std::fclose(file);
+    }
+    return true;
+}

@@ -1,0 +1,160 @@
+#include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
+
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "BRCM/BCM968580/DATA/EngineState.h"
+#include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
+#include "hal/Text.h"
+#include "platform/logger.h"
+
+namespace {
+
+constexpr const char* kConfig = "IPHost config";
+constexpr const char* kDeconfig = "IPHost deconfig";
+constexpr int kMtu = 1500;
+constexpr int kRoutingTable = 12;
+
+constexpr char kAddKeyMask[][64] = {
+    "iq disable",
+    "iq flush",
+    "iq addkeymask --dstmac --maskprio 12",
+    "iq enable",
+};
+
+// A command that was cut could mean something else.
+bool isWhole(const CommandText& command) {
+    if (!command.cut()) return true;
+    Logger::getInstance(kLogModule)
+        ->writeToLog(0, "IpHostCommands", kDataProvSource, __LINE__, kLogError, "Command is too long: %.40s...\n",
+                     command.get());
+    return false;
+}
+
+void runLogged(EtherSwitchBcm380& engine, const char* label, const CommandText& command) {
+    if (isWhole(command)) engine.runSystemCommand(label, command.get());
+}
+
+void runUnlogged(const CommandText& command) {
+    if (!isWhole(command)) return;
+    [[maybe_unused]] const int status = std::system(command.get());
+}
+
+}  // namespace
+
+// ---- runner ----
+
+void IpHostCommands::setRoutedMac(const char* mac) {
+    runLogged(engine_, kConfig, CommandText("bs /b/c ip_class routed_mac[0]=%s", mac));
+}
+
+void IpHostCommands::createHostFlowClass() {
+    runLogged(engine_, kConfig,
+              CommandText("bs /bdmf/new ingress_class/dir=ds,index=10,cfg={type=flow,fields=dst_mac,prty=10}"));
+}
+
+void IpHostCommands::addHostFlow(const char* mac) {
+    runLogged(
+        engine_, kConfig,
+        CommandText("bs /bdmf/attr/add ingress_class/dir=ds,index=10 flow string key={dst_mac=%s},result={action=host}",
+                    mac));
+}
+
+void IpHostCommands::deleteHostFlowClass() {
+    runLogged(engine_, kDeconfig, CommandText("bs /b/d ingress_class/dir=ds,index=10"));
+}
+
+// ---- ingress queue ----
+
+int IpHostCommands::addKeyMask() {
+    int status = 0;
+    for (const char* command : kAddKeyMask) status = std::system(command);
+    return status;
+}
+
+void IpHostCommands::removeKeyMask() {
+    runLogged(engine_, "Ingress QoS remove key mask", CommandText("iq remkeymask --dstmac"));
+}
+
+void IpHostCommands::addKey(const char* mac) {
+    runLogged(engine_, "Ingress QoS addkey", CommandText("iq addkey --dstmac %s --prio 1", mac));
+}
+
+void IpHostCommands::removeKey(const char* mac) {
+    runLogged(engine_, "Ingress Queue remkey", CommandText("iq remkey --dstmac %s", mac));
+}
+
+// ---- devices and bridges ----
+
+void IpHostCommands::downForSharedBridge(const char* bridge) {
+    runLogged(engine_, "IPHost bridge down", CommandText("ifconfig %s down 2>/dev/null", bridge));
+}
+
+void IpHostCommands::deleteForSharedBridge(const char* bridge) {
+    runLogged(engine_, "IPHost delete bridge", CommandText("brctl delbr %s", bridge));
+}
+
+void IpHostCommands::joinSharedBridge(const char* device) {
+    runLogged(engine_, "IPHost add to shared bridge brv", CommandText("brctl addif brv %s", device));
+}
+
+void IpHostCommands::downForRemoval(const char* bridge) {
+    runLogged(engine_, kDeconfig, CommandText("ifconfig %s down 2>/dev/null", bridge));
+}
+
+void IpHostCommands::deleteForRemoval(const char* bridge) {
+    runLogged(engine_, kDeconfig, CommandText("brctl delbr %s  2>/dev/null", bridge));
+}
+
+void IpHostCommands::upWithMac(const char* device, const char* mac) {
+    runLogged(engine_, kConfig, CommandText("ifconfig %s hw ether %s up 2>/dev/null", device, mac));
+}
+
+void IpHostCommands::upWithMtu(const char* device, const char* mac) {
+    runLogged(engine_, kConfig, CommandText("ifconfig %s mtu %d hw ether %s up 2>/dev/null", device, kMtu, mac));
+}
+
+// Kept: the host's own address is its broadcast address.
+void IpHostCommands::upWithAddress(const char* device, const char* address, const char* mask, const char* mac) {
+    runLogged(engine_, kConfig,
+              CommandText("ifconfig %s %s netmask %s broadcast %s mtu %d hw ether %s up 2>/dev/null", device, address,
+                          mask, address, kMtu, mac));
+}
+
+// ---- routing ----
+
+void IpHostCommands::deleteRoutingRule(const char* address) {
+    runUnlogged(CommandText("ip rule del from %s table %d 2>/dev/null", address, kRoutingTable));
+}
+
+void IpHostCommands::addRoutingRule(const char* address) {
+    runUnlogged(CommandText("ip rule add from %s table %d 2>/dev/null", address, kRoutingTable));
+}
+
+void IpHostCommands::replaceDefaultRoute(const char* gateway, const char* device) {
+    runUnlogged(
+        CommandText("ip route replace default via %s dev %s table %d 2>/dev/null", gateway, device, kRoutingTable));
+}
+
+// ---- DHCP client ----
+
+void IpHostCommands::startDhcpClient(const char* device) {
+    runLogged(engine_, "running script", CommandText("dhcpc -i %s -B -l 3600  &", device));
+}
+
+void IpHostCommands::killDhcpClient(const char* device) {
+    std::FILE* list = popen(CommandText("ps |grep %s", device).get(), "r");
+    if (list == nullptr) return;
+    char line[1024] = {};
+    if (std::fgets(line, sizeof line, list) != nullptr && std::strstr(line, "dhcpc") != nullptr) {
+        const long pid = std::strtol(line, nullptr, 10);
+        // Process 0 and negative numbers would be whole process groups.
+        if (pid > 0 && pid <= INT_MAX) {
+            std::printf("killing process pid=%d", static_cast<int>(pid));
+            runLogged(engine_, kDeconfig, CommandText("kill -9 %d", static_cast<int>(pid)));
+        }
+    }
+    pclose(list);
+}

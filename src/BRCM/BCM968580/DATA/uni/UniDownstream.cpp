@@ -1,0 +1,221 @@
+// The downstream rule of a UNI's row: it filters on what the upstream rule wrote and gives the frame back the tags that
+// it had at the UNI.
+#include <cstdio>
+
+#include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
+#include "BRCM/BCM968580/DATA/TagRule.h"
+#include "BRCM/BCM968580/DATA/uni/UniTagging.h"
+
+using namespace uni_tagging;
+
+namespace {
+
+constexpr std::uint32_t kHighestRestoredEtherTypeCode = 3;  // Kept: the PPPoE session type is not written back
+
+std::uint32_t bindDownstream(TagRule& rule, const char* vlanIfc, bool isIpHost) {
+    const std::uint32_t direction = isIpHost ? VLANCTL_DIRECTION_RX : VLANCTL_DIRECTION_TX;
+    rule.bind(direction, vlanIfc);
+    if (isIpHost) {
+        std::printf("IPHost:%s RX[%u] Direction set!!", vlanIfc, direction);
+    } else {
+        std::printf("vlanInterface:%s TX[%u] Direction set!!", vlanIfc, direction);
+    }
+    return direction;
+}
+
+void filterTreatedTag(TagRule& rule, const VlanTagFilter_t& treatment, std::uint32_t tag) {
+    if (treatment.prio <= kLastPrio) rule.filterPbits(treatment.prio, tag);
+    if (treatment.vlanId <= kLastVid) rule.filterVid(treatment.vlanId, tag);
+}
+
+void filterTreatedPair(TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint32_t outputTpid) {
+    const VlanTagFilter_t& outer = row.outer_treatment;
+    const VlanTagFilter_t& inner = row.inner_treatment;
+    std::printf("filter outer...priority:%d, vlanId:%d, tpid_de:%d", outer.prio, outer.vlanId,
+                static_cast<int>(outer.tpid_de));
+    filterTreatedTag(rule, outer, kOuterTag);
+    rule.filterTpid(tpidTreatmentOf(outer.tpid_de, outputTpid), kOuterTag);
+    std::printf("filter inner...priority:%d, vlanId:%d, tpid_de:%d", inner.prio, inner.vlanId,
+                static_cast<int>(inner.tpid_de));
+    filterTreatedTag(rule, inner, kInnerTag);
+    rule.filterTpid(tpidTreatmentOf(inner.tpid_de, outputTpid), kInnerTag);
+}
+
+// What the treatment copied is known from the inner filter; its values are handed on without a bound.
+void filterTreatedLoneTag(TagRule& rule, const VlanExtVlanTagOper_t& row, VlanTagAction tagAction,
+                          std::uint32_t outputTpid) {
+    const VlanTagFilter_t& treatment = row.inner_treatment;
+    const bool copies = copiesInnerTag(row, tagAction);
+    std::printf("inner treatment...priority:%d, vlanId:%d, tpid_de:%d", treatment.prio, treatment.vlanId,
+                static_cast<int>(treatment.tpid_de));
+    if (treatment.prio <= kLastPrio) {
+        rule.filterPbits(treatment.prio, kOuterTag);
+    } else if (treatment.prio == kPrioFromInner) {
+        std::printf("inner treatment priority...");
+        if (copies) rule.filterPbits(row.inner_filter.prio, kOuterTag);
+    }
+    if (treatment.vlanId <= kLastVid) {
+        std::printf("inner treatment vlanId:%x", treatment.vlanId);
+        rule.filterVid(treatment.vlanId, kOuterTag);
+    } else if (treatment.vlanId == kVidFromInner && copies) {
+        rule.filterVid(row.inner_filter.vlanId, kOuterTag);
+    }
+    rule.filterTpid(loneTpidTreatmentOf(treatment.tpid_de, outputTpid), kOuterTag);
+}
+
+void filterTreated(TagRule& rule, const VlanExtVlanTagOper_t& row, VlanTagAction tagAction, std::uint32_t outputTpid) {
+    if (!hasTag(row.inner_treatment)) return;
+    if (hasTag(row.outer_treatment)) {
+        filterTreatedPair(rule, row, outputTpid);
+    } else {
+        filterTreatedLoneTag(rule, row, tagAction, outputTpid);
+    }
+}
+
+void restoreTag(TagRule& rule, const VlanTagFilter_t& filter, std::uint32_t tag) {
+    if (filter.prio <= kLastPrio) rule.setPbits(filter.prio, tag);
+    if (filter.vlanId <= kLastVid) rule.setVid(filter.vlanId, tag);
+}
+
+void restorePair(TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint32_t inputTpid) {
+    std::printf("treatment outer priority...");
+    restoreTag(rule, row.outer_filter, kOuterTag);
+    rule.setTpid(tpidFilterOf(row.outer_filter.tpid_de, inputTpid), kOuterTag);
+    rule.setTpid(tpidFilterOf(row.inner_filter.tpid_de, inputTpid), kInnerTag);
+    restoreTag(rule, row.inner_filter, kInnerTag);
+    const auto etherType = etherTypeOf(row.etherType, kHighestRestoredEtherTypeCode);
+    if (etherType) rule.setTagEtherType(*etherType, kInnerTag);
+}
+
+void restoreLoneTag(TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint32_t inputTpid) {
+    std::printf("treatment inner priority...");
+    const bool doubleTag = row.filterType == VLAN_FILTER_TYPE_DOUBLE_TAG;
+    if (doubleTag) {
+        std::printf("filterType VLAN_FILTER_TYPE_DOUBLE_TAG...");
+    } else {
+        std::printf("set pbits");
+    }
+    const VlanTagFilter_t& filter = doubleTag ? row.outer_filter : row.inner_filter;
+    restoreTag(rule, filter, kOuterTag);
+    rule.setTpid(tpidFilterOf(filter.tpid_de, inputTpid), kOuterTag);
+}
+
+void restoreTags(TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint32_t inputTpid) {
+    if (!hasTag(row.inner_treatment) || !hasTag(row.inner_filter)) return;
+    if (hasTag(row.outer_treatment) && hasTag(row.outer_filter)) {
+        restorePair(rule, row, inputTpid);
+    } else {
+        restoreLoneTag(rule, row, inputTpid);
+    }
+}
+
+// ---- the downstream table: the number of tags that the frame carries towards the UNI ----
+
+using Announcement = void (*)(int table);
+
+void announceUntaggedBoth(int table) {
+    std::printf("untagged...");  // Kept: the second of this case
+    std::printf("removeType VLAN_TREATMENT_REMOVE_BOTH...txFilterType:%d", table);
+}
+void announceBoth(int table) {
+    std::printf("removeType VLAN_TREATMENT_REMOVE_BOTH...txFilterType:%d", table);
+}
+void announceOuter(int table) {
+    std::printf("removeType VLAN_TREATMENT_REMOVE_OUTER...txFilterType:%d", table);
+}
+void announceDefault(int table) {
+    std::printf("removeType default...txFilterType:%d", table);
+}
+void announceDefualt(int table) {
+    std::printf("removeType defualt...txFilterType:%d", table);
+}
+
+// The table by the tags that the upstream treatment added.
+struct DownstreamTable {
+    int noneAdded;
+    int innerAdded;
+    int outerAdded;
+    int bothAdded;
+    Announcement announce;
+};
+
+// By the tags that the row filters on and those that it removes; another removeType removes none.
+// clang-format off
+constexpr DownstreamTable kDownstreamTables[3][3] = {
+    {
+        /* untagged, none  */ {0, 1, 0, 2, announceDefault},
+        /* untagged, outer */ {0, 0, 0, 1, announceOuter},
+        /* untagged, both  */ {0, 0, 0, 0, announceUntaggedBoth},
+    },
+    {
+        /* one tag, none   */ {1, 2, 1, 2, announceDefualt},
+        /* one tag, outer  */ {0, 1, 0, 2, announceOuter},
+        /* one tag, both   */ {0, 0, 0, 1, announceBoth},
+    },
+    {
+        /* two tags, none  */ {2, 2, 2, 2, announceDefault},
+        /* two tags, outer */ {1, 2, 1, 2, announceOuter},
+        /* two tags, both  */ {0, 1, 0, 2, announceBoth},
+    },
+};
+// clang-format on
+
+void announceFilterType(std::uint32_t filteredTags) {
+    switch (filteredTags) {
+        case VLAN_FILTER_TYPE_DOUBLE_TAG:
+            std::printf("filterType VLAN_FILTER_TYPE_DOUBLE_TAG");
+            break;
+        case VLAN_FILTER_TYPE_SINGLE_TAG:
+            std::printf("filterType VLAN_FILTER_TYPE_SINGLE_TAG");
+            break;
+        default:
+            std::printf("untagged...");
+            break;
+    }
+}
+
+void announceTable(int table) {
+    switch (table) {
+        case 2:
+            std::printf("txFilterType VLAN_FILTER_TYPE_DOUBLE_TAG...");
+            break;
+        case 1:
+            std::printf("txFilterType VLAN_FILTER_TYPE_SINGLE_TAG...");
+            break;
+        default:
+            std::printf("untagged...");
+            break;
+    }
+}
+
+std::uint32_t downstreamTable(const VlanExtVlanTagOper_t& row) {
+    const std::uint32_t filteredTags = row.filterType <= VLAN_FILTER_TYPE_DOUBLE_TAG ? row.filterType : 0;
+    const std::uint32_t removedTags = row.removeType <= kRemoveBoth ? row.removeType : kRemoveNone;
+    announceFilterType(filteredTags);
+
+    const DownstreamTable& choice = kDownstreamTables[filteredTags][removedTags];
+    const int withoutOuter = hasTag(row.inner_treatment) ? choice.innerAdded : choice.noneAdded;
+    const int withOuter = hasTag(row.inner_treatment) ? choice.bothAdded : choice.outerAdded;
+    const int table = hasTag(row.outer_treatment) ? withOuter : withoutOuter;
+    choice.announce(table);
+    announceTable(table);
+    return static_cast<std::uint32_t>(table);
+}
+
+}  // namespace
+
+bool EtherSwitchBcm380::insertExtVlanDsTagRules(std::uint16_t inputTpid, std::uint16_t outputTpid,
+                                                VlanTagAction tagAction, const VlanExtVlanTagOper_t* row,
+                                                std::uint32_t phyId, char* devIfc, char* vlanIfc, bool isIpHost) {
+    if (row == nullptr || devIfc == nullptr || vlanIfc == nullptr) return false;
+    std::printf("===> insertExtVlanDsTagRules: tagAction=%d, devIfc=%s, vlanIfc=%s\n", static_cast<int>(tagAction),
+                devIfc, vlanIfc);
+    TagRule rule;
+    const std::uint32_t direction = bindDownstream(rule, vlanIfc, isIpHost);
+    filterTreated(rule, *row, tagAction, outputTpid);
+    rule.revertTagCount(tagAction);
+    restoreTags(rule, *row, inputTpid);
+
+    const TagRuleTable table{devIfc, direction, downstreamTable(*row)};
+    return rule.install(*this, table, phyId, *row);
+}

@@ -1,0 +1,133 @@
+#include <cstring>
+
+#include "device/Counters.h"
+#include "support/OnuFixture.h"
+
+namespace {
+
+constexpr const char* kKeys[] = {"rx_bytes",   "rx_packets", "rx_errors",  "rx_dropped", "tx_bytes",
+                                 "tx_packets", "tx_errors",  "tx_dropped", "multicast"};
+
+class Counters : public OnuFixture {
+protected:
+    void SetUp() override {
+        OnuFixture::SetUp();
+        onu().addDevice("veip0");
+        count("veip0", 1);
+    }
+    // Counter number n stands at n times factor; the kernel's come first, in the order of kKeys, then the split's six.
+    static void count(const char* device, std::uint64_t factor) {
+        std::uint64_t n = 0;
+        for (const char* key : kKeys) onu().setStatistic(device, key, ++n * factor);
+        std::string line = std::string("  ") + device + ":";
+        for (int column = 0; column < 6; ++column) line += " " + std::to_string(++n * factor);
+        onu().writeFile("/proc/net/dev_extstats", "frames by destination\nveip: 0 0 0 0 0 0\n" + line + " 99 99\n");
+    }
+    static int ask(std::uint8_t interval, EthernetPmRecord* record) {
+        PmRequest request{kPmEthernet, interval, 0xFF};
+        return vorn_omci_pm_get(&request, record);
+    }
+};
+
+std::vector<std::uint64_t> numbers(const EthernetPmRecord& record) {
+    std::vector<std::uint64_t> all(sizeof record / sizeof(std::uint64_t));
+    std::memcpy(all.data(), &record, sizeof record);
+    return all;
+}
+
+std::vector<std::uint64_t> times(std::uint64_t factor) {
+    std::vector<std::uint64_t> all{1, 2, 10, 11, 3, 4, 5, 6, 13, 14, 7, 8};
+    for (auto& number : all) number *= factor;
+    return all;
+}
+
+TEST_F(Counters, ComeFromTheKernelAndTheSplitFile) {
+    IntfStats stats{};
+    ASSERT_EQ(getIntfStats("veip0", &stats), 0);
+    const IntfStats want{1, 2, 3, 4, 10, 11, 12, 5, 6, 7, 8, 13, 14, 15, kIntfStatsSplitFull, 0};
+    EXPECT_EQ(std::memcmp(&stats, &want, sizeof want), 0);
+
+    onu().setStatistic("veip0", "rx_bytes", UINT64_MAX);
+    ASSERT_EQ(getIntfStats("veip0", &stats), 0);
+    EXPECT_EQ(stats.rxOctets, UINT64_MAX);
+}
+
+TEST_F(Counters, WithoutASplitOnlyTheKernelsMulticastCounterIsKnown) {
+    const char* contents[] = {
+        nullptr,  // there is no such file
+        "",
+        "veip0\n",
+        "veip0: 1 2 3 4 5\n",
+        "veip0: 1 2 3 4 5 x\n",
+        "veip0: 1 2 3 4 5 -6\n",
+        "veip0: 1 2 3 4 5 99999999999999999999\n",
+        "veip00: 1 2 3 4 5 6\nxveip0: 1 2 3 4 5 6\n:veip0: 1 2 3 4 5 6\n",
+    };
+    const IntfStats want{1, 2, 3, 4, 9, 0, 0, 5, 6, 7, 8, 0, 0, 0, kIntfStatsSplitNone, 0};
+    for (const char* content : contents) {
+        onu().removeFile("/proc/net/dev_extstats");
+        if (content != nullptr) onu().writeFile("/proc/net/dev_extstats", content);
+        IntfStats stats{};
+        ASSERT_EQ(getIntfStats("veip0", &stats), 0);
+        EXPECT_EQ(std::memcmp(&stats, &want, sizeof want), 0) << (content == nullptr ? "no file" : content);
+    }
+}
+
+TEST_F(Counters, OfWhatIsNoDeviceLeaveTheResult) {
+    IntfStats stats{};
+    std::memset(&stats, 0xA5, sizeof stats);
+    const IntfStats before = stats;
+    for (const char* name :
+         {static_cast<const char*>(nullptr), "", ".", "..", "veip9", "../net/veip0", "veip0/.", "a-name-of-sixteen"}) {
+        EXPECT_EQ(getIntfStats(name, &stats), -1) << (name == nullptr ? "null" : name);
+    }
+    onu().writeFile("/sys/class/net/veip0/statistics/tx_dropped", "4");
+    onu().denyFile("/sys/class/net/veip0/statistics/tx_dropped");
+    EXPECT_EQ(getIntfStats("veip0", &stats), -1) << "the last counter cannot be read";
+    EXPECT_EQ(std::memcmp(&stats, &before, sizeof stats), 0);
+    EXPECT_EQ(getIntfStats("veip0", nullptr), -1);
+}
+
+TEST_F(Counters, OfAnIntervalStartFromItsBeginning) {
+    EthernetPmRecord record{};
+    ASSERT_EQ(ask(kPmAbsolute, &record), 0);
+    EXPECT_EQ(numbers(record), times(1));
+    ASSERT_EQ(ask(kPmInterval, &record), 0);
+    EXPECT_EQ(numbers(record), times(0)) << "the first request begins the first interval";
+    count("veip0", 5);
+    ASSERT_EQ(ask(kPmInterval, &record), 0);
+    EXPECT_EQ(numbers(record), times(4));
+    count("veip0", 6);
+    ASSERT_EQ(ask(kPmIntervalEnd, &record), 0);
+    EXPECT_EQ(numbers(record), times(5));
+    count("veip0", 8);
+    ASSERT_EQ(ask(kPmInterval, &record), 0);
+    EXPECT_EQ(numbers(record), times(2));
+    ASSERT_EQ(ask(kPmAbsolute, &record), 0);
+    EXPECT_EQ(numbers(record), times(8));
+
+    count("veip0", 3);
+    ASSERT_EQ(ask(kPmInterval, &record), 0);
+    EXPECT_EQ(numbers(record), times(3)) << "the device was made anew and counts from 0";
+}
+
+TEST_F(Counters, ARefusedRequestLeavesResultAndInterval) {
+    EthernetPmRecord record{};
+    ASSERT_EQ(ask(kPmIntervalEnd, &record), 0);
+    count("veip0", 2);
+    const auto before = numbers(record);
+    PmRequest unknown{2, kPmIntervalEnd, 0};
+    EXPECT_EQ(vorn_omci_pm_get(&unknown, &record), -1);
+    EXPECT_EQ(vorn_omci_pm_get(nullptr, &record), -1);
+    EXPECT_EQ(ask(3, &record), -1);
+    EXPECT_EQ(ask(kPmIntervalEnd, nullptr), -1);
+    onu().removeDevice("veip0");
+    EXPECT_EQ(ask(kPmIntervalEnd, &record), -1);
+    EXPECT_EQ(numbers(record), before);
+    onu().addDevice("veip0");
+    count("veip0", 2);
+    ASSERT_EQ(ask(kPmInterval, &record), 0);
+    EXPECT_EQ(numbers(record), times(1));
+}
+
+}  // namespace

@@ -1,0 +1,70 @@
+// What the tests of the ANI side share: a bridge service on bridge 3 and the tag-rule tables as texts.
+#ifndef TESTS_ANI_SERVICE_H
+#define TESTS_ANI_SERVICE_H
+
+#include <cstdio>
+
+#include "support/OnuFixture.h"
+
+class AniService : public OnuFixture {
+protected:
+    static constexpr unsigned kGemPort = 1000;
+    static constexpr unsigned kGemIndex = 7;
+
+    // Bridge 3 with its ANI devices gpon3 and gpon3.3, and a GEM port.
+    void SetUp() override {
+        OnuFixture::SetUp();
+        printedBy([&] { engine().configureBridge(3, 0, false); });
+        onu().addGemPort(kGemPort, kGemIndex);
+    }
+
+    // A filtering service: p-bit 0 on the GEM port's queue 2.
+    static BridgeServiceProvisioning service(unsigned forwardOperation, const std::string& tciList = "",
+                                             unsigned entries = 0) {
+        BridgeServiceProvisioning record{};
+        record.gemPortId = kGemPort;
+        record.bridgeId = 3;
+        std::snprintf(record.vlanTciFilterList, sizeof record.vlanTciFilterList, "%s", tciList.c_str());
+        record.forwardOperation = static_cast<std::uint8_t>(forwardOperation);
+        record.numberOfEntries = static_cast<std::uint8_t>(entries);
+        record.trafficModel = 2;
+        record.pbitMap[0] = {kGemPort, 2};
+        return record;
+    }
+
+    static int configure(const BridgeServiceProvisioning& record, std::string* printed = nullptr) {
+        int result = -1;
+        const std::string text = printedBy([&] { result = engine().configureAniTagRules(&record); });
+        if (printed != nullptr) *printed = text;
+        return result;
+    }
+
+    // Every table of the device, a line each default and rule: "gpon3 rx1 default drop gpon3.3", "gpon3 rx1 vid0=...".
+    static std::vector<std::string> tables() {
+        std::vector<std::string> lines;
+        for (const auto& table : onu().ruleTables()) {
+            const std::string name = tableName(table.device, table.direction, table.tags);
+            if (table.defaultAction) {
+                lines.push_back(name + " default " + (table.defaultAction->action == 0 ? "pass " : "drop ") +
+                                table.defaultAction->device);
+            }
+            for (const auto& rule : table.rules) lines.push_back(name + " " + rule.text());
+        }
+        return lines;
+    }
+
+    // These lines in the tables for 0, 1 and 2 tags.
+    static std::vector<std::string> everyTable(const std::string& device, unsigned direction,
+                                               const std::vector<std::string>& lines) {
+        std::vector<std::string> all;
+        for (const unsigned tags : {0u, 1u, 2u})
+            for (const auto& line : lines) all.push_back(tableName(device, direction, tags) + " " + line);
+        return all;
+    }
+
+    static std::string tableName(const std::string& device, unsigned direction, unsigned tags) {
+        return device + (direction == virtual_onu::kReceive ? " rx" : " tx") + std::to_string(tags);
+    }
+};
+
+#endif

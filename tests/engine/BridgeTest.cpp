@@ -1,0 +1,163 @@
+// Bridges and their members, from the default bridge to the removal of a service.
+#include "support/OnuFixture.h"
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+class Bridges : public OnuFixture {
+protected:
+    static std::string configure(unsigned short bridge, unsigned short uni, bool ipHost, bool result) {
+        return printedBy([&] { EXPECT_EQ(engine().configureBridge(bridge, uni, ipHost), result); });
+    }
+};
+
+TEST_F(Bridges, TheFirstCallMakesTheDefaultBridgeOfAllUnisAndLaterOnesLeaveItAlone) {
+    const std::string printed = configure(3, 2, false, false);
+    EXPECT_EQ(
+        printed.rfind("\n Inside  main configureBridge of EtherSwitchBcm380 Start. BridgeId(3), UniPort(2), "
+                      "isIpHost(0)\nConfiguring default bridge:br0!!!interface name: sid0 add to bridge : br0 ret: 1 "
+                      "retVal: 0 \n",
+                      0),
+        0u)
+        << printed;
+    EXPECT_TRUE(contains(printed, "Bridge interface name: br3 doesn't exist to add UNI Interface \n"));
+    EXPECT_EQ(onu().bridges().size(), 1u);
+    EXPECT_FALSE(onu().bridge("br0")->stp);
+    EXPECT_EQ(onu().bridge("br0")->forwardDelay, 0);
+    EXPECT_FALSE(contains(configure(3, 0, false, true), "Configuring default bridge"));
+}
+
+TEST_F(Bridges, AServiceIsTracedFromThePonSideToTheUnis) {
+    EXPECT_TRUE(contains(configure(3, 0, true, true),
+                         "\nCONFIGURE BRIDGE: ifName:br3, aniInterfaceName:gpon3, aniVirtualName:gpon3.3, bridgeId: 3, "
+                         "uniPort:0\n"));
+    EXPECT_TRUE(
+        contains(configure(3, 2, false, true), "trying to make sid1 up\nPHY_ETHERNET:getVirtualInterfaceName sid1.3 "));
+}
+
+TEST_F(Bridges, AUniIsJoinedInAFixedOrderOfCallsAndLeavesAgain) {
+    configure(3, 0, false, true);
+    onu().clearTrace();
+    configure(3, 2, false, true);
+    Names calls;
+    for (const auto& entry : onu().trace()) {
+        const bool asks = entry.arguments.rfind("SIOCGIFINDEX", 0) == 0 || entry.kind == virtual_onu::CallKind::Log;
+        if (!asks) calls.push_back(entry.text());
+    }
+    EXPECT_EQ(
+        calls,
+        (Names{"ioctl(SIOCSIFFLAGS, \"sid1\", 4161) = 0", "ioctl(SIOCSIFMTU, \"sid1\", 1500) = 0", "vlanCtl_init() = 0",
+               "vlanCtl_setIfSuffix(\".\") = 0", "vlanCtl_createVlanInterface(\"sid1\", 3, 0, 1) = 0",
+               "vlanCtl_setRealDevMode(\"sid1\", 0) = 0", "vlanCtl_setDefaultAction(\"sid1\", 1, 0, 1, \"sid1.3\") = 0",
+               "vlanCtl_setDefaultAction(\"sid1\", 0, 0, 1, \"sid1.3\") = 0",
+               "vlanCtl_setDefaultAction(\"sid1\", 1, 1, 1, \"sid1.3\") = 0",
+               "vlanCtl_setDefaultAction(\"sid1\", 0, 1, 1, \"sid1.3\") = 0",
+               "vlanCtl_setDefaultAction(\"sid1\", 1, 2, 1, \"sid1.3\") = 0",
+               "vlanCtl_setDefaultAction(\"sid1\", 0, 2, 1, \"sid1.3\") = 0", "vlanCtl_cleanup() = 0",
+               "ioctl(SIOCSIFFLAGS, \"sid1.3\", 4161) = 0", "ioctl(SIOCSIFMTU, \"sid1.3\", 1500) = 0",
+               "ioctl(SIOCBRADDIF, \"br3\", \"sid1.3\") = 0"}));
+    // Once more is a success: the kernel refuses the member, the caller has what it wants.
+    const std::string printed = configure(3, 2, false, true);
+    EXPECT_TRUE(contains(printed, "Interface sid1.3 already Exists!!"));
+    EXPECT_TRUE(contains(printed, "sid1.3 add to bridge : br3 ret: 1 retVal: 16 \n"));
+    EXPECT_EQ(members("br3"), (Names{"gpon3.3", "sid1.3"}));
+    EXPECT_EQ(engine().removeUniInterfaceFromBridgeGroup(3, 2), 0);
+    EXPECT_EQ(engine().removeAniInterfaceFromBridgeGroup(3), 0);
+    EXPECT_EQ(members("br3"), Names{});
+}
+
+TEST_F(Bridges, AnIpHostSitsOnTheBridgeItself) {
+    configure(3, 0, false, true);
+    EXPECT_TRUE(contains(configure(3, 2, true, true),
+                         "CONFIGURE BRIDGE: ifName:br3, uniVirtualName:br3.2 bridgeId: 3, uniPort:2"));
+    EXPECT_TRUE(
+        contains(configure(4, 1, true, false), "createVlanInterface failed to create uniVirtualName name : br4.1 "));
+}
+
+TEST_F(Bridges, OnlyTheFirstUniOfABridgeIsRecordedAndANumberThatIsABridgeBlocks) {
+    configure(2, 0, false, true);
+    configure(5, 0, false, true);
+    const std::string added = "Added to m_BridgeIdToUniId CONFIGURE BRIDGE: bridgeId:";
+    EXPECT_TRUE(contains(configure(5, 1, false, true), added + "5, uniPort:1 \n"));
+    configure(5, 3, false, true);  // a second UNI
+    EXPECT_EQ(members("br5"), (Names{"gpon5.5", "sid0.5", "sid2.5"}));
+    EXPECT_FALSE(contains(configure(2, 5, false, true), added)) << "UNI 5, and bridge 5 is recorded";
+    EXPECT_TRUE(contains(configure(2, 4, false, true), added + "2, uniPort:4 \n"));
+    // The removal of the UNI side goes by the record.
+    BridgeServiceProvisioning service{};
+    service.bridgeId = 5;
+    engine().deprovisionUniSideBridge(&service);
+    EXPECT_FALSE(onu().deviceExists("sid0.5"));
+    EXPECT_TRUE(onu().deviceExists("sid2.5"));
+}
+
+TEST_F(Bridges, AFailureStopsTheBranchAndUndoesNothing) {
+    const struct {
+        const char* fault;
+        int nth;
+        unsigned short uni;
+        const char* printed;
+        std::string stands;
+    } cases[] = {
+        {"ioctl:SIOCBRADDBR", 2, 0, "addBridgeInterface(br3) failed.", ""},
+        {"vlanCtl_createVlanInterfaceByName", 1, 0,
+         "createAniVlanInterface failed to create aniInterfaceName name : gpon3 ", " br3"},
+        {"vlanCtl_setRealDevMode:gpon3", 1, 0, "createAniVlanInterface failed to create aniVirtualName name : gpon3.3 ",
+         " br3 gpon3 gpon3.3"},
+        {"vlanCtl_createVlanInterface", 2, 2, "createVlanInterface failed to create uniVirtualName name : sid1.3 ",
+         " br3 gpon3 gpon3.3"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.printed);
+        onu().reset();
+        onu().failNext(c.fault, c.nth, 5);
+        if (c.uni != 0) configure(3, 0, false, true);
+        EXPECT_TRUE(contains(configure(3, c.uni, false, false), c.printed));
+        std::string stands;
+        for (const char* name : {"br3", "gpon3", "gpon3.3", "sid1.3"}) {
+            if (onu().deviceExists(name)) stands += std::string(" ") + name;
+        }
+        EXPECT_EQ(stands, c.stands);
+    }
+    EXPECT_TRUE(contains(configure(3, 9, false, false), "interface sid8 does not existFailed to create sid8"));
+}
+
+TEST_F(Bridges, JoiningNeedsBothDevices) {
+    const struct {
+        const char *bridge, *device, *printed;
+    } cases[] = {{"br0", nullptr, "Invalid device interface name: (null)"},
+                 {nullptr, "sid9", "interface name: sid9 doesn't exist"},
+                 {nullptr, "sid0", "Invalid bridge interface name: (null)"},
+                 {"br9", "sid0", "interface name: br9 doesn't exist"}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(printedBy([&] { EXPECT_FALSE(engine().addInterfaceToBridgeGroup(c.bridge, c.device)); }), c.printed);
+    }
+}
+
+TEST_F(Bridges, WithoutAControlSocketBridgesAreReportedAsDone) {
+    onu().failNext("socket", 2, EMFILE);  // the first one asks whether the bridge exists
+    EXPECT_TRUE(engine().addBridgeInterface("br7"));
+    EXPECT_FALSE(onu().deviceExists("br7"));
+    EXPECT_TRUE(engine().addBridgeInterface("br7"));
+    onu().failNext("socket", 3, EMFILE);  // exists, down, control
+    EXPECT_TRUE(engine().deleteBridgeInterface(7));
+    EXPECT_TRUE(onu().deviceExists("br7"));
+    EXPECT_TRUE(engine().deleteBridgeInterface(7));
+    EXPECT_FALSE(onu().deviceExists("br7"));
+}
+
+TEST_F(Bridges, RemovingWhatIsAbsentSaysSo) {
+    EXPECT_EQ(printedBy([] { EXPECT_EQ(engine().removeUniInterfaceFromBridgeGroup(3, 10), 0); }),
+              "\nPHY_ETHERNET:getInterfaceName sid9\nPHY_ETHERNET:getVirtualInterfaceName sid9.3 "
+              "aniInterfaceName:sid9 is not present!!!uniVirtualInterfaceName:sid9.3 is not present!!!");
+    EXPECT_EQ(printedBy([] { EXPECT_FALSE(engine().deleteAniInterface(3)); }),
+              "PHY_GPON:getInterfaceName gpon3aniInterfaceName:gpon3 is not present!!!");
+    EXPECT_EQ(printedBy([] { EXPECT_FALSE(engine().deleteUniInterface(3, 1)); }),
+              "\nPHY_ETHERNET:getInterfaceName sid0\nPHY_ETHERNET:getVirtualInterfaceName sid0.3 "
+              "uniVirtualInterfaceName:sid0.3 is not present!!!");
+    EXPECT_EQ(printedBy([] { EXPECT_FALSE(engine().deleteBridgeInterface(3)); }),
+              "bridgeInterfaceName:br3 is not present!!!");
+}
+
+}  // namespace

@@ -1,0 +1,225 @@
+// The management IP host: what is run, in which order, and what must never reach a shell.
+#include <algorithm>
+
+#include "hal/Text.h"
+#include "support/OnuFixture.h"
+
+using virtual_onu::kReceive;
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+constexpr const char* kMac = "00:1a:2b:3c:4d:5e";
+constexpr const char* kFirstMac = "/proc/driver/i2c/first_mac";
+
+class IpHost : public OnuFixture {
+protected:
+    void SetUp() override {
+        OnuFixture::SetUp();
+        EtherSwitchBcm380::numServices = 0;
+        engine().iPhost_Stag = 65535;
+        engine().configureBridge(3, 0, false);
+    }
+
+    static IpHostProvision record() {
+        IpHostProvision rec{};
+        rec.bridgeId = 3;
+        rec.uniPort = 2;
+        rec.macAddress = kMac;
+        rec.ipAddress = "10.0.0.5";
+        rec.subnetMask = "255.255.255.0";
+        rec.gateway = "10.0.0.1";
+        return rec;
+    }
+
+    static Lines joined(std::initializer_list<Lines> parts) {
+        Lines all;
+        for (const Lines& part : parts) all.insert(all.end(), part.begin(), part.end());
+        return all;
+    }
+};
+
+const Lines kKeyMask = {"iq disable", "iq flush", "iq addkeymask --dstmac --maskprio 12", "iq enable"};
+
+Lines hostFlow(const std::string& mac) {
+    return {
+        "bs /b/c ip_class routed_mac[0]=" + mac,
+        "bs /bdmf/new ingress_class/dir=ds,index=10,cfg={type=flow,fields=dst_mac,prty=10}",
+        "bs /bdmf/attr/add ingress_class/dir=ds,index=10 flow string key={dst_mac=" + mac + "},result={action=host}",
+        "iq addkey --dstmac " + mac + " --prio 1"};
+}
+
+TEST_F(IpHost, GetsAStaticAddressAndItsOwnRoutingTable) {
+    const auto rec = record();
+    const Lines run = commandsOf([&] { EXPECT_TRUE(engine().provisionIpHostStatic(&rec)); });
+    EXPECT_EQ(run, joined({kKeyMask,
+                           hostFlow(kMac),
+                           {"ifconfig br3 hw ether 00:1a:2b:3c:4d:5e up 2>/dev/null",
+                            "ifconfig br3.2 10.0.0.5 netmask 255.255.255.0 broadcast 10.0.0.5 mtu 1500 hw ether "
+                            "00:1a:2b:3c:4d:5e up 2>/dev/null",
+                            "ifconfig gpon3.3 hw ether 00:1a:2b:3c:4d:5e up 2>/dev/null",
+                            "ip rule del from 10.0.0.5 table 12 2>/dev/null",
+                            "ip rule add from 10.0.0.5 table 12 2>/dev/null",
+                            "ip route replace default via 10.0.0.1 dev br3.2 table 12 2>/dev/null"}}));
+}
+
+TEST_F(IpHost, RunsADhcpClientWhenItsAddressIsDynamic) {
+    EtherSwitchBcm380::numServices = 1;  // a second host installs no key mask
+    const auto rec = record();
+    const Lines run = commandsOf([&] { EXPECT_TRUE(engine().provisionIpHostDynamic(&rec)); });
+    EXPECT_EQ(run, joined({hostFlow(kMac),
+                           {"ifconfig br3 hw ether 00:1a:2b:3c:4d:5e up 2>/dev/null",
+                            "ifconfig br3.2 mtu 1500 hw ether 00:1a:2b:3c:4d:5e up 2>/dev/null",
+                            "dhcpc -i br3.2 -B -l 3600  &"}}));
+    EXPECT_TRUE(onu().packetFrames().empty());
+}
+
+TEST_F(IpHost, JoinsTheSharedBridgeInsteadOfItsOwn) {
+    for (const bool isStatic : {true, false}) {
+        auto rec = record();
+        rec.useSharedBridge = 1;
+        EtherSwitchBcm380::numServices = 1;
+        const Lines run = commandsOf(
+            [&] { isStatic ? engine().provisionIpHostStatic(&rec) : engine().provisionIpHostDynamic(&rec); });
+        EXPECT_EQ(run, joined({hostFlow(kMac),
+                               {"ifconfig br3 down 2>/dev/null", "brctl delbr br3", "brctl addif brv gpon3.3"}}));
+    }
+    EXPECT_FALSE(onu().deviceExists("br3") || onu().deviceExists("br3.2"));
+}
+
+TEST_F(IpHost, GoesOnWhenItsBridgeIsMissing) {
+    auto rec = record();
+    rec.bridgeId = 9;
+    EXPECT_TRUE(engine().provisionIpHostStatic(&rec));
+    EXPECT_EQ(traced("Failed to configure UNI Vlan and update to Bridge!!!").size(), 1u);
+    EXPECT_EQ(onu().shellCommands().back().text,
+              "ip route replace default via 10.0.0.1 dev br9.2 table 12 2>/dev/null");
+    EXPECT_TRUE(onu().packetFrames().empty());
+    const std::string printed = printedBy([&] { engine().provisionIpHostDynamic(&rec); });
+    EXPECT_TRUE(contains(printed, "Failed to configure UNI Vlan and update to Bridge!!!"));
+}
+
+TEST_F(IpHost, PopsItsStagInFrontOfTheOtherRules) {
+    engine().insertUniAllowAllTxRxRules(DeviceName("gpon3").get(), DeviceName("gpon3.3").get(), 9);
+    engine().iPhost_Stag = 65534;
+    const auto rec = record();
+    engine().provisionIpHostStatic(&rec);
+    EXPECT_EQ(onu().ruleTexts("gpon3", kReceive, 1), (Lines{"rxdev=gpon3.3 vid0=65534 | pop", "rxdev=gpon3.3"}));
+    VLAN_RULE_MAP_ENTRY* entry = nullptr;
+    ASSERT_TRUE(engine().findVlanRuleMapEntry("br3", 2, &entry));
+    EXPECT_EQ(entry->newRules[entry->nbrOfNewRules - 1].tagRuleId, onu().rules("gpon3", kReceive, 1)[0].id);
+
+    const auto recorded = entry->nbrOfNewRules;
+    engine().iPhost_Stag = 65535;
+    engine().provisionIpHostDynamic(&rec);
+    EXPECT_EQ(onu().ruleTexts("gpon3", kReceive, 1).size(), 2u);
+    EXPECT_EQ(entry->nbrOfNewRules, recorded + 6) << "the allow-all rules only";
+}
+
+TEST_F(IpHost, TakesTheBoardsFirstMacAndElseTheRecords) {
+    const struct {
+        const char* file;
+        const char* record;
+        const char* routed;
+    } cases[] = {
+        {"02:aa:bb:cc:dd:ee\nnext", kMac, "02:aa:bb:cc:dd:ee"},
+        {"02:aa:bb:cc:dd:ee:99", kMac, "02:aa:bb:cc:dd:ee"},
+        {"2:a:b:c:d:e\n", kMac, "2:a:b:c:d:e"},
+        {"\n02:aa:bb:cc:dd:ee\n", kMac, kMac},
+        {"   \n", kMac, kMac},
+        {"", "00:1a:2b:3c:4d:5e:77", kMac},
+    };
+    const auto address = record();
+    for (const auto& c : cases) {
+        onu().writeFile(kFirstMac, c.file);
+        auto rec = address;
+        rec.macAddress = c.record;
+        EtherSwitchBcm380::numServices = 1;
+        const Lines run = commandsOf([&] { engine().provisionIpHostDynamic(&rec); });
+        ASSERT_GE(run.size(), 4u);
+        EXPECT_EQ(Lines(run.begin(), run.begin() + 4), hostFlow(c.routed)) << c.file;
+    }
+}
+
+TEST_F(IpHost, TakesItsRunnerAndQueueSettingsAlongWhenItIsTheLast) {
+    onu().writeFile(kFirstMac, "02:aa:bb:cc:dd:ee\n");
+    const auto rec = record();
+    const Lines devices = {"ifconfig br3 down 2>/dev/null", "brctl delbr br3  2>/dev/null",
+                           "iq remkey --dstmac 00:1a:2b:3c:4d:5e"};
+    const Lines settings = {"bs /b/d ingress_class/dir=ds,index=10", "iq remkeymask --dstmac"};
+    const Lines search = {"ps |grep br3.2"};
+    for (const int services : {3, 2, 1, 0}) {
+        EtherSwitchBcm380::numServices = services;
+        const Lines run = commandsOf([&] { EXPECT_TRUE(engine().deprovisionIpHost(&rec)); });
+        EXPECT_EQ(run, joined({devices, services < 2 ? settings : Lines{}, search})) << services;
+        EXPECT_EQ(EtherSwitchBcm380::numServices, services - 1);
+    }
+    EXPECT_EQ(onu().readFile("/tmp/dhclient_interface"), "\n");
+}
+
+TEST_F(IpHost, EndsOnlyADhcpClientOnRemoval) {
+    struct Case {
+        const char* process;
+        std::vector<int> killed;
+    };
+    const auto rec = record();
+    for (const Case& c : {Case{"ping -I br3.2 10.0.0.1", {}}, Case{"dhcpc -i br3.2 -B -l 3600", {124}}}) {
+        onu().reset();
+        onu().addProcess(124, c.process);
+        onu().addProcess(125, "dhcpc -i br3.20 -B -l 3600");
+        const std::string printed = printedBy([&] { engine().deprovisionIpHost(&rec); });
+        EXPECT_EQ(onu().killedProcesses(), c.killed) << c.process;
+        EXPECT_EQ(printed.find("killing process pid=124") != std::string::npos, !c.killed.empty());
+    }
+}
+
+TEST_F(IpHost, RefusesTextsThatAShellWouldReadAndChangesNothing) {
+    const std::pair<const char*, std::string IpHostProvision::*> fields[] = {
+        {"ipAddress", &IpHostProvision::ipAddress},
+        {"subnetMask", &IpHostProvision::subnetMask},
+        {"gateway", &IpHostProvision::gateway},
+        {"macAddress", &IpHostProvision::macAddress}};
+    const std::string before = onu().stateText();
+    const auto refuses = [&](const IpHostProvision& rec, const std::string& field, bool removalToo) {
+        for (int operation = 0; operation < (removalToo ? 5 : 4); ++operation) {
+            onu().clearTrace();
+            bool done = true;
+            if (operation == 0) done = engine().provisionIpHostStatic(&rec);
+            if (operation == 1) done = engine().provisionIpHostDynamic(&rec);
+            if (operation == 2) done = engine().activateIpv4InterfaceStatic("br3.2", "br3", &rec);
+            if (operation == 3) done = engine().activateIpv4InterfaceDynamic("br3.2", "br3", &rec);
+            if (operation == 4) done = engine().deprovisionIpHost(&rec);
+            EXPECT_FALSE(done) << field << operation;
+            EXPECT_EQ(traced(field).size(), 1u) << field << operation;
+        }
+    };
+    for (const auto& [field, text] : fields) {
+        for (const std::string& hostile :
+             {std::string("10.0.0.5; reboot"), std::string("$(reboot)"), std::string("1 2"), std::string("1\n2"),
+              std::string("10.0.0.5\0`reboot`", 17)}) {
+            auto rec = record();
+            rec.*text = hostile;
+            refuses(rec, field, true);
+        }
+    }
+    onu().writeFile(kFirstMac, "0;reboot\n");
+    refuses(record(), "first MAC", false);
+    EXPECT_TRUE(onu().shellCommands().empty());
+    EXPECT_EQ(onu().stateText(), before);
+    EXPECT_EQ(EtherSwitchBcm380::numServices, 0);
+}
+
+TEST_F(IpHost, SendsNoFrameFromADeviceThatIsMissing) {
+    const unsigned char mac[6] = {0, 1, 2, 3, 4, 5};
+    engine().sendArp("br9.9", "10.0.0.5", "10.0.0.1", mac);
+    onu().failNext("bind", 1, 13);
+    engine().sendArp("br3", "10.0.0.5", "10.0.0.1", mac);
+    EXPECT_TRUE(onu().packetFrames().empty());
+    engine().sendArp("br3", "", nullptr, mac);
+    ASSERT_EQ(onu().packetFrames().size(), 1u);
+    const auto frame = onu().packetFrames()[0];
+    EXPECT_TRUE(std::all_of(frame.begin() + 28, frame.end(), [](std::uint8_t byte) { return byte == 0; }));
+}
+
+}  // namespace

@@ -1,0 +1,198 @@
+// Records with every field at its limits, names and texts as long as they get. Meant for the address sanitizer, but
+// what stands on the device afterwards is checked as well.
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <set>
+
+#include "hal/HALFactory.h"
+#include "hal/ProvisioningRecords.h"
+#include "hal/VornHal.h"
+#include "support/OnuFixture.h"
+
+namespace {
+
+constexpr std::size_t kKernelNameLength = 15;
+
+class HostileValues : public OnuFixture {
+protected:
+    void SetUp() override {
+        OnuFixture::SetUp();
+        hal().vorn_omci_hal_configureBridge(3, 0);
+        onu().addGemPort(kGemPort, 7);
+    }
+
+    static VornHal& hal() { return *HALFactory::getInstance()->CreateHALObject(0); }
+    static std::set<std::string> deviceNames() {
+        std::set<std::string> names;
+        for (const auto& device : onu().devices()) names.insert(device.name);
+        return names;
+    }
+
+    // Calls work with the record as it is and with each of its bytes, and each pair of bytes, at 0, 1 and all ones: so
+    // with every field at its limits. The bytes from skipped on, as many as skippedSize, are no integers.
+    template <typename Record, typename Work>
+    static void withLimits(const Record& usual, Work&& work, std::size_t skipped = 0, std::size_t skippedSize = 0) {
+        work(usual);
+        for (const std::size_t width : {1, 2}) {
+            for (std::size_t at = 0; at + width <= sizeof(Record); at += width) {
+                if (at + width > skipped && at < skipped + skippedSize) continue;
+                for (const int value : {0, 1, 0xFF}) {
+                    Record record = usual;
+                    auto* bytes = reinterpret_cast<unsigned char*>(&record) + at;
+                    std::fill_n(bytes, width, static_cast<unsigned char>(value == 1 ? 0 : value));
+                    if (value == 1) bytes[0] = 1;
+                    work(record);
+                }
+            }
+        }
+    }
+
+    template <typename Record, typename Member>
+    static std::size_t placeOf(const Record& record, const Member& member) {
+        return static_cast<std::size_t>(reinterpret_cast<const char*>(&member) -
+                                        reinterpret_cast<const char*>(&record));
+    }
+
+    static void expectAsBefore(const std::set<std::string>& before, const std::string& what) {
+        EXPECT_EQ(deviceNames(), before) << what;
+        for (const auto& table : onu().ruleTables()) {
+            EXPECT_TRUE(table.device == "gpondef" || table.rules.empty()) << what << ": " << table.device;
+        }
+    }
+
+    static constexpr std::uint16_t kGemPort = 1000;
+};
+
+// Row of UNI port 3 on bridge 3, with both tags filtered and both written.
+const UniDataProvisioning kRow = {1, 1, 3, 3, 0x8100, 0x88a8, 0, 2, 6, 0, 4, 10, 1, 4, 20, 2, 2, 4, 30, 3, 4, 40, 4};
+
+TEST_F(HostileValues, OfATaggingRowLeaveNothingThatItsRemovalDoesNotTake) {
+    const auto before = deviceNames();
+    withLimits(kRow, [&](const UniDataProvisioning& row) {
+        UniDataProvisioning record = row;
+        record.addFlag = 1;
+        hal().vorn_omci_hal_filter_flow_add(&record);  // swaps UNI ports 1 and 2 in the record
+        engine().deConfigureUniTagRules(record.uniPort, record.bridgeId);
+        engine().deConfigureUniInterface(record.uniPort, record.bridgeId);
+        expectAsBefore(before, "bridge " + std::to_string(row.bridgeId) + " UNI " + std::to_string(row.uniPort));
+    });
+}
+
+TEST_F(HostileValues, OfABridgeServiceLeaveNothingThatItsRemovalDoesNotTake) {
+    BridgeServiceProvisioning usual{};
+    usual.gemPortId = kGemPort;
+    usual.bridgeId = 3;
+    std::memset(usual.vlanTciFilterList, 'f', sizeof usual.vlanTciFilterList);  // no terminating zero
+    usual.numberOfEntries = 255;
+    usual.forwardOperation = 0x10;
+    usual.trafficModel = 2;
+    usual.pbitMap = {{0, {kGemPort, 65535}}, {7, {kGemPort, 0}}, {255, {65535, 65535}}};
+    const auto before = deviceNames();
+    const auto remove = [](const BridgeServiceProvisioning& record) {
+        hal().vorn_omci_hal_unsetPbitData(&record);
+        hal().vorn_omci_hal_deprovisionUniSideBridge(&record);
+        hal().vorn_omci_hal_deprovisionAniSideBridge(&record);
+    };
+    for (const std::uint8_t multicast : {std::uint8_t{0}, std::uint8_t{1}}) {
+        usual.isMulticast = usual.multicastService = multicast;
+        withLimits(
+            usual,
+            [&](const BridgeServiceProvisioning& record) {
+                hal().vorn_omci_hal_configureBridge(record.bridgeId, 0);
+                hal().vorn_omci_hal_configureAniTagRules(&record);
+                remove(record);
+                auto unicast = record;
+                unicast.isMulticast = 0;
+                remove(unicast);
+                hal().vorn_omci_hal_configureBridge(3, 0);
+                expectAsBefore(before, "bridge " + std::to_string(record.bridgeId));
+            },
+            placeOf(usual, usual.pbitMap), sizeof usual.pbitMap);
+    }
+}
+
+TEST_F(HostileValues, OfThePonSideAreTakenBack) {
+    const std::string before = onu().stateText();
+    withLimits(TContProvisioning{256, 3, 0}, [&](TContProvisioning tcont) {
+        hal().vorn_omci_hal_tcont_set(nullptr, &tcont);
+        withLimits(XGEMConfig{tcont.allocId, 2000, 7, 0, 2, 7, 255}, [](XGEMConfig port) {
+            hal().vorn_omci_hal_gemflow_add(&port);
+            XgemStatusRecord status{port.xgemPortId, 255};
+            hal().vorn_omci_hal_set_gemPortStatus(&status);
+            hal().vorn_omci_hal_gemflow_del(&port);
+        });
+        hal().vorn_omci_hal_tcont_reset(nullptr, &tcont);
+        EXPECT_LE(onu().gemPorts().size(), 1u);
+    });
+    EXPECT_EQ(onu().gemPorts().size(), 1u) << "the fixture's own is all that is left of " << before;
+}
+
+TEST_F(HostileValues, OfAVeipServiceAreTakenBack) {
+    std::string list(4096, 'f');
+    onu().setGateway(virtual_onu::GatewayMode::Silent);
+    engine().insertGemPortMapEntry(kGemPort, 7);
+    ASSERT_TRUE(onu().addDevice("gpon0.0"));
+    const auto* text = reinterpret_cast<const unsigned char*>(list.c_str());
+    hal().vorn_omci_hal_veip_createRules(kGemPort, 65535, 65535, 254, text, 2);
+    EXPECT_EQ(engine().omci_service_num_get(), 1);
+    hal().vorn_omci_hal_veip_createRules(kGemPort, 65535, 65535, 255, text, 65535);
+    hal().vorn_omci_hal_veip_deleteRules(kGemPort, 65535, 65535, 254, text, 2);
+    EXPECT_EQ(engine().omci_service_num_get(), 0);
+    EXPECT_FALSE(onu().deviceExists("veip0"));
+}
+
+TEST_F(HostileValues, LongTextsOfAnIpHostAreCutAndNeverRunOnIntoTheNextCommand) {
+    IpHostProvision host{};
+    host.bridgeId = host.uniPort = 65535;
+    for (auto* text : {&host.macAddress, &host.ipAddress, &host.subnetMask, &host.gateway}) text->assign(5000, 'a');
+    for (const std::uint8_t dhcp : {std::uint8_t{0}, std::uint8_t{255}}) {
+        host.dhcpEnabled = dhcp;
+        hal().vorn_omci_hal_provisionIpHost(&host);
+        hal().vorn_omci_hal_deprovisionIpHost(&host);
+    }
+    EXPECT_GT(onu().shellCommands().size(), 10u);
+    for (const auto& command : onu().shellCommands()) EXPECT_LT(command.text.size(), 1024u) << command.text;
+}
+
+// A buffer of 32 bytes is what the daemon has for a name.
+TEST_F(HostileValues, NamesAlwaysFitTheirThirtyTwoBytes) {
+    const auto name = std::make_unique<char[]>(kDeviceNameSize);
+    for (const unsigned id : {0u, 1u, 2147483647u, 2147483648u, 4294967295u}) {
+        for (const auto type : {PHY_ETHERNET, PHY_GPON}) {
+            ASSERT_TRUE(engine().getInterfaceName(type, id, name.get()));
+            EXPECT_LT(std::strlen(name.get()), kDeviceNameSize);
+            ASSERT_TRUE(engine().getVirtualInterfaceName(type, id, 65535, name.get()));
+            EXPECT_LT(std::strlen(name.get()), kDeviceNameSize);
+        }
+    }
+}
+
+TEST_F(HostileValues, ANameLongerThanTheKernelsReachesNoOtherDevice) {
+    const std::string longest(kKernelNameLength, 'x');
+    ASSERT_TRUE(onu().addDevice(longest));
+    ASSERT_TRUE(onu().addDevice("real"));
+    for (const std::size_t length : {16, 31, 32, 33, 4000}) {
+        std::string name(length, 'x');
+        char real[] = "real";
+        engine().ifUp(name.c_str());
+        engine().ifDown(name.c_str());
+        engine().disableIPv6(name.c_str());
+        engine().addBridgeInterface(name.c_str());
+        engine().addInterfaceToBridgeGroup("br0", name.c_str());
+        engine().createAniVlanInterface(name.data());
+        engine().createVlanInterface(65535, true, true, real, name.data());
+        engine().createVlanFlows(name.data(), real);
+        engine().setDefaultAction(name.data(), name.data(), 1, 0, 7, 0);
+        engine().insertUniAllowAllTxRxRules(name.data(), name.data(), 7);
+        EXPECT_TRUE(engine().findVlanRuleMapEntry(name.substr(0, 31).c_str(), 7) || onu().ruleCount() == 0);
+        engine().deleteVlanRuleMapEntry(name.c_str(), 7);
+        engine().unsetDscpToPbitsTable(name.data());
+    }
+    EXPECT_FALSE(onu().device(longest)->up);
+    EXPECT_EQ(onu().device(longest)->master, "");
+    EXPECT_EQ(onu().ruleCount(), 0u);
+    EXPECT_EQ(deviceNames().count("real.65535"), 0u);
+}
+
+}  // namespace

@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# The libraries export what is documented and leave open what others provide, and nothing else.
+#   check_exports.sh LIBVORN_HAL LIBVIRTUAL_ONU
+set -u
+library=$1 virtual_onu=$2
+source=$(cd "$(dirname "$0")/../.." && pwd)
+bad=0
+
+complain() {  # complain "what is wrong" NAMES
+    [ -z "$2" ] && return
+    printf '%s\n%s\n' "$1" "$2"
+    bad=1
+}
+
+kit=$(sed -nE 's/^.*[ *]((vlanCtl|gponCtl|tmctl|cmsMsg|cmsMem|cmsTmr|cmsPsp|devCtl|bcm|nand)[A-Za-z0-9_]*)\(.*$/\1/p' \
+    "$source"/platform/include/platform/*.h | sort -u)
+sanitizers='^(__(asan|ubsan|tsan|sanitizer|odr_asan)|asan\.)'
+
+# ---- the library ----
+
+exported='^(VornHal|VornBrcmHal|HALFactory|EtherSwitchBcm380|OnuXponHalAdapterBCM|OnuXponHalAdapterBcmNgponLib)::'
+exported+='|^(vlanRuleKey|serviceKey)::(vlanRuleKey|serviceKey|operator<)'
+exported+='|^(vtable|typeinfo|typeinfo name) for Vorn(Brcm)?Hal$'
+exported+='|^(omci_malloc|omci_free|onu_xpon_hal_adapter_bcm_hello_world|vorn_omci_[a-z_]+|getIntfStats|br_[a-z_]+|g_GemCnt)$'
+exported+='|^(updateEthernetUniSpeed|setEthernetUniStatus|getEthernetUniOperState|getEthernetUniConfig)$'
+complain "Exported, but not documented (see src/vorn_hal.map):" \
+    "$(nm -DC --defined-only "$library" | cut -d' ' -f3- | grep -vE "$exported" | grep -vE "$sanitizers")"
+# A sanitizer's runtime takes over C library functions, which then look like somebody else's.
+if ! nm -D --undefined-only "$library" | grep -qE ' __(asan|tsan|ubsan)_'; then
+    complain "Undefined, and not a function of the device kit:" \
+        "$(nm -D --undefined-only "$library" | awk '$1 == "U" {print $2}' | grep -v '@' |
+            grep -vE '^_ZN6Logger' | grep -vxFf <(printf "%s\n" "$kit"))"
+fi
+
+# ---- the virtual ONU ----
+
+interposed=$(sed -nE 's/.*INTERPOSES\(([a-z0-9_]+)\)[;]?.*/\1/p' "$source/virtual_onu/libc/Interpose.cpp" | grep -vx name | sort -u)
+names=$(nm -DC --defined-only "$virtual_onu" | cut -d' ' -f3- | grep -vE "$sanitizers")
+complain "Exported by the virtual ONU, but none of its interface (see virtual_onu/virtual_onu.map):" \
+    "$(printf '%s\n' "$names" | grep -vE '^(virtual_onu|Logger)::' | grep -vxFf <(printf "%s\n" "$kit") | grep -vxFf <(printf "%s\n" "$interposed"))"
+complain "Not exported by the virtual ONU (see virtual_onu/virtual_onu.map):" \
+    "$(printf '%s\n%s\n' "$kit" "$interposed" | grep -vxFf <(printf "%s\n" "$names"))"
+exit $bad

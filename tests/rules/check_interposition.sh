@@ -1,0 +1,31 @@
+#!/bin/sh
+# Nothing in the virtual ONU but RealLibc.cpp may call a C library function that Interpose.cpp defines: the call would
+# come back to the virtual ONU. Takes the project's root folder.
+set -eu
+folder=$1/virtual_onu
+
+names=$(sed -n 's/.*INTERPOSES(\([A-Za-z0-9_]*\)).*/\1/p' "$folder/libc/Interpose.cpp" | grep -v '^name$' | sort -u)
+count=$(printf '%s\n' "$names" | wc -l)
+if [ "$count" -lt 30 ]; then
+    echo "found only $count interposed functions in Interpose.cpp: is INTERPOSES still how they are marked?"
+    exit 1
+fi
+any=$(printf '%s\n' "$names" | tr '\n' '|' | sed 's/|$//')
+
+# A plain or global call; not a member (x.open), a qualified one (real::open), or a declaration (int open(...).
+# std::remove is also an algorithm and therefore not looked at.
+plain="(^|[^A-Za-z0-9_:.>*& ]|[^A-Za-z0-9_.>*&] +|&& +|return +|^ +|[^A-Za-z0-9_>]::)($any)\\("
+standard="std::(fopen|fclose|fflush|rename|system)\("
+
+failed=0
+for file in "$folder"/*.[ch]* "$folder"/*/*.[ch]* "$folder"/*/*/*.[ch]*; do
+    case $file in */RealLibc.cpp) continue ;; esac
+    found=$(sed -e 's/"\([^"\\]\|\\.\)*"/""/g' -e 's,//.*,,' "$file" | grep -nE "$plain|$standard" || true)
+    [ -z "$found" ] && continue
+    failed=1
+    printf '%s\n' "$found" | sed "s,^,$file:,"
+done
+if [ "$failed" -ne 0 ]; then
+    echo "call these through real:: (RealLibc.h); the virtual ONU's own functions of the same name are called qualified"
+    exit 1
+fi

@@ -1,0 +1,409 @@
+// Frames through the virtual ONU. Rules are written as the virtual ONU shows them: "rxdev=sid0.3 vid0=100 | push".
+#include <algorithm>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <regex>
+#include <sstream>
+
+#include "platform/vlanctl.h"
+#include "support/OnuFixture.h"
+
+namespace {
+
+using virtual_onu::Frame;
+using virtual_onu::kReceive;
+using virtual_onu::kTransmit;
+using virtual_onu::Learning;
+using virtual_onu::VlanTag;
+using virtual_onu::Walk;
+
+constexpr std::uint16_t kArp = 0x0806;
+
+VlanTag tag(std::uint16_t vid, std::uint8_t pbits = 0, bool dei = false, std::uint16_t tpid = 0x8100) {
+    return {tpid, pbits, dei, vid};
+}
+
+Frame frame(std::vector<VlanTag> tags = {}, std::uint16_t etherType = 0x0800) {
+    Frame made;
+    made.tags = std::move(tags);
+    made.etherType = etherType;
+    return made;
+}
+
+Frame ip(std::uint8_t protocol, std::uint8_t dscp = 0, std::vector<VlanTag> tags = {}) {
+    Frame made = frame(std::move(tags));
+    made.ipProtocol = protocol;
+    made.dscp = dscp;
+    return made;
+}
+
+// Adds one term of a rule's text to the pending rule.
+void addTerm(const std::string& text) {
+    static const std::regex kForm("([a-z-]+)([0-9]?)(:=)?=?([a-z]*)(.*)");  // name, tag, :=, another name, number
+    std::smatch parts;
+    ASSERT_TRUE(std::regex_match(text, parts, kForm)) << text;
+    std::string name = parts[1].str() + parts[3].str();
+    if (parts[3].matched && parts[4].length() > 0) name += parts[4] == "dscp" ? "dscp" : "copy";
+    const std::string value = parts[4].str() + parts[5].str();
+    const auto index = static_cast<unsigned>(std::atoi(parts[2].str().c_str()));
+    const auto number = static_cast<unsigned>(std::strtoul(parts[5].str().c_str(), nullptr, 0));
+    const std::map<std::string, std::function<int()>> calls = {
+        {"rxdev", [&] { return vlanCtl_setReceiveVlanDevice(value.c_str()); }},
+        {"txdev", [&] { return vlanCtl_filterOnTxVlanDevice(value.c_str()); }},
+        {"pbits", [&] { return vlanCtl_filterOnTagPbits(number, index); }},
+        {"cfi", [&] { return vlanCtl_filterOnTagCfi(number, index); }},
+        {"vid", [&] { return vlanCtl_filterOnTagVid(number, index); }},
+        {"tagtype", [&] { return vlanCtl_filterOnTagEtherType(number, index); }},
+        {"type", [&] { return vlanCtl_filterOnEthertype(number); }},
+        {"ipproto", [&] { return vlanCtl_filterOnIpProto(number); }},
+        {"gem", [&] { return vlanCtl_filterOnSkbMarkPort(number); }},
+        {"push", [&] { return vlanCtl_cmdPushVlanTag(); }},
+        {"pop", [&] { return vlanCtl_cmdPopVlanTag(); }},
+        {"drop", [&] { return vlanCtl_cmdDropFrame(); }},
+        {"pbits:=", [&] { return vlanCtl_cmdSetTagPbits(number, index); }},
+        {"cfi:=", [&] { return vlanCtl_cmdSetTagCfi(number, index); }},
+        {"vid:=", [&] { return vlanCtl_cmdSetTagVid(number, index); }},
+        {"tagtype:=", [&] { return vlanCtl_cmdSetTagEtherType(number, index); }},
+        {"type:=", [&] { return vlanCtl_cmdSetEtherType(number); }},
+        {"pbits:=copy", [&] { return vlanCtl_cmdCopyTagPbits(number, index); }},
+        {"cfi:=copy", [&] { return vlanCtl_cmdCopyTagCfi(number, index); }},
+        {"vid:=copy", [&] { return vlanCtl_cmdCopyTagVid(number, index); }},
+        {"tagtype:=copy", [&] { return vlanCtl_cmdCopyTagEtherType(number, index); }},
+        {"pbits:=dscp", [&] { return vlanCtl_cmdDscpToPbits(index); }},
+        {"mark-gem:=", [&] { return vlanCtl_cmdSetSkbMarkPort(number); }},
+        {"mark-queue:=", [&] { return vlanCtl_cmdSetSkbMarkQueue(number); }},
+    };
+    ASSERT_EQ(calls.count(name), 1u) << text;
+    ASSERT_EQ(calls.at(name)(), 0) << text;
+}
+
+// br3 with sid0.3 and sid1.3. sid0 drops what no rule takes, sid1 has no tables: what passes sid0 leaves at sid1 as it
+// is in the bridge.
+class DataPath : public OnuFixture {
+protected:
+    void SetUp() override {
+        OnuFixture::SetUp();
+        run("brctl addbr br3");
+        run("ifconfig br3 up");
+        for (const char* name : {"sid0", "sid1", "gpondef"}) run(std::string("ifconfig ") + name + " up");
+        add("sid0.3", "sid0", "br3");
+        add("sid1.3", "sid1", "br3");
+        vlanCtl_init();
+        for (unsigned tags = 0; tags <= 2; ++tags)
+            ASSERT_EQ(vlanCtl_setDefaultAction("sid0", kReceive, tags, 1, "sid0.3"), 0);
+    }
+
+    static void run(const std::string& command) { ASSERT_EQ(std::system(command.c_str()), 0) << command; }
+
+    static void add(const std::string& name, const std::string& under, const std::string& bridge = "") {
+        ASSERT_TRUE(onu().addDevice(name, under));
+        run("ifconfig " + name + " up");
+        if (!bridge.empty()) run("brctl addif " + bridge + " " + name);
+    }
+
+    // The commands are given before the filters; the virtual ONU shows the rule as it is written here all the same.
+    static std::uint32_t rule(const std::string& device, unsigned direction, unsigned tags, const std::string& text) {
+        vlanCtl_initTagRule();
+        const auto bar = std::min(text.find('|'), text.size());
+        std::istringstream words(text.substr(bar) + " " + text.substr(0, bar));
+        for (std::string word; words >> word;)
+            if (word != "|") addTerm(word);
+        unsigned id = 0;
+        EXPECT_EQ(
+            vlanCtl_insertTagRule(device.c_str(), direction, tags, VLANCTL_POSITION_APPEND, VLANCTL_DONT_CARE, &id), 0)
+            << text;
+        EXPECT_EQ(onu().ruleTexts(device, direction, tags).back(), text);
+        return id;
+    }
+
+    // The GEM port, and gpon3 with gpon3.3 in br3.
+    static void addPonSide() {
+        addGemPortOnTcont();
+        add("gpon3", "gpondef");
+        add("gpon3.3", "gpon3", "br3");
+    }
+
+    // Where copies leave, or why none does: "sid1: VID 100 p0, IPv4", "sid0: no rule matches, the default drops".
+    static std::vector<std::string> ends(const Walk& walk) {
+        std::vector<std::string> result;
+        for (const auto& exit : walk.exits)
+            result.push_back(exit.device + ": " + exit.frame.text() +
+                             (exit.queue ? " queue " + std::to_string(*exit.queue) : ""));
+        if (result.empty())
+            for (const auto& drop : walk.drops) result.push_back(drop.device + ": " + drop.reason);
+        return result;
+    }
+    static std::vector<std::string> sent(const Frame& what, const std::string& from = "sid0") {
+        return ends(onu().sendFromPort(from, what));
+    }
+    using Ends = std::vector<std::string>;
+};
+
+TEST_F(DataPath, EveryFilterHoldsForTheFramesThatItNamesAndForNoOthers) {
+    const struct {
+        const char* filters;
+        unsigned table;
+        Frame fits, fitsNot;
+    } cases[] = {
+        {"vid0=100", 1, frame({tag(100)}), frame({tag(101)})},
+        {"vid0=100", 2, frame({tag(100), tag(7)}), frame({tag(7), tag(100)})},
+        {"vid1=7", 2, frame({tag(100), tag(7)}), frame({tag(7), tag(100)})},
+        {"pbits0=5", 1, frame({tag(100, 5)}), frame({tag(100, 4)})},
+        {"pbits1=5", 2, frame({tag(1, 0), tag(2, 5)}), frame({tag(1, 5), tag(2, 0)})},
+        {"cfi0=1", 1, frame({tag(1, 0, true)}), frame({tag(1)})},
+        {"cfi0=0", 1, frame({tag(1)}), frame({tag(1, 0, true)})},
+        {"type=0x0806", 0, frame({}, kArp), frame()},
+        {"type=0x88a8", 1, frame({tag(1, 0, false, 0x88a8)}), frame({tag(1)})},
+        {"type=0x0800", 1, frame({tag(1, 0, false, 0x0800)}), frame({tag(1)})},  // the word behind the addresses
+        {"tagtype0=0x0806", 1, frame({tag(1)}, kArp), frame({tag(1)})},
+        {"tagtype0=0x8100", 2, frame({tag(1, 0, false, 0x88a8), tag(2)}), frame({tag(1), tag(2, 0, false, 0x88a8)})},
+        {"tagtype1=0x0806", 2, frame({tag(1), tag(2)}, kArp), frame({tag(1), tag(2)})},
+        {"ipproto=2", 0, ip(2), ip(17)},
+        {"ipproto=2", 1, ip(2, 0, {tag(1)}), frame({tag(1)})},
+        {"vid0=100 pbits0=5", 1, frame({tag(100, 5)}), frame({tag(100, 4)})},
+    };
+    for (const auto& c : cases) {
+        const unsigned id = rule("sid0", kReceive, c.table, std::string("rxdev=sid0.3 ") + c.filters);
+        EXPECT_EQ(sent(c.fits), Ends{"sid1: " + c.fits.text()}) << c.filters;
+        EXPECT_EQ(sent(c.fitsNot), Ends{"sid0: no rule matches, the default drops"}) << c.filters;
+        EXPECT_EQ(vlanCtl_removeTagRule("sid0", kReceive, c.table, id), 0);
+    }
+    // A frame that is no IP packet has no protocol, whatever somebody wrote there.
+    Frame arp = ip(2);
+    arp.etherType = kArp;
+    rule("sid0", kReceive, 0, "rxdev=sid0.3 ipproto=2");
+    EXPECT_EQ(sent(arp), Ends{"sid0: no rule matches, the default drops"});
+}
+
+TEST_F(DataPath, CommandsActAfterPushesAndPopsInTheOrderInWhichTheyWereAdded) {
+    const Frame single = frame({tag(10, 3, true)}), twoTpids = frame({tag(1, 1, false, 0x88a8), tag(2, 2, true)});
+    const struct {
+        const char* commands;
+        Frame sent;
+        std::string leaves;
+    } cases[] = {
+        {"push", frame(), "VID 0 p0, IPv4"},
+        {"push vid0:=200 pbits0:=3", single, "VID 200 p3, VID 10 p3 DEI, IPv4"},
+        {"vid0:=200 push", single, "VID 200 p0, VID 10 p3 DEI, IPv4"},  // also when they were added the other way round
+        {"push push vid0:=1 vid1:=2", frame(), "VID 1 p0, VID 2 p0, IPv4"},
+        {"pop", single, "untagged IPv4"},
+        {"pop pop", twoTpids, "untagged IPv4"},
+        {"pop push vid0:=5", twoTpids, "VID 5 p0, VID 2 p2 DEI, IPv4"},
+        {"pop", frame(), "untagged IPv4"},
+        {"vid0:=1 vid0:=2", single, "VID 2 p3 DEI, IPv4"},
+        {"push pbits0:=pbits1 vid0:=vid1 cfi0:=cfi1", single, "VID 10 p3 DEI, VID 10 p3 DEI, IPv4"},
+        {"vid0:=vid1 vid1:=7", twoTpids, "VID 2 p1 TPID 0x88a8, VID 7 p2 DEI, IPv4"},
+        {"type:=0x9100", twoTpids, "VID 1 p1 TPID 0x9100, VID 2 p2 DEI, IPv4"},
+        {"tagtype0:=0x9100", twoTpids, "VID 1 p1 TPID 0x88a8, VID 2 p2 DEI TPID 0x9100, IPv4"},
+        {"tagtype1:=0x0806", twoTpids, "VID 1 p1 TPID 0x88a8, VID 2 p2 DEI, ARP"},
+        {"tagtype0:=tagtype1", twoTpids, "VID 1 p1, VID 2 p2 DEI, IPv4"},
+        {"cfi0:=1 cfi1:=0", twoTpids, "VID 1 p1 DEI TPID 0x88a8, VID 2 p2, IPv4"},
+        {"pbits0:=dscp", ip(17, 46, {tag(1)}), "VID 1 p5, IPv4 protocol 17 DSCP 46"},
+        {"pbits0:=dscp", frame({tag(1, 3)}, kArp), "VID 1 p0, ARP"},
+        {"vid1:=9 pbits1:=pbits0 pbits0:=pbits1", single, "VID 10 p3 DEI, IPv4"},  // no such tag: nothing
+        {"vid0:=4097 pbits0:=9", single, "VID 1 p1 DEI, IPv4"},                    // what the fields hold
+    };
+    for (const auto& c : cases) {
+        const auto tags = static_cast<unsigned>(c.sent.tags.size());
+        const unsigned id = rule("sid0", kReceive, tags, std::string("rxdev=sid0.3 | ") + c.commands);
+        EXPECT_EQ(sent(c.sent), Ends{"sid1: " + c.leaves}) << c.commands << " on " << c.sent.text();
+        vlanCtl_removeTagRule("sid0", kReceive, tags, id);
+    }
+}
+
+TEST_F(DataPath, TheTableIsTheOneForTheNumberOfTagsAndTheLastOneTakesWhatHasMore) {
+    for (unsigned tags = 0; tags <= 3; ++tags)
+        if (tags < 3) rule("sid0", kReceive, tags, "rxdev=sid0.3 | push vid0:=" + std::to_string(1000 + tags));
+    Frame one;
+    for (unsigned tags = 0; tags <= 3; ++tags) {
+        const auto walk = onu().sendFromPort("sid0", one);
+        EXPECT_EQ(walk.exits.at(0).frame.tags.at(0).vid, 1000 + std::min(tags, 2u));
+        EXPECT_EQ(walk.hops.at(0).table, std::min(tags, 2u));
+        one.tags.push_back(tag(1));
+    }
+    EXPECT_EQ(sent(one), Ends{"sid0: the rule pushes more than 4 tags"});
+
+    const unsigned third = rule("sid0", kReceive, 3, "rxdev=sid0.3 | pop");
+    const auto walk = onu().sendFromPort("sid0", one);  // 4 tags, and a table for 3
+    EXPECT_EQ(walk.hops.at(0).rule, third);
+    EXPECT_EQ(walk.exits.at(0).frame.tags.size(), 3u);
+    one.tags.push_back(tag(1));
+    EXPECT_EQ(sent(one), Ends{"sid0: a frame has at most 4 tags"});
+}
+
+TEST_F(DataPath, TheFirstRuleThatMatchesIsTakenAndTheDefaultTakesTheRest) {
+    const unsigned narrow = rule("sid0", kReceive, 1, "rxdev=sid0.3 vid0=100 | vid0:=1");
+    rule("sid0", kReceive, 1, "rxdev=sid0.3 | vid0:=2");
+    rule("sid0", kReceive, 1, "rxdev=sid0.3 vid0=101 | drop");  // never reached
+    const auto walk = onu().sendFromPort("sid0", frame({tag(100)}));
+    EXPECT_EQ(walk.hops.at(0).rule, narrow);
+    EXPECT_EQ(walk.hops.at(0).detail, "rxdev=sid0.3 vid0=100 | vid0:=1");
+    EXPECT_EQ(ends(walk), Ends{"sid1: VID 1 p0, IPv4"});
+    EXPECT_EQ(sent(frame({tag(101)})), Ends{"sid1: VID 2 p0, IPv4"});
+
+    vlanCtl_setDefaultAction("sid0", kReceive, 0, 0, "sid0.3");
+    EXPECT_EQ(sent(frame()), Ends{"sid1: untagged IPv4"});
+    EXPECT_EQ(onu().sendFromPort("sid0", frame()).hops.at(0).detail, "default: pass");
+    rule("sid0", kReceive, 2, "rxdev=sid0.3 | drop");
+    EXPECT_EQ(sent(frame({tag(1), tag(2)})), Ends{"sid0: the rule drops the frame"});
+}
+
+TEST_F(DataPath, TransmitRulesSeeTheVlanDeviceThatTheFrameLeavesThrough) {
+    add("sid1.4", "sid1");
+    vlanCtl_setDefaultAction("sid0", kReceive, 0, 0, "sid0.3");
+    rule("sid1", kTransmit, 0, "txdev=sid1.4 | drop");
+    const unsigned own = rule("sid1", kTransmit, 0, "txdev=sid1.3 | push vid0:=9");
+    const auto walk = onu().sendFromPort("sid0", frame());
+    EXPECT_EQ(walk.hops.back().rule, own);
+    EXPECT_EQ(ends(walk), Ends{"sid1: VID 9 p0, IPv4"});
+}
+
+TEST_F(DataPath, ADroppedFrameSaysWhereAndWhy) {
+    addPonSide();
+    run("brctl delif br3 sid1.3");
+    vlanCtl_setDefaultAction("sid0", kReceive, 0, 0, "sid0.3");
+    onu().addGemPort(1002, 8);        // for downstream only
+    onu().addGemPort(1003, 9, 2000);  // an alloc-id that no T-CONT has
+    onu().addGemPort(1004, 10, 1024);
+    enableGemPort(1002);
+    enableGemPort(1003);
+    const auto upstream = [&](const std::string& commands) {
+        const unsigned id = rule("gpon3", kTransmit, 0, "txdev=gpon3.3 | " + commands);
+        const Ends result = sent(frame());
+        vlanCtl_removeTagRule("gpon3", kTransmit, 0, id);
+        return result;
+    };
+    EXPECT_EQ(sent(frame()), Ends{"gpondef: no rule marked the frame with a GEM port"});
+    EXPECT_EQ(upstream("mark-gem:=3"), Ends{"gpondef: there is no GEM port with index 3"});
+    EXPECT_EQ(upstream("mark-gem:=8"), Ends{"gpondef: GEM port 1002 is for downstream only"});
+    EXPECT_EQ(upstream("mark-gem:=9"), Ends{"gpondef: alloc-id 2000 of GEM port 1003 is bound to no T-CONT"});
+    EXPECT_EQ(upstream("mark-gem:=10"), Ends{"gpondef: GEM port 1004 is set down"});
+    EXPECT_EQ(upstream("mark-gem:=7 mark-queue:=6"), Ends{"gpondef: T-CONT 0 of GEM port 1001 has no queue 6"});
+    EXPECT_EQ(ends(onu().sendFromPon(1004, frame())), Ends{"gpondef: GEM port 1004 is set down"});
+    EXPECT_EQ(ends(onu().sendFromPon(999, frame())), Ends{"gpondef: there is no GEM port 999"});
+    EXPECT_EQ(sent(frame(), "sid9"), Ends{"sid9: there is no device sid9"});
+    EXPECT_EQ(sent(frame(), "sid2"), Ends{"sid2: sid2 is down"});
+    EXPECT_EQ(sent(frame(), "sid1"), Ends{"sid1: sid1 is in no bridge"});
+    for (const std::string device : {"gpon3.3", "gpon3", "br3", "sid0.3"}) {
+        run("ifconfig " + device + " down");
+        EXPECT_EQ(sent(frame()), Ends{device + ": " + device + " is down"});
+        run("ifconfig " + device + " up");
+    }
+    run("brctl delif br3 gpon3.3");
+    EXPECT_EQ(sent(frame()), Ends{"br3: br3 has no other port"});
+}
+
+TEST_F(DataPath, BridgesFloodUnknownAddressesAndRememberWhereOthersAre) {
+    run("ifconfig sid2 up");
+    add("sid2.3", "sid2", "br3");
+    vlanCtl_setDefaultAction("sid0", kReceive, 0, 0, "sid0.3");
+    const auto from = [](const char* source, const char* destination) {
+        Frame made;
+        made.source = source;
+        made.destination = destination;
+        return made;
+    };
+    const char *a = "02:00:00:00:00:0a", *b = "02:00:00:00:00:0b", *group = "01:00:5e:00:00:01";
+    const Ends flooded{"sid1: untagged IPv4", "sid2: untagged IPv4"};
+    EXPECT_EQ(sent(from(a, b)), flooded);
+    vlanCtl_setDefaultAction("sid1", kReceive, 0, 0, "sid1.3");
+    EXPECT_EQ(ends(onu().sendFromPort("sid1", from(b, "02:00:00:00:00:0A"), Learning::Off)),
+              Ends{"sid0: untagged IPv4"});
+    EXPECT_EQ(sent(from(a, b)), flooded) << "Learning::Off leaves no trace";
+    sent(from(b, a), "sid1");
+    EXPECT_EQ(sent(from(a, b)), Ends{"sid1: untagged IPv4"});
+    EXPECT_EQ(onu().sendFromPort("sid0", from(a, b)).hops.at(1).detail, "learned");
+    EXPECT_EQ(sent(from(a, group)), flooded);
+    EXPECT_EQ(sent(from("02:00:00:00:00:0c", a)), Ends{"br3: 02:00:00:00:00:0a is behind the port that it came from"});
+    EXPECT_EQ(sent(from(group, b)), Ends{"sid1: untagged IPv4"});
+    EXPECT_EQ(sent(from(b, group), "sid1").size(), 2u) << "a group address is nobody's source";
+    run("brctl delif br3 sid1.3");
+    EXPECT_EQ(sent(from(a, b)), Ends{"sid2: untagged IPv4"}) << "the port that knew it is gone";
+    run("brctl addif br3 sid1.3");
+    onu().forgetLearned();
+    EXPECT_EQ(sent(from(a, b)), (Ends{"sid2: untagged IPv4", "sid1: untagged IPv4"}));
+}
+
+TEST_F(DataPath, TheIpHostOnABridgeGetsWhatIsForItAndReachesTheBridgesPorts) {
+    add("br3.2", "br3");
+    run("ifconfig br3.2 hw ether 02:10:20:30:40:50 up");
+    vlanCtl_setDefaultAction("sid0", kReceive, 0, 0, "sid0.3");
+    vlanCtl_setDefaultAction("br3", kReceive, 0, 1, "br3.2");
+    rule("br3", kReceive, 0, "rxdev=br3.2");
+    rule("br3", kTransmit, 0, "txdev=br3.2 | push vid0:=5");
+    Frame own;
+    own.destination = "02:10:20:30:40:50";
+    EXPECT_EQ(sent(own), Ends{"br3.2: untagged IPv4"});
+    EXPECT_EQ(sent(frame()), Ends{"sid1: untagged IPv4"}) << "not its own";
+    own.destination = "ff:ff:ff:ff:ff:ff";
+    EXPECT_EQ(sent(own), (Ends{"br3.2: untagged IPv4", "sid1: untagged IPv4"}));
+    EXPECT_EQ(sent(frame(), "br3.2"), (Ends{"sid0: VID 5 p0, IPv4", "sid1: VID 5 p0, IPv4"}));
+}
+
+TEST_F(DataPath, AFlowToTheVeipLeadsAroundTheBridge) {
+    addPonSide();
+    run("brctl delif br3 sid1.3");
+    add("gpon0", "gpondef");
+    add("gpon0.0", "gpon0");
+    ASSERT_EQ(vlanCtl_createVlanInterfaceByName("gpon0.0", "veip0", 1, 1), 0);
+    run("ifconfig veip0 up");
+    rule("gpondef", kReceive, 0, "rxdev=gpon3");
+    rule("gpon3", kReceive, 0, "rxdev=gpon3.3");
+    rule("gpon0.0", kTransmit, 0, "txdev=veip0 | push vid0:=9");
+    vlanCtl_createVlanFlows("gpon3.3", "veip0");
+    vlanCtl_createVlanFlows("gpon3.3", "sid0.3");  // a short cut inside the bridge makes no second copy
+    EXPECT_EQ(ends(onu().sendFromPon(1001, frame())), (Ends{"veip0: VID 9 p0, IPv4", "sid0: untagged IPv4"}));
+}
+
+TEST_F(DataPath, AFlowTakesTheGatewaysFramesToASecondPonDevice) {
+    addPonSide();
+    add("gpon0", "gpondef");
+    ASSERT_EQ(vlanCtl_createVlanInterfaceByName("gpon0", "veip0", 1, 1), 0);
+    run("ifconfig veip0 up");
+    rule("gpon0", kTransmit, 0, "txdev=veip0 | mark-gem:=7");
+    rule("gpon3", kTransmit, 0, "txdev=gpon3.3 ipproto=2 | mark-gem:=7 mark-queue:=2");
+    vlanCtl_createVlanFlows("veip0", "gpon3.3");
+    const Ends both{"gpondef: untagged IPv4 IGMP queue 2", "gpondef: untagged IPv4 IGMP queue 0"};
+    const auto walk = onu().sendFromPort("veip0", ip(2));
+    EXPECT_EQ(ends(walk), both);
+    EXPECT_EQ(walk.exits.at(0).gemIndex, 7u);
+}
+
+TEST_F(DataPath, AClassOfTheRunnerForwardsItsFramesPastTheRules) {
+    run("bs /b/n vlan_action/dir=us,index=123");
+    run("bs /b/c vlan_action/dir=us,index=123 action={cmd=push+tpid_rem,ovid=100,opbit=3,otpid=88a8}");
+    run("bs /b/n ingress_class/dir=us,index=11,cfg={type=flow,fields=ingress_port+vlan_num+etype,prty=11}");
+    run("bs /bdmf/attr/add ingress_class/dir=us,index=11 flow string key={ingress_port=lan0,etype=0x800,vlan_num=0},"
+        "result={action=forward,egress_port=wan0,vlan_action={vlan_action/dir=us,index=123}}");
+    EXPECT_EQ(sent(frame()), Ends{"wan0: VID 100 p3 TPID 0x88a8, IPv4"});
+    for (const Frame& other : {frame({}, kArp), frame({tag(1)})})
+        EXPECT_EQ(sent(other), Ends{"sid0: no rule matches, the default drops"});
+    EXPECT_EQ(sent(frame(), "sid1"), Ends{"sid1: sid1 is in no bridge"}) << "another port's frames";
+    run("ifconfig sid0 down");
+    EXPECT_EQ(sent(frame()), Ends{"sid0: sid0 is down"});
+    run("ifconfig sid0 up");
+    run("bs /b/d ingress_class/dir=us,index=11");
+    EXPECT_EQ(sent(frame()), Ends{"sid0: no rule matches, the default drops"});
+}
+
+TEST_F(DataPath, AFrameHasTheBytesThatItWouldHaveOnTheWire) {
+    const Frame one = ip(17, 46, {tag(100, 5, true, 0x88a8), tag(7)});
+    const std::vector<std::uint8_t> bytes = one.bytes();
+    ASSERT_EQ(bytes.size(), 60u);
+    const std::vector<std::uint8_t> front = {2,    0,       0x5e, 0,    0,   2,    2, 0, 0x5e, 0, 0,
+                                             1,    0x88,    0xa8, 0xb0, 100, 0x81, 0, 0, 7,    8, 0,
+                                             0x45, 46 << 2, 0,    20,   0,   0,    0, 0, 64,   17};
+    EXPECT_EQ(std::vector<std::uint8_t>(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(front.size())),
+              front);
+    unsigned sum = 0;  // of a header with its check sum
+    for (std::size_t i = 22; i < 42; i += 2) sum += static_cast<unsigned>(bytes[i] << 8 | bytes[i + 1]);
+    EXPECT_EQ((sum & 0xFFFF) + (sum >> 16), 0xFFFFu);
+    EXPECT_EQ(frame({}, kArp).bytes().at(13), 6);
+    Frame six = ip(58, 10);
+    six.etherType = 0x86DD;
+    EXPECT_EQ((std::vector<int>{six.bytes()[14], six.bytes()[15], six.bytes()[20]}),
+              (std::vector<int>{0x62, 0x80, 58}));
+}
+
+}  // namespace

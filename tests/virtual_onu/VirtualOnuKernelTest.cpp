@@ -1,0 +1,373 @@
+// What programs see of the virtual ONU through the C library.
+#include <dirent.h>
+#include <fcntl.h>
+#include <linux/sockios.h>
+#include <net/if.h>
+#include <netpacket/packet.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include <nlohmann/json.hpp>
+
+#include "platform/kit_numbers.h"
+#include "support/OnuFixture.h"
+
+namespace {
+
+using virtual_onu::CallKind;
+using Texts = std::vector<std::string>;
+
+class VirtualKernel : public OnuFixture {
+protected:
+    static ifreq named(const char* name) {
+        ifreq request{};
+        std::strncpy(request.ifr_name, name, IFNAMSIZ - 1);
+        return request;
+    }
+    // 0 or errno of one request on a fresh socket.
+    static int ask(unsigned long number, void* argument) {
+        const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+        const int error = ioctl(fd, number, argument) == 0 ? 0 : errno;
+        close(fd);
+        return error;
+    }
+    static int run(const char* command) { return WEXITSTATUS(std::system(command)); }
+    static std::string firstLine(const char* path) {
+        std::ifstream file(path);
+        std::string line;
+        std::getline(file, line);
+        return line;
+    }
+};
+
+TEST_F(VirtualKernel, InterfaceRequestsActOnTheModelAndFailAsTheKernelDoes) {
+    ifreq request = named("sid2");
+    request.ifr_flags = static_cast<short>(0xFFFF);
+    EXPECT_EQ(ask(SIOCSIFFLAGS, &request), 0);
+    EXPECT_TRUE(onu().device("sid2")->up);
+    EXPECT_EQ(onu().device("sid2")->flags, 0xFFFFu);
+    request.ifr_mtu = 67;
+    EXPECT_EQ(ask(SIOCSIFMTU, &request), EINVAL);
+    EXPECT_EQ(onu().device("sid2")->mtu, 1500);
+    request = named("nobody");
+    EXPECT_EQ(ask(SIOCGIFINDEX, &request), ENODEV);
+    EXPECT_EQ(ask(SIOCGIFINDEX, nullptr), EFAULT);
+    EXPECT_EQ(ask(SIOCETHTOOL, &request), EOPNOTSUPP) << "an unknown request is no silent success";
+    EXPECT_EQ(ioctl(-1, SIOCGIFINDEX, &request), -1);
+    EXPECT_EQ(errno, EBADF);
+    EXPECT_EQ(if_nametoindex("sid2"), static_cast<unsigned>(onu().device("sid2")->index));
+    EXPECT_EQ(onu().traceTexts(CallKind::Ioctl).front(), R"(ioctl(SIOCSIFFLAGS, "sid2", 65535) = 0)");
+}
+
+TEST_F(VirtualKernel, ANameThatFillsTheRequestIsNotReadPastItsEnd) {
+    onu().addDevice("fifteen-letters");
+    EXPECT_FALSE(onu().addDevice("sixteen-letters-"));
+    ifreq request{};
+    std::memset(&request, 'x', sizeof request);
+    std::memcpy(request.ifr_name, "fifteen-letters!", IFNAMSIZ);  // the sixteenth is taken for the end
+    EXPECT_EQ(ask(SIOCGIFINDEX, &request), 0);
+    EXPECT_EQ(request.ifr_ifindex, onu().device("fifteen-letters")->index);
+}
+
+TEST_F(VirtualKernel, SuccessLeavesErrnoAlone) {
+    ifreq request = named("sid0");
+    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+    errno = ERANGE;
+    EXPECT_EQ(ioctl(fd, SIOCGIFINDEX, &request), 0);
+    EXPECT_EQ(std::system("brctl addbr br3"), 0);
+    EXPECT_EQ(close(open("/sys/class/net/br3/mtu", O_RDONLY)), 0);
+    EXPECT_EQ(sleep(1), 0u);
+    EXPECT_EQ(errno, ERANGE);
+    close(fd);
+}
+
+TEST_F(VirtualKernel, SysfsShowsTheModelAndItsDirectoriesCanBeWalked) {
+    run("brctl addbr br3; brctl addif br3 sid1");
+    std::size_t walked = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/sys/class/net")) walked += entry.exists();
+    EXPECT_EQ(walked, onu().devices().size());
+    DIR* folder = opendir("/sys/class/net");
+    EXPECT_EQ(onu().openDescriptors(), 1) << "an open directory is a leak too";
+    closedir(folder);
+    EXPECT_EQ(access("/sys/class/net/sid1/brport", F_OK), 0);
+    run("brctl delif br3 sid1");
+    EXPECT_EQ(access("/sys/class/net/sid1/brport", F_OK), -1);
+    struct stat status {};
+    EXPECT_EQ(stat("/sys/class/net/sid1", &status), 0);
+    EXPECT_TRUE(S_ISDIR(status.st_mode));
+}
+
+TEST_F(VirtualKernel, AttributesTakeWhatTheKernelTakes) {
+    struct Case {
+        const char* attribute;
+        const char* text;
+        int error;
+    };
+    const std::array<Case, 6> cases = {{
+        {"br3/bridge/stp_state", "1\n", 0},
+        {"br3/bridge/forward_delay", "3001", ERANGE},  // checked since the spanning tree runs now
+        {"br3/bridge/hello_time", "two", EINVAL},
+        {"br3/bridge/max_age", "", 0},
+        {"br3/bridge/bridge_id", "1", EACCES},
+        {"br3/bridge/nothing", "1", ENOENT},
+    }};
+    run("brctl addbr br3");
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.attribute) + " " + c.text);
+        const std::string path = std::string("/sys/class/net/") + c.attribute;
+        const std::size_t size = std::strlen(c.text);
+        const int fd = open(path.c_str(), O_WRONLY);
+        if (fd < 0) {
+            EXPECT_EQ(errno, c.error);
+            continue;
+        }
+        const ssize_t written = write(fd, c.text, size);
+        EXPECT_EQ(written == static_cast<ssize_t>(size) ? 0 : errno, c.error);
+        close(fd);
+    }
+    EXPECT_TRUE(onu().bridge("br3")->stp);
+}
+
+TEST_F(VirtualKernel, AStreamWritesAnAttributeWhenItIsFlushedOrClosed) {
+    run("brctl addbr br3");
+    FILE* file = std::fopen("/sys/class/net/br3/bridge/ageing_time", "w");
+    std::fprintf(file, "%d\n", 500);
+    EXPECT_EQ(onu().bridge("br3")->ageingTime, 30000);
+    EXPECT_EQ(std::fflush(file), 0);
+    EXPECT_EQ(onu().bridge("br3")->ageingTime, 500);
+    std::fputs("soon", file);
+    EXPECT_EQ(std::fclose(file), EOF);
+    EXPECT_EQ(errno, EINVAL);
+    std::ofstream("/sys/class/net/br3/bridge/ageing_time") << 700 << std::endl;
+    EXPECT_EQ(onu().bridge("br3")->ageingTime, 700);
+}
+
+// How a shell redirects a command's output.
+TEST_F(VirtualKernel, WhatIsWrittenThroughACopyOfADescriptorArrives) {
+    for (const char* path : {"/proc/sys/net/ipv6/conf/sid3/disable_ipv6", "/var/mcpd.conf"}) {
+        const int spare = fcntl(0, F_DUPFD, 10);
+        const int fd = open(path, O_WRONLY | O_CREAT, 0644);
+        EXPECT_EQ(dup2(fd, spare), spare);
+        close(fd);
+        EXPECT_EQ(write(spare, "1\n", 2), 2);
+        EXPECT_EQ(onu().openDescriptors(), 1);
+        dup2(0, spare);
+        EXPECT_EQ(onu().openDescriptors(), 0);
+        close(spare);
+    }
+    EXPECT_TRUE(onu().device("sid3")->ipv6Disabled);
+    EXPECT_EQ(onu().readFile("/var/mcpd.conf"), "1\n");
+}
+
+TEST_F(VirtualKernel, ShellCommandsActOnTheModelOrAreFlagged) {
+    struct Case {
+        const char* command;
+        int status;
+        bool understood;
+    };
+    const std::array<Case, 33> cases = {{
+        {"brctl addbr br3", 0, true},
+        {"brctl addbr br3", 1, true},
+        {"ifconfig br3 hw ether 02:00:00:00:aa:01 up 2>/dev/null", 0, true},
+        {"brctl delbr br3  2>/dev/null", 1, true},  // still up
+        {"ifconfig br3 10.0.0.5 netmask 255.255.255.0 broadcast 10.0.0.5 mtu 1400 up", 0, true},
+        {"ifconfig br3 hw ether  up", 1, true},
+        {"ifconfig br3  netmask  broadcast  mtu 1500", 1, true},
+        {"ifconfig nobody up", 1, true},
+        {"ifconfig br3 promisc", 127, false},
+        {"brctl addif brv ", 1, true},
+        {"brctl frobnicate br3", 127, false},
+        {"ip rule del from 10.0.0.5 table 12 2>/dev/null", 2, true},
+        {"ip rule add from 10.0.0.5 table 12 2>/dev/null", 0, true},
+        {"ip route replace default via 10.0.0.1 dev br3 table 12 2>/dev/null", 0, true},
+        {"ip route replace default via  dev br3 table 12 2>/dev/null", 1, true},
+        {"ip route replace default via 10.0.0.1 dev nobody table 12 2>/dev/null", 1, true},
+        {"echo 1 > /proc/sys/net/ipv6/conf/br3/disable_ipv6", 0, true},
+        {"echo 1 > /proc/sys/net/ipv6/conf/nobody/disable_ipv6", 1, true},
+        {"dhcpc -i br3 -B -l 3600  &", 0, true},
+        {"kill -9 4711", 1, true},
+        {"mcpctl reload", 0, true},
+        {"bs /b/n ingress_class/dir=us,index=12,cfg={type=flow,fields=ingress_port+etype,prty=12}", 0, true},
+        {"bs /bdmf/attr/add ingress_class/dir=us,index=12 flow string key={etype=0x800},result={a={b/c=1}}", 0, true},
+        {"bs /b/n vlan_action/dir=us,index=1 && bs /b/d vlan_action/dir=us,index=1", 0, true},
+        {"bs /b/d vlan_action/dir=us,index=1", 0, true},
+        {"bs /b/zap all", 127, false},
+        {"iq addkeymask --dstmac --maskprio 12", 0, true},
+        {"iq addkey --dstmac 02:00:00:00:aa:01 --prio 1", 0, true},
+        {"iq remkey --dstmac 02:00:00:00:aa", 0, true},  // another address
+        {"iq remkeymask --dstmac", 0, true},
+        {"iq explode", 127, false},
+        {"echo $HOME", 127, false},
+        {"true || mcpctl stop; mcpctl reload", 0, true},
+    }};
+    for (const auto& c : cases) {
+        EXPECT_EQ(run(c.command), c.status) << c.command;
+        EXPECT_EQ(onu().shellCommands().back().understood, c.understood) << c.command;
+    }
+    const auto bridge = *onu().device("br3");
+    EXPECT_EQ(bridge.addresses, Texts{"10.0.0.5 netmask 255.255.255.0 broadcast 10.0.0.5"});
+    EXPECT_EQ(bridge.mac, "02:00:00:00:aa:01");
+    EXPECT_EQ(bridge.mtu, 1400);
+    EXPECT_TRUE(bridge.ipv6Disabled);
+    EXPECT_EQ(onu().ipRules(), Texts{"from 10.0.0.5 table 12"});
+    EXPECT_EQ(onu().ipRoutes(), Texts{"default via 10.0.0.1 dev br3 table 12"});
+    EXPECT_EQ(onu().runnerObjects(), Texts{"ingress_class/dir=us,index=12"});
+    EXPECT_EQ(onu().ingressQueueKeys(), Texts{"key --dstmac 02:00:00:00:aa:01 --prio 1"});
+    EXPECT_EQ(onu().toJson()["runner"]["remarks"].size(), 2u) << "deleted in vain: an action, a key";
+    run("ifconfig br3 down");
+    EXPECT_EQ(onu().ipRoutes(), Texts{}) << "the kernel drops the routes of a device that goes down";
+}
+
+TEST_F(VirtualKernel, TheHostsShellAndFilesAreOutOfReach) {
+    const std::string victim = testing::TempDir() + "untouched-by-the-virtual-onu";
+    EXPECT_EQ(run(("echo x > " + victim).c_str()), 127);
+    EXPECT_EQ(run(("touch " + victim).c_str()), 127);
+    EXPECT_EQ(access(victim.c_str(), F_OK), -1);
+    EXPECT_EQ(run("cat /etc/passwd"), 127);
+
+    const std::string marker = "only the virtual ONU has this";
+    onu().writeFile("/tmp/dhclient_interface", marker);
+    EXPECT_EQ(firstLine("/tmp/dhclient_interface"), marker);
+    // A file name that the virtual ONU does not look at leads to the host's file.
+    std::ifstream host("/tmp/../tmp/dhclient_interface");
+    std::string line;
+    std::getline(host, line);
+    EXPECT_NE(line, marker);
+    EXPECT_EQ(std::rename("/var/mcpd.conf", victim.c_str()), -1);
+    EXPECT_EQ(errno, EXDEV);
+}
+
+TEST_F(VirtualKernel, FilesOfTheDeviceAreWrittenRenamedAndRemoved) {
+    EXPECT_EQ(open("/var/mcpd.conf", O_RDONLY), -1);
+    EXPECT_EQ(errno, ENOENT);
+    std::ofstream("/var/mcpdTmp.conf") << "igmp\n";
+    EXPECT_EQ(std::rename("/var/mcpdTmp.conf", "/var/mcpd.conf"), 0);
+    EXPECT_EQ(onu().readFile("/var/mcpd.conf"), "igmp\n");
+    struct stat status {};
+    EXPECT_EQ(lstat("/var/mcpd.conf", &status), 0);
+    EXPECT_TRUE(S_ISREG(status.st_mode));
+    EXPECT_EQ(status.st_size, 5);
+    std::ofstream("/var/mcpd.conf", std::ios::app) << "mld\n";
+    EXPECT_EQ(open("/var/mcpd.conf", O_WRONLY | O_CREAT | O_EXCL, 0600), -1);
+    EXPECT_EQ(errno, EEXIST);
+    // A file that is open when it is renamed is written under its new name.
+    FILE* file = std::fopen("/var/mcpd.conf", "a");
+    EXPECT_EQ(std::rename("/var/mcpd.conf", "/var/mcpdTmp.conf"), 0);
+    std::fputs("end\n", file);
+    EXPECT_EQ(std::fclose(file), 0);
+    EXPECT_EQ(onu().readFile("/var/mcpdTmp.conf"), "igmp\nmld\nend\n");
+    EXPECT_EQ(std::remove("/var/mcpdTmp.conf"), 0);
+    EXPECT_EQ(std::remove("/var/mcpdTmp.conf"), -1);
+    onu().denyFile("/var/mcpd.conf");
+    EXPECT_FALSE(std::ofstream("/var/mcpd.conf").is_open());
+    EXPECT_EQ(onu().traceTexts(CallKind::File).back(), R"(fopen("/var/mcpd.conf") = -13)");
+    onu().removeFile("/sys/class/net/eth1/operstate");
+    EXPECT_FALSE(std::ifstream("/sys/class/net/eth1/operstate").is_open());
+}
+
+TEST_F(VirtualKernel, ProcessesAreListedLikePsDoesAndEndWithKill) {
+    run("dhcpc -i sid1 -B -l 3600 &");
+    const int pid = onu().processes().at(0).first;
+    FILE* pipe = popen("ps |grep sid1", "r");
+    std::array<char, 256> line{};
+    ASSERT_NE(std::fgets(line.data(), line.size(), pipe), nullptr);
+    EXPECT_EQ(std::atoi(line.data()), pid);
+    EXPECT_NE(std::strstr(line.data(), "dhcpc -i sid1"), nullptr);
+    EXPECT_EQ(pclose(pipe), 0);
+    EXPECT_EQ(run(("kill -9 " + std::to_string(pid)).c_str()), 0);
+    EXPECT_EQ(onu().killedProcesses(), std::vector<int>{pid});
+
+    pipe = popen("ps |grep sid1", "r");
+    ASSERT_NE(std::fgets(line.data(), line.size(), pipe), nullptr);
+    EXPECT_NE(std::strstr(line.data(), "grep sid1"), nullptr) << "the search finds itself, as on the device";
+    EXPECT_EQ(pclose(pipe), 0);
+}
+
+TEST_F(VirtualKernel, PacketSocketsKeepTheFramesThatWouldLeave) {
+    const std::vector<std::uint8_t> frame(60, 0xab);
+    const int fd = socket(AF_PACKET, SOCK_RAW, 0);
+    ASSERT_GE(fd, 0);
+    sockaddr_ll address{};
+    address.sll_family = AF_PACKET;
+    address.sll_ifindex = 999;
+    auto* generic = reinterpret_cast<sockaddr*>(&address);
+    EXPECT_EQ(bind(fd, generic, sizeof address), -1);
+    EXPECT_EQ(errno, ENODEV);
+    address.sll_ifindex = onu().device("eth0")->index;
+    ASSERT_EQ(bind(fd, generic, sizeof address), 0);
+    EXPECT_EQ(fcntl(fd, F_SETFL, O_NONBLOCK), 0);
+    EXPECT_EQ(sendto(fd, frame.data(), frame.size(), 0, generic, sizeof address), -1);
+    EXPECT_EQ(errno, ENETDOWN);
+    run("ifconfig eth0 up");
+    EXPECT_EQ(sendto(fd, frame.data(), frame.size(), 0, generic, sizeof address), 60);
+    EXPECT_EQ(send(fd, frame.data(), 13, 0), -1);
+    EXPECT_EQ(errno, EINVAL);
+    EXPECT_EQ(onu().packetFrames(), std::vector<std::vector<std::uint8_t>>{frame});
+    close(fd);
+    EXPECT_EQ(onu().traceTexts(CallKind::Socket).size(), 6u);
+}
+
+TEST_F(VirtualKernel, TheLaserAndTheStackAnswerTheirRequestsOnly) {
+    onu().setOptics(1234, 65535);
+    std::uint32_t level = 0xabcd0000;
+    const int laser = open("/dev/laser_dev", O_RDWR);
+    EXPECT_EQ(ioctl(laser, LASER_IOC_GET_RX_POWER, &level), 0);
+    EXPECT_EQ(level, 0xabcd04d2u) << "the driver writes 16 bits";
+    EXPECT_EQ(ioctl(laser, LASER_IOC_GET_RX_POWER + 4, &level), -1);
+    EXPECT_EQ(errno, ENOTTY);
+    EXPECT_EQ(onu().openDescriptors(), 1);
+    close(laser);
+
+    const int stack = open("/dev/ngpon2_stack", O_RDWR);
+    EXPECT_EQ(ioctl(stack, NGPON_STACK_IOC_GET_TX_CHANNEL, &level), 0);
+    EXPECT_EQ(ioctl(stack, 202ul, &level), -1);
+    EXPECT_EQ(errno, ENOTTY);
+    close(stack);
+}
+
+TEST_F(VirtualKernel, WaitsEndAtOnceAndIdleWaitsWithTheDevicesClock) {
+    using std::chrono::steady_clock;
+    const auto start = steady_clock::now();
+    sleep(3600);
+    usleep(1500);
+    timespec second{1, 0};
+    nanosleep(&second, nullptr);
+    std::thread clock([] { onu().advance(3 * 3600 * 1000); });
+    for (int round = 0; round < 3; ++round) {
+        timeval hour{3600, 0};
+        EXPECT_EQ(select(0, nullptr, nullptr, nullptr, &hour), 0);
+    }
+    clock.join();
+    EXPECT_EQ(onu().slept(), 3601002u) << "idle waits are no sleep";
+    EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(60));
+    EXPECT_EQ(onu().traceTexts(CallKind::Wait).front(), "sleep(3600) = 0");
+}
+
+TEST_F(VirtualKernel, FaultsNarrowedToOneRequestOrFileHitNothingElse) {
+    onu().failNext("ioctl:SIOCGIFMTU", 2, EPERM);
+    onu().failNext("fopen:/var/mcpd.conf", 1, EMFILE);
+    ifreq request = named("sid0");
+    EXPECT_EQ(ask(SIOCGIFINDEX, &request), 0);
+    EXPECT_EQ(ask(SIOCGIFMTU, &request), 0);
+    EXPECT_EQ(ask(SIOCGIFMTU, &request), EPERM);
+    EXPECT_EQ(ask(SIOCGIFMTU, &request), 0);
+    std::ofstream("/var/mcpdTmp.conf") << "x";
+    EXPECT_EQ(onu().readFile("/var/mcpdTmp.conf"), "x");
+    EXPECT_EQ(std::fopen("/var/mcpd.conf", "w"), nullptr);
+    EXPECT_EQ(errno, EMFILE);
+    onu().failNext("system", 1, 256);
+    EXPECT_EQ(std::system("brctl addbr br3"), 256);
+    EXPECT_FALSE(onu().deviceExists("br3"));
+}
+
+}  // namespace

@@ -1,0 +1,69 @@
+#include "scenario/Runner.h"
+
+#include <algorithm>
+#include <exception>
+
+#include "hal/HALFactory.h"
+#include "hal/VornHal.h"
+#include "state/Effects.h"
+
+namespace vorn_onu {
+
+namespace {
+
+// The trace entries from this number on.
+std::vector<std::string> traceFrom(const virtual_onu::VirtualOnu& onu, std::uint64_t number) {
+    std::vector<std::string> lines;
+    for (const auto& entry : onu.trace())
+        if (entry.number >= number) lines.push_back(entry.text());
+    return lines;
+}
+
+std::uint64_t nextTraceNumber(const virtual_onu::VirtualOnu& onu) {
+    const auto trace = onu.trace();
+    return trace.empty() ? 1 : trace.back().number + 1;
+}
+
+StepRecord runStep(const Step& step, const RunOptions& options, RunContext& context) {
+    StepRecord record;
+    record.step = &step;
+    const std::uint64_t from = options.trace ? nextTraceNumber(context.onu) : 0;
+    const Sight before = Sight::of(context.onu);
+    try {
+        StepResult result = step.run(context);
+        record.failures = std::move(result.failures);
+        record.answer = std::move(result.answer);
+        record.sent = std::move(result.sent);
+    } catch (const std::exception& error) {
+        record.failures.push_back({"the step", {"can be done"}, {error.what()}});
+    }
+    record.effects = effects(before, Sight::of(context.onu));
+    if (options.trace) record.trace = traceFrom(context.onu, from);
+    return record;
+}
+
+}  // namespace
+
+std::vector<StepRecord> runScenario(const Scenario& scenario, const RunOptions& options, const StepListener& listener) {
+    auto& onu = virtual_onu::VirtualOnu::instance();
+    onu.reset();
+    onu.sleepForReal(options.realTime);
+    RunContext context{onu, *HALFactory::getInstance()->CreateHALObject(0)};
+    std::vector<StepRecord> records;
+    for (const Step& step : scenario.steps) {
+        if (options.lastStep != 0 && step.number > options.lastStep) break;
+        records.push_back(runStep(step, options, context));
+        listener(records.back());
+    }
+    return records;
+}
+
+bool FullestMoment::isNow(const virtual_onu::VirtualOnu& onu) {
+    const std::string state = onu.stateText();
+    const auto lines = static_cast<std::size_t>(std::count(state.begin(), state.end(), '\n'));
+    if (lines < most_) return false;
+    most_ = lines;
+    return true;
+}
+
+}  // namespace vorn_onu

@@ -1,0 +1,47 @@
+// Runs the steps of a scenario against a factory-new virtual ONU.
+#ifndef VORN_ONU_RUNNER_H
+#define VORN_ONU_RUNNER_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "scenario/Scenario.h"
+
+namespace vorn_onu {
+
+// A step that has run.
+struct StepRecord {
+    const Step* step = nullptr;
+    std::vector<Failure> failures;
+    std::string answer;                     // of a call
+    std::string effects;                    // what it has changed on the device
+    std::vector<std::string> trace;         // the calls that it made, when they are wanted
+    std::shared_ptr<const SentFrame> sent;  // of a frame
+    bool passed() const { return failures.empty(); }
+};
+
+struct RunOptions {
+    bool trace = false;
+    bool realTime = false;
+    std::size_t lastStep = 0;  // stop after this one; 0 runs them all
+};
+
+// Called after every step, as it ends.
+using StepListener = std::function<void(const StepRecord&)>;
+
+std::vector<StepRecord> runScenario(const Scenario& scenario, const RunOptions& options, const StepListener& listener);
+
+// Finds the moment at which most stands on the device: scenarios often take everything back in the end. Asked after
+// every step; true when there is at least as much as ever before.
+class FullestMoment {
+public:
+    bool isNow(const virtual_onu::VirtualOnu& onu);
+
+private:
+    std::size_t most_ = 0;
+};
+
+}  // namespace vorn_onu
+
+#endif

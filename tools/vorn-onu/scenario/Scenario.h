@@ -1,0 +1,100 @@
+// A scenario file, read and checked as a whole: nothing runs before every step has been understood.
+#ifndef VORN_ONU_SCENARIO_H
+#define VORN_ONU_SCENARIO_H
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "VirtualOnu.h"
+#include "scenario/fields/Problem.h"
+
+class VornHal;
+
+namespace vorn_onu {
+
+// The device at a named moment of a scenario.
+struct Mark {
+    std::string state;         // what provisioning changes, as text
+    std::size_t messages = 0;  // sent so far
+    std::size_t commands = 0;  // run through the shell so far
+};
+
+// What a running scenario has at hand.
+struct RunContext {
+    virtual_onu::VirtualOnu& onu;
+    VornHal& hal;
+    std::map<std::string, Mark> marks = {};
+};
+
+// One thing that is not as expected: a line, or several.
+struct Failure {
+    std::string what;  // "bridge br3 members"
+    std::vector<std::string> expected;
+    std::vector<std::string> actual;
+};
+
+struct SentFrame;  // FrameFields.h
+
+struct StepResult {
+    std::vector<Failure> failures;
+    std::string answer;                               // of a call: "0", "-1, level -5000"; of a frame: where it left
+    std::shared_ptr<const SentFrame> sent = nullptr;  // of a frame
+};
+
+struct Step {
+    std::size_t number = 0;  // from 1, in the order of the file
+    std::string kind;        // the key that makes the step what it is: "call", "expect", ...
+    std::string name;        // of a call: the operation
+    std::string words;       // what the step does, for people
+    std::string note;        // the author's own words, "" when there are none
+    bool changes = false;    // provisions something
+    std::function<StepResult(RunContext&)> run;
+};
+
+struct Scenario {
+    std::string file;
+    std::string title;
+    std::string description;
+    std::vector<Step> steps;
+};
+
+// What is known while a file is read.
+struct ParseContext {
+    Json records = Json::object();     // records by name, to be used in several calls
+    std::set<std::string> marks = {};  // names of the marks so far
+};
+
+// A kind of step: the key that it goes by and how it is read. Schema.cpp and parsing share these rows.
+struct StepKind {
+    std::string key;
+    std::string doc;
+    std::vector<std::string> companions;  // further keys that the step may have
+    Json schema;                          // of the value of the key
+    std::function<void(Step& step, const Json& whole, ParseContext& context)> parse;  // throws a Problem
+    std::map<std::string, Json> companionSchemas = {};  // of companions that are more than a number
+};
+const std::vector<StepKind>& stepKinds();
+
+std::vector<StepKind> callSteps();   // StepsCall.cpp
+std::vector<StepKind> setupSteps();  // StepsSetup.cpp: gateway, fault, board, advance
+std::vector<StepKind> frameSteps();  // StepsFrame.cpp
+std::vector<StepKind> checkSteps();  // StepsCheck.cpp: expect, mark, note
+
+// The one line that says what is wrong with a file. Names in it may come from the file: control characters, which could
+// end the line or play with the terminal, show as question marks.
+class BadScenario : public std::runtime_error {
+public:
+    explicit BadScenario(const std::string& text);
+};
+
+// Throws BadScenario.
+Scenario loadScenario(const std::string& path);
+
+}  // namespace vorn_onu
+
+#endif

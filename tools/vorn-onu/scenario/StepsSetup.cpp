@@ -1,0 +1,208 @@
+// Steps that set the stage: the gateway's behaviour, faults, the clock. The board's are in BoardSettings.cpp.
+#include <chrono>
+#include <thread>
+
+#include "scenario/BoardSettings.h"
+#include "scenario/Scenario.h"
+#include "scenario/fields/Field.h"
+
+namespace vorn_onu {
+
+namespace {
+
+using virtual_onu::GatewayMode;
+
+const Numbers kDelay{0, 60000};
+const Numbers kMessageType{0, 0xFFFFFFFF, {}, false, true};
+constexpr std::uint32_t kServiceStatusQuery = 0x10002251;  // the gateway asks for a service's state again
+
+std::string wordsOfSetting(const std::string& key, const Json& value) {
+    return key + " " + (value.is_string() ? value.get<std::string>() : shown(value));
+}
+
+// ---- gateway ----
+
+// The 60-byte service record with name, VLAN and p-bits at their places.
+std::vector<std::uint8_t> serviceQuery(const Json& value) {
+    struct Query {
+        std::string ifName;
+        std::int32_t pbits, vlanId;
+    };
+    Query query{};
+    fill(&query,
+         {field("ifName", &Query::ifName, otherwise("veip0"), "device of the service"),
+          field("pbits", &Query::pbits, Numbers{-2, 65535}, required(), "p-bits of the service"),
+          field("vlanId", &Query::vlanId, Numbers{-2, 65535}, required(), "VLAN of the service")},
+         value);
+    if (query.ifName.size() > 31) throw Problem("ifName", "must be at most 31 characters");
+    std::vector<std::uint8_t> payload(60, 0);
+    for (std::size_t i = 0; i < query.ifName.size(); ++i) payload[i] = static_cast<std::uint8_t>(query.ifName[i]);
+    for (unsigned i = 0; i < 4; ++i) {
+        payload[32 + i] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(query.pbits) >> (8 * i));
+        payload[36 + i] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(query.vlanId) >> (8 * i));
+    }
+    return payload;
+}
+
+struct GatewayMessage {
+    std::uint32_t type = 0;
+    std::vector<std::uint8_t> payload;
+    std::int64_t dataLength = -1;
+};
+
+GatewayMessage messageOf(const Json& value) {
+    GatewayMessage message;
+    fill(
+        &message,
+        {field("type", &GatewayMessage::type, kMessageType, required(), "message type"),
+         Field{"payload", optional(), "bytes as hex text", Json{{"type", "string"}},
+               [](void* record, const Json& bytes) { static_cast<GatewayMessage*>(record)->payload = bytesOf(bytes); }},
+         field("dataLength", &GatewayMessage::dataLength, Numbers{-1, 65535}, optional(),
+               "what the header claims; left out: the truth")},
+        value);
+    return message;
+}
+
+void parseGateway(Step& step, const Json& whole, ParseContext&) {
+    const Json& value = whole["gateway"];
+    step.words = wordsOfSetting("gateway", value);
+    if (value.is_object() && value.contains("asks")) {
+        checkKeys(value, {"asks"});
+        const auto payload =
+            inField("gateway", [&] { return inField("asks", [&] { return serviceQuery(value["asks"]); }); });
+        step.run = [payload](RunContext& context) {
+            context.onu.gatewaySends(kServiceStatusQuery, payload);
+            return StepResult{};
+        };
+        return;
+    }
+    if (value.is_object() && value.contains("sends")) {
+        checkKeys(value, {"sends"});
+        const auto message =
+            inField("gateway", [&] { return inField("sends", [&] { return messageOf(value["sends"]); }); });
+        step.run = [message](RunContext& context) {
+            context.onu.gatewaySends(message.type, message.payload, static_cast<long>(message.dataLength));
+            return StepResult{};
+        };
+        return;
+    }
+    inField("gateway", [&] {
+        GatewayMode mode = GatewayMode::Answers;
+        std::int64_t delay = 2;
+        if (value.is_object() && value.contains("answersAfterMs")) {
+            checkKeys(value, {"answersAfterMs"});
+            delay = inField("answersAfterMs", [&] { return kDelay.read(value["answersAfterMs"]); });
+        } else if (value == "silent") {
+            mode = GatewayMode::Silent;
+        } else if (value != "answers") {
+            throw Problem("must be \"answers\", \"silent\", {\"answersAfterMs\"}, {\"asks\"} or {\"sends\"}, not " +
+                          shown(value));
+        }
+        step.run = [mode, delay](RunContext& context) {
+            context.onu.setGateway(mode, static_cast<int>(delay));
+            return StepResult{};
+        };
+    });
+}
+
+Json gatewaySchema() {
+    const auto only = [](const char* key, const Json& schema) {
+        return Json{
+            {"type", "object"}, {"additionalProperties", false}, {"required", {key}}, {"properties", {{key, schema}}}};
+    };
+    return {{"anyOf", Json::array({Json{{"enum", {"answers", "silent"}}}, only("answersAfterMs", kDelay.schema()),
+                                   only("asks", Json{{"type", "object"}}), only("sends", Json{{"type", "object"}})})}};
+}
+
+// ---- faults ----
+
+struct FaultSetting {
+    std::string function;
+    std::int32_t nth = 1, code = 1;
+    std::uint32_t call = 0;
+};
+
+std::vector<Field> faultFields() {
+    using R = FaultSetting;
+    return {
+        field("function", &R::function, optional(),
+              "name of the call that fails: \"tmctl_setQueueCfg\", \"ioctl:SIOCSIFMTU\""),
+        field("nth", &R::nth, Numbers{1, 1000000}, otherwise(1), "which of its calls from now on: 1 is the next"),
+        field("call", &R::call, Numbers{1, 0xFFFFFFFF}, optional(), "instead of a function: the number of the call"),
+        field("code", &R::code, Numbers{-1000000, 1000000}, otherwise(1), "the call's result, or errno"),
+    };
+}
+
+void parseFault(Step& step, const Json& whole, ParseContext&) {
+    const Json& value = whole["fault"];
+    step.words = wordsOfSetting("fault", value);
+    if (value == "clear") {
+        step.run = [](RunContext& context) {
+            context.onu.clearFaults();
+            return StepResult{};
+        };
+        return;
+    }
+    inField("fault", [&] {
+        FaultSetting setting;
+        fill(&setting, faultFields(), value);
+        if (value.contains("function") == value.contains("call"))
+            throw Problem("must have one of the fields function and call, or be \"clear\"");
+        step.words = value.contains("call")
+                         ? "call number " + std::to_string(setting.call) + " will fail"
+                         : "call " + std::to_string(setting.nth) + " of " + setting.function + " will fail";
+        step.words += " with " + std::to_string(setting.code);
+        step.run = [setting](RunContext& context) {
+            if (setting.call != 0)
+                context.onu.failCall(setting.call, setting.code);
+            else
+                context.onu.failNext(setting.function, setting.nth, setting.code);
+            return StepResult{};
+        };
+    });
+}
+
+Json faultSchema() {
+    return {{"anyOf", Json::array({Json{{"const", "clear"}}, Json{{"type", "object"},
+                                                                  {"additionalProperties", false},
+                                                                  {"properties", propertiesOf(faultFields())}}})}};
+}
+
+// ---- clock ----
+
+void parseAdvance(Step& step, const Json& whole, ParseContext&) {
+    const auto milliseconds = inField("advance", [&] { return kDelay.read(whole["advance"]); });
+    step.words = "the clock moves on by " + std::to_string(milliseconds) + " ms";
+    step.run = [milliseconds](RunContext& context) {
+        context.onu.advance(static_cast<unsigned>(milliseconds));
+        return StepResult{};
+    };
+}
+
+void parseBoard(Step& step, const Json& whole, ParseContext&) {
+    const Json& value = whole["board"];
+    const auto set = inField("board", [&] { return boardSettings(value); });
+    for (const auto& [key, setting] : value.items())
+        step.words += (step.words.empty() ? "" : ", ") + wordsOfSetting(key, setting);
+    step.run = [set](RunContext& context) {
+        for (const auto& one : set) one(context.onu);
+        return StepResult{};
+    };
+}
+
+}  // namespace
+
+std::vector<StepKind> setupSteps() {
+    return {
+        {"gateway",
+         "how the gateway side behaves from now on, or a message that it sends",
+         {},
+         gatewaySchema(),
+         parseGateway},
+        {"fault", "lets a later call into the device kit or the kernel fail", {}, faultSchema(), parseFault},
+        {"board", "changes the board or the rest of the device, as if from outside", {}, boardSchema(), parseBoard},
+        {"advance", "lets this many milliseconds pass for every thread that idles", {}, kDelay.schema(), parseAdvance},
+    };
+}
+
+}  // namespace vorn_onu

@@ -1,0 +1,32 @@
+// The expectations that a scenario can state about the device. One row each; parsing, checking and the JSON schema come
+// from the rows.
+#ifndef VORN_ONU_EXPECT_H
+#define VORN_ONU_EXPECT_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "scenario/Scenario.h"
+
+namespace vorn_onu {
+
+using Check = std::function<void(const RunContext& context, std::vector<Failure>& failures)>;
+
+struct ExpectRow {
+    std::string key;
+    std::string doc;
+    Json schema;
+    std::function<Check(const Json& value, const ParseContext& context)> read;  // throws a Problem
+};
+const std::vector<ExpectRow>& expectRows();
+
+std::vector<ExpectRow> objectExpectations();  // ExpectObjects.cpp: devices, bridges, GEM ports, ...
+std::vector<ExpectRow> listExpectations();    // ExpectLists.cpp: rules, flows, commands, ...
+
+// All the expectations of {"devices": ..., "rules": ...}. Throws a Problem.
+Check parseExpectations(const Json& value, const ParseContext& context);
+
+}  // namespace vorn_onu
+
+#endif

@@ -1,0 +1,30 @@
+#include "scenario/operations/Operations.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace vorn_onu {
+
+const std::vector<Operation>& operations() {
+    static const std::vector<Operation> rows = [] {
+        std::vector<Operation> all;
+        for (auto group : {provisioningOperations, queryOperations, deviceOperations})
+            for (Operation& row : group()) all.push_back(std::move(row));
+        return all;
+    }();
+    return rows;
+}
+
+const Operation* findOperation(const std::string& name) {
+    const auto& rows = operations();
+    const auto row = std::find_if(rows.begin(), rows.end(), [&](const Operation& o) { return o.name == name; });
+    return row == rows.end() ? nullptr : &*row;
+}
+
+std::vector<std::string> operationNames() {
+    std::vector<std::string> names;
+    for (const Operation& row : operations()) names.push_back(row.name);
+    return names;
+}
+
+}  // namespace vorn_onu

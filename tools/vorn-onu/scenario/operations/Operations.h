@@ -1,0 +1,73 @@
+// The operations that a scenario can call: one row each, with its named fields, what it answers and how it is called.
+// Scenario parsing, error messages and the JSON schema all come from these rows.
+#ifndef VORN_ONU_OPERATIONS_H
+#define VORN_ONU_OPERATIONS_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "scenario/fields/Field.h"
+#include "scenario/fields/Problem.h"
+
+class VornHal;
+
+namespace vorn_onu {
+
+// What an operation answered.
+struct Outcome {
+    Json result = nullptr;         // return value: a number or a text; null where there is none
+    Json output = Json::object();  // what it wrote through its out arguments, by name
+};
+
+// An operation with its arguments, ready to be called any number of times.
+using PreparedCall = std::function<Outcome(VornHal& hal)>;
+
+struct Operation {
+    std::string name;
+    std::string doc;
+    std::vector<Field> fields;
+    std::vector<std::string> outputs;                        // names in Outcome::output
+    bool changes;                                            // provisioning, as opposed to a query
+    std::function<PreparedCall(const Json& given)> prepare;  // throws a Problem
+    PreparedCall onNull = nullptr;                           // the call with a null pointer in its record's place
+};
+
+// Every virtual operation of VornHal and the exported functions that a daemon calls beside it.
+const std::vector<Operation>& operations();
+const Operation* findOperation(const std::string& name);
+std::vector<std::string> operationNames();
+
+// The three groups that operations() is made of.
+std::vector<Operation> provisioningOperations();  // OperationsProvisioning.cpp
+std::vector<Operation> queryOperations();         // OperationsQueries.cpp
+std::vector<Operation> deviceOperations();        // OperationsDevice.cpp: functions beside the HAL object
+
+// One row: Record holds the arguments, call(hal, record) makes the call. The record is copied for every call: some
+// operations write into it.
+template <typename Record, typename Call>
+Operation operation(const char* name, const char* doc, bool changes, std::vector<Field> fields,
+                    std::vector<std::string> outputs, Call call) {
+    const auto prepare = [fields, call](const Json& given) -> PreparedCall {
+        Record record{};
+        fillForCall(&record, fields, given);
+        return [record, call](VornHal& hal) {
+            Record own = record;
+            return call(hal, own);
+        };
+    };
+    return {name, doc, std::move(fields), std::move(outputs), changes, prepare, nullptr};
+}
+
+struct NoArguments {};
+// A row without arguments and out arguments.
+template <typename Call>
+Operation plain(const char* name, const char* doc, bool changes, Call call) {
+    return operation<NoArguments>(name, doc, changes, {}, {}, [call](VornHal& hal, NoArguments&) {
+        return Outcome{call(hal), Json::object()};
+    });
+}
+
+}  // namespace vorn_onu
+
+#endif

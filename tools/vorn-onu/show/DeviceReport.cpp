@@ -1,0 +1,216 @@
+#include "show/DeviceReport.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+#include "state/RuleWords.h"
+#include "state/Services.h"
+
+namespace vorn_onu {
+
+namespace {
+
+using virtual_onu::NetworkDevice;
+
+constexpr std::size_t kMostWarnings = 8;
+constexpr unsigned kNoAllocId = 65535;
+
+std::string joinWords(const std::vector<std::string>& words, const char* separator = " ") {
+    std::string text;
+    for (const auto& word : words) text += (text.empty() ? "" : separator) + word;
+    return text;
+}
+
+std::string section(const std::string& title, const std::string& body, const Terminal& terminal) {
+    return body.empty() ? "" : "\n" + terminal.bold(title) + "\n" + body;
+}
+
+std::string bridges(const DeviceState& state, const Terminal& terminal) {
+    Table table({"bridge", "", "members"});
+    for (const auto& bridge : state.bridges) {
+        const NetworkDevice* device = state.device(bridge.name);
+        std::string members = joinWords(bridge.members());
+        if (bridge.stp) members += " (spanning tree on)";
+        table.row({bridge.name, device != nullptr && device->up ? "up" : "down", members.empty() ? "none" : members});
+    }
+    return section("Bridges", table.text(terminal), terminal);
+}
+
+bool differs(const NetworkDevice& device, const NetworkDevice* before) {
+    return before == nullptr || device.up != before->up || device.mtu != before->mtu ||
+           device.addresses != before->addresses || device.mac != before->mac ||
+           device.ipv6Disabled != before->ipv6Disabled;
+}
+
+std::string devices(const DeviceState& state, const DeviceState& newBoard, const Terminal& terminal) {
+    Table table({"device", "", "on", "bridge", ""});
+    for (const auto& device : state.devices) {
+        if (!differs(device, newBoard.device(device.name))) continue;
+        if (device.isBridge && device.addresses.empty()) continue;
+        std::vector<std::string> remarks;
+        if (device.routed) remarks.emplace_back("routed");
+        if (device.ipv6Disabled) remarks.emplace_back("no IPv6");
+        if (device.mtu != 1500) remarks.push_back("MTU " + std::to_string(device.mtu));
+        for (const auto& address : device.addresses) remarks.push_back(address);
+        table.row({device.name, device.up ? "up" : "down", device.realDevice, device.master, joinWords(remarks, ", ")});
+    }
+    return section("Devices", table.text(terminal), terminal);
+}
+
+// ---- rules ----
+
+std::string defaultWords(const std::vector<const TableState*>& tables) {
+    std::map<std::string, std::set<unsigned>> byAction;
+    for (const TableState* table : tables)
+        if (table->defaultAction) byAction[*table->defaultAction].insert(table->tags);
+    std::vector<std::string> words;
+    for (const auto& [action, tags] : byAction) {
+        const std::string what = action == "drop" ? "dropped" : "→ " + action;
+        words.push_back((byAction.size() == 1 ? "everything else " : "else ") + what);
+    }
+    return joinWords(words, ", ");
+}
+
+// The rules of one device and direction. Where they all concern one VLAN device, it stands in the heading.
+std::string rulesOf(const std::string& device, bool receive, const std::vector<MergedRule>& rules,
+                    const Terminal& terminal) {
+    std::set<std::string> others;
+    std::vector<RuleWords> words;
+    for (const MergedRule& rule : rules) {
+        words.push_back(ruleWords(device, receive, rule.tags, rule.terms));
+        const std::string other = receive ? words.back().to : words.back().from;
+        if (!other.empty()) others.insert(other);
+    }
+    const bool one = others.size() == 1;
+    std::string body = "  " + device + (receive ? " receives" : " sends");
+    if (one) body += (receive ? ", for " : ", from ") + *others.begin();
+    Table table;
+    for (std::size_t i = 0; i < rules.size(); ++i) {
+        const std::string from = receive || one ? "" : " from " + words[i].from;
+        const std::string to = !receive || one || words[i].to.empty() ? "" : " → " + words[i].to;
+        table.row({words[i].frames + from + ":", words[i].action + to + repetition(rules[i])});
+    }
+    return body + "\n" + table.text(terminal, 4);
+}
+
+std::string rules(const DeviceState& state, const Terminal& terminal) {
+    std::vector<std::pair<std::string, bool>> order;  // device and direction, as they come
+    std::map<std::pair<std::string, bool>, std::vector<const TableState*>> groups;
+    for (const TableState& table : state.tables) {
+        const auto key = std::make_pair(table.device, table.receive);
+        if (groups[key].empty()) order.push_back(key);
+        groups[key].push_back(&table);
+    }
+    std::string body;
+    for (const auto& key : order) {
+        const auto& tables = groups[key];
+        const std::vector<MergedRule> merged = mergedRules(tables);
+        if (merged.empty()) continue;
+        body += rulesOf(key.first, key.second, merged, terminal);
+        const std::string otherwise = defaultWords(tables);
+        if (!otherwise.empty()) body += "    " + terminal.dim(otherwise) + "\n";
+    }
+    return section("Rules", body, terminal);
+}
+
+std::string flows(const DeviceState& state, const Terminal& terminal) {
+    std::string body;
+    std::set<std::pair<std::string, std::string>> all(state.flows.begin(), state.flows.end()), shown;
+    for (const auto& [from, to] : state.flows) {
+        if (shown.count({to, from}) != 0) continue;
+        shown.insert({from, to});
+        body += "  " + from + (all.count({to, from}) != 0 ? " ↔ " : " → ") + to + "\n";
+    }
+    return section("VLAN flows", body, terminal);
+}
+
+// ---- PON ----
+
+std::string queueWords(const virtual_onu::Queue& queue) {
+    std::string words = queue.schedMode == 2         ? "weighted " + std::to_string(queue.weight)
+                        : queue.priority == queue.id ? std::string("strict")
+                                                     : "strict, priority " + std::to_string(queue.priority);
+    return words + ", " + std::to_string(queue.size) + " packets";
+}
+
+// "0: strict, 2035 packets; 1-7: strict, 256 packets"
+std::string queuesWords(const std::vector<virtual_onu::Queue>& queues) {
+    std::vector<std::string> parts;
+    for (std::size_t i = 0; i < queues.size();) {
+        std::size_t last = i;
+        while (last + 1 < queues.size() && queueWords(queues[last + 1]) == queueWords(queues[i])) ++last;
+        const std::string range =
+            std::to_string(queues[i].id) + (last > i ? "-" + std::to_string(queues[last].id) : "");
+        parts.push_back(range + ": " + queueWords(queues[i]));
+        i = last + 1;
+    }
+    return parts.empty() ? "none" : joinWords(parts, "; ");
+}
+
+std::string tconts(const DeviceState& state, const Terminal& terminal) {
+    Table table({"T-CONT", "alloc-id", "queues"});
+    for (const auto& tcont : state.tconts) {
+        if (tcont.allocId == kNoAllocId && tcont.queues.empty()) continue;
+        table.row({std::to_string(tcont.index), tcont.allocId == kNoAllocId ? "none" : std::to_string(tcont.allocId),
+                   queuesWords(tcont.queues)});
+    }
+    return section("T-CONTs", table.text(terminal), terminal);
+}
+
+std::string gemPorts(const DeviceState& state, const Terminal& terminal) {
+    Table table({"GEM port", "index", "alloc-id", ""});
+    for (const auto& port : state.gemPorts) {
+        std::string remarks = port.enabled ? "up" : "down";
+        if (port.downstreamOnly) remarks += ", downstream only";
+        table.row({std::to_string(port.portId), std::to_string(port.index),
+                   port.allocId == kNoAllocId ? "none" : std::to_string(port.allocId), remarks});
+    }
+    std::string body = table.text(terminal);
+    if (state.adminState) body += "  link started in state " + std::to_string(*state.adminState) + "\n";
+    return section("GEM ports", body, terminal);
+}
+
+std::string list(const std::string& title, const std::vector<std::string>& lines, const Terminal& terminal) {
+    Table table;
+    for (const auto& line : lines) table.row({line});
+    return section(title, table.text(terminal), terminal);
+}
+
+std::vector<std::string> routing(const DeviceState& state) {
+    std::vector<std::string> lines;
+    for (const auto& rule : state.ipRules) lines.push_back("rule: " + rule);
+    for (const auto& route : state.ipRoutes) lines.push_back("route: " + route);
+    return lines;
+}
+
+std::string shortList(const std::string& head, const std::vector<std::string>& lines, const Terminal& terminal) {
+    if (lines.empty()) return "";
+    std::string body = "  " + terminal.yellow(head) + "\n";
+    for (std::size_t i = 0; i < lines.size() && i < kMostWarnings; ++i)
+        body += "    " + cut(lines[i], terminal.width() - 4) + "\n";
+    if (lines.size() > kMostWarnings) body += "    and " + std::to_string(lines.size() - kMostWarnings) + " more\n";
+    return body;
+}
+
+}  // namespace
+
+std::string deviceReport(const DeviceState& state, const DeviceState& newBoard, const Terminal& terminal) {
+    return bridges(state, terminal) + devices(state, newBoard, terminal) + rules(state, terminal) +
+           flows(state, terminal) + tconts(state, terminal) + gemPorts(state, terminal) +
+           list("Runner objects", state.runnerObjects, terminal) +
+           list("Ingress queue keys", state.ingressKeys, terminal) + list("Policy routing", routing(state), terminal) +
+           list("Messages to the gateway", state.messages, terminal);
+}
+
+std::string warnings(const DeviceState& state, const Terminal& terminal) {
+    std::vector<std::string> failed;
+    for (const FailedCall& call : state.failedCalls) failed.push_back(call.text);
+    return section(
+        "Warnings",
+        shortList("shell commands that the virtual ONU does not understand:", state.strangeCommands, terminal) +
+            shortList("calls into the device kit that failed:", failed, terminal),
+        terminal);
+}
+
+}  // namespace vorn_onu

@@ -1,0 +1,19 @@
+// What stands on the device, in tables for people. Sections with nothing in them are left out.
+#ifndef VORN_ONU_DEVICE_REPORT_H
+#define VORN_ONU_DEVICE_REPORT_H
+
+#include <string>
+
+#include "show/Terminal.h"
+#include "state/DeviceState.h"
+
+namespace vorn_onu {
+
+// newBoard is the state of a board that nothing has been done to: what it has as well is left out.
+std::string deviceReport(const DeviceState& state, const DeviceState& newBoard, const Terminal& terminal);
+// Shell commands that were not understood and calls that failed; "" when there are none.
+std::string warnings(const DeviceState& state, const Terminal& terminal);
+
+}  // namespace vorn_onu
+
+#endif

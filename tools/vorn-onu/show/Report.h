@@ -1,0 +1,59 @@
+// The report of a run: one HTML page without outside references or scripts.
+#ifndef VORN_ONU_REPORT_H
+#define VORN_ONU_REPORT_H
+
+#include <string>
+#include <vector>
+
+#include "VirtualOnu.h"
+#include "state/DeviceState.h"
+
+namespace vorn_onu {
+
+struct ReportStep {
+    std::size_t number = 0;
+    std::string kind;   // "call", "expect", "frame", ...
+    std::string name;   // of a call: the operation
+    std::string words;  // what the step does
+    std::string answer;
+    std::string effects;
+    std::string note;  // the author's own words
+    bool passed = true;
+    std::vector<std::string> failures;
+};
+
+struct ReportWalk {
+    std::size_t step = 0;
+    std::string title;                  // "untagged IPv4 from sid0"
+    std::string note;                   // the author's own words
+    std::string verdict;                // "leaves at GEM port 1001, T-CONT 0, queue 0: VID 100 p0, IPv4"
+    bool passed = true;                 // the expectations held; true where there were none
+    std::vector<std::string> expected;  // of a frame that went elsewhere
+    virtual_onu::Walk walk;
+};
+
+struct ReportInput {
+    std::string title;
+    std::string description;
+    std::string source;  // the scenario's file name
+    std::vector<ReportStep> steps;
+    std::vector<ReportWalk> walks;
+    std::string moment;  // of the state: "after step 11 of 17"; "" for the end of the run
+    DeviceState state;
+    DeviceState newBoard;
+};
+
+std::string htmlReport(const ReportInput& input);
+
+// ReportDevice.cpp: the parts that show what stands on the device. Each "" when there is nothing to show.
+std::string servicesPart(const DeviceState& state);
+std::string ponPart(const DeviceState& state);
+std::string devicesPart(const DeviceState& state, const DeviceState& newBoard);
+std::string listsPart(const DeviceState& state);
+
+// ReportPicture.cpp: devices, bridges, GEM ports and T-CONTs, one lane a service. "" when there is no service.
+std::string topologyPicture(const DeviceState& state);
+
+}  // namespace vorn_onu
+
+#endif

@@ -1,0 +1,92 @@
+#include "show/RunReport.h"
+
+#include <filesystem>
+
+#include <nlohmann/json.hpp>
+
+#include "scenario/fields/FrameFields.h"
+#include "state/WalkWords.h"
+
+namespace vorn_onu {
+
+namespace {
+
+ReportStep stepOf(const StepRecord& record) {
+    const Step& step = *record.step;
+    ReportStep shown;
+    shown.number = step.number;
+    shown.kind = step.kind;
+    shown.name = step.name;
+    shown.words = step.words;
+    shown.note = step.note;
+    const bool plainSuccess = step.changes && record.answer == "0";
+    if (!plainSuccess) shown.answer = record.answer;
+    shown.effects = record.effects;
+    shown.passed = record.passed();
+    for (const Failure& failure : record.failures) {
+        std::string text = failure.what;
+        for (const std::string& line : failure.expected) text += "\nexpected  " + line;
+        for (const std::string& line : failure.actual) text += "\nactual    " + line;
+        shown.failures.push_back(std::move(text));
+    }
+    return shown;
+}
+
+ReportWalk walkOf(const StepRecord& record) {
+    const SentFrame& sent = *record.sent;
+    ReportWalk walk;
+    walk.step = record.step->number;
+    walk.title = sent.input.text();
+    walk.note = record.step->note;
+    walk.verdict = verdictOf(sent.walk);
+    walk.passed = record.passed();
+    for (const Failure& failure : record.failures)
+        walk.expected.insert(walk.expected.end(), failure.expected.begin(), failure.expected.end());
+    walk.walk = sent.walk;
+    return walk;
+}
+
+}  // namespace
+
+RunReport::RunReport(const Scenario& scenario, DeviceState newBoard) : steps_(scenario.steps.size()) {
+    input_.title = scenario.title;
+    input_.description = scenario.description;
+    input_.source = std::filesystem::path(scenario.file).filename().string();
+    input_.newBoard = std::move(newBoard);
+    input_.state = input_.newBoard;
+}
+
+void RunReport::add(const StepRecord& record, const virtual_onu::VirtualOnu& onu) {
+    input_.steps.push_back(stepOf(record));
+    if (record.sent) input_.walks.push_back(walkOf(record));
+    if (!fullest_.isNow(onu)) return;
+    input_.state = readState(onu.toJson());
+    input_.moment = "after step " + std::to_string(record.step->number) + " of " + std::to_string(steps_);
+    if (record.step->number == steps_) input_.moment.clear();
+}
+
+ReportInput RunReport::finish(const DeviceState& atEnd) && {
+    input_.state.messages = atEnd.messages;
+    input_.state.strangeCommands = atEnd.strangeCommands;
+    input_.state.failedCalls = atEnd.failedCalls;
+    input_.state.calls = atEnd.calls;
+    return std::move(input_);
+}
+
+Capture captureOf(const std::vector<StepRecord>& records) {
+    Capture capture;
+    for (const StepRecord& record : records) {
+        if (!record.sent) continue;
+        const SentFrame& sent = *record.sent;
+        const std::string step = "step " + std::to_string(record.step->number);
+        const bool leaves = !sent.walk.exits.empty();
+        capture.add(sent.input.from, Capture::Direction::In, sent.input.frame.bytes(),
+                    step + (leaves ? "" : ": " + verdictOf(sent.walk)));
+        for (const auto& exit : sent.walk.exits)
+            capture.add(exit.gemPort ? "gem " + std::to_string(*exit.gemPort) : exit.device, Capture::Direction::Out,
+                        exit.frame.bytes(), step + ": " + exitWords(exit));
+    }
+    return capture;
+}
+
+}  // namespace vorn_onu

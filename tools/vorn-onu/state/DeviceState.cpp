@@ -1,0 +1,152 @@
+#include "state/DeviceState.h"
+
+#include <algorithm>
+#include <array>
+
+#include "state/MessageText.h"
+
+namespace vorn_onu {
+
+namespace {
+
+using nlohmann::json;
+
+// Calls whose result is no status: a partition's number, the bytes that were read, an event or its absence, and the
+// answer that a GEM port is there already.
+bool answersNoStatus(const std::string& name, long result) {
+    constexpr long kGemPortExists = 258;
+    return name == "devCtl_getBootedImagePartition" || name == "cmsPsp_get" || name == "cmsMsg_receiveWithTimeout" ||
+           (name == "gponCtl_configGemPort" && result == kGemPortExists);
+}
+
+std::vector<std::uint8_t> bytesOf(const std::string& hex) {
+    std::vector<std::uint8_t> bytes;
+    for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
+        bytes.push_back(static_cast<std::uint8_t>(std::stoul(hex.substr(i, 2), nullptr, 16)));
+    return bytes;
+}
+
+virtual_onu::NetworkDevice deviceOf(const json& j) {
+    virtual_onu::NetworkDevice device;
+    j.at("name").get_to(device.name);
+    j.at("index").get_to(device.index);
+    j.at("up").get_to(device.up);
+    j.at("mtu").get_to(device.mtu);
+    j.at("mac").get_to(device.mac);
+    j.at("addresses").get_to(device.addresses);
+    j.at("master").get_to(device.master);
+    j.at("realDevice").get_to(device.realDevice);
+    j.at("isBridge").get_to(device.isBridge);
+    j.at("routed").get_to(device.routed);
+    j.at("ipv6Disabled").get_to(device.ipv6Disabled);
+    return device;
+}
+
+virtual_onu::Bridge bridgeOf(const json& j) {
+    virtual_onu::Bridge bridge;
+    j.at("name").get_to(bridge.name);
+    for (const json& port : j.at("ports")) {
+        bridge.ports.emplace_back();
+        port.at("name").get_to(bridge.ports.back().name);
+    }
+    j.at("stp").get_to(bridge.stp);
+    j.at("forwardDelay").get_to(bridge.forwardDelay);
+    return bridge;
+}
+
+TableState tableOf(const json& j) {
+    TableState table;
+    j.at("device").get_to(table.device);
+    table.receive = j.at("direction") == "receive";
+    j.at("tags").get_to(table.tags);
+    for (const json& rule : j.at("rules")) {
+        table.rules.emplace_back();
+        for (const char* part : {"filters", "commands"})
+            for (const json& term : rule.at(part)) table.rules.back().terms.push_back(term.get<std::string>());
+    }
+    if (j.contains("default")) {
+        const json& action = j.at("default");
+        table.defaultAction = action.at("action") == "drop" ? "drop" : action.at("device").get<std::string>();
+    }
+    return table;
+}
+
+virtual_onu::Tcont tcontOf(const json& j) {
+    virtual_onu::Tcont tcont;
+    j.at("index").get_to(tcont.index);
+    if (!j.at("allocId").is_null()) j.at("allocId").get_to(tcont.allocId);
+    j.at("trafficManaged").get_to(tcont.trafficManaged);
+    for (const json& q : j.at("queues")) {
+        virtual_onu::Queue queue;
+        q.at("id").get_to(queue.id);
+        q.at("priority").get_to(queue.priority);
+        q.at("size").get_to(queue.size);
+        q.at("weight").get_to(queue.weight);
+        q.at("schedMode").get_to(queue.schedMode);
+        tcont.queues.push_back(queue);
+    }
+    return tcont;
+}
+
+virtual_onu::GemPort gemPortOf(const json& j) {
+    virtual_onu::GemPort port;
+    j.at("index").get_to(port.index);
+    j.at("portId").get_to(port.portId);
+    j.at("allocId").get_to(port.allocId);
+    j.at("downstreamOnly").get_to(port.downstreamOnly);
+    j.at("enabled").get_to(port.enabled);
+    return port;
+}
+
+void readRest(const json& state, DeviceState& result) {
+    for (const json& object : state.at("runner").at("objects"))
+        result.runnerObjects.push_back(object.at("name").get<std::string>());
+    state.at("runner").at("ingressQueue").at("keys").get_to(result.ingressKeys);
+    for (const json& message : state.at("bus").at("sent"))
+        result.messages.push_back(
+            messageText(message.at("type").get<std::uint32_t>(), bytesOf(message.at("payload").get<std::string>())));
+    for (const json& command : state.at("shell").at("commands"))
+        if (!command.at("understood").get<bool>())
+            result.strangeCommands.push_back(command.at("text").get<std::string>());
+    for (const json& entry : state.at("trace")) {
+        const auto name = entry.at("name").get<std::string>();
+        const auto code = entry.at("result").get<long>();
+        if (entry.at("kind") != "platform" || code == 0 || answersNoStatus(name, code)) continue;
+        result.failedCalls.push_back(
+            {name + "(" + entry.at("arguments").get<std::string>() + ") = " + std::to_string(code)});
+    }
+    state.at("calls").get_to(result.calls);
+}
+
+}  // namespace
+
+std::size_t DeviceState::ruleCount() const {
+    std::size_t count = 0;
+    for (const TableState& table : tables) count += table.rules.size();
+    return count;
+}
+
+const virtual_onu::NetworkDevice* DeviceState::device(const std::string& name) const {
+    const auto found = std::find_if(devices.begin(), devices.end(), [&](const auto& d) { return d.name == name; });
+    return found == devices.end() ? nullptr : &*found;
+}
+
+DeviceState readState(const json& state) {
+    DeviceState result;
+    const json& network = state.at("network");
+    for (const json& one : network.at("devices")) result.devices.push_back(deviceOf(one));
+    for (const json& one : network.at("bridges")) result.bridges.push_back(bridgeOf(one));
+    network.at("ipRules").get_to(result.ipRules);
+    network.at("ipRoutes").get_to(result.ipRoutes);
+    for (const json& one : state.at("vlan").at("tables")) result.tables.push_back(tableOf(one));
+    for (const json& flow : state.at("vlan").at("flows"))
+        result.flows.emplace_back(flow.at("from").get<std::string>(), flow.at("to").get<std::string>());
+    const json& pon = state.at("pon");
+    for (const json& one : pon.at("tconts")) result.tconts.push_back(tcontOf(one));
+    for (const json& one : pon.at("gemPorts")) result.gemPorts.push_back(gemPortOf(one));
+    if (!pon.at("adminState").is_null()) result.adminState = pon.at("adminState").get<unsigned>();
+    readRest(state, result);
+    return result;
+}
+
+}  // namespace vorn_onu

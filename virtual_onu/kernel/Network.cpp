@@ -1,0 +1,567 @@
+#include "kernel/Network.h"
+
+#include <net/if.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
+#include <map>
+#include <unordered_map>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+#include "Core.h"
+#include "Facilities.h"
+#include "kernel/HostKernel.h"
+#include "kernel/PacketSockets.h"
+
+namespace virtual_onu::network {
+namespace {
+
+constexpr int kFirstIndex = 2;  // 1 is the loop-back device, which is not shown
+constexpr int kLowestMtu = 68;
+constexpr int kHighestMtu = 65535;
+const char* const kStatisticKeys[] = {
+    "rx_packets",       "tx_packets",        "rx_bytes",          "tx_bytes",        "rx_errors",
+    "tx_errors",        "rx_dropped",        "tx_dropped",        "multicast",       "collisions",
+    "rx_length_errors", "rx_over_errors",    "rx_crc_errors",     "rx_frame_errors", "rx_fifo_errors",
+    "rx_missed_errors", "tx_aborted_errors", "tx_carrier_errors", "tx_fifo_errors",  "tx_heartbeat_errors",
+    "tx_window_errors", "rx_compressed",     "tx_compressed",     "rx_nohandler",
+};
+
+struct Device {
+    NetworkDevice shown;
+    std::string pinnedOperState;  // as VirtualOnu::setOperState wants it, whatever the flags say
+};
+
+// Things with a name and a number, by ascending number; found without looking at the others.
+template <typename Thing>
+class Register {
+public:
+    Thing& add(int number, const std::string& name, Thing thing) {
+        Thing& place = things_.emplace(number, std::move(thing)).first->second;
+        numbers_[name] = number;
+        return place;
+    }
+    void remove(const std::string& name) {
+        const auto number = numbers_.find(name);
+        if (number == numbers_.end()) return;
+        things_.erase(number->second);
+        numbers_.erase(number);
+    }
+    Thing* find(const std::string& name) {
+        const auto number = numbers_.find(name);
+        return number == numbers_.end() ? nullptr : find(number->second);
+    }
+    Thing* find(int number) {
+        const auto thing = things_.find(number);
+        return thing == things_.end() ? nullptr : &thing->second;
+    }
+    const std::map<int, Thing>& all() const { return things_; }
+
+private:
+    std::map<int, Thing> things_;
+    std::unordered_map<std::string, int> numbers_;
+};
+
+struct IpRoute {
+    std::string destination, device, text;
+    int table = 0;
+};
+
+struct Refusal {
+    int times = 0;
+    int code = 0;
+};
+
+struct State {
+    Register<Device> devices;  // by kernel index
+    Register<Bridge> bridges;  // by the index of their device
+    std::vector<std::string> ipRules;
+    std::vector<IpRoute> ipRoutes;
+    std::map<std::string, Refusal> refusals;
+    int nextIndex = kFirstIndex;
+};
+
+void addFactoryDevices(State& state);
+
+State& state() {
+    static State& theState = [&]() -> State& {
+        auto& made = *new State;  // never destroyed: other libraries' exit code may still call
+        addFactoryDevices(made);
+        return made;
+    }();
+    return theState;
+}
+
+Device* find(const std::string& name) {
+    return state().devices.find(name);
+}
+
+Bridge* findBridge(const std::string& name) {
+    return state().bridges.find(name);
+}
+
+void updateOperState(Device& device) {
+    device.shown.operState = !device.pinnedOperState.empty() ? device.pinnedOperState : device.shown.up ? "up" : "down";
+}
+
+Device& append(State& target, const std::string& name) {
+    Device device;
+    device.shown.name = name;
+    device.shown.index = target.nextIndex++;
+    const auto index = static_cast<unsigned>(device.shown.index);
+    const std::uint8_t mac[6] = {2, 0, 0, 0, static_cast<std::uint8_t>(index >> 8), static_cast<std::uint8_t>(index)};
+    device.shown.mac = macText(mac);
+    for (const char* key : kStatisticKeys) device.shown.statistics[key] = 0;
+    updateOperState(device);
+    return target.devices.add(device.shown.index, name, device);
+}
+
+void addFactoryDevices(State& state) {
+    append(state, "gpondef");
+    for (int port = 0; port < 8; ++port) append(state, "sid" + std::to_string(port));
+    append(state, "eth0");
+    append(state, "eth1");
+}
+
+// The kernel's dev_valid_name, and its limit.
+int checkNewName(const std::string& name) {
+    if (name.empty() || name.size() > kLongestName || name == "." || name == "..") return EINVAL;
+    if (name.find_first_of("/: \t\n\v\f\r") != std::string::npos) return EINVAL;
+    return find(name) != nullptr ? EEXIST : 0;
+}
+
+// Routes go with their device, as the kernel flushes them.
+void flushRoutes(const std::string& device) {
+    auto& routes = state().ipRoutes;
+    routes.erase(std::remove_if(routes.begin(), routes.end(), [&](const IpRoute& r) { return r.device == device; }),
+                 routes.end());
+}
+
+void leaveBridge(Device& device) {
+    if (Bridge* bridge = findBridge(device.shown.master)) {
+        auto& ports = bridge->ports;
+        ports.erase(std::remove_if(ports.begin(), ports.end(),
+                                   [&](const BridgePort& port) { return port.name == device.shown.name; }),
+                    ports.end());
+    }
+    device.shown.master.clear();
+}
+
+void erase(const std::string& name) {
+    Device* device = find(name);
+    leaveBridge(*device);
+    if (const Bridge* bridge = findBridge(name)) {
+        for (const auto& port : bridge->ports) {
+            if (Device* member = find(port.name)) member->shown.master.clear();
+        }
+        state().bridges.remove(name);
+    }
+    flushRoutes(name);
+    state().devices.remove(name);
+    vlan::deviceRemoved(name);
+}
+
+// Asks the model's device, with the lock held by the caller.
+int withDevice(const std::string& name, const std::function<int(Device&)>& work) {
+    Device* device = find(name);
+    return device == nullptr ? ENODEV : work(*device);
+}
+
+}  // namespace
+
+void reset() {
+    const DeviceLock lock(deviceMutex());
+    host::leave();
+    packets::reset();
+    state() = State{};
+    addFactoryDevices(state());
+}
+
+bool hostKernel() {
+    return host::active();
+}
+
+bool exists(const std::string& name) {
+    const DeviceLock lock(deviceMutex());
+    return host::active() ? host::device(name).has_value() : find(name) != nullptr;
+}
+
+int addVlanDevice(const std::string& name, const std::string& realDevice, bool routed, bool multicast) {
+    const DeviceLock lock(deviceMutex());
+    if (host::active()) return host::addVlanDevice(name, realDevice, routed, multicast);
+    const Device* real = find(realDevice);
+    if (real == nullptr) return ENODEV;
+    const std::string mac = real->shown.mac;
+    if (const int error = checkNewName(name)) return error;
+    NetworkDevice& made = append(state(), name).shown;
+    made.realDevice = realDevice;
+    made.routed = routed;
+    made.multicast = multicast;
+    made.mac = mac;  // as the driver does; the device has none of its own
+    return 0;
+}
+
+int addBridge(const std::string& name) {
+    const DeviceLock lock(deviceMutex());
+    if (host::active()) return host::addBridge(name);
+    if (const int error = checkNewName(name)) return error;
+    NetworkDevice& made = append(state(), name).shown;
+    made.isBridge = true;
+    Bridge bridge;
+    bridge.name = name;
+    state().bridges.add(made.index, name, bridge);
+    return 0;
+}
+
+int removeDevice(const std::string& name) {
+    const DeviceLock lock(deviceMutex());
+    const auto refusal = state().refusals.find(name);
+    if (refusal != state().refusals.end() && refusal->second.times > 0) {
+        --refusal->second.times;
+        return refusal->second.code;
+    }
+    if (host::active()) return host::removeDevice(name);
+    if (find(name) == nullptr) return ENODEV;
+    erase(name);
+    return 0;
+}
+
+int removeBridge(const std::string& name) {
+    const DeviceLock lock(deviceMutex());
+    if (host::active()) return host::removeBridge(name);
+    const Device* device = find(name);
+    if (device == nullptr) return ENXIO;
+    if (!device->shown.isBridge) return EPERM;
+    if (device->shown.up) return EBUSY;
+    erase(name);
+    return 0;
+}
+
+int addPort(const std::string& bridgeName, const std::string& deviceName) {
+    const DeviceLock lock(deviceMutex());
+    if (host::active()) return host::addPort(bridgeName, deviceName);
+    if (find(bridgeName) == nullptr) return ENODEV;
+    Bridge* bridge = findBridge(bridgeName);
+    if (bridge == nullptr) return EOPNOTSUPP;
+    Device* device = find(deviceName);
+    if (device == nullptr) return EINVAL;
+    if (device->shown.isBridge) return ELOOP;
+    if (!device->shown.master.empty()) return EBUSY;
+    device->shown.master = bridgeName;
+    BridgePort port;
+    port.name = deviceName;
+    bridge->ports.push_back(port);
+    return 0;
+}
+
+int removePort(const std::string& bridgeName, const std::string& deviceName) {
+    const DeviceLock lock(deviceMutex());
+    if (host::active()) return host::removePort(bridgeName, deviceName);
+    if (find(bridgeName) == nullptr) return ENODEV;
+    if (findBridge(bridgeName) == nullptr) return EOPNOTSUPP;
+    Device* device = find(deviceName);
+    if (device == nullptr || device->shown.master != bridgeName) return EINVAL;
+    leaveBridge(*device);
+    return 0;
+}
+
+std::vector<NetworkDevice> devices() {
+    const DeviceLock lock(deviceMutex());
+    if (host::active()) return host::devices();
+    std::vector<NetworkDevice> all;
+    for (const auto& entry : state().devices.all()) all.push_back(entry.second.shown);
+    return all;
+}
+
+std::optional<NetworkDevice> device(const std::string& name) {
+    const DeviceLock lock(deviceMutex());
+    if (host::active()) return host::device(name);
+    const Device* found = find(name);
+    return found == nullptr ? std::nullopt : std::optional<NetworkDevice>(found->shown);
+}
+
+std::optional<NetworkDevice> deviceOfIndex(int index) {
+    const DeviceLock lock(deviceMutex());
+    if (host::active()) {
+        for (auto& device : host::devices()) {
+            if (device.index == index) return device;
+        }
+        return std::nullopt;
+    }
+    const Device* found = state().devices.find(index);
+    return found == nullptr ? std::nullopt : std::optional<NetworkDevice>(found->shown);
+}
+
+std::vector<Bridge> bridges() {
+    const DeviceLock lock(deviceMutex());
+    if (host::active()) return host::bridges();
+    std::vector<Bridge> all;
+    for (const auto& entry : state().bridges.all()) all.push_back(entry.second);
+    return all;
+}
+
+std::optional<Bridge> bridge(const std::string& name) {
+    const DeviceLock lock(deviceMutex());
+    if (host::active()) {
+        for (auto& bridge : host::bridges()) {
+            if (bridge.name == name) return bridge;
+        }
+        return std::nullopt;
+    }
+    const Bridge* found = findBridge(name);
+    return found == nullptr ? std::nullopt : std::optional<Bridge>(*found);
+}
+
+// ---- changes ----
+
+int setFlags(const std::string& name, unsigned flags) {
+    const DeviceLock lock(deviceMutex());
+    if (host::active()) return host::setFlags(name, flags);
+    return withDevice(name, [&](Device& device) {
+        device.shown.flags = flags;
+        device.shown.up = (flags & IFF_UP) != 0;
+        updateOperState(device);
+        if (!device.shown.up) flushRoutes(name);
+        return 0;
+    });
+}
+
+int setMtu(const std::string& name, int mtu) {
+    const DeviceLock lock(deviceMutex());
+    if (host::active()) return host::setMtu(name, mtu);
+    return withDevice(name, [&](Device& device) {
+        if (mtu < kLowestMtu || mtu > kHighestMtu) return EINVAL;
+        device.shown.mtu = mtu;
+        return 0;
+    });
+}
+
+int setMac(const std::string& name, const std::string& mac) {
+    const DeviceLock lock(deviceMutex());
+    std::uint8_t bytes[6];
+    if (!parseMac(mac, bytes)) return EINVAL;
+    if (host::active()) return host::setMac(name, bytes);
+    return withDevice(name, [&](Device& device) {
+        const bool group = (bytes[0] & 1) != 0;
+        const bool zero = std::all_of(std::begin(bytes), std::end(bytes), [](std::uint8_t byte) { return byte == 0; });
+        if (group || zero) return EADDRNOTAVAIL;
+        device.shown.mac = macText(bytes);
+        return 0;
+    });
+}
+
+int setAddress(const std::string& name, const std::string& addressText) {
+    const DeviceLock lock(deviceMutex());
+    return withDevice(name, [&](Device& device) {
+        device.shown.addresses = {addressText};
+        return 0;
+    });
+}
+
+int setIpv6Disabled(const std::string& name, bool disabled) {
+    const DeviceLock lock(deviceMutex());
+    return withDevice(name, [&](Device& device) {
+        device.shown.ipv6Disabled = disabled;
+        return 0;
+    });
+}
+
+unsigned kernelFlags(const NetworkDevice& device) {
+    constexpr unsigned kKeptAsSet =
+        IFF_DEBUG | IFF_NOTRAILERS | IFF_NOARP | IFF_PROMISC | IFF_ALLMULTI | IFF_DYNAMIC | IFF_PORTSEL | IFF_AUTOMEDIA;
+    unsigned flags = IFF_BROADCAST | IFF_MULTICAST | (device.flags & kKeptAsSet);
+    if (device.up) flags |= IFF_UP;
+    if (device.up && device.operState == "up") flags |= IFF_RUNNING;
+    return flags;
+}
+
+int changeBridge(const std::string& name, const std::function<int(Bridge&)>& change) {
+    const DeviceLock lock(deviceMutex());
+    if (host::active()) return host::changeBridge(name, change);
+    Bridge* bridge = findBridge(name);
+    return bridge == nullptr ? ENODEV : change(*bridge);
+}
+
+int changePort(const std::string& name, const std::function<int(BridgePort&)>& change) {
+    const DeviceLock lock(deviceMutex());
+    if (host::active()) return host::changePort(name, change);
+    const Device* device = find(name);
+    Bridge* bridge = device == nullptr ? nullptr : findBridge(device->shown.master);
+    if (bridge == nullptr) return ENODEV;
+    for (auto& port : bridge->ports) {
+        if (port.name == name) return change(port);
+    }
+    return ENODEV;
+}
+
+bool parseMac(const std::string& text, std::uint8_t (&mac)[6]) {
+    std::uint8_t bytes[6];
+    const char* at = text.c_str();
+    for (std::uint8_t& byte : bytes) {
+        char* end = nullptr;
+        const unsigned long value =
+            std::isxdigit(static_cast<unsigned char>(*at)) != 0 ? std::strtoul(at, &end, 16) : 0;
+        const char separator = &byte == std::end(bytes) - 1 ? '\0' : ':';
+        if (end == nullptr || end - at > 2 || *end != separator) return false;
+        byte = static_cast<std::uint8_t>(value);
+        at = end + 1;
+    }
+    std::copy(std::begin(bytes), std::end(bytes), std::begin(mac));
+    return true;
+}
+
+std::string macText(const std::uint8_t* mac) {
+    char text[18];
+    std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+    return text;
+}
+
+// ---- policy routing ----
+
+int addIpRule(const std::string& rule) {
+    const DeviceLock lock(deviceMutex());
+    auto& rules = state().ipRules;
+    if (std::find(rules.begin(), rules.end(), rule) != rules.end()) return EEXIST;
+    if (host::active() && host::runIp("rule add " + rule) != 0) return EINVAL;
+    rules.push_back(rule);
+    return 0;
+}
+
+int removeIpRule(const std::string& rule) {
+    const DeviceLock lock(deviceMutex());
+    auto& rules = state().ipRules;
+    const auto found = std::find(rules.begin(), rules.end(), rule);
+    if (found == rules.end()) return ENOENT;
+    if (host::active()) host::runIp("rule del " + rule);
+    rules.erase(found);
+    return 0;
+}
+
+int addIpRoute(const std::string& destination, const std::string& device, int table, const std::string& route,
+               bool replace) {
+    const DeviceLock lock(deviceMutex());
+    const auto through = network::device(device);
+    if (!through) return ENODEV;
+    if (!through->up) return ENETDOWN;
+    if (host::active() && host::runIp((replace ? "route replace " : "route add ") + route) != 0) return EINVAL;
+    for (auto& known : state().ipRoutes) {
+        if (known.destination != destination || known.table != table) continue;
+        if (!replace) return EEXIST;
+        known = {destination, device, route, table};
+        return 0;
+    }
+    state().ipRoutes.push_back({destination, device, route, table});
+    return 0;
+}
+
+int removeIpRoute(const std::string& destination, int table) {
+    const DeviceLock lock(deviceMutex());
+    auto& routes = state().ipRoutes;
+    for (auto route = routes.begin(); route != routes.end(); ++route) {
+        if (route->destination != destination || route->table != table) continue;
+        if (host::active()) host::runIp("route del " + route->text);
+        routes.erase(route);
+        return 0;
+    }
+    return ESRCH;
+}
+
+// ---- set-up by tests, state as JSON ----
+
+nlohmann::json toJson() {
+    const DeviceLock lock(deviceMutex());
+    nlohmann::json json = {{"devices", nlohmann::json::array()}, {"bridges", nlohmann::json::array()}};
+    for (const auto& device : devices()) {
+        json["devices"].push_back({{"name", device.name},
+                                   {"index", device.index},
+                                   {"up", device.up},
+                                   {"flags", device.flags},
+                                   {"mtu", device.mtu},
+                                   {"mac", device.mac},
+                                   {"addresses", device.addresses},
+                                   {"master", device.master},
+                                   {"realDevice", device.realDevice},
+                                   {"isBridge", device.isBridge},
+                                   {"routed", device.routed},
+                                   {"multicast", device.multicast},
+                                   {"ipv6Disabled", device.ipv6Disabled},
+                                   {"operState", device.operState},
+                                   {"statistics", device.statistics}});
+    }
+    for (const auto& bridge : bridges()) {
+        nlohmann::json ports = nlohmann::json::array();
+        for (const auto& port : bridge.ports) {
+            ports.push_back({{"name", port.name}, {"priority", port.priority}, {"pathCost", port.pathCost}});
+        }
+        json["bridges"].push_back({{"name", bridge.name},
+                                   {"ports", ports},
+                                   {"stp", bridge.stp},
+                                   {"forwardDelay", bridge.forwardDelay},
+                                   {"helloTime", bridge.helloTime},
+                                   {"maxAge", bridge.maxAge},
+                                   {"ageingTime", bridge.ageingTime},
+                                   {"priority", bridge.priority}});
+    }
+    json["ipRules"] = state().ipRules;
+    json["ipRoutes"] = VirtualOnu::instance().ipRoutes();
+    json["hostKernel"] = hostKernel();
+    return json;
+}
+
+}  // namespace virtual_onu::network
+
+namespace virtual_onu {
+
+bool VirtualOnu::addDevice(const std::string& name, const std::string& realDevice) {
+    const DeviceLock lock(deviceMutex());
+    if (network::hostKernel()) return host::addDevice(name, realDevice) == 0;
+    if (network::checkNewName(name) != 0) return false;
+    network::append(network::state(), name).shown.realDevice = realDevice;
+    return true;
+}
+
+bool VirtualOnu::removeDevice(const std::string& name) {
+    const DeviceLock lock(deviceMutex());
+    if (network::hostKernel()) return host::removeDevice(name) == 0;
+    if (network::find(name) == nullptr) return false;
+    network::erase(name);
+    return true;
+}
+
+void VirtualOnu::setOperState(const std::string& name, const std::string& operState) {
+    const DeviceLock lock(deviceMutex());
+    if (network::Device* device = network::find(name)) {
+        device->pinnedOperState = operState;
+        network::updateOperState(*device);
+    }
+}
+
+void VirtualOnu::setStatistic(const std::string& device, const std::string& key, std::uint64_t value) {
+    const DeviceLock lock(deviceMutex());
+    if (network::Device* found = network::find(device)) found->shown.statistics[key] = value;
+}
+
+void VirtualOnu::refuseDeletion(const std::string& device, int times, int code) {
+    const DeviceLock lock(deviceMutex());
+    network::state().refusals[device] = {times, code};
+}
+
+std::vector<std::string> VirtualOnu::ipRules() const {
+    const DeviceLock lock(deviceMutex());
+    return network::state().ipRules;
+}
+
+std::vector<std::string> VirtualOnu::ipRoutes() const {
+    const DeviceLock lock(deviceMutex());
+    std::vector<std::string> texts;
+    for (const auto& route : network::state().ipRoutes) texts.push_back(route.text);
+    return texts;
+}
+
+}  // namespace virtual_onu

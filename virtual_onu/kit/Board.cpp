@@ -1,0 +1,225 @@
+// The board: NVRAM, software images, MAC addresses, PHYs.
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+#include <stdexcept>
+
+#include <nlohmann/json.hpp>
+
+#include "Core.h"
+#include "Facilities.h"
+#include "kernel/Network.h"
+#include "platform/devctl.h"
+
+namespace virtual_onu {
+
+namespace {
+
+using MacBytes = std::array<unsigned char, 6>;
+
+// Where the fields stand in the NVRAM record. A text that fills its field is not terminated, as in the real record.
+constexpr std::size_t kNvramPartNumber = 260;
+constexpr std::size_t kNvramMac = 288;
+constexpr std::size_t kNvramSerialNumber = 300;
+constexpr std::size_t kPartNumberSize = kNvramMac - kNvramPartNumber;
+constexpr std::size_t kSerialNumberSize = NVRAM_DATA_SIZE - kNvramSerialNumber;
+
+constexpr int kFirstImagePartition = 4;  // image 1; partition 5 holds image 2
+constexpr int kPhyPorts = 8;
+
+struct Phy {
+    bool linkUp = true;
+    int speed = 1000;
+    int duplex = 1;
+};
+
+struct BoardState {
+    MacBytes baseMac{0x02, 0x10, 0x20, 0x30, 0x40, 0x50};
+    std::string serialNumber = "VONU00000001";
+    std::string partNumber = "VONU-8X";
+    int bootedPartition = kFirstImagePartition;
+    std::map<int, std::string> imageVersions{{1, "VONU-1.0.0"}, {2, "VONU-1.1.0"}};
+    std::array<Phy, kPhyPorts> phys;
+};
+
+BoardState& boardState() {
+    static BoardState& state = *new BoardState;
+    return state;
+}
+
+MacBytes parsedMac(const std::string& text) {
+    std::uint8_t bytes[6];
+    if (!network::parseMac(text, bytes)) throw std::invalid_argument("not a MAC address: " + text);
+    MacBytes mac{};
+    std::copy(std::begin(bytes), std::end(bytes), mac.begin());
+    return mac;
+}
+
+std::string macText(const MacBytes& mac) {
+    std::array<char, 18> text{};
+    std::snprintf(text.data(), text.size(), "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4],
+                  mac[5]);
+    return text.data();
+}
+
+Phy* phyAt(int unit, int port) {
+    return unit == 0 && port >= 0 && port < kPhyPorts ? &boardState().phys[static_cast<std::size_t>(port)] : nullptr;
+}
+
+int boardCall(const char* name, const std::string& argumentList, const std::function<int()>& work) {
+    return platformCall(name, argumentList, [&] {
+        const DeviceLock lock(deviceMutex());
+        return work();
+    });
+}
+
+}  // namespace
+
+namespace board {
+
+void reset() {
+    const DeviceLock lock(deviceMutex());
+    boardState() = BoardState{};
+}
+
+nlohmann::json toJson() {
+    const DeviceLock lock(deviceMutex());
+    const auto& state = boardState();
+    auto images = nlohmann::json::array();
+    for (const auto& [image, version] : state.imageVersions) {
+        images.push_back({{"image", image}, {"version", escaped(version)}});
+    }
+    auto phys = nlohmann::json::array();
+    for (std::size_t port = 0; port < state.phys.size(); ++port) {
+        const auto& phy = state.phys[port];
+        phys.push_back({{"port", port}, {"linkUp", phy.linkUp}, {"speed", phy.speed}, {"duplex", phy.duplex}});
+    }
+    return {{"baseMac", macText(state.baseMac)},
+            {"serialNumber", escaped(state.serialNumber)},
+            {"partNumber", escaped(state.partNumber)},
+            {"bootedPartition", state.bootedPartition},
+            {"images", std::move(images)},
+            {"phys", std::move(phys)}};
+}
+
+}  // namespace board
+
+// ---- the facade's view ----
+
+void VirtualOnu::setBaseMac(const std::string& mac) {
+    const auto bytes = parsedMac(mac);
+    const DeviceLock lock(deviceMutex());
+    boardState().baseMac = bytes;
+}
+
+void VirtualOnu::setSerialNumber(const std::string& text) {
+    const DeviceLock lock(deviceMutex());
+    boardState().serialNumber = text;
+}
+
+void VirtualOnu::setPartNumber(const std::string& text) {
+    const DeviceLock lock(deviceMutex());
+    boardState().partNumber = text;
+}
+
+void VirtualOnu::setBootedPartition(int partition) {
+    const DeviceLock lock(deviceMutex());
+    boardState().bootedPartition = partition;
+}
+
+void VirtualOnu::setImageVersion(int image, const std::string& version) {
+    const DeviceLock lock(deviceMutex());
+    boardState().imageVersions[image] = version;
+}
+
+void VirtualOnu::setPhy(int port, bool linkUp, int speed, int duplex) {
+    const DeviceLock lock(deviceMutex());
+    Phy* phy = phyAt(0, port);
+    if (phy == nullptr) throw std::invalid_argument("setPhy: no such port");
+    *phy = {linkUp, speed, duplex};
+}
+
+std::pair<int, int> VirtualOnu::phyMode(int port) const {
+    const DeviceLock lock(deviceMutex());
+    const Phy* phy = phyAt(0, port);
+    if (phy == nullptr) throw std::invalid_argument("phyMode: no such port");
+    return {phy->speed, phy->duplex};
+}
+
+}  // namespace virtual_onu
+
+// ---- the kit's functions ----
+
+using namespace virtual_onu;
+
+int devCtl_getMacAddress(unsigned char* mac, unsigned int owner) {
+    return boardCall("devCtl_getMacAddress", arguments(owner), [&] {
+        std::memcpy(mac, boardState().baseMac.data(), boardState().baseMac.size());
+        return 0;
+    });
+}
+
+int devCtl_getBaseMacAddress(unsigned char* mac) {
+    return boardCall("devCtl_getBaseMacAddress", arguments(), [&] {
+        std::memcpy(mac, boardState().baseMac.data(), boardState().baseMac.size());
+        return 0;
+    });
+}
+
+int devCtl_getBootedImagePartition(void) {
+    return boardCall("devCtl_getBootedImagePartition", arguments(), [] { return boardState().bootedPartition; });
+}
+
+int devCtl_getImageVersion(int image, char* buffer, int size) {
+    return boardCall("devCtl_getImageVersion", arguments(image, size), [&] {
+        const auto version = boardState().imageVersions.find(image);
+        if (version == boardState().imageVersions.end()) return ENOENT;
+        if (size <= 0) return EINVAL;
+        std::snprintf(buffer, static_cast<std::size_t>(size), "%s", version->second.c_str());
+        return 0;
+    });
+}
+
+int bcm_phy_mode_get(int unit, int port, int* speed, int* duplex) {
+    return boardCall("bcm_phy_mode_get", arguments(unit, port), [&] {
+        const Phy* phy = phyAt(unit, port);
+        if (phy == nullptr) return ENODEV;
+        *speed = phy->speed;
+        *duplex = phy->duplex;
+        return 0;
+    });
+}
+
+int bcm_phy_mode_set(int unit, int port, int speed, int duplex) {
+    return boardCall("bcm_phy_mode_set", arguments(unit, port, speed, duplex), [&] {
+        Phy* phy = phyAt(unit, port);
+        if (phy == nullptr) return ENODEV;
+        phy->speed = speed;
+        phy->duplex = duplex;
+        return 0;
+    });
+}
+
+int bcm_get_linkstatus(int unit, int port, int* status, int flags) {
+    return boardCall("bcm_get_linkstatus", arguments(unit, port, flags), [&] {
+        const Phy* phy = phyAt(unit, port);
+        if (phy == nullptr) return ENODEV;
+        *status = phy->linkUp ? 1 : 0;
+        return 0;
+    });
+}
+
+int nandReadNvramData(void* nvram) {
+    return boardCall("nandReadNvramData", arguments(), [&] {
+        const auto& state = boardState();
+        std::array<char, NVRAM_DATA_SIZE> data{};
+        state.partNumber.copy(&data[kNvramPartNumber], kPartNumberSize);
+        std::memcpy(&data[kNvramMac], state.baseMac.data(), state.baseMac.size());
+        state.serialNumber.copy(&data[kNvramSerialNumber], kSerialNumberSize);
+        std::memcpy(nvram, data.data(), data.size());
+        return 0;
+    });
+}

@@ -1,0 +1,251 @@
+#include "libc/FileStore.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <set>
+
+#include <nlohmann/json.hpp>
+
+#include "Core.h"
+#include "Facilities.h"
+#include "kernel/HostKernel.h"
+#include "kernel/Network.h"
+#include "libc/CharDevices.h"
+#include "libc/Files.h"
+#include "libc/real/Descriptors.h"
+
+namespace virtual_onu::files {
+namespace {
+
+using descriptors::Kind;
+
+// Kept apart from State: looked at on every open of the process.
+constexpr std::array<const char*, 9> kDevicePaths = {
+    "/sys/class/net",    "/proc/sys/net/ipv6/conf", "/proc/driver/i2c", "/proc/net/dev_extstats", "/var/mcpd.conf",
+    "/var/mcpdTmp.conf", "/tmp/dhclient_interface", "/dev/laser_dev",   "/dev/ngpon2_stack",
+};
+constexpr char kPlainFolder[] = "/proc/driver/i2c";  // the only one above that holds plain files
+std::atomic<bool> anyAdded{false};
+
+struct State {
+    std::map<std::string, Content> plain;
+    std::set<std::string> added;  // paths that VirtualOnu::writeFile made device paths
+    std::set<std::string> removed;
+    std::set<std::string> denied;
+    std::map<std::string, std::string> replaced;  // kernel files with a content that the model does not know
+};
+
+State& state() {
+    static State& theState = *new State;
+    return theState;
+}
+
+bool isCharacterDevice(const std::string& path) {
+    return chardev::kindOf(path) != Kind::NotOurs;
+}
+
+}  // namespace
+
+std::string normal(const char* path) {
+    std::string result;
+    for (const char* c = path; *c != '\0'; ++c) {
+        if (*c != '/' || result.empty() || result.back() != '/') result += *c;
+    }
+    while (result.size() > 1 && result.back() == '/') result.pop_back();
+    return result;
+}
+
+bool owns(const char* path) {
+    if (path == nullptr || path[0] != '/') return false;
+    const std::string name = normal(path);
+    for (const char* devicePath : kDevicePaths) {
+        const std::size_t length = std::strlen(devicePath);
+        if (name.compare(0, length, devicePath) != 0 || (name.size() != length && name[length] != '/')) continue;
+        return !sysfs::owns(name) || !network::hostKernel();
+    }
+    if (!anyAdded.load(std::memory_order_acquire)) return false;
+    const DeviceLock lock(deviceMutex());
+    return state().added.count(name) != 0;
+}
+
+bool isKernelFile(const std::string& path) {
+    return sysfs::owns(path) && !network::hostKernel();
+}
+bool isDenied(const std::string& path) {
+    return state().denied.count(path) != 0;
+}
+bool isRemoved(const std::string& path) {
+    return state().removed.count(path) != 0;
+}
+
+std::optional<std::string> kernelFile(const std::string& path) {
+    if (isRemoved(path)) return std::nullopt;
+    const auto replaced = state().replaced.find(path);
+    return replaced != state().replaced.end() ? replaced->second : sysfs::read(path);
+}
+
+Content plainFile(const std::string& path) {
+    const auto found = state().plain.find(path);
+    return found == state().plain.end() ? nullptr : found->second;
+}
+
+Content makePlainFile(const std::string& path) {
+    return state().plain[path] = std::make_shared<std::string>();
+}
+
+bool removePlainFile(const std::string& path) {
+    return state().plain.erase(path) != 0;
+}
+
+bool renamePlainFile(const std::string& from, const std::string& to) {
+    const Content content = plainFile(from);
+    if (content == nullptr) return false;
+    state().plain.erase(from);
+    state().plain[to] = content;
+    return true;
+}
+
+std::optional<std::vector<sysfs::Entry>> list(const std::string& path) {
+    if (isRemoved(path)) return std::nullopt;
+    if (isKernelFile(path)) {
+        auto entries = sysfs::list(path);
+        if (!entries) return std::nullopt;
+        entries->erase(std::remove_if(entries->begin(), entries->end(),
+                                      [&](const auto& entry) { return isRemoved(path + "/" + entry.name); }),
+                       entries->end());
+        return entries;
+    }
+    if (path != kPlainFolder) return std::nullopt;
+    std::vector<sysfs::Entry> entries;
+    const std::string start = path + "/";
+    for (const auto& [name, content] : state().plain) {
+        if (name.compare(0, start.size(), start) == 0) entries.push_back({name.substr(start.size()), false});
+    }
+    return entries;
+}
+
+// ---- for the shell ----
+
+int store(const std::string& path, const std::string& text, bool append) {
+    const DeviceLock lock(deviceMutex());
+    const std::string name = normal(path.c_str());
+    if (isDenied(name)) return EACCES;
+    if (isKernelFile(name)) return kernelFile(name) ? sysfs::write(name, text) : ENOENT;
+    if (sysfs::owns(name)) return host::writeKernelFile(name, text);
+    if (isCharacterDevice(name)) return isRemoved(name) ? ENOENT : 0;
+    Content content = plainFile(name);
+    if (content == nullptr) content = makePlainFile(name);
+    *content = append ? *content + text : text;
+    return 0;
+}
+
+std::optional<std::string> load(const std::string& path) {
+    const DeviceLock lock(deviceMutex());
+    const std::string name = normal(path.c_str());
+    if (isKernelFile(name)) return kernelFile(name);
+    const Content content = plainFile(name);
+    return content == nullptr ? std::nullopt : std::optional<std::string>(*content);
+}
+
+// ---- state ----
+
+void reset() {
+    const DeviceLock lock(deviceMutex());
+    state() = State{};
+    anyAdded.store(false, std::memory_order_release);
+    chardev::reset();
+}
+
+nlohmann::json toJson() {
+    const DeviceLock lock(deviceMutex());
+    nlohmann::json contents = nlohmann::json::object();
+    for (const auto& [path, content] : state().plain) contents[path] = *content;
+    return {{"contents", contents},
+            {"removed", state().removed},
+            {"denied", state().denied},
+            {"openDescriptors", descriptors::openCount()},
+            {"characterDevices", chardev::toJson()}};
+}
+
+}  // namespace virtual_onu::files
+
+namespace virtual_onu {
+namespace {
+
+// Writes to a kernel file what only the device itself may change there; false for all other files.
+bool changeModel(const std::string& path, const std::string& content) {
+    constexpr char kRoot[] = "/sys/class/net/";
+    if (path.rfind(kRoot, 0) != 0) return false;
+    const std::string rest = path.substr(sizeof kRoot - 1);
+    const std::size_t slash = rest.find('/');
+    if (slash == std::string::npos) return false;
+    const std::string device = rest.substr(0, slash);
+    const std::string leaf = rest.substr(slash + 1);
+    const std::string firstLine = content.substr(0, content.find('\n'));
+    if (!VirtualOnu::instance().deviceExists(device)) return false;
+    if (leaf == "operstate") {
+        VirtualOnu::instance().setOperState(device, firstLine);
+        return true;
+    }
+    constexpr char kStatistics[] = "statistics/";
+    char* end = nullptr;
+    const unsigned long long value = std::strtoull(firstLine.c_str(), &end, 10);
+    if (leaf.rfind(kStatistics, 0) != 0 || firstLine.empty() || *end != '\0') return false;
+    VirtualOnu::instance().setStatistic(device, leaf.substr(sizeof kStatistics - 1), value);
+    return true;
+}
+
+}  // namespace
+
+void VirtualOnu::writeFile(const std::string& devicePath, const std::string& content) {
+    const DeviceLock lock(deviceMutex());
+    const std::string path = files::normal(devicePath.c_str());
+    files::state().removed.erase(path);
+    if (files::isKernelFile(path)) {
+        files::state().replaced.erase(path);
+        if (changeModel(path, content) || (sysfs::writable(path) && sysfs::write(path, content) == 0)) return;
+        files::state().replaced[path] = content;
+        return;
+    }
+    if (files::isCharacterDevice(path)) return;
+    if (!files::owns(path.c_str())) {
+        files::state().added.insert(path);
+        files::anyAdded.store(true, std::memory_order_release);
+    }
+    *files::makePlainFile(path) = content;
+}
+
+std::optional<std::string> VirtualOnu::readFile(const std::string& devicePath) const {
+    return files::load(devicePath);
+}
+
+void VirtualOnu::removeFile(const std::string& devicePath) {
+    const DeviceLock lock(deviceMutex());
+    const std::string path = files::normal(devicePath.c_str());
+    if (files::isKernelFile(path) || files::isCharacterDevice(path)) {
+        files::state().removed.insert(path);
+    } else {
+        files::removePlainFile(path);
+    }
+}
+
+void VirtualOnu::denyFile(const std::string& devicePath, bool denied) {
+    const DeviceLock lock(deviceMutex());
+    const std::string path = files::normal(devicePath.c_str());
+    if (denied) {
+        files::state().denied.insert(path);
+    } else {
+        files::state().denied.erase(path);
+    }
+}
+
+int VirtualOnu::openDescriptors() const {
+    return descriptors::openCount();
+}
+
+}  // namespace virtual_onu
