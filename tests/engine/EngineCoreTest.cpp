@@ -32,8 +32,8 @@ TEST_F(EngineCore, DeviceNamesFollowTheNamingScheme) {
         EXPECT_STREQ(vlanDevice, c.vlanDevice);
     }
     char untouched[32] = "as it was";
-    EXPECT_FALSE(engine().getInterfaceName(static_cast<PhyType>(3), 1, untouched));
-    EXPECT_FALSE(engine().getVirtualInterfaceName(static_cast<PhyType>(0), 1, 1, untouched));
+    EXPECT_FALSE(engine().getInterfaceName(3, 1, untouched));
+    EXPECT_FALSE(engine().getVirtualInterfaceName(0, 1, 1, untouched));
     EXPECT_FALSE(engine().getInterfaceName(PHY_GPON, 1, nullptr));
     EXPECT_STREQ(untouched, "as it was");
 }

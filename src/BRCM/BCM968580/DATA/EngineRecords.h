@@ -8,25 +8,26 @@
 
 #include "hal/Export.h"
 
+// The kinds and codes below are plain numbers with named values: a daemon passes on what it got over OMCI, values
+// without a name included.
+
 // Kind of physical port that a device name is formed for; any other value forms no name.
-enum PhyType : std::uint32_t {
-    PHY_ETHERNET = 1,  // Ethernet UNI: "sid" n
-    PHY_GPON = 2,      // PON (ANI) side: "gpon" bridge id
-};
+using PhyType = std::uint32_t;
+constexpr PhyType PHY_ETHERNET = 1;  // Ethernet UNI: "sid" n
+constexpr PhyType PHY_GPON = 2;      // PON (ANI) side: "gpon" bridge id
 
 // Every device name lives in a buffer of this size, terminating zero included.
 constexpr std::size_t kDeviceNameSize = 32;
 
 // EtherType filter codes of the tagging rows.
-enum VlanFilterEtherType : std::uint32_t {
-    ETHERTYPE_FILTER_NONE = 0,
-    ETHERTYPE_FILTER_IPV4 = 1,
-    ETHERTYPE_FILTER_PPPOE_DISCOVERY = 2,
-    ETHERTYPE_FILTER_ARP = 3,
-    ETHERTYPE_FILTER_PPPOE_SESSION = 4,
-    ETHERTYPE_FILTER_IPV6 = 5,
-    ETHERTYPE_FILTER_EAPOL = 6,
-};
+using VlanFilterEtherType = std::uint32_t;
+constexpr VlanFilterEtherType ETHERTYPE_FILTER_NONE = 0;
+constexpr VlanFilterEtherType ETHERTYPE_FILTER_IPV4 = 1;
+constexpr VlanFilterEtherType ETHERTYPE_FILTER_PPPOE_DISCOVERY = 2;
+constexpr VlanFilterEtherType ETHERTYPE_FILTER_ARP = 3;
+constexpr VlanFilterEtherType ETHERTYPE_FILTER_PPPOE_SESSION = 4;
+constexpr VlanFilterEtherType ETHERTYPE_FILTER_IPV6 = 5;
+constexpr VlanFilterEtherType ETHERTYPE_FILTER_EAPOL = 6;
 
 // One tag of a filter or a treatment, in the value conventions of G.988 9.3.13.
 struct VlanTagFilter_t {
@@ -59,29 +60,28 @@ struct VLAN_RULE_MAP_ENTRY {
 
 // Key of the rule map: ordered by name, byte-wise, then by PHY id.
 struct VORN_API vlanRuleKey {
+    vlanRuleKey() = default;
     vlanRuleKey(std::string name, std::uint16_t phy);
     bool operator<(const vlanRuleKey& other) const;
 
     std::string ifName;
-    std::uint16_t phyId;
+    std::uint16_t phyId = 0;
 };
 
 // What a tagging row does to the number of tags. Only translate lets copy treatments take effect (see the inserters).
-enum VlanTagAction : std::uint32_t {
-    VLAN_TAG_ACTION_PUSH = 1,
-    VLAN_TAG_ACTION_POP = 2,
-    VLAN_TAG_ACTION_NONE = 3,
-    VLAN_TAG_ACTION_PUSH_TWO = 4,
-    VLAN_TAG_ACTION_POP_TWO = 5,
-    VLAN_TAG_ACTION_TRANSLATE = 6,
-};
+using VlanTagAction = std::uint32_t;
+constexpr VlanTagAction VLAN_TAG_ACTION_PUSH = 1;
+constexpr VlanTagAction VLAN_TAG_ACTION_POP = 2;
+constexpr VlanTagAction VLAN_TAG_ACTION_NONE = 3;
+constexpr VlanTagAction VLAN_TAG_ACTION_PUSH_TWO = 4;
+constexpr VlanTagAction VLAN_TAG_ACTION_POP_TWO = 5;
+constexpr VlanTagAction VLAN_TAG_ACTION_TRANSLATE = 6;
 
 // Tags that a row filters on; any other value counts as untagged.
-enum VlanFilterType : std::uint32_t {
-    VLAN_FILTER_TYPE_UNTAGGED = 0,
-    VLAN_FILTER_TYPE_SINGLE_TAG = 1,
-    VLAN_FILTER_TYPE_DOUBLE_TAG = 2,
-};
+using VlanFilterType = std::uint32_t;
+constexpr VlanFilterType VLAN_FILTER_TYPE_UNTAGGED = 0;
+constexpr VlanFilterType VLAN_FILTER_TYPE_SINGLE_TAG = 1;
+constexpr VlanFilterType VLAN_FILTER_TYPE_DOUBLE_TAG = 2;
 
 // One row of an extended VLAN tagging operation.
 struct VlanExtVlanTagOper_t {
@@ -89,7 +89,7 @@ struct VlanExtVlanTagOper_t {
     VlanTagFilter_t outer_treatment;
     VlanTagFilter_t inner_filter;
     VlanTagFilter_t inner_treatment;
-    std::uint32_t filterType;  // VlanFilterType
+    VlanFilterType filterType;
     VlanFilterEtherType etherType;
     std::uint32_t removeType;  // 0 none, 1 outer, 2 both, 3 delete row
 };
@@ -103,7 +103,7 @@ struct VlanExtVlanTagOperInfo_t {
 };
 
 // One entry of a VLAN tagging filter TCI list.
-struct VlanTciFilterEntry_t {
+struct VlanTci_t {
     std::uint8_t pbits;
     std::uint8_t cfi;
     std::uint16_t vlanId;
@@ -114,16 +114,15 @@ struct VlanTciFilterInfo_t {
     std::uint8_t forwardOperation;
     // Entry 0 is the wildcard (all bytes 0xFF), received TCIs follow. Allocated with malloc by getTagFilters, freed by
     // its caller; null when nothing was decoded.
-    VlanTciFilterEntry_t* entries;
+    VlanTci_t* entries;
 };
 
 // Mapping and filter model of a service; 2, 3, 5 and 6 filter on VLANs.
-enum OmciMapFilterModelType : std::uint32_t {
-    OMCI_MF_MODEL_1_FILTER = 2,
-    OMCI_MF_MODEL_1_MAP_FILTER = 3,
-    OMCI_MF_MODEL_N_FILTER = 5,
-    OMCI_MF_MODEL_N_MAP_FILTER = 6,
-};
+using OmciMapFilterModelType = std::uint32_t;
+constexpr OmciMapFilterModelType OMCI_MF_MODEL_1_FILTER = 2;
+constexpr OmciMapFilterModelType OMCI_MF_MODEL_1_MAP_FILTER = 3;
+constexpr OmciMapFilterModelType OMCI_MF_MODEL_N_FILTER = 5;
+constexpr OmciMapFilterModelType OMCI_MF_MODEL_N_MAP_FILTER = 6;
 
 // One WAN service towards the gateway: also the payload of the service message, so the layout is a wire format.
 struct OMCI_SERVICE_MAP_ENTRY {
@@ -145,6 +144,13 @@ static_assert(offsetof(OMCI_SERVICE_MAP_ENTRY, pbits) == 32 && offsetof(OMCI_SER
                   offsetof(OMCI_SERVICE_MAP_ENTRY, gemPortId) == 48 &&
                   offsetof(OMCI_SERVICE_MAP_ENTRY, serviceType) == 56,
               "the gateway reads these offsets");
+
+// The services of one GEM port, collected while they are announced.
+struct OmciGemSericesInfo_t {
+    std::uint8_t numberOfEntries;
+    OMCI_SERVICE_MAP_ENTRY services[256];
+};
+static_assert(offsetof(OmciGemSericesInfo_t, services) == 4, "the count takes the first 32-bit word");
 
 // Key of the service map: name, then VLAN id, then p-bits.
 struct VORN_API serviceKey {

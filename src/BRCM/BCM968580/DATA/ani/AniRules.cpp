@@ -140,7 +140,7 @@ void setDefault(EtherSwitchBcm380& engine, const AniRulePlace& place, bool forwa
 }
 
 void insertEntryRule(EtherSwitchBcm380& engine, const AniRulePlace& place, const ForwardOperation& operation,
-                     const VlanTciFilterEntry_t& tci) {
+                     const VlanTci_t& tci) {
     const std::uint8_t action = operation.entryAction;
     const auto narrowQueue = static_cast<std::uint8_t>(place.queue);
     switch (operation.entryFilter) {

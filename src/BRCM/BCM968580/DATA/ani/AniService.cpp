@@ -35,7 +35,7 @@ constexpr std::uint8_t kDefaultDrop = 1;
 struct FreeMemory {
     void operator()(void* block) const { std::free(block); }
 };
-using TciEntries = std::unique_ptr<VlanTciFilterEntry_t, FreeMemory>;
+using TciEntries = std::unique_ptr<VlanTci_t, FreeMemory>;
 using PbitArray = std::array<std::uint8_t, kPbits>;
 
 // Kept: the filter list of a multicast service is not released with its set-up.
@@ -202,7 +202,7 @@ void EtherSwitchBcm380::getTagFilters(const std::uint8_t* tciBuffer, std::uint16
                                       VlanTciFilterInfo_t* info) {
     if (tciBuffer == nullptr || info == nullptr) return;
     const std::size_t allocated = std::max<std::size_t>(numberOfEntries, 1);
-    auto* entries = static_cast<VlanTciFilterEntry_t*>(std::calloc(allocated, sizeof(VlanTciFilterEntry_t)));
+    auto* entries = static_cast<VlanTci_t*>(std::calloc(allocated, sizeof(VlanTci_t)));
     info->entries = entries;
     if (entries == nullptr) {
         std::printf("Failed to allocate memory for VlanTciFilter!!!");

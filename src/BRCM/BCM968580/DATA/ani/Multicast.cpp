@@ -76,8 +76,8 @@ int EtherSwitchBcm380::configureDsMcastIngress_rule(const BridgeServiceProvision
                 aniVlanName.get());
 
     // The one entry stands in the place of the wildcard, so no rule is made for it.
-    VlanTciFilterEntry_t entry = {static_cast<std::uint8_t>(bridgeProv->innerVlanPrioFilter & 0xFF), 0,
-                                  bridgeProv->innerVlanIdFilter};
+    VlanTci_t entry = {static_cast<std::uint8_t>(bridgeProv->innerVlanPrioFilter & 0xFF), 0,
+                       bridgeProv->innerVlanIdFilter};
     VlanTciFilterInfo_t filter = {1, 0, &entry};
     std::array<std::uint8_t, 8> pbits;
     pbits.fill(kPbitNotMapped);

@@ -26,12 +26,6 @@ constexpr int kDeleteAttempts = 3;
 constexpr unsigned kMaxTciEntries = 12;  // as many as a tagging filter holds
 constexpr int kNoParticular = -2;        // p-bit or VLAN id of a notification about the port as a whole
 
-// The scratch block of one call of configVeip.
-struct OmciGemSericesInfo_t {
-    std::uint8_t numberOfEntries;
-    OMCI_SERVICE_MAP_ENTRY services[256];
-};
-
 void runShell(const char* command) {
     [[maybe_unused]] const int status = std::system(command);
 }
@@ -47,7 +41,7 @@ struct FreeBlock {
 
 // The (p-bit, VLAN id) pairs of a TCI list: entry 0 is the wildcard, the received TCIs follow.
 struct TciPairs {
-    std::unique_ptr<VlanTciFilterEntry_t, FreeBlock> entries;
+    std::unique_ptr<VlanTci_t, FreeBlock> entries;
     unsigned count = 0;  // 0: the list did not decode
 };
 
@@ -286,7 +280,7 @@ int EtherSwitchBcm380::gpon_createRules(unsigned short gemPort, unsigned short b
                                         unsigned short trafficType) {
     if (!isInterfaceExisted(kVeipDevice)) {
         std::printf("\ncreating veip interface %s", kVeipDevice);
-        createVeipTagRules(static_cast<OmciMapFilterModelType>(trafficType), bridgeId);
+        createVeipTagRules(trafficType, bridgeId);
     }
     std::printf("\n gemPort=%d bridgeId=%d filterType=%d noOfEntries=%d vlanFilterList=0x%x trafficType=%d\n", gemPort,
                 bridgeId, filterType, noOfEntries,

@@ -52,7 +52,7 @@ bool EtherSwitchBcm380::configureUniTagRules(const UniDataProvisioning* uniProv)
     VlanExtVlanTagOper_t row{};
     VlanExtVlanTagOperInfo_t info{};
     info.rows = &row;
-    VlanTagAction tagAction{};
+    VlanTagAction tagAction = 0;
     parseUniDataProvisioningInfo(uniProv, &info, tagAction);
 
     if (uniProv->uniPort >= kFirstIpHostPort) {
@@ -72,7 +72,7 @@ void EtherSwitchBcm380::parseUniDataProvisioningInfo(const UniDataProvisioning* 
                                                      VlanTagAction& tagAction) {
     if (uniProv == nullptr || info == nullptr) return;
     getTagRules(uniProv, info->rows);
-    tagAction = static_cast<VlanTagAction>(uniProv->tagAction);
+    tagAction = uniProv->tagAction;
     info->downstreamMode = uniProv->downstreamMode;
     info->inputTpid = uniProv->inputTpid;
     info->outputTpid = uniProv->outputTpid;
@@ -88,7 +88,7 @@ void EtherSwitchBcm380::getTagRules(const UniDataProvisioning* uniProv, VlanExtV
     row->outer_treatment = {uniProv->outerTreatmentPrio, uniProv->outerTreatmentVlanId, uniProv->outerTreatmentTpidDe};
     row->inner_treatment = {uniProv->innerTreatmentPrio, uniProv->innerTreatmentVlanId, uniProv->innerTreatmentTpidDe};
     row->filterType = uniProv->filterType;
-    row->etherType = static_cast<VlanFilterEtherType>(uniProv->etherType);
+    row->etherType = uniProv->etherType;
     row->removeType = uniProv->removeType;
 
     std::printf("outer.filter.prio=%d,outer.filter.vlanId=%d,outer.filter.tpid_de=%d", uniProv->outerFilterPrio,

@@ -36,7 +36,7 @@ bool EtherSwitchBcm380::deprovisionUniSideDataServiceRules(const UniDataProvisio
     VlanExtVlanTagOper_t row{};
     VlanExtVlanTagOperInfo_t info{};
     info.rows = &row;
-    VlanTagAction tagAction{};
+    VlanTagAction tagAction = 0;
     parseUniDataProvisioningInfo(uniProv, &info, tagAction);
     // Kept: the line alone; the OAM hook is not called for a row.
     std::printf("sendCeVlanDeleteNotificationToETHOAM on uniPort : %d  !!!", uniPort);
