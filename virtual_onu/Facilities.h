@@ -1,16 +1,22 @@
-// The facilities of the virtual ONU as its facade sees them: each resets itself and describes itself as JSON. Each
-// makes itself factory-new on first use, whoever comes first: a program that never asks for the facade finds a whole
-// board.
+// The facilities of the virtual ONU as its facade, and rooms below their own, see them: each resets itself and
+// describes itself as JSON. Nothing on top knows a room by any other header. Each makes itself factory-new on first
+// use, whoever comes first: a program that never asks for the facade finds a whole board.
 #ifndef VIRTUAL_ONU_FACILITIES_H
 #define VIRTUAL_ONU_FACILITIES_H
 
+#include <optional>
 #include <string>
 
 #include <nlohmann/json_fwd.hpp>
 
 namespace virtual_onu {
 
-namespace vlan {  // Vlan.cpp: tag rules, defaults, flows
+namespace network {  // kernel/Network.cpp: devices, bridges, addresses, policy routing
+void reset();        // the factory-new set of devices, in memory
+nlohmann::json toJson();
+}  // namespace network
+
+namespace vlan {  // kit/Vlan.cpp: tag rules, defaults, flows
 void reset();
 nlohmann::json toJson();
 // A network device is gone: its own tables go; other devices' defaults and rules that name it stay. Harmless to call
@@ -18,12 +24,12 @@ nlohmann::json toJson();
 void deviceRemoved(const std::string& name);
 }  // namespace vlan
 
-namespace pon {  // Pon.cpp: T-CONTs, queues, GEM ports, link state
+namespace pon {  // kit/Pon.cpp: T-CONTs, queues, GEM ports, link state
 void reset();
 nlohmann::json toJson();
 }  // namespace pon
 
-namespace bus {  // Bus.cpp: message bus, gateway, timers, persistent storage
+namespace bus {  // kit/Bus.cpp: message bus, gateway, timers, persistent storage
 void reset();
 nlohmann::json toJson();
 // Around fork(): the bus is whole in the child; the gateway's thread has stayed with the parent.
@@ -32,25 +38,34 @@ void afterForkInParent();
 void afterForkInChild();
 }  // namespace bus
 
-namespace board {  // Board.cpp: NVRAM, images, MAC, PHYs
+namespace board {  // kit/Board.cpp: NVRAM, images, MAC, PHYs
 void reset();
 nlohmann::json toJson();
 }  // namespace board
 
-namespace runner {  // Runner.cpp: what "bs" and "iq" commands made
+namespace runner {  // shell/Runner.cpp: what "bs" and "iq" commands made
 void reset();
 nlohmann::json toJson();
 }  // namespace runner
 
-namespace shell {  // Shell.cpp: commands run through the shell, processes
+namespace shell {  // shell/Shell.cpp: commands run through the shell, processes
 void reset();
 nlohmann::json toJson();
 }  // namespace shell
 
-namespace files {  // Files.cpp: the private tree behind device paths, character devices
+namespace files {  // libc/Files.cpp: the private tree behind device paths, character devices
 void reset();
 nlohmann::json toJson();
+// Whether the path belongs to the device. Cheap, and callable before any start-up code has run.
+bool owns(const char* path);
+// For the shell: a whole file written or added to, without a trace entry; 0 or errno.
+int store(const std::string& path, const std::string& content, bool append);
+std::optional<std::string> load(const std::string& path);
 }  // namespace files
+
+namespace datapath {  // frames/DataPath.cpp
+void reset();         // forget the addresses that the bridges have learned
+}  // namespace datapath
 
 }  // namespace virtual_onu
 

@@ -7,8 +7,6 @@
 
 #include "Core.h"
 #include "Facilities.h"
-#include "frames/DataPath.h"
-#include "kernel/Network.h"
 
 namespace virtual_onu {
 

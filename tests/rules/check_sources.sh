@@ -14,20 +14,59 @@ rule() {  # rule "what is wrong and what to do instead" PATTERN PATHS...
 }
 
 rule "src/ must not know the virtual ONU: it is put in the device's place at link time." \
-    '#include "(VirtualOnu|Core|Network|Facilities|RealLibc)\.h"|virtual_onu' src
+    '#include "(.*/)?(VirtualOnu|Core|Network|Facilities|RealLibc)\.h"|virtual_onu' src
 rule "src/ has no code for tests: test the device's binary against the virtual ONU." \
     '#[[:space:]]*if.*(TEST|VIRTUAL)|\bgetenv\b|friend .*[Tt]est' src
 rule "The virtual ONU knows the device kit, never the library above it." \
     '#include "(hal|BRCM|xpon|device|bridge)/' virtual_onu
 rule "The standard's side knows the HAL's interface alone." \
     '#include "(BRCM|xpon|device|bridge|platform)/|#include "VirtualOnu|virtual_onu' omci
-rule "Messages are the lowest room of the standard's side." '#include "(omci/(mib|agent|services)|hal)/' omci/message
-rule "The MIB knows messages alone." '#include "(omci/(agent|services)|hal)/' omci/mib
+rule "Messages and the MIB know nothing of the HAL." '#include "hal/' omci/message omci/mib
 rule "The platform headers declare the device kit and include nothing of ours." \
     '#include "(hal|BRCM|xpon|device|bridge)/' platform/include
 rule "Unbounded text functions overrun buffers: use hal/Text.h or snprintf." \
     '\b(sprintf|vsprintf|strcpy|strcat|gets)[[:space:]]*\(' src virtual_onu tools omci
 rule "The HAL interface needs the standard library only." '#include "(BRCM|xpon|device|bridge|platform)/' src/hal/VornHal.h src/hal/*Records.h
+
+# The floors of a house, lowest first; rooms that share a floor stand with a comma. A file may include from its own room,
+# from its floor and from below, never from above. The room "." is what lies in the house itself.
+floors() {  # floors HOUSE PREFIX-OF-INCLUDES FLOOR...
+    local house=$1 prefix=$2 hits
+    shift 2
+    hits=$(grep -rn --include='*.h' --include='*.cpp' '^#include "' "$house" | awk -v house="$house/" -v prefix="$prefix" -v floors="$*" '
+        function room_of(path,   room) {  # the innermost room that the path lies in; a file can be named as a room
+            for (room = path; room != ""; sub("(^|/)[^/]*$", "", room))
+                if (room in floor) return room
+            return "."
+        }
+        BEGIN {
+            count = split(floors, levels, " ")
+            for (i = 1; i <= count; ++i) {
+                rooms = split(levels[i], names, ",")
+                for (j = 1; j <= rooms; ++j) floor[names[j]] = i
+            }
+        }
+        {
+            file = substr($0, length(house) + 1); sub(":.*", "", file)
+            included = $0; sub(".*#include \"", "", included); sub("\".*", "", included)
+            if (prefix != "" && index(included, prefix) != 1) next
+            included = substr(included, length(prefix) + 1)
+            if ((getline line < (house included)) < 0) next  # not a file of this house
+            close(house included)
+            if (floor[room_of(included)] > floor[room_of(file)])
+                print house file " includes " included ": " room_of(included) " is above " room_of(file)
+        }')
+    [ -z "$hits" ] && return
+    printf 'A lower room includes an upper one; turn the arrow round (floors of %s, lowest first: %s):\n%s\n\n' "$house" "$*" "$hits"
+    bad=1
+}
+
+# The factory names the board whose object it makes.
+floors src "" hal bridge device,xpon BRCM/BCM968580/DATA BRCM/BCM968580,hal/HALFactory.cpp
+floors src/BRCM/BCM968580/DATA BRCM/BCM968580/DATA/ . ani,uni,gateway,iphost
+floors virtual_onu "" . libc/real kernel kit shell frames libc
+floors omci omci/ message mib agent,services
+floors tools/vorn-onu "" state scenario/fields scenario/expect,scenario/operations scenario show commands .
 
 for file in $(find src virtual_onu tools tests platform omci -name '*.cpp' -o -name '*.h'); do
     lines=$(wc -l <"$file")

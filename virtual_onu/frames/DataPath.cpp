@@ -5,6 +5,7 @@
 #include <map>
 
 #include "Core.h"
+#include "Facilities.h"
 #include "frames/TagTreatment.h"
 #include "kernel/Network.h"
 #include "kit/VlanTables.h"

@@ -8,8 +8,6 @@
 
 namespace virtual_onu::datapath {
 
-void reset();  // forget the addresses that the bridges have learned
-
 Walk fromPort(const std::string& device, const Frame& frame,
               Learning learning);  // a frame that arrives at a device from outside
 Walk fromPon(unsigned gemPortId, const Frame& frame, Learning learning);  // a frame that arrives in a GEM port

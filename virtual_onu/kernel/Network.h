@@ -9,15 +9,11 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json_fwd.hpp>
-
 #include "VirtualOnu.h"
 
 namespace virtual_onu::network {
 
 constexpr std::size_t kLongestName = 15;  // characters of a device name
-
-void reset();  // the factory-new set of devices, in memory
 
 bool exists(const std::string& name);
 int addVlanDevice(const std::string& name, const std::string& realDevice, bool routed, bool multicast);
@@ -34,7 +30,6 @@ std::optional<NetworkDevice> device(const std::string& name);
 std::optional<NetworkDevice> deviceOfIndex(int index);
 std::vector<Bridge> bridges();
 std::optional<Bridge> bridge(const std::string& name);
-nlohmann::json toJson();
 
 bool hostKernel();  // devices live in the caller's network namespace
 

@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "Core.h"
+#include "Facilities.h"
 #include "kernel/Sysfs.h"
 #include "libc/CharDevices.h"
 #include "libc/FileStore.h"

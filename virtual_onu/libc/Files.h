@@ -13,9 +13,6 @@
 
 namespace virtual_onu::files {
 
-// Whether the path belongs to the device. Cheap, and callable before any start-up code has run.
-bool owns(const char* path);
-
 // Results are a descriptor, or a negative errno value. function is the name that faults and the trace know the call by.
 int open(const char* path, int flags, mode_t mode, const char* function);
 FILE* openStream(const char* path, const char* mode);  // null with errno set
@@ -46,10 +43,6 @@ private:
     std::string folder_;
     std::string place_;
 };
-
-// For the shell: a whole file written or added to, without a trace entry; 0 or errno.
-int store(const std::string& path, const std::string& content, bool append);
-std::optional<std::string> load(const std::string& path);
 
 }  // namespace virtual_onu::files
 

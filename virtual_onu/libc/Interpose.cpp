@@ -10,6 +10,7 @@
 #include <cstdint>
 
 #include "Core.h"
+#include "Facilities.h"
 #include "kernel/Network.h"
 #include "kernel/NetworkIoctl.h"
 #include "kernel/PacketSockets.h"

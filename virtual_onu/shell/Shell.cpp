@@ -17,7 +17,6 @@
 #include "Facilities.h"
 #include "kernel/Network.h"
 #include "kernel/Sysfs.h"
-#include "libc/Files.h"
 #include "libc/real/RealLibc.h"
 #include "shell/Runner.h"
 #include "shell/ShellText.h"

@@ -5,38 +5,14 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "VirtualOnu.h"
+#include "scenario/expect/Context.h"
 #include "scenario/fields/Problem.h"
 
-class VornHal;
-
 namespace vorn_onu {
-
-// The device at a named moment of a scenario.
-struct Mark {
-    std::string state;         // what provisioning changes, as text
-    std::size_t messages = 0;  // sent so far
-    std::size_t commands = 0;  // run through the shell so far
-};
-
-// What a running scenario has at hand.
-struct RunContext {
-    virtual_onu::VirtualOnu& onu;
-    VornHal& hal;
-    std::map<std::string, Mark> marks = {};
-};
-
-// One thing that is not as expected: a line, or several.
-struct Failure {
-    std::string what;  // "bridge br3 members"
-    std::vector<std::string> expected;
-    std::vector<std::string> actual;
-};
 
 struct SentFrame;  // FrameFields.h
 
@@ -61,12 +37,6 @@ struct Scenario {
     std::string title;
     std::string description;
     std::vector<Step> steps;
-};
-
-// What is known while a file is read.
-struct ParseContext {
-    Json records = Json::object();     // records by name, to be used in several calls
-    std::set<std::string> marks = {};  // names of the marks so far
 };
 
 // A kind of step: the key that it goes by and how it is read. Schema.cpp and parsing share these rows.

@@ -3,6 +3,7 @@
 #include <condition_variable>
 #include <mutex>
 
+#include "scenario/Scenario.h"
 #include "scenario/expect/Expect.h"
 #include "scenario/fields/Field.h"
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "scenario/Scenario.h"
+#include "scenario/expect/Context.h"
 
 namespace vorn_onu {
 

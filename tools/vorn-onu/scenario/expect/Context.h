@@ -1,0 +1,46 @@
+// What a running scenario has at hand, what is known while one is read, and what an expectation finds to be different.
+#ifndef VORN_ONU_CONTEXT_H
+#define VORN_ONU_CONTEXT_H
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "VirtualOnu.h"
+#include "scenario/fields/Problem.h"
+
+class VornHal;
+
+namespace vorn_onu {
+
+// The device at a named moment of a scenario.
+struct Mark {
+    std::string state;         // what provisioning changes, as text
+    std::size_t messages = 0;  // sent so far
+    std::size_t commands = 0;  // run through the shell so far
+};
+
+// What a running scenario has at hand.
+struct RunContext {
+    virtual_onu::VirtualOnu& onu;
+    VornHal& hal;
+    std::map<std::string, Mark> marks = {};
+};
+
+// One thing that is not as expected: a line, or several.
+struct Failure {
+    std::string what;  // "bridge br3 members"
+    std::vector<std::string> expected;
+    std::vector<std::string> actual;
+};
+
+// What is known while a file is read.
+struct ParseContext {
+    Json records = Json::object();     // records by name, to be used in several calls
+    std::set<std::string> marks = {};  // names of the marks so far
+};
+
+}  // namespace vorn_onu
+
+#endif
