@@ -1,0 +1,130 @@
+#include "omci/message/Integrity.h"
+
+#ifdef OMCI_WITH_AES
+#include <openssl/evp.h>
+#include <openssl/params.h>
+#endif
+
+#include <algorithm>
+#include <memory>
+#include <string>
+
+namespace omci {
+
+namespace {
+
+constexpr std::uint32_t kPolynomial = 0x04C11DB7;
+
+constexpr std::array<std::uint32_t, 256> makeCrcTable() {
+    std::array<std::uint32_t, 256> table{};
+    for (std::uint32_t byte = 0; byte < table.size(); ++byte) {
+        std::uint32_t state = byte << 24;
+        for (int bit = 0; bit < 8; ++bit) state = (state & 0x80000000U) != 0 ? state << 1 ^ kPolynomial : state << 1;
+        table[byte] = state;
+    }
+    return table;
+}
+constexpr std::array<std::uint32_t, 256> kCrcTable = makeCrcTable();
+
+ByteView textBytes(const char* text, std::size_t size) {
+    return {reinterpret_cast<const std::uint8_t*>(text), size};
+}
+
+void append(Bytes& to, ByteView from, std::size_t size) {
+    const ByteView part = from.part(0, size);
+    to.insert(to.end(), part.begin(), part.end());
+    to.resize(to.size() + size - part.size(), 0);
+}
+
+}  // namespace
+
+std::uint32_t continueCrc32(std::uint32_t state, ByteView bytes) {
+    for (const std::uint8_t byte : bytes) state = state << 8 ^ kCrcTable[state >> 24 ^ byte];
+    return state;
+}
+
+std::uint32_t crc32(ByteView bytes) {
+    return finishCrc32(continueCrc32(kCrc32Begin, bytes));
+}
+
+#ifdef OMCI_WITH_AES
+
+bool hasAes() {
+    return true;
+}
+
+std::optional<AesKey> aesCmac(const AesKey& key, ByteView bytes) {
+    // Looked up once: finding an algorithm by its name takes longer than the code itself.
+    static EVP_MAC* const algorithm = EVP_MAC_fetch(nullptr, "CMAC", nullptr);
+    if (algorithm == nullptr) return std::nullopt;
+    const std::unique_ptr<EVP_MAC_CTX, void (*)(EVP_MAC_CTX*)> context(EVP_MAC_CTX_new(algorithm), EVP_MAC_CTX_free);
+    if (context == nullptr) return std::nullopt;
+    char cipher[] = "AES-128-CBC";
+    const OSSL_PARAM parameters[] = {OSSL_PARAM_construct_utf8_string("cipher", cipher, 0), OSSL_PARAM_construct_end()};
+    AesKey code{};
+    std::size_t size = 0;
+    if (EVP_MAC_init(context.get(), key.data(), key.size(), parameters) != 1 ||
+        EVP_MAC_update(context.get(), bytes.data(), bytes.size()) != 1 ||
+        EVP_MAC_final(context.get(), code.data(), &size, code.size()) != 1 || size != code.size()) {
+        return std::nullopt;
+    }
+    return code;
+}
+
+#else
+
+bool hasAes() {
+    return false;
+}
+std::optional<AesKey> aesCmac(const AesKey&, ByteView) {
+    return std::nullopt;
+}
+
+#endif
+
+std::optional<SessionKeys> sessionKeys(const AesKey& key) {
+    const auto derived = [&key](const std::string& label) {
+        return aesCmac(key, textBytes(label.data(), label.size()));
+    };
+    const auto omciIntegrity = derived("OMCIIntegrityKey");
+    const auto ploamIntegrity = derived("PLOAMIntegrtyKey");  // spelt so, to be 16 letters
+    const auto keyEncryption = derived("KeyEncryptionKey");
+    if (!omciIntegrity || !ploamIntegrity || !keyEncryption) return std::nullopt;
+    return SessionKeys{*omciIntegrity, *ploamIntegrity, *keyEncryption};
+}
+
+std::optional<AesKey> sessionKey(ByteView registrationId, ByteView serialNumber, ByteView ponTag) {
+    constexpr std::size_t kRegistrationId = 36;
+    AesKey first{};
+    first.fill(0x55);
+    Bytes text;
+    append(text, registrationId, kRegistrationId);
+    const auto master = aesCmac(first, text);
+    if (!master) return std::nullopt;
+    text.clear();
+    append(text, serialNumber, 8);
+    append(text, ponTag, 8);
+    append(text, textBytes("SessionK", 8), 8);
+    return aesCmac(*master, text);
+}
+
+std::optional<std::uint32_t> Integrity::codeOf(ByteView protectedBytes, Direction direction) const {
+    if (kind_ == Kind::kCrc) return crc32(protectedBytes);
+    if (kind_ == Kind::kNone) return std::nullopt;
+    Bytes text;
+    text.reserve(protectedBytes.size() + 1);
+    text.push_back(static_cast<std::uint8_t>(direction));
+    text.insert(text.end(), protectedBytes.begin(), protectedBytes.end());
+    const auto code = omci::aesCmac(key_, text);
+    return code ? std::optional<std::uint32_t>(number32({code->data(), code->size()}, 0)) : std::nullopt;
+}
+
+bool Integrity::protect(Bytes& frame, Direction direction) const {
+    if (!used()) return true;
+    const auto code = codeOf(frame, direction);
+    if (!code) return false;
+    appendNumber(frame, *code, 4);
+    return true;
+}
+
+}  // namespace omci
