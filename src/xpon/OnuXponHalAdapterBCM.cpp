@@ -2,6 +2,7 @@
 #include "xpon/OnuXponHalAdapterBCM.h"
 
 #include "device/NetworkInterface.h"
+#include "hal/SharedVariable.h"
 #include "xpon/OnuXponHalAdapterBcmNgponLib.h"
 
 namespace {
@@ -27,7 +28,7 @@ int findEntry(const IndexMap& map, unsigned short key, unsigned short* value) {
 
 std::int32_t g_GemCnt = 0;
 
-std::atomic<OnuXponHalAdapterBCM*> OnuXponHalAdapterBCM::instance{nullptr};
+OnuXponHalAdapterBCM* OnuXponHalAdapterBCM::instance = nullptr;
 std::mutex OnuXponHalAdapterBCM::singletonLock;
 
 const char* onu_xpon_hal_adapter_bcm_hello_world() {
@@ -35,17 +36,17 @@ const char* onu_xpon_hal_adapter_bcm_hello_world() {
 }
 
 OnuXponHalAdapterBCM* OnuXponHalAdapterBCM::getInstance() {
-    if (OnuXponHalAdapterBCM* existing = instance.load()) return existing;
+    if (OnuXponHalAdapterBCM* existing = loadShared(instance)) return existing;
     const std::lock_guard<std::mutex> lock(singletonLock);
-    if (instance.load() == nullptr) instance.store(new OnuXponHalAdapterBCM);
-    return instance.load();
+    if (instance == nullptr) storeShared(instance, new OnuXponHalAdapterBCM);
+    return instance;
 }
 
 void OnuXponHalAdapterBCM::destroyInstance() {
-    if (instance.load() == nullptr) return;
+    if (loadShared(instance) == nullptr) return;
     const std::lock_guard<std::mutex> lock(singletonLock);
-    delete instance.load();
-    instance.store(nullptr);
+    delete instance;
+    storeShared<OnuXponHalAdapterBCM*>(instance, nullptr);
 }
 
 OnuXponHalAdapterBCM::~OnuXponHalAdapterBCM() {

@@ -8,7 +8,6 @@
 #ifndef XPON_ONU_XPON_HAL_ADAPTER_BCM_H
 #define XPON_ONU_XPON_HAL_ADAPTER_BCM_H
 
-#include <atomic>
 #include <cstdint>
 #include <map>
 #include <mutex>
@@ -34,7 +33,7 @@ public:
     OnuXponHalAdapterBCM(const OnuXponHalAdapterBCM&) = delete;
     OnuXponHalAdapterBCM& operator=(const OnuXponHalAdapterBCM&) = delete;
 
-    static std::atomic<OnuXponHalAdapterBCM*> instance;  // null while there is no object; atomic for the unlocked look
+    static OnuXponHalAdapterBCM* instance;  // null while there is no object; only the library changes it
     static std::mutex singletonLock;
 
     enum OmciAccessType { kOmciAccessLocal = 0, kOmciAccessRemote = 1 };

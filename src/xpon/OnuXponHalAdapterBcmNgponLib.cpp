@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "hal/SharedVariable.h"
 #include "hal/Text.h"
 #include "platform/gponctl.h"
 #include "platform/kit_numbers.h"
@@ -66,21 +67,21 @@ int openDevice(const char* device) {
 
 }  // namespace
 
-std::atomic<OnuXponHalAdapterBcmNgponLib*> OnuXponHalAdapterBcmNgponLib::instance{nullptr};
+OnuXponHalAdapterBcmNgponLib* OnuXponHalAdapterBcmNgponLib::instance = nullptr;
 std::mutex OnuXponHalAdapterBcmNgponLib::singletonLock;
 
 OnuXponHalAdapterBcmNgponLib* OnuXponHalAdapterBcmNgponLib::getInstance() {
-    if (OnuXponHalAdapterBcmNgponLib* existing = instance.load()) return existing;
+    if (OnuXponHalAdapterBcmNgponLib* existing = loadShared(instance)) return existing;
     const std::lock_guard<std::mutex> lock(singletonLock);
-    if (instance.load() == nullptr) instance.store(new OnuXponHalAdapterBcmNgponLib);
-    return instance.load();
+    if (instance == nullptr) storeShared(instance, new OnuXponHalAdapterBcmNgponLib);
+    return instance;
 }
 
 void OnuXponHalAdapterBcmNgponLib::destroyInstance() {
-    if (instance.load() == nullptr) return;
+    if (loadShared(instance) == nullptr) return;
     const std::lock_guard<std::mutex> lock(singletonLock);
-    delete instance.load();
-    instance.store(nullptr);
+    delete instance;
+    storeShared<OnuXponHalAdapterBcmNgponLib*>(instance, nullptr);
 }
 
 int OnuXponHalAdapterBcmNgponLib::ngpon_execCmd(int request, void* record, const char* device) {

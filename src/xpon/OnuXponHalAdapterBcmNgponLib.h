@@ -5,7 +5,6 @@
 #ifndef XPON_ONU_XPON_HAL_ADAPTER_BCM_NGPON_LIB_H
 #define XPON_ONU_XPON_HAL_ADAPTER_BCM_NGPON_LIB_H
 
-#include <atomic>
 #include <mutex>
 
 #include "hal/Export.h"
@@ -20,7 +19,7 @@ public:
     OnuXponHalAdapterBcmNgponLib(const OnuXponHalAdapterBcmNgponLib&) = delete;
     OnuXponHalAdapterBcmNgponLib& operator=(const OnuXponHalAdapterBcmNgponLib&) = delete;
 
-    static std::atomic<OnuXponHalAdapterBcmNgponLib*> instance;  // null while there is no object
+    static OnuXponHalAdapterBcmNgponLib* instance;  // null while there is no object; only the library changes it
     static std::mutex singletonLock;
 
     // Opens the device, makes the request with the record and closes the device again. 0, the request's errno value, or

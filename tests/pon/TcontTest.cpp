@@ -108,7 +108,7 @@ TEST_F(Tconts, ThreadsThatComeFirstGetOneAdapter) {
     std::vector<std::thread> threads;
     for (auto& slot : seen) threads.emplace_back([&slot] { slot = OnuXponHalAdapterBCM::getInstance(); });
     for (auto& thread : threads) thread.join();
-    for (const auto* adapterSeen : seen) EXPECT_EQ(adapterSeen, OnuXponHalAdapterBCM::instance.load());
+    for (const auto* adapterSeen : seen) EXPECT_EQ(adapterSeen, OnuXponHalAdapterBCM::instance);
 
     adapter().insertAllocIdMapEntry(1, 2);
     OnuXponHalAdapterBCM::destroyInstance();

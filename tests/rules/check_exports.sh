@@ -18,13 +18,25 @@ sanitizers='^(__(asan|ubsan|tsan|sanitizer|odr_asan)|asan\.)'
 
 # ---- the library ----
 
+# Variables that a daemon or a test reaches by name (BRCM/BCM968580/DATA/EngineState.h, xpon/OnuXponHalAdapterBCM.h).
+state='m_BridgeIdToUniId m_VLAN_RULE_MAP_ENTRY tGemPortMap gemPortPbitToQMap xgemPortIdForPbit xgemUpstremQueueForPbit
+protocolNumber m_aniTagRuleId mcast mcastGemPortId mcastGemPortIndex m_dscpConfigInfo m_cTagConfigInfo m_SERVICE_MAP_ENTRY
+msgHandle tmrHandle syncOmciRgLock syncOmciRgCond g_GemCnt
+HALFactory::m_Instance HALFactory::vornHalImpl VornBrcmHal::ipHostMac VornBrcmHal::subHostMac VornBrcmHal::operStatus
+VornBrcmHal::operStatus1G EtherSwitchBcm380::m_Instance EtherSwitchBcm380::multicastEnable EtherSwitchBcm380::numServices
+OnuXponHalAdapterBCM::instance OnuXponHalAdapterBCM::singletonLock OnuXponHalAdapterBcmNgponLib::instance
+OnuXponHalAdapterBcmNgponLib::singletonLock'
+state=$(printf '%s\n' $state)
+
 exported='^(VornHal|VornBrcmHal|HALFactory|EtherSwitchBcm380|OnuXponHalAdapterBCM|OnuXponHalAdapterBcmNgponLib)::'
 exported+='|^(vlanRuleKey|serviceKey)::(vlanRuleKey|serviceKey|operator<)'
 exported+='|^(vtable|typeinfo|typeinfo name) for Vorn(Brcm)?Hal$'
-exported+='|^(omci_malloc|omci_free|onu_xpon_hal_adapter_bcm_hello_world|vorn_omci_[a-z_]+|getIntfStats|br_[a-z_]+|g_GemCnt)$'
+exported+='|^(omci_malloc|omci_free|onu_xpon_hal_adapter_bcm_hello_world|vorn_omci_[a-z_]+|getIntfStats|br_[a-z_]+)$'
 exported+='|^(updateEthernetUniSpeed|setEthernetUniStatus|getEthernetUniOperState|getEthernetUniConfig)$'
 complain "Exported, but not documented (see src/vorn_hal.map):" \
-    "$(nm -DC --defined-only "$library" | cut -d' ' -f3- | grep -vE "$exported" | grep -vE "$sanitizers")"
+    "$(nm -DC --defined-only "$library" | cut -d' ' -f3- | grep -vE "$exported" | grep -vE "$sanitizers" | grep -vxFf <(printf "%s\n" "$state"))"
+complain "State that is reached by name, but not exported as a variable (see src/vorn_hal.map):" \
+    "$(printf '%s\n' "$state" | grep -vxFf <(nm -DC --defined-only "$library" | sed -nE 's/^[0-9a-f]+ [BD] ([^[]*).*/\1/p'))"
 # A sanitizer's runtime takes over C library functions, which then look like somebody else's.
 if ! nm -D --undefined-only "$library" | grep -qE ' __(asan|tsan|ubsan)_'; then
     complain "Undefined, and not a function of the device kit:" \

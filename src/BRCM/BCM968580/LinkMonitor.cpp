@@ -7,8 +7,9 @@
 #include <cstdio>
 #include <fstream>
 
-#include "BRCM/BCM968580/DATA/EngineState.h"
+#include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/omci_brcm_hal.h"
+#include "hal/SharedVariable.h"
 #include "platform/logger.h"
 
 // Neither up nor down, so that the first look counts as a change.
@@ -35,7 +36,7 @@ EthernetLinkStatus linkStatus(const char* path, const char* unreadable) {
 void followLink(EthernetLinkStatus seen, std::int32_t& last, const char* changed) {
     if (seen == last) return;
     std::puts(changed);
-    if (EtherSwitchBcm380::multicastEnable != 0) {
+    if (loadShared(EtherSwitchBcm380::multicastEnable) != 0) {
         sleep(kSettleSeconds);
         EtherSwitchBcm380::updateMcpdConf();
     }

@@ -4,7 +4,7 @@
 #include <climits>
 #include <cstdio>
 
-#include "BRCM/BCM968580/DATA/EngineState.h"
+#include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "device/Counters.h"
 #include "device/DeviceInfo.h"
 #include "device/MacText.h"

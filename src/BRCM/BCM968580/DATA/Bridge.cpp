@@ -4,6 +4,7 @@
 
 #include <cstdio>
 
+#include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "bridge/BridgeControl.h"

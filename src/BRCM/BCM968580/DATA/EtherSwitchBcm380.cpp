@@ -1,6 +1,7 @@
 // The engine object, device names and device control.
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 
+#include <atomic>
 #include <cctype>
 #include <cerrno>
 #include <climits>
@@ -8,7 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "BRCM/BCM968580/DATA/EngineState.h"
+#include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/DATA/TagRule.h"
 #include "device/MacText.h"
 #include "device/NetworkInterface.h"
@@ -16,12 +17,11 @@
 #include "platform/logger.h"
 #include "platform/vlanctl.h"
 
-std::atomic<int> omciAction{0};
-std::atomic<int> omciServiceCount{0};
-
 EtherSwitchBcm380* EtherSwitchBcm380::m_Instance = nullptr;
 
 namespace {
+
+std::atomic<int> omciAction{0};  // the listener thread reads it too
 
 constexpr std::uint16_t kNoStag = 0xFFFF;
 constexpr unsigned kDefaultActionDrop = 1;
@@ -251,10 +251,6 @@ void EtherSwitchBcm380::setOmciAction(int action) {
 
 int EtherSwitchBcm380::getOmciAction() {
     return omciAction;
-}
-
-int EtherSwitchBcm380::omci_service_num_get() {
-    return omciServiceCount;
 }
 
 // ---- Bits and text ----

@@ -10,7 +10,6 @@
 
 #include <pthread.h>
 
-#include <atomic>
 #include <cstdint>
 #include <map>
 #include <set>
@@ -238,8 +237,8 @@ public:
     int addIngressQueueKeyMask();
     void sendArp(const char* ifName, const char* senderIp, const char* targetIp, const unsigned char* mac);
 
-    static int numServices;     // provisioned IP hosts; may fall below 0 when removals outnumber provisions
-    std::uint16_t iPhost_Stag;  // the IP host's S-tag; 65535: none
+    static std::int32_t numServices;  // provisioned IP hosts; may fall below 0 when removals outnumber provisions
+    std::uint16_t iPhost_Stag;        // the IP host's S-tag; 65535: none
 
     // ---- Multicast (ani/Multicast.cpp) ----
 
@@ -252,8 +251,9 @@ public:
     static int updateMcpdConf();
     void setProtocolNumber(unsigned char protocol);
 
-    // Multicast services set up, less every ANI-side removal; only ever tested against 0. Any thread.
-    static std::atomic<int> multicastEnable;
+    // Multicast services set up, less every ANI-side removal; only ever tested against 0. The link monitor reads it
+    // too, so with the monitor running only the library changes it.
+    static std::int32_t multicastEnable;
 
 private:
     EtherSwitchBcm380();

@@ -6,6 +6,7 @@
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/ani/GemPortIndex.h"
+#include "hal/SharedVariable.h"
 #include "hal/Text.h"
 
 std::int16_t m_aniTagRuleId = 0;
@@ -82,7 +83,8 @@ bool EtherSwitchBcm380::deprovisionAniSideBridge(const BridgeServiceProvisioning
     const std::uint16_t bridgeId = bridgeProv->bridgeId;
     std::printf("DEPROVISION ANI SIDE of bridgeId: %u\n", bridgeId);
     stopSnooping(bridgeId);
-    --multicastEnable;  // kept: counted for every service, multicast or not; the count is only tested against 0
+    // Kept: counted for every service, multicast or not; the count is only tested against 0.
+    addShared(multicastEnable, -1);
     if (bridgeProv->isMulticast != 0 && bridgeProv->multicastService != 0)
         return removeMulticastRules(*this, *bridgeProv);
 

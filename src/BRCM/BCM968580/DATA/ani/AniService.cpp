@@ -9,9 +9,11 @@
 #include <string>
 #include <vector>
 
+#include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/ani/GemPortIndex.h"
+#include "hal/SharedVariable.h"
 #include "hal/Text.h"
 #include "platform/gponctl.h"
 #include "platform/kit_numbers.h"
@@ -19,9 +21,9 @@
 
 std::map<std::uint16_t, std::uint16_t> tGemPortMap;
 std::map<std::uint16_t, std::map<std::uint16_t, std::set<std::uint8_t>>> gemPortPbitToQMap;
-std::array<std::uint16_t, 8> xgemPortIdForPbit = {kNoGemPort, kNoGemPort, kNoGemPort, kNoGemPort,
-                                                  kNoGemPort, kNoGemPort, kNoGemPort, kNoGemPort};
-std::array<std::uint16_t, 8> xgemUpstremQueueForPbit = {};
+std::uint16_t xgemPortIdForPbit[8] = {kNoGemPort, kNoGemPort, kNoGemPort, kNoGemPort,
+                                      kNoGemPort, kNoGemPort, kNoGemPort, kNoGemPort};
+std::uint16_t xgemUpstremQueueForPbit[8] = {};
 std::uint8_t protocolNumber = 0;
 
 namespace {
@@ -102,7 +104,7 @@ int configureMulticast(EtherSwitchBcm380& engine, const BridgeServiceProvisionin
     const auto uni = m_BridgeIdToUniId.find(record.bridgeId);
     const std::uint32_t uniPort = uni != m_BridgeIdToUniId.end() ? uni->second : 0;
     std::printf("bridgeProv->innerVlanIdFilter %u uniport %u", record.innerVlanIdFilter, uniPort);
-    ++EtherSwitchBcm380::multicastEnable;
+    addShared(EtherSwitchBcm380::multicastEnable, 1);
     engine.configureDsMcastIngress_rule(&record, static_cast<std::uint16_t>(uniPort), gemIndex);
     mcast = 0;
     return record.multicastService;

@@ -2,7 +2,6 @@
 // VEIP side. The rows of UNI ports have a record form of their own.
 #include <cstdio>
 
-#include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/TagRule.h"
 

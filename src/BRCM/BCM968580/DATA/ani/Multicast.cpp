@@ -6,16 +6,17 @@
 #include <cstring>
 #include <memory>
 
+#include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "hal/Text.h"
 #include "platform/logger.h"
 #include "platform/vlanctl.h"
 
-std::atomic<std::uint8_t> mcast{0};
+std::uint8_t mcast = 0;
 std::int32_t mcastGemPortId = 0;
 std::int32_t mcastGemPortIndex = 0;
-std::atomic<int> EtherSwitchBcm380::multicastEnable{0};
+std::int32_t EtherSwitchBcm380::multicastEnable = 0;
 
 namespace {
 

@@ -12,11 +12,17 @@
 #include <cstdio>
 #include <cstring>
 
+#include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
 #include "platform/kit_numbers.h"
 #include "platform/logger.h"
+
+void* msgHandle = nullptr;
+void* tmrHandle = nullptr;
+pthread_mutex_t syncOmciRgLock = PTHREAD_MUTEX_INITIALIZER;
+pthread_cond_t syncOmciRgCond = PTHREAD_COND_INITIALIZER;
 
 namespace {
 
@@ -44,14 +50,6 @@ struct ServiceMessage {
     OMCI_SERVICE_MAP_ENTRY service;
 };
 static_assert(sizeof(ServiceMessage) == 92, "header and one service");
-
-// Set by omcid_initCms before the listener starts, never changed afterwards.
-void* msgHandle = nullptr;
-void* tmrHandle = nullptr;
-
-// Pair a sent service message with the gateway's answer: held for the signal and for the wait, never for a send.
-pthread_mutex_t syncOmciRgLock = PTHREAD_MUTEX_INITIALIZER;
-pthread_cond_t syncOmciRgCond = PTHREAD_COND_INITIALIZER;
 
 CmsMsgHeader headerTo(std::uint32_t destination, std::uint32_t type, std::uint16_t flags, std::uint32_t dataLength) {
     CmsMsgHeader header{};

@@ -1,6 +1,7 @@
 // The service map: one entry per WAN service that the gateway has been told about.
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -12,19 +13,26 @@
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 
+std::map<serviceKey, std::unique_ptr<OMCI_SERVICE_MAP_ENTRY, FreeServiceMapEntry>> m_SERVICE_MAP_ENTRY;
+
 namespace {
 
-struct FreeBlock {
-    void operator()(void* block) const { std::free(block); }
-};
-using OwnedEntry = std::unique_ptr<OMCI_SERVICE_MAP_ENTRY, FreeBlock>;
-using ServiceMap = std::map<serviceKey, OwnedEntry>;
+using OwnedEntry = decltype(m_SERVICE_MAP_ENTRY)::mapped_type;
 
-// Never destroyed: the listener thread may still look a service up while the process exits.
-ServiceMap& m_SERVICE_MAP_ENTRY = *new ServiceMap;
 // The listener thread reads the map while the provisioning thread changes it. Held only around the access, never around
-// a send or a wait.
+// a send or a wait. Never destroyed: that thread runs on while the process exits.
 std::mutex& serviceMapLock = *new std::mutex;
+
+// Ends before the map, which was made before it: from then on the listener thread finds no service.
+bool mapStands = true;
+struct MapEnd {
+    ~MapEnd() {
+        const std::lock_guard<std::mutex> lock(serviceMapLock);
+        mapStands = false;
+    }
+} mapEnd;
+
+std::atomic<int> serviceCount{0};  // entries made less entries deleted; the listener thread reads it too
 
 unsigned short lowHalf(int value) {
     return static_cast<unsigned short>(value);
@@ -36,6 +44,7 @@ serviceKey keyOf(const OMCI_SERVICE_MAP_ENTRY& entry) {
 
 // The map's own entry, or null. The caller holds the lock.
 OMCI_SERVICE_MAP_ENTRY* entryAt(const serviceKey& key) {
+    if (!mapStands) return nullptr;
     const auto found = m_SERVICE_MAP_ENTRY.find(key);
     return found != m_SERVICE_MAP_ENTRY.end() ? found->second.get() : nullptr;
 }
@@ -59,6 +68,10 @@ bool serviceKey::operator<(const serviceKey& other) const {
     if (ifName != other.ifName) return ifName < other.ifName;
     if (vlanId != other.vlanId) return vlanId < other.vlanId;
     return pbits < other.pbits;
+}
+
+int EtherSwitchBcm380::omci_service_num_get() {
+    return serviceCount;
 }
 
 bool copyOmciServiceMapEntry(const OMCI_SERVICE_MAP_ENTRY& request, OMCI_SERVICE_MAP_ENTRY* copy) {
@@ -121,7 +134,7 @@ int EtherSwitchBcm380::omciServiceCreateMapEntry(OMCI_SERVICE_MAP_ENTRY* entry) 
     std::printf("\nCreate OMCI Service Entry for pbits=%d, vlanId=%d, ifName=%s gemPortIndex=%d\n", entry->pbits,
                 entry->vlanId, key.ifName.c_str(), entry->gemPortIndex);
     const std::lock_guard<std::mutex> lock(serviceMapLock);
-    if (m_SERVICE_MAP_ENTRY.emplace(key, std::move(copy)).second) ++omciServiceCount;
+    if (m_SERVICE_MAP_ENTRY.emplace(key, std::move(copy)).second) ++serviceCount;
     return 1;
 }
 
@@ -140,7 +153,7 @@ int EtherSwitchBcm380::omciServiceDeleteMapEntry(int phyId, const char* ifName, 
     {
         const std::lock_guard<std::mutex> lock(serviceMapLock);
         erased = m_SERVICE_MAP_ENTRY.erase(key) == 1;
-        if (erased) --omciServiceCount;
+        if (erased) --serviceCount;
     }
     // Kept: both texts carry the rule map's name.
     std::printf(

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <string>
 
-#include "BRCM/BCM968580/DATA/EngineState.h"
+#include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/TagRule.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"

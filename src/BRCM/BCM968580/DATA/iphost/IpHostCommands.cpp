@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "BRCM/BCM968580/DATA/EngineState.h"
+#include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "hal/Text.h"
 #include "platform/logger.h"
