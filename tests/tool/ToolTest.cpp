@@ -101,12 +101,6 @@ TEST(Tool, UnknownOperationIsAnsweredWithTheOneThatWasMeant) {
     EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1);
 }
 
-TEST(Tool, CommandLineThatMakesNoSenseEndsWithCodeTwo) {
-    for (const std::vector<std::string>& words :
-         {std::vector<std::string>{kTool}, {kTool, "fly"}, {kTool, "run"}, {kTool, "run", "/no/such/file.json"}})
-        EXPECT_EQ(runProgram(words).code, 2) << words.back();
-}
-
 // ---- run ----
 
 TEST(Tool, JsonOnStandardOutputIsAllThereIs) {

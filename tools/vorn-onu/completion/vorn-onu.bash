@@ -4,7 +4,7 @@ _vorn_onu() {
     local options
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        COMPREPLY=($(compgen -W "run send exec diff info schema --help" -- "$word"))
+        COMPREPLY=($(compgen -W "run send exec diff info schema help --help --version" -- "$word"))
         return
     fi
     case $command in
@@ -12,6 +12,7 @@ _vorn_onu() {
         send) options="--from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source --destination
                        --after-step --json" ;;
         info) options="--json" ;;
+        help) options="--man" ;;
         exec) options="--trace --json --record --quiet" ;;
         *) options="" ;;
     esac

@@ -48,14 +48,17 @@ std::string joined(const std::vector<std::string>& words, const std::string& sep
     return text;
 }
 
-std::string unknownName(const std::string& name, const std::vector<std::string>& known) {
+std::string suggestion(const std::string& name, const std::vector<std::string>& known) {
     const auto closest = std::min_element(known.begin(), known.end(), [&](const auto& a, const auto& b) {
         return distance(name, a) < distance(name, b);
     });
-    std::string text = "is not known here";
-    if (closest != known.end() && distance(name, *closest) <= std::max<std::size_t>(2, name.size() / 3))
-        text += ", did you mean '" + *closest + "'?";
-    return text + (known.empty() ? "; no field is allowed" : "; allowed: " + joined(known));
+    if (closest == known.end() || distance(name, *closest) > std::max<std::size_t>(2, name.size() / 3)) return "";
+    return ", did you mean '" + *closest + "'?";
+}
+
+std::string unknownName(const std::string& name, const std::vector<std::string>& known) {
+    return "is not known here" + suggestion(name, known) +
+           (known.empty() ? "; no field is allowed" : "; allowed: " + joined(known));
 }
 
 void checkKeys(const Json& value, const std::vector<std::string>& known) {

@@ -41,6 +41,8 @@ auto inField(const std::string& name, Work&& work) {
 std::string shown(const Json& value);
 // a, b, c
 std::string joined(const std::vector<std::string>& words, const std::string& separator = ", ");
+// ", did you mean 'x'?" with the closest of the known names; "" when none is close.
+std::string suggestion(const std::string& name, const std::vector<std::string>& known);
 // "unknown field: ..." with the closest of the known names, for a key that is not among them.
 std::string unknownName(const std::string& name, const std::vector<std::string>& known);
 // Throws unless value is an object with known keys only.

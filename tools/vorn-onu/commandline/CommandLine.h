@@ -1,0 +1,64 @@
+// The command line of vorn-onu. Each command has a file for its options; --help and the manual page are made of the
+// words that stand there and nowhere else.
+#ifndef VORN_ONU_COMMAND_LINE_H
+#define VORN_ONU_COMMAND_LINE_H
+
+#include <functional>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+namespace vorn_onu {
+
+// A command and what it does when it was chosen; the work answers the program's exit code.
+struct Command {
+    CLI::App* app;
+    std::function<int()> work;
+};
+
+// Each makes its command with options and words: the description is one sentence, the footer says the rest, paragraphs
+// with an empty line between them. One row for each in CommandLine.cpp.
+Command addRun(CLI::App& app);
+Command addSend(CLI::App& app);
+Command addExec(CLI::App& app);
+Command addDiff(CLI::App& app);
+Command addInfo(CLI::App& app);
+Command addSchema(CLI::App& app);
+Command addHelp(CLI::App& app);
+
+class CommandLine {
+public:
+    CommandLine();
+    // Answers the exit code. What is wrong with the words is told on standard error.
+    int run(int argc, const char* const* argv);
+
+private:
+    std::string problemOf(const CLI::ParseError& error) const;
+    CLI::App app_;
+    std::vector<Command> commands_;
+};
+
+// A command by its name, or null; and what is told of a name that there is not.
+const CLI::App* findCommand(const CLI::App& app, const std::string& name);
+std::string noSuchCommand(const CLI::App& app, const std::string& name);
+
+// A number from lowest on; anything else is refused with these words.
+CLI::Validator numberFrom(int lowest);
+
+// What holds for all commands, for --help and the manual page alike.
+struct Topic {
+    std::string title;  // "EXIT STATUS"
+    std::vector<std::pair<std::string, std::string>> rows;
+};
+const std::vector<Topic>& commonTopics();
+std::vector<std::string> examples();  // whole lines
+
+// The manual page, for man -l.
+std::string manualPage(const CLI::App& app);
+
+}  // namespace vorn_onu
+
+#endif

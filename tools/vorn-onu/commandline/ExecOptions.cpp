@@ -1,0 +1,27 @@
+#include <memory>
+
+#include "commandline/CommandLine.h"
+#include "commands/Commands.h"
+
+namespace vorn_onu {
+
+Command addExec(CLI::App& app) {
+    const auto exec = std::make_shared<ExecCommand>();
+    CLI::App* command = app.add_subcommand("exec", "run a program on the virtual ONU and show what it leaves there");
+    command->add_option("--trace", exec->traceFile, "write every call into the device to this file")->type_name("FILE");
+    command->add_option("--json", exec->jsonFile, "write the device state as JSON to this file")->type_name("FILE");
+    command
+        ->add_option("--record", exec->recordFile, "write what the program asks of the HAL as a scenario to this file")
+        ->type_name("FILE");
+    command->add_flag("--quiet", exec->quiet, "do not show the device");
+    command->add_option("PROGRAM", exec->program, "the program and its arguments, after --")->required()->type_name("");
+    command->positionals_at_end();
+    command->footer(
+        "The program needs no change; it may be a daemon that is built for the workstation and linked with libvorn_hal "
+        "alone.\n\n"
+        "The exit code is the program's own; 128 and the number of the signal that ended it; 127 when it cannot be "
+        "started; 2 bad input.");
+    return {command, [exec] { return exec->run(); }};
+}
+
+}  // namespace vorn_onu
