@@ -247,9 +247,9 @@ enum : AttributeNumber {
 
 namespace attr::bridge_port_preassign {
 enum : AttributeNumber {
-    kIPv4MulticastFiltering = 1,
-    kIPv6MulticastFiltering = 2,
-    kIPv4BroadcastFiltering = 3,
+    kIpv4MulticastFiltering = 1,
+    kIpv6MulticastFiltering = 2,
+    kIpv4BroadcastFiltering = 3,
     kRarpFiltering = 4,
     kIpxFiltering = 5,
     kNetBEUIFiltering = 6,
@@ -473,8 +473,8 @@ enum : AttributeNumber {
     kCurrentMulticastBandwidth = 2,
     kJoinMessagesCounter = 3,
     kBandwidthExceededCounter = 4,
-    kIPv4ActiveGroupListTable = 5,
-    kIPv6ActiveGroupListTable = 6
+    kIpv4ActiveGroupListTable = 5,
+    kIpv6ActiveGroupListTable = 6
 };
 }
 
