@@ -9,6 +9,7 @@
 namespace omci {
 
 using Bytes = std::vector<std::uint8_t>;
+using TableRows = std::vector<Bytes>;  // rows of a table attribute
 
 // Bytes of somebody else; valid as long as theirs.
 class ByteView {

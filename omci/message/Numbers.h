@@ -109,7 +109,7 @@ enum : AttributeNumber {
     kSysUpTime = 10,
     kConnectivityCapability = 11,
     kCurrentConnectivityMode = 12,
-    kQoSConfigurationFlexibility = 13,
+    kQosConfigurationFlexibility = 13,
     kPriorityQueueScaleFactor = 14
 };
 }

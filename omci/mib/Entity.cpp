@@ -50,8 +50,8 @@ std::string Entity::text(AttributeNumber attribute) const {
     return text;
 }
 
-const std::vector<Bytes>& Entity::rows(AttributeNumber table) const {
-    static const std::vector<Bytes> none;
+const TableRows& Entity::rows(AttributeNumber table) const {
+    static const TableRows none;
     const AttributeInfo* row = info_->attribute(table);
     return row != nullptr && row->isTable() ? tables_[tableIndex(*info_, table)] : none;
 }
@@ -84,10 +84,10 @@ bool Entity::setText(AttributeNumber attribute, const std::string& text) {
     return setBytes(attribute, {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
 }
 
-bool Entity::setRows(AttributeNumber table, std::vector<Bytes> rows) {
+bool Entity::setRows(AttributeNumber table, TableRows rows) {
     const AttributeInfo* row = info_->attribute(table);
     if (row == nullptr || !row->isTable()) return false;
-    std::vector<Bytes>& held = tables_[tableIndex(*info_, table)];
+    TableRows& held = tables_[tableIndex(*info_, table)];
     if (held == rows) return false;
     held = std::move(rows);
     return true;

@@ -35,7 +35,7 @@ public:
     // A text without its padding.
     std::string text(AttributeNumber attribute) const;
     // Rows of a table, in the order in which the OLT reads them back; empty for what is no table.
-    const std::vector<Bytes>& rows(AttributeNumber table) const;
+    const TableRows& rows(AttributeNumber table) const;
 
     // ---- Changes; Mib::commit() makes them known ----
     //
@@ -45,7 +45,7 @@ public:
     // Shorter bytes are filled up with zeros, longer ones cut.
     bool setBytes(AttributeNumber attribute, ByteView value);
     bool setText(AttributeNumber attribute, const std::string& text);
-    bool setRows(AttributeNumber table, std::vector<Bytes> rows);
+    bool setRows(AttributeNumber table, TableRows rows);
     void setImplemented(AttributeMask attributes) { implemented_ = attributes & info_->all(); }
     // Every attribute of the mask takes its default, a table loses its rows. Answers what has another value now.
     AttributeMask setDefaults(AttributeMask attributes);
@@ -56,7 +56,7 @@ private:
     Maker maker_;
     AttributeMask implemented_;
     Bytes values_;
-    std::vector<std::vector<Bytes>> tables_;  // one for each table of the class, in order
+    std::vector<TableRows> tables_;  // one for each table of the class, in order
 };
 
 }  // namespace omci

@@ -75,7 +75,7 @@ bool Mib::setBytes(EntityKey key, AttributeNumber attribute, ByteView value) {
     return true;
 }
 
-bool Mib::setRows(EntityKey key, AttributeNumber table, std::vector<Bytes> rows) {
+bool Mib::setRows(EntityKey key, AttributeNumber table, TableRows rows) {
     Entity* entity = edit(key);
     if (entity == nullptr) return false;
     if (entity->setRows(table, std::move(rows))) commit(*entity, maskOf(table));

@@ -68,7 +68,7 @@ public:
     // One attribute; false when the entity does not stand. Nobody is told of a value that stood before.
     bool setNumber(EntityKey key, AttributeNumber attribute, std::uint64_t value);
     bool setBytes(EntityKey key, AttributeNumber attribute, ByteView value);
-    bool setRows(EntityKey key, AttributeNumber table, std::vector<Bytes> rows);
+    bool setRows(EntityKey key, AttributeNumber table, TableRows rows);
 
 private:
     static std::uint32_t packed(EntityKey key) { return std::uint32_t{key.classId} << 16 | key.instance; }
