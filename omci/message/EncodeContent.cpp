@@ -100,6 +100,8 @@ public:
             put(entry.values);
             if (!extended_) break;
         }
+        // Behind the end an answer holds an entry of zeros.
+        if (entries.entries.empty()) bytes_.resize(8, 0);
     }
     void operator()(const AlarmEntries& entries) {
         for (const AlarmEntry& entry : entries.entries) {
@@ -107,6 +109,7 @@ public:
             put({entry.bits.data(), entry.bits.size()});
             if (!extended_) break;
         }
+        if (entries.entries.empty()) bytes_.resize(4 + kAlarmBytes, 0);
     }
     void operator()(const DownloadStartAnswer& answer) {
         putResult(answer.result);

@@ -190,7 +190,7 @@ constexpr EntityRow kRows[] = {
     {257, "ONU2-G", Maker::kOnu, kGetSet, kOnu2GAttributes, {}},
     {441, "ONU3-G", Maker::kOnu, kGetSet | bit(MessageType::kGetNext), kOnu3GAttributes, kOnu3GAlarms},
     {5, "Cardholder", Maker::kOnu, kGetSet, kCardholderAttributes, kCardholderAlarms},
-    {6, "Circuit pack", Maker::kBoth, kOltActions, kCircuitPackAttributes, kCircuitPackAlarms},
+    {6, "Circuit pack", Maker::kBoth, kOltActions | bit(MessageType::kTest), kCircuitPackAttributes, kCircuitPackAlarms},
     {7,
      "Software image",
      Maker::kOnu,

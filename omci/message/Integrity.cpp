@@ -1,6 +1,6 @@
 #include "omci/message/Integrity.h"
 
-#ifdef OMCI_WITH_AES
+#ifdef OMCI_WITH_LIBCRYPTO
 #include <openssl/evp.h>
 #include <openssl/params.h>
 #endif
@@ -47,7 +47,7 @@ std::uint32_t crc32(ByteView bytes) {
     return finishCrc32(continueCrc32(kCrc32Begin, bytes));
 }
 
-#ifdef OMCI_WITH_AES
+#ifdef OMCI_WITH_LIBCRYPTO
 
 bool hasAes() {
     return true;
@@ -71,7 +71,18 @@ std::optional<AesKey> aesCmac(const AesKey& key, ByteView bytes) {
     return code;
 }
 
+std::optional<std::array<std::uint8_t, 16>> md5(ByteView bytes) {
+    std::array<std::uint8_t, 16> digest{};
+    unsigned size = 0;
+    const bool made = EVP_Digest(bytes.data(), bytes.size(), digest.data(), &size, EVP_md5(), nullptr) == 1;
+    return made && size == digest.size() ? std::optional(digest) : std::nullopt;
+}
+
 #else
+
+std::optional<std::array<std::uint8_t, 16>> md5(ByteView) {
+    return std::nullopt;
+}
 
 bool hasAes() {
     return false;

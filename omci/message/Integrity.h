@@ -28,6 +28,8 @@ constexpr std::uint32_t finishCrc32(std::uint32_t state) {
 // AES-CMAC (RFC 4493), 16 bytes; none where the library was built without libcrypto.
 std::optional<AesKey> aesCmac(const AesKey& key, ByteView bytes);
 bool hasAes();
+// MD5, by which a software image is told apart; none without libcrypto, or where its provider does not offer it.
+std::optional<std::array<std::uint8_t, 16>> md5(ByteView bytes);
 
 // The keys that follow from a session (ITU-T G.987.3, clause 15).
 struct SessionKeys {

@@ -1,0 +1,158 @@
+// What the agent does beside answering: values that live, what time brings, restarts.
+#include <algorithm>
+
+#include "hal/VornHal.h"
+#include "omci/agent/Agent.h"
+#include "omci/agent/SelfTest.h"
+
+namespace omci {
+
+namespace {
+
+constexpr std::uint64_t kWatchMs = 1'000;
+constexpr std::uint64_t kOpticsEvery = 10;  // watches
+
+constexpr unsigned kLanLos = 0;  // of an Ethernet port
+constexpr std::uint8_t kEnabled = 0, kDisabled = 1;
+constexpr std::uint8_t kUnlocked = 0;
+constexpr std::uint8_t kDhcp = 0x01;  // of the IP options
+
+// Alarms of the ANI-G.
+enum : unsigned { kLowReceived = 0, kHighReceived = 1, kLowTransmitted = 4, kHighTransmitted = 5 };
+
+// Levels in units of 0.002 dB relative to 1 mW.
+constexpr int kHalfDecibel = 250;
+// Where the OLT leaves the thresholds to the ONU: what a receiver and a transmitter of class B+ are made for.
+constexpr int kOwnLowReceived = -56 * kHalfDecibel, kOwnHighReceived = -16 * kHalfDecibel;
+constexpr int kOwnLowTransmitted = 1 * kHalfDecibel, kOwnHighTransmitted = 10 * kHalfDecibel;
+constexpr std::uint8_t kReceivedByOnu = 0xFF, kTransmittedByOnu = 0x81;  // "own policy"
+
+int receivedThreshold(std::uint8_t value, int own) {
+    return value == kReceivedByOnu ? own : -kHalfDecibel * value;
+}
+
+int transmittedThreshold(std::uint8_t value, int own) {
+    return value == kTransmittedByOnu ? own : kHalfDecibel * static_cast<std::int8_t>(value);
+}
+
+std::uint16_t levelField(int level) {
+    return static_cast<std::uint16_t>(std::clamp(level, -32768, 32767));
+}
+
+}  // namespace
+
+void Agent::refresh(EntityKey key, AttributeMask mask) {
+    const auto asked = [mask](AttributeNumber number) { return (mask & maskOf(number)) != 0; };
+    switch (key.classId) {
+        case class_id::kAniG:
+            if (asked(attr::ani_g::kOpticalSignalLevel)) {
+                if (const auto level = receivedLevel(hal_)) {
+                    mib_.setNumber(key, attr::ani_g::kOpticalSignalLevel, levelField(*level));
+                }
+            }
+            if (asked(attr::ani_g::kTransmitOpticalLevel)) {
+                if (const auto level = transmittedLevel(hal_)) {
+                    mib_.setNumber(key, attr::ani_g::kTransmitOpticalLevel, levelField(*level));
+                }
+            }
+            break;
+        case class_id::kOnu2G:
+            if (asked(attr::onu2_g::kSysUpTime)) {
+                mib_.setNumber(key, attr::onu2_g::kSysUpTime, (clock_.nowMs() - startedMs_) / 10);
+            }
+            break;
+        case class_id::kEthernetUni:
+            if (asked(attr::ethernet_uni::kOperationalState) || asked(attr::ethernet_uni::kConfigurationInd)) {
+                if (const auto state = device_.portState(key.instance)) portChanged(key.instance, *state);
+            }
+            break;
+        default:
+            break;
+    }
+}
+
+void Agent::afterSet(EntityKey key, AttributeMask) {
+    alarms_.controlChanged(key, clock_.nowMs());
+    const Entity& entity = *mib_.find(key);
+    if (entity.info().isPerformance()) performance_.written(key);
+    if (key.classId == class_id::kEthernetUni) {
+        const bool enabled = entity.number8(attr::ethernet_uni::kOperationalState) == kEnabled;
+        portChanged(key.instance, {enabled, entity.number8(attr::ethernet_uni::kConfigurationInd)});
+    }
+    if (key.classId == class_id::kIpHost && (entity.number8(attr::ip_host::kIpOptions) & kDhcp) == 0) {
+        // Without DHCP the addresses in use are those that were set by hand.
+        constexpr AttributeNumber kAddresses = 5;
+        for (AttributeNumber at = 0; at < kAddresses; ++at) {
+            const Bytes address = entity.bytes(static_cast<AttributeNumber>(attr::ip_host::kIpAddress + at)).copy();
+            mib_.setBytes(key, static_cast<AttributeNumber>(attr::ip_host::kCurrentAddress + at), address);
+        }
+    }
+}
+
+void Agent::portChanged(InstanceId port, const PortState& state) {
+    const EntityKey key{class_id::kEthernetUni, port};
+    const Entity* entity = mib_.find(key);
+    if (entity == nullptr) return;
+    outbox_.change(key, attr::ethernet_uni::kOperationalState, state.linkUp ? kEnabled : kDisabled);
+    outbox_.change(key, attr::ethernet_uni::kConfigurationInd, state.configuration);
+    const bool unlocked = entity->number8(attr::ethernet_uni::kAdministrativeState) == kUnlocked;
+    alarms_.set(key, kLanLos, !state.linkUp && unlocked);
+}
+
+void Agent::tick() {
+    const std::uint64_t nowMs = clock_.nowMs();
+    alarms_.tick(nowMs);
+    const std::uint64_t watch = (nowMs - startedMs_) / kWatchMs;
+    if (watch == lastWatch_) return;
+    const bool optics = watch / kOpticsEvery != lastWatch_ / kOpticsEvery;
+    lastWatch_ = watch;
+    performance_.tick(nowMs);
+    watchPorts();
+    if (optics) watchOptics();
+}
+
+void Agent::watchPorts() {
+    for (unsigned port = 0; port < board_.ethernetPorts; ++port) {
+        const InstanceId instance = ethernetPortInstance(board_, port);
+        if (const auto state = device_.portState(instance)) portChanged(instance, *state);
+    }
+}
+
+void Agent::watchOptics() {
+    const EntityKey key{class_id::kAniG, aniInstance(board_)};
+    const Entity& ani = *mib_.find(key);
+    const auto watch = [&](std::optional<int> level, unsigned low, unsigned high, int least, int most) {
+        if (!level) return;
+        alarms_.set(key, low, *level < least);
+        alarms_.set(key, high, *level > most);
+    };
+    watch(receivedLevel(hal_), kLowReceived, kHighReceived,
+          receivedThreshold(ani.number8(attr::ani_g::kLowerOpticalThreshold), kOwnLowReceived),
+          receivedThreshold(ani.number8(attr::ani_g::kUpperOpticalThreshold), kOwnHighReceived));
+    watch(transmittedLevel(hal_), kLowTransmitted, kHighTransmitted,
+          transmittedThreshold(ani.number8(attr::ani_g::kLowerTransmitPowerThreshold), kOwnLowTransmitted),
+          transmittedThreshold(ani.number8(attr::ani_g::kUpperTransmitPowerThreshold), kOwnHighTransmitted));
+}
+
+void Agent::afterAnswer() {
+    if (!restart_) return;
+    const InstanceId image = *restart_;
+    restart_.reset();
+    restart(image);
+}
+
+void Agent::restart(InstanceId image) {
+    commands_.reset();
+    images_.restarted(image);
+    alarms_.clear();
+    transactions_.clear();
+    tables_.clear();
+    upload_ = MibUpload();
+    startedMs_ = clock_.nowMs();
+    lastWatch_ = 0;
+    outbox_.clear();
+    performance_.synchronize(startedMs_);
+    device_.restart(image);
+}
+
+}  // namespace omci
