@@ -176,8 +176,8 @@ std::vector<Bytes> defaultTaggingRows() {
          {std::pair{TagFilter::kDefaultRule, TagFilter::kDefaultRule},
           std::pair{TagFilter::kNoTag, TagFilter::kDefaultRule}, std::pair{TagFilter::kNoTag, TagFilter::kNoTag}}) {
         TaggingRow row;
-        row.outer = {outer, 0, 0};
-        row.inner = {inner, 0, 0};
+        row.outer.priority = outer;
+        row.inner.priority = inner;
         rows.push_back(encodeTaggingRow(row));
     }
     return rows;

@@ -1,0 +1,348 @@
+// What the agent does beside changing the MIB: transactions, alarms, tests, performance monitoring, software images.
+#include <gtest/gtest.h>
+
+#include "omci/agent/Endpoint.h"
+#include "omci/message/Integrity.h"
+#include "omci/message/MessageText.h"
+#include "tests/omci/OmciFixture.h"
+
+namespace omci {
+
+namespace {
+
+class AgentTest : public OmciFixture {
+protected:
+    // The lines of what the ONU has sent by itself.
+    std::vector<std::string> lines() {
+        std::vector<std::string> told;
+        for (const Message& message : autonomous()) {
+            const std::string line = lineOf(textOf(message));
+            told.push_back(line.substr(line.find("  ") + 2));
+        }
+        return told;
+    }
+};
+
+using Lines = std::vector<std::string>;
+
+}  // namespace
+
+// ---- Transactions ----
+
+TEST_F(AgentTest, ARepeatedRequestIsAnsweredAgainAndActsOnce) {
+    const Message create = request(MessageType::kCreate, kBridgeKey, CreateValues{});
+    const Handled first = agent.handle(create);
+    const Handled again = agent.handle(create);
+    ASSERT_TRUE(first.answer && again.answer);
+    EXPECT_TRUE(again.repeated);
+    EXPECT_EQ(again.answer->content, first.answer->content);
+    EXPECT_EQ(sync(), 1U);
+    // An urgent request in between has an answer of its own and does not disturb that.
+    Message urgent = request(MessageType::kGet, kOnuDataKey, AttributesAsked{0x8000});
+    urgent.transaction |= kPriorityBit;
+    EXPECT_FALSE(agent.handle(urgent).repeated);
+    EXPECT_TRUE(agent.handle(create).repeated);
+    // The same number with another content is another request.
+    Message other = create;
+    other.entity.instance = 2;
+    EXPECT_FALSE(agent.handle(other).repeated);
+    EXPECT_EQ(sync(), 2U);
+}
+
+TEST_F(AgentTest, WhatIsNoRequestIsDropped) {
+    Message message = request(MessageType::kGet, kOnuDataKey, AttributesAsked{0x8000});
+    message.isAnswer = true;
+    EXPECT_EQ(agent.handle(message).dropped, Dropped::kNotARequest);
+    message.isAnswer = false;
+    message.transaction = 0;
+    EXPECT_EQ(agent.handle(message).dropped, Dropped::kNoTransaction);
+    message = request(MessageType::kAlarm, kPort, AlarmState{});
+    EXPECT_EQ(agent.handle(message).dropped, Dropped::kNotARequest);
+}
+
+TEST_F(AgentTest, TheDataSyncCounterLeavesOutZero) {
+    EXPECT_EQ(set1(kOnuDataKey, 1, hex("FE")), Result::kSuccess);
+    EXPECT_EQ(sync(), 0xFEU);
+    for (const unsigned wanted : {0xFFU, 1U, 2U}) {
+        EXPECT_EQ(set1(kPort, attr::ethernet_uni::kMaxFrameSize, hex("0640")), Result::kSuccess);
+        EXPECT_EQ(sync(), wanted);
+    }
+}
+
+TEST_F(AgentTest, AnswersComeInTheSetOfTheirRequests) {
+    for (const MessageSet each : {MessageSet::kExtended, MessageSet::kBaseline}) {
+        set = each;
+        EXPECT_EQ(agent.handle(request(MessageType::kGet, kPort, AttributesAsked{0x8000})).answer->set, each);
+    }
+}
+
+// ---- Frames ----
+
+TEST_F(AgentTest, FramesWithAWrongCodeAreDroppedSilently) {
+    Endpoint endpoint(agent, Integrity::crc());
+    Bytes frame = encodeFrame(request(MessageType::kCreate, kBridgeKey, CreateValues{}));
+    EXPECT_TRUE(endpoint.receive(frame).badIntegrity);  // without a code
+    ASSERT_TRUE(Integrity::crc().protect(frame, Direction::kDownstream));
+    frame[20] ^= 1;
+    EXPECT_TRUE(endpoint.receive(frame).badIntegrity);
+    EXPECT_EQ(sync(), 0U);
+    frame[20] ^= 1;
+    const Received received = endpoint.receive(frame);
+    ASSERT_EQ(received.answer.size(), kBaselineFrame);
+    EXPECT_EQ(number32(received.answer, 44), crc32(ByteView(received.answer).part(0, 44)));
+    EXPECT_EQ(endpoint.counters().badIntegrity, 2U);
+    EXPECT_EQ(endpoint.counters().answered, 1U);
+}
+
+TEST_F(AgentTest, UrgentFramesOvertakeAndWaitingOnesAreTakenOnce) {
+    Endpoint endpoint(agent, Integrity());
+    const Bytes slow = encodeFrame(request(MessageType::kCreate, kBridgeKey, CreateValues{}));
+    Message get = request(MessageType::kGet, kOnuDataKey, AttributesAsked{0x8000});
+    get.transaction |= kPriorityBit;
+    endpoint.enqueue(slow);
+    endpoint.enqueue(slow);
+    endpoint.enqueue(encodeFrame(get));
+    EXPECT_EQ(endpoint.handleNext()->request.type, MessageType::kGet);
+    EXPECT_EQ(endpoint.handleNext()->request.type, MessageType::kCreate);
+    EXPECT_FALSE(endpoint.handleNext());
+}
+
+// ---- Alarms and changed values ----
+
+TEST_F(AgentTest, ALinkThatGoesIsToldAndListed) {
+    agent.portChanged(kPort.instance, {false, 0});
+    agent.portChanged(kPort.instance, {false, 0});
+    EXPECT_EQ(lines(), (Lines{"-  attribute value change  PPTP Ethernet UNI 0x0101  Operational state disabled",
+                              "-  alarm  PPTP Ethernet UNI 0x0101  alarms LAN-LOS, sequence 1"}));
+    EXPECT_EQ(ask<CommandNumber>(MessageType::kGetAllAlarms, kOnuDataKey, Flags{0}).number, 1);
+    agent.portChanged(kPort.instance, {true, 3});  // the copy stays
+    const auto entries = ask<AlarmEntries>(MessageType::kGetAllAlarmsNext, kOnuDataKey, CommandNumber{0}).entries;
+    ASSERT_EQ(entries.size(), 1U);
+    EXPECT_EQ(entries[0].entity, kPort);
+    EXPECT_EQ(entries[0].bits[0], 0x80);
+    EXPECT_EQ(lines().back(), "-  alarm  PPTP Ethernet UNI 0x0101  alarms none, sequence 1");  // counted anew
+    EXPECT_TRUE(ask<AlarmEntries>(MessageType::kGetAllAlarmsNext, kOnuDataKey, CommandNumber{1}).entries.empty());
+    EXPECT_EQ(ask<CommandNumber>(MessageType::kGetAllAlarms, kOnuDataKey, Flags{0}).number, 0);
+}
+
+TEST_F(AgentTest, ALockedPortHasNoLanLos) {
+    agent.portChanged(kPort.instance, {false, 0});
+    EXPECT_EQ(set1(kPort, attr::ethernet_uni::kAdministrativeState, hex("01")), Result::kSuccess);
+    EXPECT_EQ(lines().back(), "-  alarm  PPTP Ethernet UNI 0x0101  alarms none, sequence 2");
+}
+
+TEST_F(AgentTest, HeldBackAlarmsAreToldWhenTheIntervalEnds) {
+    ASSERT_EQ(setMany(kPort, maskOf(attr::ethernet_uni::kArc) | maskOf(attr::ethernet_uni::kArcInterval), hex("01 02"))
+                  .result,
+              Result::kSuccess);
+    agent.portChanged(kPort.instance, {false, 0});
+    EXPECT_EQ(lines().size(), 1U);  // the value only
+    EXPECT_EQ(ask<CommandNumber>(MessageType::kGetAllAlarms, kOnuDataKey, Flags{1}).number, 0);
+    EXPECT_EQ(ask<CommandNumber>(MessageType::kGetAllAlarms, kOnuDataKey, Flags{0}).number, 1);
+    clock.ms += 119'999;
+    agent.tick();
+    EXPECT_TRUE(lines().empty());
+    clock.ms += 1;
+    agent.tick();
+    EXPECT_EQ(lines(), (Lines{"-  attribute value change  PPTP Ethernet UNI 0x0101  ARC off",
+                              "-  alarm  PPTP Ethernet UNI 0x0101  alarms LAN-LOS, sequence 1"}));
+}
+
+TEST_F(AgentTest, AlarmNumbersRunFrom1To255) {
+    for (unsigned round = 0; round < 256; ++round) agent.alarms().set(kPort, 0, round % 2 == 0);
+    const std::vector<Message> told = autonomous();
+    EXPECT_EQ(told[254].content[31], 255);
+    EXPECT_EQ(told[255].content[31], 1);
+}
+
+TEST_F(AgentTest, WeakLightRaisesTheAlarmOfTheThresholdThatWasSet) {
+    const EntityKey ani{class_id::kAniG, 0x8001};
+    ASSERT_EQ(set1(ani, attr::ani_g::kLowerOpticalThreshold, hex("28")), Result::kSuccess);  // -20 dBm
+    hal.received = -10001;
+    clock.ms += 20'000;
+    agent.tick();
+    EXPECT_EQ(lines(), Lines{"-  alarm  ANI-G 0x8001  alarms low received power, sequence 1"});
+    EXPECT_EQ(get(ani, maskOf(attr::ani_g::kOpticalSignalLevel)).values[0], 0xD8);
+}
+
+TEST_F(AgentTest, SelfTestGivesTheOpticalLine) {
+    const EntityKey ani{class_id::kAniG, 0x8001};
+    EXPECT_EQ(ask<ResultAnswer>(MessageType::kTest, ani, TestContent{hex("07")}).result, Result::kSuccess);
+    const std::vector<Message> told = autonomous();
+    ASSERT_EQ(told.size(), 1U);
+    EXPECT_EQ(told[0].transaction, transaction);
+    // 3.3 V, -20 dBm and 2 dBm above 1 uW, 12 mA, 40.5 degrees
+    EXPECT_EQ(ByteView(told[0].content).part(0, 17), ByteView(hex("01 00A5 03 1388 05 3E80 09 1770 0C 2880 FFFF")));
+    EXPECT_EQ(ask<ResultAnswer>(MessageType::kTest, ani, TestContent{hex("05")}).result, Result::kParameterError);
+    EXPECT_EQ(ask<ResultAnswer>(MessageType::kTest, {class_id::kIpHost, 0}, TestContent{hex("01")}).result,
+              Result::kNotSupported);
+}
+
+// ---- Performance monitoring ----
+
+TEST_F(AgentTest, CountersRunInIntervalsOfAQuarterOfAnHour) {
+    const EntityKey gemPort{class_id::kGemPort, 5};
+    const EntityKey pm{class_id::kGemPortPm, 5};
+    ASSERT_EQ(create(gemPort, hex("0400 8000 03 8000")), Result::kSuccess);
+    device.gemPorts[0x0400] = {100, 200, 30000, 40000, 0, 0};
+    ASSERT_EQ(create(pm, hex("FFFF")), Result::kSuccess);
+    const auto counted = [&](MessageType type) {
+        const auto answer = ask<GetAnswer>(type, pm, AttributesAsked{0xB000});  // end time, both frame counters
+        return std::array<std::uint64_t, 3>{answer.values[0], number32(answer.values, 1), number32(answer.values, 5)};
+    };
+    using Counts = std::array<std::uint64_t, 3>;
+    device.gemPorts[0x0400].transmittedFrames = 107;
+    EXPECT_EQ(counted(MessageType::kGetCurrentData), (Counts{0, 7, 0}));
+    EXPECT_EQ(counted(MessageType::kGet), (Counts{0, 0, 0}));
+    clock.ms += kIntervalMs;
+    agent.tick();
+    EXPECT_EQ(counted(MessageType::kGet), (Counts{0, 7, 0}));
+    EXPECT_EQ(counted(MessageType::kGetCurrentData), (Counts{1, 0, 0}));
+    device.gemPorts[0x0400] = {3, 250, 0, 0, 0, 0};  // the port was made anew in the meantime
+    EXPECT_EQ(counted(MessageType::kGetCurrentData), (Counts{1, 3, 50}));
+    clock.ms += 3 * kIntervalMs;  // nobody looked for three intervals: the last one is empty
+    agent.tick();
+    EXPECT_EQ(counted(MessageType::kGet), (Counts{3, 0, 0}));
+    EXPECT_TRUE(
+        ask<TimeAnswer>(MessageType::kSynchronizeTime, {class_id::kOnuG, 0}, TimeSet{DateTime{2026, 1, 1}}).taken);
+    EXPECT_EQ(counted(MessageType::kGetCurrentData)[0], 0U);
+}
+
+TEST_F(AgentTest, ACrossedThresholdIsAnAlarmUntilTheIntervalEnds) {
+    const EntityKey pm{class_id::kEthernetPm3, kPort.instance};
+    ASSERT_EQ(create({class_id::kThreshold1, 1}, hex("0000000A")), Result::kSuccess);
+    ASSERT_EQ(create(pm, hex("0001")), Result::kSuccess);
+    for (const std::uint64_t discards : {9U, 10U, 11U}) {
+        device.counters[kPort].rxDiscards = discards;
+        clock.ms += 1000;
+        agent.tick();
+    }
+    EXPECT_EQ(lines(), Lines{"-  alarm  Ethernet PM history data 3 0x0101  alarms Drop events, sequence 1"});
+    clock.ms += kIntervalMs;
+    agent.tick();
+    EXPECT_EQ(lines(), Lines{"-  alarm  Ethernet PM history data 3 0x0101  alarms none, sequence 2"});
+}
+
+TEST_F(AgentTest, AControlBlockSaysWhatIsCounted) {
+    const EntityKey pm{class_id::kExtendedPm, 1};
+    // No thresholds, the port's downstream, continuous; multicast frames (bit 5) off.
+    ASSERT_EQ(create(pm, hex("FFFF 000B 0101 0010 0000 0003 0000 0000")), Result::kSuccess);
+    device.counters[kPort].txFrames = 50;
+    device.counters[kPort].rxFrames = 7;
+    device.counters[kPort].txMulticastFrames = 9;
+    clock.ms += kIntervalMs;
+    agent.tick();
+    const auto frames = [&] {
+        const auto answer = ask<GetAnswer>(MessageType::kGetCurrentData, pm, AttributesAsked{maskOf(5) | maskOf(7)});
+        return std::pair(number32(answer.values, 0), number32(answer.values, 4));
+    };
+    EXPECT_EQ(frames(), std::pair(50U, 0U));
+    ASSERT_EQ(set1(pm, 2, hex("FFFF 000B 0101 8010 0000 0003 0000 0000")), Result::kSuccess);  // begin anew
+    EXPECT_EQ(frames(), std::pair(0U, 0U));
+    EXPECT_EQ(number16(agent.mib().find(pm)->bytes(2), 6), 0x0010);
+}
+
+// ---- Software images ----
+
+namespace {
+
+class Images : public AgentTest {
+protected:
+    static constexpr EntityKey kSpare{class_id::kSoftwareImage, 1};
+
+    DownloadStartAnswer start(EntityKey image, std::uint16_t window) {
+        return ask<DownloadStartAnswer>(
+            MessageType::kStartSoftwareDownload, image,
+            DownloadStart{window, static_cast<std::uint32_t>(software.size()), {image.instance}});
+    }
+    // Sends the sections from first on, leaves out those named, and answers the result of the window.
+    Result sendWindow(std::size_t first, std::size_t count, std::size_t leaveOut = SIZE_MAX) {
+        Result result = Result::kSuccess;
+        for (std::size_t at = 0; at < count; ++at) {
+            ImageSection section{static_cast<std::uint8_t>(at), {}};
+            section.data = ByteView(software).part((first + at) * kBaselineSection, kBaselineSection).copy();
+            const bool last = at + 1 == count;
+            if (at == leaveOut) continue;
+            const Message message = request(MessageType::kDownloadSection, kSpare, section, last);
+            const Handled handled = agent.handle(message);
+            EXPECT_EQ(handled.answer.has_value(), last);
+            if (last) result = std::get<SectionAnswer>(decodeContent(*handled.answer).content).result;
+        }
+        return result;
+    }
+    Result end(std::uint32_t crc) {
+        const DownloadEnd end{crc, static_cast<std::uint32_t>(software.size()), {1}};
+        return ask<DownloadEndAnswer>(MessageType::kEndSoftwareDownload, kSpare, end).result;
+    }
+    void load() {
+        ASSERT_EQ(start(kSpare, 4).result, Result::kSuccess);
+        ASSERT_EQ(sendWindow(0, 4), Result::kSuccess);
+        ASSERT_EQ(sendWindow(4, 3), Result::kSuccess);
+        ASSERT_EQ(end(crc32(software)), Result::kSuccess);
+    }
+    std::string marks(InstanceId image) {
+        const Entity& entity = *agent.mib().find(class_id::kSoftwareImage, image);
+        return std::string(entity.number8(2) == 1 ? "committed " : "") + (entity.number8(3) == 1 ? "active " : "") +
+               (entity.number8(4) == 1 ? "valid" : "");
+    }
+
+    Bytes software = [] {
+        Bytes bytes(200, 0);
+        for (std::size_t at = 0; at < bytes.size(); ++at) bytes[at] = static_cast<std::uint8_t>(at * 7);
+        return bytes;
+    }();
+};
+
+}  // namespace
+
+TEST_F(Images, AreLoadedIntoMemoryActivatedAndCommitted) {
+    load();
+    EXPECT_EQ(agent.images().bytes(1), ByteView(software));
+    EXPECT_EQ(marks(1), "valid");
+    EXPECT_EQ(sync(), 4U);  // start, two windows, end
+    EXPECT_EQ(ask<ResultAnswer>(MessageType::kActivateImage, kSpare, Flags{0}).result, Result::kSuccess);
+    EXPECT_TRUE(device.restarts.empty());
+    agent.afterAnswer();
+    EXPECT_EQ(device.restarts, std::vector<InstanceId>{1});
+    EXPECT_EQ(marks(0), "committed valid");
+    EXPECT_EQ(marks(1), "active valid");
+    EXPECT_EQ(ask<ResultAnswer>(MessageType::kCommitImage, kSpare, NoContent{}).result, Result::kSuccess);
+    EXPECT_EQ(marks(0), "valid");
+    EXPECT_EQ(marks(1), "committed active valid");
+}
+
+TEST_F(Images, AWindowWithAGapComesAgain) {
+    ASSERT_EQ(start(kSpare, 4).result, Result::kSuccess);
+    EXPECT_NE(sendWindow(0, 4, 2), Result::kSuccess);
+    EXPECT_EQ(sendWindow(0, 4), Result::kSuccess);
+    EXPECT_EQ(sendWindow(4, 3), Result::kSuccess);
+    EXPECT_EQ(end(crc32(software)), Result::kSuccess);
+    EXPECT_EQ(agent.images().bytes(1), ByteView(software));
+}
+
+TEST_F(Images, ABadOneStaysInvalid) {
+    ASSERT_EQ(start(kSpare, 8).result, Result::kSuccess);
+    ASSERT_EQ(sendWindow(0, 7), Result::kSuccess);
+    EXPECT_EQ(end(crc32(software) ^ 1), Result::kProcessingError);
+    EXPECT_EQ(marks(1), "");
+    EXPECT_EQ(ask<ResultAnswer>(MessageType::kActivateImage, kSpare, Flags{0}).result, Result::kParameterError);
+    EXPECT_EQ(ask<ResultAnswer>(MessageType::kCommitImage, kSpare, NoContent{}).result, Result::kParameterError);
+    // What runs is not written over.
+    EXPECT_EQ(start({class_id::kSoftwareImage, 0}, 4).result, Result::kParameterError);
+}
+
+TEST_F(Images, ACallPutsARestartOff) {
+    const EntityKey onu{class_id::kOnuG, 0};
+    ASSERT_EQ(create(kBridgeKey), Result::kSuccess);
+    device.calling = true;
+    EXPECT_EQ(ask<ResultAnswer>(MessageType::kReboot, onu, Flags{1}).result, Result::kDeviceBusy);
+    agent.afterAnswer();
+    EXPECT_TRUE(device.restarts.empty());
+    EXPECT_EQ(ask<ResultAnswer>(MessageType::kReboot, onu, Flags{0}).result, Result::kSuccess);
+    agent.afterAnswer();
+    EXPECT_EQ(device.restarts, std::vector<InstanceId>{0});
+    EXPECT_EQ(agent.mib().find(kBridgeKey), nullptr);
+    EXPECT_EQ(sync(), 0U);
+}
+
+}  // namespace omci

@@ -1,0 +1,267 @@
+// Frames, contents and integrity codes.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "omci/message/Integrity.h"
+#include "omci/message/MessageText.h"
+#include "omci/message/TaggingRow.h"
+#include "tests/omci/OmciFixture.h"
+
+namespace omci {
+
+namespace {
+
+const AesKey kKey{0x18, 0x4b, 0x8a, 0xd4, 0xd1, 0xac, 0x4a, 0xf4, 0xdd, 0x4b, 0x33, 0x9e, 0xcc, 0x0d, 0x33, 0x70};
+
+Bytes baseline(const std::string& header, const std::string& content = "", const std::string& trailer = "00000028") {
+    Bytes frame = hex(header + content);
+    frame.resize(40, 0);
+    for (const std::uint8_t byte : hex(trailer)) frame.push_back(byte);
+    return frame;
+}
+
+}  // namespace
+
+TEST(Integrity, CodesOfPublishedFrames) {
+    const struct {
+        Bytes frame;
+        std::uint32_t crc, cmacDown, cmacUp;
+    } kFrames[] = {
+        {baseline("8000490A01000000", "0080"), 0xA116EEF2, 0x78DCA53D, 0x682F5C73},
+        {hex("1234490B0107000000020040"), 0xBD33567B, 0x014FFBC6, 0},
+        {baseline("00014F0A00020000"), 0x09127329, 0x5DE94968, 0},
+    };
+    for (const auto& frame : kFrames) {
+        EXPECT_EQ(Integrity::crc().codeOf(frame.frame, Direction::kDownstream), frame.crc);
+        if (!hasAes()) continue;
+        const Integrity cmac = Integrity::aesCmac(kKey);
+        EXPECT_EQ(cmac.codeOf(frame.frame, Direction::kDownstream), frame.cmacDown);
+        if (frame.cmacUp == 0) continue;
+        EXPECT_EQ(cmac.codeOf(frame.frame, Direction::kUpstream), frame.cmacUp);
+    }
+    const std::string text = "123456789";
+    EXPECT_EQ(crc32({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()}), 0xFC891918U);
+}
+
+TEST(Integrity, KeysOfASession) {
+    if (!hasAes()) GTEST_SKIP() << "built without libcrypto";
+    AesKey session{};
+    const Bytes bytes = hex("795fcf6cb215224087430600dd170f07");
+    std::copy(bytes.begin(), bytes.end(), session.begin());
+    const auto keys = sessionKeys(session);
+    ASSERT_TRUE(keys);
+    EXPECT_EQ(keys->omciIntegrity, kKey);
+    EXPECT_EQ(ByteView(keys->ploamIntegrity.data(), 16), ByteView(hex("e256ce76785c78717c7b3044ab28e2cd")));
+    EXPECT_EQ(ByteView(keys->keyEncryption.data(), 16), ByteView(hex("6f9c99b8361768937e453b165f609710")));
+}
+
+// Captures cut frames in several places; whatever is there has to be read, and nothing behind it.
+TEST(Frames, AreReadAtTheLengthsThatCapturesHave) {
+    const struct {
+        MessageSet set;
+        std::size_t size;
+        FrameError error;
+        bool code;
+    } kCases[] = {
+        {MessageSet::kBaseline, 0, FrameError::kTooShort, false},
+        {MessageSet::kBaseline, 9, FrameError::kTooShort, false},
+        {MessageSet::kBaseline, 38, FrameError::kTooShort, false},
+        {MessageSet::kBaseline, 39, FrameError::kNone, false},
+        {MessageSet::kBaseline, 40, FrameError::kNone, false},
+        {MessageSet::kBaseline, 44, FrameError::kNone, false},
+        {MessageSet::kBaseline, 47, FrameError::kNone, false},
+        {MessageSet::kBaseline, 48, FrameError::kNone, true},
+        {MessageSet::kBaseline, 49, FrameError::kTooLong, false},
+        {MessageSet::kExtended, 11, FrameError::kContentTooLong, false},
+        {MessageSet::kExtended, 12, FrameError::kNone, false},
+        {MessageSet::kExtended, 16, FrameError::kNone, true},
+        {MessageSet::kExtended, 60, FrameError::kNone, true},
+    };
+    for (const auto& wanted : kCases) {
+        Bytes frame =
+            hex(wanted.set == MessageSet::kBaseline ? "8001490A0100000000800102" : "8001490B01000000 00020080");
+        frame.resize(wanted.size, 0);
+        const DecodedFrame decoded = decodeFrame(frame);
+        EXPECT_EQ(decoded.error, wanted.error) << wanted.size;
+        if (decoded.error != FrameError::kNone) continue;
+        EXPECT_EQ(decoded.integrityCode.has_value(), wanted.code) << wanted.size;
+        EXPECT_EQ(decoded.message.content.size(), wanted.set == MessageSet::kBaseline ? 32U : 2U);
+    }
+    EXPECT_EQ(decodeFrame(baseline("8001C90A01000000")).error, FrameError::kReservedBit);
+    EXPECT_EQ(decodeFrame(baseline("8001490C01000000")).error, FrameError::kUnknownSet);
+    Bytes tooMuch(2100, 0);
+    tooMuch[3] = 0x0B;
+    putNumber(tooMuch.data() + 8, kMaxExtendedContent + 1, 2);
+    EXPECT_EQ(decodeFrame(tooMuch).error, FrameError::kContentTooLong);
+}
+
+// Every message, there and back in both sets: what was said is what is heard.
+TEST(Contents, ComeBackAsTheyWere) {
+    const AlarmBits bits{0x80, 0x01};
+    const struct {
+        MessageType type;
+        bool answer;
+        Content content;
+        const char* line;
+    } kMessages[] = {
+        {MessageType::kSet, false, AttributeValues{0x8000, hex("0400")}, "Alloc-ID 1024"},
+        {MessageType::kSet, true, SetAnswer{Result::kAttributesFailed, 0x4000, 0x2000},
+         "attributes failed or unknown: Deprecated (mode indicator) not supported; Policy failed"},
+        {MessageType::kGet, false, AttributesAsked{0xA000}, "attributes Alloc-ID, Policy"},
+        {MessageType::kGet, true, GetAnswer{Result::kSuccess, 0xA000, hex("040001"), 0, 0},
+         "Alloc-ID 1024, Policy strict priority  success"},
+        {MessageType::kGet, true, GetAnswer{Result::kAttributesFailed, 0x8000, hex("0400"), 0x0001, 0x2000},
+         "Alloc-ID 1024  attributes failed or unknown: attribute 16 not supported; Policy failed"},
+        {MessageType::kCreate, true, CreateAnswer{Result::kParameterError, 0x8000}, "parameter error: Alloc-ID failed"},
+        {MessageType::kGetNext, false, TablePartAsked{0x0400, 3}, "table attribute 6, part 3"},
+        {MessageType::kGetAllAlarms, false, Flags{1}, "alarms those not held back"},
+        {MessageType::kReboot, false, Flags{2}, "when without an emergency call"},
+        {MessageType::kMibUpload, true, CommandNumber{300}, "parts 300"},
+        {MessageType::kMibUploadNext, true, UploadEntries{{{{262, 0x8001}, 0x8000, hex("0400")}}},
+         "T-CONT 0x8001 Alloc-ID 1024"},
+        {MessageType::kGetAllAlarmsNext, true, AlarmEntries{{{{11, 0x0101}, bits}}},
+         "PPTP Ethernet UNI 0x0101 LAN-LOS, alarm 15"},
+        {MessageType::kStartSoftwareDownload, false, DownloadStart{256, 70000, {1}},
+         "window size 256, image size 70000, image 0x0001"},
+        {MessageType::kStartSoftwareDownload, true,
+         DownloadStartAnswer{Result::kDeviceBusy, 16, {{1, Result::kDeviceBusy}}},
+         "window size 16, image 0x0001 device busy  device busy"},
+        {MessageType::kDownloadSection, true, SectionAnswer{Result::kSuccess, 255}, "section 255  success"},
+        {MessageType::kEndSoftwareDownload, false, DownloadEnd{0x12345678, 70000, {1}},
+         "CRC 0x12345678, image size 70000, image 0x0001"},
+        {MessageType::kSynchronizeTime, false, TimeSet{DateTime{2026, 11, 25, 3, 4, 5}}, "time 2026-11-25 03:04:05"},
+        {MessageType::kSynchronizeTime, true, TimeAnswer{Result::kSuccess, true}, "date and time taken over  success"},
+        {MessageType::kAlarm, false, AlarmState{bits, 255}, "alarms alarm 0, alarm 15, sequence 255"},
+        {MessageType::kAttributeValueChange, false, AttributeValues{0x8000, hex("0400")}, "Alloc-ID 1024"},
+    };
+    for (const MessageSet set : {MessageSet::kBaseline, MessageSet::kExtended}) {
+        for (const auto& wanted : kMessages) {
+            Message message;
+            message.transaction = 0x8123;
+            message.type = wanted.type;
+            message.isAnswer = wanted.answer;
+            message.answerWanted = !wanted.answer;
+            message.set = set;
+            message.entity = {class_id::kTCont, 0x8001};
+            encodeContent(message, wanted.content);
+            const DecodedFrame decoded = decodeFrame(encodeFrame(message));
+            ASSERT_EQ(decoded.error, FrameError::kNone);
+            EXPECT_EQ(decoded.message.transaction, 0x8123);
+            EXPECT_EQ(decoded.message.isAnswer, wanted.answer);
+            Message again = decoded.message;
+            encodeContent(again, decodeContent(decoded.message).content);
+            EXPECT_EQ(again.content, message.content) << wanted.line;
+            const std::string line = lineOf(textOf(decoded.message));
+            EXPECT_EQ(line.substr(line.find("0x8001  ") == std::string::npos ? 0 : line.find("0x8001  ") + 8),
+                      wanted.line);
+        }
+    }
+}
+
+// Many ONUs fill the room of both masks with values where nothing failed.
+TEST(Contents, AGetAnswerMayUseAllOfItsRoom) {
+    const DecodedFrame frame =
+        decodeFrame(baseline("0001290A01010000", "00 8000 4142434445464748494A4B4C4D4E4F50515253 54"));
+    const Content content = decodeContent(frame.message).content;
+    EXPECT_EQ(std::get<GetAnswer>(content).values.size(), kBaselineTablePart);
+}
+
+TEST(Contents, BytesThatAreNoContentAreNamed) {
+    const struct {
+        const char* frame;
+        ContentError error;
+    } kCases[] = {
+        {"0001430A01000000", ContentError::kReservedType},             // a withdrawn type
+        {"00015D0A01000000", ContentError::kReservedType},             // set table does not exist in the baseline set
+        {"0001480B01000000 0001 80", ContentError::kTooShort},         // half a mask
+        {"0001530A00070001 00 00000000 10", ContentError::kBadCount},  // sixteen images in a baseline message
+        {"00012E0B00020000 0006 0010 0002 0000", ContentError::kTooShort},  // an entry of which the end is missing
+    };
+    for (const auto& wanted : kCases) {
+        Bytes bytes = hex(wanted.frame);
+        if (bytes[3] == 0x0A) bytes.resize(40, 0);
+        const DecodedFrame frame = decodeFrame(bytes);
+        ASSERT_EQ(frame.error, FrameError::kNone) << wanted.frame;
+        EXPECT_EQ(decodeContent(frame.message).error, wanted.error) << wanted.frame;
+    }
+}
+
+TEST(TaggingRows, AreReadAndTold) {
+    const struct {
+        const char* row;
+        const char* text;
+    } kRows[] = {
+        {"F8000000 F8000000 000F0000 00000A0C", "untagged (default): add 0x8100 VID 321 p-bits 0"},
+        {"F8000000 80320000 400F0000 00080A0C", "one tag, VID 100: take 1 tag off, add 0x8100 VID 321 inner p-bits"},
+        {"F8000000 88000000 000F0000 00081C22", "one tag, any: add output TPID (inner DEI) VID 900 inner p-bits"},
+        {"F8000000 F8000000 00001C26 00000194",
+         "untagged (default): add output TPID VID 900 p-bits 0 above, add 0x8100 VID 50 p-bits 0"},
+        {"F8000000 F8000002 000F0000 0005003C", "untagged PPPoE: add 0x8100 VID 7 p-bits 5"},
+        {"E8000000 E8000000 C00F0000 000F0000", "two tags (default): drop"},
+    };
+    for (const auto& wanted : kRows) {
+        const Bytes row = hex(wanted.row);
+        EXPECT_EQ(textOf(decodeTaggingRow(row)), wanted.text);
+        EXPECT_EQ(encodeTaggingRow(decodeTaggingRow(row)), row);
+        // OLTs leave what they like in the padding.
+        Bytes junk = row;
+        junk[2] |= 0x0F;
+        junk[9] |= 0xF0;
+        junk[12] = 0xFF;
+        EXPECT_EQ(withoutPadding(junk), row);
+    }
+}
+
+TEST(Words, TellWhatBytesMean) {
+    const struct {
+        ClassId classId;
+        AttributeNumber attribute;
+        const char* value;
+        const char* text;
+    } kValues[] = {
+        {class_id::kOnuG, 3, "564F524E00012345", "VORN00012345"},
+        {class_id::kOnuG, 2, "56312E32000000000000000000 00", "\"V1.2\""},
+        {class_id::kAniG, 10, "D8F0", "-20.000 dBm"},
+        {class_id::kAniG, 15, "81", "-127"},
+        {class_id::kVlanFilter, 1, "0064 E065 000000000000000000000000000000000000 0000",
+         "VID 100 p-bits 0, VID 101 p-bits 7"},
+        {class_id::kMapper, 11, "000000249249492492 6DB6DB924924B6DB6D DB6DB6FFFFFF", "by eights 0 1 2 3 4 5 6 7"},
+        {class_id::kBridgePort, 4, "FFFF", "none"},
+        {class_id::kIpHost, 4, "0A000001", "10.0.0.1"},
+        {class_id::kVlanFilter, 2, "99", "153 (no meaning)"},
+        {class_id::kMulticastProfile, 7, "4001 0FFF 0064 00000000 E0000001 E00000FF 00000000 0000",
+         "write row 1: groups 224.0.0.1 to 224.0.0.255, GEM port 4095, VID 100, 0 bytes/s"},
+        {class_id::kMulticastSubscriber, 6, "4002 1001 0000 00000000 0009 0000000000000000",
+         "write row 2: any tag, at most 0 groups and 0 bytes/s, profile 0009"},
+        {class_id::kExtendedTagging, 6, "F8000000 80320000 FFFFFFFF FFFFFFFF", "delete one tag, VID 100"},
+    };
+    for (const auto& wanted : kValues) {
+        const AttributeInfo& attribute = *findClass(wanted.classId)->attribute(wanted.attribute);
+        EXPECT_EQ(valueText(wanted.classId, attribute, hex(wanted.value)), wanted.text) << attribute.name;
+    }
+}
+
+// Whatever comes in: a message or an error, and words for it.
+TEST(Contents, AnyBytesAreSurvived) {
+    std::mt19937 random(1);
+    for (int round = 0; round < 20000; ++round) {
+        Bytes frame(random() % 80, 0);
+        for (std::uint8_t& byte : frame) byte = static_cast<std::uint8_t>(random());
+        if (frame.size() > 12) {
+            frame[2] &= 0x7F;
+            frame[3] = static_cast<std::uint8_t>(0x0A + random() % 2);
+            const auto& classes = managedEntities();
+            putNumber(frame.data() + 4, classes[random() % classes.size()].id(), 2);
+            if (frame[3] == 0x0B) putNumber(frame.data() + 8, random() % (frame.size() - 9), 2);
+        }
+        const DecodedFrame decoded = decodeFrame(frame);
+        if (decoded.error != FrameError::kNone) continue;
+        EXPECT_FALSE(lineOf(textOf(decoded.message)).empty());
+        Message again = decoded.message;
+        encodeContent(again, decodeContent(decoded.message).content);
+        EXPECT_LE(again.content.size(), kMaxExtendedContent);
+    }
+}
+
+}  // namespace omci

@@ -1,0 +1,390 @@
+// The MIB as the OLT sees it: what stands, what messages do to it, how it is uploaded.
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "omci/mib/Relations.h"
+#include "tests/omci/OmciFixture.h"
+
+namespace omci {
+
+namespace {
+
+class MibTest : public OmciFixture {};
+
+// A bridge port: bridge, number, TP type, TP pointer, priority, cost and flags.
+Bytes bridgePort(InstanceId bridge, std::uint8_t number, std::uint8_t type, InstanceId pointer) {
+    Bytes values;
+    appendNumber(values, bridge, 2);
+    appendNumber(values, number, 1);
+    appendNumber(values, type, 1);
+    appendNumber(values, pointer, 2);
+    values.resize(16, 0);
+    values[9] = 1;
+    return values;
+}
+
+}  // namespace
+
+// A create carries exactly these bytes: an attribute too many or of another size shifts all that follow.
+TEST(ManagedEntities, CreatesHaveTheStandardsSizes) {
+    const std::map<ClassId, std::size_t> kSizes{{45, 17},  {47, 16},  {78, 7},   {84, 26},  {130, 21}, {136, 6},
+                                                {137, 4},  {148, 0},  {157, 0},  {171, 4},  {266, 9},  {268, 14},
+                                                {272, 2},  {273, 28}, {274, 28}, {280, 20}, {281, 10}, {309, 26},
+                                                {310, 10}, {311, 1},  {24, 2},   {334, 16}, {425, 16}, {341, 2}};
+    for (const auto& [classId, size] : kSizes) EXPECT_EQ(findClass(classId)->createSize(), size) << classId;
+    std::size_t attributes = 0;
+    for (const ClassInfo& info : managedEntities()) {
+        attributes += info.attributes().size();
+        AttributeNumber next = 1;
+        for (const AttributeInfo& attribute : info.attributes()) EXPECT_EQ(attribute.number, next++) << info.name();
+        // With every attribute that can be written a set fits into one baseline message by itself.
+        for (const AttributeInfo& attribute : info.attributes())
+            EXPECT_LE(attribute.isTable() ? 0 : attribute.size, 30);
+    }
+    EXPECT_EQ(attributes, 519U);
+}
+
+TEST_F(MibTest, TheBoardsEntitiesStand) {
+    Mib& mib = agent.mib();
+    const std::map<ClassId, std::set<InstanceId>> kStand{
+        {class_id::kCardholder, {0x0101, 0x0106, 0x0180}},
+        {class_id::kEthernetUni, {0x0101, 0x0102, 0x0103, 0x0104}},
+        {class_id::kUniG, {0x0101, 0x0102, 0x0103, 0x0104, 0x0601}},
+        {class_id::kVeip, {0x0601}},
+        {class_id::kAniG, {0x8001}},
+        {class_id::kTCont, {0x8000, 0x8001}},
+        {class_id::kSoftwareImage, {0, 1}},
+        {class_id::kIpHost, {0}},
+    };
+    for (const auto& [classId, instances] : kStand) {
+        std::set<InstanceId> stand;
+        for (const auto& [instance, entity] : mib.instances(classId)) stand.insert(instance);
+        EXPECT_EQ(stand, instances) << nameOfClass(classId);
+    }
+    EXPECT_EQ(value({class_id::kTCont, 0x8001}, attr::t_cont::kAllocId), 0xFFFFU);
+    EXPECT_EQ(value({class_id::kPriorityQueue, 0x800B}, attr::priority_queue::kRelatedPort), 0x80010003U);
+    EXPECT_EQ(value({class_id::kPriorityQueue, 0x0009}, attr::priority_queue::kRelatedPort), 0x01020001U);
+    EXPECT_EQ(value({class_id::kPriorityQueue, 0x0020}, attr::priority_queue::kRelatedPort), 0x06010000U);
+    EXPECT_EQ(mib.instances(class_id::kPriorityQueue).size(), 2U * 8 + 5 * 8);
+}
+
+TEST_F(MibTest, RefusalsSayWhyAndChangeNothing) {
+    ASSERT_EQ(create(kBridgeKey), Result::kSuccess);
+    ASSERT_EQ(create(kTagging, hex("02 0101")), Result::kSuccess);
+    const unsigned before = sync();
+    const EntityKey filter{class_id::kVlanFilter, 5};
+    const struct {
+        const char* what;
+        Result result, wanted;
+    } kRefused[] = {
+        {"a class that nobody knows", create({350, 1}), Result::kUnknownEntity},
+        {"a class that the ONU makes", create({class_id::kTCont, 1}), Result::kNotSupported},
+        {"what stands", create(kBridgeKey), Result::kInstanceExists},
+        {"the number of no instance", create({class_id::kBridge, 0xFFFF}), Result::kParameterError},
+        {"a forward operation without a meaning", create(filter, hex(std::string(48, '0') + "22 01")),
+         Result::kParameterError},
+        {"more VLANs than the list holds", create(filter, hex(std::string(48, '0') + "10 0D")),
+         Result::kParameterError},
+        {"set of what does not stand", set1(filter, 2, hex("10")), Result::kUnknownInstance},
+        {"delete of what the ONU made", erase({class_id::kCircuitPack, 0x0101}), Result::kNotSupported},
+        {"a downstream mode without a meaning", set1(kTagging, 5, hex("09")), Result::kParameterError},
+        {"a row with a reserved code", set1(kTagging, 6, hex("F8000000 90320000 400F0000 00080A0C")),
+         Result::kParameterError},
+        {"a queue's port where the board has none to choose",
+         set1({class_id::kPriorityQueue, 0x8000}, 6, hex("80010000")), Result::kParameterError},
+        {"get next without a copy",
+         ask<TablePartAnswer>(MessageType::kGetNext, kTagging, TablePartAsked{maskOf(6), 0}).result,
+         Result::kProcessingError},
+        {"an upload of another entity's", ask<ResultAnswer>(MessageType::kMibReset, kBridgeKey, NoContent{}).result,
+         Result::kNotSupported},
+    };
+    for (const auto& refused : kRefused) EXPECT_EQ(refused.result, refused.wanted) << refused.what;
+    EXPECT_EQ(sync(), before);
+    EXPECT_EQ(agent.mib().find(filter), nullptr);
+}
+
+TEST_F(MibTest, ASetDoesWhatItCanAndNamesTheRest) {
+    const EntityKey tCont{class_id::kTCont, 0x8000};
+    const unsigned before = sync();
+    // Attribute 2 can only be read, 4 does not exist.
+    const SetAnswer answer = setMany(tCont, 0xD000, hex("0400 01"));
+    EXPECT_EQ(answer.result, Result::kAttributesFailed);
+    EXPECT_EQ(answer.failed, maskOf(2));
+    EXPECT_EQ(answer.unsupported, maskOf(4));
+    EXPECT_EQ(value(tCont, attr::t_cont::kAllocId), 0x0400U);
+    EXPECT_EQ(sync(), before + 1);
+    EXPECT_EQ(setMany(tCont, maskOf(2), hex("01")).result, Result::kAttributesFailed);
+    EXPECT_EQ(sync(), before + 1);
+}
+
+TEST_F(MibTest, AGetLeavesOutWhatHasNoRoom) {
+    const GetAnswer answer = get({class_id::kOnuG, 0}, 0xFFFF);
+    EXPECT_EQ(answer.result, Result::kAttributesFailed);
+    // Vendor and version take 18 of 25 bytes: the serial number has no room, six attributes of one byte have.
+    EXPECT_EQ(answer.mask, 0xD790);
+    EXPECT_EQ(answer.failed, 0x2000 | 0x0040 | 0x0020 | 0x0008);
+    EXPECT_EQ(answer.unsupported, 0x0800 | 0x0007);
+    set = MessageSet::kExtended;
+    EXPECT_EQ(get({class_id::kOnuG, 0}, 0xF7F8).result, Result::kSuccess);
+}
+
+TEST_F(MibTest, TheTaggingTableIsReadInItsOrder) {
+    ASSERT_EQ(create(kTagging, hex("02 0101")), Result::kSuccess);
+    const Bytes any = hex("F8000000 88000000 000F0000 00081C22");
+    const Bytes one = hex("F8000000 80320000 400F0000 00080A0C");
+    const Bytes drop = hex("F8000000 E8000000 C00F0000 000F0000");
+    for (const Bytes& row : {any, one, drop}) EXPECT_EQ(set1(kTagging, 6, row), Result::kSuccess);
+    // A row with the same filter takes the other's place.
+    const Bytes other = hex("F8000000 80320000 400F0000 00080A14");
+    EXPECT_EQ(set1(kTagging, 6, other), Result::kSuccess);
+
+    const GetAnswer length = get(kTagging, maskOf(6));
+    EXPECT_EQ(numberOf(length.values) & 0xFFFFFFFF, 0U);  // padded behind the four bytes
+    ASSERT_EQ(number32(length.values, 0), 5 * 16U);
+    EXPECT_EQ(set1(kTagging, 6, hex("F8000000 88000000 FFFFFFFF FFFFFFFF")), Result::kSuccess);  // the copy stays
+    Bytes table;
+    for (std::uint16_t part = 0; part < 3; ++part) {
+        const auto answer = ask<TablePartAnswer>(MessageType::kGetNext, kTagging, TablePartAsked{maskOf(6), part});
+        EXPECT_EQ(answer.result, Result::kSuccess);
+        table.insert(table.end(), answer.part.begin(), answer.part.end());
+    }
+    table.resize(5 * 16);
+    const Bytes twoTags = hex("E8000000 E8000000 000F0000 000F0000");
+    const Bytes untagged = hex("F8000000 F8000000 000F0000 000F0000");
+    Bytes wanted;
+    for (const Bytes& row : {other, any, twoTags, drop, untagged}) wanted.insert(wanted.end(), row.begin(), row.end());
+    EXPECT_EQ(table, wanted);
+    const auto behind = ask<TablePartAnswer>(MessageType::kGetNext, kTagging, TablePartAsked{maskOf(6), 3});
+    EXPECT_EQ(behind.result, Result::kParameterError);
+    EXPECT_EQ(agent.mib().find(kTagging)->rows(6).size(), 4U);
+}
+
+TEST_F(MibTest, AFullTaggingTableRefusesTheNextRow) {
+    ASSERT_EQ(create(kTagging, hex("02 0101")), Result::kSuccess);
+    Bytes row = hex("F8000000 80000000 400F0000 00080A0C");
+    for (unsigned vid = 0; vid <= agent.board().taggingRows - 3U; ++vid) {
+        putNumber(row.data() + 4, 0x80000000U | vid << 15, 4);
+        const bool room = vid < agent.board().taggingRows - 3U;
+        EXPECT_EQ(set1(kTagging, 6, row), room ? Result::kSuccess : Result::kParameterError) << vid;
+    }
+}
+
+// What each table's rows do; the rows that stand after each step.
+TEST_F(MibTest, RowsOfTablesSayWhatBecomesOfThem) {
+    const EntityKey profile{class_id::kMulticastProfile, 3};
+    const EntityKey group{class_id::kMulticastInterworking, 4};
+    const EntityKey filter{class_id::kBridgePortFilter, 9};
+    ASSERT_EQ(create(profile, hex("02 00 00")), Result::kSuccess);
+    ASSERT_EQ(create(group), Result::kSuccess);
+    ASSERT_EQ(create({class_id::kBridgePort, 9}, bridgePort(1, 1, 1, 0x0101)), Result::kSuccess);
+    const std::string access = " 0FFF 0064 00000000 E0000001 E00000FF 00000000 0000";
+    const struct {
+        EntityKey entity;
+        AttributeNumber table;
+        std::string row;
+        Result result;
+        std::size_t rows;
+    } kSteps[] = {
+        {profile, 7, "4002" + access, Result::kSuccess, 1},
+        {profile, 7, "4001" + access, Result::kSuccess, 2},
+        {profile, 7, "4801" + access, Result::kSuccess, 3},  // part 1 of row 1
+        {profile, 7, "4C03" + access, Result::kSuccess, 3},  // only asks whether that part is known
+        {profile, 7, "0001" + access, Result::kParameterError, 3},
+        {profile, 7, "5801" + access, Result::kParameterError, 3},  // there is no part 3
+        {profile, 7, "8001" + access, Result::kSuccess, 1},
+        {profile, 7, "8001" + access, Result::kSuccess, 1},
+        {profile, 7, "C000" + access, Result::kSuccess, 0},
+        {group, 9, "0FFF 0000 E0000000 EFFFFFFF", Result::kSuccess, 1},
+        {group, 9, "0FFF 0000 E0000000 E00000FF", Result::kSuccess, 1},
+        {group, 9, "0FFF 0001 E1000000 E10000FF", Result::kSuccess, 2},
+        {group, 9, "0FFF 0000 00000000 00000000", Result::kSuccess, 1},
+        {filter, 1, "01 41 001122334455", Result::kSuccess, 1},
+        {filter, 1, "02 40 001122334456", Result::kSuccess, 2},
+        {filter, 1, "01 00 000000000000", Result::kSuccess, 1},
+        {filter, 1, "00 80 000000000000", Result::kSuccess, 0},
+    };
+    for (const auto& step : kSteps) {
+        EXPECT_EQ(set1(step.entity, step.table, hex(step.row)), step.result) << step.row;
+        EXPECT_EQ(agent.mib().find(step.entity)->rows(step.table).size(), step.rows) << step.row;
+    }
+}
+
+TEST_F(MibTest, SetTableTakesManyRowsOrNone) {
+    ASSERT_EQ(create(kTagging, hex("02 0101")), Result::kSuccess);
+    set = MessageSet::kExtended;
+    const Bytes good = hex("F8000000 80320000 400F0000 00080A0C F8000000 80328000 400F0000 00080A0C");
+    const Bytes bad = hex("F8000000 80330000 400F0000 00080A0C F8000000 90328000 400F0000 00080A0C");
+    const auto setTable = [&](AttributeMask mask, const Bytes& rows) {
+        return ask<SetAnswer>(MessageType::kSetTable, kTagging, AttributeValues{mask, rows}).result;
+    };
+    EXPECT_EQ(setTable(maskOf(6), good), Result::kSuccess);
+    EXPECT_EQ(agent.mib().find(kTagging)->rows(6).size(), 5U);
+    EXPECT_EQ(setTable(maskOf(6), bad), Result::kParameterError);
+    EXPECT_EQ(setTable(maskOf(5), hex("00")), Result::kParameterError);
+    EXPECT_EQ(setTable(maskOf(6), hex("F800")), Result::kParameterError);
+    EXPECT_EQ(agent.mib().find(kTagging)->rows(6).size(), 5U);
+}
+
+TEST_F(MibTest, WhatComesWithABridgePortGoesWithIt) {
+    constexpr ClassId kPortsOwn[] = {48, 49, 50, 79};
+    const EntityKey port{class_id::kBridgePort, 0x21};
+    ASSERT_EQ(create(kBridgeKey), Result::kSuccess);
+    const unsigned before = sync();
+    ASSERT_EQ(create(port, bridgePort(1, 1, 1, 0x0101)), Result::kSuccess);
+    EXPECT_EQ(sync(), before + 1);
+    for (const ClassId classId : kPortsOwn) EXPECT_NE(agent.mib().find(classId, 0x21), nullptr) << classId;
+    EXPECT_EQ(number16(get({class_id::kBridgeData, 1}, maskOf(5)).values, 0) >> 8, 1);
+    EXPECT_EQ(agent.mib().pointingAt(kPort).size(), 2U);  // the UNI-G as well
+    EXPECT_EQ(erase(port), Result::kSuccess);
+    for (const ClassId classId : kPortsOwn) EXPECT_EQ(agent.mib().find(classId, 0x21), nullptr) << classId;
+    EXPECT_EQ(agent.mib().pointingAt(kPort).size(), 1U);
+}
+
+// Pointers follow what another attribute says, and what a set makes of them.
+TEST_F(MibTest, KnowsWhoPointsAtWhom) {
+    const EntityKey mapper{class_id::kMapper, 0x10};
+    const EntityKey port{class_id::kBridgePort, 2};
+    ASSERT_EQ(create(port, bridgePort(1, 2, 3, 0x10)), Result::kSuccess);
+    ASSERT_EQ(create({class_id::kVlanFilter, 2}), Result::kSuccess);
+    ASSERT_EQ(create(kTagging, hex("0A 0601")), Result::kSuccess);
+    const Mib& mib = agent.mib();
+    EXPECT_EQ(mib.pointingAt(mapper), std::vector<EntityKey>{port});
+    EXPECT_EQ(mib.pointingAt({class_id::kVeip, 0x0601}).size(), 2U);
+    EXPECT_EQ(mib.pointingAt(kBridgeKey), std::vector<EntityKey>{port});
+    EXPECT_EQ(mib.pointingAt(port).front().classId, class_id::kBridgePortDesignation);
+    ASSERT_EQ(setMany(port, maskOf(3) | maskOf(4), hex("05 0020")).result, Result::kSuccess);
+    EXPECT_TRUE(mib.pointingAt(mapper).empty());
+    EXPECT_EQ(mib.pointingAt({class_id::kGemInterworking, 0x20}), std::vector<EntityKey>{port});
+}
+
+TEST_F(MibTest, ObserversLearnWhatAMessageChanged) {
+    struct Listener : MibObserver {
+        void onChange(const Change& change) override {
+            if (change.key.classId != class_id::kOnuData) seen.push_back(change);
+        }
+        std::vector<Change> seen;
+    } listener;
+    agent.mib().addObserver(listener);
+    ASSERT_EQ(create(kTagging, hex("02 0101")), Result::kSuccess);
+    ASSERT_EQ(setMany(kTagging, maskOf(3) | maskOf(5), hex("88A8 00")).result, Result::kSuccess);
+    ASSERT_EQ(set1(kTagging, 3, hex("88A8")), Result::kSuccess);  // nothing new
+    ASSERT_EQ(erase(kTagging), Result::kSuccess);
+    ASSERT_EQ(listener.seen.size(), 3U);
+    EXPECT_EQ(listener.seen[1].kind, ChangeKind::kChanged);
+    EXPECT_EQ(listener.seen[1].attributes, maskOf(3));
+    EXPECT_EQ(listener.seen[0].cause, 1U);
+    EXPECT_EQ(listener.seen[2].cause, 4U);
+    agent.mib().removeObserver(listener);
+}
+
+TEST_F(MibTest, ResetTakesAwayWhatTheOltMade) {
+    ASSERT_EQ(create(kBridgeKey), Result::kSuccess);
+    ASSERT_EQ(create({class_id::kBridgePort, 9}, bridgePort(1, 1, 1, 0x0101)), Result::kSuccess);
+    ASSERT_EQ(set1({class_id::kTCont, 0x8000}, 1, hex("0400")), Result::kSuccess);
+    ASSERT_EQ(set1(kPort, attr::ethernet_uni::kAdministrativeState, hex("01")), Result::kSuccess);
+    EXPECT_EQ(sync(), 4U);
+    EXPECT_EQ(ask<ResultAnswer>(MessageType::kMibReset, kOnuDataKey, NoContent{}).result, Result::kSuccess);
+    EXPECT_EQ(sync(), 0U);
+    ManualClock freshClock;
+    const Agent fresh(board(), hal, device, freshClock);
+    for (const ClassInfo& info : managedEntities()) {
+        const auto& wanted = fresh.mib().instances(info.id());
+        const auto& stand = agent.mib().instances(info.id());
+        ASSERT_EQ(stand.size(), wanted.size()) << info.name();
+        for (const auto& [instance, entity] : wanted) {
+            for (const AttributeInfo& attribute : info.attributes()) {
+                EXPECT_EQ(stand.at(instance).bytes(attribute.number), entity.bytes(attribute.number))
+                    << info.name() << " " << attribute.name;
+            }
+        }
+    }
+}
+
+// ---- Upload ----
+
+namespace {
+
+using Uploaded = std::map<EntityKey, std::vector<AttributeMask>>;
+
+}  // namespace
+
+TEST_F(MibTest, UploadSplitsEntitiesAsOltsExpect) {
+    ASSERT_EQ(create(kTagging, hex("02 0101")), Result::kSuccess);
+    ASSERT_EQ(create({class_id::kEthernetPm, 0x0101}, hex("FFFF")), Result::kSuccess);
+    const std::uint16_t parts = ask<CommandNumber>(MessageType::kMibUpload, kOnuDataKey, NoContent{}).number;
+    ASSERT_EQ(set1({class_id::kTCont, 0x8000}, 1, hex("0400")), Result::kSuccess);  // after the copy
+    Uploaded seen;
+    for (std::uint16_t part = 0; part < parts; ++part) {
+        const auto entries = ask<UploadEntries>(MessageType::kMibUploadNext, kOnuDataKey, CommandNumber{part}).entries;
+        ASSERT_EQ(entries.size(), 1U) << part;
+        EXPECT_EQ(entries[0].entity == kOnuDataKey, part == 0);
+        if (entries[0].entity == EntityKey{class_id::kTCont, 0x8000}) {
+            EXPECT_EQ(number16(entries[0].values, 0), 0xFFFF);
+        }
+        seen[entries[0].entity].push_back(entries[0].mask);
+    }
+    std::size_t entities = 0;
+    for (const ClassInfo& info : managedEntities()) entities += agent.mib().instances(info.id()).size();
+    EXPECT_EQ(seen.size(), entities);
+    const EntityKey onu2{class_id::kOnu2G, 0};
+    const EntityKey queue{class_id::kPriorityQueue, 0x8000};
+    EXPECT_EQ((seen[{class_id::kOnuG, 0}]), (std::vector<AttributeMask>{0xE000, 0x1780, 0x0040, 0x0038}));
+    EXPECT_EQ(seen[onu2], (std::vector<AttributeMask>{0xF800, 0x07FC}));
+    EXPECT_EQ(seen[queue], (std::vector<AttributeMask>{0xFFF0, 0x000F}));
+    EXPECT_EQ(seen[kTagging], (std::vector<AttributeMask>{0xFA00, 0x0180}));  // without its tables
+    EXPECT_EQ((seen[{class_id::kEthernetPm, 0x0101}]), (std::vector<AttributeMask>{0xC000}));
+    EXPECT_TRUE(ask<UploadEntries>(MessageType::kMibUploadNext, kOnuDataKey, CommandNumber{parts}).entries.empty());
+}
+
+TEST_F(MibTest, AnExtendedUploadHoldsTheSameInFewerParts) {
+    set = MessageSet::kExtended;
+    const std::uint16_t parts = ask<CommandNumber>(MessageType::kMibUpload, kOnuDataKey, NoContent{}).number;
+    EXPECT_LT(parts, 5);
+    std::set<EntityKey> seen;
+    for (std::uint16_t part = 0; part < parts; ++part) {
+        const auto entries = ask<UploadEntries>(MessageType::kMibUploadNext, kOnuDataKey, CommandNumber{part}).entries;
+        for (const UploadEntry& entry : entries) EXPECT_TRUE(seen.insert(entry.entity).second);
+    }
+    std::size_t entities = 0;
+    for (const ClassInfo& info : managedEntities()) entities += agent.mib().instances(info.id()).size();
+    EXPECT_EQ(seen.size(), entities);
+}
+
+TEST_F(MibTest, CopiesGoAMinuteAfterTheLastPart) {
+    ASSERT_EQ(create(kTagging, hex("02 0101")), Result::kSuccess);
+    ask<CommandNumber>(MessageType::kMibUpload, kOnuDataKey, NoContent{});
+    get(kTagging, maskOf(6));
+    const auto uploadPart = [&] {
+        return ask<UploadEntries>(MessageType::kMibUploadNext, kOnuDataKey, CommandNumber{0}).entries.size();
+    };
+    const auto tablePart = [&] {
+        return ask<TablePartAnswer>(MessageType::kGetNext, kTagging, TablePartAsked{maskOf(6), 0}).result;
+    };
+    for (int minute = 0; minute < 3; ++minute) {
+        clock.ms += kCopyLifetimeMs;
+        EXPECT_EQ(uploadPart(), 1U);
+        EXPECT_EQ(tablePart(), Result::kSuccess);
+    }
+    clock.ms += kCopyLifetimeMs + 1;
+    EXPECT_EQ(uploadPart(), 0U);
+    EXPECT_EQ(tablePart(), Result::kProcessingError);
+}
+
+TEST_F(MibTest, DescribesItselfWhereTheBoardSaysSo) {
+    Board described = board();
+    described.describesMib = true;
+    Agent other(described, hal, device, clock);
+    const Mib& mib = other.mib();
+    const Entity* entity = mib.find(class_id::kEntityObject, class_id::kEthernetUni);
+    ASSERT_NE(entity, nullptr);
+    EXPECT_EQ(entity->text(1), "PPTP Ethernet UNI");
+    ASSERT_EQ(entity->rows(2).size(), 15U);
+    const Entity* attribute = mib.find(class_id::kAttributeObject, number16(entity->rows(2)[7], 0));
+    ASSERT_NE(attribute, nullptr);
+    EXPECT_EQ(attribute->text(1), "Max frame size");
+    EXPECT_EQ(attribute->number(2), 2U);
+    EXPECT_EQ(mib.find(class_id::kOmciObject, 0)->rows(1).size(), managedEntities().size());
+}
+
+}  // namespace omci

@@ -1,0 +1,153 @@
+// An ONU's agent on a HAL and a device of the test's own, and the OLT that talks to it.
+#ifndef TESTS_OMCI_OMCI_FIXTURE_H
+#define TESTS_OMCI_OMCI_FIXTURE_H
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "hal/VornHal.h"
+#include "omci/agent/Agent.h"
+#include "omci/message/Contents.h"
+
+namespace omci {
+
+class ManualClock : public Clock {
+public:
+    std::uint64_t nowMs() override { return ms; }
+    std::uint64_t ms = 5'000'000;
+};
+
+class OpticsHal : public VornHal {
+public:
+    int vorn_omci_hal_rx_laser_power_get(int* level) override {
+        *level = received;
+        return 0;
+    }
+    int vorn_omci_hal_tx_laser_power_get(int* level) override {
+        *level = transmitted;
+        return 0;
+    }
+    int received = -10000;   // -20 dBm
+    int transmitted = 1000;  // 2 dBm
+};
+
+class TestDevice : public Device {
+public:
+    std::optional<IntfStats> portCounters(EntityKey port) override {
+        const auto found = counters.find(port);
+        return found == counters.end() ? std::nullopt : std::optional<IntfStats>(found->second);
+    }
+    std::optional<GemPortCounters> gemPortCounters(std::uint16_t gemPort) override {
+        const auto found = gemPorts.find(gemPort);
+        return found == gemPorts.end() ? std::nullopt : std::optional<GemPortCounters>(found->second);
+    }
+    ModuleReading module() override { return {3.3, 12.0, 40.5}; }
+    bool callInProgress(bool) override { return calling; }
+    void restart(InstanceId image) override { restarts.push_back(image); }
+
+    std::map<EntityKey, IntfStats> counters;
+    std::map<std::uint16_t, GemPortCounters> gemPorts;
+    bool calling = false;
+    std::vector<InstanceId> restarts;
+};
+
+inline Bytes bytesOf(std::initializer_list<int> numbers) {
+    Bytes bytes;
+    for (const int number : numbers) bytes.push_back(static_cast<std::uint8_t>(number));
+    return bytes;
+}
+
+// Bytes of hexadecimal digits; blanks are ignored.
+inline Bytes hex(const std::string& text) {
+    std::string digits;
+    for (const char digit : text) {
+        if (digit != ' ') digits += digit;
+    }
+    Bytes bytes;
+    for (std::size_t at = 0; at + 1 < digits.size(); at += 2) {
+        bytes.push_back(static_cast<std::uint8_t>(std::stoul(digits.substr(at, 2), nullptr, 16)));
+    }
+    return bytes;
+}
+
+class OmciFixture : public ::testing::Test {
+protected:
+    static Board board() {
+        Board described;
+        described.equipmentId = "ONU";
+        described.version = "V1";
+        described.tConts = 2;
+        return described;
+    }
+
+    // A request of the next transaction.
+    Message request(MessageType type, EntityKey entity, const Content& content, bool answerWanted = true) {
+        Message message;
+        message.transaction = ++transaction;
+        message.type = type;
+        message.answerWanted = answerWanted;
+        message.set = set;
+        message.entity = entity;
+        encodeContent(message, content);
+        return message;
+    }
+
+    // The answer's content; a test failure where there is none of that kind.
+    template <class Answer>
+    Answer ask(MessageType type, EntityKey entity, const Content& content) {
+        const Handled handled = agent.handle(request(type, entity, content));
+        if (!handled.answer) {
+            ADD_FAILURE() << nameOf(type) << ": " << nameOf(handled.dropped);
+            return {};
+        }
+        const DecodedContent decoded = decodeContent(*handled.answer);
+        const Answer* answer = std::get_if<Answer>(&decoded.content);
+        if (answer == nullptr) {
+            ADD_FAILURE() << nameOf(type) << ": another kind of answer, " << nameOf(decoded.error);
+            return {};
+        }
+        return *answer;
+    }
+
+    Result create(EntityKey entity, const Bytes& values = {}) {
+        return ask<CreateAnswer>(MessageType::kCreate, entity, CreateValues{values}).result;
+    }
+    Result erase(EntityKey entity) { return ask<ResultAnswer>(MessageType::kDelete, entity, NoContent{}).result; }
+    SetAnswer setMany(EntityKey entity, AttributeMask mask, const Bytes& values) {
+        return ask<SetAnswer>(MessageType::kSet, entity, AttributeValues{mask, values});
+    }
+    Result set1(EntityKey entity, AttributeNumber attribute, const Bytes& value) {
+        return setMany(entity, maskOf(attribute), value).result;
+    }
+    GetAnswer get(EntityKey entity, AttributeMask mask) {
+        return ask<GetAnswer>(MessageType::kGet, entity, AttributesAsked{mask});
+    }
+    std::uint64_t value(EntityKey entity, AttributeNumber attribute) {
+        return agent.mib().find(entity)->number(attribute);
+    }
+    unsigned sync() { return static_cast<unsigned>(value({class_id::kOnuData, 0}, 1)); }
+
+    // What the ONU has sent by itself, as lines.
+    std::vector<Message> autonomous() { return agent.takeAutonomous(); }
+
+    MessageSet set = MessageSet::kBaseline;
+    std::uint16_t transaction = 0;
+    ManualClock clock;
+    OpticsHal hal;
+    TestDevice device;
+    Agent agent{board(), hal, device, clock};
+};
+
+// Keys that many tests use.
+constexpr EntityKey kOnuDataKey{class_id::kOnuData, 0};
+constexpr EntityKey kPort{class_id::kEthernetUni, 0x0101};
+constexpr EntityKey kBridgeKey{class_id::kBridge, 1};
+constexpr EntityKey kTagging{class_id::kExtendedTagging, 7};
+
+}  // namespace omci
+
+#endif
