@@ -66,7 +66,7 @@ floors src "" hal bridge device,xpon BRCM/BCM968580/DATA BRCM/BCM968580,hal/HALF
 floors src/BRCM/BCM968580/DATA BRCM/BCM968580/DATA/ . ani,uni,gateway,iphost
 floors virtual_onu "" . libc/real kernel kit shell frames libc
 floors omci omci/ message mib agent,services
-floors tools/vorn-onu "" state scenario/fields scenario/expect,scenario/operations scenario show commands commandline .
+floors tools/vorn-onu "" io state scenario/fields scenario/expect,scenario/operations scenario show commands commandline .
 
 for file in $(find src virtual_onu tools tests platform omci -name '*.cpp' -o -name '*.h'); do
     lines=$(wc -l <"$file")

@@ -159,14 +159,15 @@ TEST(Diff, AnswersByItsExitCodeAndNamesABadFile) {
         int code;
         std::string told;
     };
-    for (const Case& one :
-         std::vector<Case>{{run, 0, "no difference\n"},
-                           {other, 1, "device sid9 has appeared: down, MTU 1500\n"},
-                           {directory.file("none"), 2, directory.file("none") + ": cannot be opened\n"},
-                           {directory.write("text", "no JSON"), 2, directory.file("text") + ": is not JSON\n"},
-                           {directory.write("list", "[1]"), 2, directory.file("list") + ": is no device state: "},
-                           {directory.write("empty", "{}"), 2,
-                            directory.file("empty") + ": is no device state: key 'network' not found\n"}}) {
+    for (const Case& one : std::vector<Case>{
+             {run, 0, "no difference\n"},
+             {other, 1, "device sid9 has appeared: down, MTU 1500\n"},
+             {directory.file("none"), 2, directory.file("none") + ": cannot be opened: No such file or directory\n"},
+             {directory.file("."), 2, directory.file(".") + ": is a directory\n"},
+             {directory.write("text", "no JSON"), 2, directory.file("text") + ": line 1, column 2: is not JSON: "},
+             {directory.write("list", "[1]"), 2, directory.file("list") + ": is no device state: "},
+             {directory.write("empty", "{}"), 2,
+              directory.file("empty") + ": is no device state: key 'network' not found\n"}}) {
         const auto result = runProgram({VORN_ONU_BINARY, "diff", board, one.after});
         EXPECT_EQ(result.code, one.code) << one.after;
         EXPECT_EQ(result.output.substr(0, one.told.size()), one.told);

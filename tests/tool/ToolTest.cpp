@@ -51,7 +51,7 @@ const struct {
     {"StrayCharacter", "{\"title\": \"t\",\n \"steps\": [}]}",
      "line 2, column 12: is not JSON: a character that does not belong here"},
     {"LineEndInAField", R"({"title": "t", "steps": [{"call": "vorn_test_call", "a\n\u001b[2Jb": 1}]})",
-     "step 1 (call vorn_test_call): field 'a??[2Jb': is not known here; no field is allowed"},
+     "step 1 (call vorn_test_call): field 'a\\n\\x1b[2Jb': is not known here; no field is allowed"},
     {"HugeNumber", R"({"title": "t", "steps": [{"advance": 1e999}]})",
      "holds a number that is too large for any field"},
     {"NoSteps", R"({"title": "t"})", "field 'steps': is missing; it is the list of what happens"},

@@ -1,9 +1,10 @@
 #include "commandline/CommandLine.h"
 
 #include <algorithm>
-#include <iostream>
+#include <sstream>
 
 #include "commands/Commands.h"
+#include "io/Output.h"
 #include "scenario/fields/Problem.h"
 
 namespace vorn_onu {
@@ -119,15 +120,17 @@ int CommandLine::run(int argc, const char* const* argv) {
     try {
         app_.parse(argc, argv);
     } catch (const CLI::Success& wanted) {  // --help and --version
-        app_.exit(wanted);
+        std::ostringstream text;
+        app_.exit(wanted, text, text);
+        print(text.str());
         return kHeld;
     } catch (const CLI::ParseError& error) {
-        std::cerr << kName << ": " << problemOf(error) << '\n';
+        complain(std::string(kName) + ": " + problemOf(error));
         return kBadInput;
     }
     for (const Command& command : commands_)
         if (command.app->parsed()) return command.work();
-    std::cerr << kName << ": say what to do: " << joined(commandNames(app_)) << "; " << kName << " help tells how\n";
+    complain("vorn-onu: say what to do: " + joined(commandNames(app_)) + "; vorn-onu help tells how");
     return kBadInput;
 }
 

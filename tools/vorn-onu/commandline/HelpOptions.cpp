@@ -1,9 +1,9 @@
 // vorn-onu help, vorn-onu help COMMAND, vorn-onu schema.
-#include <iostream>
 #include <memory>
 
 #include "commandline/CommandLine.h"
 #include "commands/Commands.h"
+#include "io/Output.h"
 
 namespace vorn_onu {
 
@@ -22,17 +22,17 @@ Command addHelp(CLI::App& app) {
     command->add_flag("--man", help->manual, "print the manual page, for man -l -");
     const auto work = [help, &app] {
         if (help->manual) {
-            std::cout << manualPage(app);
+            print(manualPage(app));
             return kHeld;
         }
         const CLI::App* told = help->command.empty() ? &app : findCommand(app, help->command);
         if (told == nullptr) {
-            std::cerr << "vorn-onu: " << noSuchCommand(app, help->command) << '\n';
+            complain("vorn-onu: " + noSuchCommand(app, help->command));
             return kBadInput;
         }
         // Not by App::help(), which tells of the command that was chosen: of this one.
         const std::string name = told == &app ? app.get_name() : app.get_name() + " " + told->get_name();
-        std::cout << app.get_formatter()->make_help(told, name, CLI::AppFormatMode::Normal);
+        print(app.get_formatter()->make_help(told, name, CLI::AppFormatMode::Normal));
         return kHeld;
     };
     return {command, work};

@@ -1,17 +1,20 @@
 // vorn-onu diff BEFORE AFTER
 #include "state/Diff.h"
 
-#include <fstream>
-#include <iostream>
 #include <stdexcept>
 
 #include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
+#include "io/Files.h"
+#include "io/JsonCheck.h"
+#include "io/Output.h"
 
 namespace vorn_onu {
 
 namespace {
+
+constexpr std::size_t kLargestState = std::size_t{256} << 20U;  // bytes; a long trace is most of it
 
 // What the JSON library says without its own number: "key 'network' not found".
 std::string reasonOf(const std::exception& error) {
@@ -22,14 +25,13 @@ std::string reasonOf(const std::exception& error) {
 
 // exec writes a device's state, run writes one beside the steps.
 DeviceState stateIn(const std::string& path) {
-    std::ifstream file(path);
-    if (!file) throw std::runtime_error(path + ": cannot be opened");
-    const nlohmann::json whole = nlohmann::json::parse(file, nullptr, false);
-    if (whole.is_discarded()) throw std::runtime_error(path + ": is not JSON");
+    const std::string text = readFile(path, kLargestState);
+    if (const auto fault = checkJson(text)) throw FileProblem(path, fault->what);
+    const nlohmann::json whole = nlohmann::json::parse(text);
     try {
         return readState(whole.contains("device") ? whole.at("device") : whole);
     } catch (const std::exception& error) {
-        throw std::runtime_error(path + ": is no device state: " + reasonOf(error));
+        throw FileProblem(path, "is no device state: " + reasonOf(error));
     }
 }
 
@@ -38,11 +40,12 @@ DeviceState stateIn(const std::string& path) {
 int DiffCommand::run() const {
     try {
         const auto lines = differences(stateIn(before), stateIn(after));
-        for (const auto& line : lines) std::cout << line << '\n';
-        if (lines.empty()) std::cout << "no difference\n";
+        std::string text;
+        for (const auto& line : lines) text += line + "\n";
+        print(lines.empty() ? "no difference\n" : text);
         return lines.empty() ? kHeld : kNotHeld;
     } catch (const std::exception& error) {
-        std::cerr << error.what() << '\n';
+        complain(error.what());
         return kBadInput;
     }
 }

@@ -18,6 +18,7 @@
 #include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
+#include "io/Output.h"
 #include "scenario/RecordedFile.h"
 #include "show/DeviceReport.h"
 #include "show/Terminal.h"
@@ -155,7 +156,7 @@ void showDevice(const nlohmann::json& device) {
     const Terminal terminal = Terminal::of(stdout);
     const DeviceState state = readState(device);
     const std::string report = deviceReport(state, readState(onu.toJson()), terminal) + warnings(state, terminal);
-    std::cout << (report.empty() ? "\nThe device is as new.\n" : report) << std::flush;
+    print(report.empty() ? "\nThe device is as new.\n" : report);
 }
 
 bool truncated(const std::string& path) {

@@ -1,7 +1,6 @@
 // vorn-onu info [FILE]: what the HAL reports about the board: identity, software, optics, links.
 #include <array>
 #include <cstdio>
-#include <iostream>
 #include <utility>
 #include <vector>
 
@@ -12,6 +11,7 @@
 #include "device/EthernetUni.h"
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
+#include "io/Output.h"
 #include "scenario/Runner.h"
 #include "show/HalOutput.h"
 #include "show/Terminal.h"
@@ -128,11 +128,10 @@ int InfoCommand::run() const {
         runScenario(loaded, {}, [](const StepRecord&) {});
         VornHal& object = *HALFactory::getInstance()->CreateHALObject(0);
         const std::vector<Topic> topics = {identity(object), software(object), optics(object), links()};
-        std::fputs((json ? asJson(topics) : asWords(topics, Terminal::of(hal.shown()))).c_str(), hal.shown());
-        std::fflush(hal.shown());
+        print(hal.shown(), json ? asJson(topics) : asWords(topics, Terminal::of(hal.shown())));
         return kHeld;
     } catch (const std::exception& error) {
-        std::cerr << error.what() << '\n';
+        complain(error.what());
         return kBadInput;
     }
 }

@@ -1,11 +1,9 @@
 // vorn-onu run FILE
-#include <cstdlib>
-#include <fstream>
-#include <iostream>
-
 #include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
+#include "io/Files.h"
+#include "io/Output.h"
 #include "show/DeviceReport.h"
 #include "show/HalOutput.h"
 #include "show/RunOutput.h"
@@ -15,38 +13,28 @@ namespace vorn_onu {
 
 namespace {
 
-bool writeFile(const std::string& path, const std::string& text) {
-    std::ofstream file(path);
-    file << text;
-    file.close();
-    if (!file) std::cerr << path << ": cannot be written\n";
-    return file.good();
-}
-
-void print(std::FILE* stream, const std::string& text) {
-    std::fputs(text.c_str(), stream);
-    std::fflush(stream);
-}
-
 std::string jsonText(const Scenario& scenario, const std::vector<StepRecord>& records, nlohmann::json device) {
     nlohmann::json all = runJson(scenario, records);
     all["device"] = std::move(device);
-    return all.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+    return all.dump(2, ' ', true, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
-// The files that were asked for. False when one cannot be written.
-bool writeFiles(const RunCommand& command, const Scenario& scenario, const std::vector<StepRecord>& records,
+void checkFiles(const RunCommand& command) {
+    if (command.jsonFile != "-") checkWritable(command.jsonFile);
+    checkWritable(command.reportFile);
+    checkWritable(command.pcapFile);
+}
+
+// The files that were asked for. Throws a FileProblem.
+void writeFiles(const RunCommand& command, const Scenario& scenario, const std::vector<StepRecord>& records,
                 const nlohmann::json& device, RunReport report) {
-    bool written = true;
     if (!command.jsonFile.empty() && command.jsonFile != "-")
-        written = writeFile(command.jsonFile, jsonText(scenario, records, device)) && written;
+        writeFile(command.jsonFile, jsonText(scenario, records, device));
     if (!command.reportFile.empty())
-        written = writeFile(command.reportFile, htmlReport(std::move(report).finish(readState(device)))) && written;
-    if (!command.pcapFile.empty() && !captureOf(records).write(command.pcapFile)) {
-        std::cerr << command.pcapFile << ": cannot be written\n";
-        written = false;
-    }
-    return written;
+        writeFile(command.reportFile, htmlReport(std::move(report).finish(readState(device))));
+    if (command.pcapFile.empty()) return;
+    const auto capture = captureOf(records).bytes();
+    writeFile(command.pcapFile, {capture.begin(), capture.end()});
 }
 
 int runLoaded(const RunCommand& command, const Scenario& scenario) {
@@ -85,7 +73,7 @@ int runLoaded(const RunCommand& command, const Scenario& scenario) {
     if (!command.halOutput)
         say("  what the HAL printed: " + hal.path() + " (" + std::to_string(hal.lines()) + " lines)\n");
     if (command.jsonFile == "-") print(hal.shown(), jsonText(scenario, records, device));
-    if (!writeFiles(command, scenario, records, device, std::move(collected))) return kBadInput;
+    writeFiles(command, scenario, records, device, std::move(collected));
     return allPassed(records) ? kHeld : kNotHeld;
 }
 
@@ -93,13 +81,12 @@ int runLoaded(const RunCommand& command, const Scenario& scenario) {
 
 int RunCommand::run() const {
     try {
+        checkFiles(*this);
         return runLoaded(*this, loadScenario(scenario));
-    } catch (const BadScenario& bad) {
-        std::cerr << bad.what() << '\n';
     } catch (const std::exception& error) {
-        std::cerr << scenario << ": " << error.what() << '\n';
+        complain(error.what());
+        return kBadInput;
     }
-    return kBadInput;
 }
 
 }  // namespace vorn_onu

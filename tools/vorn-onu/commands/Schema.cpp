@@ -1,7 +1,6 @@
 // vorn-onu schema: the JSON schema of scenarios, made from the tables that read them.
-#include <iostream>
-
 #include "commands/Commands.h"
+#include "io/Output.h"
 #include "scenario/Scenario.h"
 #include "scenario/operations/Operations.h"
 
@@ -76,7 +75,7 @@ int printSchema() {
             {"additionalProperties", {{"type", "object"}}},
             {"description", "records by name, for steps that share one"}}},
           {"steps", stepsSchema()}}}};
-    std::cout << schema.dump(2) << '\n';
+    print(schema.dump(2) + "\n");
     return kHeld;
 }
 

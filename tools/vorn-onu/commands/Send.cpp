@@ -1,8 +1,8 @@
 // vorn-onu send FILE --from PORT: where does this frame go?
 #include <algorithm>
-#include <iostream>
 
 #include "commands/Commands.h"
+#include "io/Output.h"
 #include "scenario/Runner.h"
 #include "scenario/fields/FrameFields.h"
 #include "show/HalOutput.h"
@@ -109,12 +109,11 @@ int sendLoaded(const SendCommand& command, const Scenario& scenario, const Frame
         json["from"] = input.from;
         json["sent"] = frameJson(input.frame);
         json["afterStep"] = answer.step;
-        text = json.dump(2) + "\n";
+        text = json.dump(2, ' ', true) + "\n";
     } else {
         text = words(scenario, command, answer, Terminal::of(hal.shown()));
     }
-    std::fputs(text.c_str(), hal.shown());
-    std::fflush(hal.shown());
+    print(hal.shown(), text);
     return answer.sent.walk.exits.empty() ? kNotHeld : kHeld;
 }
 
@@ -130,9 +129,9 @@ int SendCommand::run() const {
         if (loaded.steps.empty()) throw BadScenario(scenario + ": has no steps");
         return sendLoaded(*this, loaded, input);
     } catch (const Problem& problem) {
-        std::cerr << "the frame: " << problem.text() << '\n';
+        complain("the frame: " + problem.text());
     } catch (const std::exception& error) {
-        std::cerr << error.what() << '\n';
+        complain(error.what());
     }
     return kBadInput;
 }

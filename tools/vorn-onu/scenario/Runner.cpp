@@ -5,6 +5,7 @@
 
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
+#include "io/Printed.h"
 #include "state/Effects.h"
 
 namespace vorn_onu {
@@ -24,6 +25,17 @@ std::uint64_t nextTraceNumber(const virtual_onu::VirtualOnu& onu) {
     return trace.empty() ? 1 : trace.back().number + 1;
 }
 
+// What devices and files have said becomes words for people: one line each.
+void putOnLines(StepRecord& record) {
+    record.answer = oneLine(record.answer);
+    record.effects = oneLine(record.effects);
+    for (Failure& failure : record.failures) {
+        failure.what = oneLine(failure.what);
+        for (auto* lines : {&failure.expected, &failure.actual})
+            for (std::string& line : *lines) line = oneLine(line);
+    }
+}
+
 StepRecord runStep(const Step& step, const RunOptions& options, RunContext& context) {
     StepRecord record;
     record.step = &step;
@@ -38,6 +50,7 @@ StepRecord runStep(const Step& step, const RunOptions& options, RunContext& cont
         record.failures.push_back({"the step", {"can be done"}, {error.what()}});
     }
     record.effects = effects(before, Sight::of(context.onu));
+    putOnLines(record);
     if (options.trace) record.trace = traceFrom(context.onu, from);
     return record;
 }

@@ -1,75 +1,37 @@
 #include "scenario/Scenario.h"
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
-#include <sstream>
 
+#include "io/Files.h"
+#include "io/JsonCheck.h"
+#include "io/Printed.h"
 #include "scenario/fields/Field.h"
 
 namespace vorn_onu {
 
 namespace {
 
-std::string readWhole(const std::string& path) {
-    std::ifstream file(path);
-    if (!file) throw BadScenario(path + ": cannot be opened");
-    std::ostringstream text;
-    text << file.rdbuf();
-    if (file.bad()) throw BadScenario(path + ": cannot be read");
-    return text.str();
+constexpr std::size_t kLargestScenario = std::size_t{32} << 20U;  // bytes
+
+// "step 2: field 'advance': " for the key at the end of this path, of a scenario.
+std::string placeOfKey(const std::vector<std::string>& path) {
+    std::size_t first = 0;
+    std::string text;
+    if (path.size() > 2 && path[0] == "steps" && path[1].front() == '[') {
+        text = "step " + std::to_string(std::stoul(path[1].substr(1)) + 1) + ": ";
+        first = 2;
+    }
+    std::string field;
+    for (std::size_t i = first; i < path.size(); ++i)
+        field += (field.empty() || path[i].front() == '[' ? "" : ".") + path[i];
+    return text + "field '" + field + "': ";
 }
 
-// Where a byte stands, for people: "line 3, column 7".
-std::string placeOf(const std::string& text, std::size_t byte) {
-    const std::string before = text.substr(0, byte > 0 ? byte - 1 : 0);
-    const auto line = 1 + std::count(before.begin(), before.end(), '\n');
-    const auto lineStart = before.rfind('\n');
-    const auto column = before.size() - (lineStart == std::string::npos ? 0 : lineStart + 1) + 1;
-    return "line " + std::to_string(line) + ", column " + std::to_string(column);
-}
-
-// Finds keys that stand twice in one object: the JSON library would keep the last one without a word.
-class RepeatedKeys {
-public:
-    bool operator()(int depth, Json::parse_event_t event, Json& parsed) {
-        if (event == Json::parse_event_t::object_start) {
-            seen_.emplace_back();
-            if (depth == kStepDepth) ++step_;
-        } else if (event == Json::parse_event_t::object_end) {
-            seen_.pop_back();
-        } else if (event == Json::parse_event_t::key && !seen_.back().insert(parsed.get<std::string>()).second) {
-            const std::string place = step_ > 0 && depth > kStepDepth ? "step " + std::to_string(step_) + ": " : "";
-            if (found_.empty()) found_ = place + "field '" + parsed.get<std::string>() + "': stands twice";
-        }
-        if (event == Json::parse_event_t::key && depth == 1) inSteps_ = parsed == "steps";
-        if (!inSteps_) step_ = 0;
-        return true;
-    }
-    const std::string& found() const { return found_; }
-
-private:
-    static constexpr int kStepDepth = 2;
-    std::vector<std::set<std::string>> seen_;
-    bool inSteps_ = false;
-    int step_ = 0;
-    std::string found_;
-};
-
-Json parseJson(const std::string& path, const std::string& text) {
-    RepeatedKeys repeated;
-    Json root;
-    try {
-        root = Json::parse(text, std::ref(repeated));
-    } catch (const Json::parse_error& error) {
-        const bool ends = error.byte > text.size();
-        throw BadScenario(path + ": " + placeOf(text, error.byte) + ": is not JSON: " +
-                          (ends ? "the file ends too early" : "a character that does not belong here"));
-    } catch (const Json::out_of_range&) {
-        throw BadScenario(path + ": holds a number that is too large for any field");
-    }
-    if (!repeated.found().empty()) throw BadScenario(path + ": " + repeated.found());
-    return root;
+Json parseJson(const std::string& path) {
+    const std::string text = readFile(path, kLargestScenario);
+    if (const auto fault = checkJson(text))
+        throw BadScenario(path + ": " + (fault->path.empty() ? "" : placeOfKey(fault->path)) + fault->what);
+    return Json::parse(text);
 }
 
 bool isCompanion(const StepKind& kind, const std::string& key) {
@@ -104,6 +66,8 @@ Step parseStep(const Json& whole, std::size_t number, ParseContext& context) {
         checkKeys(whole, known);
     }
     kind.parse(step, whole, context);
+    step.words = oneLine(step.words);
+    step.note = oneLine(step.note);
     return step;
 }
 
@@ -115,15 +79,9 @@ std::string placeOfStep(const Json& step, std::size_t number) {
     return place + ": ";
 }
 
-std::string onOneLine(std::string text) {
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
-    return text;
-}
-
 }  // namespace
 
-BadScenario::BadScenario(const std::string& text) : std::runtime_error(onOneLine(text)) {}
+BadScenario::BadScenario(const std::string& text) : std::runtime_error(oneLine(text)) {}
 
 const std::vector<StepKind>& stepKinds() {
     static const std::vector<StepKind> kinds = [] {
@@ -135,8 +93,9 @@ const std::vector<StepKind>& stepKinds() {
     return kinds;
 }
 
-Scenario loadScenario(const std::string& path) {
-    const Json root = parseJson(path, readWhole(path));
+namespace {
+
+Scenario scenarioOf(const std::string& path, const Json& root) {
     Scenario scenario;
     scenario.file = path;
     ParseContext context;
@@ -146,7 +105,7 @@ Scenario loadScenario(const std::string& path) {
             throw Problem("version", "must be " + std::to_string(kFormatVersion) + ", the only format that there is");
         if (!root.contains("title")) throw Problem("title", "is missing; it names the scenario in a few words");
         if (!root.contains("steps")) throw Problem("steps", "is missing; it is the list of what happens");
-        scenario.title = inField("title", [&] { return textOf(root["title"]); });
+        scenario.title = inField("title", [&] { return oneLine(textOf(root["title"])); });
         if (root.contains("description"))
             scenario.description = inField("description", [&] { return textOf(root["description"]); });
         if (root.contains("records")) {
@@ -167,6 +126,16 @@ Scenario loadScenario(const std::string& path) {
         }
     }
     return scenario;
+}
+
+}  // namespace
+
+Scenario loadScenario(const std::string& path) {
+    try {
+        return scenarioOf(path, parseJson(path));
+    } catch (const FileProblem& problem) {
+        throw BadScenario(problem.what());
+    }
 }
 
 }  // namespace vorn_onu

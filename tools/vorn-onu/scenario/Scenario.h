@@ -55,8 +55,7 @@ std::vector<StepKind> setupSteps();  // StepsSetup.cpp: gateway, fault, board, a
 std::vector<StepKind> frameSteps();  // StepsFrame.cpp
 std::vector<StepKind> checkSteps();  // StepsCheck.cpp: expect, mark, note
 
-// The one line that says what is wrong with a file. Names in it may come from the file: control characters, which could
-// end the line or play with the terminal, show as question marks.
+// The one line that says what is wrong with a file; names in it may come from the file.
 class BadScenario : public std::runtime_error {
 public:
     explicit BadScenario(const std::string& text);

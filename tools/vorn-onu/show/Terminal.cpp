@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "io/Printed.h"
+
 namespace vorn_onu {
 
 namespace {
@@ -83,7 +85,7 @@ Terminal Terminal::of(std::FILE* stream) {
 
 std::string Terminal::painted(const char* code, const std::string& text) const {
     if (!colour_ || text.empty()) return text;
-    return std::string("\x1b[") + code + "m" + text + "\x1b[0m";
+    return vorn_onu::painted(code, text);
 }
 
 std::string Table::text(const Terminal& terminal, std::size_t indent) const {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "io/Printed.h"
 #include "state/MessageText.h"
 
 namespace vorn_onu {
@@ -108,14 +109,17 @@ void readRest(const json& state, DeviceState& result) {
     for (const json& command : state.at("shell").at("commands"))
         if (!command.at("understood").get<bool>())
             result.strangeCommands.push_back(command.at("text").get<std::string>());
-    for (const json& entry : state.at("trace")) {
+    state.at("calls").get_to(result.calls);
+}
+
+void readFailedCalls(const json& trace, DeviceState& result) {
+    for (const json& entry : trace) {
         const auto name = entry.at("name").get<std::string>();
         const auto code = entry.at("result").get<long>();
         if (entry.at("kind") != "platform" || code == 0 || answersNoStatus(name, code)) continue;
         result.failedCalls.push_back(
-            {name + "(" + entry.at("arguments").get<std::string>() + ") = " + std::to_string(code)});
+            {oneLine(name + "(" + entry.at("arguments").get<std::string>() + ")") + " = " + std::to_string(code)});
     }
-    state.at("calls").get_to(result.calls);
 }
 
 }  // namespace
@@ -131,7 +135,11 @@ const virtual_onu::NetworkDevice* DeviceState::device(const std::string& name) c
     return found == devices.end() ? nullptr : &*found;
 }
 
-DeviceState readState(const json& state) {
+DeviceState readState(const json& whole) {
+    // Its trace is long, and looked at only where a call failed.
+    json state = json::object();
+    for (const char* part : {"network", "vlan", "pon", "runner", "bus", "shell", "calls"})
+        state[part] = oneLines(whole.at(part));
     DeviceState result;
     const json& network = state.at("network");
     for (const json& one : network.at("devices")) result.devices.push_back(deviceOf(one));
@@ -146,6 +154,7 @@ DeviceState readState(const json& state) {
     for (const json& one : pon.at("gemPorts")) result.gemPorts.push_back(gemPortOf(one));
     if (!pon.at("adminState").is_null()) result.adminState = pon.at("adminState").get<unsigned>();
     readRest(state, result);
+    readFailedCalls(whole.at("trace"), result);
     return result;
 }
 

@@ -48,7 +48,8 @@ struct DeviceState {
     const virtual_onu::NetworkDevice* device(const std::string& name) const;
 };
 
-// Throws nlohmann::json::exception when the text is no state of a device.
+// Texts become one line each: the state is read for people. Throws nlohmann::json::exception when it is no state of a
+// device.
 DeviceState readState(const nlohmann::json& state);
 
 }  // namespace vorn_onu

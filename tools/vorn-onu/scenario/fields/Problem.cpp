@@ -38,8 +38,10 @@ std::string Problem::text() const {
 
 std::string shown(const Json& value) {
     std::string text = value.dump(-1, ' ', false, Json::error_handler_t::replace);
-    if (text.size() > kLongestShown) text = text.substr(0, kLongestShown - 3) + "...";
-    return text;
+    if (text.size() <= kLongestShown) return text;
+    std::size_t end = kLongestShown - 3;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80) --end;  // not amid a character
+    return text.substr(0, end) + "...";
 }
 
 std::string joined(const std::vector<std::string>& words, const std::string& separator) {

@@ -1,0 +1,22 @@
+// Where the tool's words leave the process.
+#ifndef VORN_ONU_OUTPUT_H
+#define VORN_ONU_OUTPUT_H
+
+#include <cstdio>
+#include <string>
+
+namespace vorn_onu {
+
+// Writes text for people, made printable(), and flushes. What cannot be written is remembered for lostOutput().
+void print(std::FILE* stream, const std::string& text);
+// The same to standard output.
+void print(const std::string& text);
+// One line on standard error.
+void complain(const std::string& text);
+
+// Why output of print() has been lost, such as "No space left on device"; "" when all of it was written.
+std::string lostOutput();
+
+}  // namespace vorn_onu
+
+#endif
