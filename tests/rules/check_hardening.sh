@@ -19,6 +19,14 @@ for file in "$@"; do
     grep -q '__stack_chk_fail' <<<"$symbols" || complain "$file" "has no stack protector"
     "$readelf" -hW "$file" | grep -qE 'Type: +DYN' || complain "$file" "is not position-independent"
     grep -q TEXTREL <<<"$dynamic" && complain "$file" "has relocations in its code"
+    path=$(sed -nE 's/.*\((RUNPATH|RPATH)\).*\[(.*)\]$/\2/p' <<<"$dynamic")
+    # What stands between colons; no path is no element at all.
+    while IFS= read -r -d : element; do
+        case $element in
+            /* | "\$ORIGIN" | "\$ORIGIN/"*) ;;
+            *) complain "$file" "looks for libraries in the current directory: \"$path\"" && break ;;
+        esac
+    done <<<"${path:+$path:}"
     case "$build_type/$sanitizers" in
         Release/ | RelWithDebInfo/ | MinSizeRel/)
             grep -qE '__[a-z]+_chk' <<<"${symbols//__stack_chk_fail/}" ||
