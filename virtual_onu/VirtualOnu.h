@@ -13,7 +13,10 @@
 #include <string>
 #include <vector>
 
+#if __has_include(<nlohmann/json_fwd.hpp>)
 #include <nlohmann/json_fwd.hpp>
+#define VIRTUAL_ONU_HAS_JSON 1
+#endif
 
 #include "Export.h"
 #include "Frames.h"
@@ -324,8 +327,10 @@ public:
     std::uint64_t slept() const;  // milliseconds that waits (not idle waits) have asked for since reset
 
     // ---- whole state ----
-    // Keys: network, vlan, pon, runner, bus, board, shell, files, clock, calls, trace.
+#ifdef VIRTUAL_ONU_HAS_JSON
+    // Keys: network, vlan, pon, runner, bus, board, shell, files, clock, calls, trace. There where nlohmann-json is.
     nlohmann::json toJson() const;
+#endif
     // Devices, bridges, rules, flows, T-CONTs, GEM ports, runner objects, keys, addresses: what provisioning changes,
     // one line each. Rule ids, interface indexes and MACs are left out: they differ after the same work done twice.
     std::string stateText() const;
