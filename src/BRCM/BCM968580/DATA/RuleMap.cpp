@@ -49,23 +49,22 @@ bool append(VLAN_RULE_MAP_ENTRY& entry, const VLAN_RULE_INFO& rule) {
     return true;
 }
 
-// Records a rule of a device; *entry is what holds it, or null. A full entry refuses it without a message of its own,
-// and the limit message stands only where a fresh entry cannot reach it. Kept: the result alone tells the inserters.
-bool record(EtherSwitchBcm380& engine, const char* ifName, unsigned short phyId, const VLAN_RULE_INFO& rule,
-            VLAN_RULE_MAP_ENTRY** entry) {
-    if (engine.findVlanRuleMapEntry(ifName, phyId, entry)) return append(**entry, rule);
+// The entry that holds the rules of a device, made when there is none; null when that fails. The limit message cannot
+// come, since a fresh entry is empty: kept as it is, and a full entry refuses a rule without a message of its own.
+VLAN_RULE_MAP_ENTRY* entryFor(EtherSwitchBcm380& engine, const char* ifName, unsigned short phyId) {
+    VLAN_RULE_MAP_ENTRY* entry = nullptr;
+    if (engine.findVlanRuleMapEntry(ifName, phyId, &entry)) return entry;
     engine.createVlanRuleMapEntry(ifName, phyId);
-    if (!engine.findVlanRuleMapEntry(ifName, phyId, entry)) {
+    if (!engine.findVlanRuleMapEntry(ifName, phyId, &entry)) {
         std::printf("insertVlanRuleMapEntry Cannot find VLAN Rule Entry for %s, phyId=%d", ifName, phyId);
-        return false;
+        return nullptr;
     }
-    if ((*entry)->nbrOfNewRules >= kMaxVlanRules) {
+    if (entry->nbrOfNewRules >= kMaxVlanRules) {
         std::printf(
             "insertVlanRuleMapEntry New rule [%d] is over maximum number of VLAN Rule Entries [%d] for %s, phyId=%d",
-            static_cast<int>((*entry)->nbrOfNewRules), static_cast<int>(kMaxVlanRules), ifName, phyId);
-        return false;
+            static_cast<int>(entry->nbrOfNewRules), static_cast<int>(kMaxVlanRules), ifName, phyId);
     }
-    return append(**entry, rule);
+    return entry;
 }
 
 }  // namespace
@@ -154,9 +153,9 @@ bool EtherSwitchBcm380::insertVlanRuleMapEntry(const char* ifName, unsigned shor
             ifName, phyId, dir, tags, id);
         return false;
     }
-    VLAN_RULE_MAP_ENTRY* entry = nullptr;
-    const bool recorded = record(*this, ifName, phyId, {dir, nbrOfTags, tagRuleId, {}, {}, {}}, &entry);
+    VLAN_RULE_MAP_ENTRY* const entry = entryFor(*this, ifName, phyId);
     if (entry == nullptr) return false;
+    const bool recorded = append(*entry, {dir, nbrOfTags, tagRuleId, {}, {}, {}});
     std::printf(
         "insertVlanRuleMapEntry ===> , ifName=%s, phyId=%d, dir=%d, nbrOfTags=%d, tagRuleId=%d, nbrOfNewRules=%d, "
         "ret=%d\n",
@@ -177,9 +176,9 @@ bool EtherSwitchBcm380::insertVlanRuleMapEntry(const char* ifName, unsigned shor
             ifName, phyId, dir, tags, id, type);
         return false;
     }
-    VLAN_RULE_MAP_ENTRY* entry = nullptr;
-    const bool recorded = record(*this, ifName, phyId, {dir, nbrOfTags, tagRuleId, *outer, *inner, etherType}, &entry);
+    VLAN_RULE_MAP_ENTRY* const entry = entryFor(*this, ifName, phyId);
     if (entry == nullptr) return false;
+    const bool recorded = append(*entry, {dir, nbrOfTags, tagRuleId, *outer, *inner, etherType});
     std::printf(
         "insertVlanRuleMapEntry ===> , ifName=%s, phyId=%d, dir=%d, nbrOfTags=%d, tagRuleId=%d, nbrOfNewRules=%d, "
         "etherType:%d, ret=%d\n",

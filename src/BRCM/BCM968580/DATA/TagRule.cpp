@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
+#include "BRCM/BCM968580/DATA/TagCodes.h"
 
 namespace {
 
@@ -90,6 +91,19 @@ TagRule& TagRule::setTpid(const std::optional<TpidDei>& code, std::uint32_t tag)
     if (!code) return *this;
     tag == 0 ? setEtherType(code->tpid) : setTagEtherType(code->tpid, tag - 1);
     return code->dei ? setCfi(*code->dei, tag) : *this;
+}
+
+TagRule& TagRule::writeTag(std::uint32_t pbits, std::uint32_t vid, std::uint32_t tag, bool translates,
+                           DscpMapping dscp) {
+    using namespace tag_codes;
+    if (isPbits(pbits)) setPbits(pbits, tag);
+    if (pbits == kPrioFromInner && translates) copyPbits(kInnerTag, tag);
+    if (pbits == kPrioFromOuter && translates) copyPbits(kOuterTag, tag);
+    if (pbits == kPrioFromDscp && (translates || dscp == DscpMapping::Always)) dscpToPbits(tag);
+    if (isVid(vid)) setVid(vid, tag);
+    if (vid == kVidFromInner && translates) copyVid(kInnerTag, tag);
+    if (vid == kVidFromOuter && translates) copyVid(kOuterTag, tag);
+    return *this;
 }
 
 TagRule& TagRule::changeTagCount(std::uint32_t tagAction) {

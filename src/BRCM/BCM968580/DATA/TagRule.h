@@ -1,10 +1,11 @@
 // Composes one tag rule and installs it: the one pattern that every inserter of the engine follows.
 //
-//   TagRule rule;                                           clears the pending rule
-//   rule.bind(VLANCTL_DIRECTION_RX, vlanIfc);               the VLAN device that the rule belongs to
-//   rule.filterVid(100, 0).push().setVid(200, 0);           filters and commands, in the order that the device sees
-//   them rule.install(engine, {devIfc, VLANCTL_DIRECTION_RX, 1}, phyId);   one table; may be repeated for further
-//   tables
+// clang-format off
+//   TagRule rule;                                   // clears the pending rule
+//   rule.bind(VLANCTL_DIRECTION_RX, vlanIfc);       // the VLAN device that the rule belongs to
+//   rule.filterVid(100, 0).push().setVid(200, 0);   // filters and commands, in the order that the device sees them
+//   rule.install(engine, {devIfc, VLANCTL_DIRECTION_RX, 1}, phyId);  // one table; may be repeated for others
+// clang-format on
 //
 // The caller brackets it with a VlanCtlSession. Results of the single vlanctl calls are not examined: a rule that the
 // device refuses has the id VLANCTL_DONT_CARE, and the rule map refuses to record that id.
@@ -54,40 +55,46 @@ public:
         return *this;
     }
 
-    TagRule& filterPbits(std::uint32_t pbits, std::uint32_t tag) { return after(vlanCtl_filterOnTagPbits(pbits, tag)); }
-    TagRule& filterCfi(std::uint32_t cfi, std::uint32_t tag) { return after(vlanCtl_filterOnTagCfi(cfi, tag)); }
-    TagRule& filterVid(std::uint32_t vid, std::uint32_t tag) { return after(vlanCtl_filterOnTagVid(vid, tag)); }
-    TagRule& filterEtherType(std::uint32_t type) { return after(vlanCtl_filterOnEthertype(type)); }
+    TagRule& filterPbits(std::uint32_t pbits, std::uint32_t tag) {
+        return unexamined(vlanCtl_filterOnTagPbits(pbits, tag));
+    }
+    TagRule& filterCfi(std::uint32_t cfi, std::uint32_t tag) { return unexamined(vlanCtl_filterOnTagCfi(cfi, tag)); }
+    TagRule& filterVid(std::uint32_t vid, std::uint32_t tag) { return unexamined(vlanCtl_filterOnTagVid(vid, tag)); }
+    TagRule& filterEtherType(std::uint32_t type) { return unexamined(vlanCtl_filterOnEthertype(type)); }
     TagRule& filterTagEtherType(std::uint32_t type, std::uint32_t tag) {
-        return after(vlanCtl_filterOnTagEtherType(type, tag));
+        return unexamined(vlanCtl_filterOnTagEtherType(type, tag));
     }
-    TagRule& filterIpProtocol(std::uint32_t protocol) { return after(vlanCtl_filterOnIpProto(protocol)); }
-    TagRule& filterGemIndex(std::uint32_t gemIndex) { return after(vlanCtl_filterOnSkbMarkPort(gemIndex)); }
+    TagRule& filterIpProtocol(std::uint32_t protocol) { return unexamined(vlanCtl_filterOnIpProto(protocol)); }
+    TagRule& filterGemIndex(std::uint32_t gemIndex) { return unexamined(vlanCtl_filterOnSkbMarkPort(gemIndex)); }
 
-    TagRule& push() { return after(vlanCtl_cmdPushVlanTag()); }
-    TagRule& pop() { return after(vlanCtl_cmdPopVlanTag()); }
-    TagRule& setPbits(std::uint32_t pbits, std::uint32_t tag) { return after(vlanCtl_cmdSetTagPbits(pbits, tag)); }
-    TagRule& setCfi(std::uint32_t cfi, std::uint32_t tag) { return after(vlanCtl_cmdSetTagCfi(cfi, tag)); }
-    TagRule& setVid(std::uint32_t vid, std::uint32_t tag) { return after(vlanCtl_cmdSetTagVid(vid, tag)); }
-    TagRule& setEtherType(std::uint32_t type) { return after(vlanCtl_cmdSetEtherType(type)); }
+    TagRule& push() { return unexamined(vlanCtl_cmdPushVlanTag()); }
+    TagRule& pop() { return unexamined(vlanCtl_cmdPopVlanTag()); }
+    TagRule& setPbits(std::uint32_t pbits, std::uint32_t tag) { return unexamined(vlanCtl_cmdSetTagPbits(pbits, tag)); }
+    TagRule& setCfi(std::uint32_t cfi, std::uint32_t tag) { return unexamined(vlanCtl_cmdSetTagCfi(cfi, tag)); }
+    TagRule& setVid(std::uint32_t vid, std::uint32_t tag) { return unexamined(vlanCtl_cmdSetTagVid(vid, tag)); }
+    TagRule& setEtherType(std::uint32_t type) { return unexamined(vlanCtl_cmdSetEtherType(type)); }
     TagRule& setTagEtherType(std::uint32_t type, std::uint32_t tag) {
-        return after(vlanCtl_cmdSetTagEtherType(type, tag));
+        return unexamined(vlanCtl_cmdSetTagEtherType(type, tag));
     }
-    TagRule& copyPbits(std::uint32_t from, std::uint32_t to) { return after(vlanCtl_cmdCopyTagPbits(from, to)); }
-    TagRule& copyCfi(std::uint32_t from, std::uint32_t to) { return after(vlanCtl_cmdCopyTagCfi(from, to)); }
-    TagRule& copyVid(std::uint32_t from, std::uint32_t to) { return after(vlanCtl_cmdCopyTagVid(from, to)); }
+    TagRule& copyPbits(std::uint32_t from, std::uint32_t to) { return unexamined(vlanCtl_cmdCopyTagPbits(from, to)); }
+    TagRule& copyCfi(std::uint32_t from, std::uint32_t to) { return unexamined(vlanCtl_cmdCopyTagCfi(from, to)); }
+    TagRule& copyVid(std::uint32_t from, std::uint32_t to) { return unexamined(vlanCtl_cmdCopyTagVid(from, to)); }
     TagRule& copyTagEtherType(std::uint32_t from, std::uint32_t to) {
-        return after(vlanCtl_cmdCopyTagEtherType(from, to));
+        return unexamined(vlanCtl_cmdCopyTagEtherType(from, to));
     }
-    TagRule& dscpToPbits(std::uint32_t tag) { return after(vlanCtl_cmdDscpToPbits(tag)); }
-    TagRule& drop() { return after(vlanCtl_cmdDropFrame()); }
-    TagRule& markGemIndex(std::uint32_t gemIndex) { return after(vlanCtl_cmdSetSkbMarkPort(gemIndex)); }
-    TagRule& markQueue(std::uint32_t queue) { return after(vlanCtl_cmdSetSkbMarkQueue(queue)); }
+    TagRule& dscpToPbits(std::uint32_t tag) { return unexamined(vlanCtl_cmdDscpToPbits(tag)); }
+    TagRule& drop() { return unexamined(vlanCtl_cmdDropFrame()); }
+    TagRule& markGemIndex(std::uint32_t gemIndex) { return unexamined(vlanCtl_cmdSetSkbMarkPort(gemIndex)); }
+    TagRule& markQueue(std::uint32_t queue) { return unexamined(vlanCtl_cmdSetSkbMarkQueue(queue)); }
 
     // The TPID and, with it, the DEI of the given tag. The TPID of tag 0 is the type word of the frame, that of tag 1
     // the type word inside tag 0. Nothing for a code that stands for no TPID.
     TagRule& filterTpid(const std::optional<TpidDei>& code, std::uint32_t tag);
     TagRule& setTpid(const std::optional<TpidDei>& code, std::uint32_t tag);
+    // p-bits and VID of one of the two tags that a treatment writes, by the codes of TagCodes.h. Values are copied from
+    // one tag to the other only where the row translates, since the tag to copy from may else be missing.
+    enum class DscpMapping { Always, OnlyWhenTranslating };
+    TagRule& writeTag(std::uint32_t pbits, std::uint32_t vid, std::uint32_t tag, bool translates, DscpMapping dscp);
     // The pushes or pops of a VlanTagAction, and those that take it back.
     TagRule& changeTagCount(std::uint32_t tagAction);
     TagRule& revertTagCount(std::uint32_t tagAction);
@@ -105,7 +112,8 @@ public:
                  const VlanExtVlanTagOper_t& row);
 
 private:
-    TagRule& after(int /*result*/) { return *this; }
+    // Why no call is examined stands at the top.
+    TagRule& unexamined(int /*vlanCtlResult*/) { return *this; }
 };
 
 constexpr std::uint32_t kTpidCustomer = 0x8100;

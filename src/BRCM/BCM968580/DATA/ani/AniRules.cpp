@@ -204,14 +204,15 @@ void EtherSwitchBcm380::insertAniFilterTagRules(const VlanTciFilterInfo_t* info,
                                                 std::uint32_t phyId, char* devIfc, char* vlanIfc, std::uint16_t qid) {
     const AniRulePlace place = {direction, phyId, qid, devIfc, vlanIfc};
     if (info == nullptr || !place.valid()) return;
-    vlanCtl_init();
-    if (const ForwardOperation* operation = forwardOperationOf(info->forwardOperation)) {
-        insertForwardOperation(*this, place, *operation, *info);
-    } else if (direction == kReceive || direction == kTransmit) {
-        insertDefaultAniTagRules(devIfc, vlanIfc, static_cast<std::uint16_t>(phyId), qid, direction,
-                                 direction == kReceive ? kDrop : kPass);
+    {
+        const VlanCtlSession session;
+        if (const ForwardOperation* operation = forwardOperationOf(info->forwardOperation)) {
+            insertForwardOperation(*this, place, *operation, *info);
+        } else if (direction == kReceive || direction == kTransmit) {
+            insertDefaultAniTagRules(devIfc, vlanIfc, static_cast<std::uint16_t>(phyId), qid, direction,
+                                     direction == kReceive ? kDrop : kPass);
+        }
     }
-    vlanCtl_cleanup();
     std::printf(
         "===> insertAniFilterTagRules: numberOfEntries=%d, forwardOperation=%d, direction=%d, phyId=%d, devIfc=%s, "
         "vlanIfc=%s, qid=%u",
@@ -239,10 +240,11 @@ void EtherSwitchBcm380::setDefaultAction(char* devIfc, char* vlanIfc, std::uint8
 void EtherSwitchBcm380::insertDefaultTagRules(char* devIfc, char* vlanIfc, std::uint16_t phyId, std::uint8_t direction,
                                               std::uint8_t action) {
     if (devIfc == nullptr || vlanIfc == nullptr) return;
-    vlanCtl_init();
-    for (std::uint16_t tags = 0; tags < kTagCounts; ++tags)
-        setDefaultAction(devIfc, vlanIfc, action, tags, phyId, direction);
-    vlanCtl_cleanup();
+    {
+        const VlanCtlSession session;
+        for (std::uint16_t tags = 0; tags < kTagCounts; ++tags)
+            setDefaultAction(devIfc, vlanIfc, action, tags, phyId, direction);
+    }
     std::printf("===> insertDefaultTagRules, devIfc=%s, vlanIfc=%s, direction=%d, action=%d\n", devIfc, vlanIfc,
                 direction, action);
 }
@@ -251,16 +253,17 @@ void EtherSwitchBcm380::insertDefaultAniTagRules(char* devIfc, char* vlanIfc, st
                                                  std::uint8_t direction, std::uint8_t action) {
     const AniRulePlace place = {direction, phyId, qid, devIfc, vlanIfc};
     if (!place.valid()) return;
-    vlanCtl_init();
-    for (std::uint16_t tags = 0; tags < kTagCounts; ++tags)
-        vlanCtl_setDefaultAction(devIfc, direction, tags, action, vlanIfc);
-    if (direction == kReceive || direction == kTransmit) {
-        TagRule rule;
-        filterOrigin(rule, place, false);
-        if (direction == kTransmit) rule.markGemIndex(phyId).markQueue(qid);
-        installInTables(*this, rule, place, 0, kTagCounts - 1, tablePosition(direction == kTransmit));
+    {
+        const VlanCtlSession session;
+        for (std::uint16_t tags = 0; tags < kTagCounts; ++tags)
+            vlanCtl_setDefaultAction(devIfc, direction, tags, action, vlanIfc);
+        if (direction == kReceive || direction == kTransmit) {
+            TagRule rule;
+            filterOrigin(rule, place, false);
+            if (direction == kTransmit) rule.markGemIndex(phyId).markQueue(qid);
+            installInTables(*this, rule, place, 0, kTagCounts - 1, tablePosition(direction == kTransmit));
+        }
     }
-    vlanCtl_cleanup();
     std::printf("===> insertDefaultAniTagRules, devIfc=%s, vlanIfc=%s, phyId=%d, qid=%u, direction=%d, action=%d",
                 devIfc, vlanIfc, phyId, qid, direction, action);
 }

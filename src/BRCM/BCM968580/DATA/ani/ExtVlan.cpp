@@ -3,33 +3,22 @@
 #include <cstdio>
 
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
+#include "BRCM/BCM968580/DATA/TagCodes.h"
 #include "BRCM/BCM968580/DATA/TagRule.h"
+
+using namespace tag_codes;
 
 namespace {
 
 using Row = BridgeServiceProvisioning;
 
-constexpr std::uint16_t kNoTag = 15;
-constexpr std::uint16_t kPbitValues = 8;    // p-bits below are values
-constexpr std::uint16_t kVidValues = 4095;  // VIDs below are values
-constexpr std::uint16_t kPbitsFromInner = 8;
-constexpr std::uint16_t kPbitsFromOuter = 9;
-constexpr std::uint16_t kPbitsFromDscp = 10;
-constexpr std::uint16_t kVidFromInner = 4096;
-constexpr std::uint16_t kVidFromOuter = 4097;
 constexpr std::uint32_t kHighestEtherTypeCode = ETHERTYPE_FILTER_EAPOL;
 
-bool isPbits(std::uint16_t value) {
-    return value < kPbitValues;
-}
-bool isVid(std::uint16_t value) {
-    return value < kVidValues;
-}
 bool outerAdded(const Row& row) {
-    return row.outerVlanPrioAction != kNoTag;
+    return row.outerVlanPrioAction != kPrioNoTag;
 }
 bool innerAdded(const Row& row) {
-    return row.innerVlanPrioAction != kNoTag;
+    return row.innerVlanPrioAction != kPrioNoTag;
 }
 bool onlyInnerAdded(const Row& row) {
     return innerAdded(row) && !outerAdded(row);
@@ -138,8 +127,8 @@ void treatSingleTag(TagRule& rule, const Row& row) {
         row.innerVlanPrioAction, row.innerVlanIdAction, row.innerTpidAction, row.outputTpid);
     const std::uint16_t pbits = row.innerVlanPrioAction;
     if (isPbits(pbits)) rule.setPbits(pbits, 0);
-    if (pbits == kPbitsFromDscp) rule.dscpToPbits(0);
-    if (pbits == kPbitsFromInner && mayCopyInnerPbits(row)) rule.copyPbits(1, 0);
+    if (pbits == kPrioFromDscp) rule.dscpToPbits(0);
+    if (pbits == kPrioFromInner && mayCopyInnerPbits(row)) rule.copyPbits(1, 0);
 
     const std::uint16_t vid = row.innerVlanIdAction;
     if (isVid(vid)) rule.setVid(vid, 0);
@@ -153,17 +142,11 @@ void treatSingleTag(TagRule& rule, const Row& row) {
     }
 }
 
-// One of two tags. Values are copied between the tags only where the frame keeps its number of tags.
+// One of two tags. The DSCP is mapped whatever happens to the number of tags, unlike in a UNI's row
+// (uni/UniTagRules.cpp): kept as it is.
 void treatTag(TagRule& rule, const Row& row, std::uint32_t tag, std::uint16_t pbits, std::uint16_t vid,
               std::uint16_t tpid) {
-    const bool copies = row.tagTreatment == VLAN_TAG_ACTION_TRANSLATE;
-    if (isPbits(pbits)) rule.setPbits(pbits, tag);
-    if (pbits == kPbitsFromInner && copies) rule.copyPbits(1, tag);
-    if (pbits == kPbitsFromOuter && copies) rule.copyPbits(0, tag);
-    if (pbits == kPbitsFromDscp) rule.dscpToPbits(tag);
-    if (isVid(vid)) rule.setVid(vid, tag);
-    if (vid == kVidFromInner && copies) rule.copyVid(1, tag);
-    if (vid == kVidFromOuter && copies) rule.copyVid(0, tag);
+    rule.writeTag(pbits, vid, tag, row.tagTreatment == VLAN_TAG_ACTION_TRANSLATE, TagRule::DscpMapping::Always);
     rule.setTpid(tpidTreatmentOf(tpid, row.outputTpid), tag);
 }
 
@@ -198,7 +181,7 @@ void printInnerAction(const Row& row) {
 
 void matchSingleTag(TagRule& rule, const Row& row) {
     if (isPbits(row.innerVlanPrioAction)) rule.filterPbits(row.innerVlanPrioAction, 0);
-    if (row.innerVlanPrioAction == kPbitsFromInner && mayCopyInnerPbits(row) && isPbits(row.innerVlanPrioFilter))
+    if (row.innerVlanPrioAction == kPrioFromInner && mayCopyInnerPbits(row) && isPbits(row.innerVlanPrioFilter))
         rule.filterPbits(row.innerVlanPrioFilter, 0);
     if (isVid(row.innerVlanIdAction)) rule.filterVid(row.innerVlanIdAction, 0);
     if (row.innerVlanIdAction == kVidFromInner && mayCopyInnerVid(row)) rule.filterVid(row.innerVlanIdFilter, 0);
@@ -251,8 +234,8 @@ void restoreBothTags(TagRule& rule, const Row& row) {
 }
 
 void restoreTags(TagRule& rule, const Row& row) {
-    if (!innerAdded(row) || row.innerVlanPrioFilter == kNoTag) return;
-    if (outerAdded(row) && row.outerVlanPrioFilter != kNoTag) return restoreBothTags(rule, row);
+    if (!innerAdded(row) || row.innerVlanPrioFilter == kPrioNoTag) return;
+    if (outerAdded(row) && row.outerVlanPrioFilter != kPrioNoTag) return restoreBothTags(rule, row);
     restoreInnerPbitsAndVid(rule, row, 0);
     rule.setTpid(tpidFilterOf(row.innerTpidFilter, row.inputTpid), 0);
 }
@@ -291,7 +274,8 @@ bool wantsDownstreamRule(const Row& row) {
 
 }  // namespace
 
-// Kept: vlanctl is opened here although the caller closes it; it holds no state but the pending rule.
+// Kept: vlanctl is opened once more and not closed here. The multicast set-up, which calls this, has opened it already
+// and closes it once; vlanctl holds no state but the pending rule, so that a VlanCtlSession would only add a call.
 int EtherSwitchBcm380::insertExtVlanUsTagRules(const BridgeServiceProvisioning* bridgeProv, std::uint16_t uniPort,
                                                std::uint16_t gemPortIndex, char* devIfc, char* vlanIfc) {
     static_cast<void>(uniPort);
@@ -303,9 +287,9 @@ int EtherSwitchBcm380::insertExtVlanUsTagRules(const BridgeServiceProvisioning* 
     std::printf("insertExtVlanUsTagRules: filter on vlanCtl_setReceiveVlanDevice ");
     rule.bind(VLANCTL_DIRECTION_RX, vlanIfc);
 
-    const bool filtersOuter = row.outerVlanPrioFilter != kNoTag;
+    const bool filtersOuter = row.outerVlanPrioFilter != kPrioNoTag;
     if (filtersOuter) filterOuterTag(rule, row);
-    if (row.innerVlanPrioFilter != kNoTag) filterInnerTag(rule, row, filtersOuter ? 1 : 0);
+    if (row.innerVlanPrioFilter != kPrioNoTag) filterInnerTag(rule, row, filtersOuter ? 1 : 0);
     filterTypes(rule, row);
     rule.changeTagCount(row.tagTreatment);
     if (onlyInnerAdded(row)) treatSingleTag(rule, row);

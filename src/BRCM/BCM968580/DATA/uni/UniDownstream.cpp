@@ -111,23 +111,27 @@ void restoreTags(TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint32_t i
 
 // ---- the downstream table: the number of tags that the frame carries towards the UNI ----
 
-using Announcement = void (*)(int table);
+// What is printed of the tags that a row removes.
+enum class RemovalText { None, NoneOfOneTag, Outer, Both, BothOfUntagged };
 
-void announceUntaggedBoth(int table) {
-    std::printf("untagged...");  // Kept: the second of this case
-    std::printf("removeType VLAN_TREATMENT_REMOVE_BOTH...txFilterType:%d", table);
-}
-void announceBoth(int table) {
-    std::printf("removeType VLAN_TREATMENT_REMOVE_BOTH...txFilterType:%d", table);
-}
-void announceOuter(int table) {
-    std::printf("removeType VLAN_TREATMENT_REMOVE_OUTER...txFilterType:%d", table);
-}
-void announceDefault(int table) {
-    std::printf("removeType default...txFilterType:%d", table);
-}
-void announceDefualt(int table) {
-    std::printf("removeType defualt...txFilterType:%d", table);
+void announceRemoval(RemovalText text, int table) {
+    switch (text) {
+        case RemovalText::None:
+            std::printf("removeType default...txFilterType:%d", table);
+            break;
+        case RemovalText::NoneOfOneTag:  // kept: misspelt, and only here
+            std::printf("removeType defualt...txFilterType:%d", table);
+            break;
+        case RemovalText::Outer:
+            std::printf("removeType VLAN_TREATMENT_REMOVE_OUTER...txFilterType:%d", table);
+            break;
+        case RemovalText::BothOfUntagged:
+            std::printf("untagged...");  // kept: the second of this case
+            [[fallthrough]];
+        case RemovalText::Both:
+            std::printf("removeType VLAN_TREATMENT_REMOVE_BOTH...txFilterType:%d", table);
+            break;
+    }
 }
 
 // The table by the tags that the upstream treatment added.
@@ -136,26 +140,26 @@ struct DownstreamTable {
     int innerAdded;
     int outerAdded;
     int bothAdded;
-    Announcement announce;
+    RemovalText text;
 };
 
 // By the tags that the row filters on and those that it removes; another removeType removes none.
 // clang-format off
 constexpr DownstreamTable kDownstreamTables[3][3] = {
     {
-        /* untagged, none  */ {0, 1, 0, 2, announceDefault},
-        /* untagged, outer */ {0, 0, 0, 1, announceOuter},
-        /* untagged, both  */ {0, 0, 0, 0, announceUntaggedBoth},
+        /* untagged, none  */ {0, 1, 0, 2, RemovalText::None},
+        /* untagged, outer */ {0, 0, 0, 1, RemovalText::Outer},
+        /* untagged, both  */ {0, 0, 0, 0, RemovalText::BothOfUntagged},
     },
     {
-        /* one tag, none   */ {1, 2, 1, 2, announceDefualt},
-        /* one tag, outer  */ {0, 1, 0, 2, announceOuter},
-        /* one tag, both   */ {0, 0, 0, 1, announceBoth},
+        /* one tag, none   */ {1, 2, 1, 2, RemovalText::NoneOfOneTag},
+        /* one tag, outer  */ {0, 1, 0, 2, RemovalText::Outer},
+        /* one tag, both   */ {0, 0, 0, 1, RemovalText::Both},
     },
     {
-        /* two tags, none  */ {2, 2, 2, 2, announceDefault},
-        /* two tags, outer */ {1, 2, 1, 2, announceOuter},
-        /* two tags, both  */ {0, 1, 0, 2, announceBoth},
+        /* two tags, none  */ {2, 2, 2, 2, RemovalText::None},
+        /* two tags, outer */ {1, 2, 1, 2, RemovalText::Outer},
+        /* two tags, both  */ {0, 1, 0, 2, RemovalText::Both},
     },
 };
 // clang-format on
@@ -197,7 +201,7 @@ std::uint32_t downstreamTable(const VlanExtVlanTagOper_t& row) {
     const int withoutOuter = hasTag(row.inner_treatment) ? choice.innerAdded : choice.noneAdded;
     const int withOuter = hasTag(row.inner_treatment) ? choice.bothAdded : choice.outerAdded;
     const int table = hasTag(row.outer_treatment) ? withOuter : withoutOuter;
-    choice.announce(table);
+    announceRemoval(choice.text, table);
     announceTable(table);
     return static_cast<std::uint32_t>(table);
 }

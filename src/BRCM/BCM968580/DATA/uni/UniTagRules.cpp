@@ -98,24 +98,10 @@ void treatLoneTag(TagRule& rule, const VlanExtVlanTagOper_t& row, VlanTagAction 
     rule.setTpid(loneTpidTreatmentOf(treatment.tpid_de, outputTpid), kOuterTag);
 }
 
+// Only a row that translates maps the DSCP onto one of two tags; a bridge service's row always does (ani/ExtVlan.cpp).
 void treatTag(TagRule& rule, const VlanTagFilter_t& treatment, std::uint32_t tag, VlanTagAction tagAction) {
-    const bool translates = tagAction == VLAN_TAG_ACTION_TRANSLATE;
-    if (treatment.prio <= kLastPrio) {
-        rule.setPbits(treatment.prio, tag);
-    } else if (translates && treatment.prio == kPrioFromInner) {
-        rule.copyPbits(kInnerTag, tag);
-    } else if (translates && treatment.prio == kPrioFromOuter) {
-        rule.copyPbits(kOuterTag, tag);
-    } else if (translates && treatment.prio == kPrioFromDscp) {
-        rule.dscpToPbits(tag);
-    }
-    if (treatment.vlanId <= kLastVid) {
-        rule.setVid(treatment.vlanId, tag);
-    } else if (translates && treatment.vlanId == kVidFromInner) {
-        rule.copyVid(kInnerTag, tag);
-    } else if (translates && treatment.vlanId == kVidFromOuter) {
-        rule.copyVid(kOuterTag, tag);
-    }
+    rule.writeTag(treatment.prio, treatment.vlanId, tag, tagAction == VLAN_TAG_ACTION_TRANSLATE,
+                  TagRule::DscpMapping::OnlyWhenTranslating);
 }
 
 // An outer treatment without an inner one is no combination of G.988: nothing is written.

@@ -7,27 +7,14 @@
 #include <optional>
 
 #include "BRCM/BCM968580/DATA/EngineRecords.h"
+#include "BRCM/BCM968580/DATA/TagCodes.h"
 #include "BRCM/BCM968580/DATA/TagRule.h"
 
 class EtherSwitchBcm380;
 
 namespace uni_tagging {
 
-constexpr std::uint32_t kOuterTag = 0;  // the only tag of a single-tagged frame
-constexpr std::uint32_t kInnerTag = 1;
-
-// p-bit codes of filters and treatments; 0 to kLastPrio are values.
-constexpr std::uint8_t kLastPrio = 7;
-constexpr std::uint8_t kPrioFromInner = 8;  // of a filter: the tag is there, its p-bits do not matter
-constexpr std::uint8_t kPrioFromOuter = 9;
-constexpr std::uint8_t kPrioFromDscp = 10;
-constexpr std::uint8_t kPrioDefaultRow = 14;
-constexpr std::uint8_t kPrioNoTag = 15;
-
-// VID codes; 0 to kLastVid are values.
-constexpr std::uint16_t kLastVid = 4094;
-constexpr std::uint16_t kVidFromInner = 4096;
-constexpr std::uint16_t kVidFromOuter = 4097;
+using namespace tag_codes;
 
 constexpr std::uint32_t kTpidCodeOutput = 3;  // of a lone inner treatment: the output TPID, DEI as it comes
 constexpr std::uint32_t kTpidCodeDei1 = 7;
