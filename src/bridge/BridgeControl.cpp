@@ -11,6 +11,7 @@
 #include <mutex>
 
 #include "bridge/BridgeName.h"
+#include "hal/KernelNames.h"
 
 namespace {
 
@@ -30,14 +31,14 @@ int request(unsigned long number, void* argument) {
 }
 
 int bridgeRequest(unsigned long number, const char* name) {
-    if (!kernel_bridge::isDeviceName(name)) return EINVAL;
+    if (!isDeviceName(name)) return EINVAL;
     KernelName kernelName(name);
     const std::lock_guard<std::mutex> lock(controlMutex);
     return request(number, kernelName.text);
 }
 
 int portRequest(unsigned long number, const char* bridgeName, const char* port) {
-    if (!kernel_bridge::isDeviceName(bridgeName) || !kernel_bridge::isDeviceName(port)) return EINVAL;
+    if (!isDeviceName(bridgeName) || !isDeviceName(port)) return EINVAL;
     const std::lock_guard<std::mutex> lock(controlMutex);
     ifreq query{};
     std::memcpy(query.ifr_name, KernelName(port).text, IFNAMSIZ);

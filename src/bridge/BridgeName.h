@@ -6,8 +6,9 @@
 
 namespace kernel_bridge {
 
-// The name could be one of the kernel's device names. False for null.
-bool isDeviceName(const char* name);
+// The unit of times in sysfs, on every architecture.
+constexpr long kTicksPerSecond = 100;
+constexpr long kMicrosecondsPerTick = 10000;
 
 constexpr const char* kNetClass = "/sys/class/net";
 

@@ -7,11 +7,10 @@
 
 #include "bridge/BridgeControl.h"
 #include "bridge/BridgeName.h"
+#include "hal/KernelNames.h"
 
 namespace {
 
-constexpr long kTicksPerSecond = 100;  // the kernel's unit towards user space, on every architecture
-constexpr long kMicrosecondsPerTick = 10000;
 constexpr long kMostTicks = 0x7FFFFFFF;
 constexpr int kHighestPriority = 65535;
 
@@ -26,18 +25,21 @@ int writeNumber(const std::string& path, long number) {
 }
 
 int setBridge(const char* name, const char* attribute, long number) {
-    if (!kernel_bridge::isDeviceName(name)) return EINVAL;
+    if (!isDeviceName(name)) return EINVAL;
     return writeNumber(kernel_bridge::bridgeAttribute(name, attribute), number);
 }
 
 int setBridgeTime(const char* name, const char* attribute, const timeval* time) {
-    if (time == nullptr || time->tv_sec < 0 || time->tv_sec > kMostTicks / kTicksPerSecond - 1) return EINVAL;
+    if (time == nullptr || time->tv_sec < 0 || time->tv_sec > kMostTicks / kernel_bridge::kTicksPerSecond - 1)
+        return EINVAL;
     if (time->tv_usec < 0 || time->tv_usec > 999999) return EINVAL;
-    return setBridge(name, attribute, time->tv_sec * kTicksPerSecond + time->tv_usec / kMicrosecondsPerTick);
+    return setBridge(
+        name, attribute,
+        time->tv_sec * kernel_bridge::kTicksPerSecond + time->tv_usec / kernel_bridge::kMicrosecondsPerTick);
 }
 
 int setPort(const char* name, const char* port, const char* attribute, int number) {
-    if (!kernel_bridge::isDeviceName(name) || !kernel_bridge::isDeviceName(port) || number < 0) return EINVAL;
+    if (!isDeviceName(name) || !isDeviceName(port) || number < 0) return EINVAL;
     return writeNumber(kernel_bridge::portAttribute(name, port, attribute), number);
 }
 

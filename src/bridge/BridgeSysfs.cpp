@@ -16,16 +16,16 @@
 #include "bridge/BridgeControl.h"
 #include "bridge/BridgeName.h"
 #include "hal/FileText.h"
+#include "hal/KernelNames.h"
 
 namespace {
 
-constexpr unsigned long kTicksPerSecond = 100;  // the kernel's unit towards user space, on every architecture
-constexpr unsigned long kMicrosecondsPerTick = 10000;
-
 timeval timeOf(unsigned long ticks) {
+    constexpr auto perSecond = static_cast<unsigned long>(kernel_bridge::kTicksPerSecond);
+    constexpr auto microseconds = static_cast<unsigned long>(kernel_bridge::kMicrosecondsPerTick);
     timeval time{};
-    time.tv_sec = static_cast<time_t>(ticks / kTicksPerSecond);
-    time.tv_usec = static_cast<suseconds_t>(ticks % kTicksPerSecond * kMicrosecondsPerTick);
+    time.tv_sec = static_cast<time_t>(ticks / perSecond);
+    time.tv_usec = static_cast<suseconds_t>(ticks % perSecond * microseconds);
     return time;
 }
 
@@ -90,7 +90,7 @@ int sortedEntries(const std::string& directory, std::vector<std::string>* names)
     // readdir answers null at the end and on an error; only the latter sets errno.
     errno = 0;
     while (const dirent* entry = readdir(stream)) {
-        if (kernel_bridge::isDeviceName(entry->d_name)) names->emplace_back(entry->d_name);
+        if (isDeviceName(entry->d_name)) names->emplace_back(entry->d_name);
         errno = 0;
     }
     const int error = errno;
@@ -141,7 +141,7 @@ int readEntries(int fd, br_fdb_entry* entries, std::size_t capacity, std::size_t
 }  // namespace
 
 int br_get_bridge_info(const char* bridge, struct br_bridge_info* info) {
-    if (!kernel_bridge::isDeviceName(bridge) || info == nullptr) return EINVAL;
+    if (!isDeviceName(bridge) || info == nullptr) return EINVAL;
     br_bridge_info read{};
     AttributeReader reader(kernel_bridge::bridgeAttribute(bridge, ""));
     reader.id("bridge_id", &read.bridge_id);
@@ -161,7 +161,7 @@ int br_get_bridge_info(const char* bridge, struct br_bridge_info* info) {
 }
 
 int br_get_port_info(const char* bridge, const char* port, struct br_port_info* info) {
-    if (!kernel_bridge::isDeviceName(bridge) || !kernel_bridge::isDeviceName(port) || info == nullptr) return EINVAL;
+    if (!isDeviceName(bridge) || !isDeviceName(port) || info == nullptr) return EINVAL;
     br_port_info read{};
     AttributeReader reader(kernel_bridge::portAttribute(bridge, port, ""));
     reader.number("port_no", &read.port_no);
@@ -179,8 +179,7 @@ int br_get_port_info(const char* bridge, const char* port, struct br_port_info* 
 
 int br_read_fdb(const char* bridge, struct br_fdb_entry* entries, size_t capacity, size_t skip, size_t* count) {
     constexpr std::size_t kMostEntries = std::numeric_limits<std::int32_t>::max() / sizeof(__fdb_entry);
-    if (!kernel_bridge::isDeviceName(bridge) || entries == nullptr || count == nullptr || skip > kMostEntries)
-        return EINVAL;
+    if (!isDeviceName(bridge) || entries == nullptr || count == nullptr || skip > kMostEntries) return EINVAL;
     const std::string path = std::string(kernel_bridge::kNetClass) + "/" + bridge + "/" SYSFS_BRIDGE_FDB;
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) return kernel_bridge::deviceError(errno);
@@ -203,7 +202,7 @@ int br_foreach_bridge(int (*visit)(const char* bridge, void* context), void* con
 
 int br_foreach_port(const char* bridge, int (*visit)(const char* bridge, const char* port, void* context),
                     void* context, int* stopped) {
-    if (!kernel_bridge::isDeviceName(bridge) || visit == nullptr) return EINVAL;
+    if (!isDeviceName(bridge) || visit == nullptr) return EINVAL;
     std::vector<std::string> names;
     const std::string directory = std::string(kernel_bridge::kNetClass) + "/" + bridge + "/" SYSFS_BRIDGE_PORT_SUBDIR;
     if (const int error = sortedEntries(directory, &names); error != 0) return error;

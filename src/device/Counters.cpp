@@ -11,6 +11,7 @@
 #include <string>
 
 #include "hal/FileText.h"
+#include "hal/KernelNames.h"
 #include "hal/Text.h"
 
 namespace {
@@ -36,12 +37,6 @@ constexpr std::uint64_t IntfStats::*kSplitColumns[] = {
     &IntfStats::rxMulticastFrames, &IntfStats::rxBroadcastFrames, &IntfStats::rxUnicastFrames,
     &IntfStats::txMulticastFrames, &IntfStats::txBroadcastFrames, &IntfStats::txUnicastFrames,
 };
-
-bool isDeviceName(const char* name) {
-    if (name == nullptr || name[0] == '\0' || std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) return false;
-    const std::size_t length = strnlen(name, IFNAMSIZ);
-    return length < IFNAMSIZ && std::memchr(name, '/', length) == nullptr;
-}
 
 std::optional<std::uint64_t> parseNumber(const std::string& text) {
     char* end = nullptr;

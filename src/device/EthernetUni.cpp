@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "hal/Shell.h"
 #include "hal/Text.h"
 #include "platform/devctl.h"
 
@@ -50,8 +51,8 @@ void setEthernetUniStatus(unsigned short uniInstance, unsigned char adminState) 
     }
     const auto command = adminState != 0 ? FixedText<128>("ifconfig eth%d up", port->device)
                                          : FixedText<128>("ifconfig eth%d down", port->device);
-    [[maybe_unused]] const int status = std::system(command.get());
-    // Kept: reported as a success whatever the command did; the daemon's log watchers look for it.
+    runShell(command.get());
+    // Kept as it is: reported as a success whatever the command did.
     std::printf("setEthernetUniStatus: Succesfully set eth%d link status:%d\n", port->device, adminState);
 }
 

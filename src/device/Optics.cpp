@@ -25,8 +25,8 @@ constexpr Level kTransmitted{LASER_IOC_GET_TX_POWER, 0.2, " *************** Read
 constexpr float kNaturalLogOf10 = 2.3025851F;
 constexpr double kUnitsPerDecibel = 500.0;  // 0.002 dB
 
-// Kept: single precision throughout, with this constant for ln 10. The OLT compares levels that were made like this,
-// and a better computation differs in the last unit.
+// Kept as it is: single precision throughout, with this constant for ln 10. A better computation differs in the last
+// unit.
 int levelOf(std::uint16_t raw, double milliwattsPerUnit) {
     const float thousands = static_cast<float>(raw) / 1000.0F;
     const auto milliwatts = static_cast<float>(static_cast<double>(thousands) * milliwattsPerUnit);

@@ -51,7 +51,6 @@ void OnuXponHalAdapterBCM::destroyInstance() {
 
 OnuXponHalAdapterBCM::~OnuXponHalAdapterBCM() {
     OnuXponHalAdapterBcmNgponLib::destroyInstance();
-    reserved_ = nullptr;
 }
 
 int OnuXponHalAdapterBCM::gpon_omci_api_init(OmciAccessType /*access*/) {

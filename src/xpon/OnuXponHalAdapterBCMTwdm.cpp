@@ -49,7 +49,7 @@ int exchange(int (Lib::*request)(Driver*), Hal* record, ByteRanges in, ByteRange
     return result;
 }
 
-// Kept: one sum over all channels and for the life of the process; the daemon takes differences of it.
+// Kept as it is: one sum over all channels and for the life of the process.
 std::uint32_t ploamRunningTotal = 0;
 
 // GPON control's counters over all GEM ports: asked for with this index and port id.

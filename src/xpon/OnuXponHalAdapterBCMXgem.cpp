@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "hal/Shell.h"
 #include "hal/Text.h"
 #include "platform/gponctl.h"
 #include "platform/kit_numbers.h"
@@ -42,10 +43,6 @@ GponCtlGemPortEnable enableRecord(unsigned short portId, unsigned short gemIndex
     record.gemPortId = portId;
     record.enable = enable ? 1 : 0;
     return record;
-}
-
-void run(const char* command) {
-    [[maybe_unused]] const int status = std::system(command);
 }
 
 }  // namespace
@@ -161,7 +158,7 @@ void OnuXponHalAdapterBCM::configGemPortQosUs(unsigned short queue, unsigned sho
     // The runner numbers a T-CONT's egress scheduler one above the T-CONT index.
     const FixedText<255> command("bs /b/c egress_tm/dir=us,index=%d queue_cfg[%d]={drop_threshold=%d}", tContIndex + 1,
                                  queue, kDropThreshold);
-    run(command.get());
+    runShell(command.get());
 }
 
 void OnuXponHalAdapterBCM::configGemPortShapingUs(unsigned short queue, unsigned short tContIndex,
@@ -178,7 +175,7 @@ void OnuXponHalAdapterBCM::configGemPortShapingUs(unsigned short queue, unsigned
 
 void OnuXponHalAdapterBCM::addGemToDefaultGponIf(unsigned short gemIndex) {
     if (gemIndex > kHighestGemIndex) return;
-    if (g_GemCnt == 0) run("ifconfig gpondef up");
+    if (g_GemCnt == 0) runShell("ifconfig gpondef up");
     ++g_GemCnt;
 }
 
@@ -186,7 +183,7 @@ void OnuXponHalAdapterBCM::removeGemFromDefaultGponIf(unsigned short gemIndex) {
     if (gemIndex > kHighestGemIndex) return;
     // Kept: no floor at 0. An unmatched removal leaves the device down until the count has been made up for.
     --g_GemCnt;
-    if (g_GemCnt == 0) run("ifconfig gpondef down");
+    if (g_GemCnt == 0) runShell("ifconfig gpondef down");
 }
 
 int OnuXponHalAdapterBCM::getGalEthPmHistDataME(GalEthPMHistoryData_t* data) {

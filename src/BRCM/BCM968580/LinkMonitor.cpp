@@ -7,10 +7,10 @@
 #include <cstdio>
 #include <fstream>
 
+#include "BRCM/BCM968580/DATA/EngineLog.h"
 #include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/omci_brcm_hal.h"
 #include "hal/SharedVariable.h"
-#include "platform/logger.h"
 
 // Neither up nor down, so that the first look counts as a change.
 std::int32_t VornBrcmHal::operStatus = ETHERNET_LINK_INITIAL;
@@ -81,8 +81,7 @@ void* VornBrcmHal::sfuNotificationDdlCallbacks(void* /*unused*/) {
     for (;;) {
         timeval second{1, 0};
         if (select(0, nullptr, nullptr, nullptr, &second) != 0) continue;  // interrupted: no second has passed
-        Logger::getInstance(kLogModule)
-            ->writeToLog(0, "sfuNotificationDdlCallbacks", kHalSource, __LINE__, kLogInfo, "PM Timer TIMED OUT \n");
+        ENGINE_LOG("sfuNotificationDdlCallbacks", kHalSource, kLogInfo, "PM Timer TIMED OUT \n");
         updateStatus();
     }
 }

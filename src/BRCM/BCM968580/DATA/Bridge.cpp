@@ -146,8 +146,6 @@ bool EtherSwitchBcm380::addBridgeInterface(const char* bridgeName) {
         br_set_stp_state(bridgeName, 0);
         timeval noDelay{};
         br_set_bridge_forward_delay(bridgeName, &noDelay);
-        // Formed only: new bridges are not announced, and the command stands here for whoever has to try it.
-        const CommandText announcement("sendarp -s br0 -d %s", bridgeName);
     }
     br_shutdown();
     return added;

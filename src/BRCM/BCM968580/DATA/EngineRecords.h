@@ -47,6 +47,8 @@ struct VLAN_RULE_INFO {
 };
 
 constexpr std::uint32_t kMaxVlanRules = 96;
+constexpr unsigned kMaxTciEntries = 12;    // as many as a VLAN tagging filter holds (G.988 9.3.11)
+constexpr std::uint16_t kNoStag = 0xFFFF;  // of iPhost_Stag: no service tag is known
 
 // The rules of one device and PHY id. Slots at and past a count are zero.
 struct VLAN_RULE_MAP_ENTRY {

@@ -13,6 +13,7 @@
 
 #include "BRCM/BCM968580/DATA/EngineRecords.h"
 #include "hal/Export.h"
+#include "hal/OwnedBlock.h"
 
 // ---- Bridges (Bridge.cpp) ----
 
@@ -54,13 +55,9 @@ extern VORN_API std::map<std::uint32_t, bool> m_cTagConfigInfo;
 
 // ---- Service map (gateway/ServiceMap.cpp) ----
 
-// Entries come from the C allocator.
-struct FreeServiceMapEntry {
-    void operator()(OMCI_SERVICE_MAP_ENTRY* entry) const { std::free(entry); }
-};
 // The services that the gateway has been told about; the map owns its entries. The listener thread reads it too: the
 // library takes a lock of its own around each access, so look at it only while no message can come in.
-extern VORN_API std::map<serviceKey, std::unique_ptr<OMCI_SERVICE_MAP_ENTRY, FreeServiceMapEntry>> m_SERVICE_MAP_ENTRY;
+extern VORN_API std::map<serviceKey, OwnedBlock<OMCI_SERVICE_MAP_ENTRY>> m_SERVICE_MAP_ENTRY;
 
 // ---- Gateway link (gateway/Cms.cpp) ----
 

@@ -9,12 +9,13 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "BRCM/BCM968580/DATA/EngineLog.h"
 #include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/DATA/TagRule.h"
 #include "device/MacText.h"
 #include "device/NetworkInterface.h"
+#include "hal/Shell.h"
 #include "hal/Text.h"
-#include "platform/logger.h"
 #include "platform/vlanctl.h"
 
 EtherSwitchBcm380* EtherSwitchBcm380::m_Instance = nullptr;
@@ -23,7 +24,6 @@ namespace {
 
 std::atomic<int> omciAction{0};  // the listener thread reads it too
 
-constexpr std::uint16_t kNoStag = 0xFFFF;
 constexpr unsigned kDefaultActionDrop = 1;
 constexpr int kRealDevMode = 0;
 constexpr unsigned kMostTags = 2;
@@ -45,25 +45,21 @@ bool runInShell(const CommandText& command) {
 EtherSwitchBcm380::EtherSwitchBcm380() : iPhost_Stag(kNoStag) {}
 
 EtherSwitchBcm380::~EtherSwitchBcm380() {
-    Logger::getInstance(kLogModule)
-        ->writeToLog(0, "~EtherSwitchBcm380", kEngineSource, __LINE__, kLogInfo, "this(%p)", static_cast<void*>(this));
+    ENGINE_LOG("~EtherSwitchBcm380", kEngineSource, kLogInfo, "this(%p)", static_cast<void*>(this));
     if (m_Instance == this) m_Instance = nullptr;  // deleteInstance() must not come back to this object
     deleteInstance();
 }
 
 EtherSwitchBcm380* EtherSwitchBcm380::getInstance() {
-    Logger* const log = Logger::getInstance(kLogModule);
-    log->writeToLog(0, "getInstance", kEngineSource, __LINE__, kLogTrace, "Start");
+    ENGINE_LOG("getInstance", kEngineSource, kLogTrace, "Start");
     if (m_Instance == nullptr) m_Instance = new EtherSwitchBcm380;
-    log->writeToLog(0, "getInstance", kEngineSource, __LINE__, kLogInfo, "this(%p) - End",
-                    static_cast<void*>(m_Instance));
+    ENGINE_LOG("getInstance", kEngineSource, kLogInfo, "this(%p) - End", static_cast<void*>(m_Instance));
     return m_Instance;
 }
 
 void EtherSwitchBcm380::deleteInstance() {
     EtherSwitchBcm380* const instance = m_Instance;
-    Logger::getInstance(kLogModule)
-        ->writeToLog(0, "deleteInstance", kEngineSource, __LINE__, kLogInfo, "this(%p)", static_cast<void*>(instance));
+    ENGINE_LOG("deleteInstance", kEngineSource, kLogInfo, "this(%p)", static_cast<void*>(instance));
     m_Instance = nullptr;
     delete instance;
 }
@@ -239,9 +235,8 @@ bool EtherSwitchBcm380::deleteAniVlanInterface(char* aniName, char* aniVlanName)
 
 bool EtherSwitchBcm380::runSystemCommand(const char* label, const char* command) {
     if (command == nullptr) return false;
-    Logger::getInstance(kLogModule)
-        ->writeToLog(0, "runSystemCommand", kDataProvSource, __LINE__, kLogTrace, " %s: %s", printable(label), command);
-    [[maybe_unused]] const int status = std::system(command);
+    ENGINE_LOG("runSystemCommand", kDataProvSource, kLogTrace, " %s: %s", printable(label), command);
+    runShell(command);
     return true;
 }
 

@@ -7,6 +7,7 @@
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/ani/GemPortIndex.h"
 #include "hal/SharedVariable.h"
+#include "hal/Shell.h"
 #include "hal/Text.h"
 
 std::int16_t m_aniTagRuleId = 0;
@@ -28,7 +29,7 @@ void stopSnooping(std::uint16_t bridgeId) {
         if (port.bridgeId != bridgeId) continue;
         const CommandText command("bs /b/c port/index=lan%d ingress_filter[igmp]={enabled=no,action=host}",
                                   port.lanPort);
-        [[maybe_unused]] const int status = std::system(command.get());
+        runShell(command.get());
     }
 }
 
@@ -74,7 +75,7 @@ bool EtherSwitchBcm380::unsetDscpToPbitsTable(char* uniName) {
     const int table = static_cast<int>(std::strtol(uniName + prefix, nullptr, 10));
     const CommandText command("bs /bdmf/d dscp_to_pbit/table=%d,qos_mapping=no", table);
     std::printf("dscptopbittable =========>%s,=========>%d", command.get(), table);
-    [[maybe_unused]] const int status = std::system(command.get());
+    runShell(command.get());
     return true;
 }
 

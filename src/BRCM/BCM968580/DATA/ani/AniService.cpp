@@ -13,6 +13,7 @@
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/ani/GemPortIndex.h"
+#include "hal/OwnedBlock.h"
 #include "hal/SharedVariable.h"
 #include "hal/Text.h"
 #include "platform/gponctl.h"
@@ -29,15 +30,11 @@ std::uint8_t protocolNumber = 0;
 namespace {
 
 constexpr std::uint8_t kHighestTrafficModel = 6;
-constexpr std::size_t kMaxTciEntries = 12;
 constexpr std::uint8_t kPbitNotMapped = 8;
 constexpr std::uint8_t kPbits = 8;
 constexpr std::uint8_t kDefaultDrop = 1;
 
-struct FreeMemory {
-    void operator()(void* block) const { std::free(block); }
-};
-using TciEntries = std::unique_ptr<VlanTci_t, FreeMemory>;
+using TciEntries = OwnedBlock<VlanTci_t>;
 using PbitArray = std::array<std::uint8_t, kPbits>;
 
 // Kept: the filter list of a multicast service is not released with its set-up.
@@ -63,7 +60,7 @@ void decodeTciList(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& r
     unsigned char* bytes = nullptr;
     unsigned int length = 0;
     if (engine.hexStringToBinaryBuf(tciText(record).c_str(), &bytes, &length) == 0) {
-        const std::unique_ptr<unsigned char, FreeMemory> owned(bytes);
+        const OwnedBlock<unsigned char> owned(bytes);
         if (named != 0) {
             info.numberOfEntries = usableEntries(named, length);
             engine.getTagFilters(bytes, info.numberOfEntries, &info);
@@ -98,6 +95,7 @@ void rememberGemPort(EtherSwitchBcm380& engine, std::uint16_t gemPortId, std::ui
     }
 }
 
+// The mark says to createAniFilterTagRules, whose arguments are fixed, that it is called for a multicast service.
 int configureMulticast(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record) {
     mcast = 1;
     const std::uint16_t gemIndex = gemPortIndexFromDriver(record.gemPortId);

@@ -6,11 +6,11 @@
 #include <cstring>
 #include <memory>
 
+#include "BRCM/BCM968580/DATA/EngineLog.h"
 #include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "hal/Text.h"
-#include "platform/logger.h"
 #include "platform/vlanctl.h"
 
 std::uint8_t mcast = 0;
@@ -106,17 +106,15 @@ int EtherSwitchBcm380::configureDsMcastIngress_rule(const BridgeServiceProvision
 void EtherSwitchBcm380::setMcastGemInfo(int gemPortId, int gemPortIndex) {
     mcastGemPortId = gemPortId;
     mcastGemPortIndex = gemPortIndex;
-    Logger::getInstance(kLogModule)
-        ->writeToLog(0, "setMcastGemInfo", kDataProvSource, __LINE__, kLogTrace,
-                     "Setting mcastGemPortId: %d, mcastGemPortIndex: %d\n", gemPortId, gemPortIndex);
+    ENGINE_LOG("setMcastGemInfo", kDataProvSource, kLogTrace, "Setting mcastGemPortId: %d, mcastGemPortIndex: %d\n",
+               gemPortId, gemPortIndex);
 }
 
 void EtherSwitchBcm380::getMcastGemInfo(int* gemPortId, int* gemPortIndex) {
     if (gemPortId != nullptr) *gemPortId = mcastGemPortId;
     if (gemPortIndex != nullptr) *gemPortIndex = mcastGemPortIndex;
-    Logger::getInstance(kLogModule)
-        ->writeToLog(0, "getMcastGemInfo", kDataProvSource, __LINE__, kLogTrace,
-                     "Returning mcastGemPortId: %d, mcastGemPortIndex: %d\n", mcastGemPortId, mcastGemPortIndex);
+    ENGINE_LOG("getMcastGemInfo", kDataProvSource, kLogTrace, "Returning mcastGemPortId: %d, mcastGemPortIndex: %d\n",
+               mcastGemPortId, mcastGemPortIndex);
 }
 
 void EtherSwitchBcm380::setProtocolNumber(unsigned char protocol) {

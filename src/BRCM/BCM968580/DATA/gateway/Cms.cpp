@@ -12,12 +12,12 @@
 #include <cstdio>
 #include <cstring>
 
+#include "BRCM/BCM968580/DATA/EngineLog.h"
 #include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
 #include "platform/kit_numbers.h"
-#include "platform/logger.h"
 
 void* msgHandle = nullptr;
 void* tmrHandle = nullptr;
@@ -61,8 +61,8 @@ CmsMsgHeader headerTo(std::uint32_t destination, std::uint32_t type, std::uint16
     return header;
 }
 
-// One wait of exactly one second, without a predicate. Kept: the gateway's answers carry nothing to match, so any
-// signal ends the wait and an answer that came before the wait is lost. Answers false when the time ran out.
+// One wait of exactly one second, without a predicate, since the gateway's answers carry nothing to match: any signal
+// ends it, and an answer that came before is lost. Kept as it is. Answers false when the time ran out.
 bool waitForGateway() {
     pthread_mutex_lock(&syncOmciRgLock);
     timespec deadline{};
@@ -103,9 +103,8 @@ bool waitForBus(int descriptor, bool* readable) {
 void handleServiceRequest(EtherSwitchBcm380& engine, const CmsMsgHeader& message) {
     OMCI_SERVICE_MAP_ENTRY request{};
     if (message.dataLength < sizeof request) {
-        Logger::getInstance(kLogModule)
-            ->writeToLog(0, "omcid_cmsmsgHandler", kEngineSource, __LINE__, kLogError,
-                         "Service request of %u bytes is too short\n", message.dataLength);
+        ENGINE_LOG("omcid_cmsmsgHandler", kEngineSource, kLogError, "Service request of %u bytes is too short\n",
+                   message.dataLength);
         return;
     }
     std::memcpy(&request, &message + 1, sizeof request);
@@ -195,7 +194,7 @@ int EtherSwitchBcm380::sendServiceInfoMsg(const OMCI_SERVICE_MAP_ENTRY* entry) {
     const int ret = cmsMsg_send(msgHandle, &message.header);
     if (ret != 0) std::printf("Send CMS_MSG_OMCI_GPON_WAN_SERVICE_STATUS_CHANGE failed, ret=%d", ret);
 
-    // Kept: a failed send is followed by the wait as well; the daemon's pace relies on it.
+    // Kept as it is: a failed send is followed by the wait as well.
     std::printf("\nWaiting for RG response");
     if (!waitForGateway()) std::printf("\nsendServiceInfoMsg: pthread_cond_timedwait timed out!!!");
     std::printf("\nRecived response from RG");

@@ -13,7 +13,7 @@
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 
-std::map<serviceKey, std::unique_ptr<OMCI_SERVICE_MAP_ENTRY, FreeServiceMapEntry>> m_SERVICE_MAP_ENTRY;
+std::map<serviceKey, OwnedBlock<OMCI_SERVICE_MAP_ENTRY>> m_SERVICE_MAP_ENTRY;
 
 namespace {
 

@@ -9,13 +9,15 @@
 #include <memory>
 #include <new>
 
+#include "BRCM/BCM968580/DATA/EngineLog.h"
 #include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/TagRule.h"
+#include "hal/OwnedBlock.h"
+#include "hal/Shell.h"
 #include "hal/Text.h"
 #include "platform/devctl.h"
-#include "platform/logger.h"
 
 namespace {
 
@@ -24,25 +26,16 @@ constexpr unsigned kVeipTagTables = 4;       // the VEIP passes frames with up t
 constexpr std::uint32_t kDropUnmatched = 1;  // default action
 constexpr int kSubDevices = 8;               // veip0.1 to veip0.8, made on the gateway side
 constexpr int kDeleteAttempts = 3;
-constexpr unsigned kMaxTciEntries = 12;  // as many as a tagging filter holds
-constexpr int kNoParticular = -2;        // p-bit or VLAN id of a notification about the port as a whole
-
-void runShell(const char* command) {
-    [[maybe_unused]] const int status = std::system(command);
-}
+constexpr int kNoParticular = -2;  // p-bit or VLAN id of a notification about the port as a whole
 
 bool isFilterModel(OmciMapFilterModelType type) {
     return type == OMCI_MF_MODEL_1_FILTER || type == OMCI_MF_MODEL_1_MAP_FILTER || type == OMCI_MF_MODEL_N_FILTER ||
            type == OMCI_MF_MODEL_N_MAP_FILTER;
 }
 
-struct FreeBlock {
-    void operator()(void* block) const { std::free(block); }
-};
-
 // The (p-bit, VLAN id) pairs of a TCI list: entry 0 is the wildcard, the received TCIs follow.
 struct TciPairs {
-    std::unique_ptr<VlanTci_t, FreeBlock> entries;
+    OwnedBlock<VlanTci_t> entries;
     unsigned count = 0;  // 0: the list did not decode
 };
 
@@ -153,8 +146,7 @@ void removeSubDevice(EtherSwitchBcm380& engine, const char* name) {
         if (attempt > 0) sleep(1);
         if (!engine.isInterfaceExisted(name)) {
             if (attempt == 0) {
-                Logger::getInstance(kLogModule)
-                    ->writeToLog(0, operation, kVeipSource, __LINE__, kLogError, "Interface %s doesn't exist\n", name);
+                ENGINE_LOG(operation, kVeipSource, kLogError, "Interface %s doesn't exist\n", name);
             }
             return;
         }
@@ -164,9 +156,8 @@ void removeSubDevice(EtherSwitchBcm380& engine, const char* name) {
             std::printf("In %s vlanCtl_deleteVlanInterface deleted %s\n", operation, name);
             return;
         }
-        Logger::getInstance(kLogModule)
-            ->writeToLog(0, operation, kVeipSource, __LINE__, kLogError,
-                         "In %s vlanCtl_deleteVlanInterface failed(%d)to remove ifName=%s\n", operation, ret, name);
+        ENGINE_LOG(operation, kVeipSource, kLogError,
+                   "In %s vlanCtl_deleteVlanInterface failed(%d)to remove ifName=%s\n", operation, ret, name);
     }
 }
 

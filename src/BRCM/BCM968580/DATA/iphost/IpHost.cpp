@@ -4,12 +4,12 @@
 #include <cstdio>
 #include <string>
 
+#include "BRCM/BCM968580/DATA/EngineLog.h"
 #include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/TagRule.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
 #include "hal/Text.h"
-#include "platform/logger.h"
 
 int EtherSwitchBcm380::numServices = 0;
 
@@ -18,7 +18,6 @@ namespace {
 constexpr const char* kFirstMacFile = "/proc/driver/i2c/first_mac";
 constexpr const char* kDhcpInterfaceFile = "/tmp/dhclient_interface";
 constexpr std::size_t kMacTextLength = 17;
-constexpr std::uint16_t kNoStag = 65535;
 
 struct IpHostNames {
     explicit IpHostNames(const IpHostProvision& rec)
@@ -54,9 +53,7 @@ template <std::size_t Count>
 bool areAddressTexts(const char* operation, const CheckedText (&texts)[Count]) {
     for (const CheckedText& checked : texts) {
         if (isAddressText(checked.text)) continue;
-        Logger::getInstance(kLogModule)
-            ->writeToLog(0, operation, kDataProvSource, __LINE__, kLogError, "IP host refused: %s is no address\n",
-                         checked.field);
+        ENGINE_LOG(operation, kDataProvSource, kLogError, "IP host refused: %s is no address\n", checked.field);
         return false;
     }
     return true;
@@ -76,10 +73,8 @@ bool isSafeFirstMac(const char* operation, const std::string& firstMac) {
 // Removes the IP host's S-tag from downstream frames and hands them to the bridge's ANI VLAN device.
 void insertStagPopRule(EtherSwitchBcm380& engine, const char* operation, const IpHostProvision& rec,
                        const IpHostNames& names) {
-    Logger::getInstance(kLogModule)
-        ->writeToLog(0, operation, kDataProvSource, __LINE__, kLogTrace,
-                     "IPHOST vlanInterface:%s for bridgeId:%u iPhost_Stag:%u", names.interface.get(), rec.bridgeId,
-                     engine.iPhost_Stag);
+    ENGINE_LOG(operation, kDataProvSource, kLogTrace, "IPHOST vlanInterface:%s for bridgeId:%u iPhost_Stag:%u",
+               names.interface.get(), rec.bridgeId, engine.iPhost_Stag);
     if (engine.iPhost_Stag >= kNoStag) return;
 
     DeviceName aniName;
@@ -91,11 +86,9 @@ void insertStagPopRule(EtherSwitchBcm380& engine, const char* operation, const I
         const VlanCtlSession session;
         TagRule rule;
         rule.bind(VLANCTL_DIRECTION_RX, aniVirtualName.get()).filterVid(engine.iPhost_Stag, 0).pop();
-        Logger::getInstance(kLogModule)
-            ->writeToLog(
-                0, operation, kDataProvSource, __LINE__, kLogTrace,
-                "IPHOST inserting PoP rule aniInterfaceName:%s aniVirtualName: %s for bridgeId:%u iPhost_Stag: %u",
-                aniName.get(), aniVirtualName.get(), rec.bridgeId, engine.iPhost_Stag);
+        ENGINE_LOG(operation, kDataProvSource, kLogTrace,
+                   "IPHOST inserting PoP rule aniInterfaceName:%s aniVirtualName: %s for bridgeId:%u iPhost_Stag: %u",
+                   aniName.get(), aniVirtualName.get(), rec.bridgeId, engine.iPhost_Stag);
         tagRuleId = rule.insert({aniName.get(), VLANCTL_DIRECTION_RX, 1, VLANCTL_POSITION_FRONT});
     }
     // Kept: recorded under the bridge and the UNI port, not under the ANI device; nothing takes the rule out again.
@@ -142,14 +135,11 @@ void announce(EtherSwitchBcm380& engine, const char* ifName, const IpHostProvisi
 bool EtherSwitchBcm380::provisionIpHostStatic(const IpHostProvision* rec) {
     if (rec == nullptr || !isSafeRecord(__func__, *rec) || !isSafeFirstMac(__func__, readFirstMac())) return false;
     ++numServices;
-    Logger::getInstance(kLogModule)
-        ->writeToLog(0, __func__, kDataProvSource, __LINE__, kLogError, "PROVISION IP HOST STATIC \n");
+    ENGINE_LOG(__func__, kDataProvSource, kLogError, "PROVISION IP HOST STATIC \n");
     IpHostNames names(*rec);
     if (rec->useSharedBridge == 0) {
         if (!configureBridge(rec->bridgeId, rec->uniPort, true)) {
-            Logger::getInstance(kLogModule)
-                ->writeToLog(0, __func__, kDataProvSource, __LINE__, kLogError,
-                             "Failed to configure UNI Vlan and update to Bridge!!!");
+            ENGINE_LOG(__func__, kDataProvSource, kLogError, "Failed to configure UNI Vlan and update to Bridge!!!");
         }
         insertUniAllowAllTxRxRules(names.bridge.get(), names.interface.get(), rec->uniPort);
     }
@@ -162,11 +152,10 @@ bool EtherSwitchBcm380::provisionIpHostStatic(const IpHostProvision* rec) {
 bool EtherSwitchBcm380::provisionIpHostDynamic(const IpHostProvision* rec) {
     if (rec == nullptr || !isSafeRecord(__func__, *rec) || !isSafeFirstMac(__func__, readFirstMac())) return false;
     ++numServices;
-    Logger::getInstance(kLogModule)
-        ->writeToLog(0, __func__, kDataProvSource, __LINE__, kLogError,
-                     "DYNAMIC IPHOST PROVISIONING Received with allocId:%u, gemId:%u, ipOptions:%u, BridgeId(%u), "
-                     "UniPort(%u), NniPort(%u)",
-                     rec->allocId, rec->gemId, rec->ipOptions, rec->bridgeId, rec->uniPort, 0U);
+    ENGINE_LOG(__func__, kDataProvSource, kLogError,
+               "DYNAMIC IPHOST PROVISIONING Received with allocId:%u, gemId:%u, ipOptions:%u, BridgeId(%u), "
+               "UniPort(%u), NniPort(%u)",
+               rec->allocId, rec->gemId, rec->ipOptions, rec->bridgeId, rec->uniPort, 0U);
     IpHostNames names(*rec);
     if (rec->useSharedBridge == 0) {
         if (!configureBridge(rec->bridgeId, rec->uniPort, true)) {
@@ -232,10 +221,9 @@ bool EtherSwitchBcm380::activateIpv4InterfaceDynamic(const char* ifName, const c
 
 bool EtherSwitchBcm380::deprovisionIpHost(const IpHostProvision* rec) {
     if (rec == nullptr || !isSafeRecord(__func__, *rec)) return false;
-    Logger::getInstance(kLogModule)
-        ->writeToLog(0, __func__, kDataProvSource, __LINE__, kLogError,
-                     "DEPROVISION IPHOST Recevied for allocId:%u, gemId:%u bridgeId:%u uniportid:%u", rec->allocId,
-                     rec->gemId, rec->bridgeId, rec->uniPort);
+    ENGINE_LOG(__func__, kDataProvSource, kLogError,
+               "DEPROVISION IPHOST Recevied for allocId:%u, gemId:%u bridgeId:%u uniportid:%u", rec->allocId,
+               rec->gemId, rec->bridgeId, rec->uniPort);
     const IpHostNames names(*rec);
     IpHostCommands commands(*this);
     commands.downForRemoval(names.bridge.get());

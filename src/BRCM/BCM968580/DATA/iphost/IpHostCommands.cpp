@@ -5,10 +5,11 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "BRCM/BCM968580/DATA/EngineLog.h"
 #include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
+#include "hal/Shell.h"
 #include "hal/Text.h"
-#include "platform/logger.h"
 
 namespace {
 
@@ -27,9 +28,7 @@ constexpr char kAddKeyMask[][64] = {
 // A command that was cut could mean something else.
 bool isWhole(const CommandText& command) {
     if (!command.cut()) return true;
-    Logger::getInstance(kLogModule)
-        ->writeToLog(0, "IpHostCommands", kDataProvSource, __LINE__, kLogError, "Command is too long: %.40s...\n",
-                     command.get());
+    ENGINE_LOG("IpHostCommands", kDataProvSource, kLogError, "Command is too long: %.40s...\n", command.get());
     return false;
 }
 
@@ -38,8 +37,7 @@ void runLogged(EtherSwitchBcm380& engine, const char* label, const CommandText& 
 }
 
 void runUnlogged(const CommandText& command) {
-    if (!isWhole(command)) return;
-    [[maybe_unused]] const int status = std::system(command.get());
+    if (isWhole(command)) runShell(command.get());
 }
 
 }  // namespace

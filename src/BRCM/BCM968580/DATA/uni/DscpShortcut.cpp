@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "BRCM/BCM968580/DATA/uni/UniTagging.h"
+#include "hal/Shell.h"
 #include "hal/Text.h"
 
 namespace uni_tagging {
@@ -20,7 +21,7 @@ constexpr unsigned int kPushedTpid = 0x8100;
 // The runner's answer is not looked at: deleting an absent object and making a present one both fail harmlessly.
 void run(const CommandText& command) {
     std::printf("=====> %s\n", command.get());
-    [[maybe_unused]] const int status = std::system(command.get());
+    runShell(command.get());
 }
 
 void deleteClassAndAction(int classIndex, int actionIndex) {
