@@ -1,5 +1,5 @@
 // Records of the TWDM managed entities (G.988 9.16), shared with the OMCI daemon: a binary contract. Each is as large
-// as the bytes that the PON adapter exchanges with the NGPON2 stack need. Byte 0 is the input, the TWDM channel number;
+// as the bytes that the PON adapter exchanges with the NGPON2 stack need, rounded up to whole words. Byte 0 is the input, the TWDM channel number;
 // bytes named reserved are neither read nor written. On failure a record stays as the caller filled it.
 #ifndef HAL_TWDM_RECORDS_H
 #define HAL_TWDM_RECORDS_H
@@ -11,6 +11,7 @@
 struct TWDMSystemProfile {
     std::uint8_t state;
     std::uint8_t detail;
+    std::uint8_t reserved[2];
 };
 
 struct TWDMSystemProfileMe_t {
@@ -23,6 +24,7 @@ struct TWDMSystemProfileMe_t {
 struct TWDMChannelProfile_t {
     std::uint8_t channel;
     std::uint8_t profile[4];
+    std::uint8_t reserved[3];
 };
 
 // Loss-of-downstream-synchronisation counters.
@@ -90,9 +92,9 @@ struct TWDMChannelOMCIPMHistoryData_t {
     std::uint32_t counters[3];
 };
 
-static_assert(sizeof(TWDMSystemProfile) == 2, "binary contract");
+static_assert(sizeof(TWDMSystemProfile) == 4, "binary contract");
 static_assert(sizeof(TWDMSystemProfileMe_t) == 24 && offsetof(TWDMSystemProfileMe_t, words) == 4, "binary contract");
-static_assert(sizeof(TWDMChannelProfile_t) == 5, "binary contract");
+static_assert(sizeof(TWDMChannelProfile_t) == 8, "binary contract");
 static_assert(sizeof(TWDMLodsPmData_t) == 64 && offsetof(TWDMLodsPmData_t, total) == 8 &&
                   offsetof(TWDMLodsPmData_t, counters) == 16,
               "binary contract");

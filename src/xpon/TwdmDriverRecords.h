@@ -1,5 +1,6 @@
 // Records that go to and come from "/dev/ngpon2_stack", as far as the adapter uses them. Each has the layout of the HAL
-// record that it is copied to (hal/TwdmRecords.h). Byte 0 is the input, the TWDM channel number.
+// record that it is copied to (hal/TwdmRecords.h). Byte 0 is the input, the TWDM channel number. The driver may fill a
+// record to its end, reserved bytes included; they go to it as zeros and are not copied.
 #ifndef XPON_TWDM_DRIVER_RECORDS_H
 #define XPON_TWDM_DRIVER_RECORDS_H
 
@@ -10,6 +11,7 @@
 struct BCM_NgponChannelStateInfo {
     std::uint8_t state;
     std::uint8_t detail;
+    std::uint8_t reserved[2];
 };
 
 struct BCM_TWDMSystemProfile {
@@ -22,6 +24,7 @@ struct BCM_TWDMSystemProfile {
 struct BCM_TWDMChannelProfile {
     std::uint8_t channel;
     std::uint8_t profile[4];
+    std::uint8_t reserved[3];
 };
 
 struct BCM_TWDMLodsPmData {
@@ -83,9 +86,9 @@ struct BCM_TWDMChannelOMCIPMHistoryData {
     std::uint32_t counters[3];
 };
 
-static_assert(sizeof(BCM_NgponChannelStateInfo) == 2, "driver contract");
+static_assert(sizeof(BCM_NgponChannelStateInfo) == 4, "driver contract");
 static_assert(sizeof(BCM_TWDMSystemProfile) == 24 && offsetof(BCM_TWDMSystemProfile, words) == 4, "driver contract");
-static_assert(sizeof(BCM_TWDMChannelProfile) == 5, "driver contract");
+static_assert(sizeof(BCM_TWDMChannelProfile) == 8, "driver contract");
 static_assert(sizeof(BCM_TWDMLodsPmData) == 64 && offsetof(BCM_TWDMLodsPmData, total) == 8, "driver contract");
 static_assert(sizeof(BCM_TWDMChannelXGEMPMHistoryData) == 72 &&
                   offsetof(BCM_TWDMChannelXGEMPMHistoryData, channelCounter) == 16 &&

@@ -91,11 +91,11 @@ FIELD(OMCI_SERVICE_MAP_ENTRY, serviceType, 56, 4);
     SIZE(driver, size);              \
     SIZE(hal, size)
 
-TWDM_PAIR(BCM_NgponChannelStateInfo, TWDMSystemProfile, 2);
+TWDM_PAIR(BCM_NgponChannelStateInfo, TWDMSystemProfile, 4);
 TWDM_PAIR(BCM_TWDMSystemProfile, TWDMSystemProfileMe_t, 24);
 FIELD(BCM_TWDMSystemProfile, words, 4, 20);
 FIELD(TWDMSystemProfileMe_t, words, 4, 20);
-TWDM_PAIR(BCM_TWDMChannelProfile, TWDMChannelProfile_t, 5);
+TWDM_PAIR(BCM_TWDMChannelProfile, TWDMChannelProfile_t, 8);
 FIELD(BCM_TWDMChannelProfile, profile, 1, 4);
 FIELD(TWDMChannelProfile_t, profile, 1, 4);
 TWDM_PAIR(BCM_TWDMLodsPmData, TWDMLodsPmData_t, 64);

@@ -31,13 +31,13 @@ std::function<int(void*)> member(int (Adapter::*query)(Record*)) {
 
 // clang-format off
 const Query kQueries[] = {
-    {200, "NGPON_STACK_IOC_GET_TX_CHENNEL", 2, {}, {{0, 1}}, {}, member(&Adapter::getTxChannelState)},
-    {201, "NGPON_STACK_IOC_GET_RX_CHENNEL", 2, {}, {{0, 1}}, {}, member(&Adapter::getRxChannelState)},
+    {200, "NGPON_STACK_IOC_GET_TX_CHENNEL", 4, {}, {{0, 1}}, {}, member(&Adapter::getTxChannelState)},
+    {201, "NGPON_STACK_IOC_GET_RX_CHENNEL", 4, {}, {{0, 1}}, {}, member(&Adapter::getRxChannelState)},
     {203, "NGPON_STACK_IOC_GET_TWDM_SYSTEM_PROFILE",
      24, {{0, 0}}, {{0, 1}, {4, 23}}, {}, member(&Adapter::getTwdmSystemProfileME)},
     {204, "NGPON_STACK_IOC_SET_TWDM_SYSTEM_PROFILE",
      24, {{0, 1}, {4, 23}}, {}, {}, member(&Adapter::setTwdmSystemProfileME)},
-    {205, "NGPON_STACK_IOC_SET_TWDM_CHANNEL", 5, {{0, 0}}, {{1, 4}}, {}, member(&Adapter::getTwdmChannelME)},
+    {205, "NGPON_STACK_IOC_SET_TWDM_CHANNEL", 8, {{0, 0}}, {{1, 4}}, {}, member(&Adapter::getTwdmChannelME)},
     {206, "NGPON_STACK_IOC_GET_TWDM_LODS_PM_DATA", 64, {{0, 0}}, {{8, 63}}, {}, member(&Adapter::getTwdmLodspmMe)},
     {207, "NGPON_STACK_IOC_GET_TWDM_CHANNEL_XGEM_HD",
      72, {{0, 0}}, {{16, 23}, {32, 71}}, {{8, 15}, {24, 31}}, member(&Adapter::getTwdmChannelXgemHDME)},

@@ -26,11 +26,11 @@ constexpr std::size_t kFactoryImageSize = 256;         // one page of the module
 const std::map<unsigned long, std::size_t>& stackRecordSizes() {
     // Never destroyed: threads of the HAL outlive main().
     static const auto& sizes = *new const std::map<unsigned long, std::size_t>{
-        {NGPON_STACK_IOC_GET_TX_CHANNEL, 2},
-        {NGPON_STACK_IOC_GET_RX_CHANNEL, 2},
+        {NGPON_STACK_IOC_GET_TX_CHANNEL, 4},
+        {NGPON_STACK_IOC_GET_RX_CHANNEL, 4},
         {NGPON_STACK_IOC_GET_TWDM_SYSTEM_PROFILE, 24},
         {NGPON_STACK_IOC_SET_TWDM_SYSTEM_PROFILE, 24},
-        {NGPON_STACK_IOC_GET_TWDM_CHANNEL, 5},
+        {NGPON_STACK_IOC_GET_TWDM_CHANNEL, 8},
         {NGPON_STACK_IOC_GET_TWDM_LODS_PM_DATA, 64},
         {NGPON_STACK_IOC_GET_TWDM_CHANNEL_XGEM_HD, 72},
         {NGPON_STACK_IOC_GET_TWDM_CHANNEL_PLOAM_PM1, 28},
