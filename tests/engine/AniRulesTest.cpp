@@ -4,6 +4,7 @@
 #include <tuple>
 
 #include "engine/AniService.h"
+#include "platform/vlanctl.h"
 
 namespace {
 
@@ -275,6 +276,26 @@ TEST_F(AniRules, TheDefaultRulesOfAnIgmpServiceGoFirstOnlyUpstream) {
     EXPECT_EQ(onu().ruleTexts("gpon3", kReceive, 2), (Lines{"rxdev=gpon3.3 gem=7", "rxdev=gpon3.3 gem=8"}));
     EXPECT_EQ(onu().ruleTexts("gpon3", kTransmit, 2), (Lines{"txdev=gpon3.3 ipproto=2 | mark-gem:=8 mark-queue:=3",
                                                              "txdev=gpon3.3 | mark-gem:=7 mark-queue:=2"}));
+}
+
+TEST_F(AniRules, NoVlanDeviceIsTheSameAsAnEmptyName) {
+    char sid0[] = "sid0", vlan[] = "sid0.3", empty[] = "";
+    EtherSwitchBcm380& asked = engine();  // finding it is logged
+    ASSERT_TRUE(asked.createVlanInterface(3, false, true, sid0, vlan));
+    ASSERT_EQ(vlanCtl_init(), 0);
+    std::string printed[2];
+    Lines calls[2];
+    for (const int with : {0, 1}) {
+        onu().clearTrace();
+        printed[with] =
+            printedBy([&] { asked.setDefaultAction(sid0, with == 0 ? nullptr : empty, 1, 0, 7, kReceive); });
+        calls[with] = onu().traceTexts();
+    }
+    EXPECT_EQ(printed[0].find("===> setDefaultAction, devIfc=sid0, vlanIfc=, direction=0,"), 0u);
+    EXPECT_EQ(calls[0], (Lines{"vlanCtl_getNbrOfRulesInTable(\"sid0\", 0, 0, &0) = 0"}));
+    EXPECT_EQ(printed[0], printed[1]);
+    EXPECT_EQ(calls[0], calls[1]);
+    vlanCtl_cleanup();
 }
 
 }  // namespace

@@ -94,9 +94,11 @@ TEST_F(Dispatch, NullRecordsAreRefusedSilentlyAndTouchNothing) {
                   EXPECT_EQ(hal_.vorn_omci_hal_deprovisionUniSideBridge(nullptr), -1);
                   EXPECT_EQ(hal_.vorn_omci_hal_veip_createRules(1, 0, 2, 1, nullptr, 0), -1);
                   EXPECT_EQ(hal_.vorn_omci_hal_rx_laser_power_get(nullptr), -1);
-                  EXPECT_EQ(hal_.vorn_omci_hal_tcont_set(bytes, nullptr), 0);
-                  EXPECT_EQ(hal_.vorn_omci_hal_gemflow_add(nullptr), 0);
-                  EXPECT_EQ(hal_.vorn_omci_hal_set_gemPortStatus(nullptr), 0);
+                  EXPECT_EQ(hal_.vorn_omci_hal_tcont_set(bytes, nullptr), -1);
+                  EXPECT_EQ(hal_.vorn_omci_hal_tcont_reset(bytes, nullptr), -1);
+                  EXPECT_EQ(hal_.vorn_omci_hal_gemflow_add(nullptr), -1);
+                  EXPECT_EQ(hal_.vorn_omci_hal_gemflow_del(nullptr), -1);
+                  EXPECT_EQ(hal_.vorn_omci_hal_set_gemPortStatus(nullptr), -1);
                   EXPECT_EQ(hal_.vorn_omci_hal_port_enable_get(1, nullptr), 0);
                   EXPECT_EQ(hal_.vorn_omci_hal_sn_get(nullptr, 10), 0);
               }),
@@ -137,11 +139,14 @@ TEST_F(Dispatch, AnyStatusButZeroSetsAGemPortUp) {
 TEST_F(Dispatch, ThePortStateIsThatOfTheVeipSubDevice) {
     onu().addDevice("veip0.3");
     onu().addDevice("veip0.214748364");
-    hal_.engine = nullptr;  // the daemon may ask before there is an engine
-    for (const auto& [port, enabled] : std::map<unsigned, unsigned>{{3, 1}, {4, 0}, {214748364, 1}, {2147483647, 0}}) {
-        word = 9;
-        EXPECT_EQ(hal_.vorn_omci_hal_port_enable_get(port, &word), 0);
-        EXPECT_EQ(word, enabled) << port;
+    for (EtherSwitchBcm380* const asked : {&engine(), static_cast<EtherSwitchBcm380*>(nullptr)}) {
+        hal_.engine = asked;
+        for (const auto& [port, enabled] :
+             std::map<unsigned, unsigned>{{3, 1}, {4, 0}, {214748364, 1}, {2147483647, 0}}) {
+            word = 9;
+            EXPECT_EQ(hal_.vorn_omci_hal_port_enable_get(port, &word), 0);
+            EXPECT_EQ(word, enabled) << port;
+        }
     }
 }
 

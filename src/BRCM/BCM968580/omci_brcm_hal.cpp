@@ -77,7 +77,13 @@ int VornBrcmHal::vorn_omci_hal_init() {
 int VornBrcmHal::vorn_omci_hal_port_enable_get(unsigned int port, unsigned int* enabled) {
     if (enabled == nullptr) return kSuccess;
     const InterfaceName name("%s.%d", kVeipDevice, static_cast<int>(port));
-    *enabled = !name.cut() && interfaceIndex(name.get()) > 0 ? 1 : 0;
+    if (name.cut()) {
+        *enabled = 0;
+    } else if (engine != nullptr) {
+        *enabled = engine->isInterfaceExisted(name.get()) ? 1 : 0;
+    } else {
+        *enabled = interfaceIndex(name.get()) > 0 ? 1 : 0;  // the daemon may ask before there is an engine
+    }
     return kSuccess;
 }
 
@@ -148,34 +154,35 @@ int VornBrcmHal::vorn_omci_hal_pm_get(void* request, void* result) {
 // ---- PON adapter ----
 
 int VornBrcmHal::vorn_omci_hal_tcont_set(void* /*unused*/, void* record) {
-    if (record != nullptr) {
-        OnuXponHalAdapterBCM::getInstance()->provisionTCont(*static_cast<const TContProvisioning*>(record));
-    }
+    if (record == nullptr) return kFailure;
+    OnuXponHalAdapterBCM::getInstance()->provisionTCont(*static_cast<const TContProvisioning*>(record));
     return kSuccess;
 }
 
 int VornBrcmHal::vorn_omci_hal_tcont_reset(void* /*unused*/, void* record) {
-    if (record != nullptr) {
-        OnuXponHalAdapterBCM::getInstance()->deprovisionTCont(*static_cast<const TContProvisioning*>(record));
-    }
+    if (record == nullptr) return kFailure;
+    OnuXponHalAdapterBCM::getInstance()->deprovisionTCont(*static_cast<const TContProvisioning*>(record));
     return kSuccess;
 }
 
 int VornBrcmHal::vorn_omci_hal_gemflow_add(void* record) {
+    if (record == nullptr) return kFailure;
     OnuXponHalAdapterBCM* const adapter = OnuXponHalAdapterBCM::getInstance();
-    if (adapter != nullptr && record != nullptr) adapter->configureXGEM(*static_cast<const XGEMConfig*>(record));
+    if (adapter != nullptr) adapter->configureXGEM(*static_cast<const XGEMConfig*>(record));
     return kSuccess;
 }
 
 int VornBrcmHal::vorn_omci_hal_gemflow_del(void* record) {
+    if (record == nullptr) return kFailure;
     OnuXponHalAdapterBCM* const adapter = OnuXponHalAdapterBCM::getInstance();
-    if (adapter != nullptr && record != nullptr) adapter->deconfigureXGEM(*static_cast<const XGEMConfig*>(record));
+    if (adapter != nullptr) adapter->deconfigureXGEM(*static_cast<const XGEMConfig*>(record));
     return kSuccess;
 }
 
 int VornBrcmHal::vorn_omci_hal_set_gemPortStatus(void* record) {
+    if (record == nullptr) return kFailure;
     OnuXponHalAdapterBCM* const adapter = OnuXponHalAdapterBCM::getInstance();
-    if (adapter != nullptr && record != nullptr) {
+    if (adapter != nullptr) {
         const auto* status = static_cast<const XgemStatusRecord*>(record);
         adapter->setXgemStatus(status->xgemPortId, status->enable != 0);
     }

@@ -51,7 +51,7 @@ public:
     int vorn_omci_hal_swimage_version_get(char* buffer, int size, int unused) override;
     int vorn_omci_hal_pm_get(void* request, void* result) override;
 
-    // 0 even for a null record, with which nothing is done.
+    // -1 for a null record, with which nothing is done, else 0.
     int vorn_omci_hal_tcont_set(void* unused, void* record) override;
     int vorn_omci_hal_tcont_reset(void* unused, void* record) override;
     int vorn_omci_hal_gemflow_add(void* record) override;

@@ -134,6 +134,7 @@ public:
                                           char* vlanIfc, std::uint32_t phyId, std::uint16_t qid);
     void insertAniFilterTagRules(const VlanTciFilterInfo_t* info, std::uint8_t direction, std::uint32_t phyId,
                                  char* devIfc, char* vlanIfc, std::uint16_t qid);
+    // Passes every frame of an empty table to vlanIfc (action 0); null is no VLAN device, as an empty text is.
     void setDefaultAction(char* devIfc, char* vlanIfc, std::uint8_t action, std::uint16_t nbrOfTags,
                           std::uint16_t phyId, std::uint8_t direction);
     void insertDefaultAniTagRules(char* devIfc, char* vlanIfc, std::uint16_t phyId, std::uint16_t qid,

@@ -134,8 +134,7 @@ void installFilterRule(EtherSwitchBcm380& engine, const AniRulePlace& place, std
 // ---- A forward operation's rules ----
 
 void setDefault(EtherSwitchBcm380& engine, const AniRulePlace& place, bool forwarded, std::uint16_t tags) {
-    char noDevice[] = "";
-    engine.setDefaultAction(place.device, forwarded ? place.vlanDevice : noDevice, forwarded ? kPass : kDrop, tags,
+    engine.setDefaultAction(place.device, forwarded ? place.vlanDevice : nullptr, forwarded ? kPass : kDrop, tags,
                             static_cast<std::uint16_t>(place.gemIndex), place.direction);
 }
 
@@ -225,7 +224,9 @@ void EtherSwitchBcm380::insertAniFilterTagRules(const VlanTciFilterInfo_t* info,
 void EtherSwitchBcm380::setDefaultAction(char* devIfc, char* vlanIfc, std::uint8_t action, std::uint16_t nbrOfTags,
                                          std::uint16_t phyId, std::uint8_t direction) {
     static_cast<void>(phyId);
-    if (devIfc == nullptr || vlanIfc == nullptr) return;
+    if (devIfc == nullptr) return;
+    char noDevice[] = "";
+    if (vlanIfc == nullptr) vlanIfc = noDevice;
     unsigned int nbrOfRules = 0;
     const int ret = vlanCtl_getNbrOfRulesInTable(devIfc, direction, nbrOfTags, &nbrOfRules);
     const bool knownDirection = direction == kReceive || direction == kTransmit;
