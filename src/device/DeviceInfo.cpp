@@ -28,13 +28,15 @@ constexpr char kStopped[] = "stop   ";  // the blanks are part of the stored val
 constexpr std::uint32_t kStartActive = 1;
 constexpr std::uint32_t kStartStopped = 7;
 
-bool canHold(const char* buf, int size) {
-    return buf != nullptr && size >= 0;
+// What snprintf has an answer for: it measures a text into no buffer of size 0, and a negative size, which it would take
+// for a huge one, is beyond what it must support.
+bool canFormatInto(const char* buf, int size) {
+    return size == 0 || (size > 0 && buf != nullptr);
 }
 
 // The zero-terminated text at this place, or what the record holds of it when its end is missing.
 int formatText(std::size_t at, char* buf, int size) {
-    if (!canHold(buf, size)) return -1;
+    if (!canFormatInto(buf, size)) return -1;
     const int room = static_cast<int>(nvram.size() - at);
     return std::snprintf(buf, static_cast<std::size_t>(size), "%.*s", room,
                          reinterpret_cast<const char*>(nvram.data() + at));
@@ -47,7 +49,7 @@ int vorn_omci_nvram_info_get() {
 }
 
 int vorn_omci_mac_get(char* buf, int size) {
-    if (!canHold(buf, size)) return -1;
+    if (!canFormatInto(buf, size)) return -1;
     const unsigned char* mac = nvram.data() + kMacAt;
     return std::snprintf(buf, static_cast<std::size_t>(size), "%2.2x:%2.2x:%2.2x:%2.2x:%2.2x:%2.2x", mac[0], mac[1],
                          mac[2], mac[3], mac[4], mac[5]);
@@ -62,10 +64,8 @@ int vorn_omci_pn_get(char* buf, int size) {
 }
 
 int vorn_omci_swimage_version_get(char* buf, int size, int /*extra*/) {
-    if (buf == nullptr) return -1;
     const int partition = devCtl_getBootedImagePartition();
     if (partition != kFirstImagePartition && partition != kSecondImagePartition) return partition;
-    if (size < 1) return -1;
     return devCtl_getImageVersion(partition == kFirstImagePartition ? 1 : 2, buf, size);
 }
 

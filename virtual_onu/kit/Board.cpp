@@ -177,7 +177,7 @@ int devCtl_getImageVersion(int image, char* buffer, int size) {
     return boardCall("devCtl_getImageVersion", arguments(image, size), [&] {
         const auto version = boardState().imageVersions.find(image);
         if (version == boardState().imageVersions.end()) return ENOENT;
-        if (size <= 0) return EINVAL;
+        if (size <= 0 || buffer == nullptr) return EINVAL;
         std::snprintf(buffer, static_cast<std::size_t>(size), "%s", version->second.c_str());
         return 0;
     });
