@@ -1,6 +1,6 @@
 #include "hal/HALFactory.h"
 
-#include <cstdio>
+#include <iostream>
 #include <memory>
 #include <utility>
 
@@ -31,17 +31,17 @@ VornHal* HALFactory::CreateHALObject(int halType) {
     if (vornHalImpl != nullptr) return vornHalImpl;
     switch (halType) {
         case kHalBroadcom: {
-            std::printf("\n The BRCM hal intialized************************\n");
+            std::cout << "\n The BRCM hal intialized************************\n";
             auto hal = std::make_unique<VornBrcmHal>();
             hal->engine = EtherSwitchBcm380::getInstance();
             vornHalImpl = hal.release();
             return vornHalImpl;
         }
         case kHalCortina:
-            std::printf("\n The cortina hal intialized************************\n");
+            std::cout << "\n The cortina hal intialized************************\n";
             return vornHalImpl;
         default:
-            std::printf("Default, we shouldn't be reach here!!");
+            std::cout << "Default, we shouldn't be reach here!!";
             return nullptr;
     }
 }

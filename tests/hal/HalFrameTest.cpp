@@ -30,6 +30,18 @@ TEST_F(HalFrame, PlatformsThatAreNotBuiltGiveNoObject) {
               "Default, we shouldn't be reach here!!");
 }
 
+// A daemon may have put a buffer of its own behind std::cout.
+TEST_F(HalFrame, TheFactorysTextsGoThroughTheStandardStreamInOrder) {
+    HALFactory& factory = *HALFactory::getInstance();
+    EXPECT_EQ(streamedBy([&] { factory.CreateHALObject(7); }), "Default, we shouldn't be reach here!!");
+    EXPECT_EQ(printedBy([&] {
+                  std::printf("first ");
+                  factory.CreateHALObject(1);
+                  std::printf("last");
+              }),
+              "first \n The cortina hal intialized************************\nlast");
+}
+
 TEST_F(HalFrame, DestroyingTheFactoryIsHarmlessAndKeepsTheHalObject) {
     VornHal* const hal = HALFactory::getInstance()->CreateHALObject(0);
     delete HALFactory::getInstance();

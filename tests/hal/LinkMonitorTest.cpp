@@ -61,6 +61,7 @@ TEST_F(LinkMonitor, ALinkThatCannotBeReadCountsAsUp) {
                   EXPECT_EQ(VornBrcmHal::getBcmPmOperStatus1G(status1G), 0);
               }),
               "couldnt read eth1 filecouldnt read eth0 file");
+    EXPECT_EQ(streamedBy([&] { VornBrcmHal::getBcmPmOperStatus(status10G); }), "couldnt read eth1 file");
     EXPECT_EQ(status10G, ETHERNET_LINK_UP);
     EXPECT_EQ(status1G, ETHERNET_LINK_UP);
 }

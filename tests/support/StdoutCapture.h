@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <iostream>
+#include <sstream>
 #include <string>
 
 class StdoutCapture {
@@ -50,6 +51,16 @@ std::string printedBy(Work&& work) {
     StdoutCapture capture;
     work();
     return capture.stop();
+}
+
+// What of it goes through the standard output stream; the rest goes where it always goes.
+template <typename Work>
+std::string streamedBy(Work&& work) {
+    std::ostringstream taken;
+    std::streambuf* const before = std::cout.rdbuf(taken.rdbuf());
+    work();
+    std::cout.rdbuf(before);
+    return taken.str();
 }
 
 #endif

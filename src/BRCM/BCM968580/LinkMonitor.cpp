@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <iostream>
 
 #include "BRCM/BCM968580/DATA/EngineLog.h"
 #include "BRCM/BCM968580/DATA/EngineNames.h"
@@ -28,7 +29,7 @@ EthernetLinkStatus linkStatus(const char* path, const char* unreadable) {
     if (file.is_open()) {
         std::getline(file, state);
     } else {
-        std::printf("%s", unreadable);
+        std::cout << unreadable;
     }
     return state == "down" ? ETHERNET_LINK_DOWN : ETHERNET_LINK_UP;
 }
