@@ -16,7 +16,9 @@
 #include "hal/CounterRecords.h"
 #include "hal/Export.h"
 
+#ifdef __cplusplus
 extern "C" {
+#endif
 
 // Reads the absolute counters of a network device. 0; or -1, with *result as it was, for a null argument, for a name
 // that is no device name and for a device that is missing or has no counters.
@@ -30,6 +32,9 @@ VORN_API int getIntfStats(const char* interface, IntfStats* result);
 // interval is over. The first of these two begins the first interval and so answers zeros. A counter that has fallen
 // below its value at the interval's beginning, because the device was made anew, counts from 0.
 VORN_API int vorn_omci_pm_get(void* request, void* result);
+
+#ifdef __cplusplus
 }
+#endif
 
 #endif

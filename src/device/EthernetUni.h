@@ -3,9 +3,15 @@
 #ifndef DEVICE_ETHERNET_UNI_H
 #define DEVICE_ETHERNET_UNI_H
 
+#ifndef __cplusplus
+#include <stdbool.h>
+#endif
+
 #include "hal/Export.h"
 
+#ifdef __cplusplus
 extern "C" {
+#endif
 
 VORN_API void updateEthernetUniSpeed(unsigned short uniInstance, unsigned short speed, unsigned char duplex);
 // Non-zero brings the port up, zero takes it down.
@@ -14,6 +20,9 @@ VORN_API void setEthernetUniStatus(unsigned short uniInstance, unsigned char adm
 VORN_API int getEthernetUniOperState(unsigned short uniInstance);
 // The configured speed, or with wantSpeed false the duplex; 0 on any failure.
 VORN_API int getEthernetUniConfig(unsigned short uniInstance, bool wantSpeed);
+
+#ifdef __cplusplus
 }
+#endif
 
 #endif

@@ -3,71 +3,73 @@
 #ifndef HAL_COUNTER_RECORDS_H
 #define HAL_COUNTER_RECORDS_H
 
-#include <cstddef>
-#include <cstdint>
+#include <stddef.h>
+#include <stdint.h>
 
 // Which counters the split by destination address stands for.
-enum IntfStatsSplit : std::uint32_t {
+enum IntfStatsSplit {
     kIntfStatsSplitNone = 0,  // the kernel's receive-multicast counter is all there is; the other split counters are 0
     kIntfStatsSplitFull = 1,  // multicast, broadcast and unicast are all given, in both directions
 };
 
 // Absolute counters of one network device since it was made. Frames are those that the device's driver counts; octets
 // are counted the way the driver does it, in general without preamble and frame check sequence.
-struct IntfStats {
-    std::uint64_t rxOctets;
-    std::uint64_t rxFrames;
-    std::uint64_t rxErrors;
-    std::uint64_t rxDiscards;
-    std::uint64_t rxMulticastFrames;
-    std::uint64_t rxBroadcastFrames;
-    std::uint64_t rxUnicastFrames;
-    std::uint64_t txOctets;
-    std::uint64_t txFrames;
-    std::uint64_t txErrors;
-    std::uint64_t txDiscards;
-    std::uint64_t txMulticastFrames;
-    std::uint64_t txBroadcastFrames;
-    std::uint64_t txUnicastFrames;
-    std::uint32_t split;     // IntfStatsSplit
-    std::uint32_t reserved;  // 0
-};
+typedef struct IntfStats {
+    uint64_t rxOctets;
+    uint64_t rxFrames;
+    uint64_t rxErrors;
+    uint64_t rxDiscards;
+    uint64_t rxMulticastFrames;
+    uint64_t rxBroadcastFrames;
+    uint64_t rxUnicastFrames;
+    uint64_t txOctets;
+    uint64_t txFrames;
+    uint64_t txErrors;
+    uint64_t txDiscards;
+    uint64_t txMulticastFrames;
+    uint64_t txBroadcastFrames;
+    uint64_t txUnicastFrames;
+    uint32_t split;     // IntfStatsSplit
+    uint32_t reserved;  // 0
+} IntfStats;
 
 // What PmRequest asks for.
-enum PmKind : std::uint16_t {
+enum PmKind {
     kPmEthernet = 1,  // answered with EthernetPmRecord
 };
 
-enum PmInterval : std::uint8_t {
+enum PmInterval {
     kPmAbsolute = 0,     // since the device was made
     kPmInterval = 1,     // since the 15-minute interval began
     kPmIntervalEnd = 2,  // the same, and the next interval begins here
 };
 
 // Performance-monitoring request.
-struct PmRequest {
-    std::uint16_t kind;     // PmKind
-    std::uint8_t interval;  // PmInterval
-    std::uint8_t reserved;  // not read
-};
+typedef struct PmRequest {
+    uint16_t kind;     // PmKind
+    uint8_t interval;  // PmInterval
+    uint8_t reserved;  // not read
+} PmRequest;
 
 // One direction of EthernetPmRecord.
-struct EthernetPmDirection {
-    std::uint64_t octets;
-    std::uint64_t frames;
-    std::uint64_t multicastFrames;
-    std::uint64_t broadcastFrames;
-    std::uint64_t errors;
-    std::uint64_t discards;
-};
+typedef struct EthernetPmDirection {
+    uint64_t octets;
+    uint64_t frames;
+    uint64_t multicastFrames;
+    uint64_t broadcastFrames;
+    uint64_t errors;
+    uint64_t discards;
+} EthernetPmDirection;
 
 // Answer to kPmEthernet: the subscriber side's traffic as "veip0" counts it.
-struct EthernetPmRecord {
+typedef struct EthernetPmRecord {
     EthernetPmDirection received;
     EthernetPmDirection transmitted;
-};
+} EthernetPmRecord;
 
+#ifdef __cplusplus
 static_assert(sizeof(IntfStats) == 120 && offsetof(IntfStats, txOctets) == 56, "binary contract");
 static_assert(sizeof(PmRequest) == 4 && sizeof(EthernetPmRecord) == 96, "binary contract");
+#endif
 
 #endif

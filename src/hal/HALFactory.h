@@ -5,8 +5,7 @@
 #include <map>
 
 #include "hal/Export.h"
-
-class VornHal;
+#include "hal/VornHal.h"  // IWYU pragma: export
 
 // Start-up order: getInstance(), CreateHALObject(0), VornHal::vorn_omci_hal_init(), then any other operation. Nothing
 // here locks: the daemon's start-up thread does this before another thread uses the HAL.

@@ -9,6 +9,7 @@
 
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "hal/Export.h"
+#include "hal/ProvisioningRecords.h"  // IWYU pragma: export
 #include "hal/VornHal.h"
 
 // State of an Ethernet UNI as its managed entity (PPTP Ethernet UNI, G.988 9.5.1) tells it. The link monitor produces
