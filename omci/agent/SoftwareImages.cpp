@@ -65,7 +65,7 @@ DownloadStartAnswer SoftwareImages::start(InstanceId image, const DownloadStart&
 
 SectionAnswer SoftwareImages::section(const ImageSection& section, bool endsWindow) {
     if (!download_) return {Result::kProcessingError, section.number};
-    Download& download = *download_;
+    ImageDownload& download = *download_;
     const bool fits = section.number < download.sections.size() && !section.data.empty();
     if (fits) download.sections[section.number] = section.data;
     if (!endsWindow) return {fits ? Result::kSuccess : Result::kProcessingError, section.number};

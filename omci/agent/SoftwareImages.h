@@ -15,6 +15,14 @@ namespace omci {
 
 constexpr std::uint32_t kMaxImageSize = 64U << 20;  // bytes
 
+// What of an image has come in.
+struct ImageDownload {
+    InstanceId image = 0;
+    std::uint32_t size = 0;       // as announced
+    Bytes bytes;                  // whole windows
+    std::vector<Bytes> sections;  // of the window that is coming in, by number
+};
+
 class SoftwareImages {
 public:
     // All live as long as this object.
@@ -39,13 +47,6 @@ public:
     ByteView bytes(InstanceId image) const;
 
 private:
-    struct Download {
-        InstanceId image = 0;
-        std::uint32_t size = 0;       // as announced
-        Bytes bytes;                  // whole windows
-        std::vector<Bytes> sections;  // of the window that is coming in, by number
-    };
-
     InstanceId marked(AttributeNumber mark) const;
     void mark(InstanceId image, AttributeNumber attribute, bool set);
     void markOnly(InstanceId image, AttributeNumber attribute);
@@ -55,7 +56,7 @@ private:
     Mib& mib_;
     Outbox& outbox_;
     Device& device_;
-    std::optional<Download> download_;
+    std::optional<ImageDownload> download_;
     std::array<Bytes, 2> images_;
 };
 
