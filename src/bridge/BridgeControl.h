@@ -83,6 +83,11 @@ struct br_bridge_info {
     uint8_t stp_enabled;
     uint8_t topology_change;
     uint8_t topology_change_detected;
+    // Spanning tree's timers: the time that is left, 0 for a timer that does not run.
+    struct timeval hello_timer;
+    struct timeval tcn_timer;
+    struct timeval topology_change_timer;
+    struct timeval gc_timer;  // until old addresses are looked for
 };
 
 // state of br_port_info, as the kernel numbers it
@@ -98,6 +103,10 @@ struct br_port_info {
     struct br_id designated_bridge;
     uint16_t designated_port;
     uint32_t designated_cost;
+    // Spanning tree's timers, as in br_bridge_info.
+    struct timeval message_age_timer;
+    struct timeval forward_delay_timer;
+    struct timeval hold_timer;
 };
 
 // One entry of the forwarding database.

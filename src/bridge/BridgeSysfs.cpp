@@ -156,6 +156,10 @@ int br_get_bridge_info(const char* bridge, struct br_bridge_info* info) {
     reader.number("stp_state", &read.stp_enabled);
     reader.number("topology_change", &read.topology_change);
     reader.number("topology_change_detected", &read.topology_change_detected);
+    reader.ticks("hello_timer", &read.hello_timer);
+    reader.ticks("tcn_timer", &read.tcn_timer);
+    reader.ticks("topology_change_timer", &read.topology_change_timer);
+    reader.ticks("gc_timer", &read.gc_timer);
     if (reader.error() == 0) *info = read;
     return reader.error();
 }
@@ -173,6 +177,9 @@ int br_get_port_info(const char* bridge, const char* port, struct br_port_info* 
     reader.id("designated_bridge", &read.designated_bridge);
     reader.number("designated_port", &read.designated_port);
     reader.number("designated_cost", &read.designated_cost);
+    reader.ticks("message_age_timer", &read.message_age_timer);
+    reader.ticks("forward_delay_timer", &read.forward_delay_timer);
+    reader.ticks("hold_timer", &read.hold_timer);
     if (reader.error() == 0) *info = read;
     return reader.error();
 }
