@@ -2,14 +2,12 @@
 
 #include <net/if.h>
 
-#include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <optional>
-#include <sstream>
 #include <string>
 
+#include "device/DestinationSplit.h"
 #include "hal/FileText.h"
 #include "hal/KernelNames.h"
 #include "hal/Text.h"
@@ -17,7 +15,6 @@
 namespace {
 
 constexpr const char* kPmDevice = "veip0";
-constexpr const char* kSplitFile = "/proc/net/dev_extstats";
 
 // The kernel's counters: the file's name below "/sys/class/net/<device>/statistics" and where its number goes.
 struct KernelCounter {
@@ -32,58 +29,26 @@ constexpr KernelCounter kKernelCounters[] = {
     {"multicast", &IntfStats::rxMulticastFrames},
 };
 
-// The columns of a device's line in kSplitFile.
-constexpr std::uint64_t IntfStats::*kSplitColumns[] = {
-    &IntfStats::rxMulticastFrames, &IntfStats::rxBroadcastFrames, &IntfStats::rxUnicastFrames,
-    &IntfStats::txMulticastFrames, &IntfStats::txBroadcastFrames, &IntfStats::txUnicastFrames,
-};
-
-std::optional<std::uint64_t> parseNumber(const std::string& text) {
-    char* end = nullptr;
-    errno = 0;
-    const unsigned long long number = std::strtoull(text.c_str(), &end, 10);
-    const bool valid = end != text.c_str() && errno == 0 && text.find('-') == std::string::npos;
-    return valid ? std::optional<std::uint64_t>(number) : std::nullopt;
-}
-
 bool readKernelCounters(const char* interface, IntfStats& stats) {
     std::string text;
     for (const auto& [name, counter] : kKernelCounters) {
         const FixedText<128> path("/sys/class/net/%s/statistics/%s", interface, name);
         if (readFileText(path.get(), text) != 0) return false;
-        const auto number = parseNumber(text);
+        const auto number = parseCounter(text);
         if (!number) return false;
         stats.*counter = *number;
     }
     return true;
 }
 
-// Six numbers into the split counters; false, with stats as they were, when the line does not hold them.
-bool parseSplit(const std::string& columns, IntfStats& stats) {
-    std::istringstream stream(columns);
-    IntfStats parsed = stats;
-    for (const auto counter : kSplitColumns) {
-        std::string word;
-        if (!(stream >> word)) return false;
-        const auto number = parseNumber(word);
-        if (!number) return false;
-        parsed.*counter = *number;
-    }
-    parsed.split = kIntfStatsSplitFull;
-    stats = parsed;
-    return true;
-}
-
-void readSplitCounters(const char* interface, IntfStats& stats) {
-    std::string text;
-    if (readFileText(kSplitFile, text) != 0) return;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-        const std::size_t colon = line.find(':');
-        const std::size_t start = line.find_first_not_of(" \t");
-        if (colon == std::string::npos || start >= colon) continue;
-        if (line.compare(start, colon - start, interface) == 0 && parseSplit(line.substr(colon + 1), stats)) return;
-    }
+void putSplit(const DestinationSplit& split, IntfStats& stats) {
+    stats.rxMulticastFrames = split.received[0];
+    stats.rxBroadcastFrames = split.received[1];
+    stats.rxUnicastFrames = split.received[2];
+    stats.txMulticastFrames = split.transmitted[0];
+    stats.txBroadcastFrames = split.transmitted[1];
+    stats.txUnicastFrames = split.transmitted[2];
+    stats.split = kIntfStatsSplitFull;
 }
 
 // ---- Performance monitoring ----
@@ -126,7 +91,11 @@ int getIntfStats(const char* interface, IntfStats* result) {
     if (!isDeviceName(interface) || result == nullptr) return -1;
     IntfStats stats{};
     if (!readKernelCounters(interface, stats)) return -1;
-    readSplitCounters(interface, stats);
+    if (const auto split = readDestinationSplit(interface)) {
+        // The split may count frames that have come since the kernel's counters were read.
+        if (!fitsFrames(*split, stats) && !readKernelCounters(interface, stats)) return -1;
+        if (fitsFrames(*split, stats)) putSplit(*split, stats);
+    }
     *result = stats;
     return 0;
 }

@@ -6,10 +6,12 @@
 //
 //     veip0: 120 3 4711  98 2 5100
 //
-// the device's name and a colon, then frame counts separated by blanks: received multicast, broadcast, unicast, then
-// transmitted multicast, broadcast, unicast. Further columns are allowed and ignored. A line without a colon (headings)
-// or with fewer than six numbers is skipped. Without the file, or without a line for the device, only the kernel's own
-// receive-multicast counter is known.
+// the device's name and a colon, then counters separated by blanks. A line without a colon that names columns gives the
+// headings: the columns are taken by the names multicast, broadcast and unicast (mcast, bcast, ucast), with rx or tx in
+// them, or with the transmit side behind the last "|", or each a second time for it. Without headings they are frame
+// counts of received multicast, broadcast, unicast, then transmitted multicast, broadcast, unicast, and further columns
+// are ignored. Without the file, without all six for the device, and when they add up to more frames than the device
+// has counted, only the kernel's own receive-multicast counter is known.
 #ifndef DEVICE_COUNTERS_H
 #define DEVICE_COUNTERS_H
 

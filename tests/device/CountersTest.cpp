@@ -19,6 +19,9 @@ protected:
     static void count(const char* device, std::uint64_t factor) {
         std::uint64_t n = 0;
         for (const char* key : kKeys) onu().setStatistic(device, key, ++n * factor);
+        // As many frames as the split adds up to.
+        onu().setStatistic(device, "rx_packets", 33 * factor);
+        onu().setStatistic(device, "tx_packets", 42 * factor);
         std::string line = std::string("  ") + device + ":";
         for (int column = 0; column < 6; ++column) line += " " + std::to_string(++n * factor);
         onu().writeFile("/proc/net/dev_extstats", "frames by destination\nveip: 0 0 0 0 0 0\n" + line + " 99 99\n");
@@ -36,7 +39,7 @@ std::vector<std::uint64_t> numbers(const EthernetPmRecord& record) {
 }
 
 std::vector<std::uint64_t> times(std::uint64_t factor) {
-    std::vector<std::uint64_t> all{1, 2, 10, 11, 3, 4, 5, 6, 13, 14, 7, 8};
+    std::vector<std::uint64_t> all{1, 33, 10, 11, 3, 4, 5, 42, 13, 14, 7, 8};
     for (auto& number : all) number *= factor;
     return all;
 }
@@ -44,7 +47,7 @@ std::vector<std::uint64_t> times(std::uint64_t factor) {
 TEST_F(Counters, ComeFromTheKernelAndTheSplitFile) {
     IntfStats stats{};
     ASSERT_EQ(getIntfStats("veip0", &stats), 0);
-    const IntfStats want{1, 2, 3, 4, 10, 11, 12, 5, 6, 7, 8, 13, 14, 15, kIntfStatsSplitFull, 0};
+    const IntfStats want{1, 33, 3, 4, 10, 11, 12, 5, 42, 7, 8, 13, 14, 15, kIntfStatsSplitFull, 0};
     EXPECT_EQ(std::memcmp(&stats, &want, sizeof want), 0);
 
     onu().setStatistic("veip0", "rx_bytes", UINT64_MAX);
@@ -61,15 +64,37 @@ TEST_F(Counters, WithoutASplitOnlyTheKernelsMulticastCounterIsKnown) {
         "veip0: 1 2 3 4 5 x\n",
         "veip0: 1 2 3 4 5 -6\n",
         "veip0: 1 2 3 4 5 99999999999999999999\n",
+        "veip0: 10 11 13 13 14 15\n",  // one frame more than were received
+        "veip0: 10 11 12 13 14 16\n",
+        "veip0: 18446744073709551615 1 33 13 14 15\n",
+        "bytes packets errs drop fifo frame\nveip0: 1 2 3 4 5 6\n",
+        "face|bytes multicast|bytes multicast\nveip0: 1 2 3 4\n",
+        "multicast multicast multicast broadcast unicast unicast\nveip0: 1 2 3 4 5 6\n",
+        "multicast broadcast unicast multicast broadcast unicast\nveip0: 1 2 3 4 5 6 7 8\n",  // which is which?
+        "rx_multicast_bytes rx_bcast rx_ucast tx_mcast tx_bcast tx_ucast\nveip0: 10 11 12 13 14 15\n",
         "veip00: 1 2 3 4 5 6\nxveip0: 1 2 3 4 5 6\n:veip0: 1 2 3 4 5 6\n",
     };
-    const IntfStats want{1, 2, 3, 4, 9, 0, 0, 5, 6, 7, 8, 0, 0, 0, kIntfStatsSplitNone, 0};
+    const IntfStats want{1, 33, 3, 4, 9, 0, 0, 5, 42, 7, 8, 0, 0, 0, kIntfStatsSplitNone, 0};
     for (const char* content : contents) {
         onu().removeFile("/proc/net/dev_extstats");
         if (content != nullptr) onu().writeFile("/proc/net/dev_extstats", content);
         IntfStats stats{};
         ASSERT_EQ(getIntfStats("veip0", &stats), 0);
         EXPECT_EQ(std::memcmp(&stats, &want, sizeof want), 0) << (content == nullptr ? "no file" : content);
+    }
+}
+
+TEST_F(Counters, TheSplitsColumnsAreThoseOfTheHeadings) {
+    const IntfStats want{1, 33, 3, 4, 10, 11, 12, 5, 42, 7, 8, 13, 14, 15, kIntfStatsSplitFull, 0};
+    for (const char* content :
+         {"Inter-| Receive | Transmit\n face |bytes multicast unicast broadcast|bytes unicast multicast broadcast\n"
+          " veip0: 100000 10 12 11 200000 15 13 14\n",
+          "interface tx_ucast rx_bcast rx_ucast tx_mcast tx_bcast rx_mcast\nveip0: 15 11 12 13 14 10\n",
+          "Multicast Broadcast Unicast Multicast Broadcast Unicast Errors\nveip0:10 11 12 13 14 15 0\n"}) {
+        onu().writeFile("/proc/net/dev_extstats", content);
+        IntfStats stats{};
+        ASSERT_EQ(getIntfStats("veip0", &stats), 0);
+        EXPECT_EQ(std::memcmp(&stats, &want, sizeof want), 0) << content;
     }
 }
 
