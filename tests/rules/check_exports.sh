@@ -37,6 +37,12 @@ complain "Exported, but not documented (see src/vorn_hal.map):" \
     "$(nm -DC --defined-only "$library" | cut -d' ' -f3- | grep -vE "$exported" | grep -vE "$sanitizers" | grep -vxFf <(printf "%s\n" "$state"))"
 complain "State that is reached by name, but not exported as a variable (see src/vorn_hal.map):" \
     "$(printf '%s\n' "$state" | grep -vxFf <(nm -DC --defined-only "$library" | sed -nE 's/^[0-9a-f]+ [BD] ([^[]*).*/\1/p'))"
+# What a process must define for the library to load: the list that daemons' tests go by.
+if ! nm -D --undefined-only "$library" | grep -qE ' __(asan|tsan|ubsan)_'; then
+    complain "platform/kit_symbols.txt and what the library leaves open differ:" \
+        "$(diff <(nm -D --undefined-only "$library" | awk '$1 == "U" && $2 !~ /@/ {print $2}' | LC_ALL=C sort) \
+            <(LC_ALL=C sort "$source/platform/kit_symbols.txt") | grep '^[<>]')"
+fi
 # A sanitizer's runtime takes over C library functions, which then look like somebody else's.
 if ! nm -D --undefined-only "$library" | grep -qE ' __(asan|tsan|ubsan)_'; then
     complain "Undefined, and not a function of the device kit:" \
