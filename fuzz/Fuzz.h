@@ -1,15 +1,14 @@
-// What every fuzz target needs.
+// What a fuzz target needs that drives the library on the virtual ONU.
 #ifndef FUZZ_FUZZ_H
 #define FUZZ_FUZZ_H
 
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
+#include "Expect.h"
 #include "VirtualOnu.h"
 
 inline virtual_onu::VirtualOnu& onu() {
@@ -20,15 +19,6 @@ inline EtherSwitchBcm380& engine() {
     return only;
 }
 
-// What must hold whatever the input. Ends the process, which libFuzzer takes for a crash.
-#define FUZZ_EXPECT(condition)                                                           \
-    do {                                                                                 \
-        if (!(condition)) {                                                              \
-            std::fprintf(stderr, "%s:%d: not so: %s\n", __FILE__, __LINE__, #condition); \
-            std::abort();                                                                \
-        }                                                                                \
-    } while (false)
-
 // The library prints a line for nearly everything; the fuzzer's own words go to standard error. VORN_FUZZ_SHOW=1 lets
 // the library speak, for a look at one input.
 inline void silence() {
@@ -37,8 +27,5 @@ inline void silence() {
     dup2(nowhere, STDOUT_FILENO);
     close(nowhere);
 }
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
-extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
 
 #endif

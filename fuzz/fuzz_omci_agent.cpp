@@ -2,7 +2,7 @@
 // message type and flags, class, instance, and the content.
 #include <algorithm>
 
-#include "Fuzz.h"
+#include "Expect.h"
 #include "hal/VornHal.h"
 #include "omci/agent/Agent.h"
 
@@ -48,11 +48,6 @@ std::size_t entitiesOf(const Mib& mib) {
 }
 
 }  // namespace
-
-int LLVMFuzzerInitialize(int*, char***) {
-    silence();
-    return 0;
-}
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     VornHal hal;

@@ -1,11 +1,6 @@
 // Frames of any bytes: read, told in words, written again.
-#include "Fuzz.h"
+#include "Expect.h"
 #include "omci/message/MessageText.h"
-
-int LLVMFuzzerInitialize(int*, char***) {
-    silence();
-    return 0;
-}
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace omci;
