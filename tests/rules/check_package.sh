@@ -132,6 +132,7 @@ for way in $ways; do
 done
 start consumer/slots
 start consumer/vtable
+start consumer/omci
 
 # ---- the example, and the documents' lines ----
 
