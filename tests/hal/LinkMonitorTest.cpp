@@ -1,4 +1,8 @@
 // The link monitor and the multicast proxy's configuration that follows the links.
+#include <pthread.h>
+
+#include <cerrno>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 
@@ -95,6 +99,23 @@ TEST_F(LinkMonitor, TheThreadFollowsALinkThatFlaps) {
     ASSERT_TRUE(secondPasses());
     EXPECT_EQ(count("mcpctl reload"), 4u) << "nothing has changed";
     EXPECT_GE(count("PM Timer TIMED OUT"), 4u);
+}
+
+TEST_F(LinkMonitor, WhoStartsItLearnsThatThereIsNoThread) {
+    pthread_attr_t usual, endless;
+    pthread_getattr_default_np(&usual);
+    pthread_attr_init(&endless);
+    pthread_attr_setstacksize(&endless, SIZE_MAX & ~std::size_t{0xFFFFFF});  // a stack that no process can have
+    ASSERT_EQ(pthread_setattr_default_np(&endless), 0);
+    int answer = -1, reason = 0;
+    const std::string printed = printedBy([&] {
+        answer = VornBrcmHal::createAlarmStatsThread();
+        reason = errno;
+    });
+    pthread_setattr_default_np(&usual);
+    EXPECT_EQ(answer, 0);
+    EXPECT_EQ(reason, EAGAIN);
+    EXPECT_EQ(printed, "Alarms Thread \nAlaram Status Changes : pthread_create returns: 11\n");
 }
 
 }  // namespace

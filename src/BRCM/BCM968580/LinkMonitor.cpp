@@ -1,4 +1,5 @@
 // The link status monitor: a thread that watches the two Ethernet links for the multicast proxy.
+#include <errno.h>
 #include <pthread.h>
 #include <sys/select.h>
 #include <sys/time.h>
@@ -20,6 +21,7 @@ std::int32_t VornBrcmHal::operStatus1G = ETHERNET_LINK_INITIAL;
 namespace {
 
 constexpr const char* kHalSource = "src/BRCM/BCM968580/omci_brcm_hal";
+constexpr int kNoThread = 0;            // no thread has this identifier: its low 32 bits point into the thread's stack
 constexpr unsigned kSettleSeconds = 1;  // the link's own changes are through by then
 
 // A link whose state cannot be read counts as up.
@@ -53,7 +55,8 @@ int VornBrcmHal::createAlarmStatsThread() {
     const int error = pthread_create(&thread, nullptr, &VornBrcmHal::sfuNotificationDdlCallbacks, nullptr);
     if (error != 0) {
         std::printf("Alaram Status Changes : pthread_create returns: %d\n", error);
-        return 0;  // there is no thread to name
+        errno = error;
+        return kNoThread;  // and none to name
     }
     pthread_setname_np(thread, "AlarmStatsMon");
     return static_cast<int>(thread);

@@ -23,9 +23,8 @@ enum EthernetLinkStatus : std::int32_t {
     ETHERNET_LINK_DOWN = 5,      // operational state: disabled (LAN-LOS)
 };
 
-// What VornHal.h says of the operations holds here; those that are not overridden keep the base's do-nothing bodies.
-// Operations of the engine answer -1 without an engine and for a null record or list, except vorn_omci_hal_init(),
-// which answers 0 without an engine. Nothing locks: see VornHal.h.
+// What VornHal.h says of the operations holds here, results included; those that are not overridden keep the base's
+// do-nothing bodies. Nothing locks: see VornHal.h.
 class VORN_API VornBrcmHal : public VornHal {
 public:
     VornBrcmHal() = default;
@@ -84,7 +83,8 @@ public:
 
     // Starts the monitor thread "AlarmStatsMon", which runs until the process ends: once a second it looks at the
     // Ethernet links and rewrites the multicast proxy's configuration when one has changed while multicast services
-    // exist. The daemon calls it once. Answers the thread's identifier (its low 32 bits), 0 when there is no thread.
+    // exist. The daemon calls it once. Answers the low 32 bits of the thread's identifier, never 0 and often negative;
+    // or 0 when there is no thread, with the error of pthread_create in errno and in a printed line.
     static int createAlarmStatsThread();
     // ETHERNET_LINK_DOWN or ETHERNET_LINK_UP of eth1 (10G) and eth0 (1G); a link that cannot be read is up. 0.
     static int getBcmPmOperStatus(EthernetLinkStatus& status);
