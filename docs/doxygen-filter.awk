@@ -7,6 +7,7 @@ FNR == 1 && /^\/\/ / { print "/// \\file"; }
 /[;,{}] +\/\/ / { at = match($0, /[;,{}] +\/\/ /); code = substr($0, 1, at); text = substr($0, at + RLENGTH); $0 = code " ///< " text; escaped(); next }
 { print }
 function escaped() {
-    gsub(/</, "\\&lt;"); sub(/\/\/\/&lt;/, "///<"); gsub(/@/, "\\@"); gsub(/#/, "\\#")
+    gsub(/</, "\\&lt;"); sub(/\/\/\/&lt;/, "///<"); gsub(/@/, "\\@")
+    if ($0 !~ /^ *\/\/\/ ##? /) gsub(/#/, "\\#")  # a heading inside a comment stays one
     print
 }

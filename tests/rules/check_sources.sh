@@ -68,6 +68,24 @@ floors virtual_onu "" . libc/real kernel kit shell frames libc
 floors omci omci/ message mib agent,services
 floors tools/vorn-onu "" io state scenario/fields scenario/expect,scenario/operations scenario show commands commandline .
 
+# What a daemon fills in or gets: nobody can guess unit, range and meaning. A comment stands behind the field or above it.
+# The counters' record is left out: its comment above tells of all of them.
+undocumented() {  # undocumented FILE PATTERN-OF-DECLARATION
+    awk -v file="$1" -v declaration="$2" '
+        $0 ~ declaration && !/\/\// && above !~ /^ *\/\// { print file ":" FNR ": " $0 }
+        { above = $0 }' "$1"
+}
+bare=$(
+    for file in src/hal/BridgeRecords.h src/hal/PonRecords.h src/hal/TwdmRecords.h; do
+        undocumented "$file" '^    [a-z].*;'
+    done
+    undocumented src/hal/VornHal.h '^    virtual [a-z]'
+)
+if [ -n "$bare" ]; then
+    printf 'Say what this is, in a comment behind it or above it: unit, range, meaning, result.\n%s\n\n' "$bare"
+    bad=1
+fi
+
 for file in $(find src virtual_onu tools tests platform omci -name '*.cpp' -o -name '*.h'); do
     lines=$(wc -l <"$file")
     if [ "$lines" -gt 600 ]; then

@@ -72,7 +72,8 @@ public:
     // ---- Bridges (Bridge.cpp) ----
 
     // uniPort 0: the bridge with its ANI devices; else the UNI's VLAN device on that bridge (uniPort counts from 1), or
-    // with isIpHost the IP host's VLAN device on the bridge itself. The first call makes "br0" with sid0 to sid7.
+    // with isIpHost the IP host's VLAN device on the bridge itself. The first call makes "br0" with sid0 to sid7; a
+    // port that does not join then is not tried again while br0 stands.
     bool configureBridge(unsigned short bridgeId, unsigned short uniPort, bool isIpHost);
     // True also when the control socket cannot be opened: nothing is made then.
     bool addBridgeInterface(const char* bridgeName);
@@ -95,7 +96,8 @@ public:
     bool isVlanRuleMapExist(const char* ifName, unsigned short phyId, unsigned short dir, const VlanTagFilter_t* outer,
                             const VlanTagFilter_t* inner, VlanFilterEtherType etherType);
     bool createVlanRuleMapEntry(const char* ifName, unsigned short phyId);
-    // Records a rule that stands in vlanctl. False for the id VLANCTL_DONT_CARE and for a 97th rule.
+    // Records a rule that stands in vlanctl. False for the id VLANCTL_DONT_CARE and for a 97th rule, which then stands
+    // there for good: removal takes out what is recorded, and its row, sent again, makes it once more.
     bool insertVlanRuleMapEntry(const char* ifName, unsigned short phyId, unsigned short dir, unsigned int nbrOfTags,
                                 unsigned int tagRuleId);
     bool insertVlanRuleMapEntry(const char* ifName, unsigned short phyId, unsigned short dir, unsigned int nbrOfTags,
@@ -112,6 +114,7 @@ public:
     bool deleteVlanRuleIdFromMap(const char* ifName, unsigned short phyId, unsigned short dir,
                                  const VlanTagFilter_t* outer, const VlanTagFilter_t* inner);
     unsigned int getnbrOfNewRules(const char* ifName, unsigned short phyId);
+    // Takes away all rules of the UNI, those for other bridges too: bridgeId is not used.
     bool flushUniSideVlanRules(unsigned short bridgeId, unsigned short uniPort);
     bool flushAniSideVlanRules(unsigned short bridgeId, unsigned short gemPortId);
 
@@ -192,6 +195,7 @@ public:
     int unsetPbitToGemTable(unsigned short bridgeId);
     int unsetPbitToQueue(unsigned short bridgeId);
     bool unsetDscpToPbitsTable(char* uniName);
+    // Lowers multicastEnable by one, whatever service it is.
     bool deprovisionAniSideBridge(const BridgeServiceProvisioning* bridgeProv);
 
     // ---- Gateway link (gateway/Cms.cpp) ----
@@ -201,7 +205,8 @@ public:
     static void* cmsListenerThread(void* unused);
     int omcid_sendPostCmsMsg();
     int omcid_cmsmsgHandler();
-    // Sends one service to the gateway and waits at most one second for its answer. Any thread.
+    // Sends one service to the gateway and waits at most one second for its answer, by the real-time clock: as much
+    // longer as that is set back meanwhile. Any thread.
     int sendServiceInfoMsg(const OMCI_SERVICE_MAP_ENTRY* entry);
     int handleWanServiceStatusUpdate(OMCI_SERVICE_MAP_ENTRY* request);
     // 1 and *out (the map's own entry), or 0 with *out as it was. phyId is only logged.
@@ -221,8 +226,12 @@ public:
     int createVeipTagRules(OmciMapFilterModelType type, unsigned short bridgeId);
     int configVeip(bool isCreate, unsigned short gemPortId, unsigned short bridgeId, unsigned short filterType,
                    unsigned char noOfEntries, const unsigned char* vlanFilterList);
+    // Without "veip0" and with a filter model as trafficType: deletes the bridge "br" + bridgeId, whose members are on
+    // no bridge then, and makes veip0 on "gpon0.0". Then announces the service. The number of services that are known.
     int gpon_createRules(unsigned short gemPort, unsigned short bridgeId, unsigned short filterType,
                          unsigned char noOfEntries, const unsigned char* vlanFilterList, unsigned short trafficType);
+    // Announces the service as down; veip0 goes when none is known any more. A service is known by the last TCI of its
+    // list, not by its GEM port. 0 when veip0 went, else -1.
     int gpon_deleteRules(unsigned short gemPort, unsigned short bridgeId, unsigned short filterType,
                          unsigned char noOfEntries, const unsigned char* vlanFilterList, unsigned short trafficType);
     int removeVeipInterface();
@@ -232,6 +241,8 @@ public:
 
     bool provisionIpHostStatic(const IpHostProvision* rec);
     bool provisionIpHostDynamic(const IpHostProvision* rec);
+    // Deletes the whole bridge of the host, other members and all; the host's device, its address, its routing rule and
+    // route, and the rule that pops its S-tag stay.
     bool deprovisionIpHost(const IpHostProvision* rec);
     bool activateIpv4InterfaceStatic(const char* ifName, const char* bridgeName, const IpHostProvision* rec);
     bool activateIpv4InterfaceDynamic(const char* ifName, const char* bridgeName, const IpHostProvision* rec);
