@@ -1,0 +1,119 @@
+// The plan beside what was last asked of the HAL, and the calls that make the two equal.
+#ifndef OMCI_SERVICES_DIFFERENCE_H
+#define OMCI_SERVICES_DIFFERENCE_H
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <set>
+#include <vector>
+
+#include "omci/services/GemIndexes.h"
+#include "omci/services/Performer.h"
+#include "omci/services/Piece.h"
+#include "omci/services/UniDifference.h"
+
+namespace omci::services {
+
+// A call as it was made.
+struct MadeCall {
+    HalCall call;
+    Cause cause;
+    int result = 0;  // the HAL's answer
+};
+
+class Difference {
+public:
+    using Listener = std::function<void(const MadeCall&)>;
+
+    Difference(Performer& performer, Listener& listener) : performer_(performer), listener_(listener) {}
+
+    // What the entity wants from now on, in the place of what it wanted. Appends to again the entities that are to be
+    // planned again because of it, and to problems what cannot be because another entity has it.
+    void replace(EntityKey owner, std::vector<Piece> pieces, std::vector<EntityKey>& again,
+                 std::vector<Problem>& problems);
+
+    // Asks the HAL for the difference. Only what replace() touched is looked at, and what hangs on it.
+    //   action   type of the message that is answered; the HAL tells the gateway another thing on a MIB reset
+    //   message  joined to the cause of every call
+    // Answers what turned out not to be done.
+    std::vector<Problem> settle(int action, std::optional<MessageRef> message);
+
+    // What stands, in the order in which it is made.
+    std::vector<const Piece*> standing() const;
+
+private:
+    struct Slot {
+        std::optional<Piece> wanted;
+        EntityKey owner;
+        std::set<EntityKey> contenders;  // that want it too
+        std::optional<Piece> standing;
+        std::vector<UniRulePtr> rules;  // of a UNI that stands, in the order in which the HAL tries them
+        bool asked = false;             // of a UNI that stands: the HAL knows of it
+        bool effective = false;         // wanted, and all that it needs is
+        std::set<PieceKey> dependents;  // pieces that need it, wanted or standing
+    };
+    struct Bridge {
+        std::set<PieceKey> makers;   // effective pieces that make it stand
+        std::set<PieceKey> members;  // pieces on it, wanted or standing
+        // ANI services that stand, but for those with named VLANs.
+        std::set<std::pair<AniPlace, PieceKey>> later;
+        std::optional<Piece> standing;
+    };
+    using Keys = std::set<PieceKey>;
+
+    void link(PieceKey key, const Piece& piece);
+    void unlink(PieceKey key, const Piece& piece);
+    void drop(PieceKey key, Slot& slot);
+
+    // What has to be done.
+    Keys spread();
+    bool isEffective(const Slot& slot) const;
+    bool updateMakers(PieceKey key, const Slot& slot);
+    void collect(const Keys& affected);
+    void take(PieceKey key);
+    void takeBridge(std::uint16_t number);
+    void takeLater();
+    void takeMulticast();
+
+    // Doing it.
+    void undoAll();
+    void undo(PieceKey key);
+    void undoBridge(std::uint16_t number);
+    void makeAll();
+    void makeBridges();
+    void make(PieceKey key);
+    void makeCalls(PieceKey key, const Piece& piece);
+    void checkSteering(PieceKey key, const Slot& slot);
+    void addRules(Slot& slot, const std::vector<UniRulePtr>& rules);
+    void undoAdjusted(PieceKey key);
+    void makeAdjusted(PieceKey key);
+    Cause causeOf(const UniRule& rule, const Piece& piece) const;
+    void ask(const HalCall& call, const Cause& cause);
+    void forgetEmpty(const Keys& affected);
+
+    Performer& performer_;
+    Listener& listener_;
+    std::map<PieceKey, Slot> slots_;
+    std::map<std::uint16_t, Bridge> bridges_;
+    std::map<EntityKey, std::vector<PieceKey>> owned_;
+    GemIndexes gemIndexes_;
+    std::map<std::uint16_t, std::uint16_t>
+        firstBridges_;  // of the GEM ports: the HAL steers their frames there for good
+    std::vector<Problem> problems_;
+    std::set<PieceKey> veipServices_, multicasts_;  // that stand
+    int action_ = 0;                                // last told to the HAL
+
+    Keys touched_;
+    // During settle().
+    Keys remove_, add_, adjust_;
+    std::set<std::uint16_t> removeBridges_;
+    std::map<PieceKey, UniChange> uniChanges_;
+    int nextAction_ = 0;
+    std::optional<MessageRef> message_;
+};
+
+}  // namespace omci::services
+
+#endif

@@ -1,0 +1,107 @@
+#include "omci/services/HalCall.h"
+
+#include <cstring>
+#include <tuple>
+
+namespace omci::services {
+
+namespace {
+
+bool same(const OmciAction& a, const OmciAction& b) {
+    return a.action == b.action;
+}
+bool same(const TContProvisioning& a, const TContProvisioning& b) {
+    return a.allocId == b.allocId && a.tContIndex == b.tContIndex && a.policy == b.policy;
+}
+
+auto fields(const XGEMConfig& r) {
+    return std::tie(r.tContAllocId, r.xgemPortId, r.upstreamQueue, r.qosArg, r.schedPolicy, r.priority, r.weight);
+}
+auto fields(const BridgeSide& r) {
+    return std::tie(r.bridgeId, r.uniPort);
+}
+auto fields(const VeipRules& r) {
+    return std::tie(r.gemPort, r.bridgeId, r.filterType, r.numberOfEntries, r.filterList, r.trafficType);
+}
+auto fields(const IpHostProvision& r) {
+    return std::tie(r.allocId, r.gemId, r.bridgeId, r.uniPort, r.macAddress, r.ipOptions, r.ipAddress, r.subnetMask,
+                    r.gateway, r.dhcpEnabled, r.useSharedBridge);
+}
+auto fields(const PortStatus& r) {
+    return std::tie(r.port, r.up);
+}
+auto fields(const PortMode& r) {
+    return std::tie(r.port, r.speed, r.duplex);
+}
+auto fields(const UniDataProvisioning& r) {
+    return std::tie(r.addFlag, r.hasTagRules, r.bridgeId, r.uniPort, r.inputTpid, r.outputTpid, r.downstreamMode,
+                    r.filterType, r.tagAction, r.etherType, r.outerFilterTpidDe, r.outerFilterVlanId, r.outerFilterPrio,
+                    r.innerFilterTpidDe, r.innerFilterVlanId, r.innerFilterPrio, r.removeType, r.outerTreatmentTpidDe,
+                    r.outerTreatmentVlanId, r.outerTreatmentPrio, r.innerTreatmentTpidDe, r.innerTreatmentVlanId,
+                    r.innerTreatmentPrio);
+}
+auto fields(const BridgeServiceProvisioning& r) {
+    return std::tie(r.gemPortId, r.bridgeId, r.forwardOperation, r.numberOfEntries, r.trafficModel, r.pbitMap,
+                    r.protocolNumber, r.isMulticast, r.multicastService, r.inputTpid, r.outputTpid, r.dsMode,
+                    r.filterTagCount, r.tagTreatment, r.etherTypeFilter, r.outerTpidFilter, r.outerVlanIdFilter,
+                    r.outerVlanPrioFilter, r.innerTpidFilter, r.innerVlanIdFilter, r.innerVlanPrioFilter, r.removeType,
+                    r.outerTpidAction, r.outerVlanIdAction, r.outerVlanPrioAction, r.innerTpidAction,
+                    r.innerVlanIdAction, r.innerVlanPrioAction, r.restoreVlanFlows);
+}
+
+template <class RecordType>
+bool same(const RecordType& a, const RecordType& b) {
+    return fields(a) == fields(b);
+}
+bool same(const BridgeServiceProvisioning& a, const BridgeServiceProvisioning& b) {
+    return std::strcmp(a.vlanTciFilterList, b.vlanTciFilterList) == 0 && fields(a) == fields(b);
+}
+
+}  // namespace
+
+bool operator==(const HalCall& one, const HalCall& other) {
+    if (one.operation != other.operation || one.record.index() != other.record.index()) return false;
+    return std::visit(
+        [&](const auto& record) { return same(record, std::get<std::decay_t<decltype(record)>>(other.record)); },
+        one.record);
+}
+
+const char* nameOf(Operation operation) {
+    switch (operation) {
+        case Operation::kSetOmciAction:
+            return "vorn_hal_set_omci_action";
+        case Operation::kTContSet:
+            return "vorn_omci_hal_tcont_set";
+        case Operation::kTContReset:
+            return "vorn_omci_hal_tcont_reset";
+        case Operation::kGemFlowAdd:
+            return "vorn_omci_hal_gemflow_add";
+        case Operation::kGemFlowDel:
+            return "vorn_omci_hal_gemflow_del";
+        case Operation::kConfigureBridge:
+            return "vorn_omci_hal_configureBridge";
+        case Operation::kConfigureAniTagRules:
+            return "vorn_omci_hal_configureAniTagRules";
+        case Operation::kUnsetPbitData:
+            return "vorn_omci_hal_unsetPbitData";
+        case Operation::kDeprovisionAniSideBridge:
+            return "vorn_omci_hal_deprovisionAniSideBridge";
+        case Operation::kVeipCreateRules:
+            return "vorn_omci_hal_veip_createRules";
+        case Operation::kVeipDeleteRules:
+            return "vorn_omci_hal_veip_deleteRules";
+        case Operation::kFilterFlowAdd:
+            return "vorn_omci_hal_filter_flow_add";
+        case Operation::kProvisionIpHost:
+            return "vorn_omci_hal_provisionIpHost";
+        case Operation::kDeprovisionIpHost:
+            return "vorn_omci_hal_deprovisionIpHost";
+        case Operation::kSetPortStatus:
+            return "setEthernetUniStatus";
+        case Operation::kSetPortMode:
+            return "updateEthernetUniSpeed";
+    }
+    return "?";
+}
+
+}  // namespace omci::services

@@ -1,0 +1,27 @@
+// The rules of a port as they stand in the HAL, and how others come in their place.
+#ifndef OMCI_SERVICES_UNI_DIFFERENCE_H
+#define OMCI_SERVICES_UNI_DIFFERENCE_H
+
+#include <memory>
+#include <vector>
+
+#include "omci/services/UniRules.h"
+
+namespace omci::services {
+
+using UniRulePtr = std::shared_ptr<const UniRule>;
+
+struct UniChange {
+    bool whole = false;              // rows cannot be taken back singly: everything goes, and all rules are made anew
+    std::vector<UniRulePtr> remove;  // in this order
+    std::vector<UniRulePtr> add;     // in this order
+    std::vector<UniRulePtr> after;   // the rules that stand then, in the order in which the HAL tries them
+};
+
+// standing: in the order in which the HAL tries them. wanted: in list order. Rules that no frame could take for each
+// other keep their places, whatever the list order is.
+UniChange uniChange(const std::vector<UniRulePtr>& standing, const std::vector<UniRulePtr>& wanted);
+
+}  // namespace omci::services
+
+#endif

@@ -1,0 +1,315 @@
+#include "omci/services/UniRules.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace omci::services {
+
+namespace {
+
+// UniDataProvisioning::tagAction.
+enum TagAction : std::uint16_t { kPush = 1, kPop = 2, kNone = 3, kPushTwo = 4, kPopTwo = 5, kTranslate = 6 };
+// By tags removed and tags added. Where a tag is removed and two are added, one is pushed and both are written; where
+// two are removed and one is added, one is popped and the other written.
+constexpr TagAction kActions[3][3] = {{kNone, kPush, kPushTwo}, {kPop, kTranslate, kPush}, {kPopTwo, kPop, kTranslate}};
+
+constexpr unsigned kPriorities = 8;
+// Codes of the HAL's treatment that leave the field of the tag that is written as it was, and do not look at it on the
+// way down.
+constexpr std::uint8_t kKeptPriority = TagTreatment::kCopyOuter;
+constexpr std::uint16_t kKeptVid = TagTreatment::kVidFromOuter;
+constexpr std::uint8_t kKeptTpid = 0;
+
+constexpr TagFilter kAny{TagFilter::kAnyPriority, TagFilter::kAnyVid, TagFilter::kAnyTpid};
+
+bool stands(const TagFilter& filter) {
+    return filter.priority != TagFilter::kNoTag;
+}
+bool namesPriority(const TagFilter& filter) {
+    return filter.priority < TagFilter::kAnyPriority;
+}
+bool namesVid(const TagFilter& filter) {
+    return filter.priority != TagFilter::kDefaultRule && filter.vid < TagFilter::kAnyVid;
+}
+
+unsigned tagsOf(const TaggingRow& row) {
+    return static_cast<unsigned>(row.kind());
+}
+unsigned addedBy(const TaggingRow& row) {
+    return (row.outerTag.adds() ? 1U : 0U) + (row.innerTag.adds() ? 1U : 0U);
+}
+
+// Works one row out.
+class Translation {
+public:
+    Translation(const TaggingRow& row, const Tagging& tagging, UniPort port, UniRule& rule)
+        : row_(row), tagging_(tagging), rule_(rule), removed_(std::min<unsigned>(row.tagsToRemove, tagsOf(row))) {
+        record_.addFlag = record_.hasTagRules = 1;
+        record_.bridgeId = port.bridgeId;
+        record_.uniPort = port.port;
+        record_.inputTpid = record_.outputTpid = 0x8100;
+        // A single tag is added with the inner fields.
+        if (!row_.innerTag.adds()) std::swap(row_.innerTag, row_.outerTag);
+    }
+
+    void run() {
+        filter();
+        treat();
+        downstream();
+        if (!expansion_) {
+            rule_.records.push_back(record_);
+            return;
+        }
+        for (std::uint8_t priority = 0; priority < kPriorities; ++priority) {
+            (expansion_ == &row_.outer ? record_.outerFilterPrio : record_.innerFilterPrio) = priority;
+            if (expandOuter_) record_.outerTreatmentPrio = priority;
+            if (expandInner_) record_.innerTreatmentPrio = priority;
+            rule_.records.push_back(record_);
+        }
+    }
+
+private:
+    void problem(const char* reason) { rule_.problems.emplace_back(reason); }
+
+    void filter() {
+        record_.filterType = static_cast<std::uint16_t>(tagsOf(row_));
+        record_.etherType = row_.ethertype;
+        for (auto* filter : {&row_.outer, &row_.inner}) {
+            if (filter->priority == TagFilter::kDefaultRule) *filter = kAny;
+            if (!stands(*filter)) *filter = {TagFilter::kNoTag, TagFilter::kAnyVid, TagFilter::kAnyTpid};
+            if (filter->tpid >= TagFilter::kInput) record_.inputTpid = tagging_.inputTpid;
+        }
+        TagFilter outer = row_.outer;
+        // With a filter on neither tag an untagged row would get its rule for the way down twice, or not at all on a
+        // port that has more than six rules; p-bits from DSCP would leave the bridge's tables; and a row that lets
+        // everything pass would not count. A filter on any p-bits of a tag that is not there takes the same frames.
+        if (tagsOf(row_) == 0) outer = kAny;
+        record_.outerFilterPrio = outer.priority;
+        record_.outerFilterVlanId = outer.vid;
+        record_.outerFilterTpidDe = outer.tpid;
+        record_.innerFilterPrio = row_.inner.priority;
+        record_.innerFilterVlanId = row_.inner.vid;
+        record_.innerFilterTpidDe = row_.inner.tpid;
+    }
+
+    // The tag of the received frame that is written in the place of what the row adds, null for a new tag.
+    const TagFilter* writtenTag() const {
+        if (addedBy(row_) != 1 || removed_ == 0) return nullptr;
+        return tagsOf(row_) == 2 && removed_ == 1 ? &row_.outer : &row_.inner;
+    }
+
+    void treat() {
+        record_.removeType = static_cast<std::uint16_t>(removed_);
+        record_.tagAction = kActions[removed_][addedBy(row_)];
+        record_.outerTreatmentPrio = record_.innerTreatmentPrio = TagTreatment::kNoTag;
+        if (row_.outerTag.adds()) {
+            treat(row_.outerTag, record_.outerTreatmentPrio, record_.outerTreatmentVlanId, record_.outerTreatmentTpidDe,
+                  expandOuter_);
+        }
+        if (row_.innerTag.adds()) {
+            treat(row_.innerTag, record_.innerTreatmentPrio, record_.innerTreatmentVlanId, record_.innerTreatmentTpidDe,
+                  expandInner_);
+        }
+        if (removed_ > 0 && addedBy(row_) == 0)
+            problem("tags that are only taken off are not put back on the way down");
+        if (removed_ == 2 && addedBy(row_) == 1) problem("the inner tag is not put back on the way down");
+    }
+
+    void treat(const TagTreatment& wanted, std::uint8_t& priority, std::uint16_t& vid, std::uint16_t& tpid,
+               bool& expand) {
+        priority = wanted.priority;
+        if (wanted.priority == TagTreatment::kCopyInner || wanted.priority == TagTreatment::kCopyOuter) {
+            priority =
+                copiedPriority(wanted.priority == TagTreatment::kCopyInner ? row_.inner : row_.outer, priority, expand);
+        } else if (wanted.priority == TagTreatment::kFromDscp && !tagging_.classSelector) {
+            problem("p-bits from DSCP are DSCP / 8, whatever the DSCP map says");
+        }
+        vid = wanted.vid;
+        if (wanted.vid >= TagTreatment::kVidFromInner)
+            vid = copiedVid(wanted.vid == TagTreatment::kVidFromInner ? row_.inner : row_.outer, vid);
+        tpid = treatmentTpid(wanted.tpid);
+    }
+
+    std::uint8_t copiedPriority(const TagFilter& source, std::uint8_t code, bool& expand) {
+        if (!stands(source)) return 0;  // a copy of a tag that is not there
+        if (namesPriority(source)) return source.priority;
+        if (&source == writtenTag()) return kKeptPriority;
+        if (removed_ == 2 && addedBy(row_) == 2) return code;  // both tags are there to be copied from
+        // The HAL would look for the filter's own p-bits on the way down, and "any" is none: a record for each value.
+        if (expansion_ != nullptr && expansion_ != &source) {
+            problem("p-bits are copied from one of the two tags only");
+            return 0;
+        }
+        expansion_ = &source;
+        expand = true;
+        return 0;
+    }
+
+    std::uint16_t copiedVid(const TagFilter& source, std::uint16_t code) {
+        if (!stands(source)) return 0;
+        if (source.vid < TagFilter::kAnyVid) return source.vid;
+        if (&source == writtenTag()) return kKeptVid;
+        if (removed_ == 2 && addedBy(row_) == 2) return code;
+        if (tagsOf(row_) == 1 && addedBy(row_) == 1) {
+            problem("nothing comes down: a VID copied from any VID is not found again");
+            return TagTreatment::kVidFromInner;
+        }
+        problem("a VID is not copied from any VID into this tag: it is 0");
+        return 0;
+    }
+
+    std::uint16_t treatmentTpid(std::uint8_t code) {
+        switch (code) {
+            case TagTreatment::kTpidFromInner:
+            case TagTreatment::kTpidFromOuter: {
+                const auto& source = code == TagTreatment::kTpidFromInner ? row_.inner : row_.outer;
+                if (!stands(source) || source.tpid < TagFilter::kInput)
+                    return writtenTag() != nullptr ? std::uint16_t{kKeptTpid} : std::uint16_t{TagTreatment::k8100};
+                if (&source == writtenTag()) return kKeptTpid;
+                record_.outputTpid = tagging_.inputTpid;
+                return source.tpid == TagFilter::kInput ? std::uint16_t{TagTreatment::kOutputDei0}
+                                                        : std::uint16_t{source.tpid};
+            }
+            case TagTreatment::kOutputDeiFromInner:
+            case TagTreatment::kOutputDeiFromOuter:
+                record_.outputTpid = tagging_.outputTpid;
+                // Of two tags the HAL writes a TPID with a DEI of its own only.
+                return addedBy(row_) == 1 ? std::uint16_t{TagTreatment::kOutputDeiFromOuter}
+                                          : std::uint16_t{TagTreatment::kOutputDei0};
+            case TagTreatment::kOutputDei0:
+            case TagTreatment::kOutputDei1:
+                record_.outputTpid = tagging_.outputTpid;
+                return code;
+            default:
+                return TagTreatment::k8100;
+        }
+    }
+
+    void downstream() {
+        const bool passes = row_.isDefault() && passesUnchanged(row_);
+        const std::uint8_t mode = tagging_.downstreamMode;
+        // Frames that fit no row pass in modes 0 (the ONU's choice) to 4; the rest is dropped by the port's default.
+        rule_.downstream = passes ? mode <= 4 : mode != 1 && mode != 8;
+        record_.downstreamMode = rule_.downstream ? 0 : 1;
+        rule_.ponTags = std::min(tagsOf(row_) - removed_ + addedBy(row_), 2U);
+        rule_.ponOuter = kAny;
+        if (addedBy(row_) == 0) return;
+        const bool two = addedBy(row_) == 2;
+        const auto priority = two ? record_.outerTreatmentPrio : record_.innerTreatmentPrio;
+        const auto vid = two ? record_.outerTreatmentVlanId : record_.innerTreatmentVlanId;
+        if (priority < TagFilter::kAnyPriority && expansion_ == nullptr) rule_.ponOuter.priority = priority;
+        if (vid < TagFilter::kAnyVid) rule_.ponOuter.vid = vid;
+        if (!rule_.downstream) return;
+        if ((mode == 3 || mode == 6) && rule_.ponOuter.priority < TagFilter::kAnyPriority)
+            problem("on the way down the p-bits have to fit too, not the VID alone");
+        if ((mode == 4 || mode == 7) && vid < TagFilter::kAnyVid)
+            problem("on the way down the VID has to fit too, not the p-bits alone");
+        if (record_.outerFilterVlanId == 1 || record_.innerFilterVlanId == 1)
+            problem("nothing comes down: a filter on VID 1 gets no rule for the way down");
+        if (tagsOf(row_) == 2 && !namesPriority(row_.outer) && !namesPriority(row_.inner) &&
+            (row_.outer.vid == 0 || row_.inner.vid == 0))
+            problem("nothing comes down: a filter on a priority tag beside another tag gets no rule for the way down");
+    }
+
+    TaggingRow row_;
+    const Tagging& tagging_;
+    UniRule& rule_;
+    unsigned removed_;
+    UniDataProvisioning record_{};
+    const TagFilter* expansion_ = nullptr;  // the filter whose p-bits get a record for each value
+    bool expandOuter_ = false, expandInner_ = false;
+};
+
+bool overlap(const TagFilter& one, const TagFilter& other) {
+    if (stands(one) != stands(other)) return false;
+    if (!stands(one)) return true;
+    if (namesPriority(one) && namesPriority(other) && one.priority != other.priority) return false;
+    return !namesVid(one) || !namesVid(other) || one.vid == other.vid;
+}
+
+// 0: a row with a filter of its own; 1, 2: a default rule that treats tags or drops; 3: whatever is left passes.
+int orderOf(const UniRule& rule) {
+    if (!rule.row.isDefault()) return 0;
+    return passesUnchanged(rule.row) ? 3 : tagsOf(rule.row) == 0 ? 1 : 2;
+}
+
+}  // namespace
+
+unsigned UniRule::rules() const {
+    // PPPoE is two types.
+    const unsigned each = (downstream ? 2 : 1) * (row.ethertype == 2 ? 2 : 1);
+    return static_cast<unsigned>(records.size()) * each;
+}
+
+UniRule uniRule(const TaggingRow& row, const Tagging& tagging, UniPort port) {
+    UniRule rule;
+    rule.row = row;
+    if (rule.drops()) return rule;  // what no rule takes is dropped
+    if (row.extendedCriteria != 0) {
+        rule.problems.emplace_back("no rule: DHCP is not told from other frames");
+    } else if (row.ethertype > 3) {
+        rule.problems.emplace_back(row.ethertype == 4 ? "no rule: IPv6 is not told from other frames"
+                                                      : "no rule: EAPOL is not told from other frames");
+    } else {
+        Translation(row, tagging, port, rule).run();
+    }
+    return rule;
+}
+
+bool isBefore(const UniRule& one, const UniRule& other) {
+    const int first = orderOf(one), second = orderOf(other);
+    if (first != second) return first < second;
+    return std::memcmp(one.source.data(), other.source.data(), kTaggingKeySize) < 0;
+}
+
+bool overlap(const UniRule& one, const UniRule& other) {
+    const TaggingRow& a = one.row;
+    const TaggingRow& b = other.row;
+    const bool up = a.kind() == b.kind() && overlap(a.outer, b.outer) && overlap(a.inner, b.inner) &&
+                    (a.ethertype == b.ethertype || a.ethertype == 0 || b.ethertype == 0);
+    if (up) return true;
+    return one.downstream && other.downstream && one.ponTags == other.ponTags && overlap(one.ponOuter, other.ponOuter);
+}
+
+bool passesUnchanged(const TaggingRow& row) {
+    return row.tagsToRemove == 0 && addedBy(row) == 0;
+}
+
+std::vector<TaggingRow> rowsOfTaggingOperation(std::uint8_t upstreamMode, std::uint16_t tci) {
+    TaggingRow two, one, untagged;
+    two.outer = two.inner = one.inner = kAny;
+    if (upstreamMode != 0) {
+        const TagTreatment added{static_cast<std::uint8_t>(tci >> 13), static_cast<std::uint16_t>(tci & 0x0FFFU),
+                                 TagTreatment::k8100};
+        two.innerTag = one.innerTag = untagged.innerTag = added;
+        if (upstreamMode == 1) two.tagsToRemove = one.tagsToRemove = 1;
+    }
+    return {two, one, untagged};
+}
+
+UniDataProvisioning portWithoutRows(UniPort port) {
+    UniDataProvisioning record{};
+    record.addFlag = 1;
+    record.bridgeId = port.bridgeId;
+    record.uniPort = port.port;
+    record.inputTpid = record.outputTpid = 0x8100;
+    return record;
+}
+
+UniDataProvisioning removalOf(UniPort port) {
+    UniDataProvisioning record{};
+    record.bridgeId = port.bridgeId;
+    record.uniPort = port.port;
+    return record;
+}
+
+UniDataProvisioning removalOf(const UniDataProvisioning& record) {
+    UniDataProvisioning removal = record;
+    removal.removeType = TaggingRow::kDiscard;
+    removal.outerTreatmentPrio = removal.innerTreatmentPrio = TagTreatment::kNoTag;
+    removal.outerTreatmentVlanId = removal.innerTreatmentVlanId = 8191;
+    removal.outerTreatmentTpidDe = removal.innerTreatmentTpidDe = 7;
+    return removal;
+}
+
+}  // namespace omci::services
