@@ -1,0 +1,11 @@
+// Frames that must pass, and others that must not, from a scenario file with nothing but frame steps.
+#ifndef TESTS_OMCI_SERVICES_FRAME_FILE_H
+#define TESTS_OMCI_SERVICES_FRAME_FILE_H
+
+#include <string>
+
+// Sends the frames of scenarios/omci/<name>.frames.json through the device as it stands. The text says what was not as
+// expected, "" when everything was.
+std::string wrongFrames(const std::string& name);
+
+#endif

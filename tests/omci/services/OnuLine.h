@@ -1,0 +1,61 @@
+// A whole ONU at the end of a line: agent, services and HAL on the process's virtual ONU.
+#ifndef TESTS_OMCI_SERVICES_ONU_LINE_H
+#define TESTS_OMCI_SERVICES_ONU_LINE_H
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "VirtualOnu.h"
+#include "device/EthernetUni.h"
+#include "hal/HALFactory.h"
+#include "hal/VornHal.h"
+#include "omci/agent/Agent.h"
+#include "omci/olt/Line.h"
+#include "omci/services/Services.h"
+
+class OnuLine : public olt::Line {
+public:
+    OnuLine()
+        : agent_(board(), hal(), device_, clock_),
+          performer_(hal(), {[](std::uint16_t port, bool up) { setEthernetUniStatus(port, up ? 1 : 0); },
+                             updateEthernetUniSpeed}),
+          services(agent_.mib(), performer_) {
+        services.onCall([this](const omci::services::MadeCall& call) { calls.push_back(call); });
+        services.onProblem([this](const omci::services::Problem& problem) { problems.push_back(problem); });
+    }
+
+    std::optional<omci::Message> exchange(const omci::Message& request) override {
+        const auto handled = agent_.handle(request);
+        services.settle(static_cast<int>(request.type), request.transaction);
+        agent_.afterAnswer();
+        return handled.answer;
+    }
+
+    omci::Agent& agent() { return agent_; }
+
+    static VornHal& hal() { return *HALFactory::getInstance()->CreateHALObject(0); }
+    static omci::Board board() { return {}; }
+
+private:
+    omci::Device device_;
+    omci::SteadyClock clock_;
+    omci::Agent agent_;
+    omci::services::HalPerformer performer_;
+
+public:
+    omci::services::Services services;
+    std::vector<omci::services::MadeCall> calls;
+    std::vector<omci::services::Problem> problems;
+};
+
+// A factory-new board with the HAL connected to a gateway that answers at once.
+void startHal();
+
+// The device's state, but for what the order of the same work decides: GEM ports by their ids instead of their indexes,
+// lines in alphabetical order, each once. What the HAL leaves behind when everything is taken back is left out: rules
+// that steer GEM ports to their bridges, the default bridge.
+std::vector<std::string> comparableState();
+
+#endif
