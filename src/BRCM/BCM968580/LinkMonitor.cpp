@@ -12,6 +12,7 @@
 #include "BRCM/BCM968580/DATA/EngineLog.h"
 #include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/omci_brcm_hal.h"
+#include "hal/QuietThread.h"
 #include "hal/SharedVariable.h"
 
 // Neither up nor down, so that the first look counts as a change.
@@ -52,7 +53,7 @@ int VornBrcmHal::createAlarmStatsThread() {
     std::printf("Alarms Thread \n");
     pthread_t thread{};
     // Joinable, which is what the default attributes say.
-    const int error = pthread_create(&thread, nullptr, &VornBrcmHal::sfuNotificationDdlCallbacks, nullptr);
+    const int error = startQuietThread(&thread, &VornBrcmHal::sfuNotificationDdlCallbacks);
     if (error != 0) {
         std::printf("Alaram Status Changes : pthread_create returns: %d\n", error);
         errno = error;

@@ -17,6 +17,7 @@
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
+#include "hal/QuietThread.h"
 #include "platform/kit_numbers.h"
 
 void* msgHandle = nullptr;
@@ -135,7 +136,7 @@ int EtherSwitchBcm380::omcid_initCms() {
         return -1;
     }
     pthread_t listener;
-    pthread_create(&listener, nullptr, cmsListenerThread, nullptr);
+    startQuietThread(&listener, cmsListenerThread);
     return 0;
 }
 

@@ -43,16 +43,28 @@ bool isAddressText(const std::string& text) {
     return text.find_first_not_of("0123456789abcdefABCDEF.:") == std::string::npos;
 }
 
+// The longest texts of their kinds; an address with a colon is one of IPv6.
+constexpr std::size_t kLongestIpv4 = 15;
+constexpr std::size_t kLongestIpv6 = 45;
+
 struct CheckedText {
+    enum class Kind { Ip, Mac };
     const char* field;
     const std::string& text;
+    Kind kind;
+
+    // Longer texts would be cut on their way into a command, which then would mean something else.
+    bool fits() const {
+        if (kind == Kind::Mac) return text.size() <= kMacTextLength;
+        return text.size() <= (text.find(':') == std::string::npos ? kLongestIpv4 : kLongestIpv6);
+    }
 };
 
 // Refuses a text that must not reach a shell, with one log line that names the field.
 template <std::size_t Count>
 bool areAddressTexts(const char* operation, const CheckedText (&texts)[Count]) {
     for (const CheckedText& checked : texts) {
-        if (isAddressText(checked.text)) continue;
+        if (isAddressText(checked.text) && checked.fits()) continue;
         ENGINE_LOG(operation, kDataProvSource, kLogError, "IP host refused: %s is no address\n", checked.field);
         return false;
     }
@@ -60,14 +72,14 @@ bool areAddressTexts(const char* operation, const CheckedText (&texts)[Count]) {
 }
 
 bool isSafeRecord(const char* operation, const IpHostProvision& rec) {
-    return areAddressTexts(operation, {{"ipAddress", rec.ipAddress},
-                                       {"subnetMask", rec.subnetMask},
-                                       {"gateway", rec.gateway},
-                                       {"macAddress", rec.macAddress}});
+    return areAddressTexts(operation, {{"ipAddress", rec.ipAddress, CheckedText::Kind::Ip},
+                                       {"subnetMask", rec.subnetMask, CheckedText::Kind::Ip},
+                                       {"gateway", rec.gateway, CheckedText::Kind::Ip},
+                                       {"macAddress", rec.macAddress, CheckedText::Kind::Mac}});
 }
 
 bool isSafeFirstMac(const char* operation, const std::string& firstMac) {
-    return areAddressTexts(operation, {{"first MAC of the board", firstMac}});
+    return areAddressTexts(operation, {{"first MAC of the board", firstMac, CheckedText::Kind::Mac}});
 }
 
 // Removes the IP host's S-tag from downstream frames and hands them to the bridge's ANI VLAN device.
@@ -100,7 +112,7 @@ void insertStagPopRule(EtherSwitchBcm380& engine, const char* operation, const I
 bool getRoutedMac(const char* operation, const IpHostProvision& rec, std::string* mac) {
     *mac = readFirstMac();
     if (!isSafeFirstMac(operation, *mac)) return false;
-    if (mac->empty()) *mac = rec.macAddress.substr(0, kMacTextLength);
+    if (mac->empty()) *mac = rec.macAddress;
     return true;
 }
 

@@ -1,9 +1,11 @@
 #include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
 
+#include <array>
+#include <cctype>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <string>
 
 #include "BRCM/BCM968580/DATA/EngineLog.h"
 #include "BRCM/BCM968580/DATA/EngineNames.h"
@@ -34,6 +36,30 @@ bool isWhole(const CommandText& command) {
 
 void runLogged(EtherSwitchBcm380& engine, const char* label, const CommandText& command) {
     if (isWhole(command)) engine.runSystemCommand(label, command.get());
+}
+
+// The name stands in the line, but only as the beginning of another device's: "br3.1" in "dhcpc -i br3.10".
+bool isAboutLongerName(const std::string& line, const std::string& name) {
+    bool found = false;
+    for (auto at = line.find(name); at != std::string::npos; at = line.find(name, at + 1)) {
+        found = true;
+        const std::size_t behind = at + name.size();
+        if (behind >= line.size() || std::isdigit(static_cast<unsigned char>(line[behind])) == 0) return false;
+    }
+    return found;
+}
+
+// The first line of a process list that is not about a device with a longer name; "" when there is none. The part of an
+// overlong line that does not fit is passed over.
+std::string firstLineOfDevice(std::FILE* list, const std::string& device) {
+    std::array<char, 1024> piece = {};
+    bool begins = true;
+    while (std::fgets(piece.data(), static_cast<int>(piece.size()), list) != nullptr) {
+        const std::string line(piece.data());
+        if (begins && !isAboutLongerName(line, device)) return line;
+        begins = line.back() == '\n';
+    }
+    return {};
 }
 
 void runUnlogged(const CommandText& command) {
@@ -145,9 +171,9 @@ void IpHostCommands::startDhcpClient(const char* device) {
 void IpHostCommands::killDhcpClient(const char* device) {
     std::FILE* list = popen(CommandText("ps |grep %s", device).get(), "r");
     if (list == nullptr) return;
-    char line[1024] = {};
-    if (std::fgets(line, sizeof line, list) != nullptr && std::strstr(line, "dhcpc") != nullptr) {
-        const long pid = std::strtol(line, nullptr, 10);
+    const std::string line = firstLineOfDevice(list, device);
+    if (line.find("dhcpc") != std::string::npos) {
+        const long pid = std::strtol(line.c_str(), nullptr, 10);
         // Process 0 and negative numbers would be whole process groups.
         if (pid > 0 && pid <= INT_MAX) {
             std::printf("killing process pid=%d", static_cast<int>(pid));
