@@ -1,5 +1,6 @@
 #include "scenario/Scenario.h"
 #include "scenario/operations/Operations.h"
+#include "state/FieldWords.h"
 
 namespace vorn_onu {
 
@@ -32,20 +33,9 @@ Json givenFields(const Json& whole, const ParseContext& context) {
     return given;
 }
 
-// "bridgeId 3, uniPort 2"
-std::string wordsOf(const Json& given) {
-    std::string words;
-    for (const auto& [key, value] : given.items()) {
-        std::string text = value.is_string() ? value.get<std::string>() : value.dump();
-        if (value.is_array()) text = std::to_string(value.size()) + (value.size() == 1 ? " entry" : " entries");
-        words += (words.empty() ? "" : ", ") + key + " " + text;
-    }
-    return words;
-}
-
 std::string answerText(const Outcome& outcome) {
     std::string text = outcome.result.is_null() ? "" : outcome.result.dump();
-    if (!outcome.output.empty()) text += (text.empty() ? "" : ", ") + wordsOf(outcome.output);
+    if (!outcome.output.empty()) text += (text.empty() ? "" : ", ") + fieldWords(outcome.output);
     return text;
 }
 
@@ -87,7 +77,7 @@ void parseCall(Step& step, const Json& whole, ParseContext& context) {
 
     step.name = operation->name;
     const bool isNamed = whole.contains("record") && !isNull;
-    step.words = isNull ? "a null pointer" : (isNamed ? textOf(whole["record"]) + ": " : "") + wordsOf(given);
+    step.words = isNull ? "a null pointer" : (isNamed ? textOf(whole["record"]) + ": " : "") + fieldWords(given);
     step.changes = operation->changes;
     step.run = [call, result, output](RunContext& context_) {
         const Outcome outcome = call(context_.hal);

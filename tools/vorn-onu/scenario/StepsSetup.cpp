@@ -5,6 +5,7 @@
 #include "scenario/BoardSettings.h"
 #include "scenario/Scenario.h"
 #include "scenario/fields/Field.h"
+#include "state/FieldWords.h"
 
 namespace vorn_onu {
 
@@ -15,10 +16,6 @@ using virtual_onu::GatewayMode;
 const Numbers kDelay{0, 60000};
 const Numbers kMessageType{0, 0xFFFFFFFF, {}, false, true};
 constexpr std::uint32_t kServiceStatusQuery = 0x10002251;  // the gateway asks for a service's state again
-
-std::string wordsOfSetting(const std::string& key, const Json& value) {
-    return key + " " + (value.is_string() ? value.get<std::string>() : shown(value));
-}
 
 // ---- gateway ----
 
@@ -65,7 +62,7 @@ GatewayMessage messageOf(const Json& value) {
 
 void parseGateway(Step& step, const Json& whole, ParseContext&) {
     const Json& value = whole["gateway"];
-    step.words = wordsOfSetting("gateway", value);
+    step.words = value.is_object() ? fieldWords(value) : valueWords("gateway", value);
     if (value.is_object() && value.contains("asks")) {
         checkKeys(value, {"asks"});
         const auto payload =
@@ -135,7 +132,7 @@ std::vector<Field> faultFields() {
 
 void parseFault(Step& step, const Json& whole, ParseContext&) {
     const Json& value = whole["fault"];
-    step.words = wordsOfSetting("fault", value);
+    step.words = valueWords("fault", value);
     if (value == "clear") {
         step.run = [](RunContext& context) {
             context.onu.clearFaults();
@@ -182,8 +179,7 @@ void parseAdvance(Step& step, const Json& whole, ParseContext&) {
 void parseBoard(Step& step, const Json& whole, ParseContext&) {
     const Json& value = whole["board"];
     const auto set = inField("board", [&] { return boardSettings(value); });
-    for (const auto& [key, setting] : value.items())
-        step.words += (step.words.empty() ? "" : ", ") + wordsOfSetting(key, setting);
+    step.words = fieldWords(value);
     step.run = [set](RunContext& context) {
         for (const auto& one : set) one(context.onu);
         return StepResult{};

@@ -4,6 +4,7 @@
 #include <map>
 #include <set>
 
+#include "state/PonWords.h"
 #include "state/RuleWords.h"
 #include "state/Services.h"
 
@@ -14,7 +15,6 @@ namespace {
 using virtual_onu::NetworkDevice;
 
 constexpr std::size_t kMostWarnings = 8;
-constexpr unsigned kNoAllocId = 65535;
 
 std::string joinWords(const std::vector<std::string>& words, const char* separator = " ") {
     std::string text;
@@ -72,6 +72,19 @@ std::string defaultWords(const std::vector<const TableState*>& tables) {
     return joinWords(words, ", ");
 }
 
+// Frames and what is done with them: side by side, or below each other in a window that is too narrow for that.
+std::string ruleLines(const std::vector<std::pair<std::string, std::string>>& rules, const Terminal& terminal) {
+    constexpr std::size_t kIndent = 4;
+    Table table;
+    for (const auto& [frames, action] : rules) table.row({frames, action});
+    if (table.fits(terminal, kIndent)) return table.text(terminal, kIndent);
+    std::string text;
+    for (const auto& [frames, action] : rules)
+        for (const auto& [line, indent] : {std::make_pair(frames, kIndent), std::make_pair(action, 2 * kIndent)})
+            text += std::string(indent, ' ') + hanging(line, terminal.width(), indent) + "\n";
+    return text;
+}
+
 // The rules of one device and direction. Where they all concern one VLAN device, it stands in the heading.
 std::string rulesOf(const std::string& device, bool receive, const std::vector<MergedRule>& rules,
                     const Terminal& terminal) {
@@ -83,15 +96,15 @@ std::string rulesOf(const std::string& device, bool receive, const std::vector<M
         if (!other.empty()) others.insert(other);
     }
     const bool one = others.size() == 1;
-    std::string body = "  " + device + (receive ? " receives" : " sends");
-    if (one) body += (receive ? ", for " : ", from ") + *others.begin();
-    Table table;
+    std::string heading = "  " + device + (receive ? " receives" : " sends");
+    if (one) heading += (receive ? ", for " : ", from ") + *others.begin();
+    std::vector<std::pair<std::string, std::string>> lines;
     for (std::size_t i = 0; i < rules.size(); ++i) {
         const std::string from = receive || one ? "" : " from " + words[i].from;
         const std::string to = !receive || one || words[i].to.empty() ? "" : " → " + words[i].to;
-        table.row({words[i].frames + from + ":", words[i].action + to + repetition(rules[i])});
+        lines.emplace_back(words[i].frames + from + ":", words[i].action + to + repetition(rules[i]));
     }
-    return body + "\n" + table.text(terminal, 4);
+    return heading + "\n" + ruleLines(lines, terminal);
 }
 
 std::string rules(const DeviceState& state, const Terminal& terminal) {
@@ -127,48 +140,27 @@ std::string flows(const DeviceState& state, const Terminal& terminal) {
 
 // ---- PON ----
 
-std::string queueWords(const virtual_onu::Queue& queue) {
-    std::string words = queue.schedMode == 2         ? "weighted " + std::to_string(queue.weight)
-                        : queue.priority == queue.id ? std::string("strict")
-                                                     : "strict, priority " + std::to_string(queue.priority);
-    return words + ", " + std::to_string(queue.size) + " packets";
-}
-
-// "0: strict, 2035 packets; 1-7: strict, 256 packets"
-std::string queuesWords(const std::vector<virtual_onu::Queue>& queues) {
-    std::vector<std::string> parts;
-    for (std::size_t i = 0; i < queues.size();) {
-        std::size_t last = i;
-        while (last + 1 < queues.size() && queueWords(queues[last + 1]) == queueWords(queues[i])) ++last;
-        const std::string range =
-            std::to_string(queues[i].id) + (last > i ? "-" + std::to_string(queues[last].id) : "");
-        parts.push_back(range + ": " + queueWords(queues[i]));
-        i = last + 1;
-    }
-    return parts.empty() ? "none" : joinWords(parts, "; ");
-}
-
 std::string tconts(const DeviceState& state, const Terminal& terminal) {
     Table table({"T-CONT", "alloc-id", "queues"});
     for (const auto& tcont : state.tconts) {
         if (tcont.allocId == kNoAllocId && tcont.queues.empty()) continue;
-        table.row({std::to_string(tcont.index), tcont.allocId == kNoAllocId ? "none" : std::to_string(tcont.allocId),
-                   queuesWords(tcont.queues)});
+        const std::string queues = joinWords(queueRanges(tcont.queues), "; ");
+        table.row({std::to_string(tcont.index), allocIdWords(tcont.allocId), queues.empty() ? "none" : queues});
     }
     return section("T-CONTs", table.text(terminal), terminal);
 }
 
 std::string gemPorts(const DeviceState& state, const Terminal& terminal) {
     Table table({"GEM port", "index", "alloc-id", ""});
-    for (const auto& port : state.gemPorts) {
-        std::string remarks = port.enabled ? "up" : "down";
-        if (port.downstreamOnly) remarks += ", downstream only";
-        table.row({std::to_string(port.portId), std::to_string(port.index),
-                   port.allocId == kNoAllocId ? "none" : std::to_string(port.allocId), remarks});
-    }
-    std::string body = table.text(terminal);
-    if (state.adminState) body += "  link started in state " + std::to_string(*state.adminState) + "\n";
-    return section("GEM ports", body, terminal);
+    for (const auto& port : state.gemPorts)
+        table.row(
+            {std::to_string(port.portId), std::to_string(port.index), allocIdWords(port.allocId), gemPortWords(port)});
+    return section("GEM ports", table.text(terminal), terminal);
+}
+
+std::string ponLink(const DeviceState& state, const Terminal& terminal) {
+    const std::string words = linkWords(state);
+    return section("PON link", words.empty() ? "" : "  " + words + "\n", terminal);
 }
 
 std::string list(const std::string& title, const std::vector<std::string>& lines, const Terminal& terminal) {
@@ -188,7 +180,7 @@ std::string shortList(const std::string& head, const std::vector<std::string>& l
     if (lines.empty()) return "";
     std::string body = "  " + terminal.yellow(head) + "\n";
     for (std::size_t i = 0; i < lines.size() && i < kMostWarnings; ++i)
-        body += "    " + cut(lines[i], terminal.width() - 4) + "\n";
+        body += "    " + hanging(lines[i], terminal.width(), 6) + "\n";
     if (lines.size() > kMostWarnings) body += "    and " + std::to_string(lines.size() - kMostWarnings) + " more\n";
     return body;
 }
@@ -197,7 +189,7 @@ std::string shortList(const std::string& head, const std::vector<std::string>& l
 
 std::string deviceReport(const DeviceState& state, const DeviceState& newBoard, const Terminal& terminal) {
     return bridges(state, terminal) + devices(state, newBoard, terminal) + rules(state, terminal) +
-           flows(state, terminal) + tconts(state, terminal) + gemPorts(state, terminal) +
+           flows(state, terminal) + ponLink(state, terminal) + tconts(state, terminal) + gemPorts(state, terminal) +
            list("Runner objects", state.runnerObjects, terminal) +
            list("Ingress queue keys", state.ingressKeys, terminal) + list("Policy routing", routing(state), terminal) +
            list("Messages to the gateway", state.messages, terminal);

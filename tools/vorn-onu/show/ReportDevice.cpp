@@ -4,6 +4,7 @@
 
 #include "show/Html.h"
 #include "show/Report.h"
+#include "state/PonWords.h"
 #include "state/RuleWords.h"
 #include "state/Services.h"
 
@@ -12,9 +13,6 @@ namespace vorn_onu {
 namespace {
 
 using namespace html;
-
-constexpr unsigned kNoAllocId = 65535;
-constexpr unsigned kWeighted = 2;  // of a queue's schedMode
 
 // ---- services and their rules ----
 
@@ -63,18 +61,11 @@ std::string ruleTable(const DeviceState& state, const std::vector<MergedRule>& r
 
 // ---- GEM ports and T-CONTs ----
 
-std::string queueWords(const virtual_onu::Queue& queue) {
-    const std::string how = queue.schedMode == kWeighted ? "weighted " + std::to_string(queue.weight)
-                                                         : "strict " + std::to_string(queue.priority);
-    return std::to_string(queue.id) + ": " + how + ", " + std::to_string(queue.size) + " packets";
-}
-
 std::string gemPortTable(const DeviceState& state) {
     std::string rows;
     for (const auto& port : state.gemPorts)
-        rows += row({std::to_string(port.portId), std::to_string(port.index),
-                     port.allocId == kNoAllocId ? "none" : std::to_string(port.allocId),
-                     std::string(port.enabled ? "up" : "down") + (port.downstreamOnly ? ", downstream only" : "")});
+        rows += row(
+            {std::to_string(port.portId), std::to_string(port.index), allocIdWords(port.allocId), gemPortWords(port)});
     return rows.empty() ? "" : card(table({"GEM port", "index", "alloc-id", "state"}, rows));
 }
 
@@ -83,9 +74,8 @@ std::string tcontTable(const DeviceState& state) {
     for (const auto& tcont : state.tconts) {
         if (tcont.allocId == kNoAllocId && tcont.queues.empty()) continue;
         std::string queues;
-        for (const auto& queue : tcont.queues) queues += chip(queueWords(queue), "pon");
-        rows += row({std::to_string(tcont.index), tcont.allocId == kNoAllocId ? "none" : std::to_string(tcont.allocId),
-                     queues});
+        for (const std::string& range : queueRanges(tcont.queues)) queues += chip(range, "pon");
+        rows += row({std::to_string(tcont.index), allocIdWords(tcont.allocId), queues});
     }
     return rows.empty() ? "" : card(table({"T-CONT", "alloc-id", "queues"}, rows));
 }

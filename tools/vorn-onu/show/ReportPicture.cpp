@@ -4,6 +4,7 @@
 
 #include "show/Html.h"
 #include "show/Report.h"
+#include "state/PonWords.h"
 #include "state/Services.h"
 
 namespace vorn_onu {
@@ -15,7 +16,6 @@ constexpr int kRowHeight = 34;
 constexpr int kLanePadding = 8;
 constexpr int kLaneGap = 8;
 constexpr int kHeadHeight = 24;
-constexpr unsigned kNoAllocId = 65535;
 
 // Columns: left edge and width of the boxes.
 struct Column {

@@ -23,8 +23,15 @@ std::string shortName(const Step& step) {
     return step.name;
 }
 
+// What stands behind the name: what the step does; where the author's words say it better, those.
 std::string wordsOf(const Step& step) {
-    return step.note.empty() ? step.words : step.note;
+    const bool looks = step.kind == "expect" || step.words.empty();
+    return looks && !step.note.empty() ? step.note : step.words;
+}
+
+// The author's words that stand on a line of their own.
+std::string noteBelow(const Step& step) {
+    return wordsOf(step) == step.note ? "" : step.note;
 }
 
 bool isHeading(const Step& step) {
@@ -40,12 +47,13 @@ std::string padded(const std::string& text, std::size_t width) {
     return used < width ? text + std::string(width - used, ' ') : text;
 }
 
-// What came of a step: its effects, and its answer where that says something.
+// What came of a step: its answer where that says something, and its effects.
 std::string outcomeOf(const StepRecord& record) {
-    std::string text = record.effects;
     const bool plainSuccess = record.step->changes && record.answer == "0";
-    if (!record.answer.empty() && !plainSuccess) text = "= " + record.answer + (text.empty() ? "" : ", " + text);
-    if (text.empty() && record.step->changes) text = "nothing changed";
+    std::string text = record.answer.empty() || plainSuccess ? "" : "= " + record.answer;
+    if (record.step->kind == "frame") text = record.answer;
+    if (!record.effects.empty()) text += (text.empty() ? "→ " : " → ") + record.effects;
+    if (text.empty() && record.step->changes) text = "→ nothing changed";
     return text;
 }
 
@@ -53,30 +61,27 @@ std::string plural(std::size_t count, const std::string& noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
-std::string lines(const std::string& label, const std::vector<std::string>& all) {
-    std::string text;
-    for (std::size_t i = 0; i < all.size(); ++i)
-        text += kBelow + "  " + padded(i == 0 ? label : "", 10) + all[i] + "\n";
-    if (all.empty()) text += kBelow + "  " + padded(label, 10) + "(nothing)\n";
-    return text;
-}
-
 }  // namespace
 
 RunOutput::RunOutput(const Scenario& scenario, Terminal terminal) : scenario_(scenario), terminal_(terminal) {
+    for (const Step& step : scenario.steps)
+        if (!isHeading(step)) nameWidth_ = std::max(nameWidth_, widthOf(shortName(step)));
+    // Outcomes line up behind the words that leave them two fifths of the line. Longer words have lines of their own.
+    const std::size_t room = terminal_.width() > wordsAt() ? terminal_.width() - wordsAt() : 0;
     for (const Step& step : scenario.steps) {
-        if (isHeading(step)) continue;
-        nameWidth_ = std::max(nameWidth_, widthOf(shortName(step)));
-        if (!onlyLooks(step) && step.kind != "frame") wordsWidth_ = std::max(wordsWidth_, widthOf(wordsOf(step)));
+        if (isHeading(step) || onlyLooks(step) || step.kind == "frame") continue;
+        const std::size_t width = widthOf(wordsOf(step));
+        if (width <= room * 3 / 5) wordsWidth_ = std::max(wordsWidth_, width);
     }
-    // The outcome gets at least a third of the window.
-    const std::size_t room =
-        terminal_.width() > kPrefixWidth + nameWidth_ ? terminal_.width() - kPrefixWidth - nameWidth_ : 0;
-    wordsWidth_ = std::min(wordsWidth_, std::max<std::size_t>(room * 3 / 5, 16));
+}
+
+std::size_t RunOutput::wordsAt() const {
+    return kPrefixWidth + nameWidth_ + 2;
 }
 
 std::string RunOutput::heading() const {
-    std::string text = terminal_.bold(scenario_.title) + "\n";
+    std::string text;
+    for (const auto& line : wrapped(scenario_.title, terminal_.width())) text += terminal_.bold(line) + "\n";
     if (!scenario_.description.empty())
         for (const auto& line : wrapped(scenario_.description, terminal_.width())) text += terminal_.dim(line) + "\n";
     return text + "\n";
@@ -92,43 +97,57 @@ std::string RunOutput::rule(const std::string& title) const {
 std::string RunOutput::step(const StepRecord& record) const {
     const Step& step = *record.step;
     if (step.kind == "show") return rule(step.words);
-    if (step.kind == "note") return (step.number > 1 ? "\n" : "") + terminal_.bold(step.note) + "\n";
+    if (step.kind == "note") {
+        std::string text = step.number > 1 ? "\n" : "";
+        for (const auto& line : wrapped(step.note, terminal_.width())) text += terminal_.bold(line) + "\n";
+        return text;
+    }
     std::array<char, 16> number{};
     std::snprintf(number.data(), number.size(), "%3zu  ", step.number);
-    std::string line =
-        "  " + (record.passed() ? terminal_.green("✓") : terminal_.red("✗")) + terminal_.dim(number.data());
+    const bool behindTables = step.number > 1 && scenario_.steps[step.number - 2].kind == "show";
+    std::string line = (behindTables ? "\n  " : "  ") + (record.passed() ? terminal_.green("✓") : terminal_.red("✗")) +
+                       terminal_.dim(number.data());
     line += padded(shortName(step), nameWidth_) + "  ";
-    if (onlyLooks(step))
-        return line + cut(wordsOf(step), terminal_.width() - kPrefixWidth - nameWidth_ - 2) + "\n" + failures(record);
-    if (step.kind == "frame") return line + frameLines(record) + failures(record);
-    const std::string words = cut(wordsOf(step), wordsWidth_);
-    const std::string outcome = outcomeOf(record);
-    const std::size_t indent = kPrefixWidth + nameWidth_ + 2;
-    const std::size_t used = indent + wordsWidth_ + 2;
-    line += words;
-    if (used + widthOf(outcome) <= terminal_.width())
-        line += std::string(wordsWidth_ - widthOf(words) + 2, ' ') + terminal_.dim(outcome);
-    else  // an outcome that is too long for its column gets lines of its own
-        for (const auto& part : wrapped(outcome, terminal_.width() - indent))
-            line += "\n" + std::string(indent, ' ') + terminal_.dim(part);
-    return line + "\n" + failures(record);
+    const std::string words = wordsOf(step), outcome = outcomeOf(record);
+    const std::size_t width = widthOf(words), outcomeAt = std::max(width, wordsWidth_) + 2;
+    const bool beside = step.kind != "frame" && wordsAt() + outcomeAt + widthOf(outcome) <= terminal_.width();
+    line += hanging(words, terminal_.width(), wordsAt());
+    if (words.empty() && !beside)
+        line += terminal_.dim(hanging(outcome, terminal_.width(), wordsAt())) + "\n";
+    else if (beside && !outcome.empty())
+        line += std::string(outcomeAt - width, ' ') + terminal_.dim(outcome) + "\n";
+    else
+        line += "\n" + below(outcome);
+    return line + below(noteBelow(step)) + failures(record);
 }
 
-// The frame, where it went, and the author's words, a line each.
-std::string RunOutput::frameLines(const StepRecord& record) const {
-    const std::size_t indent = kPrefixWidth + nameWidth_ + 2;
-    std::string text = record.step->words + "\n";
-    for (const std::string& part : {record.answer, record.step->note})
-        for (const auto& one : wrapped(part, terminal_.width() - indent - 2))
-            if (!one.empty()) text += std::string(indent + 2, ' ') + terminal_.dim(one) + "\n";
+// Lines below the words of a step.
+std::string RunOutput::below(const std::string& what) const {
+    if (what.empty()) return "";
+    const std::size_t indent = wordsAt() + 2;
+    std::string text;
+    for (const auto& part : wrapped(what, terminal_.width() > indent ? terminal_.width() - indent : 1))
+        text += std::string(indent, ' ') + terminal_.dim(part) + "\n";
     return text;
 }
 
 std::string RunOutput::failures(const StepRecord& record) const {
     std::string text;
     for (const Failure& failure : record.failures)
-        text += kBelow + terminal_.red(failure.what) + "\n" + lines("expected", failure.expected) +
-                lines("actual", failure.actual);
+        text += kBelow + terminal_.red(failure.what) + "\n" + sideOf("expected", failure.expected) +
+                sideOf("actual", failure.actual);
+    return text;
+}
+
+// Lines of a failure with a label in front of the first. Only a window breaks them: in a file they are looked for.
+std::string RunOutput::sideOf(const std::string& label, const std::vector<std::string>& all) const {
+    const std::size_t indent = kPrefixWidth + 12;
+    std::string text;
+    for (std::size_t i = 0; i < std::max<std::size_t>(all.size(), 1); ++i) {
+        const std::string line = all.empty() ? "(nothing)" : all[i];
+        text += kBelow + "  " + padded(i == 0 ? label : "", 10) +
+                (terminal_.isWindow() ? hanging(line, terminal_.width(), indent) : line) + "\n";
+    }
     return text;
 }
 
@@ -165,8 +184,11 @@ std::string RunOutput::closing(const std::vector<StepRecord>& records, std::size
     const std::string counts = plural(calls, "HAL call") + ", " + plural(expectations, "step") + " of expectations, " +
                                (frames > 0 ? plural(frames, "frame") + ", " : "") + plural(deviceCalls, "call") +
                                " into the device";
-    if (failed == 0) return "\n" + terminal_.green("✓ everything as expected") + ": " + counts + "\n";
-    return "\n" + terminal_.red("✗ " + plural(failed, "step") + " failed") + ": " + counts + "\n";
+    const std::string verdict = failed == 0 ? "✓ everything as expected" : "✗ " + plural(failed, "step") + " failed";
+    // The verdict has a colour of its own; the counts go on behind it, or below it.
+    const std::string whole = hanging(verdict + ": " + counts, terminal_.width(), 2);
+    return "\n" + (failed == 0 ? terminal_.green(verdict) : terminal_.red(verdict)) + whole.substr(verdict.size()) +
+           "\n";
 }
 
 bool allPassed(const std::vector<StepRecord>& records) {

@@ -24,7 +24,9 @@ public:
     std::string closing(const std::vector<StepRecord>& records, std::size_t deviceCalls) const;
 
 private:
-    std::string frameLines(const StepRecord& record) const;
+    std::string below(const std::string& what) const;
+    std::string sideOf(const std::string& label, const std::vector<std::string>& all) const;
+    std::size_t wordsAt() const;  // the column in which the words of the steps begin
     const Scenario& scenario_;
     Terminal terminal_;
     std::size_t nameWidth_ = 0, wordsWidth_ = 0;

@@ -12,8 +12,12 @@ namespace vorn_onu {
 std::size_t widthOf(const std::string& text);
 // The text cut to a width, with "…" at its end where something is missing.
 std::string cut(const std::string& text, std::size_t width);
-// The text in lines of at most this width, broken between words. A word that is too long stands alone.
+// The text in lines of at most this width, broken between words; a number stays with the word in front of it ("VID
+// 100"). A word that is too long stands alone.
 std::vector<std::string> wrapped(const std::string& text, std::size_t width);
+// The same as one text for the end of a line that `indent` columns of the width are taken from: what follows the first
+// line begins below it.
+std::string hanging(const std::string& text, std::size_t width, std::size_t indent);
 
 class Terminal {
 public:
@@ -22,6 +26,8 @@ public:
     static Terminal of(std::FILE* stream);
 
     std::size_t width() const { return width_; }
+    // Whether the width is that of a window, which would break what is longer; a file takes lines of any length.
+    bool isWindow() const { return isWindow_; }
     std::string bold(const std::string& text) const { return painted("1", text); }
     std::string dim(const std::string& text) const { return painted("2", text); }
     std::string red(const std::string& text) const { return painted("31", text); }
@@ -32,18 +38,22 @@ private:
     std::string painted(const char* code, const std::string& text) const;
     bool colour_;
     std::size_t width_;
+    bool isWindow_ = false;
 };
 
-// Columns that line up. Only the last column is broken into several lines when a row is too wide.
+// Columns that line up. Where they are too wide for the window, the widest are broken into several lines.
 class Table {
 public:
     // Without headings the rows stand alone.
     explicit Table(std::vector<std::string> headings = {}) : headings_(std::move(headings)) {}
     void row(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
     bool empty() const { return rows_.empty(); }
+    // Whether no row has to be broken.
+    bool fits(const Terminal& terminal, std::size_t indent = 2) const;
     std::string text(const Terminal& terminal, std::size_t indent = 2) const;
 
 private:
+    std::vector<std::size_t> widths(std::size_t room) const;
     std::vector<std::string> headings_;
     std::vector<std::vector<std::string>> rows_;
 };

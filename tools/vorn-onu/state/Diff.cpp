@@ -4,14 +4,13 @@
 #include <map>
 #include <set>
 
+#include "state/PonWords.h"
 #include "state/RuleWords.h"
 #include "state/Services.h"
 
 namespace vorn_onu {
 
 namespace {
-
-constexpr unsigned kNoAllocId = 65535;
 
 using Lines = std::vector<std::string>;
 
@@ -23,10 +22,6 @@ std::string joinWords(const Lines& words) {
 
 std::string orNone(const std::string& text) {
     return text.empty() ? "none" : text;
-}
-
-std::string numberOrNone(unsigned number, unsigned none) {
-    return number == none ? "none" : std::to_string(number);
 }
 
 // A list taken apart: the elements that the other one has too, as often as it has them, and the rest.
@@ -249,7 +244,8 @@ void compareRules(const DeviceState& before, const DeviceState& after, Lines& li
 
 // ---- PON ----
 
-std::string queueWords(const virtual_onu::Queue& queue) {
+// With its priority in any case: what has changed may be that.
+std::string queueState(const virtual_onu::Queue& queue) {
     const std::string way = queue.schedMode == 2 ? "weighted " + std::to_string(queue.weight)
                                                  : "strict, priority " + std::to_string(queue.priority);
     return way + ", " + std::to_string(queue.size) + " packets";
@@ -260,23 +256,22 @@ void comparePon(const DeviceState& before, const DeviceState& after, Lines& line
     using virtual_onu::Queue;
     using virtual_onu::Tcont;
     const auto queueId = [](const Queue& queue) { return std::to_string(queue.id); };
-    const auto allocWords = [](unsigned allocId) { return numberOrNone(allocId, kNoAllocId); };
     const auto compareTcont = [&](const std::string& name, const Tcont& old, const Tcont& now) {
-        compareValue(name + "alloc-id ", allocWords(old.allocId), allocWords(now.allocId), lines);
+        compareValue(name + "alloc-id ", allocIdWords(old.allocId), allocIdWords(now.allocId), lines);
         const auto compareQueue = [&lines](const std::string& queue, const Queue& oldQueue, const Queue& nowQueue) {
-            compareValue(queue, queueWords(oldQueue), queueWords(nowQueue), lines);
+            compareValue(queue, queueState(oldQueue), queueState(nowQueue), lines);
         };
-        compareObjects(old.queues, now.queues, queueId, queueWords, compareQueue, name + "queue", lines);
+        compareObjects(old.queues, now.queues, queueId, queueState, compareQueue, name + "queue", lines);
     };
     const auto tcontWords = [&](const Tcont& tcont) {
-        return "alloc-id " + allocWords(tcont.allocId) + ", " + std::to_string(tcont.queues.size()) + " queues";
+        return "alloc-id " + allocIdWords(tcont.allocId) + ", " + std::to_string(tcont.queues.size()) + " queues";
     };
     compareObjects(
         before.tconts, after.tconts, [](const Tcont& tcont) { return std::to_string(tcont.index); }, tcontWords,
         compareTcont, "T-CONT", lines);
 
     const auto gemWords = [&](const GemPort& port) {
-        return "index " + std::to_string(port.index) + ", alloc-id " + allocWords(port.allocId) + ", " +
+        return "index " + std::to_string(port.index) + ", alloc-id " + allocIdWords(port.allocId) + ", " +
                upWord(port.enabled) + (port.downstreamOnly ? ", downstream only" : "");
     };
     const auto compareGem = [&](const std::string& name, const GemPort& old, const GemPort& now) {

@@ -2,12 +2,13 @@
 
 #include <algorithm>
 
+#include "state/PonWords.h"
+
 namespace vorn_onu {
 
 namespace {
 
 constexpr std::size_t kMostNames = 6;
-constexpr unsigned kNoAllocId = 65535;
 
 template <typename Names>
 std::string names(const Names& all) {
@@ -27,11 +28,11 @@ std::vector<std::string> missingFrom(const std::vector<std::string>& from, const
     return result;
 }
 
-// "12 rules" for a growth, "-12 rules" for a loss; "" when the number is the same.
+// "+12 rules" for a growth, "-12 rules" for a loss; "" when the number is the same.
 std::string difference(std::size_t before, std::size_t after, const std::string& noun) {
     if (before == after) return "";
     const std::size_t count = before < after ? after - before : before - after;
-    return (before < after ? "" : "-") + std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+    return (before < after ? "+" : "-") + std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
 // Devices that were there already and have joined or left a bridge.

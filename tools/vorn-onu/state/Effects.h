@@ -21,7 +21,7 @@ struct Sight {
     static Sight of(const virtual_onu::VirtualOnu& onu);
 };
 
-// "+ br0 br3 gpon3 gpon3.3, 12 rules"; "" when nothing has changed.
+// "+ br0 br3 gpon3 gpon3.3, +12 rules"; "" when nothing has changed.
 std::string effects(const Sight& before, const Sight& after);
 
 }  // namespace vorn_onu
