@@ -130,7 +130,7 @@ TEST(Diff, TellsEachChangeInWords) {
              s.ipRules = {"from 10.0.0.5 table 12"};
              s.ipRoutes = {"default via 10.0.0.1"};
              s.messages.clear();
-             s.failedCalls = {{"f() = 1"}};
+             s.failedCalls = {{1, "f", "", 1}};
          },
          {"runner object added: vlan_action/index=1", "ingress queue key added: k",
           "policy routing rule added: from 10.0.0.5 table 12", "route added: default via 10.0.0.1",

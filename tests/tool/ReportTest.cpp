@@ -8,8 +8,11 @@
 
 #include "show/Capture.h"
 #include "show/Report.h"
+#include "state/FailedCalls.h"
 #include "state/RuleReach.h"
+#include "state/ServiceWords.h"
 #include "state/Services.h"
+#include "state/WalkWords.h"
 #include "tool/RunProgram.h"
 
 namespace {
@@ -92,6 +95,115 @@ TEST(ReportServices, RulesGemPortsAndDevicesAreSortedByServiceAndNoRuleIsLost) {
     EXPECT_EQ(order, "sid0 gpon3 gpondef gpon3 sid0(twice) ");
 }
 
+TEST(ReportServices, EndsAndGemPortsNameTheVlansThatPass) {
+    Service service;
+    const auto add = [&service](const std::string& where, bool receive, const std::set<unsigned>& tags,
+                                const std::vector<std::string>& terms) {
+        service.rules.push_back({where, receive, tags, terms, 1});
+    };
+    const ServiceEnd port{"sid0", "sid0.3"}, other{"sid1", "sid1.3"}, bare{"sid2", "sid2.3"};
+    add("sid0", true, {0}, {"rxdev=sid0.3", "push"});
+    add("sid0", true, {1}, {"rxdev=sid0.3", "vid0=20", "pbits0=3", "vid0:=200"});
+    add("sid0", true, {1}, {"rxdev=sid0.3", "vid0=21", "drop"});
+    add("sid0", true, {2}, {"rxdev=sid0.3", "vid0=500", "vid1=7"});
+    add("sid0", false, {1}, {"txdev=sid0.3", "vid0=77", "pop"});
+    add("sid1", true, {0, 1, 2}, {"rxdev=sid1.3"});
+    add("sid1", true, {1}, {"rxdev=sid1.3", "vid0=9"});
+    add("gpon3", false, {1, 2}, {"txdev=gpon3.3", "vid0=100", "mark-gem:=1"});
+    add("gpon3", true, {1, 2}, {"rxdev=gpon3.3", "gem=1", "vid0=101"});
+    add("gpon3", true, {1, 2}, {"rxdev=gpon3.3", "gem=2", "vid0=300"});
+    add("gpondef", true, {0, 1, 2}, {"rxdev=gpon3", "gem=2"});
+    EXPECT_EQ(vlanList(vlansAt(service, port), 40), "untagged, VID 20 p3, 500/7");
+    EXPECT_EQ(vlanList(vlansAt(service, port), 12), "untagged +2");
+    EXPECT_EQ(vlanList(vlansAt(service, other), 40), "any frame") << "VID 9 is one of them";
+    EXPECT_EQ(vlanList(vlansAt(service, bare), 40), "");
+    EXPECT_EQ(vlanList(vlansOnGemPort(service, 1), 40), "VID 100") << "what goes up";
+    EXPECT_EQ(vlanList(vlansOnGemPort(service, 2), 40), "VID 300") << "nothing goes up: what comes down";
+}
+
+TEST(ReportServices, AFlowToAnotherServiceBelongsToItsPonDevice) {
+    DeviceState state = twoServices();
+    state.flows = {{"gpon3.3", "sid0.3"}, {"sid0.3", "gpon3.3"}, {"veip0", "gpon3.3"}, {"gpon3.3", "veip0"}};
+    const auto services = servicesOf(state);
+    EXPECT_EQ(services.at(0).flowDevices, std::vector<std::string>{"veip0"});
+    EXPECT_TRUE(services.at(1).flowDevices.empty());
+    const std::string svg = topologyPicture(state);
+    EXPECT_NE(svg.find("<path class=\"flow\""), std::string::npos);
+    EXPECT_EQ(topologyPicture(twoServices()).find("class=\"flow\""), std::string::npos);
+}
+
+TEST(ReportFailedCalls, SayWhatCameBackInWhichStepAndWhy) {
+    const std::vector<RunStep> steps = {{1, "call", "gemflow_add", "", 10},
+                                        {2, "fault", "fault", "call 1 of tmctl_setQueueCfg will fail with 5", 10},
+                                        {3, "board", "board", "refuseDeletion (veip0.1 2)", 10},
+                                        {4, "call", "tcont_set", "", 30}};
+    const struct {
+        FailedCall call;
+        const char* words;
+    } cases[] = {
+        {{9, "gponCtl_enableGemPort", "1, 1001, 1", 2},
+         "gponCtl_enableGemPort(1, 1001, 1) answered 2 (ENOENT, no such file or directory), in step 1, gemflow_add: "
+         "there "
+         "is no such GEM port"},
+        {{11, "vlanCtl_createVlanInterface", "\"x\"", 19},
+         "vlanCtl_createVlanInterface(\"x\") answered 19 (ENODEV, no such device), in step 4, tcont_set: a device that "
+         "it "
+         "names is not there"},
+        {{12, "tmctl_setQueueCfg", "1", 5},
+         "tmctl_setQueueCfg(1) answered 5, in step 4, tcont_set: the fault of step 2 asks for it"},
+        {{12, "tmctl_setQueueCfg", "1", 6},
+         "tmctl_setQueueCfg(1) answered 6 (ENXIO, no such device or address), in step 4, tcont_set"},
+        {{13, "vlanCtl_deleteVlanInterface", "\"veip0.1\"", 1},
+         "vlanCtl_deleteVlanInterface(\"veip0.1\") answered 1, in step 4, tcont_set: step 3 makes the board refuse it"},
+        {{99, "other", "", -7}, "other() answered -7"},
+        {{99, "other", "", 7000}, "other() answered 7000"},
+    };
+    for (const auto& one : cases) {
+        const auto words = failedCallWords({one.call}, steps);
+        ASSERT_EQ(words.size(), 1u);
+        EXPECT_EQ(words[0].sentence(), one.words);
+    }
+    const FailedCall again{14, "vlanCtl_init", "", 1};
+    const auto words = failedCallWords({again, again, {31, "vlanCtl_init", "", 1}}, steps);
+    ASSERT_EQ(words.size(), 2u) << "the third call is of no step";
+    EXPECT_NE(words[0].sentence().find("), twice, in step 4"), std::string::npos) << words[0].sentence();
+    EXPECT_EQ(failedCallWords({again}, {})[0].step, "") << "nothing is known of steps";
+}
+
+// Bridge br3 sends copies to sid0.3, to gpon3.3 and to sid1.3; the second goes one look-up further.
+virtual_onu::Walk floodedWalk() {
+    using virtual_onu::Hop, virtual_onu::kTransmit;
+    virtual_onu::Walk walk;
+    const auto bridge = [](const char* to) { return Hop{Hop::Kind::Bridge, 0, "br3", 0, 0, {}, "flooded", to, {}}; };
+    const auto table = [](int from, const char* device, const char* to) {
+        return Hop{Hop::Kind::Table, from, device, kTransmit, 0, 1u, "", to, {}};
+    };
+    walk.hops = {table(-1, "sid2", "sid2.3"), bridge("sid0.3"),           bridge("gpon3.3"),   bridge("sid1.3"),
+                 table(1, "sid0", "sid0"),    table(2, "gpon3", "gpon3"), table(3, "sid1", "")};
+    walk.exits.resize(2);
+    walk.exits[0].hop = 4;
+    walk.exits[0].device = "sid0";
+    walk.exits[1].hop = 5;
+    walk.exits[1].device = "gpondef";
+    walk.exits[1].gemPort = 1001;
+    walk.drops = {{6, "sid1", "no rule matches"}};
+    return walk;
+}
+
+TEST(ReportWalks, CopiesOfAFrameAreATree) {
+    std::string tree;
+    for (const HopWords& hop : hopWords(floodedWalk()))
+        tree += hop.tree + hop.where + " " + hop.to + (hop.fate.empty() ? "" : " | " + hop.fate) + "\n";
+    EXPECT_EQ(tree,
+              "sid2 sends sid2.3\n"
+              "├ bridge br3 sid0.3\n"
+              "│ sid0 sends sid0 | leaves at sid0: untagged IPv4\n"
+              "├ bridge br3 gpon3.3\n"
+              "│ gpon3 sends gpon3 | leaves at GEM port 1001, T-CONT 0, queue 0: untagged IPv4\n"
+              "└ bridge br3 sid1.3\n"
+              "  sid1 sends  | dropped at sid1: no rule matches\n");
+}
+
 TEST(ReportRuleReach, ARuleBehindAWiderOneIsFoundAndADoubleIsNot) {
     const struct {
         std::vector<std::string> rules;
@@ -148,9 +260,9 @@ std::string pageOfTwoServices() {
     input.state = twoServices();
     input.state.strangeCommands = {"rm -rf <nothing>"};
     input.state.messages = {"service up <veip0>"};
-    input.state.failedCalls = {{"vlanCtl_init() = 5"}};
-    input.steps.push_back({1, "call", "vorn_<x>", "a & b", "1", "+ br3", "'note'", true, {}});
-    input.steps.push_back({2, "expect", "", "rules", "", "", "", false, {"rules\nexpected  <a>\nactual    \x01"}});
+    input.state.failedCalls = {{7, "vlanCtl_init", "", 5}};
+    input.steps.push_back({1, "call", "vorn_<x>", "a & b", "1", "+ br3", "'note'", true, {}, 9});
+    input.steps.push_back({2, "expect", "", "rules", "", "", "", false, {"rules\nexpected  <a>\nactual    \x01"}, 9});
     ReportWalk walk;
     walk.title = "untagged IPv4 from sid0";
     walk.verdict = "leaves at GEM port 1001";
@@ -166,12 +278,47 @@ TEST(ReportPage, StandsAloneIsWellFormedAndShowsForeignTextAsText) {
     EXPECT_EQ(faultsOf(page), "");
     for (const char* outside : {"http:", "https:", "url(", "<script", "<link", "<img", " src=", "@import", "onclick"})
         EXPECT_EQ(page.find(outside), std::string::npos) << outside;
-    for (const char* shown :
-         {"Tom &amp; &quot;Jerry&quot; &lt;script&gt;", "rm -rf &lt;nothing&gt;", "vlanCtl_init() = 5",
-          "service up &lt;veip0&gt;", "step not as expected", "after step 1 of 2", "untagged frames: push VID 100",
-          "T-CONT 0 · queue 4 · alloc-id 1024", "downstream only", "prefers-color-scheme: dark",
-          "expected  &lt;a&gt;\nactual    ?"})
+    for (const char* shown : {"Tom &amp; &quot;Jerry&quot; &lt;script&gt;", "rm -rf &lt;nothing&gt;",
+                              "vlanCtl_init()</span> answered 5 (EIO, input/output error), <a href=\"#step-1\">in step "
+                              "1, vorn_&lt;x&gt;</a>",
+                              "service up &lt;veip0&gt;", "step not as expected", "after step 1 of 2",
+                              "untagged frames: push VID 100", "T-CONT 0 · queue 4 · alloc-id 1024", "downstream only",
+                              "prefers-color-scheme: dark", "expected  &lt;a&gt;\nactual    ?"})
         EXPECT_NE(page.find(shown), std::string::npos) << shown;
+}
+
+TEST(ReportPage, SaysWhatColoursMeanAndKeepsBranchesOnAPhone) {
+    ReportInput input;
+    input.state = twoServices();
+    input.state.adminState = 1;
+    ReportWalk walk;
+    walk.walk = floodedWalk();
+    input.walks.push_back(walk);
+    const std::string page = htmlReport(input);
+    EXPECT_EQ(faultsOf(page), "");
+    for (const char* shown : {"<li class=\"out\">leaves the device</li>", "<li class=\"drop\">is dropped</li>",
+                              "<li class=\"uni\">towards the user</li>",      // what the picture's colours mean
+                              "<p class=\"soft wide\">The picture is wider",  // on a phone
+                              "tabindex=\"0\"",                               // and can be pushed with the keyboard
+                              "text-anchor=\"middle\">untagged<",             // VLANs in the picture
+                              "<span class=\"tree\">├ </span>bridge br3", "role=\"cell\" data-label=\"goes to\">sid0<",
+                              "<div class=\"drop\">dropped at sid1: no rule matches</div>", "<th scope=\"col\"",
+                              "<nav aria-label=\"Contents\">", "started, from the initial state"})
+        EXPECT_NE(page.find(shown), std::string::npos) << shown;
+    EXPECT_EQ(page.find("the frame then"), std::string::npos) << "a column with nothing in it takes no room";
+}
+
+TEST(ReportPage, GemPortsOfAServiceLieSideBySide) {
+    DeviceState state = twoServices();
+    state.gemPorts.push_back({5, 1005, 1024, false, true, {}});
+    state.tables.push_back(table("gpon3", false, 2, {"txdev=gpon3.3 vid0=5 mark-gem:=5 mark-queue:=1"}));
+    const std::string part = servicesPart(state);
+    const auto last = part.find("GEM port 1005");
+    ASSERT_NE(last, std::string::npos);
+    EXPECT_NE(part.find("</li><li><span class=\"chip pon\">GEM port 1005", part.find("GEM port 1001")),
+              std::string::npos)
+        << part;
+    EXPECT_NE(part.find("VID 5 → T-CONT 0 · queue 1 · alloc-id 1024"), std::string::npos) << part;
 }
 
 TEST(ReportPage, OfAnEmptyDeviceIsAPageToo) {

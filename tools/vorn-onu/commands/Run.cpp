@@ -68,7 +68,7 @@ int runLoaded(const RunCommand& command, const Scenario& scenario) {
     const std::string report = deviceReport(state, newBoard, terminal);
     say(output.rule("What stands on the device at the end"));
     say(report.empty() ? "\n  Nothing: the device is as new.\n" : report);
-    say(warnings(state, terminal));
+    say(warnings(state, terminal, runSteps(records)));
     say(output.closing(records, state.calls));
     if (!command.halOutput)
         say("  what the HAL printed: " + hal.path() + " (" + std::to_string(hal.lines()) + " lines)\n");

@@ -77,7 +77,7 @@ std::string hopTable(const virtual_onu::Walk& walk, const Terminal& terminal) {
         std::string what = hop.what;
         if (!hop.to.empty()) what += " → " + hop.to;
         if (!hop.frame.empty()) what += "  [" + hop.frame + "]";
-        table.row({std::to_string(i + 1), std::string(std::size_t{2} * hop.branch, ' ') + hop.where, what});
+        table.row({std::to_string(i + 1), hop.tree + hop.where, what});
     }
     std::string text = table.text(terminal);
     if (hops.size() > kMostHops) text += "  and " + std::to_string(hops.size() - kMostHops) + " more look-ups\n";

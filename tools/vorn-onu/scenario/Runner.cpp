@@ -1,6 +1,7 @@
 #include "scenario/Runner.h"
 
 #include <algorithm>
+#include <atomic>
 #include <exception>
 
 #include "hal/HALFactory.h"
@@ -36,6 +37,27 @@ void putOnLines(StepRecord& record) {
     }
 }
 
+// Follows the trace: the number of its last entry without a look at all of it. Other threads make entries too, and may
+// be about to tell of one when nobody listens any more.
+class TraceEnd {
+public:
+    explicit TraceEnd(virtual_onu::VirtualOnu& onu) : onu_(onu) {
+        onu_.onTrace([number = number_](const virtual_onu::TraceEntry& entry) {
+            std::uint64_t known = number->load();
+            while (known < entry.number && !number->compare_exchange_weak(known, entry.number)) {
+            }
+        });
+    }
+    ~TraceEnd() { onu_.onTrace(nullptr); }
+    TraceEnd(const TraceEnd&) = delete;
+    TraceEnd& operator=(const TraceEnd&) = delete;
+    std::uint64_t number() const { return *number_; }
+
+private:
+    virtual_onu::VirtualOnu& onu_;
+    std::shared_ptr<std::atomic<std::uint64_t>> number_ = std::make_shared<std::atomic<std::uint64_t>>(0);
+};
+
 StepRecord runStep(const Step& step, const RunOptions& options, RunContext& context) {
     StepRecord record;
     record.step = &step;
@@ -62,10 +84,12 @@ std::vector<StepRecord> runScenario(const Scenario& scenario, const RunOptions& 
     onu.reset();
     onu.sleepForReal(options.realTime);
     RunContext context{onu, *HALFactory::getInstance()->CreateHALObject(0)};
+    const TraceEnd traceEnd(onu);
     std::vector<StepRecord> records;
     for (const Step& step : scenario.steps) {
         if (options.lastStep != 0 && step.number > options.lastStep) break;
         records.push_back(runStep(step, options, context));
+        records.back().lastTraceEntry = traceEnd.number();
         listener(records.back());
     }
     return records;

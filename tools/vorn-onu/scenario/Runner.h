@@ -2,6 +2,7 @@
 #ifndef VORN_ONU_RUNNER_H
 #define VORN_ONU_RUNNER_H
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -18,6 +19,7 @@ struct StepRecord {
     std::string effects;                    // what it has changed on the device
     std::vector<std::string> trace;         // the calls that it made, when they are wanted
     std::shared_ptr<const SentFrame> sent;  // of a frame
+    std::uint64_t lastTraceEntry = 0;       // number of the last entry of the trace when the step was over
     bool passed() const { return failures.empty(); }
 };
 

@@ -195,9 +195,9 @@ std::string deviceReport(const DeviceState& state, const DeviceState& newBoard, 
            list("Messages to the gateway", state.messages, terminal);
 }
 
-std::string warnings(const DeviceState& state, const Terminal& terminal) {
+std::string warnings(const DeviceState& state, const Terminal& terminal, const std::vector<RunStep>& steps) {
     std::vector<std::string> failed;
-    for (const FailedCall& call : state.failedCalls) failed.push_back(call.text);
+    for (const FailedCallWords& call : failedCallWords(state.failedCalls, steps)) failed.push_back(call.sentence());
     return section(
         "Warnings",
         shortList("shell commands that the virtual ONU does not understand:", state.strangeCommands, terminal) +

@@ -3,16 +3,19 @@
 #define VORN_ONU_DEVICE_REPORT_H
 
 #include <string>
+#include <vector>
 
 #include "show/Terminal.h"
 #include "state/DeviceState.h"
+#include "state/FailedCalls.h"
 
 namespace vorn_onu {
 
 // newBoard is the state of a board that nothing has been done to: what it has as well is left out.
 std::string deviceReport(const DeviceState& state, const DeviceState& newBoard, const Terminal& terminal);
-// Shell commands that were not understood and calls that failed; "" when there are none.
-std::string warnings(const DeviceState& state, const Terminal& terminal);
+// Shell commands that were not understood and calls that failed; "" when there are none. steps: of the run, where there
+// was one.
+std::string warnings(const DeviceState& state, const Terminal& terminal, const std::vector<RunStep>& steps = {});
 
 }  // namespace vorn_onu
 

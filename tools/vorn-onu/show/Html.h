@@ -13,9 +13,21 @@ std::string escaped(const std::string& text);
 std::string element(const std::string& tag, const std::string& content, const std::string& classes = "");
 std::string code(const std::string& text);  // escaped
 std::string chip(const std::string& text, const std::string& kind);
-std::string row(const std::vector<std::string>& cells, const char* tag = "td");
-// rows: the table's body; without headings it has none. Wide tables scroll by themselves.
-std::string table(const std::vector<std::string>& headings, const std::string& rows, const std::string& classes = "");
+// ✓ or ✗, with its meaning for those who do not see it.
+std::string mark(bool passed);
+std::string link(const std::string& anchor, const std::string& text);  // to a place on the same page
+
+// Rows of a table, with a heading of their own or without one.
+struct RowGroup {
+    std::string title;
+    std::vector<std::vector<std::string>> rows;  // cells as HTML, as many as the table has headings
+};
+// Columns without any content are left out; "" when there are no rows. A wide table scrolls by itself.
+std::string table(const std::vector<std::string>& headings, const std::vector<RowGroup>& groups);
+// On a narrow page each row is a paragraph of its own, with the headings in front of its cells.
+std::string stackingTable(const std::vector<std::string>& headings, const std::vector<RowGroup>& groups,
+                          const std::string& classes);
+
 std::string card(const std::string& body);
 // What opens when it is asked to; no script is needed for that.
 std::string details(const std::string& summary, const std::string& body, bool open, const std::string& classes = "");

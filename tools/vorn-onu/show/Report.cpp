@@ -4,6 +4,7 @@
 
 #include "show/Html.h"
 #include "show/ReportStyle.h"
+#include "state/FailedCalls.h"
 #include "state/RuleReach.h"
 #include "state/WalkWords.h"
 
@@ -50,22 +51,55 @@ std::string head(const ReportInput& input) {
 
 // ---- warnings ----
 
-std::string warning(const std::string& what, const std::vector<std::string>& lines) {
-    if (lines.empty()) return "";
-    std::string items;
-    for (const std::string& line : lines) items += element("li", escaped(line));
-    return element("div", element("b", escaped(what)) + element("ul", items), "warn") + "\n";
+// items: as HTML.
+std::string warning(const std::string& what, const std::vector<std::string>& items) {
+    if (items.empty()) return "";
+    std::string list;
+    for (const std::string& item : items) list += element("li", item);
+    return element("div", element("h3", escaped(what)) + element("ul", list), "warn") + "\n";
 }
 
-std::string warnings(const DeviceState& state) {
-    std::vector<std::string> failed;
-    for (const FailedCall& call : state.failedCalls) failed.push_back(call.text);
-    return warning("Shell commands that the virtual ONU does not understand", state.strangeCommands) +
-           warning("Calls into the device kit that failed", failed) +
-           warning("Rules that no frame can reach", unreachableRules(state));
+std::vector<std::string> allEscaped(const std::vector<std::string>& lines) {
+    std::vector<std::string> safe;
+    for (const std::string& line : lines) safe.push_back(escaped(line));
+    return safe;
+}
+
+std::string stepAnchor(std::size_t number) {
+    return "step-" + std::to_string(number);
+}
+
+std::vector<std::string> failedCalls(const ReportInput& input) {
+    std::vector<RunStep> steps;
+    for (const ReportStep& step : input.steps)
+        steps.push_back(
+            {step.number, step.kind, step.name.empty() ? step.kind : step.name, step.words, step.lastTraceEntry});
+    std::vector<std::string> items;
+    for (const FailedCallWords& call : failedCallWords(input.state.failedCalls, steps)) {
+        std::string text = element("span", escaped(call.call), "mono") + " " + escaped(call.answer);
+        if (call.inStep > 0) text += ", " + link(stepAnchor(call.inStep), call.step);
+        if (!call.cause.empty()) text += ": " + escaped(call.cause);
+        items.push_back(text);
+    }
+    return items;
+}
+
+std::string warnings(const ReportInput& input) {
+    return warning("Shell commands that the virtual ONU does not understand", allEscaped(input.state.strangeCommands)) +
+           warning("Calls into the device kit that failed", failedCalls(input)) +
+           warning("Rules that no frame can reach", allEscaped(unreachableRules(input.state)));
 }
 
 // ---- what stands on the device ----
+
+// What the colours and lines of the picture mean. A line that no part of it has is left out.
+std::string pictureLegend(const std::string& svg) {
+    std::string items = element("li", "towards the user", "uni") + element("li", "bridge", "bridge") +
+                        element("li", "towards the PON", "pon");
+    if (svg.find(" off\"") != std::string::npos) items += element("li", "is down", "down");
+    if (svg.find("\"flow\"") != std::string::npos) items += element("li", "VLAN flow past the bridge", "short");
+    return element("ul", items, "legend");
+}
 
 std::string picture(const ReportInput& input) {
     const std::string svg = topologyPicture(input.state);
@@ -73,36 +107,43 @@ std::string picture(const ReportInput& input) {
     const std::string when = input.moment.empty() ? "As it stands at the end of the run."
                                                   : "As it stood " + input.moment +
                                                         ", the moment with most on it; later steps take it back.";
-    return element("p", escaped(when), "soft") + card(element("div", svg, "scroll"));
+    return element("p", escaped(when), "soft") +
+           card(
+               element("p", "The picture is wider than this page: push it sideways.", "soft wide") +
+               "<div class=\"scroll\" role=\"region\" aria-label=\"Picture of the device by service\" tabindex=\"0\">" +
+               svg + "</div>\n" + pictureLegend(svg));
 }
 
 // ---- frames ----
 
-std::string hopRows(const virtual_onu::Walk& walk) {
-    std::string rows;
+std::string hopTable(const virtual_onu::Walk& walk) {
+    RowGroup hops;
     for (const HopWords& hop : hopWords(walk)) {
-        std::string indent;
-        for (unsigned i = 0; i < hop.branch; ++i) indent += element("span", "", "in");
-        rows += row({indent + escaped(hop.where), escaped(hop.what), escaped(hop.to), escaped(hop.frame)});
+        const std::string tree = hop.tree.empty() ? "" : element("span", escaped(hop.tree), "tree");
+        std::string what = escaped(hop.what);
+        if (!hop.fate.empty()) what += element("div", escaped(hop.fate), hop.dropped ? "drop" : "out");
+        hops.rows.push_back({tree + escaped(hop.where), what, escaped(hop.to), escaped(hop.frame)});
     }
-    return rows;
+    return stackingTable({"where", "what", "goes to", "the frame then"}, {hops}, "hop");
 }
 
 std::string walkCard(const ReportWalk& walk, bool open) {
     const char* mood = !walk.passed ? "wrong" : !walk.walk.exits.empty() ? "out" : "drop";
-    const std::string mark = walk.passed ? element("span", "✓", "ok") : element("span", "✗", "no");
-    std::string summary = mark + " " + element("b", escaped(walk.title)) +
+    std::string summary = mark(walk.passed) + " " + element("b", escaped(walk.title)) +
                           element("span", escaped(walk.verdict), std::string("verdict ") + mood);
     for (const std::string& line : walk.expected) summary += element("span", escaped("expected: " + line), "why");
     if (!walk.note.empty()) summary += element("span", escaped(walk.note), "why");
-    const std::string rows = hopRows(walk.walk);
-    const std::string body = rows.empty() ? element("p", "before any look-up", "soft")
-                                          : table({"where", "what", "goes to", "the frame then"}, rows, "hop");
-    return details(summary, body, open || !walk.passed, "card walk");
+    const std::string hops = hopTable(walk.walk);
+    return details(summary, hops.empty() ? element("p", "before any look-up", "soft") : hops, open || !walk.passed,
+                   "card walk");
 }
 
 std::string frames(const ReportInput& input) {
-    std::string body;
+    if (input.walks.empty()) return "";
+    std::string body = element("ul",
+                               element("li", "leaves the device", "out") + element("li", "is dropped", "drop") +
+                                   element("li", "fares otherwise than expected", "wrong"),
+                               "legend words");
     for (const ReportWalk& walk : input.walks) body += walkCard(walk, input.walks.size() <= kMostOpenWalks);
     return body;
 }
@@ -118,8 +159,8 @@ std::string stepItem(const ReportStep& step) {
     if (!step.note.empty()) body += element("div", escaped(step.note), "note");
     if (!step.effects.empty()) body += element("div", "→ " + escaped(step.effects), "effects");
     for (const std::string& failure : step.failures) body += element("div", escaped(failure), "fail mono");
-    const std::string mark = step.passed ? element("span", "✓", "ok") : element("span", "✗", "no");
-    return element("li", mark + element("span", std::to_string(step.number), "number") + element("div", body)) + "\n";
+    return "<li id=\"" + stepAnchor(step.number) + "\">" + mark(step.passed) +
+           element("span", std::to_string(step.number), "number") + element("div", body) + "</li>\n";
 }
 
 std::string steps(const ReportInput& input) {
@@ -137,14 +178,14 @@ struct Part {
 std::string contents(const std::vector<Part>& parts) {
     std::string links;
     for (const Part& part : parts)
-        if (!part.body.empty()) links += "<a href=\"#" + anchorOf(part.title) + "\">" + escaped(part.title) + "</a>\n";
-    return element("nav", links) + "\n";
+        if (!part.body.empty()) links += link(anchorOf(part.title), part.title) + "\n";
+    return "<nav aria-label=\"Contents\">" + links + "</nav>\n";
 }
 
 }  // namespace
 
 std::string htmlReport(const ReportInput& input) {
-    const std::vector<Part> parts = {{"Warnings", warnings(input.state)},
+    const std::vector<Part> parts = {{"Warnings", warnings(input)},
                                      {"The device by service", picture(input)},
                                      {"Services and their rules", servicesPart(input.state)},
                                      {"Frames, hop by hop", frames(input)},

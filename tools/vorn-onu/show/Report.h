@@ -2,6 +2,7 @@
 #ifndef VORN_ONU_REPORT_H
 #define VORN_ONU_REPORT_H
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,7 @@ struct ReportStep {
     std::string note;  // the author's own words
     bool passed = true;
     std::vector<std::string> failures;
+    std::uint64_t lastTraceEntry = 0;  // number of the last entry of the trace when the step was over
 };
 
 struct ReportWalk {

@@ -6,6 +6,7 @@
 #include "show/Report.h"
 #include "state/PonWords.h"
 #include "state/RuleWords.h"
+#include "state/ServiceWords.h"
 #include "state/Services.h"
 
 namespace vorn_onu {
@@ -14,99 +15,112 @@ namespace {
 
 using namespace html;
 
-// ---- services and their rules ----
+constexpr std::size_t kLongestVlanList = 40;
 
-std::string chain(const DeviceState& state, const Service& service) {
-    std::string text;
-    const auto add = [&text](const std::string& name, const char* kind) {
-        if (!name.empty()) text += chip(name, kind);
-    };
-    for (const ServiceEnd& end : service.unis) {
-        add(end.port, "uni");
-        add(end.device, "uni");
-    }
-    if (service.isBridge) add(service.name, "bridge");
-    for (const ServiceEnd& end : service.anis) {
-        add(end.device, "pon");
-        add(end.port, "pon");
-    }
-    for (const auto& port : state.gemPorts)
-        if (service.gemIndexes.count(port.index) != 0) add("GEM port " + std::to_string(port.portId), "pon");
-    return element("div", text, "chain");
+std::string tableCard(const std::vector<std::string>& headings, const RowGroup& rows) {
+    const std::string text = table(headings, {rows});
+    return text.empty() ? "" : card(text);
 }
 
-std::string ruleRows(const std::vector<MergedRule>& rules) {
-    std::string rows;
-    for (const MergedRule& rule : rules) {
-        const RuleWords words = ruleWords(rule.device, rule.receive, rule.tags, rule.terms);
-        rows += row({escaped(rule.device + (rule.receive ? " receives" : " sends")), escaped(words.frames),
-                     escaped(words.action + repetition(rule)), escaped(words.to)});
-    }
-    return rows;
+// ---- services and their rules ----
+
+// One way through the device: chips in a row, and what is said of them behind.
+std::string way(const std::vector<std::string>& names, const char* kind, const std::string& remark) {
+    std::string chips;
+    for (const std::string& name : names)
+        if (!name.empty()) chips += (chips.empty() ? "" : element("i", "")) + chip(name, kind);
+    return chips.empty() ? "" : element("li", chips + (remark.empty() ? "" : " " + element("small", escaped(remark))));
+}
+
+std::string stage(const std::string& ways) {
+    return ways.empty() ? "" : element("li", element("ul", ways));
+}
+
+std::string gemPortRemark(const DeviceState& state, const Service& service, const virtual_onu::GemPort& port) {
+    std::string text = vlanList(vlansOnGemPort(service, port.index), kLongestVlanList);
+    return text + (text.empty() ? "" : " → ") + tcontWords(state, service, port).text();
+}
+
+// From the user to the PON, stage by stage; what lies side by side stands below each other.
+std::string chain(const DeviceState& state, const Service& service) {
+    std::string users, anis, gemPorts;
+    for (const ServiceEnd& end : service.unis)
+        users += way({end.port, end.device}, "uni", vlanList(vlansAt(service, end), kLongestVlanList));
+    for (const std::string& device : service.flowDevices) users += way({device}, "uni", "by a VLAN flow");
+    for (const ServiceEnd& end : service.anis) anis += way({end.device, end.port}, "pon", "");
+    for (const auto& port : state.gemPorts)
+        if (service.gemIndexes.count(port.index) != 0)
+            gemPorts += way({"GEM port " + std::to_string(port.portId)}, "pon", gemPortRemark(state, service, port));
+    const std::string bridge = service.isBridge ? way({service.name}, "bridge", "") : "";
+    return element("ol", stage(users) + stage(bridge) + stage(anis) + stage(gemPorts), "chain");
 }
 
 std::string ruleTable(const DeviceState& state, const std::vector<MergedRule>& rules) {
     std::vector<MergedRule> upstream, downstream;
     for (const MergedRule& rule : rules) (isUpstream(state, rule) ? upstream : downstream).push_back(rule);
-    std::string rows;
-    const auto add = [&rows](const char* title, const std::vector<MergedRule>& some) {
-        if (!some.empty())
-            rows += "<tr class=\"way\"><td colspan=\"4\">" + std::string(title) + "</td></tr>\n" + ruleRows(some);
+    const auto group = [&state](const char* title, const std::vector<MergedRule>& some, bool up) {
+        RowGroup rows{title, {}};
+        for (const MergedRule& rule : inFrameOrder(state, some, up)) {
+            const RuleWords words = ruleWords(rule.device, rule.receive, rule.tags, rule.terms);
+            rows.rows.push_back({escaped(rule.device + (rule.receive ? " receives" : " sends")), escaped(words.frames),
+                                 escaped(words.action + repetition(rule)), escaped(words.to)});
+        }
+        return rows;
     };
-    add("upstream", inFrameOrder(state, upstream, true));
-    add("downstream", inFrameOrder(state, downstream, false));
-    return rows.empty() ? element("p", "no rules", "soft")
-                        : table({"where", "frames", "what happens", "goes to"}, rows, "rules");
+    const std::string table =
+        stackingTable({"where", "frames", "what happens", "goes to"},
+                      {group("upstream", upstream, true), group("downstream", downstream, false)}, "rules");
+    return table.empty() ? element("p", "no rules", "soft") : table;
 }
 
 // ---- GEM ports and T-CONTs ----
 
 std::string gemPortTable(const DeviceState& state) {
-    std::string rows;
+    RowGroup ports;
     for (const auto& port : state.gemPorts)
-        rows += row(
+        ports.rows.push_back(
             {std::to_string(port.portId), std::to_string(port.index), allocIdWords(port.allocId), gemPortWords(port)});
-    return rows.empty() ? "" : card(table({"GEM port", "index", "alloc-id", "state"}, rows));
+    return tableCard({"GEM port", "index", "alloc-id", "state"}, ports);
 }
 
 std::string tcontTable(const DeviceState& state) {
-    std::string rows;
+    RowGroup tconts;
     for (const auto& tcont : state.tconts) {
         if (tcont.allocId == kNoAllocId && tcont.queues.empty()) continue;
         std::string queues;
         for (const std::string& range : queueRanges(tcont.queues)) queues += chip(range, "pon");
-        rows += row({std::to_string(tcont.index), allocIdWords(tcont.allocId), queues});
+        tconts.rows.push_back({std::to_string(tcont.index), allocIdWords(tcont.allocId), queues});
     }
-    return rows.empty() ? "" : card(table({"T-CONT", "alloc-id", "queues"}, rows));
+    return tableCard({"T-CONT", "alloc-id", "queues"}, tconts);
 }
 
 // ---- bridges and devices ----
 
 std::string bridgeTable(const DeviceState& state) {
-    std::string rows;
+    RowGroup bridges;
     for (const auto& bridge : state.bridges) {
         std::string members;
         for (const std::string& member : bridge.members()) members += code(member) + " ";
         const auto* device = state.device(bridge.name);
-        rows += row({code(bridge.name), device != nullptr && device->up ? "up" : "down",
-                     members.empty() ? element("span", "none", "soft") : members});
+        bridges.rows.push_back({code(bridge.name), device != nullptr && device->up ? "up" : "down",
+                                members.empty() ? element("span", "none", "soft") : members});
     }
-    return rows.empty() ? "" : card(table({"bridge", "state", "members"}, rows));
+    return tableCard({"bridge", "state", "members"}, bridges);
 }
 
 std::string deviceTable(const DeviceState& state, const DeviceState& newBoard) {
-    std::string rows;
+    RowGroup devices;
     for (const auto& device : state.devices) {
         const auto* before = newBoard.device(device.name);
         if (before != nullptr && before->up == device.up && before->addresses == device.addresses) continue;
         if (device.isBridge && device.addresses.empty()) continue;
         std::string remarks = device.routed ? "routed " : "";
         for (const std::string& address : device.addresses) remarks += address + " ";
-        rows +=
-            row({code(device.name), device.up ? "up" : "down", device.realDevice.empty() ? "" : code(device.realDevice),
-                 device.master.empty() ? "" : code(device.master), escaped(remarks)});
+        devices.rows.push_back({code(device.name), device.up ? "up" : "down",
+                                device.realDevice.empty() ? "" : code(device.realDevice),
+                                device.master.empty() ? "" : code(device.master), escaped(remarks)});
     }
-    return rows.empty() ? "" : card(table({"device", "state", "on", "bridge", ""}, rows));
+    return tableCard({"device", "state", "on", "bridge", "remarks"}, devices);
 }
 
 // What happens to frames that no rule takes, where there is anything to say.
@@ -120,9 +134,10 @@ std::string defaultTable(const DeviceState& state) {
     }
     std::map<std::string, std::string> byAction;
     for (const auto& [where, action] : byDevice) byAction[action] += (byAction[action].empty() ? "" : ", ") + where;
-    std::string rows;
-    for (const auto& [action, where] : byAction) rows += row({escaped(action), escaped(where)});
-    return rows.empty() ? "" : card(table({"frames that no rule takes are", "where"}, rows));
+    RowGroup actions;
+    for (const auto& [action, where] : byAction) actions.rows.push_back({escaped(action), escaped(where)});
+    const std::string text = stackingTable({"frames that no rule takes are", "where"}, {actions}, "defaults");
+    return text.empty() ? "" : card(text);
 }
 
 std::string list(const std::string& title, const std::vector<std::string>& lines) {
@@ -145,7 +160,9 @@ std::string servicesPart(const DeviceState& state) {
 }
 
 std::string ponPart(const DeviceState& state) {
-    return gemPortTable(state) + tcontTable(state);
+    const std::string link = linkWords(state);
+    return gemPortTable(state) + tcontTable(state) +
+           (link.empty() ? "" : card(element("h3", "PON link") + element("p", escaped(link), "last")));
 }
 
 std::string devicesPart(const DeviceState& state, const DeviceState& newBoard) {

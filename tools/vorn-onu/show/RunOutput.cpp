@@ -191,6 +191,15 @@ std::string RunOutput::closing(const std::vector<StepRecord>& records, std::size
            "\n";
 }
 
+std::vector<RunStep> runSteps(const std::vector<StepRecord>& records) {
+    std::vector<RunStep> steps;
+    for (const StepRecord& record : records) {
+        const Step& step = *record.step;
+        steps.push_back({step.number, step.kind, shortName(step), step.words, record.lastTraceEntry});
+    }
+    return steps;
+}
+
 bool allPassed(const std::vector<StepRecord>& records) {
     return std::all_of(records.begin(), records.end(), [](const StepRecord& record) { return record.passed(); });
 }

@@ -9,6 +9,7 @@
 
 #include "scenario/Runner.h"
 #include "show/Terminal.h"
+#include "state/FailedCalls.h"
 
 namespace vorn_onu {
 
@@ -32,6 +33,8 @@ private:
     std::size_t nameWidth_ = 0, wordsWidth_ = 0;
 };
 
+// The steps as far as a failed call can come from them, by their short names.
+std::vector<RunStep> runSteps(const std::vector<StepRecord>& records);
 bool allPassed(const std::vector<StepRecord>& records);
 nlohmann::json runJson(const Scenario& scenario, const std::vector<StepRecord>& records);
 

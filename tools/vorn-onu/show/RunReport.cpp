@@ -23,6 +23,7 @@ ReportStep stepOf(const StepRecord& record) {
     if (!plainSuccess) shown.answer = record.answer;
     shown.effects = record.effects;
     shown.passed = record.passed();
+    shown.lastTraceEntry = record.lastTraceEntry;
     for (const Failure& failure : record.failures) {
         std::string text = failure.what;
         for (const std::string& line : failure.expected) text += "\nexpected  " + line;

@@ -117,8 +117,8 @@ void readFailedCalls(const json& trace, DeviceState& result) {
         const auto name = entry.at("name").get<std::string>();
         const auto code = entry.at("result").get<long>();
         if (entry.at("kind") != "platform" || code == 0 || answersNoStatus(name, code)) continue;
-        result.failedCalls.push_back(
-            {oneLine(name + "(" + entry.at("arguments").get<std::string>() + ")") + " = " + std::to_string(code)});
+        result.failedCalls.push_back({entry.at("number").get<std::uint64_t>(), oneLine(name),
+                                      oneLine(entry.at("arguments").get<std::string>()), code});
     }
 }
 

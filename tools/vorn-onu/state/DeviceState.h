@@ -3,6 +3,7 @@
 #ifndef VORN_ONU_DEVICE_STATE_H
 #define VORN_ONU_DEVICE_STATE_H
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
@@ -27,7 +28,10 @@ struct TableState {
 };
 
 struct FailedCall {
-    std::string text;  // name(arguments) = result
+    std::uint64_t number = 0;  // in the trace
+    std::string name, arguments;
+    long code = 0;
+    std::string text() const { return name + "(" + arguments + ") = " + std::to_string(code); }
 };
 
 struct DeviceState {

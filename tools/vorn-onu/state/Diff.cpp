@@ -288,7 +288,7 @@ void comparePon(const DeviceState& before, const DeviceState& after, Lines& line
 
 Lines texts(const std::vector<FailedCall>& calls) {
     Lines all;
-    for (const FailedCall& call : calls) all.push_back(call.text);
+    for (const FailedCall& call : calls) all.push_back(call.text());
     return all;
 }
 

@@ -92,6 +92,24 @@ void claimRules(Service& service, const std::vector<MergedRule>& rules) {
     }
 }
 
+bool owns(const Service& service, const std::string& device) {
+    const auto is = [&](const ServiceEnd& end) { return end.device == device; };
+    return std::any_of(service.unis.begin(), service.unis.end(), is) ||
+           std::any_of(service.anis.begin(), service.anis.end(), is);
+}
+
+// A flow between two services belongs to the one whose PON device it starts or ends at.
+void claimFlows(Service& service, const DeviceState& state) {
+    for (const auto& flow : state.flows) {
+        for (const auto& [own, other] : {flow, std::make_pair(flow.second, flow.first)}) {
+            const bool isPonSide = std::any_of(service.anis.begin(), service.anis.end(),
+                                               [&own = own](const ServiceEnd& end) { return end.device == own; });
+            const bool isKnown = std::count(service.flowDevices.begin(), service.flowDevices.end(), other) != 0;
+            if (isPonSide && !owns(service, other) && !isKnown) service.flowDevices.push_back(other);
+        }
+    }
+}
+
 }  // namespace
 
 std::vector<MergedRule> mergedRules(const std::vector<const TableState*>& tables) {
@@ -138,6 +156,7 @@ std::vector<Service> servicesOf(const DeviceState& state) {
             std::all_of(service.unis.begin(), service.unis.end(), [](const auto& end) { return end.device.empty(); });
         if (service.anis.empty() && onlyPorts && !service.unis.empty()) continue;
         claimRules(service, rules);
+        claimFlows(service, state);
         services.push_back(std::move(service));
     }
     for (const NetworkDevice& device : state.devices) {

@@ -37,6 +37,7 @@ struct Service {
     bool isBridge = true;
     std::vector<ServiceEnd> unis;                   // Ethernet ports; the gateway for the VEIP
     std::vector<ServiceEnd> anis;                   // PON devices
+    std::vector<std::string> flowDevices;           // of other services, to which VLAN flows lead past the bridge
     std::set<unsigned> gemIndexes;                  // that its rules filter on or mark with
     std::map<unsigned, std::set<unsigned>> queues;  // of the frames sent in each of these GEM ports
     std::vector<MergedRule> rules;

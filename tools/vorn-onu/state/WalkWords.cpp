@@ -23,6 +23,8 @@ std::vector<std::string> termsOf(const std::string& ruleText) {
     return terms;
 }
 
+const char* const kNoRuleDrops = "no rule fits, the default drops";
+
 std::string whereOf(const Hop& hop) {
     switch (hop.kind) {
         case Hop::Kind::Table:
@@ -42,21 +44,10 @@ std::string whatOf(const Hop& hop) {
     if (hop.kind == Hop::Kind::Bridge && hop.detail == "flooded") return "floods";
     if (hop.kind == Hop::Kind::Flow) return "short cut";
     if (hop.kind == Hop::Kind::Runner) return hop.device + " " + hop.detail;
-    if (!hop.rule) return hop.detail == "default: drop" ? "no rule fits, dropped" : "no rule fits, passed on";
+    if (!hop.rule) return hop.detail == "default: drop" ? kNoRuleDrops : "no rule fits, passed on";
     const bool receive = hop.direction == virtual_onu::kReceive;
     const RuleWords words = ruleWords(hop.device, receive, {hop.table}, termsOf(hop.detail));
     return words.frames + ": " + words.action;
-}
-
-// How often the frame has been copied before this hop: at every hop with several followers.
-unsigned branchOf(const std::vector<Hop>& hops, std::size_t index) {
-    unsigned branch = 0;
-    for (int at = static_cast<int>(index); at >= 0; at = hops[static_cast<std::size_t>(at)].from) {
-        const int from = hops[static_cast<std::size_t>(at)].from;
-        const auto siblings = std::count_if(hops.begin(), hops.end(), [&](const Hop& one) { return one.from == from; });
-        if (siblings > 1) ++branch;
-    }
-    return branch;
 }
 
 template <typename Items, typename Words>
@@ -68,23 +59,91 @@ std::string joinedWords(const Items& items, Words words) {
 
 }  // namespace
 
-std::vector<HopWords> hopWords(const Walk& walk) {
-    std::vector<HopWords> all;
-    for (std::size_t i = 0; i < walk.hops.size(); ++i) {
-        const Hop& hop = walk.hops[i];
-        HopWords words{whereOf(hop), whatOf(hop), hop.to, "", false, branchOf(walk.hops, i)};
-        const auto& before = hop.from < 0 ? walk.sent : walk.hops[static_cast<std::size_t>(hop.from)].frame;
+namespace {
+
+// The hops in the order of a tree: a copy is followed to its end before the next one.
+class Tree {
+public:
+    explicit Tree(const Walk& walk) : walk_(walk), hops_(walk.hops), followers_(hops_.size() + 1) {
+        for (std::size_t i = 0; i < hops_.size(); ++i) followers_[placeOf(hops_[i].from)].push_back(i);
+    }
+    std::vector<HopWords> words() {
+        // What is still to be told, the next on top: no walk is too deep for that.
+        std::vector<Pending> pending;
+        push(pending, -1, "", 0);
+        while (!pending.empty()) {
+            const Pending next = pending.back();
+            pending.pop_back();
+            tell(next);
+            push(pending, static_cast<int>(next.hop), next.below, next.depth);
+        }
+        return std::move(told_);
+    }
+
+private:
+    struct Pending {
+        std::size_t hop;
+        std::string lead, below;  // in front of this line, and of those that follow it
+        unsigned depth;
+    };
+    static std::size_t placeOf(int hop) { return static_cast<std::size_t>(hop + 1); }
+
+    void push(std::vector<Pending>& pending, int after, const std::string& lead, unsigned depth) const {
+        const auto& next = followers_[placeOf(after)];
+        const bool several = next.size() > 1;
+        for (std::size_t i = next.size(); i-- > 0;) {
+            const bool last = i + 1 == next.size();
+            pending.push_back({next[i],
+                               lead + (!several ? ""
+                                       : last   ? "└ "
+                                                : "├ "),
+                               lead + (!several ? ""
+                                       : last   ? "  "
+                                                : "│ "),
+                               depth + (several ? 1 : 0)});
+        }
+    }
+    void tell(const Pending& one) {
+        const Hop& hop = hops_[one.hop];
+        HopWords words;
+        words.where = whereOf(hop);
+        words.what = whatOf(hop);
+        words.to = hop.to;
+        const auto& before = hop.from < 0 ? walk_.sent : hops_[static_cast<std::size_t>(hop.from)].frame;
         if (!(before == hop.frame)) words.frame = hop.frame.text();
         words.dropped = hop.to.empty();
-        all.push_back(std::move(words));
+        words.tree = one.lead;
+        words.depth = one.depth;
+        if (walk_.exits.size() + walk_.drops.size() > 1) words.fate = fateOf(static_cast<int>(one.hop));
+        if (words.what == kNoRuleDrops && !words.fate.empty()) words.fate = "dropped";  // why stands there already
+        told_.push_back(std::move(words));
     }
-    return all;
+    std::string fateOf(int hop) const {
+        std::string fate;
+        const auto add = [&fate](const std::string& words) { fate += (fate.empty() ? "" : "; ") + words; };
+        for (const Exit& exit : walk_.exits)
+            if (exit.hop == hop) add("leaves at " + exitWords(exit));
+        for (const Drop& drop : walk_.drops)
+            if (drop.hop == hop) add(dropWords(drop));
+        return fate;
+    }
+
+    const Walk& walk_;
+    const std::vector<Hop>& hops_;
+    std::vector<std::vector<std::size_t>> followers_;  // of each hop; the first entry: of the frame as it was sent
+    std::vector<HopWords> told_;
+};
+
+}  // namespace
+
+std::vector<HopWords> hopWords(const Walk& walk) {
+    return Tree(walk).words();
 }
 
 std::vector<std::string> hopLines(const Walk& walk) {
     std::vector<std::string> lines;
     for (const HopWords& words : hopWords(walk)) {
-        std::string line = std::string(std::size_t{2} * words.branch, ' ') + words.where + ", " + words.what;
+        std::string line = words.tree + words.where + ", " + words.what;
         if (!words.to.empty()) line += " → " + words.to;
         if (!words.frame.empty()) line += " (" + words.frame + ")";
         lines.push_back(std::move(line));

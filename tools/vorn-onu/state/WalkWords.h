@@ -16,8 +16,13 @@ struct HopWords {
     std::string to;     // "sid0.3"; "" where the frame ends
     std::string frame;  // as it leaves this hop, where that is new: "VID 100 p0, IPv4"
     bool dropped = false;
-    unsigned branch = 0;  // how many times the frame has been copied on the way here
+    std::string fate;  // of this copy, where there are several: "leaves at sid1: untagged IPv4", "dropped at sid2: ..."
+    // What stands in front of the look-up in a list, so that the list reads as a tree: "", "├ ", "│ └ ". One step to
+    // the right is two columns.
+    std::string tree;
+    unsigned depth = 0;  // the tree's columns, in steps: how many times the frame has been copied on the way here
 };
+// Each copy of the frame from where it was made to where it ends, one copy after the other.
 std::vector<HopWords> hopWords(const virtual_onu::Walk& walk);
 // The same as plain lines.
 std::vector<std::string> hopLines(const virtual_onu::Walk& walk);
