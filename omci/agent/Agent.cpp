@@ -82,6 +82,8 @@ const char* nameOf(Dropped dropped) {
             return "not a request";
         case Dropped::kNoTransaction:
             return "transaction 0 is the ONU's own";
+        case Dropped::kUnknownSet:
+            return "this ONU does not know the extended set";
         case Dropped::kNoAnswerAsked:
             return "no answer asked for";
     }
@@ -111,6 +113,10 @@ Handled Agent::handle(const Message& request) {
     }
     if (request.transaction == 0) {
         handled.dropped = Dropped::kNoTransaction;
+        return handled;
+    }
+    if (request.set == MessageSet::kExtended && !knowsExtendedSet(board_)) {
+        handled.dropped = Dropped::kUnknownSet;
         return handled;
     }
     if (const Message* answer = transactions_.answered(request)) {

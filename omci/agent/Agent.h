@@ -30,6 +30,7 @@ enum class Dropped : std::uint8_t {
     kNo,             // it was answered
     kNotARequest,    // an answer, or what only an ONU sends
     kNoTransaction,  // transaction 0 is the ONU's own
+    kUnknownSet,     // the extended set, which the board's OMCC version does not have
     kNoAnswerAsked,  // carried out; no answer was wanted (sections of a window)
 };
 const char* nameOf(Dropped dropped);

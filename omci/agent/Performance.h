@@ -13,7 +13,7 @@
 
 namespace omci {
 
-constexpr std::uint64_t kIntervalMs = 15 * 60 * 1000;
+constexpr std::uint64_t kIntervalMs = 15ULL * 60 * 1000;
 
 class Performance : private MibObserver {
 public:

@@ -21,10 +21,10 @@ constexpr bool isNull(InstanceId pointer) {
 
 // Attributes of one entity, most significant bit attribute 1, least significant bit attribute 16.
 using AttributeMask = std::uint16_t;
-constexpr AttributeMask maskOf(AttributeNumber number) {
-    return static_cast<AttributeMask>(0x8000U >> (number - 1));
-}
 constexpr AttributeNumber kMaxAttributes = 16;
+constexpr AttributeMask maskOf(AttributeNumber number) {
+    return number >= 1 && number <= kMaxAttributes ? static_cast<AttributeMask>(0x10000U >> number) : AttributeMask{0};
+}
 
 // A constant table's rows.
 template <class T>

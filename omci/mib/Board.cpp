@@ -60,7 +60,7 @@ private:
         onu2.setText(attr::onu2_g::kEquipmentId, board_.equipmentId);
         onu2.setNumber(attr::onu2_g::kOmccVersion, board_.omccVersion);
         onu2.setNumber(attr::onu2_g::kVendorProductCode, board_.productCode);
-        onu2.setNumber(attr::onu2_g::kTotalPriorityQueueNumber, unsigned{board_.tConts} * board_.queues);
+        onu2.setNumber(attr::onu2_g::kTotalPriorityQueueNumber, std::uint64_t{board_.tConts} * board_.queues);
         onu2.setNumber(attr::onu2_g::kTotalTrafficSchedulerNumber, board_.schedulers ? board_.tConts : 0);
         onu2.setNumber(attr::onu2_g::kTotalGemPortIdNumber, board_.gemPorts);
         onu2.setNumber(attr::onu2_g::kConnectivityCapability, board_.connectivity);
@@ -186,6 +186,11 @@ private:
 
 std::vector<Entity> boardEntities(const Board& board) {
     return BoardMaker(board).make();
+}
+
+bool knowsExtendedSet(const Board& board) {
+    constexpr std::uint8_t kFirstWithIt = 0x96, kG988WithIt = 0xB0;
+    return board.omccVersion == kFirstWithIt || board.omccVersion >= kG988WithIt;
 }
 
 InstanceId ethernetPortInstance(const Board& board, unsigned port) {

@@ -63,6 +63,9 @@ struct Board {
 // The entities that the ONU makes by itself, with the values that they have when it starts.
 std::vector<Entity> boardEntities(const Board& board);
 
+// Whether the OMCC version promises the extended message set.
+bool knowsExtendedSet(const Board& board);
+
 // Instance numbers of an ONU without pluggable slots. Numbers count from 0.
 InstanceId ethernetPortInstance(const Board& board, unsigned port);
 InstanceId veipInstance(const Board& board, unsigned veip);

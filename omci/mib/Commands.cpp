@@ -155,8 +155,8 @@ SetOutcome MibCommands::set(EntityKey key, AttributeMask mask, ByteView values, 
     outcome.result = check(key, MessageType::kSet);
     if (outcome.result != Result::kSuccess) return outcome;
     const SplitValues split = splitValues(entity->info(), mask, values, tables);
+    if (split.tooShort) return {Result::kParameterError, 0, 0, false};
     outcome.unsupported = split.unknown;
-    if (split.tooShort) outcome.result = Result::kParameterError;
 
     // First everything is looked at, so that a refusal changes nothing.
     std::vector<std::pair<AttributeNumber, TableRows>> newTables;
@@ -166,14 +166,13 @@ SetOutcome MibCommands::set(EntityKey key, AttributeMask mask, ByteView values, 
             outcome.unsupported |= bit;
         } else if (!attribute->writable()) {
             outcome.failed |= bit;  // not certain: some ONUs answer a parameter error
-        } else if (isFixed(*entity, attribute->number)) {
+        } else if (isFixed(*entity, attribute->number) ||
+                   (!attribute->isTable() && !isAllowed(key.classId, *attribute, value))) {
             outcome.result = Result::kParameterError;
         } else if (attribute->isTable()) {
             newTables.emplace_back(attribute->number, TableRows());
             const Result result = applyRows(*entity, *attribute, value, newTables.back().second);
             if (result != Result::kSuccess) outcome.result = result;
-        } else if (!isAllowed(key.classId, *attribute, value)) {
-            outcome.result = Result::kParameterError;
         }
         if (outcome.result != Result::kSuccess) return {outcome.result, 0, 0, false};
     }

@@ -43,7 +43,7 @@ Entity describe(const AttributeInfo& attribute, InstanceId instance) {
     entity.setNumber(2, attribute.size);
     entity.setNumber(3, attribute.access & kRWC);
     entity.setNumber(4, formatCode(attribute.format));
-    const std::size_t bits = attribute.size * 8U;
+    const std::size_t bits = std::size_t{attribute.size} * 8;
     if (formatCode(attribute.format) == 4) entity.setNumber(6, bits < 32 ? (1U << bits) - 1 : 0xFFFFFFFF);
     if (attribute.format == kBitField) entity.setNumber(7, bits < 32 ? (1U << bits) - 1 : 0xFFFFFFFF);
     TableRows codes;

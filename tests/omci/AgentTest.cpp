@@ -1,7 +1,10 @@
 // What the agent does beside changing the MIB: transactions, alarms, tests, performance monitoring, software images.
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 #include "omci/agent/Endpoint.h"
+#include "omci/agent/Identity.h"
 #include "omci/message/Integrity.h"
 #include "omci/message/MessageText.h"
 #include "tests/omci/OmciFixture.h"
@@ -44,6 +47,8 @@ TEST_F(AgentTest, ARepeatedRequestIsAnsweredAgainAndActsOnce) {
     EXPECT_TRUE(agent.handle(create).repeated);
     // The same number with another content is another request.
     Message other = create;
+    other.content[0] = 1;
+    EXPECT_FALSE(agent.handle(other).repeated);
     other.entity.instance = 2;
     EXPECT_FALSE(agent.handle(other).repeated);
     EXPECT_EQ(sync(), 2U);
@@ -74,24 +79,37 @@ TEST_F(AgentTest, AnswersComeInTheSetOfTheirRequests) {
         set = each;
         EXPECT_EQ(agent.handle(request(MessageType::kGet, kPort, AttributesAsked{0x8000})).answer->set, each);
     }
+    // An older ONU is silent about the set that it does not know.
+    Board older = board();
+    older.omccVersion = 0xA3;
+    Agent other(older, hal, device, clock);
+    set = MessageSet::kExtended;
+    EXPECT_EQ(other.handle(request(MessageType::kGet, kPort, AttributesAsked{0x8000})).dropped, Dropped::kUnknownSet);
 }
 
 // ---- Frames ----
 
 TEST_F(AgentTest, FramesWithAWrongCodeAreDroppedSilently) {
-    Endpoint endpoint(agent, Integrity::crc());
-    Bytes frame = encodeFrame(request(MessageType::kCreate, kBridgeKey, CreateValues{}));
-    EXPECT_TRUE(endpoint.receive(frame).badIntegrity);  // without a code
-    ASSERT_TRUE(Integrity::crc().protect(frame, Direction::kDownstream));
-    frame[20] ^= 1;
-    EXPECT_TRUE(endpoint.receive(frame).badIntegrity);
-    EXPECT_EQ(sync(), 0U);
-    frame[20] ^= 1;
-    const Received received = endpoint.receive(frame);
-    ASSERT_EQ(received.answer.size(), kBaselineFrame);
-    EXPECT_EQ(number32(received.answer, 44), crc32(ByteView(received.answer).part(0, 44)));
-    EXPECT_EQ(endpoint.counters().badIntegrity, 2U);
-    EXPECT_EQ(endpoint.counters().answered, 1U);
+    std::vector<Integrity> kinds{Integrity::crc()};
+    if (hasAes()) kinds.push_back(Integrity::aesCmac(AesKey{1, 2, 3}));
+    for (const Integrity& integrity : kinds) {
+        Endpoint endpoint(agent, integrity);
+        const unsigned before = sync();
+        Bytes frame = encodeFrame(request(MessageType::kSet, kPort, AttributeValues{maskOf(8), hex("0600")}));
+        EXPECT_TRUE(endpoint.receive(frame).badIntegrity);  // without a code
+        ASSERT_TRUE(integrity.protect(frame, Direction::kDownstream));
+        frame[20] ^= 1;
+        EXPECT_TRUE(endpoint.receive(frame).badIntegrity);
+        EXPECT_EQ(sync(), before);
+        frame[20] ^= 1;
+        const Received received = endpoint.receive(frame);
+        ASSERT_EQ(received.answer.size(), kBaselineFrame);
+        EXPECT_EQ(sync(), before + 1);
+        EXPECT_EQ(number32(received.answer, 44),
+                  integrity.codeOf(ByteView(received.answer).part(0, 44), Direction::kUpstream));
+        EXPECT_EQ(endpoint.counters().badIntegrity, 2U);
+        EXPECT_EQ(endpoint.counters().answered, 1U);
+    }
 }
 
 TEST_F(AgentTest, UrgentFramesOvertakeAndWaitingOnesAreTakenOnce) {
@@ -343,6 +361,33 @@ TEST_F(Images, ACallPutsARestartOff) {
     EXPECT_EQ(device.restarts, std::vector<InstanceId>{0});
     EXPECT_EQ(agent.mib().find(kBridgeKey), nullptr);
     EXPECT_EQ(sync(), 0U);
+}
+
+// ---- Identity ----
+
+TEST(Identity, TakesWhatTheHalTellsAndNothingElse) {
+    struct TellingHal : VornHal {
+        int vorn_omci_hal_sn_get(unsigned char* buffer, unsigned int size) override {
+            std::snprintf(reinterpret_cast<char*>(buffer), size, "%s", serial);
+            return 0;
+        }
+        std::string vorn_hal_get_mac_sub_host() override { return mac; }
+        const char* serial = "VORN0012abCD";
+        std::string mac = "00:1a:2b:3c:4d:5e";
+    } hal;
+    Board board;
+    readIdentity(hal, board);
+    EXPECT_EQ(ByteView(board.serialNumber.data(), 8), ByteView(hex("564F524E 0012ABCD")));
+    EXPECT_EQ(ByteView(board.bridgeMac.data(), 6), ByteView(hex("001A2B3C4D5E")));
+    EXPECT_EQ(board.equipmentId, "");
+    const Board before = board;
+    for (const char* text : {"", "VORN0012abC", "VORN0012abCg", "VORN0012abCDE"}) {
+        hal.serial = text;
+        hal.mac = text;
+        readIdentity(hal, board);
+        EXPECT_EQ(board.serialNumber, before.serialNumber) << text;
+        EXPECT_EQ(board.bridgeMac, before.bridgeMac) << text;
+    }
 }
 
 }  // namespace omci
