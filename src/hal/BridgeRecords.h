@@ -207,15 +207,16 @@ struct UniDataProvisioning {
 };
 
 // The ONU's management IP host (IP host config data, G.988 9.4.1). Addresses are texts of hexadecimal digits, dots and
-// colons: another character in one of them, or in the board's own MAC address, refuses the whole call.
+// colons, no longer than an address can be (15 characters, 45 with a colon; 17 for a MAC). Anything else in one of
+// them, or in the board's own MAC address, refuses the whole call.
 struct IpHostProvision {
     std::uint16_t allocId;   // 0..65535; only logged
     std::uint16_t gemId;     // GEM port id, 0..65535; only logged
     std::uint16_t bridgeId;  // 0..65535: bridge "br" + bridgeId, which must stand
     // 1..65535: number and VLAN device id of the host's device, "br" + bridgeId + "." + uniPort. 0 means the ANI side.
     std::uint16_t uniPort;
-    // "00:11:22:33:44:55": the host's MAC address where the board has no first one, 17 characters of it. On removal the
-    // address whose delivery to the CPU ends, even where the board has one.
+    // "00:11:22:33:44:55": the host's MAC address where the board has no first one. On removal the address whose
+    // delivery to the CPU ends, even where the board has one.
     std::string macAddress;
     std::uint8_t ipOptions;    // only logged
     std::string ipAddress;     // dotted IPv4, "10.0.0.5"; not used with DHCP

@@ -100,7 +100,8 @@ std::string manualPage(const CLI::App& app) {
         "\nThe virtual ONU takes the place of a passive\\-optical\\-network terminal: network devices and bridges, "
         "tag\\-rule tables,\nGEM ports, T\\-CONTs and queues, message bus, board and optics. The scenario format is "
         "described in\ndocs/scenario\\-format.md, the device state that\n.B \\-\\-json\nwrites in "
-        "docs/state\\-format.md.\n.SH COMMANDS\n";
+        "docs/state\\-format.md;\nthey and scenarios to begin with are in\n.IR /usr/share/doc/vorn\\-onu .\n.SH "
+        "COMMANDS\n";
     for (const CLI::App* command : commands) text += section(*command);
     for (const Topic& topic : commonTopics()) {
         text += ".SH " + upperCase(topic.title) + "\n";
