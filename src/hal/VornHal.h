@@ -42,7 +42,7 @@ public:
     virtual int vorn_test_call();
     // Connects the HAL to the gateway side and starts the thread that listens to it. Once, after the object has been
     // made and before anything else; detaches the process from its terminal. 0, or -1 when message bus or timers do not
-    // start: nothing reaches the gateway then, all else works. 0 also without an engine, with nothing done.
+    // start: the gateway is not listened to then, and all else works. 0 also without an engine, with nothing done.
     virtual int vorn_omci_hal_init();
     // Registers a callback for PON link state changes. Not on this board: the callback is never called.
     virtual int vorn_omci_hal_register_link_st(HalNotifyCallback callback);
@@ -91,8 +91,9 @@ public:
     // ---- Management IP host ----
 
     // Makes the host's device "br" + bridgeId + "." + uniPort on its bridge, which must stand, and gives it its
-    // address: by DHCP or as the record says. Takes two seconds. 0 once tried, also when a text is no address and
-    // nothing was done, and also when DHCP never answers. -1 for null or without an engine.
+    // address: by DHCP or as the record says. Waits two seconds for the bridge, unless that is shared. 0 once tried,
+    // also when a text is no address and nothing was done, and also when DHCP never answers. -1 for null or without an
+    // engine.
     virtual int vorn_omci_hal_provisionIpHost(const IpHostProvision* host);
     // Takes down and deletes the whole bridge "br" + bridgeId: all its members, of whatever service, are on no bridge
     // then. The host's device, its address, its routing rule and its route stay, and so does a rule that takes off its
