@@ -25,6 +25,7 @@ using Listener = std::function<void(const TraceEntry&)>;
 constexpr std::size_t kTraceCapacity = 200000;
 
 struct PendingFault {
+    std::uint64_t number = 0;
     std::string name;  // "name" or "name:detail"
     int callsToGo = 1;
     int code = 0;
@@ -36,6 +37,7 @@ struct CoreState {
     std::shared_ptr<const Listener> listener;
     std::uint64_t calls = 0;
     std::vector<PendingFault> pendingFaults;
+    std::uint64_t faults = 0;  // of failNext so far
     std::map<std::uint64_t, int> numberedFaults;
     bool sleepsForReal = false;
     std::uint64_t sleptMs = 0;
@@ -87,6 +89,9 @@ std::recursive_mutex& makeDeviceMutex() {
     pthread_atfork(beforeFork, afterForkInParent, afterForkInChild);
     return *new std::recursive_mutex;
 }
+
+// Whether a fault has decided the call that this thread is about to record.
+thread_local bool callIsInjected = false;
 
 CoreState& core() {
     static CoreState& state = *new CoreState;
@@ -156,6 +161,7 @@ void record(CallKind kind, const std::string& name, const std::string& argumentL
     entry.name = name;
     entry.arguments = argumentList;
     entry.result = result;
+    entry.injected = std::exchange(callIsInjected, false);
     std::shared_ptr<const Listener> listener;
     {
         const DeviceLock lock(deviceMutex());
@@ -181,10 +187,12 @@ std::optional<int> faultOf(const std::string& name, const std::string& detail, b
             ++fault;
         }
     }
-    if (!counted) return code;
-    const auto numbered = core().numberedFaults.find(++core().calls);
-    if (numbered == core().numberedFaults.end()) return code;
-    return numbered->second;
+    if (counted) {
+        const auto numbered = core().numberedFaults.find(++core().calls);
+        if (numbered != core().numberedFaults.end()) code = numbered->second;
+    }
+    callIsInjected = code.has_value();
+    return code;
 }
 
 int platformCall(const char* name, const std::string& argumentList, const std::function<int()>& work,
@@ -288,9 +296,17 @@ void VirtualOnu::onTrace(std::function<void(const TraceEntry&)> listener) {
     core().listener = std::move(shared);
 }
 
-void VirtualOnu::failNext(const std::string& function, int nth, int code) {
+std::uint64_t VirtualOnu::failNext(const std::string& function, int nth, int code) {
     const DeviceLock lock(deviceMutex());
-    core().pendingFaults.push_back({function, nth, code});
+    core().pendingFaults.push_back({++core().faults, function, nth, code});
+    return core().faults;
+}
+
+std::optional<int> VirtualOnu::callsUntilFault(std::uint64_t fault) const {
+    const DeviceLock lock(deviceMutex());
+    for (const PendingFault& pending : core().pendingFaults)
+        if (pending.number == fault) return pending.callsToGo;
+    return std::nullopt;
 }
 
 void VirtualOnu::failCall(std::uint64_t number, int code) {

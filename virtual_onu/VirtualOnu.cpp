@@ -40,6 +40,7 @@ nlohmann::json traceJson(const std::vector<TraceEntry>& trace) {
                            {"name", escaped(entry.name)},
                            {"arguments", entry.arguments},
                            {"result", entry.result}});
+        if (entry.injected) entries.back()["injected"] = true;
     }
     return entries;
 }

@@ -184,6 +184,7 @@ struct VIRTUAL_ONU_API TraceEntry {
     // "&-" when the call failed and left it alone. Log lines are named "log" and read: level, "function", "text".
     std::string arguments;
     long result = 0;
+    bool injected = false;  // a fault that was asked for has decided the result
     // name(arguments) = result
     std::string text() const;
 };
@@ -311,8 +312,12 @@ public:
     // The nth next call (1 is the very next) of this function fails with the code: the result of a platform function,
     // errno for "ioctl", "open", "fopen", "socket", "bind", "sendto", "popen", the status for "system". A name may be
     // narrowed to a request: "ioctl:SIOCSIFMTU", "open:/dev/laser_dev", "vlanCtl_insertTagRule:sid0" (the first device
-    // that the call names). Code 0 skips the work of a call and reports success.
-    void failNext(const std::string& function, int nth, int code);
+    // that the call names). Code 0 skips the work of a call and reports success. Answers the fault's own number.
+    std::uint64_t failNext(const std::string& function, int nth, int code);
+    // How many calls a fault of failNext still waits for; nothing once it has fired or has been cleared.
+    std::optional<int> callsUntilFault(std::uint64_t fault) const;
+    // The names that failNext knows: functions of the device kit and the C library, "ioctl:" with each request.
+    static std::vector<std::string> faultNames();
     // Every call from now on with one of these numbers (counted from 1 over platform calls, ioctl, open, system) fails.
     void failCall(std::uint64_t number, int code);
     std::uint64_t callCount() const;  // calls that failCall counts, since reset

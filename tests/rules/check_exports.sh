@@ -58,4 +58,8 @@ complain "Exported by the virtual ONU, but none of its interface (see virtual_on
     "$(printf '%s\n' "$names" | grep -vE '^(virtual_onu|Logger)::' | grep -vxFf <(printf "%s\n" "$kit") | grep -vxFf <(printf "%s\n" "$interposed"))"
 complain "Not exported by the virtual ONU (see virtual_onu/virtual_onu.map):" \
     "$(printf '%s\n%s\n' "$kit" "$interposed" | grep -vxFf <(printf "%s\n" "$names"))"
+without_result='cmsMem_free|cmsTmr_executeExpiredEvents|gponCtl_getMsgError|vlanCtl_cleanup'
+complain "Functions of the kit that a fault cannot name (see virtual_onu/FaultNames.cpp):" \
+    "$(printf '%s\n' "$kit" | grep -vxE "$without_result" |
+        grep -vxFf <(sed -nE 's/.*"([A-Za-z0-9_]+)".*/\1/p' "$source/virtual_onu/FaultNames.cpp"))"
 exit $bad

@@ -45,6 +45,23 @@ TEST(CommandLine, HelpVersionAndHelpOfACommandAreAnswered) {
     EXPECT_EQ(send.output, runProgram({kTool, "send", "--help"}).output);
 }
 
+TEST(CommandLine, AFrameFromAPortThatIsNotThereIsBadInputAndThePortsAreNamed) {
+    const struct {
+        const char *from, *told;
+    } cases[] = {
+        {"sid77",
+         "the frame: field 'from': there is no port 'sid77' after step 24, did you mean 'sid7'?; there are sid0, "},
+        {"gem1001", "there is no port 'gem1001' after step 24, did you mean 'gem 1001'?; there are sid0, "},
+        {"gem 7", "there is no port 'gem 7' after step 24"},
+    };
+    for (const auto& one : cases) {
+        const ProgramResult result =
+            runProgram({kTool, "send", std::string(VORN_SCENARIO_DIR) + "/internet.json", "--from", one.from});
+        EXPECT_EQ(result.code, 2);
+        EXPECT_NE(result.output.find(one.told), std::string::npos) << result.output;
+    }
+}
+
 // The manual page is installed as it stands in the repository, and made from the words of --help.
 TEST(CommandLine, ManualPageSaysWhatHelpSays) {
     EXPECT_EQ(contentOf(VORN_MANUAL_PAGE), runProgram({kTool, "help", "--man"}).output)

@@ -170,9 +170,12 @@ TEST(Diff, AnswersByItsExitCodeAndNamesABadFile) {
               directory.file("empty") + ": is no device state: key 'network' not found\n"}}) {
         const auto result = runProgram({VORN_ONU_BINARY, "diff", board, one.after});
         EXPECT_EQ(result.code, one.code) << one.after;
+        EXPECT_EQ(runProgram({VORN_ONU_BINARY, "diff", "--json", board, one.after}).code, one.code);
         EXPECT_EQ(result.output.substr(0, one.told.size()), one.told);
         EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1) << result.output;
     }
+    const auto json = nlohmann::json::parse(runProgram({VORN_ONU_BINARY, "diff", "--json", board, other}).output);
+    EXPECT_EQ(json.at("differences"), nlohmann::json{"device sid9 has appeared: down, MTU 1500"});
 }
 
 }  // namespace

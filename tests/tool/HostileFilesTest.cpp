@@ -58,6 +58,7 @@ TEST(HostileFiles, WhatIsNoUtf8AndWhatTurnsTextIsEscapedAndPaintIsNot) {
     };
     for (const auto& one : cases) EXPECT_EQ(vorn_onu::printable(one.text), one.shown);
     EXPECT_EQ(vorn_onu::printable(vorn_onu::painted("31", "a\x1b[2Jb")), "\x1b[31ma\\x1b[2Jb\x1b[0m");
+    EXPECT_EQ(vorn_onu::unpainted(vorn_onu::painted("31", "ab") + "c"), "abc");
 }
 
 TEST(HostileFiles, DepthAndSizeHaveLimitsThatAreNamed) {

@@ -8,7 +8,7 @@ namespace vorn_onu {
 Command addRun(CLI::App& app) {
     const auto run = std::make_shared<RunCommand>();
     CLI::App* command = app.add_subcommand("run", "run a scenario and show what stands on the device");
-    command->add_option("FILE", run->scenario, "the scenario")->required()->type_name("");
+    command->add_option("FILE", run->scenarios, "the scenario, or several")->required()->type_name("");
     command->add_flag("--trace", run->trace, "show every call into the device below the step that made it");
     command->add_option("--json", run->jsonFile, "write steps and device state as JSON; - is standard output")
         ->type_name("FILE");
@@ -18,7 +18,17 @@ Command addRun(CLI::App& app) {
     command->add_flag("--hal-output", run->halOutput, "show what the HAL prints below the step that made it print");
     command->add_flag("--real-time", run->realTime, "let waits take their time");
     command->add_flag("--quiet", run->quiet, "show failures only");
-    command->footer("Nothing runs when the file has a mistake in it.");
+    command->add_flag("--strict", run->strict,
+                      "take a failing call into the device kit for a failure, unless a fault step asked for it");
+    command->add_option("--junit", run->junitFile, "write a test case a scenario as JUnit's XML")->type_name("FILE");
+    command->add_option("--jobs", run->jobs, "run so many of several scenarios at a time; otherwise one")
+        ->check(numberFrom(1))
+        ->type_name("N");
+    command->footer(
+        "A scenario with a mistake in it is not run. Several scenarios run each on a board of its own, a line a "
+        "scenario; "
+        "--json, --report, --pcap, --trace and --hal-output go with one.\n\n"
+        "Exit codes: 0 all expectations held, 1 one did not, 2 a scenario could not be read or a file not be written.");
     return {command, [run] { return run->run(); }};
 }
 

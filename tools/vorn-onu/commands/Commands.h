@@ -12,14 +12,18 @@ constexpr int kNotHeld = 1;   // one did not
 constexpr int kBadInput = 2;  // a scenario, a file or the command line is wrong; nothing was run
 
 struct RunCommand {
-    std::string scenario;
-    std::string jsonFile;    // "-" is standard output
-    std::string reportFile;  // an HTML page
-    std::string pcapFile;    // the frames of frame steps
+    std::vector<std::string> scenarios;  // several are run each in a process of its own
+    std::string jsonFile;                // "-" is standard output
+    std::string reportFile;              // an HTML page
+    std::string pcapFile;                // the frames of frame steps
+    std::string junitFile;               // a test case a scenario, as CI systems read them
+    unsigned jobs = 1;                   // of several scenarios, so many at a time
+    bool strict = false;                 // a call into the device kit that fails is a failure
     bool trace = false;
     bool halOutput = false;
     bool realTime = false;
     bool quiet = false;
+    // kBadInput when one scenario could not be run, else kNotHeld when one failed.
     int run() const;
 };
 
@@ -50,7 +54,8 @@ struct ExecCommand {
 
 struct DiffCommand {
     std::string before, after;  // files that --json has written
-    int run() const;            // kHeld: no difference; kNotHeld: there are some
+    bool json = false;
+    int run() const;  // kHeld: no difference; kNotHeld: there are some
 };
 
 // What the HAL reports of the board: a new one, or one that a scenario has set up.

@@ -35,6 +35,10 @@ DeviceState stateIn(const std::string& path) {
     }
 }
 
+std::string jsonText(const nlohmann::json& value) {
+    return value.dump(2, ' ', true, nlohmann::json::error_handler_t::replace) + "\n";
+}
+
 }  // namespace
 
 int DiffCommand::run() const {
@@ -42,7 +46,8 @@ int DiffCommand::run() const {
         const auto lines = differences(stateIn(before), stateIn(after));
         std::string text;
         for (const auto& line : lines) text += line + "\n";
-        print(lines.empty() ? "no difference\n" : text);
+        const nlohmann::json all = {{"before", before}, {"after", after}, {"differences", lines}};
+        print(json ? jsonText(all) : lines.empty() ? "no difference\n" : text);
         return lines.empty() ? kHeld : kNotHeld;
     } catch (const std::exception& error) {
         complain(error.what());

@@ -1,5 +1,6 @@
 // vorn-onu info [FILE]: what the HAL reports about the board: identity, software, optics, links.
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <utility>
 #include <vector>
@@ -27,34 +28,43 @@ constexpr int kNoLevel = INT32_MIN;
 struct Fact {
     const char* key;
     const char* words;
-    std::string value;
+    nlohmann::json value;  // null: not known
+    const char* unit = "";
 };
 
 struct Topic {
+    const char* key;
     const char* title;
     std::vector<Fact> facts;
 };
 
 using Buffer = std::array<char, 128>;
 
-std::string known(const std::string& text) {
-    return text.empty() ? "not known" : text;
+nlohmann::json known(const std::string& text) {
+    return text.empty() ? nlohmann::json() : nlohmann::json(text);
 }
 
 template <typename Ask>
-std::string textOf(Ask&& ask) {
+nlohmann::json textOf(Ask&& ask) {
     Buffer buffer{};
     ask(buffer.data(), buffer.size() - 1);
     return known(buffer.data());
 }
 
+// In dBm, with the hundredths that the HAL's unit can tell.
 template <typename Ask>
-std::string levelOf(Ask&& ask) {
+nlohmann::json levelOf(Ask&& ask) {
     int level = kNoLevel;
     ask(&level);
-    if (level == kNoLevel) return known("");
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.2f dBm", level / kLevelUnitsPerDecibel);
+    if (level == kNoLevel) return nullptr;
+    return std::round(level / kLevelUnitsPerDecibel * 100) / 100;
+}
+
+std::string wordsOf(const Fact& fact) {
+    if (fact.value.is_null()) return "not known";
+    if (fact.value.is_string()) return fact.value.get<std::string>();
+    std::array<char, 48> text{};
+    std::snprintf(text.data(), text.size(), "%.2f %s", fact.value.get<double>(), fact.unit);
     return text.data();
 }
 
@@ -67,7 +77,8 @@ std::string linkOf(int (*ask)(EthernetLinkStatus&)) {
 Topic identity(VornHal& hal) {
     hal.vorn_omci_hal_nvram_info_get();
     const auto bytes = [](char* text) { return reinterpret_cast<unsigned char*>(text); };
-    return {"Identity",
+    return {"identity",
+            "Identity",
             {{"serialNumber", "serial number",
               textOf([&](char* b, std::size_t n) { hal.vorn_omci_hal_sn_get(bytes(b), static_cast<unsigned>(n)); })},
              {"partNumber", "part number",
@@ -79,23 +90,26 @@ Topic identity(VornHal& hal) {
 }
 
 Topic software(VornHal& hal) {
-    return {"Software", {{"bootedImage", "booted image", textOf([&](char* b, std::size_t n) {
-                              hal.vorn_omci_hal_swimage_version_get(b, static_cast<int>(n), 0);
-                          })}}};
+    return {"software", "Software", {{"bootedImage", "booted image", textOf([&](char* b, std::size_t n) {
+                                          hal.vorn_omci_hal_swimage_version_get(b, static_cast<int>(n), 0);
+                                      })}}};
 }
 
 Topic optics(VornHal& hal) {
-    return {
-        "Optics",
-        {{"receiveLevel", "receive level", levelOf([&](int* out) { hal.vorn_omci_hal_rx_laser_power_get(out); })},
-         {"transmitLevel", "transmit level", levelOf([&](int* out) { hal.vorn_omci_hal_tx_laser_power_get(out); })}}};
+    return {"optics",
+            "Optics",
+            {{"receiveLevelDbm", "receive level", levelOf([&](int* out) { hal.vorn_omci_hal_rx_laser_power_get(out); }),
+              "dBm"},
+             {"transmitLevelDbm", "transmit level",
+              levelOf([&](int* out) { hal.vorn_omci_hal_tx_laser_power_get(out); }), "dBm"}}};
 }
 
 Topic links() {
     const auto uni = [](unsigned short instance) {
         return std::string(getEthernetUniOperState(instance) == 0 ? "up" : "down");
     };
-    return {"Links",
+    return {"links",
+            "Links",
             {{"eth1", "10G (eth1)", linkOf(VornBrcmHal::getBcmPmOperStatus)},
              {"eth0", "1G (eth0)", linkOf(VornBrcmHal::getBcmPmOperStatus1G)},
              {"uni1", "PHY of UNI 1", uni(1)},
@@ -106,7 +120,7 @@ std::string asWords(const std::vector<Topic>& topics, const Terminal& terminal) 
     std::string text;
     for (const Topic& topic : topics) {
         Table table;
-        for (const Fact& fact : topic.facts) table.row({fact.words, fact.value});
+        for (const Fact& fact : topic.facts) table.row({fact.words, wordsOf(fact)});
         text += (text.empty() ? "" : "\n") + terminal.bold(topic.title) + "\n" + table.text(terminal);
     }
     return text;
@@ -115,8 +129,8 @@ std::string asWords(const std::vector<Topic>& topics, const Terminal& terminal) 
 std::string asJson(const std::vector<Topic>& topics) {
     nlohmann::json all = nlohmann::json::object();
     for (const Topic& topic : topics)
-        for (const Fact& fact : topic.facts) all[topic.title][fact.key] = fact.value;
-    return all.dump(2) + "\n";
+        for (const Fact& fact : topic.facts) all[topic.key][fact.key] = fact.value;
+    return all.dump(2, ' ', true, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
 }  // namespace

@@ -1,7 +1,12 @@
-// vorn-onu run FILE
+// vorn-onu run FILE...
+#include <chrono>
+#include <stdexcept>
+#include <utility>
+
 #include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
+#include "commands/RunSeveral.h"
 #include "io/Files.h"
 #include "io/Output.h"
 #include "show/DeviceReport.h"
@@ -19,10 +24,25 @@ std::string jsonText(const Scenario& scenario, const std::vector<StepRecord>& re
     return all.dump(2, ' ', true, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
+// What belongs to one scenario is refused with several.
+void checkOptions(const RunCommand& command) {
+    if (command.scenarios.size() == 1) return;
+    const std::pair<const char*, bool> options[] = {{"--json", !command.jsonFile.empty()},
+                                                    {"--report", !command.reportFile.empty()},
+                                                    {"--pcap", !command.pcapFile.empty()},
+                                                    {"--trace", command.trace},
+                                                    {"--hal-output", command.halOutput}};
+    for (const auto& [name, given] : options)
+        if (given)
+            throw std::invalid_argument(std::string("vorn-onu: run: ") + name + " goes with one scenario, not with " +
+                                        std::to_string(command.scenarios.size()));
+}
+
 void checkFiles(const RunCommand& command) {
     if (command.jsonFile != "-") checkWritable(command.jsonFile);
     checkWritable(command.reportFile);
     checkWritable(command.pcapFile);
+    checkWritable(command.junitFile);
 }
 
 // The files that were asked for. Throws a FileProblem.
@@ -37,8 +57,17 @@ void writeFiles(const RunCommand& command, const Scenario& scenario, const std::
     writeFile(command.pcapFile, {capture.begin(), capture.end()});
 }
 
-int runLoaded(const RunCommand& command, const Scenario& scenario) {
-    HalOutput hal(command.scenario);
+RunOptions optionsOf(const RunCommand& command) {
+    RunOptions options;
+    options.trace = command.trace;
+    options.realTime = command.realTime;
+    options.strict = command.strict;
+    return options;
+}
+
+// Runs the scenario and shows all that was asked for.
+int runShown(const RunCommand& command, const Scenario& scenario, ScenarioResult& result) {
+    HalOutput hal(scenario.file);
     const Terminal terminal = Terminal::of(hal.shown());
     const RunOutput output(scenario, terminal);
     const bool words = !command.quiet && command.jsonFile != "-";
@@ -52,10 +81,10 @@ int runLoaded(const RunCommand& command, const Scenario& scenario) {
     RunReport collected(scenario, newBoard);
 
     say(output.heading());
-    const RunOptions options{command.trace, command.realTime};
-    const auto records = runScenario(scenario, options, [&](const StepRecord& record) {
+    const auto records = runScenario(scenario, optionsOf(command), [&](const StepRecord& record) {
+        if (!record.passed()) result.failures.push_back(output.step(record));
         if (!command.reportFile.empty()) collected.add(record, onu);
-        if (command.quiet && !record.passed()) print(hal.shown(), output.step(record));
+        if (command.quiet && !record.passed()) print(hal.shown(), result.failures.back());
         say(output.step(record));
         if (record.step->kind == "show") say(deviceReport(readState(onu.toJson()), newBoard, terminal));
         say(output.trace(record));
@@ -63,6 +92,7 @@ int runLoaded(const RunCommand& command, const Scenario& scenario) {
         if (command.halOutput) say(output.halOutput(printed));
     });
 
+    result.steps = records.size();
     const nlohmann::json device = onu.toJson();
     const DeviceState state = readState(device);
     const std::string report = deviceReport(state, newBoard, terminal);
@@ -77,12 +107,53 @@ int runLoaded(const RunCommand& command, const Scenario& scenario) {
     return allPassed(records) ? kHeld : kNotHeld;
 }
 
+int runOne(const RunCommand& command) {
+    ScenarioResult result;
+    result.file = command.scenarios.front();
+    const auto start = std::chrono::steady_clock::now();
+    int code = kBadInput;
+    try {
+        const Scenario scenario = loadScenario(result.file);
+        result.title = scenario.title;
+        code = runShown(command, scenario, result);
+    } catch (const std::exception& error) {
+        complain(error.what());
+        result.problem = error.what();
+        result.isBadInput = true;
+    }
+    result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    if (!command.junitFile.empty()) writeFile(command.junitFile, junitReport({result}));
+    return code;
+}
+
 }  // namespace
+
+ScenarioResult runUnseen(const RunCommand& command, const std::string& file, const Terminal& terminal) {
+    ScenarioResult result;
+    result.file = file;
+    const auto start = std::chrono::steady_clock::now();
+    try {
+        const Scenario scenario = loadScenario(file);
+        result.title = scenario.title;
+        const HalOutput hal(file);
+        const RunOutput output(scenario, terminal);
+        const auto records = runScenario(scenario, optionsOf(command), [&](const StepRecord& record) {
+            if (!record.passed()) result.failures.push_back(output.step(record));
+        });
+        result.steps = records.size();
+    } catch (const std::exception& error) {
+        result.problem = error.what();
+        result.isBadInput = true;
+    }
+    result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return result;
+}
 
 int RunCommand::run() const {
     try {
+        checkOptions(*this);
         checkFiles(*this);
-        return runLoaded(*this, loadScenario(scenario));
+        return scenarios.size() == 1 ? runOne(*this) : runSeveral(*this);
     } catch (const std::exception& error) {
         complain(error.what());
         return kBadInput;

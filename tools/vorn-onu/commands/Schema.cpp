@@ -11,7 +11,9 @@ namespace {
 // A step that calls one operation. Its fields may also come from a named record, so that none can be required then.
 Json callSchema(const Operation& operation) {
     Json properties = propertiesOf(operation.fields);
-    properties["call"] = {{"const", operation.name}};
+    properties["call"] = {{"enum", Json::array({operation.name})}};
+    if (const std::string brief = shortOperationName(operation.name); brief != operation.name)
+        properties["call"]["enum"].push_back(brief);
     properties["record"] = {{"type", "string"}, {"description", "name of a record that gives the other fields"}};
     if (operation.onNull != nullptr) properties["record"]["type"] = {"string", "null"};
     if (!operation.fields.empty())

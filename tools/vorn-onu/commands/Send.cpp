@@ -21,6 +21,8 @@ constexpr std::size_t kMostHops = 14;  // shown; with the lines around them they
 struct Answer {
     SentFrame sent;
     std::size_t step = 0;
+    bool canArrive = false;           // there was such a place then
+    std::vector<std::string> places;  // where frames could arrive then
 };
 
 // A number where it reads as one, else a word for the field to understand or refuse.
@@ -49,6 +51,27 @@ FrameInput frameOf(const SendCommand& command) {
     return frameInputOf(frame);
 }
 
+// Ports, devices with an address (the IP host's), GEM ports.
+std::vector<std::string> placesOn(const virtual_onu::VirtualOnu& onu) {
+    std::vector<std::string> places;
+    for (const auto& device : onu.devices()) {
+        const bool isPort = device.realDevice.empty() && !device.isBridge && device.name != "gpondef";
+        if (isPort || !device.addresses.empty()) places.push_back(device.name);
+    }
+    for (const auto& port : onu.gemPorts()) places.push_back("gem " + std::to_string(port.portId));
+    return places;
+}
+
+bool canArrive(const FrameInput& input, const virtual_onu::VirtualOnu& onu) {
+    return input.gemPort ? onu.gemPort(*input.gemPort).has_value() : onu.deviceExists(input.from);
+}
+
+void checkPlace(const FrameInput& input, const Answer& answer) {
+    if (answer.canArrive) return;
+    throw Problem("from", "there is no port '" + input.from + "' after step " + std::to_string(answer.step) +
+                              suggestion(input.from, answer.places) + "; there are " + joined(answer.places));
+}
+
 // Runs the scenario and walks the frame at the chosen moment. The fullest moment is known only when it is over, so the
 // frame is walked at every candidate, without leaving a trace in the bridges.
 Answer walkAfter(const Scenario& scenario, const SendCommand& command, const FrameInput& input) {
@@ -59,8 +82,10 @@ Answer walkAfter(const Scenario& scenario, const SendCommand& command, const Fra
     options.lastStep = command.afterStep;
     runScenario(scenario, options, [&](const StepRecord& record) {
         const bool chosen = command.afterStep != 0 ? record.step->number == command.afterStep : fullest.isNow(onu);
-        if (chosen) answer = {{input, input.send(onu, Learning::Off)}, record.step->number};
+        if (!chosen || record.step->kind == "end") return;
+        answer = {{input, input.send(onu, Learning::Off)}, record.step->number, canArrive(input, onu), placesOn(onu)};
     });
+    checkPlace(input, answer);
     return answer;
 }
 

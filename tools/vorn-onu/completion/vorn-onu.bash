@@ -8,10 +8,10 @@ _vorn_onu() {
         return
     fi
     case $command in
-        run) options="--trace --json --report --pcap --hal-output --real-time --quiet" ;;
+        run) options="--trace --json --report --pcap --hal-output --real-time --quiet --strict --junit --jobs" ;;
         send) options="--from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source --destination
                        --after-step --json" ;;
-        info) options="--json" ;;
+        info | diff) options="--json" ;;
         help) options="--man" ;;
         exec) options="--trace --json --record --quiet" ;;
         *) options="" ;;

@@ -1,5 +1,7 @@
 #include "io/Output.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <system_error>
 
@@ -26,6 +28,13 @@ void print(const std::string& text) {
 
 void complain(const std::string& text) {
     std::fputs((oneLine(text) + "\n").c_str(), stderr);
+    std::fflush(stderr);
+}
+
+void progress(const std::string& line) {
+    if (isatty(STDERR_FILENO) != 1) return;
+    constexpr const char* kLineAnew = "\r\x1b[K";
+    std::fputs((kLineAnew + oneLine(line)).c_str(), stderr);
     std::fflush(stderr);
 }
 

@@ -14,6 +14,10 @@ void print(const std::string& text);
 // One line on standard error.
 void complain(const std::string& text);
 
+// A line at the bottom of a terminal that is replaced by the next one; "" takes it away. Nothing where standard error
+// is no terminal.
+void progress(const std::string& line);
+
 // Why output of print() has been lost, such as "No space left on device"; "" when all of it was written.
 std::string lostOutput();
 

@@ -1,5 +1,6 @@
 #include "io/Printed.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -60,15 +61,22 @@ const std::string& paintMark() {
     return mark;
 }
 
-std::string escaped(const std::string& text, bool linesStay) {
+// How a painted part and a line end come out.
+enum class Paint { Coloured, Plain };
+enum class Lines { Stay, Escaped };
+
+std::string escaped(const std::string& text, Paint paint, Lines lines) {
     std::string result;
     result.reserve(text.size());
     for (std::size_t at = 0; at < text.size();) {
         const Character character = characterAt(text, at);
-        const bool stays = linesStay && (character.code == '\n' || character.code == '\t');
+        const bool stays = lines == Lines::Stay && (character.code == '\n' || character.code == '\t');
         if (text[at] == '\x1b' && text.compare(at, paintMark().size(), paintMark()) == 0) {
-            result += "\x1b[";
             at += paintMark().size();
+            if (paint == Paint::Coloured)
+                result += "\x1b[";
+            else
+                at = std::min(text.find('m', at), text.size() - 1) + 1;
             continue;
         }
         if (stays || (character.valid && !actsOnTheReader(character.code)))
@@ -83,11 +91,15 @@ std::string escaped(const std::string& text, bool linesStay) {
 }  // namespace
 
 std::string printable(const std::string& text) {
-    return escaped(text, true);
+    return escaped(text, Paint::Coloured, Lines::Stay);
+}
+
+std::string unpainted(const std::string& text) {
+    return escaped(text, Paint::Plain, Lines::Stay);
 }
 
 std::string oneLine(const std::string& text) {
-    return escaped(text, false);
+    return escaped(text, Paint::Coloured, Lines::Escaped);
 }
 
 nlohmann::json oneLines(const nlohmann::json& value) {

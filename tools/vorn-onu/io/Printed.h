@@ -14,6 +14,8 @@ namespace vorn_onu {
 // are no UTF-8 show as "\x1b", "\u202e". Every output of the tool passes here, in Output.h.
 std::string printable(const std::string& text);
 
+// The same without colours, for files.
+std::string unpainted(const std::string& text);
 // The same for what must be one line: a title, a name, a message. Line ends and tabs show as "\n" and "\t".
 std::string oneLine(const std::string& text);
 // All texts in the value, keys too.

@@ -1,35 +1,72 @@
 #include "scenario/Runner.h"
 
 #include <algorithm>
-#include <atomic>
 #include <exception>
+#include <memory>
+#include <mutex>
+#include <utility>
 
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
 #include "io/Printed.h"
+#include "scenario/StepWarnings.h"
+#include "scenario/StepsFault.h"
+#include "state/DeviceState.h"
 #include "state/Effects.h"
 
 namespace vorn_onu {
 
 namespace {
 
-// The trace entries from this number on.
-std::vector<std::string> traceFrom(const virtual_onu::VirtualOnu& onu, std::uint64_t number) {
-    std::vector<std::string> lines;
-    for (const auto& entry : onu.trace())
-        if (entry.number >= number) lines.push_back(entry.text());
-    return lines;
-}
+// Follows the trace without a look at all of it: the number of its last entry and, when they are wanted, the calls of a
+// step. Other threads make entries too, and may be about to tell of one when nobody listens any more.
+class StepTrace {
+public:
+    StepTrace(virtual_onu::VirtualOnu& onu, bool withCalls) : onu_(onu) {
+        onu_.onTrace([seen = seen_, withCalls](const virtual_onu::TraceEntry& entry) {
+            const std::lock_guard<std::mutex> lock(seen->mutex);
+            seen->last = std::max(seen->last, entry.number);
+            if (withCalls) seen->calls.push_back(entry);
+        });
+    }
+    ~StepTrace() { onu_.onTrace(nullptr); }
+    StepTrace(const StepTrace&) = delete;
+    StepTrace& operator=(const StepTrace&) = delete;
 
-std::uint64_t nextTraceNumber(const virtual_onu::VirtualOnu& onu) {
-    const auto trace = onu.trace();
-    return trace.empty() ? 1 : trace.back().number + 1;
+    // The calls since the last time.
+    std::vector<virtual_onu::TraceEntry> take() {
+        const std::lock_guard<std::mutex> lock(seen_->mutex);
+        return std::exchange(seen_->calls, {});
+    }
+    std::uint64_t last() const {
+        const std::lock_guard<std::mutex> lock(seen_->mutex);
+        return seen_->last;
+    }
+
+private:
+    struct Seen {
+        std::mutex mutex;
+        std::uint64_t last = 0;
+        std::vector<virtual_onu::TraceEntry> calls;
+    };
+    virtual_onu::VirtualOnu& onu_;
+    std::shared_ptr<Seen> seen_ = std::make_shared<Seen>();
+};
+
+void lookAt(const std::vector<virtual_onu::TraceEntry>& calls, const RunOptions& options, StepRecord& record) {
+    for (const auto& call : calls) {
+        if (options.trace) record.trace.push_back(call.text());
+        const bool failed = call.kind == virtual_onu::CallKind::Platform && isFailedCall(call.name, call.result);
+        if (options.strict && failed && !call.injected)
+            record.failures.push_back({"a call into the device kit", {"succeeds"}, {call.text()}});
+    }
 }
 
 // What devices and files have said becomes words for people: one line each.
 void putOnLines(StepRecord& record) {
     record.answer = oneLine(record.answer);
     record.effects = oneLine(record.effects);
+    for (std::string& warning : record.warnings) warning = oneLine(warning);
     for (Failure& failure : record.failures) {
         failure.what = oneLine(failure.what);
         for (auto* lines : {&failure.expected, &failure.actual})
@@ -37,31 +74,11 @@ void putOnLines(StepRecord& record) {
     }
 }
 
-// Follows the trace: the number of its last entry without a look at all of it. Other threads make entries too, and may
-// be about to tell of one when nobody listens any more.
-class TraceEnd {
-public:
-    explicit TraceEnd(virtual_onu::VirtualOnu& onu) : onu_(onu) {
-        onu_.onTrace([number = number_](const virtual_onu::TraceEntry& entry) {
-            std::uint64_t known = number->load();
-            while (known < entry.number && !number->compare_exchange_weak(known, entry.number)) {
-            }
-        });
-    }
-    ~TraceEnd() { onu_.onTrace(nullptr); }
-    TraceEnd(const TraceEnd&) = delete;
-    TraceEnd& operator=(const TraceEnd&) = delete;
-    std::uint64_t number() const { return *number_; }
-
-private:
-    virtual_onu::VirtualOnu& onu_;
-    std::shared_ptr<std::atomic<std::uint64_t>> number_ = std::make_shared<std::atomic<std::uint64_t>>(0);
-};
-
-StepRecord runStep(const Step& step, const RunOptions& options, RunContext& context) {
+StepRecord runStep(const Step& step, const RunOptions& options, RunContext& context, StepTrace& trace,
+                   StepWarnings& warnings) {
     StepRecord record;
     record.step = &step;
-    const std::uint64_t from = options.trace ? nextTraceNumber(context.onu) : 0;
+    trace.take();
     const Sight before = Sight::of(context.onu);
     try {
         StepResult result = step.run(context);
@@ -72,8 +89,9 @@ StepRecord runStep(const Step& step, const RunOptions& options, RunContext& cont
         record.failures.push_back({"the step", {"can be done"}, {error.what()}});
     }
     record.effects = effects(before, Sight::of(context.onu));
+    record.warnings = warnings.after(step, context.onu);
+    lookAt(trace.take(), options, record);
     putOnLines(record);
-    if (options.trace) record.trace = traceFrom(context.onu, from);
     return record;
 }
 
@@ -84,13 +102,21 @@ std::vector<StepRecord> runScenario(const Scenario& scenario, const RunOptions& 
     onu.reset();
     onu.sleepForReal(options.realTime);
     RunContext context{onu, *HALFactory::getInstance()->CreateHALObject(0)};
-    const TraceEnd traceEnd(onu);
+    StepTrace trace(onu, options.trace || options.strict);
+    StepWarnings warnings(onu);
     std::vector<StepRecord> records;
     for (const Step& step : scenario.steps) {
         if (options.lastStep != 0 && step.number > options.lastStep) break;
-        records.push_back(runStep(step, options, context));
-        records.back().lastTraceEntry = traceEnd.number();
+        records.push_back(runStep(step, options, context, trace, warnings));
+        records.back().lastTraceEntry = trace.last();
         listener(records.back());
+    }
+    StepRecord end;
+    end.step = &scenario.end;
+    end.failures = faultsThatNeverFired(context);
+    if (options.lastStep == 0 && !end.failures.empty()) {
+        records.push_back(end);
+        listener(end);
     }
     return records;
 }

@@ -17,6 +17,7 @@ struct StepRecord {
     std::vector<Failure> failures;
     std::string answer;                     // of a call
     std::string effects;                    // what it has changed on the device
+    std::vector<std::string> warnings;      // where the HAL did what its caller may not expect, a line each
     std::vector<std::string> trace;         // the calls that it made, when they are wanted
     std::shared_ptr<const SentFrame> sent;  // of a frame
     std::uint64_t lastTraceEntry = 0;       // number of the last entry of the trace when the step was over
@@ -26,12 +27,14 @@ struct StepRecord {
 struct RunOptions {
     bool trace = false;
     bool realTime = false;
+    bool strict = false;       // a failing call into the device kit is a failure, unless a fault step asked for it
     std::size_t lastStep = 0;  // stop after this one; 0 runs them all
 };
 
 // Called after every step, as it ends.
 using StepListener = std::function<void(const StepRecord&)>;
 
+// A fault that never fired is a failure: a last record, of the scenario's end, tells it.
 std::vector<StepRecord> runScenario(const Scenario& scenario, const RunOptions& options, const StepListener& listener);
 
 // Finds the moment at which most stands on the device: scenarios often take everything back in the end. Asked after

@@ -86,7 +86,7 @@ BadScenario::BadScenario(const std::string& text) : std::runtime_error(oneLine(t
 const std::vector<StepKind>& stepKinds() {
     static const std::vector<StepKind> kinds = [] {
         std::vector<StepKind> all;
-        for (auto group : {callSteps, setupSteps, frameSteps, checkSteps})
+        for (auto group : {callSteps, setupSteps, faultSteps, frameSteps, checkSteps})
             for (StepKind& kind : group()) all.push_back(std::move(kind));
         return all;
     }();
@@ -125,6 +125,9 @@ Scenario scenarioOf(const std::string& path, const Json& root) {
             throw BadScenario(path + ": " + placeOfStep(step, number) + problem.text());
         }
     }
+    scenario.end.number = number + 1;
+    scenario.end.kind = "end";
+    scenario.end.words = "the end of the scenario";
     return scenario;
 }
 

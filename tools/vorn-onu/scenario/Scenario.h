@@ -26,6 +26,7 @@ struct Step {
     std::size_t number = 0;  // from 1, in the order of the file
     std::string kind;        // the key that makes the step what it is: "call", "expect", ...
     std::string name;        // of a call: the operation
+    Json fields;             // of a call: what it is given
     std::string words;       // what the step does, for people
     std::string note;        // the author's own words, "" when there are none
     bool changes = false;    // provisions something
@@ -37,6 +38,7 @@ struct Scenario {
     std::string title;
     std::string description;
     std::vector<Step> steps;
+    Step end;  // stands behind the last one in a run's records when something is missing then
 };
 
 // A kind of step: the key that it goes by and how it is read. Schema.cpp and parsing share these rows.
@@ -51,7 +53,8 @@ struct StepKind {
 const std::vector<StepKind>& stepKinds();
 
 std::vector<StepKind> callSteps();   // StepsCall.cpp
-std::vector<StepKind> setupSteps();  // StepsSetup.cpp: gateway, fault, board, advance
+std::vector<StepKind> setupSteps();  // StepsSetup.cpp: gateway, board, advance
+std::vector<StepKind> faultSteps();  // StepsFault.cpp
 std::vector<StepKind> frameSteps();  // StepsFrame.cpp
 std::vector<StepKind> checkSteps();  // StepsCheck.cpp: expect, mark, note
 

@@ -76,6 +76,7 @@ void parseCall(Step& step, const Json& whole, ParseContext& context) {
     inField("output", [&] { checkKeys(output, operation->outputs); });
 
     step.name = operation->name;
+    step.fields = given;
     const bool isNamed = whole.contains("record") && !isNull;
     step.words = isNull ? "a null pointer" : (isNamed ? textOf(whole["record"]) + ": " : "") + fieldWords(given);
     step.changes = operation->changes;

@@ -1,4 +1,4 @@
-// Steps that set the stage: the gateway's behaviour, faults, the clock. The board's are in BoardSettings.cpp.
+// Steps that set the stage: the gateway's behaviour, the clock. The board's are in BoardSettings.cpp.
 #include <chrono>
 #include <thread>
 
@@ -111,60 +111,6 @@ Json gatewaySchema() {
                                    only("asks", Json{{"type", "object"}}), only("sends", Json{{"type", "object"}})})}};
 }
 
-// ---- faults ----
-
-struct FaultSetting {
-    std::string function;
-    std::int32_t nth = 1, code = 1;
-    std::uint32_t call = 0;
-};
-
-std::vector<Field> faultFields() {
-    using R = FaultSetting;
-    return {
-        field("function", &R::function, optional(),
-              "name of the call that fails: \"tmctl_setQueueCfg\", \"ioctl:SIOCSIFMTU\""),
-        field("nth", &R::nth, Numbers{1, 1000000}, otherwise(1), "which of its calls from now on: 1 is the next"),
-        field("call", &R::call, Numbers{1, 0xFFFFFFFF}, optional(), "instead of a function: the number of the call"),
-        field("code", &R::code, Numbers{-1000000, 1000000}, otherwise(1), "the call's result, or errno"),
-    };
-}
-
-void parseFault(Step& step, const Json& whole, ParseContext&) {
-    const Json& value = whole["fault"];
-    step.words = valueWords("fault", value);
-    if (value == "clear") {
-        step.run = [](RunContext& context) {
-            context.onu.clearFaults();
-            return StepResult{};
-        };
-        return;
-    }
-    inField("fault", [&] {
-        FaultSetting setting;
-        fill(&setting, faultFields(), value);
-        if (value.contains("function") == value.contains("call"))
-            throw Problem("must have one of the fields function and call, or be \"clear\"");
-        step.words = value.contains("call")
-                         ? "call number " + std::to_string(setting.call) + " will fail"
-                         : "call " + std::to_string(setting.nth) + " of " + setting.function + " will fail";
-        step.words += " with " + std::to_string(setting.code);
-        step.run = [setting](RunContext& context) {
-            if (setting.call != 0)
-                context.onu.failCall(setting.call, setting.code);
-            else
-                context.onu.failNext(setting.function, setting.nth, setting.code);
-            return StepResult{};
-        };
-    });
-}
-
-Json faultSchema() {
-    return {{"anyOf", Json::array({Json{{"const", "clear"}}, Json{{"type", "object"},
-                                                                  {"additionalProperties", false},
-                                                                  {"properties", propertiesOf(faultFields())}}})}};
-}
-
 // ---- clock ----
 
 void parseAdvance(Step& step, const Json& whole, ParseContext&) {
@@ -195,7 +141,6 @@ std::vector<StepKind> setupSteps() {
          {},
          gatewaySchema(),
          parseGateway},
-        {"fault", "lets a later call into the device kit or the kernel fail", {}, faultSchema(), parseFault},
         {"board", "changes the board or the rest of the device, as if from outside", {}, boardSchema(), parseBoard},
         {"advance", "lets this many milliseconds pass for every thread that idles", {}, kDelay.schema(), parseAdvance},
     };

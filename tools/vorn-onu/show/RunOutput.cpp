@@ -4,6 +4,7 @@
 #include <array>
 
 #include "scenario/fields/FrameFields.h"
+#include "scenario/operations/Operations.h"
 
 namespace vorn_onu {
 
@@ -15,12 +16,7 @@ const std::string kBelow = "        ";
 
 // The operation without what all names begin with.
 std::string shortName(const Step& step) {
-    if (step.kind != "call") return step.kind;
-    for (const char* prefix : {"vorn_omci_hal_", "vorn_hal_", "vorn_", "VornBrcmHal::", "EtherSwitchBcm380::"}) {
-        const std::string text = prefix;
-        if (step.name.compare(0, text.size(), text) == 0) return step.name.substr(text.size());
-    }
-    return step.name;
+    return step.kind == "call" ? shortOperationName(step.name) : step.kind;
 }
 
 // What stands behind the name: what the step does; where the author's words say it better, those.
@@ -39,7 +35,7 @@ bool isHeading(const Step& step) {
 }
 // Steps that change nothing, so that nothing stands behind their words.
 bool onlyLooks(const Step& step) {
-    return step.kind == "expect" || step.kind == "mark";
+    return step.kind == "expect" || step.kind == "mark" || step.kind == "end";
 }
 
 std::string padded(const std::string& text, std::size_t width) {
@@ -133,6 +129,9 @@ std::string RunOutput::below(const std::string& what) const {
 
 std::string RunOutput::failures(const StepRecord& record) const {
     std::string text;
+    for (const std::string& warning : record.warnings)
+        for (const std::string& line : wrapped(warning, terminal_.width() - kPrefixWidth - 2))
+            text += kBelow + terminal_.yellow(line) + "\n";
     for (const Failure& failure : record.failures)
         text += kBelow + terminal_.red(failure.what) + "\n" + sideOf("expected", failure.expected) +
                 sideOf("actual", failure.actual);
@@ -210,10 +209,11 @@ nlohmann::json runJson(const Scenario& scenario, const std::vector<StepRecord>& 
         auto failures = nlohmann::json::array();
         for (const Failure& failure : record.failures)
             failures.push_back({{"what", failure.what}, {"expected", failure.expected}, {"actual", failure.actual}});
-        nlohmann::json step = {
-            {"number", record.step->number}, {"kind", record.step->kind}, {"name", record.step->name},
-            {"words", record.step->words},   {"note", record.step->note}, {"answer", record.answer},
-            {"effects", record.effects},     {"passed", record.passed()}, {"failures", failures}};
+        nlohmann::json step = {{"number", record.step->number}, {"kind", record.step->kind},
+                               {"name", record.step->name},     {"words", record.step->words},
+                               {"note", record.step->note},     {"answer", record.answer},
+                               {"effects", record.effects},     {"passed", record.passed()},
+                               {"failures", failures},          {"warnings", record.warnings}};
         if (record.sent) {
             step["frame"] = frameJson(record.sent->input.frame);
             step["walk"] = walkJson(record.sent->walk);

@@ -22,6 +22,7 @@ ReportStep stepOf(const StepRecord& record) {
     const bool plainSuccess = step.changes && record.answer == "0";
     if (!plainSuccess) shown.answer = record.answer;
     shown.effects = record.effects;
+    for (const std::string& warning : record.warnings) shown.effects += (shown.effects.empty() ? "" : "; ") + warning;
     shown.passed = record.passed();
     shown.lastTraceEntry = record.lastTraceEntry;
     for (const Failure& failure : record.failures) {
@@ -63,7 +64,7 @@ void RunReport::add(const StepRecord& record, const virtual_onu::VirtualOnu& onu
     if (!fullest_.isNow(onu)) return;
     input_.state = readState(onu.toJson());
     input_.moment = "after step " + std::to_string(record.step->number) + " of " + std::to_string(steps_);
-    if (record.step->number == steps_) input_.moment.clear();
+    if (record.step->number >= steps_) input_.moment.clear();
 }
 
 ReportInput RunReport::finish(const DeviceState& atEnd) && {

@@ -116,13 +116,17 @@ void readFailedCalls(const json& trace, DeviceState& result) {
     for (const json& entry : trace) {
         const auto name = entry.at("name").get<std::string>();
         const auto code = entry.at("result").get<long>();
-        if (entry.at("kind") != "platform" || code == 0 || answersNoStatus(name, code)) continue;
+        if (entry.at("kind") != "platform" || !isFailedCall(name, code)) continue;
         result.failedCalls.push_back({entry.at("number").get<std::uint64_t>(), oneLine(name),
                                       oneLine(entry.at("arguments").get<std::string>()), code});
     }
 }
 
 }  // namespace
+
+bool isFailedCall(const std::string& name, long result) {
+    return result != 0 && !answersNoStatus(name, result);
+}
 
 std::size_t DeviceState::ruleCount() const {
     std::size_t count = 0;

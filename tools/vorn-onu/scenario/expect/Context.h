@@ -2,6 +2,7 @@
 #ifndef VORN_ONU_CONTEXT_H
 #define VORN_ONU_CONTEXT_H
 
+#include <cstdint>
 #include <map>
 #include <set>
 #include <string>
@@ -21,11 +22,21 @@ struct Mark {
     std::size_t commands = 0;  // run through the shell so far
 };
 
+// A fault that a step has asked for and that must fire in the rest of the run.
+struct ArmedFault {
+    std::size_t step = 0;     // that asked for it
+    std::string words;        // "call 3 of tmctl_setQueueCfg"
+    std::uint64_t fault = 0;  // by VirtualOnu::callsUntilFault(); 0 for a numbered call
+    std::uint64_t call = 0;   // the number of the call
+    std::int32_t nth = 1;
+};
+
 // What a running scenario has at hand.
 struct RunContext {
     virtual_onu::VirtualOnu& onu;
     VornHal& hal;
     std::map<std::string, Mark> marks = {};
+    std::vector<ArmedFault> faults = {};
 };
 
 // One thing that is not as expected: a line, or several.

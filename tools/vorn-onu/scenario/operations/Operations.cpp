@@ -15,9 +15,20 @@ const std::vector<Operation>& operations() {
     return rows;
 }
 
+std::string shortOperationName(const std::string& name) {
+    for (const char* prefix : {"vorn_omci_hal_", "vorn_hal_", "vorn_", "VornBrcmHal::", "EtherSwitchBcm380::"}) {
+        const std::string text = prefix;
+        if (name.compare(0, text.size(), text) == 0) return name.substr(text.size());
+    }
+    return name;
+}
+
 const Operation* findOperation(const std::string& name) {
     const auto& rows = operations();
-    const auto row = std::find_if(rows.begin(), rows.end(), [&](const Operation& o) { return o.name == name; });
+    auto row = std::find_if(rows.begin(), rows.end(), [&](const Operation& o) { return o.name == name; });
+    if (row == rows.end())
+        row = std::find_if(rows.begin(), rows.end(),
+                           [&](const Operation& o) { return shortOperationName(o.name) == name; });
     return row == rows.end() ? nullptr : &*row;
 }
 

@@ -35,7 +35,10 @@ struct Operation {
 
 // Every virtual operation of VornHal and the exported functions that a daemon calls beside it.
 const std::vector<Operation>& operations();
+// By the full name, or by the short one.
 const Operation* findOperation(const std::string& name);
+// Without what many names begin with: "configureBridge" of "vorn_omci_hal_configureBridge".
+std::string shortOperationName(const std::string& name);
 std::vector<std::string> operationNames();
 
 // The three groups that operations() is made of.
