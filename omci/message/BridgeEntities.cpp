@@ -5,7 +5,6 @@ namespace omci::tables {
 
 namespace {
 
-constexpr CodeWord kBooleans[] = {{0, "no"}, {1, "yes"}};
 constexpr CodeWord kBridgePortTpTypes[] = {{1, "PPTP Ethernet UNI"},
                                            {2, "IW VCC"},
                                            {3, "802.1p mapper"},

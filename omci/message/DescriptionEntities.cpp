@@ -15,7 +15,6 @@ constexpr CodeWord kAccesses[] = {{1, "read"},
                                   {7, "read, write, set by create"}};
 constexpr CodeWord kFormats[] = {{1, "pointer"}, {2, "bit field"},   {3, "signed number"}, {4, "unsigned number"},
                                  {5, "text"},    {6, "enumeration"}, {7, "table"}};
-constexpr CodeWord kBooleans[] = {{0, "no"}, {1, "yes"}};
 
 constexpr AttributeInfo kOmciObjectAttributes[] = {
     {1, "ME type table", 2, kR, kTable},

@@ -12,6 +12,23 @@ constexpr MessageTypes kOltActions = kGetSet | bit(MessageType::kCreate) | bit(M
 constexpr MessageTypes kOltTableActions = kOltActions | bit(MessageType::kGetNext) | bit(MessageType::kSetTable);
 constexpr MessageTypes kPmActions = kOltActions | bit(MessageType::kGetCurrentData);
 
+// ---- Words that several classes use ----
+
+constexpr CodeWord kBooleans[] = {{0, "no"}, {1, "yes"}};
+constexpr CodeWord kUnitTypes[] = {{0, "none"},
+                                   {22, "10BASE-T"},
+                                   {23, "100BASE-T"},
+                                   {24, "10/100BASE-T"},
+                                   {32, "POTS"},
+                                   {34, "GbE optical"},
+                                   {47, "10/100/1000BASE-T"},
+                                   {48, "VEIP"},
+                                   {248, "GPON 2488/1244"},
+                                   {255, "unknown or plug and play"}};
+constexpr CodeWord kAdministrativeStates[] = {{0, "unlocked"}, {1, "locked"}};
+constexpr CodeWord kOperationalStates[] = {{0, "enabled"}, {1, "disabled"}, {2, "unknown"}};
+constexpr CodeWord kOffOn[] = {{0, "off"}, {1, "on"}};
+
 Rows<EntityRow> equipmentEntities();
 Rows<EntityRow> trafficEntities();
 Rows<EntityRow> subscriberEntities();

@@ -7,9 +7,6 @@ namespace {
 
 constexpr CodeWord kTrafficManagement[] = {
     {0, "priority controlled"}, {1, "rate controlled"}, {2, "priority and rate controlled"}};
-constexpr CodeWord kBooleans[] = {{0, "no"}, {1, "yes"}};
-constexpr CodeWord kAdministrativeStates[] = {{0, "unlocked"}, {1, "locked"}};
-constexpr CodeWord kOperationalStates[] = {{0, "enabled"}, {1, "disabled"}, {2, "unknown"}};
 constexpr CodeWord kCredentials[] = {
     {0, "initial"}, {1, "successful"}, {2, "LOID error"}, {3, "password error"}, {4, "duplicate LOID"}};
 constexpr CodeWord kOmccVersions[] = {{0x80, "G.984.4 (2004)"},
@@ -34,19 +31,8 @@ constexpr CodeWord kConnectivityModes[] = {{0, "not chosen"},           {1, "N:1
                                            {2, "1:M mapping"},          {3, "1:P filtering"},
                                            {4, "N:M bridge-mapping"},   {5, "1:MP map-filtering"},
                                            {6, "N:P bridge-filtering"}, {7, "N:MP bridge-map-filtering"}};
-constexpr CodeWord kUnitTypes[] = {{0, "none"},
-                                   {22, "10BASE-T"},
-                                   {23, "100BASE-T"},
-                                   {24, "10/100BASE-T"},
-                                   {32, "POTS"},
-                                   {34, "GbE optical"},
-                                   {47, "10/100/1000BASE-T"},
-                                   {48, "VEIP"},
-                                   {248, "GPON 2488/1244"},
-                                   {255, "unknown or plug and play"}};
 constexpr CodeWord kProtectionSwitch[] = {
     {0, "release"}, {1, "operate"}, {2, "first slot protects"}, {3, "second slot protects"}};
-constexpr CodeWord kOffOn[] = {{0, "off"}, {1, "on"}};
 constexpr CodeWord kBridgedOrIp[] = {{0, "bridged"}, {1, "IP router"}, {2, "both"}};
 
 constexpr AttributeInfo kOnuDataAttributes[] = {

@@ -7,7 +7,6 @@ namespace {
 
 constexpr CodeWord kIgmpVersions[] = {{1, "IGMPv1"}, {2, "IGMPv2"}, {3, "IGMPv3"}, {16, "MLDv1"}, {17, "MLDv2"}};
 constexpr CodeWord kIgmpFunctions[] = {{0, "snooping"}, {1, "snooping with proxy reporting"}, {2, "proxy"}};
-constexpr CodeWord kBooleans[] = {{0, "no"}, {1, "yes"}};
 constexpr CodeWord kIgmpTagControl[] = {
     {0, "transparent"}, {1, "add a tag"}, {2, "replace the TCI"}, {3, "replace the VID"}};
 constexpr CodeWord kUnauthorizedJoins[] = {{0, "drop"}, {1, "forward upstream"}};

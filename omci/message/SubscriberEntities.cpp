@@ -8,16 +8,6 @@ namespace {
 constexpr CodeWord kExpectedTypes[] = {{0, "autosense"},     {22, "10BASE-T"},    {23, "100BASE-T"},
                                        {24, "10/100BASE-T"}, {34, "GbE optical"}, {47, "10/100/1000BASE-T"},
                                        {48, "VEIP"}};
-constexpr CodeWord kUnitTypes[] = {{0, "none"},
-                                   {22, "10BASE-T"},
-                                   {23, "100BASE-T"},
-                                   {24, "10/100BASE-T"},
-                                   {32, "POTS"},
-                                   {34, "GbE optical"},
-                                   {47, "10/100/1000BASE-T"},
-                                   {48, "VEIP"},
-                                   {248, "GPON 2488/1244"},
-                                   {255, "unknown or plug and play"}};
 constexpr CodeWord kAutoDetection[] = {{0x00, "automatic"},
                                        {0x01, "10 full duplex"},
                                        {0x02, "100 full duplex"},
@@ -36,15 +26,12 @@ constexpr CodeWord kAutoDetection[] = {{0x00, "automatic"},
                                        {0x20, "1000, automatic duplex"},
                                        {0x30, "100, automatic duplex"}};
 constexpr CodeWord kLoopbacks[] = {{0, "none"}, {3, "loop 3"}};
-constexpr CodeWord kAdministrativeStates[] = {{0, "unlocked"}, {1, "locked"}};
-constexpr CodeWord kOperationalStates[] = {{0, "enabled"}, {1, "disabled"}, {2, "unknown"}};
 constexpr CodeWord kConfigurations[] = {
     {0x00, "no link"},         {0x01, "10 full duplex"},   {0x02, "100 full duplex"}, {0x03, "1000 full duplex"},
     {0x04, "10G full duplex"}, {0x05, "2.5G full duplex"}, {0x06, "5G full duplex"},  {0x07, "25G full duplex"},
     {0x08, "40G full duplex"}, {0x11, "10 half duplex"},   {0x12, "100 half duplex"}, {0x13, "1000 half duplex"}};
 constexpr CodeWord kDteOrDce[] = {{0, "DCE"}, {1, "DTE"}, {2, "automatic"}};
 constexpr CodeWord kPortBridgedOrIp[] = {{0, "bridged"}, {1, "IP router"}, {2, "as the circuit pack"}};
-constexpr CodeWord kOffOn[] = {{0, "off"}, {1, "on"}};
 constexpr CodeWord kManagement[] = {{0, "OMCI only"}, {1, "non-OMCI only"}, {2, "both"}};
 constexpr CodeWord kDot1xActions[] = {{1, "reauthenticate"}, {2, "force unauthenticated"}, {3, "force authenticated"}};
 constexpr CodeWord kPaeStates[] = {
@@ -54,7 +41,6 @@ constexpr CodeWord kBackendStates[] = {{0, "request"}, {1, "response"}, {2, "suc
                                        {4, "timeout"}, {5, "idle"},     {6, "initialize"}, {7, "ignore"}};
 constexpr CodeWord kControlledDirections[] = {{0, "both"}, {1, "upstream only"}};
 constexpr CodeWord kPortStatus[] = {{1, "authorized"}, {2, "unauthorized"}};
-constexpr CodeWord kBooleans[] = {{0, "no"}, {1, "yes"}};
 
 constexpr AttributeInfo kEthernetUniAttributes[] = {
     {1, "Expected type", 1, kRW, kEnumeration, 0, kExpectedTypes},

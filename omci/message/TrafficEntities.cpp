@@ -5,9 +5,7 @@ namespace omci::tables {
 
 namespace {
 
-constexpr CodeWord kBooleans[] = {{0, "no"}, {1, "yes"}};
 constexpr CodeWord kPiggyback[] = {{0, "mode 0"}, {1, "modes 0 and 1"}, {4, "none"}};
-constexpr CodeWord kOffOn[] = {{0, "off"}, {1, "on"}};
 constexpr CodeWord kPolicies[] = {{0, "null"}, {1, "strict priority"}, {2, "weighted round robin"}};
 constexpr CodeWord kDirections[] = {{1, "upstream"}, {2, "downstream"}, {3, "both directions"}};
 constexpr CodeWord kEncryption[] = {{0, "clear"}, {1, "AES-128"}};
@@ -21,7 +19,6 @@ constexpr CodeWord kInterworkingOptions[] = {{0, "circuit emulation"},
                                              {5, "802.1p mapper"},
                                              {6, "downstream broadcast"},
                                              {7, "MPLS pseudowire"}};
-constexpr CodeWord kOperationalStates[] = {{0, "enabled"}, {1, "disabled"}, {2, "unknown"}};
 constexpr CodeWord kMulticastInterworkingOptions[] = {{0, "any"}, {1, "MAC bridged LAN"}, {5, "802.1p mapper"}};
 constexpr CodeWord kQueueOptions[] = {{0, "own buffer"}, {1, "shared buffer"}};
 constexpr CodeWord kBackPressure[] = {{0, "on"}, {1, "off"}};

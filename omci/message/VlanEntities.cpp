@@ -76,7 +76,6 @@ constexpr CodeWord kDownstreamModes[] = {{0, "inverse"},
                                          {6, "inverse by VID, else drop"},
                                          {7, "inverse by p-bits, else drop"},
                                          {8, "all dropped"}};
-constexpr CodeWord kBooleans[] = {{0, "no"}, {1, "yes"}};
 
 constexpr AttributeInfo kVlanFilterAttributes[] = {
     {1, "VLAN filter list", 24, kRWC, kTciList},
