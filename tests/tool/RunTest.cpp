@@ -134,6 +134,14 @@ TEST(RunWarnings, SayWhereTheHalDoesWhatItsCallerMayNotExpect) {
     EXPECT_EQ(warningsOf(std::string(kBridge) + R"(,
                          {"call": "deprovisionAniSideBridge", "bridgeId": 3, "gemPortId": 1001})"),
               "the multicast count goes from 0 to -1: the removal of any bridge lowers it\n");
+    const std::string host = R"(, {"call": "@", "bridgeId": 3, "uniPort": 2, "macAddress": "02:10:20:30:40:52",
+                             "ipAddress": "10.0.0.5", "subnetMask": "255.255.255.0", "gateway": "10.0.0.1"})";
+    std::string ipHost = std::string(kBridge) + host + host;
+    ipHost.replace(ipHost.find('@'), 1, "provisionIpHost");
+    ipHost.replace(ipHost.find('@'), 1, "deprovisionIpHost");
+    EXPECT_EQ(warningsOf(ipHost),
+              "br3 is gone: its member is on no bridge now\n"
+              "br3.2 stays without br3 under it, and keeps its address 10.0.0.5\n");
     const std::string init =
         R"({"call": "vorn_omci_hal_init"}, {"call": "configureBridge", "bridgeId": 0, "uniPort": 0}, )";
     const std::string veipTakesThePorts = "br0 is gone: its 8 members are on no bridge now\n";

@@ -27,7 +27,10 @@ std::string counted(std::size_t count, const std::string& noun) {
 StepWarnings::Standing StepWarnings::Standing::of(const virtual_onu::VirtualOnu& onu) {
     Standing standing;
     for (const auto& bridge : onu.bridges()) standing.bridges[bridge.name] = bridge.members();
-    for (const auto& device : onu.devices()) standing.masters[device.name] = device.master;
+    for (const auto& device : onu.devices()) {
+        const std::string address = device.addresses.empty() ? "" : device.addresses.front();
+        standing.devices[device.name] = {device.master, device.realDevice, address.substr(0, address.find(' '))};
+    }
     for (const auto& table : onu.ruleTables()) standing.rules[table.device].standing += table.rules.size();
     for (const auto& [key, entry] : m_VLAN_RULE_MAP_ENTRY) {
         Rules& rules = standing.rules[entry->ifName];
@@ -60,22 +63,26 @@ void StepWarnings::lostBridges(const Standing& now, Lines& lines) const {
     for (const auto& [bridge, members] : before_.bridges) {
         if (now.bridges.count(bridge) != 0) continue;
         const auto left = static_cast<std::size_t>(std::count_if(members.begin(), members.end(), [&](const auto& name) {
-            const auto device = now.masters.find(name);
-            return device != now.masters.end() && device->second.empty();
+            const auto device = now.devices.find(name);
+            return device != now.devices.end() && device->second.master.empty();
         }));
-        if (left == 0) continue;
-        lines.push_back(bridge + " is gone: " +
-                        (left == 1 ? "its member is on no bridge now"
-                                   : "its " + counted(left, "member") + " are on no bridge now"));
+        if (left > 0)
+            lines.push_back(bridge + " is gone: " +
+                            (left == 1 ? "its member is on no bridge now"
+                                       : "its " + counted(left, "member") + " are on no bridge now"));
+        for (const auto& [name, device] : now.devices)
+            if (device.real == bridge)
+                lines.push_back(name + " stays without " + bridge + " under it" +
+                                (device.address.empty() ? "" : ", and keeps its address " + device.address));
     }
 }
 
 // The engine lets the ports join when it makes the default bridge, and never again.
 void StepWarnings::portsLeftOut(const Standing& now, Lines& lines) const {
     if (before_.bridges.count(kDefaultBridge) != 0 || now.bridges.count(kDefaultBridge) == 0) return;
-    for (const auto& [device, master] : now.masters)
-        if (isLanPort(device) && master.empty())
-            lines.push_back(device + " has not joined " + kDefaultBridge + ", and no later call lets it join");
+    for (const auto& [name, device] : now.devices)
+        if (isLanPort(name) && device.master.empty())
+            lines.push_back(name + " has not joined " + kDefaultBridge + ", and no later call lets it join");
 }
 
 // Rules that the engine installs and does not record: it remembers so many of a device.
@@ -106,7 +113,7 @@ void StepWarnings::lostVeip(const Step& step, const Standing& now, Lines& lines)
     const std::string key = step.fields["gemPort"].dump() + " " + list.dump();
     if (step.name == "vorn_omci_hal_veip_createRules") veipServices_[key] = "GEM port " + step.fields["gemPort"].dump();
     if (step.name == "vorn_omci_hal_veip_deleteRules") veipServices_.erase(key);
-    if (before_.masters.count(kVeipDevice) == 0 || now.masters.count(kVeipDevice) != 0) return;
+    if (before_.devices.count(kVeipDevice) == 0 || now.devices.count(kVeipDevice) != 0) return;
     Lines left;
     for (const auto& service : veipServices_) left.push_back(service.second);
     if (!left.empty())

@@ -25,10 +25,15 @@ private:
         std::size_t recorded = 0;  // by the engine: what its removals take
         bool full = false;         // the engine records no further rule
     };
+    struct Device {
+        std::string master;   // the bridge, "" for none
+        std::string real;     // the device under it
+        std::string address;  // the first one
+    };
     // What is compared from step to step.
     struct Standing {
         std::map<std::string, std::vector<std::string>> bridges;  // and their members
-        std::map<std::string, std::string> masters;               // device to bridge, "" for none
+        std::map<std::string, Device> devices;
         std::map<std::string, Rules> rules;
         int multicastCount = 0;
         static Standing of(const virtual_onu::VirtualOnu& onu);
