@@ -97,7 +97,7 @@ TEST(HostileFiles, StandardOutputThatIsFullIsNoSuccess) {
     for (const std::string& words :
          {"run " + kScenarios + "/bridge.json", "run " + kScenarios + "/bridge.json --json -", std::string("schema"),
           std::string("info"), std::string("help"), std::string("--version"),
-          "send " + kScenarios + "/internet.json --from sid0"}) {
+          "send " + kScenarios + "/internet.json --from sid0", "send " + kScenarios + "/bridge.json --from sid1"}) {
         const ProgramResult result = runProgram({"/bin/sh", "-c", kTool + " " + words + " >/dev/full"});
         EXPECT_EQ(result.code, 2) << words;
         EXPECT_EQ(result.output, "vorn-onu: standard output cannot be written: No space left on device\n");

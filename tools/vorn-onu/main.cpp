@@ -3,8 +3,6 @@
 #include <iostream>
 
 #include "commandline/CommandLine.h"
-#include "commands/Commands.h"
-#include "io/Output.h"
 
 namespace {
 
@@ -20,11 +18,5 @@ namespace {
 
 int main(int argc, char** argv) {
     vorn_onu::CommandLine commandLine;
-    int code = commandLine.run(argc, argv);
-    const std::string lost = vorn_onu::lostOutput();
-    if (!lost.empty()) {
-        vorn_onu::complain("vorn-onu: standard output cannot be written: " + lost);
-        if (code == vorn_onu::kHeld) code = vorn_onu::kBadInput;
-    }
-    leave(code);
+    leave(commandLine.run(argc, argv));
 }

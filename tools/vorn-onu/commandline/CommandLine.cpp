@@ -18,6 +18,17 @@ using AddCommand = Command (*)(CLI::App& app);
 // In the order in which --help and the manual page show them.
 constexpr AddCommand kCommands[] = {addRun, addSend, addExec, addDiff, addInfo, addSchema, addHelp};
 
+// Its exit code is the program's own.
+constexpr const char* kRunsPrograms = "exec";
+
+// The exit code when all is said. Words that got lost are no success, whatever they were about.
+int ended(int code, bool isOfAProgram) {
+    const std::string lost = lostOutput();
+    if (lost.empty()) return code;
+    complain(std::string(kName) + ": standard output cannot be written: " + lost);
+    return isOfAProgram && code != kHeld ? code : kBadInput;
+}
+
 std::vector<std::string> commandNames(const CLI::App& app) {
     std::vector<std::string> names;
     for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
@@ -123,13 +134,13 @@ int CommandLine::run(int argc, const char* const* argv) {
         std::ostringstream text;
         app_.exit(wanted, text, text);
         print(text.str());
-        return kHeld;
+        return ended(kHeld, false);
     } catch (const CLI::ParseError& error) {
         complain(std::string(kName) + ": " + problemOf(error));
         return kBadInput;
     }
     for (const Command& command : commands_)
-        if (command.app->parsed()) return command.work();
+        if (command.app->parsed()) return ended(command.work(), command.app->get_name() == kRunsPrograms);
     complain("vorn-onu: say what to do: " + joined(commandNames(app_)) + "; vorn-onu help tells how");
     return kBadInput;
 }
