@@ -33,7 +33,7 @@ public:
     StepTrace(const StepTrace&) = delete;
     StepTrace& operator=(const StepTrace&) = delete;
 
-    // The calls since the last time.
+    // The calls since the last time: another thread's between two steps come with the later one.
     std::vector<virtual_onu::TraceEntry> take() {
         const std::lock_guard<std::mutex> lock(seen_->mutex);
         return std::exchange(seen_->calls, {});
@@ -78,7 +78,6 @@ StepRecord runStep(const Step& step, const RunOptions& options, RunContext& cont
                    StepWarnings& warnings) {
     StepRecord record;
     record.step = &step;
-    trace.take();
     const Sight before = Sight::of(context.onu);
     try {
         StepResult result = step.run(context);
