@@ -142,7 +142,7 @@ TEST_F(HostileValues, OfAVeipServiceAreTakenBack) {
     EXPECT_FALSE(onu().deviceExists("veip0"));
 }
 
-TEST_F(HostileValues, LongTextsOfAnIpHostAreCutAndNeverRunOnIntoTheNextCommand) {
+TEST_F(HostileValues, TextsOfAnIpHostThatAreLongerThanTheirKindReachNoCommand) {
     IpHostProvision host{};
     host.bridgeId = host.uniPort = 65535;
     for (auto* text : {&host.macAddress, &host.ipAddress, &host.subnetMask, &host.gateway}) text->assign(5000, 'a');
@@ -151,8 +151,8 @@ TEST_F(HostileValues, LongTextsOfAnIpHostAreCutAndNeverRunOnIntoTheNextCommand) 
         hal().vorn_omci_hal_provisionIpHost(&host);
         hal().vorn_omci_hal_deprovisionIpHost(&host);
     }
-    EXPECT_GT(onu().shellCommands().size(), 10u);
-    for (const auto& command : onu().shellCommands()) EXPECT_LT(command.text.size(), 1024u) << command.text;
+    for (const auto& command : onu().shellCommands())
+        EXPECT_EQ(command.text.find("aaaa"), std::string::npos) << command.text;
 }
 
 // A buffer of 32 bytes is what the daemon has for a name.
