@@ -1,5 +1,5 @@
-// The calls that a fault can be asked for by name: all that have a result. check_exports.sh compares the kit's functions
-// with its headers.
+// The calls that a fault can be asked for by name: all that have a result. check_exports.sh compares the kit's
+// functions with its headers.
 #include "VirtualOnu.h"
 
 namespace virtual_onu {

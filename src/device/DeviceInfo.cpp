@@ -28,8 +28,8 @@ constexpr char kStopped[] = "stop   ";  // the blanks are part of the stored val
 constexpr std::uint32_t kStartActive = 1;
 constexpr std::uint32_t kStartStopped = 7;
 
-// What snprintf has an answer for: it measures a text into no buffer of size 0, and a negative size, which it would take
-// for a huge one, is beyond what it must support.
+// What snprintf has an answer for: it measures a text into no buffer of size 0, and a negative size, which it would
+// take for a huge one, is beyond what it must support.
 bool canFormatInto(const char* buf, int size) {
     return size == 0 || (size > 0 && buf != nullptr);
 }

@@ -21,8 +21,7 @@ std::string joinWords(const std::vector<std::string>& words, const char* separat
 // The start of a text that is longer than anybody reads: a block of bytes, a whole file.
 std::string shortened(const std::string& text) {
     const auto lineEnd = text.find('\n');
-    if (lineEnd < kLongestText)
-        return text.substr(0, lineEnd) + "… (" + std::to_string(text.size()) + " bytes)";
+    if (lineEnd < kLongestText) return text.substr(0, lineEnd) + "… (" + std::to_string(text.size()) + " bytes)";
     if (text.size() <= kLongestText) return text;
     std::size_t end = kLongestText;
     while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80) --end;  // no half characters
