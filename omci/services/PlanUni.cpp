@@ -9,8 +9,7 @@ namespace omci::services {
 
 namespace {
 
-constexpr std::uint16_t kVeipBridge = 0;  // number in the HAL
-constexpr unsigned kDscps = 64;
+constexpr std::uint16_t kVeipBridge = 0;              // number in the HAL
 constexpr std::uint8_t kStripDownstream = 1;          // downstream mode of a tagging operation
 constexpr std::uint8_t kInverse = 0, kUnchanged = 1;  // downstream modes of extended tagging
 
