@@ -1,6 +1,7 @@
 // What the other tests rely on: the virtual ONU refuses what a device refuses, counts, records, fails on demand,
 // forgets.
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <sys/select.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -228,13 +229,37 @@ TEST_F(VirtualOnuTest, TheGatewayAnswersServiceMessagesUnlessSilent) {
     onu().setGateway(GatewayMode::Silent);
     EXPECT_FALSE(gatewayAnswers(50));
 
-    onu().gatewaySends(0x10002251, {9}, 60);
-    CmsMsgHeader* message = nullptr;
-    EXPECT_TRUE(readable(descriptor, 1000));
-    ASSERT_EQ(cmsMsg_receiveWithTimeout(bus, &message, 0), 0);
-    EXPECT_EQ(message->dataLength, 60u) << "a claim beyond the block";
-    EXPECT_EQ(*reinterpret_cast<std::uint8_t*>(message + 1), 9);
-    cmsMem_free(message);
+}
+
+// A reader takes as many bytes from the block as the header says: a block that ends earlier would be read beyond its end.
+TEST_F(VirtualOnuTest, AMessageHasAsManyBytesAsItsHeaderSays) {
+    void* bus = nullptr;
+    ASSERT_EQ(cmsMsg_init(60, &bus), 0);
+    const struct {
+        std::vector<std::uint8_t> payload;
+        long claimed;
+        std::vector<std::uint8_t> received;
+    } cases[] = {
+        {{9, 8}, -1, {9, 8}},
+        {{9, 8}, 60, [] {
+             std::vector<std::uint8_t> all(60);
+             all[0] = 9, all[1] = 8;
+             return all;
+         }()},
+        {{9, 8}, 1, {9}},
+        {{}, 100000, std::vector<std::uint8_t>(65536)},
+    };
+    for (const auto& one : cases) {
+        onu().gatewaySends(0x10002251, one.payload, one.claimed);
+        CmsMsgHeader* message = nullptr;
+        ASSERT_EQ(cmsMsg_receiveWithTimeout(bus, &message, 0), 0) << one.claimed;
+        const std::size_t block = malloc_usable_size(message) - sizeof *message;
+        ASSERT_EQ(message->dataLength, one.received.size()) << one.claimed;
+        ASSERT_GE(block, one.received.size()) << one.claimed;
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(message + 1);
+        EXPECT_EQ(std::vector<std::uint8_t>(bytes, bytes + message->dataLength), one.received) << one.claimed;
+        cmsMem_free(message);
+    }
 }
 
 TEST_F(VirtualOnuTest, AForkedProcessHasAWorkingBoard) {

@@ -39,8 +39,8 @@ constexpr std::size_t kLongestPayload = 65536;
 constexpr std::size_t kSentCapacity = 10000;  // a daemon that runs for days keeps the latest
 
 struct Message {
-    CmsMsgHeader header{};  // its dataLength is what the sender claims
-    std::vector<std::uint8_t> payload;
+    CmsMsgHeader header{};
+    std::vector<std::uint8_t> payload;  // as many bytes as the header says
 };
 
 // An entity's end of the bus. The descriptor is readable while the inbox holds a message.
@@ -152,7 +152,7 @@ int send(const CmsMsgHeader& header) {
     return 0;
 }
 
-// The block is exactly as large as the message really is, whatever its header claims.
+// Exactly as large as the message: who reads on behind it leaves the block.
 CmsMsgHeader* blockOf(const Message& message) {
     void* block = std::malloc(sizeof(CmsMsgHeader) + message.payload.size());
     if (block == nullptr) return nullptr;
@@ -295,9 +295,12 @@ void VirtualOnu::gatewaySends(std::uint32_t type, const std::vector<std::uint8_t
     message.header.source = kGatewayEntity;
     message.header.destination = kOmciEntity;
     message.header.flags = CMS_MSG_FLAG_REQUEST;
-    message.header.dataLength =
-        static_cast<std::uint32_t>(dataLength < 0 ? static_cast<long>(payload.size()) : dataLength);
+    // The bus cuts what is longer than any message; a claim beyond the bytes that were given is filled up with zeros, since
+    // it hands over what the header says.
+    const std::size_t length = dataLength < 0 ? payload.size() : static_cast<std::size_t>(dataLength);
     message.payload = payload;
+    message.payload.resize(std::min(length, kLongestPayload));
+    message.header.dataLength = static_cast<std::uint32_t>(message.payload.size());
     const BusLock lock(busState().mutex);
     deliver(std::move(message));
 }
