@@ -52,7 +52,7 @@ fi
 
 # ---- the virtual ONU ----
 
-interposed=$(sed -nE 's/.*INTERPOSES\(([a-z0-9_]+)\)[;]?.*/\1/p' "$source/virtual_onu/libc/Interpose.cpp" | grep -vx name | sort -u)
+interposed=$(sed -nE 's/.*INTERPOSES\(([a-zA-Z0-9_]+)\)[;]?.*/\1/p' "$source"/virtual_onu/libc/interposed/*.cpp | grep -vx name | sort -u)
 names=$(nm -DC --defined-only "$virtual_onu" | cut -d' ' -f3- | grep -vE "$sanitizers")
 complain "Exported by the virtual ONU, but none of its interface (see virtual_onu/virtual_onu.map):" \
     "$(printf '%s\n' "$names" | grep -vE '^(virtual_onu|Logger)::' | grep -vxFf <(printf "%s\n" "$kit") | grep -vxFf <(printf "%s\n" "$interposed"))"

@@ -1,13 +1,13 @@
 #!/bin/sh
-# Nothing in the virtual ONU but RealLibc.cpp may call a C library function that Interpose.cpp defines: the call would
+# Nothing in the virtual ONU but RealLibc.cpp may call a C library function that libc/interposed/ defines: the call would
 # come back to the virtual ONU. Takes the project's root folder.
 set -eu
 folder=$1/virtual_onu
 
-names=$(sed -n 's/.*INTERPOSES(\([A-Za-z0-9_]*\)).*/\1/p' "$folder/libc/Interpose.cpp" | grep -v '^name$' | sort -u)
+names=$(sed -n 's/.*INTERPOSES(\([A-Za-z0-9_]*\)).*/\1/p' "$folder"/libc/interposed/*.cpp | grep -v '^name$' | sort -u)
 count=$(printf '%s\n' "$names" | wc -l)
 if [ "$count" -lt 30 ]; then
-    echo "found only $count interposed functions in Interpose.cpp: is INTERPOSES still how they are marked?"
+    echo "found only $count interposed functions: is INTERPOSES still how they are marked?"
     exit 1
 fi
 any=$(printf '%s\n' "$names" | tr '\n' '|' | sed 's/|$//')

@@ -1,5 +1,5 @@
 // The C library behind the interposed functions: the next definition after this library's own. All code of the virtual
-// ONU that needs one of these functions calls it here, never by its plain name, which would come back to Interpose.cpp.
+// ONU that needs one of these functions calls it here, never by its plain name, which would come back to libc/interposed/.
 #ifndef VIRTUAL_ONU_REAL_LIBC_H
 #define VIRTUAL_ONU_REAL_LIBC_H
 
