@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -42,6 +43,9 @@ struct CoreState {
     bool sleepsForReal = false;
     std::uint64_t sleptMs = 0;
 };
+
+// Whether anybody has planned a fault: asked without the lock on the way of every program's own sockets and waits.
+std::atomic<bool> anyFaults{false};
 
 // Device time runs with real time; advance() lets every thread live through additional time in its idle waits.
 struct DeviceClock {
@@ -176,6 +180,8 @@ void record(CallKind kind, const std::string& name, const std::string& argumentL
 // ---- faults ----
 
 std::optional<int> faultOf(const std::string& name, const std::string& detail, bool counted) {
+    callIsInjected = false;
+    if (!counted && !anyFaults.load(std::memory_order_acquire)) return std::nullopt;
     const DeviceLock lock(deviceMutex());
     std::optional<int> code;
     auto& pending = core().pendingFaults;
@@ -257,6 +263,7 @@ void resetCore() {
     {
         const DeviceLock lock(deviceMutex());
         core() = CoreState{};
+        anyFaults.store(false, std::memory_order_release);
     }
     const std::lock_guard<std::mutex> lock(deviceClock().mutex);
     deviceClock().advancedMs = 0;
@@ -299,6 +306,7 @@ void VirtualOnu::onTrace(std::function<void(const TraceEntry&)> listener) {
 std::uint64_t VirtualOnu::failNext(const std::string& function, int nth, int code) {
     const DeviceLock lock(deviceMutex());
     core().pendingFaults.push_back({++core().faults, function, nth, code});
+    anyFaults.store(true, std::memory_order_release);
     return core().faults;
 }
 
@@ -312,6 +320,7 @@ std::optional<int> VirtualOnu::callsUntilFault(std::uint64_t fault) const {
 void VirtualOnu::failCall(std::uint64_t number, int code) {
     const DeviceLock lock(deviceMutex());
     core().numberedFaults[number] = code;
+    anyFaults.store(true, std::memory_order_release);
 }
 
 std::uint64_t VirtualOnu::callCount() const {
@@ -323,6 +332,7 @@ void VirtualOnu::clearFaults() {
     const DeviceLock lock(deviceMutex());
     core().pendingFaults.clear();
     core().numberedFaults.clear();
+    anyFaults.store(false, std::memory_order_release);
 }
 
 void VirtualOnu::sleepForReal(bool on) {

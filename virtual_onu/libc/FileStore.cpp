@@ -29,12 +29,15 @@ constexpr std::array<const char*, 9> kDevicePaths = {
     "/sys/class/net",    "/proc/sys/net/ipv6/conf", "/proc/driver/i2c", "/proc/net/dev_extstats", "/var/mcpd.conf",
     "/var/mcpdTmp.conf", "/tmp/dhclient_interface", "/dev/laser_dev",   "/dev/ngpon2_stack",
 };
+constexpr std::size_t kKernelPaths = 2;              // the first of them are the kernel's
 constexpr char kPlainFolder[] = "/proc/driver/i2c";  // the only one above that holds plain files
-std::atomic<bool> anyAdded{false};
+
+// Paths that VirtualOnu::writeFile made device paths. Replaced as a whole and never destroyed: looked at without a
+// lock.
+std::atomic<const std::set<std::string>*> added{nullptr};
 
 struct State {
     std::map<std::string, Content> plain;
-    std::set<std::string> added;  // paths that VirtualOnu::writeFile made device paths
     std::set<std::string> removed;
     std::set<std::string> denied;
     std::map<std::string, std::string> replaced;  // kernel files with a content that the model does not know
@@ -43,6 +46,23 @@ struct State {
 State& state() {
     static State& theState = *new State;
     return theState;
+}
+
+// What follows in the path behind a name that it begins with: its end or a slash. Null when it does not begin so.
+// Slashes that stand several times count as one.
+const char* behind(const char* path, const char* name) {
+    for (; *name != '\0'; ++name, ++path) {
+        if (*path != *name) return nullptr;
+        while (*path == '/' && path[1] == '/') ++path;
+    }
+    return *path == '\0' || *path == '/' ? path : nullptr;
+}
+
+void addPath(const std::string& path) {
+    const auto* before = added.load(std::memory_order_acquire);
+    auto* after = before != nullptr ? new std::set<std::string>(*before) : new std::set<std::string>;
+    after->insert(path);
+    added.store(after, std::memory_order_release);
 }
 
 bool isCharacterDevice(const std::string& path) {
@@ -62,15 +82,13 @@ std::string normal(const char* path) {
 
 bool owns(const char* path) {
     if (path == nullptr || path[0] != '/') return false;
-    const std::string name = normal(path);
-    for (const char* devicePath : kDevicePaths) {
-        const std::size_t length = std::strlen(devicePath);
-        if (name.compare(0, length, devicePath) != 0 || (name.size() != length && name[length] != '/')) continue;
-        return !sysfs::owns(name) || !network::hostKernel();
-    }
-    if (!anyAdded.load(std::memory_order_acquire)) return false;
-    const DeviceLock lock(deviceMutex());
-    return state().added.count(name) != 0;
+    for (std::size_t i = 0; i < kDevicePaths.size(); ++i)
+        if (behind(path, kDevicePaths[i]) != nullptr) return i >= kKernelPaths || !network::hostKernel();
+    const auto* more = added.load(std::memory_order_acquire);
+    return more != nullptr && std::any_of(more->begin(), more->end(), [&](const std::string& one) {
+               const char* rest = behind(path, one.c_str());
+               return rest != nullptr && rest[std::strspn(rest, "/")] == '\0';
+           });
 }
 
 bool isKernelFile(const std::string& path) {
@@ -157,7 +175,7 @@ std::optional<std::string> load(const std::string& path) {
 void reset() {
     const DeviceLock lock(deviceMutex());
     state() = State{};
-    anyAdded.store(false, std::memory_order_release);
+    added.store(nullptr, std::memory_order_release);
     chardev::reset();
 }
 
@@ -213,10 +231,7 @@ void VirtualOnu::writeFile(const std::string& devicePath, const std::string& con
         return;
     }
     if (files::isCharacterDevice(path)) return;
-    if (!files::owns(path.c_str())) {
-        files::state().added.insert(path);
-        files::anyAdded.store(true, std::memory_order_release);
-    }
+    if (!files::owns(path.c_str())) files::addPath(path);
     *files::makePlainFile(path) = content;
 }
 

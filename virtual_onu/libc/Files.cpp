@@ -225,7 +225,7 @@ FILE* openStream(const char* path, const char* mode) {
     }
     FILE* stream = fdopen(fd, mode);
     if (stream == nullptr) {
-        closed(fd);
+        closed(fd, descriptors::kindOf(fd));
         real::close(fd);
     }
     return stream;
@@ -267,9 +267,9 @@ int settle(int fd) {
     return 0;
 }
 
-void closed(int fd) {
+void closed(int fd, Kind kind) {
     const DeviceLock lock(deviceMutex());
-    if (descriptors::kindOf(fd) == Kind::Directory) removeFolder(descriptors::pathOf(fd));
+    if (kind == Kind::Directory) removeFolder(descriptors::pathOf(fd));
     openFiles().erase(fd);
     descriptors::forget(fd);
 }

@@ -11,6 +11,8 @@
 #include <optional>
 #include <string>
 
+#include "libc/real/Descriptors.h"
+
 namespace virtual_onu::files {
 
 // Results are a descriptor, or a negative errno value. function is the name that faults and the trace know the call by.
@@ -21,7 +23,7 @@ ssize_t write(int fd, const void* data,
               std::size_t size);  // to a file or an attribute; size, or a negative errno value
 // Hands on what has been written to the descriptor and the model has not yet seen; 0 or errno.
 int settle(int fd);
-void closed(int fd);                                 // forgets it, just before it is closed
+void closed(int fd, descriptors::Kind kind);         // forgets it, before it is closed or after
 void copied(int fd, int copy);                       // as by dup
 int remove(const char* path, const char* function);  // 0 or errno
 int rename(const char* from, const char* to);        // 0 or errno; EXDEV when only one is ours

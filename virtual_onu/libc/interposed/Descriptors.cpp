@@ -2,7 +2,9 @@
 #include "libc/real/Descriptors.h"
 
 #include <fcntl.h>
+#include <linux/close_range.h>
 
+#include <climits>
 #include <cstdarg>
 
 #include "kernel/PacketSockets.h"
@@ -21,7 +23,7 @@ Kind kindOf(FILE* stream) {
 
 void forget(int fd, Kind kind) {
     if (kind == Kind::PacketSocket) packets::closed(fd);
-    files::closed(fd);
+    files::closed(fd, kind);
 }
 
 // A descriptor of ours is about to be closed: 0, or the errno of what was written to it last.
@@ -29,6 +31,12 @@ int release(int fd, Kind kind) {
     const int error = files::settle(fd);
     forget(fd, kind);
     return error;
+}
+
+void releaseAll(unsigned first, unsigned last) {
+    if (first > last) return;
+    const KeepErrno keep;
+    for (const int fd : descriptors::between(first, last)) release(fd, descriptors::kindOf(fd));
 }
 
 // What the program does with a copy of a descriptor of ours, it does with ours.
@@ -75,6 +83,18 @@ int onuClose(int fd) {
     const int error = release(fd, kind);
     const int result = real::close(fd);
     return result != 0 ? result : answer(-error);
+}
+
+int onuCloseRange(unsigned first, unsigned last, int flags) INTERPOSES(close_range);
+int onuCloseRange(unsigned first, unsigned last, int flags) {
+    if ((flags & CLOSE_RANGE_CLOEXEC) == 0) releaseAll(first, last);
+    return real::closeRange(first, last, flags);
+}
+
+void onuClosefrom(int first) INTERPOSES(closefrom);
+void onuClosefrom(int first) {
+    releaseAll(first < 0 ? 0 : static_cast<unsigned>(first), UINT_MAX);
+    real::closefrom(first);
 }
 
 int onuFcntl(int fd, int command, ...) INTERPOSES(fcntl);

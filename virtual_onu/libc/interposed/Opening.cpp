@@ -123,7 +123,8 @@ DIR* onuOpendir(const char* path) {
 int onuClosedir(DIR* stream) INTERPOSES(closedir);
 int onuClosedir(DIR* stream) {
     const int fd = stream == nullptr ? -1 : dirfd(stream);
-    if (descriptors::kindOf(fd) != Kind::NotOurs) files::closed(fd);
+    const Kind kind = descriptors::kindOf(fd);
+    if (kind != Kind::NotOurs) files::closed(fd, kind);
     return real::closedir(stream);
 }
 

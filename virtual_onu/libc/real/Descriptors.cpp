@@ -1,5 +1,9 @@
 #include "libc/real/Descriptors.h"
 
+#include <pthread.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <cerrno>
 #include <map>
@@ -11,27 +15,67 @@ namespace virtual_onu::descriptors {
 namespace {
 
 constexpr int kLimit = 65536;
-std::atomic<Kind> kinds[kLimit];  // zero: NotOurs
+
+// What stands behind a number, and how to know it again.
+struct Slot {
+    std::atomic<Kind> kind;  // zero: NotOurs
+    std::atomic<dev_t> device;
+    std::atomic<ino64_t> inode;
+};
+Slot slots[kLimit];
+
+// The process that the table belongs to. A child of vfork() sees the table too: it runs in its parent's memory with
+// descriptors of its own.
+std::atomic<pid_t> owner{0};
 
 std::map<int, std::string>& paths() {
     static auto& map = *new std::map<int, std::string>;
     return map;
 }
 
+void becomeOwner() {
+    owner.store(getpid(), std::memory_order_relaxed);
+}
+
+__attribute__((constructor)) void begin() {
+    becomeOwner();
+    pthread_atfork(nullptr, nullptr, becomeOwner);
+}
+
+// A number can be closed behind our back, by a system call of the program's own, and be given to another file.
+bool isStillTheSame(int fd) {
+    const int saved = errno;
+    struct stat64 found {};
+    const bool same = fstat64(fd, &found) == 0 && found.st_dev == slots[fd].device.load(std::memory_order_relaxed) &&
+                      found.st_ino == slots[fd].inode.load(std::memory_order_relaxed);
+    errno = saved;
+    return same;
+}
+
 }  // namespace
 
 Kind kindOf(int fd) {
-    return fd < 0 || fd >= kLimit ? Kind::NotOurs : kinds[fd].load(std::memory_order_acquire);
+    if (fd < 0 || fd >= kLimit) return Kind::NotOurs;
+    Kind kind = slots[fd].kind.load(std::memory_order_acquire);
+    if (kind == Kind::NotOurs) return kind;
+    if (owner.load(std::memory_order_relaxed) != getpid()) return Kind::NotOurs;
+    if (isStillTheSame(fd)) return kind;
+    slots[fd].kind.compare_exchange_strong(kind, Kind::NotOurs);
+    return Kind::NotOurs;
 }
 
 int adopt(int fd, Kind kind, const std::string& path) {
-    if (fd >= kLimit) {
+    struct stat64 found {};
+    if (fd >= kLimit || fstat64(fd, &found) != 0) {
         real::close(fd);
         return -EMFILE;
     }
     const DeviceLock lock(deviceMutex());
+    if (owner.load(std::memory_order_relaxed) == 0) becomeOwner();  // before any start-up code has run
     paths()[fd] = path;
-    kinds[fd].store(kind, std::memory_order_release);
+    slots[fd].device.store(found.st_dev, std::memory_order_relaxed);
+    slots[fd].inode.store(found.st_ino, std::memory_order_relaxed);
+    slots[fd].kind.store(kind, std::memory_order_release);
     return fd;
 }
 
@@ -42,17 +86,28 @@ std::string pathOf(int fd) {
 }
 
 void forget(int fd) {
-    if (kindOf(fd) == Kind::NotOurs) return;
+    if (fd < 0 || fd >= kLimit) return;
     const DeviceLock lock(deviceMutex());
     paths().erase(fd);
-    kinds[fd].store(Kind::NotOurs, std::memory_order_release);
+    slots[fd].kind.store(Kind::NotOurs, std::memory_order_release);
+}
+
+std::vector<int> between(unsigned first, unsigned last) {
+    const DeviceLock lock(deviceMutex());
+    std::vector<int> found;
+    for (const auto& [fd, path] : paths()) {
+        const auto number = static_cast<unsigned>(fd);
+        if (number >= first && number <= last && kindOf(fd) != Kind::NotOurs) found.push_back(fd);
+    }
+    return found;
 }
 
 int openCount() {
     const DeviceLock lock(deviceMutex());
     int count = 0;
     for (const auto& [fd, path] : paths()) {
-        if (kindOf(fd) != Kind::PacketSocket) ++count;
+        const Kind kind = kindOf(fd);
+        if (kind != Kind::PacketSocket && kind != Kind::NotOurs) ++count;
     }
     return count;
 }

@@ -27,10 +27,14 @@ class Next {
 public:
     constexpr explicit Next(const char* name) : name_(name) {}
     Function* get() {
+        Function* function = lookUp();
+        if (function == nullptr) missing(name_);
+        return function;
+    }
+    Function* lookUp() {
         Function* function = function_.load(std::memory_order_acquire);
         if (function != nullptr) return function;
         function = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name_));
-        if (function == nullptr) missing(name_);
         function_.store(function, std::memory_order_release);
         return function;
     }
@@ -43,6 +47,8 @@ private:
 Next<int(const char*, int, ...)> nextOpen{"open"};
 Next<int(int, const char*, int, ...)> nextOpenat{"openat"};
 Next<int(int)> nextClose{"close"};
+Next<int(unsigned, unsigned, int)> nextCloseRange{"close_range"};
+Next<void(int)> nextClosefrom{"closefrom"};
 Next<int(int, int, ...)> nextFcntl{"fcntl64"};
 Next<int(int)> nextDup{"dup"};
 Next<int(int, int)> nextDup2{"dup2"};
@@ -78,10 +84,25 @@ Next<char*(unsigned, char*)> nextIndexToName{"if_indextoname"};
 Next<int(const char*)> nextSystem{"system"};
 Next<FILE*(const char*, const char*)> nextPopen{"popen"};
 Next<int(FILE*)> nextPclose{"pclose"};
+Next<void*(const char*, int)> nextDlopen{"dlopen"};
 Next<unsigned(unsigned)> nextSleep{"sleep"};
 Next<int(useconds_t)> nextUsleep{"usleep"};
 Next<int(const timespec*, timespec*)> nextNanosleep{"nanosleep"};
 Next<int(int, fd_set*, fd_set*, fd_set*, timeval*)> nextSelect{"select"};
+
+template <typename... Functions>
+void lookUpAll(Functions&... functions) {
+    (functions.lookUp(), ...);
+}
+
+// A signal handler may be the first to call one of them: the lookup takes locks, so it is done before. Only functions
+// that handlers may call stand here.
+__attribute__((constructor)) void lookUpForHandlers() {
+    lookUpAll(nextOpen, nextOpenat, nextClose, nextFcntl, nextDup, nextDup2, nextDup3, nextRead, nextWrite, nextUnlink,
+              nextRename, nextAccess, nextFaccessat, nextStat, nextLstat, nextFstatat, nextStat64, nextLstat64,
+              nextFstatat64, nextSocket, nextBind, nextSend, nextSendto, nextSleep, nextNanosleep, nextSelect,
+              nextIoctl);
+}
 
 }  // namespace
 
@@ -93,6 +114,12 @@ int openat(int directory, const char* path, int flags, mode_t mode) {
 }
 int close(int fd) {
     return nextClose.get()(fd);
+}
+int closeRange(unsigned first, unsigned last, int flags) {
+    return nextCloseRange.get()(first, last, flags);
+}
+void closefrom(int first) {
+    nextClosefrom.get()(first);
 }
 int fcntl(int fd, int command, void* argument) {
     return nextFcntl.get()(fd, command, argument);
@@ -200,6 +227,10 @@ FILE* popen(const char* command, const char* mode) {
 }
 int pclose(FILE* stream) {
     return nextPclose.get()(stream);
+}
+
+void* dlopen(const char* file, int mode) {
+    return nextDlopen.get()(file, mode);
 }
 
 unsigned sleep(unsigned seconds) {

@@ -1,5 +1,6 @@
 // The C library behind the interposed functions: the next definition after this library's own. All code of the virtual
-// ONU that needs one of these functions calls it here, never by its plain name, which would come back to libc/interposed/.
+// ONU that needs one of these functions calls it here, never by its plain name, which would come back to
+// libc/interposed/.
 #ifndef VIRTUAL_ONU_REAL_LIBC_H
 #define VIRTUAL_ONU_REAL_LIBC_H
 
@@ -17,6 +18,8 @@ namespace virtual_onu::real {
 int open(const char* path, int flags, mode_t mode);
 int openat(int directory, const char* path, int flags, mode_t mode);
 int close(int fd);
+int closeRange(unsigned first, unsigned last, int flags);
+void closefrom(int first);
 int fcntl(int fd, int command, void* argument);
 int dup(int fd);
 int dup2(int fd, int target);
@@ -58,6 +61,8 @@ char* ifIndexToName(unsigned index, char* name);
 int system(const char* command);
 FILE* popen(const char* command, const char* mode);
 int pclose(FILE* stream);
+
+void* dlopen(const char* file, int mode);
 
 unsigned sleep(unsigned seconds);
 int usleep(useconds_t microseconds);
