@@ -1,0 +1,39 @@
+// The program that this library is preloaded into: what whoever started it wants to know, and words to its user.
+#ifndef VIRTUAL_ONU_PROGRAM_H
+#define VIRTUAL_ONU_PROGRAM_H
+
+#include <csignal>
+#include <string>
+
+namespace virtual_onu::program {
+
+// The environment of the process. Names are absolute; "" where a variable is not set.
+struct Settings {
+    std::string stateFile;  // VORN_ONU_STATE: the device's state as JSON
+    std::string traceFile;  // VORN_ONU_TRACE: every call into the device
+    std::string halFile;    // VORN_ONU_HAL_OUTPUT: what the HAL prints
+    std::string runFolder;  // VORN_ONU_RUN: where the processes of one run know of each other
+};
+const Settings& settings();
+
+// A line on standard error, if that is still what it was when the program was started.
+void say(const std::string& text);
+
+// No handler of the program runs on this thread while the object lives.
+class SignalsBlocked {
+public:
+    SignalsBlocked();
+    ~SignalsBlocked();
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+private:
+    sigset_t before_;
+};
+
+// Libraries have been loaded since: one of them may be the HAL.
+void librariesLoaded();
+
+}  // namespace virtual_onu::program
+
+#endif

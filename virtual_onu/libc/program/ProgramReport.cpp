@@ -1,0 +1,48 @@
+// What a program leaves on the virtual ONU, for whoever started it: the tool's `exec` preloads this library and names
+// the files in the environment. Without these variables nothing here does anything.
+#include <atomic>
+
+#include "VirtualOnu.h"
+#include "libc/program/HalPrints.h"
+#include "libc/program/OwnFile.h"
+#include "libc/program/Program.h"
+#include "libc/program/StateFile.h"
+
+namespace virtual_onu::program {
+
+namespace {
+
+OwnFile& traceFile() {
+    static OwnFile& one = *new OwnFile(settings().traceFile);
+    return one;
+}
+
+void traced(const TraceEntry& entry) {
+    static std::atomic<bool> complained{false};
+    if (!traceFile().append(entry.text() + "\n") && !complained.exchange(true))
+        say("the trace can no longer be written to " + settings().traceFile);
+    // A wait or a log line alone leaves nothing on the device: that is any process with a sleep in it.
+    if (entry.kind != CallKind::Wait && entry.kind != CallKind::Log) statefile::touched();
+}
+
+__attribute__((constructor)) void begin() {
+    halprints::divert(halprints::Found::Linked);
+    if (settings().stateFile.empty() && settings().traceFile.empty()) return;
+    traceFile();
+    statefile::begin();
+    VirtualOnu::instance().onTrace(traced);
+    // A program that knows nothing of this clock counts on its waits: without them a polling daemon would spin.
+    VirtualOnu::instance().sleepForReal(true);
+}
+
+__attribute__((destructor)) void end() {
+    statefile::end();
+}
+
+}  // namespace
+
+void librariesLoaded() {
+    halprints::divert(halprints::Found::Loaded);
+}
+
+}  // namespace virtual_onu::program

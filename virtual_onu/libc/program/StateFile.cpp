@@ -1,0 +1,186 @@
+#include "libc/program/StateFile.h"
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <semaphore.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "VirtualOnu.h"
+#include "libc/program/Boards.h"
+#include "libc/program/OwnFile.h"
+#include "libc/program/Program.h"
+#include "libc/real/RealLibc.h"
+
+namespace virtual_onu::statefile {
+
+namespace {
+
+using nlohmann::json;
+using program::settings;
+using program::SignalsBlocked;
+
+constexpr std::chrono::milliseconds kShortestPause{200};
+// A long trace takes long to write: the writer is idle for most of the time all the same.
+constexpr int kPauseToWork = 5;
+
+struct State {
+    std::atomic<bool> touched{false};
+    std::atomic<bool> dirty{false};
+    std::atomic<bool> writerRuns{false};
+    std::atomic<bool> complained{false};
+    sem_t wake{};  // the writer's
+
+    std::mutex writing;  // guards the rest; held by one writer at a time
+    boards::Board own;
+    std::size_t content = 0;  // what the board was when the revision was counted
+    std::unique_ptr<SignalsBlocked> whileForking;
+};
+
+// Never destroyed: the writer may still look at it while the process ends.
+State& state() {
+    static State& one = *new State;
+    return one;
+}
+
+// A number for what stands on the board: without what merely tells of calls.
+std::size_t contentOf(json all) {
+    for (const char* key : {"trace", "calls", "clock"}) all.erase(key);
+    all["files"].erase("openDescriptors");
+    all["shell"].erase("commands");
+    return std::hash<std::string>()(all.dump(-1, ' ', false, json::error_handler_t::replace));
+}
+
+void countRevision(const json& all) {
+    const std::size_t content = contentOf(all);
+    if (content == state().content) return;
+    state().content = content;
+    ++state().own.revision;
+}
+
+bool written(const std::string& path, int flags, const std::string& text) {
+    const int fd = real::open(path.c_str(), flags | O_WRONLY | O_CLOEXEC, 0644);
+    if (fd < 0) return false;
+    const bool whole = writeAll(fd, text);
+    real::close(fd);
+    if (!whole) errno = ENOSPC;
+    return whole;
+}
+
+// Readers see the old state or the new one, never half of it.
+bool put(const json& all) {
+    const std::string& path = settings().stateFile;
+    const std::string text = all.dump(1, ' ', false, json::error_handler_t::replace) + "\n";
+    struct stat found {};
+    if (real::stat(path.c_str(), &found) == 0 && !S_ISREG(found.st_mode)) return written(path, O_TRUNC, text);
+    const std::string next = path + ".new-" + std::to_string(getpid());
+    if (written(next, O_CREAT | O_TRUNC, text) && real::rename(next.c_str(), path.c_str()) == 0) return true;
+    const int error = errno;
+    real::unlink(next.c_str());
+    errno = error;
+    return false;
+}
+
+void writeState() {
+    const SignalsBlocked blocked;
+    State& s = state();
+    const std::lock_guard<std::mutex> lock(s.writing);
+    s.dirty = false;
+    const json all = VirtualOnu::instance().toJson();
+    countRevision(all);
+    if (boards::show(s.own, [&all] { return put(all); }) || s.complained.exchange(true)) return;
+    const int error = errno;
+    program::say("the device's state can no longer be written to " + settings().stateFile + ": " +
+                 std::strerror(error) +
+                 (error == EACCES || error == EPERM ? " (has the program changed its user?)"
+                                                    : " (has the program changed its root directory?)"));
+}
+
+// A daemon is ended by a signal more often than it ends by itself, so the state is written while it runs.
+void* writer(void* /*unused*/) {
+    while (true) {
+        while (sem_wait(&state().wake) != 0) {
+        }
+        const auto start = std::chrono::steady_clock::now();
+        writeState();
+        const auto pause = std::max<std::chrono::nanoseconds>(
+            kShortestPause, (std::chrono::steady_clock::now() - start) * kPauseToWork);
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(pause);
+        const timespec length{seconds.count(), static_cast<long>((pause - seconds).count())};
+        real::nanosleep(&length, nullptr);
+    }
+}
+
+// The program's signals are not for this thread.
+void startWriter() {
+    const SignalsBlocked blocked;
+    pthread_t thread{};
+    if (pthread_create(&thread, nullptr, writer, nullptr) == 0)
+        pthread_detach(thread);
+    else
+        state().writerRuns = false;
+}
+
+// The child is to know how far its copy of the board is. No handler runs on this thread until the fork is over: it
+// could end the program, which writes the state once more.
+void beforeFork() {
+    auto blocked = std::make_unique<SignalsBlocked>();
+    State& s = state();
+    s.writing.lock();
+    s.whileForking = std::move(blocked);
+    if (s.dirty) countRevision(VirtualOnu::instance().toJson());
+}
+
+void afterForkInParent() {
+    const auto blocked = std::move(state().whileForking);
+    state().writing.unlock();
+}
+
+// A forked child has no writer thread.
+void afterForkInChild() {
+    State& s = state();
+    const auto blocked = std::move(s.whileForking);
+    new (&s.writing) std::mutex;
+    sem_init(&s.wake, 0, 0);
+    s.touched = s.dirty = s.writerRuns = false;
+    s.own.ancestors.push_back({s.own.process, s.own.revision});
+    s.own.process = getpid();
+    s.own.begun = s.own.revision;
+}
+
+}  // namespace
+
+void begin() {
+    if (settings().stateFile.empty()) return;
+    State& s = state();
+    sem_init(&s.wake, 0, 0);
+    s.own.process = getpid();
+    s.own.program = program_invocation_short_name;
+    s.content = contentOf(VirtualOnu::instance().toJson());  // a new board
+    pthread_atfork(beforeFork, afterForkInParent, afterForkInChild);
+}
+
+void touched() {
+    State& s = state();
+    if (settings().stateFile.empty()) return;
+    s.touched = true;
+    if (!s.writerRuns.exchange(true)) startWriter();
+    if (!s.dirty.exchange(true)) sem_post(&s.wake);
+}
+
+void end() {
+    if (!settings().stateFile.empty() && state().touched) writeState();
+}
+
+}  // namespace virtual_onu::statefile
