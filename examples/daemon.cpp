@@ -4,7 +4,8 @@
 //
 //   vorn-onu exec -- example-daemon
 //
-// With --stay it lives on, as daemons do, until a signal ends it.
+// With --stay it starts as daemons do, connected to the gateway side and detached from the terminal, and lives on until a
+// signal ends it.
 #include <unistd.h>
 
 #include <cstdint>
@@ -85,6 +86,8 @@ bool provisionService(VornHal& hal) {
 int main(int argc, char** argv) {
     VornHal* hal = HALFactory::getInstance()->CreateHALObject(0);
     if (hal == nullptr) return 1;
+    const bool stays = argc > 1 && std::string(argv[1]) == "--stay";
+    if (stays && hal->vorn_omci_hal_init() != 0) return 1;
     hal->vorn_omci_hal_nvram_info_get();
     unsigned char serial[64] = {};
     hal->vorn_omci_hal_sn_get(serial, sizeof serial);
@@ -94,7 +97,6 @@ int main(int argc, char** argv) {
         return 1;
     }
     say("the service is up");
-    if (argc > 1 && std::string(argv[1]) == "--stay")
-        for (;;) pause();
+    while (stays) pause();
     return 0;
 }

@@ -510,6 +510,7 @@ nlohmann::json toJson() {
     }
     json["ipRules"] = state().ipRules;
     json["ipRoutes"] = VirtualOnu::instance().ipRoutes();
+    json["packetFrames"] = packets::toJson();
     json["hostKernel"] = hostKernel();
     return json;
 }

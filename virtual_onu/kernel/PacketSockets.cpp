@@ -9,6 +9,8 @@
 #include <optional>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "Core.h"
 #include "kernel/Network.h"
 #include "libc/real/Descriptors.h"
@@ -20,9 +22,14 @@ namespace {
 constexpr std::size_t kFramesKept = 10000;
 constexpr int kTypeMask = 0xf;  // without SOCK_NONBLOCK and SOCK_CLOEXEC
 
+struct SentFrame {
+    std::string device;
+    std::vector<std::uint8_t> bytes;
+};
+
 struct State {
     std::map<int, int> boundIndex;  // by descriptor
-    std::vector<std::vector<std::uint8_t>> frames;
+    std::vector<SentFrame> frames;
 };
 
 State& state() {
@@ -101,7 +108,7 @@ ssize_t send(int fd, const void* frame, std::size_t size, const sockaddr* addres
     if (error == 0) {
         const auto* bytes = static_cast<const std::uint8_t*>(frame);
         const DeviceLock lock(deviceMutex());
-        if (state().frames.size() < kFramesKept) state().frames.emplace_back(bytes, bytes + size);
+        if (state().frames.size() < kFramesKept) state().frames.push_back({device->name, {bytes, bytes + size}});
     }
     const std::string shown = (device ? argumentText(device->name) : argumentText(index)) + ", ";
     record(CallKind::Socket, "sendto", shown + argumentText(static_cast<std::int64_t>(size)),
@@ -125,13 +132,27 @@ void reset() {
     state().frames.clear();
 }
 
+nlohmann::json toJson() {
+    constexpr char kDigits[] = "0123456789abcdef";
+    const DeviceLock lock(deviceMutex());
+    auto frames = nlohmann::json::array();
+    for (const auto& frame : state().frames) {
+        std::string hex;
+        for (const auto byte : frame.bytes) hex += {kDigits[byte >> 4], kDigits[byte & 0xf]};
+        frames.push_back({{"device", frame.device}, {"bytes", hex}});
+    }
+    return frames;
+}
+
 }  // namespace virtual_onu::packets
 
 namespace virtual_onu {
 
 std::vector<std::vector<std::uint8_t>> VirtualOnu::packetFrames() const {
     const DeviceLock lock(deviceMutex());
-    return packets::state().frames;
+    std::vector<std::vector<std::uint8_t>> frames;
+    for (const auto& frame : packets::state().frames) frames.push_back(frame.bytes);
+    return frames;
 }
 
 }  // namespace virtual_onu

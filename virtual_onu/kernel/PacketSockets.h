@@ -7,6 +7,8 @@
 
 #include <cstddef>
 
+#include <nlohmann/json_fwd.hpp>
+
 namespace virtual_onu::packets {
 
 // Results as the socket functions give them, but a negative errno value for a failure.
@@ -17,6 +19,7 @@ void closed(int fd);
 void copied(int fd, int copy);  // as by dup
 
 void reset();
+nlohmann::json toJson();  // what was sent: device and bytes, oldest first
 
 }  // namespace virtual_onu::packets
 

@@ -8,8 +8,19 @@ namespace vorn_onu {
 Command addExec(CLI::App& app) {
     const auto exec = std::make_shared<ExecCommand>();
     CLI::App* command = app.add_subcommand("exec", "run a program on the virtual ONU and show what it leaves there");
-    command->add_option("--trace", exec->traceFile, "write every call into the device to this file")->type_name("FILE");
-    command->add_option("--json", exec->jsonFile, "write the device state as JSON to this file")->type_name("FILE");
+    command->add_option("--trace", exec->traceFile, "write every call into the device; - is standard output")
+        ->type_name("FILE");
+    command->add_option("--json", exec->jsonFile, "write the device state as JSON; - is standard output")
+        ->type_name("FILE");
+    command->add_option("--report", exec->reportFile, "write a report as one HTML page")->type_name("FILE");
+    command->add_option("--pcap", exec->pcapFile, "write the frames that the program sends for Wireshark")
+        ->type_name("FILE");
+    command
+        ->add_option(
+            "--hal-output", exec->halOutput,
+            "write what the HAL prints to this file; otherwise to a log file that the summary names; - mixes it "
+            "with what the program prints")
+        ->type_name("FILE");
     command
         ->add_option("--record", exec->recordFile, "write what the program asks of the HAL as a scenario to this file")
         ->type_name("FILE");
@@ -19,6 +30,10 @@ Command addExec(CLI::App& app) {
     command->footer(
         "The program needs no change; it may be a daemon that is built for the workstation and linked with libvorn_hal "
         "alone.\n\n"
+        "SIGINT, SIGTERM, SIGHUP and SIGQUIT are passed on to the program and all that it has started, also when it "
+        "has "
+        "detached itself from the terminal; a second Ctrl-C kills it. A program that goes into the background goes on "
+        "there: its process number and the files that it writes are named.\n\n"
         "The exit code is the program's own; 128 and the number of the signal that ended it; 127 when it cannot be "
         "started; 2 bad input.");
     return {command, [exec] { return exec->run(); }};

@@ -44,9 +44,12 @@ struct SendCommand {
 
 struct ExecCommand {
     std::vector<std::string> program;  // and its arguments
-    std::string traceFile;
+    std::string traceFile;             // "-" is standard output, here and for the next
     std::string jsonFile;
     std::string recordFile;
+    std::string reportFile;  // an HTML page
+    std::string pcapFile;    // the frames that the program has sent
+    std::string halOutput;   // where what the HAL prints goes: "" a log file, "-" standard output
     bool quiet = false;
     // The program's own exit code; 128 and the signal's number when a signal ended it.
     int run() const;

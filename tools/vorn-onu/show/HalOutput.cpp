@@ -15,18 +15,6 @@ namespace vorn_onu {
 
 namespace {
 
-// A directory that nobody else can write into: names below the shared temporary directory are easy to guess.
-std::string ownDirectory() {
-    const std::string path =
-        (std::filesystem::temp_directory_path() / ("vorn-onu." + std::to_string(getuid()))).string();
-    if (mkdir(path.c_str(), S_IRWXU) != 0) {
-        struct stat found {};
-        const bool good = lstat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode) && found.st_uid == getuid();
-        if (!good) throw std::runtime_error(path + " is not a directory of yours");
-    }
-    return path;
-}
-
 // A file of this run's own in the place of an earlier run's, which may still write into it. Two runs that begin at once
 // take turns.
 int openAnew(const std::string& path) {
@@ -45,6 +33,17 @@ void flushAll() {
 }
 
 }  // namespace
+
+std::string ownDirectory() {
+    const std::string path =
+        (std::filesystem::temp_directory_path() / ("vorn-onu." + std::to_string(getuid()))).string();
+    if (mkdir(path.c_str(), S_IRWXU) != 0) {
+        struct stat found {};
+        const bool good = lstat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode) && found.st_uid == getuid();
+        if (!good) throw std::runtime_error(path + " is not a directory of yours");
+    }
+    return path;
+}
 
 HalOutput::HalOutput(const std::string& scenarioFile) {
     path_ = ownDirectory() + "/" + std::filesystem::path(scenarioFile).stem().string() + ".hal.log";

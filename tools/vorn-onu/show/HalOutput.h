@@ -8,6 +8,10 @@
 
 namespace vorn_onu {
 
+// A directory below TMPDIR that nobody else can write into: names below the shared temporary directory are easy to guess.
+// Throws std::runtime_error when it cannot be made.
+std::string ownDirectory();
+
 class HalOutput {
 public:
     // The file is named for the scenario and lies in a directory of the user's own below TMPDIR. Throws

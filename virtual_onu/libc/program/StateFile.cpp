@@ -21,6 +21,7 @@
 #include "libc/program/Boards.h"
 #include "libc/program/OwnFile.h"
 #include "libc/program/Program.h"
+#include "libc/program/Unsaved.h"
 #include "libc/real/RealLibc.h"
 
 namespace virtual_onu::statefile {
@@ -31,7 +32,7 @@ using nlohmann::json;
 using program::settings;
 using program::SignalsBlocked;
 
-constexpr std::chrono::milliseconds kShortestPause{200};
+constexpr std::chrono::milliseconds kShortestPause{50};
 // A long trace takes long to write: the writer is idle for most of the time all the same.
 constexpr int kPauseToWork = 5;
 
@@ -99,8 +100,11 @@ void writeState() {
     s.dirty = false;
     const json all = VirtualOnu::instance().toJson();
     countRevision(all);
-    if (boards::show(s.own, [&all] { return put(all); }) || s.complained.exchange(true)) return;
+    const bool shown = boards::show(s.own, [&all] { return put(all); });
     const int error = errno;
+    unsaved::clear();
+    if (s.dirty) unsaved::mark();  // a change has come meanwhile
+    if (shown || s.complained.exchange(true)) return;
     program::say("the device's state can no longer be written to " + settings().stateFile + ": " +
                  std::strerror(error) +
                  (error == EACCES || error == EPERM ? " (has the program changed its user?)"
@@ -163,6 +167,7 @@ void afterForkInChild() {
 
 void begin() {
     if (settings().stateFile.empty()) return;
+    unsaved::begin();
     State& s = state();
     sem_init(&s.wake, 0, 0);
     s.own.process = getpid();
@@ -176,7 +181,9 @@ void touched() {
     if (settings().stateFile.empty()) return;
     s.touched = true;
     if (!s.writerRuns.exchange(true)) startWriter();
-    if (!s.dirty.exchange(true)) sem_post(&s.wake);
+    if (s.dirty.exchange(true)) return;
+    unsaved::mark();
+    sem_post(&s.wake);
 }
 
 void end() {

@@ -1,0 +1,55 @@
+#include "libc/program/Unsaved.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdint>
+
+#include "libc/program/Program.h"
+#include "libc/real/RealLibc.h"
+
+namespace virtual_onu::unsaved {
+
+namespace {
+
+using Place = std::atomic<std::int32_t>;
+static_assert(sizeof(Place) == 4 && Place::is_always_lock_free, "the tool reads the page too");
+
+Place* page = nullptr;
+
+}  // namespace
+
+void begin() {
+    if (program::settings().runFolder.empty()) return;
+    const std::string path = program::settings().runFolder + "/unsaved";
+    const int fd = real::open(path.c_str(), O_RDWR | O_CLOEXEC, 0);
+    if (fd < 0) return;
+    struct stat found {};
+    const std::size_t size = kPlaces * sizeof(Place);
+    if (fstat(fd, &found) == 0 && static_cast<std::size_t>(found.st_size) >= size) {
+        void* place = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+        if (place != MAP_FAILED) page = static_cast<Place*>(place);
+    }
+    real::close(fd);
+}
+
+void mark() {
+    if (page == nullptr) return;
+    const std::int32_t own = getpid();
+    for (int i = 0; i < kPlaces; ++i) {
+        std::int32_t found = 0;
+        if (page[i].compare_exchange_strong(found, own) || found == own) return;
+    }
+}
+
+void clear() {
+    if (page == nullptr) return;
+    for (int i = 0; i < kPlaces; ++i) {
+        std::int32_t own = getpid();
+        page[i].compare_exchange_strong(own, 0);
+    }
+}
+
+}  // namespace virtual_onu::unsaved
