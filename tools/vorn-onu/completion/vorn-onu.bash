@@ -13,7 +13,7 @@ _vorn_onu() {
                        --after-step --json" ;;
         info | diff) options="--json" ;;
         help) options="--man" ;;
-        exec) options="--trace --json --record --quiet" ;;
+        exec) options="--trace --json --report --pcap --hal-output --record --quiet" ;;
         *) options="" ;;
     esac
     case $command:$before in
