@@ -179,7 +179,8 @@ void forkAndGoOn() {
     hal().vorn_omci_hal_configureBridge(3, 0);
     const pid_t child = fork();
     hal().vorn_omci_hal_configureBridge(child == 0 ? 5 : 4, 0);
-    if (child != 0) waitpid(child, nullptr, 0);
+    int status = 0;
+    if (child != 0 && (waitpid(child, &status, 0) != child || status != 0)) fail("the child did not end well");
 }
 
 // The parent provisions and ends after its child has begun to go on: one board.

@@ -70,15 +70,23 @@ void writeShown(const Board& board) {
                        {"revision", board.revision},
                        {"begun", board.begun},
                        {"ancestors", ancestors}};
-    const int fd = real::open(shownFile().c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    const std::string next = shownFile() + ".new";
+    const int fd = real::open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     if (fd < 0) return;
     writeAll(fd, text.dump(-1, ' ', false, json::error_handler_t::replace));
     real::close(fd);
+    real::rename(next.c_str(), shownFile().c_str());
+}
+
+// Under a second name, so that a process that is killed here leaves the first one as it was.
+void keepAs(const std::string& file, const std::string& kept) {
+    real::unlink(kept.c_str());
+    if (link(file.c_str(), kept.c_str()) != 0) real::rename(file.c_str(), kept.c_str());
 }
 
 void keepAside(const Board& shown) {
-    real::rename(settings().stateFile.c_str(), keptState(shown.process).c_str());
-    real::rename(shownFile().c_str(), keptFile(shown.process).c_str());
+    keepAs(settings().stateFile, keptState(shown.process));
+    keepAs(shownFile(), keptFile(shown.process));
 }
 
 }  // namespace
@@ -89,16 +97,17 @@ bool Board::holds(const Board& other) const {
     });
 }
 
-bool show(const Board& own, const std::function<bool()>& put) {
-    if (settings().runFolder.empty()) return (!own.changed() && !own.ancestors.empty()) || put();
+bool show(const Board& own, const std::function<bool()>& prepare, const std::function<bool()>& place) {
+    if (settings().runFolder.empty()) return (!own.changed() && !own.ancestors.empty()) || (prepare() && place());
     const RunLock lock;
     const auto shown = shownBoard();
-    if (shown && shown->process != own.process) {
-        if (!own.changed() || shown->holds(own)) return true;
-        if (shown->changed() && !own.holds(*shown)) keepAside(*shown);
-    }
-    if (!put()) return false;
+    const bool another = shown && shown->process != own.process;
+    if (another && (!own.changed() || shown->holds(own))) return true;
+    if (!prepare()) return false;
+    if (another && shown->changed() && !own.holds(*shown)) keepAside(*shown);
+    // In this order: whoever finds this board in the file, and ends the process for that, finds it named too.
     writeShown(own);
+    if (!place()) return false;
     real::unlink(keptFile(own.process).c_str());
     real::unlink(keptState(own.process).c_str());
     return true;

@@ -30,9 +30,10 @@ struct Board {
     bool holds(const Board& other) const;  // this board began as a copy of the other one, which has not changed since
 };
 
-// Lets put() write the state file with this process's board, unless the board that is shown holds it or it is as it was
-// when the process began. No other process of the run writes meanwhile. False when put() is.
-bool show(const Board& own, const std::function<bool()>& put);
+// Lets prepare() write this process's board, and place() make that the state file, unless the board that is shown holds
+// it or it is as it was when the process began. No other process of the run writes meanwhile. False when one of them
+// is.
+bool show(const Board& own, const std::function<bool()>& prepare, const std::function<bool()>& place);
 
 }  // namespace virtual_onu::boards
 

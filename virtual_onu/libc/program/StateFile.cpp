@@ -44,6 +44,7 @@ struct State {
     sem_t wake{};  // the writer's
 
     std::mutex writing;  // guards the rest; held by one writer at a time
+    bool ended = false;
     boards::Board own;
     std::size_t content = 0;  // what the board was when the revision was counted
     std::unique_ptr<SignalsBlocked> whileForking;
@@ -79,28 +80,37 @@ bool written(const std::string& path, int flags, const std::string& text) {
     return whole;
 }
 
-// Readers see the old state or the new one, never half of it.
-bool put(const json& all) {
-    const std::string& path = settings().stateFile;
-    const std::string text = all.dump(1, ' ', false, json::error_handler_t::replace) + "\n";
+// Where the state is written before it becomes the state file. What is no plain file, such as a terminal, stays what it
+// is.
+std::string besideFile() {
     struct stat found {};
-    if (real::stat(path.c_str(), &found) == 0 && !S_ISREG(found.st_mode)) return written(path, O_TRUNC, text);
-    const std::string next = path + ".new-" + std::to_string(getpid());
-    if (written(next, O_CREAT | O_TRUNC, text) && real::rename(next.c_str(), path.c_str()) == 0) return true;
+    const std::string& path = settings().stateFile;
+    const bool special = real::stat(path.c_str(), &found) == 0 && !S_ISREG(found.st_mode);
+    return special ? path : path + ".new-" + std::to_string(getpid());
+}
+
+bool prepare(const std::string& beside, const json& all) {
+    if (written(beside, O_CREAT | O_TRUNC, all.dump(1, ' ', false, json::error_handler_t::replace) + "\n")) return true;
     const int error = errno;
-    real::unlink(next.c_str());
+    if (beside != settings().stateFile) real::unlink(beside.c_str());
     errno = error;
     return false;
 }
 
+// Readers see the old state or the new one, never half of it.
+bool place(const std::string& beside) {
+    return beside == settings().stateFile || real::rename(beside.c_str(), settings().stateFile.c_str()) == 0;
+}
+
+// Called with the lock held.
 void writeState() {
-    const SignalsBlocked blocked;
     State& s = state();
-    const std::lock_guard<std::mutex> lock(s.writing);
     s.dirty = false;
     const json all = VirtualOnu::instance().toJson();
     countRevision(all);
-    const bool shown = boards::show(s.own, [&all] { return put(all); });
+    const std::string beside = besideFile();
+    const bool shown = boards::show(
+        s.own, [&] { return prepare(beside, all); }, [&] { return place(beside); });
     const int error = errno;
     unsaved::clear();
     if (s.dirty) unsaved::mark();  // a change has come meanwhile
@@ -114,10 +124,15 @@ void writeState() {
 // A daemon is ended by a signal more often than it ends by itself, so the state is written while it runs.
 void* writer(void* /*unused*/) {
     while (true) {
-        while (sem_wait(&state().wake) != 0) {
+        State& s = state();
+        while (sem_wait(&s.wake) != 0) {
         }
         const auto start = std::chrono::steady_clock::now();
-        writeState();
+        {
+            // At its end the process could be gone in the middle of it.
+            const std::lock_guard<std::mutex> lock(s.writing);
+            if (s.dirty && !s.ended) writeState();
+        }
         const auto pause = std::max<std::chrono::nanoseconds>(
             kShortestPause, (std::chrono::steady_clock::now() - start) * kPauseToWork);
         const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(pause);
@@ -187,7 +202,12 @@ void touched() {
 }
 
 void end() {
-    if (!settings().stateFile.empty() && state().touched) writeState();
+    State& s = state();
+    if (settings().stateFile.empty() || !s.touched) return;
+    const SignalsBlocked blocked;
+    const std::lock_guard<std::mutex> lock(s.writing);
+    s.ended = true;
+    writeState();
 }
 
 }  // namespace virtual_onu::statefile
