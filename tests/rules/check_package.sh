@@ -82,9 +82,9 @@ export LD_LIBRARY_PATH=$prefix/lib:$work/kit PKG_CONFIG_PATH=$prefix/lib/pkgconf
 start() { # PROGRAM...: by itself
     "${emulator[@]}" "$@"
 }
-start_on_virtual_onu() { # PROGRAM...: as vorn-onu exec does
+start_on_virtual_onu() { # PROGRAM...: as vorn-onu exec does, with what the HAL prints
     if [ ${#emulator[@]} -eq 0 ]; then
-        "$prefix/bin/vorn-onu" exec -- "$@"
+        "$prefix/bin/vorn-onu" exec --hal-output - -- "$@"
     else
         "${emulator[@]}" -E "LD_PRELOAD=$prefix/lib/libvirtual_onu.so" "$@"
     fi

@@ -14,11 +14,11 @@
 #include "io/Output.h"
 #include "program/ExecSummary.h"
 #include "program/Launch.h"
+#include "program/LogFile.h"
 #include "program/RecordingFile.h"
 #include "program/RunFolder.h"
 #include "program/Supervisor.h"
 #include "program/Tail.h"
-#include "show/HalOutput.h"
 
 namespace vorn_onu {
 
@@ -42,20 +42,13 @@ void empty(const std::string& path) {
     if (!path.empty()) writeFile(path, "");
 }
 
-// The log of an earlier run makes place: its program may still write to it, so it is not the same file.
-std::string logFileOf(const std::string& program) {
-    const std::string path = ownDirectory() + "/" + std::filesystem::path(program).filename().string() + ".hal.log";
-    unlink(path.c_str());
-    return path;
-}
-
 // What this run writes, and where.
 struct Files {
     Files(const ExecCommand& command, const RunFolder& folder)
         : state(command.jsonFile.empty() || command.jsonFile == kStandardOutput ? folder.file("state.json")
                                                                                 : absolute(command.jsonFile)),
           trace(command.traceFile == kStandardOutput ? folder.file("trace") : absolute(command.traceFile)),
-          halOutput(command.halOutput.empty()              ? logFileOf(command.program[0])
+          halOutput(command.halOutput.empty()              ? newLogOf(command.program[0])
                     : command.halOutput == kStandardOutput ? ""
                                                            : absolute(command.halOutput)),
           recording(command.recordFile) {}

@@ -12,7 +12,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <ostream>
 #include <set>
+#include <streambuf>
 #include <string>
 #include <vector>
 
@@ -106,18 +108,36 @@ void halPerror(const char* text) {
     printed((text != nullptr && *text != '\0' ? text + std::string(": ") : "") + reason + "\n");
 }
 
-struct Replacement {
-    const char* name;
-    std::uintptr_t function;
+// In the place of std::cout.
+class HalStream : public std::streambuf {
+protected:
+    std::streamsize xsputn(const char* text, std::streamsize size) override {
+        printed(std::string(text, static_cast<std::size_t>(size)));
+        return size;
+    }
+    int_type overflow(int_type c) override {
+        if (c != traits_type::eof()) printed(std::string(1, traits_type::to_char_type(c)));
+        return traits_type::not_eof(c);
+    }
 };
 
-template <typename Function>
-Replacement replacement(const char* name, Function* function) {
-    return {name, reinterpret_cast<std::uintptr_t>(function)};
+std::ostream& halCout() {
+    static auto& stream = *new std::ostream(new HalStream);
+    return stream;
+}
+
+struct Replacement {
+    const char* name;
+    std::uintptr_t address;  // of a function or an object
+};
+
+template <typename Thing>
+Replacement replacement(const char* name, Thing* thing) {
+    return {name, reinterpret_cast<std::uintptr_t>(thing)};
 }
 
 std::uintptr_t replacementOf(const char* name) {
-    static const auto& all = *new std::array<Replacement, 14>{
+    static const auto& all = *new std::array<Replacement, 15>{
         replacement("printf", halPrintf),     replacement("__printf_chk", halPrintfChecked),
         replacement("vprintf", halVprintf),   replacement("__vprintf_chk", halVprintfChecked),
         replacement("puts", halPuts),         replacement("putchar", halPutchar),
@@ -125,9 +145,10 @@ std::uintptr_t replacementOf(const char* name) {
         replacement("putc", halFputc),        replacement("fwrite", halFwrite),
         replacement("fprintf", halFprintf),   replacement("__fprintf_chk", halFprintfChecked),
         replacement("vfprintf", halVfprintf), replacement("perror", halPerror),
+        replacement("_ZSt4cout", &halCout()),
     };
     for (const Replacement& one : all)
-        if (std::strcmp(one.name, name) == 0) return one.function;
+        if (std::strcmp(one.name, name) == 0) return one.address;
     return 0;
 }
 
@@ -208,8 +229,8 @@ private:
         for (std::size_t i = 0; i < size / sizeof(Relocation); ++i) {
             const std::size_t symbol = symbolOf(list[i].r_info);
             if (symbol == 0) continue;
-            const std::uintptr_t function = replacementOf(names_ + symbols_[symbol].st_name);
-            if (function != 0) *reinterpret_cast<std::uintptr_t*>(base_ + list[i].r_offset) = function;
+            const std::uintptr_t address = replacementOf(names_ + symbols_[symbol].st_name);
+            if (address != 0) *reinterpret_cast<std::uintptr_t*>(base_ + list[i].r_offset) = address;
         }
     }
 

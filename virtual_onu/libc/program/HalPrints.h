@@ -1,5 +1,6 @@
-// Keeps what the HAL prints apart from what the program prints: libvorn_hal's own calls of printf, puts and the like go
-// to a file of theirs. Done where the library's calls are bound, since both print to the same standard output.
+// Keeps what the HAL prints apart from what the program prints: libvorn_hal's own calls of printf, puts and the like,
+// and what it writes to std::cout, go to a file of theirs. Done where the library's names are bound, since both print
+// to the same standard output.
 #ifndef VIRTUAL_ONU_HAL_PRINTS_H
 #define VIRTUAL_ONU_HAL_PRINTS_H
 

@@ -1,6 +1,7 @@
 #include "libc/program/OwnFile.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -72,6 +73,7 @@ const OwnFile::Handle* OwnFile::openAnew() {
     int fd = real::open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
     if (fd < 0) return nullptr;
     fd = raised(fd);
+    flock(fd, LOCK_SH | LOCK_NB);  // who tidies up sees that it is in use
     const auto* found = new Handle{fd, FileIdentity::of(fd)};
     if (handle_.compare_exchange_strong(lost, found)) return found;
     real::close(fd);  // another thread was faster
