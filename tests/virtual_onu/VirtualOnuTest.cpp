@@ -228,10 +228,10 @@ TEST_F(VirtualOnuTest, TheGatewayAnswersServiceMessagesUnlessSilent) {
     EXPECT_FALSE(readable(descriptor, 50)) << "an event is no request";
     onu().setGateway(GatewayMode::Silent);
     EXPECT_FALSE(gatewayAnswers(50));
-
 }
 
-// A reader takes as many bytes from the block as the header says: a block that ends earlier would be read beyond its end.
+// A reader takes as many bytes from the block as the header says: a block that ends earlier would be read beyond its
+// end.
 TEST_F(VirtualOnuTest, AMessageHasAsManyBytesAsItsHeaderSays) {
     void* bus = nullptr;
     ASSERT_EQ(cmsMsg_init(60, &bus), 0);
@@ -241,7 +241,9 @@ TEST_F(VirtualOnuTest, AMessageHasAsManyBytesAsItsHeaderSays) {
         std::vector<std::uint8_t> received;
     } cases[] = {
         {{9, 8}, -1, {9, 8}},
-        {{9, 8}, 60, [] {
+        {{9, 8},
+         60,
+         [] {
              std::vector<std::uint8_t> all(60);
              all[0] = 9, all[1] = 8;
              return all;

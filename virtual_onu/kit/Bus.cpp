@@ -295,8 +295,8 @@ void VirtualOnu::gatewaySends(std::uint32_t type, const std::vector<std::uint8_t
     message.header.source = kGatewayEntity;
     message.header.destination = kOmciEntity;
     message.header.flags = CMS_MSG_FLAG_REQUEST;
-    // The bus cuts what is longer than any message; a claim beyond the bytes that were given is filled up with zeros, since
-    // it hands over what the header says.
+    // The bus cuts what is longer than any message; a claim beyond the bytes that were given is filled up with zeros,
+    // since it hands over what the header says.
     const std::size_t length = dataLength < 0 ? payload.size() : static_cast<std::size_t>(dataLength);
     message.payload = payload;
     message.payload.resize(std::min(length, kLongestPayload));
