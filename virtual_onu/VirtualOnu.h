@@ -265,8 +265,8 @@ public:
     // delay in real time, or never.
     void setGateway(GatewayMode mode, int answerDelayMs = 10);
     std::vector<BusMessage> sentMessages() const;  // what the OMCI side has sent, the latest 10,000
-    // The gateway sends a message to the OMCI side. dataLength says what the header claims (the payload's size if < 0): the
-    // receiver gets that many bytes, the payload cut or followed by zeros, 65536 at most.
+    // The gateway sends a message to the OMCI side. dataLength says what the header claims (the payload's size if < 0):
+    // the receiver gets that many bytes, the payload cut or followed by zeros, 65536 at most.
     void gatewaySends(std::uint32_t type, const std::vector<std::uint8_t>& payload, long dataLength = -1);
 
     // ---- board ----
