@@ -4,8 +4,8 @@
 //
 //   vorn-onu exec -- example-daemon
 //
-// With --stay it starts as daemons do, connected to the gateway side and detached from the terminal, and lives on until a
-// signal ends it.
+// With --stay it starts as daemons do, connected to the gateway side and detached from the terminal, and lives on until
+// a signal ends it.
 #include <unistd.h>
 
 #include <cstdint>

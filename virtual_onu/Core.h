@@ -1,8 +1,8 @@
 // What every facility of the virtual ONU builds on: the one lock, the trace, the faults and the clock.
 //
-// Rule: nothing under virtual_onu/ calls a function that libc/interposed/ defines; it uses real::. A facility takes lock()
-// for every look at shared state and never holds it while it waits, calls back or runs a real C library function that
-// may block.
+// Rule: nothing under virtual_onu/ calls a function that libc/interposed/ defines; it uses real::. A facility takes
+// lock() for every look at shared state and never holds it while it waits, calls back or runs a real C library function
+// that may block.
 #ifndef VIRTUAL_ONU_CORE_H
 #define VIRTUAL_ONU_CORE_H
 

@@ -116,6 +116,9 @@ class Loader : public ::testing::Test {
 protected:
     ProgramResult load(const std::vector<std::string>& options, const std::string& how) {
         std::vector<std::string> words = {kTool, "exec", "--json", state_};
+        // A sanitizer's runtime stands before dlopen, and the linker takes it for the one that asks.
+        if (std::string(VORN_SANITIZERS) != "")
+            words.insert(words.begin(), {"/usr/bin/env", "LD_LIBRARY_PATH=" HAL_FOLDER});
         words.insert(words.end(), options.begin(), options.end());
         words.insert(words.end(), {"--", LOADER_BINARY, how});
         return runProgram(words);

@@ -8,8 +8,8 @@
 
 namespace vorn_onu {
 
-// A directory below TMPDIR that nobody else can write into: names below the shared temporary directory are easy to guess.
-// Throws std::runtime_error when it cannot be made.
+// A directory below TMPDIR that nobody else can write into: names below the shared temporary directory are easy to
+// guess. Throws std::runtime_error when it cannot be made.
 std::string ownDirectory();
 
 class HalOutput {
