@@ -35,14 +35,6 @@ int raised(int fd) {
 
 }  // namespace
 
-FileIdentity FileIdentity::of(int fd) {
-    struct stat64 found {};
-    const int saved = errno;
-    const bool open = fstat64(fd, &found) == 0;
-    errno = saved;
-    return open ? FileIdentity{found.st_dev, found.st_ino} : FileIdentity{};
-}
-
 std::string absolutePath(const std::string& path) {
     if (path.empty() || path[0] == '/') return path;
     char* here = getcwd(nullptr, 0);

@@ -5,20 +5,12 @@
 #ifndef VIRTUAL_ONU_OWN_FILE_H
 #define VIRTUAL_ONU_OWN_FILE_H
 
-#include <sys/stat.h>
-
 #include <atomic>
 #include <string>
 
-namespace virtual_onu {
+#include "libc/real/FileIdentity.h"
 
-// Which file a descriptor stands for.
-struct FileIdentity {
-    dev_t device = 0;
-    ino64_t inode = 0;
-    bool operator==(const FileIdentity& other) const { return device == other.device && inode == other.inode; }
-    static FileIdentity of(int fd);  // zeros when the descriptor is closed
-};
+namespace virtual_onu {
 
 // The file's name from the root on, so that it stays the same when the program changes its directory.
 std::string absolutePath(const std::string& path);

@@ -1,14 +1,15 @@
 #include "libc/real/Descriptors.h"
 
 #include <pthread.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
+#include <cstdint>
 #include <map>
 
 #include "Core.h"
+#include "libc/real/FileIdentity.h"
 #include "libc/real/RealLibc.h"
 
 namespace virtual_onu::descriptors {
@@ -19,8 +20,8 @@ constexpr int kLimit = 65536;
 // What stands behind a number, and how to know it again.
 struct Slot {
     std::atomic<Kind> kind;  // zero: NotOurs
-    std::atomic<dev_t> device;
-    std::atomic<ino64_t> inode;
+    std::atomic<std::uint64_t> device;
+    std::atomic<std::uint64_t> inode;
 };
 Slot slots[kLimit];
 
@@ -44,12 +45,9 @@ __attribute__((constructor)) void begin() {
 
 // A number can be closed behind our back, by a system call of the program's own, and be given to another file.
 bool isStillTheSame(int fd) {
-    const int saved = errno;
-    struct stat64 found {};
-    const bool same = fstat64(fd, &found) == 0 && found.st_dev == slots[fd].device.load(std::memory_order_relaxed) &&
-                      found.st_ino == slots[fd].inode.load(std::memory_order_relaxed);
-    errno = saved;
-    return same;
+    const FileIdentity found = FileIdentity::of(fd);
+    return found.inode != 0 && found.device == slots[fd].device.load(std::memory_order_relaxed) &&
+           found.inode == slots[fd].inode.load(std::memory_order_relaxed);
 }
 
 }  // namespace
@@ -65,16 +63,16 @@ Kind kindOf(int fd) {
 }
 
 int adopt(int fd, Kind kind, const std::string& path) {
-    struct stat64 found {};
-    if (fd >= kLimit || fstat64(fd, &found) != 0) {
+    const FileIdentity found = FileIdentity::of(fd);
+    if (fd >= kLimit || found.inode == 0) {
         real::close(fd);
         return -EMFILE;
     }
     const DeviceLock lock(deviceMutex());
     if (owner.load(std::memory_order_relaxed) == 0) becomeOwner();  // before any start-up code has run
     paths()[fd] = path;
-    slots[fd].device.store(found.st_dev, std::memory_order_relaxed);
-    slots[fd].inode.store(found.st_ino, std::memory_order_relaxed);
+    slots[fd].device.store(found.device, std::memory_order_relaxed);
+    slots[fd].inode.store(found.inode, std::memory_order_relaxed);
     slots[fd].kind.store(kind, std::memory_order_release);
     return fd;
 }

@@ -100,8 +100,8 @@ void lookUpAll(Functions&... functions) {
 __attribute__((constructor)) void lookUpForHandlers() {
     lookUpAll(nextOpen, nextOpenat, nextClose, nextFcntl, nextDup, nextDup2, nextDup3, nextRead, nextWrite, nextUnlink,
               nextRename, nextAccess, nextFaccessat, nextStat, nextLstat, nextFstatat, nextStat64, nextLstat64,
-              nextFstatat64, nextSocket, nextBind, nextSend, nextSendto, nextSleep, nextNanosleep, nextSelect,
-              nextIoctl);
+              nextFstatat64, nextStatx, nextSocket, nextBind, nextSend, nextSendto, nextSleep, nextNanosleep,
+              nextSelect, nextIoctl);
 }
 
 }  // namespace

@@ -1,0 +1,18 @@
+// Which file a descriptor stands for, however many descriptors it has.
+#ifndef VIRTUAL_ONU_FILE_IDENTITY_H
+#define VIRTUAL_ONU_FILE_IDENTITY_H
+
+#include <cstdint>
+
+namespace virtual_onu {
+
+struct FileIdentity {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    bool operator==(const FileIdentity& other) const { return device == other.device && inode == other.inode; }
+    static FileIdentity of(int fd);  // zeros when the descriptor is closed; errno stays as it was
+};
+
+}  // namespace virtual_onu
+
+#endif
