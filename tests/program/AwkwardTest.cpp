@@ -98,7 +98,8 @@ TEST_F(Awkward, AProgramThatOnlyLooksAtTheDeviceHidesNothing) {
 #if defined(VORN_EMULATED)
     GTEST_SKIP() << "the host's programs are of another machine than the virtual ONU";
 #endif
-    const std::string script = std::string(EXAMPLE_DAEMON_BINARY) + " >/dev/null; cat /sys/class/net/sid0/mtu >/dev/null";
+    const std::string script =
+        std::string(EXAMPLE_DAEMON_BINARY) + " >/dev/null; cat /sys/class/net/sid0/mtu >/dev/null";
     const ProgramResult result = runProgram({kTool, "exec", "--json", state(), "--", "/bin/sh", "-c", script});
     EXPECT_EQ(result.code, 0);
     EXPECT_TRUE(hasDevice(stateJson(), "sid1.3"));
