@@ -14,7 +14,6 @@ constexpr unsigned kPriorities = 8;
 
 // Forward operations for which the HAL's rules do what they say, for frames that go up as well as down.
 enum HalFilter : std::uint8_t {
-    kAll = 0x00,
     kUntagged = 0x01,
     kVids = 0x04,
     kPriorityList = 0x08,  // down as up
@@ -126,11 +125,7 @@ private:
 
     void pass(bool untagged) {
         made_.takesAnyVlan = true;
-        if (whole() && untagged && gem_.untagged) {
-            add(kAll, 9);
-            made_.staysBehind = true;  // the default action that comes with it
-            return;
-        }
+        // The HAL's operation for all frames would do, but sets a default action that stays when it is taken back.
         addPriorities(kAllPriorities);
         if (untagged && gem_.untagged) add(kUntagged, 2);
         if (whole() || gem_.priorities == 0) return;

@@ -33,7 +33,7 @@ struct VlanFilter {
 struct AniRules {
     std::vector<BridgeServiceProvisioning> records;  // none: no frame passes
     bool takesAnyVlan = false;  // frames of VLANs that other GEM ports of the bridge name would fit too
-    bool staysBehind = false;   // not all of it can be taken back while the bridge stands
+    bool staysBehind = false;   // too much to be taken back while the bridge stands
     std::vector<std::string> problems;
 };
 // Rules that the HAL keeps of one GEM port of a bridge, or of one port; it forgets those behind them.

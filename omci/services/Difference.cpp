@@ -7,7 +7,9 @@
 namespace omci::services {
 
 bool Piece::sameAs(const Piece& other) const {
-    return make == other.make && needs == other.needs && bridge == other.bridge && rules == other.rules;
+    const bool sameRules =
+        rules == other.rules || (rules != nullptr && other.rules != nullptr && *rules == *other.rules);
+    return sameRules && make == other.make && needs == other.needs && bridge == other.bridge;
 }
 
 void Difference::link(PieceKey key, const Piece& piece) {

@@ -88,7 +88,7 @@ void Difference::undoBridge(std::uint16_t number) {
 
 void Difference::undoAdjusted(PieceKey key) {
     Slot& slot = slots_[key];
-    UniChange change = uniChange(slot.rules, slot.wanted->rules);
+    UniChange change = uniChange(slot.rules, *slot.wanted->rules);
     if (change.whole && slot.asked) {
         for (const HalCall& call : slot.standing->undo) ask(call, slot.standing->cause);
         slot.asked = false;
@@ -149,8 +149,10 @@ void Difference::make(PieceKey key) {
     makeCalls(key, piece);
     if (key.kind == PieceKind::kUni) {
         slot.asked = !piece.make.empty();
-        addRules(slot, piece.rules);
-        slot.rules = piece.rules;
+        if (piece.rules != nullptr) {
+            addRules(slot, *piece.rules);
+            slot.rules = *piece.rules;
+        }
     }
     if (key.kind == PieceKind::kGemPort) gemIndexes_.added(gemPortOf(key));
     if (key.kind == PieceKind::kAniService) gemIndexes_.used(gemPortOf(key));

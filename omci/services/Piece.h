@@ -34,6 +34,9 @@ constexpr bool operator<(PieceKey one, PieceKey other) {
 // Order of the ANI services of a bridge: a frame on its way up goes into the GEM port of the first one that takes it.
 enum class AniPlace : std::uint8_t { kNamedVlans, kAnyVlan, kMulticast };
 
+using UniRulePtr = std::shared_ptr<const UniRule>;
+using UniRules = std::vector<UniRulePtr>;
+
 struct Piece {
     PieceKey key;
     std::vector<HalCall> make;  // of a UNI empty: its rules say it
@@ -42,10 +45,10 @@ struct Piece {
     std::optional<std::uint16_t> bridge;  // number of the HAL's bridge that it belongs to
     bool makesBridge = false;             // the bridge stands because of it; else it waits for the bridge
     AniPlace place = AniPlace::kNamedVlans;
-    bool usesVeip = false;                              // the VEIP stands because of it
-    bool takesBridgeAlong = false;                      // when it is taken back the HAL takes away its bridge
-    bool forgotten = false;                             // the HAL cannot take all of it back while the bridge stands
-    std::vector<std::shared_ptr<const UniRule>> rules;  // of a UNI, in list order
+    bool usesVeip = false;                  // the VEIP stands because of it
+    bool takesBridgeAlong = false;          // when it is taken back the HAL takes away its bridge
+    bool forgotten = false;                 // the HAL cannot take all of it back while the bridge stands
+    std::shared_ptr<const UniRules> rules;  // of a UNI with tagging rows, in list order; else null
     Cause cause;
 
     // The same is asked for.

@@ -61,8 +61,6 @@ public:
     void plan(EntityKey key);
 
 private:
-    using Rules = std::vector<std::shared_ptr<const UniRule>>;
-
     // PlanPon.cpp
     void planTCont(InstanceId instance);
     void planGemPort(InstanceId instance);
@@ -91,9 +89,9 @@ private:
     void planEthernetUni(InstanceId instance);
     std::optional<BridgePort> bridgePortOf(EntityKey termination);
     void planMember(EntityKey uni, UniPort member, InstanceId bridgePort);
-    bool addRows(EntityKey uni, InstanceId bridgePort, UniPort member, Rules& rules);
-    void addTaggingOperation(const Entity& operation, UniPort member, Rules& rules);
-    void checkRules(Rules& rules);
+    bool addRows(EntityKey uni, InstanceId bridgePort, UniPort member, UniRules& rules);
+    void addTaggingOperation(const Entity& operation, UniPort member, UniRules& rules);
+    void checkRules(UniRules& rules);
     void planVeip(InstanceId instance);
 
     // PlanPorts.cpp

@@ -64,8 +64,10 @@ void Planner::planMember(EntityKey uni, UniPort member, InstanceId bridgePort) {
     Piece made;
     made.key = {PieceKind::kUni, member.port};
     made.bridge = member.bridgeId;
-    if (addRows(uni, bridgePort, member, made.rules)) {
-        checkRules(made.rules);
+    UniRules rules;
+    if (addRows(uni, bridgePort, member, rules)) {
+        checkRules(rules);
+        made.rules = std::make_shared<const UniRules>(std::move(rules));
     } else {
         made.make = {{Operation::kFilterFlowAdd, portWithoutRows(member)}};
     }
@@ -74,7 +76,7 @@ void Planner::planMember(EntityKey uni, UniPort member, InstanceId bridgePort) {
 }
 
 // The rules of the entity that says how the port's frames are tagged; false without one.
-bool Planner::addRows(EntityKey uni, InstanceId bridgePort, UniPort member, Rules& rules) {
+bool Planner::addRows(EntityKey uni, InstanceId bridgePort, UniPort member, UniRules& rules) {
     auto extended = reader_.pointingAt(uni, class_id::kExtendedTagging);
     const auto atBridge = reader_.pointingAt({class_id::kBridgePort, bridgePort}, class_id::kExtendedTagging);
     extended.insert(extended.end(), atBridge.begin(), atBridge.end());
@@ -114,7 +116,7 @@ bool Planner::addRows(EntityKey uni, InstanceId bridgePort, UniPort member, Rule
     return found;
 }
 
-void Planner::addTaggingOperation(const Entity& operation, UniPort member, Rules& rules) {
+void Planner::addTaggingOperation(const Entity& operation, UniPort member, UniRules& rules) {
     const std::uint8_t upstream = operation.number8(attr::vlan_tagging::kUpstreamMode);
     const bool strips = operation.number8(attr::vlan_tagging::kDownstreamMode) == kStripDownstream;
     if (strips && upstream == 0)
@@ -132,7 +134,7 @@ void Planner::addTaggingOperation(const Entity& operation, UniPort member, Rules
 }
 
 // Names what the rows ask for in vain, and leaves out what the HAL could not take back again.
-void Planner::checkRules(Rules& rules) {
+void Planner::checkRules(UniRules& rules) {
     unsigned count = 0;
     for (auto rule = rules.begin(); rule != rules.end();) {
         const UniRule& one = **rule;

@@ -67,8 +67,8 @@ std::vector<std::shared_ptr<const UniRule>> TaggingTable::rules(EntityKey entity
         }
         rules.push_back(row.rule);
     }
-    std::stable_sort(rules.begin(), rules.end(),
-                     [](const auto& one, const auto& other) { return isBefore(*one, *other); });
+    const auto before = [](const auto& one, const auto& other) { return isBefore(*one, *other); };
+    if (!std::is_sorted(rules.begin(), rules.end(), before)) std::stable_sort(rules.begin(), rules.end(), before);
     return rules;
 }
 

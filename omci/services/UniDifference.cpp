@@ -1,8 +1,8 @@
 #include "omci/services/UniDifference.h"
 
 #include <algorithm>
-#include <unordered_map>
-#include <unordered_set>
+#include <optional>
+#include <utility>
 
 namespace omci::services {
 
@@ -22,27 +22,48 @@ bool confused(const UniRule& one, const UniRule& other) {
     });
 }
 
+// Where each rule is in a list.
+class Places {
+public:
+    // Of the rules from first on.
+    Places(const std::vector<UniRulePtr>& rules, std::size_t first) {
+        places_.reserve(rules.size() - first);
+        for (std::size_t at = first; at < rules.size(); ++at) places_.emplace_back(rules[at].get(), at);
+        std::sort(places_.begin(), places_.end());
+    }
+    std::optional<std::size_t> of(const UniRulePtr& rule) const {
+        const auto found = std::lower_bound(places_.begin(), places_.end(), std::make_pair(rule.get(), std::size_t{0}));
+        if (found == places_.end() || found->first != rule.get()) return std::nullopt;
+        return found->second;
+    }
+
+private:
+    std::vector<std::pair<const UniRule*, std::size_t>> places_;
+};
+
 }  // namespace
 
 UniChange uniChange(const std::vector<UniRulePtr>& standing, const std::vector<UniRulePtr>& wanted) {
-    std::unordered_map<const UniRule*, std::size_t> place;  // in list order
-    for (const auto& rule : wanted) place.emplace(rule.get(), place.size());
-
-    std::vector<std::size_t> fresh;  // places of the rules to be added
-    {
-        std::unordered_set<const UniRule*> stands;
-        for (const auto& rule : standing) stands.insert(rule.get());
-        for (std::size_t at = 0; at < wanted.size(); ++at) {
-            if (stands.count(wanted[at].get()) == 0) fresh.push_back(at);
-        }
+    // Rules that stand in their places stay, whatever comes behind them.
+    const auto differ = std::mismatch(standing.begin(), standing.end(), wanted.begin(), wanted.end());
+    const auto same = static_cast<std::size_t>(differ.first - standing.begin());
+    const Places wantedAt(wanted, same), standingAt(standing, same);
+    std::vector<std::size_t> fresh;  // places of the rules to be added, in list order
+    for (std::size_t at = same; at < wanted.size(); ++at) {
+        if (!standingAt.of(wanted[at])) fresh.push_back(at);
     }
+    std::vector<std::size_t> place(standing.size());  // in list order, of those that are wanted
     std::vector<bool> moves(standing.size(), false);
-    for (std::size_t at = 0; at < standing.size(); ++at) moves[at] = place.count(standing[at].get()) == 0;
+    for (std::size_t at = same; at < standing.size(); ++at) {
+        const auto found = wantedAt.of(standing[at]);
+        moves[at] = !found;
+        place[at] = found.value_or(0);
+    }
     // What is added comes behind all that stands: rules that must stay behind it are made anew, and so on.
     for (std::size_t next = 0; next < fresh.size(); ++next) {
-        for (std::size_t at = 0; at < standing.size(); ++at) {
+        for (std::size_t at = same; at < standing.size(); ++at) {
             if (moves[at]) continue;
-            const std::size_t own = place[standing[at].get()];
+            const std::size_t own = place[at];
             if (own < fresh[next] || !overlap(*standing[at], *wanted[fresh[next]])) continue;
             moves[at] = true;
             fresh.push_back(own);

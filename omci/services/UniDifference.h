@@ -5,11 +5,9 @@
 #include <memory>
 #include <vector>
 
-#include "omci/services/UniRules.h"
+#include "omci/services/Piece.h"
 
 namespace omci::services {
-
-using UniRulePtr = std::shared_ptr<const UniRule>;
 
 struct UniChange {
     bool whole = false;              // rows cannot be taken back singly: everything goes, and all rules are made anew
