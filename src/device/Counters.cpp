@@ -2,12 +2,15 @@
 
 #include <net/if.h>
 
+#include <climits>
 #include <cstring>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
 
 #include "device/DestinationSplit.h"
+#include "device/IntervalCounters.h"
 #include "hal/FileText.h"
 #include "hal/KernelNames.h"
 #include "hal/Text.h"
@@ -51,38 +54,67 @@ void putSplit(const DestinationSplit& split, IntfStats& stats) {
     stats.split = kIntfStatsSplitFull;
 }
 
+// As getIntfStats; multicast is the kernel's own counter, whether or not there is a split.
+bool readCounters(const char* interface, IntfStats& stats, std::uint64_t& multicast) {
+    if (!readKernelCounters(interface, stats)) return false;
+    const auto split = readDestinationSplit(interface);
+    // The split may count frames that have come since the kernel's counters were read.
+    if (split && !fitsFrames(*split, stats) && !readKernelCounters(interface, stats)) return false;
+    multicast = stats.rxMulticastFrames;
+    if (split && fitsFrames(*split, stats)) putSplit(*split, stats);
+    return true;
+}
+
 // ---- Performance monitoring ----
 
-constexpr std::uint64_t EthernetPmDirection::*kPmCounters[] = {
-    &EthernetPmDirection::octets,          &EthernetPmDirection::frames, &EthernetPmDirection::multicastFrames,
-    &EthernetPmDirection::broadcastFrames, &EthernetPmDirection::errors, &EthernetPmDirection::discards,
-};
-
-std::mutex baselineMutex;
-std::optional<EthernetPmRecord> baseline;  // the counters when the interval began
-
-EthernetPmRecord recordOf(const IntfStats& stats) {
-    return {{stats.rxOctets, stats.rxFrames, stats.rxMulticastFrames, stats.rxBroadcastFrames, stats.rxErrors,
-             stats.rxDiscards},
-            {stats.txOctets, stats.txFrames, stats.txMulticastFrames, stats.txBroadcastFrames, stats.txErrors,
-             stats.txDiscards}};
+std::mutex readersMutex;
+std::map<int, IntervalCounters>& readers() {  // never destroyed: a thread may read while the process ends
+    static auto& all = *new std::map<int, IntervalCounters>;
+    return all;
 }
 
-EthernetPmDirection since(const EthernetPmDirection& begin, const EthernetPmDirection& now) {
-    EthernetPmDirection difference{};
-    for (const auto counter : kPmCounters) {
-        difference.*counter = now.*counter >= begin.*counter ? now.*counter - begin.*counter : now.*counter;
+std::optional<int> indexOf(const char* interface) {
+    std::string text;
+    if (readFileText(FixedText<128>("/sys/class/net/%s/ifindex", interface).get(), text) != 0) return std::nullopt;
+    const auto number = parseCounter(text);
+    if (!number || *number > INT_MAX) return std::nullopt;
+    return static_cast<int>(*number);
+}
+
+// The counters together with the device that they are of: read once more when it was made anew meanwhile.
+std::optional<CounterReading> readDevice(const char* interface) {
+    constexpr int kTries = 3;
+    for (int tries = 0; tries < kTries; ++tries) {
+        const auto index = indexOf(interface);
+        CounterReading reading{};
+        if (!index || !readCounters(interface, reading.stats, reading.kernelMulticast)) return std::nullopt;
+        if (indexOf(interface) != index) continue;
+        reading.interfaceIndex = *index;
+        return reading;
     }
-    return difference;
+    return std::nullopt;
 }
 
-// With baselineMutex held since before the counters were read.
-EthernetPmRecord sinceBaseline(const EthernetPmRecord& now, bool endInterval) {
-    if (!baseline) baseline = now;
-    const EthernetPmRecord difference{since(baseline->received, now.received),
-                                      since(baseline->transmitted, now.transmitted)};
-    if (endInterval) baseline = now;
-    return difference;
+EthernetPmReaderRecord absoluteRecord(const IntfStats& stats) {
+    EthernetPmReaderRecord record{};
+    record.received = {stats.rxOctets,          stats.rxFrames, stats.rxMulticastFrames,
+                       stats.rxBroadcastFrames, stats.rxErrors, stats.rxDiscards};
+    record.transmitted = {stats.txOctets,          stats.txFrames, stats.txMulticastFrames,
+                          stats.txBroadcastFrames, stats.txErrors, stats.txDiscards};
+    record.split = stats.split;
+    return record;
+}
+
+std::optional<EthernetPmReaderRecord> intervalRecord(int reader, bool endInterval) {
+    // From the reading on: readings of one reader go in their order.
+    const std::lock_guard<std::mutex> lock(readersMutex);
+    const auto now = readDevice(kPmDevice);
+    if (!now) return std::nullopt;
+    IntervalCounters& counters = readers()[reader];
+    counters.add(*now);
+    const EthernetPmReaderRecord record = counters.sum();
+    if (endInterval) counters.beginInterval();
+    return record;
 }
 
 }  // namespace
@@ -90,12 +122,8 @@ EthernetPmRecord sinceBaseline(const EthernetPmRecord& now, bool endInterval) {
 int getIntfStats(const char* interface, IntfStats* result) {
     if (!isDeviceName(interface) || result == nullptr) return -1;
     IntfStats stats{};
-    if (!readKernelCounters(interface, stats)) return -1;
-    if (const auto split = readDestinationSplit(interface)) {
-        // The split may count frames that have come since the kernel's counters were read.
-        if (!fitsFrames(*split, stats) && !readKernelCounters(interface, stats)) return -1;
-        if (fitsFrames(*split, stats)) putSplit(*split, stats);
-    }
+    std::uint64_t multicast = 0;
+    if (!readCounters(interface, stats, multicast)) return -1;
     *result = stats;
     return 0;
 }
@@ -104,15 +132,19 @@ int vorn_omci_pm_get(void* request, void* result) {
     if (request == nullptr || result == nullptr) return -1;
     PmRequest asked{};
     std::memcpy(&asked, request, sizeof asked);
-    if (asked.kind != kPmEthernet || asked.interval > kPmIntervalEnd) return -1;
-    // From the reading on: counters that are read before another thread ends the interval would lie below its baseline.
-    std::unique_lock<std::mutex> lock(baselineMutex, std::defer_lock);
-    if (asked.interval != kPmAbsolute) lock.lock();
-    IntfStats stats{};
-    if (getIntfStats(kPmDevice, &stats) != 0) return -1;
-    const EthernetPmRecord now = recordOf(stats);
-    const EthernetPmRecord answer =
-        asked.interval == kPmAbsolute ? now : sinceBaseline(now, asked.interval == kPmIntervalEnd);
-    std::memcpy(result, &answer, sizeof answer);
+    const bool ofReader = asked.kind == kPmEthernetOfReader;
+    if ((asked.kind != kPmEthernet && !ofReader) || asked.interval > kPmIntervalEnd) return -1;
+    EthernetPmReaderRecord record{};
+    if (asked.interval == kPmAbsolute) {
+        IntfStats stats{};
+        if (getIntfStats(kPmDevice, &stats) != 0) return -1;
+        record = absoluteRecord(stats);
+    } else {
+        const auto counted = intervalRecord(ofReader ? asked.reader : 0, asked.interval == kPmIntervalEnd);
+        if (!counted) return -1;
+        record = *counted;
+    }
+    // The shorter record is the beginning of the longer one.
+    std::memcpy(result, &record, ofReader ? sizeof(EthernetPmReaderRecord) : sizeof(EthernetPmRecord));
     return 0;
 }

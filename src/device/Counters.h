@@ -31,8 +31,11 @@ VORN_API int getIntfStats(const char* interface, IntfStats* result);
 // unknown kind or interval, and a missing device.
 //
 // The daemon keeps the 15-minute clock: it reads with kPmInterval as often as it likes and with kPmIntervalEnd when the
-// interval is over. The first of these two begins the first interval and so answers zeros. A counter that has fallen
-// below its value at the interval's beginning, because the device was made anew, counts from 0.
+// interval is over. The first of these two begins the first interval and so answers zeros. What has been counted is
+// added up at each reading: when the device is made anew (another interface index), which a VEIP service does, the
+// interval goes on with what the new device counts, and what the old one counted after the last reading is lost; a
+// 32-bit counter that comes round is counted on, as long as it is read once a round. Readers with a number of their own
+// (kPmEthernetOfReader) have intervals of their own; kPmEthernet is reader 0.
 VORN_API int vorn_omci_pm_get(void* request, void* result);
 
 #ifdef __cplusplus

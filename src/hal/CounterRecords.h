@@ -13,7 +13,9 @@ enum IntfStatsSplit {
 };
 
 // Absolute counters of one network device since it was made. Frames are those that the device's driver counts; octets
-// are counted the way the driver does it, in general without preamble and frame check sequence.
+// are counted the way the driver does it, in general without preamble and frame check sequence. What "veip0" and the
+// ANI devices ("gpon…") receive is downstream and what they transmit upstream; on a LAN port ("eth…", "sid…") it is the
+// other way round. The attributes that the counters serve stand at EthernetPmDirection.
 typedef struct IntfStats {
     uint64_t rxOctets;
     uint64_t rxFrames;
@@ -35,7 +37,8 @@ typedef struct IntfStats {
 
 // What PmRequest asks for.
 enum PmKind {
-    kPmEthernet = 1,  // answered with EthernetPmRecord
+    kPmEthernet = 1,          // answered with EthernetPmRecord, for reader 0
+    kPmEthernetOfReader = 2,  // answered with EthernetPmReaderRecord, for the reader that the request names
 };
 
 enum PmInterval {
@@ -48,28 +51,40 @@ enum PmInterval {
 typedef struct PmRequest {
     uint16_t kind;     // PmKind
     uint8_t interval;  // PmInterval
-    uint8_t reserved;  // not read
+    uint8_t reader;    // of kPmEthernetOfReader: whose interval, 0 to 255; else not read
 } PmRequest;
 
-// One direction of EthernetPmRecord.
+// One direction of EthernetPmRecord. In brackets the attributes of the Ethernet frame extended PM entity (G.988 class
+// 334, and 425 with 64 bits) that a counter serves; those of the classes 321 and 322 have the same names.
 typedef struct EthernetPmDirection {
-    uint64_t octets;
-    uint64_t frames;
-    uint64_t multicastFrames;
-    uint64_t broadcastFrames;
-    uint64_t errors;
-    uint64_t discards;
+    uint64_t octets;           // [octets]
+    uint64_t frames;           // [frames]
+    uint64_t multicastFrames;  // [multicast frames]
+    uint64_t broadcastFrames;  // [broadcast frames]
+    uint64_t errors;    // frames that the driver found to be in error [CRC errored frames, as far as they are that]
+    uint64_t discards;  // frames dropped for want of a buffer or by the driver [drop events]
 } EthernetPmDirection;
 
 // Answer to kPmEthernet: the subscriber side's traffic as "veip0" counts it.
 typedef struct EthernetPmRecord {
-    EthernetPmDirection received;
-    EthernetPmDirection transmitted;
+    EthernetPmDirection received;     // by veip0, from the PON: downstream
+    EthernetPmDirection transmitted;  // by veip0, to the PON: upstream
 } EthernetPmRecord;
+
+// Answer to kPmEthernetOfReader.
+typedef struct EthernetPmReaderRecord {
+    EthernetPmDirection received;     // downstream
+    EthernetPmDirection transmitted;  // upstream
+    uint32_t split;     // IntfStatsSplit, of an interval: whether it was known all the time. When it is none, multicast
+                        // frames are known downstream only, and the other counts by destination are 0
+    uint32_t reserved;  // 0
+} EthernetPmReaderRecord;
 
 #ifdef __cplusplus
 static_assert(sizeof(IntfStats) == 120 && offsetof(IntfStats, txOctets) == 56, "binary contract");
 static_assert(sizeof(PmRequest) == 4 && sizeof(EthernetPmRecord) == 96, "binary contract");
+static_assert(sizeof(EthernetPmReaderRecord) == 104 && offsetof(EthernetPmReaderRecord, split) == 96,
+              "binary contract");
 #endif
 
 #endif

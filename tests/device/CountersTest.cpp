@@ -30,6 +30,10 @@ protected:
         PmRequest request{kPmEthernet, interval, 0xFF};
         return vorn_omci_pm_get(&request, record);
     }
+    static int askOf(std::uint8_t reader, std::uint8_t interval, EthernetPmReaderRecord* record) {
+        PmRequest request{kPmEthernetOfReader, interval, reader};
+        return vorn_omci_pm_get(&request, record);
+    }
 };
 
 std::vector<std::uint64_t> numbers(const EthernetPmRecord& record) {
@@ -133,7 +137,76 @@ TEST_F(Counters, OfAnIntervalStartFromItsBeginning) {
 
     count("veip0", 3);
     ASSERT_EQ(ask(kPmInterval, &record), 0);
-    EXPECT_EQ(numbers(record), times(3)) << "the device was made anew and counts from 0";
+    EXPECT_EQ(numbers(record), times(5))
+        << "the driver's counters were set to 0: what there was, and what there is now";
+}
+
+// A VEIP service makes veip0 anew, at any time of an interval and more than once.
+TEST_F(Counters, OfAnIntervalGoOnWhenTheDeviceIsMadeAnew) {
+    EthernetPmRecord record{};
+    count("veip0", 6);
+    ASSERT_EQ(ask(kPmIntervalEnd, &record), 0);
+    const auto remade = [](std::uint64_t factor) {
+        onu().removeDevice("veip0");
+        onu().addDevice("veip0");
+        count("veip0", factor);
+    };
+    const struct {
+        bool anew;
+        std::uint64_t factor;
+        std::uint64_t sum;
+    } readings[] = {{true, 3, 3}, {false, 7, 7}, {true, 9, 16}, {false, 10, 17}, {true, 0, 17}, {false, 1, 18}};
+    for (const auto& reading : readings) {
+        reading.anew ? remade(reading.factor) : count("veip0", reading.factor);
+        ASSERT_EQ(ask(kPmInterval, &record), 0);
+        EXPECT_EQ(numbers(record), times(reading.sum)) << reading.factor << " of the device";
+    }
+}
+
+TEST_F(Counters, OfAnIntervalCountOnWhen32BitsComeRound) {
+    EthernetPmRecord record{};
+    onu().setStatistic("veip0", "rx_bytes", 0xFFFFFFFFu - 295);
+    onu().setStatistic("veip0", "tx_bytes", 0x1FFFFFFFFu);
+    ASSERT_EQ(ask(kPmIntervalEnd, &record), 0);
+    onu().setStatistic("veip0", "rx_bytes", 704);
+    onu().setStatistic("veip0", "tx_bytes", 704);
+    ASSERT_EQ(ask(kPmInterval, &record), 0);
+    EXPECT_EQ(record.received.octets, 1000u);
+    EXPECT_EQ(record.transmitted.octets, 704u) << "a counter of 64 bits does not come round: it was set to 0";
+}
+
+TEST_F(Counters, OfAnIntervalTellWhetherTheSplitWasKnownAllTheTime) {
+    onu().removeFile("/proc/net/dev_extstats");
+    EthernetPmReaderRecord record{};
+    ASSERT_EQ(askOf(1, kPmIntervalEnd, &record), 0);
+    count("veip0", 40);  // the file comes in the middle of the interval
+    ASSERT_EQ(askOf(1, kPmIntervalEnd, &record), 0);
+    EXPECT_EQ(record.split, kIntfStatsSplitNone);
+    EXPECT_EQ(record.received.multicastFrames, 9u * 39) << "the kernel's own counter";
+    EXPECT_EQ(record.received.broadcastFrames + record.transmitted.broadcastFrames, 0u)
+        << "what was counted before the interval is not of the interval";
+    count("veip0", 41);
+    ASSERT_EQ(askOf(1, kPmIntervalEnd, &record), 0);
+    EXPECT_EQ(record.split, kIntfStatsSplitFull);
+    EXPECT_EQ(record.received.broadcastFrames, 11u);
+    onu().removeFile("/proc/net/dev_extstats");
+    ASSERT_EQ(askOf(1, kPmAbsolute, &record), 0);
+    EXPECT_EQ(record.split, kIntfStatsSplitNone);
+}
+
+TEST_F(Counters, OfTwoReadersHaveIntervalsOfTheirOwn) {
+    EthernetPmReaderRecord one{}, other{};
+    ASSERT_EQ(askOf(1, kPmIntervalEnd, &one), 0);
+    count("veip0", 3);
+    ASSERT_EQ(askOf(2, kPmIntervalEnd, &other), 0);
+    count("veip0", 6);
+    ASSERT_EQ(askOf(2, kPmIntervalEnd, &other), 0);
+    EXPECT_EQ(other.received.octets, 3u);
+    ASSERT_EQ(askOf(1, kPmInterval, &one), 0);
+    EXPECT_EQ(one.received.octets, 5u);
+    EthernetPmRecord zero{};
+    ASSERT_EQ(ask(kPmInterval, &zero), 0);
+    EXPECT_EQ(zero.received.octets, 0u) << "reader 0 begins its first interval here";
 }
 
 TEST_F(Counters, ARefusedRequestLeavesResultAndInterval) {
@@ -141,7 +214,7 @@ TEST_F(Counters, ARefusedRequestLeavesResultAndInterval) {
     ASSERT_EQ(ask(kPmIntervalEnd, &record), 0);
     count("veip0", 2);
     const auto before = numbers(record);
-    PmRequest unknown{2, kPmIntervalEnd, 0};
+    PmRequest unknown{3, kPmIntervalEnd, 0};
     EXPECT_EQ(vorn_omci_pm_get(&unknown, &record), -1);
     EXPECT_EQ(vorn_omci_pm_get(nullptr, &record), -1);
     EXPECT_EQ(ask(3, &record), -1);
@@ -152,7 +225,7 @@ TEST_F(Counters, ARefusedRequestLeavesResultAndInterval) {
     onu().addDevice("veip0");
     count("veip0", 2);
     ASSERT_EQ(ask(kPmInterval, &record), 0);
-    EXPECT_EQ(numbers(record), times(1));
+    EXPECT_EQ(numbers(record), times(2)) << "the interval goes on with the new device";
 }
 
 }  // namespace

@@ -201,14 +201,19 @@ int RecordingHal::vorn_omci_hal_pm_get(void* request, void* result) {
     if (request == nullptr) return recorded(kOperation, {{"record", nullptr}}, call);
     const auto& asked = *static_cast<const PmRequest*>(request);
     Json fields = {{"kind", asked.kind}, {"interval", asked.interval}};
+    if (asked.kind == kPmEthernetOfReader) fields["reader"] = asked.reader;
     if (result == nullptr) return recorded(kOperation, withoutBuffer(fields), call);
-    const bool ethernet = asked.kind == kPmEthernet;  // the layout of other results is not known
+    // The record of a reader begins like the other one. The layout of other results is not known.
+    const bool ofReader = asked.kind == kPmEthernetOfReader;
+    const bool ethernet = asked.kind == kPmEthernet || ofReader;
     RecordedCall step(kOperation, fields);
     const int code = call();
     if (code == 0 && ethernet) {
         const auto& counters = *static_cast<const EthernetPmRecord*>(result);
-        step.answered(code, {{"received", directionJson(counters.received)},
-                             {"transmitted", directionJson(counters.transmitted)}});
+        Json answer = {{"received", directionJson(counters.received)},
+                       {"transmitted", directionJson(counters.transmitted)}};
+        if (ofReader) answer["split"] = static_cast<const EthernetPmReaderRecord*>(result)->split;
+        step.answered(code, answer);
     } else {
         step.answered(code);
     }

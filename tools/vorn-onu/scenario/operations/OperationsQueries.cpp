@@ -154,6 +154,7 @@ Json directionJson(const EthernetPmDirection& d) {
 struct CountersArguments {
     std::uint16_t kind;
     std::uint8_t interval;
+    std::uint8_t reader;
     std::uint8_t noBuffer;
 };
 
@@ -161,19 +162,23 @@ Operation countersQuery() {
     using R = CountersArguments;
     Operation row = operation<R>(
         "vorn_omci_hal_pm_get", "performance monitoring of the subscriber side", kQuery,
-        {field("kind", &R::kind, Numbers{0, 65535, {{"ethernet", kPmEthernet}}}, otherwise("ethernet"),
-               "which counters"),
+        {field("kind", &R::kind,
+               Numbers{0, 65535, {{"ethernet", kPmEthernet}, {"ethernetOfReader", kPmEthernetOfReader}}},
+               otherwise("ethernet"), "which counters"),
          field("interval", &R::interval,
                Numbers{0, 255, {{"absolute", kPmAbsolute}, {"interval", kPmInterval}, {"intervalEnd", kPmIntervalEnd}}},
                otherwise("absolute"), "since the device was made, or since the 15-minute interval began"),
+         field("reader", &R::reader, Numbers{0, 255, {}}, otherwise(0), "of ethernetOfReader: whose interval"),
          noBuffer<R>()},
-        {"received", "transmitted"}, [](VornHal& hal, R& a) {
-            PmRequest request{a.kind, a.interval, 0};
-            EthernetPmRecord record{};
+        {"received", "transmitted", "split"}, [](VornHal& hal, R& a) {
+            PmRequest request{a.kind, a.interval, a.reader};
+            EthernetPmReaderRecord record{};
             const int result = hal.vorn_omci_hal_pm_get(&request, placeFor(record, a));
-            return Outcome{
+            Outcome outcome{
                 result,
                 {{"received", directionJson(record.received)}, {"transmitted", directionJson(record.transmitted)}}};
+            if (a.kind == kPmEthernetOfReader) outcome.output["split"] = record.split;
+            return outcome;
         });
     row.onNull = [](VornHal& hal) {
         EthernetPmRecord record{};
