@@ -132,6 +132,15 @@ TEST(ReportServices, AFlowToAnotherServiceBelongsToItsPonDevice) {
     EXPECT_EQ(topologyPicture(twoServices()).find("class=\"flow\""), std::string::npos);
 }
 
+TEST(ReportServices, TheIpHostIsAnEndOfItsBridge) {
+    DeviceState state = twoServices();
+    state.devices.push_back(device("br3.2", "br3"));
+    const Service service = servicesOf(state).at(0);
+    ASSERT_EQ(service.unis.size(), 2u);
+    EXPECT_EQ(service.unis[1].port, "IP host");
+    EXPECT_NE(topologyPicture(state).find(">IP host<"), std::string::npos);
+}
+
 TEST(ReportFailedCalls, SayWhatCameBackInWhichStepAndWhy) {
     const std::vector<RunStep> steps = {{1, "call", "gemflow_add", "", 10},
                                         {2, "fault", "fault", "call 1 of tmctl_setQueueCfg will fail with 5", 10},

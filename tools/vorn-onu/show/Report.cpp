@@ -151,8 +151,8 @@ std::string frames(const ReportInput& input) {
 // ---- steps ----
 
 std::string stepItem(const ReportStep& step) {
-    if (step.kind == "note") return element("li", escaped(step.note), "heading") + "\n";
-    if (step.kind == "show") return element("li", escaped(step.words), "heading") + "\n";
+    if (step.kind == "note") return element("li", element("h3", escaped(step.note)), "heading") + "\n";
+    if (step.kind == "show") return element("li", element("h3", escaped(step.words)), "heading") + "\n";
     std::string body = element("span", escaped(step.name.empty() ? step.kind : step.name), "name") + " " +
                        element("span", escaped(step.words), "args");
     if (!step.answer.empty()) body += " <span class=\"answer\">= " + escaped(step.answer) + "</span>";

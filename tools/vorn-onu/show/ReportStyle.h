@@ -70,7 +70,7 @@ ul.plain { list-style:none; margin:0; padding:0 } ul.plain li { padding:2px 0; o
 ol.steps { list-style:none; margin:0; padding:0 }
 ol.steps li { display:grid; grid-template-columns:20px 34px 1fr; padding:5px 0; border-top:1px solid var(--line); font-size:14px }
 ol.steps li:first-child { border-top:0 } ol.steps li:target { background:var(--warn-bg) }
-ol.steps li.heading { display:block; font-weight:600; font-size:15px; padding:14px 0 5px } ol.steps li.heading:first-child { padding-top:0 }
+ol.steps li.heading { display:block; font-weight:600; font-size:15px; padding:14px 0 5px } ol.steps li.heading:first-child { padding-top:0 } .heading h3 { margin:0 }
 .number { color:var(--soft) } .name { font-weight:600 } .args, .answer, .effects { color:var(--soft) }
 ol.steps div { min-width:0; overflow-wrap:anywhere }
 .ok { color:var(--good) } .no { color:var(--bad) }

@@ -151,7 +151,7 @@ std::vector<Service> servicesOf(const DeviceState& state) {
         service.name = bridge.name;
         for (const std::string& member : bridge.members()) addMember(service, state, member);
         for (const NetworkDevice& device : state.devices)  // the IP host sits on the bridge itself
-            if (device.realDevice == bridge.name) service.unis.push_back({bridge.name, device.name});
+            if (device.realDevice == bridge.name) service.unis.push_back({"IP host", device.name});
         const bool onlyPorts =
             std::all_of(service.unis.begin(), service.unis.end(), [](const auto& end) { return end.device.empty(); });
         if (service.anis.empty() && onlyPorts && !service.unis.empty()) continue;
