@@ -146,6 +146,7 @@ bool EtherSwitchBcm380::addBridgeInterface(const char* bridgeName) {
         br_set_stp_state(bridgeName, 0);
         timeval noDelay{};
         br_set_bridge_forward_delay(bridgeName, &noDelay);
+        // A new bridge is not announced. "sendarp -s br0 -d %s" would be the command, with the bridge's name.
     }
     br_shutdown();
     return added;
