@@ -12,7 +12,7 @@ Services::Services(Mib& mib, Performer& performer, Settings settings)
     context_.settings = settings;
     for (const ClassInfo& info : managedEntities()) {
         for (const auto& [instance, entity] : mib_.instances(info.id()))
-            onChange({ChangeKind::kCreated, entity.key(), info.all(), &entity, 0});
+            Services::onChange({ChangeKind::kCreated, entity.key(), info.all(), &entity, 0});
     }
     mib_.addObserver(*this);
 }

@@ -86,7 +86,7 @@ private:
         std::string lead, below;  // in front of this line, and of those that follow it
         unsigned depth;
     };
-    static std::size_t placeOf(int hop) { return static_cast<std::size_t>(hop + 1); }
+    static std::size_t placeOf(int hop) { return static_cast<std::size_t>(hop) + 1; }
 
     void push(std::vector<Pending>& pending, int after, const std::string& lead, unsigned depth) const {
         const auto& next = followers_[placeOf(after)];
