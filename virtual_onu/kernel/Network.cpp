@@ -12,8 +12,6 @@
 #include <unordered_map>
 #include <utility>
 
-#include <nlohmann/json.hpp>
-
 #include "Core.h"
 #include "Facilities.h"
 #include "kernel/HostKernel.h"
@@ -470,49 +468,6 @@ int removeIpRoute(const std::string& destination, int table) {
         return 0;
     }
     return ESRCH;
-}
-
-// ---- set-up by tests, state as JSON ----
-
-nlohmann::json toJson() {
-    const DeviceLock lock(deviceMutex());
-    nlohmann::json json = {{"devices", nlohmann::json::array()}, {"bridges", nlohmann::json::array()}};
-    for (const auto& device : devices()) {
-        json["devices"].push_back({{"name", device.name},
-                                   {"index", device.index},
-                                   {"up", device.up},
-                                   {"flags", device.flags},
-                                   {"mtu", device.mtu},
-                                   {"mac", device.mac},
-                                   {"addresses", device.addresses},
-                                   {"master", device.master},
-                                   {"realDevice", device.realDevice},
-                                   {"isBridge", device.isBridge},
-                                   {"routed", device.routed},
-                                   {"multicast", device.multicast},
-                                   {"ipv6Disabled", device.ipv6Disabled},
-                                   {"operState", device.operState},
-                                   {"statistics", device.statistics}});
-    }
-    for (const auto& bridge : bridges()) {
-        nlohmann::json ports = nlohmann::json::array();
-        for (const auto& port : bridge.ports) {
-            ports.push_back({{"name", port.name}, {"priority", port.priority}, {"pathCost", port.pathCost}});
-        }
-        json["bridges"].push_back({{"name", bridge.name},
-                                   {"ports", ports},
-                                   {"stp", bridge.stp},
-                                   {"forwardDelay", bridge.forwardDelay},
-                                   {"helloTime", bridge.helloTime},
-                                   {"maxAge", bridge.maxAge},
-                                   {"ageingTime", bridge.ageingTime},
-                                   {"priority", bridge.priority}});
-    }
-    json["ipRules"] = state().ipRules;
-    json["ipRoutes"] = VirtualOnu::instance().ipRoutes();
-    json["packetFrames"] = packets::toJson();
-    json["hostKernel"] = hostKernel();
-    return json;
 }
 
 }  // namespace virtual_onu::network

@@ -1,8 +1,56 @@
-// The facade's look at network devices, bridges and their value types.
+// The facade's look at network devices, bridges and their value types, and their state as JSON.
+#include <nlohmann/json.hpp>
+
 #include "Core.h"
 #include "VirtualOnu.h"
 #include "kernel/HostKernel.h"
 #include "kernel/Network.h"
+#include "kernel/PacketSockets.h"
+
+namespace virtual_onu::network {
+
+nlohmann::json toJson() {
+    const DeviceLock lock(deviceMutex());
+    nlohmann::json json = {{"devices", nlohmann::json::array()}, {"bridges", nlohmann::json::array()}};
+    for (const auto& device : devices()) {
+        json["devices"].push_back({{"name", device.name},
+                                   {"index", device.index},
+                                   {"up", device.up},
+                                   {"flags", device.flags},
+                                   {"mtu", device.mtu},
+                                   {"mac", device.mac},
+                                   {"addresses", device.addresses},
+                                   {"master", device.master},
+                                   {"realDevice", device.realDevice},
+                                   {"isBridge", device.isBridge},
+                                   {"routed", device.routed},
+                                   {"multicast", device.multicast},
+                                   {"ipv6Disabled", device.ipv6Disabled},
+                                   {"operState", device.operState},
+                                   {"statistics", device.statistics}});
+    }
+    for (const auto& bridge : bridges()) {
+        nlohmann::json ports = nlohmann::json::array();
+        for (const auto& port : bridge.ports) {
+            ports.push_back({{"name", port.name}, {"priority", port.priority}, {"pathCost", port.pathCost}});
+        }
+        json["bridges"].push_back({{"name", bridge.name},
+                                   {"ports", ports},
+                                   {"stp", bridge.stp},
+                                   {"forwardDelay", bridge.forwardDelay},
+                                   {"helloTime", bridge.helloTime},
+                                   {"maxAge", bridge.maxAge},
+                                   {"ageingTime", bridge.ageingTime},
+                                   {"priority", bridge.priority}});
+    }
+    json["ipRules"] = VirtualOnu::instance().ipRules();
+    json["ipRoutes"] = VirtualOnu::instance().ipRoutes();
+    json["packetFrames"] = packets::toJson();
+    json["hostKernel"] = hostKernel();
+    return json;
+}
+
+}  // namespace virtual_onu::network
 
 namespace virtual_onu {
 
