@@ -41,7 +41,6 @@ struct CoreState {
     std::uint64_t faults = 0;  // of failNext so far
     std::map<std::uint64_t, int> numberedFaults;
     bool sleepsForReal = false;
-    std::uint64_t sleptMs = 0;
 };
 
 // Whether anybody has planned a fault: asked without the lock on the way of every program's own sockets and waits.
@@ -51,8 +50,8 @@ std::atomic<bool> anyFaults{false};
 struct DeviceClock {
     std::mutex mutex;
     std::condition_variable changed;
-    std::uint64_t advancedMs = 0;
-    std::uint64_t epoch = 1;  // counts resets
+    std::atomic<std::uint64_t> advancedMs{0};  // written with the mutex
+    std::uint64_t epoch = 1;                   // counts resets
 };
 
 // How much of the advanced time this thread has lived through.
@@ -61,6 +60,9 @@ struct LivedThrough {
     std::uint64_t ms = 0;
 };
 thread_local LivedThrough livedThrough;
+
+std::atomic<std::uint64_t> sleptMs{0};
+std::uint64_t generation = 0;  // with the device lock
 
 // Everything below is made on first use and never destroyed: other libraries' constructors and destructors, and threads
 // that outlive main(), may still call.
@@ -114,6 +116,16 @@ bool matches(const PendingFault& fault, const std::string& name, const std::stri
 std::recursive_mutex& deviceMutex() {
     static std::recursive_mutex& mutex = makeDeviceMutex();
     return mutex;
+}
+
+// ---- changes ----
+
+void deviceChanged() {
+    ++generation;
+}
+
+std::uint64_t deviceGeneration() {
+    return generation;
 }
 
 // ---- trace ----
@@ -226,7 +238,7 @@ void waitFor(const char* function, std::uint64_t milliseconds) {
     bool reallySleep = false;
     {
         const DeviceLock lock(deviceMutex());
-        core().sleptMs += milliseconds;
+        sleptMs += milliseconds;
         reallySleep = core().sleepsForReal;
     }
     if (!reallySleep) return;
@@ -259,11 +271,16 @@ void idleWait(std::uint64_t milliseconds) {
     }
 }
 
+std::uint64_t virtualNowMs() {
+    return deviceClock().advancedMs.load(std::memory_order_relaxed) + sleptMs.load(std::memory_order_relaxed);
+}
+
 void resetCore() {
     {
         const DeviceLock lock(deviceMutex());
         core() = CoreState{};
         anyFaults.store(false, std::memory_order_release);
+        sleptMs = 0;
     }
     const std::lock_guard<std::mutex> lock(deviceClock().mutex);
     deviceClock().advancedMs = 0;
@@ -349,8 +366,7 @@ void VirtualOnu::advance(unsigned milliseconds) {
 }
 
 std::uint64_t VirtualOnu::slept() const {
-    const DeviceLock lock(deviceMutex());
-    return core().sleptMs;
+    return sleptMs;
 }
 
 }  // namespace virtual_onu

@@ -48,6 +48,13 @@ private:
     std::unique_lock<std::recursive_mutex> lock_;
 };
 
+// ---- changes ----
+
+// Something has changed that decides where frames go: devices, bridges, rules, links, GEM ports, queues, runner
+// classes. With the device lock held.
+void deviceChanged();
+std::uint64_t deviceGeneration();  // counts those changes
+
 // ---- trace ----
 
 // The text with everything but printable ASCII escaped as in C: one line, valid in JSON, no terminal surprises.
@@ -109,6 +116,10 @@ void waitFor(const char* function, std::uint64_t milliseconds);
 // A select without descriptors: ends after the time in reality, or earlier with VirtualOnu::advance(). Every thread
 // lives through all of the advanced time, also when it comes to its wait only afterwards.
 void idleWait(std::uint64_t milliseconds);
+
+// Milliseconds of the virtual clock: what waits have asked for and what VirtualOnu::advance() has let pass. Runs
+// without the device lock.
+std::uint64_t virtualNowMs();
 
 // Forget trace, faults and clock (VirtualOnu::reset).
 void resetCore();

@@ -41,6 +41,7 @@ void afterForkInChild();
 namespace board {  // kit/Board.cpp: NVRAM, images, MAC, PHYs
 void reset();
 nlohmann::json toJson();
+bool phyHasLink(int port);  // false for a port that is none
 }  // namespace board
 
 namespace runner {  // shell/Runner.cpp: what "bs" and "iq" commands made
@@ -63,7 +64,15 @@ int store(const std::string& path, const std::string& content, bool append);
 std::optional<std::string> load(const std::string& path);
 }  // namespace files
 
+namespace optics {  // libc/CharDevices.cpp: raw readings of the optical module, 0 is darkness
+unsigned receiveLevel();
+unsigned transmitLevel();
+}  // namespace optics
+
 namespace datapath {  // frames/DataPath.cpp
+// A port of a bridge does not forward any more: what was learned behind it is forgotten.
+void portStopped(int deviceIndex);
+void bridgeRemoved(int deviceIndex);
 void reset();         // forget the addresses that the bridges have learned
 }  // namespace datapath
 

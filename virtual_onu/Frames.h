@@ -4,8 +4,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Export.h"
@@ -23,6 +26,15 @@ struct VIRTUAL_ONU_API VlanTag {
     std::string text() const;  // "VID 100 p5", "VID 100 p5 DEI TPID 0x88a8"
 };
 
+// An IGMP or MLD message, after the frame's EtherType; what a bridge needs of it.
+struct VIRTUAL_ONU_API GroupMessage {
+    enum class Kind { Query, Report, Leave };
+    Kind kind = Kind::Report;
+    std::string group;               // "239.1.2.3", "ff15::1"; "" for a general query
+    unsigned maxResponseMs = 10000;  // of a query
+    bool operator==(const GroupMessage& other) const;
+};
+
 struct VIRTUAL_ONU_API Frame {
     std::string source = "02:00:5e:00:00:01";
     std::string destination = "02:00:5e:00:00:02";
@@ -30,10 +42,26 @@ struct VIRTUAL_ONU_API Frame {
     std::uint16_t etherType = 0x0800;  // of the payload
     std::optional<std::uint8_t> ipProtocol;
     std::uint8_t dscp = 0;  // 0..63
+    // Octets behind the last type word, an IP packet's length for instance; 0: as few as such a frame can have.
+    std::size_t payloadSize = 0;
+    std::optional<GroupMessage> groupMessage;
     bool operator==(const Frame& other) const;
-    std::string text() const;  // "untagged IPv4", "VID 100 p5, VID 7 p0, IPv4"
-    // On the wire, padded to 60 bytes: IPv4 and IPv6 get a header with DSCP and protocol.
+    std::string text() const;     // "untagged IPv4", "VID 100 p5, VID 7 p0, IPv4"
+    std::size_t payload() const;  // payloadSize, or what it is when it is 0
+    // On the wire without check sum, padded to 60 bytes: whole headers of IPv4, IPv6, ARP, PPPoE and EAPOL.
     std::vector<std::uint8_t> bytes() const;
+    std::vector<std::uint8_t> header() const;  // its addresses, tags and type word alone
+    std::size_t size() const;                  // of bytes()
+};
+
+// The rule that came nearest to taking a frame that no rule took: the first of those with the fewest filters against
+// it. Rules that ask for the right VLAN device come before all others.
+struct VIRTUAL_ONU_API NearestRule {
+    std::uint32_t rule = 0;
+    std::string text;                  // of the rule
+    std::vector<std::string> against;  // "p-bits are 3, not 5"
+    // "rule 7 would take it, but p-bits are 3, not 5"
+    std::string words() const;
 };
 
 // One look-up on a frame's way.
@@ -44,10 +72,37 @@ struct Hop {
     std::string device;      // the real device whose table it is, the bridge, the VLAN device of a flow, the class
     unsigned direction = 0;  // of the table
     unsigned table = 0;      // number of tags that the table stands for
-    std::optional<std::uint32_t> rule;  // id of the rule that matched; nothing: the default action
-    std::string detail;                 // the rule's text, "default: drop", "flooded", ...
-    std::string to;                     // the VLAN device or port that the frame goes to next; "" where it ends
-    Frame frame;                        // after this hop
+    std::optional<std::uint32_t> rule;   // id of the rule that matched; nothing: the default action
+    std::string detail;                  // the rule's text, "default: drop", "flooded", ...
+    std::string to;                      // the VLAN device or port that the frame goes to next; "" where it ends
+    Frame frame;                         // after this hop
+    std::optional<NearestRule> nearest{};  // where no rule matched although the table has some
+};
+
+namespace datapath {
+class WalkRecord;
+}
+
+// The hops of a walk. Their words are made when somebody first looks at one; until then the list costs little.
+class VIRTUAL_ONU_API Hops {
+public:
+    Hops() = default;
+    Hops(std::vector<Hop> hops);  // NOLINT(google-explicit-constructor): a list of hops is one
+    Hops(std::initializer_list<Hop> hops) : Hops(std::vector<Hop>(hops)) {}
+    explicit Hops(std::shared_ptr<const datapath::WalkRecord> record);
+    std::size_t size() const;
+    bool empty() const { return size() == 0; }
+    const std::vector<Hop>& all() const;
+    operator const std::vector<Hop>&() const { return all(); }  // NOLINT(google-explicit-constructor)
+    const Hop& operator[](std::size_t place) const { return all()[place]; }
+    const Hop& at(std::size_t place) const { return all().at(place); }
+    const Hop& front() const { return all().front(); }
+    const Hop& back() const { return all().back(); }
+    std::vector<Hop>::const_iterator begin() const { return all().begin(); }
+    std::vector<Hop>::const_iterator end() const { return all().end(); }
+
+private:
+    std::shared_ptr<const datapath::WalkRecord> record_;
 };
 
 // A copy of the frame that leaves the device.
@@ -69,12 +124,30 @@ struct Drop {
 
 struct Walk {
     Frame sent;
-    std::vector<Hop> hops;
+    Hops hops;
     std::vector<Exit> exits;
     std::vector<Drop> drops;
 };
 
-enum class Learning { On, Off };  // whether bridges remember where the frame came from
+// Whether the device remembers the frame: bridges where it came from, counters that it passed.
+enum class Learning { On, Off };
+
+namespace datapath {
+class Frozen;
+}
+
+// The data path at one moment. Bridges learn from frames and time passes as on the device; nothing is counted, and
+// the device itself does not notice. Copies are the same one. May be called from any thread.
+class VIRTUAL_ONU_API FrozenDataPath {
+public:
+    explicit FrozenDataPath(std::shared_ptr<datapath::Frozen> frozen) : frozen_(std::move(frozen)) {}
+    Walk sendFromPort(const std::string& device, const Frame& frame) const;
+    Walk sendFromPon(unsigned gemPortId, const Frame& frame) const;
+    void pass(std::uint64_t milliseconds) const;
+
+private:
+    std::shared_ptr<datapath::Frozen> frozen_;
+};
 
 }  // namespace virtual_onu
 

@@ -39,6 +39,7 @@ struct VIRTUAL_ONU_API NetworkDevice {
     bool routed = false;     // of a VLAN device
     bool multicast = false;  // of a VLAN device
     bool ipv6Disabled = false;
+    bool takenDown = false;                           // somebody has written its flags, and it is not up; not compared
     std::string operState;                            // "up" or "down", as /sys/class/net/<name>/operstate says
     std::map<std::string, std::uint64_t> statistics;  // /sys/class/net/<name>/statistics/<key>
     bool operator==(const NetworkDevice& other) const;
@@ -48,6 +49,10 @@ struct VIRTUAL_ONU_API BridgePort {
     std::string name;
     int priority = 32;
     int pathCost = 100;
+    // Since it runs (it, its link and the bridge are up) a port passes through listening and learning, with the
+    // spanning tree on; without it, it forwards at once. Virtual milliseconds, not compared.
+    bool running = false;
+    std::uint64_t learningFromMs = 0, forwardingFromMs = 0;
     bool operator==(const BridgePort& other) const;
 };
 
@@ -60,8 +65,17 @@ struct VIRTUAL_ONU_API Bridge {
     int maxAge = 2000;
     int ageingTime = 30000;
     int priority = 32768;
+    bool multicastSnooping = true;  // IGMP and MLD; not compared
     bool operator==(const Bridge& other) const;
     std::vector<std::string> members() const;  // the names of the ports
+};
+
+// An address that a bridge has learned.
+struct VIRTUAL_ONU_API LearnedAddress {
+    std::string bridge;
+    std::string mac;
+    std::string port;
+    std::uint64_t ageMs = 0;  // since it was last seen, by the virtual clock
 };
 
 // ---- Tag rules ----
@@ -136,6 +150,10 @@ struct VIRTUAL_ONU_API RuleTable {
     bool operator==(const RuleTable& other) const;
 };
 
+// What a filter does that asks for a number which no frame can carry, p-bits above 7 or a VID above 4095. How the kit
+// answers is not known.
+enum class OutOfRangeFilters { NeverMatch, MatchAnything, Masked };
+
 // ---- PON ----
 
 struct VIRTUAL_ONU_API GemPort {
@@ -144,12 +162,15 @@ struct VIRTUAL_ONU_API GemPort {
     unsigned allocId = 0;
     bool downstreamOnly = false;
     bool enabled = false;
-    std::vector<std::uint32_t> counters;  // counter[0..9] of the kit's record
+    // counter[0..9] of the kit's record. Frames move 0 and 1 (frames and octets sent), 2 and 3 (received) and 6
+    // (discarded frames); the rest is what setGemCounter makes of it.
+    std::vector<std::uint32_t> counters;
     bool operator==(const GemPort& other) const;
 };
 
 struct VIRTUAL_ONU_API Queue {
     unsigned id = 0, priority = 0, size = 0, weight = 0, schedMode = 0, shapingRate = 0, shapingBurst = 0;
+    std::uint64_t frames = 0, octets = 0;  // sent since the queue was made; not compared
     bool operator==(const Queue& other) const;
 };
 
@@ -239,6 +260,9 @@ public:
     std::size_t ruleCount() const;
     std::vector<std::pair<std::string, std::string>> flows() const;  // (from, to), in the order of creation, no repeats
 
+    void setOutOfRangeFilters(OutOfRangeFilters behaviour);  // NeverMatch on a new board
+    OutOfRangeFilters outOfRangeFilters() const;
+
     // ---- PON ----
     std::vector<Tcont> tconts() const;
     std::optional<Tcont> tcont(unsigned index) const;
@@ -296,10 +320,16 @@ public:
 
     // ---- frames ----
     // Where a frame goes that arrives at a port (sid0, eth0, veip0 from the gateway's side) or in a GEM port. The walk
-    // is the answer; but for the bridges, which learn from it, the device's state does not change.
+    // is the answer. Bridges learn from the frame, and devices, GEM ports and queues count it; with Learning::Off the
+    // answer is the same and the device is afterwards as it was.
     Walk sendFromPort(const std::string& device, const Frame& frame, Learning learning = Learning::On);
     Walk sendFromPon(unsigned gemPortId, const Frame& frame, Learning learning = Learning::On);
-    void forgetLearned();  // the addresses that the bridges know
+    // The data path as it is now, for frames to be sent later, whatever becomes of the device.
+    FrozenDataPath freezeDataPath() const;
+    std::vector<LearnedAddress> learnedAddresses() const;  // by bridge and address, those that have not aged
+    void forgetLearned();                                  // the addresses and multicast groups that the bridges know
+    // IGMP and MLD snooping of a bridge, on as the kernel has it. False when there is no such bridge.
+    bool setMulticastSnooping(const std::string& bridge, bool on);
 
     // ---- trace ----
     std::vector<TraceEntry> trace() const;  // the latest 200,000 entries

@@ -1,4 +1,5 @@
-// The data path: carries a frame through tag-rule tables and bridges as the SoC and the kernel do.
+// The data path: carries a frame through tag-rule tables and bridges as the SoC and the kernel do. What is below takes
+// the device lock, or is called with it.
 #ifndef VIRTUAL_ONU_DATA_PATH_H
 #define VIRTUAL_ONU_DATA_PATH_H
 

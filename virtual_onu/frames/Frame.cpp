@@ -1,19 +1,13 @@
-// Frames as text and as bytes.
+// Frames as text.
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <iterator>
 
 #include "Frames.h"
-#include "kernel/Network.h"
 
 namespace virtual_onu {
 
 namespace {
-
-constexpr std::size_t kShortestFrame = 60;
-constexpr std::uint16_t kIpv4 = 0x0800;
-constexpr std::uint16_t kIpv6 = 0x86DD;
 
 struct NamedType {
     std::uint16_t value;
@@ -38,39 +32,6 @@ std::string typeName(std::uint16_t type) {
     return found != kTypeNames.end() ? found->name : "type " + hex(type);
 }
 
-void put16(std::vector<std::uint8_t>& out, unsigned value) {
-    out.push_back(static_cast<std::uint8_t>(value >> 8));
-    out.push_back(static_cast<std::uint8_t>(value));
-}
-
-void putMac(std::vector<std::uint8_t>& out, const std::string& mac) {
-    std::uint8_t bytes[6] = {};
-    network::parseMac(mac, bytes);  // a text that is no MAC address leaves zeros
-    out.insert(out.end(), std::begin(bytes), std::end(bytes));
-}
-
-void putIpv4Header(std::vector<std::uint8_t>& out, const Frame& frame) {
-    std::array<std::uint8_t, 20> header{
-        0x45, static_cast<std::uint8_t>(frame.dscp << 2), 0, 20, 0, 0, 0, 0, 64, frame.ipProtocol.value_or(17)};
-    header[12] = 192, header[13] = 0, header[14] = 2, header[15] = 1;
-    header[16] = 192, header[17] = 0, header[18] = 2, header[19] = 2;
-    unsigned sum = 0;
-    for (std::size_t i = 0; i < header.size(); i += 2) sum += static_cast<unsigned>(header[i] << 8 | header[i + 1]);
-    while (sum > 0xFFFF) sum = (sum & 0xFFFF) + (sum >> 16);
-    header[10] = static_cast<std::uint8_t>(~sum >> 8);
-    header[11] = static_cast<std::uint8_t>(~sum);
-    out.insert(out.end(), header.begin(), header.end());
-}
-
-void putIpv6Header(std::vector<std::uint8_t>& out, const Frame& frame) {
-    std::array<std::uint8_t, 40> header{};
-    header[0] = static_cast<std::uint8_t>(0x60 | frame.dscp >> 2);
-    header[1] = static_cast<std::uint8_t>(frame.dscp << 6);
-    header[6] = frame.ipProtocol.value_or(59);
-    header[7] = 64;
-    out.insert(out.end(), header.begin(), header.end());
-}
-
 }  // namespace
 
 bool VlanTag::operator==(const VlanTag& other) const {
@@ -86,7 +47,12 @@ std::string VlanTag::text() const {
 
 bool Frame::operator==(const Frame& other) const {
     return source == other.source && destination == other.destination && tags == other.tags &&
-           etherType == other.etherType && ipProtocol == other.ipProtocol && dscp == other.dscp;
+           etherType == other.etherType && ipProtocol == other.ipProtocol && dscp == other.dscp &&
+           payloadSize == other.payloadSize && groupMessage == other.groupMessage;
+}
+
+bool GroupMessage::operator==(const GroupMessage& other) const {
+    return kind == other.kind && group == other.group && maxResponseMs == other.maxResponseMs;
 }
 
 std::string Frame::text() const {
@@ -95,23 +61,16 @@ std::string Frame::text() const {
     if (tags.empty()) text = "untagged ";
     text += typeName(etherType);
     if (ipProtocol) text += *ipProtocol == 2 ? " IGMP" : " protocol " + std::to_string(*ipProtocol);
-    if (dscp != 0) text += " DSCP " + std::to_string(dscp);
-    return text;
-}
-
-std::vector<std::uint8_t> Frame::bytes() const {
-    std::vector<std::uint8_t> out;
-    putMac(out, destination);
-    putMac(out, source);
-    for (const VlanTag& tag : tags) {
-        put16(out, tag.tpid);
-        put16(out, static_cast<unsigned>(tag.pbits << 13 | (tag.dei ? 1 << 12 : 0) | (tag.vid & 0xFFF)));
+    if (groupMessage) {
+        const GroupMessage::Kind kind = groupMessage->kind;
+        text += kind == GroupMessage::Kind::Query    ? " query"
+                : kind == GroupMessage::Kind::Report ? " report"
+                                                     : " leave";
+        if (!groupMessage->group.empty()) text += " " + groupMessage->group;
     }
-    put16(out, etherType);
-    if (etherType == kIpv4) putIpv4Header(out, *this);
-    if (etherType == kIpv6) putIpv6Header(out, *this);
-    out.resize(std::max(out.size(), kShortestFrame), 0);
-    return out;
+    if (dscp != 0) text += " DSCP " + std::to_string(dscp);
+    if (payloadSize != 0) text += ", " + std::to_string(payloadSize) + " octets";
+    return text;
 }
 
 }  // namespace virtual_onu

@@ -23,17 +23,17 @@ namespace {
 constexpr int kFirstIndex = 2;  // 1 is the loop-back device, which is not shown
 constexpr int kLowestMtu = 68;
 constexpr int kHighestMtu = 65535;
-const char* const kStatisticKeys[] = {
-    "rx_packets",       "tx_packets",        "rx_bytes",          "tx_bytes",        "rx_errors",
-    "tx_errors",        "rx_dropped",        "tx_dropped",        "multicast",       "collisions",
-    "rx_length_errors", "rx_over_errors",    "rx_crc_errors",     "rx_frame_errors", "rx_fifo_errors",
-    "rx_missed_errors", "tx_aborted_errors", "tx_carrier_errors", "tx_fifo_errors",  "tx_heartbeat_errors",
-    "tx_window_errors", "rx_compressed",     "tx_compressed",     "rx_nohandler",
-};
 
 struct Device {
-    NetworkDevice shown;
+    NetworkDevice shown;  // without its statistics: they are in the counters
+    DeviceCounters counters;
     std::string pinnedOperState;  // as VirtualOnu::setOperState wants it, whatever the flags say
+
+    NetworkDevice withStatistics() const {
+        NetworkDevice whole = shown;
+        whole.statistics = counters.byName();
+        return whole;
+    }
 };
 
 // Things with a name and a number, by ascending number; found without looking at the others.
@@ -60,6 +60,7 @@ public:
         return thing == things_.end() ? nullptr : &thing->second;
     }
     const std::map<int, Thing>& all() const { return things_; }
+    std::map<int, Thing>& all() { return things_; }
 
 private:
     std::map<int, Thing> things_;
@@ -109,13 +110,13 @@ void updateOperState(Device& device) {
 }
 
 Device& append(State& target, const std::string& name) {
+    deviceChanged();
     Device device;
     device.shown.name = name;
     device.shown.index = target.nextIndex++;
     const auto index = static_cast<unsigned>(device.shown.index);
     const std::uint8_t mac[6] = {2, 0, 0, 0, static_cast<std::uint8_t>(index >> 8), static_cast<std::uint8_t>(index)};
     device.shown.mac = macText(mac);
-    for (const char* key : kStatisticKeys) device.shown.statistics[key] = 0;
     updateOperState(device);
     return target.devices.add(device.shown.index, name, device);
 }
@@ -125,6 +126,28 @@ void addFactoryDevices(State& state) {
     for (int port = 0; port < 8; ++port) append(state, "sid" + std::to_string(port));
     append(state, "eth0");
     append(state, "eth1");
+}
+
+// Starts the ports that have come up and stops those that have gone down, after a change of the bridge or of a member.
+void updatePorts(const std::string& bridgeName) {
+    Bridge* bridge = findBridge(bridgeName);
+    const Device* own = find(bridgeName);
+    if (bridge == nullptr || own == nullptr) return;
+    for (BridgePort& port : bridge->ports) {
+        const Device* device = find(port.name);
+        const bool running = device != nullptr && isRunning(device->shown) && own->shown.up;
+        if (running && !port.running) {
+            const std::uint64_t stageMs = bridge->stp ? static_cast<std::uint64_t>(bridge->forwardDelay) * 10 : 0;
+            port.learningFromMs = virtualNowMs() + stageMs;
+            port.forwardingFromMs = port.learningFromMs + stageMs;
+        }
+        if (!running && device != nullptr) datapath::portStopped(device->shown.index);
+        port.running = running;
+    }
+}
+
+void updatePortsAt(const NetworkDevice& device) {
+    updatePorts(device.isBridge ? device.name : device.master);
 }
 
 // The kernel's dev_valid_name, and its limit.
@@ -142,6 +165,8 @@ void flushRoutes(const std::string& device) {
 }
 
 void leaveBridge(Device& device) {
+    deviceChanged();
+    datapath::portStopped(device.shown.index);
     if (Bridge* bridge = findBridge(device.shown.master)) {
         auto& ports = bridge->ports;
         ports.erase(std::remove_if(ports.begin(), ports.end(),
@@ -153,6 +178,7 @@ void leaveBridge(Device& device) {
 
 void erase(const std::string& name) {
     Device* device = find(name);
+    datapath::bridgeRemoved(device->shown.index);
     leaveBridge(*device);
     if (const Bridge* bridge = findBridge(name)) {
         for (const auto& port : bridge->ports) {
@@ -168,7 +194,9 @@ void erase(const std::string& name) {
 // Asks the model's device, with the lock held by the caller.
 int withDevice(const std::string& name, const std::function<int(Device&)>& work) {
     Device* device = find(name);
-    return device == nullptr ? ENODEV : work(*device);
+    if (device == nullptr) return ENODEV;
+    deviceChanged();
+    return work(*device);
 }
 
 }  // namespace
@@ -179,10 +207,15 @@ void reset() {
     packets::reset();
     state() = State{};
     addFactoryDevices(state());
+    deviceChanged();
 }
 
 bool hostKernel() {
     return host::active();
+}
+
+bool isRunning(const NetworkDevice& device) {
+    return device.up && (device.operState == "up" || device.operState == "unknown");
 }
 
 bool exists(const std::string& name) {
@@ -251,10 +284,12 @@ int addPort(const std::string& bridgeName, const std::string& deviceName) {
     if (device == nullptr) return EINVAL;
     if (device->shown.isBridge) return ELOOP;
     if (!device->shown.master.empty()) return EBUSY;
+    deviceChanged();
     device->shown.master = bridgeName;
     BridgePort port;
     port.name = deviceName;
     bridge->ports.push_back(port);
+    updatePorts(bridgeName);
     return 0;
 }
 
@@ -273,7 +308,7 @@ std::vector<NetworkDevice> devices() {
     const DeviceLock lock(deviceMutex());
     if (host::active()) return host::devices();
     std::vector<NetworkDevice> all;
-    for (const auto& entry : state().devices.all()) all.push_back(entry.second.shown);
+    for (const auto& entry : state().devices.all()) all.push_back(entry.second.withStatistics());
     return all;
 }
 
@@ -281,7 +316,7 @@ std::optional<NetworkDevice> device(const std::string& name) {
     const DeviceLock lock(deviceMutex());
     if (host::active()) return host::device(name);
     const Device* found = find(name);
-    return found == nullptr ? std::nullopt : std::optional<NetworkDevice>(found->shown);
+    return found == nullptr ? std::nullopt : std::optional<NetworkDevice>(found->withStatistics());
 }
 
 std::optional<NetworkDevice> deviceOfIndex(int index) {
@@ -293,7 +328,7 @@ std::optional<NetworkDevice> deviceOfIndex(int index) {
         return std::nullopt;
     }
     const Device* found = state().devices.find(index);
-    return found == nullptr ? std::nullopt : std::optional<NetworkDevice>(found->shown);
+    return found == nullptr ? std::nullopt : std::optional<NetworkDevice>(found->withStatistics());
 }
 
 std::vector<Bridge> bridges() {
@@ -324,8 +359,10 @@ int setFlags(const std::string& name, unsigned flags) {
     return withDevice(name, [&](Device& device) {
         device.shown.flags = flags;
         device.shown.up = (flags & IFF_UP) != 0;
+        device.shown.takenDown = !device.shown.up;
         updateOperState(device);
         if (!device.shown.up) flushRoutes(name);
+        updatePortsAt(device.shown);
         return 0;
     });
 }
@@ -383,7 +420,9 @@ int changeBridge(const std::string& name, const std::function<int(Bridge&)>& cha
     const DeviceLock lock(deviceMutex());
     if (host::active()) return host::changeBridge(name, change);
     Bridge* bridge = findBridge(name);
-    return bridge == nullptr ? ENODEV : change(*bridge);
+    if (bridge == nullptr) return ENODEV;
+    deviceChanged();
+    return change(*bridge);
 }
 
 int changePort(const std::string& name, const std::function<int(BridgePort&)>& change) {
@@ -392,6 +431,7 @@ int changePort(const std::string& name, const std::function<int(BridgePort&)>& c
     const Device* device = find(name);
     Bridge* bridge = device == nullptr ? nullptr : findBridge(device->shown.master);
     if (bridge == nullptr) return ENODEV;
+    deviceChanged();
     for (auto& port : bridge->ports) {
         if (port.name == name) return change(port);
     }
@@ -417,6 +457,26 @@ bool parseMac(const std::string& text, std::uint8_t (&mac)[6]) {
 std::string macText(const std::uint8_t* mac) {
     char text[18];
     std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+    return text;
+}
+
+void forEachDevice(const std::function<void(const NetworkDevice&, DeviceCounters*)>& look) {
+    const DeviceLock lock(deviceMutex());
+    if (host::active()) {
+        for (const auto& device : host::devices()) look(device, nullptr);
+        return;
+    }
+    for (auto& entry : state().devices.all()) look(entry.second.shown, &entry.second.counters);
+}
+
+std::optional<std::string> splitStatistics() {
+    const DeviceLock lock(deviceMutex());
+    const auto& all = state().devices.all();
+    const bool any =
+        std::any_of(all.begin(), all.end(), [](const auto& entry) { return entry.second.counters.anySplit(); });
+    if (!any) return std::nullopt;
+    std::string text;
+    for (const auto& entry : all) text += entry.second.shown.name + ": " + entry.second.counters.splitColumns() + "\n";
     return text;
 }
 
@@ -495,12 +555,21 @@ void VirtualOnu::setOperState(const std::string& name, const std::string& operSt
     if (network::Device* device = network::find(name)) {
         device->pinnedOperState = operState;
         network::updateOperState(*device);
+        network::updatePortsAt(device->shown);
+        deviceChanged();
     }
+}
+
+bool VirtualOnu::setMulticastSnooping(const std::string& bridge, bool on) {
+    return network::changeBridge(bridge, [on](Bridge& changed) {
+               changed.multicastSnooping = on;
+               return 0;
+           }) == 0;
 }
 
 void VirtualOnu::setStatistic(const std::string& device, const std::string& key, std::uint64_t value) {
     const DeviceLock lock(deviceMutex());
-    if (network::Device* found = network::find(device)) found->shown.statistics[key] = value;
+    if (network::Device* found = network::find(device)) found->counters.set(key, value);
 }
 
 void VirtualOnu::refuseDeletion(const std::string& device, int times, int code) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "VirtualOnu.h"
+#include "kernel/DeviceCounters.h"
 
 namespace virtual_onu::network {
 
@@ -30,6 +31,14 @@ std::optional<NetworkDevice> device(const std::string& name);
 std::optional<NetworkDevice> deviceOfIndex(int index);
 std::vector<Bridge> bridges();
 std::optional<Bridge> bridge(const std::string& name);
+
+// Up, and its link as well, as the kernel tells a port that forwards.
+bool isRunning(const NetworkDevice& device);
+// The devices in place, without their statistics, and their counters (null in host kernel mode). The counters stay
+// where they are until a device is added or removed.
+void forEachDevice(const std::function<void(const NetworkDevice&, DeviceCounters*)>& look);
+// "/proc/net/dev_extstats": a line a device; nothing as long as no frame has passed.
+std::optional<std::string> splitStatistics();
 
 bool hostKernel();  // devices live in the caller's network namespace
 

@@ -83,6 +83,13 @@ namespace board {
 void reset() {
     const DeviceLock lock(deviceMutex());
     boardState() = BoardState{};
+    deviceChanged();
+}
+
+bool phyHasLink(int port) {
+    const DeviceLock lock(deviceMutex());
+    const Phy* phy = phyAt(0, port);
+    return phy != nullptr && phy->linkUp;
 }
 
 nlohmann::json toJson() {
@@ -140,6 +147,7 @@ void VirtualOnu::setPhy(int port, bool linkUp, int speed, int duplex) {
     Phy* phy = phyAt(0, port);
     if (phy == nullptr) throw std::invalid_argument("setPhy: no such port");
     *phy = {linkUp, speed, duplex};
+    deviceChanged();
 }
 
 std::pair<int, int> VirtualOnu::phyMode(int port) const {

@@ -7,6 +7,7 @@
 
 #include "Core.h"
 #include "Facilities.h"
+#include "kit/PonTables.h"
 #include "platform/gponctl.h"
 #include "platform/kit_numbers.h"
 #include "platform/tmctl.h"
@@ -79,6 +80,7 @@ std::optional<unsigned> freeGemIndex() {
 }
 
 int configureGemPort(GponCtlGemPortConfig& record) {
+    deviceChanged();
     // The record's index stays as it came in.
     if (findGemPort(record.gemPortId) != nullptr) return GPONCTL_ERROR_GEM_PORT_EXISTS;
     std::optional<unsigned> index = record.gemIndex;
@@ -100,6 +102,7 @@ int configureGemPort(GponCtlGemPortConfig& record) {
 int gponCall(const char* name, const std::string& argumentList, const std::function<int()>& work) {
     return platformCall(name, argumentList, [&] {
         const DeviceLock lock(deviceMutex());
+        deviceChanged();
         return work();
     });
 }
@@ -135,7 +138,9 @@ nlohmann::json tcontJson(const Tcont& tcont) {
                           {"weight", queue.weight},
                           {"schedMode", queue.schedMode},
                           {"shapingRate", queue.shapingRate},
-                          {"shapingBurst", queue.shapingBurst}});
+                          {"shapingBurst", queue.shapingBurst},
+                          {"frames", queue.frames},
+                          {"octets", queue.octets}});
     }
     return {{"index", tcont.index},
             {"allocId", tcont.allocId == kUnbound ? nlohmann::json() : nlohmann::json(tcont.allocId)},
@@ -150,6 +155,15 @@ namespace pon {
 void reset() {
     const DeviceLock lock(deviceMutex());
     ponState() = PonState{};
+    deviceChanged();
+}
+
+std::map<unsigned, GemPort>& gemPortsInPlace() {
+    return ponState().gemPorts;
+}
+
+std::map<unsigned, Tcont>& tcontsInPlace() {
+    return ponState().tconts;
 }
 
 nlohmann::json toJson() {
@@ -223,6 +237,7 @@ void VirtualOnu::addGemPort(unsigned portId, unsigned index, unsigned allocId) {
     if (findGemPort(portId) != nullptr || findGemPortByIndex(index) != nullptr) {
         throw std::invalid_argument("addGemPort: port id or index is taken");
     }
+    deviceChanged();
     ponState().gemPorts[portId] = {
         index, portId, allocId, allocId == kUnbound, false, std::vector<std::uint32_t>(kCounters)};
 }
@@ -396,10 +411,12 @@ int tmctl_setQueueCfg(int deviceType, const TmctlIf* interface, const TmctlQueue
         if (config->schedMode != TMCTL_SCHED_STRICT_PRIORITY && config->schedMode != TMCTL_SCHED_WEIGHTED_ROUND_ROBIN) {
             return EINVAL;
         }
-        const Queue wanted{config->queueId,   config->priority,    config->queueSize,   config->weight,
-                           config->schedMode, config->shapingRate, config->shapingBurst};
+        Queue wanted{config->queueId,   config->priority,    config->queueSize,   config->weight,
+                     config->schedMode, config->shapingRate, config->shapingBurst};
         const auto queue = queueAt(tcont, wanted.id);
         if (queue != tcont.queues.end()) {
+            wanted.frames = queue->frames;
+            wanted.octets = queue->octets;
             *queue = wanted;
             return 0;
         }

@@ -1,7 +1,6 @@
 // VLAN control: VLAN devices, the tag-rule tables of every real device, default actions, flows.
 #include <algorithm>
 #include <cerrno>
-#include <tuple>
 #include <utility>
 
 #include <nlohmann/json.hpp>
@@ -22,16 +21,8 @@ constexpr unsigned kMaxTags = 4;
 constexpr unsigned kActionPass = 0;
 constexpr unsigned kActionDrop = 1;
 
-struct TableKey {
-    std::string device;
-    unsigned direction;
-    unsigned tags;
-    bool operator<(const TableKey& other) const {
-        return std::tie(device, direction, tags) < std::tie(other.device, other.direction, other.tags);
-    }
-};
-
 using vlan::Table;
+using vlan::TableKey;
 
 struct VlanState {
     unsigned openCount = 0;  // vlanCtl_init minus vlanCtl_cleanup
@@ -41,6 +32,7 @@ struct VlanState {
     std::map<TableKey, Table> tables;
     std::vector<std::pair<std::string, std::string>> flows;
     std::map<std::string, int> realDeviceModes;
+    OutOfRangeFilters outOfRange = OutOfRangeFilters::NeverMatch;
 };
 
 VlanState& vlanState() {
@@ -59,7 +51,9 @@ int vlanCall(const char* name, const std::string& argumentList, const std::funct
         name, argumentList,
         [&] {
             const DeviceLock lock(deviceMutex());
-            return vlanState().openCount == 0 ? EPERM : work();
+            if (vlanState().openCount == 0) return EPERM;
+            deviceChanged();
+            return work();
         },
         device);
 }
@@ -106,11 +100,13 @@ namespace vlan {
 void reset() {
     const DeviceLock lock(deviceMutex());
     vlanState() = VlanState{};
+    deviceChanged();
 }
 
 void deviceRemoved(const std::string& name) {
     const DeviceLock lock(deviceMutex());
     auto& state = vlanState();
+    deviceChanged();
     auto table = state.tables.lower_bound({name, 0, 0});
     while (table != state.tables.end() && table->first.device == name) table = state.tables.erase(table);
     state.flows.erase(std::remove_if(state.flows.begin(), state.flows.end(),
@@ -119,9 +115,9 @@ void deviceRemoved(const std::string& name) {
     state.realDeviceModes.erase(name);
 }
 
-const Table* tableOf(const std::string& device, unsigned direction, unsigned tags) {
-    const Table* table = findTable(device, direction, tags);
-    return table == nullptr || (table->rules.empty() && !table->defaultAction) ? nullptr : table;
+void forEachTable(const std::function<void(const TableKey&, const Table&)>& look) {
+    for (const auto& [key, table] : vlanState().tables)
+        if (!table.rules.empty() || table.defaultAction) look(key, table);
 }
 
 const std::vector<std::pair<std::string, std::string>>& flowList() {
@@ -184,6 +180,17 @@ std::optional<DefaultAction> VirtualOnu::defaultAction(const std::string& device
     const DeviceLock lock(deviceMutex());
     const Table* table = findTable(device, direction, tags);
     return table == nullptr ? std::nullopt : table->defaultAction;
+}
+
+void VirtualOnu::setOutOfRangeFilters(OutOfRangeFilters behaviour) {
+    const DeviceLock lock(deviceMutex());
+    vlanState().outOfRange = behaviour;
+    deviceChanged();
+}
+
+OutOfRangeFilters VirtualOnu::outOfRangeFilters() const {
+    const DeviceLock lock(deviceMutex());
+    return vlanState().outOfRange;
 }
 
 std::size_t VirtualOnu::ruleCount() const {
@@ -333,6 +340,7 @@ int vlanCtl_insertTagRule(const char* realDev, unsigned int direction, unsigned 
             if (const int error = tableError(nameOf(realDev), direction, nbrOfTags)) return error;
             if (position != VLANCTL_POSITION_FRONT && position != VLANCTL_POSITION_APPEND) return EINVAL;
             if (namesMissingDevice(state.pending)) return ENODEV;
+            deviceChanged();
             auto& rules = state.tables[{nameOf(realDev), direction, nbrOfTags}].rules;
             const TagRule rule{state.nextRuleId++, state.pending};
             rules.insert(position == VLANCTL_POSITION_FRONT ? rules.begin() : rules.end(), rule);

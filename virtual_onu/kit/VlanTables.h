@@ -3,8 +3,10 @@
 #ifndef VIRTUAL_ONU_VLAN_TABLES_H
 #define VIRTUAL_ONU_VLAN_TABLES_H
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -17,8 +19,17 @@ struct Table {
     std::optional<DefaultAction> defaultAction;
 };
 
-// Null where the device has neither a rule nor a default action for this number of tags.
-const Table* tableOf(const std::string& device, unsigned direction, unsigned tags);
+struct TableKey {
+    std::string device;
+    unsigned direction;
+    unsigned tags;
+    bool operator<(const TableKey& other) const {
+        return std::tie(device, direction, tags) < std::tie(other.device, other.direction, other.tags);
+    }
+};
+
+// Every table that holds a rule or a default action.
+void forEachTable(const std::function<void(const TableKey&, const Table&)>& look);
 const std::vector<std::pair<std::string, std::string>>& flowList();
 
 }  // namespace virtual_onu::vlan

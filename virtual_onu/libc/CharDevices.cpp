@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Core.h"
+#include "Facilities.h"
 #include "VirtualOnu.h"
 #include "platform/kit_numbers.h"
 
@@ -125,6 +126,7 @@ int ioctl(Kind kind, unsigned long request, void* argument) {
 void reset() {
     const DeviceLock lock(deviceMutex());
     state() = State{};
+    deviceChanged();
 }
 
 nlohmann::json toJson() {
@@ -141,10 +143,21 @@ nlohmann::json toJson() {
 
 namespace virtual_onu {
 
+unsigned optics::receiveLevel() {
+    const DeviceLock lock(deviceMutex());
+    return chardev::state().receiveLevel;
+}
+
+unsigned optics::transmitLevel() {
+    const DeviceLock lock(deviceMutex());
+    return chardev::state().transmitLevel;
+}
+
 void VirtualOnu::setOptics(std::uint16_t rawReceive, std::uint16_t rawTransmit) {
     const DeviceLock lock(deviceMutex());
     chardev::state().receiveLevel = rawReceive;
     chardev::state().transmitLevel = rawTransmit;
+    deviceChanged();
 }
 
 void VirtualOnu::setI2cImage(const std::vector<std::uint8_t>& image) {

@@ -253,21 +253,20 @@ std::optional<VlanTag> pushedTag(const std::string& braced) {
 
 }  // namespace
 
-std::optional<Shortcut> shortcutFor(const std::string& port, const Frame& frame) {
+std::vector<UpstreamClass> upstreamClasses() {
+    std::vector<UpstreamClass> classes;
     for (const Object& object : state().objects) {
         if (!startsWith(object.name, "ingress_class/dir=us")) continue;
         for (const Entry& entry : object.entries) {
             const auto key = settingsOf(entry.key), result = settingsOf(entry.value);
-            const bool fits = key.count("ingress_port") != 0 && key.at("ingress_port") == port &&
-                              numberIn(key, "vlan_num", 0) == frame.tags.size() &&
-                              numberIn(key, "etype", 0) == frame.etherType;
-            if (!fits || result.count("egress_port") == 0) continue;
+            if (key.count("ingress_port") == 0 || result.count("egress_port") == 0) continue;
             const auto action = result.find("vlan_action");
-            return Shortcut{object.name, result.at("egress_port"),
-                            action == result.end() ? std::nullopt : pushedTag(action->second)};
+            classes.push_back({object.name, key.at("ingress_port"), result.at("egress_port"),
+                               numberIn(key, "vlan_num", 0), numberIn(key, "etype", 0),
+                               action == result.end() ? std::nullopt : pushedTag(action->second)});
         }
     }
-    return std::nullopt;
+    return classes;
 }
 
 bool runBs(const Words& words) {
@@ -275,6 +274,7 @@ bool runBs(const Words& words) {
     const auto verb = verbs().find(words[0]);
     if (verb == verbs().end()) return false;
     const DeviceLock lock(deviceMutex());
+    deviceChanged();
     return verb->second(words);
 }
 
@@ -300,6 +300,7 @@ bool runIq(const Words& words) {
 void reset() {
     const DeviceLock lock(deviceMutex());
     state() = State{};
+    deviceChanged();
 }
 
 nlohmann::json toJson() {

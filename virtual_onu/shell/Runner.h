@@ -15,15 +15,16 @@ namespace virtual_onu::runner {
 bool runBs(const std::vector<std::string>& words);
 bool runIq(const std::vector<std::string>& words);
 
-// An upstream class of the runner forwards a frame itself, past the tag rules and the bridges.
-struct Shortcut {
-    std::string name;    // of the class
+// An upstream class of the runner: it forwards the frames of a port by itself, past the tag rules and the bridges. The
+// first one that fits takes the frame.
+struct UpstreamClass {
+    std::string name;
+    std::string port;    // "lan2" is sid2
     std::string egress;  // port that it forwards to, as the runner names it: "wan0"
+    unsigned long tags = 0, etherType = 0;
     std::optional<VlanTag> pushed;
 };
-// The class that takes a frame at this port ("lan2" is sid2); nothing when there is none. The caller holds the device
-// lock.
-std::optional<Shortcut> shortcutFor(const std::string& port, const Frame& frame);
+std::vector<UpstreamClass> upstreamClasses();  // with the device lock held
 
 }  // namespace virtual_onu::runner
 

@@ -1,0 +1,126 @@
+#include "frames/Packet.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+
+#include "kernel/Network.h"
+
+namespace virtual_onu::datapath {
+
+namespace {
+
+constexpr std::uint16_t kIpv6 = 0x86DD;
+constexpr std::uint8_t kIgmp = 2, kIcmpv6 = 58;
+constexpr Mac kIpv4Groups = 0x01005E000000, kIpv6Groups = 0x333300000000;
+constexpr std::size_t kMacText = 17;  // "02:00:5e:00:00:01"
+
+int digit(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
+}
+
+}  // namespace
+
+Mac macOf(const std::string& text) {
+    Mac mac = 0;
+    if (text.size() == kMacText) {
+        int bad = 0;
+        for (std::size_t i = 0; i < kMacText; i += 3) {
+            const int high = digit(text[i]), low = digit(text[i + 1]);
+            bad |= high | low;
+            if (i + 2 < kMacText && text[i + 2] != ':') bad = -1;
+            mac = mac << 8 | static_cast<Mac>((high << 4 | low) & 0xFF);
+        }
+        if (bad >= 0) return mac;
+    }
+    std::uint8_t bytes[6] = {};  // shorter ways of writing it
+    if (!network::parseMac(text, bytes)) return 0;
+    mac = 0;
+    for (const std::uint8_t byte : bytes) mac = mac << 8 | byte;
+    return mac;
+}
+
+std::string textOf(Mac mac) {
+    std::array<std::uint8_t, 6> bytes{};
+    for (std::size_t i = bytes.size(); i-- > 0; mac >>= 8) bytes[i] = static_cast<std::uint8_t>(mac);
+    return network::macText(bytes.data());
+}
+
+bool Tags::push() {
+    if (count == kMostTags) return false;
+    std::copy_backward(tag.begin(), tag.begin() + count, tag.begin() + count + 1);
+    tag[0] = VlanTag{};
+    ++count;
+    return true;
+}
+
+void Tags::pop() {
+    if (count == 0) return;
+    std::copy(tag.begin() + 1, tag.begin() + count, tag.begin());
+    --count;
+}
+
+std::size_t Packet::octets() const {
+    return std::max(kShortestFrame, kHeaderOctets + std::size_t{4} * tags.count + payloadSize);
+}
+
+Mac groupMac(const std::string& ipGroup) {
+    std::array<std::uint8_t, 16> bytes{};
+    Mac mac = 0;
+    if (inet_pton(AF_INET, ipGroup.c_str(), bytes.data()) == 1) {
+        if (bytes[0] >> 4 != 0xE) return 0;
+        bytes[1] &= 0x7F;
+        for (std::size_t i = 1; i < 4; ++i) mac = mac << 8 | bytes[i];
+        return kIpv4Groups | mac;
+    }
+    if (inet_pton(AF_INET6, ipGroup.c_str(), bytes.data()) != 1 || bytes[0] != 0xFF) return 0;
+    for (std::size_t i = 12; i < 16; ++i) mac = mac << 8 | bytes[i];
+    return kIpv6Groups | mac;
+}
+
+namespace {
+
+Multicast multicastOf(const Frame& frame, Mac destination) {
+    Multicast result;
+    result.ipv6 = frame.etherType == kIpv6;
+    if (frame.groupMessage) {
+        const GroupMessage& message = *frame.groupMessage;
+        result.kind = message.kind == GroupMessage::Kind::Query    ? Multicast::Kind::Query
+                      : message.kind == GroupMessage::Kind::Report ? Multicast::Kind::Report
+                                                                   : Multicast::Kind::Leave;
+        result.group = groupMac(message.group);
+        result.maxResponseMs = message.maxResponseMs;
+    } else if (frame.ipProtocol != (result.ipv6 ? kIcmpv6 : kIgmp)) {  // a message without a content is anything
+        result.kind = Multicast::Kind::Data;
+        result.group = destination;
+    }
+    return result;
+}
+
+}  // namespace
+
+Packet packetOf(const Frame& frame) {
+    Packet packet;
+    packet.source = macOf(frame.source);
+    packet.destination = macOf(frame.destination);
+    packet.tags.count = static_cast<std::uint8_t>(frame.tags.size());
+    std::copy(frame.tags.begin(), frame.tags.end(), packet.tags.tag.begin());
+    packet.tags.etherType = frame.etherType;
+    packet.ipProtocol = frame.ipProtocol;
+    packet.dscp = frame.dscp;
+    packet.payloadSize = frame.payload();
+    if (isGroup(packet.destination) && packet.destination != kBroadcast && packet.isIp())
+        packet.multicast = multicastOf(frame, packet.destination);
+    return packet;
+}
+
+Frame frameWith(const Frame& sent, const Tags& tags) {
+    Frame frame = sent;
+    frame.tags.assign(tags.tag.begin(), tags.tag.begin() + tags.count);
+    frame.etherType = tags.etherType;
+    return frame;
+}
+
+}  // namespace virtual_onu::datapath

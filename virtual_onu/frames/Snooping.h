@@ -1,0 +1,42 @@
+// IGMP and MLD snooping of one bridge, as the kernel's bridge does it by default: it listens, and asks nothing itself.
+// Until a querier is heard, multicast goes to every port.
+#ifndef VIRTUAL_ONU_SNOOPING_H
+#define VIRTUAL_ONU_SNOOPING_H
+
+#include <array>
+#include <cstdint>
+#include <map>
+
+#include "frames/Packet.h"
+
+namespace virtual_onu::datapath {
+
+class Snooping {
+public:
+    // A message that came in at a port.
+    void take(const Multicast& message, int port, std::uint64_t nowMs);
+
+    // Whether the frame goes to some ports only; which, says wants().
+    bool narrows(const Multicast& frame, Mac destination, std::uint64_t nowMs) const;
+    bool wants(const Multicast& frame, int port, std::uint64_t nowMs) const;
+
+    void forgetPort(int port);
+
+private:
+    struct Querier {
+        std::uint64_t fromMs = 0;  // when its first answers are in
+        std::uint64_t untilMs = 0;
+    };
+    using Ports = std::map<int, std::uint64_t>;  // until when
+
+    void hearQuery(const Multicast& query, int port, std::uint64_t nowMs);
+    void hearLeave(const Multicast& leave, int port, std::uint64_t nowMs);
+
+    std::array<Querier, 2> queriers_;  // of IPv4 and IPv6
+    std::map<Mac, Ports> members_;
+    Ports routers_;
+};
+
+}  // namespace virtual_onu::datapath
+
+#endif

@@ -1,0 +1,87 @@
+#include "frames/WalkRecord.h"
+
+#include "frames/NearestRule.h"
+
+namespace virtual_onu {
+
+namespace datapath {
+
+namespace {
+
+std::string detailOf(const Step& step) {
+    switch (step.said) {
+        case Said::Rule:
+            return step.rule->rule.text();
+        case Said::DefaultDrops:
+            return "default: drop";
+        case Said::DefaultPasses:
+            return "default: pass";
+        case Said::NothingThere:
+            return "no rule and no default: pass";
+        case Said::Flooded:
+            return "flooded";
+        case Said::Learned:
+            return "learned";
+        case Said::Wanted:
+            return "to a port that wants the group";
+        case Said::OwnDevices:
+            return "to the bridge's own devices";
+        case Said::Flow:
+            return "flow";
+        case Said::Runner:
+            return "forwards it itself";
+    }
+    return "";
+}
+
+}  // namespace
+
+const std::vector<Hop>& WalkRecord::hops() const {
+    if (!worded_) {
+        std::call_once(once_, [this] {
+            words_.reserve(steps.size());
+            for (const Step& step : steps) words_.push_back(hopOf(step));
+        });
+    }
+    return words_;
+}
+
+Hop WalkRecord::hopOf(const Step& step) const {
+    Hop hop;
+    hop.kind = step.kind;
+    hop.from = step.from;
+    hop.device = step.runner != nullptr ? step.runner->name : plan_->device(step.device).name;
+    hop.direction = step.direction;
+    if (step.table != nullptr) hop.table = step.table->number();
+    if (step.rule != nullptr) hop.rule = step.rule->rule.id;
+    hop.detail = detailOf(step);
+    if (step.runner != nullptr)
+        hop.to = step.runner->egress;
+    else if (step.to != kNoDevice)
+        hop.to = plan_->device(step.to).name;
+    hop.frame = frameWith(sent_, step.tags);
+    if (step.table != nullptr && step.rule == nullptr) hop.nearest = nearestOf(step);
+    return hop;
+}
+
+// A look-up that found no rule has changed nothing: the frame after it is the one that it saw.
+std::optional<NearestRule> WalkRecord::nearestOf(const Step& step) const {
+    return nearestRule(*plan_, *step.table, frameWith(sent_, step.tags), step.gemIndex, step.txDevice);
+}
+
+}  // namespace datapath
+
+Hops::Hops(std::vector<Hop> hops) : record_(std::make_shared<const datapath::WalkRecord>(std::move(hops))) {}
+
+Hops::Hops(std::shared_ptr<const datapath::WalkRecord> record) : record_(std::move(record)) {}
+
+std::size_t Hops::size() const {
+    return record_ == nullptr ? 0 : record_->size();
+}
+
+const std::vector<Hop>& Hops::all() const {
+    static const auto& none = *new std::vector<Hop>;
+    return record_ == nullptr ? none : record_->hops();
+}
+
+}  // namespace virtual_onu

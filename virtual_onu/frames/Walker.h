@@ -1,0 +1,77 @@
+// Carries one frame and its copies through a plan.
+#ifndef VIRTUAL_ONU_WALKER_H
+#define VIRTUAL_ONU_WALKER_H
+
+#include <memory>
+#include <string>
+
+#include "frames/BridgeMemory.h"
+#include "frames/WalkRecord.h"
+
+namespace virtual_onu::datapath {
+
+// What a walk goes through, and whether devices count it.
+struct Ground {
+    std::shared_ptr<const Plan> plan;
+    BridgeMemory& memory;
+    std::uint64_t nowMs = 0;
+    bool counts = false;
+};
+
+class Walker {
+public:
+    // The frame has at most kMostTags tags.
+    Walker(const Ground& ground, const Frame& frame);
+    void enter(const std::string& device);  // from outside
+    void enterFromPon(unsigned gemPortId);
+    Walk finish() &&;
+
+private:
+    using Way = network::Way;
+    // One copy of the frame on its way through the device.
+    struct Copy {
+        Packet packet;
+        Marks marks;
+        int hop = -1;  // the last one
+    };
+    enum class Outcome { Ended, GoesOn };
+
+    bool takeRunnerClass(DeviceId port, const Copy& copy);
+    bool passes(DeviceId id, const Copy& copy, Way way);
+    void receive(DeviceId id, Copy copy);
+    void deliver(DeviceId id, const Copy& copy);
+    void flow(DeviceId target, Copy copy);
+    void transmit(DeviceId id, Copy copy);
+    void leave(DeviceId id, const Copy& copy);
+    void leaveAtPon(const Copy& copy, Exit exit);
+    void leaveAs(Exit exit, const Copy& copy);
+    // First match wins. next is the VLAN device that a receive table names.
+    Outcome lookUp(DeviceId device, unsigned direction, DeviceId txDevice, Copy& copy, DeviceId& next);
+
+    // A frame in a bridge: from one of its ports, or from the bridge's own devices (port kNoDevice). flowed: a copy
+    // goes elsewhere already.
+    void bridge(DeviceId id, DeviceId port, const Copy& copy, bool flowed);
+    bool learnsAt(DeviceId id, const PlanBridge& bridge, DeviceId port, const Copy& copy);
+    void toOwnDevices(DeviceId id, const Copy& copy);
+    void forward(DeviceId id, DeviceId port, const Copy& copy, bool sentElsewhere);
+    void toPort(DeviceId bridge, DeviceId port, Said said, const Copy& copy);
+
+    void count(DeviceId id, Way way, const Packet& packet);
+    int add(Step step);
+    void drop(const Copy& copy, DeviceId device, std::string reason, Way way);
+    void drop(const Copy& copy, const std::string& device, std::string reason);
+
+    const Plan& plan_;
+    BridgeMemory& memory_;
+    const std::uint64_t nowMs_;
+    const bool counts_;
+    Packet sent_;
+    network::Destination destination_;
+    std::shared_ptr<WalkRecord> record_;
+    Walk walk_;
+    GemPort* fromGemPort_ = nullptr;
+};
+
+}  // namespace virtual_onu::datapath
+
+#endif

@@ -1,0 +1,59 @@
+// What a network device has counted: the kernel's counters below /sys/class/net/<device>/statistics, and the frames by
+// kind of destination that "/proc/net/dev_extstats" shows.
+#ifndef VIRTUAL_ONU_DEVICE_COUNTERS_H
+#define VIRTUAL_ONU_DEVICE_COUNTERS_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace virtual_onu::network {
+
+enum class Way : std::uint8_t { Received, Sent };
+enum class Destination : std::uint8_t { Multicast, Broadcast, Unicast };  // the order of the columns
+
+class DeviceCounters {
+public:
+    // A frame of so many octets (without its check sum) passes the device.
+    void count(Way way, Destination destination, std::size_t octets) {
+        const bool received = way == Way::Received;
+        ++kernel_[received ? kReceivedPackets : kSentPackets];
+        kernel_[received ? kReceivedBytes : kSentBytes] += octets;
+        if (received && destination == Destination::Multicast) ++kernel_[kMulticast];
+        ++split_[static_cast<std::size_t>(way) * 3 + static_cast<std::size_t>(destination)];
+    }
+    // A frame ends here, on its way in or out.
+    void countDrop(Way way) { ++kernel_[way == Way::Received ? kReceivedDropped : kSentDropped]; }
+
+    void set(const std::string& key, std::uint64_t value);  // also a key that the kernel does not know
+    std::map<std::string, std::uint64_t> byName() const;
+    bool anySplit() const;
+    // "rx multicast, broadcast, unicast, tx multicast, ...": the six columns.
+    std::string splitColumns() const;
+
+private:
+    enum Place : std::size_t {
+        kReceivedPackets,
+        kSentPackets,
+        kReceivedBytes,
+        kSentBytes,
+        kReceivedErrors,
+        kSentErrors,
+        kReceivedDropped,
+        kSentDropped,
+        kMulticast,
+        kFirstOther,
+    };
+    static constexpr std::size_t kPlaces = 24;
+    static const std::array<const char*, kPlaces> kNames;
+
+    std::array<std::uint64_t, kPlaces> kernel_{};
+    std::array<std::uint64_t, 6> split_{};
+    std::map<std::string, std::uint64_t> others_;
+};
+
+}  // namespace virtual_onu::network
+
+#endif
