@@ -102,7 +102,7 @@ bool Walker::takeRunnerClass(DeviceId port, const Copy& copy) {
 }
 
 // Whether a frame can pass the device; else it ends.
-bool Walker::passes(DeviceId id, const Copy& copy, Way way) {
+bool Walker::passes(DeviceId id, const Copy& copy, Way way, Limit limit) {
     const PlanDevice& device = plan_.device(id);
     if (record_->steps.size() >= kMostHops) {
         drop(copy, device.name, "the devices are stacked in a ring");
@@ -112,6 +112,8 @@ bool Walker::passes(DeviceId id, const Copy& copy, Way way) {
         drop(copy, device.name, device.blocked);
         return false;
     }
+    // What a bridge forwards is as long as its ports let it be; the bridge's own MTU is for its own frames.
+    if (limit == Limit::None) return true;
     if (copy.packet.octetsBesideTag() > device.mtu + kHeaderOctets + kTagOctets) {
         drop(copy, id, "too long for " + device.name + ", whose MTU is " + std::to_string(device.mtu), way);
         return false;

@@ -37,7 +37,8 @@ private:
     enum class Outcome { Ended, GoesOn };
 
     bool takeRunnerClass(DeviceId port, const Copy& copy);
-    bool passes(DeviceId id, const Copy& copy, Way way);
+    enum class Limit { Mtu, None };
+    bool passes(DeviceId id, const Copy& copy, Way way, Limit limit = Limit::Mtu);
     void receive(DeviceId id, Copy copy);
     void deliver(DeviceId id, const Copy& copy);
     void flow(DeviceId target, Copy copy);

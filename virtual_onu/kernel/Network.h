@@ -32,6 +32,9 @@ std::optional<NetworkDevice> deviceOfIndex(int index);
 std::vector<Bridge> bridges();
 std::optional<Bridge> bridge(const std::string& name);
 
+enum class PortState : unsigned { Disabled = 0, Listening = 1, Learning = 2, Forwarding = 3 };  // the kernel's numbers
+PortState stateOf(const BridgePort& port);
+
 // Up, and its link as well, as the kernel tells a port that forwards.
 bool isRunning(const NetworkDevice& device);
 // The devices in place, without their statistics, and their counters (null in host kernel mode). The counters stay

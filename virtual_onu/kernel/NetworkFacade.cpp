@@ -9,6 +9,32 @@
 
 namespace virtual_onu::network {
 
+PortState stateOf(const BridgePort& port) {
+    if (hostKernel()) return PortState::Forwarding;
+    if (!port.running) return PortState::Disabled;
+    const std::uint64_t nowMs = virtualNowMs();
+    if (nowMs < port.learningFromMs) return PortState::Listening;
+    return nowMs < port.forwardingFromMs ? PortState::Learning : PortState::Forwarding;
+}
+
+namespace {
+
+const char* stateName(PortState state) {
+    switch (state) {
+        case PortState::Disabled:
+            return "disabled";
+        case PortState::Listening:
+            return "listening";
+        case PortState::Learning:
+            return "learning";
+        case PortState::Forwarding:
+            break;
+    }
+    return "forwarding";
+}
+
+}  // namespace
+
 nlohmann::json toJson() {
     const DeviceLock lock(deviceMutex());
     nlohmann::json json = {{"devices", nlohmann::json::array()}, {"bridges", nlohmann::json::array()}};
@@ -29,10 +55,18 @@ nlohmann::json toJson() {
                                    {"operState", device.operState},
                                    {"statistics", device.statistics}});
     }
+    const auto learned = VirtualOnu::instance().learnedAddresses();
     for (const auto& bridge : bridges()) {
-        nlohmann::json ports = nlohmann::json::array();
+        nlohmann::json ports = nlohmann::json::array(), addresses = nlohmann::json::array();
         for (const auto& port : bridge.ports) {
-            ports.push_back({{"name", port.name}, {"priority", port.priority}, {"pathCost", port.pathCost}});
+            ports.push_back({{"name", port.name},
+                             {"priority", port.priority},
+                             {"pathCost", port.pathCost},
+                             {"state", stateName(stateOf(port))}});
+        }
+        for (const auto& one : learned) {
+            if (one.bridge == bridge.name)
+                addresses.push_back({{"mac", one.mac}, {"port", one.port}, {"ageMs", one.ageMs}});
         }
         json["bridges"].push_back({{"name", bridge.name},
                                    {"ports", ports},
@@ -41,7 +75,9 @@ nlohmann::json toJson() {
                                    {"helloTime", bridge.helloTime},
                                    {"maxAge", bridge.maxAge},
                                    {"ageingTime", bridge.ageingTime},
-                                   {"priority", bridge.priority}});
+                                   {"priority", bridge.priority},
+                                   {"multicastSnooping", bridge.multicastSnooping},
+                                   {"learned", addresses}});
     }
     json["ipRules"] = VirtualOnu::instance().ipRules();
     json["ipRoutes"] = VirtualOnu::instance().ipRoutes();

@@ -18,7 +18,6 @@ constexpr char kNetRoot[] = "/sys/class/net";
 constexpr char kIpv6Root[] = "/proc/sys/net/ipv6/conf";
 constexpr char kIpv6Leaf[] = "disable_ipv6";
 constexpr unsigned kEthernetType = 1;
-constexpr unsigned kStateForwarding = 3;
 
 // Bounds of the bridge's timers while the spanning tree runs, and of its numbers (linux/net/bridge). Hundredths of a
 // second.
@@ -116,6 +115,12 @@ const std::map<std::string, BridgeAttribute>& bridgeAttributes() {
               b.priority = static_cast<int>(value & kHighestBridgePriority);
               return 0;
           }}},
+        {"multicast_snooping",
+         {[](const Bridge& b, const NetworkDevice&) { return line(b.multicastSnooping ? 1 : 0); },
+          [](Bridge& b, long value) {
+              b.multicastSnooping = value != 0;
+              return 0;
+          }}},
         {"bridge_id", {ownId, nullptr}},
         {"root_id", {ownId, nullptr}},
         {"root_port", {zero, nullptr}},
@@ -135,7 +140,6 @@ const std::map<std::string, BridgeAttribute>& bridgeAttributes() {
 struct PortView {
     BridgePort port;
     unsigned number = 0;  // from 1
-    bool up = false;
     Bridge bridge;
     std::string bridgeMac;
 };
@@ -169,7 +173,7 @@ const std::map<std::string, PortAttribute>& portAttributes() {
               port.pathCost = static_cast<int>(value);
               return 0;
           }}},
-        {"state", {[](const PortView& v) { return line(v.up ? kStateForwarding : 0u); }, nullptr}},
+        {"state", {[](const PortView& v) { return line(static_cast<unsigned>(network::stateOf(v.port))); }, nullptr}},
         {"port_no", {[](const PortView& v) { return hexLine(v.number); }, nullptr}},
         {"port_id", {[](const PortView& v) { return hexLine(portId(v)); }, nullptr}},
         {"designated_root", {bridgeId, nullptr}},
@@ -192,26 +196,37 @@ std::optional<PortView> portView(const NetworkDevice& device) {
     if (!bridge || !master) return std::nullopt;
     for (std::size_t i = 0; i < bridge->ports.size(); ++i) {
         if (bridge->ports[i].name != device.name) continue;
-        return PortView{bridge->ports[i], static_cast<unsigned>(i + 1), device.up && master->up, *bridge, master->mac};
+        return PortView{bridge->ports[i], static_cast<unsigned>(i + 1), *bridge, master->mac};
     }
     return std::nullopt;
 }
 
-// The forwarding database: a record of 16 bytes an address. The model's bridges know the addresses of their ports.
+// A record of 16 bytes of the forwarding database; the age in hundredths of a second.
+std::string databaseRecord(const std::string& macText, std::size_t port, bool local, std::uint64_t ageMs) {
+    std::uint8_t mac[6] = {};
+    if (!network::parseMac(macText, mac)) return "";
+    char record[16] = {};
+    std::memcpy(record, mac, sizeof mac);
+    record[6] = static_cast<char>(port & 0xff);
+    record[7] = local ? 1 : 0;
+    const auto age = static_cast<std::uint32_t>(ageMs / 10);
+    std::memcpy(record + 8, &age, sizeof age);
+    record[12] = static_cast<char>(port >> 8);
+    return {record, sizeof record};
+}
+
+// The forwarding database: the addresses of the bridge's ports, and those that it has learned.
 std::string forwardingDatabase(const Bridge& bridge) {
+    const auto members = bridge.members();
     std::string records;
-    unsigned number = 0;
-    for (const auto& port : bridge.ports) {
-        ++number;
-        const auto device = network::device(port.name);
-        std::uint8_t mac[6] = {};
-        if (!device || !network::parseMac(device->mac, mac)) continue;
-        char record[16] = {};
-        std::memcpy(record, mac, sizeof mac);
-        record[6] = static_cast<char>(number & 0xff);
-        record[7] = 1;  // local
-        record[12] = static_cast<char>(number >> 8);
-        records.append(record, sizeof record);
+    for (std::size_t i = 0; i < members.size(); ++i) {
+        const auto device = network::device(members[i]);
+        if (device) records += databaseRecord(device->mac, i + 1, true, 0);
+    }
+    for (const auto& one : VirtualOnu::instance().learnedAddresses()) {
+        const auto port = std::find(members.begin(), members.end(), one.port);
+        if (one.bridge != bridge.name || port == members.end()) continue;
+        records += databaseRecord(one.mac, static_cast<std::size_t>(port - members.begin()) + 1, false, one.ageMs);
     }
     return records;
 }

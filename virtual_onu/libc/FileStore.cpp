@@ -30,6 +30,7 @@ constexpr std::array<const char*, 9> kDevicePaths = {
     "/var/mcpdTmp.conf", "/tmp/dhclient_interface", "/dev/laser_dev",   "/dev/ngpon2_stack",
 };
 constexpr std::size_t kKernelPaths = 2;              // the first of them are the kernel's
+constexpr char kSplitStatistics[] = "/proc/net/dev_extstats";
 constexpr char kPlainFolder[] = "/proc/driver/i2c";  // the only one above that holds plain files
 
 // Paths that VirtualOnu::writeFile made device paths. Replaced as a whole and never destroyed: looked at without a
@@ -109,7 +110,11 @@ std::optional<std::string> kernelFile(const std::string& path) {
 
 Content plainFile(const std::string& path) {
     const auto found = state().plain.find(path);
-    return found == state().plain.end() ? nullptr : found->second;
+    if (found != state().plain.end()) return found->second;
+    if (path != kSplitStatistics || isRemoved(path)) return nullptr;
+    // Nobody has written it: what the devices have counted, once a frame has passed one.
+    auto counted = network::splitStatistics();
+    return counted ? std::make_shared<std::string>(std::move(*counted)) : nullptr;
 }
 
 Content makePlainFile(const std::string& path) {

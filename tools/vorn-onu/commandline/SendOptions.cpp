@@ -57,6 +57,19 @@ Command addSend(CLI::App& app) {
     command->add_option("--source", send->source, "source MAC address")->type_name("MAC");
     command->add_option("--destination", send->destination, "destination MAC address; otherwise one that nobody knows")
         ->type_name("MAC");
+    command->add_option("--payload", send->payload, "octets behind the frame's type word, which an MTU limits")
+        ->type_name("N");
+    CLI::Option* bothWays = command->add_flag(
+        "--both-ways", send->bothWays, "send what came out back again, and tell whether it comes back as it went");
+    CLI::Option* capture = command
+                               ->add_option("--pcap-in", send->captureFile,
+                                            "send the frames of this capture (pcap or pcapng), and tell what becomes "
+                                            "of them")
+                               ->type_name("FILE")
+                               ->excludes(bothWays);
+    command->add_option("--pcap", send->pcapFile, "write what left of the capture's frames, for Wireshark")
+        ->type_name("FILE")
+        ->needs(capture);
     command
         ->add_option("--after-step", send->afterStep,
                      "stop the scenario after this step; otherwise when most stands on the device")
@@ -67,7 +80,8 @@ Command addSend(CLI::App& app) {
     command->footer(
         "Each hop is shown with device, table and rule, and the frame as it leaves, or where and why it was "
         "dropped.\n\n"
-        "Exit codes: 0 a copy of the frame leaves the device, 1 it is dropped, 2 bad input.");
+        "Exit codes: 0 a copy of the frame leaves the device (with --both-ways: and comes back as it went), 1 not so, "
+        "2 bad input. With --pcap-in: 0 at least one frame leaves.");
     return {command, [send] { return send->run(); }};
 }
 

@@ -37,7 +37,11 @@ struct SendCommand {
     std::string scenario;
     std::string from, etherType, ipProtocol, dscp, source, destination;
     std::vector<TypedTag> tags;  // outermost first
+    std::string payload;         // octets behind the type word
+    std::string captureFile;     // frames to send instead of one
+    std::string pcapFile;        // what left of them
     std::size_t afterStep = 0;   // 0: the moment at which most stands on the device
+    bool bothWays = false;       // send what came out back again
     bool json = false;
     int run() const;  // kHeld when a copy of the frame leaves the device, kNotHeld when it is dropped
 };

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <map>
+#include <stdexcept>
 
 #include "scenario/fields/Field.h"
 
@@ -170,6 +172,26 @@ void readDevices(const Json& value, Settings& settings) {
     });
 }
 
+void readSnooping(const Json& value, Settings& settings) {
+    forEachMember(value, [&settings](const std::string& bridge, const Json& on) {
+        const bool wanted = truthOf(on);
+        settings.emplace_back([bridge, wanted](VirtualOnu& onu) {
+            if (!onu.setMulticastSnooping(bridge, wanted)) throw std::runtime_error("there is no bridge " + bridge);
+        });
+    });
+}
+
+void readOutOfRange(const Json& value, Settings& settings) {
+    using virtual_onu::OutOfRangeFilters;
+    static const std::map<std::string, OutOfRangeFilters> kWays = {{"never", OutOfRangeFilters::NeverMatch},
+                                                                   {"any", OutOfRangeFilters::MatchAnything},
+                                                                   {"masked", OutOfRangeFilters::Masked}};
+    const auto way = kWays.find(textOf(value));
+    if (way == kWays.end()) throw Problem("must be \"never\", \"any\" or \"masked\", not " + shown(value));
+    const OutOfRangeFilters behaviour = way->second;
+    settings.emplace_back([behaviour](VirtualOnu& onu) { onu.setOutOfRangeFilters(behaviour); });
+}
+
 void readRefusals(const Json& value, Settings& settings) {
     forEachMember(value, [&settings](const std::string& name, const Json& times) {
         const auto number = static_cast<int>(numberOf(times, 0, 1000));
@@ -219,6 +241,10 @@ const std::vector<SettingRow>& rows() {
         {"devices",
          "network devices of others: {\"veip0.1\": true}; a text names the device under it, false removes it", kObject,
          readDevices},
+        {"multicastSnooping", "IGMP and MLD snooping of bridges: {\"br3\": false}", kObject, readSnooping},
+        {"outOfRangeFilters",
+         "what filters on p-bits above 7 and VIDs above 4095 do: never match, match anything, or are masked",
+         Json{{"enum", {"never", "any", "masked"}}}, readOutOfRange},
         {"refuseDeletion", "devices that cannot be deleted so many times: {\"veip0.1\": 2}", kObject, readRefusals},
         {"processes", "running processes: {\"123\": \"dhcpc -i br3.2\"}", kObject, readProcesses},
         {"commands", "shell commands that another part of the device runs", kTexts, readCommands},

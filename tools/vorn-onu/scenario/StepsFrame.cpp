@@ -117,7 +117,7 @@ void check(const FrameExpectation& expectation, const SentFrame& sent, std::vect
         expected.push_back("is dropped" + (expectation.dropped->empty() ? "" : ": " + *expectation.dropped));
     }
     for (const Exit& exit : walk.exits) actual.push_back("leaves at " + exitWords(exit));
-    for (const auto& drop : walk.drops) actual.push_back(dropWords(drop));
+    for (const auto& drop : walk.drops) actual.push_back(dropWords(walk, drop));
     actual.emplace_back("on this way:");
     for (const std::string& line : hopLines(walk)) actual.push_back("  " + line);
     if (walk.hops.empty()) actual.back() = "before any look-up";

@@ -162,9 +162,15 @@ std::string dropWords(const Drop& drop) {
     return "dropped at " + drop.device + ": " + drop.reason;
 }
 
+std::string dropWords(const Walk& walk, const Drop& drop) {
+    if (drop.hop < 0) return dropWords(drop);
+    const Hop& hop = walk.hops.at(static_cast<std::size_t>(drop.hop));
+    return hop.nearest ? dropWords(drop) + "; " + hop.nearest->words() : dropWords(drop);
+}
+
 std::string verdictOf(const Walk& walk) {
     if (!walk.exits.empty()) return "leaves at " + joinedWords(walk.exits, exitWords);
-    return joinedWords(walk.drops, dropWords);
+    return joinedWords(walk.drops, [&walk](const Drop& drop) { return dropWords(walk, drop); });
 }
 
 }  // namespace vorn_onu

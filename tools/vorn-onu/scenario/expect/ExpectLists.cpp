@@ -63,6 +63,12 @@ Lines packetLines(const VirtualOnu& onu) {
     return lines;
 }
 
+Lines learnedLines(const VirtualOnu& onu) {
+    Lines lines;
+    for (const auto& one : onu.learnedAddresses()) lines.push_back(one.bridge + " " + one.mac + " " + one.port);
+    return lines;
+}
+
 std::vector<ListRow> listRows() {
     return {
         {"flows", "VLAN flows: \"gpon3.3 -> sid1.3\"", flowLines, nullptr},
@@ -74,6 +80,7 @@ std::vector<ListRow> listRows() {
          [](const VirtualOnu& onu) { return onu.ipRules(); }, nullptr},
         {"ipRoutes", "routes: \"default via 10.0.0.1 dev br3.2 table 12\"",
          [](const VirtualOnu& onu) { return onu.ipRoutes(); }, nullptr},
+        {"learned", "addresses that bridges have learned: \"br3 02:00:5e:00:00:01 sid0.3\"", learnedLines, nullptr},
         {"processes", "command lines of the running processes", processLines, nullptr},
         {"commands", "shell commands that were run, in order", commandLines, &Mark::commands},
         {"packetFrames", "frames sent through packet sockets, as hex text", packetLines, nullptr},

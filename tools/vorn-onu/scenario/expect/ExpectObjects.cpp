@@ -191,8 +191,22 @@ std::optional<Json> findBridge(const VirtualOnu& onu, const std::string& name) {
 std::optional<Json> findGemPort(const VirtualOnu& onu, const std::string& name) {
     const auto g = onu.gemPort(numbersOf(name, 1)[0]);
     if (!g) return std::nullopt;
-    return Json{
-        {"index", g->index}, {"allocId", g->allocId}, {"downstreamOnly", g->downstreamOnly}, {"enabled", g->enabled}};
+    return Json{{"index", g->index},
+                {"allocId", g->allocId},
+                {"downstreamOnly", g->downstreamOnly},
+                {"enabled", g->enabled},
+                {"framesSent", g->counters.at(0)},
+                {"octetsSent", g->counters.at(1)},
+                {"framesReceived", g->counters.at(2)},
+                {"octetsReceived", g->counters.at(3)},
+                {"framesDiscarded", g->counters.at(6)}};
+}
+
+// The counters by the names of the kernel's files.
+std::optional<Json> findStatistics(const VirtualOnu& onu, const std::string& name) {
+    const auto d = onu.device(name);
+    if (!d) return std::nullopt;
+    return Json(d->statistics);
 }
 
 // A T-CONT is there once an alloc-id is bound to it or it has queues.
@@ -208,10 +222,9 @@ std::optional<Json> findQueue(const VirtualOnu& onu, const std::string& name) {
     if (!t) return std::nullopt;
     for (const auto& q : t->queues) {
         if (q.id != numbers[1]) continue;
-        return Json{{"priority", q.priority},
-                    {"size", q.size},
-                    {"weight", q.weight},
-                    {"mode", q.schedMode == 2 ? "weighted" : "strict"}};
+        return Json{{"priority", q.priority}, {"size", q.size},
+                    {"weight", q.weight},     {"mode", q.schedMode == 2 ? "weighted" : "strict"},
+                    {"frames", q.frames},     {"octets", q.octets}};
     }
     return std::nullopt;
 }
@@ -257,7 +270,12 @@ std::vector<Things> kinds() {
          {{"index", Type::Number},
           {"allocId", Type::Number},
           {"downstreamOnly", Type::Truth},
-          {"enabled", Type::Truth}},
+          {"enabled", Type::Truth},
+          {"framesSent", Type::Number},
+          {"octetsSent", Type::Number},
+          {"framesReceived", Type::Number},
+          {"octetsReceived", Type::Number},
+          {"framesDiscarded", Type::Number}},
          findGemPort,
          oneNumber},
         {"tconts",
@@ -269,9 +287,28 @@ std::vector<Things> kinds() {
         {"queues",
          "queue",
          "queues by T-CONT and number: \"0.3\"; mode is strict or weighted",
-         {{"priority", Type::Number}, {"size", Type::Number}, {"weight", Type::Number}, {"mode", Type::Text}},
+         {{"priority", Type::Number},
+          {"size", Type::Number},
+          {"weight", Type::Number},
+          {"mode", Type::Text},
+          {"frames", Type::Number},
+          {"octets", Type::Number}},
          findQueue,
          twoNumbers},
+        {"statistics",
+         "counters of device",
+         "what devices have counted, by the names of the kernel's files",
+         {{"rx_packets", Type::Number},
+          {"rx_bytes", Type::Number},
+          {"rx_dropped", Type::Number},
+          {"rx_errors", Type::Number},
+          {"multicast", Type::Number},
+          {"tx_packets", Type::Number},
+          {"tx_bytes", Type::Number},
+          {"tx_dropped", Type::Number},
+          {"tx_errors", Type::Number}},
+         findStatistics,
+         anyName},
         {"phys", "PHY", "PHY ports by number", {{"speed", Type::Number}, {"duplex", Type::Number}}, findPhy, oneNumber},
         {"persistent",
          "persistent value",

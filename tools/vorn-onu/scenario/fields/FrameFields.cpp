@@ -1,5 +1,7 @@
 #include "scenario/fields/FrameFields.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -12,6 +14,7 @@ namespace vorn_onu {
 namespace {
 
 using virtual_onu::Frame;
+using virtual_onu::GroupMessage;
 using virtual_onu::VlanTag;
 
 const Numbers kType{0,
@@ -29,6 +32,8 @@ const Numbers kTpid{0, 65535, {}, false, true};
 const Numbers kGemPort{0, 65535};
 constexpr std::size_t kLongestDevice = 15;
 constexpr std::int64_t kNoProtocol = -1;
+constexpr std::uint16_t kIpv6 = 0x86DD;
+constexpr std::uint8_t kIgmp = 2, kIcmpv6 = 58;
 
 // What a tag or a frame may have, as plain members.
 struct TagRecord {
@@ -42,7 +47,38 @@ struct FrameRecord {
     std::uint16_t etherType = 0;
     std::int64_t ipProtocol = kNoProtocol;
     std::uint8_t dscp = 0;
+    std::uint16_t payload = 0;
+    std::optional<GroupMessage> groupMessage;
 };
+
+// {"report": "239.1.2.3"}, {"leave": "ff15::1"}, {"query": ""} or of one group.
+GroupMessage groupMessageOf(const Json& value) {
+    static const std::map<std::string, GroupMessage::Kind> kKinds = {{"query", GroupMessage::Kind::Query},
+                                                                     {"report", GroupMessage::Kind::Report},
+                                                                     {"leave", GroupMessage::Kind::Leave}};
+    if (!value.is_object() || value.size() != 1 || kKinds.count(value.begin().key()) == 0)
+        throw Problem("must have one of the fields query, report and leave, with the group's address");
+    GroupMessage message;
+    message.kind = kKinds.at(value.begin().key());
+    message.group = inField(value.begin().key(), [&] { return textOf(value.begin().value()); });
+    std::array<std::uint8_t, 16> bytes{};
+    const bool ipv4 = inet_pton(AF_INET, message.group.c_str(), bytes.data()) == 1 && bytes[0] >> 4 == 0xE;
+    const bool ipv6 = inet_pton(AF_INET6, message.group.c_str(), bytes.data()) == 1 && bytes[0] == 0xFF;
+    const bool general = message.kind == GroupMessage::Kind::Query && message.group.empty();
+    if (!ipv4 && !ipv6 && !general)
+        throw Problem(value.begin().key(),
+                      "must be a group such as 239.1.2.3 or ff15::1, not " + shown(value.begin().value()));
+    return message;
+}
+
+Json groupMessageSchema() {
+    const Json text = {{"type", "string"}};
+    return {{"type", "object"},
+            {"additionalProperties", false},
+            {"minProperties", 1},
+            {"maxProperties", 1},
+            {"properties", {{"query", text}, {"report", text}, {"leave", text}}}};
+}
 
 std::vector<Field> tagFields() {
     using R = TagRecord;
@@ -56,14 +92,20 @@ std::vector<Field> frameFields() {
     using R = FrameRecord;
     const Frame usual;
     const auto storeTags = [](void* record, const Json& value) { static_cast<R*>(record)->tags = tagsOf(value); };
-    return {field("from", &R::from, required(), "where it arrives: \"sid0\", \"veip0\", or \"gem 1001\""),
-            Field{"tags", optional(), "its tags, outermost first; left out: untagged", tagsSchema(), storeTags},
-            field("etherType", &R::etherType, kType, otherwise("ipv4"), "type of what it carries"),
-            field("ipProtocol", &R::ipProtocol, kProtocol, optional(), "protocol of an IP packet"),
-            field("dscp", &R::dscp, Numbers{0, 63}, otherwise(0), "DSCP of an IP packet"),
-            field("source", &R::source, otherwise(usual.source), "source MAC address"),
-            field("destination", &R::destination, otherwise(usual.destination),
-                  "destination MAC address; left out: one that no bridge knows")};
+    return {
+        field("from", &R::from, required(), "where it arrives: \"sid0\", \"veip0\", or \"gem 1001\""),
+        Field{"tags", optional(), "its tags, outermost first; left out: untagged", tagsSchema(), storeTags},
+        field("etherType", &R::etherType, kType, otherwise("ipv4"), "type of what it carries"),
+        field("ipProtocol", &R::ipProtocol, kProtocol, optional(), "protocol of an IP packet"),
+        field("dscp", &R::dscp, Numbers{0, 63}, otherwise(0), "DSCP of an IP packet"),
+        field("payload", &R::payload, Numbers{0, 65535}, otherwise(0),
+              "octets behind its last type word, which an MTU limits; 0: as few as it can have"),
+        Field{"group", optional(), "the IGMP or MLD message that it is: a query, report or leave, and the group",
+              groupMessageSchema(),
+              [](void* record, const Json& value) { static_cast<R*>(record)->groupMessage = groupMessageOf(value); }},
+        field("source", &R::source, otherwise(usual.source), "source MAC address"),
+        field("destination", &R::destination, otherwise(usual.destination),
+              "destination MAC address; left out: one that no bridge knows")};
 }
 
 bool isMac(const std::string& text) {
@@ -125,6 +167,8 @@ Json hopJson(const virtual_onu::Hop& hop) {
         json["rule"] = hop.rule ? Json(*hop.rule) : Json(nullptr);
     }
     json["detail"] = hop.detail;
+    if (hop.nearest)
+        json["nearest"] = {{"rule", hop.nearest->rule}, {"text", hop.nearest->text}, {"against", hop.nearest->against}};
     json["to"] = hop.to;
     json["frame"] = frameJson(hop.frame);
     return json;
@@ -157,6 +201,9 @@ FrameInput frameInputOf(const Json& value) {
     input.frame.tags = record.tags;
     input.frame.etherType = record.etherType;
     input.frame.dscp = record.dscp;
+    input.frame.payloadSize = record.payload;
+    input.frame.groupMessage = record.groupMessage;
+    if (record.groupMessage) input.frame.ipProtocol = input.frame.etherType == kIpv6 ? kIcmpv6 : kIgmp;
     if (record.ipProtocol != kNoProtocol) input.frame.ipProtocol = static_cast<std::uint8_t>(record.ipProtocol);
     return input;
 }
@@ -197,6 +244,7 @@ Json frameJson(const Frame& frame) {
     Json json = {{"tags", tags}, {"etherType", frame.etherType}};
     if (frame.ipProtocol) json["ipProtocol"] = *frame.ipProtocol;
     json["dscp"] = frame.dscp;
+    if (frame.payloadSize != 0) json["payload"] = frame.payloadSize;
     json["source"] = frame.source;
     json["destination"] = frame.destination;
     return json;

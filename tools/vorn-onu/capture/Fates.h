@@ -1,0 +1,43 @@
+// What became of many frames: counted by where they left, or where and why they were dropped, with an example each.
+#ifndef VORN_ONU_FATES_H
+#define VORN_ONU_FATES_H
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "VirtualOnu.h"
+
+namespace vorn_onu {
+
+struct Fate {
+    bool left = false;
+    std::string words;  // "leaves at GEM port 1001, T-CONT 0, queue 2", "dropped at sid0: ..."
+    std::uint64_t frames = 0;
+    std::uint64_t octets = 0;
+    std::uint64_t first = 0;  // number of the first such frame, from 1
+    std::string example;      // that frame: "VID 100 p0, IPv4", and what it left as
+};
+
+class Fates {
+public:
+    static constexpr std::size_t kMost = 1000;  // different ones; what comes after them counts as "others"
+
+    void add(const virtual_onu::Walk& walk, std::uint64_t number, std::size_t octets);
+    void addUnreadable(std::uint64_t number, std::size_t octets);
+    std::uint64_t frames() const { return frames_; }
+    std::uint64_t left() const { return left_; }
+    std::vector<Fate> byFrequency() const;  // those that left before those that were dropped
+
+private:
+    Fate& of(const std::string& key, bool left);
+
+    std::unordered_map<std::string, Fate> fates_;
+    std::string key_;
+    std::uint64_t frames_ = 0, left_ = 0;
+};
+
+}  // namespace vorn_onu
+
+#endif

@@ -1,0 +1,37 @@
+// The frames of a capture, walked one by one.
+#ifndef VORN_ONU_SEND_CAPTURE_H
+#define VORN_ONU_SEND_CAPTURE_H
+
+#include <optional>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "capture/CaptureReader.h"
+#include "capture/CaptureWriter.h"
+#include "capture/Fates.h"
+#include "show/Terminal.h"
+
+namespace vorn_onu {
+
+struct CaptureRun {
+    Fates fates;
+    std::uint64_t octets = 0;
+    double seconds = 0;  // that it took
+};
+
+struct CaptureEntry {
+    std::string port;                 // where the frames arrive,
+    std::optional<unsigned> gemPort;  // or in which GEM port
+};
+
+// Bridges learn from the frames, and the time between them passes. What leaves goes to the writer, where there is one.
+CaptureRun runCapture(CaptureReader& reader, const virtual_onu::FrozenDataPath& path, const CaptureEntry& entry,
+                      CaptureWriter* writer);
+
+std::string captureWords(const CaptureRun& run, const Terminal& terminal);
+nlohmann::json captureJson(const CaptureRun& run, std::size_t step);
+
+}  // namespace vorn_onu
+
+#endif
