@@ -10,7 +10,7 @@ _vorn_onu() {
     case $command in
         run) options="--trace --json --report --pcap --hal-output --real-time --quiet --strict --junit --jobs" ;;
         send) options="--from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source --destination
-                       --after-step --json" ;;
+                       --after-step --json --payload --both-ways --pcap-in --pcap" ;;
         info | diff) options="--json" ;;
         help) options="--man" ;;
         exec) options="--trace --json --report --pcap --hal-output --record --quiet" ;;
@@ -20,7 +20,7 @@ _vorn_onu() {
         send:--from) COMPREPLY=($(compgen -W "sid0 sid1 sid2 sid3 sid4 sid5 sid6 sid7 eth0 eth1 veip0" -- "$word")) ;;
         send:--ethertype) COMPREPLY=($(compgen -W "ipv4 ipv6 arp 0x8863 0x8864" -- "$word")) ;;
         send:--protocol) COMPREPLY=($(compgen -W "igmp udp tcp" -- "$word")) ;;
-        send:--vlan | send:--pbits | send:--tpid | send:--dscp | send:--source | send:--destination | send:--after-step) ;;
+        send:--vlan | send:--pbits | send:--tpid | send:--dscp | send:--source | send:--destination | send:--after-step | send:--payload) ;;
         exec:--) COMPREPLY=($(compgen -c -- "$word")) ;;
         *)
             if [[ $word == -* ]]; then
