@@ -122,6 +122,24 @@ std::string veip(const char* call, int gemPort) {
            R"(, "bridgeId": 0, "trafficType": "1-filter", "filterList": [{"vid": 100}]})";
 }
 
+TEST(RunWarnings, NameTheRowOfAFilterThatNoFrameCanCarry) {
+    const auto warnings = [](const char* setting, const char* pbits) {
+        return warningsOf(std::string(R"({"board": {"outOfRangeFilters": ")") + setting + R"("}}, )" + kBridge +
+                          R"(, {"call": "configureBridge", "bridgeId": 3, "uniPort": 0}, {"call": "filter_flow_add",
+                             "bridgeId": 3, "uniPort": 2, "filterType": "single", "tagAction": "translate",
+                             "removeType": "outer", "innerFilterVlanId": 20, "innerTreatmentPrio": "copyInner",
+                             "innerTreatmentVlanId": 100, "innerFilterPrio": )" +
+                          pbits + "}");
+    };
+    const std::string rule =
+        "sid0 sends: 'txdev=sid0.3 pbits0=8 vid0=100 type=0x8100 | vid0:=20' asks "
+        "for p-bits 8, which no frame has; ";
+    EXPECT_EQ(warnings("never", R"("any")"), rule + "it never matches\n");
+    EXPECT_EQ(warnings("any", R"("any")"), rule + "the board lets it match anything\n");
+    EXPECT_EQ(warnings("masked", R"("any")"), rule + "the board cuts its upper bits off\n");
+    EXPECT_EQ(warnings("never", "5"), "");
+}
+
 TEST(RunWarnings, SayWhereTheHalDoesWhatItsCallerMayNotExpect) {
     const std::string bridge =
         std::string(kBridge) + ", " + R"({"call": "configureBridge", "bridgeId": 3, "uniPort": 2}, )";

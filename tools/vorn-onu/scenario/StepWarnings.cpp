@@ -12,6 +12,7 @@ namespace {
 constexpr const char* kDefaultBridge = "br0";
 constexpr const char* kVeipDevice = "veip0";
 constexpr const char* kLanPrefix = "sid";
+constexpr std::uint32_t kMostPbits = 7, kMostVid = 4095;  // that a tag can have
 
 bool isLanPort(const std::string& device) {
     const std::string prefix = kLanPrefix;
@@ -20,6 +21,28 @@ bool isLanPort(const std::string& device) {
 
 std::string counted(std::size_t count, const std::string& noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+// What a rule asks of a tag that no tag has, "p-bits 8"; "" for a rule that frames can fit.
+std::string outOfRangeFilter(const virtual_onu::TagRule& rule) {
+    using Kind = virtual_onu::RuleTerm::Kind;
+    for (const auto& term : rule.terms) {
+        if (term.kind == Kind::Pbits && term.value > kMostPbits) return "p-bits " + std::to_string(term.value);
+        if (term.kind == Kind::Vid && term.value > kMostVid) return "VID " + std::to_string(term.value);
+    }
+    return "";
+}
+
+const char* outOfRangeAnswer(virtual_onu::OutOfRangeFilters behaviour) {
+    switch (behaviour) {
+        case virtual_onu::OutOfRangeFilters::MatchAnything:
+            return "the board lets it match anything";
+        case virtual_onu::OutOfRangeFilters::Masked:
+            return "the board cuts its upper bits off";
+        case virtual_onu::OutOfRangeFilters::NeverMatch:
+            break;
+    }
+    return "it never matches";
 }
 
 }  // namespace
@@ -31,7 +54,16 @@ StepWarnings::Standing StepWarnings::Standing::of(const virtual_onu::VirtualOnu&
         const std::string address = device.addresses.empty() ? "" : device.addresses.front();
         standing.devices[device.name] = {device.master, device.realDevice, address.substr(0, address.find(' '))};
     }
-    for (const auto& table : onu.ruleTables()) standing.rules[table.device].standing += table.rules.size();
+    for (const auto& table : onu.ruleTables()) {
+        standing.rules[table.device].standing += table.rules.size();
+        for (const auto& rule : table.rules) {
+            const std::string filter = outOfRangeFilter(rule);
+            if (filter.empty()) continue;
+            const char* way = table.direction == virtual_onu::kReceive ? " receives" : " sends";
+            standing.outOfRange[rule.id] = table.device + way + ": '" + rule.text() + "' asks for " + filter +
+                                           ", which no frame has; " + outOfRangeAnswer(onu.outOfRangeFilters());
+        }
+    }
     for (const auto& [key, entry] : m_VLAN_RULE_MAP_ENTRY) {
         Rules& rules = standing.rules[entry->ifName];
         rules.recorded += entry->nbrOfNewRules;
@@ -55,6 +87,7 @@ std::vector<std::string> StepWarnings::after(const Step& step, const virtual_onu
     rulesPastTheLimit(now, lines);
     lostVeip(step, now, lines);
     multicastCount(now, lines);
+    outOfRange(now, lines);
     before_ = std::move(now);
     return lines;
 }
@@ -129,6 +162,13 @@ void StepWarnings::multicastCount(const Standing& now, Lines& lines) const {
     if (!bridgeLost || now.multicastCount >= before_.multicastCount) return;
     lines.push_back("the multicast count goes from " + std::to_string(before_.multicastCount) + " to " +
                     std::to_string(now.multicastCount) + ": the removal of any bridge lowers it");
+}
+
+// The same rule in the tables of several numbers of tags is told once.
+void StepWarnings::outOfRange(const Standing& now, Lines& lines) const {
+    std::set<std::string> told;
+    for (const auto& [id, words] : now.outOfRange)
+        if (before_.outOfRange.count(id) == 0 && told.insert(words).second) lines.push_back(words);
 }
 
 }  // namespace vorn_onu

@@ -2,6 +2,7 @@
 #ifndef VORN_ONU_STEP_WARNINGS_H
 #define VORN_ONU_STEP_WARNINGS_H
 
+#include <cstdint>
 #include <map>
 #include <set>
 #include <string>
@@ -35,6 +36,7 @@ private:
         std::map<std::string, std::vector<std::string>> bridges;  // and their members
         std::map<std::string, Device> devices;
         std::map<std::string, Rules> rules;
+        std::map<std::uint32_t, std::string> outOfRange;  // by id, rules that ask for what no frame carries, in words
         int multicastCount = 0;
         static Standing of(const virtual_onu::VirtualOnu& onu);
     };
@@ -44,6 +46,7 @@ private:
     void rulesPastTheLimit(const Standing& now, Lines& lines);
     void lostVeip(const Step& step, const Standing& now, Lines& lines);
     void multicastCount(const Standing& now, Lines& lines) const;
+    void outOfRange(const Standing& now, Lines& lines) const;
 
     Standing before_;
     std::map<std::string, std::size_t> unrecorded_;    // rules of a device that the engine does not know

@@ -15,6 +15,7 @@ namespace {
 using virtual_onu::NetworkDevice;
 
 constexpr std::size_t kMostWarnings = 8;
+constexpr std::size_t kMostLearned = 12;
 
 std::string joinWords(const std::vector<std::string>& words, const char* separator = " ") {
     std::string text;
@@ -35,6 +36,17 @@ std::string bridges(const DeviceState& state, const Terminal& terminal) {
         table.row({bridge.name, device != nullptr && device->up ? "up" : "down", members.empty() ? "none" : members});
     }
     return section("Bridges", table.text(terminal), terminal);
+}
+
+// Which port each known station is behind.
+std::string learned(const DeviceState& state, const Terminal& terminal) {
+    Table table({"bridge", "address", "behind"});
+    const std::size_t shown = std::min(state.learned.size(), kMostLearned);
+    for (std::size_t i = 0; i < shown; ++i)
+        table.row({state.learned[i].bridge, state.learned[i].mac, state.learned[i].port});
+    std::string body = table.text(terminal);
+    if (state.learned.size() > shown) body += "  and " + std::to_string(state.learned.size() - shown) + " more\n";
+    return section("Learned addresses", body, terminal);
 }
 
 bool differs(const NetworkDevice& device, const NetworkDevice* before) {
@@ -188,9 +200,9 @@ std::string shortList(const std::string& head, const std::vector<std::string>& l
 }  // namespace
 
 std::string deviceReport(const DeviceState& state, const DeviceState& newBoard, const Terminal& terminal) {
-    return bridges(state, terminal) + devices(state, newBoard, terminal) + rules(state, terminal) +
-           flows(state, terminal) + ponLink(state, terminal) + tconts(state, terminal) + gemPorts(state, terminal) +
-           list("Runner objects", state.runnerObjects, terminal) +
+    return bridges(state, terminal) + learned(state, terminal) + devices(state, newBoard, terminal) +
+           rules(state, terminal) + flows(state, terminal) + ponLink(state, terminal) + tconts(state, terminal) +
+           gemPorts(state, terminal) + list("Runner objects", state.runnerObjects, terminal) +
            list("Ingress queue keys", state.ingressKeys, terminal) + list("Policy routing", routing(state), terminal) +
            list("Messages to the gateway", state.messages, terminal);
 }

@@ -108,6 +108,12 @@ std::string bridgeTable(const DeviceState& state) {
     return tableCard({"bridge", "state", "members"}, bridges);
 }
 
+std::string learnedTable(const DeviceState& state) {
+    RowGroup addresses;
+    for (const auto& one : state.learned) addresses.rows.push_back({code(one.bridge), code(one.mac), code(one.port)});
+    return tableCard({"bridge", "learned address", "behind"}, addresses);
+}
+
 std::string deviceTable(const DeviceState& state, const DeviceState& newBoard) {
     RowGroup devices;
     for (const auto& device : state.devices) {
@@ -166,7 +172,7 @@ std::string ponPart(const DeviceState& state) {
 }
 
 std::string devicesPart(const DeviceState& state, const DeviceState& newBoard) {
-    return bridgeTable(state) + deviceTable(state, newBoard);
+    return bridgeTable(state) + learnedTable(state) + deviceTable(state, newBoard);
 }
 
 std::string listsPart(const DeviceState& state) {

@@ -55,6 +55,12 @@ virtual_onu::Bridge bridgeOf(const json& j) {
     return bridge;
 }
 
+void readLearned(const std::string& bridge, const json& addresses, std::vector<virtual_onu::LearnedAddress>& learned) {
+    for (const json& one : addresses)
+        learned.push_back({bridge, one.at("mac").get<std::string>(), one.at("port").get<std::string>(),
+                           one.at("ageMs").get<std::uint64_t>()});
+}
+
 TableState tableOf(const json& j) {
     TableState table;
     j.at("device").get_to(table.device);
@@ -147,7 +153,10 @@ DeviceState readState(const json& whole) {
     DeviceState result;
     const json& network = state.at("network");
     for (const json& one : network.at("devices")) result.devices.push_back(deviceOf(one));
-    for (const json& one : network.at("bridges")) result.bridges.push_back(bridgeOf(one));
+    for (const json& one : network.at("bridges")) {
+        result.bridges.push_back(bridgeOf(one));
+        if (one.contains("learned")) readLearned(result.bridges.back().name, one.at("learned"), result.learned);
+    }
     network.at("ipRules").get_to(result.ipRules);
     network.at("ipRoutes").get_to(result.ipRoutes);
     for (const json& one : state.at("vlan").at("tables")) result.tables.push_back(tableOf(one));

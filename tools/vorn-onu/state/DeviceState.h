@@ -37,6 +37,7 @@ struct FailedCall {
 struct DeviceState {
     std::vector<virtual_onu::NetworkDevice> devices;
     std::vector<virtual_onu::Bridge> bridges;
+    std::vector<virtual_onu::LearnedAddress> learned;  // by bridge
     std::vector<TableState> tables;
     std::vector<std::pair<std::string, std::string>> flows;
     std::vector<virtual_onu::Tcont> tconts;
