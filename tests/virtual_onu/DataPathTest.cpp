@@ -3,7 +3,10 @@
 #include <cstdlib>
 #include <functional>
 #include <map>
+#include <optional>
+#include <random>
 #include <regex>
+#include <set>
 #include <sstream>
 
 #include "platform/vlanctl.h"
@@ -404,6 +407,75 @@ TEST_F(DataPath, AFrameHasTheBytesThatItWouldHaveOnTheWire) {
     six.etherType = 0x86DD;
     EXPECT_EQ((std::vector<int>{six.bytes()[14], six.bytes()[15], six.bytes()[20]}),
               (std::vector<int>{0x62, 0x80, 58}));
+}
+
+// The compiled tables against a walk down the list of rules, written anew here.
+TEST_F(DataPath, AmongManyRulesTheFirstOneThatFitsIsTaken) {
+    struct Wanted {
+        int vid, pbits, inner;  // -1: whatever it is
+    };
+    std::mt19937 chance{5};
+    const auto upTo = [&](unsigned most) { return static_cast<int>(static_cast<unsigned>(chance()) % (most + 1)); };
+    const auto fits = [](int wanted, unsigned is) { return wanted < 0 || static_cast<unsigned>(wanted) == is; };
+    std::vector<std::pair<Wanted, std::uint32_t>> rules;
+    for (int i = 0; i < 150; ++i) {
+        const Wanted wanted{upTo(3) == 0 ? -1 : upTo(15), upTo(2) == 0 ? -1 : upTo(7), upTo(2) == 0 ? upTo(3) : -1};
+        std::string text = "rxdev=sid0.3";
+        if (wanted.vid >= 0) text += " vid0=" + std::to_string(wanted.vid);
+        if (wanted.pbits >= 0) text += " pbits0=" + std::to_string(wanted.pbits);
+        if (wanted.inner >= 0) text += " vid1=" + std::to_string(wanted.inner);
+        if (wanted.vid < 0 && wanted.pbits < 0) continue;  // it would take all that come behind it
+        rules.emplace_back(wanted, rule("sid0", kReceive, 2, text));
+    }
+    std::set<std::optional<std::uint32_t>> taken;
+    for (int i = 0; i < 3000; ++i) {
+        const Frame two = frame({tag(static_cast<std::uint16_t>(upTo(20)), static_cast<std::uint8_t>(upTo(7))),
+                                 tag(static_cast<std::uint16_t>(upTo(5)))});
+        const auto first = std::find_if(rules.begin(), rules.end(), [&](const auto& one) {
+            return fits(one.first.vid, two.tags[0].vid) && fits(one.first.pbits, two.tags[0].pbits) &&
+                   fits(one.first.inner, two.tags[1].vid);
+        });
+        const auto expected = first == rules.end() ? std::nullopt : std::optional<std::uint32_t>(first->second);
+        ASSERT_EQ(onu().sendFromPort("sid0", two).hops.at(0).rule, expected) << two.text();
+        taken.insert(expected);
+    }
+    EXPECT_GT(taken.size(), 40u) << "frames of many rules";
+    EXPECT_EQ(taken.count(std::nullopt), 1u);
+}
+
+TEST_F(DataPath, WhatNoRuleTakesNamesTheNearestRule) {
+    add("sid0.4", "sid0");
+    rule("sid0", kReceive, 1, "rxdev=sid0.3 vid0=7 pbits0=1 type=0x88a8");
+    const auto near = rule("sid0", kReceive, 1, "rxdev=sid0.3 vid0=100 pbits0=5");
+    rule("sid0", kReceive, 1, "rxdev=sid0.3 vid0=200 tagtype0=0x0806");
+    const auto nearestTo = [](const Frame& what) {
+        const auto nearest = onu().sendFromPort("sid0", what).hops.at(0).nearest;
+        return nearest ? nearest->words() : "none";
+    };
+    const std::string first = "rule " + std::to_string(near) + " would take it, but ";
+    EXPECT_EQ(nearestTo(frame({tag(100, 3)})), first + "p-bits are 3, not 5");
+    EXPECT_EQ(nearestTo(frame({tag(101, 5)})), first + "VID is 101, not 100");
+    EXPECT_NE(nearestTo(frame({tag(200, 0)})).find("EtherType"), std::string::npos) << nearestTo(frame({tag(200, 0)}));
+    EXPECT_EQ(nearestTo(frame({tag(100, 5)})), "none") << "a rule takes it";
+    EXPECT_EQ(nearestTo(frame()), "none") << "an empty table";
+}
+
+TEST_F(DataPath, ADataPathOfAMomentStaysAsItWasAndLeavesTheDeviceAlone) {
+    for (const char* port : {"sid0", "sid1"})
+        vlanCtl_setDefaultAction(port, kReceive, 0, 0, (std::string(port) + ".3").c_str());
+    const auto frozen = onu().freezeDataPath();
+    const auto counters = onu().device("sid0")->statistics;
+    Frame reply = frame();
+    std::swap(reply.source, reply.destination);
+    EXPECT_EQ(ends(frozen.sendFromPort("sid0", frame())), Ends{"sid1: untagged IPv4"});
+    EXPECT_EQ(onu().device("sid0")->statistics, counters);
+    EXPECT_TRUE(onu().learnedAddresses().empty());
+    run("ifconfig sid0 down");
+    EXPECT_EQ(ends(frozen.sendFromPort("sid0", frame())), Ends{"sid1: untagged IPv4"});
+    EXPECT_EQ(sent(frame()), Ends{"sid0: sid0 is down"});
+    EXPECT_EQ(frozen.sendFromPort("sid1", reply).hops.at(1).detail, "learned") << "it has a memory of its own";
+    frozen.pass(301000);
+    EXPECT_EQ(frozen.sendFromPort("sid1", reply).hops.at(1).detail, "flooded") << "and a clock of its own";
 }
 
 }  // namespace

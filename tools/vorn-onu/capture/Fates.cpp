@@ -31,7 +31,7 @@ std::string placeWords(const Exit& exit) {
 std::string wordsOf(const Walk& walk) {
     if (walk.exits.empty()) return walk.drops.empty() ? "vanishes" : dropWords(walk.drops.front());
     std::string words;
-    for (const Exit& exit : walk.exits) words += (words.empty() ? "leaves at " : " and ") + placeWords(exit);
+    for (const Exit& exit : walk.exits) words += (words.empty() ? "left at " : " and ") + placeWords(exit);
     return words;
 }
 
@@ -77,7 +77,7 @@ void Fates::addUnreadable(std::uint64_t number, std::size_t octets) {
     fate.octets += octets;
     if (++fate.frames > 1) return;
     fate.first = number;
-    fate.words = "no whole Ethernet header";
+    fate.words = "unreadable: no whole Ethernet header";
 }
 
 std::vector<Fate> Fates::byFrequency() const {
