@@ -87,7 +87,7 @@ int onuClose(int fd) {
 
 int onuCloseRange(unsigned first, unsigned last, int flags) INTERPOSES(close_range);
 int onuCloseRange(unsigned first, unsigned last, int flags) {
-    if ((flags & CLOSE_RANGE_CLOEXEC) == 0) releaseAll(first, last);
+    if ((static_cast<unsigned>(flags) & CLOSE_RANGE_CLOEXEC) == 0) releaseAll(first, last);
     return real::closeRange(first, last, flags);
 }
 
