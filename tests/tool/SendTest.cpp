@@ -102,6 +102,20 @@ TEST(Send, DrawsTheCopiesOfAFrameAsATree) {
         EXPECT_NE(output.find(line), std::string::npos) << line << "\n" << output;
 }
 
+TEST(Send, SaysWhyABridgeSendsAGroupToOnePortOnly) {
+    const ScratchDirectory scratch;
+    json scenario = provisioning(kBridging);
+    for (const char* step :
+         {R"({"frame": {"from": "gem 1001", "destination": "01:00:5e:00:00:01", "group": {"query": ""}}})",
+          R"({"frame": {"from": "sid2", "destination": "01:00:5e:01:02:03", "group": {"report": "239.1.2.3"}}})",
+          R"({"advance": 11000})"})
+        scenario["steps"].push_back(json::parse(step));
+    const ProgramResult run = runProgram({kTool, "send", scratch.write("g.json", scenario.dump()), "--from", "gem 1001",
+                                          "--destination", "01:00:5e:01:02:03"});
+    EXPECT_NE(run.output.find("bridge br5        to a port that wants the group → sid2.5"), std::string::npos)
+        << run.output;
+}
+
 // ---- both ways ----
 
 TEST(Send, BothWaysTellsWhetherAFrameComesBackAsItWent) {

@@ -39,9 +39,13 @@ std::string whereOf(const Hop& hop) {
     return "";
 }
 
+std::string bridgeWords(const std::string& detail) {
+    if (detail == "learned") return "knows the address";
+    return detail == "flooded" ? "floods" : detail;
+}
+
 std::string whatOf(const Hop& hop) {
-    if (hop.kind == Hop::Kind::Bridge && hop.detail == "learned") return "knows the address";
-    if (hop.kind == Hop::Kind::Bridge && hop.detail == "flooded") return "floods";
+    if (hop.kind == Hop::Kind::Bridge) return bridgeWords(hop.detail);
     if (hop.kind == Hop::Kind::Flow) return "short cut";
     if (hop.kind == Hop::Kind::Runner) return hop.device + " " + hop.detail;
     if (!hop.rule) return hop.detail == "default: drop" ? kNoRuleDrops : "no rule fits, passed on";
