@@ -96,7 +96,7 @@ void ThroughKernel(benchmark::State& state) {
         if (!receive(out, here, buffer)) return state.SkipWithError("the frame does not come out");
     }
     state.SetItemsProcessed(state.iterations());
-    run("ip link del brk");
+    run("ip link del brk && ip link del k0 && ip link del k1");
 }
 
 void ThroughVirtualOnu(benchmark::State& state) {
