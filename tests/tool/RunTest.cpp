@@ -140,6 +140,18 @@ TEST(RunWarnings, NameTheRowOfAFilterThatNoFrameCanCarry) {
     EXPECT_EQ(warnings("never", "5"), "");
 }
 
+TEST(RunWarnings, AndLearnedAddressesStandInTheReport) {
+    const ScratchDirectory scratch;
+    const std::pair<const char*, const char*> cases[] = {
+        {"out-of-range-filters", "asks for p-bits 8, which no frame has; it never matches"},
+        {"bridge-forwarding", "<code>br5</code></td><td><code>02:00:5e:00:00:0d</code></td><td><code>sid2.5</code>"}};
+    for (const auto& [name, told] : cases) {
+        runProgram({kTool, "run", kScenarios + "/" + name + ".json", "--quiet", "--report", scratch.file("r.html")});
+        const std::string page = contentOf(scratch.file("r.html"));
+        EXPECT_NE(page.find(told), std::string::npos) << told << page.substr(page.find("learned address"), 900);
+    }
+}
+
 TEST(RunWarnings, SayWhereTheHalDoesWhatItsCallerMayNotExpect) {
     const std::string bridge =
         std::string(kBridge) + ", " + R"({"call": "configureBridge", "bridgeId": 3, "uniPort": 2}, )";

@@ -102,7 +102,7 @@ bool pairsUp(const std::vector<ExpectedExit>& expected, std::vector<Exit> actual
 
 bool isDroppedFor(const Walk& walk, const std::string& reason) {
     return walk.exits.empty() && std::any_of(walk.drops.begin(), walk.drops.end(), [&](const auto& drop) {
-               return dropWords(drop).find(reason) != std::string::npos;
+               return dropWords(walk, drop).find(reason) != std::string::npos;
            });
 }
 
