@@ -90,6 +90,7 @@ def frames():
     if forwarding:
         kernel, own = (forwarding[f"bridge/{key}"]["cpu_time"] for key in ("kernel", "virtual"))
         text += ("\n### Against the kernel's bridge, untagged frames\n\n"
+                 + "Processor time of the thread that sends and receives; what the kernel puts off is not in it.\n\n"
                  + table(["through", "a frame", "frames a second"],
                          [["`veth`, the kernel's bridge, `veth`, with the two system calls", f"{kernel:.0f} ns", f"{1e9 / kernel:,.0f}"],
                           ["a bridge of the virtual ONU", f"{own:.0f} ns", f"{1e9 / own:,.0f}"]]))
