@@ -22,6 +22,8 @@ rule "The virtual ONU knows the device kit, never the library above it." \
 rule "The standard's side knows the HAL's interface alone." \
     '#include "(BRCM|xpon|device|bridge|platform)/|#include "VirtualOnu|virtual_onu' omci
 rule "Messages and the MIB know nothing of the HAL." '#include "hal/' omci/message omci/mib
+rule "The audit's model is the standard's alone: no rules of the HAL, no device kit, nothing of the data path." \
+    '#include "(BRCM|xpon|device|bridge|platform|frames|kit)/' tools/vorn-onu/audit
 rule "The platform headers declare the device kit and include nothing of ours." \
     '#include "(hal|BRCM|xpon|device|bridge)/' platform/include
 rule "Unbounded text functions overrun buffers: use hal/Text.h or snprintf." \
@@ -66,7 +68,7 @@ floors src "" hal bridge device,xpon BRCM/BCM968580/DATA BRCM/BCM968580,hal/HALF
 floors src/BRCM/BCM968580/DATA BRCM/BCM968580/DATA/ . ani,uni,gateway,iphost
 floors virtual_onu "" . libc/real kernel kit shell frames libc
 floors omci omci/ message mib agent,services
-floors tools/vorn-onu "" io state capture scenario/fields scenario/expect,scenario/operations scenario show program commands commandline .
+floors tools/vorn-onu "" io state capture scenario/fields scenario/expect,scenario/operations scenario audit show program commands commandline .
 
 # What a daemon fills in or gets: nobody can guess unit, range and meaning. A comment stands behind the field or above it.
 # The counters' record is left out: its comment above tells of all of them.

@@ -23,6 +23,7 @@ struct Command {
 // with an empty line between them. One row for each in CommandLine.cpp.
 Command addRun(CLI::App& app);
 Command addSend(CLI::App& app);
+Command addAudit(CLI::App& app);
 Command addExec(CLI::App& app);
 Command addDiff(CLI::App& app);
 Command addInfo(CLI::App& app);

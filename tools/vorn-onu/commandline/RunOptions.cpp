@@ -12,7 +12,10 @@ Command addRun(CLI::App& app) {
     command->add_flag("--trace", run->trace, "show every call into the device below the step that made it");
     command->add_option("--json", run->jsonFile, "write steps and device state as JSON; - is standard output")
         ->type_name("FILE");
-    command->add_option("--report", run->reportFile, "write a report as one HTML page")->type_name("FILE");
+    CLI::Option* report =
+        command->add_option("--report", run->reportFile, "write a report as one HTML page")->type_name("FILE");
+    command->add_flag("--audit", run->audit, "compare the device with G.988 in the report, as the command audit does")
+        ->needs(report);
     command->add_option("--pcap", run->pcapFile, "write the frames of the scenario's frame steps for Wireshark")
         ->type_name("FILE");
     command->add_flag("--hal-output", run->halOutput, "show what the HAL prints below the step that made it print");

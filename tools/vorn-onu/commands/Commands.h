@@ -15,6 +15,7 @@ struct RunCommand {
     std::vector<std::string> scenarios;  // several are run each in a process of its own
     std::string jsonFile;                // "-" is standard output
     std::string reportFile;              // an HTML page
+    bool audit = false;                  // the report has a part that compares the device with the standard
     std::string pcapFile;                // the frames of frame steps
     std::string junitFile;               // a test case a scenario, as CI systems read them
     unsigned jobs = 1;                   // of several scenarios, so many at a time
@@ -63,6 +64,15 @@ struct DiffCommand {
     std::string before, after;  // files that --json has written
     bool json = false;
     int run() const;  // kHeld: no difference; kNotHeld: there are some
+};
+
+// The device beside the standard.
+struct AuditCommand {
+    std::string scenario;
+    std::size_t afterStep = 0;  // 0: the moment at which most stands on the device
+    bool strict = false;        // a difference is a failure
+    bool json = false;
+    int run() const;  // kNotHeld when something differs and strict is set
 };
 
 // What the HAL reports of the board: a new one, or one that a scenario has set up.

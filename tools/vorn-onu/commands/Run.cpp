@@ -78,7 +78,7 @@ int runShown(const RunCommand& command, const Scenario& scenario, ScenarioResult
     onu.reset();
     const DeviceState newBoard = readState(onu.toJson());
 
-    RunReport collected(scenario, newBoard);
+    RunReport collected(scenario, newBoard, command.audit);
 
     say(output.heading());
     const auto records = runScenario(scenario, optionsOf(command), [&](const StepRecord& record) {

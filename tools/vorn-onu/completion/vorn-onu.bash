@@ -4,13 +4,14 @@ _vorn_onu() {
     local options
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        COMPREPLY=($(compgen -W "run send exec diff info schema help --help --version" -- "$word"))
+        COMPREPLY=($(compgen -W "run send audit exec diff info schema help --help --version" -- "$word"))
         return
     fi
     case $command in
-        run) options="--trace --json --report --pcap --hal-output --real-time --quiet --strict --junit --jobs" ;;
+        run) options="--trace --json --report --audit --pcap --hal-output --real-time --quiet --strict --junit --jobs" ;;
         send) options="--from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source --destination
                        --after-step --json --payload --both-ways --pcap-in --pcap" ;;
+        audit) options="--strict --after-step --json" ;;
         info | diff) options="--json" ;;
         help) options="--man" ;;
         exec) options="--trace --json --report --pcap --hal-output --record --quiet" ;;
@@ -20,7 +21,7 @@ _vorn_onu() {
         send:--from) COMPREPLY=($(compgen -W "sid0 sid1 sid2 sid3 sid4 sid5 sid6 sid7 eth0 eth1 veip0" -- "$word")) ;;
         send:--ethertype) COMPREPLY=($(compgen -W "ipv4 ipv6 arp 0x8863 0x8864" -- "$word")) ;;
         send:--protocol) COMPREPLY=($(compgen -W "igmp udp tcp" -- "$word")) ;;
-        send:--vlan | send:--pbits | send:--tpid | send:--dscp | send:--source | send:--destination | send:--after-step | send:--payload) ;;
+        send:--vlan | send:--pbits | send:--tpid | send:--dscp | send:--source | send:--destination | send:--after-step | audit:--after-step | send:--payload) ;;
         exec:--) COMPREPLY=($(compgen -c -- "$word")) ;;
         *)
             if [[ $word == -* ]]; then

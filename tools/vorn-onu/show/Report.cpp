@@ -189,6 +189,7 @@ std::string htmlReport(const ReportInput& input) {
                                      {"The device by service", picture(input)},
                                      {"Services and their rules", servicesPart(input.state)},
                                      {"Frames, hop by hop", frames(input)},
+                                     {"The device beside the standard", input.audit},
                                      {"Steps", steps(input)},
                                      {"GEM ports and T-CONTs", ponPart(input.state)},
                                      {"Bridges and devices", devicesPart(input.state, input.newBoard)},

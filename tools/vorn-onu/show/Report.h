@@ -43,6 +43,7 @@ struct ReportInput {
     std::string moment;  // of the state: "after step 11 of 17"; "" for the end of the run
     DeviceState state;
     DeviceState newBoard;
+    std::string audit;  // the part that compares the device with the standard, as HTML; "" for none
 };
 
 std::string htmlReport(const ReportInput& input);

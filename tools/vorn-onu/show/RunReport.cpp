@@ -4,7 +4,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include "audit/Audit.h"
 #include "scenario/fields/FrameFields.h"
+#include "show/AuditWords.h"
 #include "state/WalkWords.h"
 
 namespace vorn_onu {
@@ -50,7 +52,8 @@ ReportWalk walkOf(const StepRecord& record) {
 
 }  // namespace
 
-RunReport::RunReport(const Scenario& scenario, DeviceState newBoard) : steps_(scenario.steps.size()) {
+RunReport::RunReport(const Scenario& scenario, DeviceState newBoard, bool withAudit)
+    : steps_(scenario.steps.size()), withAudit_(withAudit), file_(scenario.file) {
     input_.title = scenario.title;
     input_.description = scenario.description;
     input_.source = std::filesystem::path(scenario.file).filename().string();
@@ -61,7 +64,12 @@ RunReport::RunReport(const Scenario& scenario, DeviceState newBoard) : steps_(sc
 void RunReport::add(const StepRecord& record, const virtual_onu::VirtualOnu& onu) {
     input_.steps.push_back(stepOf(record));
     if (record.sent) input_.walks.push_back(walkOf(record));
+    if (withAudit_) asked_.take(*record.step);
     if (!fullest_.isNow(onu)) return;
+    if (withAudit_) {
+        askedThen_ = asked_;
+        pathThen_ = onu.freezeDataPath();
+    }
     input_.state = readState(onu.toJson());
     input_.moment = "after step " + std::to_string(record.step->number) + " of " + std::to_string(steps_);
     if (record.step->number >= steps_) input_.moment.clear();
@@ -72,6 +80,7 @@ ReportInput RunReport::finish(const DeviceState& atEnd) && {
     input_.state.strangeCommands = atEnd.strangeCommands;
     input_.state.failedCalls = atEnd.failedCalls;
     input_.state.calls = atEnd.calls;
+    if (pathThen_) input_.audit = auditPart(audit::auditOf(askedThen_, *pathThen_), file_);
     return std::move(input_);
 }
 

@@ -2,8 +2,11 @@
 #ifndef VORN_ONU_RUN_REPORT_H
 #define VORN_ONU_RUN_REPORT_H
 
+#include <optional>
+#include <string>
 #include <vector>
 
+#include "audit/AskedServices.h"
 #include "scenario/Runner.h"
 #include "show/Capture.h"
 #include "show/Report.h"
@@ -12,7 +15,8 @@ namespace vorn_onu {
 
 class RunReport {
 public:
-    RunReport(const Scenario& scenario, DeviceState newBoard);
+    // withAudit: the page has a part that compares the device with the standard.
+    RunReport(const Scenario& scenario, DeviceState newBoard, bool withAudit = false);
     // After every step: the page shows the device at the moment at which most stands on it.
     void add(const StepRecord& record, const virtual_onu::VirtualOnu& onu);
     // atEnd: the device when the run is over; what was sent, run and refused is told of the whole run.
@@ -22,6 +26,10 @@ private:
     ReportInput input_;
     std::size_t steps_;
     FullestMoment fullest_;
+    bool withAudit_;
+    std::string file_;
+    audit::AskedServices asked_, askedThen_;  // now, and at the moment that the page shows
+    std::optional<virtual_onu::FrozenDataPath> pathThen_;
 };
 
 // The frames of the frame steps, as they came in and as their copies left.

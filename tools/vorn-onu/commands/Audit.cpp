@@ -1,0 +1,66 @@
+// vorn-onu audit FILE: where does the device differ from the standard?
+#include "audit/Audit.h"
+
+#include <optional>
+
+#include "commands/Commands.h"
+#include "io/Output.h"
+#include "scenario/Runner.h"
+#include "show/AuditWords.h"
+#include "show/HalOutput.h"
+
+namespace vorn_onu {
+
+namespace {
+
+// The device and what is asked of it at the chosen moment.
+audit::Result auditAt(const Scenario& scenario, std::size_t afterStep) {
+    auto& onu = virtual_onu::VirtualOnu::instance();
+    FullestMoment fullest;
+    audit::AskedServices asked, chosenServices;
+    std::optional<virtual_onu::FrozenDataPath> path;
+    std::size_t step = 0;
+    RunOptions options;
+    options.lastStep = afterStep;
+    runScenario(scenario, options, [&](const StepRecord& record) {
+        asked.take(*record.step);
+        const bool chosen = afterStep != 0 ? record.step->number == afterStep : fullest.isNow(onu);
+        if (!chosen || record.step->kind == "end") return;
+        chosenServices = asked;
+        path = onu.freezeDataPath();
+        step = record.step->number;
+    });
+    audit::Result result = path ? audit::auditOf(chosenServices, *path) : audit::Result{};
+    result.step = step;
+    return result;
+}
+
+}  // namespace
+
+int AuditCommand::run() const {
+    try {
+        const Scenario loaded = loadScenario(scenario);
+        if (afterStep > loaded.steps.size())
+            throw Problem("vorn-onu: audit: --after-step " + std::to_string(afterStep) + ": " + scenario + " has " +
+                          std::to_string(loaded.steps.size()) + " steps");
+        HalOutput hal(scenario);
+        const Terminal terminal = Terminal::of(hal.shown());
+        const audit::Result result = auditAt(loaded, afterStep);
+        if (json) {
+            print(hal.shown(), auditJson(result, scenario).dump(2, ' ', true) + "\n");
+        } else {
+            const std::string moment = "after step " + std::to_string(result.step) + " of " +
+                                       std::to_string(loaded.steps.size()) +
+                                       (afterStep == 0 ? ", when most stands on the device" : "");
+            print(hal.shown(), terminal.bold("G.988 and the device") + "\n" +
+                                   terminal.dim(cut(loaded.title, terminal.width())) + "\n" + terminal.dim(moment) +
+                                   "\n\n" + auditWords(result, scenario, terminal));
+        }
+        return strict && result.differing() != 0 ? kNotHeld : kHeld;
+    } catch (const std::exception& error) {
+        complain(error.what());
+        return kBadInput;
+    }
+}
+
+}  // namespace vorn_onu
