@@ -45,7 +45,7 @@ void CompiledTable::fillSlots(Group& group, const std::vector<std::uint32_t>& pl
     group.slots.assign(size, kFree);
     for (const std::uint32_t place : places) {
         const Key& value = rules_[place].filter.value;
-        std::size_t slot = hashOf(value, group.mask) & (size - 1);
+        std::size_t slot = static_cast<std::size_t>(hashOf(value, group.mask)) & (size - 1);
         // The same filters once more: the earlier rule takes all the frames.
         while (group.slots[slot] != kFree && rules_[group.slots[slot]].filter.value.word != value.word)
             slot = (slot + 1) & (size - 1);
@@ -64,7 +64,8 @@ const CompiledRule* CompiledTable::find(const Key& key) const {
         if (group.first > found) break;
         if (key.tags < group.leastTags) continue;
         const std::size_t last = group.slots.size() - 1;
-        for (std::size_t slot = hashOf(key, group.mask) & last; group.slots[slot] != kFree; slot = (slot + 1) & last) {
+        for (std::size_t slot = static_cast<std::size_t>(hashOf(key, group.mask)) & last; group.slots[slot] != kFree;
+             slot = (slot + 1) & last) {
             if (!rules_[group.slots[slot]].filter.takes(key)) continue;
             found = std::min(found, group.slots[slot]);
             break;

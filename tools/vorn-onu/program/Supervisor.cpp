@@ -36,7 +36,7 @@ long nanosecondsSince(const timespec& before) {
 }
 
 timespec timeOf(milliseconds length) {
-    return {length.count() / 1000, length.count() % 1000 * 1000000};
+    return {static_cast<time_t>(length.count() / 1000), static_cast<long>(length.count() % 1000 * 1000000)};
 }
 
 }  // namespace

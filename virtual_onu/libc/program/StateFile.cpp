@@ -136,7 +136,7 @@ void* writer(void* /*unused*/) {
         const auto pause = std::max<std::chrono::nanoseconds>(
             kShortestPause, (std::chrono::steady_clock::now() - start) * kPauseToWork);
         const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(pause);
-        const timespec length{seconds.count(), static_cast<long>((pause - seconds).count())};
+        const timespec length{static_cast<time_t>(seconds.count()), static_cast<long>((pause - seconds).count())};
         real::nanosleep(&length, nullptr);
     }
 }
