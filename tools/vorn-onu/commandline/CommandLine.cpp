@@ -16,7 +16,7 @@ constexpr const char* kDescription = "Runs HAL scenarios and whole programs agai
 
 using AddCommand = Command (*)(CLI::App& app);
 // In the order in which --help and the manual page show them.
-constexpr AddCommand kCommands[] = {addRun, addSend, addAudit, addExec, addDiff, addInfo, addSchema, addHelp};
+constexpr AddCommand kCommands[] = {addRun, addSend, addAudit, addOmci, addExec, addDiff, addInfo, addSchema, addHelp};
 
 // Its exit code is the program's own.
 constexpr const char* kRunsPrograms = "exec";
@@ -74,6 +74,7 @@ const std::vector<Topic>& commonTopics() {
 std::vector<std::string> examples() {
     return {"vorn-onu run scenarios/bridge.json --trace",
             "vorn-onu send scenarios/internet.json --from sid0 --vlan 20 --pbits 5",
+            "vorn-onu omci scenarios/omci/internet.pcap --from sid1",
             "vorn-onu exec --record session.json -- ./my-omci-daemon"};
 }
 

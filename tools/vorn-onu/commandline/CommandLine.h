@@ -24,6 +24,7 @@ struct Command {
 Command addRun(CLI::App& app);
 Command addSend(CLI::App& app);
 Command addAudit(CLI::App& app);
+Command addOmci(CLI::App& app);
 Command addExec(CLI::App& app);
 Command addDiff(CLI::App& app);
 Command addInfo(CLI::App& app);

@@ -34,17 +34,34 @@ struct TypedTag {
     bool dei = false;
 };
 
-struct SendCommand {
-    std::string scenario;
+struct TypedFrame {
     std::string from, etherType, ipProtocol, dscp, source, destination;
     std::vector<TypedTag> tags;  // outermost first
     std::string payload;         // octets behind the type word
-    std::string captureFile;     // frames to send instead of one
-    std::string pcapFile;        // what left of them
-    std::size_t afterStep = 0;   // 0: the moment at which most stands on the device
     bool bothWays = false;       // send what came out back again
+};
+
+struct SendCommand : TypedFrame {
+    std::string scenario;
+    std::string captureFile;    // frames to send instead of one
+    std::string pcapFile;       // what left of them
+    std::size_t afterStep = 0;  // 0: the moment at which most stands on the device
     bool json = false;
     int run() const;  // kHeld when a copy of the frame leaves the device, kNotHeld when it is dropped
+};
+
+// The messages of an OLT, played to an ONU or answered as they come.
+struct OmciCommand : TypedFrame {
+    std::string file;           // a capture, or text with hexadecimal digits
+    std::size_t until = 0;      // stop behind this message; 0: none
+    std::string jsonFile;       // "-" is standard output
+    std::string reportFile;     // an HTML page
+    std::string pcapFile;       // the frame of --from
+    std::string recordFile;     // the HAL's calls as a scenario
+    std::string listenAddress;  // "unix:PATH" or "udp:127.0.0.1:PORT"
+    bool quiet = false;         // show what is not as expected only
+    // kNotHeld when an answer has another result than the capture's, a call of the HAL failed, or the frame is dropped.
+    int run() const;
 };
 
 struct ExecCommand {

@@ -4,7 +4,7 @@ _vorn_onu() {
     local options
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        COMPREPLY=($(compgen -W "run send audit exec diff info schema help --help --version" -- "$word"))
+        COMPREPLY=($(compgen -W "run send audit omci exec diff info schema help --help --version" -- "$word"))
         return
     fi
     case $command in
@@ -12,16 +12,20 @@ _vorn_onu() {
         send) options="--from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source --destination
                        --after-step --json --payload --both-ways --pcap-in --pcap" ;;
         audit) options="--strict --after-step --json" ;;
+        omci) options="--listen --until --from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source
+                       --destination --payload --both-ways --json --report --pcap --record --quiet" ;;
         info | diff) options="--json" ;;
         help) options="--man" ;;
         exec) options="--trace --json --report --pcap --hal-output --record --quiet" ;;
         *) options="" ;;
     esac
     case $command:$before in
-        send:--from) COMPREPLY=($(compgen -W "sid0 sid1 sid2 sid3 sid4 sid5 sid6 sid7 eth0 eth1 veip0" -- "$word")) ;;
-        send:--ethertype) COMPREPLY=($(compgen -W "ipv4 ipv6 arp 0x8863 0x8864" -- "$word")) ;;
-        send:--protocol) COMPREPLY=($(compgen -W "igmp udp tcp" -- "$word")) ;;
+        omci:--listen) COMPREPLY=($(compgen -W "unix: udp:127.0.0.1:" -- "$word")) ;;
+        send:--from | omci:--from) COMPREPLY=($(compgen -W "sid0 sid1 sid2 sid3 sid4 sid5 sid6 sid7 eth0 eth1 veip0" -- "$word")) ;;
+        send:--ethertype | omci:--ethertype) COMPREPLY=($(compgen -W "ipv4 ipv6 arp 0x8863 0x8864" -- "$word")) ;;
+        send:--protocol | omci:--protocol) COMPREPLY=($(compgen -W "igmp udp tcp" -- "$word")) ;;
         send:--vlan | send:--pbits | send:--tpid | send:--dscp | send:--source | send:--destination | send:--after-step | audit:--after-step | send:--payload) ;;
+        omci:--vlan | omci:--pbits | omci:--tpid | omci:--dscp | omci:--source | omci:--destination | omci:--payload | omci:--until) ;;
         exec:--) COMPREPLY=($(compgen -c -- "$word")) ;;
         *)
             if [[ $word == -* ]]; then

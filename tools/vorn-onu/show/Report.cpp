@@ -65,10 +65,6 @@ std::vector<std::string> allEscaped(const std::vector<std::string>& lines) {
     return safe;
 }
 
-std::string stepAnchor(std::size_t number) {
-    return "step-" + std::to_string(number);
-}
-
 std::vector<std::string> failedCalls(const ReportInput& input) {
     std::vector<RunStep> steps;
     for (const ReportStep& step : input.steps)
@@ -157,6 +153,13 @@ std::string stepItem(const ReportStep& step) {
                        element("span", escaped(step.words), "args");
     if (!step.answer.empty()) body += " <span class=\"answer\">= " + escaped(step.answer) + "</span>";
     if (!step.note.empty()) body += element("div", escaped(step.note), "note");
+    if (!step.messages.empty()) {
+        std::string links;
+        for (const std::size_t message : step.messages)
+            links += (links.empty() ? "" : ", ") + link(messageAnchor(message), std::to_string(message));
+        body +=
+            element("div", std::string(step.messages.size() == 1 ? "from message " : "from messages ") + links, "note");
+    }
     if (!step.effects.empty()) body += element("div", "→ " + escaped(step.effects), "effects");
     for (const std::string& failure : step.failures) body += element("div", escaped(failure), "fail mono");
     return "<li id=\"" + stepAnchor(step.number) + "\">" + mark(step.passed) +
@@ -190,7 +193,8 @@ std::string htmlReport(const ReportInput& input) {
                                      {"Services and their rules", servicesPart(input.state)},
                                      {"Frames, hop by hop", frames(input)},
                                      {"The device beside the standard", input.audit},
-                                     {"Steps", steps(input)},
+                                     {"Messages", messagesPart(input.messages)},
+                                     {input.messages.empty() ? "Steps" : "Calls of the HAL", steps(input)},
                                      {"GEM ports and T-CONTs", ponPart(input.state)},
                                      {"Bridges and devices", devicesPart(input.state, input.newBoard)},
                                      {"Runner, routing, messages", listsPart(input.state)}};

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "VirtualOnu.h"
@@ -21,7 +22,21 @@ struct ReportStep {
     std::string note;  // the author's own words
     bool passed = true;
     std::vector<std::string> failures;
-    std::uint64_t lastTraceEntry = 0;  // number of the last entry of the trace when the step was over
+    std::uint64_t lastTraceEntry = 0;        // number of the last entry of the trace when the step was over
+    std::vector<std::size_t> messages = {};  // numbers of those that it came from
+};
+
+// A message of the management channel.
+struct ReportMessage {
+    std::size_t number = 0;
+    std::string from;  // "OLT", "ONU"
+    std::string transaction, type, entity;
+    std::string values;                                      // its attributes in words
+    std::string result, answer;                              // the ONU's: the result, and the values beside it
+    std::vector<std::string> differences;                    // to the answer in the capture
+    std::vector<std::string> problems;                       // what the HAL cannot do
+    std::vector<std::pair<std::size_t, std::string>> calls;  // steps that came of it, number and name
+    bool passed = true;
 };
 
 struct ReportWalk {
@@ -38,6 +53,7 @@ struct ReportInput {
     std::string title;
     std::string description;
     std::string source;  // the scenario's file name
+    std::vector<ReportMessage> messages;
     std::vector<ReportStep> steps;
     std::vector<ReportWalk> walks;
     std::string moment;  // of the state: "after step 11 of 17"; "" for the end of the run
@@ -53,6 +69,11 @@ std::string servicesPart(const DeviceState& state);
 std::string ponPart(const DeviceState& state);
 std::string devicesPart(const DeviceState& state, const DeviceState& newBoard);
 std::string listsPart(const DeviceState& state);
+
+// ReportMessages.cpp: the messages of an OLT, each with the steps that came of it. "" when there are none.
+std::string messagesPart(const std::vector<ReportMessage>& messages);
+std::string messageAnchor(std::size_t number);
+std::string stepAnchor(std::size_t number);
 
 // ReportPicture.cpp: devices, bridges, GEM ports and T-CONTs, one lane a service. "" when there is no service.
 std::string topologyPicture(const DeviceState& state);

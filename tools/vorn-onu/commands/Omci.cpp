@@ -1,0 +1,143 @@
+// vorn-onu omci FILE: what does the ONU do with these messages?
+#include <algorithm>
+#include <filesystem>
+#include <optional>
+
+#include "channel/MessageFile.h"
+#include "channel/Playing.h"
+#include "commands/Commands.h"
+#include "commands/FrameSending.h"
+#include "commands/OmciFiles.h"
+#include "commands/OmciListen.h"
+#include "io/Files.h"
+#include "io/Output.h"
+#include "show/DeviceReport.h"
+#include "show/HalOutput.h"
+#include "show/MessageOutput.h"
+
+namespace vorn_onu {
+
+namespace {
+
+constexpr std::size_t kMostFileBytes = std::size_t{256} << 20U;
+constexpr std::size_t kMostSkippedShown = 3;
+
+std::string plural(std::size_t count, const std::string& noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+std::string heading(const std::string& name, const MessageFile& file, const Playing& playing,
+                    const Terminal& terminal) {
+    std::string text =
+        terminal.bold(cut("The messages in " + name + ", and what the ONU does with them", terminal.width())) + "\n";
+    const auto line = [&](const std::string& words, bool warning) {
+        for (const std::string& one : wrapped(words, terminal.width()))
+            text += (warning ? terminal.yellow(one) : terminal.dim(one)) + "\n";
+    };
+    std::string counts = plural(playing.count(), "message");
+    if (file.messages.size() > playing.count())
+        counts += ", " + plural(file.messages.size() - playing.count(), "answer") + " of the ONU in the capture";
+    if (file.others > 0) counts += ", " + plural(file.others, file.placeName) + " of other protocols";
+    line(counts, false);
+    if (playing.beginsInTheMiddle())
+        line(
+            "The capture begins in the middle: what the OLT asked for before is not known. Entities from then are "
+            "made with values of 0 when a message names them.",
+            true);
+    for (std::size_t at = 0; at < file.skipped.size() && at < kMostSkippedShown; ++at)
+        line("No message: " + file.skipped[at], true);
+    if (file.skipped.size() > kMostSkippedShown)
+        line("and " + std::to_string(file.skipped.size() - kMostSkippedShown) + " more that are no messages", true);
+    return text + "\n";
+}
+
+struct Sending {
+    SentFrame sent;
+    std::vector<Return> returns;
+    bool good() const { return !sent.walk.exits.empty() && allReturn(returns); }
+};
+
+Sending sendTyped(const FrameInput& input, bool bothWays) {
+    const auto& onu = virtual_onu::VirtualOnu::instance();
+    if (!canArrive(input, onu)) {
+        const auto places = placesOn(onu);
+        throw Problem("from", "there is no port '" + input.from + "' then" + suggestion(input.from, places) +
+                                  "; there are " + joined(places));
+    }
+    const virtual_onu::FrozenDataPath path = onu.freezeDataPath();
+    Sending sending{{input, send(path, input)}, {}};
+    if (bothWays) sending.returns = sendBack(path, sending.sent);
+    return sending;
+}
+
+int runPlayed(const OmciCommand& command, const MessageFile& file, const std::optional<FrameInput>& input) {
+    HalOutput hal(command.file);
+    const Terminal terminal = Terminal::of(hal.shown());
+    const bool words = command.jsonFile != "-";
+    const auto say = [&](const std::string& text, bool always = false) {
+        if (words && (always || !command.quiet)) print(hal.shown(), text);
+    };
+    auto& onu = virtual_onu::VirtualOnu::instance();
+    onu.reset();
+    OmciRun run;
+    run.name = std::filesystem::path(command.file).filename().string();
+    run.newBoard = readState(onu.toJson());
+    LivingOnu living;
+    Playing playing(living, file, command.until);
+    const auto numberOf = [&playing](std::uint64_t message) { return playing.numberOf(message); };
+    run.numberOf = numberOf;
+    MessageOutput output(terminal, file.placeName == "packet");
+    if (command.until > playing.count())
+        throw FileProblem(command.file, "has " + plural(playing.count(), "message") + ", there is no message " +
+                                            std::to_string(command.until));
+    say(heading(run.name, file, playing, terminal));
+    playing.run([&](const Played& played) {
+        run.messages.push_back(played);
+        if (command.quiet && isAsExpected(played)) return;
+        say(output.message(played), true);
+    });
+    say(output.flush(), true);
+    const nlohmann::json device = onu.toJson();
+    const DeviceState state = readState(device);
+    say(output.rule("What the HAL was asked for") + output.calls(run.calls(), numberOf));
+    say(output.rule("What stands on the device"));
+    const std::string report = deviceReport(state, run.newBoard, terminal);
+    say(report.empty() ? "\n  Nothing: the device is as new.\n" : report);
+    say(warnings(state, terminal));
+    bool good = std::all_of(run.messages.begin(), run.messages.end(), isAsExpected);
+    if (input) {
+        const Sending sending = sendTyped(*input, command.bothWays);
+        good = good && sending.good();
+        say(output.rule("Frame: " + input->text()) + "\n" + walkWords(sending.sent.walk, terminal) +
+                returnWords(sending.returns, terminal),
+            true);
+        run.sent = sending.sent;
+        run.returns = sending.returns;
+    }
+    say(output.closing(run.messages));
+    say("  what the HAL printed: " + hal.path() + " (" + std::to_string(hal.lines()) + " lines)\n");
+    if (command.jsonFile == "-") print(hal.shown(), omciJson(run, device));
+    writeOmciFiles(command, run, device);
+    return good ? kHeld : kNotHeld;
+}
+
+}  // namespace
+
+int OmciCommand::run() const {
+    try {
+        for (const std::string& path : {jsonFile, reportFile, pcapFile, recordFile})
+            if (path != "-") checkWritable(path);
+        if (!listenAddress.empty()) return listenToOlt(*this);
+        if (file.empty()) throw std::invalid_argument("vorn-onu: omci: say which FILE to play, or where to --listen");
+        std::optional<FrameInput> input;
+        if (!from.empty()) input = frameOf(*this);
+        return runPlayed(*this, readMessages(readFile(file, kMostFileBytes), file), input);
+    } catch (const Problem& problem) {
+        complain("the frame: " + problem.text());
+    } catch (const std::exception& error) {
+        complain(error.what());
+    }
+    return kBadInput;
+}
+
+}  // namespace vorn_onu

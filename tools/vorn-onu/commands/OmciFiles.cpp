@@ -1,0 +1,129 @@
+#include "commands/OmciFiles.h"
+
+#include "io/Files.h"
+#include "omci/message/ValueText.h"
+#include "scenario/fields/Field.h"
+#include "show/Capture.h"
+#include "show/MessageOutput.h"
+#include "show/Report.h"
+#include "state/WalkWords.h"
+
+namespace vorn_onu {
+
+namespace {
+
+constexpr auto kReplace = nlohmann::json::error_handler_t::replace;
+
+std::string placeOf(const virtual_onu::Exit& exit) {
+    return exit.gemPort ? "gem " + std::to_string(*exit.gemPort) : exit.device;
+}
+
+void addTo(Capture& capture, const SentFrame& sent) {
+    capture.add(sent.input.from, Capture::Direction::In, sent.input.frame.bytes(), verdictOf(sent.walk));
+    for (const auto& exit : sent.walk.exits)
+        capture.add(placeOf(exit), Capture::Direction::Out, exit.frame.bytes(), exitWords(exit));
+}
+
+ReportWalk walkOf(const SentFrame& sent, bool passed, const std::string& note) {
+    ReportWalk walk;
+    walk.title = sent.input.text();
+    walk.verdict = verdictOf(sent.walk);
+    walk.walk = sent.walk;
+    walk.passed = passed;
+    walk.note = note;
+    return walk;
+}
+
+ReportStep stepOf(const HalStep& call, const OmciRun& run) {
+    ReportStep step;
+    step.number = call.number;
+    step.kind = "call";
+    step.name = call.name;
+    step.words = call.words;
+    step.answer = call.result == 0 ? "" : std::to_string(call.result);
+    step.effects = call.effects;
+    step.passed = call.result == 0;
+    step.note = entityNames(call);
+    for (const std::uint64_t message : call.messages)
+        if (const std::size_t number = run.numberOf(message); number != 0) step.messages.push_back(number);
+    return step;
+}
+
+ReportMessage messageOf(const Played& played) {
+    ReportMessage message;
+    message.number = played.number;
+    message.from = played.fromOnu ? "ONU" : "OLT";
+    message.transaction = played.text.transaction;
+    message.type = played.text.type;
+    message.entity = played.text.entity;
+    message.values = valueWords(played.text);
+    if (played.answer)
+        message.result = played.answer->result.empty() ? "answered" : played.answer->result;
+    else if (!played.fromOnu)
+        message.result = "no answer: " + played.whyNoAnswer;
+    if (played.answer) message.answer = valueWords(*played.answer);
+    message.differences = played.differences;
+    for (const auto& problem : played.problems)
+        message.problems.push_back(omci::entityText(problem.entity) + ": " + problem.reason);
+    for (const HalStep& call : played.calls) message.calls.emplace_back(call.number, call.name);
+    message.passed = isAsExpected(played);
+    return message;
+}
+
+std::string reportOf(const OmciRun& run, const nlohmann::json& device) {
+    ReportInput input;
+    input.title = "The messages in " + run.name + ", and what the ONU does with them";
+    input.source = run.name;
+    input.state = readState(device);
+    input.newBoard = run.newBoard;
+    for (const Played& played : run.messages) input.messages.push_back(messageOf(played));
+    for (const HalStep& call : run.calls()) input.steps.push_back(stepOf(call, run));
+    if (run.sent) input.walks.push_back(walkOf(*run.sent, !run.sent->walk.exits.empty(), ""));
+    for (const Return& back : run.returns)
+        input.walks.push_back(walkOf({back.input, back.walk}, back.against.empty(), back.against));
+    return htmlReport(input);
+}
+
+}  // namespace
+
+std::vector<HalStep> OmciRun::calls() const {
+    std::vector<HalStep> calls;
+    for (const Played& played : messages) calls.insert(calls.end(), played.calls.begin(), played.calls.end());
+    return calls;
+}
+
+std::string omciJson(const OmciRun& run, const nlohmann::json& device) {
+    nlohmann::json json = {{"file", run.name}, {"messages", nlohmann::json::array()}, {"device", device}};
+    for (const Played& played : run.messages) json["messages"].push_back(playedJson(played, run.numberOf));
+    if (run.sent) json["frame"] = nlohmann::json::parse(sentJson(*run.sent, run.returns, !run.returns.empty()).dump());
+    return json.dump(2, ' ', true, kReplace) + "\n";
+}
+
+std::string recordedCalls(const OmciRun& run) {
+    Json scenario = {{"version", kFormatVersion},
+                     {"title", "What the messages in " + run.name + " asked of the HAL"},
+                     {"steps", LivingOnu::startSteps()}};
+    for (const HalStep& call : run.calls()) {
+        Json step = call.step;
+        if (step["call"].get<std::string>().find("EthernetUni") != std::string::npos) step.erase("result");  // none
+        if (const std::string numbers = messageNumbers(call, run.numberOf); !numbers.empty())
+            step["note"] =
+                "from " + std::string(numbers.find(',') == std::string::npos ? "message " : "messages ") + numbers;
+        scenario["steps"].push_back(std::move(step));
+    }
+    return scenario.dump(2, ' ', false, kReplace) + "\n";
+}
+
+void writeOmciFiles(const OmciCommand& command, const OmciRun& run, const nlohmann::json& device) {
+    if (!command.jsonFile.empty() && command.jsonFile != "-") writeFile(command.jsonFile, omciJson(run, device));
+    if (!command.recordFile.empty()) writeFile(command.recordFile, recordedCalls(run));
+    if (!command.reportFile.empty()) writeFile(command.reportFile, reportOf(run, device));
+    if (command.pcapFile.empty()) return;
+    Capture capture;
+    if (run.sent) addTo(capture, *run.sent);
+    for (const Return& back : run.returns) addTo(capture, {back.input, back.walk});
+    const auto bytes = capture.bytes();
+    writeFile(command.pcapFile, {bytes.begin(), bytes.end()});
+}
+
+}  // namespace vorn_onu
