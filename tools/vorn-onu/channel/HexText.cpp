@@ -74,6 +74,7 @@ public:
         const std::vector<std::string> words = wordsOf(text);
         if (words.empty()) return end();
         const auto offset = words.size() > 1 ? offsetOf(words.front()) : std::nullopt;
+        if (offset == 0 && isDumpLine(words)) end();  // another dump begins
         if (offset && *offset == dump_.size() && (*offset > 0 || isDumpLine(words))) return continueDump(words);
         end();
         single(words);

@@ -82,7 +82,9 @@ public:
         say(output_.rule("What stands on the device"));
         say(report.empty() ? "\n  Nothing: the device is as new.\n" : report);
         say(warnings(state, terminal_) + output_.closing(run_.messages));
-        if (dropped_ > 0) say("  " + std::to_string(dropped_) + " datagrams were no messages\n");
+        if (dropped_ > 0)
+            say("  " + std::to_string(dropped_) +
+                (dropped_ == 1 ? " datagram was no message\n" : " datagrams were no messages\n"));
         say("  what the HAL printed: " + hal.path() + " (" + std::to_string(hal.lines()) + " lines)\n");
         if (command_.jsonFile == "-") print(shown_, omciJson(run_, device));
         writeOmciFiles(command_, run_, device);

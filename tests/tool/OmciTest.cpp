@@ -1,0 +1,84 @@
+// vorn-onu omci FILE: what it tells of captures, whole ones and parts of them.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include <nlohmann/json.hpp>
+
+#include "channel/MessageFile.h"
+#include "io/Files.h"
+#include "omci/message/ValueText.h"
+#include "tool/RunProgram.h"
+
+namespace {
+
+const std::string kInternet = VORN_SCENARIO_DIR "/omci/internet.pcap";
+
+ProgramResult omciOf(std::vector<std::string> words) {
+    words.insert(words.begin(), {VORN_ONU_BINARY, "omci"});
+    return runProgram(words);
+}
+
+// The messages of a capture as text, but for the first ones, and the answers changed by `change`.
+std::string asText(std::size_t first, const std::function<void(omci::Message&)>& change) {
+    const auto file = vorn_onu::readMessages(vorn_onu::readFile(kInternet, 1U << 20U), kInternet);
+    std::string text;
+    for (std::size_t at = first; at < file.messages.size(); ++at) {
+        omci::Message message = file.messages[at].message;
+        if (message.isAnswer) change(message);
+        text += omci::hexText(omci::encodeFrame(message)) + "\n";
+    }
+    const std::string path = ::testing::TempDir() + "omci-messages.txt";
+    vorn_onu::writeFile(path, text);
+    return path;
+}
+
+TEST(Omci, ACallNamesTheMessagesBehindItAndTheRecordedScenarioMakesTheSameDevice) {
+    const std::string record = ::testing::TempDir() + "omci-calls.json";
+    const auto played = omciOf({kInternet, "--json", "-", "--record", record});
+    ASSERT_EQ(played.code, 0) << played.output;
+    const auto json = nlohmann::json::parse(played.output);
+    std::vector<std::size_t> causes;
+    for (const auto& message : json.at("messages"))
+        for (const auto& call : message.at("calls"))
+            if (call.at("call").at("call") == "vorn_omci_hal_gemflow_add")
+                causes = call.at("messages").get<std::vector<std::size_t>>();
+    EXPECT_EQ(causes, (std::vector<std::size_t>{3, 6}));
+    const auto again = runProgram({VORN_ONU_BINARY, "run", record, "--json", "-"});
+    ASSERT_EQ(again.code, 0) << again.output;
+    const auto device = nlohmann::json::parse(again.output).at("device");
+    for (const char* part : {"network", "pon", "vlan"}) EXPECT_EQ(device.at(part), json.at("device").at(part)) << part;
+}
+
+TEST(Omci, AnotherResultThanTheCapturesIsAFailure) {
+    const auto other = omciOf({asText(0, [](omci::Message& answer) {
+        if (answer.entity.classId == 262) answer.content[0] = 6;
+    })});
+    EXPECT_EQ(other.code, 1);
+    EXPECT_NE(other.output.find("≠ success here, device busy in the capture"), std::string::npos) << other.output;
+}
+
+TEST(Omci, ACaptureThatBeginsInTheMiddleIsToldAndPlayed) {
+    const auto part = omciOf({asText(24, [](omci::Message&) {})});
+    EXPECT_NE(part.output.find("begins in the middle"), std::string::npos) << part.output;
+    EXPECT_NE(part.output.find("from before the capture begins: Extended VLAN tagging"), std::string::npos)
+        << part.output;
+    EXPECT_EQ(part.code, 0) << part.output;
+}
+
+TEST(Omci, AFrameIsSentThroughWhatStandsAfterAMessage) {
+    EXPECT_EQ(omciOf({kInternet, "--from", "sid1", "--both-ways"}).code, 0);
+    EXPECT_EQ(omciOf({kInternet, "--from", "sid1", "--vlan", "77"}).code, 1);
+    const auto early = omciOf({kInternet, "--until", "10", "--from", "gem 1001"});
+    EXPECT_EQ(early.code, 1);
+    EXPECT_EQ(early.output.find(" 11 "), std::string::npos) << early.output;
+}
+
+TEST(Omci, WrongInputIsRefused) {
+    EXPECT_EQ(omciOf({kInternet, "--until", "99"}).code, 2);
+    EXPECT_EQ(omciOf({}).code, 2);
+    EXPECT_EQ(omciOf({"--listen", "udp:192.0.2.1:7000"}).code, 2);
+    EXPECT_EQ(omciOf({VORN_SCENARIO_DIR "/internet.json"}).code, 2);
+}
+
+}  // namespace
