@@ -1,5 +1,6 @@
 // Writes a capture for `vorn-onu send --pcap-in`:   vorn_capture FILE FRAMES
-// Frames of a home's port by chance: IPv4 and IPv6 of several lengths, PPPoE, ARP, with the customer's VLAN and without.
+// Frames of a home's port by chance: IPv4 and IPv6 of several lengths, PPPoE, ARP, with the customer's VLAN and
+// without.
 #include <cstdio>
 #include <cstdlib>
 #include <random>

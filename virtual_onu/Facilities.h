@@ -73,7 +73,7 @@ namespace datapath {  // frames/DataPath.cpp
 // A port of a bridge does not forward any more: what was learned behind it is forgotten.
 void portStopped(int deviceIndex);
 void bridgeRemoved(int deviceIndex);
-void reset();         // forget the addresses that the bridges have learned
+void reset();  // forget the addresses that the bridges have learned
 }  // namespace datapath
 
 }  // namespace virtual_onu

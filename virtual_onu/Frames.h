@@ -72,10 +72,10 @@ struct Hop {
     std::string device;      // the real device whose table it is, the bridge, the VLAN device of a flow, the class
     unsigned direction = 0;  // of the table
     unsigned table = 0;      // number of tags that the table stands for
-    std::optional<std::uint32_t> rule;   // id of the rule that matched; nothing: the default action
-    std::string detail;                  // the rule's text, "default: drop", "flooded", ...
-    std::string to;                      // the VLAN device or port that the frame goes to next; "" where it ends
-    Frame frame;                         // after this hop
+    std::optional<std::uint32_t> rule;     // id of the rule that matched; nothing: the default action
+    std::string detail;                    // the rule's text, "default: drop", "flooded", ...
+    std::string to;                        // the VLAN device or port that the frame goes to next; "" where it ends
+    Frame frame;                           // after this hop
     std::optional<NearestRule> nearest{};  // where no rule matched although the table has some
 };
 

@@ -29,7 +29,7 @@ constexpr std::array<const char*, 9> kDevicePaths = {
     "/sys/class/net",    "/proc/sys/net/ipv6/conf", "/proc/driver/i2c", "/proc/net/dev_extstats", "/var/mcpd.conf",
     "/var/mcpdTmp.conf", "/tmp/dhclient_interface", "/dev/laser_dev",   "/dev/ngpon2_stack",
 };
-constexpr std::size_t kKernelPaths = 2;              // the first of them are the kernel's
+constexpr std::size_t kKernelPaths = 2;  // the first of them are the kernel's
 constexpr char kSplitStatistics[] = "/proc/net/dev_extstats";
 constexpr char kPlainFolder[] = "/proc/driver/i2c";  // the only one above that holds plain files
 
