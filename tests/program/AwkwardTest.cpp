@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "program/Terminal.h"
+#include "support/Emulated.h"
 #include "tool/RunProgram.h"
 
 namespace {
@@ -74,6 +75,7 @@ TEST_F(Awkward, AHelperThatLeavesItsBoardAloneWritesNothing) {
 }
 
 TEST_F(Awkward, ASecondBoardIsKeptAndToldOf) {
+    SKIP_WHEN_EMULATED(kEmulatedFork);
     if (kThreadsEndWithFork) GTEST_SKIP() << kWhyNoFork;
     const ProgramResult result = run("two-boards");
     EXPECT_EQ(result.code, 0) << result.output;
@@ -86,6 +88,7 @@ TEST_F(Awkward, ASecondBoardIsKeptAndToldOf) {
 }
 
 TEST_F(Awkward, ABoardThatGoesOnInAChildIsOne) {
+    SKIP_WHEN_EMULATED(kEmulatedFork);
     if (kThreadsEndWithFork) GTEST_SKIP() << kWhyNoFork;
     const ProgramResult result = run("moves");
     EXPECT_EQ(result.code, 0) << result.output;
@@ -95,9 +98,7 @@ TEST_F(Awkward, ABoardThatGoesOnInAChildIsOne) {
 
 // A shell's commands have a board each; one that merely looks does not hide what another one has done.
 TEST_F(Awkward, AProgramThatOnlyLooksAtTheDeviceHidesNothing) {
-#if defined(VORN_EMULATED)
-    GTEST_SKIP() << "the host's programs are of another machine than the virtual ONU";
-#endif
+    SKIP_WHEN_EMULATED(kHostPrograms);
     const std::string script =
         std::string(EXAMPLE_DAEMON_BINARY) + " >/dev/null; cat /sys/class/net/sid0/mtu >/dev/null";
     const ProgramResult result = runProgram({kTool, "exec", "--json", state(), "--", "/bin/sh", "-c", script});

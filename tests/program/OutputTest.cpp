@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "support/Emulated.h"
 #include "tool/RunProgram.h"
 
 namespace {
@@ -50,6 +51,7 @@ TEST(ExecOutput, WhatTheHalPrintsGoesWhereItIsWanted) {
 }
 
 TEST(ExecOutput, OldLogsThatNobodyWritesToMakePlace) {
+    SKIP_WHEN_EMULATED(kHostPrograms);
     const ScratchDirectory scratch;
     const std::string logs = scratch.file("vorn-onu.*/*.hal.log");
     const std::string run = "TMPDIR=" + scratch.file("") + " " + kTool + " exec --quiet -- ";

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "program/Terminal.h"
+#include "support/Emulated.h"
 #include "tool/RunProgram.h"
 
 namespace {
@@ -71,6 +72,7 @@ TEST(Signals, TheSameSignalFromTheSameSenderAtOnceIsOneRequest) {
 }
 
 TEST(Signals, NothingIsLeftOfAProgramWithSeveralProcesses) {
+    SKIP_WHEN_EMULATED(kHostPrograms);
     TerminalSession session(
         {kTool, "exec", "--quiet", "--", "/bin/sh", "-c",
          kDaemon + " --stay & echo one is $!; setsid sh -c 'trap \"\" TERM; echo two is $$; while :; do sleep "
@@ -94,6 +96,7 @@ TEST(Signals, AProgramDiesWithTheTool) {
 }
 
 TEST(Background, AProgramThatGoesThereIsNamedWithItsFiles) {
+    SKIP_WHEN_EMULATED(kHostPrograms);
     const ScratchDirectory scratch;
     const ProgramResult result = runProgram({kTool, "exec", "--record", scratch.file("calls.json"), "--", "/bin/sh",
                                              "-c", kDaemon + " --stay >/dev/null 2>&1 & echo daemon is $!"});

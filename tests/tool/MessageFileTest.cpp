@@ -3,6 +3,7 @@
 
 #include "channel/MessageFile.h"
 #include "io/Files.h"
+#include "support/Emulated.h"
 
 namespace {
 
@@ -63,6 +64,7 @@ TEST(MessageFile, WhatIsNoMessageIsToldWithItsPlace) {
 }
 
 TEST(MessageFile, ACaptureIsReadUpToItsDamage) {
+    SKIP_WHEN_EMULATED(kNoLibpcap);
     const std::string whole = vorn_onu::readFile(VORN_SCENARIO_DIR "/omci/internet.pcap", 1U << 20U);
     EXPECT_EQ(vorn_onu::readMessages(whole, "a").messages.size(), 36U);
     const MessageFile half = vorn_onu::readMessages(whole.substr(0, whole.size() / 2), "a");

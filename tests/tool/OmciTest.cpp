@@ -8,6 +8,7 @@
 #include "channel/MessageFile.h"
 #include "io/Files.h"
 #include "omci/message/ValueText.h"
+#include "support/Emulated.h"
 #include "tool/RunProgram.h"
 
 namespace {
@@ -34,6 +35,7 @@ std::string asText(std::size_t first, const std::function<void(omci::Message&)>&
 }
 
 TEST(Omci, ACallNamesTheMessagesBehindItAndTheRecordedScenarioMakesTheSameDevice) {
+    SKIP_WHEN_EMULATED(kNoLibpcap);
     const std::string record = ::testing::TempDir() + "omci-calls.json";
     const auto played = omciOf({kInternet, "--json", "-", "--record", record});
     ASSERT_EQ(played.code, 0) << played.output;
@@ -51,6 +53,7 @@ TEST(Omci, ACallNamesTheMessagesBehindItAndTheRecordedScenarioMakesTheSameDevice
 }
 
 TEST(Omci, AnotherResultThanTheCapturesIsAFailure) {
+    SKIP_WHEN_EMULATED(kNoLibpcap);
     const auto other = omciOf({asText(0, [](omci::Message& answer) {
         if (answer.entity.classId == 262) answer.content[0] = 6;
     })});
@@ -59,6 +62,7 @@ TEST(Omci, AnotherResultThanTheCapturesIsAFailure) {
 }
 
 TEST(Omci, ACaptureThatBeginsInTheMiddleIsToldAndPlayed) {
+    SKIP_WHEN_EMULATED(kNoLibpcap);
     const auto part = omciOf({asText(24, [](omci::Message&) {})});
     EXPECT_NE(part.output.find("begins in the middle"), std::string::npos) << part.output;
     EXPECT_NE(part.output.find("from before the capture begins: Extended VLAN tagging"), std::string::npos)
@@ -67,6 +71,7 @@ TEST(Omci, ACaptureThatBeginsInTheMiddleIsToldAndPlayed) {
 }
 
 TEST(Omci, AFrameIsSentThroughWhatStandsAfterAMessage) {
+    SKIP_WHEN_EMULATED(kNoLibpcap);
     EXPECT_EQ(omciOf({kInternet, "--from", "sid1", "--both-ways"}).code, 0);
     EXPECT_EQ(omciOf({kInternet, "--from", "sid1", "--vlan", "77"}).code, 1);
     const auto early = omciOf({kInternet, "--until", "10", "--from", "gem 1001"});

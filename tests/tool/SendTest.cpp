@@ -12,6 +12,7 @@
 #include "VirtualOnu.h"
 #include "capture/CaptureReader.h"
 #include "capture/CaptureWriter.h"
+#include "support/Emulated.h"
 #include "tool/RunProgram.h"
 
 namespace {
@@ -173,6 +174,7 @@ std::string pcapOf(const std::vector<std::vector<std::uint8_t>>& frames) {
 }
 
 TEST(SendCapture, TellsTheFateOfEachFrameAndWritesWhatLeftWhole) {
+    SKIP_WHEN_EMULATED(kNoLibpcap);
     const ScratchDirectory scratch;
     const std::vector<std::vector<std::uint8_t>> frames = {withPayload(tagged(0), 700),
                                                            withPayload(tagged(20), 801),
@@ -228,6 +230,7 @@ TEST(SendCapture, RefusesWhatIsNoCaptureOfEthernetFrames) {
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 TEST(SendCapture, NeedsNoMoreMemoryForMoreFrames) {
+    SKIP_WHEN_EMULATED(kNoLibpcap);
     const ScratchDirectory scratch;
     const auto memoryAfter = [&](int frames) {
         vorn_onu::CaptureWriter writer(scratch.file("m.pcapng"));
