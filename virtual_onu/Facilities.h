@@ -42,6 +42,7 @@ namespace board {  // kit/Board.cpp: NVRAM, images, MAC, PHYs
 void reset();
 nlohmann::json toJson();
 bool phyHasLink(int port);  // false for a port that is none
+std::string bootId();       // the same until the board is factory-new again
 }  // namespace board
 
 namespace runner {  // shell/Runner.cpp: what "bs" and "iq" commands made

@@ -322,6 +322,22 @@ void useEverything(VirtualOnu& onu) {
     sleep(1);
 }
 
+// What a program keeps beyond its end is good for one start of the board alone.
+TEST_F(VirtualOnuTest, TheBoardKeepsItsBootIdUntilItStartsAnew) {
+    const auto read = [] {
+        char text[64] = {};
+        std::FILE* file = std::fopen("/proc/sys/kernel/random/boot_id", "r");
+        if (file == nullptr || std::fgets(text, sizeof text, file) == nullptr) ADD_FAILURE() << "no boot id";
+        if (file != nullptr) std::fclose(file);
+        return std::string(text);
+    };
+    const std::string first = read();
+    EXPECT_EQ(first.size(), 37U) << first;
+    EXPECT_EQ(read(), first);
+    onu().reset();
+    EXPECT_NE(read(), first);
+}
+
 TEST_F(VirtualOnuTest, ResetMakesTheBoardFactoryNew) {
     const auto factoryNew = onu().toJson();
     const auto factoryNewText = onu().stateText();

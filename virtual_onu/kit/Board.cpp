@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <iterator>
+#include <random>
 #include <stdexcept>
 
 #include <nlohmann/json.hpp>
@@ -36,7 +37,18 @@ struct Phy {
     int duplex = 1;
 };
 
+// As the kernel writes it: a random UUID, another one each time that the board starts.
+std::string newBootId() {
+    std::random_device random;
+    std::array<char, 37> text{};
+    const auto word = [&] { return static_cast<unsigned>(random()); };
+    std::snprintf(text.data(), text.size(), "%08x-%04x-4%03x-%04x-%08x%04x", word(), word() & 0xffff, word() & 0xfff,
+                  0x8000 | (word() & 0x3fff), word(), word() & 0xffff);
+    return text.data();
+}
+
 struct BoardState {
+    std::string bootId = newBootId();
     MacBytes baseMac{0x02, 0x10, 0x20, 0x30, 0x40, 0x50};
     std::string serialNumber = "VONU00000001";
     std::string partNumber = "VONU-8X";
@@ -90,6 +102,11 @@ bool phyHasLink(int port) {
     const DeviceLock lock(deviceMutex());
     const Phy* phy = phyAt(0, port);
     return phy != nullptr && phy->linkUp;
+}
+
+std::string bootId() {
+    const DeviceLock lock(deviceMutex());
+    return boardState().bootId;
 }
 
 nlohmann::json toJson() {

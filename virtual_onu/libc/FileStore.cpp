@@ -25,12 +25,16 @@ namespace {
 using descriptors::Kind;
 
 // Kept apart from State: looked at on every open of the process.
-constexpr std::array<const char*, 9> kDevicePaths = {
-    "/sys/class/net",    "/proc/sys/net/ipv6/conf", "/proc/driver/i2c", "/proc/net/dev_extstats", "/var/mcpd.conf",
-    "/var/mcpdTmp.conf", "/tmp/dhclient_interface", "/dev/laser_dev",   "/dev/ngpon2_stack",
+constexpr std::array<const char*, 10> kDevicePaths = {
+    "/sys/class/net",          "/proc/sys/net/ipv6/conf",
+    "/proc/driver/i2c",        "/proc/net/dev_extstats",
+    "/var/mcpd.conf",          "/var/mcpdTmp.conf",
+    "/tmp/dhclient_interface", "/dev/laser_dev",
+    "/dev/ngpon2_stack",       "/proc/sys/kernel/random/boot_id",
 };
 constexpr std::size_t kKernelPaths = 2;  // the first of them are the kernel's
 constexpr char kSplitStatistics[] = "/proc/net/dev_extstats";
+constexpr char kBootId[] = "/proc/sys/kernel/random/boot_id";
 constexpr char kPlainFolder[] = "/proc/driver/i2c";  // the only one above that holds plain files
 
 // Paths that VirtualOnu::writeFile made device paths. Replaced as a whole and never destroyed: looked at without a
@@ -111,7 +115,9 @@ std::optional<std::string> kernelFile(const std::string& path) {
 Content plainFile(const std::string& path) {
     const auto found = state().plain.find(path);
     if (found != state().plain.end()) return found->second;
-    if (path != kSplitStatistics || isRemoved(path)) return nullptr;
+    if (isRemoved(path)) return nullptr;
+    if (path == kBootId) return std::make_shared<std::string>(board::bootId() + "\n");
+    if (path != kSplitStatistics) return nullptr;
     // Nobody has written it: what the devices have counted, once a frame has passed one.
     auto counted = network::splitStatistics();
     return counted ? std::make_shared<std::string>(std::move(*counted)) : nullptr;
