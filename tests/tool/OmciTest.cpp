@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <set>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -77,6 +79,39 @@ TEST(Omci, AFrameIsSentThroughWhatStandsAfterAMessage) {
     const auto early = omciOf({kInternet, "--until", "10", "--from", "gem 1001"});
     EXPECT_EQ(early.code, 1);
     EXPECT_EQ(early.output.find(" 11 "), std::string::npos) << early.output;
+}
+
+// The frames by which the device differs from the rows and filters of the MIB, with the rows at fault.
+std::pair<std::size_t, std::set<std::string>> differencesOf(const std::string& name) {
+    const auto played = omciOf({VORN_SCENARIO_DIR "/omci/" + name + ".pcap", "--audit", "--json", "-"});
+    const auto audit = nlohmann::json::parse(played.output).at("audit");
+    std::set<std::string> subjects;
+    for (const auto& group : audit.at("groups"))
+        if (group.at("differs").get<bool>()) subjects.insert(group.at("subject").get<std::string>());
+    return {audit.at("differing").get<std::size_t>(), subjects};
+}
+
+TEST(Omci, TheAuditComparesTheDeviceWithTheRowsOfTheMib) {
+    SKIP_WHEN_EMULATED(kNoLibpcap);
+    EXPECT_EQ(differencesOf("priorities").first, 0u);
+    // The tag of a voice frame comes back with the p-bits of the row.
+    EXPECT_EQ(differencesOf("internet").second,
+              std::set<std::string>{"row of message 15: VID 10 → remove 1, add VID 110 p5"});
+}
+
+TEST(Omci, TheReportLeadsFromALookUpToTheCallAndFromTheCallToItsRowAndMessages) {
+    SKIP_WHEN_EMULATED(kNoLibpcap);
+    const std::string page = ::testing::TempDir() + "omci-report.html";
+    ASSERT_EQ(omciOf({kInternet, "--from", "sid1", "--report", page}).code, 0);
+    const std::string html = vorn_onu::readFile(page, 1U << 22U);
+    const auto lookUp = html.find("untagged frames: push VID 100, p-bits 0 <small><a href=\"#step-12\">call 12</a>");
+    EXPECT_NE(lookUp, std::string::npos);
+    const auto call = html.find("<li id=\"step-12\">");
+    ASSERT_NE(call, std::string::npos);
+    const std::string item = html.substr(call, html.find("<li id=\"step-13\">") - call);
+    EXPECT_NE(item.find("sid1: untagged → add VID 100 p0: "), std::string::npos) << item;
+    EXPECT_NE(item.find("push VID 100, p-bits 0"), std::string::npos) << item;
+    EXPECT_NE(item.find("<a href=\"#message-14\">14</a>"), std::string::npos) << item;
 }
 
 TEST(Omci, WrongInputIsRefused) {

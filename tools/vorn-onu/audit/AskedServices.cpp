@@ -21,17 +21,17 @@ Record recordOf(const Step& step, const std::vector<Field>& fields) {
     return record;
 }
 
-// The board numbers its first two ports the other way round.
-std::string deviceOf(unsigned uniPort) {
-    if (uniPort == 1 || uniPort == 2) uniPort = 3 - uniPort;
-    return "sid" + std::to_string(uniPort - 1);
-}
-
 PayloadType payloadOf(unsigned code) {
     static constexpr PayloadType kTypes[] = {PayloadType::Any,  PayloadType::Ipv4,         PayloadType::Pppoe,
                                              PayloadType::Arp,  PayloadType::PppoeSession, PayloadType::Ipv6,
                                              PayloadType::Eapol};
     return code < std::size(kTypes) ? kTypes[code] : PayloadType::Any;
+}
+
+// The record says how many tags its frames have; the filters of the others are not looked at.
+void leaveOutTags(TaggingRow& row, unsigned tags) {
+    if (tags < 2) row.outerFilter = {};
+    if (tags < 1) row.innerFilter = {};
 }
 
 TaggingRow rowOf(const UniDataProvisioning& record, std::size_t step) {
@@ -44,6 +44,7 @@ TaggingRow rowOf(const UniDataProvisioning& record, std::size_t step) {
     row.tagsToRemove = record.removeType;
     row.bridge = record.bridgeId;
     row.step = step;
+    leaveOutTags(row, record.filterType);
     return row;
 }
 
@@ -68,7 +69,18 @@ PbitMapper mapperOf(const BridgeServiceProvisioning& record) {
     return mapper;
 }
 
+bool isCallOf(const Step& step, const char* name) {
+    return step.kind == "call" && step.fields.is_object() &&
+           (step.name == name || step.name == "vorn_omci_hal_" + std::string(name));
+}
+
 }  // namespace
+
+// The board numbers its first two ports the other way round.
+std::string deviceOf(unsigned uniPort) {
+    if (uniPort == 1 || uniPort == 2) uniPort = 3 - uniPort;
+    return "sid" + std::to_string(uniPort - 1);
+}
 
 void AskedServices::takeRow(const Step& step) {
     const auto record = recordOf<UniDataProvisioning>(step, uniDataFields());
@@ -120,12 +132,21 @@ void AskedServices::takeGemPortsAway(const Step& step) {
     aniPorts_.erase(std::remove_if(aniPorts_.begin(), aniPorts_.end(), goes), aniPorts_.end());
 }
 
+std::string askedText(const Step& step) {
+    if (isCallOf(step, "configureAniTagRules")) {
+        const auto record = recordOf<BridgeServiceProvisioning>(step, bridgeServiceFields({}));
+        return VlanFilter{record.forwardOperation, listOf(record)}.text();
+    }
+    if (!isCallOf(step, "filter_flow_add")) return "";
+    const auto record = recordOf<UniDataProvisioning>(step, uniDataFields());
+    if (record.hasTagRules == 0 || record.addFlag == 0 || record.uniPort == 0 || record.uniPort > kLastEthernetPort)
+        return "";
+    return deviceOf(record.uniPort) + ": " + rowOf(record, step.number).text();
+}
+
 void AskedServices::take(const Step& step) {
-    if (step.kind != "call" || !step.fields.is_object()) return;
     const auto bridge = [&step] { return recordOf<BridgeServiceProvisioning>(step, bridgeServiceFields({})).bridgeId; };
-    const auto is = [&step](const char* name) {
-        return step.name == name || step.name == "vorn_omci_hal_" + std::string(name);
-    };
+    const auto is = [&step](const char* name) { return isCallOf(step, name); };
     if (is("filter_flow_add")) takeRow(step);
     if (is("configureAniTagRules")) takeFilter(step);
     if (is("unsetPbitData")) takeGemPortsAway(step);

@@ -60,20 +60,20 @@ struct Answer {
     bool byRow = false;  // the row decides, not a filter
 };
 
-std::string rowText(const TaggingRow& row) {
-    return (row.step == 0 ? "default row: " : "row of step " + std::to_string(row.step) + ": ") + row.text();
-}
-
-std::string filterText(const AniPort& port) {
-    return "filter of step " + std::to_string(port.step) + ": " + port.filter.text();
-}
-
 class Auditor {
 public:
     Auditor(const AskedServices& asked, const Device& device) : asked_(asked), device_(device) {}
     Result run();
 
 private:
+    std::string rowText(const TaggingRow& row) const {
+        return (row.step == 0 ? "default row: " : "row of " + asked_.noun() + " " + std::to_string(row.step) + ": ") +
+               row.text();
+    }
+    std::string filterText(const AniPort& port) const {
+        if (!port.name.empty()) return port.name + ": " + port.filter.text();
+        return "filter of " + asked_.noun() + " " + std::to_string(port.step) + ": " + port.filter.text();
+    }
     std::vector<AniPort> filtersOf(const UniPort& port) const;
     Answer upAnswer(const UniPort& port, const Frame& frame) const;
     Answer downAnswer(const UniPort& port, unsigned gemPort, const Frame& frame) const;
@@ -245,8 +245,12 @@ Result auditOf(const AskedServices& asked, const virtual_onu::FrozenDataPath& pa
     });
 }
 
-std::string sendLine(const Group& group, const std::string& scenarioFile) {
-    std::string line = "vorn-onu send " + shellWord(scenarioFile) + " --from " + shellWord(group.from);
+std::string commandFor(const std::string& command, const std::string& file) {
+    return "vorn-onu " + command + " " + shellWord(file);
+}
+
+std::string sendLine(const Group& group, const std::string& command) {
+    std::string line = command + " --from " + shellWord(group.from);
     for (const VlanTag& tag : group.example.tags) {
         line += " --vlan " + std::to_string(tag.vid);
         if (tag.pbits != 0) line += " --pbits " + std::to_string(tag.pbits);

@@ -41,8 +41,10 @@ using Device = std::function<virtual_onu::Walk(const std::string& from, const Fr
 Result auditOf(const AskedServices& asked, const Device& device);
 Result auditOf(const AskedServices& asked, const virtual_onu::FrozenDataPath& path);
 
+// The beginning of a command line that sends a frame: commandFor("send", "internet.json").
+std::string commandFor(const std::string& command, const std::string& file);
 // The command line that tries a group's example.
-std::string sendLine(const Group& group, const std::string& scenarioFile);
+std::string sendLine(const Group& group, const std::string& command);
 
 }  // namespace vorn_onu::audit
 

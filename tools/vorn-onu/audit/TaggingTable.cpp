@@ -167,8 +167,10 @@ bool TaggingTable::fits(const TaggingRow& row, const Frame& frame) const {
 
 VlanTag TaggingTable::written(const TagField& treatment, const Frame& frame) const {
     static const VlanTag kMissing;  // what a copy of a tag that is not there gives
-    const VlanTag& inner = innerOf(frame) != nullptr ? *innerOf(frame) : kMissing;
-    const VlanTag& outer = outerOf(frame) != nullptr ? *outerOf(frame) : kMissing;
+    const VlanTag* innermost = innerOf(frame);
+    const VlanTag* outermost = outerOf(frame);
+    const VlanTag& inner = innermost != nullptr ? *innermost : kMissing;
+    const VlanTag& outer = outermost != nullptr ? *outermost : kMissing;
     VlanTag tag;
     if (treatment.priority <= kHighestPriority) tag.pbits = static_cast<std::uint8_t>(treatment.priority);
     if (treatment.priority == kPriorityOfInner) tag.pbits = inner.pbits;

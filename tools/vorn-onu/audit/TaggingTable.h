@@ -62,6 +62,7 @@ public:
     TaggingTable();  // the three rows that are there from the start pass everything
     std::uint16_t inputTpid = 0x8100, outputTpid = 0x8100;
     unsigned downstreamMode = 0;
+    void clear() { rows_.clear(); }  // the rows from the start as well
     // Adds, replaces or, where the row is a deletion, deletes.
     void set(const TaggingRow& row);
     const std::vector<TaggingRow>& rows() const { return rows_; }

@@ -66,7 +66,7 @@ std::string VlanFilter::text() const {
 }
 
 std::optional<unsigned> PbitMapper::gemPortOf(const virtual_onu::Frame& frame) const {
-    return gemPorts[frame.tags.empty() ? 0 : frame.tags.front().pbits & 7];
+    return gemPorts[frame.tags.empty() ? untagged & 7 : frame.tags.front().pbits & 7];
 }
 
 std::set<unsigned> PbitMapper::all() const {

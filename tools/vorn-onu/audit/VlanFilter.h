@@ -27,9 +27,10 @@ struct VlanFilter {
     std::string text() const;                            // "forward operation 4, VID 100 p0"
 };
 
-// GEM port of each p-bit, upstream; none: the frames of this p-bit are dropped. Untagged frames have p-bits 0.
+// GEM port of each p-bit, upstream; none: the frames of this p-bit are dropped.
 struct PbitMapper {
     std::array<std::optional<unsigned>, 8> gemPorts;
+    unsigned untagged = 0;  // p-bits that a frame without a tag is taken for
     std::optional<unsigned> gemPortOf(const virtual_onu::Frame& frame) const;
     std::set<unsigned> all() const;
 };
@@ -39,6 +40,7 @@ struct AniPort {
     VlanFilter filter;
     PbitMapper mapper;
     std::size_t step = 0;  // of the scenario, that set it
+    std::string name{};    // where it does not come from a step: what it is called
 };
 
 }  // namespace vorn_onu::audit

@@ -94,7 +94,7 @@ void readIpv4(const Octets& packet, Frame& frame) {
     if (packet.size < 20) return;
     frame.ipProtocol = packet.u8(9);
     frame.dscp = static_cast<std::uint8_t>(packet.u8(1) >> 2);
-    const std::size_t header = (packet.u8(0) & 0xFu) * 4u;
+    const std::size_t header = (packet.u8(0) & std::size_t{0xF}) * 4;
     if (packet.u8(9) == kIgmp && header < packet.size) readIgmp({packet.at + header, packet.size - header}, frame);
 }
 
@@ -105,7 +105,7 @@ void readIpv6(const Octets& packet, Frame& frame) {
     std::uint8_t protocol = packet.u8(6);
     if (protocol == kHopByHop && packet.size > at + 1) {
         protocol = packet.u8(at);
-        at += 8u * (packet.u8(at + 1) + 1u);
+        at += std::size_t{8} * (packet.u8(at + 1) + std::size_t{1});
     }
     frame.ipProtocol = protocol;
     if (protocol == kIcmpv6 && at < packet.size) readMld({packet.at + at, packet.size - at}, frame);

@@ -66,6 +66,16 @@ Json callStep(const HalCall& call) {
     return step;
 }
 
+Step asStep(const Json& callStep, std::size_t number) {
+    Step step;
+    step.number = number;
+    step.kind = "call";
+    step.name = callStep.at("call").get<std::string>();
+    step.fields = callStep;
+    for (const char* key : {"call", "result"}) step.fields.erase(key);
+    return step;
+}
+
 std::string callWords(const Json& step) {
     Json fields = step;
     for (const char* key : {"call", "result", "numberOfEntries"}) fields.erase(key);

@@ -5,12 +5,14 @@
 #include <string>
 
 #include "omci/services/HalCall.h"
-#include "scenario/fields/Problem.h"
+#include "scenario/Scenario.h"
 
 namespace vorn_onu {
 
 // {"call": ..., the fields that are not as they are when they are left out}
 Json callStep(const omci::services::HalCall& call);
+// The same as a step that a scenario would have, but for what runs it.
+Step asStep(const Json& callStep, std::size_t number);
 // The fields in words: "bridgeId 3, uniPort 0".
 std::string callWords(const Json& step);
 

@@ -51,6 +51,7 @@ LivingOnu::LivingOnu()
       agent_(boardOf(hal_), hal_, device_, clock_),
       performer_(hal_),
       services_(agent_.mib(), performer_) {
+    origins_.take(virtual_onu::VirtualOnu::instance().ruleTables(), 0);
     services_.onCall([this](const omci::services::MadeCall& made) {
         HalStep call;
         call.number = ++calls_;
@@ -59,6 +60,7 @@ LivingOnu::LivingOnu()
         call.words = callWords(call.step);
         call.step["result"] = made.result;
         call.effects = std::exchange(performer_.effects, {});
+        call.rules = origins_.take(virtual_onu::VirtualOnu::instance().ruleTables(), call.number);
         call.result = made.result;
         call.entities = made.cause.entities;
         for (const auto& message : made.cause.messages) call.messages.push_back(message.number);

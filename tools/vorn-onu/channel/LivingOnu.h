@@ -9,6 +9,7 @@
 #include "omci/agent/Agent.h"
 #include "omci/services/Services.h"
 #include "scenario/fields/Problem.h"
+#include "state/RuleOrigins.h"
 
 class VornHal;
 
@@ -16,11 +17,12 @@ namespace vorn_onu {
 
 // A call of the HAL with what it came from.
 struct HalStep {
-    std::size_t number = 0;  // from 1
-    Json step;               // as a scenario has it
-    std::string name;        // "gemflow_add"
-    std::string words;       // its fields
-    std::string effects;     // what it has changed on the device
+    std::size_t number = 0;         // from 1
+    Json step;                      // as a scenario has it
+    std::string name;               // "gemflow_add"
+    std::string words;              // its fields
+    std::string effects;            // what it has changed on the device
+    std::vector<MergedRule> rules;  // that it has put into the device
     int result = 0;
     std::vector<omci::EntityKey> entities;
     std::vector<std::uint64_t> messages;  // by the agent's numbers
@@ -48,6 +50,9 @@ public:
 
     omci::Agent& agent() { return agent_; }
     const omci::Mib& mib() { return agent_.mib(); }
+    // What services stand: in the order in which the pieces are made.
+    std::vector<const omci::services::Piece*> standing() const { return services_.standing(); }
+    const RuleOrigins& origins() const { return origins_; }  // calls by their numbers
     // What was done before the first message, as steps of a scenario.
     static Json startSteps();
 
@@ -69,6 +74,7 @@ private:
     omci::Agent agent_;
     EffectPerformer performer_;
     omci::services::Services services_;
+    RuleOrigins origins_;
     Handling now_;
     std::size_t calls_ = 0;
 };

@@ -36,6 +36,10 @@ Command addOmci(CLI::App& app) {
         ->type_name("FILE")
         ->needs(frame.from);
     command->add_option("--record", omci->recordFile, "write the HAL's calls as a scenario")->type_name("FILE");
+    command
+        ->add_flag("--audit", omci->audit,
+                   "compare what the device does with frames with what G.988 says of the rows and filters asked for")
+        ->excludes(listen);
     command->add_flag("--quiet", omci->quiet, "show only what is not as in the capture");
     command->callback([omci, command, frame] { readTags(*command, frame, *omci); });
     command->footer(

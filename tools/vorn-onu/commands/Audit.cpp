@@ -47,14 +47,14 @@ int AuditCommand::run() const {
         const Terminal terminal = Terminal::of(hal.shown());
         const audit::Result result = auditAt(loaded, afterStep);
         if (json) {
-            print(hal.shown(), auditJson(result, scenario).dump(2, ' ', true) + "\n");
+            print(hal.shown(), auditJson(result, audit::commandFor("send", scenario)).dump(2, ' ', true) + "\n");
         } else {
             const std::string moment = "after step " + std::to_string(result.step) + " of " +
                                        std::to_string(loaded.steps.size()) +
                                        (afterStep == 0 ? ", when most stands on the device" : "");
             print(hal.shown(), terminal.bold("G.988 and the device") + "\n" +
                                    terminal.dim(cut(loaded.title, terminal.width())) + "\n" + terminal.dim(moment) +
-                                   "\n\n" + auditWords(result, scenario, terminal));
+                                   "\n\n" + auditWords(result, audit::commandFor("send", scenario), terminal));
         }
         return strict && result.differing() != 0 ? kNotHeld : kHeld;
     } catch (const std::exception& error) {

@@ -59,6 +59,7 @@ struct OmciCommand : TypedFrame {
     std::string pcapFile;       // the frame of --from
     std::string recordFile;     // the HAL's calls as a scenario
     std::string listenAddress;  // "unix:PATH" or "udp:127.0.0.1:PORT"
+    bool audit = false;         // compare the device with the standard
     bool quiet = false;         // show what is not as expected only
     // kNotHeld when an answer has another result than the capture's, a call of the HAL failed, or the frame is dropped.
     int run() const;

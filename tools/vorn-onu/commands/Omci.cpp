@@ -5,12 +5,14 @@
 
 #include "channel/MessageFile.h"
 #include "channel/Playing.h"
+#include "commands/AskedOfMib.h"
 #include "commands/Commands.h"
 #include "commands/FrameSending.h"
 #include "commands/OmciFiles.h"
 #include "commands/OmciListen.h"
 #include "io/Files.h"
 #include "io/Output.h"
+#include "show/AuditWords.h"
 #include "show/DeviceReport.h"
 #include "show/HalOutput.h"
 #include "show/MessageOutput.h"
@@ -104,6 +106,12 @@ int runPlayed(const OmciCommand& command, const MessageFile& file, const std::op
     const std::string report = deviceReport(state, run.newBoard, terminal);
     say(report.empty() ? "\n  Nothing: the device is as new.\n" : report);
     say(warnings(state, terminal));
+    if (command.audit) {
+        run.sendCommand = audit::commandFor("omci", command.file);
+        if (command.until != 0) run.sendCommand += " --until " + std::to_string(command.until);
+        run.audit = audit::auditOf(askedOf(living.mib(), living.standing(), numberOf), onu.freezeDataPath());
+        say(output.rule("The device beside the standard") + "\n" + auditWords(*run.audit, run.sendCommand, terminal));
+    }
     bool good = std::all_of(run.messages.begin(), run.messages.end(), isAsExpected);
     if (input) {
         const Sending sending = sendTyped(*input, command.bothWays);
@@ -113,6 +121,8 @@ int runPlayed(const OmciCommand& command, const MessageFile& file, const std::op
             true);
         run.sent = sending.sent;
         run.returns = sending.returns;
+        run.origins = living.origins().of(sending.sent.walk);
+        for (const Return& back : run.returns) run.returnOrigins.push_back(living.origins().of(back.walk));
     }
     say(output.closing(run.messages));
     say("  what the HAL printed: " + hal.path() + " (" + std::to_string(hal.lines()) + " lines)\n");

@@ -1,8 +1,10 @@
 #include "commands/OmciFiles.h"
 
+#include "channel/CallStep.h"
 #include "io/Files.h"
 #include "omci/message/ValueText.h"
 #include "scenario/fields/Field.h"
+#include "show/AuditWords.h"
 #include "show/Capture.h"
 #include "show/MessageOutput.h"
 #include "show/Report.h"
@@ -24,13 +26,15 @@ void addTo(Capture& capture, const SentFrame& sent) {
         capture.add(placeOf(exit), Capture::Direction::Out, exit.frame.bytes(), exitWords(exit));
 }
 
-ReportWalk walkOf(const SentFrame& sent, bool passed, const std::string& note) {
+ReportWalk walkOf(const SentFrame& sent, bool passed, const std::string& note,
+                  const std::vector<std::size_t>& origins) {
     ReportWalk walk;
     walk.title = sent.input.text();
     walk.verdict = verdictOf(sent.walk);
     walk.walk = sent.walk;
     walk.passed = passed;
     walk.note = note;
+    walk.origins = origins;
     return walk;
 }
 
@@ -44,6 +48,8 @@ ReportStep stepOf(const HalStep& call, const OmciRun& run) {
     step.effects = call.effects;
     step.passed = call.result == 0;
     step.note = entityNames(call);
+    step.asked = audit::askedText(asStep(call.step, call.number));
+    step.rules = call.rules;
     for (const std::uint64_t message : call.messages)
         if (const std::size_t number = run.numberOf(message); number != 0) step.messages.push_back(number);
     return step;
@@ -78,9 +84,13 @@ std::string reportOf(const OmciRun& run, const nlohmann::json& device) {
     input.newBoard = run.newBoard;
     for (const Played& played : run.messages) input.messages.push_back(messageOf(played));
     for (const HalStep& call : run.calls()) input.steps.push_back(stepOf(call, run));
-    if (run.sent) input.walks.push_back(walkOf(*run.sent, !run.sent->walk.exits.empty(), ""));
-    for (const Return& back : run.returns)
-        input.walks.push_back(walkOf({back.input, back.walk}, back.against.empty(), back.against));
+    if (run.sent) input.walks.push_back(walkOf(*run.sent, !run.sent->walk.exits.empty(), "", run.origins));
+    for (std::size_t i = 0; i < run.returns.size(); ++i) {
+        const Return& back = run.returns[i];
+        input.walks.push_back(
+            walkOf({back.input, back.walk}, back.against.empty(), back.against, run.returnOrigins.at(i)));
+    }
+    if (run.audit) input.audit = auditPart(*run.audit, run.sendCommand);
     return htmlReport(input);
 }
 
@@ -96,6 +106,7 @@ std::string omciJson(const OmciRun& run, const nlohmann::json& device) {
     nlohmann::json json = {{"file", run.name}, {"messages", nlohmann::json::array()}, {"device", device}};
     for (const Played& played : run.messages) json["messages"].push_back(playedJson(played, run.numberOf));
     if (run.sent) json["frame"] = nlohmann::json::parse(sentJson(*run.sent, run.returns, !run.returns.empty()).dump());
+    if (run.audit) json["audit"] = auditJson(*run.audit, run.sendCommand);
     return json.dump(2, ' ', true, kReplace) + "\n";
 }
 

@@ -9,6 +9,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "audit/Audit.h"
 #include "channel/Playing.h"
 #include "commands/Commands.h"
 #include "commands/FrameSending.h"
@@ -22,7 +23,11 @@ struct OmciRun {
     std::vector<Played> messages;
     std::function<std::size_t(std::uint64_t)> numberOf;  // a message's number by the agent's
     std::optional<SentFrame> sent;
+    std::vector<std::size_t> origins;  // for each hop of the sent frame the call that its rule came with
     std::vector<Return> returns;
+    std::vector<std::vector<std::size_t>> returnOrigins;
+    std::optional<audit::Result> audit;
+    std::string sendCommand;  // that sends a frame through the same device
 
     std::vector<HalStep> calls() const;
 };

@@ -38,7 +38,7 @@ std::string deviceWords(const audit::Group& group) {
     return group.difference == "dropped" ? group.rule : group.device + "; " + group.rule;
 }
 
-std::string groupWords(const audit::Group& group, const std::string& file, const Terminal& terminal) {
+std::string groupWords(const audit::Group& group, const std::string& command, const Terminal& terminal) {
     constexpr std::size_t kIndent = 4;
     const std::string mark = group.differs ? terminal.red("✗") : terminal.green("✓");
     std::string text = framesWords(group) + ": " + group.subject;
@@ -50,7 +50,7 @@ std::string groupWords(const audit::Group& group, const std::string& file, const
     if (!group.differs) return text;
     // A command is copied whole.
     return text + line(terminal, "standard", group.standard) + line(terminal, "device", deviceWords(group)) + "    " +
-           terminal.dim("try") + "       " + sendLine(group, file) + "\n";
+           terminal.dim("try") + "       " + sendLine(group, command) + "\n";
 }
 
 std::string summary(const audit::Result& result) {
@@ -62,12 +62,12 @@ std::string summary(const audit::Result& result) {
 
 }  // namespace
 
-std::string auditWords(const audit::Result& result, const std::string& scenarioFile, const Terminal& terminal) {
+std::string auditWords(const audit::Result& result, const std::string& command, const Terminal& terminal) {
     std::string text, port;
     for (const audit::Group& group : result.groups) {
         if (group.port != port) text += (port.empty() ? "" : "\n") + terminal.bold(group.port) + "\n";
         port = group.port;
-        text += groupWords(group, scenarioFile, terminal);
+        text += groupWords(group, command, terminal);
     }
     if (result.groups.empty()) text += "  No port has both tagging rows and filters on the PON side.\n";
     const bool same = result.differing() == 0;
@@ -75,7 +75,7 @@ std::string auditWords(const audit::Result& result, const std::string& scenarioF
            hanging(summary(result), terminal.width(), 2) + "\n";
 }
 
-Json auditJson(const audit::Result& result, const std::string& scenarioFile) {
+Json auditJson(const audit::Result& result, const std::string& command) {
     Json groups = Json::array();
     for (const audit::Group& group : result.groups) {
         Json one = {{"port", group.port},         {"direction", group.upstream ? "up" : "down"},
@@ -86,7 +86,7 @@ Json auditJson(const audit::Result& result, const std::string& scenarioFile) {
         if (group.differs) {
             one["difference"] = group.difference;
             one["rule"] = group.rule;
-            one["try"] = sendLine(group, scenarioFile);
+            one["try"] = sendLine(group, command);
         }
         groups.push_back(std::move(one));
     }
@@ -95,19 +95,20 @@ Json auditJson(const audit::Result& result, const std::string& scenarioFile) {
             {"groups", std::move(groups)}};
 }
 
-std::string auditPart(const audit::Result& result, const std::string& scenarioFile) {
+std::string auditPart(const audit::Result& result, const std::string& command) {
     using html::escaped;
     std::vector<html::RowGroup> ports;
     for (const audit::Group& group : result.groups) {
         if (ports.empty() || ports.back().title != escaped(group.port)) ports.push_back({escaped(group.port), {}});
         std::string device = escaped(group.differs ? deviceWords(group) : group.device);
-        if (group.differs) device += html::element("div", html::code(sendLine(group, scenarioFile)));
-        ports.back().rows.push_back({html::mark(!group.differs), escaped(framesWords(group)), escaped(group.subject),
-                                     escaped(group.standard), device});
+        if (group.differs) device += html::element("div", html::code(sendLine(group, command)));
+        ports.back().rows.push_back({html::mark(!group.differs) + " " + escaped(framesWords(group)),
+                                     escaped(group.subject), escaped(group.standard), device});
     }
     if (ports.empty()) return "";
-    return html::element("p", escaped(summary(result)) + ".") +
-           html::stackingTable({"", "Frames", "Row or filter", "The standard says", "The device does"}, ports, "");
+    return html::element("p", escaped(summary(result)) + ".", "soft") +
+           html::card(html::stackingTable({"frames", "row or filter", "the standard", "the device"}, ports,
+                                          "audit"));
 }
 
 }  // namespace vorn_onu

@@ -9,10 +9,11 @@
 
 namespace vorn_onu {
 
-std::string auditWords(const audit::Result& result, const std::string& scenarioFile, const Terminal& terminal);
-Json auditJson(const audit::Result& result, const std::string& scenarioFile);
+// command: how a frame is sent through the same device, audit::commandFor("send", file).
+std::string auditWords(const audit::Result& result, const std::string& command, const Terminal& terminal);
+Json auditJson(const audit::Result& result, const std::string& command);
 // A part of the report as HTML.
-std::string auditPart(const audit::Result& result, const std::string& scenarioFile);
+std::string auditPart(const audit::Result& result, const std::string& command);
 
 }  // namespace vorn_onu
 

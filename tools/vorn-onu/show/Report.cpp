@@ -112,24 +112,26 @@ std::string picture(const ReportInput& input) {
 
 // ---- frames ----
 
-std::string hopTable(const virtual_onu::Walk& walk) {
+std::string hopTable(const ReportWalk& walk, const std::string& stepNoun) {
     RowGroup hops;
-    for (const HopWords& hop : hopWords(walk)) {
+    for (const HopWords& hop : hopWords(walk.walk)) {
         const std::string tree = hop.tree.empty() ? "" : element("span", escaped(hop.tree), "tree");
         std::string what = escaped(hop.what);
+        if (const std::size_t step = hop.place < walk.origins.size() ? walk.origins[hop.place] : 0; step != 0)
+            what += " " + element("small", link(stepAnchor(step), stepNoun + " " + std::to_string(step)));
         if (!hop.fate.empty()) what += element("div", escaped(hop.fate), hop.dropped ? "drop" : "out");
         hops.rows.push_back({tree + escaped(hop.where), what, escaped(hop.to), escaped(hop.frame)});
     }
     return stackingTable({"where", "what", "goes to", "the frame then"}, {hops}, "hop");
 }
 
-std::string walkCard(const ReportWalk& walk, bool open) {
+std::string walkCard(const ReportWalk& walk, bool open, const std::string& stepNoun) {
     const char* mood = !walk.passed ? "wrong" : !walk.walk.exits.empty() ? "out" : "drop";
     std::string summary = mark(walk.passed) + " " + element("b", escaped(walk.title)) +
                           element("span", escaped(walk.verdict), std::string("verdict ") + mood);
     for (const std::string& line : walk.expected) summary += element("span", escaped("expected: " + line), "why");
     if (!walk.note.empty()) summary += element("span", escaped(walk.note), "why");
-    const std::string hops = hopTable(walk.walk);
+    const std::string hops = hopTable(walk, stepNoun);
     return details(summary, hops.empty() ? element("p", "before any look-up", "soft") : hops, open || !walk.passed,
                    "card walk");
 }
@@ -140,11 +142,20 @@ std::string frames(const ReportInput& input) {
                                element("li", "leaves the device", "out") + element("li", "is dropped", "drop") +
                                    element("li", "fares otherwise than expected", "wrong"),
                                "legend words");
-    for (const ReportWalk& walk : input.walks) body += walkCard(walk, input.walks.size() <= kMostOpenWalks);
+    const std::string stepNoun = input.messages.empty() ? "step" : "call";
+    for (const ReportWalk& walk : input.walks) body += walkCard(walk, input.walks.size() <= kMostOpenWalks, stepNoun);
     return body;
 }
 
 // ---- steps ----
+
+// What the step asked for, and below it the rules that it became.
+std::string rulesOf(const ReportStep& step) {
+    if (step.rules.empty()) return step.asked.empty() ? "" : element("div", escaped(step.asked), "note");
+    const std::string count = std::to_string(step.rules.size()) + (step.rules.size() == 1 ? " rule" : " rules");
+    return details(element("span", escaped(step.asked.empty() ? count : step.asked + ": " + count)),
+                   ruleTable(step.rules), false);
+}
 
 std::string stepItem(const ReportStep& step) {
     if (step.kind == "note") return element("li", element("h3", escaped(step.note)), "heading") + "\n";
@@ -161,6 +172,7 @@ std::string stepItem(const ReportStep& step) {
             element("div", std::string(step.messages.size() == 1 ? "from message " : "from messages ") + links, "note");
     }
     if (!step.effects.empty()) body += element("div", "→ " + escaped(step.effects), "effects");
+    body += rulesOf(step);
     for (const std::string& failure : step.failures) body += element("div", escaped(failure), "fail mono");
     return "<li id=\"" + stepAnchor(step.number) + "\">" + mark(step.passed) +
            element("span", std::to_string(step.number), "number") + element("div", body) + "</li>\n";

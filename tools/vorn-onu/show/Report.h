@@ -9,6 +9,7 @@
 
 #include "VirtualOnu.h"
 #include "state/DeviceState.h"
+#include "state/Services.h"
 
 namespace vorn_onu {
 
@@ -24,6 +25,8 @@ struct ReportStep {
     std::vector<std::string> failures;
     std::uint64_t lastTraceEntry = 0;        // number of the last entry of the trace when the step was over
     std::vector<std::size_t> messages = {};  // numbers of those that it came from
+    std::string asked = {};                  // the row or filter that it asks for: "sid0: untagged → add VID 100 p0"
+    std::vector<MergedRule> rules = {};      // that it has put into the device
 };
 
 // A message of the management channel.
@@ -47,6 +50,7 @@ struct ReportWalk {
     bool passed = true;                 // the expectations held; true where there were none
     std::vector<std::string> expected;  // of a frame that went elsewhere
     virtual_onu::Walk walk;
+    std::vector<std::size_t> origins = {};  // for each hop the step that its rule came with, 0 for none
 };
 
 struct ReportInput {
@@ -69,6 +73,8 @@ std::string servicesPart(const DeviceState& state);
 std::string ponPart(const DeviceState& state);
 std::string devicesPart(const DeviceState& state, const DeviceState& newBoard);
 std::string listsPart(const DeviceState& state);
+// Rules in words, in the order given.
+std::string ruleTable(const std::vector<MergedRule>& rules);
 
 // ReportMessages.cpp: the messages of an OLT, each with the steps that came of it. "" when there are none.
 std::string messagesPart(const std::vector<ReportMessage>& messages);

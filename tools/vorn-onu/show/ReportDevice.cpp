@@ -55,21 +55,25 @@ std::string chain(const DeviceState& state, const Service& service) {
     return element("ol", stage(users) + stage(bridge) + stage(anis) + stage(gemPorts), "chain");
 }
 
+RowGroup ruleRows(const std::string& title, const std::vector<MergedRule>& rules) {
+    RowGroup rows{title, {}};
+    for (const MergedRule& rule : rules) {
+        const RuleWords words = ruleWords(rule.device, rule.receive, rule.tags, rule.terms);
+        rows.rows.push_back({escaped(rule.device + (rule.receive ? " receives" : " sends")), escaped(words.frames),
+                             escaped(words.action + repetition(rule)), escaped(words.to)});
+    }
+    return rows;
+}
+
+std::string tableOfRules(const std::vector<RowGroup>& groups) {
+    return stackingTable({"where", "frames", "what happens", "goes to"}, groups, "rules");
+}
+
 std::string ruleTable(const DeviceState& state, const std::vector<MergedRule>& rules) {
     std::vector<MergedRule> upstream, downstream;
     for (const MergedRule& rule : rules) (isUpstream(state, rule) ? upstream : downstream).push_back(rule);
-    const auto group = [&state](const char* title, const std::vector<MergedRule>& some, bool up) {
-        RowGroup rows{title, {}};
-        for (const MergedRule& rule : inFrameOrder(state, some, up)) {
-            const RuleWords words = ruleWords(rule.device, rule.receive, rule.tags, rule.terms);
-            rows.rows.push_back({escaped(rule.device + (rule.receive ? " receives" : " sends")), escaped(words.frames),
-                                 escaped(words.action + repetition(rule)), escaped(words.to)});
-        }
-        return rows;
-    };
-    const std::string table =
-        stackingTable({"where", "frames", "what happens", "goes to"},
-                      {group("upstream", upstream, true), group("downstream", downstream, false)}, "rules");
+    const std::string table = tableOfRules({ruleRows("upstream", inFrameOrder(state, upstream, true)),
+                                            ruleRows("downstream", inFrameOrder(state, downstream, false))});
     return table.empty() ? element("p", "no rules", "soft") : table;
 }
 
@@ -154,6 +158,10 @@ std::string list(const std::string& title, const std::vector<std::string>& lines
 }
 
 }  // namespace
+
+std::string ruleTable(const std::vector<MergedRule>& rules) {
+    return tableOfRules({ruleRows("", rules)});
+}
 
 std::string servicesPart(const DeviceState& state) {
     std::string body;

@@ -45,6 +45,7 @@ td:last-child, th:last-child { padding-right:0 }
 td:first-child { white-space:nowrap }
 .way th { font-size:12px; letter-spacing:.04em; text-transform:uppercase; padding-top:12px; border-top:1px solid var(--line) }
 .stacks { table-layout:fixed } .stacks th:nth-child(1) { width:18% } .defaults th:nth-child(1) { width:28% } .rules th:nth-child(3) { width:27% } .rules th:nth-child(4) { width:13% }
+.audit th:nth-child(1) { width:20% } .audit td:first-child { white-space:normal } .audit code { white-space:normal; overflow-wrap:anywhere }
 .hop th:nth-child(2) { width:44% } .hop th:nth-child(3) { width:14% }
 code, .mono { font-family:ui-monospace,Consolas,monospace; font-size:13px }
 code { background:var(--code); border-radius:5px; padding:1px 5px; white-space:nowrap; line-height:1.8 }
@@ -91,7 +92,7 @@ svg .lane { fill:var(--ground) } svg .off { stroke-dasharray:4 3 }
   td:first-child { white-space:normal } table { font-size:13px } td { padding-right:8px }
   .stacks, .stacks tbody, .stacks tr, .stacks td { display:block; width:auto } .stacks thead { position:absolute; clip-path:inset(50%) }
   .stacks tr { border-top:1px solid var(--line); padding:6px 0 } .stacks .way { border-top:0; padding:8px 0 0 } .stacks .way th { display:block; border:0; padding:0 }
-  .stacks td { border:0; padding:1px 0 1px 98px; position:relative } .stacks td:first-child { padding-left:0; font-weight:600 }
+  .stacks td { border:0; padding:1px 0 1px 116px; position:relative } .stacks td:first-child { padding-left:0; font-weight:600 }
   .stacks td + td::before { content:attr(data-label); position:absolute; left:0; color:var(--soft) } .defaults td:first-child::before { content:"else " } .stacks .empty { display:none }
   ol.steps li { grid-template-columns:18px 26px 1fr } }
 @media print { body { background:#fff } .card { break-inside:avoid } }

@@ -63,7 +63,12 @@ RunReport::RunReport(const Scenario& scenario, DeviceState newBoard, bool withAu
 
 void RunReport::add(const StepRecord& record, const virtual_onu::VirtualOnu& onu) {
     input_.steps.push_back(stepOf(record));
-    if (record.sent) input_.walks.push_back(walkOf(record));
+    input_.steps.back().asked = audit::askedText(*record.step);
+    input_.steps.back().rules = origins_.take(onu.ruleTables(), record.step->number);
+    if (record.sent) {
+        input_.walks.push_back(walkOf(record));
+        input_.walks.back().origins = origins_.of(record.sent->walk);
+    }
     if (withAudit_) asked_.take(*record.step);
     if (!fullest_.isNow(onu)) return;
     if (withAudit_) {
@@ -80,7 +85,7 @@ ReportInput RunReport::finish(const DeviceState& atEnd) && {
     input_.state.strangeCommands = atEnd.strangeCommands;
     input_.state.failedCalls = atEnd.failedCalls;
     input_.state.calls = atEnd.calls;
-    if (pathThen_) input_.audit = auditPart(audit::auditOf(askedThen_, *pathThen_), file_);
+    if (pathThen_) input_.audit = auditPart(audit::auditOf(askedThen_, *pathThen_), audit::commandFor("send", file_));
     return std::move(input_);
 }
 

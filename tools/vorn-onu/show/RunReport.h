@@ -10,6 +10,7 @@
 #include "scenario/Runner.h"
 #include "show/Capture.h"
 #include "show/Report.h"
+#include "state/RuleOrigins.h"
 
 namespace vorn_onu {
 
@@ -28,6 +29,7 @@ private:
     FullestMoment fullest_;
     bool withAudit_;
     std::string file_;
+    RuleOrigins origins_;
     audit::AskedServices asked_, askedThen_;  // now, and at the moment that the page shows
     std::optional<virtual_onu::FrozenDataPath> pathThen_;
 };

@@ -118,6 +118,7 @@ private:
         words.dropped = hop.to.empty();
         words.tree = one.lead;
         words.depth = one.depth;
+        words.place = one.hop;
         if (walk_.exits.size() + walk_.drops.size() > 1) words.fate = fateOf(static_cast<int>(one.hop));
         if (words.what == kNoRuleDrops && !words.fate.empty()) words.fate = "dropped";  // why stands there already
         told_.push_back(std::move(words));

@@ -20,7 +20,8 @@ struct HopWords {
     // What stands in front of the look-up in a list, so that the list reads as a tree: "", "├ ", "│ └ ". One step to
     // the right is two columns.
     std::string tree;
-    unsigned depth = 0;  // the tree's columns, in steps: how many times the frame has been copied on the way here
+    std::size_t place = 0;  // of the hop in the walk
+    unsigned depth = 0;     // the tree's columns, in steps: how many times the frame has been copied on the way here
 };
 // Each copy of the frame from where it was made to where it ends, one copy after the other.
 std::vector<HopWords> hopWords(const virtual_onu::Walk& walk);
