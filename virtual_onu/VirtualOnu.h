@@ -302,6 +302,7 @@ public:
     void setImageVersion(int image, const std::string& version);
     void setPhy(int port, bool linkUp, int speed, int duplex);
     std::pair<int, int> phyMode(int port) const;  // speed, duplex
+    bool phyHasLink(int port) const;
     void setOptics(std::uint16_t rawReceive, std::uint16_t rawTransmit);
     void setI2cImage(const std::vector<std::uint8_t>& image);
     void setStackAnswer(unsigned request, StackAnswer answer);

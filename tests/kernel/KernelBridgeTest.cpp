@@ -63,7 +63,6 @@ TEST_P(KernelBridgeContract, HoldsHere) {
 INSTANTIATE_TEST_SUITE_P(Bridge, KernelBridgeContract, ::testing::ValuesIn(bridge_contract::kClauses),
                          bridge_contract::nameOf);
 
-// More addresses than the kernel hands out with one read.
 // True once the kernel has taken the port into the forwarding state; it does so a moment after the link is up.
 bool forwards(const std::string& port) {
     constexpr int kForwarding = 3;
@@ -76,6 +75,40 @@ bool forwards(const std::string& port) {
     return false;
 }
 
+double secondsOf(timeval time) {
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+}
+
+// What a timer tells is the time that is left: the periods are set so that no two timers can be taken for each other.
+TEST_F(KernelBridge, SpanningTreesTimersRunWhileThePortListens) {
+    constexpr double kHello = 2, kForwardDelay = 29;
+    ASSERT_EQ(br_add_bridge("bra"), 0);
+    ASSERT_EQ(br_add_interface("bra", "pa"), 0);
+    timeval forwardDelay{29, 0};
+    EXPECT_EQ(br_set_bridge_forward_delay("bra", &forwardDelay), 0);
+    br_port_info port{};
+    const br_bridge_info off = bridge_contract::bridgeInfo("bra");
+    ASSERT_EQ(br_get_port_info("bra", "pa", &port), 0);
+    EXPECT_EQ(secondsOf(off.hello_timer) + secondsOf(off.tcn_timer) + secondsOf(off.topology_change_timer), 0);
+    EXPECT_EQ(secondsOf(port.message_age_timer) + secondsOf(port.forward_delay_timer) + secondsOf(port.hold_timer), 0);
+    EXPECT_EQ(br_set_stp_state("bra", 1), 0);
+    for (const char* device : {"bra", "pa", "xa"}) bridge_contract::setUp(device, true);
+    for (int attempt = 0; attempt < 200 && secondsOf(port.forward_delay_timer) <= 0; ++attempt) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        ASSERT_EQ(br_get_port_info("bra", "pa", &port), 0);
+    }
+    const br_bridge_info on = bridge_contract::bridgeInfo("bra");
+    EXPECT_GT(secondsOf(on.hello_timer), 0);
+    EXPECT_LE(secondsOf(on.hello_timer), kHello);
+    EXPECT_EQ(secondsOf(on.tcn_timer), 0) << "it is the root";
+    EXPECT_GT(secondsOf(port.forward_delay_timer), kForwardDelay / 2);
+    EXPECT_LE(secondsOf(port.forward_delay_timer), kForwardDelay);
+    EXPECT_EQ(secondsOf(port.message_age_timer), 0) << "nobody else speaks";
+    for (const char* device : {"bra", "pa", "xa"}) bridge_contract::setUp(device, false);
+    EXPECT_EQ(br_del_bridge("bra"), 0);
+}
+
+// More addresses than the kernel hands out with one read.
 TEST_F(KernelBridge, TheForwardingDatabaseIsReadWholeAndInPieces) {
     constexpr std::size_t kLearnt = 600;
     constexpr std::array<unsigned char, 4> kLearntPrefix = {0x02, 0xaa, 0x00, 0x00};

@@ -31,7 +31,7 @@ Mac macOf(const std::string& text) {
             const int high = digit(text[i]), low = digit(text[i + 1]);
             bad |= high | low;
             if (i + 2 < kMacText && text[i + 2] != ':') bad = -1;
-            mac = mac << 8 | static_cast<Mac>((high << 4 | low) & 0xFF);
+            mac = mac << 8 | ((static_cast<Mac>(high) << 4 | static_cast<Mac>(low)) & 0xFF);
         }
         if (bad >= 0) return mac;
     }

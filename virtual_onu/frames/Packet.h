@@ -55,7 +55,7 @@ struct Packet {
     std::size_t octets() const;  // of the whole frame without its check sum
     // Octets as an MTU limits them: the kernel carries the outermost tag beside the frame.
     std::size_t octetsBesideTag() const {
-        return kHeaderOctets + (tags.count > 1 ? tags.count - 1u : 0u) * 4u + payloadSize;
+        return kHeaderOctets + (tags.count > 1 ? tags.count - std::size_t{1} : 0) * 4 + payloadSize;
     }
     bool isIp() const { return tags.etherType == 0x0800 || tags.etherType == 0x86DD; }
 };

@@ -174,6 +174,13 @@ std::pair<int, int> VirtualOnu::phyMode(int port) const {
     return {phy->speed, phy->duplex};
 }
 
+bool VirtualOnu::phyHasLink(int port) const {
+    const DeviceLock lock(deviceMutex());
+    const Phy* phy = phyAt(0, port);
+    if (phy == nullptr) throw std::invalid_argument("phyHasLink: no such port");
+    return phy->linkUp;
+}
+
 }  // namespace virtual_onu
 
 // ---- the kit's functions ----

@@ -1,8 +1,12 @@
 // The tool as a living ONU: an OLT provisions all services over the socket, reads them back and takes them down.
 #include <gtest/gtest.h>
 
+#include <set>
+#include <string>
+
 #include <nlohmann/json.hpp>
 
+#include "omci/message/Numbers.h"
 #include "omci/olt/Olt.h"
 #include "omci/olt/OperatorServices.h"
 #include "omci/services/SocketLine.h"
@@ -22,6 +26,76 @@ TEST(Listen, AnOltProvisionsAllServicesReadsThemBackAndTheStateTellsThem) {
     const auto state = nlohmann::json::parse(line.state());
     const auto standing = state.at("device").at("pon").at("gemPorts").size();
     EXPECT_GE(standing, 8U);
+}
+
+olt::Requests allServices() {
+    olt::Requests all;
+    for (const auto& service : olt::operatorServices())
+        all.insert(all.end(), service.requests.begin(), service.requests.end());
+    return all;
+}
+
+// What an order of messages could change if it mattered: members of bridges, GEM ports with their T-CONTs, the rules.
+std::string standing(const nlohmann::json& state) {
+    const auto& device = state.at("device");
+    std::multiset<std::string> lines;
+    for (const auto& bridge : device.at("network").at("bridges")) {
+        std::set<std::string> members;
+        for (const auto& port : bridge.at("ports")) members.insert(port.at("name").get<std::string>());
+        lines.insert(bridge.at("name").get<std::string>() + ": " + nlohmann::json(members).dump());
+    }
+    for (const auto& port : device.at("pon").at("gemPorts"))
+        lines.insert("GEM port " + port.at("portId").dump() + " of " + port.at("allocId").dump());
+    // On gpondef the HAL leaves the rules of GEM ports that have gone.
+    for (const auto& table : device.at("vlan").at("tables"))
+        if (table.at("device") != "gpondef")
+        lines.insert(table.at("device").get<std::string>() + " " + std::to_string(table.at("rules").size()));
+    std::string text;
+    for (const std::string& line : lines) text += line + "\n";
+    return text;
+}
+
+// What stands when the OLT has sent these and the ONU has ended; what went wrong in front of it.
+std::string afterSending(const olt::Requests& requests, bool takenDown = false) {
+    SocketLine line;
+    olt::Olt olt(line);
+    std::string text = olt.send(requests);
+    if (takenDown) text += olt.send(olt::shuffled(olt.removal(), 7));
+    for (const std::string& difference : olt.differences()) text += difference + "\n";
+    if (olt.dataSync() != olt.expectedDataSync()) text += "another data sync\n";
+    if (line.end() != 0) text += "another exit code\n";
+    return text + standing(nlohmann::json::parse(line.state()));
+}
+
+TEST(Listen, TheOrderOfTheMessagesDoesNotMatter) {
+    const std::string documented = afterSending(allServices());
+    ASSERT_NE(documented.find("GEM port 1001 of 1024\n"), std::string::npos) << documented;
+    EXPECT_EQ(afterSending(olt::reversed(allServices())), documented) << "reversed";
+    const std::string down = afterSending(allServices(), true);
+    EXPECT_EQ(down.find("GEM port"), std::string::npos) << down;
+    for (unsigned seed = 1; seed <= 3; ++seed) {
+        EXPECT_EQ(afterSending(olt::shuffled(allServices(), seed)), documented) << "order " << seed;
+        EXPECT_EQ(afterSending(olt::shuffled(allServices(), seed), true), down) << "taken down, order " << seed;
+    }
+}
+
+TEST(Listen, DatagramsOverLoopbackAreAnsweredAndTheOnuTellsATestByItself) {
+    SocketLine line(SocketLine::Kind::kUdp);
+    olt::Olt olt(line);
+    ASSERT_EQ(olt.mibReset(), omci::Result::kSuccess);
+    EXPECT_EQ(olt.send(olt::internet().requests), "");
+    omci::Message test;
+    test.transaction = 0x7123;
+    test.type = omci::MessageType::kTest;
+    test.answerWanted = true;
+    test.entity = {omci::class_id::kAniG, 0x8001};
+    omci::encodeContent(test, omci::TestContent{{7}});
+    ASSERT_TRUE(line.exchange(test).has_value());
+    const auto told = line.autonomous(5000);
+    ASSERT_TRUE(told.has_value());
+    EXPECT_EQ(told->type, omci::MessageType::kTestResult);
+    EXPECT_EQ(told->transaction, test.transaction);
+    EXPECT_EQ(line.end(), 0);
 }
 
 TEST(Listen, ADeviceIsAsNewWhenTheOltHasTakenEverythingDown) {

@@ -1,6 +1,7 @@
 #include "omci/services/SocketLine.h"
 
 #include <fcntl.h>
+#include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -13,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 namespace {
 
@@ -33,10 +35,11 @@ std::string content(const std::string& path) {
 
 }  // namespace
 
-SocketLine::SocketLine() {
+SocketLine::SocketLine(Kind kind) {
     char folder[] = "/tmp/vorn-olt-XXXXXX";
     folder_ = mkdtemp(folder);
-    const std::string address = "unix:" + folder_ + "/onu", json = folder_ + "/state.json", out = folder_ + "/shown";
+    const std::string address = kind == Kind::kUnix ? "unix:" + folder_ + "/onu" : "udp:127.0.0.1:0";
+    const std::string json = folder_ + "/state.json", out = folder_ + "/shown";
     onu_ = fork();
     if (onu_ == 0) {
         const int shown = ::open(out.c_str(), O_WRONLY | O_CREAT, 0600);
@@ -44,11 +47,37 @@ SocketLine::SocketLine() {
         execl(VORN_ONU_BINARY, "vorn-onu", "omci", "--listen", address.c_str(), "--json", json.c_str(), nullptr);
         _exit(127);
     }
+    if (kind == Kind::kUnix)
+        connectUnix();
+    else
+        connectUdp();
+}
+
+void SocketLine::connectUnix() {
     socket_ = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     const sockaddr_un own = placeOf(folder_ + "/olt"), peer = placeOf(folder_ + "/onu");
     ::bind(socket_, reinterpret_cast<const sockaddr*>(&own), sizeof own);
     for (int waited = 0; waited < kAnswerMs; waited += 10) {
         if (::connect(socket_, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) == 0) return;
+        poll(nullptr, 0, 10);
+    }
+}
+
+// The ONU says which port it has taken.
+void SocketLine::connectUdp() {
+    socket_ = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const std::string head = "udp:127.0.0.1:";
+    for (int waited = 0; waited < kAnswerMs; waited += 10) {
+        const std::string text = shown();
+        const auto place = text.find(head);
+        if (place != std::string::npos && text.find('\n', place) != std::string::npos) {
+            sockaddr_in peer{};
+            peer.sin_family = AF_INET;
+            peer.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+            peer.sin_port = htons(static_cast<std::uint16_t>(std::stoul(text.substr(place + head.size()))));
+            ::connect(socket_, reinterpret_cast<const sockaddr*>(&peer), sizeof peer);
+            return;
+        }
         poll(nullptr, 0, 10);
     }
 }
@@ -59,18 +88,30 @@ SocketLine::~SocketLine() {
     std::filesystem::remove_all(folder_);
 }
 
+std::optional<omci::Message> SocketLine::receive(int withinMs) {
+    pollfd waits{socket_, POLLIN, 0};
+    if (poll(&waits, 1, withinMs) != 1) return {};
+    omci::Bytes bytes(4096);
+    const ssize_t got = ::recv(socket_, bytes.data(), bytes.size(), 0);
+    if (got <= 0) return {};
+    return omci::decodeFrame(omci::ByteView(bytes.data(), static_cast<std::size_t>(got))).message;
+}
+
 std::optional<omci::Message> SocketLine::exchange(const omci::Message& request) {
     const omci::Bytes frame = omci::encodeFrame(request);
     if (::send(socket_, frame.data(), frame.size(), 0) < 0) return {};
-    pollfd waits{socket_, POLLIN, 0};
-    while (poll(&waits, 1, kAnswerMs) == 1) {
-        omci::Bytes bytes(4096);
-        const ssize_t got = ::recv(socket_, bytes.data(), bytes.size(), 0);
-        if (got <= 0) return {};
-        const auto decoded = omci::decodeFrame(omci::ByteView(bytes.data(), static_cast<std::size_t>(got)));
-        if (decoded.message.isAnswer && decoded.message.transaction == request.transaction) return decoded.message;
+    while (auto message = receive(kAnswerMs)) {
+        if (message->isAnswer && message->transaction == request.transaction) return message;
+        if (!message->isAnswer) autonomous_.push_back(*std::move(message));
     }
     return {};
+}
+
+std::optional<omci::Message> SocketLine::autonomous(int withinMs) {
+    if (autonomous_.empty()) return receive(withinMs);
+    omci::Message first = std::move(autonomous_.front());
+    autonomous_.pop_front();
+    return first;
 }
 
 int SocketLine::end() {

@@ -1,22 +1,27 @@
-// The tool as an ONU at a Unix socket, and the OLT's end of it.
+// The tool as an ONU at a socket, and the OLT's end of it.
 #ifndef TESTS_OMCI_SERVICES_SOCKET_LINE_H
 #define TESTS_OMCI_SERVICES_SOCKET_LINE_H
 
 #include <sys/types.h>
 
+#include <deque>
+#include <optional>
 #include <string>
 
 #include "omci/olt/Line.h"
 
 class SocketLine : public olt::Line {
 public:
+    enum class Kind { kUnix, kUdp };
     // Starts "vorn-onu omci --listen" with a socket and a file of its state in a folder of its own.
-    SocketLine();
+    explicit SocketLine(Kind kind = Kind::kUnix);
     ~SocketLine() override;
     SocketLine(const SocketLine&) = delete;
     SocketLine& operator=(const SocketLine&) = delete;
 
     std::optional<omci::Message> exchange(const omci::Message& request) override;
+    // What the ONU tells by itself: what came meanwhile, or comes within the time.
+    std::optional<omci::Message> autonomous(int withinMs);
     // Ends the ONU with SIGTERM; its exit code, -1 when it ended otherwise.
     int end();
     // What the ONU has written about itself when it ended, and what it has shown.
@@ -25,6 +30,10 @@ public:
     bool socketExists() const;
 
 private:
+    void connectUnix();
+    void connectUdp();
+    std::optional<omci::Message> receive(int withinMs);
+    std::deque<omci::Message> autonomous_;
     std::string folder_;
     pid_t onu_ = -1;
     int socket_ = -1;

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "channel/BoardDevice.h"
 #include "omci/agent/Agent.h"
 #include "omci/services/Services.h"
 #include "scenario/fields/Problem.h"
@@ -69,7 +70,7 @@ private:
     };
 
     VornHal& hal_;
-    omci::Device device_;
+    BoardDevice device_;
     omci::SteadyClock clock_;
     omci::Agent agent_;
     EffectPerformer performer_;
