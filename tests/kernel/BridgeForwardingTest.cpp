@@ -29,7 +29,7 @@ using virtual_onu::GroupMessage;
 
 // The C library's waits are the virtual ONU's and take no time.
 void waitReally(long milliseconds) {
-    const timespec time{0, milliseconds * 1000000};
+    const timespec time{milliseconds / 1000, milliseconds % 1000 * 1000000};
     syscall(SYS_nanosleep, &time, nullptr);
 }
 
@@ -207,6 +207,32 @@ TEST_F(BridgeForwarding, AThousandFramesByChanceComeOutWhereTheKernelLetsThem) {
         narrow += both(static_cast<int>(upTo(2)), frame(station(), destination)).size() == 1 ? 1 : 0;
     }
     EXPECT_GT(narrow, 300u) << "addresses are learned, and move";
+}
+
+// The kernel's clock and the virtual one go on alike. The kernel looks for old addresses now and then.
+TEST_F(BridgeForwarding, AddressesAgeAndPortsListenBeforeTheyForward) {
+    const std::string other = "02:00:5e:10:00:02";
+    const auto pass = [](unsigned milliseconds) {
+        waitReally(milliseconds);
+        onu().advance(milliseconds);
+    };
+    ASSERT_TRUE(runOnHost("ip link set brk type bridge ageing_time 100"));
+    ASSERT_EQ(std::system("brctl setageing brv 1"), 0);
+    both(0, frame(kStation, other));
+    EXPECT_EQ(both(1, frame(other, kStation)), std::set<int>{0});
+    pass(3000);
+    EXPECT_EQ(both(1, frame(other, kStation)).size(), 2u) << "forgotten";
+
+    ASSERT_TRUE(
+        runOnHost("ip link set brk down && ip link set brk type bridge stp_state 1 forward_delay 200 && "
+                  "ip link set brk up"));
+    for (const char* command : {"ifconfig brv down", "brctl stp brv on", "brctl setfd brv 2", "ifconfig brv up"})
+        ASSERT_EQ(std::system(command), 0) << command;
+    EXPECT_TRUE(both(0, frame(kStation, other)).empty()) << "listening";
+    pass(3000);
+    EXPECT_TRUE(both(0, frame(kStation, other)).empty()) << "learning";
+    pass(2000);
+    EXPECT_FALSE(both(1, frame(other, kStation)).empty()) << "forwarding";
 }
 
 // The port where they come in lets them all in, so that the bridge decides.
