@@ -38,7 +38,7 @@ int printed(const std::string& text) {
     return static_cast<int>(text.size());
 }
 
-std::string formatted(const char* format, std::va_list values) {
+__attribute__((format(printf, 1, 0))) std::string formatted(const char* format, std::va_list values) {
     std::va_list measured;
     va_copy(measured, values);
     const int length = std::vsnprintf(nullptr, 0, format, measured);
@@ -48,20 +48,20 @@ std::string formatted(const char* format, std::va_list values) {
     return text.data();
 }
 
-int halVprintf(const char* format, std::va_list values) {
+__attribute__((format(printf, 1, 0))) int halVprintf(const char* format, std::va_list values) {
     return printed(formatted(format, values));
 }
-int halVprintfChecked(int /*flag*/, const char* format, std::va_list values) {
+__attribute__((format(printf, 2, 0))) int halVprintfChecked(int /*flag*/, const char* format, std::va_list values) {
     return printed(formatted(format, values));
 }
-int halPrintf(const char* format, ...) {
+__attribute__((format(printf, 1, 2))) int halPrintf(const char* format, ...) {
     std::va_list values;
     va_start(values, format);
     const int count = halVprintf(format, values);
     va_end(values);
     return count;
 }
-int halPrintfChecked(int /*flag*/, const char* format, ...) {
+__attribute__((format(printf, 2, 3))) int halPrintfChecked(int /*flag*/, const char* format, ...) {
     std::va_list values;
     va_start(values, format);
     const int count = halVprintf(format, values);
@@ -86,17 +86,17 @@ std::size_t halFwrite(const void* data, std::size_t size, std::size_t count, FIL
     printed(std::string(static_cast<const char*>(data), size * count));
     return count;
 }
-int halVfprintf(FILE* stream, const char* format, std::va_list values) {
+__attribute__((format(printf, 2, 0))) int halVfprintf(FILE* stream, const char* format, std::va_list values) {
     return stream == stdout ? halVprintf(format, values) : std::vfprintf(stream, format, values);
 }
-int halFprintf(FILE* stream, const char* format, ...) {
+__attribute__((format(printf, 2, 3))) int halFprintf(FILE* stream, const char* format, ...) {
     std::va_list values;
     va_start(values, format);
     const int count = halVfprintf(stream, format, values);
     va_end(values);
     return count;
 }
-int halFprintfChecked(FILE* stream, int /*flag*/, const char* format, ...) {
+__attribute__((format(printf, 3, 4))) int halFprintfChecked(FILE* stream, int /*flag*/, const char* format, ...) {
     std::va_list values;
     va_start(values, format);
     const int count = halVfprintf(stream, format, values);
