@@ -46,7 +46,8 @@ nlohmann::json traceJson(const std::vector<TraceEntry>& trace) {
 }
 
 void describeNetwork(const VirtualOnu& onu, std::ostream& text) {
-    for (const auto& device : onu.devices()) {
+    const auto devices = onu.devices();
+    for (const auto& device : devices) {
         if (device.isBridge) continue;
         text << "device " << device.name << (device.up ? " up" : " down") << " mtu " << device.mtu;
         if (!device.realDevice.empty()) text << " on " << device.realDevice;
@@ -63,7 +64,7 @@ void describeNetwork(const VirtualOnu& onu, std::ostream& text) {
         for (const auto& name : bridge.members()) text << ' ' << name;
         text << '\n';
     }
-    for (const auto& device : onu.devices()) {
+    for (const auto& device : devices) {
         for (const auto& address : device.addresses) text << "address " << device.name << ' ' << address << '\n';
     }
     for (const auto& rule : onu.ipRules()) text << "ip rule " << rule << '\n';

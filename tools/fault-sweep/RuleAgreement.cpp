@@ -2,15 +2,14 @@
 
 #include <algorithm>
 #include <iterator>
+#include <set>
 
-#include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
+#include "BRCM/BCM968580/DATA/EngineState.h"
 #include "VirtualOnu.h"
 
 namespace fault_sweep {
 
 namespace {
-
-constexpr unsigned kHighestPhyId = 65535;
 
 // A management host's pop rule stands on the bridge's PON device but is recorded under the bridge's name.
 std::string tableDevice(const std::string& recordedUnder, const std::set<RulePlace>& onDevice, const RulePlace& rule) {
@@ -19,17 +18,18 @@ std::string tableDevice(const std::string& recordedUnder, const std::set<RulePla
     return onDevice.count(onPon) != 0 ? onPon.device : recordedUnder;
 }
 
-void collect(EtherSwitchBcm380& engine, const std::string& device, unsigned phyId, const std::set<RulePlace>& onDevice,
-             std::set<RulePlace>& map) {
-    VLAN_RULE_MAP_ENTRY* entry = nullptr;
-    if (!engine.findVlanRuleMapEntry(device.c_str(), static_cast<unsigned short>(phyId), &entry)) return;
-    const auto add = [&](const VLAN_RULE_INFO& rule) {
-        RulePlace place{device, rule.dir, rule.nbrOfTags, rule.tagRuleId};
-        place.device = tableDevice(device, onDevice, place);
-        map.insert(place);
-    };
-    std::for_each_n(entry->newRules, entry->nbrOfNewRules, add);
-    std::for_each_n(entry->oldRules, entry->nbrOfOldRules, add);
+std::set<RulePlace> recordedRules(const std::set<RulePlace>& onDevice) {
+    std::set<RulePlace> all;
+    for (const auto& [key, entry] : m_VLAN_RULE_MAP_ENTRY) {
+        const auto add = [&, device = key.ifName](const VLAN_RULE_INFO& rule) {
+            RulePlace place{device, rule.dir, rule.nbrOfTags, rule.tagRuleId};
+            place.device = tableDevice(device, onDevice, place);
+            all.insert(place);
+        };
+        std::for_each_n(entry->newRules, entry->nbrOfNewRules, add);
+        std::for_each_n(entry->oldRules, entry->nbrOfOldRules, add);
+    }
+    return all;
 }
 
 // A rule that lets everything of its VLAN device pass: the engine makes some of these as defaults.
@@ -46,29 +46,24 @@ bool needsNoRecord(const std::string& device, const virtual_onu::TagRule& rule) 
 
 }  // namespace
 
-std::string RulePlace::text() const {
-    return device + (direction == virtual_onu::kReceive ? " rx " : " tx ") + std::to_string(tags) + " tags, rule " +
-           std::to_string(id);
+std::string RulePlace::table() const {
+    return device + (direction == virtual_onu::kReceive ? " rx " : " tx ") + std::to_string(tags);
 }
 
-RuleAgreement compareRules(const std::set<std::string>& devices, unsigned phyIds) {
-    const auto& onu = virtual_onu::VirtualOnu::instance();
-    std::set<RulePlace> onDevice, inMap, neededNoRecord;
-    std::set<std::string> names = devices;
-    for (const auto& table : onu.ruleTables()) {
-        names.insert(table.device);
+std::string RulePlace::text() const {
+    return table() + " tags, rule " + std::to_string(id);
+}
+
+RuleAgreement compareRules() {
+    std::set<RulePlace> onDevice, neededNoRecord;
+    for (const auto& table : virtual_onu::VirtualOnu::instance().ruleTables()) {
         for (const auto& rule : table.rules) {
             const RulePlace place{table.device, table.direction, table.tags, rule.id};
             onDevice.insert(place);
             if (needsNoRecord(table.device, rule)) neededNoRecord.insert(place);
         }
     }
-    for (const auto& device : onu.devices()) names.insert(device.name);
-    auto& engine = *EtherSwitchBcm380::getInstance();
-    for (const auto& name : names) {
-        for (unsigned phyId = 0; phyId < phyIds; ++phyId) collect(engine, name, phyId, onDevice, inMap);
-        if (phyIds <= kHighestPhyId) collect(engine, name, kHighestPhyId, onDevice, inMap);
-    }
+    const std::set<RulePlace> inMap = recordedRules(onDevice);
     RuleAgreement result;
     result.recorded = inMap.size();
     std::set_difference(onDevice.begin(), onDevice.end(), inMap.begin(), inMap.end(),

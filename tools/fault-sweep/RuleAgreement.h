@@ -1,10 +1,9 @@
-// Does the engine's rule map say the same as the device's tag-rule tables? Looked at through the engine's public
-// operations, as any program beside it could.
+// Does the engine's rule map say the same as the device's tag-rule tables?
 #ifndef FAULT_SWEEP_RULE_AGREEMENT_H
 #define FAULT_SWEEP_RULE_AGREEMENT_H
 
+#include <cstddef>
 #include <cstdint>
-#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -20,7 +19,8 @@ struct RulePlace {
     bool operator<(const RulePlace& other) const {
         return std::tie(device, direction, tags, id) < std::tie(other.device, other.direction, other.tags, other.id);
     }
-    std::string text() const;  // "sid0 rx 1 tags, rule 7"
+    std::string table() const;  // "sid0 rx 1"
+    std::string text() const;   // "sid0 rx 1 tags, rule 7"
 };
 
 struct RuleAgreement {
@@ -29,12 +29,7 @@ struct RuleAgreement {
     std::size_t recorded = 0;             // rules in the map
 };
 
-// Which second halves of the rule map's keys are looked at: UNI ports, GEM indexes and VEIP numbers below this one.
-constexpr unsigned kUsualPhyIds = 40;
-constexpr unsigned kAllPhyIds = 65536;
-
-// devices: names to look under besides those that the virtual ONU has now.
-RuleAgreement compareRules(const std::set<std::string>& devices, unsigned phyIds = kUsualPhyIds);
+RuleAgreement compareRules();
 
 }  // namespace fault_sweep
 

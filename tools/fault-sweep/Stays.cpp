@@ -1,57 +1,228 @@
 #include "Stays.h"
 
 #include <algorithm>
+#include <map>
 #include <regex>
+#include <string_view>
 
 namespace fault_sweep {
 
 namespace {
 
-// The engine ignores the results of most calls, undoes nothing that it has made, and takes a device that exists as
-// whole. So what a failed call leaves behind depends on the call.
-struct Stay {
-    std::regex failedCall;
+enum class Kind {
+    Made,       // once there, it is never missing again
+    Board,      // takes the place of another line
+    OfService,  // likewise; a service that was refused has less of these
+};
+
+// Without a fault: what is never taken back.
+struct Stand {
     std::regex line;
+    const char* operation;  // that a scenario has where the line stands, "" for any
+    Kind kind;
     const char* why;
 };
 
-const std::vector<Stay>& stays() {
-    static const std::vector<Stay> rows = {
-        {std::regex(".*"), std::regex("(bridge br0|device sid[0-7]) .*"),
-         "the default bridge is made once, and a UNI port stays up"},
-        {std::regex(".*"), std::regex("default (sid[0-7]|gpondef) .*"),
-         "default actions of UNI ports and of the PON device are never taken back"},
-        {std::regex(".*"), std::regex("rule gpondef .*"), "drop rules of the PON device are never taken back"},
-        {std::regex(".*"), std::regex("runner vlan_action/dir=ds,index=124"),
+const std::vector<Stand>& stands() {
+    static const std::vector<Stand> rows = {
+        {std::regex("bridge br0 (up|stp off forward-delay 0|port sid[0-7])"), "", Kind::Made,
+         "the default bridge is made once, with all LAN ports"},
+        {std::regex("device sid[0-7] down mtu 1500"), "", Kind::Board, "the default bridge takes the LAN ports"},
+        {std::regex("device sid[0-7] (up|down) mtu 1500 in br0"), "", Kind::Board,
+         "the default bridge has the LAN ports, and one that had a service stays up"},
+        {std::regex("device sid[0-7] up mtu 1500"), "vorn_omci_hal_veip_createRules", Kind::Board,
+         "the VEIP takes the default bridge's place, and a port that had a service stays up"},
+        {std::regex("default (sid[0-7]) (rx|tx) [0-2]: drop \\1\\.\\d+"), "", Kind::OfService,
+         "default actions of LAN ports are never taken back"},
+        {std::regex("default gpondef rx [0-2]: drop gpon\\d+"), "", Kind::OfService,
+         "default actions of the PON device are never taken back"},
+        {std::regex("rule gpondef rx [0-2]: rxdev=gpon\\d+ gem=\\d+"), "", Kind::OfService,
+         "rules of the PON device are never taken back"},
+        {std::regex("rule gpon0 (rx|tx) [12]: (rx|tx)dev=gpon0\\.0 .*"), "vorn_omci_hal_veip_createRules",
+         Kind::OfService, "a p-bit that a record does not name keeps the GEM port of the service before"},
+        {std::regex("runner vlan_action/dir=ds,index=124"), "vorn_omci_hal_filter_flow_add", Kind::OfService,
          "the DSCP shortcut's downstream action is never taken back"},
-        {std::regex(".*"), std::regex("rule gpon0\\.0 .*"),
-         "a multicast service's rows on the VEIP's side are never taken back"},
-        {std::regex(".*"),
-         std::regex("(device br[0-9]+\\.[0-9]+|address br[0-9]+\\.[0-9]+|ip rule|ip route|"
-                    "bridge brv|ingress-queue key) .*"),
-         "a management host leaves its device, addresses and routes, the shared bridge, the key of the board's MAC"},
-        {std::regex(".*"), std::regex("pon admin-state .*|device eth[01] .*"), "what is not a service"},
-        {std::regex("(ioctl\\(SIOCGIFINDEX|vlanCtl_(init|setIfSuffix|setRealDevMode|createVlanInterface|"
-                    "deleteVlanInterface)\\().*"),
-         std::regex("(device|default) gpon[0-9]+[. ].*"),
-         "a PON side that was made or deleted by halves stands as it is"},
-        {std::regex("gponCtl_(configGemPort|getGemPort)\\(.*"), std::regex("rule gpon[0-9]+ .*"),
-         "a GEM port's index is recorded once; rules under another index go with their device only"},
-        {std::regex("gponCtl_deconfigGemPort\\(.*"), std::regex("(gem|device gpondef) .*"),
-         "a GEM port that the driver does not give up counts as removed"},
-        {std::regex("system\\(.*gpondef.*"), std::regex("device gpondef .*"),
-         "the PON device goes up and down with the first and the last GEM port alone"},
-        {std::regex(".*veip0.*|.*gpon0.*"), std::regex("device veip0 .*"),
-         "the VEIP goes with the last service, if its device is found and given up then"},
-        {std::regex(".+"), std::regex("device veip0\\.[1-8] .*"),
-         "sub-devices, which the gateway side makes, go with the VEIP alone"},
-        {std::regex("system\\(\"(bs|iq|ifconfig|brctl|ip) .*"),
-         std::regex("(runner|ingress-queue|address|ip rule|ip route|bridge|device) .*"),
-         "results of shell commands are not looked at"},
-        {std::regex("(tmctl_portTmUninit|gponCtl_deconfigTcontAllocId)\\(.*"), std::regex("tcont .*"),
-         "a T-CONT that the driver does not give up counts as removed"},
+        {std::regex(
+             "(device (br\\d+)\\.\\d+ up mtu 1500 on \\2 multicast|address br\\d+\\.\\d+ .*|ip rule .*|ip route .*|"
+             "bridge brv (?:up|stp off forward-delay 1500)|default (br\\d+) (rx|tx) [0-2]: drop \\3\\.\\d+)"),
+         "vorn_omci_hal_provisionIpHost", Kind::OfService,
+         "a management host leaves its device, addresses, routes, the shared bridge"},
+        {std::regex("record br\\d+ (rx|tx) [0-2]"), "vorn_omci_hal_provisionIpHost", Kind::OfService,
+         "record of a rule whose device was deleted before its rules"},
+        {std::regex("record gpon0\\.0 (rx|tx) [0-3]"), "vorn_omci_hal_veip_createRules", Kind::OfService,
+         "record of a rule whose device was deleted before its rules"},
+        {std::regex("pon admin-state \\d"), "vorn_omci_hal_gponctl_state_set", Kind::Board, "what is not a service"},
+        {std::regex("device eth[01] (up|down) mtu 1500"), "setEthernetUniStatus", Kind::Board, "what is not a service"},
     };
     return rows;
+}
+
+enum class Lasts {
+    TakenDown,  // what was left over; provisioning again makes it right
+    Again,      // provisioning again does not make it right either
+};
+
+// The engine ignores the results of most calls, undoes nothing that it has made, and takes a device that exists as
+// whole. So what a failed call leaves behind depends on the call. {1} in it is the first group of the line.
+struct Difference {
+    std::regex line;
+    const char* failedCall;
+    const char* operation;  // as above
+    const char* why;
+    Lasts lasts;
+};
+
+constexpr const char* kVeip = "vorn_omci_hal_veip_createRules";
+// The calls that make the VEIP and what it stands on.
+constexpr const char* kMakesVeip =
+    "vlanCtl_(init|setIfSuffix|setRealDevMode)\\(.*|vlanCtl_createVlanInterface\\(\"gpon0\", .*|"
+    "vlanCtl_createVlanInterfaceByName\\((\"gpondef\", \"gpon0\"|\"gpon0\\.0\", \"veip0\").*|"
+    "ioctl\\(SIOCGIFINDEX, \"(br0|gpon0|gpon0\\.0|veip0)\".*|ioctl\\(SIOCBRADDBR, \"br0\"\\).*";
+
+const std::vector<Difference>& differs() {
+    static const std::vector<Difference> rows = {
+        // the default bridge and its ports
+        {std::regex("(?:device|bridge br0 port) (sid[0-7])(?: (?:up|down) mtu 1500(?: in br0)?)?"),
+         "ioctl\\(SIOCGIFINDEX, \"(br0|{1})\".*|ioctl\\(SIOCBRADDIF, \"br0\"\\).*", "",
+         "a LAN port that did not join the default bridge at first never does", Lasts::Again},
+        {std::regex("device (sid[0-7]) (up|down) mtu 1500( in br0)?"),
+         "ioctl\\(SIOCBRADDBR, \"br[1-9]\\d*\"\\).*|ioctl\\(SIOCGIFINDEX, \"br[1-9]\\d*\".*|ioctl\\(SIOCSIFFLAGS, "
+         "\"{1}\".*",
+         "", "a LAN port comes up with its service, and stays up", Lasts::TakenDown},
+        {std::regex("bridge br0 .*|device sid[0-7] (up|down) mtu 1500( in br0)?"), "ioctl\\(SIOCBRADDBR, \"br0\"\\).*",
+         "", "the default bridge is made with the next bridge", Lasts::TakenDown},
+        {std::regex("bridge br0 (up|down)"), "ioctl\\(SIOCSIFFLAGS, \"br0\".*", "",
+         "the default bridge is made once, up or not", Lasts::Again},
+        {std::regex("bridge br0 stp off forward-delay (0|1500)"),
+         "open\\(\"/sys/class/net/br0/bridge/forward_delay\"\\).*", "",
+         "the default bridge is made once, with its delay or not", Lasts::Again},
+        {std::regex("bridge br0 .*|device sid[0-7] (up|down) mtu 1500( in br0)?"),
+         "ioctl\\(SIOC(BRDELBR|SIFFLAGS|GIFINDEX), \"br0\".*", kVeip,
+         "the VEIP did not take the default bridge's place", Lasts::Again},
+        {std::regex("bridge br0 .*|device sid[0-7] (up|down) mtu 1500( in br0)?"), kMakesVeip, kVeip,
+         "without a VEIP its next service takes the default bridge again", Lasts::TakenDown},
+        // the PON side
+        {std::regex("default gpon(\\d+) (rx|tx) [0-2]: (drop|pass) gpon\\1\\.\\1"),
+         "vlanCtl_init\\(\\).*|vlanCtl_deleteVlanInterface\\(\"gpon{1}(\\.{1})?\"\\).*|"
+         "ioctl\\(SIOCGIFINDEX, \"gpon{1}(\\.{1})?\".*",
+         "", "a PON side that was deleted by halves stands as it is", Lasts::Again},
+        {std::regex("default gpon0\\.0 (rx|tx) [0-3]: drop veip0"),
+         "vlanCtl_init\\(\\).*|vlanCtl_deleteVlanInterface\\(\"gpon0\\.0\"\\).*|ioctl\\(SIOCGIFINDEX, \"gpon0\\.0\".*",
+         kVeip, "a PON side that was deleted by halves stands as it is", Lasts::TakenDown},
+        {std::regex("device gpon(\\d+) (up|down) mtu 1500 on gpondef multicast"),
+         "vlanCtl_(init|setIfSuffix)\\(.*|vlanCtl_setRealDevMode\\(\"gpondef\".*|ioctl\\(SIOCGIFINDEX, "
+         "\"gpon{1}(\\.{1})?\".*|"
+         "vlanCtl_createVlanInterface\\(\"gpon{1}\".*|vlanCtl_createVlanInterfaceByName\\(\"gpondef\", \"gpon{1}\".*|"
+         "vlanCtl_deleteVlanInterface\\(\"gpon{1}(\\.{1})?\"\\).*",
+         "", "a PON side that was made or deleted by halves stands as it is", Lasts::Again},
+        {std::regex("device gpon(\\d+)\\.\\1 up mtu 1500 on gpon\\1 multicast"),
+         "vlanCtl_init\\(\\).*|vlanCtl_deleteVlanInterface\\(\"gpon{1}\\.{1}\"\\).*|ioctl\\(SIOCGIFINDEX, "
+         "\"gpon{1}\\.{1}\".*",
+         "", "a PON side that was deleted by halves stands as it is", Lasts::TakenDown},
+        {std::regex("device gpon(\\d+)\\.v\\1 down mtu 1500 on gpon\\1 multicast"),
+         "vlanCtl_setIfSuffix\\(\"\\.\"\\).*", "",
+         "a device that got another name than it was to have is never found again", Lasts::TakenDown},
+        {std::regex("default gpondef rx [0-2]: drop gpon\\d+"),
+         "vlanCtl_init\\(\\).*|ioctl\\(SIOCBRADDBR, \"br[1-9]\\d*\"\\).*|"
+         "vlanCtl_createVlanInterfaceByName\\(\"gpondef\", \"gpon\\d+\".*|"
+         "vlanCtl_setDefaultAction\\(\"gpondef\", .*",
+         "", "the PON device's default actions are those of the service that came last", Lasts::TakenDown},
+        {std::regex("default (sid[0-7]) (rx|tx) [0-2]: drop \\1\\.\\d+"),
+         "ioctl\\(SIOCBRADDBR, \"br[1-9]\\d*\"\\).*|ioctl\\(SIOCGIFINDEX, "
+         "\"(br[1-9]\\d*|{1})\".*|vlanCtl_(init|setIfSuffix)\\(.*|"
+         "vlanCtl_(setDefaultAction|setRealDevMode)\\(\"{1}\", .*|vlanCtl_createVlanInterfaceByName\\(\"{1}\", .*",
+         "", "a LAN port's default actions are those of the service that came last", Lasts::TakenDown},
+        {std::regex("device gpondef (up|down) mtu 1500"), "system\\(\"ifconfig gpondef .*", "",
+         "the PON device goes up and down with the first and the last GEM port alone", Lasts::Again},
+        {std::regex("device gpondef (up|down) mtu 1500"), "gponCtl_deconfigGemPort\\(.*", "",
+         "the PON device goes up and down with the first and the last GEM port alone", Lasts::Again},
+        {std::regex("gem (\\d+) .*"), "gponCtl_deconfigGemPort\\(\\d+, {1}\\).*", "",
+         "a GEM port that the driver does not give up counts as removed", Lasts::Again},
+        {std::regex("tcont (\\d+) .*"), "(tmctl_portTmUninit\\(\\d+, {1}\\)|gponCtl_deconfigTcontAllocId\\({1}, ).*",
+         "", "a T-CONT that the driver does not give up counts as removed", Lasts::TakenDown},
+        {std::regex("queue (\\d+)\\.(\\d+) .*"), "tmctl_delQueueCfg\\(\\d+, {1}, {2}\\).*", "",
+         "a queue that the driver does not give up counts as removed", Lasts::TakenDown},
+        // rules
+        {std::regex("rule gpon\\d+ (rx|tx) [0-2]: .*"), "gponCtl_(configGemPort|getGemPort)\\(.*", "",
+         "a GEM port's index is recorded once; rules under another index go with their device only", Lasts::Again},
+        {std::regex("unrecorded gpon(\\d+) (rx|tx) [0-2]"),
+         "vlanCtl_initTagRule\\(\\).*|vlanCtl_(setReceiveVlanDevice|filterOnTxVlanDevice)\\(\"gpon{1}\\.{1}\"\\).*", "",
+         "the engine records none of its default pass rules, whatever stands in them", Lasts::TakenDown},
+        {std::regex("rule gpondef rx [0-2]: .*"), "vlanCtl_initTagRule\\(\\).*", "",
+         "a rule that could not be begun anew has what the one before it had", Lasts::TakenDown},
+        {std::regex("rule gpon0\\.0 (rx|tx) [0-3]: (rx|tx)dev=veip0"), "ioctl\\(SIOCGIFINDEX, \"gpon0\\.0\".*", kVeip,
+         "the VEIP's rules go when their device is found", Lasts::TakenDown},
+        {std::regex("rule gpondef rx [0-2]: rxdev=gpon\\d+ gem=\\d+"), "gponCtl_(configGemPort|getGemPort)\\(.*", "",
+         "rules of the PON device are never taken back, whatever stands in them", Lasts::TakenDown},
+        {std::regex("rule gpondef rx [0-2]: gem=\\d+"), "vlanCtl_setReceiveVlanDevice\\(\"gpon\\d+\"\\).*", "",
+         "a rule is inserted without what its filter refused", Lasts::TakenDown},
+        {std::regex("rule gpondef rx [0-2]: any"),
+         "vlanCtl_setReceiveVlanDevice\\(\"gpon\\d+\"\\).*|vlanCtl_filterOnSkbMarkPort\\(.*", "",
+         "a rule is inserted without what its filter refused", Lasts::TakenDown},
+        {std::regex("rule gpondef rx [0-2]: rxdev=gpon\\d+"), "vlanCtl_filterOnSkbMarkPort\\(.*", "",
+         "a rule is inserted without what its filter refused", Lasts::TakenDown},
+        {std::regex("record (gpon\\d+) (rx|tx) [0-2]"),
+         "gponCtl_(configGemPort|getGemPort)\\(.*|ioctl\\(SIOCGIFINDEX, \"{1}\".*", "",
+         "record of a rule whose device was deleted before its rules", Lasts::TakenDown},
+        {std::regex("record gpon0 (rx|tx) [0-2]"), "ioctl\\(SIOCGIFINDEX, \"veip0\".*", kVeip,
+         "record of a rule whose device was deleted before its rules", Lasts::TakenDown},
+        // the gateway's side
+        {std::regex("device veip0\\.([1-8]) down mtu 1500 on veip0"),
+         "vlanCtl_deleteVlanInterface\\(\"veip0\\.{1}\"\\).*|ioctl\\(SIOCGIFINDEX, \"veip0\\.{1}\".*", kVeip,
+         "sub-devices, which the gateway side makes, go with the VEIP alone", Lasts::TakenDown},
+        {std::regex("device veip0\\.[1-8] down mtu 1500 on veip0"), kMakesVeip, kVeip,
+         "sub-devices, which the gateway side makes, go with the VEIP alone", Lasts::TakenDown},
+        // the management host, the board
+        {std::regex("bridge brv (up|down|stp off forward-delay 1500)"),
+         "system\\(\"(ifconfig brv up|brctl addbr brv).*", "vorn_omci_hal_provisionIpHost",
+         "results of shell commands are not looked at", Lasts::TakenDown},
+        {std::regex("device (br(\\d+)\\.\\d+) (up|down) mtu 1500 on br\\2 multicast"),
+         "ioctl\\(SIOCSIFFLAGS, \"{1}\".*|system\\(\"ifconfig {1} .*", "vorn_omci_hal_provisionIpHost",
+         "results of shell commands are not looked at", Lasts::TakenDown},
+        {std::regex("ingress-queue key --dstmac (\\S+) .*"), "system\\(\"iq remkey --dstmac {1}.*",
+         "vorn_omci_hal_provisionIpHost", "results of shell commands are not looked at", Lasts::TakenDown},
+        {std::regex("ingress-queue keymask .*"), "system\\(\"iq remkeymask .*", "vorn_omci_hal_provisionIpHost",
+         "results of shell commands are not looked at", Lasts::TakenDown},
+        {std::regex("runner ingress_class/dir=ds,index=(\\d+)"), "system\\(\"bs /b/d ingress_class/dir=ds,index={1}.*",
+         "vorn_omci_hal_provisionIpHost", "results of shell commands are not looked at", Lasts::TakenDown},
+        {std::regex("device (eth[01]) (up|down) mtu 1500"), "system\\(\"ifconfig {1} (up|down).*",
+         "setEthernetUniStatus", "what is not a service", Lasts::TakenDown},
+        {std::regex("pon admin-state \\d"), "gponCtl_startAdminState\\(.*|cmsPsp_get\\(\"linkState\".*",
+         "vorn_omci_hal_gponctl_state_set", "what is not a service", Lasts::TakenDown},
+        {std::regex("device (sid[0-7]) (up|down) mtu 1500( in br0)?"), "system\\(\"ifconfig {1} (up|down)\"\\).*", "",
+         "a board's command, not the engine's", Lasts::TakenDown},
+        // leaves
+        {std::regex("leave (br\\d+) ((?:gpon|sid)\\d+)(\\.\\d+)"),
+         "ioctl\\(SIOCGIFINDEX, \"({1}|{2}|{2}{3})\".*|ioctl\\(SIOCBRDELIF, \"{1}\"\\).*", "",
+         "a leave is asked for when device and bridge were found", Lasts::TakenDown},
+    };
+    return rows;
+}
+
+bool has(const Circumstances& now, const char* operation) {
+    return *operation == '\0' || now.operations.count(operation) != 0;
+}
+
+std::string escapedForRegex(const std::string& text) {
+    std::string escaped;
+    for (const char c : text) {
+        if (std::string_view("\\^$.|?*+()[]{}").find(c) != std::string_view::npos) escaped += '\\';
+        escaped += c;
+    }
+    return escaped;
+}
+
+// The pattern with {n} replaced by the groups of the line. A run asks for the same few again and again.
+const std::regex& withGroups(std::string pattern, const std::smatch& groups) {
+    static std::map<std::string, std::regex> known;
+    for (std::size_t n = 1; n < groups.size(); ++n) {
+        const std::string name = "{" + std::to_string(n) + "}", text = escapedForRegex(groups[n]);
+        for (auto at = pattern.find(name); at != std::string::npos; at = pattern.find(name, at + text.size()))
+            pattern.replace(at, name.size(), text);
+    }
+    auto found = known.find(pattern);
+    if (found == known.end()) found = known.emplace(pattern, std::regex(pattern)).first;
+    return found->second;
 }
 
 }  // namespace
@@ -76,16 +247,47 @@ bool Refusals::refused(const RulePlace& rule) const {
                        [&](const RulePlace& other) { return !(rule < other) && !(other < rule); });
 }
 
-std::optional<std::string> whyItDiffers(const std::string& line, const std::string& failedCall,
-                                        const Refusals& refusals) {
-    for (const auto& row : stays())
-        if (std::regex_match(failedCall, row.failedCall) && std::regex_match(line, row.line)) return row.why;
-    if (line.rfind("rule ", 0) == 0 && !refusals.ruleRemovals.empty()) return "rule whose removal the device refused";
+std::size_t Refusals::countOf(const std::string& ruleLine) const {
+    return static_cast<std::size_t>(std::count_if(ruleRemovals.begin(), ruleRemovals.end(), [&](const RulePlace& rule) {
+        const std::string start = "rule " + rule.table() + ": ";
+        return ruleLine.compare(0, start.size(), start) == 0;
+    }));
+}
+
+void compileStays() {
+    stands();
+    differs();
+}
+
+std::optional<std::string> whyItStands(const std::string& line, const Circumstances& now, bool missing) {
+    for (const auto& row : stands())
+        if ((!missing || row.kind != Kind::Made) && has(now, row.operation) && std::regex_match(line, row.line))
+            return row.why;
     return std::nullopt;
 }
 
-bool maybeRecordedTwice(const RulePlace& rule, const std::string& failedCall) {
-    return rule.device == "gpon0.0" && failedCall.rfind("vlanCtl_insertTagRule(\"gpon0.0\"", 0) == 0;
+bool mayBeLess(const std::string& line) {
+    return std::any_of(stands().begin(), stands().end(), [&](const Stand& row) {
+        return row.kind == Kind::OfService && std::regex_match(line, row.line);
+    });
+}
+
+std::optional<std::string> whyItDiffers(const std::string& line, const Circumstances& now, bool again) {
+    std::smatch groups;
+    for (const auto& row : differs()) {
+        if (again && row.lasts != Lasts::Again) continue;
+        if (!has(now, row.operation) || !std::regex_match(line, groups, row.line)) continue;
+        const std::regex& failedCall = withGroups(row.failedCall, groups);
+        for (const auto& call : now.failedCalls)
+            if (std::regex_match(call, failedCall)) return row.why;
+    }
+    return std::nullopt;
+}
+
+bool maybeRecordedTwice(const RulePlace& rule, const std::vector<std::string>& failedCalls) {
+    return rule.device == "gpon0.0" && std::any_of(failedCalls.begin(), failedCalls.end(), [](const std::string& call) {
+               return call.rfind("vlanCtl_insertTagRule(\"gpon0.0\"", 0) == 0;
+           });
 }
 
 }  // namespace fault_sweep

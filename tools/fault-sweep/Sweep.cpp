@@ -11,10 +11,12 @@
 #include <cstring>
 #include <deque>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 
 #include <nlohmann/json.hpp>
 
+#include "Stays.h"
 #include "TakeDown.h"
 
 // Present when the address sanitizer is.
@@ -50,15 +52,31 @@ private:
 
 struct Child {
     pid_t pid;
-    std::uint64_t call;
+    FaultPlan plan;
     int answer;  // descriptors of the child's answer and of its error stream
     int errors;
 };
 
 json toJson(const Findings& findings) {
-    return {{"calls", findings.calls},       {"hit", findings.hit},           {"problems", findings.problems},
-            {"accepted", findings.accepted}, {"fresh", findings.freshStates}, {"used", findings.usedStates},
-            {"failed", findings.failedCall}};
+    const Measure& measure = findings.measure;
+    return {{"hit", findings.hit},           {"end", findings.endOfOperation}, {"failed", findings.failedCalls},
+            {"problems", findings.problems}, {"accepted", findings.accepted},  {"calls", measure.calls},
+            {"fresh", measure.freshStates},  {"used", measure.usedStates},     {"left", measure.leftOvers},
+            {"lost", measure.lost},          {"leaves", measure.leavesLeftOut}};
+}
+
+void fromJson(const json& answer, Findings& findings) {
+    answer["hit"].get_to(findings.hit);
+    answer["end"].get_to(findings.endOfOperation);
+    answer["failed"].get_to(findings.failedCalls);
+    answer["problems"].get_to(findings.problems);
+    answer["accepted"].get_to(findings.accepted);
+    answer["calls"].get_to(findings.measure.calls);
+    answer["fresh"].get_to(findings.measure.freshStates);
+    answer["used"].get_to(findings.measure.usedStates);
+    answer["left"].get_to(findings.measure.leftOvers);
+    answer["lost"].get_to(findings.measure.lost);
+    answer["leaves"].get_to(findings.measure.leavesLeftOut);
 }
 
 std::string contentOf(int descriptor) {
@@ -70,24 +88,24 @@ std::string contentOf(int descriptor) {
     return text;
 }
 
-[[noreturn]] void runChild(const Subject& subject, std::uint64_t call, const SweepOptions& options, int answer,
+[[noreturn]] void runChild(const Subject& subject, const FaultPlan& plan, const SweepOptions& options, int answer,
                            int errors) {
     alarm(options.timeoutSeconds);
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     dup2(nowhere, STDOUT_FILENO);  // what the HAL prints
     dup2(errors, STDERR_FILENO);
-    const std::string text = toJson(runTrial(subject, call, options.code)).dump();
+    const std::string text = toJson(runTrial(subject, plan, options.code)).dump();
     const bool written = write(answer, text.data(), text.size()) == static_cast<ssize_t>(text.size());
     if (__lsan_do_recoverable_leak_check != nullptr && __lsan_do_recoverable_leak_check() != 0) _exit(kLeaked);
     if (options.leaveByExit) std::exit(written ? 0 : 1);
     _exit(written ? 0 : 1);  // the HAL's threads must not meet destroyed maps
 }
 
-Child start(const Subject& subject, std::uint64_t call, const SweepOptions& options) {
-    Child child{-1, call, memfd_create("answer", MFD_CLOEXEC), memfd_create("errors", MFD_CLOEXEC)};
+Child start(const Subject& subject, const FaultPlan& plan, const SweepOptions& options) {
+    Child child{-1, plan, memfd_create("answer", MFD_CLOEXEC), memfd_create("errors", MFD_CLOEXEC)};
     std::fflush(nullptr);
     child.pid = fork();
-    if (child.pid == 0) runChild(subject, call, options, child.answer, child.errors);
+    if (child.pid == 0) runChild(subject, plan, options, child.answer, child.errors);
     if (child.pid < 0) throw std::runtime_error(std::string("fork: ") + std::strerror(errno));
     return child;
 }
@@ -103,19 +121,11 @@ std::string endOf(int status) {
 Findings finish(const Child& child, int status) {
     Findings findings;
     const json answer = json::parse(contentOf(child.answer), nullptr, false);
-    if (!answer.is_discarded()) {
-        findings.calls = answer["calls"];
-        findings.hit = answer["hit"];
-        findings.failedCall = answer["failed"];
-        findings.problems = answer["problems"].get<std::vector<std::string>>();
-        findings.accepted = answer["accepted"].get<std::map<std::string, unsigned>>();
-        findings.freshStates = answer["fresh"].get<std::vector<std::string>>();
-        findings.usedStates = answer["used"].get<std::vector<std::string>>();
-    }
+    if (!answer.is_discarded()) fromJson(answer, findings);
     if (status != 0) {
         findings.hit = true;
         findings.problems.push_back(endOf(status));
-        std::printf("\n  call %llu: %s\n%s\n", static_cast<unsigned long long>(child.call), endOf(status).c_str(),
+        std::printf("\n  call %s: %s\n%s\n", child.plan.text().c_str(), endOf(status).c_str(),
                     contentOf(child.errors).c_str());
     }
     close(child.answer);
@@ -128,7 +138,7 @@ public:
     Progress(const std::string& name, std::uint64_t all) : name_(name), all_(all) {}
     void show(std::uint64_t done) const {
         if (isatty(STDOUT_FILENO) == 0 || done % kStep != 0) return;
-        std::printf("\r  %-36s %6llu of %llu", name_.c_str(), static_cast<unsigned long long>(done),
+        std::printf("\r  %-42s %6llu of %llu", name_.c_str(), static_cast<unsigned long long>(done),
                     static_cast<unsigned long long>(all_));
         std::fflush(stdout);
     }
@@ -141,82 +151,126 @@ private:
 
 class SubjectSweep {
 public:
-    SubjectSweep(const Subject& subject, const SweepOptions& options, Summary& summary)
-        : subject_(subject), options_(options), summary_(summary), name_(fs::path(subject.file).filename().string()) {}
+    SubjectSweep(Subject& subject, const SweepOptions& options, Summary& summary, std::ostream* list)
+        : subject_(subject),
+          options_(options),
+          summary_(summary),
+          list_(list),
+          name_(fs::path(subject.file).filename().string()) {}
+
+    // Without a fault: it must leave nothing that the contract does not let stand, and is what the others are held to.
+    void measure() {
+        const FaultPlan none;
+        const Child child = start(subject_, none, options_);
+        int status = 0;
+        waitpid(child.pid, &status, 0);
+        const Findings findings = finish(child, status);
+        record(none, findings);
+        subject_.measure = findings.measure;
+    }
 
     void run() {
-        std::deque<std::uint64_t> calls;
-        for (std::uint64_t call = options_.only != 0 ? options_.only : 1; call <= subject_.calls;
-             call += options_.only != 0 ? subject_.calls : options_.every)
-            calls.push_back(call);
-        const Progress progress(name_, calls.size());
+        if (options_.only) {
+            runAll({*options_.only}, "");
+            return;
+        }
+        runAll(thinned(singles(false), options_.every), "");
+        if (options_.pairs != 0) runAll(thinned(pairs(), options_.pairs), ", pairs");
+        if (options_.onwards != 0) runAll(thinned(singles(true), options_.onwards), ", all from one on");
+    }
+
+private:
+    std::deque<FaultPlan> singles(bool onwards) const {
+        std::deque<FaultPlan> plans;
+        for (std::uint64_t call = 1; call <= subject_.measure.calls; ++call) plans.push_back({{call}, onwards});
+        return plans;
+    }
+
+    // A second call of the operation in which the first one fails: what it does then is known from the run in which
+    // only the first one failed.
+    std::deque<FaultPlan> pairs() const {
+        std::deque<FaultPlan> plans;
+        for (const auto& [first, end] : endOfOperation_)
+            for (std::uint64_t second = first + 1; second <= end; ++second) plans.push_back({{first, second}, false});
+        return plans;
+    }
+
+    // Each so many of the plans; fewer when that were too many for one scenario. The steps are odd then: what is done
+    // again on one bridge after another takes an even number of calls as likely as not.
+    std::deque<FaultPlan> thinned(std::deque<FaultPlan> plans, std::size_t each) const {
+        if (options_.most != 0 && plans.size() > each * options_.most)
+            each = ((plans.size() + options_.most - 1) / options_.most) | 1U;
+        std::deque<FaultPlan> some;
+        for (std::size_t at = 0; at < plans.size(); at += each) some.push_back(std::move(plans[at]));
+        return some;
+    }
+
+    void runAll(std::deque<FaultPlan> plans, const std::string& kind) {
+        const Progress progress(name_ + kind, plans.size());
         const auto before = summary_;
-        while (!calls.empty() || !running_.empty()) {
-            while (!calls.empty() && running_.size() < options_.jobs) {
-                const std::uint64_t call = calls.front();
-                calls.pop_front();
-                Child child = start(subject_, call, options_);
-                running_.emplace(child.pid, child);
+        while (!plans.empty() || !running_.empty()) {
+            while (!plans.empty() && running_.size() < options_.jobs) {
+                Child child = start(subject_, plans.front(), options_);
+                plans.pop_front();
+                running_.emplace(child.pid, std::move(child));
             }
             waitForOne();
             progress.show(summary_.runs - before.runs);
         }
-        std::printf("\r  %-36s %6llu runs, %6llu faults hit, %3llu exceptions\n", name_.c_str(),
+        std::printf("\r  %-42s %6llu runs, %6llu hit, %3llu exceptions\n", (name_ + kind).c_str(),
                     static_cast<unsigned long long>(summary_.runs - before.runs),
                     static_cast<unsigned long long>(summary_.hits - before.hits),
                     static_cast<unsigned long long>(summary_.exceptions - before.exceptions));
         std::fflush(stdout);
     }
 
-    void record(std::uint64_t call, const Findings& findings) {
+    void record(const FaultPlan& plan, const Findings& findings) {
         ++summary_.runs;
-        if (findings.hit && call != 0) ++summary_.hits;
+        if (findings.hit && !plan.none()) ++summary_.hits;
         if (!findings.problems.empty()) ++summary_.exceptions;
         for (const auto& [why, count] : findings.accepted) summary_.accepted[why] += count;
         for (const auto& text : findings.problems) {
+            if (list_) *list_ << name_ << '\t' << plan.text() << '\t' << findings.failedCalls << '\t' << text << '\n';
             ++summary_.problems[text];
-            summary_.example.emplace(text, name_ + " --only " + std::to_string(call) + ": " + findings.failedCall);
+            summary_.example.emplace(text, name_ + (plan.none() ? "" : " --only " + plan.text()) + ": " +
+                                               (plan.none() ? "no call fails" : findings.failedCalls));
         }
+        if (plan.calls.size() == 1 && !plan.onwards) endOfOperation_[plan.calls[0]] = findings.endOfOperation;
     }
 
-private:
     void waitForOne() {
         int status = 0;
         const pid_t pid = waitpid(-1, &status, 0);
         const auto child = running_.find(pid);
         if (child == running_.end()) return;
-        record(child->second.call, finish(child->second, status));
+        record(child->second.plan, finish(child->second, status));
         running_.erase(child);
     }
 
-    const Subject& subject_;
+    Subject& subject_;
     const SweepOptions& options_;
     Summary& summary_;
+    std::ostream* list_;  // may be null
     std::string name_;
     std::map<pid_t, Child> running_;
+    std::map<std::uint64_t, std::uint64_t> endOfOperation_;  // with this call failing
 };
-
-// The run without a fault: it must leave nothing to be explained away, and says how many calls there are.
-void runWithoutFault(Subject& subject, const SweepOptions& options, SubjectSweep& sweep) {
-    const Child child = start(subject, 0, options);
-    int status = 0;
-    waitpid(child.pid, &status, 0);
-    const Findings findings = finish(child, status);
-    sweep.record(0, findings);
-    subject.calls = findings.calls;
-    subject.freshStates = findings.freshStates;
-    subject.usedStates = findings.usedStates;
-}
 
 }  // namespace
 
 Summary sweep(const SweepOptions& options) {
     Summary summary;
     const WorkDirectory work;
+    compileStays();
+    std::ofstream list;
+    if (!options.list.empty()) {
+        list.open(options.list);
+        if (!list) throw std::runtime_error(options.list + " cannot be written");
+    }
     for (const auto& file : options.files) {
-        Subject subject{file, vorn_onu::loadScenario(file), takeDownOf(file, work.path()), 0, {}, {}};
-        SubjectSweep one(subject, options, summary);
-        runWithoutFault(subject, options, one);
+        Subject subject{file, vorn_onu::loadScenario(file), takeDownOf(file, work.path()), {}};
+        SubjectSweep one(subject, options, summary, list.is_open() ? &list : nullptr);
+        one.measure();
         one.run();
     }
     return summary;

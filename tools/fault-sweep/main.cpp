@@ -60,13 +60,24 @@ int main(int argc, char** argv) {
     app.add_option("--jobs", options.jobs, "processes at a time")->check(CLI::PositiveNumber);
     app.add_option("--timeout", options.timeoutSeconds, "seconds after which a run hangs")->check(CLI::PositiveNumber);
     app.add_option("--code", options.code, "what the failing call answers, or its errno");
-    app.add_option("--only", options.only, "fail this call alone")->check(CLI::PositiveNumber);
+    app.add_option("--pairs", options.pairs,
+                   "after that fail two calls of one operation: each so many of the pairs; 0: none")
+        ->take_last();
+    app.add_option("--onwards", options.onwards,
+                   "after that fail all calls from one on, each so many of these runs; 0: none")
+        ->take_last();
+    app.add_option("--most", options.most, "runs of each kind for one scenario; 0: as many as there are")->take_last();
+    std::string only;
+    app.add_option("--only", only, "fail this call alone (17), these two (17+19) or all from it on (17-)");
+    app.add_option("--list", options.list, "write every exception of every run into this file");
     app.add_flag("--verbose", options.verbose, "name every finding");
     app.add_flag("--leave-by-exit", options.leaveByExit,
                  "let runs write coverage data at their end, where a thread of the HAL may still be at work");
     try {
         app.parse(argc, argv);
         options.files = scenarioFiles(arguments);
+        options.only = fault_sweep::FaultPlan::of(only);
+        if (!only.empty() && !options.only) throw std::runtime_error("--only: \"" + only + "\" names no calls");
         const auto summary = fault_sweep::sweep(options);
         print(summary, options.verbose);
         return summary.exceptions == 0 ? 0 : 1;
