@@ -1,11 +1,17 @@
 // The daemon provisions while the gateway asks and links come and go: three threads of the library at once, as on a
-// busy ONU. Meant for the thread sanitizer; what each thread achieves is checked as well.
+// busy ONU. Then everything at once that may be. Meant for the thread sanitizer; what each thread achieves is checked
+// as well.
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <deque>
+#include <functional>
 #include <thread>
+#include <vector>
 
 #include "BRCM/BCM968580/omci_brcm_hal.h"
+#include "bridge/BridgeControl.h"
+#include "device/Counters.h"
 #include "hal/HALFactory.h"
 #include "hal/ProvisioningRecords.h"
 #include "support/BusWait.h"
@@ -110,6 +116,114 @@ TEST_F(Concurrency, ProvisioningGatewayRequestsAndLinkChangesDoNotDisturbOneAnot
                std::min(asked.load(), 1);
     }));
     EXPECT_EQ(EtherSwitchBcm380::getInstance()->omci_service_num_get(), 0);
+    for (const auto& table : onu().ruleTables())
+        EXPECT_TRUE(table.device == "gpondef" || table.rules.empty()) << table.device;
+}
+
+// Threads that each do their work again and again until stopped.
+class Beside {
+public:
+    // turn gets the number of the turn, from 0.
+    void start(std::function<void(int)> turn) {
+        auto& count = turns_.emplace_back();
+        threads_.emplace_back([this, &count, turn = std::move(turn)] {
+            for (; !done_; ++count) turn(count);
+        });
+    }
+    bool allHaveHad(int turns) const {
+        return std::all_of(turns_.begin(), turns_.end(), [&](const auto& count) { return count >= turns; });
+    }
+    void stop() {
+        done_ = true;
+        for (auto& thread : threads_) thread.join();
+        threads_.clear();
+    }
+    ~Beside() { stop(); }
+
+private:
+    std::atomic<bool> done_{false};
+    std::deque<std::atomic<int>> turns_;
+    std::vector<std::thread> threads_;
+};
+
+// What a thread that looks after counters does: three ways to ask, the interval's end among them.
+void readCounters(int turn) {
+    PmRequest request{};
+    request.kind = kPmEthernet;
+    request.interval = static_cast<decltype(request.interval)>(turn % 3);
+    EthernetPmRecord record{};
+    EXPECT_EQ(hal().vorn_omci_hal_pm_get(&request, &record), 0);
+    IntfStats stats{};
+    EXPECT_EQ(getIntfStats("eth0", &stats), 0);
+}
+
+void readIdentity(int) {
+    unsigned char text[64] = {};
+    hal().vorn_omci_hal_sn_get(text, sizeof text);
+    hal().vorn_omci_hal_mac_get(text, sizeof text);
+    EXPECT_FALSE(hal().vorn_hal_get_mac_ip_host().empty());
+    int level = 0;
+    hal().vorn_omci_hal_rx_laser_power_get(&level);
+    hal().vorn_omci_hal_tx_laser_power_get(&level);
+}
+
+// Bridges of its own, through the control socket that the provisioning thread opens and closes all the time.
+void useBridges(int) {
+    ASSERT_EQ(br_init(), 0);
+    EXPECT_EQ(br_add_bridge("lan"), 0);
+    EXPECT_EQ(br_add_interface("lan", "eth1"), 0);
+    br_bridge_info info{};
+    EXPECT_EQ(br_get_bridge_info("lan", &info), 0);
+    EXPECT_EQ(br_foreach_bridge([](const char*, void*) { return 0; }, nullptr, nullptr), 0);
+    EXPECT_EQ(br_del_interface("lan", "eth1"), 0);
+    EXPECT_EQ(br_del_bridge("lan"), 0);
+    EXPECT_EQ(br_shutdown(), 0);
+}
+
+// Services that the gateway is told of beside those of the provisioning thread.
+void announce(int turn) {
+    OMCI_SERVICE_MAP_ENTRY service{};
+    service.vlanId = 1000 + turn % 7;
+    auto* engine = EtherSwitchBcm380::getInstance();
+    EXPECT_EQ(engine->omciServiceCreateMapEntry(&service), 1);
+    EXPECT_EQ(engine->omciServiceDeleteMapEntry(0, service.ifName, service.vlanId, 0), 1);
+    hal().vorn_hal_set_omci_action(turn % 2 == 0 ? 15 : 0);
+}
+
+TEST_F(Concurrency, SevenThreadsAtOnceDoNotDisturbOneAnother) {
+    constexpr int kTurns = 30;
+    onu().addGemPort(kGemPort, 7);
+    onu().addGemPort(kMulticastGemPort, 8);
+    onu().addDevice("veip0");
+    StdoutCapture quiet;
+    ASSERT_EQ(hal().vorn_omci_hal_init(), 0);
+    ASSERT_NE(VornBrcmHal::createAlarmStatsThread(), 0);
+
+    Beside beside;
+    beside.start(readCounters);
+    beside.start(readIdentity);
+    beside.start(useBridges);
+    beside.start(announce);
+    beside.start([&](int turn) {
+        OMCI_SERVICE_MAP_ENTRY request{};
+        request.vlanId = turn % 2 == 0 ? 100 : 1000 + turn % 7;
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(&request);
+        onu().gatewaySends(kAsk, {bytes, bytes + sizeof request});
+        std::this_thread::yield();
+    });
+    beside.start([&](int turn) {
+        onu().setOperState("eth0", turn % 2 == 0 ? "up" : "down");
+        onu().advance(1000);
+        std::this_thread::yield();
+    });
+    for (int cycle = 0; cycle < kCycles; ++cycle) provisionOnce();
+    EXPECT_TRUE(becomesTrue([&] { return beside.allHaveHad(kTurns); }));
+    beside.stop();
+
+    EXPECT_EQ(EtherSwitchBcm380::getInstance()->omci_service_num_get(), 0);
+    EXPECT_FALSE(onu().bridge("lan"));
+    EXPECT_TRUE(members("br3").empty());
+    EXPECT_EQ(members("br0").size(), 8u);
     for (const auto& table : onu().ruleTables())
         EXPECT_TRUE(table.device == "gpondef" || table.rules.empty()) << table.device;
 }
