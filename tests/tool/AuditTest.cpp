@@ -47,6 +47,14 @@ TEST(AuditModel, RowsActByTheirOrderAndTheInverseGivesBackWhatWasCopied) {
     EXPECT_EQ(upAndDown(table, tagged({{0x8100, 5, false, 100}})), "VID 322 p5, IPv4 / VID 100 p5, IPv4");
     EXPECT_EQ(upAndDown(table, tagged({{0x8100, 6, false, 7}})),
               "VID 900 p6 TPID 0x88a8, VID 7 p6, IPv4 / VID 7 p6, IPv4");
+    TaggingRow both;  // each tag is written anew from the one in its place
+    both.outerFilter = both.innerFilter = {8, 4096, 0};
+    both.tagsToRemove = 2;
+    both.outerTreatment = {9, 500, 4};
+    both.innerTreatment = {8, 4096, 4};
+    table.set(both);
+    const Frame two = tagged({{0x8100, 5, false, 10}, {0x8100, 3, false, 20}});
+    EXPECT_EQ(table.upstream(two).frame.text(), "VID 500 p5, VID 20 p3, IPv4");
     TaggingRow deletion = service;
     deletion.tagsToRemove = 3;
     deletion.outerTreatment = deletion.innerTreatment = {15, 8191, 7};

@@ -1,12 +1,15 @@
 // vorn-onu omci FILE: what it tells of captures, whole ones and parts of them.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <functional>
 #include <set>
 #include <utility>
 
 #include <nlohmann/json.hpp>
 
+#include "VirtualOnu.h"
+#include "channel/BoardDevice.h"
 #include "channel/MessageFile.h"
 #include "io/Files.h"
 #include "omci/message/ValueText.h"
@@ -112,6 +115,27 @@ TEST(Omci, TheReportLeadsFromALookUpToTheCallAndFromTheCallToItsRowAndMessages) 
     EXPECT_NE(item.find("sid1: untagged → add VID 100 p0: "), std::string::npos) << item;
     EXPECT_NE(item.find("push VID 100, p-bits 0"), std::string::npos) << item;
     EXPECT_NE(item.find("<a href=\"#message-14\">14</a>"), std::string::npos) << item;
+}
+
+TEST(Omci, TheAgentSeesTheBoardsLinksAndCountsEveryRoundOfADriversCounter) {
+    auto& onu = virtual_onu::VirtualOnu::instance();
+    onu.reset();
+    vorn_onu::BoardDevice device;
+    const omci::InstanceId first = 0x0101;  // sid1, PHY 4
+    onu.setPhy(4, true, 100, 1);
+    onu.setPhy(0, false, 1000, 1);
+    EXPECT_EQ(device.portState(first)->configuration, 2);
+    EXPECT_FALSE(device.portState(first + 1)->linkUp);
+    EXPECT_FALSE(device.portState(first + 2).has_value());
+    ASSERT_EQ(std::system("ifconfig sid1 up"), 0);
+    onu.sendFromPort("sid1", {});
+    EXPECT_EQ(device.portCounters({omci::class_id::kEthernetUni, first})->rxFrames, 1u);
+    onu.addGemPort(1001, 7);
+    onu.setGemCounter(1001, 3, 0xFFFFFFF0);
+    EXPECT_EQ(device.gemPortCounters(1001)->receivedBytes, 0xFFFFFFF0u);
+    onu.setGemCounter(1001, 3, 0x10);
+    EXPECT_EQ(device.gemPortCounters(1001)->receivedBytes, 0x100000010u);
+    EXPECT_FALSE(device.gemPortCounters(1002).has_value());
 }
 
 TEST(Omci, WrongInputIsRefused) {

@@ -285,6 +285,7 @@ TEST_F(DataPath, ADroppedFrameSaysWhereAndWhy) {
     EXPECT_EQ(upstream("mark-gem:=7 mark-queue:=6"), Ends{"gpondef: T-CONT 0 of GEM port 1001 has no queue 6"});
     EXPECT_EQ(ends(onu().sendFromPon(1004, frame())), Ends{"gpondef: GEM port 1004 is set down"});
     EXPECT_EQ(ends(onu().sendFromPon(999, frame())), Ends{"gpondef: there is no GEM port 999"});
+    for (const unsigned port : {1002u, 1003u}) EXPECT_EQ(onu().gemPort(port)->counters.at(6), 1u) << port;
     EXPECT_EQ(sent(frame(), "sid9"), Ends{"sid9: there is no device sid9"});
     EXPECT_EQ(sent(frame(), "sid2"), Ends{"sid2: sid2 is down"});
     EXPECT_EQ(sent(frame(), "sid1"), Ends{"sid1: sid1 is in no bridge"});
