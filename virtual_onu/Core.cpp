@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <cstdio>
 #include <deque>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <new>
@@ -290,8 +291,37 @@ void resetCore() {
 // ---- the facade's view ----
 
 std::vector<TraceEntry> VirtualOnu::trace() const {
+    constexpr std::size_t kAtOnce = 1000;
+    std::vector<TraceEntry> all;
+    for (std::uint64_t last = 0;;) {
+        std::vector<TraceEntry> some = traceAfter(last, kAtOnce);
+        if (some.empty()) return all;
+        last = some.back().number;
+        const bool wasLast = some.size() < kAtOnce;
+        all.insert(all.end(), std::make_move_iterator(some.begin()), std::make_move_iterator(some.end()));
+        if (wasLast) return all;
+    }
+}
+
+std::vector<TraceEntry> VirtualOnu::traceAfter(std::uint64_t number, std::size_t most) const {
     const DeviceLock lock(deviceMutex());
-    return {core().trace.begin(), core().trace.end()};
+    const auto& entries = core().trace;
+    if (entries.empty() || entries.back().number <= number) return {};
+    const std::uint64_t first = entries.front().number;
+    const std::size_t begin = number < first ? 0 : static_cast<std::size_t>(number - first + 1);
+    const std::size_t count = std::min(most, entries.size() - begin);
+    const auto from = entries.begin() + static_cast<std::ptrdiff_t>(begin);
+    return {from, from + static_cast<std::ptrdiff_t>(count)};
+}
+
+std::uint64_t VirtualOnu::traced() const {
+    const DeviceLock lock(deviceMutex());
+    return core().traced;
+}
+
+std::uint64_t VirtualOnu::changes() const {
+    const DeviceLock lock(deviceMutex());
+    return generation;
 }
 
 std::vector<std::string> VirtualOnu::traceTexts(CallKind kind) const {

@@ -32,19 +32,6 @@ const char* kindName(CallKind kind) {
     return "?";
 }
 
-nlohmann::json traceJson(const std::vector<TraceEntry>& trace) {
-    auto entries = nlohmann::json::array();
-    for (const auto& entry : trace) {
-        entries.push_back({{"number", entry.number},
-                           {"kind", kindName(entry.kind)},
-                           {"name", escaped(entry.name)},
-                           {"arguments", entry.arguments},
-                           {"result", entry.result}});
-        if (entry.injected) entries.back()["injected"] = true;
-    }
-    return entries;
-}
-
 void describeNetwork(const VirtualOnu& onu, std::ostream& text) {
     const auto devices = onu.devices();
     for (const auto& device : devices) {
@@ -102,6 +89,19 @@ void describePon(const VirtualOnu& onu, std::ostream& text) {
 
 }  // namespace
 
+nlohmann::json traceJson(const std::vector<TraceEntry>& entries) {
+    auto list = nlohmann::json::array();
+    for (const auto& entry : entries) {
+        list.push_back({{"number", entry.number},
+                        {"kind", kindName(entry.kind)},
+                        {"name", escaped(entry.name)},
+                        {"arguments", entry.arguments},
+                        {"result", entry.result}});
+        if (entry.injected) list.back()["injected"] = true;
+    }
+    return list;
+}
+
 VirtualOnu::VirtualOnu() = default;
 
 VirtualOnu& VirtualOnu::instance() {
@@ -123,10 +123,23 @@ void VirtualOnu::reset() {
 }
 
 nlohmann::json VirtualOnu::toJson() const {
-    return {{"network", network::toJson()}, {"vlan", vlan::toJson()},     {"pon", pon::toJson()},
-            {"runner", runner::toJson()},   {"bus", bus::toJson()},       {"board", board::toJson()},
-            {"shell", shell::toJson()},     {"files", files::toJson()},   {"clock", {{"sleptMs", slept()}}},
-            {"calls", callCount()},         {"trace", traceJson(trace())}};
+    nlohmann::json all = toJsonWithoutTrace();
+    all["trace"] = traceJson(trace());
+    return all;
+}
+
+nlohmann::json VirtualOnu::toJsonWithoutTrace() const {
+    return {{"network", network::toJson()},
+            {"vlan", vlan::toJson()},
+            {"pon", pon::toJson()},
+            {"runner", runner::toJson()},
+            {"bus", bus::toJson()},
+            {"board", board::toJson()},
+            {"shell", shell::toJson()},
+            {"files", files::toJson()},
+            {"clock", {{"sleptMs", slept()}}},
+            {"calls", callCount()},
+            {"trace", nlohmann::json::array()}};
 }
 
 std::string VirtualOnu::stateText() const {

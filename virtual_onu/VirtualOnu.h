@@ -334,6 +334,10 @@ public:
 
     // ---- trace ----
     std::vector<TraceEntry> trace() const;  // the latest 200,000 entries
+    // Those with a higher number than this, the oldest first and at most so many. Threads that call the device
+    // meanwhile wait for the copy of these alone.
+    std::vector<TraceEntry> traceAfter(std::uint64_t number, std::size_t most) const;
+    std::uint64_t traced() const;  // the number of the last entry
     std::vector<std::string> traceTexts(CallKind kind) const;
     std::vector<std::string> traceTexts() const;
     void clearTrace();
@@ -367,7 +371,11 @@ public:
 #ifdef VIRTUAL_ONU_HAS_JSON
     // Keys: network, vlan, pon, runner, bus, board, shell, files, clock, calls, trace. There where nlohmann-json is.
     nlohmann::json toJson() const;
+    nlohmann::json toJsonWithoutTrace() const;  // with an empty list for it
 #endif
+    // Counts changes of what decides where frames go: devices, bridges, rules, links, GEM ports, queues, runner
+    // classes.
+    std::uint64_t changes() const;
     // Devices, bridges, rules, flows, T-CONTs, GEM ports, runner objects, keys, addresses: what provisioning changes,
     // one line each. Rule ids, interface indexes and MACs are left out: they differ after the same work done twice.
     std::string stateText() const;
@@ -376,6 +384,10 @@ private:
     VirtualOnu();
     ~VirtualOnu() = delete;
 };
+
+#ifdef VIRTUAL_ONU_HAS_JSON
+VIRTUAL_ONU_API nlohmann::json traceJson(const std::vector<TraceEntry>& entries);  // as toJson() has them
+#endif
 
 }  // namespace virtual_onu
 

@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "VirtualOnu.h"
+#include "libc/program/Companion.h"
 #include "libc/program/HalPrints.h"
 #include "libc/program/OwnFile.h"
 #include "libc/program/Program.h"
@@ -11,6 +12,8 @@
 namespace virtual_onu::program {
 
 namespace {
+
+std::atomic<Companion*> companion{nullptr};
 
 OwnFile& traceFile() {
     static OwnFile& one = *new OwnFile(settings().traceFile);
@@ -22,7 +25,9 @@ void traced(const TraceEntry& entry) {
     if (!traceFile().append(entry.text() + "\n") && !complained.exchange(true))
         say("the trace can no longer be written to " + settings().traceFile);
     // A wait or a log line alone leaves nothing on the device: that is any process with a sleep in it.
-    if (entry.kind != CallKind::Wait && entry.kind != CallKind::Log) statefile::touched();
+    if (entry.kind == CallKind::Wait || entry.kind == CallKind::Log) return;
+    statefile::touched();
+    if (Companion* work = companion.load(std::memory_order_acquire)) work();
 }
 
 __attribute__((constructor)) void begin() {
@@ -40,6 +45,10 @@ __attribute__((destructor)) void end() {
 }
 
 }  // namespace
+
+void onTouch(Companion* work) {
+    companion.store(work, std::memory_order_release);
+}
 
 void librariesLoaded() {
     halprints::divert(halprints::Found::Loaded);
