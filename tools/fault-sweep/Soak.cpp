@@ -66,7 +66,7 @@ int soak(const SoakOptions& options) {
     const auto takeDown = fault_sweep::takeDownOf(options.scenario, work);
     auto& onu = VirtualOnu::instance();
     onu.reset();
-    vorn_onu::RunContext context{onu, *HALFactory::getInstance()->CreateHALObject(0), {}};
+    vorn_onu::RunContext context{onu, HALFactory::getInstance()->CreateHALObject(0), {}};
 
     std::fflush(stdout);
     const int shown = dup(STDOUT_FILENO);  // the HAL's own lines go nowhere

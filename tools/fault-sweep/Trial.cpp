@@ -114,7 +114,7 @@ public:
           plan_(plan),
           findings_(findings),
           onu_(VirtualOnu::instance()),
-          context_{onu_, *HALFactory::getInstance()->CreateHALObject(0), {}} {}
+          context_{onu_, HALFactory::getInstance()->CreateHALObject(0), {}} {}
 
     void run(int code) {
         for (const auto& step : subject_.scenario.steps) now_.operations.insert(step.name);

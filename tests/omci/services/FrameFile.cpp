@@ -6,7 +6,7 @@
 std::string wrongFrames(const std::string& name) {
     auto& onu = virtual_onu::VirtualOnu::instance();
     onu.forgetLearned();
-    vorn_onu::RunContext context{onu, *HALFactory::getInstance()->CreateHALObject(0)};
+    vorn_onu::RunContext context{onu, HALFactory::getInstance()->CreateHALObject(0)};
     std::string wrong;
     const auto scenario = vorn_onu::loadScenario(VORN_SCENARIO_DIR "/omci/" + name + ".frames.json");
     for (const auto& step : scenario.steps) {

@@ -8,11 +8,9 @@
 
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
-#include "io/Printed.h"
 #include "scenario/StepWarnings.h"
 #include "scenario/StepsFault.h"
 #include "state/DeviceState.h"
-#include "state/Effects.h"
 
 namespace vorn_onu {
 
@@ -62,32 +60,9 @@ void lookAt(const std::vector<virtual_onu::TraceEntry>& calls, const RunOptions&
     }
 }
 
-// What devices and files have said becomes words for people: one line each.
-void putOnLines(StepRecord& record) {
-    record.answer = oneLine(record.answer);
-    record.effects = oneLine(record.effects);
-    for (std::string& warning : record.warnings) warning = oneLine(warning);
-    for (Failure& failure : record.failures) {
-        failure.what = oneLine(failure.what);
-        for (auto* lines : {&failure.expected, &failure.actual})
-            for (std::string& line : *lines) line = oneLine(line);
-    }
-}
-
 StepRecord runStep(const Step& step, const RunOptions& options, RunContext& context, StepTrace& trace,
                    StepWarnings& warnings) {
-    StepRecord record;
-    record.step = &step;
-    const Sight before = Sight::of(context.onu);
-    try {
-        StepResult result = step.run(context);
-        record.failures = std::move(result.failures);
-        record.answer = std::move(result.answer);
-        record.sent = std::move(result.sent);
-    } catch (const std::exception& error) {
-        record.failures.push_back({"the step", {"can be done"}, {error.what()}});
-    }
-    record.effects = effects(before, Sight::of(context.onu));
+    StepRecord record = performStep(step, context);
     record.warnings = warnings.after(step, context.onu);
     lookAt(trace.take(), options, record);
     putOnLines(record);
@@ -100,7 +75,7 @@ std::vector<StepRecord> runScenario(const Scenario& scenario, const RunOptions& 
     auto& onu = virtual_onu::VirtualOnu::instance();
     onu.reset();
     onu.sleepForReal(options.realTime);
-    RunContext context{onu, *HALFactory::getInstance()->CreateHALObject(0)};
+    RunContext context{onu, HALFactory::getInstance()->CreateHALObject(0)};
     StepTrace trace(onu, options.trace || options.strict);
     StepWarnings warnings(onu);
     std::vector<StepRecord> records;

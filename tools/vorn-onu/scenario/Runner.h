@@ -8,21 +8,9 @@
 #include <vector>
 
 #include "scenario/Scenario.h"
+#include "scenario/StepRecord.h"
 
 namespace vorn_onu {
-
-// A step that has run.
-struct StepRecord {
-    const Step* step = nullptr;
-    std::vector<Failure> failures;
-    std::string answer;                     // of a call
-    std::string effects;                    // what it has changed on the device
-    std::vector<std::string> warnings;      // where the HAL did what its caller may not expect, a line each
-    std::vector<std::string> trace;         // the calls that it made, when they are wanted
-    std::shared_ptr<const SentFrame> sent;  // of a frame
-    std::uint64_t lastTraceEntry = 0;       // number of the last entry of the trace when the step was over
-    bool passed() const { return failures.empty(); }
-};
 
 struct RunOptions {
     bool trace = false;

@@ -54,23 +54,6 @@ const StepKind& kindOf(const Json& step) {
     return *found;
 }
 
-Step parseStep(const Json& whole, std::size_t number, ParseContext& context) {
-    const StepKind& kind = kindOf(whole);
-    Step step;
-    step.number = number;
-    step.kind = kind.key;
-    if (whole.contains("note")) step.note = inField("note", [&] { return textOf(whole["note"]); });
-    if (kind.key != "call") {
-        std::vector<std::string> known = {kind.key, "note"};
-        known.insert(known.end(), kind.companions.begin(), kind.companions.end());
-        checkKeys(whole, known);
-    }
-    kind.parse(step, whole, context);
-    step.words = oneLine(step.words);
-    step.note = oneLine(step.note);
-    return step;
-}
-
 // "step 4 (call vorn_omci_hal_configureBridge): "
 std::string placeOfStep(const Json& step, std::size_t number) {
     std::string place = "step " + std::to_string(number);
@@ -93,6 +76,23 @@ const std::vector<StepKind>& stepKinds() {
     return kinds;
 }
 
+Step parseStep(const Json& whole, std::size_t number, ParseContext& context) {
+    const StepKind& kind = kindOf(whole);
+    Step step;
+    step.number = number;
+    step.kind = kind.key;
+    if (whole.contains("note")) step.note = inField("note", [&] { return textOf(whole["note"]); });
+    if (kind.key != "call") {
+        std::vector<std::string> known = {kind.key, "note"};
+        known.insert(known.end(), kind.companions.begin(), kind.companions.end());
+        checkKeys(whole, known);
+    }
+    kind.parse(step, whole, context);
+    step.words = oneLine(step.words);
+    step.note = oneLine(step.note);
+    return step;
+}
+
 namespace {
 
 Scenario scenarioOf(const std::string& path, const Json& root) {
@@ -110,7 +110,7 @@ Scenario scenarioOf(const std::string& path, const Json& root) {
             scenario.description = inField("description", [&] { return textOf(root["description"]); });
         if (root.contains("records")) {
             if (!root["records"].is_object()) throw Problem("records", "must be an object of records by name");
-            context.records = root["records"];
+            scenario.records = context.records = root["records"];
         }
         if (!root["steps"].is_array()) throw Problem("steps", "must be a list, not " + shown(root["steps"]));
     } catch (const Problem& problem) {

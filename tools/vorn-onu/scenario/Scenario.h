@@ -37,6 +37,7 @@ struct Scenario {
     std::string file;
     std::string title;
     std::string description;
+    Json records = Json::object();  // by name, for its steps
     std::vector<Step> steps;
     Step end;  // stands behind the last one in a run's records when something is missing then
 };
@@ -63,6 +64,9 @@ class BadScenario : public std::runtime_error {
 public:
     explicit BadScenario(const std::string& text);
 };
+
+// A step by itself, with a number for messages. Throws a Problem.
+Step parseStep(const Json& whole, std::size_t number, ParseContext& context);
 
 // Throws BadScenario.
 Scenario loadScenario(const std::string& path);

@@ -81,7 +81,7 @@ void parseCall(Step& step, const Json& whole, ParseContext& context) {
     step.words = isNull ? "a null pointer" : (isNamed ? textOf(whole["record"]) + ": " : "") + fieldWords(given);
     step.changes = operation->changes;
     step.run = [call, result, output](RunContext& context_) {
-        const Outcome outcome = call(context_.hal);
+        const Outcome outcome = call(*context_.hal);
         StepResult done;
         done.answer = answerText(outcome);
         if (!result.is_null()) compare("result", result, outcome.result, done.failures);

@@ -34,17 +34,6 @@ void flushAll() {
 
 }  // namespace
 
-std::string ownDirectory() {
-    const std::string path =
-        (std::filesystem::temp_directory_path() / ("vorn-onu." + std::to_string(getuid()))).string();
-    if (mkdir(path.c_str(), S_IRWXU) != 0) {
-        struct stat found {};
-        const bool good = lstat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode) && found.st_uid == getuid();
-        if (!good) throw std::runtime_error(path + " is not a directory of yours");
-    }
-    return path;
-}
-
 HalOutput::HalOutput(const std::string& scenarioFile) {
     path_ = ownDirectory() + "/" + std::filesystem::path(scenarioFile).stem().string() + ".hal.log";
     const int writer = openAnew(path_);

@@ -6,11 +6,9 @@
 #include <cstdio>
 #include <string>
 
-namespace vorn_onu {
+#include "io/OwnDirectory.h"
 
-// A directory below TMPDIR that nobody else can write into: names below the shared temporary directory are easy to
-// guess. Throws std::runtime_error when it cannot be made.
-std::string ownDirectory();
+namespace vorn_onu {
 
 class HalOutput {
 public:

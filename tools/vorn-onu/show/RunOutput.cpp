@@ -205,21 +205,7 @@ bool allPassed(const std::vector<StepRecord>& records) {
 
 nlohmann::json runJson(const Scenario& scenario, const std::vector<StepRecord>& records) {
     auto steps = nlohmann::json::array();
-    for (const StepRecord& record : records) {
-        auto failures = nlohmann::json::array();
-        for (const Failure& failure : record.failures)
-            failures.push_back({{"what", failure.what}, {"expected", failure.expected}, {"actual", failure.actual}});
-        nlohmann::json step = {{"number", record.step->number}, {"kind", record.step->kind},
-                               {"name", record.step->name},     {"words", record.step->words},
-                               {"note", record.step->note},     {"answer", record.answer},
-                               {"effects", record.effects},     {"passed", record.passed()},
-                               {"failures", failures},          {"warnings", record.warnings}};
-        if (record.sent) {
-            step["frame"] = frameJson(record.sent->input.frame);
-            step["walk"] = walkJson(record.sent->walk);
-        }
-        steps.push_back(std::move(step));
-    }
+    for (const StepRecord& record : records) steps.push_back(stepJson(record));
     return {{"scenario", scenario.file}, {"title", scenario.title}, {"passed", allPassed(records)}, {"steps", steps}};
 }
 

@@ -34,7 +34,7 @@ struct ArmedFault {
 // What a running scenario has at hand.
 struct RunContext {
     virtual_onu::VirtualOnu& onu;
-    VornHal& hal;
+    VornHal* hal = nullptr;  // null where somebody else owns it: nothing is called then
     std::map<std::string, Mark> marks = {};
     std::vector<ArmedFault> faults = {};
 };
