@@ -60,8 +60,8 @@ if(VORN_BUILD_OMCI)
     add_dependencies(packed vorn_omci)
 endif()
 if(VORN_PLATFORM STREQUAL "virtual")
-    add_dependencies(packed virtual_onu vorn-onu vorn_recorder)
-    add_custom_target(demo DEPENDS vorn-onu vorn_recorder example-daemon)
+    add_dependencies(packed virtual_onu vorn-onu vorn_recorder vorn_board_relay)
+    add_custom_target(demo DEPENDS vorn-onu vorn_recorder vorn_board_relay example-daemon)
 endif()
 
 # ---- packages ----

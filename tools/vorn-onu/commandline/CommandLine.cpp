@@ -16,7 +16,8 @@ constexpr const char* kDescription = "Runs HAL scenarios and whole programs agai
 
 using AddCommand = Command (*)(CLI::App& app);
 // In the order in which --help and the manual page show them.
-constexpr AddCommand kCommands[] = {addRun, addSend, addAudit, addOmci, addExec, addDiff, addInfo, addSchema, addHelp};
+constexpr AddCommand kCommands[] = {addRun, addSend, addAudit, addOmci,   addExec, addLs,
+                                    addAt,  addDiff, addInfo,  addSchema, addHelp};
 
 // Its exit code is the program's own.
 constexpr const char* kRunsPrograms = "exec";

@@ -26,6 +26,8 @@ Command addSend(CLI::App& app);
 Command addAudit(CLI::App& app);
 Command addOmci(CLI::App& app);
 Command addExec(CLI::App& app);
+Command addLs(CLI::App& app);
+Command addAt(CLI::App& app);
 Command addDiff(CLI::App& app);
 Command addInfo(CLI::App& app);
 Command addSchema(CLI::App& app);
@@ -46,6 +48,9 @@ private:
 // A command by its name, or null; and what is told of a name that there is not.
 const CLI::App* findCommand(const CLI::App& app, const std::string& name);
 std::string noSuchCommand(const CLI::App& app, const std::string& name);
+
+// --name, by which others reach the board; how: for how long, or when.
+CLI::Option* addBoardName(CLI::App& command, std::string& name, const std::string& how);
 
 // A number from lowest on; anything else is refused with these words.
 CLI::Validator numberFrom(int lowest);

@@ -73,11 +73,24 @@ std::string optionRow(const CLI::Option& option) {
            troff(option.get_description()) + "\n";
 }
 
+// What can be said behind a command: "trace [--follow]".
+std::string subcommandRow(const CLI::App& command) {
+    std::string words = bold(command.get_name());
+    for (const bool positional : {true, false})
+        for (const CLI::Option* option : optionsOf(command, positional)) {
+            const std::string name = positional ? italic(option->get_name()) : bold(option->get_name());
+            words += option->get_required() ? " " + name : " [" + name + "]";
+        }
+    return ".TP\n" + words + "\n" + troff(command.get_description()) + "\n";
+}
+
 std::string section(const CLI::App& command) {
     std::string text = ".SS " + command.get_name() + "\n" + troff(command.get_description()) + "\n";
     text += paragraphs(command.get_footer());
     for (const bool positional : {true, false})
         for (const CLI::Option* option : optionsOf(command, positional)) text += optionRow(*option);
+    for (const CLI::App* one : command.get_subcommands([](const CLI::App*) { return true; }))
+        text += subcommandRow(*one);
     return text;
 }
 

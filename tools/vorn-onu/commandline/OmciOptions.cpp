@@ -20,6 +20,7 @@ Command addOmci(CLI::App& app) {
                                            "datagram is a message")
                               ->type_name("ADDRESS")
                               ->excludes(file);
+    addBoardName(*command, omci->name, "with --listen")->needs(listen);
     command->add_option("--until", omci->until, "stop after this message")
         ->check(numberFrom(1))
         ->type_name("N")

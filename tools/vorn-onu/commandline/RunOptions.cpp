@@ -27,6 +27,10 @@ Command addRun(CLI::App& app) {
     command->add_option("--jobs", run->jobs, "run so many of several scenarios at a time; otherwise one")
         ->check(numberFrom(1))
         ->type_name("N");
+    CLI::Option* stay = command->add_flag("--stay", run->stay,
+                                          "let others reach the board when the scenario is over, until SIGTERM or "
+                                          "Ctrl-C");
+    addBoardName(*command, run->name, "with --stay; otherwise by that of the scenario's file")->needs(stay);
     command->footer(
         "A scenario with a mistake in it is not run. Several scenarios run each on a board of its own, a line a "
         "scenario; "

@@ -24,6 +24,8 @@ struct RunCommand {
     bool halOutput = false;
     bool realTime = false;
     bool quiet = false;
+    bool stay = false;  // when the scenario is over the board can be reached until a signal ends it
+    std::string name;   // by this name; "" for the scenario's file
     // kBadInput when one scenario could not be run, else kNotHeld when one failed.
     int run() const;
 };
@@ -59,7 +61,11 @@ struct OmciCommand : TypedFrame {
     std::string pcapFile;       // the frame of --from
     std::string recordFile;     // the HAL's calls as a scenario
     std::string listenAddress;  // "unix:PATH" or "udp:127.0.0.1:PORT"
+<<<<<<< HEAD
     bool audit = false;         // compare the device with the standard
+=======
+    std::string name;           // with an address: the board can be reached by it; "" where it cannot
+>>>>>>> 822b156 (Reach a board that runs: exec --name, omci --name, run --stay, ls, at)
     bool quiet = false;         // show what is not as expected only
     // kNotHeld when an answer has another result than the capture's, a call of the HAL failed, or the frame is dropped.
     int run() const;
@@ -73,6 +79,7 @@ struct ExecCommand {
     std::string reportFile;  // an HTML page
     std::string pcapFile;    // the frames that the program has sent
     std::string halOutput;   // where what the HAL prints goes: "" a log file, "-" standard output
+    std::string name;        // the board can be reached by it while the program runs; "" where it cannot
     bool quiet = false;
     // The program's own exit code; 128 and the signal's number when a signal ended it.
     int run() const;
@@ -98,6 +105,28 @@ struct InfoCommand {
     std::string scenario;  // "": a new board
     bool json = false;
     int run() const;
+};
+
+// The boards that run.
+struct LsCommand {
+    bool json = false;
+    int run() const;
+};
+
+// A board that runs.
+struct AtCommand {
+    std::string name;
+    bool json = false;
+};
+
+struct AtShowCommand : AtCommand {
+    int run() const;
+};
+
+struct AtStepCommand : AtCommand {
+    std::string kind;                // of a scenario's step; "": the word is a whole step in JSON
+    std::vector<std::string> words;  // of its value
+    int run() const;                 // kNotHeld when the step has failed or the frame was dropped
 };
 
 int printSchema();

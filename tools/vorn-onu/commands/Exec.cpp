@@ -6,15 +6,18 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <optional>
 
 #include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
 #include "io/Files.h"
 #include "io/Output.h"
+#include "living/Server.h"
 #include "program/ExecSummary.h"
 #include "program/Launch.h"
 #include "program/LogFile.h"
+#include "program/ProgramBoard.h"
 #include "program/RecordingFile.h"
 #include "program/RunFolder.h"
 #include "program/Supervisor.h"
@@ -69,7 +72,7 @@ void prepare(const ExecCommand& command, const Files& files) {
 }
 
 bool setUp(const ExecCommand& command, const Files& files, const RunFolder& folder, Environment& environment) {
-    if (!environment.preload(!command.recordFile.empty())) return false;
+    if (!environment.preload(!command.recordFile.empty(), !command.name.empty())) return false;
     environment.set("VORN_ONU_RUN", folder.path());
     environment.set("VORN_ONU_STATE", files.state);
     if (!files.trace.empty()) environment.set("VORN_ONU_TRACE", files.trace);
@@ -77,6 +80,14 @@ bool setUp(const ExecCommand& command, const Files& files, const RunFolder& fold
     if (!command.recordFile.empty()) environment.set("VORN_RECORDER_FILE", files.recording.beside());
     return true;
 }
+
+// What lets others look at the board while the program runs.
+struct Reachable {
+    Reachable(const ExecCommand& command, const RunFolder& folder)
+        : board(folder, command.program), server(command.name) {}
+    ProgramBoard board;
+    living::Server server;
+};
 
 // The state that the file holds; discarded when nobody has touched the device.
 nlohmann::json stateIn(const std::string& path) {
@@ -91,6 +102,8 @@ int runIn(const ExecCommand& command, RunFolder& folder) {
     if (!setUp(command, files, folder, environment)) return kBadInput;
 
     Supervisor supervisor;
+    std::optional<Reachable> reachable;
+    if (!command.name.empty()) reachable.emplace(command, folder);
     const bool jsonOnly = command.jsonFile == kStandardOutput;
     int error = 0;
     const pid_t child = launch(command.program, environment, supervisor.before(), jsonOnly, &error);
@@ -98,6 +111,8 @@ int runIn(const ExecCommand& command, RunFolder& folder) {
         complain(command.program[0] + ": cannot be started: " + std::strerror(error));
         return kCannotStart;
     }
+    if (reachable) reachable->server.start(reachable->board);
+    supervisor.waitForAll(reachable.has_value());
     std::unique_ptr<Tail> tail;
     std::function<void()> showTrace;
     if (command.traceFile == kStandardOutput) {
@@ -107,6 +122,7 @@ int runIn(const ExecCommand& command, RunFolder& folder) {
     const Ending ending = supervisor.waitFor(
         child, [&folder] { return folder.isStateBehind(); }, showTrace);
     if (showTrace) showTrace();
+    if (reachable) reachable->server.stop("the program has ended with exit code " + std::to_string(ending.code));
 
     ExecSummary summary(command.program, folder, ending);
     summary.quiet = command.quiet || jsonOnly;

@@ -1,21 +1,23 @@
 #include "commands/OmciListen.h"
 
 #include <poll.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <map>
 #include <memory>
 #include <stdexcept>
 
 #include "channel/MessageSocket.h"
+#include "commands/EndingSignals.h"
 #include "commands/OmciFiles.h"
+#include "hal/HALFactory.h"
+#include "hal/VornHal.h"
 #include "io/Files.h"
 #include "io/Output.h"
+#include "living/Server.h"
 #include "omci/message/Integrity.h"
 #include "show/DeviceReport.h"
 #include "show/HalOutput.h"
@@ -27,16 +29,6 @@ namespace {
 
 constexpr int kTickMs = 1000;
 constexpr std::size_t kMostKept = 100000;  // messages, for the files and the closing lines
-
-// SIGTERM and SIGINT as something to wait for. Made before the HAL's threads, which take the mask over.
-int endingSignals() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    return signalfd(-1, &signals, SFD_CLOEXEC);
-}
 
 class Listener {
 public:
@@ -51,6 +43,10 @@ public:
         run_.name = socket_.address();
         run_.newBoard = readState(onu.toJson());
         living_ = std::make_unique<LivingOnu>();
+        if (!command.name.empty()) {
+            server_ = std::make_unique<living::Server>(command.name);
+            server_->start(board_);
+        }
         run_.numberOf = [this](std::uint64_t message) {
             const auto found = numbers_.find(message);
             return found != numbers_.end() ? found->second : 0;
@@ -65,6 +61,7 @@ public:
         while (true) {
             poll(waits, 2, kTickMs);
             if ((waits[1].revents & POLLIN) != 0) return;
+            const std::lock_guard<std::mutex> calls(board_.hal());
             while (const auto datagram = socket_.receive()) take(*datagram);
             const auto now = std::chrono::steady_clock::now();
             if (now - last < std::chrono::milliseconds(kTickMs)) continue;
@@ -75,6 +72,7 @@ public:
     }
 
     void summary(HalOutput& hal) {
+        if (server_) server_->stop("the ONU has been told to end");
         say(output_.flush());
         const nlohmann::json device = virtual_onu::VirtualOnu::instance().toJson();
         const DeviceState state = readState(device);
@@ -187,6 +185,9 @@ private:
     std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
     std::size_t number_ = 0, dropped_ = 0;
     bool withCode_ = false, changed_ = true;
+    living::OwnBoard board_{virtual_onu::VirtualOnu::instance(), *HALFactory::getInstance()->CreateHALObject(0),
+                            nlohmann::json{{"kind", "omci"}, {"program", {socket_.address()}}, {"hal", true}}};
+    std::unique_ptr<living::Server> server_;
 };
 
 }  // namespace

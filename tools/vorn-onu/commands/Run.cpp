@@ -1,14 +1,23 @@
 // vorn-onu run FILE...
+#include <poll.h>
+#include <unistd.h>
+
 #include <chrono>
+#include <filesystem>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
 #include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
+#include "commands/EndingSignals.h"
 #include "commands/RunSeveral.h"
+#include "hal/HALFactory.h"
+#include "hal/VornHal.h"
 #include "io/Files.h"
 #include "io/Output.h"
+#include "living/Server.h"
 #include "show/DeviceReport.h"
 #include "show/HalOutput.h"
 #include "show/RunOutput.h"
@@ -27,11 +36,10 @@ std::string jsonText(const Scenario& scenario, const std::vector<StepRecord>& re
 // What belongs to one scenario is refused with several.
 void checkOptions(const RunCommand& command) {
     if (command.scenarios.size() == 1) return;
-    const std::pair<const char*, bool> options[] = {{"--json", !command.jsonFile.empty()},
-                                                    {"--report", !command.reportFile.empty()},
-                                                    {"--pcap", !command.pcapFile.empty()},
-                                                    {"--trace", command.trace},
-                                                    {"--hal-output", command.halOutput}};
+    const std::pair<const char*, bool> options[] = {
+        {"--json", !command.jsonFile.empty()}, {"--report", !command.reportFile.empty()},
+        {"--pcap", !command.pcapFile.empty()}, {"--trace", command.trace},
+        {"--hal-output", command.halOutput},   {"--stay", command.stay}};
     for (const auto& [name, given] : options)
         if (given)
             throw std::invalid_argument(std::string("vorn-onu: run: ") + name + " goes with one scenario, not with " +
@@ -65,8 +73,48 @@ RunOptions optionsOf(const RunCommand& command) {
     return options;
 }
 
+// A board that stays when its scenario is over. The name is taken before the run.
+class Staying {
+public:
+    Staying(const RunCommand& command, const Scenario& scenario)
+        : signals_(endingSignals()),
+          server_(command.name.empty() ? nameOf(scenario.file) : command.name),
+          board_(virtual_onu::VirtualOnu::instance(), *HALFactory::getInstance()->CreateHALObject(0),
+                 nlohmann::json{{"kind", "run"}, {"program", {scenario.file}}, {"hal", true}}, scenario.records) {
+        if (signals_ < 0) throw std::runtime_error("signals cannot be waited for");
+    }
+    ~Staying() { close(signals_); }
+    Staying(const Staying&) = delete;
+    Staying& operator=(const Staying&) = delete;
+
+    void untilSignal() {
+        server_.start(board_);
+        complain("the board stays as '" + server_.name() + "': vorn-onu at " + server_.name() +
+                 " show; SIGTERM or Ctrl-C ends it");
+        pollfd wait{signals_, POLLIN, 0};
+        while (poll(&wait, 1, -1) < 0) {
+        }
+        server_.stop("it has been told to end");
+    }
+
+private:
+    // The file's own name, with '-' for what no name has.
+    static std::string nameOf(const std::string& file) {
+        std::string name = std::filesystem::path(file).stem().string();
+        for (char& c : name)
+            if (!living::problemOfName("x" + std::string(1, c)).empty()) c = '-';
+        return name;
+    }
+
+    int signals_;
+    living::Server server_;
+    living::OwnBoard board_;
+};
+
 // Runs the scenario and shows all that was asked for.
 int runShown(const RunCommand& command, const Scenario& scenario, ScenarioResult& result) {
+    std::optional<Staying> staying;
+    if (command.stay) staying.emplace(command, scenario);
     HalOutput hal(scenario.file);
     const Terminal terminal = Terminal::of(hal.shown());
     const RunOutput output(scenario, terminal);
@@ -104,6 +152,7 @@ int runShown(const RunCommand& command, const Scenario& scenario, ScenarioResult
         say("  what the HAL printed: " + hal.path() + " (" + std::to_string(hal.lines()) + " lines)\n");
     if (command.jsonFile == "-") print(hal.shown(), jsonText(scenario, records, device));
     writeFiles(command, scenario, records, device, std::move(collected));
+    if (staying) staying->untilSignal();
     return allPassed(records) ? kHeld : kNotHeld;
 }
 

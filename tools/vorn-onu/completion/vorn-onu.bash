@@ -4,19 +4,21 @@ _vorn_onu() {
     local options
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        COMPREPLY=($(compgen -W "run send audit omci exec diff info schema help --help --version" -- "$word"))
+        COMPREPLY=($(compgen -W "run send audit omci exec ls at diff info schema help --help --version" -- "$word"))
         return
     fi
     case $command in
-        run) options="--trace --json --report --audit --pcap --hal-output --real-time --quiet --strict --junit --jobs" ;;
+        run) options="--trace --json --report --audit --pcap --hal-output --real-time --quiet --strict --junit --jobs
+                      --stay --name" ;;
         send) options="--from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source --destination
                        --after-step --json --payload --both-ways --pcap-in --pcap" ;;
         audit) options="--strict --after-step --json" ;;
         omci) options="--listen --until --from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source
-                       --destination --payload --both-ways --json --report --pcap --record --quiet" ;;
-        info | diff) options="--json" ;;
+                       --destination --payload --both-ways --json --report --pcap --record --quiet --name" ;;
+        info | diff | ls) options="--json" ;;
+        at) options="--json" ;;
         help) options="--man" ;;
-        exec) options="--trace --json --report --pcap --hal-output --record --quiet" ;;
+        exec) options="--trace --json --report --pcap --hal-output --record --name --quiet" ;;
         *) options="" ;;
     esac
     case $command:$before in
@@ -26,6 +28,14 @@ _vorn_onu() {
         send:--protocol | omci:--protocol) COMPREPLY=($(compgen -W "igmp udp tcp" -- "$word")) ;;
         send:--vlan | send:--pbits | send:--tpid | send:--dscp | send:--source | send:--destination | send:--after-step | audit:--after-step | send:--payload) ;;
         omci:--vlan | omci:--pbits | omci:--tpid | omci:--dscp | omci:--source | omci:--destination | omci:--payload | omci:--until) ;;
+        at:at) COMPREPLY=($(compgen -W "$(vorn-onu ls --json 2>/dev/null | sed -n 's/^    "name": "\(.*\)",*$/\1/p')" -- "$word")) ;;
+        at:*)
+            if [ "$COMP_CWORD" -eq 3 ]; then
+                COMPREPLY=($(compgen -W "show call gateway board advance fault frame expect mark step" -- "$word"))
+            else
+                COMPREPLY=($(compgen -W "$options --help" -- "$word"))
+            fi
+            ;;
         exec:--) COMPREPLY=($(compgen -c -- "$word")) ;;
         *)
             if [[ $word == -* ]]; then

@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <vector>
@@ -29,10 +30,12 @@ std::string virtualOnuPath() {
     return path;
 }
 
-// The recorder lies beside the virtual ONU.
-std::string recorderPath(const std::string& virtualOnu) {
-    const std::string path = virtualOnu.substr(0, virtualOnu.rfind('/') + 1) + "libvorn_recorder.so";
-    return access(path.c_str(), R_OK) == 0 ? path : "";
+// A library that lies beside the virtual ONU; "" after a message when it does not.
+std::string pathBeside(const std::string& virtualOnu, const std::string& name) {
+    const std::string path = virtualOnu.substr(0, virtualOnu.rfind('/') + 1) + name;
+    if (access(path.c_str(), R_OK) == 0) return path;
+    complain("vorn-onu: " + name + " is not beside " + virtualOnu);
+    return "";
 }
 
 // The runtimes of the sanitizers that this build uses: they want to be in front of everything else.
@@ -107,19 +110,15 @@ void Environment::set(const std::string& name, const std::string& value) {
     entries_.push_back(start + value);
 }
 
-bool Environment::preload(bool recorder) {
+bool Environment::preload(bool recorder, bool relay) {
     std::vector<std::string> libraries = {virtualOnuPath()};
     if (libraries[0].empty()) {
         complain("vorn-onu: libvirtual_onu.so cannot be found");
         return false;
     }
-    if (recorder) {
-        libraries.push_back(recorderPath(libraries[0]));
-        if (libraries[1].empty()) {
-            complain("vorn-onu: libvorn_recorder.so is not beside " + libraries[0]);
-            return false;
-        }
-    }
+    if (recorder) libraries.push_back(pathBeside(libraries[0], "libvorn_recorder.so"));
+    if (relay) libraries.push_back(pathBeside(libraries[0], "libvorn_board_relay.so"));
+    if (std::find(libraries.begin(), libraries.end(), "") != libraries.end()) return false;
     set("LD_PRELOAD", preloadList(libraries));
     return true;
 }

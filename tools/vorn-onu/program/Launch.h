@@ -17,8 +17,9 @@ class Environment {
 public:
     Environment();
     void set(const std::string& name, const std::string& value);
-    // The virtual ONU in front of everything else, and the recorder when it is wanted. False after a message.
-    bool preload(bool recorder);
+    // The virtual ONU in front of everything else, and when they are wanted the recorder and the relay by which the
+    // board is reached. False after a message.
+    bool preload(bool recorder, bool relay);
     std::vector<char*> pointers();  // for exec; good as long as nothing is set
 
 private:

@@ -123,14 +123,15 @@ Ending Supervisor::waitFor(pid_t program, const std::function<bool()>& isBehind,
     while (true) {
         reap();
         if (meanwhile) meanwhile();
-        if (code_ && !asked_) return {*code_, leftInBackground()};
-        if (code_) {
+        if (code_ && !asked_ && !all_) return {*code_, leftInBackground()};
+        if (code_ && !asked_ && processesBelow().empty()) return {*code_, {}};
+        if (code_ && asked_) {
             if (processesBelow().empty()) return {*code_, {}};
             if (!patience) patience = Clock::now() + kGrace;
             if (Clock::now() > *patience) killAll();
         }
         siginfo_t signal{};
-        const timespec length = timeOf(code_ ? kLook : kMeanwhile);
+        const timespec length = timeOf(code_ && asked_ ? kLook : kMeanwhile);
         const int got =
             code_ || meanwhile ? sigtimedwait(&awaited_, &signal, &length) : sigwaitinfo(&awaited_, &signal);
         if (got > 0) take(signal);

@@ -30,6 +30,8 @@ public:
     Supervisor& operator=(const Supervisor&) = delete;
 
     const sigset_t& before() const { return before_; }  // the signals that were blocked until then
+    // Whether the end is that of the program and everything that it has put into the background.
+    void waitForAll(bool all) { all_ = all; }
     // Until the program has ended. meanwhile() is called every tenth of a second, if there is one. Before a signal is
     // passed on, which may end the program, it gets up to a second for as long as isBehind() says that its state is not
     // written.
@@ -47,6 +49,7 @@ private:
     sigset_t awaited_;
     pid_t program_ = 0;
     std::optional<int> code_;
+    bool all_ = false;
     bool asked_ = false;    // to end
     int fromKeyboard_ = 0;  // how often
     siginfo_t last_{};      // the signal before this one, and when it came

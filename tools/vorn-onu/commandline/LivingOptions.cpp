@@ -1,0 +1,101 @@
+// Options and words of boards that run: --name, vorn-onu ls, vorn-onu at NAME.
+#include <memory>
+
+#include "commandline/CommandLine.h"
+#include "commands/Commands.h"
+#include "living/Place.h"
+#include "scenario/Scenario.h"
+
+namespace vorn_onu {
+
+namespace {
+
+CLI::Validator boardName() {
+    return CLI::Validator(
+        [](const std::string& name) {
+            const std::string problem = living::problemOfName(name);
+            return problem.empty() ? "" : "'" + name + "' " + problem;
+        },
+        "");
+}
+
+// What can be done at a board, each with its own words.
+using Work = std::function<int()>;
+using Works = std::vector<std::pair<CLI::App*, Work>>;
+
+void addShow(CLI::App& at, const std::string& name, Works& works) {
+    const auto show = std::make_shared<AtShowCommand>();
+    CLI::App* command = at.add_subcommand("show", "show what stands on the board");
+    command->add_flag("--json", show->json, "the device state as JSON, with its trace");
+    works.emplace_back(command, [show, &name] {
+        show->name = name;
+        return show->run();
+    });
+}
+
+void addStep(CLI::App& at, const std::string& kind, const std::string& doc, const std::string& name, Works& works) {
+    const auto step = std::make_shared<AtStepCommand>();
+    step->kind = kind;
+    CLI::App* command = at.add_subcommand(kind.empty() ? "step" : kind, doc);
+    command
+        ->add_option("WORDS", step->words, kind.empty() ? "the step as JSON" : "its value, or KEY=VALUE for each field")
+        ->required()
+        ->expected(kind.empty() ? 1 : -1)
+        ->type_name("");
+    command->add_flag("--json", step->json, "answer in JSON");
+    command->positionals_at_end(false);
+    works.emplace_back(command, [step, &name] {
+        step->name = name;
+        return step->run();
+    });
+}
+
+}  // namespace
+
+CLI::Option* addBoardName(CLI::App& command, std::string& name, const std::string& how) {
+    return command.add_option("--name", name, "let others reach the board by this name, " + how)
+        ->type_name("NAME")
+        ->check(boardName());
+}
+
+Command addLs(CLI::App& app) {
+    const auto ls = std::make_shared<LsCommand>();
+    CLI::App* command = app.add_subcommand("ls", "list the boards that run");
+    command->add_flag("--json", ls->json, "answer in JSON");
+    command->footer("They are those of exec --name, omci --listen --name and run --stay, of this user.");
+    return {command, [ls] { return ls->run(); }};
+}
+
+Command addAt(CLI::App& app) {
+    struct At {
+        std::string name;
+        Works works;
+    };
+    const auto at = std::make_shared<At>();
+    CLI::App* command = app.add_subcommand("at", "look at a board that runs, and take steps on it");
+    command->add_option("NAME", at->name, "the board's name, as vorn-onu ls has it")
+        ->required()
+        ->type_name("")
+        ->check(boardName());
+    addShow(*command, at->name, at->works);
+    for (const StepKind& kind : stepKinds()) {
+        if (kind.key == "show" || kind.key == "note") continue;  // nothing to look at, and words for a reader
+        addStep(*command, kind.key, kind.doc, at->name, at->works);
+    }
+    addStep(*command, "", "take a step that is given as in a scenario", at->name, at->works);
+    command->require_subcommand(1);
+    for (const auto& work : at->works) work.first->set_help_flag("-h,--help", "show this help and end");
+    command->footer(
+        "Steps are those of scenarios (docs/scenario-format.md), with the same words and checks. A field of an object "
+        "is "
+        "KEY=VALUE, with dots into objects in it: board links.eth0=down optics.receive=0; gateway silent; fault "
+        "function=tmctl_setQueueCfg nth=2; advance 5000; frame from=sid0 'tags=[{\"vid\": 20}]'.\n\n"
+        "Exit codes: 0 done, 1 the step failed or the frame is dropped, 2 no such board or bad input.");
+    return {command, [at] {
+                for (const auto& [app_, work] : at->works)
+                    if (app_->parsed()) return work();
+                return kBadInput;
+            }};
+}
+
+}  // namespace vorn_onu

@@ -1,0 +1,62 @@
+// vorn-onu ls: the boards that run.
+#include <nlohmann/json.hpp>
+
+#include "commands/Commands.h"
+#include "io/Output.h"
+#include "io/Printed.h"
+#include "living/Client.h"
+#include "living/Place.h"
+#include "show/Terminal.h"
+
+namespace vorn_onu {
+
+namespace {
+
+constexpr int kHelloMs = 2000;
+
+std::string programOf(const nlohmann::json& board) {
+    std::string text;
+    for (const auto& word : board.value("program", nlohmann::json::array()))
+        text += (text.empty() ? "" : " ") + word.get<std::string>();
+    return oneLine(text);
+}
+
+// Those that answer. What a killed run has left does not.
+nlohmann::json boards() {
+    auto found = nlohmann::json::array();
+    for (const std::string& name : living::knownNames()) {
+        try {
+            nlohmann::json one = living::Client(name, kHelloMs).ask({{"do", "hello"}});
+            for (const char* key : {"ok", "id", "v"}) one.erase(key);
+            found.push_back(std::move(one));
+        } catch (const living::Refusal& refusal) {
+            complain(name + ": " + refusal.what());
+        } catch (const std::runtime_error&) {
+            continue;
+        }
+    }
+    return found;
+}
+
+}  // namespace
+
+int LsCommand::run() const {
+    try {
+        const nlohmann::json found = boards();
+        if (json) {
+            print(found.dump(2, ' ', true, nlohmann::json::error_handler_t::replace) + "\n");
+            return kHeld;
+        }
+        Table table({"name", "command", "process", "since", "runs"});
+        for (const auto& one : found)
+            table.row({one.value("name", ""), one.value("kind", ""), std::to_string(one.value("process", 0)),
+                       one.value("since", ""), programOf(one)});
+        print(table.empty() ? "No board runs.\n" : table.text(Terminal::of(stdout), 0));
+        return kHeld;
+    } catch (const std::exception& error) {
+        complain(error.what());
+        return kBadInput;
+    }
+}
+
+}  // namespace vorn_onu

@@ -1,0 +1,112 @@
+#include "living/Place.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+
+#include "io/OwnDirectory.h"
+
+namespace vorn_onu::living {
+
+namespace {
+
+constexpr std::size_t kLongestName = 40;
+constexpr int kWaiting = 64;  // clients that nobody has looked at yet
+const std::string kSocketEnd = ".sock";
+
+std::string reason() {
+    return std::generic_category().message(errno);
+}
+
+bool isSameFile(int descriptor, const std::string& path) {
+    struct stat open {
+    }, named{};
+    return fstat(descriptor, &open) == 0 && stat(path.c_str(), &named) == 0 && open.st_ino == named.st_ino &&
+           open.st_dev == named.st_dev;
+}
+
+}  // namespace
+
+std::string problemOfName(const std::string& name) {
+    const auto isGood = [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_' ||
+               c == '.';
+    };
+    if (name.empty()) return "is empty";
+    if (name.size() > kLongestName) return "is longer than " + std::to_string(kLongestName) + " characters";
+    if (name.front() == '.' || name.front() == '-') return "must begin with a letter or a digit";
+    if (!std::all_of(name.begin(), name.end(), isGood)) return "may have letters, digits, '-', '_' and '.'";
+    return "";
+}
+
+std::string socketPath(const std::string& name) {
+    return runtimeDirectory() + "/" + name + kSocketEnd;
+}
+
+std::vector<std::string> knownNames() {
+    std::vector<std::string> names;
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator(runtimeDirectory(), ignored))
+        if (entry.path().extension() == kSocketEnd) names.push_back(entry.path().stem().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+Place::Place(const std::string& name) : name_(name) {
+    const std::string problem = problemOfName(name);
+    if (!problem.empty()) throw std::runtime_error("the name '" + name + "' " + problem);
+    path_ = socketPath(name);
+    lockPath_ = path_.substr(0, path_.size() - kSocketEnd.size()) + ".lock";
+    lock();
+    try {
+        listen();
+    } catch (...) {
+        close(lock_);
+        throw;
+    }
+}
+
+Place::~Place() {
+    unlink(path_.c_str());
+    close(socket_);
+    unlink(lockPath_.c_str());
+    close(lock_);
+}
+
+void Place::lock() {
+    while (true) {
+        lock_ = open(lockPath_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+        if (lock_ < 0) throw std::runtime_error(lockPath_ + ": " + reason());
+        const bool locked = flock(lock_, LOCK_EX | LOCK_NB) == 0;
+        if (locked && isSameFile(lock_, lockPath_)) return;  // not one that its owner was about to take away
+        close(lock_);
+        if (!locked) throw std::runtime_error("a board with the name '" + name_ + "' runs already");
+    }
+}
+
+void Place::listen() {
+    sockaddr_un place{};
+    place.sun_family = AF_UNIX;
+    if (path_.size() >= sizeof place.sun_path) throw std::runtime_error(path_ + ": is too long for a socket");
+    std::copy(path_.begin(), path_.end(), place.sun_path);
+    unlink(path_.c_str());
+    socket_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    const mode_t before = umask(S_IRWXG | S_IRWXO);
+    const bool bound = bind(socket_, reinterpret_cast<const sockaddr*>(&place), sizeof place) == 0;
+    const std::string why = reason();
+    umask(before);
+    if (bound && ::listen(socket_, kWaiting) == 0) return;
+    close(socket_);
+    throw std::runtime_error(path_ + ": " + why);
+}
+
+}  // namespace vorn_onu::living

@@ -1,0 +1,71 @@
+// Answers whoever speaks to a board's socket, and tells those who listen what happens.
+#ifndef VORN_ONU_SERVER_H
+#define VORN_ONU_SERVER_H
+
+#include <atomic>
+#include <condition_variable>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "living/Board.h"
+#include "living/LineSocket.h"
+#include "living/News.h"
+#include "living/Place.h"
+#include "living/Protocol.h"
+
+namespace vorn_onu::living {
+
+constexpr std::size_t kMostClients = 64;
+
+class Server {
+public:
+    // The name is taken at once, so that it can be refused before anything runs; clients wait until start(). Throws
+    // std::runtime_error.
+    explicit Server(const std::string& name) : place_(name) {}
+    ~Server() { stop("the board is gone"); }
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
+
+    // From now on clients are answered, on threads that take no signals. The board lives longer than the server.
+    void start(Board& board);
+    // Listeners are told why; everybody is disconnected.
+    void stop(const std::string& why);
+
+    const std::string& name() const { return place_.name(); }
+    const std::string& path() const { return place_.path(); }
+
+private:
+    struct Client {
+        explicit Client(int descriptor) : socket(descriptor, kLongestRequest) {}
+        LineSocket socket;
+        Listening listening;
+        std::thread thread;
+        std::atomic<bool> gone{false};
+    };
+    void acceptClients();
+    void take(int descriptor);
+    void serve(Client& client);
+    bool answer(Client& client, const std::string& line);
+    std::string replyTo(Client& client, const Json& request);
+    std::string subscribed(Client& client, const Json& request);
+    std::string greeting();
+    void forgetGone();
+
+    Place place_;
+    Board* board_ = nullptr;
+    std::unique_ptr<News> news_;
+    std::mutex mutex_;  // guards clients_
+    std::list<Client> clients_;
+    std::thread accepting_;
+    int wake_ = -1;  // readable when it is over
+    std::atomic<bool> over_{false};
+    std::string why_;
+    std::string started_;
+};
+
+}  // namespace vorn_onu::living
+
+#endif

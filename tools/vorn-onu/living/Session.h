@@ -1,0 +1,39 @@
+// Does on a board in this process what requests ask for: looks at it, and takes a scenario's steps.
+#ifndef VORN_ONU_SESSION_H
+#define VORN_ONU_SESSION_H
+
+#include <cstddef>
+#include <string>
+
+#include "scenario/Scenario.h"
+
+namespace vorn_onu::living {
+
+// Not safe for several threads at once.
+class Session {
+public:
+    // hal: null where a program owns it; calls of its operations are refused then. records: by name, for call steps.
+    Session(virtual_onu::VirtualOnu& onu, VornHal* hal, Json records = Json::object());
+    // {"do": "show"}, {"do": "step", "step": {...}}, ... The text of the reply, a refusal too.
+    std::string answer(const Json& request);
+
+private:
+    nlohmann::json done(const Json& request);
+    nlohmann::json show(const Json& request) const;
+    nlohmann::json step(const Json& request);
+    nlohmann::json trace(const Json& request) const;
+    nlohmann::json counters() const;
+    nlohmann::json news(const Json& request) const;
+
+    virtual_onu::VirtualOnu& onu_;
+    RunContext context_;
+    ParseContext parsing_;
+    std::size_t steps_ = 0;
+};
+
+// Whether the step calls an operation of the HAL.
+bool isCall(const Json& step);
+
+}  // namespace vorn_onu::living
+
+#endif

@@ -1,0 +1,18 @@
+// Expectations that get time: looked at again and again, so that a board is free for others in between.
+#ifndef VORN_ONU_WITHIN_H
+#define VORN_ONU_WITHIN_H
+
+#include <atomic>
+#include <string>
+
+#include "living/Board.h"
+
+namespace vorn_onu::living {
+
+// The reply to a request; a step {"expect": ..., "within": milliseconds} is put to the board as often as it takes. Ends
+// early when over is set.
+std::string askWithin(Board& board, const Json& request, const std::atomic<bool>& over);
+
+}  // namespace vorn_onu::living
+
+#endif

@@ -1,0 +1,18 @@
+// What a board that runs has answered to a step, for people.
+#ifndef VORN_ONU_STEP_REPLY_H
+#define VORN_ONU_STEP_REPLY_H
+
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "show/Terminal.h"
+
+namespace vorn_onu {
+
+// step: as stepJson() writes it.
+std::string stepReplyText(const nlohmann::json& step, const Terminal& terminal);
+
+}  // namespace vorn_onu
+
+#endif
