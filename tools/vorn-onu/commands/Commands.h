@@ -61,11 +61,8 @@ struct OmciCommand : TypedFrame {
     std::string pcapFile;       // the frame of --from
     std::string recordFile;     // the HAL's calls as a scenario
     std::string listenAddress;  // "unix:PATH" or "udp:127.0.0.1:PORT"
-<<<<<<< HEAD
     bool audit = false;         // compare the device with the standard
-=======
     std::string name;           // with an address: the board can be reached by it; "" where it cannot
->>>>>>> 822b156 (Reach a board that runs: exec --name, omci --name, run --stay, ls, at)
     bool quiet = false;         // show what is not as expected only
     // kNotHeld when an answer has another result than the capture's, a call of the HAL failed, or the frame is dropped.
     int run() const;
