@@ -1,0 +1,212 @@
+#include "state/Journal.h"
+
+#include <cstdio>
+#include <utility>
+
+namespace state {
+
+namespace {
+
+// How an entry has changed, in a commit.
+enum class Way : std::uint8_t { Put = 1, Erase = 2, Append = 3 };
+
+constexpr std::size_t kLongestKey = 64;
+constexpr std::size_t kLongestValue = 1 << 16;
+
+// The file is written anew when it has grown to several times what it holds.
+constexpr std::size_t kGrowth = 3;
+constexpr std::size_t kSmallFile = 1 << 16;
+
+// Entries of a compacted file, in records of a moderate size.
+constexpr std::size_t kBlock = 1 << 16;
+
+bool beginsWith(std::string_view text, std::string_view beginning) {
+    return text.substr(0, beginning.size()) == beginning;
+}
+
+void addChange(ByteWriter& record, Way way, const std::string& key, std::string_view value) {
+    record.add(static_cast<std::uint8_t>(way)).add(key);
+    if (way != Way::Erase) record.add(static_cast<std::uint32_t>(value.size())).addRaw(value);
+}
+
+}  // namespace
+
+std::atomic<Journal*> currentJournal{nullptr};
+
+// ---- reading the file ----
+
+bool Journal::open(const std::string& path, const std::string& bootId, std::string* problem) {
+    std::vector<Record> records;
+    if (!file_.open(path, bootId, &records, problem)) return false;
+    if (replay(records)) return true;
+    *problem = "has a record that makes no sense";
+    return false;
+}
+
+bool Journal::replay(std::vector<Record>& records) {
+    for (const Record& record : records) {
+        switch (record.kind) {
+            case RecordKind::Commit:
+                if (!apply(record.content)) return false;
+                unfinished_.clear();
+                break;
+            case RecordKind::Intent: {
+                ByteReader content(record.content);
+                const bool hasResult = content.flag();
+                const std::uint32_t number = content.u32();
+                if (!content.ok() || (hasResult && unfinished_.empty())) return false;
+                if (hasResult) unfinished_.back().result = number;
+                unfinished_.push_back({std::string(content.raw(content.left())), {}});
+                break;
+            }
+        }
+    }
+    return true;
+}
+
+bool Journal::apply(std::string_view commit) {
+    ByteReader changes(commit);
+    while (changes.ok() && changes.left() > 0) {
+        const auto way = static_cast<Way>(changes.u8());
+        const std::string key = changes.text();
+        if (!changes.ok() || key.empty() || key.size() > kLongestKey || way < Way::Put || way > Way::Append)
+            return false;
+        if (way == Way::Erase) {
+            const auto entry = entries_.find(key);
+            if (entry == entries_.end()) return false;
+            live_ -= entry->first.size() + entry->second.size();
+            entries_.erase(entry);
+            continue;
+        }
+        const std::string_view value = changes.raw(changes.u32());
+        if (!changes.ok()) return false;
+        const auto [entry, added] = entries_.try_emplace(key);
+        if (way == Way::Append && added) return false;
+        live_ += added ? key.size() : 0;
+        live_ -= entry->second.size();
+        if (way == Way::Put) entry->second.clear();
+        entry->second.append(value);
+        live_ += entry->second.size();
+        if (entry->second.size() > kLongestValue) return false;
+    }
+    return changes.done();
+}
+
+// ---- changes ----
+
+const std::string* Journal::find(const std::string& key) const {
+    if (const auto change = pending_.find(key); change != pending_.end())
+        return change->second.stands ? &change->second.value : nullptr;
+    const auto entry = entries_.find(key);
+    return entry != entries_.end() ? &entry->second : nullptr;
+}
+
+std::map<std::string, std::string> Journal::current(Book book) const {
+    std::map<std::string, std::string> found;
+    const std::string begin = bookBegin(book);
+    for (auto entry = entries_.lower_bound(begin); entry != entries_.end() && beginsWith(entry->first, begin); ++entry)
+        found.insert(*entry);
+    for (auto change = pending_.lower_bound(begin); change != pending_.end() && beginsWith(change->first, begin);
+         ++change) {
+        if (change->second.stands) {
+            found[change->first] = change->second.value;
+        } else {
+            found.erase(change->first);
+        }
+    }
+    return found;
+}
+
+void Journal::eraseAll(const std::string& prefix) {
+    for (auto entry = entries_.lower_bound(prefix); entry != entries_.end() && beginsWith(entry->first, prefix);
+         ++entry)
+        erase(entry->first);
+    for (auto change = pending_.lower_bound(prefix); change != pending_.end() && beginsWith(change->first, prefix);
+         ++change)
+        change->second = {false, {}};
+}
+
+// ---- operations ----
+
+void Journal::end() {
+    if (--depth_ > 0) return;
+    if (intended_ || !pending_.empty() || !touched_.empty()) commit();
+}
+
+void Journal::intend(const std::string& step) {
+    intended_ = true;
+    ByteWriter content;
+    content.add(result_.has_value()).add(result_.value_or(0)).addRaw(step);
+    result_.reset();
+    write(RecordKind::Intent, content.bytes());
+}
+
+// Adds the change to the record and to the entries; nothing when there is none.
+void Journal::settle(ByteWriter& record, const std::string& key, bool stands, std::string value) {
+    const auto entry = entries_.find(key);
+    if (!stands) {
+        if (entry == entries_.end()) return;
+        addChange(record, Way::Erase, key, {});
+        live_ -= key.size() + entry->second.size();
+        entries_.erase(entry);
+        return;
+    }
+    if (entry == entries_.end()) {
+        addChange(record, Way::Put, key, value);
+        live_ += key.size() + value.size();
+        entries_.emplace(key, std::move(value));
+        return;
+    }
+    if (entry->second == value) return;
+    // A list of rules mostly grows at its end.
+    if (!entry->second.empty() && beginsWith(value, entry->second)) {
+        addChange(record, Way::Append, key, std::string_view(value).substr(entry->second.size()));
+    } else {
+        addChange(record, Way::Put, key, value);
+    }
+    live_ = live_ - entry->second.size() + value.size();
+    entry->second = std::move(value);
+}
+
+void Journal::commit() {
+    ByteWriter record;
+    for (const std::string& key : touched_) {
+        ByteReader parts(key);
+        const auto reader = readers_.find(parts.u8());
+        if (reader == readers_.end()) continue;
+        ByteWriter value;
+        const bool stands = reader->second(parts, value);
+        settle(record, key, stands, value.take());
+    }
+    for (auto& [key, change] : pending_) settle(record, key, change.stands, std::move(change.value));
+    touched_.clear();
+    pending_.clear();
+    unfinished_.clear();
+    result_.reset();
+    if (intended_ || !record.bytes().empty()) write(RecordKind::Commit, record.bytes());
+    intended_ = false;
+    if (file_.size() > kSmallFile && file_.size() > kGrowth * live_) compact();
+}
+
+void Journal::compact() {
+    std::vector<Record> records;
+    ByteWriter block;
+    for (const auto& [key, value] : entries_) {
+        addChange(block, Way::Put, key, value);
+        if (block.bytes().size() < kBlock) continue;
+        records.push_back({RecordKind::Commit, block.take()});
+        block = ByteWriter();
+    }
+    if (!block.bytes().empty()) records.push_back({RecordKind::Commit, block.take()});
+    // Without room for a second file the old one goes on growing; it is tried again at the next commit.
+    if (!failed_) file_.replace(records);
+}
+
+void Journal::write(RecordKind kind, const std::string& content) {
+    if (failed_ || file_.append(kind, content)) return;
+    failed_ = true;
+    std::printf("vorn_hal_state: the state file cannot be written, and is taken away\n");
+    file_.discard();  // a state that is no longer kept up would be taken for the truth after a restart
+}
+
+}  // namespace state

@@ -1,0 +1,138 @@
+// Keeps the entries of the state file and writes them ahead of the device.
+//
+// An operation of the HAL is one unit: what it is about to ask of the kit is noted before (intend), with what came of the
+// step before (result), and its end writes all entries that have changed as one record (commit). A process that ends within
+// an operation leaves intents without a commit: whoever opens the file again sees them as unfinished().
+//
+// There is at most one journal, and none unless the daemon asks for it: then every function here costs one atomic load
+// and does nothing. Only the provisioning thread uses it; there is no lock.
+#ifndef STATE_JOURNAL_H
+#define STATE_JOURNAL_H
+
+#include <atomic>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "state/Books.h"
+#include "state/StateFile.h"
+
+namespace state {
+
+// A step that was begun, and the number that came of it where the file has it.
+struct UnfinishedStep {
+    std::string step;
+    std::optional<std::uint32_t> result;
+};
+
+class Journal {
+public:
+    using Entries = std::map<std::string, std::string, std::less<>>;
+    // Writes the value that the library's map has for a key of the book; false when the map has none.
+    using ReadMap = bool (*)(ByteReader& key, ByteWriter& value);
+
+    // Opens the file and takes over what stands in it. False with the reason in *problem.
+    bool open(const std::string& path, const std::string& bootId, std::string* problem);
+
+    const Entries& entries() const { return entries_; }
+    const std::vector<UnfinishedStep>& unfinished() const { return unfinished_; }
+    void setReader(Book book, ReadMap read) { readers_[static_cast<std::uint8_t>(book)] = read; }
+
+    // ---- changes, which the next commit writes ----
+
+    void put(const std::string& key, std::string value) { pending_[key] = {true, std::move(value)}; }
+    void erase(const std::string& key) { pending_[key] = {false, {}}; }
+    // The library's map has changed at this key.
+    void touch(const std::string& key) { touched_.insert(key); }
+    // The value of a fact as it is now; null when there is none. Valid until the next change.
+    const std::string* find(const std::string& key) const;
+    // The entries of the book as they are now.
+    std::map<std::string, std::string> current(Book book) const;
+    // Erases the facts whose keys begin so.
+    void eraseAll(const std::string& prefix);
+
+    // ---- operations ----
+
+    void begin() { ++depth_; }
+    void end();
+    void intend(const std::string& step);
+    // What came of the last step; goes into the file with the next one.
+    void result(std::uint32_t number) { result_ = number; }
+
+    // Writes the file anew, with nothing in it but the entries.
+    void compact();
+    // The file could not be written: it was taken away, and nothing is kept any more.
+    bool failed() const { return failed_; }
+
+private:
+    struct Change {
+        bool stands;
+        std::string value;
+    };
+
+    void commit();
+    void settle(ByteWriter& record, const std::string& key, bool stands, std::string value);
+    bool apply(std::string_view commit);
+    bool replay(std::vector<Record>& records);
+    void write(RecordKind kind, const std::string& content);
+
+    StateFile file_;
+    Entries entries_;
+    std::size_t live_ = 0;  // bytes of keys and values
+    std::map<std::string, Change> pending_;
+    std::set<std::string> touched_;
+    std::map<std::uint8_t, ReadMap> readers_;
+    std::vector<UnfinishedStep> unfinished_;
+    std::optional<std::uint32_t> result_;
+    int depth_ = 0;
+    bool intended_ = false;  // since the last commit
+    bool failed_ = false;
+};
+
+extern std::atomic<Journal*> currentJournal;
+
+// Null without a state file.
+inline Journal* journal() {
+    return currentJournal.load(std::memory_order_acquire);
+}
+
+// The time of one operation. Operations may lie within one another: the outermost counts.
+class Operation {
+public:
+    Operation() : journal_(journal()) {
+        if (journal_ != nullptr) journal_->begin();
+    }
+    ~Operation() {
+        if (journal_ != nullptr) journal_->end();
+    }
+    Operation(const Operation&) = delete;
+    Operation& operator=(const Operation&) = delete;
+
+protected:
+    Journal* const journal_;
+};
+
+// One step of an operation, or an operation of its own: noted before it is made.
+class BegunStep : Operation {
+public:
+    template <typename... Parts>
+    explicit BegunStep(Step step, const Parts&... parts) {
+        if (journal_ != nullptr) journal_->intend(stepOf(step, parts...));
+    }
+    void result(std::uint32_t number) {
+        if (journal_ != nullptr) journal_->result(number);
+    }
+};
+
+// The library's map of the book has changed at the key that the parts make.
+template <typename... Parts>
+void touched(Book book, const Parts&... parts) {
+    if (Journal* const open = journal()) open->touch(keyOf(book, parts...));
+}
+
+}  // namespace state
+
+#endif

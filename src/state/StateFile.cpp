@@ -1,0 +1,207 @@
+#include "state/StateFile.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "state/Bytes.h"
+#include "state/Checksum.h"
+
+namespace state {
+
+namespace {
+
+constexpr std::string_view kMagic = "VORNHAL\n";
+constexpr std::uint32_t kVersion = 1;
+constexpr std::size_t kBootIdSize = 36;
+constexpr std::size_t kHeaderPadding = 12;
+constexpr std::size_t kChecksumSize = 4;
+constexpr std::size_t kHeaderSize = kMagic.size() + 4 + kBootIdSize + kHeaderPadding + kChecksumSize;
+constexpr std::size_t kRecordHeadSize = 8;
+constexpr std::size_t kLargestContent = 1 << 20;
+constexpr std::size_t kLargestFile = 8 << 20;
+
+constexpr const char* kBroken = "has a broken record";
+
+// Length, kind and their check.
+std::string recordHead(std::size_t length, std::uint8_t kind) {
+    ByteWriter head;
+    head.add(static_cast<std::uint32_t>(length)).add(kind);
+    const std::uint32_t check = checksum(head.bytes());
+    head.add(static_cast<std::uint16_t>(check)).add(static_cast<std::uint8_t>(check >> 16));
+    return head.take();
+}
+
+std::string framed(RecordKind kind, std::string_view content) {
+    ByteWriter record;
+    record.addRaw(recordHead(content.size(), static_cast<std::uint8_t>(kind))).addRaw(content);
+    record.add(checksum(record.bytes()));
+    return record.take();
+}
+
+bool isKind(std::uint8_t kind) {
+    return kind >= static_cast<std::uint8_t>(RecordKind::Intent) &&
+           kind <= static_cast<std::uint8_t>(RecordKind::Commit);
+}
+
+bool readWhole(int fd, std::string* bytes, std::string* problem) {
+    struct stat facts = {};
+    if (fstat(fd, &facts) != 0 || lseek(fd, 0, SEEK_SET) != 0) {
+        *problem = std::strerror(errno);
+        return false;
+    }
+    if (facts.st_size < 0 || static_cast<std::size_t>(facts.st_size) > kLargestFile) {
+        *problem = "is too large";
+        return false;
+    }
+    bytes->resize(static_cast<std::size_t>(facts.st_size));
+    std::size_t have = 0;
+    while (have < bytes->size()) {
+        const ssize_t got = read(fd, bytes->data() + have, bytes->size() - have);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) break;
+        have += static_cast<std::size_t>(got);
+    }
+    bytes->resize(have);
+    return true;
+}
+
+enum class Parsed { Record, End, Torn, Broken };
+
+// Takes the next record from the front of *rest.
+Parsed takeRecord(std::string_view* rest, std::vector<Record>* records) {
+    if (rest->empty()) return Parsed::End;
+    if (rest->size() < kRecordHeadSize) return Parsed::Torn;
+    ByteReader head(rest->substr(0, kRecordHeadSize));
+    const std::size_t length = head.u32();
+    const std::uint8_t kind = head.u8();
+    if (recordHead(length, kind) != rest->substr(0, kRecordHeadSize) || length > kLargestContent || !isKind(kind))
+        return Parsed::Broken;
+    const std::size_t summed = kRecordHeadSize + length;
+    if (rest->size() < summed + kChecksumSize) return Parsed::Torn;
+    if (ByteReader(rest->substr(summed)).u32() != checksum(rest->substr(0, summed))) return Parsed::Broken;
+    records->push_back({static_cast<RecordKind>(kind), std::string(rest->substr(kRecordHeadSize, length))});
+    rest->remove_prefix(summed + kChecksumSize);
+    return Parsed::Record;
+}
+
+}  // namespace
+
+std::string StateFile::header() const {
+    ByteWriter bytes;
+    std::string boot = bootId_;
+    boot.resize(kBootIdSize, ' ');
+    bytes.addRaw(kMagic).add(kVersion).addRaw(boot).addRaw(std::string(kHeaderPadding, '\0'));
+    bytes.add(checksum(bytes.bytes()));
+    return bytes.take();
+}
+
+bool StateFile::open(const std::string& path, const std::string& bootId, std::vector<Record>* records,
+                     std::string* problem) {
+    bootId_ = bootId;
+    directory_ = openDirectoryOf(path, &name_, problem);
+    if (!directory_.open()) return false;
+    file_ = openOwnFile(directory_.get(), name_, problem);
+    if (!problem->empty()) return false;
+    if (!file_.open()) return replace({}) || (*problem = std::strerror(errno), false);
+    if (flock(file_.get(), LOCK_EX | LOCK_NB) != 0) {
+        *problem = "is in use by another process";
+        return false;
+    }
+    return readAll(records, problem);
+}
+
+bool StateFile::readAll(std::vector<Record>* records, std::string* problem) {
+    std::string bytes;
+    if (!readWhole(file_.get(), &bytes, problem)) return false;
+    if (bytes.empty()) return replace({}) || (*problem = std::strerror(errno), false);
+
+    const std::string_view whole(bytes);
+    if (whole.size() < kHeaderSize || whole.substr(0, kMagic.size()) != kMagic) {
+        *problem = "is no state file";
+        return false;
+    }
+    const std::size_t summed = kHeaderSize - kChecksumSize;
+    if (ByteReader(whole.substr(summed)).u32() != checksum(whole.substr(0, summed))) {
+        *problem = "has a broken header";
+        return false;
+    }
+    ByteReader fields(whole.substr(kMagic.size()));
+    if (const std::uint32_t version = fields.u32(); version != kVersion) {
+        *problem = "is of version " + std::to_string(version) + ", not " + std::to_string(kVersion);
+        return false;
+    }
+    if (whole.substr(0, kHeaderSize) != header()) {
+        *problem = "is of another boot";
+        return false;
+    }
+
+    std::string_view rest = whole.substr(kHeaderSize);
+    std::vector<Record> read;
+    Parsed parsed = Parsed::Record;
+    while (parsed == Parsed::Record) parsed = takeRecord(&rest, &read);
+    if (parsed == Parsed::Broken) {
+        *problem = kBroken;
+        return false;
+    }
+    size_ = bytes.size() - rest.size();
+    // A record that was being written is taken away, so that the next one follows a whole one.
+    if (!rest.empty() && ftruncate(file_.get(), static_cast<off_t>(size_)) != 0) {
+        *problem = std::strerror(errno);
+        return false;
+    }
+    records->insert(records->end(), std::make_move_iterator(read.begin()), std::make_move_iterator(read.end()));
+    return true;
+}
+
+bool StateFile::write(int fd, std::string_view bytes) {
+    ssize_t written = -1;
+    do {
+        written = ::write(fd, bytes.data(), bytes.size());
+    } while (written < 0 && errno == EINTR);
+    return written == static_cast<ssize_t>(bytes.size());
+}
+
+bool StateFile::append(RecordKind kind, std::string_view content) {
+    if (!file_.open()) return false;
+    const std::string bytes = framed(kind, content);
+    if (!write(file_.get(), bytes)) {
+        [[maybe_unused]] const int status = ftruncate(file_.get(), static_cast<off_t>(size_));
+        return false;
+    }
+    size_ += bytes.size();
+    return true;
+}
+
+bool StateFile::replace(const std::vector<Record>& records) {
+    const std::string beside = name_ + ".new";
+    std::string problem;
+    Descriptor made = makeOwnFile(directory_.get(), beside, &problem);
+    if (!made.open()) return false;
+    std::string bytes = header();
+    for (const Record& record : records) bytes += framed(record.kind, record.content);
+    // Locked before it takes the place: at no time may another process take it for free.
+    if (flock(made.get(), LOCK_EX | LOCK_NB) != 0 || !write(made.get(), bytes) ||
+        renameat(directory_.get(), beside.c_str(), directory_.get(), name_.c_str()) != 0) {
+        const int error = errno;
+        unlinkat(directory_.get(), beside.c_str(), 0);
+        errno = error;
+        return false;
+    }
+    file_ = std::move(made);
+    size_ = bytes.size();
+    return true;
+}
+
+void StateFile::discard() {
+    if (directory_.open()) unlinkat(directory_.get(), name_.c_str(), 0);
+    file_.reset();
+    size_ = 0;
+}
+
+}  // namespace state

@@ -1,0 +1,63 @@
+// The state file: a header, then records, each with a checksum, each appended by one write.
+//
+//   header   8 bytes "VORNHAL\n", version (32 bits), boot id (36 characters), 12 bytes 0, checksum of all that
+//   record   length of the content (32 bits), kind (8 bits), check of these five bytes (24 bits), content,
+//            checksum of all that
+//
+// Numbers are little-endian. A file is made, and made smaller, beside its place and moved there, so a file in its place
+// always begins with a whole header; a last record of which something is missing is one that was being written.
+#ifndef STATE_STATE_FILE_H
+#define STATE_STATE_FILE_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "state/SafePath.h"
+
+namespace state {
+
+enum class RecordKind : std::uint8_t {
+    Intent = 1,  // what came of the intent before, and what the kit is about to be asked for
+    Commit = 2,  // changes of entries: what was intended before it is settled
+};
+
+struct Record {
+    RecordKind kind;
+    std::string content;
+};
+
+class StateFile {
+public:
+    // Opens the file, or makes it, and locks it against other processes. The records of a file of this boot are added
+    // to *records. False with the reason in *problem: it is open in another process, broken, of another version or of
+    // another boot, or its place is not safe; nothing has been changed then.
+    bool open(const std::string& path, const std::string& bootId, std::vector<Record>* records, std::string* problem);
+
+    // Appends one record by one write. False when the file system refuses: what stands in the file is as before.
+    bool append(RecordKind kind, std::string_view content);
+
+    // Puts a file with just these records into its place. False when the file system refuses; the old one stays.
+    bool replace(const std::vector<Record>& records);
+
+    // Takes the file away: it no longer tells the truth.
+    void discard();
+
+    std::size_t size() const { return size_; }
+
+private:
+    std::string header() const;
+    bool readAll(std::vector<Record>* records, std::string* problem);
+    bool write(int fd, std::string_view bytes);
+
+    Descriptor directory_;
+    Descriptor file_;
+    std::string name_;
+    std::string bootId_;
+    std::size_t size_ = 0;
+};
+
+}  // namespace state
+
+#endif

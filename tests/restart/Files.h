@@ -1,0 +1,50 @@
+// Files of the tests about restarts.
+#ifndef TESTS_RESTART_FILES_H
+#define TESTS_RESTART_FILES_H
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+
+namespace restart_tests {
+
+namespace fs = std::filesystem;
+
+// A private directory that goes with the test.
+class Folder {
+public:
+    Folder() {
+        char path[] = "/tmp/vorn-restart-XXXXXX";
+        if (mkdtemp(path) == nullptr) throw std::runtime_error("no temporary directory");
+        path_ = path;
+    }
+    ~Folder() {
+        std::error_code error;
+        fs::remove_all(path_, error);
+    }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    std::string path(const std::string& name = "") const { return path_ + "/" + name; }
+
+private:
+    std::string path_;
+};
+
+inline std::string read(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline void write(const std::string& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+    fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write);
+}
+
+}  // namespace restart_tests
+
+#endif
