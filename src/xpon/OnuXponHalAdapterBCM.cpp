@@ -3,17 +3,22 @@
 
 #include "device/NetworkInterface.h"
 #include "hal/SharedVariable.h"
+#include "state/Journal.h"
 #include "xpon/OnuXponHalAdapterBcmNgponLib.h"
+
+using state::Book;
 
 namespace {
 
 using IndexMap = std::map<std::uint16_t, std::uint16_t>;
 
-int insertEntry(IndexMap& map, unsigned short key, unsigned short value) {
+int insertEntry(IndexMap& map, Book book, unsigned short key, unsigned short value) {
+    state::touched(book, key);
     return map.emplace(key, value).second ? 1 : 0;
 }
 
-int deleteEntry(IndexMap& map, unsigned short key) {
+int deleteEntry(IndexMap& map, Book book, unsigned short key) {
+    state::touched(book, key);
     return map.erase(key) != 0 ? 1 : 0;
 }
 
@@ -66,11 +71,11 @@ int OnuXponHalAdapterBCM::getTcontIdxFromAllocIdMapEntry(unsigned short allocId,
 }
 
 int OnuXponHalAdapterBCM::insertAllocIdMapEntry(unsigned short allocId, unsigned short tContIndex) {
-    return insertEntry(allocIdMap, allocId, tContIndex);
+    return insertEntry(allocIdMap, Book::AllocIds, allocId, tContIndex);
 }
 
 int OnuXponHalAdapterBCM::deleteAllocIdMapEntry(unsigned short allocId) {
-    return deleteEntry(allocIdMap, allocId);
+    return deleteEntry(allocIdMap, Book::AllocIds, allocId);
 }
 
 int OnuXponHalAdapterBCM::getGemIdxFromGemPortMapEntry(unsigned short xgemPortId, unsigned short* gemIndex) {
@@ -78,24 +83,25 @@ int OnuXponHalAdapterBCM::getGemIdxFromGemPortMapEntry(unsigned short xgemPortId
 }
 
 int OnuXponHalAdapterBCM::insertGemPortMapEntry(unsigned short xgemPortId, unsigned short gemIndex) {
-    return insertEntry(gemPortMap, xgemPortId, gemIndex);
+    return insertEntry(gemPortMap, Book::PonGem, xgemPortId, gemIndex);
 }
 
 int OnuXponHalAdapterBCM::deleteGemPortMapEntry(unsigned short xgemPortId) {
-    return deleteEntry(gemPortMap, xgemPortId);
+    return deleteEntry(gemPortMap, Book::PonGem, xgemPortId);
 }
 
 int OnuXponHalAdapterBCM::insertTcontIdxToGemPortMapEntry(unsigned short tContIndex, unsigned short gemIndex) {
-    return insertEntry(tcontIdxToGemPortMap, tContIndex, gemIndex);
+    return insertEntry(tcontIdxToGemPortMap, Book::TcontGem, tContIndex, gemIndex);
 }
 
 int OnuXponHalAdapterBCM::deleteTcontIdxFromTcontIdxToGemPortMap(unsigned short tContIndex) {
-    return deleteEntry(tcontIdxToGemPortMap, tContIndex);
+    return deleteEntry(tcontIdxToGemPortMap, Book::TcontGem, tContIndex);
 }
 
 int OnuXponHalAdapterBCM::deleteGemPortFromTcontIdxToGemPortMap(unsigned short value) {
     for (auto entry = tcontIdxToGemPortMap.begin(); entry != tcontIdxToGemPortMap.end(); ++entry) {
         if (entry->second != value) continue;
+        state::touched(Book::TcontGem, entry->first);
         tcontIdxToGemPortMap.erase(entry);
         return 1;
     }

@@ -4,6 +4,8 @@
 #include "platform/gponctl.h"
 #include "platform/kit_numbers.h"
 #include "platform/tmctl.h"
+#include "state/Facts.h"
+#include "state/Journal.h"
 #include "xpon/OnuXponHalAdapterBCM.h"
 
 namespace {
@@ -49,6 +51,7 @@ int OnuXponHalAdapterBCM::deprovisionTCont(const TContProvisioning& record) {
 
 int OnuXponHalAdapterBCM::createAllocId(unsigned short allocId, unsigned char /*policy*/, unsigned short tContIndex) {
     if (findAllocIdMapEntry(allocId)) return 1;
+    const state::BegunStep step(state::Step::BindTcont, allocId, tContIndex);
 
     // The driver keeps an earlier binding of the T-CONT unless it is cleared first.
     GponCtlTcontAllocId record = binding(tContIndex, kNoAllocId);
@@ -74,12 +77,14 @@ int OnuXponHalAdapterBCM::createPriorityQueueForTcont(int tContIndex) {
         config.schedMode = TMCTL_SCHED_STRICT_PRIORITY;
         if (tmctl_setQueueCfg(TMCTL_DEV_GPON, &interface, &config) != 0) return 0;
     }
+    state::tcontQueues(static_cast<std::uint16_t>(tContIndex), true);
     return 1;
 }
 
 int OnuXponHalAdapterBCM::deleteAllocId(unsigned short allocId) {
     unsigned short tContIndex = 0;
     if (getTcontIdxFromAllocIdMapEntry(allocId, &tContIndex) == 0) return 0;
+    const state::BegunStep step(state::Step::ResetTcont, allocId);
     if (allocId != kKeptAllocId) resetTContObject(tContIndex);
     deleteAllocIdMapEntry(allocId);
     return 1;
@@ -93,5 +98,6 @@ int OnuXponHalAdapterBCM::resetTContObject(int tContIndex) {
     tmctl_portTmUninit(TMCTL_DEV_GPON, &interface);
     const GponCtlTcontAllocId record = binding(tContIndex, 0);
     gponCtl_deconfigTcontAllocId(&record);
+    state::tcontQueues(static_cast<std::uint16_t>(tContIndex), false);
     return 1;
 }

@@ -7,6 +7,8 @@
 #include "platform/gponctl.h"
 #include "platform/kit_numbers.h"
 #include "platform/tmctl.h"
+#include "state/Facts.h"
+#include "state/Journal.h"
 #include "xpon/OnuXponHalAdapterBCM.h"
 
 namespace {
@@ -45,9 +47,26 @@ GponCtlGemPortEnable enableRecord(unsigned short portId, unsigned short gemIndex
     return record;
 }
 
+int switchPort(GponCtlGemPortEnable& record) {
+    const state::Operation operation;
+    const int result = gponCtl_enableGemPort(&record);
+    if (result == 0) state::gemPortIs(record.gemPortId, record.enable != 0);
+    return result;
+}
+
+// A port that the driver has already is none that this operation makes.
+void noteNewPort(unsigned short portId) {
+    state::Journal* const journal = state::journal();
+    if (journal == nullptr) return;
+    int result = 0;
+    askDriver(portId, &result);
+    if (result != 0) journal->intend(state::stepOf(state::Step::MakeGemPort, portId));
+}
+
 }  // namespace
 
 int OnuXponHalAdapterBCM::configureXGEM(const XGEMConfig& config) {
+    const state::Operation operation;
     unsigned short tContIndex = 0;
     const bool hasTCont =
         config.tContAllocId != kNoAllocId && getTcontIdxFromAllocIdMapEntry(config.tContAllocId, &tContIndex) != 0;
@@ -73,6 +92,8 @@ int OnuXponHalAdapterBCM::createXGEMPort(unsigned short xgemPortId, unsigned sho
     unsigned short known = 0;
     if (getGemIdxFromGemPortMapEntry(xgemPortId, &known) != 0) return known;
 
+    const state::Operation operation;
+    noteNewPort(xgemPortId);
     GponCtlGemPortConfig config{};
     config.gemIndex = GPONCTL_GEM_INDEX_UNKNOWN;
     config.gemPortId = xgemPortId;
@@ -90,6 +111,7 @@ int OnuXponHalAdapterBCM::createXGEMPort(unsigned short xgemPortId, unsigned sho
 }
 
 int OnuXponHalAdapterBCM::deconfigureXGEM(const XGEMConfig& config) {
+    const state::Operation operation;
     const auto gemIndex = static_cast<unsigned short>(deleteXGEMPort(config.xgemPortId));
     if (gemIndex <= kHighestGemIndex) {
         deleteGemPortMapEntry(config.xgemPortId);
@@ -109,23 +131,24 @@ int OnuXponHalAdapterBCM::deleteXGEMPort(unsigned short xgemPortId) {
     if (port.gemIndex == 0) return kNoGemIndex;  // Kept: index 0 is never deconfigured
     if (result != 0) return port.gemIndex;
 
+    const state::BegunStep step(state::Step::RemoveGemPort, xgemPortId);
     disableXGEM(port.gemPortId, port.gemIndex);
     GponCtlGemPortDeconfig record{};
     record.gemIndex = port.gemIndex;
     record.gemPortId = xgemPortId;
-    gponCtl_deconfigGemPort(&record);
+    if (gponCtl_deconfigGemPort(&record) == 0) state::gemPortGone(xgemPortId);
     return port.gemIndex;
 }
 
 int OnuXponHalAdapterBCM::enableXGEM(unsigned short xgemPortId, unsigned short gemIndex) {
     GponCtlGemPortEnable record = enableRecord(xgemPortId, gemIndex, true);
-    gponCtl_enableGemPort(&record);
+    switchPort(record);
     return record.gemIndex;
 }
 
 int OnuXponHalAdapterBCM::disableXGEM(unsigned short xgemPortId, unsigned short gemIndex) {
     GponCtlGemPortEnable record = enableRecord(xgemPortId, gemIndex, false);
-    gponCtl_enableGemPort(&record);
+    switchPort(record);
     return 1;
 }
 
@@ -133,7 +156,7 @@ int OnuXponHalAdapterBCM::setXgemStatus(unsigned short xgemPortId, bool enable) 
     unsigned short gemIndex = 0;
     if (getGemIdxFromGemPortMapEntry(xgemPortId, &gemIndex) == 0) return kNoGemIndex;
     GponCtlGemPortEnable record = enableRecord(xgemPortId, gemIndex, enable);
-    return static_cast<std::uint16_t>(gponCtl_enableGemPort(&record));
+    return static_cast<std::uint16_t>(switchPort(record));
 }
 
 void OnuXponHalAdapterBCM::configGemPortQosUs(unsigned short queue, unsigned short tContIndex,
@@ -175,14 +198,20 @@ void OnuXponHalAdapterBCM::configGemPortShapingUs(unsigned short queue, unsigned
 
 void OnuXponHalAdapterBCM::addGemToDefaultGponIf(unsigned short gemIndex) {
     if (gemIndex > kHighestGemIndex) return;
-    if (g_GemCnt == 0) runShell("ifconfig gpondef up");
+    const state::Operation operation;
+    if (g_GemCnt == 0) {
+        const state::BegunStep step(state::Step::RaisePonDevice);
+        runShell("ifconfig gpondef up");
+    }
     ++g_GemCnt;
+    state::touched(state::Book::GemCount);
 }
 
 void OnuXponHalAdapterBCM::removeGemFromDefaultGponIf(unsigned short gemIndex) {
     if (gemIndex > kHighestGemIndex) return;
     // Kept: no floor at 0. An unmatched removal leaves the device down until the count has been made up for.
     --g_GemCnt;
+    state::touched(state::Book::GemCount);
     if (g_GemCnt == 0) runShell("ifconfig gpondef down");
 }
 

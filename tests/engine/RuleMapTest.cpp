@@ -18,7 +18,10 @@ protected:
     }
     static unsigned installOnly(std::uint16_t vid) {
         const VlanCtlSession session;
-        return TagRule().filterVid(vid, 0).insert({"sid0", VLANCTL_DIRECTION_RX, 1});
+        TagRule().filterVid(vid, 0);
+        unsigned id = VLANCTL_DONT_CARE;
+        vlanCtl_insertTagRule("sid0", VLANCTL_DIRECTION_RX, 1, VLANCTL_POSITION_APPEND, VLANCTL_DONT_CARE, &id);
+        return id;
     }
     static bool removeOne(std::uint16_t vid) {
         const VlanTagFilter_t outer{0, vid, 0};

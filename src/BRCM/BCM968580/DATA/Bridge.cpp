@@ -9,6 +9,8 @@
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "bridge/BridgeControl.h"
 #include "hal/Text.h"
+#include "state/Facts.h"
+#include "state/Journal.h"
 
 std::map<std::uint32_t, std::uint32_t> m_BridgeIdToUniId;
 
@@ -32,6 +34,7 @@ void recordUniOfBridge(unsigned short bridgeId, unsigned short uniPort) {
     if (m_BridgeIdToUniId.count(uniPort) != 0) return;
     std::printf("Added to m_BridgeIdToUniId CONFIGURE BRIDGE: bridgeId:%d, uniPort:%d \n", bridgeId, uniPort);
     m_BridgeIdToUniId.emplace(bridgeId, uniPort);
+    state::touched(state::Book::BridgeUni, std::uint32_t{bridgeId});
 }
 
 void configureDefaultBridge(EtherSwitchBcm380& engine) {
@@ -120,7 +123,7 @@ bool configureUniSide(EtherSwitchBcm380& engine, const DeviceName& bridge, unsig
 // Takes a VLAN device out of its bridge; the result is the control socket's.
 int leaveBridge(const DeviceName& bridge, const DeviceName& vlan) {
     if (const int error = br_init(); error != 0) return error;
-    br_del_interface(bridge.get(), vlan.get());
+    if (br_del_interface(bridge.get(), vlan.get()) == 0) state::left(vlan.get());
     return br_shutdown();
 }
 
@@ -138,14 +141,19 @@ bool EtherSwitchBcm380::configureBridge(unsigned short bridgeId, unsigned short 
 
 bool EtherSwitchBcm380::addBridgeInterface(const char* bridgeName) {
     if (bridgeName == nullptr) return false;
-    if (isInterfaceExisted(bridgeName)) return true;
+    if (isInterfaceExisted(bridgeName)) {
+        state::deviceStands(bridgeName);
+        return true;
+    }
     if (br_init() != 0) return true;  // Kept: a service is not refused for want of a control socket
+    const state::BegunStep step(state::Step::MakeBridge, bridgeName);
     const bool added = br_add_bridge(bridgeName) == 0;
     if (added) {
         ifUp(bridgeName);
         br_set_stp_state(bridgeName, 0);
         timeval noDelay{};
         br_set_bridge_forward_delay(bridgeName, &noDelay);
+        state::deviceMade(bridgeName);
         // A new bridge is not announced. "sendarp -s br0 -d %s" would be the command, with the bridge's name.
     }
     br_shutdown();
@@ -172,6 +180,7 @@ bool EtherSwitchBcm380::addInterfaceToBridgeGroup(const char* bridgeName, const 
     int result = br_init();
     if (result == 0) {
         result = br_add_interface(bridgeName, ifName);
+        if (result == 0) state::joined(bridgeName, ifName);
         br_shutdown();
     }
     // The kernel refuses a device that is a member already; the caller has what it wants then.
@@ -226,6 +235,7 @@ bool EtherSwitchBcm380::deleteAniInterface(unsigned short bridgeId) {
         std::printf("aniVirtualInterfaceName:%s is not present!!!", vlan.get());
         return false;
     }
+    const state::BegunStep step(state::Step::DeleteAniPair, bridgeId);
     deleteAniVlanInterface(ani.get(), vlan.get());
     return true;
 }
@@ -236,9 +246,11 @@ bool EtherSwitchBcm380::deleteBridgeInterface(unsigned short bridgeId) {
         std::printf("bridgeInterfaceName:%s is not present!!!", bridge.get());
         return false;
     }
+    const state::BegunStep step(state::Step::DeleteBridge, bridgeId);
     ifDown(bridge.get());  // the kernel does not delete a bridge that is up
     if (br_init() != 0) return true;
     const bool deleted = br_del_bridge(bridge.get()) == 0;
+    if (deleted) state::deviceGone(bridge.get());
     br_shutdown();
     return deleted;
 }

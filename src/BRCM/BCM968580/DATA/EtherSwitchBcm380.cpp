@@ -17,6 +17,8 @@
 #include "hal/Shell.h"
 #include "hal/Text.h"
 #include "platform/vlanctl.h"
+#include "state/Facts.h"
+#include "state/Journal.h"
 
 EtherSwitchBcm380* EtherSwitchBcm380::m_Instance = nullptr;
 
@@ -32,6 +34,11 @@ constexpr unsigned kMostTags = 2;
 bool isPlainName(const char* name) {
     constexpr const char* kPlain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789._-";
     return name[0] != '\0' && name[std::strspn(name, kPlain)] == '\0';
+}
+
+// vlanctl is open.
+void deleteDevice(const char* device) {
+    if (vlanCtl_deleteVlanInterface(device) == 0) state::deviceGone(device);
 }
 
 bool runInShell(const CommandText& command) {
@@ -147,13 +154,16 @@ bool EtherSwitchBcm380::createAniVlanInterface(char* aniName) {
     if (aniName == nullptr) return false;
     if (isInterfaceExisted(aniName)) {
         std::printf("Interface %s already Exists!!", aniName);
+        state::deviceStands(aniName);
         return true;
     }
+    const state::BegunStep step(state::Step::MakeDevice, aniName);
     bool created = false;
     {
         const VlanCtlSession session;
-        created = vlanCtl_createVlanInterfaceByName(kPonDevice, aniName, 0, 1) == 0 &&
-                  vlanCtl_setRealDevMode(kPonDevice, kRealDevMode) == 0;
+        created = vlanCtl_createVlanInterfaceByName(kPonDevice, aniName, 0, 1) == 0;
+        if (created) state::deviceMade(aniName);
+        created = created && vlanCtl_setRealDevMode(kPonDevice, kRealDevMode) == 0;
         if (!created) std::printf("Failed to create %s", aniName);
     }
     if (!created) return false;
@@ -172,14 +182,18 @@ bool EtherSwitchBcm380::createVlanInterface(unsigned short devId, bool isRouted,
     if (devIfc == nullptr || vlanIfc == nullptr) return false;
     if (isInterfaceExisted(vlanIfc)) {
         std::printf("Interface %s already Exists!!", vlanIfc);
+        state::deviceStands(vlanIfc);
         return true;
     }
+    const state::BegunStep step(state::Step::MakeDevice, vlanIfc);
     {
         const VlanCtlSession session;
         vlanCtl_setIfSuffix(".");
         // Multicast is always asked for, whatever the caller says: every service may carry it later.
-        if (vlanCtl_createVlanInterface(devIfc, devId, isRouted ? 1 : 0, 1) != 0 ||
-            vlanCtl_setRealDevMode(devIfc, kRealDevMode) != 0) {
+        bool made = vlanCtl_createVlanInterface(devIfc, devId, isRouted ? 1 : 0, 1) == 0;
+        if (made) state::deviceMade(vlanIfc);
+        made = made && vlanCtl_setRealDevMode(devIfc, kRealDevMode) == 0;
+        if (!made) {
             std::printf("Failed to create %s", vlanIfc);
             return false;
         }
@@ -211,7 +225,7 @@ bool EtherSwitchBcm380::deleteVlanInterface(unsigned short /*devId*/, bool /*isR
     if (!isInterfaceExisted(vlanIfc)) return true;
     {
         const VlanCtlSession session;
-        vlanCtl_deleteVlanInterface(vlanIfc);
+        deleteDevice(vlanIfc);
     }
     std::printf("===> deleteVlanInterface, deleted UNI virtual interface : %s \n", vlanIfc);
     return true;
@@ -221,12 +235,12 @@ bool EtherSwitchBcm380::deleteAniVlanInterface(char* aniName, char* aniVlanName)
     // The VLAN device goes before the device under it.
     if (isInterfaceExisted(aniVlanName)) {
         const VlanCtlSession session;
-        vlanCtl_deleteVlanInterface(aniVlanName);
+        deleteDevice(aniVlanName);
     }
     if (isInterfaceExisted(aniName)) {
         ifDown(aniName);
         const VlanCtlSession session;
-        vlanCtl_deleteVlanInterface(aniName);
+        deleteDevice(aniName);
     }
     return true;
 }
@@ -242,6 +256,7 @@ bool EtherSwitchBcm380::runSystemCommand(const char* label, const char* command)
 
 void EtherSwitchBcm380::setOmciAction(int action) {
     omciAction = action;
+    state::touched(state::Book::OmciAction);
 }
 
 int EtherSwitchBcm380::getOmciAction() {

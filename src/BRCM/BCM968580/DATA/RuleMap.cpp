@@ -8,6 +8,8 @@
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/TagRule.h"
 #include "hal/Text.h"
+#include "state/Facts.h"
+#include "state/Journal.h"
 
 std::map<vlanRuleKey, std::unique_ptr<VLAN_RULE_MAP_ENTRY>> m_VLAN_RULE_MAP_ENTRY;
 
@@ -39,13 +41,20 @@ VLAN_RULE_INFO* activeEnd(VLAN_RULE_MAP_ENTRY& entry) {
 
 int takeOutOfVlanCtl(const VLAN_RULE_MAP_ENTRY& entry, const VLAN_RULE_INFO& rule) {
     const VlanCtlSession session;
-    return vlanCtl_removeTagRule(entry.ifName, rule.dir, rule.nbrOfTags, rule.tagRuleId);
+    const int result = vlanCtl_removeTagRule(entry.ifName, rule.dir, rule.nbrOfTags, rule.tagRuleId);
+    if (result == 0) state::ruleTaken({entry.ifName, rule.dir, rule.nbrOfTags}, rule.tagRuleId);
+    return result;
+}
+
+void touched(const VLAN_RULE_MAP_ENTRY& entry) {
+    state::touched(state::Book::Rules, entry.ifName, entry.phyId);
 }
 
 // False when the active area is full.
 bool append(VLAN_RULE_MAP_ENTRY& entry, const VLAN_RULE_INFO& rule) {
     if (entry.nbrOfNewRules >= kMaxVlanRules) return false;
     entry.newRules[entry.nbrOfNewRules++] = rule;
+    touched(entry);
     return true;
 }
 
@@ -140,6 +149,7 @@ bool EtherSwitchBcm380::createVlanRuleMapEntry(const char* ifName, unsigned shor
     entry = std::make_unique<VLAN_RULE_MAP_ENTRY>();
     entry->phyId = phyId;
     std::memcpy(entry->ifName, ifName, strnlen(ifName, sizeof entry->ifName - 1));
+    touched(*entry);
     return true;
 }
 
@@ -199,6 +209,7 @@ bool EtherSwitchBcm380::copyVlanRuleMapEntry(const char* ifName, unsigned short 
         std::copy(entry->newRules, activeEnd(*entry), entry->oldRules);
         std::fill(entry->newRules, activeEnd(*entry), VLAN_RULE_INFO{});
         entry->nbrOfOldRules = std::exchange(entry->nbrOfNewRules, 0);
+        touched(*entry);
         std::printf("===> copyVlanRuleMapEntry, after, ifName=%s, phyId=%d, nbrOfNewRules=%d, nbrOfOldRules=%d\n",
                     ifName, phyId, static_cast<int>(entry->nbrOfNewRules), static_cast<int>(entry->nbrOfOldRules));
     } else {
@@ -221,6 +232,7 @@ bool EtherSwitchBcm380::removeVlanRuleMapEntry(const char* ifName, unsigned shor
         });
         std::fill_n(entry->oldRules, entry->nbrOfOldRules, VLAN_RULE_INFO{});
         entry->nbrOfOldRules = 0;
+        touched(*entry);
     } else {
         std::printf("Could not find BCM Rule Entry for %s, phyId=%d", printable(ifName), phyId);
     }
@@ -232,6 +244,8 @@ bool EtherSwitchBcm380::removeVlanRuleMapEntry(const char* ifName, unsigned shor
 
 void EtherSwitchBcm380::freeVlanRuleMapEntry(VLAN_RULE_MAP_ENTRY* entry) {
     if (entry == nullptr) return;
+    const state::BegunStep step(state::Step::FreeRules, entry->ifName, entry->phyId);
+    touched(*entry);
     std::for_each_n(entry->oldRules, entry->nbrOfOldRules, [&](const auto& rule) { takeOutOfVlanCtl(*entry, rule); });
     std::for_each_n(entry->newRules, entry->nbrOfNewRules, [&](const auto& rule) { takeOutOfVlanCtl(*entry, rule); });
     std::printf("===> freeVlanRuleMapEntry, ifName=%s, phyId=%d, nbrOfNewRules=%d, nbrOfOldRules=%d, tagRuleId=%d\n",
@@ -276,6 +290,7 @@ bool EtherSwitchBcm380::deleteVlanRuleIdFromMap(const char* ifName, unsigned sho
         std::printf("===> deleteVlanRuleIdFromMap,UNI ifName=%s, phyId=%d, ret=%d\n", ifName, phyId, 0);
         return false;
     }
+    touched(*entry);
     const VLAN_RULE_INFO removed = *slot;
     const int result = takeOutOfVlanCtl(*entry, removed);
     VLAN_RULE_INFO* const last = activeEnd(*entry) - 1;

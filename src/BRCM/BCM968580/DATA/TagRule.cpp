@@ -5,6 +5,8 @@
 
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/TagCodes.h"
+#include "state/Facts.h"
+#include "state/Journal.h"
 
 namespace {
 
@@ -59,6 +61,28 @@ std::optional<TpidDei> look(const TpidCode& code, std::uint32_t recordTpid) {
 
 int tagCountChange(std::uint32_t tagAction) {
     return tagAction < std::size(kTagCountChanges) ? kTagCountChanges[tagAction] : 0;
+}
+
+state::RuleTable tableOf(const TagRuleTable& table) {
+    return {table.device, table.direction, table.tags};
+}
+
+std::uint8_t narrow(std::uint32_t number) {
+    return static_cast<std::uint8_t>(number);
+}
+
+// The rules that the table has, asked of vlanctl once.
+std::uint32_t rulesBefore(const TagRuleTable& table) {
+    std::uint32_t count = 0;
+    if (state::rulesInTable(tableOf(table), &count)) return count;
+    unsigned int counted = 0;
+    if (vlanCtl_getNbrOfRulesInTable(table.device, table.direction, table.tags, &counted) == 0) count = counted;
+    state::noteRulesInTable(tableOf(table), count);
+    return count;
+}
+
+void noteIfLoose(const TagRuleTable& table, std::uint32_t id, bool recorded) {
+    if (!recorded && id != VLANCTL_DONT_CARE) state::ruleIsLoose(tableOf(table), id);
 }
 
 void pushOrPop(TagRule& rule, int change) {
@@ -116,16 +140,46 @@ TagRule& TagRule::revertTagCount(std::uint32_t tagAction) {
     return *this;
 }
 
+void insertComposedRule(const TagRuleTable& table, std::uint32_t* id) {
+    const auto insert = [&] {
+        return vlanCtl_insertTagRule(table.device, table.direction, table.tags, table.position, table.reference, id);
+    };
+    if (state::journal() == nullptr) {
+        insert();
+        return;
+    }
+    state::BegunStep step(state::Step::InsertRule, table.device, narrow(table.direction), narrow(table.tags),
+                          rulesBefore(table));
+    if (insert() != 0) return;
+    step.result(*id);
+    state::ruleAdded(tableOf(table));
+}
+
+std::uint32_t TagRule::insert(const TagRuleTable& table) {
+    std::uint32_t id = VLANCTL_DONT_CARE;
+    insertComposedRule(table, &id);
+    noteIfLoose(table, id, false);
+    return id;
+}
+
 bool TagRule::install(EtherSwitchBcm380& engine, const TagRuleTable& table, std::uint32_t phyId) {
-    const std::uint32_t id = insert(table);
-    return engine.insertVlanRuleMapEntry(table.device, static_cast<std::uint16_t>(phyId),
-                                         static_cast<std::uint16_t>(table.direction), table.tags, id);
+    const state::Operation operation;
+    std::uint32_t id = VLANCTL_DONT_CARE;
+    insertComposedRule(table, &id);
+    const bool recorded = engine.insertVlanRuleMapEntry(table.device, static_cast<std::uint16_t>(phyId),
+                                                        static_cast<std::uint16_t>(table.direction), table.tags, id);
+    noteIfLoose(table, id, recorded);
+    return recorded;
 }
 
 bool TagRule::install(EtherSwitchBcm380& engine, const TagRuleTable& table, std::uint32_t phyId,
                       const VlanExtVlanTagOper_t& row) {
-    const std::uint32_t id = insert(table);
-    return engine.insertVlanRuleMapEntry(table.device, static_cast<std::uint16_t>(phyId),
-                                         static_cast<std::uint16_t>(table.direction), table.tags, &row.outer_filter,
-                                         &row.inner_filter, id, row.etherType);
+    const state::Operation operation;
+    std::uint32_t id = VLANCTL_DONT_CARE;
+    insertComposedRule(table, &id);
+    const bool recorded = engine.insertVlanRuleMapEntry(table.device, static_cast<std::uint16_t>(phyId),
+                                                        static_cast<std::uint16_t>(table.direction), table.tags,
+                                                        &row.outer_filter, &row.inner_filter, id, row.etherType);
+    noteIfLoose(table, id, recorded);
+    return recorded;
 }

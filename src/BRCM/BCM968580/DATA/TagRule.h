@@ -99,12 +99,8 @@ public:
     TagRule& changeTagCount(std::uint32_t tagAction);
     TagRule& revertTagCount(std::uint32_t tagAction);
 
-    // Answers the rule's id, VLANCTL_DONT_CARE when vlanctl refused it.
-    std::uint32_t insert(const TagRuleTable& table) {
-        std::uint32_t id = VLANCTL_DONT_CARE;
-        vlanCtl_insertTagRule(table.device, table.direction, table.tags, table.position, table.reference, &id);
-        return id;
-    }
+    // Answers the rule's id, VLANCTL_DONT_CARE when vlanctl refused it. No map holds the rule.
+    std::uint32_t insert(const TagRuleTable& table);
     // Inserts and records the rule under the table's device and phyId; the second form with the filters of the tagging
     // row that it was made from. The result is that of the rule map.
     bool install(EtherSwitchBcm380& engine, const TagRuleTable& table, std::uint32_t phyId);
@@ -115,6 +111,10 @@ private:
     // Why no call is examined stands at the top.
     TagRule& unexamined(int /*vlanCtlResult*/) { return *this; }
 };
+
+// Asks vlanctl for the rule that was composed; its id is written to *id, when vlanctl takes it. The form for rules that
+// go into the rule map.
+void insertComposedRule(const TagRuleTable& table, std::uint32_t* id);
 
 constexpr std::uint32_t kTpidCustomer = 0x8100;
 

@@ -9,6 +9,7 @@
 #include "hal/SharedVariable.h"
 #include "hal/Shell.h"
 #include "hal/Text.h"
+#include "state/Journal.h"
 
 std::int16_t m_aniTagRuleId = 0;
 
@@ -50,6 +51,7 @@ bool removeMulticastRules(EtherSwitchBcm380& engine, const BridgeServiceProvisio
         return false;
     }
     m_aniTagRuleId = static_cast<std::int16_t>(entry->newRules[0].tagRuleId);
+    state::touched(state::Book::LastService);
     std::printf("m_aniTagRuleId:%d is!!!", m_aniTagRuleId);
     engine.deleteVlanRuleMapEntry(aniName.get(), gemIndex);
     return true;
@@ -86,6 +88,7 @@ bool EtherSwitchBcm380::deprovisionAniSideBridge(const BridgeServiceProvisioning
     stopSnooping(bridgeId);
     // Kept: counted for every service, multicast or not; the count is only tested against 0.
     addShared(multicastEnable, -1);
+    state::touched(state::Book::Multicast);
     if (bridgeProv->isMulticast != 0 && bridgeProv->multicastService != 0)
         return removeMulticastRules(*this, *bridgeProv);
 

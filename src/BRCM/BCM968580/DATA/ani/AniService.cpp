@@ -19,6 +19,7 @@
 #include "platform/gponctl.h"
 #include "platform/kit_numbers.h"
 #include "platform/vlanctl.h"
+#include "state/Journal.h"
 
 std::map<std::uint16_t, std::uint16_t> tGemPortMap;
 std::map<std::uint16_t, std::map<std::uint16_t, std::set<std::uint8_t>>> gemPortPbitToQMap;
@@ -103,6 +104,7 @@ int configureMulticast(EtherSwitchBcm380& engine, const BridgeServiceProvisionin
     const std::uint32_t uniPort = uni != m_BridgeIdToUniId.end() ? uni->second : 0;
     std::printf("bridgeProv->innerVlanIdFilter %u uniport %u", record.innerVlanIdFilter, uniPort);
     addShared(EtherSwitchBcm380::multicastEnable, 1);
+    state::touched(state::Book::Multicast);
     engine.configureDsMcastIngress_rule(&record, static_cast<std::uint16_t>(uniPort), gemIndex);
     mcast = 0;
     return record.multicastService;
@@ -186,15 +188,18 @@ void EtherSwitchBcm380::fillUpPbitData(const BridgeServiceProvisioning* bridgePr
         if (mapped == bridgeProv->pbitMap.end()) continue;
         xgemPortIdForPbit[pbit] = mapped->second.first;
         xgemUpstremQueueForPbit[pbit] = mapped->second.second;
+        state::touched(state::Book::PbitGem, pbit);
     }
 }
 
 bool EtherSwitchBcm380::insertGemPortPbitToQMap(std::uint16_t gemPortId, std::uint8_t pbit, std::uint16_t qid) {
     gemPortPbitToQMap[gemPortId][qid].insert(pbit);
+    state::touched(state::Book::PbitQueues, gemPortId);
     return true;
 }
 
 void EtherSwitchBcm380::clearGemPortPbitToQMap() {
+    for (const auto& port : gemPortPbitToQMap) state::touched(state::Book::PbitQueues, port.first);
     gemPortPbitToQMap.clear();
 }
 
@@ -238,6 +243,7 @@ bool EtherSwitchBcm380::getGemIdxFromGemPortMapEntry(std::uint16_t gemPortId, st
 bool EtherSwitchBcm380::insertGemPortMapEntry(std::uint16_t gemPortId, std::uint16_t gemIdx) {
     const bool inserted = tGemPortMap.emplace(gemPortId, gemIdx).second;
     if (inserted) {
+        state::touched(state::Book::ServiceGem, gemPortId);
         std::printf("Inserted GemPort:%u with GemIndex:%u", gemPortId, gemIdx);
     } else {
         std::printf("Already exists GemPort:%u with GemIndex:%u", gemPortId, gemIdx);

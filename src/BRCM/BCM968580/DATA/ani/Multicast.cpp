@@ -12,6 +12,7 @@
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "hal/Text.h"
 #include "platform/vlanctl.h"
+#include "state/Journal.h"
 
 std::uint8_t mcast = 0;
 std::int32_t mcastGemPortId = 0;
@@ -106,6 +107,7 @@ int EtherSwitchBcm380::configureDsMcastIngress_rule(const BridgeServiceProvision
 void EtherSwitchBcm380::setMcastGemInfo(int gemPortId, int gemPortIndex) {
     mcastGemPortId = gemPortId;
     mcastGemPortIndex = gemPortIndex;
+    state::touched(state::Book::Multicast);
     ENGINE_LOG("setMcastGemInfo", kDataProvSource, kLogTrace, "Setting mcastGemPortId: %d, mcastGemPortIndex: %d\n",
                gemPortId, gemPortIndex);
 }
@@ -119,6 +121,7 @@ void EtherSwitchBcm380::getMcastGemInfo(int* gemPortId, int* gemPortIndex) {
 
 void EtherSwitchBcm380::setProtocolNumber(unsigned char protocol) {
     protocolNumber = protocol;
+    state::touched(state::Book::LastService);
 }
 
 int EtherSwitchBcm380::updateMcpdConf() {

@@ -12,6 +12,7 @@
 
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
+#include "state/Journal.h"
 
 std::map<serviceKey, OwnedBlock<OMCI_SERVICE_MAP_ENTRY>> m_SERVICE_MAP_ENTRY;
 
@@ -47,6 +48,10 @@ OMCI_SERVICE_MAP_ENTRY* entryAt(const serviceKey& key) {
     if (!mapStands) return nullptr;
     const auto found = m_SERVICE_MAP_ENTRY.find(key);
     return found != m_SERVICE_MAP_ENTRY.end() ? found->second.get() : nullptr;
+}
+
+void touched(const serviceKey& key) {
+    state::touched(state::Book::Services, key.ifName, key.vlanId, key.pbits);
 }
 
 void printLookUp(bool found, const serviceKey& key, unsigned short phyId) {
@@ -86,6 +91,23 @@ bool copyOmciServiceMapEntry(const OMCI_SERVICE_MAP_ENTRY& request, OMCI_SERVICE
     }
     printLookUp(found, key, lowHalf(request.gemPortIndex));
     return found;
+}
+
+bool putBackService(const OMCI_SERVICE_MAP_ENTRY& entry) {
+    OwnedEntry copy(static_cast<OMCI_SERVICE_MAP_ENTRY*>(std::malloc(sizeof entry)));
+    if (copy == nullptr) return false;
+    *copy = entry;
+    const std::lock_guard<std::mutex> lock(serviceMapLock);
+    if (!m_SERVICE_MAP_ENTRY.emplace(keyOf(entry), std::move(copy)).second) return false;
+    ++serviceCount;
+    return true;
+}
+
+void forgetServices() {
+    for (const auto& service : m_SERVICE_MAP_ENTRY) touched(service.first);
+    const std::lock_guard<std::mutex> lock(serviceMapLock);
+    m_SERVICE_MAP_ENTRY.clear();
+    serviceCount = 0;
 }
 
 int EtherSwitchBcm380::findOmciServiceMapEntry(const char* ifName, unsigned short phyId, unsigned short vlanId,
@@ -133,6 +155,7 @@ int EtherSwitchBcm380::omciServiceCreateMapEntry(OMCI_SERVICE_MAP_ENTRY* entry) 
     }
     std::printf("\nCreate OMCI Service Entry for pbits=%d, vlanId=%d, ifName=%s gemPortIndex=%d\n", entry->pbits,
                 entry->vlanId, key.ifName.c_str(), entry->gemPortIndex);
+    touched(key);
     const std::lock_guard<std::mutex> lock(serviceMapLock);
     if (m_SERVICE_MAP_ENTRY.emplace(key, std::move(copy)).second) ++serviceCount;
     return 1;
@@ -155,6 +178,7 @@ int EtherSwitchBcm380::omciServiceDeleteMapEntry(int phyId, const char* ifName, 
         erased = m_SERVICE_MAP_ENTRY.erase(key) == 1;
         if (erased) --serviceCount;
     }
+    touched(key);
     // Kept: both texts carry the rule map's name.
     std::printf(
         "%s", erased ? "freeVlanRuleMapEntry: Entry deleted\n " : "freeVlanRuleMapEntry: Entry not found to delete\n ");

@@ -18,6 +18,8 @@
 #include "hal/Shell.h"
 #include "hal/Text.h"
 #include "platform/devctl.h"
+#include "state/Facts.h"
+#include "state/Journal.h"
 
 namespace {
 
@@ -175,6 +177,7 @@ int EtherSwitchBcm380::createVeipVlanInterface() {
         std::printf("Failed to create %s since %s does not exist yet", kVeipDevice, kVeipRealDevice);
     } else {
         std::printf("VEIP: DEV_INTERFACE: %s, VlanName: %s", kVeipRealDevice, kVeipDevice);
+        const state::BegunStep step(state::Step::MakeDevice, kVeipDevice);
         {
             const VlanCtlSession session;
             vlanCtl_setIfSuffix(".");
@@ -186,6 +189,7 @@ int EtherSwitchBcm380::createVeipVlanInterface() {
             }
         }
         if (isInterfaceExisted(kVeipDevice)) {
+            state::deviceMade(kVeipDevice);
             disableIPv6(kVeipDevice);
             unsigned char mac[6] = {};
             char macText[18] = {};
@@ -213,7 +217,7 @@ int EtherSwitchBcm380::insertUniTagRules(unsigned int phyId, char* devIfc, char*
             for (const std::uint32_t direction : {VLANCTL_DIRECTION_RX, VLANCTL_DIRECTION_TX}) {
                 TagRule rule;
                 rule.bind(direction, vlanIfc);
-                vlanCtl_insertTagRule(devIfc, direction, tags, VLANCTL_POSITION_APPEND, VLANCTL_DONT_CARE, &tagRuleId);
+                insertComposedRule({devIfc, direction, tags}, &tagRuleId);
                 insertVlanRuleMapEntry(devIfc, phy, static_cast<unsigned short>(direction), tags, tagRuleId);
             }
         }
@@ -291,6 +295,7 @@ int EtherSwitchBcm380::gpon_deleteRules(unsigned short gemPort, unsigned short b
                 bridgeId, filterType, noOfEntries);
     int ret = -1;
     if (configVeip(false, gemPort, bridgeId, filterType, noOfEntries, vlanFilterList) == 0) {
+        const state::BegunStep step(state::Step::RemoveVeip, bridgeId, gemPort);
         removeVeipInterface();
         sleep(1);
         const int teardown = rule_teardownVeipVlanInterface(true);
@@ -317,7 +322,7 @@ int EtherSwitchBcm380::rule_teardownVeipVlanInterface(bool deleteIfc) {
         runShell(FixedText<50>("ifconfig %s down", kVeipDevice).get());
         if (deleteIfc) {
             const VlanCtlSession session;
-            vlanCtl_deleteVlanInterface(kVeipDevice);
+            if (vlanCtl_deleteVlanInterface(kVeipDevice) == 0) state::deviceGone(kVeipDevice);
         }
     } else {
         std::printf("Interface %s not exist.", kVeipDevice);

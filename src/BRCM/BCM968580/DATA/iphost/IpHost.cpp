@@ -8,8 +8,11 @@
 #include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/TagRule.h"
+#include "BRCM/BCM968580/DATA/iphost/IpHostCheck.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
 #include "hal/Text.h"
+#include "state/Facts.h"
+#include "state/Journal.h"
 
 int EtherSwitchBcm380::numServices = 0;
 
@@ -71,13 +74,6 @@ bool areAddressTexts(const char* operation, const CheckedText (&texts)[Count]) {
     return true;
 }
 
-bool isSafeRecord(const char* operation, const IpHostProvision& rec) {
-    return areAddressTexts(operation, {{"ipAddress", rec.ipAddress, CheckedText::Kind::Ip},
-                                       {"subnetMask", rec.subnetMask, CheckedText::Kind::Ip},
-                                       {"gateway", rec.gateway, CheckedText::Kind::Ip},
-                                       {"macAddress", rec.macAddress, CheckedText::Kind::Mac}});
-}
-
 bool isSafeFirstMac(const char* operation, const std::string& firstMac) {
     return areAddressTexts(operation, {{"first MAC of the board", firstMac, CheckedText::Kind::Mac}});
 }
@@ -123,6 +119,11 @@ void deliverToCpu(IpHostCommands& commands, const char* routedMac) {
     commands.addKey(routedMac);
 }
 
+// The shell deletes the bridge, and says nothing.
+void noteBridge(EtherSwitchBcm380& engine, const char* bridge) {
+    if (state::journal() != nullptr && !engine.isInterfaceExisted(bridge)) state::deviceGone(bridge);
+}
+
 void joinSharedBridge(EtherSwitchBcm380& engine, IpHostCommands& commands, const char* bridgeName,
                       const IpHostProvision& rec) {
     commands.downForSharedBridge(bridgeName);
@@ -130,6 +131,12 @@ void joinSharedBridge(EtherSwitchBcm380& engine, IpHostCommands& commands, const
     DeviceName aniVirtualName;
     engine.getVirtualInterfaceName(PHY_GPON, rec.bridgeId, rec.bridgeId, aniVirtualName.get());
     commands.joinSharedBridge(aniVirtualName.get());
+    noteBridge(engine, bridgeName);
+}
+
+void countHosts(int change) {
+    EtherSwitchBcm380::numServices += change;
+    state::touched(state::Book::IpHostCount);
 }
 
 void announce(EtherSwitchBcm380& engine, const char* ifName, const IpHostProvision& rec, const char* routedMac) {
@@ -144,9 +151,18 @@ void announce(EtherSwitchBcm380& engine, const char* ifName, const IpHostProvisi
 
 }  // namespace
 
+bool isSafeIpHost(const char* operation, const IpHostProvision& host) {
+    return areAddressTexts(operation, {{"ipAddress", host.ipAddress, CheckedText::Kind::Ip},
+                                       {"subnetMask", host.subnetMask, CheckedText::Kind::Ip},
+                                       {"gateway", host.gateway, CheckedText::Kind::Ip},
+                                       {"macAddress", host.macAddress, CheckedText::Kind::Mac}});
+}
+
 bool EtherSwitchBcm380::provisionIpHostStatic(const IpHostProvision* rec) {
-    if (rec == nullptr || !isSafeRecord(__func__, *rec) || !isSafeFirstMac(__func__, readFirstMac())) return false;
-    ++numServices;
+    if (rec == nullptr || !isSafeIpHost(__func__, *rec) || !isSafeFirstMac(__func__, readFirstMac())) return false;
+    const state::Operation operation;
+    countHosts(1);
+    state::ipHostStands(rec->bridgeId, rec->uniPort, rec->macAddress, rec->ipAddress, false);
     ENGINE_LOG(__func__, kDataProvSource, kLogError, "PROVISION IP HOST STATIC \n");
     IpHostNames names(*rec);
     if (rec->useSharedBridge == 0) {
@@ -162,8 +178,10 @@ bool EtherSwitchBcm380::provisionIpHostStatic(const IpHostProvision* rec) {
 }
 
 bool EtherSwitchBcm380::provisionIpHostDynamic(const IpHostProvision* rec) {
-    if (rec == nullptr || !isSafeRecord(__func__, *rec) || !isSafeFirstMac(__func__, readFirstMac())) return false;
-    ++numServices;
+    if (rec == nullptr || !isSafeIpHost(__func__, *rec) || !isSafeFirstMac(__func__, readFirstMac())) return false;
+    const state::Operation operation;
+    countHosts(1);
+    state::ipHostStands(rec->bridgeId, rec->uniPort, rec->macAddress, rec->ipAddress, true);
     ENGINE_LOG(__func__, kDataProvSource, kLogError,
                "DYNAMIC IPHOST PROVISIONING Received with allocId:%u, gemId:%u, ipOptions:%u, BridgeId(%u), "
                "UniPort(%u), NniPort(%u)",
@@ -187,7 +205,7 @@ int EtherSwitchBcm380::addIngressQueueKeyMask() {
 
 bool EtherSwitchBcm380::activateIpv4InterfaceStatic(const char* ifName, const char* bridgeName,
                                                     const IpHostProvision* rec) {
-    if (ifName == nullptr || bridgeName == nullptr || rec == nullptr || !isSafeRecord(__func__, *rec)) return false;
+    if (ifName == nullptr || bridgeName == nullptr || rec == nullptr || !isSafeIpHost(__func__, *rec)) return false;
     std::string routedMac;
     if (!getRoutedMac(__func__, *rec, &routedMac)) return false;
     const char* mac = routedMac.c_str();
@@ -214,7 +232,7 @@ bool EtherSwitchBcm380::activateIpv4InterfaceStatic(const char* ifName, const ch
 
 bool EtherSwitchBcm380::activateIpv4InterfaceDynamic(const char* ifName, const char* bridgeName,
                                                      const IpHostProvision* rec) {
-    if (ifName == nullptr || bridgeName == nullptr || rec == nullptr || !isSafeRecord(__func__, *rec)) return false;
+    if (ifName == nullptr || bridgeName == nullptr || rec == nullptr || !isSafeIpHost(__func__, *rec)) return false;
     std::string routedMac;
     if (!getRoutedMac(__func__, *rec, &routedMac)) return false;
     const char* mac = routedMac.c_str();
@@ -227,15 +245,19 @@ bool EtherSwitchBcm380::activateIpv4InterfaceDynamic(const char* ifName, const c
     }
     commands.upWithMac(bridgeName, mac);
     commands.upWithMtu(ifName, mac);
+    // A client that an operation before the daemon's restart had begun to start.
+    if (state::takeLeftDhcpClient(rec->bridgeId, rec->uniPort)) commands.killDhcpClient(ifName);
+    const state::BegunStep step(state::Step::StartDhcp, rec->bridgeId, rec->uniPort);
     commands.startDhcpClient(ifName);
     return true;
 }
 
 bool EtherSwitchBcm380::deprovisionIpHost(const IpHostProvision* rec) {
-    if (rec == nullptr || !isSafeRecord(__func__, *rec)) return false;
+    if (rec == nullptr || !isSafeIpHost(__func__, *rec)) return false;
     ENGINE_LOG(__func__, kDataProvSource, kLogError,
                "DEPROVISION IPHOST Recevied for allocId:%u, gemId:%u bridgeId:%u uniportid:%u", rec->allocId,
                rec->gemId, rec->bridgeId, rec->uniPort);
+    const state::Operation operation;
     const IpHostNames names(*rec);
     IpHostCommands commands(*this);
     commands.downForRemoval(names.bridge.get());
@@ -246,7 +268,9 @@ bool EtherSwitchBcm380::deprovisionIpHost(const IpHostProvision* rec) {
         commands.deleteHostFlowClass();
         commands.removeKeyMask();
     }
-    --numServices;
+    countHosts(-1);
+    state::ipHostGone(rec->bridgeId, rec->uniPort);
+    noteBridge(*this, names.bridge.get());
     commands.killDhcpClient(names.interface.get());
     if (std::FILE* file = std::fopen(kDhcpInterfaceFile, "w")) {
         std::fputc('\n', file);

@@ -6,6 +6,7 @@
 #include "BRCM/BCM968580/DATA/uni/UniTagging.h"
 #include "hal/Shell.h"
 #include "hal/Text.h"
+#include "state/Facts.h"
 
 namespace uni_tagging {
 namespace {
@@ -37,6 +38,7 @@ void installDscpShortcut(std::uint16_t uniPort, std::uint16_t bridgeId, std::uin
     const int lanPort = uniPort - 1;
     const int pbitTable = bridgeId - kFirstPbitTableBridge;
 
+    state::dscpShortcut(uniPort, true);
     deleteClassAndAction(classIndex, actionIndex);
     run(CommandText("bs /b/n ingress_class/dir=us,index=%d,cfg={type=flow,fields=ingress_port+vlan_num+etype,prty=%d}",
                     classIndex, classIndex));
@@ -64,6 +66,7 @@ void installDscpShortcut(std::uint16_t uniPort, std::uint16_t bridgeId, std::uin
 
 void removeDscpShortcut(std::uint16_t uniPort) {
     deleteClassAndAction(uniPort + kFirstClassIndex, uniPort + kFirstActionIndex);
+    state::dscpShortcut(uniPort, false);
 }
 
 }  // namespace uni_tagging

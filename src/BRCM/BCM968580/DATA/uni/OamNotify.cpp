@@ -4,6 +4,7 @@
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/uni/UniTagging.h"
+#include "state/Journal.h"
 
 namespace uni_tagging {
 namespace {
@@ -58,6 +59,7 @@ private:
         }
         if (takesPbitsFromDscp()) {
             m_dscpConfigInfo[uniPort_] = true;
+            touchMarks();
             std::printf(
                 "Setting DSCP mapped vlan Model is configured uniVirtualName:%s aniVirtualName:%s stag: %d "
                 "ceVlanId: %d \n",
@@ -127,6 +129,7 @@ private:
             return;
         }
         m_cTagConfigInfo[uniPort_] = true;
+        touchMarks();
         std::printf(
             "Setting cTag vlan Model is configured uniVirtualName:%s aniVirtualName:%s stag: %d ceVlanId: %d \n", uni_,
             ani_, stag_, ceVlanId_);
@@ -154,6 +157,8 @@ private:
     }
 
     // ---- both ----
+
+    void touchMarks() const { state::touched(state::Book::ModelMarks, std::uint32_t{uniPort_}); }
 
     bool takesPbitsFromDscp() const {
         return row_.outer_treatment.prio == kPrioFromDscp || row_.inner_treatment.prio == kPrioFromDscp;

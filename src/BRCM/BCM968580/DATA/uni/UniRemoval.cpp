@@ -6,6 +6,8 @@
 #include "BRCM/BCM968580/DATA/uni/UniTagging.h"
 #include "hal/Text.h"
 #include "platform/vlanctl.h"
+#include "state/Facts.h"
+#include "state/Journal.h"
 
 using namespace uni_tagging;
 
@@ -14,6 +16,7 @@ namespace {
 void clearModelMarks(std::uint32_t uniPort) {
     m_dscpConfigInfo[uniPort] = false;
     m_cTagConfigInfo[uniPort] = false;
+    state::touched(state::Book::ModelMarks, uniPort);
     std::printf("dscpConfigInfo and cTagConfigInfo setting FALSE on Uni Port: %d \n", static_cast<int>(uniPort));
 }
 
@@ -41,6 +44,9 @@ bool EtherSwitchBcm380::deprovisionUniSideDataServiceRules(const UniDataProvisio
     // Kept: the line alone; the OAM hook is not called for a row.
     std::printf("sendCeVlanDeleteNotificationToETHOAM on uniPort : %d  !!!", uniPort);
 
+    const state::BegunStep step(state::Step::RemoveRow, uniInterface.get(), uniPort, row.outer_filter.prio,
+                                row.outer_filter.vlanId, row.outer_filter.tpid_de, row.inner_filter.prio,
+                                row.inner_filter.vlanId, row.inner_filter.tpid_de);
     for (const auto direction : {VLANCTL_DIRECTION_RX, VLANCTL_DIRECTION_TX}) {
         deleteVlanRuleIdFromMap(uniInterface.get(), uniPort, static_cast<std::uint16_t>(direction), &row.outer_filter,
                                 &row.inner_filter);
@@ -67,6 +73,7 @@ bool EtherSwitchBcm380::deConfigureUniTagRules(std::uint16_t uniPort, std::uint1
     }
     removeDscpShortcut(uniPort);
     unsetDscpToPbitsTable(uniInterface.get());
+    const state::BegunStep step(state::Step::RemoveUni, uniPort, bridgeId);
     flushUniSideVlanRules(bridgeId, uniPort);
     clearModelMarks(uniPort);
     removeUniInterfaceFromBridgeGroup(bridgeId, uniPort);
@@ -75,8 +82,10 @@ bool EtherSwitchBcm380::deConfigureUniTagRules(std::uint16_t uniPort, std::uint1
 
 bool EtherSwitchBcm380::deConfigureUniInterface(std::uint16_t uniPort, std::uint16_t bridgeId) {
     std::printf("EtherSwitchBcm380::deConfigureUniInterface through TMB-->TME-->SME-->SEBCM380");
+    const state::Operation operation;
     const bool deleted = deleteUniInterface(bridgeId, uniPort);
     m_BridgeIdToUniId.erase(bridgeId);
+    state::touched(state::Book::BridgeUni, std::uint32_t{bridgeId});
     return deleted;
 }
 
@@ -97,6 +106,7 @@ bool EtherSwitchBcm380::deprovisionUniSideBridge(const BridgeServiceProvisioning
     getVirtualInterfaceName(PHY_ETHERNET, uniIndex(uniPort), bridgeId, uniVirtual.get());
     getVirtualInterfaceName(PHY_GPON, bridgeId, bridgeId, aniVirtual.get());
 
+    const state::BegunStep step(state::Step::RemoveUni, uniPort, bridgeId);
     flushUniSideVlanRules(bridgeId, uniPort);
     unsetDscpToPbitsTable(uniInterface.get());
     clearModelMarks(uniPort);
@@ -106,6 +116,7 @@ bool EtherSwitchBcm380::deprovisionUniSideBridge(const BridgeServiceProvisioning
         "Deleting m_BridgeIdToUniId in deproBridge to m_BridgeIdToUniId CONFIGURE BRIDGE: bridgeId:%d, uniPort:%d \n",
         bridgeId, uniPort);
     m_BridgeIdToUniId.erase(association);
+    state::touched(state::Book::BridgeUni, std::uint32_t{bridgeId});
     return true;
 }
 
