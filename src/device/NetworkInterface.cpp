@@ -48,6 +48,14 @@ InterfaceResult setInterfaceMtu(const char* name, int mtu) {
     return RequestSocket().send(SIOCSIFMTU, record);
 }
 
+InterfaceResult takeInterfaceDown(const char* name) {
+    ifreq record = requestFor(name);
+    const InterfaceResult known = RequestSocket().send(SIOCGIFFLAGS, record);
+    if (known != InterfaceResult::Done) return known;
+    record.ifr_flags = static_cast<short>(record.ifr_flags & ~(IFF_UP | IFF_RUNNING));
+    return RequestSocket().send(SIOCSIFFLAGS, record);
+}
+
 int interfaceIndex(const char* name) {
     if (name == nullptr) return -1;
     ifreq record = requestFor(name);

@@ -16,6 +16,8 @@ constexpr int kInterfaceMtu = 1500;
 // name is not null; at most 15 characters of it are used. Each opens a socket of its own and closes it.
 InterfaceResult setInterfaceFlags(const char* name, unsigned short flags);
 InterfaceResult setInterfaceMtu(const char* name, int mtu);
+// Takes the flags "up" and "running" away and leaves the others.
+InterfaceResult takeInterfaceDown(const char* name);
 int interfaceIndex(const char* name);  // -1 for null, without a socket, and for an unknown name
 
 #endif

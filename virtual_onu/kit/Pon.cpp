@@ -314,7 +314,7 @@ int gponCtl_getGemPort(GponCtlGemPort* record) {
             std::fill(std::begin(record->output), std::end(record->output), std::uint8_t{0});
             record->output[0] = static_cast<std::uint8_t>(port->allocId & 0xff);
             record->output[1] = static_cast<std::uint8_t>(port->allocId >> 8);
-            record->output[2] = port->enabled ? 1 : 0;
+            record->output[GPONCTL_GEM_PORT_OUTPUT_ENABLED] = port->enabled ? 1 : 0;
             return 0;
         });
 }

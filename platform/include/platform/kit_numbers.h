@@ -7,6 +7,8 @@
 
 // A GEM index of this value asks the driver to choose (configure) or to look the port up by its id (query).
 #define GPONCTL_GEM_INDEX_UNKNOWN 0xFFFFu
+// gponCtl_getGemPort: the byte of `output` that is 1 while the port is enabled.
+#define GPONCTL_GEM_PORT_OUTPUT_ENABLED 2
 // gponCtl_configGemPort: the driver has this GEM port already.
 #define GPONCTL_ERROR_GEM_PORT_EXISTS 258
 

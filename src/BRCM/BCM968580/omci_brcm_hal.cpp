@@ -3,15 +3,18 @@
 #include <algorithm>
 #include <climits>
 #include <cstdio>
+#include <cstdlib>
 
 #include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "device/Counters.h"
 #include "device/DeviceInfo.h"
 #include "device/MacText.h"
 #include "device/NetworkInterface.h"
+#include "hal/HalState.h"
 #include "hal/Text.h"
 #include "platform/devctl.h"
 #include "platform/kit_numbers.h"
+#include "state/Journal.h"
 #include "xpon/OnuXponHalAdapterBCM.h"
 
 std::string VornBrcmHal::ipHostMac;
@@ -68,6 +71,8 @@ int VornBrcmHal::vorn_test_call() {
 }
 
 int VornBrcmHal::vorn_omci_hal_init() {
+    if (const char* const path = std::getenv(VORN_HAL_STATE_VARIABLE); path != nullptr && *path != '\0')
+        vorn_hal_state_open(path);
     if (engine == nullptr) return kSuccess;  // Kept: a daemon without an engine starts as if all were well
     return engine->omcid_initCms() != 0 ? kFailure : kSuccess;
 }
@@ -89,6 +94,7 @@ int VornBrcmHal::vorn_omci_hal_port_enable_get(unsigned int port, unsigned int* 
 
 int VornBrcmHal::vorn_omci_hal_provisionIpHost(const IpHostProvision* host) {
     if (engine == nullptr || host == nullptr) return kFailure;
+    const state::Operation operation;
     if (host->dhcpEnabled != 0) {
         engine->provisionIpHostDynamic(host);
     } else {
@@ -99,6 +105,7 @@ int VornBrcmHal::vorn_omci_hal_provisionIpHost(const IpHostProvision* host) {
 
 int VornBrcmHal::vorn_omci_hal_deprovisionIpHost(const IpHostProvision* host) {
     if (engine == nullptr || host == nullptr) return kFailure;
+    const state::Operation operation;
     std::printf("Inside BRCM-HAL, calling deprovisionIpHost");
     engine->deprovisionIpHost(host);
     return kSuccess;
@@ -106,6 +113,7 @@ int VornBrcmHal::vorn_omci_hal_deprovisionIpHost(const IpHostProvision* host) {
 
 int VornBrcmHal::vorn_hal_set_omci_action(int action) {
     if (engine == nullptr) return kFailure;
+    const state::Operation operation;
     engine->setOmciAction(action);
     return kSuccess;
 }
@@ -155,18 +163,21 @@ int VornBrcmHal::vorn_omci_hal_pm_get(void* request, void* result) {
 
 int VornBrcmHal::vorn_omci_hal_tcont_set(void* /*unused*/, void* record) {
     if (record == nullptr) return kFailure;
+    const state::Operation operation;
     OnuXponHalAdapterBCM::getInstance()->provisionTCont(*static_cast<const TContProvisioning*>(record));
     return kSuccess;
 }
 
 int VornBrcmHal::vorn_omci_hal_tcont_reset(void* /*unused*/, void* record) {
     if (record == nullptr) return kFailure;
+    const state::Operation operation;
     OnuXponHalAdapterBCM::getInstance()->deprovisionTCont(*static_cast<const TContProvisioning*>(record));
     return kSuccess;
 }
 
 int VornBrcmHal::vorn_omci_hal_gemflow_add(void* record) {
     if (record == nullptr) return kFailure;
+    const state::Operation operation;
     OnuXponHalAdapterBCM* const adapter = OnuXponHalAdapterBCM::getInstance();
     if (adapter != nullptr) adapter->configureXGEM(*static_cast<const XGEMConfig*>(record));
     return kSuccess;
@@ -174,6 +185,7 @@ int VornBrcmHal::vorn_omci_hal_gemflow_add(void* record) {
 
 int VornBrcmHal::vorn_omci_hal_gemflow_del(void* record) {
     if (record == nullptr) return kFailure;
+    const state::Operation operation;
     OnuXponHalAdapterBCM* const adapter = OnuXponHalAdapterBCM::getInstance();
     if (adapter != nullptr) adapter->deconfigureXGEM(*static_cast<const XGEMConfig*>(record));
     return kSuccess;
@@ -181,6 +193,7 @@ int VornBrcmHal::vorn_omci_hal_gemflow_del(void* record) {
 
 int VornBrcmHal::vorn_omci_hal_set_gemPortStatus(void* record) {
     if (record == nullptr) return kFailure;
+    const state::Operation operation;
     OnuXponHalAdapterBCM* const adapter = OnuXponHalAdapterBCM::getInstance();
     if (adapter != nullptr) {
         const auto* status = static_cast<const XgemStatusRecord*>(record);
@@ -193,6 +206,7 @@ int VornBrcmHal::vorn_omci_hal_set_gemPortStatus(void* record) {
 
 int VornBrcmHal::vorn_omci_hal_filter_flow_add(void* record) {
     if (engine == nullptr || record == nullptr) return kFailure;
+    const state::Operation operation;
     auto& uni = *static_cast<UniDataProvisioning*>(record);
     std::printf("\n Inside BRCM-HAL, flow add \n");
     swapUniPort(uni);  // Kept: in the caller's record, the daemon relies on it
@@ -210,6 +224,7 @@ int VornBrcmHal::vorn_omci_hal_filter_flow_add(void* record) {
 
 int VornBrcmHal::vorn_omci_hal_configureBridge(unsigned short bridgeId, unsigned short uniPort) {
     if (engine == nullptr) return kFailure;
+    const state::Operation operation;
     std::printf("Inside BRCM-HAL, calling configureBridge");
     engine->configureBridge(bridgeId, uniPort, false);
     return kSuccess;
@@ -217,6 +232,7 @@ int VornBrcmHal::vorn_omci_hal_configureBridge(unsigned short bridgeId, unsigned
 
 int VornBrcmHal::vorn_omci_hal_configureAniTagRules(const BridgeServiceProvisioning* service) {
     if (engine == nullptr || service == nullptr) return kFailure;
+    const state::Operation operation;
     std::printf("Inside BRCM-HAL, calling configureAniTagRules");
     engine->configureAniTagRules(service);
     return kSuccess;
@@ -224,6 +240,7 @@ int VornBrcmHal::vorn_omci_hal_configureAniTagRules(const BridgeServiceProvision
 
 int VornBrcmHal::vorn_omci_hal_unsetPbitData(const BridgeServiceProvisioning* service) {
     if (engine == nullptr || service == nullptr) return kFailure;
+    const state::Operation operation;
     std::printf("Inside BRCM-HAL, calling unsetPbitData");
     engine->unsetPbitData(service);
     return kSuccess;
@@ -231,6 +248,7 @@ int VornBrcmHal::vorn_omci_hal_unsetPbitData(const BridgeServiceProvisioning* se
 
 int VornBrcmHal::vorn_omci_hal_deprovisionAniSideBridge(const BridgeServiceProvisioning* service) {
     if (engine == nullptr || service == nullptr) return kFailure;
+    const state::Operation operation;
     std::printf("Inside BRCM-HAL, calling deprovisionAniSideBridge");
     engine->deprovisionAniSideBridge(service);
     return kSuccess;
@@ -238,6 +256,7 @@ int VornBrcmHal::vorn_omci_hal_deprovisionAniSideBridge(const BridgeServiceProvi
 
 int VornBrcmHal::vorn_omci_hal_deprovisionUniSideBridge(const BridgeServiceProvisioning* service) {
     if (engine == nullptr || service == nullptr) return kFailure;
+    const state::Operation operation;
     std::printf("Inside BRCM-HAL, calling deprovisionUniSideBridge");
     engine->deprovisionUniSideBridge(service);
     return kSuccess;
@@ -247,6 +266,7 @@ int VornBrcmHal::vorn_omci_hal_veip_createRules(unsigned short gemPort, unsigned
                                                 unsigned short filterType, unsigned char numberOfEntries,
                                                 const unsigned char* filterList, unsigned short trafficType) {
     if (engine == nullptr || filterList == nullptr) return kFailure;
+    const state::Operation operation;
     std::printf("Inside BRCM-HAL, calling VEIP creation");
     engine->gpon_createRules(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType);
     return kSuccess;
@@ -256,6 +276,7 @@ int VornBrcmHal::vorn_omci_hal_veip_deleteRules(unsigned short gemPort, unsigned
                                                 unsigned short filterType, unsigned char numberOfEntries,
                                                 const unsigned char* filterList, unsigned short trafficType) {
     if (engine == nullptr || filterList == nullptr) return kFailure;
+    const state::Operation operation;
     std::printf("Inside BRCM-HAL, calling VEIP delete");
     engine->gpon_deleteRules(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType);
     return kSuccess;

@@ -1,0 +1,14 @@
+// What a state file says against what the device has.
+#ifndef BRCM_BCM968580_DATA_RESTART_COMPARE_H
+#define BRCM_BCM968580_DATA_RESTART_COMPARE_H
+
+namespace restart {
+
+// Compares devices and their bridges, T-CONTs, GEM ports with index and state, and the number of rules in each table.
+// What the device no longer has is forgotten, what it has too much is named, one log line each; the device is only
+// read.
+void compareWithDevice();
+
+}  // namespace restart
+
+#endif

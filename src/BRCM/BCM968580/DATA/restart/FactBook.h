@@ -1,0 +1,51 @@
+// The facts of a state file: what it says of the device beyond the library's maps.
+#ifndef BRCM_BCM968580_DATA_RESTART_FACT_BOOK_H
+#define BRCM_BCM968580_DATA_RESTART_FACT_BOOK_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace restart {
+
+struct Table {
+    std::string device;
+    std::uint8_t direction;
+    std::uint8_t tags;
+    std::uint32_t rules;  // in the table, as noted
+};
+struct LooseRule {
+    std::string device;
+    std::uint8_t direction;
+    std::uint8_t tags;
+    std::uint32_t id;
+};
+struct Member {
+    std::string device;
+    std::string bridge;
+};
+struct GemPortState {
+    std::uint16_t gemPortId;
+    bool up;
+};
+struct IpHost {
+    std::uint16_t bridgeId;
+    std::uint16_t uniPort;
+    std::string mac;
+    std::string address;
+    bool dhcp;
+};
+
+// What the open state file says now, in the order of the names or numbers.
+std::vector<std::string> knownDevices();
+std::vector<Member> knownMembers();
+std::vector<Table> knownTables();
+std::vector<LooseRule> knownLooseRules();
+std::vector<GemPortState> knownGemPorts();
+std::vector<IpHost> knownIpHosts();
+std::vector<std::uint16_t> knownDscpShortcuts();     // UNI ports
+std::vector<std::uint16_t> knownTcontsWithQueues();  // T-CONT indexes
+
+}  // namespace restart
+
+#endif

@@ -1,0 +1,127 @@
+// Opening a state file: read, check, put back, settle what was unfinished, compare with the device.
+#include "BRCM/BCM968580/DATA/restart/Restart.h"
+
+#include <memory>
+#include <string>
+
+#include "BRCM/BCM968580/DATA/restart/Compare.h"
+#include "BRCM/BCM968580/DATA/restart/MapBook.h"
+#include "BRCM/BCM968580/DATA/restart/RestartLog.h"
+#include "BRCM/BCM968580/DATA/restart/Unfinished.h"
+#include "hal/FileText.h"
+#include "state/Journal.h"
+
+namespace restart {
+
+namespace {
+
+constexpr const char* kBootIdFile = "/proc/sys/kernel/random/boot_id";
+
+std::string& openPath() {
+    static std::string& path = *new std::string;
+    return path;
+}
+
+std::string bootId() {
+    std::string text;
+    if (readFileText(kBootIdFile, text) != 0) return {};
+    return text.substr(0, text.find('\n'));
+}
+
+const MapBook* mapBookOf(state::Book book) {
+    const MapBook* found = nullptr;
+    forEachMapBook([&](const MapBook& candidate) {
+        if (candidate.book == book) found = &candidate;
+    });
+    return found;
+}
+
+// The entry's key without the number of its book.
+state::ByteReader partsOf(const std::string& key) {
+    state::ByteReader parts(key);
+    parts.u8();
+    return parts;
+}
+
+bool isEntry(const std::string& keyBytes, const std::string& valueBytes) {
+    const auto book = static_cast<state::Book>(keyBytes[0]);
+    state::ByteReader key = partsOf(keyBytes);
+    state::ByteReader value(valueBytes);
+    if (const MapBook* map = mapBookOf(book)) return map->take(key, value, Taking::Check);
+    return isFact(book, key, value);
+}
+
+bool isSound(const state::Journal& journal) {
+    for (const auto& [key, value] : journal.entries())
+        if (!isEntry(key, value)) return false;
+    for (const state::UnfinishedStep& step : journal.unfinished())
+        if (!isStep(step)) return false;
+    return true;
+}
+
+bool mapsAreEmpty() {
+    bool empty = true;
+    forEachMapBook([&](const MapBook& book) {
+        book.forEachKey([&](const std::string& key) {
+            state::ByteReader parts = partsOf(key);
+            state::ByteWriter value;
+            if (book.read(parts, value)) empty = false;
+        });
+    });
+    return empty;
+}
+
+void putBack(const state::Journal& journal) {
+    for (const auto& [keyBytes, valueBytes] : journal.entries()) {
+        const MapBook* const map = mapBookOf(static_cast<state::Book>(keyBytes[0]));
+        if (map == nullptr) continue;
+        state::ByteReader key = partsOf(keyBytes);
+        state::ByteReader value(valueBytes);
+        map->take(key, value, Taking::PutBack);
+    }
+}
+
+int refuse(const char* path, const std::string& problem) {
+    tell(LogText("state file %s: %s", path, problem.c_str()));
+    return -1;
+}
+
+}  // namespace
+
+int openState(const char* path) {
+    if (path == nullptr || *path == '\0') return refuse("", "no path");
+    if (const state::Journal* const open = state::journal()) {
+        if (openPath() == path) return static_cast<int>(open->entries().size());
+        return refuse(path, "another one is open");
+    }
+    const std::string boot = bootId();
+    if (boot.empty()) return refuse(path, "the kernel tells no boot id");
+    auto journal = std::make_unique<state::Journal>();
+    std::string problem;
+    if (!journal->open(path, boot, &problem)) return refuse(path, problem);
+    if (!isSound(*journal)) return refuse(path, "has a record that makes no sense");
+    const bool restores = !journal->entries().empty() || !journal->unfinished().empty();
+    if (restores && !mapsAreEmpty()) return refuse(path, "holds a state, and services have been provisioned already");
+
+    forEachMapBook([&](const MapBook& book) { journal->setReader(book.book, book.read); });
+    putBack(*journal);
+    openPath() = path;
+    state::Journal& opened = *journal.release();  // as long as the process
+    state::currentJournal.store(&opened, std::memory_order_release);
+    {
+        const state::Operation operation;
+        const auto unfinished = opened.unfinished();
+        if (restores) {
+            settleUnfinished(unfinished);
+            compareWithDevice();
+        } else {
+            forEachMapBook(
+                [&](const MapBook& book) { book.forEachKey([&](const std::string& key) { opened.touch(key); }); });
+        }
+    }
+    const int restored = restores ? static_cast<int>(opened.entries().size()) : 0;
+    if (restores) logLine(kStateOpen, kLogInfo, LogText("state file %s: %d records restored", path, restored));
+    return restored;
+}
+
+}  // namespace restart

@@ -1,0 +1,47 @@
+// A daemon that is restarted finds its services again: the library keeps what it knows in a file.
+//
+// The file belongs into a file system in memory (/run): it is of use as long as the device's own state, which is gone
+// after a boot. Nothing else in the interface changes, and without these calls, or the environment variable below,
+// there is no file. docs/integration.md has a chapter "Restart".
+//
+// Both functions are called from the provisioning thread.
+#ifndef HAL_HAL_STATE_H
+#define HAL_HAL_STATE_H
+
+#include "hal/Export.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// The path of the state file for a daemon that cannot be changed: VornHal::vorn_omci_hal_init() opens it.
+#define VORN_HAL_STATE_VARIABLE "VORN_HAL_STATE"
+
+// Opens the state file of this path or makes it. From then on all that the library's maps hold also stands in it, until
+// the process ends. When it holds a state of this boot, that state is restored first: before anything was provisioned,
+// best after HALFactory::CreateHALObject().
+//
+// What an operation had begun when the process before this one ended is taken off the device, or taken away to its end:
+// the operation may be called again, or be left. Then every restored record is compared with the device. What the
+// device no longer has is forgotten, what it has beyond the records is named, each with one line in the maker's log.
+//
+// The answer is the number of records restored, 0 for a new file. -1, with a line in the log and with nothing restored
+// or changed: a file of another version or another boot, one with a broken record, one that another process has open, a
+// link, a directory that others can write and that is not sticky, or a state that comes too late, because services have
+// been provisioned already. A record that the process before was writing when it ended does not count as broken. Called
+// again for the same path it answers the number of records that the file holds.
+//
+// When the file can no longer be written, it is taken away, with a printed line, and the library goes on without it.
+VORN_API int vorn_hal_state_open(const char* path);
+
+// Takes everything that the open state file knows off the device, in the order in which services are removed: for a
+// daemon that starts from nothing on a device that is in use. The default bridge goes too; the next configureBridge
+// makes it again. The answer is the number of things that the device refused to give up: each stays in the file and has
+// a line in the log. 0: nothing is left. -1: no state file is open.
+VORN_API int vorn_hal_clean_device(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
