@@ -2,6 +2,7 @@
 #ifndef VORN_ONU_BOARD_H
 #define VORN_ONU_BOARD_H
 
+#include <cstdio>
 #include <mutex>
 #include <string>
 
@@ -28,7 +29,9 @@ public:
         const std::lock_guard<std::mutex> alone(session_mutex_);
         const std::unique_lock<std::mutex> calls =
             request.contains("step") ? std::unique_lock<std::mutex>(hal_) : std::unique_lock<std::mutex>();
-        return session_.answer(request);
+        std::string reply = session_.answer(request);
+        if (calls) std::fflush(stdout);  // what the HAL has printed can be read by who asked
+        return reply;
     }
     nlohmann::json about() override { return about_; }
     std::mutex& hal() { return hal_; }

@@ -20,6 +20,7 @@ struct StepResult {
     std::vector<Failure> failures;
     std::string answer;                               // of a call: "0", "-1, level -5000"; of a frame: where it left
     std::shared_ptr<const SentFrame> sent = nullptr;  // of a frame
+    Json returned = nullptr;  // of a call: "result" and "output", as the answer has them in words
 };
 
 struct Step {

@@ -29,6 +29,7 @@ StepRecord performStep(const Step& step, RunContext& context) {
         record.failures = std::move(result.failures);
         record.answer = std::move(result.answer);
         record.sent = std::move(result.sent);
+        record.returned = std::move(result.returned);
     } catch (const std::exception& error) {
         record.failures.push_back({"the step", {"can be done"}, {error.what()}});
     }
@@ -45,6 +46,7 @@ nlohmann::json stepJson(const StepRecord& record) {
                            {"words", record.step->words},   {"note", record.step->note}, {"answer", record.answer},
                            {"effects", record.effects},     {"passed", record.passed()}, {"failures", failures},
                            {"warnings", record.warnings}};
+    if (!record.returned.is_null()) step.update(record.returned);
     if (record.sent) {
         step["frame"] = frameJson(record.sent->input.frame);
         step["walk"] = walkJson(record.sent->walk);

@@ -84,6 +84,7 @@ void parseCall(Step& step, const Json& whole, ParseContext& context) {
         const Outcome outcome = call(*context_.hal);
         StepResult done;
         done.answer = answerText(outcome);
+        done.returned = {{"result", outcome.result}, {"output", outcome.output}};
         if (!result.is_null()) compare("result", result, outcome.result, done.failures);
         for (const auto& [key, value] : output.items())
             compare("output " + key, value, partOf(outcome.output[key], value), done.failures);
