@@ -14,7 +14,7 @@ _vorn_onu() {
                        --after-step --json --payload --both-ways --pcap-in --pcap" ;;
         audit) options="--strict --after-step --json" ;;
         omci) options="--listen --until --from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source
-                       --destination --payload --both-ways --json --report --pcap --record --quiet --name" ;;
+                       --destination --payload --both-ways --json --report --pcap --record --quiet --name --audit" ;;
         info | diff | ls) options="--json" ;;
         at) options="--json" ;;
         help) options="--man" ;;
