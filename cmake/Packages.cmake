@@ -4,6 +4,7 @@
 #   libvorn-hal1     the library; goes onto a device
 #   libvorn-hal-dev  headers, CMake package, pkg-config, an example; for who builds a daemon
 #   vorn-onu         the virtual ONU, the tool, the recorder, scenarios and all documents; for who runs one on a workstation
+#   python3-vorn-onu the Python module over the tool
 include(CMakePackageConfigHelpers)
 
 # ---- for other builds ----
@@ -53,6 +54,23 @@ if(VORN_PLATFORM STREQUAL "virtual")
     install(FILES docs/man/vorn-onu.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()
 
+# ---- the Python module, where Debian's Python 3 of any version finds it ----
+
+if(VORN_PLATFORM STREQUAL "virtual")
+    set(VORN_PYTHON_DIR lib/python3/dist-packages)
+    install(DIRECTORY python/vorn_onu DESTINATION ${VORN_PYTHON_DIR} COMPONENT python
+            FILES_MATCHING PATTERN *.py PATTERN py.typed PATTERN __pycache__ EXCLUDE)
+    # What pip would leave: pytest finds the fixture by it.
+    foreach(file METADATA entry_points.txt)
+        configure_file(cmake/package/python/${file}.in ${CMAKE_BINARY_DIR}/python/${file} @ONLY)
+        install(FILES ${CMAKE_BINARY_DIR}/python/${file} COMPONENT python
+                DESTINATION ${VORN_PYTHON_DIR}/vorn_onu-${PROJECT_VERSION}.dist-info)
+    endforeach()
+    install_documents(python python3-vorn-onu CHANGELOG.md)
+    install(DIRECTORY python/examples DESTINATION ${VORN_DOC_DIR}/python3-vorn-onu COMPONENT python
+            FILES_MATCHING PATTERN *.py PATTERN __pycache__ EXCLUDE)
+endif()
+
 # ---- what to build: for the packages, and for a first look ----
 
 add_custom_target(packed DEPENDS vorn_hal)
@@ -88,11 +106,18 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libvorn-hal1 (= ${PROJECT_VERSION}), libpcap0.8, libssl3")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS "libvorn-hal-dev")
 
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-vorn-onu)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.9), vorn-onu (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-pytest, python3-scapy")
+
 set(CPACK_COMPONENTS_ALL runtime dev)
 if(VORN_PLATFORM STREQUAL "virtual")
-    list(APPEND CPACK_COMPONENTS_ALL tools)
+    list(APPEND CPACK_COMPONENTS_ALL tools python)
 endif()
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The library; the device kit's libraries come with the device.")
 set(CPACK_COMPONENT_DEV_DESCRIPTION "Headers, CMake package and pkg-config for daemons that use the library.")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "The virtual ONU and vorn-onu, which runs scenarios and daemons on it.")
+set(CPACK_COMPONENT_PYTHON_DESCRIPTION "Boards, HAL calls, frames and faults from Python, and a pytest fixture.")
 include(CPack)

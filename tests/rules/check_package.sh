@@ -19,7 +19,7 @@ for package in "$scratch"/packages/*.deb; do
     dpkg-deb --fsys-tarfile "$package" | tar -x -C "$scratch"
 done
 names=$(cd "$scratch/packages" && ls ./*.deb | sed -E 's,^\./([a-z0-9-]+)_.*,\1,' | tr '\n' ' ')
-[ "$names" = "libvorn-hal-dev libvorn-hal1 vorn-onu " ] || fail "the packages are: $names"
+[ "$names" = "libvorn-hal-dev libvorn-hal1 python3-vorn-onu vorn-onu " ] || fail "the packages are: $names"
 in_archive() { tar -tzf "$scratch"/packages/*.tar.gz | sed -E '/\/$/d; s,^[^/]*/,,' | sort; }
 in_packages() { (cd "$scratch" && find usr ! -type d | sort); }
 diff <(in_archive) <(in_packages) || fail "archive and packages hold different files"
@@ -147,6 +147,19 @@ if [ ${#emulator[@]} -eq 0 ]; then
         (eval "$line") >"$scratch/log" 2>&1 </dev/null ||
             { cat "$scratch/log"; fail "this line of getting-started.md fails: $line"; }
     done < <(block sh "$doc/vorn-onu/docs/getting-started.md")
+fi
+
+# ---- the Python module, as another Python finds it ----
+
+python=$(command -v /usr/bin/python3 python3 | head -1)
+if [ ${#emulator[@]} -eq 0 ] && [ -n "$python" ]; then
+    export PYTHONPATH=$prefix/lib/python3/dist-packages PYTHONDONTWRITEBYTECODE=1
+    quietly env "VORN_ONU=$prefix/bin/vorn-onu" "$python" "$doc/python3-vorn-onu/examples/internet_service.py"
+    found=$("$python" -c 'import importlib.metadata as installed
+one = installed.distribution("vorn-onu")
+print(one.version, *[point.value for point in one.entry_points if point.group == "pytest11"])')
+    version=$(dpkg-deb -f "$scratch"/packages/python3-vorn-onu_*.deb Version)
+    [ "$found" = "$version vorn_onu.pytest_plugin" ] || fail "the installed Python module says of itself: $found"
 fi
 
 # ---- what the tool's man page and completion know ----

@@ -1,0 +1,344 @@
+#!/usr/bin/env python3
+"""Writes the modules of vorn_onu that follow from the tool's tables: values.py, operations.py, steps.py, _version.py.
+
+    generate.py TOOL            writes them
+    generate.py TOOL --check    tells what is not as the tool has it, and ends with 1
+
+TOOL is the program vorn-onu. Run it after a change of operations, fields or steps, and check the result in.
+"""
+
+from __future__ import annotations
+
+import difflib
+import json
+import keyword
+import pathlib
+import re
+import subprocess
+import sys
+import textwrap
+from typing import Any, Dict, List, Optional, Set, Tuple
+
+Schema = Dict[str, Any]
+
+PACKAGE = pathlib.Path(__file__).resolve().parent / "vorn_onu"
+WIDTH = 120
+# Beside an operation's fields; "note" goes with every step.
+CALL_KEYS = ("call", "record", "unchecked", "result", "output", "note")
+RESULTS = {"frame": "FrameResult"}
+MARK = '''"""{0}
+
+Made by generate.py of what the tool's own tables say; changes here are lost.
+"""
+
+'''
+HIDDEN = "\n__tracebackhide__ = True  # pytest shows the test's own lines\n\n\n"
+LAZY = "from __future__ import annotations\n\n"
+# Octets that are no text, wherever a text can stand.
+OCTETS = {"bytes": {"type": "string"}}
+TYPING = ("Any", "Literal", "Mapping", "Optional", "Sequence", "TypedDict", "Union", "cast")
+
+
+def python_name(name: str) -> str:
+    name = name.replace("::", "_")
+    return name + "_" if keyword.iskeyword(name) else name
+
+
+def type_name(*parts: str) -> str:
+    return "".join(part[:1].upper() + part[1:] for part in parts)
+
+
+class Types:
+    """Python types of schemas. What has more than one way, or members, gets a name; what looks alike gets one name."""
+
+    def __init__(self) -> None:
+        self.definitions: List[str] = []
+        self.names: List[str] = []
+        self._known: Dict[str, str] = {}
+
+    def of(self, schema: Schema, *hint: str) -> str:
+        """The type in words of Python; hint: what a name for it would be made of."""
+        if "const" in schema:
+            return f"Literal[{schema['const']!r}]"
+        if "enum" in schema:
+            return self._named(schema, hint, "Literal[" + ", ".join(repr(one) for one in schema["enum"]) + "]")
+        if "anyOf" in schema:
+            return self._union(schema, hint)
+        kind = schema.get("type")
+        if kind == "array":
+            return f"Sequence[{self.of(schema.get('items', {}), *hint, 'Item')}]"
+        if kind == "object":
+            return self._object(schema, hint)
+        return {"integer": "int", "string": "str", "boolean": "bool", "number": "float"}.get(str(kind), "Any")
+
+    def _union(self, schema: Schema, hint: Tuple[str, ...]) -> str:
+        ways: List[str] = []
+        for way in schema["anyOf"]:
+            words = "enum" in way  # not a name for the words alone
+            text = "Literal[" + ", ".join(map(repr, way["enum"])) + "]" if words else self.of(way, *hint)
+            ways += [text] if text not in ways else []
+        if len(ways) == 1:
+            return ways[0]
+        union = f"Union[{', '.join(ways)}]"
+        return union if len(union) < 40 else self._named(schema, hint, union)
+
+    def _object(self, schema: Schema, hint: Tuple[str, ...]) -> str:
+        if "properties" not in schema:
+            rest = schema.get("additionalProperties")
+            value = self.of(rest, *hint, "Value") if isinstance(rest, dict) else "Any"
+            return f"Mapping[str, {value}]"
+        members = {name: self.of(one, *hint, name) for name, one in schema["properties"].items()}
+        return self._named(schema, ("Octets",) if schema["properties"] == OCTETS else hint, "", members)
+
+    def _named(self, schema: Schema, hint: Tuple[str, ...], text: str, members: Optional[Dict[str, str]] = None) -> str:
+        key = text or json.dumps([members, schema.get("required")])
+        if key in self._known:
+            return self._known[key]
+        name = type_name(*hint)
+        while name in self.names:
+            name += "_"
+        self._known[key] = name
+        self.names.append(name)
+        made = folded(f"{name} = ", text) if members is None else self._members(name, schema, members)
+        self.definitions.append(made)
+        return name
+
+    @staticmethod
+    def _members(name: str, schema: Schema, members: Dict[str, str]) -> str:
+        if any(keyword.iskeyword(one) for one in members):
+            rows = "".join(f"        {one!r}: {kind},\n" for one, kind in members.items())
+            return f"{name} = TypedDict(\n    {name!r},\n    {{\n{rows}    }},\n    total=False,\n)"
+        needed = [one for one in members if one in schema.get("required", [])]
+        others = [one for one in members if one not in needed]
+
+        def body(names: List[str]) -> str:
+            return "".join(f"    {one}: {members[one]}\n" for one in names)
+
+        if not others:
+            return f"class {name}(TypedDict):\n{body(needed)}".rstrip()
+        if not needed:
+            return f"class {name}(TypedDict, total=False):\n{body(others)}".rstrip()
+        return (
+            f"class _{name}(TypedDict):\n{body(needed)}\n\n"
+            f"class {name}(_{name}, total=False):\n{body(others)}"
+        ).rstrip()
+
+
+def folded(start: str, text: str) -> str:
+    """A definition that goes on in further lines where it is too long."""
+    if len(start + text) <= WIDTH:
+        return start + text
+    opening, inner = text[: text.index("[") + 1], text[text.index("[") + 1 : -1]
+    lines = textwrap.wrap(inner, WIDTH - 4, break_long_words=False, break_on_hyphens=False)
+    return start + opening + "\n" + "".join(f"    {line}\n" for line in lines) + "]"
+
+
+def doc_lines(text: str, fields: Dict[str, Schema], needed: List[str]) -> str:
+    """A docstring: the text, then a line a field."""
+    width = max((len(python_name(name)) for name in fields), default=0)
+    lines = [text]
+    for name, schema in fields.items():
+        words = schema.get("description", "")
+        if not words:
+            continue
+        if name in needed:
+            words += " (needed)"
+        if "default" in schema:
+            words += f"; otherwise {json.dumps(schema['default'])}"
+        indent = " " * (width + 2)
+        lines += textwrap.wrap(f"{python_name(name).ljust(width)}  {words}", WIDTH - 8, subsequent_indent=indent)
+    if len(lines) > 1:
+        lines.insert(1, "")
+    quoted = [line.replace("\\", "\\\\").replace('"""', '\\"\\"\\"') for line in lines]
+    if len(quoted) == 1 and not quoted[0].endswith('"'):
+        return f'        """{quoted[0]}"""\n'
+    return '        """' + "\n        ".join(quoted).replace("\n        \n", "\n\n") + '\n        """\n'
+
+
+def parameter(name: str, kind: str) -> str:
+    optional = kind if kind.startswith("Optional[") or kind == "Any" else f"Optional[{kind}]"
+    return f"        {python_name(name)}: {optional} = None,\n"
+
+
+def mapping(names: List[str]) -> str:
+    return "{" + ", ".join(f"{name!r}: {python_name(name)}" for name in names) + "}"
+
+
+def given(names: List[str]) -> str:
+    """A dictionary of the arguments, over as many lines as it needs."""
+    text = mapping(names)
+    if len(text) <= WIDTH - 20:
+        return text
+    return "{\n" + "".join(f"                {name!r}: {python_name(name)},\n" for name in names) + "            }"
+
+
+# ---- operations ----
+
+CALLS_CLASS = '''class Calls(Caller):
+    """The operations by their full names, and by the short ones.
+
+    Fields that are left out take neutral values, or those of the record: a name, or a mapping of fields; None is a null
+    pointer. result and output are what is expected; what came is in the result. What does not hold raises StepFailed.
+    """
+
+'''
+
+
+def operation(schema: Schema, types: Types) -> str:
+    properties = schema["properties"]
+    names = properties["call"]["enum"]
+    fields = {name: one for name, one in properties.items() if name not in CALL_KEYS}
+    ways = [way["required"] for way in schema.get("anyOf", [])]
+    needed: List[str] = next((way for way in ways if way[0] not in ("record", "unchecked")), [])
+    text = f"    def {python_name(names[0])}(\n        self,\n        *,\n"
+    for name, one in fields.items():
+        text += parameter(name, types.of(one, name))
+    beside = [key for key in ("unchecked", "result", "output", "note") if key in properties]
+    text += "        record: Record = LEFT_OUT,\n"
+    for key in beside:
+        text += parameter(key, {"result": "Union[int, str]", "note": "str"}.get(key, "Mapping[str, Any]"))
+    text += "    ) -> CallResult:\n"
+    outputs = list(properties.get("output", {}).get("properties", {}))
+    documented = dict(fields)
+    if outputs:
+        documented["output"] = {"description": f"what it is expected to write: {', '.join(outputs)}"}
+    text += doc_lines(schema["description"], documented, needed)
+    text += f"        return self._call(\n            {names[0]!r},\n            record,\n"
+    text += f"            {given([*fields, *beside])},\n        )\n"
+    for short in names[1:]:
+        text += f"\n    {python_name(short)} = {python_name(names[0])}\n"
+    return text
+
+
+def operations_module(ways: List[Schema], types: Types) -> str:
+    methods = [operation(way, types) for way in ways if "call" in way["properties"]]
+    body = "\n".join(methods)
+    return (
+        MARK.format("Every operation of the HAL, by keyword.")
+        + LAZY
+        + typing_import(body)
+        + "\nfrom .calling import LEFT_OUT, Caller, Record\nfrom .results import CallResult\n"
+        + imports(types, body)
+        + HIDDEN
+        + CALLS_CLASS
+        + body
+    )
+
+
+# ---- steps ----
+
+
+def ways_of(schema: Schema) -> Tuple[List[Schema], Dict[str, Schema], List[str]]:
+    """The values that are no object; the members of all objects; those that are always needed."""
+    alternatives = schema.get("anyOf", [schema])
+    objects = [one for one in alternatives if one.get("type") == "object"]
+    plain = [one for one in alternatives if one.get("type") != "object"]
+    members: Dict[str, Schema] = {}
+    for one in objects:
+        members.update(one.get("properties", {}))
+    needed = objects[0].get("required", []) if len(objects) == 1 and not plain else []
+    return plain, members, needed
+
+
+def step(schema: Schema, types: Types) -> str:
+    kind = schema["required"][0]
+    value = schema["properties"][kind]
+    plain, members, needed = ways_of(value)
+    beside = [name for name in schema["properties"] if name != kind and name != "note"]
+    text = f"    def {python_name(kind)}(\n        self,\n"
+    if plain:
+        union = types.of({"anyOf": plain}, kind)
+        text += f"        value: Optional[{union}] = None,\n" if members else f"        value: {union},\n"
+    others = [*members, *beside] + (["note"] if kind != "note" else [])
+    if others:
+        text += "        *,\n"
+    for name, one in members.items():
+        text += parameter(name, types.of(one, kind, name))
+    for name in beside:
+        text += parameter(name, types.of(schema["properties"][name], kind, name))
+    if kind != "note":
+        text += parameter("note", "str")
+    result = RESULTS.get(kind, "StepResult")
+    text += f"    ) -> {result}:\n" + doc_lines(value["description"], members, needed)
+    arguments = [repr(kind), "value" if plain else "None", given(list(members)),
+                 given(beside + (["note"] if kind != "note" else []))]
+    call = "self._take(\n" + "".join(f"            {one},\n" for one in arguments) + "        )"
+    return text + (f"        return {call}\n" if result == "StepResult" else f"        return cast({result}, {call})\n")
+
+
+def steps_module(ways: List[Schema], types: Types) -> str:
+    body = "\n".join(step(way, types) for way in ways if "call" not in way["properties"])
+    return (
+        MARK.format("Every other step of a scenario, by keyword.")
+        + LAZY
+        + typing_import(body)
+        + "\nfrom .calling import StepTaker\nfrom .results import FrameResult, StepResult\n"
+        + imports(types, body)
+        + HIDDEN
+        + "class Steps(StepTaker):\n"
+        + '    """The steps by their names in a scenario. What does not hold raises StepFailed."""\n\n'
+        + body
+    )
+
+
+def words_of(text: str) -> Set[str]:
+    return set(re.findall(r"\w+", text))
+
+
+def typing_import(text: str) -> str:
+    return f"from typing import {', '.join(name for name in TYPING if name in words_of(text))}\n"
+
+
+def imports(types: Types, body: str) -> str:
+    words = words_of(body)
+    used = sorted(name for name in types.names if name in words)
+    return "from .values import (\n" + "".join(f"    {name},\n" for name in used) + ")\n" if used else ""
+
+
+def values_module(types: Types) -> str:
+    text = MARK.format("Types of the values that operations and steps take.")
+    text += typing_import("\n".join(types.definitions))
+    before = ""
+    for definition in types.definitions:
+        is_class = definition.startswith("class")
+        text += ("\n\n" if is_class or before == "class" else "\n") + definition + "\n"
+        before = "class" if is_class else "alias"
+    return text
+
+
+def modules(tool: str) -> Dict[str, str]:
+    def said(*words: str) -> str:
+        return subprocess.run([tool, *words], check=True, stdout=subprocess.PIPE, text=True, timeout=60).stdout
+
+    ways = json.loads(said("schema"))["properties"]["steps"]["items"]["anyOf"]
+    types = Types()
+    made = {"operations.py": operations_module(ways, types), "steps.py": steps_module(ways, types)}
+    made["values.py"] = values_module(types)
+    version = said("--version").split()[1]
+    made["_version.py"] = f'"""The version of the tool that this module goes with."""\n\nVERSION = "{version}"\n'
+    return made
+
+
+def main(arguments: List[str]) -> int:
+    if not arguments or arguments[1:] not in ([], ["--check"]):
+        print(__doc__, file=sys.stderr)
+        return 2
+    behind = False
+    for name, text in modules(arguments[0]).items():
+        path = PACKAGE / name
+        if arguments[1:]:
+            there = path.read_text() if path.exists() else ""
+            lines = there.splitlines(), text.splitlines()
+            differences = list(difflib.unified_diff(*lines, name, "of the tool", lineterm=""))
+            if differences:
+                print("\n".join(differences[:60]))
+                behind = True
+        else:
+            path.write_text(text)
+    if behind:
+        print(f"\nNot as the tool has it: run python/generate.py {arguments[0]} and check the result in.")
+    return int(behind)
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

@@ -1,0 +1,39 @@
+"""What the tests share. VORN_ONU names the tool, EXAMPLE_DAEMON the example daemon."""
+
+import os
+import pathlib
+import subprocess
+import sys
+import textwrap
+import time
+
+PYTHON = pathlib.Path(__file__).resolve().parents[1]
+SCENARIOS = PYTHON.parent / "scenarios"
+sys.path.insert(0, str(PYTHON))
+
+
+def environment() -> dict:
+    """For other Pythons: they find the module that is tested."""
+    return {**os.environ, "PYTHONPATH": str(PYTHON), "PYTHONDONTWRITEBYTECODE": "1"}
+
+
+def python(code: str, timeout: float = 60) -> subprocess.CompletedProcess:
+    """A program of its own."""
+    command = [sys.executable, "-c", textwrap.dedent(code)]
+    return subprocess.run(command, env=environment(), capture_output=True, text=True, timeout=timeout, check=False)
+
+
+def is_alive(pid: int) -> bool:
+    """Whether the process runs; one that nobody has reaped yet does not."""
+    try:
+        status = pathlib.Path(f"/proc/{pid}/stat").read_text()
+    except OSError:
+        return False
+    return status.rpartition(")")[2].split()[0] not in ("Z", "X")
+
+
+def ends_within(pid: int, seconds: float) -> bool:
+    end = time.monotonic() + seconds
+    while is_alive(pid) and time.monotonic() < end:
+        time.sleep(0.02)
+    return not is_alive(pid)

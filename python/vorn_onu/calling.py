@@ -1,0 +1,49 @@
+"""What the generated modules stand on: how keywords become a step."""
+
+from __future__ import annotations
+
+from typing import Any, Callable, Dict, Mapping, Optional, Union, cast
+
+from .errors import OnuError
+from .results import CallResult, StepResult
+
+__tracebackhide__ = True  # pytest shows the test's own lines
+
+Take = Callable[[Dict[str, Any], Optional[Mapping[str, Any]]], StepResult]
+
+LEFT_OUT: Any = type("LeftOut", (), {"__repr__": lambda _: "LEFT_OUT"})()
+# A name, the fields themselves, or a null pointer.
+Record = Union[str, Mapping[str, Any], None]
+
+_GIVEN = "given"  # the name of a record that is given as fields
+
+
+def without_none(fields: Mapping[str, Any]) -> Dict[str, Any]:
+    return {name: value for name, value in fields.items() if value is not None}
+
+
+class Caller:
+    """Calls operations: takes call steps with what is given."""
+
+    def __init__(self, take: Take) -> None:
+        self._take = take
+
+    def _call(self, name: str, record: Record, fields: Mapping[str, Any]) -> CallResult:
+        step: Dict[str, Any] = {"call": name, **without_none(fields)}
+        records: Optional[Mapping[str, Any]] = None
+        if isinstance(record, Mapping):
+            step["record"], records = _GIVEN, {_GIVEN: dict(record)}
+        elif record is not LEFT_OUT:
+            step["record"] = record
+        return cast(CallResult, self._take(step, records))
+
+
+class StepTaker:
+    def step(self, step: Mapping[str, Any]) -> StepResult:
+        raise NotImplementedError
+
+    def _take(self, kind: str, value: Any, fields: Mapping[str, Any], beside: Mapping[str, Any]) -> StepResult:
+        members = without_none(fields)
+        if value is not None and members:
+            raise OnuError("bad-step", f"{kind} takes either a value or the keywords {', '.join(members)}")
+        return self.step({kind: members if value is None else value, **without_none(beside)})
