@@ -46,7 +46,9 @@ enum class Book : std::uint8_t {
 constexpr Book kFirstFact = Book::Devices;
 
 enum class Step : std::uint8_t {
-    InsertRule = 1,      // device, direction (8), tags (8), rules in the table before (32)
+    // device, direction (8), tags of the first table (8), for it and each that follows the rules in it before (32); the
+    // rules' ids come of it
+    InsertRules = 1,
     FreeRules = 2,       // device, PHY id (16): all rules of the pair
     RemoveRow = 3,       // device, PHY id (16), outer and inner filter: a row's rules in both directions
     MakeBridge = 4,      // bridge

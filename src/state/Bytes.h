@@ -16,10 +16,12 @@ public:
     template <typename Number, std::enable_if_t<std::is_integral_v<Number>, int> = 0>
     ByteWriter& add(Number number) {
         auto rest = static_cast<std::make_unsigned_t<Number>>(number);
-        for (std::size_t i = 0; i < sizeof rest; ++i) {
-            bytes_.push_back(static_cast<char>(rest & 0xFF));
+        char bytes[sizeof rest];
+        for (char& byte : bytes) {
+            byte = static_cast<char>(rest & 0xFF);
             if constexpr (sizeof rest > 1) rest = static_cast<decltype(rest)>(rest >> 8);
         }
+        bytes_.append(bytes, sizeof bytes);
         return *this;
     }
     ByteWriter& add(bool value) { return add(static_cast<std::uint8_t>(value ? 1 : 0)); }
@@ -35,6 +37,7 @@ public:
         bytes_.append(bytes);
         return *this;
     }
+    void clear() { bytes_.clear(); }  // and keeps the room
     std::string&& take() { return std::move(bytes_); }
     const std::string& bytes() const { return bytes_; }
 

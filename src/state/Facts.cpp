@@ -99,11 +99,6 @@ void forgetTable(const RuleTable& table) {
     if (Journal* const open = journal()) open->erase(tableKey(table));
 }
 
-void ruleAdded(const RuleTable& table) {
-    std::uint32_t count = 0;
-    if (rulesInTable(table, &count)) noteRulesInTable(table, count + 1);
-}
-
 void ruleTaken(const RuleTable& table, std::uint32_t id) {
     std::uint32_t count = 0;
     if (rulesInTable(table, &count) && count > 0) noteRulesInTable(table, count - 1);

@@ -28,7 +28,6 @@ struct RuleTable {
 bool rulesInTable(const RuleTable& table, std::uint32_t* count);
 void noteRulesInTable(const RuleTable& table, std::uint32_t count);
 void forgetTable(const RuleTable& table);
-void ruleAdded(const RuleTable& table);
 void ruleTaken(const RuleTable& table, std::uint32_t id);
 // A rule that no map holds.
 void ruleIsLoose(const RuleTable& table, std::uint32_t id);

@@ -15,7 +15,7 @@ constexpr std::size_t kLongestValue = 1 << 16;
 
 // The file is written anew when it has grown to several times what it holds.
 constexpr std::size_t kGrowth = 3;
-constexpr std::size_t kSmallFile = 1 << 16;
+constexpr std::size_t kSmallFile = 1 << 18;
 
 // Entries of a compacted file, in records of a moderate size.
 constexpr std::size_t kBlock = 1 << 16;
@@ -52,10 +52,10 @@ bool Journal::replay(std::vector<Record>& records) {
                 break;
             case RecordKind::Intent: {
                 ByteReader content(record.content);
-                const bool hasResult = content.flag();
-                const std::uint32_t number = content.u32();
-                if (!content.ok() || (hasResult && unfinished_.empty())) return false;
-                if (hasResult) unfinished_.back().result = number;
+                std::vector<std::uint32_t> results(content.u8());
+                for (std::uint32_t& result : results) result = content.u32();
+                if (!content.ok() || (!results.empty() && unfinished_.empty())) return false;
+                if (!results.empty()) unfinished_.back().results = std::move(results);
                 unfinished_.push_back({std::string(content.raw(content.left())), {}});
                 break;
             }
@@ -94,9 +94,21 @@ bool Journal::apply(std::string_view commit) {
 
 // ---- changes ----
 
+void Journal::change(std::string key, bool stands, std::string value) {
+    const auto known =
+        std::find_if(pending_.rbegin(), pending_.rend(), [&](const Change& one) { return one.key == key; });
+    if (known == pending_.rend()) {
+        pending_.push_back({std::move(key), stands, std::move(value)});
+    } else {
+        known->stands = stands;
+        known->value = std::move(value);
+    }
+}
+
 const std::string* Journal::find(const std::string& key) const {
-    if (const auto change = pending_.find(key); change != pending_.end())
-        return change->second.stands ? &change->second.value : nullptr;
+    const auto known =
+        std::find_if(pending_.rbegin(), pending_.rend(), [&](const Change& one) { return one.key == key; });
+    if (known != pending_.rend()) return known->stands ? &known->value : nullptr;
     const auto entry = entries_.find(key);
     return entry != entries_.end() ? &entry->second : nullptr;
 }
@@ -106,12 +118,12 @@ std::map<std::string, std::string> Journal::current(Book book) const {
     const std::string begin = bookBegin(book);
     for (auto entry = entries_.lower_bound(begin); entry != entries_.end() && beginsWith(entry->first, begin); ++entry)
         found.insert(*entry);
-    for (auto change = pending_.lower_bound(begin); change != pending_.end() && beginsWith(change->first, begin);
-         ++change) {
-        if (change->second.stands) {
-            found[change->first] = change->second.value;
+    for (const Change& one : pending_) {
+        if (!beginsWith(one.key, begin)) continue;
+        if (one.stands) {
+            found[one.key] = one.value;
         } else {
-            found.erase(change->first);
+            found.erase(one.key);
         }
     }
     return found;
@@ -121,9 +133,8 @@ void Journal::eraseAll(const std::string& prefix) {
     for (auto entry = entries_.lower_bound(prefix); entry != entries_.end() && beginsWith(entry->first, prefix);
          ++entry)
         erase(entry->first);
-    for (auto change = pending_.lower_bound(prefix); change != pending_.end() && beginsWith(change->first, prefix);
-         ++change)
-        change->second = {false, {}};
+    for (Change& one : pending_)
+        if (beginsWith(one.key, prefix)) one = {std::move(one.key), false, {}};
 }
 
 // ---- operations ----
@@ -135,10 +146,12 @@ void Journal::end() {
 
 void Journal::intend(const std::string& step) {
     intended_ = true;
-    ByteWriter content;
-    content.add(result_.has_value()).add(result_.value_or(0)).addRaw(step);
-    result_.reset();
-    write(RecordKind::Intent, content.bytes());
+    record_.clear();
+    record_.add(static_cast<std::uint8_t>(results_.size()));
+    for (const std::uint32_t result : results_) record_.add(result);
+    record_.addRaw(step);
+    results_.clear();
+    write(RecordKind::Intent, record_.bytes());
 }
 
 // Adds the change to the record and to the entries; nothing when there is none.
@@ -169,21 +182,21 @@ void Journal::settle(ByteWriter& record, const std::string& key, bool stands, st
 }
 
 void Journal::commit() {
-    ByteWriter record;
+    record_.clear();
     for (const std::string& key : touched_) {
         ByteReader parts(key);
-        const auto reader = readers_.find(parts.u8());
-        if (reader == readers_.end()) continue;
+        const ReadMap reader = readers_[parts.u8()];
+        if (reader == nullptr) continue;
         ByteWriter value;
-        const bool stands = reader->second(parts, value);
-        settle(record, key, stands, value.take());
+        const bool stands = reader(parts, value);
+        settle(record_, key, stands, value.take());
     }
-    for (auto& [key, change] : pending_) settle(record, key, change.stands, std::move(change.value));
+    for (Change& one : pending_) settle(record_, one.key, one.stands, std::move(one.value));
     touched_.clear();
     pending_.clear();
     unfinished_.clear();
-    result_.reset();
-    if (intended_ || !record.bytes().empty()) write(RecordKind::Commit, record.bytes());
+    results_.clear();
+    if (intended_ || !record_.bytes().empty()) write(RecordKind::Commit, record_.bytes());
     intended_ = false;
     if (file_.size() > kSmallFile && file_.size() > kGrowth * live_) compact();
 }

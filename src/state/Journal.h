@@ -1,18 +1,18 @@
 // Keeps the entries of the state file and writes them ahead of the device.
 //
-// An operation of the HAL is one unit: what it is about to ask of the kit is noted before (intend), with what came of the
-// step before (result), and its end writes all entries that have changed as one record (commit). A process that ends within
-// an operation leaves intents without a commit: whoever opens the file again sees them as unfinished().
+// An operation of the HAL is one unit: what it is about to ask of the kit is noted before (intend), with what came of
+// the step before (result), and its end writes all entries that have changed as one record (commit). A process that
+// ends within an operation leaves intents without a commit: whoever opens the file again sees them as unfinished().
 //
 // There is at most one journal, and none unless the daemon asks for it: then every function here costs one atomic load
 // and does nothing. Only the provisioning thread uses it; there is no lock.
 #ifndef STATE_JOURNAL_H
 #define STATE_JOURNAL_H
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <map>
-#include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,10 +22,10 @@
 
 namespace state {
 
-// A step that was begun, and the number that came of it where the file has it.
+// A step that was begun, and the numbers that came of it, as far as the file has them.
 struct UnfinishedStep {
     std::string step;
-    std::optional<std::uint32_t> result;
+    std::vector<std::uint32_t> results;
 };
 
 class Journal {
@@ -39,14 +39,16 @@ public:
 
     const Entries& entries() const { return entries_; }
     const std::vector<UnfinishedStep>& unfinished() const { return unfinished_; }
-    void setReader(Book book, ReadMap read) { readers_[static_cast<std::uint8_t>(book)] = read; }
+    void setReader(Book book, ReadMap read) { readers_[static_cast<std::size_t>(book)] = read; }
 
     // ---- changes, which the next commit writes ----
 
-    void put(const std::string& key, std::string value) { pending_[key] = {true, std::move(value)}; }
-    void erase(const std::string& key) { pending_[key] = {false, {}}; }
+    void put(std::string key, std::string value) { change(std::move(key), true, std::move(value)); }
+    void erase(std::string key) { change(std::move(key), false, {}); }
     // The library's map has changed at this key.
-    void touch(const std::string& key) { touched_.insert(key); }
+    void touch(std::string key) {
+        if (std::find(touched_.rbegin(), touched_.rend(), key) == touched_.rend()) touched_.push_back(std::move(key));
+    }
     // The value of a fact as it is now; null when there is none. Valid until the next change.
     const std::string* find(const std::string& key) const;
     // The entries of the book as they are now.
@@ -59,8 +61,8 @@ public:
     void begin() { ++depth_; }
     void end();
     void intend(const std::string& step);
-    // What came of the last step; goes into the file with the next one.
-    void result(std::uint32_t number) { result_ = number; }
+    // One of the numbers that came of the last step; goes into the file with the next one.
+    void result(std::uint32_t number) { results_.push_back(number); }
 
     // Writes the file anew, with nothing in it but the entries.
     void compact();
@@ -69,10 +71,12 @@ public:
 
 private:
     struct Change {
+        std::string key;
         bool stands;
         std::string value;
     };
 
+    void change(std::string key, bool stands, std::string value);
     void commit();
     void settle(ByteWriter& record, const std::string& key, bool stands, std::string value);
     bool apply(std::string_view commit);
@@ -82,11 +86,13 @@ private:
     StateFile file_;
     Entries entries_;
     std::size_t live_ = 0;  // bytes of keys and values
-    std::map<std::string, Change> pending_;
-    std::set<std::string> touched_;
-    std::map<std::uint8_t, ReadMap> readers_;
+    // An operation changes a handful of entries: looking through them all is faster than a tree.
+    std::vector<Change> pending_;
+    std::vector<std::string> touched_;
+    std::array<ReadMap, 256> readers_ = {};
+    ByteWriter record_;  // that is being composed; its room is used again
     std::vector<UnfinishedStep> unfinished_;
-    std::optional<std::uint32_t> result_;
+    std::vector<std::uint32_t> results_;
     int depth_ = 0;
     bool intended_ = false;  // since the last commit
     bool failed_ = false;

@@ -77,7 +77,7 @@ Descriptor openDirectoryOf(const std::string& path, std::string* name, std::stri
 Descriptor openOwnFile(int directory, const std::string& name, std::string* problem) {
     problem->clear();
     // Without blocking: a pipe under this name must not hold the daemon.
-    Descriptor file(openat(directory, name.c_str(), O_RDWR | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    Descriptor file(openat(directory, name.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (!file.open()) {
         if (errno == ELOOP) {
             *problem = name + ": is a link";
@@ -93,7 +93,7 @@ Descriptor openOwnFile(int directory, const std::string& name, std::string* prob
 Descriptor makeOwnFile(int directory, const std::string& name, std::string* problem) {
     problem->clear();
     unlinkat(directory, name.c_str(), 0);
-    constexpr int kFlags = O_RDWR | O_APPEND | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    constexpr int kFlags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
     Descriptor file(openat(directory, name.c_str(), kFlags, kOwnerOnly));
     if (!file.open()) *problem = because(name);
     return file;

@@ -29,19 +29,18 @@ constexpr std::size_t kLargestFile = 8 << 20;
 constexpr const char* kBroken = "has a broken record";
 
 // Length, kind and their check.
-std::string recordHead(std::size_t length, std::uint8_t kind) {
-    ByteWriter head;
-    head.add(static_cast<std::uint32_t>(length)).add(kind);
-    const std::uint32_t check = checksum(head.bytes());
-    head.add(static_cast<std::uint16_t>(check)).add(static_cast<std::uint8_t>(check >> 16));
-    return head.take();
+void addHead(ByteWriter& record, std::size_t length, std::uint8_t kind) {
+    const std::size_t begin = record.bytes().size();
+    record.add(static_cast<std::uint32_t>(length)).add(kind);
+    const std::uint32_t check = checksum(std::string_view(record.bytes()).substr(begin));
+    record.add(static_cast<std::uint16_t>(check)).add(static_cast<std::uint8_t>(check >> 16));
 }
 
-std::string framed(RecordKind kind, std::string_view content) {
-    ByteWriter record;
-    record.addRaw(recordHead(content.size(), static_cast<std::uint8_t>(kind))).addRaw(content);
-    record.add(checksum(record.bytes()));
-    return record.take();
+void addFramed(ByteWriter& bytes, RecordKind kind, std::string_view content) {
+    const std::size_t begin = bytes.bytes().size();
+    addHead(bytes, content.size(), static_cast<std::uint8_t>(kind));
+    bytes.addRaw(content);
+    bytes.add(checksum(std::string_view(bytes.bytes()).substr(begin)));
 }
 
 bool isKind(std::uint8_t kind) {
@@ -80,7 +79,9 @@ Parsed takeRecord(std::string_view* rest, std::vector<Record>* records) {
     ByteReader head(rest->substr(0, kRecordHeadSize));
     const std::size_t length = head.u32();
     const std::uint8_t kind = head.u8();
-    if (recordHead(length, kind) != rest->substr(0, kRecordHeadSize) || length > kLargestContent || !isKind(kind))
+    ByteWriter expected;
+    addHead(expected, length, kind);
+    if (expected.bytes() != rest->substr(0, kRecordHeadSize) || length > kLargestContent || !isKind(kind))
         return Parsed::Broken;
     const std::size_t summed = kRecordHeadSize + length;
     if (rest->size() < summed + kChecksumSize) return Parsed::Torn;
@@ -159,22 +160,23 @@ bool StateFile::readAll(std::vector<Record>* records, std::string* problem) {
     return true;
 }
 
-bool StateFile::write(int fd, std::string_view bytes) {
+bool StateFile::write(int fd, std::size_t at, std::string_view bytes) {
     ssize_t written = -1;
     do {
-        written = ::write(fd, bytes.data(), bytes.size());
+        written = pwrite(fd, bytes.data(), bytes.size(), static_cast<off_t>(at));
     } while (written < 0 && errno == EINTR);
     return written == static_cast<ssize_t>(bytes.size());
 }
 
 bool StateFile::append(RecordKind kind, std::string_view content) {
     if (!file_.open()) return false;
-    const std::string bytes = framed(kind, content);
-    if (!write(file_.get(), bytes)) {
+    record_.clear();
+    addFramed(record_, kind, content);
+    if (!write(file_.get(), size_, record_.bytes())) {
         [[maybe_unused]] const int status = ftruncate(file_.get(), static_cast<off_t>(size_));
         return false;
     }
-    size_ += bytes.size();
+    size_ += record_.bytes().size();
     return true;
 }
 
@@ -183,10 +185,12 @@ bool StateFile::replace(const std::vector<Record>& records) {
     std::string problem;
     Descriptor made = makeOwnFile(directory_.get(), beside, &problem);
     if (!made.open()) return false;
-    std::string bytes = header();
-    for (const Record& record : records) bytes += framed(record.kind, record.content);
+    ByteWriter whole;
+    whole.addRaw(header());
+    for (const Record& record : records) addFramed(whole, record.kind, record.content);
+    const std::string& bytes = whole.bytes();
     // Locked before it takes the place: at no time may another process take it for free.
-    if (flock(made.get(), LOCK_EX | LOCK_NB) != 0 || !write(made.get(), bytes) ||
+    if (flock(made.get(), LOCK_EX | LOCK_NB) != 0 || !write(made.get(), 0, bytes) ||
         renameat(directory_.get(), beside.c_str(), directory_.get(), name_.c_str()) != 0) {
         const int error = errno;
         unlinkat(directory_.get(), beside.c_str(), 0);

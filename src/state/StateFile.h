@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "state/Bytes.h"
 #include "state/SafePath.h"
 
 namespace state {
@@ -49,12 +50,13 @@ public:
 private:
     std::string header() const;
     bool readAll(std::vector<Record>* records, std::string* problem);
-    bool write(int fd, std::string_view bytes);
+    bool write(int fd, std::size_t at, std::string_view bytes);
 
     Descriptor directory_;
     Descriptor file_;
     std::string name_;
     std::string bootId_;
+    ByteWriter record_;  // the one that is being written; its room is used again
     std::size_t size_ = 0;
 };
 

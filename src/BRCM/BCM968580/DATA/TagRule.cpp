@@ -81,6 +81,9 @@ std::uint32_t rulesBefore(const TagRuleTable& table) {
     return count;
 }
 
+// The next rules have been noted together.
+bool rulesAreNoted = false;
+
 void noteIfLoose(const TagRuleTable& table, std::uint32_t id, bool recorded) {
     if (!recorded && id != VLANCTL_DONT_CARE) state::ruleIsLoose(tableOf(table), id);
 }
@@ -140,20 +143,42 @@ TagRule& TagRule::revertTagCount(std::uint32_t tagAction) {
     return *this;
 }
 
+// ---- noted ahead ----
+
+RuleTablesNoted::RuleTablesNoted(const char* device, std::uint32_t direction, std::uint32_t first, std::uint32_t last) {
+    state::Journal* const journal = state::journal();
+    if (journal == nullptr) return;
+    state::ByteWriter step;
+    step.addRaw(stepOf(state::Step::InsertRules, device, narrow(direction), narrow(first)));
+    for (std::uint32_t tags = first; tags <= last; ++tags) step.add(rulesBefore({device, direction, tags}));
+    journal->intend(step.bytes());
+    rulesAreNoted = true;
+}
+
+RuleTablesNoted::~RuleTablesNoted() {
+    rulesAreNoted = false;
+}
+
 void insertComposedRule(const TagRuleTable& table, std::uint32_t* id) {
     const auto insert = [&] {
         return vlanCtl_insertTagRule(table.device, table.direction, table.tags, table.position, table.reference, id);
     };
-    if (state::journal() == nullptr) {
+    state::Journal* const journal = state::journal();
+    if (journal == nullptr) {
         insert();
         return;
     }
-    state::BegunStep step(state::Step::InsertRule, table.device, narrow(table.direction), narrow(table.tags),
-                          rulesBefore(table));
-    if (insert() != 0) return;
-    step.result(*id);
-    state::ruleAdded(tableOf(table));
+    const state::Operation operation;
+    const std::uint32_t before = rulesBefore(table);
+    if (!rulesAreNoted)
+        journal->intend(
+            stepOf(state::Step::InsertRules, table.device, narrow(table.direction), narrow(table.tags), before));
+    const bool inserted = insert() == 0;
+    journal->result(inserted ? *id : VLANCTL_DONT_CARE);
+    if (inserted) state::noteRulesInTable(tableOf(table), before + 1);
 }
+
+// ---- rules ----
 
 std::uint32_t TagRule::insert(const TagRuleTable& table) {
     std::uint32_t id = VLANCTL_DONT_CARE;

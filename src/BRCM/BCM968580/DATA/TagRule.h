@@ -17,6 +17,7 @@
 
 #include "BRCM/BCM968580/DATA/EngineRecords.h"
 #include "platform/vlanctl.h"
+#include "state/Journal.h"
 
 class EtherSwitchBcm380;
 
@@ -110,6 +111,19 @@ public:
 private:
     // Why no call is examined stands at the top.
     TagRule& unexamined(int /*vlanCtlResult*/) { return *this; }
+};
+
+// Notes ahead, by one record of the state file, that the composed rule goes into the tables first to last (numbers of
+// tags) of the device, each once and in this order. Nothing without a state file.
+class RuleTablesNoted {
+public:
+    RuleTablesNoted(const char* device, std::uint32_t direction, std::uint32_t first, std::uint32_t last);
+    ~RuleTablesNoted();
+    RuleTablesNoted(const RuleTablesNoted&) = delete;
+    RuleTablesNoted& operator=(const RuleTablesNoted&) = delete;
+
+private:
+    const state::Operation operation_;
 };
 
 // Asks vlanctl for the rule that was composed; its id is written to *id, when vlanctl takes it. The form for rules that

@@ -102,6 +102,7 @@ std::uint32_t tablePosition(bool igmpGoesFirst) {
 
 void installInTables(EtherSwitchBcm380& engine, TagRule& rule, const AniRulePlace& place, std::uint32_t firstTable,
                      std::uint32_t lastTable, std::uint32_t position) {
+    const RuleTablesNoted noted(place.device, place.direction, firstTable, lastTable);
     for (std::uint32_t tags = firstTable; tags <= lastTable; ++tags)
         rule.install(engine, {place.device, place.direction, tags, position}, place.gemIndex);
 }

@@ -1,6 +1,7 @@
 #include "BRCM/BCM968580/DATA/restart/Unfinished.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 
 #include "BRCM/BCM968580/DATA/EngineNames.h"
@@ -25,6 +26,7 @@ namespace restart {
 namespace {
 
 constexpr int kSubDevices = 8;
+constexpr std::size_t kMostTables = 4;  // of one step
 constexpr std::uint16_t kVeipPhyId = 0;
 
 EtherSwitchBcm380& engine() {
@@ -51,6 +53,21 @@ void removeRow(ByteReader& fields) {
     const VlanTagFilter_t inner = filterFrom(fields);
     for (const auto direction : {VLANCTL_DIRECTION_RX, VLANCTL_DIRECTION_TX})
         engine().deleteVlanRuleIdFromMap(device.c_str(), phyId, static_cast<std::uint16_t>(direction), &outer, &inner);
+}
+
+// The last table first. Of a rule that vlanctl has refused nothing is to take back.
+void takeBackRules(ByteReader& fields, const std::vector<std::uint32_t>& ids, std::uint32_t highestId) {
+    const std::string device = fields.text();
+    const std::uint8_t direction = fields.u8();
+    const std::uint8_t firstTags = fields.u8();
+    std::vector<std::uint32_t> before(fields.left() / sizeof(std::uint32_t));
+    for (std::uint32_t& rules : before) rules = fields.u32();
+    for (std::size_t i = before.size(); i-- > 0;) {
+        std::optional<std::uint32_t> id;
+        if (i < ids.size()) id = ids[i];
+        if (id == VLANCTL_DONT_CARE) continue;
+        takeBackRule({device, direction, static_cast<std::uint8_t>(firstTags + i)}, before[i], id, highestId);
+    }
 }
 
 void deleteMadeDevice(const std::string& device) {
@@ -115,13 +132,9 @@ void leaveDhcpClient(std::uint16_t bridgeId, std::uint16_t uniPort) {
 void settle(const state::UnfinishedStep& unfinished, std::uint32_t highestId) {
     ByteReader fields(unfinished.step);
     switch (static_cast<Step>(fields.u8())) {
-        case Step::InsertRule: {
-            const std::string device = fields.text();
-            const std::uint8_t direction = fields.u8();
-            const std::uint8_t tags = fields.u8();
-            takeBackRule({device, direction, tags}, fields.u32(), unfinished.result, highestId);
+        case Step::InsertRules:
+            takeBackRules(fields, unfinished.results, highestId);
             break;
-        }
         case Step::FreeRules: {
             const std::string device = fields.text();
             freeRules(device, fields.u16());
@@ -182,9 +195,11 @@ void settle(const state::UnfinishedStep& unfinished, std::uint32_t highestId) {
 bool isStep(const state::UnfinishedStep& step) {
     ByteReader fields(step.step);
     switch (static_cast<Step>(fields.u8())) {
-        case Step::InsertRule:
+        case Step::InsertRules:
             if (!isPlainDeviceName(fields.text())) return false;
-            fields.raw(6);
+            fields.raw(2);
+            if (fields.left() == 0 || fields.left() > kMostTables * sizeof(std::uint32_t)) return false;
+            while (fields.left() > 0) fields.u32();
             break;
         case Step::FreeRules:
             if (!isPlainDeviceName(fields.text())) return false;
@@ -226,7 +241,9 @@ void settleUnfinished(const std::vector<state::UnfinishedStep>& steps) {
     tell(LogText("the last operation was not finished: %d steps are taken back or finished",
                  static_cast<int>(steps.size())));
     std::uint32_t highestId = highestKnownRuleId();
-    for (const state::UnfinishedStep& step : steps) highestId = std::max(highestId, step.result.value_or(0));
+    for (const state::UnfinishedStep& step : steps)
+        for (const std::uint32_t id : step.results)
+            if (id != VLANCTL_DONT_CARE) highestId = std::max(highestId, id);
     std::for_each(steps.rbegin(), steps.rend(), [&](const auto& step) { settle(step, highestId); });
 }
 
