@@ -16,7 +16,7 @@ TEST(CommandLine, WhatMakesNoSenseIsRefusedInOneLineThatSaysWhatIsMeant) {
     } cases[] = {
         {{}, "vorn-onu: say what to do: run, send, "},
         {{"rnu"}, "vorn-onu: there is no command 'rnu', did you mean 'run'?; there are run, send, "},
-        {{"fly", "--quiet"}, "vorn-onu: there is no command 'fly'; there are run, "},
+        {{"gallop", "--quiet"}, "vorn-onu: there is no command 'gallop'; there are run, "},
         {{"help", "snd"}, "vorn-onu: there is no command 'snd', did you mean 'send'?"},
         {{"run"}, "vorn-onu: run: FILE is required"},
         {{"run", "--jsn", "-"}, "vorn-onu: run: there is no option --jsn, did you mean '--json'?\n"},
