@@ -2,9 +2,19 @@
 # Can the fault sweep and the thread tests fail? Builds the library with each fault of planted/ in turn, in a copy of the
 # sources, and runs against it the program that is to catch it.
 #   self_test.sh SOURCE_DIR SWEEP_PROGRAM THREAD_TESTS WORK_DIR
+#   self_test.sh --fits SOURCE_DIR    builds nothing; do the faults still fit the sources?
 # SWEEP_PROGRAM is built as the preset dev has it, THREAD_TESTS as tsan. Exit codes: 0 every fault caught, 1 one was not, or
 # the library without a fault does not pass, 2 a fault could not be planted.
 set -euo pipefail
+if [ "${1:-}" = --fits ]; then
+    status=0
+    for fault in "$2"/tools/fault-sweep/planted/*.patch; do
+        patch --dry-run --quiet -d "$2" -p1 <"$fault" && continue
+        printf '%s does not fit the sources any more: plant it anew.\n' "${fault##*/}"
+        status=2
+    done
+    exit $status
+fi
 source_dir=$(realpath "$1") sweep=$(realpath "$2") threads=$(realpath "$3")
 mkdir -p "$4"
 work=$(realpath "$4")
