@@ -6,7 +6,6 @@
 #include "show/ReportStyle.h"
 #include "state/FailedCalls.h"
 #include "state/RuleReach.h"
-#include "state/WalkWords.h"
 
 namespace vorn_onu {
 
@@ -80,12 +79,6 @@ std::vector<std::string> failedCalls(const ReportInput& input) {
     return items;
 }
 
-std::string warnings(const ReportInput& input) {
-    return warning("Shell commands that the virtual ONU does not understand", allEscaped(input.state.strangeCommands)) +
-           warning("Calls into the device kit that failed", failedCalls(input)) +
-           warning("Rules that no frame can reach", allEscaped(unreachableRules(input.state)));
-}
-
 // ---- what stands on the device ----
 
 // What the colours and lines of the picture mean. A line that no part of it has is left out.
@@ -98,32 +91,14 @@ std::string pictureLegend(const std::string& svg) {
 }
 
 std::string picture(const ReportInput& input) {
-    const std::string svg = topologyPicture(input.state);
-    if (svg.empty()) return "";
+    const std::string body = picturePart(input.state);
     const std::string when = input.moment.empty() ? "As it stands at the end of the run."
                                                   : "As it stood " + input.moment +
                                                         ", the moment with most on it; later steps take it back.";
-    return element("p", escaped(when), "soft") +
-           card(
-               element("p", "The picture is wider than this page: push it sideways.", "soft wide") +
-               "<div class=\"scroll\" role=\"region\" aria-label=\"Picture of the device by service\" tabindex=\"0\">" +
-               svg + "</div>\n" + pictureLegend(svg));
+    return body.empty() ? "" : element("p", escaped(when), "soft") + body;
 }
 
 // ---- frames ----
-
-std::string hopTable(const ReportWalk& walk, const std::string& stepNoun) {
-    RowGroup hops;
-    for (const HopWords& hop : hopWords(walk.walk)) {
-        const std::string tree = hop.tree.empty() ? "" : element("span", escaped(hop.tree), "tree");
-        std::string what = escaped(hop.what);
-        if (const std::size_t step = hop.place < walk.origins.size() ? walk.origins[hop.place] : 0; step != 0)
-            what += " " + element("small", link(stepAnchor(step), stepNoun + " " + std::to_string(step)));
-        if (!hop.fate.empty()) what += element("div", escaped(hop.fate), hop.dropped ? "drop" : "out");
-        hops.rows.push_back({tree + escaped(hop.where), what, escaped(hop.to), escaped(hop.frame)});
-    }
-    return stackingTable({"where", "what", "goes to", "the frame then"}, {hops}, "hop");
-}
 
 std::string walkCard(const ReportWalk& walk, bool open, const std::string& stepNoun) {
     const char* mood = !walk.passed ? "wrong" : !walk.walk.exits.empty() ? "out" : "drop";
@@ -131,7 +106,7 @@ std::string walkCard(const ReportWalk& walk, bool open, const std::string& stepN
                           element("span", escaped(walk.verdict), std::string("verdict ") + mood);
     for (const std::string& line : walk.expected) summary += element("span", escaped("expected: " + line), "why");
     if (!walk.note.empty()) summary += element("span", escaped(walk.note), "why");
-    const std::string hops = hopTable(walk, stepNoun);
+    const std::string hops = hopTable(hopWords(walk.walk), walk.origins, stepNoun);
     return details(summary, hops.empty() ? element("p", "before any look-up", "soft") : hops, open || !walk.passed,
                    "card walk");
 }
@@ -199,8 +174,37 @@ std::string contents(const std::vector<Part>& parts) {
 
 }  // namespace
 
+std::string warningsPart(const ReportInput& input) {
+    return warning("Shell commands that the virtual ONU does not understand", allEscaped(input.state.strangeCommands)) +
+           warning("Calls into the device kit that failed", failedCalls(input)) +
+           warning("Rules that no frame can reach", allEscaped(unreachableRules(input.state)));
+}
+
+std::string picturePart(const DeviceState& state) {
+    const std::string svg = topologyPicture(state);
+    if (svg.empty()) return "";
+    return card(
+        element("p", "The picture is wider than this page: push it sideways.", "soft wide") +
+        "<div class=\"scroll\" role=\"region\" aria-label=\"Picture of the device by service\" tabindex=\"0\">" + svg +
+        "</div>\n" + pictureLegend(svg));
+}
+
+std::string hopTable(const std::vector<HopWords>& way, const std::vector<std::size_t>& origins,
+                     const std::string& stepNoun) {
+    RowGroup hops;
+    for (const HopWords& hop : way) {
+        const std::string tree = hop.tree.empty() ? "" : element("span", escaped(hop.tree), "tree");
+        std::string what = escaped(hop.what);
+        if (const std::size_t step = hop.place < origins.size() ? origins[hop.place] : 0; step != 0)
+            what += " " + element("small", link(stepAnchor(step), stepNoun + " " + std::to_string(step)));
+        if (!hop.fate.empty()) what += element("div", escaped(hop.fate), hop.dropped ? "drop" : "out");
+        hops.rows.push_back({tree + escaped(hop.where), what, escaped(hop.to), escaped(hop.frame)});
+    }
+    return stackingTable({"where", "what", "goes to", "the frame then"}, {hops}, "hop");
+}
+
 std::string htmlReport(const ReportInput& input) {
-    const std::vector<Part> parts = {{"Warnings", warnings(input)},
+    const std::vector<Part> parts = {{"Warnings", warningsPart(input)},
                                      {"The device by service", picture(input)},
                                      {"Services and their rules", servicesPart(input.state)},
                                      {"Frames, hop by hop", frames(input)},
@@ -214,8 +218,8 @@ std::string htmlReport(const ReportInput& input) {
     for (const Part& part : parts) body += section(part.title, part.body);
     return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<meta name=\"viewport\" "
            "content=\"width=device-width, initial-scale=1\">\n<title>" +
-           escaped(input.title) + "</title>\n<style>" + kReportStyle + "</style>\n</head>\n<body>\n<main>\n" + body +
-           "</main>\n</body>\n</html>\n";
+           escaped(input.title) + "</title>\n<style>" + kReportStyle + pictureStyle() +
+           "</style>\n</head>\n<body>\n<main>\n" + body + "</main>\n</body>\n</html>\n";
 }
 
 }  // namespace vorn_onu

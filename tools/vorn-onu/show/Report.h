@@ -10,6 +10,7 @@
 #include "VirtualOnu.h"
 #include "state/DeviceState.h"
 #include "state/Services.h"
+#include "state/WalkWords.h"
 
 namespace vorn_onu {
 
@@ -67,6 +68,12 @@ struct ReportInput {
 };
 
 std::string htmlReport(const ReportInput& input);
+// Parts of it. Each "" when there is nothing to show.
+std::string warningsPart(const ReportInput& input);
+std::string picturePart(const DeviceState& state);
+// The look-ups of a frame; with links to the steps that their rules came with, where origins has them.
+std::string hopTable(const std::vector<HopWords>& way, const std::vector<std::size_t>& origins = {},
+                     const std::string& stepNoun = "");
 
 // ReportDevice.cpp: the parts that show what stands on the device. Each "" when there is nothing to show.
 std::string servicesPart(const DeviceState& state);
@@ -83,6 +90,7 @@ std::string stepAnchor(std::size_t number);
 
 // ReportPicture.cpp: devices, bridges, GEM ports and T-CONTs, one lane a service. "" when there is no service.
 std::string topologyPicture(const DeviceState& state);
+std::string pictureStyle();  // what its page's style needs: a page may forbid styles at elements
 
 }  // namespace vorn_onu
 

@@ -73,10 +73,10 @@ public:
                 " " + number(to.x) + " " + number(toY) + "\"/>\n";
     }
     std::string finish(int height) const {
-        return "<svg role=\"img\" aria-label=\"Devices, bridges, GEM ports and T-CONTs by service; the next part tells "
-               "the same in words\" style=\"min-width:" +
-               number(kPictureWidth) + "px\" viewBox=\"0 0 " + number(kPictureWidth) + " " + number(height) + "\">\n" +
-               svg_ + "</svg>";
+        return "<svg class=\"picture\" role=\"img\" aria-label=\"Devices, bridges, GEM ports and T-CONTs by service; "
+               "the "
+               "services and their rules tell the same in words\" viewBox=\"0 0 " +
+               number(kPictureWidth) + " " + number(height) + "\">\n" + svg_ + "</svg>";
     }
 
 private:
@@ -201,6 +201,10 @@ int draw(Picture& picture, const DeviceState& state, const Service& service, int
 }
 
 }  // namespace
+
+std::string pictureStyle() {
+    return "svg.picture { min-width:" + number(kPictureWidth) + "px }\n";
+}
 
 std::string topologyPicture(const DeviceState& state) {
     const std::vector<Service> services = servicesOf(state);
