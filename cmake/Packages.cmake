@@ -103,7 +103,7 @@ set(CPACK_DEBIAN_DEV_PACKAGE_RECOMMENDS "vorn-onu (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS "nlohmann-json3-dev, libssl-dev")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME vorn-onu)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION devel)
-set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libvorn-hal1 (= ${PROJECT_VERSION}), libpcap0.8, libssl3")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libvorn-hal1 (= ${PROJECT_VERSION}), libpcap0.8, libssl3, libcpp-httplib0.11")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS "libvorn-hal-dev")
 
 set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-vorn-onu)

@@ -68,7 +68,7 @@ floors src "" hal state bridge device,xpon BRCM/BCM968580/DATA BRCM/BCM968580,ha
 floors src/BRCM/BCM968580/DATA BRCM/BCM968580/DATA/ . ani,uni,gateway,iphost restart
 floors virtual_onu "" . libc/real kernel kit shell frames libc
 floors omci omci/ message mib agent,services
-floors tools/vorn-onu "" io state capture scenario/fields scenario/expect,scenario/operations scenario living,audit,channel show program commands commandline .
+floors tools/vorn-onu "" io state capture scenario/fields scenario/expect,scenario/operations scenario living,audit,channel show page program commands commandline .
 
 # What a daemon fills in or gets: nobody can guess unit, range and meaning. A comment stands behind the field or above it.
 # The counters' record is left out: its comment above tells of all of them.

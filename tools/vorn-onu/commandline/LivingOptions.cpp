@@ -33,6 +33,26 @@ void addShow(CLI::App& at, const std::string& name, Works& works) {
     });
 }
 
+void addServe(CLI::App& at, const std::string& name, Works& works) {
+    constexpr int kUsualPort = 8080, kHighestPort = 65535;
+    const auto serve = std::make_shared<AtServeCommand>();
+    serve->port = kUsualPort;
+    CLI::App* command = at.add_subcommand("serve", "show the board on a page for this machine's browsers");
+    command->add_option("--port", serve->port, "where on 127.0.0.1; 0: any that is free")
+        ->capture_default_str()
+        ->check(CLI::Range(0, kHighestPort))
+        ->type_name("PORT");
+    command->footer(
+        "Open the link that it prints: with its token the page can pull cables and fibre, silence the gateway, let "
+        "calls "
+        "fail and send frames; without it one can only look. The page stays when the board goes, and finds the next "
+        "one of the same name. A signal ends it.");
+    works.emplace_back(command, [serve, &name] {
+        serve->name = name;
+        return serve->run();
+    });
+}
+
 void addStep(CLI::App& at, const std::string& kind, const std::string& doc, const std::string& name, Works& works) {
     const auto step = std::make_shared<AtStepCommand>();
     step->kind = kind;
@@ -78,6 +98,7 @@ Command addAt(CLI::App& app) {
         ->type_name("")
         ->check(boardName());
     addShow(*command, at->name, at->works);
+    addServe(*command, at->name, at->works);
     for (const StepKind& kind : stepKinds()) {
         if (kind.key == "show" || kind.key == "note") continue;  // nothing to look at, and words for a reader
         addStep(*command, kind.key, kind.doc, at->name, at->works);

@@ -126,6 +126,11 @@ struct AtStepCommand : AtCommand {
     int run() const;                 // kNotHeld when the step has failed or the frame was dropped
 };
 
+struct AtServeCommand : AtCommand {
+    int port = 0;     // 0: one that is free
+    int run() const;  // until a signal ends it
+};
+
 int printSchema();
 
 }  // namespace vorn_onu

@@ -48,8 +48,13 @@ bool isFailure(const TraceEntry& entry) {
 json walkText(const virtual_onu::Walk& walk) {
     json hops = json::array(), leaves = json::array(), drops = json::array();
     for (const HopWords& hop : hopWords(walk))
-        hops.push_back(
-            {{"tree", hop.tree}, {"where", hop.where}, {"what", hop.what}, {"to", hop.to}, {"frame", hop.frame}});
+        hops.push_back({{"tree", hop.tree},
+                        {"where", hop.where},
+                        {"what", hop.what},
+                        {"to", hop.to},
+                        {"frame", hop.frame},
+                        {"fate", hop.fate},
+                        {"drops", hop.dropped}});
     for (const auto& exit : walk.exits) leaves.push_back(exitWords(exit));
     for (const auto& drop : walk.drops) drops.push_back(dropWords(walk, drop));
     return {{"hops", hops}, {"leaves", leaves}, {"dropped", drops}};

@@ -1,0 +1,80 @@
+// Plain HTTP over a socket: what a test sends goes out as it is, also when it is no HTTP.
+#ifndef TESTS_PAGE_HTTP_H
+#define TESTS_PAGE_HTTP_H
+
+#include <arpa/inet.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <string>
+
+class HttpConnection {
+public:
+    explicit HttpConnection(int port) : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in place{};
+        place.sin_family = AF_INET;
+        place.sin_port = htons(static_cast<std::uint16_t>(port));
+        place.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        open_ = connect(socket_, reinterpret_cast<const sockaddr*>(&place), sizeof place) == 0;
+    }
+    ~HttpConnection() { close(socket_); }
+    HttpConnection(const HttpConnection&) = delete;
+    HttpConnection& operator=(const HttpConnection&) = delete;
+
+    bool isOpen() const { return open_; }
+    void send(const std::string& text) const {
+        for (std::size_t done = 0; done < text.size();) {
+            const ssize_t count = ::send(socket_, text.data() + done, text.size() - done, MSG_NOSIGNAL);
+            if (count <= 0) return;
+            done += static_cast<std::size_t>(count);
+        }
+    }
+    // Everything that has come, once it holds the text; or what came until the connection ended or the time was over.
+    std::string until(const std::string& text, int seconds = 20) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+        while (got_.find(text) == std::string::npos && std::chrono::steady_clock::now() < end && more(100)) continue;
+        return got_;
+    }
+    void forget() { got_.clear(); }
+
+private:
+    bool more(int waitMs) {
+        pollfd one{socket_, POLLIN, 0};
+        if (poll(&one, 1, waitMs) <= 0) return true;
+        char bytes[16384];
+        const ssize_t count = recv(socket_, bytes, sizeof bytes, 0);
+        if (count > 0) got_.append(bytes, static_cast<std::size_t>(count));
+        return count > 0;
+    }
+
+    int socket_;
+    bool open_ = false;
+    std::string got_;
+};
+
+struct HttpAnswer {
+    int status = 0;  // 0: none has come
+    std::string head, body;
+};
+
+// headers: lines that end with \r\n. The connection is closed after it.
+inline HttpAnswer ask(int port, const std::string& method, const std::string& path, const std::string& headers,
+                      const std::string& body = "") {
+    HttpConnection connection(port);
+    std::string text = method + " " + path + " HTTP/1.1\r\nConnection: close\r\n" + headers;
+    if (method == "POST") text += "Content-Length: " + std::to_string(body.size()) + "\r\n";
+    connection.send(text + "\r\n" + body);
+    const std::string got = connection.until("no such text: until it ends");
+    HttpAnswer answer;
+    const std::size_t end = got.find("\r\n\r\n");
+    if (got.compare(0, 9, "HTTP/1.1 ") != 0 || end == std::string::npos) return answer;
+    answer.status = std::atoi(got.c_str() + 9);
+    answer.head = got.substr(0, end);
+    answer.body = got.substr(end + 4);
+    return answer;
+}
+
+#endif

@@ -1,0 +1,152 @@
+#include "page/CounterPart.h"
+
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+
+#include "show/Html.h"
+
+namespace vorn_onu::page {
+
+namespace {
+
+using namespace html;
+using nlohmann::json;
+
+// "1,234,567"
+std::string grouped(std::uint64_t number) {
+    std::string text = std::to_string(number);
+    for (std::size_t i = text.size(); i > 3; i -= 3) text.insert(i - 3, ",");
+    return text;
+}
+
+// Three digits are enough for what moves: "1.25 Mbit", "980 B".
+std::string withPrefix(double value, const std::string& unit) {
+    constexpr std::array<const char*, 5> kPrefixes{"", "k", "M", "G", "T"};
+    std::size_t prefix = 0;
+    while (value >= 999.5 && prefix + 1 < kPrefixes.size()) {
+        value /= 1000;
+        ++prefix;
+    }
+    char text[32];
+    std::snprintf(text, sizeof text, "%.*f", prefix == 0 || value >= 99.5 ? 0 : value >= 9.95 ? 1 : 2, value);
+    return std::string(text) + " " + kPrefixes[prefix] + unit;
+}
+
+struct Count {
+    std::uint64_t frames = 0, octets = 0;
+    bool any() const { return frames != 0 || octets != 0; }
+};
+
+std::uint64_t numberAt(const json& object, const char* key) {
+    return object.is_object() ? object.value(key, std::uint64_t{0}) : 0;
+}
+std::uint64_t numberAt(const json& list, std::size_t place) {
+    return list.is_array() && place < list.size() ? list[place].get<std::uint64_t>() : 0;
+}
+
+template <typename Key>
+Count countOf(const json& counters, Key frames, Key octets) {
+    return {numberAt(counters, frames), numberAt(counters, octets)};
+}
+
+std::string total(const Count& count) {
+    if (!count.any()) return "";
+    return grouped(count.frames) + (count.frames == 1 ? " frame, " : " frames, ") +
+           withPrefix(static_cast<double>(count.octets), "B");
+}
+
+// A counter that went back was set anew: nothing is known of its rate.
+std::string rate(const Count& now, const Count& before, double seconds) {
+    if (!now.any()) return "";
+    if (seconds <= 0 || now.frames < before.frames || now.octets < before.octets) return "–";
+    const double frames = static_cast<double>(now.frames - before.frames) / seconds;
+    if (frames == 0) return "–";
+    const double bits = static_cast<double>(now.octets - before.octets) * 8 / seconds;
+    char text[32];
+    std::snprintf(text, sizeof text, "%.*f", frames < 9.95 ? 1 : 0, frames);
+    return (frames < 9.95 ? std::string(text) : grouped(static_cast<std::uint64_t>(std::llround(frames)))) +
+           " frames/s, " + withPrefix(bits, "bit/s");
+}
+
+// What else a device has counted: "3 rx_dropped".
+std::string others(const json& counters) {
+    std::string text;
+    for (const auto& [name, value] : counters.items()) {
+        const bool shown = name == "rx_packets" || name == "rx_bytes" || name == "tx_packets" || name == "tx_bytes";
+        if (shown || !value.is_number_unsigned() || value == 0U) continue;
+        text += (text.empty() ? "" : ", ") + grouped(value.get<std::uint64_t>()) + " " + name;
+    }
+    return escaped(text);
+}
+
+const json& memberOf(const json& object, const std::string& key) {
+    static const json nothing;
+    if (!object.is_object()) return nothing;
+    const auto found = object.find(key);
+    return found == object.end() ? nothing : *found;
+}
+
+RowGroup deviceRows(const json& now, const json& before, double seconds) {
+    RowGroup rows;
+    for (const auto& [name, counters] : memberOf(now, "devices").items()) {
+        const json& earlier = memberOf(memberOf(before, "devices"), name);
+        const Count in = countOf(counters, "rx_packets", "rx_bytes"), out = countOf(counters, "tx_packets", "tx_bytes");
+        const std::string rest = others(counters);
+        if (!in.any() && !out.any() && rest.empty()) continue;
+        rows.rows.push_back({code(name), total(in), rate(in, countOf(earlier, "rx_packets", "rx_bytes"), seconds),
+                             total(out), rate(out, countOf(earlier, "tx_packets", "tx_bytes"), seconds), rest});
+    }
+    return rows;
+}
+
+// The kit's record: frames and octets sent, frames and octets received, ..., discarded.
+RowGroup gemPortRows(const json& now, const json& before, double seconds) {
+    constexpr std::size_t kSentFrames = 0, kSentOctets = 1, kReceivedFrames = 2, kReceivedOctets = 3, kDiscarded = 6;
+    RowGroup rows;
+    for (const auto& [port, counters] : memberOf(now, "gemPorts").items()) {
+        const json& earlier = memberOf(memberOf(before, "gemPorts"), port);
+        const Count out = countOf(counters, kSentFrames, kSentOctets);
+        const Count in = countOf(counters, kReceivedFrames, kReceivedOctets);
+        const std::uint64_t discarded = numberAt(counters, kDiscarded);
+        if (!in.any() && !out.any() && discarded == 0) continue;
+        rows.rows.push_back({escaped("GEM port " + port), total(in),
+                             rate(in, countOf(earlier, kReceivedFrames, kReceivedOctets), seconds), total(out),
+                             rate(out, countOf(earlier, kSentFrames, kSentOctets), seconds),
+                             discarded == 0 ? "" : grouped(discarded) + " discarded"});
+    }
+    return rows;
+}
+
+RowGroup queueRows(const json& now, const json& before, double seconds) {
+    RowGroup rows;
+    for (const json& queue : memberOf(now, "queues")) {
+        const Count out = countOf(queue, "frames", "octets");
+        if (!out.any()) continue;
+        Count earlier;
+        for (const json& one : memberOf(before, "queues"))
+            if (one.value("tcont", -1) == queue.value("tcont", -1) &&
+                one.value("queue", -1) == queue.value("queue", -1))
+                earlier = countOf(one, "frames", "octets");
+        rows.rows.push_back(
+            {"T-CONT " + std::to_string(queue.value("tcont", 0)) + ", queue " + std::to_string(queue.value("queue", 0)),
+             "", "", total(out), rate(out, earlier, seconds), ""});
+    }
+    return rows;
+}
+
+}  // namespace
+
+std::string counterPart(const json& now, const json& before, double seconds) {
+    RowGroup devices = deviceRows(now, before, seconds), ports = gemPortRows(now, before, seconds),
+             queues = queueRows(now, before, seconds);
+    devices.title = "devices";
+    ports.title = "GEM ports";
+    queues.title = "upstream queues";
+    const std::string text = stackingTable({"where", "received", "received now", "sent", "sent now", "besides"},
+                                           {devices, ports, queues}, "counts");
+    return text.empty() ? "" : card(text);
+}
+
+}  // namespace vorn_onu::page

@@ -1,0 +1,210 @@
+// The script of the page of a board that runs. The server makes all HTML, with every text escaped; texts that come as
+// such are shown as text.
+#ifndef VORN_ONU_PAGE_SCRIPT_H
+#define VORN_ONU_PAGE_SCRIPT_H
+
+namespace vorn_onu::page {
+
+constexpr const char* kPageScript = R"js('use strict';
+
+const byId = id => document.getElementById(id);
+
+// ---- the token: comes with the link, and leaves the address line ----
+
+function tokenOfPage() {
+  const name = 'vorn-onu token';
+  const given = new URLSearchParams(location.search).get('token');
+  if (given) history.replaceState(null, '', location.pathname + location.hash);
+  try {
+    if (given) sessionStorage.setItem(name, given);
+    return given || sessionStorage.getItem(name) || '';
+  } catch {
+    return given || '';  // no storage is granted: good until the page is loaded again
+  }
+}
+
+const token = tokenOfPage();
+
+// ---- parts: only what differs is changed, so that focus, selection and what is unfolded stay ----
+
+const keyOf = node => (node.nodeType === Node.ELEMENT_NODE ? node.dataset.key || '' : '');
+const areAlike = (one, other) => one.nodeName === other.nodeName && keyOf(one) === keyOf(other);
+
+function patchAttributes(old, fresh) {
+  for (const {name} of [...old.attributes])
+    if (!fresh.hasAttribute(name) && name !== 'open') old.removeAttribute(name);
+  for (const {name, value} of fresh.attributes)
+    if (name !== 'open' && old.getAttribute(name) !== value) old.setAttribute(name, value);
+}
+
+function patch(old, fresh) {
+  if (old.nodeType !== Node.ELEMENT_NODE) {
+    if (old.nodeValue !== fresh.nodeValue) old.nodeValue = fresh.nodeValue;
+    return;
+  }
+  patchAttributes(old, fresh);
+  patchChildren(old, fresh);
+}
+
+function patchChildren(old, fresh) {
+  let place = old.firstChild;
+  for (const node of [...fresh.childNodes]) {
+    if (place && keyOf(node) && !areAlike(place, node)) {
+      const moved = [...old.children].find(child => areAlike(child, node));
+      if (moved) place = old.insertBefore(moved, place);
+    }
+    if (!place || !areAlike(place, node)) {
+      old.insertBefore(node, place);
+      if (place && !keyOf(place) && !keyOf(node)) {
+        const stale = place;
+        place = place.nextSibling;
+        stale.remove();
+      }
+      continue;
+    }
+    patch(place, node);
+    place = place.nextSibling;
+  }
+  while (place) {
+    const stale = place;
+    place = place.nextSibling;
+    stale.remove();
+  }
+}
+
+function show(place, html) {
+  const fresh = document.createElement(place.nodeName);
+  fresh.innerHTML = html;
+  patchChildren(place, fresh);
+}
+
+function showParts(parts) {
+  for (const [name, html] of Object.entries(parts)) {
+    const place = byId('part-' + name);
+    if (!place) continue;
+    show(place, html);
+    const section = byId(name);
+    if (!section) continue;
+    section.hidden = html === '';
+    for (const link of document.querySelectorAll('nav a'))
+      if (link.hash === '#' + name) link.hidden = section.hidden;
+  }
+}
+
+// ---- what the board tells; not while nobody looks ----
+
+let events = null;
+
+function connection(text, state) {
+  const line = byId('connection');
+  if (line.textContent !== text) line.textContent = text;
+  line.className = state;
+}
+
+function listen() {
+  if (events || document.hidden) return;
+  events = new EventSource('events');
+  events.addEventListener('parts', event => {
+    connection('Live', 'live');
+    showParts(JSON.parse(event.data));
+  });
+  events.addEventListener('gone', event => {
+    connection('Not there: ' + JSON.parse(event.data).why + '. Below is what was seen last.', 'lost');
+  });
+  events.onerror = () => {
+    connection('vorn-onu does not answer. Below is what was seen last.', 'lost');
+    if (events.readyState !== EventSource.CLOSED) return;  // the browser tries again
+    events = null;
+    setTimeout(listen, 3000);
+  };
+}
+
+document.addEventListener('visibilitychange', () => {
+  if (!document.hidden) return listen();
+  if (events) events.close();
+  events = null;
+});
+
+// ---- steps ----
+
+function outcome(words, mood) {
+  const line = byId('outcome');
+  line.className = mood;
+  line.textContent = words;
+}
+
+async function take(step) {
+  const reply = await fetch('step', {
+    method: 'POST',
+    headers: {'Content-Type': 'application/json', 'X-Vorn-Token': token},
+    body: JSON.stringify(step),
+  }).catch(() => null);
+  if (!reply) {
+    outcome('vorn-onu does not answer.', 'bad');
+    return null;
+  }
+  const answer = await reply.json().catch(() => ({error: 'an answer that is none'}));
+  if (answer.error !== undefined) {
+    outcome('Not done: ' + answer.error, 'bad');
+    return null;
+  }
+  outcome(answer.words, answer.passed ? 'good' : 'bad');
+  return answer;
+}
+
+document.addEventListener('click', event => {
+  const button = event.target.closest('button[data-step]');
+  if (button) take(JSON.parse(button.dataset.step));
+});
+
+// ---- forms: fields that are empty are left out ----
+
+function onSubmit(id, stepOf, then) {
+  byId(id).addEventListener('submit', async event => {
+    event.preventDefault();
+    const values = Object.fromEntries([...new FormData(event.target)].map(([key, text]) => [key, text.trim()]));
+    const answer = await take(stepOf(values));
+    if (answer && then) then(answer);
+  });
+}
+
+const numberOrText = text => (/^[0-9]+$/.test(text) ? Number(text) : text);
+
+function tagOf(values, which) {
+  if (values[which + '-vid'] === '') return [];
+  const tag = {vid: Number(values[which + '-vid'])};
+  if (values[which + '-pbits'] !== '') tag.pbits = Number(values[which + '-pbits']);
+  if (values[which + '-tpid'] !== '') tag.tpid = numberOrText(values[which + '-tpid']);
+  return [tag];
+}
+
+function frameOf(values) {
+  const frame = {from: values.from, etherType: values.etherType};
+  const tags = [...tagOf(values, 'outer'), ...tagOf(values, 'inner')];
+  if (tags.length > 0) frame.tags = tags;
+  for (const key of ['dscp', 'payload']) if (values[key] !== '') frame[key] = Number(values[key]);
+  for (const key of ['source', 'destination']) if (values[key] !== '') frame[key] = values[key];
+  if (values.ipProtocol !== '') frame.ipProtocol = numberOrText(values.ipProtocol);
+  return {frame};
+}
+
+onSubmit('frame-form', frameOf, answer => {
+  byId('way').hidden = false;
+  show(byId('way'), answer.html);
+});
+onSubmit('fault-form', values => ({
+  fault: {function: values.function, nth: Number(values.nth), code: Number(values.code), may: true},
+}));
+onSubmit('delay-form', values => ({gateway: {answersAfterMs: Number(values.answersAfterMs)}}));
+onSubmit('advance-form', values => ({advance: Number(values.advance)}));
+
+// ---- begin ----
+
+byId('readonly').hidden = token !== '';
+for (const group of document.querySelectorAll('fieldset.bare')) group.disabled = token === '';
+listen();
+)js";
+
+}  // namespace vorn_onu::page
+
+#endif
