@@ -53,12 +53,16 @@ TEST_F(PageInBrowser, IsUsedByKeyboard) {
     // The button is the same, with the opposite to do: the focus has stayed.
     EXPECT_EQ(browser_->value("document.activeElement.getAttribute('aria-label')"), "Plug in the cable of sid0");
     EXPECT_EQ(browser_->value("document.getElementById('outcome').textContent"), "board: links (sid0 down)");
-    // A port that comes in front of it takes nothing away from it.
-    step({{"board", {{"devices", {{"aa0", true}}}}}});
-    EXPECT_TRUE(browser_->becomes("document.querySelector('[data-key=aa0]')"));
-    EXPECT_EQ(browser_->value("document.activeElement.getAttribute('aria-label')"), "Plug in the cable of sid0");
     browser_->press("Enter", 13, "\r");
     EXPECT_TRUE(browser_->becomes("document.querySelector('[data-key=sid0] .lamp').textContent === 'link up'"));
+    // Ports in front of it that go, and come, take nothing away from it.
+    browser_->value("document.querySelector('[data-key=eth1] button').focus()");
+    for (const bool there : {false, true}) {
+        step({{"board", {{"devices", {{"eth0", there}}}}}});
+        const std::string row = "document.querySelector('[data-key=eth0]')";
+        EXPECT_TRUE(browser_->becomes(there ? row : "!" + row));
+        EXPECT_EQ(browser_->value("document.activeElement.getAttribute('aria-label')"), "Plug in the cable of eth1");
+    }
 }
 
 TEST_F(PageInBrowser, FollowsAComposedFrame) {

@@ -47,8 +47,16 @@ function patch(old, fresh) {
 }
 
 function patchChildren(old, fresh) {
+  // Rows that go make room first: a row that is moved would lose the focus.
+  const staying = new Set([...fresh.children].map(keyOf));
+  for (const child of [...old.children]) if (keyOf(child) && !staying.has(keyOf(child))) child.remove();
   let place = old.firstChild;
   for (const node of [...fresh.childNodes]) {
+    while (place && keyOf(node) && !keyOf(place)) {  // what stood between rows
+      const stale = place;
+      place = place.nextSibling;
+      stale.remove();
+    }
     if (place && keyOf(node) && !areAlike(place, node)) {
       const moved = [...old.children].find(child => areAlike(child, node));
       if (moved) place = old.insertBefore(moved, place);
