@@ -35,8 +35,8 @@ const char* stateName(PortState state) {
 
 }  // namespace
 
+// From copies: threads that call the device wait for those, not for the text that is made of them.
 nlohmann::json toJson() {
-    const DeviceLock lock(deviceMutex());
     nlohmann::json json = {{"devices", nlohmann::json::array()}, {"bridges", nlohmann::json::array()}};
     for (const auto& device : devices()) {
         json["devices"].push_back({{"name", device.name},

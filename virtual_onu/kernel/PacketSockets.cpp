@@ -134,9 +134,12 @@ void reset() {
 
 nlohmann::json toJson() {
     constexpr char kDigits[] = "0123456789abcdef";
-    const DeviceLock lock(deviceMutex());
+    const auto sent = [] {
+        const DeviceLock lock(deviceMutex());
+        return state().frames;
+    }();
     auto frames = nlohmann::json::array();
-    for (const auto& frame : state().frames) {
+    for (const auto& frame : sent) {
         std::string hex;
         for (const auto byte : frame.bytes) hex += {kDigits[byte >> 4], kDigits[byte & 0xf]};
         frames.push_back({{"device", frame.device}, {"bytes", hex}});

@@ -253,9 +253,14 @@ void afterForkInChild() {
 
 nlohmann::json toJson() {
     auto& state = busState();
-    const BusLock lock(state.mutex);
+    BusLock lock(state.mutex);
+    const auto messages = state.sent;
+    const auto stored = state.persistent;
+    const bool answers = state.mode == GatewayMode::Answers;
+    const auto delayMs = state.answerDelayMs;
+    lock.unlock();
     auto sent = nlohmann::json::array();
-    for (const auto& message : state.sent) {
+    for (const auto& message : messages) {
         sent.push_back({{"type", message.header.type},
                         {"source", message.header.source},
                         {"destination", message.header.destination},
@@ -263,11 +268,11 @@ nlohmann::json toJson() {
                         {"payload", hexText(message.payload)}});
     }
     auto persistent = nlohmann::json::object();
-    for (const auto& [key, value] : state.persistent) {
+    for (const auto& [key, value] : stored) {
         persistent[escaped(key)] = escaped(std::string(value.begin(), value.end()));
     }
-    return {{"gateway", state.mode == GatewayMode::Answers ? "answers" : "silent"},
-            {"answerDelayMs", state.answerDelayMs},
+    return {{"gateway", answers ? "answers" : "silent"},
+            {"answerDelayMs", delayMs},
             {"sent", std::move(sent)},
             {"persistent", std::move(persistent)}};
 }

@@ -167,12 +167,11 @@ std::map<unsigned, Tcont>& tcontsInPlace() {
 }
 
 nlohmann::json toJson() {
-    const DeviceLock lock(deviceMutex());
+    const VirtualOnu& onu = VirtualOnu::instance();
     auto tconts = nlohmann::json::array();
-    for (const auto& entry : ponState().tconts) tconts.push_back(tcontJson(entry.second));
+    for (const Tcont& tcont : onu.tconts()) tconts.push_back(tcontJson(tcont));
     auto ports = nlohmann::json::array();
-    for (const auto& entry : ponState().gemPorts) {
-        const auto& port = entry.second;
+    for (const GemPort& port : onu.gemPorts()) {
         ports.push_back({{"index", port.index},
                          {"portId", port.portId},
                          {"allocId", port.allocId},
@@ -180,7 +179,7 @@ nlohmann::json toJson() {
                          {"enabled", port.enabled},
                          {"counters", port.counters}});
     }
-    const auto& state = ponState().adminState;
+    const auto state = onu.adminState();
     return {{"tconts", std::move(tconts)},
             {"gemPorts", std::move(ports)},
             {"adminState", state ? nlohmann::json(*state) : nlohmann::json()}};

@@ -304,7 +304,10 @@ void reset() {
 }
 
 nlohmann::json toJson() {
-    const DeviceLock lock(deviceMutex());
+    const State now = [] {
+        const DeviceLock lock(deviceMutex());
+        return state();
+    }();
     const auto describe = [](const std::vector<Object>& objects) {
         nlohmann::json list = nlohmann::json::array();
         for (const auto& object : objects) {
@@ -319,10 +322,10 @@ nlohmann::json toJson() {
         }
         return list;
     };
-    return {{"objects", describe(state().objects)},
-            {"builtIn", describe(state().built)},
-            {"ingressQueue", {{"enabled", state().ingressQueueOn}, {"keys", state().keys}}},
-            {"remarks", state().remarks}};
+    return {{"objects", describe(now.objects)},
+            {"builtIn", describe(now.built)},
+            {"ingressQueue", {{"enabled", now.ingressQueueOn}, {"keys", now.keys}}},
+            {"remarks", now.remarks}};
 }
 
 }  // namespace virtual_onu::runner

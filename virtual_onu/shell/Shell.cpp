@@ -310,14 +310,14 @@ void reset() {
 }
 
 nlohmann::json toJson() {
-    const DeviceLock lock(deviceMutex());
+    const VirtualOnu& onu = VirtualOnu::instance();
     nlohmann::json commands = nlohmann::json::array();
-    for (const auto& command : state().commands) {
+    for (const auto& command : onu.shellCommands()) {
         commands.push_back({{"text", command.text}, {"understood", command.understood}});
     }
     nlohmann::json processes = nlohmann::json::array();
-    for (const auto& [pid, text] : state().processes) processes.push_back({{"pid", pid}, {"command", text}});
-    return {{"commands", commands}, {"processes", processes}, {"killed", state().killed}};
+    for (const auto& [pid, text] : onu.processes()) processes.push_back({{"pid", pid}, {"command", text}});
+    return {{"commands", commands}, {"processes", processes}, {"killed", onu.killedProcesses()}};
 }
 
 }  // namespace virtual_onu::shell
