@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "commandline/CommandLine.h"
+#include "commandline/FrameOptions.h"
 #include "commands/Commands.h"
 #include "living/Place.h"
 #include "scenario/Scenario.h"
@@ -53,6 +54,44 @@ void addServe(CLI::App& at, const std::string& name, Works& works) {
     });
 }
 
+void addTrace(CLI::App& at, const std::string& name, Works& works) {
+    const auto trace = std::make_shared<AtTraceCommand>();
+    CLI::App* command = at.add_subcommand("trace", "show the calls into the device, with waits and log lines");
+    command->add_flag("--follow", trace->following, "go on with those to come, until the board is gone");
+    command->add_flag("--failed", trace->failed, "only calls into the device kit that failed");
+    command->add_option("--last", trace->last, "begin with the last so many; otherwise with all that are kept")
+        ->check(numberFrom(1))
+        ->type_name("N");
+    command->add_flag("--json", trace->json, "an entry as JSON on each line");
+    works.emplace_back(command, [trace, &name] {
+        trace->name = name;
+        return trace->run();
+    });
+}
+
+void addWatch(CLI::App& at, const std::string& name, Works& works) {
+    const auto watch = std::make_shared<AtWatchCommand>();
+    CLI::App* command =
+        at.add_subcommand("watch", "show services, ports, counters and calls as they change; q ends it");
+    works.emplace_back(command, [watch, &name] {
+        watch->name = name;
+        return watch->run();
+    });
+}
+
+void addSendAt(CLI::App& at, const std::string& name, Works& works) {
+    const auto send = std::make_shared<AtSendCommand>();
+    CLI::App* command = at.add_subcommand("send", "send a frame, and tell where it goes");
+    const FrameOptions frame = addFrameOptions(*command, *send);
+    frame.from->required();
+    command->add_flag("--json", send->json, "answer in JSON");
+    command->callback([send, command, frame] { readTags(*command, frame, *send); });
+    works.emplace_back(command, [send, &name] {
+        send->name = name;
+        return send->run();
+    });
+}
+
 void addStep(CLI::App& at, const std::string& kind, const std::string& doc, const std::string& name, Works& works) {
     const auto step = std::make_shared<AtStepCommand>();
     step->kind = kind;
@@ -98,6 +137,9 @@ Command addAt(CLI::App& app) {
         ->type_name("")
         ->check(boardName());
     addShow(*command, at->name, at->works);
+    addTrace(*command, at->name, at->works);
+    addWatch(*command, at->name, at->works);
+    addSendAt(*command, at->name, at->works);
     addServe(*command, at->name, at->works);
     for (const StepKind& kind : stepKinds()) {
         if (kind.key == "show" || kind.key == "note") continue;  // nothing to look at, and words for a reader

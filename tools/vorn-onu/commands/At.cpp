@@ -1,7 +1,9 @@
 // vorn-onu at NAME ...: looks at a board that runs, and takes steps on it.
 #include <nlohmann/json.hpp>
 
+#include "commands/AtTrying.h"
 #include "commands/Commands.h"
+#include "commands/FrameSending.h"
 #include "io/JsonCheck.h"
 #include "io/Output.h"
 #include "living/Client.h"
@@ -13,21 +15,6 @@
 namespace vorn_onu {
 
 namespace {
-
-// Answers the exit code of work, which may throw.
-template <typename Work>
-int tried(const std::string& place, Work work) {
-    try {
-        return work();
-    } catch (const Problem& problem) {
-        complain("vorn-onu: at: " + place + ": " + problem.text());
-    } catch (const living::Refusal& refusal) {
-        complain("vorn-onu: at: " + place + ": " + refusal.what());
-    } catch (const std::exception& error) {
-        complain(error.what());
-    }
-    return kBadInput;
-}
 
 int takeStep(const AtCommand& at, const Json& step) {
     living::Client client(at.name);
@@ -55,6 +42,31 @@ int AtShowCommand::run() const {
         const std::string report = deviceReport(state, readState(newBoard()), terminal) + warnings(state, terminal);
         print(report.empty() ? "The device is as new.\n" : report);
         return kHeld;
+    });
+}
+
+int AtSendCommand::run() const {
+    return tried("send", [this] {
+        living::Client client(name);
+        const nlohmann::json reply =
+            client.ask({{"do", "send"}, {"frame", frameFieldsOf(*this)}, {"bothWays", bothWays}});
+        const nlohmann::json back = reply.value("back", nlohmann::json::array());
+        const Terminal terminal = Terminal::of(stdout);
+        std::string text =
+            terminal.bold(reply.at("frame").get<std::string>()) + "\n" + wayText(reply.at("way"), terminal);
+        bool asItWent = true;
+        for (const auto& one : back) {
+            const auto against = one.at("against").get<std::string>();
+            asItWent = asItWent && against.empty();
+            text +=
+                terminal.bold("Back: " + one.at("frame").get<std::string>()) + "\n" + wayText(one.at("way"), terminal);
+            text += against.empty()
+                        ? "  " + terminal.green("✓") + " comes back as it went\n"
+                        : "  " + terminal.red("✗") +
+                              " does not come back as it went: " + hanging(against, terminal.width(), 4) + "\n";
+        }
+        print(json ? reply.at("sent").dump(2, ' ', true) + "\n" : text);
+        return reply.at("sent").at("leaves").empty() || !asItWent ? kNotHeld : kHeld;
     });
 }
 

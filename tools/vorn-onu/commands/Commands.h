@@ -120,6 +120,23 @@ struct AtShowCommand : AtCommand {
     int run() const;
 };
 
+struct AtTraceCommand : AtCommand {
+    bool following = false;  // goes on with what comes
+    bool failed = false;     // calls into the device kit that failed only
+    std::size_t last = 0;    // so many entries; 0: all that are kept
+    int run() const;
+};
+
+struct AtWatchCommand : AtCommand {
+    int run() const;
+};
+
+struct AtSendCommand : TypedFrame {
+    std::string name;
+    bool json = false;
+    int run() const;  // kNotHeld when the frame is dropped, or does not come back as it went
+};
+
 struct AtStepCommand : AtCommand {
     std::string kind;                // of a scenario's step; "": the word is a whole step in JSON
     std::vector<std::string> words;  // of its value

@@ -68,7 +68,7 @@ Sending sendTyped(const FrameInput& input, bool bothWays) {
     }
     const virtual_onu::FrozenDataPath path = onu.freezeDataPath();
     Sending sending{{input, send(path, input)}, {}};
-    if (bothWays) sending.returns = sendBack(path, sending.sent);
+    if (bothWays) sending.returns = sendBack([&](const FrameInput& back) { return send(path, back); }, sending.sent);
     return sending;
 }
 

@@ -76,7 +76,7 @@ int sendLoaded(const SendCommand& command, const Scenario& scenario, const Frame
     const Moment moment = momentOf(scenario, command, input);
     const SentFrame sent{input, send(moment.path, input)};
     std::vector<Return> returns;
-    if (command.bothWays) returns = sendBack(moment.path, sent);
+    if (command.bothWays) returns = sendBack([&](const FrameInput& back) { return send(moment.path, back); }, sent);
     std::string text;
     if (command.json)
         text = momentJson(moment, sent, returns, command.bothWays).dump(2, ' ', true) + "\n";

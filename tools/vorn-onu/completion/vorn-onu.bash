@@ -16,7 +16,8 @@ _vorn_onu() {
         omci) options="--listen --until --from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source
                        --destination --payload --both-ways --json --report --pcap --record --quiet --name --audit" ;;
         info | diff | ls) options="--json" ;;
-        at) options="--json --port" ;;
+        at) options="--json --port --follow --failed --last --from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source
+                    --destination --payload --both-ways" ;;
         help) options="--man" ;;
         exec) options="--trace --json --report --pcap --hal-output --record --name --quiet" ;;
         *) options="" ;;
@@ -31,7 +32,7 @@ _vorn_onu() {
         at:at) COMPREPLY=($(compgen -W "$(vorn-onu ls --json 2>/dev/null | sed -n 's/^    "name": "\(.*\)",*$/\1/p')" -- "$word")) ;;
         at:*)
             if [ "$COMP_CWORD" -eq 3 ]; then
-                COMPREPLY=($(compgen -W "show serve call gateway board advance fault frame expect mark step" -- "$word"))
+                COMPREPLY=($(compgen -W "show trace watch send serve call gateway board advance fault frame expect mark step" -- "$word"))
             else
                 COMPREPLY=($(compgen -W "$options --help" -- "$word"))
             fi

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "living/Protocol.h"
+#include "scenario/FrameReturn.h"
 #include "scenario/StepRecord.h"
 #include "scenario/fields/FrameFields.h"
 #include "state/DeviceState.h"
@@ -19,7 +20,8 @@ using nlohmann::json;
 using virtual_onu::TraceEntry;
 using virtual_onu::VirtualOnu;
 
-constexpr std::size_t kAtOnce = 1000;  // entries of the trace that the board's threads wait for
+constexpr std::size_t kMostFailed = 1000;  // calls that are kept
+constexpr std::size_t kAtOnce = 1000;      // entries of the trace that the board's threads wait for
 
 std::uint64_t numberIn(const Json& request, const char* key, std::uint64_t otherwise, std::uint64_t highest) {
     if (!request.contains(key)) return otherwise;
@@ -86,15 +88,30 @@ json Session::done(const Json& request) {
     const std::string what = request.contains("do") ? inField("do", [&] { return textOf(request["do"]); }) : "";
     if (what == "show") return show(request);
     if (what == "step") return step(request);
+    if (what == "send") return send(request);
     if (what == "trace") return trace(request);
     if (what == "counters") return counters();
     if (what == "news") return news(request);
-    throw Refusal("bad-request",
-                  "there is no request '" + what + "'" +
-                      suggestion(what, {"hello", "show", "step", "trace", "counters", "subscribe", "unsubscribe"}));
+    throw Refusal("bad-request", "there is no request '" + what + "'" +
+                                     suggestion(what, {"hello", "show", "step", "send", "trace", "counters",
+                                                       "subscribe", "unsubscribe"}));
 }
 
-json Session::show(const Json& request) const {
+// Every entry is looked at once only: a trace is long, and the device's threads wait for each look at it.
+std::vector<TraceEntry> Session::failedCalls() {
+    const std::uint64_t traced = onu_.traced();
+    if (traced < failedUpTo_) {  // it has begun anew
+        failed_.clear();
+        failedUpTo_ = 0;
+    }
+    for (TraceEntry& entry : entriesAfter(onu_, failedUpTo_, static_cast<std::size_t>(-1), isFailure))
+        if (entry.number <= traced) failed_.push_back(std::move(entry));
+    failedUpTo_ = traced;
+    while (failed_.size() > kMostFailed) failed_.pop_front();
+    return {failed_.begin(), failed_.end()};
+}
+
+json Session::show(const Json& request) {
     checkKeys(request, {"v", "id", "do", "trace"});
     const std::string wanted =
         request.contains("trace") ? inField("trace", [&] { return textOf(request["trace"]); }) : "none";
@@ -102,11 +119,11 @@ json Session::show(const Json& request) const {
         throw Problem("trace", "must be \"none\", \"failed\" or \"all\"");
     const std::uint64_t traced = onu_.traced();
     json device = onu_.toJsonWithoutTrace();
-    if (wanted != "none")
-        device["trace"] =
-            virtual_onu::traceJson(entriesAfter(onu_, 0, static_cast<std::size_t>(-1), [&](const TraceEntry& entry) {
-                return wanted == "all" || isFailure(entry);
-            }));
+    if (wanted == "failed") device["trace"] = virtual_onu::traceJson(failedCalls());
+    if (wanted == "all") {
+        const auto any = [](const TraceEntry&) { return true; };
+        device["trace"] = virtual_onu::traceJson(entriesAfter(onu_, 0, static_cast<std::size_t>(-1), any));
+    }
     return {{"ok", true},
             {"device", std::move(device)},
             {"changes", onu_.changes()},
@@ -141,14 +158,46 @@ json Session::step(const Json& request) {
     return {{"ok", true}, {"step", std::move(reply)}};
 }
 
+// The frame really goes: addresses are learned and counters move, on the way back too.
+json Session::send(const Json& request) {
+    checkKeys(request, {"v", "id", "do", "frame", "bothWays"});
+    if (!request.contains("frame")) throw Problem("frame", "is missing; it is a frame as a scenario has it");
+    const bool bothWays =
+        request.contains("bothWays") && inField("bothWays", [&] { return truthOf(request["bothWays"]); });
+    const FrameInput input = inField("frame", [&] { return frameInputOf(request["frame"]); });
+    if (!canArrive(input, onu_)) {
+        const auto places = placesOn(onu_);
+        throw Problem("frame.from", "there is no port '" + input.from + "'" + suggestion(input.from, places) +
+                                        "; there are " + joined(places));
+    }
+    const auto sender = [this](const FrameInput& one) { return one.send(onu_, virtual_onu::Learning::On); };
+    const SentFrame sent{input, sender(input)};
+    std::vector<Return> returns;
+    if (bothWays) returns = sendBack(sender, sent);
+    json back = json::array();
+    for (const Return& one : returns)
+        back.push_back({{"frame", one.input.text()}, {"way", walkText(one.walk)}, {"against", one.against}});
+    json reply = {{"ok", true},
+                  {"sent", sentJson(sent, returns, bothWays)},
+                  {"frame", input.text()},
+                  {"way", walkText(sent.walk)}};
+    if (bothWays) reply["back"] = std::move(back);
+    return reply;
+}
+
 json Session::trace(const Json& request) const {
     checkKeys(request, {"v", "id", "do", "after", "most", "failed"});
     const std::uint64_t after = numberIn(request, "after", 0, UINT64_MAX);
     const std::uint64_t most = numberIn(request, "most", 1000, kMostTraceEntries);
     const bool failed = request.contains("failed") && inField("failed", [&] { return truthOf(request["failed"]); });
+    const std::uint64_t traced = onu_.traced();  // before the entries: nobody is to think of one as seen that is not
     const auto entries =
         entriesAfter(onu_, after, most, [&](const TraceEntry& entry) { return !failed || isFailure(entry); });
-    return {{"ok", true}, {"entries", virtual_onu::traceJson(entries)}, {"traced", onu_.traced()}};
+    return {{"ok", true},
+            {"entries", virtual_onu::traceJson(entries)},
+            {"traced", traced},
+            {"changes", onu_.changes()},
+            {"process", getpid()}};
 }
 
 json Session::counters() const {

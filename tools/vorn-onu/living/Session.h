@@ -3,7 +3,10 @@
 #define VORN_ONU_SESSION_H
 
 #include <cstddef>
+#include <cstdint>
+#include <deque>
 #include <string>
+#include <vector>
 
 #include "scenario/Scenario.h"
 
@@ -19,8 +22,10 @@ public:
 
 private:
     nlohmann::json done(const Json& request);
-    nlohmann::json show(const Json& request) const;
+    nlohmann::json show(const Json& request);
+    std::vector<virtual_onu::TraceEntry> failedCalls();
     nlohmann::json step(const Json& request);
+    nlohmann::json send(const Json& request);
     nlohmann::json trace(const Json& request) const;
     nlohmann::json counters() const;
     nlohmann::json news(const Json& request) const;
@@ -29,6 +34,8 @@ private:
     RunContext context_;
     ParseContext parsing_;
     std::size_t steps_ = 0;
+    std::deque<virtual_onu::TraceEntry> failed_;  // the latest calls into the device kit that failed
+    std::uint64_t failedUpTo_ = 0;                // as far as the trace has been looked at
 };
 
 // Whether the step calls an operation of the HAL.

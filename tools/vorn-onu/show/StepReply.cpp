@@ -29,8 +29,9 @@ std::string failures(const json& step, const Terminal& terminal) {
     return text;
 }
 
-// The hops of a frame, and where it left.
-std::string walk(const json& words, const Terminal& terminal) {
+}  // namespace
+
+std::string wayText(const json& words, const Terminal& terminal) {
     Table table;
     std::size_t number = 0;
     for (const json& hop : words.at("hops")) {
@@ -51,8 +52,6 @@ std::string walk(const json& words, const Terminal& terminal) {
     return text;
 }
 
-}  // namespace
-
 std::string stepReplyText(const json& step, const Terminal& terminal) {
     const bool passed = step.at("passed").get<bool>();
     std::string line = step.at("kind").get<std::string>();
@@ -64,7 +63,7 @@ std::string stepReplyText(const json& step, const Terminal& terminal) {
     if (!effects.empty()) line += "  → " + effects;
     std::string text =
         (passed ? terminal.green("✓") : terminal.red("✗")) + " " + hanging(line, terminal.width(), 2) + "\n";
-    if (step.contains("way")) text += walk(step.at("way"), terminal);
+    if (step.contains("way")) text += wayText(step.at("way"), terminal);
     for (const json& warning : step.at("warnings"))
         text += "  " + terminal.yellow(hanging(warning.get<std::string>(), terminal.width(), 2)) + "\n";
     return text + failures(step, terminal);

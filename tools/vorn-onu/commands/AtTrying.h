@@ -1,0 +1,41 @@
+// What commands at a board have in common.
+#ifndef VORN_ONU_AT_TRYING_H
+#define VORN_ONU_AT_TRYING_H
+
+#include <exception>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "commands/Commands.h"
+#include "io/Output.h"
+#include "living/Protocol.h"
+#include "scenario/fields/Problem.h"
+
+namespace vorn_onu {
+
+// Answers the exit code of work, which may throw.
+template <typename Work>
+int tried(const std::string& place, Work work) {
+    try {
+        return work();
+    } catch (const Problem& problem) {
+        complain("vorn-onu: at: " + place + ": " + problem.text());
+    } catch (const living::Refusal& refusal) {
+        complain("vorn-onu: at: " + place + ": " + refusal.what());
+    } catch (const std::exception& error) {
+        complain("vorn-onu: at: " + std::string(error.what()));
+    }
+    return kBadInput;
+}
+
+// name(arguments) = result, of an entry of a trace.
+inline std::string callText(const nlohmann::json& entry) {
+    return entry.value("name", "") + "(" + entry.value("arguments", "") +
+           ") = " + std::to_string(entry.value("result", 0L)) +
+           (entry.value("injected", false) ? "  (a fault that was asked for)" : "");
+}
+
+}  // namespace vorn_onu
+
+#endif
