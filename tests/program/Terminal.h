@@ -4,6 +4,7 @@
 #define TESTS_TERMINAL_H
 
 #include <pty.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -32,11 +33,12 @@ inline bool isGone(pid_t process) {
 
 class TerminalSession {
 public:
-    explicit TerminalSession(std::vector<std::string> words) {
+    // size: of the window; otherwise one of no size.
+    explicit TerminalSession(std::vector<std::string> words, const winsize& size = {}) {
         std::vector<char*> arguments;
         for (auto& word : words) arguments.push_back(word.data());
         arguments.push_back(nullptr);
-        process_ = forkpty(&terminal_, nullptr, nullptr, nullptr);
+        process_ = forkpty(&terminal_, nullptr, nullptr, size.ws_col != 0 ? &size : nullptr);
         if (process_ == 0) {
             execv(arguments[0], arguments.data());
             _exit(127);
@@ -58,6 +60,7 @@ public:
     void type(char key) const {
         if (write(terminal_, &key, 1) != 1) kill(process_, SIGKILL);
     }
+    void resize(const winsize& size) const { ioctl(terminal_, TIOCSWINSZ, &size); }
     bool hasEnded() {
         siginfo_t info{};
         return code_ >= 0 || (waitid(P_PID, static_cast<id_t>(process_), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
