@@ -3,6 +3,7 @@
 // locks of the process pass through here, since this program stands before the C library.
 #include <dlfcn.h>
 #include <pthread.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -40,6 +41,7 @@ thread_local Held held;
 thread_local bool measures = false;
 
 constexpr unsigned kServices = 64;
+constexpr std::uint64_t kTraced = 200000;  // calls: as many as are kept
 constexpr int kLooks = 50;
 
 struct Look {
@@ -73,7 +75,8 @@ int main() {
     auto& onu = virtual_onu::VirtualOnu::instance();
     onu.reset();
     for (unsigned n = 1; n <= kServices; ++n) Service(n).provision();
-    while (onu.traced() < 200000) onu.advance(0), std::system("bs /b/e ingress_class");
+    VornHal& hal = *HALFactory::getInstance()->CreateHALObject(0);
+    while (onu.traced() < kTraced) hal.vorn_omci_hal_configureBridge(1, 0);  // what is there is left as it is
     std::fflush(stdout);
     stdout = shown;
     vorn_onu::living::Session session(onu, nullptr);
