@@ -305,10 +305,14 @@ int removePort(const std::string& bridgeName, const std::string& deviceName) {
 }
 
 std::vector<NetworkDevice> devices() {
-    const DeviceLock lock(deviceMutex());
-    if (host::active()) return host::devices();
+    std::vector<Device> copies;
+    {
+        const DeviceLock lock(deviceMutex());
+        if (host::active()) return host::devices();
+        for (const auto& entry : state().devices.all()) copies.push_back(entry.second);
+    }
     std::vector<NetworkDevice> all;
-    for (const auto& entry : state().devices.all()) all.push_back(entry.second.withStatistics());
+    for (const Device& one : copies) all.push_back(one.withStatistics());  // counters by name take their time
     return all;
 }
 
