@@ -122,6 +122,7 @@ int runIn(const ExecCommand& command, RunFolder& folder) {
     const Ending ending = supervisor.waitFor(
         child, [&folder] { return folder.isStateBehind(); }, showTrace);
     if (showTrace) showTrace();
+    if (reachable) reachable->board.end();
     if (reachable) reachable->server.stop("the program has ended with exit code " + std::to_string(ending.code));
 
     ExecSummary summary(command.program, folder, ending);

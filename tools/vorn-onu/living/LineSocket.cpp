@@ -110,7 +110,7 @@ int connectTo(const std::string& path) {
     std::copy(path.begin(), path.end(), place.sun_path);
     const int descriptor = static_cast<int>(syscall(SYS_socket, AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (descriptor < 0) return -1;
-    if (connect(descriptor, reinterpret_cast<const sockaddr*>(&place), sizeof place) == 0) return descriptor;
+    if (syscall(SYS_connect, descriptor, &place, sizeof place) == 0) return descriptor;
     const int error = errno;
     closeDescriptor(descriptor);
     errno = error;

@@ -102,12 +102,10 @@ ProgramBoard::RelayPointer ProgramBoard::chosen() const {
     return latest;
 }
 
-ProgramBoard::RelayPointer ProgramBoard::waitForRelay() {
-    if (auto relay = chosen()) return relay;
+// Not with others waiting behind: the program may never come to call the device.
+void ProgramBoard::waitForRelay() {
     std::unique_lock<std::mutex> lock(mutex_);
-    came_.wait_for(lock, kFirstTouch, [this] { return !relays_.empty(); });
-    lock.unlock();
-    return chosen();
+    came_.wait_for(lock, kFirstTouch, [this] { return over_ || !relays_.empty(); });
 }
 
 // A later connection of the same process.
@@ -115,10 +113,10 @@ ProgramBoard::RelayPointer ProgramBoard::nextOf(pid_t process, std::uint64_t num
     std::unique_lock<std::mutex> lock(mutex_);
     const auto isThere = [&] {
         const auto found = relays_.find(process);
-        return found != relays_.end() && found->second->number > number;
+        return over_ || (found != relays_.end() && found->second->number > number);
     };
     if (kill(process, 0) != 0 && errno == ESRCH) return nullptr;
-    return came_.wait_for(lock, kAnotherConnection, isThere) ? relays_[process] : nullptr;
+    return came_.wait_for(lock, kAnotherConnection, isThere) && !over_ ? relays_[process] : nullptr;
 }
 
 void ProgramBoard::forget(const RelayPointer& relay) {
@@ -142,13 +140,20 @@ bool ProgramBoard::readAnswer(Relay& relay, std::uint64_t number, std::string& a
     }
 }
 
+void ProgramBoard::end() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    over_ = true;
+    came_.notify_all();
+}
+
 std::string ProgramBoard::ask(const Json& request) {
+    waitForRelay();
     const std::lock_guard<std::mutex> alone(asking_);
     const std::uint64_t number = ++asked_;
     const std::string line =
         Json{{"seq", number}, {"request", request}}.dump(-1, ' ', true, Json::error_handler_t::replace);
     try {
-        RelayPointer relay = waitForRelay();
+        RelayPointer relay = chosen();
         bool asked = false;
         while (relay) {
             if (!asked) asked = relay->socket.write(line, kAnswerMs);

@@ -30,6 +30,8 @@ public:
 
     std::string ask(const Json& request) override;
     nlohmann::json about() override;
+    // The program has ended: nobody waits for it any more.
+    void end();
 
 private:
     struct Relay {
@@ -45,7 +47,7 @@ private:
     void acceptRelays();
     void take(int descriptor);
     RelayPointer chosen() const;
-    RelayPointer waitForRelay();
+    void waitForRelay();
     RelayPointer nextOf(pid_t process, std::uint64_t number);
     void forget(const RelayPointer& relay);
     // The answer with this number; false when the connection has ended. Throws a Refusal when it takes too long.
@@ -60,6 +62,7 @@ private:
     std::condition_variable came_;
     std::map<pid_t, RelayPointer> relays_;
     std::uint64_t taken_ = 0;
+    bool over_ = false;
     std::uint64_t asked_ = 0;  // with asking_
 };
 
