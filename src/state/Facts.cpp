@@ -44,6 +44,19 @@ void setMark(const std::string& key, bool stands) {
     stands ? open->put(key, {}) : open->erase(key);
 }
 
+// True when the mark stood; it is gone then.
+bool takeMark(const std::string& key) {
+    Journal* const open = journal();
+    if (open->find(key) == nullptr) return false;
+    open->erase(key);
+    return true;
+}
+
+std::string rowKey(const Row& row) {
+    return keyOf(Book::SettledRows, row.device, row.phyId, row.outerPrio, row.outerVlanId, row.outerTpidDe,
+                 row.innerPrio, row.innerVlanId, row.innerTpidDe);
+}
+
 }  // namespace
 
 // ---- devices and bridges ----
@@ -138,13 +151,16 @@ void dscpShortcut(std::uint16_t uniPort, bool stands) {
     setMark(keyOf(Book::DscpShortcuts, uniPort), stands);
 }
 
+void rowRemovalSettled(const Row& row) {
+    setMark(rowKey(row), true);
+}
+
+bool takeSettledRow(const Row& row) {
+    return journal() != nullptr && takeMark(rowKey(row));
+}
+
 bool takeLeftDhcpClient(std::uint16_t bridgeId, std::uint16_t uniPort) {
-    Journal* const open = journal();
-    if (open == nullptr) return false;
-    const std::string key = keyOf(Book::DhcpClients, bridgeId, uniPort);
-    if (open->find(key) == nullptr) return false;
-    open->erase(key);
-    return true;
+    return journal() != nullptr && takeMark(keyOf(Book::DhcpClients, bridgeId, uniPort));
 }
 
 }  // namespace state

@@ -41,6 +41,19 @@ void ipHostStands(std::uint16_t bridgeId, std::uint16_t uniPort, const std::stri
 void ipHostGone(std::uint16_t bridgeId, std::uint16_t uniPort);
 void tcontQueues(std::uint16_t tContIndex, bool stand);
 void dscpShortcut(std::uint16_t uniPort, bool stands);
+// A row of a UNI's tagging, as its removal names it.
+struct Row {
+    const char* device;
+    std::uint16_t phyId;
+    std::uint8_t outerPrio;
+    std::uint16_t outerVlanId;
+    std::uint32_t outerTpidDe;
+    std::uint8_t innerPrio;
+    std::uint16_t innerVlanId;
+    std::uint32_t innerTpidDe;
+};
+void rowRemovalSettled(const Row& row);
+bool takeSettledRow(const Row& row);  // true once for such a row
 // True once when an unfinished operation may have started a DHCP client for the host.
 bool takeLeftDhcpClient(std::uint16_t bridgeId, std::uint16_t uniPort);
 

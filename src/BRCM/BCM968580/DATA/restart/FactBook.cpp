@@ -77,6 +77,10 @@ bool isFact(Book book, ByteReader& key, ByteReader& value) {
         case Book::DhcpClients:
             key.raw(4);
             break;
+        case Book::SettledRows:
+            if (!isPlainDeviceName(key.text())) return false;
+            key.raw(16);
+            break;
         default:
             return false;
     }

@@ -119,6 +119,7 @@ int openState(const char* path) {
                 [&](const MapBook& book) { book.forEachKey([&](const std::string& key) { opened.touch(key); }); });
         }
     }
+    if (restores) opened.compact();  // what led to it is of no use any more
     const int restored = restores ? static_cast<int>(opened.entries().size()) : 0;
     if (restores) logLine(kStateOpen, kLogInfo, LogText("state file %s: %d records restored", path, restored));
     return restored;

@@ -25,7 +25,6 @@ namespace restart {
 
 namespace {
 
-constexpr int kSubDevices = 8;
 constexpr std::size_t kMostTables = 4;  // of one step
 constexpr std::uint16_t kVeipPhyId = 0;
 
@@ -51,6 +50,8 @@ void removeRow(ByteReader& fields) {
     const std::uint16_t phyId = fields.u16();
     const VlanTagFilter_t outer = filterFrom(fields);
     const VlanTagFilter_t inner = filterFrom(fields);
+    state::rowRemovalSettled(
+        {device.c_str(), phyId, outer.prio, outer.vlanId, outer.tpid_de, inner.prio, inner.vlanId, inner.tpid_de});
     for (const auto direction : {VLANCTL_DIRECTION_RX, VLANCTL_DIRECTION_TX})
         engine().deleteVlanRuleIdFromMap(device.c_str(), phyId, static_cast<std::uint16_t>(direction), &outer, &inner);
 }
@@ -112,14 +113,10 @@ void removeUni(std::uint16_t uniPort, std::uint16_t bridgeId) {
 void removeVeip(std::uint16_t bridgeId, std::uint16_t gemPortId) {
     forgetServices();
     freeRules(kVeipRealDevice, kVeipPhyId);
-    {
+    engine().removeVeipInterface();  // the devices on it, which the gateway may still hold for a while
+    if (engine().isInterfaceExisted(kVeipDevice)) {
         const VlanCtlSession session;
-        for (int n = 1; n <= kSubDevices; ++n) {
-            const DeviceName device("%s.%d", kVeipDevice, n);
-            if (engine().isInterfaceExisted(device.get())) vlanCtl_deleteVlanInterface(device.get());
-        }
-        if (engine().isInterfaceExisted(kVeipDevice) && vlanCtl_deleteVlanInterface(kVeipDevice) == 0)
-            state::deviceGone(kVeipDevice);
+        if (vlanCtl_deleteVlanInterface(kVeipDevice) == 0) state::deviceGone(kVeipDevice);
     }
     engine().flushAniSideVlanRules(bridgeId, gemPortId);
 }

@@ -134,6 +134,7 @@ bool EtherSwitchBcm380::createUniVlanRules(const VlanExtVlanTagOperInfo_t* info,
             return true;
         }
     }
+    state::takeSettledRow(stateRow(uniInterface.get(), uniPort, row));  // it stands again
     insertUniTagRules(info, uniPort, bridgeId, uniInterface.get(), uniVirtual.get(), tagAction, false);
 
     createVlanFlows(aniVirtual.get(), uniVirtual.get());

@@ -44,12 +44,14 @@ bool EtherSwitchBcm380::deprovisionUniSideDataServiceRules(const UniDataProvisio
     // Kept: the line alone; the OAM hook is not called for a row.
     std::printf("sendCeVlanDeleteNotificationToETHOAM on uniPort : %d  !!!", uniPort);
 
-    const state::BegunStep step(state::Step::RemoveRow, uniInterface.get(), uniPort, row.outer_filter.prio,
-                                row.outer_filter.vlanId, row.outer_filter.tpid_de, row.inner_filter.prio,
-                                row.inner_filter.vlanId, row.inner_filter.tpid_de);
-    for (const auto direction : {VLANCTL_DIRECTION_RX, VLANCTL_DIRECTION_TX}) {
-        deleteVlanRuleIdFromMap(uniInterface.get(), uniPort, static_cast<std::uint16_t>(direction), &row.outer_filter,
-                                &row.inner_filter);
+    if (!state::takeSettledRow(stateRow(uniInterface.get(), uniPort, row))) {
+        const state::BegunStep step(state::Step::RemoveRow, uniInterface.get(), uniPort, row.outer_filter.prio,
+                                    row.outer_filter.vlanId, row.outer_filter.tpid_de, row.inner_filter.prio,
+                                    row.inner_filter.vlanId, row.inner_filter.tpid_de);
+        for (const auto direction : {VLANCTL_DIRECTION_RX, VLANCTL_DIRECTION_TX}) {
+            deleteVlanRuleIdFromMap(uniInterface.get(), uniPort, static_cast<std::uint16_t>(direction),
+                                    &row.outer_filter, &row.inner_filter);
+        }
     }
 
     // The flows serve the UNI's other rows as well, and have to survive the removal of this one.

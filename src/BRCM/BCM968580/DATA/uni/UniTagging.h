@@ -9,6 +9,7 @@
 #include "BRCM/BCM968580/DATA/EngineRecords.h"
 #include "BRCM/BCM968580/DATA/TagCodes.h"
 #include "BRCM/BCM968580/DATA/TagRule.h"
+#include "state/Facts.h"
 
 class EtherSwitchBcm380;
 
@@ -54,6 +55,13 @@ inline std::optional<TpidDei> loneTpidTreatmentOf(std::uint32_t code, std::uint3
 // Index that the device names of a UNI port count with; port 0 gives the name "sid-1".
 inline unsigned int uniIndex(std::uint16_t uniPort) {
     return static_cast<unsigned int>(uniPort - 1);
+}
+
+// The row as the state file knows it.
+inline state::Row stateRow(const char* device, std::uint16_t phyId, const VlanExtVlanTagOper_t& row) {
+    const VlanTagFilter_t& outer = row.outer_filter;
+    const VlanTagFilter_t& inner = row.inner_filter;
+    return {device, phyId, outer.prio, outer.vlanId, outer.tpid_de, inner.prio, inner.vlanId, inner.tpid_de};
 }
 
 // DscpShortcut.cpp: an untagged DSCP-mapped row stands in the runner, not in vlanctl.
