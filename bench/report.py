@@ -61,6 +61,16 @@ def one_service():
           verdict(row["ratio"] <= 1.5)]])
 
 
+def state_file():
+    row = services.get("stateFile")
+    if row is None:
+        return ""
+    return "## A service provisioned with a state file\n\n" + table(
+        ["without", "with", "share", "goal", "met", "a call", "goal", "met"],
+        [[f"{row['us']:.0f} µs", f"{row['with_us']:.0f} µs", f"{100 * row['share']:.0f} %", "10 %", verdict(row["share"] <= 0.1),
+          f"{row['call_us']:.1f} µs", "10 µs", verdict(row["call_us"] <= 10)]])
+
+
 def many_services():
     rows = [services[f"services/{n}"] for n in COUNTS]
     growth = rows[-1]["us"] / rows[0]["us"]
@@ -158,7 +168,7 @@ def plot():
             + panel(420, "A service provisioned and removed", "µs a service, by number of services", COUNTS, times) + "</svg>\n")
 
 
-text = "\n".join([rule_map(), one_service(), many_services(), frames(), kernel_bridges(), size_and_start(),
+text = "\n".join([rule_map(), one_service(), state_file(), many_services(), frames(), kernel_bridges(), size_and_start(),
                   "## Machine\n\n" + (folder / "machine.txt").read_text()])
 (folder / "performance.md").write_text(text)
 (folder / "performance.svg").write_text(plot())
