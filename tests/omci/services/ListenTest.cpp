@@ -49,7 +49,7 @@ std::string standing(const nlohmann::json& state) {
     // On gpondef the HAL leaves the rules of GEM ports that have gone.
     for (const auto& table : device.at("vlan").at("tables"))
         if (table.at("device") != "gpondef")
-        lines.insert(table.at("device").get<std::string>() + " " + std::to_string(table.at("rules").size()));
+            lines.insert(table.at("device").get<std::string>() + " " + std::to_string(table.at("rules").size()));
     std::string text;
     for (const std::string& line : lines) text += line + "\n";
     return text;

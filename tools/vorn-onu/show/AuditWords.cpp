@@ -107,8 +107,7 @@ std::string auditPart(const audit::Result& result, const std::string& command) {
     }
     if (ports.empty()) return "";
     return html::element("p", escaped(summary(result)) + ".", "soft") +
-           html::card(html::stackingTable({"frames", "row or filter", "the standard", "the device"}, ports,
-                                          "audit"));
+           html::card(html::stackingTable({"frames", "row or filter", "the standard", "the device"}, ports, "audit"));
 }
 
 }  // namespace vorn_onu
