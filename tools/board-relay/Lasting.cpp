@@ -3,7 +3,7 @@
 // library alone.
 extern "C" {
 
-extern void* __dso_handle;
+extern void* __dso_handle;  // NOLINT(bugprone-reserved-identifier): the linker names it
 int __cxa_atexit(void (*destroy)(void*), void* object, void* library) noexcept;  // NOLINT(bugprone-reserved-identifier)
 __attribute__((visibility("hidden"))) int __cxa_atexit(void (* /*destroy*/)(void*), void* /*object*/,
                                                        void* /*library*/) noexcept {

@@ -154,7 +154,7 @@ private:
             if (response.body.empty())
                 refuse(response, response.status, "there is nothing here, or not by this method");
         });
-        server_.set_exception_handler([](const Request&, Response& response, std::exception_ptr) {
+        server_.set_exception_handler([](const Request&, Response& response, const std::exception_ptr&) {
             refuse(response, 500, "this could not be done");
         });
     }
