@@ -29,7 +29,7 @@ StepRecord performStep(const Step& step, RunContext& context) {
         record.failures = std::move(result.failures);
         record.answer = std::move(result.answer);
         record.sent = std::move(result.sent);
-        record.returned = std::move(result.returned);
+        record.returned = result.returned;
     } catch (const std::exception& error) {
         record.failures.push_back({"the step", {"can be done"}, {error.what()}});
     }
