@@ -54,6 +54,18 @@ struct VIRTUAL_ONU_API Frame {
     std::size_t size() const;                  // of bytes()
 };
 
+struct WireFrame {
+    Frame frame;
+    std::size_t payloadAt = 0;  // where the payload begins in the bytes
+};
+// A frame's bytes as fields. Tags are taken as such with the TPIDs 0x8100, 0x88a8 and 0x9100, at most kMostTags. wireSize
+// is the frame's size where the bytes are only its beginning. False for fewer bytes than an Ethernet header. made is used
+// again from frame to frame, so that its memory is.
+VIRTUAL_ONU_API bool readFrame(const std::uint8_t* bytes, std::size_t size, std::size_t wireSize, WireFrame& made);
+// The frame that left, with everything behind the last type word of the one that came in.
+VIRTUAL_ONU_API void writeFrame(const Frame& left, const std::uint8_t* bytes, std::size_t size, std::size_t payloadAt,
+                                std::vector<std::uint8_t>& out);
+
 // The rule that came nearest to taking a frame that no rule took: the first of those with the fewest filters against
 // it. Rules that ask for the right VLAN device come before all others.
 struct VIRTUAL_ONU_API NearestRule {

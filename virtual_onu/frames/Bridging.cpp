@@ -45,7 +45,7 @@ bool Walker::learnsAt(DeviceId id, const PlanBridge& bridge, DeviceId port, cons
         drop(copy, device.name, std::move(reason));
         return false;
     };
-    if (source == 0 || isGroup(source)) return end("a bridge takes no frame from " + walk_.sent.source);
+    if (source == 0 || isGroup(source)) return end("a bridge takes no frame from " + sourceText());
     const PlanPort* own = bridge.portOf(port);
     if (own != nullptr && nowMs_ < own->learningFromMs)
         return end(plan_.device(port).name + " is listening only, the spanning tree has not let it in yet");
@@ -83,7 +83,7 @@ void Walker::forward(DeviceId id, DeviceId port, const Copy& copy, bool sentElse
     std::optional<int> known;
     if (!isGroup(packet.destination)) known = memory_.portOf(device.index, packet.destination, nowMs_, own.ageingMs);
     if (known && port != kNoDevice && *known == plan_.device(port).index)
-        return drop(copy, device.name, walk_.sent.destination + " is behind the port that it came from");
+        return drop(copy, device.name, destinationText() + " is behind the port that it came from");
     const auto knows = [&](const PlanPort& one) { return plan_.device(one.device).index == *known; };
     if (known && std::none_of(own.ports.begin(), own.ports.end(), knows)) known.reset();
     bool sent = sentElsewhere;

@@ -22,7 +22,7 @@ BridgeMemory& memory() {
 
 // The plan of the device as it stands, made anew when something has changed. What the host's kernel does to devices is
 // not seen, so that there it is made for every frame.
-std::shared_ptr<const Plan> currentPlan() {
+const std::shared_ptr<const Plan>& currentPlan() {
     static auto& plan = *new std::shared_ptr<const Plan>;
     static std::uint64_t generation = 0;
     if (plan == nullptr || generation != deviceGeneration() || network::hostKernel()) {
@@ -43,14 +43,25 @@ Walk refusal(const std::string& device, const Frame& frame) {
     return walk;
 }
 
+// A walk through the plan, as a frame's fields.
+template <typename Enter>
+Walk walkThrough(const std::shared_ptr<const Plan>& plan, const Ground& ground, const Frame& frame, Enter enter) {
+    const Packet packet = packetOf(frame);
+    Trail trail;
+    Walker walker(ground, packet, &frame, trail);
+    enter(walker);
+    walker.finish();
+    return walkOf(plan, frame, std::move(trail));
+}
+
 template <typename Enter>
 Walk walkNow(const Frame& frame, Learning learning, Enter enter) {
     const bool leavesTrace = learning == Learning::On;
     if (!leavesTrace) memory().begin();
-    Walker walker({currentPlan(), memory(), virtualNowMs(), leavesTrace}, frame);
-    enter(walker);
+    const auto plan = currentPlan();
+    Walk walk = walkThrough(plan, {*plan, memory(), virtualNowMs(), leavesTrace}, frame, enter);
     if (!leavesTrace) memory().rollBack();
-    return std::move(walker).finish();
+    return walk;
 }
 
 }  // namespace
@@ -63,9 +74,7 @@ public:
     template <typename Enter>
     Walk walk(const Frame& frame, Enter enter) {
         const std::lock_guard<std::mutex> lock(mutex_);
-        Walker walker({plan_, memory_, nowMs_, false}, frame);
-        enter(walker);
-        return std::move(walker).finish();
+        return walkThrough(plan_, {*plan_, memory_, nowMs_, false}, frame, enter);
     }
     void pass(std::uint64_t milliseconds) {
         const std::lock_guard<std::mutex> lock(mutex_);
@@ -102,6 +111,18 @@ Walk fromPon(unsigned gemPortId, const Frame& frame, Learning learning) {
     if (hasTooManyTags(frame)) return refusal(kPonDevice, frame);
     const DeviceLock lock(deviceMutex());
     return walkNow(frame, learning, [&](Walker& walker) { walker.enterFromPon(gemPortId); });
+}
+
+const Plan& carry(const Entrance& entrance, const Packet& packet, Trail& trail) {
+    const Plan& plan = *currentPlan();
+    trail.clear();
+    Walker walker({plan, memory(), virtualNowMs(), true}, packet, nullptr, trail);
+    if (entrance.device.empty())
+        walker.enterFromPon(entrance.gemPortId);
+    else
+        walker.enter(entrance.device);
+    walker.finish();
+    return plan;
 }
 
 std::vector<LearnedAddress> learnedNow() {

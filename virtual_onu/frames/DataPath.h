@@ -6,12 +6,22 @@
 #include <string>
 
 #include "Frames.h"
+#include "frames/WalkRecord.h"
 
 namespace virtual_onu::datapath {
 
 Walk fromPort(const std::string& device, const Frame& frame,
               Learning learning);  // a frame that arrives at a device from outside
 Walk fromPon(unsigned gemPortId, const Frame& frame, Learning learning);  // a frame that arrives in a GEM port
+
+// Where a frame enters.
+struct Entrance {
+    std::string device;  // "" for a GEM port
+    unsigned gemPortId = 0;
+};
+// Likewise for a frame that nobody needs in words: with the device lock held. The trail is new, and good until the lock
+// is given back. Answers the plan that it belongs to.
+const Plan& carry(const Entrance& entrance, const Packet& packet, Trail& trail);
 
 }  // namespace virtual_onu::datapath
 

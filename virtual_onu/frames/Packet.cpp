@@ -66,18 +66,28 @@ std::size_t Packet::octets() const {
     return std::max(kShortestFrame, kHeaderOctets + std::size_t{4} * tags.count + payloadSize);
 }
 
+Mac groupMac(const std::uint8_t* ipGroup, bool ipv6) {
+    Mac mac = 0;
+    if (ipv6) {
+        if (ipGroup[0] != 0xFF) return 0;
+        for (std::size_t i = 12; i < 16; ++i) mac = mac << 8 | ipGroup[i];
+        return kIpv6Groups | mac;
+    }
+    if (ipGroup[0] >> 4 != 0xE) return 0;
+    mac = ipGroup[1] & 0x7F;
+    for (std::size_t i = 2; i < 4; ++i) mac = mac << 8 | ipGroup[i];
+    return kIpv4Groups | mac;
+}
+
 Mac groupMac(const std::string& ipGroup) {
     std::array<std::uint8_t, 16> bytes{};
-    Mac mac = 0;
-    if (inet_pton(AF_INET, ipGroup.c_str(), bytes.data()) == 1) {
-        if (bytes[0] >> 4 != 0xE) return 0;
-        bytes[1] &= 0x7F;
-        for (std::size_t i = 1; i < 4; ++i) mac = mac << 8 | bytes[i];
-        return kIpv4Groups | mac;
-    }
-    if (inet_pton(AF_INET6, ipGroup.c_str(), bytes.data()) != 1 || bytes[0] != 0xFF) return 0;
-    for (std::size_t i = 12; i < 16; ++i) mac = mac << 8 | bytes[i];
-    return kIpv6Groups | mac;
+    if (inet_pton(AF_INET, ipGroup.c_str(), bytes.data()) == 1) return groupMac(bytes.data(), false);
+    return inet_pton(AF_INET6, ipGroup.c_str(), bytes.data()) == 1 ? groupMac(bytes.data(), true) : 0;
+}
+
+Multicast::Kind kindOf(GroupMessage::Kind message) {
+    if (message == GroupMessage::Kind::Query) return Multicast::Kind::Query;
+    return message == GroupMessage::Kind::Report ? Multicast::Kind::Report : Multicast::Kind::Leave;
 }
 
 namespace {
@@ -87,9 +97,7 @@ Multicast multicastOf(const Frame& frame, Mac destination) {
     result.ipv6 = frame.etherType == kIpv6;
     if (frame.groupMessage) {
         const GroupMessage& message = *frame.groupMessage;
-        result.kind = message.kind == GroupMessage::Kind::Query    ? Multicast::Kind::Query
-                      : message.kind == GroupMessage::Kind::Report ? Multicast::Kind::Report
-                                                                   : Multicast::Kind::Leave;
+        result.kind = kindOf(message.kind);
         result.group = groupMac(message.group);
         result.maxResponseMs = message.maxResponseMs;
     } else if (frame.ipProtocol != (result.ipv6 ? kIcmpv6 : kIgmp)) {  // a message without a content is anything

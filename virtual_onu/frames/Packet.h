@@ -20,6 +20,7 @@ constexpr bool isGroup(Mac mac) {
 }
 std::string textOf(Mac mac);
 Mac groupMac(const std::string& ipGroup);  // 0 for a text that is no multicast address
+Mac groupMac(const std::uint8_t* ipGroup, bool ipv6);  // 0 for an address that is none
 Mac macOf(const std::string& text);        // 0 for a text that is no MAC address
 
 // The part of a frame that rules change.
@@ -43,6 +44,7 @@ struct Multicast {
     Mac group = 0;  // 0 in a general query
     std::uint32_t maxResponseMs = 0;
 };
+Multicast::Kind kindOf(GroupMessage::Kind message);
 
 struct Packet {
     Mac source = 0, destination = 0;

@@ -36,11 +36,34 @@ std::string detailOf(const Step& step) {
 
 }  // namespace
 
+Walk walkOf(std::shared_ptr<const Plan> plan, const Frame& sent, Trail&& trail) {
+    Walk walk;
+    walk.sent = sent;
+    walk.exits.reserve(trail.exits.size());
+    for (const Trail::Exit& one : trail.exits) {
+        Exit exit;
+        exit.hop = one.hop;
+        exit.device = one.runner != nullptr ? one.runner->egress : plan->device(one.device).name;
+        if (one.gemPort != nullptr) {
+            exit.gemPort = one.gemPort->portId;
+            exit.gemIndex = one.gemPort->index;
+            exit.tcont = one.gemPort->tcont;
+            exit.queue = one.queue;
+        }
+        exit.frame = frameWith(sent, one.tags);
+        walk.exits.push_back(std::move(exit));
+    }
+    walk.drops = std::move(trail.drops);
+    if (!trail.steps.empty())
+        walk.hops = Hops(std::make_shared<const WalkRecord>(std::move(plan), sent, std::move(trail.steps)));
+    return walk;
+}
+
 const std::vector<Hop>& WalkRecord::hops() const {
     if (!worded_) {
         std::call_once(once_, [this] {
-            words_.reserve(steps.size());
-            for (const Step& step : steps) words_.push_back(hopOf(step));
+            words_.reserve(steps_.size());
+            for (const Step& step : steps_) words_.push_back(hopOf(step));
         });
     }
     return words_;

@@ -38,14 +38,36 @@ struct Step {
     Tags tags;                              // after it
 };
 
+// What a walk has come to, in numbers that are good as long as the plan. Its memory is used again from walk to walk.
+struct Trail {
+    struct Exit {
+        int hop = -1;
+        DeviceId device = kNoDevice;
+        const RunnerClass* runner = nullptr;  // instead of a device: leaves at this class's egress
+        const PlanGemPort* gemPort = nullptr;  // on the PON side
+        unsigned queue = 0;
+        Tags tags;
+    };
+    std::vector<Step> steps;
+    std::vector<Exit> exits;
+    std::vector<Drop> drops;
+
+    void clear() {
+        steps.clear();
+        exits.clear();
+        drops.clear();
+    }
+};
+// The walk of that frame; takes the trail over.
+Walk walkOf(std::shared_ptr<const Plan> plan, const Frame& sent, Trail&& trail);
+
 class WalkRecord {
 public:
-    WalkRecord(std::shared_ptr<const Plan> plan, Frame sent) : plan_(std::move(plan)), sent_(std::move(sent)) {}
+    WalkRecord(std::shared_ptr<const Plan> plan, Frame sent, std::vector<Step> steps)
+        : plan_(std::move(plan)), sent_(std::move(sent)), steps_(std::move(steps)) {}
     explicit WalkRecord(std::vector<Hop> hops) : words_(std::move(hops)), worded_(true) {}
 
-    std::vector<Step> steps;
-
-    std::size_t size() const { return worded_ ? words_.size() : steps.size(); }
+    std::size_t size() const { return worded_ ? words_.size() : steps_.size(); }
     const std::vector<Hop>& hops() const;
 
 private:
@@ -54,6 +76,7 @@ private:
 
     std::shared_ptr<const Plan> plan_;  // what the steps point into
     Frame sent_;
+    std::vector<Step> steps_;
     mutable std::once_flag once_;
     mutable std::vector<Hop> words_;
     bool worded_ = false;  // from the start

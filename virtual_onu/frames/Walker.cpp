@@ -21,22 +21,20 @@ network::Destination destinationOf(Mac mac) {
 
 }  // namespace
 
-Walker::Walker(const Ground& ground, const Frame& frame)
-    : plan_(*ground.plan),
+Walker::Walker(const Ground& ground, const Packet& packet, const Frame* frame, Trail& trail)
+    : plan_(ground.plan),
       memory_(ground.memory),
       nowMs_(ground.nowMs),
       counts_(ground.counts),
-      sent_(packetOf(frame)),
-      destination_(destinationOf(sent_.destination)),
-      record_(std::make_shared<WalkRecord>(ground.plan, frame)) {
-    walk_.sent = frame;
-    record_->steps.reserve(kUsualHops);
+      sent_(packet),
+      frame_(frame),
+      destination_(destinationOf(packet.destination)),
+      trail_(trail) {
+    trail_.steps.reserve(kUsualHops);
 }
 
-Walk Walker::finish() && {
-    if (counts_ && fromGemPort_ != nullptr && walk_.exits.empty()) ++fromGemPort_->counters[pon::kFramesDiscarded];
-    if (!record_->steps.empty()) walk_.hops = Hops(std::shared_ptr<const WalkRecord>(std::move(record_)));
-    return std::move(walk_);
+void Walker::finish() {
+    if (counts_ && fromGemPort_ != nullptr && trail_.exits.empty()) ++fromGemPort_->counters[pon::kFramesDiscarded];
 }
 
 void Walker::enter(const std::string& name) {
@@ -95,16 +93,16 @@ bool Walker::takeRunnerClass(DeviceId port, const Copy& copy) {
     step.runner = &*taken;
     step.tags = one.packet.tags;
     one.hop = add(step);
-    Exit exit;
-    exit.device = taken->egress;
-    leaveAs(std::move(exit), one);
+    Trail::Exit exit;
+    exit.runner = &*taken;
+    leaveAs(exit, one);
     return true;
 }
 
 // Whether a frame can pass the device; else it ends.
 bool Walker::passes(DeviceId id, const Copy& copy, Way way, Limit limit) {
     const PlanDevice& device = plan_.device(id);
-    if (record_->steps.size() >= kMostHops) {
+    if (trail_.steps.size() >= kMostHops) {
         drop(copy, device.name, "the devices are stacked in a ring");
         return false;
     }
@@ -185,19 +183,19 @@ void Walker::transmit(DeviceId id, Copy copy) {
 }
 
 void Walker::leave(DeviceId id, const Copy& copy) {
-    Exit exit;
-    exit.device = plan_.device(id).name;
-    if (id == plan_.ponDevice()) return leaveAtPon(copy, std::move(exit));
-    leaveAs(std::move(exit), copy);
+    if (id == plan_.ponDevice()) return leaveAtPon(copy);
+    Trail::Exit exit;
+    exit.device = id;
+    leaveAs(exit, copy);
 }
 
-void Walker::leaveAs(Exit exit, const Copy& copy) {
+void Walker::leaveAs(Trail::Exit exit, const Copy& copy) {
     exit.hop = copy.hop;
-    exit.frame = frameWith(walk_.sent, copy.packet.tags);
-    walk_.exits.push_back(std::move(exit));
+    exit.tags = copy.packet.tags;
+    trail_.exits.push_back(exit);
 }
 
-void Walker::leaveAtPon(const Copy& copy, Exit exit) {
+void Walker::leaveAtPon(const Copy& copy) {
     const auto refuse = [&](std::string reason) { drop(copy, plan_.ponDevice(), std::move(reason), Way::Sent); };
     if (!copy.marks.gemIndex) return refuse("no rule marked the frame with a GEM port");
     const PlanGemPort* port = plan_.gemPortOfIndex(*copy.marks.gemIndex);
@@ -226,11 +224,11 @@ void Walker::leaveAtPon(const Copy& copy, Exit exit) {
         ++queue->live->frames;
         queue->live->octets += octets;
     }
-    exit.gemPort = port->portId;
-    exit.gemIndex = port->index;
-    exit.tcont = port->tcont;
+    Trail::Exit exit;
+    exit.device = plan_.ponDevice();
+    exit.gemPort = port;
     exit.queue = wanted;
-    leaveAs(std::move(exit), copy);
+    leaveAs(exit, copy);
 }
 
 Walker::Outcome Walker::lookUp(DeviceId device, unsigned direction, DeviceId txDevice, Copy& copy, DeviceId& next) {
@@ -270,8 +268,8 @@ void Walker::count(DeviceId id, Way way, const Packet& packet) {
 }
 
 int Walker::add(Step step) {
-    record_->steps.push_back(step);
-    return static_cast<int>(record_->steps.size()) - 1;
+    trail_.steps.push_back(step);
+    return static_cast<int>(trail_.steps.size()) - 1;
 }
 
 void Walker::drop(const Copy& copy, DeviceId device, std::string reason, Way way) {
@@ -281,7 +279,7 @@ void Walker::drop(const Copy& copy, DeviceId device, std::string reason, Way way
 }
 
 void Walker::drop(const Copy& copy, const std::string& device, std::string reason) {
-    walk_.drops.push_back({copy.hop, device, std::move(reason)});
+    trail_.drops.push_back({copy.hop, device, std::move(reason)});
 }
 
 }  // namespace virtual_onu::datapath

@@ -12,7 +12,7 @@ namespace virtual_onu::datapath {
 
 // What a walk goes through, and whether devices count it.
 struct Ground {
-    std::shared_ptr<const Plan> plan;
+    const Plan& plan;
     BridgeMemory& memory;
     std::uint64_t nowMs = 0;
     bool counts = false;
@@ -20,11 +20,12 @@ struct Ground {
 
 class Walker {
 public:
-    // The frame has at most kMostTags tags.
-    Walker(const Ground& ground, const Frame& frame);
+    // Where the frame goes is added to the trail. frame: its fields where it has some, so that words say them as they
+    // are; null otherwise.
+    Walker(const Ground& ground, const Packet& packet, const Frame* frame, Trail& trail);
     void enter(const std::string& device);  // from outside
     void enterFromPon(unsigned gemPortId);
-    Walk finish() &&;
+    void finish();
 
 private:
     using Way = network::Way;
@@ -44,8 +45,8 @@ private:
     void flow(DeviceId target, Copy copy);
     void transmit(DeviceId id, Copy copy);
     void leave(DeviceId id, const Copy& copy);
-    void leaveAtPon(const Copy& copy, Exit exit);
-    void leaveAs(Exit exit, const Copy& copy);
+    void leaveAtPon(const Copy& copy);
+    void leaveAs(Trail::Exit exit, const Copy& copy);
     // First match wins. next is the VLAN device that a receive table names.
     Outcome lookUp(DeviceId device, unsigned direction, DeviceId txDevice, Copy& copy, DeviceId& next);
 
@@ -61,15 +62,17 @@ private:
     int add(Step step);
     void drop(const Copy& copy, DeviceId device, std::string reason, Way way);
     void drop(const Copy& copy, const std::string& device, std::string reason);
+    std::string sourceText() const { return frame_ != nullptr ? frame_->source : textOf(sent_.source); }
+    std::string destinationText() const { return frame_ != nullptr ? frame_->destination : textOf(sent_.destination); }
 
     const Plan& plan_;
     BridgeMemory& memory_;
     const std::uint64_t nowMs_;
     const bool counts_;
-    Packet sent_;
+    const Packet& sent_;
+    const Frame* frame_;
     network::Destination destination_;
-    std::shared_ptr<WalkRecord> record_;
-    Walk walk_;
+    Trail& trail_;
     GemPort* fromGemPort_ = nullptr;
 };
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 
-#include "capture/WireFrame.h"
 
 namespace vorn_onu {
 
@@ -20,7 +19,7 @@ CaptureRun runCapture(CaptureReader& reader, const virtual_onu::FrozenDataPath& 
     const auto start = std::chrono::steady_clock::now();
     CaptureRun run;
     CaptureReader::Captured captured;
-    WireFrame wire;
+    virtual_onu::WireFrame wire;
     std::vector<std::uint8_t> out;
     std::uint64_t number = 0, lastMs = 0;
     while (reader.next(captured)) {

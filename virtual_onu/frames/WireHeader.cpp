@@ -1,0 +1,168 @@
+#include "frames/WireHeader.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace virtual_onu::datapath {
+
+namespace {
+
+constexpr std::uint16_t kIpv4 = 0x0800, kIpv6 = 0x86DD;
+constexpr std::uint8_t kHopByHop = 0, kIgmp = 2, kIcmpv6 = 58;
+constexpr std::size_t kIpv6Header = 40;
+
+struct Octets {
+    const std::uint8_t* at;
+    std::size_t size;
+    std::uint8_t u8(std::size_t place) const { return place < size ? at[place] : std::uint8_t{0}; }
+    std::uint16_t u16(std::size_t place) const { return static_cast<std::uint16_t>(u8(place) << 8 | u8(place + 1)); }
+};
+
+bool isTpid(std::uint16_t type) {
+    return type == 0x8100 || type == 0x88A8 || type == 0x9100;
+}
+
+// Reports of the newer protocols name several groups; a bridge learns from the first.
+void readIgmp(const Octets& message, WireHeader& made) {
+    constexpr std::size_t kShortest = 8, kFirstRecord = 8, kRecordGroup = 4;
+    if (message.size < kShortest) return;
+    const std::uint8_t type = message.u8(0);
+    WireGroup found;
+    std::size_t group = 4;
+    if (type == 0x11) {
+        found.kind = GroupMessage::Kind::Query;
+        found.maxResponseMs = message.u8(1) == 0 ? 10000u : message.u8(1) * 100u;
+    } else if (type == 0x12 || type == 0x16) {
+        found.kind = GroupMessage::Kind::Report;
+    } else if (type == 0x17) {
+        found.kind = GroupMessage::Kind::Leave;
+    } else if (type == 0x22 && message.u16(6) > 0 && message.size >= kFirstRecord + kRecordGroup + 4) {
+        found.kind = GroupMessage::Kind::Report;
+        group = kFirstRecord + kRecordGroup;
+    } else {
+        return;
+    }
+    if (message.u8(group) != 0) found.address = message.at + group;
+    made.group = found;
+}
+
+void readMld(const Octets& message, WireHeader& made) {
+    constexpr std::size_t kShortest = 24, kFirstRecord = 8, kRecordGroup = 4, kGroup = 8;
+    const std::uint8_t type = message.u8(0);
+    WireGroup found;
+    std::size_t group = kGroup;
+    if (type == 130) {
+        found.kind = GroupMessage::Kind::Query;
+        found.maxResponseMs = message.u16(4);
+    } else if (type == 131) {
+        found.kind = GroupMessage::Kind::Report;
+    } else if (type == 132) {
+        found.kind = GroupMessage::Kind::Leave;
+    } else if (type == 143 && message.u16(6) > 0) {
+        found.kind = GroupMessage::Kind::Report;
+        group = kFirstRecord + kRecordGroup;
+    } else {
+        return;
+    }
+    if (message.size < std::max(kShortest, group + 16)) return;
+    if (message.u8(group) != 0) found.address = message.at + group;
+    made.group = found;
+}
+
+void readIpv4(const Octets& packet, WireHeader& made) {
+    if (packet.size < 20) return;
+    made.ipProtocol = packet.u8(9);
+    made.dscp = static_cast<std::uint8_t>(packet.u8(1) >> 2);
+    const std::size_t header = (packet.u8(0) & std::size_t{0xF}) * 4;
+    if (packet.u8(9) == kIgmp && header < packet.size) readIgmp({packet.at + header, packet.size - header}, made);
+}
+
+void readIpv6(const Octets& packet, WireHeader& made) {
+    if (packet.size < kIpv6Header) return;
+    made.dscp = static_cast<std::uint8_t>((packet.u16(0) >> 6) & 0x3F);
+    std::size_t at = kIpv6Header;
+    std::uint8_t protocol = packet.u8(6);
+    if (protocol == kHopByHop && packet.size > at + 1) {
+        protocol = packet.u8(at);
+        at += std::size_t{8} * (packet.u8(at + 1) + std::size_t{1});
+    }
+    made.ipProtocol = protocol;
+    if (protocol == kIcmpv6 && at < packet.size) readMld({packet.at + at, packet.size - at}, made);
+}
+
+Mac macAt(const std::uint8_t* bytes) {
+    Mac mac = 0;
+    for (std::size_t i = 0; i < kMacOctets; ++i) mac = mac << 8 | bytes[i];
+    return mac;
+}
+
+}  // namespace
+
+bool readHeader(const std::uint8_t* bytes, std::size_t size, std::size_t wireSize, WireHeader& made) {
+    if (size < kHeaderOctets) return false;
+    const Octets all{bytes, size};
+    made.destination = bytes;
+    made.tags.count = 0;
+    made.ipProtocol.reset();
+    made.group.reset();
+    made.dscp = 0;
+    std::size_t at = 2 * kMacOctets;
+    while (made.tags.count < kMostTags && isTpid(all.u16(at)) && at + kTagOctets + 2 <= size) {
+        const std::uint16_t content = all.u16(at + 2);
+        made.tags.tag[made.tags.count++] = {all.u16(at), static_cast<std::uint8_t>(content >> 13),
+                                            (content & 0x1000) != 0, static_cast<std::uint16_t>(content & 0xFFF)};
+        at += kTagOctets;
+    }
+    made.tags.etherType = all.u16(at);
+    made.payloadAt = at + 2;
+    made.payloadSize = std::max(wireSize, size) - made.payloadAt;
+    const Octets payload{bytes + made.payloadAt, size - made.payloadAt};
+    if (made.tags.etherType == kIpv4) readIpv4(payload, made);
+    if (made.tags.etherType == kIpv6) readIpv6(payload, made);
+    return true;
+}
+
+Packet packetOf(const WireHeader& header) {
+    Packet packet;
+    packet.destination = macAt(header.destination);
+    packet.source = macAt(header.destination + kMacOctets);
+    packet.tags = header.tags;
+    packet.ipProtocol = header.ipProtocol;
+    packet.dscp = header.dscp;
+    packet.payloadSize = header.payloadSize;
+    if (!isGroup(packet.destination) || packet.destination == kBroadcast || !packet.isIp()) return packet;
+    Multicast& multicast = packet.multicast;
+    multicast.ipv6 = header.tags.etherType == kIpv6;
+    if (header.group) {
+        multicast.kind = kindOf(header.group->kind);
+        multicast.group = header.group->address == nullptr ? 0 : groupMac(header.group->address, multicast.ipv6);
+        multicast.maxResponseMs = header.group->maxResponseMs;
+    } else if (packet.ipProtocol != (multicast.ipv6 ? kIcmpv6 : kIgmp)) {
+        multicast.kind = Multicast::Kind::Data;
+        multicast.group = packet.destination;
+    }
+    return packet;
+}
+
+std::size_t writeHeader(const Tags& tags, const std::uint8_t* addresses, std::uint8_t* payload) {
+    std::array<std::uint8_t, 2 * kMacOctets> kept{};
+    std::memcpy(kept.data(), addresses, kept.size());
+    const std::size_t size = kHeaderOctets + kTagOctets * tags.count;
+    std::uint8_t* out = payload - size;
+    std::memcpy(out, kept.data(), kept.size());
+    out += kept.size();
+    const auto put16 = [&out](unsigned value) {
+        *out++ = static_cast<std::uint8_t>(value >> 8);
+        *out++ = static_cast<std::uint8_t>(value);
+    };
+    for (std::size_t i = 0; i < tags.count; ++i) {
+        const VlanTag& tag = tags.tag[i];
+        put16(tag.tpid);
+        put16(static_cast<unsigned>(tag.pbits << 13 | (tag.dei ? 1 << 12 : 0) | (tag.vid & 0xFFF)));
+    }
+    put16(tags.etherType);
+    return size;
+}
+
+}  // namespace virtual_onu::datapath
