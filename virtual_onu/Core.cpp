@@ -63,7 +63,8 @@ struct LivedThrough {
 thread_local LivedThrough livedThrough;
 
 std::atomic<std::uint64_t> sleptMs{0};
-std::uint64_t generation = 0;  // with the device lock
+std::atomic<std::uint64_t> passedMs{0};  // of real time
+std::uint64_t generation = 0;            // with the device lock
 
 // Everything below is made on first use and never destroyed: other libraries' constructors and destructors, and threads
 // that outlive main(), may still call.
@@ -273,7 +274,12 @@ void idleWait(std::uint64_t milliseconds) {
 }
 
 std::uint64_t virtualNowMs() {
-    return deviceClock().advancedMs.load(std::memory_order_relaxed) + sleptMs.load(std::memory_order_relaxed);
+    return deviceClock().advancedMs.load(std::memory_order_relaxed) + sleptMs.load(std::memory_order_relaxed) +
+           passedMs.load(std::memory_order_relaxed);
+}
+
+void realTimePasses(std::uint64_t milliseconds) {
+    passedMs.fetch_add(milliseconds, std::memory_order_relaxed);
 }
 
 void resetCore() {
@@ -282,6 +288,7 @@ void resetCore() {
         core() = CoreState{};
         anyFaults.store(false, std::memory_order_release);
         sleptMs = 0;
+        passedMs = 0;
     }
     const std::lock_guard<std::mutex> lock(deviceClock().mutex);
     deviceClock().advancedMs = 0;

@@ -117,9 +117,11 @@ void waitFor(const char* function, std::uint64_t milliseconds);
 // lives through all of the advanced time, also when it comes to its wait only afterwards.
 void idleWait(std::uint64_t milliseconds);
 
-// Milliseconds of the virtual clock: what waits have asked for and what VirtualOnu::advance() has let pass. Runs
-// without the device lock.
+// Milliseconds of the virtual clock: what waits have asked for, what VirtualOnu::advance() has let pass, and real time
+// while real packets pass. Runs without the device lock.
 std::uint64_t virtualNowMs();
+// For whoever carries real packets: bridges age in real time meanwhile. Threads' waits are not concerned.
+void realTimePasses(std::uint64_t milliseconds);
 
 // Forget trace, faults and clock (VirtualOnu::reset).
 void resetCore();

@@ -77,6 +77,12 @@ void bridgeRemoved(int deviceIndex);
 void reset();  // forget the addresses that the bridges have learned
 }  // namespace datapath
 
+namespace taps {  // taps/Pump.cpp
+void reset();     // the board's links are new: those of the TAPs are put there again
+// The ports that are TAPs of the host; empty where there are none. With the device lock held.
+nlohmann::json toJson();
+}  // namespace taps
+
 }  // namespace virtual_onu
 
 #endif

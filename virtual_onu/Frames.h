@@ -58,9 +58,9 @@ struct WireFrame {
     Frame frame;
     std::size_t payloadAt = 0;  // where the payload begins in the bytes
 };
-// A frame's bytes as fields. Tags are taken as such with the TPIDs 0x8100, 0x88a8 and 0x9100, at most kMostTags. wireSize
-// is the frame's size where the bytes are only its beginning. False for fewer bytes than an Ethernet header. made is used
-// again from frame to frame, so that its memory is.
+// A frame's bytes as fields. Tags are taken as such with the TPIDs 0x8100, 0x88a8 and 0x9100, at most kMostTags.
+// wireSize is the frame's size where the bytes are only its beginning. False for fewer bytes than an Ethernet header.
+// made is used again from frame to frame, so that its memory is.
 VIRTUAL_ONU_API bool readFrame(const std::uint8_t* bytes, std::size_t size, std::size_t wireSize, WireFrame& made);
 // The frame that left, with everything behind the last type word of the one that came in.
 VIRTUAL_ONU_API void writeFrame(const Frame& left, const std::uint8_t* bytes, std::size_t size, std::size_t payloadAt,
@@ -126,6 +126,13 @@ struct Exit {
     std::optional<unsigned> tcont;  // index
     std::optional<unsigned> queue;
     Frame frame;
+};
+
+// A copy that leaves, as bytes.
+struct VIRTUAL_ONU_API WireExit {
+    std::string device;
+    std::optional<unsigned> gemPort;  // on the PON side only
+    std::vector<std::uint8_t> bytes;
 };
 
 struct Drop {

@@ -120,6 +120,7 @@ void VirtualOnu::reset() {
     files::reset();
     datapath::reset();
     resetCore();
+    taps::reset();
 }
 
 nlohmann::json VirtualOnu::toJson() const {
@@ -129,7 +130,7 @@ nlohmann::json VirtualOnu::toJson() const {
 }
 
 nlohmann::json VirtualOnu::toJsonWithoutTrace() const {
-    return {{"network", network::toJson()},
+    nlohmann::json all = {{"network", network::toJson()},
             {"vlan", vlan::toJson()},
             {"pon", pon::toJson()},
             {"runner", runner::toJson()},
@@ -140,6 +141,8 @@ nlohmann::json VirtualOnu::toJsonWithoutTrace() const {
             {"clock", {{"sleptMs", slept()}}},
             {"calls", callCount()},
             {"trace", nlohmann::json::array()}};
+    if (nlohmann::json taps = taps::toJson(); !taps.empty()) all["taps"] = std::move(taps);
+    return all;
 }
 
 std::string VirtualOnu::stateText() const {

@@ -325,6 +325,9 @@ public:
     // answer is the same and the device is afterwards as it was.
     Walk sendFromPort(const std::string& device, const Frame& frame, Learning learning = Learning::On);
     Walk sendFromPon(unsigned gemPortId, const Frame& frame, Learning learning = Learning::On);
+    // Likewise for a frame's bytes, as real packets are carried: the copies that leave, nothing where it is dropped.
+    std::vector<WireExit> carryFromPort(const std::string& device, const std::vector<std::uint8_t>& bytes);
+    std::vector<WireExit> carryFromPon(unsigned gemPortId, const std::vector<std::uint8_t>& bytes);
     // The data path as it is now, for frames to be sent later, whatever becomes of the device.
     FrozenDataPath freezeDataPath() const;
     std::vector<LearnedAddress> learnedAddresses() const;  // by bridge and address, those that have not aged

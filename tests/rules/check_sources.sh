@@ -66,9 +66,9 @@ floors() {  # floors HOUSE PREFIX-OF-INCLUDES FLOOR...
 # The factory names the board whose object it makes.
 floors src "" hal state bridge device,xpon BRCM/BCM968580/DATA BRCM/BCM968580,hal/HALFactory.cpp
 floors src/BRCM/BCM968580/DATA BRCM/BCM968580/DATA/ . ani,uni,gateway,iphost restart
-floors virtual_onu "" . libc/real kernel kit shell frames libc
+floors virtual_onu "" . libc/real kernel kit shell frames taps libc
 floors omci omci/ message mib agent,services
-floors tools/vorn-onu "" io state capture scenario/fields scenario/expect,scenario/operations scenario living,audit,channel show page program commands commandline .
+floors tools/vorn-onu "" io state capture scenario/fields scenario/expect,scenario/operations scenario living,audit,channel show page,taps program commands commandline .
 
 # What a daemon fills in or gets: nobody can guess unit, range and meaning. A comment stands behind the field or above it.
 # The counters' record is left out: its comment above tells of all of them.

@@ -10,12 +10,6 @@ namespace virtual_onu::datapath {
 
 namespace {
 
-// The Ethernet ports: the device that frames meet, the one that the port's administrative state is set at, its PHY.
-struct EthernetPort {
-    const char* port;
-    const char* administered;
-    int phy;
-};
 constexpr std::array<EthernetPort, 4> kEthernetPorts = {
     {{"sid0", "eth0", 0}, {"sid1", "eth1", 4}, {"eth0", "eth0", 0}, {"eth1", "eth1", 4}}};
 
@@ -36,12 +30,17 @@ std::string ponFault() {
 
 std::string faultAt(const std::string& port) {
     if (port == kPonDevice) return ponFault();
-    const auto* ethernet = std::find_if(kEthernetPorts.begin(), kEthernetPorts.end(),
-                                        [&](const EthernetPort& one) { return port == one.port; });
-    return ethernet == kEthernetPorts.end() ? "" : ethernetFault(*ethernet);
+    const EthernetPort* ethernet = ethernetPort(port);
+    return ethernet == nullptr ? "" : ethernetFault(*ethernet);
 }
 
 }  // namespace
+
+const EthernetPort* ethernetPort(const std::string& port) {
+    const auto* found = std::find_if(kEthernetPorts.begin(), kEthernetPorts.end(),
+                                     [&](const EthernetPort& one) { return port == one.port; });
+    return found == kEthernetPorts.end() ? nullptr : found;
+}
 
 std::string blockedBy(const NetworkDevice& device) {
     if (!device.up) return device.name + " is down";

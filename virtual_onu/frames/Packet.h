@@ -19,9 +19,9 @@ constexpr bool isGroup(Mac mac) {
     return (mac >> 40 & 1) != 0;
 }
 std::string textOf(Mac mac);
-Mac groupMac(const std::string& ipGroup);  // 0 for a text that is no multicast address
+Mac groupMac(const std::string& ipGroup);              // 0 for a text that is no multicast address
 Mac groupMac(const std::uint8_t* ipGroup, bool ipv6);  // 0 for an address that is none
-Mac macOf(const std::string& text);        // 0 for a text that is no MAC address
+Mac macOf(const std::string& text);                    // 0 for a text that is no MAC address
 
 // The part of a frame that rules change.
 struct Tags {

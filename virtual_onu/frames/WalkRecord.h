@@ -43,7 +43,7 @@ struct Trail {
     struct Exit {
         int hop = -1;
         DeviceId device = kNoDevice;
-        const RunnerClass* runner = nullptr;  // instead of a device: leaves at this class's egress
+        const RunnerClass* runner = nullptr;   // instead of a device: leaves at this class's egress
         const PlanGemPort* gemPort = nullptr;  // on the PON side
         unsigned queue = 0;
         Tags tags;

@@ -165,4 +165,13 @@ std::size_t writeHeader(const Tags& tags, const std::uint8_t* addresses, std::ui
     return size;
 }
 
+std::size_t writeCopy(WireSlot& slot, const Tags& tags) {
+    const std::size_t header = writeHeader(tags, slot.frame, slot.payload);
+    slot.frame = slot.payload - header;
+    const std::size_t size = header + slot.payloadSize;
+    if (size >= kShortestFrame || slot.size < kShortestFrame) return size;
+    std::memset(slot.frame + size, 0, kShortestFrame - size);
+    return kShortestFrame;
+}
+
 }  // namespace virtual_onu::datapath

@@ -35,9 +35,21 @@ bool readHeader(const std::uint8_t* bytes, std::size_t size, std::size_t wireSiz
 // As packetOf() makes it of the frame with these headers.
 Packet packetOf(const WireHeader& header);
 
-// Writes addresses, tags and type word so that they end where the payload begins: `before` octets in front of it are
-// free. Answers where the frame begins, counted from there. The addresses are those at `addresses`, which may lie in
-// what is written over.
+// A frame's bytes where there is room for a longer header in front of them, and for padding behind.
+struct WireSlot {
+    std::uint8_t* frame = nullptr;  // where its addresses are
+    std::uint8_t* payload = nullptr;
+    std::size_t size = 0;  // as it came in
+    std::size_t payloadSize = 0;
+};
+constexpr std::size_t kHeadroom = 4 * kMostTags;
+
+// Writes the frame with these tags where it is, with everything behind the last type word as it came in; one that has
+// become too short is padded. Answers its size. Again and again, for the copies of a frame.
+std::size_t writeCopy(WireSlot& slot, const Tags& tags);
+
+// The addresses, these tags and the type word so that they end where the payload begins; their size. The addresses may
+// lie in what is written over.
 std::size_t writeHeader(const Tags& tags, const std::uint8_t* addresses, std::uint8_t* payload);
 
 }  // namespace virtual_onu::datapath

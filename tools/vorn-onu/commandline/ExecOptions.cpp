@@ -1,6 +1,7 @@
 #include <memory>
 
 #include "commandline/CommandLine.h"
+#include "commandline/TapOptions.h"
 #include "commands/Commands.h"
 
 namespace vorn_onu {
@@ -25,6 +26,7 @@ Command addExec(CLI::App& app) {
         ->add_option("--record", exec->recordFile, "write what the program asks of the HAL as a scenario to this file")
         ->type_name("FILE");
     addBoardName(*command, exec->name, "while the program and all that it has started runs");
+    addTapOption(*command, exec->taps);
     command->add_flag("--quiet", exec->quiet, "do not show the device");
     command->add_option("PROGRAM", exec->program, "the program and its arguments, after --")->required()->type_name("");
     command->positionals_at_end();

@@ -2,6 +2,7 @@
 
 #include "commandline/CommandLine.h"
 #include "commandline/FrameOptions.h"
+#include "commandline/TapOptions.h"
 #include "commands/Commands.h"
 
 namespace vorn_onu {
@@ -41,6 +42,7 @@ Command addOmci(CLI::App& app) {
         ->add_flag("--audit", omci->audit,
                    "compare what the device does with frames with what G.988 says of the rows and filters asked for")
         ->excludes(listen);
+    addTapOption(*command, omci->taps)->needs(listen);
     command->add_flag("--quiet", omci->quiet, "show only what is not as in the capture");
     command->callback([omci, command, frame] { readTags(*command, frame, *omci); });
     command->footer(

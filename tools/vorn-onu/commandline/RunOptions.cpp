@@ -1,6 +1,7 @@
 #include <memory>
 
 #include "commandline/CommandLine.h"
+#include "commandline/TapOptions.h"
 #include "commands/Commands.h"
 
 namespace vorn_onu {
@@ -31,6 +32,7 @@ Command addRun(CLI::App& app) {
                                           "let others reach the board when the scenario is over, until SIGTERM or "
                                           "Ctrl-C");
     addBoardName(*command, run->name, "with --stay; otherwise by that of the scenario's file")->needs(stay);
+    addTapOption(*command, run->taps)->needs(stay);
     command->footer(
         "A scenario with a mistake in it is not run. Several scenarios run each on a board of its own, a line a "
         "scenario; "

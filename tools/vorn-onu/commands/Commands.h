@@ -24,8 +24,9 @@ struct RunCommand {
     bool halOutput = false;
     bool realTime = false;
     bool quiet = false;
-    bool stay = false;  // when the scenario is over the board can be reached until a signal ends it
-    std::string name;   // by this name; "" for the scenario's file
+    bool stay = false;              // when the scenario is over the board can be reached until a signal ends it
+    std::string name;               // by this name; "" for the scenario's file
+    std::vector<std::string> taps;  // with stay: "sid0=tap0@customer", ports that are TAPs of the host
     // kBadInput when one scenario could not be run, else kNotHeld when one failed.
     int run() const;
 };
@@ -54,16 +55,17 @@ struct SendCommand : TypedFrame {
 
 // The messages of an OLT, played to an ONU or answered as they come.
 struct OmciCommand : TypedFrame {
-    std::string file;           // a capture, or text with hexadecimal digits
-    std::size_t until = 0;      // stop behind this message; 0: none
-    std::string jsonFile;       // "-" is standard output
-    std::string reportFile;     // an HTML page
-    std::string pcapFile;       // the frame of --from
-    std::string recordFile;     // the HAL's calls as a scenario
-    std::string listenAddress;  // "unix:PATH" or "udp:127.0.0.1:PORT"
-    bool audit = false;         // compare the device with the standard
-    std::string name;           // with an address: the board can be reached by it; "" where it cannot
-    bool quiet = false;         // show what is not as expected only
+    std::string file;               // a capture, or text with hexadecimal digits
+    std::size_t until = 0;          // stop behind this message; 0: none
+    std::string jsonFile;           // "-" is standard output
+    std::string reportFile;         // an HTML page
+    std::string pcapFile;           // the frame of --from
+    std::string recordFile;         // the HAL's calls as a scenario
+    std::string listenAddress;      // "unix:PATH" or "udp:127.0.0.1:PORT"
+    std::vector<std::string> taps;  // "sid0=tap0@customer": ports that are TAPs of the host
+    bool audit = false;             // compare the device with the standard
+    std::string name;               // with an address: the board can be reached by it; "" where it cannot
+    bool quiet = false;             // show what is not as expected only
     // kNotHeld when an answer has another result than the capture's, a call of the HAL failed, or the frame is dropped.
     int run() const;
 };
@@ -73,10 +75,11 @@ struct ExecCommand {
     std::string traceFile;             // "-" is standard output, here and for the next
     std::string jsonFile;
     std::string recordFile;
-    std::string reportFile;  // an HTML page
-    std::string pcapFile;    // the frames that the program has sent
-    std::string halOutput;   // where what the HAL prints goes: "" a log file, "-" standard output
-    std::string name;        // the board can be reached by it while the program runs; "" where it cannot
+    std::string reportFile;         // an HTML page
+    std::string pcapFile;           // the frames that the program has sent
+    std::string halOutput;          // where what the HAL prints goes: "" a log file, "-" standard output
+    std::string name;               // the board can be reached by it while the program runs; "" where it cannot
+    std::vector<std::string> taps;  // as with omci
     bool quiet = false;
     // The program's own exit code; 128 and the signal's number when a signal ended it.
     int run() const;

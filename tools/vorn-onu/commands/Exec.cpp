@@ -22,6 +22,8 @@
 #include "program/RunFolder.h"
 #include "program/Supervisor.h"
 #include "program/Tail.h"
+#include "taps/TapLender.h"
+#include "taps/TapOption.h"
 
 namespace vorn_onu {
 
@@ -95,10 +97,21 @@ nlohmann::json stateIn(const std::string& path) {
     return nlohmann::json::parse(written, nullptr, false);
 }
 
+// What the TAPs have counted to the end, which the program's last state may not have seen. path: the state's file, ""
+// when it is not this tool's to write.
+void addTaps(const virtual_onu::Taps* taps, const std::string& path, nlohmann::json& state) {
+    if (taps == nullptr || state.is_discarded()) return;
+    state["taps"] = taps->toJson();
+    if (!std::filesystem::is_regular_file(path)) return;
+    writeFile(path, state.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
+}
+
 int runIn(const ExecCommand& command, RunFolder& folder) {
     const Files files(command, folder);
     Environment environment;
     prepare(command, files);
+    const auto taps = openTaps(command.taps);
+    const auto lender = taps != nullptr ? std::make_unique<TapLender>(*taps, folder.path()) : nullptr;
     if (!setUp(command, files, folder, environment)) return kBadInput;
 
     Supervisor supervisor;
@@ -131,7 +144,8 @@ int runIn(const ExecCommand& command, RunFolder& folder) {
     summary.stateFile = files.state;
     summary.stateIsKept = !command.jsonFile.empty() && !jsonOnly;
     summary.traceFile = files.trace;
-    const nlohmann::json state = stateIn(files.state);
+    nlohmann::json state = stateIn(files.state);
+    addTaps(taps.get(), summary.goesOn() ? "" : files.state, state);
     const bool touched = !state.is_discarded();
     if (summary.goesOn()) {
         folder.keep();

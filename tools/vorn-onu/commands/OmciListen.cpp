@@ -22,6 +22,7 @@
 #include "show/DeviceReport.h"
 #include "show/HalOutput.h"
 #include "show/MessageOutput.h"
+#include "taps/TapOption.h"
 
 namespace vorn_onu {
 
@@ -42,11 +43,13 @@ public:
         onu.reset();
         run_.name = socket_.address();
         run_.newBoard = readState(onu.toJson());
+        taps_ = openTaps(command.taps);
         living_ = std::make_unique<LivingOnu>();
         if (!command.name.empty()) {
             server_ = std::make_unique<living::Server>(command.name);
             server_->start(board_);
         }
+        if (taps_ != nullptr) taps_->start();
         run_.numberOf = [this](std::uint64_t message) {
             const auto found = numbers_.find(message);
             return found != numbers_.end() ? found->second : 0;
@@ -180,6 +183,7 @@ private:
     MessageOutput output_;
     MessageSocket socket_;
     OmciRun run_;
+    std::unique_ptr<virtual_onu::Taps> taps_;
     std::unique_ptr<LivingOnu> living_;
     std::map<std::uint64_t, std::size_t> numbers_;
     std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();

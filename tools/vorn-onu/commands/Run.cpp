@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <utility>
@@ -22,6 +23,7 @@
 #include "show/HalOutput.h"
 #include "show/RunOutput.h"
 #include "show/RunReport.h"
+#include "taps/TapOption.h"
 
 namespace vorn_onu {
 
@@ -78,6 +80,7 @@ class Staying {
 public:
     Staying(const RunCommand& command, const Scenario& scenario)
         : signals_(endingSignals()),
+          taps_(openTaps(command.taps)),
           server_(command.name.empty() ? nameOf(scenario.file) : command.name),
           board_(virtual_onu::VirtualOnu::instance(), *HALFactory::getInstance()->CreateHALObject(0),
                  nlohmann::json{{"kind", "run"}, {"program", {scenario.file}}, {"hal", true}}, scenario.records) {
@@ -87,7 +90,9 @@ public:
     Staying(const Staying&) = delete;
     Staying& operator=(const Staying&) = delete;
 
+    // Real packets pass meanwhile, where they were asked for.
     void untilSignal() {
+        if (taps_ != nullptr) taps_->start();
         server_.start(board_);
         complain("the board stays as '" + server_.name() + "': vorn-onu at " + server_.name() +
                  " show; SIGTERM or Ctrl-C ends it");
@@ -95,6 +100,11 @@ public:
         while (poll(&wait, 1, -1) < 0) {
         }
         server_.stop("it has been told to end");
+    }
+    // What the TAPs have counted; "" without them.
+    std::string packets(const Terminal& terminal) const {
+        if (taps_ == nullptr) return "";
+        return realPackets(readState(virtual_onu::VirtualOnu::instance().toJson()), terminal) + "\n";
     }
 
 private:
@@ -107,6 +117,7 @@ private:
     }
 
     int signals_;
+    std::unique_ptr<virtual_onu::Taps> taps_;
     living::Server server_;
     living::OwnBoard board_;
 };
@@ -152,7 +163,10 @@ int runShown(const RunCommand& command, const Scenario& scenario, ScenarioResult
         say("  what the HAL printed: " + hal.path() + " (" + std::to_string(hal.lines()) + " lines)\n");
     if (command.jsonFile == "-") print(hal.shown(), jsonText(scenario, records, device));
     writeFiles(command, scenario, records, device, std::move(collected));
-    if (staying) staying->untilSignal();
+    if (staying) {
+        staying->untilSignal();
+        say(staying->packets(terminal));
+    }
     return allPassed(records) ? kHeld : kNotHeld;
 }
 

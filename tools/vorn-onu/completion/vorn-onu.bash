@@ -9,17 +9,17 @@ _vorn_onu() {
     fi
     case $command in
         run) options="--trace --json --report --audit --pcap --hal-output --real-time --quiet --strict --junit --jobs
-                      --stay --name" ;;
+                      --stay --name --tap" ;;
         send) options="--from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source --destination
                        --after-step --json --payload --both-ways --pcap-in --pcap" ;;
         audit) options="--strict --after-step --json" ;;
         omci) options="--listen --until --from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source
-                       --destination --payload --both-ways --json --report --pcap --record --quiet --name --audit" ;;
+                       --destination --payload --both-ways --json --report --pcap --record --quiet --name --audit --tap" ;;
         info | diff | ls) options="--json" ;;
         at) options="--json --port --follow --failed --last --from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source
                     --destination --payload --both-ways" ;;
         help) options="--man" ;;
-        exec) options="--trace --json --report --pcap --hal-output --record --name --quiet" ;;
+        exec) options="--trace --json --report --pcap --hal-output --record --name --tap --quiet" ;;
         *) options="" ;;
     esac
     case $command:$before in

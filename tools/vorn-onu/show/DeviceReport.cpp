@@ -188,6 +188,20 @@ std::vector<std::string> routing(const DeviceState& state) {
     return lines;
 }
 
+// ---- real packets ----
+
+std::string tapRemarks(const TapState& tap) {
+    std::vector<std::string> remarks;
+    const auto some = [&](std::uint64_t count, const std::string& what) {
+        if (count != 0) remarks.push_back(std::to_string(count) + " " + what);
+    };
+    some(tap.dropped, "dropped by the board, the last: " + tap.lastDrop);
+    some(tap.elsewhere, "left where no TAP is, the last at " + tap.lastElsewhere);
+    some(tap.lostIn, "lost in front of the board, which was too slow");
+    some(tap.lostOut, "lost behind it, which the host did not take");
+    return joinWords(remarks, "; ");
+}
+
 std::string shortList(const std::string& head, const std::vector<std::string>& lines, const Terminal& terminal) {
     if (lines.empty()) return "";
     std::string body = "  " + terminal.yellow(head) + "\n";
@@ -199,12 +213,24 @@ std::string shortList(const std::string& head, const std::vector<std::string>& l
 
 }  // namespace
 
+std::string realPackets(const DeviceState& state, const Terminal& terminal) {
+    Table table({"port", "TAP", "link", "frames in", "frames out", "lost"});
+    std::string remarks;
+    for (const TapState& tap : state.taps) {
+        table.row({tap.port, tap.interface, tap.linkUp ? "up" : "down", std::to_string(tap.framesIn),
+                   std::to_string(tap.framesOut), std::to_string(tap.lostIn + tap.lostOut)});
+        const std::string words = tapRemarks(tap);
+        if (!words.empty()) remarks += "  " + hanging(tap.port + ": " + words, terminal.width(), 4) + "\n";
+    }
+    return section("Real packets", table.text(terminal) + remarks, terminal);
+}
+
 std::string deviceReport(const DeviceState& state, const DeviceState& newBoard, const Terminal& terminal) {
     return bridges(state, terminal) + learned(state, terminal) + devices(state, newBoard, terminal) +
            rules(state, terminal) + flows(state, terminal) + ponLink(state, terminal) + tconts(state, terminal) +
            gemPorts(state, terminal) + list("Runner objects", state.runnerObjects, terminal) +
            list("Ingress queue keys", state.ingressKeys, terminal) + list("Policy routing", routing(state), terminal) +
-           list("Messages to the gateway", state.messages, terminal);
+           list("Messages to the gateway", state.messages, terminal) + realPackets(state, terminal);
 }
 
 std::string warnings(const DeviceState& state, const Terminal& terminal, const std::vector<RunStep>& steps) {

@@ -105,6 +105,25 @@ virtual_onu::GemPort gemPortOf(const json& j) {
     return port;
 }
 
+TapState tapOf(const json& j) {
+    TapState tap;
+    j.at("port").get_to(tap.port);
+    j.at("interface").get_to(tap.interface);
+    if (const auto netns = j.at("netns").get<std::string>(); !netns.empty()) tap.interface += " in " + netns;
+    j.at("linkUp").get_to(tap.linkUp);
+    j.at("framesIn").get_to(tap.framesIn);
+    j.at("framesOut").get_to(tap.framesOut);
+    j.at("octetsIn").get_to(tap.octetsIn);
+    j.at("octetsOut").get_to(tap.octetsOut);
+    j.at("dropped").get_to(tap.dropped);
+    j.at("lastDrop").get_to(tap.lastDrop);
+    j.at("elsewhere").get_to(tap.elsewhere);
+    j.at("lastElsewhere").get_to(tap.lastElsewhere);
+    j.at("lostIn").get_to(tap.lostIn);
+    j.at("lostOut").get_to(tap.lostOut);
+    return tap;
+}
+
 void readRest(const json& state, DeviceState& result) {
     for (const json& object : state.at("runner").at("objects"))
         result.runnerObjects.push_back(object.at("name").get<std::string>());
@@ -167,6 +186,8 @@ DeviceState readState(const json& whole) {
     for (const json& one : pon.at("gemPorts")) result.gemPorts.push_back(gemPortOf(one));
     if (!pon.at("adminState").is_null()) result.adminState = pon.at("adminState").get<unsigned>();
     readRest(state, result);
+    if (whole.contains("taps"))
+        for (const json& one : oneLines(whole.at("taps"))) result.taps.push_back(tapOf(one));
     readFailedCalls(whole.at("trace"), result);
     return result;
 }

@@ -34,6 +34,16 @@ struct FailedCall {
     std::string text() const { return name + "(" + arguments + ") = " + std::to_string(code); }
 };
 
+// A port that is a TAP device of the host.
+struct TapState {
+    std::string port;       // "sid0", "gem 1001"
+    std::string interface;  // "tap0", "tap0 in customer"
+    bool linkUp = false;
+    std::uint64_t framesIn = 0, framesOut = 0, octetsIn = 0, octetsOut = 0;
+    std::uint64_t dropped = 0, elsewhere = 0, lostIn = 0, lostOut = 0;
+    std::string lastDrop, lastElsewhere;
+};
+
 struct DeviceState {
     std::vector<virtual_onu::NetworkDevice> devices;
     std::vector<virtual_onu::Bridge> bridges;
@@ -47,6 +57,7 @@ struct DeviceState {
     std::vector<std::string> messages;         // to the gateway, as messageText() writes them
     std::vector<std::string> strangeCommands;  // shell commands that were not understood
     std::vector<FailedCall> failedCalls;       // calls into the device kit that answered a failure
+    std::vector<TapState> taps;
     std::size_t calls = 0;
 
     std::size_t ruleCount() const;

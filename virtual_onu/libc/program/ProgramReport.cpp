@@ -8,6 +8,7 @@
 #include "libc/program/OwnFile.h"
 #include "libc/program/Program.h"
 #include "libc/program/StateFile.h"
+#include "libc/program/TapLease.h"
 
 namespace virtual_onu::program {
 
@@ -28,6 +29,7 @@ void traced(const TraceEntry& entry) {
     if (entry.kind == CallKind::Wait || entry.kind == CallKind::Log) return;
     statefile::touched();
     if (Companion* work = companion.load(std::memory_order_acquire)) work();
+    taplease::touched();
 }
 
 __attribute__((constructor)) void begin() {
@@ -35,6 +37,7 @@ __attribute__((constructor)) void begin() {
     if (settings().stateFile.empty() && settings().traceFile.empty()) return;
     traceFile();
     statefile::begin();
+    taplease::begin();
     VirtualOnu::instance().onTrace(traced);
     // A program that knows nothing of this clock counts on its waits: without them a polling daemon would spin.
     VirtualOnu::instance().sleepForReal(true);

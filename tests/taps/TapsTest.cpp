@@ -1,0 +1,287 @@
+// Real packets: Linux's own programs in two network namespaces, a customer's and an operator's, with the virtual ONU
+// between them. The namespaces belong to processes of the test and go with them, whatever becomes of it.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <functional>
+#include <memory>
+#include <thread>
+
+#include <nlohmann/json.hpp>
+
+#include "tool/RunProgram.h"
+
+namespace {
+
+using nlohmann::json;
+using std::chrono::milliseconds;
+
+bool isThere(const std::string& program) {
+    return runProgram({"sh", "-c", "command -v " + program}).code == 0;
+}
+
+bool soon(const std::function<bool()>& holds, milliseconds within = milliseconds(20000)) {
+    const auto end = std::chrono::steady_clock::now() + within;
+    while (!holds()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(milliseconds(50));
+    }
+    return true;
+}
+
+// A process with a network namespace of its own, which lives as long as the object and no longer than the test.
+class Namespace {
+public:
+    Namespace() {
+        int ready[2];
+        if (pipe(ready) != 0) return;
+        process_ = fork();
+        if (process_ == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
+            const char made = unshare(CLONE_NEWNET) == 0 ? 'y' : 'n';
+            if (write(ready[1], &made, 1) != 1) _exit(1);
+            while (true) pause();
+        }
+        char made = 'n';
+        while (read(ready[0], &made, 1) < 0) {
+        }
+        valid_ = made == 'y';
+        close(ready[0]);
+        close(ready[1]);
+        if (valid_) run({"ip", "link", "set", "lo", "up"});
+    }
+    ~Namespace() {
+        kill(process_, SIGKILL);
+        waitpid(process_, nullptr, 0);
+    }
+    Namespace(const Namespace&) = delete;
+    Namespace& operator=(const Namespace&) = delete;
+
+    bool valid() const { return valid_; }
+    std::string path() const { return "/proc/" + std::to_string(process_) + "/ns/net"; }
+    std::vector<std::string> words(std::vector<std::string> program) const {
+        program.insert(program.begin(), {"nsenter", "--net=" + path()});
+        return program;
+    }
+    ProgramResult run(std::vector<std::string> program) const { return runProgram(words(std::move(program))); }
+
+private:
+    pid_t process_ = -1;
+    bool valid_ = false;
+};
+
+// A program that runs beside the test; ended with SIGTERM at the latest when the object goes.
+class Beside {
+public:
+    Beside(std::vector<std::string> words, const std::string& output) {
+        std::vector<char*> arguments;
+        for (auto& word : words) arguments.push_back(word.data());
+        arguments.push_back(nullptr);
+        process_ = fork();
+        if (process_ != 0) return;
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        const int file = open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        dup2(file, STDOUT_FILENO);
+        dup2(file, STDERR_FILENO);
+        execvp(arguments[0], arguments.data());
+        _exit(127);
+    }
+    ~Beside() {
+        if (process_ > 0) end();
+    }
+    Beside(const Beside&) = delete;
+    Beside& operator=(const Beside&) = delete;
+
+    void tell(int signal) const { kill(process_, signal); }
+    int end() {
+        kill(process_, SIGTERM);
+        int status = 0;
+        waitpid(process_, &status, 0);
+        process_ = -1;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+
+private:
+    pid_t process_ = -1;
+};
+
+class Taps : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (access("/dev/net/tun", R_OK | W_OK) != 0) GTEST_SKIP() << "/dev/net/tun is missing, or may not be used";
+        if (!customer_.valid() || !operator_.valid()) GTEST_SKIP() << "no right to make network namespaces";
+        for (const char* program : {"ip", "nsenter", "ping"})
+            if (!isThere(program)) GTEST_SKIP() << program << " is missing";
+        const auto tun = customer_.run({"ip", "tuntap", "add", "dev", "try0", "mode", "tap"});
+        if (tun.code != 0) GTEST_SKIP() << "no TAP can be made: " << tun.output;
+    }
+
+    std::string output() const { return contentOf(scratch_.file("output")); }
+
+    // A board with the customer at sid2 and the operator behind GEM port 1001; started as `command` says.
+    void start(std::vector<std::string> command, const std::vector<std::string>& behind = {}) {
+        command.insert(command.begin(), VORN_ONU_BINARY);
+        for (const std::string& word : {std::string("--tap"), "sid2=lan0@" + customer_.path(), std::string("--tap"),
+                                        "gem 1001=pon0@" + operator_.path()})
+            command.push_back(word);
+        command.insert(command.end(), behind.begin(), behind.end());
+        board_ = std::make_unique<Beside>(std::move(command), scratch_.file("output"));
+    }
+    void startDaemon(const std::string& mode = "") {
+        start({"exec", "--json", scratch_.file("state.json"), "--hal-output", scratch_.file("hal")},
+              {"--", TAP_DAEMON_BINARY, mode});
+        ASSERT_TRUE(soon([this] { return output().find(": up\n") != std::string::npos; })) << output();
+    }
+    void startScenario() {
+        start({"run", VORN_SCENARIO_DIR "/real-packets.json", "--stay", "--name",
+               "tap-test-" + std::to_string(getpid())});
+        ASSERT_TRUE(soon([this] { return output().find("the board stays") != std::string::npos; })) << output();
+    }
+    // Tells the daemon, and waits for its word that it has been done.
+    void order(int signal, const std::string& word) const {
+        const std::string text = output();
+        const std::size_t at = text.find("daemon ");
+        ASSERT_NE(at, std::string::npos) << text;
+        kill(std::stoi(text.substr(at + 7)), signal);
+        ASSERT_TRUE(soon([&] { return output().find(word, text.size()) != std::string::npos; })) << output();
+    }
+
+    void giveAddresses() const {
+        ASSERT_EQ(customer_.run({"ip", "addr", "add", "10.9.0.1/24", "dev", "lan0"}).code, 0);
+        ASSERT_EQ(operator_.run({"ip", "addr", "add", "10.9.0.2/24", "dev", "pon0"}).code, 0);
+    }
+    bool pings() const { return customer_.run({"ping", "-c", "1", "-W", "1", "10.9.0.2"}).code == 0; }
+
+    // "taps" of the final state, by port.
+    json ended() {
+        EXPECT_EQ(board_->end(), 0) << output();
+        board_.reset();
+        json byPort;
+        const json state = json::parse(contentOf(scratch_.file("state.json")));
+        for (const json& tap : state.at("taps")) byPort[tap.at("port").get<std::string>()] = tap;
+        return byPort;
+    }
+
+    ScratchDirectory scratch_;
+    Namespace customer_, operator_;
+    std::unique_ptr<Beside> board_;
+};
+
+// The frames have to survive a program that closes every descriptor, and it must not find one of theirs.
+TEST_F(Taps, PingPassesThroughADaemonThatClosesEveryDescriptor) {
+    startDaemon("closing");
+    giveAddresses();
+    ASSERT_TRUE(soon([this] { return pings(); })) << output();
+    const auto ping = customer_.run({"ping", "-c", "20", "-i", "0.02", "-W", "1", "-s", "1400", "10.9.0.2"});
+    EXPECT_NE(ping.output.find(" 0% packet loss"), std::string::npos) << ping.output;
+    const json taps = ended();
+    for (const char* port : {"sid2", "gem 1001"}) {
+        EXPECT_GE(taps[port].at("framesIn"), 21u) << port;
+        EXPECT_GE(taps[port].at("framesOut"), 21u) << port;
+        EXPECT_EQ(taps[port].at("lostIn").get<int>() + taps[port].at("lostOut").get<int>(), 0) << taps.dump(1);
+    }
+    EXPECT_NE(output().find("Real packets"), std::string::npos) << output();
+}
+
+TEST_F(Taps, FramesMeetTheRulesThatStandWhileTheDaemonChangesThem) {
+    startDaemon();
+    giveAddresses();
+    ASSERT_TRUE(soon([this] { return pings(); })) << output();
+    order(SIGUSR1, "port off the bridge");
+    EXPECT_FALSE(pings());
+    order(SIGUSR2, "port on the bridge");
+    EXPECT_TRUE(soon([this] { return pings(); }));
+    const json taps = ended();
+    EXPECT_GE(taps["sid2"].at("dropped"), 1u) << taps.dump(1);
+    EXPECT_NE(taps["sid2"].at("lastDrop"), "");
+}
+
+// The board of the child began as a copy of its parent's, which carried the frames until then.
+TEST_F(Taps, ProcessThatUsesTheDeviceLastHasThePorts) {
+    startDaemon("forking");
+    giveAddresses();
+    EXPECT_TRUE(soon([this] { return pings(); })) << output();
+}
+
+TEST_F(Taps, BoardsLinkFollowsTheTaps) {
+    startScenario();
+    giveAddresses();
+    ASSERT_TRUE(soon([this] { return pings(); })) << output();
+    const std::string name = "tap-test-" + std::to_string(getpid());
+    const auto isUp = [&](const char* device) {
+        const auto shown = runProgram({VORN_ONU_BINARY, "at", name, "show", "--json"});
+        const json state = json::parse(shown.output);
+        for (const json& one : state.at("network").at("devices"))
+            if (one.at("name") == device) return one.at("operState") == "up";
+        return false;
+    };
+    EXPECT_TRUE(isUp("sid2"));
+    customer_.run({"ip", "link", "set", "lan0", "down"});
+    EXPECT_TRUE(soon([&] { return !isUp("sid2"); }));
+    customer_.run({"ip", "link", "set", "lan0", "up"});
+    EXPECT_TRUE(soon([&] { return isUp("sid2"); }));
+    EXPECT_TRUE(soon([this] { return pings(); }));
+}
+
+TEST_F(Taps, IperfRunsBothWays) {
+    if (!isThere("iperf3")) GTEST_SKIP() << "iperf3 is missing";
+    startScenario();
+    giveAddresses();
+    ASSERT_TRUE(soon([this] { return pings(); })) << output();
+    const Beside server(operator_.words({"iperf3", "-s", "-B", "10.9.0.2", "--forceflush"}), scratch_.file("server"));
+    ASSERT_TRUE(soon([this] { return contentOf(scratch_.file("server")).find("listening") != std::string::npos; }));
+    for (const bool down : {false, true}) {
+        std::vector<std::string> words = {"iperf3", "-c", "10.9.0.2", "-J", "-t", "2"};
+        if (down) words.emplace_back("-R");
+        const auto client = customer_.run(words);
+        ASSERT_EQ(client.code, 0) << client.output;
+        const json summary = json::parse(client.output).at("end").at("sum_received");
+        EXPECT_GT(summary.at("bits_per_second").get<double>(), 1e7) << (down ? "downstream" : "upstream");
+    }
+}
+
+TEST_F(Taps, ClientGetsItsAddressFromTheOperatorsServer) {
+    for (const char* program : {"dnsmasq", "udhcpc"})
+        if (!isThere(program)) GTEST_SKIP() << program << " is missing";
+    startScenario();
+    ASSERT_EQ(operator_.run({"ip", "addr", "add", "10.9.0.2/24", "dev", "pon0"}).code, 0);
+    const Beside server(
+        operator_.words({"dnsmasq", "--no-daemon", "--conf-file=/dev/null", "--port=0", "--interface=pon0",
+                         "--bind-interfaces", "--user=", "--pid-file=", "--dhcp-range=10.9.0.100,10.9.0.100,1h",
+                         "--dhcp-leasefile=" + scratch_.file("leases")}),
+        scratch_.file("server"));
+    const std::string script =
+        scratch_.write("take.sh", "#!/bin/sh\n[ \"$1\" = bound ] && ip addr add $ip/24 dev $interface\nexit 0\n");
+    runProgram({"chmod", "+x", script});
+    const auto client = customer_.run({"udhcpc", "-i", "lan0", "-f", "-q", "-n", "-t", "10", "-T", "1", "-s", script});
+    EXPECT_EQ(client.code, 0) << client.output << contentOf(scratch_.file("server")) << output();
+    EXPECT_NE(contentOf(scratch_.file("leases")).find("10.9.0.100"), std::string::npos);
+    EXPECT_TRUE(pings());
+}
+
+TEST(TapOption, WrongWordsAreRefusedBeforeAnythingRuns) {
+    const struct {
+        const char* words;
+        const char* answer;
+    } cases[] = {{"sid0", "is written PORT=INTERFACE"},         {"lan0=tap0", "is no port"},
+                 {"gem 70000=tap0", "at most 65535"},           {"sid0=", "is no name of an interface"},
+                 {"sid0=a/b", "is no name of an interface"},    {"sid0=sixteen-letters-", "is no name of an interface"},
+                 {"sid0=tap0@", "namespace's name is missing"}, {"sid0=tap0@/no/such", "network namespace /no/such"}};
+    for (const auto& one : cases) {
+        const auto result = runProgram({VORN_ONU_BINARY, "exec", "--tap", one.words, "--", "/bin/echo", "it ran"});
+        EXPECT_EQ(result.code, 2) << one.words;
+        EXPECT_NE(result.output.find(one.answer), std::string::npos) << one.words << ": " << result.output;
+        EXPECT_EQ(result.output.find("it ran"), std::string::npos) << one.words;
+    }
+    const auto twice = runProgram({VORN_ONU_BINARY, "exec", "--tap", "sid0=a", "--tap", "sid0=b", "--", "/bin/true"});
+    EXPECT_EQ(twice.code, 2);
+    EXPECT_NE(twice.output.find("sid0 is a already"), std::string::npos) << twice.output;
+}
+
+}  // namespace

@@ -1,0 +1,181 @@
+// Real packets go through the data path as bytes; the walk that people read takes a frame's fields. Both must be the
+// same way.
+#include <cstdlib>
+#include <random>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "platform/vlanctl.h"
+#include "support/OnuFixture.h"
+
+namespace {
+
+using virtual_onu::Frame;
+using virtual_onu::GroupMessage;
+using virtual_onu::kReceive;
+using virtual_onu::kTransmit;
+using virtual_onu::WireExit;
+using virtual_onu::WireFrame;
+
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr unsigned kGemPort = 1001, kGemIndex = 7;
+
+std::string textOf(const WireExit& exit) {
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string text = exit.device + (exit.gemPort ? " gem " + std::to_string(*exit.gemPort) : "") + " ";
+    for (const std::uint8_t byte : exit.bytes) text += {kDigits[byte >> 4], kDigits[byte & 0xF]};
+    return text;
+}
+
+// Frames and changes of the rules, drawn by chance, the same for the same seed.
+class Chance {
+public:
+    explicit Chance(unsigned seed) : random_(seed) {}
+    unsigned below(unsigned end) { return std::uniform_int_distribution<unsigned>(0, end - 1)(random_); }
+    bool oneIn(unsigned many) { return below(many) == 0; }
+    template <typename Value>
+    Value of(std::initializer_list<Value> values) {
+        return *(values.begin() + below(static_cast<unsigned>(values.size())));
+    }
+
+    Bytes frame() {
+        Frame made;
+        made.source = of({"02:00:00:00:00:01", "02:00:00:00:00:02", "02:00:00:00:00:03", "01:00:5e:00:00:01"});
+        made.destination = of({"02:00:00:00:00:01", "02:00:00:00:00:02", "02:00:00:00:00:03", "ff:ff:ff:ff:ff:ff",
+                               "01:00:5e:01:02:03", "33:33:00:00:00:15", "01:80:c2:00:00:00"});
+        for (unsigned left = below(6) % 5; left > 0; --left)
+            made.tags.push_back({of<std::uint16_t>({0x8100, 0x8100, 0x88A8, 0x9100}),
+                                 static_cast<std::uint8_t>(below(8)), oneIn(4),
+                                 of<std::uint16_t>({0, 100, 100, 200, 4095})});
+        made.etherType = of<std::uint16_t>({0x0800, 0x0800, 0x86DD, 0x0806, 0x8863, 0x8864, 0x888E, 0x1234});
+        made.dscp = static_cast<std::uint8_t>(below(64));
+        const bool ip = made.etherType == 0x0800 || made.etherType == 0x86DD;
+        if (ip && oneIn(2)) made.ipProtocol = of<std::uint8_t>({1, 2, 6, 17, 58});
+        if (ip && oneIn(3))
+            made.groupMessage =
+                GroupMessage{of({GroupMessage::Kind::Query, GroupMessage::Kind::Report, GroupMessage::Kind::Leave}),
+                             made.etherType == 0x0800 ? of<std::string>({"239.1.2.3", "224.1.2.3", ""})
+                                                      : of<std::string>({"ff15::15", ""}),
+                             100 * below(200)};
+        if (!made.groupMessage && oneIn(2)) made.payloadSize = 60 + below(1500);
+        Bytes bytes = made.bytes();
+        for (std::size_t cut = oneIn(10) ? below(70) : 0; cut > 0 && bytes.size() > 20; --cut) bytes.pop_back();
+        return bytes;
+    }
+
+    void rule() {
+        vlanCtl_initTagRule();
+        if (oneIn(2)) vlanCtl_filterOnTagVid(of({100u, 200u}), 0);
+        if (oneIn(4)) vlanCtl_filterOnTagPbits(below(8), 0);
+        if (oneIn(5)) vlanCtl_filterOnEthertype(of({0x0800u, 0x0806u}));
+        if (oneIn(5)) vlanCtl_filterOnIpProto(of({2u, 17u}));
+        const bool pon = oneIn(3), received = oneIn(2);
+        const std::string port = pon ? "gpondef" : of<std::string>({"sid0", "sid1"});
+        const std::string device = pon ? "gpondef.3" : port + ".3";
+        if (received)
+            vlanCtl_setReceiveVlanDevice(device.c_str());
+        else
+            vlanCtl_filterOnTxVlanDevice(device.c_str());
+        if (oneIn(3)) vlanCtl_cmdPushVlanTag();
+        if (oneIn(3)) vlanCtl_cmdPopVlanTag();
+        if (oneIn(3)) vlanCtl_cmdSetTagVid(of({100u, 200u, 300u}), 0);
+        if (oneIn(4)) vlanCtl_cmdDscpToPbits(0);
+        if (oneIn(4)) vlanCtl_cmdSetTagEtherType(0x88A8, 0);
+        if (oneIn(9)) vlanCtl_cmdDropFrame();
+        if (pon && !received) vlanCtl_cmdSetSkbMarkPort(kGemIndex);
+        if (pon && !received && oneIn(2)) vlanCtl_cmdSetSkbMarkQueue(of({0u, 2u, 5u}));
+        unsigned id = 0;
+        vlanCtl_insertTagRule(port.c_str(), received ? kReceive : kTransmit, below(3),
+                              oneIn(2) ? VLANCTL_POSITION_APPEND : VLANCTL_POSITION_FRONT, VLANCTL_DONT_CARE, &id);
+    }
+
+private:
+    std::mt19937 random_;
+};
+
+class Carrying : public OnuFixture {
+protected:
+    static void run(const std::string& command) { ASSERT_EQ(std::system(command.c_str()), 0) << command; }
+
+    static void setUpBoard() {
+        onu().reset();
+        run("brctl addbr br3");
+        for (const char* port : {"sid0", "sid1", "gpondef"}) {
+            const std::string device = std::string(port) + ".3";
+            ASSERT_TRUE(onu().addDevice(device, port));
+            run("brctl addif br3 " + device);
+            for (const std::string& name : {std::string(port), device}) run("ifconfig " + name + " up");
+            vlanCtl_init();
+            for (unsigned tags = 0; tags <= 2; ++tags)
+                vlanCtl_setDefaultAction(port, kReceive, tags, 0, device.c_str());
+        }
+        run("ifconfig br3 up");
+        addGemPortOnTcont();
+        enableGemPort(kGemPort);
+    }
+
+    static std::vector<WireExit> walked(const std::string& from, const Bytes& bytes) {
+        WireFrame wire;
+        if (!readFrame(bytes.data(), bytes.size(), bytes.size(), wire)) return {};
+        const auto walk = from.empty() ? onu().sendFromPon(kGemPort, wire.frame) : onu().sendFromPort(from, wire.frame);
+        std::vector<WireExit> exits;
+        for (const auto& exit : walk.exits) {
+            exits.push_back({exit.device, exit.gemPort, {}});
+            writeFrame(exit.frame, bytes.data(), bytes.size(), wire.payloadAt, exits.back().bytes);
+        }
+        return exits;
+    }
+
+    static void change(Chance& chance) {
+        switch (chance.below(4)) {
+            case 0:
+            case 1:
+                return chance.rule();
+            case 2:
+                return run(std::string("ifconfig ") + chance.of({"sid0.3", "sid1.3", "gpondef.3"}) +
+                           (chance.oneIn(3) ? " down" : " up"));
+            default:
+                onu().setPhy(0, !chance.oneIn(3), 1000, 1);
+                return onu().advance(chance.below(2000));
+        }
+    }
+
+    // What leaves, frame by frame, and what the board has counted and learned in the end.
+    static std::vector<std::string> history(unsigned seed, bool asBytes) {
+        setUpBoard();
+        Chance chance(seed);
+        std::vector<std::string> lines;
+        for (int step = 0; step < 1500; ++step) {
+            if (chance.oneIn(12)) change(chance);
+            const std::string from = chance.of<std::string>({"sid0", "sid1", "", "sid5"});
+            const Bytes bytes = chance.frame();
+            const auto exits = !asBytes       ? walked(from, bytes)
+                               : from.empty() ? onu().carryFromPon(kGemPort, bytes)
+                                              : onu().carryFromPort(from, bytes);
+            std::string line = std::to_string(step) + " from " + from;
+            for (const WireExit& exit : exits) line += " | " + textOf(exit);
+            lines.push_back(line);
+        }
+        const nlohmann::json state = onu().toJson();
+        lines.push_back(state.at("network").dump());
+        lines.push_back(state.at("pon").dump());
+        return lines;
+    }
+};
+
+TEST_F(Carrying, BytesGoTheWayOfTheWalkAndAreCountedAlike) {
+    std::size_t left = 0;
+    for (unsigned seed = 1; seed <= 8; ++seed) {
+        const auto walked = history(seed, false), carried = history(seed, true);
+        ASSERT_EQ(walked.size(), carried.size());
+        for (std::size_t i = 0; i < walked.size(); ++i) {
+            ASSERT_EQ(walked[i], carried[i]) << "seed " << seed;
+            left += contains(walked[i], " | ") ? 1 : 0;
+        }
+    }
+    EXPECT_GT(left, 1000u) << "hardly a frame has left: the comparison says nothing";
+}
+
+}  // namespace

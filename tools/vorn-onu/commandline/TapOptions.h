@@ -1,0 +1,16 @@
+// The option --tap, of every command that has a board for a while.
+#ifndef VORN_ONU_TAP_OPTIONS_H
+#define VORN_ONU_TAP_OPTIONS_H
+
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+namespace vorn_onu {
+
+CLI::Option* addTapOption(CLI::App& command, std::vector<std::string>& taps);
+
+}  // namespace vorn_onu
+
+#endif

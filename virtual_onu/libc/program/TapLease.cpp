@@ -1,0 +1,138 @@
+#include "libc/program/TapLease.h"
+
+#include <linux/close_range.h>
+#include <poll.h>
+#include <pthread.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "libc/program/Program.h"
+#include "libc/program/StateFile.h"
+#include "libc/real/RealLibc.h"
+#include "taps/Pump.h"
+
+namespace virtual_onu::taplease {
+
+namespace {
+
+constexpr std::size_t kMostDescriptors = 253;  // of one message
+
+std::atomic<bool> wanted{false};
+std::atomic<bool> runs{false};
+
+std::string socketPath() {
+    return program::settings().runFolder + "/taps";
+}
+
+int connected() {
+    sockaddr_un place{};
+    place.sun_family = AF_UNIX;
+    const std::string path = socketPath();
+    if (path.size() >= sizeof place.sun_path) return -1;
+    std::copy(path.begin(), path.end(), place.sun_path);
+    const int lender = real::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+    if (lender < 0 || connect(lender, reinterpret_cast<const sockaddr*>(&place), sizeof place) == 0) return lender;
+    real::close(lender);
+    return -1;
+}
+
+// Waits for the lender's word. False when there is no lender any more.
+bool hear(int lender, std::vector<int>& descriptors) {
+    char word[8];
+    iovec content{word, sizeof word};
+    alignas(cmsghdr) char control[CMSG_SPACE(kMostDescriptors * sizeof(int))];
+    msghdr message{};
+    message.msg_iov = &content;
+    message.msg_iovlen = 1;
+    message.msg_control = control;
+    message.msg_controllen = sizeof control;
+    ssize_t got = 0;
+    while ((got = recvmsg(lender, &message, MSG_CMSG_CLOEXEC)) < 0 && errno == EINTR) {
+    }
+    if (got <= 0) return false;
+    const cmsghdr* header = CMSG_FIRSTHDR(&message);
+    if (header == nullptr || header->cmsg_type != SCM_RIGHTS) return true;
+    descriptors.resize((header->cmsg_len - CMSG_LEN(0)) / sizeof(int));
+    std::memcpy(descriptors.data(), CMSG_DATA(header), descriptors.size() * sizeof(int));
+    return true;
+}
+
+bool isOver(int lender) {
+    char word = 0;
+    return recv(lender, &word, 1, MSG_PEEK | MSG_DONTWAIT) == 0;
+}
+
+// Frames move the device's counters, which belong to its state.
+void tell(bool framesPassed) {
+    if (framesPassed) statefile::touched();
+}
+
+void* sayWhy(const char* why) {
+    program::say(std::string("no real packets pass: ") + why);
+    return nullptr;
+}
+
+void borrow(int lender) {
+    std::vector<int> descriptors;
+    bool saidAll = false;
+    while (hear(lender, descriptors)) {
+        if (descriptors.empty()) continue;  // another process has the TAPs now
+        const taps::OpenTaps open(descriptors);
+        if (open.page == nullptr) return static_cast<void>(sayWhy("the tool is of another version"));
+        if (!std::exchange(saidAll, true)) real::close(STDERR_FILENO);
+        taps::Pump pump(open, tell);
+        pump.run(lender);
+        if (isOver(lender)) pump.run(-1);  // a program goes on in the background, and so do its packets
+        descriptors.clear();
+    }
+}
+
+// The thread has descriptors of its own: none of the program's, which may close its own as it likes, and the program
+// has none of these. Standard error stays until it is known that all is well.
+void* carrier(void* /*unused*/) {
+    if (syscall(SYS_close_range, STDERR_FILENO + 1u, UINT_MAX, CLOSE_RANGE_UNSHARE) != 0)
+        return sayWhy("Linux 5.9 or later is needed");
+    syscall(SYS_close_range, 0u, STDERR_FILENO - 1u, 0);
+    const int lender = connected();
+    if (lender < 0)
+        return sayWhy("the tool cannot be reached (has the program changed its user or its root directory?)");
+    borrow(lender);
+    real::close(lender);
+    return nullptr;
+}
+
+void afterForkInChild() {
+    runs = false;
+}
+
+}  // namespace
+
+void begin() {
+    if (program::settings().runFolder.empty() || real::access(socketPath().c_str(), F_OK) != 0) return;
+    wanted = true;
+    pthread_atfork(nullptr, nullptr, afterForkInChild);
+}
+
+void touched() {
+    if (!wanted.load(std::memory_order_relaxed) || runs.exchange(true)) return;
+    const program::SignalsBlocked blocked;
+    pthread_t thread{};
+    if (pthread_create(&thread, nullptr, carrier, nullptr) == 0)
+        pthread_detach(thread);
+    else
+        runs = false;
+}
+
+}  // namespace virtual_onu::taplease

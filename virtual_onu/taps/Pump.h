@@ -1,0 +1,66 @@
+// Carries frames between TAPs and the data path of this process's board.
+#ifndef VIRTUAL_ONU_PUMP_H
+#define VIRTUAL_ONU_PUMP_H
+
+#include <poll.h>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "frames/DataPath.h"
+#include "frames/WireHeader.h"
+#include "taps/OpenTaps.h"
+
+namespace virtual_onu::taps {
+
+class Pump {
+public:
+    // The TAPs live longer. eachSecond is called about once a second; passed: whether frames have passed since.
+    Pump(const OpenTaps& open, std::function<void(bool passed)> eachSecond);
+    ~Pump();
+    Pump(const Pump&) = delete;
+    Pump& operator=(const Pump&) = delete;
+
+    // Until there is something to read from this descriptor; for ever with -1.
+    void run(int until);
+
+private:
+    using Clock = std::chrono::steady_clock;
+    struct Copy {
+        std::size_t slot, tap;
+        datapath::Tags tags;
+    };
+
+    void hear();
+    void setLink(std::size_t place, bool up);
+    void applyLink(std::size_t place);
+    void clockRuns();
+    void eachSecond();
+    bool take(std::size_t place);  // a batch; false when the TAP is gone
+    void carry(std::size_t place, std::size_t frames);
+    void carryOne(std::size_t place, std::size_t slot);
+    int tapOf(const datapath::Plan& plan, const datapath::Trail::Exit& exit) const;
+    void deliver(const Copy& copy);
+    std::uint8_t* room(std::size_t slot);
+
+    const OpenTaps& open_;
+    std::function<void(bool)> eachSecond_;
+    std::vector<datapath::Entrance> entrances_;  // by place
+    std::vector<pollfd> waits_;
+    std::vector<std::uint8_t> memory_;
+    std::vector<datapath::WireSlot> slots_;
+    std::vector<Copy> copies_;
+    datapath::WireHeader header_;
+    datapath::Trail trail_;
+    std::vector<bool> linkShown_;  // what the board's port was told last
+    std::uint64_t resets_ = 0;
+    Clock::time_point clock_ = Clock::now(), second_ = Clock::now();
+    std::uint64_t passed_ = 0, passedBefore_ = 0;
+};
+
+}  // namespace virtual_onu::taps
+
+#endif

@@ -1,0 +1,28 @@
+// TAP devices of the host, and the network namespaces that they are in.
+#ifndef VIRTUAL_ONU_TAP_DEVICE_H
+#define VIRTUAL_ONU_TAP_DEVICE_H
+
+#include <functional>
+#include <string>
+
+#include "Taps.h"
+
+namespace virtual_onu::taps {
+
+// Runs the work in the namespace, on a thread of its own. Throws what the work throws, and std::runtime_error when the
+// namespace cannot be entered.
+void inNamespace(const std::string& netns, const std::function<void()>& work);
+
+struct TapDevice {
+    int descriptor = -1;  // does not wait
+    int index = 0;        // of the interface
+};
+// Opens the TAP that the request names, in the thread's own namespace, and takes its carrier away. Throws
+// std::runtime_error.
+TapDevice openTap(const TapRequest& request);
+
+void setCarrier(int descriptor, bool on);
+
+}  // namespace virtual_onu::taps
+
+#endif

@@ -1,0 +1,118 @@
+#include "Taps.h"
+
+#include <poll.h>
+#include <pthread.h>
+#include <sys/eventfd.h>
+
+#include <csignal>
+#include <map>
+#include <stdexcept>
+#include <thread>
+
+#include <nlohmann/json.hpp>
+
+#include "libc/real/RealLibc.h"
+#include "taps/LinkWatch.h"
+#include "taps/Pump.h"
+#include "taps/TapDevice.h"
+
+namespace virtual_onu {
+
+namespace {
+
+constexpr int kAnswerMs = 200;  // of the kernel, about links
+
+// Waits for the kernel's answers to what was asked.
+void hearNow(const taps::OpenTaps& open) {
+    open.askForLinks();
+    for (const int watch : open.watches) {
+        pollfd wait{watch, POLLIN, 0};
+        poll(&wait, 1, kAnswerMs);
+    }
+    open.hear([](std::size_t, bool) {});  // links are the board's to look at
+}
+
+}  // namespace
+
+std::string TapRequest::port() const {
+    return gemPort ? "gem " + std::to_string(*gemPort) : device;
+}
+
+std::string TapRequest::place() const {
+    return interface + (netns.empty() ? "" : " in " + netns);
+}
+
+struct Taps::Running {
+    int ending = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    std::thread thread;
+};
+
+Taps::Taps(const std::vector<TapRequest>& requests) : open_(std::make_unique<taps::OpenTaps>()) {
+    if (requests.size() > kMostTaps)
+        throw std::runtime_error("at most " + std::to_string(kMostTaps) + " ports can be TAPs");
+    open_->page = std::make_unique<taps::TapPage>();
+    std::map<std::string, std::size_t> watchOf;  // by namespace
+    for (const TapRequest& request : requests) {
+        taps::inNamespace(request.netns, [&] {
+            const taps::TapDevice device = taps::openTap(request);
+            open_->taps.push_back(device.descriptor);
+            if (watchOf.emplace(request.netns, open_->watches.size()).second) {
+                const int watch = taps::openLinkWatch();
+                if (watch < 0) throw std::runtime_error(request.place() + ": its link cannot be watched");
+                open_->watches.push_back(watch);
+            }
+            open_->page->add(request);
+            taps::TapEntry& entry = (*open_->page)[open_->page->size() - 1];
+            entry.index.set(static_cast<std::uint64_t>(device.index));
+            entry.watch.set(watchOf[request.netns]);
+        });
+    }
+    hearNow(*open_);
+    for (std::size_t i = 0; i < open_->page->size(); ++i) {
+        taps::TapEntry& entry = (*open_->page)[i];
+        entry.lostInBefore.set(entry.lostIn.get());
+        entry.lostIn.set(0);
+    }
+}
+
+Taps::~Taps() {
+    stop();
+}
+
+void Taps::start() {
+    if (running_ != nullptr) return;
+    running_ = std::make_unique<Running>();
+    setCarriers(true);  // first, or the board would see its links come up
+    sigset_t all, before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    running_->thread = std::thread([this, ending = running_->ending] { taps::Pump(*open_, [](bool) {}).run(ending); });
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+void Taps::stop() {
+    if (running_ == nullptr) return;
+    setCarriers(false);
+    eventfd_write(running_->ending, 1);
+    running_->thread.join();
+    real::close(running_->ending);
+    running_.reset();
+}
+
+void Taps::setCarriers(bool on) const {
+    open_->setCarriers(on);
+}
+
+std::vector<int> Taps::descriptors() const {
+    std::vector<int> all{open_->page->descriptor()};
+    all.insert(all.end(), open_->taps.begin(), open_->taps.end());
+    all.insert(all.end(), open_->watches.begin(), open_->watches.end());
+    return all;
+}
+
+nlohmann::json Taps::toJson() const {
+    if (running_ == nullptr) hearNow(*open_);
+    return open_->page->toJson();
+}
+
+}  // namespace virtual_onu
