@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Turns the measurements that ./dev bench has collected into a table with the goals (performance.md) and a plot
 (performance.svg).   report.py FOLDER   reads and writes there:
-services.json, bridges.json and forwarding.json (Google Benchmark), capture.json (send --pcap-in), startup.jsonl (vorn_startup), size.txt (bytes), machine.txt."""
+services.json, bridges.json and forwarding.json (Google Benchmark), packets.json (vorn_packet_bench), capture.json (send --pcap-in), startup.jsonl (vorn_startup), size.txt (bytes), machine.txt."""
 import json
 import pathlib
 import statistics
@@ -107,6 +107,24 @@ def frames():
     return text
 
 
+def real_packets():
+    path = folder / "packets.json"
+    if not path.exists():
+        return ""
+    rows = []
+    for one in json.loads(path.read_text()):
+        offered, holds, goal = one["offered"], "", ""
+        if one["way"] == "up" and offered == 50000:
+            goal, holds = "no loss", verdict(one["missing"] == 0)
+        if one["way"] == "up" and offered == 0:
+            goal, holds = "100,000", verdict(one["carried"] >= 100000)
+        rows.append([one["way"], f"{offered:,}" if offered else "all that the sender can", f"{one['sent']:,.0f}", f"{one['carried']:,.0f}",
+                     f"{one['missing']:,}", f"{one['hostDropped']:,}", f"{one['processorUs']:.2f} µs", goal, holds])
+    return "### Real packets of 1,500 bytes, TAP to TAP, through an internet service\n\n" + table(
+        ["way", "offered a second", "sent a second", "carried a second", "missing", "dropped by the host in front of the board",
+         "processor time of the daemon, a frame", "goal", "met"], rows) + "\n"
+
+
 def kernel_bridges():
     if not bridges:
         return "## Bridges on the real kernel\n\nNot measured here: no network namespace was to be had.\n"
@@ -168,7 +186,7 @@ def plot():
             + panel(420, "A service provisioned and removed", "µs a service, by number of services", COUNTS, times) + "</svg>\n")
 
 
-text = "\n".join([rule_map(), one_service(), state_file(), many_services(), frames(), kernel_bridges(), size_and_start(),
+text = "\n".join([rule_map(), one_service(), state_file(), many_services(), frames(), real_packets(), kernel_bridges(), size_and_start(),
                   "## Machine\n\n" + (folder / "machine.txt").read_text()])
 (folder / "performance.md").write_text(text)
 (folder / "performance.svg").write_text(plot())
