@@ -131,18 +131,22 @@ nlohmann::json VirtualOnu::toJson() const {
 
 nlohmann::json VirtualOnu::toJsonWithoutTrace() const {
     nlohmann::json all = {{"network", network::toJson()},
-            {"vlan", vlan::toJson()},
-            {"pon", pon::toJson()},
-            {"runner", runner::toJson()},
-            {"bus", bus::toJson()},
-            {"board", board::toJson()},
-            {"shell", shell::toJson()},
-            {"files", files::toJson()},
-            {"clock", {{"sleptMs", slept()}}},
-            {"calls", callCount()},
-            {"trace", nlohmann::json::array()}};
-    if (nlohmann::json taps = taps::toJson(); !taps.empty()) all["taps"] = std::move(taps);
+                          {"vlan", vlan::toJson()},
+                          {"pon", pon::toJson()},
+                          {"runner", runner::toJson()},
+                          {"bus", bus::toJson()},
+                          {"board", board::toJson()},
+                          {"shell", shell::toJson()},
+                          {"files", files::toJson()},
+                          {"clock", {{"sleptMs", slept()}}},
+                          {"calls", callCount()},
+                          {"trace", nlohmann::json::array()}};
+    if (nlohmann::json taps = tapsToJson(); !taps.empty()) all["taps"] = std::move(taps);
     return all;
+}
+
+nlohmann::json VirtualOnu::tapsToJson() const {
+    return taps::toJson();
 }
 
 std::string VirtualOnu::stateText() const {

@@ -375,6 +375,7 @@ public:
     // Keys: network, vlan, pon, runner, bus, board, shell, files, clock, calls, trace. There where nlohmann-json is.
     nlohmann::json toJson() const;
     nlohmann::json toJsonWithoutTrace() const;  // with an empty list for it
+    nlohmann::json tapsToJson() const;          // its member "taps", real packets; an empty list where there are none
 #endif
     // Counts changes of what decides where frames go: devices, bridges, rules, links, GEM ports, queues, runner
     // classes.

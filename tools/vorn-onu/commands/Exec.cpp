@@ -86,7 +86,7 @@ bool setUp(const ExecCommand& command, const Files& files, const RunFolder& fold
 // What lets others look at the board while the program runs.
 struct Reachable {
     Reachable(const ExecCommand& command, const RunFolder& folder)
-        : board(folder, command.program), server(command.name) {}
+        : board(folder, command.program), server(command.name, command.taps) {}
     ProgramBoard board;
     living::Server server;
 };

@@ -1,4 +1,6 @@
 // vorn-onu ls: the boards that run.
+#include <algorithm>
+
 #include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
@@ -18,6 +20,13 @@ std::string programOf(const nlohmann::json& board) {
     std::string text;
     for (const auto& word : board.value("program", nlohmann::json::array()))
         text += (text.empty() ? "" : " ") + word.get<std::string>();
+    return oneLine(text);
+}
+
+std::string tapsOf(const nlohmann::json& board) {
+    std::string text;
+    for (const auto& tap : board.value("taps", nlohmann::json::array()))
+        text += (text.empty() ? "" : ", ") + tap.get<std::string>();
     return oneLine(text);
 }
 
@@ -47,10 +56,18 @@ int LsCommand::run() const {
             print(found.dump(2, ' ', true, nlohmann::json::error_handler_t::replace) + "\n");
             return kHeld;
         }
-        Table table({"name", "command", "process", "since", "runs"});
-        for (const auto& one : found)
-            table.row({one.value("name", ""), one.value("kind", ""), std::to_string(one.value("process", 0)),
-                       one.value("since", ""), programOf(one)});
+        const bool realPackets =
+            std::any_of(found.begin(), found.end(), [](const auto& one) { return one.contains("taps"); });
+        std::vector<std::string> headings = {"name", "command", "process", "since", "runs"};
+        if (realPackets) headings.emplace_back("real packets");
+        Table table(headings);
+        for (const auto& one : found) {
+            std::vector<std::string> cells = {one.value("name", ""), one.value("kind", ""),
+                                              std::to_string(one.value("process", 0)), one.value("since", ""),
+                                              programOf(one)};
+            if (realPackets) cells.push_back(tapsOf(one));
+            table.row(cells);
+        }
         print(table.empty() ? "No board runs.\n" : table.text(Terminal::of(stdout), 0));
         return kHeld;
     } catch (const std::exception& error) {

@@ -46,7 +46,7 @@ public:
         taps_ = openTaps(command.taps);
         living_ = std::make_unique<LivingOnu>();
         if (!command.name.empty()) {
-            server_ = std::make_unique<living::Server>(command.name);
+            server_ = std::make_unique<living::Server>(command.name, command.taps);
             server_->start(board_);
         }
         if (taps_ != nullptr) taps_->start();

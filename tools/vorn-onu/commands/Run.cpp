@@ -81,7 +81,7 @@ public:
     Staying(const RunCommand& command, const Scenario& scenario)
         : signals_(endingSignals()),
           taps_(openTaps(command.taps)),
-          server_(command.name.empty() ? nameOf(scenario.file) : command.name),
+          server_(command.name.empty() ? nameOf(scenario.file) : command.name, command.taps),
           board_(virtual_onu::VirtualOnu::instance(), *HALFactory::getInstance()->CreateHALObject(0),
                  nlohmann::json{{"kind", "run"}, {"program", {scenario.file}}, {"hal", true}}, scenario.records) {
         if (signals_ < 0) throw std::runtime_error("signals cannot be waited for");

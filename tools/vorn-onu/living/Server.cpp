@@ -209,6 +209,7 @@ std::string Server::greeting() {
                   {"process", getpid()},
                   {"since", started_}};
     reply.update(board_->about());
+    if (!taps_.empty()) reply["taps"] = taps_;
     return replyText(reply);
 }
 

@@ -9,6 +9,8 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "living/Board.h"
 #include "living/LineSocket.h"
@@ -22,9 +24,10 @@ constexpr std::size_t kMostClients = 64;
 
 class Server {
 public:
-    // The name is taken at once, so that it can be refused before anything runs; clients wait until start(). Throws
-    // std::runtime_error.
-    explicit Server(const std::string& name) : place_(name) {}
+    // The name is taken at once, so that it can be refused before anything runs; clients wait until start(). taps: the
+    // options of real packets, for those who ask. Throws std::runtime_error.
+    explicit Server(const std::string& name, std::vector<std::string> taps = {})
+        : place_(name), taps_(std::move(taps)) {}
     ~Server() { stop("the board is gone"); }
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
@@ -64,6 +67,7 @@ private:
     std::atomic<bool> over_{false};
     std::string why_;
     std::string started_;
+    std::vector<std::string> taps_;
 };
 
 }  // namespace vorn_onu::living

@@ -208,8 +208,10 @@ json Session::counters() const {
         for (const auto& queue : tcont.queues)
             queues.push_back(
                 {{"tcont", tcont.index}, {"queue", queue.id}, {"frames", queue.frames}, {"octets", queue.octets}});
-    return {
+    json reply = {
         {"ok", true}, {"devices", std::move(devices)}, {"gemPorts", std::move(ports)}, {"queues", std::move(queues)}};
+    if (json taps = onu_.tapsToJson(); !taps.empty()) reply["taps"] = std::move(taps);
+    return reply;
 }
 
 // What has come since somebody looked last, for events.

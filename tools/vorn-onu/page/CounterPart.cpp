@@ -136,16 +136,38 @@ RowGroup queueRows(const json& now, const json& before, double seconds) {
     return rows;
 }
 
+// Ports that are TAP devices of the host.
+RowGroup tapRows(const json& now, const json& before, double seconds) {
+    RowGroup rows;
+    const json& all = memberOf(now, "taps");
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const json& earlier = memberOf(before, "taps");
+        const json& past = i < earlier.size() ? earlier[i] : memberOf(json(), "");
+        const Count in = countOf(all[i], "framesIn", "octetsIn"), out = countOf(all[i], "framesOut", "octetsOut");
+        std::string besides = all[i].value("linkUp", false) ? "" : "link down";
+        for (const auto& [key, words] :
+             {std::make_pair("dropped", "dropped by the board"), std::make_pair("lostIn", "lost in front"),
+              std::make_pair("lostOut", "lost behind")})
+            if (const std::uint64_t count = numberAt(all[i], key); count != 0)
+                besides += (besides.empty() ? "" : ", ") + grouped(count) + " " + words;
+        rows.rows.push_back({escaped(all[i].value("port", "")) + " " + code(all[i].value("interface", "")), total(in),
+                             rate(in, countOf(past, "framesIn", "octetsIn"), seconds), total(out),
+                             rate(out, countOf(past, "framesOut", "octetsOut"), seconds), besides});
+    }
+    return rows;
+}
+
 }  // namespace
 
 std::string counterPart(const json& now, const json& before, double seconds) {
     RowGroup devices = deviceRows(now, before, seconds), ports = gemPortRows(now, before, seconds),
-             queues = queueRows(now, before, seconds);
+             queues = queueRows(now, before, seconds), taps = tapRows(now, before, seconds);
     devices.title = "devices";
     ports.title = "GEM ports";
     queues.title = "upstream queues";
+    taps.title = "real packets";
     const std::string text = stackingTable({"where", "received", "received now", "sent", "sent now", "besides"},
-                                           {devices, ports, queues}, "counts");
+                                           {devices, ports, queues, taps}, "counts");
     return text.empty() ? "" : card(text);
 }
 

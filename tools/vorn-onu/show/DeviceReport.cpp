@@ -7,6 +7,7 @@
 #include "state/PonWords.h"
 #include "state/RuleWords.h"
 #include "state/Services.h"
+#include "state/TapWords.h"
 
 namespace vorn_onu {
 
@@ -188,20 +189,6 @@ std::vector<std::string> routing(const DeviceState& state) {
     return lines;
 }
 
-// ---- real packets ----
-
-std::string tapRemarks(const TapState& tap) {
-    std::vector<std::string> remarks;
-    const auto some = [&](std::uint64_t count, const std::string& what) {
-        if (count != 0) remarks.push_back(std::to_string(count) + " " + what);
-    };
-    some(tap.dropped, "dropped by the board, the last: " + tap.lastDrop);
-    some(tap.elsewhere, "left where no TAP is, the last at " + tap.lastElsewhere);
-    some(tap.lostIn, "lost in front of the board, which was too slow");
-    some(tap.lostOut, "lost behind it, which the host did not take");
-    return joinWords(remarks, "; ");
-}
-
 std::string shortList(const std::string& head, const std::vector<std::string>& lines, const Terminal& terminal) {
     if (lines.empty()) return "";
     std::string body = "  " + terminal.yellow(head) + "\n";
@@ -219,7 +206,7 @@ std::string realPackets(const DeviceState& state, const Terminal& terminal) {
     for (const TapState& tap : state.taps) {
         table.row({tap.port, tap.interface, tap.linkUp ? "up" : "down", std::to_string(tap.framesIn),
                    std::to_string(tap.framesOut), std::to_string(tap.lostIn + tap.lostOut)});
-        const std::string words = tapRemarks(tap);
+        const std::string words = tapWords(tap);
         if (!words.empty()) remarks += "  " + hanging(tap.port + ": " + words, terminal.width(), 4) + "\n";
     }
     return section("Real packets", table.text(terminal) + remarks, terminal);

@@ -212,6 +212,7 @@ std::string htmlReport(const ReportInput& input) {
                                      {"Messages", messagesPart(input.messages)},
                                      {input.messages.empty() ? "Steps" : "Calls of the HAL", steps(input)},
                                      {"GEM ports and T-CONTs", ponPart(input.state)},
+                                     {"Real packets", tapsPart(input.state)},
                                      {"Bridges and devices", devicesPart(input.state, input.newBoard)},
                                      {"Runner, routing, messages", listsPart(input.state)}};
     std::string body = head(input) + contents(parts);

@@ -78,6 +78,7 @@ std::string hopTable(const std::vector<HopWords>& way, const std::vector<std::si
 // ReportDevice.cpp: the parts that show what stands on the device. Each "" when there is nothing to show.
 std::string servicesPart(const DeviceState& state);
 std::string ponPart(const DeviceState& state);
+std::string tapsPart(const DeviceState& state);  // real packets
 std::string devicesPart(const DeviceState& state, const DeviceState& newBoard);
 std::string listsPart(const DeviceState& state);
 // Rules in words, in the order given.

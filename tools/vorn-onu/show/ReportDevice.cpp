@@ -8,6 +8,7 @@
 #include "state/RuleWords.h"
 #include "state/ServiceWords.h"
 #include "state/Services.h"
+#include "state/TapWords.h"
 
 namespace vorn_onu {
 
@@ -177,6 +178,15 @@ std::string ponPart(const DeviceState& state) {
     const std::string link = linkWords(state);
     return gemPortTable(state) + tcontTable(state) +
            (link.empty() ? "" : card(element("h3", "PON link") + element("p", escaped(link), "last")));
+}
+
+std::string tapsPart(const DeviceState& state) {
+    RowGroup rows;
+    for (const TapState& tap : state.taps)
+        rows.rows.push_back({escaped(tap.port), code(tap.interface), tap.linkUp ? "up" : "down",
+                             std::to_string(tap.framesIn), std::to_string(tap.framesOut),
+                             std::to_string(tap.lostIn + tap.lostOut), escaped(tapWords(tap))});
+    return tableCard({"port", "TAP", "link", "frames in", "frames out", "lost", ""}, rows);
 }
 
 std::string devicesPart(const DeviceState& state, const DeviceState& newBoard) {

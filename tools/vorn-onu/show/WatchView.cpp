@@ -153,6 +153,27 @@ Columns gemPortsOf(const Watched& watched, const DeviceState& state, bool wide) 
     return columns;
 }
 
+// Real packets: what came out of the host's interfaces and went into them.
+Columns tapsOf(const Watched& watched, bool wide) {
+    Columns columns{{"port", "TAP", "link"}, {}, 3};
+    const Cells headings = trafficHeadings(wide);
+    columns.headings.insert(columns.headings.end(), headings.begin(), headings.end());
+    columns.headings.emplace_back("lost");
+    const json& taps = watched.counters.at("taps");
+    for (std::size_t i = 0; i < taps.size(); ++i) {
+        const auto counter = [&](const char* key) { return Counter(watched, json::json_pointer() / "taps" / i / key); };
+        Cells row = {taps[i].value("port", ""), taps[i].value("interface", ""),
+                     taps[i].value("linkUp", false) ? "up" : "down"};
+        const Cells cells =
+            traffic(counter("framesIn"), counter("octetsIn"), counter("framesOut"), counter("octetsOut"), wide);
+        row.insert(row.end(), cells.begin(), cells.end());
+        row.push_back(counter("dropped").total());
+        row.push_back(std::to_string(counter("lostIn").value() + counter("lostOut").value()));
+        columns.rows.push_back(std::move(row));
+    }
+    return columns;
+}
+
 std::string joinedWith(const std::vector<std::string>& parts, const std::string& between) {
     std::string text;
     for (const std::string& part : parts) text += (text.empty() ? "" : between) + part;
@@ -247,6 +268,8 @@ std::vector<std::string> watchLines(const Watched& watched, std::size_t rows, st
                                      {"Ports", linesOf(portsOf(watched, state, wide)), 3, false, 0}};
     if (!state.gemPorts.empty())
         sections.push_back({"GEM ports", linesOf(gemPortsOf(watched, state, wide)), 3, false, 0});
+    if (watched.counters.is_object() && watched.counters.contains("taps"))
+        sections.push_back({"Real packets", linesOf(tapsOf(watched, wide)), 3, false, 0});
     std::vector<std::string> warnings = warningsOf(watched, state);
     for (std::string& line : warnings) line = "  " + line;
     if (!warnings.empty())
