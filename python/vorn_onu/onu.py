@@ -45,6 +45,10 @@ def _is_own(name: str) -> bool:
     return name.startswith(_own_names())
 
 
+def _tap_options(taps: Optional[Mapping[str, str]]) -> List[str]:
+    return [word for port, interface in (taps or {}).items() for word in ("--tap", f"{port}={interface}")]
+
+
 def _remove(path: str) -> None:
     try:
         os.remove(path)
@@ -84,6 +88,7 @@ class Onu(Steps):
         name: Optional[str] = None,
         real_time: bool = False,
         strict: bool = False,
+        taps: Optional[Mapping[str, str]] = None,
         tool: Optional[str] = None,
         timeout: float = 10.0,
         start_timeout: float = 30.0,
@@ -94,6 +99,7 @@ class Onu(Steps):
         name           for vorn-onu ls and vorn-onu at; otherwise a unique one
         real_time      waits take their time; otherwise they end at once, and are recorded
         strict         a call into the device kit that fails in the scenario is a failure
+        taps           ports that are TAP devices of this machine: {"sid0": "lan0", "gem 1001": "pon0@operator"}
         tool           the program vorn-onu; otherwise $VORN_ONU, otherwise the one on the path
         timeout        seconds that a request may take
         start_timeout  seconds until the board must be there, the scenario done
@@ -101,7 +107,7 @@ class Onu(Steps):
         program, run = find_tool(tool), Tool()
         board = name or unique_name()
         command = [program, "run", scenario or run.empty_scenario(board), "--stay", "--name", board]
-        command += ["--real-time"] * real_time + ["--strict"] * strict
+        command += ["--real-time"] * real_time + ["--strict"] * strict + _tap_options(taps)
         command += ["--json", run.file("run.json")] if scenario else []
         onu = cls._begun(run, board, command, timeout, start_timeout)
         onu._open_printed()
@@ -116,6 +122,7 @@ class Onu(Steps):
         *,
         name: Optional[str] = None,
         environment: Optional[Dict[str, str]] = None,
+        taps: Optional[Mapping[str, str]] = None,
         tool: Optional[str] = None,
         timeout: float = 10.0,
         start_timeout: float = 30.0,
@@ -124,10 +131,12 @@ class Onu(Steps):
 
         program      the program and its arguments
         environment  variables for it, beside this process's own
+        taps         as with start()
         """
         tool, run = find_tool(tool), Tool()
         board = name or unique_name()
-        command = [tool, "exec", "--quiet", "--hal-output", run.file("hal"), "--name", board, "--", *program]
+        command = [tool, "exec", "--quiet", "--hal-output", run.file("hal"), "--name", board, *_tap_options(taps)]
+        command += ["--", *program]
         return cls._begun(run, board, command, timeout, start_timeout, environment)
 
     @classmethod

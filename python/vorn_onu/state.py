@@ -275,6 +275,26 @@ class TraceEntry:
 
 
 @dataclass(frozen=True)
+class Tap:
+    """A port that is a TAP device of the host."""
+
+    port: str  # "sid0", "gem 1001"
+    interface: str
+    netns: str
+    linkUp: bool
+    framesIn: int  # out of the interface into the board
+    octetsIn: int
+    framesOut: int
+    octetsOut: int
+    dropped: int  # that came in here and left nowhere
+    lastDrop: str
+    elsewhere: int  # that came in here and left where no TAP is
+    lastElsewhere: str
+    lostIn: int  # in front of the board, which did not take them in time
+    lostOut: int  # that the host did not take
+
+
+@dataclass(frozen=True)
 class DeviceState:
     """All that stands on the board at one moment."""
 
@@ -289,6 +309,7 @@ class DeviceState:
     clock: Clock
     calls: int  # into the device so far
     trace: List[TraceEntry] = field(default_factory=list)  # as far as it was asked for
+    taps: List[Tap] = field(default_factory=list)  # ports with real packets
 
     def device(self, name: str) -> Optional[NetworkDevice]:
         return next((one for one in self.network.devices if one.name == name), None)
@@ -322,6 +343,7 @@ class Counters:
     devices: Dict[str, Dict[str, int]]  # by name, with the kernel's names
     gemPorts: Dict[str, List[int]]  # the kit's ten, by port id
     queues: List[QueueCounters]
+    taps: List[Tap] = field(default_factory=list)
 
 
 @dataclass(frozen=True)
@@ -335,3 +357,4 @@ class BoardInfo:
     program: List[str]
     protocol: int
     since: str
+    taps: List[str] = field(default_factory=list)  # ports with real packets: "sid0=lan0@customer"
