@@ -15,45 +15,12 @@
 #include <new>
 #include <utility>
 
+#include "CoreState.h"
 #include "Facilities.h"
 
 namespace virtual_onu {
 
 namespace {
-
-using Listener = std::function<void(const TraceEntry&)>;
-
-// A program that runs for days keeps the latest part of its trace.
-constexpr std::size_t kTraceCapacity = 200000;
-
-struct PendingFault {
-    std::uint64_t number = 0;
-    std::string name;  // "name" or "name:detail"
-    int callsToGo = 1;
-    int code = 0;
-};
-
-struct CoreState {
-    std::deque<TraceEntry> trace;
-    std::uint64_t traced = 0;
-    std::shared_ptr<const Listener> listener;
-    std::uint64_t calls = 0;
-    std::vector<PendingFault> pendingFaults;
-    std::uint64_t faults = 0;  // of failNext so far
-    std::map<std::uint64_t, int> numberedFaults;
-    bool sleepsForReal = false;
-};
-
-// Whether anybody has planned a fault: asked without the lock on the way of every program's own sockets and waits.
-std::atomic<bool> anyFaults{false};
-
-// Device time runs with real time; advance() lets every thread live through additional time in its idle waits.
-struct DeviceClock {
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::atomic<std::uint64_t> advancedMs{0};  // written with the mutex
-    std::uint64_t epoch = 1;                   // counts resets
-};
 
 // How much of the advanced time this thread has lived through.
 struct LivedThrough {
@@ -62,9 +29,13 @@ struct LivedThrough {
 };
 thread_local LivedThrough livedThrough;
 
+std::uint64_t generation = 0;  // with the device lock
+
+}  // namespace
+
+std::atomic<bool> anyFaults{false};
 std::atomic<std::uint64_t> sleptMs{0};
-std::atomic<std::uint64_t> passedMs{0};  // of real time
-std::uint64_t generation = 0;            // with the device lock
+std::atomic<std::uint64_t> passedMs{0};
 
 // Everything below is made on first use and never destroyed: other libraries' constructors and destructors, and threads
 // that outlive main(), may still call.
@@ -72,6 +43,13 @@ DeviceClock& deviceClock() {
     static DeviceClock& clock = *new DeviceClock;
     return clock;
 }
+
+CoreState& core() {
+    static CoreState& state = *new CoreState;
+    return state;
+}
+
+namespace {
 
 void beforeFork() {
     deviceMutex().lock();
@@ -100,11 +78,6 @@ std::recursive_mutex& makeDeviceMutex() {
 
 // Whether a fault has decided the call that this thread is about to record.
 thread_local bool callIsInjected = false;
-
-CoreState& core() {
-    static CoreState& state = *new CoreState;
-    return state;
-}
 
 bool matches(const PendingFault& fault, const std::string& name, const std::string& detail) {
     if (fault.name == name) return true;
@@ -173,6 +146,11 @@ std::string argumentText(const std::optional<Out>& value) {
     return value ? argumentText(*value) : "&-";
 }
 
+void keepEntry(const TraceEntry& entry) {
+    core().trace.push_back(entry);
+    if (core().trace.size() > kTraceCapacity) core().trace.pop_front();
+}
+
 void record(CallKind kind, const std::string& name, const std::string& argumentList, long result) {
     TraceEntry entry;
     entry.kind = kind;
@@ -184,8 +162,8 @@ void record(CallKind kind, const std::string& name, const std::string& argumentL
     {
         const DeviceLock lock(deviceMutex());
         entry.number = ++core().traced;
-        core().trace.push_back(entry);
-        if (core().trace.size() > kTraceCapacity) core().trace.pop_front();
+        keepEntry(entry);
+        kept::changed(kept::kRunTrace, entry.number);
         listener = core().listener;
     }
     if (listener) (*listener)(entry);
@@ -200,14 +178,20 @@ std::optional<int> faultOf(const std::string& name, const std::string& detail, b
     std::optional<int> code;
     auto& pending = core().pendingFaults;
     for (auto fault = pending.begin(); fault != pending.end();) {
-        if (matches(*fault, name, detail) && --fault->callsToGo <= 0) {
-            if (!code) code = fault->code;
-            fault = pending.erase(fault);
-        } else {
+        if (!matches(*fault, name, detail)) {
             ++fault;
+            continue;
         }
+        kept::changed(kept::kRunFaults);
+        if (--fault->callsToGo > 0) {
+            ++fault;
+            continue;
+        }
+        if (!code) code = fault->code;
+        fault = pending.erase(fault);
     }
     if (counted) {
+        kept::changed(kept::kRunCalls);
         const auto numbered = core().numberedFaults.find(++core().calls);
         if (numbered != core().numberedFaults.end()) code = numbered->second;
     }
@@ -241,6 +225,7 @@ void waitFor(const char* function, std::uint64_t milliseconds) {
     {
         const DeviceLock lock(deviceMutex());
         sleptMs += milliseconds;
+        kept::changed(kept::kClock);
         reallySleep = core().sleepsForReal;
     }
     if (!reallySleep) return;
@@ -361,6 +346,7 @@ std::uint64_t VirtualOnu::failNext(const std::string& function, int nth, int cod
     const DeviceLock lock(deviceMutex());
     core().pendingFaults.push_back({++core().faults, function, nth, code});
     anyFaults.store(true, std::memory_order_release);
+    kept::changed(kept::kRunFaults);
     return core().faults;
 }
 
@@ -375,6 +361,7 @@ void VirtualOnu::failCall(std::uint64_t number, int code) {
     const DeviceLock lock(deviceMutex());
     core().numberedFaults[number] = code;
     anyFaults.store(true, std::memory_order_release);
+    kept::changed(kept::kRunFaults);
 }
 
 std::uint64_t VirtualOnu::callCount() const {
@@ -386,6 +373,7 @@ void VirtualOnu::clearFaults() {
     const DeviceLock lock(deviceMutex());
     core().pendingFaults.clear();
     core().numberedFaults.clear();
+    kept::changed(kept::kRunFaults);
     anyFaults.store(false, std::memory_order_release);
 }
 
@@ -399,10 +387,15 @@ void VirtualOnu::advance(unsigned milliseconds) {
         const std::lock_guard<std::mutex> lock(deviceClock().mutex);
         deviceClock().advancedMs += milliseconds;
     }
+    {
+        const DeviceLock lock(deviceMutex());
+        kept::changed(kept::kClock);
+    }
     deviceClock().changed.notify_all();
 }
 
 std::uint64_t VirtualOnu::slept() const {
+    const DeviceLock lock(deviceMutex());
     return sleptMs;
 }
 

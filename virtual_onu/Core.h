@@ -17,6 +17,7 @@
 #include <sanitizer/tsan_interface.h>
 #endif
 
+#include "Kept.h"
 #include "VirtualOnu.h"
 
 namespace virtual_onu {
@@ -28,8 +29,14 @@ std::recursive_mutex& deviceMutex();
 // here, it does not look at mutexes.
 class DeviceLock {
 public:
-    explicit DeviceLock(std::recursive_mutex& mutex) : lock_(mutex) { taken(&mutex); }
-    ~DeviceLock() { givenBack(lock_.mutex()); }
+    explicit DeviceLock(std::recursive_mutex& mutex) : lock_(mutex), kept_(kept::isOpen()) {
+        taken(&mutex);
+        if (kept_) kept::entered();
+    }
+    ~DeviceLock() {
+        if (kept_) kept::leaving();
+        givenBack(lock_.mutex());
+    }
     DeviceLock(const DeviceLock&) = delete;
     DeviceLock& operator=(const DeviceLock&) = delete;
 
@@ -46,6 +53,7 @@ private:
     static void givenBack(void*) {}
 #endif
     std::unique_lock<std::recursive_mutex> lock_;
+    const bool kept_;
 };
 
 // ---- changes ----

@@ -109,7 +109,16 @@ VirtualOnu& VirtualOnu::instance() {
     return onu;
 }
 
+void VirtualOnu::openBoard(const std::string& file, BoardUse use) {
+    kept::openFile(file, use != BoardUse::Shared, use == BoardUse::Run);
+}
+
+void VirtualOnu::closeBoard() {
+    kept::closeFile();
+}
+
 void VirtualOnu::reset() {
+    kept::closeFile();
     network::reset();
     vlan::reset();
     pon::reset();

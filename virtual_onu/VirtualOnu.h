@@ -370,6 +370,20 @@ public:
     void advance(unsigned milliseconds);
     std::uint64_t slept() const;  // milliseconds that waits (not idle waits) have asked for since reset
 
+    // ---- a board in a file ----
+    // From now on the board is what the file says, and the file holds it after every change: whoever is killed leaves
+    // the board as it was after its last call. A file that is not there yet, or is empty, begins with the board as it
+    // stands. Processes that are forked or started meanwhile may open the same board. std::runtime_error with what is
+    // wrong; the board and the file are then as before.
+    enum class BoardUse {
+        Shared,  // others may work on the board
+        Alone,   // nobody else is working on it: otherwise refused
+        Run,     // alone; and the trace, faults, messages and commands of the run are shared with forked processes too
+    };
+    void openBoard(const std::string& file, BoardUse use = BoardUse::Alone);
+    // The file keeps the board as it is now; the board here goes on without it. As reset() does, too.
+    void closeBoard();
+
     // ---- whole state ----
 #ifdef VIRTUAL_ONU_HAS_JSON
     // Keys: network, vlan, pon, runner, bus, board, shell, files, clock, calls, trace. There where nlohmann-json is.

@@ -169,6 +169,20 @@ class Steps(StepTaker):
             {'note': note},
         )
 
+    def restart(
+        self,
+        value: Literal['kill', 'exit'],
+        *,
+        note: Optional[str] = None,
+    ) -> StepResult:
+        """ends the HAL's process, by SIGKILL or by itself; what follows runs in a new one on the same board"""
+        return self._take(
+            'restart',
+            value,
+            {},
+            {'note': note},
+        )
+
     def frame(
         self,
         *,

@@ -1,8 +1,10 @@
 #include "frames/BridgeMemory.h"
 
 #include <algorithm>
-#include <iterator>
+#include <string>
 #include <tuple>
+
+#include "Kept.h"
 
 namespace virtual_onu::datapath {
 
@@ -20,14 +22,21 @@ void BridgeMemory::learn(int bridge, Mac mac, int port, std::uint64_t nowMs, std
     if (known == addresses.end() && addresses.size() >= kMostAddresses) {
         if (noting_ || sweptMs_ == nowMs) return;
         sweptMs_ = nowMs;
-        for (auto one = addresses.begin(); one != addresses.end();)
-            one = isAged(one->second, nowMs, ageingMs) ? addresses.erase(one) : std::next(one);
+        for (auto one = addresses.begin(); one != addresses.end();) {
+            if (isAged(one->second, nowMs, ageingMs)) {
+                changedAddress(bridge, one->first);
+                one = addresses.erase(one);
+            } else {
+                ++one;
+            }
+        }
         if (addresses.size() >= kMostAddresses) return;
     }
     if (noting_) {
         const bool isKnown = known != addresses.end();
         notes_.push_back({bridge, mac, isKnown ? std::optional<Learned>(known->second) : std::nullopt, std::nullopt});
     }
+    changedAddress(bridge, mac);
     const Learned now{port, nowMs};
     if (known != addresses.end())
         known->second = now;
@@ -60,23 +69,63 @@ const Snooping* BridgeMemory::snooping(int bridge) const {
 Snooping& BridgeMemory::changeSnooping(int bridge) {
     Snooping& snooping = bridges_[bridge].snooping;
     if (noting_) notes_.push_back({bridge, 0, std::nullopt, snooping});
+    if (isKept()) kept::changed(kept::kSnooping, bridge);
     return snooping;
 }
 
+void BridgeMemory::changedAddress(int bridge, Mac mac) const {
+    if (isKept() && kept::isOpen()) kept::changed(kept::kLearned, std::to_string(bridge) + " " + textOf(mac));
+}
+
+void BridgeMemory::changedBridge(int bridge, const BridgeState& state) const {
+    if (!kept::isOpen()) return;
+    for (const auto& address : state.addresses) changedAddress(bridge, address.first);
+    if (isKept()) kept::changed(kept::kSnooping, bridge);
+}
+
+void BridgeMemory::remove(int bridge, Mac mac) {
+    const auto state = bridges_.find(bridge);
+    if (state != bridges_.end()) state->second.addresses.erase(mac);
+}
+
+std::optional<BridgeMemory::Learned> BridgeMemory::find(int bridge, Mac mac) const {
+    const auto state = bridges_.find(bridge);
+    if (state == bridges_.end()) return std::nullopt;
+    const auto known = state->second.addresses.find(mac);
+    return known == state->second.addresses.end() ? std::nullopt : std::optional<Learned>(known->second);
+}
+
+std::vector<int> BridgeMemory::bridges() const {
+    std::vector<int> all;
+    for (const auto& entry : bridges_) all.push_back(entry.first);
+    return all;
+}
+
 void BridgeMemory::forget() {
+    for (const auto& [bridge, state] : bridges_) changedBridge(bridge, state);
     bridges_.clear();
 }
 
 void BridgeMemory::forgetPort(int port) {
     for (auto& [bridge, state] : bridges_) {
-        for (auto one = state.addresses.begin(); one != state.addresses.end();)
-            one = one->second.port == port ? state.addresses.erase(one) : std::next(one);
+        for (auto one = state.addresses.begin(); one != state.addresses.end();) {
+            if (one->second.port != port) {
+                ++one;
+                continue;
+            }
+            changedAddress(bridge, one->first);
+            one = state.addresses.erase(one);
+        }
         state.snooping.forgetPort(port);
+        if (isKept()) kept::changed(kept::kSnooping, bridge);
     }
 }
 
 void BridgeMemory::forgetBridge(int bridge) {
-    bridges_.erase(bridge);
+    const auto state = bridges_.find(bridge);
+    if (state == bridges_.end()) return;
+    changedBridge(bridge, state->second);
+    bridges_.erase(state);
 }
 
 void BridgeMemory::rollBack() {

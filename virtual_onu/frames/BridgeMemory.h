@@ -25,6 +25,12 @@ public:
         Mac mac = 0;
         Learned learned;
     };
+    // Of the device itself: a board that is kept holds what changes. Copies are not.
+    enum class Of { Device, Copy };
+    explicit BridgeMemory(Of of) : of_(of) {}
+    BridgeMemory(const BridgeMemory& other) : bridges_(other.bridges_), sweptMs_(other.sweptMs_) {}
+    BridgeMemory& operator=(const BridgeMemory&) = delete;
+
     static constexpr std::size_t kMostAddresses = 65536;  // of a bridge; what comes after them is not learned
 
     void learn(int bridge, Mac mac, int port, std::uint64_t nowMs, std::uint64_t ageingMs);
@@ -34,6 +40,13 @@ public:
     // To look at, and to change: kept for a rollback.
     const Snooping* snooping(int bridge) const;
     Snooping& changeSnooping(int bridge);
+
+    // As a board that is kept says.
+    void put(const Address& address) { bridges_[address.bridge].addresses[address.mac] = address.learned; }
+    void put(int bridge, Snooping snooping) { bridges_[bridge].snooping = std::move(snooping); }
+    void remove(int bridge, Mac mac);
+    std::optional<Learned> find(int bridge, Mac mac) const;
+    std::vector<int> bridges() const;
 
     void forget();
     void forgetPort(int port);
@@ -54,11 +67,18 @@ private:
         std::optional<Learned> before;
         std::optional<Snooping> snooping;  // of the whole bridge, instead of an address
     };
+    bool isKept() const { return of_ == Of::Device && !noting_; }
+    void changedAddress(int bridge, Mac mac) const;
+    void changedBridge(int bridge, const BridgeState& state) const;  // all of it
+
+    Of of_ = Of::Copy;
     std::unordered_map<int, BridgeState> bridges_;
     std::uint64_t sweptMs_ = 0;  // when aged addresses were last thrown out of a full table
     bool noting_ = false;
     std::vector<Note> notes_;
 };
+
+BridgeMemory& deviceMemory();  // the device's own; with the device lock held
 
 }  // namespace virtual_onu::datapath
 

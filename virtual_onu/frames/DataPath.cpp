@@ -16,8 +16,7 @@ namespace datapath {
 namespace {
 
 BridgeMemory& memory() {
-    static auto& theMemory = *new BridgeMemory;
-    return theMemory;
+    return deviceMemory();
 }
 
 // The plan of the device as it stands, made anew when something has changed. What the host's kernel does to devices is
@@ -61,10 +60,16 @@ Walk walkNow(const Frame& frame, Learning learning, Enter enter) {
     const auto plan = currentPlan();
     Walk walk = walkThrough(plan, {*plan, memory(), virtualNowMs(), leavesTrace}, frame, enter);
     if (!leavesTrace) memory().rollBack();
+    if (leavesTrace) network::framesCounted();
     return walk;
 }
 
 }  // namespace
+
+BridgeMemory& deviceMemory() {
+    static auto& theMemory = *new BridgeMemory(BridgeMemory::Of::Device);
+    return theMemory;
+}
 
 // A plan that nothing changes, with a memory and a clock of its own.
 class Frozen {

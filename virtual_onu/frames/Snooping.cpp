@@ -78,6 +78,22 @@ bool Snooping::wants(const Multicast& frame, int port, std::uint64_t nowMs) cons
     return frame.kind == Multicast::Kind::Data && members != members_.end() && isPending(members->second, port, nowMs);
 }
 
+Snooping::Memory Snooping::memory() const {
+    Memory memory;
+    for (const Querier& querier : queriers_) memory.queriers.push_back({querier.fromMs, querier.untilMs});
+    for (const auto& [group, ports] : members_) memory.groups.push_back({group, ports});
+    memory.routers = routers_;
+    return memory;
+}
+
+void Snooping::remember(const Memory& memory) {
+    for (std::size_t i = 0; i < queriers_.size() && i < memory.queriers.size(); ++i)
+        queriers_[i] = {memory.queriers[i].fromMs, memory.queriers[i].untilMs};
+    members_.clear();
+    for (const Group& group : memory.groups) members_[group.group] = group.members;
+    routers_ = memory.routers;
+}
+
 void Snooping::forgetPort(int port) {
     routers_.erase(port);
     for (auto& entry : members_) entry.second.erase(port);

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <vector>
 
 #include "frames/Packet.h"
 
@@ -22,12 +23,28 @@ public:
 
     void forgetPort(int port);
 
+    // As a board that is kept says it: lists, each with times in virtual milliseconds.
+    struct Query {
+        std::uint64_t fromMs = 0, untilMs = 0;
+    };
+    using Ports = std::map<int, std::uint64_t>;  // until when
+    struct Group {
+        Mac group = 0;
+        Ports members;
+    };
+    struct Memory {
+        std::vector<Query> queriers;  // of IPv4 and IPv6
+        std::vector<Group> groups;
+        Ports routers;
+    };
+    Memory memory() const;
+    void remember(const Memory& memory);
+
 private:
     struct Querier {
         std::uint64_t fromMs = 0;  // when its first answers are in
         std::uint64_t untilMs = 0;
     };
-    using Ports = std::map<int, std::uint64_t>;  // until when
 
     void hearQuery(const Multicast& query, int port, std::uint64_t nowMs);
     void hearLeave(const Multicast& leave, int port, std::uint64_t nowMs);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Kept.h"
 #include "frames/Links.h"
 #include "kit/PonTables.h"
 
@@ -34,7 +35,9 @@ Walker::Walker(const Ground& ground, const Packet& packet, const Frame* frame, T
 }
 
 void Walker::finish() {
-    if (counts_ && fromGemPort_ != nullptr && trail_.exits.empty()) ++fromGemPort_->counters[pon::kFramesDiscarded];
+    if (!counts_ || fromGemPort_ == nullptr || !trail_.exits.empty()) return;
+    ++fromGemPort_->counters[pon::kFramesDiscarded];
+    kept::changed(kept::kGemPorts, fromGemPort_->portId);
 }
 
 void Walker::enter(const std::string& name) {
@@ -64,6 +67,7 @@ void Walker::enterFromPon(unsigned gemPortId) {
     if (device.blocked.empty() && !device.noEntry.empty()) return drop(copy, kPonDevice, device.noEntry);
     if (counts_ && port->live != nullptr) {
         fromGemPort_ = port->live;
+        kept::changed(kept::kGemPorts, port->portId);
         ++port->live->counters[pon::kFramesReceived];
         port->live->counters[pon::kOctetsReceived] += static_cast<std::uint32_t>(sent_.octets());
     }
@@ -202,7 +206,10 @@ void Walker::leaveAtPon(const Copy& copy) {
     if (port == nullptr) return refuse("there is no GEM port with index " + std::to_string(*copy.marks.gemIndex));
     const auto name = [&] { return "GEM port " + std::to_string(port->portId); };
     const auto discard = [&](std::string reason) {
-        if (counts_ && port->live != nullptr) ++port->live->counters[pon::kFramesDiscarded];
+        if (counts_ && port->live != nullptr) {
+            ++port->live->counters[pon::kFramesDiscarded];
+            kept::changed(kept::kGemPorts, port->portId);
+        }
         refuse(std::move(reason));
     };
     if (!port->enabled) return discard(name() + " is set down");
@@ -223,6 +230,8 @@ void Walker::leaveAtPon(const Copy& copy) {
         port->live->counters[pon::kOctetsSent] += static_cast<std::uint32_t>(octets);
         ++queue->live->frames;
         queue->live->octets += octets;
+        kept::changed(kept::kGemPorts, port->portId);
+        kept::changed(kept::kTconts, *port->tcont);
     }
     Trail::Exit exit;
     exit.device = plan_.ponDevice();

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <utility>
 
 namespace virtual_onu::network {
 
@@ -23,13 +24,21 @@ public:
         kernel_[received ? kReceivedBytes : kSentBytes] += octets;
         if (received && destination == Destination::Multicast) ++kernel_[kMulticast];
         ++split_[static_cast<std::size_t>(way) * 3 + static_cast<std::size_t>(destination)];
+        hasCounted_ = true;
     }
     // A frame ends here, on its way in or out.
-    void countDrop(Way way) { ++kernel_[way == Way::Received ? kReceivedDropped : kSentDropped]; }
+    void countDrop(Way way) {
+        ++kernel_[way == Way::Received ? kReceivedDropped : kSentDropped];
+        hasCounted_ = true;
+    }
+    bool takeHasCounted() { return std::exchange(hasCounted_, false); }  // a frame, since the last time
 
     void set(const std::string& key, std::uint64_t value);  // also a key that the kernel does not know
     std::map<std::string, std::uint64_t> byName() const;
     bool anySplit() const;
+    using Split = std::array<std::uint64_t, 6>;
+    const Split& split() const { return split_; }
+    void setSplit(const Split& split) { split_ = split; }
     // "rx multicast, broadcast, unicast, tx multicast, ...": the six columns.
     std::string splitColumns() const;
 
@@ -50,8 +59,9 @@ private:
     static const std::array<const char*, kPlaces> kNames;
 
     std::array<std::uint64_t, kPlaces> kernel_{};
-    std::array<std::uint64_t, 6> split_{};
+    Split split_{};
     std::map<std::string, std::uint64_t> others_;
+    bool hasCounted_ = false;
 };
 
 }  // namespace virtual_onu::network

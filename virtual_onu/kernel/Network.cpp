@@ -15,78 +15,15 @@
 #include "Core.h"
 #include "Facilities.h"
 #include "kernel/HostKernel.h"
+#include "kernel/NetworkState.h"
 #include "kernel/PacketSockets.h"
 
 namespace virtual_onu::network {
 namespace {
 
-constexpr int kFirstIndex = 2;  // 1 is the loop-back device, which is not shown
-constexpr int kLowestMtu = 68;
-constexpr int kHighestMtu = 65535;
-
-struct Device {
-    NetworkDevice shown;  // without its statistics: they are in the counters
-    DeviceCounters counters;
-    std::string pinnedOperState;  // as VirtualOnu::setOperState wants it, whatever the flags say
-
-    NetworkDevice withStatistics() const {
-        NetworkDevice whole = shown;
-        whole.statistics = counters.byName();
-        return whole;
-    }
-};
-
-// Things with a name and a number, by ascending number; found without looking at the others.
-template <typename Thing>
-class Register {
-public:
-    Thing& add(int number, const std::string& name, Thing thing) {
-        Thing& place = things_.emplace(number, std::move(thing)).first->second;
-        numbers_[name] = number;
-        return place;
-    }
-    void remove(const std::string& name) {
-        const auto number = numbers_.find(name);
-        if (number == numbers_.end()) return;
-        things_.erase(number->second);
-        numbers_.erase(number);
-    }
-    Thing* find(const std::string& name) {
-        const auto number = numbers_.find(name);
-        return number == numbers_.end() ? nullptr : find(number->second);
-    }
-    Thing* find(int number) {
-        const auto thing = things_.find(number);
-        return thing == things_.end() ? nullptr : &thing->second;
-    }
-    const std::map<int, Thing>& all() const { return things_; }
-    std::map<int, Thing>& all() { return things_; }
-
-private:
-    std::map<int, Thing> things_;
-    std::unordered_map<std::string, int> numbers_;
-};
-
-struct IpRoute {
-    std::string destination, device, text;
-    int table = 0;
-};
-
-struct Refusal {
-    int times = 0;
-    int code = 0;
-};
-
-struct State {
-    Register<Device> devices;  // by kernel index
-    Register<Bridge> bridges;  // by the index of their device
-    std::vector<std::string> ipRules;
-    std::vector<IpRoute> ipRoutes;
-    std::map<std::string, Refusal> refusals;
-    int nextIndex = kFirstIndex;
-};
-
 void addFactoryDevices(State& state);
+
+}  // namespace
 
 State& state() {
     static State& theState = [&]() -> State& {
@@ -96,6 +33,8 @@ State& state() {
     }();
     return theState;
 }
+
+namespace {
 
 Device* find(const std::string& name) {
     return state().devices.find(name);
@@ -109,11 +48,20 @@ void updateOperState(Device& device) {
     device.shown.operState = !device.pinnedOperState.empty() ? device.pinnedOperState : device.shown.up ? "up" : "down";
 }
 
+void changedDevice(const Device& device) {
+    kept::changed(kept::kDevices, device.shown.index);
+}
+void changedBridge(const std::string& name) {
+    if (const Device* device = find(name)) kept::changed(kept::kBridges, device->shown.index);
+}
+
 Device& append(State& target, const std::string& name) {
     deviceChanged();
     Device device;
     device.shown.name = name;
     device.shown.index = target.nextIndex++;
+    changedDevice(device);
+    kept::changed(kept::kRouting);  // the next index
     const auto index = static_cast<unsigned>(device.shown.index);
     const std::uint8_t mac[6] = {2, 0, 0, 0, static_cast<std::uint8_t>(index >> 8), static_cast<std::uint8_t>(index)};
     device.shown.mac = macText(mac);
@@ -133,6 +81,7 @@ void updatePorts(const std::string& bridgeName) {
     Bridge* bridge = findBridge(bridgeName);
     const Device* own = find(bridgeName);
     if (bridge == nullptr || own == nullptr) return;
+    changedBridge(bridgeName);
     for (BridgePort& port : bridge->ports) {
         const Device* device = find(port.name);
         const bool running = device != nullptr && isRunning(device->shown) && own->shown.up;
@@ -150,22 +99,23 @@ void updatePortsAt(const NetworkDevice& device) {
     updatePorts(device.isBridge ? device.name : device.master);
 }
 
-// The kernel's dev_valid_name, and its limit.
 int checkNewName(const std::string& name) {
-    if (name.empty() || name.size() > kLongestName || name == "." || name == "..") return EINVAL;
-    if (name.find_first_of("/: \t\n\v\f\r") != std::string::npos) return EINVAL;
+    if (!isDeviceName(name)) return EINVAL;
     return find(name) != nullptr ? EEXIST : 0;
 }
 
 // Routes go with their device, as the kernel flushes them.
 void flushRoutes(const std::string& device) {
     auto& routes = state().ipRoutes;
+    if (!routes.empty()) kept::changed(kept::kRouting);
     routes.erase(std::remove_if(routes.begin(), routes.end(), [&](const IpRoute& r) { return r.device == device; }),
                  routes.end());
 }
 
 void leaveBridge(Device& device) {
     deviceChanged();
+    changedDevice(device);
+    changedBridge(device.shown.master);
     datapath::portStopped(device.shown.index);
     if (Bridge* bridge = findBridge(device.shown.master)) {
         auto& ports = bridge->ports;
@@ -180,9 +130,14 @@ void erase(const std::string& name) {
     Device* device = find(name);
     datapath::bridgeRemoved(device->shown.index);
     leaveBridge(*device);
+    kept::changed(kept::kCounters, device->shown.index);
+    changedBridge(name);
     if (const Bridge* bridge = findBridge(name)) {
         for (const auto& port : bridge->ports) {
-            if (Device* member = find(port.name)) member->shown.master.clear();
+            Device* member = find(port.name);
+            if (member == nullptr) continue;
+            member->shown.master.clear();
+            changedDevice(*member);
         }
         state().bridges.remove(name);
     }
@@ -196,6 +151,7 @@ int withDevice(const std::string& name, const std::function<int(Device&)>& work)
     Device* device = find(name);
     if (device == nullptr) return ENODEV;
     deviceChanged();
+    changedDevice(*device);
     return work(*device);
 }
 
@@ -255,6 +211,7 @@ int removeDevice(const std::string& name) {
     const auto refusal = state().refusals.find(name);
     if (refusal != state().refusals.end() && refusal->second.times > 0) {
         --refusal->second.times;
+        kept::changed(kept::kRefusals, name);
         return refusal->second.code;
     }
     if (host::active()) return host::removeDevice(name);
@@ -286,6 +243,7 @@ int addPort(const std::string& bridgeName, const std::string& deviceName) {
     if (!device->shown.master.empty()) return EBUSY;
     deviceChanged();
     device->shown.master = bridgeName;
+    changedDevice(*device);
     BridgePort port;
     port.name = deviceName;
     bridge->ports.push_back(port);
@@ -426,6 +384,7 @@ int changeBridge(const std::string& name, const std::function<int(Bridge&)>& cha
     Bridge* bridge = findBridge(name);
     if (bridge == nullptr) return ENODEV;
     deviceChanged();
+    changedBridge(name);
     return change(*bridge);
 }
 
@@ -436,6 +395,7 @@ int changePort(const std::string& name, const std::function<int(BridgePort&)>& c
     Bridge* bridge = device == nullptr ? nullptr : findBridge(device->shown.master);
     if (bridge == nullptr) return ENODEV;
     deviceChanged();
+    changedBridge(bridge->name);
     for (auto& port : bridge->ports) {
         if (port.name == name) return change(port);
     }
@@ -492,6 +452,7 @@ int addIpRule(const std::string& rule) {
     if (std::find(rules.begin(), rules.end(), rule) != rules.end()) return EEXIST;
     if (host::active() && host::runIp("rule add " + rule) != 0) return EINVAL;
     rules.push_back(rule);
+    kept::changed(kept::kRouting);
     return 0;
 }
 
@@ -502,6 +463,7 @@ int removeIpRule(const std::string& rule) {
     if (found == rules.end()) return ENOENT;
     if (host::active()) host::runIp("rule del " + rule);
     rules.erase(found);
+    kept::changed(kept::kRouting);
     return 0;
 }
 
@@ -512,6 +474,7 @@ int addIpRoute(const std::string& destination, const std::string& device, int ta
     if (!through) return ENODEV;
     if (!through->up) return ENETDOWN;
     if (host::active() && host::runIp((replace ? "route replace " : "route add ") + route) != 0) return EINVAL;
+    kept::changed(kept::kRouting);
     for (auto& known : state().ipRoutes) {
         if (known.destination != destination || known.table != table) continue;
         if (!replace) return EEXIST;
@@ -529,6 +492,7 @@ int removeIpRoute(const std::string& destination, int table) {
         if (route->destination != destination || route->table != table) continue;
         if (host::active()) host::runIp("route del " + route->text);
         routes.erase(route);
+        kept::changed(kept::kRouting);
         return 0;
     }
     return ESRCH;
@@ -558,6 +522,7 @@ void VirtualOnu::setOperState(const std::string& name, const std::string& operSt
     const DeviceLock lock(deviceMutex());
     if (network::Device* device = network::find(name)) {
         device->pinnedOperState = operState;
+        network::changedDevice(*device);
         network::updateOperState(*device);
         network::updatePortsAt(device->shown);
         deviceChanged();
@@ -573,12 +538,16 @@ bool VirtualOnu::setMulticastSnooping(const std::string& bridge, bool on) {
 
 void VirtualOnu::setStatistic(const std::string& device, const std::string& key, std::uint64_t value) {
     const DeviceLock lock(deviceMutex());
-    if (network::Device* found = network::find(device)) found->counters.set(key, value);
+    network::Device* found = network::find(device);
+    if (found == nullptr) return;
+    found->counters.set(key, value);
+    kept::changed(kept::kCounters, found->shown.index);
 }
 
 void VirtualOnu::refuseDeletion(const std::string& device, int times, int code) {
     const DeviceLock lock(deviceMutex());
     network::state().refusals[device] = {times, code};
+    kept::changed(kept::kRefusals, device);
 }
 
 std::vector<std::string> VirtualOnu::ipRules() const {

@@ -16,6 +16,7 @@ namespace virtual_onu::network {
 
 constexpr std::size_t kLongestName = 15;  // characters of a device name
 
+bool isDeviceName(const std::string& name);  // the kernel's dev_valid_name, and its limit
 bool exists(const std::string& name);
 int addVlanDevice(const std::string& name, const std::string& realDevice, bool routed, bool multicast);
 int addBridge(const std::string& name);
@@ -40,10 +41,10 @@ bool isRunning(const NetworkDevice& device);
 // The devices in place, without their statistics, and their counters (null in host kernel mode). The counters stay
 // where they are until a device is added or removed.
 void forEachDevice(const std::function<void(const NetworkDevice&, DeviceCounters*)>& look);
+// Frames have passed: a board that is kept holds what they have counted. With the device lock held.
+void framesCounted();
 // "/proc/net/dev_extstats": a line a device; nothing as long as no frame has passed.
 std::optional<std::string> splitStatistics();
-
-bool hostKernel();  // devices live in the caller's network namespace
 
 // ---- what ioctl, sysfs and the shell change; ENODEV when there is no such device ----
 

@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Core.h"
+#include "Facilities.h"
 #include "VirtualOnu.h"
 #include "kernel/HostKernel.h"
 #include "kernel/Network.h"
@@ -133,6 +134,10 @@ std::optional<Bridge> VirtualOnu::bridge(const std::string& name) const {
 bool VirtualOnu::useHostKernel(bool on, std::string* why) {
     const DeviceLock lock(deviceMutex());
     if (on == host::active()) return true;
+    if (on && kept::isOpen()) {
+        if (why != nullptr) *why = "a board that is kept in a file has its devices in memory";
+        return false;
+    }
     if (on) return host::enter(why);
     host::leave();
     return true;

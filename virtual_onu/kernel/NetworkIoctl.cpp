@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "Core.h"
+#include "Facilities.h"
 #include "kernel/Addresses.h"
 #include "kernel/Network.h"
 #include "libc/real/RealLibc.h"

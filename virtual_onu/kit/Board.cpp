@@ -12,6 +12,7 @@
 
 #include "Core.h"
 #include "Facilities.h"
+#include "Section.h"
 #include "kernel/Network.h"
 #include "platform/devctl.h"
 
@@ -81,6 +82,101 @@ Phy* phyAt(int unit, int port) {
     return unit == 0 && port >= 0 && port < kPhyPorts ? &boardState().phys[static_cast<std::size_t>(port)] : nullptr;
 }
 
+// ---- as sections of a board that is kept ----
+
+struct Identity {
+    std::string bootId, serialNumber, partNumber;
+    std::string baseMac;
+    int bootedPartition = 0;
+};
+struct Image {
+    std::string version;
+};
+
+bool isMac(const std::string& text) {
+    std::uint8_t bytes[6];
+    return network::parseMac(text, bytes);
+}
+
+bool isBootId(const std::string& text) {
+    return text.size() == 36 && text.find_first_not_of("0123456789abcdef-") == std::string::npos;
+}
+
+template <typename Record>
+void describe(Record& record, Identity& identity) {
+    record.text("bootId", identity.bootId, isBootId, "a boot id");
+    record.text("serialNumber", identity.serialNumber);
+    record.text("partNumber", identity.partNumber);
+    record.text("baseMac", identity.baseMac, isMac, "a MAC address");
+    record.number("bootedPartition", identity.bootedPartition);
+}
+
+template <typename Record>
+void describe(Record& record, Image& image) {
+    record.text("version", image.version);
+}
+
+template <typename Record>
+void describe(Record& record, Phy& phy) {
+    record.flag("linkUp", phy.linkUp);
+    record.number("speed", phy.speed);
+    record.number("duplex", phy.duplex);
+}
+
+kept::Section identitySection() {
+    return kept::single<Identity>(
+        kept::kIdentity,
+        [] {
+            const BoardState& state = boardState();
+            return Identity{state.bootId, state.serialNumber, state.partNumber, macText(state.baseMac),
+                            state.bootedPartition};
+        },
+        [](const Identity& identity) {
+            BoardState& state = boardState();
+            state.bootId = identity.bootId;
+            state.serialNumber = identity.serialNumber;
+            state.partNumber = identity.partNumber;
+            state.baseMac = parsedMac(identity.baseMac);
+            state.bootedPartition = identity.bootedPartition;
+        });
+}
+
+kept::Section imageSection() {
+    kept::Shelf<int, Image> shelf;
+    shelf.keys = [] {
+        std::vector<int> numbers;
+        for (const auto& entry : boardState().imageVersions) numbers.push_back(entry.first);
+        return numbers;
+    };
+    shelf.get = [](int number) -> std::optional<Image> {
+        const auto found = boardState().imageVersions.find(number);
+        if (found == boardState().imageVersions.end()) return std::nullopt;
+        return Image{found->second};
+    };
+    shelf.put = [](int number, const Image& image) { boardState().imageVersions[number] = image.version; };
+    shelf.remove = [](int number) { boardState().imageVersions.erase(number); };
+    return kept::section<int, Image>(kept::kImages, shelf);
+}
+
+// All ports are always there.
+kept::Section phySection() {
+    kept::Shelf<int, Phy> shelf;
+    shelf.keys = [] {
+        std::vector<int> ports;
+        for (int port = 0; port < kPhyPorts; ++port) ports.push_back(port);
+        return ports;
+    };
+    shelf.get = [](int port) { return std::optional<Phy>(*phyAt(0, port)); };
+    shelf.put = [](int port, Phy phy) { *phyAt(0, port) = phy; };
+    shelf.remove = [](int port) { *phyAt(0, port) = Phy{}; };
+    kept::Section made = kept::section<int, Phy>(kept::kPhys, shelf);
+    made.read = [read = made.read](const std::string& key, const kept::Json& value) {
+        kept::numberKey(key, kPhyPorts - 1);
+        return read(key, value);
+    };
+    return made;
+}
+
 int boardCall(const char* name, const std::string& argumentList, const std::function<int()>& work) {
     return platformCall(name, argumentList, [&] {
         const DeviceLock lock(deviceMutex());
@@ -96,6 +192,10 @@ void reset() {
     const DeviceLock lock(deviceMutex());
     boardState() = BoardState{};
     deviceChanged();
+}
+
+kept::Sections sections() {
+    return {identitySection(), imageSection(), phySection()};
 }
 
 bool phyHasLink(int port) {
@@ -137,26 +237,31 @@ void VirtualOnu::setBaseMac(const std::string& mac) {
     const auto bytes = parsedMac(mac);
     const DeviceLock lock(deviceMutex());
     boardState().baseMac = bytes;
+    kept::changed(kept::kIdentity);
 }
 
 void VirtualOnu::setSerialNumber(const std::string& text) {
     const DeviceLock lock(deviceMutex());
     boardState().serialNumber = text;
+    kept::changed(kept::kIdentity);
 }
 
 void VirtualOnu::setPartNumber(const std::string& text) {
     const DeviceLock lock(deviceMutex());
     boardState().partNumber = text;
+    kept::changed(kept::kIdentity);
 }
 
 void VirtualOnu::setBootedPartition(int partition) {
     const DeviceLock lock(deviceMutex());
     boardState().bootedPartition = partition;
+    kept::changed(kept::kIdentity);
 }
 
 void VirtualOnu::setImageVersion(int image, const std::string& version) {
     const DeviceLock lock(deviceMutex());
     boardState().imageVersions[image] = version;
+    kept::changed(kept::kImages, image);
 }
 
 void VirtualOnu::setPhy(int port, bool linkUp, int speed, int duplex) {
@@ -164,6 +269,7 @@ void VirtualOnu::setPhy(int port, bool linkUp, int speed, int duplex) {
     Phy* phy = phyAt(0, port);
     if (phy == nullptr) throw std::invalid_argument("setPhy: no such port");
     *phy = {linkUp, speed, duplex};
+    kept::changed(kept::kPhys, port);
     deviceChanged();
 }
 
@@ -231,6 +337,7 @@ int bcm_phy_mode_set(int unit, int port, int speed, int duplex) {
         if (phy == nullptr) return ENODEV;
         phy->speed = speed;
         phy->duplex = duplex;
+        kept::changed(kept::kPhys, port);
         return 0;
     });
 }

@@ -20,6 +20,7 @@
 
 #include "Core.h"
 #include "Facilities.h"
+#include "Section.h"
 #include "platform/cms.h"
 #include "platform/kit_numbers.h"
 
@@ -36,7 +37,8 @@ constexpr std::uint32_t kServiceClosing = 0x10002250;
 constexpr std::uint32_t kServiceState = 0x10002254;
 constexpr int kDefaultAnswerDelayMs = 10;
 constexpr std::size_t kLongestPayload = 65536;
-constexpr std::size_t kSentCapacity = 10000;  // a daemon that runs for days keeps the latest
+constexpr std::size_t kLongestValue = std::size_t{1} << 20U;  // of persistent storage in a board file
+constexpr std::size_t kSentCapacity = 10000;                  // a daemon that runs for days keeps the latest
 
 struct Message {
     CmsMsgHeader header{};
@@ -61,6 +63,7 @@ struct BusState {
     std::condition_variable scheduled;  // the gateway's thread
     std::map<std::uint32_t, Mailbox> mailboxes;
     std::deque<Message> sent;
+    std::uint64_t sentSoFar = 0;
     std::deque<Answer> answers;
     bool gatewayRuns = false;
     GatewayMode mode = GatewayMode::Answers;
@@ -138,17 +141,41 @@ void answerLater(const Message& request) {
     state.scheduled.notify_one();
 }
 
+// What is kept is written under the device lock, which is not taken under the bus's own.
+template <typename... Key>
+void keep(const char* section, const Key&... key) {
+    if (!kept::isOpen()) return;
+    const DeviceLock lock(deviceMutex());
+    kept::changed(section, key...);
+}
+
+// What other processes of the board have changed comes with the device lock.
+void catchUp() {
+    if (kept::isOpen()) const DeviceLock lock(deviceMutex());
+}
+
+// With the bus's lock. Answers the message's number.
+std::uint64_t keepSent(Message message) {
+    auto& state = busState();
+    state.sent.push_back(std::move(message));
+    if (state.sent.size() > kSentCapacity) state.sent.pop_front();
+    return ++state.sentSoFar;
+}
+
 int send(const CmsMsgHeader& header) {
     if (header.dataLength > kLongestPayload) return EMSGSIZE;
     Message message;
     message.header = header;
     const auto* payload = reinterpret_cast<const std::uint8_t*>(&header + 1);
     message.payload.assign(payload, payload + header.dataLength);
-    auto& state = busState();
-    const BusLock lock(state.mutex);
-    if (state.mode == GatewayMode::Answers && isServiceRequest(header)) answerLater(message);
-    state.sent.push_back(std::move(message));
-    if (state.sent.size() > kSentCapacity) state.sent.pop_front();
+    std::uint64_t number = 0;
+    {
+        auto& state = busState();
+        const BusLock lock(state.mutex);
+        if (state.mode == GatewayMode::Answers && isServiceRequest(header)) answerLater(message);
+        number = keepSent(std::move(message));
+    }
+    keep(kept::kRunMessages, number);
     return 0;
 }
 
@@ -209,19 +236,107 @@ BusMessage described(const Message& message) {
     return result;
 }
 
-std::string hexText(const std::vector<std::uint8_t>& bytes) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    std::string text;
-    for (const auto byte : bytes) {
-        text += kDigits[byte >> 4];
-        text += kDigits[byte & 0xf];
-    }
-    return text;
+using kept::hexText;
+
+// ---- as sections of a board that is kept ----
+
+struct KeptGateway {
+    GatewayMode mode = GatewayMode::Answers;
+    int answerDelayMs = kDefaultAnswerDelayMs;
+};
+struct KeptValue {
+    std::vector<std::uint8_t> bytes;
+};
+// A message that was sent, of a run whose processes share what they have seen.
+struct KeptMessage {
+    std::vector<std::uint8_t> raw;
+};
+
+template <typename Record>
+void describe(Record& record, KeptGateway& gateway) {
+    record.choice("gateway", gateway.mode, {"answers", "silent"});
+    record.number("answerDelayMs", gateway.answerDelayMs, 0);
+}
+
+template <typename Record>
+void describe(Record& record, KeptValue& value) {
+    record.bytes("bytes", value.bytes, kLongestValue);
+}
+
+template <typename Record>
+void describe(Record& record, KeptMessage& message) {
+    record.bytes("bytes", message.raw, sizeof(CmsMsgHeader) + kLongestPayload);
+}
+
+kept::Section valueSection() {
+    kept::Shelf<std::string, KeptValue> shelf;
+    shelf.keys = [] {
+        const BusLock lock(busState().mutex);
+        std::vector<std::string> keys;
+        for (const auto& entry : busState().persistent) keys.push_back(entry.first);
+        return keys;
+    };
+    shelf.get = [](const std::string& key) -> std::optional<KeptValue> {
+        const BusLock lock(busState().mutex);
+        const auto found = busState().persistent.find(key);
+        if (found == busState().persistent.end()) return std::nullopt;
+        return KeptValue{found->second};
+    };
+    shelf.put = [](const std::string& key, KeptValue value) {
+        const BusLock lock(busState().mutex);
+        busState().persistent[key] = std::move(value.bytes);
+    };
+    shelf.remove = [](const std::string& key) {
+        const BusLock lock(busState().mutex);
+        busState().persistent.erase(key);
+    };
+    return kept::section<std::string, KeptValue>(kept::kPersistent, shelf);
+}
+
+kept::Section gatewaySection() {
+    return kept::single<KeptGateway>(
+        kept::kGateway,
+        [] {
+            const BusLock lock(busState().mutex);
+            return KeptGateway{busState().mode, busState().answerDelayMs};
+        },
+        [](KeptGateway gateway) {
+            const BusLock lock(busState().mutex);
+            busState().mode = gateway.mode;
+            busState().answerDelayMs = gateway.answerDelayMs;
+        });
+}
+
+// By their number in the run. Those of other processes come behind.
+kept::Section messageSection() {
+    kept::Shelf<std::uint64_t, KeptMessage> shelf;
+    shelf.keys = [] { return std::vector<std::uint64_t>(); };
+    shelf.get = [](std::uint64_t number) -> std::optional<KeptMessage> {
+        const BusLock lock(busState().mutex);
+        auto& sent = busState().sent;
+        const std::uint64_t fromEnd = busState().sentSoFar - number;
+        if (fromEnd >= sent.size()) return std::nullopt;
+        return KeptMessage{described(sent[sent.size() - 1 - static_cast<std::size_t>(fromEnd)]).raw};
+    };
+    shelf.put = [](std::uint64_t, const KeptMessage& kept) {
+        if (kept.raw.size() < sizeof(CmsMsgHeader)) return;
+        Message message;
+        std::memcpy(&message.header, kept.raw.data(), sizeof message.header);
+        message.payload.assign(kept.raw.begin() + sizeof message.header, kept.raw.end());
+        const BusLock lock(busState().mutex);
+        keepSent(std::move(message));
+    };
+    shelf.remove = [](std::uint64_t) {};
+    return kept::section<std::uint64_t, KeptMessage>(kept::kRunMessages, shelf);
 }
 
 }  // namespace
 
 namespace bus {
+
+kept::Sections sections() {
+    return {valueSection(), gatewaySection(), messageSection()};
+}
 
 // Handles and descriptors stay good: the program under test keeps them for its life.
 void reset() {
@@ -232,6 +347,7 @@ void reset() {
         emptied(entry.second);
     }
     state.sent.clear();
+    state.sentSoFar = 0;
     state.answers.clear();
     state.mode = GatewayMode::Answers;
     state.answerDelayMs = kDefaultAnswerDelayMs;
@@ -252,6 +368,7 @@ void afterForkInChild() {
 }
 
 nlohmann::json toJson() {
+    catchUp();
     auto& state = busState();
     BusLock lock(state.mutex);
     const auto messages = state.sent;
@@ -282,12 +399,16 @@ nlohmann::json toJson() {
 // ---- the facade's view ----
 
 void VirtualOnu::setGateway(GatewayMode mode, int answerDelayMs) {
-    const BusLock lock(busState().mutex);
-    busState().mode = mode;
-    busState().answerDelayMs = answerDelayMs;
+    {
+        const BusLock lock(busState().mutex);
+        busState().mode = mode;
+        busState().answerDelayMs = answerDelayMs;
+    }
+    keep(kept::kGateway);
 }
 
 std::vector<BusMessage> VirtualOnu::sentMessages() const {
+    catchUp();
     const BusLock lock(busState().mutex);
     std::vector<BusMessage> result;
     for (const auto& message : busState().sent) result.push_back(described(message));
@@ -311,11 +432,15 @@ void VirtualOnu::gatewaySends(std::uint32_t type, const std::vector<std::uint8_t
 }
 
 void VirtualOnu::setPersistent(const std::string& key, const std::string& value) {
-    const BusLock lock(busState().mutex);
-    busState().persistent[key].assign(value.begin(), value.end());
+    {
+        const BusLock lock(busState().mutex);
+        busState().persistent[key].assign(value.begin(), value.end());
+    }
+    keep(kept::kPersistent, key);
 }
 
 std::optional<std::string> VirtualOnu::persistent(const std::string& key) const {
+    catchUp();
     const BusLock lock(busState().mutex);
     const auto found = busState().persistent.find(key);
     if (found == busState().persistent.end()) return std::nullopt;
@@ -405,8 +530,11 @@ int cmsPsp_get(const char* key, void* buffer, unsigned int size) {
 int cmsPsp_set(const char* key, const void* buffer, unsigned int size) {
     return platformCall("cmsPsp_set", arguments(key, size), [&] {
         const auto* bytes = static_cast<const std::uint8_t*>(buffer);
-        const BusLock lock(busState().mutex);
-        busState().persistent[key].assign(bytes, bytes + size);
+        {
+            const BusLock lock(busState().mutex);
+            busState().persistent[key].assign(bytes, bytes + size);
+        }
+        keep(kept::kPersistent, std::string(key));
         return 0;
     });
 }

@@ -16,11 +16,11 @@ namespace virtual_onu {
 
 namespace {
 
-constexpr unsigned kTconts = 32;
-constexpr unsigned kQueuesPerTcont = 8;
 constexpr unsigned kGemPorts = 256;
 constexpr unsigned kUnbound = 65535;
-constexpr std::size_t kCounters = 10;
+using pon::kCounters;
+using pon::kQueuesPerTcont;
+using pon::kTconts;
 
 struct PonState {
     std::map<unsigned, Tcont> tconts;      // by index: bound to an alloc-id or traffic-managed
@@ -36,6 +36,7 @@ PonState& ponState() {
 Tcont& tcontAt(unsigned index) {
     auto& tcont = ponState().tconts[index];
     tcont.index = index;
+    kept::changed(kept::kTconts, index);
     return tcont;
 }
 
@@ -92,6 +93,7 @@ int configureGemPort(GponCtlGemPortConfig& record) {
     } else if (findGemPortByIndex(*index) != nullptr) {
         return EBUSY;
     }
+    kept::changed(kept::kGemPorts, record.gemPortId);
     ponState().gemPorts[record.gemPortId] = {*index,         record.gemPortId,
                                              record.allocId, record.downstreamOnly != 0,
                                              false,          std::vector<std::uint32_t>(kCounters)};
@@ -166,6 +168,10 @@ std::map<unsigned, Tcont>& tcontsInPlace() {
     return ponState().tconts;
 }
 
+std::optional<unsigned>& adminStateInPlace() {
+    return ponState().adminState;
+}
+
 nlohmann::json toJson() {
     const VirtualOnu& onu = VirtualOnu::instance();
     auto tconts = nlohmann::json::array();
@@ -237,6 +243,7 @@ void VirtualOnu::addGemPort(unsigned portId, unsigned index, unsigned allocId) {
         throw std::invalid_argument("addGemPort: port id or index is taken");
     }
     deviceChanged();
+    kept::changed(kept::kGemPorts, portId);
     ponState().gemPorts[portId] = {
         index, portId, allocId, allocId == kUnbound, false, std::vector<std::uint32_t>(kCounters)};
 }
@@ -246,6 +253,7 @@ void VirtualOnu::setGemCounter(unsigned portId, unsigned counter, std::uint32_t 
     GemPort* port = findGemPort(portId);
     if (port == nullptr || counter >= kCounters) throw std::invalid_argument("setGemCounter: no such port or counter");
     port->counters[counter] = value;
+    kept::changed(kept::kGemPorts, portId);
 }
 
 std::optional<unsigned> VirtualOnu::adminState() const {
@@ -276,6 +284,7 @@ int gponCtl_deconfigTcontAllocId(const GponCtlTcontAllocId* record) {
         const auto tcont = ponState().tconts.find(index);
         if (tcont == ponState().tconts.end() || tcont->second.allocId == kUnbound) return ENOENT;
         tcont->second.allocId = kUnbound;
+        kept::changed(kept::kTconts, index);
         forgetIfUnused(index);
         return 0;
     });
@@ -295,6 +304,7 @@ int gponCtl_deconfigGemPort(const GponCtlGemPortDeconfig* record) {
     return gponCall("gponCtl_deconfigGemPort", arguments(record->gemIndex, record->gemPortId), [&] {
         const GemPort* port = changedGemPort(record->gemIndex, record->gemPortId);
         if (port == nullptr) return ENOENT;
+        kept::changed(kept::kGemPorts, port->portId);
         ponState().gemPorts.erase(port->portId);
         return 0;
     });
@@ -323,6 +333,7 @@ int gponCtl_enableGemPort(GponCtlGemPortEnable* record) {
         GemPort* port = changedGemPort(record->gemIndex, record->gemPortId);
         if (port == nullptr) return ENOENT;
         port->enabled = record->enable != 0;
+        kept::changed(kept::kGemPorts, port->portId);
         return 0;
     });
 }
@@ -342,6 +353,7 @@ int gponCtl_startAdminState(const GponCtlAdminState* record) {
     const unsigned state = record->state;
     return gponCall("gponCtl_startAdminState", arguments(state), [&] {
         ponState().adminState = state;
+        kept::changed(kept::kPonLink);
         return 0;
     });
 }
@@ -387,6 +399,7 @@ int tmctl_portTmInit(int deviceType, const TmctlIf* interface, unsigned int conf
 
 int tmctl_portTmUninit(int deviceType, const TmctlIf* interface) {
     return queueCall("tmctl_portTmUninit", deviceType, *interface, "", [](Tcont& tcont) {
+        kept::changed(kept::kTconts, tcont.index);
         tcont.trafficManaged = false;
         tcont.queues.clear();
         forgetIfUnused(tcont.index);
@@ -410,6 +423,7 @@ int tmctl_setQueueCfg(int deviceType, const TmctlIf* interface, const TmctlQueue
         if (config->schedMode != TMCTL_SCHED_STRICT_PRIORITY && config->schedMode != TMCTL_SCHED_WEIGHTED_ROUND_ROBIN) {
             return EINVAL;
         }
+        kept::changed(kept::kTconts, tcont.index);
         Queue wanted{config->queueId,   config->priority,    config->queueSize,   config->weight,
                      config->schedMode, config->shapingRate, config->shapingBurst};
         const auto queue = queueAt(tcont, wanted.id);
@@ -430,6 +444,7 @@ int tmctl_delQueueCfg(int deviceType, const TmctlIf* interface, int queueId) {
     return queueCall("tmctl_delQueueCfg", deviceType, *interface, ", " + arguments(queueId), [&](Tcont& tcont) {
         const auto queue = queueAt(tcont, static_cast<unsigned>(queueId));
         if (queue == tcont.queues.end()) return ENOENT;
+        kept::changed(kept::kTconts, tcont.index);
         tcont.queues.erase(queue);
         return 0;
     });

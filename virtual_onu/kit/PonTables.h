@@ -3,7 +3,9 @@
 #ifndef VIRTUAL_ONU_PON_TABLES_H
 #define VIRTUAL_ONU_PON_TABLES_H
 
+#include <cstddef>
 #include <map>
+#include <optional>
 
 #include "VirtualOnu.h"
 
@@ -19,8 +21,13 @@ enum GemCounter : unsigned {
     kFramesDiscarded = 6,
 };
 
+constexpr unsigned kTconts = 32;
+constexpr unsigned kQueuesPerTcont = 8;
+constexpr std::size_t kCounters = 10;  // of a GEM port
+
 std::map<unsigned, GemPort>& gemPortsInPlace();  // by port id
 std::map<unsigned, Tcont>& tcontsInPlace();      // by index
+std::optional<unsigned>& adminStateInPlace();
 
 }  // namespace virtual_onu::pon
 

@@ -28,16 +28,17 @@ struct VlanState {
     unsigned openCount = 0;  // vlanCtl_init minus vlanCtl_cleanup
     std::string suffix = ".v";
     std::vector<RuleTerm> pending;
-    std::uint32_t nextRuleId = 1;
-    std::map<TableKey, Table> tables;
-    std::vector<std::pair<std::string, std::string>> flows;
-    std::map<std::string, int> realDeviceModes;
-    OutOfRangeFilters outOfRange = OutOfRangeFilters::NeverMatch;
 };
 
 VlanState& vlanState() {
     static VlanState& state = *new VlanState;
     return state;
+}
+
+using vlan::installed;
+
+void changedDefault(const TableKey& key) {
+    kept::changed(kept::kDefaults, vlan::textOf(key));
 }
 
 std::string nameOf(const char* text) {
@@ -89,8 +90,8 @@ int createVlanDevice(const std::string& realDevice, const std::string& name, int
 }
 
 Table* findTable(const std::string& device, unsigned direction, unsigned tags) {
-    const auto found = vlanState().tables.find({device, direction, tags});
-    return found == vlanState().tables.end() ? nullptr : &found->second;
+    const auto found = installed().tables.find({device, direction, tags});
+    return found == installed().tables.end() ? nullptr : &found->second;
 }
 
 }  // namespace
@@ -100,15 +101,33 @@ namespace vlan {
 void reset() {
     const DeviceLock lock(deviceMutex());
     vlanState() = VlanState{};
+    installed() = Installed{};
     deviceChanged();
+}
+
+Installed& installed() {
+    static Installed& state = *new Installed;
+    return state;
+}
+
+std::string textOf(const TableKey& key) {
+    return key.device + (key.direction == kReceive ? " rx " : " tx ") + std::to_string(key.tags);
 }
 
 void deviceRemoved(const std::string& name) {
     const DeviceLock lock(deviceMutex());
-    auto& state = vlanState();
+    auto& state = installed();
     deviceChanged();
     auto table = state.tables.lower_bound({name, 0, 0});
-    while (table != state.tables.end() && table->first.device == name) table = state.tables.erase(table);
+    for (; table != state.tables.end() && table->first.device == name; table = state.tables.erase(table)) {
+        for (const TagRule& rule : table->second.rules) {
+            kept::changed(kept::kRules, rule.id);
+            state.places.erase(rule.id);
+        }
+        if (table->second.defaultAction) changedDefault(table->first);
+    }
+    if (!state.flows.empty()) kept::changed(kept::kFlows);
+    if (state.realDeviceModes.count(name) != 0) kept::changed(kept::kDeviceModes, name);
     state.flows.erase(std::remove_if(state.flows.begin(), state.flows.end(),
                                      [&](const auto& flow) { return flow.first == name || flow.second == name; }),
                       state.flows.end());
@@ -116,12 +135,12 @@ void deviceRemoved(const std::string& name) {
 }
 
 void forEachTable(const std::function<void(const TableKey&, const Table&)>& look) {
-    for (const auto& [key, table] : vlanState().tables)
+    for (const auto& [key, table] : installed().tables)
         if (!table.rules.empty() || table.defaultAction) look(key, table);
 }
 
 const std::vector<std::pair<std::string, std::string>>& flowList() {
-    return vlanState().flows;
+    return installed().flows;
 }
 
 nlohmann::json toJson() {
@@ -156,7 +175,7 @@ nlohmann::json toJson() {
 std::vector<RuleTable> VirtualOnu::ruleTables() const {
     const DeviceLock lock(deviceMutex());
     std::vector<RuleTable> result;
-    for (const auto& [key, table] : vlanState().tables) {
+    for (const auto& [key, table] : installed().tables) {
         if (table.rules.empty() && !table.defaultAction) continue;
         result.push_back({key.device, key.direction, key.tags, table.rules, table.defaultAction});
     }
@@ -184,25 +203,26 @@ std::optional<DefaultAction> VirtualOnu::defaultAction(const std::string& device
 
 void VirtualOnu::setOutOfRangeFilters(OutOfRangeFilters behaviour) {
     const DeviceLock lock(deviceMutex());
-    vlanState().outOfRange = behaviour;
+    installed().outOfRange = behaviour;
+    kept::changed(kept::kVlanKit);
     deviceChanged();
 }
 
 OutOfRangeFilters VirtualOnu::outOfRangeFilters() const {
     const DeviceLock lock(deviceMutex());
-    return vlanState().outOfRange;
+    return installed().outOfRange;
 }
 
 std::size_t VirtualOnu::ruleCount() const {
     const DeviceLock lock(deviceMutex());
     std::size_t count = 0;
-    for (const auto& entry : vlanState().tables) count += entry.second.rules.size();
+    for (const auto& entry : installed().tables) count += entry.second.rules.size();
     return count;
 }
 
 std::vector<std::pair<std::string, std::string>> VirtualOnu::flows() const {
     const DeviceLock lock(deviceMutex());
-    return vlanState().flows;
+    return installed().flows;
 }
 
 }  // namespace virtual_onu
@@ -267,7 +287,8 @@ int vlanCtl_setRealDevMode(const char* realDev, int mode) {
         "vlanCtl_setRealDevMode", arguments(realDev, mode),
         [&] {
             if (!network::exists(nameOf(realDev))) return ENODEV;
-            vlanState().realDeviceModes[nameOf(realDev)] = mode;
+            installed().realDeviceModes[nameOf(realDev)] = mode;
+            kept::changed(kept::kDeviceModes, nameOf(realDev));
             return 0;
         },
         nameOf(realDev));
@@ -284,7 +305,9 @@ int vlanCtl_setDefaultAction(const char* realDev, unsigned int direction, unsign
             // A dropping default needs no device, but one that is named must be there.
             const bool needsDevice = action == kActionPass || !wanted.device.empty();
             if (needsDevice && !network::exists(wanted.device)) return ENODEV;
-            vlanState().tables[{nameOf(realDev), direction, nbrOfTags}].defaultAction = wanted;
+            const TableKey key{nameOf(realDev), direction, nbrOfTags};
+            installed().tables[key].defaultAction = wanted;
+            changedDefault(key);
             return 0;
         },
         nameOf(realDev));
@@ -296,8 +319,10 @@ int vlanCtl_createVlanFlows(const char* rxVlanDev, const char* txVlanDev) {
         [&] {
             const std::pair<std::string, std::string> flow(nameOf(rxVlanDev), nameOf(txVlanDev));
             if (!network::exists(flow.first) || !network::exists(flow.second)) return ENODEV;
-            auto& flows = vlanState().flows;
-            if (std::find(flows.begin(), flows.end(), flow) == flows.end()) flows.push_back(flow);
+            auto& flows = installed().flows;
+            if (std::find(flows.begin(), flows.end(), flow) != flows.end()) return 0;
+            flows.push_back(flow);
+            kept::changed(kept::kFlows);
             return 0;
         },
         nameOf(rxVlanDev));
@@ -341,9 +366,14 @@ int vlanCtl_insertTagRule(const char* realDev, unsigned int direction, unsigned 
             if (position != VLANCTL_POSITION_FRONT && position != VLANCTL_POSITION_APPEND) return EINVAL;
             if (namesMissingDevice(state.pending)) return ENODEV;
             deviceChanged();
-            auto& rules = state.tables[{nameOf(realDev), direction, nbrOfTags}].rules;
-            const TagRule rule{state.nextRuleId++, state.pending};
-            rules.insert(position == VLANCTL_POSITION_FRONT ? rules.begin() : rules.end(), rule);
+            const bool front = position == VLANCTL_POSITION_FRONT;
+            const TableKey key{nameOf(realDev), direction, nbrOfTags};
+            auto& rules = installed().tables[key].rules;
+            const TagRule rule{installed().nextRuleId++, state.pending};
+            rules.insert(front ? rules.begin() : rules.end(), rule);
+            installed().places[rule.id] = {key, front};
+            kept::changed(kept::kRules, rule.id);
+            kept::changed(kept::kVlanKit);
             *tagRuleId = rule.id;
             received = out(rule.id);
             return 0;
@@ -362,6 +392,8 @@ int vlanCtl_removeTagRule(const char* realDev, unsigned int direction, unsigned 
                                            [&](const TagRule& candidate) { return candidate.id == tagRuleId; });
             if (rule == table->rules.end()) return ENOENT;
             table->rules.erase(rule);
+            installed().places.erase(tagRuleId);
+            kept::changed(kept::kRules, tagRuleId);
             return 0;
         },
         nameOf(realDev));

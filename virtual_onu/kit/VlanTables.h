@@ -3,7 +3,9 @@
 #ifndef VIRTUAL_ONU_VLAN_TABLES_H
 #define VIRTUAL_ONU_VLAN_TABLES_H
 
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -27,6 +29,24 @@ struct TableKey {
         return std::tie(device, direction, tags) < std::tie(other.device, other.direction, other.tags);
     }
 };
+
+// What the driver keeps. The rest of the kit's library lives and dies with the process: the rule that is being
+// composed, the suffix of names, whether it is open.
+struct Installed {
+    std::uint32_t nextRuleId = 1;
+    std::map<TableKey, Table> tables;
+    std::vector<std::pair<std::string, std::string>> flows;
+    std::map<std::string, int> realDeviceModes;
+    OutOfRangeFilters outOfRange = OutOfRangeFilters::NeverMatch;
+    // By rule id, where it stands; a rule that was put in front of its table stands before all with lower ids.
+    struct Place {
+        TableKey table;
+        bool front;
+    };
+    std::map<std::uint32_t, Place> places;
+};
+Installed& installed();
+std::string textOf(const TableKey& key);  // "sid0 rx 1"
 
 // Every table that holds a rule or a default action.
 void forEachTable(const std::function<void(const TableKey&, const Table&)>& look);

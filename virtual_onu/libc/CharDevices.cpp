@@ -11,6 +11,7 @@
 
 #include "Core.h"
 #include "Facilities.h"
+#include "Section.h"
 #include "VirtualOnu.h"
 #include "platform/kit_numbers.h"
 
@@ -58,6 +59,57 @@ State& state() {
     return theState;
 }
 
+// ---- as sections of a board that is kept ----
+
+constexpr std::size_t kLongestRecord = 65536;
+
+struct KeptOptics {
+    std::uint16_t receiveLevel = 0, transmitLevel = 0;
+    std::vector<std::uint8_t> image;
+};
+struct KeptRequest {
+    std::vector<std::uint8_t> record;
+};
+struct KeptAnswer {
+    StackAnswer answer;
+};
+
+template <typename Record>
+void describe(Record& record, KeptOptics& optics) {
+    record.number("rawReceiveLevel", optics.receiveLevel);
+    record.number("rawTransmitLevel", optics.transmitLevel);
+    record.bytes("i2cImage", optics.image, kLongestRecord);
+}
+
+template <typename Record>
+void describe(Record& record, KeptRequest& request) {
+    record.bytes("record", request.record, kLongestRecord);
+}
+
+template <typename Record>
+void describe(Record& record, KeptAnswer& kept) {
+    record.bytes("record", kept.answer.record, kLongestRecord);
+    record.number("error", kept.answer.error);
+}
+
+template <typename Kept, typename Value, typename Make, typename Take>
+kept::Section stackSection(const char* name, std::map<unsigned, Value> State::*map, Make make, Take take) {
+    kept::Shelf<unsigned, Kept> shelf;
+    shelf.keys = [map] {
+        std::vector<unsigned> numbers;
+        for (const auto& entry : state().*map) numbers.push_back(entry.first);
+        return numbers;
+    };
+    shelf.get = [map, make](unsigned number) -> std::optional<Kept> {
+        const auto found = (state().*map).find(number);
+        if (found == (state().*map).end()) return std::nullopt;
+        return make(found->second);
+    };
+    shelf.put = [map, take](unsigned number, Kept kept) { (state().*map)[number] = take(std::move(kept)); };
+    shelf.remove = [map](unsigned number) { (state().*map).erase(number); };
+    return kept::section<unsigned, Kept>(name, shelf);
+}
+
 // Answers the request and adds what it wrote to the argument text of the trace.
 int laserRequest(unsigned long request, void* argument, std::string& text) {
     if (request == LASER_IOC_GET_I2C_DUMP) {
@@ -81,6 +133,7 @@ int stackRequest(unsigned long request, void* argument) {
     const auto number = static_cast<unsigned>(request);
     const auto* bytes = static_cast<const std::uint8_t*>(argument);
     state().requests[number].assign(bytes, bytes + size->second);
+    kept::changed(kept::kStackRequests, number);
     const auto answer = state().answers.find(number);
     if (answer == state().answers.end()) return 0;
     if (answer->second.error != 0) return answer->second.error;
@@ -129,6 +182,26 @@ void reset() {
     deviceChanged();
 }
 
+kept::Sections sections() {
+    return {kept::single<KeptOptics>(
+                kept::kOptics,
+                [] {
+                    return KeptOptics{state().receiveLevel, state().transmitLevel, state().i2cImage};
+                },
+                [](KeptOptics optics) {
+                    state().receiveLevel = optics.receiveLevel;
+                    state().transmitLevel = optics.transmitLevel;
+                    state().i2cImage = std::move(optics.image);
+                }),
+            stackSection<KeptRequest>(
+                kept::kStackRequests, &State::requests,
+                [](const std::vector<std::uint8_t>& record) { return KeptRequest{record}; },
+                [](KeptRequest kept) { return std::move(kept.record); }),
+            stackSection<KeptAnswer>(
+                kept::kStackAnswers, &State::answers, [](const StackAnswer& answer) { return KeptAnswer{answer}; },
+                [](KeptAnswer kept) { return std::move(kept.answer); })};
+}
+
 nlohmann::json toJson() {
     const DeviceLock lock(deviceMutex());
     nlohmann::json requests = nlohmann::json::object();
@@ -157,17 +230,20 @@ void VirtualOnu::setOptics(std::uint16_t rawReceive, std::uint16_t rawTransmit) 
     const DeviceLock lock(deviceMutex());
     chardev::state().receiveLevel = rawReceive;
     chardev::state().transmitLevel = rawTransmit;
+    kept::changed(kept::kOptics);
     deviceChanged();
 }
 
 void VirtualOnu::setI2cImage(const std::vector<std::uint8_t>& image) {
     const DeviceLock lock(deviceMutex());
     chardev::state().i2cImage = image;
+    kept::changed(kept::kOptics);
 }
 
 void VirtualOnu::setStackAnswer(unsigned request, StackAnswer answer) {
     const DeviceLock lock(deviceMutex());
     chardev::state().answers[request] = std::move(answer);
+    kept::changed(kept::kStackAnswers, request);
 }
 
 std::vector<std::uint8_t> VirtualOnu::stackRequest(unsigned request) const {

@@ -6,6 +6,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "Facilities.h"
 #include "libc/real/Descriptors.h"
 
 namespace virtual_onu::chardev {
@@ -18,6 +19,7 @@ int ioctl(descriptors::Kind kind, unsigned long request, void* argument);
 
 void reset();
 nlohmann::json toJson();
+kept::Sections sections();
 
 }  // namespace virtual_onu::chardev
 

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <forward_list>
 #include <map>
 #include <set>
 
@@ -13,6 +14,7 @@
 
 #include "Core.h"
 #include "Facilities.h"
+#include "Section.h"
 #include "kernel/HostKernel.h"
 #include "kernel/Network.h"
 #include "libc/CharDevices.h"
@@ -37,8 +39,7 @@ constexpr char kSplitStatistics[] = "/proc/net/dev_extstats";
 constexpr char kBootId[] = "/proc/sys/kernel/random/boot_id";
 constexpr char kPlainFolder[] = "/proc/driver/i2c";  // the only one above that holds plain files
 
-// Paths that VirtualOnu::writeFile made device paths. Replaced as a whole and never destroyed: looked at without a
-// lock.
+// Paths that VirtualOnu::writeFile made device paths. Replaced as a whole: looked at without a lock.
 std::atomic<const std::set<std::string>*> added{nullptr};
 
 struct State {
@@ -63,11 +64,24 @@ const char* behind(const char* path, const char* name) {
     return *path == '\0' || *path == '/' ? path : nullptr;
 }
 
+std::set<std::string> addedPaths() {
+    const auto* now = added.load(std::memory_order_acquire);
+    return now != nullptr ? *now : std::set<std::string>();
+}
+
+// With the device lock.
+void setAddedPaths(std::set<std::string> paths) {
+    if (paths == addedPaths()) return;
+    // Somebody may be looking at the one before: none is destroyed.
+    static auto& all = *new std::forward_list<std::set<std::string>>;
+    all.push_front(std::move(paths));
+    added.store(&all.front(), std::memory_order_release);
+}
+
 void addPath(const std::string& path) {
-    const auto* before = added.load(std::memory_order_acquire);
-    auto* after = before != nullptr ? new std::set<std::string>(*before) : new std::set<std::string>;
-    after->insert(path);
-    added.store(after, std::memory_order_release);
+    std::set<std::string> paths = addedPaths();
+    paths.insert(path);
+    setAddedPaths(std::move(paths));
 }
 
 bool isCharacterDevice(const std::string& path) {
@@ -123,17 +137,25 @@ Content plainFile(const std::string& path) {
     return counted ? std::make_shared<std::string>(std::move(*counted)) : nullptr;
 }
 
+void plainFileChanged(const std::string& path) {
+    kept::changed(kept::kFiles, path);
+}
+
 Content makePlainFile(const std::string& path) {
+    plainFileChanged(path);
     return state().plain[path] = std::make_shared<std::string>();
 }
 
 bool removePlainFile(const std::string& path) {
+    plainFileChanged(path);
     return state().plain.erase(path) != 0;
 }
 
 bool renamePlainFile(const std::string& from, const std::string& to) {
     const Content content = plainFile(from);
     if (content == nullptr) return false;
+    plainFileChanged(from);
+    plainFileChanged(to);
     state().plain.erase(from);
     state().plain[to] = content;
     return true;
@@ -170,6 +192,7 @@ int store(const std::string& path, const std::string& text, bool append) {
     Content content = plainFile(name);
     if (content == nullptr) content = makePlainFile(name);
     *content = append ? *content + text : text;
+    plainFileChanged(name);
     return 0;
 }
 
@@ -182,6 +205,89 @@ std::optional<std::string> load(const std::string& path) {
 }
 
 // ---- state ----
+
+namespace {
+
+struct KeptFile {
+    std::string content;
+};
+struct KeptPaths {
+    std::vector<std::string> added, removed, denied;
+};
+
+template <typename Record>
+void describe(Record& record, KeptFile& file) {
+    record.text("content", file.content);
+}
+
+template <typename Record>
+void describe(Record& record, KeptPaths& paths) {
+    record.texts("added", paths.added);
+    record.texts("removed", paths.removed);
+    record.texts("denied", paths.denied);
+}
+
+template <typename Value>
+std::vector<std::string> namesIn(const std::map<std::string, Value>& files) {
+    std::vector<std::string> names;
+    for (const auto& entry : files) names.push_back(entry.first);
+    return names;
+}
+
+kept::Section contentSection() {
+    kept::Shelf<std::string, KeptFile> shelf;
+    shelf.keys = [] { return namesIn(state().plain); };
+    shelf.get = [](const std::string& path) -> std::optional<KeptFile> {
+        const auto found = state().plain.find(path);
+        if (found == state().plain.end()) return std::nullopt;
+        return KeptFile{*found->second};
+    };
+    // In place: open descriptors share the content.
+    shelf.put = [](const std::string& path, KeptFile file) {
+        Content& content = state().plain[path];
+        if (content == nullptr) content = std::make_shared<std::string>();
+        *content = std::move(file.content);
+    };
+    shelf.remove = [](const std::string& path) { state().plain.erase(path); };
+    return kept::section<std::string, KeptFile>(kept::kFiles, shelf);
+}
+
+kept::Section replacedSection() {
+    kept::Shelf<std::string, KeptFile> shelf;
+    shelf.keys = [] { return namesIn(state().replaced); };
+    shelf.get = [](const std::string& path) -> std::optional<KeptFile> {
+        const auto found = state().replaced.find(path);
+        if (found == state().replaced.end()) return std::nullopt;
+        return KeptFile{found->second};
+    };
+    shelf.put = [](const std::string& path, KeptFile file) { state().replaced[path] = std::move(file.content); };
+    shelf.remove = [](const std::string& path) { state().replaced.erase(path); };
+    return kept::section<std::string, KeptFile>(kept::kReplaced, shelf);
+}
+
+KeptPaths pathsNow() {
+    KeptPaths paths;
+    const std::set<std::string> more = addedPaths();
+    paths.added.assign(more.begin(), more.end());
+    paths.removed.assign(state().removed.begin(), state().removed.end());
+    paths.denied.assign(state().denied.begin(), state().denied.end());
+    return paths;
+}
+
+void putPaths(const KeptPaths& paths) {
+    setAddedPaths({paths.added.begin(), paths.added.end()});
+    state().removed = {paths.removed.begin(), paths.removed.end()};
+    state().denied = {paths.denied.begin(), paths.denied.end()};
+}
+
+}  // namespace
+
+kept::Sections sections() {
+    kept::Sections all = {contentSection(), replacedSection(),
+                          kept::single<KeptPaths>(kept::kPaths, pathsNow, putPaths), descriptors::section()};
+    for (kept::Section& section : chardev::sections()) all.push_back(std::move(section));
+    return all;
+}
 
 void reset() {
     const DeviceLock lock(deviceMutex());
@@ -235,8 +341,10 @@ void VirtualOnu::writeFile(const std::string& devicePath, const std::string& con
     const DeviceLock lock(deviceMutex());
     const std::string path = files::normal(devicePath.c_str());
     files::state().removed.erase(path);
+    kept::changed(kept::kPaths);
     if (files::isKernelFile(path)) {
         files::state().replaced.erase(path);
+        kept::changed(kept::kReplaced, path);
         if (changeModel(path, content) || (sysfs::writable(path) && sysfs::write(path, content) == 0)) return;
         files::state().replaced[path] = content;
         return;
@@ -255,6 +363,7 @@ void VirtualOnu::removeFile(const std::string& devicePath) {
     const std::string path = files::normal(devicePath.c_str());
     if (files::isKernelFile(path) || files::isCharacterDevice(path)) {
         files::state().removed.insert(path);
+        kept::changed(kept::kPaths);
     } else {
         files::removePlainFile(path);
     }
@@ -263,6 +372,7 @@ void VirtualOnu::removeFile(const std::string& devicePath) {
 void VirtualOnu::denyFile(const std::string& devicePath, bool denied) {
     const DeviceLock lock(deviceMutex());
     const std::string path = files::normal(devicePath.c_str());
+    kept::changed(kept::kPaths);
     if (denied) {
         files::state().denied.insert(path);
     } else {

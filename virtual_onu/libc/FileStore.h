@@ -25,6 +25,7 @@ bool isRemoved(const std::string& path);  // a kernel file or character device t
 std::optional<std::string> kernelFile(const std::string& path);
 Content plainFile(const std::string& path);  // null when there is none
 Content makePlainFile(const std::string& path);
+void plainFileChanged(const std::string& path);  // its content, through what the above have answered
 bool removePlainFile(const std::string& path);
 bool renamePlainFile(const std::string& from, const std::string& to);
 std::optional<std::vector<sysfs::Entry>> list(const std::string& path);  // nothing: no such directory

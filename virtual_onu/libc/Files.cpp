@@ -147,7 +147,10 @@ int openPlainFile(const std::string& path, int flags, mode_t mode) {
     if (content == nullptr && (flags & O_CREAT) == 0) return openFolder(path, flags);
     if ((flags & O_DIRECTORY) != 0) return -ENOTDIR;
     if (content == nullptr) content = makePlainFile(path);
-    if ((flags & O_TRUNC) != 0) content->clear();
+    if ((flags & O_TRUNC) != 0) {
+        content->clear();
+        plainFileChanged(path);
+    }
     const bool readOnly = isReadOnly(flags);
     const int fd = readOnly ? readOnlyMemoryWith(*content, flags) : memoryWith(*content, flags, mode);
     if (fd < 0) return fd;
@@ -263,7 +266,9 @@ int settle(int fd) {
     if (kind != Kind::File) return 0;
     const DeviceLock lock(deviceMutex());
     const auto file = openFiles().find(fd);
-    if (file != openFiles().end() && file->second->content != nullptr) *file->second->content = contentOf(fd);
+    if (file == openFiles().end() || file->second->content == nullptr) return 0;
+    *file->second->content = contentOf(fd);
+    plainFileChanged(descriptors::pathOf(fd));
     return 0;
 }
 

@@ -8,6 +8,7 @@
 
 #include "Core.h"
 #include "Facilities.h"
+#include "Section.h"
 
 namespace virtual_onu::runner {
 namespace {
@@ -25,6 +26,7 @@ struct Object {
     std::string configuration;
     std::map<std::string, std::string> attributes;
     std::vector<Entry> entries;
+    std::uint64_t order = 0;  // of creation
 };
 
 struct State {
@@ -33,6 +35,7 @@ struct State {
     std::vector<std::string> keys;  // of the ingress queue
     bool ingressQueueOn = true;
     std::vector<std::string> remarks;
+    std::uint64_t created = 0;
 };
 
 State& state() {
@@ -40,8 +43,77 @@ State& state() {
     return theState;
 }
 
+// ---- as sections of a board that is kept ----
+
+struct IngressQueue {
+    bool enabled = true;
+    std::vector<std::string> keys;
+};
+struct Remarks {
+    std::vector<std::string> remarks;
+};
+
+template <typename Record>
+void describe(Record& record, Entry& entry) {
+    record.text("attribute", entry.attribute);
+    record.text("key", entry.key);
+    record.text("result", entry.value);
+}
+
+template <typename Record>
+void describe(Record& record, Object& object) {
+    record.number("order", object.order);
+    record.text("configuration", object.configuration);
+    record.textsByName("attributes", object.attributes);
+    record.list("entries", object.entries);
+}
+
+template <typename Record>
+void describe(Record& record, IngressQueue& queue) {
+    record.flag("enabled", queue.enabled);
+    record.texts("keys", queue.keys);
+}
+
+template <typename Record>
+void describe(Record& record, Remarks& all) {
+    record.texts("remarks", all.remarks);
+}
+
+kept::Section objectSection(const char* name, std::vector<Object> State::*list) {
+    const auto placeOf = [list](const std::string& key) {
+        auto& objects = state().*list;
+        return std::find_if(objects.begin(), objects.end(), [&](const Object& one) { return one.name == key; });
+    };
+    kept::Shelf<std::string, Object> shelf;
+    shelf.keys = [list] {
+        std::vector<std::string> names;
+        for (const Object& object : state().*list) names.push_back(object.name);
+        return names;
+    };
+    shelf.get = [list, placeOf](const std::string& key) {
+        const auto found = placeOf(key);
+        return found == (state().*list).end() ? std::nullopt : std::optional<Object>(*found);
+    };
+    shelf.put = [list, placeOf](const std::string& key, Object object) {
+        auto& objects = state().*list;
+        const auto found = placeOf(key);
+        if (found != objects.end()) objects.erase(found);
+        object.name = key;
+        state().created = std::max(state().created, object.order);
+        const auto after =
+            std::find_if(objects.begin(), objects.end(), [&](const Object& one) { return one.order > object.order; });
+        objects.insert(after, std::move(object));
+    };
+    shelf.remove = [list, placeOf](const std::string& key) {
+        const auto found = placeOf(key);
+        if (found != (state().*list).end()) (state().*list).erase(found);
+    };
+    return kept::section<std::string, Object>(name, shelf);
+}
+
 void remark(const std::string& text) {
     if (state().remarks.size() < kRemarksKept) state().remarks.push_back(text);
+    kept::changed(kept::kRunRemarks);
 }
 
 std::string joined(const Words& words, std::size_t first) {
@@ -89,6 +161,11 @@ Object* find(std::vector<Object>& objects, const std::string& name) {
     return nullptr;
 }
 
+void changed(const Object& object) {
+    const bool builtIn = find(state().objects, object.name) == nullptr && find(state().built, object.name) != nullptr;
+    kept::changed(builtIn ? kept::kBuiltIn : kept::kRunnerObjects, object.name);
+}
+
 // The object that a command names; built-in ones appear with their first setting. Null with a remark when it is absent.
 Object* named(const std::string& name) {
     if (Object* object = find(state().objects, name)) return object;
@@ -99,10 +176,13 @@ Object* named(const std::string& name) {
     if (Object* object = find(state().built, name)) return object;
     state().built.emplace_back();
     state().built.back().name = name;
+    state().built.back().order = ++state().created;
+    changed(state().built.back());
     return &state().built.back();
 }
 
 void set(Object& object, const std::string& settings) {
+    changed(object);
     for (const auto& setting : splitList(settings)) {
         const auto [name, value] = splitSetting(setting);
         object.attributes[name] = value;
@@ -127,6 +207,8 @@ bool create(const Words& words) {
         return true;
     }
     if (words.size() > 2) set(object, joined(words, 2));
+    object.order = ++state().created;
+    changed(object);
     state().objects.push_back(std::move(object));
     return true;
 }
@@ -138,6 +220,7 @@ bool destroy(const Words& words) {
     if (found == objects.end()) {
         remark("no object " + words[1]);
     } else {
+        changed(*found);
         objects.erase(found);
     }
     return true;
@@ -170,6 +253,7 @@ bool addEntry(const Words& words) {
         return true;
     }
     object->entries.push_back(std::move(entry));
+    changed(*object);
     return true;
 }
 
@@ -281,6 +365,7 @@ bool runBs(const Words& words) {
 bool runIq(const Words& words) {
     if (words.empty()) return false;
     const DeviceLock lock(deviceMutex());
+    kept::changed(kept::kIngressQueue);
     const std::string& verb = words[0];
     const bool named = words.size() > 1;
     if (verb == "enable" || verb == "disable") {
@@ -303,27 +388,43 @@ void reset() {
     deviceChanged();
 }
 
+kept::Sections sections() {
+    return {objectSection(kept::kRunnerObjects, &State::objects), objectSection(kept::kBuiltIn, &State::built),
+            kept::single<IngressQueue>(
+                kept::kIngressQueue,
+                [] {
+                    return IngressQueue{state().ingressQueueOn, state().keys};
+                },
+                [](IngressQueue queue) {
+                    state().ingressQueueOn = queue.enabled;
+                    state().keys = std::move(queue.keys);
+                }),
+            kept::single<Remarks>(
+                kept::kRunRemarks, [] { return Remarks{state().remarks}; },
+                [](Remarks all) { state().remarks = std::move(all.remarks); })};
+}
+
 nlohmann::json toJson() {
     const State now = [] {
         const DeviceLock lock(deviceMutex());
         return state();
     }();
-    const auto describe = [](const std::vector<Object>& objects) {
-        nlohmann::json list = nlohmann::json::array();
+    const auto list = [](const std::vector<Object>& objects) {
+        nlohmann::json all = nlohmann::json::array();
         for (const auto& object : objects) {
             nlohmann::json entries = nlohmann::json::array();
             for (const auto& entry : object.entries) {
                 entries.push_back({{"attribute", entry.attribute}, {"key", entry.key}, {"result", entry.value}});
             }
-            list.push_back({{"name", object.name},
-                            {"configuration", object.configuration},
-                            {"attributes", object.attributes},
-                            {"entries", entries}});
+            all.push_back({{"name", object.name},
+                           {"configuration", object.configuration},
+                           {"attributes", object.attributes},
+                           {"entries", entries}});
         }
-        return list;
+        return all;
     };
-    return {{"objects", describe(now.objects)},
-            {"builtIn", describe(now.built)},
+    return {{"objects", list(now.objects)},
+            {"builtIn", list(now.built)},
             {"ingressQueue", {{"enabled", now.ingressQueueOn}, {"keys", now.keys}}},
             {"remarks", now.remarks}};
 }

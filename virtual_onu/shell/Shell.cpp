@@ -15,6 +15,7 @@
 
 #include "Core.h"
 #include "Facilities.h"
+#include "Section.h"
 #include "kernel/Network.h"
 #include "kernel/Sysfs.h"
 #include "libc/real/RealLibc.h"
@@ -38,6 +39,72 @@ struct State {
 State& state() {
     static State& theState = *new State;
     return theState;
+}
+
+// ---- as sections of a board that is kept ----
+
+struct Process {
+    std::string command;
+};
+struct Next {
+    int process = kFirstPid;
+};
+struct KeptCommand {
+    ShellCommand command;
+};
+struct Killed {
+    std::vector<int> processes;
+};
+
+template <typename Record>
+void describe(Record& record, Process& process) {
+    record.text("command", process.command);
+}
+
+template <typename Record>
+void describe(Record& record, Next& next) {
+    record.number("process", next.process, 1);
+}
+
+template <typename Record>
+void describe(Record& record, Killed& killed) {
+    record.numbers("processes", killed.processes);
+}
+
+template <typename Record>
+void describe(Record& record, KeptCommand& kept) {
+    record.text("text", kept.command.text);
+    record.flag("understood", kept.command.understood);
+}
+
+kept::Section processSection() {
+    kept::Shelf<int, Process> shelf;
+    shelf.keys = [] {
+        std::vector<int> numbers;
+        for (const auto& entry : state().processes) numbers.push_back(entry.first);
+        return numbers;
+    };
+    shelf.get = [](int number) -> std::optional<Process> {
+        const auto found = state().processes.find(number);
+        if (found == state().processes.end()) return std::nullopt;
+        return Process{found->second};
+    };
+    shelf.put = [](int number, const Process& process) { state().processes[number] = process.command; };
+    shelf.remove = [](int number) { state().processes.erase(number); };
+    return kept::section<int, Process>(kept::kProcesses, shelf);
+}
+
+// By their number in the run. Those of other processes come behind.
+kept::Section commandSection() {
+    kept::Shelf<std::uint64_t, KeptCommand> shelf;
+    shelf.keys = [] { return std::vector<std::uint64_t>(); };
+    shelf.get = [](std::uint64_t number) -> std::optional<KeptCommand> {
+        if (number >= state().commands.size()) return std::nullopt;
+        return KeptCommand{state().commands[static_cast<std::size_t>(number)]};
+    };
+    shelf.put = [](std::uint64_t, KeptCommand kept) { state().commands.push_back(std::move(kept.command)); };
+    shelf.remove = [](std::uint64_t) {};
+    return kept::section<std::uint64_t, KeptCommand>(kept::kRunCommands, shelf);
 }
 
 std::string joined(const std::vector<std::string>& words) {
@@ -117,6 +184,8 @@ bool kill(Call& call) {
         const long pid = std::strtol(word.c_str(), &end, 10);
         if (*end == '\0' && state().processes.erase(static_cast<int>(pid)) != 0) {
             state().killed.push_back(static_cast<int>(pid));
+            kept::changed(kept::kProcesses, pid);
+            kept::changed(kept::kRunKilled);
         } else {
             call.status = 1;
         }
@@ -134,6 +203,8 @@ bool dhcpc(Call& call) {
     }
     const DeviceLock lock(deviceMutex());
     while (state().processes.count(state().nextPid) != 0) ++state().nextPid;
+    kept::changed(kept::kProcesses, state().nextPid);
+    kept::changed(kept::kNextProcess);
     state().processes[state().nextPid++] = joined(call.words);
     return true;
 }
@@ -226,7 +297,9 @@ Outcome runText(const std::string& text) {
 
 void keep(const std::string& text, bool understood) {
     const DeviceLock lock(deviceMutex());
-    if (state().commands.size() < kCommandsKept) state().commands.push_back({text, understood});
+    if (state().commands.size() >= kCommandsKept) return;
+    kept::changed(kept::kRunCommands, state().commands.size());
+    state().commands.push_back({text, understood});
 }
 
 int waitStatus(int exitStatus) {
@@ -309,6 +382,17 @@ void reset() {
     state().pipes = std::move(pipes);
 }
 
+kept::Sections sections() {
+    return {processSection(),
+            kept::single<Next>(
+                kept::kNextProcess, [] { return Next{state().nextPid}; },
+                [](Next next) { state().nextPid = next.process; }),
+            kept::single<Killed>(
+                kept::kRunKilled, [] { return Killed{state().killed}; },
+                [](Killed killed) { state().killed = std::move(killed.processes); }),
+            commandSection()};
+}
+
 nlohmann::json toJson() {
     const VirtualOnu& onu = VirtualOnu::instance();
     nlohmann::json commands = nlohmann::json::array();
@@ -337,6 +421,7 @@ std::vector<int> VirtualOnu::killedProcesses() const {
 void VirtualOnu::addProcess(int pid, const std::string& commandLine) {
     const DeviceLock lock(deviceMutex());
     shell::state().processes[pid] = commandLine;
+    kept::changed(kept::kProcesses, pid);
 }
 
 std::vector<std::pair<int, std::string>> VirtualOnu::processes() const {

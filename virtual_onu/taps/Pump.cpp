@@ -12,6 +12,7 @@
 #include "Facilities.h"
 #include "VirtualOnu.h"
 #include "frames/Links.h"
+#include "kernel/Network.h"
 #include "libc/real/RealLibc.h"
 
 namespace virtual_onu::taps {
@@ -150,6 +151,8 @@ void Pump::carry(std::size_t place, std::size_t frames) {
     {
         const DeviceLock lock(deviceMutex());
         for (std::size_t i = 0; i < frames; ++i) carryOne(place, i);
+        network::framesCounted();
+        kept::changed(kept::kClock);  // addresses that bridges have learned have its time
     }
     for (const Copy& copy : copies_) deliver(copy);
     passed_ += frames;

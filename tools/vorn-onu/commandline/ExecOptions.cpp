@@ -13,6 +13,10 @@ Command addExec(CLI::App& app) {
         ->type_name("FILE");
     command->add_option("--json", exec->jsonFile, "write the device state as JSON; - is standard output")
         ->type_name("FILE");
+    command
+        ->add_option("--board", exec->boardFile,
+                     "the board that the program finds and leaves; a file that is not there yet begins with a new one")
+        ->type_name("FILE");
     command->add_option("--report", exec->reportFile, "write a report as one HTML page")->type_name("FILE");
     command->add_option("--pcap", exec->pcapFile, "write the frames that the program sends for Wireshark")
         ->type_name("FILE");
@@ -37,6 +41,8 @@ Command addExec(CLI::App& app) {
         "has "
         "detached itself from the terminal; a second Ctrl-C kills it. A program that goes into the background goes on "
         "there: its process number and the files that it writes are named.\n\n"
+        "With --board FILE the board outlives the program: FILE holds it after every call, also when the program is "
+        "killed, and the next exec --board FILE goes on with it. All processes of the program work on it.\n\n"
         "The exit code is the program's own; 128 and the number of the signal that ended it; 127 when it cannot be "
         "started; 2 bad input.");
     return {command, [exec] { return exec->run(); }};

@@ -13,6 +13,11 @@ Command addRun(CLI::App& app) {
     command->add_flag("--trace", run->trace, "show every call into the device below the step that made it");
     command->add_option("--json", run->jsonFile, "write steps and device state as JSON; - is standard output")
         ->type_name("FILE");
+    command
+        ->add_option("--board", run->boardFile,
+                     "the board that the scenario begins with and leaves; a file that is not there yet begins with a "
+                     "new one")
+        ->type_name("FILE");
     CLI::Option* report =
         command->add_option("--report", run->reportFile, "write a report as one HTML page")->type_name("FILE");
     command->add_flag("--audit", run->audit, "compare the device with G.988 in the report, as the command audit does")
@@ -36,7 +41,7 @@ Command addRun(CLI::App& app) {
     command->footer(
         "A scenario with a mistake in it is not run. Several scenarios run each on a board of its own, a line a "
         "scenario; "
-        "--json, --report, --pcap, --trace and --hal-output go with one.\n\n"
+        "--board, --json, --report, --pcap, --trace and --hal-output go with one.\n\n"
         "Exit codes: 0 all expectations held, 1 one did not, 2 a scenario could not be read or a file not be written.");
     return {command, [run] { return run->run(); }};
 }

@@ -17,6 +17,7 @@ struct RunCommand {
     std::string reportFile;              // an HTML page
     bool audit = false;                  // the report has a part that compares the device with the standard
     std::string pcapFile;                // the frames of frame steps
+    std::string boardFile;               // the board that the scenario begins with, and leaves
     std::string junitFile;               // a test case a scenario, as CI systems read them
     unsigned jobs = 1;                   // of several scenarios, so many at a time
     bool strict = false;                 // a call into the device kit that fails is a failure
@@ -80,6 +81,7 @@ struct ExecCommand {
     std::string halOutput;          // where what the HAL prints goes: "" a log file, "-" standard output
     std::string name;               // the board can be reached by it while the program runs; "" where it cannot
     std::vector<std::string> taps;  // as with omci
+    std::string boardFile;          // the board that the program finds, and leaves
     bool quiet = false;
     // The program's own exit code; 128 and the signal's number when a signal ended it.
     int run() const;

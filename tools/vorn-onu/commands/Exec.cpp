@@ -10,11 +10,13 @@
 
 #include <nlohmann/json.hpp>
 
+#include "VirtualOnu.h"
 #include "commands/Commands.h"
 #include "io/Files.h"
 #include "io/Output.h"
 #include "living/Server.h"
 #include "program/ExecSummary.h"
+#include "program/KeptBoard.h"
 #include "program/Launch.h"
 #include "program/LogFile.h"
 #include "program/ProgramBoard.h"
@@ -79,6 +81,7 @@ bool setUp(const ExecCommand& command, const Files& files, const RunFolder& fold
     environment.set("VORN_ONU_STATE", files.state);
     if (!files.trace.empty()) environment.set("VORN_ONU_TRACE", files.trace);
     if (!files.halOutput.empty()) environment.set("VORN_ONU_HAL_OUTPUT", files.halOutput);
+    if (!command.boardFile.empty()) environment.set("VORN_ONU_BOARD", absolute(command.boardFile));
     if (!command.recordFile.empty()) environment.set("VORN_RECORDER_FILE", files.recording.beside());
     return true;
 }
@@ -114,6 +117,10 @@ int runIn(const ExecCommand& command, RunFolder& folder) {
     const auto lender = taps != nullptr ? std::make_unique<TapLender>(*taps, folder.path()) : nullptr;
     if (!setUp(command, files, folder, environment)) return kBadInput;
 
+    // This process has the board open, too: it is nobody else's, and can be shown when the program has ended.
+    const bool keepsBoard = !command.boardFile.empty();
+    if (keepsBoard) virtual_onu::VirtualOnu::instance().openBoard(command.boardFile);
+
     Supervisor supervisor;
     std::optional<Reachable> reachable;
     if (!command.name.empty()) reachable.emplace(command, folder);
@@ -145,18 +152,24 @@ int runIn(const ExecCommand& command, RunFolder& folder) {
     summary.stateIsKept = !command.jsonFile.empty() && !jsonOnly;
     summary.traceFile = files.trace;
     nlohmann::json state = stateIn(files.state);
-    addTaps(taps.get(), summary.goesOn() ? "" : files.state, state);
     const bool touched = !state.is_discarded();
+    if (keepsBoard) {
+        state = boardAndCalls(state);
+        virtual_onu::VirtualOnu::instance().closeBoard();
+    }
+    addTaps(taps.get(), keepsBoard || summary.goesOn() ? "" : files.state, state);
+    const bool isWhole = touched && !keepsBoard;  // what the program has written is what is to be kept
     if (summary.goesOn()) {
         folder.keep();
         if (!command.recordFile.empty()) summary.recording = files.recording.beside();
     } else if (!command.recordFile.empty()) {
         files.recording.putInPlace(folder.hal(), touched, summary.quiet);
     }
+    summary.touched = touched;
     summary.show(state);
-    const nlohmann::json device = touched ? state : newBoard();
+    const nlohmann::json device = touched || keepsBoard ? state : newBoard();
     if (jsonOnly) print(device.dump(1, ' ', true) + "\n");
-    if (!touched && summary.stateIsKept && !summary.goesOn()) writeFile(files.state, device.dump(1) + "\n");
+    if (!isWhole && summary.stateIsKept && !summary.goesOn()) writeFile(files.state, device.dump(1) + "\n");
     writeReport(command.reportFile, command.program, ending, device);
     writeCapture(command.pcapFile, device);
     return ending.code;

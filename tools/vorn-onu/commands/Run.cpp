@@ -38,10 +38,13 @@ std::string jsonText(const Scenario& scenario, const std::vector<StepRecord>& re
 // What belongs to one scenario is refused with several.
 void checkOptions(const RunCommand& command) {
     if (command.scenarios.size() == 1) return;
-    const std::pair<const char*, bool> options[] = {
-        {"--json", !command.jsonFile.empty()}, {"--report", !command.reportFile.empty()},
-        {"--pcap", !command.pcapFile.empty()}, {"--trace", command.trace},
-        {"--hal-output", command.halOutput},   {"--stay", command.stay}};
+    const std::pair<const char*, bool> options[] = {{"--board", !command.boardFile.empty()},
+                                                    {"--json", !command.jsonFile.empty()},
+                                                    {"--report", !command.reportFile.empty()},
+                                                    {"--pcap", !command.pcapFile.empty()},
+                                                    {"--trace", command.trace},
+                                                    {"--hal-output", command.halOutput},
+                                                    {"--stay", command.stay}};
     for (const auto& [name, given] : options)
         if (given)
             throw std::invalid_argument(std::string("vorn-onu: run: ") + name + " goes with one scenario, not with " +
@@ -72,6 +75,7 @@ RunOptions optionsOf(const RunCommand& command) {
     options.trace = command.trace;
     options.realTime = command.realTime;
     options.strict = command.strict;
+    options.newBoard = command.boardFile.empty();
     return options;
 }
 
@@ -122,9 +126,19 @@ private:
     living::OwnBoard board_;
 };
 
+// A board that is open in a file.
+struct ClosedAtTheEnd {
+    ClosedAtTheEnd() = default;
+    ~ClosedAtTheEnd() { virtual_onu::VirtualOnu::instance().closeBoard(); }
+    ClosedAtTheEnd(const ClosedAtTheEnd&) = delete;
+    ClosedAtTheEnd& operator=(const ClosedAtTheEnd&) = delete;
+};
+
 // Runs the scenario and shows all that was asked for.
 int runShown(const RunCommand& command, const Scenario& scenario, ScenarioResult& result) {
     std::optional<Staying> staying;
+    if (command.stay && scenario.restarts)
+        throw std::invalid_argument(scenario.file + ": --stay does not go with a scenario that restarts the HAL");
     if (command.stay) staying.emplace(command, scenario);
     HalOutput hal(scenario.file);
     const Terminal terminal = Terminal::of(hal.shown());
@@ -136,6 +150,9 @@ int runShown(const RunCommand& command, const Scenario& scenario, ScenarioResult
     auto& onu = virtual_onu::VirtualOnu::instance();
     onu.reset();
     const DeviceState newBoard = readState(onu.toJson());
+    const ClosedAtTheEnd board;
+    using Use = virtual_onu::VirtualOnu::BoardUse;
+    if (!command.boardFile.empty()) onu.openBoard(command.boardFile, scenario.restarts ? Use::Run : Use::Alone);
 
     RunReport collected(scenario, newBoard, command.audit);
 

@@ -8,7 +8,7 @@ _vorn_onu() {
         return
     fi
     case $command in
-        run) options="--trace --json --report --audit --pcap --hal-output --real-time --quiet --strict --junit --jobs
+        run) options="--trace --json --board --report --audit --pcap --hal-output --real-time --quiet --strict --junit --jobs
                       --stay --name --tap" ;;
         send) options="--from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source --destination
                        --after-step --json --payload --both-ways --pcap-in --pcap" ;;
@@ -19,7 +19,7 @@ _vorn_onu() {
         at) options="--json --port --follow --failed --last --from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source
                     --destination --payload --both-ways" ;;
         help) options="--man" ;;
-        exec) options="--trace --json --report --pcap --hal-output --record --name --tap --quiet" ;;
+        exec) options="--trace --json --board --report --pcap --hal-output --record --name --tap --quiet" ;;
         *) options="" ;;
     esac
     case $command:$before in

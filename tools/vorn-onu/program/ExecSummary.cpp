@@ -100,11 +100,8 @@ void ExecSummary::tellOfHalOutput() const {
 
 void ExecSummary::show(const nlohmann::json& state) const {
     if (!goesOn() && !quiet) {
-        if (state.is_discarded()) {
-            if (ending_.left.empty()) complain(program_[0] + ": has not touched the device");
-        } else {
-            showDevice(state);
-        }
+        if (!touched && ending_.left.empty()) complain(program_[0] + ": has not touched the device");
+        if (!state.is_discarded()) showDevice(state);
         tellOfHalOutput();
     }
     tellOfTheBackground();

@@ -17,6 +17,7 @@ public:
     ExecSummary(std::vector<std::string> program, const RunFolder& folder, const Ending& ending);
 
     bool quiet = false;
+    bool touched = true;                          // the program has called the device
     std::string halOutput, traceFile, recording;  // "" for none
     std::string stateFile;
     bool stateIsKept = false;  // it is there after the run

@@ -1,16 +1,14 @@
 #include "scenario/Runner.h"
 
 #include <algorithm>
-#include <exception>
 #include <memory>
 #include <mutex>
 #include <utility>
 
-#include "hal/HALFactory.h"
-#include "hal/VornHal.h"
-#include "scenario/StepWarnings.h"
+#include "scenario/Place.h"
 #include "scenario/StepsFault.h"
 #include "state/DeviceState.h"
+#include "state/Effects.h"
 
 namespace vorn_onu {
 
@@ -60,10 +58,16 @@ void lookAt(const std::vector<virtual_onu::TraceEntry>& calls, const RunOptions&
     }
 }
 
-StepRecord runStep(const Step& step, const RunOptions& options, RunContext& context, StepTrace& trace,
-                   StepWarnings& warnings) {
-    StepRecord record = performStep(step, context);
-    record.warnings = warnings.after(step, context.onu);
+StepRecord runStep(const Step& step, const RunOptions& options, RunContext& context, StepTrace& trace, Place& place) {
+    StepRecord record;
+    record.step = &step;
+    const Sight before = Sight::of(context.onu);
+    Place::Answer answer = place.run(step, context);
+    record.failures = std::move(answer.result.failures);
+    record.answer = std::move(answer.result.answer);
+    record.sent = std::move(answer.result.sent);
+    record.warnings = std::move(answer.warnings);
+    record.effects = effects(before, Sight::of(context.onu));
     lookAt(trace.take(), options, record);
     putOnLines(record);
     return record;
@@ -73,15 +77,15 @@ StepRecord runStep(const Step& step, const RunOptions& options, RunContext& cont
 
 std::vector<StepRecord> runScenario(const Scenario& scenario, const RunOptions& options, const StepListener& listener) {
     auto& onu = virtual_onu::VirtualOnu::instance();
-    onu.reset();
+    if (options.newBoard) onu.reset();
     onu.sleepForReal(options.realTime);
-    RunContext context{onu, HALFactory::getInstance()->CreateHALObject(0)};
+    const auto place = placeFor(scenario, options.newBoard);
+    RunContext context{onu, place->hal()};
     StepTrace trace(onu, options.trace || options.strict);
-    StepWarnings warnings(onu);
     std::vector<StepRecord> records;
     for (const Step& step : scenario.steps) {
         if (options.lastStep != 0 && step.number > options.lastStep) break;
-        records.push_back(runStep(step, options, context, trace, warnings));
+        records.push_back(runStep(step, options, context, trace, *place));
         records.back().lastTraceEntry = trace.last();
         listener(records.back());
     }

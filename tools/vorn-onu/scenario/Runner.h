@@ -1,4 +1,4 @@
-// Runs the steps of a scenario against a factory-new virtual ONU.
+// Runs the steps of a scenario against a virtual ONU.
 #ifndef VORN_ONU_RUNNER_H
 #define VORN_ONU_RUNNER_H
 
@@ -16,6 +16,7 @@ struct RunOptions {
     bool trace = false;
     bool realTime = false;
     bool strict = false;       // a failing call into the device kit is a failure, unless a fault step asked for it
+    bool newBoard = true;      // otherwise the scenario begins on the board as it stands
     std::size_t lastStep = 0;  // stop after this one; 0 runs them all
 };
 

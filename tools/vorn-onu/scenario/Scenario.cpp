@@ -69,7 +69,7 @@ BadScenario::BadScenario(const std::string& text) : std::runtime_error(oneLine(t
 const std::vector<StepKind>& stepKinds() {
     static const std::vector<StepKind> kinds = [] {
         std::vector<StepKind> all;
-        for (auto group : {callSteps, setupSteps, faultSteps, frameSteps, checkSteps})
+        for (auto group : {callSteps, setupSteps, faultSteps, restartSteps, frameSteps, checkSteps})
             for (StepKind& kind : group()) all.push_back(std::move(kind));
         return all;
     }();
@@ -121,6 +121,7 @@ Scenario scenarioOf(const std::string& path, const Json& root) {
         ++number;
         try {
             scenario.steps.push_back(parseStep(step, number, context));
+            scenario.restarts = scenario.restarts || scenario.steps.back().restart;
         } catch (const Problem& problem) {
             throw BadScenario(path + ": " + placeOfStep(step, number) + problem.text());
         }

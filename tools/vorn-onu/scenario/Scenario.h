@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -23,6 +24,9 @@ struct StepResult {
     Json returned = nullptr;  // of a call: "result" and "output", as the answer has them in words
 };
 
+// How the HAL's process comes to its end.
+enum class Restart { Kill, Exit };
+
 struct Step {
     std::size_t number = 0;  // from 1, in the order of the file
     std::string kind;        // the key that makes the step what it is: "call", "expect", ...
@@ -31,6 +35,8 @@ struct Step {
     std::string words;       // what the step does, for people
     std::string note;        // the author's own words, "" when there are none
     bool changes = false;    // provisions something
+    bool needsHal = false;   // runs where the HAL is: everything else is between the runner and the device
+    std::optional<Restart> restart = std::nullopt;
     std::function<StepResult(RunContext&)> run;
 };
 
@@ -40,7 +46,8 @@ struct Scenario {
     std::string description;
     Json records = Json::object();  // by name, for its steps
     std::vector<Step> steps;
-    Step end;  // stands behind the last one in a run's records when something is missing then
+    bool restarts = false;  // a step lets the HAL's process end
+    Step end;               // stands behind the last one in a run's records when something is missing then
 };
 
 // A kind of step: the key that it goes by and how it is read. Schema.cpp and parsing share these rows.
@@ -54,11 +61,12 @@ struct StepKind {
 };
 const std::vector<StepKind>& stepKinds();
 
-std::vector<StepKind> callSteps();   // StepsCall.cpp
-std::vector<StepKind> setupSteps();  // StepsSetup.cpp: gateway, board, advance
-std::vector<StepKind> faultSteps();  // StepsFault.cpp
-std::vector<StepKind> frameSteps();  // StepsFrame.cpp
-std::vector<StepKind> checkSteps();  // StepsCheck.cpp: expect, mark, note
+std::vector<StepKind> callSteps();     // StepsCall.cpp
+std::vector<StepKind> setupSteps();    // StepsSetup.cpp: gateway, board, advance
+std::vector<StepKind> faultSteps();    // StepsFault.cpp
+std::vector<StepKind> restartSteps();  // StepsRestart.cpp
+std::vector<StepKind> frameSteps();    // StepsFrame.cpp
+std::vector<StepKind> checkSteps();    // StepsCheck.cpp: expect, mark, note
 
 // The one line that says what is wrong with a file; names in it may come from the file.
 class BadScenario : public std::runtime_error {

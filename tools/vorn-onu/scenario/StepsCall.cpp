@@ -80,6 +80,7 @@ void parseCall(Step& step, const Json& whole, ParseContext& context) {
     const bool isNamed = whole.contains("record") && !isNull;
     step.words = isNull ? "a null pointer" : (isNamed ? textOf(whole["record"]) + ": " : "") + fieldWords(given);
     step.changes = operation->changes;
+    step.needsHal = true;
     step.run = [call, result, output](RunContext& context_) {
         const Outcome outcome = call(*context_.hal);
         StepResult done;

@@ -62,6 +62,7 @@ GatewayMessage messageOf(const Json& value) {
 
 void parseGateway(Step& step, const Json& whole, ParseContext&) {
     const Json& value = whole["gateway"];
+    step.needsHal = true;  // messages come to its mailbox
     step.words = value.is_object() ? fieldWords(value) : valueWords("gateway", value);
     if (value.is_object() && value.contains("asks")) {
         checkKeys(value, {"asks"});
@@ -115,6 +116,7 @@ Json gatewaySchema() {
 
 void parseAdvance(Step& step, const Json& whole, ParseContext&) {
     const auto milliseconds = inField("advance", [&] { return kDelay.read(whole["advance"]); });
+    step.needsHal = true;  // its threads live through it
     step.words = "the clock moves on by " + std::to_string(milliseconds) + " ms";
     step.run = [milliseconds](RunContext& context) {
         context.onu.advance(static_cast<unsigned>(milliseconds));

@@ -104,7 +104,8 @@ bool show(const Board& own, const std::function<bool()>& prepare, const std::fun
     const bool another = shown && shown->process != own.process;
     if (another && (!own.changed() || shown->holds(own))) return true;
     if (!prepare()) return false;
-    if (another && shown->changed() && !own.holds(*shown)) keepAside(*shown);
+    const bool sharesBoard = !settings().boardFile.empty();
+    if (another && shown->changed() && !own.holds(*shown) && !sharesBoard) keepAside(*shown);
     // In this order: whoever finds this board in the file, and ends the process for that, finds it named too.
     writeShown(own);
     if (!place()) return false;

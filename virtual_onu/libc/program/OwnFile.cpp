@@ -2,38 +2,15 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cerrno>
-#include <cstdint>
 #include <cstdlib>
 #include <utility>
 
+#include "libc/real/OwnDescriptor.h"
 #include "libc/real/RealLibc.h"
 
 namespace virtual_onu {
-
-namespace {
-
-constexpr rlim_t kHighest = 4096;  // the kernel keeps a table as long as the highest number
-constexpr rlim_t kRoom = 64;       // for files like this one, below the limit
-
-// The same file under a number that programs do not come to by themselves.
-int raised(int fd) {
-    rlimit limit{};
-    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return fd;
-    const rlim_t end = std::min(limit.rlim_cur, kHighest);
-    if (end <= 2 * kRoom) return fd;
-    const auto lowest = static_cast<std::intptr_t>(end - kRoom);
-    const int high = real::fcntl(fd, F_DUPFD_CLOEXEC, reinterpret_cast<void*>(lowest));
-    if (high < 0) return fd;
-    real::close(fd);
-    return high;
-}
-
-}  // namespace
 
 std::string absolutePath(const std::string& path) {
     if (path.empty() || path[0] == '/') return path;
@@ -41,19 +18,6 @@ std::string absolutePath(const std::string& path) {
     const std::string whole = here != nullptr ? std::string(here) + "/" + path : path;
     std::free(here);
     return whole;
-}
-
-bool writeAll(int fd, const std::string& text) {
-    const int saved = errno;
-    std::size_t done = 0;
-    while (done < text.size()) {
-        const ssize_t count = real::write(fd, text.data() + done, text.size() - done);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) break;
-        done += static_cast<std::size_t>(count);
-    }
-    errno = saved;
-    return done == text.size();
 }
 
 OwnFile::OwnFile(std::string path) : path_(std::move(path)) {

@@ -9,14 +9,12 @@
 #include <string>
 
 #include "libc/real/FileIdentity.h"
+#include "libc/real/OwnDescriptor.h"
 
 namespace virtual_onu {
 
 // The file's name from the root on, so that it stays the same when the program changes its directory.
 std::string absolutePath(const std::string& path);
-
-// All of the text, as far as there is room; errno stays as it was.
-bool writeAll(int fd, const std::string& text);
 
 class OwnFile {
 public:

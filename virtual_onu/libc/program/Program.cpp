@@ -15,8 +15,8 @@ namespace virtual_onu::program {
 
 namespace {
 
-constexpr std::array<const char*, 4> kVariables = {"VORN_ONU_STATE", "VORN_ONU_TRACE", "VORN_ONU_HAL_OUTPUT",
-                                                   "VORN_ONU_RUN"};
+constexpr std::array<const char*, 5> kVariables = {"VORN_ONU_STATE", "VORN_ONU_TRACE", "VORN_ONU_HAL_OUTPUT",
+                                                   "VORN_ONU_RUN", "VORN_ONU_BOARD"};
 
 // A misspelt variable would silently do nothing.
 void refuseUnknownVariables() {
@@ -42,7 +42,7 @@ std::string variable(const char* name) {
 
 struct Start {
     Settings settings{variable(kVariables[0]), variable(kVariables[1]), variable(kVariables[2]),
-                      variable(kVariables[3])};
+                      variable(kVariables[3]), variable(kVariables[4])};
     FileIdentity standardError = FileIdentity::of(STDERR_FILENO);
 };
 

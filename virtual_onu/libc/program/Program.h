@@ -13,6 +13,7 @@ struct Settings {
     std::string traceFile;  // VORN_ONU_TRACE: every call into the device
     std::string halFile;    // VORN_ONU_HAL_OUTPUT: what the HAL prints
     std::string runFolder;  // VORN_ONU_RUN: where the processes of one run know of each other
+    std::string boardFile;  // VORN_ONU_BOARD: the board, which goes on when the process has ended
 };
 const Settings& settings();
 

@@ -1,7 +1,11 @@
 // What a program leaves on the virtual ONU, for whoever started it: the tool's `exec` preloads this library and names
 // the files in the environment. Without these variables nothing here does anything.
-#include <atomic>
+#include <unistd.h>
 
+#include <atomic>
+#include <exception>
+
+#include "Facilities.h"
 #include "VirtualOnu.h"
 #include "libc/program/Companion.h"
 #include "libc/program/HalPrints.h"
@@ -32,8 +36,21 @@ void traced(const TraceEntry& entry) {
     taplease::touched();
 }
 
+// A program on another board than the one that was asked for would be worse than none.
+void openBoard() {
+    if (settings().boardFile.empty()) return;
+    kept::onTrouble(say);
+    try {
+        VirtualOnu::instance().openBoard(settings().boardFile, VirtualOnu::BoardUse::Shared);
+    } catch (const std::exception& problem) {
+        say(problem.what());
+        _exit(2);
+    }
+}
+
 __attribute__((constructor)) void begin() {
     halprints::divert(halprints::Found::Linked);
+    openBoard();
     if (settings().stateFile.empty() && settings().traceFile.empty()) return;
     traceFile();
     statefile::begin();

@@ -187,7 +187,8 @@ void begin() {
     sem_init(&s.wake, 0, 0);
     s.own.process = getpid();
     s.own.program = program_invocation_short_name;
-    s.content = contentOf(VirtualOnu::instance().toJson());  // a new board
+    // A new board. One that is kept in a file is not read before the program comes to it.
+    if (settings().boardFile.empty()) s.content = contentOf(VirtualOnu::instance().toJson());
     pthread_atfork(beforeFork, afterForkInParent, afterForkInChild);
 }
 

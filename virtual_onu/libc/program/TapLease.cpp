@@ -20,6 +20,7 @@
 
 #include "libc/program/Program.h"
 #include "libc/program/StateFile.h"
+#include "libc/real/OwnDescriptor.h"
 #include "libc/real/RealLibc.h"
 #include "taps/Pump.h"
 
@@ -104,6 +105,7 @@ void borrow(int lender) {
 void* carrier(void* /*unused*/) {
     if (syscall(SYS_close_range, STDERR_FILENO + 1u, UINT_MAX, CLOSE_RANGE_UNSHARE) != 0)
         return sayWhy("Linux 5.9 or later is needed");
+    hasOwnDescriptorTable();
     syscall(SYS_close_range, 0u, STDERR_FILENO - 1u, 0);
     const int lender = connected();
     if (lender < 0)

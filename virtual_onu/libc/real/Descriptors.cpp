@@ -5,10 +5,12 @@
 
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <map>
 
 #include "Core.h"
+#include "Section.h"
 #include "libc/real/FileIdentity.h"
 #include "libc/real/RealLibc.h"
 
@@ -70,6 +72,7 @@ int adopt(int fd, Kind kind, const std::string& path) {
     }
     const DeviceLock lock(deviceMutex());
     if (owner.load(std::memory_order_relaxed) == 0) becomeOwner();  // before any start-up code has run
+    kept::changed(kept::kRunDescriptors, getpid());
     paths()[fd] = path;
     slots[fd].device.store(found.device, std::memory_order_relaxed);
     slots[fd].inode.store(found.inode, std::memory_order_relaxed);
@@ -86,6 +89,7 @@ std::string pathOf(int fd) {
 void forget(int fd) {
     if (fd < 0 || fd >= kLimit) return;
     const DeviceLock lock(deviceMutex());
+    kept::changed(kept::kRunDescriptors, getpid());
     paths().erase(fd);
     slots[fd].kind.store(Kind::NotOurs, std::memory_order_release);
 }
@@ -100,14 +104,49 @@ std::vector<int> between(unsigned first, unsigned last) {
     return found;
 }
 
-int openCount() {
-    const DeviceLock lock(deviceMutex());
+namespace {
+
+int ownCount() {
     int count = 0;
     for (const auto& [fd, path] : paths()) {
         const Kind kind = kindOf(fd);
         if (kind != Kind::PacketSocket && kind != Kind::NotOurs) ++count;
     }
     return count;
+}
+
+struct Count {
+    int open = 0;
+};
+
+template <typename Record>
+void describe(Record& record, Count& count) {
+    record.number("open", count.open, 0);
+}
+
+// Of other processes. What those had open that are gone is closed.
+std::map<pid_t, int>& others() {
+    static auto& map = *new std::map<pid_t, int>;
+    return map;
+}
+
+}  // namespace
+
+int openCount() {
+    const DeviceLock lock(deviceMutex());
+    int count = ownCount();
+    for (const auto& [process, open] : others())
+        if (process != getpid() && (kill(process, 0) == 0 || errno != ESRCH)) count += open;
+    return count;
+}
+
+kept::Section section() {
+    kept::Shelf<pid_t, Count> shelf;
+    shelf.keys = [] { return std::vector<pid_t>(); };
+    shelf.get = [](pid_t) { return std::optional<Count>(Count{ownCount()}); };
+    shelf.put = [](pid_t process, Count count) { others()[process] = count.open; };
+    shelf.remove = [](pid_t process) { others().erase(process); };
+    return kept::section<pid_t, Count>(kept::kRunDescriptors, shelf);
 }
 
 }  // namespace virtual_onu::descriptors

@@ -6,6 +6,10 @@
 #include <string>
 #include <vector>
 
+namespace virtual_onu::kept {
+struct Section;
+}
+
 namespace virtual_onu::descriptors {
 
 enum class Kind : unsigned char { NotOurs, File, Attribute, Directory, Laser, Stack, PacketSocket };
@@ -19,7 +23,9 @@ int adopt(int fd, Kind kind, const std::string& path);
 std::string pathOf(int fd);
 void forget(int fd);                                      // it is closed, or about to be
 std::vector<int> between(unsigned first, unsigned last);  // ours, both ends included
-int openCount();                                          // files and character devices, not sockets
+// Files and character devices, not sockets; also those of other processes of a run that share what they have seen.
+int openCount();
+kept::Section section();  // of a board that is kept: the count of each process
 
 }  // namespace virtual_onu::descriptors
 

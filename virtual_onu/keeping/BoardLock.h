@@ -1,0 +1,55 @@
+// Who works on a board file: a file beside it, "FILE.lock", with a page that all processes of the board share. The
+// mapping of the page holds the lock on the file, so that a program that closes descriptors does not lose it, and a
+// child has it from its parent.
+#ifndef VIRTUAL_ONU_BOARD_LOCK_H
+#define VIRTUAL_ONU_BOARD_LOCK_H
+
+#include <pthread.h>
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+namespace virtual_onu::kept {
+
+enum class Company { Alone, Together };  // refused while others work on the board, or not
+
+class BoardLock {
+public:
+    // Throws BadBoard.
+    BoardLock(std::string boardFile, Company company);
+    ~BoardLock();  // the last one removes the file
+    BoardLock(const BoardLock&) = delete;
+    BoardLock& operator=(const BoardLock&) = delete;
+
+    // Nobody else was there: the board file is this process's alone until it lets others in.
+    bool isFirst() const { return descriptor_ >= 0; }
+    void letOthersIn();
+
+    // One process works on the board at a time. takeTurn() answers whether all is well: false when the process whose
+    // turn it was has died in the middle of it.
+    bool takeTurn();
+    void giveTurn();
+
+    // Of the board file, for who has the turn: how long it is, and how often it has been written anew.
+    std::atomic<std::uint64_t>& size() { return page_->size; }
+    std::atomic<std::uint64_t>& edition() { return page_->edition; }
+
+private:
+    struct Page {
+        pthread_mutex_t turn;
+        std::atomic<std::uint64_t> size, edition;
+    };
+    bool lockNamedFile(Company company);
+    void mapPage();
+    void removeIfLast() const;
+
+    std::string boardFile_, path_;
+    int descriptor_ = -1;  // while this process is alone
+    bool isNew_ = false;
+    Page* page_ = nullptr;
+};
+
+}  // namespace virtual_onu::kept
+
+#endif

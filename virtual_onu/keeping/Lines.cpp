@@ -1,0 +1,115 @@
+#include "keeping/Lines.h"
+
+#include <utility>
+
+namespace virtual_onu::kept {
+
+namespace {
+
+constexpr char kFormat[] = "vorn-onu board";
+constexpr unsigned kVersion = 1;
+constexpr char kRunPrefix[] = "run.";
+
+// Throws BadBoard.
+void checkHeader(const std::string& line) {
+    const Json header = Json::parse(line, nullptr, false);
+    const bool isBoard = header.is_object() && header.contains("format") && header["format"] == kFormat;
+    if (!isBoard) throw BadBoard("is no board: its first line must be " + Json::parse(headerLine()).dump());
+    if (!header.contains("version") || !header["version"].is_number_unsigned())
+        throw BadBoard("line 1: the version must be a number");
+    const auto version = header["version"].get<std::uint64_t>();
+    if (version != kVersion)
+        throw BadBoard("is a board of version " + std::to_string(version) + "; this program knows version " +
+                       std::to_string(kVersion));
+}
+
+void readRecord(const Section& section, const std::string& key, const Json& record, const RecordSeen& seen) {
+    try {
+        seen(section, key, record);
+    } catch (const BadBoard& problem) {
+        throw BadBoard(section.name + (section.single ? "" : " " + shownValue(Json(jsonText(key)))) + ": " +
+                       problem.what());
+    }
+}
+
+void readLine(const std::string& line, const Shelves& shelves, const RecordSeen& seen) {
+    const Json json = Json::parse(line, nullptr, false);
+    if (json.is_discarded()) throw BadBoard("is no JSON");
+    if (!json.is_object()) throw BadBoard("must be an object of sections");
+    for (const auto& [name, records] : json.items()) {
+        const Section* section = shelves.find(name);
+        if (section == nullptr) {
+            if (isOfRun(name)) continue;
+            throw BadBoard("there is no section " + shownValue(Json(name)));
+        }
+        if (!records.is_object()) throw BadBoard("section " + name + " must be an object");
+        if (section->single) {
+            readRecord(*section, "", records, seen);
+            continue;
+        }
+        for (const auto& [key, record] : records.items()) readRecord(*section, bytesOf(key), record, seen);
+    }
+}
+
+void readNumbered(const std::string& text, std::size_t number, bool withHeader, const Shelves& shelves,
+                  const RecordSeen& seen) {
+    std::size_t begin = 0;
+    for (std::size_t end = 0; (end = text.find('\n', begin)) != std::string::npos; begin = end + 1, ++number) {
+        const std::string line = text.substr(begin, end - begin);
+        if (withHeader && number == 1) {
+            checkHeader(line);
+            continue;
+        }
+        try {
+            readLine(line, shelves, seen);
+        } catch (const BadBoard& problem) {
+            throw BadBoard("line " + std::to_string(number) + ": " + problem.what());
+        }
+    }
+}
+
+}  // namespace
+
+Shelves::Shelves(Sections sections) : sections_(std::move(sections)) {
+    for (std::size_t i = 0; i < sections_.size(); ++i) places_[sections_[i].name] = i;
+}
+
+const Section* Shelves::find(const std::string& name) const {
+    const auto found = places_.find(name);
+    return found == places_.end() ? nullptr : &sections_[found->second];
+}
+
+bool isOfRun(const std::string& section) {
+    return section.compare(0, sizeof kRunPrefix - 1, kRunPrefix) == 0;
+}
+
+std::string headerLine() {
+    return std::string(R"({"format":")") + kFormat + R"(","version":)" + std::to_string(kVersion) + "}\n";
+}
+
+void addRecord(Json& line, const Section& section, const std::string& key, Json record) {
+    if (section.single)
+        line[section.name] = std::move(record);
+    else
+        line[section.name][jsonText(key)] = std::move(record);
+}
+
+std::string lineText(const Json& line) {
+    return line.dump() + "\n";
+}
+
+std::size_t wholeLines(const std::string& text) {
+    const std::size_t last = text.rfind('\n');
+    return last == std::string::npos ? 0 : last + 1;
+}
+
+void readBoard(const std::string& text, const Shelves& shelves, const RecordSeen& seen) {
+    if (text.find('\n') == std::string::npos) checkHeader(text);
+    readNumbered(text, 1, true, shelves, seen);
+}
+
+void readLines(const std::string& text, const Shelves& shelves, const RecordSeen& seen) {
+    readNumbered(text, 1, false, shelves, seen);
+}
+
+}  // namespace virtual_onu::kept

@@ -1,0 +1,49 @@
+// What the lines of a board file say. The first one names the format; each further one is an object of sections, a
+// section an object of records, and a record that is null has gone:
+//
+//   {"format":"vorn-onu board","version":1}
+//   {"network.devices":{"2":{"name":"gpondef",...},"3":{...}},"clock":{...}}
+//   {"network.devices":{"13":null},"vlan.rules":{"17":{...}}}
+#ifndef VIRTUAL_ONU_LINES_H
+#define VIRTUAL_ONU_LINES_H
+
+#include <functional>
+#include <map>
+#include <string>
+
+#include "Section.h"
+
+namespace virtual_onu::kept {
+
+// The sections of a board and how they are found.
+class Shelves {
+public:
+    explicit Shelves(Sections sections);
+    const Sections& all() const { return sections_; }
+    const Section* find(const std::string& name) const;  // null where there is none
+
+private:
+    Sections sections_;
+    std::map<std::string, std::size_t> places_;
+};
+
+bool isOfRun(const std::string& section);
+
+std::string headerLine();
+// A record into a line; null for one that is gone.
+void addRecord(Json& line, const Section& section, const std::string& key, Json record);
+std::string lineText(const Json& line);
+
+// How much of the text is whole lines: what is behind them was being written when the process was killed.
+std::size_t wholeLines(const std::string& text);
+
+using RecordSeen = std::function<void(const Section& section, const std::string& key, const Json& record)>;
+
+// Reads whole lines, the first of which is the header. Throws BadBoard, naming the line.
+void readBoard(const std::string& text, const Shelves& shelves, const RecordSeen& seen);
+// Reads whole lines that have been added to a board.
+void readLines(const std::string& text, const Shelves& shelves, const RecordSeen& seen);
+
+}  // namespace virtual_onu::kept
+
+#endif
