@@ -243,6 +243,7 @@ TEST_F(BoardFile, IsAsAfterTheLastCallWhereverTheProcessIsKilled) {
     ASSERT_GT(states.size(), 60U);
     for (std::size_t last = 1; last < states.size(); ++last) {
         const std::string file = scratch_.file(std::to_string(last));
+        onu().reset();
         const int status = inChild([&] {
             onu().openBoard(file);
             onu().onTrace([last](const TraceEntry& entry) {

@@ -203,6 +203,7 @@ int addBridge(const std::string& name) {
     Bridge bridge;
     bridge.name = name;
     state().bridges.add(made.index, name, bridge);
+    kept::changed(kept::kBridges, made.index);
     return 0;
 }
 
