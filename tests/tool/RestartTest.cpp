@@ -122,6 +122,27 @@ TEST(Restart, LeavesTheDeviceAsItWas) {
         EXPECT_EQ(one[facility], other[facility]) << json::diff(one[facility], other[facility]).dump(1);
 }
 
+// With a state file the HAL goes on as if nobody had killed it: every expectation of the scenario holds.
+TEST(Restart, AHalThatKeepsItsStateTakesBackWhatItProvisionedBefore) {
+    SKIP_WHEN_EMULATED(kEmulatedFork);
+    const ScratchDirectory scratch;
+    json scenario = json::parse(contentOf(std::string(VORN_SCENARIO_DIR) + "/internet.json"));
+    json steps = json::array();
+    for (const json& step : scenario["steps"]) {
+        if (step.contains("call")) steps.push_back({{"restart", steps.size() % 2 == 0 ? "kill" : "exit"}});
+        steps.push_back(step);
+    }
+    scenario["steps"] = steps;
+    scenario["state"] = true;
+    const ProgramResult with = runProgram({kTool, "run", scratch.write("with.json", scenario.dump())});
+    EXPECT_EQ(with.code, 0) << with.output;
+    EXPECT_TRUE(has(with.output, " records restored")) << with.output;
+    scenario["state"] = false;
+    const ProgramResult without = runProgram({kTool, "run", scratch.write("without.json", scenario.dump())});
+    EXPECT_EQ(without.code, 1) << "a HAL with empty maps cannot take back what another one has made:\n"
+                               << without.output;
+}
+
 TEST(Restart, OnlyKillAndExitAreKnown) {
     const ScratchDirectory scratch;
     for (const json& wrong : {json("later"), json(true), json(nullptr)}) {
@@ -154,7 +175,7 @@ TEST(Restart, AHalThatCrashesFailsItsStepsUntilItIsStartedAnew) {
         scenario.steps.push_back(*step);
         scenario.steps.back().number = scenario.steps.size();
     }
-    vorn_onu::HalProcess process(scenario);
+    vorn_onu::HalProcess process(scenario, "");
     process.begin();
     EXPECT_EQ(process.run(scenario.steps[0]).result.answer, "done");
     EXPECT_EQ(onu.toJson()["board"]["serialNumber"], "set");

@@ -75,7 +75,7 @@ RunOptions optionsOf(const RunCommand& command) {
     options.trace = command.trace;
     options.realTime = command.realTime;
     options.strict = command.strict;
-    options.newBoard = command.boardFile.empty();
+    options.boardFile = command.boardFile;
     return options;
 }
 
@@ -137,7 +137,7 @@ struct ClosedAtTheEnd {
 // Runs the scenario and shows all that was asked for.
 int runShown(const RunCommand& command, const Scenario& scenario, ScenarioResult& result) {
     std::optional<Staying> staying;
-    if (command.stay && scenario.restarts)
+    if (command.stay && scenario.inParts)
         throw std::invalid_argument(scenario.file + ": --stay does not go with a scenario that restarts the HAL");
     if (command.stay) staying.emplace(command, scenario);
     HalOutput hal(scenario.file);
@@ -151,8 +151,12 @@ int runShown(const RunCommand& command, const Scenario& scenario, ScenarioResult
     onu.reset();
     const DeviceState newBoard = readState(onu.toJson());
     const ClosedAtTheEnd board;
+    // A new board has just started: what a HAL has kept of another one is of no use.
+    std::error_code ignored;
+    if (!command.boardFile.empty() && !std::filesystem::exists(command.boardFile, ignored))
+        std::filesystem::remove(command.boardFile + ".state", ignored);
     using Use = virtual_onu::VirtualOnu::BoardUse;
-    if (!command.boardFile.empty()) onu.openBoard(command.boardFile, scenario.restarts ? Use::Run : Use::Alone);
+    if (!command.boardFile.empty()) onu.openBoard(command.boardFile, scenario.inParts ? Use::Run : Use::Alone);
 
     RunReport collected(scenario, newBoard, command.audit);
 

@@ -14,6 +14,7 @@
 #include <stdexcept>
 
 #include "hal/HALFactory.h"
+#include "hal/HalState.h"
 #include "io/Printed.h"
 #include "scenario/StepWarnings.h"
 
@@ -105,6 +106,9 @@ void HalProcess::live(int channel) const {
     auto& onu = virtual_onu::VirtualOnu::instance();
     onu.onTrace(nullptr);  // the runner listens
     RunContext context{onu, HALFactory::getInstance()->CreateHALObject(0)};
+    const int restored = stateFile_.empty() ? 0 : vorn_hal_state_open(stateFile_.c_str());
+    std::fflush(stdout);
+    sendAll(channel, &restored, sizeof restored);
     StepWarnings warnings(onu);
     std::size_t place = 0;
     while (receiveAll(channel, &place, sizeof place)) {
@@ -116,7 +120,7 @@ void HalProcess::live(int channel) const {
     _exit(0);  // the HAL's threads must not meet what exit() destroys
 }
 
-void HalProcess::begin() {
+std::string HalProcess::begin() {
     int channel[2];
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, channel) != 0)
         throw std::runtime_error(std::string("a process for the HAL: ") + std::strerror(errno));
@@ -133,7 +137,19 @@ void HalProcess::begin() {
         throw std::runtime_error(std::string("a process for the HAL: ") + std::strerror(errno));
     }
     channel_ = channel[0];
+    int restored = 0;
+    if (!receiveAll(channel_, &restored, sizeof restored)) {
+        ended_ = howItEnded();
+        throw std::runtime_error(ended_);
+    }
+    if (restored < 0) {
+        end(Restart::Exit);
+        ended_ = "has not opened its state file";
+        throw std::runtime_error(ended_ + "; what it printed says why");
+    }
     ended_.clear();
+    if (stateFile_.empty()) return "";
+    return std::to_string(restored) + (restored == 1 ? " record" : " records") + " restored";
 }
 
 std::string HalProcess::howItEnded() {

@@ -7,6 +7,7 @@
 #include <sys/types.h>
 
 #include <string>
+#include <utility>
 
 #include "scenario/Place.h"
 
@@ -14,14 +15,17 @@ namespace vorn_onu {
 
 class HalProcess {
 public:
-    // Steps are asked for by their place in the scenario. The board must be open, as one that shares the run.
-    explicit HalProcess(const Scenario& scenario) : scenario_(scenario) {}
+    // Steps are asked for by their place in the scenario. The board must be open, as one that shares the run. The HAL
+    // opens the state file, if there is one, before anything else.
+    HalProcess(const Scenario& scenario, std::string stateFile)
+        : scenario_(scenario), stateFile_(std::move(stateFile)) {}
     ~HalProcess() { end(Restart::Exit); }
     HalProcess(const HalProcess&) = delete;
     HalProcess& operator=(const HalProcess&) = delete;
 
-    // Throws std::runtime_error when there can be no further process.
-    void begin();
+    // Answers what came of the state file: "12 records restored"; "" without one. Throws std::runtime_error when there
+    // can be no further process, or the HAL cannot open the file: what needs the HAL fails then.
+    std::string begin();
     // Nothing of the process is left afterwards. Killed: between two instructions, whatever its threads are at.
     void end(Restart how);
 
@@ -33,6 +37,7 @@ private:
     std::string howItEnded();
 
     const Scenario& scenario_;
+    std::string stateFile_;
     pid_t process_ = 0;
     int channel_ = -1;
     std::string ended_;  // how, when nobody asked for it

@@ -7,7 +7,10 @@
 #include <cstring>
 #include <exception>
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 #include "hal/HALFactory.h"
 #include "scenario/HalProcess.h"
@@ -34,46 +37,74 @@ private:
     StepWarnings warnings_;
 };
 
-// In a process for each part of the scenario, on a board that they share by way of its file.
+// A folder of the run's own, gone with everything in it.
+class Folder {
+public:
+    Folder() : path_((std::filesystem::temp_directory_path() / "vorn-onu-board.XXXXXX").string()) {
+        if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error(path_ + ": " + std::strerror(errno));
+    }
+    ~Folder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    std::string file(const std::string& name) const { return path_ + "/" + name; }
+
+private:
+    std::string path_;
+};
+
+// The board of a run, shared by way of its file with the processes of the parts.
+class SharedBoard {
+public:
+    explicit SharedBoard(std::string file) : file_(std::move(file)) {
+        if (!file_.empty()) return;
+        folder_.emplace();
+        file_ = folder_->file("board");
+        virtual_onu::VirtualOnu::instance().openBoard(file_, virtual_onu::VirtualOnu::BoardUse::Run);
+    }
+    ~SharedBoard() { virtual_onu::VirtualOnu::instance().closeBoard(); }
+    SharedBoard(const SharedBoard&) = delete;
+    SharedBoard& operator=(const SharedBoard&) = delete;
+    const std::string& file() const { return file_; }
+
+private:
+    std::optional<Folder> folder_;
+    std::string file_;
+};
+
+// In a process for each part of the scenario.
 class Parts : public Place {
 public:
-    Parts(const Scenario& scenario, bool newBoard) : process_(scenario) {
-        if (newBoard) shareBoard();
+    Parts(const Scenario& scenario, const std::string& boardFile)
+        : board_(boardFile), process_(scenario, scenario.state ? board_.file() + ".state" : "") {
         process_.begin();
     }
-    ~Parts() override {
-        process_.end(Restart::Exit);
-        virtual_onu::VirtualOnu::instance().closeBoard();
-        std::error_code ignored;
-        if (!folder_.empty()) std::filesystem::remove_all(folder_, ignored);
-    }
-    Parts(const Parts&) = delete;
-    Parts& operator=(const Parts&) = delete;
 
     VornHal* hal() override { return nullptr; }
     Answer run(const Step& step, RunContext& context) override {
         if (step.needsHal) return process_.run(step);
         if (!step.restart) return {runHere(step, context), {}};
         process_.end(*step.restart);
-        process_.begin();
-        return {};
+        Answer answer;
+        try {
+            answer.result.answer = process_.begin();
+        } catch (const std::exception& error) {
+            answer.result.failures.push_back({"the HAL's process", {"begins anew"}, {error.what()}});
+        }
+        return answer;
     }
 
 private:
-    void shareBoard() {
-        folder_ = (std::filesystem::temp_directory_path() / "vorn-onu-board.XXXXXX").string();
-        if (mkdtemp(folder_.data()) == nullptr) throw std::runtime_error(folder_ + ": " + std::strerror(errno));
-        virtual_onu::VirtualOnu::instance().openBoard(folder_ + "/board", virtual_onu::VirtualOnu::BoardUse::Run);
-    }
-
-    std::string folder_;  // of the board; "" for one that was open already
+    SharedBoard board_;
     HalProcess process_;
 };
 
 }  // namespace
 
-std::unique_ptr<Place> placeFor(const Scenario& scenario, bool newBoard) {
-    if (scenario.restarts) return std::make_unique<Parts>(scenario, newBoard);
+std::unique_ptr<Place> placeFor(const Scenario& scenario, const std::string& boardFile) {
+    if (scenario.inParts) return std::make_unique<Parts>(scenario, boardFile);
     return std::make_unique<Here>();
 }
 

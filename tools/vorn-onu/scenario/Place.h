@@ -25,9 +25,11 @@ public:
     virtual Answer run(const Step& step, RunContext& context) = 0;
 };
 
-// This process; or, for a scenario with restarts, a process for each part of it beside this one, on a board that they
-// share. newBoard: the board is made for them; otherwise the one that is open. Throws std::runtime_error.
-std::unique_ptr<Place> placeFor(const Scenario& scenario, bool newBoard);
+// This process; or, for a scenario in parts, a process for each of them beside this one, on a board that they share.
+// boardFile: the file of the board that is open; "": they get one of their own. The HAL's state file, where the
+// scenario wants one, is FILE.state beside the board's, so that the next run goes on with both.
+// Throws std::runtime_error.
+std::unique_ptr<Place> placeFor(const Scenario& scenario, const std::string& boardFile);
 
 // The step in this process. What it throws is a failure.
 StepResult runHere(const Step& step, RunContext& context);

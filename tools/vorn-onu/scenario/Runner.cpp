@@ -77,9 +77,9 @@ StepRecord runStep(const Step& step, const RunOptions& options, RunContext& cont
 
 std::vector<StepRecord> runScenario(const Scenario& scenario, const RunOptions& options, const StepListener& listener) {
     auto& onu = virtual_onu::VirtualOnu::instance();
-    if (options.newBoard) onu.reset();
+    if (options.boardFile.empty()) onu.reset();
     onu.sleepForReal(options.realTime);
-    const auto place = placeFor(scenario, options.newBoard);
+    const auto place = placeFor(scenario, options.boardFile);
     RunContext context{onu, place->hal()};
     StepTrace trace(onu, options.trace || options.strict);
     std::vector<StepRecord> records;

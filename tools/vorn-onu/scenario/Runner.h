@@ -16,7 +16,7 @@ struct RunOptions {
     bool trace = false;
     bool realTime = false;
     bool strict = false;       // a failing call into the device kit is a failure, unless a fault step asked for it
-    bool newBoard = true;      // otherwise the scenario begins on the board as it stands
+    std::string boardFile;     // of the board that is open, on which the scenario begins; "" for a new one
     std::size_t lastStep = 0;  // stop after this one; 0 runs them all
 };
 

@@ -100,7 +100,7 @@ Scenario scenarioOf(const std::string& path, const Json& root) {
     scenario.file = path;
     ParseContext context;
     try {
-        checkKeys(root, {"$schema", "version", "title", "description", "records", "steps"});
+        checkKeys(root, {"$schema", "version", "title", "description", "state", "records", "steps"});
         if (root.contains("version") && root["version"] != kFormatVersion)
             throw Problem("version", "must be " + std::to_string(kFormatVersion) + ", the only format that there is");
         if (!root.contains("title")) throw Problem("title", "is missing; it names the scenario in a few words");
@@ -108,6 +108,11 @@ Scenario scenarioOf(const std::string& path, const Json& root) {
         scenario.title = inField("title", [&] { return oneLine(textOf(root["title"])); });
         if (root.contains("description"))
             scenario.description = inField("description", [&] { return textOf(root["description"]); });
+        if (root.contains("state")) {
+            if (!root["state"].is_boolean())
+                throw Problem("state", "must be true or false, not " + shown(root["state"]));
+            scenario.state = scenario.inParts = root["state"].get<bool>();
+        }
         if (root.contains("records")) {
             if (!root["records"].is_object()) throw Problem("records", "must be an object of records by name");
             scenario.records = context.records = root["records"];
@@ -121,7 +126,7 @@ Scenario scenarioOf(const std::string& path, const Json& root) {
         ++number;
         try {
             scenario.steps.push_back(parseStep(step, number, context));
-            scenario.restarts = scenario.restarts || scenario.steps.back().restart;
+            scenario.inParts = scenario.inParts || scenario.steps.back().restart;
         } catch (const Problem& problem) {
             throw BadScenario(path + ": " + placeOfStep(step, number) + problem.text());
         }

@@ -46,8 +46,9 @@ struct Scenario {
     std::string description;
     Json records = Json::object();  // by name, for its steps
     std::vector<Step> steps;
-    bool restarts = false;  // a step lets the HAL's process end
-    Step end;               // stands behind the last one in a run's records when something is missing then
+    bool state = false;    // the HAL keeps a state file, which it opens at the begin of each part
+    bool inParts = false;  // the HAL has a process of its own, which can end and begin anew
+    Step end;              // stands behind the last one in a run's records when something is missing then
 };
 
 // A kind of step: the key that it goes by and how it is read. Schema.cpp and parsing share these rows.
