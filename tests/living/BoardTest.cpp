@@ -200,6 +200,28 @@ TEST_F(Board, TakesEveryKindOfStepAndRefusesCallsThatAreTheProgramsOwn) {
     EXPECT_FALSE(client.next()["step"].value("passed", true));
 }
 
+// What was done to the board of a killed program is there for the next one, and for who looks at it.
+TEST_F(Board, InAFileGoesOnUnderItsNameWithTheNextProgram) {
+    const std::string file = scratch_.file("board");
+    auto run = start({"exec", "--quiet", "--name", "lab", "--board", file, "--", kDaemon, "--stay"});
+    ASSERT_TRUE(LivingRun::isThere(socket())) << run->output();
+    ASSERT_TRUE(comesTrue([&] { return run->output().find("the service is up") != std::string::npos; }))
+        << run->output();
+    EXPECT_EQ(tool({"at", "lab", "board", "links.sid1=down"}).code, 0);
+    const pid_t program = BoardClient(socket()).ask({{"do", "hello"}}).at("board").at("process");
+    kill(program, SIGKILL);
+    EXPECT_EQ(run->exitCode(), 128 + SIGKILL);
+
+    run = start({"exec", "--quiet", "--name", "lab", "--board", file, "--", kCycling});
+    ASSERT_TRUE(LivingRun::isThere(socket())) << run->output();
+    BoardClient client(socket());
+    const json dark = client.step({{"frame", {{"from", "sid1"}}}, {"expect", {{"dropped", "no carrier"}}}});
+    EXPECT_TRUE(dark["step"].value("passed", false)) << dark.dump();
+    EXPECT_EQ(codeOf(client.step({{"restart", "kill"}})), "not-here");
+    run->tell(SIGTERM);
+    EXPECT_EQ(run->exitCode(), 0) << run->output();
+}
+
 TEST_F(Board, OfAScenarioStaysAndTakesCallsWithTheSameChecks) {
     const auto run = start({"run", kScenarios + "/internet.json", "--stay", "--quiet", "--name", "lab"});
     ASSERT_TRUE(LivingRun::isThere(socket())) << run->output();

@@ -138,6 +138,9 @@ json Session::step(const Json& request) {
         throw Refusal("not-here",
                       "the program owns its HAL and calls its operations by itself; a board of 'run --stay' or "
                       "'omci --listen' takes call steps");
+    if (request["step"].is_object() && request["step"].contains("restart"))
+        throw Refusal("not-here",
+                      "the HAL lives in the process that is asked, which cannot be started anew; a scenario can");
     ParseContext parsing = parsing_;
     if (request.contains("records")) parsing.records = request["records"];
     const Json& whole = request["step"];
