@@ -9,7 +9,9 @@
 
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <thread>
 
@@ -21,6 +23,7 @@
 namespace {
 
 using nlohmann::json;
+namespace fs = std::filesystem;
 using std::chrono::milliseconds;
 
 bool isThere(const std::string& program) {
@@ -286,6 +289,35 @@ TEST_F(Taps, KilledBoardLeavesNoTap) {
     leavesNone(board_->process());
     startDaemon();
     leavesNone(daemon());
+}
+
+// The thread that carries packets has descriptors of its own, and the daemon's threads have the board's file, too.
+TEST_F(Taps, BoardInAFileKeepsWhatPacketsHaveLeft) {
+    const std::string board = scratch_.file("board");
+    start({"exec", "--board", board}, {"--", TAP_DAEMON_BINARY, ""});
+    ASSERT_TRUE(soon([this] { return output().find(": up\n") != std::string::npos; })) << output();
+    giveAddresses();
+    for (int round = 0; round < 3; ++round) {
+        ASSERT_TRUE(soon([this] { return pings(); })) << output();
+        order(SIGUSR1, "off the bridge");
+        order(SIGUSR2, "on the bridge");
+    }
+    std::map<std::string, int> opened;  // of each thread
+    for (const auto& thread : fs::directory_iterator("/proc/" + std::to_string(daemon()) + "/task"))
+        for (const auto& one : fs::directory_iterator(thread.path() / "fd")) {
+            std::error_code gone;
+            if (fs::read_symlink(one.path(), gone) == fs::canonical(board)) ++opened[thread.path().filename()];
+        }
+    EXPECT_GE(opened.size(), 2U);
+    for (const auto& [thread, count] : opened) EXPECT_EQ(count, 1) << thread;
+    kill(daemon(), SIGKILL);
+    board_->end();
+    const std::string file = scratch_.file("kept.json");
+    ASSERT_EQ(runProgram({VORN_ONU_BINARY, "exec", "--quiet", "--board", board, "--json", file, "--", "true"}).code, 0);
+    const json kept = json::parse(contentOf(file));
+    constexpr int kFramesSent = 0;
+    EXPECT_GE(kept.at("pon").at("gemPorts").at(0).at("counters").at(kFramesSent), 3U) << kept["pon"].dump(1);
+    EXPECT_FALSE(kept.contains("taps")) << "they are the host's";
 }
 
 TEST_F(Taps, WithoutTheRightTheAnswerTellsWhichIsMissing) {
