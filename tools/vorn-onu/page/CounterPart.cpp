@@ -1,9 +1,13 @@
 #include "page/CounterPart.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
 
 #include "show/Html.h"
 
@@ -13,6 +17,8 @@ namespace {
 
 using namespace html;
 using nlohmann::json;
+
+constexpr std::size_t kMostRows = 24;  // more are shown in a window of their own
 
 // "1,234,567"
 std::string grouped(std::uint64_t number) {
@@ -88,9 +94,20 @@ const json& memberOf(const json& object, const std::string& key) {
     return found == object.end() ? nothing : *found;
 }
 
+// As people count: sid2.5 before sid2.25.
+std::vector<std::string> namesIn(const json& object) {
+    std::vector<std::string> names;
+    for (const auto& [name, value] : object.items()) names.push_back(name);
+    std::sort(names.begin(), names.end(),
+              [](const auto& one, const auto& other) { return strverscmp(one.c_str(), other.c_str()) < 0; });
+    return names;
+}
+
 RowGroup deviceRows(const json& now, const json& before, double seconds) {
     RowGroup rows;
-    for (const auto& [name, counters] : memberOf(now, "devices").items()) {
+    const json& devices = memberOf(now, "devices");
+    for (const std::string& name : namesIn(devices)) {
+        const json& counters = devices[name];
         const json& earlier = memberOf(memberOf(before, "devices"), name);
         const Count in = countOf(counters, "rx_packets", "rx_bytes"), out = countOf(counters, "tx_packets", "tx_bytes");
         const std::string rest = others(counters);
@@ -105,7 +122,9 @@ RowGroup deviceRows(const json& now, const json& before, double seconds) {
 RowGroup gemPortRows(const json& now, const json& before, double seconds) {
     constexpr std::size_t kSentFrames = 0, kSentOctets = 1, kReceivedFrames = 2, kReceivedOctets = 3, kDiscarded = 6;
     RowGroup rows;
-    for (const auto& [port, counters] : memberOf(now, "gemPorts").items()) {
+    const json& ports = memberOf(now, "gemPorts");
+    for (const std::string& port : namesIn(ports)) {
+        const json& counters = ports[port];
         const json& earlier = memberOf(memberOf(before, "gemPorts"), port);
         const Count out = countOf(counters, kSentFrames, kSentOctets);
         const Count in = countOf(counters, kReceivedFrames, kReceivedOctets);
@@ -167,8 +186,11 @@ std::string counterPart(const json& now, const json& before, double seconds) {
     queues.title = "upstream queues";
     taps.title = "real packets";
     const std::string text = stackingTable({"where", "received", "received now", "sent", "sent now", "besides"},
-                                           {devices, ports, queues, taps}, "counts");
-    return text.empty() ? "" : card(text);
+                                           {taps, devices, ports, queues}, "counts");
+    if (text.empty()) return "";
+    const std::size_t rows = devices.rows.size() + ports.rows.size() + queues.rows.size() + taps.rows.size();
+    if (rows <= kMostRows) return card(text);
+    return card("<div class=\"tall most\" role=\"region\" aria-label=\"Counters\" tabindex=\"0\">" + text + "</div>");
 }
 
 }  // namespace vorn_onu::page

@@ -35,7 +35,7 @@ button:disabled, input:disabled, select:disabled { opacity:.55; cursor:not-allow
 #outcome:empty { display:none } #outcome.bad { color:var(--bad) } #outcome.good { color:var(--good) }
 #way:focus-visible { outline:2px solid var(--accent); outline-offset:2px }
 .ends { margin:0 0 8px; font-size:14px } .fault { color:var(--warn) }
-.tall { max-height:25em; overflow-y:auto } .tall:focus-visible { outline:2px solid var(--accent); outline-offset:2px; border-radius:4px }
+#part-picture .scroll { max-height:75vh; overflow-y:auto } .tall { max-height:25em; overflow-y:auto } .tall.most { max-height:75vh } .tall:focus-visible { outline:2px solid var(--accent); outline-offset:2px; border-radius:4px }
 @media (min-width:601px) { .tall thead { position:sticky; top:0; background:var(--card) } }
 .counts, .calls { font-variant-numeric:tabular-nums } .calls .mono { overflow-wrap:anywhere }
 .counts th:nth-child(1) { width:19% } .calls th:nth-child(1) { width:72px } .calls th:nth-child(2) { width:78px } .calls th:nth-child(3) { width:27% } .calls th:last-child { width:120px }
