@@ -57,7 +57,7 @@ template <typename Enter>
 Walk walkNow(const Frame& frame, Learning learning, Enter enter) {
     const bool leavesTrace = learning == Learning::On;
     if (!leavesTrace) memory().begin();
-    const auto plan = currentPlan();
+    const auto& plan = currentPlan();
     Walk walk = walkThrough(plan, {*plan, memory(), virtualNowMs(), leavesTrace}, frame, enter);
     if (!leavesTrace) memory().rollBack();
     if (leavesTrace) network::framesCounted();
