@@ -1,12 +1,13 @@
 """The state as objects: nothing that the board tells is missing in them."""
 
+import contextlib
 import dataclasses
 import json
 import os
 import subprocess
 import tempfile
 import unittest
-from typing import Any, List
+from typing import Any, Iterator, List, Optional
 
 import support
 from vorn_onu import DeviceState, Onu, OnuError
@@ -85,6 +86,35 @@ class States(unittest.TestCase):
             self.assertEqual([entry.number for entry in whole], list(range(1, len(whole) + 1)))
             self.assertEqual(onu.trace(after=whole[9].number), whole[10:])
             self.assertEqual(onu.state("all").trace, whole)
+
+    def test_ports_with_real_packets_are_counted(self) -> None:
+        with self.assertRaises(OnuError) as caught:
+            Onu.start(taps={"sid0": "a/b"})
+        self.assertEqual(caught.exception.code, "not-started")
+        self.assertIn("is no name of an interface", caught.exception.text)
+        with network_namespace() as netns:
+            if netns is None:
+                self.skipTest("no right to make network namespaces and TAPs")
+            with Onu.start(taps={"sid0": f"lan0@{netns}", "gem 1001": f"pon0@{netns}"}) as onu:
+                value = onu.state_json()
+                made = decode(DeviceState, value)
+                self.assertEqual(missing(value, made), [])
+                named = [(one.port, one.interface) for one in made.taps]
+                self.assertEqual(named, [("sid0", "lan0"), ("gem 1001", "pon0")])
+                self.assertEqual([one.port for one in onu.counters().taps], ["sid0", "gem 1001"])
+                self.assertEqual(onu.info().taps, [f"sid0=lan0@{netns}", f"gem 1001=pon0@{netns}"])
+
+
+@contextlib.contextmanager
+def network_namespace() -> Iterator[Optional[str]]:
+    """The path of one that goes with the block; None where it, or a TAP in it, cannot be made."""
+    command = "ip tuntap add dev try0 mode tap && ip link del try0 && echo made && exec cat"
+    pipes = {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE, "stderr": subprocess.DEVNULL}
+    with subprocess.Popen(["unshare", "--net", "sh", "-c", command], **pipes) as holder:
+        assert holder.stdout is not None and holder.stdin is not None
+        made = holder.stdout.readline() == b"made\n"
+        yield f"/proc/{holder.pid}/ns/net" if made else None
+        holder.stdin.close()
 
 
 def walk(made: Any) -> List[Any]:

@@ -205,6 +205,7 @@ TEST_F(Taps, PingPassesThroughADaemonThatClosesEveryDescriptor) {
     startDaemon("closing");
     giveAddresses();
     ASSERT_TRUE(soon([this] { return pings(); })) << output();
+    order(SIGUSR2, "port on the bridge");  // and closes them once more, while frames pass
     const auto ping = customer_.run({"ping", "-c", "20", "-i", "0.02", "-W", "1", "-s", "1400", "10.9.0.2"});
     EXPECT_NE(ping.output.find(" 0% packet loss"), std::string::npos) << ping.output;
     const json taps = ended();

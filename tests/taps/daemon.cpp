@@ -79,6 +79,7 @@ int main(int argc, char** argv) {
     say("up");
     for (int order = 0; sigwait(&orders, &order) == 0 && order != SIGTERM;) {
         const bool onTheBridge = order == SIGUSR2;
+        if (mode == "closing") closeAll();
         if (!setUni(hal, onTheBridge)) return 1;
         say(onTheBridge ? "port on the bridge" : "port off the bridge");
     }

@@ -178,4 +178,19 @@ TEST_F(Carrying, BytesGoTheWayOfTheWalkAndAreCountedAlike) {
     EXPECT_GT(left, 1000u) << "hardly a frame has left: the comparison says nothing";
 }
 
+TEST_F(Carrying, UnchangedFramesLeaveWithTheBytesThatCameIn) {
+    setUpBoard();
+    Chance chance(1);
+    unsigned left = 0;
+    for (int i = 0; i < 2000; ++i) {
+        const Bytes bytes = chance.frame();
+        for (const WireExit& exit : onu().carryFromPort("sid0", bytes)) {
+            if (exit.device != "sid1") continue;
+            ASSERT_EQ(textOf(exit), textOf({"sid1", {}, bytes}));
+            ++left;
+        }
+    }
+    EXPECT_GT(left, 100u);
+}
+
 }  // namespace
