@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "libc/real/RealLibc.h"
+#include "taps/OwnDescriptors.h"
 
 namespace virtual_onu::taps {
 
@@ -68,12 +69,12 @@ void askForLink(int watch, int index) {
     request.header.nlmsg_type = RTM_GETLINK;
     request.header.nlmsg_flags = NLM_F_REQUEST;
     request.about.ifi_index = index;
-    real::send(watch, &request, sizeof request, 0);  // asked again soon
+    own::send(watch, &request, sizeof request, 0);  // asked again soon
 }
 
 void takeLinkNews(int watch, const std::function<void(const LinkNews&)>& take) {
     std::array<std::uint8_t, 32768> bytes;
-    for (ssize_t got = 0; (got = recv(watch, bytes.data(), bytes.size(), MSG_DONTWAIT)) > 0;)
+    for (ssize_t got = 0; (got = own::receive(watch, bytes.data(), bytes.size(), MSG_DONTWAIT)) > 0;)
         readLinkNews(bytes.data(), static_cast<std::size_t>(got), take);
 }
 

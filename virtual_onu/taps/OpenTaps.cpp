@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "libc/real/RealLibc.h"
 #include "taps/LinkWatch.h"
+#include "taps/OwnDescriptors.h"
 #include "taps/TapDevice.h"
 
 namespace virtual_onu::taps {
@@ -19,8 +19,8 @@ OpenTaps::OpenTaps(const std::vector<int>& descriptors) {
 }
 
 OpenTaps::~OpenTaps() {
-    for (const int one : taps) real::close(one);
-    for (const int one : watches) real::close(one);
+    for (const int one : taps) own::close(one);
+    for (const int one : watches) own::close(one);
 }
 
 void OpenTaps::askForLinks() const {

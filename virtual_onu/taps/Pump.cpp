@@ -13,7 +13,7 @@
 #include "VirtualOnu.h"
 #include "frames/Links.h"
 #include "kernel/Network.h"
-#include "libc/real/RealLibc.h"
+#include "taps/OwnDescriptors.h"
 
 namespace virtual_onu::taps {
 
@@ -130,7 +130,7 @@ bool Pump::take(std::size_t place) {
     bool there = true;
     TapEntry& entry = (*open_.page)[place];
     while (frames < kBatch) {
-        const ssize_t got = real::read(open_.taps[place], room(frames), kLongestFrame);
+        const ssize_t got = own::read(open_.taps[place], room(frames), kLongestFrame);
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) {
             there = errno == EAGAIN;
@@ -195,7 +195,7 @@ void Pump::deliver(const Copy& copy) {
     datapath::WireSlot& slot = slots_[copy.slot];
     const std::size_t size = datapath::writeCopy(slot, copy.tags);
     TapEntry& entry = (*open_.page)[copy.tap];
-    if (real::write(open_.taps[copy.tap], slot.frame, size) != static_cast<ssize_t>(size)) return entry.lostOut.add(1);
+    if (own::write(open_.taps[copy.tap], slot.frame, size) != static_cast<ssize_t>(size)) return entry.lostOut.add(1);
     entry.framesOut.add(1);
     entry.octetsOut.add(size);
 }

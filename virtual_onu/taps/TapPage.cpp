@@ -10,7 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "libc/real/RealLibc.h"
+#include "taps/OwnDescriptors.h"
 
 namespace virtual_onu::taps {
 
@@ -37,7 +37,7 @@ TapPage::TapPage() : descriptor_(memfd_create("taps", MFD_CLOEXEC)) {
 TapPage::TapPage(int descriptor) : descriptor_(descriptor) {
     const off_t size = lseek(descriptor, 0, SEEK_END);
     if (size != static_cast<off_t>(sizeof(Layout))) return;
-    void* place = mmap(nullptr, sizeof(Layout), PROT_READ | PROT_WRITE, MAP_SHARED, descriptor_, 0);
+    void* place = own::map(descriptor_, sizeof(Layout));
     if (place == MAP_FAILED) return;
     page_ = static_cast<Layout*>(place);
     if (page_->magic.get() == kMagic && page_->count.get() <= kMostTaps) return;
@@ -47,7 +47,7 @@ TapPage::TapPage(int descriptor) : descriptor_(descriptor) {
 
 TapPage::~TapPage() {
     if (page_ != nullptr) munmap(page_, sizeof(Layout));
-    if (descriptor_ >= 0) real::close(descriptor_);
+    if (descriptor_ >= 0) own::close(descriptor_);
 }
 
 std::size_t TapPage::size() const {

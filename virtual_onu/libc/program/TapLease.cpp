@@ -22,9 +22,12 @@
 #include "libc/program/StateFile.h"
 #include "libc/real/OwnDescriptor.h"
 #include "libc/real/RealLibc.h"
+#include "taps/OwnDescriptors.h"
 #include "taps/Pump.h"
 
 namespace virtual_onu::taplease {
+
+namespace own = taps::own;
 
 namespace {
 
@@ -43,9 +46,9 @@ int connected() {
     const std::string path = socketPath();
     if (path.size() >= sizeof place.sun_path) return -1;
     std::copy(path.begin(), path.end(), place.sun_path);
-    const int lender = real::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-    if (lender < 0 || connect(lender, reinterpret_cast<const sockaddr*>(&place), sizeof place) == 0) return lender;
-    real::close(lender);
+    const int lender = own::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+    if (lender < 0 || own::connect(lender, reinterpret_cast<const sockaddr*>(&place), sizeof place) == 0) return lender;
+    own::close(lender);
     return -1;
 }
 
@@ -60,7 +63,7 @@ bool hear(int lender, std::vector<int>& descriptors) {
     message.msg_control = control;
     message.msg_controllen = sizeof control;
     ssize_t got = 0;
-    while ((got = recvmsg(lender, &message, MSG_CMSG_CLOEXEC)) < 0 && errno == EINTR) {
+    while ((got = own::receiveMessage(lender, &message, MSG_CMSG_CLOEXEC)) < 0 && errno == EINTR) {
     }
     if (got <= 0) return false;
     const cmsghdr* header = CMSG_FIRSTHDR(&message);
@@ -72,7 +75,7 @@ bool hear(int lender, std::vector<int>& descriptors) {
 
 bool isOver(int lender) {
     char word = 0;
-    return recv(lender, &word, 1, MSG_PEEK | MSG_DONTWAIT) == 0;
+    return own::receive(lender, &word, 1, MSG_PEEK | MSG_DONTWAIT) == 0;
 }
 
 // Frames move the device's counters, which belong to its state.
@@ -92,7 +95,7 @@ void borrow(int lender) {
         if (descriptors.empty()) continue;  // another process has the TAPs now
         const taps::OpenTaps open(descriptors);
         if (open.page == nullptr) return static_cast<void>(sayWhy("the tool is of another version"));
-        if (!std::exchange(saidAll, true)) real::close(STDERR_FILENO);
+        if (!std::exchange(saidAll, true)) own::close(STDERR_FILENO);
         taps::Pump pump(open, tell);
         pump.run(lender);
         if (isOver(lender)) pump.run(-1);  // a program goes on in the background, and so do its packets
@@ -111,7 +114,7 @@ void* carrier(void* /*unused*/) {
     if (lender < 0)
         return sayWhy("the tool cannot be reached (has the program changed its user or its root directory?)");
     borrow(lender);
-    real::close(lender);
+    own::close(lender);
     return nullptr;
 }
 

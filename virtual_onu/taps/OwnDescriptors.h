@@ -1,0 +1,52 @@
+// The kernel's calls for a thread that may have a table of descriptors of its own. Past the C library: a sanitizer that
+// stands before its functions knows one table only, and would take a number there for the program's descriptor of that
+// number. Results and errno as those of the functions.
+#ifndef VIRTUAL_ONU_OWN_DESCRIPTORS_H
+#define VIRTUAL_ONU_OWN_DESCRIPTORS_H
+
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cstddef>
+
+namespace virtual_onu::taps::own {
+
+inline ssize_t read(int descriptor, void* bytes, std::size_t size) {
+    return syscall(SYS_read, descriptor, bytes, size);
+}
+inline ssize_t write(int descriptor, const void* bytes, std::size_t size) {
+    return syscall(SYS_write, descriptor, bytes, size);
+}
+inline void close(int descriptor) {
+    syscall(SYS_close, descriptor);
+}
+inline int socket(int domain, int type, int protocol) {
+    return static_cast<int>(syscall(SYS_socket, domain, type, protocol));
+}
+inline int connect(int descriptor, const sockaddr* place, socklen_t size) {
+    return static_cast<int>(syscall(SYS_connect, descriptor, place, size));
+}
+inline ssize_t send(int descriptor, const void* bytes, std::size_t size, int flags) {
+    return syscall(SYS_sendto, descriptor, bytes, size, flags, nullptr, 0);
+}
+inline ssize_t receive(int descriptor, void* bytes, std::size_t size, int flags) {
+    return syscall(SYS_recvfrom, descriptor, bytes, size, flags, nullptr, nullptr);
+}
+inline ssize_t receiveMessage(int descriptor, msghdr* message, int flags) {
+    return syscall(SYS_recvmsg, descriptor, message, flags);
+}
+// From its beginning, shared with others.
+inline void* map(int descriptor, std::size_t size) {
+#ifdef SYS_mmap
+    constexpr long kCall = SYS_mmap;
+#else
+    constexpr long kCall = SYS_mmap2;
+#endif
+    return reinterpret_cast<void*>(syscall(kCall, nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0));
+}
+
+}  // namespace virtual_onu::taps::own
+
+#endif
