@@ -36,7 +36,7 @@ std::string whyNotHad(const TapRequest& request) {
     switch (errno) {
         case EPERM:
         case EACCES:
-            return "making a TAP needs the right CAP_NET_ADMIN; root can make one for you beforehand: ip tuntap add "
+            return "making a TAP needs the right CAP_NET_ADMIN; root can make it for you beforehand: ip tuntap add "
                    "dev " +
                    request.interface + " mode tap user NAME";
         case EBUSY:

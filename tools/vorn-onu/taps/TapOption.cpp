@@ -79,7 +79,12 @@ std::vector<virtual_onu::TapRequest> tapsOf(const std::vector<std::string>& opti
 
 std::unique_ptr<virtual_onu::Taps> openTaps(const std::vector<std::string>& options) {
     if (options.empty()) return nullptr;
-    return std::make_unique<virtual_onu::Taps>(tapsOf(options));
+    const auto requests = tapsOf(options);
+    try {
+        return std::make_unique<virtual_onu::Taps>(requests);
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(std::string("vorn-onu: --tap: ") + error.what());
+    }
 }
 
 }  // namespace vorn_onu
