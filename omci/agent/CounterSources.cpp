@@ -12,7 +12,6 @@ namespace {
 // Where the frame counters of classes 296, 321, 322, 334 and 425 have their first fields.
 enum FrameAttribute : AttributeNumber { kDropEvents = 3, kOctets = 4, kFrames = 5, kBroadcast = 6, kMulticast = 7 };
 
-constexpr std::size_t kControlFields = 10;  // place in the control block of 334 and 425
 constexpr std::uint16_t kCountsDownstream = 0x0002;
 
 template <class Traffic>

@@ -13,6 +13,9 @@ class VornHal;
 
 namespace omci {
 
+// Place of the control fields in the control block of classes 334 and 425.
+constexpr std::size_t kControlFields = 10;
+
 // Absolute values by attribute number; what nobody counts stays 0.
 using CounterValues = std::array<std::uint64_t, kMaxAttributes + 1>;
 

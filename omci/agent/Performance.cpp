@@ -14,7 +14,6 @@ constexpr AttributeNumber kFirstCounter = 3;
 // The control block of classes 334 and 425: thresholds' identifier first, then 2 bytes each at these places.
 constexpr std::size_t kAccumulationDisable = 6;
 constexpr std::size_t kAlertDisable = 8;
-constexpr std::size_t kControlFields = 10;
 constexpr std::uint16_t kAllOff = 0x4000;      // of both disable fields
 constexpr std::uint16_t kBeginAnew = 0x8000;   // of the accumulation disable field, reads 0
 constexpr std::uint16_t kContinuous = 0x0001;  // of the control fields

@@ -117,7 +117,7 @@ constexpr AttributeInfo kMapperAttributes[] = {
     {13, "TP type", 1, kRWC | kOptional, kEnumeration, 0, kMapperTpTypes},
 };
 
-constexpr EntityRow kRows[] = {
+constexpr EntityRow kBridgeEntities[] = {
     {45, "MAC bridge service profile", Maker::kOlt, kOltActions, kBridgeAttributes, {}},
     {46, "MAC bridge configuration data", Maker::kOnu, bit(MessageType::kGet), kBridgeDataAttributes, {}},
     {47, "MAC bridge port configuration data", Maker::kOlt, kOltActions, kBridgePortAttributes, kBridgePortAlarms},
@@ -136,7 +136,7 @@ constexpr EntityRow kRows[] = {
 }  // namespace
 
 Rows<EntityRow> bridgeEntities() {
-    return kRows;
+    return kBridgeEntities;
 }
 
 }  // namespace omci::tables

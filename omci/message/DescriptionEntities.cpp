@@ -65,7 +65,7 @@ constexpr AttributeInfo kTwdmChannelAttributes[] = {
     {4, "Upstream wavelength channel", 1, kR, kUnsigned, 0xFF},
 };
 
-constexpr EntityRow kRows[] = {
+constexpr EntityRow kDescriptionEntities[] = {
     {287, "OMCI", Maker::kOnu, kGetGetNext, kOmciObjectAttributes, {}},
     {288, "Managed entity", Maker::kOnu, kGetGetNext, kEntityObjectAttributes, {}},
     {289, "Attribute", Maker::kOnu, kGetGetNext, kAttributeObjectAttributes, {}},
@@ -77,7 +77,7 @@ constexpr EntityRow kRows[] = {
 }  // namespace
 
 Rows<EntityRow> descriptionEntities() {
-    return kRows;
+    return kDescriptionEntities;
 }
 
 }  // namespace omci::tables

@@ -162,7 +162,7 @@ constexpr AttributeInfo kPowerSheddingAttributes[] = {
     {11, "Shedding status", 2, kR | kOptional | kAvc, kUnsigned},
 };
 
-constexpr EntityRow kRows[] = {
+constexpr EntityRow kEquipmentEntities[] = {
     {2,
      "ONU data",
      Maker::kOnu,
@@ -192,7 +192,7 @@ constexpr EntityRow kRows[] = {
 }  // namespace
 
 Rows<EntityRow> equipmentEntities() {
-    return kRows;
+    return kEquipmentEntities;
 }
 
 }  // namespace omci::tables

@@ -82,7 +82,7 @@ constexpr AttributeInfo kSecurityAttributes[] = {
     {12, "Effective key length", 2, kR | kOptional, kUnsigned},
 };
 
-constexpr EntityRow kRows[] = {
+constexpr EntityRow kManagementEntities[] = {
     {134, "IP host config data", Maker::kOnu, kGetSet | bit(MessageType::kTest), kIpHostAttributes, {}},
     {136, "TCP/UDP config data", Maker::kOlt, kOltActions, kTcpUdpAttributes, {}},
     {137, "Network address", Maker::kBoth, kOltActions, kNetworkAddressAttributes, {}},
@@ -99,7 +99,7 @@ constexpr EntityRow kRows[] = {
 }  // namespace
 
 Rows<EntityRow> managementEntities() {
-    return kRows;
+    return kManagementEntities;
 }
 
 }  // namespace omci::tables

@@ -53,7 +53,7 @@ constexpr AttributeInfo kMulticastMonitorAttributes[] = {
     {6, "IPv6 active group list table", 58, kR | kOptional, kTable},
 };
 
-constexpr EntityRow kRows[] = {
+constexpr EntityRow kMulticastEntities[] = {
     {309, "Multicast operations profile", Maker::kOlt, kOltTableActions, kMulticastProfileAttributes,
      kMulticastProfileAlarms},
     {310, "Multicast subscriber config info", Maker::kOlt, kOltTableActions, kMulticastSubscriberAttributes, {}},
@@ -68,7 +68,7 @@ constexpr EntityRow kRows[] = {
 }  // namespace
 
 Rows<EntityRow> multicastEntities() {
-    return kRows;
+    return kMulticastEntities;
 }
 
 }  // namespace omci::tables

@@ -148,7 +148,7 @@ constexpr AttributeInfo kExtendedPm64Attributes[] = {
     {16, "Frames 1024 to 1518 octets", 8, kR, kUnsigned},
 };
 
-constexpr EntityRow kRows[] = {
+constexpr EntityRow kPerformanceEntities[] = {
     {24, "Ethernet PM history data", Maker::kOlt, kPmActions, kEthernetPmAttributes, {}},
     {51, "MAC bridge PM history data", Maker::kOlt, kPmActions, kBridgePmAttributes, {}},
     {52, "MAC bridge port PM history data", Maker::kOlt, kPmActions, kBridgePortPmAttributes, {}},
@@ -166,7 +166,7 @@ constexpr EntityRow kRows[] = {
 }  // namespace
 
 Rows<EntityRow> performanceEntities() {
-    return kRows;
+    return kPerformanceEntities;
 }
 
 }  // namespace omci::tables

@@ -94,7 +94,7 @@ constexpr AttributeInfo kDot1xAttributes[] = {
 };
 constexpr CodeWord kDot1xAlarms[] = {{0, "local authentication allowed"}, {1, "local authentication denied"}};
 
-constexpr EntityRow kRows[] = {
+constexpr EntityRow kSubscriberEntities[] = {
     {11, "PPTP Ethernet UNI", Maker::kOnu, kGetSet, kEthernetUniAttributes, kEthernetUniAlarms},
     {264, "UNI-G", Maker::kOnu, kGetSet, kUniGAttributes, {}},
     {329, "Virtual Ethernet interface point", Maker::kOnu, kGetSet, kVeipAttributes, kVeipAlarms},
@@ -104,7 +104,7 @@ constexpr EntityRow kRows[] = {
 }  // namespace
 
 Rows<EntityRow> subscriberEntities() {
-    return kRows;
+    return kSubscriberEntities;
 }
 
 }  // namespace omci::tables

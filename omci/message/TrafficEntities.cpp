@@ -137,7 +137,7 @@ constexpr AttributeInfo kTrafficDescriptorAttributes[] = {
     {8, "Meter type", 1, kRC | kOptional, kEnumeration, 0, kMeters},
 };
 
-constexpr EntityRow kRows[] = {
+constexpr EntityRow kTrafficEntities[] = {
     {263, "ANI-G", Maker::kOnu, kGetSet | bit(MessageType::kTest), kAniGAttributes, kAniGAlarms},
     {262, "T-CONT", Maker::kOnu, kGetSet, kTContAttributes, {}},
     {268, "GEM port network CTP", Maker::kOlt, kOltActions, kGemPortAttributes, kGemPortAlarms},
@@ -154,7 +154,7 @@ constexpr EntityRow kRows[] = {
 }  // namespace
 
 Rows<EntityRow> trafficEntities() {
-    return kRows;
+    return kTrafficEntities;
 }
 
 }  // namespace omci::tables

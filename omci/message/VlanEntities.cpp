@@ -105,7 +105,7 @@ constexpr AttributeInfo kExtendedTaggingAttributes[] = {
      kTable},  // not certain: the layout of the row
 };
 
-constexpr EntityRow kRows[] = {
+constexpr EntityRow kVlanEntities[] = {
     {84, "VLAN tagging filter data", Maker::kOlt, kOltActions, kVlanFilterAttributes, {}},
     {78, "VLAN tagging operation configuration data", Maker::kOlt, kOltActions, kVlanTaggingAttributes, {}},
     {171,
@@ -119,7 +119,7 @@ constexpr EntityRow kRows[] = {
 }  // namespace
 
 Rows<EntityRow> vlanEntities() {
-    return kRows;
+    return kVlanEntities;
 }
 
 }  // namespace omci::tables

@@ -3,14 +3,13 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "omci/services/Numbers.h"
+
 namespace omci::services {
 
 namespace {
 
-constexpr std::uint16_t kNoGemPort = 65535;
-constexpr std::uint8_t kOneFilterModel = 2;  // BridgeServiceProvisioning::trafficModel: tag rules are made
 constexpr std::size_t kMostEntries = 12;
-constexpr unsigned kPriorities = 8;
 
 // Forward operations for which the HAL's rules do what they say, for frames that go up as well as down.
 enum HalFilter : std::uint8_t {

@@ -3,14 +3,13 @@
 #include <utility>
 
 #include "omci/services/Difference.h"
+#include "omci/services/Numbers.h"
 
 namespace omci::services {
 
 namespace {
 
-constexpr std::uint16_t kVeipBridge = 0;
 constexpr std::uint8_t kPppoe = 2;
-constexpr std::uint8_t kOneFilterModel = 2;
 
 std::uint16_t gemPortOf(PieceKey key) {
     return static_cast<std::uint16_t>(key.number & 0xFFFFU);

@@ -1,12 +1,13 @@
 #include "omci/services/Plan.h"
 
+#include "omci/services/Numbers.h"
+
 namespace omci::services {
 
 namespace {
 
 constexpr InstanceId kFirstBridge = 0;
-// Bridge 0 of the HAL is the one with the VEIP; 0xFFFF cannot be the number of an entity.
-constexpr std::uint16_t kVeipBridge = 0;
+// 0xFFFF cannot be the number of an entity.
 constexpr std::uint16_t kBridgeWithoutNumber = 0xFFFF;
 
 }  // namespace

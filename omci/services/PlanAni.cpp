@@ -2,20 +2,17 @@
 #include <algorithm>
 
 #include "omci/mib/Relations.h"
+#include "omci/services/Numbers.h"
 #include "omci/services/Plan.h"
 
 namespace omci::services {
 
 namespace {
 
-constexpr unsigned kPriorities = 8;
 constexpr unsigned kDscps = 64;
-constexpr std::uint16_t kNoGemPort = 0xFFFF;
-constexpr std::uint8_t kFromDscp = 0;        // unmarked frame option of a mapper
-constexpr std::uint8_t kDownstreamOnly = 2;  // direction of a GEM port
-constexpr std::uint16_t kTrafficType = 2;    // of a VEIP service: filtered by VLAN
+constexpr std::uint8_t kFromDscp = 0;  // unmarked frame option of a mapper
 constexpr std::uint32_t kUsualAgeingS = 300;
-constexpr std::uint8_t kVidsAndUntagged = 0x03, kVids = 0x04;  // forward operations
+constexpr std::uint8_t kForwardVidsAndUntagged = 0x03, kForwardVids = 0x04;  // forward operations
 
 // TP types of bridge ports that are planned.
 enum TpType : std::uint8_t { kUni = 1, kMapper = 3, kIpHost = 4, kGemInterworking = 5, kMulticast = 6, kVeip = 11 };
@@ -148,7 +145,7 @@ void Planner::planAniService(const BridgePort& port, const GemService& service,
     const Entity* entity = reader_.find(class_id::kVlanFilter, port.port->instance());
     VlanFilter filter = filterOf(entity);
     if (entity == nullptr && multicast && !multicast->empty()) {
-        filter.operation = multicast->count(0) != 0 ? kVidsAndUntagged : kVids;
+        filter.operation = multicast->count(0) != 0 ? kForwardVidsAndUntagged : kForwardVids;
         for (const auto vlan : *multicast) {
             if (vlan != 0) filter.tcis.push_back(vlan);
         }
@@ -176,7 +173,7 @@ void Planner::planAniService(const BridgePort& port, const GemService& service,
         for (const auto& list : lists) {
             const VeipRules announced{service.gemPortId, port.number,
                                       filter.operation,  static_cast<std::uint8_t>(list.size()),
-                                      tciText(list),     kTrafficType};
+                                      tciText(list),     kFilteredByVlan};
             made.make.push_back({Operation::kVeipCreateRules, announced});
             made.undo.push_back({Operation::kVeipDeleteRules, announced});
         }

@@ -1,4 +1,5 @@
 // Multicast that comes down in a GEM port of its own.
+#include "omci/services/Numbers.h"
 #include "omci/services/Plan.h"
 
 namespace omci::services {
@@ -8,9 +9,6 @@ namespace {
 // Codes of BridgeServiceProvisioning's row.
 constexpr std::uint16_t kSingleTag = 1;
 constexpr std::uint16_t kNoTreatment = 3;
-constexpr std::uint16_t kNoGemPort = 65535;
-constexpr std::uint8_t kOneFilterModel = 2;
-constexpr std::uint16_t kTrafficType = 2;      // of a VEIP service: filtered by VLAN
 constexpr std::size_t kVlanInAccessRow = 4;    // behind control and GEM port of a row of the access lists
 constexpr std::size_t kProfileInPackage = 10;  // pointer in a row of the packages
 
@@ -61,7 +59,7 @@ void Planner::planMulticast(const BridgePort& port, InstanceId instance) {
     made.bridge = port.number;
     made.makesBridge = true;
     made.make = {{Operation::kConfigureAniTagRules, record},
-                 {Operation::kVeipCreateRules, VeipRules{gemPortId, port.number, 0, 0, "", kTrafficType}}};
+                 {Operation::kVeipCreateRules, VeipRules{gemPortId, port.number, 0, 0, "", kFilteredByVlan}}};
     made.undo = {{Operation::kDeprovisionAniSideBridge, record}};
     want(std::move(made));
     const Entity* filter = reader_.find(class_id::kVlanFilter, port.port->instance());

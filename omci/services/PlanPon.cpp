@@ -1,4 +1,5 @@
 // T-CONTs and GEM ports.
+#include "omci/services/Numbers.h"
 #include "omci/services/Plan.h"
 
 namespace omci::services {
@@ -7,7 +8,6 @@ namespace {
 
 constexpr std::uint16_t kNoAllocId = 0xFFFF;
 constexpr std::uint16_t kNoAllocIdInGpon = 0x00FF;
-constexpr std::uint8_t kDownstreamOnly = 2;  // direction of a GEM port
 constexpr std::uint8_t kRateControlled = 1;  // traffic management option of the ONU
 constexpr std::uint16_t kQueuesPerTCont = 8;
 

@@ -1,6 +1,7 @@
 // Ethernet ports as such, and the management host.
 #include <cstdio>
 
+#include "omci/services/Numbers.h"
 #include "omci/services/Plan.h"
 
 namespace omci::services {
@@ -9,7 +10,6 @@ namespace {
 
 constexpr std::uint8_t kLocked = 1;
 constexpr std::uint16_t kUsualFrameSize = 1518;
-constexpr std::uint16_t kVeipBridge = 0;  // number in the HAL
 
 // Codes of the auto detection configuration.
 struct PortModeCode {

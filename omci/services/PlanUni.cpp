@@ -3,13 +3,13 @@
 #include <cstring>
 #include <iterator>
 
+#include "omci/services/Numbers.h"
 #include "omci/services/Plan.h"
 
 namespace omci::services {
 
 namespace {
 
-constexpr std::uint16_t kVeipBridge = 0;              // number in the HAL
 constexpr std::uint8_t kStripDownstream = 1;          // downstream mode of a tagging operation
 constexpr std::uint8_t kInverse = 0, kUnchanged = 1;  // downstream modes of extended tagging
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "omci/services/Numbers.h"
+
 namespace omci::services {
 
 namespace {
@@ -13,7 +15,6 @@ enum TagAction : std::uint16_t { kPush = 1, kPop = 2, kNone = 3, kPushTwo = 4, k
 // two are removed and one is added, one is popped and the other written.
 constexpr TagAction kActions[3][3] = {{kNone, kPush, kPushTwo}, {kPop, kTranslate, kPush}, {kPopTwo, kPop, kTranslate}};
 
-constexpr unsigned kPriorities = 8;
 // Codes of the HAL's treatment that leave the field of the tag that is written as it was, and do not look at it on the
 // way down.
 constexpr std::uint8_t kKeptPriority = TagTreatment::kCopyOuter;

@@ -12,7 +12,7 @@
 namespace {
 
 // One row, told of frames: "pass", "drop" or "default" (passed on, but to no GEM port).
-struct Row {
+struct ForwardRow {
     std::string untagged, tagged, listed, compared, downstream;
 };
 
@@ -22,8 +22,8 @@ std::string trimmed(const std::string& text) {
 }
 
 // By code; the row of code 0 is also that of the codes above 0x21.
-std::map<unsigned, Row> tableOfTheHeader() {
-    std::map<unsigned, Row> rows;
+std::map<unsigned, ForwardRow> tableOfTheHeader() {
+    std::map<unsigned, ForwardRow> rows;
     std::ifstream header(VORN_SCENARIO_DIR "/../src/hal/BridgeRecords.h");
     for (std::string line; std::getline(header, line);) {
         if (line.rfind("    // | 0x", 0) != 0) continue;
@@ -82,7 +82,7 @@ protected:
 TEST_P(ForwardOperationTable, SaysWhatBecomesOfFrames) {
     const auto rows = tableOfTheHeader();
     ASSERT_EQ(rows.count(GetParam()), 1u) << "the table has no row for this code";
-    const Row& row = rows.at(GetParam());
+    const ForwardRow& row = rows.at(GetParam());
     const struct {
         bool tagged;
         std::uint16_t vid;

@@ -13,15 +13,15 @@ using virtual_onu::kTransmit;
 using Lines = std::vector<std::string>;
 
 // One tag of a filter or an action: p-bits, VID, TPID code.
-struct Tag {
+struct MulticastTag {
     std::uint16_t pbits, vid, tpid;
 };
-constexpr Tag kNone = {15, 4096, 0};
+constexpr MulticastTag kNoMulticastTag = {15, 4096, 0};
 
-struct Row {
+struct MulticastCase {
     const char* name;
     std::uint16_t filterTags, treatment, remove, etherType;
-    Tag outerFilter, innerFilter, outerAction, innerAction;
+    MulticastTag outerFilter, innerFilter, outerAction, innerAction;
     const char* upstream;
     unsigned table;  // of the downstream rule
     const char* downstream;
@@ -36,7 +36,7 @@ protected:
         onu().addDevice("veip0", "gpon0.0");
     }
 
-    static BridgeServiceProvisioning multicast(const Row& row) {
+    static BridgeServiceProvisioning multicast(const MulticastCase& row) {
         const auto& [outer, inner] = std::tie(row.outerFilter, row.innerFilter);
         const auto& [outerTo, innerTo] = std::tie(row.outerAction, row.innerAction);
         // clang-format off
@@ -51,28 +51,28 @@ protected:
 // ---- The tagging row ----
 
 // clang-format off
-const Row kRows[] = {
+const MulticastCase kMulticastCases[] = {
     //                F  T  R  type
-    {"PushOnUntagged", 0, 1, 0, 0, kNone, kNone, kNone, {5, 200, 3},
+    {"PushOnUntagged", 0, 1, 0, 0, kNoMulticastTag, kNoMulticastTag, kNoMulticastTag, {5, 200, 3},
      "rxdev=veip0 | push pbits0:=5 vid0:=200 type:=0x9100",
      1, "txdev=veip0 pbits0=5 vid0=200 type=0x9100 | pop"},
-    {"DscpOnPppoe", 0, 1, 0, 2, kNone, kNone, kNone, {10, 4094, 4},
+    {"DscpOnPppoe", 0, 1, 0, 2, kNoMulticastTag, kNoMulticastTag, kNoMulticastTag, {10, 4094, 4},
      "rxdev=veip0 type=0x8863 | push pbits0:=dscp vid0:=4094 type:=0x8100",
      1, "txdev=veip0 vid0=4094 type=0x8100 | pop"},
-    {"TranslateSingleTag", 1, 6, 0, 1, kNone, {3, 100, 5}, kNone, {8, 300, 6},
+    {"TranslateSingleTag", 1, 6, 0, 1, kNoMulticastTag, {3, 100, 5}, kNoMulticastTag, {8, 300, 6},
      "rxdev=veip0 pbits0=3 vid0=100 type=0x88a8 tagtype0=0x0800 | vid0:=300 type:=0x9100 cfi0:=0",
      2, "txdev=veip0 vid0=300 type=0x9100 cfi0=0 | pbits0:=3 vid0:=100 type:=0x88a8"},
-    {"TranslateCopiesTheVid", 1, 6, 1, 3, kNone, {7, 4094, 4}, kNone, {9, 4096, 1},
+    {"TranslateCopiesTheVid", 1, 6, 1, 3, kNoMulticastTag, {7, 4094, 4}, kNoMulticastTag, {9, 4096, 1},
      "rxdev=veip0 pbits0=7 vid0=4094 type=0x8100 tagtype0=0x0806 | vid0:=vid1 tagtype0:=tagtype0 cfi0:=cfi0",
      1, "txdev=veip0 vid0=4094 | tagtype0:=tagtype0 cfi0:=cfi0 pbits0:=7 vid0:=4094 type:=0x8100"},
-    {"PushCopiesFromTheTagThere", 1, 1, 1, 4, kNone, {4, 100, 7}, kNone, {8, 4096, 0},
+    {"PushCopiesFromTheTagThere", 1, 1, 1, 4, kNoMulticastTag, {4, 100, 7}, kNoMulticastTag, {8, 4096, 0},
      "rxdev=veip0 pbits0=4 vid0=100 type=0x88a8 cfi0=1 tagtype0=0x8864 "
      "| push pbits0:=pbits1 vid0:=vid1 tagtype0:=tagtype1 cfi0:=cfi1",
      1, "txdev=veip0 pbits0=4 vid0=100 | tagtype0:=tagtype1 cfi0:=cfi1 pop pbits0:=4 vid0:=100 type:=0x88a8 cfi0:=1"},
-    {"CopiedPbitsWithoutAValueAreNotFilteredOn", 2, 1, 2, 0, {15, 9, 4}, {14, 4095, 3}, kNone, {8, 4096, 2},
+    {"CopiedPbitsWithoutAValueAreNotFilteredOn", 2, 1, 2, 0, {15, 9, 4}, {14, 4095, 3}, kNoMulticastTag, {8, 4096, 2},
      "rxdev=veip0 type=0x8100 | push pbits0:=pbits1 type:=0x9100 cfi0:=cfi1",
      1, "txdev=veip0 | type:=0x9100 cfi0:=cfi1 pop"},
-    {"PushTwoOnUntagged", 0, 4, 0, 5, kNone, kNone, {7, 4000, 7}, {0, 1, 6},
+    {"PushTwoOnUntagged", 0, 4, 0, 5, kNoMulticastTag, kNoMulticastTag, {7, 4000, 7}, {0, 1, 6},
      "rxdev=veip0 type=0x86dd | push push pbits0:=7 vid0:=4000 type:=0x9100 cfi0:=1 pbits1:=0 vid1:=1 "
      "tagtype0:=0x9100 cfi1:=0",
      2, "txdev=veip0 pbits0=7 vid0=4000 type=0x9100 cfi0=1 pbits1=0 vid1=1 tagtype0=0x9100 cfi1=0 | pop pop"},
@@ -85,22 +85,22 @@ const Row kRows[] = {
      "rxdev=veip0 pbits1=0 vid1=0 type=0x8100 tagtype0=0x8100 | push pbits1:=dscp tagtype0:=0x8100",
      3, "txdev=veip0 tagtype0=0x8100 "
         "| pop vid0:=8 type:=0x88a8 cfi0:=1 tagtype0:=0x8100 pbits1:=0 vid1:=0"},
-    {"WrittenTpidsOfTwoTags", 1, 1, 2, 0, kNone, {6, 60, 4}, {1, 2, 3}, {3, 4, 3},
+    {"WrittenTpidsOfTwoTags", 1, 1, 2, 0, kNoMulticastTag, {6, 60, 4}, {1, 2, 3}, {3, 4, 3},
      "rxdev=veip0 pbits0=6 vid0=60 type=0x8100 | push pbits0:=1 vid0:=2 pbits1:=3 vid1:=4",
      1, "txdev=veip0 pbits0=1 vid0=2 pbits1=3 vid1=4 tagtype0=0x9100 "
         "| type:=0x9100 cfi0:=cfi0 pop pbits0:=6 vid0:=60 type:=0x8100"},
-    {"PopTwo", 2, 5, 2, 0, {8, 4095, 4}, {14, 4094, 4}, kNone, kNone,
+    {"PopTwo", 2, 5, 2, 0, {8, 4095, 4}, {14, 4094, 4}, kNoMulticastTag, kNoMulticastTag,
      "rxdev=veip0 vid1=4094 type=0x8100 tagtype0=0x8100 | pop pop", 0, "txdev=veip0 | push push"},
-    {"PopOne", 1, 2, 1, 0, kNone, {15, 7, 9}, kNone, kNone, "rxdev=veip0 | pop", 0, "txdev=veip0 | push"},
-    {"OuterTreatmentAloneIsNotWritten", 1, 1, 0, 0, kNone, {5, 50, 4}, {3, 30, 4}, kNone,
+    {"PopOne", 1, 2, 1, 0, kNoMulticastTag, {15, 7, 9}, kNoMulticastTag, kNoMulticastTag, "rxdev=veip0 | pop", 0, "txdev=veip0 | push"},
+    {"OuterTreatmentAloneIsNotWritten", 1, 1, 0, 0, kNoMulticastTag, {5, 50, 4}, {3, 30, 4}, kNoMulticastTag,
      "rxdev=veip0 pbits0=5 vid0=50 type=0x8100 | push", 1, "txdev=veip0 | pop"},
 };
 // clang-format on
 
-class MulticastRow : public Multicast, public ::testing::WithParamInterface<Row> {};
+class MulticastRow : public Multicast, public ::testing::WithParamInterface<MulticastCase> {};
 
 TEST_P(MulticastRow, BecomesOneUpstreamRuleAndItsInverse) {
-    const Row& row = GetParam();
+    const MulticastCase& row = GetParam();
     configure(multicast(row));
     // The allow-all rules of the VEIP stand behind the row's.
     ASSERT_FALSE(onu().ruleTexts("gpon0.0", kReceive, row.filterTags).empty());
@@ -109,7 +109,7 @@ TEST_P(MulticastRow, BecomesOneUpstreamRuleAndItsInverse) {
     EXPECT_EQ(onu().ruleTexts("gpon0.0", kTransmit, row.table).front(), row.downstream);
 }
 
-INSTANTIATE_TEST_SUITE_P(Tagging, MulticastRow, ::testing::ValuesIn(kRows),
+INSTANTIATE_TEST_SUITE_P(Tagging, MulticastRow, ::testing::ValuesIn(kMulticastCases),
                          [](const auto& tested) { return std::string(tested.param.name); });
 
 TEST_F(Multicast, TheDownstreamTableIsTheNumberOfTagsThatTheFrameThenHas) {
@@ -125,9 +125,9 @@ TEST_F(Multicast, TheDownstreamTableIsTheNumberOfTagsThatTheFrameThenHas) {
     for (std::uint16_t filtered = 0; filtered < 3; ++filtered) {
         for (std::uint16_t removed = 0; removed < 4; ++removed) {
             for (unsigned added = 0; added < 4; ++added) {
-                auto record =
-                    multicast({"", filtered, 6, removed, 0, kNone, kNone, (added & 2) != 0 ? Tag{1, 1, 4} : kNone,
-                               (added & 1) != 0 ? Tag{2, 2, 4} : kNone, "", 0, ""});
+                auto record = multicast({"", filtered, 6, removed, 0, kNoMulticastTag, kNoMulticastTag,
+                                         (added & 2) != 0 ? MulticastTag{1, 1, 4} : kNoMulticastTag,
+                                         (added & 1) != 0 ? MulticastTag{2, 2, 4} : kNoMulticastTag, "", 0, ""});
                 const auto table = static_cast<unsigned>(kTables[filtered][removed % 3][added] - '0');
                 const auto before = onu().rules("gpon0.0", kTransmit, table).size();
                 const std::string printed =
@@ -147,7 +147,7 @@ TEST_F(Multicast, TheDownstreamTableIsTheNumberOfTagsThatTheFrameThenHas) {
 TEST_F(Multicast, AServiceBuildsTheWholePathFromTheGemPortToTheVeip) {
     printedBy([&] { engine().configureBridge(3, 2, false); });
     auto* hal = HALFactory::getInstance()->CreateHALObject(0);
-    auto record = multicast(kRows[0]);
+    auto record = multicast(kMulticastCases[0]);
     record.dsMode = 0;
     record.innerVlanIdFilter = 55;
     const Lines before = tables();
@@ -155,10 +155,10 @@ TEST_F(Multicast, AServiceBuildsTheWholePathFromTheGemPortToTheVeip) {
 
     Lines expected;
     const auto expect = [&](const Lines& lines) { expected.insert(expected.end(), lines.begin(), lines.end()); };
-    expect({tableName("gpon0.0", kReceive, 0) + " " + kRows[0].upstream});
+    expect({tableName("gpon0.0", kReceive, 0) + " " + kMulticastCases[0].upstream});
     expect(everyTable("gpon0.0", kReceive, {"rxdev=veip0"}));
     expect(everyTable("gpon0.0", kTransmit, {"txdev=veip0"}));
-    expected.insert(expected.begin() + 5, tableName("gpon0.0", kTransmit, 1) + " " + kRows[0].downstream);
+    expected.insert(expected.begin() + 5, tableName("gpon0.0", kTransmit, 1) + " " + kMulticastCases[0].downstream);
     expect(everyTable("gpon3", kReceive, {"default drop gpon3.3", "rxdev=gpon3.3 gem=7"}));
     expect(everyTable("gpon3", kTransmit, {"default drop gpon3.3"}));
     expect(everyTable("gpondef", kReceive, {"default drop gpon3", "rxdev=gpon3 gem=7"}));
@@ -182,17 +182,17 @@ TEST_F(Multicast, AServiceBuildsTheWholePathFromTheGemPortToTheVeip) {
 
 TEST_F(Multicast, ADownstreamModeOtherThanInverseMakesNoDownstreamRule) {
     for (const unsigned mode : {1u, 2u, 8u}) {
-        auto record = multicast(kRows[0]);
+        auto record = multicast(kMulticastCases[0]);
         record.dsMode = static_cast<std::uint16_t>(mode);
         configure(record);
         for (const std::string& rule : onu().ruleTexts("gpon0.0", kTransmit, 1)) EXPECT_EQ(rule, "txdev=veip0");
-        EXPECT_EQ(onu().ruleTexts("gpon0.0", kReceive, 0).front(), kRows[0].upstream) << mode;
+        EXPECT_EQ(onu().ruleTexts("gpon0.0", kReceive, 0).front(), kMulticastCases[0].upstream) << mode;
     }
 }
 
 TEST_F(Multicast, TheLastServiceIsTheOneThatTheGatewayLearnsOf) {
     onu().addGemPort(1001, 9);
-    auto record = multicast(kRows[0]);
+    auto record = multicast(kMulticastCases[0]);
     record.multicastService = 4;
     EXPECT_EQ(configure(record), 4);
     record.gemPortId = 1001;

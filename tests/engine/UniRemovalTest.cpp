@@ -24,7 +24,7 @@ protected:
 };
 
 constexpr Row kPppoe = {1, kNoTag, {8, 10, 0}, 2, kPush, 0, kNoTag, {5, 300, 3}};
-constexpr Row kDscp = {0, kNoTag, kNoTag, 0, kPush, 0, {15, 0, 0}, {10, 100, 4}};
+constexpr Row kDscpRow = {0, kNoTag, kNoTag, 0, kPush, 0, {15, 0, 0}, {10, 100, 4}};
 constexpr Row kQinQ = {2, {1, 10, 4}, {2, 20, 4}, 0, kTranslate, 2, {3, 30, 4}, {4, 40, 4}};
 const Texts kFlowsBothWays = {"vlanCtl_createVlanFlows(\"gpon3.3\", \"sid0.3\") = 0",
                               "vlanCtl_createVlanFlows(\"sid0.3\", \"gpon3.3\") = 0"};
@@ -34,8 +34,8 @@ TEST_F(UniRemoval, AnySequenceOfRowsIsTakenBackWhole) {
         {kUntaggedToS100},
         {kC10ToS200, kQinQ},
         {kPppoe, kUntaggedToS100, kPppoe},
-        {kDscp},
-        {kDscp, kC10ToS200, kDscp, kUntaggedToS100, kQinQ, kPppoe},
+        {kDscpRow},
+        {kDscpRow, kC10ToS200, kDscpRow, kUntaggedToS100, kQinQ, kPppoe},
     };
     const auto byPort = [] {
         EXPECT_TRUE(engine().deConfigureUniTagRules(1, 3));
@@ -95,7 +95,7 @@ TEST_F(UniRemoval, AMissingUniAnswersFalseAndRunsNoCommand) {
 }
 
 TEST_F(UniRemoval, ARemovedUniLosesItsRunnerEntriesAndItsBridge) {
-    provision(kDscp);
+    provision(kDscpRow);
     std::string printed;
     const auto remove = [&] { printed = printedBy([] { engine().deConfigureUniTagRules(1, 3); }); };
     EXPECT_EQ(commandsOf(remove),

@@ -10,15 +10,11 @@
 
 #include "living/LivingRun.h"
 #include "support/Emulated.h"
+#include "support/Programs.h"
 
 namespace {
 
 using nlohmann::json;
-
-const std::string kTool = VORN_ONU_BINARY;
-const std::string kDaemon = EXAMPLE_DAEMON_BINARY;
-const std::string kCycling = CYCLING_BINARY;
-const std::string kScenarios = VORN_SCENARIO_DIR;
 
 class Board : public ::testing::Test {
 protected:

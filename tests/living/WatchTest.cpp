@@ -8,11 +8,9 @@
 
 #include "living/LivingRun.h"
 #include "support/Emulated.h"
+#include "support/Programs.h"
 
 namespace {
-
-const std::string kTool = VORN_ONU_BINARY;
-const std::string kCycling = CYCLING_BINARY;
 
 // As much of a terminal as the view uses: lines of text, the place to write at, the other screen.
 class Window {

@@ -8,21 +8,17 @@
 
 #include "program/Terminal.h"
 #include "support/Emulated.h"
+#include "support/Programs.h"
 #include "tool/RunProgram.h"
 
 namespace {
 
 using nlohmann::json;
 
-const std::string kTool = VORN_ONU_BINARY;
 const std::string kAwkward = AWKWARD_BINARY;
 
 const bool kThreadsEndWithFork = std::string(VORN_SANITIZERS).find("thread") != std::string::npos;
 constexpr const char* kWhyNoFork = "the thread sanitizer allows no new threads after a fork";
-
-bool has(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
 
 bool hasDevice(const json& state, const std::string& name) {
     if (!state.is_object()) return false;

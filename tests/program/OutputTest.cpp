@@ -5,21 +5,16 @@
 #include <nlohmann/json.hpp>
 
 #include "support/Emulated.h"
+#include "support/Programs.h"
 #include "tool/RunProgram.h"
 
 namespace {
 
 using nlohmann::json;
 
-const std::string kTool = VORN_ONU_BINARY;
-const std::string kDaemon = EXAMPLE_DAEMON_BINARY;
 const std::string kOfTheHal = "RECEIVED  TCONT PROVISIONING";
 const std::string kOfItsFactory = "The BRCM hal intialized";  // printed by other means
 const std::string kOfTheDaemon = "daemon: the service is up";
-
-bool has(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
 
 // Standard output alone.
 ProgramResult outputOf(const std::string& options) {

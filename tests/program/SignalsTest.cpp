@@ -3,12 +3,11 @@
 
 #include "program/Terminal.h"
 #include "support/Emulated.h"
+#include "support/Programs.h"
 #include "tool/RunProgram.h"
 
 namespace {
 
-const std::string kTool = VORN_ONU_BINARY;
-const std::string kDaemon = EXAMPLE_DAEMON_BINARY;
 constexpr char kCtrlC = 3;
 constexpr char kCtrlBackslash = 28;
 

@@ -7,15 +7,13 @@
 
 #include "audit/TaggingTable.h"
 #include "audit/VlanFilter.h"
+#include "support/Programs.h"
 #include "tool/RunProgram.h"
 
 namespace {
 
 using nlohmann::json;
 using namespace vorn_onu::audit;
-
-const std::string kTool = VORN_ONU_BINARY;
-const std::string kInternet = std::string(VORN_SCENARIO_DIR) + "/internet.json";
 
 Frame tagged(std::vector<VlanTag> tags) {
     Frame frame;

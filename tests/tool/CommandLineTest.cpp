@@ -3,11 +3,10 @@
 
 #include <algorithm>
 
+#include "support/Programs.h"
 #include "tool/RunProgram.h"
 
 namespace {
-
-const std::string kTool = VORN_ONU_BINARY;
 
 TEST(CommandLine, WhatMakesNoSenseIsRefusedInOneLineThatSaysWhatIsMeant) {
     const struct {

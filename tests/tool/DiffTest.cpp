@@ -13,7 +13,7 @@ using vorn_onu::DeviceState;
 using vorn_onu::TableState;
 using Lines = std::vector<std::string>;
 
-virtual_onu::NetworkDevice device(const std::string& name, const std::string& realDevice = "") {
+virtual_onu::NetworkDevice deviceOn(const std::string& name, const std::string& realDevice = "") {
     virtual_onu::NetworkDevice one;
     one.name = name;
     one.up = true;
@@ -33,7 +33,7 @@ const Lines kTagged = {"rxdev=sid0.3", "vid0=100"};
 
 DeviceState service() {
     DeviceState state;
-    state.devices = {device("sid0"), device("sid0.3", "sid0"), device("br3")};
+    state.devices = {deviceOn("sid0"), deviceOn("sid0.3", "sid0"), deviceOn("br3")};
     state.devices.back().isBridge = true;
     virtual_onu::Bridge bridge;
     bridge.name = "br3";
@@ -65,7 +65,7 @@ TEST(Diff, TellsEachChangeInWords) {
          },
          {}},
         {"a device",
-         [](DeviceState& s) { s.devices.push_back(device("sid1.3", "sid1")); },
+         [](DeviceState& s) { s.devices.push_back(deviceOn("sid1.3", "sid1")); },
          {"device sid1.3 has appeared: on sid1, up, MTU 1500"}},
         {"no device", [](DeviceState& s) { s.devices.erase(s.devices.begin() + 1); }, {"device sid0.3 is gone"}},
         {"settings of a device",
@@ -79,7 +79,7 @@ TEST(Diff, TellsEachChangeInWords) {
           "device sid0: address added: 10.0.0.5"}},
         {"a bridge, told once",
          [](DeviceState& s) {
-             s.devices.push_back(device("br4"));
+             s.devices.push_back(deviceOn("br4"));
              s.devices.back().isBridge = true;
              s.bridges.emplace_back();
              s.bridges.back().name = "br4";

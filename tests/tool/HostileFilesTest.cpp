@@ -4,12 +4,10 @@
 #include <algorithm>
 
 #include "io/Printed.h"
+#include "support/Programs.h"
 #include "tool/RunProgram.h"
 
 namespace {
-
-const std::string kTool = VORN_ONU_BINARY;
-const std::string kScenarios = VORN_SCENARIO_DIR;
 
 // A title bar, a C1 sequence, a turned reading direction and a line of its own.
 const char* const kIll = "a\\u001b]0;x\\u0007b\\u009b2Jc\\u202ed\\nEVERYTHING AS EXPECTED";

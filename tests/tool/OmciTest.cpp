@@ -18,7 +18,7 @@
 
 namespace {
 
-const std::string kInternet = VORN_SCENARIO_DIR "/omci/internet.pcap";
+const std::string kCapture = VORN_SCENARIO_DIR "/omci/internet.pcap";
 
 ProgramResult omciOf(std::vector<std::string> words) {
     words.insert(words.begin(), {VORN_ONU_BINARY, "omci"});
@@ -27,7 +27,7 @@ ProgramResult omciOf(std::vector<std::string> words) {
 
 // The messages of a capture as text, but for the first ones, and the answers changed by `change`.
 std::string asText(std::size_t first, const std::function<void(omci::Message&)>& change) {
-    const auto file = vorn_onu::readMessages(vorn_onu::readFile(kInternet, 1U << 20U), kInternet);
+    const auto file = vorn_onu::readMessages(vorn_onu::readFile(kCapture, 1U << 20U), kCapture);
     std::string text;
     for (std::size_t at = first; at < file.messages.size(); ++at) {
         omci::Message message = file.messages[at].message;
@@ -42,7 +42,7 @@ std::string asText(std::size_t first, const std::function<void(omci::Message&)>&
 TEST(Omci, ACallNamesTheMessagesBehindItAndTheRecordedScenarioMakesTheSameDevice) {
     SKIP_WHEN_EMULATED(kNoLibpcap);
     const std::string record = ::testing::TempDir() + "omci-calls.json";
-    const auto played = omciOf({kInternet, "--json", "-", "--record", record});
+    const auto played = omciOf({kCapture, "--json", "-", "--record", record});
     ASSERT_EQ(played.code, 0) << played.output;
     const auto json = nlohmann::json::parse(played.output);
     std::vector<std::size_t> causes;
@@ -77,9 +77,9 @@ TEST(Omci, ACaptureThatBeginsInTheMiddleIsToldAndPlayed) {
 
 TEST(Omci, AFrameIsSentThroughWhatStandsAfterAMessage) {
     SKIP_WHEN_EMULATED(kNoLibpcap);
-    EXPECT_EQ(omciOf({kInternet, "--from", "sid1", "--both-ways"}).code, 0);
-    EXPECT_EQ(omciOf({kInternet, "--from", "sid1", "--vlan", "77"}).code, 1);
-    const auto early = omciOf({kInternet, "--until", "10", "--from", "gem 1001"});
+    EXPECT_EQ(omciOf({kCapture, "--from", "sid1", "--both-ways"}).code, 0);
+    EXPECT_EQ(omciOf({kCapture, "--from", "sid1", "--vlan", "77"}).code, 1);
+    const auto early = omciOf({kCapture, "--until", "10", "--from", "gem 1001"});
     EXPECT_EQ(early.code, 1);
     EXPECT_EQ(early.output.find(" 11 "), std::string::npos) << early.output;
 }
@@ -105,7 +105,7 @@ TEST(Omci, TheAuditComparesTheDeviceWithTheRowsOfTheMib) {
 TEST(Omci, TheReportLeadsFromALookUpToTheCallAndFromTheCallToItsRowAndMessages) {
     SKIP_WHEN_EMULATED(kNoLibpcap);
     const std::string page = ::testing::TempDir() + "omci-report.html";
-    ASSERT_EQ(omciOf({kInternet, "--from", "sid1", "--report", page}).code, 0);
+    ASSERT_EQ(omciOf({kCapture, "--from", "sid1", "--report", page}).code, 0);
     const std::string html = vorn_onu::readFile(page, 1U << 22U);
     const auto lookUp = html.find("untagged frames: push VID 100, p-bits 0 <small><a href=\"#step-12\">call 12</a>");
     EXPECT_NE(lookUp, std::string::npos);
@@ -139,7 +139,7 @@ TEST(Omci, TheAgentSeesTheBoardsLinksAndCountsEveryRoundOfADriversCounter) {
 }
 
 TEST(Omci, WrongInputIsRefused) {
-    EXPECT_EQ(omciOf({kInternet, "--until", "99"}).code, 2);
+    EXPECT_EQ(omciOf({kCapture, "--until", "99"}).code, 2);
     EXPECT_EQ(omciOf({}).code, 2);
     EXPECT_EQ(omciOf({"--listen", "udp:192.0.2.1:7000"}).code, 2);
     EXPECT_EQ(omciOf({VORN_SCENARIO_DIR "/internet.json"}).code, 2);

@@ -13,6 +13,7 @@
 #include "state/ServiceWords.h"
 #include "state/Services.h"
 #include "state/WalkWords.h"
+#include "support/Programs.h"
 #include "tool/RunProgram.h"
 
 namespace {
@@ -405,8 +406,6 @@ std::string printedBy(const std::vector<std::string>& arguments) {
     const ProgramResult result = runProgram(command);
     return result.output + " " + std::to_string(result.code);
 }
-
-const std::string kInternet = std::string(VORN_SCENARIO_DIR) + "/internet.json";
 
 TEST(ReportTool, SendAnswersWhereAFrameGoesOnceTheServicesStand) {
     const struct {

@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 struct ProgramResult {
     int code = -1;       // exit code; 128 and the signal's number when a signal ended it
     std::string output;  // standard output and standard error
@@ -44,6 +46,15 @@ inline ProgramResult runProgram(std::vector<std::string> words) {
 inline std::string contentOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// Discarded when the file holds no JSON.
+inline nlohmann::json readJson(const std::string& path) {
+    return nlohmann::json::parse(contentOf(path), nullptr, false);
+}
+
+inline bool has(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
 }
 
 // A directory of the test's own, gone with everything in it when the test ends.

@@ -5,14 +5,12 @@
 
 #include <nlohmann/json.hpp>
 
+#include "support/Programs.h"
 #include "tool/RunProgram.h"
 
 namespace {
 
 using nlohmann::json;
-
-const std::string kTool = VORN_ONU_BINARY;
-const std::string kScenarios = VORN_SCENARIO_DIR;
 
 const char* const kBridge = R"({"call": "configureBridge", "bridgeId": 3, "uniPort": 0})";
 

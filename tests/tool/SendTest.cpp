@@ -13,6 +13,7 @@
 #include "capture/CaptureReader.h"
 #include "capture/CaptureWriter.h"
 #include "support/Emulated.h"
+#include "support/Programs.h"
 #include "tool/RunProgram.h"
 
 namespace {
@@ -20,13 +21,7 @@ namespace {
 using nlohmann::json;
 using virtual_onu::Frame;
 
-const std::string kTool = VORN_ONU_BINARY;
-const std::string kInternet = std::string(VORN_SCENARIO_DIR) + "/internet.json";
 const std::string kBridging = std::string(VORN_SCENARIO_DIR) + "/bridge-forwarding.json";
-
-json readJson(const std::string& path) {
-    return json::parse(contentOf(path));
-}
 
 // The steps of a scenario that provision: those before its first frame.
 json provisioning(const std::string& path) {

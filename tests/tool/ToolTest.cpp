@@ -9,19 +9,12 @@
 
 #include "show/Terminal.h"
 #include "state/RuleWords.h"
+#include "support/Programs.h"
 #include "tool/RunProgram.h"
 
 namespace {
 
 using nlohmann::json;
-
-const std::string kTool = VORN_ONU_BINARY;
-const std::string kDaemon = EXAMPLE_DAEMON_BINARY;
-const std::string kScenarios = VORN_SCENARIO_DIR;
-
-json readJson(const std::string& path) {
-    return json::parse(contentOf(path), nullptr, false);
-}
 
 bool hasDevice(const json& device, const std::string& name) {
     if (device.is_discarded()) return false;

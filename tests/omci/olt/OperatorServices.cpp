@@ -274,4 +274,10 @@ std::vector<OperatorService> operatorServices() {
     return services;
 }
 
+Requests allServices() {
+    Requests all;
+    for (const auto& service : operatorServices()) append(all, service.requests);
+    return all;
+}
+
 }  // namespace olt

@@ -30,6 +30,8 @@ OperatorService gateway();
 OperatorService management();
 
 std::vector<OperatorService> operatorServices();
+// The requests of all of them, one service after the other.
+Requests allServices();
 
 }  // namespace olt
 

@@ -28,13 +28,6 @@ TEST(Listen, AnOltProvisionsAllServicesReadsThemBackAndTheStateTellsThem) {
     EXPECT_GE(standing, 8U);
 }
 
-olt::Requests allServices() {
-    olt::Requests all;
-    for (const auto& service : olt::operatorServices())
-        all.insert(all.end(), service.requests.begin(), service.requests.end());
-    return all;
-}
-
 // What an order of messages could change if it mattered: members of bridges, GEM ports with their T-CONTs, the rules.
 std::string standing(const nlohmann::json& state) {
     const auto& device = state.at("device");
@@ -68,14 +61,14 @@ std::string afterSending(const olt::Requests& requests, bool takenDown = false) 
 }
 
 TEST(Listen, TheOrderOfTheMessagesDoesNotMatter) {
-    const std::string documented = afterSending(allServices());
+    const std::string documented = afterSending(olt::allServices());
     ASSERT_NE(documented.find("GEM port 1001 of 1024\n"), std::string::npos) << documented;
-    EXPECT_EQ(afterSending(olt::reversed(allServices())), documented) << "reversed";
-    const std::string down = afterSending(allServices(), true);
+    EXPECT_EQ(afterSending(olt::reversed(olt::allServices())), documented) << "reversed";
+    const std::string down = afterSending(olt::allServices(), true);
     EXPECT_EQ(down.find("GEM port"), std::string::npos) << down;
     for (unsigned seed = 1; seed <= 3; ++seed) {
-        EXPECT_EQ(afterSending(olt::shuffled(allServices(), seed)), documented) << "order " << seed;
-        EXPECT_EQ(afterSending(olt::shuffled(allServices(), seed), true), down) << "taken down, order " << seed;
+        EXPECT_EQ(afterSending(olt::shuffled(olt::allServices(), seed)), documented) << "order " << seed;
+        EXPECT_EQ(afterSending(olt::shuffled(olt::allServices(), seed), true), down) << "taken down, order " << seed;
     }
 }
 

@@ -13,13 +13,6 @@ namespace {
 
 constexpr unsigned kParts = 10, kOrdersInAPart = 20;  // 200 random orders
 
-olt::Requests allServices() {
-    olt::Requests all;
-    for (const auto& service : olt::operatorServices())
-        all.insert(all.end(), service.requests.begin(), service.requests.end());
-    return all;
-}
-
 // Everything of the OLT's goes, and what the ONU has made itself becomes as it was.
 olt::Requests takeDown(const olt::Olt& olt) {
     olt::Requests requests = olt.removal();
@@ -71,7 +64,7 @@ TEST(Order, TheDocumentedOneGivesTheServicesAndTheMib) {
         startHal();
         OnuLine line;
         olt::Olt olt(line);
-        std::string text = olt.send(allServices());
+        std::string text = olt.send(olt::allServices());
         text += wrongMib(olt);
         return text + wrongFramesOfAll() + "end";
     });
@@ -79,20 +72,20 @@ TEST(Order, TheDocumentedOneGivesTheServicesAndTheMib) {
 }
 
 TEST(Order, ReversedAndInTheExtendedSetGivesTheSameDevice) {
-    const std::string documented = provisioned(allServices());
+    const std::string documented = provisioned(olt::allServices());
     ASSERT_NE(documented, "");
-    EXPECT_EQ(provisioned(olt::reversed(allServices())), documented) << "reversed";
-    EXPECT_EQ(provisioned(allServices(), omci::MessageSet::kExtended), documented) << "extended set";
+    EXPECT_EQ(provisioned(olt::reversed(olt::allServices())), documented) << "reversed";
+    EXPECT_EQ(provisioned(olt::allServices(), omci::MessageSet::kExtended), documented) << "extended set";
 }
 
 class RandomOrders : public ::testing::TestWithParam<unsigned> {};
 
 TEST_P(RandomOrders, GiveTheSameDevice) {
-    const std::string documented = provisioned(allServices());
+    const std::string documented = provisioned(olt::allServices());
     ASSERT_NE(documented, "");
     for (unsigned order = 0; order < kOrdersInAPart; ++order) {
         const unsigned seed = GetParam() * kOrdersInAPart + order;
-        ASSERT_EQ(provisioned(olt::shuffled(allServices(), seed)), documented) << "random order " << seed;
+        ASSERT_EQ(provisioned(olt::shuffled(olt::allServices(), seed)), documented) << "random order " << seed;
     }
 }
 INSTANTIATE_TEST_SUITE_P(Services, RandomOrders, ::testing::Range(0U, kParts));
@@ -122,7 +115,7 @@ std::string takenDown(unsigned seed) {
         const std::string asNew = withoutLeftovers(comparableState());
         OnuLine line;
         olt::Olt olt(line);
-        const auto order = olt::shuffled(allServices(), seed);
+        const auto order = olt::shuffled(olt::allServices(), seed);
         std::string text = olt.send(order);
         text += olt.send(olt::shuffled(takeDown(olt), seed + 1));
         text += wrongMib(olt);
@@ -147,7 +140,7 @@ TEST(Order, AFilterChangesWholeWhenItsGemPortHasAnotherIndexByNow) {
         startHal();
         OnuLine line;
         olt::Olt olt(line);
-        std::string text = olt.send(allServices());
+        std::string text = olt.send(olt::allServices());
         const olt::EntityKey first{omci::class_id::kGemPort, 0x1001}, second{omci::class_id::kGemPort, 0x1020};
         const auto gemPort = [](omci::InstanceId instance, std::uint64_t id, std::uint64_t tcont) {
             return olt::create(omci::class_id::kGemPort, instance,
@@ -175,12 +168,12 @@ TEST(Order, AMibResetTakesEverythingBack) {
         const std::string asNew = withoutLeftovers(comparableState());
         OnuLine line;
         olt::Olt olt(line);
-        std::string text = olt.send(allServices());
+        std::string text = olt.send(olt::allServices());
         if (olt.mibReset() != omci::Result::kSuccess) text += "no reset\n";
         const std::string after = withoutLeftovers(comparableState());
         if (after != asNew) text += "left on the device:\n" + after + "at first:\n" + asNew;
         text += wrongMib(olt);
-        text += olt.send(allServices());
+        text += olt.send(olt::allServices());
         text += wrongMib(olt);
         return text + wrongFramesOfAll() + "end";
     });

@@ -27,7 +27,7 @@ sockaddr_un placeOf(const std::string& path) {
     return place;
 }
 
-std::string content(const std::string& path) {
+std::string printedIn(const std::string& path) {
     std::ostringstream text;
     text << std::ifstream(path).rdbuf();
     return text.str();
@@ -124,10 +124,10 @@ int SocketLine::end() {
 }
 
 std::string SocketLine::state() const {
-    return content(folder_ + "/state.json");
+    return printedIn(folder_ + "/state.json");
 }
 std::string SocketLine::shown() const {
-    return content(folder_ + "/shown");
+    return printedIn(folder_ + "/shown");
 }
 bool SocketLine::socketExists() const {
     return std::filesystem::exists(folder_ + "/onu");

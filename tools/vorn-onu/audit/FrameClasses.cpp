@@ -7,8 +7,6 @@ namespace vorn_onu::audit {
 
 namespace {
 
-constexpr unsigned kHighestVid = 4094;
-constexpr unsigned kHighestPriority = 7;
 // IPv4, ARP, IPv6, PPPoE discovery and session, EAPOL.
 constexpr std::uint16_t kTypes[] = {0x0800, 0x0806, 0x86dd, 0x8863, 0x8864, 0x888e};
 

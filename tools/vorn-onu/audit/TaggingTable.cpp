@@ -6,8 +6,6 @@ namespace vorn_onu::audit {
 
 namespace {
 
-constexpr unsigned kHighestPriority = 7;
-constexpr unsigned kHighestVid = 4094;
 constexpr unsigned kDropFrame = 3;
 // Codes of a treatment.
 constexpr unsigned kPriorityOfInner = 8, kPriorityOfOuter = 9, kPriorityOfDscp = 10;

@@ -12,22 +12,20 @@ namespace vorn_onu {
 
 namespace {
 
-using nlohmann::json;
-
 constexpr int kLookMs = 1000;
 
-bool isFailure(const json& entry) {
+bool isFailure(const nlohmann::json& entry) {
     return entry.value("kind", "") == "platform" && isFailedCall(entry.value("name", ""), entry.value("result", 0L));
 }
 
 class TraceOutput {
 public:
     explicit TraceOutput(const AtTraceCommand& command) : command_(command), terminal_(Terminal::of(stdout)) {}
-    void show(const json& entry) const {
+    void show(const nlohmann::json& entry) const {
         const bool failed = isFailure(entry);
         if (command_.failed && !failed) return;
         if (command_.json) {
-            print(entry.dump(-1, ' ', true, json::error_handler_t::replace) + "\n");
+            print(entry.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace) + "\n");
             return;
         }
         const std::string text = callText(entry);
@@ -47,7 +45,7 @@ int follow(living::Client& client, std::uint64_t after, const TraceOutput& outpu
         if (!event) continue;
         const std::string what = event->value("event", "");
         if (what == "trace") {
-            for (const json& entry : event->at("entries")) output.show(entry);
+            for (const nlohmann::json& entry : event->at("entries")) output.show(entry);
         } else if (what == "missed") {
             complain(std::to_string(event->value("entries", 0L)) + " calls came too fast to be shown");
         } else if (what == "board") {

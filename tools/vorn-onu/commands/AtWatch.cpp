@@ -16,7 +16,6 @@ namespace vorn_onu {
 
 namespace {
 
-using nlohmann::json;
 using Clock = std::chrono::steady_clock;
 
 constexpr int kRefreshMs = 500;
@@ -25,9 +24,10 @@ constexpr int kReplyMs = 15000;                              // a program that i
 constexpr std::size_t kMostCalls = 200;
 constexpr std::size_t kMostFailed = 100;
 
-std::string titleOf(const std::string& name, const json& hello) {
+std::string titleOf(const std::string& name, const nlohmann::json& hello) {
     std::string title = name + ": " + hello.value("kind", "");
-    for (const json& word : hello.value("program", json::array())) title += " " + word.get<std::string>();
+    for (const nlohmann::json& word : hello.value("program", nlohmann::json::array()))
+        title += " " + word.get<std::string>();
     return title;
 }
 
@@ -51,7 +51,7 @@ public:
 
 private:
     void lookAtTrace() {
-        const json reply = client_.ask({{"do", "trace"}, {"after", known_}, {"most", kMostCalls}});
+        const nlohmann::json reply = client_.ask({{"do", "trace"}, {"after", known_}, {"most", kMostCalls}});
         const auto traced = reply.at("traced").get<std::uint64_t>();
         const auto process = reply.at("process").get<long>();
         if (process != process_ || traced < known_) {  // another board, or one that began anew
@@ -71,14 +71,14 @@ private:
 
     void forget(std::uint64_t traced) {
         calls_.clear();
-        failed_ = json::array();
+        failed_ = nlohmann::json::array();
         failedUpTo_ = 0;
         known_ = traced > kMostCalls ? traced - kMostCalls : 0;
         changes_ = 0;
     }
 
-    void keep(const json& entries) {
-        for (const json& entry : entries) {
+    void keep(const nlohmann::json& entries) {
+        for (const nlohmann::json& entry : entries) {
             const std::string kind = entry.value("kind", "");
             if (kind != "wait" && kind != "log") calls_.push_back(callText(entry));
         }
@@ -89,9 +89,9 @@ private:
     void lookAtDevice(std::uint64_t changes) {
         bool anew = changes != changes_ || watched_.device.is_null();
         for (bool more = true; more;) {
-            const json reply =
+            const nlohmann::json reply =
                 client_.ask({{"do", "trace"}, {"after", failedUpTo_}, {"most", kMostFailed}, {"failed", true}});
-            for (const json& entry : reply.at("entries")) failed_.push_back(entry);
+            for (const nlohmann::json& entry : reply.at("entries")) failed_.push_back(entry);
             more = reply.at("entries").size() == kMostFailed;
             failedUpTo_ = more ? reply.at("entries").back().at("number").get<std::uint64_t>()
                                : reply.at("traced").get<std::uint64_t>();
@@ -116,7 +116,7 @@ private:
     living::Client client_;
     Watched watched_;
     std::deque<std::string> calls_;
-    json failed_ = json::array();
+    nlohmann::json failed_ = nlohmann::json::array();
     std::uint64_t known_ = 0, failedUpTo_ = 0, changes_ = 0;
     long process_ = 0;
     Clock::time_point counted_{};

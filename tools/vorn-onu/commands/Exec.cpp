@@ -95,7 +95,7 @@ struct Reachable {
 };
 
 // The state that the file holds; discarded when nobody has touched the device.
-nlohmann::json stateIn(const std::string& path) {
+nlohmann::json lastStateIn(const std::string& path) {
     std::ifstream written(path);
     return nlohmann::json::parse(written, nullptr, false);
 }
@@ -151,7 +151,7 @@ int runIn(const ExecCommand& command, RunFolder& folder) {
     summary.stateFile = files.state;
     summary.stateIsKept = !command.jsonFile.empty() && !jsonOnly;
     summary.traceFile = files.trace;
-    nlohmann::json state = stateIn(files.state);
+    nlohmann::json state = lastStateIn(files.state);
     const bool touched = !state.is_discarded();
     if (keepsBoard) {
         state = boardAndCalls(state);

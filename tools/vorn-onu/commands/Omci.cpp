@@ -12,6 +12,7 @@
 #include "commands/OmciListen.h"
 #include "io/Files.h"
 #include "io/Output.h"
+#include "io/Words.h"
 #include "show/AuditWords.h"
 #include "show/DeviceReport.h"
 #include "show/HalOutput.h"
@@ -24,10 +25,6 @@ namespace {
 constexpr std::size_t kMostFileBytes = std::size_t{256} << 20U;
 constexpr std::size_t kMostSkippedShown = 3;
 
-std::string plural(std::size_t count, const std::string& noun) {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
-
 std::string heading(const std::string& name, const MessageFile& file, const Playing& playing,
                     const Terminal& terminal) {
     std::string text =
@@ -36,10 +33,10 @@ std::string heading(const std::string& name, const MessageFile& file, const Play
         for (const std::string& one : wrapped(words, terminal.width()))
             text += (warning ? terminal.yellow(one) : terminal.dim(one)) + "\n";
     };
-    std::string counts = plural(playing.count(), "message");
+    std::string counts = counted(playing.count(), "message");
     if (file.messages.size() > playing.count())
-        counts += ", " + plural(file.messages.size() - playing.count(), "answer") + " of the ONU in the capture";
-    if (file.others > 0) counts += ", " + plural(file.others, file.placeName) + " of other protocols";
+        counts += ", " + counted(file.messages.size() - playing.count(), "answer") + " of the ONU in the capture";
+    if (file.others > 0) counts += ", " + counted(file.others, file.placeName) + " of other protocols";
     line(counts, false);
     if (playing.beginsInTheMiddle())
         line(
@@ -90,7 +87,7 @@ int runPlayed(const OmciCommand& command, const MessageFile& file, const std::op
     run.numberOf = numberOf;
     MessageOutput output(terminal, file.placeName == "packet");
     if (command.until > playing.count())
-        throw FileProblem(command.file, "has " + plural(playing.count(), "message") + ", there is no message " +
+        throw FileProblem(command.file, "has " + counted(playing.count(), "message") + ", there is no message " +
                                             std::to_string(command.until));
     say(heading(run.name, file, playing, terminal));
     playing.run([&](const Played& played) {

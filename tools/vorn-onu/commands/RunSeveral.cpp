@@ -25,7 +25,7 @@ namespace {
 
 // ---- a scenario in a process of its own; its result comes back in a file without a name ----
 
-std::string textOf(const ScenarioResult& result) {
+std::string resultText(const ScenarioResult& result) {
     const nlohmann::json json = {{"title", result.title}, {"problem", result.problem},   {"bad", result.isBadInput},
                                  {"steps", result.steps}, {"failures", result.failures}, {"seconds", result.seconds}};
     return json.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
@@ -54,7 +54,7 @@ struct Running {
 
 [[noreturn]] void runAndLeave(const RunCommand& command, const std::string& name, const Terminal& terminal,
                               std::FILE* file) {
-    const std::string text = textOf(runUnseen(command, name, terminal));
+    const std::string text = resultText(runUnseen(command, name, terminal));
     const bool written = std::fputs(text.c_str(), file) >= 0 && std::fflush(file) == 0;
     _exit(written ? 0 : 1);  // the HAL's threads must not meet what exit() destroys
 }

@@ -7,7 +7,7 @@ namespace vorn_onu {
 
 namespace {
 
-std::string placeOf(const virtual_onu::Exit& exit) {
+std::string placeName(const virtual_onu::Exit& exit) {
     return exit.gemPort ? "GEM port " + std::to_string(*exit.gemPort) : exit.device;
 }
 
@@ -36,7 +36,7 @@ CaptureRun runCapture(CaptureReader& reader, const virtual_onu::FrozenDataPath& 
         if (writer == nullptr) continue;
         for (const virtual_onu::Exit& exit : walk.exits) {
             writeFrame(exit.frame, captured.bytes, captured.size, wire.payloadAt, out);
-            writer->add(placeOf(exit), captured.timeMs, out);
+            writer->add(placeName(exit), captured.timeMs, out);
         }
     }
     if (writer != nullptr) writer->finish();

@@ -11,7 +11,7 @@ namespace {
 using nlohmann::json;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds kBetweenLooks{100};
+constexpr std::chrono::milliseconds kBetweenReports{100};
 constexpr std::size_t kInOneEvent = 500;
 
 std::string event(json fields) {
@@ -24,7 +24,7 @@ std::string event(json fields) {
 // Of several listeners only the first one in a while makes the board answer.
 void News::look(bool withTrace) {
     const auto now = Clock::now();
-    if (now - looked_ < kBetweenLooks && (!withTrace || known_ == traced_)) return;
+    if (now - looked_ < kBetweenReports && (!withTrace || known_ == traced_)) return;
     looked_ = now;
     Json request = {{"do", "news"}, {"most", withTrace ? kMostTraceEntries : 0}};
     request["after"] = known_;
@@ -89,7 +89,7 @@ void News::addTrace(Listening& listening, std::vector<std::string>& events) cons
 void News::addCounters(Listening& listening, std::vector<std::string>& events) {
     const auto now = Clock::now();
     if (now - listening.counted < listening.every) return;
-    if (now - counted_ >= kBetweenLooks) {
+    if (now - counted_ >= kBetweenReports) {
         json reply = json::parse(board_.ask({{"do", "counters"}}), nullptr, false);
         if (!reply.is_object() || !reply.value("ok", false)) return;
         counted_ = now;

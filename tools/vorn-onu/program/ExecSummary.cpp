@@ -10,6 +10,7 @@
 #include "VirtualOnu.h"
 #include "io/Files.h"
 #include "io/Output.h"
+#include "io/Words.h"
 #include "show/Capture.h"
 #include "show/DeviceReport.h"
 #include "show/Report.h"
@@ -24,12 +25,6 @@ std::string text(pid_t process, const std::string& name) {
 }
 std::string text(const BoardOwner& owner) {
     return text(owner.process, owner.program);
-}
-
-std::string joined(const std::vector<std::string>& parts, const std::string& between) {
-    std::string all;
-    for (const auto& part : parts) all += (all.empty() ? "" : between) + part;
-    return all;
 }
 
 void showDevice(const nlohmann::json& device) {

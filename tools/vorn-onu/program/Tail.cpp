@@ -16,7 +16,7 @@ Tail::~Tail() {
 void Tail::showNew() {
     char buffer[4096];
     bool any = false;
-    for (ssize_t count = 0; (count = read(reader_, buffer, sizeof buffer)) > 0; any = true)
+    for (ssize_t count = 0; (count = ::read(reader_, buffer, sizeof buffer)) > 0; any = true)
         std::cout.write(buffer, count);
     if (any) std::cout.flush();
 }

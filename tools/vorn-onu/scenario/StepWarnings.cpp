@@ -4,6 +4,7 @@
 
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
+#include "io/Words.h"
 
 namespace vorn_onu {
 
@@ -17,10 +18,6 @@ constexpr std::uint32_t kMostPbits = 7, kMostVid = 4095;  // that a tag can have
 bool isLanPort(const std::string& device) {
     const std::string prefix = kLanPrefix;
     return device.size() == prefix.size() + 1 && device.compare(0, prefix.size(), prefix) == 0;
-}
-
-std::string counted(std::size_t count, const std::string& noun) {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
 // What a rule asks of a tag that no tag has, "p-bits 8"; "" for a rule that frames can fit.

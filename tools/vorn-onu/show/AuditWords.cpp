@@ -1,5 +1,6 @@
 #include "show/AuditWords.h"
 
+#include "io/Words.h"
 #include "scenario/fields/FrameFields.h"
 #include "show/Html.h"
 
@@ -8,10 +9,6 @@ namespace vorn_onu {
 namespace {
 
 constexpr std::size_t kAllTypes = 6;  // of payload that an audit tries
-
-std::string counted(std::size_t number, const std::string& one) {
-    return std::to_string(number) + " " + one + (number == 1 ? "" : "s");
-}
 
 // "up, untagged, 6 frames"; the one payload where not all types are among them.
 std::string framesWords(const audit::Group& group) {

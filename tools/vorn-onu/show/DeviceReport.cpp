@@ -4,6 +4,7 @@
 #include <map>
 #include <set>
 
+#include "io/Words.h"
 #include "state/PonWords.h"
 #include "state/RuleWords.h"
 #include "state/Services.h"
@@ -18,12 +19,6 @@ using virtual_onu::NetworkDevice;
 constexpr std::size_t kMostWarnings = 8;
 constexpr std::size_t kMostLearned = 12;
 
-std::string joinWords(const std::vector<std::string>& words, const char* separator = " ") {
-    std::string text;
-    for (const auto& word : words) text += (text.empty() ? "" : separator) + word;
-    return text;
-}
-
 std::string section(const std::string& title, const std::string& body, const Terminal& terminal) {
     return body.empty() ? "" : "\n" + terminal.bold(title) + "\n" + body;
 }
@@ -32,7 +27,7 @@ std::string bridges(const DeviceState& state, const Terminal& terminal) {
     Table table({"bridge", "", "members"});
     for (const auto& bridge : state.bridges) {
         const NetworkDevice* device = state.device(bridge.name);
-        std::string members = joinWords(bridge.members());
+        std::string members = joined(bridge.members(), " ");
         if (bridge.stp) members += " (spanning tree on)";
         table.row({bridge.name, device != nullptr && device->up ? "up" : "down", members.empty() ? "none" : members});
     }
@@ -66,7 +61,7 @@ std::string devices(const DeviceState& state, const DeviceState& newBoard, const
         if (device.ipv6Disabled) remarks.emplace_back("no IPv6");
         if (device.mtu != 1500) remarks.push_back("MTU " + std::to_string(device.mtu));
         for (const auto& address : device.addresses) remarks.push_back(address);
-        table.row({device.name, device.up ? "up" : "down", device.realDevice, device.master, joinWords(remarks, ", ")});
+        table.row({device.name, device.up ? "up" : "down", device.realDevice, device.master, joined(remarks)});
     }
     return section("Devices", table.text(terminal), terminal);
 }
@@ -82,7 +77,7 @@ std::string defaultWords(const std::vector<const TableState*>& tables) {
         const std::string what = action == "drop" ? "dropped" : "→ " + action;
         words.push_back((byAction.size() == 1 ? "everything else " : "else ") + what);
     }
-    return joinWords(words, ", ");
+    return joined(words);
 }
 
 // Frames and what is done with them: side by side, or below each other in a window that is too narrow for that.
@@ -157,7 +152,7 @@ std::string tconts(const DeviceState& state, const Terminal& terminal) {
     Table table({"T-CONT", "alloc-id", "queues"});
     for (const auto& tcont : state.tconts) {
         if (tcont.allocId == kNoAllocId && tcont.queues.empty()) continue;
-        const std::string queues = joinWords(queueRanges(tcont.queues), "; ");
+        const std::string queues = joined(queueRanges(tcont.queues), "; ");
         table.row({std::to_string(tcont.index), allocIdWords(tcont.allocId), queues.empty() ? "none" : queues});
     }
     return section("T-CONTs", table.text(terminal), terminal);

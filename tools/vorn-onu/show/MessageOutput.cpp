@@ -5,6 +5,7 @@
 #include <set>
 #include <utility>
 
+#include "io/Words.h"
 #include "omci/message/ValueText.h"
 
 namespace vorn_onu {
@@ -27,10 +28,6 @@ std::string resultOf(const Played& played) {
     if (!played.answer) return "no answer: " + played.whyNoAnswer;
     std::string text = played.answer->result.empty() ? "answered" : played.answer->result;
     return played.repeated ? text + ", repeated" : text;
-}
-
-std::string plural(std::size_t count, const std::string& noun) {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
 nlohmann::json textJson(const omci::MessageText& text) {
@@ -161,7 +158,7 @@ std::string MessageOutput::flush() {
     std::snprintf(number, sizeof number, "%3zu", first.number);
     std::string text = head(first, number, "answered");
     if (differ > 0)
-        text += below("≠ " + std::to_string(differ) + " of " + plural(captured, "answer") +
+        text += below("≠ " + std::to_string(differ) + " of " + counted(captured, "answer") +
                           " of the capture are others: that ONU has another MIB",
                       &Terminal::yellow);
     return text;
@@ -206,12 +203,12 @@ std::string MessageOutput::closing(const std::vector<Played>& all) const {
     const bool good = otherResults == 0 && failed == 0;
     std::string verdict = good ? "✓ every message had its effect" : "✗ ";
     if (good && captured > 0) verdict = "✓ answered as in the capture";
-    if (otherResults > 0) verdict += plural(otherResults, "answer") + " with another result than in the capture";
-    if (failed > 0) verdict += (otherResults > 0 ? ", " : "") + plural(failed, "HAL call") + " failed";
-    std::string counts = plural(requests, "message") + " of the OLT, ";
-    if (captured > 0) counts += std::to_string(same) + " of " + plural(captured, "answer") + " the same, ";
-    counts += plural(calls, "HAL call");
-    if (problems > 0) counts += ", " + plural(problems, "piece") + " that the HAL cannot do";
+    if (otherResults > 0) verdict += counted(otherResults, "answer") + " with another result than in the capture";
+    if (failed > 0) verdict += (otherResults > 0 ? ", " : "") + counted(failed, "HAL call") + " failed";
+    std::string counts = counted(requests, "message") + " of the OLT, ";
+    if (captured > 0) counts += std::to_string(same) + " of " + counted(captured, "answer") + " the same, ";
+    counts += counted(calls, "HAL call");
+    if (problems > 0) counts += ", " + counted(problems, "piece") + " that the HAL cannot do";
     const std::string whole = hanging(verdict + ": " + counts, terminal_.width(), 2);
     return "\n" + (good ? terminal_.green(verdict) : terminal_.red(verdict)) +
            (whole.size() >= verdict.size() && whole.compare(0, verdict.size(), verdict) == 0

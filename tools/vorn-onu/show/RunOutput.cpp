@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "io/Words.h"
 #include "scenario/fields/FrameFields.h"
 #include "scenario/operations/Operations.h"
 
@@ -12,7 +13,7 @@ namespace {
 
 // "  ✓ 12  " in front of every step, and the indent of what stands below one.
 constexpr std::size_t kPrefixWidth = 8;
-const std::string kBelow = "        ";
+const std::string kMargin = "        ";
 
 // The operation without what all names begin with.
 std::string shortName(const Step& step) {
@@ -51,10 +52,6 @@ std::string outcomeOf(const StepRecord& record) {
     if (!record.effects.empty()) text += (text.empty() ? "→ " : " → ") + record.effects;
     if (text.empty() && record.step->changes) text = "→ nothing changed";
     return text;
-}
-
-std::string plural(std::size_t count, const std::string& noun) {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
 }  // namespace
@@ -131,9 +128,9 @@ std::string RunOutput::failures(const StepRecord& record) const {
     std::string text;
     for (const std::string& warning : record.warnings)
         for (const std::string& line : wrapped(warning, terminal_.width() - kPrefixWidth - 2))
-            text += kBelow + terminal_.yellow(line) + "\n";
+            text += kMargin + terminal_.yellow(line) + "\n";
     for (const Failure& failure : record.failures)
-        text += kBelow + terminal_.red(failure.what) + "\n" + sideOf("expected", failure.expected) +
+        text += kMargin + terminal_.red(failure.what) + "\n" + sideOf("expected", failure.expected) +
                 sideOf("actual", failure.actual);
     return text;
 }
@@ -144,7 +141,7 @@ std::string RunOutput::sideOf(const std::string& label, const std::vector<std::s
     std::string text;
     for (std::size_t i = 0; i < std::max<std::size_t>(all.size(), 1); ++i) {
         const std::string line = all.empty() ? "(nothing)" : all[i];
-        text += kBelow + "  " + padded(i == 0 ? label : "", 10) +
+        text += kMargin + "  " + padded(i == 0 ? label : "", 10) +
                 (terminal_.isWindow() ? hanging(line, terminal_.width(), indent) : line) + "\n";
     }
     return text;
@@ -152,14 +149,14 @@ std::string RunOutput::sideOf(const std::string& label, const std::vector<std::s
 
 std::string RunOutput::trace(const StepRecord& record) const {
     std::string text;
-    for (const auto& line : record.trace) text += kBelow + terminal_.dim(line) + "\n";
+    for (const auto& line : record.trace) text += kMargin + terminal_.dim(line) + "\n";
     return text;
 }
 
 std::string RunOutput::halOutput(const std::string& printed) const {
     std::string text, line;
     const auto end = [&] {
-        if (!line.empty()) text += kBelow + terminal_.dim("│ " + line) + "\n";
+        if (!line.empty()) text += kMargin + terminal_.dim("│ " + line) + "\n";
         line.clear();
     };
     for (const char c : printed) {
@@ -180,10 +177,10 @@ std::string RunOutput::closing(const std::vector<StepRecord>& records, std::size
         frames += record.step->kind == "frame" ? 1 : 0;
         failed += record.passed() ? 0 : 1;
     }
-    const std::string counts = plural(calls, "HAL call") + ", " + plural(expectations, "step") + " of expectations, " +
-                               (frames > 0 ? plural(frames, "frame") + ", " : "") + plural(deviceCalls, "call") +
-                               " into the device";
-    const std::string verdict = failed == 0 ? "✓ everything as expected" : "✗ " + plural(failed, "step") + " failed";
+    const std::string counts = counted(calls, "HAL call") + ", " + counted(expectations, "step") +
+                               " of expectations, " + (frames > 0 ? counted(frames, "frame") + ", " : "") +
+                               counted(deviceCalls, "call") + " into the device";
+    const std::string verdict = failed == 0 ? "✓ everything as expected" : "✗ " + counted(failed, "step") + " failed";
     // The verdict has a colour of its own; the counts go on behind it, or below it.
     const std::string whole = hanging(verdict + ": " + counts, terminal_.width(), 2);
     return "\n" + (failed == 0 ? terminal_.green(verdict) : terminal_.red(verdict)) + whole.substr(verdict.size()) +

@@ -4,6 +4,7 @@
 #include <map>
 #include <set>
 
+#include "io/Words.h"
 #include "state/PonWords.h"
 #include "state/RuleWords.h"
 #include "state/Services.h"
@@ -13,12 +14,6 @@ namespace vorn_onu {
 namespace {
 
 using Lines = std::vector<std::string>;
-
-std::string joinWords(const Lines& words) {
-    std::string text;
-    for (const auto& word : words) text += (text.empty() ? "" : ", ") + word;
-    return text;
-}
 
 std::string orNone(const std::string& text) {
     return text.empty() ? "none" : text;
@@ -84,7 +79,7 @@ std::string deviceWords(const virtual_onu::NetworkDevice& device) {
     if (device.routed) words.emplace_back("routed");
     if (device.ipv6Disabled) words.emplace_back("no IPv6");
     for (const auto& address : device.addresses) words.push_back(address);
-    return joinWords(words);
+    return joined(words);
 }
 
 // The virtual ONU makes up a device's MAC address from its index, which differs after the same work done twice.
@@ -120,10 +115,10 @@ void compareBridges(const DeviceState& before, const DeviceState& after, Lines& 
     using Bridge = virtual_onu::Bridge;
     const auto words = [&after](const Bridge& bridge) {
         const virtual_onu::NetworkDevice* device = after.device(bridge.name);
-        Lines parts = {upWord(device != nullptr && device->up), "members " + orNone(joinWords(bridge.members()))};
+        Lines parts = {upWord(device != nullptr && device->up), "members " + orNone(joined(bridge.members()))};
         if (bridge.stp) parts.emplace_back("spanning tree on");
         if (device != nullptr) parts.insert(parts.end(), device->addresses.begin(), device->addresses.end());
-        return joinWords(parts);
+        return joined(parts);
     };
     const auto compare = [&lines](const std::string& name, const Bridge& old, const Bridge& now) {
         for (const auto& member : without(old.members(), now.members())) lines.push_back(name + member + " has left");
@@ -186,8 +181,7 @@ std::string tableWords(const std::string& device, bool receive, const std::set<u
     Lines numbers;
     for (const unsigned count : tags) numbers.push_back(std::to_string(count));
     const bool one = tags == std::set<unsigned>{1};
-    return device + (receive ? " receives" : " sends") + ", frames with " + joinWords(numbers) +
-           (one ? " tag" : " tags");
+    return device + (receive ? " receives" : " sends") + ", frames with " + joined(numbers) + (one ? " tag" : " tags");
 }
 
 // The rules that both have: first come, first matched, so that their order counts.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "io/Words.h"
+
 namespace vorn_onu {
 
 namespace {
@@ -11,12 +13,6 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::size_t kFewestCounters = 4;  // smaller objects of numbers are told whole
 constexpr std::size_t kLongestText = 120;   // bytes of a text that are shown
-
-std::string joinWords(const std::vector<std::string>& words, const char* separator = ", ") {
-    std::string text;
-    for (const auto& word : words) text += (text.empty() ? "" : separator) + word;
-    return text;
-}
 
 // The start of a text that is longer than anybody reads: a block of bytes, a whole file.
 std::string shortened(const std::string& text) {
@@ -112,15 +108,15 @@ std::string counterWords(const Json& counters) {
         if (value != 0) words.push_back(name + " " + value.dump());
     if (words.empty()) return "all 0";
     if (words.size() < counters.size()) words.emplace_back("the rest 0");
-    return joinWords(words);
+    return joined(words);
 }
 
 std::string listWords(const std::string& name, const Json& list) {
     std::vector<std::string> words;
-    if (isListOf(list, "pbit")) return joinWords(pbitMapWords(list));
+    if (isListOf(list, "pbit")) return joined(pbitMapWords(list));
     const bool areTags = isListOf(list, "vid");
     for (const Json& one : list) words.push_back(areTags ? tagEntryWords(one) : valueWords(name, one));
-    return words.empty() ? "none" : joinWords(words);
+    return words.empty() ? "none" : joined(words);
 }
 
 // "4: link true, speed 1000; 5: link false" for objects by name, else like the fields of a record.
@@ -131,14 +127,14 @@ std::string objectWords(const Json& object) {
     for (const auto& [name, value] : object.items())
         words.push_back(value.is_object() ? name + ": " + (isCounters(value) ? counterWords(value) : fieldWords(value))
                                           : name + " " + valueWords(name, value));
-    return joinWords(words, "; ");
+    return joined(words, "; ");
 }
 
 }  // namespace
 
 std::string valueWords(const std::string& name, const Json& value) {
     const bool isTagList = name == "vlanTciFilterList" || name == "filterList";
-    if (isTagList && isTciText(value)) return "(" + joinWords(tciTextWords(value.get<std::string>())) + ")";
+    if (isTagList && isTciText(value)) return "(" + joined(tciTextWords(value.get<std::string>())) + ")";
     if (value.is_array()) return "(" + listWords(name, value) + ")";
     if (value.is_object()) return "(" + (isCounters(value) ? counterWords(value) : objectWords(value)) + ")";
     return plainWords(value);
@@ -147,7 +143,7 @@ std::string valueWords(const std::string& name, const Json& value) {
 std::string fieldWords(const Json& fields) {
     std::vector<std::string> words;
     for (const auto& [name, value] : fields.items()) words.push_back(name + " " + valueWords(name, value));
-    return joinWords(words);
+    return joined(words);
 }
 
 }  // namespace vorn_onu

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <map>
 
+#include "io/Words.h"
+
 namespace vorn_onu {
 
 namespace {
@@ -59,12 +61,6 @@ std::string tagName(unsigned tag) {
     return tag == 1 ? "second" : "third";
 }
 
-std::string joinWords(const std::vector<std::string>& words) {
-    std::string text;
-    for (const auto& word : words) text += (text.empty() ? "" : ", ") + word;
-    return text;
-}
-
 std::string framesByTags(const std::set<unsigned>& tags) {
     if (tags == std::set<unsigned>{0}) return "untagged frames";
     if (tags == std::set<unsigned>{1}) return "single-tagged frames";
@@ -87,7 +83,7 @@ public:
         if (found == byTag_.end()) return "";
         std::vector<std::string> words;
         for (const auto& [rank, text] : found->second) words.push_back(text);
-        return joinWords(words);
+        return joined(words);
     }
     std::vector<unsigned> tags() const {
         std::vector<unsigned> all;
@@ -130,7 +126,7 @@ std::string filterWords(const std::vector<Term>& filters) {
         words.push_back((named ? tagName(tag) + " tag " : "") + tags.of(tag));
     }
     words.insert(words.end(), rest.begin(), rest.end());
-    return joinWords(words);
+    return joined(words);
 }
 
 // "p-bits 5", "p-bits of the second tag", "p-bits from DSCP"
@@ -175,8 +171,8 @@ std::string actionWords(const std::vector<Term>& commands) {
         words.push_back("push " + (written.of(tag).empty() ? "a tag" : written.of(tag)));
     for (const unsigned tag : written.tags())
         if (tag >= pushes) words.push_back("set " + (tag > 0 ? tagName(tag) + " tag " : "") + written.of(tag));
-    if (!marks.empty()) words.push_back("to " + joinWords(marks));
-    return words.empty() ? "as they are" : joinWords(words);
+    if (!marks.empty()) words.push_back("to " + joined(marks));
+    return words.empty() ? "as they are" : joined(words);
 }
 
 }  // namespace

@@ -48,7 +48,7 @@ void checkValue(const Property& property, const Json& value) {
     }
 }
 
-std::vector<std::string> linesOf(const Json& value) {
+std::vector<std::string> shownLines(const Json& value) {
     if (!value.is_array()) return {value.is_string() ? value.get<std::string>() : value.dump()};
     std::string line;
     for (const Json& one : value) line += (line.empty() ? "" : " ") + one.get<std::string>();
@@ -77,7 +77,7 @@ Check thingCheck(const Things& things, const std::string& name, const Json& expe
             if (!expected.contains(property.name)) continue;
             const Json& one = expected[property.name];
             if (sameTexts(one, (*actual)[property.name], property.ordered)) continue;
-            failures.push_back({what + ", " + property.name, linesOf(one), linesOf((*actual)[property.name])});
+            failures.push_back({what + ", " + property.name, shownLines(one), shownLines((*actual)[property.name])});
         }
     };
 }

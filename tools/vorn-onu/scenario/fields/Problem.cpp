@@ -44,12 +44,6 @@ std::string shown(const Json& value) {
     return text.substr(0, end) + "...";
 }
 
-std::string joined(const std::vector<std::string>& words, const std::string& separator) {
-    std::string text;
-    for (const std::string& word : words) text += (text.empty() ? "" : separator) + word;
-    return text;
-}
-
 std::string suggestion(const std::string& name, const std::vector<std::string>& known) {
     const auto closest = std::min_element(known.begin(), known.end(), [&](const auto& a, const auto& b) {
         return distance(name, a) < distance(name, b);

@@ -8,6 +8,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "io/Words.h"
+
 namespace vorn_onu {
 
 // Keeps the keys in the order of the file, so that what is shown reads like what was written.
@@ -39,8 +41,6 @@ auto inField(const std::string& name, Work&& work) {
 
 // The value as a message shows it: short, on one line.
 std::string shown(const Json& value);
-// a, b, c
-std::string joined(const std::vector<std::string>& words, const std::string& separator = ", ");
 // ", did you mean 'x'?" with the closest of the known names; "" when none is close.
 std::string suggestion(const std::string& name, const std::vector<std::string>& known);
 // "unknown field: ..." with the closest of the known names, for a key that is not among them.

@@ -23,6 +23,10 @@ struct Outcome {
 // An operation with its arguments, ready to be called any number of times.
 using PreparedCall = std::function<Outcome(VornHal& hal)>;
 
+// Operation::changes
+constexpr bool kQuery = false;
+constexpr bool kChanges = true;
+
 struct Operation {
     std::string name;
     std::string doc;

@@ -4,14 +4,12 @@
 #include "device/Counters.h"
 #include "device/EthernetUni.h"
 #include "scenario/operations/Operations.h"
+#include "scenario/operations/RecordFields.h"
 #include "xpon/OnuXponHalAdapterBCM.h"
 
 namespace vorn_onu {
 
 namespace {
-
-constexpr bool kQuery = false;
-constexpr bool kChanges = true;
 
 // Arguments of the four Ethernet UNI functions together; each uses some of them.
 struct UniArguments {
@@ -23,7 +21,6 @@ Field uniInstance() {
     return field("uniInstance", &UniArguments::uniInstance, Numbers{}, required(),
                  "Ethernet UNI: 1 is eth1, 2 is eth0");
 }
-const Numbers kFlag{0, 255, {}, true};
 
 std::vector<Operation> uniOperations() {
     using U = UniArguments;

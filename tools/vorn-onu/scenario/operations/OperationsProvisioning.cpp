@@ -10,8 +10,6 @@ namespace vorn_onu {
 
 namespace {
 
-constexpr bool kChanges = true;
-
 struct BridgeArguments {
     std::uint16_t bridgeId, uniPort;
 };

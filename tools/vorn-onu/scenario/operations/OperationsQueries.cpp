@@ -11,9 +11,6 @@ namespace vorn_onu {
 
 namespace {
 
-constexpr bool kQuery = false;
-constexpr bool kChanges = true;
-
 // A query with one number, or none, and the place for its answer.
 struct OneNumber {
     std::uint32_t number;

@@ -10,7 +10,6 @@ namespace {
 
 // ---- ranges and the words of G.988 ----
 
-const Numbers kFlag{0, 255, {}, true};
 const Numbers kId{};
 const Numbers kTpid{0, 65535, {}, false, true};
 const Numbers kTags{0, 65535, {{"untagged", 0}, {"single", 1}, {"double", 2}}};

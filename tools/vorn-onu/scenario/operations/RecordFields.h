@@ -10,6 +10,9 @@
 
 namespace vorn_onu {
 
+// true and false, or a number.
+inline const Numbers kFlag{0, 255, {}, true};
+
 // A bridge service; what is required depends on the operation.
 std::vector<Field> bridgeServiceFields(const std::set<std::string>& requiredNames);
 std::vector<Field> uniDataFields();
