@@ -4,3 +4,8 @@ target_compile_options(vorn_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow
 if(VORN_WERROR)
     target_compile_options(vorn_warnings INTERFACE -Werror)
 endif()
+# Where the sources of a folder are compiled as one: a test's fixture is then not in the main file, and names of one file stand
+# beside those of another. Builds without groups tell of both.
+if(CMAKE_UNITY_BUILD)
+    target_compile_options(vorn_warnings INTERFACE -Wno-shadow $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-subobject-linkage>)
+endif()

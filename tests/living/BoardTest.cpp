@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <set>
@@ -309,12 +310,22 @@ TEST_F(Board, MayEndInTheMiddleOfRequests) {
     EXPECT_GT(answered, 100);
 }
 
+// Whether all threads of the process are stopped.
+bool stands(pid_t process) {
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task")) {
+        const std::string status = contentOf(thread.path() / "stat");
+        if (status.find(") T ") == std::string::npos) return false;
+    }
+    return true;
+}
+
 TEST_F(Board, ThatIsStoppedIsToldOfAndGoesOnLater) {
     const auto run = daemon();
     ASSERT_TRUE(LivingRun::isThere(socket())) << run->output();
     BoardClient client(socket());
     const pid_t process = client.ask({{"do", "hello"}}).at("board").at("process");
     kill(process, SIGSTOP);
+    ASSERT_TRUE(comesTrue([&] { return stands(process); })) << "each of its threads takes its own time to stop";
     const json silent = client.ask({{"do", "counters"}});
     kill(process, SIGCONT);
     EXPECT_EQ(codeOf(silent), "no-answer");
