@@ -4,9 +4,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 
 namespace state {
 
@@ -21,28 +23,45 @@ public:
             byte = static_cast<char>(rest & 0xFF);
             if constexpr (sizeof rest > 1) rest = static_cast<decltype(rest)>(rest >> 8);
         }
-        bytes_.append(bytes, sizeof bytes);
-        return *this;
+        return addRaw({bytes, sizeof bytes});
     }
     ByteWriter& add(bool value) { return add(static_cast<std::uint8_t>(value ? 1 : 0)); }
     // At most 65535 bytes of it.
     ByteWriter& add(std::string_view text) {
         text = text.substr(0, 0xFFFF);
         add(static_cast<std::uint16_t>(text.size()));
-        bytes_.append(text);
-        return *this;
+        return addRaw(text);
     }
     ByteWriter& add(const char* text) { return add(std::string_view(text)); }
     ByteWriter& addRaw(std::string_view bytes) {
-        bytes_.append(bytes);
+        if (bytes.size() > room_ - used_) grow(bytes.size());
+        if (!bytes.empty()) std::memcpy(begin() + used_, bytes.data(), bytes.size());
+        used_ += bytes.size();
         return *this;
     }
-    void clear() { bytes_.clear(); }  // and keeps the room
-    std::string&& take() { return std::move(bytes_); }
-    const std::string& bytes() const { return bytes_; }
+    void clear() { used_ = 0; }  // and keeps the room
+    // Leaves the writer empty.
+    std::string take() {
+        std::string taken(bytes());
+        clear();
+        return taken;
+    }
+    std::string_view bytes() const { return {large_.empty() ? small_ : large_.data(), used_}; }
 
 private:
-    std::string bytes_;
+    char* begin() { return large_.empty() ? small_ : large_.data(); }
+    void grow(std::size_t more) {
+        std::string larger(2 * (used_ + more), '\0');
+        std::memcpy(larger.data(), begin(), used_);
+        large_ = std::move(larger);
+        room_ = large_.size();
+    }
+
+    // Keys and most values are composed in place, of many small pieces.
+    char small_[120];
+    std::string large_;  // in its place when it has become too small
+    std::size_t room_ = sizeof small_;
+    std::size_t used_ = 0;
 };
 
 // Reads what ByteWriter wrote. Behind the end every number is 0 and every text empty, and ok() is false.

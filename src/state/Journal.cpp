@@ -1,6 +1,7 @@
 #include "state/Journal.h"
 
 #include <cstdio>
+#include <cstring>
 #include <utility>
 
 namespace state {
@@ -24,12 +25,25 @@ bool beginsWith(std::string_view text, std::string_view beginning) {
     return text.substr(0, beginning.size()) == beginning;
 }
 
+std::uint64_t mixed(std::uint64_t hash, const char* bytes, std::size_t count) {
+    std::uint64_t more = 0;
+    std::memcpy(&more, bytes, count);
+    hash = (hash ^ more) * 0x9E3779B97F4A7C15;
+    return hash ^ hash >> 32;
+}
+
 void addChange(ByteWriter& record, Way way, const std::string& key, std::string_view value) {
     record.add(static_cast<std::uint8_t>(way)).add(key);
     if (way != Way::Erase) record.add(static_cast<std::uint32_t>(value.size())).addRaw(value);
 }
 
 }  // namespace
+
+std::size_t KeyHash::operator()(std::string_view key) const {
+    std::uint64_t hash = key.size();
+    for (; key.size() >= sizeof hash; key.remove_prefix(sizeof hash)) hash = mixed(hash, key.data(), sizeof hash);
+    return static_cast<std::size_t>(mixed(hash, key.data(), key.size()));
+}
 
 std::atomic<Journal*> currentJournal{nullptr};
 
@@ -72,16 +86,14 @@ bool Journal::apply(std::string_view commit) {
         if (!changes.ok() || key.empty() || key.size() > kLongestKey || way < Way::Put || way > Way::Append)
             return false;
         if (way == Way::Erase) {
-            const auto entry = entries_.find(key);
-            if (entry == entries_.end()) return false;
-            live_ -= entry->first.size() + entry->second.size();
-            entries_.erase(entry);
+            if (!removeEntry(key)) return false;
             continue;
         }
         const std::string_view value = changes.raw(changes.u32());
         if (!changes.ok()) return false;
         const auto [entry, added] = entries_.try_emplace(key);
         if (way == Way::Append && added) return false;
+        if (added) entry_.emplace(entry->first, entry);
         live_ += added ? key.size() : 0;
         live_ -= entry->second.size();
         if (way == Way::Put) entry->second.clear();
@@ -95,10 +107,11 @@ bool Journal::apply(std::string_view commit) {
 // ---- changes ----
 
 void Journal::change(std::string key, bool stands, std::string value) {
-    const auto known =
-        std::find_if(pending_.rbegin(), pending_.rend(), [&](const Change& one) { return one.key == key; });
+    const std::size_t hash = KeyHash()(key);
+    const auto known = std::find_if(pending_.rbegin(), pending_.rend(),
+                                    [&](const Change& one) { return one.hash == hash && one.key == key; });
     if (known == pending_.rend()) {
-        pending_.push_back({std::move(key), stands, std::move(value)});
+        pending_.push_back({std::move(key), hash, stands, std::move(value)});
     } else {
         known->stands = stands;
         known->value = std::move(value);
@@ -106,11 +119,12 @@ void Journal::change(std::string key, bool stands, std::string value) {
 }
 
 const std::string* Journal::find(const std::string& key) const {
-    const auto known =
-        std::find_if(pending_.rbegin(), pending_.rend(), [&](const Change& one) { return one.key == key; });
+    const std::size_t hash = KeyHash()(key);
+    const auto known = std::find_if(pending_.rbegin(), pending_.rend(),
+                                    [&](const Change& one) { return one.hash == hash && one.key == key; });
     if (known != pending_.rend()) return known->stands ? &known->value : nullptr;
-    const auto entry = entries_.find(key);
-    return entry != entries_.end() ? &entry->second : nullptr;
+    const auto entry = entry_.find(key);
+    return entry != entry_.end() ? &entry->second->second : nullptr;
 }
 
 std::map<std::string, std::string> Journal::current(Book book) const {
@@ -134,7 +148,7 @@ void Journal::eraseAll(const std::string& prefix) {
          ++entry)
         erase(entry->first);
     for (Change& one : pending_)
-        if (beginsWith(one.key, prefix)) one = {std::move(one.key), false, {}};
+        if (beginsWith(one.key, prefix)) one = {std::move(one.key), one.hash, false, {}};
 }
 
 // ---- operations ----
@@ -144,7 +158,7 @@ void Journal::end() {
     if (intended_ || !pending_.empty() || !touched_.empty()) commit();
 }
 
-void Journal::intend(const std::string& step) {
+void Journal::intend(std::string_view step) {
     intended_ = true;
     record_.clear();
     record_.add(static_cast<std::uint8_t>(results_.size()));
@@ -154,31 +168,40 @@ void Journal::intend(const std::string& step) {
     write(RecordKind::Intent, record_.bytes());
 }
 
+bool Journal::removeEntry(const std::string& key) {
+    const auto known = entry_.find(key);
+    if (known == entry_.end()) return false;
+    const auto entry = known->second;
+    live_ -= entry->first.size() + entry->second.size();
+    entry_.erase(known);
+    entries_.erase(entry);
+    return true;
+}
+
 // Adds the change to the record and to the entries; nothing when there is none.
-void Journal::settle(ByteWriter& record, const std::string& key, bool stands, std::string value) {
-    const auto entry = entries_.find(key);
+void Journal::settle(ByteWriter& record, const std::string& key, bool stands, std::string_view value) {
     if (!stands) {
-        if (entry == entries_.end()) return;
-        addChange(record, Way::Erase, key, {});
-        live_ -= key.size() + entry->second.size();
-        entries_.erase(entry);
+        if (removeEntry(key)) addChange(record, Way::Erase, key, {});
         return;
     }
-    if (entry == entries_.end()) {
+    const auto known = entry_.find(key);
+    if (known == entry_.end()) {
         addChange(record, Way::Put, key, value);
         live_ += key.size() + value.size();
-        entries_.emplace(key, std::move(value));
+        const auto entry = entries_.emplace(key, value).first;
+        entry_.emplace(entry->first, entry);
         return;
     }
+    const auto entry = known->second;
     if (entry->second == value) return;
     // A list of rules mostly grows at its end.
     if (!entry->second.empty() && beginsWith(value, entry->second)) {
-        addChange(record, Way::Append, key, std::string_view(value).substr(entry->second.size()));
+        addChange(record, Way::Append, key, value.substr(entry->second.size()));
     } else {
         addChange(record, Way::Put, key, value);
     }
     live_ = live_ - entry->second.size() + value.size();
-    entry->second = std::move(value);
+    entry->second = value;
 }
 
 void Journal::commit() {
@@ -187,11 +210,11 @@ void Journal::commit() {
         ByteReader parts(key);
         const ReadMap reader = readers_[parts.u8()];
         if (reader == nullptr) continue;
-        ByteWriter value;
-        const bool stands = reader(parts, value);
-        settle(record_, key, stands, value.take());
+        value_.clear();
+        const bool stands = reader(parts, value_);
+        settle(record_, key, stands, value_.bytes());
     }
-    for (Change& one : pending_) settle(record_, one.key, one.stands, std::move(one.value));
+    for (Change& one : pending_) settle(record_, one.key, one.stands, one.value);
     touched_.clear();
     pending_.clear();
     unfinished_.clear();
@@ -215,7 +238,7 @@ void Journal::compact() {
     if (!failed_) file_.replace(records);
 }
 
-void Journal::write(RecordKind kind, const std::string& content) {
+void Journal::write(RecordKind kind, std::string_view content) {
     if (failed_ || file_.append(kind, content)) return;
     failed_ = true;
     std::printf("vorn_hal_state: the state file cannot be written, and is taken away\n");

@@ -15,6 +15,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "state/Books.h"
@@ -26,6 +27,10 @@ namespace state {
 struct UnfinishedStep {
     std::string step;
     std::vector<std::uint32_t> results;
+};
+
+struct KeyHash {
+    std::size_t operator()(std::string_view key) const;
 };
 
 class Journal {
@@ -60,7 +65,7 @@ public:
 
     void begin() { ++depth_; }
     void end();
-    void intend(const std::string& step);
+    void intend(std::string_view step);
     // One of the numbers that came of the last step; goes into the file with the next one.
     void result(std::uint32_t number) { results_.push_back(number); }
 
@@ -72,25 +77,28 @@ public:
 private:
     struct Change {
         std::string key;
+        std::size_t hash;  // of the key
         bool stands;
         std::string value;
     };
 
     void change(std::string key, bool stands, std::string value);
     void commit();
-    void settle(ByteWriter& record, const std::string& key, bool stands, std::string value);
+    void settle(ByteWriter& record, const std::string& key, bool stands, std::string_view value);
+    bool removeEntry(const std::string& key);
     bool apply(std::string_view commit);
     bool replay(std::vector<Record>& records);
-    void write(RecordKind kind, const std::string& content);
+    void write(RecordKind kind, std::string_view content);
 
     StateFile file_;
     Entries entries_;
-    std::size_t live_ = 0;  // bytes of keys and values
+    std::unordered_map<std::string_view, Entries::iterator, KeyHash> entry_;  // by its key, which is the entry's own
+    std::size_t live_ = 0;                                                    // bytes of keys and values
     // An operation changes a handful of entries: looking through them all is faster than a tree.
     std::vector<Change> pending_;
     std::vector<std::string> touched_;
     std::array<ReadMap, 256> readers_ = {};
-    ByteWriter record_;  // that is being composed; its room is used again
+    ByteWriter record_, value_;  // that are being composed; their room is used again
     std::vector<UnfinishedStep> unfinished_;
     std::vector<std::uint32_t> results_;
     int depth_ = 0;

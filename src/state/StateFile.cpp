@@ -32,7 +32,7 @@ constexpr const char* kBroken = "has a broken record";
 void addHead(ByteWriter& record, std::size_t length, std::uint8_t kind) {
     const std::size_t begin = record.bytes().size();
     record.add(static_cast<std::uint32_t>(length)).add(kind);
-    const std::uint32_t check = checksum(std::string_view(record.bytes()).substr(begin));
+    const std::uint32_t check = checksum(record.bytes().substr(begin));
     record.add(static_cast<std::uint16_t>(check)).add(static_cast<std::uint8_t>(check >> 16));
 }
 
@@ -40,7 +40,7 @@ void addFramed(ByteWriter& bytes, RecordKind kind, std::string_view content) {
     const std::size_t begin = bytes.bytes().size();
     addHead(bytes, content.size(), static_cast<std::uint8_t>(kind));
     bytes.addRaw(content);
-    bytes.add(checksum(std::string_view(bytes.bytes()).substr(begin)));
+    bytes.add(checksum(bytes.bytes().substr(begin)));
 }
 
 bool isKind(std::uint8_t kind) {
@@ -188,7 +188,7 @@ bool StateFile::replace(const std::vector<Record>& records) {
     ByteWriter whole;
     whole.addRaw(header());
     for (const Record& record : records) addFramed(whole, record.kind, record.content);
-    const std::string& bytes = whole.bytes();
+    const std::string_view bytes = whole.bytes();
     // Locked before it takes the place: at no time may another process take it for free.
     if (flock(made.get(), LOCK_EX | LOCK_NB) != 0 || !write(made.get(), 0, bytes) ||
         renameat(directory_.get(), beside.c_str(), directory_.get(), name_.c_str()) != 0) {
