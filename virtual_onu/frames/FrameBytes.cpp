@@ -5,6 +5,7 @@
 #include <array>
 
 #include "frames/Packet.h"
+#include "frames/Protocols.h"
 
 namespace virtual_onu {
 
@@ -12,11 +13,9 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr std::uint16_t kIpv4 = 0x0800, kArp = 0x0806, kIpv6 = 0x86DD, kPppoeDiscovery = 0x8863, kPppoeSession = 0x8864,
-                        kEapol = 0x888E, kLldp = 0x88CC;
-constexpr std::uint8_t kHopByHop = 0, kIcmp = 1, kIgmp = 2, kTcp = 6, kUdp = 17, kIcmpv6 = 58, kNothingBehind = 59;
-constexpr std::size_t kIpv4Header = 20, kRouterAlert = 4, kIgmpMessage = 8;
-constexpr std::size_t kIpv6Header = 40, kHopByHopHeader = 8, kMldMessage = 24;
+using namespace protocols;
+
+constexpr std::size_t kRouterAlert = 4, kIgmpMessage = 8, kMldMessage = 24;
 constexpr std::size_t kUdpHeader = 8, kTcpHeader = 20, kIcmpHeader = 8;
 constexpr std::size_t kArpPacket = 28, kPppoeHeader = 6, kPppoeTag = 4, kPppHeader = 2, kEapolHeader = 4,
                       kLldpUnit = 23;

@@ -4,14 +4,15 @@
 
 #include <algorithm>
 
+#include "frames/Protocols.h"
 #include "kernel/Network.h"
 
 namespace virtual_onu::datapath {
 
 namespace {
 
-constexpr std::uint16_t kIpv6 = 0x86DD;
-constexpr std::uint8_t kIgmp = 2, kIcmpv6 = 58;
+using namespace protocols;
+
 constexpr Mac kIpv4Groups = 0x01005E000000, kIpv6Groups = 0x333300000000;
 constexpr std::size_t kMacText = 17;  // "02:00:5e:00:00:01"
 

@@ -4,6 +4,7 @@
 
 #include "Kept.h"
 #include "frames/Links.h"
+#include "frames/WireHeader.h"
 #include "kit/PonTables.h"
 
 namespace virtual_onu::datapath {
@@ -13,7 +14,6 @@ namespace {
 // A frame and its copies pass at most this many look-ups; more means that devices are stacked in a ring.
 constexpr std::size_t kMostHops = 1024;
 constexpr std::size_t kUsualHops = 8;
-constexpr std::size_t kTagOctets = 4;
 
 network::Destination destinationOf(Mac mac) {
     if (mac == kBroadcast) return network::Destination::Broadcast;

@@ -4,13 +4,13 @@
 #include <array>
 #include <cstring>
 
+#include "frames/Protocols.h"
+
 namespace virtual_onu::datapath {
 
 namespace {
 
-constexpr std::uint16_t kIpv4 = 0x0800, kIpv6 = 0x86DD;
-constexpr std::uint8_t kHopByHop = 0, kIgmp = 2, kIcmpv6 = 58;
-constexpr std::size_t kIpv6Header = 40;
+using namespace protocols;
 
 struct Octets {
     const std::uint8_t* at;
