@@ -60,7 +60,7 @@ bool receiveText(int channel, std::string& text) {
 
 // ---- what a step has come to ----
 
-std::string textOf(const Place::Answer& answer) {
+std::string answerText(const Place::Answer& answer) {
     Json failures = Json::array();
     for (const Failure& failure : answer.result.failures)
         failures.push_back({{"what", failure.what}, {"expected", failure.expected}, {"actual", failure.actual}});
@@ -114,7 +114,7 @@ void HalProcess::live(int channel) const {
     while (receiveAll(channel, &place, sizeof place)) {
         const Place::Answer answer = runAndWarn(scenario_.steps.at(place), context, warnings);
         std::fflush(stdout);
-        if (!sendText(channel, textOf(answer))) break;
+        if (!sendText(channel, answerText(answer))) break;
     }
     std::fflush(stdout);
     _exit(0);  // the HAL's threads must not meet what exit() destroys
