@@ -94,7 +94,11 @@ std::string contentOf(int descriptor) {
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     dup2(nowhere, STDOUT_FILENO);  // what the HAL prints
     dup2(errors, STDERR_FILENO);
-    const std::string text = toJson(runTrial(subject, plan, options.code)).dump();
+    std::string stateFile;
+    if (options.keepsState)
+        stateFile = (fs::temp_directory_path() / ("hal.state." + std::to_string(getpid()))).string();
+    const std::string text = toJson(runTrial(subject, plan, options.code, stateFile)).dump();
+    if (!stateFile.empty()) unlink(stateFile.c_str());
     const bool written = write(answer, text.data(), text.size()) == static_cast<ssize_t>(text.size());
     if (__lsan_do_recoverable_leak_check != nullptr && __lsan_do_recoverable_leak_check() != 0) _exit(kLeaked);
     if (options.leaveByExit) std::exit(written ? 0 : 1);

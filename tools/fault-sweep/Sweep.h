@@ -24,6 +24,7 @@ struct SweepOptions {
     std::optional<FaultPlan> only;  // these calls alone
     // A file for every exception of every run, "" for none: scenario, calls, what they were, exception.
     std::string list;
+    bool keepsState = false;   // the HAL has a state file
     bool verbose = false;      // name every finding, not only the first of a kind
     bool leaveByExit = false;  // let runs write coverage data at their end
 };

@@ -15,6 +15,7 @@
 #include "Stays.h"
 #include "TakeDown.h"
 #include "hal/HALFactory.h"
+#include "hal/HalState.h"
 #include "hal/VornHal.h"
 
 namespace fault_sweep {
@@ -116,12 +117,13 @@ public:
           onu_(VirtualOnu::instance()),
           context_{onu_, HALFactory::getInstance()->CreateHALObject(0), {}} {}
 
-    void run(int code) {
+    void run(int code, const std::string& stateFile) {
         for (const auto& step : subject_.scenario.steps) now_.operations.insert(step.name);
         onu_.reset();
         newBoard_ = sortedLines(onu_.stateText());
-        const long descriptors = openDescriptors();
         planFaults(code);
+        keepState(stateFile);
+        const long descriptors = openDescriptors();
         Lines states = runScenario();
         const std::uint64_t calls = onu_.callCount();
         findings_.hit = plan_.none() || calls >= plan_.calls.back();
@@ -151,6 +153,12 @@ public:
 
 private:
     void problem(const std::string& text) { findings_.problems.push_back(text); }
+
+    void keepState(const std::string& file) {
+        if (file.empty()) return;
+        // Without the kernel's boot id there is no state file.
+        if (vorn_hal_state_open(file.c_str()) != 0 && plan_.none()) problem("the state file does not open");
+    }
 
     void planFaults(int code) {
         for (const auto call : plan_.calls) onu_.failCall(call, code);
@@ -337,9 +345,9 @@ private:
 
 }  // namespace
 
-Findings runTrial(const Subject& subject, const FaultPlan& plan, int code) {
+Findings runTrial(const Subject& subject, const FaultPlan& plan, int code, const std::string& stateFile) {
     Findings findings;
-    Trial(subject, plan, findings).run(code);
+    Trial(subject, plan, findings).run(code, stateFile);
     return findings;
 }
 

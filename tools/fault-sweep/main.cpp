@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "Sweep.h"
+#include "scenario/Scenario.h"
 
 namespace {
 
@@ -13,7 +14,13 @@ constexpr const char* kDescription =
     "Runs scenarios again and again, each time with another call into the device failing.\n"
     "Exit codes: 0 nothing found, 1 something found, 2 bad input.";
 
-// Directories stand for the scenarios in them.
+bool runsInOneProcess(const std::string& file) {
+    const auto scenario = vorn_onu::loadScenario(file);
+    return std::none_of(scenario.steps.begin(), scenario.steps.end(),
+                        [](const auto& step) { return step.restart.has_value(); });
+}
+
+// Directories stand for the scenarios in them, those left out that restart the HAL.
 std::vector<std::string> scenarioFiles(const std::vector<std::string>& arguments) {
     std::vector<std::string> files;
     for (const auto& argument : arguments) {
@@ -22,7 +29,8 @@ std::vector<std::string> scenarioFiles(const std::vector<std::string>& arguments
             continue;
         }
         for (const auto& item : std::filesystem::directory_iterator(argument))
-            if (item.path().extension() == ".json") files.push_back(item.path().string());
+            if (item.path().extension() == ".json" && runsInOneProcess(item.path().string()))
+                files.push_back(item.path().string());
     }
     std::sort(files.begin(), files.end());
     return files;
@@ -70,6 +78,7 @@ int main(int argc, char** argv) {
     std::string only;
     app.add_option("--only", only, "fail this call alone (17), these two (17+19) or all from it on (17-)");
     app.add_option("--list", options.list, "write every exception of every run into this file");
+    app.add_flag("--state", options.keepsState, "let the HAL keep its state in a file");
     app.add_flag("--verbose", options.verbose, "name every finding");
     app.add_flag("--leave-by-exit", options.leaveByExit,
                  "let runs write coverage data at their end, where a thread of the HAL may still be at work");
