@@ -5,14 +5,18 @@
 //   vorn-onu exec -- example-daemon
 //
 // With --stay it starts as daemons do, connected to the gateway side and detached from the terminal, and lives on until
-// a signal ends it.
+// a signal ends it. With --state FILE it finds what it has provisioned on the device when it is started again:
+//
+//   vorn-onu exec --board BOARD -- example-daemon --state FILE
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <string>
 
 #include "hal/HALFactory.h"
+#include "hal/HalState.h"
 #include "hal/ProvisioningRecords.h"
 #include "hal/VornHal.h"
 
@@ -81,22 +85,40 @@ bool provisionService(VornHal& hal) {
            hal.vorn_omci_hal_configureAniTagRules(&service) == 0 && hal.vorn_omci_hal_filter_flow_add(&row) == 0;
 }
 
+// What follows the word; null when the word is not there, or nothing behind it.
+const char* argumentBehind(const std::string& word, int argc, char** argv) {
+    for (int i = 1; i + 1 < argc; ++i)
+        if (argv[i] == word) return argv[i + 1];
+    return nullptr;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     VornHal* hal = HALFactory::getInstance()->CreateHALObject(0);
     if (hal == nullptr) return 1;
-    const bool stays = argc > 1 && std::string(argv[1]) == "--stay";
+    const bool stays = std::find(argv + 1, argv + argc, std::string("--stay")) != argv + argc;
+    int restored = 0;
+    if (const char* const state = argumentBehind("--state", argc, argv)) {
+        restored = vorn_hal_state_open(state);
+        if (restored < 0) {
+            say("the state cannot be used; the HAL's log tells why");
+            return 1;
+        }
+    }
     if (stays && hal->vorn_omci_hal_init() != 0) return 1;
     hal->vorn_omci_hal_nvram_info_get();
     unsigned char serial[64] = {};
     hal->vorn_omci_hal_sn_get(serial, sizeof serial);
     say(std::string("serial number ") + reinterpret_cast<const char*>(serial));
-    if (!provisionPon(*hal) || !provisionService(*hal)) {
+    if (restored > 0) {
+        say("the service stands still, " + std::to_string(restored) + " records of it");
+    } else if (provisionPon(*hal) && provisionService(*hal)) {
+        say("the service is up");
+    } else {
         say("the service could not be provisioned");
         return 1;
     }
-    say("the service is up");
     while (stays) pause();
     return 0;
 }

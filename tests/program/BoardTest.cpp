@@ -5,18 +5,12 @@
 #include <nlohmann/json.hpp>
 
 #include "support/Emulated.h"
+#include "support/Programs.h"
 #include "tool/RunProgram.h"
 
 namespace {
 
 using nlohmann::json;
-
-const std::string kTool = VORN_ONU_BINARY;
-const std::string kDaemon = EXAMPLE_DAEMON_BINARY;
-
-bool has(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
 
 class ExecBoard : public ::testing::Test {
 protected:
@@ -57,6 +51,17 @@ TEST_F(ExecBoard, TheSecondProgramFindsWhatTheFirstHasLeft) {
     const ProgramResult shown = exec("true");
     EXPECT_TRUE(has(shown.output, "br3")) << shown.output;
     EXPECT_NE(access((board_ + ".lock").c_str(), F_OK), 0);
+}
+
+TEST_F(ExecBoard, ADaemonWithAStateFileFindsItsService) {
+    SKIP_WHEN_EMULATED(kHostPrograms);
+    const std::string daemon = kDaemon + " --state " + scratch_.file("hal.state");
+    EXPECT_TRUE(has(exec(daemon).output, "the service is up"));
+    const json before = state();
+    const ProgramResult second = exec(daemon);
+    EXPECT_TRUE(has(second.output, "the service stands still")) << second.output;
+    EXPECT_EQ(state()["vlan"], before["vlan"]);
+    EXPECT_EQ(state()["pon"], before["pon"]);
 }
 
 TEST_F(ExecBoard, AllProcessesOfAProgramWorkOnTheOneBoard) {

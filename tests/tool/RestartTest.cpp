@@ -9,17 +9,12 @@
 #include "VirtualOnu.h"
 #include "scenario/HalProcess.h"
 #include "support/Emulated.h"
+#include "support/Programs.h"
 #include "tool/RunProgram.h"
 
 namespace {
 
 using nlohmann::json;
-
-const std::string kTool = VORN_ONU_BINARY;
-
-bool has(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
 
 std::size_t count(const std::string& text, const std::string& part) {
     std::size_t found = 0;
