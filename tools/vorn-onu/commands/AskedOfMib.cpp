@@ -115,7 +115,7 @@ audit::VlanFilter filterOf(const Entity* entity) {
     const std::size_t entries =
         std::min<std::size_t>(entity->number8(filter_attr::kNumberOfEntries), list.size() / kTciBytes);
     for (std::size_t at = 0; at < entries; ++at) {
-        const unsigned tci = list[at * kTciBytes] << 8U | list[at * kTciBytes + 1];
+        const auto tci = static_cast<unsigned>(list[at * kTciBytes] << 8U | list[at * kTciBytes + 1]);
         filter.list.push_back({tci >> 13U, (tci >> 12U & 1U) != 0, tci & 0xFFFU});
     }
     return filter;
