@@ -69,15 +69,18 @@ Relay& relay() {
     return one;
 }
 
-int raised(int descriptor) {
+// A high number for the connection; -1 when the program has taken the number meanwhile, which is then left alone.
+int raised(int descriptor, const Identity& identity) {
     rlimit limit{};
-    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return descriptor;
-    const rlim_t end = std::min(limit.rlim_cur, kHighest);
-    if (end <= 2 * kRoom) return descriptor;
-    const auto high = static_cast<int>(syscall(SYS_fcntl, descriptor, F_DUPFD_CLOEXEC, end - kRoom));
-    if (high < 0) return descriptor;
-    syscall(SYS_close, descriptor);
-    return high;
+    const rlim_t end = getrlimit(RLIMIT_NOFILE, &limit) == 0 ? std::min(limit.rlim_cur, kHighest) : 0;
+    if (end > 2 * kRoom) {
+        const auto high = static_cast<int>(syscall(SYS_fcntl, descriptor, F_DUPFD_CLOEXEC, end - kRoom));
+        if (high >= 0) {
+            if (Identity::of(descriptor) == identity) syscall(SYS_close, descriptor);
+            descriptor = high;
+        }
+    }
+    return Identity::of(descriptor) == identity ? descriptor : -1;
 }
 
 void pause(int milliseconds) {
@@ -95,7 +98,9 @@ public:
         for (int i = 0; i < kTries; ++i) {
             const int descriptor = connectTo(relay().path);
             if (descriptor >= 0) {
-                std::unique_ptr<Connection> made(new Connection(raised(descriptor)));
+                // Known from here on: a moment later the number may be the program's.
+                const Identity identity = Identity::of(descriptor);
+                std::unique_ptr<Connection> made(new Connection(raised(descriptor, identity), identity));
                 if (made->write(replyText(hello)) && (unsent.empty() || made->write(unsent))) return made;
             } else if (errno == ENOENT || errno == ECONNREFUSED) {
                 return nullptr;  // the tool has gone
@@ -123,8 +128,8 @@ public:
     bool write(const std::string& line) { return isOurs() && socket_.write(line, kWriteMs); }
 
 private:
-    explicit Connection(int descriptor)
-        : socket_(descriptor, kLongestRequest + kFrame), identity_(Identity::of(descriptor)) {
+    Connection(int descriptor, const Identity& identity)
+        : socket_(descriptor, kLongestRequest + kFrame), identity_(identity) {
         relay().device = identity_.device;
         relay().inode = identity_.inode;
         relay().descriptor = descriptor;

@@ -26,7 +26,7 @@ OpenTaps::~OpenTaps() {
 void OpenTaps::askForLinks() const {
     for (std::size_t i = 0; i < page->size(); ++i) {
         const TapEntry& entry = (*page)[i];
-        askForLink(watches[entry.watch.get()], static_cast<int>(entry.index.get()));
+        askForLink(watches[static_cast<std::size_t>(entry.watch.get())], static_cast<int>(entry.index.get()));
     }
 }
 
