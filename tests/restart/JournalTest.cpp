@@ -192,7 +192,7 @@ TEST_F(JournalTest, ItStaysSmall) {
             journal.begin();
             journal.put(keyOf(state::Book::Rules, "gpon", service), value.substr(static_cast<std::size_t>(round)));
             journal.end();
-            largest = std::max<std::size_t>(largest, fs::file_size(path()));
+            largest = std::max(largest, static_cast<std::size_t>(fs::file_size(path())));
         }
     }
     EXPECT_LT(largest, 1U << 20);

@@ -51,7 +51,7 @@ struct DeviceLosses {
         onu.addGemPort(2002, 9, 256);
         const TmctlIf interface { 1 };
         tmctl_portTmUninit(TMCTL_DEV_GPON, &interface);
-        for (const char* command : {"brctl delif br0 sid2", "brctl addbr br7"}) std::system(command);
+        for (const char* command : {"brctl delif br0 sid2", "brctl addbr br7"}) EXPECT_EQ(std::system(command), 0);
     }
 };
 

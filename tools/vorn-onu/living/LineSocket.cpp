@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
 
 namespace vorn_onu::living {
 
@@ -19,7 +20,7 @@ using Clock = std::chrono::steady_clock;
 // Milliseconds until then for poll(), at least 0.
 int left(Clock::time_point end) {
     const auto rest = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
-    return static_cast<int>(std::max<long>(rest, 0));
+    return static_cast<int>(std::max<std::int64_t>(rest, 0));
 }
 
 bool waitFor(int descriptor, short event, int waitMs, Clock::time_point end) {

@@ -191,7 +191,7 @@ json Session::send(const Json& request) {
 json Session::trace(const Json& request) const {
     checkKeys(request, {"v", "id", "do", "after", "most", "failed"});
     const std::uint64_t after = numberIn(request, "after", 0, UINT64_MAX);
-    const std::uint64_t most = numberIn(request, "most", 1000, kMostTraceEntries);
+    const auto most = static_cast<std::size_t>(numberIn(request, "most", 1000, kMostTraceEntries));
     const bool failed = request.contains("failed") && inField("failed", [&] { return truthOf(request["failed"]); });
     const std::uint64_t traced = onu_.traced();  // before the entries: nobody is to think of one as seen that is not
     const auto entries =
@@ -221,7 +221,7 @@ json Session::counters() const {
 json Session::news(const Json& request) const {
     const std::uint64_t traced = onu_.traced();
     const std::uint64_t after = numberIn(request, "after", traced, UINT64_MAX);
-    const std::uint64_t most = numberIn(request, "most", 0, kMostTraceEntries);
+    const auto most = static_cast<std::size_t>(numberIn(request, "most", 0, kMostTraceEntries));
     json reply = {{"ok", true},
                   {"process", getpid()},
                   {"traced", traced},

@@ -98,7 +98,7 @@ void BoardView::follow(std::chrono::milliseconds time) {
     const Clock::time_point end = Clock::now() + time;
     while (true) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
-        std::optional<json> event = client_.next(static_cast<int>(std::max<long>(left, 0)));
+        std::optional<json> event = client_.next(static_cast<int>(std::max<std::int64_t>(left, 0)));
         if (event) take(*event);
         if (left <= 0) return;
     }
