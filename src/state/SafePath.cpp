@@ -68,8 +68,11 @@ Descriptor openDirectoryOf(const std::string& path, std::string* name, std::stri
         const std::size_t end = path.find('/', at);
         if (end == std::string::npos) return directory;
         const std::string step = path.substr(at, end - at);
-        walked += (walked.back() == '/' ? "" : "/") + step;
-        directory = Descriptor(openat(directory.get(), step.c_str(), kFlags));
+        // From the root by the whole path, which is the same: emulators of other processors show a root of their own,
+        // in which the host's directories are found by their paths alone.
+        const bool fromRoot = walked == "/";
+        walked += (fromRoot ? "" : "/") + step;
+        directory = Descriptor(fromRoot ? open(walked.c_str(), kFlags) : openat(directory.get(), step.c_str(), kFlags));
         at = end;
     }
 }

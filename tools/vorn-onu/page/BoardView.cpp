@@ -1,6 +1,7 @@
 #include "page/BoardView.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <stdexcept>
 #include <utility>
 
