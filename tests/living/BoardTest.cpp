@@ -304,7 +304,8 @@ TEST_F(Board, MayEndInTheMiddleOfRequests) {
     EXPECT_TRUE(comesTrue([&] { return run->output().find("leaving") != std::string::npos; })) << run->output();
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(run->exitCode(), 0) << run->output();
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(6)) << "nobody waits for it any more";
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(9))
+        << "nobody waits the ten seconds of an answer for it any more";
     over = true;
     for (auto& client : clients) client.join();
     EXPECT_GT(answered, 100);
