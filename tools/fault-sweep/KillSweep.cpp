@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
-#include <filesystem>
 #include <functional>
 #include <regex>
 #include <stdexcept>
@@ -25,10 +24,10 @@
 #include "hal/HALFactory.h"
 #include "hal/HalState.h"
 #include "hal/VornHal.h"
+#include "io/WorkDirectory.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using nlohmann::json;
 using virtual_onu::VirtualOnu;
 
@@ -43,23 +42,6 @@ struct Told {
     std::size_t step = 0;           // that it is in
     std::uint64_t deviceCalls = 0;  // of its provisioning thread, within operations
     bool done = false;
-};
-
-class WorkDirectory {
-public:
-    WorkDirectory() : path_((fs::temp_directory_path() / "vorn-kill-sweep.XXXXXX").string()) {
-        if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error(path_ + " cannot be made");
-    }
-    ~WorkDirectory() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    WorkDirectory(const WorkDirectory&) = delete;
-    WorkDirectory& operator=(const WorkDirectory&) = delete;
-    std::string file(const char* name) const { return path_ + "/" + name; }
-
-private:
-    std::string path_;
 };
 
 // The device without what a rule or a device that was made again has anew: numbers that count up, counters, addresses
@@ -176,18 +158,18 @@ struct Totals {
 void sweep(const std::string& file, const Options& options, Told& told, Totals& totals) {
     const auto scenario = vorn_onu::loadScenario(file);
     if (scenario.inParts) return;  // has kills of its own
-    const auto life = [&](const WorkDirectory& work, std::size_t from, std::uint64_t killAt) {
+    const auto life = [&](const vorn_onu::WorkDirectory& work, std::size_t from, std::uint64_t killAt) {
         return Life{scenario, from, killAt, work.file("board"), options.withoutState ? "" : work.file("hal.state")};
     };
     json expected;
     {
-        const WorkDirectory work;
+        const vorn_onu::WorkDirectory work("vorn-kill-sweep");
         expected = run(life(work, 0, 0), told);
     }
     const std::uint64_t calls = told.deviceCalls;
     // The first kill is another one in each scenario, so that a sample meets different calls.
     for (std::uint64_t killAt = 1 + totals.kills % options.every; killAt <= calls; killAt += options.every) {
-        const WorkDirectory work;
+        const vorn_onu::WorkDirectory work("vorn-kill-sweep");
         if (!run(life(work, 0, killAt), told).is_null()) continue;
         const std::size_t interrupted = told.step;
         ++totals.kills;

@@ -20,6 +20,7 @@
 #include "hal/HALFactory.h"
 #include "hal/HalState.h"
 #include "hal/VornHal.h"
+#include "io/WorkDirectory.h"
 
 namespace {
 
@@ -48,24 +49,6 @@ long residentKib() {
     }
     return 0;
 }
-
-// A directory for board and state, gone with the object.
-class WorkDirectory {
-public:
-    WorkDirectory() : path_((fs::temp_directory_path() / "vorn-restart-soak.XXXXXX").string()) {
-        if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error(path_ + " cannot be made");
-    }
-    ~WorkDirectory() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    WorkDirectory(const WorkDirectory&) = delete;
-    WorkDirectory& operator=(const WorkDirectory&) = delete;
-    std::string file(const char* name) const { return path_ + "/" + name; }
-
-private:
-    std::string path_;
-};
 
 struct Life {
     const vorn_onu::Scenario& scenario;
@@ -125,7 +108,7 @@ bool same(const Usage& one, const Usage& other) {
 }
 
 int soak(const Options& options) {
-    const WorkDirectory work;
+    const vorn_onu::WorkDirectory work("vorn-restart-soak");
     const auto scenario = vorn_onu::loadScenario(options.scenario);
     const auto takeDown = fault_sweep::takeDownOf(options.scenario, fs::temp_directory_path());
     constexpr unsigned kWarmUp = 4;  // the first round makes what outlives a service

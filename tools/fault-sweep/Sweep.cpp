@@ -18,6 +18,7 @@
 
 #include "Stays.h"
 #include "TakeDown.h"
+#include "io/WorkDirectory.h"
 
 // Present when the address sanitizer is.
 extern "C" __attribute__((weak)) int __lsan_do_recoverable_leak_check();  // NOLINT(bugprone-reserved-identifier)
@@ -30,25 +31,6 @@ using nlohmann::json;
 namespace fs = std::filesystem;
 
 constexpr int kLeaked = 97;
-
-// A directory for what children leave, gone with the object.
-class WorkDirectory {
-public:
-    WorkDirectory() : path_((fs::temp_directory_path() / "vorn-fault-sweep.XXXXXX").string()) {
-        if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error(path_ + " cannot be made");
-        setenv("TMPDIR", path_.c_str(), 1);  // the virtual ONU's private directories
-    }
-    ~WorkDirectory() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    WorkDirectory(const WorkDirectory&) = delete;
-    WorkDirectory& operator=(const WorkDirectory&) = delete;
-    const std::string& path() const { return path_; }
-
-private:
-    std::string path_;
-};
 
 struct Child {
     pid_t pid;
@@ -264,7 +246,8 @@ private:
 
 Summary sweep(const SweepOptions& options) {
     Summary summary;
-    const WorkDirectory work;
+    const vorn_onu::WorkDirectory work("vorn-fault-sweep");
+    setenv("TMPDIR", work.path().c_str(), 1);  // the virtual ONU's private directories
     compileStays();
     std::ofstream list;
     if (!options.list.empty()) {

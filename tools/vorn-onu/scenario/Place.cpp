@@ -2,17 +2,14 @@
 
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
 #include <exception>
-#include <filesystem>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
 #include "hal/HALFactory.h"
+#include "io/WorkDirectory.h"
 #include "scenario/HalProcess.h"
 #include "scenario/StepWarnings.h"
 
@@ -37,30 +34,12 @@ private:
     StepWarnings warnings_;
 };
 
-// A folder of the run's own, gone with everything in it.
-class Folder {
-public:
-    Folder() : path_((std::filesystem::temp_directory_path() / "vorn-onu-board.XXXXXX").string()) {
-        if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error(path_ + ": " + std::strerror(errno));
-    }
-    ~Folder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    std::string file(const std::string& name) const { return path_ + "/" + name; }
-
-private:
-    std::string path_;
-};
-
 // The board of a run, shared by way of its file with the processes of the parts.
 class SharedBoard {
 public:
     explicit SharedBoard(std::string file) : file_(std::move(file)) {
         if (!file_.empty()) return;
-        folder_.emplace();
+        folder_.emplace("vorn-onu-board");
         file_ = folder_->file("board");
         virtual_onu::VirtualOnu::instance().openBoard(file_, virtual_onu::VirtualOnu::BoardUse::Run);
     }
@@ -70,7 +49,7 @@ public:
     const std::string& file() const { return file_; }
 
 private:
-    std::optional<Folder> folder_;
+    std::optional<WorkDirectory> folder_;
     std::string file_;
 };
 
