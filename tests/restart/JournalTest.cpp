@@ -94,6 +94,15 @@ TEST_F(JournalTest, CutAnywhereItHoldsAnEarlierStateOrNone) {
     EXPECT_EQ(most, 2U);
 }
 
+// Files of one version are read by every library of that version, so the sum is a known one: CRC-32 as Ethernet has it.
+TEST(Checksum, IsThatOfEthernet) {
+    EXPECT_EQ(state::checksum(""), 0U);
+    EXPECT_EQ(state::checksum("123456789"), 0xCBF43926U);
+    EXPECT_EQ(state::checksum("The quick brown fox jumps over the lazy dog"), 0x414FA339U);
+    EXPECT_EQ(state::checksum(std::string(32, '\0')), 0x190A55ADU);
+    EXPECT_EQ(state::checksum(std::string(32, '\xFF')), 0xFF6CAB0BU);
+}
+
 TEST_F(JournalTest, EveryChangedByteIsFound) {
     const std::string whole = sample();
     for (std::size_t at = 0; at < whole.size(); ++at) {
