@@ -41,8 +41,7 @@ enum class Book : std::uint8_t {
     IpHosts = 37,        // bridge id (16), UNI port (16): MAC address, IP address, whether it has a DHCP client (8)
     DscpShortcuts = 38,  // UNI port (16): nothing; classes and actions in the runner
     // device, PHY id (16), outer and inner filter of a row: nothing; a removal that was not finished, and was when the
-    // file
-    // was opened. Called again it must not take another rule with the same filters.
+    // file was opened. Called again it must not take another rule with the same filters.
     SettledRows = 41,
     TcontQueues = 40,  // T-CONT index (16): nothing; its queues were made
     DhcpClients = 39,  // bridge id (16), UNI port (16): nothing; a client that an unfinished operation may have started
