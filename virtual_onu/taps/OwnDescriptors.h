@@ -39,10 +39,10 @@ inline ssize_t receiveMessage(int descriptor, msghdr* message, int flags) {
 }
 // From its beginning, shared with others.
 inline void* map(int descriptor, std::size_t size) {
-#ifdef SYS_mmap
-    constexpr long kCall = SYS_mmap;
-#else
+#ifdef SYS_mmap2  // of 32 bits; where SYS_mmap stands beside it, that one takes its arguments otherwise
     constexpr long kCall = SYS_mmap2;
+#else
+    constexpr long kCall = SYS_mmap;
 #endif
     return reinterpret_cast<void*>(syscall(kCall, nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0));
 }
