@@ -1,7 +1,7 @@
-# Compiles the sources of a folder as one, where the build asks for that (CMAKE_UNITY_BUILD: the presets whose warnings and
-# code nobody reads file by file). It takes a third of the time. What stands in unnamed namespaces of one folder needs
-# different names, which a reader of the folder wants too.
-function(compile_rooms_together target)
+# Compiles the sources of a folder as one, where the build asks for it (CMAKE_UNITY_BUILD): a third of the time. Names in
+# unnamed namespaces differ within a folder, which its readers want too. The presets debug, release and coverage compile file
+# by file.
+function(compile_folders_together target)
     if(NOT CMAKE_UNITY_BUILD)
         return()
     endif()
