@@ -2,207 +2,198 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <map>
+#include <memory>
 #include <mutex>
+#include <string>
 #include <thread>
+#include <tuple>
+#include <type_traits>
+#include <vector>
 
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "hal/HALFactory.h"
+#include "hal/VornHal.h"
+#include "scenario/operations/OperationArguments.h"
 #include "xpon/OnuXponHalAdapterBCM.h"
 
 namespace {
 
-constexpr std::size_t kLongText = 1200;
-constexpr std::size_t kMostPbits = 20;
+using vorn_onu::Field;
+using vorn_onu::Json;
+
+constexpr std::size_t kMaxText = 1200;
+constexpr std::size_t kMaxPbits = 20;
 
 VornHal& hal() {
     static VornHal& only = *HALFactory::getInstance()->CreateHALObject(0);
     return only;
 }
 
-// Bytes of the input over the whole of a record of plain numbers.
+// Numbers that other operations have used, by the names of their fields.
+struct Range {
+    std::uint16_t first, last;
+};
+constexpr Range kBridges{0, 3}, kGemPorts{1000, 1004}, kAllocIds{256, 259}, kSmall{0, 6};
+const std::map<std::string, Range> kUsedNumbers = {
+    {"bridgeId", kBridges},    {"gemPort", kGemPorts},      {"gemPortId", kGemPorts},
+    {"xgemPortId", kGemPorts}, {"tContAllocId", kAllocIds}, {"allocId", kAllocIds},
+    {"tContIndex", {0, 4}},    {"uniPort", kSmall},         {"trafficType", kSmall}};
+const std::map<std::string, const char*> kAddresses = {{"macAddress", "02:00:00:00:00:01"},
+                                                       {"ipAddress", "10.0.0.5"},
+                                                       {"subnetMask", "255.255.255.0"},
+                                                       {"gateway", "10.0.0.1"}};
+
+class Arguments {
+public:
+    explicit Arguments(FuzzedDataProvider& input) : input_(input) {}
+
+    template <typename Number>
+    Number any() {
+        return input_.ConsumeIntegral<Number>();
+    }
+    // The place, or null at times.
+    template <typename Value>
+    Value* orNull(Value* place) {
+        return input_.ConsumeIntegralInRange(0, 15) == 0 ? nullptr : place;
+    }
+    template <typename Record>
+    Record record(const std::vector<Field>& fields) {
+        Record made{};
+        for (const Field& one : fields)
+            (one.storeUnchecked != nullptr ? one.storeUnchecked : one.store)(&made, value(one));
+        return made;
+    }
+    // What only other boards read: numbers, and the address of some bytes.
+    template <typename Argument>
+    Argument unread() {
+        if constexpr (std::is_same_v<Argument, HalNotifyCallback>)
+            return nullptr;
+        else if constexpr (std::is_pointer_v<Argument>)
+            return reinterpret_cast<Argument>(orNull(bytes_));
+        else
+            return any<Argument>();
+    }
+    unsigned textSize() { return input_.ConsumeIntegralInRange<unsigned>(0, 80); }
+
+private:
+    Json value(const Field& one) {
+        if (one.name == "pbitMap") return vorn_onu::pbitMapJson(pbitMap());
+        if (one.lowest > one.highest) return text(one);
+        const auto used = kUsedNumbers.find(one.name);
+        if (used != kUsedNumbers.end() && input_.ConsumeProbability<float>() < 0.7F)
+            return input_.ConsumeIntegralInRange(used->second.first, used->second.last);
+        return input_.ConsumeIntegralInRange(one.lowest, one.highest);
+    }
+    // Up to the last byte of its field, which then has no end.
+    Json text(const Field& one) {
+        const auto address = kAddresses.find(one.name);
+        if (address != kAddresses.end() && input_.ConsumeBool()) return address->second;
+        if (one.name == "filterList" && input_.ConsumeIntegralInRange(0, 15) == 0) return nullptr;
+        const std::size_t longest =
+            one.name == "vlanTciFilterList" ? sizeof(BridgeServiceProvisioning::vlanTciFilterList) : kMaxText;
+        return {{"bytes", vorn_onu::hexText(input_.ConsumeRandomLengthString(longest))}};
+    }
+    vorn_onu::PbitMap pbitMap() {
+        vorn_onu::PbitMap map;
+        for (std::size_t n = input_.ConsumeIntegralInRange<std::size_t>(0, kMaxPbits); n > 0; --n) {
+            const auto pbit = any<std::uint8_t>();
+            map[pbit] = {input_.ConsumeIntegralInRange(kGemPorts.first, kGemPorts.last), any<std::uint16_t>()};
+        }
+        return map;
+    }
+
+    FuzzedDataProvider& input_;
+    unsigned char bytes_[64] = {};
+};
+
+template <typename Result, typename... Types>
+void call(Arguments& arguments, Result (VornHal::*member)(Types...), const vorn_onu::NoFields&) {
+    const std::tuple<Types...> given{arguments.unread<Types>()...};
+    std::apply([&](auto... each) { (hal().*member)(each...); }, given);
+}
+
+template <typename Pointer, typename Record>
+void call(Arguments& arguments, int (VornHal::*member)(Pointer), const vorn_onu::RecordArgument<Record>& kind) {
+    Record record = arguments.record<Record>(kind.fields);
+    (hal().*member)(arguments.orNull(&record));
+}
+
 template <typename Record>
-void fill(Record& record, FuzzedDataProvider& input) {
-    input.ConsumeData(&record, sizeof record);
+void call(Arguments& arguments, int (VornHal::*member)(void*, void*), const vorn_onu::RecordArgument<Record>& kind) {
+    Record record = arguments.record<Record>(kind.fields);
+    (hal().*member)(nullptr, arguments.orNull(&record));
+}
+
+template <typename Member, typename Values>
+void call(Arguments& arguments, Member member, const vorn_onu::ValueArguments<Values>& kind) {
+    const Values values = arguments.record<Values>(kind.fields);
+    std::apply([&](auto... each) { (hal().*member)(each...); }, values.values());
+}
+
+template <typename Number, typename Answer>
+void call(Arguments& arguments, int (VornHal::*member)(Number, Answer*), const vorn_onu::NumberAnswer&) {
+    Answer answer = 0;
+    const auto number = arguments.any<Number>();
+    (hal().*member)(number, arguments.orNull(&answer));
+}
+void call(Arguments& arguments, int (VornHal::*member)(int*), const vorn_onu::NumberAnswer&) {
+    int level = 0;
+    (hal().*member)(arguments.orNull(&level));
+}
+
+// The buffer is as long as it is said to be: the address sanitizer sees a byte behind it.
+template <typename Byte, typename Size, typename... Unused>
+void call(Arguments& arguments, int (VornHal::*member)(Byte*, Size, Unused...), const vorn_onu::TextAnswer&) {
+    const unsigned size = arguments.textSize();
+    const std::unique_ptr<Byte[]> buffer(new Byte[size]);
+    (hal().*member)(arguments.orNull(buffer.get()), static_cast<Size>(size), arguments.any<Unused>()...);
+}
+
+void call(Arguments& arguments, int (VornHal::*member)(unsigned short*, unsigned char), const vorn_onu::PortAndValue&) {
+    auto port = arguments.any<unsigned short>();
+    const auto value = arguments.any<unsigned char>();
+    (hal().*member)(arguments.orNull(&port), value);
+}
+
+void call(Arguments& arguments, int (VornHal::*member)(void*, void*), const vorn_onu::CountersAnswer&) {
+    PmRequest request{arguments.any<std::uint16_t>(), arguments.any<std::uint8_t>(), arguments.any<std::uint8_t>()};
+    EthernetPmReaderRecord counters{};
+    (hal().*member)(arguments.orNull(&request), arguments.orNull(&counters));
+}
+
+struct AnyCall {
+    const char* name;
+    bool changes;
+    void (*make)(Arguments& arguments);
+};
+const AnyCall kOperations[] = {
+#define OPERATION(slot, name, parameters, arguments, fields, changes, doc) \
+    {#name, vorn_onu::changes, [](Arguments& any) {                        \
+         using namespace vorn_onu;                                         \
+         static const auto& kind = *new auto(fields);                      \
+         call(any, &VornHal::name, kind);                                  \
+     }},
+#include "scenario/operations/Operations.def"
+};
+
+// Left out is what starts a thread, which a process does once.
+std::vector<const AnyCall*> operationsThat(bool change) {
+    std::vector<const AnyCall*> calls;
+    for (const AnyCall& one : kOperations)
+        if (one.changes == change && std::string("vorn_omci_hal_init") != one.name) calls.push_back(&one);
+    return calls;
 }
 
 }  // namespace
 
-BridgeServiceProvisioning EveryOperation::anyService() {
-    BridgeServiceProvisioning r{};
-    r.gemPortId = gemPort();
-    r.bridgeId = bridge();
-    // Up to the last byte: the text then has no end.
-    text(sizeof r.vlanTciFilterList).copy(r.vlanTciFilterList, sizeof r.vlanTciFilterList);
-    for (auto* byte : {&r.forwardOperation, &r.numberOfEntries, &r.trafficModel, &r.protocolNumber, &r.isMulticast,
-                       &r.multicastService, &r.restoreVlanFlows})
-        *byte = any<std::uint8_t>();
-    for (std::size_t n = input_.ConsumeIntegralInRange<std::size_t>(0, kMostPbits); n > 0; --n)
-        r.pbitMap[any<std::uint8_t>()] = {gemPort(), any<std::uint16_t>()};
-    for (auto* field :
-         {&r.inputTpid, &r.outputTpid, &r.dsMode, &r.filterTagCount, &r.tagTreatment, &r.etherTypeFilter,
-          &r.outerTpidFilter, &r.outerVlanIdFilter, &r.outerVlanPrioFilter, &r.innerTpidFilter, &r.innerVlanIdFilter,
-          &r.innerVlanPrioFilter, &r.removeType, &r.outerTpidAction, &r.outerVlanIdAction, &r.outerVlanPrioAction,
-          &r.innerTpidAction, &r.innerVlanIdAction, &r.innerVlanPrioAction})
-        *field = any<std::uint16_t>();
-    return r;
-}
-
-UniDataProvisioning EveryOperation::anyRow() {
-    UniDataProvisioning r{};
-    fill(r, input_);
-    r.bridgeId = bridge();
-    r.uniPort = number(0, 6);
-    return r;
-}
-
-IpHostProvision EveryOperation::anyHost() {
-    IpHostProvision r{};
-    for (auto* field : {&r.allocId, &r.gemId}) *field = any<std::uint16_t>();
-    r.bridgeId = bridge();
-    r.uniPort = number(0, 6);
-    const auto address = [&](const char* good) { return input_.ConsumeBool() ? std::string(good) : text(kLongText); };
-    r.macAddress = address("02:00:00:00:00:01");
-    r.ipAddress = address("10.0.0.5");
-    r.subnetMask = address("255.255.255.0");
-    r.gateway = address("10.0.0.1");
-    for (auto* byte : {&r.ipOptions, &r.dhcpEnabled, &r.useSharedBridge}) *byte = any<std::uint8_t>();
-    return r;
-}
-
-void EveryOperation::service() {
-    auto record = anyService();
-    auto row = anyRow();
-    auto* known = orNull(record);
-    switch (input_.ConsumeIntegralInRange(0, 5)) {
-        case 0:
-            hal().vorn_omci_hal_configureBridge(bridge(), number(0, 6));
-            break;
-        case 1:
-            hal().vorn_omci_hal_configureAniTagRules(known);
-            break;
-        case 2:
-            hal().vorn_omci_hal_unsetPbitData(known);
-            break;
-        case 3:
-            hal().vorn_omci_hal_deprovisionAniSideBridge(known);
-            break;
-        case 4:
-            hal().vorn_omci_hal_deprovisionUniSideBridge(known);
-            break;
-        default:
-            hal().vorn_omci_hal_filter_flow_add(orNull(row));
-    }
-}
-
-void EveryOperation::veip() {
-    const std::string list = text(kLongText);
-    const auto* hex =
-        input_.ConsumeIntegralInRange(0, 15) == 0 ? nullptr : reinterpret_cast<const unsigned char*>(list.c_str());
-    const auto gem = gemPort(), id = bridge(), filter = any<std::uint16_t>();
-    const auto entries = any<std::uint8_t>();
-    const auto traffic = number(0, 6);
-    if (input_.ConsumeBool())
-        hal().vorn_omci_hal_veip_createRules(gem, id, filter, entries, hex, traffic);
-    else
-        hal().vorn_omci_hal_veip_deleteRules(gem, id, filter, entries, hex, traffic);
-}
-
-void EveryOperation::ipHost() {
-    auto host = anyHost();
-    if (input_.ConsumeBool())
-        hal().vorn_omci_hal_provisionIpHost(orNull(host));
-    else
-        hal().vorn_omci_hal_deprovisionIpHost(orNull(host));
-}
-
-void EveryOperation::pon() {
-    TContProvisioning tcont{number(256, 259), number(0, 4), any<std::uint8_t>()};
-    XGEMConfig gem{};
-    fill(gem, input_);
-    gem.tContAllocId = number(256, 259);
-    gem.xgemPortId = gemPort();
-    XgemStatusRecord status{gemPort(), any<std::uint8_t>()};
-    switch (input_.ConsumeIntegralInRange(0, 4)) {
-        case 0:
-            hal().vorn_omci_hal_tcont_set(nullptr, orNull(tcont));
-            break;
-        case 1:
-            hal().vorn_omci_hal_tcont_reset(nullptr, orNull(tcont));
-            break;
-        case 2:
-            hal().vorn_omci_hal_gemflow_add(orNull(gem));
-            break;
-        case 3:
-            hal().vorn_omci_hal_gemflow_del(orNull(gem));
-            break;
-        default:
-            hal().vorn_omci_hal_set_gemPortStatus(orNull(status));
-    }
-}
-
-// The buffer is as long as it is said to be: the address sanitizer sees a byte behind it.
-void EveryOperation::identity() {
-    const auto size = input_.ConsumeIntegralInRange<unsigned>(0, 80);
-    const std::unique_ptr<unsigned char[]> buffer(new unsigned char[size]);
-    auto* bytes = input_.ConsumeIntegralInRange(0, 15) == 0 ? nullptr : buffer.get();
-    hal().vorn_omci_hal_nvram_info_get();
-    hal().vorn_omci_hal_vid_get(bytes, size);
-    hal().vorn_omci_hal_sn_get(bytes, size);
-    hal().vorn_omci_hal_mac_get(bytes, size);
-    hal().vorn_omci_hal_pn_get(bytes, size);
-    hal().vorn_omci_hal_swimage_version_get(reinterpret_cast<char*>(bytes), static_cast<int>(size), any<int>());
-    hal().vorn_hal_get_mac_ip_host();
-    hal().vorn_hal_get_mac_sub_host();
-    int level = 0;
-    hal().vorn_omci_hal_rx_laser_power_get(orNull(level));
-    hal().vorn_omci_hal_tx_laser_power_get(orNull(level));
-}
-
-void EveryOperation::rest() {
-    PmRequest request{};
-    fill(request, input_);
-    EthernetPmRecord counters{};
-    hal().vorn_omci_hal_pm_get(orNull(request), orNull(counters));
-    hal().vorn_hal_set_omci_action(any<int>());
-    hal().vorn_omci_hal_gponctl_state_set();
-    unsigned number = 0;
-    hal().vorn_omci_hal_port_enable_get(any<unsigned>(), orNull(number));
-    hal().vorn_omci_hal_eth_port_speed_get(any<unsigned>(), orNull(number));
-    hal().vorn_omci_hal_eth_port_duplex_get(any<unsigned>(), orNull(number));
-    hal().vorn_omci_hal_eth_port_id_get(any<unsigned>(), orNull(number));
-    hal().vorn_omci_hal_eth_port_max_frame_set(any<unsigned>());
-    unsigned short port = any<std::uint16_t>();
-    hal().vorn_omci_hal_eth_port_mode_set(orNull(port), any<std::uint8_t>());
-    hal().vorn_omci_hal_eth_port_admin_set(orNull(port), any<std::uint8_t>());
-    hal().vorn_omci_hal_gem_get_idx_from_id(any<std::uint16_t>(), orNull(port));
-    unsigned char frame[48] = {};
-    hal().vorn_omci_hal_pkt_send(orNull(frame[0]), sizeof frame);
-    hal().vorn_omci_hal_mic_build(orNull(frame[0]), sizeof frame, any<unsigned>());
-    hal().vorn_omci_hal_mic_check(orNull(frame[0]));
-    hal().vorn_omci_hal_iphost_rule_add(orNull(frame[0]), nullptr);
-    hal().vorn_omci_hal_mcast_cfg(orNull(frame[0]), nullptr);
-}
-
-void EveryOperation::one() {
-    switch (input_.ConsumeIntegralInRange(0, 9)) {
-        case 0:
-        case 1:
-        case 2:
-        case 3:
-            return service();
-        case 4:
-        case 5:
-            return veip();
-        case 6:
-            return ipHost();
-        case 7:
-            return pon();
-        case 8:
-            return identity();
-        default:
-            return rest();
-    }
+void anyOperation(FuzzedDataProvider& input) {
+    static const auto& provisioning = *new auto(operationsThat(vorn_onu::kChanges));
+    static const auto& queries = *new auto(operationsThat(vorn_onu::kQuery));
+    const auto& calls = input.ConsumeIntegralInRange(0, 9) < 8 ? provisioning : queries;
+    Arguments arguments(input);
+    calls[input.ConsumeIntegralInRange<std::size_t>(0, calls.size() - 1)]->make(arguments);
 }
 
 void answerForTheGateway() {

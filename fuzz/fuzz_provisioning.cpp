@@ -101,7 +101,7 @@ private:
         const int kind = input_.ConsumeIntegralInRange<int>(0, 15);
         if (kind > 9) {
             any_ = true;
-            return EveryOperation(input_).one();
+            return anyOperation(input_);
         }
         switch (kind) {
             case 0:

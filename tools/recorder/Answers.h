@@ -1,35 +1,23 @@
-// Forwarding a call and recording it, by what it answers.
+// Forwarding a call and recording it, by the kind of its arguments.
 #ifndef RECORDER_ANSWERS_H
 #define RECORDER_ANSWERS_H
 
 #include <cstring>
 #include <string>
+#include <tuple>
 
 #include "Recording.h"
-#include "scenario/fields/Field.h"
+#include "scenario/operations/OperationArguments.h"
 
 namespace recorder {
 
 // A call that answers with its return value only.
 template <typename Call>
-int recorded(const char* operation, const Json& fields, Call call) {
+int recordedCall(const char* operation, const Json& fields, Call call) {
     RecordedCall step(operation, fields);
     const int result = call();
     step.answered(result);
     return result;
-}
-
-// A call whose argument is a record, or a null pointer in its place. The record is recorded as it is before the call.
-template <typename Record, typename Call>
-int recordedOn(const char* operation, const void* record, const std::vector<vorn_onu::Field>& fields, Call call) {
-    if (record == nullptr) return recorded(operation, {{"record", nullptr}}, call);
-    return recorded(operation, vorn_onu::fieldsOf(*static_cast<const Record*>(record), fields), call);
-}
-
-// A number that scenarios allow up to a limit; beyond it, it is marked as such.
-inline Json upTo(std::int64_t highest, const char* field, std::int64_t value) {
-    if (value >= 0 && value <= highest) return {{field, value}};
-    return {{vorn_onu::kUnchecked, {{field, value}}}};
 }
 
 inline Json withoutBuffer(Json fields) {
@@ -37,26 +25,65 @@ inline Json withoutBuffer(Json fields) {
     return fields;
 }
 
-// A call that may write a number for its caller. What stands there unchanged and is not 0 may be the caller's own: a
-// replay, which begins with 0, could not tell.
-template <typename Number, typename Call>
-int recordedNumber(const char* operation, const Json& fields, const char* output, Number* place, Call call) {
-    if (place == nullptr) return recorded(operation, withoutBuffer(fields), call);
-    const Number before = *place;
+// The JSON of a return value has to be a text: one that is not UTF-8 is left out.
+template <typename Call>
+std::string recordedText(const char* operation, Call call) {
+    RecordedCall step(operation, Json::object());
+    const std::string result = call();
+    const Json text = vorn_onu::textJson(result);
+    step.answered(text.is_string() ? text : Json(nullptr));
+    return result;
+}
+
+// recorded(): given are the operation's arguments.
+
+template <typename Call, typename Given>
+auto recorded(const char* operation, const vorn_onu::NoFields&, Call call, const Given&) {
+    if constexpr (std::is_same_v<decltype(call()), std::string>)
+        return recordedText(operation, call);
+    else
+        return recordedCall(operation, Json::object(), call);
+}
+
+// The record is recorded as it is before the call.
+template <typename Record, typename Call, typename Given>
+int recorded(const char* operation, const vorn_onu::RecordArgument<Record>& argument, Call call, const Given& given) {
+    const void* const record = std::get<std::tuple_size_v<Given> - 1>(given);
+    if (record == nullptr) return recordedCall(operation, {{"record", nullptr}}, call);
+    return recordedCall(operation, vorn_onu::fieldsOf(*static_cast<const Record*>(record), argument.fields), call);
+}
+
+template <typename Values, typename Call, typename Given>
+int recorded(const char* operation, const vorn_onu::ValueArguments<Values>& arguments, Call call, const Given& given) {
+    const auto values = std::apply([](auto... each) { return Values{each...}; }, given);
+    return recordedCall(operation, vorn_onu::fieldsOf(values, arguments.fields), call);
+}
+
+// What stands there unchanged and is not 0 may be the caller's own: a replay, which begins with 0, could not tell.
+template <typename Call, typename Given>
+int recorded(const char* operation, const vorn_onu::NumberAnswer& answer, Call call, const Given& given) {
+    Json fields = Json::object();
+    if constexpr (std::tuple_size_v < Given >> 1) fields[answer.field] = std::get<0>(given);
+    const auto* const place = std::get<std::tuple_size_v<Given> - 1>(given);
+    if (place == nullptr) return recordedCall(operation, withoutBuffer(fields), call);
+    const auto before = *place;
     RecordedCall step(operation, fields);
     const int result = call();
     if (*place != before || *place == 0)
-        step.answered(result, {{output, *place}});
+        step.answered(result, {{answer.output, *place}});
     else
         step.answered(result);
     return result;
 }
 
-// The same for a text in a buffer of size bytes.
-template <typename Call>
-int recordedText(const char* operation, char* buffer, std::int64_t size, Call call) {
-    const Json fields = upTo(vorn_onu::kLargestBuffer, "size", size);
-    if (buffer == nullptr) return recorded(operation, withoutBuffer(fields), call);
+// The same for a text. A size that scenarios do not allow is marked as such.
+template <typename Call, typename Given>
+int recorded(const char* operation, const vorn_onu::TextAnswer&, Call call, const Given& given) {
+    const auto* const buffer = reinterpret_cast<const char*>(std::get<0>(given));
+    const std::int64_t size = std::get<1>(given);
+    Json fields = {{"size", size}};
+    if (size < 0 || size > vorn_onu::kLargestBuffer) fields = {{vorn_onu::kUnchecked, fields}};
+    if (buffer == nullptr) return recordedCall(operation, withoutBuffer(fields), call);
     const auto text = [&] {
         return std::string(buffer, size > 0 ? strnlen(buffer, static_cast<std::size_t>(size)) : 0);
     };
@@ -69,6 +96,39 @@ int recordedText(const char* operation, char* buffer, std::int64_t size, Call ca
     else
         step.answered(result);
     return result;
+}
+
+template <typename Call, typename Given>
+int recorded(const char* operation, const vorn_onu::PortAndValue&, Call call, const Given& given) {
+    const auto [port, value] = given;
+    Json fields = {{"port", port != nullptr ? *port : 0}, {"value", value}};
+    if (port == nullptr) fields["note"] = "the port was a null pointer";
+    return recordedCall(operation, fields, call);
+}
+
+template <typename Call, typename Given>
+int recorded(const char* operation, const vorn_onu::CountersAnswer&, Call call, const Given& given) {
+    const auto [request, result] = given;
+    if (request == nullptr) return recordedCall(operation, {{"record", nullptr}}, call);
+    const auto& asked = *static_cast<const PmRequest*>(request);
+    // The record of a reader begins like the other one. The layout of other results is not known.
+    const bool ofReader = asked.kind == kPmEthernetOfReader;
+    const bool ethernet = asked.kind == kPmEthernet || ofReader;
+    Json fields = {{"kind", asked.kind}, {"interval", asked.interval}};
+    if (ofReader) fields["reader"] = asked.reader;
+    if (result == nullptr) return recordedCall(operation, withoutBuffer(fields), call);
+    RecordedCall step(operation, fields);
+    const int code = call();
+    if (code == 0 && ethernet) {
+        const auto& counters = *static_cast<const EthernetPmRecord*>(result);
+        Json answer = {{"received", vorn_onu::countersJson(counters.received)},
+                       {"transmitted", vorn_onu::countersJson(counters.transmitted)}};
+        if (ofReader) answer["split"] = static_cast<const EthernetPmReaderRecord*>(result)->split;
+        step.answered(code, answer);
+    } else {
+        step.answered(code);
+    }
+    return code;
 }
 
 }  // namespace recorder

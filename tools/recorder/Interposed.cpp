@@ -28,13 +28,6 @@ Function next(const char* name) {
     return reinterpret_cast<Function>(found);
 }
 
-// The process has one HAL object, so it has one wrapper.
-VornHal* wrapped(VornHal* hal) {
-    static RecordingHal* one = nullptr;
-    if (one == nullptr || &one->inner() != hal) one = new RecordingHal(*hal);
-    return one;
-}
-
 }  // namespace
 
 }  // namespace recorder
@@ -45,7 +38,7 @@ using recorder::next;
 VornHal* HALFactory::CreateHALObject(int halType) {
     static const auto real = next<VornHal* (*)(HALFactory*, int)>("_ZN10HALFactory15CreateHALObjectEi");
     VornHal* const hal = real(this, halType);
-    return hal == nullptr || recorder::Recording::current() == nullptr ? hal : recorder::wrapped(hal);
+    return hal == nullptr || recorder::Recording::current() == nullptr ? hal : recorder::recordingHal(hal);
 }
 
 int VornBrcmHal::createAlarmStatsThread() {
@@ -83,14 +76,14 @@ void setEthernetUniStatus(unsigned short uniInstance, unsigned char adminState) 
 
 int getEthernetUniOperState(unsigned short uniInstance) {
     static const auto real = next<decltype(&getEthernetUniOperState)>("getEthernetUniOperState");
-    return recorder::recorded("getEthernetUniOperState", {{"uniInstance", uniInstance}},
-                              [&] { return real(uniInstance); });
+    return recorder::recordedCall("getEthernetUniOperState", {{"uniInstance", uniInstance}},
+                                  [&] { return real(uniInstance); });
 }
 
 int getEthernetUniConfig(unsigned short uniInstance, bool wantSpeed) {
     static const auto real = next<decltype(&getEthernetUniConfig)>("getEthernetUniConfig");
-    return recorder::recorded("getEthernetUniConfig", {{"uniInstance", uniInstance}, {"wantSpeed", wantSpeed}},
-                              [&] { return real(uniInstance, wantSpeed); });
+    return recorder::recordedCall("getEthernetUniConfig", {{"uniInstance", uniInstance}, {"wantSpeed", wantSpeed}},
+                                  [&] { return real(uniInstance, wantSpeed); });
 }
 
 int getIntfStats(const char* interface, IntfStats* result) {
@@ -98,15 +91,6 @@ int getIntfStats(const char* interface, IntfStats* result) {
     if (interface == nullptr || result == nullptr) return real(interface, result);
     recorder::RecordedCall step("getIntfStats", {{"interface", vorn_onu::textJson(interface)}});
     const int code = real(interface, result);
-    const IntfStats& s = *result;
-    step.answered(code, code != 0 ? Json::object()
-                                  : Json{{"rxOctets", s.rxOctets},
-                                         {"rxFrames", s.rxFrames},
-                                         {"rxErrors", s.rxErrors},
-                                         {"rxDiscards", s.rxDiscards},
-                                         {"txOctets", s.txOctets},
-                                         {"txFrames", s.txFrames},
-                                         {"txErrors", s.txErrors},
-                                         {"txDiscards", s.txDiscards}});
+    step.answered(code, code != 0 ? Json::object() : vorn_onu::countersJson(*result));
     return code;
 }

@@ -3,6 +3,7 @@
 #ifndef VORN_ONU_FIELD_H
 #define VORN_ONU_FIELD_H
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <limits>
@@ -62,16 +63,16 @@ struct Field {
     std::function<Json(const void* record)> load = nullptr;
     // Stores what the member can hold although it is out of the field's range: programs hand over such values too.
     std::function<void(void* record, const Json& value)> storeUnchecked = nullptr;
+    // Of a number: what the member can hold.
+    std::int64_t lowest = 0, highest = -1;
 };
 
 // A number of a record. The range is cut to what the member holds.
 template <typename Record, typename Member>
 Field field(const char* name, Member Record::*member, Numbers numbers, Presence presence, const char* doc) {
-    static_assert(std::is_integral_v<Member>);
-    if constexpr (sizeof(Member) < sizeof(std::int64_t)) {
-        const auto most = static_cast<std::int64_t>(std::numeric_limits<Member>::max());
-        if (numbers.highest > most) numbers.highest = most;
-    }
+    static_assert(std::is_integral_v<Member> && (std::is_signed_v<Member> || sizeof(Member) < sizeof(std::int64_t)));
+    constexpr std::int64_t kLowest = std::numeric_limits<Member>::min(), kHighest = std::numeric_limits<Member>::max();
+    numbers.highest = std::min(numbers.highest, kHighest);
     const auto store = [member, numbers](void* record, const Json& value) {
         static_cast<Record*>(record)->*member = static_cast<Member>(numbers.read(value));
     };
@@ -79,11 +80,9 @@ Field field(const char* name, Member Record::*member, Numbers numbers, Presence 
         return numbers.write(static_cast<std::int64_t>(static_cast<const Record*>(record)->*member));
     };
     const auto storeUnchecked = [member](void* record, const Json& value) {
-        using Limits = std::numeric_limits<Member>;
-        const Numbers all{static_cast<std::int64_t>(Limits::min()), static_cast<std::int64_t>(Limits::max())};
-        static_cast<Record*>(record)->*member = static_cast<Member>(all.read(value));
+        static_cast<Record*>(record)->*member = static_cast<Member>(Numbers{kLowest, kHighest}.read(value));
     };
-    return {name, std::move(presence), doc, numbers.schema(), store, load, storeUnchecked};
+    return {name, std::move(presence), doc, numbers.schema(), store, load, storeUnchecked, kLowest, kHighest};
 }
 
 // A text as it stands, or as {"bytes": "c3 28"} where it is not UTF-8, which JSON cannot hold.

@@ -7,9 +7,8 @@ namespace vorn_onu {
 
 const std::vector<Operation>& operations() {
     static const std::vector<Operation> rows = [] {
-        std::vector<Operation> all;
-        for (auto group : {provisioningOperations, queryOperations, deviceOperations})
-            for (Operation& row : group()) all.push_back(std::move(row));
+        std::vector<Operation> all = halOperations();
+        for (Operation& row : deviceOperations()) all.push_back(std::move(row));
         return all;
     }();
     return rows;

@@ -1,5 +1,5 @@
-// The operations that a scenario can call: one row each, with its named fields, what it answers and how it is called.
-// Scenario parsing, error messages and the JSON schema all come from these rows.
+// The operations that a scenario can call, each with its named fields, what it answers and how it is called. Scenario
+// parsing, error messages and the JSON schema all come from them.
 #ifndef VORN_ONU_OPERATIONS_H
 #define VORN_ONU_OPERATIONS_H
 
@@ -23,10 +23,6 @@ struct Outcome {
 // An operation with its arguments, ready to be called any number of times.
 using PreparedCall = std::function<Outcome(VornHal& hal)>;
 
-// Operation::changes
-constexpr bool kQuery = false;
-constexpr bool kChanges = true;
-
 struct Operation {
     std::string name;
     std::string doc;
@@ -45,10 +41,9 @@ const Operation* findOperation(const std::string& name);
 std::string shortOperationName(const std::string& name);
 std::vector<std::string> operationNames();
 
-// The three groups that operations() is made of.
-std::vector<Operation> provisioningOperations();  // OperationsProvisioning.cpp
-std::vector<Operation> queryOperations();         // OperationsQueries.cpp
-std::vector<Operation> deviceOperations();        // OperationsDevice.cpp: functions beside the HAL object
+// What operations() is made of.
+std::vector<Operation> halOperations();     // HalOperations.cpp, of Operations.def
+std::vector<Operation> deviceOperations();  // DeviceOperations.cpp: functions beside the HAL object
 
 // One row: Record holds the arguments, call(hal, record) makes the call. The record is copied for every call: some
 // operations write into it.
@@ -67,13 +62,6 @@ Operation operation(const char* name, const char* doc, bool changes, std::vector
 }
 
 struct NoArguments {};
-// A row without arguments and out arguments.
-template <typename Call>
-Operation plain(const char* name, const char* doc, bool changes, Call call) {
-    return operation<NoArguments>(name, doc, changes, {}, {}, [call](VornHal& hal, NoArguments&) {
-        return Outcome{call(hal), Json::object()};
-    });
-}
 
 }  // namespace vorn_onu
 

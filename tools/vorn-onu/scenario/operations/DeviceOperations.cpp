@@ -3,8 +3,8 @@
 #include "BRCM/BCM968580/omci_brcm_hal.h"
 #include "device/Counters.h"
 #include "device/EthernetUni.h"
+#include "scenario/operations/OperationArguments.h"
 #include "scenario/operations/Operations.h"
-#include "scenario/operations/RecordFields.h"
 #include "xpon/OnuXponHalAdapterBCM.h"
 
 namespace vorn_onu {
@@ -64,15 +64,7 @@ Operation interfaceCounters() {
         [](VornHal&, Arguments& a) {
             IntfStats s{};
             const int result = getIntfStats(a.interface.c_str(), &s);
-            return Outcome{result,
-                           {{"rxOctets", s.rxOctets},
-                            {"rxFrames", s.rxFrames},
-                            {"rxErrors", s.rxErrors},
-                            {"rxDiscards", s.rxDiscards},
-                            {"txOctets", s.txOctets},
-                            {"txFrames", s.txFrames},
-                            {"txErrors", s.txErrors},
-                            {"txDiscards", s.txDiscards}}};
+            return Outcome{result, countersJson(s)};
         });
 }
 
