@@ -1,6 +1,9 @@
 // What the board's HAL object answers in the slots that it fills, and what an operation reaches. The slots that it
-// leaves to the interface: consumer/.
+// leaves to the interface: OperationListTest.cpp.
+#include <cstring>
+
 #include "BRCM/BCM968580/omci_brcm_hal.h"
+#include "hal/CounterRecords.h"
 #include "hal/ProvisioningRecords.h"
 #include "support/OnuFixture.h"
 
@@ -18,62 +21,94 @@ protected:
 BridgeServiceProvisioning service;
 IpHostProvision host;
 UniDataProvisioning row;
-TContProvisioning tcont;
+TContProvisioning tcont{256, 1, 0};
 XGEMConfig gem;
-XgemStatusRecord gemStatus;
+XgemStatusRecord gemStatus{1001, 0};
+PmRequest pmRequest{kPmEthernet, 0, 0};
+EthernetPmRecord counters;
 unsigned char bytes[64];
 unsigned char noFilters[] = "";
 unsigned word;
 int level;
 constexpr const char* kNothing = "";
 
+void fillRecords() {
+    gem.tContAllocId = 256;
+    gem.xgemPortId = service.gemPortId = 1001;
+    service.bridgeId = row.bridgeId = host.bridgeId = 3;
+    std::memcpy(service.vlanTciFilterList, "0064", 4);
+    service.numberOfEntries = 1;
+    service.forwardOperation = 4;
+    service.trafficModel = 2;
+    service.pbitMap[0] = {1001, 0};
+    row.addFlag = 1;
+    row.uniPort = 1;
+    host.uniPort = 2;
+    host.ipAddress = "10.0.0.5";
+    host.subnetMask = "255.255.255.0";
+    host.gateway = "10.0.0.1";
+}
+
 struct Slot {
     const char* name;
     int (*call)(VornHal& hal);
     int withEngine, withoutEngine;
-    const char* printed;  // begins what is printed with an engine; without one nothing is printed
+    const char* printed;   // begins what is printed with an engine; without one nothing is printed
+    const char* evidence;  // that it has arrived, with an engine: in the trace, or a text that it wrote
 };
-#define SLOT(call, withEngine, withoutEngine, printed)                                                      \
-    {                                                                                                       \
-#call, [](VornHal & hal) { return static_cast<int>(hal.call); }, withEngine, withoutEngine, printed \
+#define SLOT(call, withEngine, withoutEngine, printed, evidence)                                                      \
+    {                                                                                                                 \
+#call, [](VornHal & hal) { return static_cast<int>(hal.call); }, withEngine, withoutEngine, printed, evidence \
     }
+// In an order in which a daemon may call them.
 const Slot kSlots[] = {
-    SLOT(vorn_test_call(), 4, 4, kNothing),
-    SLOT(vorn_omci_hal_init(), 0, 0, "\nDetached from terminal"),
-    SLOT(vorn_omci_hal_port_enable_get(1, &word), 0, 0, kNothing),
-    SLOT(vorn_omci_hal_provisionIpHost(&host), 0, -1, kNothing),
-    SLOT(vorn_omci_hal_deprovisionIpHost(&host), 0, -1, "Inside BRCM-HAL, calling deprovisionIpHost"),
-    SLOT(vorn_hal_set_omci_action(15), 0, -1, kNothing),
-    SLOT(vorn_omci_hal_sn_get(bytes, sizeof bytes), 0, 0, kNothing),
-    SLOT(vorn_omci_hal_mac_get(bytes, sizeof bytes), 0, 0, kNothing),
-    SLOT(vorn_omci_hal_pn_get(bytes, sizeof bytes), 0, 0, kNothing),
-    SLOT(vorn_omci_hal_nvram_info_get(), 0, 0, kNothing),
-    SLOT(vorn_omci_hal_rx_laser_power_get(&level), 0, 0, kNothing),
-    SLOT(vorn_omci_hal_tx_laser_power_get(&level), 0, 0, kNothing),
-    SLOT(vorn_omci_hal_gponctl_state_set(), 0, 0, kNothing),
-    SLOT(vorn_omci_hal_swimage_version_get(reinterpret_cast<char*>(bytes), sizeof bytes, 9), 0, 0, kNothing),
-    SLOT(vorn_omci_hal_pm_get(nullptr, bytes), -1, -1, kNothing),
-    SLOT(vorn_omci_hal_tcont_set(nullptr, &tcont), 0, 0, kNothing),
-    SLOT(vorn_omci_hal_tcont_reset(nullptr, &tcont), 0, 0, kNothing),
-    SLOT(vorn_omci_hal_gemflow_add(&gem), 0, 0, kNothing),
-    SLOT(vorn_omci_hal_gemflow_del(&gem), 0, 0, kNothing),
-    SLOT(vorn_omci_hal_set_gemPortStatus(&gemStatus), 0, 0, kNothing),
-    SLOT(vorn_omci_hal_filter_flow_add(&row), 0, -1, "\n Inside BRCM-HAL, flow add \n"),
-    SLOT(vorn_omci_hal_configureBridge(1, 0), 0, -1, "Inside BRCM-HAL, calling configureBridge"),
-    SLOT(vorn_omci_hal_configureAniTagRules(&service), 0, -1, "Inside BRCM-HAL, calling configureAniTagRules"),
-    SLOT(vorn_omci_hal_unsetPbitData(&service), 0, -1, "Inside BRCM-HAL, calling unsetPbitData"),
-    SLOT(vorn_omci_hal_deprovisionAniSideBridge(&service), 0, -1, "Inside BRCM-HAL, calling deprovisionAniSideBridge"),
-    SLOT(vorn_omci_hal_deprovisionUniSideBridge(&service), 0, -1, "Inside BRCM-HAL, calling deprovisionUniSideBridge"),
-    SLOT(vorn_omci_hal_veip_createRules(1, 0, 0, 0, noFilters, 0), 0, -1, "Inside BRCM-HAL, calling VEIP creation"),
-    SLOT(vorn_omci_hal_veip_deleteRules(1, 0, 0, 0, noFilters, 0), 0, -1, "Inside BRCM-HAL, calling VEIP delete"),
-    SLOT(vorn_hal_get_mac_ip_host().size(), 17, 17, kNothing),
-    SLOT(vorn_hal_get_mac_sub_host().size(), 17, 17, kNothing),
+    SLOT(vorn_test_call(), 4, 4, kNothing, ""),
+    SLOT(vorn_omci_hal_init(), 0, 0, "\nDetached from terminal", "cmsMsg_init(60"),
+    SLOT(vorn_omci_hal_nvram_info_get(), 0, 0, kNothing, "nandReadNvramData("),
+    SLOT(vorn_omci_hal_sn_get(bytes, sizeof bytes), 0, 0, kNothing, "wrote VONU00000001"),
+    SLOT(vorn_omci_hal_mac_get(bytes, sizeof bytes), 0, 0, kNothing, "wrote 02:10:20:30:40:50"),
+    SLOT(vorn_omci_hal_pn_get(bytes, sizeof bytes), 0, 0, kNothing, "wrote VONU-8X"),
+    SLOT(vorn_omci_hal_rx_laser_power_get(&level), 0, 0, kNothing, "LASER_IOC_GET_RX_POWER"),
+    SLOT(vorn_omci_hal_tx_laser_power_get(&level), 0, 0, kNothing, "LASER_IOC_GET_TX_POWER"),
+    SLOT(vorn_omci_hal_gponctl_state_set(), 0, 0, kNothing, "gponCtl_startAdminState("),
+    SLOT(vorn_omci_hal_swimage_version_get(reinterpret_cast<char*>(bytes), sizeof bytes, 9), 0, 0, kNothing,
+         "devCtl_getImageVersion("),
+    // Without a gateway there is no veip0 to count at.
+    SLOT(vorn_omci_hal_pm_get(&pmRequest, &counters), -1, -1, kNothing, "/sys/class/net/veip0/statistics"),
+    SLOT(vorn_hal_set_omci_action(15), 0, -1, kNothing, ""),
+    SLOT(vorn_omci_hal_tcont_set(nullptr, &tcont), 0, 0, kNothing, "gponCtl_configTcontAllocId("),
+    SLOT(vorn_omci_hal_gemflow_add(&gem), 0, 0, kNothing, "gponCtl_configGemPort("),
+    SLOT(vorn_omci_hal_set_gemPortStatus(&gemStatus), 0, 0, kNothing, "gponCtl_enableGemPort("),
+    SLOT(vorn_omci_hal_configureBridge(3, 0), 0, -1, "Inside BRCM-HAL, calling configureBridge", "\"br3\""),
+    SLOT(vorn_omci_hal_configureAniTagRules(&service), 0, -1, "Inside BRCM-HAL, calling configureAniTagRules",
+         "vlanCtl_insertTagRule("),
+    SLOT(vorn_omci_hal_filter_flow_add(&row), 0, -1, "\n Inside BRCM-HAL, flow add \n", "\"sid1.3\""),
+    SLOT(vorn_omci_hal_port_enable_get(1, &word), 0, 0, kNothing, "SIOCGIFINDEX, \"veip0.1\""),
+    SLOT(vorn_omci_hal_provisionIpHost(&host), 0, -1, kNothing, "\"br3.2\""),
+    SLOT(vorn_omci_hal_deprovisionIpHost(&host), 0, -1, "Inside BRCM-HAL, calling deprovisionIpHost", ""),
+    SLOT(vorn_omci_hal_veip_createRules(1, 0, 0, 0, noFilters, 0), 0, -1, "Inside BRCM-HAL, calling VEIP creation", ""),
+    SLOT(vorn_omci_hal_veip_deleteRules(1, 0, 0, 0, noFilters, 0), 0, -1, "Inside BRCM-HAL, calling VEIP delete", ""),
+    SLOT(vorn_omci_hal_unsetPbitData(&service), 0, -1, "Inside BRCM-HAL, calling unsetPbitData", ""),
+    SLOT(vorn_omci_hal_deprovisionUniSideBridge(&service), 0, -1, "Inside BRCM-HAL, calling deprovisionUniSideBridge",
+         ""),
+    SLOT(vorn_omci_hal_deprovisionAniSideBridge(&service), 0, -1, "Inside BRCM-HAL, calling deprovisionAniSideBridge",
+         ""),
+    SLOT(vorn_omci_hal_gemflow_del(&gem), 0, 0, kNothing, "gponCtl_deconfigGemPort("),
+    SLOT(vorn_omci_hal_tcont_reset(nullptr, &tcont), 0, 0, kNothing, "gponCtl_deconfigTcontAllocId("),
+    SLOT(vorn_hal_get_mac_ip_host().size(), 17, 17, kNothing, ""),
+    SLOT(vorn_hal_get_mac_sub_host().size(), 17, 17, kNothing, ""),
 };
 
 TEST_F(Dispatch, EveryOperationOfTheBoardAnswersWithAndWithoutAnEngine) {
+    fillRecords();
     for (const Slot& slot : kSlots) {
+        onu().clearTrace();
+        std::memset(bytes, 0, sizeof bytes);
         const std::string printed = printedBy([&] { EXPECT_EQ(slot.call(hal_), slot.withEngine) << slot.name; });
         EXPECT_EQ(printed.rfind(slot.printed, 0), 0u) << slot.name << " prints: " << printed;
+        std::string seen = "wrote " + std::string(reinterpret_cast<const char*>(bytes)) + "\n";
+        for (const auto& line : onu().traceTexts()) seen += line + "\n";
+        EXPECT_NE(seen.find(slot.evidence), std::string::npos) << slot.name << ", seen:\n" << seen;
     }
     VornBrcmHal bare;
     for (const Slot& slot : kSlots) {

@@ -1,4 +1,4 @@
-// What the daemon gets from the factory. The order of the object's slots: consumer/vtable.cpp.
+// What the daemon gets from the factory. The order of the object's slots: OperationListTest.cpp.
 #include <memory>
 
 #include "BRCM/BCM968580/omci_brcm_hal.h"

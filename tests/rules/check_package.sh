@@ -128,8 +128,6 @@ configure "$here/../consumer/package" consumer -DREADME_WAYS="$work/ways.cmake" 
 for way in $ways; do
     check_daemon "consumer/daemon-${way%=*}" "${way#*=}"
 done
-start consumer/slots
-start consumer/vtable
 start consumer/omci
 
 # ---- the example, and the documents' lines ----
