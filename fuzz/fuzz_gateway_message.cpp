@@ -11,7 +11,7 @@
 namespace {
 
 constexpr std::uint32_t kTypes[] = {0x10002250, 0x10002251, 0x10002254};
-constexpr int kMostMessages = 8;
+constexpr int kMaxMessages = 8;
 
 // The listener frees every message that it has dealt with.
 class Handled {
@@ -57,7 +57,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         if (entry.name == "cmsMem_free") handled().one();
     });
     int sent = 0;
-    while (input.remaining_bytes() > 0 && sent < kMostMessages) {
+    while (input.remaining_bytes() > 0 && sent < kMaxMessages) {
         const std::uint32_t type =
             input.ConsumeBool() ? input.PickValueInArray(kTypes) : input.ConsumeIntegral<std::uint32_t>();
         const auto payload = input.ConsumeBytes<std::uint8_t>(input.ConsumeIntegralInRange<std::size_t>(0, 200));

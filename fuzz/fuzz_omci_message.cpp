@@ -1,4 +1,4 @@
-// Frames of any bytes: read, told in words, written again.
+// Frames of any bytes: read, described in words, written again.
 #include "Expect.h"
 #include "omci/message/MessageText.h"
 

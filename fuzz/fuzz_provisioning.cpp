@@ -16,7 +16,7 @@
 namespace {
 
 constexpr unsigned kBridges = 3, kUniPorts = 6, kGemPorts = 4, kFirstGemPort = 1000;
-constexpr int kMostSteps = 40;
+constexpr int kMaxSteps = 40;
 
 const std::set<std::string> kDevices = {"gpondef", "gpon0", "gpon1", "gpon2", "gpon0.0", "sid-1", "sid0",
                                         "sid1",    "sid2",  "sid3",  "sid4",  "br0",     "br1",   "br2"};
@@ -26,7 +26,7 @@ public:
     explicit Sequence(FuzzedDataProvider& input) : input_(input) {}
 
     void run() {
-        for (int step = 0; step < kMostSteps && input_.remaining_bytes() > 0; ++step) {
+        for (int step = 0; step < kMaxSteps && input_.remaining_bytes() > 0; ++step) {
             one();
             check();
         }
@@ -153,7 +153,7 @@ private:
         return false;
     }
 
-    // A rule stands in both places, unless its entry was full or its device has gone.
+    // A rule is in both places, unless its entry was full or its device has gone.
     void check() {
         FUZZ_EXPECT(onu().openDescriptors() == 0);
         if (any_) return;

@@ -8,7 +8,8 @@ namespace {
 
 constexpr unsigned kGemPort = 1000;
 constexpr unsigned kMaxEntries = 12;
-constexpr std::size_t kMostRules = 3 + 6 + 2 * 2 * (kMaxEntries + 1);  // defaults of both devices; two tables, two ways
+constexpr std::size_t kMaxRules =
+    3 + 6 + 2 * 2 * (kMaxEntries + 1);  // defaults of both devices; two tables, two directions
 
 void decode(const std::string& text) {
     unsigned char* bytes = nullptr;
@@ -48,7 +49,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     service.pbitMap[0] = {kGemPort, 2};
     std::memcpy(service.vlanTciFilterList, text.data(), std::min(text.size(), sizeof service.vlanTciFilterList));
     engine().configureAniTagRules(&service);
-    FUZZ_EXPECT(onu().ruleCount() <= kMostRules);
+    FUZZ_EXPECT(onu().ruleCount() <= kMaxRules);
 
     engine().unsetPbitData(&service);
     engine().deprovisionAniSideBridge(&service);

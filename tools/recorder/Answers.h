@@ -59,7 +59,7 @@ int recorded(const char* operation, const vorn_onu::ValueArguments<Values>& argu
     return recordedCall(operation, vorn_onu::fieldsOf(values, arguments.fields), call);
 }
 
-// What stands there unchanged and is not 0 may be the caller's own: a replay, which begins with 0, could not tell.
+// A value that is unchanged and not 0 may be the caller's own: a replay, which begins with 0, could not tell.
 template <typename Call, typename Given>
 int recorded(const char* operation, const vorn_onu::NumberAnswer& answer, Call call, const Given& given) {
     Json fields = Json::object();
@@ -82,7 +82,7 @@ int recorded(const char* operation, const vorn_onu::TextAnswer&, Call call, cons
     const auto* const buffer = reinterpret_cast<const char*>(std::get<0>(given));
     const std::int64_t size = std::get<1>(given);
     Json fields = {{"size", size}};
-    if (size < 0 || size > vorn_onu::kLargestBuffer) fields = {{vorn_onu::kUnchecked, fields}};
+    if (size < 0 || size > vorn_onu::kMaxBuffer) fields = {{vorn_onu::kUnchecked, fields}};
     if (buffer == nullptr) return recordedCall(operation, withoutBuffer(fields), call);
     const auto text = [&] {
         return std::string(buffer, size > 0 ? strnlen(buffer, static_cast<std::size_t>(size)) : 0);

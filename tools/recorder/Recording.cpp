@@ -94,7 +94,7 @@ std::unique_lock<std::mutex> Recording::locked() {
     if (lock)
         process_ = getpid();
     else
-        giveUp("another thread was writing when this process was forked");
+        stop("another thread was writing when this process was forked");
     return lock;
 }
 
@@ -117,9 +117,9 @@ bool Recording::startFile() {
     return create(beside);
 }
 
-void Recording::giveUp(const std::string& why) {
+void Recording::stop(const std::string& why) {
     std::fprintf(stderr, "recorder: %s: %s: nothing more is recorded\n", path_.c_str(), why.c_str());
-    givenUp_ = true;
+    stopped_ = true;
 }
 
 // After a fork, parent and child could both go on: the one that finds the other's calls makes a file of its own.
@@ -128,12 +128,12 @@ bool Recording::othersWrite() const {
     return file.good() && file.size() != size_;
 }
 
-// The file is opened anew each time: a daemon closes descriptors that it does not know, and may use their numbers.
+// The file is opened again for each call: a daemon closes descriptors that it does not know, and may use their numbers.
 void Recording::write() {
     const bool started = size_ != 0 && !othersWrite();
-    if (!started && !startFile()) return giveUp(std::strerror(errno));
+    if (!started && !startFile()) return stop(std::strerror(errno));
     const File file(path_, O_WRONLY);
-    if (!file.good()) return giveUp(std::strerror(errno));
+    if (!file.good()) return stop(std::strerror(errno));
     std::string text;
     for (const Call& call : calls_) text += (anySettled_ || !text.empty() ? ",\n" : "") + call.text;
     text += kEnd;
@@ -141,7 +141,7 @@ void Recording::write() {
     // Blanks over the rest of a longer end, so that the file is whole before it is cut, too.
     if (next < size_) text.append(static_cast<std::size_t>(size_ - next), ' ');
     if (!file.write(text, settled_) || !file.cut(next)) {
-        giveUp(std::strerror(errno));
+        stop(std::strerror(errno));
         const std::string end(kEnd);  // there is room for it: an end stood there before
         if (file.write(end, settled_) && file.cut(settled_ + static_cast<off_t>(end.size()))) calls_.clear();
         return;
@@ -155,7 +155,7 @@ void Recording::write() {
 }
 
 std::uint64_t Recording::begin(const Json& step) {
-    if (givenUp_) return 0;
+    if (stopped_) return 0;
     const auto lock = locked();
     if (!lock) return 0;
     calls_.push_back({++lastNumber_, textOf(step), false});
@@ -164,7 +164,7 @@ std::uint64_t Recording::begin(const Json& step) {
 }
 
 void Recording::end(std::uint64_t number, const Json& step) {
-    if (givenUp_) return;
+    if (stopped_) return;
     const auto lock = locked();
     if (!lock) return;
     for (Call& call : calls_) {

@@ -17,7 +17,7 @@ namespace recorder {
 
 using vorn_onu::Json;
 
-// Any thread may write. Calls stand in the order in which they began.
+// Any thread may write. Calls are written in the order in which they began.
 class Recording {
 public:
     // The recording of this process: the file that VORN_RECORDER_FILE names, or one beside it with this process's
@@ -37,21 +37,21 @@ private:
     };
 
     explicit Recording(std::string path);
-    std::unique_lock<std::mutex> locked();  // empty when there is no way to get the lock
+    std::unique_lock<std::mutex> locked();  // empty when the lock cannot be had
     void write();                           // calls_ behind what is settled
     bool othersWrite() const;
     bool startFile();  // false when no file can be made
     bool create(const std::string& path);
-    void giveUp(const std::string& why);
+    void stop(const std::string& why);
 
     std::mutex mutex_;
     std::string path_;
-    std::atomic<bool> givenUp_{false};
+    std::atomic<bool> stopped_{false};
     std::atomic<pid_t> process_;
     std::uint64_t lastNumber_ = 0;
     off_t settled_ = 0;        // bytes of the file that do not change any more
     off_t size_ = 0;           // of the file; another size means that somebody else writes there
-    bool anySettled_ = false;  // a step stands in the settled part
+    bool anySettled_ = false;  // the settled part has a step
     std::deque<Call> calls_;   // that are not settled: the first of them is not over
 };
 

@@ -20,12 +20,12 @@ const Numbers kPbit{0, 7};
 const Numbers kVid{0, 4095};
 constexpr std::int64_t kOtherPbits = -1;  // every p-bit that a list does not name
 constexpr std::uint16_t kNoGemPort = 65535;
-const Numbers kMappedPbit{0, kHighestPbit, {{"others", kOtherPbits}}};
+const Numbers kMappedPbit{0, kMaxPbit, {{"others", kOtherPbits}}};
 const Numbers kMappedGemPort{0, 65535, {{"none", kNoGemPort}}};
 const Numbers kDei{0, 1, {}, true};
 
 // The longest list text that a bridge service record holds, without its zero.
-constexpr std::size_t kLongestTciText = 255;
+constexpr std::size_t kMaxTciText = 255;
 
 }  // namespace
 
@@ -112,7 +112,7 @@ std::string tciListText(const Json& value, std::size_t* entries) {
     }
     if (value.is_string()) {
         const auto text = value.get<std::string>();
-        if (text.size() > kLongestTciText) throw Problem("must be at most 255 characters of hex text");
+        if (text.size() > kMaxTciText) throw Problem("must be at most 255 characters of hex text");
         *entries = text.size() / 4;
         return text;
     }
@@ -133,13 +133,13 @@ std::string tciListText(const Json& value, std::size_t* entries) {
             text += digits.data();
         });
     }
-    if (text.size() > kLongestTciText) throw Problem("must have at most 63 entries");
+    if (text.size() > kMaxTciText) throw Problem("must have at most 63 entries");
     *entries = value.size();
     return text;
 }
 
 Json tciListJson(const std::string& text) {
-    if (text.size() > kLongestTciText) return {{"bytes", hexText(text)}};
+    if (text.size() > kMaxTciText) return {{"bytes", hexText(text)}};
     return textJson(text);
 }
 
@@ -149,7 +149,7 @@ Json tciListSchema() {
                         {"required", {"vid"}},
                         {"properties", {{"pbits", kPbit.schema()}, {"dei", kDei.schema()}, {"vid", kVid.schema()}}}};
     return {{"anyOf", Json::array({Json{{"type", "array"}, {"items", entry}, {"maxItems", 63}},
-                                   Json{{"type", "string"}, {"maxLength", kLongestTciText}}, textSchema()})}};
+                                   Json{{"type", "string"}, {"maxLength", kMaxTciText}}, textSchema()})}};
 }
 
 PbitMap pbitMapOf(const Json& value, std::int64_t highestPbit) {
@@ -176,7 +176,7 @@ PbitMap pbitMapOf(const Json& value, std::int64_t highestPbit) {
                 result[static_cast<std::uint8_t>(pbit)] = {gemPort, queue};
         });
     }
-    for (std::uint8_t pbit = 0; others && pbit <= kHighestPbit; ++pbit) result.emplace(pbit, *others);
+    for (std::uint8_t pbit = 0; others && pbit <= kMaxPbit; ++pbit) result.emplace(pbit, *others);
     return result;
 }
 

@@ -21,8 +21,8 @@ namespace vorn_onu {
 constexpr int kFormatVersion = 1;  // of scenario files: what their fields mean
 
 // The ranges of two arguments that are in no record.
-constexpr std::int64_t kLargestBuffer = 65535;  // that a query is given
-constexpr std::int64_t kHighestAction = 255;    // OMCI action
+constexpr std::int64_t kMaxBuffer = 65535;  // that a query is given
+constexpr std::int64_t kMaxAction = 255;    // OMCI action
 
 // A number that may also be written as a word, as true and false, or as hexadecimal text.
 struct Numbers {
@@ -71,8 +71,8 @@ struct Field {
 template <typename Record, typename Member>
 Field field(const char* name, Member Record::*member, Numbers numbers, Presence presence, const char* doc) {
     static_assert(std::is_integral_v<Member> && (std::is_signed_v<Member> || sizeof(Member) < sizeof(std::int64_t)));
-    constexpr std::int64_t kLowest = std::numeric_limits<Member>::min(), kHighest = std::numeric_limits<Member>::max();
-    numbers.highest = std::min(numbers.highest, kHighest);
+    constexpr std::int64_t kMin = std::numeric_limits<Member>::min(), kMax = std::numeric_limits<Member>::max();
+    numbers.highest = std::min(numbers.highest, kMax);
     const auto store = [member, numbers](void* record, const Json& value) {
         static_cast<Record*>(record)->*member = static_cast<Member>(numbers.read(value));
     };
@@ -80,12 +80,12 @@ Field field(const char* name, Member Record::*member, Numbers numbers, Presence 
         return numbers.write(static_cast<std::int64_t>(static_cast<const Record*>(record)->*member));
     };
     const auto storeUnchecked = [member](void* record, const Json& value) {
-        static_cast<Record*>(record)->*member = static_cast<Member>(Numbers{kLowest, kHighest}.read(value));
+        static_cast<Record*>(record)->*member = static_cast<Member>(Numbers{kMin, kMax}.read(value));
     };
-    return {name, std::move(presence), doc, numbers.schema(), store, load, storeUnchecked, kLowest, kHighest};
+    return {name, std::move(presence), doc, numbers.schema(), store, load, storeUnchecked, kMin, kMax};
 }
 
-// A text as it stands, or as {"bytes": "c3 28"} where it is not UTF-8, which JSON cannot hold.
+// A text as it is, or as {"bytes": "c3 28"} where it is not UTF-8, which JSON cannot hold.
 Json textJson(const std::string& text);
 std::string textOrBytesOf(const Json& value);
 Json textSchema();
@@ -108,8 +108,8 @@ Json tciListSchema();
 
 // p-bit to (GEM port, queue), written as [{"pbit": 0, "gemPort": 1001, "queue": 0}, ...].
 using PbitMap = std::map<std::uint8_t, std::pair<std::uint16_t, std::uint16_t>>;
-constexpr std::int64_t kHighestPbit = 7;
-PbitMap pbitMapOf(const Json& value, std::int64_t highestPbit = kHighestPbit);
+constexpr std::int64_t kMaxPbit = 7;
+PbitMap pbitMapOf(const Json& value, std::int64_t highestPbit = kMaxPbit);
 Json pbitMapJson(const PbitMap& map);
 Json pbitMapSchema();
 

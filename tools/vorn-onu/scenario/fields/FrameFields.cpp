@@ -30,7 +30,7 @@ const Numbers kType{0,
 const Numbers kProtocol{0, 255, {{"icmp", 1}, {"igmp", 2}, {"tcp", 6}, {"udp", 17}}};
 const Numbers kTpid{0, 65535, {}, false, true};
 const Numbers kGemPort{0, 65535};
-constexpr std::size_t kLongestDevice = 15;
+constexpr std::size_t kMaxDeviceName = 15;
 constexpr std::int64_t kNoProtocol = -1;
 constexpr std::uint16_t kIpv6 = 0x86DD;
 constexpr std::uint8_t kIgmp = 2, kIcmpv6 = 58;
@@ -126,7 +126,7 @@ void checkMac(const std::string& field, const std::string& text) {
 std::optional<unsigned> gemPortOf(const std::string& from) {
     const std::string prefix = "gem ";
     if (from.compare(0, prefix.size(), prefix) != 0) {
-        if (from.empty() || from.size() > kLongestDevice || from.find(' ') != std::string::npos)
+        if (from.empty() || from.size() > kMaxDeviceName || from.find(' ') != std::string::npos)
             throw Problem("from", "must be a device or \"gem\" and a number, not '" + from + "'");
         return std::nullopt;
     }

@@ -7,7 +7,7 @@ namespace vorn_onu {
 
 namespace {
 
-constexpr std::size_t kLongestShown = 40;
+constexpr std::size_t kMaxShown = 40;
 
 // Number of single-character edits between two words.
 std::size_t distance(const std::string& a, const std::string& b) {
@@ -38,8 +38,8 @@ std::string Problem::text() const {
 
 std::string shown(const Json& value) {
     std::string text = value.dump(-1, ' ', false, Json::error_handler_t::replace);
-    if (text.size() <= kLongestShown) return text;
-    std::size_t end = kLongestShown - 3;
+    if (text.size() <= kMaxShown) return text;
+    std::size_t end = kMaxShown - 3;
     while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80) --end;  // not amid a character
     return text.substr(0, end) + "...";
 }

@@ -105,10 +105,10 @@ template <typename Byte, typename Size, typename... Unused>
 Operation row(const Head& head, int (VornHal::*member)(Byte*, Size, Unused...), const TextAnswer&) {
     return halOperation<TextArguments>(
         head,
-        {field("size", &TextArguments::size, Numbers{0, kLargestBuffer}, otherwise(64), "size of the buffer"),
+        {field("size", &TextArguments::size, Numbers{0, kMaxBuffer}, otherwise(64), "size of the buffer"),
          noBuffer<TextArguments>()},
         {"text"}, [member](VornHal& hal, TextArguments& a) {
-            const auto room = std::clamp<std::int64_t>(a.size, 0, kLargestBuffer);
+            const auto room = std::clamp<std::int64_t>(a.size, 0, kMaxBuffer);
             std::vector<char> buffer(static_cast<std::size_t>(room) + 1, '\0');
             auto* const place = a.noBuffer != 0 ? nullptr : reinterpret_cast<Byte*>(buffer.data());
             const int result = (hal.*member)(place, static_cast<Size>(a.size), Unused{}...);

@@ -10,7 +10,7 @@ ValueArguments<BridgeArguments> bridgeArguments() {
 }
 
 ValueArguments<ActionArgument> actionArgument() {
-    return {{field("action", &ActionArgument::action, Numbers{0, kHighestAction}, required(), "action code")}};
+    return {{field("action", &ActionArgument::action, Numbers{0, kMaxAction}, required(), "action code")}};
 }
 
 ValueArguments<FrameSizeArgument> frameSizeArgument() {
