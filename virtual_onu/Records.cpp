@@ -1,7 +1,10 @@
 #include "Records.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+
+#include "DeviceTexts.h"
 
 namespace virtual_onu::kept {
 
@@ -68,6 +71,33 @@ std::uint64_t numberKey(const std::string& key, std::uint64_t highest) {
     }
     if (!fits) throw BadBoard("the key must be a number from 0 to " + std::to_string(highest));
     return number;
+}
+
+namespace {
+
+bool isBootId(const std::string& text) {
+    return text.size() == 36 && text.find_first_not_of("0123456789abcdef-") == std::string::npos;
+}
+
+struct Form {
+    GoodText good;
+    const char* noun;
+};
+const Form& formOf(TextForm form) {
+    static const std::array<Form, 4> forms{{{nullptr, "a text"},
+                                            {network::isDeviceName, "a device name"},
+                                            {network::isMac, "a MAC address"},
+                                            {isBootId, "a boot id"}}};
+    return forms[static_cast<std::size_t>(form)];
+}
+
+}  // namespace
+
+GoodText checkOf(TextForm form) {
+    return formOf(form).good;
+}
+const char* nounOf(TextForm form) {
+    return formOf(form).noun;
 }
 
 RecordReader::RecordReader(const Json& json) : json_(json) {

@@ -1,10 +1,11 @@
 // Records of a board file: how a thing of the device is written as a JSON object, and read with every value checked.
-// Each kind of thing has one function that tells its fields to either of the two:
+// Things whose fields are listed in Fields.h are written and read by that list. Each other kind has one function that
+// tells its fields to either of the two:
 //
 //   template <typename Record>
-//   void describe(Record& record, Phy& phy) {
-//       record.flag("linkUp", phy.linkUp);
-//       record.number("speed", phy.speed, 0, 100000);
+//   void describe(Record& record, Refusal& refusal) {
+//       record.number("times", refusal.times, 0);
+//       record.number("code", refusal.code);
 //   }
 #ifndef VIRTUAL_ONU_RECORDS_H
 #define VIRTUAL_ONU_RECORDS_H
@@ -16,10 +17,13 @@
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
+
+#include "StateJson.h"
 
 namespace virtual_onu::kept {
 
@@ -41,6 +45,12 @@ std::string hexText(const std::vector<std::uint8_t>& bytes);
 std::string shownValue(const Json& value);  // for messages, shortened
 
 using GoodText = bool (*)(const std::string&);
+
+GoodText checkOf(TextForm form);  // null for any text
+const char* nounOf(TextForm form);
+
+template <typename Record, typename Thing, typename = std::enable_if_t<IsRecord<Thing>::value>>
+void describe(Record& record, Thing& thing);
 
 class RecordWriter {
 public:
@@ -192,6 +202,36 @@ private:
 
 // A number as the key of a record. BadBoard for anything else.
 std::uint64_t numberKey(const std::string& key, std::uint64_t highest);
+
+// ---- things whose fields are listed ----
+
+template <typename Record, typename Field, typename Value>
+void describeField(Record& record, const Field& field, Value& value) {
+    if constexpr (std::is_same_v<Value, bool>) {
+        record.flag(field.name, value);
+    } else if constexpr (std::is_arithmetic_v<Value>) {
+        if (field.range)
+            record.number(field.name, value, static_cast<Value>(field.range->lowest),
+                          static_cast<Value>(field.range->highest));
+        else
+            record.number(field.name, value);
+    } else if constexpr (std::is_same_v<Value, std::string>) {
+        record.text(field.name, value, checkOf(field.form), nounOf(field.form));
+    } else if constexpr (std::is_same_v<Value, std::vector<std::string>>) {
+        record.texts(field.name, value);
+    } else if constexpr (IsListOfRecords<Value>::value) {
+        record.list(field.name, value, field.count != 0 ? field.count : std::numeric_limits<std::size_t>::max());
+    } else if constexpr (std::is_same_v<Value, std::vector<std::uint32_t>>) {
+        record.numbers(field.name, value, field.count);
+    } else {
+        record.numbersByName(field.name, value);
+    }
+}
+
+template <typename Record, typename Thing, typename>
+void describe(Record& record, Thing& thing) {
+    forEachField<Thing>(kInFile, [&](const auto& field) { describeField(record, field, thing.*field.member); });
+}
 
 }  // namespace virtual_onu::kept
 

@@ -104,12 +104,14 @@ class FrameExpect(TypedDict, total=False):
 
 
 class ExpectDevicesValue(TypedDict, total=False):
+    index: int
     up: bool
     mtu: int
     mac: str
     addresses: Sequence[str]
     master: str
     realDevice: str
+    isBridge: bool
     routed: bool
     multicast: bool
     ipv6Disabled: bool
@@ -118,9 +120,14 @@ class ExpectDevicesValue(TypedDict, total=False):
 
 
 class ExpectBridgesValue(TypedDict, total=False):
-    members: Sequence[str]
     stp: bool
     forwardDelay: int
+    helloTime: int
+    maxAge: int
+    ageingTime: int
+    priority: int
+    multicastSnooping: bool
+    members: Sequence[str]
 
 
 ExpectBridgesValue_ = Union[bool, ExpectBridgesValue, Sequence[str]]
@@ -140,17 +147,20 @@ class ExpectGemPortsValue(TypedDict, total=False):
 
 class ExpectTcontsValue(TypedDict, total=False):
     allocId: int
-    queues: int
     trafficManaged: bool
+    queues: int
 
 
 class ExpectQueuesValue(TypedDict, total=False):
     priority: int
     size: int
     weight: int
-    mode: str
+    schedMode: int
+    shapingRate: int
+    shapingBurst: int
     frames: int
     octets: int
+    mode: str
 
 
 class ExpectStatisticsValue(TypedDict, total=False):
@@ -166,6 +176,7 @@ class ExpectStatisticsValue(TypedDict, total=False):
 
 
 class ExpectPhysValue(TypedDict, total=False):
+    linkUp: bool
     speed: int
     duplex: int
 

@@ -91,6 +91,20 @@ TEST(Diff, TellsEachChangeInWords) {
              s.bridges[0].stp = true;
          },
          {"bridge br3: sid0.3 has left", "bridge br3: sid1.3 has joined", "bridge br3: spanning tree off → on"}},
+        {"settings of a bridge and its ports",
+         [](DeviceState& s) {
+             s.bridges[0].ageingTime = 100;
+             s.bridges[0].multicastSnooping = false;
+             s.bridges[0].ports[0].pathCost = 4;
+         },
+         {"bridge br3: port sid0.3: path cost 100 → 4", "bridge br3: ageing time 30000 → 100",
+          "bridge br3: multicast snooping on → off"}},
+        {"the board",
+         [](DeviceState& s) {
+             s.identity.serialNumber = "VONU00000002";
+             s.persistent["key"] = "value";
+         },
+         {"board: serial number none → VONU00000002", "stored value added: key = value"}},
         {"a rule that goes from several tables is one",
          [](DeviceState& s) {
              s.tables = {table(0, {}), table(1, {kTagged})};
@@ -116,13 +130,14 @@ TEST(Diff, TellsEachChangeInWords) {
              s.tconts[0].queues[0].schedMode = 2;
              s.tconts[0].queues[0].weight = 7;
          },
-         {"T-CONT 1: alloc-id 256 → none", "T-CONT 1: queue 0: strict, priority 0, 0 packets → weighted 7, 0 packets"}},
+         {"T-CONT 1: alloc-id 256 → none", "T-CONT 1: queue 0: weight 0 → 7",
+          "T-CONT 1: queue 0: scheduling strict → weighted"}},
         {"GEM ports",
          [](DeviceState& s) {
              s.gemPorts[0].enabled = false;
              s.adminState = 1;
          },
-         {"GEM port 1001: index 1, alloc-id 256, up → index 1, alloc-id 256, down", "PON link: not started → 1"}},
+         {"GEM port 1001: up → down", "PON link: not started → 1"}},
         {"the rest",
          [](DeviceState& s) {
              s.runnerObjects = {"vlan_action/index=1"};

@@ -30,11 +30,6 @@ struct KeptSnooping {
     Snooping::Ports routers;
 };
 
-bool isMac(const std::string& text) {
-    std::uint8_t mac[6];
-    return network::parseMac(text, mac);
-}
-
 }  // namespace
 
 template <typename Record>
@@ -53,7 +48,7 @@ void describe(Record& record, KeptAddress& address) {
 
 template <typename Record>
 void describe(Record& record, KeptGroup& group) {
-    record.text("group", group.group, isMac, "a MAC address");
+    record.text("group", group.group, network::isMac, "a MAC address");
     record.numbersByName("members", group.members);
 }
 
@@ -68,7 +63,7 @@ void describe(Record& record, KeptSnooping& snooping) {
 std::pair<int, Mac> placeOf(const std::string& key) {
     const std::size_t space = key.find(' ');
     const std::string mac = space == std::string::npos ? "" : key.substr(space + 1);
-    if (!isMac(mac)) throw kept::BadBoard("the key must be a bridge's index and a MAC address");
+    if (!network::isMac(mac)) throw kept::BadBoard("the key must be a bridge's index and a MAC address");
     return {kept::keyFrom<int>(key.substr(0, space)), macOf(mac)};
 }
 

@@ -55,13 +55,13 @@ int request(unsigned long number, void* argument) {
 
 ifreq requestFor(const std::string& name) {
     ifreq result{};
-    name.copy(result.ifr_name, network::kLongestName);
+    name.copy(result.ifr_name, network::kMaxNameLength);
     return result;
 }
 
 // Device names go to the tool's batch input, where these characters have no meaning of their own.
 bool isPlain(const std::string& name) {
-    return !name.empty() && name.size() <= network::kLongestName && name != "." && name != ".." && name[0] != '-' &&
+    return !name.empty() && name.size() <= network::kMaxNameLength && name != "." && name != ".." && name[0] != '-' &&
            std::all_of(name.begin(), name.end(),
                        [](unsigned char c) { return std::isalnum(c) != 0 || c == '.' || c == '-' || c == '_'; });
 }
@@ -75,7 +75,7 @@ bool runIpBatch(const std::string& lines) {
 }
 
 std::string peerOf(const std::string& name) {
-    return name.size() + kPeerPrefix <= network::kLongestName ? "p-" + name : std::string();
+    return name.size() + kPeerPrefix <= network::kMaxNameLength ? "p-" + name : std::string();
 }
 
 // The far end is up from the start, so that the device has a carrier as soon as it is up itself.

@@ -334,7 +334,7 @@ int setMtu(const std::string& name, int mtu) {
     const DeviceLock lock(deviceMutex());
     if (host::active()) return host::setMtu(name, mtu);
     return withDevice(name, [&](Device& device) {
-        if (mtu < kLowestMtu || mtu > kHighestMtu) return EINVAL;
+        if (mtu < kMinMtu || mtu > kMaxMtu) return EINVAL;
         device.shown.mtu = mtu;
         return 0;
     });
@@ -401,28 +401,6 @@ int changePort(const std::string& name, const std::function<int(BridgePort&)>& c
         if (port.name == name) return change(port);
     }
     return ENODEV;
-}
-
-bool parseMac(const std::string& text, std::uint8_t (&mac)[6]) {
-    std::uint8_t bytes[6];
-    const char* at = text.c_str();
-    for (std::uint8_t& byte : bytes) {
-        char* end = nullptr;
-        const unsigned long value =
-            std::isxdigit(static_cast<unsigned char>(*at)) != 0 ? std::strtoul(at, &end, 16) : 0;
-        const char separator = &byte == std::end(bytes) - 1 ? '\0' : ':';
-        if (end == nullptr || end - at > 2 || *end != separator) return false;
-        byte = static_cast<std::uint8_t>(value);
-        at = end + 1;
-    }
-    std::copy(std::begin(bytes), std::end(bytes), std::begin(mac));
-    return true;
-}
-
-std::string macText(const std::uint8_t* mac) {
-    char text[18];
-    std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
-    return text;
 }
 
 void forEachDevice(const std::function<void(const NetworkDevice&, DeviceCounters*)>& look) {

@@ -9,14 +9,12 @@
 #include <string>
 #include <vector>
 
+#include "DeviceTexts.h"
 #include "VirtualOnu.h"
 #include "kernel/DeviceCounters.h"
 
 namespace virtual_onu::network {
 
-constexpr std::size_t kLongestName = 15;  // characters of a device name
-
-bool isDeviceName(const std::string& name);  // the kernel's dev_valid_name, and its limit
 bool exists(const std::string& name);
 int addVlanDevice(const std::string& name, const std::string& realDevice, bool routed, bool multicast);
 int addBridge(const std::string& name);
@@ -58,8 +56,6 @@ unsigned kernelFlags(const NetworkDevice& device);  // as SIOCGIFFLAGS answers t
 int changeBridge(const std::string& name, const std::function<int(Bridge&)>& change);
 int changePort(const std::string& name, const std::function<int(BridgePort&)>& change);
 
-bool parseMac(const std::string& text, std::uint8_t (&mac)[6]);
-std::string macText(const std::uint8_t* mac);
 
 // ---- policy routing: "from 10.0.0.5 table 12", "default via 10.0.0.1 dev br3.2 table 12" ----
 

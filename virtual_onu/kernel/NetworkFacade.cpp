@@ -1,8 +1,7 @@
 // The facade's look at network devices, bridges and their value types, and their state as JSON.
-#include <nlohmann/json.hpp>
-
 #include "Core.h"
 #include "Facilities.h"
+#include "StateJson.h"
 #include "VirtualOnu.h"
 #include "kernel/HostKernel.h"
 #include "kernel/Network.h"
@@ -39,46 +38,16 @@ const char* stateName(PortState state) {
 // From copies: threads that call the device wait for those, not for the text that is made of them.
 nlohmann::json toJson() {
     nlohmann::json json = {{"devices", nlohmann::json::array()}, {"bridges", nlohmann::json::array()}};
-    for (const auto& device : devices()) {
-        json["devices"].push_back({{"name", device.name},
-                                   {"index", device.index},
-                                   {"up", device.up},
-                                   {"flags", device.flags},
-                                   {"mtu", device.mtu},
-                                   {"mac", device.mac},
-                                   {"addresses", device.addresses},
-                                   {"master", device.master},
-                                   {"realDevice", device.realDevice},
-                                   {"isBridge", device.isBridge},
-                                   {"routed", device.routed},
-                                   {"multicast", device.multicast},
-                                   {"ipv6Disabled", device.ipv6Disabled},
-                                   {"operState", device.operState},
-                                   {"statistics", device.statistics}});
-    }
+    for (const auto& device : devices()) json["devices"].push_back(stateJson(device));
     const auto learned = VirtualOnu::instance().learnedAddresses();
     for (const auto& bridge : bridges()) {
-        nlohmann::json ports = nlohmann::json::array(), addresses = nlohmann::json::array();
-        for (const auto& port : bridge.ports) {
-            ports.push_back({{"name", port.name},
-                             {"priority", port.priority},
-                             {"pathCost", port.pathCost},
-                             {"state", stateName(stateOf(port))}});
-        }
-        for (const auto& one : learned) {
-            if (one.bridge == bridge.name)
-                addresses.push_back({{"mac", one.mac}, {"port", one.port}, {"ageMs", one.ageMs}});
-        }
-        json["bridges"].push_back({{"name", bridge.name},
-                                   {"ports", ports},
-                                   {"stp", bridge.stp},
-                                   {"forwardDelay", bridge.forwardDelay},
-                                   {"helloTime", bridge.helloTime},
-                                   {"maxAge", bridge.maxAge},
-                                   {"ageingTime", bridge.ageingTime},
-                                   {"priority", bridge.priority},
-                                   {"multicastSnooping", bridge.multicastSnooping},
-                                   {"learned", addresses}});
+        nlohmann::json one = stateJson(bridge);
+        for (std::size_t i = 0; i < bridge.ports.size(); ++i)
+            one["ports"][i]["state"] = stateName(stateOf(bridge.ports[i]));
+        one["learned"] = nlohmann::json::array();
+        for (const auto& address : learned)
+            if (address.bridge == bridge.name) one["learned"].push_back(stateJson(address));
+        json["bridges"].push_back(std::move(one));
     }
     json["ipRules"] = VirtualOnu::instance().ipRules();
     json["ipRoutes"] = VirtualOnu::instance().ipRoutes();
@@ -92,21 +61,13 @@ nlohmann::json toJson() {
 namespace virtual_onu {
 
 bool NetworkDevice::operator==(const NetworkDevice& other) const {
-    return name == other.name && index == other.index && up == other.up && flags == other.flags && mtu == other.mtu &&
-           mac == other.mac && addresses == other.addresses && master == other.master &&
-           realDevice == other.realDevice && isBridge == other.isBridge && routed == other.routed &&
-           multicast == other.multicast && ipv6Disabled == other.ipv6Disabled && operState == other.operState &&
-           statistics == other.statistics;
+    return sameFields(*this, other);
 }
-
 bool BridgePort::operator==(const BridgePort& other) const {
-    return name == other.name && priority == other.priority && pathCost == other.pathCost;
+    return sameFields(*this, other);
 }
-
 bool Bridge::operator==(const Bridge& other) const {
-    return name == other.name && ports == other.ports && stp == other.stp && forwardDelay == other.forwardDelay &&
-           helloTime == other.helloTime && maxAge == other.maxAge && ageingTime == other.ageingTime &&
-           priority == other.priority;
+    return sameFields(*this, other);
 }
 
 std::vector<std::string> Bridge::members() const {

@@ -27,7 +27,7 @@ constexpr unsigned long kFirstRequest = SIOCADDRT;
 constexpr unsigned long kLastRequest = SIOCPROTOPRIVATE + 15;
 
 std::string boundedName(const char* name) {
-    return std::string(name, strnlen(name, kLongestName));
+    return std::string(name, strnlen(name, kMaxNameLength));
 }
 
 // One call: what it is about, and the text that the trace shows behind the device's name.
@@ -85,7 +85,7 @@ int getName(Call& call) {
     if (!found) return ENODEV;
     call.name = found->name;
     std::memset(call.request->ifr_name, 0, IFNAMSIZ);
-    found->name.copy(call.request->ifr_name, kLongestName);
+    found->name.copy(call.request->ifr_name, kMaxNameLength);
     call.shows(argumentText(found->index));
     return 0;
 }
@@ -187,7 +187,7 @@ int listAddresses(ifconf& list) {
     for (const auto& found : devices()) {
         if (found.addresses.empty()) continue;
         ifreq entry{};
-        found.name.copy(entry.ifr_name, kLongestName);
+        found.name.copy(entry.ifr_name, kMaxNameLength);
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = ipv4Of(found).address;
@@ -263,7 +263,7 @@ int nameOfIndex(unsigned index, char* name) {
     const auto found = deviceOfIndex(static_cast<int>(index));
     if (!found) return -ENXIO;
     std::memset(name, 0, IFNAMSIZ);
-    found->name.copy(name, kLongestName);
+    found->name.copy(name, kMaxNameLength);
     return 0;
 }
 

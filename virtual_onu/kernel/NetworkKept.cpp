@@ -13,38 +13,6 @@
 
 namespace virtual_onu {
 
-namespace {
-
-bool isMac(const std::string& text) {
-    std::uint8_t mac[6];
-    return network::parseMac(text, mac);
-}
-
-}  // namespace
-
-template <typename Record>
-void describe(Record& record, BridgePort& port) {
-    record.text("name", port.name, network::isDeviceName, "a device name");
-    record.number("priority", port.priority, 0, 65535);
-    record.number("pathCost", port.pathCost, 0, 65535);
-    record.flag("running", port.running);
-    record.number("learningFromMs", port.learningFromMs);
-    record.number("forwardingFromMs", port.forwardingFromMs);
-}
-
-template <typename Record>
-void describe(Record& record, Bridge& bridge) {
-    record.text("name", bridge.name, network::isDeviceName, "a device name");
-    record.list("ports", bridge.ports);
-    record.flag("stp", bridge.stp);
-    record.number("forwardDelay", bridge.forwardDelay);
-    record.number("helloTime", bridge.helloTime);
-    record.number("maxAge", bridge.maxAge);
-    record.number("ageingTime", bridge.ageingTime);
-    record.number("priority", bridge.priority, 0, 65535);
-    record.flag("multicastSnooping", bridge.multicastSnooping);
-}
-
 namespace network {
 
 namespace {
@@ -62,28 +30,9 @@ struct Routing {
 
 }  // namespace
 
-bool isDeviceName(const std::string& name) {
-    return !name.empty() && name.size() <= kLongestName && name != "." && name != ".." &&
-           name.find_first_of("/: \t\n\v\f\r") == std::string::npos;
-}
-
 template <typename Record>
 void describe(Record& record, Device& device) {
-    NetworkDevice& shown = device.shown;
-    record.text("name", shown.name, isDeviceName, "a device name");
-    record.flag("up", shown.up);
-    record.number("flags", shown.flags, 0U, 0xffffU);
-    record.number("mtu", shown.mtu, kLowestMtu, kHighestMtu);
-    record.text("mac", shown.mac, isMac, "a MAC address");
-    record.texts("addresses", shown.addresses);
-    record.text("master", shown.master);
-    record.text("realDevice", shown.realDevice);
-    record.flag("isBridge", shown.isBridge);
-    record.flag("routed", shown.routed);
-    record.flag("multicast", shown.multicast);
-    record.flag("ipv6Disabled", shown.ipv6Disabled);
-    record.flag("takenDown", shown.takenDown);
-    record.text("operState", shown.operState);
+    describe(record, device.shown);
     record.text("pinnedOperState", device.pinnedOperState);
 }
 

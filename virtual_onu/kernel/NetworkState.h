@@ -8,14 +8,12 @@
 #include <utility>
 #include <vector>
 
-#include "VirtualOnu.h"
+#include "Fields.h"
 #include "kernel/DeviceCounters.h"
 
 namespace virtual_onu::network {
 
 constexpr int kFirstIndex = 2;  // 1 is the loop-back device, which is not shown
-constexpr int kLowestMtu = 68;
-constexpr int kHighestMtu = 65535;
 
 struct Device {
     NetworkDevice shown;  // without its statistics: they are in the counters

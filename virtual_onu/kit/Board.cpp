@@ -8,11 +8,10 @@
 #include <random>
 #include <stdexcept>
 
-#include <nlohmann/json.hpp>
-
 #include "Core.h"
 #include "Facilities.h"
 #include "Section.h"
+#include "StateJson.h"
 #include "kernel/Network.h"
 #include "platform/devctl.h"
 
@@ -32,11 +31,9 @@ constexpr std::size_t kSerialNumberSize = NVRAM_DATA_SIZE - kNvramSerialNumber;
 constexpr int kFirstImagePartition = 4;  // image 1; partition 5 holds image 2
 constexpr int kPhyPorts = 8;
 
-struct Phy {
-    bool linkUp = true;
-    int speed = 1000;
-    int duplex = 1;
-};
+using board::Identity;
+using board::Image;
+using board::Phy;
 
 // As the kernel writes it: a random UUID, another one each time that the board starts.
 std::string newBootId() {
@@ -71,74 +68,27 @@ MacBytes parsedMac(const std::string& text) {
     return mac;
 }
 
-std::string macText(const MacBytes& mac) {
-    std::array<char, 18> text{};
-    std::snprintf(text.data(), text.size(), "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4],
-                  mac[5]);
-    return text.data();
-}
-
 Phy* phyAt(int unit, int port) {
     return unit == 0 && port >= 0 && port < kPhyPorts ? &boardState().phys[static_cast<std::size_t>(port)] : nullptr;
 }
 
 // ---- as sections of a board that is kept ----
 
-struct Identity {
-    std::string bootId, serialNumber, partNumber;
-    std::string baseMac;
-    int bootedPartition = 0;
-};
-struct Image {
-    std::string version;
-};
-
-bool isMac(const std::string& text) {
-    std::uint8_t bytes[6];
-    return network::parseMac(text, bytes);
-}
-
-bool isBootId(const std::string& text) {
-    return text.size() == 36 && text.find_first_not_of("0123456789abcdef-") == std::string::npos;
-}
-
-template <typename Record>
-void describe(Record& record, Identity& identity) {
-    record.text("bootId", identity.bootId, isBootId, "a boot id");
-    record.text("serialNumber", identity.serialNumber);
-    record.text("partNumber", identity.partNumber);
-    record.text("baseMac", identity.baseMac, isMac, "a MAC address");
-    record.number("bootedPartition", identity.bootedPartition);
-}
-
-template <typename Record>
-void describe(Record& record, Image& image) {
-    record.text("version", image.version);
-}
-
-template <typename Record>
-void describe(Record& record, Phy& phy) {
-    record.flag("linkUp", phy.linkUp);
-    record.number("speed", phy.speed);
-    record.number("duplex", phy.duplex);
+Identity identity() {
+    const BoardState& state = boardState();
+    return {state.serialNumber, state.partNumber, network::macText(state.baseMac.data()), state.bootedPartition,
+            state.bootId};
 }
 
 kept::Section identitySection() {
-    return kept::single<Identity>(
-        kept::kIdentity,
-        [] {
-            const BoardState& state = boardState();
-            return Identity{state.bootId, state.serialNumber, state.partNumber, macText(state.baseMac),
-                            state.bootedPartition};
-        },
-        [](const Identity& identity) {
-            BoardState& state = boardState();
-            state.bootId = identity.bootId;
-            state.serialNumber = identity.serialNumber;
-            state.partNumber = identity.partNumber;
-            state.baseMac = parsedMac(identity.baseMac);
-            state.bootedPartition = identity.bootedPartition;
-        });
+    return kept::single<Identity>(kept::kIdentity, identity, [](const Identity& given) {
+        BoardState& state = boardState();
+        state.bootId = given.bootId;
+        state.serialNumber = given.serialNumber;
+        state.partNumber = given.partNumber;
+        state.baseMac = parsedMac(given.baseMac);
+        state.bootedPartition = given.bootedPartition;
+    });
 }
 
 kept::Section imageSection() {
@@ -151,7 +101,7 @@ kept::Section imageSection() {
     shelf.get = [](int number) -> std::optional<Image> {
         const auto found = boardState().imageVersions.find(number);
         if (found == boardState().imageVersions.end()) return std::nullopt;
-        return Image{found->second};
+        return Image{number, found->second};
     };
     shelf.put = [](int number, const Image& image) { boardState().imageVersions[number] = image.version; };
     shelf.remove = [](int number) { boardState().imageVersions.erase(number); };
@@ -167,7 +117,7 @@ kept::Section phySection() {
         return ports;
     };
     shelf.get = [](int port) { return std::optional<Phy>(*phyAt(0, port)); };
-    shelf.put = [](int port, Phy phy) { *phyAt(0, port) = phy; };
+    shelf.put = [](int port, const Phy& phy) { *phyAt(0, port) = phy; };
     shelf.remove = [](int port) { *phyAt(0, port) = Phy{}; };
     kept::Section made = kept::section<int, Phy>(kept::kPhys, shelf);
     made.read = [read = made.read](const std::string& key, const kept::Json& value) {
@@ -212,21 +162,19 @@ std::string bootId() {
 nlohmann::json toJson() {
     const DeviceLock lock(deviceMutex());
     const auto& state = boardState();
-    auto images = nlohmann::json::array();
-    for (const auto& [image, version] : state.imageVersions) {
-        images.push_back({{"image", image}, {"version", escaped(version)}});
-    }
-    auto phys = nlohmann::json::array();
+    Identity own = identity();
+    own.serialNumber = escaped(own.serialNumber);
+    own.partNumber = escaped(own.partNumber);
+    nlohmann::json all = stateJson(own);
+    all["images"] = all["phys"] = nlohmann::json::array();
+    for (const auto& [image, version] : state.imageVersions)
+        all["images"].push_back(stateJson(Image{image, escaped(version)}));
     for (std::size_t port = 0; port < state.phys.size(); ++port) {
-        const auto& phy = state.phys[port];
-        phys.push_back({{"port", port}, {"linkUp", phy.linkUp}, {"speed", phy.speed}, {"duplex", phy.duplex}});
+        Phy phy = state.phys[port];
+        phy.port = static_cast<int>(port);
+        all["phys"].push_back(stateJson(phy));
     }
-    return {{"baseMac", macText(state.baseMac)},
-            {"serialNumber", escaped(state.serialNumber)},
-            {"partNumber", escaped(state.partNumber)},
-            {"bootedPartition", state.bootedPartition},
-            {"images", std::move(images)},
-            {"phys", std::move(phys)}};
+    return all;
 }
 
 }  // namespace board
@@ -268,7 +216,7 @@ void VirtualOnu::setPhy(int port, bool linkUp, int speed, int duplex) {
     const DeviceLock lock(deviceMutex());
     Phy* phy = phyAt(0, port);
     if (phy == nullptr) throw std::invalid_argument("setPhy: no such port");
-    *phy = {linkUp, speed, duplex};
+    *phy = {port, linkUp, speed, duplex};
     kept::changed(kept::kPhys, port);
     deviceChanged();
 }

@@ -3,10 +3,9 @@
 #include <cerrno>
 #include <stdexcept>
 
-#include <nlohmann/json.hpp>
-
 #include "Core.h"
 #include "Facilities.h"
+#include "StateJson.h"
 #include "kit/PonTables.h"
 #include "platform/gponctl.h"
 #include "platform/kit_numbers.h"
@@ -17,7 +16,6 @@ namespace virtual_onu {
 namespace {
 
 constexpr unsigned kGemPorts = 256;
-constexpr unsigned kUnbound = 65535;
 using pon::kCounters;
 using pon::kQueuesPerTcont;
 using pon::kTconts;
@@ -42,7 +40,7 @@ Tcont& tcontAt(unsigned index) {
 
 void forgetIfUnused(unsigned index) {
     const auto& tcont = ponState().tconts[index];
-    if (tcont.allocId == kUnbound && !tcont.trafficManaged) ponState().tconts.erase(index);
+    if (tcont.allocId == pon::kNoAllocId && !tcont.trafficManaged) ponState().tconts.erase(index);
 }
 
 GemPort* findGemPort(unsigned portId) {
@@ -131,25 +129,6 @@ std::string queueText(const TmctlQueueCfg& config) {
            std::to_string(config.shapingBurst);
 }
 
-nlohmann::json tcontJson(const Tcont& tcont) {
-    auto queues = nlohmann::json::array();
-    for (const auto& queue : tcont.queues) {
-        queues.push_back({{"id", queue.id},
-                          {"priority", queue.priority},
-                          {"size", queue.size},
-                          {"weight", queue.weight},
-                          {"schedMode", queue.schedMode},
-                          {"shapingRate", queue.shapingRate},
-                          {"shapingBurst", queue.shapingBurst},
-                          {"frames", queue.frames},
-                          {"octets", queue.octets}});
-    }
-    return {{"index", tcont.index},
-            {"allocId", tcont.allocId == kUnbound ? nlohmann::json() : nlohmann::json(tcont.allocId)},
-            {"trafficManaged", tcont.trafficManaged},
-            {"queues", std::move(queues)}};
-}
-
 }  // namespace
 
 namespace pon {
@@ -174,17 +153,9 @@ std::optional<unsigned>& adminStateInPlace() {
 
 nlohmann::json toJson() {
     const VirtualOnu& onu = VirtualOnu::instance();
-    auto tconts = nlohmann::json::array();
-    for (const Tcont& tcont : onu.tconts()) tconts.push_back(tcontJson(tcont));
-    auto ports = nlohmann::json::array();
-    for (const GemPort& port : onu.gemPorts()) {
-        ports.push_back({{"index", port.index},
-                         {"portId", port.portId},
-                         {"allocId", port.allocId},
-                         {"downstreamOnly", port.downstreamOnly},
-                         {"enabled", port.enabled},
-                         {"counters", port.counters}});
-    }
+    auto tconts = nlohmann::json::array(), ports = nlohmann::json::array();
+    for (const Tcont& tcont : onu.tconts()) tconts.push_back(stateJson(tcont));
+    for (const GemPort& port : onu.gemPorts()) ports.push_back(stateJson(port));
     const auto state = onu.adminState();
     return {{"tconts", std::move(tconts)},
             {"gemPorts", std::move(ports)},
@@ -194,18 +165,13 @@ nlohmann::json toJson() {
 }  // namespace pon
 
 bool GemPort::operator==(const GemPort& other) const {
-    return index == other.index && portId == other.portId && allocId == other.allocId &&
-           downstreamOnly == other.downstreamOnly && enabled == other.enabled && counters == other.counters;
+    return sameFields(*this, other);
 }
-
 bool Queue::operator==(const Queue& other) const {
-    return id == other.id && priority == other.priority && size == other.size && weight == other.weight &&
-           schedMode == other.schedMode && shapingRate == other.shapingRate && shapingBurst == other.shapingBurst;
+    return sameFields(*this, other);
 }
-
 bool Tcont::operator==(const Tcont& other) const {
-    return index == other.index && allocId == other.allocId && trafficManaged == other.trafficManaged &&
-           queues == other.queues;
+    return sameFields(*this, other);
 }
 
 // ---- the facade's view ----
@@ -245,7 +211,7 @@ void VirtualOnu::addGemPort(unsigned portId, unsigned index, unsigned allocId) {
     deviceChanged();
     kept::changed(kept::kGemPorts, portId);
     ponState().gemPorts[portId] = {
-        index, portId, allocId, allocId == kUnbound, false, std::vector<std::uint32_t>(kCounters)};
+        index, portId, allocId, allocId == pon::kNoAllocId, false, std::vector<std::uint32_t>(kCounters)};
 }
 
 void VirtualOnu::setGemCounter(unsigned portId, unsigned counter, std::uint32_t value) {
@@ -282,8 +248,8 @@ int gponCtl_deconfigTcontAllocId(const GponCtlTcontAllocId* record) {
     const unsigned index = record->tcontIndex;
     return gponCall("gponCtl_deconfigTcontAllocId", arguments(index, unsigned{record->allocId}), [&] {
         const auto tcont = ponState().tconts.find(index);
-        if (tcont == ponState().tconts.end() || tcont->second.allocId == kUnbound) return ENOENT;
-        tcont->second.allocId = kUnbound;
+        if (tcont == ponState().tconts.end() || tcont->second.allocId == pon::kNoAllocId) return ENOENT;
+        tcont->second.allocId = pon::kNoAllocId;
         kept::changed(kept::kTconts, index);
         forgetIfUnused(index);
         return 0;

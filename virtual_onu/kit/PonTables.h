@@ -7,7 +7,7 @@
 #include <map>
 #include <optional>
 
-#include "VirtualOnu.h"
+#include "Fields.h"
 
 namespace virtual_onu::pon {
 
@@ -20,10 +20,6 @@ enum GemCounter : unsigned {
     kOctetsReceived = 3,
     kFramesDiscarded = 6,
 };
-
-constexpr unsigned kTconts = 32;
-constexpr unsigned kQueuesPerTcont = 8;
-constexpr std::size_t kCounters = 10;  // of a GEM port
 
 std::map<unsigned, GemPort>& gemPortsInPlace();  // by port id
 std::map<unsigned, Tcont>& tcontsInPlace();      // by index

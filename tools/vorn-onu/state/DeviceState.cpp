@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "StateJson.h"
 #include "io/Printed.h"
 #include "state/MessageText.h"
 
@@ -27,38 +28,22 @@ std::vector<std::uint8_t> bytesOf(const std::string& hex) {
     return bytes;
 }
 
-virtual_onu::NetworkDevice deviceOf(const json& j) {
-    virtual_onu::NetworkDevice device;
-    j.at("name").get_to(device.name);
-    j.at("index").get_to(device.index);
-    j.at("up").get_to(device.up);
-    j.at("mtu").get_to(device.mtu);
-    j.at("mac").get_to(device.mac);
-    j.at("addresses").get_to(device.addresses);
-    j.at("master").get_to(device.master);
-    j.at("realDevice").get_to(device.realDevice);
-    j.at("isBridge").get_to(device.isBridge);
-    j.at("routed").get_to(device.routed);
-    j.at("ipv6Disabled").get_to(device.ipv6Disabled);
-    return device;
+template <typename Record>
+std::vector<Record> recordsOf(const json& list) {
+    std::vector<Record> records;
+    for (const json& one : list) virtual_onu::readStateJson(one, records.emplace_back());
+    return records;
 }
 
-virtual_onu::Bridge bridgeOf(const json& j) {
-    virtual_onu::Bridge bridge;
-    j.at("name").get_to(bridge.name);
-    for (const json& port : j.at("ports")) {
-        bridge.ports.emplace_back();
-        port.at("name").get_to(bridge.ports.back().name);
+void readBridges(const json& bridges, DeviceState& state) {
+    state.bridges = recordsOf<virtual_onu::Bridge>(bridges);
+    for (const json& bridge : bridges) {
+        if (!bridge.contains("learned")) continue;
+        for (auto& one : recordsOf<virtual_onu::LearnedAddress>(bridge.at("learned"))) {
+            bridge.at("name").get_to(one.bridge);
+            state.learned.push_back(std::move(one));
+        }
     }
-    j.at("stp").get_to(bridge.stp);
-    j.at("forwardDelay").get_to(bridge.forwardDelay);
-    return bridge;
-}
-
-void readLearned(const std::string& bridge, const json& addresses, std::vector<virtual_onu::LearnedAddress>& learned) {
-    for (const json& one : addresses)
-        learned.push_back({bridge, one.at("mac").get<std::string>(), one.at("port").get<std::string>(),
-                           one.at("ageMs").get<std::uint64_t>()});
 }
 
 TableState tableOf(const json& j) {
@@ -76,33 +61,6 @@ TableState tableOf(const json& j) {
         table.defaultAction = action.at("action") == "drop" ? "drop" : action.at("device").get<std::string>();
     }
     return table;
-}
-
-virtual_onu::Tcont tcontOf(const json& j) {
-    virtual_onu::Tcont tcont;
-    j.at("index").get_to(tcont.index);
-    if (!j.at("allocId").is_null()) j.at("allocId").get_to(tcont.allocId);
-    j.at("trafficManaged").get_to(tcont.trafficManaged);
-    for (const json& q : j.at("queues")) {
-        virtual_onu::Queue queue;
-        q.at("id").get_to(queue.id);
-        q.at("priority").get_to(queue.priority);
-        q.at("size").get_to(queue.size);
-        q.at("weight").get_to(queue.weight);
-        q.at("schedMode").get_to(queue.schedMode);
-        tcont.queues.push_back(queue);
-    }
-    return tcont;
-}
-
-virtual_onu::GemPort gemPortOf(const json& j) {
-    virtual_onu::GemPort port;
-    j.at("index").get_to(port.index);
-    j.at("portId").get_to(port.portId);
-    j.at("allocId").get_to(port.allocId);
-    j.at("downstreamOnly").get_to(port.downstreamOnly);
-    j.at("enabled").get_to(port.enabled);
-    return port;
 }
 
 TapState tapOf(const json& j) {
@@ -128,6 +86,7 @@ void readRest(const json& state, DeviceState& result) {
     for (const json& object : state.at("runner").at("objects"))
         result.runnerObjects.push_back(object.at("name").get<std::string>());
     state.at("runner").at("ingressQueue").at("keys").get_to(result.ingressKeys);
+    state.at("bus").at("persistent").get_to(result.persistent);
     for (const json& message : state.at("bus").at("sent"))
         result.messages.push_back(
             messageText(message.at("type").get<std::uint32_t>(), bytesOf(message.at("payload").get<std::string>())));
@@ -167,24 +126,25 @@ const virtual_onu::NetworkDevice* DeviceState::device(const std::string& name) c
 DeviceState readState(const json& whole) {
     // Its trace is long, and looked at only where a call failed.
     json state = json::object();
-    for (const char* part : {"network", "vlan", "pon", "runner", "bus", "shell", "calls"})
+    for (const char* part : {"network", "vlan", "pon", "runner", "bus", "board", "shell", "calls"})
         state[part] = oneLines(whole.at(part));
     DeviceState result;
     const json& network = state.at("network");
-    for (const json& one : network.at("devices")) result.devices.push_back(deviceOf(one));
-    for (const json& one : network.at("bridges")) {
-        result.bridges.push_back(bridgeOf(one));
-        if (one.contains("learned")) readLearned(result.bridges.back().name, one.at("learned"), result.learned);
-    }
+    result.devices = recordsOf<virtual_onu::NetworkDevice>(network.at("devices"));
+    readBridges(network.at("bridges"), result);
     network.at("ipRules").get_to(result.ipRules);
     network.at("ipRoutes").get_to(result.ipRoutes);
     for (const json& one : state.at("vlan").at("tables")) result.tables.push_back(tableOf(one));
     for (const json& flow : state.at("vlan").at("flows"))
         result.flows.emplace_back(flow.at("from").get<std::string>(), flow.at("to").get<std::string>());
     const json& pon = state.at("pon");
-    for (const json& one : pon.at("tconts")) result.tconts.push_back(tcontOf(one));
-    for (const json& one : pon.at("gemPorts")) result.gemPorts.push_back(gemPortOf(one));
+    result.tconts = recordsOf<virtual_onu::Tcont>(pon.at("tconts"));
+    result.gemPorts = recordsOf<virtual_onu::GemPort>(pon.at("gemPorts"));
     if (!pon.at("adminState").is_null()) result.adminState = pon.at("adminState").get<unsigned>();
+    const json& board = state.at("board");
+    virtual_onu::readStateJson(board, result.identity);
+    result.images = recordsOf<virtual_onu::board::Image>(board.at("images"));
+    result.phys = recordsOf<virtual_onu::board::Phy>(board.at("phys"));
     readRest(state, result);
     if (whole.contains("taps"))
         for (const json& one : oneLines(whole.at("taps"))) result.taps.push_back(tapOf(one));

@@ -4,6 +4,7 @@
 #define VORN_ONU_DEVICE_STATE_H
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -11,7 +12,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "VirtualOnu.h"
+#include "Fields.h"
 
 namespace vorn_onu {
 
@@ -53,6 +54,10 @@ struct DeviceState {
     std::vector<virtual_onu::Tcont> tconts;
     std::vector<virtual_onu::GemPort> gemPorts;
     std::optional<unsigned> adminState;
+    virtual_onu::board::Identity identity;
+    std::vector<virtual_onu::board::Image> images;
+    std::vector<virtual_onu::board::Phy> phys;
+    std::map<std::string, std::string> persistent;  // values of the kit's persistent storage
     std::vector<std::string> runnerObjects, ingressKeys, ipRules, ipRoutes;
     std::vector<std::string> messages;         // to the gateway, as messageText() writes them
     std::vector<std::string> strangeCommands;  // shell commands that were not understood

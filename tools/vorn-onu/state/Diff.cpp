@@ -1,10 +1,16 @@
 #include "state/Diff.h"
 
 #include <algorithm>
-#include <map>
+#include <functional>
 #include <set>
+#include <sstream>
+#include <tuple>
+#include <type_traits>
+
+#include <nlohmann/json.hpp>
 
 #include "io/Words.h"
+#include "platform/kit_numbers.h"
 #include "state/PonWords.h"
 #include "state/RuleWords.h"
 #include "state/Services.h"
@@ -14,6 +20,7 @@ namespace vorn_onu {
 namespace {
 
 using Lines = std::vector<std::string>;
+using nlohmann::json;
 
 std::string orNone(const std::string& text) {
     return text.empty() ? "none" : text;
@@ -44,47 +51,163 @@ void compareValue(const std::string& what, const std::string& before, const std:
     if (before != after) lines.push_back(what + before + " → " + after);
 }
 
-// Pairs the objects of both states by their key and tells what is gone, what has appeared and what is in both.
-template <typename T, typename Key, typename Words, typename Compare>
-void compareObjects(const std::vector<T>& before, const std::vector<T>& after, Key key, Words words, Compare compare,
-                    const std::string& what, Lines& lines) {
-    const auto find = [&key](const std::vector<T>& list, const T& one) {
-        return std::find_if(list.begin(), list.end(), [&](const T& other) { return key(other) == key(one); });
-    };
-    for (const T& one : before)
-        if (find(after, one) == after.end()) lines.push_back(what + " " + key(one) + " is gone");
-    for (const T& one : after) {
-        const auto old = find(before, one);
-        const std::string name = what + " " + key(one);
-        if (old != before.end())
-            compare(name + ": ", *old, one);
-        else
-            lines.push_back(name + " has appeared: " + words(one));
-    }
-}
-
-// ---- devices and bridges ----
+// ---- fields ----
 
 std::string upWord(bool up) {
     return up ? "up" : "down";
 }
 
-std::string onWord(bool on) {
-    return on ? "on" : "off";
+// The virtual ONU makes up a device's MAC address from its index, which differs after the same work done twice.
+std::string macWords(const json& mac) {
+    const auto text = mac.get<std::string>();
+    return text.rfind("02:00:00:00:", 0) == 0 ? "its own" : orNone(text);
 }
+
+// Whether the device is up is told in words.
+std::string flagWords(const json& flags) {
+    std::ostringstream text;
+    text << "0x" << std::hex << (flags.get<unsigned>() & ~1U);
+    return text.str();
+}
+
+std::string schedulingWords(const json& mode) {
+    return mode == TMCTL_SCHED_WEIGHTED_ROUND_ROBIN ? "weighted" : "strict";
+}
+
+std::string plainWords(const json& value) {
+    if (value.is_boolean()) return value.get<bool>() ? "on" : "off";
+    return value.is_string() ? orNone(value.get<std::string>()) : value.dump();
+}
+
+// Fields whose words are not just their name and value. Of a list, the label is that of one entry.
+struct Wording {
+    const char* field;
+    const char* label;  // "" where the value tells all
+    std::string (*words)(const json& value) = plainWords;
+};
+const Wording kWordings[] = {
+    {"up", "", [](const json& up) { return upWord(up.get<bool>()); }},
+    {"enabled", "", [](const json& enabled) { return upWord(enabled.get<bool>()); }},
+    {"linkUp", "link", [](const json& up) { return upWord(up.get<bool>()); }},
+    {"mtu", "MTU"},
+    {"mac", "MAC", macWords},
+    {"baseMac", "base MAC"},
+    {"realDevice", "on"},
+    {"master", "in bridge"},
+    {"isBridge", "is a bridge:", [](const json& is) { return std::string(is.get<bool>() ? "yes" : "no"); }},
+    {"ipv6Disabled", "IPv6", [](const json& off) { return plainWords(!off.get<bool>()); }},
+    {"flags", "flags", flagWords},
+    {"operState", "link"},
+    {"addresses", "address"},
+    {"stp", "spanning tree"},
+    {"allocId", "alloc-id", [](const json& id) { return allocIdWords(id.get<unsigned>()); }},
+    {"schedMode", "scheduling", schedulingWords},
+    {"queues", "queue"},
+    {"ports", "port"},
+};
+
+// "pathCost" is "path cost".
+std::string labelOf(const std::string& name) {
+    std::string label;
+    for (const char c : name) {
+        const bool isUpper = c >= 'A' && c <= 'Z';
+        if (isUpper) label += ' ';
+        label += isUpper ? static_cast<char>(c - 'A' + 'a') : c;
+    }
+    return label;
+}
+
+Wording wordingOf(const char* field, std::string& own) {
+    for (const Wording& one : kWordings)
+        if (std::string(one.field) == field) return one;
+    own = labelOf(field);
+    return {field, own.c_str()};
+}
+
+template <typename Record>
+void compareFields(const std::string& name, const Record& old, const Record& now, Lines& lines);
+
+// The first field names a record among its like.
+template <typename Record>
+std::string keyOf(const Record& record) {
+    const auto field = std::get<0>(fieldsOf(static_cast<const Record*>(nullptr)));
+    const json key = record.*field.member;
+    return key.is_string() ? key.get<std::string>() : key.dump();
+}
+
+template <typename Record>
+const Record* sameKey(const std::vector<Record>& list, const Record& one) {
+    const auto found =
+        std::find_if(list.begin(), list.end(), [&](const auto& other) { return keyOf(other) == keyOf(one); });
+    return found == list.end() ? nullptr : &*found;
+}
+
+// What is gone, what has appeared, and what has changed in those that are in both.
+template <typename Record>
+void compareRecords(const std::string& what, const std::vector<Record>& before, const std::vector<Record>& after,
+                    const std::function<std::string(const Record&)>& words, Lines& lines) {
+    for (const Record& one : before)
+        if (sameKey(after, one) == nullptr) lines.push_back(what + " " + keyOf(one) + " is gone");
+    for (const Record& one : after) {
+        const Record* old = sameKey(before, one);
+        const std::string name = what + " " + keyOf(one);
+        if (old != nullptr)
+            compareFields(name + ": ", *old, one, lines);
+        else
+            lines.push_back(name + " has appeared: " + words(one));
+    }
+}
+
+void compareList(const std::string& name, const char* label, const Lines& old, const Lines& now, Lines& lines) {
+    compareList(name + label, old, now, lines);
+}
+
+void compareList(const std::string& name, const char* label, const std::vector<virtual_onu::Queue>& old,
+                 const std::vector<virtual_onu::Queue>& now, Lines& lines) {
+    compareRecords<virtual_onu::Queue>(name + label, old, now, queueWords, lines);
+}
+
+void compareList(const std::string& name, const char* label, const std::vector<virtual_onu::BridgePort>& old,
+                 const std::vector<virtual_onu::BridgePort>& now, Lines& lines) {
+    for (const auto& port : old)
+        if (sameKey(now, port) == nullptr) lines.push_back(name + port.name + " has left");
+    for (const auto& port : now)
+        if (sameKey(old, port) == nullptr) lines.push_back(name + port.name + " has joined");
+    for (const auto& port : now)
+        if (const auto* same = sameKey(old, port))
+            compareFields(name + label + " " + port.name + ": ", *same, port, lines);
+}
+
+template <typename Value>
+struct IsList : std::false_type {};
+template <typename One>
+struct IsList<std::vector<One>> : std::true_type {};
+
+template <typename Record>
+void compareFields(const std::string& name, const Record& old, const Record& now, Lines& lines) {
+    virtual_onu::forEachField<Record>(virtual_onu::kInDiff, [&](const auto& field) {
+        std::string own;
+        const Wording wording = wordingOf(field.name, own);
+        const auto &before = old.*field.member, &after = now.*field.member;
+        if constexpr (IsList<std::decay_t<decltype(before)>>::value) {
+            compareList(name, wording.label, before, after, lines);
+        } else {
+            const std::string label = name + wording.label + (wording.label[0] == '\0' ? "" : " ");
+            compareValue(label, wording.words(before), wording.words(after), lines);
+        }
+    });
+}
+
+// ---- devices and bridges ----
 
 std::string deviceWords(const virtual_onu::NetworkDevice& device) {
     Lines words = {upWord(device.up), "MTU " + std::to_string(device.mtu)};
     if (!device.realDevice.empty()) words.insert(words.begin(), "on " + device.realDevice);
     if (device.routed) words.emplace_back("routed");
+    if (device.multicast) words.emplace_back("multicast");
     if (device.ipv6Disabled) words.emplace_back("no IPv6");
     for (const auto& address : device.addresses) words.push_back(address);
     return joined(words);
-}
-
-// The virtual ONU makes up a device's MAC address from its index, which differs after the same work done twice.
-std::string macWords(const virtual_onu::NetworkDevice& device) {
-    return device.mac.rfind("02:00:00:00:", 0) == 0 ? "its own" : orNone(device.mac);
 }
 
 // A bridge that only one state has is told among the bridges.
@@ -95,41 +218,17 @@ std::vector<virtual_onu::NetworkDevice> devicesToCompare(const DeviceState& stat
     return devices;
 }
 
-void compareDevices(const DeviceState& before, const DeviceState& after, Lines& lines) {
-    using Device = virtual_onu::NetworkDevice;
-    const auto compare = [&lines](const std::string& name, const Device& old, const Device& now) {
-        compareValue(name, upWord(old.up), upWord(now.up), lines);
-        compareValue(name + "MTU ", std::to_string(old.mtu), std::to_string(now.mtu), lines);
-        compareValue(name + "MAC ", macWords(old), macWords(now), lines);
-        compareValue(name + "on ", orNone(old.realDevice), orNone(now.realDevice), lines);
-        compareValue(name + "routed ", onWord(old.routed), onWord(now.routed), lines);
-        compareValue(name + "IPv6 ", onWord(!old.ipv6Disabled), onWord(!now.ipv6Disabled), lines);
-        compareList(name + "address", old.addresses, now.addresses, lines);
-    };
-    compareObjects(
-        devicesToCompare(before, after), devicesToCompare(after, before),
-        [](const Device& device) { return device.name; }, deviceWords, compare, "device", lines);
-}
-
-void compareBridges(const DeviceState& before, const DeviceState& after, Lines& lines) {
-    using Bridge = virtual_onu::Bridge;
-    const auto words = [&after](const Bridge& bridge) {
+void compareNetwork(const DeviceState& before, const DeviceState& after, Lines& lines) {
+    compareRecords<virtual_onu::NetworkDevice>("device", devicesToCompare(before, after),
+                                               devicesToCompare(after, before), deviceWords, lines);
+    const auto bridgeWords = [&after](const virtual_onu::Bridge& bridge) {
         const virtual_onu::NetworkDevice* device = after.device(bridge.name);
         Lines parts = {upWord(device != nullptr && device->up), "members " + orNone(joined(bridge.members()))};
         if (bridge.stp) parts.emplace_back("spanning tree on");
         if (device != nullptr) parts.insert(parts.end(), device->addresses.begin(), device->addresses.end());
         return joined(parts);
     };
-    const auto compare = [&lines](const std::string& name, const Bridge& old, const Bridge& now) {
-        for (const auto& member : without(old.members(), now.members())) lines.push_back(name + member + " has left");
-        for (const auto& member : without(now.members(), old.members())) lines.push_back(name + member + " has joined");
-        compareValue(name + "spanning tree ", onWord(old.stp), onWord(now.stp), lines);
-        compareValue(name + "forward delay ", std::to_string(old.forwardDelay), std::to_string(now.forwardDelay),
-                     lines);
-    };
-    compareObjects(
-        before.bridges, after.bridges, [](const Bridge& bridge) { return bridge.name; }, words, compare, "bridge",
-        lines);
+    compareRecords<virtual_onu::Bridge>("bridge", before.bridges, after.bridges, bridgeWords, lines);
 }
 
 // ---- rules ----
@@ -238,46 +337,38 @@ void compareRules(const DeviceState& before, const DeviceState& after, Lines& li
 
 // ---- PON ----
 
-// With its priority in any case: what has changed may be that.
-std::string queueState(const virtual_onu::Queue& queue) {
-    const std::string way = queue.schedMode == 2 ? "weighted " + std::to_string(queue.weight)
-                                                 : "strict, priority " + std::to_string(queue.priority);
-    return way + ", " + std::to_string(queue.size) + " packets";
-}
-
 void comparePon(const DeviceState& before, const DeviceState& after, Lines& lines) {
-    using virtual_onu::GemPort;
-    using virtual_onu::Queue;
-    using virtual_onu::Tcont;
-    const auto queueId = [](const Queue& queue) { return std::to_string(queue.id); };
-    const auto compareTcont = [&](const std::string& name, const Tcont& old, const Tcont& now) {
-        compareValue(name + "alloc-id ", allocIdWords(old.allocId), allocIdWords(now.allocId), lines);
-        const auto compareQueue = [&lines](const std::string& queue, const Queue& oldQueue, const Queue& nowQueue) {
-            compareValue(queue, queueState(oldQueue), queueState(nowQueue), lines);
-        };
-        compareObjects(old.queues, now.queues, queueId, queueState, compareQueue, name + "queue", lines);
-    };
-    const auto tcontWords = [&](const Tcont& tcont) {
+    const auto tcontWords = [](const virtual_onu::Tcont& tcont) {
         return "alloc-id " + allocIdWords(tcont.allocId) + ", " + std::to_string(tcont.queues.size()) + " queues";
     };
-    compareObjects(
-        before.tconts, after.tconts, [](const Tcont& tcont) { return std::to_string(tcont.index); }, tcontWords,
-        compareTcont, "T-CONT", lines);
-
-    const auto gemWords = [&](const GemPort& port) {
+    compareRecords<virtual_onu::Tcont>("T-CONT", before.tconts, after.tconts, tcontWords, lines);
+    const auto portWords = [](const virtual_onu::GemPort& port) {
         return "index " + std::to_string(port.index) + ", alloc-id " + allocIdWords(port.allocId) + ", " +
-               upWord(port.enabled) + (port.downstreamOnly ? ", downstream only" : "");
+               gemPortWords(port);
     };
-    const auto compareGem = [&](const std::string& name, const GemPort& old, const GemPort& now) {
-        compareValue(name, gemWords(old), gemWords(now), lines);
-    };
-    compareObjects(
-        before.gemPorts, after.gemPorts, [](const GemPort& port) { return std::to_string(port.portId); }, gemWords,
-        compareGem, "GEM port", lines);
+    compareRecords<virtual_onu::GemPort>("GEM port", before.gemPorts, after.gemPorts, portWords, lines);
     const auto stateWords = [](const std::optional<unsigned>& state) {
         return state ? std::to_string(*state) : std::string("not started");
     };
     compareValue("PON link: ", stateWords(before.adminState), stateWords(after.adminState), lines);
+}
+
+// ---- board ----
+
+void compareBoard(const DeviceState& before, const DeviceState& after, Lines& lines) {
+    using virtual_onu::board::Image;
+    using virtual_onu::board::Phy;
+    compareFields("board: ", before.identity, after.identity, lines);
+    compareRecords<Image>(
+        "image", before.images, after.images, [](const Image& image) { return orNone(image.version); }, lines);
+    compareRecords<Phy>(
+        "PHY", before.phys, after.phys, [](const Phy& phy) { return "link " + upWord(phy.linkUp); }, lines);
+    const auto stored = [](const DeviceState& state) {
+        Lines values;
+        for (const auto& [key, value] : state.persistent) values.push_back(key + " = " + value);
+        return values;
+    };
+    compareList("stored value", stored(before), stored(after), lines);
 }
 
 Lines texts(const std::vector<FailedCall>& calls) {
@@ -290,10 +381,10 @@ Lines texts(const std::vector<FailedCall>& calls) {
 
 std::vector<std::string> differences(const DeviceState& before, const DeviceState& after) {
     Lines lines;
-    compareDevices(before, after, lines);
-    compareBridges(before, after, lines);
+    compareNetwork(before, after, lines);
     compareRules(before, after, lines);
     comparePon(before, after, lines);
+    compareBoard(before, after, lines);
     compareList("runner object", before.runnerObjects, after.runnerObjects, lines);
     compareList("ingress queue key", before.ingressKeys, after.ingressKeys, lines);
     compareList("policy routing rule", before.ipRules, after.ipRules, lines);

@@ -1,7 +1,11 @@
 // Expectations on things that have a name and properties, and on single numbers.
 #include <algorithm>
+#include <iterator>
 #include <optional>
+#include <type_traits>
 
+#include "StateJson.h"
+#include "platform/kit_numbers.h"
 #include "scenario/expect/Expect.h"
 #include "scenario/fields/Field.h"
 
@@ -166,40 +170,55 @@ void twoNumbers(const std::string& name) {
     numbersOf(name, 2);
 }
 
+// What the state tells of a record, but for its name, lists of other records and counters by name.
+template <typename Record>
+std::vector<Property> propertiesOf(std::vector<Property> more = {}) {
+    std::vector<Property> properties;
+    const auto add = [&](const char* name, const auto& value) {
+        using Value = std::decay_t<decltype(value)>;
+        if constexpr (std::is_same_v<Value, bool>)
+            properties.push_back({name, Type::Truth});
+        else if constexpr (std::is_arithmetic_v<Value>)
+            properties.push_back({name, Type::Number});
+        else if constexpr (std::is_same_v<Value, std::string>)
+            properties.push_back({name, Type::Text});
+        else if constexpr (std::is_same_v<Value, std::vector<std::string>>)
+            properties.push_back({name, Type::Texts});
+    };
+    const Record record{};
+    virtual_onu::forEachField<Record>(virtual_onu::kInState,
+                                      [&](const auto& field) { add(field.name, record.*field.member); });
+    properties.erase(properties.begin());
+    std::move(more.begin(), more.end(), std::back_inserter(properties));
+    return properties;
+}
+
+template <typename Record>
+std::optional<Json> stateOf(const std::optional<Record>& record) {
+    return record ? std::optional<Json>(virtual_onu::stateJson<Json>(*record)) : std::nullopt;
+}
+
 std::optional<Json> findDevice(const VirtualOnu& onu, const std::string& name) {
-    const auto d = onu.device(name);
-    if (!d) return std::nullopt;
-    return Json{{"up", d->up},
-                {"mtu", d->mtu},
-                {"mac", d->mac},
-                {"addresses", d->addresses},
-                {"master", d->master},
-                {"realDevice", d->realDevice},
-                {"routed", d->routed},
-                {"multicast", d->multicast},
-                {"ipv6Disabled", d->ipv6Disabled},
-                {"flags", d->flags},
-                {"operState", d->operState}};
+    return stateOf(onu.device(name));
 }
 
 std::optional<Json> findBridge(const VirtualOnu& onu, const std::string& name) {
-    const auto b = onu.bridge(name);
-    if (!b) return std::nullopt;
-    return Json{{"members", b->members()}, {"stp", b->stp}, {"forwardDelay", b->forwardDelay}};
+    const auto bridge = onu.bridge(name);
+    auto state = stateOf(bridge);
+    if (state) (*state)["members"] = bridge->members();
+    return state;
 }
 
 std::optional<Json> findGemPort(const VirtualOnu& onu, const std::string& name) {
-    const auto g = onu.gemPort(numbersOf(name, 1)[0]);
-    if (!g) return std::nullopt;
-    return Json{{"index", g->index},
-                {"allocId", g->allocId},
-                {"downstreamOnly", g->downstreamOnly},
-                {"enabled", g->enabled},
-                {"framesSent", g->counters.at(0)},
-                {"octetsSent", g->counters.at(1)},
-                {"framesReceived", g->counters.at(2)},
-                {"octetsReceived", g->counters.at(3)},
-                {"framesDiscarded", g->counters.at(6)}};
+    const auto port = onu.gemPort(numbersOf(name, 1)[0]);
+    auto state = stateOf(port);
+    if (!state) return state;
+    (*state)["framesSent"] = port->counters.at(0);
+    (*state)["octetsSent"] = port->counters.at(1);
+    (*state)["framesReceived"] = port->counters.at(2);
+    (*state)["octetsReceived"] = port->counters.at(3);
+    (*state)["framesDiscarded"] = port->counters.at(6);
+    return state;
 }
 
 // The counters by the names of the kernel's files.
@@ -212,8 +231,12 @@ std::optional<Json> findStatistics(const VirtualOnu& onu, const std::string& nam
 // A T-CONT is there once an alloc-id is bound to it or it has queues.
 std::optional<Json> findTcont(const VirtualOnu& onu, const std::string& name) {
     const auto t = onu.tcont(numbersOf(name, 1)[0]);
-    if (!t || (t->allocId == 65535 && t->queues.empty() && !t->trafficManaged)) return std::nullopt;
-    return Json{{"allocId", t->allocId}, {"queues", t->queues.size()}, {"trafficManaged", t->trafficManaged}};
+    const unsigned unbound = virtual_onu::pon::kNoAllocId;
+    if (!t || (t->allocId == unbound && t->queues.empty() && !t->trafficManaged)) return std::nullopt;
+    auto state = stateOf(t);
+    (*state)["allocId"] = t->allocId;
+    (*state)["queues"] = t->queues.size();
+    return state;
 }
 
 std::optional<Json> findQueue(const VirtualOnu& onu, const std::string& name) {
@@ -222,16 +245,17 @@ std::optional<Json> findQueue(const VirtualOnu& onu, const std::string& name) {
     if (!t) return std::nullopt;
     for (const auto& q : t->queues) {
         if (q.id != numbers[1]) continue;
-        return Json{{"priority", q.priority}, {"size", q.size},
-                    {"weight", q.weight},     {"mode", q.schedMode == 2 ? "weighted" : "strict"},
-                    {"frames", q.frames},     {"octets", q.octets}};
+        auto state = virtual_onu::stateJson<Json>(q);
+        state["mode"] = q.schedMode == TMCTL_SCHED_WEIGHTED_ROUND_ROBIN ? "weighted" : "strict";
+        return state;
     }
     return std::nullopt;
 }
 
 std::optional<Json> findPhy(const VirtualOnu& onu, const std::string& name) {
-    const auto [speed, duplex] = onu.phyMode(static_cast<int>(numbersOf(name, 1)[0]));
-    return Json{{"speed", speed}, {"duplex", duplex}};
+    const int port = static_cast<int>(numbersOf(name, 1)[0]);
+    const auto [speed, duplex] = onu.phyMode(port);
+    return virtual_onu::stateJson<Json>(virtual_onu::board::Phy{port, onu.phyHasLink(port), speed, duplex});
 }
 
 std::optional<Json> findPersistent(const VirtualOnu& onu, const std::string& name) {
@@ -242,59 +266,22 @@ std::optional<Json> findPersistent(const VirtualOnu& onu, const std::string& nam
 
 std::vector<Things> kinds() {
     return {
-        {"devices",
-         "device",
-         "network devices by name: true, false or some of their properties",
-         {{"up", Type::Truth},
-          {"mtu", Type::Number},
-          {"mac", Type::Text},
-          {"addresses", Type::Texts},
-          {"master", Type::Text},
-          {"realDevice", Type::Text},
-          {"routed", Type::Truth},
-          {"multicast", Type::Truth},
-          {"ipv6Disabled", Type::Truth},
-          {"flags", Type::Number},
-          {"operState", Type::Text}},
-         findDevice,
-         anyName},
-        {"bridges",
-         "bridge",
+        {"devices", "device", "network devices by name: true, false or some of their properties",
+         propertiesOf<virtual_onu::NetworkDevice>(), findDevice, anyName},
+        {"bridges", "bridge",
          "bridges by name: the list of their members in any order, false, or some of their properties",
-         {{"members", Type::Texts, false}, {"stp", Type::Truth}, {"forwardDelay", Type::Number}},
-         findBridge,
-         anyName},
-        {"gemPorts",
-         "GEM port",
-         "GEM ports by port id",
-         {{"index", Type::Number},
-          {"allocId", Type::Number},
-          {"downstreamOnly", Type::Truth},
-          {"enabled", Type::Truth},
-          {"framesSent", Type::Number},
-          {"octetsSent", Type::Number},
-          {"framesReceived", Type::Number},
-          {"octetsReceived", Type::Number},
-          {"framesDiscarded", Type::Number}},
-         findGemPort,
-         oneNumber},
-        {"tconts",
-         "T-CONT",
-         "T-CONTs by index; false: nothing is bound to it and it has no queues",
-         {{"allocId", Type::Number}, {"queues", Type::Number}, {"trafficManaged", Type::Truth}},
-         findTcont,
-         oneNumber},
-        {"queues",
-         "queue",
-         "queues by T-CONT and number: \"0.3\"; mode is strict or weighted",
-         {{"priority", Type::Number},
-          {"size", Type::Number},
-          {"weight", Type::Number},
-          {"mode", Type::Text},
-          {"frames", Type::Number},
-          {"octets", Type::Number}},
-         findQueue,
-         twoNumbers},
+         propertiesOf<virtual_onu::Bridge>({{"members", Type::Texts, false}}), findBridge, anyName},
+        {"gemPorts", "GEM port", "GEM ports by port id",
+         propertiesOf<virtual_onu::GemPort>({{"framesSent", Type::Number},
+                                             {"octetsSent", Type::Number},
+                                             {"framesReceived", Type::Number},
+                                             {"octetsReceived", Type::Number},
+                                             {"framesDiscarded", Type::Number}}),
+         findGemPort, oneNumber},
+        {"tconts", "T-CONT", "T-CONTs by index; false: nothing is bound to it and it has no queues",
+         propertiesOf<virtual_onu::Tcont>({{"queues", Type::Number}}), findTcont, oneNumber},
+        {"queues", "queue", "queues by T-CONT and number: \"0.3\"; mode is strict or weighted",
+         propertiesOf<virtual_onu::Queue>({{"mode", Type::Text}}), findQueue, twoNumbers},
         {"statistics",
          "counters of device",
          "what devices have counted, by the names of the kernel's files",
@@ -309,7 +296,7 @@ std::vector<Things> kinds() {
           {"tx_errors", Type::Number}},
          findStatistics,
          anyName},
-        {"phys", "PHY", "PHY ports by number", {{"speed", Type::Number}, {"duplex", Type::Number}}, findPhy, oneNumber},
+        {"phys", "PHY", "PHY ports by number", propertiesOf<virtual_onu::board::Phy>(), findPhy, oneNumber},
         {"persistent",
          "persistent value",
          "persistent values by key",

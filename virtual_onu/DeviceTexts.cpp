@@ -1,0 +1,43 @@
+#include "DeviceTexts.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
+
+namespace virtual_onu::network {
+
+bool isDeviceName(const std::string& name) {
+    return !name.empty() && name.size() <= kMaxNameLength && name != "." && name != ".." &&
+           name.find_first_of("/: \t\n\v\f\r") == std::string::npos;
+}
+
+bool parseMac(const std::string& text, std::uint8_t (&mac)[6]) {
+    std::uint8_t bytes[6];
+    const char* at = text.c_str();
+    for (std::uint8_t& byte : bytes) {
+        char* end = nullptr;
+        const unsigned long value =
+            std::isxdigit(static_cast<unsigned char>(*at)) != 0 ? std::strtoul(at, &end, 16) : 0;
+        const char separator = &byte == std::end(bytes) - 1 ? '\0' : ':';
+        if (end == nullptr || end - at > 2 || *end != separator) return false;
+        byte = static_cast<std::uint8_t>(value);
+        at = end + 1;
+    }
+    std::copy(std::begin(bytes), std::end(bytes), std::begin(mac));
+    return true;
+}
+
+std::string macText(const std::uint8_t* mac) {
+    char text[18];
+    std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+    return text;
+}
+
+bool isMac(const std::string& text) {
+    std::uint8_t mac[6];
+    return parseMac(text, mac);
+}
+
+}  // namespace virtual_onu::network
