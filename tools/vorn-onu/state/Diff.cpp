@@ -178,10 +178,11 @@ void compareList(const std::string& name, const char* label, const std::vector<v
             compareFields(name + label + " " + port.name + ": ", *same, port, lines);
 }
 
+// Lists that are told entry by entry.
 template <typename Value>
 struct IsList : std::false_type {};
 template <typename One>
-struct IsList<std::vector<One>> : std::true_type {};
+struct IsList<std::vector<One>> : std::bool_constant<!std::is_arithmetic_v<One>> {};
 
 template <typename Record>
 void compareFields(const std::string& name, const Record& old, const Record& now, Lines& lines) {
