@@ -138,7 +138,10 @@ nlohmann::json VirtualOnu::toJson() const {
     return all;
 }
 
+// Of one moment: no thread is in the middle of a call. A host's kernel is not asked with the lock held.
 nlohmann::json VirtualOnu::toJsonWithoutTrace() const {
+    std::optional<DeviceLock> between;
+    if (!network::hostKernel()) between.emplace(deviceMutex());
     nlohmann::json all = {{"network", network::toJson()},
                           {"vlan", vlan::toJson()},
                           {"pon", pon::toJson()},

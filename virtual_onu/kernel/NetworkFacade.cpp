@@ -35,7 +35,6 @@ const char* stateName(PortState state) {
 
 }  // namespace
 
-// From copies: threads that call the device wait for those, not for the text that is made of them.
 nlohmann::json toJson() {
     nlohmann::json json = {{"devices", nlohmann::json::array()}, {"bridges", nlohmann::json::array()}};
     for (const auto& device : devices()) json["devices"].push_back(stateJson(device));
