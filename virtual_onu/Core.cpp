@@ -163,7 +163,7 @@ void record(CallKind kind, const std::string& name, const std::string& argumentL
         const DeviceLock lock(deviceMutex());
         entry.number = ++core().traced;
         keepEntry(entry);
-        kept::changed(kept::kRunTrace, entry.number);
+        persistence::changed(persistence::kRunTrace, entry.number);
         listener = core().listener;
     }
     if (listener) (*listener)(entry);
@@ -182,7 +182,7 @@ std::optional<int> faultOf(const std::string& name, const std::string& detail, b
             ++fault;
             continue;
         }
-        kept::changed(kept::kRunFaults);
+        persistence::changed(persistence::kRunFaults);
         if (--fault->callsToGo > 0) {
             ++fault;
             continue;
@@ -191,7 +191,7 @@ std::optional<int> faultOf(const std::string& name, const std::string& detail, b
         fault = pending.erase(fault);
     }
     if (counted) {
-        kept::changed(kept::kRunCalls);
+        persistence::changed(persistence::kRunCalls);
         const auto numbered = core().numberedFaults.find(++core().calls);
         if (numbered != core().numberedFaults.end()) code = numbered->second;
     }
@@ -225,7 +225,7 @@ void waitFor(const char* function, std::uint64_t milliseconds) {
     {
         const DeviceLock lock(deviceMutex());
         sleptMs += milliseconds;
-        kept::changed(kept::kClock);
+        persistence::changed(persistence::kClock);
         reallySleep = core().sleepsForReal;
     }
     if (!reallySleep) return;
@@ -346,7 +346,7 @@ std::uint64_t VirtualOnu::failNext(const std::string& function, int nth, int cod
     const DeviceLock lock(deviceMutex());
     core().pendingFaults.push_back({++core().faults, function, nth, code});
     anyFaults.store(true, std::memory_order_release);
-    kept::changed(kept::kRunFaults);
+    persistence::changed(persistence::kRunFaults);
     return core().faults;
 }
 
@@ -361,7 +361,7 @@ void VirtualOnu::failCall(std::uint64_t number, int code) {
     const DeviceLock lock(deviceMutex());
     core().numberedFaults[number] = code;
     anyFaults.store(true, std::memory_order_release);
-    kept::changed(kept::kRunFaults);
+    persistence::changed(persistence::kRunFaults);
 }
 
 std::uint64_t VirtualOnu::callCount() const {
@@ -373,7 +373,7 @@ void VirtualOnu::clearFaults() {
     const DeviceLock lock(deviceMutex());
     core().pendingFaults.clear();
     core().numberedFaults.clear();
-    kept::changed(kept::kRunFaults);
+    persistence::changed(persistence::kRunFaults);
     anyFaults.store(false, std::memory_order_release);
 }
 
@@ -389,7 +389,7 @@ void VirtualOnu::advance(unsigned milliseconds) {
     }
     {
         const DeviceLock lock(deviceMutex());
-        kept::changed(kept::kClock);
+        persistence::changed(persistence::kClock);
     }
     deviceClock().changed.notify_all();
 }

@@ -17,7 +17,7 @@
 #include <sanitizer/tsan_interface.h>
 #endif
 
-#include "Kept.h"
+#include "Persistence.h"
 #include "VirtualOnu.h"
 
 namespace virtual_onu {
@@ -29,12 +29,12 @@ std::recursive_mutex& deviceMutex();
 // here, it does not look at mutexes.
 class DeviceLock {
 public:
-    explicit DeviceLock(std::recursive_mutex& mutex) : lock_(mutex), kept_(kept::isOpen()) {
+    explicit DeviceLock(std::recursive_mutex& mutex) : lock_(mutex), persists_(persistence::isOpen()) {
         taken(&mutex);
-        if (kept_) kept::entered();
+        if (persists_) persistence::entered();
     }
     ~DeviceLock() {
-        if (kept_) kept::leaving();
+        if (persists_) persistence::leaving();
         givenBack(lock_.mutex());
     }
     DeviceLock(const DeviceLock&) = delete;
@@ -53,7 +53,7 @@ private:
     static void givenBack(void*) {}
 #endif
     std::unique_lock<std::recursive_mutex> lock_;
-    const bool kept_;
+    const bool persists_;
 };
 
 // ---- changes ----

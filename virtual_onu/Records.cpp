@@ -6,7 +6,7 @@
 
 #include "DeviceTexts.h"
 
-namespace virtual_onu::kept {
+namespace virtual_onu::persistence {
 
 std::string jsonText(const std::string& bytes) {
     std::string text;
@@ -193,4 +193,4 @@ int RecordReader::keyAs(const char* /*name*/, const std::string& key, int /*kind
     return static_cast<int>(numberKey(key, static_cast<std::uint64_t>(std::numeric_limits<int>::max())));
 }
 
-}  // namespace virtual_onu::kept
+}  // namespace virtual_onu::persistence

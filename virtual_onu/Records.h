@@ -25,7 +25,7 @@
 
 #include "StateJson.h"
 
-namespace virtual_onu::kept {
+namespace virtual_onu::persistence {
 
 using Json = nlohmann::json;
 
@@ -233,6 +233,6 @@ void describe(Record& record, Thing& thing) {
     forEachField<Thing>(kInFile, [&](const auto& field) { describeField(record, field, thing.*field.member); });
 }
 
-}  // namespace virtual_onu::kept
+}  // namespace virtual_onu::persistence
 
 #endif

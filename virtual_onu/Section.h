@@ -13,11 +13,11 @@
 
 #include "Records.h"
 
-namespace virtual_onu::kept {
+namespace virtual_onu::persistence {
 
 // Everything is called with the device lock held.
 struct Section {
-    std::string name;     // one of Kept.h
+    std::string name;     // one of Persistence.h
     bool single = false;  // one record that is always there, without a key
     std::function<std::vector<std::string>()> keys;
     std::function<Json(const std::string& key)> record;  // null where there is none
@@ -29,7 +29,7 @@ using Sections = std::vector<Section>;
 
 // What a facility tells of things that it holds by key.
 template <typename Key, typename Thing>
-struct Shelf {
+struct RecordAccess {
     std::function<std::vector<Key>()> keys;
     std::function<std::optional<Thing>(const Key&)> get;
     std::function<void(const Key&, Thing)> put;  // in the place of what was there
@@ -68,24 +68,24 @@ std::shared_ptr<Thing> readThing(const Json& value) {
 }
 
 template <typename Key, typename Thing>
-Section section(const char* name, Shelf<Key, Thing> shelf) {
+Section section(const char* name, RecordAccess<Key, Thing> byKey) {
     Section made;
     made.name = name;
-    made.keys = [shelf] {
+    made.keys = [byKey] {
         std::vector<std::string> texts;
-        for (const Key& key : shelf.keys()) texts.push_back(textOfKey(key));
+        for (const Key& key : byKey.keys()) texts.push_back(textOfKey(key));
         return texts;
     };
-    made.record = [shelf](const std::string& key) {
-        auto thing = shelf.get(keyFrom<Key>(key));
+    made.record = [byKey](const std::string& key) {
+        auto thing = byKey.get(keyFrom<Key>(key));
         return thing ? written<Thing>(std::move(*thing)) : Json();
     };
-    made.read = [shelf](const std::string& text, const Json& value) -> std::function<void()> {
+    made.read = [byKey](const std::string& text, const Json& value) -> std::function<void()> {
         const Key key = keyFrom<Key>(text);
         const auto thing = readThing<Thing>(value);
-        return [shelf, key, thing] { shelf.put(key, std::move(*thing)); };
+        return [byKey, key, thing] { byKey.put(key, std::move(*thing)); };
     };
-    made.remove = [shelf](const std::string& key) { shelf.remove(keyFrom<Key>(key)); };
+    made.remove = [byKey](const std::string& key) { byKey.remove(keyFrom<Key>(key)); };
     return made;
 }
 
@@ -93,25 +93,25 @@ Section section(const char* name, Shelf<Key, Thing> shelf) {
 template <typename Key, typename Thing>
 Section mapSection(
     const char* name, std::map<Key, Thing>& (*map)(), void (*changed)() = [] {}) {
-    Shelf<Key, Thing> shelf;
-    shelf.keys = [map] {
+    RecordAccess<Key, Thing> byKey;
+    byKey.keys = [map] {
         std::vector<Key> keys;
         for (const auto& entry : map()) keys.push_back(entry.first);
         return keys;
     };
-    shelf.get = [map](const Key& key) {
+    byKey.get = [map](const Key& key) {
         const auto found = map().find(key);
         return found == map().end() ? std::nullopt : std::optional<Thing>(found->second);
     };
-    shelf.put = [map, changed](const Key& key, Thing thing) {
+    byKey.put = [map, changed](const Key& key, Thing thing) {
         map()[key] = std::move(thing);
         changed();
     };
-    shelf.remove = [map, changed](const Key& key) {
+    byKey.remove = [map, changed](const Key& key) {
         map().erase(key);
         changed();
     };
-    return section<Key, Thing>(name, shelf);
+    return section<Key, Thing>(name, byKey);
 }
 
 // One record.
@@ -130,6 +130,6 @@ Section single(const char* name, std::function<Thing()> get, std::function<void(
     return made;
 }
 
-}  // namespace virtual_onu::kept
+}  // namespace virtual_onu::persistence
 
 #endif

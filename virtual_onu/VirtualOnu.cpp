@@ -110,15 +110,15 @@ VirtualOnu& VirtualOnu::instance() {
 }
 
 void VirtualOnu::openBoard(const std::string& file, BoardUse use) {
-    kept::openFile(file, use != BoardUse::Shared, use == BoardUse::Run);
+    persistence::openFile(file, use != BoardUse::Shared, use == BoardUse::Run);
 }
 
 void VirtualOnu::closeBoard() {
-    kept::closeFile();
+    persistence::closeFile();
 }
 
 void VirtualOnu::reset() {
-    kept::closeFile();
+    persistence::closeFile();
     network::reset();
     vlan::reset();
     pon::reset();

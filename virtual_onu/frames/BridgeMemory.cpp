@@ -4,7 +4,7 @@
 #include <string>
 #include <tuple>
 
-#include "Kept.h"
+#include "Persistence.h"
 
 namespace virtual_onu::datapath {
 
@@ -69,18 +69,19 @@ const Snooping* BridgeMemory::snooping(int bridge) const {
 Snooping& BridgeMemory::changeSnooping(int bridge) {
     Snooping& snooping = bridges_[bridge].snooping;
     if (noting_) notes_.push_back({bridge, 0, std::nullopt, snooping});
-    if (isKept()) kept::changed(kept::kSnooping, bridge);
+    if (isKept()) persistence::changed(persistence::kSnooping, bridge);
     return snooping;
 }
 
 void BridgeMemory::changedAddress(int bridge, Mac mac) const {
-    if (isKept() && kept::isOpen()) kept::changed(kept::kLearned, std::to_string(bridge) + " " + textOf(mac));
+    if (isKept() && persistence::isOpen())
+        persistence::changed(persistence::kLearned, std::to_string(bridge) + " " + textOf(mac));
 }
 
 void BridgeMemory::changedBridge(int bridge, const BridgeState& state) const {
-    if (!kept::isOpen()) return;
+    if (!persistence::isOpen()) return;
     for (const auto& address : state.addresses) changedAddress(bridge, address.first);
-    if (isKept()) kept::changed(kept::kSnooping, bridge);
+    if (isKept()) persistence::changed(persistence::kSnooping, bridge);
 }
 
 void BridgeMemory::remove(int bridge, Mac mac) {
@@ -117,7 +118,7 @@ void BridgeMemory::forgetPort(int port) {
             one = state.addresses.erase(one);
         }
         state.snooping.forgetPort(port);
-        if (isKept()) kept::changed(kept::kSnooping, bridge);
+        if (isKept()) persistence::changed(persistence::kSnooping, bridge);
     }
 }
 

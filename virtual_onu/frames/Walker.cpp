@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Kept.h"
+#include "Persistence.h"
 #include "frames/Links.h"
 #include "frames/WireHeader.h"
 #include "kit/PonTables.h"
@@ -37,7 +37,7 @@ Walker::Walker(const Ground& ground, const Packet& packet, const Frame* frame, T
 void Walker::finish() {
     if (!counts_ || fromGemPort_ == nullptr || !trail_.exits.empty()) return;
     ++fromGemPort_->counters[pon::kFramesDiscarded];
-    kept::changed(kept::kGemPorts, fromGemPort_->portId);
+    persistence::changed(persistence::kGemPorts, fromGemPort_->portId);
 }
 
 void Walker::enter(const std::string& name) {
@@ -67,7 +67,7 @@ void Walker::enterFromPon(unsigned gemPortId) {
     if (device.blocked.empty() && !device.noEntry.empty()) return drop(copy, kPonDevice, device.noEntry);
     if (counts_ && port->live != nullptr) {
         fromGemPort_ = port->live;
-        kept::changed(kept::kGemPorts, port->portId);
+        persistence::changed(persistence::kGemPorts, port->portId);
         ++port->live->counters[pon::kFramesReceived];
         port->live->counters[pon::kOctetsReceived] += static_cast<std::uint32_t>(sent_.octets());
     }
@@ -208,7 +208,7 @@ void Walker::leaveAtPon(const Copy& copy) {
     const auto discard = [&](std::string reason) {
         if (counts_ && port->live != nullptr) {
             ++port->live->counters[pon::kFramesDiscarded];
-            kept::changed(kept::kGemPorts, port->portId);
+            persistence::changed(persistence::kGemPorts, port->portId);
         }
         refuse(std::move(reason));
     };
@@ -230,8 +230,8 @@ void Walker::leaveAtPon(const Copy& copy) {
         port->live->counters[pon::kOctetsSent] += static_cast<std::uint32_t>(octets);
         ++queue->live->frames;
         queue->live->octets += octets;
-        kept::changed(kept::kGemPorts, port->portId);
-        kept::changed(kept::kTconts, *port->tcont);
+        persistence::changed(persistence::kGemPorts, port->portId);
+        persistence::changed(persistence::kTconts, *port->tcont);
     }
     Trail::Exit exit;
     exit.device = plan_.ponDevice();

@@ -49,10 +49,10 @@ void updateOperState(Device& device) {
 }
 
 void changedDevice(const Device& device) {
-    kept::changed(kept::kDevices, device.shown.index);
+    persistence::changed(persistence::kDevices, device.shown.index);
 }
 void changedBridge(const std::string& name) {
-    if (const Device* device = find(name)) kept::changed(kept::kBridges, device->shown.index);
+    if (const Device* device = find(name)) persistence::changed(persistence::kBridges, device->shown.index);
 }
 
 Device& append(State& target, const std::string& name) {
@@ -61,7 +61,7 @@ Device& append(State& target, const std::string& name) {
     device.shown.name = name;
     device.shown.index = target.nextIndex++;
     changedDevice(device);
-    kept::changed(kept::kRouting);  // the next index
+    persistence::changed(persistence::kRouting);  // the next index
     const auto index = static_cast<unsigned>(device.shown.index);
     const std::uint8_t mac[6] = {2, 0, 0, 0, static_cast<std::uint8_t>(index >> 8), static_cast<std::uint8_t>(index)};
     device.shown.mac = macText(mac);
@@ -107,7 +107,7 @@ int checkNewName(const std::string& name) {
 // Routes go with their device, as the kernel flushes them.
 void flushRoutes(const std::string& device) {
     auto& routes = state().ipRoutes;
-    if (!routes.empty()) kept::changed(kept::kRouting);
+    if (!routes.empty()) persistence::changed(persistence::kRouting);
     routes.erase(std::remove_if(routes.begin(), routes.end(), [&](const IpRoute& r) { return r.device == device; }),
                  routes.end());
 }
@@ -130,7 +130,7 @@ void erase(const std::string& name) {
     Device* device = find(name);
     datapath::bridgeRemoved(device->shown.index);
     leaveBridge(*device);
-    kept::changed(kept::kCounters, device->shown.index);
+    persistence::changed(persistence::kCounters, device->shown.index);
     changedBridge(name);
     if (const Bridge* bridge = findBridge(name)) {
         for (const auto& port : bridge->ports) {
@@ -203,7 +203,7 @@ int addBridge(const std::string& name) {
     Bridge bridge;
     bridge.name = name;
     state().bridges.add(made.index, name, bridge);
-    kept::changed(kept::kBridges, made.index);
+    persistence::changed(persistence::kBridges, made.index);
     return 0;
 }
 
@@ -212,7 +212,7 @@ int removeDevice(const std::string& name) {
     const auto refusal = state().refusals.find(name);
     if (refusal != state().refusals.end() && refusal->second.times > 0) {
         --refusal->second.times;
-        kept::changed(kept::kRefusals, name);
+        persistence::changed(persistence::kRefusals, name);
         return refusal->second.code;
     }
     if (host::active()) return host::removeDevice(name);
@@ -431,7 +431,7 @@ int addIpRule(const std::string& rule) {
     if (std::find(rules.begin(), rules.end(), rule) != rules.end()) return EEXIST;
     if (host::active() && host::runIp("rule add " + rule) != 0) return EINVAL;
     rules.push_back(rule);
-    kept::changed(kept::kRouting);
+    persistence::changed(persistence::kRouting);
     return 0;
 }
 
@@ -442,7 +442,7 @@ int removeIpRule(const std::string& rule) {
     if (found == rules.end()) return ENOENT;
     if (host::active()) host::runIp("rule del " + rule);
     rules.erase(found);
-    kept::changed(kept::kRouting);
+    persistence::changed(persistence::kRouting);
     return 0;
 }
 
@@ -453,7 +453,7 @@ int addIpRoute(const std::string& destination, const std::string& device, int ta
     if (!through) return ENODEV;
     if (!through->up) return ENETDOWN;
     if (host::active() && host::runIp((replace ? "route replace " : "route add ") + route) != 0) return EINVAL;
-    kept::changed(kept::kRouting);
+    persistence::changed(persistence::kRouting);
     for (auto& known : state().ipRoutes) {
         if (known.destination != destination || known.table != table) continue;
         if (!replace) return EEXIST;
@@ -471,7 +471,7 @@ int removeIpRoute(const std::string& destination, int table) {
         if (route->destination != destination || route->table != table) continue;
         if (host::active()) host::runIp("route del " + route->text);
         routes.erase(route);
-        kept::changed(kept::kRouting);
+        persistence::changed(persistence::kRouting);
         return 0;
     }
     return ESRCH;
@@ -520,13 +520,13 @@ void VirtualOnu::setStatistic(const std::string& device, const std::string& key,
     network::Device* found = network::find(device);
     if (found == nullptr) return;
     found->counters.set(key, value);
-    kept::changed(kept::kCounters, found->shown.index);
+    persistence::changed(persistence::kCounters, found->shown.index);
 }
 
 void VirtualOnu::refuseDeletion(const std::string& device, int times, int code) {
     const DeviceLock lock(deviceMutex());
     network::state().refusals[device] = {times, code};
-    kept::changed(kept::kRefusals, device);
+    persistence::changed(persistence::kRefusals, device);
 }
 
 std::vector<std::string> VirtualOnu::ipRules() const {

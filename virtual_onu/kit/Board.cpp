@@ -72,7 +72,7 @@ Phy* phyAt(int unit, int port) {
     return unit == 0 && port >= 0 && port < kPhyPorts ? &boardState().phys[static_cast<std::size_t>(port)] : nullptr;
 }
 
-// ---- as sections of a board that is kept ----
+// ---- as sections of a board file ----
 
 Identity identity() {
     const BoardState& state = boardState();
@@ -80,8 +80,8 @@ Identity identity() {
             state.bootId};
 }
 
-kept::Section identitySection() {
-    return kept::single<Identity>(kept::kIdentity, identity, [](const Identity& given) {
+persistence::Section identitySection() {
+    return persistence::single<Identity>(persistence::kIdentity, identity, [](const Identity& given) {
         BoardState& state = boardState();
         state.bootId = given.bootId;
         state.serialNumber = given.serialNumber;
@@ -91,37 +91,37 @@ kept::Section identitySection() {
     });
 }
 
-kept::Section imageSection() {
-    kept::Shelf<int, Image> shelf;
-    shelf.keys = [] {
+persistence::Section imageSection() {
+    persistence::RecordAccess<int, Image> byKey;
+    byKey.keys = [] {
         std::vector<int> numbers;
         for (const auto& entry : boardState().imageVersions) numbers.push_back(entry.first);
         return numbers;
     };
-    shelf.get = [](int number) -> std::optional<Image> {
+    byKey.get = [](int number) -> std::optional<Image> {
         const auto found = boardState().imageVersions.find(number);
         if (found == boardState().imageVersions.end()) return std::nullopt;
         return Image{number, found->second};
     };
-    shelf.put = [](int number, const Image& image) { boardState().imageVersions[number] = image.version; };
-    shelf.remove = [](int number) { boardState().imageVersions.erase(number); };
-    return kept::section<int, Image>(kept::kImages, shelf);
+    byKey.put = [](int number, const Image& image) { boardState().imageVersions[number] = image.version; };
+    byKey.remove = [](int number) { boardState().imageVersions.erase(number); };
+    return persistence::section<int, Image>(persistence::kImages, byKey);
 }
 
 // All ports are always there.
-kept::Section phySection() {
-    kept::Shelf<int, Phy> shelf;
-    shelf.keys = [] {
+persistence::Section phySection() {
+    persistence::RecordAccess<int, Phy> byKey;
+    byKey.keys = [] {
         std::vector<int> ports;
         for (int port = 0; port < kPhyPorts; ++port) ports.push_back(port);
         return ports;
     };
-    shelf.get = [](int port) { return std::optional<Phy>(*phyAt(0, port)); };
-    shelf.put = [](int port, const Phy& phy) { *phyAt(0, port) = phy; };
-    shelf.remove = [](int port) { *phyAt(0, port) = Phy{}; };
-    kept::Section made = kept::section<int, Phy>(kept::kPhys, shelf);
-    made.read = [read = made.read](const std::string& key, const kept::Json& value) {
-        kept::numberKey(key, kPhyPorts - 1);
+    byKey.get = [](int port) { return std::optional<Phy>(*phyAt(0, port)); };
+    byKey.put = [](int port, const Phy& phy) { *phyAt(0, port) = phy; };
+    byKey.remove = [](int port) { *phyAt(0, port) = Phy{}; };
+    persistence::Section made = persistence::section<int, Phy>(persistence::kPhys, byKey);
+    made.read = [read = made.read](const std::string& key, const persistence::Json& value) {
+        persistence::numberKey(key, kPhyPorts - 1);
         return read(key, value);
     };
     return made;
@@ -144,7 +144,7 @@ void reset() {
     deviceChanged();
 }
 
-kept::Sections sections() {
+persistence::Sections sections() {
     return {identitySection(), imageSection(), phySection()};
 }
 
@@ -185,31 +185,31 @@ void VirtualOnu::setBaseMac(const std::string& mac) {
     const auto bytes = parsedMac(mac);
     const DeviceLock lock(deviceMutex());
     boardState().baseMac = bytes;
-    kept::changed(kept::kIdentity);
+    persistence::changed(persistence::kIdentity);
 }
 
 void VirtualOnu::setSerialNumber(const std::string& text) {
     const DeviceLock lock(deviceMutex());
     boardState().serialNumber = text;
-    kept::changed(kept::kIdentity);
+    persistence::changed(persistence::kIdentity);
 }
 
 void VirtualOnu::setPartNumber(const std::string& text) {
     const DeviceLock lock(deviceMutex());
     boardState().partNumber = text;
-    kept::changed(kept::kIdentity);
+    persistence::changed(persistence::kIdentity);
 }
 
 void VirtualOnu::setBootedPartition(int partition) {
     const DeviceLock lock(deviceMutex());
     boardState().bootedPartition = partition;
-    kept::changed(kept::kIdentity);
+    persistence::changed(persistence::kIdentity);
 }
 
 void VirtualOnu::setImageVersion(int image, const std::string& version) {
     const DeviceLock lock(deviceMutex());
     boardState().imageVersions[image] = version;
-    kept::changed(kept::kImages, image);
+    persistence::changed(persistence::kImages, image);
 }
 
 void VirtualOnu::setPhy(int port, bool linkUp, int speed, int duplex) {
@@ -217,7 +217,7 @@ void VirtualOnu::setPhy(int port, bool linkUp, int speed, int duplex) {
     Phy* phy = phyAt(0, port);
     if (phy == nullptr) throw std::invalid_argument("setPhy: no such port");
     *phy = {port, linkUp, speed, duplex};
-    kept::changed(kept::kPhys, port);
+    persistence::changed(persistence::kPhys, port);
     deviceChanged();
 }
 
@@ -285,7 +285,7 @@ int bcm_phy_mode_set(int unit, int port, int speed, int duplex) {
         if (phy == nullptr) return ENODEV;
         phy->speed = speed;
         phy->duplex = duplex;
-        kept::changed(kept::kPhys, port);
+        persistence::changed(persistence::kPhys, port);
         return 0;
     });
 }

@@ -144,14 +144,14 @@ void answerLater(const Message& request) {
 // What is kept is written under the device lock, which is not taken under the bus's own.
 template <typename... Key>
 void keep(const char* section, const Key&... key) {
-    if (!kept::isOpen()) return;
+    if (!persistence::isOpen()) return;
     const DeviceLock lock(deviceMutex());
-    kept::changed(section, key...);
+    persistence::changed(section, key...);
 }
 
 // What other processes of the board have changed comes with the device lock.
 void catchUp() {
-    if (kept::isOpen()) const DeviceLock lock(deviceMutex());
+    if (persistence::isOpen()) const DeviceLock lock(deviceMutex());
 }
 
 // With the bus's lock. Answers the message's number.
@@ -175,7 +175,7 @@ int send(const CmsMsgHeader& header) {
         if (state.mode == GatewayMode::Answers && isServiceRequest(header)) answerLater(message);
         number = keepSent(std::move(message));
     }
-    keep(kept::kRunMessages, number);
+    keep(persistence::kRunMessages, number);
     return 0;
 }
 
@@ -236,71 +236,71 @@ BusMessage described(const Message& message) {
     return result;
 }
 
-using kept::hexText;
+using persistence::hexText;
 
-// ---- as sections of a board that is kept ----
+// ---- as sections of a board file ----
 
-struct KeptGateway {
+struct GatewayRecord {
     GatewayMode mode = GatewayMode::Answers;
     int answerDelayMs = kDefaultAnswerDelayMs;
 };
-struct KeptValue {
+struct ValueRecord {
     std::vector<std::uint8_t> bytes;
 };
 // A message that was sent, of a run whose processes share what they have seen.
-struct KeptMessage {
+struct MessageRecord {
     std::vector<std::uint8_t> raw;
 };
 
 template <typename Record>
-void describe(Record& record, KeptGateway& gateway) {
+void describe(Record& record, GatewayRecord& gateway) {
     record.choice("gateway", gateway.mode, {"answers", "silent"});
     record.number("answerDelayMs", gateway.answerDelayMs, 0);
 }
 
 template <typename Record>
-void describe(Record& record, KeptValue& value) {
+void describe(Record& record, ValueRecord& value) {
     record.bytes("bytes", value.bytes, kLongestValue);
 }
 
 template <typename Record>
-void describe(Record& record, KeptMessage& message) {
+void describe(Record& record, MessageRecord& message) {
     record.bytes("bytes", message.raw, sizeof(CmsMsgHeader) + kLongestPayload);
 }
 
-kept::Section valueSection() {
-    kept::Shelf<std::string, KeptValue> shelf;
-    shelf.keys = [] {
+persistence::Section valueSection() {
+    persistence::RecordAccess<std::string, ValueRecord> byKey;
+    byKey.keys = [] {
         const BusLock lock(busState().mutex);
         std::vector<std::string> keys;
         for (const auto& entry : busState().persistent) keys.push_back(entry.first);
         return keys;
     };
-    shelf.get = [](const std::string& key) -> std::optional<KeptValue> {
+    byKey.get = [](const std::string& key) -> std::optional<ValueRecord> {
         const BusLock lock(busState().mutex);
         const auto found = busState().persistent.find(key);
         if (found == busState().persistent.end()) return std::nullopt;
-        return KeptValue{found->second};
+        return ValueRecord{found->second};
     };
-    shelf.put = [](const std::string& key, KeptValue value) {
+    byKey.put = [](const std::string& key, ValueRecord value) {
         const BusLock lock(busState().mutex);
         busState().persistent[key] = std::move(value.bytes);
     };
-    shelf.remove = [](const std::string& key) {
+    byKey.remove = [](const std::string& key) {
         const BusLock lock(busState().mutex);
         busState().persistent.erase(key);
     };
-    return kept::section<std::string, KeptValue>(kept::kPersistent, shelf);
+    return persistence::section<std::string, ValueRecord>(persistence::kPersistent, byKey);
 }
 
-kept::Section gatewaySection() {
-    return kept::single<KeptGateway>(
-        kept::kGateway,
+persistence::Section gatewaySection() {
+    return persistence::single<GatewayRecord>(
+        persistence::kGateway,
         [] {
             const BusLock lock(busState().mutex);
-            return KeptGateway{busState().mode, busState().answerDelayMs};
+            return GatewayRecord{busState().mode, busState().answerDelayMs};
         },
-        [](KeptGateway gateway) {
+        [](GatewayRecord gateway) {
             const BusLock lock(busState().mutex);
             busState().mode = gateway.mode;
             busState().answerDelayMs = gateway.answerDelayMs;
@@ -308,33 +308,33 @@ kept::Section gatewaySection() {
 }
 
 // By their number in the run. Those of other processes come behind.
-kept::Section messageSection() {
-    kept::Shelf<std::uint64_t, KeptMessage> shelf;
-    shelf.keys = [] { return std::vector<std::uint64_t>(); };
-    shelf.get = [](std::uint64_t number) -> std::optional<KeptMessage> {
+persistence::Section messageSection() {
+    persistence::RecordAccess<std::uint64_t, MessageRecord> byKey;
+    byKey.keys = [] { return std::vector<std::uint64_t>(); };
+    byKey.get = [](std::uint64_t number) -> std::optional<MessageRecord> {
         const BusLock lock(busState().mutex);
         auto& sent = busState().sent;
         const std::uint64_t fromEnd = busState().sentSoFar - number;
         if (fromEnd >= sent.size()) return std::nullopt;
-        return KeptMessage{described(sent[sent.size() - 1 - static_cast<std::size_t>(fromEnd)]).raw};
+        return MessageRecord{described(sent[sent.size() - 1 - static_cast<std::size_t>(fromEnd)]).raw};
     };
-    shelf.put = [](std::uint64_t, const KeptMessage& kept) {
-        if (kept.raw.size() < sizeof(CmsMsgHeader)) return;
+    byKey.put = [](std::uint64_t, const MessageRecord& saved) {
+        if (saved.raw.size() < sizeof(CmsMsgHeader)) return;
         Message message;
-        std::memcpy(&message.header, kept.raw.data(), sizeof message.header);
-        message.payload.assign(kept.raw.begin() + sizeof message.header, kept.raw.end());
+        std::memcpy(&message.header, saved.raw.data(), sizeof message.header);
+        message.payload.assign(saved.raw.begin() + sizeof message.header, saved.raw.end());
         const BusLock lock(busState().mutex);
         keepSent(std::move(message));
     };
-    shelf.remove = [](std::uint64_t) {};
-    return kept::section<std::uint64_t, KeptMessage>(kept::kRunMessages, shelf);
+    byKey.remove = [](std::uint64_t) {};
+    return persistence::section<std::uint64_t, MessageRecord>(persistence::kRunMessages, byKey);
 }
 
 }  // namespace
 
 namespace bus {
 
-kept::Sections sections() {
+persistence::Sections sections() {
     return {valueSection(), gatewaySection(), messageSection()};
 }
 
@@ -404,7 +404,7 @@ void VirtualOnu::setGateway(GatewayMode mode, int answerDelayMs) {
         busState().mode = mode;
         busState().answerDelayMs = answerDelayMs;
     }
-    keep(kept::kGateway);
+    keep(persistence::kGateway);
 }
 
 std::vector<BusMessage> VirtualOnu::sentMessages() const {
@@ -436,7 +436,7 @@ void VirtualOnu::setPersistent(const std::string& key, const std::string& value)
         const BusLock lock(busState().mutex);
         busState().persistent[key].assign(value.begin(), value.end());
     }
-    keep(kept::kPersistent, key);
+    keep(persistence::kPersistent, key);
 }
 
 std::optional<std::string> VirtualOnu::persistent(const std::string& key) const {
@@ -534,7 +534,7 @@ int cmsPsp_set(const char* key, const void* buffer, unsigned int size) {
             const BusLock lock(busState().mutex);
             busState().persistent[key].assign(bytes, bytes + size);
         }
-        keep(kept::kPersistent, std::string(key));
+        keep(persistence::kPersistent, std::string(key));
         return 0;
     });
 }

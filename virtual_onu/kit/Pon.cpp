@@ -34,7 +34,7 @@ PonState& ponState() {
 Tcont& tcontAt(unsigned index) {
     auto& tcont = ponState().tconts[index];
     tcont.index = index;
-    kept::changed(kept::kTconts, index);
+    persistence::changed(persistence::kTconts, index);
     return tcont;
 }
 
@@ -91,7 +91,7 @@ int configureGemPort(GponCtlGemPortConfig& record) {
     } else if (findGemPortByIndex(*index) != nullptr) {
         return EBUSY;
     }
-    kept::changed(kept::kGemPorts, record.gemPortId);
+    persistence::changed(persistence::kGemPorts, record.gemPortId);
     ponState().gemPorts[record.gemPortId] = {*index,         record.gemPortId,
                                              record.allocId, record.downstreamOnly != 0,
                                              false,          std::vector<std::uint32_t>(kCounters)};
@@ -209,7 +209,7 @@ void VirtualOnu::addGemPort(unsigned portId, unsigned index, unsigned allocId) {
         throw std::invalid_argument("addGemPort: port id or index is taken");
     }
     deviceChanged();
-    kept::changed(kept::kGemPorts, portId);
+    persistence::changed(persistence::kGemPorts, portId);
     ponState().gemPorts[portId] = {
         index, portId, allocId, allocId == pon::kNoAllocId, false, std::vector<std::uint32_t>(kCounters)};
 }
@@ -219,7 +219,7 @@ void VirtualOnu::setGemCounter(unsigned portId, unsigned counter, std::uint32_t 
     GemPort* port = findGemPort(portId);
     if (port == nullptr || counter >= kCounters) throw std::invalid_argument("setGemCounter: no such port or counter");
     port->counters[counter] = value;
-    kept::changed(kept::kGemPorts, portId);
+    persistence::changed(persistence::kGemPorts, portId);
 }
 
 std::optional<unsigned> VirtualOnu::adminState() const {
@@ -250,7 +250,7 @@ int gponCtl_deconfigTcontAllocId(const GponCtlTcontAllocId* record) {
         const auto tcont = ponState().tconts.find(index);
         if (tcont == ponState().tconts.end() || tcont->second.allocId == pon::kNoAllocId) return ENOENT;
         tcont->second.allocId = pon::kNoAllocId;
-        kept::changed(kept::kTconts, index);
+        persistence::changed(persistence::kTconts, index);
         forgetIfUnused(index);
         return 0;
     });
@@ -270,7 +270,7 @@ int gponCtl_deconfigGemPort(const GponCtlGemPortDeconfig* record) {
     return gponCall("gponCtl_deconfigGemPort", arguments(record->gemIndex, record->gemPortId), [&] {
         const GemPort* port = changedGemPort(record->gemIndex, record->gemPortId);
         if (port == nullptr) return ENOENT;
-        kept::changed(kept::kGemPorts, port->portId);
+        persistence::changed(persistence::kGemPorts, port->portId);
         ponState().gemPorts.erase(port->portId);
         return 0;
     });
@@ -299,7 +299,7 @@ int gponCtl_enableGemPort(GponCtlGemPortEnable* record) {
         GemPort* port = changedGemPort(record->gemIndex, record->gemPortId);
         if (port == nullptr) return ENOENT;
         port->enabled = record->enable != 0;
-        kept::changed(kept::kGemPorts, port->portId);
+        persistence::changed(persistence::kGemPorts, port->portId);
         return 0;
     });
 }
@@ -319,7 +319,7 @@ int gponCtl_startAdminState(const GponCtlAdminState* record) {
     const unsigned state = record->state;
     return gponCall("gponCtl_startAdminState", arguments(state), [&] {
         ponState().adminState = state;
-        kept::changed(kept::kPonLink);
+        persistence::changed(persistence::kPonLink);
         return 0;
     });
 }
@@ -365,7 +365,7 @@ int tmctl_portTmInit(int deviceType, const TmctlIf* interface, unsigned int conf
 
 int tmctl_portTmUninit(int deviceType, const TmctlIf* interface) {
     return queueCall("tmctl_portTmUninit", deviceType, *interface, "", [](Tcont& tcont) {
-        kept::changed(kept::kTconts, tcont.index);
+        persistence::changed(persistence::kTconts, tcont.index);
         tcont.trafficManaged = false;
         tcont.queues.clear();
         forgetIfUnused(tcont.index);
@@ -389,7 +389,7 @@ int tmctl_setQueueCfg(int deviceType, const TmctlIf* interface, const TmctlQueue
         if (config->schedMode != TMCTL_SCHED_STRICT_PRIORITY && config->schedMode != TMCTL_SCHED_WEIGHTED_ROUND_ROBIN) {
             return EINVAL;
         }
-        kept::changed(kept::kTconts, tcont.index);
+        persistence::changed(persistence::kTconts, tcont.index);
         Queue wanted{config->queueId,   config->priority,    config->queueSize,   config->weight,
                      config->schedMode, config->shapingRate, config->shapingBurst};
         const auto queue = queueAt(tcont, wanted.id);
@@ -410,7 +410,7 @@ int tmctl_delQueueCfg(int deviceType, const TmctlIf* interface, int queueId) {
     return queueCall("tmctl_delQueueCfg", deviceType, *interface, ", " + arguments(queueId), [&](Tcont& tcont) {
         const auto queue = queueAt(tcont, static_cast<unsigned>(queueId));
         if (queue == tcont.queues.end()) return ENOENT;
-        kept::changed(kept::kTconts, tcont.index);
+        persistence::changed(persistence::kTconts, tcont.index);
         tcont.queues.erase(queue);
         return 0;
     });

@@ -38,7 +38,7 @@ VlanState& vlanState() {
 using vlan::installed;
 
 void changedDefault(const TableKey& key) {
-    kept::changed(kept::kDefaults, vlan::textOf(key));
+    persistence::changed(persistence::kDefaults, vlan::textOf(key));
 }
 
 std::string nameOf(const char* text) {
@@ -121,13 +121,13 @@ void deviceRemoved(const std::string& name) {
     auto table = state.tables.lower_bound({name, 0, 0});
     for (; table != state.tables.end() && table->first.device == name; table = state.tables.erase(table)) {
         for (const TagRule& rule : table->second.rules) {
-            kept::changed(kept::kRules, rule.id);
+            persistence::changed(persistence::kRules, rule.id);
             state.places.erase(rule.id);
         }
         if (table->second.defaultAction) changedDefault(table->first);
     }
-    if (!state.flows.empty()) kept::changed(kept::kFlows);
-    if (state.realDeviceModes.count(name) != 0) kept::changed(kept::kDeviceModes, name);
+    if (!state.flows.empty()) persistence::changed(persistence::kFlows);
+    if (state.realDeviceModes.count(name) != 0) persistence::changed(persistence::kDeviceModes, name);
     state.flows.erase(std::remove_if(state.flows.begin(), state.flows.end(),
                                      [&](const auto& flow) { return flow.first == name || flow.second == name; }),
                       state.flows.end());
@@ -204,7 +204,7 @@ std::optional<DefaultAction> VirtualOnu::defaultAction(const std::string& device
 void VirtualOnu::setOutOfRangeFilters(OutOfRangeFilters behaviour) {
     const DeviceLock lock(deviceMutex());
     installed().outOfRange = behaviour;
-    kept::changed(kept::kVlanKit);
+    persistence::changed(persistence::kVlanKit);
     deviceChanged();
 }
 
@@ -288,7 +288,7 @@ int vlanCtl_setRealDevMode(const char* realDev, int mode) {
         [&] {
             if (!network::exists(nameOf(realDev))) return ENODEV;
             installed().realDeviceModes[nameOf(realDev)] = mode;
-            kept::changed(kept::kDeviceModes, nameOf(realDev));
+            persistence::changed(persistence::kDeviceModes, nameOf(realDev));
             return 0;
         },
         nameOf(realDev));
@@ -322,7 +322,7 @@ int vlanCtl_createVlanFlows(const char* rxVlanDev, const char* txVlanDev) {
             auto& flows = installed().flows;
             if (std::find(flows.begin(), flows.end(), flow) != flows.end()) return 0;
             flows.push_back(flow);
-            kept::changed(kept::kFlows);
+            persistence::changed(persistence::kFlows);
             return 0;
         },
         nameOf(rxVlanDev));
@@ -372,8 +372,8 @@ int vlanCtl_insertTagRule(const char* realDev, unsigned int direction, unsigned 
             const TagRule rule{installed().nextRuleId++, state.pending};
             rules.insert(front ? rules.begin() : rules.end(), rule);
             installed().places[rule.id] = {key, front};
-            kept::changed(kept::kRules, rule.id);
-            kept::changed(kept::kVlanKit);
+            persistence::changed(persistence::kRules, rule.id);
+            persistence::changed(persistence::kVlanKit);
             *tagRuleId = rule.id;
             received = out(rule.id);
             return 0;
@@ -393,7 +393,7 @@ int vlanCtl_removeTagRule(const char* realDev, unsigned int direction, unsigned 
             if (rule == table->rules.end()) return ENOENT;
             table->rules.erase(rule);
             installed().places.erase(tagRuleId);
-            kept::changed(kept::kRules, tagRuleId);
+            persistence::changed(persistence::kRules, tagRuleId);
             return 0;
         },
         nameOf(realDev));

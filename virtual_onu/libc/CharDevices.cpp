@@ -59,55 +59,55 @@ State& state() {
     return theState;
 }
 
-// ---- as sections of a board that is kept ----
+// ---- as sections of a board file ----
 
 constexpr std::size_t kLongestRecord = 65536;
 
-struct KeptOptics {
+struct OpticsRecord {
     std::uint16_t receiveLevel = 0, transmitLevel = 0;
     std::vector<std::uint8_t> image;
 };
-struct KeptRequest {
+struct RequestRecord {
     std::vector<std::uint8_t> record;
 };
-struct KeptAnswer {
+struct AnswerRecord {
     StackAnswer answer;
 };
 
 template <typename Record>
-void describe(Record& record, KeptOptics& optics) {
+void describe(Record& record, OpticsRecord& optics) {
     record.number("rawReceiveLevel", optics.receiveLevel);
     record.number("rawTransmitLevel", optics.transmitLevel);
     record.bytes("i2cImage", optics.image, kLongestRecord);
 }
 
 template <typename Record>
-void describe(Record& record, KeptRequest& request) {
+void describe(Record& record, RequestRecord& request) {
     record.bytes("record", request.record, kLongestRecord);
 }
 
 template <typename Record>
-void describe(Record& record, KeptAnswer& kept) {
-    record.bytes("record", kept.answer.record, kLongestRecord);
-    record.number("error", kept.answer.error);
+void describe(Record& record, AnswerRecord& saved) {
+    record.bytes("record", saved.answer.record, kLongestRecord);
+    record.number("error", saved.answer.error);
 }
 
-template <typename Kept, typename Value, typename Make, typename Take>
-kept::Section stackSection(const char* name, std::map<unsigned, Value> State::*map, Make make, Take take) {
-    kept::Shelf<unsigned, Kept> shelf;
-    shelf.keys = [map] {
+template <typename Saved, typename Value, typename Make, typename Take>
+persistence::Section stackSection(const char* name, std::map<unsigned, Value> State::*map, Make make, Take take) {
+    persistence::RecordAccess<unsigned, Saved> byKey;
+    byKey.keys = [map] {
         std::vector<unsigned> numbers;
         for (const auto& entry : state().*map) numbers.push_back(entry.first);
         return numbers;
     };
-    shelf.get = [map, make](unsigned number) -> std::optional<Kept> {
+    byKey.get = [map, make](unsigned number) -> std::optional<Saved> {
         const auto found = (state().*map).find(number);
         if (found == (state().*map).end()) return std::nullopt;
         return make(found->second);
     };
-    shelf.put = [map, take](unsigned number, Kept kept) { (state().*map)[number] = take(std::move(kept)); };
-    shelf.remove = [map](unsigned number) { (state().*map).erase(number); };
-    return kept::section<unsigned, Kept>(name, shelf);
+    byKey.put = [map, take](unsigned number, Saved saved) { (state().*map)[number] = take(std::move(saved)); };
+    byKey.remove = [map](unsigned number) { (state().*map).erase(number); };
+    return persistence::section<unsigned, Saved>(name, byKey);
 }
 
 // Answers the request and adds what it wrote to the argument text of the trace.
@@ -133,7 +133,7 @@ int stackRequest(unsigned long request, void* argument) {
     const auto number = static_cast<unsigned>(request);
     const auto* bytes = static_cast<const std::uint8_t*>(argument);
     state().requests[number].assign(bytes, bytes + size->second);
-    kept::changed(kept::kStackRequests, number);
+    persistence::changed(persistence::kStackRequests, number);
     const auto answer = state().answers.find(number);
     if (answer == state().answers.end()) return 0;
     if (answer->second.error != 0) return answer->second.error;
@@ -182,24 +182,25 @@ void reset() {
     deviceChanged();
 }
 
-kept::Sections sections() {
-    return {kept::single<KeptOptics>(
-                kept::kOptics,
-                [] {
-                    return KeptOptics{state().receiveLevel, state().transmitLevel, state().i2cImage};
-                },
-                [](KeptOptics optics) {
-                    state().receiveLevel = optics.receiveLevel;
-                    state().transmitLevel = optics.transmitLevel;
-                    state().i2cImage = std::move(optics.image);
-                }),
-            stackSection<KeptRequest>(
-                kept::kStackRequests, &State::requests,
-                [](const std::vector<std::uint8_t>& record) { return KeptRequest{record}; },
-                [](KeptRequest kept) { return std::move(kept.record); }),
-            stackSection<KeptAnswer>(
-                kept::kStackAnswers, &State::answers, [](const StackAnswer& answer) { return KeptAnswer{answer}; },
-                [](KeptAnswer kept) { return std::move(kept.answer); })};
+persistence::Sections sections() {
+    return {
+        persistence::single<OpticsRecord>(
+            persistence::kOptics,
+            [] {
+                return OpticsRecord{state().receiveLevel, state().transmitLevel, state().i2cImage};
+            },
+            [](OpticsRecord optics) {
+                state().receiveLevel = optics.receiveLevel;
+                state().transmitLevel = optics.transmitLevel;
+                state().i2cImage = std::move(optics.image);
+            }),
+        stackSection<RequestRecord>(
+            persistence::kStackRequests, &State::requests,
+            [](const std::vector<std::uint8_t>& record) { return RequestRecord{record}; },
+            [](RequestRecord saved) { return std::move(saved.record); }),
+        stackSection<AnswerRecord>(
+            persistence::kStackAnswers, &State::answers, [](const StackAnswer& answer) { return AnswerRecord{answer}; },
+            [](AnswerRecord saved) { return std::move(saved.answer); })};
 }
 
 nlohmann::json toJson() {
@@ -230,20 +231,20 @@ void VirtualOnu::setOptics(std::uint16_t rawReceive, std::uint16_t rawTransmit) 
     const DeviceLock lock(deviceMutex());
     chardev::state().receiveLevel = rawReceive;
     chardev::state().transmitLevel = rawTransmit;
-    kept::changed(kept::kOptics);
+    persistence::changed(persistence::kOptics);
     deviceChanged();
 }
 
 void VirtualOnu::setI2cImage(const std::vector<std::uint8_t>& image) {
     const DeviceLock lock(deviceMutex());
     chardev::state().i2cImage = image;
-    kept::changed(kept::kOptics);
+    persistence::changed(persistence::kOptics);
 }
 
 void VirtualOnu::setStackAnswer(unsigned request, StackAnswer answer) {
     const DeviceLock lock(deviceMutex());
     chardev::state().answers[request] = std::move(answer);
-    kept::changed(kept::kStackAnswers, request);
+    persistence::changed(persistence::kStackAnswers, request);
 }
 
 std::vector<std::uint8_t> VirtualOnu::stackRequest(unsigned request) const {

@@ -19,7 +19,7 @@ int ioctl(descriptors::Kind kind, unsigned long request, void* argument);
 
 void reset();
 nlohmann::json toJson();
-kept::Sections sections();
+persistence::Sections sections();
 
 }  // namespace virtual_onu::chardev
 

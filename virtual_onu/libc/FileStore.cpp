@@ -138,7 +138,7 @@ Content plainFile(const std::string& path) {
 }
 
 void plainFileChanged(const std::string& path) {
-    kept::changed(kept::kFiles, path);
+    persistence::changed(persistence::kFiles, path);
 }
 
 Content makePlainFile(const std::string& path) {
@@ -208,20 +208,20 @@ std::optional<std::string> load(const std::string& path) {
 
 namespace {
 
-struct KeptFile {
+struct FileRecord {
     std::string content;
 };
-struct KeptPaths {
+struct PathsRecord {
     std::vector<std::string> added, removed, denied;
 };
 
 template <typename Record>
-void describe(Record& record, KeptFile& file) {
+void describe(Record& record, FileRecord& file) {
     record.text("content", file.content);
 }
 
 template <typename Record>
-void describe(Record& record, KeptPaths& paths) {
+void describe(Record& record, PathsRecord& paths) {
     record.texts("added", paths.added);
     record.texts("removed", paths.removed);
     record.texts("denied", paths.denied);
@@ -234,39 +234,39 @@ std::vector<std::string> namesIn(const std::map<std::string, Value>& files) {
     return names;
 }
 
-kept::Section contentSection() {
-    kept::Shelf<std::string, KeptFile> shelf;
-    shelf.keys = [] { return namesIn(state().plain); };
-    shelf.get = [](const std::string& path) -> std::optional<KeptFile> {
+persistence::Section contentSection() {
+    persistence::RecordAccess<std::string, FileRecord> byKey;
+    byKey.keys = [] { return namesIn(state().plain); };
+    byKey.get = [](const std::string& path) -> std::optional<FileRecord> {
         const auto found = state().plain.find(path);
         if (found == state().plain.end()) return std::nullopt;
-        return KeptFile{*found->second};
+        return FileRecord{*found->second};
     };
     // In place: open descriptors share the content.
-    shelf.put = [](const std::string& path, KeptFile file) {
+    byKey.put = [](const std::string& path, FileRecord file) {
         Content& content = state().plain[path];
         if (content == nullptr) content = std::make_shared<std::string>();
         *content = std::move(file.content);
     };
-    shelf.remove = [](const std::string& path) { state().plain.erase(path); };
-    return kept::section<std::string, KeptFile>(kept::kFiles, shelf);
+    byKey.remove = [](const std::string& path) { state().plain.erase(path); };
+    return persistence::section<std::string, FileRecord>(persistence::kFiles, byKey);
 }
 
-kept::Section replacedSection() {
-    kept::Shelf<std::string, KeptFile> shelf;
-    shelf.keys = [] { return namesIn(state().replaced); };
-    shelf.get = [](const std::string& path) -> std::optional<KeptFile> {
+persistence::Section replacedSection() {
+    persistence::RecordAccess<std::string, FileRecord> byKey;
+    byKey.keys = [] { return namesIn(state().replaced); };
+    byKey.get = [](const std::string& path) -> std::optional<FileRecord> {
         const auto found = state().replaced.find(path);
         if (found == state().replaced.end()) return std::nullopt;
-        return KeptFile{found->second};
+        return FileRecord{found->second};
     };
-    shelf.put = [](const std::string& path, KeptFile file) { state().replaced[path] = std::move(file.content); };
-    shelf.remove = [](const std::string& path) { state().replaced.erase(path); };
-    return kept::section<std::string, KeptFile>(kept::kReplaced, shelf);
+    byKey.put = [](const std::string& path, FileRecord file) { state().replaced[path] = std::move(file.content); };
+    byKey.remove = [](const std::string& path) { state().replaced.erase(path); };
+    return persistence::section<std::string, FileRecord>(persistence::kReplaced, byKey);
 }
 
-KeptPaths pathsNow() {
-    KeptPaths paths;
+PathsRecord pathsNow() {
+    PathsRecord paths;
     const std::set<std::string> more = addedPaths();
     paths.added.assign(more.begin(), more.end());
     paths.removed.assign(state().removed.begin(), state().removed.end());
@@ -274,7 +274,7 @@ KeptPaths pathsNow() {
     return paths;
 }
 
-void putPaths(const KeptPaths& paths) {
+void putPaths(const PathsRecord& paths) {
     setAddedPaths({paths.added.begin(), paths.added.end()});
     state().removed = {paths.removed.begin(), paths.removed.end()};
     state().denied = {paths.denied.begin(), paths.denied.end()};
@@ -282,10 +282,11 @@ void putPaths(const KeptPaths& paths) {
 
 }  // namespace
 
-kept::Sections sections() {
-    kept::Sections all = {contentSection(), replacedSection(),
-                          kept::single<KeptPaths>(kept::kPaths, pathsNow, putPaths), descriptors::section()};
-    for (kept::Section& section : chardev::sections()) all.push_back(std::move(section));
+persistence::Sections sections() {
+    persistence::Sections all = {contentSection(), replacedSection(),
+                                 persistence::single<PathsRecord>(persistence::kPaths, pathsNow, putPaths),
+                                 descriptors::section()};
+    for (persistence::Section& section : chardev::sections()) all.push_back(std::move(section));
     return all;
 }
 
@@ -341,10 +342,10 @@ void VirtualOnu::writeFile(const std::string& devicePath, const std::string& con
     const DeviceLock lock(deviceMutex());
     const std::string path = files::normal(devicePath.c_str());
     files::state().removed.erase(path);
-    kept::changed(kept::kPaths);
+    persistence::changed(persistence::kPaths);
     if (files::isKernelFile(path)) {
         files::state().replaced.erase(path);
-        kept::changed(kept::kReplaced, path);
+        persistence::changed(persistence::kReplaced, path);
         if (changeModel(path, content) || (sysfs::writable(path) && sysfs::write(path, content) == 0)) return;
         files::state().replaced[path] = content;
         return;
@@ -363,7 +364,7 @@ void VirtualOnu::removeFile(const std::string& devicePath) {
     const std::string path = files::normal(devicePath.c_str());
     if (files::isKernelFile(path) || files::isCharacterDevice(path)) {
         files::state().removed.insert(path);
-        kept::changed(kept::kPaths);
+        persistence::changed(persistence::kPaths);
     } else {
         files::removePlainFile(path);
     }
@@ -372,7 +373,7 @@ void VirtualOnu::removeFile(const std::string& devicePath) {
 void VirtualOnu::denyFile(const std::string& devicePath, bool denied) {
     const DeviceLock lock(deviceMutex());
     const std::string path = files::normal(devicePath.c_str());
-    kept::changed(kept::kPaths);
+    persistence::changed(persistence::kPaths);
     if (denied) {
         files::state().denied.insert(path);
     } else {

@@ -43,7 +43,7 @@ State& state() {
     return theState;
 }
 
-// ---- as sections of a board that is kept ----
+// ---- as sections of a board file ----
 
 struct IngressQueue {
     bool enabled = true;
@@ -79,22 +79,22 @@ void describe(Record& record, Remarks& all) {
     record.texts("remarks", all.remarks);
 }
 
-kept::Section objectSection(const char* name, std::vector<Object> State::*list) {
+persistence::Section objectSection(const char* name, std::vector<Object> State::*list) {
     const auto placeOf = [list](const std::string& key) {
         auto& objects = state().*list;
         return std::find_if(objects.begin(), objects.end(), [&](const Object& one) { return one.name == key; });
     };
-    kept::Shelf<std::string, Object> shelf;
-    shelf.keys = [list] {
+    persistence::RecordAccess<std::string, Object> byKey;
+    byKey.keys = [list] {
         std::vector<std::string> names;
         for (const Object& object : state().*list) names.push_back(object.name);
         return names;
     };
-    shelf.get = [list, placeOf](const std::string& key) {
+    byKey.get = [list, placeOf](const std::string& key) {
         const auto found = placeOf(key);
         return found == (state().*list).end() ? std::nullopt : std::optional<Object>(*found);
     };
-    shelf.put = [list, placeOf](const std::string& key, Object object) {
+    byKey.put = [list, placeOf](const std::string& key, Object object) {
         auto& objects = state().*list;
         const auto found = placeOf(key);
         if (found != objects.end()) objects.erase(found);
@@ -104,16 +104,16 @@ kept::Section objectSection(const char* name, std::vector<Object> State::*list) 
             std::find_if(objects.begin(), objects.end(), [&](const Object& one) { return one.order > object.order; });
         objects.insert(after, std::move(object));
     };
-    shelf.remove = [list, placeOf](const std::string& key) {
+    byKey.remove = [list, placeOf](const std::string& key) {
         const auto found = placeOf(key);
         if (found != (state().*list).end()) (state().*list).erase(found);
     };
-    return kept::section<std::string, Object>(name, shelf);
+    return persistence::section<std::string, Object>(name, byKey);
 }
 
 void remark(const std::string& text) {
     if (state().remarks.size() < kRemarksKept) state().remarks.push_back(text);
-    kept::changed(kept::kRunRemarks);
+    persistence::changed(persistence::kRunRemarks);
 }
 
 std::string joined(const Words& words, std::size_t first) {
@@ -163,7 +163,7 @@ Object* find(std::vector<Object>& objects, const std::string& name) {
 
 void changed(const Object& object) {
     const bool builtIn = find(state().objects, object.name) == nullptr && find(state().built, object.name) != nullptr;
-    kept::changed(builtIn ? kept::kBuiltIn : kept::kRunnerObjects, object.name);
+    persistence::changed(builtIn ? persistence::kBuiltIn : persistence::kRunnerObjects, object.name);
 }
 
 // The object that a command names; built-in ones appear with their first setting. Null with a remark when it is absent.
@@ -365,7 +365,7 @@ bool runBs(const Words& words) {
 bool runIq(const Words& words) {
     if (words.empty()) return false;
     const DeviceLock lock(deviceMutex());
-    kept::changed(kept::kIngressQueue);
+    persistence::changed(persistence::kIngressQueue);
     const std::string& verb = words[0];
     const bool named = words.size() > 1;
     if (verb == "enable" || verb == "disable") {
@@ -388,10 +388,11 @@ void reset() {
     deviceChanged();
 }
 
-kept::Sections sections() {
-    return {objectSection(kept::kRunnerObjects, &State::objects), objectSection(kept::kBuiltIn, &State::built),
-            kept::single<IngressQueue>(
-                kept::kIngressQueue,
+persistence::Sections sections() {
+    return {objectSection(persistence::kRunnerObjects, &State::objects),
+            objectSection(persistence::kBuiltIn, &State::built),
+            persistence::single<IngressQueue>(
+                persistence::kIngressQueue,
                 [] {
                     return IngressQueue{state().ingressQueueOn, state().keys};
                 },
@@ -399,8 +400,8 @@ kept::Sections sections() {
                     state().ingressQueueOn = queue.enabled;
                     state().keys = std::move(queue.keys);
                 }),
-            kept::single<Remarks>(
-                kept::kRunRemarks, [] { return Remarks{state().remarks}; },
+            persistence::single<Remarks>(
+                persistence::kRunRemarks, [] { return Remarks{state().remarks}; },
                 [](Remarks all) { state().remarks = std::move(all.remarks); })};
 }
 

@@ -41,7 +41,7 @@ State& state() {
     return theState;
 }
 
-// ---- as sections of a board that is kept ----
+// ---- as sections of a board file ----
 
 struct Process {
     std::string command;
@@ -49,7 +49,7 @@ struct Process {
 struct Next {
     int process = kFirstPid;
 };
-struct KeptCommand {
+struct CommandRecord {
     ShellCommand command;
 };
 struct Killed {
@@ -72,39 +72,39 @@ void describe(Record& record, Killed& killed) {
 }
 
 template <typename Record>
-void describe(Record& record, KeptCommand& kept) {
-    record.text("text", kept.command.text);
-    record.flag("understood", kept.command.understood);
+void describe(Record& record, CommandRecord& saved) {
+    record.text("text", saved.command.text);
+    record.flag("understood", saved.command.understood);
 }
 
-kept::Section processSection() {
-    kept::Shelf<int, Process> shelf;
-    shelf.keys = [] {
+persistence::Section processSection() {
+    persistence::RecordAccess<int, Process> byKey;
+    byKey.keys = [] {
         std::vector<int> numbers;
         for (const auto& entry : state().processes) numbers.push_back(entry.first);
         return numbers;
     };
-    shelf.get = [](int number) -> std::optional<Process> {
+    byKey.get = [](int number) -> std::optional<Process> {
         const auto found = state().processes.find(number);
         if (found == state().processes.end()) return std::nullopt;
         return Process{found->second};
     };
-    shelf.put = [](int number, const Process& process) { state().processes[number] = process.command; };
-    shelf.remove = [](int number) { state().processes.erase(number); };
-    return kept::section<int, Process>(kept::kProcesses, shelf);
+    byKey.put = [](int number, const Process& process) { state().processes[number] = process.command; };
+    byKey.remove = [](int number) { state().processes.erase(number); };
+    return persistence::section<int, Process>(persistence::kProcesses, byKey);
 }
 
 // By their number in the run. Those of other processes come behind.
-kept::Section commandSection() {
-    kept::Shelf<std::uint64_t, KeptCommand> shelf;
-    shelf.keys = [] { return std::vector<std::uint64_t>(); };
-    shelf.get = [](std::uint64_t number) -> std::optional<KeptCommand> {
+persistence::Section commandSection() {
+    persistence::RecordAccess<std::uint64_t, CommandRecord> byKey;
+    byKey.keys = [] { return std::vector<std::uint64_t>(); };
+    byKey.get = [](std::uint64_t number) -> std::optional<CommandRecord> {
         if (number >= state().commands.size()) return std::nullopt;
-        return KeptCommand{state().commands[static_cast<std::size_t>(number)]};
+        return CommandRecord{state().commands[static_cast<std::size_t>(number)]};
     };
-    shelf.put = [](std::uint64_t, KeptCommand kept) { state().commands.push_back(std::move(kept.command)); };
-    shelf.remove = [](std::uint64_t) {};
-    return kept::section<std::uint64_t, KeptCommand>(kept::kRunCommands, shelf);
+    byKey.put = [](std::uint64_t, CommandRecord saved) { state().commands.push_back(std::move(saved.command)); };
+    byKey.remove = [](std::uint64_t) {};
+    return persistence::section<std::uint64_t, CommandRecord>(persistence::kRunCommands, byKey);
 }
 
 std::string joined(const std::vector<std::string>& words) {
@@ -184,8 +184,8 @@ bool kill(Call& call) {
         const long pid = std::strtol(word.c_str(), &end, 10);
         if (*end == '\0' && state().processes.erase(static_cast<int>(pid)) != 0) {
             state().killed.push_back(static_cast<int>(pid));
-            kept::changed(kept::kProcesses, pid);
-            kept::changed(kept::kRunKilled);
+            persistence::changed(persistence::kProcesses, pid);
+            persistence::changed(persistence::kRunKilled);
         } else {
             call.status = 1;
         }
@@ -203,8 +203,8 @@ bool dhcpc(Call& call) {
     }
     const DeviceLock lock(deviceMutex());
     while (state().processes.count(state().nextPid) != 0) ++state().nextPid;
-    kept::changed(kept::kProcesses, state().nextPid);
-    kept::changed(kept::kNextProcess);
+    persistence::changed(persistence::kProcesses, state().nextPid);
+    persistence::changed(persistence::kNextProcess);
     state().processes[state().nextPid++] = joined(call.words);
     return true;
 }
@@ -298,7 +298,7 @@ Outcome runText(const std::string& text) {
 void keep(const std::string& text, bool understood) {
     const DeviceLock lock(deviceMutex());
     if (state().commands.size() >= kCommandsKept) return;
-    kept::changed(kept::kRunCommands, state().commands.size());
+    persistence::changed(persistence::kRunCommands, state().commands.size());
     state().commands.push_back({text, understood});
 }
 
@@ -382,13 +382,13 @@ void reset() {
     state().pipes = std::move(pipes);
 }
 
-kept::Sections sections() {
+persistence::Sections sections() {
     return {processSection(),
-            kept::single<Next>(
-                kept::kNextProcess, [] { return Next{state().nextPid}; },
+            persistence::single<Next>(
+                persistence::kNextProcess, [] { return Next{state().nextPid}; },
                 [](Next next) { state().nextPid = next.process; }),
-            kept::single<Killed>(
-                kept::kRunKilled, [] { return Killed{state().killed}; },
+            persistence::single<Killed>(
+                persistence::kRunKilled, [] { return Killed{state().killed}; },
                 [](Killed killed) { state().killed = std::move(killed.processes); }),
             commandSection()};
 }
@@ -421,7 +421,7 @@ std::vector<int> VirtualOnu::killedProcesses() const {
 void VirtualOnu::addProcess(int pid, const std::string& commandLine) {
     const DeviceLock lock(deviceMutex());
     shell::state().processes[pid] = commandLine;
-    kept::changed(kept::kProcesses, pid);
+    persistence::changed(persistence::kProcesses, pid);
 }
 
 std::vector<std::pair<int, std::string>> VirtualOnu::processes() const {

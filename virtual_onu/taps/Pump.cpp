@@ -152,7 +152,7 @@ void Pump::carry(std::size_t place, std::size_t frames) {
         const DeviceLock lock(deviceMutex());
         for (std::size_t i = 0; i < frames; ++i) carryOne(place, i);
         network::framesCounted();
-        kept::changed(kept::kClock);  // addresses that bridges have learned have its time
+        persistence::changed(persistence::kClock);  // addresses that bridges have learned have its time
     }
     for (const Copy& copy : copies_) deliver(copy);
     passed_ += frames;

@@ -39,7 +39,7 @@ void traced(const TraceEntry& entry) {
 // A program on another board than the one that was asked for would be worse than none.
 void openBoard() {
     if (settings().boardFile.empty()) return;
-    kept::onTrouble(say);
+    persistence::onTrouble(say);
     try {
         VirtualOnu::instance().openBoard(settings().boardFile, VirtualOnu::BoardUse::Shared);
     } catch (const std::exception& problem) {

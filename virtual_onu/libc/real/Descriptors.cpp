@@ -72,7 +72,7 @@ int adopt(int fd, Kind kind, const std::string& path) {
     }
     const DeviceLock lock(deviceMutex());
     if (owner.load(std::memory_order_relaxed) == 0) becomeOwner();  // before any start-up code has run
-    kept::changed(kept::kRunDescriptors, getpid());
+    persistence::changed(persistence::kRunDescriptors, getpid());
     paths()[fd] = path;
     slots[fd].device.store(found.device, std::memory_order_relaxed);
     slots[fd].inode.store(found.inode, std::memory_order_relaxed);
@@ -89,7 +89,7 @@ std::string pathOf(int fd) {
 void forget(int fd) {
     if (fd < 0 || fd >= kLimit) return;
     const DeviceLock lock(deviceMutex());
-    kept::changed(kept::kRunDescriptors, getpid());
+    persistence::changed(persistence::kRunDescriptors, getpid());
     paths().erase(fd);
     slots[fd].kind.store(Kind::NotOurs, std::memory_order_release);
 }
@@ -140,13 +140,13 @@ int openCount() {
     return count;
 }
 
-kept::Section section() {
-    kept::Shelf<pid_t, Count> shelf;
-    shelf.keys = [] { return std::vector<pid_t>(); };
-    shelf.get = [](pid_t) { return std::optional<Count>(Count{ownCount()}); };
-    shelf.put = [](pid_t process, Count count) { others()[process] = count.open; };
-    shelf.remove = [](pid_t process) { others().erase(process); };
-    return kept::section<pid_t, Count>(kept::kRunDescriptors, shelf);
+persistence::Section section() {
+    persistence::RecordAccess<pid_t, Count> byKey;
+    byKey.keys = [] { return std::vector<pid_t>(); };
+    byKey.get = [](pid_t) { return std::optional<Count>(Count{ownCount()}); };
+    byKey.put = [](pid_t process, Count count) { others()[process] = count.open; };
+    byKey.remove = [](pid_t process) { others().erase(process); };
+    return persistence::section<pid_t, Count>(persistence::kRunDescriptors, byKey);
 }
 
 }  // namespace virtual_onu::descriptors

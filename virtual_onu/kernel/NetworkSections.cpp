@@ -1,4 +1,4 @@
-// Network devices, bridges and policy routing as sections of a board that is kept.
+// Network devices, bridges and policy routing as sections of a board file.
 #include <algorithm>
 #include <map>
 #include <optional>
@@ -17,7 +17,7 @@ namespace network {
 
 namespace {
 
-struct KeptCounters {
+struct CountersRecord {
     std::map<std::string, std::uint64_t> statistics;  // without zeros
     std::vector<std::uint64_t> split;
 };
@@ -53,7 +53,7 @@ void describe(Record& record, IpRoute& route) {
 namespace {
 
 template <typename Record>
-void describe(Record& record, KeptCounters& counters) {
+void describe(Record& record, CountersRecord& counters) {
     record.numbersByName("statistics", counters.statistics);
     record.numbers("split", counters.split, std::tuple_size<DeviceCounters::Split>::value);
 }
@@ -72,14 +72,14 @@ std::vector<int> indexesOf(const Register<Thing>& things) {
     return indexes;
 }
 
-kept::Section deviceSection() {
-    kept::Shelf<int, Device> shelf;
-    shelf.keys = [] { return indexesOf(state().devices); };
-    shelf.get = [](int index) {
+persistence::Section deviceSection() {
+    persistence::RecordAccess<int, Device> byKey;
+    byKey.keys = [] { return indexesOf(state().devices); };
+    byKey.get = [](int index) {
         const Device* found = state().devices.find(index);
         return found == nullptr ? std::nullopt : std::optional<Device>(*found);
     };
-    shelf.put = [](int index, Device device) {
+    byKey.put = [](int index, Device device) {
         device.shown.index = index;
         if (Device* found = state().devices.find(index)) {
             device.counters = found->counters;
@@ -87,34 +87,34 @@ kept::Section deviceSection() {
         }
         state().devices.add(index, std::string(device.shown.name), device);
     };
-    shelf.remove = [](int index) {
+    byKey.remove = [](int index) {
         const Device* found = state().devices.find(index);
         if (found != nullptr) state().devices.remove(index, std::string(found->shown.name));
     };
-    return kept::section<int, Device>(kept::kDevices, shelf);
+    return persistence::section<int, Device>(persistence::kDevices, byKey);
 }
 
-KeptCounters keptOf(const DeviceCounters& counters) {
-    KeptCounters all;
+CountersRecord recordOf(const DeviceCounters& counters) {
+    CountersRecord all;
     for (const auto& [name, count] : counters.byName())
         if (count != 0) all.statistics[name] = count;
     all.split.assign(counters.split().begin(), counters.split().end());
     return all;
 }
 
-kept::Section counterSection() {
-    kept::Shelf<int, KeptCounters> shelf;
-    shelf.keys = [] {
+persistence::Section counterSection() {
+    persistence::RecordAccess<int, CountersRecord> byKey;
+    byKey.keys = [] {
         std::vector<int> indexes;
         for (auto& [index, device] : state().devices.all())
-            if (!keptOf(device.counters).statistics.empty() || device.counters.anySplit()) indexes.push_back(index);
+            if (!recordOf(device.counters).statistics.empty() || device.counters.anySplit()) indexes.push_back(index);
         return indexes;
     };
-    shelf.get = [](int index) {
+    byKey.get = [](int index) {
         const Device* found = state().devices.find(index);
-        return found == nullptr ? std::nullopt : std::optional<KeptCounters>(keptOf(found->counters));
+        return found == nullptr ? std::nullopt : std::optional<CountersRecord>(recordOf(found->counters));
     };
-    shelf.put = [](int index, const KeptCounters& counters) {
+    byKey.put = [](int index, const CountersRecord& counters) {
         Device* found = state().devices.find(index);
         if (found == nullptr) return;
         found->counters = DeviceCounters{};
@@ -123,46 +123,46 @@ kept::Section counterSection() {
         std::copy(counters.split.begin(), counters.split.end(), split.begin());
         found->counters.setSplit(split);
     };
-    shelf.remove = [](int index) {
+    byKey.remove = [](int index) {
         if (Device* found = state().devices.find(index)) found->counters = DeviceCounters{};
     };
-    return kept::section<int, KeptCounters>(kept::kCounters, shelf);
+    return persistence::section<int, CountersRecord>(persistence::kCounters, byKey);
 }
 
-kept::Section bridgeSection() {
-    kept::Shelf<int, Bridge> shelf;
-    shelf.keys = [] { return indexesOf(state().bridges); };
-    shelf.get = [](int index) {
+persistence::Section bridgeSection() {
+    persistence::RecordAccess<int, Bridge> byKey;
+    byKey.keys = [] { return indexesOf(state().bridges); };
+    byKey.get = [](int index) {
         const Bridge* found = state().bridges.find(index);
         return found == nullptr ? std::nullopt : std::optional<Bridge>(*found);
     };
-    shelf.put = [](int index, const Bridge& bridge) {
+    byKey.put = [](int index, const Bridge& bridge) {
         const Bridge* found = state().bridges.find(index);
         if (found != nullptr) state().bridges.remove(index, std::string(found->name));
         state().bridges.add(index, std::string(bridge.name), bridge);
     };
-    shelf.remove = [](int index) {
+    byKey.remove = [](int index) {
         const Bridge* found = state().bridges.find(index);
         if (found != nullptr) state().bridges.remove(index, std::string(found->name));
     };
-    return kept::section<int, Bridge>(kept::kBridges, shelf);
+    return persistence::section<int, Bridge>(persistence::kBridges, byKey);
 }
 
 }  // namespace
 
 void framesCounted() {
-    if (!kept::isOpen()) return;
+    if (!persistence::isOpen()) return;
     for (auto& [index, device] : state().devices.all())
-        if (device.counters.takeHasCounted()) kept::changed(kept::kCounters, index);
+        if (device.counters.takeHasCounted()) persistence::changed(persistence::kCounters, index);
 }
 
-kept::Sections sections() {
+persistence::Sections sections() {
     // In this order: counters have their place in the device.
     return {deviceSection(), counterSection(), bridgeSection(),
-            kept::mapSection<std::string, Refusal>(
-                kept::kRefusals, +[]() -> std::map<std::string, Refusal>& { return state().refusals; }),
-            kept::single<Routing>(
-                kept::kRouting,
+            persistence::mapSection<std::string, Refusal>(
+                persistence::kRefusals, +[]() -> std::map<std::string, Refusal>& { return state().refusals; }),
+            persistence::single<Routing>(
+                persistence::kRouting,
                 [] {
                     return Routing{state().nextIndex, state().ipRules, state().ipRoutes};
                 },

@@ -1,4 +1,4 @@
-#include "keeping/BoardFile.h"
+#include "persistence/BoardFile.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -13,7 +13,7 @@
 #include "libc/real/OwnDescriptor.h"
 #include "libc/real/RealLibc.h"
 
-namespace virtual_onu::kept {
+namespace virtual_onu::persistence {
 
 namespace {
 
@@ -105,7 +105,7 @@ bool BoardFile::cut(std::uint64_t place) {
     return fd >= 0 && ftruncate(fd, static_cast<off_t>(place)) == 0;
 }
 
-void BoardFile::writeAnew(const std::string& text) {
+void BoardFile::rewrite(const std::string& text) {
     const std::string beside = path_ + ".new";
     struct stat before {};
     const bool replaces = real::stat(path_.c_str(), &before) == 0;
@@ -123,4 +123,4 @@ void BoardFile::writeAnew(const std::string& text) {
     fail(path_);
 }
 
-}  // namespace virtual_onu::kept
+}  // namespace virtual_onu::persistence

@@ -1,4 +1,4 @@
-// What bridges remember from frames as sections of a board that is kept.
+// What bridges remember from frames as sections of a board file.
 #include <optional>
 #include <string>
 #include <utility>
@@ -15,18 +15,18 @@ namespace virtual_onu::datapath {
 
 namespace {
 
-struct KeptAddress {
+struct AddressRecord {
     BridgeMemory::Learned learned;
 };
 
 // A MAC address as text on the way.
-struct KeptGroup {
+struct GroupRecord {
     std::string group;
     Snooping::Ports members;
 };
-struct KeptSnooping {
+struct SnoopingRecord {
     std::vector<Snooping::Query> queriers;
-    std::vector<KeptGroup> groups;
+    std::vector<GroupRecord> groups;
     Snooping::Ports routers;
 };
 
@@ -41,19 +41,19 @@ void describe(Record& record, Snooping::Query& query) {
 namespace {
 
 template <typename Record>
-void describe(Record& record, KeptAddress& address) {
+void describe(Record& record, AddressRecord& address) {
     record.number("port", address.learned.port, 1);
     record.number("seenMs", address.learned.seenMs);
 }
 
 template <typename Record>
-void describe(Record& record, KeptGroup& group) {
+void describe(Record& record, GroupRecord& group) {
     record.text("group", group.group, network::isMac, "a MAC address");
     record.numbersByName("members", group.members);
 }
 
 template <typename Record>
-void describe(Record& record, KeptSnooping& snooping) {
+void describe(Record& record, SnoopingRecord& snooping) {
     record.list("queriers", snooping.queriers, 2);
     record.list("groups", snooping.groups);
     record.numbersByName("routers", snooping.routers);
@@ -63,70 +63,70 @@ void describe(Record& record, KeptSnooping& snooping) {
 std::pair<int, Mac> placeOf(const std::string& key) {
     const std::size_t space = key.find(' ');
     const std::string mac = space == std::string::npos ? "" : key.substr(space + 1);
-    if (!network::isMac(mac)) throw kept::BadBoard("the key must be a bridge's index and a MAC address");
-    return {kept::keyFrom<int>(key.substr(0, space)), macOf(mac)};
+    if (!network::isMac(mac)) throw persistence::BadBoard("the key must be a bridge's index and a MAC address");
+    return {persistence::keyFrom<int>(key.substr(0, space)), macOf(mac)};
 }
 
-kept::Section addressSection() {
-    kept::Shelf<std::string, KeptAddress> shelf;
-    shelf.keys = [] {
+persistence::Section addressSection() {
+    persistence::RecordAccess<std::string, AddressRecord> byKey;
+    byKey.keys = [] {
         std::vector<std::string> keys;
         for (const auto& one : deviceMemory().addresses())
             keys.push_back(std::to_string(one.bridge) + " " + textOf(one.mac));
         return keys;
     };
-    shelf.get = [](const std::string& key) -> std::optional<KeptAddress> {
+    byKey.get = [](const std::string& key) -> std::optional<AddressRecord> {
         const auto [bridge, mac] = placeOf(key);
         const auto found = deviceMemory().find(bridge, mac);
         if (!found) return std::nullopt;
-        return KeptAddress{*found};
+        return AddressRecord{*found};
     };
-    shelf.put = [](const std::string& key, KeptAddress address) {
+    byKey.put = [](const std::string& key, AddressRecord address) {
         const auto [bridge, mac] = placeOf(key);
         deviceMemory().put({bridge, mac, address.learned});
     };
-    shelf.remove = [](const std::string& key) {
+    byKey.remove = [](const std::string& key) {
         const auto [bridge, mac] = placeOf(key);
         deviceMemory().remove(bridge, mac);
     };
-    kept::Section made = kept::section<std::string, KeptAddress>(kept::kLearned, shelf);
-    made.read = [read = made.read](const std::string& key, const kept::Json& value) {
+    persistence::Section made = persistence::section<std::string, AddressRecord>(persistence::kLearned, byKey);
+    made.read = [read = made.read](const std::string& key, const persistence::Json& value) {
         placeOf(key);
         return read(key, value);
     };
     return made;
 }
 
-KeptSnooping keptOf(const Snooping::Memory& memory) {
-    KeptSnooping all{memory.queriers, {}, memory.routers};
+SnoopingRecord recordOf(const Snooping::Memory& memory) {
+    SnoopingRecord all{memory.queriers, {}, memory.routers};
     for (const auto& group : memory.groups) all.groups.push_back({textOf(group.group), group.members});
     return all;
 }
 
-Snooping snoopingOf(const KeptSnooping& kept) {
-    Snooping::Memory memory{kept.queriers, {}, kept.routers};
-    for (const auto& group : kept.groups) memory.groups.push_back({macOf(group.group), group.members});
+Snooping snoopingOf(const SnoopingRecord& saved) {
+    Snooping::Memory memory{saved.queriers, {}, saved.routers};
+    for (const auto& group : saved.groups) memory.groups.push_back({macOf(group.group), group.members});
     Snooping snooping;
     snooping.remember(memory);
     return snooping;
 }
 
-kept::Section snoopingSection() {
-    kept::Shelf<int, KeptSnooping> shelf;
-    shelf.keys = [] { return deviceMemory().bridges(); };
-    shelf.get = [](int bridge) -> std::optional<KeptSnooping> {
+persistence::Section snoopingSection() {
+    persistence::RecordAccess<int, SnoopingRecord> byKey;
+    byKey.keys = [] { return deviceMemory().bridges(); };
+    byKey.get = [](int bridge) -> std::optional<SnoopingRecord> {
         const Snooping* found = deviceMemory().snooping(bridge);
         if (found == nullptr) return std::nullopt;
-        return keptOf(found->memory());
+        return recordOf(found->memory());
     };
-    shelf.put = [](int bridge, const KeptSnooping& kept) { deviceMemory().put(bridge, snoopingOf(kept)); };
-    shelf.remove = [](int bridge) { deviceMemory().put(bridge, Snooping{}); };
-    return kept::section<int, KeptSnooping>(kept::kSnooping, shelf);
+    byKey.put = [](int bridge, const SnoopingRecord& saved) { deviceMemory().put(bridge, snoopingOf(saved)); };
+    byKey.remove = [](int bridge) { deviceMemory().put(bridge, Snooping{}); };
+    return persistence::section<int, SnoopingRecord>(persistence::kSnooping, byKey);
 }
 
 }  // namespace
 
-kept::Sections sections() {
+persistence::Sections sections() {
     return {addressSection(), snoopingSection()};
 }
 

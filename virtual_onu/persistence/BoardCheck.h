@@ -8,13 +8,13 @@
 
 #include "Records.h"
 
-namespace virtual_onu::kept {
+namespace virtual_onu::persistence {
 
 using RecordsOf = std::function<const std::map<std::string, Json>&(const char* section)>;
 
 // Throws BadBoard.
 void checkBoard(const RecordsOf& recordsOf);
 
-}  // namespace virtual_onu::kept
+}  // namespace virtual_onu::persistence
 
 #endif

@@ -1,10 +1,10 @@
-#include "keeping/BoardCheck.h"
+#include "persistence/BoardCheck.h"
 
 #include <set>
 
-#include "Kept.h"
+#include "Persistence.h"
 
-namespace virtual_onu::kept {
+namespace virtual_onu::persistence {
 
 namespace {
 
@@ -79,4 +79,4 @@ void checkBoard(const RecordsOf& recordsOf) {
             throw BadBoard(std::string(kTconts) + " " + key + ": the index is another one");
 }
 
-}  // namespace virtual_onu::kept
+}  // namespace virtual_onu::persistence

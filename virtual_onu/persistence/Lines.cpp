@@ -1,8 +1,8 @@
-#include "keeping/Lines.h"
+#include "persistence/Lines.h"
 
 #include <utility>
 
-namespace virtual_onu::kept {
+namespace virtual_onu::persistence {
 
 namespace {
 
@@ -32,12 +32,12 @@ void readRecord(const Section& section, const std::string& key, const Json& reco
     }
 }
 
-void readLine(const std::string& line, const Shelves& shelves, const RecordSeen& seen) {
+void readLine(const std::string& line, const SectionIndex& index, const RecordSeen& seen) {
     const Json json = Json::parse(line, nullptr, false);
     if (json.is_discarded()) throw BadBoard("is no JSON");
     if (!json.is_object()) throw BadBoard("must be an object of sections");
     for (const auto& [name, records] : json.items()) {
-        const Section* section = shelves.find(name);
+        const Section* section = index.find(name);
         if (section == nullptr) {
             if (isOfRun(name)) continue;
             throw BadBoard("there is no section " + shownValue(Json(name)));
@@ -51,7 +51,7 @@ void readLine(const std::string& line, const Shelves& shelves, const RecordSeen&
     }
 }
 
-void readNumbered(const std::string& text, std::size_t number, bool withHeader, const Shelves& shelves,
+void readNumbered(const std::string& text, std::size_t number, bool withHeader, const SectionIndex& index,
                   const RecordSeen& seen) {
     std::size_t begin = 0;
     for (std::size_t end = 0; (end = text.find('\n', begin)) != std::string::npos; begin = end + 1, ++number) {
@@ -61,7 +61,7 @@ void readNumbered(const std::string& text, std::size_t number, bool withHeader, 
             continue;
         }
         try {
-            readLine(line, shelves, seen);
+            readLine(line, index, seen);
         } catch (const BadBoard& problem) {
             throw BadBoard("line " + std::to_string(number) + ": " + problem.what());
         }
@@ -70,11 +70,11 @@ void readNumbered(const std::string& text, std::size_t number, bool withHeader, 
 
 }  // namespace
 
-Shelves::Shelves(Sections sections) : sections_(std::move(sections)) {
+SectionIndex::SectionIndex(Sections sections) : sections_(std::move(sections)) {
     for (std::size_t i = 0; i < sections_.size(); ++i) places_[sections_[i].name] = i;
 }
 
-const Section* Shelves::find(const std::string& name) const {
+const Section* SectionIndex::find(const std::string& name) const {
     const auto found = places_.find(name);
     return found == places_.end() ? nullptr : &sections_[found->second];
 }
@@ -103,13 +103,13 @@ std::size_t wholeLines(const std::string& text) {
     return last == std::string::npos ? 0 : last + 1;
 }
 
-void readBoard(const std::string& text, const Shelves& shelves, const RecordSeen& seen) {
+void readBoard(const std::string& text, const SectionIndex& index, const RecordSeen& seen) {
     if (text.find('\n') == std::string::npos) checkHeader(text);
-    readNumbered(text, 1, true, shelves, seen);
+    readNumbered(text, 1, true, index, seen);
 }
 
-void readLines(const std::string& text, const Shelves& shelves, const RecordSeen& seen) {
-    readNumbered(text, 1, false, shelves, seen);
+void readLines(const std::string& text, const SectionIndex& index, const RecordSeen& seen) {
+    readNumbered(text, 1, false, index, seen);
 }
 
-}  // namespace virtual_onu::kept
+}  // namespace virtual_onu::persistence

@@ -13,12 +13,12 @@
 
 #include "Section.h"
 
-namespace virtual_onu::kept {
+namespace virtual_onu::persistence {
 
 // The sections of a board and how they are found.
-class Shelves {
+class SectionIndex {
 public:
-    explicit Shelves(Sections sections);
+    explicit SectionIndex(Sections sections);
     const Sections& all() const { return sections_; }
     const Section* find(const std::string& name) const;  // null where there is none
 
@@ -40,10 +40,10 @@ std::size_t wholeLines(const std::string& text);
 using RecordSeen = std::function<void(const Section& section, const std::string& key, const Json& record)>;
 
 // Reads whole lines, the first of which is the header. Throws BadBoard, naming the line.
-void readBoard(const std::string& text, const Shelves& shelves, const RecordSeen& seen);
+void readBoard(const std::string& text, const SectionIndex& index, const RecordSeen& seen);
 // Reads whole lines that have been added to a board.
-void readLines(const std::string& text, const Shelves& shelves, const RecordSeen& seen);
+void readLines(const std::string& text, const SectionIndex& index, const RecordSeen& seen);
 
-}  // namespace virtual_onu::kept
+}  // namespace virtual_onu::persistence
 
 #endif

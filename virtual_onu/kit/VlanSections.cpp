@@ -1,4 +1,4 @@
-// Tag rules, default actions and flows as sections of a board that is kept.
+// Tag rules, default actions and flows as sections of a board file.
 #include <algorithm>
 #include <array>
 #include <map>
@@ -42,24 +42,24 @@ namespace vlan {
 
 namespace {
 
-struct KeptRule {
+struct RuleRecord {
     TableKey table{};
     bool front = false;
     std::vector<RuleTerm> terms;
 };
-struct KeptDefault {
+struct DefaultRecord {
     DefaultAction action;
 };
-struct KeptFlow {
+struct FlowRecord {
     std::string from, to;
 };
-struct KeptFlows {
-    std::vector<KeptFlow> flows;
+struct FlowsRecord {
+    std::vector<FlowRecord> flows;
 };
-struct KeptMode {
+struct ModeRecord {
     int mode = 0;
 };
-struct KeptKit {
+struct KitRecord {
     std::uint32_t nextRuleId = 1;
     OutOfRangeFilters outOfRange = OutOfRangeFilters::NeverMatch;
 };
@@ -69,7 +69,7 @@ struct KeptKit {
 namespace {
 
 template <typename Record>
-void describe(Record& record, KeptRule& rule) {
+void describe(Record& record, RuleRecord& rule) {
     record.text("device", rule.table.device, network::isDeviceName, "a device name");
     record.choice("direction", rule.table.direction, {"receive", "transmit"});
     record.number("tags", rule.table.tags, 0U, kMostTagsOfATable);
@@ -78,31 +78,31 @@ void describe(Record& record, KeptRule& rule) {
 }
 
 template <typename Record>
-void describe(Record& record, KeptDefault& kept) {
-    record.choice("action", kept.action.action, {"pass", "drop"});
-    record.text("device", kept.action.device);
+void describe(Record& record, DefaultRecord& saved) {
+    record.choice("action", saved.action.action, {"pass", "drop"});
+    record.text("device", saved.action.device);
 }
 
 template <typename Record>
-void describe(Record& record, KeptFlow& flow) {
+void describe(Record& record, FlowRecord& flow) {
     record.text("from", flow.from);
     record.text("to", flow.to);
 }
 
 template <typename Record>
-void describe(Record& record, KeptFlows& kept) {
-    record.list("flows", kept.flows);
+void describe(Record& record, FlowsRecord& saved) {
+    record.list("flows", saved.flows);
 }
 
 template <typename Record>
-void describe(Record& record, KeptMode& kept) {
-    record.number("mode", kept.mode);
+void describe(Record& record, ModeRecord& saved) {
+    record.number("mode", saved.mode);
 }
 
 template <typename Record>
-void describe(Record& record, KeptKit& kept) {
-    record.number("nextRuleId", kept.nextRuleId, 1U);
-    record.choice("outOfRangeFilters", kept.outOfRange, {"never", "any", "masked"});
+void describe(Record& record, KitRecord& saved) {
+    record.number("nextRuleId", saved.nextRuleId, 1U);
+    record.choice("outOfRangeFilters", saved.outOfRange, {"never", "any", "masked"});
 }
 
 // ---- rules ----
@@ -131,35 +131,35 @@ bool standsBefore(std::uint32_t first, std::uint32_t second) {
     return firstInFront ? first > second : first < second;
 }
 
-void putRule(std::uint32_t id, KeptRule kept) {
+void putRule(std::uint32_t id, RuleRecord saved) {
     removeRule(id);
-    installed().places[id] = {kept.table, kept.front};
-    auto& rules = installed().tables[kept.table].rules;
+    installed().places[id] = {saved.table, saved.front};
+    auto& rules = installed().tables[saved.table].rules;
     // Most often behind all others.
     auto before = rules.end();
     while (before != rules.begin() && standsBefore(id, std::prev(before)->id)) --before;
-    rules.insert(before, {id, std::move(kept.terms)});
+    rules.insert(before, {id, std::move(saved.terms)});
 }
 
-kept::Section ruleSection() {
-    kept::Shelf<std::uint32_t, KeptRule> shelf;
-    shelf.keys = [] {
+persistence::Section ruleSection() {
+    persistence::RecordAccess<std::uint32_t, RuleRecord> byKey;
+    byKey.keys = [] {
         std::vector<std::uint32_t> ids;
         for (const auto& entry : installed().places) ids.push_back(entry.first);
         return ids;
     };
-    shelf.get = [](std::uint32_t id) -> std::optional<KeptRule> {
+    byKey.get = [](std::uint32_t id) -> std::optional<RuleRecord> {
         const auto place = installed().places.find(id);
         if (place == installed().places.end()) return std::nullopt;
         auto& rules = installed().tables[place->second.table].rules;
         // Most often the last one.
         const bool isLast = !rules.empty() && rules.back().id == id;
         const auto rule = isLast ? std::prev(rules.end()) : ruleIn(rules, id);
-        return KeptRule{place->second.table, place->second.front, rule->terms};
+        return RuleRecord{place->second.table, place->second.front, rule->terms};
     };
-    shelf.put = putRule;
-    shelf.remove = removeRule;
-    return kept::section<std::uint32_t, KeptRule>(kept::kRules, shelf);
+    byKey.put = putRule;
+    byKey.remove = removeRule;
+    return persistence::section<std::uint32_t, RuleRecord>(persistence::kRules, byKey);
 }
 
 // ---- default actions ----
@@ -169,39 +169,39 @@ TableKey tableOf(const std::string& text) {
     const std::size_t tags = text.rfind(' ');
     const std::size_t direction = tags == std::string::npos || tags == 0 ? tags : text.rfind(' ', tags - 1);
     if (direction == std::string::npos || direction == 0)
-        throw kept::BadBoard("the key must be a table, such as \"sid0 rx 1\"");
+        throw persistence::BadBoard("the key must be a table, such as \"sid0 rx 1\"");
     TableKey key{text.substr(0, direction), kReceive,
-                 static_cast<unsigned>(kept::numberKey(text.substr(tags + 1), kMostTagsOfATable))};
+                 static_cast<unsigned>(persistence::numberKey(text.substr(tags + 1), kMostTagsOfATable))};
     const std::string way = text.substr(direction + 1, tags - direction - 1);
-    if (way != "rx" && way != "tx") throw kept::BadBoard("the key must be a table, such as \"sid0 rx 1\"");
+    if (way != "rx" && way != "tx") throw persistence::BadBoard("the key must be a table, such as \"sid0 rx 1\"");
     if (way == "tx") key.direction = kTransmit;
     return key;
 }
 
-kept::Section defaultSection() {
-    kept::Shelf<std::string, KeptDefault> shelf;
-    shelf.keys = [] {
+persistence::Section defaultSection() {
+    persistence::RecordAccess<std::string, DefaultRecord> byKey;
+    byKey.keys = [] {
         std::vector<std::string> keys;
         for (const auto& [key, table] : installed().tables)
             if (table.defaultAction) keys.push_back(textOf(key));
         return keys;
     };
-    shelf.get = [](const std::string& key) -> std::optional<KeptDefault> {
+    byKey.get = [](const std::string& key) -> std::optional<DefaultRecord> {
         const auto table = installed().tables.find(tableOf(key));
         if (table == installed().tables.end() || !table->second.defaultAction) return std::nullopt;
-        return KeptDefault{*table->second.defaultAction};
+        return DefaultRecord{*table->second.defaultAction};
     };
-    shelf.put = [](const std::string& key, const KeptDefault& kept) {
-        installed().tables[tableOf(key)].defaultAction = kept.action;
+    byKey.put = [](const std::string& key, const DefaultRecord& saved) {
+        installed().tables[tableOf(key)].defaultAction = saved.action;
     };
-    shelf.remove = [](const std::string& key) {
+    byKey.remove = [](const std::string& key) {
         const auto table = installed().tables.find(tableOf(key));
         if (table == installed().tables.end()) return;
         table->second.defaultAction.reset();
         if (table->second.rules.empty()) installed().tables.erase(table);
     };
-    kept::Section made = kept::section<std::string, KeptDefault>(kept::kDefaults, shelf);
-    made.read = [read = made.read](const std::string& key, const kept::Json& value) {
+    persistence::Section made = persistence::section<std::string, DefaultRecord>(persistence::kDefaults, byKey);
+    made.read = [read = made.read](const std::string& key, const persistence::Json& value) {
         tableOf(key);
         return read(key, value);
     };
@@ -210,46 +210,47 @@ kept::Section defaultSection() {
 
 // ---- the rest ----
 
-kept::Section modeSection() {
-    kept::Shelf<std::string, KeptMode> shelf;
-    shelf.keys = [] {
+persistence::Section modeSection() {
+    persistence::RecordAccess<std::string, ModeRecord> byKey;
+    byKey.keys = [] {
         std::vector<std::string> names;
         for (const auto& entry : installed().realDeviceModes) names.push_back(entry.first);
         return names;
     };
-    shelf.get = [](const std::string& name) -> std::optional<KeptMode> {
+    byKey.get = [](const std::string& name) -> std::optional<ModeRecord> {
         const auto found = installed().realDeviceModes.find(name);
         if (found == installed().realDeviceModes.end()) return std::nullopt;
-        return KeptMode{found->second};
+        return ModeRecord{found->second};
     };
-    shelf.put = [](const std::string& name, KeptMode kept) { installed().realDeviceModes[name] = kept.mode; };
-    shelf.remove = [](const std::string& name) { installed().realDeviceModes.erase(name); };
-    return kept::section<std::string, KeptMode>(kept::kDeviceModes, shelf);
+    byKey.put = [](const std::string& name, ModeRecord saved) { installed().realDeviceModes[name] = saved.mode; };
+    byKey.remove = [](const std::string& name) { installed().realDeviceModes.erase(name); };
+    return persistence::section<std::string, ModeRecord>(persistence::kDeviceModes, byKey);
 }
 
-KeptFlows flowsNow() {
-    KeptFlows kept;
-    for (const auto& [from, to] : installed().flows) kept.flows.push_back({from, to});
-    return kept;
+FlowsRecord flowsNow() {
+    FlowsRecord saved;
+    for (const auto& [from, to] : installed().flows) saved.flows.push_back({from, to});
+    return saved;
 }
 
-void putFlows(const KeptFlows& kept) {
+void putFlows(const FlowsRecord& saved) {
     installed().flows.clear();
-    for (const KeptFlow& flow : kept.flows) installed().flows.emplace_back(flow.from, flow.to);
+    for (const FlowRecord& flow : saved.flows) installed().flows.emplace_back(flow.from, flow.to);
 }
 
 }  // namespace
 
-kept::Sections sections() {
-    return {ruleSection(), defaultSection(), modeSection(), kept::single<KeptFlows>(kept::kFlows, flowsNow, putFlows),
-            kept::single<KeptKit>(
-                kept::kVlanKit,
+persistence::Sections sections() {
+    return {ruleSection(), defaultSection(), modeSection(),
+            persistence::single<FlowsRecord>(persistence::kFlows, flowsNow, putFlows),
+            persistence::single<KitRecord>(
+                persistence::kVlanKit,
                 [] {
-                    return KeptKit{installed().nextRuleId, installed().outOfRange};
+                    return KitRecord{installed().nextRuleId, installed().outOfRange};
                 },
-                [](KeptKit kept) {
-                    installed().nextRuleId = kept.nextRuleId;
-                    installed().outOfRange = kept.outOfRange;
+                [](KitRecord saved) {
+                    installed().nextRuleId = saved.nextRuleId;
+                    installed().outOfRange = saved.outOfRange;
                 })};
 }
 

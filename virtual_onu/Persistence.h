@@ -1,13 +1,13 @@
 // What of the device outlives the program: the board's state, record by record, in a file (VirtualOnu::openBoard). A
 // facility tells which record it has changed; when the device lock is given back, the file holds all changes that were
 // made under it, or none. As long as no board is open, nothing here costs more than a look at a flag.
-#ifndef VIRTUAL_ONU_KEPT_H
-#define VIRTUAL_ONU_KEPT_H
+#ifndef VIRTUAL_ONU_PERSISTENCE_H
+#define VIRTUAL_ONU_PERSISTENCE_H
 
 #include <atomic>
 #include <string>
 
-namespace virtual_onu::kept {
+namespace virtual_onu::persistence {
 
 // ---- what a board consists of: the sections of the file ----
 
@@ -89,6 +89,6 @@ void entered() noexcept;
 // It is about to be given back.
 void leaving() noexcept;
 
-}  // namespace virtual_onu::kept
+}  // namespace virtual_onu::persistence
 
 #endif

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <string>
 
-namespace virtual_onu::kept {
+namespace virtual_onu::persistence {
 
 enum class Company { Alone, Together };  // refused while others work on the board, or not
 
@@ -50,6 +50,6 @@ private:
     Page* page_ = nullptr;
 };
 
-}  // namespace virtual_onu::kept
+}  // namespace virtual_onu::persistence
 
 #endif

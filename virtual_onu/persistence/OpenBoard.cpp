@@ -10,14 +10,14 @@
 
 #include "Core.h"
 #include "Facilities.h"
-#include "Kept.h"
-#include "keeping/BoardCheck.h"
-#include "keeping/BoardFile.h"
-#include "keeping/BoardLock.h"
-#include "keeping/Lines.h"
+#include "Persistence.h"
 #include "libc/real/OwnDescriptor.h"
+#include "persistence/BoardCheck.h"
+#include "persistence/BoardFile.h"
+#include "persistence/BoardLock.h"
+#include "persistence/Lines.h"
 
-namespace virtual_onu::kept {
+namespace virtual_onu::persistence {
 
 std::atomic<bool> open{false};
 
@@ -27,7 +27,7 @@ namespace {
 constexpr std::uint64_t kGrowth = 4;
 constexpr std::uint64_t kLeastGrowth = std::uint64_t{1} << 20U;  // bytes
 
-struct Keeping {
+struct OpenBoard {
     std::unique_ptr<BoardLock> lock;
     std::unique_ptr<BoardFile> file;
     bool withRun = false;
@@ -35,18 +35,18 @@ struct Keeping {
     std::uint64_t edition = 0;  // of the file; 0: nothing has been read yet
     std::uint64_t compactSize = 0;
     int depth = 0;                                          // of device locks
-    bool isFilling = false;                                 // what changes comes from the file
+    bool isReading = false;                                 // what changes comes from the file
     std::set<std::pair<std::string, std::string>> changes;  // section and key
 };
 
 // With the device lock. Never destroyed: threads outlive main().
-Keeping& keeping() {
-    static Keeping& one = *new Keeping;
+OpenBoard& openBoard() {
+    static OpenBoard& one = *new OpenBoard;
     return one;
 }
 
-const Shelves& shelves() {
-    static const Shelves& all = *new Shelves([] {
+const SectionIndex& allSections() {
+    static const SectionIndex& all = *new SectionIndex([] {
         Sections sections;
         for (Sections (*of)() : {network::sections, vlan::sections, pon::sections, bus::sections, board::sections,
                                  runner::sections, shell::sections, files::sections, datapath::sections, coreSections})
@@ -62,11 +62,11 @@ void sayOnStandardError(const std::string& text) {
 void (*trouble)(const std::string&) = sayOnStandardError;
 
 // From now on the board is this process's own.
-void giveUp(const std::string& why) noexcept {
+void stopPersisting(const std::string& why) noexcept {
     open = false;
-    keeping().changes.clear();
+    openBoard().changes.clear();
     try {
-        trouble(keeping().file->path() + ": the board can no longer be kept there: " + why);
+        trouble(openBoard().file->path() + ": the board can no longer be kept there: " + why);
     } catch (const std::exception&) {
         return;
     }
@@ -83,7 +83,7 @@ struct Contents {
 // Checks everything. Throws BadBoard.
 Contents contentsOf(const std::string& text) {
     Contents contents;
-    readBoard(text, shelves(), [&](const Section& section, const std::string& key, const Json& record) {
+    readBoard(text, allSections(), [&](const Section& section, const std::string& key, const Json& record) {
         if (isOfRun(section.name)) return;
         auto& records = contents.records[&section];
         if (record.is_null())
@@ -91,7 +91,7 @@ Contents contentsOf(const std::string& text) {
         else
             records[key] = record;
     });
-    for (const Section& section : shelves().all()) {
+    for (const Section& section : allSections().all()) {
         if (isOfRun(section.name)) continue;
         const auto& records = contents.records[&section];
         if (section.single && records.empty()) throw BadBoard("section " + section.name + " is missing");
@@ -105,80 +105,80 @@ Contents contentsOf(const std::string& text) {
         }
     }
     checkBoard([&](const char* section) -> const std::map<std::string, Json>& {
-        return contents.records[shelves().find(section)];
+        return contents.records[allSections().find(section)];
     });
     return contents;
 }
 
-class Filling {
+class ReadingFile {
 public:
-    Filling() { keeping().isFilling = true; }
-    ~Filling() {
-        keeping().isFilling = false;
+    ReadingFile() { openBoard().isReading = true; }
+    ~ReadingFile() {
+        openBoard().isReading = false;
         deviceChanged();
     }
-    Filling(const Filling&) = delete;
-    Filling& operator=(const Filling&) = delete;
+    ReadingFile(const ReadingFile&) = delete;
+    ReadingFile& operator=(const ReadingFile&) = delete;
 };
 
 // The whole board from the file. Throws BadBoard, and has changed nothing then.
-void fill(std::uint64_t size) {
-    Keeping& k = keeping();
-    const Contents contents = contentsOf(k.file->readFrom(0).substr(0, static_cast<std::size_t>(size)));
-    const Filling filling;
-    for (const Section& section : shelves().all()) {
+void readWhole(std::uint64_t size) {
+    OpenBoard& board = openBoard();
+    const Contents contents = contentsOf(board.file->readFrom(0).substr(0, static_cast<std::size_t>(size)));
+    const ReadingFile reading;
+    for (const Section& section : allSections().all()) {
         if (section.single || isOfRun(section.name)) continue;
         const auto records = contents.records.find(&section);
         for (const std::string& key : section.keys())
             if (records->second.count(key) == 0) section.remove(key);
     }
     for (const auto& place : contents.places) place();
-    k.size = size;
-    k.edition = k.lock->edition();
+    board.size = size;
+    board.edition = board.lock->edition();
 }
 
 // What other processes have added. Throws BadBoard.
-void followOn(std::uint64_t size) {
-    Keeping& k = keeping();
-    const std::string text = k.file->readFrom(k.size).substr(0, static_cast<std::size_t>(size - k.size));
-    const Filling filling;
-    readLines(text, shelves(), [&](const Section& section, const std::string& key, const Json& record) {
-        if (isOfRun(section.name) && !k.withRun) return;
+void readAdded(std::uint64_t size) {
+    OpenBoard& board = openBoard();
+    const std::string text = board.file->readFrom(board.size).substr(0, static_cast<std::size_t>(size - board.size));
+    const ReadingFile reading;
+    readLines(text, allSections(), [&](const Section& section, const std::string& key, const Json& record) {
+        if (isOfRun(section.name) && !board.withRun) return;
         if (record.is_null())
             section.remove(key);
         else
             section.read(key, record)();
     });
-    k.size = size;
+    board.size = size;
 }
 
-void catchUp() {
-    Keeping& k = keeping();
-    const std::uint64_t size = k.lock->size();
-    if (k.edition != k.lock->edition()) {
-        k.file->open();
-        fill(size);
-        k.compactSize = size;
-    } else if (k.size != size) {
-        followOn(size);
+void readOthersChanges() {
+    OpenBoard& board = openBoard();
+    const std::uint64_t size = board.lock->size();
+    if (board.edition != board.lock->edition()) {
+        board.file->open();
+        readWhole(size);
+        board.compactSize = size;
+    } else if (board.size != size) {
+        readAdded(size);
     }
 }
 
 // A process has been killed while it wrote: what it has written whole counts.
-void mend() {
-    Keeping& k = keeping();
-    k.file->open();
-    const std::size_t whole = wholeLines(k.file->readFrom(0));
-    k.file->cut(whole);
-    k.lock->size() = whole;
-    ++k.lock->edition();
+void cutTornLine() {
+    OpenBoard& board = openBoard();
+    board.file->open();
+    const std::size_t whole = wholeLines(board.file->readFrom(0));
+    board.file->cut(whole);
+    board.lock->size() = whole;
+    ++board.lock->edition();
 }
 
 // ---- to the file ----
 
 std::string wholeBoard() {
     std::string text = headerLine();
-    for (const Section& section : shelves().all()) {
+    for (const Section& section : allSections().all()) {
         if (isOfRun(section.name)) continue;
         for (const std::string& key : section.keys()) {
             Json line = Json::object();
@@ -189,32 +189,32 @@ std::string wholeBoard() {
     return text;
 }
 
-void writeAnew() {
-    Keeping& k = keeping();
+void rewrite() {
+    OpenBoard& board = openBoard();
     const std::string text = wholeBoard();
-    k.file->writeAnew(text);
-    k.size = k.compactSize = text.size();
-    k.lock->size() = k.size;
-    k.edition = ++k.lock->edition();
+    board.file->rewrite(text);
+    board.size = board.compactSize = text.size();
+    board.lock->size() = board.size;
+    board.edition = ++board.lock->edition();
 }
 
 void writeChanges() {
-    Keeping& k = keeping();
+    OpenBoard& board = openBoard();
     Json line = Json::object();
-    for (const auto& [name, key] : k.changes) {
-        const Section* section = shelves().find(name);
+    for (const auto& [name, key] : board.changes) {
+        const Section* section = allSections().find(name);
         if (section != nullptr) addRecord(line, *section, key, section->record(key));
     }
-    k.changes.clear();
+    board.changes.clear();
     if (line.empty()) return;
     const std::string text = lineText(line);
-    if (!k.file->append(k.size, text)) return giveUp(std::strerror(errno));
-    k.size += text.size();
-    k.lock->size() = k.size;
-    if (k.size > kGrowth * k.compactSize + kLeastGrowth && !k.withRun) {
-        k.compactSize = k.size;  // where it cannot be done, it is not tried again before long
+    if (!board.file->append(board.size, text)) return stopPersisting(std::strerror(errno));
+    board.size += text.size();
+    board.lock->size() = board.size;
+    if (board.size > kGrowth * board.compactSize + kLeastGrowth && !board.withRun) {
+        board.compactSize = board.size;  // where it cannot be done, it is not tried again before long
         try {
-            writeAnew();
+            rewrite();
         } catch (const BadBoard&) {
             return;
         }
@@ -223,23 +223,23 @@ void writeChanges() {
 
 // The board of this process becomes the file's, or the file the board's.
 void begin() {
-    Keeping& k = keeping();
-    if (!k.lock->isFirst()) {  // others have seen to the file; it is read with the next lock
-        k.edition = 0;
+    OpenBoard& board = openBoard();
+    if (!board.lock->isFirst()) {  // others have seen to the file; it is read with the next lock
+        board.edition = 0;
         return;
     }
-    if (k.file->exists()) {
-        k.file->open();
-        fill(wholeLines(k.file->readFrom(0)));
+    if (board.file->exists()) {
+        board.file->open();
+        readWhole(wholeLines(board.file->readFrom(0)));
     }
-    writeAnew();
-    k.lock->letOthersIn();
+    rewrite();
+    board.lock->letOthersIn();
 }
 
-void forgetAll() {
-    keeping().lock.reset();
-    keeping().file.reset();
-    keeping().changes.clear();
+void forget() {
+    openBoard().lock.reset();
+    openBoard().file.reset();
+    openBoard().changes.clear();
 }
 
 }  // namespace
@@ -252,15 +252,15 @@ void openFile(const std::string& path, bool alone, bool withRun) {
     closeFile();
     const DeviceLock lock(deviceMutex());
     if (network::hostKernel()) throw BadBoard(path + ": no board is kept while the host's kernel has the devices");
-    Keeping& k = keeping();
+    OpenBoard& board = openBoard();
     try {
-        k.file = std::make_unique<BoardFile>(path);
-        k.lock = std::make_unique<BoardLock>(k.file->path(), alone ? Company::Alone : Company::Together);
-        k.withRun = withRun;
-        k.depth = 0;
+        board.file = std::make_unique<BoardFile>(path);
+        board.lock = std::make_unique<BoardLock>(board.file->path(), alone ? Company::Alone : Company::Together);
+        board.withRun = withRun;
+        board.depth = 0;
         begin();
     } catch (const BadBoard& problem) {
-        forgetAll();
+        forget();
         const std::string what = problem.what();
         throw BadBoard(what.compare(0, 1, "/") == 0 || what.compare(0, path.size(), path) == 0 ? what
                                                                                                : path + ": " + what);
@@ -271,46 +271,46 @@ void openFile(const std::string& path, bool alone, bool withRun) {
 void closeFile() {
     {
         const DeviceLock lock(deviceMutex());
-        Keeping& k = keeping();
-        if (k.lock == nullptr) return;
+        OpenBoard& board = openBoard();
+        if (board.lock == nullptr) return;
         try {
             if (isOpen()) writeChanges();
-            if (isOpen() && k.withRun) writeAnew();  // without what the run has seen
+            if (isOpen() && board.withRun) rewrite();  // without what the run has seen
         } catch (const std::exception& problem) {
-            giveUp(problem.what());
+            stopPersisting(problem.what());
         }
         open = false;
     }
     const DeviceLock lock(deviceMutex());
-    forgetAll();
+    forget();
 }
 
 void markChanged(const char* section, std::string key) {
-    Keeping& k = keeping();
-    if (k.isFilling || (!k.withRun && isOfRun(section))) return;
-    k.changes.emplace(section, std::move(key));
+    OpenBoard& board = openBoard();
+    if (board.isReading || (!board.withRun && isOfRun(section))) return;
+    board.changes.emplace(section, std::move(key));
 }
 
 void entered() noexcept {
-    Keeping& k = keeping();
-    if (k.depth++ > 0 || !isOpen()) return;
+    OpenBoard& board = openBoard();
+    if (board.depth++ > 0 || !isOpen()) return;
     try {
-        if (!k.lock->takeTurn()) mend();
-        catchUp();
+        if (!board.lock->takeTurn()) cutTornLine();
+        readOthersChanges();
     } catch (const std::exception& problem) {
-        giveUp(problem.what());
+        stopPersisting(problem.what());
     }
 }
 
 void leaving() noexcept {
-    Keeping& k = keeping();
-    if (--k.depth > 0 || k.lock == nullptr) return;
+    OpenBoard& board = openBoard();
+    if (--board.depth > 0 || board.lock == nullptr) return;
     try {
         if (isOpen()) writeChanges();
     } catch (const std::exception& problem) {
-        giveUp(problem.what());
+        stopPersisting(problem.what());
     }
-    k.lock->giveTurn();
+    board.lock->giveTurn();
 }
 
-}  // namespace virtual_onu::kept
+}  // namespace virtual_onu::persistence

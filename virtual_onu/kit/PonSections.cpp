@@ -1,4 +1,4 @@
-// T-CONTs, GEM ports and the link as sections of a board that is kept.
+// T-CONTs, GEM ports and the link as sections of a board file.
 #include <optional>
 #include <utility>
 
@@ -24,11 +24,11 @@ void describe(Record& record, Link& link) {
 
 }  // namespace
 
-kept::Sections sections() {
-    return {kept::mapSection<unsigned, Tcont>(kept::kTconts, tcontsInPlace),
-            kept::mapSection<unsigned, GemPort>(kept::kGemPorts, gemPortsInPlace),
-            kept::single<Link>(
-                kept::kPonLink, [] { return Link{adminStateInPlace()}; },
+persistence::Sections sections() {
+    return {persistence::mapSection<unsigned, Tcont>(persistence::kTconts, tcontsInPlace),
+            persistence::mapSection<unsigned, GemPort>(persistence::kGemPorts, gemPortsInPlace),
+            persistence::single<Link>(
+                persistence::kPonLink, [] { return Link{adminStateInPlace()}; },
                 [](Link link) { adminStateInPlace() = link.adminState; })};
 }
 

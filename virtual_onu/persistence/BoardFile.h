@@ -10,7 +10,7 @@
 
 #include "libc/real/FileIdentity.h"
 
-namespace virtual_onu::kept {
+namespace virtual_onu::persistence {
 
 class BoardFile {
 public:
@@ -29,7 +29,7 @@ public:
     bool append(std::uint64_t place, const std::string& text);
     bool cut(std::uint64_t place);  // what is behind the place goes
     // The text becomes the file. Throws BadBoard.
-    void writeAnew(const std::string& text);
+    void rewrite(const std::string& text);
 
 private:
     struct Opened {
@@ -43,6 +43,6 @@ private:
     std::map<unsigned, Opened> opened_;  // by the table that the thread has
 };
 
-}  // namespace virtual_onu::kept
+}  // namespace virtual_onu::persistence
 
 #endif

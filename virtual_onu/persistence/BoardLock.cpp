@@ -1,4 +1,4 @@
-#include "keeping/BoardLock.h"
+#include "persistence/BoardLock.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -15,7 +15,7 @@
 #include "libc/real/FileIdentity.h"
 #include "libc/real/RealLibc.h"
 
-namespace virtual_onu::kept {
+namespace virtual_onu::persistence {
 
 namespace {
 
@@ -115,4 +115,4 @@ void BoardLock::giveTurn() {
     pthread_mutex_unlock(&page_->turn);
 }
 
-}  // namespace virtual_onu::kept
+}  // namespace virtual_onu::persistence

@@ -1,4 +1,4 @@
-// The clock as a section of a board that is kept; and what the run has seen, for processes that share it.
+// The clock as a section of a board file; and what the run has seen, for processes that share it.
 #include <map>
 #include <optional>
 #include <utility>
@@ -75,9 +75,9 @@ void describe(Record& record, Faults& faults) {
     record.number("given", faults.given);
 }
 
-kept::Section clockSection() {
-    return kept::single<Clock>(
-        kept::kClock,
+persistence::Section clockSection() {
+    return persistence::single<Clock>(
+        persistence::kClock,
         [] {
             return Clock{sleptMs, deviceClock().advancedMs, passedMs};
         },
@@ -88,9 +88,9 @@ kept::Section clockSection() {
         });
 }
 
-kept::Section faultSection() {
-    return kept::single<Faults>(
-        kept::kRunFaults,
+persistence::Section faultSection() {
+    return persistence::single<Faults>(
+        persistence::kRunFaults,
         [] {
             Faults faults{core().pendingFaults, {}, core().faults};
             for (const auto& [call, code] : core().numberedFaults) faults.numbered.push_back({call, code});
@@ -106,30 +106,31 @@ kept::Section faultSection() {
 }
 
 // By their number in the run. Those of other processes come behind, and are told to who listens.
-kept::Section traceSection() {
-    kept::Shelf<std::uint64_t, TraceEntry> shelf;
-    shelf.keys = [] { return std::vector<std::uint64_t>(); };
-    shelf.get = [](std::uint64_t number) -> std::optional<TraceEntry> {
+persistence::Section traceSection() {
+    persistence::RecordAccess<std::uint64_t, TraceEntry> byKey;
+    byKey.keys = [] { return std::vector<std::uint64_t>(); };
+    byKey.get = [](std::uint64_t number) -> std::optional<TraceEntry> {
         const auto& trace = core().trace;
         if (trace.empty() || number < trace.front().number || number > trace.back().number) return std::nullopt;
         return trace[static_cast<std::size_t>(number - trace.front().number)];
     };
-    shelf.put = [](std::uint64_t number, TraceEntry entry) {
+    byKey.put = [](std::uint64_t number, TraceEntry entry) {
         entry.number = number;
         core().traced = number;
         keepEntry(entry);
         if (core().listener) (*core().listener)(entry);
     };
-    shelf.remove = [](std::uint64_t) {};
-    return kept::section<std::uint64_t, TraceEntry>(kept::kRunTrace, shelf);
+    byKey.remove = [](std::uint64_t) {};
+    return persistence::section<std::uint64_t, TraceEntry>(persistence::kRunTrace, byKey);
 }
 
 }  // namespace
 
-kept::Sections coreSections() {
+persistence::Sections coreSections() {
     return {clockSection(), faultSection(), traceSection(),
-            kept::single<Calls>(
-                kept::kRunCalls, [] { return Calls{core().calls}; }, [](Calls calls) { core().calls = calls.calls; })};
+            persistence::single<Calls>(
+                persistence::kRunCalls, [] { return Calls{core().calls}; },
+                [](Calls calls) { core().calls = calls.calls; })};
 }
 
 }  // namespace virtual_onu
