@@ -253,8 +253,8 @@ void idleWait(std::uint64_t milliseconds) {
             return;
         }
         // Capped, since a wait of years overflows the clock's own arithmetic.
-        constexpr std::uint64_t kLongestRoundMs = 3600000;
-        clock.changed.wait_for(lock, std::chrono::milliseconds(std::min(missingMs - availableMs, kLongestRoundMs)));
+        constexpr std::uint64_t kMaxRoundMs = 3600000;
+        clock.changed.wait_for(lock, std::chrono::milliseconds(std::min(missingMs - availableMs, kMaxRoundMs)));
     }
 }
 

@@ -52,15 +52,15 @@ std::string hexText(const std::vector<std::uint8_t>& bytes) {
 }
 
 std::string shownValue(const Json& value) {
-    constexpr std::size_t kLongest = 60;
+    constexpr std::size_t kMaxShown = 60;
     std::string text = value.dump(-1, ' ', true, Json::error_handler_t::replace);
-    if (text.size() > kLongest) text = text.substr(0, kLongest) + "...";
+    if (text.size() > kMaxShown) text = text.substr(0, kMaxShown) + "...";
     return text;
 }
 
 std::uint64_t numberKey(const std::string& key, std::uint64_t highest) {
-    constexpr std::size_t kMostDigits = 20;
-    const bool digits = !key.empty() && key.size() <= kMostDigits && (key[0] != '0' || key.size() == 1) &&
+    constexpr std::size_t kMaxDigits = 20;
+    const bool digits = !key.empty() && key.size() <= kMaxDigits && (key[0] != '0' || key.size() == 1) &&
                         std::all_of(key.begin(), key.end(), [](char c) { return c >= '0' && c <= '9'; });
     std::uint64_t number = 0;
     bool fits = digits;

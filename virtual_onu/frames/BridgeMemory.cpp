@@ -19,7 +19,7 @@ bool isAged(const BridgeMemory::Learned& learned, std::uint64_t nowMs, std::uint
 void BridgeMemory::learn(int bridge, Mac mac, int port, std::uint64_t nowMs, std::uint64_t ageingMs) {
     auto& addresses = bridges_[bridge].addresses;
     const auto known = addresses.find(mac);
-    if (known == addresses.end() && addresses.size() >= kMostAddresses) {
+    if (known == addresses.end() && addresses.size() >= kMaxAddresses) {
         if (noting_ || sweptMs_ == nowMs) return;
         sweptMs_ = nowMs;
         for (auto one = addresses.begin(); one != addresses.end();) {
@@ -30,7 +30,7 @@ void BridgeMemory::learn(int bridge, Mac mac, int port, std::uint64_t nowMs, std
                 ++one;
             }
         }
-        if (addresses.size() >= kMostAddresses) return;
+        if (addresses.size() >= kMaxAddresses) return;
     }
     if (noting_) {
         const bool isKnown = known != addresses.end();

@@ -31,7 +31,7 @@ public:
     BridgeMemory(const BridgeMemory& other) : bridges_(other.bridges_), sweptMs_(other.sweptMs_) {}
     BridgeMemory& operator=(const BridgeMemory&) = delete;
 
-    static constexpr std::size_t kMostAddresses = 65536;  // of a bridge; what comes after them is not learned
+    static constexpr std::size_t kMaxAddresses = 65536;  // of a bridge; what comes after them is not learned
 
     void learn(int bridge, Mac mac, int port, std::uint64_t nowMs, std::uint64_t ageingMs);
     // The port behind which the address is; nothing when it is not known, or no longer.

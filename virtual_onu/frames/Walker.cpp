@@ -12,7 +12,7 @@ namespace virtual_onu::datapath {
 namespace {
 
 // A frame and its copies pass at most this many look-ups; more means that devices are stacked in a ring.
-constexpr std::size_t kMostHops = 1024;
+constexpr std::size_t kMaxHops = 1024;
 constexpr std::size_t kUsualHops = 8;
 
 network::Destination destinationOf(Mac mac) {
@@ -106,7 +106,7 @@ bool Walker::takeRunnerClass(DeviceId port, const Copy& copy) {
 // Whether a frame can pass the device; else it ends.
 bool Walker::passes(DeviceId id, const Copy& copy, Way way, Limit limit) {
     const PlanDevice& device = plan_.device(id);
-    if (trail_.steps.size() >= kMostHops) {
+    if (trail_.steps.size() >= kMaxHops) {
         drop(copy, device.name, "the devices are stacked in a ring");
         return false;
     }

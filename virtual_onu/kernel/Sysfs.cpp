@@ -21,12 +21,12 @@ constexpr unsigned kEthernetType = 1;
 
 // Bounds of the bridge's timers while the spanning tree runs, and of its numbers (linux/net/bridge). Hundredths of a
 // second.
-constexpr long kLowestHello = 100, kHighestHello = 1000;
-constexpr long kLowestForwardDelay = 200, kHighestForwardDelay = 3000;
-constexpr long kLowestMaxAge = 600, kHighestMaxAge = 4000;
-constexpr long kHighestPathCost = 65535;
-constexpr long kHighestPortPriority = 63;
-constexpr long kHighestBridgePriority = 65535;
+constexpr long kMinHello = 100, kMaxHello = 1000;
+constexpr long kMinForwardDelay = 200, kMaxForwardDelay = 3000;
+constexpr long kMinMaxAge = 600, kMaxMaxAge = 4000;
+constexpr long kMaxPathCost = 65535;
+constexpr long kMaxPortPriority = 63;
+constexpr long kMaxBridgePriority = 65535;
 
 // ---- attributes of a device ----
 
@@ -98,21 +98,21 @@ const std::map<std::string, BridgeAttribute>& bridgeAttributes() {
         {"forward_delay",
          {[](const Bridge& b, const NetworkDevice&) { return line(b.forwardDelay); },
           [](Bridge& b, long value) {
-              return setTimer(b.forwardDelay, value, b.stp, kLowestForwardDelay, kHighestForwardDelay);
+              return setTimer(b.forwardDelay, value, b.stp, kMinForwardDelay, kMaxForwardDelay);
           }}},
         {"hello_time",
          {[](const Bridge& b, const NetworkDevice&) { return line(b.helloTime); },
-          [](Bridge& b, long value) { return setTimer(b.helloTime, value, true, kLowestHello, kHighestHello); }}},
+          [](Bridge& b, long value) { return setTimer(b.helloTime, value, true, kMinHello, kMaxHello); }}},
         {"max_age",
          {[](const Bridge& b, const NetworkDevice&) { return line(b.maxAge); },
-          [](Bridge& b, long value) { return setTimer(b.maxAge, value, true, kLowestMaxAge, kHighestMaxAge); }}},
+          [](Bridge& b, long value) { return setTimer(b.maxAge, value, true, kMinMaxAge, kMaxMaxAge); }}},
         {"ageing_time",
          {[](const Bridge& b, const NetworkDevice&) { return line(b.ageingTime); },
           [](Bridge& b, long value) { return setTimer(b.ageingTime, value, false, 0, 0); }}},
         {"priority",
          {[](const Bridge& b, const NetworkDevice&) { return line(b.priority); },
           [](Bridge& b, long value) {
-              b.priority = static_cast<int>(value & kHighestBridgePriority);
+              b.priority = static_cast<int>(value & kMaxBridgePriority);
               return 0;
           }}},
         {"multicast_snooping",
@@ -162,14 +162,14 @@ const std::map<std::string, PortAttribute>& portAttributes() {
         {"priority",
          {[](const PortView& v) { return line(v.port.priority); },
           [](BridgePort& port, long value) {
-              if (value > kHighestPortPriority) return ERANGE;
+              if (value > kMaxPortPriority) return ERANGE;
               port.priority = static_cast<int>(value);
               return 0;
           }}},
         {"path_cost",
          {[](const PortView& v) { return line(v.port.pathCost); },
           [](BridgePort& port, long value) {
-              if (value < 1 || value > kHighestPathCost) return ERANGE;
+              if (value < 1 || value > kMaxPathCost) return ERANGE;
               port.pathCost = static_cast<int>(value);
               return 0;
           }}},

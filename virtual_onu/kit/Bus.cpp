@@ -36,9 +36,9 @@ constexpr std::uint32_t kGatewayEntity = 21;
 constexpr std::uint32_t kServiceClosing = 0x10002250;
 constexpr std::uint32_t kServiceState = 0x10002254;
 constexpr int kDefaultAnswerDelayMs = 10;
-constexpr std::size_t kLongestPayload = 65536;
-constexpr std::size_t kLongestValue = std::size_t{1} << 20U;  // of persistent storage in a board file
-constexpr std::size_t kSentCapacity = 10000;                  // a daemon that runs for days keeps the latest
+constexpr std::size_t kMaxPayload = 65536;
+constexpr std::size_t kMaxValue = std::size_t{1} << 20U;  // of persistent storage in a board file
+constexpr std::size_t kSentCapacity = 10000;              // a daemon that runs for days keeps the latest
 
 struct Message {
     CmsMsgHeader header{};
@@ -163,7 +163,7 @@ std::uint64_t keepSent(Message message) {
 }
 
 int send(const CmsMsgHeader& header) {
-    if (header.dataLength > kLongestPayload) return EMSGSIZE;
+    if (header.dataLength > kMaxPayload) return EMSGSIZE;
     Message message;
     message.header = header;
     const auto* payload = reinterpret_cast<const std::uint8_t*>(&header + 1);
@@ -260,12 +260,12 @@ void describe(Record& record, GatewayRecord& gateway) {
 
 template <typename Record>
 void describe(Record& record, ValueRecord& value) {
-    record.bytes("bytes", value.bytes, kLongestValue);
+    record.bytes("bytes", value.bytes, kMaxValue);
 }
 
 template <typename Record>
 void describe(Record& record, MessageRecord& message) {
-    record.bytes("bytes", message.raw, sizeof(CmsMsgHeader) + kLongestPayload);
+    record.bytes("bytes", message.raw, sizeof(CmsMsgHeader) + kMaxPayload);
 }
 
 persistence::Section valueSection() {
@@ -425,7 +425,7 @@ void VirtualOnu::gatewaySends(std::uint32_t type, const std::vector<std::uint8_t
     // since it hands over what the header says.
     const std::size_t length = dataLength < 0 ? payload.size() : static_cast<std::size_t>(dataLength);
     message.payload = payload;
-    message.payload.resize(std::min(length, kLongestPayload));
+    message.payload.resize(std::min(length, kMaxPayload));
     message.header.dataLength = static_cast<std::uint32_t>(message.payload.size());
     const BusLock lock(busState().mutex);
     deliver(std::move(message));

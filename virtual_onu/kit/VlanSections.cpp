@@ -16,8 +16,8 @@ namespace virtual_onu {
 
 namespace {
 
-constexpr unsigned kMostTagsOfATable = 4;
-constexpr std::size_t kMostTerms = 1000;
+constexpr unsigned kMaxTagsOfATable = 4;
+constexpr std::size_t kMaxTerms = 1000;
 
 // In the order of RuleTerm::Kind.
 const std::vector<const char*>& kindNames() {
@@ -34,7 +34,7 @@ template <typename Record>
 void describe(Record& record, RuleTerm& term) {
     record.choice("kind", term.kind, kindNames());
     record.number("value", term.value);
-    record.number("tag", term.tag, 0U, kMostTagsOfATable - 1);
+    record.number("tag", term.tag, 0U, kMaxTagsOfATable - 1);
     record.text("device", term.device);
 }
 
@@ -72,9 +72,9 @@ template <typename Record>
 void describe(Record& record, RuleRecord& rule) {
     record.text("device", rule.table.device, network::isDeviceName, "a device name");
     record.choice("direction", rule.table.direction, {"receive", "transmit"});
-    record.number("tags", rule.table.tags, 0U, kMostTagsOfATable);
+    record.number("tags", rule.table.tags, 0U, kMaxTagsOfATable);
     record.flag("front", rule.front);
-    record.list("terms", rule.terms, kMostTerms);
+    record.list("terms", rule.terms, kMaxTerms);
 }
 
 template <typename Record>
@@ -171,7 +171,7 @@ TableKey tableOf(const std::string& text) {
     if (direction == std::string::npos || direction == 0)
         throw persistence::BadBoard("the key must be a table, such as \"sid0 rx 1\"");
     TableKey key{text.substr(0, direction), kReceive,
-                 static_cast<unsigned>(persistence::numberKey(text.substr(tags + 1), kMostTagsOfATable))};
+                 static_cast<unsigned>(persistence::numberKey(text.substr(tags + 1), kMaxTagsOfATable))};
     const std::string way = text.substr(direction + 1, tags - direction - 1);
     if (way != "rx" && way != "tx") throw persistence::BadBoard("the key must be a table, such as \"sid0 rx 1\"");
     if (way == "tx") key.direction = kTransmit;

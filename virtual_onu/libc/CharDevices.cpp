@@ -61,7 +61,7 @@ State& state() {
 
 // ---- as sections of a board file ----
 
-constexpr std::size_t kLongestRecord = 65536;
+constexpr std::size_t kMaxRecord = 65536;
 
 struct OpticsRecord {
     std::uint16_t receiveLevel = 0, transmitLevel = 0;
@@ -78,17 +78,17 @@ template <typename Record>
 void describe(Record& record, OpticsRecord& optics) {
     record.number("rawReceiveLevel", optics.receiveLevel);
     record.number("rawTransmitLevel", optics.transmitLevel);
-    record.bytes("i2cImage", optics.image, kLongestRecord);
+    record.bytes("i2cImage", optics.image, kMaxRecord);
 }
 
 template <typename Record>
 void describe(Record& record, RequestRecord& request) {
-    record.bytes("record", request.record, kLongestRecord);
+    record.bytes("record", request.record, kMaxRecord);
 }
 
 template <typename Record>
 void describe(Record& record, AnswerRecord& saved) {
-    record.bytes("record", saved.answer.record, kLongestRecord);
+    record.bytes("record", saved.answer.record, kMaxRecord);
     record.number("error", saved.answer.error);
 }
 

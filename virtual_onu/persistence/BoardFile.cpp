@@ -17,7 +17,7 @@ namespace virtual_onu::persistence {
 
 namespace {
 
-constexpr std::uint64_t kLargest = std::uint64_t{256} << 20U;  // bytes
+constexpr std::uint64_t kMaxFileSize = std::uint64_t{256} << 20U;  // bytes
 
 std::string resolved(const std::string& path) {
     std::array<char, PATH_MAX> whole{};
@@ -79,7 +79,7 @@ std::string BoardFile::readFrom(std::uint64_t place) {
     struct stat found {};
     if (fd < 0 || fstat(fd, &found) != 0) fail(path_);
     const auto size = static_cast<std::uint64_t>(found.st_size);
-    if (size > kLargest) throw BadBoard(path_ + ": is too large for a board");
+    if (size > kMaxFileSize) throw BadBoard(path_ + ": is too large for a board");
     std::string text(size > place ? static_cast<std::size_t>(size - place) : 0, '\0');
     for (std::size_t done = 0; done < text.size();) {
         const ssize_t count = pread(fd, text.data() + done, text.size() - done, static_cast<off_t>(place + done));

@@ -21,7 +21,7 @@ namespace {
 
 // Frames that are taken in at a time: the device is theirs for as long as it takes to look them up.
 constexpr std::size_t kBatch = 32;
-constexpr std::size_t kLongestFrame = 65600;
+constexpr std::size_t kMaxFrame = 65600;
 constexpr int kTickMs = 1000;
 
 const TapPage* shown = nullptr;  // of the pump that runs, with the device lock
@@ -41,7 +41,7 @@ nlohmann::json toJson() {
 Pump::Pump(const OpenTaps& open, std::function<void(bool)> eachSecond)
     : open_(open),
       eachSecond_(std::move(eachSecond)),
-      memory_(kBatch * (datapath::kHeadroom + kLongestFrame)),
+      memory_(kBatch * (datapath::kHeadroom + kMaxFrame)),
       slots_(kBatch),
       linkShown_(open.page->size(), true),
       resets_(resets) {
@@ -62,7 +62,7 @@ Pump::~Pump() {
 }
 
 std::uint8_t* Pump::room(std::size_t slot) {
-    return memory_.data() + slot * (datapath::kHeadroom + kLongestFrame) + datapath::kHeadroom;
+    return memory_.data() + slot * (datapath::kHeadroom + kMaxFrame) + datapath::kHeadroom;
 }
 
 void Pump::run(int until) {
@@ -130,7 +130,7 @@ bool Pump::take(std::size_t place) {
     bool there = true;
     TapEntry& entry = (*open_.page)[place];
     while (frames < kBatch) {
-        const ssize_t got = own::read(open_.taps[place], room(frames), kLongestFrame);
+        const ssize_t got = own::read(open_.taps[place], room(frames), kMaxFrame);
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) {
             there = errno == EAGAIN;
@@ -139,7 +139,7 @@ bool Pump::take(std::size_t place) {
         entry.framesIn.add(1);
         entry.octetsIn.add(static_cast<std::uint64_t>(got));
         slots_[frames].frame = room(frames);
-        slots_[frames++].size = std::min(static_cast<std::size_t>(got), kLongestFrame);
+        slots_[frames++].size = std::min(static_cast<std::size_t>(got), kMaxFrame);
     }
     if (frames > 0) carry(place, frames);
     if (!there) setLink(place, false);

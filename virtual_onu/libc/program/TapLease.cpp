@@ -31,7 +31,7 @@ namespace own = taps::own;
 
 namespace {
 
-constexpr std::size_t kMostDescriptors = 253;  // of one message
+constexpr std::size_t kMaxDescriptors = 253;  // of one message
 
 std::atomic<bool> wanted{false};
 std::atomic<bool> runs{false};
@@ -56,7 +56,7 @@ int connected() {
 bool hear(int lender, std::vector<int>& descriptors) {
     char word[8];
     iovec content{word, sizeof word};
-    alignas(cmsghdr) char control[CMSG_SPACE(kMostDescriptors * sizeof(int))];
+    alignas(cmsghdr) char control[CMSG_SPACE(kMaxDescriptors * sizeof(int))];
     msghdr message{};
     message.msg_iov = &content;
     message.msg_iovlen = 1;

@@ -14,8 +14,8 @@ namespace virtual_onu {
 
 namespace {
 
-constexpr rlim_t kHighest = 4096;  // the kernel keeps a table as long as the highest number
-constexpr rlim_t kRoom = 64;       // for files like this one, below the limit
+constexpr rlim_t kMaxDescriptor = 4096;  // the kernel keeps a table as long as the highest number
+constexpr rlim_t kRoom = 64;             // for files like this one, below the limit
 
 std::atomic<unsigned> tables{0};
 thread_local unsigned tableOfThread = 0;
@@ -25,7 +25,7 @@ thread_local unsigned tableOfThread = 0;
 int raised(int fd) {
     rlimit limit{};
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return fd;
-    const rlim_t end = std::min(limit.rlim_cur, kHighest);
+    const rlim_t end = std::min(limit.rlim_cur, kMaxDescriptor);
     if (end <= 2 * kRoom) return fd;
     const auto lowest = static_cast<std::intptr_t>(end - kRoom);
     const int high = real::fcntl(fd, F_DUPFD_CLOEXEC, reinterpret_cast<void*>(lowest));
