@@ -65,7 +65,7 @@ void Walker::toOwnDevices(DeviceId id, const Copy& copy) {
     Copy one{copy.packet, {}, copy.hop};  // the marks were for the way in
     Step step;
     step.kind = Hop::Kind::Bridge;
-    step.said = Said::OwnDevices;
+    step.cause = StepCause::OwnDevices;
     step.from = copy.hop;
     step.device = step.to = id;
     step.tags = one.packet.tags;
@@ -91,18 +91,18 @@ void Walker::forward(DeviceId id, DeviceId port, const Copy& copy, bool sentElse
         if (one.device == port || (known && !knows(one))) continue;
         if (narrow && !snooping->wants(packet.multicast, plan_.device(one.device).index, nowMs_)) continue;
         sent = true;
-        toPort(id, one.device, narrow ? Said::Wanted : known ? Said::Learned : Said::Flooded, copy);
+        toPort(id, one.device, narrow ? StepCause::Wanted : known ? StepCause::Learned : StepCause::Flooded, copy);
     }
     if (sent) return;
     drop(copy, device.name,
          narrow ? "no port of " + device.name + " wants the group" : device.name + " has no other port");
 }
 
-void Walker::toPort(DeviceId bridge, DeviceId port, Said said, const Copy& copy) {
+void Walker::toPort(DeviceId bridge, DeviceId port, StepCause cause, const Copy& copy) {
     Copy one{copy.packet, {}, copy.hop};
     Step step;
     step.kind = Hop::Kind::Bridge;
-    step.said = said;
+    step.cause = cause;
     step.from = copy.hop;
     step.device = bridge;
     step.to = port;

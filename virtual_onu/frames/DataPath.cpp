@@ -44,13 +44,13 @@ Walk refusal(const std::string& device, const Frame& frame) {
 
 // A walk through the plan, as a frame's fields.
 template <typename Enter>
-Walk walkThrough(const std::shared_ptr<const Plan>& plan, const Ground& ground, const Frame& frame, Enter enter) {
+Walk walkThrough(const std::shared_ptr<const Plan>& plan, const WalkContext& context, const Frame& frame, Enter enter) {
     const Packet packet = packetOf(frame);
-    Trail trail;
-    Walker walker(ground, packet, &frame, trail);
+    Traversal traversal;
+    Walker walker(context, packet, &frame, traversal);
     enter(walker);
     walker.finish();
-    return walkOf(plan, frame, std::move(trail));
+    return walkOf(plan, frame, std::move(traversal));
 }
 
 template <typename Enter>
@@ -118,10 +118,10 @@ Walk fromPon(unsigned gemPortId, const Frame& frame, Learning learning) {
     return walkNow(frame, learning, [&](Walker& walker) { walker.enterFromPon(gemPortId); });
 }
 
-const Plan& carry(const Entrance& entrance, const Packet& packet, Trail& trail) {
+const Plan& carry(const Entrance& entrance, const Packet& packet, Traversal& traversal) {
     const Plan& plan = *currentPlan();
-    trail.clear();
-    Walker walker({plan, memory(), virtualNowMs(), true}, packet, nullptr, trail);
+    traversal.clear();
+    Walker walker({plan, memory(), virtualNowMs(), true}, packet, nullptr, traversal);
     if (entrance.device.empty())
         walker.enterFromPon(entrance.gemPortId);
     else

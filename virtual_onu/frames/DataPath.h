@@ -19,9 +19,9 @@ struct Entrance {
     std::string device;  // "" for a GEM port
     unsigned gemPortId = 0;
 };
-// Likewise for a frame that nobody needs in words: with the device lock held. The trail is new, and good until the lock
-// is given back. Answers the plan that it belongs to.
-const Plan& carry(const Entrance& entrance, const Packet& packet, Trail& trail);
+// Likewise for a frame that nobody needs in words: with the device lock held. The traversal is new, and good until the
+// lock is given back. Answers the plan that it belongs to.
+const Plan& carry(const Entrance& entrance, const Packet& packet, Traversal& traversal);
 
 }  // namespace virtual_onu::datapath
 

@@ -9,26 +9,26 @@ namespace datapath {
 namespace {
 
 std::string detailOf(const Step& step) {
-    switch (step.said) {
-        case Said::Rule:
+    switch (step.cause) {
+        case StepCause::Rule:
             return step.rule->rule.text();
-        case Said::DefaultDrops:
+        case StepCause::DefaultDrops:
             return "default: drop";
-        case Said::DefaultPasses:
+        case StepCause::DefaultPasses:
             return "default: pass";
-        case Said::NothingThere:
+        case StepCause::NothingThere:
             return "no rule and no default: pass";
-        case Said::Flooded:
+        case StepCause::Flooded:
             return "flooded";
-        case Said::Learned:
+        case StepCause::Learned:
             return "learned";
-        case Said::Wanted:
+        case StepCause::Wanted:
             return "to a port that wants the group";
-        case Said::OwnDevices:
+        case StepCause::OwnDevices:
             return "to the bridge's own devices";
-        case Said::Flow:
+        case StepCause::Flow:
             return "flow";
-        case Said::Runner:
+        case StepCause::Runner:
             return "forwards it itself";
     }
     return "";
@@ -36,11 +36,11 @@ std::string detailOf(const Step& step) {
 
 }  // namespace
 
-Walk walkOf(std::shared_ptr<const Plan> plan, const Frame& sent, Trail&& trail) {
+Walk walkOf(std::shared_ptr<const Plan> plan, const Frame& sent, Traversal&& traversal) {
     Walk walk;
     walk.sent = sent;
-    walk.exits.reserve(trail.exits.size());
-    for (const Trail::Exit& one : trail.exits) {
+    walk.exits.reserve(traversal.exits.size());
+    for (const Traversal::Exit& one : traversal.exits) {
         Exit exit;
         exit.hop = one.hop;
         exit.device = one.runner != nullptr ? one.runner->egress : plan->device(one.device).name;
@@ -53,9 +53,9 @@ Walk walkOf(std::shared_ptr<const Plan> plan, const Frame& sent, Trail&& trail) 
         exit.frame = frameWith(sent, one.tags);
         walk.exits.push_back(std::move(exit));
     }
-    walk.drops = std::move(trail.drops);
-    if (!trail.steps.empty())
-        walk.hops = Hops(std::make_shared<const WalkRecord>(std::move(plan), sent, std::move(trail.steps)));
+    walk.drops = std::move(traversal.drops);
+    if (!traversal.steps.empty())
+        walk.hops = Hops(std::make_shared<const WalkRecord>(std::move(plan), sent, std::move(traversal.steps)));
     return walk;
 }
 

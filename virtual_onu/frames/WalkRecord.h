@@ -10,7 +10,7 @@
 
 namespace virtual_onu::datapath {
 
-enum class Said : std::uint8_t {
+enum class StepCause : std::uint8_t {
     Rule,
     DefaultDrops,
     DefaultPasses,
@@ -25,7 +25,7 @@ enum class Said : std::uint8_t {
 
 struct Step {
     Hop::Kind kind = Hop::Kind::Table;
-    Said said = Said::Rule;
+    StepCause cause = StepCause::Rule;
     int from = -1;
     DeviceId device = kNoDevice;
     DeviceId to = kNoDevice;  // kNoDevice where the frame ends
@@ -39,7 +39,7 @@ struct Step {
 };
 
 // What a walk has come to, in numbers that are good as long as the plan. Its memory is used again from walk to walk.
-struct Trail {
+struct Traversal {
     struct Exit {
         int hop = -1;
         DeviceId device = kNoDevice;
@@ -58,8 +58,8 @@ struct Trail {
         drops.clear();
     }
 };
-// The walk of that frame; takes the trail over.
-Walk walkOf(std::shared_ptr<const Plan> plan, const Frame& sent, Trail&& trail);
+// The walk of that frame; takes the traversal over.
+Walk walkOf(std::shared_ptr<const Plan> plan, const Frame& sent, Traversal&& traversal);
 
 class WalkRecord {
 public:

@@ -22,20 +22,20 @@ network::Destination destinationOf(Mac mac) {
 
 }  // namespace
 
-Walker::Walker(const Ground& ground, const Packet& packet, const Frame* frame, Trail& trail)
-    : plan_(ground.plan),
-      memory_(ground.memory),
-      nowMs_(ground.nowMs),
-      counts_(ground.counts),
+Walker::Walker(const WalkContext& context, const Packet& packet, const Frame* frame, Traversal& traversal)
+    : plan_(context.plan),
+      memory_(context.memory),
+      nowMs_(context.nowMs),
+      counts_(context.counts),
       sent_(packet),
       frame_(frame),
       destination_(destinationOf(packet.destination)),
-      trail_(trail) {
-    trail_.steps.reserve(kUsualHops);
+      traversal_(traversal) {
+    traversal_.steps.reserve(kUsualHops);
 }
 
 void Walker::finish() {
-    if (!counts_ || fromGemPort_ == nullptr || !trail_.exits.empty()) return;
+    if (!counts_ || fromGemPort_ == nullptr || !traversal_.exits.empty()) return;
     ++fromGemPort_->counters[pon::kFramesDiscarded];
     persistence::changed(persistence::kGemPorts, fromGemPort_->portId);
 }
@@ -93,11 +93,11 @@ bool Walker::takeRunnerClass(DeviceId port, const Copy& copy) {
     if (taken->pushed) one.packet.tags.tag[0] = *taken->pushed;
     Step step;
     step.kind = Hop::Kind::Runner;
-    step.said = Said::Runner;
+    step.cause = StepCause::Runner;
     step.runner = &*taken;
     step.tags = one.packet.tags;
     one.hop = add(step);
-    Trail::Exit exit;
+    Traversal::Exit exit;
     exit.runner = &*taken;
     leaveAs(exit, one);
     return true;
@@ -106,7 +106,7 @@ bool Walker::takeRunnerClass(DeviceId port, const Copy& copy) {
 // Whether a frame can pass the device; else it ends.
 bool Walker::passes(DeviceId id, const Copy& copy, Way way, Limit limit) {
     const PlanDevice& device = plan_.device(id);
-    if (trail_.steps.size() >= kMaxHops) {
+    if (traversal_.steps.size() >= kMaxHops) {
         drop(copy, device.name, "the devices are stacked in a ring");
         return false;
     }
@@ -159,7 +159,7 @@ void Walker::flow(DeviceId target, Copy copy) {
     copy.marks = {};
     Step step;
     step.kind = Hop::Kind::Flow;
-    step.said = Said::Flow;
+    step.cause = StepCause::Flow;
     step.from = copy.hop;
     step.device = step.to = target;
     step.tags = copy.packet.tags;
@@ -188,15 +188,15 @@ void Walker::transmit(DeviceId id, Copy copy) {
 
 void Walker::leave(DeviceId id, const Copy& copy) {
     if (id == plan_.ponDevice()) return leaveAtPon(copy);
-    Trail::Exit exit;
+    Traversal::Exit exit;
     exit.device = id;
     leaveAs(exit, copy);
 }
 
-void Walker::leaveAs(Trail::Exit exit, const Copy& copy) {
+void Walker::leaveAs(Traversal::Exit exit, const Copy& copy) {
     exit.hop = copy.hop;
     exit.tags = copy.packet.tags;
-    trail_.exits.push_back(exit);
+    traversal_.exits.push_back(exit);
 }
 
 void Walker::leaveAtPon(const Copy& copy) {
@@ -233,7 +233,7 @@ void Walker::leaveAtPon(const Copy& copy) {
         persistence::changed(persistence::kGemPorts, port->portId);
         persistence::changed(persistence::kTconts, *port->tcont);
     }
-    Trail::Exit exit;
+    Traversal::Exit exit;
     exit.device = plan_.ponDevice();
     exit.gemPort = port;
     exit.queue = wanted;
@@ -256,10 +256,10 @@ Walker::Outcome Walker::lookUp(DeviceId device, unsigned direction, DeviceId txD
         refused = apply(*step.rule, copy.packet, copy.marks);
         next = step.rule->receiver;
     } else if (const auto& defaultAction = table->defaultAction(); defaultAction && defaultAction->drops) {
-        step.said = Said::DefaultDrops;
+        step.cause = StepCause::DefaultDrops;
         refused = "no rule matches, the default drops";
     } else {
-        step.said = defaultAction ? Said::DefaultPasses : Said::NothingThere;
+        step.cause = defaultAction ? StepCause::DefaultPasses : StepCause::NothingThere;
         if (defaultAction) next = defaultAction->device;
     }
     if (refused == nullptr) step.to = direction == kTransmit || next == kNoDevice ? device : next;
@@ -277,8 +277,8 @@ void Walker::count(DeviceId id, Way way, const Packet& packet) {
 }
 
 int Walker::add(Step step) {
-    trail_.steps.push_back(step);
-    return static_cast<int>(trail_.steps.size()) - 1;
+    traversal_.steps.push_back(step);
+    return static_cast<int>(traversal_.steps.size()) - 1;
 }
 
 void Walker::drop(const Copy& copy, DeviceId device, std::string reason, Way way) {
@@ -288,7 +288,7 @@ void Walker::drop(const Copy& copy, DeviceId device, std::string reason, Way way
 }
 
 void Walker::drop(const Copy& copy, const std::string& device, std::string reason) {
-    trail_.drops.push_back({copy.hop, device, std::move(reason)});
+    traversal_.drops.push_back({copy.hop, device, std::move(reason)});
 }
 
 }  // namespace virtual_onu::datapath

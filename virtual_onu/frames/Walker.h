@@ -11,7 +11,7 @@
 namespace virtual_onu::datapath {
 
 // What a walk goes through, and whether devices count it.
-struct Ground {
+struct WalkContext {
     const Plan& plan;
     BridgeMemory& memory;
     std::uint64_t nowMs = 0;
@@ -20,9 +20,9 @@ struct Ground {
 
 class Walker {
 public:
-    // Where the frame goes is added to the trail. frame: its fields where it has some, so that words say them as they
-    // are; null otherwise.
-    Walker(const Ground& ground, const Packet& packet, const Frame* frame, Trail& trail);
+    // Where the frame goes is added to the traversal. frame: its fields where it has some, so that words say them as
+    // they are; null otherwise.
+    Walker(const WalkContext& context, const Packet& packet, const Frame* frame, Traversal& traversal);
     void enter(const std::string& device);  // from outside
     void enterFromPon(unsigned gemPortId);
     void finish();
@@ -46,7 +46,7 @@ private:
     void transmit(DeviceId id, Copy copy);
     void leave(DeviceId id, const Copy& copy);
     void leaveAtPon(const Copy& copy);
-    void leaveAs(Trail::Exit exit, const Copy& copy);
+    void leaveAs(Traversal::Exit exit, const Copy& copy);
     // First match wins. next is the VLAN device that a receive table names.
     Outcome lookUp(DeviceId device, unsigned direction, DeviceId txDevice, Copy& copy, DeviceId& next);
 
@@ -56,7 +56,7 @@ private:
     bool learnsAt(DeviceId id, const PlanBridge& bridge, DeviceId port, const Copy& copy);
     void toOwnDevices(DeviceId id, const Copy& copy);
     void forward(DeviceId id, DeviceId port, const Copy& copy, bool sentElsewhere);
-    void toPort(DeviceId bridge, DeviceId port, Said said, const Copy& copy);
+    void toPort(DeviceId bridge, DeviceId port, StepCause cause, const Copy& copy);
 
     void count(DeviceId id, Way way, const Packet& packet);
     int add(Step step);
@@ -72,7 +72,7 @@ private:
     const Packet& sent_;
     const Frame* frame_;
     network::Destination destination_;
-    Trail& trail_;
+    Traversal& traversal_;
     GemPort* fromGemPort_ = nullptr;
 };
 

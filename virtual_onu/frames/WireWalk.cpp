@@ -20,11 +20,11 @@ std::vector<WireExit> carried(const datapath::Entrance& entrance, const std::vec
     if (!datapath::readHeader(slot.frame, slot.size, slot.size, header)) return {};
     slot.payload = slot.frame + header.payloadAt;
     slot.payloadSize = slot.size - header.payloadAt;
-    datapath::Trail trail;
+    datapath::Traversal traversal;
     std::vector<WireExit> exits;
     const DeviceLock lock(deviceMutex());
-    const datapath::Plan& plan = datapath::carry(entrance, datapath::packetOf(header), trail);
-    for (const auto& exit : trail.exits) {
+    const datapath::Plan& plan = datapath::carry(entrance, datapath::packetOf(header), traversal);
+    for (const auto& exit : traversal.exits) {
         WireExit made;
         made.device = exit.runner != nullptr ? exit.runner->egress : plan.device(exit.device).name;
         if (exit.gemPort != nullptr) made.gemPort = exit.gemPort->portId;

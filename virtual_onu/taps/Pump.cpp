@@ -164,8 +164,8 @@ void Pump::carryOne(std::size_t place, std::size_t number) {
     if (!datapath::readHeader(slot.frame, slot.size, slot.size, header_)) return entry.dropped.add(1);
     slot.payload = slot.frame + header_.payloadAt;
     slot.payloadSize = slot.size - header_.payloadAt;
-    const datapath::Plan& plan = datapath::carry(entrances_[place], packetOf(header_), trail_);
-    for (const auto& exit : trail_.exits) {
+    const datapath::Plan& plan = datapath::carry(entrances_[place], packetOf(header_), traversal_);
+    for (const auto& exit : traversal_.exits) {
         const int tap = tapOf(plan, exit);
         if (tap >= 0) {
             copies_.push_back({number, static_cast<std::size_t>(tap), exit.tags});
@@ -176,13 +176,13 @@ void Pump::carryOne(std::size_t place, std::size_t number) {
                                 : exit.runner != nullptr ? exit.runner->egress
                                                          : plan.device(exit.device).name);
     }
-    if (!trail_.exits.empty()) return;
+    if (!traversal_.exits.empty()) return;
     entry.dropped.add(1);
-    if (!trail_.drops.empty()) entry.lastDrop.set(trail_.drops.back().reason);
+    if (!traversal_.drops.empty()) entry.lastDrop.set(traversal_.drops.back().reason);
 }
 
 // The place of the TAP that stands where the frame leaves, -1 for none.
-int Pump::tapOf(const datapath::Plan& plan, const datapath::Trail::Exit& exit) const {
+int Pump::tapOf(const datapath::Plan& plan, const datapath::Traversal::Exit& exit) const {
     if (exit.runner != nullptr) return -1;
     const auto found = std::find_if(entrances_.begin(), entrances_.end(), [&](const datapath::Entrance& one) {
         if (exit.gemPort != nullptr) return one.device.empty() && one.gemPortId == exit.gemPort->portId;

@@ -42,7 +42,7 @@ private:
     bool take(std::size_t place);  // a batch; false when the TAP is gone
     void carry(std::size_t place, std::size_t frames);
     void carryOne(std::size_t place, std::size_t slot);
-    int tapOf(const datapath::Plan& plan, const datapath::Trail::Exit& exit) const;
+    int tapOf(const datapath::Plan& plan, const datapath::Traversal::Exit& exit) const;
     void deliver(const Copy& copy);
     std::uint8_t* room(std::size_t slot);
 
@@ -54,7 +54,7 @@ private:
     std::vector<datapath::WireSlot> slots_;
     std::vector<Copy> copies_;
     datapath::WireHeader header_;
-    datapath::Trail trail_;
+    datapath::Traversal traversal_;
     std::vector<bool> linkShown_;  // what the board's port was told last
     std::uint64_t resets_ = 0;
     Clock::time_point clock_ = Clock::now(), second_ = Clock::now();
