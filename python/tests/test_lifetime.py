@@ -48,7 +48,14 @@ class Beginnings(unittest.TestCase):
         self.refused("no-tool", "no-such-tool", tool="/no-such-tool")
         self.refused("not-started", "cannot be opened", scenario="/no/such/file.json")
         self.refused("not-started", "out of order", tool=self.program("echo out of order >&2; exit 3\n"))
-        self.refused("timeout", "slow today", tool=self.program("echo slow today; exec sleep 60\n"), start_timeout=0.3)
+        slow = self.program(f"echo slow today; exec sleep {support.HANG}\n")
+        for seconds in (0.2, 2, 20):  # what it has printed is in the error, once it has come to print
+            with self.assertRaises(OnuError) as caught:
+                Onu.start(tool=slow, start_timeout=seconds)
+            self.assertEqual(caught.exception.code, "timeout")
+            if "slow today" in str(caught.exception):
+                break
+        self.assertIn("slow today", str(caught.exception))
         with tempfile.NamedTemporaryFile("w", suffix=".json") as scenario:
             scenario.write('{"title": "x", "steps": [{"expect": {"bridges": {"br7": true}}}]}')
             scenario.flush()
@@ -72,7 +79,7 @@ class Beginnings(unittest.TestCase):
 class Programs(unittest.TestCase):
     def test_a_daemon_is_looked_at_and_ends_with_its_board(self) -> None:
         with Onu.exec([os.environ["EXAMPLE_DAEMON"], "--stay"]) as onu:
-            onu.expect(bridges={"br3": ["gpon3.3", "sid1.3"]}, within=10000)
+            onu.expect(bridges={"br3": ["gpon3.3", "sid1.3"]}, within=60000)
             self.assertFalse(onu.info().hal)
             self.assertIn("daemon: the service is up", onu.output())
             with self.assertRaises(OnuError) as caught:
@@ -80,11 +87,16 @@ class Programs(unittest.TestCase):
             self.assertEqual(caught.exception.code, "not-here")
 
     def test_a_program_that_ends_has_an_exit_code(self) -> None:
-        with Onu.exec(["/bin/sh", "-c", "sleep 0.5; exit $CODE"], environment={"CODE": "7"}) as onu:
+        folder = tempfile.TemporaryDirectory(prefix="vorn-onu-test-")
+        self.addCleanup(folder.cleanup)
+        gate = os.path.join(folder.name, "gate")
+        os.mkfifo(gate)
+        with Onu.exec(["/bin/sh", "-c", "read line <$GATE; exit $CODE"], environment={"CODE": "7", "GATE": gate}) as onu:
             with self.assertRaises(OnuError) as caught:
                 onu.wait(0.01)
             self.assertEqual(caught.exception.code, "timeout")
-            self.assertEqual(onu.wait(20), 7)
+            pathlib.Path(gate).write_text("go\n")
+            self.assertEqual(onu.wait(support.HANG), 7)
             with self.assertRaises(OnuError) as gone:
                 onu.state()
             self.assertEqual(gone.exception.code, "gone")
@@ -115,7 +127,7 @@ class Endings(unittest.TestCase):
         return program
 
     def test_the_tool_ends_with_its_python_however_that_ends(self) -> None:
-        waits = "time.sleep(60)"
+        waits = f"time.sleep({support.HANG})"
         for name, code, number in (
             ("end of the program", "", None),
             ("exception", "raise RuntimeError()", None),
@@ -131,7 +143,7 @@ class Endings(unittest.TestCase):
                 if number is not None:
                     self.assertTrue(support.is_alive(tool))
                     program.send_signal(number)
-                has_ended = support.ends_within(tool, 20)
+                has_ended = support.ends(tool)
                 if not has_ended:
                     os.kill(tool, signal.SIGKILL)
                 self.assertTrue(has_ended)
@@ -200,13 +212,11 @@ class OtherEnds(unittest.TestCase):
             ("busy", b'{"v":1,"ok":false,"code":"busy","error":"64 clients are connected"}\n'),
         ):
             with self.subTest(answer):
-                connection = Connection(self.listening(answer), timeout=0.3)
+                connection = Connection(self.listening(answer), timeout=0.3 if code == "timeout" else support.HANG)
                 self.addCleanup(connection.close)
-                begin = time.monotonic()
                 with self.assertRaises(OnuError) as caught:
                     connection.ask("hello")
                 self.assertEqual(caught.exception.code, code)
-                self.assertLess(time.monotonic() - begin, 5)
 
     def test_an_answer_that_comes_too_late_is_not_taken_for_the_next_one(self) -> None:
         with Onu.start() as onu:

@@ -75,7 +75,7 @@ class States(unittest.TestCase):
                 with open(name, "w", encoding="utf-8") as file:
                     json.dump(onu.state_json("all"), file)
             command = [os.environ["VORN_ONU"], "diff", *names]
-            told = subprocess.run(command, stdout=subprocess.PIPE, text=True, timeout=30, check=False)
+            told = subprocess.run(command, stdout=subprocess.PIPE, text=True, timeout=support.HANG, check=False)
         self.assertEqual(told.returncode, 1)
         self.assertIn("sid0.3", told.stdout)
 

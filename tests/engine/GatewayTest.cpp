@@ -3,8 +3,8 @@
 #include <chrono>
 #include <thread>
 
-#include "support/BusWait.h"
 #include "support/OnuFixture.h"
+#include "support/Wait.h"
 
 using virtual_onu::GatewayMode;
 

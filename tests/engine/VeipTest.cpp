@@ -1,6 +1,6 @@
 // The VEIP: the device towards the gateway, the services announced on it, and how it goes.
-#include "support/BusWait.h"
 #include "support/OnuFixture.h"
+#include "support/Wait.h"
 
 using virtual_onu::CallKind;
 using virtual_onu::DefaultAction;

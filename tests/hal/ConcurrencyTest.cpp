@@ -14,8 +14,8 @@
 #include "device/Counters.h"
 #include "hal/HALFactory.h"
 #include "hal/ProvisioningRecords.h"
-#include "support/BusWait.h"
 #include "support/OnuFixture.h"
+#include "support/Wait.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <fstream>
 
 #include "BRCM/BCM968580/omci_brcm_hal.h"
-#include "support/BusWait.h"
 #include "support/OnuFixture.h"
+#include "support/Wait.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 
 #include "BRCM/BCM968580/omci_brcm_hal.h"
 #include "hal/HALFactory.h"
-#include "support/BusWait.h"
 #include "support/OnuFixture.h"
+#include "support/Wait.h"
 
 namespace {
 

@@ -5,12 +5,11 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdlib>
 #include <fstream>
-#include <thread>
 
 #include "bridge/BridgeContract.h"
+#include "support/Wait.h"
 
 namespace {
 
@@ -66,13 +65,11 @@ INSTANTIATE_TEST_SUITE_P(Bridge, KernelBridgeContract, ::testing::ValuesIn(bridg
 // True once the kernel has taken the port into the forwarding state; it does so a moment after the link is up.
 bool forwards(const std::string& port) {
     constexpr int kForwarding = 3;
-    for (int attempt = 0; attempt < 200; ++attempt) {
+    return becomesTrue([&] {
         int state = 0;
         std::ifstream("/sys/class/net/" + port + "/brport/state") >> state;
-        if (state == kForwarding) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return false;
+        return state == kForwarding;
+    });
 }
 
 double secondsOf(timeval time) {
@@ -93,10 +90,8 @@ TEST_F(KernelBridge, SpanningTreesTimersRunWhileThePortListens) {
     EXPECT_EQ(secondsOf(port.message_age_timer) + secondsOf(port.forward_delay_timer) + secondsOf(port.hold_timer), 0);
     EXPECT_EQ(br_set_stp_state("bra", 1), 0);
     for (const char* device : {"bra", "pa", "xa"}) bridge_contract::setUp(device, true);
-    for (int attempt = 0; attempt < 200 && secondsOf(port.forward_delay_timer) <= 0; ++attempt) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        ASSERT_EQ(br_get_port_info("bra", "pa", &port), 0);
-    }
+    EXPECT_TRUE(becomesTrue(
+        [&] { return br_get_port_info("bra", "pa", &port) == 0 && secondsOf(port.forward_delay_timer) > 0; }));
     const br_bridge_info on = bridge_contract::bridgeInfo("bra");
     EXPECT_GT(secondsOf(on.hello_timer), 0);
     EXPECT_LE(secondsOf(on.hello_timer), kHello);

@@ -8,11 +8,12 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstring>
 #include <string>
 
 #include <nlohmann/json.hpp>
+
+#include "support/Wait.h"
 
 class BoardClient {
 public:
@@ -37,15 +38,13 @@ public:
         }
         return true;
     }
-    // The next line as JSON; null when the connection ends or a minute is over.
+    // The next line as JSON; null when the connection ends or hangs.
     nlohmann::json next() {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
         std::size_t line = 0;
         while ((line = buffer_.find('\n')) == std::string::npos) {
             pollfd wait{descriptor_, POLLIN, 0};
-            if (poll(&wait, 1, 1000) == 0 && std::chrono::steady_clock::now() < end) continue;
             char bytes[65536];
-            const ssize_t count = recv(descriptor_, bytes, sizeof bytes, MSG_DONTWAIT);
+            const ssize_t count = poll(&wait, 1, kHangMs) == 1 ? recv(descriptor_, bytes, sizeof bytes, 0) : 0;
             if (count <= 0) return nullptr;
             buffer_.append(bytes, static_cast<std::size_t>(count));
         }

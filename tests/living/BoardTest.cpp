@@ -9,7 +9,7 @@
 #include <set>
 #include <thread>
 
-#include "living/LivingRun.h"
+#include "living/LivingBoards.h"
 #include "support/Emulated.h"
 #include "support/Programs.h"
 
@@ -22,11 +22,11 @@ protected:
     void SetUp() override { SKIP_WHEN_EMULATED(kHostPrograms); }
     void TearDown() override { unsetenv("TMPDIR"); }
     std::string socket(const std::string& name = "lab") const { return runtime_.socket(name); }
-    std::unique_ptr<LivingRun> start(std::vector<std::string> words) const {
+    std::unique_ptr<BackgroundProgram> start(std::vector<std::string> words) const {
         words.insert(words.begin(), kTool);
-        return std::make_unique<LivingRun>(std::move(words), scratch_.file("output"));
+        return std::make_unique<BackgroundProgram>(std::move(words), scratch_.file("output"));
     }
-    std::unique_ptr<LivingRun> daemon() const {
+    std::unique_ptr<BackgroundProgram> daemon() const {
         return start({"exec", "--quiet", "--name", "lab", "--", kDaemon, "--stay"});
     }
     static ProgramResult tool(std::vector<std::string> words) {
@@ -67,8 +67,8 @@ json requestOf(int client, int round) {
 }
 
 TEST_F(Board, TwentyClientsTalkWhileADaemonProvisionsAndTakesDown) {
-    const auto run = start({"exec", "--quiet", "--name", "lab", "--", kCycling});
-    ASSERT_TRUE(LivingRun::isThere(socket())) << run->output();
+    const auto run = start({"exec", "--quiet", "--name", "lab", "--", kTestDaemon, "cycle"});
+    ASSERT_TRUE(boardAnswers(socket())) << run->output();
     constexpr int kClients = 20;
     const int rounds = std::string(VORN_SANITIZERS).empty() ? 16 : 6;  // a sanitizer makes ten of each
 
@@ -98,14 +98,14 @@ TEST_F(Board, TwentyClientsTalkWhileADaemonProvisionsAndTakesDown) {
     for (auto& client : clients) client.join();
     EXPECT_EQ(bad, 0);
     EXPECT_EQ(events, kClients / 5);
-    run->tell(SIGTERM);
+    run->signal(SIGTERM);
     EXPECT_EQ(run->exitCode(), 0) << run->output();  // every call of the daemon has succeeded
     EXPECT_EQ(run->output().find("ThreadSanitizer"), std::string::npos) << run->output();
 }
 
 TEST_F(Board, ClientsThatSpeakGarbageOrHangDisturbNobody) {
     const auto run = daemon();
-    ASSERT_TRUE(LivingRun::isThere(socket())) << run->output();
+    ASSERT_TRUE(boardAnswers(socket())) << run->output();
     const std::pair<const char*, std::string> lines[] = {
         {"bad-request", std::string("\x00\xff\x80\x1b[2J", 7)},
         {"bad-request", ""},
@@ -142,14 +142,12 @@ TEST_F(Board, ClientsThatSpeakGarbageOrHangDisturbNobody) {
     hanging.push_back(std::make_unique<BoardClient>(socket()));
     hanging.back()->send("{\"v\": 1, \"do\": \"subscribe\", \"to\": [\"counters\"], \"everyMs\": 100}\n");
     for (int i = 0; i < 100; ++i) hanging.back()->send("{\"v\": 1, \"do\": \"show\", \"trace\": \"all\"}\n");
-    const auto before = std::chrono::steady_clock::now();
     EXPECT_TRUE(client.step({{"board", {{"links", {{"sid5", "down"}}}}}}).value("ok", false));
-    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(5));
     for (int i = 0; i < 80; ++i) hanging.push_back(std::make_unique<BoardClient>(socket()));  // and say nothing
     EXPECT_EQ(codeOf(hanging.back()->next()), "busy") << "there is an end to clients";
     hanging.clear();
-    EXPECT_TRUE(comesTrue([&] { return codeOf(BoardClient(socket()).ask({{"do", "hello"}})) == "ok"; }));
-    run->tell(SIGTERM);
+    EXPECT_TRUE(becomesTrue([&] { return codeOf(BoardClient(socket()).ask({{"do", "hello"}})) == "ok"; }));
+    run->signal(SIGTERM);
     EXPECT_EQ(run->exitCode(), 128 + SIGTERM) << run->output();
 }
 
@@ -157,9 +155,8 @@ TEST_F(Board, ClientsThatSpeakGarbageOrHangDisturbNobody) {
 
 TEST_F(Board, TakesEveryKindOfStepAndRefusesCallsThatAreTheProgramsOwn) {
     const auto run = daemon();
-    ASSERT_TRUE(LivingRun::isThere(socket())) << run->output();
-    ASSERT_TRUE(comesTrue([&] { return run->output().find("the service is up") != std::string::npos; }))
-        << run->output();
+    ASSERT_TRUE(boardAnswers(socket())) << run->output();
+    ASSERT_TRUE(run->prints("the service is up")) << run->output();
     BoardClient client(socket());
     const json steps[] = {
         json{{"gateway", "silent"}},
@@ -187,41 +184,39 @@ TEST_F(Board, TakesEveryKindOfStepAndRefusesCallsThatAreTheProgramsOwn) {
     const json call = client.step({{"call", "vorn_omci_hal_configureBridge"}, {"bridgeId", 9}, {"uniPort", 0}});
     EXPECT_EQ(codeOf(call), "not-here");
     EXPECT_NE(call.value("error", "").find("program owns its HAL"), std::string::npos);
-    // An expectation with time holds nobody else up.
-    ASSERT_TRUE(client.send(
-        "{\"v\": 1, \"do\": \"step\", \"step\": {\"expect\": {\"bridges\": {\"br77\": {}}}, \"within\": 3000}}\n"));
-    BoardClient other(socket());
-    const auto before = std::chrono::steady_clock::now();
-    EXPECT_EQ(codeOf(other.ask({{"do", "counters"}})), "ok");
-    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(2000));
-    EXPECT_FALSE(client.next()["step"].value("passed", true));
+    // An expectation with time holds nobody else up: another client's step makes it true.
+    ASSERT_TRUE(
+        client.send("{\"v\": 1, \"do\": \"step\", \"step\": {\"expect\": {\"devices\": {\"sid1\": {\"operState\": "
+                    "\"down\"}}}, \"within\": 60000}}\n"));
+    EXPECT_TRUE(
+        BoardClient(socket()).step({{"board", {{"links", {{"sid1", "down"}}}}}})["step"].value("passed", false));
+    EXPECT_TRUE(client.next()["step"].value("passed", false));
 }
 
 // What was done to the board of a killed program is there for the next one, and for who looks at it.
 TEST_F(Board, InAFileGoesOnUnderItsNameWithTheNextProgram) {
     const std::string file = scratch_.file("board");
     auto run = start({"exec", "--quiet", "--name", "lab", "--board", file, "--", kDaemon, "--stay"});
-    ASSERT_TRUE(LivingRun::isThere(socket())) << run->output();
-    ASSERT_TRUE(comesTrue([&] { return run->output().find("the service is up") != std::string::npos; }))
-        << run->output();
+    ASSERT_TRUE(boardAnswers(socket())) << run->output();
+    ASSERT_TRUE(run->prints("the service is up")) << run->output();
     EXPECT_EQ(tool({"at", "lab", "board", "links.sid1=down"}).code, 0);
     const pid_t program = BoardClient(socket()).ask({{"do", "hello"}}).at("board").at("process");
     kill(program, SIGKILL);
     EXPECT_EQ(run->exitCode(), 128 + SIGKILL);
 
-    run = start({"exec", "--quiet", "--name", "lab", "--board", file, "--", kCycling});
-    ASSERT_TRUE(LivingRun::isThere(socket())) << run->output();
+    run = start({"exec", "--quiet", "--name", "lab", "--board", file, "--", kTestDaemon, "cycle"});
+    ASSERT_TRUE(boardAnswers(socket())) << run->output();
     BoardClient client(socket());
     const json dark = client.step({{"frame", {{"from", "sid1"}}}, {"expect", {{"dropped", "no carrier"}}}});
     EXPECT_TRUE(dark["step"].value("passed", false)) << dark.dump();
     EXPECT_EQ(codeOf(client.step({{"restart", "kill"}})), "not-here");
-    run->tell(SIGTERM);
+    run->signal(SIGTERM);
     EXPECT_EQ(run->exitCode(), 0) << run->output();
 }
 
 TEST_F(Board, OfAScenarioStaysAndTakesCallsWithTheSameChecks) {
     const auto run = start({"run", kScenarios + "/internet.json", "--stay", "--quiet", "--name", "lab"});
-    ASSERT_TRUE(LivingRun::isThere(socket())) << run->output();
+    ASSERT_TRUE(boardAnswers(socket())) << run->output();
     EXPECT_EQ(tool({"at", "lab", "call", "configureBridge", "bridgeId=9", "uniPort=0", "result=0"}).code, 0);
     EXPECT_EQ(tool({"at", "lab", "expect", "bridges={\"br9\": {}}"}).code, 0);
     EXPECT_EQ(tool({"at", "lab", "expect", "bridges={\"br10\": {}}"}).code, 1);
@@ -229,14 +224,14 @@ TEST_F(Board, OfAScenarioStaysAndTakesCallsWithTheSameChecks) {
     EXPECT_EQ(wrong.code, 2);
     EXPECT_NE(wrong.output.find("did you mean 'bridgeId'"), std::string::npos) << wrong.output;
     EXPECT_NE(tool({"at", "lab", "show"}).output.find("br9"), std::string::npos);
-    run->tell(SIGTERM);
+    run->signal(SIGTERM);
     EXPECT_EQ(run->exitCode(), 0) << run->output();
     EXPECT_FALSE(BoardClient(socket()).connected());
 }
 
 TEST_F(Board, OfAnOltsOnuTakesCallsAndFrames) {
     const auto run = start({"omci", "--listen", "unix:" + scratch_.file("olt"), "--quiet", "--name", "lab"});
-    ASSERT_TRUE(LivingRun::isThere(socket())) << run->output();
+    ASSERT_TRUE(boardAnswers(socket())) << run->output();
     EXPECT_EQ(tool({"at", "lab", "call", "vorn_omci_hal_sn_get", "size=64", "result=0"}).code, 0);
     const ProgramResult sent = tool({"at", "lab", "send", "--from", "sid0", "--vlan", "20"});
     EXPECT_EQ(sent.code, 1) << sent.output;
@@ -247,8 +242,8 @@ TEST_F(Board, OfAnOltsOnuTakesCallsAndFrames) {
 // ---- events ----
 
 TEST_F(Board, TellsListenersEveryCallInOrderAndTheEnd) {
-    const auto run = start({"exec", "--quiet", "--name", "lab", "--", kCycling});
-    ASSERT_TRUE(LivingRun::isThere(socket())) << run->output();
+    const auto run = start({"exec", "--quiet", "--name", "lab", "--", kTestDaemon, "cycle"});
+    ASSERT_TRUE(boardAnswers(socket())) << run->output();
     BoardClient client(socket());
     const json begun = client.ask({{"do", "subscribe"}, {"to", {"trace", "changes", "counters"}}, {"everyMs", 100}});
     ASSERT_EQ(codeOf(begun), "ok");
@@ -264,7 +259,7 @@ TEST_F(Board, TellsListenersEveryCallInOrderAndTheEnd) {
             ++last;
         }
     }
-    run->tell(SIGTERM);
+    run->signal(SIGTERM);
     std::string why;
     for (json event = client.next(); event.is_object(); event = client.next())
         if (event.value("event", "") == "end") why = event.value("why", "");
@@ -275,39 +270,43 @@ TEST_F(Board, TellsListenersEveryCallInOrderAndTheEnd) {
 // ---- the program ----
 
 TEST_F(Board, StaysInReachOfAProgramThatClosesAllDescriptors) {
-    const auto run = start({"exec", "--quiet", "--name", "lab", "--", kCycling, "closing"});
-    ASSERT_TRUE(LivingRun::isThere(socket())) << run->output();
+    const auto run = start({"exec", "--quiet", "--name", "lab", "--", kTestDaemon, "cycle", "closing"});
+    ASSERT_TRUE(boardAnswers(socket())) << run->output();
     BoardClient client(socket());
-    for (int i = 0; i < 40; ++i) {  // two seconds and more: several rounds of closing
-        const json reply = client.step({{"board", {{"links", {{"sid6", i % 2 == 0 ? "down" : "up"}}}}}});
-        ASSERT_EQ(codeOf(reply), "ok") << i << reply.dump();
-        pollfd wait{};
-        poll(&wait, 0, 50);
+    for (int round = 1; round <= 4; ++round) {
+        const std::string closed = "round " + std::to_string(round) + "\n";
+        for (bool up = false; !has(run->output(), closed); up = !up) {
+            const json reply = client.step({{"board", {{"links", {{"sid6", up ? "up" : "down"}}}}}});
+            ASSERT_EQ(codeOf(reply), "ok") << reply.dump() << run->output();
+        }
     }
-    run->tell(SIGTERM);
+    run->signal(SIGTERM);
     EXPECT_EQ(run->exitCode(), 0) << run->output();
 }
 
 // A program destroys what is static on its way out, while requests go on.
 TEST_F(Board, MayEndInTheMiddleOfRequests) {
-    const auto run = start({"exec", "--quiet", "--name", "lab", "--", kCycling, "leaving"});
+    const auto run = start({"exec", "--quiet", "--name", "lab", "--", kTestDaemon, "cycle", "leaving"});
     std::atomic<bool> over{false};
-    std::atomic<int> answered{0};
+    std::atomic<int> answered{0}, waited{0};
     std::vector<std::thread> clients;
     for (int one = 0; one < 4; ++one)
         clients.emplace_back([&, one] {
             while (!over) {
                 BoardClient client(socket());
-                for (int i = 0; !over && codeOf(client.ask(requestOf(one, i))) == "ok"; ++i) ++answered;
+                std::string code = "ok";
+                for (int i = 0; !over && code == "ok"; ++i) {
+                    code = codeOf(client.ask(requestOf(one, i)));
+                    answered += code == "ok" ? 1 : 0;
+                }
+                waited += code == "no-answer" ? 1 : 0;
             }
         });
-    EXPECT_TRUE(comesTrue([&] { return run->output().find("leaving") != std::string::npos; })) << run->output();
-    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_TRUE(run->prints("leaving")) << run->output();
     EXPECT_EQ(run->exitCode(), 0) << run->output();
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(9))
-        << "nobody waits the ten seconds of an answer for it any more";
     over = true;
     for (auto& client : clients) client.join();
+    EXPECT_EQ(waited, 0) << "a client has waited for the answer of a program that was going";
     EXPECT_GT(answered, 100);
 }
 
@@ -322,15 +321,15 @@ bool stands(pid_t process) {
 
 TEST_F(Board, ThatIsStoppedIsToldOfAndGoesOnLater) {
     const auto run = daemon();
-    ASSERT_TRUE(LivingRun::isThere(socket())) << run->output();
+    ASSERT_TRUE(boardAnswers(socket())) << run->output();
     BoardClient client(socket());
     const pid_t process = client.ask({{"do", "hello"}}).at("board").at("process");
     kill(process, SIGSTOP);
-    ASSERT_TRUE(comesTrue([&] { return stands(process); })) << "each of its threads takes its own time to stop";
+    ASSERT_TRUE(becomesTrue([&] { return stands(process); })) << "each of its threads takes its own time to stop";
     const json silent = client.ask({{"do", "counters"}});
     kill(process, SIGCONT);
     EXPECT_EQ(codeOf(silent), "no-answer");
-    EXPECT_TRUE(comesTrue([&] { return codeOf(client.ask({{"do", "counters"}})) == "ok"; }));
+    EXPECT_TRUE(becomesTrue([&] { return codeOf(client.ask({{"do", "counters"}})) == "ok"; }));
     const json shown = client.ask({{"do", "show"}});
     EXPECT_TRUE(shown.contains("device")) << "late answers are not taken for others";
 }
@@ -339,7 +338,7 @@ TEST_F(Board, ThatIsStoppedIsToldOfAndGoesOnLater) {
 
 TEST_F(Board, HasItsNameAloneAndReplacesWhatAKilledRunHasLeft) {
     auto run = daemon();
-    ASSERT_TRUE(LivingRun::isThere(socket())) << run->output();
+    ASSERT_TRUE(boardAnswers(socket())) << run->output();
     const ProgramResult second = tool({"exec", "--name", "lab", "--", "/bin/sh", "-c", "echo has run"});
     EXPECT_EQ(second.code, 2);
     EXPECT_NE(second.output.find("'lab' runs already"), std::string::npos) << second.output;
@@ -350,13 +349,13 @@ TEST_F(Board, HasItsNameAloneAndReplacesWhatAKilledRunHasLeft) {
     ASSERT_EQ(stat((runtime_.path() + "/vorn-onu").c_str(), &found), 0);
     EXPECT_EQ(found.st_mode & 0777U, 0700U);
     EXPECT_NE(tool({"ls"}).output.find("lab"), std::string::npos);
-    run->tell(SIGKILL);
+    run->signal(SIGKILL);
     run->exitCode();
     EXPECT_EQ(stat(socket().c_str(), &found), 0) << "left behind";
     EXPECT_EQ(tool({"ls"}).output, "No board runs.\n");
     EXPECT_EQ(tool({"at", "lab", "show"}).code, 2);
     run = daemon();
-    EXPECT_TRUE(LivingRun::isThere(socket())) << run->output();
+    EXPECT_TRUE(boardAnswers(socket())) << run->output();
 }
 
 TEST_F(Board, HasANameThatIsNoPathAndADirectoryThatIsTheUsersAlone) {
@@ -372,7 +371,7 @@ TEST_F(Board, HasANameThatIsNoPathAndADirectoryThatIsTheUsersAlone) {
     setenv("XDG_RUNTIME_DIR", "/nowhere", 1);
     setenv("TMPDIR", runtime_.path().c_str(), 1);
     const auto run = daemon();
-    EXPECT_TRUE(LivingRun::isThere(runtime_.path() + "/vorn-onu." + std::to_string(getuid()) + "/boards/lab.sock"))
+    EXPECT_TRUE(boardAnswers(runtime_.path() + "/vorn-onu." + std::to_string(getuid()) + "/boards/lab.sock"))
         << run->output();
 }
 

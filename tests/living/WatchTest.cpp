@@ -6,7 +6,8 @@
 #include <map>
 #include <memory>
 
-#include "living/LivingRun.h"
+#include "living/LivingBoards.h"
+#include "program/Terminal.h"
 #include "support/Emulated.h"
 #include "support/Programs.h"
 
@@ -79,10 +80,10 @@ class Watching : public ::testing::TestWithParam<int> {
 protected:
     void SetUp() override {
         SKIP_WHEN_EMULATED(kHostPrograms);
-        run_ = std::make_unique<LivingRun>(
-            std::vector<std::string>{kTool, "exec", "--quiet", "--name", "lab", "--", kCycling},
+        run_ = std::make_unique<BackgroundProgram>(
+            std::vector<std::string>{kTool, "exec", "--quiet", "--name", "lab", "--", kTestDaemon, "cycle"},
             scratch_.file("output"));
-        ASSERT_TRUE(LivingRun::isThere(runtime_.socket("lab"))) << run_->output();
+        ASSERT_TRUE(boardAnswers(runtime_.socket("lab"))) << run_->output();
     }
     static winsize sizeOf(int columns, int rows) {
         winsize size{};
@@ -97,7 +98,7 @@ protected:
     }
     ScratchDirectory scratch_;
     RuntimeDirectory runtime_;
-    std::unique_ptr<LivingRun> run_;
+    std::unique_ptr<BackgroundProgram> run_;
 };
 
 TEST_P(Watching, FitsTheWindowFollowsItsSizeAndLeavesItClean) {
@@ -106,7 +107,7 @@ TEST_P(Watching, FitsTheWindowFollowsItsSizeAndLeavesItClean) {
     client.step({{"board", {{"gemPorts", {{{"gemPort", 2000}, {"index", 77}}}}}}});
     client.step({{"gateway", "silent"}});
     TerminalSession session({kTool, "at", "lab", "watch"}, sizeOf(columns, 30));
-    ASSERT_TRUE(comesTrue([&] {
+    ASSERT_TRUE(becomesTrue([&] {
         const std::string text = windowOf(session).text();
         return text.find("vlanCtl_") != std::string::npos && text.find("2000") != std::string::npos;
     })) << session.output();
@@ -121,7 +122,7 @@ TEST_P(Watching, FitsTheWindowFollowsItsSizeAndLeavesItClean) {
     EXPECT_EQ(window.text().find("bit/s") != std::string::npos, columns >= 110);
 
     // Rates: frames that come in, once there are two looks at the counters.
-    EXPECT_TRUE(comesTrue([&] {
+    EXPECT_TRUE(becomesTrue([&] {
         client.ask({{"do", "send"}, {"frame", {{"from", "sid1"}}}});
         const std::string line = lineOf(windowOf(session).text(), "  sid1  up ");
         return !line.empty() && line.find(" - ") == std::string::npos && line.find(" 0 ") != std::string::npos;
@@ -129,7 +130,7 @@ TEST_P(Watching, FitsTheWindowFollowsItsSizeAndLeavesItClean) {
 
     session.resize(sizeOf(60, 12));
     Window small;
-    ASSERT_TRUE(comesTrue([&] {
+    ASSERT_TRUE(becomesTrue([&] {
         small = Window();
         small.take(lastDrawing(session.output()));
         return small.lowest == 11;
@@ -149,8 +150,9 @@ INSTANTIATE_TEST_SUITE_P(Columns, Watching, ::testing::Values(80, 120),
 class Leaving : public Watching {};
 // The terminal's settings are its own: looked at from the side that stays.
 TEST_P(Leaving, GivesTheTerminalBack) {
-    TerminalSession session({"/bin/sh", "-c", "trap : INT; " + kTool + " at lab watch; echo back $?; stty -a; sleep 1"},
-                            sizeOf(80, 24));
+    TerminalSession session(
+        {"/bin/sh", "-c", "trap : INT; " + kTool + " at lab watch; echo back $?; stty -a; echo over; read rest"},
+        sizeOf(80, 24));
     ASSERT_TRUE(session.shows("Services"));
     const pid_t watching = childOf(session.process());
     ASSERT_GT(watching, 0);
@@ -163,7 +165,7 @@ TEST_P(Leaving, GivesTheTerminalBack) {
             kill(watching, GetParam());
             break;
         default:  // the board goes
-            run_->tell(SIGTERM);
+            run_->signal(SIGTERM);
     }
     ASSERT_TRUE(session.shows("back "));
     session.exitCode();

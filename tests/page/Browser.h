@@ -8,7 +8,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
@@ -17,6 +16,8 @@
 #include <vector>
 
 #include <nlohmann/json.hpp>
+
+#include "support/Wait.h"
 
 class Browser {
 public:
@@ -84,13 +85,9 @@ public:
         if (answer.contains("exceptionDetails")) throw std::runtime_error(answer["exceptionDetails"].dump());
         return answer["result"].value("value", json());
     }
-    // Whether the expression becomes true within some time.
+    // False when it hangs.
     bool becomes(const std::string& expression) {
-        for (int i = 0; i < 200; ++i) {
-            if (value("Boolean(" + expression + ")") == true) return true;
-            usleep(100000);
-        }
-        return false;
+        return becomesTrue([&] { return value("Boolean(" + expression + ")") == true; });
     }
     void open(const std::string& link) { call("Page.navigate", {{"url", link}}); }
     void press(const std::string& key, int code, const std::string& text) {
@@ -127,7 +124,8 @@ private:
         const std::string file = program(), folder = "--user-data-dir=" + profile;
         // A container has no rights for the browser's own sandbox; the page is the only one that it sees.
         execl(file.c_str(), file.c_str(), "--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage",
-              "--no-first-run", "--remote-debugging-pipe", folder.c_str(), "about:blank", nullptr);
+              "--no-first-run", "--disable-background-networking", "--disable-component-update", "--disable-sync",
+              "--remote-debugging-pipe", folder.c_str(), "about:blank", nullptr);
         _exit(127);
     }
     json next() {
@@ -135,7 +133,7 @@ private:
         while ((end = got_.find('\0')) == std::string::npos) {
             pollfd one{from_, POLLIN, 0};
             char bytes[65536];
-            const ssize_t count = poll(&one, 1, 60000) > 0 ? read(from_, bytes, sizeof bytes) : 0;
+            const ssize_t count = poll(&one, 1, kHangMs) > 0 ? read(from_, bytes, sizeof bytes) : 0;
             if (count <= 0) throw std::runtime_error("the browser does not answer");
             got_.append(bytes, static_cast<std::size_t>(count));
         }

@@ -7,9 +7,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <string>
+
+#include "support/Wait.h"
 
 class HttpConnection {
 public:
@@ -32,18 +33,19 @@ public:
             done += static_cast<std::size_t>(count);
         }
     }
-    // Everything that has come, once it holds the text; or what came until the connection ended or the time was over.
-    std::string until(const std::string& text, int seconds = 20) {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
-        while (got_.find(text) == std::string::npos && std::chrono::steady_clock::now() < end && more(100)) continue;
+    // Everything that has come, once it holds the text, or the connection has ended.
+    std::string until(const std::string& text) {
+        while (got_.find(text) == std::string::npos && more()) continue;
         return got_;
     }
+    // Nothing is sent any more.
+    void finish() const { shutdown(socket_, SHUT_WR); }
     void forget() { got_.clear(); }
 
 private:
-    bool more(int waitMs) {
+    bool more() {
         pollfd one{socket_, POLLIN, 0};
-        if (poll(&one, 1, waitMs) <= 0) return true;
+        if (poll(&one, 1, kHangMs) <= 0) return false;
         char bytes[16384];
         const ssize_t count = recv(socket_, bytes, sizeof bytes, 0);
         if (count > 0) got_.append(bytes, static_cast<std::size_t>(count));

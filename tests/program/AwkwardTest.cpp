@@ -15,8 +15,6 @@ namespace {
 
 using nlohmann::json;
 
-const std::string kAwkward = AWKWARD_BINARY;
-
 const bool kThreadsEndWithFork = std::string(VORN_SANITIZERS).find("thread") != std::string::npos;
 constexpr const char* kWhyNoFork = "the thread sanitizer allows no new threads after a fork";
 
@@ -28,12 +26,12 @@ bool hasDevice(const json& state, const std::string& name) {
 
 class Awkward : public ::testing::Test {
 protected:
-    // A minute is enough, unless the program waits for itself.
+    // The program may wait for itself.
     ProgramResult run(const std::string& mode, const std::vector<std::string>& options = {}) {
-        std::vector<std::string> words = {"/usr/bin/timeout", "60",    kTool,     "exec",
-                                          "--json",           state(), "--trace", trace()};
+        std::vector<std::string> words = {
+            "/usr/bin/timeout", std::to_string(kHang.count()), kTool, "exec", "--json", state(), "--trace", trace()};
         words.insert(words.end(), options.begin(), options.end());
-        words.insert(words.end(), {"--", kAwkward, mode, scratch_.file("own")});
+        words.insert(words.end(), {"--", kTestDaemon, "awkward", mode, scratch_.file("own")});
         return runProgram(words);
     }
     std::string state() const { return scratch_.file("state.json"); }

@@ -76,7 +76,9 @@ TEST_F(ExecBoard, AllProcessesOfAProgramWorkOnTheOneBoard) {
 TEST_F(ExecBoard, HoldsWhatStandsWhenTheProgramIsKilled) {
     SKIP_WHEN_EMULATED(kHostPrograms);
     // A daemon that goes into the background, as it does with --stay, is in the tool's hands until it is killed.
-    EXPECT_EQ(exec(kDaemon + " --stay & sleep 0.6; kill -9 $!; true").code, 0);
+    const std::string log = scratch_.file("log"),
+                      isUp = "while ! grep -q \"service is up\" " + log + "; do sleep 0.02; done";
+    EXPECT_EQ(exec(kDaemon + " --stay >" + log + " & " + isUp + "; kill -9 $!; true").code, 0);
     EXPECT_GT(rules(), 5U);
     EXPECT_EQ(exec(kDaemon).code, 0) << "and the next one goes on with it";
 }

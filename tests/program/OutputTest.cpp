@@ -94,8 +94,8 @@ TEST(ExecOutput, AReportAndACaptureAsRunHasThem) {
 
 TEST(ExecOutput, FramesThatTheProgramSendsAreInTheCapture) {
     const ScratchDirectory scratch;
-    const ProgramResult result =
-        runProgram({kTool, "exec", "--quiet", "--pcap", scratch.file("frames.pcapng"), "--", AWKWARD_BINARY, "frames"});
+    const ProgramResult result = runProgram(
+        {kTool, "exec", "--quiet", "--pcap", scratch.file("frames.pcapng"), "--", kTestDaemon, "awkward", "frames"});
     EXPECT_EQ(result.code, 0) << result.output;
     // An ARP request (EtherType 0x0806) to everybody, on the IP host's device.
     EXPECT_TRUE(has(contentOf(scratch.file("frames.pcapng")), "\x08\x06")) << "no ARP";

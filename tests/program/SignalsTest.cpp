@@ -47,7 +47,7 @@ TEST(Signals, ASecondCtrlCKillsADaemonThatDoesNotListen) {
     ASSERT_TRUE(session.shows("the service is up")) << session.output();
     int keys = 0;
     // Two that come at once are one.
-    comesTrue([&] {
+    becomesTrue([&] {
         if (session.hasEnded()) return true;
         session.type(kCtrlC);
         ++keys;
@@ -91,7 +91,7 @@ TEST(Signals, AProgramDiesWithTheTool) {
     const pid_t daemon = session.numberBehind("daemon is ");
     kill(session.process(), SIGKILL);
     session.exitCode();
-    EXPECT_TRUE(comesTrue([&] { return isGone(daemon); }));
+    EXPECT_TRUE(becomesTrue([&] { return isGone(daemon); }));
 }
 
 TEST(Background, AProgramThatGoesThereIsNamedWithItsFiles) {
@@ -109,11 +109,12 @@ TEST(Background, AProgramThatGoesThereIsNamedWithItsFiles) {
     EXPECT_EQ(behind("background: process ", " "), std::to_string(daemon)) << result.output;
     EXPECT_EQ(result.output.find("has not touched the device"), std::string::npos) << result.output;
     const std::string state = behind("the state of its device: ", ",");
-    EXPECT_TRUE(comesTrue([&] { return contentOf(state).find("\"name\": \"sid1.3\"") != std::string::npos; })) << state;
+    EXPECT_TRUE(becomesTrue([&] { return contentOf(state).find("\"name\": \"sid1.3\"") != std::string::npos; }))
+        << state;
     const std::string recording = behind("on: ", "\n");
     EXPECT_NE(contentOf(recording).find("configureBridge"), std::string::npos) << recording;
     kill(daemon, SIGKILL);
-    EXPECT_TRUE(comesTrue([&] { return isGone(daemon); }));
+    EXPECT_TRUE(becomesTrue([&] { return isGone(daemon); }));
     runProgram({"rm", "-r", state.substr(0, state.rfind('/'))});
 }
 

@@ -1,35 +1,19 @@
-// A program on a terminal of its own, or in the background, and what it prints. It waits for what is to happen; a
-// minute is the end of all patience.
+// A program on a terminal of its own, and what it prints.
 #ifndef TESTS_TERMINAL_H
 #define TESTS_TERMINAL_H
 
 #include <pty.h>
 #include <sys/ioctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <chrono>
+#include <atomic>
 #include <csignal>
-#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
-// False when it does not become true within a minute.
-inline bool comesTrue(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return true;
-}
-
-inline bool isGone(pid_t process) {
-    return kill(process, 0) != 0 && errno == ESRCH;
-}
+#include "support/Process.h"
 
 class TerminalSession {
 public:
@@ -54,24 +38,19 @@ public:
     TerminalSession& operator=(const TerminalSession&) = delete;
 
     pid_t process() const { return process_; }
+    // False when the terminal's last process ends, or hangs, without it.
     bool shows(const std::string& text) {
-        return comesTrue([&] { return output().find(text) != std::string::npos; });
+        becomesTrue([&] { return has(output(), text) || closed_; });
+        return has(output(), text);
     }
     void type(char key) const {
         if (write(terminal_, &key, 1) != 1) kill(process_, SIGKILL);
     }
     void resize(const winsize& size) const { ioctl(terminal_, TIOCSWINSZ, &size); }
-    bool hasEnded() {
-        siginfo_t info{};
-        return code_ >= 0 || (waitid(P_PID, static_cast<id_t>(process_), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
-                              info.si_pid == process_);
-    }
+    bool hasEnded() const { return code_ >= 0 || ::hasEnded(process_); }
     int exitCode() {
         if (code_ >= 0) return code_;
-        if (!comesTrue([this] { return hasEnded(); })) kill(process_, SIGKILL);
-        int status = 0;
-        waitpid(process_, &status, 0);
-        code_ = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+        code_ = exitCodeOf(process_);
         reader_.join();
         return code_;
     }
@@ -94,11 +73,13 @@ private:
             const std::lock_guard<std::mutex> lock(mutex_);
             output_.append(buffer, static_cast<std::size_t>(count));
         }
+        closed_ = true;
     }
 
     pid_t process_ = 0;
     int terminal_ = -1;
     int code_ = -1;
+    std::atomic<bool> closed_{false};
     std::thread reader_;
     std::mutex mutex_;
     std::string output_;

@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -18,6 +17,7 @@
 #include "hal/ProvisioningRecords.h"
 #include "hal/VornHal.h"
 #include "restart/Files.h"
+#include "support/InternetService.h"
 
 namespace restart_tests {
 
@@ -75,41 +75,20 @@ private:
 
 // ---- what a daemon asks for: an internet service, step by step ----
 
-constexpr std::uint16_t kGemPort = 1001;
+using internet_service::kGemPort;
+using internet_service::tcont;
 
-inline TContProvisioning tcont() {
-    return {256, 1, 0};
-}
 inline XGEMConfig gem() {
-    XGEMConfig config{};
-    config.tContAllocId = 256;
-    config.xgemPortId = kGemPort;
-    return config;
+    return internet_service::gemPort();
 }
 inline BridgeServiceProvisioning service() {
-    BridgeServiceProvisioning record{};
-    record.gemPortId = kGemPort;
-    record.bridgeId = 3;
-    std::snprintf(record.vlanTciFilterList, sizeof record.vlanTciFilterList, "%s", "0064");
-    record.numberOfEntries = 1;
-    record.forwardOperation = 4;
-    record.trafficModel = 2;
-    for (std::uint8_t pbit = 0; pbit < 8; ++pbit) record.pbitMap[pbit] = {pbit == 0 ? kGemPort : 65535, 0};
+    BridgeServiceProvisioning record = internet_service::service();
+    for (std::uint8_t pbit = 1; pbit < 8; ++pbit) record.pbitMap[pbit] = {65535, 0};
     return record;
 }
+// Of "sid0".
 inline UniDataProvisioning row(bool add) {
-    UniDataProvisioning record{};
-    record.addFlag = add ? 1 : 0;
-    record.hasTagRules = 1;
-    record.bridgeId = 3;
-    record.uniPort = 2;  // "sid0"
-    record.inputTpid = record.outputTpid = 0x8100;
-    record.tagAction = 1;
-    record.outerFilterPrio = record.innerFilterPrio = record.outerTreatmentPrio = 15;
-    record.outerFilterVlanId = record.innerFilterVlanId = 4096;
-    record.innerTreatmentVlanId = 100;
-    record.innerTreatmentTpidDe = 4;
-    return record;
+    return internet_service::row(2, add);
 }
 
 struct Call {

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "VirtualOnu.h"
 #include "platform/gponctl.h"
@@ -13,6 +15,13 @@
 
 inline bool contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
+}
+
+// The service that a message tells of.
+inline OMCI_SERVICE_MAP_ENTRY serviceOf(const virtual_onu::BusMessage& message) {
+    OMCI_SERVICE_MAP_ENTRY service{};
+    if (message.payload.size() == sizeof service) std::memcpy(&service, message.payload.data(), sizeof service);
+    return service;
 }
 
 class OnuFixture : public ::testing::Test {

@@ -10,8 +10,8 @@ inline const std::string kTool = VORN_ONU_BINARY;
 #ifdef EXAMPLE_DAEMON_BINARY
 inline const std::string kDaemon = EXAMPLE_DAEMON_BINARY;
 #endif
-#ifdef CYCLING_BINARY
-inline const std::string kCycling = CYCLING_BINARY;
+#ifdef TEST_DAEMON_BINARY
+inline const std::string kTestDaemon = TEST_DAEMON_BINARY;
 #endif
 #ifdef VORN_SCENARIO_DIR
 inline const std::string kScenarios = VORN_SCENARIO_DIR;

@@ -1,44 +1,31 @@
 // Real packets: Linux's own programs in two network namespaces, a customer's and an operator's, with the virtual ONU
 // between them. The namespaces belong to processes of the test and go with them, whatever becomes of it.
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
 #include <map>
 #include <memory>
 #include <regex>
-#include <thread>
 
 #include <nlohmann/json.hpp>
 
 #include "program/Terminal.h"
+#include "support/Process.h"
 #include "tool/RunProgram.h"
 
 namespace {
 
 using nlohmann::json;
 namespace fs = std::filesystem;
-using std::chrono::milliseconds;
 
 bool isThere(const std::string& program) {
     return runProgram({"sh", "-c", "command -v " + program}).code == 0;
-}
-
-bool soon(const std::function<bool()>& holds, milliseconds within = milliseconds(20000)) {
-    const auto end = std::chrono::steady_clock::now() + within;
-    while (!holds()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(milliseconds(50));
-    }
-    return true;
 }
 
 // A process with a network namespace of its own, which lives as long as the object and no longer than the test.
@@ -82,41 +69,6 @@ private:
     bool valid_ = false;
 };
 
-// A program that runs beside the test; ended with SIGTERM at the latest when the object goes.
-class Beside {
-public:
-    Beside(std::vector<std::string> words, const std::string& output) {
-        std::vector<char*> arguments;
-        for (auto& word : words) arguments.push_back(word.data());
-        arguments.push_back(nullptr);
-        process_ = fork();
-        if (process_ != 0) return;
-        prctl(PR_SET_PDEATHSIG, SIGTERM);
-        const int file = open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        dup2(file, STDOUT_FILENO);
-        dup2(file, STDERR_FILENO);
-        execvp(arguments[0], arguments.data());
-        _exit(127);
-    }
-    ~Beside() {
-        if (process_ > 0) end();
-    }
-    Beside(const Beside&) = delete;
-    Beside& operator=(const Beside&) = delete;
-
-    pid_t process() const { return process_; }
-    int end() {
-        kill(process_, SIGTERM);
-        int status = 0;
-        waitpid(process_, &status, 0);
-        process_ = -1;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    }
-
-private:
-    pid_t process_ = -1;
-};
-
 class Taps : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -137,17 +89,17 @@ protected:
                                         "gem 1001=pon0@" + operator_.path()})
             command.push_back(word);
         command.insert(command.end(), behind.begin(), behind.end());
-        board_ = std::make_unique<Beside>(std::move(command), scratch_.file("output"));
+        board_ = std::make_unique<BackgroundProgram>(std::move(command), scratch_.file("output"));
     }
     void startDaemon(const std::string& mode = "") {
         start({"exec", "--json", scratch_.file("state.json"), "--hal-output", scratch_.file("hal")},
-              {"--", TAP_DAEMON_BINARY, mode});
-        ASSERT_TRUE(soon([this] { return output().find(": up\n") != std::string::npos; })) << output();
+              {"--", TEST_DAEMON_BINARY, "packets", mode});
+        ASSERT_TRUE(board_->prints(": up\n")) << output();
     }
     static std::string name() { return "tap-test-" + std::to_string(getpid()); }
     void startScenario(const std::string& file = "real-packets.json") {
         start({"run", VORN_SCENARIO_DIR "/" + file, "--stay", "--name", name()});
-        ASSERT_TRUE(soon([this] { return output().find("the board stays") != std::string::npos; })) << output();
+        ASSERT_TRUE(board_->prints("the board stays")) << output();
     }
     pid_t daemon() const {
         const std::string text = output();
@@ -158,7 +110,7 @@ protected:
     void order(int signal, const std::string& word) const {
         const std::string text = output();
         kill(daemon(), signal);
-        ASSERT_TRUE(soon([&] { return output().find(word, text.size()) != std::string::npos; })) << output();
+        ASSERT_TRUE(becomesTrue([&] { return output().find(word, text.size()) != std::string::npos; })) << output();
     }
 
     void giveAddresses() const {
@@ -172,7 +124,7 @@ protected:
         for (const char* program : {"dnsmasq", "udhcpc"})
             if (!isThere(program)) GTEST_SKIP() << program << " is missing";
         ASSERT_EQ(operator_.run({"ip", "addr", "add", "10.9.0.2/24", "dev", interface}).code, 0);
-        const Beside server(
+        const BackgroundProgram server(
             operator_.words({"dnsmasq", "--no-daemon", "--conf-file=/dev/null", "--port=0", "--interface=" + interface,
                              "--bind-interfaces", "--user=", "--pid-file=", "--dhcp-range=10.9.0.100,10.9.0.100,1h",
                              "--dhcp-leasefile=" + scratch_.file("leases")}),
@@ -184,7 +136,7 @@ protected:
             customer_.run({"udhcpc", "-i", "lan0", "-f", "-q", "-n", "-t", "10", "-T", "1", "-s", script});
         EXPECT_EQ(client.code, 0) << client.output << contentOf(scratch_.file("server")) << output();
         EXPECT_NE(contentOf(scratch_.file("leases")).find("10.9.0.100"), std::string::npos);
-        EXPECT_TRUE(soon([this] { return pings(); }));
+        EXPECT_TRUE(becomesTrue([this] { return pings(); }));
     }
 
     // "taps" of the final state, by port.
@@ -199,14 +151,14 @@ protected:
 
     ScratchDirectory scratch_;
     Namespace customer_, operator_;
-    std::unique_ptr<Beside> board_;
+    std::unique_ptr<BackgroundProgram> board_;
 };
 
 // The frames have to survive a program that closes every descriptor, and it must not find one of theirs.
 TEST_F(Taps, PingPassesThroughADaemonThatClosesEveryDescriptor) {
     startDaemon("closing");
     giveAddresses();
-    ASSERT_TRUE(soon([this] { return pings(); })) << output();
+    ASSERT_TRUE(becomesTrue([this] { return pings(); })) << output();
     order(SIGUSR2, "port on the bridge");  // and closes them once more, while frames pass
     const auto ping = customer_.run({"ping", "-c", "20", "-i", "0.02", "-W", "1", "-s", "1400", "10.9.0.2"});
     EXPECT_NE(ping.output.find(" 0% packet loss"), std::string::npos) << ping.output;
@@ -222,11 +174,11 @@ TEST_F(Taps, PingPassesThroughADaemonThatClosesEveryDescriptor) {
 TEST_F(Taps, FramesMeetTheRulesThatStandWhileTheDaemonChangesThem) {
     startDaemon();
     giveAddresses();
-    ASSERT_TRUE(soon([this] { return pings(); })) << output();
+    ASSERT_TRUE(becomesTrue([this] { return pings(); })) << output();
     order(SIGUSR1, "port off the bridge");
     EXPECT_FALSE(pings());
     order(SIGUSR2, "port on the bridge");
-    EXPECT_TRUE(soon([this] { return pings(); }));
+    EXPECT_TRUE(becomesTrue([this] { return pings(); }));
     const json taps = ended();
     EXPECT_GE(taps["sid2"].at("dropped"), 1u) << taps.dump(1);
     EXPECT_NE(taps["sid2"].at("lastDrop"), "");
@@ -239,13 +191,13 @@ TEST_F(Taps, ProcessThatUsesTheDeviceLastHasThePorts) {
     setenv("TSAN_OPTIONS", (std::string(options == nullptr ? "" : options) + ":die_after_fork=0").c_str(), 1);
     startDaemon("forking");
     giveAddresses();
-    EXPECT_TRUE(soon([this] { return pings(); })) << output();
+    EXPECT_TRUE(becomesTrue([this] { return pings(); })) << output();
 }
 
 TEST_F(Taps, BoardsLinkFollowsTheTaps) {
     startScenario();
     giveAddresses();
-    ASSERT_TRUE(soon([this] { return pings(); })) << output();
+    ASSERT_TRUE(becomesTrue([this] { return pings(); })) << output();
     const auto isUp = [&](const char* device) {
         const auto shown = runProgram({VORN_ONU_BINARY, "at", name(), "show", "--json"});
         const json state = json::parse(shown.output);
@@ -255,10 +207,10 @@ TEST_F(Taps, BoardsLinkFollowsTheTaps) {
     };
     EXPECT_TRUE(isUp("sid2"));
     customer_.run({"ip", "link", "set", "lan0", "down"});
-    EXPECT_TRUE(soon([&] { return !isUp("sid2"); }));
+    EXPECT_TRUE(becomesTrue([&] { return !isUp("sid2"); }));
     customer_.run({"ip", "link", "set", "lan0", "up"});
-    EXPECT_TRUE(soon([&] { return isUp("sid2"); }));
-    EXPECT_TRUE(soon([this] { return pings(); }));
+    EXPECT_TRUE(becomesTrue([&] { return isUp("sid2"); }));
+    EXPECT_TRUE(becomesTrue([this] { return pings(); }));
     const auto listed = runProgram({VORN_ONU_BINARY, "ls"});
     EXPECT_NE(listed.output.find("sid2=lan0@" + customer_.path()), std::string::npos) << listed.output;
     winsize window{};
@@ -274,7 +226,7 @@ TEST_F(Taps, FramesThatTheBoardDoesNotTakeInTimeAreShownAsLost) {
     ASSERT_EQ(customer_.run({"ip", "link", "set", "lan0", "txqueuelen", "10", "up"}).code, 0);
     startDaemon();
     giveAddresses();
-    ASSERT_TRUE(soon([this] { return pings(); })) << output();
+    ASSERT_TRUE(becomesTrue([this] { return pings(); })) << output();
     kill(daemon(), SIGSTOP);
     const auto sent = customer_.run({"ping", "-b", "-c", "60", "-i", "0.005", "-W", "1", "10.9.0.255"});
     kill(daemon(), SIGCONT);
@@ -290,7 +242,7 @@ TEST_F(Taps, KilledBoardLeavesNoTap) {
     const auto leavesNone = [this](pid_t process) {
         ASSERT_EQ(customer_.run({"ip", "link", "show", "lan0"}).code, 0);
         kill(process, SIGKILL);
-        EXPECT_TRUE(soon([this] { return customer_.run({"ip", "link", "show", "lan0"}).code != 0; }));
+        EXPECT_TRUE(becomesTrue([this] { return customer_.run({"ip", "link", "show", "lan0"}).code != 0; }));
     };
     startScenario();
     leavesNone(board_->process());
@@ -301,11 +253,11 @@ TEST_F(Taps, KilledBoardLeavesNoTap) {
 // The thread that carries packets has descriptors of its own, and the daemon's threads have the board's file, too.
 TEST_F(Taps, BoardInAFileKeepsWhatPacketsHaveLeft) {
     const std::string board = scratch_.file("board");
-    start({"exec", "--board", board}, {"--", TAP_DAEMON_BINARY, ""});
-    ASSERT_TRUE(soon([this] { return output().find(": up\n") != std::string::npos; })) << output();
+    start({"exec", "--board", board}, {"--", TEST_DAEMON_BINARY, "packets"});
+    ASSERT_TRUE(board_->prints(": up\n")) << output();
     giveAddresses();
     for (int round = 0; round < 3; ++round) {
-        ASSERT_TRUE(soon([this] { return pings(); })) << output();
+        ASSERT_TRUE(becomesTrue([this] { return pings(); })) << output();
         order(SIGUSR1, "off the bridge");
         order(SIGUSR2, "on the bridge");
     }
@@ -340,11 +292,11 @@ TEST_F(Taps, IperfRunsBothWays) {
     if (!isThere("iperf3")) GTEST_SKIP() << "iperf3 is missing";
     startScenario();
     giveAddresses();
-    ASSERT_TRUE(soon([this] { return pings(); })) << output();
+    ASSERT_TRUE(becomesTrue([this] { return pings(); })) << output();
     for (const char* way : {"up", "down"}) {  // a server each: it is busy for a while when a client has gone
         const std::string file = scratch_.file(std::string("server-") + way);
-        const Beside server(operator_.words({"iperf3", "-s", "-1", "-B", "10.9.0.2", "--forceflush"}), file);
-        ASSERT_TRUE(soon([&] { return contentOf(file).find("listening") != std::string::npos; })) << contentOf(file);
+        BackgroundProgram server(operator_.words({"iperf3", "-s", "-1", "-B", "10.9.0.2", "--forceflush"}), file);
+        ASSERT_TRUE(server.prints("listening")) << server.output();
         std::vector<std::string> words = {"iperf3", "-c", "10.9.0.2", "-J", "-t", "2"};
         if (way == std::string("down")) words.emplace_back("-R");
         const auto client = customer_.run(words);

@@ -86,7 +86,7 @@ TEST(HostileFiles, ALongListIsReadInATimeThatGrowsWithItsLength) {
     std::string steps;
     for (int i = 0; i < 400000; ++i) steps += "{},";
     const std::string file = scratch.write("long.json", R"({"title": "t", "steps": [)" + steps + "{}]}");
-    const ProgramResult run = runProgram({"/usr/bin/timeout", "60", kTool, "run", file});
+    const ProgramResult run = runProgram({"/usr/bin/timeout", "100", kTool, "run", file});
     EXPECT_EQ(run.code, 2);
     EXPECT_NE(run.output.find("step 1: must have one of the fields"), std::string::npos) << run.output;
 }

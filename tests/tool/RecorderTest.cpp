@@ -23,7 +23,7 @@ protected:
         return runProgram(words);
     }
     ProgramResult recordDaemon(const std::string& mode) {
-        return record({RECORDED_DAEMON_BINARY, mode}, file("recording.json"));
+        return record({TEST_DAEMON_BINARY, "record", mode}, file("recording.json"));
     }
     // A replay goes well and leaves the device as the daemon did.
     void expectTheSameReplayed() {
@@ -145,7 +145,7 @@ TEST_F(Recorder, SaysSoWhenThereIsNothingToRecord) {
 
 TEST_F(Recorder, AFullDiskLeavesTheCallsThatFitted) {
     const std::string limited =
-        std::string("ulimit -f 4; trap '' XFSZ; exec ") + RECORDED_DAEMON_BINARY + " everything >/dev/null";
+        std::string("ulimit -f 4; trap '' XFSZ; exec ") + TEST_DAEMON_BINARY + " record everything >/dev/null";
     const auto result = record({"bash", "-c", limited}, file("recording.json"));
     EXPECT_NE(result.output.find("nothing more is recorded"), std::string::npos) << result.output;
     EXPECT_GT(calls().size(), 10u);

@@ -183,8 +183,8 @@ TEST(Exec, StateIsWrittenWhileADaemonThatNeverEndsByItselfRuns) {
     const ScratchDirectory scratch;
     const std::string state = scratch.file("state.json");
     // As a device: the trace in the same file names it before it is there.
-    const std::string script = kDaemon + R"( --stay >/dev/null & i=0; while ! grep -q '"name": "sid1.3"' )" + state +
-                               " && [ $i -lt 600 ]; do sleep 0.1; i=$((i + 1)); done; kill -9 $!";
+    const std::string script = kDaemon + R"( --stay >/dev/null & while ! grep -q '"name": "sid1.3"' )" + state +
+                               "; do sleep 0.02; done; kill -9 $!";
     runProgram({kTool, "exec", "--quiet", "--json", state, "--", "/bin/sh", "-c", script});
     EXPECT_TRUE(hasDevice(readJson(state), "sid1.3"));
 }

@@ -19,6 +19,7 @@
 #include "platform/logger.h"
 #include "platform/tmctl.h"
 #include "platform/vlanctl.h"
+#include "support/Wait.h"
 
 using namespace virtual_onu;
 
@@ -219,7 +220,7 @@ TEST_F(VirtualOnuTest, TheGatewayAnswersServiceMessagesUnlessSilent) {
     ASSERT_EQ(cmsMsg_init(60, &bus), 0);
     ASSERT_EQ(cmsMsg_getEventHandle(bus, &descriptor), 0);
     EXPECT_FALSE(readable(descriptor, 0));
-    EXPECT_TRUE(gatewayAnswers(5000));
+    EXPECT_TRUE(gatewayAnswers(kHangMs));
     EXPECT_FALSE(readable(descriptor, 0)) << "the only message has been taken";
 
     ServiceMessage event;
@@ -268,9 +269,9 @@ TEST_F(VirtualOnuTest, AForkedProcessHasAWorkingBoard) {
 #if defined(__SANITIZE_THREAD__) || defined(VORN_EMULATED)
     GTEST_SKIP() << "ThreadSanitizer and the emulator do not follow threads that start after a fork";
 #endif
-    ASSERT_TRUE(gatewayAnswers(5000));  // the gateway's thread runs here, not in the child
+    ASSERT_TRUE(gatewayAnswers(kHangMs));  // the gateway's thread runs here, not in the child
     const pid_t child = fork();
-    if (child == 0) _exit(gatewayAnswers(5000) && vlanCtl_init() == 0 ? 0 : 1);
+    if (child == 0) _exit(gatewayAnswers(kHangMs) && vlanCtl_init() == 0 ? 0 : 1);
     int status = -1;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);

@@ -84,7 +84,7 @@ TEST(Listen, DatagramsOverLoopbackAreAnsweredAndTheOnuTellsATestByItself) {
     test.entity = {omci::class_id::kAniG, 0x8001};
     omci::encodeContent(test, omci::TestContent{{7}});
     ASSERT_TRUE(line.exchange(test).has_value());
-    const auto told = line.autonomous(5000);
+    const auto told = line.autonomous();
     ASSERT_TRUE(told.has_value());
     EXPECT_EQ(told->type, omci::MessageType::kTestResult);
     EXPECT_EQ(told->transaction, test.transaction);

@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -16,9 +17,9 @@
 #include <sstream>
 #include <utility>
 
-namespace {
+#include "support/Wait.h"
 
-constexpr int kAnswerMs = 10000;
+namespace {
 
 sockaddr_un placeOf(const std::string& path) {
     sockaddr_un place{};
@@ -57,29 +58,25 @@ void SocketLine::connectUnix() {
     socket_ = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     const sockaddr_un own = placeOf(folder_ + "/olt"), peer = placeOf(folder_ + "/onu");
     ::bind(socket_, reinterpret_cast<const sockaddr*>(&own), sizeof own);
-    for (int waited = 0; waited < kAnswerMs; waited += 10) {
-        if (::connect(socket_, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) == 0) return;
-        poll(nullptr, 0, 10);
-    }
+    becomesTrue([&] { return ::connect(socket_, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) == 0; });
 }
 
 // The ONU says which port it has taken.
 void SocketLine::connectUdp() {
     socket_ = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     const std::string head = "udp:127.0.0.1:";
-    for (int waited = 0; waited < kAnswerMs; waited += 10) {
-        const std::string text = shown();
-        const auto place = text.find(head);
-        if (place != std::string::npos && text.find('\n', place) != std::string::npos) {
-            sockaddr_in peer{};
-            peer.sin_family = AF_INET;
-            peer.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-            peer.sin_port = htons(static_cast<std::uint16_t>(std::stoul(text.substr(place + head.size()))));
-            ::connect(socket_, reinterpret_cast<const sockaddr*>(&peer), sizeof peer);
-            return;
-        }
-        poll(nullptr, 0, 10);
-    }
+    std::string line;
+    if (!becomesTrue([&] {
+            const std::string text = shown();
+            line = text.substr(std::min(text.find(head), text.size()));
+            return line.find('\n') != std::string::npos;
+        }))
+        return;
+    sockaddr_in peer{};
+    peer.sin_family = AF_INET;
+    peer.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    peer.sin_port = htons(static_cast<std::uint16_t>(std::stoul(line.substr(head.size()))));
+    ::connect(socket_, reinterpret_cast<const sockaddr*>(&peer), sizeof peer);
 }
 
 SocketLine::~SocketLine() {
@@ -88,9 +85,9 @@ SocketLine::~SocketLine() {
     std::filesystem::remove_all(folder_);
 }
 
-std::optional<omci::Message> SocketLine::receive(int withinMs) {
+std::optional<omci::Message> SocketLine::receive() {
     pollfd waits{socket_, POLLIN, 0};
-    if (poll(&waits, 1, withinMs) != 1) return {};
+    if (poll(&waits, 1, kHangMs) != 1) return {};
     omci::Bytes bytes(4096);
     const ssize_t got = ::recv(socket_, bytes.data(), bytes.size(), 0);
     if (got <= 0) return {};
@@ -100,15 +97,15 @@ std::optional<omci::Message> SocketLine::receive(int withinMs) {
 std::optional<omci::Message> SocketLine::exchange(const omci::Message& request) {
     const omci::Bytes frame = omci::encodeFrame(request);
     if (::send(socket_, frame.data(), frame.size(), 0) < 0) return {};
-    while (auto message = receive(kAnswerMs)) {
+    while (auto message = receive()) {
         if (message->isAnswer && message->transaction == request.transaction) return message;
         if (!message->isAnswer) autonomous_.push_back(*std::move(message));
     }
     return {};
 }
 
-std::optional<omci::Message> SocketLine::autonomous(int withinMs) {
-    if (autonomous_.empty()) return receive(withinMs);
+std::optional<omci::Message> SocketLine::autonomous() {
+    if (autonomous_.empty()) return receive();
     omci::Message first = std::move(autonomous_.front());
     autonomous_.pop_front();
     return first;

@@ -20,8 +20,8 @@ public:
     SocketLine& operator=(const SocketLine&) = delete;
 
     std::optional<omci::Message> exchange(const omci::Message& request) override;
-    // What the ONU tells by itself: what came meanwhile, or comes within the time.
-    std::optional<omci::Message> autonomous(int withinMs);
+    // What the ONU tells by itself: what came meanwhile, or comes; empty when nothing does.
+    std::optional<omci::Message> autonomous();
     // Ends the ONU with SIGTERM; its exit code, -1 when it ended otherwise.
     int end();
     // What the ONU has written about itself when it ended, and what it has shown.
@@ -32,7 +32,7 @@ public:
 private:
     void connectUnix();
     void connectUdp();
-    std::optional<omci::Message> receive(int withinMs);
+    std::optional<omci::Message> receive();
     std::deque<omci::Message> autonomous_;
     std::string folder_;
     pid_t onu_ = -1;

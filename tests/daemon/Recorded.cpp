@@ -1,9 +1,8 @@
-// A daemon for the recorder's tests: calls everything that a daemon can call, in a way that its first argument chooses.
+// For recordings: calls everything that a daemon can call.
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -11,10 +10,10 @@
 #include <vector>
 
 #include "BRCM/BCM968580/omci_brcm_hal.h"
+#include "daemon/Modes.h"
 #include "device/Counters.h"
 #include "device/EthernetUni.h"
-#include "hal/HALFactory.h"
-#include "hal/ProvisioningRecords.h"
+#include "support/InternetService.h"
 #include "xpon/OnuXponHalAdapterBCM.h"
 
 namespace {
@@ -24,30 +23,15 @@ XGEMConfig gemPort{256, 1001, 2, 0, 2, 0, 40};
 
 void provision(VornHal& hal) {
     XgemStatusRecord status{1001, 1};
-    BridgeServiceProvisioning service{};
-    service.gemPortId = 1001;
-    service.bridgeId = 3;
-    std::snprintf(service.vlanTciFilterList, sizeof service.vlanTciFilterList, "0064");
-    service.numberOfEntries = 1;
-    service.forwardOperation = 4;
-    service.trafficModel = 2;
+    BridgeServiceProvisioning service = internet_service::service();
     service.pbitMap = {{0, {1001, 2}}, {5, {1001, 0}}};
-    UniDataProvisioning row{};
-    row.addFlag = row.hasTagRules = 1;
-    row.bridgeId = 3;
-    row.uniPort = 1;
-    row.inputTpid = row.outputTpid = 0x8100;
-    row.tagAction = 1;
-    row.outerFilterPrio = row.innerFilterPrio = row.outerTreatmentPrio = 15;
-    row.outerFilterVlanId = row.innerFilterVlanId = 4096;
-    row.innerTreatmentTpidDe = 4;
-    row.innerTreatmentVlanId = 100;
+    UniDataProvisioning row = internet_service::row(1);
     hal.vorn_omci_hal_tcont_set(nullptr, &tcont);
     hal.vorn_omci_hal_gemflow_add(&gemPort);
     hal.vorn_omci_hal_set_gemPortStatus(&status);
     hal.vorn_omci_hal_configureBridge(3, 0);
     hal.vorn_omci_hal_configureAniTagRules(&service);
-    hal.vorn_omci_hal_filter_flow_add(&row);  // exchanges UNI ports 1 and 2 in the record
+    hal.vorn_omci_hal_filter_flow_add(&row);
     setEthernetUniStatus(1, 1);
     updateEthernetUniSpeed(2, 1, 1);
 }
@@ -194,9 +178,8 @@ void closeDescriptors(VornHal& hal) {
 
 }  // namespace
 
-int main(int, char** argv) {
-    VornHal& hal = *HALFactory::getInstance()->CreateHALObject(0);
-    const std::string mode = argv[1];
+int test_daemon::record(const std::string& mode, const std::string&) {
+    VornHal& hal = test_daemon::hal();
     if (mode == "everything") {
         provision(hal);
         query(hal);

@@ -1,8 +1,7 @@
-// A daemon for tests with real packets: a transparent service between UNI port 3 (sid2) and GEM port 1001. It says "up"
-// on standard output, takes the port off the bridge on SIGUSR1 and puts it back on SIGUSR2; SIGTERM ends it.
-//   tap-test-daemon            as it is
-//   tap-test-daemon closing    closes every descriptor that it does not know, in each way that there is, and again
-//   tap-test-daemon forking    goes into the background with a board that its parent has begun
+// For real packets: a transparent service between UNI port 3 (sid2) and GEM port 1001. It says "up" on standard output,
+// takes the port off the bridge on SIGUSR1 and puts it back on SIGUSR2; SIGTERM ends it.
+//   closing    closes every descriptor that it does not know, by each call that there is, and again
+//   forking    goes into the background with a board that its parent has begun
 #include <fcntl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -13,13 +12,13 @@
 #include <cstdio>
 #include <string>
 
-#include "hal/HALFactory.h"
-#include "hal/ProvisioningRecords.h"
-#include "hal/VornHal.h"
+#include "daemon/Modes.h"
+#include "support/InternetService.h"
 
 namespace {
 
-constexpr std::uint16_t kBridge = 5, kUniPort = 3, kAllocId = 256, kGemPort = 1001;
+using internet_service::kGemPort;
+constexpr std::uint16_t kTransparentBridge = 5, kUniPort = 3;
 
 void say(const char* word) {
     std::printf("\ndaemon %d: %s\n", static_cast<int>(getpid()), word);
@@ -27,29 +26,28 @@ void say(const char* word) {
 }
 
 bool provisionPon(VornHal& hal) {
-    TContProvisioning tcont{kAllocId, 1, 0};
-    XGEMConfig gemPort{};
-    gemPort.tContAllocId = kAllocId;
-    gemPort.xgemPortId = kGemPort;
+    TContProvisioning tcont = internet_service::tcont();
+    XGEMConfig gemPort = internet_service::gemPort();
     BridgeServiceProvisioning service{};
     service.gemPortId = kGemPort;
-    service.bridgeId = kBridge;
+    service.bridgeId = kTransparentBridge;
     service.trafficModel = 2;
     service.pbitMap[0] = {kGemPort, 0};
     return hal.vorn_omci_hal_tcont_set(nullptr, &tcont) == 0 && hal.vorn_omci_hal_gemflow_add(&gemPort) == 0 &&
-           hal.vorn_omci_hal_configureBridge(kBridge, 0) == 0 && hal.vorn_omci_hal_configureAniTagRules(&service) == 0;
+           hal.vorn_omci_hal_configureBridge(kTransparentBridge, 0) == 0 &&
+           hal.vorn_omci_hal_configureAniTagRules(&service) == 0;
 }
 
 bool setUni(VornHal& hal, bool onTheBridge) {
     UniDataProvisioning row{};
     row.addFlag = onTheBridge ? 1 : 0;
-    row.bridgeId = kBridge;
+    row.bridgeId = kTransparentBridge;
     row.uniPort = kUniPort;
     return hal.vorn_omci_hal_filter_flow_add(&row) == 0;
 }
 
 // Every number that is free afterwards stands for a file of this program's own.
-void closeAll() {
+void closeEverything() {
     for (int fd = 3; fd < 4096; ++fd) close(fd);
     closefrom(3);
     syscall(SYS_close_range, 3u, UINT_MAX, 0);
@@ -59,14 +57,13 @@ void closeAll() {
 
 }  // namespace
 
-int main(int argc, char** argv) {
-    const std::string mode = argc > 1 ? argv[1] : "";
+int test_daemon::carryPackets(const std::string& mode, const std::string&) {
     sigset_t orders;
     sigemptyset(&orders);
     for (const int one : {SIGUSR1, SIGUSR2, SIGTERM}) sigaddset(&orders, one);
     sigprocmask(SIG_BLOCK, &orders, nullptr);
-    VornHal& hal = *HALFactory::getInstance()->CreateHALObject(0);
-    if (mode == "closing") closeAll();
+    VornHal& hal = test_daemon::hal();
+    if (mode == "closing") closeEverything();
     if (!provisionPon(hal)) return 1;
     if (mode == "forking" && fork() != 0) {
         int order = 0;  // the parent's board stays without the port
@@ -75,11 +72,11 @@ int main(int argc, char** argv) {
         return 0;
     }
     if (!setUni(hal, true)) return 1;
-    if (mode == "closing") closeAll();
+    if (mode == "closing") closeEverything();
     say("up");
     for (int order = 0; sigwait(&orders, &order) == 0 && order != SIGTERM;) {
         const bool onTheBridge = order == SIGUSR2;
-        if (mode == "closing") closeAll();
+        if (mode == "closing") closeEverything();
         if (!setUni(hal, onTheBridge)) return 1;
         say(onTheBridge ? "port on the bridge" : "port off the bridge");
     }

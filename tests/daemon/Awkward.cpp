@@ -1,5 +1,4 @@
-// A program that does what programs do and what stands in the way of a virtual ONU inside of them; its first argument
-// says what. Exit code 0: nothing went wrong that it can see itself.
+// What programs do and what stands in the way of a virtual ONU inside of them.
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -22,17 +21,13 @@
 #include <thread>
 #include <vector>
 
-#include "hal/HALFactory.h"
+#include "daemon/Modes.h"
 #include "hal/ProvisioningRecords.h"
-#include "hal/VornHal.h"
 #include "platform/kit_numbers.h"
 
 namespace {
 
-VornHal& hal() {
-    static VornHal& one = *HALFactory::getInstance()->CreateHALObject(0);
-    return one;
-}
+using test_daemon::hal;
 
 [[noreturn]] void fail(const char* what) {
     std::fprintf(stderr, "awkward: %s\n", what);
@@ -217,9 +212,7 @@ void changeUser() {
 
 }  // namespace
 
-int main(int, char** argv) {
-    const std::string mode = argv[1];
-    const std::string own = argv[2] != nullptr ? argv[2] : "";
+int test_daemon::behaveAwkwardly(const std::string& mode, const std::string& own) {
     if (mode == "close-all") closeAll(own);
     if (mode == "vfork") closeInVforkedChild();
     if (mode == "numbers") reuseNumbers(own);
