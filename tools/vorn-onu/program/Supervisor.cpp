@@ -95,13 +95,14 @@ void Supervisor::take(const siginfo_t& signal) {
     const bool again = !isFromTerminal(signal) && signal.si_signo == last_.si_signo && signal.si_pid == last_.si_pid &&
                        nanosecondsSince(lastTime_) < kSameRequestNs;
     last_ = signal;
-    clock_gettime(CLOCK_MONOTONIC, &lastTime_);
-    if (again) return;
-    asked_ = true;
-    if ((signal.si_signo == SIGINT || signal.si_signo == SIGQUIT) && ++fromKeyboard_ > 1)
-        killAll();
-    else
-        passOn(signal);
+    if (!again) {
+        asked_ = true;
+        if ((signal.si_signo == SIGINT || signal.si_signo == SIGQUIT) && ++fromKeyboard_ > 1)
+            killAll();
+        else
+            passOn(signal);
+    }
+    clock_gettime(CLOCK_MONOTONIC, &lastTime_);  // passing it on can take longer than the second one to come
 }
 
 std::vector<Process> Supervisor::leftInBackground() {
