@@ -91,7 +91,8 @@ class Programs(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         gate = os.path.join(folder.name, "gate")
         os.mkfifo(gate)
-        with Onu.exec(["/bin/sh", "-c", "read line <$GATE; exit $CODE"], environment={"CODE": "7", "GATE": gate}) as onu:
+        program = ["/bin/sh", "-c", "read line <$GATE; exit $CODE"]
+        with Onu.exec(program, environment={"CODE": "7", "GATE": gate}) as onu:
             with self.assertRaises(OnuError) as caught:
                 onu.wait(0.01)
             self.assertEqual(caught.exception.code, "timeout")

@@ -151,7 +151,7 @@ class Leaving : public Watching {};
 // The terminal's settings are its own: looked at from the side that stays.
 TEST_P(Leaving, GivesTheTerminalBack) {
     TerminalSession session(
-        {"/bin/sh", "-c", "trap : INT; " + kTool + " at lab watch; echo back $?; stty -a; echo over; read rest"},
+        {"/bin/sh", "-c", "trap : INT; " + kTool + " at lab watch; echo back $?; stty -a; echo all is said; read rest"},
         sizeOf(80, 24));
     ASSERT_TRUE(session.shows("Services"));
     const pid_t watching = childOf(session.process());
@@ -167,8 +167,9 @@ TEST_P(Leaving, GivesTheTerminalBack) {
         default:  // the board goes
             run_->signal(SIGTERM);
     }
-    ASSERT_TRUE(session.shows("back "));
-    session.exitCode();
+    ASSERT_TRUE(session.shows("all is said")) << session.output();
+    session.type('\n');
+    EXPECT_EQ(session.exitCode(), 0);
     const Window window = windowOf(session);
     EXPECT_FALSE(window.other);
     EXPECT_TRUE(window.cursor);

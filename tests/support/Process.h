@@ -64,9 +64,10 @@ public:
     std::string output() const { return contentOf(outputFile_); }
     // False when it ends, or hangs, without it.
     bool prints(const std::string& text) {
-        becomesTrue([&] { return has(output(), text) || code_ >= 0 || hasEnded(process_); });
+        becomesTrue([&] { return has(output(), text) || hasEnded(); });
         return has(output(), text);
     }
+    bool hasEnded() const { return code_ >= 0 || ::hasEnded(process_); }
     void signal(int number) const {
         if (code_ < 0) kill(process_, number);
     }
