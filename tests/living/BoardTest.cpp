@@ -1,6 +1,7 @@
 // A board that runs, reached through its socket: what it takes and refuses, who can reach it, what clients cannot do to
 // it or to the program.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <atomic>
 #include <filesystem>
