@@ -15,7 +15,6 @@
 #include <map>
 #include <optional>
 #include <set>
-#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -23,17 +22,12 @@
 
 #include <nlohmann/json.hpp>
 
+#include "BadBoard.h"
 #include "StateJson.h"
 
 namespace virtual_onu::persistence {
 
 using Json = nlohmann::json;
-
-// What is wrong with a board file.
-class BadBoard : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 // Texts of the device are bytes, those of JSON are characters: byte N is the character N, so that every text comes back
 // as it was.

@@ -11,8 +11,6 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
 #include "VirtualOnu.h"
 #include "hal/ProvisioningRecords.h"
 #include "hal/VornHal.h"
@@ -164,13 +162,6 @@ protected:
     static VirtualOnu& onu() { return VirtualOnu::instance(); }
     std::string state() const { return folder_.path("hal.state"); }
 
-    // Devices, bridges, rules, GEM ports and T-CONTs, without what counts up over a board's life.
-    static std::string device() {
-        const auto json = onu().toJson();
-        nlohmann::json kept;
-        for (const char* part : {"network", "vlan", "pon", "runner"}) kept[part] = json.at(part);
-        return kept.dump(1);
-    }
     // The log's lines about restarts.
     static std::vector<std::string> said() {
         std::vector<std::string> lines;

@@ -2,8 +2,10 @@
 # House rules over the sources: the layers, and no door for tests in the device's code.
 #   check_sources.sh SOURCE_DIR
 set -u
+rules=$(cd "$(dirname "$0")" && pwd)
 cd "$1" || exit 2
 bad=0
+"$rules/check_includes.sh" "$PWD" || bad=1
 rule() {  # rule "what is wrong and what to do instead" PATTERN PATHS...
     local text=$1 pattern=$2 hits
     shift 2

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include <nlohmann/json.hpp>
+
 #include "VirtualOnu.h"
 #include "state/Diff.h"
 #include "tool/RunProgram.h"

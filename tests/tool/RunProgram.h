@@ -11,8 +11,6 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
 struct ProgramResult {
     int code = -1;       // exit code; 128 and the signal's number when a signal ended it
     std::string output;  // standard output and standard error
@@ -46,11 +44,6 @@ inline ProgramResult runProgram(std::vector<std::string> words) {
 inline std::string contentOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
-}
-
-// Discarded when the file holds no JSON.
-inline nlohmann::json readJson(const std::string& path) {
-    return nlohmann::json::parse(contentOf(path), nullptr, false);
 }
 
 inline bool has(const std::string& text, const std::string& part) {

@@ -14,6 +14,7 @@
 #include "capture/CaptureWriter.h"
 #include "support/Emulated.h"
 #include "support/Programs.h"
+#include "tool/ReadJson.h"
 #include "tool/RunProgram.h"
 
 namespace {

@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <sstream>
 
+#include <nlohmann/json.hpp>
+
 #include "show/Terminal.h"
 #include "state/FieldWords.h"
 #include "tool/RunProgram.h"

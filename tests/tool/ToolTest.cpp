@@ -10,6 +10,7 @@
 #include "show/Terminal.h"
 #include "state/RuleWords.h"
 #include "support/Programs.h"
+#include "tool/ReadJson.h"
 #include "tool/RunProgram.h"
 
 namespace {

@@ -1,4 +1,6 @@
 // Call steps where a program owns the HAL: known by name, so that steps are told apart, and refused.
+#include <nlohmann/json.hpp>
+
 #include "scenario/Scenario.h"
 
 namespace vorn_onu {

@@ -16,6 +16,8 @@
 #include <memory>
 #include <string>
 
+#include <nlohmann/json.hpp>
+
 #include "io/JsonCheck.h"
 #include "libc/program/Companion.h"
 #include "living/LineSocket.h"

@@ -11,9 +11,9 @@
 #include <cstdio>
 #include <exception>
 #include <functional>
-#include <regex>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -66,8 +66,14 @@ json lasting(const json& device) {
 
 // Of "rule 12 would take it".
 std::string withoutRuleNumbers(const std::string& words) {
-    static const std::regex number("rule [0-9]+");
-    return std::regex_replace(words, number, "rule");
+    constexpr std::string_view kRule = "rule ";
+    std::string kept = words;
+    for (std::size_t at = 0; (at = kept.find(kRule, at)) != std::string::npos; at += kRule.size()) {
+        const std::size_t number = at + kRule.size();
+        const std::size_t end = std::min(kept.find_first_not_of("0123456789", number), kept.size());
+        if (end > number) kept.erase(number - 1, end - number + 1);
+    }
+    return kept;
 }
 
 // What a daemon does itself when it starts, and no file has to keep.

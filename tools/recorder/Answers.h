@@ -6,6 +6,8 @@
 #include <string>
 #include <tuple>
 
+#include <nlohmann/json.hpp>
+
 #include "Recording.h"
 #include "scenario/operations/OperationArguments.h"
 

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include <nlohmann/json.hpp>
+
 #include "Answers.h"
 #include "BRCM/BCM968580/omci_brcm_hal.h"
 #include "RecordingHal.h"

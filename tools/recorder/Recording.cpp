@@ -10,6 +10,8 @@
 #include <cstring>
 #include <string_view>
 
+#include <nlohmann/json.hpp>
+
 #include "scenario/fields/Field.h"
 
 namespace recorder {
@@ -178,26 +180,32 @@ void Recording::end(std::uint64_t number, const Json& step) {
 RecordedCall::RecordedCall(const char* operation, const Json& fields) {
     const KeepErrno keep;
     if (++callsUnderWay > 1 || Recording::current() == nullptr) return;
-    step_ = {{"call", operation}};
-    step_.update(fields);
-    if (step_.contains("note")) note_ = step_["note"].get<std::string>();
-    step_["note"] = (note_.empty() ? "" : note_ + "; ") + kDidNotReturn;
+    Json& step = *step_;
+    step = {{"call", operation}};
+    step.update(fields);
+    if (step.contains("note")) note_ = step["note"].get<std::string>();
+    step["note"] = (note_.empty() ? "" : note_ + "; ") + kDidNotReturn;
     recording_ = Recording::current();
-    call_ = recording_->begin(step_);
+    call_ = recording_->begin(step);
 }
 
 RecordedCall::~RecordedCall() {
     const KeepErrno keep;
     --callsUnderWay;
-    if (recording_ != nullptr) recording_->end(call_, step_);
+    if (recording_ != nullptr) recording_->end(call_, *step_);
+}
+
+void RecordedCall::answered(const Json& result) {
+    answered(result, Json::object());
 }
 
 void RecordedCall::answered(const Json& result, const Json& output) {
     if (recording_ == nullptr) return;
-    step_.erase("note");
-    if (!result.is_null()) step_["result"] = result;
-    if (!output.empty()) step_["output"] = output;
-    if (!note_.empty()) step_["note"] = note_;
+    Json& step = *step_;
+    step.erase("note");
+    if (!result.is_null()) step["result"] = result;
+    if (!output.empty()) step["output"] = output;
+    if (!note_.empty()) step["note"] = note_;
 }
 
 }  // namespace recorder

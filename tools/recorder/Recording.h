@@ -11,6 +11,7 @@
 #include <mutex>
 #include <string>
 
+#include "io/HeldJson.h"
 #include "scenario/fields/Problem.h"
 
 namespace recorder {
@@ -66,12 +67,13 @@ public:
 
     // Its return value (null for none) and what it wrote for its caller. A call that never gets here is recorded as one
     // that did not return.
-    void answered(const Json& result, const Json& output = Json::object());
+    void answered(const Json& result);
+    void answered(const Json& result, const Json& output);
 
 private:
     Recording* recording_ = nullptr;
     std::uint64_t call_ = 0;
-    Json step_;
+    vorn_onu::Held<Json> step_;
     std::string note_;  // on the call itself
 };
 

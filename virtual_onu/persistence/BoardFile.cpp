@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "Records.h"
+#include "BadBoard.h"
 #include "libc/real/OwnDescriptor.h"
 #include "libc/real/RealLibc.h"
 

@@ -11,7 +11,7 @@
 #include <new>
 #include <utility>
 
-#include "Records.h"
+#include "BadBoard.h"
 #include "libc/real/FileIdentity.h"
 #include "libc/real/RealLibc.h"
 

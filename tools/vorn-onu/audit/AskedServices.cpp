@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include <nlohmann/json.hpp>
+
 #include "hal/BridgeRecords.h"
 #include "scenario/operations/RecordFields.h"
 
@@ -17,7 +19,7 @@ constexpr unsigned kIgmp = 2;
 template <typename Record>
 Record recordOf(const Step& step, const std::vector<Field>& fields) {
     Record record{};
-    fillForCall(&record, fields, step.fields);
+    fillForCall(&record, fields, *step.fields);
     return record;
 }
 
@@ -70,7 +72,7 @@ PbitMapper mapperOf(const BridgeServiceProvisioning& record) {
 }
 
 bool isCallOf(const Step& step, const char* name) {
-    return step.kind == "call" && step.fields.is_object() &&
+    return step.kind == "call" && step.fields->is_object() &&
            (step.name == name || step.name == "vorn_omci_hal_" + std::string(name));
 }
 

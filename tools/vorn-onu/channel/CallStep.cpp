@@ -2,6 +2,8 @@
 
 #include <set>
 
+#include <nlohmann/json.hpp>
+
 #include "scenario/operations/RecordFields.h"
 #include "state/FieldWords.h"
 
@@ -14,11 +16,11 @@ using namespace omci::services;
 // Those that a scenario has to say.
 template <typename Record>
 Json said(const Record& record, const std::vector<Field>& fields) {
-    Json given = fieldsOf(record, fields);
+    Json given = *fieldsOf(record, fields);
     for (const Field& one : fields) {
         if (one.presence.required || !given.contains(one.name)) continue;
         Record left{};
-        if (!one.presence.fallback.is_null()) one.store(&left, one.presence.fallback);
+        if (!one.presence.fallback->is_null()) one.store(&left, *one.presence.fallback);
         if (one.load(&left) == given[one.name]) given.erase(one.name);
     }
     return given;
@@ -72,7 +74,7 @@ Step asStep(const Json& callStep, std::size_t number) {
     step.kind = "call";
     step.name = callStep.at("call").get<std::string>();
     step.fields = callStep;
-    for (const char* key : {"call", "result"}) step.fields.erase(key);
+    for (const char* key : {"call", "result"}) step.fields->erase(key);
     return step;
 }
 

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
 #include "VirtualOnu.h"
 #include "channel/CallStep.h"
 #include "device/EthernetUni.h"
@@ -56,9 +58,9 @@ LivingOnu::LivingOnu()
         HalStep call;
         call.number = ++calls_;
         call.step = callStep(made.call);
-        call.name = shortOperationName(call.step["call"].get<std::string>());
-        call.words = callWords(call.step);
-        call.step["result"] = made.result;
+        call.name = shortOperationName(call.step->at("call").get<std::string>());
+        call.words = callWords(*call.step);
+        (*call.step)["result"] = made.result;
         call.effects = std::exchange(performer_.effects, {});
         call.rules = origins_.take(virtual_onu::VirtualOnu::instance().ruleTables(), call.number);
         call.result = made.result;

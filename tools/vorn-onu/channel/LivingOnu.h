@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "channel/BoardDevice.h"
+#include "io/HeldJson.h"
 #include "omci/agent/Agent.h"
 #include "omci/services/Services.h"
 #include "scenario/fields/Problem.h"
@@ -19,7 +20,7 @@ namespace vorn_onu {
 // A call of the HAL with what it came from.
 struct HalStep {
     std::size_t number = 0;         // from 1
-    Json step;                      // as a scenario has it
+    Held<Json> step;                // as a scenario has it
     std::string name;               // "gemflow_add"
     std::string words;              // its fields
     std::string effects;            // what it has changed on the device

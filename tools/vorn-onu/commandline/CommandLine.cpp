@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <sstream>
 
+#include <CLI/CLI.hpp>
+
 #include "commands/Commands.h"
 #include "io/Output.h"
 #include "scenario/fields/Problem.h"
@@ -100,24 +102,26 @@ CLI::Validator numberFrom(int lowest) {
         "");
 }
 
-CommandLine::CommandLine() : app_(kDescription, kName) {
-    app_.set_version_flag("--version", std::string(kName) + " " + VORN_VERSION, "show the version and end");
-    app_.set_help_flag("-h,--help", "show this help and end");
-    app_.require_subcommand(0, 1);  // the second word of "help send" is no command
+CommandLine::CommandLine() : app_(std::make_unique<CLI::App>(kDescription, kName)) {
+    app_->set_version_flag("--version", std::string(kName) + " " + VORN_VERSION, "show the version and end");
+    app_->set_help_flag("-h,--help", "show this help and end");
+    app_->require_subcommand(0, 1);  // the second word of "help send" is no command
     for (const AddCommand add : kCommands) {
-        commands_.push_back(add(app_));
+        commands_.push_back(add(*app_));
         commands_.back().app->set_help_flag("-h,--help", "show this help and end");
     }
-    app_.footer(footer());  // after the commands, which would inherit it
+    app_->footer(footer());  // after the commands, which would inherit it
 }
+
+CommandLine::~CommandLine() = default;
 
 // In words of ours where a word is not known: the nearest one that is.
 std::string CommandLine::problemOf(const CLI::ParseError& error) const {
-    const auto chosen = app_.get_subcommands();
-    const auto unknown = app_.remaining(true);
+    const auto chosen = app_->get_subcommands();
+    const auto unknown = app_->remaining(true);
     if (chosen.empty() && !unknown.empty() && unknown.front().compare(0, 1, "-") != 0)
-        return noSuchCommand(app_, unknown.front());
-    const CLI::App& command = chosen.empty() ? app_ : *chosen.front();
+        return noSuchCommand(*app_, unknown.front());
+    const CLI::App& command = chosen.empty() ? *app_ : *chosen.front();
     const std::string place = chosen.empty() ? "" : command.get_name() + ": ";
     const auto option = std::find_if(unknown.begin(), unknown.end(),
                                      [](const std::string& word) { return word.size() > 1 && word.front() == '-'; });
@@ -131,10 +135,10 @@ std::string CommandLine::problemOf(const CLI::ParseError& error) const {
 
 int CommandLine::run(int argc, const char* const* argv) {
     try {
-        app_.parse(argc, argv);
+        app_->parse(argc, argv);
     } catch (const CLI::Success& wanted) {  // --help and --version
         std::ostringstream text;
-        app_.exit(wanted, text, text);
+        app_->exit(wanted, text, text);
         print(text.str());
         return ended(kHeld, false);
     } catch (const CLI::ParseError& error) {
@@ -143,7 +147,7 @@ int CommandLine::run(int argc, const char* const* argv) {
     }
     for (const Command& command : commands_)
         if (command.app->parsed()) return ended(command.work(), command.app->get_name() == kRunsPrograms);
-    complain("vorn-onu: say what to do: " + joined(commandNames(app_)) + "; vorn-onu help tells how");
+    complain("vorn-onu: say what to do: " + joined(commandNames(*app_)) + "; vorn-onu help tells how");
     return kBadInput;
 }
 

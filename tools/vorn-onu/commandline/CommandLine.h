@@ -5,11 +5,17 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include <CLI/CLI.hpp>
+namespace CLI {
+class App;
+class Option;
+class ParseError;
+class Validator;
+}  // namespace CLI
 
 namespace vorn_onu {
 
@@ -36,12 +42,15 @@ Command addHelp(CLI::App& app);
 class CommandLine {
 public:
     CommandLine();
+    ~CommandLine();
+    CommandLine(const CommandLine&) = delete;
+    CommandLine& operator=(const CommandLine&) = delete;
     // Answers the exit code. What is wrong with the words is told on standard error.
     int run(int argc, const char* const* argv);
 
 private:
     std::string problemOf(const CLI::ParseError& error) const;
-    CLI::App app_;
+    std::unique_ptr<CLI::App> app_;
     std::vector<Command> commands_;
 };
 

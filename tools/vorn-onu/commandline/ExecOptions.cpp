@@ -1,5 +1,7 @@
 #include <memory>
 
+#include <CLI/CLI.hpp>
+
 #include "commandline/CommandLine.h"
 #include "commandline/TapOptions.h"
 #include "commands/Commands.h"

@@ -2,6 +2,8 @@
 
 #include <map>
 
+#include <CLI/CLI.hpp>
+
 namespace vorn_onu {
 
 namespace {

@@ -1,6 +1,8 @@
 // vorn-onu help, vorn-onu help COMMAND, vorn-onu schema.
 #include <memory>
 
+#include <CLI/CLI.hpp>
+
 #include "commandline/CommandLine.h"
 #include "commands/Commands.h"
 #include "io/Output.h"

@@ -1,6 +1,8 @@
 // Options and words of boards that run: --name, vorn-onu ls, vorn-onu at NAME.
 #include <memory>
 
+#include <CLI/CLI.hpp>
+
 #include "commandline/CommandLine.h"
 #include "commandline/FrameOptions.h"
 #include "commands/Commands.h"

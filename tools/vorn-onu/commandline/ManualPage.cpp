@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <cctype>
 
+#include <CLI/CLI.hpp>
+
 #include "commandline/CommandLine.h"
 
 namespace vorn_onu {

@@ -1,5 +1,7 @@
 #include <memory>
 
+#include <CLI/CLI.hpp>
+
 #include "commandline/CommandLine.h"
 #include "commandline/FrameOptions.h"
 #include "commandline/TapOptions.h"

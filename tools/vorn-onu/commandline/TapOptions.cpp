@@ -1,5 +1,7 @@
 #include "commandline/TapOptions.h"
 
+#include <CLI/CLI.hpp>
+
 namespace vorn_onu {
 
 CLI::Option* addTapOption(CLI::App& command, std::vector<std::string>& taps) {

@@ -5,7 +5,10 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
 
 namespace vorn_onu {
 

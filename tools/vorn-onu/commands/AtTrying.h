@@ -5,7 +5,7 @@
 #include <exception>
 #include <string>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include "commands/Commands.h"
 #include "io/Output.h"
@@ -30,11 +30,7 @@ int tried(const std::string& place, Work work) {
 }
 
 // name(arguments) = result, of an entry of a trace.
-inline std::string callText(const nlohmann::json& entry) {
-    return entry.value("name", "") + "(" + entry.value("arguments", "") +
-           ") = " + std::to_string(entry.value("result", 0L)) +
-           (entry.value("injected", false) ? "  (a fault that was asked for)" : "");
-}
+std::string callText(const nlohmann::json& entry);
 
 }  // namespace vorn_onu
 

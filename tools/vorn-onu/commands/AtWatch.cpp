@@ -87,7 +87,7 @@ private:
 
     // The state is asked for when something has changed on the board, or was called and has failed.
     void lookAtDevice(std::uint64_t changes) {
-        bool anew = changes != changes_ || watched_.device.is_null();
+        bool anew = changes != changes_ || watched_.device->is_null();
         for (bool more = true; more;) {
             const nlohmann::json reply =
                 client_.ask({{"do", "trace"}, {"after", failedUpTo_}, {"most", kMostFailed}, {"failed", true}});
@@ -101,7 +101,7 @@ private:
         if (!anew) return;
         changes_ = changes;
         watched_.device = client_.ask({{"do", "show"}}).at("device");
-        watched_.device["trace"] = failed_;
+        (*watched_.device)["trace"] = failed_;
     }
 
     void lookAtCounters() {
@@ -109,7 +109,7 @@ private:
         if (now - counted_ < kBetweenCounters) return;
         watched_.before = std::move(watched_.counters);
         watched_.counters = client_.ask({{"do", "counters"}});
-        watched_.seconds = watched_.before.is_null() ? 0 : std::chrono::duration<double>(now - counted_).count();
+        watched_.seconds = watched_.before->is_null() ? 0 : std::chrono::duration<double>(now - counted_).count();
         counted_ = now;
     }
 

@@ -1,5 +1,7 @@
 #include "commands/OmciFiles.h"
 
+#include <nlohmann/json.hpp>
+
 #include "channel/CallStep.h"
 #include "io/Files.h"
 #include "omci/message/ValueText.h"
@@ -48,7 +50,7 @@ ReportStep stepOf(const HalStep& call, const OmciRun& run) {
     step.effects = call.effects;
     step.passed = call.result == 0;
     step.note = entityNames(call);
-    step.asked = audit::askedText(asStep(call.step, call.number));
+    step.asked = audit::askedText(asStep(*call.step, call.number));
     step.rules = call.rules;
     for (const std::uint64_t message : call.messages)
         if (const std::size_t number = run.numberOf(message); number != 0) step.messages.push_back(number);
@@ -115,7 +117,7 @@ std::string recordedCalls(const OmciRun& run) {
                      {"title", "What the messages in " + run.name + " asked of the HAL"},
                      {"steps", LivingOnu::startSteps()}};
     for (const HalStep& call : run.calls()) {
-        Json step = call.step;
+        Json step = *call.step;
         if (step["call"].get<std::string>().find("EthernetUni") != std::string::npos) step.erase("result");  // none
         if (const std::string numbers = messageNumbers(call, run.numberOf); !numbers.empty())
             step["note"] =

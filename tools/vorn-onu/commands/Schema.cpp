@@ -1,4 +1,6 @@
 // vorn-onu schema: the JSON schema of scenarios, made from the tables that read them.
+#include <nlohmann/json.hpp>
+
 #include "commands/Commands.h"
 #include "io/Output.h"
 #include "scenario/Scenario.h"
@@ -39,13 +41,13 @@ Json callSchema(const Operation& operation) {
 
 Json stepSchema(const StepKind& kind) {
     Json properties = Json::object();
-    properties[kind.key] = kind.schema;
+    properties[kind.key] = *kind.schema;
     properties[kind.key]["description"] = kind.doc;
     if (kind.key != "note") properties["note"] = {{"type", "string"}};
     for (const auto& companion : kind.companions) {
         const auto own = kind.companionSchemas.find(companion);
         properties[companion] =
-            own != kind.companionSchemas.end() ? own->second : Json{{"type", "integer"}, {"minimum", 0}};
+            own != kind.companionSchemas.end() ? *own->second : Json{{"type", "integer"}, {"minimum", 0}};
     }
     return {{"type", "object"}, {"additionalProperties", false}, {"properties", properties}, {"required", {kind.key}}};
 }

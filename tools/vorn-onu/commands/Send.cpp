@@ -2,6 +2,8 @@
 #include <optional>
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
 #include "capture/CaptureReader.h"
 #include "capture/CaptureWriter.h"
 #include "commands/Commands.h"

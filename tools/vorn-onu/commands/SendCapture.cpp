@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <chrono>
 
+#include <nlohmann/json.hpp>
+
 namespace vorn_onu {
 
 namespace {

@@ -2,10 +2,10 @@
 #ifndef VORN_ONU_BOARD_H
 #define VORN_ONU_BOARD_H
 
-#include <cstdio>
 #include <mutex>
 #include <string>
 
+#include "io/HeldJson.h"
 #include "living/Session.h"
 
 namespace vorn_onu::living {
@@ -23,21 +23,13 @@ public:
 class OwnBoard : public Board {
 public:
     // Whoever calls the HAL by himself holds hal() while he does.
-    OwnBoard(virtual_onu::VirtualOnu& onu, VornHal& vornHal, nlohmann::json about, Json records = Json::object())
-        : about_(std::move(about)), session_(onu, &vornHal, std::move(records)) {}
-    std::string ask(const Json& request) override {
-        const std::lock_guard<std::mutex> alone(session_mutex_);
-        const std::unique_lock<std::mutex> calls =
-            request.contains("step") ? std::unique_lock<std::mutex>(hal_) : std::unique_lock<std::mutex>();
-        std::string reply = session_.answer(request);
-        if (calls) std::fflush(stdout);  // what the HAL has printed can be read by who asked
-        return reply;
-    }
-    nlohmann::json about() override { return about_; }
+    OwnBoard(virtual_onu::VirtualOnu& onu, VornHal& vornHal, nlohmann::json about, Held<Json> records = {});
+    std::string ask(const Json& request) override;
+    nlohmann::json about() override;
     std::mutex& hal() { return hal_; }
 
 private:
-    nlohmann::json about_;
+    Held<nlohmann::json> about_;
     std::mutex session_mutex_, hal_;
     Session session_;
 };

@@ -3,6 +3,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
 #include "living/Place.h"
 
 namespace vorn_onu::living {
@@ -62,7 +64,7 @@ json Client::ask(Json request) {
 
 std::optional<json> Client::next(int waitMs) {
     if (!events_.empty()) {
-        json first = std::move(events_.front());
+        json first = std::move(*events_.front());
         events_.pop_front();
         return first;
     }

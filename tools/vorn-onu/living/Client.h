@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "io/HeldJson.h"
 #include "living/LineSocket.h"
 #include "living/Protocol.h"
 #include "scenario/fields/Problem.h"
@@ -32,7 +33,7 @@ private:
     std::string name_;
     int replyMs_;
     LineSocket socket_;
-    std::deque<nlohmann::json> events_;  // that came before a reply
+    std::deque<Held<nlohmann::json>> events_;  // that came before a reply
     std::uint64_t id_ = 0;
 };
 

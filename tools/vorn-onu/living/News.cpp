@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <nlohmann/json.hpp>
+
 #include "living/Protocol.h"
 
 namespace vorn_onu::living {
@@ -72,7 +74,7 @@ void News::begin(Listening& listening, std::optional<std::uint64_t> after) {
 
 void News::addTrace(Listening& listening, std::vector<std::string>& events) const {
     if (entries_.empty() || known_ <= listening.traced) return;
-    const std::uint64_t first = entries_.front().value("number", std::uint64_t{0});
+    const std::uint64_t first = entries_.front()->value("number", std::uint64_t{0});
     if (listening.traced + 1 < first) {
         events.push_back(event({{"event", "missed"}, {"entries", first - 1 - listening.traced}}));
         listening.traced = first - 1;
@@ -80,7 +82,7 @@ void News::addTrace(Listening& listening, std::vector<std::string>& events) cons
     auto one = entries_.begin() + static_cast<std::ptrdiff_t>(listening.traced + 1 - first);
     while (one != entries_.end()) {
         json some = json::array();
-        for (; one != entries_.end() && some.size() < kInOneEvent; ++one) some.push_back(*one);
+        for (; one != entries_.end() && some.size() < kInOneEvent; ++one) some.push_back(**one);
         events.push_back(event({{"event", "trace"}, {"entries", std::move(some)}}));
     }
     listening.traced = known_;
@@ -97,7 +99,7 @@ void News::addCounters(Listening& listening, std::vector<std::string>& events) {
         counters_ = std::move(reply);
     }
     listening.counted = now;
-    json fields = counters_;
+    json fields = *counters_;
     fields["event"] = "counters";
     events.push_back(event(std::move(fields)));
 }

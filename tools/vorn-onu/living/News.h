@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "io/HeldJson.h"
 #include "living/Board.h"
 
 namespace vorn_onu::living {
@@ -48,8 +49,8 @@ private:
     std::uint64_t traced_ = 0;   // entries of the trace that there are
     std::uint64_t changes_ = 0;  // of the board
     std::uint64_t known_ = 0;    // number of the last entry below
-    std::deque<nlohmann::json> entries_;
-    nlohmann::json counters_;
+    std::deque<Held<nlohmann::json>> entries_;
+    Held<nlohmann::json> counters_;
 };
 
 }  // namespace vorn_onu::living

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <string>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 namespace vorn_onu::living {
 
@@ -27,12 +27,8 @@ private:
 
 // A reply is made where the board is, as an object without version and id; whoever speaks to the client puts them in
 // front.
-inline std::string replyText(const nlohmann::json& reply) {
-    return reply.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
-}
-inline std::string refusalText(const Refusal& refusal) {
-    return replyText({{"ok", false}, {"code", refusal.code()}, {"error", refusal.what()}});
-}
+std::string replyText(const nlohmann::json& reply);
+std::string refusalText(const Refusal& refusal);
 
 }  // namespace vorn_onu::living
 

@@ -8,6 +8,8 @@
 #include <csignal>
 #include <ctime>
 
+#include <nlohmann/json.hpp>
+
 #include "io/JsonCheck.h"
 #include "living/Within.h"
 

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
 #include "living/Protocol.h"
 #include "scenario/FrameReturn.h"
 #include "scenario/StepRecord.h"
@@ -68,7 +70,7 @@ bool isCall(const Json& step) {
     return step.is_object() && step.contains("call");
 }
 
-Session::Session(VirtualOnu& onu, VornHal* hal, Json records) : onu_(onu), context_{onu, hal} {
+Session::Session(VirtualOnu& onu, VornHal* hal, Held<Json> records) : onu_(onu), context_{onu, hal} {
     parsing_.records = std::move(records);
 }
 

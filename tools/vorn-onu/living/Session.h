@@ -16,7 +16,7 @@ namespace vorn_onu::living {
 class Session {
 public:
     // hal: null where a program owns it; calls of its operations are refused then. records: by name, for call steps.
-    Session(virtual_onu::VirtualOnu& onu, VornHal* hal, Json records = Json::object());
+    Session(virtual_onu::VirtualOnu& onu, VornHal* hal, Held<Json> records = {});
     // {"do": "show"}, {"do": "step", "step": {...}}, ... The text of the reply, a refusal too.
     std::string answer(const Json& request);
 

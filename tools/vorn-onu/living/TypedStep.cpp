@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <nlohmann/json.hpp>
+
 #include "io/JsonCheck.h"
 #include "scenario/Scenario.h"
 

@@ -4,6 +4,8 @@
 #include <condition_variable>
 #include <mutex>
 
+#include <nlohmann/json.hpp>
+
 #include "living/Protocol.h"
 
 namespace vorn_onu::living {

@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
 #include "page/CallPart.h"
 #include "page/ControlPart.h"
 #include "page/CounterPart.h"
@@ -68,8 +70,8 @@ void BoardView::takeEntries(json& entries) {
     for (json& entry : entries) {
         const auto number = entry.value("number", std::uint64_t{0});
         // What has happened between the subscription and the first look comes twice.
-        if (!entries_.empty() && number <= entries_.back().value("number", std::uint64_t{0})) continue;
-        if (isFailedEntry(entry) && (failed_.empty() || failed_.back().value("number", std::uint64_t{0}) < number))
+        if (!entries_.empty() && number <= entries_.back()->value("number", std::uint64_t{0})) continue;
+        if (isFailedEntry(entry) && (failed_.empty() || failed_.back()->value("number", std::uint64_t{0}) < number))
             failed_.push_back(entry);
         entries_.push_back(std::move(entry));
     }
@@ -80,7 +82,7 @@ void BoardView::takeEntries(json& entries) {
 
 void BoardView::takeCounters(const json& counters) {
     const Clock::time_point now = Clock::now();
-    parts_["counters"] = counterPart(counters, counters_, std::chrono::duration<double>(now - counted_).count());
+    parts_["counters"] = counterPart(counters, *counters_, std::chrono::duration<double>(now - counted_).count());
     counters_ = counters;
     counted_ = now;
 }
@@ -110,7 +112,8 @@ void BoardView::look() {
     const Clock::time_point begin = Clock::now();
     if (begin - looked_ < (changed_ ? std::max<Clock::duration>(kBetweenLooks, 4 * lookTime_) : kLookAnyway)) return;
     json device = client_.ask(request("show")).at("device");
-    device["trace"] = failed_;
+    json& trace = device["trace"] = json::array();
+    for (const Held<json>& entry : failed_) trace.push_back(*entry);
     ReportInput input;
     input.state = readState(device);
     parts_["facts"] = facts(input.state);

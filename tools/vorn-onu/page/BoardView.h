@@ -8,8 +8,9 @@
 #include <map>
 #include <string>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
+#include "io/HeldJson.h"
 #include "living/Client.h"
 #include "state/DeviceState.h"
 
@@ -39,8 +40,8 @@ private:
     living::Client client_;
     const nlohmann::json& newBoard_;
     DeviceState newState_;
-    std::deque<nlohmann::json> entries_, failed_;  // of the trace, the latest
-    nlohmann::json counters_;
+    std::deque<Held<nlohmann::json>> entries_, failed_;  // of the trace, the latest
+    Held<nlohmann::json> counters_;
     Clock::time_point counted_{}, looked_{};
     Clock::duration lookTime_{};  // that the last look took
     bool changed_ = true;

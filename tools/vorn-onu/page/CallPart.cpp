@@ -1,5 +1,7 @@
 #include "page/CallPart.h"
 
+#include <nlohmann/json.hpp>
+
 #include "io/Printed.h"
 #include "show/Html.h"
 #include "state/DeviceState.h"
@@ -27,13 +29,13 @@ bool isFailedEntry(const json& entry) {
     return entry.value("kind", "") == "platform" && isFailedCall(entry.value("name", ""), entry.value("result", 0L));
 }
 
-std::string callPart(const std::deque<json>& entries) {
+std::string callPart(const std::deque<Held<json>>& entries) {
     RowGroup rows;
     for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry)
         rows.rows.push_back(
-            {std::to_string(entry->value("number", std::uint64_t{0})), escaped(entry->value("kind", "")),
-             element("span", escaped(oneLine(entry->value("name", ""))), "mono"),
-             element("span", escaped(oneLine(entry->value("arguments", ""))), "mono"), resultOf(*entry)});
+            {std::to_string((*entry)->value("number", std::uint64_t{0})), escaped((*entry)->value("kind", "")),
+             element("span", escaped(oneLine((*entry)->value("name", ""))), "mono"),
+             element("span", escaped(oneLine((*entry)->value("arguments", ""))), "mono"), resultOf(**entry)});
     const std::string text = stackingTable({"number", "kind", "call", "arguments", "result"}, {rows}, "calls");
     if (text.empty()) return "";
     return card("<div class=\"tall\" role=\"region\" aria-label=\"Last calls, the newest first\" tabindex=\"0\">" +

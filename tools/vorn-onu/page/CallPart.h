@@ -5,14 +5,16 @@
 #include <deque>
 #include <string>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
+
+#include "io/HeldJson.h"
 
 namespace vorn_onu::page {
 
 // An entry of the trace that is a call which failed.
 bool isFailedEntry(const nlohmann::json& entry);
 // entries: of the trace, oldest first; the part has the newest first.
-std::string callPart(const std::deque<nlohmann::json>& entries);
+std::string callPart(const std::deque<Held<nlohmann::json>>& entries);
 
 }  // namespace vorn_onu::page
 

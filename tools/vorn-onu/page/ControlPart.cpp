@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include <nlohmann/json.hpp>
+
 #include "show/Html.h"
 
 namespace vorn_onu::page {

@@ -35,6 +35,8 @@ void HttpServer::start() {}
 #include <optional>
 #include <thread>
 
+#include <nlohmann/json.hpp>
+
 #include "living/Client.h"
 #include "page/Guard.h"
 #include "page/PageScript.h"

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 namespace vorn_onu::page {
 

@@ -3,6 +3,8 @@
 #include <exception>
 #include <thread>
 
+#include <nlohmann/json.hpp>
+
 namespace vorn_onu::page {
 
 namespace {

@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include <nlohmann/json.hpp>
+
 #include "show/Html.h"
 #include "show/Report.h"
 

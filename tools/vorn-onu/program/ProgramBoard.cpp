@@ -14,6 +14,8 @@
 #include <system_error>
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
 #include "living/Protocol.h"
 
 namespace vorn_onu {

@@ -5,6 +5,8 @@
 #include <map>
 #include <stdexcept>
 
+#include <nlohmann/json.hpp>
+
 #include "scenario/fields/Field.h"
 
 namespace vorn_onu {

@@ -13,6 +13,8 @@
 #include <cstring>
 #include <stdexcept>
 
+#include <nlohmann/json.hpp>
+
 #include "hal/HALFactory.h"
 #include "hal/HalState.h"
 #include "io/Printed.h"

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <nlohmann/json.hpp>
+
 #include "io/Files.h"
 #include "io/JsonCheck.h"
 #include "io/Printed.h"
@@ -63,6 +65,15 @@ std::string placeOfStep(const Json& step, std::size_t number) {
 }
 
 }  // namespace
+
+StepKind::StepKind(std::string kindKey, std::string kindDoc, std::vector<std::string> kindCompanions, Json kindSchema,
+                   Parse kindParse, std::map<std::string, Held<Json>> kindCompanionSchemas)
+    : key(std::move(kindKey)),
+      doc(std::move(kindDoc)),
+      companions(std::move(kindCompanions)),
+      schema(std::move(kindSchema)),
+      parse(std::move(kindParse)),
+      companionSchemas(std::move(kindCompanionSchemas)) {}
 
 BadScenario::BadScenario(const std::string& text) : std::runtime_error(oneLine(text)) {}
 

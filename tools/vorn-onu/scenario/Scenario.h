@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "io/HeldJson.h"
 #include "scenario/expect/Context.h"
 #include "scenario/fields/Problem.h"
 
@@ -21,7 +22,7 @@ struct StepResult {
     std::vector<Failure> failures;
     std::string answer;                               // of a call: "0", "-1, level -5000"; of a frame: where it left
     std::shared_ptr<const SentFrame> sent = nullptr;  // of a frame
-    Json returned = nullptr;  // of a call: "result" and "output", as the answer has them in words
+    Held<Json> returned = {};  // of a call: "result" and "output", as the answer has them in words
 };
 
 // How the HAL's process comes to its end.
@@ -31,7 +32,7 @@ struct Step {
     std::size_t number = 0;  // from 1, in the order of the file
     std::string kind;        // the key that makes the step what it is: "call", "expect", ...
     std::string name;        // of a call: the operation
-    Json fields;             // of a call: what it is given
+    Held<Json> fields;       // of a call: what it is given
     std::string words;       // what the step does, for people
     std::string note;        // the author's own words, "" when there are none
     bool changes = false;    // provisions something
@@ -44,7 +45,7 @@ struct Scenario {
     std::string file;
     std::string title;
     std::string description;
-    Json records = Json::object();  // by name, for its steps
+    Held<Json> records;  // by name, for its steps; null where there are none
     std::vector<Step> steps;
     bool state = false;    // the HAL keeps a state file, which it opens at the begin of each part
     bool inParts = false;  // the HAL has a process of its own, which can end and begin anew
@@ -53,12 +54,16 @@ struct Scenario {
 
 // A kind of step: the key that it goes by and how it is read. Schema.cpp and parsing share these rows.
 struct StepKind {
+    using Parse = std::function<void(Step& step, const Json& whole, ParseContext& context)>;  // throws a Problem
+    StepKind(std::string key, std::string doc, std::vector<std::string> companions, Json schema, Parse parse,
+             std::map<std::string, Held<Json>> companionSchemas = {});
+
     std::string key;
     std::string doc;
     std::vector<std::string> companions;  // further keys that the step may have
-    Json schema;                          // of the value of the key
-    std::function<void(Step& step, const Json& whole, ParseContext& context)> parse;  // throws a Problem
-    std::map<std::string, Json> companionSchemas = {};  // of companions that are more than a number
+    Held<Json> schema;                    // of the value of the key
+    Parse parse;
+    std::map<std::string, Held<Json>> companionSchemas;  // of companions that are more than a number
 };
 const std::vector<StepKind>& stepKinds();
 

@@ -3,6 +3,8 @@
 #include <exception>
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
 #include "io/Printed.h"
 #include "scenario/fields/FrameFields.h"
 #include "state/Effects.h"
@@ -29,7 +31,7 @@ StepRecord performStep(const Step& step, RunContext& context) {
         record.failures = std::move(result.failures);
         record.answer = std::move(result.answer);
         record.sent = std::move(result.sent);
-        record.returned = result.returned;
+        record.returned = *result.returned;
     } catch (const std::exception& error) {
         record.failures.push_back({"the step", {"can be done"}, {error.what()}});
     }
@@ -46,7 +48,7 @@ nlohmann::json stepJson(const StepRecord& record) {
                            {"words", record.step->words},   {"note", record.step->note}, {"answer", record.answer},
                            {"effects", record.effects},     {"passed", record.passed()}, {"failures", failures},
                            {"warnings", record.warnings}};
-    if (!record.returned.is_null()) step.update(record.returned);
+    if (!record.returned->is_null()) step.update(*record.returned);
     if (record.sent) {
         step["frame"] = frameJson(record.sent->input.frame);
         step["walk"] = walkJson(record.sent->walk);

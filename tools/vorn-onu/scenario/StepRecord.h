@@ -7,8 +7,9 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
+#include "io/HeldJson.h"
 #include "scenario/Scenario.h"
 
 namespace vorn_onu {
@@ -17,7 +18,7 @@ struct StepRecord {
     const Step* step = nullptr;
     std::vector<Failure> failures;
     std::string answer;                     // of a call
-    nlohmann::json returned;                // of a call: "result" and "output"; otherwise null
+    Held<nlohmann::json> returned;          // of a call: "result" and "output"; otherwise null
     std::string effects;                    // what it has changed on the device
     std::vector<std::string> warnings;      // where the HAL did what its caller may not expect, a line each
     std::vector<std::string> trace;         // the calls that it made, when they are wanted

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <nlohmann/json.hpp>
+
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "io/Words.h"
@@ -138,10 +140,11 @@ void StepWarnings::rulesPastTheLimit(const Standing& now, Lines& lines) {
 
 // The VEIP goes when no service is counted any more, which is not always when the last one is deleted.
 void StepWarnings::lostVeip(const Step& step, const Standing& now, Lines& lines) {
-    if (!step.fields.is_object() || !step.fields.contains("gemPort")) return;
-    const Json& list = step.fields.contains("filterList") ? step.fields["filterList"] : Json(nullptr);
-    const std::string key = step.fields["gemPort"].dump() + " " + list.dump();
-    if (step.name == "vorn_omci_hal_veip_createRules") veipServices_[key] = "GEM port " + step.fields["gemPort"].dump();
+    if (!step.fields->is_object() || !step.fields->contains("gemPort")) return;
+    const Json& list = step.fields->contains("filterList") ? step.fields->at("filterList") : Json(nullptr);
+    const std::string key = step.fields->at("gemPort").dump() + " " + list.dump();
+    if (step.name == "vorn_omci_hal_veip_createRules")
+        veipServices_[key] = "GEM port " + step.fields->at("gemPort").dump();
     if (step.name == "vorn_omci_hal_veip_deleteRules") veipServices_.erase(key);
     if (before_.devices.count(kVeipDevice) == 0 || now.devices.count(kVeipDevice) != 0) return;
     Lines left;

@@ -1,3 +1,5 @@
+#include <nlohmann/json.hpp>
+
 #include "scenario/Scenario.h"
 #include "scenario/operations/Operations.h"
 #include "state/FieldWords.h"
@@ -22,10 +24,10 @@ Json givenFields(const Json& whole, const ParseContext& context) {
         inField("record", [&] {
             const std::string name = textOf(whole["record"]);
             std::vector<std::string> known;
-            for (const auto& [key, ignored] : context.records.items()) known.push_back(key);
-            if (!context.records.contains(name)) throw Problem("record '" + name + "' " + unknownName(name, known));
-            if (!context.records[name].is_object()) throw Problem("record '" + name + "' must be an object");
-            given = context.records[name];
+            for (const auto& [key, ignored] : context.records->items()) known.push_back(key);
+            if (!context.records->contains(name)) throw Problem("record '" + name + "' " + unknownName(name, known));
+            if (!context.records->at(name).is_object()) throw Problem("record '" + name + "' must be an object");
+            given = context.records->at(name);
         });
     }
     for (const auto& [key, value] : whole.items())
@@ -85,7 +87,7 @@ void parseCall(Step& step, const Json& whole, ParseContext& context) {
         const Outcome outcome = call(*context_.hal);
         StepResult done;
         done.answer = answerText(outcome);
-        done.returned = {{"result", outcome.result}, {"output", outcome.output}};
+        done.returned = Json{{"result", outcome.result}, {"output", outcome.output}};
         if (!result.is_null()) compare("result", result, outcome.result, done.failures);
         for (const auto& [key, value] : output.items())
             compare("output " + key, value, partOf(outcome.output[key], value), done.failures);

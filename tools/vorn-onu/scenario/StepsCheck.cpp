@@ -3,6 +3,8 @@
 #include <condition_variable>
 #include <mutex>
 
+#include <nlohmann/json.hpp>
+
 #include "scenario/Scenario.h"
 #include "scenario/expect/Expect.h"
 #include "scenario/fields/Field.h"
@@ -74,7 +76,7 @@ void parseShow(Step& step, const Json& whole, ParseContext&) {
 Json expectSchema() {
     Json properties = Json::object();
     for (const ExpectRow& row : expectRows()) {
-        properties[row.key] = row.schema;
+        properties[row.key] = *row.schema;
         properties[row.key]["description"] = row.doc;
     }
     return {{"type", "object"}, {"additionalProperties", false}, {"minProperties", 1}, {"properties", properties}};

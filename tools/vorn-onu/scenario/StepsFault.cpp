@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include <nlohmann/json.hpp>
+
 #include "scenario/Scenario.h"
 #include "scenario/fields/Field.h"
 

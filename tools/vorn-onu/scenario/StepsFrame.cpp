@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <memory>
 
+#include <nlohmann/json.hpp>
+
 #include "scenario/Scenario.h"
 #include "scenario/fields/Field.h"
 #include "scenario/fields/FrameFields.h"

@@ -1,6 +1,8 @@
 // Steps that let the HAL's process end. Whoever runs the scenario does it: Runner.cpp.
 #include <stdexcept>
 
+#include <nlohmann/json.hpp>
+
 #include "scenario/Scenario.h"
 #include "scenario/fields/Field.h"
 

@@ -2,6 +2,8 @@
 #include <chrono>
 #include <thread>
 
+#include <nlohmann/json.hpp>
+
 #include "scenario/BoardSettings.h"
 #include "scenario/Scenario.h"
 #include "scenario/fields/Field.h"

@@ -1,5 +1,7 @@
 #include "show/AuditWords.h"
 
+#include <nlohmann/json.hpp>
+
 #include "io/Words.h"
 #include "scenario/fields/FrameFields.h"
 #include "show/Html.h"

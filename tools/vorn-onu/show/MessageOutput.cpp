@@ -5,6 +5,8 @@
 #include <set>
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
 #include "io/Words.h"
 #include "omci/message/ValueText.h"
 
@@ -237,7 +239,7 @@ nlohmann::json playedJson(const Played& played, const std::function<std::size_t(
             if (const std::size_t number = numberOf(message); number != 0) messages.push_back(number);
         for (const omci::EntityKey entity : call.entities) entities.push_back(omci::entityText(entity));
         calls.push_back({{"number", call.number},
-                         {"call", call.step},
+                         {"call", *call.step},
                          {"result", call.result},
                          {"effects", call.effects},
                          {"messages", messages},

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include <nlohmann/json.hpp>
+
 #include "io/Words.h"
 #include "scenario/fields/FrameFields.h"
 #include "scenario/operations/Operations.h"

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#include <nlohmann/json.hpp>
+
 #include "io/Printed.h"
 #include "show/Terminal.h"
 #include "state/DeviceState.h"
@@ -70,9 +72,9 @@ std::string shortNumber(double number) {
 class Counter {
 public:
     Counter(const Watched& watched, const json::json_pointer& place) : seconds_(watched.seconds) {
-        now_ = numberAt(watched.counters, place);
-        before_ = numberAt(watched.before, place);
-        isKnown_ = seconds_ > 0 && watched.before.is_object() && watched.before.contains(place);
+        now_ = numberAt(*watched.counters, place);
+        before_ = numberAt(*watched.before, place);
+        isKnown_ = seconds_ > 0 && watched.before->is_object() && watched.before->contains(place);
     }
     std::string total() const { return std::to_string(now_); }
     std::string rate(double times = 1) const {
@@ -115,7 +117,7 @@ Columns portsOf(const Watched& watched, const DeviceState& state, bool wide) {
     Columns columns{{"port", "link"}, {}, 2};
     const Cells headings = trafficHeadings(wide);
     columns.headings.insert(columns.headings.end(), headings.begin(), headings.end());
-    for (const json& one : watched.device.at("network").at("devices")) {
+    for (const json& one : watched.device->at("network").at("devices")) {
         const auto* device = state.device(oneLine(one.at("name").get<std::string>()));
         if (device == nullptr || !isPort(*device)) continue;
         const auto counter = [&](const char* key) {
@@ -159,7 +161,7 @@ Columns tapsOf(const Watched& watched, bool wide) {
     const Cells headings = trafficHeadings(wide);
     columns.headings.insert(columns.headings.end(), headings.begin(), headings.end());
     columns.headings.emplace_back("lost");
-    const json& taps = watched.counters.at("taps");
+    const json& taps = watched.counters->at("taps");
     for (std::size_t i = 0; i < taps.size(); ++i) {
         const auto counter = [&](const char* key) { return Counter(watched, json::json_pointer() / "taps" / i / key); };
         Cells row = {taps[i].value("port", ""), taps[i].value("interface", ""),
@@ -198,7 +200,8 @@ std::vector<std::string> warningsOf(const Watched& watched, const DeviceState& s
     std::vector<std::string> lines;
     for (const std::string& command : state.strangeCommands) lines.push_back("not understood: " + command);
     for (const FailedCallWords& call : failedCallWords(state.failedCalls, {})) lines.push_back(call.sentence());
-    if (watched.device.at("bus").value("gateway", "") == "silent") lines.insert(lines.begin(), "the gateway is silent");
+    if (watched.device->at("bus").value("gateway", "") == "silent")
+        lines.insert(lines.begin(), "the gateway is silent");
     return lines;
 }
 
@@ -261,14 +264,14 @@ std::vector<std::string> watchLines(const Watched& watched, std::size_t rows, st
     Painter painter(columns, colour);
     painter.line(watched.title, "1");
     if (!watched.problem.empty()) painter.line(watched.problem, "33");
-    if (watched.device.is_null()) return painter.take(rows);
+    if (watched.device->is_null()) return painter.take(rows);
     const bool wide = columns >= kWide;
-    const DeviceState state = readState(watched.device);
+    const DeviceState state = readState(*watched.device);
     std::vector<Section> sections = {{"Services", servicesLines(state), 3, false, 0},
                                      {"Ports", linesOf(portsOf(watched, state, wide)), 3, false, 0}};
     if (!state.gemPorts.empty())
         sections.push_back({"GEM ports", linesOf(gemPortsOf(watched, state, wide)), 3, false, 0});
-    if (watched.counters.is_object() && watched.counters.contains("taps"))
+    if (watched.counters->is_object() && watched.counters->contains("taps"))
         sections.push_back({"Real packets", linesOf(tapsOf(watched, wide)), 3, false, 0});
     std::vector<std::string> warnings = warningsOf(watched, state);
     for (std::string& line : warnings) line = "  " + line;

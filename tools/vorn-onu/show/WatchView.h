@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
+#include "io/HeldJson.h"
 
 namespace vorn_onu {
 
@@ -14,9 +14,9 @@ namespace vorn_onu {
 struct Watched {
     std::string title;               // "lab: exec ./my-omci-daemon"
     std::string problem;             // why nothing new comes; "" while it does
-    nlohmann::json device;           // its state; null before the first one. The trace has its failed calls
-    nlohmann::json counters;         // the reply to "counters"; null before the first one
-    nlohmann::json before;           // the one before
+    Held<nlohmann::json> device;     // its state; null before the first one. The trace has its failed calls
+    Held<nlohmann::json> counters;   // the reply to "counters"; null before the first one
+    Held<nlohmann::json> before;     // the one before
     double seconds = 0;              // between the two; 0 where there is none before
     std::vector<std::string> calls;  // the last ones, the latest at the end
 };

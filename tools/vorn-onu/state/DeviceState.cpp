@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include <nlohmann/json.hpp>
+
 #include "StateJson.h"
 #include "io/Printed.h"
 #include "state/MessageText.h"

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "io/Words.h"
 
 namespace vorn_onu {

@@ -1,7 +1,6 @@
 #include "taps/TapOption.h"
 
 #include <algorithm>
-#include <regex>
 #include <stdexcept>
 
 namespace vorn_onu {
@@ -27,19 +26,26 @@ bool isInterface(const std::string& name) {
            std::all_of(name.begin(), name.end(), [](char c) { return c > ' ' && c < 0x7f && c != '/' && c != ':'; });
 }
 
+bool isNumber(const std::string& text, std::size_t mostDigits) {
+    return !text.empty() && text.size() <= mostDigits &&
+           std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+// What follows the prefix; "" where the text does not begin with it.
+std::string behind(const std::string& prefix, const std::string& text) {
+    return text.compare(0, prefix.size(), prefix) == 0 ? text.substr(prefix.size()) : "";
+}
+
 void readPort(const std::string& words, const std::string& port, virtual_onu::TapRequest& made) {
-    static const auto& gem = *new std::regex("gem *([0-9]{1,5})");
-    static const auto& device = *new std::regex("(sid|eth|veip)[0-9]{1,2}");
-    std::smatch found;
-    if (std::regex_match(port, found, gem)) {
-        const auto number = static_cast<unsigned>(std::stoul(found[1]));
+    if (isNumber(trimmed(behind("gem", port)), 5)) {
+        const auto number = static_cast<unsigned>(std::stoul(trimmed(behind("gem", port))));
         if (number > kHighestGemPort) refuse(words, "a GEM port id is at most 65535");
         made.gemPort = number;
-    } else if (std::regex_match(port, device)) {
-        made.device = port;
-    } else {
-        refuse(words, "'" + port + "' is no port: sid0, eth0, veip0, or \"gem 1001\"");
+        return;
     }
+    for (const char* kind : {"sid", "eth", "veip"})
+        if (isNumber(behind(kind, port), 2)) made.device = port;
+    if (made.device.empty()) refuse(words, "'" + port + "' is no port: sid0, eth0, veip0, or \"gem 1001\"");
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "VirtualOnu.h"
+#include "io/HeldJson.h"
 #include "scenario/fields/Problem.h"
 
 class VornHal;
@@ -48,7 +49,7 @@ struct Failure {
 
 // What is known while a file is read.
 struct ParseContext {
-    Json records = Json::object();     // records by name, to be used in several calls
+    Held<Json> records = {};           // records by name, to be used in several calls; null where there are none
     std::set<std::string> marks = {};  // names of the marks so far
 };
 

@@ -2,7 +2,12 @@
 
 #include <algorithm>
 
+#include <nlohmann/json.hpp>
+
 namespace vorn_onu {
+
+ExpectRow::ExpectRow(std::string rowKey, std::string rowDoc, Json rowSchema, Read rowRead)
+    : key(std::move(rowKey)), doc(std::move(rowDoc)), schema(std::move(rowSchema)), read(std::move(rowRead)) {}
 
 const std::vector<ExpectRow>& expectRows() {
     static const std::vector<ExpectRow> rows = [] {

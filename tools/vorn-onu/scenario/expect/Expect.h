@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "io/HeldJson.h"
 #include "scenario/expect/Context.h"
 
 namespace vorn_onu {
@@ -14,10 +15,13 @@ namespace vorn_onu {
 using Check = std::function<void(const RunContext& context, std::vector<Failure>& failures)>;
 
 struct ExpectRow {
+    using Read = std::function<Check(const Json& value, const ParseContext& context)>;  // throws a Problem
+    ExpectRow(std::string key, std::string doc, Json schema, Read read);
+
     std::string key;
     std::string doc;
-    Json schema;
-    std::function<Check(const Json& value, const ParseContext& context)> read;  // throws a Problem
+    Held<Json> schema;
+    Read read;
 };
 const std::vector<ExpectRow>& expectRows();
 

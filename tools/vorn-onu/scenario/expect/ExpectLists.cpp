@@ -3,6 +3,8 @@
 #include <iterator>
 #include <sstream>
 
+#include <nlohmann/json.hpp>
+
 #include "scenario/expect/Expect.h"
 #include "scenario/expect/ExpectList.h"
 #include "state/MessageText.h"

@@ -4,6 +4,8 @@
 #include <optional>
 #include <type_traits>
 
+#include <nlohmann/json.hpp>
+
 #include "StateJson.h"
 #include "platform/kit_numbers.h"
 #include "scenario/expect/Expect.h"

@@ -5,6 +5,8 @@
 #include <cctype>
 #include <cstdio>
 
+#include <nlohmann/json.hpp>
+
 namespace vorn_onu {
 
 namespace {
@@ -77,6 +79,40 @@ Json Numbers::schema() const {
         ways.push_back({{"enum", list}});
     }
     return ways.size() == 1 ? ways[0] : Json{{"anyOf", ways}};
+}
+
+Presence otherwise(Json fallback) {
+    return {false, std::move(fallback)};
+}
+
+Field::Field(std::string fieldName, Presence fieldPresence, std::string fieldDoc, Json fieldSchema, Store fieldStore,
+             Load fieldLoad, Store fieldStoreUnchecked)
+    : name(std::move(fieldName)),
+      presence(std::move(fieldPresence)),
+      doc(std::move(fieldDoc)),
+      schema(std::move(fieldSchema)),
+      store(std::move(fieldStore)),
+      load(std::move(fieldLoad)),
+      storeUnchecked(std::move(fieldStoreUnchecked)) {}
+
+Field numberField(const char* name, const NumberMember& member, Numbers numbers, Presence presence, const char* doc) {
+    numbers.highest = std::min(numbers.highest, member.highest);
+    const auto store = [member, numbers](void* record, const Json& value) { member.set(record, numbers.read(value)); };
+    const auto load = [member, numbers](const void* record) { return numbers.write(member.get(record)); };
+    const auto storeUnchecked = [member](void* record, const Json& value) {
+        const Numbers all{member.lowest, member.highest};
+        member.set(record, all.read(value));
+    };
+    Field field(name, std::move(presence), doc, numbers.schema(), store, load, storeUnchecked);
+    field.lowest = member.lowest;
+    field.highest = member.highest;
+    return field;
+}
+
+Field textField(const char* name, const TextMember& member, Presence presence, const char* doc) {
+    const auto store = [member](void* record, const Json& value) { member.set(record, textOrBytesOf(value)); };
+    const auto load = [member](const void* record) { return textJson(member.get(record)); };
+    return {name, std::move(presence), doc, textSchema(), store, load};
 }
 
 Json textJson(const std::string& text) {
@@ -226,8 +262,8 @@ void fill(void* record, const std::vector<Field>& fields, const Json& given) {
             inField(field.name, [&] { field.store(record, given[field.name]); });
         } else if (field.presence.required) {
             throw Problem(field.name, "is missing; it is " + field.doc);
-        } else if (!field.presence.fallback.is_null()) {
-            field.store(record, field.presence.fallback);
+        } else if (!field.presence.fallback->is_null()) {
+            field.store(record, *field.presence.fallback);
         }
     }
 }
@@ -258,6 +294,21 @@ void fillForCall(void* record, const std::vector<Field>& fields, const Json& giv
     }
 }
 
+Held<Json> fieldsOf(const void* record, void* scratch, const std::vector<Field>& fields) {
+    Json given = Json::object(), unchecked = Json::object();
+    for (const Field& one : fields) {
+        const Json value = one.load(record);
+        try {
+            one.store(scratch, value);
+            given[one.name] = value;
+        } catch (const Problem&) {
+            unchecked[one.name] = value;
+        }
+    }
+    if (!unchecked.empty()) given[kUnchecked] = unchecked;
+    return given;
+}
+
 std::vector<std::string> namesOf(const std::vector<Field>& fields) {
     std::vector<std::string> names;
     for (const Field& field : fields) names.push_back(field.name);
@@ -267,9 +318,9 @@ std::vector<std::string> namesOf(const std::vector<Field>& fields) {
 Json propertiesOf(const std::vector<Field>& fields) {
     Json properties = Json::object();
     for (const Field& field : fields) {
-        Json schema = field.schema;
+        Json schema = *field.schema;
         schema["description"] = field.doc;
-        if (!field.presence.fallback.is_null()) schema["default"] = field.presence.fallback;
+        if (!field.presence.fallback->is_null()) schema["default"] = *field.presence.fallback;
         properties[field.name] = schema;
     }
     return properties;

@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "io/HeldJson.h"
 #include "scenario/fields/Problem.h"
 
 namespace vorn_onu {
@@ -41,48 +42,60 @@ struct Numbers {
 // Whether a field must be given; if not, what it holds when it is left out.
 struct Presence {
     bool required = false;
-    Json fallback = nullptr;  // written as in a scenario; null: the record's own zero
+    Held<Json> fallback = {};  // written as in a scenario; null: the record's own zero
 };
 inline Presence required() {
-    return {true, nullptr};
+    return {true};
 }
-inline Presence otherwise(Json fallback) {
-    return {false, std::move(fallback)};
-}
+Presence otherwise(Json fallback);
 inline Presence optional() {
     return {};
 }
 
 struct Field {
+    using Store = std::function<void(void* record, const Json& value)>;  // throws a Problem
+    using Load = std::function<Json(const void* record)>;
+    Field(std::string name, Presence presence, std::string doc, Json schema, Store store, Load load = nullptr,
+          Store storeUnchecked = nullptr);
+
     std::string name;
     Presence presence;
     std::string doc;
-    Json schema;
-    std::function<void(void* record, const Json& value)> store;  // throws a Problem
+    Held<Json> schema;
+    Store store;
     // What the record holds, as a scenario would write it. A field without it is no member of a record.
-    std::function<Json(const void* record)> load = nullptr;
+    Load load;
     // Stores what the member can hold although it is out of the field's range: programs hand over such values too.
-    std::function<void(void* record, const Json& value)> storeUnchecked = nullptr;
+    Store storeUnchecked;
     // Of a number: what the member can hold.
     std::int64_t lowest = 0, highest = -1;
 };
+
+// A number of a record, by what reads and writes its member, which holds values from lowest to highest.
+struct NumberMember {
+    std::function<std::int64_t(const void* record)> get;
+    std::function<void(void* record, std::int64_t number)> set;
+    std::int64_t lowest, highest;
+};
+Field numberField(const char* name, const NumberMember& member, Numbers numbers, Presence presence, const char* doc);
+struct TextMember {
+    std::function<std::string(const void* record)> get;
+    std::function<void(void* record, std::string text)> set;
+};
+Field textField(const char* name, const TextMember& member, Presence presence, const char* doc);
 
 // A number of a record. The range is cut to what the member holds.
 template <typename Record, typename Member>
 Field field(const char* name, Member Record::*member, Numbers numbers, Presence presence, const char* doc) {
     static_assert(std::is_integral_v<Member> && (std::is_signed_v<Member> || sizeof(Member) < sizeof(std::int64_t)));
-    constexpr std::int64_t kMin = std::numeric_limits<Member>::min(), kMax = std::numeric_limits<Member>::max();
-    numbers.highest = std::min(numbers.highest, kMax);
-    const auto store = [member, numbers](void* record, const Json& value) {
-        static_cast<Record*>(record)->*member = static_cast<Member>(numbers.read(value));
-    };
-    const auto load = [member, numbers](const void* record) {
-        return numbers.write(static_cast<std::int64_t>(static_cast<const Record*>(record)->*member));
-    };
-    const auto storeUnchecked = [member](void* record, const Json& value) {
-        static_cast<Record*>(record)->*member = static_cast<Member>(Numbers{kMin, kMax}.read(value));
-    };
-    return {name, std::move(presence), doc, numbers.schema(), store, load, storeUnchecked, kMin, kMax};
+    using Limits = std::numeric_limits<Member>;
+    const NumberMember access{
+        [member](const void* record) { return static_cast<std::int64_t>(static_cast<const Record*>(record)->*member); },
+        [member](void* record, std::int64_t number) {
+            static_cast<Record*>(record)->*member = static_cast<Member>(number);
+        },
+        static_cast<std::int64_t>(Limits::min()), static_cast<std::int64_t>(Limits::max())};
+    return numberField(name, access, numbers, std::move(presence), doc);
 }
 
 // A text as it is, or as {"bytes": "c3 28"} where it is not UTF-8, which JSON cannot hold.
@@ -93,11 +106,10 @@ Json textSchema();
 // A text of a record.
 template <typename Record>
 Field field(const char* name, std::string Record::*member, Presence presence, const char* doc) {
-    const auto store = [member](void* record, const Json& value) {
-        static_cast<Record*>(record)->*member = textOrBytesOf(value);
-    };
-    const auto load = [member](const void* record) { return textJson(static_cast<const Record*>(record)->*member); };
-    return {name, std::move(presence), doc, textSchema(), store, load};
+    const TextMember access{
+        [member](const void* record) { return static_cast<const Record*>(record)->*member; },
+        [member](void* record, std::string text) { static_cast<Record*>(record)->*member = std::move(text); }};
+    return textField(name, access, std::move(presence), doc);
 }
 
 // A VLAN tagging filter TCI list as the hex text that the records carry. Written as a list of {"pbits", "dei", "vid"}
@@ -124,21 +136,12 @@ void fill(void* record, const std::vector<Field>& fields, const Json& given);
 constexpr const char* kUnchecked = "unchecked";
 void fillForCall(void* record, const std::vector<Field>& fields, const Json& given);
 // The other way round: all fields of a record that a program gave, so that fillForCall makes the same record of them.
+// scratch: another record of the kind.
+Held<Json> fieldsOf(const void* record, void* scratch, const std::vector<Field>& fields);
 template <typename Record>
-Json fieldsOf(const Record& record, const std::vector<Field>& fields) {
-    Json given = Json::object(), unchecked = Json::object();
+Held<Json> fieldsOf(const Record& record, const std::vector<Field>& fields) {
     Record scratch{};
-    for (const Field& one : fields) {
-        const Json value = one.load(&record);
-        try {
-            one.store(&scratch, value);
-            given[one.name] = value;
-        } catch (const Problem&) {
-            unchecked[one.name] = value;
-        }
-    }
-    if (!unchecked.empty()) given[kUnchecked] = unchecked;
-    return given;
+    return fieldsOf(&record, &scratch, fields);
 }
 
 std::vector<std::string> namesOf(const std::vector<Field>& fields);

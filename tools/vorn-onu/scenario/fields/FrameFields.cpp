@@ -7,6 +7,8 @@
 #include <cctype>
 #include <map>
 
+#include <nlohmann/json.hpp>
+
 #include "scenario/fields/Field.h"
 
 namespace vorn_onu {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <numeric>
 
+#include <nlohmann/json.hpp>
+
 namespace vorn_onu {
 
 namespace {

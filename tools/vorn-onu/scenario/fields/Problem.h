@@ -2,11 +2,12 @@
 #ifndef VORN_ONU_PROBLEM_H
 #define VORN_ONU_PROBLEM_H
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include "io/Words.h"
 

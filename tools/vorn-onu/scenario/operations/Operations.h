@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "scenario/fields/Field.h"
 #include "scenario/fields/Problem.h"
 

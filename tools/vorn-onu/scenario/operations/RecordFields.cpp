@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include <nlohmann/json.hpp>
+
 #include "hal/ProvisioningRecords.h"
 
 namespace vorn_onu {

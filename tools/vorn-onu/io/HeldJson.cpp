@@ -1,0 +1,26 @@
+#include "io/HeldJson.h"
+
+#include <nlohmann/json.hpp>
+
+namespace vorn_onu {
+
+template <typename Value>
+Held<Value>::Held() : value_(std::make_unique<Value>()) {}
+template <typename Value>
+Held<Value>::Held(const Held& other) : value_(std::make_unique<Value>(*other.value_)) {}
+template <typename Value>
+Held<Value>::Held(Held&& other) noexcept = default;
+template <typename Value>
+Held<Value>& Held<Value>::operator=(const Held& other) {
+    if (this != &other) value_ = std::make_unique<Value>(*other.value_);
+    return *this;
+}
+template <typename Value>
+Held<Value>& Held<Value>::operator=(Held&& other) noexcept = default;
+template <typename Value>
+Held<Value>::~Held() = default;
+
+template class Held<nlohmann::json>;
+template class Held<nlohmann::ordered_json>;
+
+}  // namespace vorn_onu
