@@ -13,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "Service.h"
 #include "VirtualOnu.h"
 #include "living/Session.h"

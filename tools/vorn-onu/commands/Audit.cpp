@@ -3,6 +3,8 @@
 
 #include <optional>
 
+#include <nlohmann/json.hpp>
+
 #include "commands/Commands.h"
 #include "io/Output.h"
 #include "scenario/Runner.h"

@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <optional>
 
+#include <nlohmann/json.hpp>
+
 #include "channel/MessageFile.h"
 #include "channel/Playing.h"
 #include "commands/AskedOfMib.h"

@@ -10,6 +10,8 @@
 #include <memory>
 #include <stdexcept>
 
+#include <nlohmann/json.hpp>
+
 #include "channel/MessageSocket.h"
 #include "commands/EndingSignals.h"
 #include "commands/OmciFiles.h"

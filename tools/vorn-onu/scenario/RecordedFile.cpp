@@ -3,6 +3,8 @@
 #include <fstream>
 #include <sstream>
 
+#include <nlohmann/json.hpp>
+
 #include "scenario/fields/Problem.h"
 
 namespace vorn_onu {
