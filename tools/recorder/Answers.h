@@ -52,13 +52,13 @@ template <typename Record, typename Call, typename Given>
 int recorded(const char* operation, const vorn_onu::RecordArgument<Record>& argument, Call call, const Given& given) {
     const void* const record = std::get<std::tuple_size_v<Given> - 1>(given);
     if (record == nullptr) return recordedCall(operation, {{"record", nullptr}}, call);
-    return recordedCall(operation, vorn_onu::fieldsOf(*static_cast<const Record*>(record), argument.fields), call);
+    return recordedCall(operation, *vorn_onu::fieldsOf(*static_cast<const Record*>(record), argument.fields), call);
 }
 
 template <typename Values, typename Call, typename Given>
 int recorded(const char* operation, const vorn_onu::ValueArguments<Values>& arguments, Call call, const Given& given) {
     const auto values = std::apply([](auto... each) { return Values{each...}; }, given);
-    return recordedCall(operation, vorn_onu::fieldsOf(values, arguments.fields), call);
+    return recordedCall(operation, *vorn_onu::fieldsOf(values, arguments.fields), call);
 }
 
 // A value that is unchanged and not 0 may be the caller's own: a replay, which begins with 0, could not tell.
