@@ -9,12 +9,12 @@ namespace state {
 namespace {
 
 // How an entry has changed, in a commit.
-enum class Way : std::uint8_t { Put = 1, Erase = 2, Append = 3 };
+enum class ChangeKind : std::uint8_t { Put = 1, Erase = 2, Append = 3 };
 
-constexpr std::size_t kLongestKey = 64;
-constexpr std::size_t kLongestValue = 1 << 16;
+constexpr std::size_t kMaxKeySize = 64;
+constexpr std::size_t kMaxValueSize = 1 << 16;
 
-// The file is written anew when it has grown to several times what it holds.
+// The file is rewritten when it has grown to several times what it holds.
 constexpr std::size_t kGrowth = 3;
 constexpr std::size_t kSmallFile = 1 << 18;
 
@@ -32,9 +32,9 @@ std::uint64_t mixed(std::uint64_t hash, const char* bytes, std::size_t count) {
     return hash ^ hash >> 32;
 }
 
-void addChange(ByteWriter& record, Way way, const std::string& key, std::string_view value) {
-    record.add(static_cast<std::uint8_t>(way)).add(key);
-    if (way != Way::Erase) record.add(static_cast<std::uint32_t>(value.size())).addRaw(value);
+void addChange(ByteWriter& record, ChangeKind kind, const std::string& key, std::string_view value) {
+    record.add(static_cast<std::uint8_t>(kind)).add(key);
+    if (kind != ChangeKind::Erase) record.add(static_cast<std::uint32_t>(value.size())).addRaw(value);
 }
 
 }  // namespace
@@ -81,39 +81,40 @@ bool Journal::replay(std::vector<Record>& records) {
 bool Journal::apply(std::string_view commit) {
     ByteReader changes(commit);
     while (changes.ok() && changes.left() > 0) {
-        const auto way = static_cast<Way>(changes.u8());
+        const auto kind = static_cast<ChangeKind>(changes.u8());
         const std::string key = changes.text();
-        if (!changes.ok() || key.empty() || key.size() > kLongestKey || way < Way::Put || way > Way::Append)
+        if (!changes.ok() || key.empty() || key.size() > kMaxKeySize || kind < ChangeKind::Put ||
+            kind > ChangeKind::Append)
             return false;
-        if (way == Way::Erase) {
+        if (kind == ChangeKind::Erase) {
             if (!removeEntry(key)) return false;
             continue;
         }
         const std::string_view value = changes.raw(changes.u32());
         if (!changes.ok()) return false;
         const auto [entry, added] = entries_.try_emplace(key);
-        if (way == Way::Append && added) return false;
-        if (added) entry_.emplace(entry->first, entry);
-        live_ += added ? key.size() : 0;
-        live_ -= entry->second.size();
-        if (way == Way::Put) entry->second.clear();
+        if (kind == ChangeKind::Append && added) return false;
+        if (added) byKey_.emplace(entry->first, entry);
+        liveBytes_ += added ? key.size() : 0;
+        liveBytes_ -= entry->second.size();
+        if (kind == ChangeKind::Put) entry->second.clear();
         entry->second.append(value);
-        live_ += entry->second.size();
-        if (entry->second.size() > kLongestValue) return false;
+        liveBytes_ += entry->second.size();
+        if (entry->second.size() > kMaxValueSize) return false;
     }
     return changes.done();
 }
 
 // ---- changes ----
 
-void Journal::change(std::string key, bool stands, std::string value) {
+void Journal::change(std::string key, bool present, std::string value) {
     const std::size_t hash = KeyHash()(key);
     const auto known = std::find_if(pending_.rbegin(), pending_.rend(),
                                     [&](const Change& one) { return one.hash == hash && one.key == key; });
     if (known == pending_.rend()) {
-        pending_.push_back({std::move(key), hash, stands, std::move(value)});
+        pending_.push_back({std::move(key), hash, present, std::move(value)});
     } else {
-        known->stands = stands;
+        known->present = present;
         known->value = std::move(value);
     }
 }
@@ -122,19 +123,19 @@ const std::string* Journal::find(const std::string& key) const {
     const std::size_t hash = KeyHash()(key);
     const auto known = std::find_if(pending_.rbegin(), pending_.rend(),
                                     [&](const Change& one) { return one.hash == hash && one.key == key; });
-    if (known != pending_.rend()) return known->stands ? &known->value : nullptr;
-    const auto entry = entry_.find(key);
-    return entry != entry_.end() ? &entry->second->second : nullptr;
+    if (known != pending_.rend()) return known->present ? &known->value : nullptr;
+    const auto entry = byKey_.find(key);
+    return entry != byKey_.end() ? &entry->second->second : nullptr;
 }
 
-std::map<std::string, std::string> Journal::current(Book book) const {
+std::map<std::string, std::string> Journal::current(const std::string& prefix) const {
     std::map<std::string, std::string> found;
-    const std::string begin = bookBegin(book);
-    for (auto entry = entries_.lower_bound(begin); entry != entries_.end() && beginsWith(entry->first, begin); ++entry)
+    for (auto entry = entries_.lower_bound(prefix); entry != entries_.end() && beginsWith(entry->first, prefix);
+         ++entry)
         found.insert(*entry);
     for (const Change& one : pending_) {
-        if (!beginsWith(one.key, begin)) continue;
-        if (one.stands) {
+        if (!beginsWith(one.key, prefix)) continue;
+        if (one.present) {
             found[one.key] = one.value;
         } else {
             found.erase(one.key);
@@ -169,38 +170,38 @@ void Journal::intend(std::string_view step) {
 }
 
 bool Journal::removeEntry(const std::string& key) {
-    const auto known = entry_.find(key);
-    if (known == entry_.end()) return false;
+    const auto known = byKey_.find(key);
+    if (known == byKey_.end()) return false;
     const auto entry = known->second;
-    live_ -= entry->first.size() + entry->second.size();
-    entry_.erase(known);
+    liveBytes_ -= entry->first.size() + entry->second.size();
+    byKey_.erase(known);
     entries_.erase(entry);
     return true;
 }
 
 // Adds the change to the record and to the entries; nothing when there is none.
-void Journal::settle(ByteWriter& record, const std::string& key, bool stands, std::string_view value) {
-    if (!stands) {
-        if (removeEntry(key)) addChange(record, Way::Erase, key, {});
+void Journal::settle(ByteWriter& record, const std::string& key, bool present, std::string_view value) {
+    if (!present) {
+        if (removeEntry(key)) addChange(record, ChangeKind::Erase, key, {});
         return;
     }
-    const auto known = entry_.find(key);
-    if (known == entry_.end()) {
-        addChange(record, Way::Put, key, value);
-        live_ += key.size() + value.size();
+    const auto known = byKey_.find(key);
+    if (known == byKey_.end()) {
+        addChange(record, ChangeKind::Put, key, value);
+        liveBytes_ += key.size() + value.size();
         const auto entry = entries_.emplace(key, value).first;
-        entry_.emplace(entry->first, entry);
+        byKey_.emplace(entry->first, entry);
         return;
     }
     const auto entry = known->second;
     if (entry->second == value) return;
     // A list of rules mostly grows at its end.
     if (!entry->second.empty() && beginsWith(value, entry->second)) {
-        addChange(record, Way::Append, key, value.substr(entry->second.size()));
+        addChange(record, ChangeKind::Append, key, value.substr(entry->second.size()));
     } else {
-        addChange(record, Way::Put, key, value);
+        addChange(record, ChangeKind::Put, key, value);
     }
-    live_ = live_ - entry->second.size() + value.size();
+    liveBytes_ = liveBytes_ - entry->second.size() + value.size();
     entry->second = value;
 }
 
@@ -211,24 +212,24 @@ void Journal::commit() {
         const ReadMap reader = readers_[parts.u8()];
         if (reader == nullptr) continue;
         value_.clear();
-        const bool stands = reader(parts, value_);
-        settle(record_, key, stands, value_.bytes());
+        const bool present = reader(parts, value_);
+        settle(record_, key, present, value_.bytes());
     }
-    for (Change& one : pending_) settle(record_, one.key, one.stands, one.value);
+    for (Change& one : pending_) settle(record_, one.key, one.present, one.value);
     touched_.clear();
     pending_.clear();
     unfinished_.clear();
     results_.clear();
     if (intended_ || !record_.bytes().empty()) write(RecordKind::Commit, record_.bytes());
     intended_ = false;
-    if (file_.size() > kSmallFile && file_.size() > kGrowth * live_) compact();
+    if (file_.size() > kSmallFile && file_.size() > kGrowth * liveBytes_) compact();
 }
 
 void Journal::compact() {
     std::vector<Record> records;
     ByteWriter block;
     for (const auto& [key, value] : entries_) {
-        addChange(block, Way::Put, key, value);
+        addChange(block, ChangeKind::Put, key, value);
         if (block.bytes().size() < kBlock) continue;
         records.push_back({RecordKind::Commit, block.take()});
         block = ByteWriter();
@@ -242,7 +243,7 @@ void Journal::write(RecordKind kind, std::string_view content) {
     if (failed_ || file_.append(kind, content)) return;
     failed_ = true;
     std::printf("vorn_hal_state: the state file cannot be written, and is taken away\n");
-    file_.discard();  // a state that is no longer kept up would be taken for the truth after a restart
+    file_.discard();  // after a restart a state that is out of date would be believed
 }
 
 }  // namespace state

@@ -18,7 +18,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "state/Books.h"
+#include "state/Bytes.h"
 #include "state/StateFile.h"
 
 namespace state {
@@ -36,15 +36,17 @@ struct KeyHash {
 class Journal {
 public:
     using Entries = std::map<std::string, std::string, std::less<>>;
-    // Writes the value that the library's map has for a key of the book; false when the map has none.
+    // Writes the value that the library's map has for a key, whose first byte is read already; false when the map has
+    // none.
     using ReadMap = bool (*)(ByteReader& key, ByteWriter& value);
 
-    // Opens the file and takes over what stands in it. False with the reason in *problem.
+    // Opens the file and reads what it holds. False with the reason in *problem.
     bool open(const std::string& path, const std::string& bootId, std::string* problem);
 
     const Entries& entries() const { return entries_; }
     const std::vector<UnfinishedStep>& unfinished() const { return unfinished_; }
-    void setReader(Book book, ReadMap read) { readers_[static_cast<std::size_t>(book)] = read; }
+    // The map whose keys begin with this byte.
+    void setReader(std::uint8_t firstByte, ReadMap read) { readers_[firstByte] = read; }
 
     // ---- changes, which the next commit writes ----
 
@@ -54,11 +56,11 @@ public:
     void touch(std::string key) {
         if (std::find(touched_.rbegin(), touched_.rend(), key) == touched_.rend()) touched_.push_back(std::move(key));
     }
-    // The value of a fact as it is now; null when there is none. Valid until the next change.
+    // The value of an entry that no map has, as it is now; null when there is none. Valid until the next change.
     const std::string* find(const std::string& key) const;
-    // The entries of the book as they are now.
-    std::map<std::string, std::string> current(Book book) const;
-    // Erases the facts whose keys begin so.
+    // The entries whose keys begin so, as they are now.
+    std::map<std::string, std::string> current(const std::string& prefix) const;
+    // Erases the entries that no map has and whose keys begin so.
     void eraseAll(const std::string& prefix);
 
     // ---- operations ----
@@ -69,22 +71,20 @@ public:
     // One of the numbers that came of the last step; goes into the file with the next one.
     void result(std::uint32_t number) { results_.push_back(number); }
 
-    // Writes the file anew, with nothing in it but the entries.
+    // Rewrites the file with nothing in it but the entries.
     void compact();
-    // The file could not be written: it was taken away, and nothing is kept any more.
-    bool failed() const { return failed_; }
 
 private:
     struct Change {
         std::string key;
         std::size_t hash;  // of the key
-        bool stands;
+        bool present;
         std::string value;
     };
 
-    void change(std::string key, bool stands, std::string value);
+    void change(std::string key, bool present, std::string value);
     void commit();
-    void settle(ByteWriter& record, const std::string& key, bool stands, std::string_view value);
+    void settle(ByteWriter& record, const std::string& key, bool present, std::string_view value);
     bool removeEntry(const std::string& key);
     bool apply(std::string_view commit);
     bool replay(std::vector<Record>& records);
@@ -92,8 +92,8 @@ private:
 
     StateFile file_;
     Entries entries_;
-    std::unordered_map<std::string_view, Entries::iterator, KeyHash> entry_;  // by its key, which is the entry's own
-    std::size_t live_ = 0;                                                    // bytes of keys and values
+    std::unordered_map<std::string_view, Entries::iterator, KeyHash> byKey_;  // of entries_; the keys are the entries'
+    std::size_t liveBytes_ = 0;                                               // of keys and values
     // An operation changes a handful of entries: looking through them all is faster than a tree.
     std::vector<Change> pending_;
     std::vector<std::string> touched_;
@@ -103,7 +103,7 @@ private:
     std::vector<std::uint32_t> results_;
     int depth_ = 0;
     bool intended_ = false;  // since the last commit
-    bool failed_ = false;
+    bool failed_ = false;    // the file could not be written and was removed
 };
 
 extern std::atomic<Journal*> currentJournal;
@@ -128,24 +128,6 @@ public:
 protected:
     Journal* const journal_;
 };
-
-// One step of an operation, or an operation of its own: noted before it is made.
-class BegunStep : Operation {
-public:
-    template <typename... Parts>
-    explicit BegunStep(Step step, const Parts&... parts) {
-        if (journal_ != nullptr) journal_->intend(stepOf(step, parts...));
-    }
-    void result(std::uint32_t number) {
-        if (journal_ != nullptr) journal_->result(number);
-    }
-};
-
-// The library's map of the book has changed at the key that the parts make.
-template <typename... Parts>
-void touched(Book book, const Parts&... parts) {
-    if (Journal* const open = journal()) open->touch(keyOf(book, parts...));
-}
 
 }  // namespace state
 

@@ -1,24 +1,25 @@
-// The adapter object, its bookkeeping and its device control.
+// The adapter object, its maps and its device control.
 #include "xpon/OnuXponHalAdapterBCM.h"
 
 #include "device/NetworkInterface.h"
 #include "hal/SharedVariable.h"
-#include "state/Journal.h"
+#include "kit/StateEntries.h"
 #include "xpon/OnuXponHalAdapterBcmNgponLib.h"
+#include "xpon/PonMaps.h"
 
-using state::Book;
+using kit::Entry;
 
 namespace {
 
 using IndexMap = std::map<std::uint16_t, std::uint16_t>;
 
-int insertEntry(IndexMap& map, Book book, unsigned short key, unsigned short value) {
-    state::touched(book, key);
+int insertEntry(IndexMap& map, Entry kind, unsigned short key, unsigned short value) {
+    kit::noteChange(kind, key);
     return map.emplace(key, value).second ? 1 : 0;
 }
 
-int deleteEntry(IndexMap& map, Book book, unsigned short key) {
-    state::touched(book, key);
+int deleteEntry(IndexMap& map, Entry kind, unsigned short key) {
+    kit::noteChange(kind, key);
     return map.erase(key) != 0 ? 1 : 0;
 }
 
@@ -32,6 +33,16 @@ int findEntry(const IndexMap& map, unsigned short key, unsigned short* value) {
 }  // namespace
 
 std::int32_t g_GemCnt = 0;
+
+void countGemPorts(std::int32_t change) {
+    g_GemCnt += change;
+    kit::noteChange(Entry::GemCount);
+}
+
+void setGemIndex(std::uint16_t gemPortId, std::uint16_t gemIndex) {
+    ponAdapter().gemPortMap[gemPortId] = gemIndex;
+    kit::noteChange(Entry::PonGem, gemPortId);
+}
 
 OnuXponHalAdapterBCM* OnuXponHalAdapterBCM::instance = nullptr;
 std::mutex OnuXponHalAdapterBCM::singletonLock;
@@ -71,11 +82,11 @@ int OnuXponHalAdapterBCM::getTcontIdxFromAllocIdMapEntry(unsigned short allocId,
 }
 
 int OnuXponHalAdapterBCM::insertAllocIdMapEntry(unsigned short allocId, unsigned short tContIndex) {
-    return insertEntry(allocIdMap, Book::AllocIds, allocId, tContIndex);
+    return insertEntry(allocIdMap, Entry::AllocIds, allocId, tContIndex);
 }
 
 int OnuXponHalAdapterBCM::deleteAllocIdMapEntry(unsigned short allocId) {
-    return deleteEntry(allocIdMap, Book::AllocIds, allocId);
+    return deleteEntry(allocIdMap, Entry::AllocIds, allocId);
 }
 
 int OnuXponHalAdapterBCM::getGemIdxFromGemPortMapEntry(unsigned short xgemPortId, unsigned short* gemIndex) {
@@ -83,25 +94,25 @@ int OnuXponHalAdapterBCM::getGemIdxFromGemPortMapEntry(unsigned short xgemPortId
 }
 
 int OnuXponHalAdapterBCM::insertGemPortMapEntry(unsigned short xgemPortId, unsigned short gemIndex) {
-    return insertEntry(gemPortMap, Book::PonGem, xgemPortId, gemIndex);
+    return insertEntry(gemPortMap, Entry::PonGem, xgemPortId, gemIndex);
 }
 
 int OnuXponHalAdapterBCM::deleteGemPortMapEntry(unsigned short xgemPortId) {
-    return deleteEntry(gemPortMap, Book::PonGem, xgemPortId);
+    return deleteEntry(gemPortMap, Entry::PonGem, xgemPortId);
 }
 
 int OnuXponHalAdapterBCM::insertTcontIdxToGemPortMapEntry(unsigned short tContIndex, unsigned short gemIndex) {
-    return insertEntry(tcontIdxToGemPortMap, Book::TcontGem, tContIndex, gemIndex);
+    return insertEntry(tcontIdxToGemPortMap, Entry::TcontGem, tContIndex, gemIndex);
 }
 
 int OnuXponHalAdapterBCM::deleteTcontIdxFromTcontIdxToGemPortMap(unsigned short tContIndex) {
-    return deleteEntry(tcontIdxToGemPortMap, Book::TcontGem, tContIndex);
+    return deleteEntry(tcontIdxToGemPortMap, Entry::TcontGem, tContIndex);
 }
 
 int OnuXponHalAdapterBCM::deleteGemPortFromTcontIdxToGemPortMap(unsigned short value) {
     for (auto entry = tcontIdxToGemPortMap.begin(); entry != tcontIdxToGemPortMap.end(); ++entry) {
         if (entry->second != value) continue;
-        state::touched(Book::TcontGem, entry->first);
+        kit::noteChange(Entry::TcontGem, entry->first);
         tcontIdxToGemPortMap.erase(entry);
         return 1;
     }

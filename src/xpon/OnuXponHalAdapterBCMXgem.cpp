@@ -4,19 +4,22 @@
 
 #include "hal/Shell.h"
 #include "hal/Text.h"
+#include "kit/GemPorts.h"
+#include "kit/StateEntries.h"
+#include "kit/Tconts.h"
 #include "platform/gponctl.h"
 #include "platform/kit_numbers.h"
 #include "platform/tmctl.h"
-#include "state/Facts.h"
-#include "state/Journal.h"
 #include "xpon/OnuXponHalAdapterBCM.h"
+#include "xpon/PonMaps.h"
+
+using kit::kMaxGemIndex;
+using kit::kNoAllocId;
+using kit::kNoGemIndex;
 
 namespace {
 
-constexpr unsigned short kNoAllocId = 65535;
-constexpr unsigned short kNoGemIndex = 65535;
-constexpr unsigned short kHighestGemIndex = 255;
-constexpr unsigned short kHighestQueue = 7;
+constexpr unsigned short kMaxQueue = 7;
 constexpr std::uint8_t kGemPortKind = 3;
 constexpr unsigned char kWeightedRoundRobin = 2;
 
@@ -30,38 +33,6 @@ constexpr std::uint32_t schedulerWeight(unsigned char weight) {
 }
 
 constexpr unsigned kDiscardedFramesCounter = 6;  // of the GEM port's counters
-
-GponCtlGemPort askDriver(unsigned short portId, int* result) {
-    GponCtlGemPort query{};
-    query.gemIndex = GPONCTL_GEM_INDEX_UNKNOWN;
-    query.gemPortId = portId;
-    *result = gponCtl_getGemPort(&query);
-    return query;
-}
-
-GponCtlGemPortEnable enableRecord(unsigned short portId, unsigned short gemIndex, bool enable) {
-    GponCtlGemPortEnable record{};
-    record.gemIndex = gemIndex;
-    record.gemPortId = portId;
-    record.enable = enable ? 1 : 0;
-    return record;
-}
-
-int switchPort(GponCtlGemPortEnable& record) {
-    const state::Operation operation;
-    const int result = gponCtl_enableGemPort(&record);
-    if (result == 0) state::gemPortIs(record.gemPortId, record.enable != 0);
-    return result;
-}
-
-// A port that the driver has already is none that this operation makes.
-void noteNewPort(unsigned short portId) {
-    state::Journal* const journal = state::journal();
-    if (journal == nullptr) return;
-    int result = 0;
-    askDriver(portId, &result);
-    if (result != 0) journal->intend(state::stepOf(state::Step::MakeGemPort, portId));
-}
 
 }  // namespace
 
@@ -79,7 +50,7 @@ int OnuXponHalAdapterBCM::configureXGEM(const XGEMConfig& config) {
                            config.weight);
     }
     enableXGEM(config.xgemPortId, gemIndex);
-    if (gemIndex > kHighestGemIndex) return 0;
+    if (gemIndex > kMaxGemIndex) return 0;
 
     insertGemPortMapEntry(config.xgemPortId, gemIndex);
     if (hasTCont) insertTcontIdxToGemPortMapEntry(tContIndex, gemIndex);
@@ -93,7 +64,6 @@ int OnuXponHalAdapterBCM::createXGEMPort(unsigned short xgemPortId, unsigned sho
     if (getGemIdxFromGemPortMapEntry(xgemPortId, &known) != 0) return known;
 
     const state::Operation operation;
-    noteNewPort(xgemPortId);
     GponCtlGemPortConfig config{};
     config.gemIndex = GPONCTL_GEM_INDEX_UNKNOWN;
     config.gemPortId = xgemPortId;
@@ -101,10 +71,9 @@ int OnuXponHalAdapterBCM::createXGEMPort(unsigned short xgemPortId, unsigned sho
     config.downstreamOnly = tContAllocId == kNoAllocId ? 1 : 0;
     config.flag = 1;
     config.kind = kGemPortKind;
-    if (gponCtl_configGemPort(&config) == GPONCTL_ERROR_GEM_PORT_EXISTS) {
-        int result = 0;
-        const GponCtlGemPort existing = askDriver(xgemPortId, &result);
-        if (result == 0) disableXGEM(existing.gemPortId, existing.gemIndex);
+    if (kit::createGemPort(config) == GPONCTL_ERROR_GEM_PORT_EXISTS) {
+        const kit::GemPortAnswer existing = kit::gemPortById(xgemPortId);
+        if (existing.known()) disableXGEM(existing.port.gemPortId, existing.port.gemIndex);
     }
     // Kept: for a port that exists this is what the driver left in the record, not the index it reported.
     return config.gemIndex;
@@ -113,7 +82,7 @@ int OnuXponHalAdapterBCM::createXGEMPort(unsigned short xgemPortId, unsigned sho
 int OnuXponHalAdapterBCM::deconfigureXGEM(const XGEMConfig& config) {
     const state::Operation operation;
     const auto gemIndex = static_cast<unsigned short>(deleteXGEMPort(config.xgemPortId));
-    if (gemIndex <= kHighestGemIndex) {
+    if (gemIndex <= kMaxGemIndex) {
         deleteGemPortMapEntry(config.xgemPortId);
         // Kept: the port id is compared with GEM indexes, so an entry goes only when the two numbers coincide.
         deleteGemPortFromTcontIdxToGemPortMap(config.xgemPortId);
@@ -126,57 +95,45 @@ int OnuXponHalAdapterBCM::deleteXGEMPort(unsigned short xgemPortId) {
     unsigned short known = 0;
     if (getGemIdxFromGemPortMapEntry(xgemPortId, &known) == 0) return kNoGemIndex;
 
-    int result = 0;
-    const GponCtlGemPort port = askDriver(xgemPortId, &result);
-    if (port.gemIndex == 0) return kNoGemIndex;  // Kept: index 0 is never deconfigured
-    if (result != 0) return port.gemIndex;
-
-    const state::BegunStep step(state::Step::RemoveGemPort, xgemPortId);
-    disableXGEM(port.gemPortId, port.gemIndex);
-    GponCtlGemPortDeconfig record{};
-    record.gemIndex = port.gemIndex;
-    record.gemPortId = xgemPortId;
-    if (gponCtl_deconfigGemPort(&record) == 0) state::gemPortGone(xgemPortId);
-    return port.gemIndex;
+    const kit::GemPortAnswer answer = kit::gemPortById(xgemPortId);
+    if (answer.port.gemIndex == 0) return kNoGemIndex;  // Kept: index 0 is never deconfigured
+    if (answer.known()) kit::removeGemPort(answer.port, xgemPortId);
+    return answer.port.gemIndex;
 }
 
 int OnuXponHalAdapterBCM::enableXGEM(unsigned short xgemPortId, unsigned short gemIndex) {
-    GponCtlGemPortEnable record = enableRecord(xgemPortId, gemIndex, true);
-    switchPort(record);
-    return record.gemIndex;
+    kit::enableGemPort(xgemPortId, &gemIndex, true);
+    return gemIndex;
 }
 
 int OnuXponHalAdapterBCM::disableXGEM(unsigned short xgemPortId, unsigned short gemIndex) {
-    GponCtlGemPortEnable record = enableRecord(xgemPortId, gemIndex, false);
-    switchPort(record);
+    kit::enableGemPort(xgemPortId, &gemIndex, false);
     return 1;
 }
 
 int OnuXponHalAdapterBCM::setXgemStatus(unsigned short xgemPortId, bool enable) {
     unsigned short gemIndex = 0;
     if (getGemIdxFromGemPortMapEntry(xgemPortId, &gemIndex) == 0) return kNoGemIndex;
-    GponCtlGemPortEnable record = enableRecord(xgemPortId, gemIndex, enable);
-    return static_cast<std::uint16_t>(switchPort(record));
+    return static_cast<std::uint16_t>(kit::enableGemPort(xgemPortId, &gemIndex, enable));
 }
 
 void OnuXponHalAdapterBCM::configGemPortQosUs(unsigned short queue, unsigned short tContIndex,
                                               unsigned char schedPolicy, unsigned char priority,
                                               unsigned short /*qosArg*/, unsigned char weight) {
-    if (queue > kHighestQueue) return;
-    const TmctlIf interface { tContIndex };
-    TmctlQueueCfg config{};
-    if (tmctl_getQueueCfg(TMCTL_DEV_GPON, &interface, queue, &config) != 0) return;
+    if (queue > kMaxQueue) return;
+    std::optional<TmctlQueueCfg> config = kit::tcontQueue(tContIndex, queue);
+    if (!config) return;
 
     if (schedPolicy == kWeightedRoundRobin) {
-        config.priority = 0;
-        config.schedMode = TMCTL_SCHED_WEIGHTED_ROUND_ROBIN;
-        config.weight = schedulerWeight(weight);
+        config->priority = 0;
+        config->schedMode = TMCTL_SCHED_WEIGHTED_ROUND_ROBIN;
+        config->weight = schedulerWeight(weight);
     } else {
-        config.priority = priority;
-        config.schedMode = TMCTL_SCHED_STRICT_PRIORITY;
+        config->priority = priority;
+        config->schedMode = TMCTL_SCHED_STRICT_PRIORITY;
     }
-    config.queueSize = queue == 0 ? kFirstQueueSize : kQueueSize;
-    if (tmctl_setQueueCfg(TMCTL_DEV_GPON, &interface, &config) != 0) return;
+    config->queueSize = queue == 0 ? kFirstQueueSize : kQueueSize;
+    if (!kit::setTcontQueue(tContIndex, *config)) return;
 
     // The runner numbers a T-CONT's egress scheduler one above the T-CONT index.
     const FixedText<255> command("bs /b/c egress_tm/dir=us,index=%d queue_cfg[%d]={drop_threshold=%d}", tContIndex + 1,
@@ -186,32 +143,29 @@ void OnuXponHalAdapterBCM::configGemPortQosUs(unsigned short queue, unsigned sho
 
 void OnuXponHalAdapterBCM::configGemPortShapingUs(unsigned short queue, unsigned short tContIndex,
                                                   unsigned char priority, bool /*flag*/) {
-    if (queue > kHighestQueue) return;
-    const TmctlIf interface { tContIndex };
-    TmctlQueueCfg config{};
-    if (tmctl_getQueueCfg(TMCTL_DEV_GPON, &interface, queue, &config) != 0) return;
-    config.priority = priority;
-    config.shapingRate = 0;
-    config.shapingBurst = 0;
-    tmctl_setQueueCfg(TMCTL_DEV_GPON, &interface, &config);
+    if (queue > kMaxQueue) return;
+    std::optional<TmctlQueueCfg> config = kit::tcontQueue(tContIndex, queue);
+    if (!config) return;
+    config->priority = priority;
+    config->shapingRate = 0;
+    config->shapingBurst = 0;
+    kit::setTcontQueue(tContIndex, *config);
 }
 
 void OnuXponHalAdapterBCM::addGemToDefaultGponIf(unsigned short gemIndex) {
-    if (gemIndex > kHighestGemIndex) return;
+    if (gemIndex > kMaxGemIndex) return;
     const state::Operation operation;
     if (g_GemCnt == 0) {
-        const state::BegunStep step(state::Step::RaisePonDevice);
+        const kit::BegunStep step(kit::Step::RaisePonDevice);
         runShell("ifconfig gpondef up");
     }
-    ++g_GemCnt;
-    state::touched(state::Book::GemCount);
+    countGemPorts(1);
 }
 
 void OnuXponHalAdapterBCM::removeGemFromDefaultGponIf(unsigned short gemIndex) {
-    if (gemIndex > kHighestGemIndex) return;
+    if (gemIndex > kMaxGemIndex) return;
     // Kept: no floor at 0. An unmatched removal leaves the device down until the count has been made up for.
-    --g_GemCnt;
-    state::touched(state::Book::GemCount);
+    countGemPorts(-1);
     if (g_GemCnt == 0) runShell("ifconfig gpondef down");
 }
 

@@ -1,5 +1,5 @@
 // The bookkeeping of installed rules, against the rules that really stand in the tables.
-#include "BRCM/BCM968580/DATA/TagRule.h"
+#include "kit/Rules.h"
 #include "support/OnuFixture.h"
 
 namespace {
@@ -17,8 +17,8 @@ protected:
         return id;
     }
     static unsigned installOnly(std::uint16_t vid) {
-        const VlanCtlSession session;
-        TagRule().filterVid(vid, 0);
+        const kit::VlanCtlSession session;
+        kit::TagRule().filterVid(vid, 0);
         unsigned id = VLANCTL_DONT_CARE;
         vlanCtl_insertTagRule("sid0", VLANCTL_DIRECTION_RX, 1, VLANCTL_POSITION_APPEND, VLANCTL_DONT_CARE, &id);
         return id;

@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "restart/Files.h"
+#include "kit/StateEntries.h"
 #include "state/Checksum.h"
 #include "state/Journal.h"
 
@@ -30,19 +31,19 @@ protected:
             journal.end();
         };
         operation([&] {
-            journal.intend(stepOf(state::Step::MakeBridge, "br3"));
-            journal.put(keyOf(state::Book::Devices, "br3"), "");
-            journal.put(keyOf(state::Book::Members, "sid0.3"), "br3");
+            journal.intend(stepOf(kit::Step::CreateBridge, "br3"));
+            journal.put(keyOf(kit::Entry::Devices, "br3"), "");
+            journal.put(keyOf(kit::Entry::Members, "sid0.3"), "br3");
         });
-        operation([&] { journal.put(keyOf(state::Book::Members, "sid0.3"), "br3 and more"); });
+        operation([&] { journal.put(keyOf(kit::Entry::Members, "sid0.3"), "br3 and more"); });
         operation([&] {
-            journal.erase(keyOf(state::Book::Members, "sid0.3"));
-            journal.put(keyOf(state::Book::GemUp, std::uint16_t{1001}), std::string(1, '\1'));
+            journal.erase(keyOf(kit::Entry::Members, "sid0.3"));
+            journal.put(keyOf(kit::Entry::GemUp, std::uint16_t{1001}), std::string(1, '\1'));
         });
         journal.begin();
-        journal.intend(stepOf(state::Step::MakeDevice, "sid0.4"));
+        journal.intend(stepOf(kit::Step::CreateDevice, "sid0.4"));
         journal.result(7);
-        journal.intend(stepOf(state::Step::FreeRules, "sid0", std::uint16_t{1}));
+        journal.intend(stepOf(kit::Step::FreeRules, "sid0", std::uint16_t{1}));
         return read(path());
     }
 
@@ -69,8 +70,8 @@ TEST_F(JournalTest, WhatWasCommittedComesBackAndWhatWasBegunIsTold) {
     const Found found = open();
     ASSERT_TRUE(found.opened) << found.problem;
     EXPECT_EQ(found.entries.size(), 2U);
-    EXPECT_EQ(found.entries.count(keyOf(state::Book::Devices, "br3")), 1U);
-    EXPECT_EQ(found.entries.count(keyOf(state::Book::Members, "sid0.3")), 0U);
+    EXPECT_EQ(found.entries.count(keyOf(kit::Entry::Devices, "br3")), 1U);
+    EXPECT_EQ(found.entries.count(keyOf(kit::Entry::Members, "sid0.3")), 0U);
     EXPECT_EQ(found.unfinished, 2U);
 }
 
@@ -199,7 +200,7 @@ TEST_F(JournalTest, ItStaysSmall) {
     for (int round = 0; round < 20; ++round) {
         for (std::uint16_t service = 0; service < 64; ++service) {
             journal.begin();
-            journal.put(keyOf(state::Book::Rules, "gpon", service), value.substr(static_cast<std::size_t>(round)));
+            journal.put(keyOf(kit::Entry::Rules, "gpon", service), value.substr(static_cast<std::size_t>(round)));
             journal.end();
             largest = std::max(largest, static_cast<std::size_t>(fs::file_size(path())));
         }
@@ -220,13 +221,13 @@ TEST_F(JournalTest, AFileThatCannotBeWrittenIsTakenAway) {
     std::signal(SIGXFSZ, SIG_IGN);
     setrlimit(RLIMIT_FSIZE, &none);
     journal.begin();
-    journal.put(keyOf(state::Book::Devices, "br3"), "");
+    journal.put(keyOf(kit::Entry::Devices, "br3"), "");
     journal.end();
     setrlimit(RLIMIT_FSIZE, &before);
     EXPECT_TRUE(journal.failed());
     EXPECT_FALSE(fs::exists(path()));
     journal.begin();
-    journal.intend(stepOf(state::Step::MakeBridge, "br4"));  // goes on without
+    journal.intend(stepOf(kit::Step::CreateBridge, "br4"));  // goes on without
     journal.end();
 }
 

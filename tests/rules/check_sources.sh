@@ -66,7 +66,7 @@ floors() {  # floors HOUSE PREFIX-OF-INCLUDES FLOOR...
 }
 
 # The factory names the board whose object it makes.
-floors src "" hal state bridge device,xpon BRCM/BCM968580/DATA BRCM/BCM968580,hal/HALFactory.cpp
+floors src "" hal state bridge device kit xpon BRCM/BCM968580/DATA BRCM/BCM968580,hal/HALFactory.cpp
 floors src/BRCM/BCM968580/DATA BRCM/BCM968580/DATA/ . ani,uni,gateway,iphost restart
 floors virtual_onu "" . libc/real persistence kernel kit shell frames taps libc
 floors omci omci/ message mib agent,services

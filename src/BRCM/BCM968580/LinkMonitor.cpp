@@ -10,10 +10,10 @@
 #include <iostream>
 
 #include "BRCM/BCM968580/DATA/EngineLog.h"
-#include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/omci_brcm_hal.h"
 #include "hal/QuietThread.h"
 #include "hal/SharedVariable.h"
+#include "kit/DeviceNames.h"
 
 // Neither up nor down, so that the first look counts as a change.
 std::int32_t VornBrcmHal::operStatus = ETHERNET_LINK_INITIAL;

@@ -5,13 +5,13 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "device/Counters.h"
 #include "device/DeviceInfo.h"
 #include "device/MacText.h"
 #include "device/NetworkInterface.h"
 #include "hal/HalState.h"
 #include "hal/Text.h"
+#include "kit/DeviceNames.h"
 #include "platform/devctl.h"
 #include "platform/kit_numbers.h"
 #include "state/Journal.h"
@@ -178,27 +178,22 @@ int VornBrcmHal::vorn_omci_hal_tcont_reset(void* /*unused*/, void* record) {
 int VornBrcmHal::vorn_omci_hal_gemflow_add(void* record) {
     if (record == nullptr) return kFailure;
     const state::Operation operation;
-    OnuXponHalAdapterBCM* const adapter = OnuXponHalAdapterBCM::getInstance();
-    if (adapter != nullptr) adapter->configureXGEM(*static_cast<const XGEMConfig*>(record));
+    OnuXponHalAdapterBCM::getInstance()->configureXGEM(*static_cast<const XGEMConfig*>(record));
     return kSuccess;
 }
 
 int VornBrcmHal::vorn_omci_hal_gemflow_del(void* record) {
     if (record == nullptr) return kFailure;
     const state::Operation operation;
-    OnuXponHalAdapterBCM* const adapter = OnuXponHalAdapterBCM::getInstance();
-    if (adapter != nullptr) adapter->deconfigureXGEM(*static_cast<const XGEMConfig*>(record));
+    OnuXponHalAdapterBCM::getInstance()->deconfigureXGEM(*static_cast<const XGEMConfig*>(record));
     return kSuccess;
 }
 
 int VornBrcmHal::vorn_omci_hal_set_gemPortStatus(void* record) {
     if (record == nullptr) return kFailure;
     const state::Operation operation;
-    OnuXponHalAdapterBCM* const adapter = OnuXponHalAdapterBCM::getInstance();
-    if (adapter != nullptr) {
-        const auto* status = static_cast<const XgemStatusRecord*>(record);
-        adapter->setXgemStatus(status->xgemPortId, status->enable != 0);
-    }
+    const auto* const status = static_cast<const XgemStatusRecord*>(record);
+    OnuXponHalAdapterBCM::getInstance()->setXgemStatus(status->xgemPortId, status->enable != 0);
     return kSuccess;
 }
 

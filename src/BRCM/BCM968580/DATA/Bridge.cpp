@@ -1,28 +1,23 @@
 // Linux bridges: the default bridge, the bridge of a service, and what joins and leaves them.
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <cstdio>
 
-#include "BRCM/BCM968580/DATA/EngineNames.h"
+#include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
-#include "bridge/BridgeControl.h"
 #include "hal/Text.h"
-#include "state/Facts.h"
-#include "state/Journal.h"
+#include "kit/DeviceNames.h"
+#include "kit/Devices.h"
+#include "kit/StateEntries.h"
 
 std::map<std::uint32_t, std::uint32_t> m_BridgeIdToUniId;
 
 namespace {
 
-constexpr int kDefaultBridgePorts = 8;
+constexpr unsigned kDefaultBridgePorts = 8;
 constexpr unsigned kBridgeSettleSeconds = 2;  // before a VLAN device is made on a bridge that has just come up
 constexpr int kFailed = -1;
-
-DeviceName bridgeNameOf(unsigned bridgeId) {
-    return DeviceName("%s%d", "br", static_cast<int>(bridgeId));
-}
 
 unsigned uniNumberOf(unsigned short uniPort) {
     return static_cast<unsigned>(uniPort - 1);
@@ -33,16 +28,15 @@ unsigned uniNumberOf(unsigned short uniPort) {
 void recordUniOfBridge(unsigned short bridgeId, unsigned short uniPort) {
     if (m_BridgeIdToUniId.count(uniPort) != 0) return;
     std::printf("Added to m_BridgeIdToUniId CONFIGURE BRIDGE: bridgeId:%d, uniPort:%d \n", bridgeId, uniPort);
-    m_BridgeIdToUniId.emplace(bridgeId, uniPort);
-    state::touched(state::Book::BridgeUni, std::uint32_t{bridgeId});
+    engine_maps::associateUni(bridgeId, uniPort);
 }
 
 void configureDefaultBridge(EtherSwitchBcm380& engine) {
     if (engine.isInterfaceExisted(kDefaultBridge)) return;
     std::printf("Configuring default bridge:%s!!!", kDefaultBridge);
     engine.addBridgeInterface(kDefaultBridge);
-    for (int port = 0; port < kDefaultBridgePorts; ++port) {
-        engine.addInterfaceToBridgeGroup(kDefaultBridge, DeviceName("%s%d", "sid", port).get());
+    for (unsigned port = 0; port < kDefaultBridgePorts; ++port) {
+        engine.addInterfaceToBridgeGroup(kDefaultBridge, kit::uniName(port).get());
     }
 }
 
@@ -120,20 +114,13 @@ bool configureUniSide(EtherSwitchBcm380& engine, const DeviceName& bridge, unsig
     return true;
 }
 
-// Takes a VLAN device out of its bridge; the result is the control socket's.
-int leaveBridge(const DeviceName& bridge, const DeviceName& vlan) {
-    if (const int error = br_init(); error != 0) return error;
-    if (br_del_interface(bridge.get(), vlan.get()) == 0) state::left(vlan.get());
-    return br_shutdown();
-}
-
 }  // namespace
 
 bool EtherSwitchBcm380::configureBridge(unsigned short bridgeId, unsigned short uniPort, bool isIpHost) {
     std::printf("\n Inside  main configureBridge of EtherSwitchBcm380 Start. BridgeId(%u), UniPort(%u), isIpHost(%u)\n",
                 bridgeId, uniPort, isIpHost ? 1u : 0u);
     configureDefaultBridge(*this);
-    DeviceName bridge = bridgeNameOf(bridgeId);
+    DeviceName bridge = kit::bridgeName(bridgeId);
     if (uniPort == 0) return configureAniSide(*this, bridge, bridgeId, uniPort);
     if (isIpHost) return configureIpHostSide(*this, bridge, bridgeId, uniPort);
     return configureUniSide(*this, bridge, bridgeId, uniPort);
@@ -142,22 +129,12 @@ bool EtherSwitchBcm380::configureBridge(unsigned short bridgeId, unsigned short 
 bool EtherSwitchBcm380::addBridgeInterface(const char* bridgeName) {
     if (bridgeName == nullptr) return false;
     if (isInterfaceExisted(bridgeName)) {
-        state::deviceStands(bridgeName);
+        kit::noteFoundDevice(bridgeName);
         return true;
     }
-    if (br_init() != 0) return true;  // Kept: a service is not refused for want of a control socket
-    const state::BegunStep step(state::Step::MakeBridge, bridgeName);
-    const bool added = br_add_bridge(bridgeName) == 0;
-    if (added) {
-        ifUp(bridgeName);
-        br_set_stp_state(bridgeName, 0);
-        timeval noDelay{};
-        br_set_bridge_forward_delay(bridgeName, &noDelay);
-        state::deviceMade(bridgeName);
-        // A new bridge is not announced. "sendarp -s br0 -d %s" would be the command, with the bridge's name.
-    }
-    br_shutdown();
-    return added;
+    // Kept: a service is not refused for want of a control socket. A new bridge is not announced; "sendarp -s br0 -d
+    // %s" would be the command, with the bridge's name.
+    return kit::createBridge(bridgeName) != InterfaceResult::Refused;
 }
 
 bool EtherSwitchBcm380::addInterfaceToBridgeGroup(const char* bridgeName, const char* ifName) {
@@ -177,19 +154,14 @@ bool EtherSwitchBcm380::addInterfaceToBridgeGroup(const char* bridgeName, const 
         std::printf("interface name: %s doesn't exist", bridgeName);
         return false;
     }
-    int result = br_init();
-    if (result == 0) {
-        result = br_add_interface(bridgeName, ifName);
-        if (result == 0) state::joined(bridgeName, ifName);
-        br_shutdown();
-    }
+    const int result = kit::joinBridge(bridgeName, ifName);
     // The kernel refuses a device that is a member already; the caller has what it wants then.
     std::printf("interface name: %s add to bridge : %s ret: %d retVal: %d \n", ifName, bridgeName, 1, result);
     return true;
 }
 
 int EtherSwitchBcm380::removeUniInterfaceFromBridgeGroup(unsigned short bridgeId, unsigned short uniPort) {
-    const DeviceName bridge = bridgeNameOf(bridgeId);
+    const DeviceName bridge = kit::bridgeName(bridgeId);
     DeviceName uni;
     getInterfaceName(PHY_ETHERNET, uniNumberOf(uniPort), uni.get());
     DeviceName vlan;
@@ -202,11 +174,11 @@ int EtherSwitchBcm380::removeUniInterfaceFromBridgeGroup(unsigned short bridgeId
         std::printf("Bridge interface name: %s doesn't exist", bridge.get());
         return kFailed;
     }
-    return leaveBridge(bridge, vlan);
+    return kit::leaveBridge(bridge.get(), vlan.get());
 }
 
 int EtherSwitchBcm380::removeAniInterfaceFromBridgeGroup(unsigned short bridgeId) {
-    const DeviceName bridge = bridgeNameOf(bridgeId);
+    const DeviceName bridge = kit::bridgeName(bridgeId);
     DeviceName ani;
     getInterfaceName(PHY_GPON, bridgeId, ani.get());
     DeviceName vlan;
@@ -219,7 +191,7 @@ int EtherSwitchBcm380::removeAniInterfaceFromBridgeGroup(unsigned short bridgeId
         std::printf("Bridge interface name: %s doesn't exist", bridge.get());
         return kFailed;
     }
-    return leaveBridge(bridge, vlan);
+    return kit::leaveBridge(bridge.get(), vlan.get());
 }
 
 bool EtherSwitchBcm380::deleteAniInterface(unsigned short bridgeId) {
@@ -235,24 +207,19 @@ bool EtherSwitchBcm380::deleteAniInterface(unsigned short bridgeId) {
         std::printf("aniVirtualInterfaceName:%s is not present!!!", vlan.get());
         return false;
     }
-    const state::BegunStep step(state::Step::DeleteAniPair, bridgeId);
+    const kit::BegunStep step(kit::Step::DeleteAniPair, bridgeId);
     deleteAniVlanInterface(ani.get(), vlan.get());
     return true;
 }
 
 bool EtherSwitchBcm380::deleteBridgeInterface(unsigned short bridgeId) {
-    const DeviceName bridge = bridgeNameOf(bridgeId);
+    const DeviceName bridge = kit::bridgeName(bridgeId);
     if (!isInterfaceExisted(bridge.get())) {
         std::printf("bridgeInterfaceName:%s is not present!!!", bridge.get());
         return false;
     }
-    const state::BegunStep step(state::Step::DeleteBridge, bridgeId);
-    ifDown(bridge.get());  // the kernel does not delete a bridge that is up
-    if (br_init() != 0) return true;
-    const bool deleted = br_del_bridge(bridge.get()) == 0;
-    if (deleted) state::deviceGone(bridge.get());
-    br_shutdown();
-    return deleted;
+    const kit::BegunStep step(kit::Step::DeleteBridge, bridgeId);
+    return kit::deleteBridge(bridge.get()) != InterfaceResult::Refused;
 }
 
 bool EtherSwitchBcm380::deleteUniInterface(unsigned short bridgeId, unsigned short uniPort) {

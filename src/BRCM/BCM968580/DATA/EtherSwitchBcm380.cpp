@@ -10,15 +10,14 @@
 #include <cstring>
 
 #include "BRCM/BCM968580/DATA/EngineLog.h"
-#include "BRCM/BCM968580/DATA/EngineNames.h"
-#include "BRCM/BCM968580/DATA/TagRule.h"
 #include "device/MacText.h"
 #include "device/NetworkInterface.h"
 #include "hal/Shell.h"
 #include "hal/Text.h"
-#include "platform/vlanctl.h"
-#include "state/Facts.h"
-#include "state/Journal.h"
+#include "kit/DeviceNames.h"
+#include "kit/Devices.h"
+#include "kit/Rules.h"
+#include "kit/StateEntries.h"
 
 EtherSwitchBcm380* EtherSwitchBcm380::m_Instance = nullptr;
 
@@ -26,19 +25,9 @@ namespace {
 
 std::atomic<int> omciAction{0};  // the listener thread reads it too
 
-constexpr unsigned kDefaultActionDrop = 1;
-constexpr int kRealDevMode = 0;
-constexpr unsigned kMostTags = 2;
-
-// A name that a shell reads as one plain word.
-bool isPlainName(const char* name) {
-    constexpr const char* kPlain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789._-";
-    return name[0] != '\0' && name[std::strspn(name, kPlain)] == '\0';
-}
-
-// vlanctl is open.
-void deleteDevice(const char* device) {
-    if (vlanCtl_deleteVlanInterface(device) == 0) state::deviceGone(device);
+void removeDevice(const char* device) {
+    const kit::VlanCtlSession session;
+    kit::removeDevice(device);
 }
 
 bool runInShell(const CommandText& command) {
@@ -75,15 +64,14 @@ void EtherSwitchBcm380::deleteInstance() {
 
 bool EtherSwitchBcm380::getInterfaceName(PhyType type, unsigned int id, char* name) {
     if (name == nullptr) return false;
-    const int number = static_cast<int>(id);  // the UNI before the first one is "sid-1"
     DeviceName formed;
     switch (type) {
         case PHY_ETHERNET:
-            formed = DeviceName("%s%d", "sid", number);
+            formed = kit::uniName(id);
             std::printf("\nPHY_ETHERNET:getInterfaceName %s", formed.get());
             break;
         case PHY_GPON:
-            formed = DeviceName("%s%d", "gpon", number);
+            formed = kit::aniName(id);
             std::printf("PHY_GPON:getInterfaceName %s", formed.get());
             break;
         default:
@@ -95,15 +83,14 @@ bool EtherSwitchBcm380::getInterfaceName(PhyType type, unsigned int id, char* na
 
 bool EtherSwitchBcm380::getVirtualInterfaceName(PhyType type, unsigned int id, unsigned short vlanDevId, char* name) {
     if (name == nullptr) return false;
-    const int number = static_cast<int>(id);
     DeviceName formed;
     switch (type) {
         case PHY_ETHERNET:
-            formed = DeviceName("%s%d.%d", "sid", number, vlanDevId);
+            formed = kit::uniVlanName(id, vlanDevId);
             std::printf("\nPHY_ETHERNET:getVirtualInterfaceName %s ", formed.get());
             break;
         case PHY_GPON:
-            formed = DeviceName("%s%d.%d", "gpon", number, vlanDevId);
+            formed = kit::aniVlanName(id, vlanDevId);
             std::printf("PHY_GPON:getVirtualInterfaceName %s ", formed.get());
             break;
         default:
@@ -128,16 +115,7 @@ bool EtherSwitchBcm380::ifUp(const char* name) {
         std::printf("Cannot bring up NULL interface");
         return false;
     }
-    const InterfaceResult flags = setInterfaceFlags(name, kFlagsUp);
-    if (flags == InterfaceResult::NoSocket) std::printf("Cannot create socket to the NET kernel");
-    if (flags == InterfaceResult::Refused) std::printf("Cannot ioctl SIOCSIFFLAGS on the socket");
-
-    // A device that is up but refuses the MTU still counts as up.
-    const InterfaceResult mtu = setInterfaceMtu(name, kInterfaceMtu);
-    if (mtu == InterfaceResult::NoSocket) std::printf("Cannot create socket to the NET kernel");
-    if (mtu == InterfaceResult::Refused) std::printf("Cannot ioctl SIOCSIFMTU on the socket");
-
-    return flags == InterfaceResult::Done && mtu != InterfaceResult::NoSocket;
+    return kit::bringUp(name);
 }
 
 bool EtherSwitchBcm380::ifDown(const char* name) {
@@ -145,7 +123,7 @@ bool EtherSwitchBcm380::ifDown(const char* name) {
 }
 
 int EtherSwitchBcm380::disableIPv6(const char* name) {
-    if (name != nullptr && isPlainName(name))
+    if (name != nullptr && kit::isPlainName(name))
         runInShell(CommandText("echo 1 > /proc/sys/net/ipv6/conf/%s/disable_ipv6", name));
     return 0;
 }
@@ -154,21 +132,11 @@ bool EtherSwitchBcm380::createAniVlanInterface(char* aniName) {
     if (aniName == nullptr) return false;
     if (isInterfaceExisted(aniName)) {
         std::printf("Interface %s already Exists!!", aniName);
-        state::deviceStands(aniName);
+        kit::noteFoundDevice(aniName);
         return true;
     }
-    const state::BegunStep step(state::Step::MakeDevice, aniName);
-    bool created = false;
-    {
-        const VlanCtlSession session;
-        created = vlanCtl_createVlanInterfaceByName(kPonDevice, aniName, 0, 1) == 0;
-        if (created) state::deviceMade(aniName);
-        created = created && vlanCtl_setRealDevMode(kPonDevice, kRealDevMode) == 0;
-        if (!created) std::printf("Failed to create %s", aniName);
-    }
-    if (!created) return false;
     // The kit may report a device that the kernel does not list.
-    if (!isInterfaceExisted(aniName)) {
+    if (!kit::createAniDevice(aniName) || !isInterfaceExisted(aniName)) {
         std::printf("Failed to create %s", aniName);
         return false;
     }
@@ -182,25 +150,12 @@ bool EtherSwitchBcm380::createVlanInterface(unsigned short devId, bool isRouted,
     if (devIfc == nullptr || vlanIfc == nullptr) return false;
     if (isInterfaceExisted(vlanIfc)) {
         std::printf("Interface %s already Exists!!", vlanIfc);
-        state::deviceStands(vlanIfc);
+        kit::noteFoundDevice(vlanIfc);
         return true;
     }
-    const state::BegunStep step(state::Step::MakeDevice, vlanIfc);
-    {
-        const VlanCtlSession session;
-        vlanCtl_setIfSuffix(".");
-        // Multicast is always asked for, whatever the caller says: every service may carry it later.
-        bool made = vlanCtl_createVlanInterface(devIfc, devId, isRouted ? 1 : 0, 1) == 0;
-        if (made) state::deviceMade(vlanIfc);
-        made = made && vlanCtl_setRealDevMode(devIfc, kRealDevMode) == 0;
-        if (!made) {
-            std::printf("Failed to create %s", vlanIfc);
-            return false;
-        }
-        for (unsigned tags = 0; tags <= kMostTags; ++tags) {
-            vlanCtl_setDefaultAction(devIfc, VLANCTL_DIRECTION_TX, tags, kDefaultActionDrop, vlanIfc);
-            vlanCtl_setDefaultAction(devIfc, VLANCTL_DIRECTION_RX, tags, kDefaultActionDrop, vlanIfc);
-        }
+    if (!kit::createVlanDevice(devIfc, devId, isRouted, vlanIfc)) {
+        std::printf("Failed to create %s", vlanIfc);
+        return false;
     }
     const bool created = isInterfaceExisted(vlanIfc);
     if (created) {
@@ -216,31 +171,23 @@ bool EtherSwitchBcm380::createVlanInterface(unsigned short devId, bool isRouted,
 void EtherSwitchBcm380::createVlanFlows(char* fromVlanIfc, char* toVlanIfc) {
     if (fromVlanIfc == nullptr || toVlanIfc == nullptr) return;
     std::printf("===> createVlanFlows \n");
-    const VlanCtlSession session;
-    vlanCtl_createVlanFlows(fromVlanIfc, toVlanIfc);
+    kit::createVlanFlows(fromVlanIfc, toVlanIfc);
 }
 
 bool EtherSwitchBcm380::deleteVlanInterface(unsigned short /*devId*/, bool /*isRouted*/, bool /*isMulticast*/,
                                             char* /*devIfc*/, char* vlanIfc) {
     if (!isInterfaceExisted(vlanIfc)) return true;
-    {
-        const VlanCtlSession session;
-        deleteDevice(vlanIfc);
-    }
+    removeDevice(vlanIfc);
     std::printf("===> deleteVlanInterface, deleted UNI virtual interface : %s \n", vlanIfc);
     return true;
 }
 
 bool EtherSwitchBcm380::deleteAniVlanInterface(char* aniName, char* aniVlanName) {
     // The VLAN device goes before the device under it.
-    if (isInterfaceExisted(aniVlanName)) {
-        const VlanCtlSession session;
-        deleteDevice(aniVlanName);
-    }
+    if (isInterfaceExisted(aniVlanName)) removeDevice(aniVlanName);
     if (isInterfaceExisted(aniName)) {
         ifDown(aniName);
-        const VlanCtlSession session;
-        deleteDevice(aniName);
+        removeDevice(aniName);
     }
     return true;
 }
@@ -256,7 +203,7 @@ bool EtherSwitchBcm380::runSystemCommand(const char* label, const char* command)
 
 void EtherSwitchBcm380::setOmciAction(int action) {
     omciAction = action;
-    state::touched(state::Book::OmciAction);
+    kit::noteChange(kit::Entry::OmciAction);
 }
 
 int EtherSwitchBcm380::getOmciAction() {

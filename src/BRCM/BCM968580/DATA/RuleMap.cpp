@@ -1,4 +1,6 @@
-// The bookkeeping of installed tag rules: vlanctl removes a rule only when it is given its table and id.
+// The record of installed tag rules: vlanctl removes a rule only when it is given its table and id.
+#include "BRCM/BCM968580/DATA/RuleMap.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -6,10 +8,8 @@
 
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
-#include "BRCM/BCM968580/DATA/TagRule.h"
 #include "hal/Text.h"
-#include "state/Facts.h"
-#include "state/Journal.h"
+#include "kit/Rules.h"
 
 std::map<vlanRuleKey, std::unique_ptr<VLAN_RULE_MAP_ENTRY>> m_VLAN_RULE_MAP_ENTRY;
 
@@ -39,22 +39,30 @@ VLAN_RULE_INFO* activeEnd(VLAN_RULE_MAP_ENTRY& entry) {
     return entry.newRules + entry.nbrOfNewRules;
 }
 
-int takeOutOfVlanCtl(const VLAN_RULE_MAP_ENTRY& entry, const VLAN_RULE_INFO& rule) {
-    const VlanCtlSession session;
-    const int result = vlanCtl_removeTagRule(entry.ifName, rule.dir, rule.nbrOfTags, rule.tagRuleId);
-    if (result == 0) state::ruleTaken({entry.ifName, rule.dir, rule.nbrOfTags}, rule.tagRuleId);
-    return result;
+int removeFromVlanCtl(const VLAN_RULE_MAP_ENTRY& entry, const VLAN_RULE_INFO& rule) {
+    const kit::VlanCtlSession session;
+    return kit::removeRule(tableOf(entry, rule), rule.tagRuleId);
 }
 
-void touched(const VLAN_RULE_MAP_ENTRY& entry) {
-    state::touched(state::Book::Rules, entry.ifName, entry.phyId);
+void noteRulesOf(const VLAN_RULE_MAP_ENTRY& entry) {
+    kit::noteChange(kit::Entry::Rules, entry.ifName, entry.phyId);
+}
+
+// Keeps the rules that `gone` does not say so of; the number of the others.
+template <typename Gone>
+std::uint32_t thinOut(VLAN_RULE_INFO* rules, std::uint32_t* count, Gone gone) {
+    VLAN_RULE_INFO* const end = std::remove_if(rules, rules + *count, gone);
+    const auto erased = static_cast<std::uint32_t>(rules + *count - end);
+    std::fill_n(end, erased, VLAN_RULE_INFO{});
+    *count -= erased;
+    return erased;
 }
 
 // False when the active area is full.
 bool append(VLAN_RULE_MAP_ENTRY& entry, const VLAN_RULE_INFO& rule) {
     if (entry.nbrOfNewRules >= kMaxVlanRules) return false;
     entry.newRules[entry.nbrOfNewRules++] = rule;
-    touched(entry);
+    noteRulesOf(entry);
     return true;
 }
 
@@ -77,6 +85,27 @@ VLAN_RULE_MAP_ENTRY* entryFor(EtherSwitchBcm380& engine, const char* ifName, uns
 }
 
 }  // namespace
+
+kit::RuleTable tableOf(const VLAN_RULE_MAP_ENTRY& entry, const VLAN_RULE_INFO& rule) {
+    return {entry.ifName, rule.dir, rule.nbrOfTags};
+}
+
+std::size_t eraseRulesIf(const std::string& device,
+                         const std::function<bool(const VLAN_RULE_MAP_ENTRY&, const VLAN_RULE_INFO&)>& gone) {
+    std::size_t erased = 0;
+    for (auto found = m_VLAN_RULE_MAP_ENTRY.begin(); found != m_VLAN_RULE_MAP_ENTRY.end();) {
+        VLAN_RULE_MAP_ENTRY& entry = *found->second;
+        const auto here = found++;
+        if (!device.empty() && device != entry.ifName) continue;
+        const auto isGone = [&](const VLAN_RULE_INFO& rule) { return gone(entry, rule); };
+        const std::uint32_t old = thinOut(entry.oldRules, &entry.nbrOfOldRules, isGone);
+        const std::uint32_t active = thinOut(entry.newRules, &entry.nbrOfNewRules, isGone);
+        erased += old + active;
+        noteRulesOf(entry);
+        if (entry.nbrOfNewRules + entry.nbrOfOldRules == 0) m_VLAN_RULE_MAP_ENTRY.erase(here);
+    }
+    return erased;
+}
 
 // ---- Looking up ----
 
@@ -149,7 +178,7 @@ bool EtherSwitchBcm380::createVlanRuleMapEntry(const char* ifName, unsigned shor
     entry = std::make_unique<VLAN_RULE_MAP_ENTRY>();
     entry->phyId = phyId;
     std::memcpy(entry->ifName, ifName, strnlen(ifName, sizeof entry->ifName - 1));
-    touched(*entry);
+    noteRulesOf(*entry);
     return true;
 }
 
@@ -209,7 +238,7 @@ bool EtherSwitchBcm380::copyVlanRuleMapEntry(const char* ifName, unsigned short 
         std::copy(entry->newRules, activeEnd(*entry), entry->oldRules);
         std::fill(entry->newRules, activeEnd(*entry), VLAN_RULE_INFO{});
         entry->nbrOfOldRules = std::exchange(entry->nbrOfNewRules, 0);
-        touched(*entry);
+        noteRulesOf(*entry);
         std::printf("===> copyVlanRuleMapEntry, after, ifName=%s, phyId=%d, nbrOfNewRules=%d, nbrOfOldRules=%d\n",
                     ifName, phyId, static_cast<int>(entry->nbrOfNewRules), static_cast<int>(entry->nbrOfOldRules));
     } else {
@@ -225,14 +254,14 @@ bool EtherSwitchBcm380::removeVlanRuleMapEntry(const char* ifName, unsigned shor
     if (found) {
         std::printf("Remove all rules in remove area for %s, phyId=%d", ifName, phyId);
         std::for_each_n(entry->oldRules, entry->nbrOfOldRules, [&](const VLAN_RULE_INFO& rule) {
-            takeOutOfVlanCtl(*entry, rule);
+            removeFromVlanCtl(*entry, rule);
             std::printf(
                 "===> removeVlanRuleMapEntry, ifName=%s, phyId=%d, dir=%d, nbrOfTags=%d, tagRuleId=%d, ret=%d\n",
                 ifName, phyId, rule.dir, static_cast<int>(rule.nbrOfTags), static_cast<int>(rule.tagRuleId), 1);
         });
         std::fill_n(entry->oldRules, entry->nbrOfOldRules, VLAN_RULE_INFO{});
         entry->nbrOfOldRules = 0;
-        touched(*entry);
+        noteRulesOf(*entry);
     } else {
         std::printf("Could not find BCM Rule Entry for %s, phyId=%d", printable(ifName), phyId);
     }
@@ -244,10 +273,10 @@ bool EtherSwitchBcm380::removeVlanRuleMapEntry(const char* ifName, unsigned shor
 
 void EtherSwitchBcm380::freeVlanRuleMapEntry(VLAN_RULE_MAP_ENTRY* entry) {
     if (entry == nullptr) return;
-    const state::BegunStep step(state::Step::FreeRules, entry->ifName, entry->phyId);
-    touched(*entry);
-    std::for_each_n(entry->oldRules, entry->nbrOfOldRules, [&](const auto& rule) { takeOutOfVlanCtl(*entry, rule); });
-    std::for_each_n(entry->newRules, entry->nbrOfNewRules, [&](const auto& rule) { takeOutOfVlanCtl(*entry, rule); });
+    const kit::BegunStep step(kit::Step::FreeRules, entry->ifName, entry->phyId);
+    noteRulesOf(*entry);
+    std::for_each_n(entry->oldRules, entry->nbrOfOldRules, [&](const auto& rule) { removeFromVlanCtl(*entry, rule); });
+    std::for_each_n(entry->newRules, entry->nbrOfNewRules, [&](const auto& rule) { removeFromVlanCtl(*entry, rule); });
     std::printf("===> freeVlanRuleMapEntry, ifName=%s, phyId=%d, nbrOfNewRules=%d, nbrOfOldRules=%d, tagRuleId=%d\n",
                 entry->ifName, entry->phyId, static_cast<int>(entry->nbrOfNewRules),
                 static_cast<int>(entry->nbrOfOldRules), static_cast<int>(entry->newRules[0].tagRuleId));
@@ -290,9 +319,9 @@ bool EtherSwitchBcm380::deleteVlanRuleIdFromMap(const char* ifName, unsigned sho
         std::printf("===> deleteVlanRuleIdFromMap,UNI ifName=%s, phyId=%d, ret=%d\n", ifName, phyId, 0);
         return false;
     }
-    touched(*entry);
+    noteRulesOf(*entry);
     const VLAN_RULE_INFO removed = *slot;
-    const int result = takeOutOfVlanCtl(*entry, removed);
+    const int result = removeFromVlanCtl(*entry, removed);
     VLAN_RULE_INFO* const last = activeEnd(*entry) - 1;
     *slot = *last;
     *last = {};

@@ -5,8 +5,9 @@
 
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/TagCodes.h"
-#include "state/Facts.h"
-#include "state/Journal.h"
+
+using kit::TagRule;
+using kit::TpidDei;
 
 namespace {
 
@@ -63,34 +64,22 @@ int tagCountChange(std::uint32_t tagAction) {
     return tagAction < std::size(kTagCountChanges) ? kTagCountChanges[tagAction] : 0;
 }
 
-state::RuleTable tableOf(const TagRuleTable& table) {
-    return {table.device, table.direction, table.tags};
-}
-
-std::uint8_t narrow(std::uint32_t number) {
-    return static_cast<std::uint8_t>(number);
-}
-
-// The rules that the table has, asked of vlanctl once.
-std::uint32_t rulesBefore(const TagRuleTable& table) {
-    std::uint32_t count = 0;
-    if (state::rulesInTable(tableOf(table), &count)) return count;
-    unsigned int counted = 0;
-    if (vlanCtl_getNbrOfRulesInTable(table.device, table.direction, table.tags, &counted) == 0) count = counted;
-    state::noteRulesInTable(tableOf(table), count);
-    return count;
-}
-
-// The next rules have been noted together.
-bool rulesAreNoted = false;
-
-void noteIfLoose(const TagRuleTable& table, std::uint32_t id, bool recorded) {
-    if (!recorded && id != VLANCTL_DONT_CARE) state::ruleIsLoose(tableOf(table), id);
-}
-
 void pushOrPop(TagRule& rule, int change) {
     for (; change > 0; --change) rule.push();
     for (; change < 0; ++change) rule.pop();
+}
+
+bool recordInMap(EtherSwitchBcm380& engine, const kit::RuleTable& table, std::uint32_t phyId,
+                 const VlanExtVlanTagOper_t* row, std::uint32_t id) {
+    const char* const device = table.device.c_str();
+    const auto phy = static_cast<std::uint16_t>(phyId);
+    const auto direction = static_cast<std::uint16_t>(table.direction);
+    const bool recorded = row == nullptr
+                              ? engine.insertVlanRuleMapEntry(device, phy, direction, table.tags, id)
+                              : engine.insertVlanRuleMapEntry(device, phy, direction, table.tags, &row->outer_filter,
+                                                              &row->inner_filter, id, row->etherType);
+    if (!recorded && id != VLANCTL_DONT_CARE) kit::noteLooseRule(table, id);
+    return recorded;
 }
 
 }  // namespace
@@ -103,108 +92,45 @@ std::optional<TpidDei> tpidTreatmentOf(std::uint32_t code, std::uint32_t outputT
     return code < std::size(kTpidTreatments) ? look(kTpidTreatments[code], outputTpid) : std::nullopt;
 }
 
-std::optional<std::uint32_t> etherTypeOf(std::uint32_t code, std::uint32_t highestCode) {
-    if (code == ETHERTYPE_FILTER_NONE || code > highestCode || code > std::size(kEtherTypes)) return std::nullopt;
+std::optional<std::uint32_t> etherTypeOf(std::uint32_t code, std::uint32_t maxCode) {
+    if (code == ETHERTYPE_FILTER_NONE || code > maxCode || code > std::size(kEtherTypes)) return std::nullopt;
     return kEtherTypes[code - 1];
 }
 
-TagRule& TagRule::filterTpid(const std::optional<TpidDei>& code, std::uint32_t tag) {
-    if (!code) return *this;
-    tag == 0 ? filterEtherType(code->tpid) : filterTagEtherType(code->tpid, tag - 1);
-    return code->dei ? filterCfi(*code->dei, tag) : *this;
-}
-
-TagRule& TagRule::setTpid(const std::optional<TpidDei>& code, std::uint32_t tag) {
-    if (!code) return *this;
-    tag == 0 ? setEtherType(code->tpid) : setTagEtherType(code->tpid, tag - 1);
-    return code->dei ? setCfi(*code->dei, tag) : *this;
-}
-
-TagRule& TagRule::writeTag(std::uint32_t pbits, std::uint32_t vid, std::uint32_t tag, bool translates,
-                           DscpMapping dscp) {
+void writeTag(TagRule& rule, std::uint32_t pbits, std::uint32_t vid, std::uint32_t tag, bool translates,
+              DscpMapping dscp) {
     using namespace tag_codes;
-    if (isPbits(pbits)) setPbits(pbits, tag);
-    if (pbits == kPrioFromInner && translates) copyPbits(kInnerTag, tag);
-    if (pbits == kPrioFromOuter && translates) copyPbits(kOuterTag, tag);
-    if (pbits == kPrioFromDscp && (translates || dscp == DscpMapping::Always)) dscpToPbits(tag);
-    if (isVid(vid)) setVid(vid, tag);
-    if (vid == kVidFromInner && translates) copyVid(kInnerTag, tag);
-    if (vid == kVidFromOuter && translates) copyVid(kOuterTag, tag);
-    return *this;
+    if (isPbits(pbits)) rule.setPbits(pbits, tag);
+    if (pbits == kPrioFromInner && translates) rule.copyPbits(kInnerTag, tag);
+    if (pbits == kPrioFromOuter && translates) rule.copyPbits(kOuterTag, tag);
+    if (pbits == kPrioFromDscp && (translates || dscp == DscpMapping::Always)) rule.dscpToPbits(tag);
+    if (isVid(vid)) rule.setVid(vid, tag);
+    if (vid == kVidFromInner && translates) rule.copyVid(kInnerTag, tag);
+    if (vid == kVidFromOuter && translates) rule.copyVid(kOuterTag, tag);
 }
 
-TagRule& TagRule::changeTagCount(std::uint32_t tagAction) {
-    pushOrPop(*this, tagCountChange(tagAction));
-    return *this;
+void changeTagCount(TagRule& rule, std::uint32_t tagAction) {
+    pushOrPop(rule, tagCountChange(tagAction));
 }
 
-TagRule& TagRule::revertTagCount(std::uint32_t tagAction) {
-    pushOrPop(*this, -tagCountChange(tagAction));
-    return *this;
+void revertTagCount(TagRule& rule, std::uint32_t tagAction) {
+    pushOrPop(rule, -tagCountChange(tagAction));
 }
 
-// ---- noted ahead ----
-
-RuleTablesNoted::RuleTablesNoted(const char* device, std::uint32_t direction, std::uint32_t first, std::uint32_t last) {
-    state::Journal* const journal = state::journal();
-    if (journal == nullptr) return;
-    state::ByteWriter step;
-    step.addRaw(stepOf(state::Step::InsertRules, device, narrow(direction), narrow(first)));
-    for (std::uint32_t tags = first; tags <= last; ++tags) step.add(rulesBefore({device, direction, tags}));
-    journal->intend(step.bytes());
-    rulesAreNoted = true;
+bool installRule(EtherSwitchBcm380& engine, const TagRule& rule, const kit::RuleTable& table, std::uint32_t phyId,
+                 const VlanExtVlanTagOper_t* row, kit::RulePosition position) {
+    const state::Operation operation;
+    std::uint32_t id = VLANCTL_DONT_CARE;
+    kit::insertRule(table, rule, position, &id);
+    return recordInMap(engine, table, phyId, row, id);
 }
 
-RuleTablesNoted::~RuleTablesNoted() {
-    rulesAreNoted = false;
-}
-
-void insertComposedRule(const TagRuleTable& table, std::uint32_t* id) {
-    const auto insert = [&] {
-        return vlanCtl_insertTagRule(table.device, table.direction, table.tags, table.position, table.reference, id);
-    };
-    state::Journal* const journal = state::journal();
-    if (journal == nullptr) {
-        insert();
-        return;
+void installRuleInTables(EtherSwitchBcm380& engine, const TagRule& rule, kit::RuleTable table, std::uint32_t lastTags,
+                         std::uint32_t phyId, kit::RulePosition position) {
+    kit::RuleInsertion insertion(table, lastTags);
+    for (; table.tags <= lastTags; ++table.tags) {
+        std::uint32_t id = VLANCTL_DONT_CARE;
+        insertion.insert(table, rule, position, &id);
+        recordInMap(engine, table, phyId, nullptr, id);
     }
-    const state::Operation operation;
-    const std::uint32_t before = rulesBefore(table);
-    if (!rulesAreNoted)
-        journal->intend(
-            stepOf(state::Step::InsertRules, table.device, narrow(table.direction), narrow(table.tags), before));
-    const bool inserted = insert() == 0;
-    journal->result(inserted ? *id : VLANCTL_DONT_CARE);
-    if (inserted) state::noteRulesInTable(tableOf(table), before + 1);
-}
-
-// ---- rules ----
-
-std::uint32_t TagRule::insert(const TagRuleTable& table) {
-    std::uint32_t id = VLANCTL_DONT_CARE;
-    insertComposedRule(table, &id);
-    noteIfLoose(table, id, false);
-    return id;
-}
-
-bool TagRule::install(EtherSwitchBcm380& engine, const TagRuleTable& table, std::uint32_t phyId) {
-    const state::Operation operation;
-    std::uint32_t id = VLANCTL_DONT_CARE;
-    insertComposedRule(table, &id);
-    const bool recorded = engine.insertVlanRuleMapEntry(table.device, static_cast<std::uint16_t>(phyId),
-                                                        static_cast<std::uint16_t>(table.direction), table.tags, id);
-    noteIfLoose(table, id, recorded);
-    return recorded;
-}
-
-bool TagRule::install(EtherSwitchBcm380& engine, const TagRuleTable& table, std::uint32_t phyId,
-                      const VlanExtVlanTagOper_t& row) {
-    const state::Operation operation;
-    std::uint32_t id = VLANCTL_DONT_CARE;
-    insertComposedRule(table, &id);
-    const bool recorded = engine.insertVlanRuleMapEntry(table.device, static_cast<std::uint16_t>(phyId),
-                                                        static_cast<std::uint16_t>(table.direction), table.tags,
-                                                        &row.outer_filter, &row.inner_filter, id, row.etherType);
-    noteIfLoose(table, id, recorded);
-    return recorded;
 }

@@ -3,13 +3,12 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
-#include "BRCM/BCM968580/DATA/ani/GemPortIndex.h"
-#include "hal/SharedVariable.h"
 #include "hal/Shell.h"
 #include "hal/Text.h"
-#include "state/Journal.h"
+#include "kit/GemPorts.h"
 
 std::int16_t m_aniTagRuleId = 0;
 
@@ -38,7 +37,7 @@ void stopSnooping(std::uint16_t bridgeId) {
 bool removeMulticastRules(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record) {
     mcast = 0;
     std::printf("\n entered mcast deprovisioning\n ");
-    const std::uint16_t gemIndex = gemPortIndexFromDriver(record.gemPortId);
+    const std::uint16_t gemIndex = kit::gemPortById(record.gemPortId).port.gemIndex;
     DeviceName aniName;
     engine.getInterfaceName(PHY_GPON, record.bridgeId, aniName.get());
     if (!engine.isInterfaceExisted(aniName.get())) {
@@ -50,8 +49,7 @@ bool removeMulticastRules(EtherSwitchBcm380& engine, const BridgeServiceProvisio
         std::printf("aniInterfaceName:%s rules are not present!!!", aniName.get());
         return false;
     }
-    m_aniTagRuleId = static_cast<std::int16_t>(entry->newRules[0].tagRuleId);
-    state::touched(state::Book::LastService);
+    engine_maps::setLastMulticastRule(static_cast<std::int16_t>(entry->newRules[0].tagRuleId));
     std::printf("m_aniTagRuleId:%d is!!!", m_aniTagRuleId);
     engine.deleteVlanRuleMapEntry(aniName.get(), gemIndex);
     return true;
@@ -87,8 +85,7 @@ bool EtherSwitchBcm380::deprovisionAniSideBridge(const BridgeServiceProvisioning
     std::printf("DEPROVISION ANI SIDE of bridgeId: %u\n", bridgeId);
     stopSnooping(bridgeId);
     // Kept: counted for every service, multicast or not; the count is only tested against 0.
-    addShared(multicastEnable, -1);
-    state::touched(state::Book::Multicast);
+    engine_maps::countMulticastServices(-1);
     if (bridgeProv->isMulticast != 0 && bridgeProv->multicastService != 0)
         return removeMulticastRules(*this, *bridgeProv);
 

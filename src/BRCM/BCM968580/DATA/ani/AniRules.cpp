@@ -100,15 +100,14 @@ std::uint32_t tablePosition(bool igmpGoesFirst) {
     return igmpGoesFirst && protocolNumber == kIgmp ? VLANCTL_POSITION_FRONT : VLANCTL_POSITION_APPEND;
 }
 
-void installInTables(EtherSwitchBcm380& engine, TagRule& rule, const AniRulePlace& place, std::uint32_t firstTable,
-                     std::uint32_t lastTable, std::uint32_t position) {
-    const RuleTablesNoted noted(place.device, place.direction, firstTable, lastTable);
-    for (std::uint32_t tags = firstTable; tags <= lastTable; ++tags)
-        rule.install(engine, {place.device, place.direction, tags, position}, place.gemIndex);
+void installInTables(EtherSwitchBcm380& engine, const kit::TagRule& rule, const AniRulePlace& place,
+                     std::uint32_t firstTable, std::uint32_t lastTable, std::uint32_t position) {
+    installRuleInTables(engine, rule, {place.device, place.direction, firstTable}, lastTable, place.gemIndex,
+                        {position});
 }
 
 // Received frames come from the GEM port; transmitted ones from the VLAN device and, for an IGMP service, carry IGMP.
-void filterOrigin(TagRule& rule, const AniRulePlace& place, bool printsProtocol) {
+void filterOrigin(kit::TagRule& rule, const AniRulePlace& place, bool printsProtocol) {
     rule.bind(place.direction, place.vlanDevice);
     if (place.direction == kReceive) rule.filterGemIndex(place.gemIndex);
     if (place.direction == kTransmit && protocolNumber == kIgmp) {
@@ -122,7 +121,7 @@ template <typename AddMatch>
 void installFilterRule(EtherSwitchBcm380& engine, const AniRulePlace& place, std::uint8_t action,
                        const FilterStyle& style, AddMatch&& addMatch) {
     if (!place.valid()) return;
-    TagRule rule;
+    kit::TagRule rule;
     filterOrigin(rule, place, style.printsProtocol);
     addMatch(rule);
     if (place.direction == kTransmit && std::strstr(place.device, "gpon") != nullptr)
@@ -205,7 +204,7 @@ void EtherSwitchBcm380::insertAniFilterTagRules(const VlanTciFilterInfo_t* info,
     const AniRulePlace place = {direction, phyId, qid, devIfc, vlanIfc};
     if (info == nullptr || !place.valid()) return;
     {
-        const VlanCtlSession session;
+        const kit::VlanCtlSession session;
         if (const ForwardOperation* operation = forwardOperationOf(info->forwardOperation)) {
             insertForwardOperation(*this, place, *operation, *info);
         } else if (direction == kReceive || direction == kTransmit) {
@@ -229,10 +228,11 @@ void EtherSwitchBcm380::setDefaultAction(char* devIfc, char* vlanIfc, std::uint8
     char noDevice[] = "";
     if (vlanIfc == nullptr) vlanIfc = noDevice;
     unsigned int nbrOfRules = 0;
-    const int ret = vlanCtl_getNbrOfRulesInTable(devIfc, direction, nbrOfTags, &nbrOfRules);
+    const kit::RuleTable table{devIfc, direction, nbrOfTags};
+    const int ret = kit::countRules(table, &nbrOfRules);
     const bool knownDirection = direction == kReceive || direction == kTransmit;
     if (ret == 0 && nbrOfRules == 0 && action == kPass && knownDirection)
-        TagRule().bind(direction, vlanIfc).insert({devIfc, direction, nbrOfTags});
+        kit::insertLooseRule(table, kit::TagRule().bind(direction, vlanIfc));
     std::printf(
         "===> setDefaultAction, devIfc=%s, vlanIfc=%s, direction=%d, action=%d, nbrOfTags=%d, nbrOfRules=%d, "
         "retVlanCtl=%d\n",
@@ -243,7 +243,7 @@ void EtherSwitchBcm380::insertDefaultTagRules(char* devIfc, char* vlanIfc, std::
                                               std::uint8_t action) {
     if (devIfc == nullptr || vlanIfc == nullptr) return;
     {
-        const VlanCtlSession session;
+        const kit::VlanCtlSession session;
         for (std::uint16_t tags = 0; tags < kTagCounts; ++tags)
             setDefaultAction(devIfc, vlanIfc, action, tags, phyId, direction);
     }
@@ -256,11 +256,11 @@ void EtherSwitchBcm380::insertDefaultAniTagRules(char* devIfc, char* vlanIfc, st
     const AniRulePlace place = {direction, phyId, qid, devIfc, vlanIfc};
     if (!place.valid()) return;
     {
-        const VlanCtlSession session;
+        const kit::VlanCtlSession session;
         for (std::uint16_t tags = 0; tags < kTagCounts; ++tags)
-            vlanCtl_setDefaultAction(devIfc, direction, tags, action, vlanIfc);
+            kit::setDefaultAction({devIfc, direction, tags}, action, vlanIfc);
         if (direction == kReceive || direction == kTransmit) {
-            TagRule rule;
+            kit::TagRule rule;
             filterOrigin(rule, place, false);
             if (direction == kTransmit) rule.markGemIndex(phyId).markQueue(qid);
             installInTables(*this, rule, place, 0, kTagCounts - 1, tablePosition(direction == kTransmit));
@@ -274,20 +274,20 @@ void EtherSwitchBcm380::insertDefaultAniTagRules(char* devIfc, char* vlanIfc, st
 
 void EtherSwitchBcm380::insertUntaggedFilterRules(std::uint16_t qid, std::uint8_t action, std::uint8_t direction,
                                                   std::uint32_t phyId, char* devIfc, char* vlanIfc) {
-    installFilterRule(*this, {direction, phyId, qid, devIfc, vlanIfc}, action, kUntaggedStyle, [](TagRule&) {});
+    installFilterRule(*this, {direction, phyId, qid, devIfc, vlanIfc}, action, kUntaggedStyle, [](kit::TagRule&) {});
 }
 
 void EtherSwitchBcm380::insertVlanIdFilterTagRules(std::uint16_t vlanId, std::uint16_t qid, std::uint8_t action,
                                                    std::uint8_t direction, std::uint32_t phyId, char* devIfc,
                                                    char* vlanIfc) {
     installFilterRule(*this, {direction, phyId, qid, devIfc, vlanIfc}, action, kVidStyle,
-                      [&](TagRule& rule) { rule.filterVid(vlanId, 0); });
+                      [&](kit::TagRule& rule) { rule.filterVid(vlanId, 0); });
 }
 
 void EtherSwitchBcm380::insertPbitsFilterTagRules(std::uint8_t pbits, std::uint8_t action, std::uint8_t direction,
                                                   std::uint32_t phyId, char* devIfc, char* vlanIfc, std::uint8_t qid) {
     installFilterRule(*this, {direction, phyId, qid, devIfc, vlanIfc}, action, kPbitsStyle,
-                      [&](TagRule& rule) { rule.filterPbits(pbits, 0); });
+                      [&](kit::TagRule& rule) { rule.filterPbits(pbits, 0); });
 }
 
 // Kept: received frames are matched on their VID alone, whatever p-bits the list names; the daemon relies on it.
@@ -296,7 +296,7 @@ void EtherSwitchBcm380::insertTciFilterTagRules(std::uint8_t pbits, std::uint8_t
                                                 char* devIfc, char* vlanIfc, std::uint8_t qid) {
     std::printf("pbits:%u, cfi:%u, vlanId:%u, action:%u, direction:%u, phyId:%u, devIfc:%s, vlanIfc:%s, qid:%u", pbits,
                 cfi, vlanId, action, direction, phyId, printable(devIfc), printable(vlanIfc), qid);
-    installFilterRule(*this, {direction, phyId, qid, devIfc, vlanIfc}, action, kTciStyle, [&](TagRule& rule) {
+    installFilterRule(*this, {direction, phyId, qid, devIfc, vlanIfc}, action, kTciStyle, [&](kit::TagRule& rule) {
         if (direction == kTransmit) rule.filterPbits(pbits, 0).filterCfi(cfi, 0);
         rule.filterVid(vlanId, 0);
     });
@@ -310,9 +310,9 @@ void EtherSwitchBcm380::insertTciFilterTagRules(std::uint8_t pbits, std::uint8_t
 
 void EtherSwitchBcm380::insertUniAllowAllTxRxRules(char* devIfc, char* vlanIfc, std::uint16_t phyId) {
     if (devIfc == nullptr || vlanIfc == nullptr) return;
-    const VlanCtlSession session;
+    const kit::VlanCtlSession session;
     for (std::uint16_t tags = 0; tags < kTagCounts; ++tags) {
-        TagRule().bind(kReceive, vlanIfc).install(*this, {devIfc, kReceive, tags}, phyId);
-        TagRule().bind(kTransmit, vlanIfc).install(*this, {devIfc, kTransmit, tags}, phyId);
+        for (const std::uint8_t direction : {kReceive, kTransmit})
+            installRule(*this, kit::TagRule().bind(direction, vlanIfc), {devIfc, direction, tags}, phyId);
     }
 }

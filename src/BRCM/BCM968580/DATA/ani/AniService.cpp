@@ -9,17 +9,16 @@
 #include <string>
 #include <vector>
 
-#include "BRCM/BCM968580/DATA/EngineNames.h"
+#include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
-#include "BRCM/BCM968580/DATA/ani/GemPortIndex.h"
+#include "BRCM/BCM968580/DATA/ani/TciList.h"
 #include "hal/OwnedBlock.h"
-#include "hal/SharedVariable.h"
 #include "hal/Text.h"
-#include "platform/gponctl.h"
-#include "platform/kit_numbers.h"
+#include "kit/DeviceNames.h"
+#include "kit/GemPorts.h"
+#include "kit/StateEntries.h"
 #include "platform/vlanctl.h"
-#include "state/Journal.h"
 
 std::map<std::uint16_t, std::uint16_t> tGemPortMap;
 std::map<std::uint16_t, std::map<std::uint16_t, std::set<std::uint8_t>>> gemPortPbitToQMap;
@@ -30,7 +29,7 @@ std::uint8_t protocolNumber = 0;
 
 namespace {
 
-constexpr std::uint8_t kHighestTrafficModel = 6;
+constexpr std::uint8_t kMaxTrafficModel = 6;
 constexpr std::uint8_t kPbitNotMapped = 8;
 constexpr std::uint8_t kPbits = 8;
 constexpr std::uint8_t kDefaultDrop = 1;
@@ -46,25 +45,14 @@ std::string tciText(const BridgeServiceProvisioning& record) {
     return {record.vlanTciFilterList, strnlen(record.vlanTciFilterList, sizeof record.vlanTciFilterList)};
 }
 
-// What the record says and the decoded list really holds, entry 0 (the wildcard) included.
-std::uint8_t usableEntries(std::uint8_t numberOfEntries, unsigned int decodedBytes) {
-    const std::size_t held = std::min<std::size_t>(decodedBytes / 2, kMaxTciEntries);
-    return static_cast<std::uint8_t>(std::min<std::size_t>(numberOfEntries, held + 1));
-}
-
-void decodeTciList(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record, VlanTciFilterInfo_t& info) {
+void decodeFilterList(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record, VlanTciFilterInfo_t& info) {
     const auto named = static_cast<std::uint8_t>(record.numberOfEntries + 1);
     info.numberOfEntries = named;
     info.forwardOperation = record.forwardOperation;
     info.entries = nullptr;
-
-    unsigned char* bytes = nullptr;
-    unsigned int length = 0;
-    if (engine.hexStringToBinaryBuf(tciText(record).c_str(), &bytes, &length) == 0) {
-        const OwnedBlock<unsigned char> owned(bytes);
+    if (const auto list = TciList::fromHex(engine, tciText(record).c_str())) {
         if (named != 0) {
-            info.numberOfEntries = usableEntries(named, length);
-            engine.getTagFilters(bytes, info.numberOfEntries, &info);
+            list->decode(engine, record.numberOfEntries, &info);
         } else {
             std::printf("No vlaTciEntries recevied!!!");
         }
@@ -99,12 +87,11 @@ void rememberGemPort(EtherSwitchBcm380& engine, std::uint16_t gemPortId, std::ui
 // The mark says to createAniFilterTagRules, whose arguments are fixed, that it is called for a multicast service.
 int configureMulticast(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record) {
     mcast = 1;
-    const std::uint16_t gemIndex = gemPortIndexFromDriver(record.gemPortId);
+    const std::uint16_t gemIndex = kit::gemPortById(record.gemPortId).port.gemIndex;
     const auto uni = m_BridgeIdToUniId.find(record.bridgeId);
     const std::uint32_t uniPort = uni != m_BridgeIdToUniId.end() ? uni->second : 0;
     std::printf("bridgeProv->innerVlanIdFilter %u uniport %u", record.innerVlanIdFilter, uniPort);
-    addShared(EtherSwitchBcm380::multicastEnable, 1);
-    state::touched(state::Book::Multicast);
+    engine_maps::countMulticastServices(1);
     engine.configureDsMcastIngress_rule(&record, static_cast<std::uint16_t>(uniPort), gemIndex);
     mcast = 0;
     return record.multicastService;
@@ -115,7 +102,7 @@ void configureGemPorts(EtherSwitchBcm380& engine, std::uint8_t trafficModel, Vla
                        char* aniVlanName) {
     DeviceName ponDevice("%s", kPonDevice);
     for (const auto& [gemPortId, queues] : gemPortPbitToQMap) {
-        const std::uint16_t gemIndex = gemPortIndexFromDriver(gemPortId);
+        const std::uint16_t gemIndex = kit::gemPortById(gemPortId).port.gemIndex;
         if (!filtersOnVlans(trafficModel)) continue;
         std::printf("In VLAN_MF_MODEL_1_FILTER/VLAN_MF_MODEL_N_FILTER");
         for (const auto& [queue, pbits] : queues) {
@@ -131,18 +118,10 @@ void configureGemPorts(EtherSwitchBcm380& engine, std::uint8_t trafficModel, Vla
 
 }  // namespace
 
-std::uint16_t gemPortIndexFromDriver(std::uint16_t gemPortId) {
-    GponCtlGemPort query = {};
-    query.gemIndex = GPONCTL_GEM_INDEX_UNKNOWN;
-    query.gemPortId = gemPortId;
-    gponCtl_getGemPort(&query);
-    return query.gemIndex;
-}
-
 int EtherSwitchBcm380::configureAniTagRules(const BridgeServiceProvisioning* bridgeProv) {
     if (bridgeProv == nullptr) return 0;
     std::printf("EtherSwitchBcm380::configureAniTagRules through TMB-->TME-->SME-->SEBCM380");
-    if (bridgeProv->trafficModel > kHighestTrafficModel) {
+    if (bridgeProv->trafficModel > kMaxTrafficModel) {
         std::printf("Invalid trafficModel:%u received", bridgeProv->trafficModel);
         return 0;
     }
@@ -157,7 +136,7 @@ int EtherSwitchBcm380::configureAniTagRules(const BridgeServiceProvisioning* bri
 
     fillBridgeConfigInfo(bridgeProv);
     VlanTciFilterInfo_t info = {};
-    decodeTciList(*this, *bridgeProv, info);
+    decodeFilterList(*this, *bridgeProv, info);
     TciEntries entries(info.entries);
 
     if (bridgeProv->isMulticast != 0 && bridgeProv->multicastService != 0) {
@@ -186,21 +165,17 @@ void EtherSwitchBcm380::fillUpPbitData(const BridgeServiceProvisioning* bridgePr
     for (std::uint8_t pbit = 0; pbit < kPbits; ++pbit) {
         const auto mapped = bridgeProv->pbitMap.find(pbit);
         if (mapped == bridgeProv->pbitMap.end()) continue;
-        xgemPortIdForPbit[pbit] = mapped->second.first;
-        xgemUpstremQueueForPbit[pbit] = mapped->second.second;
-        state::touched(state::Book::PbitGem, pbit);
+        engine_maps::setPbitGem(pbit, mapped->second.first, mapped->second.second);
     }
 }
 
 bool EtherSwitchBcm380::insertGemPortPbitToQMap(std::uint16_t gemPortId, std::uint8_t pbit, std::uint16_t qid) {
-    gemPortPbitToQMap[gemPortId][qid].insert(pbit);
-    state::touched(state::Book::PbitQueues, gemPortId);
+    engine_maps::addPbitToQueue(gemPortId, qid, pbit);
     return true;
 }
 
 void EtherSwitchBcm380::clearGemPortPbitToQMap() {
-    for (const auto& port : gemPortPbitToQMap) state::touched(state::Book::PbitQueues, port.first);
-    gemPortPbitToQMap.clear();
+    engine_maps::clearPbitQueues();
 }
 
 void EtherSwitchBcm380::getTagFilters(const std::uint8_t* tciBuffer, std::uint16_t numberOfEntries,
@@ -243,7 +218,7 @@ bool EtherSwitchBcm380::getGemIdxFromGemPortMapEntry(std::uint16_t gemPortId, st
 bool EtherSwitchBcm380::insertGemPortMapEntry(std::uint16_t gemPortId, std::uint16_t gemIdx) {
     const bool inserted = tGemPortMap.emplace(gemPortId, gemIdx).second;
     if (inserted) {
-        state::touched(state::Book::ServiceGem, gemPortId);
+        kit::noteChange(kit::Entry::ServiceGem, gemPortId);
         std::printf("Inserted GemPort:%u with GemIndex:%u", gemPortId, gemIdx);
     } else {
         std::printf("Already exists GemPort:%u with GemIndex:%u", gemPortId, gemIdx);

@@ -50,7 +50,7 @@ enum TpidAction : std::uint16_t {
 };
 
 // TPID (as a command) and DEI of the given tag for the codes that copy; false for the others.
-bool copyTpid(TagRule& rule, std::uint16_t code, std::uint32_t outputTpid, std::uint32_t tag) {
+bool copyTpid(kit::TagRule& rule, std::uint16_t code, std::uint32_t outputTpid, std::uint32_t tag) {
     switch (code) {
         case TPID_COPY_FROM_INNER:
             rule.copyTagEtherType(1, tag).copyCfi(1, tag);
@@ -59,7 +59,7 @@ bool copyTpid(TagRule& rule, std::uint16_t code, std::uint32_t outputTpid, std::
             rule.copyTagEtherType(0, tag).copyCfi(0, tag);
             return true;
         case TPID_OUTPUT_DEI_FROM_INNER:
-            rule.setTpid(TpidDei{outputTpid, std::nullopt}, tag).copyCfi(1, tag);
+            rule.setTpid(kit::TpidDei{outputTpid, std::nullopt}, tag).copyCfi(1, tag);
             return true;
         default:
             return false;
@@ -68,7 +68,7 @@ bool copyTpid(TagRule& rule, std::uint16_t code, std::uint32_t outputTpid, std::
 
 // ---- Upstream ----
 
-void filterOuterTag(TagRule& rule, const Row& row) {
+void filterOuterTag(kit::TagRule& rule, const Row& row) {
     if (isPbits(row.outerVlanPrioFilter)) {
         std::printf("insertExtVlanUsTagRules: outerVlanPrioFilter: %d, tagIndex: %d \n", row.outerVlanPrioFilter, 0);
         rule.filterPbits(row.outerVlanPrioFilter, 0);
@@ -79,7 +79,7 @@ void filterOuterTag(TagRule& rule, const Row& row) {
     }
 }
 
-void filterInnerTag(TagRule& rule, const Row& row, int tag) {
+void filterInnerTag(kit::TagRule& rule, const Row& row, int tag) {
     const auto tagIndex = static_cast<std::uint32_t>(tag);
     if (isPbits(row.innerVlanPrioFilter)) {
         std::printf("insertExtVlanUsTagRules: innerVlanPrioFilter: %d, tagIndex: %d \n", row.innerVlanPrioFilter, tag);
@@ -92,7 +92,7 @@ void filterInnerTag(TagRule& rule, const Row& row, int tag) {
 }
 
 // The TPIDs of the tags filtered on and the EtherType behind the last of them.
-void filterTypes(TagRule& rule, const Row& row) {
+void filterTypes(kit::TagRule& rule, const Row& row) {
     const auto etherType = etherTypeOf(row.etherTypeFilter, kHighestEtherTypeCode);
     const auto innerTpid = tpidFilterOf(row.innerTpidFilter, row.inputTpid);
     switch (row.filterTagCount) {
@@ -120,7 +120,7 @@ void filterTypes(TagRule& rule, const Row& row) {
 }
 
 // One tag is written: the frame's outermost one.
-void treatSingleTag(TagRule& rule, const Row& row) {
+void treatSingleTag(kit::TagRule& rule, const Row& row) {
     std::printf(
         "insertExtVlanUsTagRules: innerVlanPrioAction: %d, innerVlanIdAction: %d, innerTpidAction: %d, outputTpid: %d "
         "\n",
@@ -144,13 +144,13 @@ void treatSingleTag(TagRule& rule, const Row& row) {
 
 // One of two tags. The DSCP is mapped whatever happens to the number of tags, unlike in a UNI's row
 // (uni/UniTagRules.cpp): kept as it is.
-void treatTag(TagRule& rule, const Row& row, std::uint32_t tag, std::uint16_t pbits, std::uint16_t vid,
+void treatTag(kit::TagRule& rule, const Row& row, std::uint32_t tag, std::uint16_t pbits, std::uint16_t vid,
               std::uint16_t tpid) {
-    rule.writeTag(pbits, vid, tag, row.tagTreatment == VLAN_TAG_ACTION_TRANSLATE, TagRule::DscpMapping::Always);
+    writeTag(rule, pbits, vid, tag, row.tagTreatment == VLAN_TAG_ACTION_TRANSLATE, DscpMapping::Always);
     rule.setTpid(tpidTreatmentOf(tpid, row.outputTpid), tag);
 }
 
-void treatBothTags(TagRule& rule, const Row& row) {
+void treatBothTags(kit::TagRule& rule, const Row& row) {
     std::printf("insertExtVlanUsTagRules: outerVlanPrioAction: %d, outerVlanIdAction: %d, outerTpidAction: %d \n",
                 row.outerVlanPrioAction, row.outerVlanIdAction, row.outerTpidAction);
     treatTag(rule, row, 0, row.outerVlanPrioAction, row.outerVlanIdAction, row.outerTpidAction);
@@ -163,10 +163,10 @@ void treatBothTags(TagRule& rule, const Row& row) {
 
 // The TPID of a tag that the upstream rule wrote. Codes that copied it upstream cannot be filtered on and copy here
 // too.
-void matchWrittenTpid(TagRule& rule, std::uint16_t code, std::uint32_t outputTpid, std::uint32_t tag) {
+void matchWrittenTpid(kit::TagRule& rule, std::uint16_t code, std::uint32_t outputTpid, std::uint32_t tag) {
     if (copyTpid(rule, code, outputTpid, tag)) return;
     if (code == TPID_OUTPUT) {
-        rule.filterTpid(TpidDei{outputTpid, std::nullopt}, tag);
+        rule.filterTpid(kit::TpidDei{outputTpid, std::nullopt}, tag);
     } else {
         rule.filterTpid(tpidTreatmentOf(code, outputTpid), tag);
     }
@@ -179,7 +179,7 @@ void printInnerAction(const Row& row) {
         row.innerVlanPrioAction, row.innerVlanIdAction, row.innerTpidAction, row.outputTpid);
 }
 
-void matchSingleTag(TagRule& rule, const Row& row) {
+void matchSingleTag(kit::TagRule& rule, const Row& row) {
     if (isPbits(row.innerVlanPrioAction)) rule.filterPbits(row.innerVlanPrioAction, 0);
     if (row.innerVlanPrioAction == kPrioFromInner && mayCopyInnerPbits(row) && isPbits(row.innerVlanPrioFilter))
         rule.filterPbits(row.innerVlanPrioFilter, 0);
@@ -189,7 +189,7 @@ void matchSingleTag(TagRule& rule, const Row& row) {
     printInnerAction(row);
 }
 
-void matchBothTags(TagRule& rule, const Row& row) {
+void matchBothTags(kit::TagRule& rule, const Row& row) {
     std::printf("insertExtVlanDsTagRules: outerVlanPrioAction: %d, outerVlanIdAction: %d, outerTpidAction: %d \n",
                 row.outerVlanPrioAction, row.outerVlanIdAction, row.outerTpidAction);
     if (isPbits(row.outerVlanPrioAction)) rule.filterPbits(row.outerVlanPrioAction, 0);
@@ -205,7 +205,7 @@ void matchBothTags(TagRule& rule, const Row& row) {
     matchWrittenTpid(rule, row.innerTpidAction, row.outputTpid, 1);
 }
 
-void restoreInnerPbitsAndVid(TagRule& rule, const Row& row, int tag) {
+void restoreInnerPbitsAndVid(kit::TagRule& rule, const Row& row, int tag) {
     const auto tagIndex = static_cast<std::uint32_t>(tag);
     if (isPbits(row.innerVlanPrioFilter)) {
         std::printf("insertExtVlanDsTagRules: innerVlanPrioFilter: %d, tagIndex: %d \n", row.innerVlanPrioFilter, tag);
@@ -217,7 +217,7 @@ void restoreInnerPbitsAndVid(TagRule& rule, const Row& row, int tag) {
     }
 }
 
-void restoreBothTags(TagRule& rule, const Row& row) {
+void restoreBothTags(kit::TagRule& rule, const Row& row) {
     if (isPbits(row.outerVlanPrioFilter)) {
         std::printf("insertExtVlanDsTagRules: outerVlanPrioFilter: %d, tagIndex: %d \n", row.outerVlanPrioFilter, 0);
         rule.setPbits(row.outerVlanPrioFilter, 0);
@@ -233,7 +233,7 @@ void restoreBothTags(TagRule& rule, const Row& row) {
     restoreInnerPbitsAndVid(rule, row, 1);
 }
 
-void restoreTags(TagRule& rule, const Row& row) {
+void restoreTags(kit::TagRule& rule, const Row& row) {
     if (!innerAdded(row) || row.innerVlanPrioFilter == kPrioNoTag) return;
     if (outerAdded(row) && row.outerVlanPrioFilter != kPrioNoTag) return restoreBothTags(rule, row);
     restoreInnerPbitsAndVid(rule, row, 0);
@@ -275,7 +275,7 @@ bool wantsDownstreamRule(const Row& row) {
 }  // namespace
 
 // Kept: vlanctl is opened once more and not closed here. The multicast set-up, which calls this, has opened it already
-// and closes it once; vlanctl holds no state but the pending rule, so that a VlanCtlSession would only add a call.
+// and closes it once; vlanctl holds no state but the pending rule, so that a kit::VlanCtlSession would only add a call.
 int EtherSwitchBcm380::insertExtVlanUsTagRules(const BridgeServiceProvisioning* bridgeProv, std::uint16_t uniPort,
                                                std::uint16_t gemPortIndex, char* devIfc, char* vlanIfc) {
     static_cast<void>(uniPort);
@@ -283,7 +283,7 @@ int EtherSwitchBcm380::insertExtVlanUsTagRules(const BridgeServiceProvisioning* 
     if (bridgeProv == nullptr || devIfc == nullptr || vlanIfc == nullptr) return 0;
     const Row& row = *bridgeProv;
     vlanCtl_init();
-    TagRule rule;
+    kit::TagRule rule;
     std::printf("insertExtVlanUsTagRules: filter on vlanCtl_setReceiveVlanDevice ");
     rule.bind(VLANCTL_DIRECTION_RX, vlanIfc);
 
@@ -291,13 +291,13 @@ int EtherSwitchBcm380::insertExtVlanUsTagRules(const BridgeServiceProvisioning* 
     if (filtersOuter) filterOuterTag(rule, row);
     if (row.innerVlanPrioFilter != kPrioNoTag) filterInnerTag(rule, row, filtersOuter ? 1 : 0);
     filterTypes(rule, row);
-    rule.changeTagCount(row.tagTreatment);
+    changeTagCount(rule, row.tagTreatment);
     if (onlyInnerAdded(row)) treatSingleTag(rule, row);
     if (bothAdded(row)) treatBothTags(rule, row);
 
     std::printf("insertExtVlanUsTagRules: insertTagRule Rx direction, filterType: %d,uniInterfaceNameu:%s \n",
                 row.filterTagCount, devIfc);
-    rule.insert({devIfc, VLANCTL_DIRECTION_RX, row.filterTagCount});
+    kit::insertLooseRule({devIfc, VLANCTL_DIRECTION_RX, row.filterTagCount}, rule);
     return 1;
 }
 
@@ -309,18 +309,18 @@ int EtherSwitchBcm380::insertExtVlanDsTagRules(const BridgeServiceProvisioning* 
     const Row& row = *bridgeProv;
     std::printf("insertExtVlanDsTagRules: dsMode=%d, devIfc=%s, vlanIfc=%s\n", row.dsMode, devIfc, vlanIfc);
     if (!wantsDownstreamRule(row)) return 1;
-    TagRule rule;
+    kit::TagRule rule;
     std::printf("insertExtVlanDsTagRules: filter on vlanCtl_filterOnTxVlanDevice ");
     rule.bind(VLANCTL_DIRECTION_TX, vlanIfc);
 
     if (onlyInnerAdded(row)) matchSingleTag(rule, row);
     if (bothAdded(row)) matchBothTags(rule, row);
-    rule.revertTagCount(row.tagTreatment);
+    revertTagCount(rule, row.tagTreatment);
     restoreTags(rule, row);
 
     const std::uint32_t table = downstreamTable(row);
     std::printf("insertExtVlanDsTagRules: insertTagRule direction: %d, txFilterType: %d,uniInterfaceNameu:%s \n",
                 static_cast<int>(VLANCTL_DIRECTION_TX), static_cast<int>(table), devIfc);
-    rule.insert({devIfc, VLANCTL_DIRECTION_TX, table});
+    kit::insertLooseRule({devIfc, VLANCTL_DIRECTION_TX, table}, rule);
     return 1;
 }

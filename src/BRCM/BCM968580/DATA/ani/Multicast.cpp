@@ -7,12 +7,12 @@
 #include <memory>
 
 #include "BRCM/BCM968580/DATA/EngineLog.h"
-#include "BRCM/BCM968580/DATA/EngineNames.h"
+#include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "hal/Text.h"
+#include "kit/DeviceNames.h"
 #include "platform/vlanctl.h"
-#include "state/Journal.h"
 
 std::uint8_t mcast = 0;
 std::int32_t mcastGemPortId = 0;
@@ -105,9 +105,7 @@ int EtherSwitchBcm380::configureDsMcastIngress_rule(const BridgeServiceProvision
 }
 
 void EtherSwitchBcm380::setMcastGemInfo(int gemPortId, int gemPortIndex) {
-    mcastGemPortId = gemPortId;
-    mcastGemPortIndex = gemPortIndex;
-    state::touched(state::Book::Multicast);
+    engine_maps::setMulticastGem(gemPortId, gemPortIndex);
     ENGINE_LOG("setMcastGemInfo", kDataProvSource, kLogTrace, "Setting mcastGemPortId: %d, mcastGemPortIndex: %d\n",
                gemPortId, gemPortIndex);
 }
@@ -120,8 +118,7 @@ void EtherSwitchBcm380::getMcastGemInfo(int* gemPortId, int* gemPortIndex) {
 }
 
 void EtherSwitchBcm380::setProtocolNumber(unsigned char protocol) {
-    protocolNumber = protocol;
-    state::touched(state::Book::LastService);
+    engine_maps::setLastProtocol(protocol);
 }
 
 int EtherSwitchBcm380::updateMcpdConf() {

@@ -13,11 +13,11 @@
 #include <cstring>
 
 #include "BRCM/BCM968580/DATA/EngineLog.h"
-#include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
 #include "hal/QuietThread.h"
+#include "kit/DeviceNames.h"
 #include "platform/kit_numbers.h"
 
 void* msgHandle = nullptr;

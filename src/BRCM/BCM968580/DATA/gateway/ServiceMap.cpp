@@ -12,7 +12,7 @@
 
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
-#include "state/Journal.h"
+#include "kit/StateEntries.h"
 
 std::map<serviceKey, OwnedBlock<OMCI_SERVICE_MAP_ENTRY>> m_SERVICE_MAP_ENTRY;
 
@@ -25,11 +25,11 @@ using OwnedEntry = decltype(m_SERVICE_MAP_ENTRY)::mapped_type;
 std::mutex& serviceMapLock = *new std::mutex;
 
 // Ends before the map, which was made before it: from then on the listener thread finds no service.
-bool mapStands = true;
+bool mapExists = true;
 struct MapEnd {
     ~MapEnd() {
         const std::lock_guard<std::mutex> lock(serviceMapLock);
-        mapStands = false;
+        mapExists = false;
     }
 } mapEnd;
 
@@ -45,13 +45,13 @@ serviceKey keyOf(const OMCI_SERVICE_MAP_ENTRY& entry) {
 
 // The map's own entry, or null. The caller holds the lock.
 OMCI_SERVICE_MAP_ENTRY* entryAt(const serviceKey& key) {
-    if (!mapStands) return nullptr;
+    if (!mapExists) return nullptr;
     const auto found = m_SERVICE_MAP_ENTRY.find(key);
     return found != m_SERVICE_MAP_ENTRY.end() ? found->second.get() : nullptr;
 }
 
-void touched(const serviceKey& key) {
-    state::touched(state::Book::Services, key.ifName, key.vlanId, key.pbits);
+void noteService(const serviceKey& key) {
+    kit::noteChange(kit::Entry::Services, key.ifName, key.vlanId, key.pbits);
 }
 
 void printLookUp(bool found, const serviceKey& key, unsigned short phyId) {
@@ -104,7 +104,7 @@ bool putBackService(const OMCI_SERVICE_MAP_ENTRY& entry) {
 }
 
 void forgetServices() {
-    for (const auto& service : m_SERVICE_MAP_ENTRY) touched(service.first);
+    for (const auto& service : m_SERVICE_MAP_ENTRY) noteService(service.first);
     const std::lock_guard<std::mutex> lock(serviceMapLock);
     m_SERVICE_MAP_ENTRY.clear();
     serviceCount = 0;
@@ -155,7 +155,7 @@ int EtherSwitchBcm380::omciServiceCreateMapEntry(OMCI_SERVICE_MAP_ENTRY* entry) 
     }
     std::printf("\nCreate OMCI Service Entry for pbits=%d, vlanId=%d, ifName=%s gemPortIndex=%d\n", entry->pbits,
                 entry->vlanId, key.ifName.c_str(), entry->gemPortIndex);
-    touched(key);
+    noteService(key);
     const std::lock_guard<std::mutex> lock(serviceMapLock);
     if (m_SERVICE_MAP_ENTRY.emplace(key, std::move(copy)).second) ++serviceCount;
     return 1;
@@ -178,7 +178,7 @@ int EtherSwitchBcm380::omciServiceDeleteMapEntry(int phyId, const char* ifName, 
         erased = m_SERVICE_MAP_ENTRY.erase(key) == 1;
         if (erased) --serviceCount;
     }
-    touched(key);
+    noteService(key);
     // Kept: both texts carry the rule map's name.
     std::printf(
         "%s", erased ? "freeVlanRuleMapEntry: Entry deleted\n " : "freeVlanRuleMapEntry: Entry not found to delete\n ");

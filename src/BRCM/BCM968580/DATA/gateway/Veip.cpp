@@ -10,23 +10,23 @@
 #include <new>
 
 #include "BRCM/BCM968580/DATA/EngineLog.h"
-#include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
-#include "BRCM/BCM968580/DATA/TagRule.h"
+#include "BRCM/BCM968580/DATA/ani/TciList.h"
 #include "hal/OwnedBlock.h"
 #include "hal/Shell.h"
 #include "hal/Text.h"
+#include "kit/DeviceNames.h"
+#include "kit/Devices.h"
+#include "kit/Rules.h"
+#include "kit/StateEntries.h"
 #include "platform/devctl.h"
-#include "state/Facts.h"
-#include "state/Journal.h"
 
 namespace {
 
-constexpr unsigned short kVeipPhyId = 0;     // second half of the rule map's key
-constexpr unsigned kVeipTagTables = 4;       // the VEIP passes frames with up to three tags
-constexpr std::uint32_t kDropUnmatched = 1;  // default action
-constexpr int kSubDevices = 8;               // veip0.1 to veip0.8, made on the gateway side
+constexpr unsigned short kVeipPhyId = 0;  // second half of the rule map's key
+constexpr unsigned kVeipTagTables = 4;    // the VEIP passes frames with up to three tags
+constexpr int kSubDevices = 8;            // veip0.1 to veip0.8, made on the gateway side
 constexpr int kDeleteAttempts = 3;
 constexpr int kNoParticular = -2;  // p-bit or VLAN id of a notification about the port as a whole
 
@@ -41,21 +41,17 @@ struct TciPairs {
     unsigned count = 0;  // 0: the list did not decode
 };
 
-TciPairs decodeTciList(EtherSwitchBcm380& engine, unsigned char noOfEntries, const unsigned char* vlanFilterList) {
+TciPairs decodePairs(EtherSwitchBcm380& engine, unsigned char noOfEntries, const unsigned char* vlanFilterList) {
     TciPairs pairs;
-    unsigned char* bytes = nullptr;
-    unsigned length = 0;
-    if (vlanFilterList != nullptr &&
-        engine.hexStringToBinaryBuf(reinterpret_cast<const char*>(vlanFilterList), &bytes, &length) == 0) {
+    const auto list = vlanFilterList != nullptr
+                          ? TciList::fromHex(engine, reinterpret_cast<const char*>(vlanFilterList))
+                          : std::nullopt;
+    if (list) {
         std::printf("\n tagFilterInfo.numberOfEntries=%d \n", noOfEntries + 1);
-        // No more than the text really held is read from the bytes.
-        const unsigned received = std::min({unsigned{noOfEntries}, length / 2, kMaxTciEntries});
         VlanTciFilterInfo_t info{};
-        info.numberOfEntries = static_cast<std::uint8_t>(received + 1);
-        engine.getTagFilters(bytes, static_cast<std::uint16_t>(received + 1), &info);
-        std::free(bytes);
+        list->decode(engine, noOfEntries, &info);
         pairs.entries.reset(info.entries);
-        if (info.entries != nullptr) pairs.count = received + 1;
+        if (info.entries != nullptr) pairs.count = info.numberOfEntries;
     }
     std::printf("\n Executed hexStringToBinaryBuf function in configVeip FUNCTION ");
     return pairs;
@@ -127,7 +123,7 @@ void configUnicast(EtherSwitchBcm380& engine, OmciGemSericesInfo_t& block, bool 
         return;
     }
     std::printf("\n configVeip::getGemIdxFromGemPortMapEntry Got the GemIdx ");
-    const TciPairs pairs = decodeTciList(engine, noOfEntries, vlanFilterList);
+    const TciPairs pairs = decodePairs(engine, noOfEntries, vlanFilterList);
 
     // 255 entries and the wildcard overflow the count to 0: no record.
     block.numberOfEntries = pairs.count == 0 ? std::uint8_t{0} : static_cast<std::uint8_t>(noOfEntries + 1);
@@ -153,7 +149,7 @@ void removeSubDevice(EtherSwitchBcm380& engine, const char* name) {
             return;
         }
         std::printf("Calling vlanCtl_deleteVlanInterface  for %s with retry=%d\n", name, attempt);
-        const int ret = vlanCtl_deleteVlanInterface(name);
+        const int ret = kit::removeDevice(name);
         if (ret == 0) {
             std::printf("In %s vlanCtl_deleteVlanInterface deleted %s\n", operation, name);
             return;
@@ -177,19 +173,7 @@ int EtherSwitchBcm380::createVeipVlanInterface() {
         std::printf("Failed to create %s since %s does not exist yet", kVeipDevice, kVeipRealDevice);
     } else {
         std::printf("VEIP: DEV_INTERFACE: %s, VlanName: %s", kVeipRealDevice, kVeipDevice);
-        const state::BegunStep step(state::Step::MakeDevice, kVeipDevice);
-        {
-            const VlanCtlSession session;
-            vlanCtl_setIfSuffix(".");
-            vlanCtl_createVlanInterfaceByName(kVeipRealDevice, kVeipDevice, 1, 1);
-            vlanCtl_setRealDevMode(kVeipRealDevice, 0);
-            for (unsigned tags = 0; tags < kVeipTagTables; ++tags) {
-                vlanCtl_setDefaultAction(kVeipRealDevice, VLANCTL_DIRECTION_TX, tags, kDropUnmatched, kVeipDevice);
-                vlanCtl_setDefaultAction(kVeipRealDevice, VLANCTL_DIRECTION_RX, tags, kDropUnmatched, kVeipDevice);
-            }
-        }
-        if (isInterfaceExisted(kVeipDevice)) {
-            state::deviceMade(kVeipDevice);
+        if (kit::createVeipDevice()) {
             disableIPv6(kVeipDevice);
             unsigned char mac[6] = {};
             char macText[18] = {};
@@ -212,12 +196,12 @@ int EtherSwitchBcm380::insertUniTagRules(unsigned int phyId, char* devIfc, char*
     const auto phy = static_cast<unsigned short>(phyId);
     std::uint32_t tagRuleId = VLANCTL_DONT_CARE;
     {
-        const VlanCtlSession session;
+        const kit::VlanCtlSession session;
         for (unsigned tags = 0; tags < kVeipTagTables; ++tags) {
             for (const std::uint32_t direction : {VLANCTL_DIRECTION_RX, VLANCTL_DIRECTION_TX}) {
-                TagRule rule;
+                kit::TagRule rule;
                 rule.bind(direction, vlanIfc);
-                insertComposedRule({devIfc, direction, tags}, &tagRuleId);
+                kit::insertRule({devIfc, direction, tags}, rule, {}, &tagRuleId);
                 insertVlanRuleMapEntry(devIfc, phy, static_cast<unsigned short>(direction), tags, tagRuleId);
             }
         }
@@ -228,7 +212,7 @@ int EtherSwitchBcm380::insertUniTagRules(unsigned int phyId, char* devIfc, char*
 
 int EtherSwitchBcm380::createVeipFilterTagRules(unsigned int bridgeId) {
     // The VEIP takes the place of the Linux bridge.
-    if (isInterfaceExisted(DeviceName("%s%d", "br", static_cast<int>(bridgeId)).get())) {
+    if (isInterfaceExisted(kit::bridgeName(bridgeId).get())) {
         deleteBridgeInterface(static_cast<unsigned short>(bridgeId));
     }
     if (!isInterfaceExisted(kVeipDevice)) {
@@ -295,7 +279,7 @@ int EtherSwitchBcm380::gpon_deleteRules(unsigned short gemPort, unsigned short b
                 bridgeId, filterType, noOfEntries);
     int ret = -1;
     if (configVeip(false, gemPort, bridgeId, filterType, noOfEntries, vlanFilterList) == 0) {
-        const state::BegunStep step(state::Step::RemoveVeip, bridgeId, gemPort);
+        const kit::BegunStep step(kit::Step::RemoveVeip, bridgeId, gemPort);
         removeVeipInterface();
         sleep(1);
         const int teardown = rule_teardownVeipVlanInterface(true);
@@ -309,7 +293,7 @@ int EtherSwitchBcm380::gpon_deleteRules(unsigned short gemPort, unsigned short b
 int EtherSwitchBcm380::removeVeipInterface() {
     // Kept: the name in this line is still empty.
     std::printf("In vorn-hal from %s Trying to delete %s\n", "removeVeipInterface", "");
-    const VlanCtlSession session;
+    const kit::VlanCtlSession session;
     for (int n = 1; n <= kSubDevices; ++n) removeSubDevice(*this, DeviceName("%s.%d", kVeipDevice, n).get());
     return 0;
 }
@@ -321,8 +305,8 @@ int EtherSwitchBcm380::rule_teardownVeipVlanInterface(bool deleteIfc) {
     if (isInterfaceExisted(kVeipDevice)) {
         runShell(FixedText<50>("ifconfig %s down", kVeipDevice).get());
         if (deleteIfc) {
-            const VlanCtlSession session;
-            if (vlanCtl_deleteVlanInterface(kVeipDevice) == 0) state::deviceGone(kVeipDevice);
+            const kit::VlanCtlSession session;
+            kit::removeDevice(kVeipDevice);
         }
     } else {
         std::printf("Interface %s not exist.", kVeipDevice);

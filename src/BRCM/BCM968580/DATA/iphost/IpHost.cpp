@@ -5,14 +5,15 @@
 #include <string>
 
 #include "BRCM/BCM968580/DATA/EngineLog.h"
-#include "BRCM/BCM968580/DATA/EngineNames.h"
+#include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
-#include "BRCM/BCM968580/DATA/TagRule.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCheck.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
 #include "hal/Text.h"
-#include "state/Facts.h"
-#include "state/Journal.h"
+#include "kit/DeviceNames.h"
+#include "kit/Devices.h"
+#include "kit/Rules.h"
+#include "kit/StateEntries.h"
 
 int EtherSwitchBcm380::numServices = 0;
 
@@ -24,7 +25,7 @@ constexpr std::size_t kMacTextLength = 17;
 
 struct IpHostNames {
     explicit IpHostNames(const IpHostProvision& rec)
-        : bridge("%s%d", "br", rec.bridgeId), interface("%s.%d", bridge.get(), rec.uniPort) {}
+        : bridge(kit::bridgeName(rec.bridgeId)), interface(kit::ipHostName(rec.bridgeId, rec.uniPort)) {}
     DeviceName bridge;
     DeviceName interface;
 };
@@ -46,9 +47,9 @@ bool isAddressText(const std::string& text) {
     return text.find_first_not_of("0123456789abcdefABCDEF.:") == std::string::npos;
 }
 
-// The longest texts of their kinds; an address with a colon is one of IPv6.
-constexpr std::size_t kLongestIpv4 = 15;
-constexpr std::size_t kLongestIpv6 = 45;
+// Lengths of the texts; an address with a colon is one of IPv6.
+constexpr std::size_t kMaxIpv4 = 15;
+constexpr std::size_t kMaxIpv6 = 45;
 
 struct CheckedText {
     enum class Kind { Ip, Mac };
@@ -59,7 +60,7 @@ struct CheckedText {
     // Longer texts would be cut on their way into a command, which then would mean something else.
     bool fits() const {
         if (kind == Kind::Mac) return text.size() <= kMacTextLength;
-        return text.size() <= (text.find(':') == std::string::npos ? kLongestIpv4 : kLongestIpv6);
+        return text.size() <= (text.find(':') == std::string::npos ? kMaxIpv4 : kMaxIpv6);
     }
 };
 
@@ -91,13 +92,13 @@ void insertStagPopRule(EtherSwitchBcm380& engine, const char* operation, const I
     engine.getVirtualInterfaceName(PHY_GPON, rec.bridgeId, rec.bridgeId, aniVirtualName.get());
     std::uint32_t tagRuleId = VLANCTL_DONT_CARE;
     {
-        const VlanCtlSession session;
-        TagRule rule;
+        const kit::VlanCtlSession session;
+        kit::TagRule rule;
         rule.bind(VLANCTL_DIRECTION_RX, aniVirtualName.get()).filterVid(engine.iPhost_Stag, 0).pop();
         ENGINE_LOG(operation, kDataProvSource, kLogTrace,
                    "IPHOST inserting PoP rule aniInterfaceName:%s aniVirtualName: %s for bridgeId:%u iPhost_Stag: %u",
                    aniName.get(), aniVirtualName.get(), rec.bridgeId, engine.iPhost_Stag);
-        tagRuleId = rule.insert({aniName.get(), VLANCTL_DIRECTION_RX, 1, VLANCTL_POSITION_FRONT});
+        tagRuleId = kit::insertLooseRule({aniName.get(), VLANCTL_DIRECTION_RX, 1}, rule, {VLANCTL_POSITION_FRONT});
     }
     // Kept: recorded under the bridge and the UNI port, not under the ANI device; nothing takes the rule out again.
     engine.insertVlanRuleMapEntry(names.bridge.get(), rec.uniPort, VLANCTL_DIRECTION_RX, 1, tagRuleId);
@@ -119,11 +120,6 @@ void deliverToCpu(IpHostCommands& commands, const char* routedMac) {
     commands.addKey(routedMac);
 }
 
-// The shell deletes the bridge, and says nothing.
-void noteBridge(EtherSwitchBcm380& engine, const char* bridge) {
-    if (state::journal() != nullptr && !engine.isInterfaceExisted(bridge)) state::deviceGone(bridge);
-}
-
 void joinSharedBridge(EtherSwitchBcm380& engine, IpHostCommands& commands, const char* bridgeName,
                       const IpHostProvision& rec) {
     commands.downForSharedBridge(bridgeName);
@@ -131,12 +127,13 @@ void joinSharedBridge(EtherSwitchBcm380& engine, IpHostCommands& commands, const
     DeviceName aniVirtualName;
     engine.getVirtualInterfaceName(PHY_GPON, rec.bridgeId, rec.bridgeId, aniVirtualName.get());
     commands.joinSharedBridge(aniVirtualName.get());
-    noteBridge(engine, bridgeName);
+    kit::noteIfGone(bridgeName);  // the shell deletes it, and does not say whether it did
 }
 
-void countHosts(int change) {
-    EtherSwitchBcm380::numServices += change;
-    state::touched(state::Book::IpHostCount);
+void noteHost(const IpHostProvision& rec, bool dhcp) {
+    if (state::Journal* const journal = state::journal())
+        journal->put(kit::keyOf(kit::Entry::IpHosts, rec.bridgeId, rec.uniPort),
+                     state::ByteWriter().add(rec.macAddress).add(rec.ipAddress).add(dhcp).take());
 }
 
 void announce(EtherSwitchBcm380& engine, const char* ifName, const IpHostProvision& rec, const char* routedMac) {
@@ -161,8 +158,8 @@ bool isSafeIpHost(const char* operation, const IpHostProvision& host) {
 bool EtherSwitchBcm380::provisionIpHostStatic(const IpHostProvision* rec) {
     if (rec == nullptr || !isSafeIpHost(__func__, *rec) || !isSafeFirstMac(__func__, readFirstMac())) return false;
     const state::Operation operation;
-    countHosts(1);
-    state::ipHostStands(rec->bridgeId, rec->uniPort, rec->macAddress, rec->ipAddress, false);
+    engine_maps::countIpHosts(1);
+    noteHost(*rec, false);
     ENGINE_LOG(__func__, kDataProvSource, kLogError, "PROVISION IP HOST STATIC \n");
     IpHostNames names(*rec);
     if (rec->useSharedBridge == 0) {
@@ -180,8 +177,8 @@ bool EtherSwitchBcm380::provisionIpHostStatic(const IpHostProvision* rec) {
 bool EtherSwitchBcm380::provisionIpHostDynamic(const IpHostProvision* rec) {
     if (rec == nullptr || !isSafeIpHost(__func__, *rec) || !isSafeFirstMac(__func__, readFirstMac())) return false;
     const state::Operation operation;
-    countHosts(1);
-    state::ipHostStands(rec->bridgeId, rec->uniPort, rec->macAddress, rec->ipAddress, true);
+    engine_maps::countIpHosts(1);
+    noteHost(*rec, true);
     ENGINE_LOG(__func__, kDataProvSource, kLogError,
                "DYNAMIC IPHOST PROVISIONING Received with allocId:%u, gemId:%u, ipOptions:%u, BridgeId(%u), "
                "UniPort(%u), NniPort(%u)",
@@ -246,8 +243,8 @@ bool EtherSwitchBcm380::activateIpv4InterfaceDynamic(const char* ifName, const c
     commands.upWithMac(bridgeName, mac);
     commands.upWithMtu(ifName, mac);
     // A client that an operation before the daemon's restart had begun to start.
-    if (state::takeLeftDhcpClient(rec->bridgeId, rec->uniPort)) commands.killDhcpClient(ifName);
-    const state::BegunStep step(state::Step::StartDhcp, rec->bridgeId, rec->uniPort);
+    if (kit::eraseMark(kit::Entry::DhcpClients, rec->bridgeId, rec->uniPort)) commands.killDhcpClient(ifName);
+    const kit::BegunStep step(kit::Step::StartDhcp, rec->bridgeId, rec->uniPort);
     commands.startDhcpClient(ifName);
     return true;
 }
@@ -268,9 +265,9 @@ bool EtherSwitchBcm380::deprovisionIpHost(const IpHostProvision* rec) {
         commands.deleteHostFlowClass();
         commands.removeKeyMask();
     }
-    countHosts(-1);
-    state::ipHostGone(rec->bridgeId, rec->uniPort);
-    noteBridge(*this, names.bridge.get());
+    engine_maps::countIpHosts(-1);
+    kit::noteMark(false, kit::Entry::IpHosts, rec->bridgeId, rec->uniPort);
+    kit::noteIfGone(names.bridge.get());
     commands.killDhcpClient(names.interface.get());
     if (std::FILE* file = std::fopen(kDhcpInterfaceFile, "w")) {
         std::fputc('\n', file);

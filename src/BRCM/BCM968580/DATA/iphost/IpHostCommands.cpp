@@ -8,10 +8,10 @@
 #include <string>
 
 #include "BRCM/BCM968580/DATA/EngineLog.h"
-#include "BRCM/BCM968580/DATA/EngineNames.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "hal/Shell.h"
 #include "hal/Text.h"
+#include "kit/DeviceNames.h"
 
 namespace {
 

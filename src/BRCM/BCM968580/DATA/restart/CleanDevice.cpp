@@ -5,23 +5,21 @@
 #include <string>
 #include <vector>
 
-#include "BRCM/BCM968580/DATA/EngineNames.h"
+#include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
-#include "BRCM/BCM968580/DATA/TagRule.h"
+#include "BRCM/BCM968580/DATA/RuleMap.h"
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
-#include "BRCM/BCM968580/DATA/restart/DeviceNames.h"
 #include "BRCM/BCM968580/DATA/restart/FactBook.h"
 #include "BRCM/BCM968580/DATA/restart/Restart.h"
 #include "BRCM/BCM968580/DATA/restart/RestartLog.h"
 #include "BRCM/BCM968580/DATA/restart/RuleTables.h"
-#include "BRCM/BCM968580/DATA/uni/UniTagging.h"
-#include "bridge/BridgeControl.h"
-#include "hal/SharedVariable.h"
-#include "platform/vlanctl.h"
-#include "state/Facts.h"
-#include "state/Journal.h"
+#include "kit/DeviceNames.h"
+#include "kit/Devices.h"
+#include "kit/Rules.h"
+#include "kit/Runner.h"
+#include "kit/StateEntries.h"
 #include "xpon/CleanPon.h"
 
 namespace restart {
@@ -30,10 +28,6 @@ namespace {
 
 EtherSwitchBcm380& engine() {
     return *EtherSwitchBcm380::getInstance();
-}
-
-bool stands(const std::string& device) {
-    return engine().isInterfaceExisted(device.c_str());
 }
 
 // Counts what the device refuses, and names it.
@@ -51,102 +45,70 @@ private:
 
 // ---- rules ----
 
-// A rule that is not there any more was taken out by somebody else.
-bool takeRuleOut(const TableName& table, std::uint32_t id) {
+// Whether the rule is off the device: one that does not exist any more was removed by somebody else.
+bool removeFromDevice(const kit::RuleTable& table, std::uint32_t id) {
     {
-        const VlanCtlSession session;
-        if (vlanCtl_removeTagRule(table.device.c_str(), table.direction, table.tags, id) == 0) {
-            state::ruleTaken({table.device.c_str(), table.direction, table.tags}, id);
-            return true;
-        }
+        const kit::VlanCtlSession session;
+        if (kit::removeRule(table, id) == 0) return true;
     }
     return rulesOnDevice(table).value_or(0) == 0;
 }
 
-void takeOutOfEntry(VLAN_RULE_MAP_ENTRY& entry, VLAN_RULE_INFO* rules, std::uint32_t* count) {
-    std::uint32_t kept = 0;
-    for (std::uint32_t i = 0; i < *count; ++i) {
-        const VLAN_RULE_INFO rule = rules[i];
-        const TableName table = {entry.ifName, static_cast<std::uint8_t>(rule.dir),
-                                 static_cast<std::uint8_t>(rule.nbrOfTags)};
-        if (!takeRuleOut(table, rule.tagRuleId)) rules[kept++] = rule;
-    }
-    std::fill(rules + kept, rules + *count, VLAN_RULE_INFO{});
-    *count = kept;
-}
-
-void takeOutRules() {
-    for (auto found = m_VLAN_RULE_MAP_ENTRY.begin(); found != m_VLAN_RULE_MAP_ENTRY.end();) {
-        VLAN_RULE_MAP_ENTRY& entry = *found->second;
-        state::touched(state::Book::Rules, entry.ifName, entry.phyId);
-        takeOutOfEntry(entry, entry.oldRules, &entry.nbrOfOldRules);
-        takeOutOfEntry(entry, entry.newRules, &entry.nbrOfNewRules);
-        found = entry.nbrOfOldRules + entry.nbrOfNewRules == 0 ? m_VLAN_RULE_MAP_ENTRY.erase(found) : std::next(found);
-    }
+void removeRules() {
+    eraseRulesIf(
+        "", [](const auto& entry, const auto& rule) { return removeFromDevice(tableOf(entry, rule), rule.tagRuleId); });
     for (const LooseRule& rule : knownLooseRules())
-        if (takeRuleOut({rule.device, rule.direction, rule.tags}, rule.id))
-            state::ruleTaken({rule.device.c_str(), rule.direction, rule.tags}, rule.id);
+        if (removeFromDevice(rule.table, rule.id)) kit::forgetRule(rule.table, rule.id);
 }
 
-// The rules of a device that was taken away have gone with it.
+// The rules of a device that was removed have gone with it.
 void nameRulesThatStay(Refusals& refusals) {
     std::set<std::string> devices;
     for (const auto& entry : m_VLAN_RULE_MAP_ENTRY) devices.insert(entry.first.ifName);
     for (const std::string& device : devices)
-        if (!stands(device)) forgetRulesOf(device);
-    for (const Table& table : knownTables()) {
-        const std::set<std::uint32_t> ids = knownRuleIds({table.device, table.direction, table.tags});
+        if (!engine().isInterfaceExisted(device.c_str())) forgetRulesOf(device);
+    for (const CountedTable& counted : knownTables()) {
+        const kit::RuleTable& table = counted.table;
+        const std::set<std::uint32_t> ids = knownRuleIds(table);
         for (const std::uint32_t id : ids)
             refusals.add(LogText("rule %u of %s stays: vlanctl refuses", id, table.device.c_str()));
-        if (ids.empty()) state::forgetTable({table.device.c_str(), table.direction, table.tags});
+        if (ids.empty()) kit::forgetTable(table);
     }
 }
 
 // ---- devices and bridges ----
 
 // True when the device is gone.
-bool deleteDevice(const std::string& device) {
-    if (stands(device)) {
-        const VlanCtlSession session;
-        if (vlanCtl_deleteVlanInterface(device.c_str()) != 0) return false;
+bool removeIfExisting(const std::string& device) {
+    if (!engine().isInterfaceExisted(device.c_str())) {
+        kit::forgetDevice(device.c_str());
+        return true;
     }
-    state::deviceGone(device.c_str());
-    return true;
-}
-
-bool deleteBridge(const std::string& bridge) {
-    if (stands(bridge)) {
-        engine().ifDown(bridge.c_str());
-        if (br_init() != 0) return false;
-        const bool deleted = br_del_bridge(bridge.c_str()) == 0;
-        br_shutdown();
-        if (!deleted) return false;
-    }
-    state::deviceGone(bridge.c_str());
-    return true;
+    if (kit::isBridge(device)) return kit::deleteBridge(device.c_str()) == InterfaceResult::Done;
+    const kit::VlanCtlSession session;
+    return kit::removeDevice(device.c_str()) == 0;
 }
 
 // VLAN devices go before the devices under them, and bridges at the end.
 int orderOf(const std::string& device) {
-    if (isBridge(device)) return 3;
+    if (kit::isBridge(device)) return 3;
     if (device == kVeipDevice) return 0;
     return device.find('.') != std::string::npos ? 1 : 2;
 }
 
-void deleteDevices(Refusals& refusals) {
+void removeDevices(Refusals& refusals) {
     std::vector<std::string> devices = knownDevices();
     std::stable_sort(devices.begin(), devices.end(),
                      [](const auto& one, const auto& other) { return orderOf(one) < orderOf(other); });
     for (const std::string& device : devices)
-        if (!(isBridge(device) ? deleteBridge(device) : deleteDevice(device)))
-            refusals.add(LogText("%s stays: its removal is refused", device.c_str()));
+        if (!removeIfExisting(device)) refusals.add(LogText("%s stays: its removal is refused", device.c_str()));
 }
 
 // ---- hosts and the runner ----
 
 void removeHosts() {
     for (const IpHost& host : knownIpHosts()) {
-        const DeviceName device("br%d.%d", host.bridgeId, host.uniPort);
+        const DeviceName device = kit::ipHostName(host.bridgeId, host.uniPort);
         IpHostCommands commands(engine());
         commands.removeKey(host.mac.c_str());
         if (host.dhcp) {
@@ -156,41 +118,15 @@ void removeHosts() {
         }
         commands.deleteHostFlowClass();
         commands.removeKeyMask();
-        state::ipHostGone(host.bridgeId, host.uniPort);
+        kit::noteMark(false, kit::Entry::IpHosts, host.bridgeId, host.uniPort);
     }
 }
 
 void removeRunnerObjects() {
     for (const std::uint16_t uniPort : knownDscpShortcuts()) {
-        uni_tagging::removeDscpShortcut(uniPort);
-        engine().unsetDscpToPbitsTable(DeviceName("sid%d", uniPort - 1).get());
+        kit::removeDscpShortcut(uniPort);
+        engine().unsetDscpToPbitsTable(kit::uniName(uniPort - 1U).get());
     }
-}
-
-// ---- the maps ----
-
-template <typename Map>
-void forget(Map& map, state::Book book) {
-    for (const auto& entry : map) state::touched(book, entry.first);
-    map.clear();
-}
-
-void forgetServiceMaps() {
-    using state::Book;
-    forgetServices();
-    forget(m_BridgeIdToUniId, Book::BridgeUni);
-    forget(tGemPortMap, Book::ServiceGem);
-    forget(gemPortPbitToQMap, Book::PbitQueues);
-    for (std::uint8_t pbit = 0; pbit < 8; ++pbit) {
-        xgemPortIdForPbit[pbit] = kNoGemPort;
-        xgemUpstremQueueForPbit[pbit] = 0;
-        state::touched(Book::PbitGem, pbit);
-    }
-    for (auto* marks : {&m_dscpConfigInfo, &m_cTagConfigInfo}) forget(*marks, Book::ModelMarks);
-    engine().setMcastGemInfo(0, 0);
-    storeShared(EtherSwitchBcm380::multicastEnable, 0);
-    EtherSwitchBcm380::numServices = 0;
-    state::touched(Book::IpHostCount);
 }
 
 }  // namespace
@@ -203,12 +139,13 @@ int cleanDevice() {
     const state::Operation operation;
     Refusals refusals;
     removeRunnerObjects();
-    takeOutRules();
+    removeRules();
     removeHosts();
-    deleteDevices(refusals);
+    removeDevices(refusals);
     nameRulesThatStay(refusals);
     cleanPon([&](const char* line) { refusals.add(LogText("%s", line)); });
-    forgetServiceMaps();
+    forgetServices();
+    engine_maps::clear();
     return refusals.count();
 }
 

@@ -2,11 +2,12 @@
 
 #include <utility>
 
+#include "BRCM/BCM968580/DATA/FilterBytes.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCheck.h"
-#include "BRCM/BCM968580/DATA/restart/DeviceNames.h"
 #include "BRCM/BCM968580/DATA/restart/MapBook.h"
+#include "kit/DeviceNames.h"
 
-using state::Book;
+using kit::Entry;
 using state::ByteReader;
 
 namespace restart {
@@ -23,13 +24,13 @@ bool isIpHost(ByteReader& key, ByteReader& value) {
     return isSafeIpHost("vorn_hal_state_open", host);
 }
 
-// Reads every fact of the book as it is now, changes that no commit has written yet included.
+// Reads every entry of the kind as it is now, changes that no commit has written yet included.
 template <typename Read>
-auto facts(Book book, Read read) {
+auto entriesOf(Entry kind, Read read) {
     std::vector<decltype(read(std::declval<ByteReader&>(), std::declval<ByteReader&>()))> found;
     const state::Journal* const journal = state::journal();
     if (journal == nullptr) return found;
-    for (const auto& [keyBytes, valueBytes] : journal->current(book)) {
+    for (const auto& [keyBytes, valueBytes] : journal->current(kit::keyOf(kind))) {
         ByteReader key(keyBytes);
         ByteReader value(valueBytes);
         key.u8();
@@ -44,42 +45,42 @@ std::uint16_t number(ByteReader& key, ByteReader& /*value*/) {
 
 }  // namespace
 
-bool isFact(Book book, ByteReader& key, ByteReader& value) {
-    switch (book) {
-        case Book::Devices:
-            if (!isMadeDevice(key.text())) return false;
+bool isDeviceEntry(Entry kind, ByteReader& key, ByteReader& value) {
+    switch (kind) {
+        case Entry::Devices:
+            if (!kit::isCreatedDevice(key.text())) return false;
             value.flag();
             break;
-        case Book::Members:
-            if (!isPlainDeviceName(key.text()) || !isBridge(value.text())) return false;
+        case Entry::Members:
+            if (!kit::isPlainDeviceName(key.text()) || !kit::isBridge(value.text())) return false;
             break;
-        case Book::Tables:
-            if (!isPlainDeviceName(key.text())) return false;
+        case Entry::Tables:
+            if (!kit::isPlainDeviceName(key.text())) return false;
             key.raw(2);
             value.u32();
             break;
-        case Book::LooseRules:
-            if (!isPlainDeviceName(key.text())) return false;
+        case Entry::LooseRules:
+            if (!kit::isPlainDeviceName(key.text())) return false;
             key.raw(2);
             key.u32();
             break;
-        case Book::GemUp:
+        case Entry::GemUp:
             key.u16();
             value.flag();
             break;
-        case Book::IpHosts:
+        case Entry::IpHosts:
             if (!isIpHost(key, value)) return false;
             break;
-        case Book::DscpShortcuts:
-        case Book::TcontQueues:
+        case Entry::DscpShortcuts:
+        case Entry::TcontQueues:
             key.u16();
             break;
-        case Book::DhcpClients:
+        case Entry::DhcpClients:
             key.raw(4);
             break;
-        case Book::SettledRows:
-            if (!isPlainDeviceName(key.text())) return false;
-            key.raw(16);
+        case Entry::RemovedRows:
+            if (!kit::isPlainDeviceName(key.text())) return false;
+            key.raw(2 + 2 * kFilterBytes);
             break;
         default:
             return false;
@@ -88,41 +89,45 @@ bool isFact(Book book, ByteReader& key, ByteReader& value) {
 }
 
 std::vector<std::string> knownDevices() {
-    return facts(Book::Devices, [](ByteReader& key, ByteReader&) { return key.text(); });
+    return entriesOf(Entry::Devices, [](ByteReader& key, ByteReader&) { return key.text(); });
 }
 
 std::vector<Member> knownMembers() {
-    return facts(Book::Members, [](ByteReader& key, ByteReader& value) { return Member{key.text(), value.text()}; });
+    return entriesOf(Entry::Members, [](ByteReader& key, ByteReader& value) {
+        return Member{key.text(), value.text()};
+    });
 }
 
-std::vector<Table> knownTables() {
-    return facts(Book::Tables, [](ByteReader& key, ByteReader& value) {
-        return Table{key.text(), key.u8(), key.u8(), value.u32()};
+std::vector<CountedTable> knownTables() {
+    return entriesOf(Entry::Tables, [](ByteReader& key, ByteReader& value) {
+        return CountedTable{{key.text(), key.u8(), key.u8()}, value.u32()};
     });
 }
 
 std::vector<LooseRule> knownLooseRules() {
-    return facts(Book::LooseRules, [](ByteReader& key, ByteReader&) {
-        return LooseRule{key.text(), key.u8(), key.u8(), key.u32()};
+    return entriesOf(Entry::LooseRules, [](ByteReader& key, ByteReader&) {
+        return LooseRule{{key.text(), key.u8(), key.u8()}, key.u32()};
     });
 }
 
 std::vector<GemPortState> knownGemPorts() {
-    return facts(Book::GemUp, [](ByteReader& key, ByteReader& value) { return GemPortState{key.u16(), value.flag()}; });
+    return entriesOf(Entry::GemUp, [](ByteReader& key, ByteReader& value) {
+        return GemPortState{key.u16(), value.flag()};
+    });
 }
 
 std::vector<IpHost> knownIpHosts() {
-    return facts(Book::IpHosts, [](ByteReader& key, ByteReader& value) {
+    return entriesOf(Entry::IpHosts, [](ByteReader& key, ByteReader& value) {
         return IpHost{key.u16(), key.u16(), value.text(), value.text(), value.flag()};
     });
 }
 
 std::vector<std::uint16_t> knownDscpShortcuts() {
-    return facts(Book::DscpShortcuts, number);
+    return entriesOf(Entry::DscpShortcuts, number);
 }
 
 std::vector<std::uint16_t> knownTcontsWithQueues() {
-    return facts(Book::TcontQueues, number);
+    return entriesOf(Entry::TcontQueues, number);
 }
 
 }  // namespace restart

@@ -1,4 +1,4 @@
-// The facts of a state file: what it says of the device beyond the library's maps.
+// What the state file says of the device beyond the library's maps.
 #ifndef BRCM_BCM968580_DATA_RESTART_FACT_BOOK_H
 #define BRCM_BCM968580_DATA_RESTART_FACT_BOOK_H
 
@@ -6,18 +6,16 @@
 #include <string>
 #include <vector>
 
+#include "kit/Rules.h"
+
 namespace restart {
 
-struct Table {
-    std::string device;
-    std::uint8_t direction;
-    std::uint8_t tags;
+struct CountedTable {
+    kit::RuleTable table;
     std::uint32_t rules;  // in the table, as noted
 };
 struct LooseRule {
-    std::string device;
-    std::uint8_t direction;
-    std::uint8_t tags;
+    kit::RuleTable table;
     std::uint32_t id;
 };
 struct Member {
@@ -39,7 +37,7 @@ struct IpHost {
 // What the open state file says now, in the order of the names or numbers.
 std::vector<std::string> knownDevices();
 std::vector<Member> knownMembers();
-std::vector<Table> knownTables();
+std::vector<CountedTable> knownTables();
 std::vector<LooseRule> knownLooseRules();
 std::vector<GemPortState> knownGemPorts();
 std::vector<IpHost> knownIpHosts();

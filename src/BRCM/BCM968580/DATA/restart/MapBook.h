@@ -1,4 +1,4 @@
-// How the maps of the library stand in the state file, one row a book.
+// How the maps of the library are written to the state file and read back: one row for each kind of entry.
 #ifndef BRCM_BCM968580_DATA_RESTART_MAP_BOOK_H
 #define BRCM_BCM968580_DATA_RESTART_MAP_BOOK_H
 
@@ -6,31 +6,31 @@
 #include <string>
 #include <vector>
 
-#include "state/Books.h"
+#include "kit/StateEntries.h"
 #include "state/Journal.h"
 
 namespace restart {
 
 // What becomes of an entry that is read.
-enum class Taking { Check, PutBack };
+enum class Reading { Check, Restore };
 
-struct MapBook {
-    state::Book book;
+struct MapEntries {
+    kit::Entry kind;
     // The map's value at the key; false when there is none.
     state::Journal::ReadMap read;
-    // False when key or value are none of this book's; with PutBack an entry that was checked goes into the map.
-    bool (*take)(state::ByteReader& key, state::ByteReader& value, Taking taking);
+    // False when key or value are none of this kind; with Restore an entry that was checked goes into the map.
+    bool (*restore)(state::ByteReader& key, state::ByteReader& value, Reading reading);
     // Every key that the map has now.
     void (*forEachKey)(const std::function<void(const std::string&)>& visit);
 };
 
-const std::vector<MapBook>& ponBooks();      // PonBooks.cpp
-const std::vector<MapBook>& serviceBooks();  // ServiceBooks.cpp
-const std::vector<MapBook>& ruleBooks();     // RuleBook.cpp
-void forEachMapBook(const std::function<void(const MapBook&)>& visit);
+const std::vector<MapEntries>& ponMaps();      // PonMaps.cpp
+const std::vector<MapEntries>& serviceMaps();  // ServiceMaps.cpp
+const std::vector<MapEntries>& ruleMap();      // RuleMapEntries.cpp
+void forEachMap(const std::function<void(const MapEntries&)>& visit);
 
-// Whether an entry of a book without a map is well formed (Facts.cpp).
-bool isFact(state::Book book, state::ByteReader& key, state::ByteReader& value);
+// Whether an entry that no map has is well formed (DeviceEntries.cpp).
+bool isDeviceEntry(kit::Entry kind, state::ByteReader& key, state::ByteReader& value);
 
 }  // namespace restart
 

@@ -3,9 +3,9 @@
 #include <map>
 
 #include "BRCM/BCM968580/DATA/restart/MapBook.h"
-#include "xpon/OnuXponHalAdapterBCM.h"
+#include "xpon/PonMaps.h"
 
-using state::Book;
+using kit::Entry;
 using state::ByteReader;
 using state::ByteWriter;
 
@@ -15,13 +15,9 @@ namespace {
 
 using IndexMap = std::map<std::uint16_t, std::uint16_t>;
 
-OnuXponHalAdapterBCM& adapter() {
-    return *OnuXponHalAdapterBCM::getInstance();
-}
-
 template <IndexMap OnuXponHalAdapterBCM::*Map>
 bool read(ByteReader& key, ByteWriter& value) {
-    const IndexMap& map = adapter().*Map;
+    const IndexMap& map = ponAdapter().*Map;
     const auto entry = map.find(key.u16());
     if (entry == map.end()) return false;
     value.add(entry->second);
@@ -29,22 +25,22 @@ bool read(ByteReader& key, ByteWriter& value) {
 }
 
 template <IndexMap OnuXponHalAdapterBCM::*Map>
-bool take(ByteReader& key, ByteReader& value, Taking taking) {
+bool restore(ByteReader& key, ByteReader& value, Reading reading) {
     const std::uint16_t number = key.u16();
     const std::uint16_t index = value.u16();
     if (!key.done() || !value.done()) return false;
-    if (taking == Taking::PutBack) (adapter().*Map).emplace(number, index);
+    if (reading == Reading::Restore) (ponAdapter().*Map).emplace(number, index);
     return true;
 }
 
-template <IndexMap OnuXponHalAdapterBCM::*Map, Book Of>
+template <IndexMap OnuXponHalAdapterBCM::*Map, Entry Of>
 void forEachKey(const std::function<void(const std::string&)>& visit) {
-    for (const auto& entry : adapter().*Map) visit(keyOf(Of, entry.first));
+    for (const auto& entry : ponAdapter().*Map) visit(kit::keyOf(Of, entry.first));
 }
 
-template <IndexMap OnuXponHalAdapterBCM::*Map, Book Of>
-constexpr MapBook indexBook() {
-    return {Of, read<Map>, take<Map>, forEachKey<Map, Of>};
+template <IndexMap OnuXponHalAdapterBCM::*Map, Entry Of>
+constexpr MapEntries indexMap() {
+    return {Of, read<Map>, restore<Map>, forEachKey<Map, Of>};
 }
 
 bool readCount(ByteReader& /*key*/, ByteWriter& value) {
@@ -53,27 +49,27 @@ bool readCount(ByteReader& /*key*/, ByteWriter& value) {
     return true;
 }
 
-bool takeCount(ByteReader& key, ByteReader& value, Taking taking) {
+bool restoreCount(ByteReader& key, ByteReader& value, Reading reading) {
     const std::int32_t count = value.i32();
     if (!key.done() || !value.done()) return false;
-    if (taking == Taking::PutBack) g_GemCnt = count;
+    if (reading == Reading::Restore) g_GemCnt = count;
     return true;
 }
 
 void countKey(const std::function<void(const std::string&)>& visit) {
-    if (g_GemCnt != 0) visit(keyOf(Book::GemCount));
+    if (g_GemCnt != 0) visit(kit::keyOf(Entry::GemCount));
 }
 
 }  // namespace
 
-const std::vector<MapBook>& ponBooks() {
-    static const auto& books = *new std::vector<MapBook>{
-        indexBook<&OnuXponHalAdapterBCM::allocIdMap, Book::AllocIds>(),
-        indexBook<&OnuXponHalAdapterBCM::tcontIdxToGemPortMap, Book::TcontGem>(),
-        indexBook<&OnuXponHalAdapterBCM::gemPortMap, Book::PonGem>(),
-        {Book::GemCount, readCount, takeCount, countKey},
+const std::vector<MapEntries>& ponMaps() {
+    static const auto& maps = *new std::vector<MapEntries>{
+        indexMap<&OnuXponHalAdapterBCM::allocIdMap, Entry::AllocIds>(),
+        indexMap<&OnuXponHalAdapterBCM::tcontIdxToGemPortMap, Entry::TcontGem>(),
+        indexMap<&OnuXponHalAdapterBCM::gemPortMap, Entry::PonGem>(),
+        {Entry::GemCount, readCount, restoreCount, countKey},
     };
-    return books;
+    return maps;
 }
 
 }  // namespace restart

@@ -1,4 +1,4 @@
-// Opening a state file: read, check, put back, settle what was unfinished, compare with the device.
+// Opening a state file: read, check, restore, settle what was unfinished, compare with the device.
 #include "BRCM/BCM968580/DATA/restart/Restart.h"
 
 #include <memory>
@@ -28,15 +28,15 @@ std::string bootId() {
     return text.substr(0, text.find('\n'));
 }
 
-const MapBook* mapBookOf(state::Book book) {
-    const MapBook* found = nullptr;
-    forEachMapBook([&](const MapBook& candidate) {
-        if (candidate.book == book) found = &candidate;
+const MapEntries* mapOf(kit::Entry kind) {
+    const MapEntries* found = nullptr;
+    forEachMap([&](const MapEntries& candidate) {
+        if (candidate.kind == kind) found = &candidate;
     });
     return found;
 }
 
-// The entry's key without the number of its book.
+// The entry's key without the number of its kind.
 state::ByteReader partsOf(const std::string& key) {
     state::ByteReader parts(key);
     parts.u8();
@@ -44,11 +44,11 @@ state::ByteReader partsOf(const std::string& key) {
 }
 
 bool isEntry(const std::string& keyBytes, const std::string& valueBytes) {
-    const auto book = static_cast<state::Book>(keyBytes[0]);
+    const auto kind = static_cast<kit::Entry>(keyBytes[0]);
     state::ByteReader key = partsOf(keyBytes);
     state::ByteReader value(valueBytes);
-    if (const MapBook* map = mapBookOf(book)) return map->take(key, value, Taking::Check);
-    return isFact(book, key, value);
+    if (const MapEntries* map = mapOf(kind)) return map->restore(key, value, Reading::Check);
+    return isDeviceEntry(kind, key, value);
 }
 
 bool isSound(const state::Journal& journal) {
@@ -61,23 +61,23 @@ bool isSound(const state::Journal& journal) {
 
 bool mapsAreEmpty() {
     bool empty = true;
-    forEachMapBook([&](const MapBook& book) {
-        book.forEachKey([&](const std::string& key) {
+    forEachMap([&](const MapEntries& map) {
+        map.forEachKey([&](const std::string& key) {
             state::ByteReader parts = partsOf(key);
             state::ByteWriter value;
-            if (book.read(parts, value)) empty = false;
+            if (map.read(parts, value)) empty = false;
         });
     });
     return empty;
 }
 
-void putBack(const state::Journal& journal) {
+void restoreMaps(const state::Journal& journal) {
     for (const auto& [keyBytes, valueBytes] : journal.entries()) {
-        const MapBook* const map = mapBookOf(static_cast<state::Book>(keyBytes[0]));
+        const MapEntries* const map = mapOf(static_cast<kit::Entry>(keyBytes[0]));
         if (map == nullptr) continue;
         state::ByteReader key = partsOf(keyBytes);
         state::ByteReader value(valueBytes);
-        map->take(key, value, Taking::PutBack);
+        map->restore(key, value, Reading::Restore);
     }
 }
 
@@ -103,8 +103,8 @@ int openState(const char* path) {
     const bool restores = !journal->entries().empty() || !journal->unfinished().empty();
     if (restores && !mapsAreEmpty()) return refuse(path, "holds a state, and services have been provisioned already");
 
-    forEachMapBook([&](const MapBook& book) { journal->setReader(book.book, book.read); });
-    putBack(*journal);
+    forEachMap([&](const MapEntries& map) { journal->setReader(static_cast<std::uint8_t>(map.kind), map.read); });
+    restoreMaps(*journal);
     openPath() = path;
     state::Journal& opened = *journal.release();  // as long as the process
     state::currentJournal.store(&opened, std::memory_order_release);
@@ -115,8 +115,8 @@ int openState(const char* path) {
             settleUnfinished(unfinished);
             compareWithDevice();
         } else {
-            forEachMapBook(
-                [&](const MapBook& book) { book.forEachKey([&](const std::string& key) { opened.touch(key); }); });
+            forEachMap(
+                [&](const MapEntries& map) { map.forEachKey([&](const std::string& key) { opened.touch(key); }); });
         }
     }
     if (restores) opened.compact();  // what led to it is of no use any more

@@ -3,10 +3,11 @@
 #include <cstring>
 
 #include "BRCM/BCM968580/DATA/EngineState.h"
-#include "BRCM/BCM968580/DATA/restart/DeviceNames.h"
+#include "BRCM/BCM968580/DATA/FilterBytes.h"
 #include "BRCM/BCM968580/DATA/restart/MapBook.h"
+#include "kit/DeviceNames.h"
 
-using state::Book;
+using kit::Entry;
 using state::ByteReader;
 using state::ByteWriter;
 
@@ -14,23 +15,11 @@ namespace restart {
 
 namespace {
 
-void add(ByteWriter& value, const VlanTagFilter_t& filter) {
-    value.add(filter.prio).add(filter.vlanId).add(filter.tpid_de);
-}
-
-void add(ByteWriter& value, const VLAN_RULE_INFO& rule) {
+void addRule(ByteWriter& value, const VLAN_RULE_INFO& rule) {
     value.add(rule.dir).add(rule.nbrOfTags).add(rule.tagRuleId);
-    add(value, rule.outer);
-    add(value, rule.inner);
+    addPart(value, rule.outer);
+    addPart(value, rule.inner);
     value.add(rule.etherType);
-}
-
-VlanTagFilter_t filterFrom(ByteReader& value) {
-    VlanTagFilter_t filter{};
-    filter.prio = value.u8();
-    filter.vlanId = value.u16();
-    filter.tpid_de = value.u32();
-    return filter;
 }
 
 VLAN_RULE_INFO ruleFrom(ByteReader& value) {
@@ -50,16 +39,16 @@ bool read(ByteReader& key, ByteWriter& value) {
     if (found == m_VLAN_RULE_MAP_ENTRY.end() || found->second == nullptr) return false;
     const VLAN_RULE_MAP_ENTRY& entry = *found->second;
     value.add(static_cast<std::uint8_t>(entry.nbrOfOldRules));
-    for (std::uint32_t i = 0; i < entry.nbrOfOldRules; ++i) add(value, entry.oldRules[i]);
-    for (std::uint32_t i = 0; i < entry.nbrOfNewRules; ++i) add(value, entry.newRules[i]);
+    for (std::uint32_t i = 0; i < entry.nbrOfOldRules; ++i) addRule(value, entry.oldRules[i]);
+    for (std::uint32_t i = 0; i < entry.nbrOfNewRules; ++i) addRule(value, entry.newRules[i]);
     return true;
 }
 
-bool take(ByteReader& key, ByteReader& value, Taking taking) {
+bool restore(ByteReader& key, ByteReader& value, Reading reading) {
     const std::string device = key.text();
     auto entry = std::make_unique<VLAN_RULE_MAP_ENTRY>();
     entry->phyId = key.u16();
-    if (!key.done() || !isPlainDeviceName(device)) return false;
+    if (!key.done() || !kit::isPlainDeviceName(device)) return false;
     std::memcpy(entry->ifName, device.data(), device.size());
     entry->nbrOfOldRules = value.u8();
     if (entry->nbrOfOldRules > kMaxVlanRules) return false;
@@ -69,19 +58,20 @@ bool take(ByteReader& key, ByteReader& value, Taking taking) {
         entry->newRules[entry->nbrOfNewRules++] = ruleFrom(value);
     }
     if (!value.done()) return false;
-    if (taking == Taking::PutBack) m_VLAN_RULE_MAP_ENTRY[{device, entry->phyId}] = std::move(entry);
+    if (reading == Reading::Restore) m_VLAN_RULE_MAP_ENTRY[{device, entry->phyId}] = std::move(entry);
     return true;
 }
 
 void forEachKey(const std::function<void(const std::string&)>& visit) {
-    for (const auto& entry : m_VLAN_RULE_MAP_ENTRY) visit(keyOf(Book::Rules, entry.first.ifName, entry.first.phyId));
+    for (const auto& entry : m_VLAN_RULE_MAP_ENTRY)
+        visit(kit::keyOf(Entry::Rules, entry.first.ifName, entry.first.phyId));
 }
 
 }  // namespace
 
-const std::vector<MapBook>& ruleBooks() {
-    static const auto& books = *new std::vector<MapBook>{{Book::Rules, read, take, forEachKey}};
-    return books;
+const std::vector<MapEntries>& ruleMap() {
+    static const auto& maps = *new std::vector<MapEntries>{{Entry::Rules, read, restore, forEachKey}};
+    return maps;
 }
 
 }  // namespace restart

@@ -7,28 +7,24 @@
 #include <set>
 #include <string>
 
+#include "kit/Rules.h"
+
 namespace restart {
 
-struct TableName {
-    std::string device;
-    std::uint8_t direction;
-    std::uint8_t tags;
-};
-
-// None when vlanctl does not tell, as for a device that is not there.
-std::optional<std::uint32_t> rulesOnDevice(const TableName& table);
+// None when vlanctl does not answer, as for a device that does not exist.
+std::optional<std::uint32_t> rulesOnDevice(const kit::RuleTable& table);
 // The ids of the table's rules in the maps and beside them.
-std::set<std::uint32_t> knownRuleIds(const TableName& table);
+std::set<std::uint32_t> knownRuleIds(const kit::RuleTable& table);
 std::uint32_t highestKnownRuleId();
 
 // Takes out a rule whose insertion was noted, and whose operation did not end. The table had `before` rules then. Where
 // the id did not get into the file, the number of rules tells whether vlanctl got to it; the rule is the one among the
 // table's rules that nothing knows.
-void takeBackRule(const TableName& table, std::uint32_t before, std::optional<std::uint32_t> id,
+void takeBackRule(const kit::RuleTable& table, std::uint32_t before, std::optional<std::uint32_t> id,
                   std::uint32_t highestId);
 
 // Forgets the maps' rules in a table that is empty, or of a device that is gone. The number of rules.
-std::size_t forgetRules(const TableName& table);
+std::size_t forgetRules(const kit::RuleTable& table);
 std::size_t forgetRulesOf(const std::string& device);
 
 }  // namespace restart

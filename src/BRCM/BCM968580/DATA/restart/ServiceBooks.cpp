@@ -5,11 +5,11 @@
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
-#include "BRCM/BCM968580/DATA/restart/DeviceNames.h"
 #include "BRCM/BCM968580/DATA/restart/MapBook.h"
 #include "hal/SharedVariable.h"
+#include "kit/DeviceNames.h"
 
-using state::Book;
+using kit::Entry;
 using state::ByteReader;
 using state::ByteWriter;
 
@@ -30,17 +30,17 @@ bool readNumber(ByteReader& key, ByteWriter& value) {
 }
 
 template <typename Map, Map& TheMap>
-bool takeNumber(ByteReader& key, ByteReader& value, Taking taking) {
+bool restoreNumber(ByteReader& key, ByteReader& value, Reading reading) {
     const auto number = key.number<typename Map::key_type>();
     const auto mapped = value.number<typename Map::mapped_type>();
     if (!key.done() || !value.done()) return false;
-    if (taking == Taking::PutBack) TheMap.emplace(number, mapped);
+    if (reading == Reading::Restore) TheMap.emplace(number, mapped);
     return true;
 }
 
-template <typename Map, Map& TheMap, Book Of>
+template <typename Map, Map& TheMap, Entry Of>
 void forEachNumber(const Visit& visit) {
-    for (const auto& entry : TheMap) visit(keyOf(Of, entry.first));
+    for (const auto& entry : TheMap) visit(kit::keyOf(Of, entry.first));
 }
 
 using BridgeToUni = std::map<std::uint32_t, std::uint32_t>;
@@ -58,12 +58,12 @@ bool readPbit(ByteReader& key, ByteWriter& value) {
     return true;
 }
 
-bool takePbit(ByteReader& key, ByteReader& value, Taking taking) {
+bool restorePbit(ByteReader& key, ByteReader& value, Reading reading) {
     const std::uint8_t pbit = key.u8();
     const std::uint16_t gemPortId = value.u16();
     const std::uint16_t queue = value.u16();
     if (!key.done() || !value.done() || pbit >= kPbits) return false;
-    if (taking == Taking::PutBack) {
+    if (reading == Reading::Restore) {
         xgemPortIdForPbit[pbit] = gemPortId;
         xgemUpstremQueueForPbit[pbit] = queue;
     }
@@ -71,7 +71,7 @@ bool takePbit(ByteReader& key, ByteReader& value, Taking taking) {
 }
 
 void forEachPbit(const Visit& visit) {
-    for (std::uint8_t pbit = 0; pbit < kPbits; ++pbit) visit(keyOf(Book::PbitGem, pbit));
+    for (std::uint8_t pbit = 0; pbit < kPbits; ++pbit) visit(kit::keyOf(Entry::PbitGem, pbit));
 }
 
 // A queue and a byte with a bit for each of its p-bits.
@@ -87,7 +87,7 @@ bool readQueues(ByteReader& key, ByteWriter& value) {
     return true;
 }
 
-bool takeQueues(ByteReader& key, ByteReader& value, Taking taking) {
+bool restoreQueues(ByteReader& key, ByteReader& value, Reading reading) {
     const std::uint16_t gemPortId = key.u16();
     if (!key.done()) return false;
     std::map<std::uint16_t, std::set<std::uint8_t>> queues;
@@ -98,12 +98,12 @@ bool takeQueues(ByteReader& key, ByteReader& value, Taking taking) {
             if ((bits >> pbit & 1U) != 0) pbits.insert(pbit);
     }
     if (!value.done()) return false;
-    if (taking == Taking::PutBack) gemPortPbitToQMap.emplace(gemPortId, std::move(queues));
+    if (reading == Reading::Restore) gemPortPbitToQMap.emplace(gemPortId, std::move(queues));
     return true;
 }
 
 void forEachQueues(const Visit& visit) {
-    for (const auto& port : gemPortPbitToQMap) visit(keyOf(Book::PbitQueues, port.first));
+    for (const auto& port : gemPortPbitToQMap) visit(kit::keyOf(Entry::PbitQueues, port.first));
 }
 
 // ---- VLAN model marks: for each of the two maps whether it has the port, and what it says ----
@@ -120,19 +120,19 @@ bool readMarks(ByteReader& key, ByteWriter& value) {
     return m_dscpConfigInfo.count(uniPort) != 0 || m_cTagConfigInfo.count(uniPort) != 0;
 }
 
-bool takeMarks(ByteReader& key, ByteReader& value, Taking taking) {
+bool restoreMarks(ByteReader& key, ByteReader& value, Reading reading) {
     const std::uint32_t uniPort = key.u32();
     for (std::map<std::uint32_t, bool>* marks : {&m_dscpConfigInfo, &m_cTagConfigInfo}) {
         const bool known = value.flag();
         const bool mark = value.flag();
-        if (taking == Taking::PutBack && known) marks->emplace(uniPort, mark);
+        if (reading == Reading::Restore && known) marks->emplace(uniPort, mark);
     }
     return key.done() && value.done();
 }
 
 void forEachMarks(const Visit& visit) {
     for (const auto* marks : {&m_dscpConfigInfo, &m_cTagConfigInfo})
-        for (const auto& mark : *marks) visit(keyOf(Book::ModelMarks, mark.first));
+        for (const auto& mark : *marks) visit(kit::keyOf(Entry::ModelMarks, mark.first));
 }
 
 // ---- services at the gateway ----
@@ -148,7 +148,7 @@ bool readService(ByteReader& key, ByteWriter& value) {
     return true;
 }
 
-bool takeService(ByteReader& key, ByteReader& value, Taking taking) {
+bool restoreService(ByteReader& key, ByteReader& value, Reading reading) {
     const std::string device = key.text();
     const std::uint16_t vlanId = key.u16();
     const std::uint16_t pbits = key.u16();
@@ -161,30 +161,30 @@ bool takeService(ByteReader& key, ByteReader& value, Taking taking) {
     service.gemPortId = value.i32();
     service.reserved1 = value.i32();
     service.serviceType = value.i32();
-    if (!key.done() || !value.done() || !isPlainDeviceName(device)) return false;
+    if (!key.done() || !value.done() || !kit::isPlainDeviceName(device)) return false;
     if (static_cast<std::uint16_t>(service.vlanId) != vlanId || static_cast<std::uint16_t>(service.pbits) != pbits)
         return false;
     std::memcpy(service.ifName, device.data(), device.size());
-    return taking == Taking::Check || putBackService(service);
+    return reading == Reading::Check || putBackService(service);
 }
 
 void forEachService(const Visit& visit) {
     for (const auto& service : m_SERVICE_MAP_ENTRY)
-        visit(keyOf(Book::Services, service.first.ifName, service.first.vlanId, service.first.pbits));
+        visit(kit::keyOf(Entry::Services, service.first.ifName, service.first.vlanId, service.first.pbits));
 }
 
-// ---- single values: an entry stands while they are not as a new process has them ----
+// ---- single values: an entry exists while they are not as a new process has them ----
 
 bool readLastService(ByteReader& /*key*/, ByteWriter& value) {
     value.add(protocolNumber).add(m_aniTagRuleId);
     return protocolNumber != 0 || m_aniTagRuleId != 0;
 }
 
-bool takeLastService(ByteReader& key, ByteReader& value, Taking taking) {
+bool restoreLastService(ByteReader& key, ByteReader& value, Reading reading) {
     const std::uint8_t protocol = value.u8();
     const auto ruleId = value.number<std::int16_t>();
     if (!key.done() || !value.done()) return false;
-    if (taking == Taking::PutBack) {
+    if (reading == Reading::Restore) {
         protocolNumber = protocol;
         m_aniTagRuleId = ruleId;
     }
@@ -197,12 +197,12 @@ bool readMulticast(ByteReader& /*key*/, ByteWriter& value) {
     return mcastGemPortId != 0 || mcastGemPortIndex != 0 || services != 0;
 }
 
-bool takeMulticast(ByteReader& key, ByteReader& value, Taking taking) {
+bool restoreMulticast(ByteReader& key, ByteReader& value, Reading reading) {
     const std::int32_t gemPortId = value.i32();
     const std::int32_t gemIndex = value.i32();
     const std::int32_t services = value.i32();
     if (!key.done() || !value.done()) return false;
-    if (taking == Taking::PutBack) {
+    if (reading == Reading::Restore) {
         mcastGemPortId = gemPortId;
         mcastGemPortIndex = gemIndex;
         storeShared(EtherSwitchBcm380::multicastEnable, services);
@@ -216,11 +216,11 @@ bool readHosts(ByteReader& /*key*/, ByteWriter& value) {
     return EtherSwitchBcm380::numServices != 0 || stag != kNoStag;
 }
 
-bool takeHosts(ByteReader& key, ByteReader& value, Taking taking) {
+bool restoreHosts(ByteReader& key, ByteReader& value, Reading reading) {
     const std::int32_t hosts = value.i32();
     const std::uint16_t stag = value.u16();
     if (!key.done() || !value.done()) return false;
-    if (taking == Taking::PutBack) {
+    if (reading == Reading::Restore) {
         EtherSwitchBcm380::numServices = hosts;
         EtherSwitchBcm380::getInstance()->iPhost_Stag = stag;
     }
@@ -233,43 +233,43 @@ bool readAction(ByteReader& /*key*/, ByteWriter& value) {
     return action != 0;
 }
 
-bool takeAction(ByteReader& key, ByteReader& value, Taking taking) {
+bool restoreAction(ByteReader& key, ByteReader& value, Reading reading) {
     const std::int32_t action = value.i32();
     if (!key.done() || !value.done()) return false;
-    if (taking == Taking::PutBack) EtherSwitchBcm380::getInstance()->setOmciAction(action);
+    if (reading == Reading::Restore) EtherSwitchBcm380::getInstance()->setOmciAction(action);
     return true;
 }
 
-template <Book Of>
+template <Entry Of>
 void onlyKey(const Visit& visit) {
-    visit(keyOf(Of));
+    visit(kit::keyOf(Of));
 }
 
 }  // namespace
 
-const std::vector<MapBook>& serviceBooks() {
+const std::vector<MapEntries>& serviceMaps() {
     using Bridges = BridgeToUni;
     using Gems = GemToIndex;
-    static const auto& books = *new std::vector<MapBook>{
-        {Book::BridgeUni, readNumber<Bridges, m_BridgeIdToUniId>, takeNumber<Bridges, m_BridgeIdToUniId>,
-         forEachNumber<Bridges, m_BridgeIdToUniId, Book::BridgeUni>},
-        {Book::ServiceGem, readNumber<Gems, tGemPortMap>, takeNumber<Gems, tGemPortMap>,
-         forEachNumber<Gems, tGemPortMap, Book::ServiceGem>},
-        {Book::PbitGem, readPbit, takePbit, forEachPbit},
-        {Book::PbitQueues, readQueues, takeQueues, forEachQueues},
-        {Book::LastService, readLastService, takeLastService, onlyKey<Book::LastService>},
-        {Book::Multicast, readMulticast, takeMulticast, onlyKey<Book::Multicast>},
-        {Book::ModelMarks, readMarks, takeMarks, forEachMarks},
-        {Book::Services, readService, takeService, forEachService},
-        {Book::IpHostCount, readHosts, takeHosts, onlyKey<Book::IpHostCount>},
-        {Book::OmciAction, readAction, takeAction, onlyKey<Book::OmciAction>},
+    static const auto& maps = *new std::vector<MapEntries>{
+        {Entry::BridgeUni, readNumber<Bridges, m_BridgeIdToUniId>, restoreNumber<Bridges, m_BridgeIdToUniId>,
+         forEachNumber<Bridges, m_BridgeIdToUniId, Entry::BridgeUni>},
+        {Entry::ServiceGem, readNumber<Gems, tGemPortMap>, restoreNumber<Gems, tGemPortMap>,
+         forEachNumber<Gems, tGemPortMap, Entry::ServiceGem>},
+        {Entry::PbitGem, readPbit, restorePbit, forEachPbit},
+        {Entry::PbitQueues, readQueues, restoreQueues, forEachQueues},
+        {Entry::LastService, readLastService, restoreLastService, onlyKey<Entry::LastService>},
+        {Entry::Multicast, readMulticast, restoreMulticast, onlyKey<Entry::Multicast>},
+        {Entry::ModelMarks, readMarks, restoreMarks, forEachMarks},
+        {Entry::Services, readService, restoreService, forEachService},
+        {Entry::IpHostCount, readHosts, restoreHosts, onlyKey<Entry::IpHostCount>},
+        {Entry::OmciAction, readAction, restoreAction, onlyKey<Entry::OmciAction>},
     };
-    return books;
+    return maps;
 }
 
-void forEachMapBook(const std::function<void(const MapBook&)>& visit) {
-    for (const auto* books : {&ponBooks(), &serviceBooks(), &ruleBooks()})
-        for (const MapBook& book : *books) visit(book);
+void forEachMap(const std::function<void(const MapEntries&)>& visit) {
+    for (const auto* maps : {&ponMaps(), &serviceMaps(), &ruleMap()})
+        for (const MapEntries& map : *maps) visit(map);
 }
 
 }  // namespace restart

@@ -4,40 +4,31 @@
 #include <optional>
 #include <string>
 
-#include "BRCM/BCM968580/DATA/EngineNames.h"
+#include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
-#include "BRCM/BCM968580/DATA/TagRule.h"
+#include "BRCM/BCM968580/DATA/FilterBytes.h"
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
-#include "BRCM/BCM968580/DATA/restart/DeviceNames.h"
 #include "BRCM/BCM968580/DATA/restart/RestartLog.h"
 #include "BRCM/BCM968580/DATA/restart/RuleTables.h"
-#include "bridge/BridgeControl.h"
 #include "hal/Text.h"
-#include "platform/vlanctl.h"
-#include "state/Facts.h"
+#include "kit/DeviceNames.h"
+#include "kit/Devices.h"
+#include "kit/Rules.h"
+#include "kit/StateEntries.h"
 #include "xpon/UnfinishedPon.h"
 
+using kit::Step;
 using state::ByteReader;
-using state::Step;
 
 namespace restart {
 
 namespace {
 
-constexpr std::size_t kMostTables = 4;  // of one step
 constexpr std::uint16_t kVeipPhyId = 0;
 
 EtherSwitchBcm380& engine() {
     return *EtherSwitchBcm380::getInstance();
-}
-
-VlanTagFilter_t filterFrom(ByteReader& bytes) {
-    VlanTagFilter_t filter{};
-    filter.prio = bytes.u8();
-    filter.vlanId = bytes.u16();
-    filter.tpid_de = bytes.u32();
-    return filter;
 }
 
 void freeRules(const std::string& device, std::uint16_t phyId) {
@@ -50,8 +41,7 @@ void removeRow(ByteReader& fields) {
     const std::uint16_t phyId = fields.u16();
     const VlanTagFilter_t outer = filterFrom(fields);
     const VlanTagFilter_t inner = filterFrom(fields);
-    state::rowRemovalSettled(
-        {device.c_str(), phyId, outer.prio, outer.vlanId, outer.tpid_de, inner.prio, inner.vlanId, inner.tpid_de});
+    kit::noteMark(true, kit::Entry::RemovedRows, device, phyId, outer, inner);
     for (const auto direction : {VLANCTL_DIRECTION_RX, VLANCTL_DIRECTION_TX})
         engine().deleteVlanRuleIdFromMap(device.c_str(), phyId, static_cast<std::uint16_t>(direction), &outer, &inner);
 }
@@ -67,44 +57,39 @@ void takeBackRules(ByteReader& fields, const std::vector<std::uint32_t>& ids, st
         std::optional<std::uint32_t> id;
         if (i < ids.size()) id = ids[i];
         if (id == VLANCTL_DONT_CARE) continue;
-        takeBackRule({device, direction, static_cast<std::uint8_t>(firstTags + i)}, before[i], id, highestId);
+        takeBackRule({device, direction, static_cast<std::uint32_t>(firstTags + i)}, before[i], id, highestId);
     }
 }
 
-void deleteMadeDevice(const std::string& device) {
+void removeCreatedDevice(const std::string& device) {
     if (!engine().isInterfaceExisted(device.c_str())) return;
     tell(LogText("%s was being made: taken away", device.c_str()));
-    const VlanCtlSession session;
-    if (vlanCtl_deleteVlanInterface(device.c_str()) == 0) state::deviceGone(device.c_str());
+    const kit::VlanCtlSession session;
+    kit::removeDevice(device.c_str());
 }
 
-void deleteMadeBridge(const std::string& bridge) {
+void deleteCreatedBridge(const std::string& bridge) {
     if (!engine().isInterfaceExisted(bridge.c_str())) return;
     tell(LogText("%s was being made: taken away", bridge.c_str()));
-    engine().ifDown(bridge.c_str());
-    if (br_init() != 0) return;
-    if (br_del_bridge(bridge.c_str()) == 0) state::deviceGone(bridge.c_str());
-    br_shutdown();
+    kit::deleteBridge(bridge.c_str());
 }
 
 // What an interrupted removal has left of the pair.
 void deleteAniPair(std::uint16_t bridgeId) {
-    DeviceName ani("gpon%d", bridgeId);
-    DeviceName vlan("gpon%d.%d", bridgeId, bridgeId);
+    DeviceName ani = kit::aniName(bridgeId);
+    DeviceName vlan = kit::aniVlanName(bridgeId, bridgeId);
     engine().deleteAniVlanInterface(ani.get(), vlan.get());
 }
 
 void deleteBridge(std::uint16_t bridgeId) {
-    if (engine().isInterfaceExisted(DeviceName("br%d", bridgeId).get())) engine().deleteBridgeInterface(bridgeId);
+    if (engine().isInterfaceExisted(kit::bridgeName(bridgeId).get())) engine().deleteBridgeInterface(bridgeId);
 }
 
 // Without the runner's part, which comes before the step, and without the association of bridge and UNI: the operation
 // needs it when it comes again.
 void removeUni(std::uint16_t uniPort, std::uint16_t bridgeId) {
-    freeRules(DeviceName("sid%d", uniPort - 1).get(), uniPort);
-    m_dscpConfigInfo[uniPort] = false;
-    m_cTagConfigInfo[uniPort] = false;
-    state::touched(state::Book::ModelMarks, std::uint32_t{uniPort});
+    freeRules(kit::uniName(uniPort - 1U).get(), uniPort);
+    engine_maps::clearModelMarks(uniPort);
     engine().removeUniInterfaceFromBridgeGroup(bridgeId, uniPort);
     engine().deleteUniInterface(bridgeId, uniPort);
 }
@@ -115,15 +100,14 @@ void removeVeip(std::uint16_t bridgeId, std::uint16_t gemPortId) {
     freeRules(kVeipRealDevice, kVeipPhyId);
     engine().removeVeipInterface();  // the devices on it, which the gateway may still hold for a while
     if (engine().isInterfaceExisted(kVeipDevice)) {
-        const VlanCtlSession session;
-        if (vlanCtl_deleteVlanInterface(kVeipDevice) == 0) state::deviceGone(kVeipDevice);
+        const kit::VlanCtlSession session;
+        kit::removeDevice(kVeipDevice);
     }
     engine().flushAniSideVlanRules(bridgeId, gemPortId);
 }
 
 void leaveDhcpClient(std::uint16_t bridgeId, std::uint16_t uniPort) {
-    if (state::Journal* const journal = state::journal())
-        journal->put(keyOf(state::Book::DhcpClients, bridgeId, uniPort), {});
+    kit::noteMark(true, kit::Entry::DhcpClients, bridgeId, uniPort);
 }
 
 void settle(const state::UnfinishedStep& unfinished, std::uint32_t highestId) {
@@ -140,11 +124,11 @@ void settle(const state::UnfinishedStep& unfinished, std::uint32_t highestId) {
         case Step::RemoveRow:
             removeRow(fields);
             break;
-        case Step::MakeBridge:
-            deleteMadeBridge(fields.text());
+        case Step::CreateBridge:
+            deleteCreatedBridge(fields.text());
             break;
-        case Step::MakeDevice:
-            deleteMadeDevice(fields.text());
+        case Step::CreateDevice:
+            removeCreatedDevice(fields.text());
             break;
         case Step::DeleteAniPair:
             deleteAniPair(fields.u16());
@@ -160,7 +144,7 @@ void settle(const state::UnfinishedStep& unfinished, std::uint32_t highestId) {
         case Step::ResetTcont:
             finishTcontReset(fields.u16());
             break;
-        case Step::MakeGemPort:
+        case Step::CreateGemPort:
             removeNewGemPort(fields.u16());
             break;
         case Step::RemoveGemPort:
@@ -193,31 +177,31 @@ bool isStep(const state::UnfinishedStep& step) {
     ByteReader fields(step.step);
     switch (static_cast<Step>(fields.u8())) {
         case Step::InsertRules:
-            if (!isPlainDeviceName(fields.text())) return false;
+            if (!kit::isPlainDeviceName(fields.text())) return false;
             fields.raw(2);
-            if (fields.left() == 0 || fields.left() > kMostTables * sizeof(std::uint32_t)) return false;
+            if (fields.left() == 0 || fields.left() > kit::kMaxTablesOfRule * sizeof(std::uint32_t)) return false;
             while (fields.left() > 0) fields.u32();
             break;
         case Step::FreeRules:
-            if (!isPlainDeviceName(fields.text())) return false;
+            if (!kit::isPlainDeviceName(fields.text())) return false;
             fields.u16();
             break;
         case Step::RemoveRow:
-            if (!isPlainDeviceName(fields.text())) return false;
-            fields.raw(16);
+            if (!kit::isPlainDeviceName(fields.text())) return false;
+            fields.raw(2 + 2 * kFilterBytes);
             break;
-        case Step::MakeBridge:
-            if (!isBridge(fields.text())) return false;
+        case Step::CreateBridge:
+            if (!kit::isBridge(fields.text())) return false;
             break;
-        case Step::MakeDevice:
-            if (!isMadeDevice(fields.text())) return false;
+        case Step::CreateDevice:
+            if (!kit::isCreatedDevice(fields.text())) return false;
             break;
         case Step::RaisePonDevice:
             break;
         case Step::DeleteAniPair:
         case Step::DeleteBridge:
         case Step::ResetTcont:
-        case Step::MakeGemPort:
+        case Step::CreateGemPort:
         case Step::RemoveGemPort:
             fields.u16();
             break;

@@ -1,10 +1,10 @@
 // What the Ethernet OAM agent learns of a UNI's rows: the customer VLAN of a flow and the service tag that it gets.
 #include <cstdio>
 
+#include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/uni/UniTagging.h"
-#include "state/Journal.h"
 
 namespace uni_tagging {
 namespace {
@@ -58,8 +58,7 @@ private:
             return;
         }
         if (takesPbitsFromDscp()) {
-            m_dscpConfigInfo[uniPort_] = true;
-            touchMarks();
+            engine_maps::markDscpModel(uniPort_);
             std::printf(
                 "Setting DSCP mapped vlan Model is configured uniVirtualName:%s aniVirtualName:%s stag: %d "
                 "ceVlanId: %d \n",
@@ -128,8 +127,7 @@ private:
                 uni_, ani_, stag_, ceVlanId_);
             return;
         }
-        m_cTagConfigInfo[uniPort_] = true;
-        touchMarks();
+        engine_maps::markCustomerTagModel(uniPort_);
         std::printf(
             "Setting cTag vlan Model is configured uniVirtualName:%s aniVirtualName:%s stag: %d ceVlanId: %d \n", uni_,
             ani_, stag_, ceVlanId_);
@@ -157,8 +155,6 @@ private:
     }
 
     // ---- both ----
-
-    void touchMarks() const { state::touched(state::Book::ModelMarks, std::uint32_t{uniPort_}); }
 
     bool takesPbitsFromDscp() const {
         return row_.outer_treatment.prio == kPrioFromDscp || row_.inner_treatment.prio == kPrioFromDscp;

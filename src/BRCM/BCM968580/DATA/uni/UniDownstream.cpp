@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint32_t kHighestRestoredEtherTypeCode = 3;  // Kept: the PPPoE session type is not written back
 
-std::uint32_t bindDownstream(TagRule& rule, const char* vlanIfc, bool isIpHost) {
+std::uint32_t bindDownstream(kit::TagRule& rule, const char* vlanIfc, bool isIpHost) {
     const std::uint32_t direction = isIpHost ? VLANCTL_DIRECTION_RX : VLANCTL_DIRECTION_TX;
     rule.bind(direction, vlanIfc);
     if (isIpHost) {
@@ -23,12 +23,12 @@ std::uint32_t bindDownstream(TagRule& rule, const char* vlanIfc, bool isIpHost) 
     return direction;
 }
 
-void filterTreatedTag(TagRule& rule, const VlanTagFilter_t& treatment, std::uint32_t tag) {
+void filterTreatedTag(kit::TagRule& rule, const VlanTagFilter_t& treatment, std::uint32_t tag) {
     if (treatment.prio <= kLastPrio) rule.filterPbits(treatment.prio, tag);
     if (treatment.vlanId <= kLastVid) rule.filterVid(treatment.vlanId, tag);
 }
 
-void filterTreatedPair(TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint32_t outputTpid) {
+void filterTreatedPair(kit::TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint32_t outputTpid) {
     const VlanTagFilter_t& outer = row.outer_treatment;
     const VlanTagFilter_t& inner = row.inner_treatment;
     std::printf("filter outer...priority:%d, vlanId:%d, tpid_de:%d", outer.prio, outer.vlanId,
@@ -42,7 +42,7 @@ void filterTreatedPair(TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint
 }
 
 // What the treatment copied is known from the inner filter; its values are handed on without a bound.
-void filterTreatedLoneTag(TagRule& rule, const VlanExtVlanTagOper_t& row, VlanTagAction tagAction,
+void filterTreatedLoneTag(kit::TagRule& rule, const VlanExtVlanTagOper_t& row, VlanTagAction tagAction,
                           std::uint32_t outputTpid) {
     const VlanTagFilter_t& treatment = row.inner_treatment;
     const bool copies = copiesInnerTag(row, tagAction);
@@ -63,7 +63,8 @@ void filterTreatedLoneTag(TagRule& rule, const VlanExtVlanTagOper_t& row, VlanTa
     rule.filterTpid(loneTpidTreatmentOf(treatment.tpid_de, outputTpid), kOuterTag);
 }
 
-void filterTreated(TagRule& rule, const VlanExtVlanTagOper_t& row, VlanTagAction tagAction, std::uint32_t outputTpid) {
+void filterTreated(kit::TagRule& rule, const VlanExtVlanTagOper_t& row, VlanTagAction tagAction,
+                   std::uint32_t outputTpid) {
     if (!hasTag(row.inner_treatment)) return;
     if (hasTag(row.outer_treatment)) {
         filterTreatedPair(rule, row, outputTpid);
@@ -72,12 +73,12 @@ void filterTreated(TagRule& rule, const VlanExtVlanTagOper_t& row, VlanTagAction
     }
 }
 
-void restoreTag(TagRule& rule, const VlanTagFilter_t& filter, std::uint32_t tag) {
+void restoreTag(kit::TagRule& rule, const VlanTagFilter_t& filter, std::uint32_t tag) {
     if (filter.prio <= kLastPrio) rule.setPbits(filter.prio, tag);
     if (filter.vlanId <= kLastVid) rule.setVid(filter.vlanId, tag);
 }
 
-void restorePair(TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint32_t inputTpid) {
+void restorePair(kit::TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint32_t inputTpid) {
     std::printf("treatment outer priority...");
     restoreTag(rule, row.outer_filter, kOuterTag);
     rule.setTpid(tpidFilterOf(row.outer_filter.tpid_de, inputTpid), kOuterTag);
@@ -87,7 +88,7 @@ void restorePair(TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint32_t i
     if (etherType) rule.setTagEtherType(*etherType, kInnerTag);
 }
 
-void restoreLoneTag(TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint32_t inputTpid) {
+void restoreLoneTag(kit::TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint32_t inputTpid) {
     std::printf("treatment inner priority...");
     const bool doubleTag = row.filterType == VLAN_FILTER_TYPE_DOUBLE_TAG;
     if (doubleTag) {
@@ -100,7 +101,7 @@ void restoreLoneTag(TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint32_
     rule.setTpid(tpidFilterOf(filter.tpid_de, inputTpid), kOuterTag);
 }
 
-void restoreTags(TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint32_t inputTpid) {
+void restoreTags(kit::TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint32_t inputTpid) {
     if (!hasTag(row.inner_treatment) || !hasTag(row.inner_filter)) return;
     if (hasTag(row.outer_treatment) && hasTag(row.outer_filter)) {
         restorePair(rule, row, inputTpid);
@@ -214,12 +215,11 @@ bool EtherSwitchBcm380::insertExtVlanDsTagRules(std::uint16_t inputTpid, std::ui
     if (row == nullptr || devIfc == nullptr || vlanIfc == nullptr) return false;
     std::printf("===> insertExtVlanDsTagRules: tagAction=%d, devIfc=%s, vlanIfc=%s\n", static_cast<int>(tagAction),
                 devIfc, vlanIfc);
-    TagRule rule;
+    kit::TagRule rule;
     const std::uint32_t direction = bindDownstream(rule, vlanIfc, isIpHost);
     filterTreated(rule, *row, tagAction, outputTpid);
-    rule.revertTagCount(tagAction);
+    revertTagCount(rule, tagAction);
     restoreTags(rule, *row, inputTpid);
 
-    const TagRuleTable table{devIfc, direction, downstreamTable(*row)};
-    return rule.install(*this, table, phyId, *row);
+    return installRule(*this, rule, {devIfc, direction, downstreamTable(*row)}, phyId, row);
 }

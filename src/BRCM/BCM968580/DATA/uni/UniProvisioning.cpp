@@ -5,6 +5,7 @@
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/uni/UniTagging.h"
 #include "hal/Text.h"
+#include "kit/StateEntries.h"
 #include "platform/vlanctl.h"
 
 using namespace uni_tagging;
@@ -134,7 +135,9 @@ bool EtherSwitchBcm380::createUniVlanRules(const VlanExtVlanTagOperInfo_t* info,
             return true;
         }
     }
-    state::takeSettledRow(stateRow(uniInterface.get(), uniPort, row));  // it stands again
+    // The row exists again: its next removal is one.
+    kit::eraseMark(kit::Entry::RemovedRows, uniInterface.get(), std::uint16_t{uniPort}, row.outer_filter,
+                   row.inner_filter);
     insertUniTagRules(info, uniPort, bridgeId, uniInterface.get(), uniVirtual.get(), tagAction, false);
 
     createVlanFlows(aniVirtual.get(), uniVirtual.get());

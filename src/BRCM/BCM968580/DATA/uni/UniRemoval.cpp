@@ -1,22 +1,21 @@
 // Takes back what a UNI's rows and a service's p-bit mapping have installed.
 #include <cstdio>
 
+#include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/uni/UniTagging.h"
 #include "hal/Text.h"
+#include "kit/Runner.h"
+#include "kit/StateEntries.h"
 #include "platform/vlanctl.h"
-#include "state/Facts.h"
-#include "state/Journal.h"
 
 using namespace uni_tagging;
 
 namespace {
 
 void clearModelMarks(std::uint32_t uniPort) {
-    m_dscpConfigInfo[uniPort] = false;
-    m_cTagConfigInfo[uniPort] = false;
-    state::touched(state::Book::ModelMarks, uniPort);
+    engine_maps::clearModelMarks(uniPort);
     std::printf("dscpConfigInfo and cTagConfigInfo setting FALSE on Uni Port: %d \n", static_cast<int>(uniPort));
 }
 
@@ -44,10 +43,9 @@ bool EtherSwitchBcm380::deprovisionUniSideDataServiceRules(const UniDataProvisio
     // Kept: the line alone; the OAM hook is not called for a row.
     std::printf("sendCeVlanDeleteNotificationToETHOAM on uniPort : %d  !!!", uniPort);
 
-    if (!state::takeSettledRow(stateRow(uniInterface.get(), uniPort, row))) {
-        const state::BegunStep step(state::Step::RemoveRow, uniInterface.get(), uniPort, row.outer_filter.prio,
-                                    row.outer_filter.vlanId, row.outer_filter.tpid_de, row.inner_filter.prio,
-                                    row.inner_filter.vlanId, row.inner_filter.tpid_de);
+    if (!kit::eraseMark(kit::Entry::RemovedRows, uniInterface.get(), uniPort, row.outer_filter, row.inner_filter)) {
+        const kit::BegunStep step(kit::Step::RemoveRow, uniInterface.get(), uniPort, row.outer_filter,
+                                  row.inner_filter);
         for (const auto direction : {VLANCTL_DIRECTION_RX, VLANCTL_DIRECTION_TX}) {
             deleteVlanRuleIdFromMap(uniInterface.get(), uniPort, static_cast<std::uint16_t>(direction),
                                     &row.outer_filter, &row.inner_filter);
@@ -73,9 +71,9 @@ bool EtherSwitchBcm380::deConfigureUniTagRules(std::uint16_t uniPort, std::uint1
         std::printf("uniInterfaceName:%s is not present!!!", uniInterface.get());
         return false;
     }
-    removeDscpShortcut(uniPort);
+    kit::removeDscpShortcut(uniPort);
     unsetDscpToPbitsTable(uniInterface.get());
-    const state::BegunStep step(state::Step::RemoveUni, uniPort, bridgeId);
+    const kit::BegunStep step(kit::Step::RemoveUni, uniPort, bridgeId);
     flushUniSideVlanRules(bridgeId, uniPort);
     clearModelMarks(uniPort);
     removeUniInterfaceFromBridgeGroup(bridgeId, uniPort);
@@ -86,8 +84,7 @@ bool EtherSwitchBcm380::deConfigureUniInterface(std::uint16_t uniPort, std::uint
     std::printf("EtherSwitchBcm380::deConfigureUniInterface through TMB-->TME-->SME-->SEBCM380");
     const state::Operation operation;
     const bool deleted = deleteUniInterface(bridgeId, uniPort);
-    m_BridgeIdToUniId.erase(bridgeId);
-    state::touched(state::Book::BridgeUni, std::uint32_t{bridgeId});
+    engine_maps::dissociateUni(bridgeId);
     return deleted;
 }
 
@@ -108,7 +105,7 @@ bool EtherSwitchBcm380::deprovisionUniSideBridge(const BridgeServiceProvisioning
     getVirtualInterfaceName(PHY_ETHERNET, uniIndex(uniPort), bridgeId, uniVirtual.get());
     getVirtualInterfaceName(PHY_GPON, bridgeId, bridgeId, aniVirtual.get());
 
-    const state::BegunStep step(state::Step::RemoveUni, uniPort, bridgeId);
+    const kit::BegunStep step(kit::Step::RemoveUni, uniPort, bridgeId);
     flushUniSideVlanRules(bridgeId, uniPort);
     unsetDscpToPbitsTable(uniInterface.get());
     clearModelMarks(uniPort);
@@ -117,8 +114,7 @@ bool EtherSwitchBcm380::deprovisionUniSideBridge(const BridgeServiceProvisioning
     std::printf(
         "Deleting m_BridgeIdToUniId in deproBridge to m_BridgeIdToUniId CONFIGURE BRIDGE: bridgeId:%d, uniPort:%d \n",
         bridgeId, uniPort);
-    m_BridgeIdToUniId.erase(association);
-    state::touched(state::Book::BridgeUni, std::uint32_t{bridgeId});
+    engine_maps::dissociateUni(bridgeId);
     return true;
 }
 

@@ -7,6 +7,8 @@
 #include "BRCM/BCM968580/DATA/TagRule.h"
 #include "BRCM/BCM968580/DATA/uni/UniTagging.h"
 #include "hal/Text.h"
+#include "kit/DeviceNames.h"
+#include "kit/Runner.h"
 
 using namespace uni_tagging;
 
@@ -20,7 +22,7 @@ constexpr std::uint32_t kHighestEtherTypeCode = 4;
 
 // ---- upstream ----
 
-std::uint32_t bindUpstream(TagRule& rule, const char* vlanIfc, bool isIpHost) {
+std::uint32_t bindUpstream(kit::TagRule& rule, const char* vlanIfc, bool isIpHost) {
     const std::uint32_t direction = isIpHost ? VLANCTL_DIRECTION_TX : VLANCTL_DIRECTION_RX;
     rule.bind(direction, vlanIfc);
     if (isIpHost) {
@@ -31,7 +33,7 @@ std::uint32_t bindUpstream(TagRule& rule, const char* vlanIfc, bool isIpHost) {
     return direction;
 }
 
-void filterTag(TagRule& rule, const VlanTagFilter_t& filter, std::uint32_t tag) {
+void filterTag(kit::TagRule& rule, const VlanTagFilter_t& filter, std::uint32_t tag) {
     if (filter.prio <= kLastPrio) {
         rule.filterPbits(filter.prio, tag);
         std::printf("Set vlanCtl_filterOnTagPbits");
@@ -42,7 +44,7 @@ void filterTag(TagRule& rule, const VlanTagFilter_t& filter, std::uint32_t tag) 
     }
 }
 
-void filterTags(TagRule& rule, const VlanExtVlanTagOper_t& row) {
+void filterTags(kit::TagRule& rule, const VlanExtVlanTagOper_t& row) {
     std::uint32_t innerTag = kOuterTag;
     if (hasTag(row.outer_filter)) {
         std::printf("Setting Outer Vlan Filters...");
@@ -55,7 +57,7 @@ void filterTags(TagRule& rule, const VlanExtVlanTagOper_t& row) {
     }
 }
 
-void filterTypes(TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint32_t inputTpid) {
+void filterTypes(kit::TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint32_t inputTpid) {
     const auto etherType = etherTypeOf(row.etherType, kHighestEtherTypeCode);
     switch (row.filterType) {
         case VLAN_FILTER_TYPE_SINGLE_TAG:
@@ -76,7 +78,8 @@ void filterTypes(TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint32_t i
     }
 }
 
-void treatLoneTag(TagRule& rule, const VlanExtVlanTagOper_t& row, VlanTagAction tagAction, std::uint32_t outputTpid) {
+void treatLoneTag(kit::TagRule& rule, const VlanExtVlanTagOper_t& row, VlanTagAction tagAction,
+                  std::uint32_t outputTpid) {
     const VlanTagFilter_t& treatment = row.inner_treatment;
     std::printf("treatment inner priority..");
     if (treatment.prio <= kLastPrio) {
@@ -99,13 +102,13 @@ void treatLoneTag(TagRule& rule, const VlanExtVlanTagOper_t& row, VlanTagAction 
 }
 
 // Only a row that translates maps the DSCP onto one of two tags; a bridge service's row always does (ani/ExtVlan.cpp).
-void treatTag(TagRule& rule, const VlanTagFilter_t& treatment, std::uint32_t tag, VlanTagAction tagAction) {
-    rule.writeTag(treatment.prio, treatment.vlanId, tag, tagAction == VLAN_TAG_ACTION_TRANSLATE,
-                  TagRule::DscpMapping::OnlyWhenTranslating);
+void treatTag(kit::TagRule& rule, const VlanTagFilter_t& treatment, std::uint32_t tag, VlanTagAction tagAction) {
+    writeTag(rule, treatment.prio, treatment.vlanId, tag, tagAction == VLAN_TAG_ACTION_TRANSLATE,
+             DscpMapping::OnlyWhenTranslating);
 }
 
 // An outer treatment without an inner one is no combination of G.988: nothing is written.
-void treat(TagRule& rule, const VlanExtVlanTagOper_t& row, VlanTagAction tagAction, std::uint32_t outputTpid) {
+void treat(kit::TagRule& rule, const VlanExtVlanTagOper_t& row, VlanTagAction tagAction, std::uint32_t outputTpid) {
     if (!hasTag(row.inner_treatment)) return;
     if (!hasTag(row.outer_treatment)) {
         treatLoneTag(rule, row, tagAction, outputTpid);
@@ -136,7 +139,7 @@ std::uint32_t upstreamTable(const VlanExtVlanTagOper_t& row) {
 
 // A UNI without a row lets every frame pass, untagged or tagged.
 void allowAllOnUni(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint16_t bridgeId) {
-    const DeviceName bridge("%s%d", "br", bridgeId);
+    const DeviceName bridge = kit::bridgeName(bridgeId);
     DeviceName uniInterface;
     DeviceName uniVirtual;
     engine.getInterfaceName(PHY_ETHERNET, uniIndex(uniPort), uniInterface.get());
@@ -176,7 +179,7 @@ private:
 void UniRows::install(VlanExtVlanTagOper_t& row) const {
     if (engine.isDefaultTagRule(&row) || row.removeType == kRemoveDiscard) return;
     if (takesDscpShortcut(row)) {
-        installDscpShortcut(phyId, bridgeId, row.inner_treatment.vlanId);
+        kit::installDscpShortcut(phyId, bridgeId, row.inner_treatment.vlanId);
         if (isInverse()) {
             std::printf("downstreamMode is VLAN_XVLAN_DOWNSTREAM_INVERSE");
             downstream(row);
@@ -241,7 +244,7 @@ bool EtherSwitchBcm380::insertUniTagRules(const VlanExtVlanTagOperInfo_t* info, 
         allowAllOnUni(*this, phyId, bridgeId);
     } else {
         if (info->rows == nullptr) return false;
-        const VlanCtlSession session;
+        const kit::VlanCtlSession session;
         const UniRows rows{*this, *info, phyId, bridgeId, devIfc, vlanIfc, tagAction, isIpHost};
         for (std::uint32_t i = 0; i < info->numberOfEntries; ++i) rows.install(info->rows[i]);
     }
@@ -256,17 +259,15 @@ bool EtherSwitchBcm380::insertExtVlanUsTagRules(std::uint16_t inputTpid, std::ui
     if (row == nullptr || devIfc == nullptr || vlanIfc == nullptr) return false;
     std::printf("===> insertExtVlanUsTagRules: tagAction=%d, phyId=%d, devIfc=%s, vlanIfc=%s\n",
                 static_cast<int>(tagAction), static_cast<int>(phyId), devIfc, vlanIfc);
-    TagRule rule;
+    kit::TagRule rule;
     const std::uint32_t direction = bindUpstream(rule, vlanIfc, isIpHost);
     filterTags(rule, *row);
     filterTypes(rule, *row, inputTpid);
-    rule.changeTagCount(tagAction);
+    changeTagCount(rule, tagAction);
     treat(rule, *row, tagAction, outputTpid);
 
-    TagRuleTable table{devIfc, direction, upstreamTable(*row)};
-    if (isIpHost) {  // ahead of the rules of the bridge that the IP host sits on
-        table.position = VLANCTL_POSITION_FRONT;
-        table.reference = 0;
-    }
-    return rule.install(*this, table, phyId, *row);
+    const kit::RuleTable table{devIfc, direction, upstreamTable(*row)};
+    kit::RulePosition position;
+    if (isIpHost) position = {VLANCTL_POSITION_FRONT, 0};  // ahead of the rules of the bridge that the IP host is on
+    return installRule(*this, rule, table, phyId, row, position);
 }

@@ -7,9 +7,9 @@
 #include <optional>
 
 #include "BRCM/BCM968580/DATA/EngineRecords.h"
+#include "BRCM/BCM968580/DATA/FilterBytes.h"
 #include "BRCM/BCM968580/DATA/TagCodes.h"
 #include "BRCM/BCM968580/DATA/TagRule.h"
-#include "state/Facts.h"
 
 class EtherSwitchBcm380;
 
@@ -47,8 +47,8 @@ inline bool copiesInnerTag(const VlanExtVlanTagOper_t& row, VlanTagAction tagAct
 }
 
 // A lone inner treatment also knows the output TPID with its DEI as it comes.
-inline std::optional<TpidDei> loneTpidTreatmentOf(std::uint32_t code, std::uint32_t outputTpid) {
-    if (code == kTpidCodeOutput) return TpidDei{outputTpid, std::nullopt};
+inline std::optional<kit::TpidDei> loneTpidTreatmentOf(std::uint32_t code, std::uint32_t outputTpid) {
+    if (code == kTpidCodeOutput) return kit::TpidDei{outputTpid, std::nullopt};
     return tpidTreatmentOf(code, outputTpid);
 }
 
@@ -56,18 +56,6 @@ inline std::optional<TpidDei> loneTpidTreatmentOf(std::uint32_t code, std::uint3
 inline unsigned int uniIndex(std::uint16_t uniPort) {
     return static_cast<unsigned int>(uniPort - 1);
 }
-
-// The row as the state file knows it.
-inline state::Row stateRow(const char* device, std::uint16_t phyId, const VlanExtVlanTagOper_t& row) {
-    const VlanTagFilter_t& outer = row.outer_filter;
-    const VlanTagFilter_t& inner = row.inner_filter;
-    return {device, phyId, outer.prio, outer.vlanId, outer.tpid_de, inner.prio, inner.vlanId, inner.tpid_de};
-}
-
-// DscpShortcut.cpp: an untagged DSCP-mapped row stands in the runner, not in vlanctl.
-void installDscpShortcut(std::uint16_t uniPort, std::uint16_t bridgeId, std::uint16_t vlanId);
-// The runner refuses to delete what is not there, which does no harm.
-void removeDscpShortcut(std::uint16_t uniPort);
 
 // OamNotify.cpp: tells the Ethernet OAM agent which service tag the row gives a customer VLAN.
 void notifyEthernetOam(EtherSwitchBcm380& engine, const VlanExtVlanTagOper_t& row, std::uint8_t uniPort,

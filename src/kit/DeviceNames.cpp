@@ -1,28 +1,27 @@
-#include "BRCM/BCM968580/DATA/restart/DeviceNames.h"
+#include "kit/DeviceNames.h"
 
 #include <algorithm>
 #include <cstring>
 
-#include "BRCM/BCM968580/DATA/EngineNames.h"
-#include "BRCM/BCM968580/DATA/EngineRecords.h"
 #include "hal/KernelNames.h"
 
-namespace restart {
+namespace kit {
 
 namespace {
 
 constexpr const char* kDigits = "0123456789";
-constexpr std::size_t kMostDigits = 5;
+constexpr std::size_t kMaxDigits = 5;
+constexpr std::size_t kMaxNameLength = 31;  // of a DeviceName
 
-// Takes a number's digits from the front; false when there are none.
-bool takeNumber(std::string& text) {
+// Removes a number's digits from the front; false when there are none.
+bool skipNumber(std::string& text) {
     const std::size_t digits = std::min(text.find_first_not_of(kDigits), text.size());
-    if (digits == 0 || digits > kMostDigits) return false;
+    if (digits == 0 || digits > kMaxDigits) return false;
     text.erase(0, digits);
     return true;
 }
 
-bool takePrefix(std::string& text, const char* prefix) {
+bool skipPrefix(std::string& text, const char* prefix) {
     if (text.compare(0, std::strlen(prefix), prefix) != 0) return false;
     text.erase(0, std::strlen(prefix));
     return true;
@@ -31,19 +30,23 @@ bool takePrefix(std::string& text, const char* prefix) {
 enum class Second { None, May, Must };  // a second number behind a dot
 
 bool isNumbered(std::string text, const char* prefix, Second second) {
-    if (!takePrefix(text, prefix) || !takeNumber(text)) return false;
+    if (!skipPrefix(text, prefix) || !skipNumber(text)) return false;
     if (text.empty()) return second != Second::Must;
-    return second != Second::None && takePrefix(text, ".") && takeNumber(text) && text.empty();
+    return second != Second::None && skipPrefix(text, ".") && skipNumber(text) && text.empty();
 }
 
 }  // namespace
 
-bool isPlainDeviceName(const std::string& name) {
+bool isPlainName(const char* name) {
     constexpr const char* kPlain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789._-";
-    return !name.empty() && name.size() < kDeviceNameSize && name.find_first_not_of(kPlain) == std::string::npos;
+    return name[0] != '\0' && name[std::strspn(name, kPlain)] == '\0';
 }
 
-bool isMadeDevice(const std::string& name) {
+bool isPlainDeviceName(const std::string& name) {
+    return name.size() <= kMaxNameLength && name.size() == std::strlen(name.c_str()) && isPlainName(name.c_str());
+}
+
+bool isCreatedDevice(const std::string& name) {
     return isDeviceName(name.c_str()) &&
            (name == kVeipDevice || isNumbered(name, "br", Second::May) || isNumbered(name, "gpon", Second::May) ||
             isNumbered(name, "sid", Second::Must));
@@ -53,4 +56,4 @@ bool isBridge(const std::string& name) {
     return isDeviceName(name.c_str()) && isNumbered(name, "br", Second::None);
 }
 
-}  // namespace restart
+}  // namespace kit

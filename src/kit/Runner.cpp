@@ -1,14 +1,13 @@
-// The DSCP shortcut: the runner itself classifies the untagged IPv4 and IPv6 frames of the UNI, pushes the tag and
-// takes the GEM port from the p-bits. Upstream there is no vlanctl rule then.
-#include <cstdio>
-#include <cstdlib>
+// The DSCP shortcut of a UNI port, as commands of the runner's shell.
+#include "kit/Runner.h"
 
-#include "BRCM/BCM968580/DATA/uni/UniTagging.h"
+#include <cstdio>
+
 #include "hal/Shell.h"
 #include "hal/Text.h"
-#include "state/Facts.h"
+#include "kit/StateEntries.h"
 
-namespace uni_tagging {
+namespace kit {
 namespace {
 
 // Runner indices of a UNI port count from these.
@@ -19,7 +18,7 @@ constexpr int kFirstPbitTableBridge = 256;
 constexpr int kPushedPbits = 0;
 constexpr unsigned int kPushedTpid = 0x8100;
 
-// The runner's answer is not looked at: deleting an absent object and making a present one both fail harmlessly.
+// The runner's answer is not looked at: deleting an absent object and creating a present one both fail harmlessly.
 void run(const CommandText& command) {
     std::printf("=====> %s\n", command.get());
     runShell(command.get());
@@ -38,7 +37,7 @@ void installDscpShortcut(std::uint16_t uniPort, std::uint16_t bridgeId, std::uin
     const int lanPort = uniPort - 1;
     const int pbitTable = bridgeId - kFirstPbitTableBridge;
 
-    state::dscpShortcut(uniPort, true);
+    noteMark(true, Entry::DscpShortcuts, uniPort);
     deleteClassAndAction(classIndex, actionIndex);
     run(CommandText("bs /b/n ingress_class/dir=us,index=%d,cfg={type=flow,fields=ingress_port+vlan_num+etype,prty=%d}",
                     classIndex, classIndex));
@@ -60,13 +59,13 @@ void installDscpShortcut(std::uint16_t uniPort, std::uint16_t bridgeId, std::uin
         "pbit_to_gem_table={pbit_to_gem/index=%d}}",
         classIndex, lanPort, actionIndex, pbitTable);
     run(ipv6Flow);
-    // Kept: the command sequence is known to end with the IPv6 flow twice; adding a flow that stands is harmless.
+    // Kept: the command sequence is known to end with the IPv6 flow twice; adding a flow that exists is harmless.
     run(ipv6Flow);
 }
 
 void removeDscpShortcut(std::uint16_t uniPort) {
     deleteClassAndAction(uniPort + kFirstClassIndex, uniPort + kFirstActionIndex);
-    state::dscpShortcut(uniPort, false);
+    noteMark(false, Entry::DscpShortcuts, uniPort);
 }
 
-}  // namespace uni_tagging
+}  // namespace kit

@@ -1,0 +1,152 @@
+// Tag rules: composed in vlanctl, inserted into a table and removed from it.
+//
+// clang-format off
+//   const kit::VlanCtlSession session;
+//   kit::TagRule rule;                              // clears the pending rule
+//   rule.bind(VLANCTL_DIRECTION_RX, vlanIfc);       // the VLAN device that the rule belongs to
+//   rule.filterVid(100, 0).push().setVid(200, 0);   // filters and commands, in the order that the device sees them
+//   kit::insertRule({devIfc, VLANCTL_DIRECTION_RX, 1}, rule, {}, &id);
+// clang-format on
+//
+// The caller holds a VlanCtlSession. Results of the single vlanctl calls are not examined: a rule that the device
+// refuses has the id VLANCTL_DONT_CARE, and the rule map refuses to record that id.
+#ifndef KIT_RULES_H
+#define KIT_RULES_H
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "kit/StateEntries.h"
+#include "platform/vlanctl.h"
+
+namespace kit {
+
+// Opens vlanctl for one operation and closes it at the end of the scope.
+class VlanCtlSession {
+public:
+    VlanCtlSession() { vlanCtl_init(); }
+    ~VlanCtlSession() { vlanCtl_cleanup(); }
+    VlanCtlSession(const VlanCtlSession&) = delete;
+    VlanCtlSession& operator=(const VlanCtlSession&) = delete;
+};
+
+// A table of vlanctl's: a device has one for each direction and number of tags of the frames.
+struct RuleTable {
+    std::string device;       // real device
+    std::uint32_t direction;  // VLANCTL_DIRECTION_*
+    std::uint32_t tags;
+
+    bool operator==(const RuleTable& other) const {
+        return direction == other.direction && tags == other.tags && device == other.device;
+    }
+};
+
+struct RulePosition {
+    std::uint32_t position = VLANCTL_POSITION_APPEND;
+    std::uint32_t reference = VLANCTL_DONT_CARE;
+};
+
+// A TPID/DEI code of G.988 9.3.13: the TPID it stands for and, for codes 6 and 7, the DEI that goes with it.
+struct TpidDei {
+    std::uint32_t tpid;
+    std::optional<std::uint32_t> dei;
+};
+
+// The rule that is being composed. vlanctl has one at a time.
+class TagRule {
+public:
+    TagRule() { vlanCtl_initTagRule(); }
+
+    // Received frames are handed to vlanIfc; transmitted frames match when they come from it.
+    TagRule& bind(std::uint32_t direction, const char* vlanIfc) {
+        if (direction == VLANCTL_DIRECTION_RX) vlanCtl_setReceiveVlanDevice(vlanIfc);
+        if (direction == VLANCTL_DIRECTION_TX) vlanCtl_filterOnTxVlanDevice(vlanIfc);
+        return *this;
+    }
+
+    TagRule& filterPbits(std::uint32_t pbits, std::uint32_t tag) {
+        return unexamined(vlanCtl_filterOnTagPbits(pbits, tag));
+    }
+    TagRule& filterCfi(std::uint32_t cfi, std::uint32_t tag) { return unexamined(vlanCtl_filterOnTagCfi(cfi, tag)); }
+    TagRule& filterVid(std::uint32_t vid, std::uint32_t tag) { return unexamined(vlanCtl_filterOnTagVid(vid, tag)); }
+    TagRule& filterEtherType(std::uint32_t type) { return unexamined(vlanCtl_filterOnEthertype(type)); }
+    TagRule& filterTagEtherType(std::uint32_t type, std::uint32_t tag) {
+        return unexamined(vlanCtl_filterOnTagEtherType(type, tag));
+    }
+    TagRule& filterIpProtocol(std::uint32_t protocol) { return unexamined(vlanCtl_filterOnIpProto(protocol)); }
+    TagRule& filterGemIndex(std::uint32_t gemIndex) { return unexamined(vlanCtl_filterOnSkbMarkPort(gemIndex)); }
+
+    TagRule& push() { return unexamined(vlanCtl_cmdPushVlanTag()); }
+    TagRule& pop() { return unexamined(vlanCtl_cmdPopVlanTag()); }
+    TagRule& setPbits(std::uint32_t pbits, std::uint32_t tag) { return unexamined(vlanCtl_cmdSetTagPbits(pbits, tag)); }
+    TagRule& setCfi(std::uint32_t cfi, std::uint32_t tag) { return unexamined(vlanCtl_cmdSetTagCfi(cfi, tag)); }
+    TagRule& setVid(std::uint32_t vid, std::uint32_t tag) { return unexamined(vlanCtl_cmdSetTagVid(vid, tag)); }
+    TagRule& setEtherType(std::uint32_t type) { return unexamined(vlanCtl_cmdSetEtherType(type)); }
+    TagRule& setTagEtherType(std::uint32_t type, std::uint32_t tag) {
+        return unexamined(vlanCtl_cmdSetTagEtherType(type, tag));
+    }
+    TagRule& copyPbits(std::uint32_t from, std::uint32_t to) { return unexamined(vlanCtl_cmdCopyTagPbits(from, to)); }
+    TagRule& copyCfi(std::uint32_t from, std::uint32_t to) { return unexamined(vlanCtl_cmdCopyTagCfi(from, to)); }
+    TagRule& copyVid(std::uint32_t from, std::uint32_t to) { return unexamined(vlanCtl_cmdCopyTagVid(from, to)); }
+    TagRule& copyTagEtherType(std::uint32_t from, std::uint32_t to) {
+        return unexamined(vlanCtl_cmdCopyTagEtherType(from, to));
+    }
+    TagRule& dscpToPbits(std::uint32_t tag) { return unexamined(vlanCtl_cmdDscpToPbits(tag)); }
+    TagRule& drop() { return unexamined(vlanCtl_cmdDropFrame()); }
+    TagRule& markGemIndex(std::uint32_t gemIndex) { return unexamined(vlanCtl_cmdSetSkbMarkPort(gemIndex)); }
+    TagRule& markQueue(std::uint32_t queue) { return unexamined(vlanCtl_cmdSetSkbMarkQueue(queue)); }
+
+    // The TPID and, with it, the DEI of the given tag. The TPID of tag 0 is the type word of the frame, that of tag 1
+    // the type word inside tag 0. Nothing for a code that stands for no TPID.
+    TagRule& filterTpid(const std::optional<TpidDei>& code, std::uint32_t tag);
+    TagRule& setTpid(const std::optional<TpidDei>& code, std::uint32_t tag);
+
+private:
+    // Why no call is examined is said at the top.
+    TagRule& unexamined(int /*vlanCtlResult*/) { return *this; }
+};
+
+// Inserts the composed rule; its id is written to *id, when vlanctl takes it. The caller records it in the rule map.
+void insertRule(const RuleTable& table, const TagRule& rule, RulePosition position, std::uint32_t* id);
+// Likewise a rule that no map holds. Its id, VLANCTL_DONT_CARE when vlanctl refused it.
+std::uint32_t insertLooseRule(const RuleTable& table, const TagRule& rule, RulePosition position = {});
+// The rule is inserted, and no map holds it.
+void noteLooseRule(const RuleTable& table, std::uint32_t id);
+
+constexpr std::uint32_t kMaxTablesOfRule = 4;
+
+// The insertion of one rule into the tables of a device and direction that follow one another by number of tags, at
+// most kMaxTablesOfRule: noted by one record of the state file before the first.
+class RuleInsertion {
+public:
+    RuleInsertion(const RuleTable& first, std::uint32_t lastTags);
+    // Into one of the tables, in their order.
+    void insert(const RuleTable& table, const TagRule& rule, RulePosition position, std::uint32_t* id);
+
+private:
+    const state::Operation operation_;
+    const std::uint32_t firstTags_;
+    std::array<std::uint32_t, kMaxTablesOfRule> rulesBefore_{};  // for the state file alone
+};
+
+// 0 when vlanctl has removed it, or its error.
+int removeRule(const RuleTable& table, std::uint32_t id);
+// Removes a rule that the state file counts neither in its table nor as a loose one.
+bool removeUncountedRule(const RuleTable& table, std::uint32_t id);
+// 0 and the number of rules in the table, or vlanctl's error, as for a device that does not exist.
+int countRules(const RuleTable& table, unsigned int* count);
+// What happens to the frames of a table that match no rule.
+void setDefaultAction(const RuleTable& table, std::uint32_t action, const char* vlanIfc);
+
+// ---- what the state file says of tables ----
+
+void noteRuleCount(const RuleTable& table, std::uint32_t count);
+void forgetTable(const RuleTable& table);
+// The rule is no longer in its table.
+void forgetRule(const RuleTable& table, std::uint32_t id);
+
+}  // namespace kit
+
+#endif

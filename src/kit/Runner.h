@@ -1,0 +1,17 @@
+// What the runner does on its own for a UNI port.
+#ifndef KIT_RUNNER_H
+#define KIT_RUNNER_H
+
+#include <cstdint>
+
+namespace kit {
+
+// The DSCP shortcut: the runner itself classifies the untagged IPv4 and IPv6 frames of the UNI, pushes the tag and
+// takes the GEM port from the p-bits. Upstream there is no vlanctl rule then.
+void installDscpShortcut(std::uint16_t uniPort, std::uint16_t bridgeId, std::uint16_t vlanId);
+// The runner refuses to delete what does not exist, which does no harm.
+void removeDscpShortcut(std::uint16_t uniPort);
+
+}  // namespace kit
+
+#endif
