@@ -10,8 +10,7 @@
 
 namespace vorn_onu {
 
-// Null until it gets a value. Whoever looks into it includes <nlohmann/json.hpp>. One that was moved from can be
-// assigned to and destroyed, nothing else.
+// Null until it gets a value, and after it was moved from. Whoever looks into it includes <nlohmann/json.hpp>.
 template <typename Value>
 class Held {
 public:
