@@ -129,7 +129,7 @@ TEST(Fields, ScenariosCanExpectThem) {
         const auto row =
             std::find_if(rows.begin(), rows.end(), [&](const auto& one) { return one.key == kind.expectation; });
         ASSERT_NE(row, rows.end()) << kind.expectation;
-        const auto& known = (*row->schema)["additionalProperties"]["anyOf"][1]["properties"];
+        const auto& known = row->schema->at("additionalProperties").at("anyOf").at(1).at("properties");
         const std::string name = std::get<0>(fieldsOf(static_cast<const Record*>(nullptr))).name;
         const Record record{};
         for (const auto& [field, value] : stateJson(record).items())
