@@ -6,7 +6,7 @@
 #include <random>
 
 #include "VirtualOnu.h"
-#include "capture/CaptureWriter.h"
+#include "running/capture/CaptureWriter.h"
 
 int main(int argc, char** argv) {
     if (argc != 3) return 2;

@@ -15,7 +15,7 @@
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
-#include "scenario/operations/OperationArguments.h"
+#include "running/scenario/operations/OperationArguments.h"
 #include "xpon/OnuXponHalAdapterBCM.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // Captures and texts of any bytes: messages, or a problem that names the file.
 #include "Expect.h"
-#include "channel/MessageFile.h"
-#include "io/Files.h"
+#include "living/MessageFile.h"
+#include "running/io/Files.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string bytes(reinterpret_cast<const char*>(data), size);

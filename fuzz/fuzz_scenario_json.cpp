@@ -4,7 +4,7 @@
 #include <string>
 
 #include "Fuzz.h"
-#include "scenario/Scenario.h"
+#include "running/scenario/Scenario.h"
 
 int LLVMFuzzerInitialize(int*, char***) {
     silence();

@@ -14,12 +14,12 @@ only_in() {  # only_in "what to do instead" INCLUDE PATTERN-OF-FILES
     printf '<%s> is not read here: %s\n%s\n\n' "$2" "$1" "$hits"
     bad=1
 }
-only_in 'a header needs <nlohmann/json_fwd.hpp>; a member is a Held<json> (io/HeldJson.h), what uses it goes to a source.' \
-    nlohmann/json.hpp '.*\.cpp|virtual_onu/Records\.h|tools/vorn-onu/scenario/operations/Operations\.h|tools/recorder/Answers\.h|tests/(living/BoardClient|page/Browser|page/ServedBoard|tool/ReadJson)\.h'
-only_in 'words and options of commands belong to commandline/; its headers name the classes only.' \
-    CLI/CLI.hpp 'tools/vorn-onu/commandline/[A-Za-z]*\.cpp|tools/fault-sweep/(main|Soak|RestartSoak|KillSweep)\.cpp'
-only_in 'the page is served by HttpServer.cpp alone.' httplib.h 'tools/vorn-onu/page/HttpServer\.cpp'
-only_in 'it is slow to compile: compare characters instead.' regex 'tools/fault-sweep/(Stays|Leaving|FaultPlan)\.cpp|tests/.*Test\.cpp'
+only_in 'a header needs <nlohmann/json_fwd.hpp>; a member is a Held<json> (running/io/HeldJson.h), what uses it goes to a source.' \
+    nlohmann/json.hpp '.*\.cpp|virtual_onu/Records\.h|tools/vorn-onu/running/scenario/operations/Operations\.h|tools/recorder/Answers\.h|tests/tools/(living/BoardClient|page/Browser|page/ServedBoard|vorn-onu/ReadJson)\.h'
+only_in 'words and options of commands belong to commands/*Options.cpp; its headers name the classes only.' \
+    CLI/CLI.hpp 'tools/vorn-onu/commands/([A-Za-z]*Options|CommandLine|ManualPage)\.cpp|tests/sweeps/(main|Soak|RestartSoak|KillSweep)\.cpp'
+only_in 'the page is served by HttpServer.cpp alone.' httplib.h 'tools/vorn-onu/views/page/HttpServer\.cpp'
+only_in 'it is slow to compile: compare characters instead.' regex 'tests/sweeps/(Stays|Leaving|FaultPlan)\.cpp|tests/.*Test\.cpp'
 
 # So many sources read a header, themselves or through others. Quoted names are looked up beside the file and below the
 # folders that are searched for headers.
@@ -35,7 +35,7 @@ readers() {  # readers INCLUDE FOLDER...
             return ""
         }
         BEGIN {
-            count = split("tools/vorn-onu/ virtual_onu/ src/ platform/include/ tools/recorder/ tools/fault-sweep/", roots, " ")
+            count = split("tools/vorn-onu/ virtual_onu/ src/ platform/include/ tools/recorder/ tests/sweeps/", roots, " ")
             roots[++count] = ""
         }
         {

@@ -25,7 +25,7 @@ rule "The standard's side knows the HAL's interface alone." \
     '#include "(BRCM|xpon|device|bridge|platform)/|#include "VirtualOnu|virtual_onu' omci
 rule "Messages and the MIB know nothing of the HAL." '#include "hal/' omci/message omci/mib
 rule "The audit's model is the standard's alone: no rules of the HAL, no device kit, nothing of the data path." \
-    '#include "(BRCM|xpon|device|bridge|platform|frames|kit)/' tools/vorn-onu/audit
+    '#include "(BRCM|xpon|device|bridge|platform|frames|kit)/' tools/vorn-onu/views/audit
 rule "The platform headers declare the device kit and include nothing of ours." \
     '#include "(hal|BRCM|xpon|device|bridge)/' platform/include
 rule "Unbounded text functions overrun buffers: use hal/Text.h or snprintf." \
@@ -70,7 +70,11 @@ floors src "" hal state bridge device kit xpon BRCM/BCM968580/DATA BRCM/BCM96858
 floors src/BRCM/BCM968580/DATA BRCM/BCM968580/DATA/ . ani,uni,gateway,iphost restart
 floors virtual_onu "" . libc/real persistence kernel kit shell frames taps libc
 floors omci omci/ message mib agent,services
-floors tools/vorn-onu "" io state capture scenario/fields scenario/expect,scenario/operations scenario living,audit,channel show page,taps program commands commandline .
+floors tools/vorn-onu "" running/io running/state running/capture,running/scenario/fields running/scenario/expect,running/scenario/operations running/scenario running/program living views/audit views views/page commands .
+
+# Two headers with one guard cannot both be included.
+guards=$(grep -rh --include='*.h' -A1 '^#ifndef [A-Z_]*_H$' src platform virtual_onu omci tools tests bench fuzz | grep '^#ifndef' | sort | uniq -d)
+[ -n "$guards" ] && { printf 'Several headers have the same include guard:\n%s\n\n' "$guards"; bad=1; }
 
 # What a daemon fills in or gets: nobody can guess unit, range and meaning. A comment stands behind the field or above it.
 # The counters' record is left out: its comment above tells of all of them.

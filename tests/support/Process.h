@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "support/Wait.h"
-#include "tool/RunProgram.h"
+#include "tools/vorn-onu/RunProgram.h"
 
 // Gone, or ended and not yet waited for: where nobody adopts orphans, they stay like that.
 inline bool isGone(pid_t process) {

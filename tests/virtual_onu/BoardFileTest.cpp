@@ -23,7 +23,7 @@
 #include "platform/tmctl.h"
 #include "platform/vlanctl.h"
 #include "support/Emulated.h"
-#include "tool/RunProgram.h"
+#include "tools/vorn-onu/RunProgram.h"
 
 using namespace virtual_onu;
 using nlohmann::json;

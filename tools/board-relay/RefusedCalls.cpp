@@ -1,7 +1,7 @@
 // Call steps where a program owns the HAL: known by name, so that steps are told apart, and refused.
 #include <nlohmann/json.hpp>
 
-#include "scenario/Scenario.h"
+#include "running/scenario/Scenario.h"
 
 namespace vorn_onu {
 

@@ -18,7 +18,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "io/JsonCheck.h"
+#include "running/io/JsonCheck.h"
 #include "libc/program/Companion.h"
 #include "living/LineSocket.h"
 #include "living/Protocol.h"

@@ -9,7 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Recording.h"
-#include "scenario/operations/OperationArguments.h"
+#include "running/scenario/operations/OperationArguments.h"
 
 namespace recorder {
 

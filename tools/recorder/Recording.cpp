@@ -12,7 +12,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "scenario/fields/Field.h"
+#include "running/scenario/fields/Field.h"
 
 namespace recorder {
 

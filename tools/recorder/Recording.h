@@ -11,8 +11,8 @@
 #include <mutex>
 #include <string>
 
-#include "io/HeldJson.h"
-#include "scenario/fields/Problem.h"
+#include "running/io/HeldJson.h"
+#include "running/scenario/fields/Problem.h"
 
 namespace recorder {
 

@@ -2,7 +2,7 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "commandline/CommandLine.h"
+#include "commands/CommandLine.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "omci/services/FrameFile.h"
 
 #include "hal/HALFactory.h"
-#include "scenario/Scenario.h"
+#include "running/scenario/Scenario.h"
 
 std::string wrongFrames(const std::string& name) {
     auto& onu = virtual_onu::VirtualOnu::instance();

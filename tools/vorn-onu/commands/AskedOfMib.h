@@ -6,7 +6,7 @@
 #include <functional>
 #include <vector>
 
-#include "audit/AskedServices.h"
+#include "views/audit/AskedServices.h"
 #include "omci/mib/Mib.h"
 #include "omci/services/Piece.h"
 

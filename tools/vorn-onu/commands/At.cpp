@@ -4,13 +4,13 @@
 #include "commands/AtTrying.h"
 #include "commands/Commands.h"
 #include "commands/FrameSending.h"
-#include "io/JsonCheck.h"
-#include "io/Output.h"
+#include "running/io/JsonCheck.h"
+#include "running/io/Output.h"
 #include "living/Client.h"
 #include "living/TypedStep.h"
-#include "program/ExecSummary.h"
-#include "show/DeviceReport.h"
-#include "show/StepReply.h"
+#include "commands/ExecSummary.h"
+#include "views/DeviceReport.h"
+#include "views/StepReply.h"
 
 namespace vorn_onu {
 

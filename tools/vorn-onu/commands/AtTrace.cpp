@@ -3,10 +3,10 @@
 
 #include "commands/AtTrying.h"
 #include "commands/Commands.h"
-#include "io/Output.h"
+#include "running/io/Output.h"
 #include "living/Client.h"
-#include "show/Terminal.h"
-#include "state/DeviceState.h"
+#include "views/Terminal.h"
+#include "running/state/DeviceState.h"
 
 namespace vorn_onu {
 

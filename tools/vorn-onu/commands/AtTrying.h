@@ -8,9 +8,9 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "commands/Commands.h"
-#include "io/Output.h"
+#include "running/io/Output.h"
 #include "living/Protocol.h"
-#include "scenario/fields/Problem.h"
+#include "running/scenario/fields/Problem.h"
 
 namespace vorn_onu {
 

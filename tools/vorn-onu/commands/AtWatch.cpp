@@ -8,9 +8,9 @@
 
 #include "commands/AtTrying.h"
 #include "commands/Commands.h"
-#include "io/Screen.h"
+#include "running/io/Screen.h"
 #include "living/Client.h"
-#include "show/WatchView.h"
+#include "views/WatchView.h"
 
 namespace vorn_onu {
 

@@ -1,15 +1,15 @@
 // vorn-onu audit FILE: where does the device differ from the standard?
-#include "audit/Audit.h"
+#include "views/audit/Audit.h"
 
 #include <optional>
 
 #include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
-#include "io/Output.h"
-#include "scenario/Runner.h"
-#include "show/AuditWords.h"
-#include "show/HalOutput.h"
+#include "running/io/Output.h"
+#include "running/scenario/Runner.h"
+#include "views/AuditWords.h"
+#include "running/program/HalOutput.h"
 
 namespace vorn_onu {
 

@@ -1,14 +1,14 @@
 // vorn-onu diff BEFORE AFTER
-#include "state/Diff.h"
+#include "running/state/Diff.h"
 
 #include <stdexcept>
 
 #include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
-#include "io/Files.h"
-#include "io/JsonCheck.h"
-#include "io/Output.h"
+#include "running/io/Files.h"
+#include "running/io/JsonCheck.h"
+#include "running/io/Output.h"
 
 namespace vorn_onu {
 

@@ -5,7 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "state/WalkWords.h"
+#include "running/state/WalkWords.h"
 
 namespace vorn_onu {
 

@@ -7,9 +7,9 @@
 
 #include "VirtualOnu.h"
 #include "commands/Commands.h"
-#include "scenario/FrameReturn.h"
-#include "scenario/fields/FrameFields.h"
-#include "show/Terminal.h"
+#include "running/scenario/FrameReturn.h"
+#include "running/scenario/fields/FrameFields.h"
+#include "views/Terminal.h"
 
 namespace vorn_onu {
 

@@ -12,10 +12,10 @@
 #include "device/EthernetUni.h"
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
-#include "io/Output.h"
-#include "scenario/Runner.h"
-#include "show/HalOutput.h"
-#include "show/Terminal.h"
+#include "running/io/Output.h"
+#include "running/scenario/Runner.h"
+#include "running/program/HalOutput.h"
+#include "views/Terminal.h"
 
 namespace vorn_onu {
 

@@ -4,11 +4,11 @@
 #include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
-#include "io/Output.h"
-#include "io/Printed.h"
+#include "running/io/Output.h"
+#include "running/io/Printed.h"
 #include "living/Client.h"
 #include "living/Place.h"
-#include "show/Terminal.h"
+#include "views/Terminal.h"
 
 namespace vorn_onu {
 

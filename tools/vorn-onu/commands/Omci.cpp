@@ -5,20 +5,20 @@
 
 #include <nlohmann/json.hpp>
 
-#include "channel/MessageFile.h"
-#include "channel/Playing.h"
+#include "living/MessageFile.h"
+#include "living/Playing.h"
 #include "commands/AskedOfMib.h"
 #include "commands/Commands.h"
 #include "commands/FrameSending.h"
 #include "commands/OmciFiles.h"
 #include "commands/OmciListen.h"
-#include "io/Files.h"
-#include "io/Output.h"
-#include "io/Words.h"
-#include "show/AuditWords.h"
-#include "show/DeviceReport.h"
-#include "show/HalOutput.h"
-#include "show/MessageOutput.h"
+#include "running/io/Files.h"
+#include "running/io/Output.h"
+#include "running/io/Words.h"
+#include "views/AuditWords.h"
+#include "views/DeviceReport.h"
+#include "running/program/HalOutput.h"
+#include "views/MessageOutput.h"
 
 namespace vorn_onu {
 

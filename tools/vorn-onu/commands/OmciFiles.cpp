@@ -2,15 +2,15 @@
 
 #include <nlohmann/json.hpp>
 
-#include "channel/CallStep.h"
-#include "io/Files.h"
+#include "living/CallStep.h"
+#include "running/io/Files.h"
 #include "omci/message/ValueText.h"
-#include "scenario/fields/Field.h"
-#include "show/AuditWords.h"
-#include "show/Capture.h"
-#include "show/MessageOutput.h"
-#include "show/Report.h"
-#include "state/WalkWords.h"
+#include "running/scenario/fields/Field.h"
+#include "views/AuditWords.h"
+#include "views/Capture.h"
+#include "views/MessageOutput.h"
+#include "views/Report.h"
+#include "running/state/WalkWords.h"
 
 namespace vorn_onu {
 

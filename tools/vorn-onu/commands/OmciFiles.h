@@ -9,11 +9,11 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "audit/Audit.h"
-#include "channel/Playing.h"
+#include "views/audit/Audit.h"
+#include "living/Playing.h"
 #include "commands/Commands.h"
 #include "commands/FrameSending.h"
-#include "state/DeviceState.h"
+#include "running/state/DeviceState.h"
 
 namespace vorn_onu {
 

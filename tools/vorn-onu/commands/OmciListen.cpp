@@ -12,19 +12,19 @@
 
 #include <nlohmann/json.hpp>
 
-#include "channel/MessageSocket.h"
+#include "living/MessageSocket.h"
 #include "commands/EndingSignals.h"
 #include "commands/OmciFiles.h"
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
-#include "io/Files.h"
-#include "io/Output.h"
+#include "running/io/Files.h"
+#include "running/io/Output.h"
 #include "living/Server.h"
 #include "omci/message/Integrity.h"
-#include "show/DeviceReport.h"
-#include "show/HalOutput.h"
-#include "show/MessageOutput.h"
-#include "taps/TapOption.h"
+#include "views/DeviceReport.h"
+#include "running/program/HalOutput.h"
+#include "views/MessageOutput.h"
+#include "running/program/TapOption.h"
 
 namespace vorn_onu {
 

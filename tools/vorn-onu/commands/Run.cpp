@@ -16,14 +16,14 @@
 #include "commands/RunSeveral.h"
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
-#include "io/Files.h"
-#include "io/Output.h"
+#include "running/io/Files.h"
+#include "running/io/Output.h"
 #include "living/Server.h"
-#include "show/DeviceReport.h"
-#include "show/HalOutput.h"
-#include "show/RunOutput.h"
-#include "show/RunReport.h"
-#include "taps/TapOption.h"
+#include "views/DeviceReport.h"
+#include "running/program/HalOutput.h"
+#include "views/RunOutput.h"
+#include "views/RunReport.h"
+#include "running/program/TapOption.h"
 
 namespace vorn_onu {
 

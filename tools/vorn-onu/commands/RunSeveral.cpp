@@ -15,9 +15,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "io/Files.h"
-#include "io/Output.h"
-#include "io/Printed.h"
+#include "running/io/Files.h"
+#include "running/io/Output.h"
+#include "running/io/Printed.h"
 
 namespace vorn_onu {
 

@@ -5,8 +5,8 @@
 #include <string>
 
 #include "commands/Commands.h"
-#include "show/Junit.h"
-#include "show/Terminal.h"
+#include "views/Junit.h"
+#include "views/Terminal.h"
 
 namespace vorn_onu {
 

@@ -2,9 +2,9 @@
 #include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
-#include "io/Output.h"
-#include "scenario/Scenario.h"
-#include "scenario/operations/Operations.h"
+#include "running/io/Output.h"
+#include "running/scenario/Scenario.h"
+#include "running/scenario/operations/Operations.h"
 
 namespace vorn_onu {
 

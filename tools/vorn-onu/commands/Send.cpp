@@ -4,17 +4,17 @@
 
 #include <nlohmann/json.hpp>
 
-#include "capture/CaptureReader.h"
-#include "capture/CaptureWriter.h"
+#include "running/capture/CaptureReader.h"
+#include "running/capture/CaptureWriter.h"
 #include "commands/Commands.h"
 #include "commands/FrameSending.h"
 #include "commands/SendCapture.h"
-#include "io/Files.h"
-#include "io/Output.h"
-#include "scenario/Runner.h"
-#include "scenario/fields/FrameFields.h"
-#include "show/HalOutput.h"
-#include "show/Terminal.h"
+#include "running/io/Files.h"
+#include "running/io/Output.h"
+#include "running/scenario/Runner.h"
+#include "running/scenario/fields/FrameFields.h"
+#include "running/program/HalOutput.h"
+#include "views/Terminal.h"
 
 namespace vorn_onu {
 

@@ -7,10 +7,10 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "capture/CaptureReader.h"
-#include "capture/CaptureWriter.h"
-#include "capture/Fates.h"
-#include "show/Terminal.h"
+#include "running/capture/CaptureReader.h"
+#include "running/capture/CaptureWriter.h"
+#include "running/capture/Fates.h"
+#include "views/Terminal.h"
 
 namespace vorn_onu {
 

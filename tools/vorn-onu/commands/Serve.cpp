@@ -6,10 +6,10 @@
 
 #include "commands/Commands.h"
 #include "commands/EndingSignals.h"
-#include "io/Output.h"
+#include "running/io/Output.h"
 #include "living/Client.h"
-#include "page/HttpServer.h"
-#include "program/ExecSummary.h"
+#include "views/page/HttpServer.h"
+#include "commands/ExecSummary.h"
 
 namespace vorn_onu {
 

@@ -5,7 +5,7 @@
 #include <mutex>
 #include <string>
 
-#include "io/HeldJson.h"
+#include "running/io/HeldJson.h"
 #include "living/Session.h"
 
 namespace vorn_onu::living {

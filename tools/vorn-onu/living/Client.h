@@ -6,10 +6,10 @@
 #include <optional>
 #include <string>
 
-#include "io/HeldJson.h"
+#include "running/io/HeldJson.h"
 #include "living/LineSocket.h"
 #include "living/Protocol.h"
-#include "scenario/fields/Problem.h"
+#include "running/scenario/fields/Problem.h"
 
 namespace vorn_onu::living {
 

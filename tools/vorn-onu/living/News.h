@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "io/HeldJson.h"
+#include "running/io/HeldJson.h"
 #include "living/Board.h"
 
 namespace vorn_onu::living {

@@ -13,7 +13,7 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "io/OwnDirectory.h"
+#include "running/io/OwnDirectory.h"
 
 namespace vorn_onu::living {
 

@@ -10,7 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "io/JsonCheck.h"
+#include "running/io/JsonCheck.h"
 #include "living/Within.h"
 
 namespace vorn_onu::living {

@@ -8,11 +8,11 @@
 #include <nlohmann/json.hpp>
 
 #include "living/Protocol.h"
-#include "scenario/FrameReturn.h"
-#include "scenario/StepRecord.h"
-#include "scenario/fields/FrameFields.h"
-#include "state/DeviceState.h"
-#include "state/WalkWords.h"
+#include "running/scenario/FrameReturn.h"
+#include "running/scenario/StepRecord.h"
+#include "running/scenario/fields/FrameFields.h"
+#include "running/state/DeviceState.h"
+#include "running/state/WalkWords.h"
 
 namespace vorn_onu::living {
 

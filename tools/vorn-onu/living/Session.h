@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "scenario/Scenario.h"
+#include "running/scenario/Scenario.h"
 
 namespace vorn_onu::living {
 

@@ -4,8 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "io/JsonCheck.h"
-#include "scenario/Scenario.h"
+#include "running/io/JsonCheck.h"
+#include "running/scenario/Scenario.h"
 
 namespace vorn_onu::living {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "scenario/fields/Problem.h"
+#include "running/scenario/fields/Problem.h"
 
 namespace vorn_onu::living {
 

@@ -1,0 +1,101 @@
+#include "src/bridge/BridgeContract.h"
+#include "bridge/BridgeControl.h"
+#include "support/OnuFixture.h"
+
+namespace {
+
+// The same answers as the real kernel's (kernel/KernelBridgeTest.cpp).
+class BridgeControl : public OnuFixture {
+protected:
+    void SetUp() override {
+        OnuFixture::SetUp();
+        onu().addDevice("pa");
+        onu().addDevice("pb");
+        ASSERT_EQ(br_init(), 0);
+        onu().clearTrace();
+    }
+    void TearDown() override {
+        br_shutdown();
+        OnuFixture::TearDown();
+    }
+};
+
+class BridgeControlContract : public BridgeControl, public ::testing::WithParamInterface<bridge_contract::Clause> {};
+TEST_P(BridgeControlContract, HoldsHere) {
+    GetParam().holds();
+}
+INSTANTIATE_TEST_SUITE_P(Bridge, BridgeControlContract, ::testing::ValuesIn(bridge_contract::kClauses),
+                         bridge_contract::nameOf);
+
+TEST_F(BridgeControl, WhatCannotBeADeviceNameIsRefusedBeforeAnythingIsTouched) {
+    timeval time{2, 0};
+    br_bridge_info info{};
+    br_port_info port{};
+    br_fdb_entry entry{};
+    std::size_t count = 0;
+    const auto visit = [](const char*, const char*, void*) { return 0; };
+    for (const char* name : {static_cast<const char*>(nullptr), "", ".", "..", "../br0", "br0/x", "br 0", "br%d", "a:b",
+                             "sixteen-letters-"}) {
+        SCOPED_TRACE(name == nullptr ? "null" : name);
+        EXPECT_EQ(br_add_bridge(name), EINVAL);
+        EXPECT_EQ(br_del_bridge(name), EINVAL);
+        EXPECT_EQ(br_add_interface(name, "pa"), EINVAL);
+        EXPECT_EQ(br_add_interface("br0", name), EINVAL);
+        EXPECT_EQ(br_del_interface("br0", name), EINVAL);
+        EXPECT_EQ(br_set_stp_state(name, 0), EINVAL);
+        EXPECT_EQ(br_set_bridge_forward_delay(name, &time), EINVAL);
+        EXPECT_EQ(br_set_path_cost("br0", name, 1), EINVAL);
+        EXPECT_EQ(br_set_port_priority(name, "pa", 1), EINVAL);
+        EXPECT_EQ(br_get_bridge_info(name, &info), EINVAL);
+        EXPECT_EQ(br_get_port_info("br0", name, &port), EINVAL);
+        EXPECT_EQ(br_read_fdb(name, &entry, 1, 0, &count), EINVAL);
+        EXPECT_EQ(br_foreach_port(name, visit, nullptr, nullptr), EINVAL);
+    }
+    EXPECT_EQ(br_add_bridge("fifteen-letters"), 0);
+    EXPECT_EQ(br_set_bridge_forward_delay("fifteen-letters", nullptr), EINVAL);
+    EXPECT_EQ(br_get_bridge_info("fifteen-letters", nullptr), EINVAL);
+    EXPECT_EQ(br_foreach_bridge(nullptr, nullptr, nullptr), EINVAL);
+    EXPECT_EQ(onu().traceTexts(), std::vector<std::string>{R"(ioctl(SIOCBRADDBR, "fifteen-letters") = 0)"});
+}
+
+TEST_F(BridgeControl, ARefusedRequestIsAnsweredWithItsErrorAndLeavesTheBridgeAlone) {
+    ASSERT_EQ(br_add_bridge("bra"), 0);
+    onu().failNext("ioctl:SIOCBRADDIF", 1, EPERM);
+    EXPECT_EQ(br_add_interface("bra", "pa"), EPERM);
+    onu().failNext("ioctl:SIOCGIFINDEX", 1, EIO);
+    EXPECT_EQ(br_add_interface("bra", "pa"), EIO);
+    onu().denyFile("/sys/class/net/bra/bridge/stp_state");
+    EXPECT_EQ(br_set_stp_state("bra", 1), EACCES);
+    br_bridge_info info{};
+    info.priority = 7;
+    EXPECT_EQ(br_get_bridge_info("bra", &info), EACCES);
+    EXPECT_EQ(info.priority, 7) << "the record is written only on success";
+    EXPECT_EQ(members("bra"), std::vector<std::string>{});
+}
+
+TEST_F(BridgeControl, AnAttributeThatIsNoNumberIsAnIoError) {
+    ASSERT_EQ(br_add_bridge("bra"), 0);
+    ASSERT_EQ(br_add_interface("bra", "pa"), 0);
+    br_port_info info{};
+    for (const char* content : {"", "x", "65536", "99999999999999999999"}) {
+        onu().writeFile("/sys/class/net/bra/brif/pa/port_no", content);
+        EXPECT_EQ(br_get_port_info("bra", "pa", &info), EIO) << content;
+    }
+}
+
+TEST_F(BridgeControl, TheForwardingDatabaseHoldsThePortsOwnAddresses) {
+    ASSERT_EQ(br_add_bridge("bra"), 0);
+    ASSERT_EQ(br_add_interface("bra", "pb"), 0);
+    br_fdb_entry entries[4] = {};
+    std::size_t count = 0;
+    ASSERT_EQ(br_read_fdb("bra", entries, 4, 0, &count), 0);
+    ASSERT_EQ(count, 1u);
+    char text[18];
+    const std::uint8_t* mac = entries[0].mac;
+    std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+    EXPECT_EQ(text, onu().device("pb")->mac);
+    EXPECT_EQ(entries[0].port_no, 1);
+    EXPECT_EQ(entries[0].is_local, 1);
+}
+
+}  // namespace

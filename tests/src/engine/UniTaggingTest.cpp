@@ -1,0 +1,395 @@
+// The rules that the rows of a UNI leave on the device.
+#include "src/engine/UniRows.h"
+#include "platform/vlanctl.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+struct RuleCase {
+    Row row;
+    std::string rule;
+};
+
+class UniTagging : public UniRows {
+protected:
+    // Each case on a UNI without rules.
+    static void check(const std::vector<RuleCase>& cases, std::uint16_t downstreamMode, bool downstreamOnly) {
+        for (std::size_t i = 0; i < cases.size(); ++i) {
+            SCOPED_TRACE("case " + std::to_string(i) + ": " + cases[i].rule);
+            provision(cases[i].row, downstreamMode);
+            auto found = rules();
+            if (downstreamOnly) found.erase(found.begin());  // the one upstream rule
+            EXPECT_EQ(found, Texts{cases[i].rule});
+            engine().flushUniSideVlanRules(3, 1);
+            EXPECT_EQ(rules(), Texts{});
+        }
+    }
+
+    static std::string provisionAndRead(const Row& row) {
+        return printedBy([&] { provision(row); });
+    }
+};
+
+constexpr Tag kPlain = {15, 0, 0};
+constexpr Row kPriorityTagged = {1, {8, 0, 0}, {8, 0, 0}, 0, kTranslate, 1, kPlain, {2, 100, 4}};
+
+// ---- one upstream rule a row: a downstream mode other than the inverse makes no downstream rule ----
+
+TEST_F(UniTagging, EveryFilterCodeMakesItsUpstreamFilters) {
+    const Tag to = {3, 200, 0};
+    check(
+        {
+            {{0, kNoTag, kNoTag, 0, kPush, 0, kNoTag, to}, "rx0 | push pbits0:=3 vid0:=200"},
+            {{9, kNoTag, kNoTag, 1, kPush, 0, kNoTag, to}, "rx0 type=0x0800 | push pbits0:=3 vid0:=200"},
+            {{0, kNoTag, kNoTag, 3, kPush, 0, kNoTag, to}, "rx0 type=0x0806 | push pbits0:=3 vid0:=200"},
+            {{0, kNoTag, kNoTag, 4, kPush, 0, kNoTag, to}, "rx0 type=0x8864 | push pbits0:=3 vid0:=200"},
+            {{0, kNoTag, kNoTag, 5, kPush, 0, kNoTag, to}, "rx0 | push pbits0:=3 vid0:=200"},
+            {{0, kNoTag, {7, 4094, 4}, 0, kNone, 0, kNoTag, kNoTag}, "rx0 pbits0=7 vid0=4094"},
+            {{1, kNoTag, {7, 4094, 3}, 0, kNone, 0, kNoTag, kNoTag}, "rx1 pbits0=7 vid0=4094"},
+            {{1, kNoTag, {8, 4095, 4}, 0, kNone, 0, kNoTag, kNoTag}, "rx1 type=0x8100"},
+            {{1, kNoTag, {0, 0, 5}, 0, kNone, 0, kNoTag, kNoTag}, "rx1 pbits0=0 vid0=0 type=0x88a8"},
+            {{1, kNoTag, {8, 10, 6}, 1, kNone, 0, kNoTag, kNoTag}, "rx1 vid0=10 type=0x88a8 cfi0=0 tagtype0=0x0800"},
+            {{1, kNoTag, {8, 10, 7}, 4, kNone, 0, kNoTag, kNoTag}, "rx1 vid0=10 type=0x88a8 cfi0=1 tagtype0=0x8864"},
+            {{1, {6, 9, 4}, {5, 10, 4}, 0, kNone, 0, kNoTag, kNoTag},
+             "rx1 pbits0=6 vid0=9 pbits1=5 vid1=10 type=0x8100"},
+            {{2, {1, 10, 6}, {2, 20, 7}, 3, kNone, 0, kNoTag, kNoTag},
+             "rx2 pbits0=1 vid0=10 pbits1=2 vid1=20 type=0x88a8 cfi0=0 tagtype0=0x88a8 cfi1=1 tagtype1=0x0806"},
+            {{2, {8, 4096, 4}, {8, 4095, 5}, 0, kNone, 0, kNoTag, kNoTag}, "rx2 type=0x8100 tagtype0=0x88a8"},
+            {{2, kNoTag, {2, 20, 0}, 0, kNone, 0, kNoTag, kNoTag}, "rx2 pbits0=2 vid0=20"},
+        },
+        1, false);
+}
+
+TEST_F(UniTagging, EveryTreatmentCodeMakesItsUpstreamCommands) {
+    const Tag any = {8, 4096, 0};  // a tag is there, whatever it says
+    check(
+        {
+            // a lone inner treatment writes the outermost tag
+            {{1, kNoTag, any, 0, kPush, 0, kNoTag, {8, 4096, 3}}, "rx1 | push pbits0:=pbits1 vid0:=vid1 type:=0x9100"},
+            {{2, any, any, 0, kTranslate, 1, kNoTag, {8, 4096, 4}}, "rx2 | pbits0:=pbits1 vid0:=vid1 type:=0x8100"},
+            {{2, any, any, 0, kPush, 0, kNoTag, {8, 4096, 4}}, "rx2 | push type:=0x8100"},
+            {{1, kNoTag, any, 0, kPopTwo, 1, kNoTag, {9, 4097, 6}}, "rx1 | pop pop type:=0x9100 cfi0:=0"},
+            {{1, kNoTag, any, 0, kPush, 0, kNoTag, {10, 4094, 7}},
+             "rx1 | push pbits0:=dscp vid0:=4094 type:=0x9100 cfi0:=1"},
+            {{1, kNoTag, any, 0, kPop, 1, kNoTag, {7, 4095, 5}}, "rx1 | pop pbits0:=7"},
+            // both treatments write both tags
+            {{1, kNoTag, any, 0, kPushTwo, 0, {1, 10, 4}, {2, 20, 4}},
+             "rx1 | push push pbits0:=1 vid0:=10 type:=0x8100 pbits1:=2 vid1:=20 tagtype0:=0x8100"},
+            {{2, any, any, 0, kTranslate, 2, {8, 4096, 6}, {9, 4097, 7}},
+             "rx2 | pbits0:=pbits1 vid0:=vid1 type:=0x9100 cfi0:=0 pbits1:=pbits0 vid1:=vid0 tagtype0:=0x9100 "
+             "cfi1:=1"},
+            {{2, any, any, 0, kTranslate, 2, {9, 4097, 7}, {8, 4096, 6}},
+             "rx2 | pbits0:=pbits0 vid0:=vid0 type:=0x9100 cfi0:=1 pbits1:=pbits1 vid1:=vid1 tagtype0:=0x9100 "
+             "cfi1:=0"},
+            {{2, any, any, 0, kTranslate, 2, {10, 4095, 3}, {10, 4095, 5}}, "rx2 | pbits0:=dscp pbits1:=dscp"},
+            {{2, any, any, 0, kPush, 0, {8, 4096, 4}, {9, 4097, 0}}, "rx2 | push type:=0x8100"},
+            {{2, any, any, 0, kPush, 0, {10, 4096, 4}, {10, 4097, 0}}, "rx2 | push type:=0x8100"},
+            {{1, kNoTag, any, 0, kPush, 0, {1, 10, 4}, kNoTag}, "rx1 | push"},
+        },
+        1, false);
+}
+
+// ---- the downstream rule of a tagged row ----
+
+TEST_F(UniTagging, TheDownstreamRuleFiltersOnTheTreatmentAndRestoresTheFilters) {
+    const Tag any = {8, 4096, 0};
+    check(
+        {
+            {{1, kNoTag, {8, 10, 4}, 0, kPush, 0, kNoTag, {3, 200, 3}},
+             "tx2 pbits0=3 vid0=200 type=0x9100 | pop vid0:=10 type:=0x8100"},
+            {{1, kNoTag, {5, 10, 5}, 0, kPush, 0, kNoTag, {8, 4096, 6}},
+             "tx2 pbits0=5 vid0=10 type=0x9100 cfi0=0 | pop pbits0:=5 vid0:=10 type:=0x88a8"},
+            {{1, kNoTag, any, 0, kTranslate, 1, kNoTag, {8, 4096, 7}}, "tx1 pbits0=8 vid0=4096 type=0x9100 cfi0=1"},
+            {{1, kNoTag, {5, 10, 6}, 0, kNone, 1, kNoTag, {8, 4096, 4}},
+             "tx1 type=0x8100 | pbits0:=5 vid0:=10 type:=0x88a8 cfi0:=0"},
+            {{1, kNoTag, {7, 4094, 7}, 0, kTranslate, 1, kNoTag, {10, 4095, 5}},
+             "tx1 | pbits0:=7 vid0:=4094 type:=0x88a8 cfi0:=1"},
+            {{2, {1, 10, 7}, {2, 20, 4}, 0, kPop, 1, kNoTag, {3, 30, 4}},
+             "tx2 pbits0=3 vid0=30 type=0x8100 | push pbits0:=1 vid0:=10 type:=0x88a8 cfi0:=1"},
+            {{2, {1, 10, 6}, {2, 20, 7}, 1, kTranslate, 2, {3, 30, 6}, {4, 40, 7}},
+             "tx2 pbits0=3 vid0=30 type=0x9100 cfi0=0 pbits1=4 vid1=40 tagtype0=0x9100 cfi1=1 | pbits0:=1 vid0:=10 "
+             "type:=0x88a8 cfi0:=0 tagtype0:=0x88a8 cfi1:=1 pbits1:=2 vid1:=20 tagtype1:=0x0800"},
+            {{2, {8, 4095, 4}, {8, 4095, 5}, 4, kNone, 2, {7, 4094, 4}, {8, 4095, 4}},
+             "tx2 pbits0=7 vid0=4094 type=0x8100 tagtype0=0x8100 | type:=0x8100 tagtype0:=0x88a8"},
+            {{1, kNoTag, {6, 10, 5}, 0, kPushTwo, 1, {3, 30, 5}, {4, 40, 3}},
+             "tx2 pbits0=3 vid0=30 pbits1=4 vid1=40 | pop pop pbits0:=6 vid0:=10 type:=0x88a8"},
+            {{2, {1, 10, 4}, {2, 20, 4}, 0, kPopTwo, 2, kNoTag, kNoTag}, "tx0 | push push"},
+            {{1, {1, 10, 4}, {2, 20, 4}, 0, kNone, 0, {3, 30, 4}, kNoTag}, "tx1"},
+        },
+        0, true);
+}
+
+TEST_F(UniTagging, TheDownstreamTableFollowsFilteredRemovedAndAddedTags) {
+    struct {
+        std::uint32_t filterType, removeType;
+        unsigned none, inner, outer, both;  // the table by the tags that the treatment added
+        std::string printed;
+    } const cases[] = {
+        {2, 2, 0, 1, 0, 2, "filterType VLAN_FILTER_TYPE_DOUBLE_TAGremoveType VLAN_TREATMENT_REMOVE_BOTH"},
+        {2, 1, 1, 2, 1, 2, "filterType VLAN_FILTER_TYPE_DOUBLE_TAGremoveType VLAN_TREATMENT_REMOVE_OUTER"},
+        {2, 0, 2, 2, 2, 2, "filterType VLAN_FILTER_TYPE_DOUBLE_TAGremoveType default"},
+        {1, 2, 0, 0, 0, 1, "filterType VLAN_FILTER_TYPE_SINGLE_TAGremoveType VLAN_TREATMENT_REMOVE_BOTH"},
+        {1, 1, 0, 1, 0, 2, "filterType VLAN_FILTER_TYPE_SINGLE_TAGremoveType VLAN_TREATMENT_REMOVE_OUTER"},
+        {1, 4, 1, 2, 1, 2, "filterType VLAN_FILTER_TYPE_SINGLE_TAGremoveType defualt"},
+        {0, 2, 0, 0, 0, 0, "untagged...untagged...removeType VLAN_TREATMENT_REMOVE_BOTH"},
+        {7, 1, 0, 0, 0, 1, "untagged...removeType VLAN_TREATMENT_REMOVE_OUTER"},
+        {3, 9, 0, 1, 0, 2, "untagged...removeType default"},
+    };
+    const std::string tables[] = {"untagged...", "txFilterType VLAN_FILTER_TYPE_SINGLE_TAG...",
+                                  "txFilterType VLAN_FILTER_TYPE_DOUBLE_TAG..."};
+    char uni[] = "sid0";
+    char uniVlan[] = "sid0.3";
+    vlanCtl_init();
+    for (const auto& c : cases) {
+        const unsigned expected[] = {c.none, c.inner, c.outer, c.both};
+        for (unsigned added = 0; added < 4; ++added) {
+            const std::string where = c.printed + "...txFilterType:" + std::to_string(expected[added]);
+            SCOPED_TRACE(where + ", added " + std::to_string(added));
+            VlanExtVlanTagOper_t row{};
+            row.outer_treatment.prio = (added & 2) != 0 ? 0 : 15;
+            row.inner_treatment.prio = (added & 1) != 0 ? 0 : 15;
+            row.filterType = c.filterType;
+            row.removeType = c.removeType;
+            const auto printed = printedBy(
+                [&] { engine().insertExtVlanDsTagRules(0, 0, VLAN_TAG_ACTION_NONE, &row, 1, uni, uniVlan, false); });
+            EXPECT_TRUE(contains(printed, where + tables[expected[added]])) << printed;
+            EXPECT_EQ(onu().rules("sid0", virtual_onu::kTransmit, expected[added]).size(), 1u);
+            EXPECT_TRUE(engine().deleteVlanRuleMapEntry(uni, 1));
+        }
+    }
+    vlanCtl_cleanup();
+}
+
+// ---- the rows of a UNI ----
+
+TEST_F(UniTagging, RowsThatNameVlanOneOrAPriorityTagLoseADownstreamRule) {
+    Row untagged = kUntaggedToS100;
+    untagged.outerFilter.vlanId = 1;
+    EXPECT_TRUE(contains(provisionAndRead(untagged), " IGNORE the VLAN 1 in DOWNSTREAM"));
+    EXPECT_EQ(rules().size(), 2u);
+    engine().flushUniSideVlanRules(3, 1);
+
+    EXPECT_TRUE(contains(provisionAndRead({1, kNoTag, {2, 1, 4}, 0, kTranslate, 1, kNoTag, {5, 200, 4}}),
+                         " IGNORE the VLAN 1 in DOWNSTREAM"));
+    EXPECT_EQ(rules(), (Texts{"rx1 pbits0=2 vid0=1 type=0x8100 | pbits0:=5 vid0:=200 type:=0x8100"}));
+    engine().flushUniSideVlanRules(3, 1);
+
+    EXPECT_TRUE(contains(provisionAndRead(kPriorityTagged), " IGNORE the prio tag in DOWNSTREAM"));
+    EXPECT_EQ(rules(), (Texts{"rx1 vid0=0 vid1=0 | pbits0:=2 vid0:=100 type:=0x8100"}));
+}
+
+TEST_F(UniTagging, UntaggedRowsBeyondSixRulesGetNoDownstreamRule) {
+    for (std::uint32_t id = 901; id <= 905; ++id) engine().insertVlanRuleMapEntry("sid0", 1, 0, 1, id);
+    provision(kUntaggedToS100);  // its upstream rule is the sixth
+    EXPECT_EQ(rules().size(), 3u);
+    Row ipv4 = kUntaggedToS100;
+    ipv4.etherType = ETHERTYPE_FILTER_IPV4;
+    EXPECT_TRUE(contains(provisionAndRead(ipv4), " IGNORE the prio tag in DOWNSTREAM"));
+    EXPECT_EQ(rules().size(), 4u);
+}
+
+TEST_F(UniTagging, APppoeDiscoveryRowCarriesTheSessionToo) {
+    VlanExtVlanTagOper_t row{
+        {15, 4096, 0}, {15, 0, 0}, {3, 10, 0}, {5, 200, 0}, 1, ETHERTYPE_FILTER_PPPOE_DISCOVERY, 1};
+    const VlanExtVlanTagOperInfo_t info{0x8100, 0x8100, 1, 0, &row};
+    VlanTagAction action = VLAN_TAG_ACTION_TRANSLATE;
+    char uni[] = "sid0";
+    char uniVlan[] = "sid0.3";
+    EXPECT_TRUE(engine().insertUniTagRules(&info, 1, 3, uni, uniVlan, action, false));
+    const std::string down = "tx1 pbits0=5 vid0=200 | pbits0:=3 vid0:=10";
+    EXPECT_EQ(rules(), (Texts{"rx1 pbits0=3 vid0=10 tagtype0=0x8863 | pbits0:=5 vid0:=200",
+                              "rx1 pbits0=3 vid0=10 tagtype0=0x8864 | pbits0:=5 vid0:=200", down, down}));
+    EXPECT_EQ(row.etherType, ETHERTYPE_FILTER_PPPOE_SESSION);
+
+    engine().flushUniSideVlanRules(3, 1);
+    provision({0, kNoTag, kNoTag, 2, kPush, 0, kNoTag, {5, 200, 0}}, 1);
+    EXPECT_EQ(rules(),
+              (Texts{"rx0 type=0x8863 | push pbits0:=5 vid0:=200", "rx0 type=0x8864 | push pbits0:=5 vid0:=200"}));
+}
+
+TEST_F(UniTagging, DefaultRowsAndDiscardingRowsInstallNothing) {
+    const Tag marker = {14, 4096, 0};
+    provision({0, kNoTag, kNoTag, 0, kNone, 0, kNoTag, kNoTag});
+    provision({1, kNoTag, marker, 0, kNone, 0, kNoTag, kNoTag});
+    provision({2, marker, marker, 0, kNone, 0, kNoTag, kNoTag});
+    provision({0, kNoTag, kNoTag, 2, kPush, 3, kNoTag, {2, 100, 4}});  // PPPoE: no second pair either
+    EXPECT_EQ(rules(), Texts{});
+    provision({0, kNoTag, kNoTag, 1, kNone, 0, kNoTag, kNoTag}, 1);  // an EtherType makes it no default row
+    EXPECT_EQ(rules(), (Texts{"rx0 type=0x0800"}));
+}
+
+TEST_F(UniTagging, AnIdenticalRowIsInstalledOnce) {
+    provision(kC10ToS200);
+    const auto before = rules();
+    onu().clearTrace();
+    provision(kC10ToS200);
+    EXPECT_EQ(rules(), before);
+    EXPECT_EQ(onu().traceTexts(virtual_onu::CallKind::Platform), Texts{});
+    // Known by a rule of either direction: the upstream rule of this one was refused.
+    engine().flushUniSideVlanRules(3, 1);
+    onu().failNext("vlanCtl_insertTagRule", 1, 5);
+    provision(kC10ToS200);
+    EXPECT_EQ(engine().getnbrOfNewRules("sid0", 1), 1u);
+    provision(kC10ToS200);
+    EXPECT_EQ(rules(), (Texts{before.back()}));
+}
+
+TEST_F(UniTagging, AUniWithoutARowLetsEverythingPassInPlaceOfEarlierRules) {
+    provision(kC10ToS200);
+    auto plain = record(kUntaggedToS100);
+    plain.hasTagRules = 0;
+    const auto printed = printedBy([&] { engine().configureUniTagRules(&plain); });
+    EXPECT_TRUE(contains(printed, "Delete Uni Vlan Map of UniInterfaceName:sid0, uniPort:1"));
+    EXPECT_EQ(rules(), (Texts{"rx0", "rx1", "rx2", "tx0", "tx1", "tx2"}));
+    EXPECT_EQ(engine().getnbrOfNewRules("sid0", 1), 6u);
+}
+
+TEST_F(UniTagging, TheDscpShortcutGoesToTheRunner) {
+    std::string printed;
+    const Texts commands = commandsOf([&] {
+        printed = provisionAndRead({0, kNoTag, kNoTag, 0, kPush, 0, kPlain, {10, 100, 4}});
+    });
+    const std::string flow = "bs /bdmf/attr/add ingress_class/dir=us,index=11 flow string key={ingress_port=lan0,";
+    const std::string result =
+        "},result={qos_method=pbit,action=forward,forw_mode=flow,egress_port=wan0,"
+        "vlan_action={vlan_action/dir=us,index=123},pbit_to_gem_table={pbit_to_gem/index=-253}}";
+    const Texts expected = {
+        "bs /b/d ingress_class/dir=us,index=11",
+        "bs /b/d vlan_action/dir=us,index=123",
+        "bs /b/n ingress_class/dir=us,index=11,cfg={type=flow,fields=ingress_port+vlan_num+etype,prty=11}",
+        "bs /b/n vlan_action/dir=us,index=123",
+        "bs /b/c vlan_action/dir=us,index=123 action={cmd=push+tpid_rem,ovid=100,opbit=0,otpid=8100}",
+        "bs /b/n vlan_action/dir=ds,index=124",
+        "bs /b/c vlan_action/dir=ds,index=124 action={cmd=pop,ovid=0,opbit=0,otpid=0}",
+        flow + "etype=0x800,vlan_num=0" + result,
+        flow + "vlan_num=0,etype=0x86dd" + result,
+        flow + "vlan_num=0,etype=0x86dd" + result,
+    };
+    EXPECT_EQ(commands, expected);
+    std::string lines;
+    for (const auto& command : expected) lines += "=====> " + command + "\n";
+    EXPECT_TRUE(contains(printed, lines + "downstreamMode is VLAN_XVLAN_DOWNSTREAM_INVERSE")) << printed;
+    EXPECT_TRUE(contains(printed, "setUniSideDscpToPbitsTable "));
+    EXPECT_EQ(rules(), (Texts{"tx1 vid0=100 type=0x8100 | pop"}));
+}
+
+TEST_F(UniTagging, OneRowIsOneVlanctlSessionAndTwoFlows) {
+    onu().clearTrace();
+    provision({1, kNoTag, {3, 10, 0}, 0, kTranslate, 1, kNoTag, {8, 200, 0}});
+    EXPECT_EQ(onu().traceTexts(virtual_onu::CallKind::Platform),
+              (Texts{"vlanCtl_init() = 0",
+                     "vlanCtl_initTagRule() = 0",
+                     "vlanCtl_setReceiveVlanDevice(\"sid0.3\") = 0",
+                     "vlanCtl_filterOnTagPbits(3, 0) = 0",
+                     "vlanCtl_filterOnTagVid(10, 0) = 0",
+                     "vlanCtl_cmdCopyTagPbits(1, 0) = 0",
+                     "vlanCtl_cmdSetTagVid(200, 0) = 0",
+                     "vlanCtl_insertTagRule(\"sid0\", 0, 1, 2, 4294967295, &1) = 0",
+                     "vlanCtl_initTagRule() = 0",
+                     "vlanCtl_filterOnTxVlanDevice(\"sid0.3\") = 0",
+                     "vlanCtl_filterOnTagPbits(3, 0) = 0",
+                     "vlanCtl_filterOnTagVid(200, 0) = 0",
+                     "vlanCtl_cmdSetTagPbits(3, 0) = 0",
+                     "vlanCtl_cmdSetTagVid(10, 0) = 0",
+                     "vlanCtl_insertTagRule(\"sid0\", 1, 1, 2, 4294967295, &2) = 0",
+                     "vlanCtl_cleanup() = 0",
+                     "vlanCtl_init() = 0",
+                     "vlanCtl_createVlanFlows(\"gpon3.3\", \"sid0.3\") = 0",
+                     "vlanCtl_cleanup() = 0",
+                     "vlanCtl_init() = 0",
+                     "vlanCtl_createVlanFlows(\"sid0.3\", \"gpon3.3\") = 0",
+                     "vlanCtl_cleanup() = 0"}));
+}
+
+TEST_F(UniTagging, AnIpHostRowStandsInFrontAndTheOtherWayRound) {
+    ASSERT_TRUE(engine().configureBridge(3, 2, true));
+    VlanExtVlanTagOper_t row{{15, 4096, 0}, {15, 0, 0}, {3, 10, 0}, {5, 200, 0}, 1, ETHERTYPE_FILTER_NONE, 1};
+    const VlanExtVlanTagOperInfo_t info{0x8100, 0x8100, 1, 0, &row};
+    VlanTagAction action = VLAN_TAG_ACTION_TRANSLATE;
+    char bridge[] = "br3";
+    char host[] = "br3.2";
+    onu().clearTrace();
+    EXPECT_TRUE(engine().insertUniTagRules(&info, 2, 3, bridge, host, action, true));
+    EXPECT_EQ(onu().ruleTexts("br3", virtual_onu::kTransmit, 1),
+              (Texts{"txdev=br3.2 pbits0=3 vid0=10 | pbits0:=5 vid0:=200"}));
+    EXPECT_EQ(onu().ruleTexts("br3", virtual_onu::kReceive, 1),
+              (Texts{"rxdev=br3.2 pbits0=5 vid0=200 | pbits0:=3 vid0:=10"}));
+    EXPECT_EQ(traced("vlanCtl_insertTagRule("), (Texts{"vlanCtl_insertTagRule(\"br3\", 1, 1, 0, 0, &1) = 0",
+                                                       "vlanCtl_insertTagRule(\"br3\", 0, 1, 2, 4294967295, &2) = 0"}));
+    engine().deleteVlanRuleMapEntry("br3", 2);
+}
+
+TEST_F(UniTagging, RowsOfOtherPortsAndMissingBridgesAreLeftAlone) {
+    auto row = record(kC10ToS200);
+    row.uniPort = 5;
+    EXPECT_TRUE(engine().configureUniInterface(&row));
+    EXPECT_FALSE(onu().deviceExists("sid4.3"));
+    row.uniPort = 6;
+    EXPECT_TRUE(
+        contains(printedBy([&] { EXPECT_TRUE(engine().configureUniTagRules(&row)); }),
+                 "createIpHostVlanRules Should not enter in this condition as IpHost is handled separately\n "));
+    EXPECT_EQ(onu().ruleCount(), 0u);
+    row.uniPort = 1;
+    row.bridgeId = 9;
+    EXPECT_FALSE(engine().configureUniInterface(&row));
+    EXPECT_FALSE(engine().configureUniInterface(nullptr));
+    EXPECT_FALSE(engine().configureUniTagRules(nullptr));
+}
+
+// ---- what the OAM agent learns ----
+
+TEST_F(UniTagging, TheOamAgentLearnsTheFlowOfARow) {
+    struct {
+        Tag outerFilter, innerFilter, outerTreatment, innerTreatment;
+        Texts lines;  // up to the names of the VLAN devices, then S-tag and customer VLAN
+        bool notified;
+        std::string after;
+    } const cases[] = {
+        {{15, 0, 0}, {15, 0, 0}, kPlain, {1, 100, 0}, {"U100 0"}, true, " Untagged tag Notify to PktTxRx"},
+        {{15, 4094, 0}, {15, 7, 0}, kPlain, {1, 100, 0}, {"C100 7", "T100 7"}, true, ""},
+        {{15, 4094, 0}, {15, 1, 0}, {1, 4093, 0}, {1, 100, 0}, {"U4093 1"}, true, " Untagged tag Notify to PktTxRx"},
+        {{8, 0, 0}, {8, 0, 0}, {1, 2, 0}, {1, 3, 0}, {"U2 0"}, true, " Priority tag Notify to PktTxRx"},
+        {{8, 0, 0}, {8, 0, 0}, {10, 2, 0}, {1, 3, 0}, {"D2 4095", "U2 4095"}, true, " Untagged tag Notify to PktTxRx"},
+        {{15, 4096, 0}, {15, 4096, 0}, kPlain, {1, 100, 0}, {"u100 4095"}, false, ""},
+        {{15, 0, 0}, {15, 0, 0}, {15, 4094, 0}, {1, 100, 0}, {"x4095 4095"}, false, ""},
+        {{15, 0, 0}, {15, 0, 0}, kPlain, {1, 1, 0}, {"x4095 4095"}, false, ""},
+        {{3, 4093, 0}, {4, 20, 0}, {1, 200, 0}, {1, 300, 0}, {"C200 4093", "T200 4093"}, true, ""},
+        {{3, 4094, 0}, {4, 20, 0}, {1, 1, 0}, {1, 300, 0}, {"C300 20", "T300 20"}, true, ""},
+        {{3, 10, 0}, {4, 20, 0}, {1, 4094, 0}, {1, 1, 0}, {"s4095 4095"}, false, ""},
+        {{3, 4093, 0}, {4, 20, 0}, {1, 4085, 0}, {1, 1, 0}, {"C4085 4093", "M4085 4093"}, false, ""},
+    };
+    const std::map<char, std::string> texts = {
+        {'U', "sendVlanNotificationToETHOAM Untagged/Prio Creating vlan flow for"},
+        {'T', "sendVlanNotificationToETHOAM Tagged Creating vlan flow for"},
+        {'D', "Setting DSCP mapped vlan Model is configured"},
+        {'C', "Setting cTag vlan Model is configured"},
+        {'M', "Not sending CPE mgmt stag/cetag Notifications Tagged on this port"},
+        {'u', "Not suppose to hit this case sendVlanNotificationToETHOAM Untagged/Prio Creating vlan flow for"},
+        {'x',
+         "Not suppose to hit this case sendVlanNotificationToETHOAM Untagged/Prio Creating Creating vlan flow for"},
+        {'s', "Not suppose to hit Not Valid STAG this case sendVlanNotificationToETHOAM Tagged Creating vlan flow for"},
+    };
+    for (const auto& c : cases) {
+        std::string expected;
+        std::string stag;
+        std::string ceVlan;
+        for (const auto& line : c.lines) {
+            stag = line.substr(1, line.find(' ') - 1);
+            ceVlan = line.substr(line.find(' ') + 1);
+            expected += texts.at(line[0]) + " uniVirtualName:sid0.3 aniVirtualName:gpon3.3 stag: " + stag +
+                        " ceVlanId: " + ceVlan + " \n";
+        }
+        if (c.notified) {
+            expected += " Received uniPort:0, ceVlanId:" + ceVlan + ", stag:" + stag + ", opStatus:1" + c.after;
+        }
+        // A discarding row: rules do not matter here.
+        const auto printed =
+            provisionAndRead({1, c.outerFilter, c.innerFilter, 0, kNone, 3, c.outerTreatment, c.innerTreatment});
+        const auto start = printed.rfind("    outer.treatment.vlanId: ");
+        ASSERT_NE(start, std::string::npos);
+        EXPECT_EQ(printed.substr(printed.find('\n', start) + 1), expected);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,183 @@
+// A daemon with a library of its own, on the virtual ONU of the test: when it ends, the next one knows nothing but what
+// the device and the state file hold. Each loads a copy of the library, for one that is loaded twice is the same.
+#ifndef TESTS_RESTART_DAEMON_H
+#define TESTS_RESTART_DAEMON_H
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "VirtualOnu.h"
+#include "hal/ProvisioningRecords.h"
+#include "hal/VornHal.h"
+#include "src/restart/Files.h"
+#include "support/InternetService.h"
+
+namespace restart_tests {
+
+using virtual_onu::VirtualOnu;
+
+class Daemon {
+public:
+    explicit Daemon(const Folder& folder) {
+        static int number = 0;
+        const std::string copy = folder.path("libhal-" + std::to_string(++number) + ".so");
+        fs::copy_file(fs::canonical(VORN_HAL_LIBRARY), copy);
+        library_ = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL);
+        if (library_ == nullptr) throw std::runtime_error(dlerror());
+        fs::remove(copy);
+        const auto factory = symbol<void* (*)()>("_ZN10HALFactory11getInstanceEv");
+        const auto create = symbol<VornHal* (*)(void*, int)>("_ZN10HALFactory15CreateHALObjectEi");
+        hal_ = create(factory(), 0);
+    }
+    Daemon(const Daemon&) = delete;
+    Daemon& operator=(const Daemon&) = delete;
+    ~Daemon() { kill(); }
+
+    VornHal* operator->() { return hal_; }
+    int open(const std::string& path) {
+        statePath_ = path;
+        return symbol<int (*)(const char*)>("vorn_hal_state_open")(path.c_str());
+    }
+    int clean() { return symbol<int (*)()>("vorn_hal_clean_device")(); }
+
+    // The kernel takes its descriptors; its memory is of no use to anybody.
+    void kill() {
+        if (statePath_.empty()) return;
+        std::vector<int> numbers;
+        for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+            std::error_code error;
+            const std::string target = fs::read_symlink(entry.path(), error).string();
+            if (target == fs::absolute(statePath_).string()) numbers.push_back(std::stoi(entry.path().filename()));
+        }
+        for (const int number : numbers) close(number);
+        statePath_.clear();
+    }
+
+    template <typename Type>
+    Type symbol(const char* name) {
+        void* const address = dlsym(library_, name);
+        if (address == nullptr) throw std::runtime_error(dlerror());
+        return reinterpret_cast<Type>(address);
+    }
+
+private:
+    void* library_ = nullptr;
+    VornHal* hal_ = nullptr;
+    std::string statePath_;
+};
+
+// ---- what a daemon asks for: an internet service, step by step ----
+
+using internet_service::kGemPort;
+using internet_service::tcont;
+
+inline XGEMConfig gem() {
+    return internet_service::gemPort();
+}
+inline BridgeServiceProvisioning service() {
+    BridgeServiceProvisioning record = internet_service::service();
+    for (std::uint8_t pbit = 1; pbit < 8; ++pbit) record.pbitMap[pbit] = {65535, 0};
+    return record;
+}
+// Of "sid0".
+inline UniDataProvisioning row(bool add) {
+    return internet_service::row(2, add);
+}
+
+struct Call {
+    const char* name;
+    void (*make)(VornHal&);
+};
+
+inline const std::vector<Call>& internet() {
+    static const std::vector<Call> calls = {
+        {"tcont_set",
+         [](VornHal& hal) {
+             auto r = tcont();
+             hal.vorn_omci_hal_tcont_set(nullptr, &r);
+         }},
+        {"gemflow_add",
+         [](VornHal& hal) {
+             auto r = gem();
+             hal.vorn_omci_hal_gemflow_add(&r);
+         }},
+        {"configureBridge", [](VornHal& hal) { hal.vorn_omci_hal_configureBridge(3, 0); }},
+        {"configureAniTagRules",
+         [](VornHal& hal) {
+             auto r = service();
+             hal.vorn_omci_hal_configureAniTagRules(&r);
+         }},
+        {"filter_flow_add",
+         [](VornHal& hal) {
+             auto r = row(true);
+             hal.vorn_omci_hal_filter_flow_add(&r);
+         }},
+        {"filter_flow_add, away",
+         [](VornHal& hal) {
+             auto r = row(false);
+             hal.vorn_omci_hal_filter_flow_add(&r);
+         }},
+        {"unsetPbitData",
+         [](VornHal& hal) {
+             auto r = service();
+             hal.vorn_omci_hal_unsetPbitData(&r);
+         }},
+        {"deprovisionUniSideBridge",
+         [](VornHal& hal) {
+             auto r = service();
+             hal.vorn_omci_hal_deprovisionUniSideBridge(&r);
+         }},
+        {"deprovisionAniSideBridge",
+         [](VornHal& hal) {
+             auto r = service();
+             hal.vorn_omci_hal_deprovisionAniSideBridge(&r);
+         }},
+        {"gemflow_del",
+         [](VornHal& hal) {
+             auto r = gem();
+             hal.vorn_omci_hal_gemflow_del(&r);
+         }},
+        {"tcont_reset",
+         [](VornHal& hal) {
+             auto r = tcont();
+             hal.vorn_omci_hal_tcont_reset(nullptr, &r);
+         }},
+    };
+    return calls;
+}
+constexpr std::size_t kProvisioning = 5;  // of the calls above
+
+inline void make(Daemon& daemon, std::size_t from, std::size_t to) {
+    for (std::size_t i = from; i < to; ++i) internet()[i].make(*daemon.operator->());
+}
+
+class RestartFixture : public ::testing::Test {
+protected:
+    void SetUp() override { onu().reset(); }
+    static VirtualOnu& onu() { return VirtualOnu::instance(); }
+    std::string state() const { return folder_.path("hal.state"); }
+
+    // The log's lines about restarts.
+    static std::vector<std::string> said() {
+        std::vector<std::string> lines;
+        for (const auto& line : onu().traceTexts())
+            if (line.find("vorn_hal_") != std::string::npos) lines.push_back(line);
+        return lines;
+    }
+    static bool saidThat(const std::string& part) {
+        for (const auto& line : said())
+            if (line.find(part) != std::string::npos) return true;
+        return false;
+    }
+
+    Folder folder_;
+};
+
+}  // namespace restart_tests
+
+#endif

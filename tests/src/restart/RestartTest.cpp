@@ -1,0 +1,355 @@
+// Daemons that are killed between two operations, and what the next one finds.
+#include <cerrno>
+#include <csetjmp>
+#include <cstdlib>
+#include <functional>
+
+#include <nlohmann/json.hpp>
+
+#include "platform/gponctl.h"
+#include "platform/tmctl.h"
+#include "platform/vlanctl.h"
+#include "src/restart/Daemon.h"
+
+// Present when the address sanitizer is.
+extern "C" {
+__attribute__((weak)) void __lsan_disable();  // NOLINT(bugprone-reserved-identifier)
+__attribute__((weak)) void __lsan_enable();   // NOLINT(bugprone-reserved-identifier)
+}
+
+namespace restart_tests {
+namespace {
+
+// What a daemon that is killed had allocated goes with its process, and has no process here.
+class Unaccounted {
+public:
+    Unaccounted() {
+        if (__lsan_disable != nullptr) __lsan_disable();
+    }
+    ~Unaccounted() {
+        if (__lsan_enable != nullptr) __lsan_enable();
+    }
+    Unaccounted(const Unaccounted&) = delete;
+    Unaccounted& operator=(const Unaccounted&) = delete;
+};
+
+// Devices, bridges, rules, GEM ports and T-CONTs, without what counts up over a board's life.
+std::string device() {
+    const auto json = VirtualOnu::instance().toJson();
+    nlohmann::json kept;
+    for (const char* part : {"network", "vlan", "pon", "runner"}) kept[part] = json.at(part);
+    return kept.dump(1);
+}
+
+class Restart : public RestartFixture {};
+
+// Somebody else's hands on a device with the internet service.
+struct DeviceLosses {
+    DeviceLosses() {
+        auto& onu = VirtualOnu::instance();
+        vlanCtl_init();
+        vlanCtl_deleteVlanInterface("sid0.3");
+        vlanCtl_removeTagRule("gpondef", 0, 0, onu.rules("gpondef", 0, 0)[0].id);
+        vlanCtl_initTagRule();
+        unsigned id = 0;
+        vlanCtl_insertTagRule("gpondef", 0, 1, VLANCTL_POSITION_APPEND, VLANCTL_DONT_CARE, &id);
+        vlanCtl_cleanup();
+        const GponCtlGemPortDeconfig port{static_cast<std::uint16_t>(onu.gemPort(kGemPort)->index), kGemPort};
+        gponCtl_deconfigGemPort(&port);
+        onu.addGemPort(2002, 9, 256);
+        const TmctlIf interface { 1 };
+        tmctl_portTmUninit(TMCTL_DEV_GPON, &interface);
+        for (const char* command : {"brctl delif br0 sid2", "brctl addbr br7"}) EXPECT_EQ(std::system(command), 0);
+    }
+};
+
+TEST_F(Restart, AfterEachCallTheNextDaemonGoesOnAsIfItWereTheSame) {
+    std::vector<std::string> whole;
+    {
+        Daemon daemon(folder_);
+        for (std::size_t i = 0; i < internet().size(); ++i) {
+            make(daemon, i, i + 1);
+            whole.push_back(device());
+        }
+    }
+    for (std::size_t killedAfter = 0; killedAfter < internet().size(); ++killedAfter) {
+        SCOPED_TRACE(internet()[killedAfter].name);
+        onu().reset();
+        fs::remove(state());
+        {
+            Daemon first(folder_);
+            ASSERT_EQ(first.open(state()), 0);
+            make(first, 0, killedAfter + 1);
+        }
+        Daemon second(folder_);
+        EXPECT_GT(second.open(state()), 0);
+        EXPECT_EQ(device(), whole[killedAfter]) << "opening the state is no change";
+        make(second, killedAfter + 1, internet().size());
+        EXPECT_EQ(device(), whole.back());
+        EXPECT_FALSE(saidThat("forgotten"));
+        EXPECT_FALSE(saidThat("not in the state"));
+    }
+}
+
+// ---- what differs from the file ----
+
+TEST_F(Restart, WhatTheDeviceNoLongerHasIsForgottenAndWhatItHasTooMuchIsNamed) {
+    {
+        Daemon first(folder_);
+        ASSERT_EQ(first.open(state()), 0);
+        make(first, 0, kProvisioning);
+    }
+    const DeviceLosses losses;
+    Daemon second(folder_);
+    onu().clearTrace();
+    EXPECT_GT(second.open(state()), 0);
+    for (const char* line : {
+             "sid0.3 is no longer there: forgotten",
+             "sid2 is no longer on br0: forgotten",
+             "br7 is on the device and not in the state",
+             "GEM port 1001 is no longer there: forgotten",
+             "GEM port 2002 with index 9 is on the device and not in the state",
+             "T-CONT 1 has no queues any more: forgotten",
+             "gpondef direction 0 tags 0: no rule is left of 1: forgotten",
+             "gpondef direction 0 tags 1: 2 rules, 1 more than in the state",
+         })
+        EXPECT_TRUE(saidThat(line)) << line;
+    EXPECT_EQ(said().size(), 9U) << ::testing::PrintToString(said());
+
+    // It provisions again what was lost, and nothing stands twice.
+    make(second, 0, 2);
+    make(second, 4, 5);
+    EXPECT_TRUE(onu().gemPort(kGemPort)->enabled);
+    EXPECT_EQ(onu().rules("sid0", 0, 0).size(), 1U);
+}
+
+TEST_F(Restart, AGemPortThatIsUpStaysUp) {
+    {
+        Daemon first(folder_);
+        ASSERT_EQ(first.open(state()), 0);
+        make(first, 0, kProvisioning);
+    }
+    Daemon second(folder_);
+    ASSERT_GT(second.open(state()), 0);
+    onu().clearTrace();
+    make(second, 0, 2);
+    EXPECT_TRUE(onu().gemPort(kGemPort)->enabled);
+    for (const auto& line : onu().traceTexts()) EXPECT_EQ(line.find("enableGemPort(1, 1001, 0)"), std::string::npos);
+}
+
+// ---- opening ----
+
+TEST_F(Restart, WhatIsRefusedLeavesLibraryAndFileAlone) {
+    Daemon first(folder_);
+    ASSERT_EQ(first.open(state()), 0);
+    make(first, 0, kProvisioning);
+    EXPECT_EQ(first.open(folder_.path("other")), -1) << "another one is open";
+    EXPECT_GT(first.open(state()), 0) << "the same once more";
+    first.kill();
+    const std::string whole = read(state());
+
+    std::string broken = whole;
+    broken[whole.size() / 2] ^= 1;
+    write(state(), broken);
+    Daemon second(folder_);
+    EXPECT_EQ(second.open(state()), -1);
+    EXPECT_EQ(read(state()), broken);
+    EXPECT_EQ(second.clean(), -1) << "no state is open";
+
+    write(state(), whole);
+    make(second, 0, 1);
+    EXPECT_EQ(second.open(state()), -1) << "too late";
+    EXPECT_TRUE(saidThat("services have been provisioned already"));
+
+    onu().reset();  // boots
+    Daemon third(folder_);
+    EXPECT_EQ(third.open(state()), -1);
+    EXPECT_TRUE(saidThat("is of another boot"));
+}
+
+TEST_F(Restart, AFileThatIsOpenedLateTakesOverWhatStands) {
+    {
+        Daemon first(folder_);
+        make(first, 0, kProvisioning);
+        EXPECT_EQ(first.open(state()), 0);
+    }
+    Daemon second(folder_);
+    EXPECT_GT(second.open(state()), 0);
+    make(second, 5, internet().size());
+    EXPECT_TRUE(onu().gemPorts().empty());
+    EXPECT_EQ(onu().rules("sid0", 0, 0).size(), 0U);
+}
+
+TEST_F(Restart, TheVariableOpensTheFile) {
+    setenv("VORN_HAL_STATE", state().c_str(), 1);
+    {
+        Daemon first(folder_);
+        first->vorn_omci_hal_init();
+        make(first, 0, kProvisioning);
+        EXPECT_GT(first.open(state()), 0) << "open already";
+    }
+    unsetenv("VORN_HAL_STATE");
+    Daemon second(folder_);
+    EXPECT_GT(second.open(state()), 0);
+}
+
+// ---- cleaning ----
+
+TEST_F(Restart, ACleanDeviceHasNothingLeftButWhatWasRefused) {
+    {
+        Daemon first(folder_);
+        ASSERT_EQ(first.open(state()), 0);
+        make(first, 0, kProvisioning);
+    }
+    {
+        Daemon second(folder_);
+        ASSERT_GT(second.open(state()), 0);
+        onu().failNext("vlanCtl_removeTagRule", 5, EIO);
+        onu().failNext("gponCtl_deconfigGemPort", 1, EIO);
+        EXPECT_EQ(second.clean(), 2);
+        EXPECT_TRUE(saidThat("stays: vlanctl refuses"));
+        EXPECT_TRUE(saidThat("GEM port 1001 stays: the driver refuses"));
+        EXPECT_EQ(onu().ruleCount(), 1U);
+    }
+    Daemon third(folder_);
+    EXPECT_GT(third.open(state()), 0) << "what was refused";
+    EXPECT_EQ(third.clean(), 0);
+    EXPECT_EQ(onu().ruleCount(), 0U);
+    EXPECT_TRUE(onu().gemPorts().empty());
+    EXPECT_FALSE(onu().bridge("br0"));
+    EXPECT_FALSE(onu().device("sid0.3"));
+    EXPECT_FALSE(onu().device("gpon3"));
+    third.kill();
+
+    Daemon fourth(folder_);
+    EXPECT_EQ(fourth.open(state()), 0);
+    make(fourth, 0, kProvisioning);
+    EXPECT_TRUE(onu().bridge("br0"));
+    EXPECT_TRUE(onu().gemPort(kGemPort)->enabled);
+}
+
+// ---- killed within an operation ----
+
+// The device without the numbers that count up: a rule or a device that was made again has another one.
+std::string leveled(nlohmann::json json) {
+    const std::function<void(nlohmann::json&)> level = [&](nlohmann::json& value) {
+        if (value.is_object()) {
+            value.erase("id");
+            value.erase("index");
+            value.erase("mac");
+        }
+        if (!value.is_structured()) return;
+        for (auto& part : value) level(part);
+    };
+    level(json["network"]);
+    level(json["vlan"]);
+    json["runner"].erase("remarks");  // about commands on what was not there
+    return json.dump(1);
+}
+
+// What serves: devices and their bridges, rules, GEM ports, bindings. An operation that is taken back leaves settings
+// behind that serve nobody, as its removal does: default actions, the size of a queue, a port that is up.
+std::string serving() {
+    const auto json = VirtualOnu::instance().toJson();
+    nlohmann::json kept;
+    for (const auto& device : json["network"]["devices"])
+        kept["devices"][device["name"].get<std::string>()] = device["master"];
+    for (const auto& table : json["vlan"]["tables"])
+        for (const auto& rule : table["rules"])
+            kept["rules"].push_back({table["device"], table["direction"], table["tags"], rule["text"]});
+    for (const auto& tcont : json["pon"]["tconts"])
+        if (!tcont["allocId"].is_null()) kept["tconts"].push_back({tcont["index"], tcont["allocId"]});
+    kept["gemPorts"] = json["pon"]["gemPorts"];
+    return kept.dump(1);
+}
+
+class KilledWithin : public RestartFixture {
+protected:
+    static std::string board() { return leveled(nlohmann::json::parse(device())); }
+
+    // Makes the call and ends within it, after so many of its calls into the device. False when it has fewer.
+    static bool killAt(Daemon& daemon, std::size_t call, unsigned deviceCall) {
+        const Unaccounted unaccounted;
+        static std::jmp_buf end;
+        unsigned made = 0;
+        // NOLINTNEXTLINE(cert-err52-cpp): nothing of the daemon's is to run any more
+        if (setjmp(end) != 0) {
+            onu().onTrace(nullptr);
+            return true;
+        }
+        onu().onTrace([&made, deviceCall](const virtual_onu::TraceEntry&) {
+            if (++made == deviceCall) std::longjmp(end, 1);  // NOLINT(cert-err52-cpp)
+        });
+        make(daemon, call, call + 1);
+        onu().onTrace(nullptr);
+        return false;
+    }
+    void begin(Daemon& daemon, std::size_t call) {
+        ASSERT_EQ(daemon.open(state()), 0);
+        make(daemon, 0, call);
+    }
+    void startOver() {
+        onu().reset();
+        fs::remove(state());
+    }
+};
+
+// Each of the calls, killed after one device call in a few, and before the next: then the file knows already what the
+// kit was not asked yet.
+TEST_F(KilledWithin, TheCallMayBeMadeAgain) {
+    constexpr unsigned kEvery = 5;
+    std::vector<std::string> whole = {board()};
+    std::vector<std::string> served = {serving()};
+    {
+        Daemon daemon(folder_);
+        for (std::size_t i = 0; i < internet().size(); ++i) {
+            make(daemon, i, i + 1);
+            whole.push_back(board());
+            served.push_back(serving());
+        }
+    }
+    const auto goOn = [&](std::size_t call) {
+        Daemon second(folder_);
+        EXPECT_GE(second.open(state()), 0);
+        if (call < kProvisioning) {
+            EXPECT_EQ(serving(), served[call]) << "taken back";
+        }
+        make(second, call, call + 1);
+        EXPECT_EQ(board(), whole[call + 1]) << "made again";
+        make(second, call + 1, internet().size());
+        EXPECT_EQ(board(), whole.back()) << "the rest";
+    };
+    for (std::size_t call = 0; call < internet().size(); ++call) {
+        for (unsigned deviceCall = 1 + static_cast<unsigned>(call) % kEvery;; deviceCall += kEvery) {
+            SCOPED_TRACE(std::string(internet()[call].name) + ", device call " + std::to_string(deviceCall));
+            startOver();
+            {
+                Daemon first(folder_);
+                begin(first, call);
+                if (!killAt(first, call, deviceCall)) break;
+            }
+            const std::string last = onu().traceTexts().back();
+            const std::string file = read(state());
+            {
+                SCOPED_TRACE("after " + last);
+                goOn(call);
+            }
+            if (deviceCall > 1) {
+                SCOPED_TRACE("before " + last);
+                startOver();
+                {
+                    Daemon first(folder_);
+                    begin(first, call);
+                    ASSERT_TRUE(killAt(first, call, deviceCall - 1));
+                }
+                constexpr std::size_t kHeader = 64;  // with the board's boot id
+                write(state(), read(state()).substr(0, kHeader) + file.substr(kHeader));
+                goOn(call);
+            }
+            if (HasFailure()) return;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace restart_tests

@@ -1,0 +1,232 @@
+// The page of a board that runs, as a browser's requests see it, and those of others.
+#include <algorithm>
+#include <list>
+
+#include "tools/page/ServedBoard.h"
+
+namespace {
+
+using nlohmann::json;
+
+// The events of a page that is open.
+class Events : public HttpConnection {
+public:
+    Events(int port, const std::string& headers) : HttpConnection(port) {
+        send("GET /events HTTP/1.1\r\n" + headers + "\r\n");
+    }
+    bool tell(const std::string& text) { return until(text).find(text) != std::string::npos; }
+};
+
+bool holds(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+TEST_F(ServedBoard, IsForThisMachinesBrowserAlone) {
+    const std::string port = std::to_string(port_);
+    struct Case {
+        std::string headers;
+        int page, events;  // what the page itself and what it loads answer
+    };
+    const Case cases[] = {
+        {host(), 200, 200},
+        {"Host: localhost:" + port + "\r\n", 200, 200},
+        {host() + "Origin: http://127.0.0.1:" + port + "\r\nSec-Fetch-Site: same-origin\r\n", 200, 200},
+        {host() + "Sec-Fetch-Site: cross-site\r\nSec-Fetch-Mode: navigate\r\n", 200, 200},  // a link leads here
+        {"", 403, 403},
+        {"Host: 127.0.0.1\r\n", 403, 403},
+        {"Host: 127.0.0.1:1\r\n", 403, 403},
+        {"Host: lab.example:" + port + "\r\n", 403, 403},  // a name that was made to lead here
+        {"Host: 127.0.0.1:" + port + ".example\r\n", 403, 403},
+        {host() + host(), 403, 403},
+        {host() + "Origin: http://lab.example\r\n", 403, 403},
+        {host() + "Origin: https://127.0.0.1:" + port + "\r\n", 403, 403},
+        {host() + "Origin: null\r\n", 403, 403},
+        {host() + "Sec-Fetch-Site: cross-site\r\nSec-Fetch-Mode: no-cors\r\n", 403, 403},
+        {host() + "Sec-Fetch-Site: same-site\r\n", 403, 403},
+    };
+    for (const Case& one : cases) {
+        EXPECT_EQ(ask(port_, "GET", "/", one.headers).status, one.page) << one.headers;
+        Events events(port_, one.headers);
+        EXPECT_TRUE(events.tell("HTTP/1.1 " + std::to_string(one.events))) << one.headers;
+        if (one.events != 200) events.finish();
+        EXPECT_EQ(events.tell("event: parts"), one.events == 200) << one.headers;
+    }
+}
+
+TEST_F(ServedBoard, ChangesNothingWithoutTheToken) {
+    const std::string silence = R"({"gateway": "silent"})";
+    std::string other = token_;
+    other.back() = other.back() == '0' ? '1' : '0';
+    const std::string refused[] = {
+        host(),
+        host() + "X-Vorn-Token: \r\n",
+        host() + "X-Vorn-Token: " + other + "\r\n",
+        host() + "X-Vorn-Token: " + token_.substr(1) + "\r\n",
+        host() + "X-Vorn-Token: " + token_ + "0\r\n",
+        host() + "Cookie: token=" + token_ + "\r\n",
+        withToken() + "Origin: http://lab.example\r\n",
+        withToken() + "Sec-Fetch-Site: cross-site\r\nSec-Fetch-Mode: navigate\r\n" + "Origin: null\r\n",
+        "Host: lab.example\r\nX-Vorn-Token: " + token_ + "\r\n",
+    };
+    Events events(port_, host());
+    ASSERT_TRUE(events.tell("answers after"));
+    for (const std::string& headers : refused) {
+        const HttpAnswer answer = ask(port_, "POST", "/step", headers, silence);
+        EXPECT_EQ(answer.status, 403) << headers;
+        EXPECT_TRUE(json::parse(answer.body).contains("error"));
+    }
+    EXPECT_EQ(ask(port_, "POST", "/step?token=" + token_, host(), silence).status, 403);
+    EXPECT_EQ(ask(port_, "GET", "/step", withToken()).status, 404);
+    // A step that is taken is reported, and none of the others before it.
+    events.forget();
+    EXPECT_EQ(step({{"board", {{"links", {{"sid0", "down"}}}}}}).status, 200);
+    EXPECT_TRUE(holds(events.until("Plug in the cable of sid0"), "answers after"));
+    EXPECT_EQ(ask(port_, "POST", "/step", withToken(), silence).status, 200);
+    EXPECT_TRUE(events.tell("silent"));
+}
+
+TEST_F(ServedBoard, RefusesWhatIsNoStepOfThePage) {
+    const std::string deep(20000, '[');
+    struct Case {
+        std::string body;
+        int status;
+    };
+    const Case cases[] = {
+        {"", 400},
+        {"{", 400},
+        {"\xff\xfe", 400},
+        {deep, 400},
+        {"[]", 400},
+        {"{}", 400},
+        {R"({"call": "vorn_omci_hal_configureBridge", "bridgeId": 3})", 400},
+        {R"({"gateway": "silent", "board": {}})", 400},
+        {R"({"gateway": "loud"})", 422},
+        {R"({"frame": {"from": "a device with a long name"}})", 422},
+        {R"({"frame": {"from": "sid0", "tags": "<script>"}})", 422},
+        {std::string(70000, ' '), 413},
+    };
+    for (const Case& one : cases) {
+        const HttpAnswer answer = ask(port_, "POST", "/step", withToken(), one.body);
+        EXPECT_EQ(answer.status, one.status) << one.body.substr(0, 80) << "\n" << answer.body;
+        EXPECT_TRUE(holds(answer.head, "application/json")) << answer.head;
+    }
+}
+
+TEST_F(ServedBoard, OutlastsWhatIsNoHttp) {
+    const std::string sent[] = {std::string("\x16\x03\x01\x02\0\x01", 6),
+                                "GET\r\n\r\n",
+                                "GET / HTTP/9.9\r\n\r\n",
+                                "\r\n\r\n\r\n",
+                                std::string(100000, 'A'),
+                                "GET /" + std::string(50000, '/') + " HTTP/1.1\r\n" + host() + "\r\n",
+                                "GET /%00..%2f..%2fetc/passwd HTTP/1.1\r\n" + host() + "\r\n",
+                                "POST /step HTTP/1.1\r\n" + withToken() + "Content-Length: -1\r\n\r\n{}",
+                                "POST /step HTTP/1.1\r\n" + withToken() + "Transfer-Encoding: chunked\r\n\r\nzz\r\n",
+                                "GET / HTTP/1.1\r\nHost: " + std::string(20000, 'x') + "\r\n\r\n"};
+    std::list<HttpConnection> left;  // that stay open, with half a request
+    for (int i = 0; i < 5; ++i) left.emplace_back(port_).send("POST /step HTTP/1.1\r\n" + withToken() + "Content-Le");
+    for (const std::string& text : sent) {
+        HttpConnection connection(port_);
+        connection.send(text);
+        connection.finish();
+        EXPECT_FALSE(holds(connection.until("HTTP/1.1 200"), "HTTP/1.1 200")) << text.substr(0, 60);
+    }
+    EXPECT_EQ(ask(port_, "GET", "/", host()).status, 200);
+}
+
+TEST_F(ServedBoard, TellsWhatHappensOnTheBoard) {
+    Events events(port_, host());
+    for (const char* part : {"\"picture\"", "\"services\"", "\"pon\"", "\"controls\"", "\"calls\"", "GEM port 1001"})
+        EXPECT_TRUE(events.tell(part)) << part;
+    // By the page, by another program, and by frames.
+    events.forget();
+    EXPECT_EQ(step({{"board", {{"links", {{"sid0", "down"}}}}}}).status, 200);
+    EXPECT_TRUE(events.tell("Plug in the cable of sid0"));
+    const std::string tool = VORN_ONU_BINARY;
+    EXPECT_EQ(runProgram({tool, "at", "lab", "board", "links.sid0=up"}).code, 0);
+    EXPECT_TRUE(events.tell("Pull the cable of sid0"));
+    events.forget();
+    for (int i = 0; i < 40; ++i) step({{"frame", {{"from", "gem 1001"}, {"tags", {{{"vid", 100}}}}}}});
+    EXPECT_TRUE(events.tell("40 frames, "));
+    EXPECT_TRUE(events.tell("frames/s, "));
+    events.forget();
+    EXPECT_EQ(runProgram({tool, "at", "lab", "call", "vorn_omci_hal_configureBridge", "bridgeId=4", "uniPort=0"}).code,
+              0);
+    EXPECT_TRUE(events.tell("br4"));
+    EXPECT_TRUE(events.tell("SIOCBRADDBR"));  // among the last calls
+}
+
+TEST_F(ServedBoard, FollowsAFrameHopByHop) {
+    const json sent = json::parse(step({{"frame", {{"from", "sid0"}}}}).body);
+    EXPECT_TRUE(sent["passed"]);
+    EXPECT_EQ(sent["words"], "frame: untagged IPv4 from sid0: leaves the device");
+    for (const char* part : {"push VID 100", "bridge br3", "floods", "leaves at GEM port 1001, T-CONT"})
+        EXPECT_TRUE(holds(sent["html"], part)) << part;
+    const json lost = json::parse(step({{"frame", {{"from", "sid0"}, {"tags", {{{"vid", 7}}}}}}}).body);
+    EXPECT_TRUE(holds(lost["words"], "is dropped"));
+    EXPECT_TRUE(holds(lost["html"], "dropped at sid0")) << lost["html"];
+}
+
+TEST_F(ServedBoard, EscapesNames) {
+    Events events(port_, host());
+    ASSERT_TRUE(events.tell("&lt;s&gt;bad"));
+    ASSERT_TRUE(events.tell("\"services\""));
+    EXPECT_FALSE(holds(events.until("\n\n"), "<s>")) << "a device's name is markup";
+    const json dropped = json::parse(step({{"frame", {{"from", "<s>"}}}}).body);
+    EXPECT_FALSE(holds(dropped.value("html", ""), "<s>")) << dropped;
+    EXPECT_TRUE(holds(dropped.value("html", ""), "&lt;s&gt;")) << dropped;
+}
+
+TEST_F(ServedBoard, HasNothingFromOutside) {
+    const HttpAnswer one = ask(port_, "GET", "/", host()), other = ask(port_, "GET", "/", host());
+    const auto nonceOf = [](const HttpAnswer& answer) {
+        const std::size_t at = answer.head.find("script-src 'nonce-");
+        return at == std::string::npos ? "" : answer.head.substr(at + 18, 32);
+    };
+    EXPECT_EQ(nonceOf(one).size(), 32U);
+    EXPECT_NE(nonceOf(one), nonceOf(other));
+    EXPECT_TRUE(holds(one.body, "<script nonce=\"" + nonceOf(one) + "\" src=\"page.js\""));
+    for (const char* policy : {"default-src 'none'", "frame-ancestors 'none'", "form-action 'none'", "base-uri 'none'"})
+        EXPECT_TRUE(holds(one.head, policy)) << policy;
+    for (const char* path : {"/", "/page.js", "/page.css"}) {
+        const HttpAnswer answer = ask(port_, "GET", path, host());
+        EXPECT_EQ(answer.status, 200) << path;
+        for (const char* outside : {"http:", "https:", "url(", "@import", "unsafe-", " style=\"", " onclick"})
+            EXPECT_FALSE(holds(answer.body, outside)) << path << " has " << outside;
+        EXPECT_FALSE(holds(answer.body, token_)) << "the token is told to who has not got it";
+        EXPECT_TRUE(holds(answer.head, "X-Content-Type-Options: nosniff"));
+        EXPECT_TRUE(holds(answer.head, "Referrer-Policy: no-referrer"));
+    }
+}
+
+TEST_F(ServedBoard, OutlivesTheBoardAndFindsTheNextOne) {
+    Events events(port_, host());
+    ASSERT_TRUE(events.tell("GEM port 1001"));
+    step({{"board", {{"links", {{"sid0", "down"}}}}}});
+    ASSERT_TRUE(events.tell("Plug in the cable of sid0"));
+    EXPECT_EQ(board_->end(SIGTERM), 0);
+    EXPECT_TRUE(events.tell("event: gone"));
+    EXPECT_EQ(step({{"gateway", "silent"}}).status, 503);
+    events.forget();
+    startBoard();
+    EXPECT_TRUE(events.tell("Pull the cable of sid0"));
+}
+
+TEST_F(ServedBoard, EndsWhilePagesAreOpen) {
+    std::list<Events> pages;
+    for (int i = 0; i < 12; ++i) EXPECT_TRUE(pages.emplace_back(port_, host()).tell("event: parts"));
+    EXPECT_EQ(ask(port_, "GET", "/events", host()).status, 503);
+    EXPECT_EQ(ask(port_, "GET", "/", host()).status, 200);
+    pages.pop_back();  // its place is free as soon as it is missed
+    EXPECT_TRUE(becomesTrue([&] {
+        Events another(port_, host());
+        return holds(another.until("\r\n\r\n"), "200 OK");
+    })) << "the place of a page that was closed stays taken";
+    const ProgramResult second = runProgram({VORN_ONU_BINARY, "at", "lab", "serve", "--port", std::to_string(port_)});
+    EXPECT_EQ(second.code, 2);
+    EXPECT_TRUE(holds(second.output, "cannot listen on 127.0.0.1:" + std::to_string(port_))) << second.output;
+    EXPECT_EQ(page_->end(SIGTERM), 0);
+    EXPECT_EQ(runProgram({VORN_ONU_BINARY, "at", "nobody", "serve"}).code, 2);
+}
+
+}  // namespace

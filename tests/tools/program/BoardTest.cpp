@@ -1,0 +1,106 @@
+// `vorn-onu exec --board FILE`: the board outlives the program.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+#include "support/Emulated.h"
+#include "support/Programs.h"
+#include "tools/vorn-onu/RunProgram.h"
+
+namespace {
+
+using nlohmann::json;
+
+class ExecBoard : public ::testing::Test {
+protected:
+    // A shell's script as the program.
+    ProgramResult exec(const std::string& script, const std::string& options = "") const {
+        return runProgram(
+            {"/bin/sh", "-c", kTool + " exec --board " + board_ + " " + options + " -- /bin/sh -c '" + script + "'"});
+    }
+    json state() const {
+        const std::string file = scratch_.file("state.json");
+        EXPECT_EQ(exec("true", "--quiet --json " + file).code, 0);
+        return json::parse(contentOf(file));
+    }
+    std::size_t rules() const {
+        std::size_t count = 0;
+        const json all = state();
+        for (const json& table : all["vlan"]["tables"]) count += table["rules"].size();
+        return count;
+    }
+    const ScratchDirectory scratch_;
+    const std::string board_ = scratch_.file("board");
+};
+
+TEST_F(ExecBoard, TheSecondProgramFindsWhatTheFirstHasLeft) {
+    SKIP_WHEN_EMULATED(kHostPrograms);
+    EXPECT_EQ(exec(kDaemon).code, 0);
+    const std::size_t once = rules();
+    EXPECT_GT(once, 5U);
+    const ProgramResult second = exec(kDaemon, "--json " + scratch_.file("second.json"));
+    EXPECT_TRUE(has(second.output, "rule stands twice")) << second.output;
+    EXPECT_GT(rules(), once) << "a HAL that begins with empty maps adds its rules anew";
+    const json told = json::parse(contentOf(scratch_.file("second.json"))), kept = state();
+    EXPECT_EQ(told["vlan"], kept["vlan"]);
+    EXPECT_EQ(told["network"]["devices"], kept["network"]["devices"]);
+    EXPECT_GT(told["trace"].size(), 100U) << "what the program has done is told, too";
+    EXPECT_TRUE(kept["trace"].empty());
+    // Nobody has touched it: it is shown all the same.
+    const ProgramResult shown = exec("true");
+    EXPECT_TRUE(has(shown.output, "br3")) << shown.output;
+    EXPECT_NE(access((board_ + ".lock").c_str(), F_OK), 0);
+}
+
+TEST_F(ExecBoard, ADaemonWithAStateFileFindsItsService) {
+    SKIP_WHEN_EMULATED(kHostPrograms);
+    const std::string daemon = kDaemon + " --state " + scratch_.file("hal.state");
+    EXPECT_TRUE(has(exec(daemon).output, "the service is up"));
+    const json before = state();
+    const ProgramResult second = exec(daemon);
+    EXPECT_TRUE(has(second.output, "the service stands still")) << second.output;
+    EXPECT_EQ(state()["vlan"], before["vlan"]);
+    EXPECT_EQ(state()["pon"], before["pon"]);
+}
+
+TEST_F(ExecBoard, AllProcessesOfAProgramWorkOnTheOneBoard) {
+    SKIP_WHEN_EMULATED(kHostPrograms);
+    const ProgramResult both = exec(kDaemon + "; " + kDaemon);
+    EXPECT_EQ(both.code, 0) << both.output;
+    EXPECT_FALSE(has(both.output, "a board of its own")) << both.output;
+    EXPECT_TRUE(has(both.output, "rule stands twice")) << both.output;
+    EXPECT_EQ(state()["network"]["bridges"].size(), 2U);
+}
+
+TEST_F(ExecBoard, HoldsWhatStandsWhenTheProgramIsKilled) {
+    SKIP_WHEN_EMULATED(kHostPrograms);
+    // A daemon that goes into the background, as it does with --stay, is in the tool's hands until it is killed.
+    const std::string log = scratch_.file("log"),
+                      isUp = "while ! grep -q \"service is up\" " + log + "; do sleep 0.02; done";
+    EXPECT_EQ(exec(kDaemon + " --stay >" + log + " & " + isUp + "; kill -9 $!; true").code, 0);
+    EXPECT_GT(rules(), 5U);
+    EXPECT_EQ(exec(kDaemon).code, 0) << "and the next one goes on with it";
+}
+
+TEST_F(ExecBoard, IsOneRunsAtATime) {
+    SKIP_WHEN_EMULATED(kHostPrograms);
+    const ProgramResult inner = exec(kTool + " exec --board " + board_ + " -- /bin/echo it runs");
+    EXPECT_EQ(inner.code, 2) << inner.output;
+    EXPECT_TRUE(has(inner.output, board_ + ": the board is in use by another program")) << inner.output;
+    EXPECT_FALSE(has(inner.output, "it runs"));
+    EXPECT_EQ(exec("true").code, 0) << "and free again";
+}
+
+TEST_F(ExecBoard, ABadFileIsRefusedBeforeAnythingRuns) {
+    SKIP_WHEN_EMULATED(kHostPrograms);
+    scratch_.write("board", "{\"format\":\"vorn-onu board\",\"version\":2}\n");
+    const ProgramResult newer = exec("echo it runs");
+    EXPECT_EQ(newer.code, 2);
+    EXPECT_TRUE(has(newer.output, board_ + ": is a board of version 2")) << newer.output;
+    EXPECT_FALSE(has(newer.output, "it runs"));
+    EXPECT_EQ(runProgram({kTool, "exec", "--board", "/nowhere/board", "--", "/bin/true"}).code, 2);
+    EXPECT_EQ(runProgram({kTool, "run", std::string(VORN_SCENARIO_DIR) + "/bridge.json", "--board", board_}).code, 2);
+}
+
+}  // namespace

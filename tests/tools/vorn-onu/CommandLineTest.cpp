@@ -1,0 +1,70 @@
+// The words of the command line: what is refused, what is meant instead, help and manual page.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "support/Programs.h"
+#include "tools/vorn-onu/RunProgram.h"
+
+namespace {
+
+TEST(CommandLine, WhatMakesNoSenseIsRefusedInOneLineThatSaysWhatIsMeant) {
+    const struct {
+        std::vector<std::string> words;
+        const char* line;  // how it starts
+    } cases[] = {
+        {{}, "vorn-onu: say what to do: run, send, "},
+        {{"rnu"}, "vorn-onu: there is no command 'rnu', did you mean 'run'?; there are run, send, "},
+        {{"gallop", "--quiet"}, "vorn-onu: there is no command 'gallop'; there are run, "},
+        {{"help", "snd"}, "vorn-onu: there is no command 'snd', did you mean 'send'?"},
+        {{"run"}, "vorn-onu: run: FILE is required"},
+        {{"run", "--jsn", "-"}, "vorn-onu: run: there is no option --jsn, did you mean '--json'?\n"},
+        {{"send", "a.json", "--from", "sid0", "--after-step", "0"},
+         "vorn-onu: send: --after-step: must be a number from 1 on, not '0'"},
+        {{"send", "a.json", "--from", "sid0", "--pbits", "1"},
+         "vorn-onu: send: --pbits: stands behind the --vlan that it describes"},
+    };
+    for (const auto& one : cases) {
+        std::vector<std::string> words = {kTool};
+        words.insert(words.end(), one.words.begin(), one.words.end());
+        const ProgramResult result = runProgram(words);
+        EXPECT_EQ(result.code, 2) << one.line;
+        EXPECT_EQ(result.output.rfind(one.line, 0), 0u) << result.output;
+        EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1) << result.output;
+    }
+}
+
+TEST(CommandLine, HelpVersionAndHelpOfACommandAreAnswered) {
+    const std::string version = runProgram({kTool, "--version"}).output;
+    EXPECT_EQ(version.rfind("vorn-onu 0", 0), 0u) << version;
+    EXPECT_EQ(runProgram({kTool, "help"}).output, runProgram({kTool, "--help"}).output);
+    const ProgramResult send = runProgram({kTool, "help", "send"});
+    EXPECT_EQ(send.code, 0);
+    EXPECT_NE(send.output.find("--after-step N"), std::string::npos) << send.output;
+    EXPECT_EQ(send.output, runProgram({kTool, "send", "--help"}).output);
+}
+
+TEST(CommandLine, AFrameFromAPortThatIsNotThereIsBadInputAndThePortsAreNamed) {
+    const struct {
+        const char *from, *told;
+    } cases[] = {
+        {"sid77",
+         "the frame: field 'from': there is no port 'sid77' after step 24, did you mean 'sid7'?; there are sid0, "},
+        {"gem1001", "there is no port 'gem1001' after step 24, did you mean 'gem 1001'?; there are sid0, "},
+        {"gem 7", "there is no port 'gem 7' after step 24"},
+    };
+    for (const auto& one : cases) {
+        const ProgramResult result =
+            runProgram({kTool, "send", std::string(VORN_SCENARIO_DIR) + "/internet.json", "--from", one.from});
+        EXPECT_EQ(result.code, 2);
+        EXPECT_NE(result.output.find(one.told), std::string::npos) << result.output;
+    }
+}
+
+// The manual page is installed as it stands in the repository, and made from the words of --help.
+TEST(CommandLine, ManualPageSaysWhatHelpSays) {
+    EXPECT_EQ(contentOf(VORN_MANUAL_PAGE), runProgram({kTool, "help", "--man"}).output)
+        << "run: vorn-onu help --man > docs/man/vorn-onu.1";
+}
+
+}  // namespace

@@ -1,0 +1,198 @@
+// What differs between two device states, in words.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include <nlohmann/json.hpp>
+
+#include "VirtualOnu.h"
+#include "running/state/Diff.h"
+#include "tools/vorn-onu/RunProgram.h"
+
+namespace {
+
+using vorn_onu::DeviceState;
+using vorn_onu::TableState;
+using Lines = std::vector<std::string>;
+
+virtual_onu::NetworkDevice deviceOn(const std::string& name, const std::string& realDevice = "") {
+    virtual_onu::NetworkDevice one;
+    one.name = name;
+    one.up = true;
+    one.mac = "02:00:00:00:00:01";
+    one.realDevice = realDevice;
+    return one;
+}
+
+TableState table(unsigned tags, const std::vector<Lines>& rules) {
+    TableState one{"sid0", true, tags, {}, "drop"};
+    for (const auto& terms : rules) one.rules.push_back({terms});
+    return one;
+}
+
+const Lines kUntagged = {"rxdev=sid0.3", "push", "vid0:=100"};
+const Lines kTagged = {"rxdev=sid0.3", "vid0=100"};
+
+DeviceState service() {
+    DeviceState state;
+    state.devices = {deviceOn("sid0"), deviceOn("sid0.3", "sid0"), deviceOn("br3")};
+    state.devices.back().isBridge = true;
+    virtual_onu::Bridge bridge;
+    bridge.name = "br3";
+    bridge.ports = {{"sid0.3"}};
+    state.bridges = {bridge};
+    state.tables = {table(0, {kUntagged}), table(1, {kTagged, kUntagged})};
+    state.flows = {{"gpon3.3", "sid0.3"}};
+    virtual_onu::Tcont tcont;
+    tcont.index = 1;
+    tcont.allocId = 256;
+    tcont.queues.resize(1);
+    state.tconts = {tcont};
+    state.gemPorts = {{1, 1001, 256, false, true, {}}};
+    state.messages = {"application up"};
+    return state;
+}
+
+TEST(Diff, TellsEachChangeInWords) {
+    const struct {
+        const char* name;
+        void (*change)(DeviceState& state);
+        Lines expected;
+    } cases[] = {
+        {"nothing", [](DeviceState&) {}, {}},
+        {"the same work with other indexes and addresses made up from them",
+         [](DeviceState& s) {
+             s.devices[0].index = 77;
+             s.devices[0].mac = "02:00:00:00:00:4d";
+         },
+         {}},
+        {"a device",
+         [](DeviceState& s) { s.devices.push_back(deviceOn("sid1.3", "sid1")); },
+         {"device sid1.3 has appeared: on sid1, up, MTU 1500"}},
+        {"no device", [](DeviceState& s) { s.devices.erase(s.devices.begin() + 1); }, {"device sid0.3 is gone"}},
+        {"settings of a device",
+         [](DeviceState& s) {
+             s.devices[0].up = false;
+             s.devices[0].mtu = 2000;
+             s.devices[0].mac = "00:11:22:33:44:55";
+             s.devices[0].addresses = {"10.0.0.5"};
+         },
+         {"device sid0: up → down", "device sid0: MTU 1500 → 2000", "device sid0: MAC its own → 00:11:22:33:44:55",
+          "device sid0: address added: 10.0.0.5"}},
+        {"a bridge, told once",
+         [](DeviceState& s) {
+             s.devices.push_back(deviceOn("br4"));
+             s.devices.back().isBridge = true;
+             s.bridges.emplace_back();
+             s.bridges.back().name = "br4";
+         },
+         {"bridge br4 has appeared: up, members none"}},
+        {"members",
+         [](DeviceState& s) {
+             s.bridges[0].ports = {{"sid1.3"}};
+             s.bridges[0].stp = true;
+         },
+         {"bridge br3: sid0.3 has left", "bridge br3: sid1.3 has joined", "bridge br3: spanning tree off → on"}},
+        {"settings of a bridge and its ports",
+         [](DeviceState& s) {
+             s.bridges[0].ageingTime = 100;
+             s.bridges[0].multicastSnooping = false;
+             s.bridges[0].ports[0].pathCost = 4;
+         },
+         {"bridge br3: port sid0.3: path cost 100 → 4", "bridge br3: ageing time 30000 → 100",
+          "bridge br3: multicast snooping on → off"}},
+        {"the board",
+         [](DeviceState& s) {
+             s.identity.serialNumber = "VONU00000002";
+             s.persistent["key"] = "value";
+         },
+         {"board: serial number none → VONU00000002", "stored value added: key = value"}},
+        {"a rule that goes from several tables is one",
+         [](DeviceState& s) {
+             s.tables = {table(0, {}), table(1, {kTagged})};
+         },
+         {"sid0 receives, rule removed: any frames from sid0: push VID 100 → sid0.3"}},
+        {"a rule that stands there twice",
+         [](DeviceState& s) { s.tables[1].rules.push_back({kTagged}); },
+         {"sid0 receives, rule added: single-tagged frames with VID 100 from sid0: as they are → sid0.3"}},
+        {"the order of rules",
+         [](DeviceState& s) { std::reverse(s.tables[1].rules.begin(), s.tables[1].rules.end()); },
+         {"sid0 receives, frames with 1 tag: rules stand in another order"}},
+        {"a table",
+         [](DeviceState& s) { s.tables.erase(s.tables.begin()); },
+         {"sid0 receives, rule removed: untagged frames from sid0: push VID 100 → sid0.3",
+          "sid0 receives, frames with 0 tags, default: drop → not set"}},
+        {"defaults",
+         [](DeviceState& s) { s.tables[0].defaultAction = s.tables[1].defaultAction = "sid0.3"; },
+         {"sid0 receives, frames with 0, 1 tags, default: drop → pass to sid0.3"}},
+        {"flows", [](DeviceState& s) { s.flows.clear(); }, {"VLAN flow removed: gpon3.3 → sid0.3"}},
+        {"T-CONTs",
+         [](DeviceState& s) {
+             s.tconts[0].allocId = 65535;
+             s.tconts[0].queues[0].schedMode = 2;
+             s.tconts[0].queues[0].weight = 7;
+         },
+         {"T-CONT 1: alloc-id 256 → none", "T-CONT 1: queue 0: weight 0 → 7",
+          "T-CONT 1: queue 0: scheduling strict → weighted"}},
+        {"GEM ports",
+         [](DeviceState& s) {
+             s.gemPorts[0].enabled = false;
+             s.adminState = 1;
+         },
+         {"GEM port 1001: up → down", "PON link: not started → 1"}},
+        {"the rest",
+         [](DeviceState& s) {
+             s.runnerObjects = {"vlan_action/index=1"};
+             s.ingressKeys = {"k"};
+             s.ipRules = {"from 10.0.0.5 table 12"};
+             s.ipRoutes = {"default via 10.0.0.1"};
+             s.messages.clear();
+             s.failedCalls = {{1, "f", "", 1}};
+         },
+         {"runner object added: vlan_action/index=1", "ingress queue key added: k",
+          "policy routing rule added: from 10.0.0.5 table 12", "route added: default via 10.0.0.1",
+          "message to the gateway removed: application up", "failed call added: f() = 1"}},
+    };
+    for (const auto& one : cases) {
+        const DeviceState before = service();
+        DeviceState after = before;
+        one.change(after);
+        EXPECT_EQ(vorn_onu::differences(before, after), one.expected) << one.name;
+        EXPECT_EQ(vorn_onu::differences(after, before).empty(), one.expected.empty()) << one.name << ", backwards";
+    }
+}
+
+TEST(Diff, AnswersByItsExitCodeAndNamesABadFile) {
+    const ScratchDirectory directory;
+    auto& onu = virtual_onu::VirtualOnu::instance();
+    onu.reset();
+    const std::string board = directory.write("board.json", onu.toJson().dump());
+    const std::string run = directory.write("run.json", "{\"device\": " + onu.toJson().dump() + "}");
+    onu.addDevice("sid9");
+    const std::string other = directory.write("other.json", onu.toJson().dump());
+
+    struct Case {
+        std::string after;
+        int code;
+        std::string told;
+    };
+    for (const Case& one : std::vector<Case>{
+             {run, 0, "no difference\n"},
+             {other, 1, "device sid9 has appeared: down, MTU 1500\n"},
+             {directory.file("none"), 2, directory.file("none") + ": cannot be opened: No such file or directory\n"},
+             {directory.file("."), 2, directory.file(".") + ": is a directory\n"},
+             {directory.write("text", "no JSON"), 2, directory.file("text") + ": line 1, column 2: is not JSON: "},
+             {directory.write("list", "[1]"), 2, directory.file("list") + ": is no device state: "},
+             {directory.write("empty", "{}"), 2,
+              directory.file("empty") + ": is no device state: key 'network' not found\n"}}) {
+        const auto result = runProgram({VORN_ONU_BINARY, "diff", board, one.after});
+        EXPECT_EQ(result.code, one.code) << one.after;
+        EXPECT_EQ(runProgram({VORN_ONU_BINARY, "diff", "--json", board, one.after}).code, one.code);
+        EXPECT_EQ(result.output.substr(0, one.told.size()), one.told);
+        EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1) << result.output;
+    }
+    const auto json = nlohmann::json::parse(runProgram({VORN_ONU_BINARY, "diff", "--json", board, other}).output);
+    EXPECT_EQ(json.at("differences"), nlohmann::json{"device sid9 has appeared: down, MTU 1500"});
+}
+
+}  // namespace

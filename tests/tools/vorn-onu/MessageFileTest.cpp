@@ -1,0 +1,130 @@
+// Messages out of files: the forms of text that logs and dump tools have, captures, and what is none.
+#include <gtest/gtest.h>
+
+#include "living/MessageFile.h"
+#include "running/io/Files.h"
+#include "support/Emulated.h"
+
+namespace {
+
+using vorn_onu::MessageFile;
+
+// Set of T-CONT 0x8000, alloc-ID 1024, with a trailer and without.
+const std::string kHeader = "0003480a01068000", kValues = "80000400";
+const std::string kShort = kHeader + kValues + std::string(56, '0');
+const std::string kWhole = kShort + "00000028" + "01020304";
+
+omci::Bytes bytesOf(const std::string& digits) {
+    omci::Bytes bytes;
+    for (std::size_t at = 0; at + 1 < digits.size(); at += 2)
+        bytes.push_back(static_cast<std::uint8_t>(std::stoul(digits.substr(at, 2), nullptr, 16)));
+    return bytes;
+}
+
+std::string spaced(const std::string& digits, const std::string& between) {
+    std::string text;
+    for (std::size_t at = 0; at < digits.size(); at += 2) text += (at == 0 ? "" : between) + digits.substr(at, 2);
+    return text;
+}
+
+TEST(MessageFile, TextIsReadInTheFormsOfLogsAndDumpTools) {
+    const std::string all = spaced(kWhole, " ");
+    const std::string dump = "0000  " + all.substr(0, 47) + "   |..H.............|\n0010  " + all.substr(48, 47) +
+                             "   |................|\n0020  " + all.substr(96) + "   |................|\n";
+    const std::pair<const char*, std::string> forms[] = {
+        {"digits", kWhole},
+        {"without trailer", kShort},
+        {"bytes", all},
+        {"colons", spaced(kWhole, ":")},
+        {"0x", "0x" + spaced(kWhole, " 0x")},
+        {"a comment behind", kWhole + "  # T-CONT"},
+        {"time and direction", "12:00:01.5 [7] OLT->ONU: " + all},
+        {"the transaction in front", "TCI 0x0003 " + all},
+        {"an offset", "0000 " + kWhole},
+        {"a dump", dump},
+        {"an Ethernet frame",
+         "020000000002020000000001"
+         "88b5" +
+             kWhole},
+    };
+    for (const auto& [name, text] : forms) {
+        const MessageFile file = vorn_onu::readHexText("# a log\n\n" + text + "\n");
+        ASSERT_EQ(file.messages.size(), 1U) << name;
+        EXPECT_EQ(file.messages[0].message.transaction, 3) << name;
+        EXPECT_EQ(file.messages[0].message.entity, (omci::EntityKey{262, 0x8000})) << name;
+        EXPECT_EQ(file.messages[0].place, 3U) << name;
+        EXPECT_TRUE(file.skipped.empty()) << name;
+    }
+}
+
+TEST(MessageFile, TwoDumpsOneBehindTheOtherAreTwoMessages) {
+    const std::string all = spaced(kWhole, " ");
+    const std::string dump = "0000 " + all.substr(0, 47) + "\n0010 " + all.substr(48) + "\n";
+    EXPECT_EQ(vorn_onu::readHexText(dump + dump).messages.size(), 2U);
+}
+
+TEST(MessageFile, WhatIsNoMessageIsToldWithItsPlace) {
+    const MessageFile file = vorn_onu::readHexText(kWhole + "\n" + kHeader + "8000\nno digits here\n");
+    EXPECT_EQ(file.messages.size(), 1U);
+    ASSERT_EQ(file.skipped.size(), 1U);
+    EXPECT_EQ(file.skipped[0].compare(0, 8, "line 2: "), 0) << file.skipped[0];
+}
+
+TEST(MessageFile, ACaptureIsReadUpToItsDamage) {
+    SKIP_WHEN_EMULATED(kNoLibpcap);
+    const std::string whole = vorn_onu::readFile(VORN_SCENARIO_DIR "/omci/internet.pcap", 1U << 20U);
+    EXPECT_EQ(vorn_onu::readMessages(whole, "a").messages.size(), 36U);
+    const MessageFile half = vorn_onu::readMessages(whole.substr(0, whole.size() / 2), "a");
+    EXPECT_GT(half.messages.size(), 10U);
+    EXPECT_EQ(half.skipped.size(), 1U);
+    for (const std::string& bytes : {std::string(), whole.substr(0, 20), std::string(5000, 'x'), std::string(64, '\0')})
+        EXPECT_THROW(vorn_onu::readMessages(bytes, "a"), vorn_onu::FileProblem);
+}
+
+// A capture of one packet, as libpcap writes it on this processor.
+std::string captureOf(std::uint32_t link, const std::string& packetDigits) {
+    const omci::Bytes packet = bytesOf(packetDigits);
+    const auto size = static_cast<std::uint32_t>(packet.size());
+    const std::uint32_t head[] = {0xa1b2c3d4, 0x00040002, 0, 0, 65535, link, 0, 0, size, size};
+    std::string file(reinterpret_cast<const char*>(head), sizeof head);
+    return file.append(packet.begin(), packet.end());
+}
+
+// The same as pcapng: a section, an interface, a simple packet.
+std::string newCaptureOf(std::uint16_t link, const std::string& packetDigits) {
+    const omci::Bytes packet = bytesOf(packetDigits);
+    const auto size = static_cast<std::uint32_t>(packet.size());
+    const std::uint32_t padded = (size + 3) / 4 * 4;
+    const std::uint32_t head[] = {0x0a0d0d0a, 28,   0x1a2b3c4d, 1,  0xffffffff, 0xffffffff,  28,  1,
+                                  20,         link, 0,          20, 3,          16 + padded, size};
+    std::string file(reinterpret_cast<const char*>(head), sizeof head);
+    file.append(packet.begin(), packet.end()).resize(sizeof head + padded, '\0');
+    const std::uint32_t end = 16 + padded;
+    return file.append(reinterpret_cast<const char*>(&end), sizeof end);
+}
+
+TEST(MessageFile, CapturesOfEachLinkTypeAreReadAndOthersNamed) {
+    SKIP_WHEN_EMULATED(kNoLibpcap);
+    const std::string macs = "020000000002020000000001";
+    const std::string cooked = "0000000100060200000000010000", cookedTwo = "0000000000000001000100060200000000010000";
+    const std::pair<const char*, std::string> files[] = {
+        {"Ethernet", captureOf(1, macs + "88b5" + kWhole)},
+        {"with a VLAN tag", captureOf(1, macs + "8100" + "0fff" + "88b5" + kWhole)},
+        {"with two tags", captureOf(1, macs + "88a8" + "0002" + "8100" + "0fff" + "88b5" + kShort)},
+        {"cooked", captureOf(113, cooked + "88b5" + kWhole)},
+        {"cooked, second version", captureOf(276, "88b5" + cookedTwo.substr(4) + kWhole)},
+        {"the first user type", captureOf(147, kWhole)},
+        {"the last user type, with an Ethernet header", captureOf(162, macs + "88b5" + kWhole)},
+        {"pcapng", newCaptureOf(1, macs + "88b5" + kWhole)},
+    };
+    for (const auto& [name, file] : files) {
+        const MessageFile read = vorn_onu::readMessages(file, "a");
+        ASSERT_EQ(read.messages.size(), 1U) << name;
+        EXPECT_EQ(read.messages[0].message.entity, (omci::EntityKey{262, 0x8000})) << name;
+        EXPECT_EQ(read.others, 0U) << name;
+    }
+    for (const std::string& none : {captureOf(1, macs + "0800" + kWhole), captureOf(105, kWhole)})
+        EXPECT_THROW(vorn_onu::readMessages(none, "a"), vorn_onu::FileProblem);
+}
+
+}  // namespace

@@ -1,0 +1,218 @@
+// Scenarios in which the HAL's process ends and begins anew.
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+
+#include <nlohmann/json.hpp>
+
+#include "VirtualOnu.h"
+#include "running/scenario/HalProcess.h"
+#include "support/Emulated.h"
+#include "support/Programs.h"
+#include "tools/vorn-onu/RunProgram.h"
+
+namespace {
+
+using nlohmann::json;
+
+std::size_t count(const std::string& text, const std::string& part) {
+    std::size_t found = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++found;
+    return found;
+}
+
+json scenarioOf(json steps) {
+    return {{"title", "Restarts"},
+            {"records", {{"gem", {{"tContAllocId", 256}, {"xgemPortId", 1001}}}}},
+            {"steps", std::move(steps)}};
+}
+
+// What there is to go on across the parts: the device, a frame's way, marks, faults, numbers of calls, messages,
+// commands, files, the clock.
+json everythingGoesOn(const std::string& how) {
+    return scenarioOf({
+        {{"call", "vorn_omci_hal_init"}},
+        {{"call", "tcont_set"}, {"tContIndex", 1}, {"allocId", 256}},
+        {{"call", "gemflow_add"}, {"record", "gem"}},
+        {{"mark", "before"}},
+        {{"call", "configureBridge"}, {"bridgeId", 3}, {"uniPort", 0}},
+        {{"board", {{"commands", {"ifconfig sid1 up"}}, {"files", {{"/var/mcpd.conf", "a\n"}}}}}},
+        {{"gateway", "silent"}},
+        {{"fault", {{"function", "gponCtl_configTcontAllocId"}, {"nth", 3}, {"code", 5}}}},
+        {{"call", "tcont_set"}, {"tContIndex", 2}, {"allocId", 257}},
+        {{"restart", how}},
+        {{"expect",
+          {{"bridges", {{"br3", {"gpon3.3"}}}},
+           {"gemPorts", {{"1001", {{"enabled", true}}}}},
+           {"files", {{"/var/mcpd.conf", {"a"}}}},
+           {"messages", {{"since", "before"}, {"count", 0}}},
+           {"commands", {{"since", "before"}, {"contain", {"ifconfig sid1 up"}}}},
+           {"openDescriptors", 0}}}},
+        {{"frame", {{"from", "sid1"}, {"source", "02:00:5e:00:00:07"}}}},
+        {{"expect", {{"learned", {"br0 02:00:5e:00:00:07 sid1"}}}}},
+        {{"call", "tcont_set"}, {"tContIndex", 3}, {"allocId", 258}},
+        {{"expect", {{"tconts", {{"1", {{"allocId", 256}}}, {"3", {{"allocId", 258}}}}}}}},
+        {{"restart", how}},
+        {{"advance", 1000}},
+        {{"call", "vorn_omci_hal_init"}},
+        {{"expect", {{"learned", {"br0 02:00:5e:00:00:07 sid1"}}, {"messages", {{"contain", {"application up"}}}}}},
+         {"within", 1000}},
+        {{"show", "at the end"}},
+    });
+}
+
+TEST(Restart, EverythingButTheHalGoesOn) {
+    SKIP_WHEN_EMULATED(kEmulatedFork);
+#if defined(__SANITIZE_THREAD__)
+    GTEST_SKIP()
+        << "the thread sanitizer does not follow threads that start after a fork, as the gateway's listener does";
+#endif
+    const ScratchDirectory scratch;
+    for (const char* how : {"kill", "exit"}) {
+        const std::string file = scratch.write("restart.json", everythingGoesOn(how).dump());
+        const std::string state = scratch.file("state.json"), report = scratch.file("report.html");
+        const ProgramResult run = runProgram({kTool, "run", file, "--trace", "--hal-output", "--json", state,
+                                              "--report", report, "--pcap", scratch.file("frames.pcapng")});
+        EXPECT_EQ(run.code, 0) << how << run.output;
+        EXPECT_EQ(count(run.output, "The BRCM hal intialized"), 3U) << "a HAL for each part:\n" << run.output;
+        const json all = json::parse(contentOf(state));
+        EXPECT_TRUE(all["steps"][11]["walk"].is_object());
+        EXPECT_EQ(all["steps"][9]["kind"], "restart");
+        // One trace, without a gap and without an entry twice, and as many calls as it has.
+        std::uint64_t number = 0;
+        for (const json& entry : all["device"]["trace"]) EXPECT_EQ(entry["number"], ++number);
+        EXPECT_GT(all["device"]["calls"].get<std::uint64_t>(), 100U);
+        EXPECT_TRUE(has(run.output, "gponCtl_configTcontAllocId(3, 65535) = 5")) << "the fault waits for its call\n"
+                                                                                 << run.output;
+        EXPECT_TRUE(has(contentOf(report), "br3"));
+        EXPECT_GT(contentOf(scratch.file("frames.pcapng")).size(), 200U);
+    }
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(scratch.file("")), {}), 4) << "nothing else is left";
+}
+
+// The same steps without a restart leave the same device.
+TEST(Restart, LeavesTheDeviceAsItWas) {
+    SKIP_WHEN_EMULATED(kEmulatedFork);
+    const ScratchDirectory scratch;
+    const std::string scenario = std::string(VORN_SCENARIO_DIR) + "/internet.json";
+    json whole = json::parse(contentOf(scenario)), parts = whole;
+    const auto stateOf = [&](const json& steps, const std::string& name) {
+        const std::string state = scratch.file(name + ".state");
+        const ProgramResult run =
+            runProgram({kTool, "run", scratch.write(name + ".json", steps.dump()), "--quiet", "--json", state});
+        EXPECT_EQ(run.code, 0) << run.output;
+        return json::parse(contentOf(state))["device"];
+    };
+    // A restart in front of each look at the device.
+    parts["steps"] = json::array();
+    std::size_t restarts = 0;
+    for (const json& step : whole["steps"]) {
+        if (step.contains("expect") && ++restarts < 4) parts["steps"].push_back({{"restart", "kill"}});
+        parts["steps"].push_back(step);
+        if (restarts == 4) break;  // what has been provisioned; a new process could not take it back
+    }
+    whole["steps"] = json::array();
+    for (const json& step : parts["steps"])
+        if (!step.contains("restart")) whole["steps"].push_back(step);
+    ASSERT_GE(restarts, 2U);
+    const json one = stateOf(whole, "whole"), other = stateOf(parts, "parts");
+    for (const char* facility : {"network", "vlan", "pon", "board", "runner", "bus", "shell", "clock", "calls"})
+        EXPECT_EQ(one[facility], other[facility]) << json::diff(one[facility], other[facility]).dump(1);
+}
+
+// With a state file the HAL goes on as if nobody had killed it: every expectation of the scenario holds.
+TEST(Restart, AHalThatKeepsItsStateTakesBackWhatItProvisionedBefore) {
+    SKIP_WHEN_EMULATED(kEmulatedFork);
+    const ScratchDirectory scratch;
+    json scenario = json::parse(contentOf(std::string(VORN_SCENARIO_DIR) + "/internet.json"));
+    json steps = json::array();
+    for (const json& step : scenario["steps"]) {
+        if (step.contains("call")) steps.push_back({{"restart", steps.size() % 2 == 0 ? "kill" : "exit"}});
+        steps.push_back(step);
+    }
+    scenario["steps"] = steps;
+    scenario["state"] = true;
+    const ProgramResult with = runProgram({kTool, "run", scratch.write("with.json", scenario.dump())});
+    EXPECT_EQ(with.code, 0) << with.output;
+    EXPECT_TRUE(has(with.output, " records restored")) << with.output;
+    scenario["state"] = false;
+    const ProgramResult without = runProgram({kTool, "run", scratch.write("without.json", scenario.dump())});
+    EXPECT_EQ(without.code, 1) << "a HAL with empty maps cannot take back what another one has made:\n"
+                               << without.output;
+}
+
+TEST(Restart, OnlyKillAndExitAreKnown) {
+    const ScratchDirectory scratch;
+    for (const json& wrong : {json("later"), json(true), json(nullptr)}) {
+        const auto file = scratch.write("wrong.json", scenarioOf(json::array({json{{"restart", wrong}}})).dump());
+        const ProgramResult run = runProgram({kTool, "run", file});
+        EXPECT_EQ(run.code, 2) << run.output;
+        EXPECT_TRUE(has(run.output, "step 1: field 'restart'")) << run.output;
+    }
+}
+
+// A HAL that crashes is what a scenario with restarts may come upon.
+TEST(Restart, AHalThatCrashesFailsItsStepsUntilItIsStartedAnew) {
+    SKIP_WHEN_EMULATED(kEmulatedFork);
+    auto& onu = virtual_onu::VirtualOnu::instance();
+    onu.reset();
+    const ScratchDirectory scratch;
+    onu.openBoard(scratch.file("board"), virtual_onu::VirtualOnu::BoardUse::Run);
+    vorn_onu::Scenario scenario;
+    vorn_onu::Step sets, crashes;
+    sets.run = [](vorn_onu::RunContext& context) {
+        context.onu.setSerialNumber("set");
+        return vorn_onu::StepResult{{}, "done"};
+    };
+    crashes.run = [](vorn_onu::RunContext& context) {
+        context.onu.setPartNumber("on the way");
+        raise(SIGKILL);
+        return vorn_onu::StepResult{};
+    };
+    for (const auto* step : {&sets, &crashes, &sets}) {
+        scenario.steps.push_back(*step);
+        scenario.steps.back().number = scenario.steps.size();
+    }
+    vorn_onu::HalProcess process(scenario, "");
+    process.begin();
+    EXPECT_EQ(process.run(scenario.steps[0]).result.answer, "done");
+    EXPECT_EQ(onu.toJson()["board"]["serialNumber"], "set");
+    for (const std::size_t place : {std::size_t{1}, std::size_t{2}}) {
+        const auto failures = process.run(scenario.steps[place]).result.failures;
+        ASSERT_EQ(failures.size(), 1U);
+        EXPECT_EQ(failures[0].what, "the HAL's process");
+        EXPECT_EQ(failures[0].actual, std::vector<std::string>{"ended by signal 9 (Killed)"});
+    }
+    EXPECT_EQ(onu.toJson()["board"]["partNumber"], "on the way");
+    process.begin();
+    EXPECT_EQ(process.run(scenario.steps[2]).result.answer, "done");
+    onu.reset();
+}
+
+TEST(Restart, AScenarioGoesOnWithTheBoardOfAFile) {
+    SKIP_WHEN_EMULATED(kEmulatedFork);
+    const ScratchDirectory scratch;
+    const std::string board = scratch.file("board");
+    const auto run = [&](const json& steps) {
+        return runProgram({kTool, "run", scratch.write("part.json", scenarioOf(steps).dump()), "--board", board});
+    };
+    const json bridge = {{"call", "configureBridge"}, {"bridgeId", 3}, {"uniPort", 0}};
+    const json isThere = {{"expect", {{"bridges", {{"br3", {"gpon3.3"}}}}}}};
+    EXPECT_EQ(run(json::array({bridge, isThere})).code, 0);
+    EXPECT_EQ(run(json::array({isThere})).code, 0) << "the board of the first run";
+    const json tcont = {{"call", "tcont_set"}, {"tContIndex", 1}, {"allocId", 256}};
+    const json parts = json::array({isThere, json{{"restart", "kill"}}, isThere, tcont});
+    EXPECT_EQ(run(parts).code, 0);
+    const json tcontIsThere = {{"expect", {{"tconts", {{"1", {{"allocId", 256}}}}}}}};
+    EXPECT_EQ(run(json::array({tcontIsThere})).code, 0) << "also in parts";
+    EXPECT_FALSE(has(contentOf(board), "\"run."));
+    EXPECT_FALSE(std::filesystem::exists(board + ".lock"));
+
+    const std::string one = std::string(VORN_SCENARIO_DIR) + "/bridge.json";
+    const ProgramResult several = runProgram({kTool, "run", one, one, "--board", board});
+    EXPECT_EQ(several.code, 2);
+    EXPECT_TRUE(has(several.output, "--board goes with one scenario")) << several.output;
+}
+
+}  // namespace

@@ -1,0 +1,279 @@
+// vorn-onu send: that it agrees with the frame step, both ways, captures, and what a protocol analyser says of frames.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <set>
+
+#include <nlohmann/json.hpp>
+
+#include "VirtualOnu.h"
+#include "running/capture/CaptureReader.h"
+#include "running/capture/CaptureWriter.h"
+#include "support/Emulated.h"
+#include "support/Programs.h"
+#include "tools/vorn-onu/ReadJson.h"
+#include "tools/vorn-onu/RunProgram.h"
+
+namespace {
+
+using nlohmann::json;
+using virtual_onu::Frame;
+
+const std::string kBridging = std::string(VORN_SCENARIO_DIR) + "/bridge-forwarding.json";
+
+// The steps of a scenario that provision: those before its first frame.
+json provisioning(const std::string& path) {
+    json scenario = readJson(path);
+    json steps = json::array();
+    for (const json& step : scenario["steps"]) {
+        if (step.contains("frame")) break;
+        steps.push_back(step);
+    }
+    scenario["steps"] = steps;
+    return scenario;
+}
+
+// ---- send and the frame step ----
+
+json frameByChance(std::mt19937& chance) {
+    const auto upTo = [&](unsigned most) { return static_cast<unsigned>(chance()) % (most + 1); };
+    constexpr const char* kAddresses[] = {"02:00:00:00:00:0a", "02:00:00:00:00:0b", "02:00:00:00:00:0c",
+                                          "01:80:c2:00:00:02", "ff:ff:ff:ff:ff:ff", "01:00:5e:01:02:03"};
+    constexpr const char* kPlaces[] = {"sid0", "sid2", "gem 1001"};
+    constexpr const char* kTypes[] = {"ipv4", "ipv6", "arp", "pppoeSession"};
+    json frame = {{"from", kPlaces[upTo(2)]},           {"source", kAddresses[upTo(2)]},
+                  {"destination", kAddresses[upTo(5)]}, {"etherType", kTypes[upTo(3)]},
+                  {"payload", 100 + upTo(1) * 1450},    {"tags", json::array()}};
+    for (unsigned tags = upTo(2); tags > 0; --tags)
+        frame["tags"].push_back({{"vid", 99 + upTo(2)}, {"pbits", upTo(7)}});
+    return frame;
+}
+
+std::vector<std::string> wordsFor(const json& frame) {
+    std::vector<std::string> words = {"--from", frame["from"], "--source", frame["source"], "--destination"};
+    words.push_back(frame["destination"]);
+    words.insert(words.end(), {"--ethertype", frame["etherType"], "--payload", frame["payload"].dump()});
+    for (const json& tag : frame["tags"])
+        words.insert(words.end(), {"--vlan", tag["vid"].dump(), "--pbits", tag["pbits"].dump()});
+    return words;
+}
+
+TEST(Send, AgreesWithTheFrameStepForFramesByChance) {
+    const ScratchDirectory scratch;
+    std::mt19937 chance{17};
+    std::set<std::string> verdicts;
+    json scenario = provisioning(kBridging);
+    // What bridges know matters: a station at each side.
+    scenario["steps"].push_back(json::parse(R"({"frame": {"from": "sid0", "source": "02:00:00:00:00:0a"}})"));
+    scenario["steps"].push_back(json::parse(R"({"frame": {"from": "gem 1001", "source": "02:00:00:00:00:0b"}})"));
+    const std::string before = scratch.write("before.json", scenario.dump());
+    for (int i = 0; i < 30; ++i) {
+        const json frame = frameByChance(chance);
+        json whole = scenario;
+        whole["steps"].push_back({{"frame", frame}});
+        runProgram(
+            {kTool, "run", scratch.write("step.json", whole.dump()), "--quiet", "--json", scratch.file("step.out")});
+        const json steps = readJson(scratch.file("step.out")).at("steps");
+        std::vector<std::string> words = {kTool,    "send",         before,
+                                          "--json", "--after-step", std::to_string(scenario["steps"].size())};
+        for (const std::string& word : wordsFor(frame)) words.push_back(word);
+        json sent = json::parse(runProgram(words).output, nullptr, false);
+        json walk;
+        for (const json& step : steps)
+            if (step.contains("walk")) walk = step["walk"];  // the last one
+        for (const auto& [key, member] : walk.items()) EXPECT_EQ(sent.value(key, json()), member) << frame << key;
+        verdicts.insert(walk["dropped"].dump() + std::to_string(walk["leaves"].size()));
+    }
+    EXPECT_GT(verdicts.size(), 5u) << "frames of many fates";
+}
+
+TEST(Send, DrawsTheCopiesOfAFrameAsATree) {
+    const ScratchDirectory scratch;
+    const std::string output =
+        runProgram({kTool, "send", scratch.write("b.json", provisioning(kBridging).dump()), "--from", "sid0"}).output;
+    for (const char* line : {"1  sid0 receives  untagged frames: as they are → sid0.5", "2  ├ bridge br5",
+                             "3  │ gpon5 sends", "4  └ bridge br5", "5    sid2 sends"})
+        EXPECT_NE(output.find(line), std::string::npos) << line << "\n" << output;
+}
+
+TEST(Send, SaysWhyABridgeSendsAGroupToOnePortOnly) {
+    const ScratchDirectory scratch;
+    json scenario = provisioning(kBridging);
+    for (const char* step :
+         {R"({"frame": {"from": "gem 1001", "destination": "01:00:5e:00:00:01", "group": {"query": ""}}})",
+          R"({"frame": {"from": "sid2", "destination": "01:00:5e:01:02:03", "group": {"report": "239.1.2.3"}}})",
+          R"({"advance": 11000})"})
+        scenario["steps"].push_back(json::parse(step));
+    const ProgramResult run = runProgram({kTool, "send", scratch.write("g.json", scenario.dump()), "--from", "gem 1001",
+                                          "--destination", "01:00:5e:01:02:03"});
+    EXPECT_NE(run.output.find("bridge br5        to a port that wants the group → sid2.5"), std::string::npos)
+        << run.output;
+}
+
+// ---- both ways ----
+
+TEST(Send, BothWaysTellsWhetherAFrameComesBackAsItWent) {
+    const struct {
+        std::vector<std::string> words;
+        int code;
+        const char* told;
+    } cases[] = {
+        {{"--from", "sid0"}, 0, "✓ comes back as it went"},
+        {{"--from", "sid0", "--vlan", "20", "--pbits", "5"}, 0, "✓ comes back as it went"},
+        {{"--from", "sid0", "--vlan", "20", "--pbits", "3"},
+         1,
+         "it comes back as VID 20 p5, IPv4, not as VID 20 p3, IPv4"},
+        {{"--from", "gem 1001", "--vlan", "100", "--destination", "ff:ff:ff:ff:ff:ff"}, 0, "✓ comes back as it went"},
+        {{"--from", "sid0", "--vlan", "21"}, 1, "no rule matches"},
+    };
+    for (const auto& one : cases) {
+        std::vector<std::string> words = {kTool, "send", kInternet, "--both-ways"};
+        words.insert(words.end(), one.words.begin(), one.words.end());
+        const ProgramResult run = runProgram(words);
+        EXPECT_EQ(run.code, one.code) << run.output;
+        EXPECT_NE(run.output.find(one.told), std::string::npos) << one.told << "\n" << run.output;
+    }
+}
+
+// ---- captures ----
+
+// An untagged frame with a payload that shows whether it is whole.
+std::vector<std::uint8_t> withPayload(const Frame& frame, std::size_t octets) {
+    std::vector<std::uint8_t> bytes = frame.header();
+    for (std::size_t i = 0; i < octets; ++i) bytes.push_back(static_cast<std::uint8_t>(i * 7 + 3));
+    return bytes;
+}
+
+Frame tagged(std::uint16_t vid) {
+    Frame frame;
+    frame.etherType = 0x88B5;  // for experiments: nobody looks into it
+    if (vid != 0) frame.tags.push_back({0x8100, 0, false, vid});
+    return frame;
+}
+
+// The same frames as pcap: the format of old, in this machine's byte order.
+std::string pcapOf(const std::vector<std::vector<std::uint8_t>>& frames) {
+    std::string file;
+    const auto word = [&file](std::uint32_t value) {
+        file.append(reinterpret_cast<const char*>(&value), sizeof value);
+    };
+    for (const std::uint32_t value : {0xA1B2C3D4u, 0x00040002u, 0u, 0u, 65535u, 1u}) word(value);
+    for (const auto& frame : frames) {
+        for (const std::size_t value : {std::size_t{0}, std::size_t{0}, frame.size(), frame.size()})
+            word(static_cast<std::uint32_t>(value));
+        file.append(frame.begin(), frame.end());
+    }
+    return file;
+}
+
+TEST(SendCapture, TellsTheFateOfEachFrameAndWritesWhatLeftWhole) {
+    SKIP_WHEN_EMULATED(kNoLibpcap);
+    const ScratchDirectory scratch;
+    const std::vector<std::vector<std::uint8_t>> frames = {withPayload(tagged(0), 700),
+                                                           withPayload(tagged(20), 801),
+                                                           withPayload(tagged(21), 90),
+                                                           withPayload(tagged(0), 60),
+                                                           {1, 2, 3}};
+    scratch.write("in.pcap", pcapOf(frames));
+    vorn_onu::CaptureWriter writer(scratch.file("in.pcapng"));
+    for (const auto& frame : frames) writer.add("sid0", 0, frame);
+    writer.finish();
+    for (const char* file : {"in.pcap", "in.pcapng"}) {
+        const ProgramResult run = runProgram({kTool, "send", kInternet, "--from", "sid0", "--pcap-in",
+                                              scratch.file(file), "--pcap", scratch.file("out.pcapng"), "--json"});
+        EXPECT_EQ(run.code, 0);
+        const json answer = json::parse(run.output, nullptr, false);
+        ASSERT_FALSE(answer.is_discarded()) << run.output;
+        EXPECT_EQ(answer["frames"], 5);
+        EXPECT_EQ(answer["left"], 3);
+        std::map<std::string, int> fates;
+        for (const json& fate : answer["fates"]) fates[fate["fate"]] = fate["frames"];
+        EXPECT_EQ(fates.size(), 4u) << answer;
+        EXPECT_EQ(answer["fates"][0]["frames"], 2) << "the most frequent one first";
+        vorn_onu::CaptureReader reader(scratch.file("out.pcapng"));
+        vorn_onu::CaptureReader::Captured left;
+        const std::size_t whole[] = {700, 801, 60};
+        for (const std::size_t octets : whole) {
+            ASSERT_TRUE(reader.next(left));
+            const auto& sent = frames.at(octets == 700 ? 0 : octets == 801 ? 1 : 3);
+            ASSERT_EQ(left.size, 18 + octets) << "one tag, whatever it came with";
+            EXPECT_TRUE(std::equal(left.bytes + 18, left.bytes + left.size, sent.end() - static_cast<long>(octets)));
+        }
+        EXPECT_FALSE(reader.next(left));
+    }
+    const ProgramResult words =
+        runProgram({kTool, "send", kInternet, "--from", "sid0", "--pcap-in", scratch.file("in.pcap")});
+    for (const char* told : {"2 frames left at GEM port 1001, T-CONT 1, queue 0", "such as number 1",
+                             "5 frames, 1718 octets; 3 left the device, 2 did not"})
+        EXPECT_NE(words.output.find(told), std::string::npos) << told << "\n" << words.output;
+}
+
+TEST(SendCapture, RefusesWhatIsNoCaptureOfEthernetFrames) {
+    const ScratchDirectory scratch;
+    std::string other = pcapOf({});
+    other[20] = 105;  // 802.11
+    for (const std::string& file :
+         {scratch.write("a.pcap", "no capture"), scratch.write("b.pcap", other), scratch.file("none")}) {
+        const ProgramResult run =
+            runProgram({kTool, "send", kInternet, "--from", "sid0", "--pcap-in", file, "--pcap", scratch.file("o")});
+        EXPECT_EQ(run.code, 2) << run.output;
+        EXPECT_NE(runProgram({"test", "-e", scratch.file("o")}).code, 0) << "nothing is written";
+    }
+}
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+TEST(SendCapture, NeedsNoMoreMemoryForMoreFrames) {
+    SKIP_WHEN_EMULATED(kNoLibpcap);
+    const ScratchDirectory scratch;
+    const auto memoryAfter = [&](int frames) {
+        vorn_onu::CaptureWriter writer(scratch.file("m.pcapng"));
+        for (int i = 0; i < frames; ++i) {
+            Frame frame = tagged(static_cast<std::uint16_t>(i % 40));
+            frame.source = "02:00:00:00:00:" + std::to_string(10 + i % 90);
+            writer.add("sid0", static_cast<std::uint64_t>(i), withPayload(frame, 200));
+        }
+        writer.finish();
+        const ProgramResult run = runProgram({kTool, "send", kInternet, "--from", "sid0", "--pcap-in",
+                                              scratch.file("m.pcapng"), "--pcap", scratch.file("out.pcapng")});
+        EXPECT_EQ(run.code, 0) << run.output;
+        rusage usage{};
+        getrusage(RUSAGE_CHILDREN, &usage);
+        return usage.ru_maxrss;  // KiB, of the largest child so far
+    };
+    const long few = memoryAfter(1000), many = memoryAfter(40000);
+    EXPECT_LT(many, few + 4096) << "40,000 frames are 9 MB";
+}
+#endif
+
+// ---- frames on the wire ----
+
+TEST(FramesOnTheWire, AreWholeForAProtocolAnalyser) {
+    if (runProgram({"tshark", "--version"}).code != 0) GTEST_SKIP() << "there is no tshark";
+    const ScratchDirectory scratch;
+    json scenario = provisioning(kBridging);
+    for (const char* kind :
+         {R"("etherType": "ipv4", "ipProtocol": "udp")", R"("etherType": "ipv4", "ipProtocol": "tcp", "payload": 900)",
+          R"("etherType": "ipv4", "ipProtocol": "icmp")", R"("etherType": "ipv6")",
+          R"("etherType": "ipv6", "ipProtocol": "udp")", R"("etherType": "ipv6", "ipProtocol": "tcp", "dscp": 46)",
+          R"("etherType": "arp")", R"("etherType": "pppoeDiscovery")", R"("etherType": "pppoeSession")",
+          R"("etherType": "eapol")", R"("destination": "01:00:5e:01:02:03", "group": {"report": "239.1.2.3"})",
+          R"("destination": "33:33:00:00:00:01", "etherType": "ipv6", "group": {"query": ""})"})
+        for (const char* tags : {"[]", R"([{"vid": 7}, {"vid": 8, "tpid": "0x88a8"}])"})
+            scenario["steps"].push_back(
+                {{"frame", json::parse(std::string(R"({"from": "sid0", "tags": )") + tags + ", " + kind + "}")}});
+    const ProgramResult run = runProgram(
+        {kTool, "run", scratch.write("w.json", scenario.dump()), "--quiet", "--pcap", scratch.file("w.pcapng")});
+    ASSERT_EQ(run.code, 0) << run.output;
+    const auto analysed = [&](const char* filter) {
+        return runProgram({"sh", "-c", "tshark -r " + scratch.file("w.pcapng") + " -Y '" + filter + "' 2>/dev/null"})
+            .output;
+    };
+    EXPECT_EQ(analysed("_ws.malformed || _ws.short"), "");
+    for (const char* filter : {"ipv6 && udp", "pppoed", "pppoes", "eapol", "igmp", "icmpv6", "tcp"})
+        EXPECT_NE(analysed(filter), "") << filter;
+}
+
+}  // namespace

@@ -1,0 +1,135 @@
+// How a run looks in a window: nothing is cut, nothing is too wide, and fields are told in words.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+#include "views/Terminal.h"
+#include "running/state/FieldWords.h"
+#include "tools/vorn-onu/RunProgram.h"
+
+namespace {
+
+using namespace vorn_onu;
+
+std::string runIn(const std::string& columns, const std::string& scenario) {
+    return runProgram({"env", "COLUMNS=" + columns, VORN_ONU_BINARY, "run", scenario}).output;
+}
+
+std::string scenarioFile(const std::string& name) {
+    return std::string(VORN_SCENARIO_DIR) + "/" + name + ".json";
+}
+
+TEST(Show, RunOfEveryScenarioFitsItsWindowAndCutsNothing) {
+    for (const auto& entry : std::filesystem::directory_iterator(VORN_SCENARIO_DIR)) {
+        if (entry.path().extension() != ".json") continue;
+        for (const std::size_t width : {80, 120}) {
+            std::istringstream lines(runIn(std::to_string(width), entry.path()));
+            for (std::string line; std::getline(lines, line);) {
+                if (line.find("what the HAL printed") != std::string::npos) continue;  // a path is one word
+                EXPECT_LE(widthOf(line), width) << entry.path() << "\n" << line;
+                const bool shortened = line.find("… (") != std::string::npos;  // a text that says how long it is
+                EXPECT_TRUE(shortened || line.find("…") == std::string::npos) << entry.path() << "\n" << line;
+                EXPECT_FALSE(!line.empty() && line.back() == ' ') << entry.path() << "\n" << line;
+            }
+        }
+    }
+}
+
+TEST(Show, AStepShowsItsArgumentsItsOutcomeAndTheAuthorsWords) {
+    const std::string text = runIn("80", scenarioFile("internet"));
+    for (const char* part : {// all arguments of a record, VLANs and p-bits among them, and what they came to
+                             "configureAniTagRules      voice: bridgeId 3, gemPortId 1002,\n"
+                             "                                  trafficModel 1-filter, forwardOperation 4,\n"
+                             "                                  vlanTciFilterList (VID 200 p5), pbitMap (5 →\n"
+                             "                                  GEM port 1002 queue 5, others → none)\n"
+                             "                                    → +7 rules\n",
+                             // arguments and note
+                             "bridgeId 3, uniPort 1\n"
+                             "                                    → + br0, 8 devices join br0\n"
+                             "                                    the default bridge alone: there is no\n"
+                             "                                    bridge 3 yet\n",
+                             // short enough for one line
+                             "8  configureBridge           bridgeId 3, uniPort 0  → + br3 gpon3 gpon3.3\n",
+                             // a rule that does not fit in two columns
+                             "    single-tagged frames with VID 100, p-bits 0, TPID 0x8100:\n"
+                             "        pop the outer tag (rule stands twice)\n",
+                             "→ - sid0.3, -5 rules, -2 flows"})
+        EXPECT_NE(text.find(part), std::string::npos) << part << "\n" << text;
+}
+
+TEST(Show, WhatTheLinkAndTheCountersSayIsInWords) {
+    const std::string startup = runIn("100", scenarioFile("startup"));
+    EXPECT_NE(startup.find("\nPON link\n  started, from the initial state (1)\n"), std::string::npos) << startup;
+    EXPECT_NE(startup.find("= 0, text \"\"\n"), std::string::npos) << startup;
+    const ScratchDirectory folder;
+    const std::string file = folder.write("pm.json", R"({"title": "t", "steps": [
+        {"call": "vorn_omci_hal_pm_get"}, {"board": {"links": {"eth0": "down"}}}, {"gateway": {"answersAfterMs": 5}}]})");
+    const std::string text = runIn("100", file);
+    EXPECT_EQ(text.find('{'), std::string::npos) << text;
+    EXPECT_NE(text.find("received ("), std::string::npos) << text;
+    EXPECT_NE(text.find("board    links (eth0 down)"), std::string::npos) << text;
+    EXPECT_NE(text.find("gateway  answersAfterMs 5"), std::string::npos) << text;
+}
+
+TEST(Show, OnlyAWindowBreaksTheLinesOfAFailure) {
+    const ScratchDirectory folder;
+    const std::string file = folder.write("fails.json", R"({"title": "t", "steps": [
+        {"expect": {"rules": {"sid0 rx 0": ["rxdev=sid0.3 vid0=100 pbits0=5 vid1=200 pbits1=3 | pop pop push vid0:=7"]}}}]})");
+    const std::string whole = "expected  rxdev=sid0.3 vid0=100 pbits0=5 vid1=200 pbits1=3 | pop pop push vid0:=7";
+    EXPECT_NE(runProgram({VORN_ONU_BINARY, "run", file}).output.find(whole), std::string::npos);
+    const std::string narrow = runIn("60", file);
+    EXPECT_EQ(narrow.find(whole), std::string::npos);
+    EXPECT_NE(narrow.find("\n                    pbits1=3 | pop"), std::string::npos) << narrow;
+}
+
+TEST(Show, FieldsReadLikeASentence) {
+    const struct {
+        const char* fields;
+        const char* words;
+    } cases[] = {
+        {R"({"bridgeId": 3, "on": true, "name": "x", "text": ""})", "bridgeId 3, on true, name x, text \"\""},
+        {R"({"vlanTciFilterList": [{"vid": 100}, {"vid": 200, "pbits": 5, "dei": 1}]})",
+         "vlanTciFilterList (VID 100, VID 200 p5 DEI)"},
+        {R"({"vlanTciFilterList": "0064b0c8"})", "vlanTciFilterList (VID 100, VID 200 p5 DEI)"},
+        {R"({"vlanTciFilterList": "0064b"})", "vlanTciFilterList 0064b"},
+        {R"({"vlanTciFilterList": []})", "vlanTciFilterList (none)"},
+        {R"({"pbitMap": [{"pbit": 0, "gemPort": 7, "queue": 1}, {"pbit": 1, "gemPort": 7, "queue": 1},
+                         {"pbit": 3, "gemPort": 7, "queue": 1}, {"pbit": "others", "gemPort": "none"}]})",
+         "pbitMap (0-1 → GEM port 7 queue 1, 3 → GEM port 7 queue 1, others → none)"},
+        {R"({"phys": {"4": {"link": true, "speed": 10}, "5": {"link": false}}})",
+         "phys (4: link true, speed 10; 5: link false)"},
+        {R"({"received": {"a": 0, "b": 7, "c": 0, "d": 0}, "sent": {"a": 0, "b": 0, "c": 0, "d": 0}})",
+         "received (b 7, the rest 0), sent (all 0)"},
+        {R"({"commands": ["ifconfig a up", "b"]})", "commands (ifconfig a up, b)"},
+        {R"({"file": "first\nsecond\n"})", "file first… (13 bytes)"},
+    };
+    for (const auto& [fields, words] : cases) EXPECT_EQ(fieldWords(nlohmann::ordered_json::parse(fields)), words);
+    const std::string tooLong(119, 'x');
+    EXPECT_EQ(valueWords("text", tooLong + "→tail"), tooLong + "… (126 bytes)") << "no half character";
+}
+
+TEST(Show, ANumberStaysWithTheWordInFrontOfIt) {
+    const std::vector<std::string> lines = {"leaves at GEM", "port 1001,", "VID 100 +7 rules"};
+    EXPECT_EQ(wrapped("leaves at GEM port 1001, VID 100 +7 rules", 16), lines);
+    EXPECT_EQ(hanging("one two three", 9, 4), "one\n    two\n    three");
+}
+
+TEST(Show, ATableTooWideForItsWindowBreaksItsWidestColumns) {
+    Table table({"name", "what", "where"});
+    table.row({"a", "one two three four", "five six seven"});
+    EXPECT_EQ(table.text(Terminal(false, 28)),
+              "  name  what       where\n"
+              "  a     one two    five six\n"
+              "        three      seven\n"
+              "        four\n");
+    Table lines;
+    lines.row({"  indented", "two\nlines"});
+    EXPECT_EQ(lines.text(Terminal(false, 40), 0), "  indented  two lines\n") << "a line end in a cell ends no row";
+    EXPECT_FALSE(table.fits(Terminal(false, 41)));
+    EXPECT_TRUE(table.fits(Terminal(false, 42)));
+}
+
+}  // namespace

@@ -1,0 +1,53 @@
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+#include "commands/CommandLine.h"
+#include "commands/TapOptions.h"
+#include "commands/Commands.h"
+
+namespace vorn_onu {
+
+Command addExec(CLI::App& app) {
+    const auto exec = std::make_shared<ExecCommand>();
+    CLI::App* command = app.add_subcommand("exec", "run a program on the virtual ONU and show what it leaves there");
+    command->add_option("--trace", exec->traceFile, "write every call into the device; - is standard output")
+        ->type_name("FILE");
+    command->add_option("--json", exec->jsonFile, "write the device state as JSON; - is standard output")
+        ->type_name("FILE");
+    command
+        ->add_option("--board", exec->boardFile,
+                     "the board that the program finds and leaves; a file that is not there yet begins with a new one")
+        ->type_name("FILE");
+    command->add_option("--report", exec->reportFile, "write a report as one HTML page")->type_name("FILE");
+    command->add_option("--pcap", exec->pcapFile, "write the frames that the program sends for Wireshark")
+        ->type_name("FILE");
+    command
+        ->add_option(
+            "--hal-output", exec->halOutput,
+            "write what the HAL prints to this file; otherwise to a log file that the summary names; - mixes it "
+            "with what the program prints")
+        ->type_name("FILE");
+    command
+        ->add_option("--record", exec->recordFile, "write what the program asks of the HAL as a scenario to this file")
+        ->type_name("FILE");
+    addBoardName(*command, exec->name, "while the program and all that it has started runs");
+    addTapOption(*command, exec->taps);
+    command->add_flag("--quiet", exec->quiet, "do not show the device");
+    command->add_option("PROGRAM", exec->program, "the program and its arguments, after --")->required()->type_name("");
+    command->positionals_at_end();
+    command->footer(
+        "The program needs no change; it may be a daemon that is built for the workstation and linked with libvorn_hal "
+        "alone.\n\n"
+        "SIGINT, SIGTERM, SIGHUP and SIGQUIT are passed on to the program and all that it has started, also when it "
+        "has "
+        "detached itself from the terminal; a second Ctrl-C kills it. A program that goes into the background goes on "
+        "there: its process number and the files that it writes are named.\n\n"
+        "With --board FILE the board outlives the program: FILE holds it after every call, also when the program is "
+        "killed, and the next exec --board FILE goes on with it. All processes of the program work on it.\n\n"
+        "The exit code is the program's own; 128 and the number of the signal that ended it; 127 when it cannot be "
+        "started; 2 bad input.");
+    return {command, [exec] { return exec->run(); }};
+}
+
+}  // namespace vorn_onu

@@ -1,0 +1,43 @@
+// vorn-onu help, vorn-onu help COMMAND, vorn-onu schema.
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+#include "commands/CommandLine.h"
+#include "commands/Commands.h"
+#include "running/io/Output.h"
+
+namespace vorn_onu {
+
+Command addSchema(CLI::App& app) {
+    return {app.add_subcommand("schema", "print the JSON schema of scenarios"), printSchema};
+}
+
+Command addHelp(CLI::App& app) {
+    struct Help {
+        std::string command;
+        bool manual = false;
+    };
+    const auto help = std::make_shared<Help>();
+    CLI::App* command = app.add_subcommand("help", "tell how to use vorn-onu, or one of its commands");
+    command->add_option("COMMAND", help->command, "the command to tell of")->type_name("");
+    command->add_flag("--man", help->manual, "print the manual page, for man -l -");
+    const auto work = [help, &app] {
+        if (help->manual) {
+            print(manualPage(app));
+            return kHeld;
+        }
+        const CLI::App* told = help->command.empty() ? &app : findCommand(app, help->command);
+        if (told == nullptr) {
+            complain("vorn-onu: " + noSuchCommand(app, help->command));
+            return kBadInput;
+        }
+        // Not by App::help(), which tells of the command that was chosen: of this one.
+        const std::string name = told == &app ? app.get_name() : app.get_name() + " " + told->get_name();
+        print(app.get_formatter()->make_help(told, name, CLI::AppFormatMode::Normal));
+        return kHeld;
+    };
+    return {command, work};
+}
+
+}  // namespace vorn_onu

@@ -1,0 +1,60 @@
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+#include "commands/CommandLine.h"
+#include "commands/FrameOptions.h"
+#include "commands/TapOptions.h"
+#include "commands/Commands.h"
+
+namespace vorn_onu {
+
+Command addOmci(CLI::App& app) {
+    const auto omci = std::make_shared<OmciCommand>();
+    CLI::App* command = app.add_subcommand("omci", "tell what the ONU does with the messages of an OLT");
+    CLI::Option* file = command
+                            ->add_option("FILE", omci->file,
+                                         "a capture (pcap or pcapng) of the management channel, or text with a message "
+                                         "in hexadecimal digits on each line")
+                            ->type_name("");
+    CLI::Option* listen = command
+                              ->add_option("--listen", omci->listenAddress,
+                                           "be an ONU for an OLT at unix:PATH or udp:127.0.0.1:PORT until SIGTERM: a "
+                                           "datagram is a message")
+                              ->type_name("ADDRESS")
+                              ->excludes(file);
+    addBoardName(*command, omci->name, "with --listen")->needs(listen);
+    command->add_option("--until", omci->until, "stop after this message")
+        ->check(numberFrom(1))
+        ->type_name("N")
+        ->excludes(listen);
+    const FrameOptions frame = addFrameOptions(*command, *omci);
+    command
+        ->add_option(
+            "--json", omci->jsonFile,
+            "write messages, HAL calls and device state as JSON; - is standard output; with --listen the state "
+            "as it is, every second in which it has changed")
+        ->type_name("FILE");
+    command->add_option("--report", omci->reportFile, "write a report as one HTML page")->type_name("FILE");
+    command->add_option("--pcap", omci->pcapFile, "write the frame of --from, and where it left, for Wireshark")
+        ->type_name("FILE")
+        ->needs(frame.from);
+    command->add_option("--record", omci->recordFile, "write the HAL's calls as a scenario")->type_name("FILE");
+    command
+        ->add_flag("--audit", omci->audit,
+                   "compare what the device does with frames with what G.988 says of the rows and filters asked for")
+        ->excludes(listen);
+    addTapOption(*command, omci->taps)->needs(listen);
+    command->add_flag("--quiet", omci->quiet, "show only what is not as in the capture");
+    command->callback([omci, command, frame] { readTags(*command, frame, *omci); });
+    command->footer(
+        "Each message is shown with its entity and attributes in words, the ONU's answer, how that differs from the "
+        "answer in the capture, and the calls of the HAL that came of it; then the calls with the messages behind "
+        "them, and what stands on the device. Captures hold Ethernet frames of type 0x88b5, or messages as such (user "
+        "link types). In text, times, prefix words, offsets and comments (#) are passed over.\n\n"
+        "Exit codes: 0 every answer has the result that the capture has, 1 one has another, a call of the HAL failed, "
+        "or the frame of --from is dropped (with --both-ways: or does not come back as it went), 2 bad input.");
+    return {command, [omci] { return omci->run(); }};
+}
+
+}  // namespace vorn_onu

@@ -1,0 +1,51 @@
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+#include "commands/CommandLine.h"
+#include "commands/TapOptions.h"
+#include "commands/Commands.h"
+
+namespace vorn_onu {
+
+Command addRun(CLI::App& app) {
+    const auto run = std::make_shared<RunCommand>();
+    CLI::App* command = app.add_subcommand("run", "run a scenario and show what stands on the device");
+    command->add_option("FILE", run->scenarios, "the scenario, or several")->required()->type_name("");
+    command->add_flag("--trace", run->trace, "show every call into the device below the step that made it");
+    command->add_option("--json", run->jsonFile, "write steps and device state as JSON; - is standard output")
+        ->type_name("FILE");
+    command
+        ->add_option("--board", run->boardFile,
+                     "the board that the scenario begins with and leaves; a file that is not there yet begins with a "
+                     "new one")
+        ->type_name("FILE");
+    CLI::Option* report =
+        command->add_option("--report", run->reportFile, "write a report as one HTML page")->type_name("FILE");
+    command->add_flag("--audit", run->audit, "compare the device with G.988 in the report, as the command audit does")
+        ->needs(report);
+    command->add_option("--pcap", run->pcapFile, "write the frames of the scenario's frame steps for Wireshark")
+        ->type_name("FILE");
+    command->add_flag("--hal-output", run->halOutput, "show what the HAL prints below the step that made it print");
+    command->add_flag("--real-time", run->realTime, "let waits take their time");
+    command->add_flag("--quiet", run->quiet, "show failures only");
+    command->add_flag("--strict", run->strict,
+                      "take a failing call into the device kit for a failure, unless a fault step asked for it");
+    command->add_option("--junit", run->junitFile, "write a test case a scenario as JUnit's XML")->type_name("FILE");
+    command->add_option("--jobs", run->jobs, "run so many of several scenarios at a time; otherwise one")
+        ->check(numberFrom(1))
+        ->type_name("N");
+    CLI::Option* stay = command->add_flag("--stay", run->stay,
+                                          "let others reach the board when the scenario is over, until SIGTERM or "
+                                          "Ctrl-C");
+    addBoardName(*command, run->name, "with --stay; otherwise by that of the scenario's file")->needs(stay);
+    addTapOption(*command, run->taps)->needs(stay);
+    command->footer(
+        "A scenario with a mistake in it is not run. Several scenarios run each on a board of its own, a line a "
+        "scenario; "
+        "--board, --json, --report, --pcap, --trace and --hal-output go with one.\n\n"
+        "Exit codes: 0 all expectations held, 1 one did not, 2 a scenario could not be read or a file not be written.");
+    return {command, [run] { return run->run(); }};
+}
+
+}  // namespace vorn_onu

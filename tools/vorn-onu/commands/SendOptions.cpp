@@ -1,0 +1,41 @@
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+#include "commands/CommandLine.h"
+#include "commands/FrameOptions.h"
+#include "commands/Commands.h"
+
+namespace vorn_onu {
+
+Command addSend(CLI::App& app) {
+    const auto send = std::make_shared<SendCommand>();
+    CLI::App* command = app.add_subcommand("send", "tell where a frame goes once a scenario's services stand");
+    command->add_option("FILE", send->scenario, "the scenario")->required()->type_name("");
+    const FrameOptions frame = addFrameOptions(*command, *send);
+    frame.from->required();
+    CLI::Option* capture = command
+                               ->add_option("--pcap-in", send->captureFile,
+                                            "send the frames of this capture (pcap or pcapng), and tell what becomes "
+                                            "of them")
+                               ->type_name("FILE")
+                               ->excludes(frame.bothWays);
+    command->add_option("--pcap", send->pcapFile, "write what left of the capture's frames, for Wireshark")
+        ->type_name("FILE")
+        ->needs(capture);
+    command
+        ->add_option("--after-step", send->afterStep,
+                     "stop the scenario after this step; otherwise when most stands on the device")
+        ->check(numberFrom(1))
+        ->type_name("N");
+    command->add_flag("--json", send->json, "answer in JSON");
+    command->callback([send, command, frame] { readTags(*command, frame, *send); });
+    command->footer(
+        "Each hop is shown with device, table and rule, and the frame as it leaves, or where and why it was "
+        "dropped.\n\n"
+        "Exit codes: 0 a copy of the frame leaves the device (with --both-ways: and comes back as it went), 1 not so, "
+        "2 bad input. With --pcap-in: 0 at least one frame leaves.");
+    return {command, [send] { return send->run(); }};
+}
+
+}  // namespace vorn_onu

@@ -1,0 +1,94 @@
+#include "living/LivingOnu.h"
+
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+#include "VirtualOnu.h"
+#include "living/CallStep.h"
+#include "device/EthernetUni.h"
+#include "hal/HALFactory.h"
+#include "hal/VornHal.h"
+#include "omci/agent/Identity.h"
+#include "running/scenario/operations/Operations.h"
+#include "running/state/Effects.h"
+
+namespace vorn_onu {
+
+namespace {
+
+constexpr int kGatewayMs = 10;
+
+VornHal& startedHal() {
+    auto& onu = virtual_onu::VirtualOnu::instance();
+    onu.reset();
+    onu.setGateway(virtual_onu::GatewayMode::Answers, kGatewayMs);
+    VornHal& hal = *HALFactory::getInstance()->CreateHALObject(0);
+    hal.vorn_omci_hal_init();
+    return hal;
+}
+
+omci::Board boardOf(VornHal& hal) {
+    omci::Board board;
+    omci::readIdentity(hal, board);
+    return board;
+}
+
+}  // namespace
+
+LivingOnu::EffectPerformer::EffectPerformer(VornHal& hal)
+    : hal_(hal, {[](std::uint16_t port, bool up) { setEthernetUniStatus(port, up ? 1 : 0); }, updateEthernetUniSpeed}) {
+}
+
+int LivingOnu::EffectPerformer::perform(const omci::services::HalCall& call) {
+    const auto& onu = virtual_onu::VirtualOnu::instance();
+    const Sight before = Sight::of(onu);
+    const int result = hal_.perform(call);
+    effects = vorn_onu::effects(before, Sight::of(onu));
+    return result;
+}
+
+LivingOnu::LivingOnu()
+    : hal_(startedHal()),
+      agent_(boardOf(hal_), hal_, device_, clock_),
+      performer_(hal_),
+      services_(agent_.mib(), performer_) {
+    origins_.take(virtual_onu::VirtualOnu::instance().ruleTables(), 0);
+    services_.onCall([this](const omci::services::MadeCall& made) {
+        HalStep call;
+        call.number = ++calls_;
+        call.step = callStep(made.call);
+        call.name = shortOperationName(call.step->at("call").get<std::string>());
+        call.words = callWords(*call.step);
+        (*call.step)["result"] = made.result;
+        call.effects = std::exchange(performer_.effects, {});
+        call.rules = origins_.take(virtual_onu::VirtualOnu::instance().ruleTables(), call.number);
+        call.result = made.result;
+        call.entities = made.cause.entities;
+        for (const auto& message : made.cause.messages) call.messages.push_back(message.number);
+        now_.calls.push_back(std::move(call));
+    });
+    services_.onProblem([this](const omci::services::Problem& problem) { now_.problems.push_back(problem); });
+}
+
+LivingOnu::~LivingOnu() = default;
+
+Handling LivingOnu::handle(const omci::Message& request) {
+    omci::Handled handled = agent_.handle(request);
+    services_.settle(static_cast<int>(request.type), request.transaction);
+    agent_.afterAnswer();
+    now_.handled = std::move(handled);
+    now_.autonomous = agent_.takeAutonomous();
+    return std::exchange(now_, {});
+}
+
+std::vector<omci::Message> LivingOnu::tick() {
+    agent_.tick();
+    return agent_.takeAutonomous();
+}
+
+Json LivingOnu::startSteps() {
+    return Json::array({Json{{"gateway", {{"answersAfterMs", kGatewayMs}}}}, Json{{"call", "vorn_omci_hal_init"}}});
+}
+
+}  // namespace vorn_onu

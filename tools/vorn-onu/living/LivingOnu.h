@@ -1,0 +1,86 @@
+// A whole ONU on the process's virtual ONU: agent, services and HAL.
+#ifndef VORN_ONU_LIVING_ONU_H
+#define VORN_ONU_LIVING_ONU_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "living/BoardDevice.h"
+#include "running/io/HeldJson.h"
+#include "omci/agent/Agent.h"
+#include "omci/services/Services.h"
+#include "running/scenario/fields/Problem.h"
+#include "running/state/RuleOrigins.h"
+
+class VornHal;
+
+namespace vorn_onu {
+
+// A call of the HAL with what it came from.
+struct HalStep {
+    std::size_t number = 0;         // from 1
+    Held<Json> step;                // as a scenario has it
+    std::string name;               // "gemflow_add"
+    std::string words;              // its fields
+    std::string effects;            // what it has changed on the device
+    std::vector<MergedRule> rules;  // that it has put into the device
+    int result = 0;
+    std::vector<omci::EntityKey> entities;
+    std::vector<std::uint64_t> messages;  // by the agent's numbers
+};
+
+// What one message has done.
+struct Handling {
+    omci::Handled handled;
+    std::vector<HalStep> calls;
+    std::vector<omci::services::Problem> problems;
+    std::vector<omci::Message> autonomous;  // that the ONU sent since the last message
+};
+
+class LivingOnu {
+public:
+    // Makes the board new, with a gateway that answers after 10 ms, and initialises the HAL.
+    LivingOnu();
+    ~LivingOnu();
+    LivingOnu(const LivingOnu&) = delete;
+    LivingOnu& operator=(const LivingOnu&) = delete;
+
+    Handling handle(const omci::Message& request);
+    // Lets a moment's work be done: once a second. What the ONU sends because of it comes out.
+    std::vector<omci::Message> tick();
+
+    omci::Agent& agent() { return agent_; }
+    const omci::Mib& mib() { return agent_.mib(); }
+    // What services stand: in the order in which the pieces are made.
+    std::vector<const omci::services::Piece*> standing() const { return services_.standing(); }
+    const RuleOrigins& origins() const { return origins_; }  // calls by their numbers
+    // What was done before the first message, as steps of a scenario.
+    static Json startSteps();
+
+private:
+    class EffectPerformer : public omci::services::Performer {
+    public:
+        explicit EffectPerformer(VornHal& hal);
+        int perform(const omci::services::HalCall& call) override;
+        std::string hostMac() override { return hal_.hostMac(); }
+        std::string effects;  // of the last call
+
+    private:
+        omci::services::HalPerformer hal_;
+    };
+
+    VornHal& hal_;
+    BoardDevice device_;
+    omci::SteadyClock clock_;
+    omci::Agent agent_;
+    EffectPerformer performer_;
+    omci::services::Services services_;
+    RuleOrigins origins_;
+    Handling now_;
+    std::size_t calls_ = 0;
+};
+
+}  // namespace vorn_onu
+
+#endif

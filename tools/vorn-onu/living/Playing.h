@@ -1,0 +1,70 @@
+// A file's messages, played to an ONU: what it answers, beside what the capture has, and what came of it.
+#ifndef VORN_ONU_PLAYING_H
+#define VORN_ONU_PLAYING_H
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "living/LivingOnu.h"
+#include "living/MessageFile.h"
+#include "omci/message/MessageText.h"
+
+namespace vorn_onu {
+
+// A message of the file with what belongs to it. An answer in the file stands with its request.
+struct Played {
+    std::size_t number = 0;  // from 1, requests and what the ONU of the capture sent by itself
+    std::size_t place = 0;   // in the file
+    std::optional<double> seconds;
+    omci::Message message;
+    omci::MessageText text;
+
+    bool fromOnu = false;                       // told by the ONU of the capture: only shown
+    std::optional<omci::MessageText> answer;    // of the ONU here
+    std::optional<omci::MessageText> captured;  // of the ONU of the capture
+    std::string whyNoAnswer;
+    bool repeated = false;
+    bool otherResult = false;              // than the capture's
+    std::vector<std::string> differences;  // to the capture's answer, in words
+    std::vector<std::string> madeUp;       // entities that the capture has from before its begin
+    std::vector<HalStep> calls;
+    std::vector<omci::services::Problem> problems;
+    std::vector<omci::MessageText> autonomous;  // of the ONU here
+};
+
+class Playing {
+public:
+    using Listener = std::function<void(const Played&)>;
+
+    // until: stop behind this message; 0 plays all.
+    Playing(LivingOnu& onu, const MessageFile& file, std::size_t until = 0);
+    void run(const Listener& listener);
+
+    // The capture begins in the middle: before its first message entities were made that nobody here knows.
+    bool beginsInTheMiddle() const { return beginsInTheMiddle_; }
+    std::size_t count() const { return all_; }  // of messages that would be shown, answers not counted
+    // The number shown for a message by the agent's number; 0 for one that was made up.
+    std::size_t numberOf(std::uint64_t agentNumber) const;
+
+private:
+    Played play(const FileMessage& message);
+    void makeUp(const omci::Message& request, Played& played);
+    void compare(Played& played, const omci::Message& ours, const omci::Message& theirs) const;
+
+    LivingOnu& onu_;
+    const MessageFile& file_;
+    std::size_t until_, all_ = 0;
+    bool beginsInTheMiddle_ = false;
+    std::map<std::size_t, const omci::Message*> answers_;  // by the request's place among the file's messages
+    std::map<std::size_t, bool> isAnswer_;
+    std::map<std::uint64_t, std::size_t> numbers_;
+    std::size_t at_ = 0, number_ = 0;
+    std::uint16_t transaction_ = 0x7F00;  // of made up messages
+};
+
+}  // namespace vorn_onu
+
+#endif

@@ -1,0 +1,61 @@
+// Waits for a program and passes on to it what the tool is told by signals.
+#ifndef VORN_ONU_SUPERVISOR_H
+#define VORN_ONU_SUPERVISOR_H
+
+#include <sys/types.h>
+
+#include <csignal>
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "running/program/ProcessTree.h"
+
+namespace vorn_onu {
+
+struct Ending {
+    int code = 0;               // the program's exit code; 128 and the signal's number when a signal ended it
+    std::vector<Process> left;  // processes that go on in the background, the program's first child first
+};
+
+// SIGINT, SIGTERM, SIGHUP and SIGQUIT (SIGTERM when nobody reads standard output any more) go to every process below
+// this one, and to the groups that these have made. A second SIGINT or SIGQUIT kills them all. Once it has been told to
+// end and the program has ended, what is left of it gets two seconds and is then killed; a program that ends by itself
+// may leave processes in the background.
+class Supervisor {
+public:
+    // Before the program is started: from here on signals wait, and orphans come to this process.
+    Supervisor();
+    Supervisor(const Supervisor&) = delete;
+    Supervisor& operator=(const Supervisor&) = delete;
+
+    const sigset_t& before() const { return before_; }  // the signals that were blocked until then
+    // Whether the end is that of the program and everything that it has put into the background.
+    void waitForAll(bool all) { all_ = all; }
+    // Until the program has ended. meanwhile() is called every tenth of a second, if there is one. Before a signal is
+    // passed on, which may end the program, it gets up to a second for as long as isBehind() says that its state is not
+    // written.
+    Ending waitFor(pid_t program, const std::function<bool()>& isBehind, const std::function<void()>& meanwhile);
+
+private:
+    void reap();
+    void take(const siginfo_t& signal);
+    void passOn(const siginfo_t& signal) const;
+    void killAll();
+    std::vector<Process> leftInBackground();
+
+    std::function<bool()> isBehind_;
+    sigset_t before_;
+    sigset_t awaited_;
+    pid_t program_ = 0;
+    std::optional<int> code_;
+    bool all_ = false;
+    bool asked_ = false;    // to end
+    int fromKeyboard_ = 0;  // how often
+    siginfo_t last_{};      // the signal before this one, and when it came
+    timespec lastTime_{};
+};
+
+}  // namespace vorn_onu
+
+#endif

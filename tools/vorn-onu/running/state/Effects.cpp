@@ -1,0 +1,105 @@
+#include "running/state/Effects.h"
+
+#include <algorithm>
+
+#include "running/state/PonWords.h"
+
+namespace vorn_onu {
+
+namespace {
+
+constexpr std::size_t kMostNames = 6;
+
+template <typename Names>
+std::string names(const Names& all) {
+    std::string text;
+    std::size_t shown = 0;
+    for (const auto& name : all) {
+        if (++shown > kMostNames) return text + " and " + std::to_string(all.size() - kMostNames) + " more";
+        text += (text.empty() ? "" : " ") + name;
+    }
+    return text;
+}
+
+std::vector<std::string> missingFrom(const std::vector<std::string>& from, const std::vector<std::string>& in) {
+    std::vector<std::string> result;
+    for (const auto& name : in)
+        if (std::find(from.begin(), from.end(), name) == from.end()) result.push_back(name);
+    return result;
+}
+
+// "+12 rules" for a growth, "-12 rules" for a loss; "" when the number is the same.
+std::string difference(std::size_t before, std::size_t after, const std::string& noun) {
+    if (before == after) return "";
+    const std::size_t count = before < after ? after - before : before - after;
+    return (before < after ? "+" : "-") + std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+// Devices that were there already and have joined or left a bridge.
+std::string movements(const Sight& before, const Sight& after) {
+    std::map<std::string, std::vector<std::string>> joined, left;
+    for (const auto& [device, bridge] : after.memberships) {
+        const auto was = before.memberships.find(device);
+        if (was != before.memberships.end() && was->second != bridge && !bridge.empty())
+            joined[bridge].push_back(device);
+        if (was != before.memberships.end() && !was->second.empty() && bridge.empty())
+            left[was->second].push_back(device);
+    }
+    std::string text;
+    const auto add = [&text](const std::string& part) { text += (text.empty() ? "" : ", ") + part; };
+    for (const auto& [bridge, devices] : joined)
+        add(devices.size() > 2 ? std::to_string(devices.size()) + " devices join " + bridge
+                               : names(devices) + " joins " + bridge);
+    for (const auto& [bridge, devices] : left)
+        add(devices.size() > 2 ? std::to_string(devices.size()) + " devices leave " + bridge
+                               : names(devices) + " leaves " + bridge);
+    return text;
+}
+
+}  // namespace
+
+Sight Sight::of(const virtual_onu::VirtualOnu& onu) {
+    Sight sight;
+    for (const auto& device : onu.devices()) {
+        sight.devices.push_back(device.name);
+        sight.memberships[device.name] = device.master;
+        for (const auto& address : device.addresses) sight.things.insert(device.name + " " + address);
+    }
+    for (const auto& port : onu.gemPorts())
+        sight.things.insert("GEM port " + std::to_string(port.portId) + (port.enabled ? "" : " (down)"));
+    for (const auto& tcont : onu.tconts())
+        if (tcont.allocId != kNoAllocId)
+            sight.things.insert("T-CONT " + std::to_string(tcont.index) + " with " +
+                                std::to_string(tcont.queues.size()) + " queues");
+    for (const auto& object : onu.runnerObjects()) sight.things.insert(object);
+    for (const auto& key : onu.ingressQueueKeys()) sight.things.insert("ingress queue " + key);
+    sight.rules = onu.ruleCount();
+    sight.flows = onu.flows().size();
+    sight.messages = onu.sentMessages().size();
+    return sight;
+}
+
+std::string effects(const Sight& before, const Sight& after) {
+    std::string text;
+    const auto add = [&text](const std::string& part) {
+        if (!part.empty()) text += (text.empty() ? "" : ", ") + part;
+    };
+    const auto made = missingFrom(before.devices, after.devices);
+    const auto gone = missingFrom(after.devices, before.devices);
+    std::vector<std::string> newThings, lostThings;
+    std::set_difference(after.things.begin(), after.things.end(), before.things.begin(), before.things.end(),
+                        std::back_inserter(newThings));
+    std::set_difference(before.things.begin(), before.things.end(), after.things.begin(), after.things.end(),
+                        std::back_inserter(lostThings));
+    if (!made.empty()) add("+ " + names(made));
+    if (!gone.empty()) add("- " + names(gone));
+    add(movements(before, after));
+    for (const auto& thing : newThings) add("+ " + thing);
+    for (const auto& thing : lostThings) add("- " + thing);
+    add(difference(before.rules, after.rules, "rule"));
+    add(difference(before.flows, after.flows, "flow"));
+    add(difference(before.messages, after.messages, "message"));
+    return text;
+}
+
+}  // namespace vorn_onu

@@ -1,0 +1,290 @@
+#include "views/WatchView.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdio>
+
+#include <nlohmann/json.hpp>
+
+#include "running/io/Printed.h"
+#include "views/Terminal.h"
+#include "running/state/DeviceState.h"
+#include "running/state/FailedCalls.h"
+#include "running/state/ServiceWords.h"
+#include "running/state/Services.h"
+
+namespace vorn_onu {
+
+namespace {
+
+using nlohmann::json;
+using Cells = std::vector<std::string>;
+
+constexpr std::size_t kWide = 110;       // columns from which rates in bits have room
+constexpr std::size_t kFewestCalls = 3;  // of the last calls, in any window
+constexpr std::size_t kMostWarningsShown = 4;
+
+// Columns of their own widths, each as wide as its widest cell; the first stands left, numbers right.
+struct Columns {
+    Cells headings;
+    std::vector<Cells> rows;
+    std::size_t textColumns = 1;  // so many stand left
+};
+
+std::string padded(const std::string& text, std::size_t width, bool left) {
+    const std::size_t used = widthOf(text);
+    const std::string blanks(used < width ? width - used : 0, ' ');
+    return left ? text + blanks : blanks + text;
+}
+
+std::vector<std::string> linesOf(const Columns& columns) {
+    std::vector<std::size_t> widths(columns.headings.size(), 0);
+    std::vector<Cells> all = {columns.headings};
+    all.insert(all.end(), columns.rows.begin(), columns.rows.end());
+    for (const Cells& row : all)
+        for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], widthOf(row[i]));
+    std::vector<std::string> lines;
+    for (const Cells& row : all) {
+        std::string line = " ";
+        for (std::size_t i = 0; i < row.size(); ++i)
+            line += (i == 0 ? " " : "  ") + padded(row[i], widths[i], i < columns.textColumns);
+        line.erase(line.find_last_not_of(' ') + 1);
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+// 950, 12.3k, 4.5M
+std::string shortNumber(double number) {
+    const char* unit = "";
+    for (const char* next : {"k", "M", "G"}) {
+        if (number < 1000) break;
+        number /= 1000;
+        unit = next;
+    }
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), *unit != '\0' && number < 100 ? "%.1f%s" : "%.0f%s", number, unit);
+    return text.data();
+}
+
+// A counter now, and how fast it grows.
+class Counter {
+public:
+    Counter(const Watched& watched, const json::json_pointer& place) : seconds_(watched.seconds) {
+        now_ = numberAt(*watched.counters, place);
+        before_ = numberAt(*watched.before, place);
+        isKnown_ = seconds_ > 0 && watched.before->is_object() && watched.before->contains(place);
+    }
+    std::string total() const { return std::to_string(now_); }
+    std::string rate(double times = 1) const {
+        if (!isKnown_ || now_ < before_) return "-";
+        return shortNumber(static_cast<double>(now_ - before_) * times / seconds_);
+    }
+    std::uint64_t value() const { return now_; }
+
+private:
+    static std::uint64_t numberAt(const json& counters, const json::json_pointer& place) {
+        return counters.is_object() && counters.contains(place) ? counters.at(place).get<std::uint64_t>() : 0;
+    }
+    double seconds_;
+    std::uint64_t now_ = 0, before_ = 0;
+    bool isKnown_ = false;
+};
+
+constexpr double kBits = 8;
+
+// The two directions of a port or a GEM port: rates, bits where there is room, totals.
+Cells traffic(const Counter& in, const Counter& inOctets, const Counter& out, const Counter& outOctets, bool wide) {
+    Cells cells = {in.rate(), out.rate()};
+    if (wide) cells.insert(cells.end(), {inOctets.rate(kBits), outOctets.rate(kBits)});
+    cells.insert(cells.end(), {in.total(), out.total()});
+    return cells;
+}
+
+Cells trafficHeadings(bool wide) {
+    Cells cells = {"in/s", "out/s"};
+    if (wide) cells.insert(cells.end(), {"in bit/s", "out bit/s"});
+    cells.insert(cells.end(), {"frames in", "out", "dropped"});
+    return cells;
+}
+
+bool isPort(const virtual_onu::NetworkDevice& device) {
+    return device.realDevice.empty() && !device.isBridge && device.name != "gpondef";
+}
+
+Columns portsOf(const Watched& watched, const DeviceState& state, bool wide) {
+    Columns columns{{"port", "link"}, {}, 2};
+    const Cells headings = trafficHeadings(wide);
+    columns.headings.insert(columns.headings.end(), headings.begin(), headings.end());
+    for (const json& one : watched.device->at("network").at("devices")) {
+        const auto* device = state.device(oneLine(one.at("name").get<std::string>()));
+        if (device == nullptr || !isPort(*device)) continue;
+        const auto counter = [&](const char* key) {
+            return Counter(watched, json::json_pointer() / "devices" / one.at("name").get<std::string>() / key);
+        };
+        const Counter in = counter("rx_packets"), out = counter("tx_packets");
+        const std::uint64_t dropped = counter("rx_dropped").value() + counter("tx_dropped").value();
+        const bool linked = one.at("operState") == "up";
+        if (!device->up && in.value() + out.value() + dropped == 0) continue;
+        Cells row = {device->name, !device->up ? "off" : linked ? "up" : "no link"};
+        const Cells cells = traffic(in, counter("rx_bytes"), out, counter("tx_bytes"), wide);
+        row.insert(row.end(), cells.begin(), cells.end());
+        row.push_back(std::to_string(dropped));
+        columns.rows.push_back(std::move(row));
+    }
+    return columns;
+}
+
+// The device counts what it sends as sent: down the fibre comes what it has received.
+Columns gemPortsOf(const Watched& watched, const DeviceState& state, bool wide) {
+    Columns columns{{"GEM port", "alloc-id"}, {}, 2};
+    const Cells headings = trafficHeadings(wide);
+    columns.headings.insert(columns.headings.end(), headings.begin(), headings.end());
+    for (const auto& port : state.gemPorts) {
+        const auto counter = [&](std::size_t index) {
+            return Counter(watched, json::json_pointer() / "gemPorts" / std::to_string(port.portId) / index);
+        };
+        constexpr unsigned kNoAllocId = 65535;
+        Cells row = {std::to_string(port.portId), port.allocId == kNoAllocId ? "-" : std::to_string(port.allocId)};
+        const Cells cells = traffic(counter(2), counter(3), counter(0), counter(1), wide);
+        row.insert(row.end(), cells.begin(), cells.end());
+        row.push_back(counter(6).total());
+        columns.rows.push_back(std::move(row));
+    }
+    return columns;
+}
+
+// Real packets: what came out of the host's interfaces and went into them.
+Columns tapsOf(const Watched& watched, bool wide) {
+    Columns columns{{"port", "TAP", "link"}, {}, 3};
+    const Cells headings = trafficHeadings(wide);
+    columns.headings.insert(columns.headings.end(), headings.begin(), headings.end());
+    columns.headings.emplace_back("lost");
+    const json& taps = watched.counters->at("taps");
+    for (std::size_t i = 0; i < taps.size(); ++i) {
+        const auto counter = [&](const char* key) { return Counter(watched, json::json_pointer() / "taps" / i / key); };
+        Cells row = {taps[i].value("port", ""), taps[i].value("interface", ""),
+                     taps[i].value("linkUp", false) ? "up" : "down"};
+        const Cells cells =
+            traffic(counter("framesIn"), counter("octetsIn"), counter("framesOut"), counter("octetsOut"), wide);
+        row.insert(row.end(), cells.begin(), cells.end());
+        row.push_back(counter("dropped").total());
+        row.push_back(std::to_string(counter("lostIn").value() + counter("lostOut").value()));
+        columns.rows.push_back(std::move(row));
+    }
+    return columns;
+}
+
+std::string joinedWith(const std::vector<std::string>& parts, const std::string& between) {
+    std::string text;
+    for (const std::string& part : parts) text += (text.empty() ? "" : between) + part;
+    return text;
+}
+
+std::vector<std::string> servicesLines(const DeviceState& state) {
+    Columns columns{{"service", "GEM ports", "at its ports"}, {}, 3};
+    for (const Service& service : servicesOf(state)) {
+        std::vector<std::string> gemPorts, ends;
+        for (const auto& port : state.gemPorts)
+            if (service.gemIndexes.count(port.index) != 0) gemPorts.push_back(std::to_string(port.portId));
+        for (const ServiceEnd& end : service.unis)
+            ends.push_back(end.port + " " + joinedWith(vlansAt(service, end), ", "));
+        columns.rows.push_back(
+            {service.name, gemPorts.empty() ? "-" : joinedWith(gemPorts, " "), joinedWith(ends, "; ")});
+    }
+    return columns.rows.empty() ? std::vector<std::string>{"  none"} : linesOf(columns);
+}
+
+std::vector<std::string> warningsOf(const Watched& watched, const DeviceState& state) {
+    std::vector<std::string> lines;
+    for (const std::string& command : state.strangeCommands) lines.push_back("not understood: " + command);
+    for (const FailedCallWords& call : failedCallWords(state.failedCalls, {})) lines.push_back(call.sentence());
+    if (watched.device->at("bus").value("gateway", "") == "silent")
+        lines.insert(lines.begin(), "the gateway is silent");
+    return lines;
+}
+
+// A part of the screen: a title and lines, of which some may have no room.
+struct Section {
+    std::string title;
+    std::vector<std::string> lines;
+    std::size_t least = 1;    // lines that are shown in any case
+    bool latestLast = false;  // the last lines are the ones that count
+    std::size_t shown = 0;
+};
+
+// Gives every section its least and then one line after the other, in turns.
+void share(std::vector<Section>& sections, std::size_t rows) {
+    for (Section& section : sections) {
+        section.shown = std::min({section.lines.size(), section.least, rows});
+        rows -= section.shown;
+    }
+    for (bool given = true; given && rows > 0;) {
+        given = false;
+        for (Section& section : sections) {
+            if (rows == 0 || section.shown == section.lines.size()) continue;
+            ++section.shown;
+            --rows;
+            given = true;
+        }
+    }
+}
+
+class Painter {
+public:
+    Painter(std::size_t columns, bool colour) : columns_(columns), colour_(colour) {}
+    void line(const std::string& text, const char* code = nullptr) {
+        const std::string fitting = cut(oneLine(text), columns_);
+        lines_.push_back(colour_ && code != nullptr ? painted(code, fitting) : fitting);
+    }
+    std::vector<std::string> take(std::size_t rows) {
+        if (lines_.size() > rows) lines_.resize(rows);
+        return std::move(lines_);
+    }
+
+private:
+    std::size_t columns_;
+    bool colour_;
+    std::vector<std::string> lines_;
+};
+
+void paint(Painter& painter, const Section& section, const char* code) {
+    const std::size_t hidden = section.lines.size() - section.shown;
+    painter.line(
+        section.title + (hidden > 0 && !section.latestLast ? " (and " + std::to_string(hidden) + " more lines)" : ""),
+        "1");
+    const std::size_t first = section.latestLast ? hidden : 0;
+    for (std::size_t i = first; i < first + section.shown; ++i) painter.line(section.lines[i], code);
+}
+
+}  // namespace
+
+std::vector<std::string> watchLines(const Watched& watched, std::size_t rows, std::size_t columns, bool colour) {
+    Painter painter(columns, colour);
+    painter.line(watched.title, "1");
+    if (!watched.problem.empty()) painter.line(watched.problem, "33");
+    if (watched.device->is_null()) return painter.take(rows);
+    const bool wide = columns >= kWide;
+    const DeviceState state = readState(*watched.device);
+    std::vector<Section> sections = {{"Services", servicesLines(state), 3, false, 0},
+                                     {"Ports", linesOf(portsOf(watched, state, wide)), 3, false, 0}};
+    if (!state.gemPorts.empty())
+        sections.push_back({"GEM ports", linesOf(gemPortsOf(watched, state, wide)), 3, false, 0});
+    if (watched.counters->is_object() && watched.counters->contains("taps"))
+        sections.push_back({"Real packets", linesOf(tapsOf(watched, wide)), 3, false, 0});
+    std::vector<std::string> warnings = warningsOf(watched, state);
+    for (std::string& line : warnings) line = "  " + line;
+    if (!warnings.empty())
+        sections.push_back({"Warnings", warnings, std::min(warnings.size(), kMostWarningsShown), false, 0});
+    Section calls{"Last calls, of " + std::to_string(state.calls), {}, kFewestCalls, true, 0};
+    for (const std::string& call : watched.calls) calls.lines.push_back("  " + call);
+    sections.push_back(std::move(calls));
+    const std::size_t around = (watched.problem.empty() ? 1U : 2U) + sections.size() + 1;  // titles, the line of keys
+    share(sections, rows > around ? rows - around : 0);
+    for (const Section& section : sections) paint(painter, section, section.title == "Warnings" ? "33" : nullptr);
+    painter.line("q ends", "2");
+    return painter.take(rows);
+}
+
+}  // namespace vorn_onu

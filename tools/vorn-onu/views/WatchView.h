@@ -1,0 +1,29 @@
+// A board that runs, on one screen: services, ports, counters with their rates, the last calls, warnings.
+#ifndef VORN_ONU_WATCH_VIEW_H
+#define VORN_ONU_WATCH_VIEW_H
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "running/io/HeldJson.h"
+
+namespace vorn_onu {
+
+// What is known of the board.
+struct Watched {
+    std::string title;               // "lab: exec ./my-omci-daemon"
+    std::string problem;             // why nothing new comes; "" while it does
+    Held<nlohmann::json> device;     // its state; null before the first one. The trace has its failed calls
+    Held<nlohmann::json> counters;   // the reply to "counters"; null before the first one
+    Held<nlohmann::json> before;     // the one before
+    double seconds = 0;              // between the two; 0 where there is none before
+    std::vector<std::string> calls;  // the last ones, the latest at the end
+};
+
+// Lines for a window of this size, painted where colour is set.
+std::vector<std::string> watchLines(const Watched& watched, std::size_t rows, std::size_t columns, bool colour);
+
+}  // namespace vorn_onu
+
+#endif

@@ -1,0 +1,95 @@
+#include "views/page/ControlPart.h"
+
+#include <cstdint>
+
+#include <nlohmann/json.hpp>
+
+#include "views/Html.h"
+
+namespace vorn_onu::page {
+
+namespace {
+
+using namespace html;
+using nlohmann::json;
+
+// what: what pressing it does, for those who hear the button without its row.
+std::string button(const std::string& text, const std::string& what, const json& step) {
+    const std::string words = step.dump(-1, ' ', true, json::error_handler_t::replace);
+    return "<button type=\"button\" data-step=\"" + escaped(words) + "\" aria-label=\"" + escaped(what) + "\">" +
+           escaped(text) + "</button>";
+}
+
+std::string stateWord(bool good, const std::string& text) {
+    return element("span", escaped(text), good ? "lamp on" : "lamp");
+}
+
+// key: what stays the same when rows come and go.
+std::string row(const std::string& key, const std::string& name, const std::string& state, const std::string& button) {
+    return "<li data-key=\"" + escaped(key) + "\">" + element("span", name, "what") + state + button + "</li>\n";
+}
+
+bool isPort(const json& device) {
+    return device.value("realDevice", "").empty() && !device.value("isBridge", false);
+}
+
+std::string links(const json& device) {
+    std::string rows;
+    for (const json& one : device.at("network").at("devices")) {
+        if (!isPort(one)) continue;
+        const std::string name = one.value("name", "");
+        const bool up = one.value("operState", "") == "up";
+        rows += row(name, code(name), stateWord(up, up ? "link up" : "link down"),
+                    button(up ? "Pull" : "Plug in", up ? "Pull the cable of " + name : "Plug in the cable of " + name,
+                           {{"board", {{"links", {{name, up ? "down" : "up"}}}}}}));
+    }
+    return element("h3", "Links") + element("ul", rows, "switches");
+}
+
+std::string fibre(const json& device, const json& newBoard) {
+    const auto level = [](const json& state, const char* key) {
+        return state.at("files").at("characterDevices").value(key, 0U);
+    };
+    const unsigned receive = level(device, "rawReceiveLevel"), transmit = level(device, "rawTransmitLevel");
+    const bool lit = receive != 0;
+    const json step = {
+        {"board", {{"optics", {{"receive", lit ? 0U : level(newBoard, "rawReceiveLevel")}, {"transmit", transmit}}}}}};
+    return element("h3", "Fibre") +
+           element("ul",
+                   row("fibre", "receives", stateWord(lit, lit ? "level " + std::to_string(receive) : "dark"),
+                       button(lit ? "Pull" : "Plug in", lit ? "Pull the fibre" : "Plug in the fibre", step)),
+                   "switches");
+}
+
+std::string gateway(const json& device) {
+    const json& bus = device.at("bus");
+    const bool answers = bus.value("gateway", "") == "answers";
+    const std::string state =
+        answers ? "answers after " + std::to_string(bus.value("answerDelayMs", std::uint64_t{0})) + " ms" : "silent";
+    return element("h3", "Gateway") + element("ul",
+                                              row("gateway", "service messages", stateWord(answers, state),
+                                                  button(answers ? "Silence" : "Let it answer",
+                                                         answers ? "Silence the gateway" : "Let the gateway answer",
+                                                         {{"gateway", answers ? "silent" : "answers"}})),
+                                              "switches");
+}
+
+std::string choice(const std::string& value) {
+    return "<option value=\"" + escaped(value) + "\"></option>";
+}
+
+}  // namespace
+
+std::string controlPart(const json& device, const json& newBoard) {
+    return element("div", links(device), "card") + element("div", fibre(device, newBoard) + gateway(device), "card");
+}
+
+std::string placePart(const json& device) {
+    std::string choices;
+    for (const json& one : device.at("network").at("devices")) choices += choice(one.value("name", ""));
+    for (const json& port : device.at("pon").at("gemPorts"))
+        choices += choice("gem " + std::to_string(port.value("portId", 0U)));
+    return choices;
+}
+
+}  // namespace vorn_onu::page

@@ -1,0 +1,229 @@
+#include "views/page/HttpServer.h"
+
+#include <stdexcept>
+
+#ifdef VORN_WITHOUT_HTTPLIB
+
+namespace vorn_onu::page {
+
+class HttpServer::Site {};
+
+bool canServe() {
+    return false;
+}
+
+HttpServer::HttpServer(const std::string&, int, nlohmann::json) {
+    throw std::runtime_error("this vorn-onu was built without the HTTP library");
+}
+HttpServer::~HttpServer() = default;
+std::string HttpServer::link() const {
+    return "";
+}
+void HttpServer::start() {}
+
+}  // namespace vorn_onu::page
+
+#else
+
+#include <httplib.h>
+#include <sys/socket.h>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <optional>
+#include <thread>
+
+#include <nlohmann/json.hpp>
+
+#include "living/Client.h"
+#include "views/page/Guard.h"
+#include "views/page/PageScript.h"
+#include "views/page/Reader.h"
+#include "views/page/Shell.h"
+#include "views/page/StepAnswer.h"
+
+namespace vorn_onu::page {
+
+namespace {
+
+using httplib::Request;
+using httplib::Response;
+using nlohmann::json;
+
+constexpr const char* kHost = "127.0.0.1";
+constexpr int kMostReaders = 12;      // each has a thread of the server, and a connection to the board
+constexpr std::size_t kThreads = 20;  // more than readers: steps and pages are answered beside them
+constexpr std::size_t kLongestStep = 65536;
+constexpr int kStepMs = 15000;
+
+enum Status : int { kDone = 200, kBad = 400, kForbidden = 403, kNotThere = 404, kRefused = 422, kFull = 503 };
+
+std::optional<std::string> headerOf(const Request& request, const char* name) {
+    if (!request.has_header(name)) return std::nullopt;
+    return request.get_header_value(name);
+}
+
+Asking askingOf(const Request& request) {
+    Asking asking{headerOf(request, "Host"), headerOf(request, "Origin"), headerOf(request, "Sec-Fetch-Site"),
+                  headerOf(request, "X-Vorn-Token"), request.get_header_value("Sec-Fetch-Mode") == "navigate"};
+    if (request.get_header_value_count("Host") > 1) asking.host.reset();
+    return asking;
+}
+
+void answer(Response& response, int status, const json& body) {
+    response.status = status;
+    response.set_content(body.dump(-1, ' ', true, json::error_handler_t::replace), "application/json");
+}
+
+void refuse(Response& response, int status, const std::string& why) {
+    answer(response, status, {{"error", why}});
+}
+
+// The port is this program's alone: the library's own choice would let others listen on it too.
+void setOptions(socket_t socket) {
+    const int yes = 1;
+    setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+}
+
+}  // namespace
+
+class HttpServer::Site {
+public:
+    Site(std::string board, int port, json newBoard)
+        : board_(std::move(board)), newBoard_(std::move(newBoard)), port_(bind(port)), guard_(port_) {
+        setUp();
+    }
+    ~Site() {
+        over_ = true;
+        server_.stop();
+        if (listening_.joinable()) listening_.join();
+    }
+    Site(const Site&) = delete;
+    Site& operator=(const Site&) = delete;
+
+    std::string link() const {
+        return std::string("http://") + kHost + ":" + std::to_string(port_) + "/?token=" + guard_.token();
+    }
+    void start() {
+        sigset_t all, before;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before);
+        listening_ = std::thread([this] { server_.listen_after_bind(); });
+        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+        // A server that is stopped before it listens would never end.
+        while (!server_.is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+
+private:
+    int bind(int port) {
+        server_.set_socket_options(setOptions);
+        errno = 0;
+        const int bound = port == 0 ? server_.bind_to_any_port(kHost) : server_.bind_to_port(kHost, port) ? port : -1;
+        if (bound > 0) return bound;
+        throw std::runtime_error("cannot listen on " + std::string(kHost) + ":" + std::to_string(port) +
+                                 (errno == 0 ? "" : std::string(": ") + std::strerror(errno)));
+    }
+    void setUp() {
+        server_.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
+        server_.set_payload_max_length(kLongestStep);
+        server_.set_read_timeout(2);
+        server_.set_write_timeout(5);
+        server_.set_keep_alive_timeout(1);
+        server_.set_default_headers({{"X-Content-Type-Options", "nosniff"},
+                                     {"Referrer-Policy", "no-referrer"},
+                                     {"Cross-Origin-Resource-Policy", "same-origin"},
+                                     {"Cross-Origin-Opener-Policy", "same-origin"},
+                                     {"Cache-Control", "no-store"}});
+        looks("/", [this](const Request&, Response& response) {
+            const std::string nonce = newNonce();
+            response.set_header("Content-Security-Policy", policyOf(nonce));
+            response.set_content(shellPage(board_, nonce), "text/html; charset=utf-8");
+        });
+        looks("/page\\.js", [](const Request&, Response& response) {
+            response.set_content(kPageScript, "text/javascript; charset=utf-8");
+        });
+        looks("/page\\.css",
+              [](const Request&, Response& response) { response.set_content(pageStyle(), "text/css; charset=utf-8"); });
+        looks("/events", [this](const Request&, Response& response) { stream(response); });
+        server_.Post("/step", [this](const Request& request, Response& response) {
+            if (const std::string why = guard_.whyNotChange(askingOf(request)); !why.empty())
+                return refuse(response, kForbidden, why);
+            step(request, response);
+        });
+        server_.set_error_handler([](const Request&, Response& response) {
+            if (response.body.empty())
+                refuse(response, response.status, "there is nothing here, or not by this method");
+        });
+        server_.set_exception_handler([](const Request&, Response& response, const std::exception_ptr&) {
+            refuse(response, 500, "this could not be done");
+        });
+    }
+    template <typename Work>
+    void looks(const char* path, Work work) {
+        server_.Get(path, [this, work](const Request& request, Response& response) {
+            const std::string why = guard_.whyNotLook(askingOf(request));
+            if (!why.empty()) return refuse(response, kForbidden, why);
+            work(request, response);
+        });
+    }
+    void stream(Response& response) {
+        // Counted as long as the response lives, however it ends.
+        const std::shared_ptr<void> place(nullptr, [this](void*) { --readers_; });
+        if (++readers_ > kMostReaders)
+            return refuse(response, kFull, "so many pages are open already: " + std::to_string(kMostReaders));
+        const auto reader = std::make_shared<Reader>(board_, newBoard_, steps_, over_);
+        response.set_chunked_content_provider("text/event-stream",
+                                              [this, reader, place](std::size_t, httplib::DataSink& sink) {
+                                                  if (over_) return false;
+                                                  const std::string text = reader->next();
+                                                  return text.empty() || sink.write(text.data(), text.size());
+                                              });
+    }
+    void step(const Request& request, Response& response) {
+        const json step = json::parse(request.body, nullptr, false);
+        if (step.is_discarded()) return refuse(response, kBad, "this is no JSON");
+        if (const std::string why = whyNotTaken(step); !why.empty()) return refuse(response, kBad, why);
+        try {
+            living::Client client(board_, kStepMs);
+            const json done = client.ask({{"do", "step"}, {"step", step}}).at("step");
+            ++steps_;
+            answer(response, kDone, stepAnswer(done));
+        } catch (const living::Refusal& refusal) {
+            refuse(response, kRefused, refusal.what());
+        } catch (const std::exception& error) {
+            refuse(response, kFull, error.what());
+        }
+    }
+
+    const std::string board_;
+    const json newBoard_;
+    httplib::Server server_;
+    const int port_;
+    const Guard guard_;
+    std::atomic<bool> over_{false};
+    std::atomic<std::uint64_t> steps_{0};
+    std::atomic<int> readers_{0};
+    std::thread listening_;
+};
+
+bool canServe() {
+    return true;
+}
+
+HttpServer::HttpServer(const std::string& board, int port, json newBoard)
+    : site_(std::make_unique<Site>(board, port, std::move(newBoard))) {}
+HttpServer::~HttpServer() = default;
+
+std::string HttpServer::link() const {
+    return site_->link();
+}
+
+void HttpServer::start() {
+    site_->start();
+}
+
+}  // namespace vorn_onu::page
+
+#endif
