@@ -6,7 +6,7 @@
 #include "commands/CommandLine.h"
 #include "commands/FrameOptions.h"
 #include "commands/Commands.h"
-#include "living/Place.h"
+#include "living/BoardSocket.h"
 #include "running/scenario/Scenario.h"
 
 namespace vorn_onu {

@@ -7,7 +7,7 @@
 #include "running/io/Output.h"
 #include "running/io/Printed.h"
 #include "living/Client.h"
-#include "living/Place.h"
+#include "living/BoardSocket.h"
 #include "views/Terminal.h"
 
 namespace vorn_onu {

@@ -5,7 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "living/Place.h"
+#include "living/BoardSocket.h"
 
 namespace vorn_onu::living {
 

@@ -104,11 +104,11 @@ void Server::stop(const std::string& why) {
 }
 
 void Server::acceptClients() {
-    pollfd waits[] = {{place_.descriptor(), POLLIN, 0}, {wake_, POLLIN, 0}};
+    pollfd waits[] = {{socket_.descriptor(), POLLIN, 0}, {wake_, POLLIN, 0}};
     while (!over_) {
         poll(waits, 2, -1);
         if (over_) return;
-        const int descriptor = accept4(place_.descriptor(), nullptr, nullptr, SOCK_CLOEXEC);
+        const int descriptor = accept4(socket_.descriptor(), nullptr, nullptr, SOCK_CLOEXEC);
         forgetGone();
         if (descriptor >= 0)
             take(descriptor);
@@ -206,7 +206,7 @@ std::string Server::replyTo(Client& client, const Json& request) {
 
 std::string Server::greeting() {
     json reply = {{"ok", true},
-                  {"name", place_.name()},
+                  {"name", socket_.name()},
                   {"protocol", kProtocolVersion},
                   {"process", getpid()},
                   {"since", started_}};

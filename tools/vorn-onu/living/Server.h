@@ -15,7 +15,7 @@
 #include "living/Board.h"
 #include "living/LineSocket.h"
 #include "living/News.h"
-#include "living/Place.h"
+#include "living/BoardSocket.h"
 #include "living/Protocol.h"
 
 namespace vorn_onu::living {
@@ -27,7 +27,7 @@ public:
     // The name is taken at once, so that it can be refused before anything runs; clients wait until start(). taps: the
     // options of real packets, for those who ask. Throws std::runtime_error.
     explicit Server(const std::string& name, std::vector<std::string> taps = {})
-        : place_(name), taps_(std::move(taps)) {}
+        : socket_(name), taps_(std::move(taps)) {}
     ~Server() { stop("the board is gone"); }
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
@@ -37,8 +37,8 @@ public:
     // Listeners are told why; everybody is disconnected.
     void stop(const std::string& why);
 
-    const std::string& name() const { return place_.name(); }
-    const std::string& path() const { return place_.path(); }
+    const std::string& name() const { return socket_.name(); }
+    const std::string& path() const { return socket_.path(); }
 
 private:
     struct Client {
@@ -57,7 +57,7 @@ private:
     std::string greeting();
     void forgetGone();
 
-    Place place_;
+    BoardSocket socket_;
     Board* board_ = nullptr;
     std::unique_ptr<News> news_;
     std::mutex mutex_;  // guards clients_

@@ -62,7 +62,7 @@ bool receiveText(int channel, std::string& text) {
 
 // ---- what a step has come to ----
 
-std::string answerText(const Place::Answer& answer) {
+std::string answerText(const StepHost::Answer& answer) {
     Json failures = Json::array();
     for (const Failure& failure : answer.result.failures)
         failures.push_back({{"what", failure.what}, {"expected", failure.expected}, {"actual", failure.actual}});
@@ -70,8 +70,8 @@ std::string answerText(const Place::Answer& answer) {
     return json.dump(-1, ' ', true, Json::error_handler_t::replace);
 }
 
-Place::Answer answerIn(const std::string& text) {
-    Place::Answer answer;
+StepHost::Answer answerIn(const std::string& text) {
+    StepHost::Answer answer;
     const Json json = Json::parse(text);
     json.at("answer").get_to(answer.result.answer);
     json.at("warnings").get_to(answer.warnings);
@@ -90,10 +90,10 @@ void makePrintable(StepResult& result) {
             for (std::string& line : *lines) line = oneLine(line);
 }
 
-Place::Answer runAndWarn(const Step& step, RunContext& context, StepWarnings& warnings) {
+StepHost::Answer runAndWarn(const Step& step, RunContext& context, StepWarnings& warnings) {
     static const Step others;  // what has been done since by others is nobody's surprise
     warnings.after(others, context.onu);
-    Place::Answer answer;
+    StepHost::Answer answer;
     answer.result = runHere(step, context);
     answer.warnings = warnings.after(step, context.onu);
     makePrintable(answer.result);
@@ -114,7 +114,7 @@ void HalProcess::live(int channel) const {
     StepWarnings warnings(onu);
     std::size_t place = 0;
     while (receiveAll(channel, &place, sizeof place)) {
-        const Place::Answer answer = runAndWarn(scenario_.steps.at(place), context, warnings);
+        const StepHost::Answer answer = runAndWarn(scenario_.steps.at(place), context, warnings);
         std::fflush(stdout);
         if (!sendText(channel, answerText(answer))) break;
     }
@@ -177,12 +177,12 @@ void HalProcess::end(Restart how) {
     howItEnded();
 }
 
-Place::Answer HalProcess::run(const Step& step) {
+StepHost::Answer HalProcess::run(const Step& step) {
     const std::size_t place = step.number - 1;
     std::string text;
     if (process_ != 0 && sendAll(channel_, &place, sizeof place) && receiveText(channel_, text)) return answerIn(text);
     if (process_ != 0) ended_ = howItEnded();
-    Place::Answer answer;
+    StepHost::Answer answer;
     answer.result.failures.push_back({"the HAL's process", {"goes on"}, {ended_}});
     return answer;
 }

@@ -9,7 +9,7 @@
 #include <string>
 #include <utility>
 
-#include "running/scenario/Place.h"
+#include "running/scenario/StepHost.h"
 
 namespace vorn_onu {
 
@@ -30,7 +30,7 @@ public:
     void end(Restart how);
 
     // A process that ends meanwhile, or has ended before, is a failure of the step.
-    Place::Answer run(const Step& step);
+    StepHost::Answer run(const Step& step);
 
 private:
     [[noreturn]] void live(int channel) const;

@@ -5,7 +5,7 @@
 #include <mutex>
 #include <utility>
 
-#include "running/scenario/Place.h"
+#include "running/scenario/StepHost.h"
 #include "running/scenario/StepsFault.h"
 #include "running/state/DeviceState.h"
 #include "running/state/Effects.h"
@@ -58,11 +58,11 @@ void lookAt(const std::vector<virtual_onu::TraceEntry>& calls, const RunOptions&
     }
 }
 
-StepRecord runStep(const Step& step, const RunOptions& options, RunContext& context, StepTrace& trace, Place& place) {
+StepRecord runStep(const Step& step, const RunOptions& options, RunContext& context, StepTrace& trace, StepHost& host) {
     StepRecord record;
     record.step = &step;
     const Sight before = Sight::of(context.onu);
-    Place::Answer answer = place.run(step, context);
+    StepHost::Answer answer = host.run(step, context);
     record.failures = std::move(answer.result.failures);
     record.answer = std::move(answer.result.answer);
     record.sent = std::move(answer.result.sent);
@@ -79,13 +79,13 @@ std::vector<StepRecord> runScenario(const Scenario& scenario, const RunOptions& 
     auto& onu = virtual_onu::VirtualOnu::instance();
     if (options.boardFile.empty()) onu.reset();
     onu.sleepForReal(options.realTime);
-    const auto place = placeFor(scenario, options.boardFile);
-    RunContext context{onu, place->hal()};
+    const auto host = stepHostFor(scenario, options.boardFile);
+    RunContext context{onu, host->hal()};
     StepTrace trace(onu, options.trace || options.strict);
     std::vector<StepRecord> records;
     for (const Step& step : scenario.steps) {
         if (options.lastStep != 0 && step.number > options.lastStep) break;
-        records.push_back(runStep(step, options, context, trace, *place));
+        records.push_back(runStep(step, options, context, trace, *host));
         records.back().lastTraceEntry = trace.last();
         listener(records.back());
     }

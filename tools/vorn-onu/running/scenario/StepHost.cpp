@@ -1,4 +1,4 @@
-#include "running/scenario/Place.h"
+#include "running/scenario/StepHost.h"
 
 #include <unistd.h>
 
@@ -18,7 +18,7 @@ namespace vorn_onu {
 namespace {
 
 // In this process, and everything else, too.
-class Here : public Place {
+class Here : public StepHost {
 public:
     Here() : hal_(HALFactory::getInstance()->CreateHALObject(0)), warnings_(virtual_onu::VirtualOnu::instance()) {}
     VornHal* hal() override { return hal_; }
@@ -54,7 +54,7 @@ private:
 };
 
 // In a process for each part of the scenario.
-class Parts : public Place {
+class Parts : public StepHost {
 public:
     Parts(const Scenario& scenario, const std::string& boardFile)
         : board_(boardFile), process_(scenario, scenario.state ? board_.file() + ".state" : "") {
@@ -82,7 +82,7 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Place> placeFor(const Scenario& scenario, const std::string& boardFile) {
+std::unique_ptr<StepHost> stepHostFor(const Scenario& scenario, const std::string& boardFile) {
     if (scenario.inParts) return std::make_unique<Parts>(scenario, boardFile);
     return std::make_unique<Here>();
 }

@@ -1,6 +1,6 @@
 // Where the steps of a scenario run.
-#ifndef VORN_ONU_PLACE_H
-#define VORN_ONU_PLACE_H
+#ifndef VORN_ONU_STEP_HOST_H
+#define VORN_ONU_STEP_HOST_H
 
 #include <memory>
 #include <string>
@@ -12,9 +12,9 @@ class VornHal;
 
 namespace vorn_onu {
 
-class Place {
+class StepHost {
 public:
-    virtual ~Place() = default;
+    virtual ~StepHost() = default;
     virtual VornHal* hal() = 0;  // null where it is in another process
 
     struct Answer {
@@ -29,7 +29,7 @@ public:
 // boardFile: the file of the board that is open; "": they get one of their own. The HAL's state file, where the
 // scenario wants one, is FILE.state beside the board's, so that the next run goes on with both.
 // Throws std::runtime_error.
-std::unique_ptr<Place> placeFor(const Scenario& scenario, const std::string& boardFile);
+std::unique_ptr<StepHost> stepHostFor(const Scenario& scenario, const std::string& boardFile);
 
 // The step in this process. What it throws is a failure.
 StepResult runHere(const Step& step, RunContext& context);

@@ -1,6 +1,6 @@
 // Where boards that run are found: a socket for each below the user's runtime directory, named for the board.
-#ifndef VORN_ONU_PLACE_H
-#define VORN_ONU_PLACE_H
+#ifndef VORN_ONU_BOARD_SOCKET_H
+#define VORN_ONU_BOARD_SOCKET_H
 
 #include <string>
 #include <vector>
@@ -14,13 +14,13 @@ std::vector<std::string> knownNames();  // of all sockets, also of boards that h
 
 // A listening socket under a name, for as long as the object lives. The name goes to one run at a time; what a run has
 // left that was killed is replaced.
-class Place {
+class BoardSocket {
 public:
     // Throws std::runtime_error: a bad name, one that is taken, a directory that is not the user's alone.
-    explicit Place(const std::string& name);
-    ~Place();
-    Place(const Place&) = delete;
-    Place& operator=(const Place&) = delete;
+    explicit BoardSocket(const std::string& name);
+    ~BoardSocket();
+    BoardSocket(const BoardSocket&) = delete;
+    BoardSocket& operator=(const BoardSocket&) = delete;
 
     const std::string& name() const { return name_; }
     const std::string& path() const { return path_; }

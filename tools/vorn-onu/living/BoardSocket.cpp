@@ -1,4 +1,4 @@
-#include "living/Place.h"
+#include "living/BoardSocket.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -61,7 +61,7 @@ std::vector<std::string> knownNames() {
     return names;
 }
 
-Place::Place(const std::string& name) : name_(name) {
+BoardSocket::BoardSocket(const std::string& name) : name_(name) {
     const std::string problem = problemOfName(name);
     if (!problem.empty()) throw std::runtime_error("the name '" + name + "' " + problem);
     path_ = socketPath(name);
@@ -75,14 +75,14 @@ Place::Place(const std::string& name) : name_(name) {
     }
 }
 
-Place::~Place() {
+BoardSocket::~BoardSocket() {
     unlink(path_.c_str());
     close(socket_);
     unlink(lockPath_.c_str());
     close(lock_);
 }
 
-void Place::lock() {
+void BoardSocket::lock() {
     while (true) {
         lock_ = open(lockPath_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
         if (lock_ < 0) throw std::runtime_error(lockPath_ + ": " + reason());
@@ -93,7 +93,7 @@ void Place::lock() {
     }
 }
 
-void Place::listen() {
+void BoardSocket::listen() {
     sockaddr_un place{};
     place.sun_family = AF_UNIX;
     if (path_.size() >= sizeof place.sun_path) throw std::runtime_error(path_ + ": is too long for a socket");
