@@ -175,7 +175,7 @@ const AnyCall kOperations[] = {
          static const auto& kind = *new auto(fields);                      \
          call(any, &VornHal::name, kind);                                  \
      }},
-#include "scenario/operations/Operations.def"
+#include "running/scenario/operations/Operations.def"
 };
 
 // Left out is what starts a thread, which a process does once.

@@ -28,7 +28,7 @@ public:
         return recorded(                                                                          \
             #name, kind, [&] { return inner_.name arguments; }, std::forward_as_tuple arguments); \
     }
-#include "scenario/operations/Operations.def"
+#include "running/scenario/operations/Operations.def"
 
 private:
     VornHal& inner_;

@@ -49,7 +49,7 @@ const std::vector<Row> kRows = {
 #define OPERATION(slot, name, parameters, arguments, fields, changes, doc)                           \
     {slot, #name, slotOf<decltype(resultOf(&VornHal::name))(VornHal::*) parameters>(&VornHal::name), \
      [](VornHal& hal, std::size_t at) { return answersNothing(hal, at, &VornHal::name); }},
-#include "scenario/operations/Operations.def"
+#include "running/scenario/operations/Operations.def"
 };
 
 TEST(OperationList, HasEveryOperationInTheSlotThatItHasInTheHeader) {

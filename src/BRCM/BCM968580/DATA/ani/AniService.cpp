@@ -12,6 +12,7 @@
 #include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
+#include "BRCM/BCM968580/DATA/ani/AniCodes.h"
 #include "BRCM/BCM968580/DATA/ani/TciList.h"
 #include "hal/OwnedBlock.h"
 #include "hal/Text.h"
@@ -30,9 +31,7 @@ std::uint8_t protocolNumber = 0;
 namespace {
 
 constexpr std::uint8_t kMaxTrafficModel = 6;
-constexpr std::uint8_t kPbitNotMapped = 8;
 constexpr std::uint8_t kPbits = 8;
-constexpr std::uint8_t kDefaultDrop = 1;
 
 using TciEntries = OwnedBlock<VlanTci_t>;
 using PbitArray = std::array<std::uint8_t, kPbits>;

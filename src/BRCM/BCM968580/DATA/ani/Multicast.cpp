@@ -10,6 +10,7 @@
 #include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
+#include "BRCM/BCM968580/DATA/ani/AniCodes.h"
 #include "hal/Text.h"
 #include "kit/DeviceNames.h"
 #include "platform/vlanctl.h"
@@ -22,8 +23,6 @@ std::int32_t EtherSwitchBcm380::multicastEnable = 0;
 namespace {
 
 constexpr std::uint16_t kMulticastQueue = 5;
-constexpr std::uint8_t kDefaultDrop = 1;
-constexpr std::uint8_t kPbitNotMapped = 8;
 
 constexpr const char* kProxyFile = "/var/mcpd.conf";
 constexpr const char* kProxyTemporary = "/var/mcpdTmp.conf";

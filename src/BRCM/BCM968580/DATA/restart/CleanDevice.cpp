@@ -11,7 +11,7 @@
 #include "BRCM/BCM968580/DATA/RuleMap.h"
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
-#include "BRCM/BCM968580/DATA/restart/FactBook.h"
+#include "BRCM/BCM968580/DATA/restart/DeviceEntries.h"
 #include "BRCM/BCM968580/DATA/restart/Restart.h"
 #include "BRCM/BCM968580/DATA/restart/RestartLog.h"
 #include "BRCM/BCM968580/DATA/restart/RuleTables.h"
@@ -25,10 +25,6 @@
 namespace restart {
 
 namespace {
-
-EtherSwitchBcm380& engine() {
-    return *EtherSwitchBcm380::getInstance();
-}
 
 // Counts what the device refuses, and names it.
 class Refusals {

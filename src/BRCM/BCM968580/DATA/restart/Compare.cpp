@@ -10,7 +10,7 @@
 
 #include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
-#include "BRCM/BCM968580/DATA/restart/FactBook.h"
+#include "BRCM/BCM968580/DATA/restart/DeviceEntries.h"
 #include "BRCM/BCM968580/DATA/restart/RestartLog.h"
 #include "BRCM/BCM968580/DATA/restart/RuleTables.h"
 #include "bridge/BridgeControl.h"

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "BRCM/BCM968580/DATA/restart/Compare.h"
-#include "BRCM/BCM968580/DATA/restart/MapBook.h"
+#include "BRCM/BCM968580/DATA/restart/MapEntries.h"
 #include "BRCM/BCM968580/DATA/restart/RestartLog.h"
 #include "BRCM/BCM968580/DATA/restart/Unfinished.h"
 #include "hal/FileText.h"

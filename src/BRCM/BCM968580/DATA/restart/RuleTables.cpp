@@ -4,7 +4,7 @@
 
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/RuleMap.h"
-#include "BRCM/BCM968580/DATA/restart/FactBook.h"
+#include "BRCM/BCM968580/DATA/restart/DeviceEntries.h"
 #include "BRCM/BCM968580/DATA/restart/RestartLog.h"
 
 namespace restart {

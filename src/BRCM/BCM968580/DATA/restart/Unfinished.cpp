@@ -9,6 +9,7 @@
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/FilterBytes.h"
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
+#include "BRCM/BCM968580/DATA/restart/Restart.h"
 #include "BRCM/BCM968580/DATA/restart/RestartLog.h"
 #include "BRCM/BCM968580/DATA/restart/RuleTables.h"
 #include "hal/Text.h"
@@ -26,10 +27,6 @@ namespace restart {
 namespace {
 
 constexpr std::uint16_t kVeipPhyId = 0;
-
-EtherSwitchBcm380& engine() {
-    return *EtherSwitchBcm380::getInstance();
-}
 
 void freeRules(const std::string& device, std::uint16_t phyId) {
     const auto entry = m_VLAN_RULE_MAP_ENTRY.find({device, phyId});

@@ -173,7 +173,7 @@ std::vector<Operation> halOperations() {
     return {
 #define OPERATION(slot, name, parameters, arguments, fields, changes, doc) \
     row({#name, changes, doc}, &VornHal::name, fields),
-#include "scenario/operations/Operations.def"
+#include "running/scenario/operations/Operations.def"
     };
 }
 

@@ -1,6 +1,6 @@
 // What the state file says of the device beyond the library's maps.
-#ifndef BRCM_BCM968580_DATA_RESTART_FACT_BOOK_H
-#define BRCM_BCM968580_DATA_RESTART_FACT_BOOK_H
+#ifndef BRCM_BCM968580_DATA_RESTART_DEVICE_ENTRIES_H
+#define BRCM_BCM968580_DATA_RESTART_DEVICE_ENTRIES_H
 
 #include <cstdint>
 #include <string>

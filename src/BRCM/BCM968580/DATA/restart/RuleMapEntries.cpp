@@ -4,7 +4,7 @@
 
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/FilterBytes.h"
-#include "BRCM/BCM968580/DATA/restart/MapBook.h"
+#include "BRCM/BCM968580/DATA/restart/MapEntries.h"
 #include "kit/DeviceNames.h"
 
 using kit::Entry;

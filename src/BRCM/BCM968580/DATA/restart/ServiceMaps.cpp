@@ -5,7 +5,7 @@
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
-#include "BRCM/BCM968580/DATA/restart/MapBook.h"
+#include "BRCM/BCM968580/DATA/restart/MapEntries.h"
 #include "hal/SharedVariable.h"
 #include "kit/DeviceNames.h"
 

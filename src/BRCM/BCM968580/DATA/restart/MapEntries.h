@@ -1,6 +1,6 @@
 // How the maps of the library are written to the state file and read back: one row for each kind of entry.
-#ifndef BRCM_BCM968580_DATA_RESTART_MAP_BOOK_H
-#define BRCM_BCM968580_DATA_RESTART_MAP_BOOK_H
+#ifndef BRCM_BCM968580_DATA_RESTART_MAP_ENTRIES_H
+#define BRCM_BCM968580_DATA_RESTART_MAP_ENTRIES_H
 
 #include <functional>
 #include <string>

@@ -1,10 +1,10 @@
-#include "BRCM/BCM968580/DATA/restart/FactBook.h"
+#include "BRCM/BCM968580/DATA/restart/DeviceEntries.h"
 
 #include <utility>
 
 #include "BRCM/BCM968580/DATA/FilterBytes.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCheck.h"
-#include "BRCM/BCM968580/DATA/restart/MapBook.h"
+#include "BRCM/BCM968580/DATA/restart/MapEntries.h"
 #include "kit/DeviceNames.h"
 
 using kit::Entry;

@@ -1,9 +1,10 @@
 // The PON adapter's maps.
+#include "xpon/PonMaps.h"
+
 #include <cstdint>
 #include <map>
 
-#include "BRCM/BCM968580/DATA/restart/MapBook.h"
-#include "xpon/PonMaps.h"
+#include "BRCM/BCM968580/DATA/restart/MapEntries.h"
 
 using kit::Entry;
 using state::ByteReader;
