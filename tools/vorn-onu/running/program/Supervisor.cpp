@@ -21,7 +21,7 @@ constexpr milliseconds kLook{20};       // how often it is looked whether proces
 constexpr milliseconds kRest{200};      // a pipeline's other ends, say, end just after the program
 constexpr milliseconds kGrace{2000};    // for what is left of a program that was told to end
 constexpr milliseconds kKilling{5000};  // a process in the middle of a disk access can take its time
-constexpr milliseconds kSaving{1000};
+constexpr milliseconds kSaving{3000};
 constexpr long kSameRequestNs = 300000000;
 
 bool isFromTerminal(const siginfo_t& signal) {
@@ -102,7 +102,7 @@ void Supervisor::take(const siginfo_t& signal) {
         else
             passOn(signal);
     }
-    clock_gettime(CLOCK_MONOTONIC, &lastTime_);  // passing it on can take longer than the second one to come
+    clock_gettime(CLOCK_MONOTONIC, &lastTime_);  // passing it on can take longer than the next one needs to come
 }
 
 std::vector<Process> Supervisor::leftInBackground() {
