@@ -297,7 +297,7 @@ protected:
 // Each of the calls, killed after one device call in a few, and before the next: then the file knows already what the
 // kit was not asked yet.
 TEST_F(KilledWithin, TheCallMayBeMadeAgain) {
-    constexpr unsigned kEvery = 5;
+    constexpr unsigned kEvery = 11;
     std::vector<std::string> whole = {board()};
     std::vector<std::string> served = {serving()};
     {
