@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# House rules over the sources: the layers, and no door for tests in the device's code.
+# Rules over the sources: the layers, and no door for tests in the device's code.
 #   check_sources.sh SOURCE_DIR
 set -u
 rules=$(cd "$(dirname "$0")" && pwd)
@@ -32,45 +32,45 @@ rule "Unbounded text functions overrun buffers: use hal/Text.h or snprintf." \
     '\b(sprintf|vsprintf|strcpy|strcat|gets)[[:space:]]*\(' src virtual_onu tools omci
 rule "The HAL interface needs the standard library only." '#include "(BRCM|xpon|device|bridge|platform)/' src/hal/VornHal.h src/hal/*Records.h
 
-# The floors of a house, lowest first; rooms that share a floor stand with a comma. A file may include from its own room,
-# from its floor and from below, never from above. The room "." is what lies in the house itself.
-floors() {  # floors HOUSE PREFIX-OF-INCLUDES FLOOR...
-    local house=$1 prefix=$2 hits
+# The layers of a tree, lowest first; folders of one layer are joined by a comma. A file may include from its own folder, from its
+# layer and from below, never from above. The folder "." is the tree's own.
+layers() {  # layers TREE PREFIX-OF-INCLUDES LAYER...
+    local tree=$1 prefix=$2 hits
     shift 2
-    hits=$(grep -rn --include='*.h' --include='*.cpp' '^#include "' "$house" | awk -v house="$house/" -v prefix="$prefix" -v floors="$*" '
-        function room_of(path,   room) {  # the innermost room that the path lies in; a file can be named as a room
-            for (room = path; room != ""; sub("(^|/)[^/]*$", "", room))
-                if (room in floor) return room
+    hits=$(grep -rn --include='*.h' --include='*.cpp' '^#include "' "$tree" | awk -v tree="$tree/" -v prefix="$prefix" -v layers="$*" '
+        function folder_of(path,   folder) {  # the innermost folder listed that holds the path; a file can be listed too
+            for (folder = path; folder != ""; sub("(^|/)[^/]*$", "", folder))
+                if (folder in layer) return folder
             return "."
         }
         BEGIN {
-            count = split(floors, levels, " ")
+            count = split(layers, levels, " ")
             for (i = 1; i <= count; ++i) {
-                rooms = split(levels[i], names, ",")
-                for (j = 1; j <= rooms; ++j) floor[names[j]] = i
+                folders = split(levels[i], names, ",")
+                for (j = 1; j <= folders; ++j) layer[names[j]] = i
             }
         }
         {
-            file = substr($0, length(house) + 1); sub(":.*", "", file)
+            file = substr($0, length(tree) + 1); sub(":.*", "", file)
             included = $0; sub(".*#include \"", "", included); sub("\".*", "", included)
             if (prefix != "" && index(included, prefix) != 1) next
             included = substr(included, length(prefix) + 1)
-            if ((getline line < (house included)) < 0) next  # not a file of this house
-            close(house included)
-            if (floor[room_of(included)] > floor[room_of(file)])
-                print house file " includes " included ": " room_of(included) " is above " room_of(file)
+            if ((getline line < (tree included)) < 0) next  # not a file of this tree
+            close(tree included)
+            if (layer[folder_of(included)] > layer[folder_of(file)])
+                print tree file " includes " included ": " folder_of(included) " is above " folder_of(file)
         }')
     [ -z "$hits" ] && return
-    printf 'A lower room includes an upper one; turn the arrow round (floors of %s, lowest first: %s):\n%s\n\n' "$house" "$*" "$hits"
+    printf 'A lower layer includes an upper one; turn the dependency round (layers of %s, lowest first: %s):\n%s\n\n' "$tree" "$*" "$hits"
     bad=1
 }
 
 # The factory names the board whose object it makes.
-floors src "" hal state bridge device kit xpon BRCM/BCM968580/DATA BRCM/BCM968580,hal/HALFactory.cpp
-floors src/BRCM/BCM968580/DATA BRCM/BCM968580/DATA/ . ani,uni,gateway,iphost restart
-floors virtual_onu "" . libc/real persistence kernel kit shell frames taps libc
-floors omci omci/ message mib agent,services
-floors tools/vorn-onu "" running/io running/state running/capture,running/scenario/fields running/scenario/expect,running/scenario/operations running/scenario running/program living views/audit views views/page commands .
+layers src "" hal state bridge device kit xpon BRCM/BCM968580/DATA BRCM/BCM968580,hal/HALFactory.cpp
+layers src/BRCM/BCM968580/DATA BRCM/BCM968580/DATA/ . ani,uni,gateway,iphost restart
+layers virtual_onu "" . libc/real persistence kernel kit shell frames taps libc
+layers omci omci/ message mib agent,services
+layers tools/vorn-onu "" running/io running/state running/capture,running/scenario/fields running/scenario/expect,running/scenario/operations running/scenario running/program living views/audit views views/page commands .
 
 # Two headers with one guard cannot both be included.
 guards=$(grep -rh --include='*.h' -A1 '^#ifndef [A-Z_]*_H$' src platform virtual_onu omci tools tests bench fuzz | grep '^#ifndef' | sort | uniq -d)
