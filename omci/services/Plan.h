@@ -79,6 +79,7 @@ private:
                         const std::optional<std::set<std::uint16_t>>& multicast = {});
     void refuseTagging(EntityKey tagged, const char* reason);
     void planUserPort(const Entity& port);
+    void refuseAddressFilters(InstanceId bridgePort);
 
     // PlanMulticast.cpp
     void planMulticast(const BridgePort& port, InstanceId instance);

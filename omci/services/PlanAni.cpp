@@ -50,6 +50,8 @@ void Planner::planBridge(InstanceId instance) {
     if (on(attr::bridge::kUnknownMacAddressDiscard))
         problem(bridge->key(), "frames to unknown addresses are not discarded");
     if (on(attr::bridge::kMacLearningDepth)) problem(bridge->key(), "the number of learned addresses is not limited");
+    if (!on(attr::bridge::kPortBridgingInd) && usersOf(instance).all > 1)
+        problem(bridge->key(), "frames pass between the ports to the user's side: the HAL cannot keep them apart");
     if (!on(attr::bridge::kLearningInd)) problem(bridge->key(), "learning is not switched off");
     const auto ageing = bridge->number(attr::bridge::kDynamicFilteringAgeingTime);
     if (ageing != 0 && ageing != kUsualAgeingS) problem(bridge->key(), "the ageing time stays at 300 s");
@@ -60,6 +62,7 @@ void Planner::planBridgePort(InstanceId instance) {
     if (entity == nullptr) return;
     planRateLimit(*entity, attr::bridge_port::kOutboundTdPointer);
     planRateLimit(*entity, attr::bridge_port::kInboundTdPointer);
+    refuseAddressFilters(instance);
     const std::uint8_t type = entity->number8(attr::bridge_port::kTpType);
     if (bridgePortTarget(type) == 0) return problem(entity->key(), "this ONU has no termination points of the TP type");
     if (type == kUni || type == kVeip || type == kIpHost) return planUserPort(*entity);
@@ -79,6 +82,19 @@ void Planner::planUserPort(const Entity& port) {
     const Entity* filter = reader_.find(class_id::kVlanFilter, port.instance());
     if (filter != nullptr && filter->number8(attr::vlan_filter::kForwardOperation) != 0)
         problem(filter->key(), "VLANs are filtered on the PON side of a bridge only");
+}
+
+// The tables of addresses and protocols at a bridge port, for which the HAL has no operation.
+void Planner::refuseAddressFilters(InstanceId bridgePort) {
+    const Entity* table = reader_.look(class_id::kBridgePortFilter, bridgePort);
+    if (table != nullptr && !table->rows(attr::bridge_port_filter::kMacFilterTable).empty())
+        problem(table->key(), "frames to and from the addresses of the table pass");
+    const Entity* protocols = reader_.look(class_id::kBridgePortPreassign, bridgePort);
+    if (protocols == nullptr) return;
+    for (const AttributeInfo& protocol : protocols->info().attributes()) {
+        if (protocols->number(protocol.number) != 0)
+            return problem(protocols->key(), "frames of the protocols to be filtered pass");
+    }
 }
 
 // The GEM port behind an interworking termination point, null while something is missing.

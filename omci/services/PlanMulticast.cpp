@@ -64,7 +64,8 @@ void Planner::planMulticast(const BridgePort& port, InstanceId instance) {
     want(std::move(made));
     const Entity* filter = reader_.find(class_id::kVlanFilter, port.port->instance());
     if (filter != nullptr && filter->number8(attr::vlan_filter::kForwardOperation) != 0)
-        problem(filter->key(), "every VLAN of a multicast GEM port comes down to the VEIP");
+        problem(filter->key(), veip ? "every VLAN of a multicast GEM port comes down to the VEIP"
+                                    : "every VLAN of GEM port 4095 comes down to the subscriber");
 }
 
 // The VLANs that the profiles of the bridge's subscribers name; 0 is untagged.
@@ -91,6 +92,8 @@ void Planner::addVlans(InstanceId instance, std::set<std::uint16_t>& vlans) {
          {attr::multicast_profile::kDynamicAccessTable, attr::multicast_profile::kStaticAccessTable}) {
         for (const Bytes& row : profile->rows(table)) vlans.insert(number16(row, kVlanInAccessRow) & 0x0FFFU);
     }
+    if (!profile->rows(attr::multicast_profile::kDynamicAccessTable).empty())
+        problem(profile->key(), "groups outside the lists come down too, and those that nobody has joined");
     if (profile->number8(attr::multicast_profile::kUpstreamIgmpTagControl) != 0)
         problem(profile->key(), "joins go up as the tagging rows of the port say, not as the profile says");
     const ByteView downstream = profile->bytes(attr::multicast_profile::kDownstreamIgmpAndMulticastTci);

@@ -64,7 +64,8 @@ void Services::countUserPort(InstanceId bridge, bool veip, int by) {
     } else {
         context_.userPorts[bridge] = after;
     }
-    if ((before.all == 0) != (after.all == 0) || (before.veips == 0) != (after.veips == 0))
+    const bool others = (before.all == 0) != (after.all == 0) || (before.all > 1) != (after.all > 1);
+    if (others || (before.veips == 0) != (after.veips == 0))
         readers_.appendTo(dirty_, Subject::kUsers, {class_id::kBridge, bridge});
 }
 
@@ -83,7 +84,7 @@ void Services::settle(int action, std::uint16_t transaction) {
     }
     for (Problem& problem : difference_.settle(action, message)) {
         tell(problem);
-        late_.push_back(std::move(problem));
+        late_.insert(std::move(problem));
     }
 }
 
@@ -130,7 +131,7 @@ Cause Services::completed(Cause cause) const {
 }
 
 std::vector<Problem> Services::problems() const {
-    std::vector<Problem> all = late_;
+    std::vector<Problem> all(late_.begin(), late_.end());
     for (const auto& [key, problems] : problems_) all.insert(all.end(), problems.begin(), problems.end());
     std::sort(all.begin(), all.end());
     all.erase(std::unique(all.begin(), all.end()), all.end());

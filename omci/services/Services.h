@@ -72,7 +72,7 @@ private:
     // Bridge of each port to the user's side, and whether it leads to the VEIP.
     std::map<InstanceId, std::pair<InstanceId, bool>> userPorts_;
     std::map<EntityKey, std::vector<Problem>> problems_;
-    std::vector<Problem> late_;  // that stay
+    std::set<Problem> late_;  // that stay
     std::set<Problem> told_;
 };
 

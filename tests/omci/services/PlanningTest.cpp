@@ -148,6 +148,51 @@ TEST_F(Planning, WhatTheHalCannotDoIsToldOnceWithItsEntity) {
     EXPECT_TRUE(onu.services.problems().empty());
 }
 
+// What is accepted and has no effect on the device would look as if it had.
+TEST_F(Planning, WhatIsAcceptedWithoutEffectIsToldWithTheEntityThatAskedForIt) {
+    provision(olt::internet());
+    provision(olt::television());
+    onu.told.clear();
+    const auto secondPort = [](std::uint64_t bridge) {
+        return olt::create(class_id::kBridgePort, 0x1177,
+                           {{attr::bridge_port::kBridgeIdPointer, bridge},
+                            {attr::bridge_port::kPortNum, 9},
+                            {attr::bridge_port::kTpType, 1},
+                            {attr::bridge_port::kTpPointer, 0x0103}});
+    };
+    struct Case {
+        const char* what;
+        olt::Request request;
+        EntityKey entity;
+        const char* words;
+    };
+    const EntityKey addresses{class_id::kBridgePortFilter, 0x1101}, protocols{class_id::kBridgePortPreassign, 0x1001};
+    const Case cases[] = {
+        {"port bridging off", secondPort(1), {class_id::kBridge, 1}, "between the ports"},
+        {"a filtered address", olt::setBytes(addresses, 1, olt::hex("01 41 021122334455")), addresses, "addresses"},
+        {"a filtered protocol", olt::set(protocols.classId, protocols.instance, {{4, 1}}), protocols, "protocols"},
+        {"groups of a list",
+         olt::setBytes({class_id::kMulticastProfile, 0x1032}, attr::multicast_profile::kDynamicAccessTable,
+                       olt::hex("4002 FFFE 0136 00000000 E1000000 E1FFFFFF 00000000 0000")),
+         {class_id::kMulticastProfile, 0x1032},
+         "groups outside the lists"},
+    };
+    for (const Case& one : cases) {
+        EXPECT_EQ(olt.send(one.request), Result::kSuccess) << one.what;
+        const auto problems = onu.services.problems();
+        EXPECT_TRUE(std::any_of(problems.begin(), problems.end(), [&](const services::Problem& problem) {
+            return problem.entity == one.entity && problem.reason.find(one.words) != std::string::npos;
+        })) << one.what;
+    }
+    // Told as long as it is so.
+    ASSERT_EQ(olt.send(olt::erase({class_id::kBridgePort, 0x1177})), Result::kSuccess);
+    ASSERT_EQ(olt.send(olt::set(protocols.classId, protocols.instance, {{4, 0}})), Result::kSuccess);
+    for (const auto& problem : onu.services.problems()) {
+        EXPECT_NE(problem.entity, protocols);
+        EXPECT_NE(problem.entity.classId, class_id::kBridge);
+    }
+}
+
 TEST_F(Planning, OfTwoGemPortsWithOneNumberTheSecondComesWhenTheFirstGoes) {
     provision(olt::internet());
     onu.calls.clear();
