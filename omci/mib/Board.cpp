@@ -1,5 +1,9 @@
 #include "omci/mib/Board.h"
 
+#include <algorithm>
+#include <map>
+#include <utility>
+
 #include "omci/mib/Description.h"
 
 namespace omci {
@@ -13,6 +17,25 @@ constexpr std::uint16_t kUpstream = 0x8000;  // bit of the queues' numbers
 
 InstanceId inSlot(std::uint8_t slot, unsigned number) {
     return static_cast<InstanceId>(unsigned{slot} << 8 | (number & 0xFFU));
+}
+
+std::uint8_t slotOf(InstanceId instance) {
+    return static_cast<std::uint8_t>(instance >> 8);
+}
+
+bool isUpstream(const BoardQueue& queue) {
+    return (queue.instance & kUpstream) != 0;
+}
+
+std::size_t upstreamQueues(const Board& board) {
+    const auto& queues = board.numbering.queues;
+    if (queues.empty()) return std::size_t{board.tConts} * board.queues;
+    return static_cast<std::size_t>(std::count_if(queues.begin(), queues.end(), isUpstream));
+}
+
+// The number at place, as far as the list goes; the usual one otherwise.
+InstanceId numbered(const std::vector<InstanceId>& list, unsigned place, InstanceId usual) {
+    return place < list.size() ? list[place] : usual;
 }
 
 // Makes the entities one after another.
@@ -60,7 +83,7 @@ private:
         onu2.setText(attr::onu2_g::kEquipmentId, board_.equipmentId);
         onu2.setNumber(attr::onu2_g::kOmccVersion, board_.omccVersion);
         onu2.setNumber(attr::onu2_g::kVendorProductCode, board_.productCode);
-        onu2.setNumber(attr::onu2_g::kTotalPriorityQueueNumber, std::uint64_t{board_.tConts} * board_.queues);
+        onu2.setNumber(attr::onu2_g::kTotalPriorityQueueNumber, upstreamQueues(board_));
         onu2.setNumber(attr::onu2_g::kTotalTrafficSchedulerNumber, board_.schedulers ? board_.tConts : 0);
         onu2.setNumber(attr::onu2_g::kTotalGemPortIdNumber, board_.gemPorts);
         onu2.setNumber(attr::onu2_g::kConnectivityCapability, board_.connectivity);
@@ -81,9 +104,16 @@ private:
     }
 
     void makeSlots() {
-        if (board_.ethernetPorts > 0) makeSlot(board_.ethernetSlot, board_.ethernetType, board_.ethernetPorts);
-        if (board_.veips > 0) makeSlot(board_.veipSlot, kVeipType, board_.veips);
-        makeSlot(board_.ponSlot, board_.ponType, 1);
+        std::map<std::uint8_t, std::uint8_t> ethernet, veips;  // ports in each slot
+        for (unsigned port = 0; port < board_.ethernetPorts; ++port)
+            ++ethernet[slotOf(ethernetPortInstance(board_, port))];
+        for (unsigned veip = 0; veip < board_.veips; ++veip) ++veips[slotOf(veipInstance(board_, veip))];
+        for (const auto& [slot, count] : ethernet) makeSlot(slot, board_.ethernetType, count);
+        for (const auto& [slot, count] : veips) {
+            if (ethernet.count(slot) == 0) makeSlot(slot, kVeipType, count);
+        }
+        const bool apart = ethernet.count(board_.ponSlot) == 0 && veips.count(board_.ponSlot) == 0;
+        if (apart) makeSlot(board_.ponSlot, board_.ponType, 1);
     }
 
     void makeSlot(std::uint8_t slot, std::uint8_t type, std::uint8_t portCount) {
@@ -127,7 +157,7 @@ private:
         }
     }
 
-    void makeUni(InstanceId instance) { add(class_id::kUniG, instance, maskOf(1)); }
+    void makeUni(InstanceId instance) { add(class_id::kUniG, instance); }
 
     void makeEthernetPort(unsigned port) {
         const InstanceId instance = ethernetPortInstance(board_, port);
@@ -150,6 +180,9 @@ private:
     }
 
     void makeQueues() {
+        for (const BoardQueue& queue : board_.numbering.queues)
+            makeQueue(queue.instance, queue.related, queue.priority);
+        if (!board_.numbering.queues.empty()) return;
         for (unsigned tCont = 0; tCont < board_.tConts; ++tCont) {
             for (unsigned queue = 0; queue < board_.queues; ++queue) {
                 Entity& entity =
@@ -193,20 +226,33 @@ bool knowsExtendedSet(const Board& board) {
     return board.omccVersion == kFirstWithIt || board.omccVersion >= kG988WithIt;
 }
 
+void setNumbering(Board& board, BoardNumbering numbering) {
+    const auto use = [](const std::vector<InstanceId>& list, std::uint8_t& count, std::uint8_t& slot) {
+        if (list.empty()) return;
+        count = static_cast<std::uint8_t>(std::min<std::size_t>(list.size(), 254));
+        slot = slotOf(list.front());
+    };
+    use(numbering.ethernetPorts, board.ethernetPorts, board.ethernetSlot);
+    use(numbering.veips, board.veips, board.veipSlot);
+    use(numbering.tConts, board.tConts, board.ponSlot);
+    if (numbering.ani) board.ponSlot = slotOf(*numbering.ani);
+    board.numbering = std::move(numbering);
+}
+
 InstanceId ethernetPortInstance(const Board& board, unsigned port) {
-    return inSlot(board.ethernetSlot, port + 1);
+    return numbered(board.numbering.ethernetPorts, port, inSlot(board.ethernetSlot, port + 1));
 }
 
 InstanceId veipInstance(const Board& board, unsigned veip) {
-    return inSlot(board.veipSlot, veip + 1);
+    return numbered(board.numbering.veips, veip, inSlot(board.veipSlot, veip + 1));
 }
 
 InstanceId aniInstance(const Board& board) {
-    return inSlot(board.ponSlot, 1);
+    return board.numbering.ani.value_or(inSlot(board.ponSlot, 1));
 }
 
 InstanceId tContInstance(const Board& board, unsigned tCont) {
-    return inSlot(board.ponSlot, tCont);
+    return numbered(board.numbering.tConts, tCont, inSlot(board.ponSlot, tCont));
 }
 
 InstanceId upstreamQueueInstance(const Board& board, unsigned tCont, unsigned queue) {

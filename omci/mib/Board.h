@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,20 @@ struct BoardImage {
     bool committed = false;
     bool active = false;
     bool valid = false;
+};
+
+// A priority queue of an ONU that numbers its queues in its own way.
+struct BoardQueue {
+    InstanceId instance = 0;     // upstream from 0x8000 on
+    InstanceId related = 0;      // the T-CONT upstream, the port downstream
+    std::uint16_t priority = 0;  // within the related one; 0 is the most urgent
+};
+
+// Instance numbers, each list by rising numbers. What is empty follows from the board's slots and counts.
+struct BoardNumbering {
+    std::vector<InstanceId> ethernetPorts, veips, tConts;
+    std::optional<InstanceId> ani;
+    std::vector<BoardQueue> queues;
 };
 
 // Filled by the caller. Texts are cut to their attributes' sizes.
@@ -55,10 +70,16 @@ struct Board {
     std::uint16_t qosFlexibility = 0x0010;  // which of the QoS attributes the OLT may set; here the T-CONT's policy
     std::uint16_t connectivity = 0x007F;    // connectivity models, one bit each
 
+    // ---- Numbers of their own; set by setNumbering(), which keeps slots and counts in step ----
+    BoardNumbering numbering;
+
     // ---- What the MIB can hold ----
     std::uint16_t taggingRows = 64;  // of one extended VLAN tagging table
     bool describesMib = false;       // entities that describe classes and attributes (287, 288, 289)
 };
+
+// Gives the board the numbers of another ONU; slots and counts follow from them. What numbering leaves empty stays.
+void setNumbering(Board& board, BoardNumbering numbering);
 
 // The entities that the ONU makes by itself, with the values that they have when it starts.
 std::vector<Entity> boardEntities(const Board& board);
@@ -66,7 +87,7 @@ std::vector<Entity> boardEntities(const Board& board);
 // Whether the OMCC version promises the extended message set.
 bool knowsExtendedSet(const Board& board);
 
-// Instance numbers of an ONU without pluggable slots. Numbers count from 0.
+// Instance numbers of an ONU without pluggable slots. Numbers count from 0, below the board's counts.
 InstanceId ethernetPortInstance(const Board& board, unsigned port);
 InstanceId veipInstance(const Board& board, unsigned veip);
 InstanceId aniInstance(const Board& board);

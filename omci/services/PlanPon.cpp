@@ -23,7 +23,7 @@ void Planner::planTCont(InstanceId instance) {
     if (tcont == nullptr || !hasAllocId(*tcont)) return;
     TContProvisioning record{};
     record.allocId = tcont->number16(attr::t_cont::kAllocId);
-    record.tContIndex = static_cast<std::uint16_t>(context_.settings.firstTCont + (instance & 0xFFU));
+    record.tContIndex = static_cast<std::uint16_t>(context_.settings.firstTCont + reader_.placeOf(tcont->key()));
     // The HAL takes the policy with each GEM port: another one does not disturb the T-CONT.
     Piece made;
     made.key = {PieceKind::kTCont, instance};
@@ -77,7 +77,10 @@ std::uint16_t Planner::upstreamQueue(const Entity& gemPort) {
     // The pointer names the T-CONT itself, which has its first queue then.
     if (onu != nullptr && onu->number8(attr::onu_g::kTrafficManagementOption) == kRateControlled) return 0;
     const InstanceId queue = gemPort.number16(attr::gem_port::kUpstreamQueuePointer);
-    return queue == kNullPointer ? std::uint16_t{0} : static_cast<std::uint16_t>(queue % kQueuesPerTCont);
+    const Entity* entity = queue == kNullPointer ? nullptr : reader_.look(class_id::kPriorityQueue, queue);
+    if (entity == nullptr)
+        return queue == kNullPointer ? std::uint16_t{0} : static_cast<std::uint16_t>(queue % kQueuesPerTCont);
+    return static_cast<std::uint16_t>(reader_.placeAmongQueues(*entity) % kQueuesPerTCont);
 }
 
 void Planner::planRateLimit(const Entity& entity, AttributeNumber pointer) {

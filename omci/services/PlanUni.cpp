@@ -45,7 +45,7 @@ std::optional<BridgePort> Planner::bridgePortOf(EntityKey termination) {
 void Planner::planEthernetUni(InstanceId instance) {
     const Entity* uni = reader_.find(class_id::kEthernetUni, instance);
     if (uni == nullptr) return;
-    const auto port = static_cast<std::uint16_t>(instance & 0xFFU);
+    const auto port = static_cast<std::uint16_t>(reader_.placeOf(uni->key()) + 1);
     planPort(*uni, port);
     for (const InstanceId mapper : reader_.pointingAt(uni->key(), class_id::kMapper)) {
         reader_.look(class_id::kMapper, mapper);

@@ -1,6 +1,7 @@
 #include "omci/services/Reader.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace omci::services {
 
@@ -71,6 +72,18 @@ std::vector<InstanceId> Reader::pointingAt(EntityKey key, ClassId classId) {
     std::sort(instances.begin(), instances.end());
     instances.erase(std::unique(instances.begin(), instances.end()), instances.end());
     return instances;
+}
+
+unsigned Reader::placeOf(EntityKey key) const {
+    const Mib::Instances& all = mib_.instances(key.classId);
+    return static_cast<unsigned>(std::distance(all.begin(), all.lower_bound(key.instance)));
+}
+
+unsigned Reader::placeAmongQueues(const Entity& queue) const {
+    const auto related = [](const Entity& one) { return number16(one.bytes(attr::priority_queue::kRelatedPort), 0); };
+    const Mib::Instances& all = mib_.instances(class_id::kPriorityQueue);
+    return static_cast<unsigned>(std::count_if(all.begin(), all.lower_bound(queue.instance()),
+                                               [&](const auto& one) { return related(one.second) == related(queue); }));
 }
 
 }  // namespace omci::services

@@ -54,6 +54,11 @@ public:
     const Entity* look(ClassId classId, InstanceId instance);
     // The entities of a class with a pointer at key, by rising instance numbers, each once.
     std::vector<InstanceId> pointingAt(EntityKey key, ClassId classId);
+    // Place of an instance among those of its class, counted from 0 by rising numbers: how the board numbers what the
+    // ONU made by itself.
+    unsigned placeOf(EntityKey key) const;
+    // The same of a priority queue among those of its T-CONT or port.
+    unsigned placeAmongQueues(const Entity& queue) const;
     void dependOnUsers(EntityKey bridge) { readers_.add(reader_, Subject::kUsers, bridge); }
 
     // The entities found so far.
