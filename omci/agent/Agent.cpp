@@ -14,8 +14,8 @@ constexpr EntityKey kOnuDataKey{class_id::kOnuData, 0};
 // Successful requests of these types raise the data sync counter.
 constexpr MessageTypes kCounted = bit(MessageType::kCreate) | bit(MessageType::kDelete) | bit(MessageType::kSet) |
                                   bit(MessageType::kSetTable) | bit(MessageType::kStartSoftwareDownload) |
-                                  bit(MessageType::kDownloadSection) | bit(MessageType::kEndSoftwareDownload) |
-                                  bit(MessageType::kActivateImage) | bit(MessageType::kCommitImage);
+                                  bit(MessageType::kEndSoftwareDownload) | bit(MessageType::kActivateImage) |
+                                  bit(MessageType::kCommitImage);
 
 // An answer of the type with nothing but its result.
 Content refusal(MessageType type, Result result) {
@@ -51,15 +51,9 @@ Content refusal(MessageType type, Result result) {
     }
 }
 
-// The result of an answer to a request that changes something.
-Result resultOf(const Content& content) {
-    if (const auto* answer = std::get_if<ResultAnswer>(&content)) return answer->result;
-    if (const auto* answer = std::get_if<CreateAnswer>(&content)) return answer->result;
-    if (const auto* answer = std::get_if<SetAnswer>(&content)) return answer->result;
-    if (const auto* answer = std::get_if<DownloadStartAnswer>(&content)) return answer->result;
-    if (const auto* answer = std::get_if<SectionAnswer>(&content)) return answer->result;
-    if (const auto* answer = std::get_if<DownloadEndAnswer>(&content)) return answer->result;
-    return Result::kProcessingError;
+// Several images in one download are named by an instance of their own. They are for slots that this ONU does not have.
+bool namesSeveralImages(const Message& request) {
+    return request.entity == EntityKey{class_id::kSoftwareImage, 0xFFFF};
 }
 
 bool hasOneBit(AttributeMask mask) {
@@ -143,11 +137,9 @@ Handled Agent::handle(const Message& request) {
 
 void Agent::countChange(const Message& request, const Content& answer) {
     if ((bit(request.type) & kCounted) == 0) return;
-    // Only the section that ends a window counts, and a value that the OLT gives the counter is not counted itself (not
-    // certain).
-    if (request.type == MessageType::kDownloadSection && !request.answerWanted) return;
+    // A value that the OLT gives the counter is not counted itself (not certain).
     if (request.entity == kOnuDataKey) return;
-    const Result result = resultOf(answer);
+    const Result result = resultOf(answer).value_or(Result::kProcessingError);
     // Not certain: a set of which a part failed counts for the part that was done.
     if (result != Result::kSuccess && !(result == Result::kAttributesFailed && setWithMasks_)) return;
     const std::uint8_t count = mib_.find(kOnuDataKey)->number8(attr::onu_data::kMibDataSync);
@@ -162,7 +154,8 @@ Content Agent::execute(const Message& request) {
         return read ? create(request, std::get<CreateValues>(decoded.content))
                     : refusal(request.type, Result::kParameterError);
     }
-    const Result result = commands_.check(request.entity, request.type);
+    const Result result =
+        namesSeveralImages(request) ? Result::kParameterError : commands_.check(request.entity, request.type);
     if (result != Result::kSuccess) return refusal(request.type, result);
     if (decoded.error != ContentError::kNone) return refusal(request.type, Result::kParameterError);
     return executeOnEntity(request, decoded.content);
@@ -253,17 +246,16 @@ Content Agent::getNext(const Message& request, const TablePartAsked& asked) {
 
 Content Agent::upload(const Message& request, const Content& content) {
     if (const auto* command = std::get_if<CommandNumber>(&content)) {
-        return upload_.part(command->number, clock_.nowMs());
+        return upload_.part(command->number, request.set, clock_.nowMs());
     }
     // What lives is told as it is at this moment.
-    refresh({class_id::kAniG, aniInstance(board_)}, 0xFFFF);
-    refresh({class_id::kOnu2G, 0}, 0xFFFF);
+    refreshAll();
     return CommandNumber{upload_.start(mib_, request.set, clock_.nowMs())};
 }
 
 Content Agent::alarmCopy(const Message& request, const Content& content) {
     if (const auto* command = std::get_if<CommandNumber>(&content)) {
-        return alarms_.copyPart(command->number, clock_.nowMs());
+        return alarms_.copyPart(command->number, request.set, clock_.nowMs());
     }
     const bool heldBackToo = std::get<Flags>(content).flags == 0;
     return CommandNumber{alarms_.startCopy(heldBackToo, request.set, clock_.nowMs())};

@@ -90,6 +90,8 @@ private:
     Content activate(const Message& request, std::uint8_t flags);
     Content reboot(const Message& request, std::uint8_t flags);
     void refresh(EntityKey entity, AttributeMask mask);
+    void refreshPortOf(const Entity& bridgePort);
+    void refreshAll();
     void afterSet(EntityKey entity, AttributeMask mask);
     void countChange(const Message& request, const Content& answer);
     void restart(InstanceId image);

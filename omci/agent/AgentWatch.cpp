@@ -4,6 +4,7 @@
 #include "hal/VornHal.h"
 #include "omci/agent/Agent.h"
 #include "omci/agent/SelfTest.h"
+#include "omci/mib/Relations.h"
 
 namespace omci {
 
@@ -14,7 +15,6 @@ constexpr std::uint64_t kOpticsEvery = 10;  // watches
 
 constexpr unsigned kLanLos = 0;  // of an Ethernet port
 constexpr std::uint8_t kEnabled = 0, kDisabled = 1;
-constexpr std::uint8_t kUnlocked = 0;
 constexpr std::uint8_t kDhcp = 0x01;  // of the IP options
 
 // Alarms of the ANI-G.
@@ -66,8 +66,29 @@ void Agent::refresh(EntityKey key, AttributeMask mask) {
                 if (const auto state = device_.portState(key.instance)) portChanged(key.instance, *state);
             }
             break;
+        case class_id::kBridgePortDesignation:
+            if (const Entity* port = mib_.find(class_id::kBridgePort, key.instance)) refreshPortOf(*port);
+            break;
         default:
             break;
+    }
+}
+
+// The port behind a bridge port, whose link the state of the bridge port follows.
+void Agent::refreshPortOf(const Entity& bridgePort) {
+    const EntityKey port{bridgePortTarget(bridgePort.number8(attr::bridge_port::kTpType)),
+                         bridgePort.number16(attr::bridge_port::kTpPointer)};
+    if (port.classId == class_id::kEthernetUni) refresh(port, maskOf(attr::ethernet_uni::kOperationalState));
+}
+
+void Agent::refreshAll() {
+    refresh({class_id::kAniG, aniInstance(board_)}, 0xFFFF);
+    refresh({class_id::kOnu2G, 0}, 0xFFFF);
+    watchPorts();
+    for (const ClassId classId : {class_id::kBridgeData, class_id::kBridgePortDesignation}) {
+        std::vector<EntityKey> keys;
+        for (const auto& [instance, entity] : mib_.instances(classId)) keys.push_back(entity.key());
+        for (const EntityKey key : keys) commands_.refresh(key, 0xFFFF);
     }
 }
 
@@ -75,7 +96,8 @@ void Agent::afterSet(EntityKey key, AttributeMask) {
     alarms_.controlChanged(key, clock_.nowMs());
     const Entity& entity = *mib_.find(key);
     if (entity.info().isPerformance()) performance_.written(key);
-    if (key.classId == class_id::kEthernetUni) {
+    // Where the device tells the port's state, the next watch looks: the port is not up yet when it is unlocked.
+    if (key.classId == class_id::kEthernetUni && !device_.portState(key.instance)) {
         const bool enabled = entity.number8(attr::ethernet_uni::kOperationalState) == kEnabled;
         portChanged(key.instance, {enabled, entity.number8(attr::ethernet_uni::kConfigurationInd)});
     }
@@ -91,12 +113,10 @@ void Agent::afterSet(EntityKey key, AttributeMask) {
 
 void Agent::portChanged(InstanceId port, const PortState& state) {
     const EntityKey key{class_id::kEthernetUni, port};
-    const Entity* entity = mib_.find(key);
-    if (entity == nullptr) return;
+    if (mib_.find(key) == nullptr) return;
     outbox_.change(key, attr::ethernet_uni::kOperationalState, state.linkUp ? kEnabled : kDisabled);
     outbox_.change(key, attr::ethernet_uni::kConfigurationInd, state.configuration);
-    const bool unlocked = entity->number8(attr::ethernet_uni::kAdministrativeState) == kUnlocked;
-    alarms_.set(key, kLanLos, !state.linkUp && unlocked);
+    alarms_.set(key, kLanLos, !state.linkUp);
 }
 
 void Agent::tick() {

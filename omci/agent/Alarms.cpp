@@ -1,7 +1,9 @@
 #include "omci/agent/Alarms.h"
 
 #include <algorithm>
+#include <iterator>
 
+#include "omci/agent/Locks.h"
 #include "omci/mib/Upload.h"
 
 namespace omci {
@@ -49,9 +51,19 @@ Alarms::~Alarms() {
 }
 
 void Alarms::onChange(const Change& change) {
-    if (change.kind != ChangeKind::kDeleted) return;
-    states_.erase(change.key);
-    arcEndsMs_.erase(change.key);
+    if (change.kind == ChangeKind::kDeleted) {
+        states_.erase(change.key);
+        arcEndsMs_.erase(change.key);
+    }
+    if (change.kind == ChangeKind::kChanged &&
+        (change.attributes & maskOf(administrativeState(change.key.classId))) != 0)
+        forgetSilenced();
+}
+
+// The OLT clears what a locked entity has told; nothing is sent.
+void Alarms::forgetSilenced() {
+    for (auto state = states_.begin(); state != states_.end();)
+        state = isSilenced(mib_, state->first) ? states_.erase(state) : std::next(state);
 }
 
 bool Alarms::isHeldBack(EntityKey key) const {
@@ -66,6 +78,7 @@ bool Alarms::isRaised(EntityKey entity, unsigned alarm) const {
 
 void Alarms::set(EntityKey entity, unsigned alarm, bool raised) {
     if (alarm >= kAlarmBytes * 8 || isRaised(entity, alarm) == raised || mib_.find(entity) == nullptr) return;
+    if (isSilenced(mib_, entity)) return;
     State& state = states_[entity];
     state.bits[alarm / 8] = static_cast<std::uint8_t>(state.bits[alarm / 8] ^ bitOf(alarm));
     if (isHeldBack(entity)) {
@@ -109,6 +122,7 @@ void Alarms::tick(std::uint64_t nowMs) {
 std::uint16_t Alarms::startCopy(bool heldBackToo, MessageSet set, std::uint64_t nowMs) {
     const std::size_t perPart = set == MessageSet::kExtended ? kMaxExtendedContent / kEntrySize : 1;
     copy_.clear();
+    copySet_ = set;
     lastReadMs_ = nowMs;
     sequence_ = 0;
     for (const auto& [key, state] : states_) {
@@ -119,7 +133,8 @@ std::uint16_t Alarms::startCopy(bool heldBackToo, MessageSet set, std::uint64_t 
     return static_cast<std::uint16_t>(std::min<std::size_t>(copy_.size(), 0xFFFF));
 }
 
-AlarmEntries Alarms::copyPart(std::uint16_t number, std::uint64_t nowMs) {
+AlarmEntries Alarms::copyPart(std::uint16_t number, MessageSet set, std::uint64_t nowMs) {
+    if (set != copySet_) return {};
     if (nowMs - lastReadMs_ > kCopyLifetimeMs) copy_.clear();
     lastReadMs_ = nowMs;
     return number < copy_.size() ? copy_[number] : AlarmEntries{};

@@ -20,7 +20,8 @@ public:
     Alarms(const Alarms&) = delete;
     Alarms& operator=(const Alarms&) = delete;
 
-    // Raises or clears an alarm (0..223) of an entity that stands; the OLT is told when that changes something.
+    // Raises or clears an alarm (0..223) of an entity that stands; the OLT is told when that changes something. An
+    // entity that is locked, or depends on one, has no alarms (Locks.h).
     void set(EntityKey entity, unsigned alarm, bool raised);
     bool isRaised(EntityKey entity, unsigned alarm) const;
 
@@ -32,7 +33,8 @@ public:
     // Freezes a copy of all entities with an alarm, without those held back where the OLT asks so; the sequence numbers
     // begin anew. Answers how many parts the copy has in the message set.
     std::uint16_t startCopy(bool heldBackToo, MessageSet set, std::uint64_t nowMs);
-    AlarmEntries copyPart(std::uint16_t number, std::uint64_t nowMs);
+    // A part of the copy, in the message set that it was begun in; nothing otherwise.
+    AlarmEntries copyPart(std::uint16_t number, MessageSet set, std::uint64_t nowMs);
 
     // After a MIB reset nothing is held back any more.
     void releaseAll();
@@ -45,6 +47,7 @@ private:
         bool untold = false;  // changed while it was held back
     };
     void onChange(const Change& change) override;
+    void forgetSilenced();
     bool isHeldBack(EntityKey entity) const;
     void tell(EntityKey entity, State& state);
 
@@ -54,6 +57,7 @@ private:
     std::map<EntityKey, std::uint64_t> arcEndsMs_;  // entities whose ARC ends by itself
     std::uint8_t sequence_ = 0;                     // of the last alarm
     std::vector<AlarmEntries> copy_;
+    MessageSet copySet_ = MessageSet::kBaseline;
     std::uint64_t lastReadMs_ = 0;
 };
 

@@ -1,5 +1,7 @@
 #include "omci/agent/Outbox.h"
 
+#include "omci/agent/Locks.h"
+
 namespace omci {
 
 void Outbox::send(EntityKey entity, MessageType type, std::uint16_t transaction, const Content& content) {
@@ -25,7 +27,7 @@ bool Outbox::change(EntityKey key, AttributeNumber attribute, ByteView value) {
     if (entity == nullptr || !entity->setBytes(attribute, value)) return false;
     const AttributeInfo* info = entity->info().attribute(attribute);
     mib_.commit(*entity, maskOf(attribute));
-    if ((info->access & kAvc) == 0 || !entity->has(attribute)) return true;
+    if ((info->access & kAvc) == 0 || !entity->has(attribute) || isSilenced(mib_, key)) return true;
     send(key, MessageType::kAttributeValueChange, 0,
          AttributeValues{maskOf(attribute), entity->bytes(attribute).copy()});
     return true;

@@ -107,10 +107,20 @@ void Performance::tick(std::uint64_t nowMs) {
 }
 
 void Performance::synchronize(std::uint64_t nowMs) {
-    endInterval();
     intervalBeginMs_ = nowMs;
     interval_ = 0;
-    for (const auto& [key, begin] : begins_) mib_.setNumber(key, kIntervalEndTime, interval_);
+    for (auto& [key, begin] : begins_) {
+        Entity* pm = mib_.edit(key);
+        begin = sources_.read(*pm);
+        AttributeMask changed =
+            pm->setNumber(kIntervalEndTime, interval_) ? maskOf(kIntervalEndTime) : AttributeMask{0};
+        for (const AttributeInfo& counter : pm->info().attributes()) {
+            if (counter.number < kFirstCounter) continue;
+            if (pm->setNumber(counter.number, 0)) changed |= maskOf(counter.number);
+            if (counter.thresholdAlarm >= 0) alarms_.set(key, static_cast<unsigned>(counter.thresholdAlarm), false);
+        }
+        mib_.commit(*pm, changed);
+    }
 }
 
 void Performance::endInterval() {

@@ -29,7 +29,8 @@ public:
     void written(EntityKey entity);
     // Ends the intervals that are over, and looks for thresholds that are crossed.
     void tick(std::uint64_t nowMs);
-    // A new interval begins now, and with it the count of intervals.
+    // A new interval begins now, and with it the count of intervals; the counters of the running and of the last one
+    // are cleared.
     void synchronize(std::uint64_t nowMs);
 
 private:

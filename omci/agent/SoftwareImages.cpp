@@ -94,7 +94,8 @@ Result SoftwareImages::check(const DownloadEnd& request) const {
 
 DownloadEndAnswer SoftwareImages::end(InstanceId image, const DownloadEnd& request) {
     if (!download_ || download_->image != image) return {Result::kProcessingError, {{image, Result::kProcessingError}}};
-    const Result result = check(request);
+    const bool several = request.images.size() > 1 || (request.images.size() == 1 && request.images[0] != image);
+    const Result result = several ? Result::kParameterError : check(request);
     if (result == Result::kSuccess) {
         images_[image] = std::move(download_->bytes);
         const std::string version = device_.imageVersion(images_[image]);

@@ -207,6 +207,9 @@ struct DecodedContent {
 // content or an error.
 DecodedContent decodeContent(const Message& message);
 
+// The result that an answer carries; nothing for contents without one (requests, uploads, alarms).
+std::optional<Result> resultOf(const Content& content);
+
 // Writes the content into message, as its set has it. What does not fit into the set is cut.
 void encodeContent(Message& message, const Content& content);
 

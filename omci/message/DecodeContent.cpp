@@ -317,4 +317,21 @@ DecodedContent decodeContent(const Message& message) {
     return decoded;
 }
 
+namespace {
+
+template <class Answer>
+auto resultIn(const Answer& answer, int) -> decltype(std::optional<Result>(answer.result)) {
+    return answer.result;
+}
+template <class Other>
+std::optional<Result> resultIn(const Other&, long) {
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<Result> resultOf(const Content& content) {
+    return std::visit([](const auto& one) { return resultIn(one, 0); }, content);
+}
+
 }  // namespace omci

@@ -7,6 +7,7 @@
 #include "omci/message/TaggingRow.h"
 #include "omci/mib/Description.h"
 #include "omci/mib/Limits.h"
+#include "omci/mib/Relations.h"
 #include "omci/mib/TableRows.h"
 
 namespace omci {
@@ -18,8 +19,7 @@ constexpr std::size_t kTableRows = 1024;        // of a table whose size the sta
 constexpr std::size_t kLengthSize = 4;          // bytes of a table's length in an answer to get
 
 // Port states of the bridge port designation data.
-constexpr std::uint8_t kForwarding = 3;
-constexpr std::uint8_t kForwardingWithoutSpanningTree = 6;
+enum PortState : std::uint8_t { kDisabled = 0, kForwarding = 3, kLinkDown = 5, kForwardingWithoutSpanningTree = 6 };
 
 // Classes whose entities the ONU makes along with those of others: same instance number, and gone with them.
 constexpr ClassId kWithBridge[] = {class_id::kBridgeData};
@@ -214,14 +214,20 @@ void MibCommands::refresh(EntityKey key, AttributeMask mask) {
         mib_.setNumber(key, attr::bridge_data::kForwardDelay, bridge->number(attr::bridge::kForwardDelay));
     }
     if (key.classId == class_id::kBridgePortDesignation) {
-        const Entity* port = mib_.find(class_id::kBridgePort, key.instance);
-        const Entity* bridge = port == nullptr
-                                   ? nullptr
-                                   : mib_.find(class_id::kBridge, port->number16(attr::bridge_port::kBridgeIdPointer));
-        const bool tree = bridge != nullptr && bridge->number8(attr::bridge::kSpanningTreeInd) != 0;
-        mib_.setNumber(key, attr::bridge_port_designation::kPortState,
-                       tree ? kForwarding : kForwardingWithoutSpanningTree);
+        if (const Entity* port = mib_.find(class_id::kBridgePort, key.instance))
+            mib_.setNumber(key, attr::bridge_port_designation::kPortState, stateOf(*port));
     }
+}
+
+std::uint8_t MibCommands::stateOf(const Entity& bridgePort) const {
+    if (bridgePortTarget(bridgePort.number8(attr::bridge_port::kTpType)) == class_id::kEthernetUni) {
+        const Entity* uni = mib_.find(class_id::kEthernetUni, bridgePort.number16(attr::bridge_port::kTpPointer));
+        if (uni != nullptr && uni->number8(attr::ethernet_uni::kAdministrativeState) != 0) return kDisabled;
+        if (uni != nullptr && uni->number8(attr::ethernet_uni::kOperationalState) != 0) return kLinkDown;
+    }
+    const Entity* bridge = mib_.find(class_id::kBridge, bridgePort.number16(attr::bridge_port::kBridgeIdPointer));
+    const bool tree = bridge != nullptr && bridge->number8(attr::bridge::kSpanningTreeInd) != 0;
+    return tree ? kForwarding : kForwardingWithoutSpanningTree;
 }
 
 GetOutcome readAttributes(const Entity& entity, AttributeMask mask, std::size_t room) {

@@ -51,13 +51,16 @@ public:
     // At most room bytes of values.
     GetOutcome get(EntityKey key, AttributeMask mask, std::size_t room);
 
+    // Brings values up to date that follow from others: counts and states of a bridge and its ports.
+    void refresh(EntityKey key, AttributeMask mask);
+
     // Success when the class knows the message and the instance stands; else the result that says what is wrong.
     Result check(EntityKey key, MessageType type) const;
 
 private:
     bool isFixed(const Entity& entity, AttributeNumber attribute) const;
     void addCompanions(const Entity& entity);
-    void refresh(EntityKey key, AttributeMask mask);
+    std::uint8_t stateOf(const Entity& bridgePort) const;
 
     Mib& mib_;
     const Board& board_;

@@ -65,10 +65,12 @@ std::uint16_t MibUpload::start(const Mib& mib, MessageSet set, std::uint64_t now
     }
     parts_.resize(std::min<std::size_t>(parts_.size(), 0xFFFF));
     lastReadMs_ = nowMs;
+    set_ = set;
     return static_cast<std::uint16_t>(parts_.size());
 }
 
-UploadEntries MibUpload::part(std::uint16_t number, std::uint64_t nowMs) {
+UploadEntries MibUpload::part(std::uint16_t number, MessageSet set, std::uint64_t nowMs) {
+    if (set != set_) return {};
     if (isOver(lastReadMs_, nowMs)) parts_.clear();
     lastReadMs_ = nowMs;
     return number < parts_.size() ? parts_[number] : UploadEntries{};

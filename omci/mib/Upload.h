@@ -20,11 +20,13 @@ class MibUpload {
 public:
     // Freezes a copy for the message set and answers how many parts it has.
     std::uint16_t start(const Mib& mib, MessageSet set, std::uint64_t nowMs);
-    // A part of the copy; nothing behind its end and where there is no copy (any more).
-    UploadEntries part(std::uint16_t number, std::uint64_t nowMs);
+    // A part of the copy; nothing behind its end, where there is no copy (any more), and for the other message set,
+    // whose parts are others.
+    UploadEntries part(std::uint16_t number, MessageSet set, std::uint64_t nowMs);
 
 private:
     std::vector<UploadEntries> parts_;
+    MessageSet set_ = MessageSet::kBaseline;
     std::uint64_t lastReadMs_ = 0;
 };
 

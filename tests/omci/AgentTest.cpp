@@ -143,12 +143,6 @@ TEST_F(AgentTest, ALinkThatGoesIsToldAndListed) {
     EXPECT_EQ(ask<CommandNumber>(MessageType::kGetAllAlarms, kOnuDataKey, Flags{0}).number, 0);
 }
 
-TEST_F(AgentTest, ALockedPortHasNoLanLos) {
-    agent.portChanged(kPort.instance, {false, 0});
-    EXPECT_EQ(set1(kPort, attr::ethernet_uni::kAdministrativeState, hex("01")), Result::kSuccess);
-    EXPECT_EQ(lines().back(), "-  alarm  PPTP Ethernet UNI 0x0101  alarms none, sequence 2");
-}
-
 TEST_F(AgentTest, HeldBackAlarmsAreToldWhenTheIntervalEnds) {
     ASSERT_EQ(setMany(kPort, maskOf(attr::ethernet_uni::kArc) | maskOf(attr::ethernet_uni::kArcInterval), hex("01 02"))
                   .result,
@@ -224,6 +218,23 @@ TEST_F(AgentTest, CountersRunInIntervalsOfAQuarterOfAnHour) {
     EXPECT_TRUE(
         ask<TimeAnswer>(MessageType::kSynchronizeTime, {class_id::kOnuG, 0}, TimeSet{DateTime{2026, 1, 1}}).taken);
     EXPECT_EQ(counted(MessageType::kGetCurrentData)[0], 0U);
+}
+
+TEST_F(AgentTest, SynchronizedTimeClearsTheRunningAndTheLastInterval) {
+    const EntityKey pm{class_id::kEthernetPm3, kPort.instance};
+    ASSERT_EQ(create(pm, hex("FFFF")), Result::kSuccess);
+    const auto frames = [&](MessageType type) {
+        return number32(ask<GetAnswer>(type, pm, AttributesAsked{maskOf(5)}).values, 0);
+    };
+    device.counters[kPort].rxFrames = 20;
+    clock.ms += kIntervalMs;
+    agent.tick();
+    device.counters[kPort].rxFrames = 27;
+    ASSERT_EQ(frames(MessageType::kGet), 20U);
+    ASSERT_EQ(frames(MessageType::kGetCurrentData), 7U);
+    ask<TimeAnswer>(MessageType::kSynchronizeTime, {class_id::kOnuG, 0}, TimeSet{DateTime{2026, 1, 1}});
+    EXPECT_EQ(frames(MessageType::kGet), 0U);
+    EXPECT_EQ(frames(MessageType::kGetCurrentData), 0U);
 }
 
 TEST_F(AgentTest, ACrossedThresholdIsAnAlarmUntilTheIntervalEnds) {
@@ -317,7 +328,7 @@ TEST_F(Images, AreLoadedIntoMemoryActivatedAndCommitted) {
     load();
     EXPECT_EQ(agent.images().bytes(1), ByteView(software));
     EXPECT_EQ(marks(1), "valid");
-    EXPECT_EQ(sync(), 4U);  // start, two windows, end
+    EXPECT_EQ(sync(), 2U);  // start and end; sections do not count
     EXPECT_EQ(ask<ResultAnswer>(MessageType::kActivateImage, kSpare, Flags{0}).result, Result::kSuccess);
     EXPECT_TRUE(device.restarts.empty());
     agent.afterAnswer();
@@ -361,6 +372,25 @@ TEST_F(Images, ACallPutsARestartOff) {
     EXPECT_EQ(device.restarts, std::vector<InstanceId>{0});
     EXPECT_EQ(agent.mib().find(kBridgeKey), nullptr);
     EXPECT_EQ(sync(), 0U);
+}
+
+TEST_F(Images, SeveralInOneDownloadAreRefusedAtItsBeginAndItsEnd) {
+    const EntityKey all{class_id::kSoftwareImage, 0xFFFF};
+    const auto size = static_cast<std::uint32_t>(software.size());
+    const auto begun = [&](EntityKey key, std::vector<InstanceId> images) {
+        return ask<DownloadStartAnswer>(MessageType::kStartSoftwareDownload, key, DownloadStart{4, size, images})
+            .result;
+    };
+    const auto ended = [&](EntityKey key, std::vector<InstanceId> images) {
+        const DownloadEnd end{crc32(software), size, images};
+        return ask<DownloadEndAnswer>(MessageType::kEndSoftwareDownload, key, end).result;
+    };
+    EXPECT_EQ(begun(all, {0, 1}), Result::kParameterError);
+    EXPECT_EQ(begun(kSpare, {0, 1}), Result::kParameterError);
+    ASSERT_EQ(start(kSpare, 8).result, Result::kSuccess);
+    ASSERT_EQ(sendWindow(0, 7), Result::kSuccess);
+    EXPECT_EQ(ended(all, {0, 1}), Result::kParameterError);
+    EXPECT_EQ(ended(kSpare, {0, 1}), Result::kParameterError);
 }
 
 // ---- Identity ----

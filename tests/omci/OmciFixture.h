@@ -45,12 +45,17 @@ public:
         const auto found = gemPorts.find(gemPort);
         return found == gemPorts.end() ? std::nullopt : std::optional<GemPortCounters>(found->second);
     }
+    std::optional<PortState> portState(InstanceId port) override {
+        const auto found = ports.find(port);
+        return found == ports.end() ? std::nullopt : std::optional<PortState>(found->second);
+    }
     ModuleReading module() override { return {3.3, 12.0, 40.5}; }
     bool callInProgress(bool) override { return calling; }
     void restart(InstanceId image) override { restarts.push_back(image); }
 
     std::map<EntityKey, IntfStats> counters;
     std::map<std::uint16_t, GemPortCounters> gemPorts;
+    std::map<InstanceId, PortState> ports;  // those whose state the device tells
     bool calling = false;
     std::vector<InstanceId> restarts;
 };
