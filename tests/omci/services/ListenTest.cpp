@@ -10,6 +10,8 @@
 #include "omci/olt/Olt.h"
 #include "omci/olt/OperatorServices.h"
 #include "omci/services/SocketLine.h"
+#include "support/Emulated.h"
+#include "tools/vorn-onu/RunProgram.h"
 
 namespace {
 
@@ -89,6 +91,39 @@ TEST(Listen, DatagramsOverLoopbackAreAnsweredAndTheOnuTellsATestByItself) {
     EXPECT_EQ(told->type, omci::MessageType::kTestResult);
     EXPECT_EQ(told->transaction, test.transaction);
     EXPECT_EQ(line.end(), 0);
+}
+
+TEST(Listen, ACutOrDamagedMessageIsDroppedAndCounted) {
+    SocketLine line;
+    olt::Olt olt(line);
+    ASSERT_EQ(olt.mibReset(), omci::Result::kSuccess);  // with neither code nor room for one
+    const auto before = olt.dataSync();
+    omci::Message create;
+    create.transaction = 0x7001;
+    create.type = omci::MessageType::kCreate;
+    create.answerWanted = true;
+    create.entity = {omci::class_id::kBridge, 77};
+    const omci::Bytes whole = omci::encodeFrame(create);
+    for (std::size_t size = 40; size < 44; ++size)
+        line.sendBytes({whole.begin(), whole.begin() + static_cast<long>(size)});
+    EXPECT_EQ(olt.dataSync(), before);
+    EXPECT_EQ(line.end(), 0);
+    EXPECT_NE(line.shown().find("4 datagrams dropped: 4 of another size"), std::string::npos) << line.shown();
+}
+
+TEST(Listen, TheExchangeIsACaptureThatPlaysWithTheSameAnswers) {
+    SKIP_WHEN_EMULATED(kNoLibpcap);
+    SocketLine line(SocketLine::Kind::kUnix, {"--capture", "+exchange.pcapng", "--record", "+calls.json"});
+    olt::Olt olt(line);
+    ASSERT_EQ(olt.mibReset(), omci::Result::kSuccess);
+    EXPECT_EQ(olt.send(olt::internet().requests), "");
+    ASSERT_EQ(line.end(), 0);
+    const auto played = runProgram({VORN_ONU_BINARY, "omci", line.path("exchange.pcapng")});
+    EXPECT_EQ(played.code, 0) << played.output;
+    EXPECT_NE(played.output.find("answered as in the capture"), std::string::npos) << played.output;
+    const auto again = runProgram({VORN_ONU_BINARY, "run", line.path("calls.json"), "--json", "-"});
+    ASSERT_EQ(again.code, 0) << again.output;
+    EXPECT_EQ(standing(nlohmann::json::parse(again.output)), standing(nlohmann::json::parse(line.state())));
 }
 
 TEST(Listen, ADeviceIsAsNewWhenTheOltHasTakenEverythingDown) {

@@ -36,7 +36,7 @@ std::string printedIn(const std::string& path) {
 
 }  // namespace
 
-SocketLine::SocketLine(Kind kind) {
+SocketLine::SocketLine(Kind kind, const std::vector<std::string>& more) {
     char folder[] = "/tmp/vorn-olt-XXXXXX";
     folder_ = mkdtemp(folder);
     const std::string address = kind == Kind::kUnix ? "unix:" + folder_ + "/onu" : "udp:127.0.0.1:0";
@@ -45,7 +45,12 @@ SocketLine::SocketLine(Kind kind) {
     if (onu_ == 0) {
         const int shown = ::open(out.c_str(), O_WRONLY | O_CREAT, 0600);
         dup2(shown, STDOUT_FILENO);
-        execl(VORN_ONU_BINARY, "vorn-onu", "omci", "--listen", address.c_str(), "--json", json.c_str(), nullptr);
+        std::vector<std::string> words{"vorn-onu", "omci", "--listen", address, "--json", json};
+        for (const std::string& word : more) words.push_back(word.front() == '+' ? path(word.substr(1)) : word);
+        std::vector<char*> arguments;
+        for (std::string& word : words) arguments.push_back(word.data());
+        arguments.push_back(nullptr);
+        execv(VORN_ONU_BINARY, arguments.data());
         _exit(127);
     }
     if (kind == Kind::kUnix)
@@ -102,6 +107,10 @@ std::optional<omci::Message> SocketLine::exchange(const omci::Message& request) 
         if (!message->isAnswer) autonomous_.push_back(*std::move(message));
     }
     return {};
+}
+
+void SocketLine::sendBytes(const omci::Bytes& datagram) {
+    if (::send(socket_, datagram.data(), datagram.size(), 0) < 0) perror("send");
 }
 
 std::optional<omci::Message> SocketLine::autonomous() {

@@ -7,25 +7,30 @@
 #include <deque>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "omci/olt/Line.h"
 
 class SocketLine : public olt::Line {
 public:
     enum class Kind { kUnix, kUdp };
-    // Starts "vorn-onu omci --listen" with a socket and a file of its state in a folder of its own.
-    explicit SocketLine(Kind kind = Kind::kUnix);
+    // Starts "vorn-onu omci --listen" with a socket and a file of its state in a folder of its own, and more words; one
+    // that begins with "+" is a file there.
+    explicit SocketLine(Kind kind = Kind::kUnix, const std::vector<std::string>& more = {});
     ~SocketLine() override;
     SocketLine(const SocketLine&) = delete;
     SocketLine& operator=(const SocketLine&) = delete;
 
     std::optional<omci::Message> exchange(const omci::Message& request) override;
+    // A datagram as it is.
+    void sendBytes(const omci::Bytes& datagram);
     // What the ONU tells by itself: what came meanwhile, or comes; empty when nothing does.
     std::optional<omci::Message> autonomous();
     // Ends the ONU with SIGTERM; its exit code, -1 when it ended otherwise.
     int end();
     // What the ONU has written about itself when it ended, and what it has shown.
     std::string state() const;
+    std::string path(const std::string& name) const { return folder_ + "/" + name; }
     std::string shown() const;
     bool socketExists() const;
 

@@ -31,7 +31,26 @@ TEST(MessageFile, TextIsReadInTheFormsOfLogsAndDumpTools) {
     const std::string all = spaced(kWhole, " ");
     const std::string dump = "0000  " + all.substr(0, 47) + "   |..H.............|\n0010  " + all.substr(48, 47) +
                              "   |................|\n0020  " + all.substr(96) + "   |................|\n";
+    const std::string framed = spaced(
+        "020000000002"
+        "020000000001"
+        "810000fe"
+        "88b5" +
+            kWhole,
+        " ");
+    const std::string framedDump = "0000  " + framed.substr(0, 47) + "\n0010  " + framed.substr(48, 47) + "\n0020  " +
+                                   framed.substr(96, 47) + "\n0030  " + framed.substr(144) + "\n";
+    const std::string plain = spaced(
+        "020000000002"
+        "020000000001"
+        "88b5" +
+            kWhole,
+        " ");
+    const std::string plainDump = "0000  " + plain.substr(0, 47) + "  |.....|\n0010  " + plain.substr(48, 47) +
+                                  "\n0020  " + plain.substr(96, 47) + "\n0030  " + plain.substr(144) + "\n";
     const std::pair<const char*, std::string> forms[] = {
+        {"a dump with an Ethernet header", plainDump},
+        {"a dump with an Ethernet header and a VLAN tag", framedDump},
         {"digits", kWhole},
         {"without trailer", kShort},
         {"bytes", all},

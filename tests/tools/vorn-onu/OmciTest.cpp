@@ -1,6 +1,7 @@
 // vorn-onu omci FILE: what it tells of captures, whole ones and parts of them.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <set>
@@ -12,6 +13,8 @@
 #include "living/BoardDevice.h"
 #include "living/MessageFile.h"
 #include "running/io/Files.h"
+#include "omci/message/Integrity.h"
+#include "omci/message/Numbers.h"
 #include "omci/message/ValueText.h"
 #include "support/Emulated.h"
 #include "tools/vorn-onu/RunProgram.h"
@@ -64,6 +67,162 @@ TEST(Omci, AnotherResultThanTheCapturesIsAFailure) {
     })});
     EXPECT_EQ(other.code, 1);
     EXPECT_NE(other.output.find("≠ success here, device busy in the capture"), std::string::npos) << other.output;
+}
+
+// Messages in hexadecimal digits, a line each.
+std::string inText(const std::string& name, const std::vector<std::string>& lines) {
+    std::string text;
+    for (const std::string& line : lines) text += line + "\n";
+    const std::string path = ::testing::TempDir() + name;
+    vorn_onu::writeFile(path, text);
+    return path;
+}
+
+std::string filled(const std::string& head) {
+    return head + std::string(80 - head.size(), '0') + "00000028";
+}
+
+TEST(Omci, ARefusedMessageIsMarkedCountedAndNamedAndFailsTheRun) {
+    const std::string reset = filled("00014f0a00020000"), set = filled(
+                                                              "0002480a01069000"
+                                                              "80000400");
+    const auto played = omciOf({inText("omci-refused.txt", {reset, set})});
+    EXPECT_EQ(played.code, 1) << played.output;
+    EXPECT_NE(played.output.find("✗    2  0x0002  OLT  set"), std::string::npos) << played.output;
+    EXPECT_NE(played.output.find("✗ 1 message refused: 2 messages of the OLT"), std::string::npos) << played.output;
+    EXPECT_NE(played.output.find("refused: 2 set T-CONT 0x9000: unknown"), std::string::npos) << played.output;
+    EXPECT_EQ(played.output.find("every message had its effect"), std::string::npos);
+}
+
+TEST(Omci, ARefusalThatTheCaptureHasTooFailsOnlyAStrictRun) {
+    const std::string reset = filled("00014f0a00020000"), set = filled(
+                                                              "0002480a01069000"
+                                                              "80000400");
+    const std::string refused = filled(
+        "0002280a01069000"
+        "05");
+    const std::string path = inText("omci-as-captured.txt", {reset, filled("00012f0a00020000"), set, refused});
+    const auto played = omciOf({path});
+    EXPECT_EQ(played.code, 0) << played.output;
+    EXPECT_NE(played.output.find("!    2  0x0002  OLT  set"), std::string::npos) << played.output;
+    EXPECT_NE(played.output.find("1 refused as in the"), std::string::npos) << played.output;
+    EXPECT_EQ(omciOf({path, "--strict"}).code, 1);
+    // Another refusal than the capture's is a failure in any case.
+    const std::string busy = filled(
+        "0002280a01069000"
+        "06");
+    EXPECT_EQ(omciOf({inText("omci-other.txt", {reset, filled("00012f0a00020000"), set, busy})}).code, 1);
+}
+
+// The messages of a capture as another ONU's: Ethernet ports in slot 10, T-CONTs and upstream queues from 0x8100 on.
+std::vector<std::string> renumbered() {
+    const auto file = vorn_onu::readMessages(vorn_onu::readFile(kCapture, 1U << 20U), kCapture);
+    const auto moved = [](omci::Bytes& content, std::size_t at) {
+        if (content[at] == 0x80) content[at + 0] = 0x81;
+    };
+    std::vector<std::string> lines;
+    for (const auto& one : file.messages) {
+        omci::Message message = one.message;
+        if (message.isAnswer) continue;
+        const bool create = message.type == omci::MessageType::kCreate;
+        auto& instance = message.entity.instance;
+        if (message.entity.classId == omci::class_id::kTCont)
+            instance = static_cast<omci::InstanceId>(instance | 0x100U);
+        if (message.entity.classId == omci::class_id::kEthernetUni) instance = 0x0A00 | (instance & 0xFFU);
+        if (create && message.entity.classId == omci::class_id::kGemPort) {
+            moved(message.content, 2);
+            moved(message.content, 5);
+        }
+        const auto port = [&](std::size_t type, std::uint8_t code, std::size_t pointer) {
+            if (message.content[type] == code && message.content[pointer] == 1) message.content[pointer] = 0x0A;
+        };
+        if (create && message.entity.classId == omci::class_id::kBridgePort) port(3, 1, 4);
+        if (create && message.entity.classId == omci::class_id::kExtendedTagging) port(0, 2, 1);
+        lines.push_back(omci::hexText(omci::encodeFrame(message)));
+    }
+    return lines;
+}
+
+nlohmann::json stateAfter(std::vector<std::string> words, int code) {
+    words.insert(words.end(), {"--json", "-"});
+    const auto played = omciOf(words);
+    EXPECT_EQ(played.code, code) << played.output;
+    return nlohmann::json::parse(played.output).at("device");
+}
+
+TEST(Omci, AnotherOnusNumbersAreTakenFromOptionsAFileOrTheCapturesUpload) {
+    SKIP_WHEN_EMULATED(kNoLibpcap);
+    const auto wanted = stateAfter({kCapture}, 0);
+    std::vector<std::string> lines = renumbered();
+    const std::string bare = inText("omci-renumbered.txt", lines);
+    EXPECT_TRUE(stateAfter({bare}, 1).at("pon").at("gemPorts").empty());
+    const std::string ports = "ethernetPorts=0x0A01..0x0A04", tConts = "tConts=0x8100..0x8107";
+    const std::string queues = "upstreamQueues=0x8100..0x813F";
+    const std::string file = ::testing::TempDir() + "omci-layout.json";
+    vorn_onu::writeFile(file, R"({"ethernetPorts": "0x0A01..0x0A04", "tConts": ["0x8100..0x8107"],
+                                  "upstreamQueues": "0x8100..0x813F"})");
+    // An upload says it entity by entity; the answers only, as the requests say nothing.
+    std::vector<std::string> upload;
+    unsigned part = 0;
+    const auto entry = [&](const std::string& entity, const std::string& values) {
+        char head[32];
+        std::snprintf(head, sizeof head, "0%03x2e0a00020000", ++part);
+        upload.push_back(filled(head + entity + values));
+    };
+    char text[64];
+    for (unsigned at = 1; at <= 4; ++at) {
+        std::snprintf(text, sizeof text, "000b0a%02x", at);
+        entry(text,
+              "8000"
+              "00");
+    }
+    for (unsigned at = 0; at < 8; ++at) {
+        std::snprintf(text, sizeof text, "010681%02x", at);
+        entry(text,
+              "8000"
+              "ffff");
+    }
+    for (unsigned at = 0; at < 64; ++at) {
+        char related[32];
+        std::snprintf(text, sizeof text, "011581%02x", at);
+        std::snprintf(related, sizeof related,
+                      "0400"
+                      "81%02x%04x",
+                      at / 8, at % 8);
+        entry(text, related);
+    }
+    upload.insert(upload.end(), lines.begin(), lines.end());
+    const std::vector<std::string> runs[] = {{bare, "--layout", ports, "--layout", tConts, "--layout", queues},
+                                             {bare, "--layout", file},
+                                             {inText("omci-upload.txt", upload)}};
+    for (const auto& run : runs) {
+        const auto device = stateAfter(run, 0);
+        for (const char* section : {"network", "pon", "vlan"})
+            EXPECT_EQ(device.at(section), wanted.at(section)) << run.back() << " " << section;
+    }
+    for (const char* wrong : {"ports=1", "tConts=", "tConts=0x8107..0x8100", "tConts=65535",
+                              "upstreamQueues=0x8000..0x8006", "ethernetPorts=x", "/nowhere.json"})
+        EXPECT_EQ(omciOf({bare, "--layout", wrong}).code, 2) << wrong;
+}
+
+TEST(Omci, WrongIntegrityCodesInAFileAreMarked) {
+    const std::string reset = filled("00014f0a00020000"), get = filled(
+                                                              "8000490a01000000"
+                                                              "0080");
+    const auto played = omciOf({inText("omci-codes.txt", {filled("0001"
+                                                                 "4f0a00020000") +
+                                                              "00000000",
+                                                          get + "a116eef3", get + "a116eef2"})});
+    EXPECT_EQ(played.code, 0) << played.output;
+    EXPECT_NE(played.output.find("1 wrong integrity code,"), std::string::npos) << played.output;
+    // None is right as a CRC-32: they are of another kind, which only a key can judge.
+    const std::string cmac = inText("omci-cmac.txt", {get + "78dca53d", reset + "11111111"});
+    EXPECT_EQ(omciOf({cmac}).output.find("wrong integrity"), std::string::npos);
+    if (!omci::hasAes()) return;
+    const auto judged = omciOf({cmac, "--mic", "cmac:184b8ad4d1ac4af4dd4b339ecc0d3370"});
+    EXPECT_NE(judged.output.find("1 wrong integrity code,"), std::string::npos) << judged.output;
+    for (const char* wrong : {"cmac:184b", "cmac:184b8ad4d1ac4af4dd4b339ecc0d337g", "md5", "cmac"})
+        EXPECT_EQ(omciOf({cmac, "--mic", wrong}).code, 2) << wrong;
 }
 
 TEST(Omci, ACaptureThatBeginsInTheMiddleIsToldAndPlayed) {
@@ -120,16 +279,29 @@ TEST(Omci, TheReportLeadsFromALookUpToTheCallAndFromTheCallToItsRowAndMessages) 
 TEST(Omci, TheAgentSeesTheBoardsLinksAndCountsEveryRoundOfADriversCounter) {
     auto& onu = virtual_onu::VirtualOnu::instance();
     onu.reset();
-    vorn_onu::BoardDevice device;
     const omci::InstanceId first = 0x0101;  // sid1, PHY 4
+    vorn_onu::BoardDevice device({first, first + 1, first + 2, first + 3});
     onu.setPhy(4, true, 100, 1);
     onu.setPhy(0, false, 1000, 1);
     EXPECT_EQ(device.portState(first)->configuration, 2);
     EXPECT_FALSE(device.portState(first + 1)->linkUp);
-    EXPECT_FALSE(device.portState(first + 2).has_value());
+    EXPECT_TRUE(device.portState(first + 2)->linkUp);
+    EXPECT_FALSE(device.portState(first + 4).has_value());
     ASSERT_EQ(std::system("ifconfig sid1 up"), 0);
     onu.sendFromPort("sid1", {});
     EXPECT_EQ(device.portCounters({omci::class_id::kEthernetUni, first})->rxFrames, 1u);
+    // A cable has one truth: pulled at the device, the port has no link either, and frames do not pass.
+    onu.setOperState("sid1", "down");
+    EXPECT_FALSE(device.portState(first)->linkUp);
+    onu.setOperState("sid1", "");
+    EXPECT_TRUE(device.portState(first)->linkUp);
+    EXPECT_EQ(device.imageVersion({reinterpret_cast<const std::uint8_t*>("V2.1-rc3\0\1"), 10}), "V2.1-rc3");
+    EXPECT_EQ(device
+                  .imageVersion({reinterpret_cast<const std::uint8_t*>("\0"
+                                                                       "456789"),
+                                 7})
+                  .size(),
+              8u);
     onu.addGemPort(1001, 7);
     onu.setGemCounter(1001, 3, 0xFFFFFFF0);
     EXPECT_EQ(device.gemPortCounters(1001)->receivedBytes, 0xFFFFFFF0u);

@@ -56,18 +56,26 @@ struct SendCommand : TypedFrame {
 
 // The messages of an OLT, played to an ONU or answered as they come.
 struct OmciCommand : TypedFrame {
-    std::string file;               // a capture, or text with hexadecimal digits
-    std::size_t until = 0;          // stop behind this message; 0: none
-    std::string jsonFile;           // "-" is standard output
-    std::string reportFile;         // an HTML page
-    std::string pcapFile;           // the frame of --from
-    std::string recordFile;         // the HAL's calls as a scenario
-    std::string listenAddress;      // "unix:PATH" or "udp:127.0.0.1:PORT"
-    std::vector<std::string> taps;  // "sid0=tap0@customer": ports that are TAPs of the host
-    bool audit = false;             // compare the device with the standard
-    std::string name;               // with an address: the board can be reached by it; "" where it cannot
-    bool quiet = false;             // show what is not as expected only
-    // kNotHeld when an answer has another result than the capture's, a call of the HAL failed, or the frame is dropped.
+    std::string file;        // a capture, or text with hexadecimal digits
+    std::size_t until = 0;   // stop behind this message; 0: none
+    std::string jsonFile;    // "-" is standard output
+    std::string reportFile;  // an HTML page
+    std::string pcapFile;    // the frame of --from
+    std::string recordFile;  // the HAL's calls as a scenario
+    bool log = false;        // a line a message
+    bool logValues = false, logBytes = false;
+    std::vector<std::string> logClasses, logInstances, logTypes;  // only these
+    std::string mic;                  // kind of the integrity codes: "crc", "cmac:KEY", "none", "" as they are found
+    std::string captureFile;          // with an address: the exchange as a capture
+    std::vector<std::string> layout;  // KEY=VALUE or a file: the instance numbers of another ONU
+    std::string listenAddress;        // "unix:PATH" or "udp:127.0.0.1:PORT"
+    std::vector<std::string> taps;    // "sid0=tap0@customer": ports that are TAPs of the host
+    bool audit = false;               // compare the device with the standard
+    std::string name;                 // with an address: the board can be reached by it; "" where it cannot
+    bool quiet = false;               // show what is not as expected only
+    bool strict = false;              // a refusal counts even where the capture has the same
+    // kNotHeld when a message was refused, an answer has another result than the capture's, a call of the HAL failed,
+    // or the frame is dropped.
     int run() const;
 };
 

@@ -1,11 +1,14 @@
 // vorn-onu omci FILE: what does the ONU do with these messages?
 #include <algorithm>
 #include <filesystem>
+#include <memory>
 #include <optional>
 
 #include <nlohmann/json.hpp>
 
+#include "living/Layout.h"
 #include "living/MessageFile.h"
+#include "living/MicOption.h"
 #include "living/Playing.h"
 #include "commands/AskedOfMib.h"
 #include "commands/Commands.h"
@@ -18,6 +21,7 @@
 #include "views/AuditWords.h"
 #include "views/DeviceReport.h"
 #include "running/program/HalOutput.h"
+#include "views/MessageLog.h"
 #include "views/MessageOutput.h"
 
 namespace vorn_onu {
@@ -27,8 +31,8 @@ namespace {
 constexpr std::size_t kMostFileBytes = std::size_t{256} << 20U;
 constexpr std::size_t kMostSkippedShown = 3;
 
-std::string heading(const std::string& name, const MessageFile& file, const Playing& playing,
-                    const Terminal& terminal) {
+std::string heading(const std::string& name, const MessageFile& file, const omci::BoardNumbering& layout,
+                    const Playing& playing, const Terminal& terminal) {
     std::string text =
         terminal.bold(cut("The messages in " + name + ", and what the ONU does with them", terminal.width())) + "\n";
     const auto line = [&](const std::string& words, bool warning) {
@@ -40,6 +44,8 @@ std::string heading(const std::string& name, const MessageFile& file, const Play
         counts += ", " + counted(file.messages.size() - playing.count(), "answer") + " of the ONU in the capture";
     if (file.others > 0) counts += ", " + counted(file.others, file.placeName) + " of other protocols";
     line(counts, false);
+    if (const std::string words = layoutWords(layout); !words.empty())
+        line("The ONU is numbered otherwise: " + words, false);
     if (playing.beginsInTheMiddle())
         line(
             "The capture begins in the middle: what the OLT asked for before is not known. Entities from then are "
@@ -83,24 +89,31 @@ int runPlayed(const OmciCommand& command, const MessageFile& file, const std::op
     OmciRun run;
     run.name = std::filesystem::path(command.file).filename().string();
     run.newBoard = readState(onu.toJson());
-    LivingOnu living;
-    Playing playing(living, file, command.until);
+    const omci::BoardNumbering layout = command.layout.empty() ? layoutInUpload(file) : layoutOf(command.layout);
+    LivingOnu living(layout);
+    Playing playing(living, file, command.until, command.strict);
     const auto numberOf = [&playing](std::uint64_t message) { return playing.numberOf(message); };
-    run.numberOf = numberOf;
+    MessageTally tally;
+    LogChoice log = logChoice(command.logClasses, command.logInstances, command.logTypes);
+    log.values = command.logValues;
+    log.bytes = command.logBytes;
     MessageOutput output(terminal, file.placeName == "packet");
     if (command.until > playing.count())
         throw FileProblem(command.file, "has " + counted(playing.count(), "message") + ", there is no message " +
                                             std::to_string(command.until));
-    say(heading(run.name, file, playing, terminal));
+    CallRecording recording(command.recordFile, run.name);
+    say(heading(run.name, file, layout, playing, terminal));
     playing.run([&](const Played& played) {
-        run.messages.push_back(played);
+        run.messages.push_back(std::make_shared<const Played>(played));
+        for (const HalStep& call : played.calls) recording.add(call);
+        tally.add(played);
         if (command.quiet && isAsExpected(played)) return;
-        say(output.message(played), true);
+        say(command.log ? logText(played, log) : output.message(played), true);
     });
     say(output.flush(), true);
     const nlohmann::json device = onu.toJson();
     const DeviceState state = readState(device);
-    say(output.rule("What the HAL was asked for") + output.calls(run.calls(), numberOf));
+    say(output.rule("What the HAL was asked for") + output.calls(run.calls()));
     say(output.rule("What stands on the device"));
     const std::string report = deviceReport(state, run.newBoard, terminal);
     say(report.empty() ? "\n  Nothing: the device is as new.\n" : report);
@@ -111,7 +124,7 @@ int runPlayed(const OmciCommand& command, const MessageFile& file, const std::op
         run.audit = audit::auditOf(askedOf(living.mib(), living.standing(), numberOf), onu.freezeDataPath());
         say(output.rule("The device beside the standard") + "\n" + auditWords(*run.audit, run.sendCommand, terminal));
     }
-    bool good = std::all_of(run.messages.begin(), run.messages.end(), isAsExpected);
+    bool good = tally.good();
     if (input) {
         const Sending sending = sendTyped(*input, command.bothWays);
         good = good && sending.good();
@@ -123,9 +136,10 @@ int runPlayed(const OmciCommand& command, const MessageFile& file, const std::op
         run.origins = living.origins().of(sending.sent.walk);
         for (const Return& back : run.returns) run.returnOrigins.push_back(living.origins().of(back.walk));
     }
-    say(output.closing(run.messages));
+    say(output.closing(tally));
     say("  what the HAL printed: " + hal.path() + " (" + std::to_string(hal.lines()) + " lines)\n");
     if (command.jsonFile == "-") print(hal.shown(), omciJson(run, device));
+    recording.finish();
     writeOmciFiles(command, run, device);
     return good ? kHeld : kNotHeld;
 }
@@ -134,13 +148,13 @@ int runPlayed(const OmciCommand& command, const MessageFile& file, const std::op
 
 int OmciCommand::run() const {
     try {
-        for (const std::string& path : {jsonFile, reportFile, pcapFile, recordFile})
+        for (const std::string& path : {jsonFile, reportFile, pcapFile, recordFile, captureFile})
             if (path != "-") checkWritable(path);
         if (!listenAddress.empty()) return listenToOlt(*this);
         if (file.empty()) throw std::invalid_argument("vorn-onu: omci: say which FILE to play, or where to --listen");
         std::optional<FrameInput> input;
         if (!from.empty()) input = frameOf(*this);
-        return runPlayed(*this, readMessages(readFile(file, kMostFileBytes), file), input);
+        return runPlayed(*this, readMessages(readFile(file, kMostFileBytes), file, integrityOf(mic)), input);
     } catch (const Problem& problem) {
         complain("the frame: " + problem.text());
     } catch (const std::exception& error) {

@@ -40,7 +40,7 @@ ReportWalk walkOf(const SentFrame& sent, bool passed, const std::string& note,
     return walk;
 }
 
-ReportStep stepOf(const HalStep& call, const OmciRun& run) {
+ReportStep stepOf(const HalStep& call) {
     ReportStep step;
     step.number = call.number;
     step.kind = "call";
@@ -52,8 +52,7 @@ ReportStep stepOf(const HalStep& call, const OmciRun& run) {
     step.note = entityNames(call);
     step.asked = audit::askedText(asStep(*call.step, call.number));
     step.rules = call.rules;
-    for (const std::uint64_t message : call.messages)
-        if (const std::size_t number = run.numberOf(message); number != 0) step.messages.push_back(number);
+    step.messages.assign(call.messages.begin(), call.messages.end());
     return step;
 }
 
@@ -84,8 +83,8 @@ std::string reportOf(const OmciRun& run, const nlohmann::json& device) {
     input.source = run.name;
     input.state = readState(device);
     input.newBoard = run.newBoard;
-    for (const Played& played : run.messages) input.messages.push_back(messageOf(played));
-    for (const HalStep& call : run.calls()) input.steps.push_back(stepOf(call, run));
+    for (const auto& played : run.messages) input.messages.push_back(messageOf(*played));
+    for (const HalStep& call : run.calls()) input.steps.push_back(stepOf(call));
     if (run.sent) input.walks.push_back(walkOf(*run.sent, !run.sent->walk.exits.empty(), "", run.origins));
     for (std::size_t i = 0; i < run.returns.size(); ++i) {
         const Return& back = run.returns[i];
@@ -100,36 +99,57 @@ std::string reportOf(const OmciRun& run, const nlohmann::json& device) {
 
 std::vector<HalStep> OmciRun::calls() const {
     std::vector<HalStep> calls;
-    for (const Played& played : messages) calls.insert(calls.end(), played.calls.begin(), played.calls.end());
+    for (const auto& played : messages) calls.insert(calls.end(), played->calls.begin(), played->calls.end());
     return calls;
 }
 
 std::string omciJson(const OmciRun& run, const nlohmann::json& device) {
     nlohmann::json json = {{"file", run.name}, {"messages", nlohmann::json::array()}, {"device", device}};
-    for (const Played& played : run.messages) json["messages"].push_back(playedJson(played, run.numberOf));
+    if (run.before != 0) json["messagesBefore"] = run.before;
+    for (const auto& played : run.messages) json["messages"].push_back(playedJson(*played));
     if (run.sent) json["frame"] = nlohmann::json::parse(sentJson(*run.sent, run.returns, !run.returns.empty()).dump());
     if (run.audit) json["audit"] = auditJson(*run.audit, run.sendCommand);
     return json.dump(2, ' ', true, kReplace) + "\n";
 }
 
-std::string recordedCalls(const OmciRun& run) {
-    Json scenario = {{"version", kFormatVersion},
-                     {"title", "What the messages in " + run.name + " asked of the HAL"},
-                     {"steps", LivingOnu::startSteps()}};
-    for (const HalStep& call : run.calls()) {
-        Json step = *call.step;
-        if (step["call"].get<std::string>().find("EthernetUni") != std::string::npos) step.erase("result");  // none
-        if (const std::string numbers = messageNumbers(call, run.numberOf); !numbers.empty())
-            step["note"] =
-                "from " + std::string(numbers.find(',') == std::string::npos ? "message " : "messages ") + numbers;
-        scenario["steps"].push_back(std::move(step));
-    }
-    return scenario.dump(2, ' ', false, kReplace) + "\n";
+CallRecording::CallRecording(const std::string& path, const std::string& name) : path_(path) {
+    if (path_.empty()) return;
+    file_.reset(std::fopen(path_.c_str(), "wbe"));
+    if (!file_) throw FileProblem(path_, "cannot be written");
+    Json head = {{"version", kFormatVersion},
+                 {"title", "What the messages in " + name + " asked of the HAL"},
+                 {"steps", LivingOnu::startSteps()}};
+    // Without the ends of list and object, behind which calls are to follow.
+    const std::string text = head.dump(2, ' ', false, kReplace);
+    write(text.substr(0, text.rfind("\n  ]")));
+}
+
+void CallRecording::add(const HalStep& call) {
+    if (!file_) return;
+    Json step = *call.step;
+    if (step["call"].get<std::string>().find("EthernetUni") != std::string::npos) step.erase("result");  // none
+    if (const std::string numbers = messageNumbers(call); !numbers.empty())
+        step["note"] =
+            "from " + std::string(numbers.find(',') == std::string::npos ? "message " : "messages ") + numbers;
+    // Indented as a part of the whole.
+    const std::string text = Json{{"steps", Json::array({step})}}.dump(2, ' ', false, kReplace);
+    const std::size_t begin = text.find("[\n") + 1;
+    write("," + text.substr(begin, text.rfind("\n  ]") - begin));
+}
+
+void CallRecording::finish() {
+    if (!file_) return;
+    write("\n  ]\n}\n");
+    if (std::fclose(file_.release()) != 0) throw FileProblem(path_, "cannot be written");
+}
+
+void CallRecording::write(const std::string& text) {
+    if (std::fwrite(text.data(), 1, text.size(), file_.get()) != text.size())
+        throw FileProblem(path_, "cannot be written");
 }
 
 void writeOmciFiles(const OmciCommand& command, const OmciRun& run, const nlohmann::json& device) {
     if (!command.jsonFile.empty() && command.jsonFile != "-") writeFile(command.jsonFile, omciJson(run, device));
-    if (!command.recordFile.empty()) writeFile(command.recordFile, recordedCalls(run));
     if (!command.reportFile.empty()) writeFile(command.reportFile, reportOf(run, device));
     if (command.pcapFile.empty()) return;
     Capture capture;

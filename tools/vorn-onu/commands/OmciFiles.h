@@ -2,7 +2,9 @@
 #ifndef VORN_ONU_OMCI_FILES_H
 #define VORN_ONU_OMCI_FILES_H
 
-#include <functional>
+#include <cstdio>
+#include <deque>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,8 +22,8 @@ namespace vorn_onu {
 struct OmciRun {
     std::string name;  // of the file
     DeviceState newBoard;
-    std::vector<Played> messages;
-    std::function<std::size_t(std::uint64_t)> numberOf;  // a message's number by the agent's
+    std::deque<std::shared_ptr<const Played>> messages;
+    std::size_t before = 0;  // messages that there were before these, which are kept no more
     std::optional<SentFrame> sent;
     std::vector<std::size_t> origins;  // for each hop of the sent frame the call that its rule came with
     std::vector<Return> returns;
@@ -33,9 +35,26 @@ struct OmciRun {
 };
 
 std::string omciJson(const OmciRun& run, const nlohmann::json& device);
-// A scenario that makes the same calls.
-std::string recordedCalls(const OmciRun& run);
-// The files that were asked for. Throws a FileProblem.
+
+// A scenario that makes the calls of a run, written as they come.
+class CallRecording {
+public:
+    // Begins the file; "" records nothing. Throws a FileProblem, here and below.
+    CallRecording(const std::string& path, const std::string& name);
+    void add(const HalStep& call);
+    void finish();
+
+private:
+    struct Closer {
+        void operator()(std::FILE* file) const { std::fclose(file); }
+    };
+    void write(const std::string& text);
+
+    std::string path_;
+    std::unique_ptr<std::FILE, Closer> file_;
+};
+
+// The files that were asked for, without the recording. Throws a FileProblem.
 void writeOmciFiles(const OmciCommand& command, const OmciRun& run, const nlohmann::json& device);
 
 }  // namespace vorn_onu

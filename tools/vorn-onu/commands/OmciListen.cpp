@@ -1,28 +1,32 @@
+#include <nlohmann/json.hpp>
+
 #include "commands/OmciListen.h"
 
 #include <poll.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
-#include <cstdio>
-#include <map>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
-#include <nlohmann/json.hpp>
-
+#include "living/ExchangeCapture.h"
+#include "living/Layout.h"
+#include "living/MessageNumbers.h"
 #include "living/MessageSocket.h"
+#include "living/MicOption.h"
 #include "commands/EndingSignals.h"
 #include "commands/OmciFiles.h"
+#include "commands/StateWriter.h"
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
-#include "running/io/Files.h"
 #include "running/io/Output.h"
+#include "running/io/Words.h"
 #include "living/Server.h"
-#include "omci/message/Integrity.h"
+#include "omci/message/FrameGate.h"
 #include "views/DeviceReport.h"
 #include "running/program/HalOutput.h"
+#include "views/MessageLog.h"
 #include "views/MessageOutput.h"
 #include "running/program/TapOption.h"
 
@@ -31,7 +35,7 @@ namespace vorn_onu {
 namespace {
 
 constexpr int kTickMs = 1000;
-constexpr std::size_t kMostKept = 100000;  // messages, for the files and the closing lines
+constexpr std::size_t kMostKept = 1000;  // messages, for the files: the latest
 
 class Listener {
 public:
@@ -40,22 +44,26 @@ public:
           shown_(shown),
           terminal_(Terminal::of(shown)),
           output_(terminal_, true),
-          socket_(command.listenAddress) {
+          gate_(gateOf(command.mic)),
+          log_(logChoice(command.logClasses, command.logInstances, command.logTypes)),
+          layout_(layoutOf(command.layout)),
+          socket_(command.listenAddress),
+          recording_(command.recordFile, socket_.address()),
+          capture_(command.captureFile) {
+        log_.values = command.logValues;
+        log_.bytes = command.logBytes;
         auto& onu = virtual_onu::VirtualOnu::instance();
         onu.reset();
         run_.name = socket_.address();
         run_.newBoard = readState(onu.toJson());
         taps_ = openTaps(command.taps);
-        living_ = std::make_unique<LivingOnu>();
+        living_ = std::make_unique<LivingOnu>(layout_);
         if (!command.name.empty()) {
             server_ = std::make_unique<living::Server>(command.name, command.taps);
             server_->start(board_);
         }
         if (taps_ != nullptr) taps_->start();
-        run_.numberOf = [this](std::uint64_t message) {
-            const auto found = numbers_.find(message);
-            return found != numbers_.end() ? found->second : 0;
-        };
+        writer_ = std::make_unique<StateWriter>(command.jsonFile == "-" ? "" : command.jsonFile);
     }
 
     void untilSignal(int signals) {
@@ -67,133 +75,168 @@ public:
             poll(waits, 2, kTickMs);
             if ((waits[1].revents & POLLIN) != 0) return;
             const std::lock_guard<std::mutex> calls(board_.hal());
-            while (const auto datagram = socket_.receive()) take(*datagram);
+            for (int taken = 0; taken < kMostAtOnce; ++taken) {
+                const auto datagram = socket_.receive();
+                if (!datagram) break;
+                take(*datagram);
+            }
             const auto now = std::chrono::steady_clock::now();
             if (now - last < std::chrono::milliseconds(kTickMs)) continue;
             last = now;
             tell(living_->tick());
+            capture_.flush();
             writeState();
         }
     }
 
     void summary(HalOutput& hal) {
         if (server_) server_->stop("the ONU has been told to end");
+        writer_.reset();
         say(output_.flush());
         const nlohmann::json device = virtual_onu::VirtualOnu::instance().toJson();
         const DeviceState state = readState(device);
         const std::string report = deviceReport(state, run_.newBoard, terminal_);
         say(output_.rule("What stands on the device"));
         say(report.empty() ? "\n  Nothing: the device is as new.\n" : report);
-        say(warnings(state, terminal_) + output_.closing(run_.messages));
-        if (dropped_ > 0)
-            say("  " + std::to_string(dropped_) +
-                (dropped_ == 1 ? " datagram was no message\n" : " datagrams were no messages\n"));
+        say(warnings(state, terminal_) + output_.closing(tally_));
+        if (const std::string words = droppedWords(); !words.empty()) say("  " + words + "\n");
         say("  what the HAL printed: " + hal.path() + " (" + std::to_string(hal.lines()) + " lines)\n");
         if (command_.jsonFile == "-") print(shown_, omciJson(run_, device));
+        capture_.flush();
+        recording_.finish();
         writeOmciFiles(command_, run_, device);
     }
 
-    bool good() const { return std::all_of(run_.messages.begin(), run_.messages.end(), isAsExpected); }
+    bool good() const { return tally_.good(); }
 
 private:
+    static constexpr int kMostAtOnce = 64;  // datagrams, before a signal and the clock are looked at
+
+    static omci::FrameGate gateOf(const std::string& mic) {
+        const auto integrity = integrityOf(mic);
+        return integrity ? omci::FrameGate(*integrity) : omci::FrameGate();
+    }
+
     void say(const std::string& text) {
         if (!command_.quiet && command_.jsonFile != "-") print(shown_, text);
     }
 
-    // Codes are made where the OLT makes them. One that is not the CRC-32 of the message, and not left empty by a
-    // driver, is damage.
-    static bool hasWrongCode(const omci::DecodedFrame& decoded, const omci::Bytes& datagram) {
-        if (!decoded.integrityCode || *decoded.integrityCode == 0) return false;
-        return omci::crc32(omci::ByteView(datagram).part(0, decoded.protectedSize)) != *decoded.integrityCode;
+    std::string droppedWords() const {
+        const omci::GateCounters& counted_ = gate_.counters();
+        if (counted_.dropped() == 0) return "";
+        std::vector<std::string> kinds;
+        const auto add = [&kinds](std::uint64_t count, const char* what) {
+            if (count > 0) kinds.push_back(std::to_string(count) + what);
+        };
+        add(counted_.badFrames, " no messages");
+        add(counted_.otherForms, " of another size");
+        add(counted_.wrongCodes, " with a wrong integrity code");
+        return counted(counted_.dropped(), "datagram") + " dropped: " + joined(kinds);
     }
 
     void take(const omci::Bytes& datagram) {
+        capture_.add(omci::Direction::kDownstream, datagram);
         const omci::DecodedFrame decoded = omci::decodeFrame(datagram);
-        const bool wrongCode = decoded.error == omci::FrameError::kNone && hasWrongCode(decoded, datagram);
-        if (decoded.error != omci::FrameError::kNone || wrongCode) {
-            ++dropped_;
+        const omci::Gate gate = gate_.take(decoded, datagram);
+        if (gate != omci::Gate::kTaken) {
+            const bool bad = decoded.error != omci::FrameError::kNone;
             say("  " +
-                terminal_.yellow(std::string("! a datagram is no message: ") +
-                                 (wrongCode ? "wrong integrity code" : omci::nameOf(decoded.error))) +
+                terminal_.yellow(std::string("! a datagram is dropped: ") +
+                                 (bad ? omci::nameOf(decoded.error) : omci::nameOf(gate))) +
                 "\n");
             return;
         }
-        withCode_ = decoded.integrityCode.has_value();
-        Handling handling = living_->handle(decoded.message);
+        const auto begin = std::chrono::steady_clock::now();
+        const Handling handling = living_->handle(decoded.message);
         if (handling.handled.answer) send(*handling.handled.answer);
+        const double latencyMs =
+            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count();
         for (const omci::Message& message : handling.autonomous) send(message);
-        keep(played(decoded.message, std::move(handling)));
+        Played one = played(decoded.message, handling);
+        if (one.answer) one.latencyMs = latencyMs;
+        keep(std::move(one));
         changed_ = true;
     }
 
-    Played played(const omci::Message& message, Handling handling) {
+    Played numbered(const omci::Message& message) {
         Played one;
         one.number = ++number_;
         one.place = one.number;
         one.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin_).count();
+        one.microseconds = static_cast<std::uint64_t>(
+            std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch())
+                .count());
         one.message = message;
         one.text = omci::textOf(message);
-        numbers_[handling.handled.message] = one.number;
-        one.repeated = handling.handled.repeated;
-        if (handling.handled.answer)
-            one.answer = omci::textOf(*handling.handled.answer);
-        else
-            one.whyNoAnswer = omci::nameOf(handling.handled.dropped);
-        one.calls = std::move(handling.calls);
-        one.problems = std::move(handling.problems);
-        for (const auto& told : handling.autonomous) one.autonomous.push_back(omci::textOf(told));
         return one;
     }
 
-    void keep(const Played& one) {
-        say(output_.message(one));
-        if (run_.messages.size() < kMostKept) run_.messages.push_back(one);
+    Played played(const omci::Message& message, const Handling& handling) {
+        Played one = numbered(message);
+        numbers_.add(handling.handled.message, one.number);
+        addHandling(one, handling, [this](std::uint64_t number) { return numbers_.of(number); });
+        return one;
+    }
+
+    void keep(Played one) {
+        say(command_.log ? logText(one, log_) : output_.message(one));
+        tally_.add(one);
+        for (const HalStep& call : one.calls) recording_.add(call);
+        run_.messages.push_back(std::make_shared<const Played>(std::move(one)));
+        if (run_.messages.size() <= kMostKept) return;
+        run_.messages.pop_front();
+        ++run_.before;
     }
 
     void tell(const std::vector<omci::Message>& messages) {
         for (const omci::Message& message : messages) {
             send(message);
-            Played one;
-            one.number = ++number_;
+            Played one = numbered(message);
             one.fromOnu = true;
-            one.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin_).count();
-            one.message = message;
-            one.text = omci::textOf(message);
-            keep(one);
+            keep(std::move(one));
+            changed_ = true;
         }
     }
 
     void send(const omci::Message& message) {
-        omci::Bytes frame = omci::encodeFrame(message);
-        if (withCode_) omci::Integrity::crc().protect(frame, omci::Direction::kUpstream);
+        const omci::Bytes frame = gate_.frameOf(message);
+        capture_.add(omci::Direction::kUpstream, frame);
         socket_.send(frame);
     }
 
-    // Whole at any moment: put in place of the one before.
     void writeState() {
-        if (!changed_ || command_.jsonFile.empty() || command_.jsonFile == "-") return;
+        if (!changed_) return;
         changed_ = false;
-        const std::string beside = command_.jsonFile + ".new";
-        writeFile(beside, omciJson(run_, virtual_onu::VirtualOnu::instance().toJson()));
-        if (std::rename(beside.c_str(), command_.jsonFile.c_str()) != 0)
-            throw FileProblem(command_.jsonFile, "cannot be written");
+        OmciRun moment;
+        moment.name = run_.name;
+        moment.messages = run_.messages;
+        moment.before = run_.before;
+        // Without the calls into the device, which may be many thousands: the file has them when the ONU has ended.
+        writer_->write([moment] { return omciJson(moment, virtual_onu::VirtualOnu::instance().toJsonWithoutTrace()); });
     }
 
     const OmciCommand& command_;
     std::FILE* shown_;
     Terminal terminal_;
     MessageOutput output_;
+    MessageTally tally_;
+    omci::FrameGate gate_;
+    LogChoice log_;
+    omci::BoardNumbering layout_;
     MessageSocket socket_;
+    CallRecording recording_;
+    ExchangeCapture capture_;
     OmciRun run_;
     std::unique_ptr<virtual_onu::Taps> taps_;
     std::unique_ptr<LivingOnu> living_;
-    std::map<std::uint64_t, std::size_t> numbers_;
+    MessageNumbers numbers_;
     std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
-    std::size_t number_ = 0, dropped_ = 0;
-    bool withCode_ = false, changed_ = true;
+    std::size_t number_ = 0;
+    bool changed_ = true;
     living::OwnBoard board_{virtual_onu::VirtualOnu::instance(), *HALFactory::getInstance()->CreateHALObject(0),
                             nlohmann::json{{"kind", "omci"}, {"program", {socket_.address()}}, {"hal", true}}};
     std::unique_ptr<living::Server> server_;
+    std::unique_ptr<StateWriter> writer_;
 };
 
 }  // namespace

@@ -45,6 +45,44 @@ Command addOmci(CLI::App& app) {
                    "compare what the device does with frames with what G.988 says of the rows and filters asked for")
         ->excludes(listen);
     addTapOption(*command, omci->taps)->needs(listen);
+    command
+        ->add_option(
+            "--mic", omci->mic,
+            "the integrity codes of messages: crc, none (not looked at), or cmac: and OMCI_IK in 32 hexadecimal "
+            "digits; by default as the first message has them, and of a FILE CRC-32 where one is right")
+        ->type_name("KIND");
+    command
+        ->add_option("--capture", omci->captureFile,
+                     "write the exchange as it comes, for Wireshark and to be played again (pcapng)")
+        ->type_name("FILE")
+        ->needs(listen);
+    command
+        ->add_option(
+            "--layout", omci->layout,
+            "the instance numbers of another ONU, where a capture has no MIB upload that tells them: "
+            "KEY=INSTANCES or a file with such keys in JSON, several times; keys are ethernetPorts, veips, tConts, "
+            "ani, upstreamQueues, downstreamQueues; instances are 0x0A01, 0x0A01..0x0A04, or several with commas")
+        ->type_name("LAYOUT")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    CLI::Option* log = command->add_flag(
+        "--log", omci->log, "show a line a message: time, direction, transaction, type, entity, result, latency");
+    command->add_flag("-v,--values", omci->logValues, "with --log: attributes as well")->needs(log);
+    command->add_flag("-x,--bytes", omci->logBytes, "with --log: bytes in hexadecimal digits with their offsets")
+        ->needs(log);
+    const auto only = [&](const char* name, std::vector<std::string>& words, const char* what, const char* type) {
+        command->add_option(name, words, what)
+            ->type_name(type)
+            ->needs(log)
+            ->expected(1)
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    };
+    only("--class", omci->logClasses, "with --log: only messages about entities of this class", "NUMBER");
+    only("--instance", omci->logInstances, "with --log: only messages about this instance", "NUMBER");
+    only("--type", omci->logTypes, "with --log: only these messages, as they are named: set, \"MIB upload next\"",
+         "NAME");
+    command->add_flag("--strict", omci->strict,
+                      "a refused message is a failure even where the capture has the same refusal");
     command->add_flag("--quiet", omci->quiet, "show only what is not as in the capture");
     command->callback([omci, command, frame] { readTags(*command, frame, *omci); });
     command->footer(
@@ -52,8 +90,9 @@ Command addOmci(CLI::App& app) {
         "answer in the capture, and the calls of the HAL that came of it; then the calls with the messages behind "
         "them, and what stands on the device. Captures hold Ethernet frames of type 0x88b5, or messages as such (user "
         "link types). In text, times, prefix words, offsets and comments (#) are passed over.\n\n"
-        "Exit codes: 0 every answer has the result that the capture has, 1 one has another, a call of the HAL failed, "
-        "or the frame of --from is dropped (with --both-ways: or does not come back as it went), 2 bad input.");
+        "Exit codes: 0 every message was answered with success or as in the capture, 1 one was refused or has another "
+        "result than the capture's, a call of the HAL failed, or the frame of --from is dropped (with --both-ways: or "
+        "does not come back as it went), 2 bad input.");
     return {command, [omci] { return omci->run(); }};
 }
 

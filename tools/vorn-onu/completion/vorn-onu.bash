@@ -14,7 +14,8 @@ _vorn_onu() {
                        --after-step --json --payload --both-ways --pcap-in --pcap" ;;
         audit) options="--strict --after-step --json" ;;
         omci) options="--listen --until --from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source
-                       --destination --payload --both-ways --json --report --pcap --record --quiet --name --audit --tap" ;;
+                       --destination --payload --both-ways --json --report --pcap --record --quiet --name --audit --tap
+                       --strict --layout --mic --capture --log --values --bytes --class --instance --type" ;;
         info | diff | ls) options="--json" ;;
         at) options="--json --port --follow --failed --last --from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source
                     --destination --payload --both-ways" ;;
@@ -28,6 +29,8 @@ _vorn_onu() {
         send:--ethertype | omci:--ethertype) COMPREPLY=($(compgen -W "ipv4 ipv6 arp 0x8863 0x8864" -- "$word")) ;;
         send:--protocol | omci:--protocol) COMPREPLY=($(compgen -W "igmp udp tcp" -- "$word")) ;;
         send:--vlan | send:--pbits | send:--tpid | send:--dscp | send:--source | send:--destination | send:--after-step | audit:--after-step | send:--payload) ;;
+        omci:--mic) COMPREPLY=($(compgen -W "crc cmac: none" -- "$word")) ;;
+        omci:--class | omci:--instance | omci:--type) ;;
         omci:--vlan | omci:--pbits | omci:--tpid | omci:--dscp | omci:--source | omci:--destination | omci:--payload | omci:--until) ;;
         at:at) COMPREPLY=($(compgen -W "$(vorn-onu ls --json 2>/dev/null | sed -n 's/^    "name": "\(.*\)",*$/\1/p')" -- "$word")) ;;
         at:*)

@@ -5,7 +5,9 @@
 
 #include "VirtualOnu.h"
 #include "device/Counters.h"
+#include "omci/message/Integrity.h"
 #include "omci/message/Numbers.h"
+#include "omci/message/ValueText.h"
 
 namespace vorn_onu {
 
@@ -20,18 +22,6 @@ struct Link {
 constexpr Link kLinks[] = {{1, 4, "eth1"}, {2, 0, "eth0"}};
 
 constexpr int kFullDuplex = 1;
-
-unsigned portOf(omci::InstanceId instance) {
-    return instance & 0xFFU;
-}
-
-std::string deviceOf(omci::EntityKey port) {
-    if (port.classId == omci::class_id::kVeip) return "veip0";
-    if (port.classId != omci::class_id::kEthernetUni) return "";
-    // The board numbers its first two ports the other way round.
-    const unsigned number = portOf(port.instance);
-    return "sid" + std::to_string(number == 1 || number == 2 ? 2 - number : number - 1);
-}
 
 // "Configuration ind" of G.988 9.5.1.
 std::uint8_t configurationOf(int speed, int duplex) {
@@ -48,7 +38,26 @@ std::uint8_t configurationOf(int speed, int duplex) {
     }
 }
 
+// The cable of a port that is set up is in.
+bool hasCarrier(const std::string& device) {
+    const auto shown = virtual_onu::VirtualOnu::instance().device(device);
+    return !shown || !shown->up || shown->operState == "up" || shown->operState == "unknown";
+}
+
 }  // namespace
+
+unsigned BoardDevice::portOf(omci::InstanceId ethernetPort) const {
+    const auto found = std::find(ethernetPorts_.begin(), ethernetPorts_.end(), ethernetPort);
+    return found == ethernetPorts_.end() ? 0 : static_cast<unsigned>(found - ethernetPorts_.begin()) + 1;
+}
+
+std::string BoardDevice::deviceOf(omci::EntityKey port) const {
+    if (port.classId == omci::class_id::kVeip) return "veip0";
+    const unsigned number = port.classId == omci::class_id::kEthernetUni ? portOf(port.instance) : 0;
+    if (number == 0) return "";
+    // The board numbers its first two ports the other way round.
+    return "sid" + std::to_string(number <= 2 ? 2 - number : number - 1);
+}
 
 std::optional<IntfStats> BoardDevice::portCounters(omci::EntityKey port) {
     const std::string device = deviceOf(port);
@@ -77,13 +86,27 @@ std::optional<omci::GemPortCounters> BoardDevice::gemPortCounters(std::uint16_t 
 
 std::optional<omci::PortState> BoardDevice::portState(omci::InstanceId ethernetPort) {
     const auto& onu = virtual_onu::VirtualOnu::instance();
-    const auto* link = std::find_if(std::begin(kLinks), std::end(kLinks),
-                                    [&](const Link& one) { return one.port == portOf(ethernetPort); });
-    if (link == std::end(kLinks)) return {};
+    const unsigned number = portOf(ethernetPort);
+    if (number == 0) return {};
+    bool up = hasCarrier(deviceOf({omci::class_id::kEthernetUni, ethernetPort}));
+    const auto* link =
+        std::find_if(std::begin(kLinks), std::end(kLinks), [&](const Link& one) { return one.port == number; });
+    if (link == std::end(kLinks)) return omci::PortState{up, 0};
     const auto administered = onu.device(link->administered);
     const auto [speed, duplex] = onu.phyMode(link->phy);
-    const bool up = onu.phyHasLink(link->phy) && !(administered && administered->takenDown);
+    up =
+        up && hasCarrier(link->administered) && onu.phyHasLink(link->phy) && !(administered && administered->takenDown);
     return omci::PortState{up, up ? configurationOf(speed, duplex) : std::uint8_t{0}};
+}
+
+std::string BoardDevice::imageVersion(omci::ByteView image) {
+    constexpr std::size_t kLongest = 14;
+    std::string text;
+    for (const std::uint8_t byte : image.part(0, kLongest)) {
+        if (byte <= ' ' || byte > '~') break;
+        text += static_cast<char>(byte);
+    }
+    return !text.empty() ? text : omci::hexNumber(omci::crc32(image), 8).substr(2);
 }
 
 }  // namespace vorn_onu

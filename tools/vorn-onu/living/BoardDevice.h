@@ -5,6 +5,9 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "omci/agent/Device.h"
 
@@ -12,16 +15,25 @@ namespace vorn_onu {
 
 class BoardDevice : public omci::Device {
 public:
+    // ethernetPorts: the instances of the ports in the order of their numbers on the board, from 1.
+    explicit BoardDevice(std::vector<omci::InstanceId> ethernetPorts) : ethernetPorts_(std::move(ethernetPorts)) {}
+
     std::optional<IntfStats> portCounters(omci::EntityKey port) override;
     std::optional<omci::GemPortCounters> gemPortCounters(std::uint16_t gemPortId) override;
     std::optional<omci::PortState> portState(omci::InstanceId ethernetPort) override;
+    // The printable text that the image begins with; of one that begins otherwise its CRC-32 in hexadecimal digits.
+    std::string imageVersion(omci::ByteView image) override;
 
 private:
+    unsigned portOf(omci::InstanceId ethernetPort) const;  // from 1; 0 for none of the board's
+    std::string deviceOf(omci::EntityKey port) const;
+
     // A 32-bit counter of the driver, counted on where it comes round; it is read once a second.
     struct Counted {
         std::uint32_t last = 0;
         std::uint64_t sum = 0;
     };
+    std::vector<omci::InstanceId> ethernetPorts_;
     std::map<unsigned, std::array<Counted, 10>> gemPorts_;
 };
 

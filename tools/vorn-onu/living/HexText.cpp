@@ -10,9 +10,10 @@ namespace vorn_onu {
 
 namespace {
 
-constexpr std::size_t kMostBytes = 2048;  // of one message, with what stands in front of it
-constexpr std::size_t kMostWords = 4096;  // of a line
-constexpr std::size_t kFewBytes = 8;      // fewer digits are words that happen to look like some
+constexpr std::size_t kMostBytes = 2048;     // of one message, with what stands in front of it
+constexpr std::size_t kMostWords = 4096;     // of a line
+constexpr std::size_t kMostInDumpLine = 40;  // more than a tool puts in a line, less than a message
+constexpr std::size_t kFewBytes = 8;         // fewer digits are words that happen to look like some
 
 bool isHexDigit(char c) {
     return std::isxdigit(static_cast<unsigned char>(c)) != 0;
@@ -67,8 +68,21 @@ omci::Bytes bytesFrom(const std::vector<std::string>& words, std::size_t first) 
     return bytes;
 }
 
+// Two addresses, as many VLAN tags as there may be, and the type word of the management channel as far as it is there.
+bool beginsWithEthernet(omci::ByteView bytes) {
+    constexpr std::size_t kAddresses = 12;
+    for (std::size_t at = kAddresses; at + 1 < bytes.size(); at += 4) {
+        const std::uint16_t type = omci::number16(bytes, at);
+        if (type == 0x88B5) return true;
+        if (type != 0x8100 && type != 0x88A8 && type != 0x9100) return false;
+        if (at + 4 + 1 >= bytes.size()) return true;  // the tag is the last thing in the line
+    }
+    return false;
+}
+
 class Reader {
 public:
+    explicit Reader(const std::optional<omci::Integrity>& codes) : codes_(codes) {}
     void line(const std::string& text) {
         ++line_;
         const std::vector<std::string> words = wordsOf(text);
@@ -89,7 +103,10 @@ private:
     // A first line of a dump: its bytes are less than a message.
     static bool isDumpLine(const std::vector<std::string>& words) {
         const omci::Bytes bytes = bytesFrom(words, 1);
-        return !bytes.empty() && decodePadded(bytes).error == omci::FrameError::kTooShort;
+        if (bytes.empty()) return false;
+        // With an Ethernet header the line may end before the message has begun, or be a part of it.
+        if (bytes.size() < kMostInDumpLine && beginsWithEthernet(bytes)) return true;
+        return decodePadded(bytes).error == omci::FrameError::kTooShort;
     }
     void continueDump(const std::vector<std::string>& words) {
         if (dump_.empty()) dumpLine_ = line_;
@@ -106,7 +123,7 @@ private:
         const omci::ByteView inner = messageInEthernet(bytes);
         const omci::DecodedFrame decoded = decodePadded(inner.empty() ? bytes : inner);
         if (decoded.error != omci::FrameError::kNone || !omci::isKnown(decoded.message.type)) return false;
-        file_.messages.push_back({place, {}, decoded.message});
+        file_.messages.push_back(judged(place, decoded, inner.empty() ? bytes : inner, codes_));
         return true;
     }
     void skip(std::size_t place, omci::ByteView bytes) {
@@ -126,6 +143,7 @@ private:
         if (longest.size() >= kFewBytes) skip(line_, longest);
     }
 
+    const std::optional<omci::Integrity>& codes_;
     MessageFile file_;
     std::size_t line_ = 0, dumpLine_ = 0;
     omci::Bytes dump_;
@@ -133,8 +151,8 @@ private:
 
 }  // namespace
 
-MessageFile readHexText(const std::string& text) {
-    Reader reader;
+MessageFile readHexText(const std::string& text, const std::optional<omci::Integrity>& codes) {
+    Reader reader(codes);
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) reader.line(line);
     return reader.finish();

@@ -28,10 +28,18 @@ VornHal& startedHal() {
     return hal;
 }
 
-omci::Board boardOf(VornHal& hal) {
+omci::Board boardOf(VornHal& hal, const omci::BoardNumbering& numbering) {
     omci::Board board;
+    omci::setNumbering(board, numbering);
     omci::readIdentity(hal, board);
     return board;
+}
+
+std::vector<omci::InstanceId> portsOf(const omci::Board& board) {
+    std::vector<omci::InstanceId> ports;
+    for (unsigned port = 0; port < board.ethernetPorts; ++port)
+        ports.push_back(omci::ethernetPortInstance(board, port));
+    return ports;
 }
 
 }  // namespace
@@ -48,9 +56,11 @@ int LivingOnu::EffectPerformer::perform(const omci::services::HalCall& call) {
     return result;
 }
 
-LivingOnu::LivingOnu()
+LivingOnu::LivingOnu(const omci::BoardNumbering& numbering)
     : hal_(startedHal()),
-      agent_(boardOf(hal_), hal_, device_, clock_),
+      board_(boardOf(hal_, numbering)),
+      device_(portsOf(board_)),
+      agent_(board_, hal_, device_, clock_),
       performer_(hal_),
       services_(agent_.mib(), performer_) {
     origins_.take(virtual_onu::VirtualOnu::instance().ruleTables(), 0);

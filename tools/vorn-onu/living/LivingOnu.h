@@ -27,7 +27,7 @@ struct HalStep {
     std::vector<MergedRule> rules;  // that it has put into the device
     int result = 0;
     std::vector<omci::EntityKey> entities;
-    std::vector<std::uint64_t> messages;  // by the agent's numbers
+    std::vector<std::uint64_t> messages;  // by the agent's numbers; in Played by those that are shown
 };
 
 // What one message has done.
@@ -40,8 +40,9 @@ struct Handling {
 
 class LivingOnu {
 public:
-    // Makes the board new, with a gateway that answers after 10 ms, and initialises the HAL.
-    LivingOnu();
+    // Makes the board new, with a gateway that answers after 10 ms, and initialises the HAL. numbering: instance
+    // numbers of another ONU, where they are not the usual ones.
+    explicit LivingOnu(const omci::BoardNumbering& numbering = {});
     ~LivingOnu();
     LivingOnu(const LivingOnu&) = delete;
     LivingOnu& operator=(const LivingOnu&) = delete;
@@ -71,6 +72,7 @@ private:
     };
 
     VornHal& hal_;
+    omci::Board board_;
     BoardDevice device_;
     omci::SteadyClock clock_;
     omci::Agent agent_;

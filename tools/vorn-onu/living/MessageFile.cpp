@@ -4,6 +4,7 @@
 #include <pcap/pcap.h>
 #endif
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
@@ -27,7 +28,7 @@ bool isCapture(const std::string& bytes) {
 
 #ifdef VORN_WITHOUT_PCAP
 
-MessageFile readCapture(const std::string&, const std::string& path) {
+MessageFile readCapture(const std::string&, const std::string& path, const std::optional<omci::Integrity>&) {
     throw FileProblem(path, "cannot be read: this build has no libpcap");
 }
 
@@ -54,7 +55,8 @@ struct Closer {
     void operator()(pcap_t* capture) const { pcap_close(capture); }
 };
 
-MessageFile readCapture(const std::string& bytes, const std::string& path) {
+MessageFile readCapture(const std::string& bytes, const std::string& path,
+                        const std::optional<omci::Integrity>& codes) {
     char why[PCAP_ERRBUF_SIZE] = "";
     std::FILE* stream = fmemopen(const_cast<char*>(bytes.data()), bytes.size(), "rb");
     if (stream == nullptr) throw FileProblem(path, "cannot be read");
@@ -90,9 +92,10 @@ MessageFile readCapture(const std::string& bytes, const std::string& path) {
             continue;
         }
         const omci::DecodedFrame decoded = decodePadded(inner);
-        if (decoded.error == omci::FrameError::kNone)
-            file.messages.push_back({place, seconds - *begin, decoded.message});
-        else if (file.skipped.size() < kMostSkipped)
+        if (decoded.error == omci::FrameError::kNone) {
+            file.messages.push_back(judged(place, decoded, inner, codes));
+            file.messages.back().seconds = seconds - *begin;
+        } else if (file.skipped.size() < kMostSkipped)
             file.skipped.push_back(where + omci::nameOf(decoded.error));
     }
 }
@@ -119,8 +122,31 @@ omci::DecodedFrame decodePadded(omci::ByteView bytes) {
     return omci::decodeFrame(bytes.part(0, size));
 }
 
-MessageFile readMessages(const std::string& bytes, const std::string& path) {
-    MessageFile file = isCapture(bytes) ? readCapture(bytes, path) : readHexText(bytes);
+std::size_t MessageFile::wrongCodes() const {
+    return static_cast<std::size_t>(std::count_if(
+        messages.begin(), messages.end(), [](const FileMessage& one) { return one.code == CodeState::kWrong; }));
+}
+
+FileMessage judged(std::size_t place, const omci::DecodedFrame& decoded, omci::ByteView bytes,
+                   const std::optional<omci::Integrity>& codes) {
+    FileMessage message{place, {}, decoded.message, CodeState::kNotJudged};
+    const bool empty = !decoded.integrityCode || *decoded.integrityCode == 0;
+    if (codes ? !codes->used() : empty) return message;
+    const auto direction =
+        omci::isUpstream(decoded.message) ? omci::Direction::kUpstream : omci::Direction::kDownstream;
+    const auto right = codes.value_or(omci::Integrity::crc()).codeOf(bytes.part(0, decoded.protectedSize), direction);
+    message.code = decoded.integrityCode && right == decoded.integrityCode ? CodeState::kRight : CodeState::kWrong;
+    return message;
+}
+
+MessageFile readMessages(const std::string& bytes, const std::string& path,
+                         const std::optional<omci::Integrity>& codes) {
+    MessageFile file = isCapture(bytes) ? readCapture(bytes, path, codes) : readHexText(bytes, codes);
+    const bool crc = codes || std::any_of(file.messages.begin(), file.messages.end(),
+                                          [](const FileMessage& one) { return one.code == CodeState::kRight; });
+    // None is right: they are of another kind.
+    for (FileMessage& message : file.messages)
+        if (!crc) message.code = CodeState::kNotJudged;
     if (!file.messages.empty()) return file;
     std::string why = "holds no messages of the management channel";
     if (!file.skipped.empty()) why += "; " + file.skipped.front();

@@ -1,6 +1,8 @@
 #include "living/Playing.h"
 
 #include <algorithm>
+#include <set>
+#include <utility>
 
 #include "omci/message/ValueText.h"
 
@@ -36,7 +38,31 @@ bool begins(const omci::Message& first) {
 
 }  // namespace
 
-Playing::Playing(LivingOnu& onu, const MessageFile& file, std::size_t until) : onu_(onu), file_(file), until_(until) {
+void addHandling(Played& played, const Handling& handling, const std::function<std::size_t(std::uint64_t)>& numberOf) {
+    const omci::Handled& handled = handling.handled;
+    played.repeated = handled.repeated;
+    for (HalStep call : handling.calls) {
+        std::set<std::uint64_t> shown;
+        for (const std::uint64_t message : call.messages) shown.insert(numberOf(message));
+        shown.erase(0);
+        call.messages.assign(shown.begin(), shown.end());
+        played.calls.push_back(std::move(call));
+    }
+    played.problems.insert(played.problems.end(), handling.problems.begin(), handling.problems.end());
+    for (const auto& message : handling.autonomous) played.autonomous.push_back(omci::textOf(message));
+    if (!handled.answer) {
+        played.whyNoAnswer = omci::nameOf(handled.dropped);
+        if (handled.dropped != omci::Dropped::kNoAnswerAsked) played.refusal = Refusal::kRefused;
+        return;
+    }
+    played.answer = omci::textOf(*handled.answer);
+    played.answerMessage = handled.answer;
+    const auto result = omci::resultOf(omci::decodeContent(*handled.answer).content);
+    if (result.value_or(omci::Result::kSuccess) != omci::Result::kSuccess) played.refusal = Refusal::kRefused;
+}
+
+Playing::Playing(LivingOnu& onu, const MessageFile& file, std::size_t until, bool strict)
+    : onu_(onu), file_(file), until_(until), strict_(strict) {
     const auto& messages = file.messages;
     const omci::Message* first = nullptr;
     std::map<std::uint16_t, std::vector<std::size_t>> open;  // requests by transaction
@@ -49,7 +75,7 @@ Playing::Playing(LivingOnu& onu, const MessageFile& file, std::size_t until) : o
             auto& requests = open[message.transaction];
             const auto found = std::find_if(requests.rbegin(), requests.rend(),
                                             [&](std::size_t one) { return belongsTo(message, messages[one].message); });
-            if (found != requests.rend() && answers_.emplace(*found, &message).second) {
+            if (found != requests.rend() && answers_.emplace(*found, &messages[at]).second) {
                 isAnswer_[at] = true;
                 continue;
             }
@@ -79,6 +105,7 @@ Played Playing::play(const FileMessage& one) {
     played.seconds = one.seconds;
     played.message = one.message;
     played.text = omci::textOf(one.message);
+    played.code = one.code;
     if (omci::isUpstream(one.message)) {
         played.fromOnu = true;
         return played;
@@ -86,23 +113,19 @@ Played Playing::play(const FileMessage& one) {
     makeUp(one.message, played);
     Handling handling = onu_.handle(one.message);
     numbers_[handling.handled.message] = played.number;
-    played.repeated = handling.handled.repeated;
-    played.calls.insert(played.calls.end(), handling.calls.begin(), handling.calls.end());
-    played.problems.insert(played.problems.end(), handling.problems.begin(), handling.problems.end());
-    for (const auto& message : handling.autonomous) played.autonomous.push_back(omci::textOf(message));
-    if (handling.handled.answer)
-        played.answer = omci::textOf(*handling.handled.answer);
-    else
-        played.whyNoAnswer = omci::nameOf(handling.handled.dropped);
+    addHandling(played, handling, [this](std::uint64_t message) { return numberOf(message); });
     const auto captured = answers_.find(at_);
     if (captured == answers_.end()) return played;
-    played.captured = omci::textOf(*captured->second);
+    played.captured = omci::textOf(captured->second->message);
+    if (one.seconds && captured->second->seconds) played.latencyMs = (*captured->second->seconds - *one.seconds) * 1000;
+    played.capturedCode = captured->second->code;
     if (handling.handled.answer)
-        compare(played, *handling.handled.answer, *captured->second);
+        compare(played, *handling.handled.answer, captured->second->message);
     else {
         played.otherResult = true;
         played.differences.push_back("no answer here, " + played.captured->result + " in the capture");
     }
+    if (played.refusal == Refusal::kRefused && !played.otherResult && !strict_) played.refusal = Refusal::kAsInCapture;
     return played;
 }
 
@@ -115,7 +138,7 @@ void Playing::makeUp(const omci::Message& request, Played& played) {
     if (!beginsInTheMiddle_ || !missing) return;
     const auto answer = answers_.find(at_);
     if (answer != answers_.end()) {
-        const std::string result = omci::textOf(*answer->second).result;
+        const std::string result = omci::textOf(answer->second->message).result;
         if (result.compare(0, 7, "success") != 0 && result.compare(0, 9, "attribute") != 0) return;
     }
     omci::Message create;
@@ -127,7 +150,10 @@ void Playing::makeUp(const omci::Message& request, Played& played) {
     Handling handling = onu_.handle(create);
     if (onu_.mib().find(request.entity) == nullptr) return;
     played.madeUp.push_back(omci::entityText(request.entity));
-    played.calls = std::move(handling.calls);
+    for (HalStep& call : handling.calls) {
+        call.messages.clear();  // nobody has sent this one
+        played.calls.push_back(std::move(call));
+    }
 }
 
 void Playing::compare(Played& played, const omci::Message& ours, const omci::Message& theirs) const {

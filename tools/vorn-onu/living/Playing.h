@@ -14,12 +14,22 @@
 
 namespace vorn_onu {
 
+// What a request's answer says beside success.
+enum class Refusal : std::uint8_t {
+    kNone,
+    kAsInCapture,  // the ONU of the capture answered with the same result
+    kRefused,      // another result than success, or no answer where one was asked for
+};
+
 // A message of the file with what belongs to it. An answer in the file stands with its request.
 struct Played {
     std::size_t number = 0;  // from 1, requests and what the ONU of the capture sent by itself
     std::size_t place = 0;   // in the file
     std::optional<double> seconds;
+    std::optional<std::uint64_t> microseconds;  // since the epoch, of a message that came just now
+    std::optional<double> latencyMs;            // until the answer
     omci::Message message;
+    std::optional<omci::Message> answerMessage;  // of the ONU here
     omci::MessageText text;
 
     bool fromOnu = false;                       // told by the ONU of the capture: only shown
@@ -27,6 +37,9 @@ struct Played {
     std::optional<omci::MessageText> captured;  // of the ONU of the capture
     std::string whyNoAnswer;
     bool repeated = false;
+    CodeState code = CodeState::kNotJudged;          // the message's integrity code
+    CodeState capturedCode = CodeState::kNotJudged;  // that of the capture's answer
+    Refusal refusal = Refusal::kNone;
     bool otherResult = false;              // than the capture's
     std::vector<std::string> differences;  // to the capture's answer, in words
     std::vector<std::string> madeUp;       // entities that the capture has from before its begin
@@ -35,12 +48,16 @@ struct Played {
     std::vector<omci::MessageText> autonomous;  // of the ONU here
 };
 
+// Puts what a message of the OLT has done into played, whose message is there already. numberOf: the number shown for
+// a message, by the agent's; the calls name their messages by it.
+void addHandling(Played& played, const Handling& handling, const std::function<std::size_t(std::uint64_t)>& numberOf);
+
 class Playing {
 public:
     using Listener = std::function<void(const Played&)>;
 
-    // until: stop behind this message; 0 plays all.
-    Playing(LivingOnu& onu, const MessageFile& file, std::size_t until = 0);
+    // until: stop behind this message; 0 plays all. strict: a refusal is one even where the capture has the same.
+    Playing(LivingOnu& onu, const MessageFile& file, std::size_t until = 0, bool strict = false);
     void run(const Listener& listener);
 
     // The capture begins in the middle: before its first message entities were made that nobody here knows.
@@ -57,8 +74,9 @@ private:
     LivingOnu& onu_;
     const MessageFile& file_;
     std::size_t until_, all_ = 0;
+    bool strict_;
     bool beginsInTheMiddle_ = false;
-    std::map<std::size_t, const omci::Message*> answers_;  // by the request's place among the file's messages
+    std::map<std::size_t, const FileMessage*> answers_;  // by the request's place among the file's messages
     std::map<std::size_t, bool> isAnswer_;
     std::map<std::uint64_t, std::size_t> numbers_;
     std::size_t at_ = 0, number_ = 0;

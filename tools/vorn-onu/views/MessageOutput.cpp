@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <set>
 #include <utility>
 
 #include <nlohmann/json.hpp>
@@ -20,7 +19,8 @@ constexpr std::size_t kBelow = 10;  // columns in front of what stands below a m
 bool isPart(const Played& played) {
     using omci::MessageType;
     const MessageType type = played.message.type;
-    return !played.fromOnu && !played.repeated && played.calls.empty() &&
+    return !played.fromOnu && !played.repeated && played.refusal == Refusal::kNone &&
+           played.code != CodeState::kWrong && played.capturedCode != CodeState::kWrong && played.calls.empty() &&
            (type == MessageType::kMibUploadNext || type == MessageType::kGetAllAlarmsNext ||
             type == MessageType::kDownloadSection);
 }
@@ -43,12 +43,6 @@ nlohmann::json textJson(const omci::MessageText& text) {
 
 }  // namespace
 
-bool isAsExpected(const Played& played) {
-    const bool failed =
-        std::any_of(played.calls.begin(), played.calls.end(), [](const HalStep& call) { return call.result != 0; });
-    return !played.otherResult && !failed;
-}
-
 std::string valueWords(const omci::MessageText& text) {
     std::string words;
     for (const auto& value : text.values) words += (words.empty() ? "" : ", ") + value.name + " " + value.value;
@@ -62,12 +56,9 @@ std::string entityNames(const HalStep& call) {
     return names;
 }
 
-std::string messageNumbers(const HalStep& call, const std::function<std::size_t(std::uint64_t)>& numberOf) {
-    std::set<std::size_t> numbers;
-    for (const std::uint64_t message : call.messages)
-        if (const std::size_t number = numberOf(message); number != 0) numbers.insert(number);
+std::string messageNumbers(const HalStep& call) {
     std::string text;
-    for (const std::size_t number : numbers) text += (text.empty() ? "" : ", ") + std::to_string(number);
+    for (const std::uint64_t number : call.messages) text += (text.empty() ? "" : ", ") + std::to_string(number);
     return text;
 }
 
@@ -85,7 +76,10 @@ std::string MessageOutput::head(const Played& played, const std::string& number,
         (played.text.transaction.size() < 6 ? std::string(6 - played.text.transaction.size(), ' ') : "") +
         (played.fromOnu ? "  ONU  " : "  OLT  ");
     const std::size_t indent = 3 + widthOf(in) + widthOf(played.text.type) + 2;
-    const std::string mark = isAsExpected(played) ? terminal_.green("✓") : terminal_.red("✗");
+    const bool tolerated = isAsExpected(played) && played.refusal == Refusal::kAsInCapture;
+    const std::string mark = tolerated              ? terminal_.yellow("!")
+                             : isAsExpected(played) ? terminal_.green("✓")
+                                                    : terminal_.red("✗");
     std::string text = "  " + mark + terminal_.dim(in) + terminal_.bold(played.text.type) + "  ";
     const std::string& entity = played.text.entity;
     if (indent + widthOf(entity) + 2 + widthOf(result) <= terminal_.width())
@@ -107,6 +101,10 @@ std::string MessageOutput::below(const std::string& what,
 
 std::string MessageOutput::outcome(const Played& played) const {
     std::string text;
+    if (played.code == CodeState::kWrong)
+        text += below("! wrong integrity code: an ONU drops the message", &Terminal::yellow);
+    if (played.capturedCode == CodeState::kWrong)
+        text += below("! the capture's answer has a wrong integrity code", &Terminal::yellow);
     if (played.answer && !played.answer->values.empty())
         text += below("answer: " + valueWords(*played.answer), &Terminal::dim);
     for (const std::string& entity : played.madeUp)
@@ -128,13 +126,15 @@ std::string MessageOutput::outcome(const Played& played) const {
 }
 
 std::string MessageOutput::message(const Played& played) {
-    if (isPart(played) && (parts_.empty() || parts_.back().message.type == played.message.type)) {
-        parts_.push_back(played);
-        return "";
-    }
-    std::string text = flush();
-    if (isPart(played)) {
-        parts_.push_back(played);
+    std::string text;
+    const bool part = isPart(played);
+    if (!part || (firstPart_ && firstPart_->message.type != played.message.type)) text = flush();
+    if (part) {
+        if (!firstPart_) firstPart_ = played;
+        ++parts_;
+        captured_ += played.captured ? 1 : 0;
+        differing_ += played.differences.empty() ? 0 : 1;
+        firstPart_->otherResult = firstPart_->otherResult || played.otherResult;
         return text;
     }
     char number[24];
@@ -146,16 +146,11 @@ std::string MessageOutput::message(const Played& played) {
 }
 
 std::string MessageOutput::flush() {
-    if (parts_.empty()) return "";
-    const std::vector<Played> parts = std::exchange(parts_, {});
-    Played first = parts.front();
-    std::size_t differ = 0, captured = 0;
-    for (const Played& part : parts) {
-        differ += part.differences.empty() ? 0 : 1;
-        captured += part.captured ? 1 : 0;
-        first.otherResult = first.otherResult || part.otherResult;
-    }
-    if (parts.size() > 1) first.text.type += " × " + std::to_string(parts.size());
+    if (!firstPart_) return "";
+    Played first = *std::exchange(firstPart_, std::nullopt);
+    const std::size_t parts = std::exchange(parts_, 0), captured = std::exchange(captured_, 0);
+    const std::size_t differ = std::exchange(differing_, 0);
+    if (parts > 1) first.text.type += " × " + std::to_string(parts);
     char number[24];
     std::snprintf(number, sizeof number, "%3zu", first.number);
     std::string text = head(first, number, "answered");
@@ -166,8 +161,7 @@ std::string MessageOutput::flush() {
     return text;
 }
 
-std::string MessageOutput::calls(const std::vector<HalStep>& calls,
-                                 const std::function<std::size_t(std::uint64_t)>& numberOf) const {
+std::string MessageOutput::calls(const std::vector<HalStep>& calls) const {
     if (calls.empty()) return "\n  None: no service is complete, or nothing has changed.\n";
     std::size_t nameWidth = 0;
     for (const HalStep& call : calls) nameWidth = std::max(nameWidth, widthOf(call.name));
@@ -179,7 +173,7 @@ std::string MessageOutput::calls(const std::vector<HalStep>& calls,
         text += "  " + (call.result == 0 ? terminal_.green("✓") : terminal_.red("✗")) + terminal_.dim(number) +
                 call.name + std::string(nameWidth - widthOf(call.name) + 2, ' ') +
                 hanging(call.words, terminal_.width(), indent) + "\n";
-        const std::string numbers = messageNumbers(call, numberOf);
+        const std::string numbers = messageNumbers(call);
         std::string from = numbers.empty() ? "" : "from " + numbers;
         if (const std::string entities = entityNames(call); !entities.empty())
             from += (from.empty() ? "from " : ": ") + entities;
@@ -191,35 +185,36 @@ std::string MessageOutput::calls(const std::vector<HalStep>& calls,
     return text;
 }
 
-std::string MessageOutput::closing(const std::vector<Played>& all) const {
-    std::size_t requests = 0, calls = 0, captured = 0, same = 0, otherResults = 0, failed = 0, problems = 0;
-    for (const Played& played : all) {
-        requests += played.fromOnu ? 0 : 1;
-        captured += played.captured ? 1 : 0;
-        same += played.captured && played.differences.empty() ? 1 : 0;
-        otherResults += played.otherResult ? 1 : 0;
-        calls += played.calls.size();
-        problems += played.problems.size();
-        for (const HalStep& call : played.calls) failed += call.result != 0 ? 1 : 0;
-    }
-    const bool good = otherResults == 0 && failed == 0;
-    std::string verdict = good ? "✓ every message had its effect" : "✗ ";
-    if (good && captured > 0) verdict = "✓ answered as in the capture";
-    if (otherResults > 0) verdict += counted(otherResults, "answer") + " with another result than in the capture";
-    if (failed > 0) verdict += (otherResults > 0 ? ", " : "") + counted(failed, "HAL call") + " failed";
-    std::string counts = counted(requests, "message") + " of the OLT, ";
-    if (captured > 0) counts += std::to_string(same) + " of " + counted(captured, "answer") + " the same, ";
-    counts += counted(calls, "HAL call");
-    if (problems > 0) counts += ", " + counted(problems, "piece") + " that the HAL cannot do";
+std::string MessageOutput::closing(const MessageTally& all) const {
+    std::vector<std::string> faults;
+    if (all.otherResults > 0)
+        faults.push_back(counted(all.otherResults, "answer") + " with another result than in the capture");
+    if (all.refused > 0) faults.push_back(counted(all.refused, "message") + " refused");
+    if (all.failedCalls > 0) faults.push_back(counted(all.failedCalls, "HAL call") + " failed");
+    std::string verdict = "✓ every message had its effect";
+    if (!faults.empty())
+        verdict = "✗ " + joined(faults);
+    else if (all.captured > 0)
+        verdict = "✓ answered as in the capture";
+    std::string counts = counted(all.requests, "message") + " of the OLT, ";
+    if (all.captured > 0) counts += std::to_string(all.same) + " of " + counted(all.captured, "answer") + " the same, ";
+    if (all.wrongCodes > 0) counts += counted(all.wrongCodes, "wrong integrity code") + ", ";
+    if (all.refusedAsCaptured > 0) counts += std::to_string(all.refusedAsCaptured) + " refused as in the capture, ";
+    counts += counted(all.calls, "HAL call");
+    if (all.problems > 0) counts += ", " + counted(all.problems, "piece") + " that the HAL cannot do";
     const std::string whole = hanging(verdict + ": " + counts, terminal_.width(), 2);
-    return "\n" + (good ? terminal_.green(verdict) : terminal_.red(verdict)) +
-           (whole.size() >= verdict.size() && whole.compare(0, verdict.size(), verdict) == 0
-                ? whole.substr(verdict.size())
-                : ": " + counts) +
-           "\n";
+    std::string text =
+        "\n" + (faults.empty() ? terminal_.green(verdict) : terminal_.red(verdict)) +
+        (whole.size() >= verdict.size() && whole.compare(0, verdict.size(), verdict) == 0 ? whole.substr(verdict.size())
+                                                                                          : ": " + counts) +
+        "\n";
+    for (const std::string& refused : all.firstRefused)
+        text += "  " + hanging("refused: " + refused, terminal_.width(), 4) + "\n";
+    const std::size_t more = all.refused + all.refusedAsCaptured - all.firstRefused.size();
+    return more == 0 ? text : text + "  and " + std::to_string(more) + " more\n";
 }
 
-nlohmann::json playedJson(const Played& played, const std::function<std::size_t(std::uint64_t)>& numberOf) {
+nlohmann::json playedJson(const Played& played) {
     nlohmann::json json = textJson(played.text);
     json["number"] = played.number;
     json["place"] = played.place;
@@ -230,13 +225,14 @@ nlohmann::json playedJson(const Played& played, const std::function<std::size_t(
     if (played.captured) json["captured"] = textJson(*played.captured);
     if (!played.whyNoAnswer.empty()) json["whyNoAnswer"] = played.whyNoAnswer;
     json["repeated"] = played.repeated;
+    if (played.code != CodeState::kNotJudged) json["integrity"] = played.code == CodeState::kRight ? "right" : "wrong";
+    json["refused"] = played.refusal != Refusal::kNone;
     json["differences"] = played.differences;
     json["madeUp"] = played.madeUp;
     auto calls = nlohmann::json::array();
     for (const HalStep& call : played.calls) {
         auto messages = nlohmann::json::array(), entities = nlohmann::json::array();
-        for (const std::uint64_t message : call.messages)
-            if (const std::size_t number = numberOf(message); number != 0) messages.push_back(number);
+        for (const std::uint64_t message : call.messages) messages.push_back(message);
         for (const omci::EntityKey entity : call.entities) entities.push_back(omci::entityText(entity));
         calls.push_back({{"number", call.number},
                          {"call", *call.step},

@@ -3,13 +3,15 @@
 #ifndef VORN_ONU_MESSAGE_OUTPUT_H
 #define VORN_ONU_MESSAGE_OUTPUT_H
 
-#include <functional>
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <nlohmann/json_fwd.hpp>
 
 #include "living/Playing.h"
+#include "views/MessageTally.h"
 #include "views/Terminal.h"
 
 namespace vorn_onu {
@@ -23,10 +25,8 @@ public:
     // first message behind them, or by flush().
     std::string message(const Played& played);
     std::string flush();
-    // numberOf: the number shown for a message, by the agent's number.
-    std::string calls(const std::vector<HalStep>& calls,
-                      const std::function<std::size_t(std::uint64_t)>& numberOf) const;
-    std::string closing(const std::vector<Played>& all) const;
+    std::string calls(const std::vector<HalStep>& calls) const;
+    std::string closing(const MessageTally& all) const;
 
 private:
     std::string head(const Played& played, const std::string& number, const std::string& result) const;
@@ -35,13 +35,13 @@ private:
 
     Terminal terminal_;
     bool hasTimes_;
-    std::vector<Played> parts_;  // of an upload or a download, to be told together
+    std::optional<Played> firstPart_;  // of an upload or a download, to be told together
+    std::size_t parts_ = 0, captured_ = 0, differing_ = 0;
 };
 
-bool isAsExpected(const Played& played);
-nlohmann::json playedJson(const Played& played, const std::function<std::size_t(std::uint64_t)>& numberOf);
+nlohmann::json playedJson(const Played& played);
 // "5, 7 and 9": the messages behind a call.
-std::string messageNumbers(const HalStep& call, const std::function<std::size_t(std::uint64_t)>& numberOf);
+std::string messageNumbers(const HalStep& call);
 std::string entityNames(const HalStep& call);
 // "Alloc-ID 1024, Mode 1"
 std::string valueWords(const omci::MessageText& text);
