@@ -12,10 +12,10 @@
 #include "VirtualOnu.h"
 #include "living/BoardDevice.h"
 #include "living/MessageFile.h"
-#include "running/io/Files.h"
 #include "omci/message/Integrity.h"
 #include "omci/message/Numbers.h"
 #include "omci/message/ValueText.h"
+#include "running/io/Files.h"
 #include "support/Emulated.h"
 #include "tools/vorn-onu/RunProgram.h"
 

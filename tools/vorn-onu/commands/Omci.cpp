@@ -6,21 +6,21 @@
 
 #include <nlohmann/json.hpp>
 
-#include "living/Layout.h"
-#include "living/MessageFile.h"
-#include "living/MicOption.h"
-#include "living/Playing.h"
 #include "commands/AskedOfMib.h"
 #include "commands/Commands.h"
 #include "commands/FrameSending.h"
 #include "commands/OmciFiles.h"
 #include "commands/OmciListen.h"
+#include "living/Layout.h"
+#include "living/MessageFile.h"
+#include "living/MicOption.h"
+#include "living/Playing.h"
 #include "running/io/Files.h"
 #include "running/io/Output.h"
 #include "running/io/Words.h"
+#include "running/program/HalOutput.h"
 #include "views/AuditWords.h"
 #include "views/DeviceReport.h"
-#include "running/program/HalOutput.h"
 #include "views/MessageLog.h"
 #include "views/MessageOutput.h"
 

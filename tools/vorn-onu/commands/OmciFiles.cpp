@@ -3,14 +3,14 @@
 #include <nlohmann/json.hpp>
 
 #include "living/CallStep.h"
-#include "running/io/Files.h"
 #include "omci/message/ValueText.h"
+#include "running/io/Files.h"
 #include "running/scenario/fields/Field.h"
+#include "running/state/WalkWords.h"
 #include "views/AuditWords.h"
 #include "views/Capture.h"
 #include "views/MessageOutput.h"
 #include "views/Report.h"
-#include "running/state/WalkWords.h"
 
 namespace vorn_onu {
 

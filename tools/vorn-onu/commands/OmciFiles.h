@@ -11,11 +11,11 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "views/audit/Audit.h"
-#include "living/Playing.h"
 #include "commands/Commands.h"
 #include "commands/FrameSending.h"
+#include "living/Playing.h"
 #include "running/state/DeviceState.h"
+#include "views/audit/Audit.h"
 
 namespace vorn_onu {
 

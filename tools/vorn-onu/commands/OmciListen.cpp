@@ -1,5 +1,3 @@
-#include <nlohmann/json.hpp>
-
 #include "commands/OmciListen.h"
 
 #include <poll.h>
@@ -10,25 +8,27 @@
 #include <stdexcept>
 #include <utility>
 
-#include "living/ExchangeCapture.h"
-#include "living/Layout.h"
-#include "living/MessageNumbers.h"
-#include "living/MessageSocket.h"
-#include "living/MicOption.h"
+#include <nlohmann/json.hpp>
+
 #include "commands/EndingSignals.h"
 #include "commands/OmciFiles.h"
 #include "commands/StateWriter.h"
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
-#include "running/io/Output.h"
-#include "running/io/Words.h"
+#include "living/ExchangeCapture.h"
+#include "living/Layout.h"
+#include "living/MessageNumbers.h"
+#include "living/MessageSocket.h"
+#include "living/MicOption.h"
 #include "living/Server.h"
 #include "omci/message/FrameGate.h"
-#include "views/DeviceReport.h"
+#include "running/io/Output.h"
+#include "running/io/Words.h"
 #include "running/program/HalOutput.h"
+#include "running/program/TapOption.h"
+#include "views/DeviceReport.h"
 #include "views/MessageLog.h"
 #include "views/MessageOutput.h"
-#include "running/program/TapOption.h"
 
 namespace vorn_onu {
 

@@ -3,9 +3,9 @@
 #include <CLI/CLI.hpp>
 
 #include "commands/CommandLine.h"
+#include "commands/Commands.h"
 #include "commands/FrameOptions.h"
 #include "commands/TapOptions.h"
-#include "commands/Commands.h"
 
 namespace vorn_onu {
 

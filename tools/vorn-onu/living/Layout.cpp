@@ -7,9 +7,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "running/io/Files.h"
 #include "omci/message/Contents.h"
 #include "omci/message/ValueText.h"
+#include "running/io/Files.h"
 
 namespace vorn_onu {
 

@@ -5,10 +5,10 @@
 #include <nlohmann/json.hpp>
 
 #include "VirtualOnu.h"
-#include "living/CallStep.h"
 #include "device/EthernetUni.h"
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
+#include "living/CallStep.h"
 #include "omci/agent/Identity.h"
 #include "running/scenario/operations/Operations.h"
 #include "running/state/Effects.h"

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "living/BoardDevice.h"
-#include "running/io/HeldJson.h"
 #include "omci/agent/Agent.h"
 #include "omci/services/Services.h"
+#include "running/io/HeldJson.h"
 #include "running/scenario/fields/Problem.h"
 #include "running/state/RuleOrigins.h"
 

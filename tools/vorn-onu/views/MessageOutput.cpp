@@ -6,8 +6,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "running/io/Words.h"
 #include "omci/message/ValueText.h"
+#include "running/io/Words.h"
 
 namespace vorn_onu {
 
