@@ -1,0 +1,79 @@
+#include "BRCM/BCM968580/DATA/g988/CarryOut.h"
+
+#include <algorithm>
+
+#include "BRCM/BCM968580/DATA/g988/RuleCalls.h"
+#include "platform/vlanctl.h"
+
+namespace g988 {
+
+namespace {
+
+// 0, or the kit's code and nothing has changed.
+int take(const TableStep& wanted, Installed& installed) {
+    const Step& step = wanted.step;
+    const bool removes = step.kind == Step::Kind::Remove, inFront = step.kind == Step::Kind::InsertFront;
+    auto& rules = installed[wanted.table];
+    int result = 0;
+    if (removes) {
+        result = removeRule(wanted.table, step.id);
+        const auto isIt = [&](const InstalledRule& one) { return one.id == step.id; };
+        if (result == 0) rules.erase(std::remove_if(rules.begin(), rules.end(), isIt), rules.end());
+    } else {
+        InstalledRule made{VLANCTL_DONT_CARE, step.rule};
+        result = insertRule(wanted.table, step.rule, inFront ? Position::Front : Position::End, &made.id);
+        if (result == 0) rules.insert(inFront ? rules.begin() : rules.end(), made);
+    }
+    if (rules.empty()) installed.erase(wanted.table);
+    return result;
+}
+
+// What was there, as a plan to go back to. A rule that stands twice stands once for the same frames.
+std::map<TableKey, std::vector<Rule>> rulesOf(const Installed& installed) {
+    std::map<TableKey, std::vector<Rule>> tables;
+    for (const auto& [key, rules] : installed)
+        for (const InstalledRule& one : rules) tables[key].push_back(one.rule);
+    return tables;
+}
+
+std::string textOf(const TableStep& failed, int code) {
+    const bool removes = failed.step.kind == Step::Kind::Remove;
+    return failed.step.rule.origin + ": the kit answers " + std::to_string(code) + " to the " +
+           (removes ? "removal" : "insertion") + " of a rule at " + failed.table.device;
+}
+
+class KitSession {
+public:
+    KitSession() : result_(vlanCtl_init()) {}
+    ~KitSession() {
+        if (result_ == 0) vlanCtl_cleanup();
+    }
+    KitSession(const KitSession&) = delete;
+    KitSession& operator=(const KitSession&) = delete;
+    int result() const { return result_; }
+
+private:
+    const int result_;
+};
+
+}  // namespace
+
+Outcome carryOut(const Plan& plan, Installed& installed) {
+    if (!plan.refusals.empty()) return {false, plan.refusals.front().text()};
+    const auto steps = differences(installed, plan.tables);
+    if (steps.empty()) return {true, ""};
+    const KitSession session;
+    if (session.result() != 0) return {false, "vlanctl answers " + std::to_string(session.result())};
+    const auto before = rulesOf(installed);
+    for (const TableStep& step : steps) {
+        const int code = take(step, installed);
+        if (code == 0) continue;
+        Outcome outcome{false, textOf(step, code)};
+        for (const TableStep& back : differences(installed, before))
+            if (take(back, installed) != 0) outcome.reason += ", and what was done could not all be taken back";
+        return outcome;
+    }
+    return {true, ""};
+}
+
+}  // namespace g988

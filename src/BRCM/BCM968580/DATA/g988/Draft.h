@@ -1,0 +1,54 @@
+// What the planner writes into: tables that are being made and what cannot be done. Also how one frame is given to the
+// first of several takers.
+#ifndef BRCM_BCM968580_DATA_G988_DRAFT_H
+#define BRCM_BCM968580_DATA_G988_DRAFT_H
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "BRCM/BCM968580/DATA/g988/Planner.h"
+#include "BRCM/BCM968580/DATA/g988/Rule.h"
+#include "BRCM/BCM968580/DATA/g988/Tables.h"
+
+namespace g988 {
+
+class Draft {
+public:
+    RuleList& table(const std::string& device, Direction direction, unsigned tags) {
+        return tables_[{device, direction, tags}];
+    }
+    void refuse(const std::string& origin, const std::string& reason) { refusals_.push_back({origin, reason}); }
+    Plan finish();
+
+private:
+    std::map<TableKey, RuleList> tables_;
+    std::vector<Refusal> refusals_;
+};
+
+// Somebody who takes some of the frames: not those of `leaves`, then those of `takes`.
+struct Taker {
+    std::vector<Match> leaves;
+    std::vector<Rule> takes;
+};
+
+// Rules that give each frame that matches `all` to the first taker that takes it, or else to `rest` (whose match is not
+// looked at).
+void addFirstOf(const std::vector<Taker>& takers, const Match& all, const Rule& rest, RuleList& out);
+
+// What a filter says of frames with this many tags, as a taker whose rules are to be finished: `takes` has matches
+// only.
+Taker filterTaker(const VlanFilter& filter, unsigned tags);
+
+void planUniPort(std::uint16_t number, const UniPort& port, const Tables& tables, Draft& draft);
+void planPonSide(const Tables& tables, Draft& draft);
+
+// Names of devices.
+std::string uniDevice(std::uint16_t number);                            // "sid0"
+std::string uniVlanDevice(std::uint16_t number, std::uint16_t bridge);  // "sid0.3"
+std::string aniDevice(std::uint16_t bridge);                            // "gpon3"
+std::string aniVlanDevice(std::uint16_t bridge);                        // "gpon3.3"
+
+}  // namespace g988
+
+#endif

@@ -1,0 +1,72 @@
+#include "BRCM/BCM968580/DATA/g988/Planner.h"
+
+#include "BRCM/BCM968580/DATA/g988/Draft.h"
+
+namespace g988 {
+
+Plan Draft::finish() {
+    Plan plan;
+    for (auto& [key, list] : tables_) {
+        if (list.isFull()) refuse(key.device, "the service needs more rules than a table holds");
+        auto rules = list.take();
+        if (!rules.empty()) plan.tables.emplace(key, std::move(rules));
+    }
+    plan.refusals = std::move(refusals_);
+    return plan;
+}
+
+namespace {
+
+void addFrom(const std::vector<Taker>& takers, std::size_t first, const Match& all, const Rule& rest, RuleList& out) {
+    if (out.isFull()) return;
+    if (first == takers.size()) {
+        Rule rule = rest;
+        rule.match = all;
+        return out.add(std::move(rule));
+    }
+    for (const Match& leaves : takers[first].leaves) {
+        Match both = all;
+        if (both.add(leaves)) addFrom(takers, first + 1, both, rest, out);
+    }
+    for (const Rule& takes : takers[first].takes) {
+        Match both = all;
+        if (!both.add(takes.match)) continue;
+        const bool takesEverything = both == all;
+        Rule rule = takes;
+        rule.match = both;
+        out.add(std::move(rule));
+        if (takesEverything) return;
+    }
+    addFrom(takers, first + 1, all, rest, out);
+}
+
+}  // namespace
+
+void addFirstOf(const std::vector<Taker>& takers, const Match& all, const Rule& rest, RuleList& out) {
+    addFrom(takers, 0, all, rest, out);
+}
+
+std::string uniDevice(std::uint16_t number) {
+    return "sid" + std::to_string(number);
+}
+
+std::string uniVlanDevice(std::uint16_t number, std::uint16_t bridge) {
+    return uniDevice(number) + "." + std::to_string(bridge);
+}
+
+std::string aniDevice(std::uint16_t bridge) {
+    return "gpon" + std::to_string(bridge);
+}
+
+std::string aniVlanDevice(std::uint16_t bridge) {
+    return aniDevice(bridge) + "." + std::to_string(bridge);
+}
+
+Plan planOf(const Tables& tables) {
+    Draft draft;
+    for (const auto& [number, port] : tables.uniPorts) planUniPort(number, port, tables, draft);
+    planPonSide(tables, draft);
+    return draft.finish();
+}
+
+}  // namespace g988

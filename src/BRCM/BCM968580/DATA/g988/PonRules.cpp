@@ -1,0 +1,204 @@
+// The PON side: one table decides in each direction. Upstream "gpon<b>" filters and marks a frame with its GEM port and
+// queue, and "gpondef" lets it through; downstream "gpondef" gives the frames of each GEM port to the bridge whose
+// filter takes them, and "gpon<b>" lets them through.
+#include <algorithm>
+
+#include "BRCM/BCM968580/DATA/g988/Draft.h"
+
+namespace g988 {
+
+namespace {
+
+// The forward operations of 9.3.11.
+struct Operation {
+    enum class Tagged : std::uint8_t { Pass, Drop, PassListed, DropListed } tagged;
+    enum class Field : std::uint8_t { None, Vid, Pbits, Tci } field;
+    bool untaggedPass;
+};
+
+// They come in pairs: with the first code untagged frames pass, with the second one they do not.
+Operation operationOf(std::uint8_t code) {
+    using Tagged = Operation::Tagged;
+    using Field = Operation::Field;
+    struct Pair {
+        std::uint8_t first;
+        Tagged tagged;
+        Field field;
+    };
+    static constexpr Pair kPairs[] = {
+        {0x03, Tagged::PassListed, Field::Vid},   {0x05, Tagged::DropListed, Field::Vid},
+        {0x07, Tagged::PassListed, Field::Pbits}, {0x09, Tagged::DropListed, Field::Pbits},
+        {0x0B, Tagged::PassListed, Field::Tci},   {0x0D, Tagged::DropListed, Field::Tci},
+        {0x0F, Tagged::PassListed, Field::Vid},   {0x11, Tagged::PassListed, Field::Pbits},
+        {0x13, Tagged::PassListed, Field::Tci},   {0x16, Tagged::PassListed, Field::Vid},
+        {0x18, Tagged::PassListed, Field::Pbits}, {0x1A, Tagged::PassListed, Field::Tci},
+        {0x1C, Tagged::PassListed, Field::Vid},   {0x1E, Tagged::PassListed, Field::Pbits},
+        {0x20, Tagged::PassListed, Field::Tci},
+    };
+    for (const Pair& pair : kPairs)
+        if (code == pair.first || code == pair.first + 1) return {pair.tagged, pair.field, code == pair.first};
+    if (code == 0x01) return {Tagged::Drop, Field::None, true};
+    return {Tagged::Pass, Field::None, code == 0x00};  // 0x00, 0x02, 0x15
+}
+
+std::vector<Match> listedMatches(const std::vector<FilterTci>& list, Operation::Field field) {
+    std::vector<Match> matches;
+    for (const FilterTci& tci : list) {
+        Match match;
+        if (field != Operation::Field::Pbits) match.vid(0, tci.vid);
+        if (field != Operation::Field::Vid) match.pbits(0, tci.pbits);
+        if (field == Operation::Field::Tci) match.dei(0, tci.dei);
+        matches.push_back(match);
+    }
+    return matches;
+}
+
+std::string nameOf(std::uint16_t bridge, std::size_t port) {
+    return "PON port " + std::to_string(port) + " of br" + std::to_string(bridge);
+}
+
+const char* mistakeOf(const PonPort& port) {
+    if (port.filter.forwardOperation > kLastForwardOperation) return "there is no such forward operation";
+    if (port.filter.list.size() > kMaxFilterEntries) return "its filter has more than 12 entries";
+    if (port.mapper.defaultPbits >= port.mapper.places.size()) return "its default p-bits are above 7";
+    return nullptr;
+}
+
+std::vector<Command> marksOf(const GemPlace& place) {
+    return {{Command::Kind::MarkGem, 0, place.gemIndex}, {Command::Kind::MarkQueue, 0, place.queue}};
+}
+
+// ---- upstream ----
+
+// Where untagged frames go. False where that takes a look at the DSCP, which no rule can.
+bool untaggedPlace(const PbitMapper& mapper, std::optional<GemPlace>& place) {
+    place = mapper.places[mapper.defaultPbits];
+    if (mapper.unmarked == PbitMapper::Unmarked::DefaultPbits) return true;
+    place = mapper.places[0];  // of frames without DSCP
+    return std::all_of(mapper.dscpMap.begin(), mapper.dscpMap.end(),
+                       [&](std::uint8_t pbits) { return mapper.places[pbits & kLastPbits] == place; });
+}
+
+// The frames that match, on the GEM ports of their p-bits.
+void addPlaces(const Match& match, const PbitMapper& mapper, const std::string& origin, std::vector<Rule>& rules) {
+    const auto& first = mapper.places[0];
+    const bool allTheSame =
+        std::all_of(mapper.places.begin(), mapper.places.end(), [&](const auto& place) { return place == first; });
+    if (allTheSame) {
+        if (first) rules.push_back({match, marksOf(*first), "", origin});
+        return;
+    }
+    for (unsigned pbits = 0; pbits < mapper.places.size(); ++pbits) {
+        Match narrow = match;
+        if (mapper.places[pbits] && narrow.pbits(0, pbits))
+            rules.push_back({narrow, marksOf(*mapper.places[pbits]), "", origin});
+    }
+}
+
+Taker upstreamTaker(const PonPort& port, unsigned tags, const std::string& name, Draft& draft) {
+    Taker taker = filterTaker(port.filter, tags);
+    std::vector<Rule> takes;
+    for (const Rule& passed : taker.takes) {
+        Match match = passed.match;
+        if (port.ipProtocol && !match.ipProtocol(*port.ipProtocol)) continue;
+        if (tags > 0) {
+            addPlaces(match, port.mapper, name, takes);
+            continue;
+        }
+        std::optional<GemPlace> place;
+        if (!untaggedPlace(port.mapper, place)) draft.refuse(name, "the kit cannot tell untagged frames by their DSCP");
+        if (place) takes.push_back({match, marksOf(*place), "", name});
+    }
+    taker.takes = std::move(takes);
+    return taker;
+}
+
+void planUpstream(std::uint16_t bridge, const std::vector<PonPort>& ports, Draft& draft) {
+    Match sent;
+    sent.txDevice(aniVlanDevice(bridge));
+    for (unsigned tags = 0; tags <= kTableTags; ++tags) {
+        std::vector<Taker> takers;
+        for (const bool forOneProtocol : {true, false})
+            for (std::size_t i = 0; i < ports.size(); ++i)
+                if (ports[i].ipProtocol.has_value() == forOneProtocol)
+                    takers.push_back(upstreamTaker(ports[i], tags, nameOf(bridge, i), draft));
+        const Rule drop = droppingRule({}, "what no PON port of br" + std::to_string(bridge) + " takes");
+        addFirstOf(takers, sent, drop, draft.table(aniDevice(bridge), Direction::Transmit, tags));
+        Match fromBridge;
+        fromBridge.txDevice(aniDevice(bridge));
+        draft.table(kPonDeviceName, Direction::Transmit, tags).add({fromBridge, {}, "", aniDevice(bridge)});
+    }
+}
+
+// ---- downstream ----
+
+std::set<std::uint16_t> gemsOf(const PonPort& port) {
+    std::set<std::uint16_t> gems = port.downstreamGems;
+    for (const auto& place : port.mapper.places)
+        if (place) gems.insert(place->gemIndex);
+    return gems;
+}
+
+Taker downstreamTaker(std::uint16_t bridge, const PonPort& port, unsigned tags, const std::string& name) {
+    Taker taker = filterTaker(port.filter, tags);
+    for (Rule& rule : taker.takes) {
+        rule.receiver = aniDevice(bridge);
+        rule.origin = name;
+    }
+    return taker;
+}
+
+void planGemPort(std::uint16_t gem, const Tables& tables, Draft& draft) {
+    Match received;
+    received.gemIndex(gem);
+    const Rule drop = droppingRule({}, "what no bridge takes of GEM index " + std::to_string(gem));
+    for (unsigned tags = 0; tags <= kTableTags; ++tags) {
+        std::vector<Taker> takers;
+        for (const auto& [bridge, ports] : tables.bridges)
+            for (std::size_t i = 0; i < ports.size(); ++i)
+                if (gemsOf(ports[i]).count(gem) != 0)
+                    takers.push_back(downstreamTaker(bridge, ports[i], tags, nameOf(bridge, i)));
+        addFirstOf(takers, received, drop, draft.table(kPonDeviceName, Direction::Receive, tags));
+    }
+}
+
+}  // namespace
+
+Taker filterTaker(const VlanFilter& filter, unsigned tags) {
+    using Tagged = Operation::Tagged;
+    const Operation operation = operationOf(filter.forwardOperation);
+    const bool listCounts = tags > 0 && operation.field != Operation::Field::None;
+    const bool passesRest =
+        tags == 0 ? operation.untaggedPass : operation.tagged == Tagged::Pass || operation.tagged == Tagged::DropListed;
+    Taker taker;
+    if (listCounts) {
+        const auto listed = listedMatches(filter.list, operation.field);
+        if (operation.tagged == Tagged::DropListed) taker.leaves = listed;
+        if (operation.tagged == Tagged::PassListed)
+            for (const Match& match : listed) taker.takes.push_back({match, {}, "", ""});
+    }
+    if (passesRest) taker.takes.push_back({});
+    return taker;
+}
+
+void planPonSide(const Tables& tables, Draft& draft) {
+    std::set<std::uint16_t> gems;
+    for (const auto& [bridge, ports] : tables.bridges) {
+        for (std::size_t i = 0; i < ports.size(); ++i) {
+            if (const char* mistake = mistakeOf(ports[i])) {
+                draft.refuse(nameOf(bridge, i), mistake);
+                return;
+            }
+            const auto own = gemsOf(ports[i]);
+            gems.insert(own.begin(), own.end());
+        }
+        if (ports.empty()) continue;
+        planUpstream(bridge, ports, draft);
+        for (unsigned tags = 0; tags <= kTableTags; ++tags)
+            draft.table(aniDevice(bridge), Direction::Receive, tags)
+                .add({{}, {}, aniVlanDevice(bridge), aniDevice(bridge)});
+    }
+    for (const std::uint16_t gem : gems) planGemPort(gem, tables, draft);
+}
+
+}  // namespace g988

@@ -1,0 +1,66 @@
+// The services of a board: what a daemon's records ask for, as tables, and the rules that the device has for them. Each
+// operation is done as a whole or leaves everything as it was. Devices and bridges are not made here: VLAN devices must
+// be there before a row or a PON port uses them, and go after it.
+//
+// Not thread safe; the daemon's provisioning thread alone.
+#ifndef BRCM_BCM968580_DATA_G988_SERVICES_H
+#define BRCM_BCM968580_DATA_G988_SERVICES_H
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <vector>
+
+#include "BRCM/BCM968580/DATA/g988/CarryOut.h"
+#include "BRCM/BCM968580/DATA/g988/Records.h"
+
+namespace g988 {
+
+class Services {
+public:
+    explicit Services(GemIndexOf gemIndexOf) : gemIndexOf_(std::move(gemIndexOf)) {}
+
+    // A record of filter_flow_add with addFlag set; uniPort n, from 1, is "sid" + (n - 1). Sets or deletes a row, or,
+    // with hasTagRules 0, takes the port's table away, so that everything passes. Deleting what is not there is no
+    // error. Ports above 4 have no rules: done, and nothing happens.
+    Outcome setUni(const UniDataProvisioning& record);
+    // The port leaves the bridge, and rows for it go; its last bridge takes the port's table along.
+    Outcome removeUni(std::uint16_t uniPort, std::uint16_t bridge);
+    // All ports leave the bridge.
+    Outcome removeUniSide(std::uint16_t bridge);
+
+    // A PON port with the record's filter and mapper, in place of one of the bridge that has the same GEM ports and
+    // protocol. Refused: a GEM port that the driver does not know, a list that is no list, a traffic model above 6.
+    Outcome setPonPort(const BridgeServiceProvisioning& record);
+    // The bridge's PON ports that have one of the record's GEM ports; all of them when it names none.
+    Outcome removePonPorts(const BridgeServiceProvisioning& record);
+    Outcome removePonSide(std::uint16_t bridge);
+
+    const Tables& tables() const { return tables_; }
+    const Installed& installed() const { return installed_; }
+
+private:
+    struct PonPortKey {
+        std::set<std::uint16_t> gemPortIds;
+        std::optional<std::uint8_t> ipProtocol;
+        bool operator==(const PonPortKey& other) const {
+            return gemPortIds == other.gemPortIds && ipProtocol == other.ipProtocol;
+        }
+    };
+    using Keys = std::map<std::uint16_t, std::vector<PonPortKey>>;  // alongside tables_.bridges
+
+    Outcome change(Tables tables);
+    Outcome change(Tables tables, Keys keys);
+    template <typename Goes>
+    Outcome removePonPortsIf(std::uint16_t bridge, Goes goes);
+
+    const GemIndexOf gemIndexOf_;
+    Tables tables_;
+    Keys keys_;
+    Installed installed_;
+};
+
+}  // namespace g988
+
+#endif

@@ -1,0 +1,204 @@
+// What a change asks of the kit, and what is left when the kit fails in the middle of it.
+#include <random>
+
+#include "BRCM/BCM968580/DATA/g988/CarryOut.h"
+#include "src/g988/PlannedBoard.h"
+
+namespace {
+
+constexpr unsigned kRows = 96;
+
+// Customer VLAN i of a bridge becomes service VLAN 1000 + i, with its p-bits.
+g988::TaggingRow translation(unsigned customer, unsigned service) {
+    g988::TaggingRow row;
+    row.innerFilter = {g988::filter_code::kAnyPbits, static_cast<std::uint16_t>(customer), 0};
+    row.tagsToRemove = 1;
+    row.innerTreatment = {g988::treatment_code::kPbitsOfInner, static_cast<std::uint16_t>(service),
+                          g988::treatment_code::kTpid8100};
+    row.bridge = 1;
+    return row;
+}
+
+g988::Tables manyRows(unsigned rows) {
+    g988::Tables tables;
+    auto& port = tables.uniPorts[0];
+    port.bridges = {1};
+    port.tagging.emplace();
+    for (unsigned i = 0; i < rows; ++i) port.tagging->set(translation(100 + i, 1000 + i));
+    g988::PonPort pon;
+    pon.mapper.places.fill(g988::GemPlace{10, 0});
+    tables.bridges[1] = {pon};
+    return tables;
+}
+
+g988::TaggingTable& rowsOf(g988::Tables& tables) {
+    return *tables.uniPorts[0].tagging;
+}
+
+class Difference : public PlannedBoard {
+protected:
+    void SetUp() override {
+        PlannedBoard::SetUp();
+        tables_ = manyRows(kRows);
+        ASSERT_TRUE(g988::carryOut(g988::planOf(tables_), rules_).done);
+    }
+
+    // Rules that the change of the tables inserts and removes, carried out.
+    std::pair<unsigned, unsigned> change() {
+        std::pair<unsigned, unsigned> count;
+        const g988::Plan plan = g988::planOf(tables_);
+        for (const auto& one : g988::differences(rules_, plan.tables))
+            ++(one.step.kind == g988::Step::Kind::Remove ? count.second : count.first);
+        EXPECT_TRUE(g988::carryOut(plan, rules_).done);
+        return count;
+    }
+
+    g988::Tables tables_;
+    g988::Installed rules_;
+};
+
+using Count = std::pair<unsigned, unsigned>;
+
+// One rule in each direction.
+TEST_F(Difference, ChangeOfOneRowAsksForTheRulesOfThatRow) {
+    rowsOf(tables_).set(translation(90, 990));  // before all others
+    EXPECT_EQ(change(), Count(2, 0));
+    rowsOf(tables_).set(translation(300, 1300));  // behind them, before the default row
+    EXPECT_EQ(change(), Count(2, 0));
+    rowsOf(tables_).set(translation(150, 2000));  // in the middle, to another VLAN
+    EXPECT_EQ(change(), Count(2, 2));
+    rowsOf(tables_).erase(translation(151, 0));
+    EXPECT_EQ(change(), Count(0, 2));
+    EXPECT_EQ(change(), Count(0, 0));
+}
+
+// A row that must stand behind others comes with copies of what must stand behind it: the rule for the rest.
+TEST_F(Difference, RowForTheRestTakesWhatStandsBehindItAlong) {
+    g988::TaggingRow any = translation(0, 900);
+    any.innerFilter.vid = g988::filter_code::kAnyVid;
+    rowsOf(tables_).set(any);
+    EXPECT_EQ(change(), Count(2, 1));  // the default row upstream has no frames any more
+    const auto sent = onu().sendFromPort("sid0", [] {
+        virtual_onu::Frame frame;
+        frame.tags = {virtual_onu::VlanTag{0x8100, 3, false, 77}};
+        return frame;
+    }());
+    ASSERT_EQ(sent.exits.size(), 1u);
+    EXPECT_EQ(sent.exits[0].frame.text(), "VID 900 p3, IPv4");
+}
+
+// Every call of a change fails once: what there was is there again, with the same meaning.
+TEST_F(Difference, FailingCallLeavesWhatThereWas) {
+    rowsOf(tables_) = g988::TaggingTable();
+    rowsOf(tables_).set(translation(100, 1500));
+    rowsOf(tables_).set(translation(101, 1001));
+    tables_.bridges[1][0].filter = {0x10, {{0, 0, 1500}, {0, 0, 1001}}};
+    ASSERT_TRUE(g988::carryOut(g988::planOf(tables_), rules_).done);
+    const g988::Plan before = g988::planOf(tables_);
+    rowsOf(tables_).set(translation(100, 1600));
+    rowsOf(tables_).erase(translation(101, 0));
+    tables_.bridges[1][0].filter = {0x06, {{0, 0, 1001}}};
+    const g988::Plan after = g988::planOf(tables_);
+
+    unsigned failures = 0;
+    for (unsigned nth = 1;; ++nth) {
+        onu().clearTrace();
+        onu().failCall(onu().callCount() + nth, 7);
+        const auto outcome = g988::carryOut(after, rules_);
+        onu().clearFaults();
+        installed_ = rules_;
+        if (outcome.done) break;
+        ++failures;
+        ASSERT_TRUE(contains(outcome.reason, "answers 7")) << outcome.reason;
+        ASSERT_EQ(differsFrom(before), "") << "call " << nth << ": " << outcome.reason;
+    }
+    EXPECT_GT(failures, 30u);
+    EXPECT_EQ(differsFrom(after), "");
+}
+
+TEST_F(Difference, RefusedPlanAsksForNothing) {
+    rowsOf(tables_).downstreamMode = 9;
+    onu().clearTrace();
+    const auto outcome = g988::carryOut(g988::planOf(tables_), rules_);
+    EXPECT_FALSE(outcome.done);
+    EXPECT_EQ(outcome.reason, "sid0: there is no such downstream mode");
+    EXPECT_TRUE(onu().traceTexts().empty());
+}
+
+// ---- the steps of one table, without a device ----
+
+using RuleTable = std::vector<g988::InstalledRule>;
+
+struct Seen {
+    unsigned pbits, vid, etherType;
+};
+
+// What the table does to a frame: the receiver of the first rule that takes it.
+std::string outcome(const RuleTable& table, const Seen& frame) {
+    for (const g988::InstalledRule& one : table) {
+        const g988::Match& match = one.rule.match;
+        if (match.pbitsOf(0).value_or(frame.pbits) == frame.pbits && match.vidOf(0).value_or(frame.vid) == frame.vid &&
+            match.typeWordOf(1).value_or(frame.etherType) == frame.etherType)
+            return one.rule.receiver;
+    }
+    return "";
+}
+
+std::vector<g988::Rule> drawnRules(std::mt19937& chance) {
+    g988::RuleList list;
+    for (unsigned left = static_cast<unsigned>(chance() % 8); left > 0; --left) {
+        g988::Rule rule;
+        if (chance() % 2 == 0) rule.match.pbits(0, static_cast<unsigned>(chance() % 2));
+        if (chance() % 2 == 0) rule.match.vid(0, static_cast<unsigned>(chance() % 3));
+        if (chance() % 3 == 0) rule.match.typeWord(1, static_cast<unsigned>(chance() % 2));
+        rule.receiver = "device " + std::to_string(chance() % 3);
+        list.add(rule);
+    }
+    return list.take();
+}
+
+void takeStep(RuleTable& table, const g988::Step& step, std::uint32_t id) {
+    using Kind = g988::Step::Kind;
+    if (step.kind == Kind::InsertFront) table.insert(table.begin(), {id, step.rule});
+    if (step.kind == Kind::Append) table.push_back({id, step.rule});
+    if (step.kind == Kind::Remove)
+        table.erase(std::remove_if(table.begin(), table.end(), [&](const auto& one) { return one.id == step.id; }),
+                    table.end());
+}
+
+// From any table to any other one: each frame fares at each moment as before or as afterwards.
+TEST(DifferenceOfTables, FramesFareAsBeforeOrAsAfterwards) {
+    std::mt19937 chance(7);
+    RuleTable table;
+    std::uint32_t id = 0;
+    for (unsigned round = 0; round < 3000; ++round) {
+        const RuleTable before = table;
+        auto wanted = drawnRules(chance);
+        // Mostly some of the rules stay.
+        if (chance() % 3 != 0) {
+            g988::RuleList mixed;
+            for (const g988::InstalledRule& one : before) {
+                if (chance() % 4 == 0 && !wanted.empty()) mixed.add(wanted.back());
+                if (chance() % 4 != 0) mixed.add(one.rule);
+            }
+            wanted = mixed.take();
+        }
+        RuleTable after;
+        for (const g988::Rule& rule : wanted) after.push_back({0, rule});
+        for (const g988::Step& step : g988::difference(before, wanted)) {
+            takeStep(table, step, ++id);
+            for (unsigned number = 0; number < 12; ++number) {
+                const Seen frame{number % 2, number / 2 % 3, number / 6};
+                const std::string now = outcome(table, frame);
+                ASSERT_TRUE(now == outcome(before, frame) || now == outcome(after, frame)) << "round " << round;
+            }
+        }
+        ASSERT_EQ(table.size(), wanted.size());
+        for (unsigned number = 0; number < 12; ++number) {
+            const Seen frame{number % 2, number / 2 % 3, number / 6};
+            ASSERT_EQ(outcome(table, frame), outcome(after, frame)) << "round " << round;
+        }
+    }
+}
+
+}  // namespace

@@ -1,0 +1,169 @@
+// A board whose tables are changed by chance, one thing after the other: after each change frames fare as the
+// standard's tables say, and the rules are those of a new board with the final tables. While a change is carried out,
+// frames that it does not concern notice nothing.
+//
+// VORN_G988_FRAMES and VORN_G988_SEED choose how many frames (20,000) and which (1).
+#include <cstdlib>
+
+#include "src/g988/PlannedBoard.h"
+#include "src/g988/RandomTables.h"
+
+namespace {
+
+using standard::Board;
+using standard::Frame;
+using virtual_onu::Learning;
+using virtual_onu::Walk;
+
+unsigned numberFrom(const char* variable, unsigned otherwise) {
+    const char* text = std::getenv(variable);
+    return text == nullptr ? otherwise : static_cast<unsigned>(std::strtoul(text, nullptr, 10));
+}
+
+constexpr unsigned kFramesOfATable = 30;
+constexpr unsigned kWatchedFrames = 10;
+
+class RandomTablesTest : public PlannedBoard {
+protected:
+    // A frame that came up or went down, and where it left.
+    struct Sent {
+        bool goesUp = true;
+        unsigned gem = 0;  // downstream: that it comes in
+        Frame frame;
+    };
+    struct Fate {
+        std::optional<standard::Up> up;
+        std::optional<Frame> down;
+        bool operator==(const Fate& other) const { return up == other.up && down == other.down; }
+    };
+
+    static Fate standardFate(const Board& board, const Sent& sent) {
+        if (sent.goesUp) return {board.up(sent.frame), std::nullopt};
+        return {std::nullopt, board.down(sent.gem, sent.frame)};
+    }
+
+    // Nothing for a frame that the kit has no room for: a rule pushes more than four tags.
+    static std::optional<Fate> deviceFate(const Sent& sent) {
+        const Walk walk = sent.goesUp ? onu().sendFromPort("sid0", sent.frame, Learning::Off)
+                                      : onu().sendFromPon(sent.gem, sent.frame, Learning::Off);
+        for (const auto& drop : walk.drops)
+            if (contains(drop.reason, "more than 4 tags")) return std::nullopt;
+        Fate fate;
+        EXPECT_LE(walk.exits.size(), 1u);
+        for (const auto& exit : walk.exits) {
+            if (exit.gemPort) fate.up = {*exit.gemPort, *exit.queue, exit.frame};
+            if (!exit.gemPort) fate.down = exit.frame;
+        }
+        return fate;
+    }
+
+    static std::string textOf(const Fate& fate) {
+        if (fate.up)
+            return "GEM " + std::to_string(fate.up->gem) + " queue " + std::to_string(fate.up->queue) + " " +
+                   fate.up->frame.text();
+        return fate.down ? fate.down->text() : "dropped";
+    }
+
+    static std::string textOf(const Sent& sent) {
+        return (sent.goesUp ? "up " : "down GEM " + std::to_string(sent.gem) + " ") + sent.frame.text();
+    }
+
+    static std::string hopsOf(const Sent& sent) {
+        const Walk walk = sent.goesUp ? onu().sendFromPort("sid0", sent.frame, Learning::Off)
+                                      : onu().sendFromPon(sent.gem, sent.frame, Learning::Off);
+        std::string text;
+        for (const auto& hop : walk.hops.all()) text += "\n  " + hop.device + ": " + hop.detail;
+        for (const auto& drop : walk.drops) text += "\n  " + drop.device + ": " + drop.reason;
+        return text;
+    }
+
+    static std::string textOf(const Board& board) {
+        std::string text = "\n mode " + std::to_string(board.port.downstreamMode);
+        const g988::Tables tables = tablesOf(board, kFirstPortId, kFirstIndex);
+        const auto& tagging = tables.uniPorts.at(0).tagging;
+        if (tagging)
+            for (const g988::TaggingRow& row : tagging->rows())
+                text += "\n " + row.text() + ", removes " + std::to_string(row.tagsToRemove);
+        for (const auto& side : board.sides)
+            text += "\n bridge " + std::to_string(side.bridge) + " operation " + std::to_string(side.operation);
+        return text;
+    }
+
+    // Whether the device does what the standard says.
+    bool fares(const Board& board, const Sent& sent) {
+        const auto device = deviceFate(sent);
+        const Fate wanted = standardFate(board, sent);
+        ++frames_;
+        if (!device || *device == wanted) return true;
+        ADD_FAILURE() << "change " << changes_ << ": " << textOf(sent) << ": the standard says " << textOf(wanted)
+                      << ", the device " << textOf(*device) << hopsOf(sent) << textOf(board);
+        return false;
+    }
+
+    bool sendFrames(const Board& board, RandomTables& chance) {
+        for (unsigned i = 0; i < kFramesOfATable; i += 3) {
+            const Sent up{true, 0, chance.frameUp(board)};
+            if (!fares(board, up)) return false;
+            if (const auto left = board.up(up.frame); left && !fares(board, {false, left->gem, left->frame}))
+                return false;
+            if (!fares(board, {false, chance.gemPort(), chance.frameDown(board)})) return false;
+        }
+        return true;
+    }
+
+    static std::vector<Sent> watched(const Board& before, const Board& after, RandomTables& chance) {
+        std::vector<Sent> result;
+        for (unsigned i = 0; i < kWatchedFrames; ++i) {
+            const Sent up{true, 0, chance.frameUp(before)}, down{false, chance.gemPort(), chance.frameDown(before)};
+            for (const Sent& sent : {up, down})
+                if (standardFate(before, sent) == standardFate(after, sent)) result.push_back(sent);
+        }
+        return result;
+    }
+
+    void change(const Board& before, const Board& after, RandomTables& chance, bool isWatched) {
+        const g988::Plan plan = g988::planOf(tablesOf(after, kFirstPortId, kFirstIndex));
+        ASSERT_TRUE(plan.refusals.empty()) << plan.refusals.front().text();
+        std::vector<Sent> sent;
+        if (isWatched) sent = watched(before, after, chance);
+        carryOut(plan, [&](const g988::TableStep& done) {
+            for (const Sent& one : sent) {
+                const auto fate = deviceFate(one);
+                if (fate && !(*fate == standardFate(after, one)))
+                    ADD_FAILURE() << "change " << changes_ << ": " << textOf(one) << " notices "
+                                  << (done.step.kind == g988::Step::Kind::Remove ? "the removal" : "the insertion")
+                                  << " of a rule for " << done.step.rule.origin << " at " << done.table.device << ": "
+                                  << textOf(*fate) << " instead of " << textOf(standardFate(after, one)) << hopsOf(one);
+            }
+        });
+        ASSERT_EQ(differsFrom(plan), "") << "change " << changes_;
+    }
+
+    unsigned frames_ = 0, changes_ = 0;
+};
+
+TEST_F(RandomTablesTest, FramesFareAsTheTablesSay) {
+    RandomTables chance(numberFrom("VORN_G988_SEED", 1), kFirstPortId, kGemPorts);
+    const unsigned most = numberFrom("VORN_G988_FRAMES", 20000);
+    Board board;
+    board.port.bridges = {1};
+    while (frames_ < most && !HasFailure()) {
+        Board changed = board;
+        // Two things at once may let a frame through for a moment that the one dropped before and the other drops now.
+        const unsigned things = 1 + chance.below(2);
+        for (unsigned left = things; left > 0; --left) chance.change(changed);
+        ++changes_;
+        change(board, changed, chance, things == 1);
+        if (HasFatalFailure()) return;
+        board = changed;
+        if (!sendFrames(board, chance)) return;
+        onu().clearTrace();
+    }
+    RecordProperty("frames", static_cast<int>(frames_));
+    RecordProperty("changes", static_cast<int>(changes_));
+    // Everything taken back: nothing is left.
+    carryOut({});
+    EXPECT_EQ(onu().ruleCount(), 0u);
+}
+
+}  // namespace

@@ -1,0 +1,285 @@
+// Rows of the extended VLAN tagging table, written as the 16 bytes that an OLT sends, and what becomes of frames.
+#include "src/g988/PlannedBoard.h"
+
+namespace {
+
+using virtual_onu::Frame;
+using virtual_onu::VlanTag;
+
+constexpr std::uint16_t kServiceTpid = 0x88A8;
+constexpr const char* kDropUntagged = "F8000000 F8000000 C00F0000 000F0000";
+
+// Four words of a row, most significant bit first.
+g988::TaggingRow rowOf(const std::string& text, std::uint16_t bridge = 1) {
+    unsigned word[4] = {};
+    EXPECT_EQ(std::sscanf(text.c_str(), "%x %x %x %x", &word[0], &word[1], &word[2], &word[3]), 4);
+    const auto codes = [](unsigned bits, unsigned pbitsAt, unsigned vidAt, unsigned tpidAt) {
+        return g988::TagCodes{static_cast<std::uint8_t>(bits >> pbitsAt & 15),
+                              static_cast<std::uint16_t>(bits >> vidAt & 0x1FFF),
+                              static_cast<std::uint8_t>(bits >> tpidAt & 7)};
+    };
+    g988::TaggingRow row;
+    row.outerFilter = codes(word[0], 28, 15, 12);
+    row.innerFilter = codes(word[1], 28, 15, 12);
+    row.extendedCriteria = static_cast<std::uint8_t>(word[1] >> 4 & 0xFF);
+    row.etherTypes = static_cast<g988::EtherTypes>(word[1] & 15);
+    row.tagsToRemove = static_cast<std::uint8_t>(word[2] >> 30);
+    row.outerTreatment = codes(word[2], 16, 3, 0);
+    row.innerTreatment = codes(word[3], 16, 3, 0);
+    row.bridge = bridge;
+    return row;
+}
+
+g988::TaggingTable tableOf(const std::vector<const char*>& rows, std::uint8_t mode = 0) {
+    g988::TaggingTable table;
+    table.outputTpid = kServiceTpid;
+    table.downstreamMode = mode;
+    for (const char* row : rows) table.set(rowOf(row));
+    return table;
+}
+
+// Port sid0 in bridge 1, whose PON side passes everything on one GEM port.
+g988::Tables tablesWith(std::optional<g988::TaggingTable> tagging) {
+    g988::Tables tables;
+    tables.uniPorts[0] = {{1}, std::move(tagging)};
+    g988::PonPort port;
+    port.mapper.places.fill(g988::GemPlace{10, 0});
+    tables.bridges[1] = {port};
+    return tables;
+}
+
+Frame frame(const std::vector<VlanTag>& tags, std::uint16_t etherType = 0x0800, std::uint8_t dscp = 0) {
+    Frame made;
+    made.tags = tags;
+    made.etherType = etherType;
+    made.dscp = dscp;
+    return made;
+}
+
+VlanTag tag(unsigned vid, unsigned pbits = 0, std::uint16_t tpid = 0x8100, bool dei = false) {
+    return {tpid, static_cast<std::uint8_t>(pbits), dei, static_cast<std::uint16_t>(vid)};
+}
+
+struct Case {
+    const char* name;
+    std::vector<const char*> rows;
+    std::uint8_t mode;
+    bool goesUp;
+    Frame sent;
+    const char* leaves;  // "" for a frame that is dropped
+};
+
+constexpr bool kUp = true, kDown = false;
+constexpr const char* kUntaggedTo321 = "F8000000 F8000000 000F0000 00000A0C";
+constexpr const char* k100To321 = "F8000000 80320000 400F0000 00080A0C";
+constexpr const char* kAnyTagIn900 = "F8000000 88000000 000F0000 00081C22";
+constexpr const char* kUntaggedIn900Over50 = "F8000000 F8000000 00001C26 00000194";
+constexpr const char* kPppoeTo7 = "F8000000 F8000002 000F0000 0005003C";
+constexpr const char* k100To321P5 = "F8000000 80320000 400F0000 00050A0C";
+constexpr const char* kExchange = "88000000 88000000 80088000 00098009";
+constexpr const char* kUntaggedByDscp = "F8000000 F8000000 000F0000 000A0A0C";
+constexpr const char* k100P3To321P3 = "F8000000 30320000 400F0000 00030A0C";
+constexpr const char* k200To321P5 = "F8000000 80640000 400F0000 00050A0C";
+constexpr const char* kAnyTagDropped = "F8000000 88000000 C00F0000 000F0000";
+constexpr const char* kTwoTagsLoseOuter = "88000000 88000000 400F0000 000F0000";
+constexpr const char* kTwoTagsInto321 = "88000000 80320000 800F0000 00090A0C";
+constexpr const char* k100Ipv6To66 = "F8000000 80320004 400F0000 00080214";
+
+class Rows : public PlannedBoard, public ::testing::WithParamInterface<Case> {};
+
+TEST_P(Rows, DoWhatTheySay) {
+    const Case& one = GetParam();
+    const g988::Plan plan = g988::planOf(tablesWith(tableOf(one.rows, one.mode)));
+    ASSERT_TRUE(plan.refusals.empty()) << plan.refusals.front().text();
+    carryOut(plan);
+    const auto walk = one.goesUp ? onu().sendFromPort("sid0", one.sent) : onu().sendFromPon(kFirstPortId, one.sent);
+    EXPECT_EQ(walk.exits.empty() ? "" : walk.exits.front().frame.text(), one.leaves);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Examples, Rows,
+    ::testing::Values(
+        Case{"UntaggedUp", {kUntaggedTo321}, 0, kUp, frame({}), "VID 321 p0, IPv4"},
+        Case{"UntaggedDown", {kUntaggedTo321}, 0, kDown, frame({tag(321)}), "untagged IPv4"},
+        Case{"FixedPbitsAreNotAskedForDownstream", {kUntaggedTo321}, 0, kDown, frame({tag(321, 5)}), "untagged IPv4"},
+        Case{"WhatNoInverseTakesIsDropped", {kUntaggedTo321}, 0, kDown, frame({tag(322)}), ""},
+        Case{"TranslatedUp", {k100To321}, 0, kUp, frame({tag(100, 5)}), "VID 321 p5, IPv4"},
+        Case{"TranslatedDown", {k100To321}, 0, kDown, frame({tag(321, 3)}), "VID 100 p3, IPv4"},
+        Case{"DefaultRowPasses", {k100To321}, 0, kUp, frame({tag(200, 5)}), "VID 200 p5, IPv4"},
+        Case{"ServiceTagUp",
+             {kAnyTagIn900},
+             0,
+             kUp,
+             frame({tag(7, 3, 0x8100, true)}),
+             "VID 900 p3 DEI TPID 0x88a8, VID 7 p3 DEI, IPv4"},
+        Case{"ServiceTagDown",
+             {kAnyTagIn900},
+             0,
+             kDown,
+             frame({tag(900, 1, kServiceTpid), tag(7, 3)}),
+             "VID 7 p3, IPv4"},
+        Case{"TwoTagsUp", {kUntaggedIn900Over50}, 0, kUp, frame({}), "VID 900 p0 TPID 0x88a8, VID 50 p0, IPv4"},
+        Case{"TwoTagsDown",
+             {kUntaggedIn900Over50},
+             0,
+             kDown,
+             frame({tag(900, 0, kServiceTpid), tag(50)}),
+             "untagged IPv4"},
+        Case{"PppoeDiscovery", {kPppoeTo7}, 0, kUp, frame({}, 0x8863), "VID 7 p5, PPPoE discovery"},
+        Case{"PppoeSession", {kPppoeTo7}, 0, kUp, frame({}, 0x8864), "VID 7 p5, PPPoE session"},
+        Case{"OtherTypesMeetTheDefaultRow", {kPppoeTo7}, 0, kUp, frame({}), "untagged IPv4"},
+        Case{"DefaultRowThatDrops", {kDropUntagged, kPppoeTo7}, 0, kUp, frame({}), ""},
+        Case{"Ipv6Up", {k100Ipv6To66}, 0, kUp, frame({tag(100, 2)}, 0x86DD), "VID 66 p2, IPv6"},
+        Case{"Ipv6RowLeavesIpv4", {k100Ipv6To66}, 0, kUp, frame({tag(100, 2)}), "VID 100 p2, IPv4"},
+        Case{"ExchangedTagsUp", {kExchange}, 0, kUp, frame({tag(10, 1), tag(20, 2)}), "VID 20 p2, VID 10 p1, IPv4"},
+        Case{"ExchangedTagsDown", {kExchange}, 0, kDown, frame({tag(20, 2), tag(10, 1)}), "VID 10 p1, VID 20 p2, IPv4"},
+        Case{"PbitsByDscp", {kUntaggedByDscp}, 0, kUp, frame({}, 0x0800, 46), "VID 321 p5, IPv4 DSCP 46"},
+        Case{"PbitsWithoutDscp", {kUntaggedByDscp}, 0, kUp, frame({}, 0x0806), "VID 321 p0, ARP"},
+        Case{"SpecificPbitsFirst", {kAnyTagDropped, k100P3To321P3}, 0, kUp, frame({tag(100, 3)}), "VID 321 p3, IPv4"},
+        Case{"OthersMeetTheNextRow", {kAnyTagDropped, k100P3To321P3}, 0, kUp, frame({tag(100, 4)}), ""},
+        Case{"PbitsDecideAmongRowsOfOneVid",
+             {k100P3To321P3, k200To321P5},
+             0,
+             kDown,
+             frame({tag(321, 5)}),
+             "VID 200 p0, IPv4"},
+        Case{"TheFirstOfThemTakesOtherPbits",
+             {k100P3To321P3, k200To321P5},
+             0,
+             kDown,
+             frame({tag(321, 1)}),
+             "VID 100 p3, IPv4"},
+        Case{"OuterTagTakenOff", {kTwoTagsLoseOuter}, 0, kUp, frame({tag(5), tag(6, 2)}), "VID 6 p2, IPv4"},
+        Case{"LostTagComesBackLowest", {kTwoTagsLoseOuter}, 0, kDown, frame({tag(6, 2)}), "VID 0 p0, VID 6 p2, IPv4"},
+        Case{"TwoTagsIntoOneUp", {kTwoTagsInto321}, 0, kUp, frame({tag(5, 6), tag(100, 2)}), "VID 321 p6, IPv4"},
+        Case{"TwoTagsIntoOneDown", {kTwoTagsInto321}, 0, kDown, frame({tag(321, 6)}), "VID 0 p6, VID 100 p0, IPv4"}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+struct Mode {
+    std::uint8_t mode;
+    const char *same, *otherPbits, *otherVid;  // what becomes of VID 321 p5, 321 p3, 500 p5
+};
+
+class DownstreamModes : public PlannedBoard, public ::testing::WithParamInterface<Mode> {};
+
+TEST_P(DownstreamModes, CompareAndTakeBackWhatTheySay) {
+    const Mode& mode = GetParam();
+    carryOut(g988::planOf(tablesWith(tableOf({k100To321P5}, mode.mode))));
+    const auto comesDown = [&](const VlanTag& tag) {
+        const auto walk = onu().sendFromPon(kFirstPortId, frame({tag}));
+        return walk.exits.empty() ? std::string() : walk.exits.front().frame.text();
+    };
+    EXPECT_EQ(comesDown(tag(321, 5)), mode.same);
+    EXPECT_EQ(comesDown(tag(321, 3)), mode.otherPbits);
+    EXPECT_EQ(comesDown(tag(500, 5)), mode.otherVid);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, DownstreamModes,
+                         ::testing::Values(Mode{0, "VID 100 p0, IPv4", "VID 100 p0, IPv4", ""},
+                                           Mode{1, "VID 321 p5, IPv4", "VID 321 p3, IPv4", "VID 500 p5, IPv4"},
+                                           Mode{2, "VID 100 p0, IPv4", "VID 321 p3, IPv4", "VID 500 p5, IPv4"},
+                                           Mode{3, "VID 100 p5, IPv4", "VID 100 p3, IPv4", "VID 500 p5, IPv4"},
+                                           Mode{4, "VID 321 p0, IPv4", "VID 321 p3, IPv4", "VID 500 p0, IPv4"},
+                                           Mode{5, "VID 100 p0, IPv4", "", ""},
+                                           Mode{6, "VID 100 p5, IPv4", "VID 100 p3, IPv4", ""},
+                                           Mode{7, "VID 321 p0, IPv4", "", "VID 500 p0, IPv4"}, Mode{8, "", "", ""}),
+                         [](const auto& test) { return "Mode" + std::to_string(test.param.mode); });
+
+class Tagging : public PlannedBoard {
+protected:
+    std::string goesUp(const Frame& sent) {
+        const auto walk = onu().sendFromPort("sid0", sent);
+        return walk.exits.empty() ? "" : walk.exits.front().frame.text();
+    }
+    std::string comesDown(const Frame& sent) {
+        const auto walk = onu().sendFromPon(kFirstPortId, sent);
+        return walk.exits.empty() ? "" : walk.exits.front().frame.text();
+    }
+};
+
+TEST_F(Tagging, PortsWithoutRowsPassEverything) {
+    for (const auto& tagging : {std::optional<g988::TaggingTable>(), std::optional<g988::TaggingTable>(tableOf({}))}) {
+        carryOut(g988::planOf(tablesWith(tagging)));
+        for (const Frame& sent : {frame({}), frame({tag(7, 3)}), frame({tag(7), tag(8, 1)})}) {
+            EXPECT_EQ(goesUp(sent), sent.text());
+            EXPECT_EQ(comesDown(sent), sent.text());
+        }
+    }
+}
+
+TEST_F(Tagging, DeletedDefaultRowDrops) {
+    g988::TaggingTable table = tableOf({k100To321});
+    EXPECT_TRUE(table.erase(rowOf("F8000000 E8000000 00000000 00000000")));
+    EXPECT_FALSE(table.erase(rowOf("F8000000 E8000000 00000000 00000000")));
+    carryOut(g988::planOf(tablesWith(table)));
+    EXPECT_EQ(goesUp(frame({tag(200)})), "");
+    EXPECT_EQ(goesUp(frame({tag(100)})), "VID 321 p0, IPv4");
+    EXPECT_EQ(goesUp(frame({})), "untagged IPv4");
+}
+
+// Codes in fields that nobody looks at are no second row.
+TEST_F(Tagging, RowsAreKnownByTheirFilters) {
+    g988::TaggingTable table = tableOf({kUntaggedTo321});
+    const std::size_t rows = table.rows().size();
+    table.set(rowOf("F0327000 F7FF7000 000F0000 00000014"));  // untagged too, to VID 2
+    EXPECT_EQ(table.rows().size(), rows);
+    carryOut(g988::planOf(tablesWith(table)));
+    EXPECT_EQ(goesUp(frame({})), "VID 2 p0, IPv4");
+}
+
+// ---- refusals ----
+
+struct Refused {
+    const char* name;
+    const char* row;  // or "" for what the change does
+    void (*change)(g988::Tables& tables);
+    const char* reason;
+};
+
+void nothing(g988::Tables&) {}
+
+class Refusals : public ::testing::TestWithParam<Refused> {};
+
+TEST_P(Refusals, NameTheRowAndTheReason) {
+    const Refused& one = GetParam();
+    auto table = tableOf({});
+    if (*one.row != '\0') table.set(rowOf(one.row));
+    g988::Tables tables = tablesWith(table);
+    one.change(tables);
+    const auto refusals = g988::planOf(tables).refusals;
+    ASSERT_EQ(refusals.size(), 1u);
+    EXPECT_TRUE(contains(refusals.front().text(), one.reason)) << refusals.front().text();
+    EXPECT_EQ(contains(refusals.front().origin, "sid0 row"), *one.row != '\0') << refusals.front().origin;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, Refusals,
+    ::testing::Values(
+        Refused{"Dhcp", "F8000000 F8000010 000F0000 00000A0C", nothing, "UDP ports"},
+        Refused{"FilterPbits", "F8000000 90320000 400F0000 00080A0C", nothing, "filter has a reserved code"},
+        Refused{"FilterVid", "F8000000 87FF8000 400F0000 00080A0C", nothing, "filter has a reserved code"},
+        Refused{"OuterTagAlone", "80320000 F8000000 400F0000 00080A0C", nothing, "no inner one"},
+        Refused{"EtherType", "F8000000 80320007 400F0000 00080A0C", nothing, "EtherType"},
+        Refused{"TreatmentPbits", "F8000000 80320000 400F0000 000B0A0C", nothing, "treatment has a reserved code"},
+        Refused{"TreatmentTpid", "F8000000 80320000 400F0000 00080A0D", nothing, "treatment has a reserved code"},
+        Refused{"DscpMap", kUntaggedByDscp, [](g988::Tables& tables) { tables.uniPorts[0].tagging->dscpMap[46] = 6; },
+                "no other map"},
+        Refused{"BridgeOfARow", k100To321, [](g988::Tables& tables) { tables.uniPorts[0].bridges = {2}; },
+                "not in its bridge"},
+        Refused{"Mode", "", [](g988::Tables& tables) { tables.uniPorts[0].tagging->downstreamMode = 9; },
+                "downstream mode"},
+        Refused{"Operation", "", [](g988::Tables& tables) { tables.bridges[1][0].filter.forwardOperation = 0x22; },
+                "forward operation"},
+        Refused{"ListTooLong", "", [](g988::Tables& tables) { tables.bridges[1][0].filter.list.resize(13); },
+                "12 entries"},
+        Refused{"DefaultPbits", "", [](g988::Tables& tables) { tables.bridges[1][0].mapper.defaultPbits = 8; },
+                "default p-bits"},
+        Refused{"UnmarkedByDscp", "",
+                [](g988::Tables& tables) {
+                    tables.bridges[1][0].mapper.unmarked = g988::PbitMapper::Unmarked::FromDscp;
+                    tables.bridges[1][0].mapper.places[5] = g988::GemPlace{11, 0};
+                },
+                "by their DSCP"}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+}  // namespace

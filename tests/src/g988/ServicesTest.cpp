@@ -1,0 +1,209 @@
+// Services as a daemon's records ask for them: in any order, taken back in any order, and refused.
+#include <numeric>
+
+#include "BRCM/BCM968580/DATA/g988/Services.h"
+#include "src/g988/PlannedBoard.h"
+
+namespace {
+
+using virtual_onu::Frame;
+using virtual_onu::VlanTag;
+
+class ServicesTest : public PlannedBoard {
+protected:
+    static g988::Services services() {
+        return g988::Services([](std::uint16_t portId) -> std::optional<std::uint16_t> {
+            const auto port = onu().gemPort(portId);
+            return port ? std::optional<std::uint16_t>(static_cast<std::uint16_t>(port->index)) : std::nullopt;
+        });
+    }
+
+    // Customer VLAN, or untagged frames for 0, to a service VLAN, with p-bits 0 or those that it has.
+    static UniDataProvisioning row(std::uint16_t bridge, std::uint16_t customer, std::uint16_t service) {
+        UniDataProvisioning record{};
+        record.addFlag = record.hasTagRules = 1;
+        record.bridgeId = bridge;
+        record.uniPort = 1;
+        record.filterType = customer == 0 ? 0 : 1;
+        record.outerFilterPrio = record.outerTreatmentPrio = 15;
+        record.innerFilterPrio = customer == 0 ? 15 : 8;
+        record.innerFilterVlanId = customer == 0 ? std::uint16_t{4096} : customer;
+        record.removeType = customer == 0 ? 0 : 1;
+        record.innerTreatmentPrio = customer == 0 ? 0 : 8;
+        record.innerTreatmentVlanId = service;
+        record.innerTreatmentTpidDe = 4;
+        return record;
+    }
+
+    static UniDataProvisioning deletion(UniDataProvisioning record) {
+        record.removeType = 3;
+        record.outerTreatmentPrio = record.innerTreatmentPrio = 15;
+        record.outerTreatmentVlanId = record.innerTreatmentVlanId = 8191;
+        record.outerTreatmentTpidDe = record.innerTreatmentTpidDe = 7;
+        return record;
+    }
+
+    // VLANs of a bridge, as four hexadecimal digits each, on one GEM port.
+    static BridgeServiceProvisioning pon(std::uint16_t bridge, const std::string& list, std::uint16_t gemPort) {
+        BridgeServiceProvisioning record{};
+        record.bridgeId = bridge;
+        std::snprintf(record.vlanTciFilterList, sizeof record.vlanTciFilterList, "%s", list.c_str());
+        record.numberOfEntries = static_cast<std::uint8_t>(list.size() / 4);
+        record.forwardOperation = 0x10;
+        record.trafficModel = 2;
+        for (std::uint8_t pbits = 0; pbits < 8; ++pbits) record.pbitMap[pbits] = {gemPort, pbits};
+        return record;
+    }
+
+    static Frame tagged(std::uint16_t vid, std::uint8_t pbits = 0) {
+        Frame frame;
+        frame.tags = {VlanTag{0x8100, pbits, false, vid}};
+        return frame;
+    }
+
+    // "GEM 1000 queue 3: VID 321 p3, IPv4", or "" for a frame that is dropped.
+    static std::string up(const Frame& frame) {
+        const auto walk = onu().sendFromPort("sid0", frame);
+        if (walk.exits.empty()) return "";
+        const auto& exit = walk.exits.front();
+        return "GEM " + std::to_string(*exit.gemPort) + " queue " + std::to_string(*exit.queue) + ": " +
+               exit.frame.text();
+    }
+    static std::string down(unsigned gemPort, const Frame& frame) {
+        const auto walk = onu().sendFromPon(gemPort, frame);
+        return walk.exits.empty() ? "" : walk.exits.front().device + ": " + walk.exits.front().frame.text();
+    }
+};
+
+using Operation = std::function<g988::Outcome(g988::Services&)>;
+
+// Untagged internet on bridge 1, voice in VLAN 20 on bridge 2: 24 orders of making them, as many of taking them back.
+TEST_F(ServicesTest, OrderIsOfNoMatter) {
+    const std::vector<Operation> make = {
+        [](auto& services) { return services.setUni(row(1, 0, 321)); },
+        [](auto& services) { return services.setUni(row(2, 20, 900)); },
+        [](auto& services) { return services.setPonPort(pon(1, "0141", 1000)); },
+        [](auto& services) { return services.setPonPort(pon(2, "0384", 1001)); },
+    };
+    const std::vector<Operation> takeBack = {
+        [](auto& services) { return services.removeUni(1, 1); },
+        [](auto& services) { return services.removeUniSide(2); },
+        [](auto& services) { return services.removePonPorts(pon(1, "", 1000)); },
+        [](auto& services) { return services.removePonSide(2); },
+    };
+    std::vector<std::size_t> order(make.size());
+    std::iota(order.begin(), order.end(), 0u);
+    do {
+        auto made = services();
+        for (const std::size_t i : order) ASSERT_TRUE(make[i](made).done);
+        EXPECT_EQ(up(Frame{}), "GEM 1000 queue 0: VID 321 p0, IPv4");
+        EXPECT_EQ(up(tagged(20, 5)), "GEM 1001 queue 5: VID 900 p5, IPv4");
+        EXPECT_EQ(down(1000, tagged(321)), "sid0: untagged IPv4");
+        EXPECT_EQ(down(1001, tagged(900, 5)), "sid0: VID 20 p5, IPv4");
+        EXPECT_EQ(down(1000, tagged(900, 5)), "");
+        installed_ = made.installed();
+        EXPECT_EQ(differsFrom(g988::planOf(made.tables())), "");
+        for (const std::size_t i : order) ASSERT_TRUE(takeBack[i](made).done);
+        EXPECT_EQ(onu().ruleCount(), 0u);
+    } while (!HasFailure() && std::next_permutation(order.begin(), order.end()));
+}
+
+// What broke lines: an untagged row that was deleted and added again, and rows that differ in their EtherType alone.
+TEST_F(ServicesTest, DeletedRowsComeBack) {
+    auto made = services();
+    ASSERT_TRUE(made.setPonPort(pon(1, "0141", 1000)).done);
+    ASSERT_TRUE(made.setUni(row(1, 0, 321)).done);
+    ASSERT_TRUE(made.setUni(deletion(row(1, 0, 0))).done);
+    EXPECT_EQ(up(Frame{}), "");
+    ASSERT_TRUE(made.setUni(row(1, 0, 321)).done);
+    EXPECT_EQ(up(Frame{}), "GEM 1000 queue 0: VID 321 p0, IPv4");
+    EXPECT_EQ(down(1000, tagged(321)), "sid0: untagged IPv4");
+    auto pppoe = row(1, 0, 321);
+    pppoe.etherType = 2;
+    pppoe.innerTreatmentPrio = 5;
+    ASSERT_TRUE(made.setUni(pppoe).done);
+    Frame session;
+    session.etherType = 0x8864;
+    EXPECT_EQ(up(session), "GEM 1000 queue 5: VID 321 p5, PPPoE session");
+    ASSERT_TRUE(made.setUni(deletion(pppoe)).done);
+    EXPECT_EQ(up(session), "GEM 1000 queue 0: VID 321 p0, PPPoE session");
+}
+
+TEST_F(ServicesTest, PbitsChooseTheGemPort) {
+    auto made = services();
+    auto record = pon(1, "0141", 1000);
+    record.pbitMap[5] = {1001, 7};
+    record.pbitMap.erase(6);
+    ASSERT_TRUE(made.setPonPort(record).done);
+    ASSERT_TRUE(made.setUni(row(1, 20, 321)).done);
+    EXPECT_EQ(up(tagged(20, 1)), "GEM 1000 queue 1: VID 321 p1, IPv4");
+    EXPECT_EQ(up(tagged(20, 5)), "GEM 1001 queue 7: VID 321 p5, IPv4");
+    EXPECT_EQ(up(tagged(20, 6)), "");
+    for (const unsigned gemPort : {1000u, 1001u}) EXPECT_EQ(down(gemPort, tagged(321, 2)), "sid0: VID 20 p2, IPv4");
+}
+
+TEST_F(ServicesTest, MulticastGoesToItsBridgeAlone) {
+    auto made = services();
+    ASSERT_TRUE(made.setPonPort(pon(1, "0141", 1000)).done);
+    auto record = pon(2, "0384", 1000);
+    record.isMulticast = record.multicastService = 1;
+    record.gemPortId = 1002;
+    ASSERT_TRUE(made.setPonPort(record).done);
+    auto untagged = row(1, 0, 321), television = row(2, 30, 900);
+    ASSERT_TRUE(made.setUni(untagged).done);
+    EXPECT_EQ(down(1002, tagged(900)), "");  // nobody in its bridge
+    ASSERT_TRUE(made.setUni(television).done);
+    EXPECT_EQ(down(1002, tagged(900)), "sid0: VID 30 p0, IPv4");
+    EXPECT_EQ(down(1002, tagged(321)), "");
+    EXPECT_EQ(down(1000, tagged(900)), "");
+    EXPECT_EQ(up(tagged(30)), "");  // the way up is another PON port's
+}
+
+// ---- what is refused ----
+
+struct BadRecord {
+    const char* name;
+    void (*changeRow)(UniDataProvisioning& row);  // one of these two
+    void (*changePon)(BridgeServiceProvisioning& pon);
+    const char* reason;
+};
+
+class BadRecords : public ServicesTest, public ::testing::WithParamInterface<BadRecord> {};
+
+TEST_P(BadRecords, ChangeNothing) {
+    const BadRecord& one = GetParam();
+    auto made = services();
+    ASSERT_TRUE(made.setPonPort(pon(1, "0141", 1000)).done);
+    ASSERT_TRUE(made.setUni(row(1, 0, 321)).done);
+    const auto before = onu().ruleTables();
+    auto badRow = row(1, 20, 900);
+    auto badPon = pon(1, "0141", 1001);
+    if (one.changeRow != nullptr) one.changeRow(badRow);
+    if (one.changePon != nullptr) one.changePon(badPon);
+    const auto outcome = one.changeRow != nullptr ? made.setUni(badRow) : made.setPonPort(badPon);
+    EXPECT_FALSE(outcome.done);
+    EXPECT_TRUE(contains(outcome.reason, one.reason)) << outcome.reason;
+    EXPECT_TRUE(onu().ruleTables() == before);
+    EXPECT_TRUE(made.setUni(row(1, 30, 901)).done);  // nothing of it is left to be in the way
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, BadRecords,
+    ::testing::Values(
+        BadRecord{"UniPort0", [](UniDataProvisioning& row) { row.uniPort = 0; }, nullptr, "no UNI port 0"},
+        BadRecord{"FilterVid", [](UniDataProvisioning& row) { row.innerFilterVlanId = 5000; }, nullptr,
+                  "reserved code"},
+        BadRecord{"FilterPbits", [](UniDataProvisioning& row) { row.innerFilterPrio = 11; }, nullptr, "reserved code"},
+        BadRecord{"TpidCode", [](UniDataProvisioning& row) { row.innerTreatmentTpidDe = 260; }, nullptr,
+                  "reserved code"},
+        BadRecord{"RemoveType", [](UniDataProvisioning& row) { row.removeType = 256; }, nullptr, "more than two tags"},
+        BadRecord{"Mode", [](UniDataProvisioning& row) { row.downstreamMode = 264; }, nullptr, "downstream mode"},
+        BadRecord{"GemPort", nullptr, [](BridgeServiceProvisioning& pon) { pon.pbitMap[3].first = 77; }, "not known"},
+        BadRecord{"List", nullptr, [](BridgeServiceProvisioning& pon) { pon.vlanTciFilterList[1] = 'x'; }, "list"},
+        BadRecord{"Entries", nullptr, [](BridgeServiceProvisioning& pon) { pon.numberOfEntries = 2; }, "list"},
+        BadRecord{"Operation", nullptr, [](BridgeServiceProvisioning& pon) { pon.forwardOperation = 0x22; },
+                  "forward operation"},
+        BadRecord{"Model", nullptr, [](BridgeServiceProvisioning& pon) { pon.trafficModel = 7; }, "traffic model"}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+}  // namespace
