@@ -52,13 +52,13 @@ void addHandling(Played& played, const Handling& handling, const std::function<s
     for (const auto& message : handling.autonomous) played.autonomous.push_back(omci::textOf(message));
     if (!handled.answer) {
         played.whyNoAnswer = omci::nameOf(handled.dropped);
-        if (handled.dropped != omci::Dropped::kNoAnswerAsked) played.refusal = Refusal::kRefused;
+        if (handled.dropped != omci::Dropped::kNoAnswerAsked) played.refusal = RefusalKind::kRefused;
         return;
     }
     played.answer = omci::textOf(*handled.answer);
     played.answerMessage = handled.answer;
     const auto result = omci::resultOf(omci::decodeContent(*handled.answer).content);
-    if (result.value_or(omci::Result::kSuccess) != omci::Result::kSuccess) played.refusal = Refusal::kRefused;
+    if (result.value_or(omci::Result::kSuccess) != omci::Result::kSuccess) played.refusal = RefusalKind::kRefused;
 }
 
 Playing::Playing(LivingOnu& onu, const MessageFile& file, std::size_t until, bool strict)
@@ -125,7 +125,8 @@ Played Playing::play(const FileMessage& one) {
         played.otherResult = true;
         played.differences.push_back("no answer here, " + played.captured->result + " in the capture");
     }
-    if (played.refusal == Refusal::kRefused && !played.otherResult && !strict_) played.refusal = Refusal::kAsInCapture;
+    if (played.refusal == RefusalKind::kRefused && !played.otherResult && !strict_)
+        played.refusal = RefusalKind::kAsInCapture;
     return played;
 }
 

@@ -15,7 +15,7 @@
 namespace vorn_onu {
 
 // What a request's answer says beside success.
-enum class Refusal : std::uint8_t {
+enum class RefusalKind : std::uint8_t {
     kNone,
     kAsInCapture,  // the ONU of the capture answered with the same result
     kRefused,      // another result than success, or no answer where one was asked for
@@ -39,7 +39,7 @@ struct Played {
     bool repeated = false;
     CodeState code = CodeState::kNotJudged;          // the message's integrity code
     CodeState capturedCode = CodeState::kNotJudged;  // that of the capture's answer
-    Refusal refusal = Refusal::kNone;
+    RefusalKind refusal = RefusalKind::kNone;
     bool otherResult = false;              // than the capture's
     std::vector<std::string> differences;  // to the capture's answer, in words
     std::vector<std::string> madeUp;       // entities that the capture has from before its begin

@@ -19,7 +19,7 @@ constexpr std::size_t kBelow = 10;  // columns in front of what stands below a m
 bool isPart(const Played& played) {
     using omci::MessageType;
     const MessageType type = played.message.type;
-    return !played.fromOnu && !played.repeated && played.refusal == Refusal::kNone &&
+    return !played.fromOnu && !played.repeated && played.refusal == RefusalKind::kNone &&
            played.code != CodeState::kWrong && played.capturedCode != CodeState::kWrong && played.calls.empty() &&
            (type == MessageType::kMibUploadNext || type == MessageType::kGetAllAlarmsNext ||
             type == MessageType::kDownloadSection);
@@ -76,7 +76,7 @@ std::string MessageOutput::head(const Played& played, const std::string& number,
         (played.text.transaction.size() < 6 ? std::string(6 - played.text.transaction.size(), ' ') : "") +
         (played.fromOnu ? "  ONU  " : "  OLT  ");
     const std::size_t indent = 3 + widthOf(in) + widthOf(played.text.type) + 2;
-    const bool tolerated = isAsExpected(played) && played.refusal == Refusal::kAsInCapture;
+    const bool tolerated = isAsExpected(played) && played.refusal == RefusalKind::kAsInCapture;
     const std::string mark = tolerated              ? terminal_.yellow("!")
                              : isAsExpected(played) ? terminal_.green("✓")
                                                     : terminal_.red("✗");
@@ -226,7 +226,7 @@ nlohmann::json playedJson(const Played& played) {
     if (!played.whyNoAnswer.empty()) json["whyNoAnswer"] = played.whyNoAnswer;
     json["repeated"] = played.repeated;
     if (played.code != CodeState::kNotJudged) json["integrity"] = played.code == CodeState::kRight ? "right" : "wrong";
-    json["refused"] = played.refusal != Refusal::kNone;
+    json["refused"] = played.refusal != RefusalKind::kNone;
     json["differences"] = played.differences;
     json["madeUp"] = played.madeUp;
     auto calls = nlohmann::json::array();

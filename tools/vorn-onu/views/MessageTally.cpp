@@ -7,7 +7,7 @@ namespace vorn_onu {
 bool isAsExpected(const Played& played) {
     const bool failed =
         std::any_of(played.calls.begin(), played.calls.end(), [](const HalStep& call) { return call.result != 0; });
-    return !played.otherResult && played.refusal != Refusal::kRefused && !failed;
+    return !played.otherResult && played.refusal != RefusalKind::kRefused && !failed;
 }
 
 void MessageTally::add(const Played& played) {
@@ -20,8 +20,8 @@ void MessageTally::add(const Played& played) {
     calls += played.calls.size();
     problems += played.problems.size();
     for (const HalStep& call : played.calls) failedCalls += call.result != 0 ? 1 : 0;
-    if (played.refusal == Refusal::kNone) return;
-    ++(played.refusal == Refusal::kRefused ? refused : refusedAsCaptured);
+    if (played.refusal == RefusalKind::kNone) return;
+    ++(played.refusal == RefusalKind::kRefused ? refused : refusedAsCaptured);
     if (firstRefused.size() >= kMaxNamed) return;
     const std::string why = played.answer ? played.answer->result : "no answer, " + played.whyNoAnswer;
     firstRefused.push_back(std::to_string(played.number) + " " + played.text.type + " " + played.text.entity + ": " +
