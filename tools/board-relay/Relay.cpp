@@ -18,11 +18,11 @@
 
 #include <nlohmann/json.hpp>
 
-#include "running/io/JsonCheck.h"
 #include "libc/program/Companion.h"
 #include "living/LineSocket.h"
 #include "living/Protocol.h"
 #include "living/Session.h"
+#include "running/io/JsonCheck.h"
 
 namespace {
 

@@ -56,7 +56,6 @@ unsigned kernelFlags(const NetworkDevice& device);  // as SIOCGIFFLAGS answers t
 int changeBridge(const std::string& name, const std::function<int(Bridge&)>& change);
 int changePort(const std::string& name, const std::function<int(BridgePort&)>& change);
 
-
 // ---- policy routing: "from 10.0.0.5 table 12", "default via 10.0.0.1 dev br3.2 table 12" ----
 
 int addIpRule(const std::string& rule);     // EEXIST

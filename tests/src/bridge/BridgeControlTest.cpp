@@ -1,5 +1,5 @@
-#include "src/bridge/BridgeContract.h"
 #include "bridge/BridgeControl.h"
+#include "src/bridge/BridgeContract.h"
 #include "support/OnuFixture.h"
 
 namespace {

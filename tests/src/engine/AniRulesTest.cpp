@@ -3,8 +3,8 @@
 #include <cstring>
 #include <tuple>
 
-#include "src/engine/AniService.h"
 #include "platform/vlanctl.h"
+#include "src/engine/AniService.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 // Multicast: the downstream path to the VEIP side, the tagging row as rules on it, the proxy's configuration file.
 #include <tuple>
 
-#include "src/engine/AniService.h"
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
 #include "platform/vlanctl.h"
+#include "src/engine/AniService.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <random>
 #include <set>
 
-#include "src/engine/UniRows.h"
 #include "hal/ProvisioningRecords.h"
+#include "src/engine/UniRows.h"
 
 namespace {
 

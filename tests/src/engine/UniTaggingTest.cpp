@@ -1,6 +1,6 @@
 // The rules that the rows of a UNI leave on the device.
-#include "src/engine/UniRows.h"
 #include "platform/vlanctl.h"
+#include "src/engine/UniRows.h"
 
 namespace {
 

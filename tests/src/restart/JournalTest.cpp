@@ -5,8 +5,8 @@
 #include <csignal>
 #include <functional>
 
-#include "src/restart/Files.h"
 #include "kit/StateEntries.h"
+#include "src/restart/Files.h"
 #include "state/Checksum.h"
 #include "state/Journal.h"
 

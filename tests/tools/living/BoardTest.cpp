@@ -10,9 +10,9 @@
 #include <set>
 #include <thread>
 
-#include "tools/living/LivingBoards.h"
 #include "support/Emulated.h"
 #include "support/Programs.h"
+#include "tools/living/LivingBoards.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "tools/living/BoardClient.h"
 #include "support/Process.h"
+#include "tools/living/BoardClient.h"
 #include "tools/vorn-onu/RunProgram.h"
 
 class RuntimeDirectory {

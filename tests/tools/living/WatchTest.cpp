@@ -6,10 +6,10 @@
 #include <map>
 #include <memory>
 
-#include "tools/living/LivingBoards.h"
-#include "tools/program/Terminal.h"
 #include "support/Emulated.h"
 #include "support/Programs.h"
+#include "tools/living/LivingBoards.h"
+#include "tools/program/Terminal.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tools/page/Http.h"
 #include "support/Process.h"
+#include "tools/page/Http.h"
 #include "tools/vorn-onu/RunProgram.h"
 
 // The internet service of the scenario of this name stands on it, before it is taken back.

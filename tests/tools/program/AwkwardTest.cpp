@@ -6,9 +6,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tools/program/Terminal.h"
 #include "support/Emulated.h"
 #include "support/Programs.h"
+#include "tools/program/Terminal.h"
 #include "tools/vorn-onu/RunProgram.h"
 
 namespace {

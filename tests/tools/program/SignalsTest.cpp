@@ -1,9 +1,9 @@
 // A daemon that detaches itself from the terminal, under the tool, and signals.
 #include <gtest/gtest.h>
 
-#include "tools/program/Terminal.h"
 #include "support/Emulated.h"
 #include "support/Programs.h"
+#include "tools/program/Terminal.h"
 #include "tools/vorn-onu/RunProgram.h"
 
 namespace {

@@ -15,8 +15,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tools/program/Terminal.h"
 #include "support/Process.h"
+#include "tools/program/Terminal.h"
 #include "tools/vorn-onu/RunProgram.h"
 
 namespace {

@@ -5,10 +5,10 @@
 
 #include <nlohmann/json.hpp>
 
-#include "views/audit/TaggingTable.h"
-#include "views/audit/VlanFilter.h"
 #include "support/Programs.h"
 #include "tools/vorn-onu/RunProgram.h"
+#include "views/audit/TaggingTable.h"
+#include "views/audit/VlanFilter.h"
 
 namespace {
 

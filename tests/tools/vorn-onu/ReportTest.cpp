@@ -6,8 +6,6 @@
 #include <sstream>
 #include <tuple>
 
-#include "views/Capture.h"
-#include "views/Report.h"
 #include "running/state/FailedCalls.h"
 #include "running/state/RuleReach.h"
 #include "running/state/ServiceWords.h"
@@ -15,6 +13,8 @@
 #include "running/state/WalkWords.h"
 #include "support/Programs.h"
 #include "tools/vorn-onu/RunProgram.h"
+#include "views/Capture.h"
+#include "views/Report.h"
 
 namespace {
 

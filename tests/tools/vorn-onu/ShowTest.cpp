@@ -6,9 +6,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "views/Terminal.h"
 #include "running/state/FieldWords.h"
 #include "tools/vorn-onu/RunProgram.h"
+#include "views/Terminal.h"
 
 namespace {
 

@@ -7,11 +7,11 @@
 
 #include <nlohmann/json.hpp>
 
-#include "views/Terminal.h"
 #include "running/state/RuleWords.h"
 #include "support/Programs.h"
 #include "tools/vorn-onu/ReadJson.h"
 #include "tools/vorn-onu/RunProgram.h"
+#include "views/Terminal.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include <functional>
 #include <vector>
 
-#include "views/audit/AskedServices.h"
 #include "omci/mib/Mib.h"
 #include "omci/services/Piece.h"
+#include "views/audit/AskedServices.h"
 
 namespace vorn_onu {
 

@@ -3,12 +3,12 @@
 
 #include "commands/AtTrying.h"
 #include "commands/Commands.h"
+#include "commands/ExecSummary.h"
 #include "commands/FrameSending.h"
-#include "running/io/JsonCheck.h"
-#include "running/io/Output.h"
 #include "living/Client.h"
 #include "living/TypedStep.h"
-#include "commands/ExecSummary.h"
+#include "running/io/JsonCheck.h"
+#include "running/io/Output.h"
 #include "views/DeviceReport.h"
 #include "views/StepReply.h"
 

@@ -3,10 +3,10 @@
 
 #include "commands/AtTrying.h"
 #include "commands/Commands.h"
-#include "running/io/Output.h"
 #include "living/Client.h"
-#include "views/Terminal.h"
+#include "running/io/Output.h"
 #include "running/state/DeviceState.h"
+#include "views/Terminal.h"
 
 namespace vorn_onu {
 

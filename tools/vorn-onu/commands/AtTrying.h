@@ -8,8 +8,8 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "commands/Commands.h"
-#include "running/io/Output.h"
 #include "living/Protocol.h"
+#include "running/io/Output.h"
 #include "running/scenario/fields/Problem.h"
 
 namespace vorn_onu {

@@ -8,8 +8,8 @@
 
 #include "commands/AtTrying.h"
 #include "commands/Commands.h"
-#include "running/io/Screen.h"
 #include "living/Client.h"
+#include "running/io/Screen.h"
 #include "views/WatchView.h"
 
 namespace vorn_onu {

@@ -7,9 +7,9 @@
 
 #include "commands/Commands.h"
 #include "running/io/Output.h"
+#include "running/program/HalOutput.h"
 #include "running/scenario/Runner.h"
 #include "views/AuditWords.h"
-#include "running/program/HalOutput.h"
 
 namespace vorn_onu {
 

@@ -3,8 +3,8 @@
 #include <CLI/CLI.hpp>
 
 #include "commands/CommandLine.h"
-#include "commands/TapOptions.h"
 #include "commands/Commands.h"
+#include "commands/TapOptions.h"
 
 namespace vorn_onu {
 

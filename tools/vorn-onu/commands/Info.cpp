@@ -13,8 +13,8 @@
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
 #include "running/io/Output.h"
-#include "running/scenario/Runner.h"
 #include "running/program/HalOutput.h"
+#include "running/scenario/Runner.h"
 #include "views/Terminal.h"
 
 namespace vorn_onu {

@@ -4,8 +4,8 @@
 #include <CLI/CLI.hpp>
 
 #include "commands/CommandLine.h"
-#include "commands/FrameOptions.h"
 #include "commands/Commands.h"
+#include "commands/FrameOptions.h"
 #include "living/BoardSocket.h"
 #include "running/scenario/Scenario.h"
 

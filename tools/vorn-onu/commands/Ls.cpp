@@ -4,10 +4,10 @@
 #include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
+#include "living/BoardSocket.h"
+#include "living/Client.h"
 #include "running/io/Output.h"
 #include "running/io/Printed.h"
-#include "living/Client.h"
-#include "living/BoardSocket.h"
 #include "views/Terminal.h"
 
 namespace vorn_onu {

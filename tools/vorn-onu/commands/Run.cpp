@@ -16,14 +16,14 @@
 #include "commands/RunSeveral.h"
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
+#include "living/Server.h"
 #include "running/io/Files.h"
 #include "running/io/Output.h"
-#include "living/Server.h"
-#include "views/DeviceReport.h"
 #include "running/program/HalOutput.h"
+#include "running/program/TapOption.h"
+#include "views/DeviceReport.h"
 #include "views/RunOutput.h"
 #include "views/RunReport.h"
-#include "running/program/TapOption.h"
 
 namespace vorn_onu {
 

@@ -4,16 +4,16 @@
 
 #include <nlohmann/json.hpp>
 
-#include "running/capture/CaptureReader.h"
-#include "running/capture/CaptureWriter.h"
 #include "commands/Commands.h"
 #include "commands/FrameSending.h"
 #include "commands/SendCapture.h"
+#include "running/capture/CaptureReader.h"
+#include "running/capture/CaptureWriter.h"
 #include "running/io/Files.h"
 #include "running/io/Output.h"
+#include "running/program/HalOutput.h"
 #include "running/scenario/Runner.h"
 #include "running/scenario/fields/FrameFields.h"
-#include "running/program/HalOutput.h"
 #include "views/Terminal.h"
 
 namespace vorn_onu {

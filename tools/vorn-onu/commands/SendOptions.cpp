@@ -3,8 +3,8 @@
 #include <CLI/CLI.hpp>
 
 #include "commands/CommandLine.h"
-#include "commands/FrameOptions.h"
 #include "commands/Commands.h"
+#include "commands/FrameOptions.h"
 
 namespace vorn_onu {
 

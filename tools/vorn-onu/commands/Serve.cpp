@@ -6,10 +6,10 @@
 
 #include "commands/Commands.h"
 #include "commands/EndingSignals.h"
-#include "running/io/Output.h"
-#include "living/Client.h"
-#include "views/page/HttpServer.h"
 #include "commands/ExecSummary.h"
+#include "living/Client.h"
+#include "running/io/Output.h"
+#include "views/page/HttpServer.h"
 
 namespace vorn_onu {
 

@@ -5,8 +5,8 @@
 #include <mutex>
 #include <string>
 
-#include "running/io/HeldJson.h"
 #include "living/Session.h"
+#include "running/io/HeldJson.h"
 
 namespace vorn_onu::living {
 

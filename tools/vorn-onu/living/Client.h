@@ -6,9 +6,9 @@
 #include <optional>
 #include <string>
 
-#include "running/io/HeldJson.h"
 #include "living/LineSocket.h"
 #include "living/Protocol.h"
+#include "running/io/HeldJson.h"
 #include "running/scenario/fields/Problem.h"
 
 namespace vorn_onu::living {

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "running/io/HeldJson.h"
 #include "living/Board.h"
+#include "running/io/HeldJson.h"
 
 namespace vorn_onu::living {
 

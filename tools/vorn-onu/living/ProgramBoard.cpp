@@ -23,6 +23,7 @@ namespace vorn_onu {
 namespace {
 
 using living::Got;
+using living::Refusal;
 
 constexpr int kHelloMs = 1000;
 constexpr int kAnswerMs = 10000;                               // a program that is stopped answers nothing
@@ -132,8 +133,8 @@ bool ProgramBoard::readAnswer(Relay& relay, std::uint64_t number, std::string& a
         const Got got = relay.socket.read(answer, relay.silent ? kSilentMs : kAnswerMs);
         relay.silent = got == Got::Nothing;
         if (got == Got::Nothing)
-            throw living::Refusal("no-answer", relay.program + " (process " + std::to_string(relay.process) +
-                                                   ") does not answer; is it stopped?");
+            throw Refusal("no-answer", relay.program + " (process " + std::to_string(relay.process) +
+                                           ") does not answer; is it stopped?");
         if (got != Got::Line) return false;
         if (answer.compare(0, start.size(), start) != 0) continue;  // of a request that nobody waits for any more
         answer.erase(0, start.size());
@@ -166,9 +167,8 @@ std::string ProgramBoard::ask(const Json& request) {
             asked = next && next->answers;
             relay = next ? next : chosen();
         }
-        throw living::Refusal("no-board",
-                              "no process of the program has called the device yet, or those that have are gone");
-    } catch (const living::Refusal& refusal) {
+        throw Refusal("no-board", "no process of the program has called the device yet, or those that have are gone");
+    } catch (const Refusal& refusal) {
         return living::refusalText(refusal);
     }
 }

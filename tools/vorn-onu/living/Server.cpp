@@ -10,8 +10,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "running/io/JsonCheck.h"
 #include "living/Within.h"
+#include "running/io/JsonCheck.h"
 
 namespace vorn_onu::living {
 

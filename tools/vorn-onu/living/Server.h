@@ -13,9 +13,9 @@
 #include <vector>
 
 #include "living/Board.h"
+#include "living/BoardSocket.h"
 #include "living/LineSocket.h"
 #include "living/News.h"
-#include "living/BoardSocket.h"
 #include "living/Protocol.h"
 
 namespace vorn_onu::living {

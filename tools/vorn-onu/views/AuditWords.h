@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "views/audit/Audit.h"
 #include "views/Terminal.h"
+#include "views/audit/Audit.h"
 
 namespace vorn_onu {
 

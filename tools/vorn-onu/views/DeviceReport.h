@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "views/Terminal.h"
 #include "running/state/DeviceState.h"
 #include "running/state/FailedCalls.h"
+#include "views/Terminal.h"
 
 namespace vorn_onu {
 

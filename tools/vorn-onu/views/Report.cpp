@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "views/Html.h"
-#include "views/ReportStyle.h"
 #include "running/state/FailedCalls.h"
 #include "running/state/RuleReach.h"
+#include "views/Html.h"
+#include "views/ReportStyle.h"
 
 namespace vorn_onu {
 

@@ -2,13 +2,13 @@
 #include <algorithm>
 #include <map>
 
-#include "views/Html.h"
-#include "views/Report.h"
 #include "running/state/PonWords.h"
 #include "running/state/RuleWords.h"
 #include "running/state/ServiceWords.h"
 #include "running/state/Services.h"
 #include "running/state/TapWords.h"
+#include "views/Html.h"
+#include "views/Report.h"
 
 namespace vorn_onu {
 

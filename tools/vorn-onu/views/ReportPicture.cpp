@@ -3,10 +3,10 @@
 // VLANs that pass them.
 #include <algorithm>
 
-#include "views/Html.h"
-#include "views/Report.h"
 #include "running/state/ServiceWords.h"
 #include "running/state/Services.h"
+#include "views/Html.h"
+#include "views/Report.h"
 
 namespace vorn_onu {
 

@@ -8,8 +8,8 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "running/scenario/Runner.h"
-#include "views/Terminal.h"
 #include "running/state/FailedCalls.h"
+#include "views/Terminal.h"
 
 namespace vorn_onu {
 

@@ -4,10 +4,10 @@
 
 #include <nlohmann/json.hpp>
 
-#include "views/audit/Audit.h"
 #include "running/scenario/fields/FrameFields.h"
-#include "views/AuditWords.h"
 #include "running/state/WalkWords.h"
+#include "views/AuditWords.h"
+#include "views/audit/Audit.h"
 
 namespace vorn_onu {
 

@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "views/audit/AskedServices.h"
 #include "running/scenario/Runner.h"
+#include "running/state/RuleOrigins.h"
 #include "views/Capture.h"
 #include "views/Report.h"
-#include "running/state/RuleOrigins.h"
+#include "views/audit/AskedServices.h"
 
 namespace vorn_onu {
 

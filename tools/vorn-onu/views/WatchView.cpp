@@ -8,11 +8,11 @@
 #include <nlohmann/json.hpp>
 
 #include "running/io/Printed.h"
-#include "views/Terminal.h"
 #include "running/state/DeviceState.h"
 #include "running/state/FailedCalls.h"
 #include "running/state/ServiceWords.h"
 #include "running/state/Services.h"
+#include "views/Terminal.h"
 
 namespace vorn_onu {
 

@@ -9,8 +9,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "running/io/Words.h"
 #include "platform/kit_numbers.h"
+#include "running/io/Words.h"
 #include "running/state/PonWords.h"
 #include "running/state/RuleWords.h"
 #include "running/state/Services.h"

@@ -9,9 +9,9 @@
 #include <utility>
 #include <vector>
 
+#include "running/scenario/Scenario.h"
 #include "views/audit/TaggingTable.h"
 #include "views/audit/VlanFilter.h"
-#include "running/scenario/Scenario.h"
 
 namespace vorn_onu::audit {
 

@@ -5,8 +5,8 @@
 #include <map>
 #include <tuple>
 
-#include "views/audit/FrameClasses.h"
 #include "running/state/WalkWords.h"
+#include "views/audit/FrameClasses.h"
 
 namespace vorn_onu::audit {
 

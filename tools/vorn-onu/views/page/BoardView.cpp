@@ -7,11 +7,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include "views/Html.h"
+#include "views/Report.h"
 #include "views/page/CallPart.h"
 #include "views/page/ControlPart.h"
 #include "views/page/CounterPart.h"
-#include "views/Html.h"
-#include "views/Report.h"
 
 namespace vorn_onu::page {
 

@@ -10,8 +10,8 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "running/io/HeldJson.h"
 #include "living/Client.h"
+#include "running/io/HeldJson.h"
 #include "running/state/DeviceState.h"
 
 namespace vorn_onu::page {

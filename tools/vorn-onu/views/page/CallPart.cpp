@@ -3,8 +3,8 @@
 #include <nlohmann/json.hpp>
 
 #include "running/io/Printed.h"
-#include "views/Html.h"
 #include "running/state/DeviceState.h"
+#include "views/Html.h"
 
 namespace vorn_onu::page {
 

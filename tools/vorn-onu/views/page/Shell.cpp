@@ -1,11 +1,11 @@
 #include "views/page/Shell.h"
 
 #include "VirtualOnu.h"
-#include "views/page/Guard.h"
-#include "views/page/PageStyle.h"
 #include "views/Html.h"
 #include "views/Report.h"
 #include "views/ReportStyle.h"
+#include "views/page/Guard.h"
+#include "views/page/PageStyle.h"
 
 namespace vorn_onu::page {
 
