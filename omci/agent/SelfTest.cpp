@@ -48,13 +48,13 @@ std::optional<double> aboveMicrowatt(std::optional<int> level) {
 }
 
 Bytes opticalLine(VornHal& hal, Device& device) {
-    constexpr double kMost = 65535;
+    constexpr double kMaxCount = 65535;
     const ModuleReading module = device.module();
     Bytes report;
-    addMeasurement(report, kFeedVoltage, module.volts, 0.020, 0, kMost);
-    addMeasurement(report, kReceivedPower, aboveMicrowatt(receivedLevel(hal)), 1, 0, kMost);
-    addMeasurement(report, kLaunchPower, aboveMicrowatt(transmittedLevel(hal)), 1, 0, kMost);
-    addMeasurement(report, kLaserBias, module.biasMilliamperes, 0.002, 0, kMost);
+    addMeasurement(report, kFeedVoltage, module.volts, 0.020, 0, kMaxCount);
+    addMeasurement(report, kReceivedPower, aboveMicrowatt(receivedLevel(hal)), 1, 0, kMaxCount);
+    addMeasurement(report, kLaunchPower, aboveMicrowatt(transmittedLevel(hal)), 1, 0, kMaxCount);
+    addMeasurement(report, kLaserBias, module.biasMilliamperes, 0.002, 0, kMaxCount);
     addMeasurement(report, kTemperature, module.celsius, 1.0 / 256, -32768, 32767);
     appendNumber(report, kNullPointer, 2);
     return report;

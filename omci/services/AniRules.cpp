@@ -9,7 +9,7 @@ namespace omci::services {
 
 namespace {
 
-constexpr std::size_t kMostEntries = 12;
+constexpr std::size_t kMaxEntries = 12;
 
 // Forward operations for which the HAL's rules do what they say, for frames that go up as well as down.
 enum HalFilter : std::uint8_t {
@@ -89,7 +89,7 @@ public:
                 break;
         }
         if (forward.untagged && gem_.untagged && forward.tagged != Tagged::kPass) add(kUntagged, 2);
-        made_.staysBehind |= rules_ > kMostRules;
+        made_.staysBehind |= rules_ > kMaxRules;
         return std::move(made_);
     }
 
@@ -105,8 +105,8 @@ private:
     }
     // Records of as many entries as fit. An entry is looked for with one and with two tags, up and down.
     void addList(HalFilter operation, const std::vector<std::uint16_t>& entries) {
-        for (std::size_t at = 0; at < entries.size(); at += kMostEntries) {
-            const std::size_t count = std::min(kMostEntries, entries.size() - at);
+        for (std::size_t at = 0; at < entries.size(); at += kMaxEntries) {
+            const std::size_t count = std::min(kMaxEntries, entries.size() - at);
             const auto first = entries.begin() + static_cast<std::ptrdiff_t>(at);
             const std::string list = tciText({first, first + static_cast<std::ptrdiff_t>(count)});
             add(operation, 4 * static_cast<unsigned>(count));

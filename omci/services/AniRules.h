@@ -37,7 +37,7 @@ struct AniRules {
     std::vector<std::string> problems;
 };
 // Rules that the HAL keeps of one GEM port of a bridge, or of one port; it forgets those behind them.
-constexpr unsigned kMostRules = 96;
+constexpr unsigned kMaxRules = 96;
 
 AniRules aniRules(std::uint16_t bridgeId, const GemService& gem, const VlanFilter& filter);
 

@@ -13,7 +13,7 @@ namespace omci::services {
 class GemIndexes {
 public:
     void added(std::uint16_t port) {
-        if (choices_.size() > kMostChoices) choices_.clear();
+        if (choices_.size() > kMaxChoices) choices_.clear();
         const auto [choice, isNew] = choices_.emplace(inUse_, names_ + 1);
         if (isNew) ++names_;
         now_[port] = choice->second;
@@ -35,7 +35,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t kMostChoices = 100'000;
+    static constexpr std::size_t kMaxChoices = 100'000;
 
     // Numbers whose combinations tell sets apart.
     static std::uint64_t scattered(std::uint64_t name) {

@@ -144,7 +144,7 @@ void Planner::checkRules(UniRules& rules) {
             }))
             problem(one.entity, (textOf(one.row) + ": the HAL drops only what fits no other row").c_str());
         count += one.rules();
-        if (count <= kMostRules) {
+        if (count <= kMaxRules) {
             ++rule;
             continue;
         }

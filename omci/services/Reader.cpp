@@ -7,7 +7,7 @@ namespace omci::services {
 
 namespace {
 
-constexpr std::size_t kMostMessages = 32;  // that are kept of one entity: the first and the latest
+constexpr std::size_t kMaxMessages = 32;  // that are kept of one entity: the first and the latest
 
 std::uint32_t packed(EntityKey key) {
     return std::uint32_t{key.classId} << 16 | key.instance;
@@ -42,7 +42,7 @@ void Readers::appendTo(std::set<EntityKey>& readers, Subject subject, EntityKey 
 void History::add(EntityKey key, MessageRef message) {
     auto& messages = messages_[packed(key)];
     if (!messages.empty() && messages.back() == message) return;
-    if (messages.size() == kMostMessages) messages.erase(messages.begin() + 1);
+    if (messages.size() == kMaxMessages) messages.erase(messages.begin() + 1);
     messages.push_back(message);
 }
 

@@ -11,8 +11,8 @@
 
 namespace {
 
-constexpr long kMostTicks = 0x7FFFFFFF;
-constexpr int kHighestPriority = 65535;
+constexpr long kMaxTicks = 0x7FFFFFFF;
+constexpr int kMaxPriority = 65535;
 
 int writeNumber(const std::string& path, long number) {
     const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
@@ -30,7 +30,7 @@ int setBridge(const char* name, const char* attribute, long number) {
 }
 
 int setBridgeTime(const char* name, const char* attribute, const timeval* time) {
-    if (time == nullptr || time->tv_sec < 0 || time->tv_sec > kMostTicks / kernel_bridge::kTicksPerSecond - 1)
+    if (time == nullptr || time->tv_sec < 0 || time->tv_sec > kMaxTicks / kernel_bridge::kTicksPerSecond - 1)
         return EINVAL;
     if (time->tv_usec < 0 || time->tv_usec > 999999) return EINVAL;
     return setBridge(
@@ -66,7 +66,7 @@ int br_set_ageing_time(const char* bridge, struct timeval* time) {
 }
 
 int br_set_bridge_priority(const char* bridge, int priority) {
-    if (priority < 0 || priority > kHighestPriority) return EINVAL;
+    if (priority < 0 || priority > kMaxPriority) return EINVAL;
     return setBridge(bridge, "priority", priority);
 }
 

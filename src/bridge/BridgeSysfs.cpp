@@ -185,8 +185,8 @@ int br_get_port_info(const char* bridge, const char* port, struct br_port_info* 
 }
 
 int br_read_fdb(const char* bridge, struct br_fdb_entry* entries, size_t capacity, size_t skip, size_t* count) {
-    constexpr std::size_t kMostEntries = std::numeric_limits<std::int32_t>::max() / sizeof(__fdb_entry);
-    if (!isDeviceName(bridge) || entries == nullptr || count == nullptr || skip > kMostEntries) return EINVAL;
+    constexpr std::size_t kMaxEntries = std::numeric_limits<std::int32_t>::max() / sizeof(__fdb_entry);
+    if (!isDeviceName(bridge) || entries == nullptr || count == nullptr || skip > kMaxEntries) return EINVAL;
     const std::string path = std::string(kernel_bridge::kNetClass) + "/" + bridge + "/" SYSFS_BRIDGE_FDB;
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) return kernel_bridge::deviceError(errno);

@@ -23,8 +23,8 @@ constexpr std::size_t kHeaderPadding = 12;
 constexpr std::size_t kChecksumSize = 4;
 constexpr std::size_t kHeaderSize = kMagic.size() + 4 + kBootIdSize + kHeaderPadding + kChecksumSize;
 constexpr std::size_t kRecordHeadSize = 8;
-constexpr std::size_t kLargestContent = 1 << 20;
-constexpr std::size_t kLargestFile = 8 << 20;
+constexpr std::size_t kMaxContentSize = 1 << 20;
+constexpr std::size_t kMaxFileSize = 8 << 20;
 
 constexpr const char* kBroken = "has a broken record";
 
@@ -54,7 +54,7 @@ bool readWhole(int fd, std::string* bytes, std::string* problem) {
         *problem = std::strerror(errno);
         return false;
     }
-    if (facts.st_size < 0 || static_cast<std::size_t>(facts.st_size) > kLargestFile) {
+    if (facts.st_size < 0 || static_cast<std::size_t>(facts.st_size) > kMaxFileSize) {
         *problem = "is too large";
         return false;
     }
@@ -81,7 +81,7 @@ Parsed takeRecord(std::string_view* rest, std::vector<Record>* records) {
     const std::uint8_t kind = head.u8();
     ByteWriter expected;
     addHead(expected, length, kind);
-    if (expected.bytes() != rest->substr(0, kRecordHeadSize) || length > kLargestContent || !isKind(kind))
+    if (expected.bytes() != rest->substr(0, kRecordHeadSize) || length > kMaxContentSize || !isKind(kind))
         return Parsed::Broken;
     const std::size_t summed = kRecordHeadSize + length;
     if (rest->size() < summed + kChecksumSize) return Parsed::Torn;

@@ -51,10 +51,10 @@ void waitForState(const std::string& device) {
 // Closes all that it does not know, as daemons do, and has every number taken by a file of its own.
 void closeAll(const std::string& own) {
     hal().vorn_omci_hal_configureBridge(3, 0);
-    constexpr int kMost = 5000;
-    for (int fd = 3; fd < kMost; ++fd) close(fd);
+    constexpr int kMaxCount = 5000;
+    for (int fd = 3; fd < kMaxCount; ++fd) close(fd);
     const int file = open(own.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    for (int fd = file + 1; fd < kMost; ++fd)
+    for (int fd = file + 1; fd < kMaxCount; ++fd)
         if (dup2(file, fd) < 0) break;
     hal().vorn_omci_hal_configureBridge(4, 0);
     struct stat found {};

@@ -31,7 +31,7 @@ using vorn_onu::Json;
 using namespace vorn_onu::living;
 
 constexpr const char* kFolder = "VORN_ONU_RUN";
-constexpr rlim_t kHighest = 4096;  // the kernel keeps a table as long as the highest number
+constexpr rlim_t kMaxNumber = 4096;  // the kernel keeps a table as long as the highest number
 constexpr rlim_t kRoom = 64;
 constexpr std::size_t kFrame = 100;  // bytes around a request
 constexpr int kLookMs = 1000;        // how soon it is seen that the program has closed the connection
@@ -74,7 +74,7 @@ Relay& relay() {
 // A high number for the connection; -1 when the program has taken the number meanwhile, which is then left alone.
 int raised(int descriptor, const Identity& identity) {
     rlimit limit{};
-    const rlim_t end = getrlimit(RLIMIT_NOFILE, &limit) == 0 ? std::min(limit.rlim_cur, kHighest) : 0;
+    const rlim_t end = getrlimit(RLIMIT_NOFILE, &limit) == 0 ? std::min(limit.rlim_cur, kMaxNumber) : 0;
     if (end > 2 * kRoom) {
         const auto high = static_cast<int>(syscall(SYS_fcntl, descriptor, F_DUPFD_CLOEXEC, end - kRoom));
         if (high >= 0) {
@@ -131,7 +131,7 @@ public:
 
 private:
     Connection(int descriptor, const Identity& identity)
-        : socket_(descriptor, kLongestRequest + kFrame), identity_(identity) {
+        : socket_(descriptor, kMaxRequestLength + kFrame), identity_(identity) {
         relay().device = identity_.device;
         relay().inode = identity_.inode;
         relay().descriptor = descriptor;

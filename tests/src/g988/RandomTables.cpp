@@ -11,8 +11,8 @@ using virtual_onu::VlanTag;
 
 namespace {
 
-constexpr std::size_t kMostRows = 12 + 3;
-constexpr std::size_t kMostSides = 3;
+constexpr std::size_t kMaxRows = 12 + 3;
+constexpr std::size_t kMaxSides = 3;
 
 g988::TagCodes codesOf(const Field& field) {
     return {static_cast<std::uint8_t>(field.priority), static_cast<std::uint16_t>(field.vid),
@@ -112,7 +112,7 @@ PonSide RandomTables::side(unsigned bridge) {
 
 void RandomTables::changeSides(Board& board) {
     auto& sides = board.sides;
-    const bool one = sides.empty() || (sides.size() < kMostSides && below(3) == 0);
+    const bool one = sides.empty() || (sides.size() < kMaxSides && below(3) == 0);
     if (one) {
         const PonSide made = side(of({1, 1, 2}));
         const auto behind = [](const PonSide& left, const PonSide& right) { return left.bridge < right.bridge; };
@@ -172,7 +172,7 @@ void RandomTables::change(Board& board) {
     if (board.sides.empty() || what < 3) return changeSides(board);
     if (what == 3) return changePort(board);
     board.port.hasTable = true;
-    if (rows.size() >= kMostRows || (what == 4 && !rows.empty())) {
+    if (rows.size() >= kMaxRows || (what == 4 && !rows.empty())) {
         rows.erase(rows.begin() + below(static_cast<unsigned>(rows.size())));
     } else if (what == 5 && !rows.empty()) {  // the same filters, another treatment
         Row changed = row(board);

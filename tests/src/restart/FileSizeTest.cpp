@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::uint16_t kServices = 64;
 constexpr std::uint16_t kRows = 48;  // of a service: 96 rules, as many as the rule map takes
-constexpr std::uintmax_t kMost = std::uintmax_t{1} << 20U;
+constexpr std::uintmax_t kMaxCount = std::uintmax_t{1} << 20U;
 
 class FileSize : public RestartFixture {
 protected:
@@ -38,7 +38,7 @@ TEST_F(FileSize, StaysBelowOneMebibyteWhileAFullDeviceIsProvisionedAndChanged) {
     for (std::uint16_t service = 1; service <= kServices; ++service)
         for (const bool add : {false, true})
             for (std::uint16_t number = 0; number < 4; ++number) change(daemon, service, number, add);
-    EXPECT_LT(largest_, kMost);
+    EXPECT_LT(largest_, kMaxCount);
     std::cout << "largest file: " << largest_ << " bytes\n";
 
     const std::size_t rules = onu().ruleCount();

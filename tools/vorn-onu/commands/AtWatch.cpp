@@ -21,8 +21,8 @@ using Clock = std::chrono::steady_clock;
 constexpr int kRefreshMs = 500;
 constexpr std::chrono::milliseconds kBetweenCounters{1000};  // rates over less jump
 constexpr int kReplyMs = 15000;                              // a program that is stopped is told of after ten seconds
-constexpr std::size_t kMostCalls = 200;
-constexpr std::size_t kMostFailed = 100;
+constexpr std::size_t kMaxCalls = 200;
+constexpr std::size_t kMaxFailed = 100;
 
 std::string titleOf(const std::string& name, const nlohmann::json& hello) {
     std::string title = name + ": " + hello.value("kind", "");
@@ -51,7 +51,7 @@ public:
 
 private:
     void lookAtTrace() {
-        const nlohmann::json reply = client_.ask({{"do", "trace"}, {"after", known_}, {"most", kMostCalls}});
+        const nlohmann::json reply = client_.ask({{"do", "trace"}, {"after", known_}, {"most", kMaxCalls}});
         const auto traced = reply.at("traced").get<std::uint64_t>();
         const auto process = reply.at("process").get<long>();
         if (process != process_ || traced < known_) {  // another board, or one that began anew
@@ -59,8 +59,8 @@ private:
             forget(traced);
             return lookAtDevice(0);
         }
-        if (traced > known_ + kMostCalls) {
-            keep(client_.ask({{"do", "trace"}, {"after", traced - kMostCalls}, {"most", kMostCalls}}).at("entries"));
+        if (traced > known_ + kMaxCalls) {
+            keep(client_.ask({{"do", "trace"}, {"after", traced - kMaxCalls}, {"most", kMaxCalls}}).at("entries"));
         } else {
             keep(reply.at("entries"));
         }
@@ -73,7 +73,7 @@ private:
         calls_.clear();
         failed_ = nlohmann::json::array();
         failedUpTo_ = 0;
-        known_ = traced > kMostCalls ? traced - kMostCalls : 0;
+        known_ = traced > kMaxCalls ? traced - kMaxCalls : 0;
         changes_ = 0;
     }
 
@@ -82,7 +82,7 @@ private:
             const std::string kind = entry.value("kind", "");
             if (kind != "wait" && kind != "log") calls_.push_back(callText(entry));
         }
-        while (calls_.size() > kMostCalls) calls_.pop_front();
+        while (calls_.size() > kMaxCalls) calls_.pop_front();
     }
 
     // The state is asked for when something has changed on the board, or was called and has failed.
@@ -90,14 +90,14 @@ private:
         bool anew = changes != changes_ || watched_.device->is_null();
         for (bool more = true; more;) {
             const nlohmann::json reply =
-                client_.ask({{"do", "trace"}, {"after", failedUpTo_}, {"most", kMostFailed}, {"failed", true}});
+                client_.ask({{"do", "trace"}, {"after", failedUpTo_}, {"most", kMaxFailed}, {"failed", true}});
             for (const nlohmann::json& entry : reply.at("entries")) failed_.push_back(entry);
-            more = reply.at("entries").size() == kMostFailed;
+            more = reply.at("entries").size() == kMaxFailed;
             failedUpTo_ = more ? reply.at("entries").back().at("number").get<std::uint64_t>()
                                : reply.at("traced").get<std::uint64_t>();
             anew = anew || !reply.at("entries").empty();
         }
-        while (failed_.size() > kMostFailed) failed_.erase(failed_.begin());
+        while (failed_.size() > kMaxFailed) failed_.erase(failed_.begin());
         if (!anew) return;
         changes_ = changes;
         watched_.device = client_.ask({{"do", "show"}}).at("device");

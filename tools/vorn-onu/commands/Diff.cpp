@@ -14,7 +14,7 @@ namespace vorn_onu {
 
 namespace {
 
-constexpr std::size_t kLargestState = std::size_t{256} << 20U;  // bytes; a long trace is most of it
+constexpr std::size_t kMaxStateSize = std::size_t{256} << 20U;  // bytes; a long trace is most of it
 
 // What the JSON library says without its own number: "key 'network' not found".
 std::string reasonOf(const std::exception& error) {
@@ -25,7 +25,7 @@ std::string reasonOf(const std::exception& error) {
 
 // exec writes a device's state, run writes one beside the steps.
 DeviceState stateIn(const std::string& path) {
-    const std::string text = readFile(path, kLargestState);
+    const std::string text = readFile(path, kMaxStateSize);
     if (const auto fault = checkJson(text)) throw FileProblem(path, fault->what);
     const nlohmann::json whole = nlohmann::json::parse(text);
     try {

@@ -11,7 +11,7 @@ namespace vorn_onu {
 
 namespace {
 
-constexpr std::size_t kMostHops = 14;  // shown; with the lines around them they fit a screen
+constexpr std::size_t kMaxHops = 14;  // shown; with the lines around them they fit a screen
 
 // A number where it reads as one, else a word for the field to understand or refuse.
 Json typed(const std::string& text) {
@@ -23,7 +23,7 @@ Json typed(const std::string& text) {
 std::string hopTable(const virtual_onu::Walk& walk, const Terminal& terminal) {
     const std::vector<HopWords> hops = hopWords(walk);
     Table table;
-    for (std::size_t i = 0; i < hops.size() && i < kMostHops; ++i) {
+    for (std::size_t i = 0; i < hops.size() && i < kMaxHops; ++i) {
         const HopWords& hop = hops[i];
         std::string what = hop.what;
         if (!hop.to.empty()) what += " → " + hop.to;
@@ -31,7 +31,7 @@ std::string hopTable(const virtual_onu::Walk& walk, const Terminal& terminal) {
         table.row({std::to_string(i + 1), hop.tree + hop.where, what});
     }
     std::string text = table.text(terminal);
-    if (hops.size() > kMostHops) text += "  and " + std::to_string(hops.size() - kMostHops) + " more look-ups\n";
+    if (hops.size() > kMaxHops) text += "  and " + std::to_string(hops.size() - kMaxHops) + " more look-ups\n";
     return text.empty() ? "" : text + "\n";
 }
 

@@ -37,13 +37,13 @@ void addShow(CLI::App& at, const std::string& name, Works& works) {
 }
 
 void addServe(CLI::App& at, const std::string& name, Works& works) {
-    constexpr int kUsualPort = 8080, kHighestPort = 65535;
+    constexpr int kUsualPort = 8080, kMaxPort = 65535;
     const auto serve = std::make_shared<AtServeCommand>();
     serve->port = kUsualPort;
     CLI::App* command = at.add_subcommand("serve", "show the board on a page for this machine's browsers");
     command->add_option("--port", serve->port, "where on 127.0.0.1; 0: any that is free")
         ->capture_default_str()
-        ->check(CLI::Range(0, kHighestPort))
+        ->check(CLI::Range(0, kMaxPort))
         ->type_name("PORT");
     command->footer(
         "Open the link that it prints: with its token the page can pull cables and fibre, silence the gateway, let "

@@ -28,8 +28,8 @@ namespace vorn_onu {
 
 namespace {
 
-constexpr std::size_t kMostFileBytes = std::size_t{256} << 20U;
-constexpr std::size_t kMostSkippedShown = 3;
+constexpr std::size_t kMaxFileBytes = std::size_t{256} << 20U;
+constexpr std::size_t kMaxSkippedShown = 3;
 
 std::string heading(const std::string& name, const MessageFile& file, const omci::BoardNumbering& layout,
                     const Playing& playing, const Terminal& terminal) {
@@ -51,10 +51,10 @@ std::string heading(const std::string& name, const MessageFile& file, const omci
             "The capture begins in the middle: what the OLT asked for before is not known. Entities from then are "
             "made with values of 0 when a message names them.",
             true);
-    for (std::size_t at = 0; at < file.skipped.size() && at < kMostSkippedShown; ++at)
+    for (std::size_t at = 0; at < file.skipped.size() && at < kMaxSkippedShown; ++at)
         line("No message: " + file.skipped[at], true);
-    if (file.skipped.size() > kMostSkippedShown)
-        line("and " + std::to_string(file.skipped.size() - kMostSkippedShown) + " more that are no messages", true);
+    if (file.skipped.size() > kMaxSkippedShown)
+        line("and " + std::to_string(file.skipped.size() - kMaxSkippedShown) + " more that are no messages", true);
     return text + "\n";
 }
 
@@ -154,7 +154,7 @@ int OmciCommand::run() const {
         if (file.empty()) throw std::invalid_argument("vorn-onu: omci: say which FILE to play, or where to --listen");
         std::optional<FrameInput> input;
         if (!from.empty()) input = frameOf(*this);
-        return runPlayed(*this, readMessages(readFile(file, kMostFileBytes), file, integrityOf(mic)), input);
+        return runPlayed(*this, readMessages(readFile(file, kMaxFileBytes), file, integrityOf(mic)), input);
     } catch (const Problem& problem) {
         complain("the frame: " + problem.text());
     } catch (const std::exception& error) {

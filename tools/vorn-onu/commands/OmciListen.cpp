@@ -35,7 +35,7 @@ namespace vorn_onu {
 namespace {
 
 constexpr int kTickMs = 1000;
-constexpr std::size_t kMostKept = 1000;  // messages, for the files: the latest
+constexpr std::size_t kMaxKept = 1000;  // messages, for the files: the latest
 
 class Listener {
 public:
@@ -75,7 +75,7 @@ public:
             poll(waits, 2, kTickMs);
             if ((waits[1].revents & POLLIN) != 0) return;
             const std::lock_guard<std::mutex> calls(board_.hal());
-            for (int taken = 0; taken < kMostAtOnce; ++taken) {
+            for (int taken = 0; taken < kMaxAtOnce; ++taken) {
                 const auto datagram = socket_.receive();
                 if (!datagram) break;
                 take(*datagram);
@@ -110,7 +110,7 @@ public:
     bool good() const { return tally_.good(); }
 
 private:
-    static constexpr int kMostAtOnce = 64;  // datagrams, before a signal and the clock are looked at
+    static constexpr int kMaxAtOnce = 64;  // datagrams, before a signal and the clock are looked at
 
     static omci::FrameGate gateOf(const std::string& mic) {
         const auto integrity = integrityOf(mic);
@@ -183,7 +183,7 @@ private:
         tally_.add(one);
         for (const HalStep& call : one.calls) recording_.add(call);
         run_.messages.push_back(std::make_shared<const Played>(std::move(one)));
-        if (run_.messages.size() <= kMostKept) return;
+        if (run_.messages.size() <= kMaxKept) return;
         run_.messages.pop_front();
         ++run_.before;
     }

@@ -100,9 +100,9 @@ std::optional<omci::PortState> BoardDevice::portState(omci::InstanceId ethernetP
 }
 
 std::string BoardDevice::imageVersion(omci::ByteView image) {
-    constexpr std::size_t kLongest = 14;
+    constexpr std::size_t kMaxLength = 14;
     std::string text;
-    for (const std::uint8_t byte : image.part(0, kLongest)) {
+    for (const std::uint8_t byte : image.part(0, kMaxLength)) {
         if (byte <= ' ' || byte > '~') break;
         text += static_cast<char>(byte);
     }

@@ -19,7 +19,7 @@ namespace vorn_onu::living {
 
 namespace {
 
-constexpr std::size_t kLongestName = 40;
+constexpr std::size_t kMaxNameLength = 40;
 constexpr int kWaiting = 64;  // clients that nobody has looked at yet
 const std::string kSocketEnd = ".sock";
 
@@ -42,7 +42,7 @@ std::string problemOfName(const std::string& name) {
                c == '.';
     };
     if (name.empty()) return "is empty";
-    if (name.size() > kLongestName) return "is longer than " + std::to_string(kLongestName) + " characters";
+    if (name.size() > kMaxNameLength) return "is longer than " + std::to_string(kMaxNameLength) + " characters";
     if (name.front() == '.' || name.front() == '-') return "must begin with a letter or a digit";
     if (!std::all_of(name.begin(), name.end(), isGood)) return "may have letters, digits, '-', '_' and '.'";
     return "";

@@ -30,7 +30,7 @@ std::string checked(const std::string& name) {
 }  // namespace
 
 Client::Client(const std::string& name, int replyMs)
-    : name_(checked(name)), replyMs_(replyMs), socket_(connectTo(name, socketPath(name)), kLongestReply) {}
+    : name_(checked(name)), replyMs_(replyMs), socket_(connectTo(name, socketPath(name)), kMaxReplyLength) {}
 
 json Client::read(int waitMs, bool& got) {
     std::string line;

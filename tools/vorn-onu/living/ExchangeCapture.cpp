@@ -9,7 +9,7 @@ namespace vorn_onu {
 
 namespace {
 
-constexpr std::size_t kMostWaiting = 256 * 1024;  // bytes
+constexpr std::size_t kMaxWaiting = 256 * 1024;  // bytes
 using Header = std::uint8_t[14];
 // Addresses of nobody: the channel has none.
 constexpr Header kDownstream = {2, 0, 0, 0, 0, 2, 2, 0, 0, 0, 0, 1, 0x88, 0xB5};
@@ -37,7 +37,7 @@ void ExchangeCapture::add(omci::Direction direction, omci::ByteView message) {
             .count());
     packet.direction = down ? PcapngPacket::Direction::In : PcapngPacket::Direction::Out;
     appendPacket(blocks_, packet, frame);
-    if (blocks_.size() >= kMostWaiting) flush();
+    if (blocks_.size() >= kMaxWaiting) flush();
 }
 
 void ExchangeCapture::flush() {

@@ -10,10 +10,10 @@ namespace vorn_onu {
 
 namespace {
 
-constexpr std::size_t kMostBytes = 2048;     // of one message, with what stands in front of it
-constexpr std::size_t kMostWords = 4096;     // of a line
-constexpr std::size_t kMostInDumpLine = 40;  // more than a tool puts in a line, less than a message
-constexpr std::size_t kFewBytes = 8;         // fewer digits are words that happen to look like some
+constexpr std::size_t kMaxBytes = 2048;     // of one message, with what stands in front of it
+constexpr std::size_t kMaxWords = 4096;     // of a line
+constexpr std::size_t kMaxInDumpLine = 40;  // more than a tool puts in a line, less than a message
+constexpr std::size_t kFewBytes = 8;        // fewer digits are words that happen to look like some
 
 bool isHexDigit(char c) {
     return std::isxdigit(static_cast<unsigned char>(c)) != 0;
@@ -45,7 +45,7 @@ std::vector<std::string> wordsOf(std::string line) {
     line = line.substr(0, line.find("//"));
     std::istringstream stream(line);
     std::vector<std::string> words;
-    for (std::string word; words.size() < kMostWords && stream >> word;) words.push_back(word);
+    for (std::string word; words.size() < kMaxWords && stream >> word;) words.push_back(word);
     return words;
 }
 
@@ -59,7 +59,7 @@ std::optional<std::size_t> offsetOf(std::string word) {
 
 omci::Bytes bytesFrom(const std::vector<std::string>& words, std::size_t first) {
     omci::Bytes bytes;
-    for (std::size_t at = first; at < words.size() && bytes.size() < kMostBytes; ++at) {
+    for (std::size_t at = first; at < words.size() && bytes.size() < kMaxBytes; ++at) {
         const std::string digits = digitsOf(words[at]);
         if (digits.empty()) break;
         const omci::Bytes more = bytesOfDigits(digits);
@@ -105,13 +105,13 @@ private:
         const omci::Bytes bytes = bytesFrom(words, 1);
         if (bytes.empty()) return false;
         // With an Ethernet header the line may end before the message has begun, or be a part of it.
-        if (bytes.size() < kMostInDumpLine && beginsWithEthernet(bytes)) return true;
+        if (bytes.size() < kMaxInDumpLine && beginsWithEthernet(bytes)) return true;
         return decodePadded(bytes).error == omci::FrameError::kTooShort;
     }
     void continueDump(const std::vector<std::string>& words) {
         if (dump_.empty()) dumpLine_ = line_;
         const omci::Bytes bytes = bytesFrom(words, 1);
-        if (dump_.size() + bytes.size() > kMostBytes) return end();
+        if (dump_.size() + bytes.size() > kMaxBytes) return end();
         dump_.insert(dump_.end(), bytes.begin(), bytes.end());
     }
     // A message is complete where nothing goes on with it.
@@ -134,8 +134,8 @@ private:
     // A message on one line, behind words of any kind.
     void single(const std::vector<std::string>& words) {
         omci::Bytes longest;
-        constexpr std::size_t kMostInFront = 24;  // words
-        for (std::size_t first = 0; first < words.size() && first < kMostInFront; ++first) {
+        constexpr std::size_t kMaxInFront = 24;  // words
+        for (std::size_t first = 0; first < words.size() && first < kMaxInFront; ++first) {
             const omci::Bytes bytes = bytesFrom(words, first);
             if (bytes.size() >= kFewBytes && add(line_, bytes)) return;
             if (bytes.size() > longest.size()) longest = bytes;

@@ -21,8 +21,8 @@ using omci::InstanceId;
 using Instances = std::vector<InstanceId>;
 using Values = std::map<std::string, std::string>;
 
-constexpr std::size_t kMostFileBytes = std::size_t{1} << 20U;
-constexpr std::size_t kMostInstances = 4096;  // of one key
+constexpr std::size_t kMaxFileBytes = std::size_t{1} << 20U;
+constexpr std::size_t kMaxInstances = 4096;  // of one key
 constexpr const char* kKeys[] = {"ethernetPorts", "veips", "tConts", "ani", "upstreamQueues", "downstreamQueues"};
 
 [[noreturn]] void refuseLayout(const std::string& key, const std::string& why) {
@@ -54,7 +54,7 @@ Instances instancesOf(const std::string& key, const std::string& value) {
         const InstanceId last = range == std::string::npos ? first : instanceOf(key, part.substr(range + 2));
         if (last < first) refuseLayout(key, "has a range that ends before it begins: '" + part + "'");
         for (unsigned one = first; one <= last; ++one) instances.insert(static_cast<InstanceId>(one));
-        if (instances.size() > kMostInstances) refuseLayout(key, "has more than 4096 instances");
+        if (instances.size() > kMaxInstances) refuseLayout(key, "has more than 4096 instances");
     }
     return {instances.begin(), instances.end()};
 }
@@ -72,7 +72,7 @@ std::string layoutText(const std::string& key, const nlohmann::json& value) {
 }
 
 void addFile(const std::string& path, Values& values) {
-    const auto json = nlohmann::json::parse(readFile(path, kMostFileBytes), nullptr, false, true);
+    const auto json = nlohmann::json::parse(readFile(path, kMaxFileBytes), nullptr, false, true);
     if (!json.is_object()) throw FileProblem(path, "is no layout: an object in JSON is expected");
     for (const auto& [key, value] : json.items()) values[key] = layoutText(key, value);
 }

@@ -15,7 +15,7 @@ namespace vorn_onu {
 namespace {
 
 constexpr std::uint16_t kEtherType = 0x88B5;
-constexpr std::size_t kMostSkipped = 1000;  // told
+constexpr std::size_t kMaxSkipped = 1000;  // told
 
 bool isCapture(const std::string& bytes) {
     if (bytes.size() < 4) return false;
@@ -95,7 +95,7 @@ MessageFile readCapture(const std::string& bytes, const std::string& path,
         if (decoded.error == omci::FrameError::kNone) {
             file.messages.push_back(judged(place, decoded, inner, codes));
             file.messages.back().seconds = seconds - *begin;
-        } else if (file.skipped.size() < kMostSkipped)
+        } else if (file.skipped.size() < kMaxSkipped)
             file.skipped.push_back(where + omci::nameOf(decoded.error));
     }
 }

@@ -17,7 +17,7 @@ public:
         const std::uint64_t distance = shown - agentNumber;
         if (agentNumber == 0 || (!distances_.empty() && distances_.rbegin()->second == distance)) return;
         distances_[agentNumber] = distance;
-        if (distances_.size() > kMostDistances) distances_.erase(distances_.begin());
+        if (distances_.size() > kMaxDistances) distances_.erase(distances_.begin());
     }
     // 0 for a message that is not known any more.
     std::size_t of(std::uint64_t agentNumber) const {
@@ -27,7 +27,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t kMostDistances = 4096;
+    static constexpr std::size_t kMaxDistances = 4096;
     std::map<std::uint64_t, std::uint64_t> distances_;  // from this number on
 };
 

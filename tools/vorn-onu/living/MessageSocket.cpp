@@ -16,7 +16,7 @@ namespace vorn_onu {
 
 namespace {
 
-constexpr std::size_t kLongestDatagram = 65536;  // of a datagram
+constexpr std::size_t kMaxDatagramLength = 65536;  // of a datagram
 
 [[noreturn]] void refuse(const std::string& address, const std::string& why) {
     throw std::runtime_error(address + ": " + why);
@@ -103,7 +103,7 @@ void MessageSocket::openUdp(const std::string& text) {
 }
 
 std::optional<omci::Bytes> MessageSocket::receive() {
-    omci::Bytes bytes(kLongestDatagram);
+    omci::Bytes bytes(kMaxDatagramLength);
     sockaddr_storage from{};
     socklen_t size = sizeof from;
     const ssize_t got = recvfrom(descriptor_, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&from), &size);

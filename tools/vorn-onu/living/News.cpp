@@ -28,7 +28,7 @@ void News::look(bool withTrace) {
     const auto now = Clock::now();
     if (now - looked_ < kBetweenReports && (!withTrace || known_ == traced_)) return;
     looked_ = now;
-    Json request = {{"do", "news"}, {"most", withTrace ? kMostTraceEntries : 0}};
+    Json request = {{"do", "news"}, {"most", withTrace ? kMaxTraceEntries : 0}};
     request["after"] = known_;
     json reply = json::parse(board_.ask(request), nullptr, false);
     if (!reply.is_object() || !reply.value("ok", false)) return;  // no board at the moment
@@ -41,7 +41,7 @@ void News::look(bool withTrace) {
         known_ = 0;
         entries_.clear();
         if (another && withTrace) {  // what came was behind a number of the board before
-            request["after"] = traced > kMostTraceEntries ? traced - kMostTraceEntries : 0;
+            request["after"] = traced > kMaxTraceEntries ? traced - kMaxTraceEntries : 0;
             reply = json::parse(board_.ask(request), nullptr, false);
             if (!reply.is_object() || !reply.value("ok", false)) return;
         }
@@ -56,14 +56,14 @@ void News::takeEntries(json& reply) {
         known_ = entry.value("number", std::uint64_t{0});
         entries_.push_back(std::move(entry));
     }
-    while (entries_.size() > kMostTraceEntries) entries_.pop_front();
+    while (entries_.size() > kMaxTraceEntries) entries_.pop_front();
 }
 
 void News::begin(Listening& listening, std::optional<std::uint64_t> after) {
     const std::lock_guard<std::mutex> lock(mutex_);
     looked_ = {};
     look(false);
-    if (listening.trace && (entries_.empty() || traced_ - known_ > kMostTraceEntries)) {
+    if (listening.trace && (entries_.empty() || traced_ - known_ > kMaxTraceEntries)) {
         entries_.clear();
         known_ = std::min(after.value_or(traced_), traced_);
     }

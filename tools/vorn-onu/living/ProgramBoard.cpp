@@ -48,7 +48,7 @@ int listenAt(const std::string& path) {
 
 }  // namespace
 
-ProgramBoard::Relay::Relay(int descriptor) : socket(descriptor, living::kLongestReply) {}
+ProgramBoard::Relay::Relay(int descriptor) : socket(descriptor, living::kMaxReplyLength) {}
 
 ProgramBoard::ProgramBoard(const RunFolder& folder, std::vector<std::string> program)
     : folder_(folder), program_(std::move(program)), listening_(listenAt(folder.file("board"))) {

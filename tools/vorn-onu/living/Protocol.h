@@ -11,9 +11,9 @@
 namespace vorn_onu::living {
 
 constexpr int kProtocolVersion = 1;
-constexpr std::size_t kLongestRequest = std::size_t{1} << 20U;  // bytes of a line
-constexpr std::size_t kLongestReply = std::size_t{1} << 28U;    // a board with a long trace
-constexpr std::size_t kMostTraceEntries = 10000;                // of one reply
+constexpr std::size_t kMaxRequestLength = std::size_t{1} << 20U;  // bytes of a line
+constexpr std::size_t kMaxReplyLength = std::size_t{1} << 28U;    // a board with a long trace
+constexpr std::size_t kMaxTraceEntries = 10000;                   // of one reply
 
 // Why a request was not done; nothing has changed then.
 class Refusal : public std::runtime_error {

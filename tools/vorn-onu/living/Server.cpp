@@ -23,7 +23,7 @@ constexpr int kLineMs = 10000;  // for the rest of a line that has begun
 constexpr int kWriteMs = 5000;  // for a client to take a reply
 constexpr int kListenMs = 100;  // between looks for those who listen
 constexpr int kLookMs = 500;    // between looks whether it is over
-constexpr std::size_t kMostId = 200;
+constexpr std::size_t kMaxId = 200;
 
 std::string now() {
     const std::time_t seconds = std::time(nullptr);
@@ -54,7 +54,7 @@ Json requestOf(const std::string& line) {
 Json idOf(const Json& request) {
     if (!request.contains("id")) return nullptr;
     const Json& id = request["id"];
-    const bool good = id.is_number_integer() || (id.is_string() && id.get_ref<const std::string&>().size() <= kMostId);
+    const bool good = id.is_number_integer() || (id.is_string() && id.get_ref<const std::string&>().size() <= kMaxId);
     if (!good) throw Refusal("bad-request", "field 'id': must be a number or a text of at most 200 characters");
     return id;
 }
@@ -131,9 +131,9 @@ void Server::forgetGone() {
 
 void Server::take(int descriptor) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (clients_.size() >= kMostClients) {
-        LineSocket socket(descriptor, kLongestRequest);
-        socket.write(withHead(nullptr, refusalText({"busy", std::to_string(kMostClients) +
+    if (clients_.size() >= kMaxClients) {
+        LineSocket socket(descriptor, kMaxRequestLength);
+        socket.write(withHead(nullptr, refusalText({"busy", std::to_string(kMaxClients) +
                                                                 " clients are connected; there can be no more"})),
                      0);
         return;
@@ -153,8 +153,8 @@ void Server::serve(Client& client) {
             good = answer(client, line);
         } else if (got == Got::TooLong) {
             client.socket.write(
-                withHead(nullptr,
-                         refusalText({"too-long", "a line has at most " + std::to_string(kLongestRequest) + " bytes"})),
+                withHead(nullptr, refusalText({"too-long",
+                                               "a line has at most " + std::to_string(kMaxRequestLength) + " bytes"})),
                 kWriteMs);
             good = false;
         } else if (got == Got::Closed) {

@@ -20,7 +20,7 @@
 
 namespace vorn_onu::living {
 
-constexpr std::size_t kMostClients = 64;
+constexpr std::size_t kMaxClients = 64;
 
 class Server {
 public:
@@ -42,7 +42,7 @@ public:
 
 private:
     struct Client {
-        explicit Client(int descriptor) : socket(descriptor, kLongestRequest) {}
+        explicit Client(int descriptor) : socket(descriptor, kMaxRequestLength) {}
         LineSocket socket;
         Listening listening;
         std::thread thread;

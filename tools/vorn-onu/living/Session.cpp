@@ -22,8 +22,8 @@ using nlohmann::json;
 using virtual_onu::TraceEntry;
 using virtual_onu::VirtualOnu;
 
-constexpr std::size_t kMostFailed = 1000;  // calls that are kept
-constexpr std::size_t kAtOnce = 1000;      // entries of the trace that the board's threads wait for
+constexpr std::size_t kMaxFailed = 1000;  // calls that are kept
+constexpr std::size_t kAtOnce = 1000;     // entries of the trace that the board's threads wait for
 
 std::uint64_t numberIn(const Json& request, const char* key, std::uint64_t otherwise, std::uint64_t highest) {
     if (!request.contains(key)) return otherwise;
@@ -109,7 +109,7 @@ std::vector<TraceEntry> Session::failedCalls() {
     for (TraceEntry& entry : entriesAfter(onu_, failedUpTo_, static_cast<std::size_t>(-1), isFailure))
         if (entry.number <= traced) failed_.push_back(std::move(entry));
     failedUpTo_ = traced;
-    while (failed_.size() > kMostFailed) failed_.pop_front();
+    while (failed_.size() > kMaxFailed) failed_.pop_front();
     return {failed_.begin(), failed_.end()};
 }
 
@@ -193,7 +193,7 @@ json Session::send(const Json& request) {
 json Session::trace(const Json& request) const {
     checkKeys(request, {"v", "id", "do", "after", "most", "failed"});
     const std::uint64_t after = numberIn(request, "after", 0, UINT64_MAX);
-    const auto most = static_cast<std::size_t>(numberIn(request, "most", 1000, kMostTraceEntries));
+    const auto most = static_cast<std::size_t>(numberIn(request, "most", 1000, kMaxTraceEntries));
     const bool failed = request.contains("failed") && inField("failed", [&] { return truthOf(request["failed"]); });
     const std::uint64_t traced = onu_.traced();  // before the entries: nobody is to think of one as seen that is not
     const auto entries =
@@ -223,7 +223,7 @@ json Session::counters() const {
 json Session::news(const Json& request) const {
     const std::uint64_t traced = onu_.traced();
     const std::uint64_t after = numberIn(request, "after", traced, UINT64_MAX);
-    const auto most = static_cast<std::size_t>(numberIn(request, "most", 0, kMostTraceEntries));
+    const auto most = static_cast<std::size_t>(numberIn(request, "most", 0, kMaxTraceEntries));
     json reply = {{"ok", true},
                   {"process", getpid()},
                   {"traced", traced},

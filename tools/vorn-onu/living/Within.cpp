@@ -35,8 +35,8 @@ std::string askWithin(Board& board, const Json& request, const std::atomic<bool>
                        request["step"].contains("within") && request["step"]["within"].is_number_unsigned();
     if (!waits) return board.ask(request);
     const auto within = request["step"]["within"].get<std::uint64_t>();
-    constexpr std::uint64_t kLongest = 60000;
-    if (within > kLongest) return board.ask(request);  // which says what is wrong
+    constexpr std::uint64_t kMaxLength = 60000;
+    if (within > kMaxLength) return board.ask(request);  // which says what is wrong
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(within);
     Json once = request;
     once["step"]["within"] = 0;

@@ -16,8 +16,8 @@ namespace {
 
 using virtual_onu::NetworkDevice;
 
-constexpr std::size_t kMostWarnings = 8;
-constexpr std::size_t kMostLearned = 12;
+constexpr std::size_t kMaxWarnings = 8;
+constexpr std::size_t kMaxLearned = 12;
 
 std::string section(const std::string& title, const std::string& body, const Terminal& terminal) {
     return body.empty() ? "" : "\n" + terminal.bold(title) + "\n" + body;
@@ -37,7 +37,7 @@ std::string bridges(const DeviceState& state, const Terminal& terminal) {
 // Which port each known station is behind.
 std::string learned(const DeviceState& state, const Terminal& terminal) {
     Table table({"bridge", "address", "behind"});
-    const std::size_t shown = std::min(state.learned.size(), kMostLearned);
+    const std::size_t shown = std::min(state.learned.size(), kMaxLearned);
     for (std::size_t i = 0; i < shown; ++i)
         table.row({state.learned[i].bridge, state.learned[i].mac, state.learned[i].port});
     std::string body = table.text(terminal);
@@ -187,9 +187,9 @@ std::vector<std::string> routing(const DeviceState& state) {
 std::string shortList(const std::string& head, const std::vector<std::string>& lines, const Terminal& terminal) {
     if (lines.empty()) return "";
     std::string body = "  " + terminal.yellow(head) + "\n";
-    for (std::size_t i = 0; i < lines.size() && i < kMostWarnings; ++i)
+    for (std::size_t i = 0; i < lines.size() && i < kMaxWarnings; ++i)
         body += "    " + hanging(lines[i], terminal.width(), 6) + "\n";
-    if (lines.size() > kMostWarnings) body += "    and " + std::to_string(lines.size() - kMostWarnings) + " more\n";
+    if (lines.size() > kMaxWarnings) body += "    and " + std::to_string(lines.size() - kMaxWarnings) + " more\n";
     return body;
 }
 

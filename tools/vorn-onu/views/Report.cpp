@@ -13,7 +13,7 @@ namespace {
 
 using namespace html;
 
-constexpr std::size_t kMostOpenWalks = 6;  // more frames than these are folded up, but for the wrong ones
+constexpr std::size_t kMaxOpenWalks = 6;  // more frames than these are folded up, but for the wrong ones
 
 // ---- head ----
 
@@ -118,7 +118,7 @@ std::string frames(const ReportInput& input) {
                                    element("li", "fares otherwise than expected", "wrong"),
                                "legend words");
     const std::string stepNoun = input.messages.empty() ? "step" : "call";
-    for (const ReportWalk& walk : input.walks) body += walkCard(walk, input.walks.size() <= kMostOpenWalks, stepNoun);
+    for (const ReportWalk& walk : input.walks) body += walkCard(walk, input.walks.size() <= kMaxOpenWalks, stepNoun);
     return body;
 }
 

@@ -16,7 +16,7 @@ namespace {
 
 using namespace html;
 
-constexpr std::size_t kLongestVlanList = 40;
+constexpr std::size_t kMaxVlanListLength = 40;
 
 std::string tableCard(const std::vector<std::string>& headings, const RowGroup& rows) {
     const std::string text = table(headings, {rows});
@@ -38,7 +38,7 @@ std::string stage(const std::string& ways) {
 }
 
 std::string gemPortRemark(const DeviceState& state, const Service& service, const virtual_onu::GemPort& port) {
-    std::string text = vlanList(vlansOnGemPort(service, port.index), kLongestVlanList);
+    std::string text = vlanList(vlansOnGemPort(service, port.index), kMaxVlanListLength);
     return text + (text.empty() ? "" : " → ") + tcontWords(state, service, port).text();
 }
 
@@ -46,7 +46,7 @@ std::string gemPortRemark(const DeviceState& state, const Service& service, cons
 std::string chain(const DeviceState& state, const Service& service) {
     std::string users, anis, gemPorts;
     for (const ServiceEnd& end : service.unis)
-        users += way({end.port, end.device}, "uni", vlanList(vlansAt(service, end), kLongestVlanList));
+        users += way({end.port, end.device}, "uni", vlanList(vlansAt(service, end), kMaxVlanListLength));
     for (const std::string& device : service.flowDevices) users += way({device}, "uni", "by a VLAN flow");
     for (const ServiceEnd& end : service.anis) anis += way({end.device, end.port}, "pon", "");
     for (const auto& port : state.gemPorts)

@@ -23,7 +23,7 @@ using Cells = std::vector<std::string>;
 
 constexpr std::size_t kWide = 110;       // columns from which rates in bits have room
 constexpr std::size_t kFewestCalls = 3;  // of the last calls, in any window
-constexpr std::size_t kMostWarningsShown = 4;
+constexpr std::size_t kMaxWarningsShown = 4;
 
 // Columns of their own widths, each as wide as its widest cell; the first stands left, numbers right.
 struct Columns {
@@ -276,7 +276,7 @@ std::vector<std::string> watchLines(const Watched& watched, std::size_t rows, st
     std::vector<std::string> warnings = warningsOf(watched, state);
     for (std::string& line : warnings) line = "  " + line;
     if (!warnings.empty())
-        sections.push_back({"Warnings", warnings, std::min(warnings.size(), kMostWarningsShown), false, 0});
+        sections.push_back({"Warnings", warnings, std::min(warnings.size(), kMaxWarningsShown), false, 0});
     Section calls{"Last calls, of " + std::to_string(state.calls), {}, kFewestCalls, true, 0};
     for (const std::string& call : watched.calls) calls.lines.push_back("  " + call);
     sections.push_back(std::move(calls));

@@ -49,7 +49,7 @@ std::string exampleOf(const Walk& walk) {
 Fate& Fates::of(const std::string& key, bool left) {
     const auto known = fates_.find(key);
     if (known != fates_.end()) return known->second;
-    if (fates_.size() < kMost) return fates_[key];
+    if (fates_.size() < kMaxCount) return fates_[key];
     Fate& others = fates_[left ? "+" : "-"];
     others.words = left ? "leaves elsewhere" : "dropped elsewhere";
     return others;

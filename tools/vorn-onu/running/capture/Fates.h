@@ -22,7 +22,7 @@ struct Fate {
 
 class Fates {
 public:
-    static constexpr std::size_t kMost = 1000;  // different ones; what comes after them counts as "others"
+    static constexpr std::size_t kMaxCount = 1000;  // different ones; what comes after them counts as "others"
 
     void add(const virtual_onu::Walk& walk, std::uint64_t number, std::size_t octets);
     void addUnreadable(std::uint64_t number, std::size_t octets);

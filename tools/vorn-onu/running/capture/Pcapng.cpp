@@ -14,7 +14,7 @@ constexpr std::uint16_t kOptionEnd = 0;
 constexpr std::uint16_t kOptionComment = 1;
 constexpr std::uint16_t kOptionInterfaceName = 2;
 constexpr std::uint16_t kOptionPacketFlags = 2;
-constexpr std::size_t kLongestComment = 4096;  // the format lets an option have 65535 octets
+constexpr std::size_t kMaxCommentLength = 4096;  // the format lets an option have 65535 octets
 
 class Bytes {
 public:
@@ -95,7 +95,7 @@ void appendPacket(std::vector<std::uint8_t>& file, const PcapngPacket& packet, c
     body.u32(length);
     body.u32(length);
     body.padded(frame);
-    if (!packet.comment.empty()) body.option(kOptionComment, packet.comment.substr(0, kLongestComment));
+    if (!packet.comment.empty()) body.option(kOptionComment, packet.comment.substr(0, kMaxCommentLength));
     Bytes flags;
     flags.u32(static_cast<std::uint32_t>(packet.direction));
     body.option(kOptionPacketFlags, flags.data);

@@ -41,8 +41,8 @@ public:
         Level& level = levels_.back();
         level.key = key;
         if (!level.keys.insert(key).second) return fail({"stands twice", path()});
-        if (level.keys.size() > kMostJsonKeys)
-            return fail({"has an object with more than " + std::to_string(kMostJsonKeys) + " fields", {}});
+        if (level.keys.size() > kMaxJsonKeys)
+            return fail({"has an object with more than " + std::to_string(kMaxJsonKeys) + " fields", {}});
         return true;
     }
 
@@ -68,8 +68,8 @@ private:
     }
     bool begin(bool isObject) {
         value();
-        if (levels_.size() == kMostJsonDepth)
-            return fail({"is nested deeper than " + std::to_string(kMostJsonDepth) + " levels", {}});
+        if (levels_.size() == kMaxJsonDepth)
+            return fail({"is nested deeper than " + std::to_string(kMaxJsonDepth) + " levels", {}});
         levels_.emplace_back();
         levels_.back().isObject = isObject;
         return true;

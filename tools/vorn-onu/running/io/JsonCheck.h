@@ -9,8 +9,8 @@
 
 namespace vorn_onu {
 
-constexpr std::size_t kMostJsonDepth = 64;   // of objects and lists in one another
-constexpr std::size_t kMostJsonKeys = 2000;  // of one object
+constexpr std::size_t kMaxJsonDepth = 64;   // of objects and lists in one another
+constexpr std::size_t kMaxJsonKeys = 2000;  // of one object
 
 struct JsonFault {
     std::string what;               // "line 2, column 12: is not JSON: ..."

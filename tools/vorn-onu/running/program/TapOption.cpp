@@ -7,8 +7,8 @@ namespace vorn_onu {
 
 namespace {
 
-constexpr std::size_t kLongestInterface = 15, kLongestNetns = 127;
-constexpr unsigned kHighestGemPort = 65535;
+constexpr std::size_t kMaxInterfaceLength = 15, kMaxNetnsLength = 127;
+constexpr unsigned kMaxGemPort = 65535;
 
 [[noreturn]] void refuse(const std::string& words, const std::string& why) {
     throw std::invalid_argument("vorn-onu: --tap '" + words + "': " + why);
@@ -22,7 +22,7 @@ std::string trimmed(const std::string& text) {
 
 // As the kernel takes the names of interfaces.
 bool isInterface(const std::string& name) {
-    return !name.empty() && name.size() <= kLongestInterface && name != "." && name != ".." &&
+    return !name.empty() && name.size() <= kMaxInterfaceLength && name != "." && name != ".." &&
            std::all_of(name.begin(), name.end(), [](char c) { return c > ' ' && c < 0x7f && c != '/' && c != ':'; });
 }
 
@@ -39,7 +39,7 @@ std::string behind(const std::string& prefix, const std::string& text) {
 void readPort(const std::string& words, const std::string& port, virtual_onu::TapRequest& made) {
     if (isNumber(trimmed(behind("gem", port)), 5)) {
         const auto number = static_cast<unsigned>(std::stoul(trimmed(behind("gem", port))));
-        if (number > kHighestGemPort) refuse(words, "a GEM port id is at most 65535");
+        if (number > kMaxGemPort) refuse(words, "a GEM port id is at most 65535");
         made.gemPort = number;
         return;
     }
@@ -61,7 +61,7 @@ virtual_onu::TapRequest tapOf(const std::string& words) {
     made.interface = place.substr(0, at);
     if (at != std::string::npos) {
         made.netns = place.substr(at + 1);
-        if (made.netns.empty() || made.netns.size() > kLongestNetns)
+        if (made.netns.empty() || made.netns.size() > kMaxNetnsLength)
             refuse(words, "the network namespace's name is missing or too long");
     }
     if (!isInterface(made.interface))

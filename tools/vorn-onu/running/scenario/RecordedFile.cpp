@@ -12,7 +12,7 @@ namespace vorn_onu {
 namespace {
 
 // A step has a line of its own, and few of them are written anew at a time.
-constexpr int kMostLinesLost = 64;
+constexpr int kMaxLinesLost = 64;
 constexpr const char* kEnd = "\n]}\n";
 
 std::optional<std::size_t> callsIn(const std::string& text) {
@@ -40,7 +40,7 @@ std::optional<RecordedFile> finishRecording(const std::string& path) {
     content << file.rdbuf();
     std::string text = content.str();
     if (const auto calls = callsIn(text)) return RecordedFile{*calls, false};
-    for (int lost = 0; lost <= kMostLinesLost; ++lost, text = withoutLastLine(text)) {
+    for (int lost = 0; lost <= kMaxLinesLost; ++lost, text = withoutLastLine(text)) {
         text = withoutComma(text);
         const auto calls = callsIn(text + kEnd);
         if (!calls) continue;

@@ -13,7 +13,7 @@ namespace vorn_onu {
 
 namespace {
 
-constexpr std::size_t kLargestScenario = std::size_t{32} << 20U;  // bytes
+constexpr std::size_t kMaxScenarioSize = std::size_t{32} << 20U;  // bytes
 
 // "step 2: field 'advance': " for the key at the end of this path, of a scenario.
 std::string placeOfKey(const std::vector<std::string>& path) {
@@ -30,7 +30,7 @@ std::string placeOfKey(const std::vector<std::string>& path) {
 }
 
 Json parseJson(const std::string& path) {
-    const std::string text = readFile(path, kLargestScenario);
+    const std::string text = readFile(path, kMaxScenarioSize);
     if (const auto fault = checkJson(text))
         throw BadScenario(path + ": " + (fault->path.empty() ? "" : placeOfKey(fault->path)) + fault->what);
     return Json::parse(text);

@@ -15,7 +15,7 @@ namespace {
 constexpr const char* kDefaultBridge = "br0";
 constexpr const char* kVeipDevice = "veip0";
 constexpr const char* kLanPrefix = "sid";
-constexpr std::uint32_t kMostPbits = 7, kMostVid = 4095;  // that a tag can have
+constexpr std::uint32_t kMaxPbits = 7, kMaxVid = 4095;  // that a tag can have
 
 bool isLanPort(const std::string& device) {
     const std::string prefix = kLanPrefix;
@@ -26,8 +26,8 @@ bool isLanPort(const std::string& device) {
 std::string outOfRangeFilter(const virtual_onu::TagRule& rule) {
     using Kind = virtual_onu::RuleTerm::Kind;
     for (const auto& term : rule.terms) {
-        if (term.kind == Kind::Pbits && term.value > kMostPbits) return "p-bits " + std::to_string(term.value);
-        if (term.kind == Kind::Vid && term.value > kMostVid) return "VID " + std::to_string(term.value);
+        if (term.kind == Kind::Pbits && term.value > kMaxPbits) return "p-bits " + std::to_string(term.value);
+        if (term.kind == Kind::Vid && term.value > kMaxVid) return "VID " + std::to_string(term.value);
     }
     return "";
 }

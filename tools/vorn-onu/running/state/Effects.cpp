@@ -8,14 +8,14 @@ namespace vorn_onu {
 
 namespace {
 
-constexpr std::size_t kMostNames = 6;
+constexpr std::size_t kMaxNames = 6;
 
 template <typename Names>
 std::string names(const Names& all) {
     std::string text;
     std::size_t shown = 0;
     for (const auto& name : all) {
-        if (++shown > kMostNames) return text + " and " + std::to_string(all.size() - kMostNames) + " more";
+        if (++shown > kMaxNames) return text + " and " + std::to_string(all.size() - kMaxNames) + " more";
         text += (text.empty() ? "" : " ") + name;
     }
     return text;

@@ -13,15 +13,15 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::size_t kFewestCounters = 4;  // smaller objects of numbers are told whole
-constexpr std::size_t kLongestText = 120;   // bytes of a text that are shown
+constexpr std::size_t kFewestCounters = 4;   // smaller objects of numbers are told whole
+constexpr std::size_t kMaxTextLength = 120;  // bytes of a text that are shown
 
 // The start of a text that is longer than anybody reads: a block of bytes, a whole file.
 std::string shortened(const std::string& text) {
     const auto lineEnd = text.find('\n');
-    if (lineEnd < kLongestText) return text.substr(0, lineEnd) + "… (" + std::to_string(text.size()) + " bytes)";
-    if (text.size() <= kLongestText) return text;
-    std::size_t end = kLongestText;
+    if (lineEnd < kMaxTextLength) return text.substr(0, lineEnd) + "… (" + std::to_string(text.size()) + " bytes)";
+    if (text.size() <= kMaxTextLength) return text;
+    std::size_t end = kMaxTextLength;
     while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80) --end;  // no half characters
     return text.substr(0, end) + "… (" + std::to_string(text.size()) + " bytes)";
 }

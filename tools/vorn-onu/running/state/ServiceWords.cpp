@@ -42,11 +42,11 @@ Names withoutTheNarrower(Names names) {
 
 // "0,3,5…"
 std::string queueNumbers(const std::set<unsigned>& queues) {
-    constexpr std::size_t kMostQueues = 3;
+    constexpr std::size_t kMaxQueues = 3;
     std::string text;
     std::size_t shown = 0;
     for (const unsigned queue : queues) {
-        if (++shown > kMostQueues) return text + "…";
+        if (++shown > kMaxQueues) return text + "…";
         text += (text.empty() ? "" : ",") + std::to_string(queue);
     }
     return text;

@@ -17,15 +17,15 @@ struct Numbers {
 
     void add(const TagField& field) {
         if (field.priority == kNoTag) return;
-        if (field.vid <= kHighestVid) vids.insert(field.vid);
-        if (field.priority <= kHighestPriority) pbits.insert(field.priority);
+        if (field.vid <= kMaxVid) vids.insert(field.vid);
+        if (field.priority <= kMaxPriority) pbits.insert(field.priority);
     }
     void addStrangers() {
         unsigned vid = 77;
         while (vids.count(vid) != 0) ++vid;
         vids.insert(vid);
         pbits.insert(0);
-        for (unsigned one = 1; one <= kHighestPriority; ++one)
+        for (unsigned one = 1; one <= kMaxPriority; ++one)
             if (pbits.insert(one).second) break;
     }
 };

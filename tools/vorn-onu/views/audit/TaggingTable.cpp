@@ -65,15 +65,15 @@ bool isIp(const Frame& frame) {
 }
 
 std::string filterText(const TagField& filter) {
-    std::string text = filter.vid <= kHighestVid ? "VID " + std::to_string(filter.vid) : "any VID";
-    if (filter.priority <= kHighestPriority) text += " p" + std::to_string(filter.priority);
+    std::string text = filter.vid <= kMaxVid ? "VID " + std::to_string(filter.vid) : "any VID";
+    if (filter.priority <= kMaxPriority) text += " p" + std::to_string(filter.priority);
     return text;
 }
 
 std::string treatmentText(const TagField& treatment) {
     std::string text = "VID " + std::to_string(treatment.vid);
     if (treatment.vid == kVidOfInner || treatment.vid == kVidOfOuter) text = "the same VID";
-    if (treatment.priority <= kHighestPriority) return text + " p" + std::to_string(treatment.priority);
+    if (treatment.priority <= kMaxPriority) return text + " p" + std::to_string(treatment.priority);
     return text + (treatment.priority == kPriorityOfDscp ? ", p-bits by DSCP" : ", the same p-bits");
 }
 
@@ -148,8 +148,8 @@ void TaggingTable::set(const TaggingRow& row) {
 
 bool TaggingTable::fits(const TagField& filter, const VlanTag& tag) const {
     if (filter.priority == kDefaultRow) return true;
-    if (filter.priority <= kHighestPriority && tag.pbits != filter.priority) return false;
-    if (filter.vid <= kHighestVid && tag.vid != filter.vid) return false;
+    if (filter.priority <= kMaxPriority && tag.pbits != filter.priority) return false;
+    if (filter.vid <= kMaxVid && tag.vid != filter.vid) return false;
     if (filter.tpidDei == kTpid8100) return tag.tpid == kCustomerTpid;
     if (filter.tpidDei < kInputTpid) return true;
     return tag.tpid == inputTpid && (filter.tpidDei == kInputTpid || tag.dei == (filter.tpidDei == kInputTpidDei1));
@@ -170,12 +170,12 @@ VlanTag TaggingTable::written(const TagField& treatment, const Frame& frame) con
     const VlanTag& inner = innermost != nullptr ? *innermost : kMissing;
     const VlanTag& outer = outermost != nullptr ? *outermost : kMissing;
     VlanTag tag;
-    if (treatment.priority <= kHighestPriority) tag.pbits = static_cast<std::uint8_t>(treatment.priority);
+    if (treatment.priority <= kMaxPriority) tag.pbits = static_cast<std::uint8_t>(treatment.priority);
     if (treatment.priority == kPriorityOfInner) tag.pbits = inner.pbits;
     if (treatment.priority == kPriorityOfOuter) tag.pbits = outer.pbits;
     // The usual map; the frames that are tried have DSCP 0, which every usual one takes to 0.
     if (treatment.priority == kPriorityOfDscp && isIp(frame)) tag.pbits = static_cast<std::uint8_t>(frame.dscp / 8);
-    if (treatment.vid <= kHighestVid) tag.vid = static_cast<std::uint16_t>(treatment.vid);
+    if (treatment.vid <= kMaxVid) tag.vid = static_cast<std::uint16_t>(treatment.vid);
     if (treatment.vid == kVidOfInner) tag.vid = inner.vid;
     if (treatment.vid == kVidOfOuter) tag.vid = outer.vid;
     const unsigned code = treatment.tpidDei;
@@ -207,19 +207,19 @@ Tagging TaggingTable::upstream(const Frame& frame) const {
 bool TaggingTable::isAsWritten(const TaggingRow& row, const TagField& treatment, const VlanTag& tag,
                                Inversion by) const {
     if (by.pbits) {
-        if (treatment.priority <= kHighestPriority && tag.pbits != treatment.priority) return false;
-        if (treatment.priority == kPriorityOfInner && row.innerFilter.priority <= kHighestPriority &&
+        if (treatment.priority <= kMaxPriority && tag.pbits != treatment.priority) return false;
+        if (treatment.priority == kPriorityOfInner && row.innerFilter.priority <= kMaxPriority &&
             tag.pbits != row.innerFilter.priority)
             return false;
-        if (treatment.priority == kPriorityOfOuter && row.outerFilter.priority <= kHighestPriority &&
+        if (treatment.priority == kPriorityOfOuter && row.outerFilter.priority <= kMaxPriority &&
             tag.pbits != row.outerFilter.priority)
             return false;
     }
     if (by.vid) {
-        if (treatment.vid <= kHighestVid && tag.vid != treatment.vid) return false;
-        if (treatment.vid == kVidOfInner && row.innerFilter.vid <= kHighestVid && tag.vid != row.innerFilter.vid)
+        if (treatment.vid <= kMaxVid && tag.vid != treatment.vid) return false;
+        if (treatment.vid == kVidOfInner && row.innerFilter.vid <= kMaxVid && tag.vid != row.innerFilter.vid)
             return false;
-        if (treatment.vid == kVidOfOuter && row.outerFilter.vid <= kHighestVid && tag.vid != row.outerFilter.vid)
+        if (treatment.vid == kVidOfOuter && row.outerFilter.vid <= kMaxVid && tag.vid != row.outerFilter.vid)
             return false;
     }
     const unsigned code = treatment.tpidDei;
@@ -260,11 +260,11 @@ std::optional<VlanTag> TaggingTable::sourceOf(const TaggingRow& row, std::size_t
 VlanTag TaggingTable::restored(const TaggingRow& row, std::size_t place, const Frame& frame, Inversion by) const {
     const TagField filter = row.filters()[place];
     VlanTag tag;
-    if (filter.priority <= kHighestPriority)
+    if (filter.priority <= kMaxPriority)
         tag.pbits = static_cast<std::uint8_t>(filter.priority);
     else if (const auto source = sourceOf(row, place, frame, &TagField::priority))
         tag.pbits = source->pbits;
-    if (filter.vid <= kHighestVid)
+    if (filter.vid <= kMaxVid)
         tag.vid = static_cast<std::uint16_t>(filter.vid);
     else if (const auto source = sourceOf(row, place, frame, &TagField::vid))
         tag.vid = source->vid;

@@ -16,8 +16,8 @@ namespace vorn_onu::audit {
 using virtual_onu::Frame;
 using virtual_onu::VlanTag;
 
-constexpr unsigned kHighestPriority = 7;
-constexpr unsigned kHighestVid = 4094;
+constexpr unsigned kMaxPriority = 7;
+constexpr unsigned kMaxVid = 4094;
 constexpr unsigned kAnyPriority = 8;
 constexpr unsigned kDefaultRow = 14;
 constexpr unsigned kNoTag = 15;

@@ -19,8 +19,8 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::size_t kMostEntries = 40;
-constexpr std::size_t kMostFailed = 100;
+constexpr std::size_t kMaxEntries = 40;
+constexpr std::size_t kMaxFailed = 100;
 constexpr int kReplyMs = 15000;
 constexpr int kCountersMs = 1000;
 constexpr std::chrono::milliseconds kBetweenLooks{250};
@@ -57,7 +57,7 @@ void BoardView::begin() {
         client_.ask(request("subscribe", {{"to", {"trace", "changes", "counters"}}, {"everyMs", kCountersMs}}));
     const auto traced = subscribed.value("traced", std::uint64_t{0});
     json before = client_.ask(
-        request("trace", {{"after", traced > kMostEntries ? traced - kMostEntries : 0}, {"most", kMostEntries}}));
+        request("trace", {{"after", traced > kMaxEntries ? traced - kMaxEntries : 0}, {"most", kMaxEntries}}));
     takeEntries(before["entries"]);
     failed_.clear();
     json whole = client_.ask(request("show", {{"trace", "failed"}}));
@@ -75,8 +75,8 @@ void BoardView::takeEntries(json& entries) {
             failed_.push_back(entry);
         entries_.push_back(std::move(entry));
     }
-    while (entries_.size() > kMostEntries) entries_.pop_front();
-    while (failed_.size() > kMostFailed) failed_.pop_front();
+    while (entries_.size() > kMaxEntries) entries_.pop_front();
+    while (failed_.size() > kMaxFailed) failed_.pop_front();
     parts_["calls"] = callPart(entries_);
 }
 

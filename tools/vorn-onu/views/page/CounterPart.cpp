@@ -20,7 +20,7 @@ namespace {
 using namespace html;
 using nlohmann::json;
 
-constexpr std::size_t kMostRows = 24;  // more are shown in a window of their own
+constexpr std::size_t kMaxRows = 24;  // more are shown in a window of their own
 
 // "1,234,567"
 std::string grouped(std::uint64_t number) {
@@ -191,7 +191,7 @@ std::string counterPart(const json& now, const json& before, double seconds) {
                                            {taps, devices, ports, queues}, "counts");
     if (text.empty()) return "";
     const std::size_t rows = devices.rows.size() + ports.rows.size() + queues.rows.size() + taps.rows.size();
-    if (rows <= kMostRows) return card(text);
+    if (rows <= kMaxRows) return card(text);
     return card("<div class=\"tall most\" role=\"region\" aria-label=\"Counters\" tabindex=\"0\">" + text + "</div>");
 }
 

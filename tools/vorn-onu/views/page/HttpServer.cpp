@@ -53,9 +53,9 @@ using httplib::Response;
 using nlohmann::json;
 
 constexpr const char* kHost = "127.0.0.1";
-constexpr int kMostReaders = 12;      // each has a thread of the server, and a connection to the board
+constexpr int kMaxReaders = 12;       // each has a thread of the server, and a connection to the board
 constexpr std::size_t kThreads = 20;  // more than readers: steps and pages are answered beside them
-constexpr std::size_t kLongestStep = 65536;
+constexpr std::size_t kMaxStepLength = 65536;
 constexpr int kStepMs = 15000;
 
 enum Status : int { kDone = 200, kBad = 400, kForbidden = 403, kNotThere = 404, kRefused = 422, kFull = 503 };
@@ -127,7 +127,7 @@ private:
     }
     void setUp() {
         server_.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
-        server_.set_payload_max_length(kLongestStep);
+        server_.set_payload_max_length(kMaxStepLength);
         server_.set_read_timeout(2);
         server_.set_write_timeout(5);
         server_.set_keep_alive_timeout(1);
@@ -171,8 +171,8 @@ private:
     void stream(Response& response) {
         // Counted as long as the response lives, however it ends.
         const std::shared_ptr<void> place(nullptr, [this](void*) { --readers_; });
-        if (++readers_ > kMostReaders)
-            return refuse(response, kFull, "so many pages are open already: " + std::to_string(kMostReaders));
+        if (++readers_ > kMaxReaders)
+            return refuse(response, kFull, "so many pages are open already: " + std::to_string(kMaxReaders));
         const auto reader = std::make_shared<Reader>(board_, newBoard_, steps_, over_);
         response.set_chunked_content_provider("text/event-stream",
                                               [this, reader, place](std::size_t, httplib::DataSink& sink) {

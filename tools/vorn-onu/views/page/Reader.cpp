@@ -13,7 +13,7 @@ using nlohmann::json;
 
 constexpr std::chrono::milliseconds kStep{100};
 constexpr int kStepsBeforeAnotherTry = 10;
-constexpr std::chrono::seconds kLongestSilence{5};  // a reader who has left is noticed when he is spoken to
+constexpr std::chrono::seconds kMaxSilence{5};  // a reader who has left is noticed when he is spoken to
 
 }  // namespace
 
@@ -49,7 +49,7 @@ std::string Reader::next() {
     } catch (const std::exception& error) {
         if (const std::string text = gone(error.what()); !text.empty()) return text;
     }
-    if (Clock::now() - spoke_ < kLongestSilence) return "";
+    if (Clock::now() - spoke_ < kMaxSilence) return "";
     spoke_ = Clock::now();
     return ": here\n\n";
 }

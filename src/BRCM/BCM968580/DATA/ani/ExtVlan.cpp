@@ -12,7 +12,7 @@ namespace {
 
 using Row = BridgeServiceProvisioning;
 
-constexpr std::uint32_t kHighestEtherTypeCode = ETHERTYPE_FILTER_EAPOL;
+constexpr std::uint32_t kMaxEtherTypeCode = ETHERTYPE_FILTER_EAPOL;
 
 bool outerAdded(const Row& row) {
     return row.outerVlanPrioAction != kPrioNoTag;
@@ -93,7 +93,7 @@ void filterInnerTag(kit::TagRule& rule, const Row& row, int tag) {
 
 // The TPIDs of the tags filtered on and the EtherType behind the last of them.
 void filterTypes(kit::TagRule& rule, const Row& row) {
-    const auto etherType = etherTypeOf(row.etherTypeFilter, kHighestEtherTypeCode);
+    const auto etherType = etherTypeOf(row.etherTypeFilter, kMaxEtherTypeCode);
     const auto innerTpid = tpidFilterOf(row.innerTpidFilter, row.inputTpid);
     switch (row.filterTagCount) {
         case VLAN_FILTER_TYPE_SINGLE_TAG:

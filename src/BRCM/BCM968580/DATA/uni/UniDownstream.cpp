@@ -10,7 +10,7 @@ using namespace uni_tagging;
 
 namespace {
 
-constexpr std::uint32_t kHighestRestoredEtherTypeCode = 3;  // Kept: the PPPoE session type is not written back
+constexpr std::uint32_t kMaxRestoredEtherTypeCode = 3;  // Kept: the PPPoE session type is not written back
 
 std::uint32_t bindDownstream(kit::TagRule& rule, const char* vlanIfc, bool isIpHost) {
     const std::uint32_t direction = isIpHost ? VLANCTL_DIRECTION_RX : VLANCTL_DIRECTION_TX;
@@ -84,7 +84,7 @@ void restorePair(kit::TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint3
     rule.setTpid(tpidFilterOf(row.outer_filter.tpid_de, inputTpid), kOuterTag);
     rule.setTpid(tpidFilterOf(row.inner_filter.tpid_de, inputTpid), kInnerTag);
     restoreTag(rule, row.inner_filter, kInnerTag);
-    const auto etherType = etherTypeOf(row.etherType, kHighestRestoredEtherTypeCode);
+    const auto etherType = etherTypeOf(row.etherType, kMaxRestoredEtherTypeCode);
     if (etherType) rule.setTagEtherType(*etherType, kInnerTag);
 }
 
