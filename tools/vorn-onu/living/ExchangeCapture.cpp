@@ -9,7 +9,7 @@ namespace vorn_onu {
 
 namespace {
 
-constexpr std::size_t kMaxWaiting = 256 * 1024;  // bytes
+constexpr std::size_t kMaxWaiting = std::size_t{256} * 1024;  // bytes
 using Header = std::uint8_t[14];
 // Addresses of nobody: the channel has none.
 constexpr Header kDownstream = {2, 0, 0, 0, 0, 2, 2, 0, 0, 0, 0, 1, 0x88, 0xB5};

@@ -80,7 +80,7 @@ struct NumberMember {
 Field numberField(const char* name, const NumberMember& member, Numbers numbers, Presence presence, const char* doc);
 struct TextMember {
     std::function<std::string(const void* record)> get;
-    std::function<void(void* record, std::string text)> set;
+    std::function<void(void* record, const std::string& text)> set;
 };
 Field textField(const char* name, const TextMember& member, Presence presence, const char* doc);
 
@@ -95,7 +95,7 @@ Field field(const char* name, Member Record::*member, Numbers numbers, Presence 
             static_cast<Record*>(record)->*member = static_cast<Member>(number);
         },
         static_cast<std::int64_t>(Limits::min()), static_cast<std::int64_t>(Limits::max())};
-    return numberField(name, access, numbers, std::move(presence), doc);
+    return numberField(name, access, std::move(numbers), std::move(presence), doc);
 }
 
 // A text as it is, or as {"bytes": "c3 28"} where it is not UTF-8, which JSON cannot hold.
@@ -108,7 +108,7 @@ template <typename Record>
 Field field(const char* name, std::string Record::*member, Presence presence, const char* doc) {
     const TextMember access{
         [member](const void* record) { return static_cast<const Record*>(record)->*member; },
-        [member](void* record, std::string text) { static_cast<Record*>(record)->*member = std::move(text); }};
+        [member](void* record, const std::string& text) { static_cast<Record*>(record)->*member = text; }};
     return textField(name, access, std::move(presence), doc);
 }
 
