@@ -131,7 +131,7 @@ private:
         add(counted_.badFrames, " no messages");
         add(counted_.otherForms, " of another size");
         add(counted_.wrongCodes, " with a wrong integrity code");
-        return counted(counted_.dropped(), "datagram") + " dropped: " + joined(kinds);
+        return counted(static_cast<std::size_t>(counted_.dropped()), "datagram") + " dropped: " + joined(kinds);
     }
 
     void take(const omci::Bytes& datagram) {

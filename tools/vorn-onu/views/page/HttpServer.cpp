@@ -4,6 +4,8 @@
 
 #ifdef VORN_WITHOUT_HTTPLIB
 
+#include <nlohmann/json.hpp>
+
 namespace vorn_onu::page {
 
 class HttpServer::Site {};
