@@ -11,6 +11,8 @@
 #include <type_traits>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "hal/HALFactory.h"
