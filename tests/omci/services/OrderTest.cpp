@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr unsigned kParts = 10, kOrdersInAPart = 20;  // 200 random orders
+constexpr unsigned kParts = 10, kOrdersInAPart = 10;  // 100 random orders
 
 // Everything of the OLT's goes, and what the ONU has made itself becomes as it was.
 olt::Requests takeDown(const olt::Olt& olt) {
