@@ -43,7 +43,9 @@ std::string TapRequest::place() const {
 }
 
 struct Taps::Running {
+    explicit Running(const taps::OpenTaps& open) : pump(open, [](bool) {}) {}
     int ending = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    taps::Pump pump;  // made before its thread runs: the board's state names the TAPs from here on
     std::thread thread;
 };
 
@@ -81,12 +83,12 @@ Taps::~Taps() {
 
 void Taps::start() {
     if (running_ != nullptr) return;
-    running_ = std::make_unique<Running>();
+    running_ = std::make_unique<Running>(*open_);
     setCarriers(true);  // first, or the board would see its links come up
     sigset_t all, before;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &before);
-    running_->thread = std::thread([this, ending = running_->ending] { taps::Pump(*open_, [](bool) {}).run(ending); });
+    running_->thread = std::thread([running = running_.get()] { running->pump.run(running->ending); });
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
