@@ -93,18 +93,22 @@ void BoardSocket::lock() {
     }
 }
 
+// Clients connect as soon as they see the socket's name, so it gets that name when it listens, not when it is bound.
 void BoardSocket::listen() {
+    const std::string bound = path_.substr(0, path_.rfind('.')) + ".new";
     sockaddr_un place{};
     place.sun_family = AF_UNIX;
     if (path_.size() >= sizeof place.sun_path) throw std::runtime_error(path_ + ": is too long for a socket");
-    std::copy(path_.begin(), path_.end(), place.sun_path);
-    unlink(path_.c_str());
+    std::copy(bound.begin(), bound.end(), place.sun_path);
+    unlink(bound.c_str());
     socket_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     const mode_t before = umask(S_IRWXG | S_IRWXO);
-    const bool bound = bind(socket_, reinterpret_cast<const sockaddr*>(&place), sizeof place) == 0;
+    const bool listens = bind(socket_, reinterpret_cast<const sockaddr*>(&place), sizeof place) == 0 &&
+                         ::listen(socket_, kWaiting) == 0 && rename(bound.c_str(), path_.c_str()) == 0;
     const std::string why = reason();
     umask(before);
-    if (bound && ::listen(socket_, kWaiting) == 0) return;
+    if (listens) return;
+    unlink(bound.c_str());
     close(socket_);
     throw std::runtime_error(path_ + ": " + why);
 }
