@@ -18,7 +18,7 @@ from .operations import Calls
 from .results import FrameResult, StepResult, step_result
 from .state import BoardInfo, Counters, DeviceState, TraceEntry
 from .steps import Steps
-from .tool import Tool, find_tool
+from .tool import Tool, find_tool, is_descendant
 
 __tracebackhide__ = True  # pytest shows the test's own lines
 
@@ -293,7 +293,8 @@ class Onu(Steps):
                 raise OnuError("not-started", f"{self.name}: {error.text}; {self.output().strip()}") from None
         else:
             # It can be another one that has the name, and then the tool is about to say so.
-            if process != self._tool.pid and self._tool.wait(_ENDING) is not None:
+            left = max(end - time.monotonic(), _ENDING)
+            if not is_descendant(process, self._tool.pid) and self._tool.wait(left) is not None:
                 raise OnuError("not-started", f"{self.name}: {self.output().strip()}")
 
     def _check_scenario(self, scenario: str) -> None:

@@ -166,3 +166,14 @@ _alive: "weakref.WeakSet[Tool]" = weakref.WeakSet()
 def _end_all() -> None:
     for tool in list(_alive):
         tool.end()
+
+
+def is_descendant(process: int, ancestor: int) -> bool:
+    """Whether a process is the other one, or was started by it or by what that has started."""
+    while process not in (0, ancestor):
+        try:
+            with open(f"/proc/{process}/stat", encoding="utf-8", errors="replace") as stat:
+                process = int(stat.read().rpartition(")")[2].split()[1])
+        except OSError:
+            return False
+    return process == ancestor
