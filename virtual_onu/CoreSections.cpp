@@ -13,7 +13,7 @@ namespace virtual_onu {
 
 namespace {
 
-struct Clock {
+struct SavedClock {
     std::uint64_t sleptMs = 0, advancedMs = 0, passedMs = 0;
 };
 struct Calls {
@@ -51,7 +51,7 @@ void describe(Record& record, TraceEntry& entry) {
 namespace {
 
 template <typename Record>
-void describe(Record& record, Clock& clock) {
+void describe(Record& record, SavedClock& clock) {
     record.number("sleptMs", clock.sleptMs);
     record.number("advancedMs", clock.advancedMs);
     record.number("passedMs", clock.passedMs);
@@ -76,12 +76,12 @@ void describe(Record& record, Faults& faults) {
 }
 
 persistence::Section clockSection() {
-    return persistence::single<Clock>(
+    return persistence::single<SavedClock>(
         persistence::kClock,
         [] {
-            return Clock{sleptMs, deviceClock().advancedMs, passedMs};
+            return SavedClock{sleptMs, deviceClock().advancedMs, passedMs};
         },
-        [](Clock clock) {
+        [](SavedClock clock) {
             sleptMs = clock.sleptMs;
             deviceClock().advancedMs = clock.advancedMs;
             passedMs = clock.passedMs;

@@ -10,14 +10,14 @@ namespace omci {
 namespace {
 
 // Where the frame counters of classes 296, 321, 322, 334 and 425 have their first fields.
-enum FrameAttribute : AttributeNumber { kDropEvents = 3, kOctets = 4, kFrames = 5, kBroadcast = 6, kMulticast = 7 };
+enum FrameAttribute : AttributeNumber { kDropEvents = 3, kOctetCount = 4, kFrames = 5, kBroadcast = 6, kMulticast = 7 };
 
 constexpr std::uint16_t kCountsDownstream = 0x0002;
 
 template <class Traffic>
 void putFrames(CounterValues& values, const Traffic& traffic) {
     values[kDropEvents] = traffic.discards;
-    values[kOctets] = traffic.octets;
+    values[kOctetCount] = traffic.octets;
     values[kFrames] = traffic.frames;
     values[kBroadcast] = traffic.broadcast;
     values[kMulticast] = traffic.multicast;

@@ -19,7 +19,7 @@ constexpr std::size_t kTableRows = 1024;        // of a table whose size the sta
 constexpr std::size_t kLengthSize = 4;          // bytes of a table's length in an answer to get
 
 // Port states of the bridge port designation data.
-enum PortState : std::uint8_t { kDisabled = 0, kForwarding = 3, kLinkDown = 5, kForwardingWithoutSpanningTree = 6 };
+enum PortState : std::uint8_t { kPortDisabled = 0, kForwarding = 3, kLinkDown = 5, kForwardingWithoutSpanningTree = 6 };
 
 // Classes whose entities the ONU makes along with those of others: same instance number, and gone with them.
 constexpr ClassId kWithBridge[] = {class_id::kBridgeData};
@@ -222,7 +222,7 @@ void MibCommands::refresh(EntityKey key, AttributeMask mask) {
 std::uint8_t MibCommands::stateOf(const Entity& bridgePort) const {
     if (bridgePortTarget(bridgePort.number8(attr::bridge_port::kTpType)) == class_id::kEthernetUni) {
         const Entity* uni = mib_.find(class_id::kEthernetUni, bridgePort.number16(attr::bridge_port::kTpPointer));
-        if (uni != nullptr && uni->number8(attr::ethernet_uni::kAdministrativeState) != 0) return kDisabled;
+        if (uni != nullptr && uni->number8(attr::ethernet_uni::kAdministrativeState) != 0) return kPortDisabled;
         if (uni != nullptr && uni->number8(attr::ethernet_uni::kOperationalState) != 0) return kLinkDown;
     }
     const Entity* bridge = mib_.find(class_id::kBridge, bridgePort.number16(attr::bridge_port::kBridgeIdPointer));

@@ -1,6 +1,7 @@
 // Ethernet ports as such, and the management host.
 #include <cstdio>
 
+#include "omci/message/TableText.h"
 #include "omci/services/Numbers.h"
 #include "omci/services/Plan.h"
 
@@ -36,12 +37,9 @@ std::string addressText(std::uint64_t address) {
     return text;
 }
 
-std::string macText(ByteView mac) {
-    if (mac.size() != 6 || allAre(mac, 0)) return "";
-    char text[18];
-    std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", unsigned{mac[0]}, unsigned{mac[1]},
-                  unsigned{mac[2]}, unsigned{mac[3]}, unsigned{mac[4]}, unsigned{mac[5]});
-    return text;
+// The ONU's own is used where the OLT gave none.
+std::string givenMac(ByteView mac) {
+    return mac.size() != 6 || allAre(mac, 0) ? "" : macText(mac);
 }
 
 }  // namespace
@@ -94,7 +92,7 @@ void Planner::planIpHost(InstanceId instance) {
     IpHostProvision record{};
     record.bridgeId = bridgePort->number;
     record.uniPort = static_cast<std::uint16_t>(context_.settings.firstIpHostPort + instance);
-    record.macAddress = macText(host->bytes(attr::ip_host::kMacAddress));
+    record.macAddress = givenMac(host->bytes(attr::ip_host::kMacAddress));
     if (record.macAddress.empty()) record.macAddress = context_.hostMac;
     record.ipOptions = options;
     record.dhcpEnabled = dhcp ? 1 : 0;

@@ -20,7 +20,7 @@ using virtual_onu::WireFrame;
 
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr unsigned kGemPort = 1001, kGemIndex = 7;
+constexpr unsigned kCarriedPort = 1001, kCarriedIndex = 7;
 
 std::string textOf(const WireExit& exit) {
     static constexpr char kDigits[] = "0123456789abcdef";
@@ -30,9 +30,9 @@ std::string textOf(const WireExit& exit) {
 }
 
 // Frames and changes of the rules, drawn by chance, the same for the same seed.
-class Chance {
+class RandomTraffic {
 public:
-    explicit Chance(unsigned seed) : random_(seed) {}
+    explicit RandomTraffic(unsigned seed) : random_(seed) {}
     unsigned below(unsigned end) { return std::uniform_int_distribution<unsigned>(0, end - 1)(random_); }
     bool oneIn(unsigned many) { return below(many) == 0; }
     template <typename Value>
@@ -84,7 +84,7 @@ public:
         if (oneIn(4)) vlanCtl_cmdDscpToPbits(0);
         if (oneIn(4)) vlanCtl_cmdSetTagEtherType(0x88A8, 0);
         if (oneIn(9)) vlanCtl_cmdDropFrame();
-        if (pon && !received) vlanCtl_cmdSetSkbMarkPort(kGemIndex);
+        if (pon && !received) vlanCtl_cmdSetSkbMarkPort(kCarriedIndex);
         if (pon && !received && oneIn(2)) vlanCtl_cmdSetSkbMarkQueue(of({0u, 2u, 5u}));
         unsigned id = 0;
         vlanCtl_insertTagRule(port.c_str(), received ? kReceive : kTransmit, below(3),
@@ -113,13 +113,14 @@ protected:
         }
         run("ifconfig br3 up");
         addGemPortOnTcont();
-        enableGemPort(kGemPort);
+        enableGemPort(kCarriedPort);
     }
 
     static std::vector<WireExit> walked(const std::string& from, const Bytes& bytes) {
         WireFrame wire;
         if (!readFrame(bytes.data(), bytes.size(), bytes.size(), wire)) return {};
-        const auto walk = from.empty() ? onu().sendFromPon(kGemPort, wire.frame) : onu().sendFromPort(from, wire.frame);
+        const auto walk =
+            from.empty() ? onu().sendFromPon(kCarriedPort, wire.frame) : onu().sendFromPort(from, wire.frame);
         std::vector<WireExit> exits;
         for (const auto& exit : walk.exits) {
             exits.push_back({exit.device, exit.gemPort, {}});
@@ -128,7 +129,7 @@ protected:
         return exits;
     }
 
-    static void change(Chance& chance) {
+    static void change(RandomTraffic& chance) {
         switch (chance.below(4)) {
             case 0:
             case 1:
@@ -145,14 +146,14 @@ protected:
     // What leaves, frame by frame, and what the board has counted and learned in the end.
     static std::vector<std::string> history(unsigned seed, bool asBytes) {
         setUpBoard();
-        Chance chance(seed);
+        RandomTraffic chance(seed);
         std::vector<std::string> lines;
         for (int step = 0; step < 1500; ++step) {
             if (chance.oneIn(12)) change(chance);
             const std::string from = chance.of<std::string>({"sid0", "sid1", "", "sid5"});
             const Bytes bytes = chance.frame();
             const auto exits = !asBytes       ? walked(from, bytes)
-                               : from.empty() ? onu().carryFromPon(kGemPort, bytes)
+                               : from.empty() ? onu().carryFromPon(kCarriedPort, bytes)
                                               : onu().carryFromPort(from, bytes);
             std::string line = std::to_string(step) + " from " + from;
             for (const WireExit& exit : exits) line += " | " + textOf(exit);
@@ -180,7 +181,7 @@ TEST_F(Carrying, BytesGoTheWayOfTheWalkAndAreCountedAlike) {
 
 TEST_F(Carrying, UnchangedFramesLeaveWithTheBytesThatCameIn) {
     setUpBoard();
-    Chance chance(1);
+    RandomTraffic chance(1);
     unsigned left = 0;
     for (int i = 0; i < 2000; ++i) {
         const Bytes bytes = chance.frame();

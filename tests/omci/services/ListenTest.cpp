@@ -62,16 +62,14 @@ std::string afterSending(const olt::Requests& requests, bool takenDown = false) 
     return text + standing(nlohmann::json::parse(line.state()));
 }
 
+// Random orders are tried without a process of their own (OrderTest.cpp).
 TEST(Listen, TheOrderOfTheMessagesDoesNotMatter) {
     const std::string documented = afterSending(olt::allServices());
     ASSERT_NE(documented.find("GEM port 1001 of 1024\n"), std::string::npos) << documented;
-    EXPECT_EQ(afterSending(olt::reversed(olt::allServices())), documented) << "reversed";
+    EXPECT_EQ(afterSending(olt::reversed(olt::allServices())), documented);
     const std::string down = afterSending(olt::allServices(), true);
     EXPECT_EQ(down.find("GEM port"), std::string::npos) << down;
-    for (unsigned seed = 1; seed <= 3; ++seed) {
-        EXPECT_EQ(afterSending(olt::shuffled(olt::allServices(), seed)), documented) << "order " << seed;
-        EXPECT_EQ(afterSending(olt::shuffled(olt::allServices(), seed), true), down) << "taken down, order " << seed;
-    }
+    EXPECT_EQ(afterSending(olt::shuffled(olt::allServices(), 1), true), down);
 }
 
 TEST(Listen, DatagramsOverLoopbackAreAnsweredAndTheOnuTellsATestByItself) {

@@ -70,7 +70,7 @@ TEST(Send, AgreesWithTheFrameStepForFramesByChance) {
     scenario["steps"].push_back(json::parse(R"({"frame": {"from": "sid0", "source": "02:00:00:00:00:0a"}})"));
     scenario["steps"].push_back(json::parse(R"({"frame": {"from": "gem 1001", "source": "02:00:00:00:00:0b"}})"));
     const std::string before = scratch.write("before.json", scenario.dump());
-    for (int i = 0; i < 30; ++i) {
+    for (int i = 0; i < 12; ++i) {
         const json frame = frameByChance(chance);
         json whole = scenario;
         whole["steps"].push_back({{"frame", frame}});

@@ -45,7 +45,7 @@ nlohmann::json known(const std::string& text) {
 }
 
 template <typename Ask>
-nlohmann::json textOf(Ask&& ask) {
+nlohmann::json answerOf(Ask&& ask) {
     Buffer buffer{};
     ask(buffer.data(), buffer.size() - 1);
     return known(buffer.data());
@@ -80,17 +80,17 @@ Topic identity(VornHal& hal) {
     return {"identity",
             "Identity",
             {{"serialNumber", "serial number",
-              textOf([&](char* b, std::size_t n) { hal.vorn_omci_hal_sn_get(bytes(b), static_cast<unsigned>(n)); })},
+              answerOf([&](char* b, std::size_t n) { hal.vorn_omci_hal_sn_get(bytes(b), static_cast<unsigned>(n)); })},
              {"partNumber", "part number",
-              textOf([&](char* b, std::size_t n) { hal.vorn_omci_hal_pn_get(bytes(b), static_cast<unsigned>(n)); })},
+              answerOf([&](char* b, std::size_t n) { hal.vorn_omci_hal_pn_get(bytes(b), static_cast<unsigned>(n)); })},
              {"mac", "MAC",
-              textOf([&](char* b, std::size_t n) { hal.vorn_omci_hal_mac_get(bytes(b), static_cast<unsigned>(n)); })},
+              answerOf([&](char* b, std::size_t n) { hal.vorn_omci_hal_mac_get(bytes(b), static_cast<unsigned>(n)); })},
              {"ipHostMac", "MAC of the IP host", known(hal.vorn_hal_get_mac_ip_host())},
              {"subHostMac", "MAC of the sub-host", known(hal.vorn_hal_get_mac_sub_host())}}};
 }
 
 Topic software(VornHal& hal) {
-    return {"software", "Software", {{"bootedImage", "booted image", textOf([&](char* b, std::size_t n) {
+    return {"software", "Software", {{"bootedImage", "booted image", answerOf([&](char* b, std::size_t n) {
                                           hal.vorn_omci_hal_swimage_version_get(b, static_cast<int>(n), 0);
                                       })}}};
 }

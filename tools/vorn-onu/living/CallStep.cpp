@@ -11,7 +11,7 @@ namespace vorn_onu {
 
 namespace {
 
-using namespace omci::services;
+namespace services = omci::services;
 
 // Those that a scenario has to say.
 template <typename Record>
@@ -27,41 +27,43 @@ Json said(const Record& record, const std::vector<Field>& fields) {
 }
 
 struct Fields {
-    Json operator()(const OmciAction& action) const { return {{"action", action.action}}; }
+    Json operator()(const services::OmciAction& action) const { return {{"action", action.action}}; }
     Json operator()(const TContProvisioning& record) const { return said(record, tcontFields()); }
     Json operator()(const XGEMConfig& record) const { return said(record, gemPortFields()); }
-    Json operator()(const BridgeSide& side) const { return {{"bridgeId", side.bridgeId}, {"uniPort", side.uniPort}}; }
+    Json operator()(const services::BridgeSide& side) const {
+        return {{"bridgeId", side.bridgeId}, {"uniPort", side.uniPort}};
+    }
     Json operator()(const BridgeServiceProvisioning& record) const {
         Json given = said(record, bridgeServiceFields({"bridgeId", "gemPortId"}));
         // Without the number a scenario counts the entries of a list, and finds none in a text.
         if (record.numberOfEntries != 0) given["numberOfEntries"] = record.numberOfEntries;
         return given;
     }
-    Json operator()(const VeipRules& rules) const {
+    Json operator()(const services::VeipRules& rules) const {
         return {{"gemPort", rules.gemPort},       {"bridgeId", rules.bridgeId},
                 {"filterType", rules.filterType}, {"numberOfEntries", rules.numberOfEntries},
                 {"filterList", rules.filterList}, {"trafficType", rules.trafficType}};
     }
     Json operator()(const UniDataProvisioning& record) const { return said(record, uniDataFields()); }
     Json operator()(const IpHostProvision& record) const { return said(record, ipHostFields()); }
-    Json operator()(const PortStatus& status) const {
+    Json operator()(const services::PortStatus& status) const {
         return {{"uniInstance", status.port}, {"adminState", status.up}};
     }
-    Json operator()(const PortMode& mode) const {
+    Json operator()(const services::PortMode& mode) const {
         return {{"uniInstance", mode.port}, {"speed", mode.speed}, {"duplex", mode.duplex}};
     }
 };
 
 // Ports are switched by functions beside the HAL's interface.
-std::string operationOf(Operation operation) {
-    if (operation == Operation::kSetPortStatus) return "setEthernetUniStatus";
-    if (operation == Operation::kSetPortMode) return "updateEthernetUniSpeed";
+std::string operationOf(services::Operation operation) {
+    if (operation == services::Operation::kSetPortStatus) return "setEthernetUniStatus";
+    if (operation == services::Operation::kSetPortMode) return "updateEthernetUniSpeed";
     return nameOf(operation);
 }
 
 }  // namespace
 
-Json callStep(const HalCall& call) {
+Json callStep(const services::HalCall& call) {
     Json step = {{"call", operationOf(call.operation)}};
     const Json fields = std::visit(Fields{}, call.record);
     for (const auto& [name, value] : fields.items()) step[name] = value;

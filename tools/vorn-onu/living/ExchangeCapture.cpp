@@ -12,8 +12,8 @@ namespace {
 constexpr std::size_t kMaxWaiting = std::size_t{256} * 1024;  // bytes
 using Header = std::uint8_t[14];
 // Addresses of nobody: the channel has none.
-constexpr Header kDownstream = {2, 0, 0, 0, 0, 2, 2, 0, 0, 0, 0, 1, 0x88, 0xB5};
-constexpr Header kUpstream = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 0x88, 0xB5};
+constexpr Header kDownstreamHeader = {2, 0, 0, 0, 0, 2, 2, 0, 0, 0, 0, 1, 0x88, 0xB5};
+constexpr Header kUpstreamHeader = {2, 0, 0, 0, 0, 1, 2, 0, 0, 0, 0, 2, 0x88, 0xB5};
 
 }  // namespace
 
@@ -28,7 +28,7 @@ ExchangeCapture::ExchangeCapture(const std::string& path) : path_(path) {
 void ExchangeCapture::add(omci::Direction direction, omci::ByteView message) {
     if (path_.empty()) return;
     const bool down = direction == omci::Direction::kDownstream;
-    const Header& header = down ? kDownstream : kUpstream;
+    const Header& header = down ? kDownstreamHeader : kUpstreamHeader;
     std::vector<std::uint8_t> frame(std::begin(header), std::end(header));
     frame.insert(frame.end(), message.begin(), message.end());
     PcapngPacket packet;

@@ -21,7 +21,7 @@ using omci::InstanceId;
 using Instances = std::vector<InstanceId>;
 using Values = std::map<std::string, std::string>;
 
-constexpr std::size_t kMaxFileBytes = std::size_t{1} << 20U;
+constexpr std::size_t kMaxLayoutBytes = std::size_t{1} << 20U;
 constexpr std::size_t kMaxInstances = 4096;  // of one key
 constexpr const char* kKeys[] = {"ethernetPorts", "veips", "tConts", "ani", "upstreamQueues", "downstreamQueues"};
 
@@ -72,7 +72,7 @@ std::string layoutText(const std::string& key, const nlohmann::json& value) {
 }
 
 void addFile(const std::string& path, Values& values) {
-    const auto json = nlohmann::json::parse(readFile(path, kMaxFileBytes), nullptr, false, true);
+    const auto json = nlohmann::json::parse(readFile(path, kMaxLayoutBytes), nullptr, false, true);
     if (!json.is_object()) throw FileProblem(path, "is no layout: an object in JSON is expected");
     for (const auto& [key, value] : json.items()) values[key] = layoutText(key, value);
 }

@@ -14,7 +14,7 @@ namespace vorn_onu {
 
 namespace {
 
-constexpr std::uint16_t kEtherType = 0x88B5;
+constexpr std::uint16_t kOmciEtherType = 0x88B5;
 constexpr std::size_t kMaxSkipped = 1000;  // told
 
 bool isCapture(const std::string& bytes) {
@@ -45,8 +45,8 @@ bool isKnownLink(int link) {
 // The message in a packet; empty where it is of another protocol.
 omci::ByteView messageIn(int link, omci::ByteView packet) {
     if (link == DLT_EN10MB) return messageInEthernet(packet);
-    if (link == kCooked) return omci::number16(packet, 14) == kEtherType ? packet.part(16) : omci::ByteView();
-    if (link == kCookedV2) return omci::number16(packet, 0) == kEtherType ? packet.part(20) : omci::ByteView();
+    if (link == kCooked) return omci::number16(packet, 14) == kOmciEtherType ? packet.part(16) : omci::ByteView();
+    if (link == kCookedV2) return omci::number16(packet, 0) == kOmciEtherType ? packet.part(20) : omci::ByteView();
     const omci::ByteView inner = messageInEthernet(packet);
     return inner.empty() ? packet : inner;
 }
@@ -108,7 +108,7 @@ omci::ByteView messageInEthernet(omci::ByteView frame) {
     std::size_t at = 12;
     for (int tags = 0; tags < 4; ++tags, at += 4) {
         const std::uint16_t type = omci::number16(frame, at);
-        if (type == kEtherType) return frame.part(at + 2);
+        if (type == kOmciEtherType) return frame.part(at + 2);
         if (type != 0x8100 && type != 0x88A8 && type != 0x9100) break;
     }
     return {};

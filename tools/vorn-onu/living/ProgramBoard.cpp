@@ -25,7 +25,7 @@ namespace {
 using living::Got;
 using living::Refusal;
 
-constexpr int kHelloMs = 1000;
+constexpr int kRelayHelloMs = 1000;
 constexpr int kAnswerMs = 10000;                               // a program that is stopped answers nothing
 constexpr int kSilentMs = 200;                                 // and others wait behind whoever asks it
 constexpr std::chrono::milliseconds kFirstTouch{3000};         // for a program that has just been started
@@ -80,7 +80,7 @@ void ProgramBoard::acceptRelays() {
 void ProgramBoard::take(int descriptor) {
     auto relay = std::make_shared<Relay>(descriptor);
     std::string line;
-    if (relay->socket.read(line, kHelloMs) != Got::Line) return;
+    if (relay->socket.read(line, kRelayHelloMs) != Got::Line) return;
     const auto hello = nlohmann::json::parse(line, nullptr, false);
     if (!hello.is_object()) return;
     relay->process = hello.value("process", 0);

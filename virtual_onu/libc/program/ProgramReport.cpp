@@ -48,7 +48,7 @@ void openBoard() {
     }
 }
 
-__attribute__((constructor)) void begin() {
+__attribute__((constructor)) void beginReport() {
     halprints::divert(halprints::Found::Linked);
     openBoard();
     if (settings().stateFile.empty() && settings().traceFile.empty()) return;

@@ -63,14 +63,14 @@ const std::string& paintMark() {
 
 // How a painted part and a line end come out.
 enum class Paint { Coloured, Plain };
-enum class Lines { Stay, Escaped };
+enum class LineEnds { Stay, Escaped };
 
-std::string escaped(const std::string& text, Paint paint, Lines lines) {
+std::string escaped(const std::string& text, Paint paint, LineEnds lines) {
     std::string result;
     result.reserve(text.size());
     for (std::size_t at = 0; at < text.size();) {
         const Character character = characterAt(text, at);
-        const bool stays = lines == Lines::Stay && (character.code == '\n' || character.code == '\t');
+        const bool stays = lines == LineEnds::Stay && (character.code == '\n' || character.code == '\t');
         if (text[at] == '\x1b' && text.compare(at, paintMark().size(), paintMark()) == 0) {
             at += paintMark().size();
             if (paint == Paint::Coloured)
@@ -91,15 +91,15 @@ std::string escaped(const std::string& text, Paint paint, Lines lines) {
 }  // namespace
 
 std::string printable(const std::string& text) {
-    return escaped(text, Paint::Coloured, Lines::Stay);
+    return escaped(text, Paint::Coloured, LineEnds::Stay);
 }
 
 std::string unpainted(const std::string& text) {
-    return escaped(text, Paint::Plain, Lines::Stay);
+    return escaped(text, Paint::Plain, LineEnds::Stay);
 }
 
 std::string oneLine(const std::string& text) {
-    return escaped(text, Paint::Coloured, Lines::Escaped);
+    return escaped(text, Paint::Coloured, LineEnds::Escaped);
 }
 
 nlohmann::json oneLines(const nlohmann::json& value) {

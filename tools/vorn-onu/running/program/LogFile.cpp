@@ -20,7 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kEnd = ".hal.log";
+constexpr const char* kLogEnd = ".hal.log";
 constexpr std::chrono::hours kReadUntil{1};  // its reader has had the time
 
 // Whether a program writes to it: that holds a shared lock.
@@ -37,7 +37,7 @@ pid_t toolIn(const std::string& name, const std::string& start) {
     if (name.rfind(start, 0) != 0) return 0;
     char* end = nullptr;
     const long number = std::strtol(name.c_str() + start.size(), &end, 10);
-    return std::string(end) == kEnd && number > 0 ? static_cast<pid_t>(number) : 0;
+    return std::string(end) == kLogEnd && number > 0 ? static_cast<pid_t>(number) : 0;
 }
 
 }  // namespace
@@ -54,7 +54,7 @@ std::string newLogOf(const std::string& program) {
         if (tool > 0 && old && !toolRuns && !isInUse(entry.path().string())) useless.push_back(entry.path().string());
     }
     for (const std::string& one : useless) unlink(one.c_str());
-    const std::string path = folder + "/" + start + std::to_string(getpid()) + kEnd;
+    const std::string path = folder + "/" + start + std::to_string(getpid()) + kLogEnd;
     unlink(path.c_str());
     writeFile(path, "");
     return path;

@@ -64,7 +64,7 @@ void TapLender::serve() {
 void TapLender::take() {
     const int process = accept4(listening_, nullptr, nullptr, SOCK_CLOEXEC);
     if (process < 0) return;
-    if (!processes_.empty()) send(processes_.back(), "stop", 4, MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (!processes_.empty()) ::send(processes_.back(), "stop", 4, MSG_NOSIGNAL | MSG_DONTWAIT);
     processes_.push_back(process);
     taps_.setCarriers(true);  // first, or the board would see its links come up
     give(process);

@@ -10,7 +10,7 @@ namespace {
 constexpr std::size_t kMaxInterfaceLength = 15, kMaxNetnsLength = 127;
 constexpr unsigned kMaxGemPort = 65535;
 
-[[noreturn]] void refuse(const std::string& words, const std::string& why) {
+[[noreturn]] void refuseTap(const std::string& words, const std::string& why) {
     throw std::invalid_argument("vorn-onu: --tap '" + words + "': " + why);
 }
 
@@ -39,13 +39,13 @@ std::string behind(const std::string& prefix, const std::string& text) {
 void readPort(const std::string& words, const std::string& port, virtual_onu::TapRequest& made) {
     if (isNumber(trimmed(behind("gem", port)), 5)) {
         const auto number = static_cast<unsigned>(std::stoul(trimmed(behind("gem", port))));
-        if (number > kMaxGemPort) refuse(words, "a GEM port id is at most 65535");
+        if (number > kMaxGemPort) refuseTap(words, "a GEM port id is at most 65535");
         made.gemPort = number;
         return;
     }
     for (const char* kind : {"sid", "eth", "veip"})
         if (isNumber(behind(kind, port), 2)) made.device = port;
-    if (made.device.empty()) refuse(words, "'" + port + "' is no port: sid0, eth0, veip0, or \"gem 1001\"");
+    if (made.device.empty()) refuseTap(words, "'" + port + "' is no port: sid0, eth0, veip0, or \"gem 1001\"");
 }
 
 }  // namespace
@@ -53,7 +53,7 @@ void readPort(const std::string& words, const std::string& port, virtual_onu::Ta
 virtual_onu::TapRequest tapOf(const std::string& words) {
     const std::size_t equals = words.find('=');
     if (equals == std::string::npos)
-        refuse(words, "is written PORT=INTERFACE or PORT=INTERFACE@NETNS, as in sid0=tap0");
+        refuseTap(words, "is written PORT=INTERFACE or PORT=INTERFACE@NETNS, as in sid0=tap0");
     virtual_onu::TapRequest made;
     readPort(words, trimmed(words.substr(0, equals)), made);
     const std::string place = trimmed(words.substr(equals + 1));
@@ -62,10 +62,10 @@ virtual_onu::TapRequest tapOf(const std::string& words) {
     if (at != std::string::npos) {
         made.netns = place.substr(at + 1);
         if (made.netns.empty() || made.netns.size() > kMaxNetnsLength)
-            refuse(words, "the network namespace's name is missing or too long");
+            refuseTap(words, "the network namespace's name is missing or too long");
     }
     if (!isInterface(made.interface))
-        refuse(words, "'" + made.interface + "' is no name of an interface (1 to 15 characters)");
+        refuseTap(words, "'" + made.interface + "' is no name of an interface (1 to 15 characters)");
     return made;
 }
 
@@ -74,9 +74,9 @@ std::vector<virtual_onu::TapRequest> tapsOf(const std::vector<std::string>& opti
     for (const std::string& words : options) {
         const virtual_onu::TapRequest request = tapOf(words);
         for (const auto& other : made) {
-            if (request.port() == other.port()) refuse(words, request.port() + " is " + other.place() + " already");
+            if (request.port() == other.port()) refuseTap(words, request.port() + " is " + other.place() + " already");
             if (request.place() == other.place())
-                refuse(words, request.place() + " stands for " + other.port() + " already");
+                refuseTap(words, request.place() + " stands for " + other.port() + " already");
         }
         made.push_back(request);
     }

@@ -13,7 +13,7 @@ namespace {
 
 // A step has a line of its own, and few of them are written anew at a time.
 constexpr int kMaxLinesLost = 64;
-constexpr const char* kEnd = "\n]}\n";
+constexpr const char* kClosingBrackets = "\n]}\n";
 
 std::optional<std::size_t> callsIn(const std::string& text) {
     const Json whole = Json::parse(text, nullptr, false);
@@ -42,9 +42,9 @@ std::optional<RecordedFile> finishRecording(const std::string& path) {
     if (const auto calls = callsIn(text)) return RecordedFile{*calls, false};
     for (int lost = 0; lost <= kMaxLinesLost; ++lost, text = withoutLastLine(text)) {
         text = withoutComma(text);
-        const auto calls = callsIn(text + kEnd);
+        const auto calls = callsIn(text + kClosingBrackets);
         if (!calls) continue;
-        std::ofstream(path, std::ios::trunc) << text << kEnd;
+        std::ofstream(path, std::ios::trunc) << text << kClosingBrackets;
         return RecordedFile{*calls, true};
     }
     return std::nullopt;

@@ -19,7 +19,7 @@ namespace vorn_onu {
 
 namespace {
 
-using Lines = std::vector<std::string>;
+using DiffLines = std::vector<std::string>;
 using nlohmann::json;
 
 std::string orNone(const std::string& text) {
@@ -42,12 +42,12 @@ std::vector<T> without(const std::vector<T>& list, const std::vector<T>& others)
     return apart(list, others).second;
 }
 
-void compareList(const std::string& what, const Lines& before, const Lines& after, Lines& lines) {
+void compareList(const std::string& what, const DiffLines& before, const DiffLines& after, DiffLines& lines) {
     for (const auto& one : without(before, after)) lines.push_back(what + " removed: " + one);
     for (const auto& one : without(after, before)) lines.push_back(what + " added: " + one);
 }
 
-void compareValue(const std::string& what, const std::string& before, const std::string& after, Lines& lines) {
+void compareValue(const std::string& what, const std::string& before, const std::string& after, DiffLines& lines) {
     if (before != after) lines.push_back(what + before + " → " + after);
 }
 
@@ -125,7 +125,7 @@ Wording wordingOf(const char* field, std::string& own) {
 }
 
 template <typename Record>
-void compareFields(const std::string& name, const Record& old, const Record& now, Lines& lines);
+void compareFields(const std::string& name, const Record& old, const Record& now, DiffLines& lines);
 
 // The first field names a record among its like.
 template <typename Record>
@@ -145,7 +145,7 @@ const Record* sameKey(const std::vector<Record>& list, const Record& one) {
 // What is gone, what has appeared, and what has changed in those that are in both.
 template <typename Record>
 void compareRecords(const std::string& what, const std::vector<Record>& before, const std::vector<Record>& after,
-                    const std::function<std::string(const Record&)>& words, Lines& lines) {
+                    const std::function<std::string(const Record&)>& words, DiffLines& lines) {
     for (const Record& one : before)
         if (sameKey(after, one) == nullptr) lines.push_back(what + " " + keyOf(one) + " is gone");
     for (const Record& one : after) {
@@ -158,17 +158,18 @@ void compareRecords(const std::string& what, const std::vector<Record>& before, 
     }
 }
 
-void compareList(const std::string& name, const char* label, const Lines& old, const Lines& now, Lines& lines) {
+void compareList(const std::string& name, const char* label, const DiffLines& old, const DiffLines& now,
+                 DiffLines& lines) {
     compareList(name + label, old, now, lines);
 }
 
 void compareList(const std::string& name, const char* label, const std::vector<virtual_onu::Queue>& old,
-                 const std::vector<virtual_onu::Queue>& now, Lines& lines) {
+                 const std::vector<virtual_onu::Queue>& now, DiffLines& lines) {
     compareRecords<virtual_onu::Queue>(name + label, old, now, queueWords, lines);
 }
 
 void compareList(const std::string& name, const char* label, const std::vector<virtual_onu::BridgePort>& old,
-                 const std::vector<virtual_onu::BridgePort>& now, Lines& lines) {
+                 const std::vector<virtual_onu::BridgePort>& now, DiffLines& lines) {
     for (const auto& port : old)
         if (sameKey(now, port) == nullptr) lines.push_back(name + port.name + " has left");
     for (const auto& port : now)
@@ -185,7 +186,7 @@ template <typename One>
 struct IsList<std::vector<One>> : std::bool_constant<!std::is_arithmetic_v<One>> {};
 
 template <typename Record>
-void compareFields(const std::string& name, const Record& old, const Record& now, Lines& lines) {
+void compareFields(const std::string& name, const Record& old, const Record& now, DiffLines& lines) {
     virtual_onu::forEachField<Record>(virtual_onu::kInDiff, [&](const auto& field) {
         std::string own;
         const Wording wording = wordingOf(field.name, own);
@@ -202,7 +203,7 @@ void compareFields(const std::string& name, const Record& old, const Record& now
 // ---- devices and bridges ----
 
 std::string deviceWords(const virtual_onu::NetworkDevice& device) {
-    Lines words = {upWord(device.up), "MTU " + std::to_string(device.mtu)};
+    DiffLines words = {upWord(device.up), "MTU " + std::to_string(device.mtu)};
     if (!device.realDevice.empty()) words.insert(words.begin(), "on " + device.realDevice);
     if (device.routed) words.emplace_back("routed");
     if (device.multicast) words.emplace_back("multicast");
@@ -219,12 +220,12 @@ std::vector<virtual_onu::NetworkDevice> devicesToCompare(const DeviceState& stat
     return devices;
 }
 
-void compareNetwork(const DeviceState& before, const DeviceState& after, Lines& lines) {
+void compareNetwork(const DeviceState& before, const DeviceState& after, DiffLines& lines) {
     compareRecords<virtual_onu::NetworkDevice>("device", devicesToCompare(before, after),
                                                devicesToCompare(after, before), deviceWords, lines);
     const auto bridgeWords = [&after](const virtual_onu::Bridge& bridge) {
         const virtual_onu::NetworkDevice* device = after.device(bridge.name);
-        Lines parts = {upWord(device != nullptr && device->up), "members " + orNone(joined(bridge.members()))};
+        DiffLines parts = {upWord(device != nullptr && device->up), "members " + orNone(joined(bridge.members()))};
         if (bridge.stp) parts.emplace_back("spanning tree on");
         if (device != nullptr) parts.insert(parts.end(), device->addresses.begin(), device->addresses.end());
         return joined(parts);
@@ -259,7 +260,7 @@ std::vector<TableState> tablesWithout(const DeviceState& state, const DeviceStat
     return tables;
 }
 
-void ruleLines(const std::string& what, const std::vector<TableState>& tables, Lines& lines) {
+void ruleLines(const std::string& what, const std::vector<TableState>& tables, DiffLines& lines) {
     std::vector<std::pair<std::string, bool>> seen;
     for (const TableState& first : tables) {
         const auto side = std::make_pair(first.device, first.receive);
@@ -278,14 +279,14 @@ void ruleLines(const std::string& what, const std::vector<TableState>& tables, L
 
 // "sid0 receives, frames with 0, 1 tags"
 std::string tableWords(const std::string& device, bool receive, const std::set<unsigned>& tags) {
-    Lines numbers;
+    DiffLines numbers;
     for (const unsigned count : tags) numbers.push_back(std::to_string(count));
     const bool one = tags == std::set<unsigned>{1};
     return device + (receive ? " receives" : " sends") + ", frames with " + joined(numbers) + (one ? " tag" : " tags");
 }
 
 // The rules that both have: first come, first matched, so that their order counts.
-void compareOrder(const DeviceState& before, const DeviceState& after, Lines& lines) {
+void compareOrder(const DeviceState& before, const DeviceState& after, DiffLines& lines) {
     for (const TableState& table : before.tables) {
         const auto old = termsOf(&table), now = termsOf(sameTable(after, table));
         if (apart(old, now).first != apart(now, old).first)
@@ -298,7 +299,7 @@ std::string defaultWords(const TableState* table) {
     return *table->defaultAction == "drop" ? "drop" : "pass to " + *table->defaultAction;
 }
 
-void compareDefaults(const DeviceState& before, const DeviceState& after, Lines& lines) {
+void compareDefaults(const DeviceState& before, const DeviceState& after, DiffLines& lines) {
     struct Change {
         std::string device;
         bool receive;
@@ -323,13 +324,13 @@ void compareDefaults(const DeviceState& before, const DeviceState& after, Lines&
         lines.push_back(tableWords(one.device, one.receive, one.tags) + ", default: " + one.words);
 }
 
-void compareRules(const DeviceState& before, const DeviceState& after, Lines& lines) {
+void compareRules(const DeviceState& before, const DeviceState& after, DiffLines& lines) {
     ruleLines("removed", tablesWithout(before, after), lines);
     ruleLines("added", tablesWithout(after, before), lines);
     compareOrder(before, after, lines);
     compareDefaults(before, after, lines);
     const auto words = [](const DeviceState& state) {
-        Lines flows;
+        DiffLines flows;
         for (const auto& [from, to] : state.flows) flows.push_back(from + " → " + to);
         return flows;
     };
@@ -338,7 +339,7 @@ void compareRules(const DeviceState& before, const DeviceState& after, Lines& li
 
 // ---- PON ----
 
-void comparePon(const DeviceState& before, const DeviceState& after, Lines& lines) {
+void comparePon(const DeviceState& before, const DeviceState& after, DiffLines& lines) {
     const auto tcontWords = [](const virtual_onu::Tcont& tcont) {
         return "alloc-id " + allocIdWords(tcont.allocId) + ", " + std::to_string(tcont.queues.size()) + " queues";
     };
@@ -356,7 +357,7 @@ void comparePon(const DeviceState& before, const DeviceState& after, Lines& line
 
 // ---- board ----
 
-void compareBoard(const DeviceState& before, const DeviceState& after, Lines& lines) {
+void compareBoard(const DeviceState& before, const DeviceState& after, DiffLines& lines) {
     using virtual_onu::board::Image;
     using virtual_onu::board::Phy;
     compareFields("board: ", before.identity, after.identity, lines);
@@ -365,15 +366,15 @@ void compareBoard(const DeviceState& before, const DeviceState& after, Lines& li
     compareRecords<Phy>(
         "PHY", before.phys, after.phys, [](const Phy& phy) { return "link " + upWord(phy.linkUp); }, lines);
     const auto stored = [](const DeviceState& state) {
-        Lines values;
+        DiffLines values;
         for (const auto& [key, value] : state.persistent) values.push_back(key + " = " + value);
         return values;
     };
     compareList("stored value", stored(before), stored(after), lines);
 }
 
-Lines texts(const std::vector<FailedCall>& calls) {
-    Lines all;
+DiffLines texts(const std::vector<FailedCall>& calls) {
+    DiffLines all;
     for (const FailedCall& call : calls) all.push_back(call.text());
     return all;
 }
@@ -381,7 +382,7 @@ Lines texts(const std::vector<FailedCall>& calls) {
 }  // namespace
 
 std::vector<std::string> differences(const DeviceState& before, const DeviceState& after) {
-    Lines lines;
+    DiffLines lines;
     compareNetwork(before, after, lines);
     compareRules(before, after, lines);
     comparePon(before, after, lines);

@@ -146,7 +146,7 @@ struct DownstreamTable {
 
 // By the tags that the row filters on and those that it removes; another removeType removes none.
 // clang-format off
-constexpr DownstreamTable kDownstreamTables[3][3] = {
+constexpr DownstreamTable kUniDownstreamTables[3][3] = {
     {
         /* untagged, none  */ {0, 1, 0, 2, RemovalText::None},
         /* untagged, outer */ {0, 0, 0, 1, RemovalText::Outer},
@@ -198,7 +198,7 @@ std::uint32_t downstreamTable(const VlanExtVlanTagOper_t& row) {
     const std::uint32_t removedTags = row.removeType <= kRemoveBoth ? row.removeType : kRemoveNone;
     announceFilterType(filteredTags);
 
-    const DownstreamTable& choice = kDownstreamTables[filteredTags][removedTags];
+    const DownstreamTable& choice = kUniDownstreamTables[filteredTags][removedTags];
     const int withoutOuter = hasTag(row.inner_treatment) ? choice.innerAdded : choice.noneAdded;
     const int withOuter = hasTag(row.inner_treatment) ? choice.bothAdded : choice.outerAdded;
     const int table = hasTag(row.outer_treatment) ? withOuter : withoutOuter;

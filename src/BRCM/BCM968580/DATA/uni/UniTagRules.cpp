@@ -18,7 +18,7 @@ constexpr std::uint16_t kPriorityTagVid = 0;
 constexpr std::uint16_t kDefaultVid = 1;
 // Untagged rows of a port beyond these rules get no downstream rule.
 constexpr unsigned int kMaxRulesForUntaggedDownstream = 6;
-constexpr std::uint32_t kMaxEtherTypeCode = 4;
+constexpr std::uint32_t kMaxUniEtherTypeCode = 4;
 
 // ---- upstream ----
 
@@ -58,7 +58,7 @@ void filterTags(kit::TagRule& rule, const VlanExtVlanTagOper_t& row) {
 }
 
 void filterTypes(kit::TagRule& rule, const VlanExtVlanTagOper_t& row, std::uint32_t inputTpid) {
-    const auto etherType = etherTypeOf(row.etherType, kMaxEtherTypeCode);
+    const auto etherType = etherTypeOf(row.etherType, kMaxUniEtherTypeCode);
     switch (row.filterType) {
         case VLAN_FILTER_TYPE_SINGLE_TAG:
             std::printf("Set VLAN_FILTER_TYPE_SINGLE_TAG");

@@ -29,8 +29,8 @@ const Numbers kType{0,
                      {"eapol", 0x888E}},
                     false,
                     true};
-const Numbers kProtocol{0, 255, {{"icmp", 1}, {"igmp", 2}, {"tcp", 6}, {"udp", 17}}};
-const Numbers kTpid{0, 65535, {}, false, true};
+const Numbers kIpProtocols{0, 255, {{"icmp", 1}, {"igmp", 2}, {"tcp", 6}, {"udp", 17}}};
+const Numbers kTagTypes{0, 65535, {}, false, true};
 const Numbers kGemPort{0, 65535};
 constexpr std::size_t kMaxDeviceName = 15;
 constexpr std::int64_t kNoProtocol = -1;
@@ -87,7 +87,7 @@ std::vector<Field> tagFields() {
     return {field("vid", &R::vid, Numbers{0, 4095}, required(), "VLAN id"),
             field("pbits", &R::pbits, Numbers{0, 7}, otherwise(0), "p-bits"),
             field("dei", &R::dei, Numbers{0, 1, {}, true}, otherwise(false), "drop eligible"),
-            field("tpid", &R::tpid, kTpid, otherwise("0x8100"), "type word in front of the tag")};
+            field("tpid", &R::tpid, kTagTypes, otherwise("0x8100"), "type word in front of the tag")};
 }
 
 std::vector<Field> frameFields() {
@@ -98,7 +98,7 @@ std::vector<Field> frameFields() {
         field("from", &R::from, required(), "where it arrives: \"sid0\", \"veip0\", or \"gem 1001\""),
         Field{"tags", optional(), "its tags, outermost first; left out: untagged", tagsSchema(), storeTags},
         field("etherType", &R::etherType, kType, otherwise("ipv4"), "type of what it carries"),
-        field("ipProtocol", &R::ipProtocol, kProtocol, optional(), "protocol of an IP packet"),
+        field("ipProtocol", &R::ipProtocol, kIpProtocols, optional(), "protocol of an IP packet"),
         field("dscp", &R::dscp, Numbers{0, 63}, otherwise(0), "DSCP of an IP packet"),
         field("payload", &R::payload, Numbers{0, 65535}, otherwise(0),
               "octets behind its last type word, which an MTU limits; 0: as few as it can have"),
