@@ -11,6 +11,7 @@ import tempfile
 import threading
 import time
 import unittest
+import unittest.mock
 
 import support
 from vorn_onu import Onu, OnuError, boards, unique_name
@@ -63,6 +64,25 @@ class Beginnings(unittest.TestCase):
         with Onu.start() as onu:
             self.refused("not-started", "runs already", name=onu.name)
         self.assertEqual(list(pathlib.Path(folder.name).glob("vorn-onu-py-*")), [])
+
+    def test_a_board_is_looked_for_where_this_users_boards_are_alone(self) -> None:
+        for name in ("../lab", "a/b", "", ".hidden", "-x", "x" * 41, "new\nline"):
+            with self.subTest(name), self.assertRaises(OnuError) as caught:
+                Onu.attach(name)
+            self.assertEqual(caught.exception.code, "bad-name")
+        with tempfile.TemporaryDirectory(prefix="vorn-onu-test-") as folder:
+            directory = pathlib.Path(folder, "vorn-onu")
+            directory.mkdir()
+            listening = socket.socket(socket.AF_UNIX)
+            self.addCleanup(listening.close)
+            listening.bind(str(directory / "lab.sock"))
+            listening.listen()
+            for mode, code in ((0o777, "not-yours"), (0o750, "not-yours"), (0o700, "timeout")):
+                directory.chmod(mode)
+                with unittest.mock.patch.dict(os.environ, XDG_RUNTIME_DIR=folder):
+                    with self.subTest(oct(mode)), self.assertRaises(OnuError) as caught:
+                        Onu.attach("lab", timeout=0.2)
+                self.assertEqual(caught.exception.code, code)
 
     def test_boards_are_found_by_name_and_a_guest_does_not_end_one(self) -> None:
         with Onu.start(scenario=str(support.SCENARIOS / "bridge.json"), name=unique_name()) as onu:

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import json
 import os
+import re
 import socket
 import stat
 import tempfile
@@ -15,27 +16,39 @@ from .errors import OnuError
 
 PROTOCOL = 1
 _MOST_AT_ONCE = 1 << 16
+_NAME = re.compile(r"[A-Za-z0-9_][A-Za-z0-9_.-]{0,39}")  # as the tool has it
 
 
 def boards_directory() -> str:
-    """Where the sockets of this user's boards are. Need not exist yet."""
+    """Where the sockets of this user's boards are. Need not exist yet. Raises an OnuError "not-yours" where another user
+    has made it: whoever listens there is nobody's board."""
     given = os.environ.get("XDG_RUNTIME_DIR", "")
-    if given.startswith("/") and _is_own(given):
-        return os.path.join(given, "vorn-onu")
-    return os.path.join(_temporary_directory(), f"vorn-onu.{os.getuid()}", "boards")
+    if given.startswith("/") and _is_own(given, stat.S_IWGRP | stat.S_IWOTH):
+        return _own(os.path.join(given, "vorn-onu"), stat.S_IRWXG | stat.S_IRWXO)
+    parent = _own(os.path.join(_temporary_directory(), f"vorn-onu.{os.getuid()}"), 0)
+    return _own(os.path.join(parent, "boards"), stat.S_IRWXG | stat.S_IRWXO)
 
 
 def socket_path(name: str) -> str:
+    """Raises an OnuError also for a name that no board can have."""
+    if not isinstance(name, str) or not _NAME.fullmatch(name):
+        raise OnuError("bad-name", f"{name!r} cannot be a board's name: up to 40 letters, digits, '-', '_' and '.'")
     return os.path.join(boards_directory(), name + ".sock")
 
 
-def _is_own(path: str) -> bool:
+def _own(path: str, forbidden: int) -> str:
+    if os.path.lexists(path) and not _is_own(path, forbidden):
+        alone = " alone" if forbidden else ""
+        raise OnuError("not-yours", f"{path} is not a directory of yours{alone}; set XDG_RUNTIME_DIR or TMPDIR to another")
+    return path
+
+
+def _is_own(path: str, forbidden: int) -> bool:
     try:
         found = os.lstat(path)
     except OSError:
         return False
-    writable = found.st_mode & (stat.S_IWGRP | stat.S_IWOTH)
-    return stat.S_ISDIR(found.st_mode) and found.st_uid == os.getuid() and not writable
+    return stat.S_ISDIR(found.st_mode) and found.st_uid == os.getuid() and not found.st_mode & forbidden
 
 
 def _temporary_directory() -> str:

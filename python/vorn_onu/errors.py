@@ -12,6 +12,8 @@ class OnuError(Exception):
     """Something could not be done; nothing has changed on the board, unless the code says otherwise.
 
     code  one of the protocol's ("bad-step", "not-here", "no-board", "no-answer", "busy", "failed", ...), or
+          "bad-name"     no board can have this name
+          "not-yours"    the directory of the boards is another user's, or open to others
           "no-tool"      there is no program vorn-onu
           "not-started"  the board or its program did not start
           "timeout"      no answer in time; whether the request was done is not known

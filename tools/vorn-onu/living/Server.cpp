@@ -7,6 +7,7 @@
 
 #include <csignal>
 #include <ctime>
+#include <system_error>
 
 #include <nlohmann/json.hpp>
 
@@ -129,17 +130,24 @@ void Server::forgetGone() {
     }
 }
 
+void Server::sayBusy(LineSocket& socket, const std::string& why) {
+    socket.write(withHead(nullptr, refusalText({"busy", why})), 0);
+}
+
 void Server::take(int descriptor) {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (clients_.size() >= kMaxClients) {
         LineSocket socket(descriptor, kMaxRequestLength);
-        socket.write(withHead(nullptr, refusalText({"busy", std::to_string(kMaxClients) +
-                                                                " clients are connected; there can be no more"})),
-                     0);
+        sayBusy(socket, std::to_string(kMaxClients) + " clients are connected; there can be no more");
         return;
     }
     Client& client = clients_.emplace_back(descriptor);
-    client.thread = std::thread([this, &client] { serve(client); });
+    try {
+        client.thread = std::thread([this, &client] { serve(client); });
+    } catch (const std::system_error&) {
+        sayBusy(client.socket, "the system has no thread for another client");
+        clients_.pop_back();
+    }
 }
 
 void Server::serve(Client& client) {

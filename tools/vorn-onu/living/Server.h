@@ -50,6 +50,7 @@ private:
     };
     void acceptClients();
     void take(int descriptor);
+    static void sayBusy(LineSocket& socket, const std::string& why);
     void serve(Client& client);
     bool answer(Client& client, const std::string& line);
     std::string replyTo(Client& client, const Json& request);
