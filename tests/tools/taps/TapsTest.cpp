@@ -324,10 +324,17 @@ TEST(TapOption, WrongWordsAreRefusedBeforeAnythingRuns) {
     const struct {
         const char* words;
         const char* answer;
-    } cases[] = {{"sid0", "is written PORT=INTERFACE"},         {"lan0=tap0", "is no port"},
-                 {"gem 70000=tap0", "at most 65535"},           {"sid0=", "is no name of an interface"},
-                 {"sid0=a/b", "is no name of an interface"},    {"sid0=sixteen-letters-", "is no name of an interface"},
-                 {"sid0=tap0@", "namespace's name is missing"}, {"sid0=tap0@/no/such", "network namespace /no/such"}};
+    } cases[] = {{"sid9=tap0", "is no port"},
+                 {"veip77=tap0", "is no port"},
+                 {"sid2=%d", "is no name of an interface"},
+                 {"sid0", "is written PORT=INTERFACE"},
+                 {"lan0=tap0", "is no port"},
+                 {"gem 70000=tap0", "at most 65535"},
+                 {"sid0=", "is no name of an interface"},
+                 {"sid0=a/b", "is no name of an interface"},
+                 {"sid0=sixteen-letters-", "is no name of an interface"},
+                 {"sid0=tap0@", "namespace's name is missing"},
+                 {"sid0=tap0@/no/such", "network namespace /no/such"}};
     for (const auto& one : cases) {
         const auto result = runProgram({VORN_ONU_BINARY, "exec", "--tap", one.words, "--", "/bin/echo", "it ran"});
         EXPECT_EQ(result.code, 2) << one.words;

@@ -47,6 +47,16 @@ TEST(Run, AFaultThatNeverComesToItsCallFailsUnlessItMay) {
     }
 }
 
+TEST(Run, ABoardStepForAMissingDeviceChangesNothing) {
+    const ScratchDirectory scratch;
+    const std::string step = R"({"board": {"serialNumber": "VORN00000001", "links": {"sid11": "down"}}})";
+    const ProgramResult run =
+        runProgram({kTool, "run", scratch.write("b.json", scenario(step)), "--json", scratch.file("b.out")});
+    EXPECT_EQ(run.code, 1);
+    EXPECT_NE(run.output.find("there is no device sid11, did you mean 'sid1'?"), std::string::npos) << run.output;
+    EXPECT_NE(readJson(scratch.file("b.out")).at("device").at("board").at("serialNumber"), "VORN00000001");
+}
+
 TEST(Run, StrictTakesFailingCallsForFailuresButNotThoseThatWereAskedFor) {
     const ScratchDirectory scratch;
     const std::string removal = scratch.write(

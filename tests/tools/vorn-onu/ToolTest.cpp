@@ -70,6 +70,9 @@ const struct {
      "step 2: field 'advance': stands twice"},
     {"UnknownMark", R"({"title": "t", "steps": [{"expect": {"nothingLeftSince": "start"}}]})",
      "step 1: field 'expect.nothingLeftSince': there is no mark 'start' before this step"},
+    {"LinkState", R"({"title": "t", "steps": [{"board": {"links": {"sid1": "dwon"}}}]})",
+     "step 1: field 'board.links.sid1': must be a link state like \"up\" or \"down\", not \"dwon\", did you mean "
+     "'down'?"},
     {"BadTable", R"({"title": "t", "steps": [{"expect": {"rules": {"sid1 up 0": []}}}]})",
      "step 1: field 'expect.rules.sid1 up 0': the name must be device, rx or tx, and number of tags: \"sid1 rx 0\", "
      "\"gpon3 tx 0-2\""},

@@ -20,10 +20,11 @@ std::string trimmed(const std::string& text) {
     return text.substr(begin, text.find_last_not_of(' ') - begin + 1);
 }
 
-// As the kernel takes the names of interfaces.
+// As the kernel takes the names of interfaces; of one with a '%' in it it makes another.
 bool isInterface(const std::string& name) {
     return !name.empty() && name.size() <= kMaxInterfaceLength && name != "." && name != ".." &&
-           std::all_of(name.begin(), name.end(), [](char c) { return c > ' ' && c < 0x7f && c != '/' && c != ':'; });
+           std::all_of(name.begin(), name.end(),
+                       [](char c) { return c > ' ' && c < 0x7f && c != '/' && c != ':' && c != '%'; });
 }
 
 bool isNumber(const std::string& text, std::size_t mostDigits) {
@@ -43,9 +44,11 @@ void readPort(const std::string& words, const std::string& port, virtual_onu::Ta
         made.gemPort = number;
         return;
     }
-    for (const char* kind : {"sid", "eth", "veip"})
-        if (isNumber(behind(kind, port), 2)) made.device = port;
-    if (made.device.empty()) refuseTap(words, "'" + port + "' is no port: sid0, eth0, veip0, or \"gem 1001\"");
+    static const std::vector<std::string> kPorts = {"sid0", "sid1", "sid2", "sid3", "sid4", "sid5",
+                                                    "sid6", "sid7", "eth0", "eth1", "veip0"};
+    if (std::find(kPorts.begin(), kPorts.end(), port) == kPorts.end())
+        refuseTap(words, "'" + port + "' is no port: sid0 to sid7, eth0, eth1, veip0, or \"gem 1001\"");
+    made.device = port;
 }
 
 }  // namespace

@@ -75,7 +75,13 @@ void readOptics(const Json& value, Settings& settings) {
 
 void readLinks(const Json& value, Settings& settings) {
     forEachMember(value, [&settings](const std::string& device, const Json& state) {
+        // RFC 2863's, as the kernel writes them; "" for what the device's flags say.
+        static const std::vector<std::string> kStates = {
+            "up", "down", "unknown", "notpresent", "lowerlayerdown", "testing", "dormant", ""};
         const std::string text = textOf(state);
+        if (std::find(kStates.begin(), kStates.end(), text) == kStates.end())
+            throw Problem("must be a link state like \"up\" or \"down\", not " + shown(state) +
+                          suggestion(text, kStates));
         settings.emplace_back([device, text](VirtualOnu& onu) { onu.setOperState(device, text); });
     });
 }
@@ -254,6 +260,28 @@ const std::vector<SettingRow>& rows() {
     return table;
 }
 
+BoardSetting mustExist(const std::string& device) {
+    return [device](VirtualOnu& onu) {
+        if (onu.deviceExists(device)) return;
+        std::vector<std::string> names;
+        for (const auto& one : onu.devices()) names.push_back(one.name);
+        throw std::runtime_error("there is no device " + device + suggestion(device, names));
+    };
+}
+
+// Looked at before anything is changed. What the same step makes is not there yet.
+Settings devicesThatMustExist(const Json& value) {
+    Settings checks;
+    if (value.contains("commands")) return checks;
+    const Json made = value.value("devices", Json::object());
+    for (const char* key : {"links", "statistics"}) {
+        const Json named = value.value(key, Json::object());
+        for (const auto& [device, unused] : named.items())
+            if (!made.contains(device)) checks.push_back(mustExist(device));
+    }
+    return checks;
+}
+
 }  // namespace
 
 std::vector<BoardSetting> boardSettings(const Json& value) {
@@ -267,6 +295,8 @@ std::vector<BoardSetting> boardSettings(const Json& value) {
         const auto row = std::find_if(rows().begin(), rows().end(), [&](const SettingRow& r) { return r.key == name; });
         inField(name, [&] { row->read(one, settings); });
     }
+    const Settings checks = devicesThatMustExist(value);
+    settings.insert(settings.begin(), checks.begin(), checks.end());
     return settings;
 }
 
