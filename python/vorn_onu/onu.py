@@ -93,7 +93,8 @@ class Onu(Steps):
         timeout: float = 10.0,
         start_timeout: float = 30.0,
     ) -> O:
-        """A factory-new board with the HAL in the tool: it takes calls. With a scenario, the board as it is at its end.
+        """A factory-new board with the HAL in the tool: it takes calls. With a scenario, the board as it is at its
+        end; one that takes its services back ends before that.
 
         scenario       a file; one that does not hold raises an OnuError "not-started" with the steps that failed
         name           for vorn-onu ls and vorn-onu at; otherwise a unique one

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "support/Programs.h"
+#include "tools/vorn-onu/ReadJson.h"
 #include "tools/vorn-onu/RunProgram.h"
 
 namespace {

@@ -87,7 +87,7 @@ TEST(Send, AgreesWithTheFrameStepForFramesByChance) {
         for (const auto& [key, member] : walk.items()) EXPECT_EQ(sent.value(key, json()), member) << frame << key;
         verdicts.insert(walk["dropped"].dump() + std::to_string(walk["leaves"].size()));
     }
-    EXPECT_GT(verdicts.size(), 5u) << "frames of many fates";
+    EXPECT_GE(verdicts.size(), 5u) << "frames of many fates";
 }
 
 TEST(Send, DrawsTheCopiesOfAFrameAsATree) {

@@ -88,15 +88,18 @@ TEST(Tool, BadScenarioEndsWithCodeTwoAndOneLineThatNamesThePlace) {
     }
 }
 
-TEST(Tool, UnknownOperationIsAnsweredWithTheOneThatWasMeant) {
+TEST(Tool, UnknownOperationIsAnsweredWithTheOneThatWasMeantAndTheNearest) {
     const ScratchDirectory scratch;
-    const ProgramResult result = runProgram({kTool, "run", scratch.write("bad.json", kUnknownOperation)});
-    EXPECT_EQ(result.code, 2);
-    EXPECT_NE(result.output.find("step 2 (call vorn_omci_hal_configureBrdge): field 'call': operation "
-                                 "'vorn_omci_hal_configureBrdge' is not known here, did you mean "
-                                 "'vorn_omci_hal_configureBridge'?"),
-              std::string::npos);
-    EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1);
+    const std::string whole = scratch.write("whole.json", kUnknownOperation);
+    const std::string output = runProgram({kTool, "run", whole}).output;
+    EXPECT_EQ(output.find(whole + ": step 2 (call vorn_omci_hal_configureBrdge): field 'call': operation "
+                                  "'vorn_omci_hal_configureBrdge' is not known here, did you mean "
+                                  "'vorn_omci_hal_configureBridge'?; the nearest of "),
+              0U)
+        << output;
+    EXPECT_EQ(std::count(output.begin(), output.end(), ','), 5) << output;
+    const std::string brief = scratch.write("short.json", R"({"title": "t", "steps": [{"call": "configurBridge"}]})");
+    EXPECT_NE(runProgram({kTool, "run", brief}).output.find("did you mean 'configureBridge'?"), std::string::npos);
 }
 
 // ---- run ----

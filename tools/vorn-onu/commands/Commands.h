@@ -25,6 +25,7 @@ struct RunCommand {
     bool halOutput = false;
     bool realTime = false;
     bool quiet = false;
+    std::size_t afterStep = 0;      // end behind this step; 0: the last one, with stay the fullest moment
     bool stay = false;              // when the scenario is over the board can be reached until a signal ends it
     std::string name;               // by this name; "" for the scenario's file
     std::vector<std::string> taps;  // with stay: "sid0=tap0@customer", ports that are TAPs of the host

@@ -13,6 +13,7 @@
 
 #include "commands/Commands.h"
 #include "commands/EndingSignals.h"
+#include "commands/FullestStep.h"
 #include "commands/RunSeveral.h"
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
@@ -44,6 +45,7 @@ void checkOptions(const RunCommand& command) {
                                                     {"--pcap", !command.pcapFile.empty()},
                                                     {"--trace", command.trace},
                                                     {"--hal-output", command.halOutput},
+                                                    {"--after-step", command.afterStep != 0},
                                                     {"--stay", command.stay}};
     for (const auto& [name, given] : options)
         if (given)
@@ -76,6 +78,7 @@ RunOptions optionsOf(const RunCommand& command) {
     options.realTime = command.realTime;
     options.strict = command.strict;
     options.boardFile = command.boardFile;
+    options.lastStep = command.afterStep;
     return options;
 }
 
@@ -139,6 +142,8 @@ int runShown(const RunCommand& command, const Scenario& scenario, ScenarioResult
     std::optional<Staying> staying;
     if (command.stay && scenario.inParts)
         throw std::invalid_argument(scenario.file + ": --stay does not go with a scenario that restarts the HAL");
+    RunOptions options = optionsOf(command);
+    if (command.stay && options.lastStep == 0) options.lastStep = fullestStep(scenario);
     if (command.stay) staying.emplace(command, scenario);
     HalOutput hal(scenario.file);
     const Terminal terminal = Terminal::of(hal.shown());
@@ -161,7 +166,7 @@ int runShown(const RunCommand& command, const Scenario& scenario, ScenarioResult
     RunReport collected(scenario, newBoard, command.audit);
 
     say(output.heading());
-    const auto records = runScenario(scenario, optionsOf(command), [&](const StepRecord& record) {
+    const auto records = runScenario(scenario, options, [&](const StepRecord& record) {
         if (!record.passed()) result.failures.push_back(output.step(record));
         if (!command.reportFile.empty()) collected.add(record, onu);
         if (command.quiet && !record.passed()) print(hal.shown(), result.failures.back());
@@ -173,6 +178,9 @@ int runShown(const RunCommand& command, const Scenario& scenario, ScenarioResult
     });
 
     result.steps = records.size();
+    if (command.stay && options.lastStep != command.afterStep)
+        say("\n  The board stays as it is after step " + std::to_string(options.lastStep) + " of " +
+            std::to_string(scenario.steps.size()) + ", before its services are taken back.\n");
     const nlohmann::json device = onu.toJson();
     const DeviceState state = readState(device);
     const std::string report = deviceReport(state, newBoard, terminal);

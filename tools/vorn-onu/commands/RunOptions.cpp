@@ -35,15 +35,17 @@ Command addRun(CLI::App& app) {
     command->add_option("--jobs", run->jobs, "run so many of several scenarios at a time; otherwise one")
         ->check(numberFrom(1))
         ->type_name("N");
-    CLI::Option* stay = command->add_flag("--stay", run->stay,
-                                          "let others reach the board when the scenario is over, until SIGTERM or "
-                                          "Ctrl-C");
+    command->add_option("--after-step", run->afterStep, "end behind this step")->check(numberFrom(1))->type_name("N");
+    CLI::Option* stay =
+        command->add_flag("--stay", run->stay,
+                          "let others reach the board afterwards, until SIGTERM or Ctrl-C; a scenario that takes its "
+                          "services back ends before that, unless --after-step says where");
     addBoardName(*command, run->name, "with --stay; otherwise by that of the scenario's file")->needs(stay);
     addTapOption(*command, run->taps)->needs(stay);
     command->footer(
         "A scenario with a mistake in it is not run. Several scenarios run each on a board of its own, a line a "
         "scenario; "
-        "--board, --json, --report, --pcap, --trace and --hal-output go with one.\n\n"
+        "--board, --json, --report, --pcap, --trace, --hal-output and --after-step go with one.\n\n"
         "Exit codes: 0 all expectations held, 1 one did not, 2 a scenario could not be read or a file not be written.");
     return {command, [run] { return run->run(); }};
 }

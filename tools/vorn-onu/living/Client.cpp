@@ -1,5 +1,8 @@
 #include "living/Client.h"
 
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <stdexcept>
 #include <utility>
 
@@ -16,7 +19,11 @@ using nlohmann::json;
 int connectTo(const std::string& name, const std::string& path) {
     const int descriptor = living::connectTo(path);
     if (descriptor >= 0) return descriptor;
+    const int error = errno;
     const auto names = knownNames();
+    if (std::find(names.begin(), names.end(), name) != names.end())  // a killed tool leaves its socket
+        throw std::runtime_error("the board '" + name + "' does not answer (" + std::strerror(error) +
+                                 "); vorn-onu ls tells which do");
     throw std::runtime_error("no board with the name '" + name + "' runs" + suggestion(name, names) +
                              "; vorn-onu ls tells which do");
 }

@@ -61,11 +61,19 @@ PreparedCall callOnNull(const Operation& operation, const Json& given) {
     return operation.onNull;
 }
 
+// Written as this one is: whole, or short.
+std::vector<std::string> namesLike(const std::string& name) {
+    std::vector<std::string> names = operationNames();
+    if (shortOperationName(name) == name)
+        for (std::string& one : names) one = shortOperationName(one);
+    return names;
+}
+
 void parseCall(Step& step, const Json& whole, ParseContext& context) {
     const Operation* operation = inField("call", [&] {
         const std::string name = textOf(whole["call"]);
         const Operation* found = findOperation(name);
-        if (found == nullptr) throw Problem("operation '" + name + "' " + unknownName(name, operationNames()));
+        if (found == nullptr) throw Problem("operation '" + name + "' " + unknownName(name, namesLike(name)));
         return found;
     });
     const Json given = givenFields(whole, context);

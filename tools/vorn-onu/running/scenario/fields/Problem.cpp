@@ -55,8 +55,15 @@ std::string suggestion(const std::string& name, const std::vector<std::string>& 
 }
 
 std::string unknownName(const std::string& name, const std::vector<std::string>& known) {
-    return "is not known here" + suggestion(name, known) +
-           (known.empty() ? "; no field is allowed" : "; allowed: " + joined(known));
+    constexpr std::size_t kMaxListed = 20, kNearest = 5;
+    const std::string text = "is not known here" + suggestion(name, known);
+    if (known.empty()) return text + "; no field is allowed";
+    if (known.size() <= kMaxListed) return text + "; allowed: " + joined(known);
+    std::vector<std::string> nearest = known;
+    std::stable_sort(nearest.begin(), nearest.end(),
+                     [&](const auto& a, const auto& b) { return distance(name, a) < distance(name, b); });
+    nearest.resize(kNearest);
+    return text + "; the nearest of " + std::to_string(known.size()) + ": " + joined(nearest);
 }
 
 void checkKeys(const Json& value, const std::vector<std::string>& known) {
