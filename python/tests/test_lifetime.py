@@ -65,6 +65,25 @@ class Beginnings(unittest.TestCase):
             self.refused("not-started", "runs already", name=onu.name)
         self.assertEqual(list(pathlib.Path(folder.name).glob("vorn-onu-py-*")), [])
 
+    def test_what_makes_no_sense_is_an_onu_error_and_leaves_the_board_as_it_is(self) -> None:
+        for program in ("ls -l", b"ls", [], ["ls", 5]):
+            with self.subTest(program), self.assertRaises(OnuError) as caught:
+                Onu.exec(program)
+            self.assertEqual(caught.exception.code, "bad-program")
+        with self.assertRaises(OnuError) as caught:
+            Onu.exec(["ls", "a\0b"])
+        self.assertEqual(caught.exception.code, "not-started")
+        with Onu.start() as onu:
+            for value, code in ((float("nan"), "bad-step"), ({1, 2}, "bad-step"), (10**400, "bad-request")):
+                with self.subTest(repr(value)[:20]), self.assertRaises(OnuError) as caught:
+                    onu.step({"advance": value})
+                self.assertEqual(caught.exception.code, code)
+            self.assertEqual(onu.info().process, onu.info().process)
+        for timeout in (-1, float("nan"), "soon"):
+            with self.subTest(timeout), self.assertRaises(OnuError) as caught:
+                Onu.attach("nobody", timeout=timeout)
+            self.assertEqual(caught.exception.code, "bad-timeout")
+
     def test_a_board_is_looked_for_where_this_users_boards_are_alone(self) -> None:
         for name in ("../lab", "a/b", "", ".hidden", "-x", "x" * 41, "new\nline"):
             with self.subTest(name), self.assertRaises(OnuError) as caught:

@@ -59,6 +59,20 @@ def _temporary_directory() -> str:
     return "/tmp"
 
 
+def _seconds(timeout: float) -> float:
+    """A time that a socket takes: at most a year."""
+    if isinstance(timeout, bool) or not isinstance(timeout, (int, float)) or not timeout >= 0:
+        raise OnuError("bad-timeout", f"a timeout is a number of seconds from 0, not {timeout!r}")
+    return min(float(timeout), 365 * 86400.0)
+
+
+def _line_of(request: Dict[str, Any]) -> bytes:
+    try:
+        return json.dumps(request, allow_nan=False).encode() + b"\n"
+    except (TypeError, ValueError, RecursionError) as error:
+        raise OnuError("bad-step", f"JSON cannot say this: {error}") from None
+
+
 class Connection:
     """One client's connection. Opened when it is first needed, and anew after a timeout. Threads may share it: their
     requests go one after the other."""
@@ -74,12 +88,12 @@ class Connection:
 
     def ask(self, do: str, timeout: Optional[float] = None, **fields: Any) -> Dict[str, Any]:
         """The reply to a request. Raises an OnuError with the board's own code where it refuses."""
-        end = time.monotonic() + (self._timeout if timeout is None else timeout)
+        end = time.monotonic() + _seconds(self._timeout if timeout is None else timeout)
         with self._lock:
             self._id += 1
-            request = {"v": PROTOCOL, "id": self._id, "do": do, **fields}
+            request = _line_of({"v": PROTOCOL, "id": self._id, "do": do, **fields})
             try:
-                self._send(json.dumps(request).encode() + b"\n", end)
+                self._send(request, end)
                 reply = self._reply(self._id, end)
             except BaseException:
                 self.close()  # what still comes belongs to nobody
@@ -92,7 +106,7 @@ class Connection:
         """What comes next, which is an event where nothing was asked; None when nothing comes in so many seconds."""
         with self._lock:
             try:
-                return self._line(None if timeout is None else time.monotonic() + timeout)
+                return self._line(None if timeout is None else time.monotonic() + _seconds(timeout))
             except socket.timeout:
                 return None
 

@@ -12,6 +12,8 @@ class OnuError(Exception):
     """Something could not be done; nothing has changed on the board, unless the code says otherwise.
 
     code  one of the protocol's ("bad-step", "not-here", "no-board", "no-answer", "busy", "failed", ...), or
+          "bad-timeout"  a timeout that is no number of seconds
+          "bad-program"  exec() takes a program and its arguments as a list of texts
           "bad-name"     no board can have this name
           "not-yours"    the directory of the boards is another user's, or open to others
           "no-tool"      there is no program vorn-onu

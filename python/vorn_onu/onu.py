@@ -134,6 +134,8 @@ class Onu(Steps):
         environment  variables for it, beside this process's own
         taps         as with start()
         """
+        if isinstance(program, (str, bytes)) or not program or not all(isinstance(word, str) for word in program):
+            raise OnuError("bad-program", f'the program and its arguments are a list like ["ls", "-l"], not {program!r}')
         tool, run = find_tool(tool), Tool()
         board = name or unique_name()
         command = [tool, "exec", "--quiet", "--hal-output", run.file("hal"), "--name", board, *_tap_options(taps)]
@@ -344,9 +346,9 @@ class Onu(Steps):
             records = self.records
         if records is not None:
             fields["records"] = records
-        # Time that the step itself asks for.
+        # Time that the step itself asks for; the board refuses what is out of range.
         asked = [step.get(key) for key in ("within", "advance")]
-        more = sum(one for one in asked if isinstance(one, (int, float))) / 1000
+        more = sum(one / 1000 for one in asked if isinstance(one, (int, float)) and 0 <= one < 1e9)
         reply = self._ask("step", self._timeout + more, **fields)
         result = step_result(reply["step"], sent)
         if isinstance(result, FrameResult):

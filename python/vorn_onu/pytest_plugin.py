@@ -35,7 +35,7 @@ def onu(request: Any) -> Iterator[Onu]:
         yield board
 
 
-@pytest.hookimpl(hookwrapper=True)
+@pytest.hookimpl(hookwrapper=True)  # type: ignore[misc]
 def pytest_runtest_makereport(item: Any, call: Any) -> Generator[None, Any, None]:
     outcome = yield
     report = outcome.get_result()

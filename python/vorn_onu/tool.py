@@ -78,8 +78,9 @@ class Tool:
                     start_new_session=True,
                     env=None if environment is None else {**os.environ, **environment},
                 )
-            except OSError as error:
-                raise OnuError("not-started", f"{command[0]} cannot be started: {error.strerror}") from None
+            except (OSError, ValueError) as error:  # ValueError: a text with a zero character in it
+                why = getattr(error, "strerror", None) or error
+                raise OnuError("not-started", f"{command[0]} cannot be started: {why}") from None
         self._watcher = subprocess.Popen(
             ["/bin/sh", "-c", _WATCHER, "sh", str(self._process.pid), self.folder],
             stdin=subprocess.PIPE,
