@@ -18,7 +18,7 @@ only_in 'a header needs <nlohmann/json_fwd.hpp>; a member is a Held<json> (runni
     nlohmann/json.hpp '.*\.cpp|virtual_onu/(Records|StateJson)\.h|tools/vorn-onu/running/scenario/operations/Operations\.h|tools/recorder/Answers\.h|tests/tools/(living/BoardClient|page/Browser|page/ServedBoard|vorn-onu/ReadJson)\.h'
 only_in 'words and options of commands belong to commands/*Options.cpp; its headers name the classes only.' \
     CLI/CLI.hpp 'tools/vorn-onu/commands/([A-Za-z]*Options|CommandLine|ManualPage)\.cpp|tests/sweeps/(main|Soak|RestartSoak|KillSweep)\.cpp'
-only_in 'the page is served by HttpServer.cpp alone.' httplib.h 'tools/vorn-onu/views/page/HttpServer\.cpp'
+only_in 'the page is served by HttpServer.cpp alone.' httplib.h 'tools/vorn-onu/views/page/(HttpServer\.cpp|LimitedServer\.h)'
 only_in 'it is slow to compile: compare characters instead.' regex 'tests/sweeps/(Stays|Leaving|FaultPlan)\.cpp|tests/.*Test\.cpp'
 
 # So many sources read a header, themselves or through others. Quoted names are looked up beside the file and below the

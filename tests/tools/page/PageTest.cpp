@@ -21,6 +21,11 @@ bool holds(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
+long numberAfter(const std::string& text, const std::string& word) {
+    const std::size_t at = text.find(word);
+    return at == std::string::npos ? -1 : std::atol(text.c_str() + at + word.size());
+}
+
 TEST_F(ServedBoard, IsForThisMachinesBrowserAlone) {
     const std::string port = std::to_string(port_);
     struct Case {
@@ -132,6 +137,37 @@ TEST_F(ServedBoard, OutlastsWhatIsNoHttp) {
         EXPECT_FALSE(holds(connection.until("HTTP/1.1 200"), "HTTP/1.1 200")) << text.substr(0, 60);
     }
     EXPECT_EQ(ask(port_, "GET", "/", host()).status, 200);
+}
+
+// Nobody needs the token to connect.
+TEST_F(ServedBoard, GivesNobodyItsMemoryAndAnswersOthersBesideFloods) {
+    const std::string chunk = "ffff\r\n" + std::string(65535, ' ') + "\r\n";
+    const std::string heads[] = {
+        "POST /step HTTP/1.1\r\n" + host() + "Transfer-Encoding: chunked\r\n\r\n",
+        "POST /step HTTP/1.1\r\n" + withToken() + "Transfer-Encoding: chunked\r\n\r\n",
+        "GET / HTTP/1.1\r\n" + host(),
+    };
+    const std::string endless[] = {chunk, chunk, "X-Filler: " + std::string(4000, 'x') + "\r\n"};
+    const auto resident = [this] {
+        return numberAfter(contentOf("/proc/" + std::to_string(page_->process()) + "/status"), "VmRSS:");
+    };
+    const long before = resident();
+    std::list<HttpConnection> flooding;
+    for (int round = 0; round < 8; ++round)
+        for (std::size_t kind = 0; kind < 3; ++kind) {
+            flooding.emplace_back(port_).send(heads[kind]);
+            for (int i = 0; i < 60; ++i) flooding.back().send(endless[kind]);
+        }
+    EXPECT_LT(resident() - before, 40000);  // KiB
+    // Slow ones, and such as say nothing at all.
+    std::list<HttpConnection> left;
+    for (int i = 0; i < 10; ++i) left.emplace_back(port_).send("GET / HTTP/1.1\r\nHo");
+    for (int i = 0; i < 100; ++i) left.emplace_back(port_);
+    EXPECT_TRUE(becomesTrue([&] { return ask(port_, "GET", "/", host()).status == 200; }));
+    const std::string ranges = "Range: bytes=0-,0-,0-,0-,0-,0-,0-,0-\r\n";
+    const HttpAnswer parts = ask(port_, "GET", "/page.js", host() + ranges);
+    EXPECT_EQ(parts.status, 400);
+    EXPECT_LT(parts.body.size(), 4000U);
 }
 
 TEST_F(ServedBoard, TellsWhatHappensOnTheBoard) {

@@ -27,7 +27,6 @@ void HttpServer::start() {}
 
 #else
 
-#include <httplib.h>
 #include <sys/socket.h>
 
 #include <atomic>
@@ -41,6 +40,7 @@ void HttpServer::start() {}
 
 #include "living/Client.h"
 #include "views/page/Guard.h"
+#include "views/page/LimitedServer.h"
 #include "views/page/PageScript.h"
 #include "views/page/Reader.h"
 #include "views/page/Shell.h"
@@ -56,8 +56,10 @@ using nlohmann::json;
 
 constexpr const char* kHost = "127.0.0.1";
 constexpr int kMaxReaders = 12;       // each has a thread of the server, and a connection to the board
-constexpr std::size_t kThreads = 20;  // more than readers: steps and pages are answered beside them
-constexpr std::size_t kMaxStepLength = 65536;
+constexpr std::size_t kThreads = 32;  // more than readers: steps and pages are answered beside them
+constexpr int kMaxWaiting = 64;       // connections that no thread has looked at yet
+constexpr std::size_t kMaxStepLength = 65536, kMaxHeadLength = 32768;
+constexpr std::chrono::milliseconds kRequestTime{2000};  // for all of a request to come
 constexpr int kStepMs = 15000;
 
 enum Status : int { kDone = 200, kBad = 400, kForbidden = 403, kNotThere = 404, kRefused = 422, kFull = 503 };
@@ -81,6 +83,19 @@ void answer(Response& response, int status, const json& body) {
 
 void refuse(Response& response, int status, const std::string& why) {
     answer(response, status, {{"error", why}});
+}
+
+std::string wordsOf(int status) {
+    switch (status) {
+        case 400:
+            return "this is no request that a browser makes";
+        case 413:
+            return "a step has at most " + std::to_string(kMaxStepLength) + " bytes";
+        case 414:
+            return "the address is too long";
+        default:
+            return "there is nothing here, or not by this method";
+    }
 }
 
 // The port is this program's alone: the library's own choice would let others listen on it too.
@@ -128,11 +143,15 @@ private:
                                  (errno == 0 ? "" : std::string(": ") + std::strerror(errno)));
     }
     void setUp() {
-        server_.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
+        server_.new_task_queue = [] { return new BoundedPool(kThreads, kMaxWaiting); };
         server_.set_payload_max_length(kMaxStepLength);
-        server_.set_read_timeout(2);
-        server_.set_write_timeout(5);
-        server_.set_keep_alive_timeout(1);
+        // Before the body is read.
+        server_.set_pre_routing_handler([this](const Request& request, Response& response) {
+            const std::string why = request.method == "POST" ? guard_.whyNotChange(askingOf(request)) : "";
+            if (why.empty() && request.ranges.empty()) return httplib::Server::HandlerResponse::Unhandled;
+            refuse(response, why.empty() ? kBad : kForbidden, why.empty() ? "parts of a page are not sent" : why);
+            return httplib::Server::HandlerResponse::Handled;
+        });
         server_.set_default_headers({{"X-Content-Type-Options", "nosniff"},
                                      {"Referrer-Policy", "no-referrer"},
                                      {"Cross-Origin-Resource-Policy", "same-origin"},
@@ -149,14 +168,9 @@ private:
         looks("/page\\.css",
               [](const Request&, Response& response) { response.set_content(pageStyle(), "text/css; charset=utf-8"); });
         looks("/events", [this](const Request&, Response& response) { stream(response); });
-        server_.Post("/step", [this](const Request& request, Response& response) {
-            if (const std::string why = guard_.whyNotChange(askingOf(request)); !why.empty())
-                return refuse(response, kForbidden, why);
-            step(request, response);
-        });
+        server_.Post("/step", [this](const Request& request, Response& response) { step(request, response); });
         server_.set_error_handler([](const Request&, Response& response) {
-            if (response.body.empty())
-                refuse(response, response.status, "there is nothing here, or not by this method");
+            if (response.body.empty()) refuse(response, response.status, wordsOf(response.status));
         });
         server_.set_exception_handler([](const Request&, Response& response, const std::exception_ptr&) {
             refuse(response, 500, "this could not be done");
@@ -201,7 +215,7 @@ private:
 
     const std::string board_;
     const json newBoard_;
-    httplib::Server server_;
+    LimitedServer server_{kMaxHeadLength + kMaxStepLength, kRequestTime};
     const int port_;
     const Guard guard_;
     std::atomic<bool> over_{false};
