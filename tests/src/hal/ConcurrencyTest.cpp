@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr std::uint32_t kAsk = 0x10002251;
+constexpr std::uint32_t kAskAgain = 0x10002251;
 constexpr std::uint16_t kGemPort = 1000, kMulticastGemPort = 4000;
 constexpr int kCycles = 12;
 
@@ -87,7 +87,7 @@ TEST_F(Concurrency, ProvisioningGatewayRequestsAndLinkChangesDoNotDisturbOneAnot
         const auto* bytes = reinterpret_cast<const std::uint8_t*>(&request);
         while (!done) {
             request.vlanId = asked % 2 == 0 ? 100 : 200;  // there at times, and never there
-            onu().gatewaySends(kAsk, {bytes, bytes + sizeof request});
+            onu().gatewaySends(kAskAgain, {bytes, bytes + sizeof request});
             const int sent = ++asked;
             becomesTrue([&] { return done || onu().trace().size() > static_cast<std::size_t>(sent); });
         }
@@ -208,7 +208,7 @@ TEST_F(Concurrency, SevenThreadsAtOnceDoNotDisturbOneAnother) {
         OMCI_SERVICE_MAP_ENTRY request{};
         request.vlanId = turn % 2 == 0 ? 100 : 1000 + turn % 7;
         const auto* bytes = reinterpret_cast<const std::uint8_t*>(&request);
-        onu().gatewaySends(kAsk, {bytes, bytes + sizeof request});
+        onu().gatewaySends(kAskAgain, {bytes, bytes + sizeof request});
         std::this_thread::yield();
     });
     beside.start([&](int turn) {

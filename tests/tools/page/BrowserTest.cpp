@@ -41,6 +41,26 @@ TEST_F(PageInBrowser, KeepsTheTokenOutOfTheAddress) {
     browser_->call("Page.reload", json::object());
     ASSERT_TRUE(browser_->becomes("document.getElementById('connection')?.textContent === 'Live'"));
     EXPECT_EQ(browser_->value("document.querySelector('button').matches(':disabled')"), false);
+    // A link with a wrong one does not take it away.
+    openAndWait("http://127.0.0.1:" + std::to_string(port_) + "/?token=wrong");
+    EXPECT_EQ(browser_->value("document.querySelector('button').matches(':disabled')"), false);
+}
+
+TEST_F(PageInBrowser, SaysThatATokenIsOldAndRefusesHalvesOfTags) {
+    openAndWait("http://localhost:" + std::to_string(port_) + "/?token=" + std::string(32, '0'));
+    EXPECT_EQ(browser_->value("document.getElementById('readonly').innerText.includes('started again')"), true);
+    openAndWait(link_);
+    for (const char* field : {"outer-pbits", "inner-vid"}) {
+        browser_->value(
+            "(() => { const form = document.getElementById('frame-form'); form.reset(); form.elements.from.value = "
+            "'sid0'; form.elements['" +
+            std::string(field) + "'].value = '3'; form.requestSubmit(); })()");
+        EXPECT_TRUE(
+            browser_->becomes("/^Not done: (the outer tag|an inner tag)/.test(document.getElementById('outcome')"
+                              ".textContent)"))
+            << field;
+        browser_->value("document.getElementById('outcome').textContent = ''");
+    }
 }
 
 TEST_F(PageInBrowser, IsUsedByKeyboard) {

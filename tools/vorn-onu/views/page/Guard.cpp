@@ -56,7 +56,9 @@ std::string Guard::whyNotLook(const Asking& asking) const {
 std::string Guard::whyNotChange(const Asking& asking) const {
     if (const std::string why = whyNotLook(asking); !why.empty()) return why;
     if (!asking.token) return "what changes something needs the token of the link that vorn-onu has printed";
-    if (!areSame(*asking.token, token_)) return "the token is not the one of the link that vorn-onu has printed";
+    if (!areSame(*asking.token, token_))
+        return "the token is not the one of the link that vorn-onu has printed; where it was started again, open the "
+               "new link";
     return "";
 }
 

@@ -167,6 +167,9 @@ private:
         });
         looks("/page\\.css",
               [](const Request&, Response& response) { response.set_content(pageStyle(), "text/css; charset=utf-8"); });
+        looks("/token", [this](const Request& request, Response& response) {
+            answer(response, kDone, {{"good", guard_.whyNotChange(askingOf(request)).empty()}});
+        });
         looks("/events", [this](const Request&, Response& response) { stream(response); });
         server_.Post("/step", [this](const Request& request, Response& response) { step(request, response); });
         server_.set_error_handler([](const Request&, Response& response) {

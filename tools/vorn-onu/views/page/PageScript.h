@@ -11,19 +11,29 @@ const byId = id => document.getElementById(id);
 
 // ---- the token: comes with the link, and leaves the address line ----
 
-function tokenOfPage() {
+let token = '';
+
+// One that is wrong takes the place of none that is good.
+async function findToken() {
   const name = 'vorn-onu token';
   const given = new URLSearchParams(location.search).get('token');
   if (given) history.replaceState(null, '', location.pathname + location.hash);
+  let kept = null;
   try {
-    if (given) sessionStorage.setItem(name, given);
-    return given || sessionStorage.getItem(name) || '';
-  } catch {
-    return given || '';  // no storage is granted: good until the page is loaded again
+    kept = sessionStorage.getItem(name);
+  } catch {}  // no storage is granted: good until the page is loaded again
+  for (const one of new Set([given, kept].filter(Boolean))) {
+    const reply = await fetch('token', {headers: {'X-Vorn-Token': one}}).catch(() => null);
+    if (!reply || !(await reply.json()).good) continue;
+    token = one;
+    try {
+      sessionStorage.setItem(name, one);
+    } catch {}
+    return;
   }
+  if (given || kept) byId('readonly').textContent = 'You can look at this board. The token of this page is not the one ' +
+    'of the server, which may have been started again: to change something, open the link that it has printed last.';
 }
-
-const token = tokenOfPage();
 
 // ---- parts: only what differs is changed, so that focus, selection and what is unfolded stay ----
 
@@ -123,8 +133,17 @@ function listen() {
     connection('vorn-onu does not answer. Below is what was seen last.', 'lost');
     if (events.readyState !== EventSource.CLOSED) return;  // the browser tries again
     events = null;
+    sayWhyNot();
     setTimeout(listen, 3000);
   };
+}
+
+// A refusal has words, which an event source does not show.
+async function sayWhyNot() {
+  const asking = new AbortController();
+  const reply = await fetch('events', {signal: asking.signal}).catch(() => null);
+  if (reply && !reply.ok) connection('Not live: ' + ((await reply.json()).error || reply.status) + '.', 'lost');
+  asking.abort();
 }
 
 document.addEventListener('visibilitychange', () => {
@@ -171,15 +190,22 @@ function onSubmit(id, stepOf, then) {
   byId(id).addEventListener('submit', async event => {
     event.preventDefault();
     const values = Object.fromEntries([...new FormData(event.target)].map(([key, text]) => [key, text.trim()]));
-    const answer = await take(stepOf(values));
-    if (answer && then) then(answer);
+    try {
+      const answer = await take(stepOf(values));
+      if (answer && then) then(answer);
+    } catch (error) {
+      outcome('Not done: ' + error.message, 'bad');
+    }
   });
 }
 
 const numberOrText = text => (/^[0-9]+$/.test(text) ? Number(text) : text);
 
 function tagOf(values, which) {
-  if (values[which + '-vid'] === '') return [];
+  if (values[which + '-vid'] === '') {
+    if (values[which + '-pbits'] || values[which + '-tpid']) throw new Error('the ' + which + ' tag has no VID');
+    return [];
+  }
   const tag = {vid: Number(values[which + '-vid'])};
   if (values[which + '-pbits'] !== '') tag.pbits = Number(values[which + '-pbits']);
   if (values[which + '-tpid'] !== '') tag.tpid = numberOrText(values[which + '-tpid']);
@@ -188,7 +214,9 @@ function tagOf(values, which) {
 
 function frameOf(values) {
   const frame = {from: values.from, etherType: values.etherType};
-  const tags = [...tagOf(values, 'outer'), ...tagOf(values, 'inner')];
+  const outer = tagOf(values, 'outer'), inner = tagOf(values, 'inner');
+  if (inner.length > outer.length) throw new Error('an inner tag goes with an outer one');
+  const tags = [...outer, ...inner];
   if (tags.length > 0) frame.tags = tags;
   for (const key of ['dscp', 'payload']) if (values[key] !== '') frame[key] = Number(values[key]);
   for (const key of ['source', 'destination']) if (values[key] !== '') frame[key] = values[key];
@@ -208,9 +236,11 @@ onSubmit('advance-form', values => ({advance: Number(values.advance)}));
 
 // ---- begin ----
 
-byId('readonly').hidden = token !== '';
-for (const group of document.querySelectorAll('fieldset.bare')) group.disabled = token === '';
-listen();
+findToken().then(() => {
+  byId('readonly').hidden = token !== '';
+  for (const group of document.querySelectorAll('fieldset.bare')) group.disabled = token === '';
+  listen();
+});
 )js";
 
 }  // namespace vorn_onu::page
