@@ -157,7 +157,17 @@ def doc_lines(text: str, fields: Dict[str, Schema], needed: List[str]) -> str:
 
 def parameter(name: str, kind: str) -> str:
     optional = kind if kind.startswith("Optional[") or kind == "Any" else f"Optional[{kind}]"
-    return f"        {python_name(name)}: {optional} = None,\n"
+    return f"{python_name(name)}: {optional} = None"
+
+
+def signature(name: str, parameters: List[str], result: str) -> str:
+    """The head of a method, its parameters over as many lines as they need."""
+    lines = ["        self,"]
+    for one in parameters:
+        if len(lines[-1]) + len(one) + 2 > WIDTH:
+            lines.append("       ")
+        lines[-1] += f" {one},"
+    return f"    def {name}(\n" + "\n".join(lines) + f"\n    ) -> {result}:\n"
 
 
 def mapping(names: List[str]) -> str:
@@ -190,21 +200,22 @@ def operation(schema: Schema, types: Types) -> str:
     fields = {name: one for name, one in properties.items() if name not in CALL_KEYS}
     ways = [way["required"] for way in schema.get("anyOf", [])]
     needed: List[str] = next((way for way in ways if way[0] not in ("record", "unchecked")), [])
-    text = f"    def {python_name(names[0])}(\n        self,\n        *,\n"
-    for name, one in fields.items():
-        text += parameter(name, types.of(one, name))
-    beside = [key for key in ("unchecked", "result", "output", "note") if key in properties]
-    text += "        record: Record = LEFT_OUT,\n"
-    for key in beside:
-        text += parameter(key, {"result": "Union[int, str]", "note": "str"}.get(key, "Mapping[str, Any]"))
-    text += "    ) -> CallResult:\n"
+    if any(python_name(name) != name for name in fields):
+        raise ValueError(f"{names[0]} has a field that Python cannot name")
+    parameters = ["*"] + [parameter(name, types.of(one, name)) for name, one in fields.items()]
+    parameters.append("record: Record = LEFT_OUT")
+    for key in ("unchecked", "result", "output", "note"):
+        if key in properties:
+            parameters.append(
+                parameter(key, {"result": "Union[int, str]", "note": "str"}.get(key, "Mapping[str, Any]"))
+            )
+    text = signature(python_name(names[0]), parameters, "CallResult")
     outputs = list(properties.get("output", {}).get("properties", {}))
     documented = dict(fields)
     if outputs:
         documented["output"] = {"description": f"what it is expected to write: {', '.join(outputs)}"}
     text += doc_lines(schema["description"], documented, needed)
-    text += f"        return self._call(\n            {names[0]!r},\n            record,\n"
-    text += f"            {given([*fields, *beside])},\n        )\n"
+    text += f"        return self._call({names[0]!r}, locals())\n"
     for short in names[1:]:
         text += f"\n    {python_name(short)} = {python_name(names[0])}\n"
     return text
@@ -245,24 +256,24 @@ def step(schema: Schema, types: Types) -> str:
     value = schema["properties"][kind]
     plain, members, needed = ways_of(value)
     beside = [name for name in schema["properties"] if name != kind and name != "note"]
-    text = f"    def {python_name(kind)}(\n        self,\n"
+    parameters: List[str] = []
     if plain:
         union = types.of({"anyOf": plain}, kind)
-        text += f"        value: Optional[{union}] = None,\n" if members else f"        value: {union},\n"
+        parameters.append(f"value: Optional[{union}] = None" if members else f"value: {union}")
     others = [*members, *beside] + (["note"] if kind != "note" else [])
     if others:
-        text += "        *,\n"
-    for name, one in members.items():
-        text += parameter(name, types.of(one, kind, name))
-    for name in beside:
-        text += parameter(name, types.of(schema["properties"][name], kind, name))
+        parameters.append("*")
+    parameters += [parameter(name, types.of(one, kind, name)) for name, one in members.items()]
+    parameters += [parameter(name, types.of(schema["properties"][name], kind, name)) for name in beside]
     if kind != "note":
-        text += parameter("note", "str")
+        parameters.append(parameter("note", "str"))
     result = RESULTS.get(kind, "StepResult")
-    text += f"    ) -> {result}:\n" + doc_lines(value["description"], members, needed)
+    text = signature(python_name(kind), parameters, result) + doc_lines(value["description"], members, needed)
     arguments = [repr(kind), "value" if plain else "None", given(list(members)),
                  given(beside + (["note"] if kind != "note" else []))]
-    call = "self._take(\n" + "".join(f"            {one},\n" for one in arguments) + "        )"
+    call = f"self._take({', '.join(arguments)})"
+    if len(call) > WIDTH - 40:
+        call = "self._take(\n" + "".join(f"            {one},\n" for one in arguments) + "        )"
     return text + (f"        return {call}\n" if result == "StepResult" else f"        return cast({result}, {call})\n")
 
 

@@ -28,7 +28,10 @@ class Caller:
     def __init__(self, take: Take) -> None:
         self._take = take
 
-    def _call(self, name: str, record: Record, fields: Mapping[str, Any]) -> CallResult:
+    def _call(self, name: str, arguments: Mapping[str, Any]) -> CallResult:
+        """arguments: those of a generated method, self and record among them."""
+        fields = {key: value for key, value in arguments.items() if key not in ("self", "record")}
+        record: Record = arguments["record"]
         step: Dict[str, Any] = {"call": name, **without_none(fields)}
         records: Optional[Mapping[str, Any]] = None
         if isinstance(record, Mapping):

@@ -40,23 +40,13 @@ class Calls(Caller):
     """
 
     def vorn_omci_hal_provisionIpHost(
-        self,
-        *,
-        allocId: Optional[int] = None,
-        gemId: Optional[int] = None,
-        bridgeId: Optional[int] = None,
-        uniPort: Optional[int] = None,
-        macAddress: Optional[Union[str, Octets]] = None,
-        ipOptions: Optional[Union[int, bool]] = None,
-        ipAddress: Optional[Union[str, Octets]] = None,
-        subnetMask: Optional[Union[str, Octets]] = None,
-        gateway: Optional[Union[str, Octets]] = None,
-        dhcpEnabled: Optional[Union[int, bool]] = None,
-        useSharedBridge: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, allocId: Optional[int] = None, gemId: Optional[int] = None, bridgeId: Optional[int] = None,
+        uniPort: Optional[int] = None, macAddress: Optional[Union[str, Octets]] = None,
+        ipOptions: Optional[Union[int, bool]] = None, ipAddress: Optional[Union[str, Octets]] = None,
+        subnetMask: Optional[Union[str, Octets]] = None, gateway: Optional[Union[str, Octets]] = None,
+        dhcpEnabled: Optional[Union[int, bool]] = None, useSharedBridge: Optional[Union[int, bool]] = None,
+        record: Record = LEFT_OUT, unchecked: Optional[Mapping[str, Any]] = None,
+        result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """gives the ONU's management host its interface
 
@@ -72,47 +62,18 @@ class Calls(Caller):
         dhcpEnabled      true: the address comes from DHCP; otherwise false
         useSharedBridge  true: join the shared bridge brv; otherwise false
         """
-        return self._call(
-            'vorn_omci_hal_provisionIpHost',
-            record,
-            {
-                'allocId': allocId,
-                'gemId': gemId,
-                'bridgeId': bridgeId,
-                'uniPort': uniPort,
-                'macAddress': macAddress,
-                'ipOptions': ipOptions,
-                'ipAddress': ipAddress,
-                'subnetMask': subnetMask,
-                'gateway': gateway,
-                'dhcpEnabled': dhcpEnabled,
-                'useSharedBridge': useSharedBridge,
-                'unchecked': unchecked,
-                'result': result,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_provisionIpHost', locals())
 
     provisionIpHost = vorn_omci_hal_provisionIpHost
 
     def vorn_omci_hal_deprovisionIpHost(
-        self,
-        *,
-        allocId: Optional[int] = None,
-        gemId: Optional[int] = None,
-        bridgeId: Optional[int] = None,
-        uniPort: Optional[int] = None,
-        macAddress: Optional[Union[str, Octets]] = None,
-        ipOptions: Optional[Union[int, bool]] = None,
-        ipAddress: Optional[Union[str, Octets]] = None,
-        subnetMask: Optional[Union[str, Octets]] = None,
-        gateway: Optional[Union[str, Octets]] = None,
-        dhcpEnabled: Optional[Union[int, bool]] = None,
-        useSharedBridge: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, allocId: Optional[int] = None, gemId: Optional[int] = None, bridgeId: Optional[int] = None,
+        uniPort: Optional[int] = None, macAddress: Optional[Union[str, Octets]] = None,
+        ipOptions: Optional[Union[int, bool]] = None, ipAddress: Optional[Union[str, Octets]] = None,
+        subnetMask: Optional[Union[str, Octets]] = None, gateway: Optional[Union[str, Octets]] = None,
+        dhcpEnabled: Optional[Union[int, bool]] = None, useSharedBridge: Optional[Union[int, bool]] = None,
+        record: Record = LEFT_OUT, unchecked: Optional[Mapping[str, Any]] = None,
+        result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """takes the management host away
 
@@ -128,39 +89,14 @@ class Calls(Caller):
         dhcpEnabled      true: the address comes from DHCP; otherwise false
         useSharedBridge  true: join the shared bridge brv; otherwise false
         """
-        return self._call(
-            'vorn_omci_hal_deprovisionIpHost',
-            record,
-            {
-                'allocId': allocId,
-                'gemId': gemId,
-                'bridgeId': bridgeId,
-                'uniPort': uniPort,
-                'macAddress': macAddress,
-                'ipOptions': ipOptions,
-                'ipAddress': ipAddress,
-                'subnetMask': subnetMask,
-                'gateway': gateway,
-                'dhcpEnabled': dhcpEnabled,
-                'useSharedBridge': useSharedBridge,
-                'unchecked': unchecked,
-                'result': result,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_deprovisionIpHost', locals())
 
     deprovisionIpHost = vorn_omci_hal_deprovisionIpHost
 
     def vorn_omci_hal_tcont_set(
-        self,
-        *,
-        allocId: Optional[Union[int, Literal['none']]] = None,
-        tContIndex: Optional[int] = None,
-        policy: Optional[int] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, allocId: Optional[Union[int, Literal['none']]] = None, tContIndex: Optional[int] = None,
+        policy: Optional[int] = None, record: Record = LEFT_OUT, unchecked: Optional[Mapping[str, Any]] = None,
+        result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """binds an alloc-id to a T-CONT and makes its eight queues
 
@@ -168,31 +104,14 @@ class Calls(Caller):
         tContIndex  hardware T-CONT index (needed)
         policy      scheduling policy, carried along; otherwise 0
         """
-        return self._call(
-            'vorn_omci_hal_tcont_set',
-            record,
-            {
-                'allocId': allocId,
-                'tContIndex': tContIndex,
-                'policy': policy,
-                'unchecked': unchecked,
-                'result': result,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_tcont_set', locals())
 
     tcont_set = vorn_omci_hal_tcont_set
 
     def vorn_omci_hal_tcont_reset(
-        self,
-        *,
-        allocId: Optional[Union[int, Literal['none']]] = None,
-        tContIndex: Optional[int] = None,
-        policy: Optional[int] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, allocId: Optional[Union[int, Literal['none']]] = None, tContIndex: Optional[int] = None,
+        policy: Optional[int] = None, record: Record = LEFT_OUT, unchecked: Optional[Mapping[str, Any]] = None,
+        result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """unbinds an alloc-id and removes its T-CONT's queues
 
@@ -200,34 +119,15 @@ class Calls(Caller):
         tContIndex  hardware T-CONT index (needed)
         policy      scheduling policy, carried along; otherwise 0
         """
-        return self._call(
-            'vorn_omci_hal_tcont_reset',
-            record,
-            {
-                'allocId': allocId,
-                'tContIndex': tContIndex,
-                'policy': policy,
-                'unchecked': unchecked,
-                'result': result,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_tcont_reset', locals())
 
     tcont_reset = vorn_omci_hal_tcont_reset
 
     def vorn_omci_hal_gemflow_add(
-        self,
-        *,
-        tContAllocId: Optional[Union[int, Literal['none']]] = None,
-        xgemPortId: Optional[int] = None,
-        upstreamQueue: Optional[int] = None,
-        qosArg: Optional[int] = None,
-        schedPolicy: Optional[SchedPolicy] = None,
-        priority: Optional[int] = None,
-        weight: Optional[int] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
+        self, *, tContAllocId: Optional[Union[int, Literal['none']]] = None, xgemPortId: Optional[int] = None,
+        upstreamQueue: Optional[int] = None, qosArg: Optional[int] = None, schedPolicy: Optional[SchedPolicy] = None,
+        priority: Optional[int] = None, weight: Optional[int] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
         note: Optional[str] = None,
     ) -> CallResult:
         """makes a GEM port with its queue
@@ -240,38 +140,15 @@ class Calls(Caller):
         priority       strict priority of the queue; otherwise 0
         weight         weight of the queue; otherwise 0
         """
-        return self._call(
-            'vorn_omci_hal_gemflow_add',
-            record,
-            {
-                'tContAllocId': tContAllocId,
-                'xgemPortId': xgemPortId,
-                'upstreamQueue': upstreamQueue,
-                'qosArg': qosArg,
-                'schedPolicy': schedPolicy,
-                'priority': priority,
-                'weight': weight,
-                'unchecked': unchecked,
-                'result': result,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_gemflow_add', locals())
 
     gemflow_add = vorn_omci_hal_gemflow_add
 
     def vorn_omci_hal_gemflow_del(
-        self,
-        *,
-        tContAllocId: Optional[Union[int, Literal['none']]] = None,
-        xgemPortId: Optional[int] = None,
-        upstreamQueue: Optional[int] = None,
-        qosArg: Optional[int] = None,
-        schedPolicy: Optional[SchedPolicy] = None,
-        priority: Optional[int] = None,
-        weight: Optional[int] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
+        self, *, tContAllocId: Optional[Union[int, Literal['none']]] = None, xgemPortId: Optional[int] = None,
+        upstreamQueue: Optional[int] = None, qosArg: Optional[int] = None, schedPolicy: Optional[SchedPolicy] = None,
+        priority: Optional[int] = None, weight: Optional[int] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
         note: Optional[str] = None,
     ) -> CallResult:
         """removes a GEM port
@@ -284,33 +161,13 @@ class Calls(Caller):
         priority       strict priority of the queue; otherwise 0
         weight         weight of the queue; otherwise 0
         """
-        return self._call(
-            'vorn_omci_hal_gemflow_del',
-            record,
-            {
-                'tContAllocId': tContAllocId,
-                'xgemPortId': xgemPortId,
-                'upstreamQueue': upstreamQueue,
-                'qosArg': qosArg,
-                'schedPolicy': schedPolicy,
-                'priority': priority,
-                'weight': weight,
-                'unchecked': unchecked,
-                'result': result,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_gemflow_del', locals())
 
     gemflow_del = vorn_omci_hal_gemflow_del
 
     def vorn_omci_hal_set_gemPortStatus(
-        self,
-        *,
-        xgemPortId: Optional[int] = None,
-        enable: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
+        self, *, xgemPortId: Optional[int] = None, enable: Optional[Union[int, bool]] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
         note: Optional[str] = None,
     ) -> CallResult:
         """sets a GEM port up or down
@@ -318,43 +175,27 @@ class Calls(Caller):
         xgemPortId  GEM port id (needed)
         enable      true sets the port up, false down (needed)
         """
-        return self._call(
-            'vorn_omci_hal_set_gemPortStatus',
-            record,
-            {'xgemPortId': xgemPortId, 'enable': enable, 'unchecked': unchecked, 'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_set_gemPortStatus', locals())
 
     set_gemPortStatus = vorn_omci_hal_set_gemPortStatus
 
     def vorn_omci_hal_filter_flow_add(
-        self,
-        *,
-        addFlag: Optional[Union[int, bool]] = None,
-        hasTagRules: Optional[Union[int, bool]] = None,
-        bridgeId: Optional[int] = None,
-        uniPort: Optional[int] = None,
-        inputTpid: Optional[Union[int, str]] = None,
-        outputTpid: Optional[Union[int, str]] = None,
-        downstreamMode: Optional[DownstreamMode] = None,
-        filterType: Optional[FilterType] = None,
-        tagAction: Optional[TagAction] = None,
-        etherType: Optional[EtherType] = None,
-        outerFilterTpidDe: Optional[OuterFilterTpidDe] = None,
+        self, *, addFlag: Optional[Union[int, bool]] = None, hasTagRules: Optional[Union[int, bool]] = None,
+        bridgeId: Optional[int] = None, uniPort: Optional[int] = None, inputTpid: Optional[Union[int, str]] = None,
+        outputTpid: Optional[Union[int, str]] = None, downstreamMode: Optional[DownstreamMode] = None,
+        filterType: Optional[FilterType] = None, tagAction: Optional[TagAction] = None,
+        etherType: Optional[EtherType] = None, outerFilterTpidDe: Optional[OuterFilterTpidDe] = None,
         outerFilterVlanId: Optional[Union[int, Literal['any']]] = None,
-        outerFilterPrio: Optional[OuterFilterPrio] = None,
-        innerFilterTpidDe: Optional[OuterFilterTpidDe] = None,
+        outerFilterPrio: Optional[OuterFilterPrio] = None, innerFilterTpidDe: Optional[OuterFilterTpidDe] = None,
         innerFilterVlanId: Optional[Union[int, Literal['any']]] = None,
-        innerFilterPrio: Optional[OuterFilterPrio] = None,
-        removeType: Optional[RemoveType] = None,
+        innerFilterPrio: Optional[OuterFilterPrio] = None, removeType: Optional[RemoveType] = None,
         outerTreatmentTpidDe: Optional[OuterTreatmentTpidDe] = None,
         outerTreatmentVlanId: Optional[OuterTreatmentVlanId] = None,
         outerTreatmentPrio: Optional[OuterTreatmentPrio] = None,
         innerTreatmentTpidDe: Optional[OuterTreatmentTpidDe] = None,
         innerTreatmentVlanId: Optional[OuterTreatmentVlanId] = None,
-        innerTreatmentPrio: Optional[OuterTreatmentPrio] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
+        innerTreatmentPrio: Optional[OuterTreatmentPrio] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
         note: Optional[str] = None,
     ) -> CallResult:
         """adds a row of a UNI's extended VLAN tagging, or removes the UNI's rules
@@ -383,49 +224,13 @@ class Calls(Caller):
         innerTreatmentVlanId  VID written to the inner tag; otherwise 0
         innerTreatmentPrio    p-bits of an inner tag; otherwise "none"
         """
-        return self._call(
-            'vorn_omci_hal_filter_flow_add',
-            record,
-            {
-                'addFlag': addFlag,
-                'hasTagRules': hasTagRules,
-                'bridgeId': bridgeId,
-                'uniPort': uniPort,
-                'inputTpid': inputTpid,
-                'outputTpid': outputTpid,
-                'downstreamMode': downstreamMode,
-                'filterType': filterType,
-                'tagAction': tagAction,
-                'etherType': etherType,
-                'outerFilterTpidDe': outerFilterTpidDe,
-                'outerFilterVlanId': outerFilterVlanId,
-                'outerFilterPrio': outerFilterPrio,
-                'innerFilterTpidDe': innerFilterTpidDe,
-                'innerFilterVlanId': innerFilterVlanId,
-                'innerFilterPrio': innerFilterPrio,
-                'removeType': removeType,
-                'outerTreatmentTpidDe': outerTreatmentTpidDe,
-                'outerTreatmentVlanId': outerTreatmentVlanId,
-                'outerTreatmentPrio': outerTreatmentPrio,
-                'innerTreatmentTpidDe': innerTreatmentTpidDe,
-                'innerTreatmentVlanId': innerTreatmentVlanId,
-                'innerTreatmentPrio': innerTreatmentPrio,
-                'unchecked': unchecked,
-                'result': result,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_filter_flow_add', locals())
 
     filter_flow_add = vorn_omci_hal_filter_flow_add
 
     def vorn_omci_hal_configureBridge(
-        self,
-        *,
-        bridgeId: Optional[int] = None,
-        uniPort: Optional[int] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
+        self, *, bridgeId: Optional[int] = None, uniPort: Optional[int] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
         note: Optional[str] = None,
     ) -> CallResult:
         """makes a bridge with its PON side, or joins a UNI port
@@ -433,51 +238,33 @@ class Calls(Caller):
         bridgeId  number of the bridge: 3 is br3 (needed)
         uniPort   0: the bridge with its PON side; from 1: that UNI port joins it (needed)
         """
-        return self._call(
-            'vorn_omci_hal_configureBridge',
-            record,
-            {'bridgeId': bridgeId, 'uniPort': uniPort, 'unchecked': unchecked, 'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_configureBridge', locals())
 
     configureBridge = vorn_omci_hal_configureBridge
 
     def vorn_omci_hal_configureAniTagRules(
-        self,
-        *,
-        gemPortId: Optional[int] = None,
-        bridgeId: Optional[int] = None,
-        vlanTciFilterList: Optional[VlanTciFilterList] = None,
-        forwardOperation: Optional[int] = None,
-        numberOfEntries: Optional[int] = None,
-        trafficModel: Optional[TrafficModel] = None,
+        self, *, gemPortId: Optional[int] = None, bridgeId: Optional[int] = None,
+        vlanTciFilterList: Optional[VlanTciFilterList] = None, forwardOperation: Optional[int] = None,
+        numberOfEntries: Optional[int] = None, trafficModel: Optional[TrafficModel] = None,
         pbitMap: Optional[Sequence[PbitMapItem]] = None,
         protocolNumber: Optional[Union[int, Literal['none', 'igmp']]] = None,
-        isMulticast: Optional[Union[int, bool]] = None,
-        multicastService: Optional[Union[int, bool]] = None,
-        inputTpid: Optional[Union[int, str]] = None,
-        outputTpid: Optional[Union[int, str]] = None,
-        dsMode: Optional[DownstreamMode] = None,
-        filterTagCount: Optional[FilterType] = None,
-        tagTreatment: Optional[TagAction] = None,
-        etherTypeFilter: Optional[EtherType] = None,
+        isMulticast: Optional[Union[int, bool]] = None, multicastService: Optional[Union[int, bool]] = None,
+        inputTpid: Optional[Union[int, str]] = None, outputTpid: Optional[Union[int, str]] = None,
+        dsMode: Optional[DownstreamMode] = None, filterTagCount: Optional[FilterType] = None,
+        tagTreatment: Optional[TagAction] = None, etherTypeFilter: Optional[EtherType] = None,
         outerTpidFilter: Optional[OuterFilterTpidDe] = None,
         outerVlanIdFilter: Optional[Union[int, Literal['any']]] = None,
-        outerVlanPrioFilter: Optional[OuterFilterPrio] = None,
-        innerTpidFilter: Optional[OuterFilterTpidDe] = None,
+        outerVlanPrioFilter: Optional[OuterFilterPrio] = None, innerTpidFilter: Optional[OuterFilterTpidDe] = None,
         innerVlanIdFilter: Optional[Union[int, Literal['any']]] = None,
-        innerVlanPrioFilter: Optional[OuterFilterPrio] = None,
-        removeType: Optional[RemoveType] = None,
+        innerVlanPrioFilter: Optional[OuterFilterPrio] = None, removeType: Optional[RemoveType] = None,
         outerTpidAction: Optional[OuterTreatmentTpidDe] = None,
         outerVlanIdAction: Optional[OuterTreatmentVlanId] = None,
         outerVlanPrioAction: Optional[OuterTreatmentPrio] = None,
         innerTpidAction: Optional[OuterTreatmentTpidDe] = None,
         innerVlanIdAction: Optional[OuterTreatmentVlanId] = None,
-        innerVlanPrioAction: Optional[OuterTreatmentPrio] = None,
-        restoreVlanFlows: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        innerVlanPrioAction: Optional[OuterTreatmentPrio] = None, restoreVlanFlows: Optional[Union[int, bool]] = None,
+        record: Record = LEFT_OUT, unchecked: Optional[Mapping[str, Any]] = None,
+        result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """makes the PON side's tag rules of a bridge service
 
@@ -513,85 +300,33 @@ class Calls(Caller):
         innerVlanPrioAction  p-bits of an inner tag; otherwise "none"
         restoreVlanFlows     make the VLAN flows anew after the p-bit data is removed; otherwise false
         """
-        return self._call(
-            'vorn_omci_hal_configureAniTagRules',
-            record,
-            {
-                'gemPortId': gemPortId,
-                'bridgeId': bridgeId,
-                'vlanTciFilterList': vlanTciFilterList,
-                'forwardOperation': forwardOperation,
-                'numberOfEntries': numberOfEntries,
-                'trafficModel': trafficModel,
-                'pbitMap': pbitMap,
-                'protocolNumber': protocolNumber,
-                'isMulticast': isMulticast,
-                'multicastService': multicastService,
-                'inputTpid': inputTpid,
-                'outputTpid': outputTpid,
-                'dsMode': dsMode,
-                'filterTagCount': filterTagCount,
-                'tagTreatment': tagTreatment,
-                'etherTypeFilter': etherTypeFilter,
-                'outerTpidFilter': outerTpidFilter,
-                'outerVlanIdFilter': outerVlanIdFilter,
-                'outerVlanPrioFilter': outerVlanPrioFilter,
-                'innerTpidFilter': innerTpidFilter,
-                'innerVlanIdFilter': innerVlanIdFilter,
-                'innerVlanPrioFilter': innerVlanPrioFilter,
-                'removeType': removeType,
-                'outerTpidAction': outerTpidAction,
-                'outerVlanIdAction': outerVlanIdAction,
-                'outerVlanPrioAction': outerVlanPrioAction,
-                'innerTpidAction': innerTpidAction,
-                'innerVlanIdAction': innerVlanIdAction,
-                'innerVlanPrioAction': innerVlanPrioAction,
-                'restoreVlanFlows': restoreVlanFlows,
-                'unchecked': unchecked,
-                'result': result,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_configureAniTagRules', locals())
 
     configureAniTagRules = vorn_omci_hal_configureAniTagRules
 
     def vorn_omci_hal_unsetPbitData(
-        self,
-        *,
-        gemPortId: Optional[int] = None,
-        bridgeId: Optional[int] = None,
-        vlanTciFilterList: Optional[VlanTciFilterList] = None,
-        forwardOperation: Optional[int] = None,
-        numberOfEntries: Optional[int] = None,
-        trafficModel: Optional[TrafficModel] = None,
+        self, *, gemPortId: Optional[int] = None, bridgeId: Optional[int] = None,
+        vlanTciFilterList: Optional[VlanTciFilterList] = None, forwardOperation: Optional[int] = None,
+        numberOfEntries: Optional[int] = None, trafficModel: Optional[TrafficModel] = None,
         pbitMap: Optional[Sequence[PbitMapItem]] = None,
         protocolNumber: Optional[Union[int, Literal['none', 'igmp']]] = None,
-        isMulticast: Optional[Union[int, bool]] = None,
-        multicastService: Optional[Union[int, bool]] = None,
-        inputTpid: Optional[Union[int, str]] = None,
-        outputTpid: Optional[Union[int, str]] = None,
-        dsMode: Optional[DownstreamMode] = None,
-        filterTagCount: Optional[FilterType] = None,
-        tagTreatment: Optional[TagAction] = None,
-        etherTypeFilter: Optional[EtherType] = None,
+        isMulticast: Optional[Union[int, bool]] = None, multicastService: Optional[Union[int, bool]] = None,
+        inputTpid: Optional[Union[int, str]] = None, outputTpid: Optional[Union[int, str]] = None,
+        dsMode: Optional[DownstreamMode] = None, filterTagCount: Optional[FilterType] = None,
+        tagTreatment: Optional[TagAction] = None, etherTypeFilter: Optional[EtherType] = None,
         outerTpidFilter: Optional[OuterFilterTpidDe] = None,
         outerVlanIdFilter: Optional[Union[int, Literal['any']]] = None,
-        outerVlanPrioFilter: Optional[OuterFilterPrio] = None,
-        innerTpidFilter: Optional[OuterFilterTpidDe] = None,
+        outerVlanPrioFilter: Optional[OuterFilterPrio] = None, innerTpidFilter: Optional[OuterFilterTpidDe] = None,
         innerVlanIdFilter: Optional[Union[int, Literal['any']]] = None,
-        innerVlanPrioFilter: Optional[OuterFilterPrio] = None,
-        removeType: Optional[RemoveType] = None,
+        innerVlanPrioFilter: Optional[OuterFilterPrio] = None, removeType: Optional[RemoveType] = None,
         outerTpidAction: Optional[OuterTreatmentTpidDe] = None,
         outerVlanIdAction: Optional[OuterTreatmentVlanId] = None,
         outerVlanPrioAction: Optional[OuterTreatmentPrio] = None,
         innerTpidAction: Optional[OuterTreatmentTpidDe] = None,
         innerVlanIdAction: Optional[OuterTreatmentVlanId] = None,
-        innerVlanPrioAction: Optional[OuterTreatmentPrio] = None,
-        restoreVlanFlows: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        innerVlanPrioAction: Optional[OuterTreatmentPrio] = None, restoreVlanFlows: Optional[Union[int, bool]] = None,
+        record: Record = LEFT_OUT, unchecked: Optional[Mapping[str, Any]] = None,
+        result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """removes the rules of a service's GEM ports
 
@@ -627,85 +362,33 @@ class Calls(Caller):
         innerVlanPrioAction  p-bits of an inner tag; otherwise "none"
         restoreVlanFlows     make the VLAN flows anew after the p-bit data is removed; otherwise false
         """
-        return self._call(
-            'vorn_omci_hal_unsetPbitData',
-            record,
-            {
-                'gemPortId': gemPortId,
-                'bridgeId': bridgeId,
-                'vlanTciFilterList': vlanTciFilterList,
-                'forwardOperation': forwardOperation,
-                'numberOfEntries': numberOfEntries,
-                'trafficModel': trafficModel,
-                'pbitMap': pbitMap,
-                'protocolNumber': protocolNumber,
-                'isMulticast': isMulticast,
-                'multicastService': multicastService,
-                'inputTpid': inputTpid,
-                'outputTpid': outputTpid,
-                'dsMode': dsMode,
-                'filterTagCount': filterTagCount,
-                'tagTreatment': tagTreatment,
-                'etherTypeFilter': etherTypeFilter,
-                'outerTpidFilter': outerTpidFilter,
-                'outerVlanIdFilter': outerVlanIdFilter,
-                'outerVlanPrioFilter': outerVlanPrioFilter,
-                'innerTpidFilter': innerTpidFilter,
-                'innerVlanIdFilter': innerVlanIdFilter,
-                'innerVlanPrioFilter': innerVlanPrioFilter,
-                'removeType': removeType,
-                'outerTpidAction': outerTpidAction,
-                'outerVlanIdAction': outerVlanIdAction,
-                'outerVlanPrioAction': outerVlanPrioAction,
-                'innerTpidAction': innerTpidAction,
-                'innerVlanIdAction': innerVlanIdAction,
-                'innerVlanPrioAction': innerVlanPrioAction,
-                'restoreVlanFlows': restoreVlanFlows,
-                'unchecked': unchecked,
-                'result': result,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_unsetPbitData', locals())
 
     unsetPbitData = vorn_omci_hal_unsetPbitData
 
     def vorn_omci_hal_deprovisionAniSideBridge(
-        self,
-        *,
-        gemPortId: Optional[int] = None,
-        bridgeId: Optional[int] = None,
-        vlanTciFilterList: Optional[VlanTciFilterList] = None,
-        forwardOperation: Optional[int] = None,
-        numberOfEntries: Optional[int] = None,
-        trafficModel: Optional[TrafficModel] = None,
+        self, *, gemPortId: Optional[int] = None, bridgeId: Optional[int] = None,
+        vlanTciFilterList: Optional[VlanTciFilterList] = None, forwardOperation: Optional[int] = None,
+        numberOfEntries: Optional[int] = None, trafficModel: Optional[TrafficModel] = None,
         pbitMap: Optional[Sequence[PbitMapItem]] = None,
         protocolNumber: Optional[Union[int, Literal['none', 'igmp']]] = None,
-        isMulticast: Optional[Union[int, bool]] = None,
-        multicastService: Optional[Union[int, bool]] = None,
-        inputTpid: Optional[Union[int, str]] = None,
-        outputTpid: Optional[Union[int, str]] = None,
-        dsMode: Optional[DownstreamMode] = None,
-        filterTagCount: Optional[FilterType] = None,
-        tagTreatment: Optional[TagAction] = None,
-        etherTypeFilter: Optional[EtherType] = None,
+        isMulticast: Optional[Union[int, bool]] = None, multicastService: Optional[Union[int, bool]] = None,
+        inputTpid: Optional[Union[int, str]] = None, outputTpid: Optional[Union[int, str]] = None,
+        dsMode: Optional[DownstreamMode] = None, filterTagCount: Optional[FilterType] = None,
+        tagTreatment: Optional[TagAction] = None, etherTypeFilter: Optional[EtherType] = None,
         outerTpidFilter: Optional[OuterFilterTpidDe] = None,
         outerVlanIdFilter: Optional[Union[int, Literal['any']]] = None,
-        outerVlanPrioFilter: Optional[OuterFilterPrio] = None,
-        innerTpidFilter: Optional[OuterFilterTpidDe] = None,
+        outerVlanPrioFilter: Optional[OuterFilterPrio] = None, innerTpidFilter: Optional[OuterFilterTpidDe] = None,
         innerVlanIdFilter: Optional[Union[int, Literal['any']]] = None,
-        innerVlanPrioFilter: Optional[OuterFilterPrio] = None,
-        removeType: Optional[RemoveType] = None,
+        innerVlanPrioFilter: Optional[OuterFilterPrio] = None, removeType: Optional[RemoveType] = None,
         outerTpidAction: Optional[OuterTreatmentTpidDe] = None,
         outerVlanIdAction: Optional[OuterTreatmentVlanId] = None,
         outerVlanPrioAction: Optional[OuterTreatmentPrio] = None,
         innerTpidAction: Optional[OuterTreatmentTpidDe] = None,
         innerVlanIdAction: Optional[OuterTreatmentVlanId] = None,
-        innerVlanPrioAction: Optional[OuterTreatmentPrio] = None,
-        restoreVlanFlows: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        innerVlanPrioAction: Optional[OuterTreatmentPrio] = None, restoreVlanFlows: Optional[Union[int, bool]] = None,
+        record: Record = LEFT_OUT, unchecked: Optional[Mapping[str, Any]] = None,
+        result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """removes a bridge and its PON side, or a multicast service
 
@@ -741,85 +424,33 @@ class Calls(Caller):
         innerVlanPrioAction  p-bits of an inner tag; otherwise "none"
         restoreVlanFlows     make the VLAN flows anew after the p-bit data is removed; otherwise false
         """
-        return self._call(
-            'vorn_omci_hal_deprovisionAniSideBridge',
-            record,
-            {
-                'gemPortId': gemPortId,
-                'bridgeId': bridgeId,
-                'vlanTciFilterList': vlanTciFilterList,
-                'forwardOperation': forwardOperation,
-                'numberOfEntries': numberOfEntries,
-                'trafficModel': trafficModel,
-                'pbitMap': pbitMap,
-                'protocolNumber': protocolNumber,
-                'isMulticast': isMulticast,
-                'multicastService': multicastService,
-                'inputTpid': inputTpid,
-                'outputTpid': outputTpid,
-                'dsMode': dsMode,
-                'filterTagCount': filterTagCount,
-                'tagTreatment': tagTreatment,
-                'etherTypeFilter': etherTypeFilter,
-                'outerTpidFilter': outerTpidFilter,
-                'outerVlanIdFilter': outerVlanIdFilter,
-                'outerVlanPrioFilter': outerVlanPrioFilter,
-                'innerTpidFilter': innerTpidFilter,
-                'innerVlanIdFilter': innerVlanIdFilter,
-                'innerVlanPrioFilter': innerVlanPrioFilter,
-                'removeType': removeType,
-                'outerTpidAction': outerTpidAction,
-                'outerVlanIdAction': outerVlanIdAction,
-                'outerVlanPrioAction': outerVlanPrioAction,
-                'innerTpidAction': innerTpidAction,
-                'innerVlanIdAction': innerVlanIdAction,
-                'innerVlanPrioAction': innerVlanPrioAction,
-                'restoreVlanFlows': restoreVlanFlows,
-                'unchecked': unchecked,
-                'result': result,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_deprovisionAniSideBridge', locals())
 
     deprovisionAniSideBridge = vorn_omci_hal_deprovisionAniSideBridge
 
     def vorn_omci_hal_deprovisionUniSideBridge(
-        self,
-        *,
-        gemPortId: Optional[int] = None,
-        bridgeId: Optional[int] = None,
-        vlanTciFilterList: Optional[VlanTciFilterList] = None,
-        forwardOperation: Optional[int] = None,
-        numberOfEntries: Optional[int] = None,
-        trafficModel: Optional[TrafficModel] = None,
+        self, *, gemPortId: Optional[int] = None, bridgeId: Optional[int] = None,
+        vlanTciFilterList: Optional[VlanTciFilterList] = None, forwardOperation: Optional[int] = None,
+        numberOfEntries: Optional[int] = None, trafficModel: Optional[TrafficModel] = None,
         pbitMap: Optional[Sequence[PbitMapItem]] = None,
         protocolNumber: Optional[Union[int, Literal['none', 'igmp']]] = None,
-        isMulticast: Optional[Union[int, bool]] = None,
-        multicastService: Optional[Union[int, bool]] = None,
-        inputTpid: Optional[Union[int, str]] = None,
-        outputTpid: Optional[Union[int, str]] = None,
-        dsMode: Optional[DownstreamMode] = None,
-        filterTagCount: Optional[FilterType] = None,
-        tagTreatment: Optional[TagAction] = None,
-        etherTypeFilter: Optional[EtherType] = None,
+        isMulticast: Optional[Union[int, bool]] = None, multicastService: Optional[Union[int, bool]] = None,
+        inputTpid: Optional[Union[int, str]] = None, outputTpid: Optional[Union[int, str]] = None,
+        dsMode: Optional[DownstreamMode] = None, filterTagCount: Optional[FilterType] = None,
+        tagTreatment: Optional[TagAction] = None, etherTypeFilter: Optional[EtherType] = None,
         outerTpidFilter: Optional[OuterFilterTpidDe] = None,
         outerVlanIdFilter: Optional[Union[int, Literal['any']]] = None,
-        outerVlanPrioFilter: Optional[OuterFilterPrio] = None,
-        innerTpidFilter: Optional[OuterFilterTpidDe] = None,
+        outerVlanPrioFilter: Optional[OuterFilterPrio] = None, innerTpidFilter: Optional[OuterFilterTpidDe] = None,
         innerVlanIdFilter: Optional[Union[int, Literal['any']]] = None,
-        innerVlanPrioFilter: Optional[OuterFilterPrio] = None,
-        removeType: Optional[RemoveType] = None,
+        innerVlanPrioFilter: Optional[OuterFilterPrio] = None, removeType: Optional[RemoveType] = None,
         outerTpidAction: Optional[OuterTreatmentTpidDe] = None,
         outerVlanIdAction: Optional[OuterTreatmentVlanId] = None,
         outerVlanPrioAction: Optional[OuterTreatmentPrio] = None,
         innerTpidAction: Optional[OuterTreatmentTpidDe] = None,
         innerVlanIdAction: Optional[OuterTreatmentVlanId] = None,
-        innerVlanPrioAction: Optional[OuterTreatmentPrio] = None,
-        restoreVlanFlows: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        innerVlanPrioAction: Optional[OuterTreatmentPrio] = None, restoreVlanFlows: Optional[Union[int, bool]] = None,
+        record: Record = LEFT_OUT, unchecked: Optional[Mapping[str, Any]] = None,
+        result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """removes the UNI port of a bridge, with its rules
 
@@ -855,60 +486,15 @@ class Calls(Caller):
         innerVlanPrioAction  p-bits of an inner tag; otherwise "none"
         restoreVlanFlows     make the VLAN flows anew after the p-bit data is removed; otherwise false
         """
-        return self._call(
-            'vorn_omci_hal_deprovisionUniSideBridge',
-            record,
-            {
-                'gemPortId': gemPortId,
-                'bridgeId': bridgeId,
-                'vlanTciFilterList': vlanTciFilterList,
-                'forwardOperation': forwardOperation,
-                'numberOfEntries': numberOfEntries,
-                'trafficModel': trafficModel,
-                'pbitMap': pbitMap,
-                'protocolNumber': protocolNumber,
-                'isMulticast': isMulticast,
-                'multicastService': multicastService,
-                'inputTpid': inputTpid,
-                'outputTpid': outputTpid,
-                'dsMode': dsMode,
-                'filterTagCount': filterTagCount,
-                'tagTreatment': tagTreatment,
-                'etherTypeFilter': etherTypeFilter,
-                'outerTpidFilter': outerTpidFilter,
-                'outerVlanIdFilter': outerVlanIdFilter,
-                'outerVlanPrioFilter': outerVlanPrioFilter,
-                'innerTpidFilter': innerTpidFilter,
-                'innerVlanIdFilter': innerVlanIdFilter,
-                'innerVlanPrioFilter': innerVlanPrioFilter,
-                'removeType': removeType,
-                'outerTpidAction': outerTpidAction,
-                'outerVlanIdAction': outerVlanIdAction,
-                'outerVlanPrioAction': outerVlanPrioAction,
-                'innerTpidAction': innerTpidAction,
-                'innerVlanIdAction': innerVlanIdAction,
-                'innerVlanPrioAction': innerVlanPrioAction,
-                'restoreVlanFlows': restoreVlanFlows,
-                'unchecked': unchecked,
-                'result': result,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_deprovisionUniSideBridge', locals())
 
     deprovisionUniSideBridge = vorn_omci_hal_deprovisionUniSideBridge
 
     def vorn_omci_hal_veip_createRules(
-        self,
-        *,
-        gemPort: Optional[int] = None,
-        bridgeId: Optional[int] = None,
-        filterType: Optional[int] = None,
-        filterList: Optional[Union[VlanTciFilterList, Any]] = None,
-        numberOfEntries: Optional[int] = None,
-        trafficType: Optional[TrafficModel] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
+        self, *, gemPort: Optional[int] = None, bridgeId: Optional[int] = None, filterType: Optional[int] = None,
+        filterList: Optional[Union[VlanTciFilterList, Any]] = None, numberOfEntries: Optional[int] = None,
+        trafficType: Optional[TrafficModel] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
         note: Optional[str] = None,
     ) -> CallResult:
         """announces a service to the gateway over the VEIP
@@ -920,36 +506,15 @@ class Calls(Caller):
         numberOfEntries  entries of filterList; left out: as many as it has
         trafficType      mapping and filter model; 2, 3, 5 and 6 make the VEIP (needed)
         """
-        return self._call(
-            'vorn_omci_hal_veip_createRules',
-            record,
-            {
-                'gemPort': gemPort,
-                'bridgeId': bridgeId,
-                'filterType': filterType,
-                'filterList': filterList,
-                'numberOfEntries': numberOfEntries,
-                'trafficType': trafficType,
-                'unchecked': unchecked,
-                'result': result,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_veip_createRules', locals())
 
     veip_createRules = vorn_omci_hal_veip_createRules
 
     def vorn_omci_hal_veip_deleteRules(
-        self,
-        *,
-        gemPort: Optional[int] = None,
-        bridgeId: Optional[int] = None,
-        filterType: Optional[int] = None,
-        filterList: Optional[Union[VlanTciFilterList, Any]] = None,
-        numberOfEntries: Optional[int] = None,
-        trafficType: Optional[TrafficModel] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
+        self, *, gemPort: Optional[int] = None, bridgeId: Optional[int] = None, filterType: Optional[int] = None,
+        filterList: Optional[Union[VlanTciFilterList, Any]] = None, numberOfEntries: Optional[int] = None,
+        trafficType: Optional[TrafficModel] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
         note: Optional[str] = None,
     ) -> CallResult:
         """withdraws a service, and the VEIP with the last one
@@ -961,66 +526,30 @@ class Calls(Caller):
         numberOfEntries  entries of filterList; left out: as many as it has
         trafficType      mapping and filter model; 2, 3, 5 and 6 make the VEIP (needed)
         """
-        return self._call(
-            'vorn_omci_hal_veip_deleteRules',
-            record,
-            {
-                'gemPort': gemPort,
-                'bridgeId': bridgeId,
-                'filterType': filterType,
-                'filterList': filterList,
-                'numberOfEntries': numberOfEntries,
-                'trafficType': trafficType,
-                'unchecked': unchecked,
-                'result': result,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_veip_deleteRules', locals())
 
     veip_deleteRules = vorn_omci_hal_veip_deleteRules
 
     def vorn_test_call(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """life sign: answers 4"""
-        return self._call(
-            'vorn_test_call',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_test_call', locals())
 
     test_call = vorn_test_call
 
     def vorn_omci_hal_init(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """connects to the gateway side and starts the listener"""
-        return self._call(
-            'vorn_omci_hal_init',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_init', locals())
 
     init = vorn_omci_hal_init
 
     def vorn_omci_hal_eth_port_speed_get(
-        self,
-        *,
-        port: Optional[int] = None,
-        noBuffer: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        output: Optional[Mapping[str, Any]] = None,
-        note: Optional[str] = None,
+        self, *, port: Optional[int] = None, noBuffer: Optional[Union[int, bool]] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
+        output: Optional[Mapping[str, Any]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """writes nothing on this board
 
@@ -1028,31 +557,14 @@ class Calls(Caller):
         noBuffer  true: a null pointer in place of the buffer; otherwise false
         output    what it is expected to write: speed
         """
-        return self._call(
-            'vorn_omci_hal_eth_port_speed_get',
-            record,
-            {
-                'port': port,
-                'noBuffer': noBuffer,
-                'unchecked': unchecked,
-                'result': result,
-                'output': output,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_eth_port_speed_get', locals())
 
     eth_port_speed_get = vorn_omci_hal_eth_port_speed_get
 
     def vorn_omci_hal_eth_port_duplex_get(
-        self,
-        *,
-        port: Optional[int] = None,
-        noBuffer: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        output: Optional[Mapping[str, Any]] = None,
-        note: Optional[str] = None,
+        self, *, port: Optional[int] = None, noBuffer: Optional[Union[int, bool]] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
+        output: Optional[Mapping[str, Any]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """writes nothing on this board
 
@@ -1060,31 +572,14 @@ class Calls(Caller):
         noBuffer  true: a null pointer in place of the buffer; otherwise false
         output    what it is expected to write: duplex
         """
-        return self._call(
-            'vorn_omci_hal_eth_port_duplex_get',
-            record,
-            {
-                'port': port,
-                'noBuffer': noBuffer,
-                'unchecked': unchecked,
-                'result': result,
-                'output': output,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_eth_port_duplex_get', locals())
 
     eth_port_duplex_get = vorn_omci_hal_eth_port_duplex_get
 
     def vorn_omci_hal_eth_port_id_get(
-        self,
-        *,
-        port: Optional[int] = None,
-        noBuffer: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        output: Optional[Mapping[str, Any]] = None,
-        note: Optional[str] = None,
+        self, *, port: Optional[int] = None, noBuffer: Optional[Union[int, bool]] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
+        output: Optional[Mapping[str, Any]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0
 
@@ -1092,29 +587,13 @@ class Calls(Caller):
         noBuffer  true: a null pointer in place of the buffer; otherwise false
         output    what it is expected to write: id
         """
-        return self._call(
-            'vorn_omci_hal_eth_port_id_get',
-            record,
-            {
-                'port': port,
-                'noBuffer': noBuffer,
-                'unchecked': unchecked,
-                'result': result,
-                'output': output,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_eth_port_id_get', locals())
 
     eth_port_id_get = vorn_omci_hal_eth_port_id_get
 
     def vorn_omci_hal_eth_port_mode_set(
-        self,
-        *,
-        port: Optional[int] = None,
-        value: Optional[int] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
+        self, *, port: Optional[int] = None, value: Optional[int] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
         note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0
@@ -1122,24 +601,14 @@ class Calls(Caller):
         port   number of the port (needed)
         value  what to set (needed)
         """
-        return self._call(
-            'vorn_omci_hal_eth_port_mode_set',
-            record,
-            {'port': port, 'value': value, 'unchecked': unchecked, 'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_eth_port_mode_set', locals())
 
     eth_port_mode_set = vorn_omci_hal_eth_port_mode_set
 
     def vorn_omci_hal_port_enable_get(
-        self,
-        *,
-        port: Optional[int] = None,
-        noBuffer: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        output: Optional[Mapping[str, Any]] = None,
-        note: Optional[str] = None,
+        self, *, port: Optional[int] = None, noBuffer: Optional[Union[int, bool]] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
+        output: Optional[Mapping[str, Any]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """has the gateway made this sub-device of the VEIP?
 
@@ -1147,29 +616,13 @@ class Calls(Caller):
         noBuffer  true: a null pointer in place of the buffer; otherwise false
         output    what it is expected to write: enabled
         """
-        return self._call(
-            'vorn_omci_hal_port_enable_get',
-            record,
-            {
-                'port': port,
-                'noBuffer': noBuffer,
-                'unchecked': unchecked,
-                'result': result,
-                'output': output,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_port_enable_get', locals())
 
     port_enable_get = vorn_omci_hal_port_enable_get
 
     def vorn_omci_hal_eth_port_admin_set(
-        self,
-        *,
-        port: Optional[int] = None,
-        value: Optional[int] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
+        self, *, port: Optional[int] = None, value: Optional[int] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
         note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0
@@ -1177,45 +630,26 @@ class Calls(Caller):
         port   number of the port (needed)
         value  what to set (needed)
         """
-        return self._call(
-            'vorn_omci_hal_eth_port_admin_set',
-            record,
-            {'port': port, 'value': value, 'unchecked': unchecked, 'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_eth_port_admin_set', locals())
 
     eth_port_admin_set = vorn_omci_hal_eth_port_admin_set
 
     def vorn_hal_set_omci_action(
-        self,
-        *,
-        action: Optional[int] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, action: Optional[int] = None, record: Record = LEFT_OUT, unchecked: Optional[Mapping[str, Any]] = None,
+        result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """notes the OMCI action that the daemon works on
 
         action  action code (needed)
         """
-        return self._call(
-            'vorn_hal_set_omci_action',
-            record,
-            {'action': action, 'unchecked': unchecked, 'result': result, 'note': note},
-        )
+        return self._call('vorn_hal_set_omci_action', locals())
 
     set_omci_action = vorn_hal_set_omci_action
 
     def vorn_omci_hal_vid_get(
-        self,
-        *,
-        size: Optional[int] = None,
-        noBuffer: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        output: Optional[Mapping[str, Any]] = None,
-        note: Optional[str] = None,
+        self, *, size: Optional[int] = None, noBuffer: Optional[Union[int, bool]] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
+        output: Optional[Mapping[str, Any]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """writes nothing on this board
 
@@ -1223,31 +657,14 @@ class Calls(Caller):
         noBuffer  true: a null pointer in place of the buffer; otherwise false
         output    what it is expected to write: text
         """
-        return self._call(
-            'vorn_omci_hal_vid_get',
-            record,
-            {
-                'size': size,
-                'noBuffer': noBuffer,
-                'unchecked': unchecked,
-                'result': result,
-                'output': output,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_vid_get', locals())
 
     vid_get = vorn_omci_hal_vid_get
 
     def vorn_omci_hal_sn_get(
-        self,
-        *,
-        size: Optional[int] = None,
-        noBuffer: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        output: Optional[Mapping[str, Any]] = None,
-        note: Optional[str] = None,
+        self, *, size: Optional[int] = None, noBuffer: Optional[Union[int, bool]] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
+        output: Optional[Mapping[str, Any]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """serial number
 
@@ -1255,31 +672,14 @@ class Calls(Caller):
         noBuffer  true: a null pointer in place of the buffer; otherwise false
         output    what it is expected to write: text
         """
-        return self._call(
-            'vorn_omci_hal_sn_get',
-            record,
-            {
-                'size': size,
-                'noBuffer': noBuffer,
-                'unchecked': unchecked,
-                'result': result,
-                'output': output,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_sn_get', locals())
 
     sn_get = vorn_omci_hal_sn_get
 
     def vorn_omci_hal_mac_get(
-        self,
-        *,
-        size: Optional[int] = None,
-        noBuffer: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        output: Optional[Mapping[str, Any]] = None,
-        note: Optional[str] = None,
+        self, *, size: Optional[int] = None, noBuffer: Optional[Union[int, bool]] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
+        output: Optional[Mapping[str, Any]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """MAC address
 
@@ -1287,31 +687,14 @@ class Calls(Caller):
         noBuffer  true: a null pointer in place of the buffer; otherwise false
         output    what it is expected to write: text
         """
-        return self._call(
-            'vorn_omci_hal_mac_get',
-            record,
-            {
-                'size': size,
-                'noBuffer': noBuffer,
-                'unchecked': unchecked,
-                'result': result,
-                'output': output,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_mac_get', locals())
 
     mac_get = vorn_omci_hal_mac_get
 
     def vorn_omci_hal_pn_get(
-        self,
-        *,
-        size: Optional[int] = None,
-        noBuffer: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        output: Optional[Mapping[str, Any]] = None,
-        note: Optional[str] = None,
+        self, *, size: Optional[int] = None, noBuffer: Optional[Union[int, bool]] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
+        output: Optional[Mapping[str, Any]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """part number
 
@@ -1319,109 +702,58 @@ class Calls(Caller):
         noBuffer  true: a null pointer in place of the buffer; otherwise false
         output    what it is expected to write: text
         """
-        return self._call(
-            'vorn_omci_hal_pn_get',
-            record,
-            {
-                'size': size,
-                'noBuffer': noBuffer,
-                'unchecked': unchecked,
-                'result': result,
-                'output': output,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_pn_get', locals())
 
     pn_get = vorn_omci_hal_pn_get
 
     def vorn_omci_hal_nvram_info_get(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """reads the board's NVRAM; comes before the identity"""
-        return self._call(
-            'vorn_omci_hal_nvram_info_get',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_nvram_info_get', locals())
 
     nvram_info_get = vorn_omci_hal_nvram_info_get
 
     def vorn_omci_hal_rx_laser_power_get(
-        self,
-        *,
-        noBuffer: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        output: Optional[Mapping[str, Any]] = None,
-        note: Optional[str] = None,
+        self, *, noBuffer: Optional[Union[int, bool]] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
+        output: Optional[Mapping[str, Any]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """received optical level in 0.002 dB
 
         noBuffer  true: a null pointer in place of the buffer; otherwise false
         output    what it is expected to write: level
         """
-        return self._call(
-            'vorn_omci_hal_rx_laser_power_get',
-            record,
-            {'noBuffer': noBuffer, 'unchecked': unchecked, 'result': result, 'output': output, 'note': note},
-        )
+        return self._call('vorn_omci_hal_rx_laser_power_get', locals())
 
     rx_laser_power_get = vorn_omci_hal_rx_laser_power_get
 
     def vorn_omci_hal_tx_laser_power_get(
-        self,
-        *,
-        noBuffer: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        output: Optional[Mapping[str, Any]] = None,
-        note: Optional[str] = None,
+        self, *, noBuffer: Optional[Union[int, bool]] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
+        output: Optional[Mapping[str, Any]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """transmitted optical level in 0.002 dB
 
         noBuffer  true: a null pointer in place of the buffer; otherwise false
         output    what it is expected to write: level
         """
-        return self._call(
-            'vorn_omci_hal_tx_laser_power_get',
-            record,
-            {'noBuffer': noBuffer, 'unchecked': unchecked, 'result': result, 'output': output, 'note': note},
-        )
+        return self._call('vorn_omci_hal_tx_laser_power_get', locals())
 
     tx_laser_power_get = vorn_omci_hal_tx_laser_power_get
 
     def vorn_omci_hal_gponctl_state_set(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """starts the GPON link in its stored state"""
-        return self._call(
-            'vorn_omci_hal_gponctl_state_set',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_gponctl_state_set', locals())
 
     gponctl_state_set = vorn_omci_hal_gponctl_state_set
 
     def vorn_omci_hal_swimage_version_get(
-        self,
-        *,
-        size: Optional[int] = None,
-        noBuffer: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        output: Optional[Mapping[str, Any]] = None,
-        note: Optional[str] = None,
+        self, *, size: Optional[int] = None, noBuffer: Optional[Union[int, bool]] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
+        output: Optional[Mapping[str, Any]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """version of the booted software image
 
@@ -1429,33 +761,15 @@ class Calls(Caller):
         noBuffer  true: a null pointer in place of the buffer; otherwise false
         output    what it is expected to write: text
         """
-        return self._call(
-            'vorn_omci_hal_swimage_version_get',
-            record,
-            {
-                'size': size,
-                'noBuffer': noBuffer,
-                'unchecked': unchecked,
-                'result': result,
-                'output': output,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_swimage_version_get', locals())
 
     swimage_version_get = vorn_omci_hal_swimage_version_get
 
     def vorn_omci_hal_pm_get(
-        self,
-        *,
-        kind: Optional[Kind] = None,
-        interval: Optional[Interval] = None,
-        reader: Optional[int] = None,
-        noBuffer: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        output: Optional[Mapping[str, Any]] = None,
-        note: Optional[str] = None,
+        self, *, kind: Optional[Kind] = None, interval: Optional[Interval] = None, reader: Optional[int] = None,
+        noBuffer: Optional[Union[int, bool]] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
+        output: Optional[Mapping[str, Any]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """performance monitoring of the subscriber side
 
@@ -1465,33 +779,14 @@ class Calls(Caller):
         noBuffer  true: a null pointer in place of the buffer; otherwise false
         output    what it is expected to write: received, transmitted, split
         """
-        return self._call(
-            'vorn_omci_hal_pm_get',
-            record,
-            {
-                'kind': kind,
-                'interval': interval,
-                'reader': reader,
-                'noBuffer': noBuffer,
-                'unchecked': unchecked,
-                'result': result,
-                'output': output,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_pm_get', locals())
 
     pm_get = vorn_omci_hal_pm_get
 
     def vorn_omci_hal_gem_get_idx_from_id(
-        self,
-        *,
-        gemPort: Optional[int] = None,
-        noBuffer: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        output: Optional[Mapping[str, Any]] = None,
-        note: Optional[str] = None,
+        self, *, gemPort: Optional[int] = None, noBuffer: Optional[Union[int, bool]] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
+        output: Optional[Mapping[str, Any]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0
 
@@ -1499,356 +794,178 @@ class Calls(Caller):
         noBuffer  true: a null pointer in place of the buffer; otherwise false
         output    what it is expected to write: index
         """
-        return self._call(
-            'vorn_omci_hal_gem_get_idx_from_id',
-            record,
-            {
-                'gemPort': gemPort,
-                'noBuffer': noBuffer,
-                'unchecked': unchecked,
-                'result': result,
-                'output': output,
-                'note': note,
-            },
-        )
+        return self._call('vorn_omci_hal_gem_get_idx_from_id', locals())
 
     gem_get_idx_from_id = vorn_omci_hal_gem_get_idx_from_id
 
     def vorn_omci_hal_eth_port_max_frame_set(
-        self,
-        *,
-        size: Optional[int] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, size: Optional[int] = None, record: Record = LEFT_OUT, unchecked: Optional[Mapping[str, Any]] = None,
+        result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0
 
         size  largest frame in bytes; otherwise 0
         """
-        return self._call(
-            'vorn_omci_hal_eth_port_max_frame_set',
-            record,
-            {'size': size, 'unchecked': unchecked, 'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_eth_port_max_frame_set', locals())
 
     eth_port_max_frame_set = vorn_omci_hal_eth_port_max_frame_set
 
     def vorn_hal_get_mac_ip_host(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """MAC address of the management host"""
-        return self._call(
-            'vorn_hal_get_mac_ip_host',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_hal_get_mac_ip_host', locals())
 
     get_mac_ip_host = vorn_hal_get_mac_ip_host
 
     def vorn_hal_get_mac_sub_host(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """MAC address of the sub-host"""
-        return self._call(
-            'vorn_hal_get_mac_sub_host',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_hal_get_mac_sub_host', locals())
 
     get_mac_sub_host = vorn_hal_get_mac_sub_host
 
     def vorn_omci_hal_register_link_st(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0"""
-        return self._call(
-            'vorn_omci_hal_register_link_st',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_register_link_st', locals())
 
     register_link_st = vorn_omci_hal_register_link_st
 
     def vorn_omci_hal_pkt_send(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0"""
-        return self._call(
-            'vorn_omci_hal_pkt_send',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_pkt_send', locals())
 
     pkt_send = vorn_omci_hal_pkt_send
 
     def vorn_omci_hal_init_onu_config(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0"""
-        return self._call(
-            'vorn_omci_hal_init_onu_config',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_init_onu_config', locals())
 
     init_onu_config = vorn_omci_hal_init_onu_config
 
     def vorn_omci_hal_fetch_onu_config(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0"""
-        return self._call(
-            'vorn_omci_hal_fetch_onu_config',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_fetch_onu_config', locals())
 
     fetch_onu_config = vorn_omci_hal_fetch_onu_config
 
     def vorn_omci_hal_register_eth_st(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0"""
-        return self._call(
-            'vorn_omci_hal_register_eth_st',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_register_eth_st', locals())
 
     register_eth_st = vorn_omci_hal_register_eth_st
 
     def vorn_omci_hal_mic_build(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0"""
-        return self._call(
-            'vorn_omci_hal_mic_build',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_mic_build', locals())
 
     mic_build = vorn_omci_hal_mic_build
 
     def vorn_omci_hal_mic_check(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0"""
-        return self._call(
-            'vorn_omci_hal_mic_check',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_mic_check', locals())
 
     mic_check = vorn_omci_hal_mic_check
 
     def vorn_omci_hal_gen_mic_init(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0"""
-        return self._call(
-            'vorn_omci_hal_gen_mic_init',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_gen_mic_init', locals())
 
     gen_mic_init = vorn_omci_hal_gen_mic_init
 
     def vorn_omci_hal_hw_rev_get(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0"""
-        return self._call(
-            'vorn_omci_hal_hw_rev_get',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_hw_rev_get', locals())
 
     hw_rev_get = vorn_omci_hal_hw_rev_get
 
     def vorn_omci_hal_clei_code_get(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0"""
-        return self._call(
-            'vorn_omci_hal_clei_code_get',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_clei_code_get', locals())
 
     clei_code_get = vorn_omci_hal_clei_code_get
 
     def vorn_omci_hal_iphost_rule_add(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0"""
-        return self._call(
-            'vorn_omci_hal_iphost_rule_add',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_iphost_rule_add', locals())
 
     iphost_rule_add = vorn_omci_hal_iphost_rule_add
 
     def vorn_omci_hal_get_gem_count(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0"""
-        return self._call(
-            'vorn_omci_hal_get_gem_count',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_get_gem_count', locals())
 
     get_gem_count = vorn_omci_hal_get_gem_count
 
     def vorn_omci_hal_filter_flow_del(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0"""
-        return self._call(
-            'vorn_omci_hal_filter_flow_del',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_filter_flow_del', locals())
 
     filter_flow_del = vorn_omci_hal_filter_flow_del
 
     def vorn_omci_hal_us_flow_del(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0"""
-        return self._call(
-            'vorn_omci_hal_us_flow_del',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_us_flow_del', locals())
 
     us_flow_del = vorn_omci_hal_us_flow_del
 
     def vorn_omci_hal_us_flow_add(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0"""
-        return self._call(
-            'vorn_omci_hal_us_flow_add',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_us_flow_add', locals())
 
     us_flow_add = vorn_omci_hal_us_flow_add
 
     def vorn_omci_hal_mcast_cfg(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0"""
-        return self._call(
-            'vorn_omci_hal_mcast_cfg',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_omci_hal_mcast_cfg', locals())
 
     mcast_cfg = vorn_omci_hal_mcast_cfg
 
     def vorn_pon_state_mechanism(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """not supported by this board: answers 0"""
-        return self._call(
-            'vorn_pon_state_mechanism',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('vorn_pon_state_mechanism', locals())
 
     pon_state_mechanism = vorn_pon_state_mechanism
 
     def updateEthernetUniSpeed(
-        self,
-        *,
-        uniInstance: Optional[int] = None,
-        speed: Optional[int] = None,
-        duplex: Optional[int] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, uniInstance: Optional[int] = None, speed: Optional[int] = None, duplex: Optional[int] = None,
+        record: Record = LEFT_OUT, unchecked: Optional[Mapping[str, Any]] = None,
+        result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """sets speed and duplex of an Ethernet UNI
 
@@ -1856,101 +973,47 @@ class Calls(Caller):
         speed        speed, in the PHY's encoding (needed)
         duplex       duplex, in the PHY's encoding (needed)
         """
-        return self._call(
-            'updateEthernetUniSpeed',
-            record,
-            {
-                'uniInstance': uniInstance,
-                'speed': speed,
-                'duplex': duplex,
-                'unchecked': unchecked,
-                'result': result,
-                'note': note,
-            },
-        )
+        return self._call('updateEthernetUniSpeed', locals())
 
     def setEthernetUniStatus(
-        self,
-        *,
-        uniInstance: Optional[int] = None,
-        adminState: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, uniInstance: Optional[int] = None, adminState: Optional[Union[int, bool]] = None,
+        record: Record = LEFT_OUT, unchecked: Optional[Mapping[str, Any]] = None,
+        result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """brings an Ethernet UNI up or down
 
         uniInstance  Ethernet UNI: 1 is eth1, 2 is eth0 (needed)
         adminState   true up, false down (needed)
         """
-        return self._call(
-            'setEthernetUniStatus',
-            record,
-            {
-                'uniInstance': uniInstance,
-                'adminState': adminState,
-                'unchecked': unchecked,
-                'result': result,
-                'note': note,
-            },
-        )
+        return self._call('setEthernetUniStatus', locals())
 
     def getEthernetUniOperState(
-        self,
-        *,
-        uniInstance: Optional[int] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
+        self, *, uniInstance: Optional[int] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
         note: Optional[str] = None,
     ) -> CallResult:
         """0 the link is up, 1 it is not
 
         uniInstance  Ethernet UNI: 1 is eth1, 2 is eth0 (needed)
         """
-        return self._call(
-            'getEthernetUniOperState',
-            record,
-            {'uniInstance': uniInstance, 'unchecked': unchecked, 'result': result, 'note': note},
-        )
+        return self._call('getEthernetUniOperState', locals())
 
     def getEthernetUniConfig(
-        self,
-        *,
-        uniInstance: Optional[int] = None,
-        wantSpeed: Optional[Union[int, bool]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, uniInstance: Optional[int] = None, wantSpeed: Optional[Union[int, bool]] = None,
+        record: Record = LEFT_OUT, unchecked: Optional[Mapping[str, Any]] = None,
+        result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """configured speed or duplex
 
         uniInstance  Ethernet UNI: 1 is eth1, 2 is eth0 (needed)
         wantSpeed    true the speed, false the duplex (needed)
         """
-        return self._call(
-            'getEthernetUniConfig',
-            record,
-            {
-                'uniInstance': uniInstance,
-                'wantSpeed': wantSpeed,
-                'unchecked': unchecked,
-                'result': result,
-                'note': note,
-            },
-        )
+        return self._call('getEthernetUniConfig', locals())
 
     def getIntfStats(
-        self,
-        *,
-        interface: Optional[Union[str, Octets]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        output: Optional[Mapping[str, Any]] = None,
-        note: Optional[str] = None,
+        self, *, interface: Optional[Union[str, Octets]] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
+        output: Optional[Mapping[str, Any]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """absolute counters of a network device
 
@@ -1958,66 +1021,37 @@ class Calls(Caller):
         output     what it is expected to write: rxOctets, rxFrames, rxErrors, rxDiscards, txOctets, txFrames, txErrors,
                    txDiscards
         """
-        return self._call(
-            'getIntfStats',
-            record,
-            {'interface': interface, 'unchecked': unchecked, 'result': result, 'output': output, 'note': note},
-        )
+        return self._call('getIntfStats', locals())
 
     def getGalEthPmHistDataME(
-        self,
-        *,
-        gemPortId: Optional[int] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
-        output: Optional[Mapping[str, Any]] = None,
-        note: Optional[str] = None,
+        self, *, gemPortId: Optional[int] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
+        output: Optional[Mapping[str, Any]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """discarded frames of a GEM port
 
         gemPortId  GEM port id (needed)
         output     what it is expected to write: discardedFrames
         """
-        return self._call(
-            'getGalEthPmHistDataME',
-            record,
-            {'gemPortId': gemPortId, 'unchecked': unchecked, 'result': result, 'output': output, 'note': note},
-        )
+        return self._call('getGalEthPmHistDataME', locals())
 
     def EtherSwitchBcm380_iPhost_Stag(
-        self,
-        *,
-        vid: Optional[Union[int, Literal['none']]] = None,
-        record: Record = LEFT_OUT,
-        unchecked: Optional[Mapping[str, Any]] = None,
-        result: Optional[Union[int, str]] = None,
+        self, *, vid: Optional[Union[int, Literal['none']]] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
         note: Optional[str] = None,
     ) -> CallResult:
         """service tag that the management host's frames carry
 
         vid  VID, or none (needed)
         """
-        return self._call(
-            'EtherSwitchBcm380::iPhost_Stag',
-            record,
-            {'vid': vid, 'unchecked': unchecked, 'result': result, 'note': note},
-        )
+        return self._call('EtherSwitchBcm380::iPhost_Stag', locals())
 
     iPhost_Stag = EtherSwitchBcm380_iPhost_Stag
 
     def VornBrcmHal_createAlarmStatsThread(
-        self,
-        *,
-        record: Record = LEFT_OUT,
-        result: Optional[Union[int, str]] = None,
-        note: Optional[str] = None,
+        self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
         """starts the link monitor"""
-        return self._call(
-            'VornBrcmHal::createAlarmStatsThread',
-            record,
-            {'result': result, 'note': note},
-        )
+        return self._call('VornBrcmHal::createAlarmStatsThread', locals())
 
     createAlarmStatsThread = VornBrcmHal_createAlarmStatsThread

@@ -38,13 +38,8 @@ class Steps(StepTaker):
     """The steps by their names in a scenario. What does not hold raises StepFailed."""
 
     def gateway(
-        self,
-        value: Optional[Literal['answers', 'silent']] = None,
-        *,
-        answersAfterMs: Optional[int] = None,
-        asks: Optional[Mapping[str, Any]] = None,
-        sends: Optional[Mapping[str, Any]] = None,
-        note: Optional[str] = None,
+        self, value: Optional[Literal['answers', 'silent']] = None, *, answersAfterMs: Optional[int] = None,
+        asks: Optional[Mapping[str, Any]] = None, sends: Optional[Mapping[str, Any]] = None, note: Optional[str] = None,
     ) -> StepResult:
         """how the gateway side behaves from now on, or a message that it sends"""
         return self._take(
@@ -55,27 +50,15 @@ class Steps(StepTaker):
         )
 
     def board(
-        self,
-        *,
-        baseMac: Optional[str] = None,
-        serialNumber: Optional[str] = None,
-        partNumber: Optional[str] = None,
-        bootedPartition: Optional[int] = None,
-        imageVersions: Optional[Mapping[str, Any]] = None,
-        optics: Optional[Mapping[str, Any]] = None,
-        links: Optional[Mapping[str, Any]] = None,
-        phys: Optional[Mapping[str, Any]] = None,
-        persistent: Optional[Mapping[str, Any]] = None,
-        files: Optional[Mapping[str, Any]] = None,
-        statistics: Optional[Mapping[str, Any]] = None,
-        gemCounters: Optional[Mapping[str, Any]] = None,
-        gemPorts: Optional[Sequence[Any]] = None,
-        devices: Optional[Mapping[str, Any]] = None,
-        multicastSnooping: Optional[Mapping[str, Any]] = None,
-        outOfRangeFilters: Optional[BoardOutOfRangeFilters] = None,
-        refuseDeletion: Optional[Mapping[str, Any]] = None,
-        processes: Optional[Mapping[str, Any]] = None,
-        commands: Optional[Sequence[str]] = None,
+        self, *, baseMac: Optional[str] = None, serialNumber: Optional[str] = None, partNumber: Optional[str] = None,
+        bootedPartition: Optional[int] = None, imageVersions: Optional[Mapping[str, Any]] = None,
+        optics: Optional[Mapping[str, Any]] = None, links: Optional[Mapping[str, Any]] = None,
+        phys: Optional[Mapping[str, Any]] = None, persistent: Optional[Mapping[str, Any]] = None,
+        files: Optional[Mapping[str, Any]] = None, statistics: Optional[Mapping[str, Any]] = None,
+        gemCounters: Optional[Mapping[str, Any]] = None, gemPorts: Optional[Sequence[Any]] = None,
+        devices: Optional[Mapping[str, Any]] = None, multicastSnooping: Optional[Mapping[str, Any]] = None,
+        outOfRangeFilters: Optional[BoardOutOfRangeFilters] = None, refuseDeletion: Optional[Mapping[str, Any]] = None,
+        processes: Optional[Mapping[str, Any]] = None, commands: Optional[Sequence[str]] = None,
         note: Optional[str] = None,
     ) -> StepResult:
         """changes the board or the rest of the device, as if from outside
@@ -130,29 +113,15 @@ class Steps(StepTaker):
         )
 
     def advance(
-        self,
-        value: int,
-        *,
-        note: Optional[str] = None,
+        self, value: int, *, note: Optional[str] = None,
     ) -> StepResult:
         """lets this many milliseconds pass for every thread that idles"""
-        return self._take(
-            'advance',
-            value,
-            {},
-            {'note': note},
-        )
+        return self._take('advance', value, {}, {'note': note})
 
     def fault(
-        self,
-        value: Optional[Literal['clear']] = None,
-        *,
-        function: Optional[Union[str, Octets]] = None,
-        nth: Optional[int] = None,
-        call: Optional[int] = None,
-        code: Optional[int] = None,
-        may: Optional[Union[int, bool]] = None,
-        note: Optional[str] = None,
+        self, value: Optional[Literal['clear']] = None, *, function: Optional[Union[str, Octets]] = None,
+        nth: Optional[int] = None, call: Optional[int] = None, code: Optional[int] = None,
+        may: Optional[Union[int, bool]] = None, note: Optional[str] = None,
     ) -> StepResult:
         """lets a later call into the device kit or the kernel fail
 
@@ -170,33 +139,17 @@ class Steps(StepTaker):
         )
 
     def restart(
-        self,
-        value: Literal['kill', 'exit'],
-        *,
-        note: Optional[str] = None,
+        self, value: Literal['kill', 'exit'], *, note: Optional[str] = None,
     ) -> StepResult:
         """ends the HAL's process, by SIGKILL or by itself; what follows runs in a new one on the same board"""
-        return self._take(
-            'restart',
-            value,
-            {},
-            {'note': note},
-        )
+        return self._take('restart', value, {}, {'note': note})
 
     def frame(
-        self,
-        *,
-        from_: Optional[Union[str, Octets]] = None,
-        tags: Optional[Sequence[FrameTagsItem]] = None,
-        etherType: Optional[FrameEtherType] = None,
-        ipProtocol: Optional[FrameIpProtocol] = None,
-        dscp: Optional[int] = None,
-        payload: Optional[int] = None,
-        group: Optional[FrameGroup] = None,
-        source: Optional[Union[str, Octets]] = None,
-        destination: Optional[Union[str, Octets]] = None,
-        expect: Optional[FrameExpect] = None,
-        note: Optional[str] = None,
+        self, *, from_: Optional[Union[str, Octets]] = None, tags: Optional[Sequence[FrameTagsItem]] = None,
+        etherType: Optional[FrameEtherType] = None, ipProtocol: Optional[FrameIpProtocol] = None,
+        dscp: Optional[int] = None, payload: Optional[int] = None, group: Optional[FrameGroup] = None,
+        source: Optional[Union[str, Octets]] = None, destination: Optional[Union[str, Octets]] = None,
+        expect: Optional[FrameExpect] = None, note: Optional[str] = None,
     ) -> FrameResult:
         """sends a frame into a port or a GEM port; "expect" says where its copies leave, or that it is dropped
 
@@ -228,20 +181,15 @@ class Steps(StepTaker):
         ))
 
     def expect(
-        self,
-        *,
-        devices: Optional[Mapping[str, Union[bool, ExpectDevicesValue]]] = None,
+        self, *, devices: Optional[Mapping[str, Union[bool, ExpectDevicesValue]]] = None,
         bridges: Optional[Mapping[str, ExpectBridgesValue_]] = None,
         gemPorts: Optional[Mapping[str, Union[bool, ExpectGemPortsValue]]] = None,
         tconts: Optional[Mapping[str, Union[bool, ExpectTcontsValue]]] = None,
         queues: Optional[Mapping[str, Union[bool, ExpectQueuesValue]]] = None,
         statistics: Optional[Mapping[str, Union[bool, ExpectStatisticsValue]]] = None,
         phys: Optional[Mapping[str, Union[bool, ExpectPhysValue]]] = None,
-        persistent: Optional[Mapping[str, Union[bool, ExpectPersistentValue]]] = None,
-        ruleCount: Optional[int] = None,
-        adminState: Optional[int] = None,
-        waitedMs: Optional[int] = None,
-        openDescriptors: Optional[int] = None,
+        persistent: Optional[Mapping[str, Union[bool, ExpectPersistentValue]]] = None, ruleCount: Optional[int] = None,
+        adminState: Optional[int] = None, waitedMs: Optional[int] = None, openDescriptors: Optional[int] = None,
         flows: Optional[Union[Sequence[str], ExpectFlows]] = None,
         runnerObjects: Optional[Union[Sequence[str], ExpectFlows]] = None,
         ingressKeys: Optional[Union[Sequence[str], ExpectFlows]] = None,
@@ -256,8 +204,7 @@ class Steps(StepTaker):
         rules: Optional[Mapping[str, Union[Sequence[str], ExpectFlows]]] = None,
         defaults: Optional[Mapping[str, Union[str, Literal[False]]]] = None,
         files: Optional[Mapping[str, ExpectFilesValue]] = None,
-        nothingLeftSince: Optional[Union[str, ExpectNothingLeftSince]] = None,
-        within: Optional[int] = None,
+        nothingLeftSince: Optional[Union[str, ExpectNothingLeftSince]] = None, within: Optional[int] = None,
         note: Optional[str] = None,
     ) -> StepResult:
         """states what must be so on the device; with "within", at the latest after so many milliseconds
@@ -328,41 +275,19 @@ class Steps(StepTaker):
         )
 
     def show(
-        self,
-        value: str,
-        *,
-        note: Optional[str] = None,
+        self, value: str, *, note: Optional[str] = None,
     ) -> StepResult:
         """shows what stands on the device at this moment, under a title"""
-        return self._take(
-            'show',
-            value,
-            {},
-            {'note': note},
-        )
+        return self._take('show', value, {}, {'note': note})
 
     def mark(
-        self,
-        value: str,
-        *,
-        note: Optional[str] = None,
+        self, value: str, *, note: Optional[str] = None,
     ) -> StepResult:
         """names this moment, for nothingLeftSince and since"""
-        return self._take(
-            'mark',
-            value,
-            {},
-            {'note': note},
-        )
+        return self._take('mark', value, {}, {'note': note})
 
     def note(
-        self,
-        value: str,
+        self, value: str,
     ) -> StepResult:
         """a heading between steps, or words beside a step"""
-        return self._take(
-            'note',
-            value,
-            {},
-            {},
-        )
+        return self._take('note', value, {}, {})
