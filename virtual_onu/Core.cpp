@@ -1,10 +1,12 @@
 #include "Core.h"
 
+#include <poll.h>
 #include <pthread.h>
 
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -229,11 +231,16 @@ void waitFor(const char* function, std::uint64_t milliseconds) {
         reallySleep = core().sleepsForReal;
     }
     if (!reallySleep) return;
-    // Waiting on a condition that never comes: the sleep family of the C library is interposed.
-    std::mutex own;
-    std::condition_variable never;
-    std::unique_lock<std::mutex> lock(own);
-    never.wait_for(lock, std::chrono::milliseconds(milliseconds), [] { return false; });
+    // By poll(): the sleep functions of the C library are interposed. A signal does not end the wait.
+    using std::chrono::steady_clock;
+    const int error = errno;
+    const auto end = steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    for (auto left = end - steady_clock::now(); left.count() > 0; left = end - steady_clock::now()) {
+        constexpr std::int64_t kMaxRoundMs = 3600000;
+        const std::int64_t leftMs = std::chrono::duration_cast<std::chrono::milliseconds>(left).count() + 1;
+        poll(nullptr, 0, static_cast<int>(std::min(leftMs, kMaxRoundMs)));
+    }
+    errno = error;
 }
 
 void idleWait(std::uint64_t milliseconds) {

@@ -40,4 +40,10 @@ bool isMac(const std::string& text) {
     return parseMac(text, mac);
 }
 
+std::string hex16(std::uint16_t number) {
+    char text[8];
+    std::snprintf(text, sizeof text, "0x%04x", unsigned{number});
+    return text;
+}
+
 }  // namespace virtual_onu::network

@@ -14,6 +14,7 @@ bool isDeviceName(const std::string& name);  // the kernel's dev_valid_name, and
 bool parseMac(const std::string& text, std::uint8_t (&mac)[6]);
 bool isMac(const std::string& text);
 std::string macText(const std::uint8_t* mac);  // "02:00:00:00:00:01"
+std::string hex16(std::uint16_t number);       // "0x88a8"
 
 }  // namespace virtual_onu::network
 

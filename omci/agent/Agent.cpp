@@ -122,7 +122,7 @@ Handled Agent::handle(const Message& request) {
     mib_.setCause(handled.message);
     if (request.set == MessageSet::kExtended) outbox_.follow(MessageSet::kExtended);
     const Content content = execute(request);
-    countChange(request, content);
+    if ((bit(request.type) & kCounted) != 0 && resultOf(content) == Result::kSuccess) raiseDataSync(request.entity);
     mib_.setCause(0);
     if (!request.answerWanted) {
         handled.dropped = Dropped::kNoAnswerAsked;
@@ -135,13 +135,9 @@ Handled Agent::handle(const Message& request) {
     return handled;
 }
 
-void Agent::countChange(const Message& request, const Content& answer) {
-    if ((bit(request.type) & kCounted) == 0) return;
+void Agent::raiseDataSync(EntityKey changed) {
     // A value that the OLT gives the counter is not counted itself (not certain).
-    if (request.entity == kOnuDataKey) return;
-    const Result result = resultOf(answer).value_or(Result::kProcessingError);
-    // Not certain: a set of which a part failed counts for the part that was done.
-    if (result != Result::kSuccess && !(result == Result::kAttributesFailed && setWithMasks_)) return;
+    if (changed == kOnuDataKey) return;
     const std::uint8_t count = mib_.find(kOnuDataKey)->number8(attr::onu_data::kMibDataSync);
     mib_.setNumber(kOnuDataKey, attr::onu_data::kMibDataSync, count == 255 ? 1 : count + 1U);
 }
@@ -207,15 +203,15 @@ Content Agent::create(const Message& request, const CreateValues& values) {
 }
 
 Content Agent::set(const Message& request, const AttributeValues& values) {
-    setWithMasks_ = false;
     const bool extended = request.set == MessageSet::kExtended;
     const ClassInfo& info = *findClass(request.entity.classId);
     const bool oneTable = hasOneBit(values.mask) && (values.mask & info.tables()) != 0;
     if (request.type == MessageType::kSetTable && !oneTable) return SetAnswer{Result::kParameterError, 0, 0};
     const SetOutcome outcome =
         commands_.set(request.entity, values.mask, values.values, extended ? Tables::kRows : Tables::kRow);
-    setWithMasks_ = outcome.done;
     if (outcome.done) afterSet(request.entity, values.mask);
+    // Not certain: a set of which a part failed counts for the part that was done.
+    if (outcome.done && outcome.result == Result::kAttributesFailed) raiseDataSync(request.entity);
     return SetAnswer{outcome.result, outcome.unsupported, outcome.failed};
 }
 

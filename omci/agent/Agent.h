@@ -93,7 +93,7 @@ private:
     void refreshPortOf(const Entity& bridgePort);
     void refreshAll();
     void afterSet(EntityKey entity, AttributeMask mask);
-    void countChange(const Message& request, const Content& answer);
+    void raiseDataSync(EntityKey changed);
     void restart(InstanceId image);
     void watchPorts();
     void watchOptics();
@@ -115,7 +115,6 @@ private:
     std::uint64_t startedMs_;
     std::uint64_t lastWatch_ = 0;  // seconds since the start
     std::uint64_t messages_ = 0;
-    bool setWithMasks_ = false;          // the last set did something although some of its attributes failed
     std::optional<InstanceId> restart_;  // the image that the ONU restarts with after the answer
 };
 

@@ -1,6 +1,6 @@
 // Threads of the library: they leave every signal to the daemon's own threads.
-#ifndef HAL_QUIET_THREAD_H
-#define HAL_QUIET_THREAD_H
+#ifndef HAL_BACKGROUND_THREAD_H
+#define HAL_BACKGROUND_THREAD_H
 
 #include <pthread.h>
 #include <signal.h>
@@ -8,7 +8,7 @@
 // Starts run(nullptr) in a thread that has all signals blocked from its first instruction on: a daemon that waits for a
 // signal with sigwait() would else be killed by one that is delivered here. pthread_create's result; the caller's own
 // mask is as it was.
-inline int startQuietThread(pthread_t* thread, void* (*run)(void*)) {
+inline int startBackgroundThread(pthread_t* thread, void* (*run)(void*)) {
     sigset_t all;
     sigset_t before;
     sigfillset(&all);

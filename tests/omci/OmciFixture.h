@@ -12,6 +12,7 @@
 #include "hal/VornHal.h"
 #include "omci/agent/Agent.h"
 #include "omci/message/Contents.h"
+#include "tests/omci/HexBytes.h"
 
 namespace omci {
 
@@ -63,19 +64,6 @@ public:
 inline Bytes bytesOf(std::initializer_list<int> numbers) {
     Bytes bytes;
     for (const int number : numbers) bytes.push_back(static_cast<std::uint8_t>(number));
-    return bytes;
-}
-
-// Bytes of hexadecimal digits; blanks are ignored.
-inline Bytes hex(const std::string& text) {
-    std::string digits;
-    for (const char digit : text) {
-        if (digit != ' ') digits += digit;
-    }
-    Bytes bytes;
-    for (std::size_t at = 0; at + 1 < digits.size(); at += 2) {
-        bytes.push_back(static_cast<std::uint8_t>(std::stoul(digits.substr(at, 2), nullptr, 16)));
-    }
     return bytes;
 }
 

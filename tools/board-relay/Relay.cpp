@@ -18,6 +18,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "SignalsBlocked.h"
 #include "libc/program/Companion.h"
 #include "living/LineSocket.h"
 #include "living/Protocol.h"
@@ -167,12 +168,11 @@ void* serve(void* /*unused*/) {
 void touched() {
     if (relay().runs.load(std::memory_order_relaxed) || relay().runs.exchange(true)) return;
     const int error = errno;
-    sigset_t all, before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
-    pthread_t thread{};
-    if (pthread_create(&thread, nullptr, serve, nullptr) == 0) pthread_detach(thread);
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    {
+        const virtual_onu::SignalsBlocked blocked;
+        pthread_t thread{};
+        if (pthread_create(&thread, nullptr, serve, nullptr) == 0) pthread_detach(thread);
+    }
     errno = error;
 }
 

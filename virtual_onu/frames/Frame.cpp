@@ -1,8 +1,8 @@
 // Frames as text.
 #include <algorithm>
 #include <array>
-#include <cstdio>
 
+#include "DeviceTexts.h"
 #include "Frames.h"
 
 namespace virtual_onu {
@@ -20,16 +20,10 @@ constexpr std::array<NamedType, 6> kTypeNames = {{{0x0800, "IPv4"},
                                                   {0x8864, "PPPoE session"},
                                                   {0x888E, "EAPOL"}}};
 
-std::string hex(std::uint16_t value) {
-    char text[8];
-    std::snprintf(text, sizeof text, "0x%04x", value);
-    return text;
-}
-
 std::string typeName(std::uint16_t type) {
     const auto* found =
         std::find_if(kTypeNames.begin(), kTypeNames.end(), [&](const NamedType& entry) { return entry.value == type; });
-    return found != kTypeNames.end() ? found->name : "type " + hex(type);
+    return found != kTypeNames.end() ? found->name : "type " + network::hex16(type);
 }
 
 }  // namespace
@@ -41,7 +35,7 @@ bool VlanTag::operator==(const VlanTag& other) const {
 std::string VlanTag::text() const {
     std::string text = "VID " + std::to_string(vid) + " p" + std::to_string(pbits);
     if (dei) text += " DEI";
-    if (tpid != 0x8100) text += " TPID " + hex(tpid);
+    if (tpid != 0x8100) text += " TPID " + network::hex16(tpid);
     return text;
 }
 

@@ -1,7 +1,6 @@
 #include "frames/NearestRule.h"
 
-#include <cstdio>
-
+#include "DeviceTexts.h"
 #include "frames/FilterKey.h"
 
 namespace virtual_onu {
@@ -13,12 +12,6 @@ namespace {
 using Kind = RuleTerm::Kind;
 
 constexpr std::size_t kWrongDevice = 1000;  // weighs more than all the filters of a rule
-
-std::string hex(std::uint32_t value) {
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%04x", value);
-    return text;
-}
 
 // "p-bits", "VID" of the only tag; "p-bits of tag 1" where there are more.
 std::string field(const char* name, const RuleTerm& term, const Frame& frame) {
@@ -41,7 +34,8 @@ std::string againstType(const RuleTerm& term, const Frame& frame) {
     const auto word = typeWord(frame, number);
     if (!word) return "there is no tag " + std::to_string(term.tag);
     const std::string what = number < frame.tags.size() ? "TPID of tag " + std::to_string(number) : "EtherType";
-    return isNot(what, hex(*word), hex(term.value));
+    return isNot(what, network::hex16(static_cast<std::uint16_t>(*word)),
+                 network::hex16(static_cast<std::uint16_t>(term.value)));
 }
 
 std::string againstTag(const RuleTerm& term, const Frame& frame) {

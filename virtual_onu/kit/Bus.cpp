@@ -21,6 +21,7 @@
 #include "Core.h"
 #include "Facilities.h"
 #include "Section.h"
+#include "SignalsBlocked.h"
 #include "platform/cms.h"
 #include "platform/kit_numbers.h"
 
@@ -117,12 +118,8 @@ void gatewayLoop() {
 // The program's signals are not for this thread.
 void startGateway() {
     if (busState().gatewayRuns) return;
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
+    const SignalsBlocked blocked;
     std::thread(gatewayLoop).detach();
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
     busState().gatewayRuns = true;
 }
 

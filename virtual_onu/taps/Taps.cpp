@@ -1,16 +1,15 @@
 #include "Taps.h"
 
 #include <poll.h>
-#include <pthread.h>
 #include <sys/eventfd.h>
 
-#include <csignal>
 #include <map>
 #include <stdexcept>
 #include <thread>
 
 #include <nlohmann/json.hpp>
 
+#include "SignalsBlocked.h"
 #include "libc/real/RealLibc.h"
 #include "taps/LinkWatch.h"
 #include "taps/Pump.h"
@@ -85,11 +84,8 @@ void Taps::start() {
     if (running_ != nullptr) return;
     running_ = std::make_unique<Running>(*open_);
     setCarriers(true);  // first, or the board would see its links come up
-    sigset_t all, before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
+    const SignalsBlocked blocked;
     running_->thread = std::thread([running = running_.get()] { running->pump.run(running->ending); });
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 void Taps::stop() {

@@ -11,7 +11,7 @@
 
 #include "BRCM/BCM968580/DATA/EngineLog.h"
 #include "BRCM/BCM968580/omci_brcm_hal.h"
-#include "hal/QuietThread.h"
+#include "hal/BackgroundThread.h"
 #include "hal/SharedVariable.h"
 #include "kit/DeviceNames.h"
 
@@ -53,7 +53,7 @@ int VornBrcmHal::createAlarmStatsThread() {
     std::printf("Alarms Thread \n");
     pthread_t thread{};
     // Joinable, which is what the default attributes say.
-    const int error = startQuietThread(&thread, &VornBrcmHal::sfuNotificationDdlCallbacks);
+    const int error = startBackgroundThread(&thread, &VornBrcmHal::sfuNotificationDdlCallbacks);
     if (error != 0) {
         std::printf("Alaram Status Changes : pthread_create returns: %d\n", error);
         errno = error;

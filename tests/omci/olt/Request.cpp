@@ -52,19 +52,6 @@ Request erase(EntityKey entity) {
     return {Request::kDelete, entity, {}};
 }
 
-Bytes hex(const char* digits) {
-    Bytes bytes;
-    bool half = false;
-    for (; *digits != 0; ++digits) {
-        if (*digits == ' ') continue;
-        const int digit = *digits <= '9' ? *digits - '0' : (*digits | 0x20) - 'a' + 10;
-        if (!half) bytes.push_back(0);
-        bytes.back() = static_cast<std::uint8_t>(bytes.back() << 4 | digit);
-        half = !half;
-    }
-    return bytes;
-}
-
 Requests shuffled(Requests requests, unsigned seed) {
     std::mt19937 random(seed);
     std::shuffle(requests.begin(), requests.end(), random);

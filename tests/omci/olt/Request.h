@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "omci/HexBytes.h"
 #include "omci/message/Bytes.h"
 #include "omci/message/ManagedEntities.h"
 
@@ -35,8 +36,7 @@ Request create(omci::ClassId classId, omci::InstanceId instance, const Numbers& 
 Request set(omci::ClassId classId, omci::InstanceId instance, const Numbers& values);
 Request setBytes(EntityKey entity, AttributeNumber attribute, Bytes bytes);
 Request erase(EntityKey entity);
-// Bytes from hexadecimal digits; blanks do not count.
-Bytes hex(const char* digits);
+using omci::hex;
 
 // In an order that the standard allows, chosen by the seed: an entity is made before it is set, nothing else counts.
 Requests shuffled(Requests requests, unsigned seed);

@@ -2,11 +2,11 @@
 
 #include <sys/resource.h>
 
-#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <utility>
 
+#include "SignalsBlocked.h"
 #include "running/io/Files.h"
 
 namespace vorn_onu {
@@ -20,11 +20,8 @@ constexpr int kLessUrgent = 10;  // than what answers messages
 StateWriter::StateWriter(std::string path) : path_(std::move(path)) {
     if (path_.empty()) return;
     // Signals are for the thread that waits for them.
-    sigset_t all, before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
+    const virtual_onu::SignalsBlocked blocked;
     thread_ = std::thread([this] { work(); });
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 StateWriter::~StateWriter() {

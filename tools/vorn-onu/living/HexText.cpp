@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "living/MessageFile.h"
+#include "running/scenario/fields/Field.h"
 
 namespace vorn_onu {
 
@@ -31,13 +32,6 @@ std::string digitsOf(const std::string& word) {
             return "";
     }
     return digits.size() % 2 == 0 ? digits : "";
-}
-
-omci::Bytes bytesOfDigits(const std::string& digits) {
-    omci::Bytes bytes;
-    for (std::size_t at = 0; at + 1 < digits.size(); at += 2)
-        bytes.push_back(static_cast<std::uint8_t>(std::stoul(digits.substr(at, 2), nullptr, 16)));
-    return bytes;
 }
 
 std::vector<std::string> wordsOf(std::string line) {

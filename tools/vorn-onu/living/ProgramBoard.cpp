@@ -9,13 +9,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
 
 #include <nlohmann/json.hpp>
 
+#include "SignalsBlocked.h"
 #include "living/Protocol.h"
 
 namespace vorn_onu {
@@ -53,11 +53,8 @@ ProgramBoard::Relay::Relay(int descriptor) : socket(descriptor, living::kMaxRepl
 ProgramBoard::ProgramBoard(const RunFolder& folder, std::vector<std::string> program)
     : folder_(folder), program_(std::move(program)), listening_(listenAt(folder.file("board"))) {
     wake_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    sigset_t all, before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
+    const virtual_onu::SignalsBlocked blocked;
     accepting_ = std::thread([this] { acceptRelays(); });
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 ProgramBoard::~ProgramBoard() {

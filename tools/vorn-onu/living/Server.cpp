@@ -5,12 +5,12 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <ctime>
 #include <system_error>
 
 #include <nlohmann/json.hpp>
 
+#include "SignalsBlocked.h"
 #include "living/Within.h"
 #include "running/io/JsonCheck.h"
 
@@ -66,21 +66,6 @@ void checkVersion(const Json& request) {
                   "field 'v': must be " + std::to_string(kProtocolVersion) + ", the only version that there is");
 }
 
-class NoSignals {
-public:
-    NoSignals() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    ~NoSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-    NoSignals(const NoSignals&) = delete;
-    NoSignals& operator=(const NoSignals&) = delete;
-
-private:
-    sigset_t before_;
-};
-
 }  // namespace
 
 void Server::start(Board& board) {
@@ -88,7 +73,7 @@ void Server::start(Board& board) {
     news_ = std::make_unique<News>(board);
     started_ = now();
     wake_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    const NoSignals none;
+    const virtual_onu::SignalsBlocked blocked;
     accepting_ = std::thread([this] { acceptClients(); });
 }
 

@@ -1,6 +1,5 @@
 #include "libc/program/Program.h"
 
-#include <pthread.h>
 #include <unistd.h>
 
 #include <array>
@@ -67,16 +66,6 @@ const Settings& settings() {
 void say(const std::string& text) {
     if (FileIdentity::of(STDERR_FILENO) == start().standardError)
         writeAll(STDERR_FILENO, "virtual ONU: " + text + "\n");
-}
-
-SignalsBlocked::SignalsBlocked() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before_);
-}
-
-SignalsBlocked::~SignalsBlocked() {
-    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
 }
 
 }  // namespace virtual_onu::program

@@ -2,7 +2,6 @@
 #ifndef VIRTUAL_ONU_PROGRAM_H
 #define VIRTUAL_ONU_PROGRAM_H
 
-#include <csignal>
 #include <string>
 
 namespace virtual_onu::program {
@@ -19,18 +18,6 @@ const Settings& settings();
 
 // A line on standard error, if that is still what it was when the program was started.
 void say(const std::string& text);
-
-// No handler of the program runs on this thread while the object lives.
-class SignalsBlocked {
-public:
-    SignalsBlocked();
-    ~SignalsBlocked();
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
-private:
-    sigset_t before_;
-};
 
 // Libraries have been loaded since: one of them may be the HAL.
 void librariesLoaded();

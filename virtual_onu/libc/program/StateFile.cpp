@@ -17,6 +17,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "SignalsBlocked.h"
 #include "VirtualOnu.h"
 #include "libc/program/Boards.h"
 #include "libc/program/OwnFile.h"
@@ -30,7 +31,6 @@ namespace {
 
 using nlohmann::json;
 using program::settings;
-using program::SignalsBlocked;
 
 constexpr std::chrono::milliseconds kShortestPause{50};
 // A long trace takes long to write: the writer is idle for most of the time all the same.

@@ -18,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "SignalsBlocked.h"
 #include "libc/program/Program.h"
 #include "libc/program/StateFile.h"
 #include "libc/real/OwnDescriptor.h"
@@ -132,7 +133,7 @@ void begin() {
 
 void touched() {
     if (!wanted.load(std::memory_order_relaxed) || runs.exchange(true)) return;
-    const program::SignalsBlocked blocked;
+    const SignalsBlocked blocked;
     pthread_t thread{};
     if (pthread_create(&thread, nullptr, carrier, nullptr) == 0)
         pthread_detach(thread);

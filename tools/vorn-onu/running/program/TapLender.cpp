@@ -1,7 +1,6 @@
 #include "running/program/TapLender.h"
 
 #include <poll.h>
-#include <pthread.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -9,10 +8,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <stdexcept>
 #include <system_error>
+
+#include "SignalsBlocked.h"
 
 namespace vorn_onu {
 
@@ -29,11 +29,8 @@ TapLender::TapLender(const virtual_onu::Taps& taps, const std::string& folder)
         bind(listening_, reinterpret_cast<const sockaddr*>(&place), sizeof place) != 0 ||
         listen(listening_, SOMAXCONN) != 0)
         throw std::runtime_error(path_ + ": " + std::generic_category().message(errno));
-    sigset_t all, before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
+    const virtual_onu::SignalsBlocked blocked;
     thread_ = std::thread([this] { serve(); });
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 TapLender::~TapLender() {

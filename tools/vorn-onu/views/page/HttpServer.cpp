@@ -31,13 +31,13 @@ void HttpServer::start() {}
 
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <optional>
 #include <thread>
 
 #include <nlohmann/json.hpp>
 
+#include "SignalsBlocked.h"
 #include "living/Client.h"
 #include "views/page/Guard.h"
 #include "views/page/LimitedServer.h"
@@ -124,11 +124,10 @@ public:
         return std::string("http://") + kHost + ":" + std::to_string(port_) + "/?token=" + guard_.token();
     }
     void start() {
-        sigset_t all, before;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before);
-        listening_ = std::thread([this] { server_.listen_after_bind(); });
-        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+        {
+            const virtual_onu::SignalsBlocked blocked;
+            listening_ = std::thread([this] { server_.listen_after_bind(); });
+        }
         // A server that is stopped before it listens would never end.
         while (!server_.is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }

@@ -16,7 +16,7 @@
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
-#include "hal/QuietThread.h"
+#include "hal/BackgroundThread.h"
 #include "kit/DeviceNames.h"
 #include "platform/kit_numbers.h"
 
@@ -136,7 +136,7 @@ int EtherSwitchBcm380::omcid_initCms() {
         return -1;
     }
     pthread_t listener;
-    startQuietThread(&listener, cmsListenerThread);
+    startBackgroundThread(&listener, cmsListenerThread);
     return 0;
 }
 

@@ -7,6 +7,8 @@
 #include "BRCM/BCM968580/DATA/uni/UniTagging.h"
 
 namespace uni_tagging {
+
+using namespace tag_codes;
 namespace {
 
 constexpr int kUnknownVlan = 4095;

@@ -6,6 +6,7 @@
 #include "BRCM/BCM968580/DATA/TagRule.h"
 #include "BRCM/BCM968580/DATA/uni/UniTagging.h"
 
+using namespace tag_codes;
 using namespace uni_tagging;
 
 namespace {

@@ -8,6 +8,7 @@
 #include "kit/StateEntries.h"
 #include "platform/vlanctl.h"
 
+using namespace tag_codes;
 using namespace uni_tagging;
 
 std::map<std::uint32_t, bool> m_dscpConfigInfo;

@@ -10,6 +10,7 @@
 #include "kit/DeviceNames.h"
 #include "kit/Runner.h"
 
+using namespace tag_codes;
 using namespace uni_tagging;
 
 namespace {

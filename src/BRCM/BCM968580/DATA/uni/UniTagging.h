@@ -15,8 +15,6 @@ class EtherSwitchBcm380;
 
 namespace uni_tagging {
 
-using namespace tag_codes;
-
 constexpr std::uint32_t kTpidCodeOutput = 3;  // of a lone inner treatment: the output TPID, DEI as it comes
 constexpr std::uint32_t kTpidCodeDei1 = 7;
 
@@ -28,7 +26,7 @@ constexpr std::uint32_t kRemoveDiscard = 3;
 constexpr std::uint32_t kDownstreamInverse = 0;
 
 inline bool hasTag(const VlanTagFilter_t& tag) {
-    return tag.prio != kPrioNoTag;
+    return tag.prio != tag_codes::kPrioNoTag;
 }
 
 inline bool filtersUntagged(const VlanExtVlanTagOper_t& row) {
@@ -37,7 +35,8 @@ inline bool filtersUntagged(const VlanExtVlanTagOper_t& row) {
 
 // An untagged row whose pushed tag takes its p-bits from the DSCP.
 inline bool mapsDscpOfUntagged(const VlanExtVlanTagOper_t& row, VlanTagAction tagAction) {
-    return filtersUntagged(row) && tagAction == VLAN_TAG_ACTION_PUSH && row.inner_treatment.prio == kPrioFromDscp;
+    return filtersUntagged(row) && tagAction == VLAN_TAG_ACTION_PUSH &&
+           row.inner_treatment.prio == tag_codes::kPrioFromDscp;
 }
 
 // Treatments that copy take effect for these rows only; in the others the tag to copy from may be missing.

@@ -239,8 +239,12 @@ std::vector<std::uint8_t> bytesOf(const Json& value) {
         if (c != ' ' && c != ':') digits += c;
     const bool hex = std::all_of(digits.begin(), digits.end(), [](unsigned char c) { return std::isxdigit(c) != 0; });
     if (!hex || digits.size() % 2 != 0) throw Problem("must be bytes as hexadecimal text, not " + shown(value));
+    return bytesOfDigits(digits);
+}
+
+std::vector<std::uint8_t> bytesOfDigits(const std::string& digits) {
     std::vector<std::uint8_t> bytes;
-    for (std::size_t i = 0; i < digits.size(); i += 2)
+    for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
         bytes.push_back(static_cast<std::uint8_t>(std::stoul(digits.substr(i, 2), nullptr, 16)));
     return bytes;
 }
