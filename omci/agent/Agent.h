@@ -66,11 +66,6 @@ public:
     // and optical levels. Once a second is meant; more often costs little.
     void tick();
 
-    // A value that the ONU changes by itself, for instance an address that it was given: into the MIB, and told where
-    // the standard says so.
-    void changeByItself(EntityKey entity, AttributeNumber attribute, ByteView value) {
-        outbox_.change(entity, attribute, value);
-    }
     // The state of an Ethernet port's link: its attributes and the alarm LAN-LOS.
     void portChanged(InstanceId ethernetPort, const PortState& state);
 

@@ -20,7 +20,6 @@ constexpr std::size_t kBaselineSetValues = 30;     // values of a set, an attrib
 constexpr std::size_t kBaselineUploadValues = 26;  // values in one answer to MIB upload next
 constexpr std::size_t kBaselineTablePart = 29;     // of a table in one answer to get next
 constexpr std::size_t kBaselineSection = 31;       // of a software image
-constexpr std::size_t kExtendedSection = 1965;
 constexpr std::size_t kExtendedTablePart = 1963;
 constexpr std::size_t kExtendedGetValues = 1959;
 constexpr std::size_t kAlarmBytes = 28;

@@ -85,13 +85,9 @@ enum : AttributeNumber {
     kVersion = 2,
     kSerialNumber = 3,
     kTrafficManagementOption = 4,
-    kBatteryBackup = 6,
     kAdministrativeState = 7,
-    kOperationalState = 8,
-    kOnuSurvivalTime = 9,
     kLogicalOnuId = 10,
     kLogicalPassword = 11,
-    kCredentialsStatus = 12,
     kExtendedTcLayerOptions = 13
 };
 }
@@ -101,16 +97,12 @@ enum : AttributeNumber {
     kEquipmentId = 1,
     kOmccVersion = 2,
     kVendorProductCode = 3,
-    kSecurityCapability = 4,
-    kSecurityMode = 5,
     kTotalPriorityQueueNumber = 6,
     kTotalTrafficSchedulerNumber = 7,
     kTotalGemPortIdNumber = 9,
     kSysUpTime = 10,
     kConnectivityCapability = 11,
-    kCurrentConnectivityMode = 12,
-    kQosConfigurationFlexibility = 13,
-    kPriorityQueueScaleFactor = 14
+    kQosConfigurationFlexibility = 13
 };
 }
 
@@ -119,8 +111,6 @@ enum : AttributeNumber {
     kActualPlugInUnitType = 1,
     kExpectedPlugInUnitType = 2,
     kExpectedPortCount = 3,
-    kExpectedEquipmentId = 4,
-    kActualEquipmentId = 5,
     kProtectionProfilePointer = 6,
     kInvokeProtectionSwitch = 7,
     kArc = 8,
@@ -137,7 +127,6 @@ enum : AttributeNumber {
     kVendorId = 5,
     kAdministrativeState = 6,
     kOperationalState = 7,
-    kBridgedOrIpInd = 8,
     kEquipmentId = 9,
     kCardConfiguration = 10,
     kTotalTContBufferNumber = 11,
@@ -168,9 +157,7 @@ enum : AttributeNumber {
     kOperationalState = 6,
     kConfigurationInd = 7,
     kMaxFrameSize = 8,
-    kDteOrDceInd = 9,
     kPauseTime = 10,
-    kBridgedOrIpInd = 11,
     kArc = 12,
     kArcInterval = 13,
     kPPPoEFilter = 14,
@@ -197,10 +184,7 @@ namespace attr::bridge_data {
 enum : AttributeNumber {
     kBridgeMacAddress = 1,
     kBridgePriority = 2,
-    kDesignatedRoot = 3,
-    kRootPathCost = 4,
     kBridgePortCount = 5,
-    kRootPortNum = 6,
     kHelloTime = 7,
     kForwardDelay = 8
 };
@@ -214,17 +198,14 @@ enum : AttributeNumber {
     kTpPointer = 4,
     kPortPriority = 5,
     kPortPathCost = 6,
-    kPortSpanningTreeInd = 7,
     kPortMacAddress = 10,
     kOutboundTdPointer = 11,
-    kInboundTdPointer = 12,
-    kMacLearningDepth = 13,
-    kLaspIdPointer = 14
+    kInboundTdPointer = 12
 };
 }
 
 namespace attr::bridge_port_designation {
-enum : AttributeNumber { kDesignatedBridgeRootCostPort = 1, kPortState = 2 };
+enum : AttributeNumber { kPortState = 2 };
 }
 
 namespace attr::bridge_port_filter {
@@ -242,21 +223,6 @@ enum : AttributeNumber {
     kDownstreamMode = 3,
     kAssociationType = 4,
     kAssociatedMePointer = 5
-};
-}
-
-namespace attr::bridge_port_preassign {
-enum : AttributeNumber {
-    kIpv4MulticastFiltering = 1,
-    kIpv6MulticastFiltering = 2,
-    kIpv4BroadcastFiltering = 3,
-    kRarpFiltering = 4,
-    kIpxFiltering = 5,
-    kNetBEUIFiltering = 6,
-    kAppleTalkFiltering = 7,
-    kBridgeManagementInformationFiltering = 8,
-    kArpFiltering = 9,
-    kPPPoEBroadcastFiltering = 10
 };
 }
 
@@ -286,25 +252,16 @@ namespace attr::ip_host {
 enum : AttributeNumber {
     kIpOptions = 1,
     kMacAddress = 2,
-    kOnuIdentifier = 3,
     kIpAddress = 4,
     kMask = 5,
     kGateway = 6,
-    kPrimaryDns = 7,
-    kSecondaryDns = 8,
     kCurrentAddress = 9,
-    kCurrentMask = 10,
-    kCurrentGateway = 11,
-    kCurrentPrimaryDns = 12,
-    kCurrentSecondaryDns = 13,
-    kDomainName = 14,
-    kHostName = 15,
     kRelayAgentOptions = 16
 };
 }
 
 namespace attr::tcp_udp {
-enum : AttributeNumber { kPortId = 1, kProtocol = 2, kTosDiffservField = 3, kIpHostPointer = 4 };
+enum : AttributeNumber { kPortId = 1, kProtocol = 2, kIpHostPointer = 4 };
 }
 
 namespace attr::extended_tagging {
@@ -317,8 +274,7 @@ enum : AttributeNumber {
     kTaggingTable = 6,
     kAssociatedMePointer = 7,
     kDscpMap = 8,
-    kEnhancedMode = 9,
-    kEnhancedTable = 10
+    kEnhancedMode = 9
 };
 }
 
@@ -330,8 +286,6 @@ namespace attr::ani_g {
 enum : AttributeNumber {
     kSrIndication = 1,
     kTotalTContNumber = 2,
-    kGemBlockLength = 3,
-    kPiggybackDbaReporting = 4,
     kSfThreshold = 6,
     kSdThreshold = 7,
     kArc = 8,
@@ -339,7 +293,6 @@ enum : AttributeNumber {
     kOpticalSignalLevel = 10,
     kLowerOpticalThreshold = 11,
     kUpperOpticalThreshold = 12,
-    kOnuResponseTime = 13,
     kTransmitOpticalLevel = 14,
     kLowerTransmitPowerThreshold = 15,
     kUpperTransmitPowerThreshold = 16
@@ -347,12 +300,7 @@ enum : AttributeNumber {
 }
 
 namespace attr::uni_g {
-enum : AttributeNumber {
-    kAdministrativeState = 2,
-    kManagementCapability = 3,
-    kNonOmciManagementIdentifier = 4,
-    kRelayAgentOptions = 5
-};
+enum : AttributeNumber { kNonOmciManagementIdentifier = 4, kRelayAgentOptions = 5 };
 }
 
 namespace attr::gem_interworking {
@@ -361,10 +309,7 @@ enum : AttributeNumber {
     kInterworkingOption = 2,
     kServiceProfilePointer = 3,
     kTerminationPointPointer = 4,
-    kPptpCounter = 5,
-    kOperationalState = 6,
-    kGalProfilePointer = 7,
-    kGalLoopbackConfiguration = 8
+    kGalProfilePointer = 7
 };
 }
 
@@ -375,9 +320,7 @@ enum : AttributeNumber {
     kDirection = 3,
     kUpstreamQueuePointer = 4,
     kUpstreamDescriptorPointer = 5,
-    kUniCounter = 6,
     kDownstreamQueuePointer = 7,
-    kEncryptionState = 8,
     kDownstreamDescriptorPointer = 9,
     kEncryptionKeyRing = 10
 };
@@ -385,40 +328,21 @@ enum : AttributeNumber {
 
 namespace attr::priority_queue {
 enum : AttributeNumber {
-    kQueueConfigurationOption = 1,
     kMaximumQueueSize = 2,
     kAllocatedQueueSize = 3,
-    kDiscardBlockCounterResetInterval = 4,
-    kThresholdForDiscardedBlocks = 5,
     kRelatedPort = 6,
     kTrafficSchedulerPointer = 7,
     kWeight = 8,
-    kBackPressureOperation = 9,
-    kBackPressureTime = 10,
-    kBackPressureOccurQueueThreshold = 11,
-    kBackPressureClearQueueThreshold = 12,
-    kPacketDropQueueThresholds = 13,
-    kPacketDropMaxP = 14,
-    kQueueDropWQ = 15,
-    kDropPrecedenceColourMarking = 16
+    kPacketDropQueueThresholds = 13
 };
 }
 
 namespace attr::traffic_scheduler {
-enum : AttributeNumber { kTContPointer = 1, kTrafficSchedulerPointer = 2, kPolicy = 3, kPriorityWeight = 4 };
+enum : AttributeNumber { kTContPointer = 1, kTrafficSchedulerPointer = 2, kPolicy = 3 };
 }
 
 namespace attr::traffic_descriptor {
-enum : AttributeNumber {
-    kCir = 1,
-    kPir = 2,
-    kCbs = 3,
-    kPbs = 4,
-    kColourMode = 5,
-    kIngressColourMarking = 6,
-    kEgressColourMarking = 7,
-    kMeterType = 8
-};
+enum : AttributeNumber { kCir = 1, kPir = 2 };
 }
 
 namespace attr::multicast_interworking {
@@ -426,31 +350,18 @@ enum : AttributeNumber {
     kGemPortPointer = 1,
     kInterworkingOption = 2,
     kServiceProfilePointer = 3,
-    kPptpCounter = 5,
-    kOperationalState = 6,
     kGalProfilePointer = 7,
-    kIpv4Table = 9,
-    kIpv6Table = 10
+    kIpv4Table = 9
 };
 }
 
 namespace attr::multicast_profile {
 enum : AttributeNumber {
     kIgmpVersion = 1,
-    kIgmpFunction = 2,
     kImmediateLeave = 3,
-    kUpstreamIgmpTci = 4,
     kUpstreamIgmpTagControl = 5,
-    kUpstreamIgmpRate = 6,
     kDynamicAccessTable = 7,
     kStaticAccessTable = 8,
-    kLostGroupsListTable = 9,
-    kRobustness = 10,
-    kQuerierIpAddress = 11,
-    kQueryInterval = 12,
-    kQueryMaxResponseTime = 13,
-    kLastMemberQueryInterval = 14,
-    kUnauthorizedJoinRequestBehaviour = 15,
     kDownstreamIgmpAndMulticastTci = 16
 };
 }
@@ -461,31 +372,17 @@ enum : AttributeNumber {
     kProfilePointer = 2,
     kMaxSimultaneousGroups = 3,
     kMaxMulticastBandwidth = 4,
-    kBandwidthEnforcement = 5,
     kPackageTable = 6,
     kPreviewTable = 7
 };
 }
 
 namespace attr::multicast_monitor {
-enum : AttributeNumber {
-    kMeType = 1,
-    kCurrentMulticastBandwidth = 2,
-    kJoinMessagesCounter = 3,
-    kBandwidthExceededCounter = 4,
-    kIpv4ActiveGroupListTable = 5,
-    kIpv6ActiveGroupListTable = 6
-};
+enum : AttributeNumber { kMeType = 1, kIpv4ActiveGroupListTable = 5 };
 }
 
 namespace attr::veip {
-enum : AttributeNumber {
-    kAdministrativeState = 1,
-    kOperationalState = 2,
-    kInterdomainName = 3,
-    kTcpUdpPointer = 4,
-    kIanaAssignedPort = 5
-};
+enum : AttributeNumber { kAdministrativeState = 1, kTcpUdpPointer = 4 };
 }
 
 }  // namespace omci

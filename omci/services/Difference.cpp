@@ -22,13 +22,13 @@ void Difference::unlink(PieceKey key, const Piece& piece) {
     const Slot& slot = slots_[key];
     const auto stillHas = [&](auto member) {
         return (slot.wanted && (*slot.wanted).*member == piece.*member) ||
-               (slot.standing && (*slot.standing).*member == piece.*member);
+               (slot.current && (*slot.current).*member == piece.*member);
     };
     if (piece.needs && !stillHas(&Piece::needs)) slots_[*piece.needs].dependents.erase(key);
     if (piece.bridge && !stillHas(&Piece::bridge)) bridges_[*piece.bridge].members.erase(key);
 }
 
-// Nobody wants it any more, or not in this way.
+// Nobody wants it any more, or not like this.
 void Difference::drop(PieceKey key, Slot& slot) {
     const Piece gone = std::move(*slot.wanted);
     slot.wanted.reset();
@@ -64,7 +64,7 @@ void Difference::replace(EntityKey owner, std::vector<Piece> pieces, std::vector
         }
         owned.push_back(key);
         if (slot.wanted && slot.wanted->sameAs(piece)) {
-            if (slot.standing && slot.standing->sameAs(piece)) slot.standing->cause = piece.cause;
+            if (slot.current && slot.current->sameAs(piece)) slot.current->cause = piece.cause;
             slot.wanted->cause = std::move(piece.cause);
             continue;
         }
@@ -123,56 +123,56 @@ Difference::Keys Difference::spread() {
     return affected;
 }
 
-void Difference::collect(const Keys& affected) {
+void Difference::collect(Change& change, const Keys& affected) {
     for (const PieceKey key : affected) {
         const Slot& slot = slots_[key];
         const auto unwanted = [&](const std::optional<Piece>& piece) {
-            if (piece && piece->bridge && bridges_[*piece->bridge].makers.empty()) takeBridge(*piece->bridge);
+            if (piece && piece->bridge && bridges_[*piece->bridge].makers.empty()) markBridge(change, *piece->bridge);
         };
-        unwanted(slot.standing);
+        unwanted(slot.current);
         unwanted(slot.wanted);
-        if (!slot.standing) {
-            if (slot.effective) add_.insert(key);
+        if (!slot.current) {
+            if (slot.effective) change.add.insert(key);
             continue;
         }
-        if (slot.effective && slot.standing->sameAs(*slot.wanted)) continue;
+        if (slot.effective && slot.current->sameAs(*slot.wanted)) continue;
         const bool adjustable = key.kind == PieceKind::kUni && slot.effective &&
-                                slot.standing->bridge == slot.wanted->bridge && slot.standing->make.empty() &&
+                                slot.current->bridge == slot.wanted->bridge && slot.current->make.empty() &&
                                 slot.wanted->make.empty();
         if (adjustable) {
-            adjust_.insert(key);
+            change.adjust.insert(key);
         } else {
-            take(key);
+            markForRemoval(change, key);
         }
     }
-    takeLater();
-    takeMulticast();
-    for (const PieceKey key : remove_) {
-        adjust_.erase(key);
-        if (slots_[key].effective) add_.insert(key);
+    markLaterServices(change);
+    markMulticast(change);
+    for (const PieceKey key : change.remove) {
+        change.adjust.erase(key);
+        if (slots_[key].effective) change.add.insert(key);
     }
 }
 
-// The piece is taken back, and with it what hangs on it or what the HAL takes along.
-void Difference::take(PieceKey key) {
-    if (!slots_[key].standing || !remove_.insert(key).second) return;
+// The piece is to be removed, and with it what hangs on it or what the HAL takes along.
+void Difference::markForRemoval(Change& change, PieceKey key) {
+    if (!slots_[key].current || !change.remove.insert(key).second) return;
     const Slot& slot = slots_[key];
-    for (const PieceKey dependent : slot.dependents) take(dependent);
-    const Piece& piece = *slot.standing;
+    for (const PieceKey dependent : slot.dependents) markForRemoval(change, dependent);
+    const Piece& piece = *slot.current;
     if (!piece.bridge) return;
     const bool notFound =
         key.kind == PieceKind::kAniService && !gemIndexes_.certain(static_cast<std::uint16_t>(key.number & 0xFFFFU));
-    if (piece.takesBridgeAlong || piece.forgotten || notFound) takeBridge(*piece.bridge);
+    if (piece.takesBridgeAlong || piece.forgotten || notFound) markBridge(change, *piece.bridge);
 }
 
-void Difference::takeBridge(std::uint16_t number) {
+void Difference::markBridge(Change& change, std::uint16_t number) {
     Bridge& bridge = bridges_[number];
-    if (!bridge.standing || !removeBridges_.insert(number).second) return;
-    for (const PieceKey member : bridge.members) take(member);
+    if (!bridge.current || !change.bridges.insert(number).second) return;
+    for (const PieceKey member : bridge.members) markForRemoval(change, member);
 }
 
 // ANI services stay behind those that are added and have an earlier place.
-void Difference::takeLater() {
+void Difference::markLaterServices(Change& change) {
     std::map<std::uint16_t, AniPlace> first;  // place of what is added, by bridge
     const auto note = [&](PieceKey key) {
         const Slot& slot = slots_[key];
@@ -180,44 +180,44 @@ void Difference::takeLater() {
         const auto [at, isNew] = first.emplace(*slot.wanted->bridge, slot.wanted->place);
         if (!isNew) at->second = std::min(at->second, slot.wanted->place);
     };
-    for (const PieceKey key : add_) note(key);
-    for (const PieceKey key : remove_) note(key);
+    for (const PieceKey key : change.add) note(key);
+    for (const PieceKey key : change.remove) note(key);
     for (const auto& [number, place] : first) {
         const auto later = bridges_[number].later;
         for (const auto& [other, key] : later) {
-            if (place < other) take(key);
+            if (place < other) markForRemoval(change, key);
         }
     }
 }
 
-// Multicast is led to the VEIP, if there is one: it is made anew when the VEIP comes or goes.
-void Difference::takeMulticast() {
+// Multicast is led to the VEIP, if there is one: it is made again when the VEIP comes or goes.
+void Difference::markMulticast(Change& change) {
     if (multicasts_.empty()) return;
-    const auto stays = [&](PieceKey key) { return remove_.count(key) == 0; };
+    const auto stays = [&](PieceKey key) { return change.remove.count(key) == 0; };
     const auto uses = [&](PieceKey key) {
         const Slot& slot = slots_[key];
         return slot.effective && slot.wanted->usesVeip;
     };
     const bool before = !veipServices_.empty();
     const bool meanwhile = std::any_of(veipServices_.begin(), veipServices_.end(), stays);
-    const bool after = meanwhile || std::any_of(add_.begin(), add_.end(), uses);
+    const bool after = meanwhile || std::any_of(change.add.begin(), change.add.end(), uses);
     if ((before && !meanwhile) || (!before && after)) {
-        for (const PieceKey key : Keys(multicasts_)) take(key);
+        for (const PieceKey key : Keys(multicasts_)) markForRemoval(change, key);
     }
 }
 
-std::vector<const Piece*> Difference::standing() const {
+std::vector<const Piece*> Difference::currentPieces() const {
     std::vector<const Piece*> pieces;
     bool bridges = false;
     const auto addBridges = [&] {
         for (const auto& [number, bridge] : bridges_) {
-            if (bridge.standing) pieces.push_back(&*bridge.standing);
+            if (bridge.current) pieces.push_back(&*bridge.current);
         }
         bridges = true;
     };
     for (const auto& [key, slot] : slots_) {
         if (!bridges && PieceKind::kBridge < key.kind) addBridges();
-        if (slot.standing) pieces.push_back(&*slot.standing);
+        if (slot.current) pieces.push_back(&*slot.current);
     }
     if (!bridges) addBridges();
     return pieces;

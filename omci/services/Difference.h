@@ -35,33 +35,42 @@ public:
                  std::vector<Problem>& problems);
 
     // Asks the HAL for the difference. Only what replace() touched is looked at, and what hangs on it.
-    //   action   type of the message that is answered; the HAL tells the gateway another thing on a MIB reset
+    //   action   type of the message that is answered; the HAL sends the gateway something else on a MIB reset
     //   message  joined to the cause of every call
     // Answers what turned out not to be done.
     std::vector<Problem> settle(int action, std::optional<MessageRef> message);
 
-    // What stands, in the order in which it is made.
-    std::vector<const Piece*> standing() const;
+    // What the HAL has been asked for, in the order in which it is made.
+    std::vector<const Piece*> currentPieces() const;
 
 private:
     struct Slot {
         std::optional<Piece> wanted;
         EntityKey owner;
         std::set<EntityKey> contenders;  // that want it too
-        std::optional<Piece> standing;
-        std::vector<UniRulePtr> rules;  // of a UNI that stands, in the order in which the HAL tries them
-        bool asked = false;             // of a UNI that stands: the HAL knows of it
+        std::optional<Piece> current;
+        std::vector<UniRulePtr> rules;  // of a current UNI, in the order in which the HAL tries them
+        bool asked = false;             // of a current UNI: the HAL knows of it
         bool effective = false;         // wanted, and all that it needs is
-        std::set<PieceKey> dependents;  // pieces that need it, wanted or standing
+        std::set<PieceKey> dependents;  // pieces that need it, wanted or current
     };
     struct Bridge {
-        std::set<PieceKey> makers;   // effective pieces that make it stand
-        std::set<PieceKey> members;  // pieces on it, wanted or standing
-        // ANI services that stand, but for those with named VLANs.
+        std::set<PieceKey> makers;   // effective pieces that need it
+        std::set<PieceKey> members;  // pieces on it, wanted or current
+        // Current ANI services, but for those with named VLANs.
         std::set<std::pair<AniPlace, PieceKey>> later;
-        std::optional<Piece> standing;
+        std::optional<Piece> current;
     };
     using Keys = std::set<PieceKey>;
+    // What one settle() has to do, and what came of it.
+    struct Change {
+        Keys remove, add, adjust;
+        std::set<std::uint16_t> bridges;  // that are removed
+        std::map<PieceKey, UniChange> unis;
+        int action = 0;
+        std::optional<MessageRef> message;
+        std::vector<Problem> problems;
+    };
 
     void link(PieceKey key, const Piece& piece);
     void unlink(PieceKey key, const Piece& piece);
@@ -71,26 +80,26 @@ private:
     Keys spread();
     bool isEffective(const Slot& slot) const;
     bool updateMakers(PieceKey key, const Slot& slot);
-    void collect(const Keys& affected);
-    void take(PieceKey key);
-    void takeBridge(std::uint16_t number);
-    void takeLater();
-    void takeMulticast();
+    void collect(Change& change, const Keys& affected);
+    void markForRemoval(Change& change, PieceKey key);
+    void markBridge(Change& change, std::uint16_t number);
+    void markLaterServices(Change& change);
+    void markMulticast(Change& change);
 
     // Doing it.
-    void undoAll();
-    void undo(PieceKey key);
-    void undoBridge(std::uint16_t number);
-    void makeAll();
-    void makeBridges();
-    void make(PieceKey key);
-    void makeCalls(PieceKey key, const Piece& piece);
-    void checkSteering(PieceKey key, const Slot& slot);
-    void addRules(Slot& slot, const std::vector<UniRulePtr>& rules);
-    void undoAdjusted(PieceKey key);
-    void makeAdjusted(PieceKey key);
+    void undoAll(Change& change);
+    void undo(Change& change, PieceKey key);
+    void undoBridge(Change& change, std::uint16_t number);
+    void makeAll(Change& change);
+    void makeBridges(Change& change);
+    void make(Change& change, PieceKey key);
+    void makeCalls(Change& change, PieceKey key, const Piece& piece);
+    void checkSteering(Change& change, PieceKey key, const Slot& slot);
+    void addRules(Change& change, Slot& slot, const std::vector<UniRulePtr>& rules);
+    void undoAdjusted(Change& change, PieceKey key);
+    void makeAdjusted(Change& change, PieceKey key);
     Cause causeOf(const UniRule& rule, const Piece& piece) const;
-    void ask(const HalCall& call, const Cause& cause);
+    void ask(Change& change, const HalCall& call, const Cause& cause);
     void forgetEmpty(const Keys& affected);
 
     Performer& performer_;
@@ -100,18 +109,11 @@ private:
     std::map<EntityKey, std::vector<PieceKey>> owned_;
     GemIndexes gemIndexes_;
     std::map<std::uint16_t, std::uint16_t>
-        firstBridges_;  // of the GEM ports: the HAL steers their frames there for good
-    std::vector<Problem> problems_;
-    std::set<PieceKey> veipServices_, multicasts_;  // that stand
-    int action_ = 0;                                // last told to the HAL
+        firstBridges_;                              // of the GEM ports: the HAL steers their frames there for good
+    std::set<PieceKey> veipServices_, multicasts_;  // current ones
+    int action_ = 0;                                // last given to the HAL
 
     Keys touched_;
-    // During settle().
-    Keys remove_, add_, adjust_;
-    std::set<std::uint16_t> removeBridges_;
-    std::map<PieceKey, UniChange> uniChanges_;
-    int nextAction_ = 0;
-    std::optional<MessageRef> message_;
 };
 
 }  // namespace omci::services

@@ -19,21 +19,16 @@ std::uint16_t gemPortOf(PieceKey key) {
 
 std::vector<Problem> Difference::settle(int action, std::optional<MessageRef> message) {
     if (touched_.empty()) return {};
-    nextAction_ = action;
-    message_ = message;
+    Change change;
+    change.action = action;
+    change.message = message;
     const Keys affected = spread();
-    collect(affected);
-    undoAll();
-    makeAll();
-    Keys seen = affected;
-    seen.insert(remove_.begin(), remove_.end());
-    remove_.clear();
-    add_.clear();
-    adjust_.clear();
-    removeBridges_.clear();
-    uniChanges_.clear();
-    forgetEmpty(seen);
-    return std::exchange(problems_, {});
+    collect(change, affected);
+    undoAll(change);
+    makeAll(change);
+    change.remove.insert(affected.begin(), affected.end());
+    forgetEmpty(change.remove);
+    return std::move(change.problems);
 }
 
 void Difference::forgetEmpty(const Keys& affected) {
@@ -41,34 +36,34 @@ void Difference::forgetEmpty(const Keys& affected) {
         const auto found = slots_.find(key);
         if (found == slots_.end()) continue;
         const Slot& slot = found->second;
-        if (!slot.wanted && !slot.standing && slot.dependents.empty()) slots_.erase(found);
+        if (!slot.wanted && !slot.current && slot.dependents.empty()) slots_.erase(found);
     }
     for (auto bridge = bridges_.begin(); bridge != bridges_.end();) {
-        bridge =
-            bridge->second.members.empty() && !bridge->second.standing ? bridges_.erase(bridge) : std::next(bridge);
+        bridge = bridge->second.members.empty() && !bridge->second.current ? bridges_.erase(bridge) : std::next(bridge);
     }
 }
 
-// ---- Taking back ----
+// ---- Removing ----
 
-void Difference::undoAll() {
-    for (auto key = remove_.rbegin(); key != remove_.rend() && PieceKind::kUni < key->kind; ++key) undo(*key);
-    for (const PieceKey key : adjust_) undoAdjusted(key);
-    for (auto key = remove_.rbegin(); key != remove_.rend(); ++key) {
-        if (key->kind == PieceKind::kUni || key->kind == PieceKind::kAniService) undo(*key);
+void Difference::undoAll(Change& change) {
+    for (auto key = change.remove.rbegin(); key != change.remove.rend() && PieceKind::kUni < key->kind; ++key)
+        undo(change, *key);
+    for (const PieceKey key : change.adjust) undoAdjusted(change, key);
+    for (auto key = change.remove.rbegin(); key != change.remove.rend(); ++key) {
+        if (key->kind == PieceKind::kUni || key->kind == PieceKind::kAniService) undo(change, *key);
     }
-    for (const std::uint16_t number : removeBridges_) undoBridge(number);
-    for (auto key = remove_.rbegin(); key != remove_.rend(); ++key) {
-        if (key->kind < PieceKind::kBridge) undo(*key);
+    for (const std::uint16_t number : change.bridges) undoBridge(change, number);
+    for (auto key = change.remove.rbegin(); key != change.remove.rend(); ++key) {
+        if (key->kind < PieceKind::kBridge) undo(change, *key);
     }
 }
 
-void Difference::undo(PieceKey key) {
+void Difference::undo(Change& change, PieceKey key) {
     Slot& slot = slots_[key];
-    const Piece gone = std::move(*slot.standing);
-    slot.standing.reset();
+    const Piece gone = std::move(*slot.current);
+    slot.current.reset();
     if (key.kind != PieceKind::kUni || slot.asked) {
-        for (const HalCall& call : gone.undo) ask(call, gone.cause);
+        for (const HalCall& call : gone.undo) ask(change, call, gone.cause);
     }
     slot.asked = false;
     slot.rules.clear();
@@ -79,54 +74,54 @@ void Difference::undo(PieceKey key) {
     unlink(key, gone);
 }
 
-void Difference::undoBridge(std::uint16_t number) {
+void Difference::undoBridge(Change& change, std::uint16_t number) {
     Bridge& bridge = bridges_[number];
-    for (const HalCall& call : bridge.standing->undo) ask(call, bridge.standing->cause);
-    bridge.standing.reset();
+    for (const HalCall& call : bridge.current->undo) ask(change, call, bridge.current->cause);
+    bridge.current.reset();
 }
 
-void Difference::undoAdjusted(PieceKey key) {
+void Difference::undoAdjusted(Change& change, PieceKey key) {
     Slot& slot = slots_[key];
-    UniChange change = uniChange(slot.rules, *slot.wanted->rules);
-    if (change.whole && slot.asked) {
-        for (const HalCall& call : slot.standing->undo) ask(call, slot.standing->cause);
+    UniChange uni = uniChange(slot.rules, *slot.wanted->rules);
+    if (uni.whole && slot.asked) {
+        for (const HalCall& call : slot.current->undo) ask(change, call, slot.current->cause);
         slot.asked = false;
     }
-    for (const auto& rule : change.remove) {
+    for (const auto& rule : uni.remove) {
         for (auto record = rule->records.rbegin(); record != rule->records.rend(); ++record) {
             const HalCall call{Operation::kFilterFlowAdd, removalOf(*record)};
-            ask(call, causeOf(*rule, *slot.standing));
-            // The row stands twice, for discovery and session.
-            if (record->etherType == kPppoe) ask(call, causeOf(*rule, *slot.standing));
+            ask(change, call, causeOf(*rule, *slot.current));
+            // The HAL has the row twice, for discovery and session.
+            if (record->etherType == kPppoe) ask(change, call, causeOf(*rule, *slot.current));
         }
     }
-    uniChanges_[key] = std::move(change);
+    change.unis[key] = std::move(uni);
 }
 
 // ---- Making ----
 
-void Difference::makeAll() {
+void Difference::makeAll(Change& change) {
     const auto makeKinds = [&](PieceKind first, PieceKind last, std::optional<AniPlace> place = {}) {
-        for (const PieceKey key : add_) {
+        for (const PieceKey key : change.add) {
             if (key.kind < first || last < key.kind) continue;
-            if (!place || slots_[key].wanted->place == *place) make(key);
+            if (!place || slots_[key].wanted->place == *place) make(change, key);
         }
     };
     makeKinds(PieceKind::kTCont, PieceKind::kGemPort);
-    makeBridges();
+    makeBridges(change);
     for (const AniPlace place : {AniPlace::kNamedVlans, AniPlace::kAnyVlan, AniPlace::kMulticast})
         makeKinds(PieceKind::kAniService, PieceKind::kAniService, place);
     makeKinds(PieceKind::kUni, PieceKind::kUni);
-    for (const PieceKey key : adjust_) makeAdjusted(key);
+    for (const PieceKey key : change.adjust) makeAdjusted(change, key);
     makeKinds(PieceKind::kMulticast, PieceKind::kPort);
 }
 
-void Difference::makeBridges() {
-    for (const PieceKey key : add_) {
+void Difference::makeBridges(Change& change) {
+    for (const PieceKey key : change.add) {
         const Piece& wanted = *slots_[key].wanted;
         if (!wanted.makesBridge) continue;
         Bridge& bridge = bridges_[*wanted.bridge];
-        if (bridge.standing) continue;
+        if (bridge.current) continue;
         BridgeServiceProvisioning removal{};
         removal.bridgeId = *wanted.bridge;
         removal.trafficModel = kOneFilterModel;
@@ -135,69 +130,69 @@ void Difference::makeBridges() {
         made.make = {{Operation::kConfigureBridge, BridgeSide{*wanted.bridge, 0}}};
         made.undo = {{Operation::kDeprovisionAniSideBridge, removal}};
         made.cause = wanted.cause;
-        for (const HalCall& call : made.make) ask(call, made.cause);
-        bridge.standing = std::move(made);
+        for (const HalCall& call : made.make) ask(change, call, made.cause);
+        bridge.current = std::move(made);
     }
 }
 
-void Difference::make(PieceKey key) {
+void Difference::make(Change& change, PieceKey key) {
     Slot& slot = slots_[key];
-    slot.standing = slot.wanted;
-    const Piece& piece = *slot.standing;
+    slot.current = slot.wanted;
+    const Piece& piece = *slot.current;
     link(key, piece);
-    makeCalls(key, piece);
+    makeCalls(change, key, piece);
     if (key.kind == PieceKind::kUni) {
         slot.asked = !piece.make.empty();
         if (piece.rules != nullptr) {
-            addRules(slot, *piece.rules);
+            addRules(change, slot, *piece.rules);
             slot.rules = *piece.rules;
         }
     }
     if (key.kind == PieceKind::kGemPort) gemIndexes_.added(gemPortOf(key));
     if (key.kind == PieceKind::kAniService) gemIndexes_.used(gemPortOf(key));
-    if (key.kind == PieceKind::kAniService || key.kind == PieceKind::kMulticast) checkSteering(key, slot);
+    if (key.kind == PieceKind::kAniService || key.kind == PieceKind::kMulticast) checkSteering(change, key, slot);
     if (key.kind == PieceKind::kMulticast) multicasts_.insert(key);
     if (AniPlace::kNamedVlans < piece.place) bridges_[*piece.bridge].later.insert({piece.place, key});
     if (piece.usesVeip) veipServices_.insert(key);
 }
 
 // The rule that leads a GEM port's frames to its bridge is never taken back, and the first one counts.
-void Difference::checkSteering(PieceKey key, const Slot& slot) {
-    const std::uint16_t bridge = *slot.standing->bridge;
+void Difference::checkSteering(Change& change, PieceKey key, const Slot& slot) {
+    const std::uint16_t bridge = *slot.current->bridge;
     if (firstBridges_.emplace(gemPortOf(key), bridge).first->second == bridge) return;
-    problems_.push_back({slot.owner, "what comes down in GEM port " + std::to_string(gemPortOf(key)) +
-                                         " may still go to the bridge that had the GEM port before"});
+    change.problems.push_back({slot.owner, "what comes down in GEM port " + std::to_string(gemPortOf(key)) +
+                                               " may still go to the bridge that had the GEM port before"});
 }
 
-void Difference::makeCalls(PieceKey key, const Piece& piece) {
+void Difference::makeCalls(Change& change, PieceKey key, const Piece& piece) {
     bool comes = piece.usesVeip && veipServices_.empty();  // the VEIP
     for (const HalCall& call : piece.make) {
         const bool announces = call.operation == Operation::kVeipCreateRules;
-        // The gateway is told of multicast where it has a VEIP.
+        // The gateway is informed of multicast where it has a VEIP.
         if (announces && key.kind == PieceKind::kMulticast && veipServices_.empty()) continue;
-        ask(call, piece.cause);
+        ask(change, call, piece.cause);
         if (!announces || !std::exchange(comes, false)) continue;
         // The VEIP takes the default bridge away, and the next bridge that is made brings it back: it is brought back
         // now, so that the order of services does not matter.
-        ask({Operation::kConfigureBridge, BridgeSide{kVeipBridge, 0}}, piece.cause);
+        ask(change, {Operation::kConfigureBridge, BridgeSide{kVeipBridge, 0}}, piece.cause);
     }
 }
 
-void Difference::addRules(Slot& slot, const std::vector<UniRulePtr>& rules) {
+void Difference::addRules(Change& change, Slot& slot, const std::vector<UniRulePtr>& rules) {
     for (const auto& rule : rules) {
         for (const auto& record : rule->records) {
-            ask({Operation::kFilterFlowAdd, record}, causeOf(*rule, *slot.standing));
+            ask(change, {Operation::kFilterFlowAdd, record}, causeOf(*rule, *slot.current));
             slot.asked = true;
         }
     }
 }
 
-void Difference::makeAdjusted(PieceKey key) {
+void Difference::makeAdjusted(Change& change, PieceKey key) {
     Slot& slot = slots_[key];
-    UniChange& change = uniChanges_[key];
-    slot.standing = slot.wanted;
-    addRules(slot, change.add);
-    slot.rules = std::move(change.after);
+    UniChange& uni = change.unis[key];
+    slot.current = slot.wanted;
+    addRules(change, slot, uni.add);
+    slot.rules = std::move(uni.after);
 }
 
 // A row's calls come from the message that set the row, not from those of its neighbours.
@@ -207,17 +202,17 @@ Cause Difference::causeOf(const UniRule& rule, const Piece& piece) const {
     return cause;
 }
 
-void Difference::ask(const HalCall& call, const Cause& cause) {
+void Difference::ask(Change& change, const HalCall& call, const Cause& cause) {
     const bool veip = call.operation == Operation::kVeipCreateRules || call.operation == Operation::kVeipDeleteRules;
-    if (veip && action_ != nextAction_) {
-        action_ = nextAction_;
-        ask({Operation::kSetOmciAction, OmciAction{action_}}, cause);
+    if (veip && action_ != change.action) {
+        action_ = change.action;
+        ask(change, {Operation::kSetOmciAction, OmciAction{action_}}, cause);
     }
     MadeCall made{call, cause, 0};
-    if (message_) {
+    if (change.message) {
         auto& messages = made.cause.messages;
-        const auto place = std::lower_bound(messages.begin(), messages.end(), *message_);
-        if (place == messages.end() || !(*place == *message_)) messages.insert(place, *message_);
+        const auto place = std::lower_bound(messages.begin(), messages.end(), *change.message);
+        if (place == messages.end() || !(*place == *change.message)) messages.insert(place, *change.message);
     }
     made.result = performer_.perform(call);
     if (listener_) listener_(made);

@@ -43,7 +43,7 @@ public:
     void settle(int action, std::uint16_t transaction);
 
     // What stands: pieces in the order in which they are made.
-    std::vector<const Piece*> standing() const { return difference_.standing(); }
+    std::vector<const Piece*> currentPieces() const { return difference_.currentPieces(); }
     // What the entities that stand ask for in vain, by entities.
     std::vector<Problem> problems() const;
 

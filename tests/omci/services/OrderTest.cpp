@@ -123,7 +123,7 @@ std::string takenDown(unsigned seed) {
         const std::string after = withoutLeftovers(comparableState());
         // The PON device is down again: a board's is not up before its first GEM port.
         if (after != asNew) text += "left on the device:\n" + after + "at first:\n" + asNew;
-        if (!line.services.standing().empty()) text += "the services are not empty\n";
+        if (!line.services.currentPieces().empty()) text += "the services are not empty\n";
         if (!line.services.problems().empty()) text += "there are problems without a service\n";
         text += olt.send(order);
         text += wrongMib(olt);

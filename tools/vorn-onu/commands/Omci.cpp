@@ -121,7 +121,7 @@ int runPlayed(const OmciCommand& command, const MessageFile& file, const std::op
     if (command.audit) {
         run.sendCommand = audit::commandFor("omci", command.file);
         if (command.until != 0) run.sendCommand += " --until " + std::to_string(command.until);
-        run.audit = audit::auditOf(askedOf(living.mib(), living.standing(), numberOf), onu.freezeDataPath());
+        run.audit = audit::auditOf(askedOf(living.mib(), living.currentPieces(), numberOf), onu.freezeDataPath());
         say(output.rule("The device beside the standard") + "\n" + auditWords(*run.audit, run.sendCommand, terminal));
     }
     bool good = tally.good();

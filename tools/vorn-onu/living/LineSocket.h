@@ -21,7 +21,6 @@ public:
     LineSocket& operator=(const LineSocket&) = delete;
 
     int descriptor() const { return descriptor_; }
-    bool hasLine() const { return buffer_.find('\n', looked_) != std::string::npos; }
     bool hasPart() const { return !buffer_.empty(); }  // of a line, or a line
     // The next line without its end. Waits so many milliseconds; Nothing when it has not come by then.
     Got read(std::string& line, int waitMs);
