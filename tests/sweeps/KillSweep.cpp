@@ -1,6 +1,6 @@
 // vorn-kill-sweep: kills the HAL's process within the operations of scenarios, after one call into the device or
-// another, and sees whether the services are whole once a new process has opened the state file, made the interrupted
-// call again and gone on.
+// another, or between two operations, and sees whether the services are whole once a new process has opened the state
+// file, made an interrupted call again and gone on.
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/mman.h>
@@ -33,12 +33,13 @@ using virtual_onu::VirtualOnu;
 
 struct Options {
     std::vector<std::string> files;
-    unsigned every = 20;
+    unsigned every = 0;  // 0: the default of the kind of kills
+    bool between = false;
     bool withoutState = false;
 };
 
-// What a process tells of itself while it lives.
-struct Told {
+// What a process reports of itself while it lives.
+struct Reported {
     std::size_t step = 0;           // that it is in
     std::uint64_t deviceCalls = 0;  // of its provisioning thread, within operations
     bool done = false;
@@ -56,8 +57,13 @@ json leveled(json value) {
     return value;
 }
 
-json lasting(const json& device) {
+// Between two operations nothing is made again: the device is the same to the last number.
+json lasting(const json& device, bool toTheLastNumber) {
     json kept;
+    if (toTheLastNumber) {
+        for (const char* part : {"network", "vlan", "pon", "runner", "board"}) kept[part] = device.at(part);
+        return kept;
+    }
     for (const char* part : {"network", "vlan"}) kept[part] = leveled(device.at(part));
     kept["pon"] = device.at("pon");
     kept["runner"] = device.at("runner").at("objects");
@@ -82,19 +88,27 @@ bool startsUp(const vorn_onu::Step& step) {
            step.name == "vorn_omci_hal_nvram_info_get";
 }
 
+struct Kill {
+    std::uint64_t deviceCall = 0;  // after it; 0: not within an operation
+    std::size_t step = 0;          // after it, numbered from 1; 0: not between two
+
+    explicit operator bool() const { return deviceCall != 0 || step != 0; }
+};
+
 // The life of one process: the start-up calls among the steps before `from`, then everything from there on.
 struct Life {
     const vorn_onu::Scenario& scenario;
+    bool between = false;
     std::size_t from = 0;
-    std::uint64_t killAt = 0;  // 0: lives to its end
+    Kill kill;  // none: lives to its end
     std::string board;
     std::string state;  // "": none
 };
 
 class Process {
 public:
-    Process(const Life& life, Told& told, int answer)
-        : life_(life), told_(told), answer_(answer), onu_(VirtualOnu::instance()) {}
+    Process(const Life& life, Reported& reported, int answer)
+        : life_(life), reported_(reported), answer_(answer), onu_(VirtualOnu::instance()) {}
 
     [[noreturn]] void live() {
         const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
@@ -103,57 +117,65 @@ public:
         vorn_onu::RunContext context{onu_, HALFactory::getInstance()->CreateHALObject(0), {}};
         if (!life_.state.empty()) vorn_hal_state_open(life_.state.c_str());
         watch();
-        json frames = json::object();
+        json steps = json::object();
         for (std::size_t at = 0; at < life_.scenario.steps.size(); ++at) {
             const auto& step = life_.scenario.steps[at];
             if (at < life_.from ? !startsUp(step) : !isRun(step)) continue;
-            told_.step = at;
+            reported_.step = at;
             within_ = step.kind == "call" && at >= life_.from;
             const auto result = step.run(context);
             within_ = false;
-            if (step.kind == "frame") frames[std::to_string(at)] = withoutRuleNumbers(result.answer);
+            if (life_.between && at >= life_.from) {
+                const std::string device = lasting(onu_.toJson(), true).dump();
+                steps[std::to_string(at)] = {result.answer, std::hash<std::string>()(device)};
+            } else if (step.kind == "frame") {
+                steps[std::to_string(at)] = withoutRuleNumbers(result.answer);
+            }
+            if (life_.kill.step == at + 1) raise(SIGKILL);
         }
         onu_.onTrace(nullptr);
-        told_.done = true;
-        const std::string text = json{{"device", lasting(onu_.toJson())}, {"frames", frames}}.dump();
+        reported_.done = true;
+        const std::string text = json{{"device", lasting(onu_.toJson(), life_.between)}, {"steps", steps}}.dump();
         _exit(write(answer_, text.data(), text.size()) == static_cast<ssize_t>(text.size()) ? 0 : 1);
     }
 
-private:
     static bool isRun(const vorn_onu::Step& step) {
         return (step.kind == "call" && !fault_sweep::startsThread(step)) || startsUp(step) || step.kind == "board" ||
                step.kind == "frame" || step.kind == "gateway" || step.kind == "advance";
     }
+
+private:
     void watch() {
         const auto thread = std::this_thread::get_id();
         onu_.onTrace([this, thread](const virtual_onu::TraceEntry&) {
             if (!within_ || std::this_thread::get_id() != thread) return;
-            if (++told_.deviceCalls == life_.killAt) raise(SIGKILL);
+            if (++reported_.deviceCalls == life_.kill.deviceCall) raise(SIGKILL);
         });
     }
 
     const Life& life_;
-    Told& told_;
+    Reported& reported_;
     int answer_;
     VirtualOnu& onu_;
     bool within_ = false;
 };
 
 // Answers what the process left; null when it was killed.
-json run(const Life& life, Told& told) {
-    told = {};
+json run(const Life& life, Reported& reported) {
+    reported = {};
     const int answer = memfd_create("answer", MFD_CLOEXEC);
     std::fflush(nullptr);
     const pid_t child = fork();
-    if (child == 0) Process(life, told, answer).live();
+    if (child == 0) Process(life, reported, answer).live();
     int status = 0;
     waitpid(child, &status, 0);
     std::string text(static_cast<std::size_t>(lseek(answer, 0, SEEK_END)), '\0');
     const bool whole = pread(answer, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size());
     close(answer);
-    if (!told.done && !(life.killAt != 0 && WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL))
-        throw std::runtime_error(life.scenario.file + ": a process crashed in step " + std::to_string(told.step + 1));
-    return whole && told.done ? json::parse(text) : json();
+    if (!reported.done && !(life.kill && WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL))
+        throw std::runtime_error(life.scenario.file + ": a process crashed in step " +
+                                 std::to_string(reported.step + 1));
+    return whole && reported.done ? json::parse(text) : json();
 }
 
 struct Totals {
@@ -161,36 +183,49 @@ struct Totals {
     unsigned whole = 0;
 };
 
-void sweep(const std::string& file, const Options& options, Told& told, Totals& totals) {
+// The first kill is another one in each scenario, so that a sample meets different calls.
+std::vector<Kill> killsOf(const vorn_onu::Scenario& scenario, const Options& options, std::uint64_t deviceCalls,
+                          unsigned before) {
+    std::vector<Kill> all, some;
+    for (std::uint64_t call = 1; !options.between && call <= deviceCalls; ++call) all.push_back({call, 0});
+    for (std::size_t at = 0; options.between && at < scenario.steps.size(); ++at) {
+        const auto& step = scenario.steps[at];
+        if (step.kind == "call" && Process::isRun(step) && !startsUp(step)) all.push_back({0, at + 1});
+    }
+    for (std::size_t at = before % options.every; at < all.size(); at += options.every) some.push_back(all[at]);
+    return some;
+}
+
+void sweep(const std::string& file, const Options& options, Reported& reported, Totals& totals) {
     const auto scenario = vorn_onu::loadScenario(file);
     if (scenario.inParts) return;  // has kills of its own
-    const auto life = [&](const vorn_onu::WorkDirectory& work, std::size_t from, std::uint64_t killAt) {
-        return Life{scenario, from, killAt, work.file("board"), options.withoutState ? "" : work.file("hal.state")};
+    const auto life = [&](const vorn_onu::WorkDirectory& work, std::size_t from, const Kill& kill) {
+        const std::string state = options.withoutState ? "" : work.file("hal.state");
+        return Life{scenario, options.between, from, kill, work.file("board"), state};
     };
     json expected;
     {
         const vorn_onu::WorkDirectory work("vorn-kill-sweep");
-        expected = run(life(work, 0, 0), told);
+        expected = run(life(work, 0, {}), reported);
     }
-    const std::uint64_t calls = told.deviceCalls;
-    // The first kill is another one in each scenario, so that a sample meets different calls.
-    for (std::uint64_t killAt = 1 + totals.kills % options.every; killAt <= calls; killAt += options.every) {
+    for (const Kill& kill : killsOf(scenario, options, reported.deviceCalls, totals.kills)) {
         const vorn_onu::WorkDirectory work("vorn-kill-sweep");
-        if (!run(life(work, 0, killAt), told).is_null()) continue;
-        const std::size_t interrupted = told.step;
+        if (!run(life(work, 0, kill), reported).is_null()) continue;
+        const std::size_t last = reported.step;
         ++totals.kills;
-        json left = run(life(work, interrupted, 0), told);
-        json frames = expected["frames"];
-        for (auto frame = frames.begin(); frame != frames.end();)
-            frame = left["frames"].contains(frame.key()) ? std::next(frame) : frames.erase(frame);
-        if (left["device"] == expected["device"] && left["frames"] == frames) {
+        const json left = run(life(work, kill.step != 0 ? last + 1 : last, {}), reported);
+        json steps = expected["steps"];
+        for (auto step = steps.begin(); step != steps.end();)
+            step = left["steps"].contains(step.key()) ? std::next(step) : steps.erase(step);
+        if (left["device"] == expected["device"] && left["steps"] == steps) {
             ++totals.whole;
             continue;
         }
         if (options.withoutState) continue;
-        std::printf("%s: killed after device call %llu, in step %zu (%s)\n", file.c_str(),
-                    static_cast<unsigned long long>(killAt), interrupted + 1, scenario.steps[interrupted].name.c_str());
-        const json difference = json::diff(json{expected["device"], frames}, json{left["device"], left["frames"]});
+        std::printf("%s: killed %s step %zu (%s), after device call %llu\n", file.c_str(),
+                    kill.step != 0 ? "after" : "in", last + 1, scenario.steps[last].name.c_str(),
+                    static_cast<unsigned long long>(kill.deviceCall));
+        const json difference = json::diff(json{expected["device"], steps}, json{left["device"], left["steps"]});
         std::printf("    %.300s\n", difference.dump().c_str());
     }
 }
@@ -198,21 +233,24 @@ void sweep(const std::string& file, const Options& options, Told& told, Totals& 
 }  // namespace
 
 int main(int argc, char** argv) {
-    CLI::App app("Kills the HAL's process within operations, and sees whether a new one finds the services again.",
+    CLI::App app("Kills the HAL's process within or between operations, and sees whether a new one finds the services.",
                  "vorn-kill-sweep");
     Options options;
     app.add_option("SCENARIO", options.files, "scenarios")->required();
-    app.add_option("--every", options.every, "one call into the device in so many")->check(CLI::PositiveNumber);
+    app.add_option("--every", options.every, "one call in so many; otherwise 20 into the device, 1 between operations")
+        ->check(CLI::PositiveNumber);
+    app.add_flag("--between", options.between, "kill behind operations, not after calls into the device");
     app.add_flag("--without", options.withoutState, "without a state file, for the comparison");
     try {
         app.parse(argc, argv);
-        void* const shared = mmap(nullptr, sizeof(Told), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        if (options.every == 0) options.every = options.between ? 1 : 20;
+        void* const shared = mmap(nullptr, sizeof(Reported), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
         if (shared == MAP_FAILED) throw std::runtime_error("no shared memory");
-        Told& told = *new (shared) Told;
+        Reported& reported = *new (shared) Reported;
         Totals totals;
-        for (const std::string& file : options.files) sweep(file, options, told, totals);
-        std::printf("%u kills within an operation: %u times the services are whole once the call was made again\n",
-                    totals.kills, totals.whole);
+        for (const std::string& file : options.files) sweep(file, options, reported, totals);
+        std::printf("%u kills %s: %u times the services are whole afterwards\n", totals.kills,
+                    options.between ? "between two operations" : "within an operation", totals.whole);
         return options.withoutState || totals.whole == totals.kills ? 0 : 1;
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
