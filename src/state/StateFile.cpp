@@ -109,7 +109,7 @@ bool StateFile::open(const std::string& path, const std::string& bootId, std::ve
     if (!directory_.open()) return false;
     file_ = openOwnFile(directory_.get(), name_, problem);
     if (!problem->empty()) return false;
-    if (!file_.open()) return create(problem);
+    if (!file_.open()) return replace({}) || (*problem = std::strerror(errno), false);
     if (flock(file_.get(), LOCK_EX | LOCK_NB) != 0) {
         *problem = "is in use by another process";
         return false;
@@ -117,16 +117,10 @@ bool StateFile::open(const std::string& path, const std::string& bootId, std::ve
     return readAll(records, problem);
 }
 
-bool StateFile::create(std::string* problem) {
-    if (replace({})) return true;
-    *problem = std::strerror(errno);
-    return false;
-}
-
 bool StateFile::readAll(std::vector<Record>* records, std::string* problem) {
     std::string bytes;
     if (!readWhole(file_.get(), &bytes, problem)) return false;
-    if (bytes.empty()) return create(problem);
+    if (bytes.empty()) return replace({}) || (*problem = std::strerror(errno), false);
 
     const std::string_view whole(bytes);
     if (whole.size() < kHeaderSize || whole.substr(0, kMagic.size()) != kMagic) {

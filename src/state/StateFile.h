@@ -49,7 +49,6 @@ public:
 
 private:
     std::string header() const;
-    bool create(std::string* problem);
     bool readAll(std::vector<Record>* records, std::string* problem);
     bool write(int fd, std::size_t at, std::string_view bytes);
 
