@@ -1,6 +1,6 @@
 // How long looking at a board that runs holds up the threads that call the device: the longest time for which one look
 // keeps a lock of the virtual ONU, in processor time of the looking thread, with 64 services and a long trace. All
-// locks of the process pass through here, since this program stands before the C library.
+// locks of the process pass through here, since this program interposes the C library.
 #include <dlfcn.h>
 #include <pthread.h>
 #include <unistd.h>

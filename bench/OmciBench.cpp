@@ -84,7 +84,7 @@ void getOfAnOnu(benchmark::State& state) {
 }
 BENCHMARK(getOfAnOnu)->Arg(8)->Arg(256);
 
-// Sets what stands already: nothing changes but the data sync counter.
+// Sets what exists already: nothing changes but the data sync counter.
 void setOfAnAttribute(benchmark::State& state) {
     Onu onu(static_cast<unsigned>(state.range(0)));
     const AttributeValues values{maskOf(attr::ethernet_uni::kMaxFrameSize), {0x05, 0xEE}};

@@ -61,7 +61,7 @@ Argument argumentOf(const Replay::Token& token) {
     }
 }
 
-// A function of the kit whose arguments are texts and numbers, as they stand in the trace.
+// A function of the kit whose arguments are texts and numbers, as they are in the trace.
 template <typename Result, typename... Arguments, std::size_t... Index>
 Call plainCall(Result (*function)(Arguments...), const Tokens& tokens, std::index_sequence<Index...>) {
     return [=](Answers&) { function(argumentOf<Arguments>(tokens[Index])...); };

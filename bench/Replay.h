@@ -27,7 +27,7 @@ public:
     std::size_t calls() const { return calls_.size(); }
 
     struct Token {
-        std::string text;  // of a quoted argument; otherwise as it stands
+        std::string text;  // of a quoted argument; otherwise as it is
         std::uint32_t number = 0;
     };
     using Call = std::function<void(Answers&)>;

@@ -1,4 +1,4 @@
-// A frame's way through a device with 1 to 256 services on one port: without its words, and with them.
+// A frame's path through a device with 1 to 256 services on one port: without its words, and with them.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>

@@ -60,7 +60,7 @@ BridgeServiceProvisioning internetService() {
     return service;
 }
 
-// Untagged frames of the subscriber get the service's tag; it comes off again on the way down.
+// Untagged frames of the subscriber get the service's tag; it comes off again downstream.
 UniDataProvisioning untaggedToService() {
     UniDataProvisioning row{};
     row.addFlag = 1;

@@ -25,7 +25,7 @@ namespace virtual_onu {
 // The one lock of the device; recursive, so that a facility may ask another one.
 std::recursive_mutex& deviceMutex();
 
-// Holds it. The thread sanitizer is told so in its own words: inside the sleep functions of the C library, which lead
+// Holds it. The thread sanitizer is informed in its own terms: inside the sleep functions of the C library, which lead
 // here, it does not look at mutexes.
 class DeviceLock {
 public:

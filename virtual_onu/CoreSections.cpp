@@ -105,7 +105,7 @@ persistence::Section faultSection() {
         });
 }
 
-// By their number in the run. Those of other processes come behind, and are told to who listens.
+// By their number in the run. Those of other processes come behind, and are reported to listeners.
 persistence::Section traceSection() {
     persistence::RecordAccess<std::uint64_t, TraceEntry> byKey;
     byKey.keys = [] { return std::vector<std::uint64_t>(); };

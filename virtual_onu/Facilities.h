@@ -1,5 +1,5 @@
-// The facilities of the virtual ONU as its facade, and rooms below their own, see them: each resets itself and
-// describes itself as JSON, and as sections of a board file. Nothing on top knows a room by any other header.
+// The facilities of the virtual ONU as its facade, and folders below their own, see them: each resets itself and
+// describes itself as JSON, and as sections of a board file. Nothing on top knows a folder by any other header.
 // Each makes itself factory-new on first use, whoever comes first: a program that never asks for the facade finds a
 // whole board.
 #ifndef VIRTUAL_ONU_FACILITIES_H

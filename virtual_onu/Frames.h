@@ -76,7 +76,7 @@ struct VIRTUAL_ONU_API NearestRule {
     std::string words() const;
 };
 
-// One look-up on a frame's way.
+// One look-up on a frame's path.
 struct Hop {
     enum class Kind { Table, Bridge, Flow, Runner };
     Kind kind = Kind::Table;

@@ -42,7 +42,8 @@ Json stateJson(const Record& record) {
     return state;
 }
 
-// What newer boards count beside stays as it is where an older one has not told it. Throws nlohmann::json::exception.
+// What newer boards count beside stays as it is where an older one has not reported it. Throws
+// nlohmann::json::exception.
 template <typename Json, typename Record>
 void readStateJson(const Json& state, Record& record) {
     forEachField<Record>(kInState, [&](const auto& field) {

@@ -277,7 +277,7 @@ public:
 
     // ---- runner and ingress queue ----
     std::vector<std::string> runnerObjects() const;     // "ingress_class/dir=us,index=12", in the order of creation
-    std::vector<std::string> ingressQueueKeys() const;  // what the "iq" commands left standing
+    std::vector<std::string> ingressQueueKeys() const;  // what the "iq" commands left behind
     std::vector<ShellCommand> shellCommands() const;    // every command run through the shell, in order
     std::vector<int> killedProcesses() const;
     // A process as `ps` lists it, such as (123, "dhcpc -i br3.2 -B -l 3600"); `kill` ends it.
@@ -373,7 +373,7 @@ public:
     // ---- a board in a file ----
     // From now on the board is what the file says, and the file holds it after every change: whoever is killed leaves
     // the board as it was after its last call. A file that is not there yet, or is empty, begins with the board as it
-    // stands. Processes that are forked or started meanwhile may open the same board. std::runtime_error with what is
+    // exists. Processes that are forked or started meanwhile may open the same board. std::runtime_error with what is
     // wrong; the board and the file are then as before.
     enum class BoardUse {
         Shared,  // others may work on the board

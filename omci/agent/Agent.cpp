@@ -244,7 +244,7 @@ Content Agent::upload(const Message& request, const Content& content) {
     if (const auto* command = std::get_if<CommandNumber>(&content)) {
         return upload_.part(command->number, request.set, clock_.nowMs());
     }
-    // What lives is told as it is at this moment.
+    // What lives is reported as it is at this moment.
     refreshAll();
     return CommandNumber{upload_.start(mib_, request.set, clock_.nowMs())};
 }

@@ -60,7 +60,7 @@ void Alarms::onChange(const Change& change) {
         forgetSilenced();
 }
 
-// The OLT clears what a locked entity has told; nothing is sent.
+// The OLT clears what a locked entity has reported; nothing is sent.
 void Alarms::forgetSilenced() {
     for (auto state = states_.begin(); state != states_.end();)
         state = isSilenced(mib_, state->first) ? states_.erase(state) : std::next(state);

@@ -20,7 +20,7 @@ public:
     Alarms(const Alarms&) = delete;
     Alarms& operator=(const Alarms&) = delete;
 
-    // Raises or clears an alarm (0..223) of an entity that stands; the OLT is told when that changes something. An
+    // Raises or clears an alarm (0..223) of an entity that exists; the OLT is notified when that changes something. An
     // entity that is locked, or depends on one, has no alarms (Locks.h).
     void set(EntityKey entity, unsigned alarm, bool raised);
     bool isRaised(EntityKey entity, unsigned alarm) const;
@@ -31,7 +31,7 @@ public:
     void tick(std::uint64_t nowMs);
 
     // Freezes a copy of all entities with an alarm, without those held back where the OLT asks so; the sequence numbers
-    // begin anew. Answers how many parts the copy has in the message set.
+    // start again. Answers how many parts the copy has in the message set.
     std::uint16_t startCopy(bool heldBackToo, MessageSet set, std::uint64_t nowMs);
     // A part of the copy, in the message set that it was begun in; nothing otherwise.
     AlarmEntries copyPart(std::uint16_t number, MessageSet set, std::uint64_t nowMs);

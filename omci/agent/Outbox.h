@@ -23,8 +23,8 @@ public:
     // The answer to a test with the same transaction.
     void sendTestResult(EntityKey entity, std::uint16_t transaction, Bytes result);
 
-    // A value that changes by itself: it goes into the MIB, and where the standard says so the OLT is told, unless the
-    // entity is locked. Answers whether it is another value now.
+    // A value that changes by itself: it goes into the MIB, and where the standard says so the OLT is notified, unless
+    // the entity is locked. Answers whether it is another value now.
     bool change(EntityKey entity, AttributeNumber attribute, ByteView value);
     bool change(EntityKey entity, AttributeNumber attribute, std::uint64_t value);
 

@@ -63,7 +63,7 @@ CounterValues Performance::since(const Entity& pm, const CounterValues& begin) {
     for (const AttributeInfo& counter : pm.info().attributes()) {
         std::uint64_t& value = values[counter.number];
         if (counter.number < kFirstCounter) continue;
-        // A counter below its value at the beginning has begun anew in the meantime. A full one stays full.
+        // A counter below its value at the beginning has started again in the meantime. A full one stays full.
         value = std::min(value >= begin[counter.number] ? value - begin[counter.number] : value, most(counter));
         if (isOff(disabled, counter.number)) value = 0;
     }
@@ -145,7 +145,7 @@ void Performance::checkThresholds(const Entity& pm, const CounterValues& values)
     const Entity* first = mib_.find(class_id::kThreshold1, thresholds);
     const Entity* second = mib_.find(class_id::kThreshold2, thresholds);
     const std::uint16_t disabled = controlField(pm, kAlertDisable);
-    // Thresholds stand in the order of the alerts (not certain where those leave a number out).
+    // Thresholds are in the order of the alerts (not certain where those leave a number out).
     AttributeNumber place = 0;
     for (const AttributeInfo& counter : pm.info().attributes()) {
         if (counter.thresholdAlarm < 0) continue;

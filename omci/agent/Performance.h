@@ -23,9 +23,9 @@ public:
     Performance(const Performance&) = delete;
     Performance& operator=(const Performance&) = delete;
 
-    // The running interval's values of an entity that stands and is of a class of performance monitoring.
+    // The running interval's values of an entity that exists and is of a class of performance monitoring.
     GetOutcome current(EntityKey entity, AttributeMask mask, std::size_t room);
-    // The OLT wrote to the entity: a control block may ask for the counters to begin anew.
+    // The OLT wrote to the entity: a control block may ask for the counters to start again.
     void written(EntityKey entity);
     // Ends the intervals that are over, and looks for thresholds that are crossed.
     void tick(std::uint64_t nowMs);

@@ -60,7 +60,7 @@ Bytes opticalLine(VornHal& hal, Device& device) {
     return report;
 }
 
-// Not certain: what stands behind the result; a pointer at nothing is taken.
+// Not certain: what is behind the result; a pointer at nothing is taken.
 Bytes passed() {
     Bytes report{0, kPassed};
     appendNumber(report, kNullPointer, 2);

@@ -28,7 +28,7 @@ public:
     // All live as long as this object.
     SoftwareImages(Mib& mib, Outbox& outbox, Device& device) : mib_(mib), outbox_(outbox), device_(device) {}
 
-    // The entity of each request stands and is a software image.
+    // The entity of each request exists and is a software image.
     DownloadStartAnswer start(InstanceId image, const DownloadStart& request);
     // Sections without an answer are collected; the one with an answer ends its window. A window with a section missing
     // is refused, and the OLT sends it once more.

@@ -19,7 +19,7 @@ const Message* Transactions::answered(const Message& request) const {
 void Transactions::keep(const Message& request, const Message& answer) {
     auto& last = last_[request.highPriority() ? 1 : 0];
     if (!last) last.emplace();
-    // Assigned, not made anew: the room of the contents is used again.
+    // Assigned, not recreated: the room of the contents is used again.
     last->request = request;
     last->answer = answer;
 }

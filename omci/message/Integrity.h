@@ -28,7 +28,7 @@ constexpr std::uint32_t finishCrc32(std::uint32_t state) {
 // AES-CMAC (RFC 4493), 16 bytes; none where the library was built without libcrypto.
 std::optional<AesKey> aesCmac(const AesKey& key, ByteView bytes);
 bool hasAes();
-// MD5, by which a software image is told apart; none without libcrypto, or where its provider does not offer it.
+// MD5, by which a software image is distinguished; none without libcrypto, or where its provider does not offer it.
 std::optional<std::array<std::uint8_t, 16>> md5(ByteView bytes);
 
 // The keys that follow from a session (ITU-T G.987.3, clause 15).
@@ -54,7 +54,7 @@ public:
     }
 
     bool used() const { return kind_ != Kind::kNone; }
-    // The code over the bytes of a frame that stand before it; none where codes are not used or cannot be made.
+    // The code over the bytes of a frame that are before it; none where codes are not used or cannot be made.
     std::optional<std::uint32_t> codeOf(ByteView protectedBytes, Direction direction) const;
     // Adds the code behind the bytes; false, with frame as it was, when it cannot be made.
     bool protect(Bytes& frame, Direction direction) const;

@@ -87,7 +87,7 @@ struct AttributeInfo {
     std::uint16_t size = 0;  // bytes; of a table, those of a row; 0: not fixed by the standard
     std::uint8_t access = 0;
     Format format = kUnsigned;
-    // What stands there when nobody wrote. A number; of a text one character, with a space the whole text is spaces.
+    // What is there when nobody wrote. A number; of a text one character, with a space the whole text is spaces.
     std::uint32_t defaultValue = 0;
     Rows<CodeWord> words = {};
     std::int8_t thresholdAlarm = -1;  // number of the threshold crossing alert that the counter raises; -1: none

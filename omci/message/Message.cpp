@@ -15,8 +15,7 @@ constexpr std::uint8_t kReservedBit = 0x80;
 constexpr std::uint8_t kAnswerWantedBit = 0x40;
 constexpr std::uint8_t kAnswerBit = 0x20;
 constexpr std::uint8_t kTypeBits = 0x1F;
-constexpr std::uint8_t kTrailerBytes[kTrailer] = {0x00, 0x00, 0x00,
-                                                  0x28};  // ends with the length of what stands before
+constexpr std::uint8_t kTrailerBytes[kTrailer] = {0x00, 0x00, 0x00, 0x28};  // ends with the length of what is before
 
 DecodedFrame failed(FrameError error) {
     DecodedFrame decoded;

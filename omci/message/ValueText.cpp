@@ -48,7 +48,7 @@ std::string serialText(ByteView value) {
 }
 
 std::string tciList(ByteView value) {
-    // What stands behind the last entry is zero as a rule; how many count, another attribute says.
+    // What is behind the last entry is zero as a rule; how many count, another attribute says.
     std::size_t count = value.size() / 2;
     while (count > 0 && number16(value, count * 2 - 2) == 0) --count;
     std::string text;

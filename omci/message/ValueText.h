@@ -10,9 +10,9 @@
 
 namespace omci {
 
-// "unlocked", "0x8001", "VORN12345678", "VID 100 p-bits 3". A value that is shorter than the attribute is told as
-// bytes, of a table its rows are told (rowText()), separated by semicolons; bytes left over at the end are told as
-// bytes.
+// "unlocked", "0x8001", "VORN12345678", "VID 100 p-bits 3". A value that is shorter than the attribute is reported as
+// bytes, of a table its rows are reported (rowText()), separated by semicolons; bytes left over at the end are reported
+// as bytes.
 std::string valueText(ClassId classId, const AttributeInfo& attribute, ByteView value);
 // One row of a table; as bytes where this library has no words for it.
 std::string rowText(ClassId classId, AttributeNumber table, ByteView row);

@@ -237,7 +237,7 @@ GetOutcome readAttributes(const Entity& entity, AttributeMask mask, std::size_t 
         const AttributeMask bit = maskOf(attribute.number);
         if ((mask & bit & ~outcome.unsupported) == 0) continue;
         const std::size_t size = attribute.isTable() ? kLengthSize : attribute.size;
-        // What has no room is told as failed: the OLT asks for it once more.
+        // What has no room is reported as failed: the OLT asks for it once more.
         if (!attribute.readable() || outcome.values.size() + size > room) {
             outcome.failed |= bit;
             continue;

@@ -41,7 +41,7 @@ public:
     void reset();
 
     // values are those of all set-by-create attributes in order; missing ones take their defaults, further bytes are
-    // ignored. A pointer may name what does not stand (yet). With some classes come others, which the delete takes
+    // ignored. A pointer may name what does not exist (yet). With some classes come others, which the delete takes
     // along.
     CreateOutcome create(EntityKey key, ByteView values);
     Result erase(EntityKey key);
@@ -54,7 +54,7 @@ public:
     // Brings values up to date that follow from others: counts and states of a bridge and its ports.
     void refresh(EntityKey key, AttributeMask mask);
 
-    // Success when the class knows the message and the instance stands; else the result that says what is wrong.
+    // Success when the class knows the message and the instance exists; else the result that says what is wrong.
     Result check(EntityKey key, MessageType type) const;
 
 private:
@@ -66,7 +66,7 @@ private:
     const Board& board_;
 };
 
-// Values of an entity that need not stand in a MIB, as a get answers them.
+// Values of an entity that need not exist in a MIB, as a get answers them.
 GetOutcome readAttributes(const Entity& entity, AttributeMask mask, std::size_t room);
 
 }  // namespace omci

@@ -1,4 +1,4 @@
-// One managed entity that stands in the MIB, with the values of its attributes.
+// One managed entity that is in the MIB, with the values of its attributes.
 #ifndef OMCI_MIB_ENTITY_H
 #define OMCI_MIB_ENTITY_H
 

@@ -1,4 +1,4 @@
-// The MIB: the managed entities that stand, and who is told when one of them changes.
+// The MIB: the managed entities that exist, and who is notified when one of them changes.
 #ifndef OMCI_MIB_MIB_H
 #define OMCI_MIB_MIB_H
 
@@ -39,7 +39,7 @@ public:
     Mib(const Mib&) = delete;
     Mib& operator=(const Mib&) = delete;
 
-    // Null when it does not stand. An entity stays where it is until it is deleted.
+    // Null when it does not exist. An entity stays where it is until it is deleted.
     const Entity* find(EntityKey key) const;
     const Entity* find(ClassId classId, InstanceId instance) const { return find(EntityKey{classId, instance}); }
     // By rising instance numbers; empty for a class that nobody knows.
@@ -48,7 +48,7 @@ public:
     // order in which the pointers were set.
     const std::vector<EntityKey>& pointingAt(EntityKey key) const;
 
-    // Observers are told in the order of their registration, and must live until they are removed or the MIB ends.
+    // Observers are notified in the order of their registration, and must live until they are removed or the MIB ends.
     void addObserver(MibObserver& observer) { observers_.push_back(&observer); }
     void removeObserver(MibObserver& observer);
     // The number of the message that the following changes come from.
@@ -56,16 +56,16 @@ public:
 
     // ---- Changes ----
 
-    // A new entity that stands already when the observers are told of it: whatever it is to begin with is given as
+    // A new entity that exists already when the observers are notified of it: whatever it is to begin with is given as
     // entity. False, with nothing changed, when there is one with its key.
     bool create(Entity entity);
     bool erase(EntityKey key);
-    // An entity to be changed, null when it does not stand. commit() has to follow each change.
+    // An entity to be changed, null when it does not exist. commit() has to follow each change.
     Entity* edit(EntityKey key);
     // Makes known what edit() changed. Nothing happens for a mask of 0.
     void commit(const Entity& entity, AttributeMask changed);
 
-    // One attribute; false when the entity does not stand. Nobody is told of a value that stood before.
+    // One attribute; false when the entity does not exist. Nobody is notified of a value that was there before.
     bool setNumber(EntityKey key, AttributeNumber attribute, std::uint64_t value);
     bool setBytes(EntityKey key, AttributeNumber attribute, ByteView value);
     bool setRows(EntityKey key, AttributeNumber table, TableRows rows);

@@ -122,7 +122,7 @@ Result applyNumberedRow(TableRows& rows, ByteView row, std::size_t maxRows) {
 
 // The broadcast keys: the low two bits of the control.
 Result applyKeyFragment(TableRows& rows, ByteView row, std::size_t maxRows) {
-    // The row id stands behind the control, so it goes in front for the search.
+    // The row id is behind the control, so it goes in front for the search.
     const auto isRow = [&](const Bytes& other) { return other[1] == row[1]; };
     switch (row[0] & 3U) {
         case 0:

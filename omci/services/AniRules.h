@@ -33,7 +33,7 @@ struct VlanFilter {
 struct AniRules {
     std::vector<BridgeServiceProvisioning> records;  // none: no frame passes
     bool takesAnyVlan = false;  // frames of VLANs that other GEM ports of the bridge name would fit too
-    bool staysBehind = false;   // too much to be taken back while the bridge stands
+    bool staysBehind = false;   // too much to be taken back while the bridge exists
     std::vector<std::string> problems;
 };
 // Rules that the HAL keeps of one GEM port of a bridge, or of one port; it forgets those behind them.
@@ -41,7 +41,7 @@ constexpr unsigned kMaxRules = 96;
 
 AniRules aniRules(std::uint16_t bridgeId, const GemService& gem, const VlanFilter& filter);
 
-// The TCIs by which the gateway is told of a GEM port's services: the filter's, with p-bits that go up in this GEM
+// The TCIs by which the gateway is notified of a GEM port's services: the filter's, with p-bits that go up in this GEM
 // port.
 std::vector<std::uint16_t> announcedTcis(const GemService& gem, const VlanFilter& filter);
 // Hex text, four digits a TCI.

@@ -48,7 +48,7 @@ private:
     std::uint64_t inUse_ = 0;  // the set of names in use
     std::uint64_t names_ = 0;
     std::unordered_map<std::uint64_t, std::uint64_t> choices_;  // by set in use
-    std::unordered_map<std::uint16_t, std::uint64_t> now_;      // of the ports that stand
+    std::unordered_map<std::uint16_t, std::uint64_t> now_;      // of the ports that exist
     std::unordered_map<std::uint16_t, std::uint64_t> first_;
 };
 

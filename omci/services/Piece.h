@@ -31,7 +31,7 @@ constexpr bool operator<(PieceKey one, PieceKey other) {
     return one.kind != other.kind ? one.kind < other.kind : one.number < other.number;
 }
 
-// Order of the ANI services of a bridge: a frame on its way up goes into the GEM port of the first one that takes it.
+// Order of the ANI services of a bridge: an upstream frame goes into the GEM port of the first one that takes it.
 enum class AniPlace : std::uint8_t { kNamedVlans, kAnyVlan, kMulticast };
 
 using UniRulePtr = std::shared_ptr<const UniRule>;
@@ -41,13 +41,13 @@ struct Piece {
     PieceKey key;
     std::vector<HalCall> make;  // of a UNI empty: its rules say it
     std::vector<HalCall> undo;
-    std::optional<PieceKey> needs;        // that has to stand as long as this does
+    std::optional<PieceKey> needs;        // that has to exist as long as this does
     std::optional<std::uint16_t> bridge;  // number of the HAL's bridge that it belongs to
-    bool makesBridge = false;             // the bridge stands because of it; else it waits for the bridge
+    bool makesBridge = false;             // the bridge exists because of it; else it waits for the bridge
     AniPlace place = AniPlace::kNamedVlans;
-    bool usesVeip = false;                  // the VEIP stands because of it
+    bool usesVeip = false;                  // the VEIP exists because of it
     bool takesBridgeAlong = false;          // when it is taken back the HAL takes away its bridge
-    bool forgotten = false;                 // the HAL cannot take all of it back while the bridge stands
+    bool forgotten = false;                 // the HAL cannot take all of it back while the bridge exists
     std::shared_ptr<const UniRules> rules;  // of a UNI with tagging rows, in list order; else null
     Cause cause;
 

@@ -44,7 +44,7 @@ struct PlanContext {
     }
 };
 
-// A bridge port whose bridge stands.
+// A bridge port whose bridge exists.
 struct BridgePort {
     const Entity* port;
     InstanceId bridge;

@@ -182,7 +182,7 @@ void Planner::planAniService(const BridgePort& port, const GemService& service,
     made.undo.push_back({Operation::kUnsetPbitData, rules.records.front()});
     if (usersOf(port.bridge).veips != 0) {
         made.usesVeip = true;
-        // The gateway is told of the last TCI of a call alone: one call for each.
+        // The gateway is notified of the last TCI of a call alone: one call for each.
         std::vector<std::vector<std::uint16_t>> lists;
         for (const auto tci : announcedTcis(service, filter)) lists.push_back({tci});
         if (lists.empty()) lists.emplace_back();

@@ -14,7 +14,7 @@ namespace omci::services {
 
 // What a reader may depend on.
 enum class Subject : std::uint8_t {
-    kEntity,    // whether the entity stands, and its attributes
+    kEntity,    // whether the entity exists, and its attributes
     kPointers,  // who points at it
     kUsers,     // which kinds of ports to the user's side a bridge has
 };
@@ -48,7 +48,7 @@ class Reader {
 public:
     Reader(const Mib& mib, Readers& readers, EntityKey reader) : mib_(mib), readers_(readers), reader_(reader) {}
 
-    // Null when it does not stand (yet).
+    // Null when it does not exist (yet).
     const Entity* find(ClassId classId, InstanceId instance);
     // The same of what is no cause of the plan, such as the ONU itself.
     const Entity* look(ClassId classId, InstanceId instance);

@@ -25,16 +25,16 @@ public:
     using CallListener = std::function<void(const MadeCall&)>;
     using ProblemListener = std::function<void(const Problem&)>;
 
-    // MIB and device have to live as long as this object. Entities that stand already are planned with the next
+    // MIB and device have to live as long as this object. Entities that exist already are planned with the next
     // settle().
     Services(Mib& mib, Performer& performer, Settings settings = {});
     ~Services() override;
     Services(const Services&) = delete;
     Services& operator=(const Services&) = delete;
 
-    // Told of every call, after it was made.
+    // Notified of every call, after it was made.
     void onCall(CallListener listener) { callListener_ = std::move(listener); }
-    // Told of what the HAL cannot do: once, however often it is asked for.
+    // Notified of what the HAL cannot do: once, however often it is asked for.
     void onProblem(ProblemListener listener) { problemListener_ = std::move(listener); }
 
     // Asks the HAL for what has changed.
@@ -42,9 +42,9 @@ public:
     //   transaction  transaction identifier of the message whose number was given to Mib::setCause()
     void settle(int action, std::uint16_t transaction);
 
-    // What stands: pieces in the order in which they are made.
+    // What exists: pieces in the order in which they are made.
     std::vector<const Piece*> currentPieces() const { return difference_.currentPieces(); }
-    // What the entities that stand ask for in vain, by entities.
+    // What the entities that exist ask for in vain, by entities.
     std::vector<Problem> problems() const;
 
 private:
@@ -67,7 +67,7 @@ private:
     Difference difference_;
 
     std::set<EntityKey> dirty_;                        // entities to be planned
-    std::vector<std::pair<EntityKey, bool>> changed_;  // since the last settle(), and whether they stand
+    std::vector<std::pair<EntityKey, bool>> changed_;  // since the last settle(), and whether they exist
     std::uint64_t cause_ = 0;                          // number of the message behind the changes
     // Bridge of each port to the user's side, and whether it leads to the VEIP.
     std::map<InstanceId, std::pair<InstanceId, bool>> userPorts_;

@@ -44,7 +44,7 @@ private:
 }  // namespace
 
 UniChange uniChange(const std::vector<UniRulePtr>& standing, const std::vector<UniRulePtr>& wanted) {
-    // Rules that stand in their places stay, whatever comes behind them.
+    // Rules that are in their places stay, whatever comes behind them.
     const auto differ = std::mismatch(standing.begin(), standing.end(), wanted.begin(), wanted.end());
     const auto same = static_cast<std::size_t>(differ.first - standing.begin());
     const Places wantedAt(wanted, same), standingAt(standing, same);
@@ -59,7 +59,7 @@ UniChange uniChange(const std::vector<UniRulePtr>& standing, const std::vector<U
         moves[at] = !found;
         place[at] = found.value_or(0);
     }
-    // What is added comes behind all that stands: rules that must stay behind it are made anew, and so on.
+    // What is added comes behind all that exists: rules that must stay behind it are recreated, and so on.
     for (std::size_t next = 0; next < fresh.size(); ++next) {
         for (std::size_t at = same; at < standing.size(); ++at) {
             if (moves[at]) continue;

@@ -1,4 +1,4 @@
-// The rules of a port as they stand in the HAL, and how others come in their place.
+// The rules of a port as they are in the HAL, and how others come in their place.
 #ifndef OMCI_SERVICES_UNI_DIFFERENCE_H
 #define OMCI_SERVICES_UNI_DIFFERENCE_H
 
@@ -10,10 +10,10 @@
 namespace omci::services {
 
 struct UniChange {
-    bool whole = false;              // rows cannot be taken back singly: everything goes, and all rules are made anew
+    bool whole = false;              // rows cannot be taken back singly: everything goes, and all rules are recreated
     std::vector<UniRulePtr> remove;  // in this order
     std::vector<UniRulePtr> add;     // in this order
-    std::vector<UniRulePtr> after;   // the rules that stand then, in the order in which the HAL tries them
+    std::vector<UniRulePtr> after;   // the rules that exist then, in the order in which the HAL tries them
 };
 
 // standing: in the order in which the HAL tries them. wanted: in list order. Rules that no frame could take for each

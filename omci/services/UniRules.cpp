@@ -81,7 +81,7 @@ private:
             if (filter->tpid >= TagFilter::kInput) record_.inputTpid = tagging_.inputTpid;
         }
         TagFilter outer = row_.outer;
-        // With a filter on neither tag an untagged row would get its rule for the way down twice, or not at all on a
+        // With a filter on neither tag an untagged row would get its rule for downstream twice, or not at all on a
         // port that has more than six rules; p-bits from DSCP would leave the bridge's tables; and a row that lets
         // everything pass would not count. A filter on any p-bits of a tag that is not there takes the same frames.
         if (tagsOf(row_) == 0) outer = kAny;
@@ -136,7 +136,7 @@ private:
         if (namesPriority(source)) return source.priority;
         if (&source == writtenTag()) return kKeptPriority;
         if (removed_ == 2 && addedBy(row_) == 2) return code;  // both tags are there to be copied from
-        // The HAL would look for the filter's own p-bits on the way down, and "any" is none: a record for each value.
+        // The HAL would look for the filter's own p-bits downstream, and "any" is none: a record for each value.
         if (expansion_ != nullptr && expansion_ != &source) {
             problem("p-bits are copied from one of the two tags only");
             return 0;

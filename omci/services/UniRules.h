@@ -34,12 +34,12 @@ struct Tagging {
 // A row with the records that do the same.
 struct UniRule {
     TaggingRow row;
-    std::array<std::uint8_t, kTaggingRowSize> source{};  // the row as it stands in the table; zeros when it is made up
+    std::array<std::uint8_t, kTaggingRowSize> source{};  // the row as it is in the table; zeros when it is made up
     EntityKey entity;                                    // that the row belongs to
     MessageRef message;                                  // that set it
     std::vector<UniDataProvisioning> records;  // in the order in which they are asked for; none: all is dropped
     std::vector<std::string> problems;
-    bool downstream = false;  // there is a rule for the way down, for frames with these tags on the PON side
+    bool downstream = false;  // there is a rule for downstream, for frames with these tags on the PON side
     unsigned ponTags = 0;     // 2 stands for more as well
     TagFilter ponOuter;       // the outermost of them
 
@@ -54,7 +54,7 @@ UniRule uniRule(const TaggingRow& row, const Tagging& tagging, UniPort port);
 // List order of rows: what the standard tries first is first. Rows that let everything else pass are last, because
 // what comes down must meet the inverse of every other row before them.
 bool isBefore(const UniRule& one, const UniRule& other);
-// A frame may fit both, on its way up or down: their order matters.
+// A frame may fit both, upstream or downstream: their order matters.
 bool overlap(const UniRule& one, const UniRule& other);
 
 // Every frame passes as it is.

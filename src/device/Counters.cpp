@@ -81,7 +81,7 @@ std::optional<int> indexOf(const char* interface) {
     return static_cast<int>(*number);
 }
 
-// The counters together with the device that they are of: read once more when it was made anew meanwhile.
+// The counters together with the device that they are of: read once more when it was recreated meanwhile.
 std::optional<CounterReading> readDevice(const char* interface) {
     constexpr int kTries = 3;
     for (int tries = 0; tries < kTries; ++tries) {

@@ -32,7 +32,7 @@ VORN_API int getIntfStats(const char* interface, IntfStats* result);
 //
 // The daemon keeps the 15-minute clock: it reads with kPmInterval as often as it likes and with kPmIntervalEnd when the
 // interval is over. The first of these two begins the first interval and so answers zeros. What has been counted is
-// added up at each reading: when the device is made anew (another interface index), which a VEIP service does, the
+// added up at each reading: when the device is recreated (another interface index), which a VEIP service does, the
 // interval goes on with what the new device counts, and what the old one counted after the last reading is lost; a
 // 32-bit counter that comes round is counted on, as long as it is read once a round. Readers with a number of their own
 // (kPmEthernetOfReader) have intervals of their own; kPmEthernet is reader 0.

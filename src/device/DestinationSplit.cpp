@@ -66,7 +66,7 @@ bool namesColumns(const std::vector<Heading>& headings) {
     return false;
 }
 
-// The columns that the headings name, for lines of so many numbers. A direction stands in the heading ("rx", "tx"), or
+// The columns that the headings name, for lines of so many numbers. A direction is in the heading ("rx", "tx"), or
 // the last group of headings is the transmit side, or the second column of a destination is.
 Columns columnsOf(const std::vector<Heading>& headings, std::size_t numbers) {
     Columns columns(kColumns);

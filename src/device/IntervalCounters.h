@@ -1,5 +1,5 @@
 // Counters of a performance-monitoring interval: what a device has counted since the interval began, summed up at each
-// reading, so that it goes on when the device is made anew or one of its counters comes round.
+// reading, so that it goes on when the device is recreated or one of its counters comes round.
 #ifndef DEVICE_INTERVAL_COUNTERS_H
 #define DEVICE_INTERVAL_COUNTERS_H
 
@@ -11,8 +11,8 @@
 // The counters of a device at one moment.
 struct CounterReading {
     IntfStats stats;
-    std::uint64_t kernelMulticast;  // received, by the kernel's own counter, which stands with or without the split
-    int interfaceIndex;             // another one for the same name: the device was made anew and counts from 0
+    std::uint64_t kernelMulticast;  // received, by the kernel's own counter, which is with or without the split
+    int interfaceIndex;             // another one for the same name: the device was recreated and counts from 0
 };
 
 // One reader's intervals. Not locked.

@@ -36,7 +36,7 @@
 //
 // | value | filter | treatment |
 // |---|---|---|
-// | 3 | any TPID | the output TPID, where the inner treatment stands alone |
+// | 3 | any TPID | the output TPID, where the inner treatment is alone |
 // | 4 | 0x8100 | 0x8100 |
 // | 5 | the input TPID | as it is |
 // | 6 | the input TPID with DEI 0 | the output TPID, DEI 0 |
@@ -69,7 +69,7 @@
 // one row of the extended VLAN tagging operation table (G.988 9.3.13). Owned by the caller; the HAL never keeps it.
 //
 // The fields from inputTpid to innerVlanPrioAction are read for a multicast service only: one rule for the frames that
-// "gpon0.0" receives for "veip0", and one for the way back.
+// "gpon0.0" receives for "veip0", and one for the other direction.
 struct BridgeServiceProvisioning {
     // GEM port id that carries a multicast service, 0..65535. Not read otherwise: the GEM ports are those of pbitMap.
     std::uint16_t gemPortId;
@@ -109,7 +109,7 @@ struct BridgeServiceProvisioning {
     // The columns tell of upstream frames, and of downstream ones where the last column says "filtered"; otherwise
     // every frame of the GEM port comes in. "TCI" compares p-bits, CFI and VID upstream, the VID alone downstream.
     // "default" is a rule for all frames that is made only while its table holds no other. It names no GEM port, so an
-    // upstream frame ends at "gpondef" unless something else marks it; and it stands in front of the rules that drop,
+    // upstream frame ends at "gpondef" unless something else marks it; and it is in front of the rules that drop,
     // which then meet no frame.
     std::uint8_t forwardOperation;
     // TCIs in vlanTciFilterList, 0..12. More than the text holds, or more than 12, counts as what is there; 255 as
@@ -122,13 +122,13 @@ struct BridgeServiceProvisioning {
     // not named keep the GEM port and queue that an earlier record gave them, of any bridge. Keys above 7 are not
     // looked at.
     std::map<std::uint8_t, std::pair<std::uint16_t, std::uint16_t>> pbitMap;
-    // 2 (IGMP): the upstream rules are for IGMP alone and stand in front of the others. Other values: any protocol.
+    // 2 (IGMP): the upstream rules are for IGMP alone and are in front of the others. Other values: any protocol.
     std::uint8_t protocolNumber;
     std::uint8_t isMulticast;       // non-zero, with multicastService: a multicast service
     std::uint8_t multicastService;  // non-zero, with isMulticast: a multicast service
     std::uint16_t inputTpid;        // TPID that filter codes 5 to 7 stand for, such as 0x88a8
     std::uint16_t outputTpid;       // TPID that treatment codes 3, 6 and 7 stand for
-    std::uint16_t dsMode;           // 0: the row has its inverse on the way back; other values: no rule there
+    std::uint16_t dsMode;           // 0: the row has its inverse in the other direction; other values: no rule there
     std::uint16_t filterTagCount;   // tags that the frame must have: 0 none, 1, 2; higher numbers make no useful rule
     std::uint16_t tagTreatment;     // tag action, 1..6: see above
     // EtherType behind the last tag: 1 IPv4, 2 PPPoE discovery, 3 ARP, 4 PPPoE session, 5 IPv6, 6 EAPOL, other values
@@ -140,20 +140,20 @@ struct BridgeServiceProvisioning {
     std::uint16_t innerTpidFilter;      // TPID code, read for one and for two tags
     std::uint16_t innerVlanIdFilter;    // VID code
     std::uint16_t innerVlanPrioFilter;  // p-bit code
-    // Tags that the frame loses: 1 the outer, 2 both, other values none. It tells how many tags the way back meets; the
-    // frame is changed by tagTreatment.
+    // Tags that the frame loses: 1 the outer, 2 both, other values none. It tells how many tags the other direction
+    // meets; the frame is changed by tagTreatment.
     std::uint16_t removeType;
     std::uint16_t outerTpidAction;      // TPID code
     std::uint16_t outerVlanIdAction;    // VID code
     std::uint16_t outerVlanPrioAction;  // p-bit code; 10 in any row
-    // TPID code. Where the inner treatment stands alone also 0 and 1, TPID and DEI of the inner and the outer tag, and
+    // TPID code. Where the inner treatment is alone also 0 and 1, TPID and DEI of the inner and the outer tag, and
     // 2, the output TPID with the DEI of the inner tag.
     std::uint16_t innerTpidAction;
     std::uint16_t innerVlanIdAction;  // VID code
     // p-bit code; 10 in any row. Standing alone, 8 copies in rows that filter one tag and push one, or filter two tags
     // and push one or translate.
     std::uint16_t innerVlanPrioAction;
-    // Read by unsetPbitData alone. Non-zero: the flows between the bridge's ANI and UNI device are made anew
+    // Read by unsetPbitData alone. Non-zero: the flows between the bridge's ANI and UNI device are recreated
     // afterwards.
     std::uint8_t restoreVlanFlows;
 };
@@ -169,8 +169,8 @@ struct UniDataProvisioning {
     // rows of the UNI, those for other bridges too. A single row is removed by adding it with removeType 3 and
     // treatments of all ones: outer and inner TPID code 7, VID 8191, p-bits 15.
     std::uint8_t addFlag;
-    // 0: the UNI has no row, and every frame passes as it is; rules that stood before are removed first. Leave the
-    // fields of the row zero then: they are compared with the rows that stand.
+    // 0: the UNI has no row, and every frame passes as it is; rules that were there before are removed first. Leave the
+    // fields of the row zero then: they are compared with the rows that exist.
     std::uint8_t hasTagRules;
     // 0..65535; the bridge must stand.
     std::uint16_t bridgeId;
@@ -179,7 +179,7 @@ struct UniDataProvisioning {
     //
     // Trap: vorn_omci_hal_filter_flow_add writes here. In the caller's record 1 becomes 2 and 2 becomes 1, for the
     // board numbers these two the other way round: port 1 is "sid1", port 2 "sid0". The same record in a second call
-    // means the other port; fill it anew.
+    // means the other port; fill it again.
     std::uint16_t uniPort;
     std::uint16_t inputTpid;       // TPID that filter codes 5 to 7 stand for, such as 0x88a8
     std::uint16_t outputTpid;      // TPID that treatment codes 3, 6 and 7 stand for
@@ -203,7 +203,7 @@ struct UniDataProvisioning {
     std::uint8_t outerTreatmentPrio;     // p-bit code; 10 in a row that copies
     std::uint16_t innerTreatmentTpidDe;  // TPID code
     std::uint16_t innerTreatmentVlanId;  // VID code
-    std::uint8_t innerTreatmentPrio;     // p-bit code; 10 where it stands alone, or in a row that copies
+    std::uint8_t innerTreatmentPrio;     // p-bit code; 10 where it is alone, or in a row that copies
 };
 
 // The ONU's management IP host (IP host config data, G.988 9.4.1). Addresses are texts of hexadecimal digits, dots and

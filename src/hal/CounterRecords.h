@@ -15,7 +15,7 @@ enum IntfStatsSplit {
 // Absolute counters of one network device since it was made. Frames are those that the device's driver counts; octets
 // are counted the way the driver does it, in general without preamble and frame check sequence. What "veip0" and the
 // ANI devices ("gpon…") receive is downstream and what they transmit upstream; on a LAN port ("eth…", "sid…") it is the
-// other way round. The attributes that the counters serve stand at EthernetPmDirection.
+// other way round. The attributes that the counters serve are at EthernetPmDirection.
 typedef struct IntfStats {
     uint64_t rxOctets;
     uint64_t rxFrames;

@@ -17,7 +17,7 @@ extern "C" {
 // The path of the state file for a daemon that cannot be changed: VornHal::vorn_omci_hal_init() opens it.
 #define VORN_HAL_STATE_VARIABLE "VORN_HAL_STATE"
 
-// Opens the state file of this path or makes it. From then on all that the library's maps hold also stands in it, until
+// Opens the state file of this path or makes it. From then on all that the library's maps hold is also in it, until
 // the process ends. When it holds a state of this boot, that state is restored first: before anything was provisioned,
 // best after HALFactory::CreateHALObject().
 //

@@ -36,9 +36,9 @@ class VORN_API VornHal {
 public:
     virtual ~VornHal();
 
-    // ---- Life sign and start-up ----
+    // ---- Liveness and start-up ----
 
-    // Answers a number other than 0 when a platform stands behind the interface: 4 on this board.
+    // Answers a number other than 0 when a platform is behind the interface: 4 on this board.
     virtual int vorn_test_call();
     // Connects the HAL to the gateway side and starts the thread that listens to it. Once, after the object has been
     // made and before anything else; detaches the process from its terminal. 0, or -1 when message bus or timers do not
@@ -82,7 +82,7 @@ public:
 
     // Not on this board: *id stays as it was.
     virtual int vorn_omci_hal_eth_port_id_get(unsigned int port, unsigned int* id);
-    // *enabled = 1 when the device "veip0." + port stands, which the gateway makes for ports 1 to 8, else 0. Always 0;
+    // *enabled = 1 when the device "veip0." + port exists, which the gateway makes for ports 1 to 8, else 0. Always 0;
     // a null pointer is ignored.
     virtual int vorn_omci_hal_port_enable_get(unsigned int port, unsigned int* enabled);
     // Not on this board.
@@ -100,8 +100,8 @@ public:
     // S-tag. Ends the DHCP client of the device. 0 once tried, also when there was no such host or a text is no
     // address. -1 for null or without an engine.
     virtual int vorn_omci_hal_deprovisionIpHost(const IpHostProvision* host);
-    // Notes which OMCI action (message type) the daemon is working on: while it is 15, a service that goes down is told
-    // to the gateway by another message. 0, or -1 without an engine.
+    // Notes which OMCI action (message type) the daemon is working on: while it is 15, a service that goes down is
+    // reported to the gateway by another message. 0, or -1 without an engine.
     virtual int vorn_hal_set_omci_action(int action);
 
     // ---- Identity ----
@@ -179,7 +179,7 @@ public:
     virtual int vorn_omci_hal_us_flow_del(void* record);
     // Adds one row of a UNI's VLAN tagging, or, with addFlag 0, removes all of them: record is a UniDataProvisioning
     // (hal/BridgeRecords.h). UNI ports 1 and 2 change places in the caller's record (the board's ports are numbered the
-    // other way round): fill it anew for the next call. A row that stands already is not made again. 0 once tried; -1
+    // other way round): fill it again for the next call. A row that exists already is not made again. 0 once tried; -1
     // for null or without an engine.
     virtual int vorn_omci_hal_filter_flow_add(void* record);
     // Not on this board.
@@ -194,12 +194,12 @@ public:
     // Each answers 0 once tried and -1 for a null record or without an engine.
 
     // uniPort 0 makes the bridge with its PON side, else the UNI's (from 1) member of that bridge, which must stand;
-    // here the port's device is "sid" + (uniPort - 1), and nothing changes places. What stands already is taken as
+    // here the port's device is "sid" + (uniPort - 1), and nothing changes places. What exists already is taken as
     // made. The first call of all also makes the default bridge "br0" with sid0 to sid7; a port that cannot join then
     // is not tried again.
     virtual int vorn_omci_hal_configureBridge(unsigned short bridgeId, unsigned short uniPort);
     // Makes the PON side's tag rules of a service; its GEM ports and its bridge come first. They are appended to rules
-    // that stand: the same record twice makes them twice.
+    // that exist: the same record twice makes them twice.
     virtual int vorn_omci_hal_configureAniTagRules(const BridgeServiceProvisioning* service);
     // Takes away the rules of the GEM ports that the eight p-bits are mapped to, by this record or by an earlier one.
     virtual int vorn_omci_hal_unsetPbitData(const BridgeServiceProvisioning* service);

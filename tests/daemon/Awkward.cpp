@@ -88,7 +88,7 @@ void closeRange(const std::string& way, int fd) {
     if (way == "closefrom") closefrom(fd);
 }
 
-// The device's number is closed in some way and given to a file of the program's own.
+// The device's number is closed somehow and given to a file of the program's own.
 void reuseNumbers(const std::string& own) {
     constexpr const char* kDeviceFile = "/var/mcpd.conf";
     for (const char* way : {"function", "system call", "closefrom"}) {

@@ -69,7 +69,7 @@ int test_daemon::cycle(const std::string& mode, const std::string&) {
         if (closing) closeAllAndTakeNumbers();
         if (!provisionAndRemove(hal)) return 2;
         ++rounds;
-        usleep(closing ? 300000 : 20000);  // for those who look at what stands between two rounds
+        usleep(closing ? 300000 : 20000);  // for those who look at what is between two rounds
         if (!closing) continue;
         if (!ownAreOpen()) return 4;
         std::fprintf(stderr, "round %ld\n", rounds);

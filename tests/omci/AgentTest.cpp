@@ -138,7 +138,7 @@ TEST_F(AgentTest, ALinkThatGoesIsToldAndListed) {
     ASSERT_EQ(entries.size(), 1U);
     EXPECT_EQ(entries[0].entity, kPort);
     EXPECT_EQ(entries[0].bits[0], 0x80);
-    EXPECT_EQ(lines().back(), "-  alarm  PPTP Ethernet UNI 0x0101  alarms none, sequence 1");  // counted anew
+    EXPECT_EQ(lines().back(), "-  alarm  PPTP Ethernet UNI 0x0101  alarms none, sequence 1");  // counted again
     EXPECT_TRUE(ask<AlarmEntries>(MessageType::kGetAllAlarmsNext, kOnuDataKey, CommandNumber{1}).entries.empty());
     EXPECT_EQ(ask<CommandNumber>(MessageType::kGetAllAlarms, kOnuDataKey, Flags{0}).number, 0);
 }
@@ -210,7 +210,7 @@ TEST_F(AgentTest, CountersRunInIntervalsOfAQuarterOfAnHour) {
     agent.tick();
     EXPECT_EQ(counted(MessageType::kGet), (Counts{0, 7, 0}));
     EXPECT_EQ(counted(MessageType::kGetCurrentData), (Counts{1, 0, 0}));
-    device.gemPorts[0x0400] = {3, 250, 0, 0, 0, 0};  // the port was made anew in the meantime
+    device.gemPorts[0x0400] = {3, 250, 0, 0, 0, 0};  // the port was recreated in the meantime
     EXPECT_EQ(counted(MessageType::kGetCurrentData), (Counts{1, 3, 50}));
     clock.ms += 3 * kIntervalMs;  // nobody looked for three intervals: the last one is empty
     agent.tick();
@@ -266,7 +266,7 @@ TEST_F(AgentTest, AControlBlockSaysWhatIsCounted) {
         return std::pair(number32(answer.values, 0), number32(answer.values, 4));
     };
     EXPECT_EQ(frames(), std::pair(50U, 0U));
-    ASSERT_EQ(set1(pm, 2, hex("FFFF 000B 0101 8010 0000 0003 0000 0000")), Result::kSuccess);  // begin anew
+    ASSERT_EQ(set1(pm, 2, hex("FFFF 000B 0101 8010 0000 0003 0000 0000")), Result::kSuccess);  // start again
     EXPECT_EQ(frames(), std::pair(0U, 0U));
     EXPECT_EQ(number16(agent.mib().find(pm)->bytes(2), 6), 0x0010);
 }

@@ -84,7 +84,7 @@ TEST_F(LockTest, ThresholdsOfALockedPortRaiseNothingUntilItIsUnlocked) {
     EXPECT_EQ(told(MessageType::kAlarm), 2U);
 }
 
-// Where nobody tells the port's state but by portChanged(), the last one told counts.
+// Where nobody tells the port's state but by portChanged(), the last one reported counts.
 TEST_F(LockTest, APortWhoseStateIsOnlyPushedHasItsAlarmWhenItIsUnlocked) {
     device.ports.clear();
     agent.portChanged(kPort.instance, {false, 0});

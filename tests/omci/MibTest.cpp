@@ -1,4 +1,4 @@
-// The MIB as the OLT sees it: what stands, what messages do to it, how it is uploaded.
+// The MIB as the OLT sees it: what exists, what messages do to it, how it is uploaded.
 #include <gtest/gtest.h>
 
 #include <set>
@@ -170,7 +170,7 @@ TEST_F(MibTest, AFullTaggingTableRefusesTheNextRow) {
     }
 }
 
-// What each table's rows do; the rows that stand after each step.
+// What each table's rows do; the rows that exist after each step.
 TEST_F(MibTest, RowsOfTablesSayWhatBecomesOfThem) {
     const EntityKey profile{class_id::kMulticastProfile, 3};
     const EntityKey group{class_id::kMulticastInterworking, 4};

@@ -45,7 +45,7 @@ struct Reported {
     bool done = false;
 };
 
-// The device without what a rule or a device that was made again has anew: numbers that count up, counters, addresses
+// The device without what a rule or a device that was recreated has new: numbers that count up, counters, addresses
 // that a bridge has learned; and without the frames of the HAL's own, which an operation that is made again sends
 // again.
 json leveled(json value) {

@@ -11,7 +11,7 @@ namespace fault_sweep {
 
 namespace {
 
-// A management host's pop rule stands on the bridge's PON device but is recorded under the bridge's name.
+// A management host's pop rule is on the bridge's PON device but is recorded under the bridge's name.
 std::string tableDevice(const std::string& recordedUnder, const std::set<RulePlace>& onDevice, const RulePlace& rule) {
     if (recordedUnder.rfind("br", 0) != 0 || onDevice.count(rule) != 0) return recordedUnder;
     const RulePlace onPon{"gpon" + recordedUnder.substr(2), rule.direction, rule.tags, rule.id};

@@ -1,4 +1,4 @@
-// vorn-soak: a scenario and its way back, thousands of times in one process, and what that costs in memory and
+// vorn-soak: a scenario and its removal, thousands of times in one process, and what that costs in memory and
 // descriptors.
 #include <fcntl.h>
 #include <malloc.h>

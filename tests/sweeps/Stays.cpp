@@ -18,7 +18,7 @@ enum class Kind {
 // Without a fault: what is never taken back.
 struct Stand {
     std::regex line;
-    const char* operation;  // that a scenario has where the line stands, "" for any
+    const char* operation;  // that a scenario has where the line is, "" for any
     Kind kind;
     const char* why;
 };
@@ -73,7 +73,7 @@ struct Difference {
 };
 
 constexpr const char* kVeip = "vorn_omci_hal_veip_createRules";
-// The calls that make the VEIP and what it stands on.
+// The calls that make the VEIP and what it depends on.
 constexpr const char* kMakesVeip =
     "vlanCtl_(init|setIfSuffix|setRealDevMode)\\(.*|vlanCtl_createVlanInterface\\(\"gpon0\", .*|"
     "vlanCtl_createVlanInterfaceByName\\((\"gpondef\", \"gpon0\"|\"gpon0\\.0\", \"veip0\").*|"

@@ -1,4 +1,4 @@
-// What the contract lets stand on the device after a service has been taken down, or keeps from being made again. Every
+// What the contract lets stay on the device after a service has been taken down, or keeps from being made again. Every
 // row is as narrow as its reason, so that anything else that stays is a finding.
 #ifndef FAULT_SWEEP_STAYS_H
 #define FAULT_SWEEP_STAYS_H
@@ -29,8 +29,8 @@ struct Circumstances {
 
 // Lines are those of the state text, but for bridges, which have a line for each thing: "bridge br0 up",
 // "bridge br0 stp off forward-delay 0", "bridge br0 port sid0". Three kinds are added: "leave br3 sid0.3", a leave that
-// was left out, "record sid0 rx 1", a rule that stands in the engine's map alone, and "unrecorded sid0 rx 1", one that
-// stands on the device alone.
+// was left out, "record sid0 rx 1", a rule that is in the engine's map alone, and "unrecorded sid0 rx 1", one that
+// is on the device alone.
 
 // Makes the tables' patterns, which takes as long as a short run: once, before the runs are forked off.
 void compileStays();
@@ -38,7 +38,7 @@ void compileStays();
 // Why the contract has a line stand, or be missing, without any fault.
 std::optional<std::string> whyItStands(const std::string& line, const Circumstances& now, bool missing);
 
-// Of what stands without a fault: a service that was refused has less of it.
+// Of what exists without a fault: a service that was refused has less of it.
 bool mayBeLess(const std::string& line);
 
 // Why the contract has a line be otherwise than in a run without a fault after these calls have failed. again: when the

@@ -1,4 +1,4 @@
-// A scenario's way back: for every provisioning call the removal that a daemon makes with the same record.
+// A scenario's removal: for every provisioning call the removal that a daemon makes with the same record.
 #ifndef FAULT_SWEEP_TAKE_DOWN_H
 #define FAULT_SWEEP_TAKE_DOWN_H
 

@@ -185,7 +185,7 @@ private:
             findings_.endOfOperation = calls;
     }
 
-    // The state as text, which is made anew only when a step can have changed it: frames, and expectations, which are
+    // The state as text, which is made again only when a step can have changed it: frames, and expectations, which are
     // most of many scenarios, call nothing on the device.
     const std::string& stateAfter(const vorn_onu::Step& step) {
         const std::uint64_t calls = onu_.callCount();
@@ -303,7 +303,7 @@ private:
             explain("left out: ", How::Less, line);
     }
 
-    // As many rules as the device has refused to remove from the table may stand there, and no more.
+    // As many rules as the device has refused to remove from the table may be there, and no more.
     bool isRefusedRule(const std::string& line) {
         const std::size_t stands = static_cast<std::size_t>(std::count_if(
             leftOvers_.begin(), leftOvers_.end(), [&](const std::string& other) { return sameTable(line, other); }));

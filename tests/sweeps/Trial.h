@@ -24,7 +24,7 @@ struct Measure {
     std::vector<std::string> leavesLeftOut;  // see Leaving.h
 };
 
-// A scenario with its way back.
+// A scenario with its removal.
 struct Subject {
     std::string file;
     vorn_onu::Scenario scenario;

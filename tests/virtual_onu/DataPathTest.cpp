@@ -410,7 +410,7 @@ TEST_F(DataPath, AFrameHasTheBytesThatItWouldHaveOnTheWire) {
               (std::vector<int>{0x62, 0x80, 58}));
 }
 
-// The compiled tables against a walk down the list of rules, written anew here.
+// The compiled tables against a walk down the list of rules, written independently here.
 TEST_F(DataPath, AmongManyRulesTheFirstOneThatFitsIsTaken) {
     struct Wanted {
         int vid, pbits, inner;  // -1: whatever it is

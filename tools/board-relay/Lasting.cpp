@@ -1,5 +1,5 @@
 // The thread of the relay goes on while the program is on its way out and destroys what is static. So what is static in
-// this library is never destroyed: it registers with this function, which stands before the C library's for this
+// this library is never destroyed: it registers with this function, which interposes the C library's for this
 // library alone.
 extern "C" {
 

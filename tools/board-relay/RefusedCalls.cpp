@@ -1,4 +1,4 @@
-// Call steps where a program owns the HAL: known by name, so that steps are told apart, and refused.
+// Call steps where a program owns the HAL: known by name, so that steps are distinguished, and refused.
 #include <nlohmann/json.hpp>
 
 #include "running/scenario/Scenario.h"

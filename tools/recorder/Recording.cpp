@@ -144,7 +144,7 @@ void Recording::write() {
     if (next < size_) text.append(static_cast<std::size_t>(size_ - next), ' ');
     if (!file.write(text, settled_) || !file.cut(next)) {
         stop(std::strerror(errno));
-        const std::string end(kEnd);  // there is room for it: an end stood there before
+        const std::string end(kEnd);  // there is room for it: an end was there before
         if (file.write(end, settled_) && file.cut(settled_ + static_cast<off_t>(end.size()))) calls_.clear();
         return;
     }

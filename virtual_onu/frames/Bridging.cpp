@@ -1,4 +1,4 @@
-// A walk's way through a bridge, as the kernel forwards: what is learned, who gets a copy, what is not forwarded.
+// A walk's path through a bridge, as the kernel forwards: what is learned, who gets a copy, what is not forwarded.
 #include <algorithm>
 
 #include "frames/Walker.h"

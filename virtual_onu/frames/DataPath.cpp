@@ -19,7 +19,7 @@ BridgeMemory& memory() {
     return deviceMemory();
 }
 
-// The plan of the device as it stands, made anew when something has changed. What the host's kernel does to devices is
+// The plan of the device as it is, recreated when something has changed. What the host's kernel does to devices is
 // not seen, so that there it is made for every frame.
 const std::shared_ptr<const Plan>& currentPlan() {
     static auto& plan = *new std::shared_ptr<const Plan>;

@@ -32,7 +32,7 @@ struct PlanPort {
 struct PlanBridge {
     std::vector<PlanPort> ports;    // in the order of joining
     std::vector<Mac> ownAddresses;  // of the bridge, its ports and the devices on it
-    bool carriesDevice = false;     // an IP host stands on it
+    bool carriesDevice = false;     // an IP host is on it
     bool stp = false;
     bool snooping = true;
     std::uint64_t ageingMs = 0;
@@ -46,7 +46,7 @@ struct PlanDevice {
     std::string blocked;
     std::string noEntry, noExit;
     bool isBridge = false, routed = false;
-    bool endpoint = false;  // somebody stands behind it rather than a bridge: the gateway or the IP host
+    bool endpoint = false;  // somebody is behind it rather than a bridge: the gateway or the IP host
     DeviceId master = kNoDevice, realDevice = kNoDevice;
     std::size_t mtu = 0;
     // By direction and number of tags of the frame; null where the device has no table for it.
@@ -74,7 +74,7 @@ struct PlanGemPort {
 class Plan {
 public:
     enum class Counting { On, Off };
-    // Of the device as it stands. With the device lock held. Counting plans point into it and are good until it
+    // Of the device as it is. With the device lock held. Counting plans point into it and are good until it
     // changes.
     explicit Plan(Counting counting);
 

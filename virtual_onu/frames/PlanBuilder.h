@@ -1,4 +1,4 @@
-// Makes a plan of the device as it stands.
+// Makes a plan of the device as it is.
 #ifndef VIRTUAL_ONU_PLAN_BUILDER_H
 #define VIRTUAL_ONU_PLAN_BUILDER_H
 

@@ -133,7 +133,7 @@ void Walker::receive(DeviceId id, Copy copy) {
     receive(next, copy);
 }
 
-// The frame belongs to this device itself: what stands behind it, its bridge, or its flows.
+// The frame belongs to this device itself: what is behind it, its bridge, or its flows.
 void Walker::deliver(DeviceId id, const Copy& copy) {
     const PlanDevice& device = plan_.device(id);
     if (device.endpoint || device.isBridge) return leave(id, copy);

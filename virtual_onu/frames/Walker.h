@@ -29,7 +29,7 @@ public:
 
 private:
     using Way = network::Way;
-    // One copy of the frame on its way through the device.
+    // One copy of the frame on its path through the device.
     struct Copy {
         Packet packet;
         Marks marks;

@@ -32,7 +32,7 @@ struct Origin {
 };
 
 struct State {
-    std::set<std::string> before;        // devices that stood when the mode was entered
+    std::set<std::string> before;        // devices that existed when the mode was entered
     std::map<std::string, Origin> made;  // by name
 };
 
@@ -287,7 +287,7 @@ int runIp(const std::string& command) {
     return runIpBatch(command + "\n") ? 0 : EINVAL;
 }
 
-// ---- what stands in the kernel ----
+// ---- what is in the kernel ----
 
 namespace {
 

@@ -21,7 +21,7 @@ namespace {
 
 using MacBytes = std::array<unsigned char, 6>;
 
-// Where the fields stand in the NVRAM record. A text that fills its field is not terminated, as in the real record.
+// Where the fields are in the NVRAM record. A text that fills its field is not terminated, as in the real record.
 constexpr std::size_t kNvramPartNumber = 260;
 constexpr std::size_t kNvramMac = 288;
 constexpr std::size_t kNvramSerialNumber = 300;

@@ -10,7 +10,7 @@ namespace {
 
 using Kind = RuleTerm::Kind;
 
-// How a term reads: the field, whether its name carries the tag index, and what stands on the right.
+// How a term reads: the field, whether its name carries the tag index, and what is on the right.
 enum class Right { Device, Decimal, Type, SameFieldOfTag, Dscp, None };
 struct TermForm {
     Kind kind;

@@ -38,7 +38,7 @@ struct Installed {
     std::vector<std::pair<std::string, std::string>> flows;
     std::map<std::string, int> realDeviceModes;
     OutOfRangeFilters outOfRange = OutOfRangeFilters::NeverMatch;
-    // By rule id, where it stands; a rule that was put in front of its table stands before all with lower ids.
+    // By rule id, where it is; a rule that was put in front of its table comes before all with lower ids.
     struct Place {
         TableKey table;
         bool front;

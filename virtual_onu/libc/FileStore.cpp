@@ -55,7 +55,7 @@ State& state() {
 }
 
 // What follows in the path behind a name that it begins with: its end or a slash. Null when it does not begin so.
-// Slashes that stand several times count as one.
+// Slashes that occur several times count as one.
 const char* behind(const char* path, const char* name) {
     for (; *name != '\0'; ++name, ++path) {
         if (*path != *name) return nullptr;

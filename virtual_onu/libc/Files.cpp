@@ -133,7 +133,7 @@ int openKernelFile(const std::string& path, int flags) {
         return fd < 0 ? fd : descriptors::adopt(fd, Kind::File, path);
     }
     if (!sysfs::writable(path)) return -EACCES;
-    // What stands in the file is in the way of telling what the program writes to it.
+    // What is in the file is in the way of telling what the program writes to it.
     const std::string text = (flags & O_ACCMODE) == O_WRONLY ? "" : *content;
     const int fd = memoryWith(text, flags, 0644);
     if (fd < 0) return fd;

@@ -1,4 +1,4 @@
-// The board file as lines on the disk. It is written anew under another name, which then becomes its own, and otherwise
+// The board file as lines on the disk. It is rewritten under another name, which then becomes its own, and otherwise
 // only grows: whoever is killed leaves whole lines and at most a torn one behind them.
 #ifndef VIRTUAL_ONU_BOARD_FILE_H
 #define VIRTUAL_ONU_BOARD_FILE_H

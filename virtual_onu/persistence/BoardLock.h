@@ -31,7 +31,7 @@ public:
     bool takeTurn();
     void giveTurn();
 
-    // Of the board file, for who has the turn: how long it is, and how often it has been written anew.
+    // Of the board file, for who has the turn: how long it is, and how often it has been rewritten.
     std::atomic<std::uint64_t>& size() { return page_->size; }
     std::atomic<std::uint64_t>& edition() { return page_->edition; }
 

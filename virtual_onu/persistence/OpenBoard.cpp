@@ -23,7 +23,7 @@ std::atomic<bool> open{false};
 
 namespace {
 
-// The file is written anew when it has grown so far beyond what it held then.
+// The file is rewritten when it has grown so far beyond what it held then.
 constexpr std::uint64_t kGrowth = 4;
 constexpr std::uint64_t kLeastGrowth = std::uint64_t{1} << 20U;  // bytes
 

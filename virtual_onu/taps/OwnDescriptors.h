@@ -1,5 +1,5 @@
 // The kernel's calls for a thread that may have a table of descriptors of its own. Past the C library: a sanitizer that
-// stands before its functions knows one table only, and would take a number there for the program's descriptor of that
+// interposes its functions knows one table only, and would take a number there for the program's descriptor of that
 // number. Results and errno as those of the functions.
 #ifndef VIRTUAL_ONU_OWN_DESCRIPTORS_H
 #define VIRTUAL_ONU_OWN_DESCRIPTORS_H
@@ -39,7 +39,7 @@ inline ssize_t receiveMessage(int descriptor, msghdr* message, int flags) {
 }
 // From its beginning, shared with others.
 inline void* map(int descriptor, std::size_t size) {
-#ifdef SYS_mmap2  // of 32 bits; where SYS_mmap stands beside it, that one takes its arguments otherwise
+#ifdef SYS_mmap2  // of 32 bits; where SYS_mmap is beside it, that one takes its arguments otherwise
     constexpr long kCall = SYS_mmap2;
 #else
     constexpr long kCall = SYS_mmap;

@@ -181,7 +181,7 @@ void Pump::carryOne(std::size_t place, std::size_t number) {
     if (!traversal_.drops.empty()) entry.lastDrop.set(traversal_.drops.back().reason);
 }
 
-// The place of the TAP that stands where the frame leaves, -1 for none.
+// The place of the TAP that is where the frame leaves, -1 for none.
 int Pump::tapOf(const datapath::Plan& plan, const datapath::Traversal::Exit& exit) const {
     if (exit.runner != nullptr) return -1;
     const auto found = std::find_if(entrances_.begin(), entrances_.end(), [&](const datapath::Entrance& one) {

@@ -55,7 +55,7 @@ private:
     std::vector<Copy> copies_;
     datapath::WireHeader header_;
     datapath::Traversal traversal_;
-    std::vector<bool> linkShown_;  // what the board's port was told last
+    std::vector<bool> linkShown_;  // the state last set at the board's port
     std::uint64_t resets_ = 0;
     Clock::time_point clock_ = Clock::now(), second_ = Clock::now();
     std::uint64_t passed_ = 0, passedBefore_ = 0;

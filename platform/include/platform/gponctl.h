@@ -48,7 +48,7 @@ typedef struct {
     uint32_t reserved;
     uint16_t gemIndex;
     uint16_t gemPortId;
-    uint32_t counter[10];  // counter[i] stands at byte 8 + 4 i
+    uint32_t counter[10];  // counter[i] is at byte 8 + 4 i
 } GponCtlGemPortCounters;
 
 typedef struct {

@@ -1,5 +1,5 @@
 // The optical module's character device "/dev/laser_dev": receive level, transmit level, I2C dump. Reached through
-// open, ioctl and close; its requests stand in kit_numbers.h.
+// open, ioctl and close; its requests are in kit_numbers.h.
 #ifndef PLATFORM_LASER_DEV_H
 #define PLATFORM_LASER_DEV_H
 

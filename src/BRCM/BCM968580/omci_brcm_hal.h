@@ -94,7 +94,7 @@ public:
 
     EtherSwitchBcm380* engine = nullptr;  // set by the factory and owned, although it is the process's only one
 
-    static std::string ipHostMac;  // empty until the board has told
+    static std::string ipHostMac;  // empty until the board has answered
     static std::string subHostMac;
     // Last seen EthernetLinkStatus of the 10G and the 1G link. The monitor thread's own.
     static std::int32_t operStatus;

@@ -1,4 +1,4 @@
-// The way from the OLT to an ONU.
+// The line from the OLT to an ONU.
 #ifndef TESTS_OMCI_OLT_LINE_H
 #define TESTS_OMCI_OLT_LINE_H
 

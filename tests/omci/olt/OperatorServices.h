@@ -1,4 +1,4 @@
-// Services as operators provision them, in the order of their messages. They can stand side by side: each has entities,
+// Services as operators provision them, in the order of their messages. They can exist side by side: each has entities,
 // T-CONTs and VLANs of its own.
 #ifndef TESTS_OMCI_OLT_OPERATOR_SERVICES_H
 #define TESTS_OMCI_OLT_OPERATOR_SERVICES_H

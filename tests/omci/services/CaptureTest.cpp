@@ -54,7 +54,7 @@ TEST_P(Capture, PlaysIntoAServiceThatPassesItsFramesAndNoOthers) {
     EXPECT_EQ(wrong, "end");
 }
 
-// Write them anew with VORN_WRITE_CAPTURES=1 in the environment of this test.
+// Rewrite them with VORN_WRITE_CAPTURES=1 in the environment of this test.
 TEST_P(Capture, IsWhatTheOltSends) {
     const bool anew = std::getenv("VORN_WRITE_CAPTURES") != nullptr;
     const std::string path = anew ? capturePath(GetParam()) : ::testing::TempDir() + GetParam() + ".pcap";

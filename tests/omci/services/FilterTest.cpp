@@ -84,11 +84,11 @@ bool passes(const char* operation, const Frame& frame, bool isUp) {
     const VlanTag& tag = frame.tags.front();
     const bool match = std::any_of(std::begin(kList), std::end(kList), [&](const Tci& tci) {
         if (operation[1] == 'p') return tag.pbits == tci.pbits;
-        // Told as a problem: the HAL compares the VID alone on the way down.
+        // Reported as a problem: the HAL compares the VID alone downstream.
         const bool priority = operation[1] == 'v' || !isUp || tag.pbits == tci.pbits;
         return tag.vid == tci.vid && priority;
     });
-    // Told as a problem: frames of these VIDs and TCIs are not dropped.
+    // Reported as a problem: frames of these VIDs and TCIs are not dropped.
     if (operation[0] == 'g' && operation[1] != 'p') return true;
     return match == (operation[0] == 'h');
 }

@@ -4,7 +4,7 @@
 
 #include <string>
 
-// Sends the frames of scenarios/omci/<name>.frames.json through the device as it stands. The text says what was not as
+// Sends the frames of scenarios/omci/<name>.frames.json through the device as it is. The text says what was not as
 // expected, "" when everything was.
 std::string wrongFrames(const std::string& name);
 

@@ -50,7 +50,7 @@ std::string standing(const nlohmann::json& state) {
     return text;
 }
 
-// What stands when the OLT has sent these and the ONU has ended; what went wrong in front of it.
+// What exists when the OLT has sent these and the ONU has ended; what went wrong in front of it.
 std::string afterSending(const olt::Requests& requests, bool takenDown = false) {
     SocketLine line;
     olt::Olt olt(line);

@@ -42,7 +42,7 @@ std::vector<std::string> comparableState() {
         // The default actions under a management host are set when its device is made, and the device outlives its
         // bridge.
         if (beginsWith(line, "default br")) continue;
-        // A default action that drops goes to no device, but the last service's name stands there.
+        // A default action that drops goes to no device, but the last service's name is there.
         if (beginsWith(line, "default gpondef rx")) line.resize(line.rfind(' '));
         if (beginsWith(line, "gem ")) replaceNumbers(line, " index ", nothing);
         replaceNumbers(line, "gem=", ids);

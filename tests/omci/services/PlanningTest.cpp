@@ -114,7 +114,7 @@ TEST_F(Planning, ANewRowOnALivePortTouchesNoOtherRow) {
 
 TEST_F(Planning, ARowThatMustBeTriedFirstComesInFrontOfWhatItOverlaps) {
     provision(olt::internet());
-    // Any VLAN, then one of them: the wide row is taken back and made anew behind it.
+    // Any VLAN, then one of them: the wide row is taken back and recreated behind it.
     ASSERT_EQ(olt.send(row("F8000000 88000000 400F0000 00000A0C")), Result::kSuccess);
     onu.calls.clear();
     ASSERT_EQ(olt.send(row("F8000000 80A00000 400F0000 0008190C")), Result::kSuccess);
@@ -184,7 +184,7 @@ TEST_F(Planning, WhatIsAcceptedWithoutEffectIsToldWithTheEntityThatAskedForIt) {
             return problem.entity == one.entity && problem.reason.find(one.words) != std::string::npos;
         })) << one.what;
     }
-    // Told as long as it is so.
+    // Reported as long as it is so.
     ASSERT_EQ(olt.send(olt::erase({class_id::kBridgePort, 0x1177})), Result::kSuccess);
     ASSERT_EQ(olt.send(olt::set(protocols.classId, protocols.instance, {{4, 0}})), Result::kSuccess);
     for (const auto& problem : onu.services.problems()) {

@@ -15,7 +15,7 @@ protected:
         onu().addDevice("veip0");
         count("veip0", 1);
     }
-    // Counter number n stands at n times factor; the kernel's come first, in the order of kKeys, then the split's six.
+    // Counter number n is at n times factor; the kernel's come first, in the order of kKeys, then the split's six.
     static void count(const char* device, std::uint64_t factor) {
         std::uint64_t n = 0;
         for (const char* key : kKeys) onu().setStatistic(device, key, ++n * factor);
@@ -141,7 +141,7 @@ TEST_F(Counters, OfAnIntervalStartFromItsBeginning) {
         << "the driver's counters were set to 0: what there was, and what there is now";
 }
 
-// A VEIP service makes veip0 anew, at any time of an interval and more than once.
+// A VEIP service recreates veip0, at any time of an interval and more than once.
 TEST_F(Counters, OfAnIntervalGoOnWhenTheDeviceIsMadeAnew) {
     EthernetPmRecord record{};
     count("veip0", 6);

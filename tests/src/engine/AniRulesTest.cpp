@@ -1,4 +1,4 @@
-// ANI-side tag rules: what stands on the device after a bridge service has been provisioned.
+// ANI-side tag rules: what is on the device after a bridge service has been provisioned.
 #include <array>
 #include <cstring>
 #include <tuple>

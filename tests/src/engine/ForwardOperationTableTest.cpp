@@ -11,7 +11,7 @@
 
 namespace {
 
-// One row, told of frames: "pass", "drop" or "default" (passed on, but to no GEM port).
+// One row, in terms of frames: "pass", "drop" or "default" (passed on, but to no GEM port).
 struct ForwardRow {
     std::string untagged, tagged, listed, compared, downstream;
 };
@@ -96,7 +96,7 @@ TEST_P(ForwardOperationTable, SaysWhatBecomesOfFrames) {
                                                 : row.compared == "TCI"    ? vid && (pbits || !upstream)
                                                                            : false);
             std::string expected = !sent.tagged ? row.untagged : listed ? row.listed : row.tagged;
-            // The default rule stands in front of the rules that drop, and comes in from any GEM port.
+            // The default rule is in front of the rules that drop, and comes in from any GEM port.
             if (expected == "drop" && listed && row.tagged == "default") expected = "default";
             if (!upstream && (row.downstream == "all pass" || expected == "default")) expected = "pass";
 

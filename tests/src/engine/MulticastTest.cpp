@@ -29,7 +29,7 @@ struct MulticastCase {
 
 class Multicast : public AniService {
 protected:
-    // The VEIP and the device under it stand before a multicast service comes.
+    // The VEIP and the device under it exist before a multicast service comes.
     void SetUp() override {
         AniService::SetUp();
         onu().addDevice("gpon0.0");
@@ -102,7 +102,7 @@ class MulticastRow : public Multicast, public ::testing::WithParamInterface<Mult
 TEST_P(MulticastRow, BecomesOneUpstreamRuleAndItsInverse) {
     const MulticastCase& row = GetParam();
     configure(multicast(row));
-    // The allow-all rules of the VEIP stand behind the row's.
+    // The allow-all rules of the VEIP are behind the row's.
     ASSERT_FALSE(onu().ruleTexts("gpon0.0", kReceive, row.filterTags).empty());
     EXPECT_EQ(onu().ruleTexts("gpon0.0", kReceive, row.filterTags).front(), row.upstream);
     ASSERT_FALSE(onu().ruleTexts("gpon0.0", kTransmit, row.table).empty());

@@ -183,7 +183,7 @@ protected:
         ASSERT_TRUE(engine().configureAniTagRules(&service));
     }
 
-    // Where the frame's way ends, when it does not come back as it was.
+    // Where the frame's path ends, when it does not come back as it was.
     static std::string roundTrip(const Frame& sent) {
         onu().forgetLearned();
         const auto up = onu().sendFromPort("sid0", sent);

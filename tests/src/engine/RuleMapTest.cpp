@@ -1,4 +1,4 @@
-// The bookkeeping of installed rules, against the rules that really stand in the tables.
+// The bookkeeping of installed rules, against the rules that really are in the tables.
 #include "kit/Rules.h"
 #include "support/OnuFixture.h"
 

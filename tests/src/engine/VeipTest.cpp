@@ -36,7 +36,7 @@ protected:
         return engine().gpon_deleteRules(gemPort, kBridge, 0, entries, tci(list), kFilterModel);
     }
 
-    // What the gateway has been told since the last call: one line a message.
+    // What the gateway has been sent since the last call: one line a message.
     std::vector<std::string> told() {
         std::vector<std::string> lines;
         const auto sent = onu().sentMessages();

@@ -72,7 +72,7 @@ TEST_F(Difference, ChangeOfOneRowAsksForTheRulesOfThatRow) {
     EXPECT_EQ(change(), Count(0, 0));
 }
 
-// A row that must stand behind others comes with copies of what must stand behind it: the rule for the rest.
+// A row that must come behind others comes with copies of what must come behind it: the rule for the rest.
 TEST_F(Difference, RowForTheRestTakesWhatStandsBehindItAlong) {
     g988::TaggingRow any = translation(0, 900);
     any.innerFilter.vid = g988::filter_code::kAnyVid;

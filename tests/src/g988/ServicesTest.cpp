@@ -156,7 +156,7 @@ TEST_F(ServicesTest, MulticastGoesToItsBridgeAlone) {
     EXPECT_EQ(down(1002, tagged(900)), "sid0: VID 30 p0, IPv4");
     EXPECT_EQ(down(1002, tagged(321)), "");
     EXPECT_EQ(down(1000, tagged(900)), "");
-    EXPECT_EQ(up(tagged(30)), "");  // the way up is another PON port's
+    EXPECT_EQ(up(tagged(30)), "");  // the upstream direction is another PON port's
 }
 
 // ---- what is refused ----

@@ -180,7 +180,7 @@ void useBridges(int) {
     EXPECT_EQ(br_shutdown(), 0);
 }
 
-// Services that the gateway is told of beside those of the provisioning thread.
+// Services that the gateway is notified of beside those of the provisioning thread.
 void announce(int turn) {
     OMCI_SERVICE_MAP_ENTRY service{};
     service.vlanId = 1000 + turn % 7;

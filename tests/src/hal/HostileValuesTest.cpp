@@ -1,5 +1,5 @@
 // Records with every field at its limits, names and texts as long as they get. Meant for the address sanitizer, but
-// what stands on the device afterwards is checked as well.
+// what is on the device afterwards is checked as well.
 #include <algorithm>
 #include <cstring>
 #include <memory>

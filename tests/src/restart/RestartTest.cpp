@@ -116,7 +116,7 @@ TEST_F(Restart, WhatTheDeviceNoLongerHasIsForgottenAndWhatItHasTooMuchIsNamed) {
         EXPECT_TRUE(saidThat(line)) << line;
     EXPECT_EQ(said().size(), 9U) << ::testing::PrintToString(said());
 
-    // It provisions again what was lost, and nothing stands twice.
+    // It provisions again what was lost, and nothing occurs twice.
     make(second, 0, 2);
     make(second, 4, 5);
     EXPECT_TRUE(onu().gemPort(kGemPort)->enabled);

@@ -13,7 +13,7 @@
 #include "tools/page/Http.h"
 #include "tools/vorn-onu/RunProgram.h"
 
-// The internet service of the scenario of this name stands on it, before it is taken back.
+// The internet service of the scenario of this name is on it, before it is taken back.
 class ServedBoard : public ::testing::Test {
 protected:
     void SetUp() override {

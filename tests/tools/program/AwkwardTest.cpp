@@ -117,7 +117,7 @@ class Loader : public ::testing::Test {
 protected:
     ProgramResult load(const std::vector<std::string>& options, const std::string& how) {
         std::vector<std::string> words = {kTool, "exec", "--json", state_};
-        // A sanitizer's runtime stands before dlopen, and the linker takes it for the one that asks.
+        // A sanitizer's runtime interposes dlopen, and the linker takes it for the one that asks.
         if (std::string(VORN_SANITIZERS) != "")
             words.insert(words.begin(), {"/usr/bin/env", "LD_LIBRARY_PATH=" HAL_FOLDER});
         words.insert(words.end(), options.begin(), options.end());

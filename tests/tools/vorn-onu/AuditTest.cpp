@@ -45,7 +45,7 @@ TEST(AuditModel, RowsActByTheirOrderAndTheInverseGivesBackWhatWasCopied) {
     EXPECT_EQ(upAndDown(table, tagged({{0x8100, 5, false, 100}})), "VID 322 p5, IPv4 / VID 100 p5, IPv4");
     EXPECT_EQ(upAndDown(table, tagged({{0x8100, 6, false, 7}})),
               "VID 900 p6 TPID 0x88a8, VID 7 p6, IPv4 / VID 7 p6, IPv4");
-    TaggingRow both;  // each tag is written anew from the one in its place
+    TaggingRow both;  // each tag is written again from the one in its place
     both.outerFilter = both.innerFilter = {8, 4096, 0};
     both.tagsToRemove = 2;
     both.outerTreatment = {9, 500, 4};
@@ -118,7 +118,7 @@ TEST(Audit, FindsNothingWhereBothAgree) {
 }
 
 TEST(Audit, FindsPlantedDifferencesWithTheRowOrFilterThatDecides) {
-    json again = plainService();  // an untagged row that is deleted and added again has no way up
+    json again = plainService();  // an untagged row that is deleted and added again has no upstream path
     again["steps"].push_back({{"call", "filter_flow_add"}, {"record", "deletion"}});
     again["steps"].push_back({{"call", "filter_flow_add"}, {"record", "untagged"}});
     json open = plainService();  // a negative list, under which everything comes down

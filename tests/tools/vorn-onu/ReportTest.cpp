@@ -250,7 +250,7 @@ std::string faultsOf(const std::string& page) {
             if (inside.compare(equals, 2, "=\"") != 0 &&
                 std::count(inside.begin(), inside.begin() + static_cast<long>(equals), '"') % 2 == 0)
                 return "an attribute without quotes: " + inside;
-        if (name == "style") at = page.find("</style>", at) - 1;  // what stands in it is no element
+        if (name == "style") at = page.find("</style>", at) - 1;  // what is in it is no element
         if (name == "meta" || name[0] == '!' || inside.back() == '/') continue;
         if (inside[0] != '/') {
             open.push_back(name);

@@ -1,4 +1,4 @@
-// Scenarios in which the HAL's process ends and begins anew.
+// Scenarios in which the HAL's process ends and starts again.
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -28,7 +28,7 @@ json scenarioOf(json steps) {
             {"steps", std::move(steps)}};
 }
 
-// What there is to go on across the parts: the device, a frame's way, marks, faults, numbers of calls, messages,
+// What there is to go on across the parts: the device, a frame's path, marks, faults, numbers of calls, messages,
 // commands, files, the clock.
 json everythingGoesOn(const std::string& how) {
     return scenarioOf({

@@ -1,4 +1,5 @@
-// vorn-onu send: that it agrees with the frame step, both ways, captures, and what a protocol analyser says of frames.
+// vorn-onu send: that it agrees with the frame step, both directions, captures, and what a protocol analyser says of
+// frames.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
@@ -113,7 +114,7 @@ TEST(Send, SaysWhyABridgeSendsAGroupToOnePortOnly) {
         << run.output;
 }
 
-// ---- both ways ----
+// ---- both directions ----
 
 TEST(Send, BothWaysTellsWhetherAFrameComesBackAsItWent) {
     const struct {

@@ -1,4 +1,4 @@
-// How a run looks in a window: nothing is cut, nothing is too wide, and fields are told in words.
+// How a run looks in a window: nothing is cut, nothing is too wide, and fields are reported in words.
 #include <gtest/gtest.h>
 
 #include <filesystem>

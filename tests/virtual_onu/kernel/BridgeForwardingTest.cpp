@@ -169,7 +169,7 @@ protected:
             outs.insert(exit.device.back() - '0');
         return outs;
     }
-    // Both ways at once; what differs is a failure.
+    // Both directions at once; what differs is a failure.
     std::set<int> both(int port, const Frame& frame) {
         const std::set<int> model = throughModel(port, frame);
         const std::set<int> kernel = kernel_->send(port, frame.bytes(), model);
@@ -245,7 +245,7 @@ TEST_F(BridgeForwarding, AddressesAgeAndPortsListenBeforeTheyForward) {
     const std::string unknown = "02:00:5e:10:00:0f";
     EXPECT_EQ(both(1, frame(other, unknown)).size(), 2u) << "forwarding";
 
-    // One port begins anew among others that forward.
+    // One port starts again among others that forward.
     ASSERT_TRUE(runOnHost("ip link set k2 down && ip link set k2 up"));
     for (const char* command : {"ifconfig v2 down", "ifconfig v2 up"}) ASSERT_EQ(std::system(command), 0) << command;
     EXPECT_EQ(both(0, frame(kStation, unknown)), std::set<int>{1}) << "listening";

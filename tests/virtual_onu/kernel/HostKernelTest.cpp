@@ -1,4 +1,4 @@
-// Host kernel mode: what the virtual ONU makes stands in a real kernel. Runs in a network namespace of its own and says
+// Host kernel mode: what the virtual ONU makes is in a real kernel. Runs in a network namespace of its own and says
 // why when there is none to be had.
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -67,7 +67,7 @@ audit::UniPort uniPortOf(const Mib& mib, const Piece& piece, unsigned bridge, co
     audit::UniPort port;
     port.bridges = {bridge};
     if (piece.rules == nullptr) {
-        port.table.downstreamMode = 1;  // a port without the operation passes everything both ways
+        port.table.downstreamMode = 1;  // a port without the operation passes everything in both directions
         return port;
     }
     port.table.clear();

@@ -1,4 +1,4 @@
-// What the OLT asks for, for the audit: rows, filters and mappers as they stand in the MIB, not as the HAL has them.
+// What the OLT asks for, for the audit: rows, filters and mappers as they are in the MIB, not as the HAL has them.
 #ifndef VORN_ONU_ASKED_OF_MIB_H
 #define VORN_ONU_ASKED_OF_MIB_H
 

@@ -20,7 +20,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int kRefreshMs = 500;
 constexpr std::chrono::milliseconds kBetweenCounters{1000};  // rates over less jump
-constexpr int kReplyMs = 15000;                              // a program that is stopped is told of after ten seconds
+constexpr int kReplyMs = 15000;                              // a program that is stopped is reported after ten seconds
 constexpr std::size_t kMaxCalls = 200;
 constexpr std::size_t kMaxFailed = 100;
 
@@ -54,7 +54,7 @@ private:
         const nlohmann::json reply = client_.ask({{"do", "trace"}, {"after", known_}, {"most", kMaxCalls}});
         const auto traced = reply.at("traced").get<std::uint64_t>();
         const auto process = reply.at("process").get<long>();
-        if (process != process_ || traced < known_) {  // another board, or one that began anew
+        if (process != process_ || traced < known_) {  // another board, or one that started again
             process_ = process;
             forget(traced);
             return lookAtDevice(0);

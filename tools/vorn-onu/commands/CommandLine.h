@@ -1,5 +1,5 @@
 // The command line of vorn-onu. Each command has a file for its options; --help and the manual page are made of the
-// words that stand there and nowhere else.
+// words that are there and nowhere else.
 #ifndef VORN_ONU_COMMAND_LINE_H
 #define VORN_ONU_COMMAND_LINE_H
 
@@ -45,7 +45,7 @@ public:
     ~CommandLine();
     CommandLine(const CommandLine&) = delete;
     CommandLine& operator=(const CommandLine&) = delete;
-    // Answers the exit code. What is wrong with the words is told on standard error.
+    // Answers the exit code. What is wrong with the words is reported on standard error.
     int run(int argc, const char* const* argv);
 
 private:
@@ -54,7 +54,7 @@ private:
     std::vector<Command> commands_;
 };
 
-// A command by its name, or null; and what is told of a name that there is not.
+// A command by its name, or null; and what is said of a name that there is not.
 const CLI::App* findCommand(const CLI::App& app, const std::string& name);
 std::string noSuchCommand(const CLI::App& app, const std::string& name);
 

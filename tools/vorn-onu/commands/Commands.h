@@ -50,7 +50,7 @@ struct SendCommand : TypedFrame {
     std::string scenario;
     std::string captureFile;    // frames to send instead of one
     std::string pcapFile;       // what left of them
-    std::size_t afterStep = 0;  // 0: the moment at which most stands on the device
+    std::size_t afterStep = 0;  // 0: the moment at which the device holds most
     bool json = false;
     int run() const;  // kHeld when a copy of the frame leaves the device, kNotHeld when it is dropped
 };
@@ -105,7 +105,7 @@ struct DiffCommand {
 // The device beside the standard.
 struct AuditCommand {
     std::string scenario;
-    std::size_t afterStep = 0;  // 0: the moment at which most stands on the device
+    std::size_t afterStep = 0;  // 0: the moment at which the device holds most
     bool strict = false;        // a difference is a failure
     bool json = false;
     int run() const;  // kNotHeld when something differs and strict is set

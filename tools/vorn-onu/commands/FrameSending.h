@@ -1,4 +1,4 @@
-// A frame that the user has typed, sent through the device as it stands, and back again.
+// A frame that the user has typed, sent through the device as it is, and back again.
 #ifndef VORN_ONU_FRAME_SENDING_H
 #define VORN_ONU_FRAME_SENDING_H
 

@@ -1,4 +1,4 @@
-// The file of a run that goes on: written anew by a thread of its own, so that whoever answers messages never waits.
+// The file of a run that goes on: rewritten by a thread of its own, so that whoever answers messages never waits.
 #ifndef VORN_ONU_STATE_WRITER_H
 #define VORN_ONU_STATE_WRITER_H
 
@@ -12,7 +12,7 @@ namespace vorn_onu {
 
 class StateWriter {
 public:
-    // Makes a text of what stood at the moment it was made. Called on the writer's thread.
+    // Makes a text of what was there at the moment it was made. Called on the writer's thread.
     using Text = std::function<std::string()>;
 
     explicit StateWriter(std::string path);  // "" writes nothing

@@ -1,4 +1,4 @@
-// What an OMCI agent asks of its ONU beside the HAL, told by the process's virtual ONU: links and counters.
+// What an OMCI agent asks of its ONU beside the HAL, reported by the process's virtual ONU: links and counters.
 #ifndef VORN_ONU_BOARD_DEVICE_H
 #define VORN_ONU_BOARD_DEVICE_H
 

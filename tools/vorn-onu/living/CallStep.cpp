@@ -83,7 +83,7 @@ Step asStep(const Json& callStep, std::size_t number) {
 std::string callWords(const Json& step) {
     Json fields = step;
     for (const char* key : {"call", "result", "numberOfEntries"}) fields.erase(key);
-    // What has no meaning in this record, whatever stands there.
+    // What has no meaning in this record, whatever is there.
     const bool noRow = fields.contains("hasTagRules") && fields["hasTagRules"] == false;
     const bool aniSide = fields.contains("gemPortId");
     static const std::set<std::string> kOfAnyRecord = {"addFlag", "hasTagRules", "bridgeId", "uniPort"};

@@ -11,7 +11,7 @@ namespace vorn_onu {
 
 namespace {
 
-constexpr std::size_t kMaxBytes = 2048;     // of one message, with what stands in front of it
+constexpr std::size_t kMaxBytes = 2048;     // of one message, with what is in front of it
 constexpr std::size_t kMaxWords = 4096;     // of a line
 constexpr std::size_t kMaxInDumpLine = 40;  // more than a tool puts in a line, less than a message
 constexpr std::size_t kFewBytes = 8;        // fewer digits are words that happen to look like some

@@ -33,8 +33,8 @@ bool waitFor(int descriptor, short event, int waitMs, Clock::time_point end) {
     }
 }
 
-// Past the functions of the C library that the virtual ONU stands before: a fault that a user has planned for the
-// program's sockets is none of ours. And past those that the thread sanitizer stands before, which takes a program that
+// Past the functions of the C library that the virtual ONU interposes: a fault that a user has planned for the
+// program's sockets is none of ours. And past those that the thread sanitizer interposes, which takes a program that
 // closes all descriptors for a race with whoever uses one; here that is looked out for.
 long receive(int descriptor, void* bytes, std::size_t size) {
     return syscall(SYS_recvfrom, descriptor, bytes, size, MSG_DONTWAIT, nullptr, nullptr);

@@ -53,7 +53,7 @@ public:
 
     omci::Agent& agent() { return agent_; }
     const omci::Mib& mib() { return agent_.mib(); }
-    // What services stand: in the order in which the pieces are made.
+    // What services exist: in the order in which the pieces are made.
     std::vector<const omci::services::Piece*> currentPieces() const { return services_.currentPieces(); }
     const RuleOrigins& origins() const { return origins_; }  // calls by their numbers
     // What was done before the first message, as steps of a scenario.

@@ -15,7 +15,7 @@ namespace vorn_onu {
 namespace {
 
 constexpr std::uint16_t kOmciEtherType = 0x88B5;
-constexpr std::size_t kMaxSkipped = 1000;  // told
+constexpr std::size_t kMaxSkipped = 1000;  // reported
 
 bool isCapture(const std::string& bytes) {
     if (bytes.size() < 4) return false;
@@ -80,7 +80,7 @@ MessageFile readCapture(const std::string& bytes, const std::string& path,
         const int result = pcap_next_ex(capture.get(), &header, &data);
         if (result == PCAP_ERROR_BREAK) return file;
         const std::string where = "packet " + std::to_string(place) + ": ";
-        if (result != 1) {  // what stands before the damage is good
+        if (result != 1) {  // what is before the damage is good
             file.skipped.push_back(where + "the capture is damaged: " + pcap_geterr(capture.get()));
             return file;
         }

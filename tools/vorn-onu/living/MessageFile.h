@@ -39,7 +39,7 @@ struct MessageFile {
 // Any bytes give messages or a FileProblem that names the path.
 //
 // Captures: Ethernet frames of type 0x88b5 with or without VLAN tags, the same in Linux cooked captures, and the user
-// link types, whose packets are messages. Text: a message a line, "#" begins a comment. What stands in front of the
+// link types, whose packets are messages. Text: a message a line, "#" begins a comment. What is in front of the
 // digits (times, directions, prefix words, offsets) and a column of characters behind a "|" are passed over; a dump
 // with an offset on each line may spread a message over several lines.
 //

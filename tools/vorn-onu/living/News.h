@@ -15,7 +15,7 @@
 
 namespace vorn_onu::living {
 
-// What one listener wants to hear of, and has been told so far.
+// What one listener wants to hear of, and has been sent so far.
 struct Listening {
     bool trace = false, changes = false, counters = false;
     std::chrono::milliseconds every{1000};  // counters
@@ -45,7 +45,7 @@ private:
     std::mutex mutex_;
     std::chrono::steady_clock::time_point looked_{}, counted_{};
     long process_ = 0;           // whose board it is
-    std::uint64_t boards_ = 0;   // so many times it was another one, or began anew
+    std::uint64_t boards_ = 0;   // so many times it was another one, or started again
     std::uint64_t traced_ = 0;   // entries of the trace that there are
     std::uint64_t changes_ = 0;  // of the board
     std::uint64_t known_ = 0;    // number of the last entry below

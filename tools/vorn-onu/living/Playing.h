@@ -21,7 +21,7 @@ enum class RefusalKind : std::uint8_t {
     kRefused,      // another result than success, or no answer where one was asked for
 };
 
-// A message of the file with what belongs to it. An answer in the file stands with its request.
+// A message of the file with what belongs to it. An answer in the file is with its request.
 struct Played {
     std::size_t number = 0;  // from 1, requests and what the ONU of the capture sent by itself
     std::size_t place = 0;   // in the file
@@ -32,7 +32,7 @@ struct Played {
     std::optional<omci::Message> answerMessage;  // of the ONU here
     omci::MessageText text;
 
-    bool fromOnu = false;                       // told by the ONU of the capture: only shown
+    bool fromOnu = false;                       // reported by the ONU of the capture: only shown
     std::optional<omci::MessageText> answer;    // of the ONU here
     std::optional<omci::MessageText> captured;  // of the ONU of the capture
     std::string whyNoAnswer;

@@ -34,7 +34,7 @@ public:
 
     // From now on clients are answered, on threads that take no signals. The board lives longer than the server.
     void start(Board& board);
-    // Listeners are told why; everybody is disconnected.
+    // Listeners get the reason; everybody is disconnected.
     void stop(const std::string& why);
 
     const std::string& name() const { return socket_.name(); }

@@ -102,7 +102,7 @@ json Session::done(const Json& request) {
 // Every entry is looked at once only: a trace is long, and the device's threads wait for each look at it.
 std::vector<TraceEntry> Session::failedCalls() {
     const std::uint64_t traced = onu_.traced();
-    if (traced < failedUpTo_) {  // it has begun anew
+    if (traced < failedUpTo_) {  // it has started again
         failed_.clear();
         failedUpTo_ = 0;
     }
@@ -163,7 +163,7 @@ json Session::step(const Json& request) {
     return {{"ok", true}, {"step", std::move(reply)}};
 }
 
-// The frame really goes: addresses are learned and counters move, on the way back too.
+// The frame really goes: addresses are learned and counters move, in the other direction too.
 json Session::send(const Json& request) {
     checkKeys(request, {"v", "id", "do", "frame", "bothWays"});
     if (!request.contains("frame")) throw Problem("frame", "is missing; it is a frame as a scenario has it");

@@ -93,7 +93,7 @@ std::string ruleLines(const std::vector<std::pair<std::string, std::string>>& ru
     return text;
 }
 
-// The rules of one device and direction. Where they all concern one VLAN device, it stands in the heading.
+// The rules of one device and direction. Where they all concern one VLAN device, it is in the heading.
 std::string rulesOf(const std::string& device, bool receive, const std::vector<MergedRule>& rules,
                     const Terminal& terminal) {
     std::set<std::string> others;

@@ -1,4 +1,4 @@
-// What stands on the device, in tables for people. Sections with nothing in them are left out.
+// What is on the device, in tables for people. Sections with nothing in them are left out.
 #ifndef VORN_ONU_DEVICE_REPORT_H
 #define VORN_ONU_DEVICE_REPORT_H
 

@@ -13,7 +13,7 @@ namespace vorn_onu {
 
 namespace {
 
-constexpr std::size_t kBelow = 10;  // columns in front of what stands below a message
+constexpr std::size_t kBelow = 10;  // columns in front of what is below a message
 
 // Messages that come by the hundred and say little one by one.
 bool isPart(const Played& played) {

@@ -21,8 +21,8 @@ public:
     MessageOutput(const Terminal& terminal, bool hasTimes) : terminal_(terminal), hasTimes_(hasTimes) {}
 
     std::string rule(const std::string& title) const;  // a line across the window
-    // The message with what came of it. Parts of an upload or a download are told together: their line comes with the
-    // first message behind them, or by flush().
+    // The message with what came of it. Parts of an upload or a download are reported together: their line comes with
+    // the first message behind them, or by flush().
     std::string message(const Played& played);
     std::string flush();
     std::string calls(const std::vector<HalStep>& calls) const;
@@ -35,7 +35,7 @@ private:
 
     Terminal terminal_;
     bool hasTimes_;
-    std::optional<Played> firstPart_;  // of an upload or a download, to be told together
+    std::optional<Played> firstPart_;  // of an upload or a download, to be reported together
     std::size_t parts_ = 0, captured_ = 0, differing_ = 0;
 };
 

@@ -79,7 +79,7 @@ std::vector<std::string> failedCalls(const ReportInput& input) {
     return items;
 }
 
-// ---- what stands on the device ----
+// ---- what is on the device ----
 
 // What the colours and lines of the picture mean. A line that no part of it has is left out.
 std::string pictureLegend(const std::string& svg) {

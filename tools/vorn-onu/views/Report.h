@@ -75,7 +75,7 @@ std::string picturePart(const DeviceState& state);
 std::string hopTable(const std::vector<HopWords>& way, const std::vector<std::size_t>& origins = {},
                      const std::string& stepNoun = "");
 
-// ReportDevice.cpp: the parts that show what stands on the device. Each "" when there is nothing to show.
+// ReportDevice.cpp: the parts that show what is on the device. Each "" when there is nothing to show.
 std::string servicesPart(const DeviceState& state);
 std::string ponPart(const DeviceState& state);
 std::string tapsPart(const DeviceState& state);  // real packets

@@ -1,4 +1,4 @@
-// The parts of the report that show what stands on the device.
+// The parts of the report that show what is on the device.
 #include <algorithm>
 #include <map>
 
@@ -25,7 +25,7 @@ std::string tableCard(const std::vector<std::string>& headings, const RowGroup& 
 
 // ---- services and their rules ----
 
-// One way through the device: chips in a row, and what is said of them behind.
+// One path through the device: chips in a row, and what is said of them behind.
 std::string way(const std::vector<std::string>& names, const char* kind, const std::string& remark) {
     std::string chips;
     for (const std::string& name : names)
@@ -42,7 +42,7 @@ std::string gemPortRemark(const DeviceState& state, const Service& service, cons
     return text + (text.empty() ? "" : " → ") + tcontWords(state, service, port).text();
 }
 
-// From the user to the PON, stage by stage; what lies side by side stands below each other.
+// From the user to the PON, stage by stage; what lies side by side is below each other.
 std::string chain(const DeviceState& state, const Service& service) {
     std::string users, anis, gemPorts;
     for (const ServiceEnd& end : service.unis)

@@ -13,7 +13,7 @@ namespace vorn_onu {
 
 namespace {
 
-// "  ✓ 12  " in front of every step, and the indent of what stands below one.
+// "  ✓ 12  " in front of every step, and the indent of what is below one.
 constexpr std::size_t kPrefixWidth = 8;
 const std::string kMargin = "        ";
 
@@ -22,13 +22,13 @@ std::string shortName(const Step& step) {
     return step.kind == "call" ? shortOperationName(step.name) : step.kind;
 }
 
-// What stands behind the name: what the step does; where the author's words say it better, those.
+// What is behind the name: what the step does; where the author's words say it better, those.
 std::string wordsOf(const Step& step) {
     const bool looks = step.kind == "expect" || step.words.empty();
     return looks && !step.note.empty() ? step.note : step.words;
 }
 
-// The author's words that stand on a line of their own.
+// The author's words that are on a line of their own.
 std::string noteBelow(const Step& step) {
     return wordsOf(step) == step.note ? "" : step.note;
 }
@@ -36,7 +36,7 @@ std::string noteBelow(const Step& step) {
 bool isHeading(const Step& step) {
     return step.kind == "note" || step.kind == "show";
 }
-// Steps that change nothing, so that nothing stands behind their words.
+// Steps that change nothing, so that nothing is behind their words.
 bool onlyLooks(const Step& step) {
     return step.kind == "expect" || step.kind == "mark" || step.kind == "end";
 }

@@ -18,9 +18,9 @@ class RunReport {
 public:
     // withAudit: the page has a part that compares the device with the standard.
     RunReport(const Scenario& scenario, DeviceState newBoard, bool withAudit = false);
-    // After every step: the page shows the device at the moment at which most stands on it.
+    // After every step: the page shows the device at the moment at which it holds most.
     void add(const StepRecord& record, const virtual_onu::VirtualOnu& onu);
-    // atEnd: the device when the run is over; what was sent, run and refused is told of the whole run.
+    // atEnd: the device when the run is over; what was sent, run and refused is that of the whole run.
     ReportInput finish(const DeviceState& atEnd) &&;
 
 private:

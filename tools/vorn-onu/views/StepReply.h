@@ -13,7 +13,7 @@ namespace vorn_onu {
 // step: as stepJson() writes it.
 std::string stepReplyText(const nlohmann::json& step, const Terminal& terminal);
 
-// The way of a frame in words: hops, and where it left or why not.
+// The path of a frame in words: hops, and where it left or why not.
 std::string wayText(const nlohmann::json& way, const Terminal& terminal);
 
 }  // namespace vorn_onu

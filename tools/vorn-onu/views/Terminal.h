@@ -13,7 +13,7 @@ std::size_t widthOf(const std::string& text);
 // The text cut to a width, with "…" at its end where something is missing.
 std::string cut(const std::string& text, std::size_t width);
 // The text in lines of at most this width, broken between words; a number stays with the word in front of it ("VID
-// 100"). A word that is too long stands alone.
+// 100"). A word that is too long is alone.
 std::vector<std::string> wrapped(const std::string& text, std::size_t width);
 // The same as one text for the end of a line that `indent` columns of the width are taken from: what follows the first
 // line begins below it.
@@ -44,7 +44,7 @@ private:
 // Columns that line up. Where they are too wide for the window, the widest are broken into several lines.
 class Table {
 public:
-    // Without headings the rows stand alone.
+    // Without headings the rows are alone.
     explicit Table(std::vector<std::string> headings = {}) : headings_(std::move(headings)) {}
     void row(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
     bool empty() const { return rows_.empty(); }

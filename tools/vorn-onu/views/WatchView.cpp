@@ -25,11 +25,11 @@ constexpr std::size_t kWide = 110;       // columns from which rates in bits hav
 constexpr std::size_t kFewestCalls = 3;  // of the last calls, in any window
 constexpr std::size_t kMaxWarningsShown = 4;
 
-// Columns of their own widths, each as wide as its widest cell; the first stands left, numbers right.
+// Columns of their own widths, each as wide as its widest cell; the first is aligned to the left, numbers to the right.
 struct Columns {
     Cells headings;
     std::vector<Cells> rows;
-    std::size_t textColumns = 1;  // so many stand left
+    std::size_t textColumns = 1;  // so many are aligned to the left
 };
 
 std::string padded(const std::string& text, std::size_t width, bool left) {

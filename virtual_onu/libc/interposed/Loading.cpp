@@ -48,7 +48,7 @@ bool isLookedFor(const char* file) {
     return loaded == nullptr;
 }
 
-// With this flag a library prefers the C library's own functions to those that stand before them.
+// With this flag a library prefers the C library's own functions to those that interpose them.
 int withoutDeepBinding(const char* file, int mode) {
     static std::atomic<bool> said{false};
     if ((mode & RTLD_DEEPBIND) == 0) return mode;

@@ -1,6 +1,6 @@
 // Whose board the state file shows. Each process has a board of its own: a forked child starts with a copy of its
 // parent's, a started program with a new one. The file shows the board that was changed last; boards that it does not
-// hold are kept beside it, as FILE.<process>, and told of in the run's folder. A board in a file (VORN_ONU_BOARD) is
+// hold are kept beside it, as FILE.<process>, and listed in the run's folder. A board in a file (VORN_ONU_BOARD) is
 // the same one for all of them.
 #ifndef VIRTUAL_ONU_BOARDS_H
 #define VIRTUAL_ONU_BOARDS_H

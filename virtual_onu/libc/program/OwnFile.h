@@ -1,6 +1,6 @@
 // A file of the virtual ONU's own inside of somebody else's program, such as the trace. The program closes descriptors
 // that it does not know and gives their numbers to files of its own: so the descriptor is a high one, is known again by
-// device and inode before each write, and is opened anew when it has been lost. Any thread may write; nothing here
+// device and inode before each write, and is reopened when it has been lost. Any thread may write; nothing here
 // takes a lock.
 #ifndef VIRTUAL_ONU_OWN_FILE_H
 #define VIRTUAL_ONU_OWN_FILE_H

@@ -56,7 +56,7 @@ State& state() {
     return one;
 }
 
-// A number for what stands on the board: without what merely tells of calls.
+// A number for what is on the board: without what merely tells of calls.
 std::size_t contentOf(json all) {
     for (const char* key : {"trace", "calls", "clock"}) all.erase(key);
     all["files"].erase("openDescriptors");

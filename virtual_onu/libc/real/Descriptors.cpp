@@ -19,7 +19,7 @@ namespace {
 
 constexpr int kLimit = 65536;
 
-// What stands behind a number, and how to know it again.
+// What is behind a number, and how to know it again.
 struct Slot {
     std::atomic<Kind> kind;  // zero: NotOurs
     std::atomic<std::uint64_t> device;

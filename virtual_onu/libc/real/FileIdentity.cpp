@@ -10,7 +10,7 @@
 namespace virtual_onu {
 
 // By statx: its record is the same on all machines, and the thread sanitizer, which takes a look at a descriptor for a
-// use of it, does not stand before it.
+// use of it, does not interpose it.
 FileIdentity FileIdentity::of(int fd) {
     struct statx found {};
     const int saved = errno;

@@ -96,7 +96,7 @@ void lookUpAll(Functions&... functions) {
 }
 
 // A signal handler may be the first to call one of them: the lookup takes locks, so it is done before. Only functions
-// that handlers may call stand here.
+// that handlers may call are here.
 __attribute__((constructor)) void lookUpForHandlers() {
     lookUpAll(nextOpen, nextOpenat, nextClose, nextFcntl, nextDup, nextDup2, nextDup3, nextRead, nextWrite, nextUnlink,
               nextRename, nextAccess, nextFaccessat, nextStat, nextLstat, nextFstatat, nextStat64, nextLstat64,

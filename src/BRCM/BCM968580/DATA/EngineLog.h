@@ -6,7 +6,7 @@
 
 constexpr int kLogModule = 150;
 
-// Source names as they stand in the log.
+// Source names as they are in the log.
 constexpr const char* kEngineSource = "src/BRCM/BCM968580/DATA/EtherSwitchBcm380";
 constexpr const char* kDataProvSource = "src/BRCM/BCM968580/DATA/EtherSwitchBcm380DataProv";
 constexpr const char* kVeipSource = "src/BRCM/BCM968580/DATA/EtherSwitchBcm380Veip";

@@ -55,7 +55,7 @@ extern VORN_API std::map<std::uint32_t, bool> m_cTagConfigInfo;
 
 // ---- Service map (gateway/ServiceMap.cpp) ----
 
-// The services that the gateway has been told about; the map owns its entries. The listener thread reads it too: the
+// The services that the gateway has been notified of; the map owns its entries. The listener thread reads it too: the
 // library takes a lock of its own around each access, so look at it only while no message can come in.
 extern VORN_API std::map<serviceKey, OwnedBlock<OMCI_SERVICE_MAP_ENTRY>> m_SERVICE_MAP_ENTRY;
 

@@ -73,7 +73,7 @@ public:
 
     // uniPort 0: the bridge with its ANI devices; else the UNI's VLAN device on that bridge (uniPort counts from 1), or
     // with isIpHost the IP host's VLAN device on the bridge itself. The first call makes "br0" with sid0 to sid7; a
-    // port that does not join then is not tried again while br0 stands.
+    // port that does not join then is not tried again while br0 exists.
     bool configureBridge(unsigned short bridgeId, unsigned short uniPort, bool isIpHost);
     // True also when the control socket cannot be opened: nothing is made then.
     bool addBridgeInterface(const char* bridgeName);
@@ -96,14 +96,14 @@ public:
     bool isVlanRuleMapExist(const char* ifName, unsigned short phyId, unsigned short dir, const VlanTagFilter_t* outer,
                             const VlanTagFilter_t* inner, VlanFilterEtherType etherType);
     bool createVlanRuleMapEntry(const char* ifName, unsigned short phyId);
-    // Records a rule that stands in vlanctl. False for the id VLANCTL_DONT_CARE and for a 97th rule, which then stands
+    // Records a rule that is in vlanctl. False for the id VLANCTL_DONT_CARE and for a 97th rule, which then exists
     // there for good: removal takes out what is recorded, and its row, sent again, makes it once more.
     bool insertVlanRuleMapEntry(const char* ifName, unsigned short phyId, unsigned short dir, unsigned int nbrOfTags,
                                 unsigned int tagRuleId);
     bool insertVlanRuleMapEntry(const char* ifName, unsigned short phyId, unsigned short dir, unsigned int nbrOfTags,
                                 const VlanTagFilter_t* outer, const VlanTagFilter_t* inner, unsigned int tagRuleId,
                                 VlanFilterEtherType etherType);
-    // Moves the active rules to the remove area. What still stood there is forgotten, not removed from vlanctl.
+    // Moves the active rules to the remove area. What was still there is forgotten, not removed from vlanctl.
     bool copyVlanRuleMapEntry(const char* ifName, unsigned short phyId);
     // Takes the rules of the remove area out of vlanctl.
     bool removeVlanRuleMapEntry(const char* ifName, unsigned short phyId);

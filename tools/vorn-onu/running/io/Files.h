@@ -1,4 +1,4 @@
-// Files that the user names: read whole, within limits; written whole. What goes wrong is told in one line with the
+// Files that the user names: read whole, within limits; written whole. What goes wrong is reported in one line with the
 // file's name and the reason.
 #ifndef VORN_ONU_FILES_H
 #define VORN_ONU_FILES_H

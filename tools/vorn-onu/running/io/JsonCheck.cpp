@@ -11,7 +11,7 @@ namespace {
 
 using nlohmann::json;
 
-// Where a byte stands, for people: "line 3, column 7".
+// Where a byte is, for people: "line 3, column 7".
 std::string placeOf(const std::string& text, std::size_t byte) {
     const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(byte > 0 ? byte - 1 : 0, text.size()));
     const auto line = 1 + std::count(text.begin(), end, '\n');
@@ -19,7 +19,7 @@ std::string placeOf(const std::string& text, std::size_t byte) {
     return "line " + std::to_string(line) + ", column " + std::to_string(end - lineStart + 1);
 }
 
-// Is told of each part of the text in turn; false ends the reading.
+// Gets each part of the text in turn; false ends the reading.
 class Checker : public nlohmann::json_sax<json> {
 public:
     explicit Checker(const std::string& text) : text_(text) {}

@@ -14,11 +14,11 @@ constexpr std::size_t kMaxJsonKeys = 2000;  // of one object
 
 struct JsonFault {
     std::string what;               // "line 2, column 12: is not JSON: ..."
-    std::vector<std::string> path;  // of a key that stands twice: "steps", "[3]", "advance"; otherwise empty
+    std::vector<std::string> path;  // of a key that occurs twice: "steps", "[3]", "advance"; otherwise empty
 };
 
 // What is wrong with the text: no JSON, nested too deeply, an object with too many keys, a number that is too large, or
-// a key that stands twice in one object, of which JSON readers would take one without a word.
+// a key that occurs twice in one object, of which JSON readers would take one without a word.
 std::optional<JsonFault> checkJson(const std::string& text);
 
 }  // namespace vorn_onu

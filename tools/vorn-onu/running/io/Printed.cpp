@@ -52,7 +52,7 @@ std::string escapeOf(const Character& character) {
     return text.data();
 }
 
-// Stands behind ESC [ in what painted() makes. No file can hold it.
+// Comes behind ESC [ in what painted() makes. No file can hold it.
 const std::string& paintMark() {
     static const std::string mark = [] {
         std::random_device draw;

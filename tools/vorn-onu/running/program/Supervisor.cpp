@@ -19,7 +19,7 @@ using std::chrono::milliseconds;
 constexpr milliseconds kMeanwhile{100};
 constexpr milliseconds kLook{20};       // how often it is looked whether processes are still there
 constexpr milliseconds kRest{200};      // a pipeline's other ends, say, end just after the program
-constexpr milliseconds kGrace{2000};    // for what is left of a program that was told to end
+constexpr milliseconds kGrace{2000};    // for what is left of a program that was asked to end
 constexpr milliseconds kKilling{5000};  // a process in the middle of a disk access can take its time
 constexpr milliseconds kSaving{3000};
 constexpr long kSameRequestNs = 300000000;

@@ -1,4 +1,4 @@
-// Waits for a program and passes on to it what the tool is told by signals.
+// Waits for a program and passes on to it the signals that the tool gets.
 #ifndef VORN_ONU_SUPERVISOR_H
 #define VORN_ONU_SUPERVISOR_H
 
@@ -19,9 +19,9 @@ struct Ending {
 };
 
 // SIGINT, SIGTERM, SIGHUP and SIGQUIT (SIGTERM when nobody reads standard output any more) go to every process below
-// this one, and to the groups that these have made. A second SIGINT or SIGQUIT kills them all. Once it has been told to
-// end and the program has ended, what is left of it gets two seconds and is then killed; a program that ends by itself
-// may leave processes in the background.
+// this one, and to the groups that these have made. A second SIGINT or SIGQUIT kills them all. Once it has been asked
+// to end and the program has ended, what is left of it gets two seconds and is then killed; a program that ends by
+// itself may leave processes in the background.
 class Supervisor {
 public:
     // Before the program is started: from here on signals wait, and orphans come to this process.

@@ -219,7 +219,7 @@ void readCommands(const Json& value, Settings& settings) {
     if (!value.is_array()) throw Problem("must be a list of commands, not " + shown(value));
     for (const Json& one : value) {
         const std::string command = textOf(one);
-        // The shell of the virtual ONU, not this machine's: it stands in front of the C library's.
+        // The shell of the virtual ONU, not this machine's: it is in front of the C library's.
         settings.emplace_back([command](VirtualOnu&) {
             if (std::system(command.c_str()) != 0) return;  // NOLINT(cert-env33-c,concurrency-mt-unsafe)
         });

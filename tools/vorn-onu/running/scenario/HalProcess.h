@@ -1,4 +1,4 @@
-// The process that the HAL lives in, when a scenario lets it end and begin anew. The runner stays: its virtual ONU is
+// The process that the HAL lives in, when a scenario lets it end and start again. The runner stays: its virtual ONU is
 // the same board (VirtualOnu::openBoard), so that frames, expectations and marks are its own affair, and the HAL's
 // process is asked for what needs the HAL.
 #ifndef VORN_ONU_HAL_PROCESS_H

@@ -11,7 +11,7 @@ namespace vorn_onu {
 
 namespace {
 
-// A step has a line of its own, and few of them are written anew at a time.
+// A step has a line of its own, and few of them are rewritten at a time.
 constexpr int kMaxLinesLost = 64;
 constexpr const char* kClosingBrackets = "\n]}\n";
 

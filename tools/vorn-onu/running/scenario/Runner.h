@@ -26,7 +26,7 @@ using StepListener = std::function<void(const StepRecord&)>;
 // A fault that never fired is a failure: a last record, of the scenario's end, tells it.
 std::vector<StepRecord> runScenario(const Scenario& scenario, const RunOptions& options, const StepListener& listener);
 
-// Finds the moment at which most stands on the device: scenarios often take everything back in the end. Asked after
+// Finds the moment at which the device holds most: scenarios often take everything back in the end. Asked after
 // every step; true when there is at least as much as ever before.
 class FullestMoment {
 public:

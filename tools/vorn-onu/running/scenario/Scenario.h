@@ -48,8 +48,8 @@ struct Scenario {
     Held<Json> records;  // by name, for its steps; null where there are none
     std::vector<Step> steps;
     bool state = false;    // the HAL keeps a state file, which it opens at the begin of each part
-    bool inParts = false;  // the HAL has a process of its own, which can end and begin anew
-    Step end;              // stands behind the last one in a run's records when something is missing then
+    bool inParts = false;  // the HAL has a process of its own, which can end and start again
+    Step end;              // is behind the last one in a run's records when something is missing then
 };
 
 // A kind of step: the key that it goes by and how it is read. Schema.cpp and parsing share these rows.

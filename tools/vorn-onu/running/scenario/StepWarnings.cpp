@@ -164,7 +164,7 @@ void StepWarnings::multicastCount(const Standing& now, Lines& lines) const {
                     std::to_string(now.multicastCount) + ": the removal of any bridge lowers it");
 }
 
-// The same rule in the tables of several numbers of tags is told once.
+// The same rule in the tables of several numbers of tags is reported once.
 void StepWarnings::outOfRange(const Standing& now, Lines& lines) const {
     std::set<std::string> told;
     for (const auto& [id, words] : now.outOfRange)

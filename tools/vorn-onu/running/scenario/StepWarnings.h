@@ -1,4 +1,4 @@
-// Where the HAL keeps to its contract and yet does what a caller may not expect: told when it happens.
+// Where the HAL keeps to its contract and yet does what a caller may not expect: reported when it happens.
 #ifndef VORN_ONU_STEP_WARNINGS_H
 #define VORN_ONU_STEP_WARNINGS_H
 

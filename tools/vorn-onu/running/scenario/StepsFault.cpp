@@ -1,4 +1,4 @@
-// The step that lets calls into the device fail, and what is told of a fault that never came to it.
+// The step that lets calls into the device fail, and what is said of a fault that never came to it.
 #include "running/scenario/StepsFault.h"
 
 #include <algorithm>

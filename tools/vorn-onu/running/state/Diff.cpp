@@ -63,7 +63,7 @@ std::string macWords(const json& mac) {
     return text.rfind("02:00:00:00:", 0) == 0 ? "its own" : orNone(text);
 }
 
-// Whether the device is up is told in words.
+// Whether the device is up is reported in words.
 std::string flagWords(const json& flags) {
     std::ostringstream text;
     text << "0x" << std::hex << (flags.get<unsigned>() & ~1U);
@@ -179,7 +179,7 @@ void compareList(const std::string& name, const char* label, const std::vector<v
             compareFields(name + label + " " + port.name + ": ", *same, port, lines);
 }
 
-// Lists that are told entry by entry.
+// Lists that are reported entry by entry.
 template <typename Value>
 struct IsList : std::false_type {};
 template <typename One>
@@ -212,7 +212,7 @@ std::string deviceWords(const virtual_onu::NetworkDevice& device) {
     return joined(words);
 }
 
-// A bridge that only one state has is told among the bridges.
+// A bridge that only one state has is reported among the bridges.
 std::vector<virtual_onu::NetworkDevice> devicesToCompare(const DeviceState& state, const DeviceState& other) {
     std::vector<virtual_onu::NetworkDevice> devices;
     for (const auto& device : state.devices)

@@ -72,7 +72,7 @@ bool asksFor(const RunStep& step, const FailedCall& call) {
            contains(step.words, "refuseDeletion") && contains(step.words, device + " ");
 }
 
-// The number and what it is called; a code that no error of the system has stands alone.
+// The number and what it is called; a code that no error of the system has is alone.
 std::string codeWords(long code) {
     const std::string number = std::to_string(code);
     if (code <= 0 || code > 4095) return number;

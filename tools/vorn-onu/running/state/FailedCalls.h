@@ -27,7 +27,7 @@ struct FailedCallWords {
     std::string sentence() const;
 };
 
-// In the order of the calls; the same failure in the same step is told once. Without steps the calls stand for
+// In the order of the calls; the same failure in the same step is reported once. Without steps the calls stand for
 // themselves.
 std::vector<FailedCallWords> failedCallWords(const std::vector<FailedCall>& calls, const std::vector<RunStep>& steps);
 

@@ -13,7 +13,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::size_t kFewestCounters = 4;   // smaller objects of numbers are told whole
+constexpr std::size_t kFewestCounters = 4;   // smaller objects of numbers are reported whole
 constexpr std::size_t kMaxTextLength = 120;  // bytes of a text that are shown
 
 // The start of a text that is longer than anybody reads: a block of bytes, a whole file.
@@ -61,7 +61,7 @@ bool isListOf(const Json& value, const char* member) {
            });
 }
 
-// Only what stands in the entry: p-bits that are left out are not 0 to a reader.
+// Only what is in the entry: p-bits that are left out are not 0 to a reader.
 std::string tagEntryWords(const Json& entry) {
     std::string text = "VID " + plainWords(entry.at("vid"));
     if (entry.contains("pbits")) text += " p" + plainWords(entry.at("pbits"));
@@ -78,7 +78,7 @@ std::string targetWords(const Json& entry) {
     return text;
 }
 
-// Neighbours with the same target are told together: "0-3 → GEM port 1001 queue 0".
+// Neighbours with the same target are reported together: "0-3 → GEM port 1001 queue 0".
 std::vector<std::string> pbitMapWords(const Json& map) {
     std::vector<std::string> words;
     for (std::size_t first = 0; first < map.size();) {

@@ -9,7 +9,7 @@
 namespace vorn_onu {
 
 // The members in their order, name and value: "bridgeId 3, vlanTciFilterList (VID 100, VID 200 p5), pbitMap (0-7 → GEM
-// port 1001 queue 0)". Counters that stand at 0 are told together.
+// port 1001 queue 0)". Counters that are at 0 are reported together.
 std::string fieldWords(const nlohmann::ordered_json& fields);
 
 // One value: a text as it is, an object or a list in parentheses.

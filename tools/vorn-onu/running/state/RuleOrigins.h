@@ -14,7 +14,7 @@ namespace vorn_onu {
 
 class RuleOrigins {
 public:
-    // The rules that stand now and did not the last time came with this step, and are the answer.
+    // The rules that exist now and did not the last time came with this step, and are the answer.
     std::vector<MergedRule> take(const std::vector<virtual_onu::RuleTable>& tables, std::size_t step);
     // For each hop of a walk the step that its rule came with; 0 where no rule matched, or one from before all steps.
     std::vector<std::size_t> of(const virtual_onu::Walk& walk) const;

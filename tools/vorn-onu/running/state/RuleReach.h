@@ -9,7 +9,7 @@
 
 namespace vorn_onu {
 
-// One line each, in words, naming the rule that hides it. A rule that merely stands there twice is not listed: the
+// One line each, in words, naming the rule that hides it. A rule that is merely there twice is not listed: the
 // second one changes nothing.
 std::vector<std::string> unreachableRules(const DeviceState& state);
 

@@ -18,7 +18,7 @@ struct RuleWords {
     std::string sentence() const;
 };
 
-// device, receive: the table; tags: the tables (by number of tags) that the same rule stands in; terms: the rule's
+// device, receive: the table; tags: the tables (by number of tags) that the same rule is in; terms: the rule's
 // filters and commands as the virtual ONU writes them, such as "rxdev=sid0.3", "vid0=100", "push", "vid0:=200".
 RuleWords ruleWords(const std::string& device, bool receive, const std::set<unsigned>& tags,
                     const std::vector<std::string>& terms);

@@ -11,19 +11,19 @@
 
 namespace vorn_onu {
 
-// A rule with all the tables of its device and direction that it stands in.
+// A rule with all the tables of its device and direction that it is in.
 struct MergedRule {
     std::string device;
     bool receive = true;
     std::set<unsigned> tags;
     std::vector<std::string> terms;
-    unsigned times = 1;  // that it stands in each of these tables
+    unsigned times = 1;  // that it is in each of these tables
 };
 
 // The same rule in the tables for different numbers of tags, or several times over, is one rule to a reader.
 std::vector<MergedRule> mergedRules(const std::vector<const TableState*>& tables);
 
-// " (rule stands twice)", or nothing for a rule that stands once.
+// " (rule occurs twice)", or nothing for a rule that occurs once.
 std::string repetition(const MergedRule& rule);
 
 // One end of a service: a port and the VLAN device on it ("" where the port itself is the member).

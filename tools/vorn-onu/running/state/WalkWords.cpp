@@ -72,7 +72,7 @@ public:
         for (std::size_t i = 0; i < hops_.size(); ++i) followers_[placeOf(hops_[i].from)].push_back(i);
     }
     std::vector<HopWords> words() {
-        // What is still to be told, the next on top: no walk is too deep for that.
+        // What is still to be reported, the next on top: no walk is too deep for that.
         std::vector<Pending> pending;
         push(pending, -1, "", 0);
         while (!pending.empty()) {
@@ -120,7 +120,7 @@ private:
         words.depth = one.depth;
         words.place = one.hop;
         if (walk_.exits.size() + walk_.drops.size() > 1) words.fate = fateOf(static_cast<int>(one.hop));
-        if (words.what == kNoRuleDrops && !words.fate.empty()) words.fate = "dropped";  // why stands there already
+        if (words.what == kNoRuleDrops && !words.fate.empty()) words.fate = "dropped";  // why is there already
         told_.push_back(std::move(words));
     }
     std::string fateOf(int hop) const {

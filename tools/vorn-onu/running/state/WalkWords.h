@@ -1,4 +1,4 @@
-// A frame's way through the device, in words.
+// A frame's path through the device, in words.
 #ifndef VORN_ONU_WALK_WORDS_H
 #define VORN_ONU_WALK_WORDS_H
 
@@ -17,7 +17,7 @@ struct HopWords {
     std::string frame;  // as it leaves this hop, where that is new: "VID 100 p0, IPv4"
     bool dropped = false;
     std::string fate;  // of this copy, where there are several: "leaves at sid1: untagged IPv4", "dropped at sid2: ..."
-    // What stands in front of the look-up in a list, so that the list reads as a tree: "", "├ ", "│ └ ". One step to
+    // What is in front of the look-up in a list, so that the list reads as a tree: "", "├ ", "│ └ ". One step to
     // the right is two columns.
     std::string tree;
     std::size_t place = 0;  // of the hop in the walk

@@ -96,7 +96,7 @@ void AskedServices::takeRow(const Step& step) {
     port.bridges.insert(record.bridgeId);
     if (record.hasTagRules == 0) {
         port.table = {};
-        port.table.downstreamMode = 1;  // a port without the operation passes everything both ways
+        port.table.downstreamMode = 1;  // a port without the operation passes everything in both directions
         return;
     }
     port.table.inputTpid = record.inputTpid;

@@ -1,4 +1,4 @@
-// What the page shows of a board that runs: parts of HTML by name, made anew when the board has changed.
+// What the page shows of a board that runs: parts of HTML by name, recreated when the board has changed.
 #ifndef VORN_ONU_PAGE_BOARD_VIEW_H
 #define VORN_ONU_PAGE_BOARD_VIEW_H
 
@@ -24,7 +24,7 @@ public:
     BoardView(const std::string& board, const nlohmann::json& newBoard);
     // Takes what happens on the board within this time. Throws std::runtime_error when it is gone.
     void follow(std::chrono::milliseconds time);
-    // The state is asked for anew although the board has told of no change.
+    // The state is asked for again although the board has reported no change.
     void lookAgain() { changed_ = true; }
     // The parts that are not as they were at the last call.
     Parts changedParts();

@@ -65,7 +65,7 @@ std::string total(const Count& count) {
            withPrefix(static_cast<double>(count.octets), "B");
 }
 
-// A counter that went back was set anew: nothing is known of its rate.
+// A counter that went back was reset: nothing is known of its rate.
 std::string rate(const Count& now, const Count& before, double seconds) {
     if (!now.any()) return "";
     if (seconds <= 0 || now.frames < before.frames || now.octets < before.octets) return "–";

@@ -16,7 +16,7 @@ struct Asking {
 
 class Guard {
 public:
-    // port: where the page is served. The token is made anew: 128 bits, as 32 hexadecimal digits.
+    // port: where the page is served. The token is new each time: 128 bits, as 32 hexadecimal digits.
     explicit Guard(int port);
     const std::string& token() const { return token_; }
     // Why not; "" when it may.

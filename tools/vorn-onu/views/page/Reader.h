@@ -1,4 +1,4 @@
-// One page that is open somewhere: the stream of what it is told.
+// One page that is open somewhere: the stream of what it gets.
 #ifndef VORN_ONU_PAGE_READER_H
 #define VORN_ONU_PAGE_READER_H
 
@@ -22,7 +22,7 @@ public:
         : board_(std::move(board)), newBoard_(newBoard), steps_(steps), over_(over), taken_(steps) {}
 
     // What to send next, as text of an event stream: "parts" with a text of HTML by name, "gone" with the reason when
-    // there is no board, "" for nothing new. Returns within a second or so. A board that begins anew is found again.
+    // there is no board, "" for nothing new. Returns within a second or so. A board that starts again is found again.
     std::string next();
 
 private:

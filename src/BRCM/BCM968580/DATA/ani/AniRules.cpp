@@ -84,7 +84,7 @@ struct AniRulePlace {
 struct FilterStyle {
     std::uint32_t firstTable;  // tag counts of the tables that get the rule
     std::uint32_t lastTable;
-    bool marksReceivedQueue;  // the queue mark stands in receive rules too
+    bool marksReceivedQueue;  // the queue mark is in receive rules too
     bool igmpGoesFirst;       // the rules of an IGMP service go in front of the table
     bool printsProtocol;
 };

@@ -44,7 +44,7 @@ struct CloseFile {
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
-// Kept: the keyword counts wherever it stands in the line, and a piece of an overlong line counts as a line.
+// Kept: the keyword counts wherever it is in the line, and a piece of an overlong line counts as a line.
 const char* rewritten(const char* line) {
     for (const ProxyLine& known : kProxyLines)
         if (std::strstr(line, known.keyword) != nullptr) return known.replacement;
@@ -76,7 +76,7 @@ int EtherSwitchBcm380::configureDsMcastIngress_rule(const BridgeServiceProvision
     std::printf("\n configureDsMcastIngress_rule aniInterfaceName:%s, aniVirtualName:%s \n ", aniName.get(),
                 aniVlanName.get());
 
-    // The one entry stands in the place of the wildcard, so no rule is made for it.
+    // The one entry is in the place of the wildcard, so no rule is made for it.
     VlanTci_t entry = {static_cast<std::uint8_t>(bridgeProv->innerVlanPrioFilter & 0xFF), 0,
                        bridgeProv->innerVlanIdFilter};
     VlanTciFilterInfo_t filter = {1, 0, &entry};

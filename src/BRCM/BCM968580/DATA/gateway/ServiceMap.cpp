@@ -1,4 +1,4 @@
-// The service map: one entry per WAN service that the gateway has been told about.
+// The service map: one entry per WAN service that the gateway has been notified of.
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
 
 #include <atomic>
@@ -136,7 +136,7 @@ OMCI_SERVICE_MAP_ENTRY* EtherSwitchBcm380::allocOmciServiceMapEntry(OMCI_SERVICE
     return copy;
 }
 
-// A service that is known already is left as it stands, even if its GEM index or state differ.
+// A service that is known already is left as it is, even if its GEM index or state differ.
 int EtherSwitchBcm380::omciServiceCreateMapEntry(OMCI_SERVICE_MAP_ENTRY* entry) {
     if (entry == nullptr) return 0;
     const serviceKey key = keyOf(*entry);

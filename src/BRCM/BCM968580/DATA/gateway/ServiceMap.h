@@ -17,7 +17,7 @@ inline FixedText<sizeof(OMCI_SERVICE_MAP_ENTRY::ifName) + 1> serviceIfName(const
 // never looks at an entry that the provisioning thread frees meanwhile. False when there is none.
 bool copyOmciServiceMapEntry(const OMCI_SERVICE_MAP_ENTRY& request, OMCI_SERVICE_MAP_ENTRY* copy);
 
-// After a restart: a service as it stood in the map. False when its key is taken.
+// After a restart: a service as it was in the map. False when its key is taken.
 bool putBackService(const OMCI_SERVICE_MAP_ENTRY& entry);
 void forgetServices();
 

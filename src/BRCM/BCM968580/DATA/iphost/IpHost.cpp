@@ -42,7 +42,7 @@ std::string readFirstMac() {
     return text.find_first_not_of(" \t") == std::string::npos ? std::string() : text;
 }
 
-// What may stand in a shell command: addresses are made of hexadecimal digits, dots and colons, or are empty.
+// What may be in a shell command: addresses are made of hexadecimal digits, dots and colons, or are empty.
 bool isAddressText(const std::string& text) {
     return text.find_first_not_of("0123456789abcdefABCDEF.:") == std::string::npos;
 }

@@ -38,7 +38,7 @@ void runLogged(EtherSwitchBcm380& engine, const char* label, const CommandText& 
     if (isWhole(command)) engine.runSystemCommand(label, command.get());
 }
 
-// The name stands in the line, but only as the beginning of another device's: "br3.1" in "dhcpc -i br3.10".
+// The name is in the line, but only as the beginning of another device's: "br3.1" in "dhcpc -i br3.10".
 bool isAboutLongerName(const std::string& line, const std::string& name) {
     bool found = false;
     for (auto at = line.find(name); at != std::string::npos; at = line.find(name, at + 1)) {

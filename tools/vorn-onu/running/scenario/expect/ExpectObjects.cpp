@@ -99,7 +99,7 @@ Check readThings(const Things& things, const Json& value) {
         Json expected = member;
         inField(name, [&] {
             things.checkName(name);
-            // The members of a bridge may stand there as they are.
+            // The members of a bridge may be there as they are.
             if (things.key == "bridges" && expected.is_array()) expected = Json{{"members", expected}};
             if (!expected.is_boolean()) {
                 if (!expected.is_object()) throw Problem("must be true, false or an object of " + joined(known));
