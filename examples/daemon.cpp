@@ -112,7 +112,7 @@ int main(int argc, char** argv) {
     hal->vorn_omci_hal_sn_get(serial, sizeof serial);
     say(std::string("serial number ") + reinterpret_cast<const char*>(serial));
     if (restored > 0) {
-        say("the service stands still, " + std::to_string(restored) + " records of it");
+        say("the service is still there, " + std::to_string(restored) + " records of it");
     } else if (provisionPon(*hal) && provisionService(*hal)) {
         say("the service is up");
     } else {

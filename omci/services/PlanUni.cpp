@@ -120,7 +120,7 @@ void Planner::addTaggingOperation(const Entity& operation, UniPort member, UniRu
     const std::uint8_t upstream = operation.number8(attr::vlan_tagging::kUpstreamMode);
     const bool strips = operation.number8(attr::vlan_tagging::kDownstreamMode) == kStripDownstream;
     if (strips && upstream == 0)
-        problem(operation.key(), "tags are taken off on the way down only where they are put on upstream");
+        problem(operation.key(), "tags are taken off downstream only where they are put on upstream");
     if (!strips && upstream != 0)
         problem(operation.key(), "nothing comes down: tags that are put on upstream come off");
     Tagging tagging;

@@ -111,9 +111,8 @@ private:
             treat(row_.innerTag, record_.innerTreatmentPrio, record_.innerTreatmentVlanId, record_.innerTreatmentTpidDe,
                   expandInner_);
         }
-        if (removed_ > 0 && addedBy(row_) == 0)
-            problem("tags that are only taken off are not put back on the way down");
-        if (removed_ == 2 && addedBy(row_) == 1) problem("the inner tag is not put back on the way down");
+        if (removed_ > 0 && addedBy(row_) == 0) problem("tags that are only taken off are not put back downstream");
+        if (removed_ == 2 && addedBy(row_) == 1) problem("the inner tag is not put back downstream");
     }
 
     void treat(const TagTreatment& wanted, std::uint8_t& priority, std::uint16_t& vid, std::uint16_t& tpid,
@@ -202,14 +201,14 @@ private:
         if (vid < TagFilter::kAnyVid) rule_.ponOuter.vid = vid;
         if (!rule_.downstream) return;
         if ((mode == 3 || mode == 6) && rule_.ponOuter.priority < TagFilter::kAnyPriority)
-            problem("on the way down the p-bits have to fit too, not the VID alone");
+            problem("downstream the p-bits have to fit too, not the VID alone");
         if ((mode == 4 || mode == 7) && vid < TagFilter::kAnyVid)
-            problem("on the way down the VID has to fit too, not the p-bits alone");
+            problem("downstream the VID has to fit too, not the p-bits alone");
         if (record_.outerFilterVlanId == 1 || record_.innerFilterVlanId == 1)
-            problem("nothing comes down: a filter on VID 1 gets no rule for the way down");
+            problem("nothing comes down: a filter on VID 1 gets no downstream rule");
         if (tagsOf(row_) == 2 && !namesPriority(row_.outer) && !namesPriority(row_.inner) &&
             (row_.outer.vid == 0 || row_.inner.vid == 0))
-            problem("nothing comes down: a filter on a priority tag beside another tag gets no rule for the way down");
+            problem("nothing comes down: a filter on a priority tag beside another tag gets no downstream rule");
     }
 
     TaggingRow row_;
@@ -247,10 +246,10 @@ UniRule uniRule(const TaggingRow& row, const Tagging& tagging, UniPort port) {
     rule.row = row;
     if (rule.drops()) return rule;  // what no rule takes is dropped
     if (row.extendedCriteria != 0) {
-        rule.problems.emplace_back("no rule: DHCP is not told from other frames");
+        rule.problems.emplace_back("no rule: DHCP is not distinguished from other frames");
     } else if (row.ethertype > 3) {
-        rule.problems.emplace_back(row.ethertype == 4 ? "no rule: IPv6 is not told from other frames"
-                                                      : "no rule: EAPOL is not told from other frames");
+        rule.problems.emplace_back(row.ethertype == 4 ? "no rule: IPv6 is not distinguished from other frames"
+                                                      : "no rule: EAPOL is not distinguished from other frames");
     } else {
         Translation(row, tagging, port, rule).run();
     }

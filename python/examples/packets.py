@@ -19,7 +19,7 @@ with Onu.start() as onu:
     sent = onu.send(packet, at="sid0", leaves=[{"at": "gpondef", "gemPort": 1001, "tags": [{"vid": 100}]}])
     wire = sent.octets(sent.leaves[0])
     print("on the PON:", wire.hex(" ", 4))
-    assert wire[12:18].hex() == "810000640800", "the service tag stands in front of the type"
+    assert wire[12:18].hex() == "810000640800", "the service tag is in front of the type"
     assert wire.endswith(b"question")
 
     back = onu.send(wire, at="gem 1001", leaves=[{"at": "sid0", "tags": []}])

@@ -1,4 +1,4 @@
-"""The lines of docs/python.md do what stands beside them."""
+"""The lines of docs/python.md do what is beside them."""
 
 import contextlib
 import io

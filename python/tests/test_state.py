@@ -36,7 +36,7 @@ class States(unittest.TestCase):
     def test_nothing_is_lost_of_what_scenarios_leave(self) -> None:
         used = set()
         for name in ("multicast", "veip", "iphost-dhcp", "startup"):
-            # Up to where most stands: scenarios end with an empty device.
+            # Up to where the device holds most: scenarios end with an empty device.
             scenario = json.loads((support.SCENARIOS / f"{name}.json").read_text())
             undo = ("unset", "deprovision", "_del", "reset", "delete")
             steps = [one for one in scenario["steps"] if "expect" not in one or "frame" in one]

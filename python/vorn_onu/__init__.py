@@ -1,4 +1,4 @@
-"""A virtual ONU from Python: start a board, make the HAL's calls, send frames, inject faults, look at what stands.
+"""A virtual ONU from Python: start a board, make the HAL's calls, send frames, inject faults, look at what exists.
 
     with Onu.start() as onu:
         onu.call.configureBridge(bridgeId=3, uniPort=0)

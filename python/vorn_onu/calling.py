@@ -1,4 +1,4 @@
-"""What the generated modules stand on: how keywords become a step."""
+"""What the generated modules build on: how keywords become a step."""
 
 from __future__ import annotations
 

@@ -74,7 +74,7 @@ def _line_of(request: Dict[str, Any]) -> bytes:
 
 
 class Connection:
-    """One client's connection. Opened when it is first needed, and anew after a timeout. Threads may share it: their
+    """One client's connection. Opened when it is first needed, and again after a timeout. Threads may share it: their
     requests go one after the other."""
 
     def __init__(self, path: str, timeout: float = 10.0) -> None:

@@ -184,7 +184,7 @@ class Onu(Steps):
         return decode(BoardInfo, {"program": [], **self._ask("hello")})
 
     def state(self, trace: str = "none") -> DeviceState:
-        """What stands on it; trace: "none", "failed" (calls that failed) or "all"."""
+        """What is on it; trace: "none", "failed" (calls that failed) or "all"."""
         return decode(DeviceState, self.state_json(trace))
 
     def state_json(self, trace: str = "none") -> Dict[str, Any]:

@@ -298,7 +298,7 @@ class Calls(Caller):
         innerTpidAction      TPID written to the inner tag; otherwise "0x8100"
         innerVlanIdAction    VID written to the inner tag; otherwise 0
         innerVlanPrioAction  p-bits of an inner tag; otherwise "none"
-        restoreVlanFlows     make the VLAN flows anew after the p-bit data is removed; otherwise false
+        restoreVlanFlows     recreate the VLAN flows after the p-bit data is removed; otherwise false
         """
         return self._call('vorn_omci_hal_configureAniTagRules', locals())
 
@@ -360,7 +360,7 @@ class Calls(Caller):
         innerTpidAction      TPID written to the inner tag; otherwise "0x8100"
         innerVlanIdAction    VID written to the inner tag; otherwise 0
         innerVlanPrioAction  p-bits of an inner tag; otherwise "none"
-        restoreVlanFlows     make the VLAN flows anew after the p-bit data is removed; otherwise false
+        restoreVlanFlows     recreate the VLAN flows after the p-bit data is removed; otherwise false
         """
         return self._call('vorn_omci_hal_unsetPbitData', locals())
 
@@ -422,7 +422,7 @@ class Calls(Caller):
         innerTpidAction      TPID written to the inner tag; otherwise "0x8100"
         innerVlanIdAction    VID written to the inner tag; otherwise 0
         innerVlanPrioAction  p-bits of an inner tag; otherwise "none"
-        restoreVlanFlows     make the VLAN flows anew after the p-bit data is removed; otherwise false
+        restoreVlanFlows     recreate the VLAN flows after the p-bit data is removed; otherwise false
         """
         return self._call('vorn_omci_hal_deprovisionAniSideBridge', locals())
 
@@ -484,7 +484,7 @@ class Calls(Caller):
         innerTpidAction      TPID written to the inner tag; otherwise "0x8100"
         innerVlanIdAction    VID written to the inner tag; otherwise 0
         innerVlanPrioAction  p-bits of an inner tag; otherwise "none"
-        restoreVlanFlows     make the VLAN flows anew after the p-bit data is removed; otherwise false
+        restoreVlanFlows     recreate the VLAN flows after the p-bit data is removed; otherwise false
         """
         return self._call('vorn_omci_hal_deprovisionUniSideBridge', locals())
 
@@ -533,7 +533,7 @@ class Calls(Caller):
     def vorn_test_call(
         self, *, record: Record = LEFT_OUT, result: Optional[Union[int, str]] = None, note: Optional[str] = None,
     ) -> CallResult:
-        """life sign: answers 4"""
+        """liveness check: answers 4"""
         return self._call('vorn_test_call', locals())
 
     test_call = vorn_test_call

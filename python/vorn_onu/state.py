@@ -1,4 +1,4 @@
-"""What stands on the board, as objects. Names and meanings are those of docs/state-format.md."""
+"""What is on the board, as objects. Names and meanings are those of docs/state-format.md."""
 
 from __future__ import annotations
 

@@ -277,7 +277,7 @@ class Steps(StepTaker):
     def show(
         self, value: str, *, note: Optional[str] = None,
     ) -> StepResult:
-        """shows what stands on the device at this moment, under a title"""
+        """shows what is on the device at this moment, under a title"""
         return self._take('show', value, {}, {'note': note})
 
     def mark(

@@ -37,7 +37,7 @@ void checkBridges(const RecordsOf& recordsOf, const std::map<std::string, std::s
             const std::string device = textIn(port, "name");
             if (devices.count(device) == 0) throw BadBoard(place + "there is no device " + shownValue(device));
             if (!masters.emplace(device, name).second)
-                throw BadBoard(place + "port " + shownValue(device) + " stands twice");
+                throw BadBoard(place + "port " + shownValue(device) + " occurs twice");
         }
     }
     for (const auto& [key, device] : recordsOf(kDevices)) {

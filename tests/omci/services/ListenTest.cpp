@@ -24,7 +24,7 @@ TEST(Listen, AnOltProvisionsAllServicesReadsThemBackAndTheStateTellsThem) {
     EXPECT_EQ(olt.dataSync(), olt.expectedDataSync());
     EXPECT_EQ(line.end(), 0);
     EXPECT_FALSE(line.socketExists());
-    EXPECT_NE(line.shown().find("What stands on the device"), std::string::npos);
+    EXPECT_NE(line.shown().find("What is on the device"), std::string::npos);
     const auto state = nlohmann::json::parse(line.state());
     const auto standing = state.at("device").at("pon").at("gemPorts").size();
     EXPECT_GE(standing, 8U);

@@ -40,8 +40,8 @@ TEST_F(ExecBoard, TheSecondProgramFindsWhatTheFirstHasLeft) {
     const std::size_t once = rules();
     EXPECT_GT(once, 5U);
     const ProgramResult second = exec(kDaemon, "--json " + scratch_.file("second.json"));
-    EXPECT_TRUE(has(second.output, "rule stands twice")) << second.output;
-    EXPECT_GT(rules(), once) << "a HAL that begins with empty maps adds its rules anew";
+    EXPECT_TRUE(has(second.output, "rule occurs twice")) << second.output;
+    EXPECT_GT(rules(), once) << "a HAL that begins with empty maps adds its rules again";
     const json told = json::parse(contentOf(scratch_.file("second.json"))), kept = state();
     EXPECT_EQ(told["vlan"], kept["vlan"]);
     EXPECT_EQ(told["network"]["devices"], kept["network"]["devices"]);
@@ -59,7 +59,7 @@ TEST_F(ExecBoard, ADaemonWithAStateFileFindsItsService) {
     EXPECT_TRUE(has(exec(daemon).output, "the service is up"));
     const json before = state();
     const ProgramResult second = exec(daemon);
-    EXPECT_TRUE(has(second.output, "the service stands still")) << second.output;
+    EXPECT_TRUE(has(second.output, "the service is still there")) << second.output;
     EXPECT_EQ(state()["vlan"], before["vlan"]);
     EXPECT_EQ(state()["pon"], before["pon"]);
 }
@@ -69,7 +69,7 @@ TEST_F(ExecBoard, AllProcessesOfAProgramWorkOnTheOneBoard) {
     const ProgramResult both = exec(kDaemon + "; " + kDaemon);
     EXPECT_EQ(both.code, 0) << both.output;
     EXPECT_FALSE(has(both.output, "a board of its own")) << both.output;
-    EXPECT_TRUE(has(both.output, "rule stands twice")) << both.output;
+    EXPECT_TRUE(has(both.output, "rule occurs twice")) << both.output;
     EXPECT_EQ(state()["network"]["bridges"].size(), 2U);
 }
 

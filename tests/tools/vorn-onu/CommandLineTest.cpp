@@ -22,7 +22,7 @@ TEST(CommandLine, WhatMakesNoSenseIsRefusedInOneLineThatSaysWhatIsMeant) {
         {{"send", "a.json", "--from", "sid0", "--after-step", "0"},
          "vorn-onu: send: --after-step: must be a number from 1 on, not '0'"},
         {{"send", "a.json", "--from", "sid0", "--pbits", "1"},
-         "vorn-onu: send: --pbits: stands behind the --vlan that it describes"},
+         "vorn-onu: send: --pbits: belongs behind the --vlan that it describes"},
     };
     for (const auto& one : cases) {
         std::vector<std::string> words = {kTool};

@@ -413,7 +413,7 @@ TEST(ReportTool, SendAnswersWhereAFrameGoesOnceTheServicesStand) {
         std::vector<const char*> answers;
     } cases[] = {
         {{},
-         {"when most stands on the device", "sid0 receives", "bridge br3",
+         {"when the device holds most", "sid0 receives", "bridge br3",
           "leaves at GEM port 1001, T-CONT 1, queue 0: VID 100 p0, IPv4", " 0"}},
         {{"--vlan", "1", "--vlan", "2", "--pbits", "3", "--dei", "--tpid", "0x88a8"},
          {"VID 1 p0, VID 2 p3 DEI TPID 0x88a8, IPv4 from sid0", "dropped at sid0", " 1"}},
@@ -421,7 +421,7 @@ TEST(ReportTool, SendAnswersWhereAFrameGoesOnceTheServicesStand) {
         {{"--ethertype", "arp"}, {"untagged ARP from sid0"}},
         {{"--after-step", "1"}, {"after step 1 of", "dropped at sid0: sid0 is down"}},
         {{"--json"}, {"\"afterStep\": ", "\"gemPort\": 1001", "\"rule\": "}},
-        {{"--pbits", "5"}, {"stands behind the --vlan", " 2"}},
+        {{"--pbits", "5"}, {"belongs behind the --vlan", " 2"}},
         {{"--vlan", "5000"}, {"field 'tags[0].vid'", " 2"}},
         {{"--ethertype", "ipx"}, {"field 'etherType'", " 2"}},
         {{"--source", "02:00"}, {"field 'source'", " 2"}},

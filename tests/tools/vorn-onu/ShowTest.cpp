@@ -56,7 +56,7 @@ TEST(Show, AStepShowsItsArgumentsItsOutcomeAndTheAuthorsWords) {
                              "8  configureBridge           bridgeId 3, uniPort 0  → + br3 gpon3 gpon3.3\n",
                              // a rule that does not fit in two columns
                              "    single-tagged frames with VID 100, p-bits 0, TPID 0x8100:\n"
-                             "        pop the outer tag (rule stands twice)\n",
+                             "        pop the outer tag (rule occurs twice)\n",
                              "→ - sid0.3, -5 rules, -2 flows"})
         EXPECT_NE(text.find(part), std::string::npos) << part << "\n" << text;
 }

@@ -67,7 +67,7 @@ const struct {
     {"TwoActions", R"({"title": "t", "steps": [{"advance": 5, "mark": "m"}]})",
      "step 1: field 'mark': does not go with 'advance' in one step"},
     {"FieldTwice", R"({"title": "t", "steps": [{"advance": 5}, {"advance": 5, "advance": 6}]})",
-     "step 2: field 'advance': stands twice"},
+     "step 2: field 'advance': occurs twice"},
     {"UnknownMark", R"({"title": "t", "steps": [{"expect": {"nothingLeftSince": "start"}}]})",
      "step 1: field 'expect.nothingLeftSince': there is no mark 'start' before this step"},
     {"LinkState", R"({"title": "t", "steps": [{"board": {"links": {"sid1": "dwon"}}}]})",

@@ -53,7 +53,7 @@ int AuditCommand::run() const {
         } else {
             const std::string moment = "after step " + std::to_string(result.step) + " of " +
                                        std::to_string(loaded.steps.size()) +
-                                       (afterStep == 0 ? ", when most stands on the device" : "");
+                                       (afterStep == 0 ? ", when the device holds most" : "");
             print(hal.shown(), terminal.bold("G.988 and the device") + "\n" +
                                    terminal.dim(cut(loaded.title, terminal.width())) + "\n" + terminal.dim(moment) +
                                    "\n\n" + auditWords(result, audit::commandFor("send", scenario), terminal));

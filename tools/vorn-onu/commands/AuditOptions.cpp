@@ -14,7 +14,7 @@ Command addAudit(CLI::App& app) {
     command->add_flag("--strict", audit->strict, "take a difference for a failure");
     command
         ->add_option("--after-step", audit->afterStep,
-                     "stop the scenario after this step; otherwise when most stands on the device")
+                     "stop the scenario after this step; otherwise when the device holds most")
         ->check(numberFrom(1))
         ->type_name("N");
     command->add_flag("--json", audit->json, "answer in JSON");

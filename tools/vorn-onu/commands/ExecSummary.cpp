@@ -67,7 +67,7 @@ void ExecSummary::tellOfTheBackground() const {
     }
     complain(program_[0] + " goes on in the background: " + joined(names, ", "));
     if (!goesOn()) return;
-    complain("  the state of its device: " + stateFile + ", written anew after each change");
+    complain("  the state of its device: " + stateFile + ", rewritten after each change");
     if (!traceFile.empty()) complain("  its calls into the device: " + traceFile);
     if (!recording.empty()) complain("  its recording, from its first call of the HAL on: " + recording);
     if (!halOutput.empty()) complain("  what its HAL prints: " + halOutput);

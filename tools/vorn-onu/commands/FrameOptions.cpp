@@ -10,7 +10,7 @@ namespace {
 
 // The tag that an option belongs to: each --vlan begins one, what follows it describes it.
 TypedTag& tagOf(TypedFrame& send, const std::string& option) {
-    if (send.tags.empty()) throw CLI::ValidationError(option, "stands behind the --vlan that it describes");
+    if (send.tags.empty()) throw CLI::ValidationError(option, "belongs behind the --vlan that it describes");
     return send.tags.back();
 }
 

@@ -28,7 +28,7 @@ using Works = std::vector<std::pair<CLI::App*, Work>>;
 
 void addShow(CLI::App& at, const std::string& name, Works& works) {
     const auto show = std::make_shared<AtShowCommand>();
-    CLI::App* command = at.add_subcommand("show", "show what stands on the board");
+    CLI::App* command = at.add_subcommand("show", "show what is on the board");
     command->add_flag("--json", show->json, "the device state as JSON, with its trace");
     works.emplace_back(command, [show, &name] {
         show->name = name;

@@ -114,7 +114,7 @@ int runPlayed(const OmciCommand& command, const MessageFile& file, const std::op
     const nlohmann::json device = onu.toJson();
     const DeviceState state = readState(device);
     say(output.rule("What the HAL was asked for") + output.calls(run.calls()));
-    say(output.rule("What stands on the device"));
+    say(output.rule("What is on the device"));
     const std::string report = deviceReport(state, run.newBoard, terminal);
     say(report.empty() ? "\n  Nothing: the device is as new.\n" : report);
     say(warnings(state, terminal));

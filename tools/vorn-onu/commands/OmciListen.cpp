@@ -90,13 +90,13 @@ public:
     }
 
     void summary(HalOutput& hal) {
-        if (server_) server_->stop("the ONU has been told to end");
+        if (server_) server_->stop("the ONU has been asked to end");
         writer_.reset();
         say(output_.flush());
         const nlohmann::json device = virtual_onu::VirtualOnu::instance().toJson();
         const DeviceState state = readState(device);
         const std::string report = deviceReport(state, run_.newBoard, terminal_);
-        say(output_.rule("What stands on the device"));
+        say(output_.rule("What is on the device"));
         say(report.empty() ? "\n  Nothing: the device is as new.\n" : report);
         say(warnings(state, terminal_) + output_.closing(tally_));
         if (const std::string words = droppedWords(); !words.empty()) say("  " + words + "\n");

@@ -88,7 +88,7 @@ Command addOmci(CLI::App& app) {
     command->footer(
         "Each message is shown with its entity and attributes in words, the ONU's answer, how that differs from the "
         "answer in the capture, and the calls of the HAL that came of it; then the calls with the messages behind "
-        "them, and what stands on the device. Captures hold Ethernet frames of type 0x88b5, or messages as such (user "
+        "them, and what is on the device. Captures hold Ethernet frames of type 0x88b5, or messages as such (user "
         "link types). In text, times, prefix words, offsets and comments (#) are passed over.\n\n"
         "Exit codes: 0 every message was answered with success or as in the capture, 1 one was refused or has another "
         "result than the capture's, a call of the HAL failed, or the frame of --from is dropped (with --both-ways: or "

@@ -106,7 +106,7 @@ public:
         pollfd wait{signals_, POLLIN, 0};
         while (poll(&wait, 1, -1) < 0) {
         }
-        server_.stop("it has been told to end");
+        server_.stop("it has been asked to end");
     }
     // What the TAPs have counted; "" without them.
     std::string packets(const Terminal& terminal) const {
@@ -184,7 +184,7 @@ int runShown(const RunCommand& command, const Scenario& scenario, ScenarioResult
     const nlohmann::json device = onu.toJson();
     const DeviceState state = readState(device);
     const std::string report = deviceReport(state, newBoard, terminal);
-    say(output.rule("What stands on the device at the end"));
+    say(output.rule("What is on the device at the end"));
     say(report.empty() ? "\n  Nothing: the device is as new.\n" : report);
     say(warnings(state, terminal, runSteps(records)));
     say(output.closing(records, state.calls));

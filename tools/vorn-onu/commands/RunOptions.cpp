@@ -10,7 +10,7 @@ namespace vorn_onu {
 
 Command addRun(CLI::App& app) {
     const auto run = std::make_shared<RunCommand>();
-    CLI::App* command = app.add_subcommand("run", "run a scenario and show what stands on the device");
+    CLI::App* command = app.add_subcommand("run", "run a scenario and show what is on the device");
     command->add_option("FILE", run->scenarios, "the scenario, or several")->required()->type_name("");
     command->add_flag("--trace", run->trace, "show every call into the device below the step that made it");
     command->add_option("--json", run->jsonFile, "write steps and device state as JSON; - is standard output")

@@ -53,7 +53,7 @@ Moment momentOf(const Scenario& scenario, const SendCommand& command, const Fram
 
 std::string momentWords(const Scenario& scenario, const SendCommand& command, std::size_t step) {
     std::string text = "after step " + std::to_string(step) + " of " + std::to_string(scenario.steps.size());
-    return command.afterStep != 0 ? text : text + ", when most stands on the device";
+    return command.afterStep != 0 ? text : text + ", when the device holds most";
 }
 
 std::string heading(const Scenario& scenario, const std::string& what, const std::string& moment,

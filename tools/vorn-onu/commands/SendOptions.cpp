@@ -10,7 +10,7 @@ namespace vorn_onu {
 
 Command addSend(CLI::App& app) {
     const auto send = std::make_shared<SendCommand>();
-    CLI::App* command = app.add_subcommand("send", "tell where a frame goes once a scenario's services stand");
+    CLI::App* command = app.add_subcommand("send", "tell where a frame goes once a scenario's services are in place");
     command->add_option("FILE", send->scenario, "the scenario")->required()->type_name("");
     const FrameOptions frame = addFrameOptions(*command, *send);
     frame.from->required();
@@ -25,7 +25,7 @@ Command addSend(CLI::App& app) {
         ->needs(capture);
     command
         ->add_option("--after-step", send->afterStep,
-                     "stop the scenario after this step; otherwise when most stands on the device")
+                     "stop the scenario after this step; otherwise when the device holds most")
         ->check(numberFrom(1))
         ->type_name("N");
     command->add_flag("--json", send->json, "answer in JSON");

@@ -169,7 +169,7 @@ void Playing::compare(Played& played, const omci::Message& ours, const omci::Mes
         const omci::NamedValue* mine = find(here.values, value.name);
         const std::string said = value.name + " " + value.value + " in the capture";
         if (mine == nullptr)
-            played.differences.push_back(said + ", not told here");
+            played.differences.push_back(said + ", not reported here");
         else if (mine->value != value.value)
             played.differences.push_back(said + ", " + mine->value + " here");
     }

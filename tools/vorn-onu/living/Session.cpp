@@ -142,7 +142,7 @@ json Session::step(const Json& request) {
                       "'omci --listen' takes call steps");
     if (request["step"].is_object() && request["step"].contains("restart"))
         throw Refusal("not-here",
-                      "the HAL lives in the process that is asked, which cannot be started anew; a scenario can");
+                      "the HAL lives in the process that is asked, which cannot be restarted; a scenario can");
     ParseContext parsing = parsing_;
     if (request.contains("records")) parsing.records = request["records"];
     const Json& whole = request["step"];

@@ -92,9 +92,9 @@ std::string pictureLegend(const std::string& svg) {
 
 std::string picture(const ReportInput& input) {
     const std::string body = picturePart(input.state);
-    const std::string when = input.moment.empty() ? "As it stands at the end of the run."
-                                                  : "As it stood " + input.moment +
-                                                        ", the moment with most on it; later steps take it back.";
+    const std::string when =
+        input.moment.empty() ? "As it is at the end of the run."
+                             : "As it was " + input.moment + ", the moment with most on it; later steps take it back.";
     return body.empty() ? "" : element("p", escaped(when), "soft") + body;
 }
 

@@ -40,7 +40,7 @@ public:
     bool key(string_t& key) override {
         Level& level = levels_.back();
         level.key = key;
-        if (!level.keys.insert(key).second) return fail({"stands twice", path()});
+        if (!level.keys.insert(key).second) return fail({"occurs twice", path()});
         if (level.keys.size() > kMaxJsonKeys)
             return fail({"has an object with more than " + std::to_string(kMaxJsonKeys) + " fields", {}});
         return true;

@@ -70,7 +70,7 @@ public:
         try {
             answer.result.answer = process_.begin();
         } catch (const std::exception& error) {
-            answer.result.failures.push_back({"the HAL's process", {"begins anew"}, {error.what()}});
+            answer.result.failures.push_back({"the HAL's process", {"restarts"}, {error.what()}});
         }
         return answer;
     }

@@ -91,11 +91,7 @@ std::vector<StepKind> checkSteps() {
          {"within"},
          expectSchema(),
          parseExpect},
-        {"show",
-         "shows what stands on the device at this moment, under a title",
-         {},
-         Json{{"type", "string"}},
-         parseShow},
+        {"show", "shows what is on the device at this moment, under a title", {}, Json{{"type", "string"}}, parseShow},
         {"mark", "names this moment, for nothingLeftSince and since", {}, Json{{"type", "string"}}, parseMark},
         {"note", "a heading between steps, or words beside a step", {}, Json{{"type", "string"}}, parseNote},
     };

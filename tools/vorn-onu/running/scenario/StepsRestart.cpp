@@ -18,7 +18,7 @@ void parseRestart(Step& step, const Json& whole, ParseContext&) {
     step.words = how == "kill" ? "the HAL's process is killed; a new one on the same board"
                                : "the HAL's process ends; a new one on the same board";
     step.run = [](RunContext&) -> StepResult {
-        throw std::runtime_error("the HAL lives in this very process, which cannot be started anew");
+        throw std::runtime_error("the HAL lives in this very process, which cannot be restarted");
     };
 }
 

@@ -290,7 +290,7 @@ void compareOrder(const DeviceState& before, const DeviceState& after, DiffLines
     for (const TableState& table : before.tables) {
         const auto old = termsOf(&table), now = termsOf(sameTable(after, table));
         if (apart(old, now).first != apart(now, old).first)
-            lines.push_back(tableWords(table.device, table.receive, {table.tags}) + ": rules stand in another order");
+            lines.push_back(tableWords(table.device, table.receive, {table.tags}) + ": rules are in another order");
     }
 }
 

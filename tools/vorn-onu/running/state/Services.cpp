@@ -140,7 +140,7 @@ std::vector<MergedRule> mergedRules(const std::vector<const TableState*>& tables
 
 std::string repetition(const MergedRule& rule) {
     if (rule.times < 2) return "";
-    return " (rule stands " + (rule.times == 2 ? "twice" : std::to_string(rule.times) + " times") + ")";
+    return " (rule occurs " + (rule.times == 2 ? "twice" : std::to_string(rule.times) + " times") + ")";
 }
 
 std::vector<Service> servicesOf(const DeviceState& state) {

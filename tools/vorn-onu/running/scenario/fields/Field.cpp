@@ -205,7 +205,7 @@ PbitMap pbitMapOf(const Json& value, std::int64_t highestPbit) {
             const bool noQueue = gemPort == kNoGemPort && !entry.contains("queue");
             const auto queue = static_cast<std::uint16_t>(noQueue ? 0 : part("queue", Numbers{}));
             const bool isNew = pbit == kOtherPbits ? !others : result.count(static_cast<std::uint8_t>(pbit)) == 0;
-            if (!isNew) throw Problem("pbit", "stands twice in the list: " + shown(entry["pbit"]));
+            if (!isNew) throw Problem("pbit", "occurs twice in the list: " + shown(entry["pbit"]));
             if (pbit == kOtherPbits)
                 others = {gemPort, queue};
             else
@@ -286,7 +286,7 @@ void fillForCall(void* record, const std::vector<Field>& fields, const Json& giv
         if (!unchecked.contains(field.name))
             others.push_back(field);
         else if (checked.contains(field.name))
-            throw Problem(field.name, "stands below 'unchecked' too");
+            throw Problem(field.name, "is below 'unchecked' too");
     }
     fill(record, others, checked);
     for (const Field& field : fields) {

@@ -127,7 +127,7 @@ std::vector<Field> bridgeServiceFields(const std::set<std::string>& requiredName
         field("multicastService", &R::multicastService, kFlag, otherwise(false),
               "a multicast service (with isMulticast)"),
         field("restoreVlanFlows", &R::restoreVlanFlows, kFlag, otherwise(false),
-              "make the VLAN flows anew after the p-bit data is removed"),
+              "recreate the VLAN flows after the p-bit data is removed"),
     };
     for (Field& row : extendedRowFields()) fields.insert(fields.end() - 1, std::move(row));
     for (Field& one : fields)
