@@ -162,7 +162,7 @@ void record(CallKind kind, const std::string& name, const std::string& argumentL
     entry.injected = std::exchange(callIsInjected, false);
     std::shared_ptr<const Listener> listener;
     {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         entry.number = ++core().traced;
         keepEntry(entry);
         persistence::changed(persistence::kRunTrace, entry.number);
@@ -176,7 +176,7 @@ void record(CallKind kind, const std::string& name, const std::string& argumentL
 std::optional<int> faultOf(const std::string& name, const std::string& detail, bool counted) {
     callIsInjected = false;
     if (!counted && !anyFaults.load(std::memory_order_acquire)) return std::nullopt;
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     std::optional<int> code;
     auto& pending = core().pendingFaults;
     for (auto fault = pending.begin(); fault != pending.end();) {
@@ -225,7 +225,7 @@ void waitFor(const char* function, std::uint64_t milliseconds) {
            seconds ? std::to_string(milliseconds / 1000) : std::to_string(milliseconds) + " ms", 0);
     bool reallySleep = false;
     {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         sleptMs += milliseconds;
         persistence::changed(persistence::kClock);
         reallySleep = core().sleepsForReal;
@@ -276,7 +276,7 @@ void realTimePasses(std::uint64_t milliseconds) {
 
 void resetCore() {
     {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         core() = CoreState{};
         anyFaults.store(false, std::memory_order_release);
         sleptMs = 0;
@@ -303,7 +303,7 @@ std::vector<TraceEntry> VirtualOnu::trace() const {
 }
 
 std::vector<TraceEntry> VirtualOnu::traceAfter(std::uint64_t number, std::size_t most) const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const auto& entries = core().trace;
     if (entries.empty() || entries.back().number <= number) return {};
     const std::uint64_t first = entries.front().number;
@@ -314,12 +314,12 @@ std::vector<TraceEntry> VirtualOnu::traceAfter(std::uint64_t number, std::size_t
 }
 
 std::uint64_t VirtualOnu::traced() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return core().traced;
 }
 
 std::uint64_t VirtualOnu::changes() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return generation;
 }
 
@@ -338,19 +338,19 @@ std::vector<std::string> VirtualOnu::traceTexts() const {
 }
 
 void VirtualOnu::clearTrace() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     core().trace.clear();
     core().traced = 0;
 }
 
 void VirtualOnu::onTrace(std::function<void(const TraceEntry&)> listener) {
     auto shared = listener ? std::make_shared<const Listener>(std::move(listener)) : nullptr;
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     core().listener = std::move(shared);
 }
 
 std::uint64_t VirtualOnu::failNext(const std::string& function, int nth, int code) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     core().pendingFaults.push_back({++core().faults, function, nth, code});
     anyFaults.store(true, std::memory_order_release);
     persistence::changed(persistence::kRunFaults);
@@ -358,26 +358,26 @@ std::uint64_t VirtualOnu::failNext(const std::string& function, int nth, int cod
 }
 
 std::optional<int> VirtualOnu::callsUntilFault(std::uint64_t fault) const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     for (const PendingFault& pending : core().pendingFaults)
         if (pending.number == fault) return pending.callsToGo;
     return std::nullopt;
 }
 
 void VirtualOnu::failCall(std::uint64_t number, int code) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     core().numberedFaults[number] = code;
     anyFaults.store(true, std::memory_order_release);
     persistence::changed(persistence::kRunFaults);
 }
 
 std::uint64_t VirtualOnu::callCount() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return core().calls;
 }
 
 void VirtualOnu::clearFaults() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     core().pendingFaults.clear();
     core().numberedFaults.clear();
     persistence::changed(persistence::kRunFaults);
@@ -385,7 +385,7 @@ void VirtualOnu::clearFaults() {
 }
 
 void VirtualOnu::sleepForReal(bool on) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     core().sleepsForReal = on;
 }
 
@@ -395,14 +395,14 @@ void VirtualOnu::advance(unsigned milliseconds) {
         deviceClock().advancedMs += milliseconds;
     }
     {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         persistence::changed(persistence::kClock);
     }
     deviceClock().changed.notify_all();
 }
 
 std::uint64_t VirtualOnu::slept() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return sleptMs;
 }
 

@@ -25,20 +25,21 @@ namespace virtual_onu {
 // The one lock of the device; recursive, so that a facility may ask another one.
 std::recursive_mutex& deviceMutex();
 
-// Holds it. The thread sanitizer is informed in its own terms: inside the sleep functions of the C library, which lead
-// here, it does not look at mutexes.
-class DeviceLock {
+// Access to the device: holds the lock. When the outermost one ends, what has changed meanwhile is written to the file
+// of an open board. The thread sanitizer is informed in its own terms: inside the sleep functions of the C library,
+// which lead here, it does not look at mutexes.
+class DeviceAccess {
 public:
-    explicit DeviceLock(std::recursive_mutex& mutex) : lock_(mutex), persists_(persistence::isOpen()) {
+    explicit DeviceAccess(std::recursive_mutex& mutex) : lock_(mutex), persists_(persistence::isOpen()) {
         taken(&mutex);
         if (persists_) persistence::entered();
     }
-    ~DeviceLock() {
+    ~DeviceAccess() {
         if (persists_) persistence::leaving();
         givenBack(lock_.mutex());
     }
-    DeviceLock(const DeviceLock&) = delete;
-    DeviceLock& operator=(const DeviceLock&) = delete;
+    DeviceAccess(const DeviceAccess&) = delete;
+    DeviceAccess& operator=(const DeviceAccess&) = delete;
 
 private:
 #ifdef __SANITIZE_THREAD__

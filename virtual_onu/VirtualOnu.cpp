@@ -140,7 +140,7 @@ nlohmann::json VirtualOnu::toJson() const {
 
 // Of one moment: no thread is in the middle of a call. A host's kernel is not asked with the lock held.
 nlohmann::json VirtualOnu::toJsonWithoutTrace() const {
-    std::optional<DeviceLock> between;
+    std::optional<DeviceAccess> between;
     if (!network::hostKernel()) between.emplace(deviceMutex());
     nlohmann::json all = {{"network", network::toJson()},
                           {"vlan", vlan::toJson()},

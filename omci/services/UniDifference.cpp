@@ -43,28 +43,28 @@ private:
 
 }  // namespace
 
-UniChange uniChange(const std::vector<UniRulePtr>& standing, const std::vector<UniRulePtr>& wanted) {
+UniChange uniChange(const std::vector<UniRulePtr>& current, const std::vector<UniRulePtr>& wanted) {
     // Rules that are in their places stay, whatever comes behind them.
-    const auto differ = std::mismatch(standing.begin(), standing.end(), wanted.begin(), wanted.end());
-    const auto same = static_cast<std::size_t>(differ.first - standing.begin());
-    const Places wantedAt(wanted, same), standingAt(standing, same);
+    const auto differ = std::mismatch(current.begin(), current.end(), wanted.begin(), wanted.end());
+    const auto same = static_cast<std::size_t>(differ.first - current.begin());
+    const Places wantedAt(wanted, same), currentAt(current, same);
     std::vector<std::size_t> fresh;  // places of the rules to be added, in list order
     for (std::size_t at = same; at < wanted.size(); ++at) {
-        if (!standingAt.of(wanted[at])) fresh.push_back(at);
+        if (!currentAt.of(wanted[at])) fresh.push_back(at);
     }
-    std::vector<std::size_t> place(standing.size());  // in list order, of those that are wanted
-    std::vector<bool> moves(standing.size(), false);
-    for (std::size_t at = same; at < standing.size(); ++at) {
-        const auto found = wantedAt.of(standing[at]);
+    std::vector<std::size_t> place(current.size());  // in list order, of those that are wanted
+    std::vector<bool> moves(current.size(), false);
+    for (std::size_t at = same; at < current.size(); ++at) {
+        const auto found = wantedAt.of(current[at]);
         moves[at] = !found;
         place[at] = found.value_or(0);
     }
     // What is added comes behind all that exists: rules that must stay behind it are recreated, and so on.
     for (std::size_t next = 0; next < fresh.size(); ++next) {
-        for (std::size_t at = same; at < standing.size(); ++at) {
+        for (std::size_t at = same; at < current.size(); ++at) {
             if (moves[at]) continue;
             const std::size_t own = place[at];
-            if (own < fresh[next] || !overlap(*standing[at], *wanted[fresh[next]])) continue;
+            if (own < fresh[next] || !overlap(*current[at], *wanted[fresh[next]])) continue;
             moves[at] = true;
             fresh.push_back(own);
         }
@@ -72,10 +72,10 @@ UniChange uniChange(const std::vector<UniRulePtr>& standing, const std::vector<U
     std::sort(fresh.begin(), fresh.end());
 
     UniChange change;
-    for (std::size_t at = 0; at < standing.size(); ++at)
-        (moves[at] ? change.remove : change.after).push_back(standing[at]);
+    for (std::size_t at = 0; at < current.size(); ++at)
+        (moves[at] ? change.remove : change.after).push_back(current[at]);
     for (const auto& gone : change.remove) {
-        for (const auto& other : standing) change.whole |= gone != other && confused(*gone, *other);
+        for (const auto& other : current) change.whole |= gone != other && confused(*gone, *other);
     }
     if (change.whole) {
         change.remove.clear();

@@ -16,9 +16,9 @@ struct UniChange {
     std::vector<UniRulePtr> after;   // the rules that exist then, in the order in which the HAL tries them
 };
 
-// standing: in the order in which the HAL tries them. wanted: in list order. Rules that no frame could take for each
+// current: in the order in which the HAL tries them. wanted: in list order. Rules that no frame could take for each
 // other keep their places, whatever the list order is.
-UniChange uniChange(const std::vector<UniRulePtr>& standing, const std::vector<UniRulePtr>& wanted);
+UniChange uniChange(const std::vector<UniRulePtr>& current, const std::vector<UniRulePtr>& wanted);
 
 }  // namespace omci::services
 

@@ -94,7 +94,7 @@ private:
 };
 
 void reset() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     memory().forget();
 }
 
@@ -108,13 +108,13 @@ void bridgeRemoved(int deviceIndex) {
 
 Walk fromPort(const std::string& device, const Frame& frame, Learning learning) {
     if (hasTooManyTags(frame)) return refusal(device, frame);
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return walkNow(frame, learning, [&](Walker& walker) { walker.enter(device); });
 }
 
 Walk fromPon(unsigned gemPortId, const Frame& frame, Learning learning) {
     if (hasTooManyTags(frame)) return refusal(kPonDevice, frame);
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return walkNow(frame, learning, [&](Walker& walker) { walker.enterFromPon(gemPortId); });
 }
 
@@ -159,12 +159,12 @@ void VirtualOnu::forgetLearned() {
 }
 
 std::vector<LearnedAddress> VirtualOnu::learnedAddresses() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return datapath::learnedNow();
 }
 
 FrozenDataPath VirtualOnu::freezeDataPath() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return FrozenDataPath(std::make_shared<datapath::Frozen>());
 }
 

@@ -22,7 +22,7 @@ std::vector<WireExit> carried(const datapath::Entrance& entrance, const std::vec
     slot.payloadSize = slot.size - header.payloadAt;
     datapath::Traversal traversal;
     std::vector<WireExit> exits;
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const datapath::Plan& plan = datapath::carry(entrance, datapath::packetOf(header), traversal);
     for (const auto& exit : traversal.exits) {
         WireExit made;

@@ -48,7 +48,7 @@ Ipv4 ipv4Of(const NetworkDevice& device) {
 }
 
 int setIpv4(const std::string& name, in_addr_t Ipv4::*part, in_addr_t value) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (host::active()) return host::setIpv4(name, part, value);
     const auto found = device(name);
     if (!found) return ENODEV;

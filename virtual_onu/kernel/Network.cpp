@@ -158,7 +158,7 @@ int withDevice(const std::string& name, const std::function<int(Device&)>& work)
 }  // namespace
 
 void reset() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     host::leave();
     packets::reset();
     state() = State{};
@@ -175,12 +175,12 @@ bool isRunning(const NetworkDevice& device) {
 }
 
 bool exists(const std::string& name) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return host::active() ? host::device(name).has_value() : find(name) != nullptr;
 }
 
 int addVlanDevice(const std::string& name, const std::string& realDevice, bool routed, bool multicast) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (host::active()) return host::addVlanDevice(name, realDevice, routed, multicast);
     const Device* real = find(realDevice);
     if (real == nullptr) return ENODEV;
@@ -195,7 +195,7 @@ int addVlanDevice(const std::string& name, const std::string& realDevice, bool r
 }
 
 int addBridge(const std::string& name) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (host::active()) return host::addBridge(name);
     if (const int error = checkNewName(name)) return error;
     NetworkDevice& made = append(state(), name).shown;
@@ -208,7 +208,7 @@ int addBridge(const std::string& name) {
 }
 
 int removeDevice(const std::string& name) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const auto refusal = state().refusals.find(name);
     if (refusal != state().refusals.end() && refusal->second.times > 0) {
         --refusal->second.times;
@@ -222,7 +222,7 @@ int removeDevice(const std::string& name) {
 }
 
 int removeBridge(const std::string& name) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (host::active()) return host::removeBridge(name);
     const Device* device = find(name);
     if (device == nullptr) return ENXIO;
@@ -233,7 +233,7 @@ int removeBridge(const std::string& name) {
 }
 
 int addPort(const std::string& bridgeName, const std::string& deviceName) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (host::active()) return host::addPort(bridgeName, deviceName);
     if (find(bridgeName) == nullptr) return ENODEV;
     Bridge* bridge = findBridge(bridgeName);
@@ -253,7 +253,7 @@ int addPort(const std::string& bridgeName, const std::string& deviceName) {
 }
 
 int removePort(const std::string& bridgeName, const std::string& deviceName) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (host::active()) return host::removePort(bridgeName, deviceName);
     if (find(bridgeName) == nullptr) return ENODEV;
     if (findBridge(bridgeName) == nullptr) return EOPNOTSUPP;
@@ -266,7 +266,7 @@ int removePort(const std::string& bridgeName, const std::string& deviceName) {
 std::vector<NetworkDevice> devices() {
     std::vector<Device> copies;
     {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         if (host::active()) return host::devices();
         for (const auto& entry : state().devices.all()) copies.push_back(entry.second);
     }
@@ -276,14 +276,14 @@ std::vector<NetworkDevice> devices() {
 }
 
 std::optional<NetworkDevice> device(const std::string& name) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (host::active()) return host::device(name);
     const Device* found = find(name);
     return found == nullptr ? std::nullopt : std::optional<NetworkDevice>(found->withStatistics());
 }
 
 std::optional<NetworkDevice> deviceOfIndex(int index) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (host::active()) {
         for (auto& device : host::devices()) {
             if (device.index == index) return device;
@@ -295,7 +295,7 @@ std::optional<NetworkDevice> deviceOfIndex(int index) {
 }
 
 std::vector<Bridge> bridges() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (host::active()) return host::bridges();
     std::vector<Bridge> all;
     for (const auto& entry : state().bridges.all()) all.push_back(entry.second);
@@ -303,7 +303,7 @@ std::vector<Bridge> bridges() {
 }
 
 std::optional<Bridge> bridge(const std::string& name) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (host::active()) {
         for (auto& bridge : host::bridges()) {
             if (bridge.name == name) return bridge;
@@ -317,7 +317,7 @@ std::optional<Bridge> bridge(const std::string& name) {
 // ---- changes ----
 
 int setFlags(const std::string& name, unsigned flags) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (host::active()) return host::setFlags(name, flags);
     return withDevice(name, [&](Device& device) {
         device.shown.flags = flags;
@@ -331,7 +331,7 @@ int setFlags(const std::string& name, unsigned flags) {
 }
 
 int setMtu(const std::string& name, int mtu) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (host::active()) return host::setMtu(name, mtu);
     return withDevice(name, [&](Device& device) {
         if (mtu < kMinMtu || mtu > kMaxMtu) return EINVAL;
@@ -341,7 +341,7 @@ int setMtu(const std::string& name, int mtu) {
 }
 
 int setMac(const std::string& name, const std::string& mac) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     std::uint8_t bytes[6];
     if (!parseMac(mac, bytes)) return EINVAL;
     if (host::active()) return host::setMac(name, bytes);
@@ -355,7 +355,7 @@ int setMac(const std::string& name, const std::string& mac) {
 }
 
 int setAddress(const std::string& name, const std::string& addressText) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return withDevice(name, [&](Device& device) {
         device.shown.addresses = {addressText};
         return 0;
@@ -363,7 +363,7 @@ int setAddress(const std::string& name, const std::string& addressText) {
 }
 
 int setIpv6Disabled(const std::string& name, bool disabled) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return withDevice(name, [&](Device& device) {
         device.shown.ipv6Disabled = disabled;
         return 0;
@@ -380,7 +380,7 @@ unsigned kernelFlags(const NetworkDevice& device) {
 }
 
 int changeBridge(const std::string& name, const std::function<int(Bridge&)>& change) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (host::active()) return host::changeBridge(name, change);
     Bridge* bridge = findBridge(name);
     if (bridge == nullptr) return ENODEV;
@@ -390,7 +390,7 @@ int changeBridge(const std::string& name, const std::function<int(Bridge&)>& cha
 }
 
 int changePort(const std::string& name, const std::function<int(BridgePort&)>& change) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (host::active()) return host::changePort(name, change);
     const Device* device = find(name);
     Bridge* bridge = device == nullptr ? nullptr : findBridge(device->shown.master);
@@ -404,7 +404,7 @@ int changePort(const std::string& name, const std::function<int(BridgePort&)>& c
 }
 
 void forEachDevice(const std::function<void(const NetworkDevice&, DeviceCounters*)>& look) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (host::active()) {
         for (const auto& device : host::devices()) look(device, nullptr);
         return;
@@ -413,7 +413,7 @@ void forEachDevice(const std::function<void(const NetworkDevice&, DeviceCounters
 }
 
 std::optional<std::string> splitStatistics() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const auto& all = state().devices.all();
     const bool any =
         std::any_of(all.begin(), all.end(), [](const auto& entry) { return entry.second.counters.anySplit(); });
@@ -426,7 +426,7 @@ std::optional<std::string> splitStatistics() {
 // ---- policy routing ----
 
 int addIpRule(const std::string& rule) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     auto& rules = state().ipRules;
     if (std::find(rules.begin(), rules.end(), rule) != rules.end()) return EEXIST;
     if (host::active() && host::runIp("rule add " + rule) != 0) return EINVAL;
@@ -436,7 +436,7 @@ int addIpRule(const std::string& rule) {
 }
 
 int removeIpRule(const std::string& rule) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     auto& rules = state().ipRules;
     const auto found = std::find(rules.begin(), rules.end(), rule);
     if (found == rules.end()) return ENOENT;
@@ -448,7 +448,7 @@ int removeIpRule(const std::string& rule) {
 
 int addIpRoute(const std::string& destination, const std::string& device, int table, const std::string& route,
                bool replace) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const auto through = network::device(device);
     if (!through) return ENODEV;
     if (!through->up) return ENETDOWN;
@@ -465,7 +465,7 @@ int addIpRoute(const std::string& destination, const std::string& device, int ta
 }
 
 int removeIpRoute(const std::string& destination, int table) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     auto& routes = state().ipRoutes;
     for (auto route = routes.begin(); route != routes.end(); ++route) {
         if (route->destination != destination || route->table != table) continue;
@@ -482,7 +482,7 @@ int removeIpRoute(const std::string& destination, int table) {
 namespace virtual_onu {
 
 bool VirtualOnu::addDevice(const std::string& name, const std::string& realDevice) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (network::hostKernel()) return host::addDevice(name, realDevice) == 0;
     if (network::checkNewName(name) != 0) return false;
     network::append(network::state(), name).shown.realDevice = realDevice;
@@ -490,7 +490,7 @@ bool VirtualOnu::addDevice(const std::string& name, const std::string& realDevic
 }
 
 bool VirtualOnu::removeDevice(const std::string& name) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (network::hostKernel()) return host::removeDevice(name) == 0;
     if (network::find(name) == nullptr) return false;
     network::erase(name);
@@ -498,7 +498,7 @@ bool VirtualOnu::removeDevice(const std::string& name) {
 }
 
 void VirtualOnu::setOperState(const std::string& name, const std::string& operState) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (network::Device* device = network::find(name)) {
         device->pinnedOperState = operState;
         network::changedDevice(*device);
@@ -516,7 +516,7 @@ bool VirtualOnu::setMulticastSnooping(const std::string& bridge, bool on) {
 }
 
 void VirtualOnu::setStatistic(const std::string& device, const std::string& key, std::uint64_t value) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     network::Device* found = network::find(device);
     if (found == nullptr) return;
     found->counters.set(key, value);
@@ -524,18 +524,18 @@ void VirtualOnu::setStatistic(const std::string& device, const std::string& key,
 }
 
 void VirtualOnu::refuseDeletion(const std::string& device, int times, int code) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     network::state().refusals[device] = {times, code};
     persistence::changed(persistence::kRefusals, device);
 }
 
 std::vector<std::string> VirtualOnu::ipRules() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return network::state().ipRules;
 }
 
 std::vector<std::string> VirtualOnu::ipRoutes() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     std::vector<std::string> texts;
     for (const auto& route : network::state().ipRoutes) texts.push_back(route.text);
     return texts;

@@ -92,7 +92,7 @@ std::optional<Bridge> VirtualOnu::bridge(const std::string& name) const {
 }
 
 bool VirtualOnu::useHostKernel(bool on, std::string* why) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (on == host::active()) return true;
     if (on && persistence::isOpen()) {
         if (why != nullptr) *why = "a board that is kept in a file has its devices in memory";

@@ -46,7 +46,7 @@ int indexIn(const sockaddr* address, socklen_t length) {
 }
 
 int boundIndexOf(int fd) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const auto bound = state().boundIndex.find(fd);
     return bound == state().boundIndex.end() ? 0 : bound->second;
 }
@@ -89,7 +89,7 @@ int bind(int fd, const sockaddr* address, socklen_t length) {
     } else if (index > 0 && !device) {
         error = ENODEV;
     } else {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         state().boundIndex[fd] = index;
     }
     record(CallKind::Socket, "bind", device ? argumentText(device->name) : argumentText(index), -error);
@@ -107,7 +107,7 @@ ssize_t send(int fd, const void* frame, std::size_t size, const sockaddr* addres
     }
     if (error == 0) {
         const auto* bytes = static_cast<const std::uint8_t*>(frame);
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         if (state().frames.size() < kFramesKept) state().frames.push_back({device->name, {bytes, bytes + size}});
     }
     const std::string shown = (device ? argumentText(device->name) : argumentText(index)) + ", ";
@@ -117,25 +117,25 @@ ssize_t send(int fd, const void* frame, std::size_t size, const sockaddr* addres
 }
 
 void closed(int fd) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     state().boundIndex.erase(fd);
 }
 
 void copied(int fd, int copy) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const auto bound = state().boundIndex.find(fd);
     if (bound != state().boundIndex.end()) state().boundIndex[copy] = bound->second;
 }
 
 void reset() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     state().frames.clear();
 }
 
 nlohmann::json toJson() {
     constexpr char kDigits[] = "0123456789abcdef";
     const auto sent = [] {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         return state().frames;
     }();
     auto frames = nlohmann::json::array();
@@ -152,7 +152,7 @@ nlohmann::json toJson() {
 namespace virtual_onu {
 
 std::vector<std::vector<std::uint8_t>> VirtualOnu::packetFrames() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     std::vector<std::vector<std::uint8_t>> frames;
     for (const auto& frame : packets::state().frames) frames.push_back(frame.bytes);
     return frames;

@@ -348,7 +348,7 @@ bool owns(const std::string& path) {
 }
 
 std::optional<std::string> read(const std::string& path) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const Place place = locate(path);
     if (!place.device || place.parts.size() < 2) return std::nullopt;
     if (place.ipv6) {
@@ -374,7 +374,7 @@ std::optional<std::string> read(const std::string& path) {
 }
 
 std::optional<std::vector<Entry>> list(const std::string& path) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const Place place = locate(path);
     if (place.parts.empty()) {
         std::vector<Entry> entries;
@@ -396,7 +396,7 @@ std::optional<std::vector<Entry>> list(const std::string& path) {
 }
 
 bool writable(const std::string& path) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const Place place = locate(path);
     if (place.ipv6) return true;
     if (place.parts.size() == 2) return place.parts[1] == "mtu";
@@ -412,7 +412,7 @@ bool writable(const std::string& path) {
 }
 
 int write(const std::string& path, const std::string& text) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const Place place = locate(path);
     if (!place.device) return ENODEV;
     if (!writable(path)) return EACCES;

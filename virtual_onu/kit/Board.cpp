@@ -129,7 +129,7 @@ persistence::Section phySection() {
 
 int boardCall(const char* name, const std::string& argumentList, const std::function<int()>& work) {
     return platformCall(name, argumentList, [&] {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         return work();
     });
 }
@@ -139,7 +139,7 @@ int boardCall(const char* name, const std::string& argumentList, const std::func
 namespace board {
 
 void reset() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     boardState() = BoardState{};
     deviceChanged();
 }
@@ -149,18 +149,18 @@ persistence::Sections sections() {
 }
 
 bool phyHasLink(int port) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const Phy* phy = phyAt(0, port);
     return phy != nullptr && phy->linkUp;
 }
 
 std::string bootId() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return boardState().bootId;
 }
 
 nlohmann::json toJson() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const auto& state = boardState();
     Identity own = identity();
     own.serialNumber = escaped(own.serialNumber);
@@ -183,37 +183,37 @@ nlohmann::json toJson() {
 
 void VirtualOnu::setBaseMac(const std::string& mac) {
     const auto bytes = parsedMac(mac);
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     boardState().baseMac = bytes;
     persistence::changed(persistence::kIdentity);
 }
 
 void VirtualOnu::setSerialNumber(const std::string& text) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     boardState().serialNumber = text;
     persistence::changed(persistence::kIdentity);
 }
 
 void VirtualOnu::setPartNumber(const std::string& text) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     boardState().partNumber = text;
     persistence::changed(persistence::kIdentity);
 }
 
 void VirtualOnu::setBootedPartition(int partition) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     boardState().bootedPartition = partition;
     persistence::changed(persistence::kIdentity);
 }
 
 void VirtualOnu::setImageVersion(int image, const std::string& version) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     boardState().imageVersions[image] = version;
     persistence::changed(persistence::kImages, image);
 }
 
 void VirtualOnu::setPhy(int port, bool linkUp, int speed, int duplex) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     Phy* phy = phyAt(0, port);
     if (phy == nullptr) throw std::invalid_argument("setPhy: no such port");
     *phy = {port, linkUp, speed, duplex};
@@ -222,14 +222,14 @@ void VirtualOnu::setPhy(int port, bool linkUp, int speed, int duplex) {
 }
 
 std::pair<int, int> VirtualOnu::phyMode(int port) const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const Phy* phy = phyAt(0, port);
     if (phy == nullptr) throw std::invalid_argument("phyMode: no such port");
     return {phy->speed, phy->duplex};
 }
 
 bool VirtualOnu::phyHasLink(int port) const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const Phy* phy = phyAt(0, port);
     if (phy == nullptr) throw std::invalid_argument("phyHasLink: no such port");
     return phy->linkUp;

@@ -142,13 +142,13 @@ void answerLater(const Message& request) {
 template <typename... Key>
 void keep(const char* section, const Key&... key) {
     if (!persistence::isOpen()) return;
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     persistence::changed(section, key...);
 }
 
 // What other processes of the board have changed comes with the device lock.
 void catchUp() {
-    if (persistence::isOpen()) const DeviceLock lock(deviceMutex());
+    if (persistence::isOpen()) const DeviceAccess lock(deviceMutex());
 }
 
 // With the bus's lock. Answers the message's number.

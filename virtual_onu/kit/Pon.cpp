@@ -101,7 +101,7 @@ int configureGemPort(GponCtlGemPortConfig& record) {
 
 int gponCall(const char* name, const std::string& argumentList, const std::function<int()>& work) {
     return platformCall(name, argumentList, [&] {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         deviceChanged();
         return work();
     });
@@ -134,7 +134,7 @@ std::string queueText(const TmctlQueueCfg& config) {
 namespace pon {
 
 void reset() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     ponState() = PonState{};
     deviceChanged();
 }
@@ -177,33 +177,33 @@ bool Tcont::operator==(const Tcont& other) const {
 // ---- the facade's view ----
 
 std::vector<Tcont> VirtualOnu::tconts() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     std::vector<Tcont> result;
     for (const auto& entry : ponState().tconts) result.push_back(entry.second);
     return result;
 }
 
 std::optional<Tcont> VirtualOnu::tcont(unsigned index) const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const auto found = ponState().tconts.find(index);
     return found == ponState().tconts.end() ? std::nullopt : std::optional<Tcont>(found->second);
 }
 
 std::vector<GemPort> VirtualOnu::gemPorts() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     std::vector<GemPort> result;
     for (const auto& entry : ponState().gemPorts) result.push_back(entry.second);
     return result;
 }
 
 std::optional<GemPort> VirtualOnu::gemPort(unsigned portId) const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const GemPort* port = findGemPort(portId);
     return port == nullptr ? std::nullopt : std::optional<GemPort>(*port);
 }
 
 void VirtualOnu::addGemPort(unsigned portId, unsigned index, unsigned allocId) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (index > 0xffff || portId > 0xffff) throw std::invalid_argument("addGemPort: out of range");
     if (findGemPort(portId) != nullptr || findGemPortByIndex(index) != nullptr) {
         throw std::invalid_argument("addGemPort: port id or index is taken");
@@ -215,7 +215,7 @@ void VirtualOnu::addGemPort(unsigned portId, unsigned index, unsigned allocId) {
 }
 
 void VirtualOnu::setGemCounter(unsigned portId, unsigned counter, std::uint32_t value) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     GemPort* port = findGemPort(portId);
     if (port == nullptr || counter >= kCounters) throw std::invalid_argument("setGemCounter: no such port or counter");
     port->counters[counter] = value;
@@ -223,7 +223,7 @@ void VirtualOnu::setGemCounter(unsigned portId, unsigned counter, std::uint32_t 
 }
 
 std::optional<unsigned> VirtualOnu::adminState() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return ponState().adminState;
 }
 
@@ -261,7 +261,7 @@ int gponCtl_configGemPort(GponCtlGemPortConfig* record) {
     return platformCallWithOut(
         "gponCtl_configGemPort", [&] { return asked + ", " + arguments(out(record->gemIndex)); },
         [&] {
-            const DeviceLock lock(deviceMutex());
+            const DeviceAccess lock(deviceMutex());
             return configureGemPort(*record);
         });
 }
@@ -281,7 +281,7 @@ int gponCtl_getGemPort(GponCtlGemPort* record) {
     return platformCallWithOut(
         "gponCtl_getGemPort", [&] { return asked + ", " + arguments(out(record->gemIndex)); },
         [&] {
-            const DeviceLock lock(deviceMutex());
+            const DeviceAccess lock(deviceMutex());
             const GemPort* port = queriedGemPort(record->gemIndex, record->gemPortId);
             if (port == nullptr) return ENOENT;
             record->gemIndex = static_cast<std::uint16_t>(port->index);

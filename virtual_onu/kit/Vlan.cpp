@@ -51,7 +51,7 @@ int vlanCall(const char* name, const std::string& argumentList, const std::funct
     return platformCall(
         name, argumentList,
         [&] {
-            const DeviceLock lock(deviceMutex());
+            const DeviceAccess lock(deviceMutex());
             if (vlanState().openCount == 0) return EPERM;
             deviceChanged();
             return work();
@@ -99,7 +99,7 @@ Table* findTable(const std::string& device, unsigned direction, unsigned tags) {
 namespace vlan {
 
 void reset() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     vlanState() = VlanState{};
     installed() = Installed{};
     deviceChanged();
@@ -115,7 +115,7 @@ std::string textOf(const TableKey& key) {
 }
 
 void deviceRemoved(const std::string& name) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     auto& state = installed();
     deviceChanged();
     auto table = state.tables.lower_bound({name, 0, 0});
@@ -173,7 +173,7 @@ nlohmann::json toJson() {
 // ---- the facade's view ----
 
 std::vector<RuleTable> VirtualOnu::ruleTables() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     std::vector<RuleTable> result;
     for (const auto& [key, table] : installed().tables) {
         if (table.rules.empty() && !table.defaultAction) continue;
@@ -183,7 +183,7 @@ std::vector<RuleTable> VirtualOnu::ruleTables() const {
 }
 
 std::vector<TagRule> VirtualOnu::rules(const std::string& device, unsigned direction, unsigned tags) const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const Table* table = findTable(device, direction, tags);
     return table == nullptr ? std::vector<TagRule>{} : table->rules;
 }
@@ -196,32 +196,32 @@ std::vector<std::string> VirtualOnu::ruleTexts(const std::string& device, unsign
 
 std::optional<DefaultAction> VirtualOnu::defaultAction(const std::string& device, unsigned direction,
                                                        unsigned tags) const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const Table* table = findTable(device, direction, tags);
     return table == nullptr ? std::nullopt : table->defaultAction;
 }
 
 void VirtualOnu::setOutOfRangeFilters(OutOfRangeFilters behaviour) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     installed().outOfRange = behaviour;
     persistence::changed(persistence::kVlanKit);
     deviceChanged();
 }
 
 OutOfRangeFilters VirtualOnu::outOfRangeFilters() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return installed().outOfRange;
 }
 
 std::size_t VirtualOnu::ruleCount() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     std::size_t count = 0;
     for (const auto& entry : installed().tables) count += entry.second.rules.size();
     return count;
 }
 
 std::vector<std::pair<std::string, std::string>> VirtualOnu::flows() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return installed().flows;
 }
 
@@ -233,7 +233,7 @@ using namespace virtual_onu;
 
 int vlanCtl_init(void) {
     return platformCall("vlanCtl_init", arguments(), [] {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         ++vlanState().openCount;
         return 0;
     });
@@ -241,7 +241,7 @@ int vlanCtl_init(void) {
 
 void vlanCtl_cleanup(void) {
     {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         if (vlanState().openCount > 0) --vlanState().openCount;
     }
     record(CallKind::Platform, "vlanCtl_cleanup", arguments(), 0);
@@ -334,7 +334,7 @@ int vlanCtl_getNbrOfRulesInTable(const char* realDev, unsigned int direction, un
     return platformCallWithOut(
         "vlanCtl_getNbrOfRulesInTable", [&] { return arguments(realDev, direction, nbrOfTags, received); },
         [&] {
-            const DeviceLock lock(deviceMutex());
+            const DeviceAccess lock(deviceMutex());
             if (vlanState().openCount == 0) return EPERM;
             if (const int error = tableError(nameOf(realDev), direction, nbrOfTags)) return error;
             const Table* table = findTable(nameOf(realDev), direction, nbrOfTags);
@@ -359,7 +359,7 @@ int vlanCtl_insertTagRule(const char* realDev, unsigned int direction, unsigned 
         "vlanCtl_insertTagRule",
         [&] { return arguments(realDev, direction, nbrOfTags, position, referenceRuleId, received); },
         [&] {
-            const DeviceLock lock(deviceMutex());
+            const DeviceAccess lock(deviceMutex());
             auto& state = vlanState();
             if (state.openCount == 0) return EPERM;
             if (const int error = tableError(nameOf(realDev), direction, nbrOfTags)) return error;

@@ -169,7 +169,7 @@ int ioctl(Kind kind, unsigned long request, void* argument) {
     if (const auto fault = faultOf("ioctl", name)) {
         error = *fault;
     } else {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         error = kind == Kind::Laser ? laserRequest(request, argument, text) : stackRequest(request, argument);
     }
     record(CallKind::Ioctl, "ioctl", text, -error);
@@ -177,7 +177,7 @@ int ioctl(Kind kind, unsigned long request, void* argument) {
 }
 
 void reset() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     state() = State{};
     deviceChanged();
 }
@@ -204,7 +204,7 @@ persistence::Sections sections() {
 }
 
 nlohmann::json toJson() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     nlohmann::json requests = nlohmann::json::object();
     for (const auto& [number, record] : state().requests) requests[std::to_string(number)] = record;
     return {{"rawReceiveLevel", state().receiveLevel},
@@ -218,17 +218,17 @@ nlohmann::json toJson() {
 namespace virtual_onu {
 
 unsigned optics::receiveLevel() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return chardev::state().receiveLevel;
 }
 
 unsigned optics::transmitLevel() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return chardev::state().transmitLevel;
 }
 
 void VirtualOnu::setOptics(std::uint16_t rawReceive, std::uint16_t rawTransmit) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     chardev::state().receiveLevel = rawReceive;
     chardev::state().transmitLevel = rawTransmit;
     persistence::changed(persistence::kOptics);
@@ -236,19 +236,19 @@ void VirtualOnu::setOptics(std::uint16_t rawReceive, std::uint16_t rawTransmit) 
 }
 
 void VirtualOnu::setI2cImage(const std::vector<std::uint8_t>& image) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     chardev::state().i2cImage = image;
     persistence::changed(persistence::kOptics);
 }
 
 void VirtualOnu::setStackAnswer(unsigned request, StackAnswer answer) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     chardev::state().answers[request] = std::move(answer);
     persistence::changed(persistence::kStackAnswers, request);
 }
 
 std::vector<std::uint8_t> VirtualOnu::stackRequest(unsigned request) const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const auto found = chardev::state().requests.find(request);
     return found == chardev::state().requests.end() ? std::vector<std::uint8_t>{} : found->second;
 }

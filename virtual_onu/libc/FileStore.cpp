@@ -183,7 +183,7 @@ std::optional<std::vector<sysfs::Entry>> list(const std::string& path) {
 // ---- for the shell ----
 
 int store(const std::string& path, const std::string& text, bool append) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const std::string name = normal(path.c_str());
     if (isDenied(name)) return EACCES;
     if (isKernelFile(name)) return kernelFile(name) ? sysfs::write(name, text) : ENOENT;
@@ -197,7 +197,7 @@ int store(const std::string& path, const std::string& text, bool append) {
 }
 
 std::optional<std::string> load(const std::string& path) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const std::string name = normal(path.c_str());
     if (isKernelFile(name)) return kernelFile(name);
     const Content content = plainFile(name);
@@ -291,14 +291,14 @@ persistence::Sections sections() {
 }
 
 void reset() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     state() = State{};
     added.store(nullptr, std::memory_order_release);
     chardev::reset();
 }
 
 nlohmann::json toJson() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     nlohmann::json contents = nlohmann::json::object();
     for (const auto& [path, content] : state().plain) contents[path] = *content;
     return {{"contents", contents},
@@ -339,7 +339,7 @@ bool changeModel(const std::string& path, const std::string& content) {
 }  // namespace
 
 void VirtualOnu::writeFile(const std::string& devicePath, const std::string& content) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const std::string path = files::normal(devicePath.c_str());
     files::state().removed.erase(path);
     persistence::changed(persistence::kPaths);
@@ -360,7 +360,7 @@ std::optional<std::string> VirtualOnu::readFile(const std::string& devicePath) c
 }
 
 void VirtualOnu::removeFile(const std::string& devicePath) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const std::string path = files::normal(devicePath.c_str());
     if (files::isKernelFile(path) || files::isCharacterDevice(path)) {
         files::state().removed.insert(path);
@@ -371,7 +371,7 @@ void VirtualOnu::removeFile(const std::string& devicePath) {
 }
 
 void VirtualOnu::denyFile(const std::string& devicePath, bool denied) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const std::string path = files::normal(devicePath.c_str());
     persistence::changed(persistence::kPaths);
     if (denied) {

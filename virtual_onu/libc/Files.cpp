@@ -195,7 +195,7 @@ int applied(const std::string& path, const std::string& text) {
 
 // What the program has newly written to the attribute; nothing when the model has seen it all.
 std::string unsettled(int fd) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     std::string& settled = openFiles()[fd]->settled;
     const std::string all = contentOf(fd);
     if (all == settled) return "";
@@ -212,7 +212,7 @@ int open(const char* path, int flags, mode_t mode, const char* function) {
     const auto fault = faultOf(function, name, std::strcmp(function, "open") == 0);
     int fd = fault ? -*fault : 0;
     if (!fault) {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         fd = openAnything(name, flags, mode);
     }
     record(CallKind::File, function, arguments(name), fd < 0 ? fd : 0);
@@ -237,7 +237,7 @@ FILE* openStream(const char* path, const char* mode) {
 DIR* openDirectory(const char* path) {
     int fd = 0;
     {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         fd = openAnything(normal(path), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
     }
     if (fd >= 0) return fdopendir(fd);
@@ -264,7 +264,7 @@ int settle(int fd) {
         return fresh.empty() ? 0 : applied(descriptors::pathOf(fd), fresh);
     }
     if (kind != Kind::File) return 0;
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const auto file = openFiles().find(fd);
     if (file == openFiles().end() || file->second->content == nullptr) return 0;
     *file->second->content = contentOf(fd);
@@ -273,14 +273,14 @@ int settle(int fd) {
 }
 
 void closed(int fd, Kind kind) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (kind == Kind::Directory) removeFolder(descriptors::pathOf(fd));
     openFiles().erase(fd);
     descriptors::forget(fd);
 }
 
 void copied(int fd, int copy) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const auto file = openFiles().find(fd);
     if (file != openFiles().end()) openFiles()[copy] = file->second;
     descriptors::adopt(copy, descriptors::kindOf(fd), descriptors::pathOf(fd));
@@ -294,7 +294,7 @@ int remove(const char* path, const char* function) {
     } else if (isKernelFile(name) || chardev::kindOf(name) != Kind::NotOurs) {
         error = EPERM;
     } else {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         error = removePlainFile(name) ? 0 : ENOENT;
     }
     record(CallKind::File, function, arguments(name), -error);
@@ -313,7 +313,7 @@ int rename(const char* from, const char* to) {
                chardev::kindOf(target) != Kind::NotOurs) {
         error = EPERM;
     } else {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         error = renamePlainFile(source, target) ? 0 : ENOENT;
     }
     record(CallKind::File, "rename", arguments(source, target), -error);
@@ -321,7 +321,7 @@ int rename(const char* from, const char* to) {
 }
 
 StandIn::StandIn(const char* path, For purpose) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const std::string name = normal(path);
     if (isDenied(name) || isRemoved(name)) {
         error_ = isDenied(name) ? EACCES : ENOENT;

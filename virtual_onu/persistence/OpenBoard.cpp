@@ -250,7 +250,7 @@ void onTrouble(void (*say)(const std::string&)) {
 
 void openFile(const std::string& path, bool alone, bool withRun) {
     closeFile();
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (network::hostKernel()) throw BadBoard(path + ": no board is kept while the host's kernel has the devices");
     OpenBoard& board = openBoard();
     try {
@@ -270,7 +270,7 @@ void openFile(const std::string& path, bool alone, bool withRun) {
 
 void closeFile() {
     {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         OpenBoard& board = openBoard();
         if (board.lock == nullptr) return;
         try {
@@ -281,7 +281,7 @@ void closeFile() {
         }
         open = false;
     }
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     forget();
 }
 

@@ -357,14 +357,14 @@ bool runBs(const Words& words) {
     if (words.size() < 2) return false;
     const auto verb = verbs().find(words[0]);
     if (verb == verbs().end()) return false;
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     deviceChanged();
     return verb->second(words);
 }
 
 bool runIq(const Words& words) {
     if (words.empty()) return false;
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     persistence::changed(persistence::kIngressQueue);
     const std::string& verb = words[0];
     const bool named = words.size() > 1;
@@ -383,7 +383,7 @@ bool runIq(const Words& words) {
 }
 
 void reset() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     state() = State{};
     deviceChanged();
 }
@@ -407,7 +407,7 @@ persistence::Sections sections() {
 
 nlohmann::json toJson() {
     const State now = [] {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         return state();
     }();
     const auto list = [](const std::vector<Object>& objects) {
@@ -435,14 +435,14 @@ nlohmann::json toJson() {
 namespace virtual_onu {
 
 std::vector<std::string> VirtualOnu::runnerObjects() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     std::vector<std::string> names;
     for (const auto& object : runner::state().objects) names.push_back(object.name);
     return names;
 }
 
 std::vector<std::string> VirtualOnu::ingressQueueKeys() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return runner::state().keys;
 }
 

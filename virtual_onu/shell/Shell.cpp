@@ -163,7 +163,7 @@ std::string processLine(int pid, const std::string& command) {
 
 // The device's processes, then those of the very pipeline that asks: "ps |grep x" finds itself.
 bool ps(Call& call) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     call.output = "  PID USER       VSZ STAT COMMAND\n";
     int last = kFirstPid - 1;
     for (const auto& [pid, command] : state().processes) {
@@ -175,7 +175,7 @@ bool ps(Call& call) {
 }
 
 bool kill(Call& call) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     std::vector<std::string> words = rest(call);
     if (!words.empty() && words[0][0] == '-') words.erase(words.begin());
     if (words.empty()) call.status = 1;
@@ -201,7 +201,7 @@ bool dhcpc(Call& call) {
         call.status = 1;
         return true;
     }
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     while (state().processes.count(state().nextPid) != 0) ++state().nextPid;
     persistence::changed(persistence::kProcesses, state().nextPid);
     persistence::changed(persistence::kNextProcess);
@@ -296,7 +296,7 @@ Outcome runText(const std::string& text) {
 }
 
 void keep(const std::string& text, bool understood) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (state().commands.size() >= kCommandsKept) return;
     persistence::changed(persistence::kRunCommands, state().commands.size());
     state().commands.push_back({text, understood});
@@ -353,20 +353,20 @@ std::FILE* popen(const char* command, const char* mode) {
         lseek(fd, 0, SEEK_SET);
     }
     std::FILE* stream = fdopen(fd, reads ? "r" : "w");
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (stream != nullptr) state().pipes[stream] = waitStatus(outcome.status);
     return stream;
 }
 
 bool ownsStream(std::FILE* stream) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return state().pipes.count(stream) != 0;
 }
 
 int pclose(std::FILE* stream) {
     int status = 0;
     {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         const auto pipe = state().pipes.find(stream);
         status = pipe->second;
         state().pipes.erase(pipe);
@@ -376,7 +376,7 @@ int pclose(std::FILE* stream) {
 }
 
 void reset() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     auto pipes = std::move(state().pipes);  // streams that are still open must be closable
     state() = State{};
     state().pipes = std::move(pipes);
@@ -409,23 +409,23 @@ nlohmann::json toJson() {
 namespace virtual_onu {
 
 std::vector<ShellCommand> VirtualOnu::shellCommands() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return shell::state().commands;
 }
 
 std::vector<int> VirtualOnu::killedProcesses() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return shell::state().killed;
 }
 
 void VirtualOnu::addProcess(int pid, const std::string& commandLine) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     shell::state().processes[pid] = commandLine;
     persistence::changed(persistence::kProcesses, pid);
 }
 
 std::vector<std::pair<int, std::string>> VirtualOnu::processes() const {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return {shell::state().processes.begin(), shell::state().processes.end()};
 }
 

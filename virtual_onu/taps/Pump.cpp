@@ -34,7 +34,7 @@ void reset() {
 }
 
 nlohmann::json toJson() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     return shown != nullptr ? shown->toJson() : nlohmann::json::array();
 }
 
@@ -52,12 +52,12 @@ Pump::Pump(const OpenTaps& open, std::function<void(bool)> eachSecond)
         waits_.push_back({open.taps[i], POLLIN, 0});
     }
     for (const int watch : open.watches) waits_.push_back({watch, POLLIN, 0});
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     shown = open.page.get();
 }
 
 Pump::~Pump() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (shown == open_.page.get()) shown = nullptr;
 }
 
@@ -149,7 +149,7 @@ bool Pump::take(std::size_t place) {
 void Pump::carry(std::size_t place, std::size_t frames) {
     copies_.clear();
     {
-        const DeviceLock lock(deviceMutex());
+        const DeviceAccess lock(deviceMutex());
         for (std::size_t i = 0; i < frames; ++i) carryOne(place, i);
         network::framesCounted();
         persistence::changed(persistence::kClock);  // addresses that bridges have learned have its time

@@ -27,7 +27,7 @@ protected:
         const VlanTagFilter_t outer{0, vid, 0};
         return engine().deleteVlanRuleIdFromMap("sid0", 1, VLANCTL_DIRECTION_RX, &outer, &kInner);
     }
-    static std::vector<std::string> standing() { return onu().ruleTexts("sid0", virtual_onu::kReceive, 1); }
+    static std::vector<std::string> rules() { return onu().ruleTexts("sid0", virtual_onu::kReceive, 1); }
     static VLAN_RULE_MAP_ENTRY* entry() {
         VLAN_RULE_MAP_ENTRY* found = nullptr;
         engine().findVlanRuleMapEntry("sid0", 1, &found);
@@ -75,7 +75,7 @@ TEST_F(RuleMap, TheLastRuleMovesIntoTheGap) {
     EXPECT_TRUE(removeOne(10));
     EXPECT_EQ(recordedVids(), (std::vector<unsigned>{12, 11}));
     EXPECT_EQ(entry()->newRules[2].tagRuleId, 0u) << "slots past the count are zero";
-    EXPECT_EQ(standing(), (std::vector<std::string>{"vid0=11", "vid0=12"}));
+    EXPECT_EQ(rules(), (std::vector<std::string>{"vid0=11", "vid0=12"}));
     EXPECT_FALSE(removeOne(10));
 }
 
@@ -88,7 +88,7 @@ TEST_F(RuleMap, TheEntryGoesWithItsLastRuleEvenOneThatVlanctlKeeps) {
     EXPECT_NE(printed.find("###S Entry found for UNI tagRuleId: " + std::to_string(id) +
                            " Direction: 0 Name: sid0 nbrOfTags: 0 retVal: 5\n"),
               std::string::npos);
-    EXPECT_EQ(standing(), (std::vector<std::string>{"vid0=11"})) << "what waited for its removal goes too";
+    EXPECT_EQ(rules(), (std::vector<std::string>{"vid0=11"})) << "what waited for its removal goes too";
     EXPECT_EQ(entry(), nullptr);
     EXPECT_FALSE(engine().copyVlanRuleMapEntry("sid0", 1));
     EXPECT_FALSE(engine().removeVlanRuleMapEntry("sid0", 1));
@@ -99,7 +99,7 @@ TEST_F(RuleMap, ReplacingInstallsTheNewRulesBeforeTheOldOnesGo) {
     EXPECT_TRUE(engine().copyVlanRuleMapEntry("sid0", 1));
     EXPECT_TRUE(recordedVids().empty());
     install(20);
-    EXPECT_EQ(standing(), (std::vector<std::string>{"vid0=10", "vid0=11", "vid0=20"}));
+    EXPECT_EQ(rules(), (std::vector<std::string>{"vid0=10", "vid0=11", "vid0=20"}));
 
     onu().clearTrace();
     EXPECT_TRUE(engine().removeVlanRuleMapEntry("sid0", 1));
@@ -108,7 +108,7 @@ TEST_F(RuleMap, ReplacingInstallsTheNewRulesBeforeTheOldOnesGo) {
         "vlanCtl_init() = 0", "vlanCtl_removeTagRule(\"sid0\", 0, 1, 2) = 0", "vlanCtl_cleanup() = 0",
     };
     EXPECT_EQ(onu().traceTexts(virtual_onu::CallKind::Platform), calls) << "each removal opens and closes vlanctl";
-    EXPECT_EQ(standing(), (std::vector<std::string>{"vid0=20"}));
+    EXPECT_EQ(rules(), (std::vector<std::string>{"vid0=20"}));
     EXPECT_EQ(entry()->nbrOfOldRules, 0u);
 }
 
@@ -156,7 +156,7 @@ TEST_F(RuleMap, FlushingAUniTakesItsRulesFromBothAreas) {
     engine().copyVlanRuleMapEntry("sid0", 1);
     install(11);
     EXPECT_TRUE(engine().flushUniSideVlanRules(3, 1));
-    EXPECT_TRUE(standing().empty());
+    EXPECT_TRUE(rules().empty());
     EXPECT_EQ(entry(), nullptr);
 }
 

@@ -123,9 +123,9 @@ audit::VlanFilter filterOf(const Entity* entity) {
 
 }  // namespace
 
-audit::AskedServices askedOf(const Mib& mib, const std::vector<const Piece*>& standing, const NumberOf& numberOf) {
+audit::AskedServices askedOf(const Mib& mib, const std::vector<const Piece*>& pieces, const NumberOf& numberOf) {
     audit::AskedServices asked("message");
-    for (const Piece* piece : standing) {
+    for (const Piece* piece : pieces) {
         const Entity* port = piece->key.kind == PieceKind::kUni ? bridgePortOf(mib, *piece) : nullptr;
         if (port == nullptr) continue;
         const unsigned bridge = port->number16(port_attr::kBridgeIdPointer);

@@ -12,9 +12,9 @@
 
 namespace vorn_onu {
 
-// standing: the services' pieces, which say what leads to a port. numberOf: a message's number on the screen by the
+// pieces: the services' pieces, which say what leads to a port. numberOf: a message's number on the screen by the
 // agent's. Ports that nothing was made for are left out.
-audit::AskedServices askedOf(const omci::Mib& mib, const std::vector<const omci::services::Piece*>& standing,
+audit::AskedServices askedOf(const omci::Mib& mib, const std::vector<const omci::services::Piece*>& pieces,
                              const std::function<std::size_t(std::uint64_t)>& numberOf);
 
 }  // namespace vorn_onu

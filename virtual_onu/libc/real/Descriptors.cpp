@@ -70,7 +70,7 @@ int adopt(int fd, Kind kind, const std::string& path) {
         real::close(fd);
         return -EMFILE;
     }
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     if (owner.load(std::memory_order_relaxed) == 0) becomeOwner();  // before any start-up code has run
     persistence::changed(persistence::kRunDescriptors, getpid());
     paths()[fd] = path;
@@ -81,21 +81,21 @@ int adopt(int fd, Kind kind, const std::string& path) {
 }
 
 std::string pathOf(int fd) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     const auto found = paths().find(fd);
     return found == paths().end() ? std::string() : found->second;
 }
 
 void forget(int fd) {
     if (fd < 0 || fd >= kLimit) return;
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     persistence::changed(persistence::kRunDescriptors, getpid());
     paths().erase(fd);
     slots[fd].kind.store(Kind::NotOurs, std::memory_order_release);
 }
 
 std::vector<int> between(unsigned first, unsigned last) {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     std::vector<int> found;
     for (const auto& [fd, path] : paths()) {
         const auto number = static_cast<unsigned>(fd);
@@ -133,7 +133,7 @@ std::map<pid_t, int>& others() {
 }  // namespace
 
 int openCount() {
-    const DeviceLock lock(deviceMutex());
+    const DeviceAccess lock(deviceMutex());
     int count = ownCount();
     for (const auto& [process, open] : others())
         if (process != getpid() && (kill(process, 0) == 0 || errno != ESRCH)) count += open;

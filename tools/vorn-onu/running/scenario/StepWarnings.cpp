@@ -46,41 +46,41 @@ const char* outOfRangeAnswer(virtual_onu::OutOfRangeFilters behaviour) {
 
 }  // namespace
 
-StepWarnings::Standing StepWarnings::Standing::of(const virtual_onu::VirtualOnu& onu) {
-    Standing standing;
-    for (const auto& bridge : onu.bridges()) standing.bridges[bridge.name] = bridge.members();
+StepWarnings::DeviceContents StepWarnings::DeviceContents::of(const virtual_onu::VirtualOnu& onu) {
+    DeviceContents contents;
+    for (const auto& bridge : onu.bridges()) contents.bridges[bridge.name] = bridge.members();
     for (const auto& device : onu.devices()) {
         const std::string address = device.addresses.empty() ? "" : device.addresses.front();
-        standing.devices[device.name] = {device.master, device.realDevice, address.substr(0, address.find(' '))};
+        contents.devices[device.name] = {device.master, device.realDevice, address.substr(0, address.find(' '))};
     }
     for (const auto& table : onu.ruleTables()) {
-        standing.rules[table.device].standing += table.rules.size();
+        contents.rules[table.device].onDevice += table.rules.size();
         for (const auto& rule : table.rules) {
             const std::string filter = outOfRangeFilter(rule);
             if (filter.empty()) continue;
             const char* way = table.direction == virtual_onu::kReceive ? " receives" : " sends";
-            standing.outOfRange[rule.id] = table.device + way + ": '" + rule.text() + "' asks for " + filter +
+            contents.outOfRange[rule.id] = table.device + way + ": '" + rule.text() + "' asks for " + filter +
                                            ", which no frame has; " + outOfRangeAnswer(onu.outOfRangeFilters());
         }
     }
     for (const auto& [key, entry] : m_VLAN_RULE_MAP_ENTRY) {
-        Rules& rules = standing.rules[entry->ifName];
+        Rules& rules = contents.rules[entry->ifName];
         rules.recorded += entry->nbrOfNewRules;
         rules.full = rules.full || entry->nbrOfNewRules >= kMaxVlanRules;
     }
-    standing.multicastCount = EtherSwitchBcm380::multicastEnable;
-    return standing;
+    contents.multicastCount = EtherSwitchBcm380::multicastEnable;
+    return contents;
 }
 
-StepWarnings::StepWarnings(const virtual_onu::VirtualOnu& onu) : before_(Standing::of(onu)) {}
+StepWarnings::StepWarnings(const virtual_onu::VirtualOnu& onu) : before_(DeviceContents::of(onu)) {}
 
 std::vector<std::string> StepWarnings::after(const Step& step, const virtual_onu::VirtualOnu& onu) {
     if (!step.changes) {  // what a board step or another thread does is nobody's surprise
-        before_ = Standing::of(onu);
+        before_ = DeviceContents::of(onu);
         return {};
     }
     Lines lines;
-    Standing now = Standing::of(onu);
+    DeviceContents now = DeviceContents::of(onu);
     lostBridges(now, lines);
     portsLeftOut(now, lines);
     rulesPastTheLimit(now, lines);
@@ -91,7 +91,7 @@ std::vector<std::string> StepWarnings::after(const Step& step, const virtual_onu
     return lines;
 }
 
-void StepWarnings::lostBridges(const Standing& now, Lines& lines) const {
+void StepWarnings::lostBridges(const DeviceContents& now, Lines& lines) const {
     for (const auto& [bridge, members] : before_.bridges) {
         if (now.bridges.count(bridge) != 0) continue;
         const auto left = static_cast<std::size_t>(std::count_if(members.begin(), members.end(), [&](const auto& name) {
@@ -110,7 +110,7 @@ void StepWarnings::lostBridges(const Standing& now, Lines& lines) const {
 }
 
 // The engine lets the ports join when it makes the default bridge, and never again.
-void StepWarnings::portsLeftOut(const Standing& now, Lines& lines) const {
+void StepWarnings::portsLeftOut(const DeviceContents& now, Lines& lines) const {
     if (before_.bridges.count(kDefaultBridge) != 0 || now.bridges.count(kDefaultBridge) == 0) return;
     for (const auto& [name, device] : now.devices)
         if (isLanPort(name) && device.master.empty())
@@ -118,13 +118,13 @@ void StepWarnings::portsLeftOut(const Standing& now, Lines& lines) const {
 }
 
 // Rules that the engine installs and does not record: it remembers so many of a device.
-void StepWarnings::rulesPastTheLimit(const Standing& now, Lines& lines) {
+void StepWarnings::rulesPastTheLimit(const DeviceContents& now, Lines& lines) {
     for (const auto& [device, rules] : now.rules) {
         const auto was = before_.rules.find(device);
         const Rules before = was == before_.rules.end() ? Rules{} : was->second;
         std::size_t& unrecorded = unrecorded_[device];
-        unrecorded = std::min(unrecorded, rules.standing);
-        const std::size_t grown = rules.standing > before.standing ? rules.standing - before.standing : 0;
+        unrecorded = std::min(unrecorded, rules.onDevice);
+        const std::size_t grown = rules.onDevice > before.onDevice ? rules.onDevice - before.onDevice : 0;
         const std::size_t learned = rules.recorded > before.recorded ? rules.recorded - before.recorded : 0;
         if (rules.full && grown > learned) {
             unrecorded += grown - learned;
@@ -139,7 +139,7 @@ void StepWarnings::rulesPastTheLimit(const Standing& now, Lines& lines) {
 }
 
 // The VEIP goes when no service is counted any more, which is not always when the last one is deleted.
-void StepWarnings::lostVeip(const Step& step, const Standing& now, Lines& lines) {
+void StepWarnings::lostVeip(const Step& step, const DeviceContents& now, Lines& lines) {
     if (!step.fields->is_object() || !step.fields->contains("gemPort")) return;
     const Json& list = step.fields->contains("filterList") ? step.fields->at("filterList") : Json(nullptr);
     const std::string key = step.fields->at("gemPort").dump() + " " + list.dump();
@@ -156,7 +156,7 @@ void StepWarnings::lostVeip(const Step& step, const Standing& now, Lines& lines)
 }
 
 // The link monitor has the multicast proxy run as long as the count is not 0.
-void StepWarnings::multicastCount(const Standing& now, Lines& lines) const {
+void StepWarnings::multicastCount(const DeviceContents& now, Lines& lines) const {
     const bool bridgeLost = std::any_of(before_.bridges.begin(), before_.bridges.end(),
                                         [&](const auto& bridge) { return now.bridges.count(bridge.first) == 0; });
     if (!bridgeLost || now.multicastCount >= before_.multicastCount) return;
@@ -165,7 +165,7 @@ void StepWarnings::multicastCount(const Standing& now, Lines& lines) const {
 }
 
 // The same rule in the tables of several numbers of tags is reported once.
-void StepWarnings::outOfRange(const Standing& now, Lines& lines) const {
+void StepWarnings::outOfRange(const DeviceContents& now, Lines& lines) const {
     std::set<std::string> told;
     for (const auto& [id, words] : now.outOfRange)
         if (before_.outOfRange.count(id) == 0 && told.insert(words).second) lines.push_back(words);

@@ -22,7 +22,7 @@ public:
 
 private:
     struct Rules {
-        std::size_t standing = 0;  // on the device
+        std::size_t onDevice = 0;  // on the device
         std::size_t recorded = 0;  // by the engine: what its removals take
         bool full = false;         // the engine records no further rule
     };
@@ -32,23 +32,23 @@ private:
         std::string address;  // the first one
     };
     // What is compared from step to step.
-    struct Standing {
+    struct DeviceContents {
         std::map<std::string, std::vector<std::string>> bridges;  // and their members
         std::map<std::string, Device> devices;
         std::map<std::string, Rules> rules;
         std::map<std::uint32_t, std::string> outOfRange;  // by id, rules that ask for what no frame carries, in words
         int multicastCount = 0;
-        static Standing of(const virtual_onu::VirtualOnu& onu);
+        static DeviceContents of(const virtual_onu::VirtualOnu& onu);
     };
     using Lines = std::vector<std::string>;
-    void lostBridges(const Standing& now, Lines& lines) const;
-    void portsLeftOut(const Standing& now, Lines& lines) const;
-    void rulesPastTheLimit(const Standing& now, Lines& lines);
-    void lostVeip(const Step& step, const Standing& now, Lines& lines);
-    void multicastCount(const Standing& now, Lines& lines) const;
-    void outOfRange(const Standing& now, Lines& lines) const;
+    void lostBridges(const DeviceContents& now, Lines& lines) const;
+    void portsLeftOut(const DeviceContents& now, Lines& lines) const;
+    void rulesPastTheLimit(const DeviceContents& now, Lines& lines);
+    void lostVeip(const Step& step, const DeviceContents& now, Lines& lines);
+    void multicastCount(const DeviceContents& now, Lines& lines) const;
+    void outOfRange(const DeviceContents& now, Lines& lines) const;
 
-    Standing before_;
+    DeviceContents before_;
     std::map<std::string, std::size_t> unrecorded_;    // rules of a device that the engine does not know
     std::map<std::string, std::string> veipServices_;  // created and not deleted: their arguments, and their names
 };
