@@ -11,7 +11,7 @@
 #include "libc/program/HalPrints.h"
 #include "libc/program/OwnFile.h"
 #include "libc/program/Program.h"
-#include "libc/program/StateFile.h"
+#include "libc/program/Snapshot.h"
 #include "libc/program/TapLease.h"
 
 namespace virtual_onu::program {

@@ -20,7 +20,7 @@
 
 #include "SignalsBlocked.h"
 #include "libc/program/Program.h"
-#include "libc/program/StateFile.h"
+#include "libc/program/Snapshot.h"
 #include "libc/real/OwnDescriptor.h"
 #include "libc/real/RealLibc.h"
 #include "taps/OwnDescriptors.h"

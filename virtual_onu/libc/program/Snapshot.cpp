@@ -1,4 +1,4 @@
-#include "libc/program/StateFile.h"
+#include "libc/program/Snapshot.h"
 
 #include <fcntl.h>
 #include <pthread.h>
