@@ -148,7 +148,7 @@ int runIn(const ExecCommand& command, RunFolder& folder) {
     ExecSummary summary(command.program, folder, ending);
     summary.quiet = command.quiet || jsonOnly;
     summary.halOutput = files.halOutput;
-    summary.stateFile = files.state;
+    summary.snapshotFile = files.state;
     summary.stateIsKept = !command.jsonFile.empty() && !jsonOnly;
     summary.traceFile = files.trace;
     nlohmann::json state = lastStateIn(files.state);

@@ -67,7 +67,7 @@ void ExecSummary::tellOfTheBackground() const {
     }
     complain(program_[0] + " goes on in the background: " + joined(names, ", "));
     if (!goesOn()) return;
-    complain("  the state of its device: " + stateFile + ", rewritten after each change");
+    complain("  the state of its device: " + snapshotFile + ", rewritten after each change");
     if (!traceFile.empty()) complain("  its calls into the device: " + traceFile);
     if (!recording.empty()) complain("  its recording, from its first call of the HAL on: " + recording);
     if (!halOutput.empty()) complain("  what its HAL prints: " + halOutput);
@@ -79,7 +79,7 @@ void ExecSummary::tellOfOtherBoards() const {
     if (!shown) return;
     for (const BoardOwner& one : folder_.aside()) {
         const std::string place = stateIsKept
-                                      ? "the other's state is in " + stateFile + "." + std::to_string(one.process)
+                                      ? "the other's state is in " + snapshotFile + "." + std::to_string(one.process)
                                       : "--json FILE keeps the other's state beside FILE";
         complain(text(one) + " has changed a board of its own, as each process has one; shown is that of " +
                  text(*shown) + ", " + place);

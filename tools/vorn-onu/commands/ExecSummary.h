@@ -19,7 +19,7 @@ public:
     bool quiet = false;
     bool touched = true;                          // the program has called the device
     std::string halOutput, traceFile, recording;  // "" for none
-    std::string stateFile;
+    std::string snapshotFile;
     bool stateIsKept = false;  // it is there after the run
 
     // A process that uses the device, or may do so yet, is in the background.

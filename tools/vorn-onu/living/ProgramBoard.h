@@ -19,7 +19,7 @@
 
 namespace vorn_onu {
 
-// Requests go to the process whose board the state file shows, one at a time.
+// Requests go to the process whose board the snapshot shows, one at a time.
 class ProgramBoard : public living::Board {
 public:
     // Listens in the run's folder from now on. Throws std::runtime_error.

@@ -44,14 +44,14 @@ std::string keptFile(pid_t process) {
     return settings().runFolder + "/board." + std::to_string(process);
 }
 std::string keptState(pid_t process) {
-    return settings().stateFile + "." + std::to_string(process);
+    return settings().snapshotFile + "." + std::to_string(process);
 }
 
-std::optional<Board> shownBoard() {
+std::optional<ProcessBoard> shownBoard() {
     std::ifstream file(shownFile());
     const json text = json::parse(file, nullptr, false);
     if (!text.is_object()) return std::nullopt;
-    Board board;
+    ProcessBoard board;
     board.process = text.value("process", 0);
     board.program = text.value("program", "");
     board.revision = text.value("revision", std::uint64_t{0});
@@ -61,7 +61,7 @@ std::optional<Board> shownBoard() {
     return board;
 }
 
-void writeShown(const Board& board) {
+void writeShown(const ProcessBoard& board) {
     json ancestors = json::array();
     for (const Ancestor& one : board.ancestors)
         ancestors.push_back({{"process", one.process}, {"revision", one.revision}});
@@ -84,20 +84,20 @@ void keepAs(const std::string& file, const std::string& kept) {
     if (link(file.c_str(), kept.c_str()) != 0) real::rename(file.c_str(), kept.c_str());
 }
 
-void keepAside(const Board& shown) {
-    keepAs(settings().stateFile, keptState(shown.process));
+void keepAside(const ProcessBoard& shown) {
+    keepAs(settings().snapshotFile, keptState(shown.process));
     keepAs(shownFile(), keptFile(shown.process));
 }
 
 }  // namespace
 
-bool Board::holds(const Board& other) const {
+bool ProcessBoard::holds(const ProcessBoard& other) const {
     return std::any_of(ancestors.begin(), ancestors.end(), [&](const Ancestor& one) {
         return one.process == other.process && other.revision <= one.revision;
     });
 }
 
-bool show(const Board& own, const std::function<bool()>& prepare, const std::function<bool()>& place) {
+bool show(const ProcessBoard& own, const std::function<bool()>& prepare, const std::function<bool()>& place) {
     if (settings().runFolder.empty()) return (!own.changed() && !own.ancestors.empty()) || (prepare() && place());
     const RunLock lock;
     const auto shown = shownBoard();

@@ -1,4 +1,4 @@
-// Whose board the state file shows. Each process has a board of its own: a forked child starts with a copy of its
+// Whose board the snapshot shows. Each process has a board of its own: a forked child starts with a copy of its
 // parent's, a started program with a new one. The file shows the board that was changed last; boards that it does not
 // hold are kept beside it, as FILE.<process>, and listed in the run's folder. A board in a file (VORN_ONU_BOARD) is
 // the same one for all of them.
@@ -20,7 +20,7 @@ struct Ancestor {
     std::uint64_t revision;
 };
 
-struct Board {
+struct ProcessBoard {
     pid_t process = 0;
     std::string program;
     std::uint64_t revision = 0;  // counts changes
@@ -28,13 +28,14 @@ struct Board {
     std::vector<Ancestor> ancestors;
 
     bool changed() const { return revision != begun; }
-    bool holds(const Board& other) const;  // this board began as a copy of the other one, which has not changed since
+    bool holds(
+        const ProcessBoard& other) const;  // this board began as a copy of the other one, which has not changed since
 };
 
-// Lets prepare() write this process's board, and place() make that the state file, unless the board that is shown holds
+// Lets prepare() write this process's board, and place() make that the snapshot, unless the board that is shown holds
 // it or it is as it was when the process began. No other process of the run writes meanwhile. False when one of them
 // is.
-bool show(const Board& own, const std::function<bool()>& prepare, const std::function<bool()>& place);
+bool show(const ProcessBoard& own, const std::function<bool()>& prepare, const std::function<bool()>& place);
 
 }  // namespace virtual_onu::boards
 

@@ -8,11 +8,11 @@ namespace virtual_onu::program {
 
 // The environment of the process. Names are absolute; "" where a variable is not set.
 struct Settings {
-    std::string stateFile;  // VORN_ONU_STATE: the device's state as JSON
-    std::string traceFile;  // VORN_ONU_TRACE: every call into the device
-    std::string halFile;    // VORN_ONU_HAL_OUTPUT: what the HAL prints
-    std::string runFolder;  // VORN_ONU_RUN: where the processes of one run know of each other
-    std::string boardFile;  // VORN_ONU_BOARD: the board, which goes on when the process has ended
+    std::string snapshotFile;  // VORN_ONU_STATE: the device's state as JSON
+    std::string traceFile;     // VORN_ONU_TRACE: every call into the device
+    std::string halFile;       // VORN_ONU_HAL_OUTPUT: what the HAL prints
+    std::string runFolder;     // VORN_ONU_RUN: where the processes of one run know of each other
+    std::string boardFile;     // VORN_ONU_BOARD: the board, which goes on when the process has ended
 };
 const Settings& settings();
 

@@ -31,7 +31,7 @@ void traced(const TraceEntry& entry) {
         say("the trace can no longer be written to " + settings().traceFile);
     // A wait or a log line alone leaves nothing on the device: that is any process with a sleep in it.
     if (entry.kind == CallKind::Wait || entry.kind == CallKind::Log) return;
-    statefile::touched();
+    snapshot::touched();
     if (Companion* work = companion.load(std::memory_order_acquire)) work();
     taplease::touched();
 }
@@ -51,9 +51,9 @@ void openBoard() {
 __attribute__((constructor)) void beginReport() {
     halprints::divert(halprints::Found::Linked);
     openBoard();
-    if (settings().stateFile.empty() && settings().traceFile.empty()) return;
+    if (settings().snapshotFile.empty() && settings().traceFile.empty()) return;
     traceFile();
-    statefile::begin();
+    snapshot::begin();
     taplease::begin();
     VirtualOnu::instance().onTrace(traced);
     // A program that knows nothing of this clock counts on its waits: without them a polling daemon would spin.
@@ -61,7 +61,7 @@ __attribute__((constructor)) void beginReport() {
 }
 
 __attribute__((destructor)) void end() {
-    statefile::end();
+    snapshot::end();
 }
 
 }  // namespace

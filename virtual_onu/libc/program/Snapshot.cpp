@@ -25,7 +25,7 @@
 #include "libc/program/Unsaved.h"
 #include "libc/real/RealLibc.h"
 
-namespace virtual_onu::statefile {
+namespace virtual_onu::snapshot {
 
 namespace {
 
@@ -45,7 +45,7 @@ struct State {
 
     std::mutex writing;  // guards the rest; held by one writer at a time
     bool ended = false;
-    boards::Board own;
+    boards::ProcessBoard own;
     std::size_t content = 0;  // what the board was when the revision was counted
     std::unique_ptr<SignalsBlocked> whileForking;
 };
@@ -80,11 +80,11 @@ bool written(const std::string& path, int flags, const std::string& text) {
     return whole;
 }
 
-// Where the state is written before it becomes the state file. What is no plain file, such as a terminal, stays what it
+// Where the state is written before it becomes the snapshot. What is no plain file, such as a terminal, stays what it
 // is.
 std::string besideFile() {
     struct stat found {};
-    const std::string& path = settings().stateFile;
+    const std::string& path = settings().snapshotFile;
     const bool special = real::stat(path.c_str(), &found) == 0 && !S_ISREG(found.st_mode);
     return special ? path : path + ".new-" + std::to_string(getpid());
 }
@@ -92,14 +92,14 @@ std::string besideFile() {
 bool prepare(const std::string& beside, const json& all) {
     if (written(beside, O_CREAT | O_TRUNC, all.dump(1, ' ', false, json::error_handler_t::replace) + "\n")) return true;
     const int error = errno;
-    if (beside != settings().stateFile) real::unlink(beside.c_str());
+    if (beside != settings().snapshotFile) real::unlink(beside.c_str());
     errno = error;
     return false;
 }
 
 // Readers see the old state or the new one, never half of it.
 bool place(const std::string& beside) {
-    return beside == settings().stateFile || real::rename(beside.c_str(), settings().stateFile.c_str()) == 0;
+    return beside == settings().snapshotFile || real::rename(beside.c_str(), settings().snapshotFile.c_str()) == 0;
 }
 
 // Called with the lock held.
@@ -115,7 +115,7 @@ void writeState() {
     unsaved::clear();
     if (s.dirty) unsaved::mark();  // a change has come meanwhile
     if (shown || s.complained.exchange(true)) return;
-    program::say("the device's state can no longer be written to " + settings().stateFile + ": " +
+    program::say("the device's state can no longer be written to " + settings().snapshotFile + ": " +
                  std::strerror(error) +
                  (error == EACCES || error == EPERM ? " (has the program changed its user?)"
                                                     : " (has the program changed its root directory?)"));
@@ -181,7 +181,7 @@ void afterForkInChild() {
 }  // namespace
 
 void begin() {
-    if (settings().stateFile.empty()) return;
+    if (settings().snapshotFile.empty()) return;
     unsaved::begin();
     State& s = state();
     sem_init(&s.wake, 0, 0);
@@ -194,7 +194,7 @@ void begin() {
 
 void touched() {
     State& s = state();
-    if (settings().stateFile.empty()) return;
+    if (settings().snapshotFile.empty()) return;
     s.touched = true;
     if (!s.writerRuns.exchange(true)) startWriter();
     if (s.dirty.exchange(true)) return;
@@ -204,11 +204,11 @@ void touched() {
 
 void end() {
     State& s = state();
-    if (settings().stateFile.empty() || !s.touched) return;
+    if (settings().snapshotFile.empty() || !s.touched) return;
     const SignalsBlocked blocked;
     const std::lock_guard<std::mutex> lock(s.writing);
     s.ended = true;
     writeState();
 }
 
-}  // namespace virtual_onu::statefile
+}  // namespace virtual_onu::snapshot

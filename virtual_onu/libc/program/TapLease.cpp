@@ -81,7 +81,7 @@ bool isOver(int lender) {
 
 // Frames move the device's counters, which belong to its state.
 void tell(bool framesPassed) {
-    if (framesPassed) statefile::touched();
+    if (framesPassed) snapshot::touched();
 }
 
 void* sayWhy(const char* why) {

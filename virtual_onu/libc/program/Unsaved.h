@@ -1,4 +1,4 @@
-// Tells whoever started the program that its state file is behind the device: a page in the run's folder that all
+// Tells whoever started the program that its snapshot is behind the device: a page in the run's folder that all
 // processes of the run share. So the tool can wait for the state before it hands on a signal that ends the program.
 #ifndef VIRTUAL_ONU_UNSAVED_H
 #define VIRTUAL_ONU_UNSAVED_H

@@ -33,10 +33,10 @@ public:
     std::string file(const std::string& name) const { return path_ + "/" + name; }
     void keep() { kept_ = true; }
 
-    std::optional<BoardOwner> shown() const;  // whose board the state file shows
+    std::optional<BoardOwner> shown() const;  // whose board the snapshot shows
     std::vector<BoardOwner> aside() const;    // whose boards it does not
     HalPresence hal() const;
-    bool isStateBehind() const;  // a process that runs has changes that are not in its state file yet
+    bool isStateBehind() const;  // a process that runs has changes that are not in its snapshot yet
 
 private:
     std::string path_;
