@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "living/Board.h"
+#include "living/LiveBoard.h"
 #include "running/io/HeldJson.h"
 
 namespace vorn_onu::living {

@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-#include "living/Board.h"
+#include "living/LiveBoard.h"
 #include "living/LineSocket.h"
 #include "running/program/RunFolder.h"
 

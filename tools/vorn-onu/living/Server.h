@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "living/Board.h"
+#include "living/LiveBoard.h"
 #include "living/BoardSocket.h"
 #include "living/LineSocket.h"
 #include "living/News.h"

@@ -5,7 +5,7 @@
 #include <atomic>
 #include <string>
 
-#include "living/Board.h"
+#include "living/LiveBoard.h"
 
 namespace vorn_onu::living {
 

@@ -1,4 +1,4 @@
-#include "living/Board.h"
+#include "living/LiveBoard.h"
 
 #include <cstdio>
 
