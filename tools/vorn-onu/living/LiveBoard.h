@@ -1,6 +1,6 @@
 // A board that requests can be put to, wherever it is.
-#ifndef VORN_ONU_BOARD_H
-#define VORN_ONU_BOARD_H
+#ifndef VORN_ONU_LIVE_BOARD_H
+#define VORN_ONU_LIVE_BOARD_H
 
 #include <mutex>
 #include <string>
@@ -10,9 +10,9 @@
 
 namespace vorn_onu::living {
 
-class Board {
+class LiveBoard {
 public:
-    virtual ~Board() = default;
+    virtual ~LiveBoard() = default;
     // The text of the reply to a request, as replyText() makes it. From any thread.
     virtual std::string ask(const Json& request) = 0;
     // What it runs, for ls: {"kind": "exec", "program": [...]}.
@@ -20,7 +20,7 @@ public:
 };
 
 // The one in this process.
-class OwnBoard : public Board {
+class OwnBoard : public LiveBoard {
 public:
     // Whoever calls the HAL by himself holds hal() while he does.
     OwnBoard(virtual_onu::VirtualOnu& onu, VornHal& vornHal, nlohmann::json about, Held<Json> records = {});

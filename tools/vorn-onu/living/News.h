@@ -29,7 +29,7 @@ struct Listening {
 // From any thread.
 class News {
 public:
-    explicit News(Board& board) : board_(board) {}
+    explicit News(LiveBoard& board) : board_(board) {}
     // From now on; of the trace from the entry behind this number on, as far as it is still known.
     void begin(Listening& listening, std::optional<std::uint64_t> after);
     // The events since then, a line each; looks at the board when the last look is a while ago.
@@ -41,7 +41,7 @@ private:
     void addTrace(Listening& listening, std::vector<std::string>& events) const;
     void addCounters(Listening& listening, std::vector<std::string>& events);
 
-    Board& board_;
+    LiveBoard& board_;
     std::mutex mutex_;
     std::chrono::steady_clock::time_point looked_{}, counted_{};
     long process_ = 0;           // whose board it is

@@ -13,14 +13,14 @@
 #include <thread>
 #include <vector>
 
-#include "living/LiveBoard.h"
 #include "living/LineSocket.h"
+#include "living/LiveBoard.h"
 #include "running/program/RunFolder.h"
 
 namespace vorn_onu {
 
 // Requests go to the process whose board the snapshot shows, one at a time.
-class ProgramBoard : public living::Board {
+class ProgramBoard : public living::LiveBoard {
 public:
     // Listens in the run's folder from now on. Throws std::runtime_error.
     ProgramBoard(const RunFolder& folder, std::vector<std::string> program);

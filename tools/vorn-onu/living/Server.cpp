@@ -68,7 +68,7 @@ void checkVersion(const Json& request) {
 
 }  // namespace
 
-void Server::start(Board& board) {
+void Server::start(LiveBoard& board) {
     board_ = &board;
     news_ = std::make_unique<News>(board);
     started_ = now();

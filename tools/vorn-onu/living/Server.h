@@ -12,9 +12,9 @@
 #include <utility>
 #include <vector>
 
-#include "living/LiveBoard.h"
 #include "living/BoardSocket.h"
 #include "living/LineSocket.h"
+#include "living/LiveBoard.h"
 #include "living/News.h"
 #include "living/Protocol.h"
 
@@ -33,7 +33,7 @@ public:
     Server& operator=(const Server&) = delete;
 
     // From now on clients are answered, on threads that take no signals. The board lives longer than the server.
-    void start(Board& board);
+    void start(LiveBoard& board);
     // Listeners get the reason; everybody is disconnected.
     void stop(const std::string& why);
 
@@ -59,7 +59,7 @@ private:
     void forgetGone();
 
     BoardSocket socket_;
-    Board* board_ = nullptr;
+    LiveBoard* board_ = nullptr;
     std::unique_ptr<News> news_;
     std::mutex mutex_;  // guards clients_
     std::list<Client> clients_;

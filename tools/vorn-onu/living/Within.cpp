@@ -30,7 +30,7 @@ bool hasPassed(const std::string& reply) {
 
 }  // namespace
 
-std::string askWithin(Board& board, const Json& request, const std::atomic<bool>& over) {
+std::string askWithin(LiveBoard& board, const Json& request, const std::atomic<bool>& over) {
     const bool waits = request.contains("step") && request["step"].is_object() && request["step"].contains("expect") &&
                        request["step"].contains("within") && request["step"]["within"].is_number_unsigned();
     if (!waits) return board.ask(request);

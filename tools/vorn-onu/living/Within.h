@@ -11,7 +11,7 @@ namespace vorn_onu::living {
 
 // The reply to a request; a step {"expect": ..., "within": milliseconds} is put to the board as often as it takes. Ends
 // early when over is set.
-std::string askWithin(Board& board, const Json& request, const std::atomic<bool>& over);
+std::string askWithin(LiveBoard& board, const Json& request, const std::atomic<bool>& over);
 
 }  // namespace vorn_onu::living
 
