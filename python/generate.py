@@ -170,18 +170,6 @@ def signature(name: str, parameters: List[str], result: str) -> str:
     return f"    def {name}(\n" + "\n".join(lines) + f"\n    ) -> {result}:\n"
 
 
-def mapping(names: List[str]) -> str:
-    return "{" + ", ".join(f"{name!r}: {python_name(name)}" for name in names) + "}"
-
-
-def given(names: List[str]) -> str:
-    """A dictionary of the arguments, over as many lines as it needs."""
-    text = mapping(names)
-    if len(text) <= WIDTH - 20:
-        return text
-    return "{\n" + "".join(f"                {name!r}: {python_name(name)},\n" for name in names) + "            }"
-
-
 # ---- operations ----
 
 CALLS_CLASS = '''class Calls(Caller):
@@ -269,11 +257,9 @@ def step(schema: Schema, types: Types) -> str:
         parameters.append(parameter("note", "str"))
     result = RESULTS.get(kind, "StepResult")
     text = signature(python_name(kind), parameters, result) + doc_lines(value["description"], members, needed)
-    arguments = [repr(kind), "value" if plain else "None", given(list(members)),
-                 given(beside + (["note"] if kind != "note" else []))]
-    call = f"self._take({', '.join(arguments)})"
-    if len(call) > WIDTH - 40:
-        call = "self._take(\n" + "".join(f"            {one},\n" for one in arguments) + "        )"
+    if "value" in members or any(python_name(name).rstrip("_") != name for name in others):
+        raise ValueError(f"{kind} has a member that Python cannot name")
+    call = f"self._take({kind!r}, locals(), {[*beside, 'note'] if kind != 'note' else beside!r})"
     return text + (f"        return {call}\n" if result == "StepResult" else f"        return cast({result}, {call})\n")
 
 

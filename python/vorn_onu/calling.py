@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from typing import Any, Callable, Dict, Mapping, Optional, Union, cast
+from typing import Any, Callable, Dict, Mapping, Optional, Sequence, Union, cast
 
 from .errors import OnuError
 from .results import CallResult, StepResult
@@ -45,8 +45,11 @@ class StepTaker:
     def step(self, step: Mapping[str, Any]) -> StepResult:
         raise NotImplementedError
 
-    def _take(self, kind: str, value: Any, fields: Mapping[str, Any], beside: Mapping[str, Any]) -> StepResult:
-        members = without_none(fields)
-        if value is not None and members:
-            raise OnuError("bad-step", f"{kind} takes either a value or the keywords {', '.join(members)}")
-        return self.step({kind: members if value is None else value, **without_none(beside)})
+    def _take(self, kind: str, arguments: Mapping[str, Any], beside: Sequence[str]) -> StepResult:
+        """arguments: those of a generated method; beside: which of them stay outside of the step's value."""
+        fields = {name.rstrip("_"): value for name, value in without_none(arguments).items() if name != "self"}
+        value = fields.pop("value", None)
+        around = {name: fields.pop(name) for name in beside if name in fields}
+        if value is not None and fields:
+            raise OnuError("bad-step", f"{kind} takes either a value or the keywords {', '.join(fields)}")
+        return self.step({kind: fields if value is None else value, **around})

@@ -42,12 +42,7 @@ class Steps(StepTaker):
         asks: Optional[Mapping[str, Any]] = None, sends: Optional[Mapping[str, Any]] = None, note: Optional[str] = None,
     ) -> StepResult:
         """how the gateway side behaves from now on, or a message that it sends"""
-        return self._take(
-            'gateway',
-            value,
-            {'answersAfterMs': answersAfterMs, 'asks': asks, 'sends': sends},
-            {'note': note},
-        )
+        return self._take('gateway', locals(), ['note'])
 
     def board(
         self, *, baseMac: Optional[str] = None, serialNumber: Optional[str] = None, partNumber: Optional[str] = None,
@@ -85,38 +80,13 @@ class Steps(StepTaker):
         processes          running processes: {"123": "dhcpc -i br3.2"}
         commands           shell commands that another part of the device runs
         """
-        return self._take(
-            'board',
-            None,
-            {
-                'baseMac': baseMac,
-                'serialNumber': serialNumber,
-                'partNumber': partNumber,
-                'bootedPartition': bootedPartition,
-                'imageVersions': imageVersions,
-                'optics': optics,
-                'links': links,
-                'phys': phys,
-                'persistent': persistent,
-                'files': files,
-                'statistics': statistics,
-                'gemCounters': gemCounters,
-                'gemPorts': gemPorts,
-                'devices': devices,
-                'multicastSnooping': multicastSnooping,
-                'outOfRangeFilters': outOfRangeFilters,
-                'refuseDeletion': refuseDeletion,
-                'processes': processes,
-                'commands': commands,
-            },
-            {'note': note},
-        )
+        return self._take('board', locals(), ['note'])
 
     def advance(
         self, value: int, *, note: Optional[str] = None,
     ) -> StepResult:
         """lets this many milliseconds pass for every thread that idles"""
-        return self._take('advance', value, {}, {'note': note})
+        return self._take('advance', locals(), ['note'])
 
     def fault(
         self, value: Optional[Literal['clear']] = None, *, function: Optional[Union[str, Octets]] = None,
@@ -131,18 +101,13 @@ class Steps(StepTaker):
         code      the call's result, or errno; otherwise 1
         may       true: no failure when it never comes to it; otherwise false
         """
-        return self._take(
-            'fault',
-            value,
-            {'function': function, 'nth': nth, 'call': call, 'code': code, 'may': may},
-            {'note': note},
-        )
+        return self._take('fault', locals(), ['note'])
 
     def restart(
         self, value: Literal['kill', 'exit'], *, note: Optional[str] = None,
     ) -> StepResult:
         """ends the HAL's process, by SIGKILL or by itself; what follows runs in a new one on the same board"""
-        return self._take('restart', value, {}, {'note': note})
+        return self._take('restart', locals(), ['note'])
 
     def frame(
         self, *, from_: Optional[Union[str, Octets]] = None, tags: Optional[Sequence[FrameTagsItem]] = None,
@@ -163,22 +128,7 @@ class Steps(StepTaker):
         source       source MAC address; otherwise "02:00:5e:00:00:01"
         destination  destination MAC address; left out: one that no bridge knows; otherwise "02:00:5e:00:00:02"
         """
-        return cast(FrameResult, self._take(
-            'frame',
-            None,
-            {
-                'from': from_,
-                'tags': tags,
-                'etherType': etherType,
-                'ipProtocol': ipProtocol,
-                'dscp': dscp,
-                'payload': payload,
-                'group': group,
-                'source': source,
-                'destination': destination,
-            },
-            {'expect': expect, 'note': note},
-        ))
+        return cast(FrameResult, self._take('frame', locals(), ['expect', 'note']))
 
     def expect(
         self, *, devices: Optional[Mapping[str, Union[bool, ExpectDevicesValue]]] = None,
@@ -239,55 +189,22 @@ class Steps(StepTaker):
         files                  lines of device files by path; false: there is no such file
         nothingLeftSince       the device is as it was at this mark; "except" names lines of its state that may differ
         """
-        return self._take(
-            'expect',
-            None,
-            {
-                'devices': devices,
-                'bridges': bridges,
-                'gemPorts': gemPorts,
-                'tconts': tconts,
-                'queues': queues,
-                'statistics': statistics,
-                'phys': phys,
-                'persistent': persistent,
-                'ruleCount': ruleCount,
-                'adminState': adminState,
-                'waitedMs': waitedMs,
-                'openDescriptors': openDescriptors,
-                'flows': flows,
-                'runnerObjects': runnerObjects,
-                'ingressKeys': ingressKeys,
-                'ipRules': ipRules,
-                'ipRoutes': ipRoutes,
-                'learned': learned,
-                'processes': processes,
-                'commands': commands,
-                'packetFrames': packetFrames,
-                'commandsNotUnderstood': commandsNotUnderstood,
-                'messages': messages,
-                'rules': rules,
-                'defaults': defaults,
-                'files': files,
-                'nothingLeftSince': nothingLeftSince,
-            },
-            {'within': within, 'note': note},
-        )
+        return self._take('expect', locals(), ['within', 'note'])
 
     def show(
         self, value: str, *, note: Optional[str] = None,
     ) -> StepResult:
         """shows what is on the device at this moment, under a title"""
-        return self._take('show', value, {}, {'note': note})
+        return self._take('show', locals(), ['note'])
 
     def mark(
         self, value: str, *, note: Optional[str] = None,
     ) -> StepResult:
         """names this moment, for nothingLeftSince and since"""
-        return self._take('mark', value, {}, {'note': note})
+        return self._take('mark', locals(), ['note'])
 
     def note(
         self, value: str,
     ) -> StepResult:
         """a heading between steps, or words beside a step"""
-        return self._take('note', value, {}, {})
+        return self._take('note', locals(), [])

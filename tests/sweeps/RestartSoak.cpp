@@ -10,12 +10,12 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <string>
 
 #include <CLI/CLI.hpp>
 
+#include "ProcessUsage.h"
 #include "TakeDown.h"
 #include "hal/HALFactory.h"
 #include "hal/HalState.h"
@@ -41,15 +41,6 @@ struct Options {
     unsigned restarts = 1000;
 };
 
-long residentKib() {
-    std::ifstream status("/proc/self/status");
-    for (std::string word; status >> word;) {
-        long value = 0;
-        if (word == "VmRSS:" && status >> value) return value;
-    }
-    return 0;
-}
-
 struct Life {
     const vorn_onu::Scenario& scenario;
     bool takesDown;
@@ -72,8 +63,8 @@ struct Life {
     if (life.takesDown && vorn_hal_clean_device() != 0) _exit(1);
     now.fileBytes = static_cast<long>(fs::file_size(life.state));
     now.rules = static_cast<long>(onu.ruleCount());
-    now.residentKib = residentKib();
-    for ([[maybe_unused]] const auto& item : fs::directory_iterator("/proc/self/fd")) ++now.descriptors;
+    now.residentKib = fault_sweep::residentKib();
+    now.descriptors = fault_sweep::openDescriptors();
     if (write(answer, &now, sizeof now) != sizeof now) _exit(1);
     raise(SIGKILL);
     _exit(1);

@@ -7,10 +7,10 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
-#include <fstream>
 
 #include <CLI/CLI.hpp>
 
+#include "ProcessUsage.h"
 #include "TakeDown.h"
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
@@ -25,21 +25,12 @@ struct Usage {
     long descriptors = 0;
 };
 
-long residentKib() {
-    std::ifstream status("/proc/self/status");
-    for (std::string word; status >> word;) {
-        long value = 0;
-        if (word == "VmRSS:" && status >> value) return value;
-    }
-    return 0;
-}
-
 Usage usage() {
     Usage now;
     const auto heap = mallinfo2();
     now.heapBytes = static_cast<long>(heap.uordblks + heap.hblkhd);
-    now.residentKib = residentKib();
-    for ([[maybe_unused]] const auto& item : std::filesystem::directory_iterator("/proc/self/fd")) ++now.descriptors;
+    now.residentKib = fault_sweep::residentKib();
+    now.descriptors = fault_sweep::openDescriptors();
     return now;
 }
 
