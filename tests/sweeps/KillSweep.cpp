@@ -20,6 +20,7 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "RestartSoak.h"
 #include "TakeDown.h"
 #include "hal/HALFactory.h"
 #include "hal/HalState.h"
@@ -36,6 +37,7 @@ struct Options {
     unsigned every = 0;  // 0: the default of the kind of kills
     bool between = false;
     bool withoutState = false;
+    unsigned restarts = 0;
 };
 
 // What a process reports of itself while it lives.
@@ -241,8 +243,11 @@ int main(int argc, char** argv) {
         ->check(CLI::PositiveNumber);
     app.add_flag("--between", options.between, "kill behind operations, not after calls into the device");
     app.add_flag("--without", options.withoutState, "without a state file, for the comparison");
+    app.add_option("--restarts", options.restarts, "instead start a daemon on one board and kill it, so many times")
+        ->check(CLI::Range(2U, 1000000U));
     try {
         app.parse(argc, argv);
+        if (options.restarts != 0) return fault_sweep::restartSoak(options.files.front(), options.restarts) ? 0 : 1;
         if (options.every == 0) options.every = options.between ? 1 : 20;
         void* const shared = mmap(nullptr, sizeof(Reported), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
         if (shared == MAP_FAILED) throw std::runtime_error("no shared memory");

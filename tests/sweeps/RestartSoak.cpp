@@ -1,6 +1,8 @@
-// vorn-restart-soak: a daemon that is killed and started again, a thousand times on one board. Each process opens the
+// A daemon that is killed and started again, a thousand times on one board. Each process opens the
 // state file, provisions the scenario's services or takes away what it finds, and is killed. File, memory, rules and
 // descriptors must be at the end what they were at the beginning.
+#include "RestartSoak.h"
+
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -8,12 +10,9 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
-
-#include <CLI/CLI.hpp>
 
 #include "ProcessUsage.h"
 #include "TakeDown.h"
@@ -36,19 +35,14 @@ struct Usage {
     long descriptors = 0;
 };
 
-struct Options {
-    std::string scenario;
-    unsigned restarts = 1000;
-};
-
-struct Life {
+struct SoakLife {
     const vorn_onu::Scenario& scenario;
     bool takesDown;
     std::string board;
     std::string state;
 };
 
-[[noreturn]] void live(const Life& life, int answer) {
+[[noreturn]] void live(const SoakLife& life, int answer) {
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     dup2(nowhere, STDOUT_FILENO);  // what the HAL prints
     auto& onu = VirtualOnu::instance();
@@ -70,7 +64,7 @@ struct Life {
     _exit(1);
 }
 
-Usage process(const Life& life) {
+Usage process(const SoakLife& life) {
     int answer[2];
     if (pipe2(answer, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
     std::fflush(nullptr);
@@ -98,40 +92,24 @@ bool same(const Usage& one, const Usage& other) {
            one.descriptors == other.descriptors && other.residentKib <= one.residentKib + kResidentSlack;
 }
 
-int soak(const Options& options) {
-    const vorn_onu::WorkDirectory work("vorn-restart-soak");
-    const auto scenario = vorn_onu::loadScenario(options.scenario);
-    const auto takeDown = fault_sweep::takeDownOf(options.scenario, fs::temp_directory_path());
+}  // namespace
+
+bool fault_sweep::restartSoak(const std::string& scenarioFile, unsigned restarts) {
+    const vorn_onu::WorkDirectory work("vorn-kill-sweep");
+    const auto scenario = vorn_onu::loadScenario(scenarioFile);
+    const auto takeDown = takeDownOf(scenarioFile, fs::temp_directory_path());
     constexpr unsigned kWarmUp = 4;  // the first round makes what outlives a service
     Usage first[2], last[2];
-    for (unsigned n = 0; n < kWarmUp + options.restarts; ++n) {
+    for (unsigned n = 0; n < kWarmUp + restarts; ++n) {
         const unsigned part = n % 2;
-        const Life life{part == 0 ? scenario : takeDown, part != 0, work.file("board"), work.file("hal.state")};
+        const SoakLife life{part == 0 ? scenario : takeDown, part != 0, work.file("board"), work.file("hal.state")};
         last[part] = process(life);
         if (n >= kWarmUp && n < kWarmUp + 2) first[part] = last[part];
     }
-    std::printf("%u restarts of %s\n", options.restarts, scenario.title.c_str());
+    std::printf("%u restarts of %s\n", restarts, scenario.title.c_str());
     print("provisioned, first", first[0]);
     print("provisioned, last", last[0]);
     print("taken away, first", first[1]);
     print("taken away, last", last[1]);
-    return same(first[0], last[0]) && same(first[1], last[1]) ? 0 : 1;
-}
-
-}  // namespace
-
-int main(int argc, char** argv) {
-    CLI::App app("Kills a daemon and starts it again, many times on one board.", "vorn-restart-soak");
-    Options options;
-    app.add_option("SCENARIO", options.scenario, "the scenario")->required();
-    app.add_option("--restarts", options.restarts, "how often")->check(CLI::Range(2U, 1000000U));
-    try {
-        app.parse(argc, argv);
-        return soak(options);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : 2;
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 2;
-    }
+    return same(first[0], last[0]) && same(first[1], last[1]);
 }
