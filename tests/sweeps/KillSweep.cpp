@@ -59,16 +59,14 @@ json leveled(json value) {
     return value;
 }
 
-// Between two operations nothing is made again: the device is the same to the last number.
+// Between two operations nothing is made again: the device is the same to the last number. Remarks are of the process.
 json lasting(const json& device, bool toTheLastNumber) {
     json kept;
-    if (toTheLastNumber) {
-        for (const char* part : {"network", "vlan", "pon", "runner", "board"}) kept[part] = device.at(part);
-        return kept;
-    }
-    for (const char* part : {"network", "vlan"}) kept[part] = leveled(device.at(part));
+    for (const char* part : {"network", "vlan"})
+        kept[part] = toTheLastNumber ? device.at(part) : leveled(device.at(part));
     kept["pon"] = device.at("pon");
     kept["runner"] = device.at("runner").at("objects");
+    if (toTheLastNumber) kept["board"] = device.at("board");
     return kept;
 }
 
