@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <list>
 #include <map>
 #include <memory>
 #include <set>
@@ -211,6 +212,22 @@ TEST_F(Board, InAFileGoesOnUnderItsNameWithTheNextProgram) {
     const json dark = client.step({{"frame", {{"from", "sid1"}}}, {"expect", {{"dropped", "no carrier"}}}});
     EXPECT_TRUE(dark["step"].value("passed", false)) << dark.dump();
     EXPECT_EQ(codeOf(client.step({{"restart", "kill"}})), "not-here");
+    run->signal(SIGTERM);
+    EXPECT_EQ(run->exitCode(), 0) << run->output();
+}
+
+TEST_F(Board, GivesThePlaceOfAClientThatHasLeftToAnotherOne) {
+    const auto run = start({"run", kScenarios + "/internet.json", "--stay", "--quiet", "--name", "lab"});
+    ASSERT_TRUE(boardAnswers(socket())) << run->output();
+    {
+        std::list<BoardClient> waiting;
+        for (int i = 0; i < 64; ++i)
+            ASSERT_TRUE(waiting.emplace_back(socket()).send(
+                R"({"v": 1, "id": 1, "do": "step", "step": {"expect": {"bridges": {"br77": {}}}, "within": 60000}})"
+                "\n"));
+        EXPECT_EQ(BoardClient(socket()).next().value("code", ""), "busy");
+    }
+    EXPECT_TRUE(becomesTrue([&] { return BoardClient(socket()).ask({{"do", "hello"}}).value("ok", false); }));
     run->signal(SIGTERM);
     EXPECT_EQ(run->exitCode(), 0) << run->output();
 }

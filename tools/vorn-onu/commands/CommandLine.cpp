@@ -63,6 +63,14 @@ std::string footer() {
     return text + "\nvorn-onu help COMMAND tells more of a command.";
 }
 
+// "vorn-onu diff BEFORE AFTER"
+std::string usageOf(const CLI::App& command) {
+    std::string text = std::string(kName) + " " + command.get_name();
+    for (const CLI::Option* option : command.get_options())
+        if (option->get_positional()) text += " " + option->get_name(true);
+    return text;
+}
+
 }  // namespace
 
 const std::vector<Topic>& commonTopics() {
@@ -123,6 +131,9 @@ std::string CommandLine::problemOf(const CLI::ParseError& error) const {
         return noSuchCommand(*app_, unknown.front());
     const CLI::App& command = chosen.empty() ? *app_ : *chosen.front();
     const std::string place = chosen.empty() ? "" : command.get_name() + ": ";
+    const bool lacksCommand = command.get_require_subcommand_min() > 0 && command.get_subcommands().empty();
+    if (lacksCommand && !unknown.empty() && unknown.front().compare(0, 1, "-") != 0)
+        return place + noSuchCommand(command, unknown.front());
     const auto option = std::find_if(unknown.begin(), unknown.end(),
                                      [](const std::string& word) { return word.size() > 1 && word.front() == '-'; });
     if (option != unknown.end()) {
@@ -130,6 +141,8 @@ std::string CommandLine::problemOf(const CLI::ParseError& error) const {
         return place + "there is no option " + name + suggestion(name, optionNames(command));
     }
     if (!unknown.empty()) return place + "'" + unknown.front() + "' is one word too many";
+    if (lacksCommand && command.count_all() > 1) return place + "say what to do: " + joined(commandNames(command));
+    if (error.get_name() == "RequiredError") return place + error.what() + ": " + usageOf(command);
     return place + error.what();
 }
 

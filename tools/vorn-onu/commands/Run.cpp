@@ -54,6 +54,13 @@ void checkOptions(const RunCommand& command) {
 }
 
 void checkFiles(const RunCommand& command) {
+    for (const std::string& file : command.scenarios) {
+        const std::string ending = std::filesystem::path(file).extension();
+        if (ending == ".pcap" || ending == ".pcapng")
+            throw std::invalid_argument(file +
+                                        ": is a capture, not a scenario: vorn-onu omci FILE plays an OLT's "
+                                        "messages, vorn-onu send SCENARIO --pcap-in FILE sends frames");
+    }
     if (command.jsonFile != "-") checkWritable(command.jsonFile);
     checkWritable(command.reportFile);
     checkWritable(command.pcapFile);

@@ -54,6 +54,11 @@ LineSocket::~LineSocket() {
     if (descriptor_ >= 0) closeDescriptor(descriptor_);
 }
 
+bool LineSocket::hasLeft(int waitMs) const {
+    pollfd one{descriptor_, 0, 0};
+    return poll(&one, 1, waitMs) > 0 && (one.revents & (POLLHUP | POLLERR)) != 0;
+}
+
 bool LineSocket::take(std::string& line) {
     const std::size_t end = buffer_.find('\n', looked_);
     if (end == std::string::npos) {

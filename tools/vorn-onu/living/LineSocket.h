@@ -26,6 +26,8 @@ public:
     Got read(std::string& line, int waitMs);
     // False when the other side does not take it within this time; the socket is of no use then.
     bool write(const std::string& line, int waitMs);
+    // Waits so long for the other side to close the connection. One that has only said that it sends no more is there.
+    bool hasLeft(int waitMs) const;
     void shutDown();                    // wakes up whoever waits on it, on both sides
     void letGo() { descriptor_ = -1; }  // without closing it: the number is somebody else's by now
 

@@ -194,7 +194,7 @@ std::string Server::replyTo(Client& client, const Json& request) {
         client.listening = {};
         return replyText({{"ok", true}});
     }
-    return askWithin(*board_, request, over_);
+    return askWithin(*board_, request, client.socket, over_);
 }
 
 std::string Server::greeting() {

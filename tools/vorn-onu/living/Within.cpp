@@ -1,8 +1,6 @@
 #include "living/Within.h"
 
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 
 #include <nlohmann/json.hpp>
 
@@ -12,15 +10,7 @@ namespace vorn_onu::living {
 
 namespace {
 
-constexpr std::chrono::milliseconds kBetweenLooks{20};
-
-// The sleep functions of the C library belong to the virtual ONU's clock.
-void pause(std::chrono::milliseconds length) {
-    std::mutex mutex;
-    std::condition_variable never;
-    std::unique_lock<std::mutex> lock(mutex);
-    never.wait_for(lock, length);
-}
+constexpr int kBetweenLooksMs = 20;
 
 bool hasPassed(const std::string& reply) {
     const auto parsed = nlohmann::json::parse(reply, nullptr, false);
@@ -30,7 +20,7 @@ bool hasPassed(const std::string& reply) {
 
 }  // namespace
 
-std::string askWithin(LiveBoard& board, const Json& request, const std::atomic<bool>& over) {
+std::string askWithin(LiveBoard& board, const Json& request, const LineSocket& client, const std::atomic<bool>& over) {
     const bool waits = request.contains("step") && request["step"].is_object() && request["step"].contains("expect") &&
                        request["step"].contains("within") && request["step"]["within"].is_number_unsigned();
     if (!waits) return board.ask(request);
@@ -43,7 +33,7 @@ std::string askWithin(LiveBoard& board, const Json& request, const std::atomic<b
     while (true) {
         std::string reply = board.ask(once);
         if (hasPassed(reply) || over || std::chrono::steady_clock::now() >= end) return reply;
-        pause(kBetweenLooks);
+        if (client.hasLeft(kBetweenLooksMs)) return reply;  // its place is for another one
     }
 }
 

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <ctime>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -32,8 +33,9 @@ namespace {
 using nlohmann::json;
 using program::settings;
 
-constexpr std::chrono::milliseconds kShortestPause{50};
-// A long trace takes long to write: the writer is idle for most of the time all the same.
+// A long trace takes long to write: the writer is idle for most of the time all the same, but not for longer than a
+// signal may have to wait for it (the tool's Supervisor).
+constexpr std::chrono::milliseconds kMinPause{50}, kMaxPause{1000};
 constexpr int kPauseToWork = 5;
 
 struct State {
@@ -112,13 +114,21 @@ void writeState() {
     const bool shown = boards::show(
         s.own, [&] { return prepare(beside, all); }, [&] { return place(beside); });
     const int error = errno;
-    unsaved::clear();
-    if (s.dirty) unsaved::mark();  // a change has come meanwhile
+    // Where a change has come meanwhile the mark stays: whoever looks would take this state for the last one.
+    if (!s.dirty) unsaved::clear();
+    if (s.dirty) unsaved::mark();
     if (shown || s.complained.exchange(true)) return;
     program::say("the device's state can no longer be written to " + settings().snapshotFile + ": " +
                  std::strerror(error) +
                  (error == EACCES || error == EPERM ? " (has the program changed its user?)"
                                                     : " (has the program changed its root directory?)"));
+}
+
+// Of this thread; on a busy machine the time that passes says little about the work.
+std::chrono::nanoseconds ownProcessorTime() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
 // A daemon is ended by a signal more often than it ends by itself, so the state is written while it runs.
@@ -127,14 +137,14 @@ void* writer(void* /*unused*/) {
         State& s = state();
         while (sem_wait(&s.wake) != 0) {
         }
-        const auto start = std::chrono::steady_clock::now();
+        const auto start = ownProcessorTime();
         {
             // At its end the process could be gone in the middle of it.
             const std::lock_guard<std::mutex> lock(s.writing);
             if (s.dirty && !s.ended) writeState();
         }
-        const auto pause = std::max<std::chrono::nanoseconds>(
-            kShortestPause, (std::chrono::steady_clock::now() - start) * kPauseToWork);
+        const auto pause =
+            std::clamp<std::chrono::nanoseconds>((ownProcessorTime() - start) * kPauseToWork, kMinPause, kMaxPause);
         const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(pause);
         const timespec length{static_cast<time_t>(seconds.count()), static_cast<long>((pause - seconds).count())};
         real::nanosleep(&length, nullptr);

@@ -48,7 +48,7 @@ void clear() {
     if (page == nullptr) return;
     for (int i = 0; i < kPlaces; ++i) {
         std::int32_t own = getpid();
-        page[i].compare_exchange_strong(own, 0);
+        if (page[i].compare_exchange_strong(own, 0)) return;
     }
 }
 

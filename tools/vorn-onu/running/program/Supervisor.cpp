@@ -21,7 +21,7 @@ constexpr milliseconds kLook{20};       // how often it is looked whether proces
 constexpr milliseconds kRest{200};      // a pipeline's other ends, say, end just after the program
 constexpr milliseconds kGrace{2000};    // for what is left of a program that was asked to end
 constexpr milliseconds kKilling{5000};  // a process in the middle of a disk access can take its time
-constexpr milliseconds kSaving{3000};
+constexpr milliseconds kSaving{10000};  // only a stopped process, or a busy machine, takes that long
 constexpr long kSameRequestNs = 300000000;
 
 bool isFromTerminal(const siginfo_t& signal) {
