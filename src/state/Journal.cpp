@@ -236,14 +236,30 @@ void Journal::compact() {
     }
     if (!block.bytes().empty()) records.push_back({RecordKind::Commit, block.take()});
     // Without room for a second file the old one goes on growing; it is tried again at the next commit.
-    if (!failed_) file_.replace(records);
+    std::string problem;
+    if (failed_ || file_.replace(records, &problem)) return;
+    if (!file_.isInPlace()) return lose("is no longer in its place");
+    if (!grows_) say("cannot be made smaller (" + problem + "), and goes on growing");
+    grows_ = true;
 }
 
 void Journal::write(RecordKind kind, std::string_view content) {
-    if (failed_ || file_.append(kind, content)) return;
+    if (failed_) return;
+    if (!file_.append(kind, content)) return lose("cannot be written");
+    // Looked at once an operation: whoever moves the file away or removes it has the library go on without it.
+    if (kind == RecordKind::Commit && !file_.isInPlace()) lose("is no longer in its place");
+}
+
+// After a restart a state that is out of date would be believed.
+void Journal::lose(const char* why) {
     failed_ = true;
-    std::printf("vorn_hal_state: the state file cannot be written, and is taken away\n");
-    file_.discard();  // after a restart a state that is out of date would be believed
+    say(std::string(why) + ", and is given up");
+    file_.discard();
+}
+
+void Journal::say(const std::string& what) const {
+    std::printf("vorn_hal_state: the state file %s\n", what.c_str());
+    if (tell_ != nullptr) tell_(what);
 }
 
 }  // namespace state

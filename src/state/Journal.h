@@ -45,6 +45,10 @@ public:
 
     const Entries& entries() const { return entries_; }
     const std::vector<UnfinishedStep>& unfinished() const { return unfinished_; }
+    // Whether changes go into the file; if not, the reason has been told.
+    bool isKept() const { return !failed_; }
+    // Who is told what becomes of the file, beside a printed line.
+    void setTell(void (*tell)(const std::string& what)) { tell_ = tell; }
     // The map whose keys begin with this byte.
     void setReader(std::uint8_t firstByte, ReadMap read) { readers_[firstByte] = read; }
 
@@ -89,6 +93,8 @@ private:
     bool apply(std::string_view commit);
     bool replay(std::vector<Record>& records);
     void write(RecordKind kind, std::string_view content);
+    void lose(const char* why);
+    void say(const std::string& what) const;
 
     StateFile file_;
     Entries entries_;
@@ -103,7 +109,9 @@ private:
     std::vector<std::uint32_t> results_;
     int depth_ = 0;
     bool intended_ = false;  // since the last commit
-    bool failed_ = false;    // the file could not be written and was removed
+    bool failed_ = false;    // the file could not be written, or has gone
+    bool grows_ = false;     // there is no room for a smaller one beside it
+    void (*tell_)(const std::string& what) = nullptr;
 };
 
 extern std::atomic<Journal*> currentJournal;

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace state {
 
@@ -18,7 +19,11 @@ std::string because(const std::string& what) {
     return what + ": " + std::strerror(errno);
 }
 
-bool isOurs(uid_t owner) {
+FileId idOf(const struct stat& facts) {
+    return {facts.st_dev, facts.st_ino};
+}
+
+bool isTrusted(uid_t owner) {
     return owner == geteuid() || owner == 0;
 }
 
@@ -27,7 +32,7 @@ std::string problemOfDirectory(int fd, const std::string& name) {
     if (fstat(fd, &facts) != 0) return because(name);
     if ((facts.st_mode & kWritableByOthers) != 0 && (facts.st_mode & S_ISVTX) == 0)
         return name + ": others can write in this directory";
-    if (!isOurs(facts.st_uid)) return name + ": this directory belongs to another user";
+    if (!isTrusted(facts.st_uid)) return name + ": this directory belongs to another user";
     return {};
 }
 
@@ -45,9 +50,31 @@ std::string problemOfFile(int fd, const std::string& name) {
 
 }  // namespace
 
-void Descriptor::reset(int fd) {
-    if (fd_ >= 0) close(fd_);
-    fd_ = fd;
+Descriptor::Descriptor(int fd) : fd_(fd) {
+    struct stat facts = {};
+    if (fd_ >= 0 && fstat(fd_, &facts) == 0) id_ = idOf(facts);
+}
+
+Descriptor::Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)), id_(other.id_) {}
+
+Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
+    if (this == &other) return *this;
+    reset();
+    fd_ = std::exchange(other.fd_, -1);
+    id_ = other.id_;
+    return *this;
+}
+
+bool Descriptor::isOurs() const {
+    struct stat facts = {};
+    return fd_ >= 0 && fstat(fd_, &facts) == 0 && idOf(facts) == id_;
+}
+
+void Descriptor::reset() {
+    const int error = errno;
+    if (isOurs()) close(fd_);
+    fd_ = -1;
+    errno = error;
 }
 
 Descriptor openDirectoryOf(const std::string& path, std::string* name, std::string* problem) {
@@ -95,11 +122,15 @@ Descriptor openOwnFile(int directory, const std::string& name, std::string* prob
 
 Descriptor makeOwnFile(int directory, const std::string& name, std::string* problem) {
     problem->clear();
-    unlinkat(directory, name.c_str(), 0);
     constexpr int kFlags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
     Descriptor file(openat(directory, name.c_str(), kFlags, kOwnerOnly));
-    if (!file.open()) *problem = because(name);
+    if (!file.open() && errno != EEXIST) *problem = because(name);
     return file;
+}
+
+bool isNamed(int directory, const std::string& name, const FileId& id) {
+    struct stat facts = {};
+    return fstatat(directory, name.c_str(), &facts, AT_SYMLINK_NOFOLLOW) == 0 && idOf(facts) == id;
 }
 
 }  // namespace state

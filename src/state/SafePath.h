@@ -2,35 +2,42 @@
 #ifndef STATE_SAFE_PATH_H
 #define STATE_SAFE_PATH_H
 
+#include <sys/types.h>
+
 #include <string>
 
 namespace state {
 
-// A descriptor that is closed with its owner.
+// Which file it is, whatever its name is now.
+struct FileId {
+    dev_t device = 0;
+    ino_t inode = 0;
+    bool operator==(const FileId& other) const { return device == other.device && inode == other.inode; }
+    bool operator!=(const FileId& other) const { return !(*this == other); }
+};
+
+// A descriptor that is closed with its owner. A daemon that detaches may close every number that it finds open and give
+// this one to a file of its own, so the file behind it is compared before it is used or closed.
 class Descriptor {
 public:
     Descriptor() = default;
-    explicit Descriptor(int fd) : fd_(fd) {}
+    explicit Descriptor(int fd);
     ~Descriptor() { reset(); }
-    Descriptor(Descriptor&& other) noexcept : fd_(other.release()) {}
-    Descriptor& operator=(Descriptor&& other) noexcept {
-        if (this != &other) reset(other.release());
-        return *this;
-    }
+    Descriptor(Descriptor&& other) noexcept;
+    Descriptor& operator=(Descriptor&& other) noexcept;
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
 
     int get() const { return fd_; }
     bool open() const { return fd_ >= 0; }
-    int release() {
-        const int fd = fd_;
-        fd_ = -1;
-        return fd;
-    }
-    void reset(int fd = -1);
+    // The number still means the file that was opened.
+    bool isOurs() const;
+    const FileId& id() const { return id_; }
+    void reset();
 
 private:
     int fd_ = -1;
+    FileId id_;
 };
 
 // Opens the directory of a file, every step of the way without following a link, and names the file in it. Refused,
@@ -42,8 +49,11 @@ Descriptor openDirectoryOf(const std::string& path, std::string* name, std::stri
 // empty *problem: there is none.
 Descriptor openOwnFile(int directory, const std::string& name, std::string* problem);
 
-// Makes a file with mode 0600 that was not there before; what stood under the name is removed first.
+// Makes an empty file with mode 0600. Not open with an empty *problem: there is one of this name already.
 Descriptor makeOwnFile(int directory, const std::string& name, std::string* problem);
+
+// Whether the name in the directory means this file.
+bool isNamed(int directory, const std::string& name, const FileId& id);
 
 }  // namespace state
 

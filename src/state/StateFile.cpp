@@ -27,6 +27,10 @@ constexpr std::size_t kMaxContentSize = 1 << 20;
 constexpr std::size_t kMaxFileSize = 8 << 20;
 
 constexpr const char* kBroken = "has a broken record";
+constexpr const char* kLost = "is no longer in its place";
+
+// Each means that another process has come between two steps.
+constexpr int kAttempts = 16;
 
 // Length, kind and their check.
 void addHead(ByteWriter& record, std::size_t length, std::uint8_t kind) {
@@ -70,6 +74,15 @@ bool readWhole(int fd, std::string* bytes, std::string* problem) {
     return true;
 }
 
+// Whether all of it was written.
+bool write(int fd, std::size_t at, std::string_view bytes) {
+    ssize_t written = -1;
+    do {
+        written = pwrite(fd, bytes.data(), bytes.size(), static_cast<off_t>(at));
+    } while (written < 0 && errno == EINTR);
+    return written == static_cast<ssize_t>(bytes.size());
+}
+
 enum class Parsed { Record, End, Torn, Broken };
 
 // Takes the next record from the front of *rest.
@@ -104,25 +117,45 @@ std::string StateFile::header() const {
 
 bool StateFile::open(const std::string& path, const std::string& bootId, std::vector<Record>* records,
                      std::string* problem) {
+    path_ = path;
     bootId_ = bootId;
     directory_ = openDirectoryOf(path, &name_, problem);
-    if (!directory_.open()) return false;
-    file_ = openOwnFile(directory_.get(), name_, problem);
-    if (!problem->empty()) return false;
-    if (!file_.open()) return replace({}) || (*problem = std::strerror(errno), false);
-    if (flock(file_.get(), LOCK_EX | LOCK_NB) != 0) {
-        *problem = "is in use by another process";
-        return false;
+    return directory_.open() && openLocked(problem) && readAll(records, problem);
+}
+
+// The file that has the name once its lock is had. Of processes that make it at once one makes it; of those that open
+// it one gets the lock; and who was delayed before it got the lock of a file that has been replaced begins again.
+bool StateFile::openLocked(std::string* problem) {
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        Descriptor file = openOwnFile(directory_.get(), name_, problem);
+        if (!file.open() && problem->empty()) file = makeOwnFile(directory_.get(), name_, problem);
+        if (!problem->empty()) return false;
+        if (!file.open()) continue;
+        if (flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
+            *problem = "is in use by another process";
+            return false;
+        }
+        if (!isNamed(directory_.get(), name_, file.id())) continue;
+        file_ = std::move(file);
+        return true;
     }
-    return readAll(records, problem);
+    *problem = "is replaced again and again";
+    return false;
 }
 
 bool StateFile::readAll(std::vector<Record>* records, std::string* problem) {
     std::string bytes;
     if (!readWhole(file_.get(), &bytes, problem)) return false;
-    if (bytes.empty()) return replace({}) || (*problem = std::strerror(errno), false);
-
     const std::string_view whole(bytes);
+    if (whole.size() < kHeaderSize && header().compare(0, whole.size(), whole) == 0) {  // it is being made
+        if (write(file_.get(), 0, header())) {
+            size_ = kHeaderSize;
+            return true;
+        }
+        *problem = std::strerror(errno);
+        unlinkat(directory_.get(), name_.c_str(), 0);
+        return false;
+    }
     if (whole.size() < kHeaderSize || whole.substr(0, kMagic.size()) != kMagic) {
         *problem = "is no state file";
         return false;
@@ -160,16 +193,8 @@ bool StateFile::readAll(std::vector<Record>* records, std::string* problem) {
     return true;
 }
 
-bool StateFile::write(int fd, std::size_t at, std::string_view bytes) {
-    ssize_t written = -1;
-    do {
-        written = pwrite(fd, bytes.data(), bytes.size(), static_cast<off_t>(at));
-    } while (written < 0 && errno == EINTR);
-    return written == static_cast<ssize_t>(bytes.size());
-}
-
 bool StateFile::append(RecordKind kind, std::string_view content) {
-    if (!file_.open()) return false;
+    if (!file_.isOurs() && !regain()) return false;
     record_.clear();
     addFramed(record_, kind, content);
     if (!write(file_.get(), size_, record_.bytes())) {
@@ -180,30 +205,87 @@ bool StateFile::append(RecordKind kind, std::string_view content) {
     return true;
 }
 
-bool StateFile::replace(const std::vector<Record>& records) {
-    const std::string beside = name_ + ".new";
+// The daemon has closed the descriptors, and with them the lock: opened again, if it is the same file.
+bool StateFile::regain() {
+    if (!file_.open()) return false;
+    const FileId own = file_.id();
     std::string problem;
-    Descriptor made = makeOwnFile(directory_.get(), beside, &problem);
-    if (!made.open()) return false;
-    ByteWriter whole;
-    whole.addRaw(header());
-    for (const Record& record : records) addFramed(whole, record.kind, record.content);
-    const std::string_view bytes = whole.bytes();
-    // Locked before it takes the place: at no time may another process take it for free.
-    if (flock(made.get(), LOCK_EX | LOCK_NB) != 0 || !write(made.get(), 0, bytes) ||
-        renameat(directory_.get(), beside.c_str(), directory_.get(), name_.c_str()) != 0) {
-        const int error = errno;
-        unlinkat(directory_.get(), beside.c_str(), 0);
-        errno = error;
-        return false;
-    }
-    file_ = std::move(made);
-    size_ = bytes.size();
+    if (!directory_.isOurs()) directory_ = openDirectoryOf(path_, &name_, &problem);
+    if (!directory_.open()) return false;
+    Descriptor file = openOwnFile(directory_.get(), name_, &problem);
+    struct stat facts = {};
+    if (!file.open() || file.id() != own || flock(file.get(), LOCK_EX | LOCK_NB) != 0) return false;
+    if (!isNamed(directory_.get(), name_, own) || fstat(file.get(), &facts) != 0) return false;
+    if (facts.st_size != static_cast<off_t>(size_)) return false;  // another process has had it meanwhile
+    file_ = std::move(file);
     return true;
 }
 
+bool StateFile::isInPlace() const {
+    return directory_.isOurs() && isNamed(directory_.get(), name_, file_.id());
+}
+
+bool StateFile::replace(const std::vector<Record>& records, std::string* problem) {
+    const std::string beside = name_ + ".new";
+    if (!file_.isOurs() && !regain()) return *problem = kLost, false;
+    if (!isInPlace() && !regain()) return *problem = kLost, false;
+    {
+        // One that is locked is being written at this moment, by whoever believes the state to be its own.
+        const Descriptor left = openOwnFile(directory_.get(), beside, problem);
+        if (left.open() && flock(left.get(), LOCK_EX | LOCK_NB) != 0) return *problem = kLost, false;
+        if (left.open() || !problem->empty()) unlinkat(directory_.get(), beside.c_str(), 0);
+    }
+    Descriptor made = makeOwnFile(directory_.get(), beside, problem);
+    if (!made.open()) {
+        if (problem->empty()) *problem = kLost;
+        return false;
+    }
+    // Locked before it takes the place: at no time may another process take it for free.
+    if (flock(made.get(), LOCK_EX | LOCK_NB) != 0 || !isNamed(directory_.get(), beside, made.id()))
+        return *problem = kLost, false;
+    ByteWriter whole;
+    whole.addRaw(header());
+    for (const Record& record : records) addFramed(whole, record.kind, record.content);
+    if (!write(made.get(), 0, whole.bytes())) {
+        *problem = std::strerror(errno);
+        unlinkat(directory_.get(), beside.c_str(), 0);
+        return false;
+    }
+    if (!takePlace(beside, problem)) return false;
+    file_ = std::move(made);
+    size_ = whole.bytes().size();
+    return true;
+}
+
+// The two files change places, so that a file of somebody else's that has come to the name is found beside it, and can
+// go back.
+bool StateFile::takePlace(const std::string& beside, std::string* problem) {
+    const int directory = directory_.get();
+    const auto exchange = [&] {
+        return renameat2(directory, beside.c_str(), directory, name_.c_str(), RENAME_EXCHANGE) == 0;
+    };
+    bool moved = exchange();
+    if (moved && !isNamed(directory, beside, file_.id())) {
+        exchange();
+        moved = false;
+        *problem = kLost;
+    } else if (!moved && (errno == ENOSYS || errno == EINVAL) && isNamed(directory, name_, file_.id())) {
+        // A kernel or file system that knows no exchange.
+        moved = renameat(directory, beside.c_str(), directory, name_.c_str()) == 0;
+        if (!moved) *problem = std::strerror(errno);
+        return moved;
+    } else if (!moved) {
+        *problem = errno == ENOENT ? kLost : std::strerror(errno);
+    }
+    unlinkat(directory, beside.c_str(), 0);
+    return moved;
+}
+
+// By the name, and where that does not go, by its content: a header that is none needs no room.
 void StateFile::discard() {
-    if (directory_.open()) unlinkat(directory_.get(), name_.c_str(), 0);
+    const bool ours = file_.isOurs();
+    if (ours && isInPlace()) unlinkat(directory_.get(), name_.c_str(), 0);
+    if (ours && ftruncate(file_.get(), 0) != 0) write(file_.get(), 0, std::string(kHeaderSize, '\0'));
     file_.reset();
     size_ = 0;
 }

@@ -4,8 +4,11 @@
 //   record   length of the content (32 bits), kind (8 bits), check of these five bytes (24 bits), content,
 //            checksum of all that
 //
-// Numbers are little-endian. A file is made, and made smaller, beside its place and moved there, so a file in its place
-// always begins with a whole header; a last record of which something is missing is one that was being written.
+// Numbers are little-endian. A file of which not even the header is whole is one that was being made; a last record of
+// which something is missing is one that was being written. A file is made smaller beside its place and moved there.
+//
+// The file belongs to the process that holds its lock while its name means it: whoever has the lock of a file that has
+// been moved away or replaced meanwhile has lost it.
 #ifndef STATE_STATE_FILE_H
 #define STATE_STATE_FILE_H
 
@@ -36,22 +39,29 @@ public:
     // another boot, or its place is not safe; nothing has been changed then.
     bool open(const std::string& path, const std::string& bootId, std::vector<Record>* records, std::string* problem);
 
-    // Appends one record by one write. False when the file system refuses: what stands in the file is as before.
+    // Appends one record by one write. False when the file system refuses, or when the file is not to be had any more:
+    // what stands in it is as before.
     bool append(RecordKind kind, std::string_view content);
 
-    // Puts a file with just these records into its place. False when the file system refuses; the old one stays.
-    bool replace(const std::vector<Record>& records);
+    // Puts a file with just these records into its place. False with the reason in *problem when the file system
+    // refuses; the old one stays. Never moved over a file of somebody else's.
+    bool replace(const std::vector<Record>& records, std::string* problem);
 
-    // Takes the file away: it no longer tells the truth.
+    // Takes the file away, or what it holds: it no longer tells the truth.
     void discard();
 
+    // Whether the name still means the file.
+    bool isInPlace() const;
     std::size_t size() const { return size_; }
 
 private:
     std::string header() const;
+    bool openLocked(std::string* problem);
     bool readAll(std::vector<Record>* records, std::string* problem);
-    bool write(int fd, std::size_t at, std::string_view bytes);
+    bool regain();
+    bool takePlace(const std::string& beside, std::string* problem);
 
+    std::string path_;
     Descriptor directory_;
     Descriptor file_;
     std::string name_;

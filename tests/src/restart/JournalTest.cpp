@@ -83,7 +83,7 @@ TEST_F(JournalTest, CutAnywhereItHoldsAnEarlierStateOrNone) {
         SCOPED_TRACE(size);
         write(path(), whole.substr(0, size));
         const Found found = open();
-        EXPECT_EQ(found.opened, size == 0 || size >= 64) << found.problem;
+        EXPECT_TRUE(found.opened) << found.problem;
         EXPECT_LE(found.entries.size(), 2U);
         // The next process finds what this one found: the torn end is gone, and records follow whole ones.
         const Found again = open();

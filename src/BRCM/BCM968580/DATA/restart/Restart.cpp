@@ -91,6 +91,7 @@ int refuse(const char* path, const std::string& problem) {
 int openState(const char* path) {
     if (path == nullptr || *path == '\0') return refuse("", "no path");
     if (const state::Journal* const open = state::journal()) {
+        if (openPath() == path && !open->isKept()) return refuse(path, "was given up while it was in use");
         if (openPath() == path) return static_cast<int>(open->entries().size());
         return refuse(path, "another one is open");
     }
@@ -107,6 +108,9 @@ int openState(const char* path) {
     restoreMaps(*journal);
     openPath() = path;
     state::Journal& opened = *journal.release();  // as long as the process
+    opened.setTell([](const std::string& what) {
+        logLine(kStateOpen, kLogError, LogText("state file %s: %s", openPath().c_str(), what.c_str()));
+    });
     state::currentJournal.store(&opened, std::memory_order_release);
     {
         const state::Operation operation;
