@@ -1,37 +1,16 @@
 // Daemons that are killed between two operations, and what the next one finds.
 #include <cerrno>
-#include <csetjmp>
 #include <cstdlib>
-#include <functional>
 
 #include <nlohmann/json.hpp>
 
 #include "platform/gponctl.h"
 #include "platform/tmctl.h"
 #include "platform/vlanctl.h"
-#include "src/restart/Daemon.h"
-
-// Present when the address sanitizer is.
-extern "C" {
-__attribute__((weak)) void __lsan_disable();  // NOLINT(bugprone-reserved-identifier)
-__attribute__((weak)) void __lsan_enable();   // NOLINT(bugprone-reserved-identifier)
-}
+#include "src/restart/Killing.h"
 
 namespace restart_tests {
 namespace {
-
-// What a daemon that is killed had allocated goes with its process, and has no process here.
-class Unaccounted {
-public:
-    Unaccounted() {
-        if (__lsan_disable != nullptr) __lsan_disable();
-    }
-    ~Unaccounted() {
-        if (__lsan_enable != nullptr) __lsan_enable();
-    }
-    Unaccounted(const Unaccounted&) = delete;
-    Unaccounted& operator=(const Unaccounted&) = delete;
-};
 
 // Devices, bridges, rules, GEM ports and T-CONTs, without what counts up over a board's life.
 std::string device() {
@@ -230,23 +209,6 @@ TEST_F(Restart, ACleanDeviceHasNothingLeftButWhatWasRefused) {
 
 // ---- killed within an operation ----
 
-// The device without the numbers that count up: a rule or a device that was made again has another one.
-std::string leveled(nlohmann::json json) {
-    const std::function<void(nlohmann::json&)> level = [&](nlohmann::json& value) {
-        if (value.is_object()) {
-            value.erase("id");
-            value.erase("index");
-            value.erase("mac");
-        }
-        if (!value.is_structured()) return;
-        for (auto& part : value) level(part);
-    };
-    level(json["network"]);
-    level(json["vlan"]);
-    json["runner"].erase("remarks");  // about commands on what was not there
-    return json.dump(1);
-}
-
 // What serves: devices and their bridges, rules, GEM ports, bindings. An operation that is taken back leaves settings
 // behind that serve nobody, as its removal does: default actions, the size of a queue, a port that is up.
 std::string serving() {
@@ -265,25 +227,8 @@ std::string serving() {
 
 class KilledWithin : public RestartFixture {
 protected:
-    static std::string board() { return leveled(nlohmann::json::parse(device())); }
+    static std::string board() { return leveledDevice().dump(1); }
 
-    // Makes the call and ends within it, after so many of its calls into the device. False when it has fewer.
-    static bool killAt(Daemon& daemon, std::size_t call, unsigned deviceCall) {
-        const Unaccounted unaccounted;
-        static std::jmp_buf end;
-        unsigned made = 0;
-        // NOLINTNEXTLINE(cert-err52-cpp): nothing of the daemon's is to run any more
-        if (setjmp(end) != 0) {
-            onu().onTrace(nullptr);
-            return true;
-        }
-        onu().onTrace([&made, deviceCall](const virtual_onu::TraceEntry&) {
-            if (++made == deviceCall) std::longjmp(end, 1);  // NOLINT(cert-err52-cpp)
-        });
-        make(daemon, call, call + 1);
-        onu().onTrace(nullptr);
-        return false;
-    }
     void begin(Daemon& daemon, std::size_t call) {
         ASSERT_EQ(daemon.open(state()), 0);
         make(daemon, 0, call);
@@ -326,7 +271,7 @@ TEST_F(KilledWithin, TheCallMayBeMadeAgain) {
             {
                 Daemon first(folder_);
                 begin(first, call);
-                if (!killAt(first, call, deviceCall)) break;
+                if (!killAt(first, internet()[call].make, deviceCall)) break;
             }
             const std::string last = onu().traceTexts().back();
             const std::string file = read(state());
@@ -340,7 +285,7 @@ TEST_F(KilledWithin, TheCallMayBeMadeAgain) {
                 {
                     Daemon first(folder_);
                     begin(first, call);
-                    ASSERT_TRUE(killAt(first, call, deviceCall - 1));
+                    ASSERT_TRUE(killAt(first, internet()[call].make, deviceCall - 1));
                 }
                 constexpr std::size_t kHeader = 64;  // with the board's boot id
                 write(state(), read(state()).substr(0, kHeader) + file.substr(kHeader));

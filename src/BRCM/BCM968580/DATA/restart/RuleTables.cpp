@@ -11,9 +11,8 @@ namespace restart {
 
 namespace {
 
-// vlanctl counts its ids up, so an unknown one is most likely just above the highest known one.
-constexpr std::uint32_t kIdsAbove = 64;
-constexpr std::uint32_t kLowIds = 4096;
+// How far above the highest known id the ids are looked through: other programs make rules too.
+constexpr std::uint32_t kIdsAbove = 1024;
 
 bool isIn(const VLAN_RULE_INFO& rule, const kit::RuleTable& table) {
     return rule.dir == table.direction && rule.nbrOfTags == table.tags;
@@ -24,13 +23,13 @@ bool takeOut(const kit::RuleTable& table, std::uint32_t id) {
     return kit::removeUncountedRule(table, id);
 }
 
-// The rule that is in the table beside the known ones.
-bool takeOutUnknown(const kit::RuleTable& table, std::uint32_t highestId) {
+// The newest rule of the table: vlanctl counts its ids up, so the library's last one is above all that it knows in this
+// table, and so is no rule that was there before those.
+bool takeOutNewest(const kit::RuleTable& table, std::uint32_t highestId) {
     const std::set<std::uint32_t> known = knownRuleIds(table);
-    for (std::uint32_t id = highestId + 1; id != highestId + kIdsAbove; ++id)
+    const std::uint32_t above = known.empty() ? 0 : *known.rbegin() + 1;
+    for (std::uint32_t id = highestId + kIdsAbove; id-- > above;)
         if (takeOut(table, id)) return true;
-    for (std::uint32_t id = 0; id <= std::min(highestId, kLowIds); ++id)
-        if (known.count(id) == 0 && takeOut(table, id)) return true;
     return false;
 }
 
@@ -75,11 +74,13 @@ void takeBackRule(const kit::RuleTable& table, std::uint32_t before, std::option
         takeOut(table, *id);
         return;
     }
-    if (rulesOnDevice(table) != before + 1) return;  // vlanctl was not asked yet, or refused
-    if (takeOutUnknown(table, highestId)) return;
-    tell(LogText("%s direction %u tags %u: a rule of an unfinished operation stays, its id is not known",
-                 table.device.c_str(), table.direction, table.tags));
-    kit::noteRuleCount(table, before + 1);
+    const std::uint32_t count = rulesOnDevice(table).value_or(0);
+    if (count <= before) return;  // vlanctl was not asked yet, or refused
+    // Of two that have come one is somebody else's, and nothing tells which.
+    if (count == before + 1 && takeOutNewest(table, highestId)) return;
+    tell(LogText("%s direction %u tags %u: %u rules have come while an operation was not finished, and stay",
+                 table.device.c_str(), table.direction, table.tags, count - before));
+    kit::noteRuleCount(table, count);
 }
 
 std::size_t forgetRules(const kit::RuleTable& table) {

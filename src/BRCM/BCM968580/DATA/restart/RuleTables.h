@@ -18,8 +18,8 @@ std::set<std::uint32_t> knownRuleIds(const kit::RuleTable& table);
 std::uint32_t highestKnownRuleId();
 
 // Takes out a rule whose insertion was noted, and whose operation did not end. The table had `before` rules then. Where
-// the id did not get into the file, the number of rules tells whether vlanctl got to it; the rule is the one among the
-// table's rules that nothing knows.
+// the id did not get into the file, the number of rules tells whether vlanctl got to it; the rule is the newest of the
+// table then. Where more than one has come, all stay.
 void takeBackRule(const kit::RuleTable& table, std::uint32_t before, std::optional<std::uint32_t> id,
                   std::uint32_t highestId);
 

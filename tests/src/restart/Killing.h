@@ -1,0 +1,81 @@
+// Ends a daemon within one of its calls, and compares boards.
+#ifndef TESTS_RESTART_KILLING_H
+#define TESTS_RESTART_KILLING_H
+
+#include <csetjmp>
+#include <functional>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "src/restart/Daemon.h"
+
+// Present when the address sanitizer is.
+extern "C" {
+__attribute__((weak)) void __lsan_disable();  // NOLINT(bugprone-reserved-identifier)
+__attribute__((weak)) void __lsan_enable();   // NOLINT(bugprone-reserved-identifier)
+}
+
+namespace restart_tests {
+
+// What a daemon that is killed had allocated goes with its process, and has no process here.
+class Unaccounted {
+public:
+    Unaccounted() {
+        if (__lsan_disable != nullptr) __lsan_disable();
+    }
+    ~Unaccounted() {
+        if (__lsan_enable != nullptr) __lsan_enable();
+    }
+    Unaccounted(const Unaccounted&) = delete;
+    Unaccounted& operator=(const Unaccounted&) = delete;
+};
+
+using Work = std::function<void(VornHal&)>;
+
+// Makes the call and ends within it, behind the call into the device that `when` is true of. False when none is.
+inline bool killWhen(Daemon& daemon, const Work& work,
+                     const std::function<bool(const virtual_onu::TraceEntry&)>& when) {
+    const Unaccounted unaccounted;
+    static std::jmp_buf end;
+    VirtualOnu& onu = VirtualOnu::instance();
+    // NOLINTNEXTLINE(cert-err52-cpp): nothing of the daemon's is to run any more
+    if (setjmp(end) != 0) {
+        onu.onTrace(nullptr);
+        return true;
+    }
+    onu.onTrace([&when](const virtual_onu::TraceEntry& entry) {
+        if (when(entry)) std::longjmp(end, 1);  // NOLINT(cert-err52-cpp)
+    });
+    work(*daemon.operator->());
+    onu.onTrace(nullptr);
+    return false;
+}
+
+// After so many calls into the device. False when it has fewer.
+inline bool killAt(Daemon& daemon, const Work& work, unsigned deviceCall) {
+    unsigned made = 0;
+    return killWhen(daemon, work, [&](const virtual_onu::TraceEntry&) { return ++made == deviceCall; });
+}
+
+// Devices, bridges, rules, GEM ports, T-CONTs and the runner, without the numbers that count up: a rule or a device
+// that was made again has another one.
+inline nlohmann::json leveledDevice() {
+    const auto json = VirtualOnu::instance().toJson();
+    nlohmann::json kept;
+    for (const char* part : {"network", "vlan", "pon", "runner"}) kept[part] = json.at(part);
+    const std::function<void(nlohmann::json&)> level = [&](nlohmann::json& value) {
+        if (value.is_object())
+            for (const char* counted : {"id", "index", "mac"}) value.erase(counted);
+        if (!value.is_structured()) return;
+        for (auto& part : value) level(part);
+    };
+    level(kept["network"]);
+    level(kept["vlan"]);
+    kept["runner"].erase("remarks");  // about commands on what was not there
+    return kept;
+}
+
+}  // namespace restart_tests
+
+#endif
