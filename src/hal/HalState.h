@@ -40,6 +40,14 @@ VORN_API int vorn_hal_state_open(const char* path);
 // a line in the log. 0: nothing is left. -1: no state file is open.
 VORN_API int vorn_hal_clean_device(void);
 
+// Takes away what was restored and has not been asked for since the file was opened: for a daemon that provisions all
+// that it wants when it starts, as after a boot. Until then an operation that was restored and is asked for again with
+// the same arguments does nothing, and its frames go on. Operations that differ from a restored one they replace (a
+// row's treatment, the T-CONT of an alloc-id, the rules of a GEM port) take effect here. The answer is the number of
+// things that were taken away; what the device refuses to give up has a line in the log and stays. -1: no state file is
+// open. A daemon that knows by itself what it has provisioned does not call it.
+VORN_API int vorn_hal_state_settle(void);
+
 #ifdef __cplusplus
 }
 #endif

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "bridge/BridgeControl.h"
+#include "kit/Asked.h"
 #include "kit/DeviceNames.h"
 #include "kit/Rules.h"
 #include "kit/StateEntries.h"
@@ -24,6 +25,7 @@ constexpr unsigned kVeipTagTables = 4;  // the VEIP passes frames with up to thr
 void noteCreated(const char* device) {
     if (state::Journal* const journal = state::journal())
         journal->put(keyOf(Entry::Devices, device), state::ByteWriter().add(true).take());
+    noteNeed(Entry::Devices, device);
 }
 
 void dropUnmatched(const char* realDevice, const char* device, unsigned tagTables) {
@@ -43,7 +45,10 @@ void forgetMembersOf(state::Journal& journal, const char* bridge) {
         const std::string* bridgeNow = journal.find(entry->first);
         if (bridgeNow != nullptr && *bridgeNow == value) members.push_back(entry->first);
     }
-    for (const std::string& member : members) journal.erase(member);
+    for (const std::string& member : members) {
+        journal.erase(member);
+        noteLoss(member);
+    }
 }
 
 }  // namespace
@@ -103,6 +108,7 @@ void noteFoundDevice(const char* device) {
     if (journal == nullptr) return;
     const std::string key = keyOf(Entry::Devices, device);
     if (journal->find(key) == nullptr) journal->put(key, state::ByteWriter().add(false).take());
+    noteNeed(key);
 }
 
 int removeDevice(const char* device) {
@@ -118,8 +124,10 @@ void noteIfGone(const char* device) {
 void forgetDevice(const char* device) {
     state::Journal* const journal = state::journal();
     if (journal == nullptr) return;
-    journal->erase(keyOf(Entry::Devices, device));
-    journal->erase(keyOf(Entry::Members, device));
+    for (const Entry kind : {Entry::Devices, Entry::Members}) {
+        journal->erase(keyOf(kind, device));
+        noteLoss(kind, device);
+    }
     journal->eraseAll(keyOf(Entry::Tables, device));
     journal->eraseAll(keyOf(Entry::LooseRules, device));
     forgetMembersOf(*journal, device);
@@ -164,6 +172,8 @@ int joinBridge(const char* bridge, const char* device) {
             journal->put(keyOf(Entry::Members, device), state::ByteWriter().add(bridge).take());
     }
     br_shutdown();
+    if (state::journal() != nullptr && state::journal()->find(keyOf(Entry::Members, device)) != nullptr)
+        noteNeedOfMember(device);
     return result;
 }
 
@@ -175,6 +185,7 @@ int leaveBridge(const char* bridge, const char* device) {
 
 void forgetMembership(const char* device) {
     if (state::Journal* const journal = state::journal()) journal->erase(keyOf(Entry::Members, device));
+    noteLoss(Entry::Members, device);
 }
 
 }  // namespace kit

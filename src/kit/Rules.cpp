@@ -1,5 +1,7 @@
 #include "kit/Rules.h"
 
+#include "kit/Asked.h"
+
 namespace kit {
 
 namespace {
@@ -10,10 +12,6 @@ std::uint8_t narrow(std::uint32_t number) {
 
 std::string tableKey(const RuleTable& table) {
     return keyOf(Entry::Tables, table.device, narrow(table.direction), narrow(table.tags));
-}
-
-std::string looseKey(const RuleTable& table, std::uint32_t id) {
-    return keyOf(Entry::LooseRules, table.device, narrow(table.direction), narrow(table.tags), id);
 }
 
 // The number of rules in the table, as noted last; a device that the library has created began with none. False when
@@ -39,6 +37,10 @@ std::uint32_t rulesBefore(const state::Journal& journal, const RuleTable& table)
 }
 
 }  // namespace
+
+std::string ruleKey(const RuleTable& table, std::uint32_t id) {
+    return keyOf(Entry::LooseRules, table.device, narrow(table.direction), narrow(table.tags), id);
+}
 
 // ---- composing ----
 
@@ -83,7 +85,9 @@ void RuleInsertion::insert(const RuleTable& table, const TagRule& /*rule*/, Rule
     state::Journal* const journal = state::journal();
     if (journal == nullptr) return;
     journal->result(inserted ? *id : VLANCTL_DONT_CARE);
-    if (inserted) noteRuleCount(table, rulesBefore_[table.tags - firstTags_] + 1);
+    if (!inserted) return;
+    noteRuleCount(table, rulesBefore_[table.tags - firstTags_] + 1);
+    noteNeed(ruleKey(table, *id));
 }
 
 void insertRule(const RuleTable& table, const TagRule& rule, RulePosition position, std::uint32_t* id) {
@@ -98,7 +102,7 @@ std::uint32_t insertLooseRule(const RuleTable& table, const TagRule& rule, RuleP
 }
 
 void noteLooseRule(const RuleTable& table, std::uint32_t id) {
-    if (state::Journal* const journal = state::journal()) journal->put(looseKey(table, id), {});
+    if (state::Journal* const journal = state::journal()) journal->put(ruleKey(table, id), {});
 }
 
 // ---- removing, counting ----
@@ -128,6 +132,14 @@ void noteRuleCount(const RuleTable& table, std::uint32_t count) {
         journal->put(tableKey(table), state::ByteWriter().add(count).take());
 }
 
+void noteNeedOfLooseRules(const RuleTable& table) {
+    const state::Journal* const journal = state::journal();
+    if (journal == nullptr) return;
+    noteHindrance();
+    const std::string rules = keyOf(Entry::LooseRules, table.device, narrow(table.direction), narrow(table.tags));
+    for (const auto& rule : journal->current(rules)) noteNeed(rule.first);
+}
+
 void forgetTable(const RuleTable& table) {
     if (state::Journal* const journal = state::journal()) journal->erase(tableKey(table));
 }
@@ -137,7 +149,8 @@ void forgetRule(const RuleTable& table, std::uint32_t id) {
     if (journal == nullptr) return;
     std::uint32_t count = 0;
     if (notedRules(*journal, table, &count) && count > 0) noteRuleCount(table, count - 1);
-    if (journal->find(looseKey(table, id)) != nullptr) journal->erase(looseKey(table, id));
+    if (journal->find(ruleKey(table, id)) != nullptr) journal->erase(ruleKey(table, id));
+    noteLoss(ruleKey(table, id));
 }
 
 }  // namespace kit

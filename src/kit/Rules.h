@@ -142,8 +142,12 @@ void setDefaultAction(const RuleTable& table, std::uint32_t action, const char* 
 
 // ---- what the state file says of tables ----
 
+// The rule as an entry, loose or not.
+std::string ruleKey(const RuleTable& table, std::uint32_t id);
 void noteRuleCount(const RuleTable& table, std::uint32_t count);
 void forgetTable(const RuleTable& table);
+// The running operation makes no rule of its own here, for there is one: it needs those that no map has.
+void noteNeedOfLooseRules(const RuleTable& table);
 // The rule is no longer in its table.
 void forgetRule(const RuleTable& table, std::uint32_t id);
 

@@ -5,6 +5,7 @@
 
 #include "hal/Shell.h"
 #include "hal/Text.h"
+#include "kit/Asked.h"
 #include "kit/StateEntries.h"
 
 namespace kit {
@@ -13,6 +14,7 @@ namespace {
 // Runner indices of a UNI port count from these.
 constexpr int kFirstClassIndex = 10;
 constexpr int kFirstActionIndex = 122;
+constexpr int kDownstreamActionIndex = 124;  // of all UNI ports
 // The p-bit to GEM tables are numbered by the bridge ids from here on.
 constexpr int kFirstPbitTableBridge = 256;
 constexpr int kPushedPbits = 0;
@@ -38,6 +40,7 @@ void installDscpShortcut(std::uint16_t uniPort, std::uint16_t bridgeId, std::uin
     const int pbitTable = bridgeId - kFirstPbitTableBridge;
 
     noteMark(true, Entry::DscpShortcuts, uniPort);
+    noteNeed(Entry::DscpShortcuts, uniPort);
     deleteClassAndAction(classIndex, actionIndex);
     run(CommandText("bs /b/n ingress_class/dir=us,index=%d,cfg={type=flow,fields=ingress_port+vlan_num+etype,prty=%d}",
                     classIndex, classIndex));
@@ -66,6 +69,11 @@ void installDscpShortcut(std::uint16_t uniPort, std::uint16_t bridgeId, std::uin
 void removeDscpShortcut(std::uint16_t uniPort) {
     deleteClassAndAction(uniPort + kFirstClassIndex, uniPort + kFirstActionIndex);
     noteMark(false, Entry::DscpShortcuts, uniPort);
+    noteLoss(Entry::DscpShortcuts, uniPort);
+}
+
+void removeDscpAction() {
+    run(CommandText("bs /b/d vlan_action/dir=ds,index=%d", kDownstreamActionIndex));
 }
 
 }  // namespace kit

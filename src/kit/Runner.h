@@ -11,6 +11,8 @@ namespace kit {
 void installDscpShortcut(std::uint16_t uniPort, std::uint16_t bridgeId, std::uint16_t vlanId);
 // The runner refuses to delete what does not exist, which does no harm.
 void removeDscpShortcut(std::uint16_t uniPort);
+// What the shortcuts of all UNI ports share; the removal of one leaves it.
+void removeDscpAction();
 
 }  // namespace kit
 

@@ -44,9 +44,10 @@ enum class Entry : std::uint8_t {
     DscpShortcuts = 38,  // UNI port (16): nothing; classes and actions in the runner
     DhcpClients = 39,  // bridge id (16), UNI port (16): nothing; a client that an unfinished operation may have started
     TcontQueues = 40,  // T-CONT index (16): nothing; its queues exist
-    // device, PHY id (16), outer and inner filter of a row: nothing; a removal that was not finished, and was when the
-    // file was opened. Called again it must not remove another rule with the same filters.
-    RemovedRows = 41,
+    // ---- what was asked for: kit/Asked.h ----
+    Asked = 42,     // operation (8) and its arguments: what it needs, each the key of an entry
+    Finished = 43,  // likewise: nothing; a removal that was finished when the file was opened
+    ToFinish = 44,  // likewise: nothing; an operation that is to be finished, while the file is being opened
 };
 
 enum class Step : std::uint8_t {
@@ -54,7 +55,7 @@ enum class Step : std::uint8_t {
     // rules' ids come of it
     InsertRules = 1,
     FreeRules = 2,       // device, PHY id (16): all rules of the pair
-    RemoveRow = 3,       // device, PHY id (16), outer and inner filter: a row's rules in both directions
+    WholeOperation = 3,  // operation (8) and its arguments: kit/Asked.h
     CreateBridge = 4,    // bridge
     CreateDevice = 5,    // VLAN device
     DeleteAniPair = 6,   // bridge id (16)

@@ -11,11 +11,11 @@ namespace {
 // How an entry has changed, in a commit.
 enum class ChangeKind : std::uint8_t { Put = 1, Erase = 2, Append = 3 };
 
-constexpr std::size_t kMaxKeySize = 64;
+constexpr std::size_t kMaxKeySize = 1 << 10;
 constexpr std::size_t kMaxValueSize = 1 << 16;
 
 // The file is rewritten when it has grown to several times what it holds.
-constexpr std::size_t kGrowth = 3;
+constexpr std::size_t kGrowth = 2;
 constexpr std::size_t kSmallFile = 1 << 18;
 
 // Entries of a compacted file, in records of a moderate size.

@@ -70,6 +70,7 @@ public:
     // ---- operations ----
 
     void begin() { ++depth_; }
+    bool isOutermost() const { return depth_ == 1; }
     void end();
     void intend(std::string_view step);
     // One of the numbers that came of the last step; goes into the file with the next one.

@@ -17,7 +17,7 @@ namespace state {
 namespace {
 
 constexpr std::string_view kMagic = "VORNHAL\n";
-constexpr std::uint32_t kVersion = 1;
+constexpr std::uint32_t kVersion = 2;
 constexpr std::size_t kBootIdSize = 36;
 constexpr std::size_t kHeaderPadding = 12;
 constexpr std::size_t kChecksumSize = 4;

@@ -3,7 +3,7 @@
 
 #include "device/NetworkInterface.h"
 #include "hal/SharedVariable.h"
-#include "kit/StateEntries.h"
+#include "kit/Asked.h"
 #include "xpon/OnuXponHalAdapterBcmNgponLib.h"
 #include "xpon/PonMaps.h"
 
@@ -20,6 +20,7 @@ int insertEntry(IndexMap& map, Entry kind, unsigned short key, unsigned short va
 
 int deleteEntry(IndexMap& map, Entry kind, unsigned short key) {
     kit::noteChange(kind, key);
+    kit::noteLoss(kind, key);
     return map.erase(key) != 0 ? 1 : 0;
 }
 

@@ -1,7 +1,7 @@
 // T-CONTs: alloc-id bindings and upstream queues.
 #include <cstdio>
 
-#include "kit/StateEntries.h"
+#include "kit/Asked.h"
 #include "kit/Tconts.h"
 #include "xpon/OnuXponHalAdapterBCM.h"
 
@@ -23,7 +23,15 @@ int OnuXponHalAdapterBCM::deprovisionTCont(const TContProvisioning& record) {
 }
 
 int OnuXponHalAdapterBCM::createAllocId(unsigned short allocId, unsigned char /*policy*/, unsigned short tContIndex) {
-    if (findAllocIdMapEntry(allocId)) return 1;
+    if (unsigned short bound = 0; getTcontIdxFromAllocIdMapEntry(allocId, &bound) != 0) {
+        if (bound == tContIndex) {
+            kit::noteNeed(kit::Entry::AllocIds, allocId);
+        } else {
+            kit::noteHindrance();
+        }
+        return 1;
+    }
+    kit::noteNeed(kit::Entry::AllocIds, allocId);
     const kit::BegunStep step(kit::Step::BindTcont, allocId, tContIndex);
     kit::bindTcont(tContIndex, allocId);
     insertAllocIdMapEntry(allocId, tContIndex);

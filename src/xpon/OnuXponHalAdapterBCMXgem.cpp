@@ -4,8 +4,8 @@
 
 #include "hal/Shell.h"
 #include "hal/Text.h"
+#include "kit/Asked.h"
 #include "kit/GemPorts.h"
-#include "kit/StateEntries.h"
 #include "kit/Tconts.h"
 #include "platform/gponctl.h"
 #include "platform/kit_numbers.h"
@@ -53,6 +53,7 @@ int OnuXponHalAdapterBCM::configureXGEM(const XGEMConfig& config) {
     if (gemIndex > kMaxGemIndex) return 0;
 
     insertGemPortMapEntry(config.xgemPortId, gemIndex);
+    kit::noteNeed(kit::Entry::PonGem, config.xgemPortId);
     if (hasTCont) insertTcontIdxToGemPortMapEntry(tContIndex, gemIndex);
     addGemToDefaultGponIf(gemIndex);
     return 1;
@@ -61,7 +62,10 @@ int OnuXponHalAdapterBCM::configureXGEM(const XGEMConfig& config) {
 int OnuXponHalAdapterBCM::createXGEMPort(unsigned short xgemPortId, unsigned short tContAllocId,
                                          unsigned short /*upstreamQueue*/) {
     unsigned short known = 0;
-    if (getGemIdxFromGemPortMapEntry(xgemPortId, &known) != 0) return known;
+    if (getGemIdxFromGemPortMapEntry(xgemPortId, &known) != 0) {
+        kit::noteHindrance();
+        return known;
+    }
 
     const state::Operation operation;
     GponCtlGemPortConfig config{};

@@ -9,3 +9,7 @@ int vorn_hal_state_open(const char* path) {
 int vorn_hal_clean_device() {
     return restart::cleanDevice();
 }
+
+int vorn_hal_state_settle() {
+    return restart::settleState();
+}

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "BRCM/BCM968580/DATA/restart/Operations.h"
 #include "device/Counters.h"
 #include "device/DeviceInfo.h"
 #include "device/MacText.h"
@@ -16,6 +17,10 @@
 #include "platform/kit_numbers.h"
 #include "state/Journal.h"
 #include "xpon/OnuXponHalAdapterBCM.h"
+
+using kit::Ask;
+using kit::AskedOperation;
+using kit::AskKind;
 
 std::string VornBrcmHal::ipHostMac;
 std::string VornBrcmHal::subHostMac;
@@ -94,7 +99,8 @@ int VornBrcmHal::vorn_omci_hal_port_enable_get(unsigned int port, unsigned int* 
 
 int VornBrcmHal::vorn_omci_hal_provisionIpHost(const IpHostProvision* host) {
     if (engine == nullptr || host == nullptr) return kFailure;
-    const state::Operation operation;
+    const AskedOperation operation(Ask::IpHost, AskKind::ProvisionWhole, *host);
+    if (operation.isDone()) return kSuccess;
     if (host->dhcpEnabled != 0) {
         engine->provisionIpHostDynamic(host);
     } else {
@@ -105,7 +111,8 @@ int VornBrcmHal::vorn_omci_hal_provisionIpHost(const IpHostProvision* host) {
 
 int VornBrcmHal::vorn_omci_hal_deprovisionIpHost(const IpHostProvision* host) {
     if (engine == nullptr || host == nullptr) return kFailure;
-    const state::Operation operation;
+    const AskedOperation operation(Ask::RemoveIpHost, AskKind::Remove, *host);
+    if (operation.isDone()) return kSuccess;
     std::printf("Inside BRCM-HAL, calling deprovisionIpHost");
     engine->deprovisionIpHost(host);
     return kSuccess;
@@ -163,8 +170,10 @@ int VornBrcmHal::vorn_omci_hal_pm_get(void* request, void* result) {
 
 int VornBrcmHal::vorn_omci_hal_tcont_set(void* /*unused*/, void* record) {
     if (record == nullptr) return kFailure;
-    const state::Operation operation;
-    OnuXponHalAdapterBCM::getInstance()->provisionTCont(*static_cast<const TContProvisioning*>(record));
+    const auto& tcont = *static_cast<const TContProvisioning*>(record);
+    const AskedOperation operation(Ask::Tcont, AskKind::Provision, tcont);
+    if (operation.isDone()) return kSuccess;
+    OnuXponHalAdapterBCM::getInstance()->provisionTCont(tcont);
     return kSuccess;
 }
 
@@ -177,8 +186,13 @@ int VornBrcmHal::vorn_omci_hal_tcont_reset(void* /*unused*/, void* record) {
 
 int VornBrcmHal::vorn_omci_hal_gemflow_add(void* record) {
     if (record == nullptr) return kFailure;
-    const state::Operation operation;
-    OnuXponHalAdapterBCM::getInstance()->configureXGEM(*static_cast<const XGEMConfig*>(record));
+    const auto& gemPort = *static_cast<const XGEMConfig*>(record);
+    const AskedOperation operation(Ask::GemPort, AskKind::Provision, gemPort);
+    if (operation.isDone()) {
+        restart::enableIfDown(gemPort.xgemPortId);
+        return kSuccess;
+    }
+    OnuXponHalAdapterBCM::getInstance()->configureXGEM(gemPort);
     return kSuccess;
 }
 
@@ -201,10 +215,11 @@ int VornBrcmHal::vorn_omci_hal_set_gemPortStatus(void* record) {
 
 int VornBrcmHal::vorn_omci_hal_filter_flow_add(void* record) {
     if (engine == nullptr || record == nullptr) return kFailure;
-    const state::Operation operation;
     auto& uni = *static_cast<UniDataProvisioning*>(record);
     std::printf("\n Inside BRCM-HAL, flow add \n");
     swapUniPort(uni);  // Kept: in the caller's record, the daemon relies on it
+    const AskedOperation operation(Ask::UniRow, restart::kindOf(uni), uni);
+    if (operation.isDone()) return kSuccess;
     if (uni.addFlag != 0) {
         std::printf("Inside BRCM-HAL, calling configureUniInterface and configureUniTagRules \n");
         engine->configureUniInterface(&uni);
@@ -219,7 +234,8 @@ int VornBrcmHal::vorn_omci_hal_filter_flow_add(void* record) {
 
 int VornBrcmHal::vorn_omci_hal_configureBridge(unsigned short bridgeId, unsigned short uniPort) {
     if (engine == nullptr) return kFailure;
-    const state::Operation operation;
+    const AskedOperation operation(Ask::Bridge, AskKind::Provision, restart::BridgeArguments{bridgeId, uniPort});
+    if (operation.isDone()) return kSuccess;
     std::printf("Inside BRCM-HAL, calling configureBridge");
     engine->configureBridge(bridgeId, uniPort, false);
     return kSuccess;
@@ -227,7 +243,11 @@ int VornBrcmHal::vorn_omci_hal_configureBridge(unsigned short bridgeId, unsigned
 
 int VornBrcmHal::vorn_omci_hal_configureAniTagRules(const BridgeServiceProvisioning* service) {
     if (engine == nullptr || service == nullptr) return kFailure;
-    const state::Operation operation;
+    const AskedOperation operation(Ask::PonRules, AskKind::Provision, *service);
+    if (operation.isDone()) {
+        restart::rememberPbits(*service);
+        return kSuccess;
+    }
     std::printf("Inside BRCM-HAL, calling configureAniTagRules");
     engine->configureAniTagRules(service);
     return kSuccess;
@@ -235,7 +255,8 @@ int VornBrcmHal::vorn_omci_hal_configureAniTagRules(const BridgeServiceProvision
 
 int VornBrcmHal::vorn_omci_hal_unsetPbitData(const BridgeServiceProvisioning* service) {
     if (engine == nullptr || service == nullptr) return kFailure;
-    const state::Operation operation;
+    const AskedOperation operation(Ask::ClearPbits, AskKind::Remove, *service);
+    if (operation.isDone()) return kSuccess;
     std::printf("Inside BRCM-HAL, calling unsetPbitData");
     engine->unsetPbitData(service);
     return kSuccess;
@@ -243,7 +264,8 @@ int VornBrcmHal::vorn_omci_hal_unsetPbitData(const BridgeServiceProvisioning* se
 
 int VornBrcmHal::vorn_omci_hal_deprovisionAniSideBridge(const BridgeServiceProvisioning* service) {
     if (engine == nullptr || service == nullptr) return kFailure;
-    const state::Operation operation;
+    const AskedOperation operation(Ask::RemovePonSide, AskKind::Remove, *service);
+    if (operation.isDone()) return kSuccess;
     std::printf("Inside BRCM-HAL, calling deprovisionAniSideBridge");
     engine->deprovisionAniSideBridge(service);
     return kSuccess;
@@ -251,7 +273,8 @@ int VornBrcmHal::vorn_omci_hal_deprovisionAniSideBridge(const BridgeServiceProvi
 
 int VornBrcmHal::vorn_omci_hal_deprovisionUniSideBridge(const BridgeServiceProvisioning* service) {
     if (engine == nullptr || service == nullptr) return kFailure;
-    const state::Operation operation;
+    const AskedOperation operation(Ask::RemoveUniSide, AskKind::Remove, *service);
+    if (operation.isDone()) return kSuccess;
     std::printf("Inside BRCM-HAL, calling deprovisionUniSideBridge");
     engine->deprovisionUniSideBridge(service);
     return kSuccess;
@@ -261,7 +284,10 @@ int VornBrcmHal::vorn_omci_hal_veip_createRules(unsigned short gemPort, unsigned
                                                 unsigned short filterType, unsigned char numberOfEntries,
                                                 const unsigned char* filterList, unsigned short trafficType) {
     if (engine == nullptr || filterList == nullptr) return kFailure;
-    const state::Operation operation;
+    const AskedOperation operation(
+        Ask::Veip, AskKind::Provision,
+        restart::veipArguments(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType));
+    if (operation.isDone()) return kSuccess;
     std::printf("Inside BRCM-HAL, calling VEIP creation");
     engine->gpon_createRules(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType);
     return kSuccess;

@@ -43,6 +43,7 @@ public:
         statePath_ = path;
         return symbol<int (*)(const char*)>("vorn_hal_state_open")(path.c_str());
     }
+    int settle() { return symbol<int (*)()>("vorn_hal_state_settle")(); }
     int clean() { return symbol<int (*)()>("vorn_hal_clean_device")(); }
 
     // The kernel takes its descriptors; its memory is of no use to anybody.

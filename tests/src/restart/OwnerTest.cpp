@@ -19,7 +19,7 @@ namespace {
 
 using state::Journal;
 
-constexpr const char* kBoot = "11111111-2222-3333-4444-555555555555";
+constexpr const char* kBootOfOwners = "11111111-2222-3333-4444-555555555555";
 
 // A process that does something, says how it went and lives on with what it holds.
 class Process {
@@ -80,7 +80,7 @@ protected:
 
     bool open(Journal& journal) const {
         std::string problem;
-        return journal.open(path(), kBoot, &problem);
+        return journal.open(path(), kBootOfOwners, &problem);
     }
     // As a process that keeps it.
     std::function<bool()> opening() const {

@@ -32,7 +32,7 @@ void recordUniOfBridge(unsigned short bridgeId, unsigned short uniPort) {
 }
 
 void configureDefaultBridge(EtherSwitchBcm380& engine) {
-    if (engine.isInterfaceExisted(kDefaultBridge)) return;
+    if (engine.isInterfaceExisted(kDefaultBridge)) return;  // a restart keeps it while any bridge is asked for
     std::printf("Configuring default bridge:%s!!!", kDefaultBridge);
     engine.addBridgeInterface(kDefaultBridge);
     for (unsigned port = 0; port < kDefaultBridgePorts; ++port) {

@@ -9,6 +9,7 @@
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "hal/Text.h"
+#include "kit/Asked.h"
 #include "kit/Rules.h"
 
 std::map<vlanRuleKey, std::unique_ptr<VLAN_RULE_MAP_ENTRY>> m_VLAN_RULE_MAP_ENTRY;
@@ -41,7 +42,10 @@ VLAN_RULE_INFO* activeEnd(VLAN_RULE_MAP_ENTRY& entry) {
 
 int removeFromVlanCtl(const VLAN_RULE_MAP_ENTRY& entry, const VLAN_RULE_INFO& rule) {
     const kit::VlanCtlSession session;
-    return kit::removeRule(tableOf(entry, rule), rule.tagRuleId);
+    const kit::RuleTable table = tableOf(entry, rule);
+    const int result = kit::removeRule(table, rule.tagRuleId);
+    if (result != 0 && state::journal() != nullptr) kit::noteLoss(kit::ruleKey(table, rule.tagRuleId));
+    return result;
 }
 
 void noteRulesOf(const VLAN_RULE_MAP_ENTRY& entry) {
@@ -97,7 +101,11 @@ std::size_t eraseRulesIf(const std::string& device,
         VLAN_RULE_MAP_ENTRY& entry = *found->second;
         const auto here = found++;
         if (!device.empty() && device != entry.ifName) continue;
-        const auto isGone = [&](const VLAN_RULE_INFO& rule) { return gone(entry, rule); };
+        const auto isGone = [&](const VLAN_RULE_INFO& rule) {
+            if (!gone(entry, rule)) return false;
+            if (state::journal() != nullptr) kit::noteLoss(kit::ruleKey(tableOf(entry, rule), rule.tagRuleId));
+            return true;
+        };
         const std::uint32_t old = thinOut(entry.oldRules, &entry.nbrOfOldRules, isGone);
         const std::uint32_t active = thinOut(entry.newRules, &entry.nbrOfNewRules, isGone);
         erased += old + active;

@@ -233,6 +233,7 @@ void EtherSwitchBcm380::setDefaultAction(char* devIfc, char* vlanIfc, std::uint8
     const bool knownDirection = direction == kReceive || direction == kTransmit;
     if (ret == 0 && nbrOfRules == 0 && action == kPass && knownDirection)
         kit::insertLooseRule(table, kit::TagRule().bind(direction, vlanIfc));
+    if (nbrOfRules != 0 && action == kPass) kit::noteNeedOfLooseRules(table);
     std::printf(
         "===> setDefaultAction, devIfc=%s, vlanIfc=%s, direction=%d, action=%d, nbrOfTags=%d, nbrOfRules=%d, "
         "retVlanCtl=%d\n",

@@ -12,7 +12,7 @@
 
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
-#include "kit/StateEntries.h"
+#include "kit/Asked.h"
 
 std::map<serviceKey, OwnedBlock<OMCI_SERVICE_MAP_ENTRY>> m_SERVICE_MAP_ENTRY;
 
@@ -52,6 +52,11 @@ OMCI_SERVICE_MAP_ENTRY* entryAt(const serviceKey& key) {
 
 void noteService(const serviceKey& key) {
     kit::noteChange(kit::Entry::Services, key.ifName, key.vlanId, key.pbits);
+}
+
+void noteLossOf(const serviceKey& key) {
+    noteService(key);
+    kit::noteLoss(kit::Entry::Services, key.ifName, key.vlanId, key.pbits);
 }
 
 void printLookUp(bool found, const serviceKey& key, unsigned short phyId) {
@@ -104,7 +109,7 @@ bool putBackService(const OMCI_SERVICE_MAP_ENTRY& entry) {
 }
 
 void forgetServices() {
-    for (const auto& service : m_SERVICE_MAP_ENTRY) noteService(service.first);
+    for (const auto& service : m_SERVICE_MAP_ENTRY) noteLossOf(service.first);
     const std::lock_guard<std::mutex> lock(serviceMapLock);
     m_SERVICE_MAP_ENTRY.clear();
     serviceCount = 0;
@@ -140,6 +145,7 @@ OMCI_SERVICE_MAP_ENTRY* EtherSwitchBcm380::allocOmciServiceMapEntry(OMCI_SERVICE
 int EtherSwitchBcm380::omciServiceCreateMapEntry(OMCI_SERVICE_MAP_ENTRY* entry) {
     if (entry == nullptr) return 0;
     const serviceKey key = keyOf(*entry);
+    kit::noteNeed(kit::Entry::Services, key.ifName, key.vlanId, key.pbits);
     OMCI_SERVICE_MAP_ENTRY* present = nullptr;
     if (findOmciServiceMapEntry(key.ifName.c_str(), lowHalf(entry->gemPortIndex), key.vlanId, key.pbits, &present) ==
         1) {
@@ -178,7 +184,7 @@ int EtherSwitchBcm380::omciServiceDeleteMapEntry(int phyId, const char* ifName, 
         erased = m_SERVICE_MAP_ENTRY.erase(key) == 1;
         if (erased) --serviceCount;
     }
-    noteService(key);
+    noteLossOf(key);
     // Kept: both texts carry the rule map's name.
     std::printf(
         "%s", erased ? "freeVlanRuleMapEntry: Entry deleted\n " : "freeVlanRuleMapEntry: Entry not found to delete\n ");

@@ -16,10 +16,10 @@
 #include "hal/OwnedBlock.h"
 #include "hal/Shell.h"
 #include "hal/Text.h"
+#include "kit/Asked.h"
 #include "kit/DeviceNames.h"
 #include "kit/Devices.h"
 #include "kit/Rules.h"
-#include "kit/StateEntries.h"
 #include "platform/devctl.h"
 
 namespace {
@@ -262,6 +262,7 @@ int EtherSwitchBcm380::gpon_createRules(unsigned short gemPort, unsigned short b
         std::printf("\ncreating veip interface %s", kVeipDevice);
         createVeipTagRules(trafficType, bridgeId);
     }
+    kit::noteNeed(kit::Entry::Devices, kVeipDevice);
     std::printf("\n gemPort=%d bridgeId=%d filterType=%d noOfEntries=%d vlanFilterList=0x%x trafficType=%d\n", gemPort,
                 bridgeId, filterType, noOfEntries,
                 static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(vlanFilterList)), trafficType);

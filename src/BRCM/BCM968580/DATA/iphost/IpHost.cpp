@@ -10,10 +10,10 @@
 #include "BRCM/BCM968580/DATA/iphost/IpHostCheck.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
 #include "hal/Text.h"
+#include "kit/Asked.h"
 #include "kit/DeviceNames.h"
 #include "kit/Devices.h"
 #include "kit/Rules.h"
-#include "kit/StateEntries.h"
 
 int EtherSwitchBcm380::numServices = 0;
 
@@ -134,6 +134,7 @@ void noteHost(const IpHostProvision& rec, bool dhcp) {
     if (state::Journal* const journal = state::journal())
         journal->put(kit::keyOf(kit::Entry::IpHosts, rec.bridgeId, rec.uniPort),
                      state::ByteWriter().add(rec.macAddress).add(rec.ipAddress).add(dhcp).take());
+    kit::noteNeed(kit::Entry::IpHosts, rec.bridgeId, rec.uniPort);
 }
 
 void announce(EtherSwitchBcm380& engine, const char* ifName, const IpHostProvision& rec, const char* routedMac) {
@@ -267,6 +268,7 @@ bool EtherSwitchBcm380::deprovisionIpHost(const IpHostProvision* rec) {
     }
     engine_maps::countIpHosts(-1);
     kit::noteMark(false, kit::Entry::IpHosts, rec->bridgeId, rec->uniPort);
+    kit::noteLoss(kit::Entry::IpHosts, rec->bridgeId, rec->uniPort);
     kit::noteIfGone(names.bridge.get());
     commands.killDhcpClient(names.interface.get());
     if (std::FILE* file = std::fopen(kDhcpInterfaceFile, "w")) {

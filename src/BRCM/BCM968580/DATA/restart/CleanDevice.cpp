@@ -1,5 +1,6 @@
-// Takes everything that the state file knows off the device, services first, as they are removed: VEIP, UNIs, rules, IP
-// hosts, devices and bridges, GEM ports, T-CONTs. Results are looked at here, unlike in the operations.
+// Takes what the state file knows off the device, all of it or what nobody has asked for, services first, as they are
+// removed: VEIP, UNIs, rules, IP hosts, devices and bridges, GEM ports, T-CONTs. Results are looked at here, unlike in
+// the operations.
 #include <algorithm>
 #include <set>
 #include <string>
@@ -11,10 +12,13 @@
 #include "BRCM/BCM968580/DATA/RuleMap.h"
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
+#include "BRCM/BCM968580/DATA/restart/Compare.h"
 #include "BRCM/BCM968580/DATA/restart/DeviceEntries.h"
+#include "BRCM/BCM968580/DATA/restart/Operations.h"
 #include "BRCM/BCM968580/DATA/restart/Restart.h"
 #include "BRCM/BCM968580/DATA/restart/RestartLog.h"
 #include "BRCM/BCM968580/DATA/restart/RuleTables.h"
+#include "kit/Asked.h"
 #include "kit/DeviceNames.h"
 #include "kit/Devices.h"
 #include "kit/Rules.h"
@@ -26,17 +30,34 @@ namespace restart {
 
 namespace {
 
-// Counts what the device refuses, and names it.
-class Refusals {
+// What goes and what the device does not give up.
+class Removal {
 public:
-    void add(const LogText& text) {
-        ++count_;
-        logLine(kCleanDevice, kLogError, text);
+    Removal(const char* name, bool takesAll) : name_(name), takesAll_(takesAll) {}
+
+    template <typename... Parts>
+    bool stays(kit::Entry kind, const Parts&... parts) const {
+        return staysBy(kit::keyOf(kind, parts...));
     }
-    int count() const { return count_; }
+    bool staysBy(const std::string& effect) const { return !takesAll_ && kit::isClaimed(effect); }
+    bool takesAll() const { return takesAll_; }
+
+    bool done(bool removed) {
+        if (removed) ++removed_;
+        return removed;
+    }
+    void refused(const LogText& text) {
+        ++refused_;
+        logLine(name_, kLogError, text);
+    }
+    int removedCount() const { return removed_; }
+    int refusedCount() const { return refused_; }
 
 private:
-    int count_ = 0;
+    const char* name_;
+    bool takesAll_;
+    int removed_ = 0;
+    int refused_ = 0;
 };
 
 // ---- rules ----
@@ -50,15 +71,19 @@ bool removeFromDevice(const kit::RuleTable& table, std::uint32_t id) {
     return rulesOnDevice(table).value_or(0) == 0;
 }
 
-void removeRules() {
-    eraseRulesIf(
-        "", [](const auto& entry, const auto& rule) { return removeFromDevice(tableOf(entry, rule), rule.tagRuleId); });
+void removeRules(Removal& removal) {
+    eraseRulesIf("", [&](const auto& entry, const auto& rule) {
+        const kit::RuleTable table = tableOf(entry, rule);
+        return !removal.staysBy(kit::ruleKey(table, rule.tagRuleId)) &&
+               removal.done(removeFromDevice(table, rule.tagRuleId));
+    });
     for (const LooseRule& rule : knownLooseRules())
-        if (removeFromDevice(rule.table, rule.id)) kit::forgetRule(rule.table, rule.id);
+        if (!removal.staysBy(kit::ruleKey(rule.table, rule.id)) && removal.done(removeFromDevice(rule.table, rule.id)))
+            kit::forgetRule(rule.table, rule.id);
 }
 
 // The rules of a device that was removed have gone with it.
-void nameRulesThatStay(Refusals& refusals) {
+void nameRulesThatStay(Removal& removal) {
     std::set<std::string> devices;
     for (const auto& entry : m_VLAN_RULE_MAP_ENTRY) devices.insert(entry.first.ifName);
     for (const std::string& device : devices)
@@ -67,7 +92,8 @@ void nameRulesThatStay(Refusals& refusals) {
         const kit::RuleTable& table = counted.table;
         const std::set<std::uint32_t> ids = knownRuleIds(table);
         for (const std::uint32_t id : ids)
-            refusals.add(LogText("rule %u of %s stays: vlanctl refuses", id, table.device.c_str()));
+            if (!removal.staysBy(kit::ruleKey(table, id)))
+                removal.refused(LogText("rule %u of %s stays: vlanctl refuses", id, table.device.c_str()));
         if (ids.empty()) kit::forgetTable(table);
     }
 }
@@ -92,18 +118,52 @@ int orderOf(const std::string& device) {
     return device.find('.') != std::string::npos ? 1 : 2;
 }
 
-void removeDevices(Refusals& refusals) {
+// Whatever makes a bridge makes the default bridge first.
+bool needsDefaultBridge() {
+    for (const kit::Ask ask : {kit::Ask::Bridge, kit::Ask::UniRow, kit::Ask::IpHost, kit::Ask::PonRules})
+        if (kit::isClaimed(ask)) return true;
+    return false;
+}
+
+bool deviceStays(const Removal& removal, const std::string& device) {
+    if (removal.takesAll()) return false;
+    if (device == kDefaultBridge) return needsDefaultBridge();
+    return removal.stays(kit::Entry::Devices, device) || removal.stays(kit::Entry::Members, device);
+}
+
+void removeDevices(Removal& removal) {
     std::vector<std::string> devices = knownDevices();
     std::stable_sort(devices.begin(), devices.end(),
                      [](const auto& one, const auto& other) { return orderOf(one) < orderOf(other); });
-    for (const std::string& device : devices)
-        if (!removeIfExisting(device)) refusals.add(LogText("%s stays: its removal is refused", device.c_str()));
+    for (const std::string& device : devices) {
+        if (deviceStays(removal, device)) continue;
+        forgetUniOf(device);
+        if (!removal.done(removeIfExisting(device)))
+            removal.refused(LogText("%s stays: its removal is refused", device.c_str()));
+    }
 }
 
-// ---- hosts and the runner ----
+// ---- services, hosts and the runner ----
 
-void removeHosts() {
+// Each by its own TCI, and with the last one the VEIP. On no bridge: nothing of the PON side goes with it.
+void removeServices(Removal& removal) {
+    constexpr std::uint16_t kNoBridge = 65535;
+    constexpr unsigned kPbitShift = 13;
+    std::vector<OMCI_SERVICE_MAP_ENTRY> services;
+    for (const auto& [key, service] : m_SERVICE_MAP_ENTRY)
+        if (!removal.stays(kit::Entry::Services, key.ifName, key.vlanId, key.pbits)) services.push_back(*service);
+    for (const OMCI_SERVICE_MAP_ENTRY& service : services) {
+        const auto tci = static_cast<unsigned>(service.pbits) << kPbitShift | static_cast<unsigned>(service.vlanId);
+        const FixedText<8> list("%04x", tci & 0xFFFFU);
+        engine().gpon_deleteRules(static_cast<std::uint16_t>(service.gemPortId), kNoBridge, 0, 1,
+                                  reinterpret_cast<const unsigned char*>(list.get()), 0);
+        removal.done(true);
+    }
+}
+
+void removeHosts(Removal& removal) {
     for (const IpHost& host : knownIpHosts()) {
+        if (removal.stays(kit::Entry::IpHosts, host.bridgeId, host.uniPort)) continue;
         const DeviceName device = kit::ipHostName(host.bridgeId, host.uniPort);
         IpHostCommands commands(engine());
         commands.removeKey(host.mac.c_str());
@@ -112,17 +172,46 @@ void removeHosts() {
         } else {
             commands.deleteRoutingRule(host.address.c_str());
         }
-        commands.deleteHostFlowClass();
-        commands.removeKeyMask();
+        if (removal.takesAll() || EtherSwitchBcm380::numServices < 2) {
+            commands.deleteHostFlowClass();
+            commands.removeKeyMask();
+        }
+        if (!removal.takesAll()) engine_maps::countIpHosts(-1);
         kit::noteMark(false, kit::Entry::IpHosts, host.bridgeId, host.uniPort);
+        removal.done(true);
     }
 }
 
-void removeRunnerObjects() {
+void removeRunnerObjects(Removal& removal) {
     for (const std::uint16_t uniPort : knownDscpShortcuts()) {
+        if (removal.stays(kit::Entry::DscpShortcuts, uniPort)) continue;
         kit::removeDscpShortcut(uniPort);
         engine().unsetDscpToPbitsTable(kit::uniName(uniPort - 1U).get());
+        removal.done(true);
+        if (knownDscpShortcuts().empty()) kit::removeDscpAction();
     }
+}
+
+// A UNI without a row of its own follows no model.
+void clearMarks() {
+    std::set<std::uint32_t> uniPorts;
+    for (const auto* marks : {&m_dscpConfigInfo, &m_cTagConfigInfo})
+        for (const auto& mark : *marks) uniPorts.insert(mark.first);
+    for (const std::uint32_t uniPort : uniPorts)
+        if (m_VLAN_RULE_MAP_ENTRY.count({kit::uniName(uniPort - 1).get(), static_cast<std::uint16_t>(uniPort)}) == 0)
+            engine_maps::clearModelMarks(uniPort);
+}
+
+void removeFromDevice(Removal& removal) {
+    removeRunnerObjects(removal);
+    removeRules(removal);
+    removeHosts(removal);
+    removeDevices(removal);
+    nameRulesThatStay(removal);
+    const int removed = cleanPon([&](std::uint16_t gemPortId) { return removal.stays(kit::Entry::PonGem, gemPortId); },
+                                 [&](std::uint16_t allocId) { return removal.stays(kit::Entry::AllocIds, allocId); },
+                                 [&](const char* line) { removal.refused(LogText("%s", line)); });
+    for (int i = 0; i < removed; ++i) removal.done(true);
 }
 
 }  // namespace
@@ -133,16 +222,33 @@ int cleanDevice() {
         return -1;
     }
     const state::Operation operation;
-    Refusals refusals;
-    removeRunnerObjects();
-    removeRules();
-    removeHosts();
-    removeDevices(refusals);
-    nameRulesThatStay(refusals);
-    cleanPon([&](const char* line) { refusals.add(LogText("%s", line)); });
+    Removal removal(kCleanDevice, true);
+    removeFromDevice(removal);
     forgetServices();
     engine_maps::clear();
-    return refusals.count();
+    kit::forgetAsked();
+    return removal.refusedCount();
+}
+
+int settleState() {
+    if (state::journal() == nullptr) {
+        logLine(kStateSettle, kLogError, LogText("no state is open"));
+        return -1;
+    }
+    Removal removal(kStateSettle, false);
+    std::vector<std::string> again;
+    {
+        const state::Operation operation;
+        again = kit::endClaims();
+        removeServices(removal);
+        removeFromDevice(removal);
+        clearMarks();
+    }
+    for (const std::string& hindered : again) runOperation(hindered);
+    if (removal.removedCount() > 0)
+        logLine(kStateSettle, kLogInfo,
+                LogText("%d things that nobody has asked for are taken away", removal.removedCount()));
+    return removal.removedCount();
 }
 
 }  // namespace restart

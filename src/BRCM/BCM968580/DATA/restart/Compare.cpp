@@ -38,16 +38,6 @@ std::set<std::string> membersOf(const std::string& bridge) {
 
 // ---- devices and bridges ----
 
-// A bridge whose UNI device is gone has none that its removal could take out.
-void forgetUniOf(const std::string& device) {
-    for (auto entry = m_BridgeIdToUniId.begin(); entry != m_BridgeIdToUniId.end();) {
-        const auto [bridgeId, uniPort] = *entry;
-        ++entry;
-        if (device == kit::bridgeName(bridgeId).get() || device == kit::uniVlanName(uniPort - 1, bridgeId).get())
-            engine_maps::dissociateUni(bridgeId);
-    }
-}
-
 void forgetDevice(const std::string& device) {
     tell(LogText("%s is no longer there: forgotten", device.c_str()));
     forgetRulesOf(device);
@@ -106,6 +96,15 @@ void compareTable(const CountedTable& counted) {
 }
 
 }  // namespace
+
+void forgetUniOf(const std::string& device) {
+    for (auto entry = m_BridgeIdToUniId.begin(); entry != m_BridgeIdToUniId.end();) {
+        const auto [bridgeId, uniPort] = *entry;
+        ++entry;
+        if (device == kit::bridgeName(bridgeId).get() || device == kit::uniVlanName(uniPort - 1, bridgeId).get())
+            engine_maps::dissociateUni(bridgeId);
+    }
+}
 
 void compareWithDevice() {
     compareDevices();

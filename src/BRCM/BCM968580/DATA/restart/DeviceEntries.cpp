@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "BRCM/BCM968580/DATA/FilterBytes.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCheck.h"
 #include "BRCM/BCM968580/DATA/restart/MapEntries.h"
+#include "BRCM/BCM968580/DATA/restart/Operations.h"
 #include "kit/DeviceNames.h"
 
 using kit::Entry;
@@ -78,10 +78,12 @@ bool isDeviceEntry(Entry kind, ByteReader& key, ByteReader& value) {
         case Entry::DhcpClients:
             key.raw(4);
             break;
-        case Entry::RemovedRows:
-            if (!kit::isPlainDeviceName(key.text())) return false;
-            key.raw(2 + 2 * kFilterBytes);
-            break;
+        case Entry::Asked:
+            while (value.left() > 0) value.text();
+            return isOperation(key) && value.done();
+        case Entry::Finished:
+        case Entry::ToFinish:
+            return isOperation(key) && value.done();
         default:
             return false;
     }

@@ -6,6 +6,7 @@
 
 #include "BRCM/BCM968580/DATA/restart/Compare.h"
 #include "BRCM/BCM968580/DATA/restart/MapEntries.h"
+#include "BRCM/BCM968580/DATA/restart/Operations.h"
 #include "BRCM/BCM968580/DATA/restart/RestartLog.h"
 #include "BRCM/BCM968580/DATA/restart/Unfinished.h"
 #include "hal/FileText.h"
@@ -81,6 +82,22 @@ void restoreMaps(const state::Journal& journal) {
     }
 }
 
+// Runs the operation that was interrupted again, if it is one of those that are finished. It may have been called
+// before, and be claimed by that; it has not been since.
+void finishOperation(state::Journal& journal) {
+    for (const auto& entry : journal.current(kit::keyOf(kit::Entry::ToFinish))) {
+        const std::string operation = entry.first.substr(kit::keyOf(kit::Entry::ToFinish).size());
+        runOperation(operation);
+        const state::Operation finished;
+        journal.erase(entry.first);
+        if (isRemoval(operation)) {
+            kit::noteFinished(operation);
+        } else {
+            kit::expectClaim(operation);
+        }
+    }
+}
+
 int refuse(const char* path, const std::string& problem) {
     tell(LogText("state file %s: %s", path, problem.c_str()));
     return -1;
@@ -116,13 +133,17 @@ int openState(const char* path) {
         const state::Operation operation;
         const auto unfinished = opened.unfinished();
         if (restores) {
+            kit::expectClaims();
             settleUnfinished(unfinished);
             compareWithDevice();
+            if (const std::string whole = wholeOperationOf(unfinished); !whole.empty())
+                opened.put(kit::keyOf(kit::Entry::ToFinish) + whole, {});
         } else {
             forEachMap(
                 [&](const MapEntries& map) { map.forEachKey([&](const std::string& key) { opened.touch(key); }); });
         }
     }
+    finishOperation(opened);
     if (restores) opened.compact();  // what led to it is of no use any more
     const int restored = restores ? static_cast<int>(opened.entries().size()) : 0;
     if (restores) logLine(kStateOpen, kLogInfo, LogText("state file %s: %d records restored", path, restored));

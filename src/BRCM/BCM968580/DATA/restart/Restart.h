@@ -1,4 +1,4 @@
-// The two functions of hal/HalState.h, with the same results.
+// The functions of hal/HalState.h, with the same results.
 #ifndef BRCM_BCM968580_DATA_RESTART_RESTART_H
 #define BRCM_BCM968580_DATA_RESTART_RESTART_H
 
@@ -12,6 +12,7 @@ inline EtherSwitchBcm380& engine() {
 
 int openState(const char* path);
 int cleanDevice();  // CleanDevice.cpp
+int settleState();  // likewise
 
 }  // namespace restart
 

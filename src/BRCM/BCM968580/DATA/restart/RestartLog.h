@@ -10,6 +10,7 @@ namespace restart {
 constexpr const char* kRestartSource = "src/BRCM/BCM968580/DATA/restart";
 constexpr const char* kStateOpen = "vorn_hal_state_open";
 constexpr const char* kCleanDevice = "vorn_hal_clean_device";
+constexpr const char* kStateSettle = "vorn_hal_state_settle";
 
 using LogText = FixedText<256>;
 

@@ -7,8 +7,8 @@
 #include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
-#include "BRCM/BCM968580/DATA/FilterBytes.h"
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
+#include "BRCM/BCM968580/DATA/restart/Operations.h"
 #include "BRCM/BCM968580/DATA/restart/Restart.h"
 #include "BRCM/BCM968580/DATA/restart/RestartLog.h"
 #include "BRCM/BCM968580/DATA/restart/RuleTables.h"
@@ -31,16 +31,6 @@ constexpr std::uint16_t kVeipPhyId = 0;
 void freeRules(const std::string& device, std::uint16_t phyId) {
     const auto entry = m_VLAN_RULE_MAP_ENTRY.find({device, phyId});
     if (entry != m_VLAN_RULE_MAP_ENTRY.end()) engine().freeVlanRuleMapEntry(entry->second.get());
-}
-
-void removeRow(ByteReader& fields) {
-    const std::string device = fields.text();
-    const std::uint16_t phyId = fields.u16();
-    const VlanTagFilter_t outer = filterFrom(fields);
-    const VlanTagFilter_t inner = filterFrom(fields);
-    kit::noteMark(true, kit::Entry::RemovedRows, device, phyId, outer, inner);
-    for (const auto direction : {VLANCTL_DIRECTION_RX, VLANCTL_DIRECTION_TX})
-        engine().deleteVlanRuleIdFromMap(device.c_str(), phyId, static_cast<std::uint16_t>(direction), &outer, &inner);
 }
 
 // The last table first. Of a rule that vlanctl has refused nothing is to take back.
@@ -118,9 +108,8 @@ void settle(const state::UnfinishedStep& unfinished, std::uint32_t highestId) {
             freeRules(device, fields.u16());
             break;
         }
-        case Step::RemoveRow:
-            removeRow(fields);
-            break;
+        case Step::WholeOperation:
+            break;  // run again when all of its steps are settled
         case Step::CreateBridge:
             deleteCreatedBridge(fields.text());
             break;
@@ -183,10 +172,8 @@ bool isStep(const state::UnfinishedStep& step) {
             if (!kit::isPlainDeviceName(fields.text())) return false;
             fields.u16();
             break;
-        case Step::RemoveRow:
-            if (!kit::isPlainDeviceName(fields.text())) return false;
-            fields.raw(2 + 2 * kFilterBytes);
-            break;
+        case Step::WholeOperation:
+            return isOperation(fields);
         case Step::CreateBridge:
             if (!kit::isBridge(fields.text())) return false;
             break;
@@ -212,6 +199,12 @@ bool isStep(const state::UnfinishedStep& step) {
             return false;
     }
     return fields.done();
+}
+
+std::string wholeOperationOf(const std::vector<state::UnfinishedStep>& steps) {
+    for (const state::UnfinishedStep& step : steps)
+        if (step.step[0] == static_cast<char>(Step::WholeOperation)) return step.step.substr(1);
+    return {};
 }
 
 void settleUnfinished(const std::vector<state::UnfinishedStep>& steps) {

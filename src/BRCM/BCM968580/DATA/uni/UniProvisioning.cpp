@@ -5,7 +5,7 @@
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/uni/UniTagging.h"
 #include "hal/Text.h"
-#include "kit/StateEntries.h"
+#include "kit/Asked.h"
 #include "platform/vlanctl.h"
 
 using namespace tag_codes;
@@ -18,16 +18,6 @@ namespace {
 
 constexpr std::uint16_t kLastEthernetUniPort = 4;
 constexpr std::uint16_t kFirstIpHostPort = 6;
-constexpr std::uint16_t kAllOnesVid = 8191;  // of a 13-bit field
-
-// G.988 deletes a row with treatment words of all ones.
-bool isDeleteRow(const UniDataProvisioning& record) {
-    return record.removeType == kRemoveDiscard &&  //
-           record.outerTreatmentTpidDe == kTpidCodeDei1 && record.outerTreatmentVlanId == kAllOnesVid &&
-           record.outerTreatmentPrio == kPrioNoTag &&  //
-           record.innerTreatmentTpidDe == kTpidCodeDei1 && record.innerTreatmentVlanId == kAllOnesVid &&
-           record.innerTreatmentPrio == kPrioNoTag;
-}
 
 }  // namespace
 
@@ -133,12 +123,10 @@ bool EtherSwitchBcm380::createUniVlanRules(const VlanExtVlanTagOperInfo_t* info,
     for (const auto direction : {VLANCTL_DIRECTION_RX, VLANCTL_DIRECTION_TX}) {
         if (isVlanRuleMapExist(uniInterface.get(), uniPort, static_cast<std::uint16_t>(direction), &row.outer_filter,
                                &row.inner_filter, row.etherType)) {
+            kit::noteHindrance();
             return true;
         }
     }
-    // The row exists again: its next removal is one.
-    kit::eraseMark(kit::Entry::RemovedRows, uniInterface.get(), std::uint16_t{uniPort}, row.outer_filter,
-                   row.inner_filter);
     insertUniTagRules(info, uniPort, bridgeId, uniInterface.get(), uniVirtual.get(), tagAction, false);
 
     createVlanFlows(aniVirtual.get(), uniVirtual.get());

@@ -43,13 +43,9 @@ bool EtherSwitchBcm380::deprovisionUniSideDataServiceRules(const UniDataProvisio
     // Kept: the line alone; the OAM hook is not called for a row.
     std::printf("sendCeVlanDeleteNotificationToETHOAM on uniPort : %d  !!!", uniPort);
 
-    if (!kit::eraseMark(kit::Entry::RemovedRows, uniInterface.get(), uniPort, row.outer_filter, row.inner_filter)) {
-        const kit::BegunStep step(kit::Step::RemoveRow, uniInterface.get(), uniPort, row.outer_filter,
-                                  row.inner_filter);
-        for (const auto direction : {VLANCTL_DIRECTION_RX, VLANCTL_DIRECTION_TX}) {
-            deleteVlanRuleIdFromMap(uniInterface.get(), uniPort, static_cast<std::uint16_t>(direction),
-                                    &row.outer_filter, &row.inner_filter);
-        }
+    for (const auto direction : {VLANCTL_DIRECTION_RX, VLANCTL_DIRECTION_TX}) {
+        deleteVlanRuleIdFromMap(uniInterface.get(), uniPort, static_cast<std::uint16_t>(direction), &row.outer_filter,
+                                &row.inner_filter);
     }
 
     // The flows serve the UNI's other rows as well, and have to survive the removal of this one.

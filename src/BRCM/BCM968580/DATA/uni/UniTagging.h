@@ -10,6 +10,7 @@
 #include "BRCM/BCM968580/DATA/FilterBytes.h"
 #include "BRCM/BCM968580/DATA/TagCodes.h"
 #include "BRCM/BCM968580/DATA/TagRule.h"
+#include "hal/BridgeRecords.h"
 
 class EtherSwitchBcm380;
 
@@ -49,6 +50,17 @@ inline bool copiesInnerTag(const VlanExtVlanTagOper_t& row, VlanTagAction tagAct
 inline std::optional<kit::TpidDei> loneTpidTreatmentOf(std::uint32_t code, std::uint32_t outputTpid) {
     if (code == kTpidCodeOutput) return kit::TpidDei{outputTpid, std::nullopt};
     return tpidTreatmentOf(code, outputTpid);
+}
+
+constexpr std::uint16_t kAllOnesVid = 8191;  // of a 13-bit field
+
+// G.988 deletes a row with treatment words of all ones.
+inline bool isDeleteRow(const UniDataProvisioning& record) {
+    return record.removeType == kRemoveDiscard &&  //
+           record.outerTreatmentTpidDe == kTpidCodeDei1 && record.outerTreatmentVlanId == kAllOnesVid &&
+           record.outerTreatmentPrio == kPrioNoTag &&  //
+           record.innerTreatmentTpidDe == kTpidCodeDei1 && record.innerTreatmentVlanId == kAllOnesVid &&
+           record.innerTreatmentPrio == kPrioNoTag;
 }
 
 // Index that the device names of a UNI port count with; port 0 gives the name "sid-1".

@@ -1,0 +1,162 @@
+#include "BRCM/BCM968580/DATA/restart/Operations.h"
+
+#include <cstring>
+
+#include "BRCM/BCM968580/DATA/TagCodes.h"
+#include "BRCM/BCM968580/DATA/restart/Restart.h"
+#include "BRCM/BCM968580/DATA/uni/UniTagging.h"
+#include "xpon/PonMaps.h"
+
+using kit::Ask;
+using kit::AskedOperation;
+using kit::AskKind;
+
+namespace restart {
+
+namespace {
+
+constexpr std::size_t kMaxFilterList = 256;
+constexpr std::uint8_t kUp[] = {1};
+
+template <typename Record>
+bool isRecord(state::ByteReader& bytes) {
+    recordFrom<Record>(bytes);
+    return bytes.done();
+}
+
+void changeRow(UniDataProvisioning row) {
+    const AskedOperation operation(Ask::UniRow, kindOf(row), row);
+    if (row.addFlag != 0) {
+        engine().configureUniInterface(&row);
+        engine().configureUniTagRules(&row);
+    } else {
+        engine().deConfigureUniTagRules(row.uniPort, row.bridgeId);
+        engine().deConfigureUniInterface(row.uniPort, row.bridgeId);
+    }
+}
+
+void provisionHost(const IpHostProvision& host) {
+    const AskedOperation operation(Ask::IpHost, AskKind::ProvisionWhole, host);
+    if (host.dhcpEnabled != 0) {
+        engine().provisionIpHostDynamic(&host);
+    } else {
+        engine().provisionIpHostStatic(&host);
+    }
+}
+
+// An operation with nothing but its record.
+template <typename Record, typename Run>
+void run(state::ByteReader& bytes, Ask ask, AskKind kind, Run make) {
+    const auto record = recordFrom<Record>(bytes);
+    const AskedOperation operation(ask, kind, record);
+    make(record);
+}
+
+}  // namespace
+
+AskKind kindOf(const UniDataProvisioning& row) {
+    using namespace uni_tagging;
+    const bool removesAll = row.addFlag == 0;
+    if (removesAll || isDeleteRow(row)) return AskKind::Remove;
+    // One that takes rules away first, or that the runner carries out.
+    const bool mapsDscp = row.innerTreatmentPrio == tag_codes::kPrioFromDscp;
+    return row.hasTagRules == 0 || mapsDscp ? AskKind::ProvisionWhole : AskKind::Provision;
+}
+
+VeipArguments veipArguments(std::uint16_t gemPort, std::uint16_t bridgeId, std::uint16_t filterType,
+                            std::uint8_t entries, const unsigned char* filterList, std::uint16_t trafficType) {
+    VeipArguments arguments{gemPort, bridgeId, filterType, entries, {}, trafficType};
+    if (state::journal() == nullptr) return arguments;
+    const auto* const text = reinterpret_cast<const char*>(filterList);
+    arguments.filterList.assign(text, strnlen(text, kMaxFilterList));
+    return arguments;
+}
+
+void enableIfDown(std::uint16_t gemPortId) {
+    const std::string* const up = state::journal()->find(kit::keyOf(kit::Entry::GemUp, gemPortId));
+    if (up != nullptr && *up == std::string(1, static_cast<char>(kUp[0]))) return;
+    unsigned short gemIndex = 0;
+    if (ponAdapter().getGemIdxFromGemPortMapEntry(gemPortId, &gemIndex) != 0)
+        ponAdapter().enableXGEM(gemPortId, gemIndex);
+}
+
+void rememberPbits(const BridgeServiceProvisioning& service) {
+    const state::Operation operation;
+    engine().setProtocolNumber(service.protocolNumber);
+    engine().fillUpPbitData(&service);
+}
+
+bool isOperation(state::ByteReader& bytes) {
+    switch (static_cast<Ask>(bytes.u8())) {
+        case Ask::Tcont:
+            return isRecord<TContProvisioning>(bytes);
+        case Ask::GemPort:
+            return isRecord<XGEMConfig>(bytes);
+        case Ask::Bridge:
+            return isRecord<BridgeArguments>(bytes);
+        case Ask::UniRow:
+            return isRecord<UniDataProvisioning>(bytes);
+        case Ask::IpHost:
+        case Ask::RemoveIpHost:
+            return isRecord<IpHostProvision>(bytes);
+        case Ask::Veip:
+            return isRecord<VeipArguments>(bytes);
+        case Ask::PonRules:
+        case Ask::ClearPbits:
+        case Ask::RemovePonSide:
+        case Ask::RemoveUniSide:
+            return isRecord<BridgeServiceProvisioning>(bytes);
+    }
+    return false;
+}
+
+bool isRemoval(std::string_view askAndArguments) {
+    state::ByteReader bytes(askAndArguments);
+    const auto ask = static_cast<Ask>(bytes.u8());
+    return ask >= Ask::ClearPbits ||
+           (ask == Ask::UniRow && kindOf(recordFrom<UniDataProvisioning>(bytes)) == AskKind::Remove);
+}
+
+void runOperation(std::string_view askAndArguments) {
+    state::ByteReader bytes(askAndArguments);
+    using Service = BridgeServiceProvisioning;
+    switch (const auto ask = static_cast<Ask>(bytes.u8())) {
+        case Ask::Tcont:
+            return run<TContProvisioning>(bytes, ask, AskKind::Provision,
+                                          [](const auto& tcont) { ponAdapter().provisionTCont(tcont); });
+        case Ask::GemPort:
+            return run<XGEMConfig>(bytes, ask, AskKind::Provision,
+                                   [](const auto& port) { ponAdapter().configureXGEM(port); });
+        case Ask::Bridge:
+            return run<BridgeArguments>(bytes, ask, AskKind::Provision, [](const auto& bridge) {
+                engine().configureBridge(bridge.bridgeId, bridge.uniPort, false);
+            });
+        case Ask::PonRules:
+            return run<Service>(bytes, ask, AskKind::Provision,
+                                [](const auto& service) { engine().configureAniTagRules(&service); });
+        case Ask::UniRow:
+            return changeRow(recordFrom<UniDataProvisioning>(bytes));
+        case Ask::IpHost:
+            return provisionHost(recordFrom<IpHostProvision>(bytes));
+        case Ask::Veip:
+            return run<VeipArguments>(bytes, ask, AskKind::Provision, [](const auto& veip) {
+                engine().gpon_createRules(veip.gemPort, veip.bridgeId, veip.filterType, veip.entries,
+                                          reinterpret_cast<const unsigned char*>(veip.filterList.c_str()),
+                                          veip.trafficType);
+            });
+        case Ask::ClearPbits:
+            return run<Service>(bytes, ask, AskKind::Remove,
+                                [](const auto& service) { engine().unsetPbitData(&service); });
+        case Ask::RemovePonSide:
+            return run<Service>(bytes, ask, AskKind::Remove,
+                                [](const auto& service) { engine().deprovisionAniSideBridge(&service); });
+        case Ask::RemoveUniSide:
+            return run<Service>(bytes, ask, AskKind::Remove,
+                                [](const auto& service) { engine().deprovisionUniSideBridge(&service); });
+        case Ask::RemoveIpHost:
+            return run<IpHostProvision>(bytes, ask, AskKind::Remove,
+                                        [](const auto& host) { engine().deprovisionIpHost(&host); });
+    }
+}
+
+}  // namespace restart

@@ -1,0 +1,35 @@
+// The daemon's operations by their arguments: what a restart makes of one that is asked for again, or that was not
+// finished.
+#ifndef BRCM_BCM968580_DATA_RESTART_OPERATIONS_H
+#define BRCM_BCM968580_DATA_RESTART_OPERATIONS_H
+
+#include <string_view>
+
+#include "BRCM/BCM968580/DATA/restart/Arguments.h"
+#include "kit/Asked.h"
+
+namespace restart {
+
+// UNI ports as the board numbers them.
+kit::AskKind kindOf(const UniDataProvisioning& row);
+
+VeipArguments veipArguments(std::uint16_t gemPort, std::uint16_t bridgeId, std::uint16_t filterType,
+                            std::uint8_t entries, const unsigned char* filterList, std::uint16_t trafficType);
+
+// ---- what a claimed operation does all the same ----
+
+// Adding a GEM port switches it on, whatever became of it since.
+void enableIfDown(std::uint16_t gemPortId);
+// p-bits that later records do not name keep these.
+void rememberPbits(const BridgeServiceProvisioning& service);
+
+// ---- operations as they are noted: their number and arguments ----
+
+bool isOperation(state::ByteReader& bytes);
+bool isRemoval(std::string_view askAndArguments);
+// As an operation of its own.
+void runOperation(std::string_view askAndArguments);
+
+}  // namespace restart
+
+#endif

@@ -1,0 +1,106 @@
+// What the daemon has asked for: each operation that provisions, by its arguments, with what it has made or found on
+// the device. So a daemon that starts again may ask for all that it wants as after a boot: what was restored and is
+// asked for again is claimed and does nothing, and what nobody has claimed can be taken away.
+//
+// An operation is known by its arguments alone. It is forgotten with the first of the things it needs that goes.
+// Without a state file each function here costs one atomic load.
+#ifndef KIT_ASKED_H
+#define KIT_ASKED_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "kit/StateEntries.h"
+
+namespace kit {
+
+enum class Ask : std::uint8_t {
+    Tcont = 1,
+    GemPort = 2,
+    Bridge = 3,
+    PonRules = 4,
+    UniRow = 5,  // and its removal
+    IpHost = 6,
+    Veip = 7,
+    ClearPbits = 16,
+    RemovePonSide = 17,
+    RemoveUniSide = 18,
+    RemoveIpHost = 19,
+};
+
+enum class AskKind {
+    Provision,
+    // The two that are finished when a file is opened within them: noted with their arguments before they begin.
+    ProvisionWhole,
+    Remove,
+};
+
+// The time of one operation of the daemon's. Within another one it is nothing of its own.
+class AskedOperation : public state::Operation {
+public:
+    // The arguments are a record that addPart() writes.
+    template <typename Arguments>
+    AskedOperation(Ask ask, AskKind kind, const Arguments& arguments) {
+        if (journal_ == nullptr || !journal_->isOutermost()) return;
+        state::ByteWriter bytes;
+        bytes.add(static_cast<std::uint8_t>(ask));
+        addPart(bytes, arguments);
+        begin(kind, bytes.bytes());
+    }
+    ~AskedOperation() {
+        if (begun_) end();
+    }
+    AskedOperation(const AskedOperation&) = delete;
+    AskedOperation& operator=(const AskedOperation&) = delete;
+
+    // Its effect was restored when the file was opened: there is nothing to do.
+    bool isDone() const { return done_; }
+
+private:
+    void begin(AskKind kind, std::string_view askAndArguments);
+    void end();
+
+    AskKind kind_ = AskKind::Provision;
+    bool begun_ = false;
+    bool done_ = false;
+};
+
+// ---- what the running operation needs ----
+
+// An effect is the key of an entry of the state file; a rule has that of a loose one.
+void noteNeed(const std::string& effect);
+template <typename... Parts>
+void noteNeed(Entry kind, const Parts&... parts) {
+    if (state::journal() != nullptr) noteNeed(keyOf(kind, parts...));
+}
+// It is on a bridge, which says that it is there.
+void noteNeedOfMember(const char* device);
+// The effect has gone: so are the operations that needed it.
+void noteLoss(const std::string& effect);
+template <typename... Parts>
+void noteLoss(Entry kind, const Parts&... parts) {
+    if (state::journal() != nullptr) noteLoss(keyOf(kind, parts...));
+}
+// What was there before kept the running operation from doing all that it does after a boot.
+void noteHindrance();
+
+// ---- after the file was opened ----
+
+// Every restored operation waits to be claimed.
+void expectClaims();
+// So does one that was finished at the open.
+void expectClaim(std::string_view askAndArguments);
+// A removal that was finished at the open: called again as the very first operation it does nothing.
+void noteFinished(std::string_view askAndArguments);
+bool isClaimed(const std::string& effect);
+bool isClaimed(Ask ask);  // one of them at least
+// Forgets what nobody has claimed, and, with what they have done, the operations that were hindered. These, to be run
+// again, in their order.
+std::vector<std::string> endClaims();
+void forgetAsked();  // all of it
+
+}  // namespace kit
+
+#endif
