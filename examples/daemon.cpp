@@ -5,7 +5,8 @@
 //   vorn-onu exec -- example-daemon
 //
 // With --stay it starts as daemons do, connected to the gateway side and detached from the terminal, and lives on until
-// a signal ends it. With --state FILE it finds what it has provisioned on the device when it is started again:
+// a signal ends it. With --state FILE it finds what it has provisioned on the device when it is started again, asks for
+// all of it as after a boot, and has what it does not ask for any more taken away:
 //
 //   vorn-onu exec --board BOARD -- example-daemon --state FILE
 #include <unistd.h>
@@ -98,27 +99,23 @@ int main(int argc, char** argv) {
     VornHal* hal = HALFactory::getInstance()->CreateHALObject(0);
     if (hal == nullptr) return 1;
     const bool stays = std::find(argv + 1, argv + argc, std::string("--stay")) != argv + argc;
-    int restored = 0;
-    if (const char* const state = argumentBehind("--state", argc, argv)) {
-        restored = vorn_hal_state_open(state);
-        if (restored < 0) {
-            say("the state cannot be used; the HAL's log tells why");
-            return 1;
-        }
+    const char* const state = argumentBehind("--state", argc, argv);
+    if (state != nullptr && vorn_hal_state_open(state) < 0) {
+        say("the state cannot be used; the HAL's log tells why");
+        return 1;
     }
     if (stays && hal->vorn_omci_hal_init() != 0) return 1;
     hal->vorn_omci_hal_nvram_info_get();
     unsigned char serial[64] = {};
     hal->vorn_omci_hal_sn_get(serial, sizeof serial);
     say(std::string("serial number ") + reinterpret_cast<const char*>(serial));
-    if (restored > 0) {
-        say("the service is still there, " + std::to_string(restored) + " records of it");
-    } else if (provisionPon(*hal) && provisionService(*hal)) {
-        say("the service is up");
-    } else {
+    if (!provisionPon(*hal) || !provisionService(*hal)) {
         say("the service could not be provisioned");
         return 1;
     }
+    if (state != nullptr)
+        say("of an earlier life " + std::to_string(vorn_hal_state_settle()) + " things were taken away");
+    say("the service is up");
     while (stays) pause();
     return 0;
 }

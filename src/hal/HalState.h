@@ -4,7 +4,14 @@
 // after a boot. Nothing else in the interface changes, and without these calls, or the environment variable below,
 // there is no file. docs/integration.md has a chapter "Restart".
 //
-// Both functions are called from the provisioning thread.
+// A daemon that is started opens the file, asks for all that it wants as after a boot, and settles:
+//
+//   VornHal* hal = HALFactory::getInstance()->CreateHALObject(0);
+//   vorn_hal_state_open("/run/vorn-hal.state");
+//   hal->vorn_omci_hal_tcont_set(nullptr, &tcont);  // and so on: what was restored is not made twice
+//   vorn_hal_state_settle();                        // what was restored and not asked for is taken away
+//
+// The functions are called from the provisioning thread.
 #ifndef HAL_HAL_STATE_H
 #define HAL_HAL_STATE_H
 
@@ -21,8 +28,8 @@ extern "C" {
 // the process ends. When it holds a state of this boot, that state is restored first: before anything was provisioned,
 // best after HALFactory::CreateHALObject().
 //
-// What an operation had begun when the process before this one ended is taken off the device, or taken away to its end:
-// the operation may be called again, or be left. Then every restored record is compared with the device. What the
+// An operation within which the process before this one ended is taken off the device, or is finished (removals, IP
+// hosts, rows that the runner carries out): it may be called again, or be left. Then every restored record is compared with the device. What the
 // device no longer has is forgotten, what it has beyond the records is named, each with one line in the maker's log.
 //
 // The answer is the number of records restored, 0 for a new file. -1, with a line in the log and with nothing restored
@@ -31,7 +38,11 @@ extern "C" {
 // been provisioned already. A record that the process before was writing when it ended does not count as broken. Called
 // again for the same path it answers the number of records that the file holds.
 //
-// When the file can no longer be written, it is taken away, with a printed line, and the library goes on without it.
+// When the file can no longer be written, or is moved or removed, it is given up, with a line in the log, and the library
+// goes on without it; called again for the same path the answer is -1 then.
+//
+// Beside the comparison the kernel is asked for its boot id (/proc/sys/kernel/random/boot_id) and for devices
+// (SIOCGIFINDEX), and the engine's log has "getInstance" lines.
 VORN_API int vorn_hal_state_open(const char* path);
 
 // Takes everything that the open state file knows off the device, in the order in which services are removed: for a
@@ -42,8 +53,8 @@ VORN_API int vorn_hal_clean_device(void);
 
 // Takes away what was restored and has not been asked for since the file was opened: for a daemon that provisions all
 // that it wants when it starts, as after a boot. Until then an operation that was restored and is asked for again with
-// the same arguments does nothing, and its frames go on. Operations that differ from a restored one they replace (a
-// row's treatment, the T-CONT of an alloc-id, the rules of a GEM port) take effect here. The answer is the number of
+// the same arguments does nothing, and its frames go on. One that differs from what was restored in its
+// place (a row's treatment, the T-CONT of an alloc-id, a list of PON rules) takes effect here. The answer is the number of
 // things that were taken away; what the device refuses to give up has a line in the log and stays. -1: no state file is
 // open. A daemon that knows by itself what it has provisioned does not call it.
 VORN_API int vorn_hal_state_settle(void);
