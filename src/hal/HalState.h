@@ -29,8 +29,9 @@ extern "C" {
 // best after HALFactory::CreateHALObject().
 //
 // An operation within which the process before this one ended is taken off the device, or is finished (removals, IP
-// hosts, rows that the runner carries out): it may be called again, or be left. Then every restored record is compared with the device. What the
-// device no longer has is forgotten, what it has beyond the records is named, each with one line in the maker's log.
+// hosts, rows that the runner carries out): it may be called again, or be left. Then every restored record is compared
+// with the device. What the device no longer has is forgotten, what it has beyond the records is named, each with one
+// line in the maker's log.
 //
 // The answer is the number of records restored, 0 for a new file. -1, with a line in the log and with nothing restored
 // or changed: a file of another version or another boot, one with a broken record, one that another process has open, a
@@ -38,8 +39,8 @@ extern "C" {
 // been provisioned already. A record that the process before was writing when it ended does not count as broken. Called
 // again for the same path it answers the number of records that the file holds.
 //
-// When the file can no longer be written, or is moved or removed, it is given up, with a line in the log, and the library
-// goes on without it; called again for the same path the answer is -1 then.
+// When the file can no longer be written, or is moved or removed, it is given up, with a line in the log, and the
+// library goes on without it; called again for the same path the answer is -1 then.
 //
 // Beside the comparison the kernel is asked for its boot id (/proc/sys/kernel/random/boot_id) and for devices
 // (SIOCGIFINDEX), and the engine's log has "getInstance" lines.
@@ -54,9 +55,9 @@ VORN_API int vorn_hal_clean_device(void);
 // Takes away what was restored and has not been asked for since the file was opened: for a daemon that provisions all
 // that it wants when it starts, as after a boot. Until then an operation that was restored and is asked for again with
 // the same arguments does nothing, and its frames go on. One that differs from what was restored in its
-// place (a row's treatment, the T-CONT of an alloc-id, a list of PON rules) takes effect here. The answer is the number of
-// things that were taken away; what the device refuses to give up has a line in the log and stays. -1: no state file is
-// open. A daemon that knows by itself what it has provisioned does not call it.
+// place (a row's treatment, the T-CONT of an alloc-id, a list of PON rules) takes effect here. The answer is the number
+// of things that were taken away; what the device refuses to give up has a line in the log and stays. -1: no state file
+// is open. A daemon that knows by itself what it has provisioned does not call it.
 VORN_API int vorn_hal_state_settle(void);
 
 #ifdef __cplusplus
