@@ -99,7 +99,8 @@ int VornBrcmHal::vorn_omci_hal_port_enable_get(unsigned int port, unsigned int* 
 
 int VornBrcmHal::vorn_omci_hal_provisionIpHost(const IpHostProvision* host) {
     if (engine == nullptr || host == nullptr) return kFailure;
-    const AskedOperation operation(Ask::IpHost, AskKind::ProvisionWhole, *host);
+    const AskedOperation operation(Ask::IpHost, AskKind::ProvisionWhole,
+                                   restart::HostArguments{*host, engine->iPhost_Stag});
     if (operation.isDone()) return kSuccess;
     if (host->dhcpEnabled != 0) {
         engine->provisionIpHostDynamic(host);
@@ -234,8 +235,8 @@ int VornBrcmHal::vorn_omci_hal_filter_flow_add(void* record) {
 
 int VornBrcmHal::vorn_omci_hal_configureBridge(unsigned short bridgeId, unsigned short uniPort) {
     if (engine == nullptr) return kFailure;
+    // Restored or not: what stands is taken as made, and brought up again.
     const AskedOperation operation(Ask::Bridge, AskKind::Provision, restart::BridgeArguments{bridgeId, uniPort});
-    if (operation.isDone()) return kSuccess;
     std::printf("Inside BRCM-HAL, calling configureBridge");
     engine->configureBridge(bridgeId, uniPort, false);
     return kSuccess;

@@ -1,4 +1,6 @@
 // What an operation that was interrupted leaves, and what is somebody else's.
+#include <nlohmann/json.hpp>
+
 #include "platform/vlanctl.h"
 #include "src/restart/Killing.h"
 

@@ -6,7 +6,7 @@
 #include <functional>
 #include <string>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include "src/restart/Daemon.h"
 
@@ -60,21 +60,7 @@ inline bool killAt(Daemon& daemon, const Work& work, unsigned deviceCall) {
 
 // Devices, bridges, rules, GEM ports, T-CONTs and the runner, without the numbers that count up: a rule or a device
 // that was made again has another one.
-inline nlohmann::json leveledDevice() {
-    const auto json = VirtualOnu::instance().toJson();
-    nlohmann::json kept;
-    for (const char* part : {"network", "vlan", "pon", "runner"}) kept[part] = json.at(part);
-    const std::function<void(nlohmann::json&)> level = [&](nlohmann::json& value) {
-        if (value.is_object())
-            for (const char* counted : {"id", "index", "mac"}) value.erase(counted);
-        if (!value.is_structured()) return;
-        for (auto& part : value) level(part);
-    };
-    level(kept["network"]);
-    level(kept["vlan"]);
-    kept["runner"].erase("remarks");  // about commands on what was not there
-    return kept;
-}
+nlohmann::json leveledDevice();  // RestartTest.cpp
 
 }  // namespace restart_tests
 

@@ -10,6 +10,23 @@
 #include "src/restart/Killing.h"
 
 namespace restart_tests {
+
+nlohmann::json leveledDevice() {
+    const auto json = VirtualOnu::instance().toJson();
+    nlohmann::json kept;
+    for (const char* part : {"network", "vlan", "pon", "runner"}) kept[part] = json.at(part);
+    const std::function<void(nlohmann::json&)> level = [&](nlohmann::json& value) {
+        if (value.is_object())
+            for (const char* counted : {"id", "index", "mac"}) value.erase(counted);
+        if (!value.is_structured()) return;
+        for (auto& part : value) level(part);
+    };
+    level(kept["network"]);
+    level(kept["vlan"]);
+    kept["runner"].erase("remarks");  // about commands on what was not there
+    return kept;
+}
+
 namespace {
 
 // Devices, bridges, rules, GEM ports and T-CONTs, without what counts up over a board's life.

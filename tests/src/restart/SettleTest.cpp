@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <random>
 
+#include <nlohmann/json.hpp>
+
 #include "src/restart/Killing.h"
 
 namespace restart_tests {

@@ -20,6 +20,12 @@ struct BridgeArguments {
     std::uint16_t uniPort;
 };
 
+// The S-tag is the daemon's own setting, which a new process has not made yet.
+struct HostArguments {
+    IpHostProvision host;
+    std::uint16_t stag;
+};
+
 struct VeipArguments {
     std::uint16_t gemPort;
     std::uint16_t bridgeId;
@@ -72,6 +78,12 @@ FieldsOf<R, BridgeServiceProvisioning> eachField(R& r, Visit visit) {
           r.innerVlanPrioAction, r.restoreVlanFlows);
 }
 
+template <typename R, typename Visit>
+FieldsOf<R, HostArguments> eachField(R& r, Visit visit) {
+    eachField(r.host, visit);
+    visit(r.stag);
+}
+
 // ---- bytes ----
 
 constexpr std::uint8_t kPbitsOfMap = 8;  // higher ones are not looked at
@@ -121,6 +133,9 @@ void addRecord(state::ByteWriter& bytes, const Record& record) {
     eachField(record, [&](const auto&... fields) { (addField(bytes, fields), ...); });
 }
 inline void addPart(state::ByteWriter& bytes, const BridgeArguments& record) {
+    addRecord(bytes, record);
+}
+inline void addPart(state::ByteWriter& bytes, const HostArguments& record) {
     addRecord(bytes, record);
 }
 inline void addPart(state::ByteWriter& bytes, const VeipArguments& record) {

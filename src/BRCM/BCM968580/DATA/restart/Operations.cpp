@@ -35,8 +35,10 @@ void changeRow(UniDataProvisioning row) {
     }
 }
 
-void provisionHost(const IpHostProvision& host) {
-    const AskedOperation operation(Ask::IpHost, AskKind::ProvisionWhole, host);
+void provisionHost(const HostArguments& arguments) {
+    engine().iPhost_Stag = arguments.stag;
+    const IpHostProvision& host = arguments.host;
+    const AskedOperation operation(Ask::IpHost, AskKind::ProvisionWhole, arguments);
     if (host.dhcpEnabled != 0) {
         engine().provisionIpHostDynamic(&host);
     } else {
@@ -97,6 +99,7 @@ bool isOperation(state::ByteReader& bytes) {
         case Ask::UniRow:
             return isRecord<UniDataProvisioning>(bytes);
         case Ask::IpHost:
+            return isRecord<HostArguments>(bytes);
         case Ask::RemoveIpHost:
             return isRecord<IpHostProvision>(bytes);
         case Ask::Veip:
@@ -137,7 +140,7 @@ void runOperation(std::string_view askAndArguments) {
         case Ask::UniRow:
             return changeRow(recordFrom<UniDataProvisioning>(bytes));
         case Ask::IpHost:
-            return provisionHost(recordFrom<IpHostProvision>(bytes));
+            return provisionHost(recordFrom<HostArguments>(bytes));
         case Ask::Veip:
             return run<VeipArguments>(bytes, ask, AskKind::Provision, [](const auto& veip) {
                 engine().gpon_createRules(veip.gemPort, veip.bridgeId, veip.filterType, veip.entries,
