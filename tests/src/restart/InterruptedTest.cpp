@@ -1,4 +1,6 @@
 // What an operation that was interrupted leaves, and what is somebody else's.
+#include <map>
+
 #include <nlohmann/json.hpp>
 
 #include "platform/vlanctl.h"
@@ -153,6 +155,9 @@ const std::vector<Left>& leftCalls() {
 nlohmann::json board() {
     auto json = leveledDevice();
     json["network"].erase("packetFrames");
+    std::map<std::string, nlohmann::json> objects;  // in the order of their names
+    for (const auto& object : json["runner"]["objects"]) objects[object["name"].get<std::string>()] = object;
+    json["runner"]["objects"] = objects;
     return json;
 }
 
