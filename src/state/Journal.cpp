@@ -220,12 +220,15 @@ void Journal::commit() {
     pending_.clear();
     unfinished_.clear();
     results_.clear();
-    if (intended_ || !record_.bytes().empty()) write(RecordKind::Commit, record_.bytes());
+    const bool isTooLarge = record_.bytes().size() > kMaxRecordSize;
+    if (!isTooLarge && (intended_ || !record_.bytes().empty())) write(RecordKind::Commit, record_.bytes());
     intended_ = false;
-    if (file_.size() > kSmallFile && file_.size() > kGrowth * liveBytes_) compact();
+    // The file anew, in records that can be read: all of it takes the old one's place at once.
+    if (isTooLarge && !compact()) return lose("has no room for all that is to be kept");
+    if (!isTooLarge && file_.size() > kSmallFile && file_.size() > kGrowth * liveBytes_) compact();
 }
 
-void Journal::compact() {
+bool Journal::compact() {
     std::vector<Record> records;
     ByteWriter block;
     for (const auto& [key, value] : entries_) {
@@ -237,10 +240,14 @@ void Journal::compact() {
     if (!block.bytes().empty()) records.push_back({RecordKind::Commit, block.take()});
     // Without room for a second file the old one goes on growing; it is tried again at the next commit.
     std::string problem;
-    if (failed_ || file_.replace(records, &problem)) return;
-    if (!file_.isInPlace()) return lose("is no longer in its place");
+    if (failed_ || file_.replace(records, &problem)) return true;
+    if (!file_.isInPlace()) {
+        lose("is no longer in its place");
+        return false;
+    }
     if (!grows_) say("cannot be made smaller (" + problem + "), and goes on growing");
     grows_ = true;
+    return false;
 }
 
 void Journal::write(RecordKind kind, std::string_view content) {
@@ -252,6 +259,7 @@ void Journal::write(RecordKind kind, std::string_view content) {
 
 // After a restart a state that is out of date would be believed.
 void Journal::lose(const char* why) {
+    if (failed_) return;
     failed_ = true;
     say(std::string(why) + ", and is given up");
     file_.discard();

@@ -76,8 +76,8 @@ public:
     // One of the numbers that came of the last step; goes into the file with the next one.
     void result(std::uint32_t number) { results_.push_back(number); }
 
-    // Rewrites the file with nothing in it but the entries.
-    void compact();
+    // Rewrites the file with nothing in it but the entries. False when there is no room for a second one.
+    bool compact();
 
 private:
     struct Change {

@@ -23,7 +23,6 @@ constexpr std::size_t kHeaderPadding = 12;
 constexpr std::size_t kChecksumSize = 4;
 constexpr std::size_t kHeaderSize = kMagic.size() + 4 + kBootIdSize + kHeaderPadding + kChecksumSize;
 constexpr std::size_t kRecordHeadSize = 8;
-constexpr std::size_t kMaxContentSize = 1 << 20;
 constexpr std::size_t kMaxFileSize = 8 << 20;
 
 constexpr const char* kBroken = "has a broken record";
@@ -94,7 +93,7 @@ Parsed takeRecord(std::string_view* rest, std::vector<Record>* records) {
     const std::uint8_t kind = head.u8();
     ByteWriter expected;
     addHead(expected, length, kind);
-    if (expected.bytes() != rest->substr(0, kRecordHeadSize) || length > kMaxContentSize || !isKind(kind))
+    if (expected.bytes() != rest->substr(0, kRecordHeadSize) || length > kMaxRecordSize || !isKind(kind))
         return Parsed::Broken;
     const std::size_t summed = kRecordHeadSize + length;
     if (rest->size() < summed + kChecksumSize) return Parsed::Torn;

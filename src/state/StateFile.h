@@ -32,6 +32,8 @@ struct Record {
     std::string content;
 };
 
+constexpr std::size_t kMaxRecordSize = 1 << 20;  // of the content
+
 class StateFile {
 public:
     // Opens the file, or makes it, and locks it against other processes. The records of a file of this boot are added

@@ -124,11 +124,11 @@ TEST_F(JournalTest, AnotherBootAndAnotherVersionAreRefused) {
     const std::string whole = sample();
     EXPECT_NE(open("99999999-2222-3333-4444-555555555555").problem.find("another boot"), std::string::npos);
     std::string newer = whole;
-    newer[8] = 2;  // with its checksum, a file of the next version
+    newer[8] = 3;  // with its checksum, a file of the next version
     const std::uint32_t sum = state::checksum(std::string_view(newer).substr(0, 60));
     for (int i = 0; i < 4; ++i) newer[60 + static_cast<std::size_t>(i)] = static_cast<char>(sum >> (8 * i));
     write(path(), newer);
-    EXPECT_NE(open().problem.find("version 2"), std::string::npos);
+    EXPECT_NE(open().problem.find("version 3"), std::string::npos);
 }
 
 TEST_F(JournalTest, TheFileIsForItsOwnerAloneAndForOneProcess) {
@@ -210,6 +210,21 @@ TEST_F(JournalTest, ItStaysSmall) {
     EXPECT_EQ(before.size(), 64U);
     journal = Journal();
     EXPECT_EQ(open().entries, before);
+}
+
+// A library that holds much already, and opens its file late, has it all in one commit.
+TEST_F(JournalTest, ACommitMayBeLargerThanARecord) {
+    {
+        Journal journal;
+        ASSERT_TRUE(journal.open(path(), kBoot, &problem_));
+        journal.begin();
+        for (std::uint16_t service = 0; service < 420; ++service)
+            journal.put(keyOf(kit::Entry::Rules, "gpon", service), std::string(2688, 'r'));
+        journal.end();
+    }
+    const Found found = open();
+    EXPECT_TRUE(found.opened) << found.problem;
+    EXPECT_EQ(found.entries.size(), 420U);
 }
 
 TEST_F(JournalTest, AFileThatCannotBeWrittenIsTakenAway) {
