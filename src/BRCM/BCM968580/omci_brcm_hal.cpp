@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "BRCM/BCM968580/DATA/forwarding/Mode.h"
+#include "BRCM/BCM968580/DATA/forwarding/Operations.h"
 #include "device/Counters.h"
 #include "device/DeviceInfo.h"
 #include "device/MacText.h"
@@ -46,6 +48,10 @@ void addToSerialPart(unsigned char (&mac)[6], std::uint32_t offset) {
     mac[5] = static_cast<unsigned char>(serial);
 }
 
+int resultOf(bool done) {
+    return done ? kSuccess : kFailure;
+}
+
 // The board's UNI ports 1 and 2 are numbered the other way round than the daemon's.
 void swapUniPort(UniDataProvisioning& record) {
     switch (record.uniPort) {
@@ -71,6 +77,7 @@ int VornBrcmHal::vorn_test_call() {
 }
 
 int VornBrcmHal::vorn_omci_hal_init() {
+    forwarding::settled();
     if (const char* const path = std::getenv(VORN_HAL_STATE_VARIABLE); path != nullptr && *path != '\0')
         vorn_hal_state_open(path);
     if (engine == nullptr) return kSuccess;  // Kept: a daemon without an engine starts as if all were well
@@ -199,12 +206,17 @@ int VornBrcmHal::vorn_omci_hal_set_gemPortStatus(void* record) {
 
 // ---- Bridge and VLAN services ----
 
+// With forwarding by G.988 an operation is not one unit for the state file: devices are one, and rules another.
+
 int VornBrcmHal::vorn_omci_hal_filter_flow_add(void* record) {
     if (engine == nullptr || record == nullptr) return kFailure;
-    const state::Operation operation;
     auto& uni = *static_cast<UniDataProvisioning*>(record);
     std::printf("\n Inside BRCM-HAL, flow add \n");
     swapUniPort(uni);  // Kept: in the caller's record, the daemon relies on it
+    if (forwarding::isG988())
+        return resultOf(uni.addFlag != 0 ? forwarding::setUni(*engine, uni)
+                                         : forwarding::removeUni(*engine, uni.uniPort, uni.bridgeId));
+    const state::Operation operation;
     if (uni.addFlag != 0) {
         std::printf("Inside BRCM-HAL, calling configureUniInterface and configureUniTagRules \n");
         engine->configureUniInterface(&uni);
@@ -219,40 +231,45 @@ int VornBrcmHal::vorn_omci_hal_filter_flow_add(void* record) {
 
 int VornBrcmHal::vorn_omci_hal_configureBridge(unsigned short bridgeId, unsigned short uniPort) {
     if (engine == nullptr) return kFailure;
-    const state::Operation operation;
     std::printf("Inside BRCM-HAL, calling configureBridge");
+    if (forwarding::isG988()) return resultOf(forwarding::configureBridge(*engine, bridgeId, uniPort));
+    const state::Operation operation;
     engine->configureBridge(bridgeId, uniPort, false);
     return kSuccess;
 }
 
 int VornBrcmHal::vorn_omci_hal_configureAniTagRules(const BridgeServiceProvisioning* service) {
     if (engine == nullptr || service == nullptr) return kFailure;
-    const state::Operation operation;
     std::printf("Inside BRCM-HAL, calling configureAniTagRules");
+    if (forwarding::isG988()) return resultOf(forwarding::setPonPort(*engine, *service));
+    const state::Operation operation;
     engine->configureAniTagRules(service);
     return kSuccess;
 }
 
 int VornBrcmHal::vorn_omci_hal_unsetPbitData(const BridgeServiceProvisioning* service) {
     if (engine == nullptr || service == nullptr) return kFailure;
-    const state::Operation operation;
     std::printf("Inside BRCM-HAL, calling unsetPbitData");
+    if (forwarding::isG988()) return resultOf(forwarding::removePonPorts(*service));
+    const state::Operation operation;
     engine->unsetPbitData(service);
     return kSuccess;
 }
 
 int VornBrcmHal::vorn_omci_hal_deprovisionAniSideBridge(const BridgeServiceProvisioning* service) {
     if (engine == nullptr || service == nullptr) return kFailure;
-    const state::Operation operation;
     std::printf("Inside BRCM-HAL, calling deprovisionAniSideBridge");
+    if (forwarding::isG988()) return resultOf(forwarding::removePonSide(*engine, *service));
+    const state::Operation operation;
     engine->deprovisionAniSideBridge(service);
     return kSuccess;
 }
 
 int VornBrcmHal::vorn_omci_hal_deprovisionUniSideBridge(const BridgeServiceProvisioning* service) {
     if (engine == nullptr || service == nullptr) return kFailure;
-    const state::Operation operation;
     std::printf("Inside BRCM-HAL, calling deprovisionUniSideBridge");
+    if (forwarding::isG988()) return resultOf(forwarding::removeUniSide(*engine, service->bridgeId));
+    const state::Operation operation;
     engine->deprovisionUniSideBridge(service);
     return kSuccess;
 }

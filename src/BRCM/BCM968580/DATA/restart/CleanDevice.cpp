@@ -12,6 +12,7 @@
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
 #include "BRCM/BCM968580/DATA/restart/DeviceEntries.h"
+#include "BRCM/BCM968580/DATA/restart/Forwarding.h"
 #include "BRCM/BCM968580/DATA/restart/Restart.h"
 #include "BRCM/BCM968580/DATA/restart/RestartLog.h"
 #include "BRCM/BCM968580/DATA/restart/RuleTables.h"
@@ -55,6 +56,7 @@ void removeRules() {
         "", [](const auto& entry, const auto& rule) { return removeFromDevice(tableOf(entry, rule), rule.tagRuleId); });
     for (const LooseRule& rule : knownLooseRules())
         if (removeFromDevice(rule.table, rule.id)) kit::forgetRule(rule.table, rule.id);
+    removePlannedRules(removeFromDevice);
 }
 
 // The rules of a device that was removed have gone with it.

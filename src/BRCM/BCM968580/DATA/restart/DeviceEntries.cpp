@@ -82,6 +82,9 @@ bool isDeviceEntry(Entry kind, ByteReader& key, ByteReader& value) {
             if (!kit::isPlainDeviceName(key.text())) return false;
             key.raw(2 + 2 * kFilterBytes);
             break;
+        case Entry::Forwarding:
+            value.flag();
+            break;
         default:
             return false;
     }
