@@ -21,6 +21,9 @@ extern "C" {
 // What the daemon has set by the function counts more.
 #define VORN_HAL_FORWARDING_VARIABLE "VORN_HAL_FORWARDING"
 
+// With VORN_HAL_FORWARDING_G988 the p-bit map of a bridge service may also name the GEM port and queue of untagged frames,
+// as those of p-bits 8; they have to be those of some p-bits, and without them untagged frames are taken for p-bits 0.
+
 // Chooses for the whole process. 0; -1, with a printed line and nothing changed, for a number that is none of the above
 // and when it comes too late: VornHal::vorn_omci_hal_init(), vorn_hal_state_open() and the first operation on a bridge
 // or a UNI settle what holds.

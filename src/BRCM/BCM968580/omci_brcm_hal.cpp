@@ -291,7 +291,7 @@ int VornBrcmHal::vorn_omci_hal_veip_deleteRules(unsigned short gemPort, unsigned
     const state::Operation operation;
     std::printf("Inside BRCM-HAL, calling VEIP delete");
     engine->gpon_deleteRules(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType);
-    return kSuccess;
+    return resultOf(!forwarding::isG988() || forwarding::removeVeipGemPort(bridgeId, gemPort));
 }
 
 // ---- Management addresses ----

@@ -49,6 +49,15 @@ void joinFlows(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint16_t b
     engine.createVlanFlows(uni.get(), ani.get());
 }
 
+// A multicast service is for the gateway as well, and reaches it past the bridge.
+void joinVeipFlows(EtherSwitchBcm380& engine, std::uint16_t bridgeId) {
+    DeviceName veip;
+    DeviceName ani = kit::aniVlanName(bridgeId, bridgeId);
+    engine.getVeipVlanName(veip.get());
+    engine.createVlanFlows(ani.get(), veip.get());
+    engine.createVlanFlows(veip.get(), ani.get());
+}
+
 // ---- what others of the engine look at ----
 
 // The gateway is told of GEM ports by their indexes.
@@ -126,7 +135,10 @@ bool setPonPort(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& reco
     const state::Operation operation;
     rememberGemPorts(record);
     countMulticast();
-    if (isMulticast) engine.setMcastGemInfo(record.gemPortId, tGemPortMap[record.gemPortId]);
+    if (isMulticast) {
+        engine.setMcastGemInfo(record.gemPortId, tGemPortMap[record.gemPortId]);
+        joinVeipFlows(engine, record.bridgeId);
+    }
     return true;
 }
 
@@ -135,6 +147,13 @@ bool removePonPorts(const BridgeServiceProvisioning& record) {
     const state::Operation operation;
     countMulticast();
     return true;
+}
+
+bool removeVeipGemPort(std::uint16_t bridgeId, std::uint16_t gemPortId) {
+    BridgeServiceProvisioning record{};
+    record.bridgeId = bridgeId;
+    record.pbitMap[0] = {gemPortId, 0};
+    return isDone("veip_deleteRules", services().removePonPorts(record));
 }
 
 bool removePonSide(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record) {
