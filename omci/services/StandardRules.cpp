@@ -11,9 +11,9 @@ namespace omci::services {
 
 namespace {
 
-constexpr std::size_t kMostEntries = 12;       // of a filter's list
-constexpr std::uint8_t kUntaggedFrames = 8;    // in a p-bit map: where frames without p-bits go
-constexpr std::uint8_t kLastPassingMode = 1;   // downstream modes 0 and 1 let pass what no row has changed
+constexpr std::size_t kMostEntries = 12;      // of a filter's list
+constexpr std::uint8_t kUntaggedFrames = 8;   // in a p-bit map: where frames without p-bits go
+constexpr std::uint8_t kLastPassingMode = 1;  // downstream modes 0 and 1 let pass what no row has changed
 constexpr std::uint16_t kEtherTypes[] = {0, 1, 2, 3, 5, 6};  // the HAL's codes by the standard's
 
 void setFilter(const TagFilter& filter, std::uint8_t& priority, std::uint16_t& vid, std::uint16_t& tpid) {
@@ -133,7 +133,8 @@ AniRules standardAniRules(std::uint16_t bridgeId, const GemService& gem, const V
     const auto nowhere = std::make_pair(kNoGemPort, std::uint16_t{0});
     for (std::uint8_t priority = 0; priority < kPriorities && !downstreamOnly; ++priority)
         record.pbitMap[priority] = (gem.priorities & 1U << priority) != 0 ? here : nowhere;
-    if (!downstreamOnly) record.pbitMap[kUntaggedFrames] = gem.untagged ? here : nowhere;
+    const bool takesPbits0 = (gem.priorities & 1U) != 0;  // and with them untagged frames, unless it is said otherwise
+    if (!downstreamOnly && gem.untagged != takesPbits0) record.pbitMap[kUntaggedFrames] = gem.untagged ? here : nowhere;
     rules.records.push_back(record);
     return rules;
 }

@@ -17,12 +17,9 @@ extern "C" {
 #define VORN_HAL_FORWARDING_CONTRACT 0
 #define VORN_HAL_FORWARDING_G988 1
 
-// For a daemon that cannot be changed: "contract" or "g988". Any other value has a printed line, and the contract holds.
-// What the daemon has set by the function counts more.
+// For a daemon that cannot be changed: "contract" or "g988". Any other value has a printed line, and the contract
+// holds. What the daemon has set by the function counts more.
 #define VORN_HAL_FORWARDING_VARIABLE "VORN_HAL_FORWARDING"
-
-// With VORN_HAL_FORWARDING_G988 the p-bit map of a bridge service may also name the GEM port and queue of untagged frames,
-// as those of p-bits 8; they have to be those of some p-bits, and without them untagged frames are taken for p-bits 0.
 
 // Chooses for the whole process. 0; -1, with a printed line and nothing changed, for a number that is none of the above
 // and when it comes too late: VornHal::vorn_omci_hal_init(), vorn_hal_state_open() and the first operation on a bridge
@@ -30,8 +27,11 @@ extern "C" {
 //
 // With VORN_HAL_FORWARDING_G988 these operations of VornHal answer -1 when a service cannot be made or changed as the
 // standard has it, with a printed line that names the row or port and says why; the service is as it was then:
-// filter_flow_add, configureBridge, configureAniTagRules, unsetPbitData, deprovisionAniSideBridge and
-// deprovisionUniSideBridge. A state file (hal/HalState.h) is opened only in the mode in which it was made.
+// filter_flow_add, configureBridge, configureAniTagRules, unsetPbitData, deprovisionAniSideBridge,
+// deprovisionUniSideBridge and veip_deleteRules. The p-bit map of a bridge service may then also name the GEM port and
+// queue of untagged frames, as those of p-bits 8: they have to be those of some p-bits. Without them untagged frames
+// are taken for p-bits 0 (G.988 9.3.10, default p-bit assumption). A state file (hal/HalState.h) is opened only in the
+// mode in which it was made.
 //
 // Called from the provisioning thread, like the next one.
 VORN_API int vorn_hal_set_forwarding(int forwarding);

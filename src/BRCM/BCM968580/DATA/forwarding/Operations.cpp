@@ -157,8 +157,8 @@ bool removeVeipGemPort(std::uint16_t bridgeId, std::uint16_t gemPortId) {
 }
 
 bool removePonSide(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record) {
-    const auto outcome = g988::isMulticast(record) ? services().removePonPorts(record)
-                                                   : services().removePonSide(record.bridgeId);
+    const auto outcome =
+        g988::isMulticast(record) ? services().removePonPorts(record) : services().removePonSide(record.bridgeId);
     if (!isDone("deprovisionAniSideBridge", outcome)) return false;
     const state::Operation operation;
     engine.deprovisionAniSideBridge(&record);

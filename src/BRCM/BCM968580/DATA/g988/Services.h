@@ -37,8 +37,8 @@ class Services {
 public:
     explicit Services(GemIndexOf gemIndexOf) : gemIndexOf_(std::move(gemIndexOf)) {}
 
-    // Makes the devices that an operation needs, when it is known that its rules can be made and before the kit is asked
-    // for them. Why it cannot; "" when they are there.
+    // Makes the devices that an operation needs, when it is known that its rules can be made and before the kit is
+    // asked for them. Why it cannot; "" when they are there.
     using Prepare = std::function<std::string()>;
 
     // A record of filter_flow_add with addFlag set; uniPort n, from 1, is "sid" + (n - 1). Sets or deletes a row, or,

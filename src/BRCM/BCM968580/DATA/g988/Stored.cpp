@@ -109,8 +109,7 @@ std::optional<GemPlace> readPlace(ByteReader& bytes) {
 
 void storePort(const PonPort& port, ByteWriter& bytes) {
     bytes.add(port.filter.forwardOperation);
-    storeList(port.filter.list, bytes,
-              [&](const FilterTci& tci) { bytes.add(tci.pbits).add(tci.dei).add(tci.vid); });
+    storeList(port.filter.list, bytes, [&](const FilterTci& tci) { bytes.add(tci.pbits).add(tci.dei).add(tci.vid); });
     for (const auto& place : port.mapper.places) storePlace(place, bytes);
     bytes.add(static_cast<std::uint8_t>(port.mapper.unmarked)).add(port.mapper.defaultPbits);
     storeMap(port.mapper.dscpMap, bytes);
