@@ -281,6 +281,7 @@ int VornBrcmHal::vorn_omci_hal_veip_createRules(unsigned short gemPort, unsigned
     const state::Operation operation;
     std::printf("Inside BRCM-HAL, calling VEIP creation");
     engine->gpon_createRules(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType);
+    if (forwarding::isG988()) forwarding::addVeipGemPort(*engine, gemPort);
     return kSuccess;
 }
 

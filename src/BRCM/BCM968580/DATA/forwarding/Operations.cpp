@@ -1,6 +1,7 @@
 #include "BRCM/BCM968580/DATA/forwarding/Operations.h"
 
 #include <cstdio>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -49,13 +50,25 @@ void joinFlows(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint16_t b
     engine.createVlanFlows(uni.get(), ani.get());
 }
 
-// A multicast service is for the gateway as well, and reaches it past the bridge.
+// Multicast reaches the gateway past the bridge.
 void joinVeipFlows(EtherSwitchBcm380& engine, std::uint16_t bridgeId) {
     DeviceName veip;
     DeviceName ani = kit::aniVlanName(bridgeId, bridgeId);
     engine.getVeipVlanName(veip.get());
     engine.createVlanFlows(ani.get(), veip.get());
     engine.createVlanFlows(veip.get(), ani.get());
+}
+
+// GEM ports that the gateway has been told of.
+std::set<std::uint16_t>& veipGemPorts() {
+    static auto& ports = *new std::set<std::uint16_t>;
+    return ports;
+}
+
+bool hasMulticast(const g988::PonSide& side, std::uint16_t gemPortId) {
+    for (std::size_t i = 0; i < side.ports.size(); ++i)
+        if (!side.ports[i].downstreamGems.empty() && side.keys[i].gemPortIds.count(gemPortId) != 0) return true;
+    return false;
 }
 
 // ---- what others of the engine look at ----
@@ -137,7 +150,7 @@ bool setPonPort(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& reco
     countMulticast();
     if (isMulticast) {
         engine.setMcastGemInfo(record.gemPortId, tGemPortMap[record.gemPortId]);
-        joinVeipFlows(engine, record.bridgeId);
+        if (veipGemPorts().count(record.gemPortId) != 0) joinVeipFlows(engine, record.bridgeId);
     }
     return true;
 }
@@ -149,7 +162,16 @@ bool removePonPorts(const BridgeServiceProvisioning& record) {
     return true;
 }
 
+void addVeipGemPort(EtherSwitchBcm380& engine, std::uint16_t gemPortId) {
+    veipGemPorts().insert(gemPortId);
+    for (const auto& bridge : services().tables().bridges) {
+        const auto side = services().ponSide(bridge.first);
+        if (side && hasMulticast(*side, gemPortId)) joinVeipFlows(engine, bridge.first);
+    }
+}
+
 bool removeVeipGemPort(std::uint16_t bridgeId, std::uint16_t gemPortId) {
+    veipGemPorts().erase(gemPortId);
     BridgeServiceProvisioning record{};
     record.bridgeId = bridgeId;
     record.pbitMap[0] = {gemPortId, 0};
