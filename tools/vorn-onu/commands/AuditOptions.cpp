@@ -4,7 +4,7 @@
 
 #include "commands/CommandLine.h"
 #include "commands/Commands.h"
-#include "commands/ForwardingOption.h"
+#include "commands/ForwardingOptions.h"
 
 namespace vorn_onu {
 

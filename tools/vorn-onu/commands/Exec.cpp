@@ -13,7 +13,7 @@
 #include "VirtualOnu.h"
 #include "commands/Commands.h"
 #include "commands/ExecSummary.h"
-#include "commands/ForwardingOption.h"
+#include "commands/ForwardingOptions.h"
 #include "hal/HalForwarding.h"
 #include "living/ProgramBoard.h"
 #include "living/Server.h"

@@ -1,4 +1,4 @@
-#include "commands/ForwardingOption.h"
+#include "commands/ForwardingOptions.h"
 
 #include <stdexcept>
 

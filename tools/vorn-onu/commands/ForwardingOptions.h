@@ -1,6 +1,6 @@
 // The option --forwarding, of every command that has a HAL.
-#ifndef VORN_ONU_FORWARDING_OPTION_H
-#define VORN_ONU_FORWARDING_OPTION_H
+#ifndef VORN_ONU_FORWARDING_OPTIONS_H
+#define VORN_ONU_FORWARDING_OPTIONS_H
 
 #include <string>
 
