@@ -292,7 +292,7 @@ TEST_F(Forwarding, TablesComeBackAndACleanDeviceHasNoRules) {
         ASSERT_EQ(ask(second, row(true)), 0);
         EXPECT_EQ(serving(), before);
     }
-    // Somebody has taken a rule away: its table is made anew.
+    // Somebody has taken a rule away: its table is filled again.
     const auto rules = onu().rules("sid0", 0, 1);
     vlanCtl_removeTagRule("sid0", 0, 1, rules.front().id);
     Daemon third(folder_);

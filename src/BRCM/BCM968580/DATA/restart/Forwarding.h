@@ -22,7 +22,7 @@ void finishRuleRemoval(state::ByteReader& fields);
 std::set<std::uint32_t> plannedRuleIds(const kit::RuleTable& table);
 std::set<std::uint32_t> plannedRuleIds();
 // Once the device was compared: what is no longer there is forgotten, and rules that the tables ask for and the device
-// does not have are made again. A table that has fewer rules than it should is made anew.
+// does not have are made again. A table that has fewer rules than it should is emptied and filled again.
 void bringBackPlannedRules();
 // Takes all rules off the device and forgets the tables; remove answers whether a rule is gone.
 void removePlannedRules(const std::function<bool(const kit::RuleTable& table, std::uint32_t id)>& remove);
