@@ -53,7 +53,8 @@ bool isGemPort(std::uint16_t portId) {
     return portId != kNoGemPort && portId != kUnusedGemPort;
 }
 
-// The p-bits that untagged frames are taken for: some that go where the map says. False when it names a place of its own.
+// The p-bits that untagged frames are taken for: some that go where the map says. False when it names a place of its
+// own.
 bool setDefaultPbits(const BridgeServiceProvisioning& record, const GemIndexOf& gemIndexOf, PbitMapper& mapper) {
     const auto named = record.pbitMap.find(kUntaggedFrames);
     if (named == record.pbitMap.end()) return true;
