@@ -27,7 +27,9 @@ class Difference {
 public:
     using Listener = std::function<void(const MadeCall&)>;
 
-    Difference(Performer& performer, Listener& listener) : performer_(performer), listener_(listener) {}
+    // standardForwarding: the HAL forwards as G.988 says, in whatever order it was asked.
+    Difference(Performer& performer, Listener& listener, bool standardForwarding)
+        : performer_(performer), listener_(listener), standard_(standardForwarding) {}
 
     // What the entity wants from now on, in the place of what it wanted. Appends to again the entities that are to be
     // planned again because of it, and to problems what cannot be because another entity has it.
@@ -104,6 +106,7 @@ private:
 
     Performer& performer_;
     Listener& listener_;
+    const bool standard_;
     std::map<PieceKey, Slot> slots_;
     std::map<std::uint16_t, Bridge> bridges_;
     std::map<EntityKey, std::vector<PieceKey>> owned_;

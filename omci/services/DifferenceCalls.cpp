@@ -4,6 +4,7 @@
 
 #include "omci/services/Difference.h"
 #include "omci/services/Numbers.h"
+#include "omci/services/StandardRules.h"
 
 namespace omci::services {
 
@@ -82,7 +83,8 @@ void Difference::undoBridge(Change& change, std::uint16_t number) {
 
 void Difference::undoAdjusted(Change& change, PieceKey key) {
     Slot& slot = slots_[key];
-    UniChange uni = uniChange(slot.rules, *slot.wanted->rules);
+    UniChange uni =
+        standard_ ? standardChange(slot.rules, *slot.wanted->rules) : uniChange(slot.rules, *slot.wanted->rules);
     if (uni.whole && slot.asked) {
         for (const HalCall& call : slot.current->undo) ask(change, call, slot.current->cause);
         slot.asked = false;
@@ -92,7 +94,7 @@ void Difference::undoAdjusted(Change& change, PieceKey key) {
             const HalCall call{Operation::kFilterFlowAdd, removalOf(*record)};
             ask(change, call, causeOf(*rule, *slot.current));
             // The HAL has the row twice, for discovery and session.
-            if (record->etherType == kPppoe) ask(change, call, causeOf(*rule, *slot.current));
+            if (record->etherType == kPppoe && !standard_) ask(change, call, causeOf(*rule, *slot.current));
         }
     }
     change.unis[key] = std::move(uni);
@@ -149,7 +151,7 @@ void Difference::make(Change& change, PieceKey key) {
         }
     }
     if (key.kind == PieceKind::kGemPort) gemIndexes_.added(gemPortOf(key));
-    if (key.kind == PieceKind::kAniService) gemIndexes_.used(gemPortOf(key));
+    if (key.kind == PieceKind::kAniService && !standard_) gemIndexes_.used(gemPortOf(key));
     if (key.kind == PieceKind::kAniService || key.kind == PieceKind::kMulticast) checkSteering(change, key, slot);
     if (key.kind == PieceKind::kMulticast) multicasts_.insert(key);
     if (AniPlace::kNamedVlans < piece.place) bridges_[*piece.bridge].later.insert({piece.place, key});
@@ -158,6 +160,7 @@ void Difference::make(Change& change, PieceKey key) {
 
 // The rule that leads a GEM port's frames to its bridge is never taken back, and the first one counts.
 void Difference::checkSteering(Change& change, PieceKey key, const Slot& slot) {
+    if (standard_) return;
     const std::uint16_t bridge = *slot.current->bridge;
     if (firstBridges_.emplace(gemPortOf(key), bridge).first->second == bridge) return;
     change.problems.push_back({slot.owner, "what comes down in GEM port " + std::to_string(gemPortOf(key)) +

@@ -23,6 +23,7 @@ struct Settings {
     std::uint16_t ethernetPorts = 4;    // that tag rules are made for, from 1
     std::uint16_t switchedPorts = 2;    // that the HAL switches up and down, from 1
     std::uint16_t firstIpHostPort = 6;  // port number of the IP host with instance 0
+    bool standardForwarding = false;    // it forwards as G.988 says, not by its contract (hal/HalForwarding.h)
 };
 
 // Numbers of a bridge's ports to the user's side.

@@ -4,6 +4,7 @@
 #include "omci/mib/Relations.h"
 #include "omci/services/Numbers.h"
 #include "omci/services/Plan.h"
+#include "omci/services/StandardRules.h"
 
 namespace omci::services {
 
@@ -166,7 +167,9 @@ void Planner::planAniService(const BridgePort& port, const GemService& service,
             if (vlan != 0) filter.tcis.push_back(vlan);
         }
     }
-    const AniRules rules = aniRules(port.number, service, filter);
+    const AniRules rules = context_.settings.standardForwarding
+                               ? standardAniRules(port.number, service, filter, multicast.has_value())
+                               : aniRules(port.number, service, filter);
     const EntityKey filterKey = entity != nullptr ? entity->key() : port.port->key();
     for (const std::string& reason : rules.problems) problem(filterKey, reason.c_str());
     if (rules.records.empty()) return;
@@ -176,7 +179,8 @@ void Planner::planAniService(const BridgePort& port, const GemService& service,
     made.needs = PieceKey{PieceKind::kGemPort, service.gemPortId};
     made.bridge = port.number;
     made.makesBridge = true;
-    made.place = multicast ? AniPlace::kMulticast : rules.takesAnyVlan ? AniPlace::kAnyVlan : AniPlace::kNamedVlans;
+    if (!context_.settings.standardForwarding)
+        made.place = multicast ? AniPlace::kMulticast : rules.takesAnyVlan ? AniPlace::kAnyVlan : AniPlace::kNamedVlans;
     made.forgotten = rules.staysBehind;
     for (const auto& record : rules.records) made.make.push_back({Operation::kConfigureAniTagRules, record});
     made.undo.push_back({Operation::kUnsetPbitData, rules.records.front()});

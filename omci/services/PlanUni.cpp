@@ -5,6 +5,7 @@
 
 #include "omci/services/Numbers.h"
 #include "omci/services/Plan.h"
+#include "omci/services/StandardRules.h"
 
 namespace omci::services {
 
@@ -65,7 +66,8 @@ void Planner::planMember(EntityKey uni, UniPort member, InstanceId bridgePort) {
     made.key = {PieceKind::kUni, member.port};
     made.bridge = member.bridgeId;
     UniRules rules;
-    if (addRows(uni, bridgePort, member, rules)) {
+    const bool hasRows = addRows(uni, bridgePort, member, rules);
+    if (hasRows && !(context_.settings.standardForwarding && passesBothWays(rules))) {
         checkRules(rules);
         made.rules = std::make_shared<const UniRules>(std::move(rules));
     } else {
@@ -100,7 +102,9 @@ bool Planner::addRows(EntityKey uni, InstanceId bridgePort, UniPort member, UniR
         tagging.downstreamMode = entity->number8(attr::extended_tagging::kDownstreamMode);
         const ByteView map = entity->bytes(attr::extended_tagging::kDscpMap);
         tagging.classSelector = map == ByteView(kClassSelectors, sizeof kClassSelectors);
+        tagging.standard = context_.settings.standardForwarding;
         rules = context_.taggingTables[instance].rules(key, tagging, member);
+        if (tagging.standard) addDeletedDefaults(key, tagging, member, rules);
     }
     for (const InstanceId instance : operations) {
         const Entity* operation = reader_.look(class_id::kVlanTagging, instance);
@@ -121,9 +125,11 @@ void Planner::addTaggingOperation(const Entity& operation, UniPort member, UniRu
     const bool strips = operation.number8(attr::vlan_tagging::kDownstreamMode) == kStripDownstream;
     if (strips && upstream == 0)
         problem(operation.key(), "tags are taken off downstream only where they are put on upstream");
-    if (!strips && upstream != 0)
+    const bool standard = context_.settings.standardForwarding;
+    if (!strips && upstream != 0 && !standard)
         problem(operation.key(), "nothing comes down: tags that are put on upstream come off");
     Tagging tagging;
+    tagging.standard = standard;
     tagging.downstreamMode = strips || upstream == 0 ? kInverse : kUnchanged;
     for (const TaggingRow& row :
          rowsOfTaggingOperation(upstream, operation.number16(attr::vlan_tagging::kUpstreamTci))) {
@@ -139,6 +145,10 @@ void Planner::checkRules(UniRules& rules) {
     for (auto rule = rules.begin(); rule != rules.end();) {
         const UniRule& one = **rule;
         for (const std::string& reason : one.problems) problem(one.entity, (textOf(one.row) + ": " + reason).c_str());
+        if (context_.settings.standardForwarding) {
+            ++rule;
+            continue;
+        }
         if (one.drops() && !one.row.isDefault() && std::any_of(std::next(rule), rules.end(), [&](const auto& other) {
                 return !other->records.empty() && takesSameFrames(one, *other);
             }))

@@ -8,7 +8,7 @@
 namespace omci::services {
 
 Services::Services(Mib& mib, Performer& performer, Settings settings)
-    : mib_(mib), performer_(performer), difference_(performer, callListener_) {
+    : mib_(mib), performer_(performer), difference_(performer, callListener_, settings.standardForwarding) {
     context_.settings = settings;
     for (const ClassInfo& info : managedEntities()) {
         for (const auto& [instance, entity] : mib_.instances(info.id()))

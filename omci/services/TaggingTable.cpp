@@ -12,7 +12,8 @@ namespace {
 
 bool same(const Tagging& one, const Tagging& other) {
     return one.inputTpid == other.inputTpid && one.outputTpid == other.outputTpid &&
-           one.downstreamMode == other.downstreamMode && one.classSelector == other.classSelector;
+           one.downstreamMode == other.downstreamMode && one.classSelector == other.classSelector &&
+           one.standard == other.standard;
 }
 
 bool sameRule(const UniRule& one, const UniRule& other) {

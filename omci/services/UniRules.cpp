@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "omci/services/Numbers.h"
+#include "omci/services/StandardRules.h"
 
 namespace omci::services {
 
@@ -242,6 +243,7 @@ unsigned UniRule::rules() const {
 }
 
 UniRule uniRule(const TaggingRow& row, const Tagging& tagging, UniPort port) {
+    if (tagging.standard) return standardRule(row, tagging, port);
     UniRule rule;
     rule.row = row;
     if (rule.drops()) return rule;  // what no rule takes is dropped

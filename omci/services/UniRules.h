@@ -29,6 +29,7 @@ struct Tagging {
     std::uint16_t outputTpid = 0x8100;
     std::uint8_t downstreamMode = 0;  // G.988, attribute 5 of extended VLAN tagging operation configuration data
     bool classSelector = true;        // p-bits from DSCP mean DSCP / 8
+    bool standard = false;            // the HAL forwards as G.988 says
 };
 
 // A row with the records that do the same.

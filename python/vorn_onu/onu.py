@@ -49,6 +49,10 @@ def _tap_options(taps: Optional[Mapping[str, str]]) -> List[str]:
     return [word for port, interface in (taps or {}).items() for word in ("--tap", f"{port}={interface}")]
 
 
+def _forwarding_option(forwarding: Optional[str]) -> List[str]:
+    return [] if forwarding is None else ["--forwarding", forwarding]
+
+
 def _remove(path: str) -> None:
     try:
         os.remove(path)
@@ -88,6 +92,7 @@ class Onu(Steps):
         name: Optional[str] = None,
         real_time: bool = False,
         strict: bool = False,
+        forwarding: Optional[str] = None,
         taps: Optional[Mapping[str, str]] = None,
         tool: Optional[str] = None,
         timeout: float = 10.0,
@@ -100,6 +105,7 @@ class Onu(Steps):
         name           for vorn-onu ls and vorn-onu at; otherwise a unique one
         real_time      waits take their time; otherwise they end at once, and are recorded
         strict         a call into the device kit that fails in the scenario is a failure
+        forwarding     what frames go by: "contract" or "g988"; otherwise $VORN_HAL_FORWARDING, or the HAL's contract
         taps           ports that are TAP devices of this machine: {"sid0": "lan0", "gem 1001": "pon0@operator"}
         tool           the program vorn-onu; otherwise $VORN_ONU, otherwise the one on the path
         timeout        seconds that a request may take
@@ -108,7 +114,7 @@ class Onu(Steps):
         program, run = find_tool(tool), Tool()
         board = name or unique_name()
         command = [program, "run", scenario or run.empty_scenario(board), "--stay", "--name", board]
-        command += ["--real-time"] * real_time + ["--strict"] * strict + _tap_options(taps)
+        command += ["--real-time"] * real_time + ["--strict"] * strict + _forwarding_option(forwarding) + _tap_options(taps)
         command += ["--json", run.file("run.json")] if scenario else []
         onu = cls._begun(run, board, command, timeout, start_timeout)
         onu._open_printed()
@@ -123,6 +129,7 @@ class Onu(Steps):
         *,
         name: Optional[str] = None,
         environment: Optional[Dict[str, str]] = None,
+        forwarding: Optional[str] = None,
         taps: Optional[Mapping[str, str]] = None,
         tool: Optional[str] = None,
         timeout: float = 10.0,
@@ -132,13 +139,15 @@ class Onu(Steps):
 
         program      the program and its arguments
         environment  variables for it, beside this process's own
+        forwarding   as with start()
         taps         as with start()
         """
         if isinstance(program, (str, bytes)) or not program or not all(isinstance(word, str) for word in program):
             raise OnuError("bad-program", f'the program and its arguments are a list like ["ls", "-l"], not {program!r}')
         tool, run = find_tool(tool), Tool()
         board = name or unique_name()
-        command = [tool, "exec", "--quiet", "--hal-output", run.file("hal"), "--name", board, *_tap_options(taps)]
+        command = [tool, "exec", "--quiet", "--hal-output", run.file("hal"), "--name", board]
+        command += _forwarding_option(forwarding) + _tap_options(taps)
         command += ["--", *program]
         return cls._begun(run, board, command, timeout, start_timeout, environment)
 

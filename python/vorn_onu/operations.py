@@ -275,7 +275,7 @@ class Calls(Caller):
         numberOfEntries      entries of vlanTciFilterList; left out: as many as it has
         trafficModel         mapping and filter model; 2 and 5 make rules on the PON side; otherwise "1-filter"
         pbitMap              GEM port and upstream queue of each p-bit: [{"pbit", "gemPort", "queue"}]; a p-bit that is
-                             left out keeps what an earlier record gave it
+                             left out keeps what an earlier record gave it; "untagged" is for forwarding by G.988
         protocolNumber       IP protocol to filter on; otherwise "none"
         isMulticast          a multicast service (with multicastService); otherwise false
         multicastService     a multicast service (with isMulticast); otherwise false
@@ -337,7 +337,7 @@ class Calls(Caller):
         numberOfEntries      entries of vlanTciFilterList; left out: as many as it has
         trafficModel         mapping and filter model; 2 and 5 make rules on the PON side; otherwise "1-filter"
         pbitMap              GEM port and upstream queue of each p-bit: [{"pbit", "gemPort", "queue"}]; a p-bit that is
-                             left out keeps what an earlier record gave it
+                             left out keeps what an earlier record gave it; "untagged" is for forwarding by G.988
         protocolNumber       IP protocol to filter on; otherwise "none"
         isMulticast          a multicast service (with multicastService); otherwise false
         multicastService     a multicast service (with isMulticast); otherwise false
@@ -399,7 +399,7 @@ class Calls(Caller):
         numberOfEntries      entries of vlanTciFilterList; left out: as many as it has
         trafficModel         mapping and filter model; 2 and 5 make rules on the PON side; otherwise "1-filter"
         pbitMap              GEM port and upstream queue of each p-bit: [{"pbit", "gemPort", "queue"}]; a p-bit that is
-                             left out keeps what an earlier record gave it
+                             left out keeps what an earlier record gave it; "untagged" is for forwarding by G.988
         protocolNumber       IP protocol to filter on; otherwise "none"
         isMulticast          a multicast service (with multicastService); otherwise false
         multicastService     a multicast service (with isMulticast); otherwise false
@@ -461,7 +461,7 @@ class Calls(Caller):
         numberOfEntries      entries of vlanTciFilterList; left out: as many as it has
         trafficModel         mapping and filter model; 2 and 5 make rules on the PON side; otherwise "1-filter"
         pbitMap              GEM port and upstream queue of each p-bit: [{"pbit", "gemPort", "queue"}]; a p-bit that is
-                             left out keeps what an earlier record gave it
+                             left out keeps what an earlier record gave it; "untagged" is for forwarding by G.988
         protocolNumber       IP protocol to filter on; otherwise "none"
         isMulticast          a multicast service (with multicastService); otherwise false
         multicastService     a multicast service (with isMulticast); otherwise false

@@ -48,9 +48,11 @@ VlanTciFilterList = Union[Sequence[VlanTciFilterListItem], str, Union[str, Octet
 
 TrafficModel = Union[int, Literal['1-filter', '1-map-filter', 'n-filter', 'n-map-filter']]
 
+PbitMapItemPbit = Union[int, Literal['others', 'untagged']]
+
 
 class _PbitMapItem(TypedDict):
-    pbit: Union[int, Literal['others']]
+    pbit: PbitMapItemPbit
     gemPort: Union[int, Literal['none']]
 
 

@@ -79,19 +79,20 @@ RuleInsertion::RuleInsertion(const RuleTable& first, std::uint32_t lastTags) : f
     journal->intend(step.bytes());
 }
 
-void RuleInsertion::insert(const RuleTable& table, const TagRule& /*rule*/, RulePosition position, std::uint32_t* id) {
-    const bool inserted = vlanCtl_insertTagRule(table.device.c_str(), table.direction, table.tags, position.position,
-                                                position.reference, id) == 0;
+int RuleInsertion::insert(const RuleTable& table, const TagRule& /*rule*/, RulePosition position, std::uint32_t* id) {
+    const int result = vlanCtl_insertTagRule(table.device.c_str(), table.direction, table.tags, position.position,
+                                             position.reference, id);
     state::Journal* const journal = state::journal();
-    if (journal == nullptr) return;
-    journal->result(inserted ? *id : VLANCTL_DONT_CARE);
-    if (!inserted) return;
+    if (journal == nullptr) return result;
+    journal->result(result == 0 ? *id : VLANCTL_DONT_CARE);
+    if (result != 0) return result;
     noteRuleCount(table, rulesBefore_[table.tags - firstTags_] + 1);
     noteNeed(ruleKey(table, *id));
+    return result;
 }
 
-void insertRule(const RuleTable& table, const TagRule& rule, RulePosition position, std::uint32_t* id) {
-    RuleInsertion(table, table.tags).insert(table, rule, position, id);
+int insertRule(const RuleTable& table, const TagRule& rule, RulePosition position, std::uint32_t* id) {
+    return RuleInsertion(table, table.tags).insert(table, rule, position, id);
 }
 
 std::uint32_t insertLooseRule(const RuleTable& table, const TagRule& rule, RulePosition position) {
@@ -111,6 +112,11 @@ int removeRule(const RuleTable& table, std::uint32_t id) {
     const int result = vlanCtl_removeTagRule(table.device.c_str(), table.direction, table.tags, id);
     if (result == 0) forgetRule(table, id);
     return result;
+}
+
+int removePlannedRule(const RuleTable& table, std::uint32_t id) {
+    const BegunStep step(Step::RemoveRule, table.device, narrow(table.direction), narrow(table.tags), id);
+    return removeRule(table, id);
 }
 
 bool removeUncountedRule(const RuleTable& table, std::uint32_t id) {

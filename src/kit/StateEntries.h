@@ -4,7 +4,7 @@
 // A key is the number of the entry's kind and then the parts that are named here; numbers and texts as in
 // state/Bytes.h. Entries of the library's maps are written from the maps when an operation ends; those of the device
 // are what the maps do not hold, and live in the file alone. A new kind or step gets a new number, and with it the file
-// another version.
+// another version; those of forwarding by G.988 need none, since a library that does not know them refuses the file.
 #ifndef KIT_STATE_ENTRIES_H
 #define KIT_STATE_ENTRIES_H
 
@@ -48,6 +48,11 @@ enum class Entry : std::uint8_t {
     Asked = 42,     // operation (8) and its arguments: what it needs, each the key of an entry
     Finished = 43,  // likewise: nothing; a removal that was finished when the file was opened
     ToFinish = 44,  // likewise: nothing; an operation that is to be finished, while the file is being opened
+    // ---- forwarding by G.988 alone ----
+    Forwarding = 45,    // the mode (8): 1; a file without it is one of the contract's
+    TaggedPorts = 46,   // number of the UNI's device (16): bridges and tagging table
+    PonSides = 47,      // bridge id (16): its PON ports
+    PlannedRules = 48,  // device, 0 received or 1 sent (8), tags (8), rule id (32): its place in the table and the rule
 };
 
 enum class Step : std::uint8_t {
@@ -68,6 +73,7 @@ enum class Step : std::uint8_t {
     RemoveVeip = 13,     // bridge id (16), GEM port id (16): with the last service
     StartDhcp = 14,      // bridge id (16), UNI port (16)
     RaisePonDevice = 15,
+    RemoveRule = 16,  // device, direction (8), tags (8), rule id (32): of forwarding by G.988
 };
 
 template <typename Part>

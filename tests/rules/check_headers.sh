@@ -22,7 +22,7 @@ try() {  # try LANGUAGE STANDARD HEADER COMPILER
 for header in $public $kit; do
     for standard in c++11 c++17 c++20; do try c++ $standard "$header" "$cxx"; done
 done
-c_headers='bridge/BridgeControl.h device/Counters.h device/DeviceInfo.h device/EthernetUni.h hal/CounterRecords.h hal/HalState.h hal/Memory.h'
+c_headers='bridge/BridgeControl.h device/Counters.h device/DeviceInfo.h device/EthernetUni.h hal/CounterRecords.h hal/HalForwarding.h hal/HalState.h hal/Memory.h'
 for header in $c_headers $(printf '%s\n' "$kit" | grep -vx platform/logger.h); do
     for standard in c99 c17; do try c $standard "$header" "$cc"; done
 done

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "BRCM/BCM968580/DATA/forwarding/Mode.h"
+#include "BRCM/BCM968580/DATA/forwarding/Operations.h"
 #include "BRCM/BCM968580/DATA/restart/Operations.h"
 #include "device/Counters.h"
 #include "device/DeviceInfo.h"
@@ -51,6 +53,10 @@ void addToSerialPart(unsigned char (&mac)[6], std::uint32_t offset) {
     mac[5] = static_cast<unsigned char>(serial);
 }
 
+int resultOf(bool done) {
+    return done ? kSuccess : kFailure;
+}
+
 // The board's UNI ports 1 and 2 are numbered the other way round than the daemon's.
 void swapUniPort(UniDataProvisioning& record) {
     switch (record.uniPort) {
@@ -76,6 +82,7 @@ int VornBrcmHal::vorn_test_call() {
 }
 
 int VornBrcmHal::vorn_omci_hal_init() {
+    forwarding::settled();
     if (const char* const path = std::getenv(VORN_HAL_STATE_VARIABLE); path != nullptr && *path != '\0')
         vorn_hal_state_open(path);
     if (engine == nullptr) return kSuccess;  // Kept: a daemon without an engine starts as if all were well
@@ -214,11 +221,16 @@ int VornBrcmHal::vorn_omci_hal_set_gemPortStatus(void* record) {
 
 // ---- Bridge and VLAN services ----
 
+// With forwarding by G.988 an operation is not one unit for the state file: devices are one, and rules another.
+
 int VornBrcmHal::vorn_omci_hal_filter_flow_add(void* record) {
     if (engine == nullptr || record == nullptr) return kFailure;
     auto& uni = *static_cast<UniDataProvisioning*>(record);
     std::printf("\n Inside BRCM-HAL, flow add \n");
     swapUniPort(uni);  // Kept: in the caller's record, the daemon relies on it
+    if (forwarding::isG988())
+        return resultOf(uni.addFlag != 0 ? forwarding::setUni(*engine, uni)
+                                         : forwarding::removeUni(*engine, uni.uniPort, uni.bridgeId));
     const AskedOperation operation(Ask::UniRow, restart::kindOf(uni), uni);
     if (operation.isDone()) return kSuccess;
     if (uni.addFlag != 0) {
@@ -235,48 +247,53 @@ int VornBrcmHal::vorn_omci_hal_filter_flow_add(void* record) {
 
 int VornBrcmHal::vorn_omci_hal_configureBridge(unsigned short bridgeId, unsigned short uniPort) {
     if (engine == nullptr) return kFailure;
+    std::printf("Inside BRCM-HAL, calling configureBridge");
+    if (forwarding::isG988()) return resultOf(forwarding::configureBridge(*engine, bridgeId, uniPort));
     // Restored or not: what stands is taken as made, and brought up again.
     const AskedOperation operation(Ask::Bridge, AskKind::Provision, restart::BridgeArguments{bridgeId, uniPort});
-    std::printf("Inside BRCM-HAL, calling configureBridge");
     engine->configureBridge(bridgeId, uniPort, false);
     return kSuccess;
 }
 
 int VornBrcmHal::vorn_omci_hal_configureAniTagRules(const BridgeServiceProvisioning* service) {
     if (engine == nullptr || service == nullptr) return kFailure;
+    std::printf("Inside BRCM-HAL, calling configureAniTagRules");
+    if (forwarding::isG988()) return resultOf(forwarding::setPonPort(*engine, *service));
     const AskedOperation operation(Ask::PonRules, AskKind::Provision, *service);
     if (operation.isDone()) {
         restart::rememberPbits(*service);
         return kSuccess;
     }
-    std::printf("Inside BRCM-HAL, calling configureAniTagRules");
     engine->configureAniTagRules(service);
     return kSuccess;
 }
 
 int VornBrcmHal::vorn_omci_hal_unsetPbitData(const BridgeServiceProvisioning* service) {
     if (engine == nullptr || service == nullptr) return kFailure;
+    std::printf("Inside BRCM-HAL, calling unsetPbitData");
+    if (forwarding::isG988()) return resultOf(forwarding::removePonPorts(*service));
     const AskedOperation operation(Ask::ClearPbits, AskKind::Remove, *service);
     if (operation.isDone()) return kSuccess;
-    std::printf("Inside BRCM-HAL, calling unsetPbitData");
     engine->unsetPbitData(service);
     return kSuccess;
 }
 
 int VornBrcmHal::vorn_omci_hal_deprovisionAniSideBridge(const BridgeServiceProvisioning* service) {
     if (engine == nullptr || service == nullptr) return kFailure;
+    std::printf("Inside BRCM-HAL, calling deprovisionAniSideBridge");
+    if (forwarding::isG988()) return resultOf(forwarding::removePonSide(*engine, *service));
     const AskedOperation operation(Ask::RemovePonSide, AskKind::Remove, *service);
     if (operation.isDone()) return kSuccess;
-    std::printf("Inside BRCM-HAL, calling deprovisionAniSideBridge");
     engine->deprovisionAniSideBridge(service);
     return kSuccess;
 }
 
 int VornBrcmHal::vorn_omci_hal_deprovisionUniSideBridge(const BridgeServiceProvisioning* service) {
     if (engine == nullptr || service == nullptr) return kFailure;
+    std::printf("Inside BRCM-HAL, calling deprovisionUniSideBridge");
+    if (forwarding::isG988()) return resultOf(forwarding::removeUniSide(*engine, service->bridgeId));
     const AskedOperation operation(Ask::RemoveUniSide, AskKind::Remove, *service);
     if (operation.isDone()) return kSuccess;
-    std::printf("Inside BRCM-HAL, calling deprovisionUniSideBridge");
     engine->deprovisionUniSideBridge(service);
     return kSuccess;
 }
@@ -291,6 +308,7 @@ int VornBrcmHal::vorn_omci_hal_veip_createRules(unsigned short gemPort, unsigned
     if (operation.isDone()) return kSuccess;
     std::printf("Inside BRCM-HAL, calling VEIP creation");
     engine->gpon_createRules(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType);
+    if (forwarding::isG988()) forwarding::addVeipGemPort(*engine, gemPort);
     return kSuccess;
 }
 
@@ -301,7 +319,7 @@ int VornBrcmHal::vorn_omci_hal_veip_deleteRules(unsigned short gemPort, unsigned
     const state::Operation operation;
     std::printf("Inside BRCM-HAL, calling VEIP delete");
     engine->gpon_deleteRules(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType);
-    return kSuccess;
+    return resultOf(!forwarding::isG988() || forwarding::removeVeipGemPort(bridgeId, gemPort));
 }
 
 // ---- Management addresses ----

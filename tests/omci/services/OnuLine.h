@@ -10,6 +10,7 @@
 #include "VirtualOnu.h"
 #include "device/EthernetUni.h"
 #include "hal/HALFactory.h"
+#include "hal/HalForwarding.h"
 #include "hal/VornHal.h"
 #include "omci/agent/Agent.h"
 #include "omci/olt/Line.h"
@@ -21,7 +22,7 @@ public:
         : agent_(board(), hal(), device_, clock_),
           performer_(hal(), {[](std::uint16_t port, bool up) { setEthernetUniStatus(port, up ? 1 : 0); },
                              updateEthernetUniSpeed}),
-          services(agent_.mib(), performer_) {
+          services(agent_.mib(), performer_, settings()) {
         services.onCall([this](const omci::services::MadeCall& call) { calls.push_back(call); });
         services.onProblem([this](const omci::services::Problem& problem) { problems.push_back(problem); });
     }
@@ -37,6 +38,11 @@ public:
 
     static VornHal& hal() { return *HALFactory::getInstance()->CreateHALObject(0); }
     static omci::Board board() { return {}; }
+    static omci::services::Settings settings() {
+        omci::services::Settings settings;
+        settings.standardForwarding = vorn_hal_get_forwarding() == VORN_HAL_FORWARDING_G988;
+        return settings;
+    }
 
 private:
     omci::Device device_;

@@ -54,7 +54,7 @@ TEST(Omci, ACallNamesTheMessagesBehindItAndTheRecordedScenarioMakesTheSameDevice
             if (call.at("call").at("call") == "vorn_omci_hal_gemflow_add")
                 causes = call.at("messages").get<std::vector<std::size_t>>();
     EXPECT_EQ(causes, (std::vector<std::size_t>{3, 6}));
-    const auto again = runProgram({VORN_ONU_BINARY, "run", record, "--json", "-"});
+    const auto again = runProgram({VORN_ONU_BINARY, "run", record, "--forwarding", "g988", "--json", "-"});
     ASSERT_EQ(again.code, 0) << again.output;
     const auto device = nlohmann::json::parse(again.output).at("device");
     for (const char* part : {"network", "pon", "vlan"}) EXPECT_EQ(device.at(part), json.at("device").at(part)) << part;
@@ -234,6 +234,18 @@ TEST(Omci, ACaptureThatBeginsInTheMiddleIsToldAndPlayed) {
     EXPECT_EQ(part.code, 0) << part.output;
 }
 
+TEST(Omci, TheHeadingSaysWhichForwardingHolds) {
+    SKIP_WHEN_EMULATED(kNoLibpcap);
+    const std::string byG988 = "Forwarding as G.988 says", byContract = "Forwarding by the HAL's contract";
+    EXPECT_NE(omciOf({kCapture}).output.find(byG988), std::string::npos);
+    EXPECT_NE(omciOf({kCapture, "--forwarding", "contract"}).output.find(byContract), std::string::npos);
+    const std::string scenario = VORN_SCENARIO_DIR "/bridge.json";
+    EXPECT_NE(runProgram({VORN_ONU_BINARY, "run", scenario}).output.find(byContract), std::string::npos);
+    EXPECT_NE(runProgram({VORN_ONU_BINARY, "run", scenario, "--forwarding", "g988"}).output.find(byG988),
+              std::string::npos);
+    EXPECT_EQ(runProgram({VORN_ONU_BINARY, "run", scenario, "--forwarding", "other"}).code, 2);
+}
+
 TEST(Omci, AFrameIsSentThroughWhatStandsAfterAMessage) {
     SKIP_WHEN_EMULATED(kNoLibpcap);
     EXPECT_EQ(omciOf({kCapture, "--from", "sid1", "--both-ways"}).code, 0);
@@ -244,8 +256,9 @@ TEST(Omci, AFrameIsSentThroughWhatStandsAfterAMessage) {
 }
 
 // The frames by which the device differs from the rows and filters of the MIB, with the rows at fault.
-std::pair<std::size_t, std::set<std::string>> differencesOf(const std::string& name) {
-    const auto played = omciOf({VORN_SCENARIO_DIR "/omci/" + name + ".pcap", "--audit", "--json", "-"});
+std::pair<std::size_t, std::set<std::string>> differencesOf(const std::string& name, const std::string& forwarding) {
+    const auto played =
+        omciOf({VORN_SCENARIO_DIR "/omci/" + name + ".pcap", "--audit", "--json", "-", "--forwarding", forwarding});
     const auto audit = nlohmann::json::parse(played.output).at("audit");
     std::set<std::string> subjects;
     for (const auto& group : audit.at("groups"))
@@ -255,16 +268,18 @@ std::pair<std::size_t, std::set<std::string>> differencesOf(const std::string& n
 
 TEST(Omci, TheAuditComparesTheDeviceWithTheRowsOfTheMib) {
     SKIP_WHEN_EMULATED(kNoLibpcap);
-    EXPECT_EQ(differencesOf("priorities").first, 0u);
+    for (const char* name : {"gateway", "internet", "management", "priorities", "television", "transparent"})
+        EXPECT_EQ(differencesOf(name, "g988").first, 0u) << name;
+    EXPECT_EQ(differencesOf("priorities", "contract").first, 0u);
     // The tag of a voice frame comes back with the p-bits of the row.
-    EXPECT_EQ(differencesOf("internet").second,
+    EXPECT_EQ(differencesOf("internet", "contract").second,
               std::set<std::string>{"row of message 15: VID 10 → remove 1, add VID 110 p5"});
 }
 
 TEST(Omci, TheReportLeadsFromALookUpToTheCallAndFromTheCallToItsRowAndMessages) {
     SKIP_WHEN_EMULATED(kNoLibpcap);
     const std::string page = ::testing::TempDir() + "omci-report.html";
-    ASSERT_EQ(omciOf({kCapture, "--from", "sid1", "--report", page}).code, 0);
+    ASSERT_EQ(omciOf({kCapture, "--forwarding", "contract", "--from", "sid1", "--report", page}).code, 0);
     const std::string html = vorn_onu::readFile(page, 1U << 22U);
     const auto lookUp = html.find("untagged frames: push VID 100, p-bits 0 <small><a href=\"#step-12\">call 12</a>");
     EXPECT_NE(lookUp, std::string::npos);

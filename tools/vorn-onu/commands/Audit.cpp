@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
+#include "commands/ForwardingOptions.h"
 #include "running/io/Output.h"
 #include "running/program/HalOutput.h"
 #include "running/scenario/Runner.h"
@@ -45,6 +46,7 @@ int AuditCommand::run() const {
         if (afterStep > loaded.steps.size())
             throw Problem("vorn-onu: audit: --after-step " + std::to_string(afterStep) + ": " + scenario + " has " +
                           std::to_string(loaded.steps.size()) + " steps");
+        useForwarding(forwarding);
         HalOutput hal(scenario);
         const Terminal terminal = Terminal::of(hal.shown());
         const audit::Result result = auditAt(loaded, afterStep);
@@ -56,7 +58,8 @@ int AuditCommand::run() const {
                                        (afterStep == 0 ? ", when the device holds most" : "");
             print(hal.shown(), terminal.bold("G.988 and the device") + "\n" +
                                    terminal.dim(cut(loaded.title, terminal.width())) + "\n" + terminal.dim(moment) +
-                                   "\n\n" + auditWords(result, audit::commandFor("send", scenario), terminal));
+                                   "\n" + terminal.dim(forwardingWords(forwarding)) + "\n\n" +
+                                   auditWords(result, audit::commandFor("send", scenario), terminal));
         }
         return strict && result.differing() != 0 ? kNotHeld : kHeld;
     } catch (const std::exception& error) {

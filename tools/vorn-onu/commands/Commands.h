@@ -12,15 +12,16 @@ constexpr int kNotHeld = 1;   // one did not
 constexpr int kBadInput = 2;  // a scenario, a file or the command line is wrong; nothing was run
 
 struct RunCommand {
-    std::vector<std::string> scenarios;  // several are run each in a process of its own
-    std::string jsonFile;                // "-" is standard output
-    std::string reportFile;              // an HTML page
-    bool audit = false;                  // the report has a part that compares the device with the standard
-    std::string pcapFile;                // the frames of frame steps
-    std::string boardFile;               // the board that the scenario begins with, and leaves
-    std::string junitFile;               // a test case a scenario, as CI systems read them
-    unsigned jobs = 1;                   // of several scenarios, so many at a time
-    bool strict = false;                 // a call into the device kit that fails is a failure
+    std::string forwarding = "contract";  // or "g988" (--forwarding)
+    std::vector<std::string> scenarios;   // several are run each in a process of its own
+    std::string jsonFile;                 // "-" is standard output
+    std::string reportFile;               // an HTML page
+    bool audit = false;                   // the report has a part that compares the device with the standard
+    std::string pcapFile;                 // the frames of frame steps
+    std::string boardFile;                // the board that the scenario begins with, and leaves
+    std::string junitFile;                // a test case a scenario, as CI systems read them
+    unsigned jobs = 1;                    // of several scenarios, so many at a time
+    bool strict = false;                  // a call into the device kit that fails is a failure
     bool trace = false;
     bool halOutput = false;
     bool realTime = false;
@@ -57,13 +58,14 @@ struct SendCommand : TypedFrame {
 
 // The messages of an OLT, played to an ONU or answered as they come.
 struct OmciCommand : TypedFrame {
-    std::string file;        // a capture, or text with hexadecimal digits
-    std::size_t until = 0;   // stop behind this message; 0: none
-    std::string jsonFile;    // "-" is standard output
-    std::string reportFile;  // an HTML page
-    std::string pcapFile;    // the frame of --from
-    std::string recordFile;  // the HAL's calls as a scenario
-    bool log = false;        // a line a message
+    std::string forwarding = "g988";  // or "contract" (--forwarding)
+    std::string file;                 // a capture, or text with hexadecimal digits
+    std::size_t until = 0;            // stop behind this message; 0: none
+    std::string jsonFile;             // "-" is standard output
+    std::string reportFile;           // an HTML page
+    std::string pcapFile;             // the frame of --from
+    std::string recordFile;           // the HAL's calls as a scenario
+    bool log = false;                 // a line a message
     bool logValues = false, logBytes = false;
     std::vector<std::string> logClasses, logInstances, logTypes;  // only these
     std::string mic;                  // kind of the integrity codes: "crc", "cmac:KEY", "none", "" as they are found
@@ -81,8 +83,9 @@ struct OmciCommand : TypedFrame {
 };
 
 struct ExecCommand {
-    std::vector<std::string> program;  // and its arguments
-    std::string traceFile;             // "-" is standard output, here and for the next
+    std::string forwarding = "contract";  // or "g988" (--forwarding)
+    std::vector<std::string> program;     // and its arguments
+    std::string traceFile;                // "-" is standard output, here and for the next
     std::string jsonFile;
     std::string recordFile;
     std::string reportFile;         // an HTML page
@@ -104,6 +107,7 @@ struct DiffCommand {
 
 // The device beside the standard.
 struct AuditCommand {
+    std::string forwarding = "contract";  // or "g988" (--forwarding)
     std::string scenario;
     std::size_t afterStep = 0;  // 0: the moment at which the device holds most
     bool strict = false;        // a difference is a failure

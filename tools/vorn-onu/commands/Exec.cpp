@@ -13,6 +13,8 @@
 #include "VirtualOnu.h"
 #include "commands/Commands.h"
 #include "commands/ExecSummary.h"
+#include "commands/ForwardingOptions.h"
+#include "hal/HalForwarding.h"
 #include "living/ProgramBoard.h"
 #include "living/Server.h"
 #include "running/io/Files.h"
@@ -78,6 +80,7 @@ void prepare(const ExecCommand& command, const Files& files) {
 bool setUp(const ExecCommand& command, const Files& files, const RunFolder& folder, Environment& environment) {
     if (!environment.preload(!command.recordFile.empty(), !command.name.empty())) return false;
     environment.set("VORN_ONU_RUN", folder.path());
+    environment.set(VORN_HAL_FORWARDING_VARIABLE, command.forwarding);
     environment.set("VORN_ONU_STATE", files.state);
     if (!files.trace.empty()) environment.set("VORN_ONU_TRACE", files.trace);
     if (!files.halOutput.empty()) environment.set("VORN_ONU_HAL_OUTPUT", files.halOutput);
@@ -149,6 +152,7 @@ int runIn(const ExecCommand& command, RunFolder& folder) {
     summary.quiet = command.quiet || jsonOnly;
     summary.halOutput = files.halOutput;
     summary.snapshotFile = files.state;
+    summary.forwarding = forwardingWords(command.forwarding);
     summary.stateIsKept = !command.jsonFile.empty() && !jsonOnly;
     summary.traceFile = files.trace;
     nlohmann::json state = lastStateIn(files.state);

@@ -4,6 +4,7 @@
 
 #include "commands/CommandLine.h"
 #include "commands/Commands.h"
+#include "commands/ForwardingOptions.h"
 #include "commands/TapOptions.h"
 
 namespace vorn_onu {
@@ -36,6 +37,7 @@ Command addExec(CLI::App& app) {
     command->add_flag("--quiet", exec->quiet, "do not show the device");
     command->add_option("PROGRAM", exec->program, "the program and its arguments, after --")->required()->type_name("");
     command->positionals_at_end();
+    addForwardingOption(*command, exec->forwarding);
     command->footer(
         "The program needs no change; it may be a daemon that is built for the workstation and linked with libvorn_hal "
         "alone.\n\n"

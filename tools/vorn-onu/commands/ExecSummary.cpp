@@ -96,7 +96,10 @@ void ExecSummary::tellOfHalOutput() const {
 void ExecSummary::show(const nlohmann::json& state) const {
     if (!goesOn() && !quiet) {
         if (!touched && ending_.left.empty()) complain(program_[0] + ": has not touched the device");
-        if (!state.is_discarded()) showDevice(state);
+        if (!state.is_discarded()) {
+            print("\n" + Terminal::of(stdout).dim(forwarding) + "\n");
+            showDevice(state);
+        }
         tellOfHalOutput();
     }
     tellOfTheBackground();

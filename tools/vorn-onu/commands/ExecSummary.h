@@ -20,6 +20,7 @@ public:
     bool touched = true;                          // the program has called the device
     std::string halOutput, traceFile, recording;  // "" for none
     std::string snapshotFile;
+    std::string forwarding;    // what holds, in words
     bool stateIsKept = false;  // it is there after the run
 
     // A process that uses the device, or may do so yet, is in the background.

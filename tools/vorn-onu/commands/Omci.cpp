@@ -8,6 +8,7 @@
 
 #include "commands/AskedOfMib.h"
 #include "commands/Commands.h"
+#include "commands/ForwardingOptions.h"
 #include "commands/FrameSending.h"
 #include "commands/OmciFiles.h"
 #include "commands/OmciListen.h"
@@ -32,7 +33,7 @@ constexpr std::size_t kMaxFileBytes = std::size_t{256} << 20U;
 constexpr std::size_t kMaxSkippedShown = 3;
 
 std::string heading(const std::string& name, const MessageFile& file, const omci::BoardNumbering& layout,
-                    const Playing& playing, const Terminal& terminal) {
+                    const Playing& playing, const std::string& forwarding, const Terminal& terminal) {
     std::string text =
         terminal.bold(cut("The messages in " + name + ", and what the ONU does with them", terminal.width())) + "\n";
     const auto line = [&](const std::string& words, bool warning) {
@@ -44,6 +45,7 @@ std::string heading(const std::string& name, const MessageFile& file, const omci
         counts += ", " + counted(file.messages.size() - playing.count(), "answer") + " of the ONU in the capture";
     if (file.others > 0) counts += ", " + counted(file.others, file.placeName) + " of other protocols";
     line(counts, false);
+    line(forwardingWords(forwarding), false);
     if (const std::string words = layoutWords(layout); !words.empty())
         line("The ONU is numbered otherwise: " + words, false);
     if (playing.beginsInTheMiddle())
@@ -102,7 +104,7 @@ int runPlayed(const OmciCommand& command, const MessageFile& file, const std::op
         throw FileProblem(command.file, "has " + counted(playing.count(), "message") + ", there is no message " +
                                             std::to_string(command.until));
     CallRecording recording(command.recordFile, run.name);
-    say(heading(run.name, file, layout, playing, terminal));
+    say(heading(run.name, file, layout, playing, command.forwarding, terminal));
     playing.run([&](const Played& played) {
         run.messages.push_back(std::make_shared<const Played>(played));
         for (const HalStep& call : played.calls) recording.add(call);
@@ -150,6 +152,7 @@ int OmciCommand::run() const {
     try {
         for (const std::string& path : {jsonFile, reportFile, pcapFile, recordFile, captureFile})
             if (path != "-") checkWritable(path);
+        useForwarding(forwarding);
         if (!listenAddress.empty()) return listenToOlt(*this);
         if (file.empty()) throw std::invalid_argument("vorn-onu: omci: say which FILE to play, or where to --listen");
         std::optional<FrameInput> input;

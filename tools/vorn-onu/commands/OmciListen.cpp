@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "commands/EndingSignals.h"
+#include "commands/ForwardingOptions.h"
 #include "commands/OmciFiles.h"
 #include "commands/StateWriter.h"
 #include "hal/HALFactory.h"
@@ -68,6 +69,7 @@ public:
 
     void untilSignal(int signals) {
         say(terminal_.bold("An ONU at " + socket_.address()) + "\n" +
+            terminal_.dim(forwardingWords(command_.forwarding)) + "\n" +
             terminal_.dim("A datagram is a message; SIGTERM or Ctrl-C ends it.") + "\n\n");
         pollfd waits[] = {{socket_.descriptor(), POLLIN, 0}, {signals, POLLIN, 0}};
         auto last = std::chrono::steady_clock::now();

@@ -4,6 +4,7 @@
 
 #include "commands/CommandLine.h"
 #include "commands/Commands.h"
+#include "commands/ForwardingOptions.h"
 #include "commands/FrameOptions.h"
 #include "commands/TapOptions.h"
 
@@ -84,6 +85,7 @@ Command addOmci(CLI::App& app) {
     command->add_flag("--strict", omci->strict,
                       "a refused message is a failure even where the capture has the same refusal");
     command->add_flag("--quiet", omci->quiet, "show only what is not as in the capture");
+    addForwardingOption(*command, omci->forwarding);
     command->callback([omci, command, frame] { readTags(*command, frame, *omci); });
     command->footer(
         "Each message is shown with its entity and attributes in words, the ONU's answer, how that differs from the "

@@ -13,6 +13,7 @@
 
 #include "commands/Commands.h"
 #include "commands/EndingSignals.h"
+#include "commands/ForwardingOptions.h"
 #include "commands/FullestStep.h"
 #include "commands/RunSeveral.h"
 #include "hal/HALFactory.h"
@@ -172,7 +173,7 @@ int runShown(const RunCommand& command, const Scenario& scenario, ScenarioResult
 
     RunReport collected(scenario, newBoard, command.audit);
 
-    say(output.heading());
+    say(output.heading(forwardingWords(command.forwarding)));
     const auto records = runScenario(scenario, options, [&](const StepRecord& record) {
         if (!record.passed()) result.failures.push_back(output.step(record));
         if (!command.reportFile.empty()) collected.add(record, onu);
@@ -252,6 +253,7 @@ int RunCommand::run() const {
     try {
         checkOptions(*this);
         checkFiles(*this);
+        useForwarding(forwarding);
         return scenarios.size() == 1 ? runOne(*this) : runSeveral(*this);
     } catch (const std::exception& error) {
         complain(error.what());

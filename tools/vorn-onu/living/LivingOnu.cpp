@@ -7,6 +7,7 @@
 #include "VirtualOnu.h"
 #include "device/EthernetUni.h"
 #include "hal/HALFactory.h"
+#include "hal/HalForwarding.h"
 #include "hal/VornHal.h"
 #include "living/CallStep.h"
 #include "omci/agent/Identity.h"
@@ -33,6 +34,12 @@ omci::Board boardOf(VornHal& hal, const omci::BoardNumbering& numbering) {
     omci::setNumbering(board, numbering);
     omci::readIdentity(hal, board);
     return board;
+}
+
+omci::services::Settings settings() {
+    omci::services::Settings settings;
+    settings.standardForwarding = vorn_hal_get_forwarding() == VORN_HAL_FORWARDING_G988;
+    return settings;
 }
 
 std::vector<omci::InstanceId> portsOf(const omci::Board& board) {
@@ -62,7 +69,7 @@ LivingOnu::LivingOnu(const omci::BoardNumbering& numbering)
       device_(portsOf(board_)),
       agent_(board_, hal_, device_, clock_),
       performer_(hal_),
-      services_(agent_.mib(), performer_) {
+      services_(agent_.mib(), performer_, settings()) {
     origins_.take(virtual_onu::VirtualOnu::instance().ruleTables(), 0);
     services_.onCall([this](const omci::services::MadeCall& made) {
         HalStep call;

@@ -74,11 +74,12 @@ std::size_t RunOutput::wordsAt() const {
     return kPrefixWidth + nameWidth_ + 2;
 }
 
-std::string RunOutput::heading() const {
+std::string RunOutput::heading(const std::string& forwarding) const {
     std::string text;
     for (const auto& line : wrapped(scenario_.title, terminal_.width())) text += terminal_.bold(line) + "\n";
     if (!scenario_.description.empty())
         for (const auto& line : wrapped(scenario_.description, terminal_.width())) text += terminal_.dim(line) + "\n";
+    text += terminal_.dim(forwarding) + "\n";
     return text + "\n";
 }
 

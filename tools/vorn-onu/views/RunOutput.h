@@ -16,7 +16,8 @@ namespace vorn_onu {
 class RunOutput {
 public:
     RunOutput(const Scenario& scenario, Terminal terminal);
-    std::string heading() const;
+    // forwarding: what holds, in words.
+    std::string heading(const std::string& forwarding) const;
     std::string rule(const std::string& title) const;      // a line across the window, above tables
     std::string step(const StepRecord& record) const;      // ends with a line end
     std::string failures(const StepRecord& record) const;  // "" for a step that passed

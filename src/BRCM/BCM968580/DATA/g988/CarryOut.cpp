@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "BRCM/BCM968580/DATA/g988/RuleCalls.h"
-#include "platform/vlanctl.h"
 
 namespace g988 {
 
@@ -15,15 +14,19 @@ int take(const TableStep& wanted, Installed& installed) {
     const bool removes = step.kind == Step::Kind::Remove, inFront = step.kind == Step::Kind::InsertFront;
     auto& rules = installed[wanted.table];
     int result = 0;
+    std::uint32_t id = step.id;
     if (removes) {
         result = removeRule(wanted.table, step.id);
         const auto isIt = [&](const InstalledRule& one) { return one.id == step.id; };
         if (result == 0) rules.erase(std::remove_if(rules.begin(), rules.end(), isIt), rules.end());
     } else {
         InstalledRule made{VLANCTL_DONT_CARE, step.rule};
+        if (!rules.empty()) made.place = inFront ? rules.front().place - 1 : rules.back().place + 1;
         result = insertRule(wanted.table, step.rule, inFront ? Position::Front : Position::End, &made.id);
+        id = made.id;
         if (result == 0) rules.insert(inFront ? rules.begin() : rules.end(), made);
     }
+    if (result == 0) noteRule(wanted.table, id);
     if (rules.empty()) installed.erase(wanted.table);
     return result;
 }
@@ -42,27 +45,18 @@ std::string textOf(const TableStep& failed, int code) {
            (removes ? "removal" : "insertion") + " of a rule at " + failed.table.device;
 }
 
-class KitSession {
-public:
-    KitSession() : result_(vlanCtl_init()) {}
-    ~KitSession() {
-        if (result_ == 0) vlanCtl_cleanup();
-    }
-    KitSession(const KitSession&) = delete;
-    KitSession& operator=(const KitSession&) = delete;
-    int result() const { return result_; }
-
-private:
-    const int result_;
-};
-
 }  // namespace
+
+void noteRule(const TableKey& table, std::uint32_t id) {
+    kit::noteChange(kit::Entry::PlannedRules, table.device, static_cast<std::uint8_t>(table.direction),
+                    static_cast<std::uint8_t>(table.tags), id);
+}
 
 Outcome carryOut(const Plan& plan, Installed& installed) {
     if (!plan.refusals.empty()) return {false, plan.refusals.front().text()};
     const auto steps = differences(installed, plan.tables);
     if (steps.empty()) return {true, ""};
-    const KitSession session;
+    const kit::VlanCtlSession session;
     if (session.result() != 0) return {false, "vlanctl answers " + std::to_string(session.result())};
     const auto before = rulesOf(installed);
     for (const TableStep& step : steps) {

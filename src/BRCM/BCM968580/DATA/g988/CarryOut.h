@@ -21,6 +21,9 @@ struct Outcome {
 // there is.
 Outcome carryOut(const Plan& plan, Installed& installed);
 
+// For the state file: the rule has come or gone.
+void noteRule(const TableKey& table, std::uint32_t id);
+
 }  // namespace g988
 
 #endif

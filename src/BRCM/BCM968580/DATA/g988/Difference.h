@@ -15,6 +15,7 @@ namespace g988 {
 struct InstalledRule {
     std::uint32_t id = 0;
     Rule rule;
+    std::int32_t place = 0;  // rises along the table
 };
 
 struct Step {

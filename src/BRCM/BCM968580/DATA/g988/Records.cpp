@@ -16,6 +16,7 @@ constexpr std::uint16_t kAllOnesVid = 8191;                                // of
 constexpr std::uint8_t kOneServiceFilter = 2, kSeveralServicesFilter = 5;  // traffic models
 constexpr std::size_t kTciDigits = 4;
 constexpr std::uint8_t kNoEntries = 255;
+constexpr std::uint8_t kUntaggedFrames = 8;  // in a p-bit map
 
 std::uint8_t narrow(std::uint16_t number) {
     return static_cast<std::uint8_t>(std::min<std::uint16_t>(number, std::numeric_limits<std::uint8_t>::max()));
@@ -50,6 +51,23 @@ std::optional<std::vector<FilterTci>> listOf(const BridgeServiceProvisioning& re
 
 bool isGemPort(std::uint16_t portId) {
     return portId != kNoGemPort && portId != kUnusedGemPort;
+}
+
+// The p-bits that untagged frames are taken for: some that go where the map says. False when it names a place of its
+// own.
+bool setDefaultPbits(const BridgeServiceProvisioning& record, const GemIndexOf& gemIndexOf, PbitMapper& mapper) {
+    const auto named = record.pbitMap.find(kUntaggedFrames);
+    if (named == record.pbitMap.end()) return true;
+    std::optional<GemPlace> place;
+    if (isGemPort(named->second.first)) {
+        const auto index = gemIndexOf(named->second.first);
+        if (!index) return false;
+        place = GemPlace{*index, named->second.second};
+    }
+    const auto same = std::find(mapper.places.begin(), mapper.places.end(), place);
+    if (same == mapper.places.end()) return false;
+    mapper.defaultPbits = static_cast<std::uint8_t>(same - mapper.places.begin());
+    return true;
 }
 
 }  // namespace
@@ -111,6 +129,7 @@ std::optional<PonPort> ponPortOf(const BridgeServiceProvisioning& record, const 
             if (!isMulticast(record) && pbits <= kLastPbits && place.first == portId)
                 port.mapper.places[pbits] = GemPlace{*index, place.second};
     }
+    if (!isMulticast(record) && !setDefaultPbits(record, gemIndexOf, port.mapper)) return std::nullopt;
     if (record.protocolNumber == kIgmp) port.ipProtocol = kIgmp;
     return port;
 }

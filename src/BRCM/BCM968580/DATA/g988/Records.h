@@ -25,7 +25,7 @@ bool isMulticast(const BridgeServiceProvisioning& record);
 std::set<std::uint16_t> gemPortIds(const BridgeServiceProvisioning& record);
 // The kit's index of a GEM port id; nothing for one that the driver does not know.
 using GemIndexOf = std::function<std::optional<std::uint16_t>(std::uint16_t gemPortId)>;
-// Nothing where a GEM port is not known, or the list is no list.
+// Nothing where a GEM port is not known, the list is no list, or untagged frames have a GEM port of their own.
 std::optional<PonPort> ponPortOf(const BridgeServiceProvisioning& record, const GemIndexOf& gemIndexOf);
 
 }  // namespace g988

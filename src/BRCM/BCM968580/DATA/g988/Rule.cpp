@@ -50,6 +50,14 @@ bool Match::covers(const Match& other) const {
     return txDevice_.empty() || txDevice_ == other.txDevice_;
 }
 
+Match Match::of(const Words& values, const Words& masks, const std::string& txDevice) {
+    Match match;
+    match.value_ = values;
+    match.mask_ = masks;
+    match.txDevice_ = txDevice;
+    return match;
+}
+
 bool Match::operator==(const Match& other) const {
     return value_ == other.value_ && mask_ == other.mask_ && txDevice_ == other.txDevice_;
 }

@@ -49,11 +49,17 @@ public:
     bool covers(const Match& other) const;
     bool operator==(const Match& other) const;
 
+    // What the fields are kept in, for who stores a match: bits that must have a value, and those that are compared.
+    using Words = std::array<std::uint64_t, 3>;
+    const Words& values() const { return value_; }
+    const Words& masks() const { return mask_; }
+    static Match of(const Words& values, const Words& masks, const std::string& txDevice);
+
 private:
     bool require(std::size_t word, unsigned shift, std::uint64_t bits, std::uint64_t value);
     std::optional<unsigned> field(std::size_t word, unsigned shift, std::uint64_t bits) const;
     // Word 0: 16 bits a tag as on the wire. Word 1: type words 0 to 3. Word 2: type word 4, IP protocol, GEM index.
-    std::array<std::uint64_t, 3> value_{}, mask_{};
+    Words value_{}, mask_{};
     std::string txDevice_;
 };
 

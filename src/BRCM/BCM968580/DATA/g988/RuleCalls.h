@@ -5,13 +5,16 @@
 #include <cstdint>
 
 #include "BRCM/BCM968580/DATA/g988/Rule.h"
+#include "kit/Rules.h"
 
 namespace g988 {
 
 enum class Position : std::uint8_t { Front, End };
 
-// Composes the rule and inserts it; the kit must be open (vlanCtl_init). 0 and the rule's id in *id, or the code of the
-// first call that failed, and then nothing has been inserted.
+kit::RuleTable kitTableOf(const TableKey& table);
+
+// Composes the rule and inserts it; the caller holds a kit::VlanCtlSession. 0 and the rule's id in *id, or the code of
+// the first call that failed, and then nothing has been inserted.
 int insertRule(const TableKey& table, const Rule& rule, Position position, std::uint32_t* id);
 // 0, or the kit's code.
 int removeRule(const TableKey& table, std::uint32_t id);

@@ -7,9 +7,11 @@
 #define BRCM_BCM968580_DATA_G988_SERVICES_H
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
+#include <string>
 #include <vector>
 
 #include "BRCM/BCM968580/DATA/g988/CarryOut.h"
@@ -17,14 +19,32 @@
 
 namespace g988 {
 
+// How a PON port is found again: a record with the same GEM ports and protocol is about the same port.
+struct PonPortKey {
+    std::set<std::uint16_t> gemPortIds;
+    std::optional<std::uint8_t> ipProtocol;
+    bool operator==(const PonPortKey& other) const {
+        return gemPortIds == other.gemPortIds && ipProtocol == other.ipProtocol;
+    }
+};
+
+struct PonSide {
+    std::vector<PonPort> ports;
+    std::vector<PonPortKey> keys;  // as many
+};
+
 class Services {
 public:
     explicit Services(GemIndexOf gemIndexOf) : gemIndexOf_(std::move(gemIndexOf)) {}
 
+    // Makes the devices that an operation needs, when it is known that its rules can be made and before the kit is
+    // asked for them. Why it cannot; "" when they are there.
+    using Prepare = std::function<std::string()>;
+
     // A record of filter_flow_add with addFlag set; uniPort n, from 1, is "sid" + (n - 1). Sets or deletes a row, or,
     // with hasTagRules 0, takes the port's table away, so that everything passes. Deleting what is not there is no
     // error. Ports above 4 have no rules: done, and nothing happens.
-    Outcome setUni(const UniDataProvisioning& record);
+    Outcome setUni(const UniDataProvisioning& record, const Prepare& prepare = nullptr);
     // The port leaves the bridge, and rows for it go; its last bridge takes the port's table along.
     Outcome removeUni(std::uint16_t uniPort, std::uint16_t bridge);
     // All ports leave the bridge.
@@ -32,26 +52,38 @@ public:
 
     // A PON port with the record's filter and mapper, in place of one of the bridge that has the same GEM ports and
     // protocol. Refused: a GEM port that the driver does not know, a list that is no list, a traffic model above 6.
-    Outcome setPonPort(const BridgeServiceProvisioning& record);
+    Outcome setPonPort(const BridgeServiceProvisioning& record, const Prepare& prepare = nullptr);
     // The bridge's PON ports that have one of the record's GEM ports; all of them when it names none.
     Outcome removePonPorts(const BridgeServiceProvisioning& record);
     Outcome removePonSide(std::uint16_t bridge);
 
     const Tables& tables() const { return tables_; }
     const Installed& installed() const { return installed_; }
+    // How many PON ports are for downstream frames alone.
+    std::size_t multicastPorts() const;
+
+    // ---- a state file that is read back ----
+
+    std::optional<PonSide> ponSide(std::uint16_t bridge) const;
+    void restore(std::uint16_t number, UniPort port) { tables_.uniPorts[number] = std::move(port); }
+    void restore(std::uint16_t bridge, PonSide side);
+    void restore(const TableKey& table, InstalledRule installed);  // in any order
+    // The kit no longer has the rule. False when nobody knows it.
+    bool forgetRule(const TableKey& table, std::uint32_t id);
+    void forgetRules(const TableKey& table);
+    using Exists = std::function<bool(const std::string& device)>;
+    // Ports and PON sides without their devices go, and rules of real devices that are gone.
+    void forgetMissing(const Exists& exists);
+    void forgetTables();  // and keeps the rules
+    // Asks the kit for what the tables say and it does not have.
+    Outcome bringBack();
 
 private:
-    struct PonPortKey {
-        std::set<std::uint16_t> gemPortIds;
-        std::optional<std::uint8_t> ipProtocol;
-        bool operator==(const PonPortKey& other) const {
-            return gemPortIds == other.gemPortIds && ipProtocol == other.ipProtocol;
-        }
-    };
     using Keys = std::map<std::uint16_t, std::vector<PonPortKey>>;  // alongside tables_.bridges
 
-    Outcome change(Tables tables);
-    Outcome change(Tables tables, Keys keys);
+    Outcome change(Tables tables, const Prepare& prepare = nullptr);
+    Outcome change(Tables tables, Keys keys, const Prepare& prepare = nullptr);
+    void noteTables() const;
     template <typename Goes>
     Outcome removePonPortsIf(std::uint16_t bridge, Goes goes);
 

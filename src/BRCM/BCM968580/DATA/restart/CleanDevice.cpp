@@ -10,10 +10,12 @@
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/RuleMap.h"
+#include "BRCM/BCM968580/DATA/forwarding/Mode.h"
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
 #include "BRCM/BCM968580/DATA/restart/Compare.h"
 #include "BRCM/BCM968580/DATA/restart/DeviceEntries.h"
+#include "BRCM/BCM968580/DATA/restart/Forwarding.h"
 #include "BRCM/BCM968580/DATA/restart/Operations.h"
 #include "BRCM/BCM968580/DATA/restart/Restart.h"
 #include "BRCM/BCM968580/DATA/restart/RestartLog.h"
@@ -80,6 +82,8 @@ void removeRules(Removal& removal) {
     for (const LooseRule& rule : knownLooseRules())
         if (!removal.staysBy(kit::ruleKey(rule.table, rule.id)) && removal.done(removeFromDevice(rule.table, rule.id)))
             kit::forgetRule(rule.table, rule.id);
+    removePlannedRules(
+        [&](const kit::RuleTable& table, std::uint32_t id) { return removal.done(removeFromDevice(table, id)); });
 }
 
 // The rules of a device that was removed have gone with it.
@@ -233,6 +237,10 @@ int cleanDevice() {
 int settleState() {
     if (state::journal() == nullptr) {
         logLine(kStateSettle, kLogError, LogText("no state is open"));
+        return -1;
+    }
+    if (forwarding::isG988()) {
+        logLine(kStateSettle, kLogError, LogText("forwarding is by G.988: nobody knows what was asked for"));
         return -1;
     }
     Removal removal(kStateSettle, false);

@@ -84,6 +84,9 @@ bool isDeviceEntry(Entry kind, ByteReader& key, ByteReader& value) {
         case Entry::Finished:
         case Entry::ToFinish:
             return isOperation(key) && value.done();
+        case Entry::Forwarding:
+            value.flag();
+            break;
         default:
             return false;
     }

@@ -27,6 +27,7 @@ struct MapEntries {
 const std::vector<MapEntries>& ponMaps();      // PonMaps.cpp
 const std::vector<MapEntries>& serviceMaps();  // ServiceMaps.cpp
 const std::vector<MapEntries>& ruleMap();      // RuleMapEntries.cpp
+const std::vector<MapEntries>& plannedMaps();  // Forwarding.cpp
 void forEachMap(const std::function<void(const MapEntries&)>& visit);
 
 // Whether an entry that no map has is well formed (DeviceEntries.cpp).

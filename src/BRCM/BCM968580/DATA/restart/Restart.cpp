@@ -4,7 +4,9 @@
 #include <memory>
 #include <string>
 
+#include "BRCM/BCM968580/DATA/forwarding/Mode.h"
 #include "BRCM/BCM968580/DATA/restart/Compare.h"
+#include "BRCM/BCM968580/DATA/restart/Forwarding.h"
 #include "BRCM/BCM968580/DATA/restart/MapEntries.h"
 #include "BRCM/BCM968580/DATA/restart/Operations.h"
 #include "BRCM/BCM968580/DATA/restart/RestartLog.h"
@@ -118,6 +120,8 @@ int openState(const char* path) {
     std::string problem;
     if (!journal->open(path, boot, &problem)) return refuse(path, problem);
     if (!isSound(*journal)) return refuse(path, "has a record that makes no sense");
+    const std::string otherMode = problemOfMode(*journal);
+    if (!otherMode.empty()) return refuse(path, otherMode);
     const bool restores = !journal->entries().empty() || !journal->unfinished().empty();
     if (restores && !mapsAreEmpty()) return refuse(path, "holds a state, and services have been provisioned already");
 
@@ -132,12 +136,14 @@ int openState(const char* path) {
     {
         const state::Operation operation;
         const auto unfinished = opened.unfinished();
+        noteMode();
         if (restores) {
             kit::expectClaims();
             settleUnfinished(unfinished);
             compareWithDevice();
             if (const std::string whole = wholeOperationOf(unfinished); !whole.empty())
                 opened.put(kit::keyOf(kit::Entry::ToFinish) + whole, {});
+            bringBackPlannedRules();
         } else {
             forEachMap(
                 [&](const MapEntries& map) { map.forEachKey([&](const std::string& key) { opened.touch(key); }); });

@@ -5,6 +5,7 @@
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/RuleMap.h"
 #include "BRCM/BCM968580/DATA/restart/DeviceEntries.h"
+#include "BRCM/BCM968580/DATA/restart/Forwarding.h"
 #include "BRCM/BCM968580/DATA/restart/RestartLog.h"
 
 namespace restart {
@@ -43,7 +44,7 @@ std::optional<std::uint32_t> rulesOnDevice(const kit::RuleTable& table) {
 }
 
 std::set<std::uint32_t> knownRuleIds(const kit::RuleTable& table) {
-    std::set<std::uint32_t> ids;
+    std::set<std::uint32_t> ids = plannedRuleIds(table);
     for (const auto& [key, entry] : m_VLAN_RULE_MAP_ENTRY) {
         if (key.ifName != table.device) continue;
         for (std::uint32_t i = 0; i < entry->nbrOfNewRules; ++i)
@@ -65,6 +66,7 @@ std::uint32_t highestKnownRuleId() {
             highest = std::max(highest, entry->oldRules[i].tagRuleId);
     }
     for (const LooseRule& rule : knownLooseRules()) highest = std::max(highest, rule.id);
+    for (const std::uint32_t id : plannedRuleIds()) highest = std::max(highest, id);
     return highest;
 }
 

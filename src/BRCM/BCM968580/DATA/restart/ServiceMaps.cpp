@@ -268,7 +268,7 @@ const std::vector<MapEntries>& serviceMaps() {
 }
 
 void forEachMap(const std::function<void(const MapEntries&)>& visit) {
-    for (const auto* maps : {&ponMaps(), &serviceMaps(), &ruleMap()})
+    for (const auto* maps : {&ponMaps(), &serviceMaps(), &ruleMap(), &plannedMaps()})
         for (const MapEntries& map : *maps) visit(map);
 }
 

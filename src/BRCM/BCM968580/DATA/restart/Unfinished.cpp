@@ -8,6 +8,7 @@
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
+#include "BRCM/BCM968580/DATA/restart/Forwarding.h"
 #include "BRCM/BCM968580/DATA/restart/Operations.h"
 #include "BRCM/BCM968580/DATA/restart/Restart.h"
 #include "BRCM/BCM968580/DATA/restart/RestartLog.h"
@@ -154,6 +155,9 @@ void settle(const state::UnfinishedStep& unfinished, std::uint32_t highestId) {
             leaveDhcpClient(bridgeId, fields.u16());
             break;
         }
+        case Step::RemoveRule:
+            finishRuleRemoval(fields);
+            break;
     }
 }
 
@@ -181,6 +185,11 @@ bool isStep(const state::UnfinishedStep& step) {
             if (!kit::isCreatedDevice(fields.text())) return false;
             break;
         case Step::RaisePonDevice:
+            break;
+        case Step::RemoveRule:
+            if (!kit::isPlainDeviceName(fields.text())) return false;
+            fields.raw(2);
+            fields.u32();
             break;
         case Step::DeleteAniPair:
         case Step::DeleteBridge:

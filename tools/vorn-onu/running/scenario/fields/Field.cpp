@@ -22,7 +22,8 @@ const Numbers kPbit{0, 7};
 const Numbers kVid{0, 4095};
 constexpr std::int64_t kOtherPbits = -1;  // every p-bit that a list does not name
 constexpr std::uint16_t kNoGemPort = 65535;
-const Numbers kMappedPbit{0, kMaxPbit, {{"others", kOtherPbits}}};
+constexpr std::int64_t kUntaggedFrames = 8;  // with forwarding by G.988
+const Numbers kMappedPbit{0, kMaxPbit, {{"others", kOtherPbits}, {"untagged", kUntaggedFrames}}};
 const Numbers kMappedGemPort{0, 65535, {{"none", kNoGemPort}}};
 const Numbers kDei{0, 1, {}, true};
 
@@ -200,7 +201,7 @@ PbitMap pbitMapOf(const Json& value, std::int64_t highestPbit) {
                 if (!entry.contains(name)) throw Problem(name, "is missing; it must be " + numbers.allowed());
                 return inField(name, [&] { return numbers.read(entry[name]); });
             };
-            const auto pbit = part("pbit", Numbers{0, highestPbit, {{"others", kOtherPbits}}});
+            const auto pbit = part("pbit", Numbers{0, highestPbit, kMappedPbit.words});
             const auto gemPort = static_cast<std::uint16_t>(part("gemPort", kMappedGemPort));
             const bool noQueue = gemPort == kNoGemPort && !entry.contains("queue");
             const auto queue = static_cast<std::uint16_t>(noQueue ? 0 : part("queue", Numbers{}));
@@ -219,7 +220,7 @@ PbitMap pbitMapOf(const Json& value, std::int64_t highestPbit) {
 Json pbitMapJson(const PbitMap& map) {
     Json list = Json::array();
     for (const auto& [pbit, target] : map)
-        list.push_back({{"pbit", pbit}, {"gemPort", target.first}, {"queue", target.second}});
+        list.push_back({{"pbit", kMappedPbit.write(pbit)}, {"gemPort", target.first}, {"queue", target.second}});
     return list;
 }
 
@@ -230,7 +231,7 @@ Json pbitMapSchema() {
         {"required", {"pbit", "gemPort"}},
         {"properties",
          {{"pbit", kMappedPbit.schema()}, {"gemPort", kMappedGemPort.schema()}, {"queue", Numbers{}.schema()}}}};
-    return {{"type", "array"}, {"items", entry}, {"maxItems", 9}};
+    return {{"type", "array"}, {"items", entry}, {"maxItems", 10}};
 }
 
 std::vector<std::uint8_t> bytesOf(const Json& value) {

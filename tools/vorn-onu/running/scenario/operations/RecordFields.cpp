@@ -73,7 +73,7 @@ Field pbitMap() {
     return {"pbitMap",
             optional(),
             "GEM port and upstream queue of each p-bit: [{\"pbit\", \"gemPort\", \"queue\"}]; a p-bit that is left out "
-            "keeps what an earlier record gave it",
+            "keeps what an earlier record gave it; \"untagged\" is for forwarding by G.988",
             pbitMapSchema(),
             store,
             load,

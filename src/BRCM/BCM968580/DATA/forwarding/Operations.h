@@ -1,0 +1,36 @@
+// The HAL's operations with forwarding by G.988: devices and bridges are the engine's, rules are those of the planner.
+//
+// Each answers whether it was done; if not, it has printed why, and the service is as it was.
+#ifndef BRCM_BCM968580_DATA_FORWARDING_OPERATIONS_H
+#define BRCM_BCM968580_DATA_FORWARDING_OPERATIONS_H
+
+#include <cstdint>
+
+#include "BRCM/BCM968580/DATA/g988/Services.h"
+#include "hal/BridgeRecords.h"
+
+class EtherSwitchBcm380;
+
+namespace forwarding {
+
+// Of this process.
+g988::Services& services();
+
+// filter_flow_add, with addFlag and without.
+bool setUni(EtherSwitchBcm380& engine, const UniDataProvisioning& record);
+bool removeUni(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint16_t bridgeId);
+// Ports that the bridge has lost with its devices join it again.
+bool configureBridge(EtherSwitchBcm380& engine, std::uint16_t bridgeId, std::uint16_t uniPort);
+bool setPonPort(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record);
+bool removePonPorts(const BridgeServiceProvisioning& record);
+bool removePonSide(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record);
+// veip_createRules: multicast of the GEM port, if it is one's, is for the gateway too.
+void addVeipGemPort(EtherSwitchBcm380& engine, std::uint16_t gemPortId);
+// What veip_deleteRules leaves on the PON side: the GEM port's part of the bridge.
+bool removeVeipGemPort(std::uint16_t bridgeId, std::uint16_t gemPortId);
+// All ports of the bridge, not the first one alone.
+bool removeUniSide(EtherSwitchBcm380& engine, std::uint16_t bridgeId);
+
+}  // namespace forwarding
+
+#endif

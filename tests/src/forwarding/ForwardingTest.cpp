@@ -1,0 +1,356 @@
+// Forwarding by G.988 as a daemon gets it: chosen, provisioned, changed, taken back, failing, restarted.
+#include <csetjmp>
+#include <cstdlib>
+#include <memory>
+#include <set>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+#include "hal/HalForwarding.h"
+#include "platform/vlanctl.h"
+#include "src/restart/Daemon.h"
+#include "support/StdoutCapture.h"
+
+namespace {
+
+using namespace restart_tests;
+using virtual_onu::Frame;
+using virtual_onu::VlanTag;
+
+constexpr int kG988 = VORN_HAL_FORWARDING_G988, kContract = VORN_HAL_FORWARDING_CONTRACT;
+
+class Forwarding : public RestartFixture {
+protected:
+    void TearDown() override { unsetenv(VORN_HAL_FORWARDING_VARIABLE); }
+
+    static int choose(Daemon& daemon, int forwarding) {
+        return daemon.symbol<int (*)(int)>("vorn_hal_set_forwarding")(forwarding);
+    }
+    static int chosen(Daemon& daemon) { return daemon.symbol<int (*)()>("vorn_hal_get_forwarding")(); }
+
+    static UniDataProvisioning tagging(std::uint16_t customer, std::uint16_t service) {
+        auto record = row(true);
+        record.filterType = 1;
+        record.innerFilterPrio = record.innerTreatmentPrio = 8;
+        record.innerFilterVlanId = customer;
+        record.removeType = 1;
+        record.innerTreatmentVlanId = service;
+        return record;
+    }
+    static UniDataProvisioning deletion(UniDataProvisioning record) {
+        record.removeType = 3;
+        record.outerTreatmentPrio = record.innerTreatmentPrio = 15;
+        record.outerTreatmentVlanId = record.innerTreatmentVlanId = 8191;
+        record.outerTreatmentTpidDe = record.innerTreatmentTpidDe = 7;
+        return record;
+    }
+    // The record of a call is the HAL's to change.
+    static int ask(Daemon& daemon, UniDataProvisioning record) {
+        return daemon->vorn_omci_hal_filter_flow_add(&record);
+    }
+
+    static Frame tagged(std::uint16_t vid) {
+        Frame frame;
+        frame.tags = {VlanTag{0x8100, 0, false, vid}};
+        return frame;
+    }
+    static std::string up(const Frame& frame) {
+        const auto walk = onu().sendFromPort("sid0", frame);
+        return walk.exits.empty() ? "" : walk.exits.front().frame.text();
+    }
+    static std::string down(const Frame& frame) {
+        const auto walk = onu().sendFromPon(kGemPort, frame);
+        return walk.exits.empty() ? "" : walk.exits.front().frame.text();
+    }
+    // Devices with their bridges, and rules in whatever order and with whatever number.
+    static nlohmann::json serving() {
+        const auto json = onu().toJson();
+        nlohmann::json kept;
+        std::multiset<std::string> rules;
+        for (const auto& device : json["network"]["devices"])
+            kept["devices"][device["name"].get<std::string>()] = device["master"];
+        for (const auto& table : json["vlan"]["tables"])
+            for (const auto& rule : table["rules"])
+                rules.insert(table["device"].dump() + table["direction"].dump() + table["tags"].dump() +
+                             rule["text"].dump());
+        kept["rules"] = rules;
+        kept["flows"] = json["vlan"]["flows"];
+        return kept;
+    }
+};
+
+// ---- the choice ----
+
+TEST_F(Forwarding, IsChosenOnceAndBeforeTheHalIsInUse) {
+    Daemon daemon(folder_);
+    EXPECT_EQ(chosen(daemon), kContract);
+    EXPECT_EQ(choose(daemon, 7), -1);
+    EXPECT_EQ(choose(daemon, kG988), 0);
+    EXPECT_EQ(choose(daemon, kContract), 0);
+    EXPECT_EQ(choose(daemon, kG988), 0);
+    daemon->vorn_omci_hal_init();
+    EXPECT_EQ(choose(daemon, kContract), -1);
+    EXPECT_EQ(chosen(daemon), kG988);
+}
+
+TEST_F(Forwarding, TheVariableIsForDaemonsThatChooseNothing) {
+    setenv(VORN_HAL_FORWARDING_VARIABLE, "g988", 1);
+    Daemon asVariable(folder_), chooses(folder_);
+    EXPECT_EQ(chosen(asVariable), kG988);
+    EXPECT_EQ(choose(chooses, kContract), 0);
+    EXPECT_EQ(chosen(chooses), kContract);
+
+    setenv(VORN_HAL_FORWARDING_VARIABLE, "G988", 1);
+    Daemon misspelt(folder_);
+    const std::string printed = printedBy([&] { misspelt->vorn_omci_hal_init(); });
+    EXPECT_NE(printed.find("neither contract nor g988"), std::string::npos) << printed;
+    EXPECT_EQ(chosen(misspelt), kContract);
+}
+
+// ---- services ----
+
+class ForwardedServices : public Forwarding {
+protected:
+    void SetUp() override {
+        Forwarding::SetUp();
+        daemon_ = std::make_unique<Daemon>(folder_);
+        ASSERT_EQ(choose(*daemon_, kG988), 0);
+    }
+    void provision() {
+        make(*daemon_, 0, kProvisioning);
+        ASSERT_EQ(down(tagged(100)), "untagged IPv4");
+    }
+    Daemon& daemon() { return *daemon_; }
+    std::unique_ptr<Daemon> daemon_;
+};
+
+// With the contract's rules the line is dead then: what is left of the row counts as the row.
+TEST_F(ForwardedServices, AnUntaggedRowComesBack) {
+    provision();
+    ASSERT_EQ(ask(daemon(), deletion(row(true))), 0);
+    EXPECT_EQ(up(Frame{}), "");
+    ASSERT_EQ(ask(daemon(), row(true)), 0);
+    EXPECT_EQ(up(Frame{}), "VID 100 p0, IPv4");
+    EXPECT_EQ(down(tagged(100)), "untagged IPv4");
+}
+
+TEST_F(ForwardedServices, WhatIsTakenBackLeavesNothing) {
+    onu().reset();
+    daemon()->vorn_omci_hal_configureBridge(9, 0);  // makes the default bridge
+    BridgeServiceProvisioning other{};
+    other.bridgeId = 9;
+    daemon()->vorn_omci_hal_deprovisionAniSideBridge(&other);
+    const auto asNew = serving();
+    make(daemon(), 0, kProvisioning);
+    ASSERT_EQ(ask(daemon(), tagging(20, 100)), 0);
+    EXPECT_GT(onu().ruleCount(), 0U);
+    make(daemon(), kProvisioning, internet().size());
+    EXPECT_EQ(serving(), asNew);
+}
+
+// A port that is in the bridge already joins it again, and a second port goes with the bridge's UNI side.
+TEST_F(ForwardedServices, ABridgeComesBackWithItsPorts) {
+    provision();
+    auto second = row(true);
+    second.uniPort = 3;
+    ASSERT_EQ(ask(daemon(), second), 0);
+    auto record = service();
+    ASSERT_EQ(daemon()->vorn_omci_hal_deprovisionAniSideBridge(&record), 0);
+    EXPECT_EQ(up(Frame{}), "");
+    ASSERT_EQ(daemon()->vorn_omci_hal_configureBridge(3, 0), 0);
+    ASSERT_EQ(daemon()->vorn_omci_hal_configureAniTagRules(&record), 0);
+    EXPECT_EQ(up(Frame{}), "VID 100 p0, IPv4");
+    ASSERT_EQ(daemon()->vorn_omci_hal_deprovisionUniSideBridge(&record), 0);
+    EXPECT_FALSE(onu().device("sid0.3") || onu().device("sid2.3"));
+}
+
+// A frame of the first row after every call into the kit while others come, change and go.
+TEST_F(ForwardedServices, AFrameOfAServiceThatIsNotChangedNeverNotices) {
+    provision();
+    unsigned looks = 0, bad = 0;
+    bool looking = false;
+    onu().onTrace([&](const virtual_onu::TraceEntry&) {
+        if (std::exchange(looking, true)) return;
+        ++looks;
+        bad += up(Frame{}) == "VID 100 p0, IPv4" && down(tagged(100)) == "untagged IPv4" ? 0 : 1;
+        looking = false;
+    });
+    auto list = service();
+    std::snprintf(list.vlanTciFilterList, sizeof list.vlanTciFilterList, "006400c8");
+    list.numberOfEntries = 2;
+    EXPECT_EQ(daemon()->vorn_omci_hal_configureAniTagRules(&list), 0);
+    EXPECT_EQ(ask(daemon(), tagging(20, 200)), 0);
+    EXPECT_EQ(ask(daemon(), tagging(20, 201)), 0);
+    EXPECT_EQ(ask(daemon(), deletion(tagging(20, 0))), 0);
+    onu().onTrace(nullptr);
+    EXPECT_GT(looks, 50U);
+    EXPECT_EQ(bad, 0U) << "of " << looks;
+}
+
+// Each call of the kit in turn fails, until the operation has none left.
+TEST_F(ForwardedServices, AFailedOperationLeavesTheServiceAsItWas) {
+    provision();
+    const auto before = serving();
+    for (const char* call : {"vlanCtl_initTagRule", "vlanCtl_insertTagRule", "vlanCtl_removeTagRule",
+                             "vlanCtl_filterOnTagVid", "vlanCtl_cmdPopVlanTag", "vlanCtl_init"}) {
+        unsigned failed = 0;
+        for (int nth = 1;; ++nth) {
+            SCOPED_TRACE(std::string(call) + " " + std::to_string(nth));
+            const auto fault = onu().failNext(call, nth, 5);
+            auto changed = row(true);
+            changed.innerTreatmentPrio = 5;
+            int result = 0;
+            const std::string printed = printedBy([&] { result = ask(daemon(), changed); });
+            if (onu().callsUntilFault(fault)) {
+                EXPECT_EQ(result, 0);
+                break;
+            }
+            ++failed;
+            EXPECT_EQ(result, -1);
+            EXPECT_EQ(serving(), before);
+            if (std::string(call) != "vlanCtl_init") {
+                EXPECT_NE(printed.find("sid0"), std::string::npos) << printed;
+            }
+        }
+        onu().clearFaults();
+        EXPECT_GT(failed, 0U) << call;
+        ASSERT_EQ(ask(daemon(), row(true)), 0);
+        EXPECT_EQ(serving(), before);
+    }
+}
+
+TEST_F(ForwardedServices, AFailedFirstRowLeavesNoDevice) {
+    make(daemon(), 0, kProvisioning - 1);
+    const auto before = serving();
+    onu().failNext("vlanCtl_insertTagRule", 2, 5);
+    EXPECT_EQ(ask(daemon(), row(true)), -1);
+    EXPECT_EQ(serving(), before);
+    ASSERT_EQ(ask(daemon(), row(true)), 0);
+    EXPECT_EQ(up(Frame{}), "VID 100 p0, IPv4");
+}
+
+TEST_F(ForwardedServices, BadInputChangesNothing) {
+    provision();
+    const auto before = serving();
+    auto noPort = row(true), noBridge = tagging(20, 100), noCode = tagging(20, 100), noMode = tagging(20, 100);
+    noPort.uniPort = 0;
+    noBridge.bridgeId = 77;
+    noCode.innerFilterPrio = 11;
+    noMode.downstreamMode = 9;
+    for (const auto& record : {noPort, noBridge, noCode, noMode}) EXPECT_EQ(ask(daemon(), record), -1);
+    auto noGemPort = service(), noOperation = service();
+    noGemPort.pbitMap[5] = {77, 0};
+    noOperation.forwardOperation = 0x22;
+    for (const auto& record : {noGemPort, noOperation})
+        EXPECT_EQ(daemon()->vorn_omci_hal_configureAniTagRules(&record), -1);
+    EXPECT_EQ(daemon()->vorn_omci_hal_filter_flow_add(nullptr), -1);
+    EXPECT_EQ(daemon()->vorn_omci_hal_unsetPbitData(nullptr), -1);
+    EXPECT_EQ(serving(), before);
+}
+
+// ---- the state file ----
+
+TEST_F(Forwarding, AFileOfTheOtherModeIsRefused) {
+    for (const int forwarding : {kG988, kContract}) {
+        onu().reset();
+        fs::remove(state());
+        {
+            Daemon first(folder_);
+            choose(first, forwarding);
+            ASSERT_EQ(first.open(state()), 0);
+            make(first, 0, kProvisioning);
+        }
+        const std::string file = read(state());
+        Daemon other(folder_);
+        choose(other, forwarding == kG988 ? kContract : kG988);
+        EXPECT_EQ(other.open(state()), -1);
+        EXPECT_TRUE(saidThat(forwarding == kG988 ? "was made with forwarding by G.988, and the contract holds now"
+                                                 : "was made with forwarding by the contract, and G.988 holds now"));
+        EXPECT_EQ(read(state()), file);
+    }
+}
+
+TEST_F(Forwarding, TablesComeBackAndACleanDeviceHasNoRules) {
+    {
+        Daemon first(folder_);
+        choose(first, kG988);
+        ASSERT_EQ(first.open(state()), 0);
+        make(first, 0, kProvisioning);
+        ASSERT_EQ(ask(first, tagging(20, 100)), 0);
+    }
+    const auto before = serving();
+    {
+        Daemon second(folder_);
+        choose(second, kG988);
+        ASSERT_GT(second.open(state()), 0);
+        EXPECT_EQ(serving(), before);
+        EXPECT_FALSE(saidThat("forgotten") || saidThat("not in the state") || saidThat("rules"));
+        ASSERT_EQ(ask(second, deletion(row(true))), 0);
+        EXPECT_EQ(up(Frame{}), "");
+        EXPECT_EQ(up(tagged(20)), "VID 100 p0, IPv4") << "the other row";
+        ASSERT_EQ(ask(second, row(true)), 0);
+        EXPECT_EQ(serving(), before);
+    }
+    // Somebody has taken a rule away: its table is filled again.
+    const auto rules = onu().rules("sid0", 0, 1);
+    vlanCtl_removeTagRule("sid0", 0, 1, rules.front().id);
+    Daemon third(folder_);
+    choose(third, kG988);
+    ASSERT_GT(third.open(state()), 0);
+    EXPECT_EQ(serving(), before);
+    EXPECT_EQ(third.clean(), 0);
+    EXPECT_EQ(onu().ruleCount(), 0U);
+}
+
+// Killed after one call into the device or another, the operation is made again.
+TEST_F(Forwarding, KilledWithinAnOperationItEndsAsIfNothingHadBeen) {
+    const auto killAt = [&](Daemon& daemon, std::size_t call, unsigned deviceCall) {
+        static std::jmp_buf end;
+        unsigned made = 0;
+        // NOLINTNEXTLINE(cert-err52-cpp): nothing of the daemon's is to run any more
+        if (setjmp(end) != 0) {
+            onu().onTrace(nullptr);
+            return true;
+        }
+        onu().onTrace([&made, deviceCall](const virtual_onu::TraceEntry&) {
+            if (++made == deviceCall) std::longjmp(end, 1);  // NOLINT(cert-err52-cpp)
+        });
+        make(daemon, call, call + 1);
+        onu().onTrace(nullptr);
+        return false;
+    };
+    constexpr unsigned kEvery = 7;
+    std::vector<nlohmann::json> whole;
+    {
+        Daemon daemon(folder_);
+        choose(daemon, kG988);
+        for (std::size_t i = 0; i < internet().size(); ++i) {
+            make(daemon, i, i + 1);
+            whole.push_back(serving());
+        }
+    }
+    for (std::size_t call = 0; call < internet().size(); ++call) {
+        for (unsigned deviceCall = 1 + static_cast<unsigned>(call) % kEvery;; deviceCall += kEvery) {
+            SCOPED_TRACE(std::string(internet()[call].name) + ", device call " + std::to_string(deviceCall));
+            onu().reset();
+            fs::remove(state());
+            {
+                Daemon first(folder_);
+                choose(first, kG988);
+                ASSERT_EQ(first.open(state()), 0);
+                make(first, 0, call);
+                if (!killAt(first, call, deviceCall)) break;
+            }
+            Daemon second(folder_);
+            choose(second, kG988);
+            ASSERT_GE(second.open(state()), 0);
+            make(second, call, call + 1);
+            ASSERT_EQ(serving(), whole[call]) << "made again";
+            make(second, call + 1, internet().size());
+            ASSERT_EQ(serving(), whole.back()) << "the rest";
+        }
+    }
+}
+
+}  // namespace
