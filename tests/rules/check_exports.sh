@@ -31,7 +31,7 @@ state=$(printf '%s\n' $state)
 exported='^(VornHal|VornBrcmHal|HALFactory|EtherSwitchBcm380|OnuXponHalAdapterBCM|OnuXponHalAdapterBcmNgponLib)::'
 exported+='|^(vlanRuleKey|serviceKey)::(vlanRuleKey|serviceKey|operator<)'
 exported+='|^(vtable|typeinfo|typeinfo name) for Vorn(Brcm)?Hal$'
-exported+='|^(omci_malloc|omci_free|onu_xpon_hal_adapter_bcm_hello_world|vorn_omci_[a-z_]+|vorn_hal_(state_open|clean_device|[sg]et_forwarding)|getIntfStats|br_[a-z_]+)$'
+exported+='|^(omci_malloc|omci_free|onu_xpon_hal_adapter_bcm_hello_world|vorn_omci_[a-z_]+|vorn_hal_(state_open|state_settle|clean_device|[sg]et_forwarding)|getIntfStats|br_[a-z_]+)$'
 exported+='|^(updateEthernetUniSpeed|setEthernetUniStatus|getEthernetUniOperState|getEthernetUniConfig)$'
 complain "Exported, but not documented (see src/vorn_hal.map):" \
     "$(nm -DC --defined-only "$library" | cut -d' ' -f3- | grep -vE "$exported" | grep -vE "$sanitizers" | grep -vxFf <(printf "%s\n" "$state"))"

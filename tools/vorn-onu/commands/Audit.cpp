@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
-#include "commands/ForwardingOptions.h"
+#include "commands/Forwarding.h"
 #include "running/io/Output.h"
 #include "running/program/HalOutput.h"
 #include "running/scenario/Runner.h"

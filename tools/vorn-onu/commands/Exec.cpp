@@ -13,7 +13,7 @@
 #include "VirtualOnu.h"
 #include "commands/Commands.h"
 #include "commands/ExecSummary.h"
-#include "commands/ForwardingOptions.h"
+#include "commands/Forwarding.h"
 #include "hal/HalForwarding.h"
 #include "living/ProgramBoard.h"
 #include "living/Server.h"

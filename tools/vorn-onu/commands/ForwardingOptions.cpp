@@ -1,9 +1,8 @@
 #include "commands/ForwardingOptions.h"
 
-#include <stdexcept>
-
 #include <CLI/CLI.hpp>
 
+#include "commands/Forwarding.h"
 #include "hal/HalForwarding.h"
 
 namespace vorn_onu {
@@ -17,15 +16,6 @@ void addForwardingOption(CLI::App& command, std::string& word) {
         ->type_name("WHAT")
         ->envname(VORN_HAL_FORWARDING_VARIABLE)
         ->check(CLI::IsMember({kByContract, kByG988}));
-}
-
-void useForwarding(const std::string& word) {
-    if (vorn_hal_set_forwarding(word == kByG988 ? VORN_HAL_FORWARDING_G988 : VORN_HAL_FORWARDING_CONTRACT) != 0)
-        throw std::runtime_error("the HAL is in use: its forwarding cannot be chosen any more");
-}
-
-std::string forwardingWords(const std::string& word) {
-    return word == kByG988 ? "Forwarding as G.988 says" : "Forwarding by the HAL's contract";
 }
 
 }  // namespace vorn_onu

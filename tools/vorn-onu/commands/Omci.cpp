@@ -8,7 +8,7 @@
 
 #include "commands/AskedOfMib.h"
 #include "commands/Commands.h"
-#include "commands/ForwardingOptions.h"
+#include "commands/Forwarding.h"
 #include "commands/FrameSending.h"
 #include "commands/OmciFiles.h"
 #include "commands/OmciListen.h"

@@ -11,7 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "commands/EndingSignals.h"
-#include "commands/ForwardingOptions.h"
+#include "commands/Forwarding.h"
 #include "commands/OmciFiles.h"
 #include "commands/StateWriter.h"
 #include "hal/HALFactory.h"

@@ -13,7 +13,7 @@
 
 #include "commands/Commands.h"
 #include "commands/EndingSignals.h"
-#include "commands/ForwardingOptions.h"
+#include "commands/Forwarding.h"
 #include "commands/FullestStep.h"
 #include "commands/RunSeveral.h"
 #include "hal/HALFactory.h"

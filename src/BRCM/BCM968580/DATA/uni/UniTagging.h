@@ -58,9 +58,9 @@ constexpr std::uint16_t kAllOnesVid = 8191;  // of a 13-bit field
 inline bool isDeleteRow(const UniDataProvisioning& record) {
     return record.removeType == kRemoveDiscard &&  //
            record.outerTreatmentTpidDe == kTpidCodeDei1 && record.outerTreatmentVlanId == kAllOnesVid &&
-           record.outerTreatmentPrio == kPrioNoTag &&  //
+           record.outerTreatmentPrio == tag_codes::kPrioNoTag &&  //
            record.innerTreatmentTpidDe == kTpidCodeDei1 && record.innerTreatmentVlanId == kAllOnesVid &&
-           record.innerTreatmentPrio == kPrioNoTag;
+           record.innerTreatmentPrio == tag_codes::kPrioNoTag;
 }
 
 // Index that the device names of a UNI port count with; port 0 gives the name "sid-1".
