@@ -60,7 +60,7 @@ const struct {
      "\"default\" (14), \"none\" (15), not 16"},
     {"NestedOutOfRange", kNested,
      "step 1 (call vorn_omci_hal_configureAniTagRules): field 'pbitMap[1].pbit': must be a number 0..7, \"others\", "
-     "not 8"},
+     "\"untagged\", not 8"},
     {"UnknownField", kUnknownField,
      "step 1 (call vorn_omci_hal_configureBridge): field 'bridgeID': is not known here, did you mean 'bridgeId'?; "
      "allowed: bridgeId, uniPort"},
