@@ -1,16 +1,14 @@
 #include "libc/program/Boards.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <fstream>
 #include <optional>
 
 #include <nlohmann/json.hpp>
 
-#include "libc/program/OwnFile.h"
+#include "libc/program/BriefFile.h"
 #include "libc/program/Program.h"
 #include "libc/real/RealLibc.h"
 
@@ -24,17 +22,10 @@ using program::settings;
 // Held by one process of the run at a time.
 class RunLock {
 public:
-    RunLock() : fd_(real::open((settings().runFolder + "/lock").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644)) {
-        if (fd_ >= 0) flock(fd_, LOCK_EX);
-    }
-    ~RunLock() {
-        if (fd_ >= 0) real::close(fd_);
-    }
-    RunLock(const RunLock&) = delete;
-    RunLock& operator=(const RunLock&) = delete;
+    RunLock() : file_(settings().runFolder + "/lock", O_WRONLY | O_CREAT) { file_.lock(); }
 
 private:
-    int fd_;
+    BriefFile file_;
 };
 
 std::string shownFile() {
@@ -48,8 +39,7 @@ std::string keptState(pid_t process) {
 }
 
 std::optional<ProcessBoard> shownBoard() {
-    std::ifstream file(shownFile());
-    const json text = json::parse(file, nullptr, false);
+    const json text = json::parse(BriefFile(shownFile(), O_RDONLY).read(), nullptr, false);
     if (!text.is_object()) return std::nullopt;
     ProcessBoard board;
     board.process = text.value("process", 0);
@@ -71,10 +61,8 @@ void writeShown(const ProcessBoard& board) {
                        {"begun", board.begun},
                        {"ancestors", ancestors}};
     const std::string next = shownFile() + ".new";
-    const int fd = real::open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0) return;
-    writeAll(fd, text.dump(-1, ' ', false, json::error_handler_t::replace));
-    real::close(fd);
+    if (!BriefFile(next, O_WRONLY | O_CREAT | O_TRUNC).write(text.dump(-1, ' ', false, json::error_handler_t::replace)))
+        return;
     real::rename(next.c_str(), shownFile().c_str());
 }
 

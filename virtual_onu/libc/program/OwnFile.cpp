@@ -29,10 +29,14 @@ const OwnFile::Handle* OwnFile::openAnew() {
     int fd = real::open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
     if (fd < 0) return nullptr;
     fd = raised(fd);
+    const FileIdentity file = FileIdentity::of(path_);
+    // A program that closes all descriptors may have given this number to a file of its own meanwhile.
+    const auto isOurs = [&] { return FileIdentity::of(fd) == file; };
+    if (!isOurs()) return nullptr;
     flock(fd, LOCK_SH | LOCK_NB);  // who tidies up sees that it is in use
-    const auto* found = new Handle{fd, FileIdentity::of(fd)};
+    const auto* found = new Handle{fd, file};
     if (handle_.compare_exchange_strong(lost, found)) return found;
-    real::close(fd);  // another thread was faster
+    if (isOurs()) real::close(fd);  // another thread was faster
     delete found;
     return lost;
 }

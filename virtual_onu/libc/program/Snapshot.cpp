@@ -21,6 +21,7 @@
 #include "SignalsBlocked.h"
 #include "VirtualOnu.h"
 #include "libc/program/Boards.h"
+#include "libc/program/BriefFile.h"
 #include "libc/program/OwnFile.h"
 #include "libc/program/Program.h"
 #include "libc/program/Unsaved.h"
@@ -73,15 +74,6 @@ void countRevision(const json& all) {
     ++state().own.revision;
 }
 
-bool written(const std::string& path, int flags, const std::string& text) {
-    const int fd = real::open(path.c_str(), flags | O_WRONLY | O_CLOEXEC, 0644);
-    if (fd < 0) return false;
-    const bool whole = writeAll(fd, text);
-    real::close(fd);
-    if (!whole) errno = ENOSPC;
-    return whole;
-}
-
 // Where the state is written before it becomes the snapshot. What is no plain file, such as a terminal, stays what it
 // is.
 std::string besideFile() {
@@ -92,7 +84,9 @@ std::string besideFile() {
 }
 
 bool prepare(const std::string& beside, const json& all) {
-    if (written(beside, O_CREAT | O_TRUNC, all.dump(1, ' ', false, json::error_handler_t::replace) + "\n")) return true;
+    if (BriefFile(beside, O_WRONLY | O_CREAT | O_TRUNC)
+            .write(all.dump(1, ' ', false, json::error_handler_t::replace) + "\n"))
+        return true;
     const int error = errno;
     if (beside != settings().snapshotFile) real::unlink(beside.c_str());
     errno = error;

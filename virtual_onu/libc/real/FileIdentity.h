@@ -3,6 +3,7 @@
 #define VIRTUAL_ONU_FILE_IDENTITY_H
 
 #include <cstdint>
+#include <string>
 
 namespace virtual_onu {
 
@@ -10,7 +11,9 @@ struct FileIdentity {
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
     bool operator==(const FileIdentity& other) const { return device == other.device && inode == other.inode; }
-    static FileIdentity of(int fd);  // zeros when the descriptor is closed; errno stays as it was
+    // Zeros when there is none; errno stays as it was.
+    static FileIdentity of(int fd);
+    static FileIdentity of(const std::string& path);
 };
 
 }  // namespace virtual_onu

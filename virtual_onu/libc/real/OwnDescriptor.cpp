@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdint>
 
+#include "libc/real/FileIdentity.h"
 #include "libc/real/RealLibc.h"
 
 namespace virtual_onu {
@@ -30,7 +31,7 @@ int raised(int fd) {
     const auto lowest = static_cast<std::intptr_t>(end - kRoom);
     const int high = real::fcntl(fd, F_DUPFD_CLOEXEC, reinterpret_cast<void*>(lowest));
     if (high < 0) return fd;
-    real::close(fd);
+    if (FileIdentity::of(fd) == FileIdentity::of(high)) real::close(fd);  // the program may have the number by now
     return high;
 }
 
