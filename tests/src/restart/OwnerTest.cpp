@@ -13,6 +13,7 @@
 #include "kit/StateEntries.h"
 #include "src/restart/Files.h"
 #include "state/Journal.h"
+#include "support/Emulated.h"
 
 namespace restart_tests {
 namespace {
@@ -130,6 +131,7 @@ protected:
 // ---- two at once ----
 
 TEST_F(Owner, OneOfTwoGetsTheFileHoweverLongTheOtherIsHeldUp) {
+    SKIP_WHEN_EMULATED("the emulator has no ptrace");
     for (const bool exists : {false, true}) {
         SCOPED_TRACE(exists ? "a file that is there" : "a new file");
         atEachCall(
@@ -148,6 +150,7 @@ TEST_F(Owner, OneOfTwoGetsTheFileHoweverLongTheOtherIsHeldUp) {
 }
 
 TEST_F(Owner, NobodyGetsAFileThatIsBeingMadeSmallerNorFallsForTheOldOne) {
+    SKIP_WHEN_EMULATED("the emulator has no ptrace");
     const auto compacting = [this] {
         auto& journal = *new Journal;
         if (!open(journal)) return false;
@@ -185,6 +188,7 @@ TEST_F(Owner, NobodyGetsAFileThatIsBeingMadeSmallerNorFallsForTheOldOne) {
 // ---- killed at each system call ----
 
 TEST_F(Owner, KilledAnywhereItLeavesTheStateBeforeOrAfter) {
+    SKIP_WHEN_EMULATED("the emulator has no ptrace");
     const auto working = [this] {
         Journal journal;
         if (!open(journal)) return false;
