@@ -30,7 +30,7 @@ public:
         if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
         pid_ = fork();
         if (pid_ == 0) {
-            std::freopen("/dev/null", "w", stdout);
+            if (std::freopen("/dev/null", "w", stdout) == nullptr) _exit(1);
             if (traced) {
                 ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
                 raise(SIGSTOP);
