@@ -158,7 +158,8 @@ TEST_F(ServedBoard, GivesNobodyItsMemoryAndAnswersOthersBesideFloods) {
             flooding.emplace_back(port_).send(heads[kind]);
             for (int i = 0; i < 60; ++i) flooding.back().send(endless[kind]);
         }
-    EXPECT_LT(resident() - before, 40000);  // KiB
+    const bool keepsMemory = !std::string(VORN_SANITIZERS).empty();
+    EXPECT_TRUE(keepsMemory || resident() - before < 40000) << resident() - before << " KiB more";
     // Slow ones, and such as say nothing at all.
     std::list<HttpConnection> left;
     for (int i = 0; i < 10; ++i) left.emplace_back(port_).send("GET / HTTP/1.1\r\nHo");
