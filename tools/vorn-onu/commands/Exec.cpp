@@ -143,7 +143,7 @@ int runIn(const ExecCommand& command, RunFolder& folder) {
         showTrace = [&tail] { tail->showNew(); };
     }
     const Ending ending = supervisor.waitFor(
-        child, [&folder] { return folder.isStateBehind(); }, showTrace);
+        child, [&folder] { return folder.unwritten(); }, showTrace);
     if (showTrace) showTrace();
     if (reachable) reachable->board.end();
     if (reachable) reachable->server.stop("the program has ended with exit code " + std::to_string(ending.code));

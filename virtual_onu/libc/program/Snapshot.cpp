@@ -111,6 +111,7 @@ void writeState() {
     // Where a change has come meanwhile the mark stays: whoever looks would take this state for the last one.
     if (!s.dirty) unsaved::clear();
     if (s.dirty) unsaved::mark();
+    unsaved::written();
     if (shown || s.complained.exchange(true)) return;
     program::say("the device's state can no longer be written to " + settings().snapshotFile + ": " +
                  std::strerror(error) +

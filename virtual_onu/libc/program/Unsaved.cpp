@@ -14,10 +14,14 @@ namespace virtual_onu::unsaved {
 
 namespace {
 
-using Place = std::atomic<std::int32_t>;
-static_assert(sizeof(Place) == 4 && Place::is_always_lock_free, "the tool reads the page too");
+struct SharedPlace {
+    std::atomic<std::int32_t> process;
+    std::atomic<std::uint32_t> written;
+};
+static_assert(sizeof(SharedPlace) == sizeof(Place) && std::atomic<std::int32_t>::is_always_lock_free,
+              "the tool reads the page too");
 
-Place* page = nullptr;
+SharedPlace* page = nullptr;
 
 }  // namespace
 
@@ -30,7 +34,7 @@ void begin() {
     const std::size_t size = kPlaces * sizeof(Place);
     if (fstat(fd, &found) == 0 && static_cast<std::size_t>(found.st_size) >= size) {
         void* place = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-        if (place != MAP_FAILED) page = static_cast<Place*>(place);
+        if (place != MAP_FAILED) page = static_cast<SharedPlace*>(place);
     }
     real::close(fd);
 }
@@ -40,7 +44,7 @@ void mark() {
     const std::int32_t own = getpid();
     for (int i = 0; i < kPlaces; ++i) {
         std::int32_t found = 0;
-        if (page[i].compare_exchange_strong(found, own) || found == own) return;
+        if (page[i].process.compare_exchange_strong(found, own) || found == own) return;
     }
 }
 
@@ -48,8 +52,15 @@ void clear() {
     if (page == nullptr) return;
     for (int i = 0; i < kPlaces; ++i) {
         std::int32_t own = getpid();
-        if (page[i].compare_exchange_strong(own, 0)) return;
+        if (page[i].process.compare_exchange_strong(own, 0)) return;
     }
+}
+
+void written() {
+    if (page == nullptr) return;
+    const std::int32_t own = getpid();
+    for (int i = 0; i < kPlaces; ++i)
+        if (page[i].process == own) ++page[i].written;
 }
 
 }  // namespace virtual_onu::unsaved

@@ -3,14 +3,23 @@
 #ifndef VIRTUAL_ONU_UNSAVED_H
 #define VIRTUAL_ONU_UNSAVED_H
 
+#include <cstdint>
+
 namespace virtual_onu::unsaved {
 
-// The page: the numbers of the processes that have unsaved changes, 0 for a free place, each a 32-bit word.
+// The page: places of two 32-bit words, the number of a process that has unsaved changes (0 for a free place) and how
+// often it has written its snapshot since. A program that never rests always has changes: of two writes the second one
+// holds all that there was when the first one ended.
 constexpr int kPlaces = 1024;
+struct Place {
+    std::int32_t process;
+    std::uint32_t written;
+};
 
 void begin();  // without a run's folder, or a page in it, the others do nothing
 void mark();   // takes no lock
 void clear();
+void written();  // a snapshot is in place, but not with all changes
 
 }  // namespace virtual_onu::unsaved
 

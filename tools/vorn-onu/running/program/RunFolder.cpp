@@ -11,14 +11,15 @@
 
 #include <nlohmann/json.hpp>
 
+#include "libc/program/Unsaved.h"
 #include "running/program/HalOutput.h"
 
 namespace vorn_onu {
 
 namespace {
 
-// In the page that the processes share: the numbers of those with unsaved changes, 0 for a free place.
-constexpr std::size_t kPlaces = 1024;
+using virtual_onu::unsaved::kPlaces;
+using UnsavedPlace = virtual_onu::unsaved::Place;
 
 std::optional<BoardOwner> ownerIn(const std::string& path) {
     std::ifstream file(path);
@@ -31,7 +32,7 @@ std::optional<BoardOwner> ownerIn(const std::string& path) {
 
 RunFolder::RunFolder() : path_(ownDirectory() + "/exec-XXXXXX") {
     if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error(path_ + ": " + std::strerror(errno));
-    std::ofstream(file("unsaved")) << std::string(kPlaces * sizeof(std::int32_t), '\0');
+    std::ofstream(file("unsaved")) << std::string(kPlaces * sizeof(UnsavedPlace), '\0');
 }
 
 RunFolder::~RunFolder() {
@@ -53,11 +54,12 @@ std::vector<BoardOwner> RunFolder::aside() const {
     return owners;
 }
 
-bool RunFolder::isStateBehind() const {
+std::map<pid_t, std::uint32_t> RunFolder::unwritten() const {
+    std::map<pid_t, std::uint32_t> found;
     std::ifstream page(file("unsaved"), std::ios::binary);
-    for (std::int32_t process = 0; page.read(reinterpret_cast<char*>(&process), sizeof process);)
-        if (process != 0 && (kill(process, 0) == 0 || errno != ESRCH)) return true;
-    return false;
+    for (UnsavedPlace place{}; page.read(reinterpret_cast<char*>(&place), sizeof place);)
+        if (place.process != 0 && (kill(place.process, 0) == 0 || errno != ESRCH)) found[place.process] = place.written;
+    return found;
 }
 
 HalPresence RunFolder::hal() const {

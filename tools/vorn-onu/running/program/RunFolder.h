@@ -4,6 +4,8 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -36,7 +38,9 @@ public:
     std::optional<BoardOwner> shown() const;  // whose board the snapshot shows
     std::vector<BoardOwner> aside() const;    // whose boards it does not
     HalPresence hal() const;
-    bool isStateBehind() const;  // a process that runs has changes that are not in its snapshot yet
+    // The processes that run and have changes that are not in their snapshot yet, with the number of their writes so
+    // far.
+    std::map<pid_t, std::uint32_t> unwritten() const;
 
 private:
     std::string path_;

@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <ctime>
@@ -21,7 +22,7 @@ constexpr milliseconds kLook{20};       // how often it is looked whether proces
 constexpr milliseconds kRest{200};      // a pipeline's other ends, say, end just after the program
 constexpr milliseconds kGrace{2000};    // for what is left of a program that was asked to end
 constexpr milliseconds kKilling{5000};  // a process in the middle of a disk access can take its time
-constexpr milliseconds kSaving{10000};  // only a stopped process, or a busy machine, takes that long
+constexpr milliseconds kSaving{5000};   // a stopped process takes this long
 constexpr long kSameRequestNs = 300000000;
 
 bool isFromTerminal(const siginfo_t& signal) {
@@ -58,10 +59,21 @@ void Supervisor::reap() {
     if (!code_ && waitpid(program_, nullptr, WNOHANG) < 0 && errno == ECHILD) code_ = 0;
 }
 
+// One that never rests always has changes. The write that runs now may lack the last ones; the next one has them.
+void Supervisor::waitForState() const {
+    const auto end = Clock::now() + kSaving;
+    const auto before = unwritten_();
+    const auto lacksSome = [&before](const auto& now) {
+        const auto then = before.find(now.first);
+        return then != before.end() && now.second - then->second < 2;
+    };
+    for (auto now = before; std::any_of(now.begin(), now.end(), lacksSome) && Clock::now() < end; now = unwritten_())
+        std::this_thread::sleep_for(kLook);
+}
+
 // The terminal tells every process of the tool's own group by itself.
 void Supervisor::passOn(const siginfo_t& signal) const {
-    const auto end = Clock::now() + kSaving;
-    while (isBehind_() && Clock::now() < end) std::this_thread::sleep_for(kLook);
+    waitForState();
     std::set<pid_t> groups;
     for (const Process& one : processesBelow()) {
         if (one.group != getpgrp())
@@ -116,10 +128,9 @@ std::vector<Process> Supervisor::leftInBackground() {
     return left;
 }
 
-Ending Supervisor::waitFor(pid_t program, const std::function<bool()>& isBehind,
-                           const std::function<void()>& meanwhile) {
+Ending Supervisor::waitFor(pid_t program, const Unwritten& unwritten, const std::function<void()>& meanwhile) {
     program_ = program;
-    isBehind_ = isBehind;
+    unwritten_ = unwritten;
     std::optional<Clock::time_point> patience;
     while (true) {
         reap();

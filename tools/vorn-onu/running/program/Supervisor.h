@@ -5,7 +5,9 @@
 #include <sys/types.h>
 
 #include <csignal>
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -32,19 +34,22 @@ public:
     const sigset_t& before() const { return before_; }  // the signals that were blocked until then
     // Whether the end is that of the program and everything that it has put into the background.
     void waitForAll(bool all) { all_ = all; }
-    // Until the program has ended. meanwhile() is called every tenth of a second, if there is one. Before a signal is
-    // passed on, which may end the program, it gets up to a second for as long as isBehind() says that its state is not
-    // written.
-    Ending waitFor(pid_t program, const std::function<bool()>& isBehind, const std::function<void()>& meanwhile);
+    // The processes whose state is not written, with the number of their writes so far.
+    using Unwritten = std::function<std::map<pid_t, std::uint32_t>()>;
+    // Until the program has ended. meanwhile() is called every tenth of a second, if there is one. A signal may end the
+    // program: before it is passed on, each process gets time, up to some seconds, to write the state that it has by
+    // then.
+    Ending waitFor(pid_t program, const Unwritten& unwritten, const std::function<void()>& meanwhile);
 
 private:
     void reap();
     void take(const siginfo_t& signal);
     void passOn(const siginfo_t& signal) const;
+    void waitForState() const;
     void killAll();
     std::vector<Process> leftInBackground();
 
-    std::function<bool()> isBehind_;
+    Unwritten unwritten_;
     sigset_t before_;
     sigset_t awaited_;
     pid_t program_ = 0;
