@@ -9,26 +9,27 @@ _vorn_onu() {
     fi
     case $command in
         run) options="--trace --json --board --report --audit --pcap --hal-output --real-time --quiet --strict --junit --jobs
-                      --stay --name --tap" ;;
+                      --stay --name --tap --after-step --forwarding" ;;
         send) options="--from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source --destination
                        --after-step --json --payload --both-ways --pcap-in --pcap" ;;
-        audit) options="--strict --after-step --json" ;;
+        audit) options="--strict --after-step --forwarding --json" ;;
         omci) options="--listen --until --from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source
                        --destination --payload --both-ways --json --report --pcap --record --quiet --name --audit --tap
-                       --strict --layout --mic --capture --log --values --bytes --class --instance --type" ;;
+                       --forwarding --strict --layout --mic --capture --log --values --bytes --class --instance --type" ;;
         info | diff | ls) options="--json" ;;
         at) options="--json --port --follow --failed --last --from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source
                     --destination --payload --both-ways" ;;
         help) options="--man" ;;
-        exec) options="--trace --json --board --report --pcap --hal-output --record --name --tap --quiet" ;;
+        exec) options="--trace --json --board --report --pcap --hal-output --record --forwarding --name --tap --quiet" ;;
         *) options="" ;;
     esac
     case $command:$before in
+        *:--forwarding) COMPREPLY=($(compgen -W "contract g988" -- "$word")) ;;
         omci:--listen) COMPREPLY=($(compgen -W "unix: udp:127.0.0.1:" -- "$word")) ;;
         send:--from | omci:--from) COMPREPLY=($(compgen -W "sid0 sid1 sid2 sid3 sid4 sid5 sid6 sid7 eth0 eth1 veip0" -- "$word")) ;;
         send:--ethertype | omci:--ethertype) COMPREPLY=($(compgen -W "ipv4 ipv6 arp 0x8863 0x8864" -- "$word")) ;;
         send:--protocol | omci:--protocol) COMPREPLY=($(compgen -W "igmp udp tcp" -- "$word")) ;;
-        send:--vlan | send:--pbits | send:--tpid | send:--dscp | send:--source | send:--destination | send:--after-step | audit:--after-step | send:--payload) ;;
+        send:--vlan | send:--pbits | send:--tpid | send:--dscp | send:--source | send:--destination | send:--after-step | audit:--after-step | run:--after-step | send:--payload) ;;
         omci:--mic) COMPREPLY=($(compgen -W "crc cmac: none" -- "$word")) ;;
         omci:--class | omci:--instance | omci:--type) ;;
         omci:--vlan | omci:--pbits | omci:--tpid | omci:--dscp | omci:--source | omci:--destination | omci:--payload | omci:--until) ;;
