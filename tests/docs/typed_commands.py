@@ -1,0 +1,121 @@
+#!/usr/bin/env python3
+"""Types the commands of the documents, in a folder with scenarios/, and compares what they print.
+
+    typed_commands.py SOURCE TOOL DAEMON
+
+Typed are the blocks marked `sh` (commands alone, each must end with 0) and `console` (a command follows "$ ", then what it
+prints; "..." is any number of lines). A page is one session of bash. What comes with a time, in its line, may have other
+numbers; empty lines, and spaces that align columns, do not count.
+"""
+
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+
+BLOCK = re.compile(r"^```(sh|console)\n(.*?)^```", re.MULTILINE | re.DOTALL)
+TIME = re.compile(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ")
+MARK = "@@ {} @@"
+
+PROLOGUE = """
+set -m
+exec 2>&1 </dev/null
+# A reader waits for the board that he has started before he asks for it.
+board_is_there() { for _ in {1..200}; do vorn-onu ls --json | grep -q '"name"' && return; sleep 0.1; done; return 1; }
+trap 'kill $(jobs -p) 2>/dev/null; wait' EXIT
+"""
+
+
+def commands_of(page):
+    """(line, command, expected lines or None) of each command."""
+    text = page.read_text()
+    for block in BLOCK.finditer(text):
+        line = text[: block.start()].count("\n") + 2
+        expected = None
+        for number, words in enumerate(block.group(2).rstrip("\n").split("\n"), line):
+            if block.group(1) == "sh":
+                if words.strip():
+                    yield number, words, None
+            elif words.startswith("$ "):
+                expected = []
+                yield number, words[2:], expected
+            else:
+                expected.append(words)
+
+
+def normal(line):
+    words = " ".join(line.split())
+    return re.sub(r"\d+", "#", TIME.sub("TIME", words)) if TIME.search(words) else words
+
+
+def fits(expected, printed):
+    """The lines of a document, where "..." is any number of lines."""
+    pattern = "".join(r"(?:.*\n)*?" if line.strip() == "..." else re.escape(normal(line)) + "\n" for line in expected if line)
+    return re.fullmatch(pattern, "".join(normal(line) + "\n" for line in printed)) is not None
+
+
+def typed(commands):
+    """The script of a session: each command, then a mark with its result."""
+    script = PROLOGUE
+    for number, (_, command, _) in enumerate(commands):
+        if re.search(r"&\s*(#.*)?$", command):
+            started = re.sub(r"&\s*(#.*)?$", f">background.{number} &", command)
+            script += f"{started}\nboard_is_there\n"
+        else:
+            script += f"{command}\n"
+        script += f"printf '\\n{MARK.format('%d %d')}\\n' {number} $?\n"
+    return script
+
+
+def faults_of(page, folder, environment):
+    commands = list(commands_of(page))
+    if not commands:
+        return []
+    try:
+        session = subprocess.run(["bash", "-c", typed(commands)], cwd=folder, env=environment, text=True, timeout=240,
+                                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
+    except subprocess.TimeoutExpired as late:
+        return [f"{page.name}: the session did not end; it had printed:\n{(late.stdout or b'').decode()[-2000:]}"]
+    faults = []
+    rest = session.stdout
+    for number, (line, command, expected) in enumerate(commands):
+        printed, mark, behind = rest.partition(f"\n@@ {number} ")
+        where = f"{page.name}:{line}: {command}"
+        if not mark:
+            return faults + [f"{where}\n  the session ended:\n{printed}"]
+        result, _, rest = behind.partition(" @@\n")
+        lines = [each for each in printed.split("\n") if each]
+        printed = "\n".join(lines[:30])
+        if expected is None and result != "0":
+            faults.append(f"{where}\n  ended with {result}:\n{printed}")
+        if expected is not None and not fits(expected, lines):
+            faults.append(f"{where}\n  prints\n{printed}\n  and not\n" + "\n".join(expected))
+    return faults
+
+
+def main():
+    source, tool, daemon = (pathlib.Path(argument).resolve() for argument in sys.argv[1:4])
+    pages = [source / "README.md", *sorted((source / "docs").glob("*.md"))]
+    faults, count = [], 0
+    for page in pages:
+        with tempfile.TemporaryDirectory(prefix="vorn-docs-") as name:
+            folder = pathlib.Path(name)
+            shutil.copytree(source / "scenarios", folder / "scenarios")
+            for own in ("my-daemon", "my-omci-daemon"):  # the reader's own daemon, with any options
+                (folder / own).write_text(f'#!/bin/sh\nexec "{daemon}"\n')
+                (folder / own).chmod(0o755)
+            shutil.copy(source / "scenarios/internet.json", folder / "scenario.json")
+            shutil.copy(source / "scenarios/omci/internet.pcap", folder / "capture.pcap")
+            environment = dict(os.environ, PATH=f"{tool.parent}:{daemon.parent}:{os.environ['PATH']}", TMPDIR=name,
+                               XDG_RUNTIME_DIR=name, COLUMNS="120", LC_ALL="C.UTF-8")
+            faults += faults_of(page, folder, environment)
+            count += len(list(commands_of(page)))
+    print("\n".join(faults) or f"{count} commands do what their pages say")
+    return 1 if faults or count == 0 else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
