@@ -98,7 +98,7 @@ def faults_of(page, folder, environment):
 
 def main():
     source, tool, daemon = (pathlib.Path(argument).resolve() for argument in sys.argv[1:4])
-    pages = [source / "README.md", *sorted((source / "docs").glob("*.md"))]
+    pages = sorted((source / "docs").glob("*.md"))
     faults, count = [], 0
     for page in pages:
         with tempfile.TemporaryDirectory(prefix="vorn-docs-") as name:

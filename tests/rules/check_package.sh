@@ -163,7 +163,7 @@ fi
 # ---- what the tool's man page and completion know ----
 
 tool=("${emulator[@]}" "$prefix/bin/vorn-onu")
-commands=$("${tool[@]}" --help | awk '/^Subcommands:/ {on = 1; next} !NF {on = 0} on {print $1}')
+commands=$("${tool[@]}" --help | awk '/^Subcommands:/ {on = 1; next} !NF {on = 0} on && /^  [^ ]/ {print $1}')
 [ -n "$commands" ] || fail "vorn-onu --help names no commands"
 # shellcheck disable=SC1091
 . "$prefix/share/bash-completion/completions/vorn-onu"

@@ -2,11 +2,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <sstream>
 
 #include "support/Programs.h"
 #include "tools/vorn-onu/RunProgram.h"
+#include "views/Terminal.h"
 
 namespace {
+
+using vorn_onu::widthOf;
 
 TEST(CommandLine, WhatMakesNoSenseIsRefusedInOneLineThatSaysWhatIsMeant) {
     const struct {
@@ -46,6 +50,23 @@ TEST(CommandLine, HelpVersionAndHelpOfACommandAreAnswered) {
     EXPECT_EQ(send.code, 0);
     EXPECT_NE(send.output.find("--after-step N"), std::string::npos) << send.output;
     EXPECT_EQ(send.output, runProgram({kTool, "send", "--help"}).output);
+}
+
+// Descriptions are broken in their column. Only a command to copy may be wider.
+TEST(CommandLine, HelpIsNoWiderThanTheWindow) {
+    for (const std::string command : {"run", "send", "audit", "omci", "exec", "ls", "at", "diff", "info", "schema"}) {
+        const ProgramResult help = runProgram({"env", "COLUMNS=60", kTool, command, "--help"});
+        ASSERT_EQ(help.code, 0) << help.output;
+        std::istringstream lines(help.output);
+        for (std::string line; std::getline(lines, line);)
+            EXPECT_TRUE(widthOf(line) <= 60 || line.rfind("  vorn-onu", 0) == 0) << command << ": " << line;
+    }
+    const std::string help = runProgram({"env", "COLUMNS=60", kTool, "help", "run"}).output;
+    EXPECT_NE(help.find("  --quiet                     show failures only\n"), std::string::npos) << help;
+    EXPECT_NE(help.find("  --json FILE                 write steps and device state\n"
+                        "                              as JSON; - is standard output\n"),
+              std::string::npos)
+        << help;
 }
 
 TEST(CommandLine, AFrameFromAPortThatIsNotThereIsBadInputAndThePortsAreNamed) {

@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "commands/Commands.h"
+#include "commands/HelpFormat.h"
 #include "running/io/Output.h"
 #include "running/scenario/fields/Problem.h"
 
@@ -74,11 +75,22 @@ std::string usageOf(const CLI::App& command) {
 }  // namespace
 
 const std::vector<Topic>& commonTopics() {
-    static const std::vector<Topic> topics = {{"Exit codes",
-                                               {{"0", "all expectations held"},
-                                                {"1", "one did not"},
-                                                {"2", "bad input, or an output that cannot be written"}}},
-                                              {"Environment", {{"NO_COLOR", "no colours on a terminal"}}}};
+    static const std::vector<Topic> topics = {
+        {"Exit codes",
+         {{"0", "all expectations held"},
+          {"1", "one did not"},
+          {"2", "bad input, or an output that cannot be written"}}},
+        {"Environment",
+         {{"NO_COLOR", "no colours on a terminal"},
+          {"COLUMNS", "the width of what is shown, where there is no window"},
+          {"TMPDIR", "where logs, snapshots and sockets are, otherwise /tmp"},
+          {"XDG_RUNTIME_DIR", "where the sockets of boards are instead"},
+          {"VORN_HAL_FORWARDING", "contract or g988, where --forwarding is not given"},
+          {"VORN_HAL_STATE", "the HAL's state file, for a daemon that names none"}}},
+        {"Files",
+         {{"$TMPDIR/vorn-onu.UID", "logs and snapshots of programs, and boards/"},
+          {"$XDG_RUNTIME_DIR/vorn-onu", "sockets of boards that others can reach"},
+          {"/usr/share/doc/vorn-onu", "documents and scenarios"}}}};
     return topics;
 }
 
@@ -113,7 +125,8 @@ CLI::Validator numberFrom(int lowest) {
 CommandLine::CommandLine() : app_(std::make_unique<CLI::App>(kDescription, kName)) {
     app_->set_version_flag("--version", std::string(kName) + " " + VORN_VERSION, "show the version and end");
     app_->set_help_flag("-h,--help", "show this help and end");
-    app_->require_subcommand(0, 1);  // the second word of "help send" is no command
+    app_->formatter(helpFormat());  // the commands inherit it
+    app_->require_subcommand(0, 1);                   // the second word of "help send" is no command
     for (const AddCommand add : kCommands) {
         commands_.push_back(add(*app_));
         commands_.back().app->set_help_flag("-h,--help", "show this help and end");

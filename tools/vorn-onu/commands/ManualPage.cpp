@@ -124,7 +124,7 @@ std::string manualPage(const CLI::App& app) {
     }
     text += ".SH EXAMPLES\n.nf\n";
     for (const std::string& line : examples()) text += troff(line) + "\n";
-    return text + ".fi\n";
+    return text + ".fi\n.SH SEE ALSO\n.BR wireshark (1),\n.BR ip\\-netns (8),\n.BR pytest (1)\n";
 }
 
 }  // namespace vorn_onu
