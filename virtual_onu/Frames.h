@@ -72,7 +72,7 @@ struct VIRTUAL_ONU_API NearestRule {
     std::uint32_t rule = 0;
     std::string text;                  // of the rule
     std::vector<std::string> against;  // "p-bits are 3, not 5"
-    // "rule 7 would take it, but p-bits are 3, not 5"
+    // "rule 7 (rxdev=sid1.3 vid0=100 pbits0=5) would take it, but p-bits are 3, not 5"
     std::string words() const;
 };
 

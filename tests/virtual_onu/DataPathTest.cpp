@@ -453,7 +453,7 @@ TEST_F(DataPath, WhatNoRuleTakesNamesTheNearestRule) {
         const auto nearest = onu().sendFromPort("sid0", what).hops.at(0).nearest;
         return nearest ? nearest->words() : "none";
     };
-    const std::string first = "rule " + std::to_string(near) + " would take it, but ";
+    const std::string first = "rule " + std::to_string(near) + " (rxdev=sid0.3 vid0=100 pbits0=5) would take it, but ";
     EXPECT_EQ(nearestTo(frame({tag(100, 3)})), first + "p-bits are 3, not 5");
     EXPECT_EQ(nearestTo(frame({tag(101, 5)})), first + "VID is 101, not 100");
     EXPECT_NE(nearestTo(frame({tag(200, 0)})).find("EtherType"), std::string::npos) << nearestTo(frame({tag(200, 0)}));

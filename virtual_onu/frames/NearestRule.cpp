@@ -108,7 +108,8 @@ std::string NearestRule::words() const {
     std::string reasons;
     for (std::size_t i = 0; i < against.size(); ++i)
         reasons += (i == 0 ? "" : i + 1 < against.size() ? ", " : " and ") + against[i];
-    return "rule " + std::to_string(rule) + " would take it, but " + reasons;
+    const std::string filters = text.substr(0, text.find(" | "));  // by which it is found among the rules of the table
+    return "rule " + std::to_string(rule) + " (" + filters + ") would take it, but " + reasons;
 }
 
 }  // namespace virtual_onu

@@ -30,7 +30,8 @@ std::vector<std::string> hopLines(const virtual_onu::Walk& walk);
 
 std::string exitWords(const virtual_onu::Exit& exit);  // "GEM port 1001, T-CONT 0, queue 2: VID 100 p0, IPv4"
 std::string dropWords(const virtual_onu::Drop& drop);  // "dropped at gpon3: no rule matches, the default drops"
-// The same and, where no rule fitted, the nearest one: "...; rule 7 would take it, but p-bits are 3, not 5".
+// The same and, where no rule fitted, the nearest one: "...; rule 7 (vid0=100 pbits0=5) would take it, but p-bits are
+// 3, not 5".
 std::string dropWords(const virtual_onu::Walk& walk, const virtual_onu::Drop& drop);
 // All of it in one line: where it leaves, or the reasons why it does not.
 std::string verdictOf(const virtual_onu::Walk& walk);
