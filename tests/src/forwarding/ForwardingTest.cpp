@@ -1,5 +1,4 @@
 // Forwarding by G.988 as a daemon gets it: chosen, provisioned, changed, taken back, failing, restarted.
-#include <csetjmp>
 #include <cstdlib>
 #include <memory>
 #include <set>
@@ -10,6 +9,7 @@
 #include "hal/HalForwarding.h"
 #include "platform/vlanctl.h"
 #include "src/restart/Daemon.h"
+#include "src/restart/Killing.h"
 #include "support/StdoutCapture.h"
 
 namespace {
@@ -305,21 +305,6 @@ TEST_F(Forwarding, TablesComeBackAndACleanDeviceHasNoRules) {
 
 // Killed after one call into the device or another, the operation is made again.
 TEST_F(Forwarding, KilledWithinAnOperationItEndsAsIfNothingHadBeen) {
-    const auto killAt = [&](Daemon& daemon, std::size_t call, unsigned deviceCall) {
-        static std::jmp_buf end;
-        unsigned made = 0;
-        // NOLINTNEXTLINE(cert-err52-cpp): nothing of the daemon's is to run any more
-        if (setjmp(end) != 0) {
-            onu().onTrace(nullptr);
-            return true;
-        }
-        onu().onTrace([&made, deviceCall](const virtual_onu::TraceEntry&) {
-            if (++made == deviceCall) std::longjmp(end, 1);  // NOLINT(cert-err52-cpp)
-        });
-        make(daemon, call, call + 1);
-        onu().onTrace(nullptr);
-        return false;
-    };
     constexpr unsigned kEvery = 7;
     std::vector<nlohmann::json> whole;
     {
@@ -340,7 +325,9 @@ TEST_F(Forwarding, KilledWithinAnOperationItEndsAsIfNothingHadBeen) {
                 choose(first, kG988);
                 ASSERT_EQ(first.open(state()), 0);
                 make(first, 0, call);
-                if (!killAt(first, call, deviceCall)) break;
+                if (!killAt(
+                        first, [&](VornHal&) { make(first, call, call + 1); }, deviceCall))
+                    break;
             }
             Daemon second(folder_);
             choose(second, kG988);

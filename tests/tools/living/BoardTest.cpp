@@ -204,7 +204,7 @@ TEST_F(Board, InAFileGoesOnUnderItsNameWithTheNextProgram) {
     EXPECT_EQ(tool({"at", "lab", "board", "links.sid1=down"}).code, 0);
     const pid_t program = BoardClient(socket()).ask({{"do", "hello"}}).at("board").at("process");
     kill(program, SIGKILL);
-    EXPECT_EQ(run->exitCode(), 128 + SIGKILL);
+    EXPECT_EQ(run->exitCode(), 128 + SIGKILL) << run->output();
 
     run = start({"exec", "--quiet", "--name", "lab", "--board", file, "--", kTestDaemon, "cycle"});
     ASSERT_TRUE(boardAnswers(socket())) << run->output();

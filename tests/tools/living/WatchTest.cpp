@@ -109,7 +109,8 @@ TEST_P(Watching, FitsTheWindowFollowsItsSizeAndLeavesItClean) {
     TerminalSession session({kTool, "at", "lab", "watch"}, sizeOf(columns, 30));
     ASSERT_TRUE(becomesTrue([&] {
         const std::string text = windowOf(session).text();
-        return text.find("vlanCtl_") != std::string::npos && text.find("2000") != std::string::npos;
+        return text.find("vlanCtl_") != std::string::npos && text.find("2000") != std::string::npos &&
+               text.find("q ends") != std::string::npos;  // all of it has been drawn
     })) << session.output();
     Window window = windowOf(session);
     EXPECT_TRUE(window.other);
@@ -137,6 +138,21 @@ TEST_P(Watching, FitsTheWindowFollowsItsSizeAndLeavesItClean) {
     })) << small.text();
     EXPECT_LE(small.widest, 60U);
     EXPECT_NE(small.text().find("Last calls"), std::string::npos) << small.text();
+
+    const auto showsNow = [&session](const std::string& wanted, const std::string& unwanted) {
+        return becomesTrue([&] {
+            Window now;
+            now.take(lastDrawing(session.output()));
+            return now.text().find(wanted) != std::string::npos &&
+                   (unwanted.empty() || now.text().find(unwanted) == std::string::npos);
+        });
+    };
+    EXPECT_TRUE(showsNow("GEM ports (1 to 1 of 2)", ""));
+    session.type('j');
+    EXPECT_TRUE(showsNow("GEM ports (2 to 2 of 2)", ""));
+    for (const char key : {'k', '/', '2', '0', '0', '0', '\n', 's'}) session.type(key);
+    EXPECT_TRUE(showsNow("  2000", "sid0 ")) << session.output();
+    EXPECT_TRUE(showsNow("sorts by name", ""));
 
     session.type('q');
     EXPECT_EQ(session.exitCode(), 0);

@@ -127,10 +127,42 @@ bool wantsColour() {
     return noColour == nullptr || *noColour == '\0';
 }
 
-void draw(const Screen& screen, const Watch& watch) {
+void draw(const Screen& screen, const Watch& watch, WatchChoice& choice) {
     const Screen::Size size = screen.size();
-    screen.draw(watchLines(watch.watched(), size.rows, size.columns, wantsColour()));
+    screen.draw(watchLines(watch.watched(), choice, size.rows, size.columns, wantsColour()));
 }
+
+// The keys that the last line of the view names. An arrow is three characters.
+class Keys {
+public:
+    WatchChoice& choice() { return choice_; }
+    // False where the key ends the view.
+    bool take(char key) {
+        if (choice_.isTyping) {
+            type(key);
+            return true;
+        }
+        const bool isArrow = before_ == "\x1b[";
+        before_ = key == '\x1b' ? "\x1b" : before_ == "\x1b" && key == '[' ? "\x1b[" : "";
+        if (isArrow ? key == 'B' : key == 'j') ++choice_.scrolled;
+        if ((isArrow ? key == 'A' : key == 'k') && choice_.scrolled > 0) --choice_.scrolled;
+        if (key == '/') choice_.isTyping = true;
+        if (key == 's') choice_.byTraffic = !choice_.byTraffic;
+        return key != 'q' && key != 'Q';
+    }
+
+private:
+    void type(char key) {
+        constexpr std::size_t kMaxFilter = 60;
+        if (key == '\r' || key == '\n' || key == '\x1b') choice_.isTyping = false;
+        if (key == '\x1b') choice_.filter.clear();
+        if ((key == '\b' || key == '\x7f') && !choice_.filter.empty()) choice_.filter.pop_back();
+        if (static_cast<unsigned char>(key) >= ' ' && key != '\x7f' && choice_.filter.size() < kMaxFilter)
+            choice_.filter += key;
+    }
+    WatchChoice choice_;
+    std::string before_;  // of an arrow's characters
+};
 
 }  // namespace
 
@@ -138,15 +170,17 @@ int AtWatchCommand::run() const {
     return tried("watch", [this] {
         Watch watch(name);
         Screen screen;
+        Keys keys;
         while (true) {
             watch.look();
-            draw(screen, watch);
+            draw(screen, watch, keys.choice());
             const auto end = Clock::now() + std::chrono::milliseconds(kRefreshMs);
             while (Clock::now() < end) {
                 const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
                 const Screen::Event event = screen.wait(static_cast<int>(left) + 1);
                 if (event == Screen::Event::End || !lostOutput().empty()) return kHeld;
-                if (event == Screen::Event::Resized) draw(screen, watch);
+                if (event == Screen::Event::Key && !keys.take(screen.key())) return kHeld;
+                if (event != Screen::Event::Nothing) draw(screen, watch, keys.choice());
             }
         }
     });

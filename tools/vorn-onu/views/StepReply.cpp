@@ -63,8 +63,9 @@ std::string stepReplyText(const json& step, const Terminal& terminal) {
     if (!words.empty()) line += "  " + words;
     if (!answer.empty() && !step.contains("walk")) line += "  = " + answer;
     if (!effects.empty()) line += "  → " + effects;
-    std::string text =
-        (passed ? terminal.green("✓") : terminal.red("✗")) + " " + hanging(line, terminal.width(), 2) + "\n";
+    // Where a frame went says its own line; that nothing else was asked for is no success.
+    const std::string mark = !passed ? terminal.red("✗") : step.contains("way") ? " " : terminal.green("✓");
+    std::string text = mark + " " + hanging(line, terminal.width(), 2) + "\n";
     if (step.contains("way")) text += wayText(step.at("way"), terminal);
     for (const json& warning : step.at("warnings"))
         text += "  " + terminal.yellow(hanging(warning.get<std::string>(), terminal.width(), 2)) + "\n";

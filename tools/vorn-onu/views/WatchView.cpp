@@ -27,8 +27,12 @@ constexpr std::size_t kMaxWarningsShown = 4;
 
 // Columns of their own widths, each as wide as its widest cell; the first is aligned to the left, numbers to the right.
 struct Columns {
+    struct Row {
+        Cells cells;
+        std::uint64_t frames = 0;  // since the look before
+    };
     Cells headings;
-    std::vector<Cells> rows;
+    std::vector<Row> rows;
     std::size_t textColumns = 1;  // so many are aligned to the left
 };
 
@@ -38,10 +42,24 @@ std::string padded(const std::string& text, std::size_t width, bool left) {
     return left ? text + blanks : blanks + text;
 }
 
-std::vector<std::string> linesOf(const Columns& columns) {
+std::string joinedWith(const std::vector<std::string>& parts, const std::string& between) {
+    std::string text;
+    for (const std::string& part : parts) text += (text.empty() ? "" : between) + part;
+    return text;
+}
+
+bool holds(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+std::vector<std::string> linesOf(Columns columns, const WatchChoice& choice) {
+    if (choice.byTraffic)
+        std::stable_sort(columns.rows.begin(), columns.rows.end(),
+                         [](const Columns::Row& a, const Columns::Row& b) { return a.frames > b.frames; });
     std::vector<std::size_t> widths(columns.headings.size(), 0);
     std::vector<Cells> all = {columns.headings};
-    all.insert(all.end(), columns.rows.begin(), columns.rows.end());
+    for (const Columns::Row& row : columns.rows)
+        if (holds(joinedWith(row.cells, "  "), choice.filter)) all.push_back(row.cells);
     for (const Cells& row : all)
         for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], widthOf(row[i]));
     std::vector<std::string> lines;
@@ -82,6 +100,7 @@ public:
         return shortNumber(static_cast<double>(now_ - before_) * times / seconds_);
     }
     std::uint64_t value() const { return now_; }
+    std::uint64_t growth() const { return isKnown_ && now_ > before_ ? now_ - before_ : 0; }
 
 private:
     static std::uint64_t numberAt(const json& counters, const json::json_pointer& place) {
@@ -131,7 +150,7 @@ Columns portsOf(const Watched& watched, const DeviceState& state, bool wide) {
         const Cells cells = traffic(in, counter("rx_bytes"), out, counter("tx_bytes"), wide);
         row.insert(row.end(), cells.begin(), cells.end());
         row.push_back(std::to_string(dropped));
-        columns.rows.push_back(std::move(row));
+        columns.rows.push_back({std::move(row), in.growth() + out.growth()});
     }
     return columns;
 }
@@ -150,7 +169,7 @@ Columns gemPortsOf(const Watched& watched, const DeviceState& state, bool wide) 
         const Cells cells = traffic(counter(2), counter(3), counter(0), counter(1), wide);
         row.insert(row.end(), cells.begin(), cells.end());
         row.push_back(counter(6).total());
-        columns.rows.push_back(std::move(row));
+        columns.rows.push_back({std::move(row), counter(0).growth() + counter(2).growth()});
     }
     return columns;
 }
@@ -171,18 +190,12 @@ Columns tapsOf(const Watched& watched, bool wide) {
         row.insert(row.end(), cells.begin(), cells.end());
         row.push_back(counter("dropped").total());
         row.push_back(std::to_string(counter("lostIn").value() + counter("lostOut").value()));
-        columns.rows.push_back(std::move(row));
+        columns.rows.push_back({std::move(row), counter("framesIn").growth() + counter("framesOut").growth()});
     }
     return columns;
 }
 
-std::string joinedWith(const std::vector<std::string>& parts, const std::string& between) {
-    std::string text;
-    for (const std::string& part : parts) text += (text.empty() ? "" : between) + part;
-    return text;
-}
-
-std::vector<std::string> servicesLines(const DeviceState& state) {
+std::vector<std::string> servicesLines(const DeviceState& state, const WatchChoice& choice) {
     Columns columns{{"service", "GEM ports", "at its ports"}, {}, 3};
     for (const Service& service : servicesOf(state)) {
         std::vector<std::string> gemPorts, ends;
@@ -191,9 +204,9 @@ std::vector<std::string> servicesLines(const DeviceState& state) {
         for (const ServiceEnd& end : service.unis)
             ends.push_back(end.port + " " + joinedWith(vlansAt(service, end), ", "));
         columns.rows.push_back(
-            {service.name, gemPorts.empty() ? "-" : joinedWith(gemPorts, " "), joinedWith(ends, "; ")});
+            {{service.name, gemPorts.empty() ? "-" : joinedWith(gemPorts, " "), joinedWith(ends, "; ")}});
     }
-    return columns.rows.empty() ? std::vector<std::string>{"  none"} : linesOf(columns);
+    return columns.rows.empty() ? std::vector<std::string>{"  none"} : linesOf(std::move(columns), choice);
 }
 
 std::vector<std::string> warningsOf(const Watched& watched, const DeviceState& state) {
@@ -209,8 +222,9 @@ std::vector<std::string> warningsOf(const Watched& watched, const DeviceState& s
 struct Section {
     std::string title;
     std::vector<std::string> lines;
-    std::size_t least = 1;    // lines that are shown in any case
-    bool latestLast = false;  // the last lines are the ones that count
+    std::size_t least = 1;     // lines that are shown in any case
+    bool latestLast = false;   // the last lines are the ones that count
+    bool hasHeadings = false;  // its first line, which stays where the others are scrolled
     std::size_t shown = 0;
 };
 
@@ -249,41 +263,60 @@ private:
     std::vector<std::string> lines_;
 };
 
-void paint(Painter& painter, const Section& section, const char* code) {
+void paint(Painter& painter, const Section& section, std::size_t scrolled, const char* code) {
     const std::size_t hidden = section.lines.size() - section.shown;
-    painter.line(
-        section.title + (hidden > 0 && !section.latestLast ? " (and " + std::to_string(hidden) + " more lines)" : ""),
-        "1");
-    const std::size_t first = section.latestLast ? hidden : 0;
-    for (std::size_t i = first; i < first + section.shown; ++i) painter.line(section.lines[i], code);
+    const std::size_t first = section.latestLast ? hidden : std::min(scrolled, hidden);
+    const std::size_t headings = section.hasHeadings && section.shown > 0 ? 1 : 0;
+    const std::size_t last = first + section.shown - headings;
+    const std::string which = (last > first ? std::to_string(first + 1) + " to " + std::to_string(last) : "none") +
+                              " of " + std::to_string(section.lines.size() - headings);
+    painter.line(section.title + (hidden > 0 && !section.latestLast ? " (" + which + ")" : ""), "1");
+    if (headings == 1) painter.line(section.lines.front(), code);
+    for (std::size_t i = first + headings; i < first + section.shown; ++i) painter.line(section.lines[i], code);
+}
+
+std::string keysLine(const WatchChoice& choice) {
+    if (choice.isTyping) return "filter: " + choice.filter + "_  (Enter keeps it, Esc takes it away)";
+    return std::string("q ends  ↑ ↓ scroll  / filters  s sorts by ") + (choice.byTraffic ? "name" : "frames") +
+           (choice.filter.empty() ? "" : "  shown: lines with \"" + choice.filter + "\"");
 }
 
 }  // namespace
 
-std::vector<std::string> watchLines(const Watched& watched, std::size_t rows, std::size_t columns, bool colour) {
+std::vector<std::string> watchLines(const Watched& watched, WatchChoice& choice, std::size_t rows, std::size_t columns,
+                                    bool colour) {
     Painter painter(columns, colour);
     painter.line(watched.title, "1");
     if (!watched.problem.empty()) painter.line(watched.problem, "33");
     if (watched.device->is_null()) return painter.take(rows);
     const bool wide = columns >= kWide;
     const DeviceState state = readState(*watched.device);
-    std::vector<Section> sections = {{"Services", servicesLines(state), 3, false, 0},
-                                     {"Ports", linesOf(portsOf(watched, state, wide)), 3, false, 0}};
+    std::vector<Section> sections = {{"Services", servicesLines(state, choice), 3, false, true, 0},
+                                     {"Ports", linesOf(portsOf(watched, state, wide), choice), 3, false, true, 0}};
     if (!state.gemPorts.empty())
-        sections.push_back({"GEM ports", linesOf(gemPortsOf(watched, state, wide)), 3, false, 0});
+        sections.push_back({"GEM ports", linesOf(gemPortsOf(watched, state, wide), choice), 3, false, true, 0});
     if (watched.counters->is_object() && watched.counters->contains("taps"))
-        sections.push_back({"Real packets", linesOf(tapsOf(watched, wide)), 3, false, 0});
-    std::vector<std::string> warnings = warningsOf(watched, state);
-    for (std::string& line : warnings) line = "  " + line;
+        sections.push_back({"Real packets", linesOf(tapsOf(watched, wide), choice), 3, false, true, 0});
+    const auto indented = [&choice](const std::vector<std::string>& texts) {
+        std::vector<std::string> lines;
+        for (const std::string& text : texts)
+            if (holds(text, choice.filter)) lines.push_back("  " + text);
+        return lines;
+    };
+    const std::vector<std::string> warnings = indented(warningsOf(watched, state));
     if (!warnings.empty())
-        sections.push_back({"Warnings", warnings, std::min(warnings.size(), kMaxWarningsShown), false, 0});
-    Section calls{"Last calls, of " + std::to_string(state.calls), {}, kFewestCalls, true, 0};
-    for (const std::string& call : watched.calls) calls.lines.push_back("  " + call);
-    sections.push_back(std::move(calls));
+        sections.push_back({"Warnings", warnings, std::min(warnings.size(), kMaxWarningsShown), false, false, 0});
+    sections.push_back(
+        {"Last calls, of " + std::to_string(state.calls), indented(watched.calls), kFewestCalls, true, false, 0});
     const std::size_t around = (watched.problem.empty() ? 1U : 2U) + sections.size() + 1;  // titles, the line of keys
     share(sections, rows > around ? rows - around : 0);
-    for (const Section& section : sections) paint(painter, section, section.title == "Warnings" ? "33" : nullptr);
-    painter.line("q ends", "2");
+    std::size_t hidden = 0;
+    for (const Section& section : sections)
+        if (!section.latestLast) hidden = std::max(hidden, section.lines.size() - section.shown);
+    choice.scrolled = std::min(choice.scrolled, hidden);
+    for (const Section& section : sections)
+        paint(painter, section, choice.scrolled, section.title == "Warnings" ? "33" : nullptr);
+    painter.line(keysLine(choice), "2");
     return painter.take(rows);
 }
 

@@ -21,8 +21,18 @@ struct Watched {
     std::vector<std::string> calls;  // the last ones, the latest at the end
 };
 
-// Lines for a window of this size, painted where colour is set.
-std::vector<std::string> watchLines(const Watched& watched, std::size_t rows, std::size_t columns, bool colour);
+// What the reader wants to see of it.
+struct WatchChoice {
+    std::string filter;        // lines that hold it alone
+    bool isTyping = false;     // the filter
+    bool byTraffic = false;    // ports and GEM ports with the most frames a second first
+    std::size_t scrolled = 0;  // so many lines of each part
+};
+
+// Lines for a window of this size, painted where colour is set. What is scrolled further than the lines go is taken
+// back.
+std::vector<std::string> watchLines(const Watched& watched, WatchChoice& choice, std::size_t rows, std::size_t columns,
+                                    bool colour);
 
 }  // namespace vorn_onu
 

@@ -82,7 +82,7 @@ Screen::Event Screen::wait(int milliseconds) {
     }
     const ssize_t count = read(STDIN_FILENO, &key_, 1);
     if (count < 0 && errno == EINTR) return Event::Nothing;
-    if (count <= 0 || key_ == 'q' || key_ == 'Q' || key_ == kCtrlC) return Event::End;
+    if (count <= 0 || key_ == kCtrlC) return Event::End;
     return Event::Key;
 }
 

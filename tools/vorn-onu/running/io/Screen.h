@@ -16,7 +16,7 @@ public:
     struct Size {
         std::size_t rows = 24, columns = 80;
     };
-    enum class Event { Nothing, Key, Resized, End };  // End: q, Ctrl-C, or a signal that asks for it
+    enum class Event { Nothing, Key, Resized, End };  // End: Ctrl-C, or a signal that asks for it
 
     // Takes the window over, and SIGINT, SIGTERM, SIGHUP, SIGQUIT and SIGWINCH as events. Throws std::runtime_error
     // where standard input or output is no terminal.
