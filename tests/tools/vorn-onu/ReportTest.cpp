@@ -178,6 +178,15 @@ TEST(ReportFailedCalls, SayWhatCameBackInWhichStepAndWhy) {
     ASSERT_EQ(words.size(), 2u) << "the third call is of no step";
     EXPECT_NE(words[0].sentence().find("), twice, in step 4"), std::string::npos) << words[0].sentence();
     EXPECT_EQ(failedCallWords({again}, {})[0].step, "") << "nothing is known of steps";
+    const auto alike = failedCallWords({{1, "vlanCtl_createVlanFlows", "\"gpon7.7\", \"sid4.7\"", 19},
+                                        {2, "vlanCtl_createVlanFlows", "\"gpon15.15\", \"sid4.15\"", 19},
+                                        {3, "vlanCtl_createVlanFlows", "\"sid4.15\", \"gpon15.15\"", 19}},
+                                       {});
+    ASSERT_EQ(alike.size(), 2u) << "from the port to the PON is another flow";
+    EXPECT_EQ(
+        alike[0].sentence(),
+        "vlanCtl_createVlanFlows(\"gpon7.7\", \"sid4.7\") answered 19 (ENODEV, no such device), twice with different "
+        "numbers: a device that it names is not there");
 }
 
 // Bridge br3 sends copies to sid0.3, to gpon3.3 and to sid1.3; the second goes one look-up further.

@@ -83,9 +83,27 @@ std::string codeWords(long code) {
     return number + " (" + name + ", " + words + ")";
 }
 
-std::string timesWords(std::size_t times) {
-    if (times < 2) return "";
-    return times == 2 ? ", twice" : ", " + std::to_string(times) + " times";
+// Calls that failed alike.
+struct Group {
+    const FailedCall* first;
+    std::size_t times = 0;
+    bool otherNumbers = false;  // in the arguments of some of them
+};
+
+std::string timesWords(const Group& group) {
+    if (group.times < 2) return "";
+    const std::string times = group.times == 2 ? ", twice" : ", " + std::to_string(group.times) + " times";
+    return times + (group.otherNumbers ? " with different numbers" : "");
+}
+
+// gpon7.7 and gpon15.15 alike.
+std::string withoutNumbers(const std::string& arguments) {
+    std::string text;
+    for (const char c : arguments) {
+        const bool isDigit = std::isdigit(static_cast<unsigned char>(c)) != 0;
+        if (!isDigit || text.empty() || text.back() != '#') text += isDigit ? '#' : c;
+    }
+    return text;
 }
 
 // The step in which the call was made, or null.
@@ -95,7 +113,8 @@ const RunStep* stepOf(const FailedCall& call, const std::vector<RunStep>& steps)
     return found == steps.end() ? nullptr : &*found;
 }
 
-FailedCallWords wordsOf(const FailedCall& call, std::size_t times, const std::vector<RunStep>& steps) {
+FailedCallWords wordsOf(const Group& group, const std::vector<RunStep>& steps) {
+    const FailedCall& call = *group.first;
     FailedCallWords words;
     words.call = call.name + "(" + call.arguments + ")";
     const RunStep* step = stepOf(call, steps);
@@ -108,13 +127,13 @@ FailedCallWords wordsOf(const FailedCall& call, std::size_t times, const std::ve
     });
     // The number of a failure that was asked for is the author's, and means nothing else.
     if (asked != steps.rend()) {
-        words.answer = "answered " + std::to_string(call.code) + timesWords(times);
+        words.answer = "answered " + std::to_string(call.code) + timesWords(group);
         const std::string number = "step " + std::to_string(asked->number);
         words.cause =
             asked->kind == "fault" ? "the fault of " + number + " asks for it" : number + " makes the board refuse it";
         return words;
     }
-    words.answer = "answered " + codeWords(call.code) + timesWords(times);
+    words.answer = "answered " + codeWords(call.code) + timesWords(group);
     words.cause = causeByCode(call);
     return words;
 }
@@ -126,21 +145,19 @@ std::string FailedCallWords::sentence() const {
 }
 
 std::vector<FailedCallWords> failedCallWords(const std::vector<FailedCall>& calls, const std::vector<RunStep>& steps) {
-    struct Group {
-        const FailedCall* first;
-        std::size_t times;
-    };
     using Key = std::tuple<std::string, std::string, long, const RunStep*>;
     std::vector<Group> groups;
     std::map<Key, std::size_t> places;
     for (const FailedCall& call : calls) {
-        const auto [place, isNew] =
-            places.emplace(Key{call.name, call.arguments, call.code, stepOf(call, steps)}, groups.size());
-        if (isNew) groups.push_back({&call, 0});
-        ++groups[place->second].times;
+        const auto [place, isNew] = places.emplace(
+            Key{call.name, withoutNumbers(call.arguments), call.code, stepOf(call, steps)}, groups.size());
+        if (isNew) groups.push_back({&call});
+        Group& group = groups[place->second];
+        ++group.times;
+        group.otherNumbers = group.otherNumbers || call.arguments != group.first->arguments;
     }
     std::vector<FailedCallWords> all;
-    for (const Group& group : groups) all.push_back(wordsOf(*group.first, group.times, steps));
+    for (const Group& group : groups) all.push_back(wordsOf(group, steps));
     return all;
 }
 

@@ -27,8 +27,8 @@ struct FailedCallWords {
     std::string sentence() const;
 };
 
-// In the order of the calls; the same failure in the same step is reported once. Without steps the calls stand for
-// themselves.
+// In the order of the calls. The same failure in the same step is reported once, also where its arguments' numbers
+// differ; without steps, the same failure of all calls.
 std::vector<FailedCallWords> failedCallWords(const std::vector<FailedCall>& calls, const std::vector<RunStep>& steps);
 
 }  // namespace vorn_onu
