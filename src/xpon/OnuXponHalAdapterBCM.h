@@ -131,7 +131,7 @@ private:
     OnuXponHalAdapterBCM() = default;
     ~OnuXponHalAdapterBCM();
 
-    void* reserved_ = nullptr;  // not used; keeps the maps below where programs that are built already read them
+    [[maybe_unused]] void* reserved_ = nullptr;  // keeps the maps below where programs that are built already read them
 
 public:
     // Bookkeeping only; nothing reconciles it with the hardware. Read it freely, change it through the operations
