@@ -30,8 +30,9 @@ extern "C" {
 //
 // An operation within which the process before this one ended is taken off the device, or is finished (removals, IP
 // hosts, rows that the runner carries out): it may be called again, or be left. Then every restored record is compared
-// with the device. What the device no longer has is forgotten, what it has beyond the records is named, each with one
-// line in the maker's log.
+// with the device. What the device no longer has is forgotten, what it has beyond the records is named, and so are VLAN
+// devices, and the PON device, that have been taken down: each with one line in the maker's log. Of a table of tag rules
+// the device tells how many there are, not which: a rule that was replaced by another one is found when it is removed.
 //
 // The answer is the number of records restored, 0 for a new file. -1, with a line in the log and with nothing restored
 // or changed: a file of another version or another boot, one with a broken record, one that another process has open, a
@@ -40,10 +41,14 @@ extern "C" {
 // again for the same path it answers the number of records that the file holds.
 //
 // When the file can no longer be written, or is moved or removed, it is given up, with a line in the log, and the
-// library goes on without it; called again for the same path the answer is -1 then.
+// library goes on without it; called again for the same path the answer is -1 then. What is left of such a file is not
+// believed: the next process that opens it finds it empty.
 //
-// Beside the comparison the kernel is asked for its boot id (/proc/sys/kernel/random/boot_id) and for devices
-// (SIOCGIFINDEX), and the engine's log has "getInstance" lines.
+// The file belongs to the process that has opened it. A forked one has it when that one has ended, as when a daemon
+// detaches, and not before. The kernel gives the lock up when the daemon itself opens the file and closes it again.
+//
+// Beside the comparison the kernel is asked for its boot id (/proc/sys/kernel/random/boot_id), for devices
+// (SIOCGIFINDEX) and whether they are up (SIOCGIFFLAGS), and the engine's log has "getInstance" lines.
 VORN_API int vorn_hal_state_open(const char* path);
 
 // Takes everything that the open state file knows off the device, in the order in which services are removed: for a

@@ -1,13 +1,13 @@
 #include "state/StateFile.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 
 #include "state/Bytes.h"
 #include "state/Checksum.h"
@@ -17,6 +17,7 @@ namespace state {
 namespace {
 
 constexpr std::string_view kMagic = "VORNHAL\n";
+constexpr std::string_view kGivenUp = "VORNGONE";  // in its place
 constexpr std::uint32_t kVersion = 2;
 constexpr std::size_t kBootIdSize = 36;
 constexpr std::size_t kHeaderPadding = 12;
@@ -30,6 +31,10 @@ constexpr const char* kLost = "is no longer in its place";
 
 // Each means that another process has come between two steps.
 constexpr int kAttempts = 16;
+
+// A daemon that detaches goes on in a forked process, and the one before ends within moments.
+constexpr int kMaxWaits = 100;
+constexpr timespec kWait = {0, 10'000'000};
 
 // Length, kind and their check.
 void addHead(ByteWriter& record, std::size_t length, std::uint8_t kind) {
@@ -73,13 +78,32 @@ bool readWhole(int fd, std::string* bytes, std::string* problem) {
     return true;
 }
 
-// Whether all of it was written.
+// Whether all of it was written; if not, errno says why.
 bool write(int fd, std::size_t at, std::string_view bytes) {
     ssize_t written = -1;
     do {
         written = pwrite(fd, bytes.data(), bytes.size(), static_cast<off_t>(at));
     } while (written < 0 && errno == EINTR);
+    if (written >= 0 && written != static_cast<ssize_t>(bytes.size())) errno = ENOSPC;
     return written == static_cast<ssize_t>(bytes.size());
+}
+
+struct flock wholeFile() {
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    return lock;
+}
+
+bool lockFile(int fd) {
+    struct flock lock = wholeFile();
+    return fcntl(fd, F_SETLK, &lock) == 0;
+}
+
+// Of another process; -1 when there is none.
+pid_t lockHolder(int fd) {
+    struct flock lock = wholeFile();
+    return fcntl(fd, F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK ? lock.l_pid : -1;
 }
 
 enum class Parsed { Record, End, Torn, Broken };
@@ -119,7 +143,9 @@ bool StateFile::open(const std::string& path, const std::string& bootId, std::ve
     path_ = path;
     bootId_ = bootId;
     directory_ = openDirectoryOf(path, &name_, problem);
-    return directory_.open() && openLocked(problem) && readAll(records, problem);
+    if (!directory_.open() || !openLocked(problem) || !readAll(records, problem)) return false;
+    mapped_.map(file_.get(), kHeaderSize);
+    return true;
 }
 
 // The file that has the name once its lock is had. Of processes that make it at once one makes it; of those that open
@@ -130,15 +156,28 @@ bool StateFile::openLocked(std::string* problem) {
         if (!file.open() && problem->empty()) file = makeOwnFile(directory_.get(), name_, problem);
         if (!problem->empty()) return false;
         if (!file.open()) continue;
-        if (flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
-            *problem = "is in use by another process";
+        if (!lockFile(file.get())) {
+            const bool isHeldByAnother = errno == EACCES || errno == EAGAIN;
+            *problem = isHeldByAnother ? "is in use by another process" : std::strerror(errno);
             return false;
         }
         if (!isNamed(directory_.get(), name_, file.id())) continue;
         file_ = std::move(file);
+        owner_ = getpid();
         return true;
     }
     *problem = "is replaced again and again";
+    return false;
+}
+
+// A file with nothing but the header.
+bool StateFile::begin(std::string* problem) {
+    if (ftruncate(file_.get(), 0) == 0 && write(file_.get(), 0, header())) {
+        size_ = kHeaderSize;
+        return true;
+    }
+    *problem = std::strerror(errno);
+    unlinkat(directory_.get(), name_.c_str(), 0);
     return false;
 }
 
@@ -146,15 +185,8 @@ bool StateFile::readAll(std::vector<Record>* records, std::string* problem) {
     std::string bytes;
     if (!readWhole(file_.get(), &bytes, problem)) return false;
     const std::string_view whole(bytes);
-    if (whole.size() < kHeaderSize && header().compare(0, whole.size(), whole) == 0) {  // it is being made
-        if (write(file_.get(), 0, header())) {
-            size_ = kHeaderSize;
-            return true;
-        }
-        *problem = std::strerror(errno);
-        unlinkat(directory_.get(), name_.c_str(), 0);
-        return false;
-    }
+    const bool isBeingMade = whole.size() < kHeaderSize && header().compare(0, whole.size(), whole) == 0;
+    if (isBeingMade || whole.substr(0, kGivenUp.size()) == kGivenUp) return begin(problem);
     if (whole.size() < kHeaderSize || whole.substr(0, kMagic.size()) != kMagic) {
         *problem = "is no state file";
         return false;
@@ -193,9 +225,10 @@ bool StateFile::readAll(std::vector<Record>* records, std::string* problem) {
 }
 
 bool StateFile::append(RecordKind kind, std::string_view content) {
-    if (!file_.isOurs() && !regain()) return false;
+    if (!isHeld() && !regain()) return false;
     record_.clear();
     addFramed(record_, kind, content);
+    if (size_ + record_.bytes().size() > kMaxFileSize) return false;  // nobody could read it
     if (!write(file_.get(), size_, record_.bytes())) {
         [[maybe_unused]] const int status = ftruncate(file_.get(), static_cast<off_t>(size_));
         return false;
@@ -204,20 +237,40 @@ bool StateFile::append(RecordKind kind, std::string_view content) {
     return true;
 }
 
-// The daemon has closed the descriptors, and with them the lock: opened again, if it is the same file.
+bool StateFile::isHeld() const {
+    return owner_ == getpid() && file_.isOurs();
+}
+
+// The daemon has closed the descriptors, and with them the lock, or goes on in a forked process, which has no lock:
+// opened again, if it is the same file, and locked. No descriptor of the file is closed here once the lock is had: the
+// lock would go with it.
 bool StateFile::regain() {
     if (!file_.open()) return false;
     const FileId own = file_.id();
     std::string problem;
     if (!directory_.isOurs()) directory_ = openDirectoryOf(path_, &name_, &problem);
     if (!directory_.open()) return false;
-    Descriptor file = openOwnFile(directory_.get(), name_, &problem);
+    if (!file_.isOurs()) {
+        Descriptor file = openOwnFile(directory_.get(), name_, &problem);
+        if (file.id() != own) return false;
+        file_ = std::move(file);
+    }
     struct stat facts = {};
-    if (!file.open() || file.id() != own || flock(file.get(), LOCK_EX | LOCK_NB) != 0) return false;
-    if (!isNamed(directory_.get(), name_, own) || fstat(file.get(), &facts) != 0) return false;
-    if (facts.st_size != static_cast<off_t>(size_)) return false;  // another process has had it meanwhile
-    file_ = std::move(file);
-    return true;
+    isAnothers_ = !lockAsFollower() || fstat(file_.get(), &facts) != 0 ||
+                  facts.st_size != static_cast<off_t>(size_);  // another process has had it meanwhile
+    if (isAnothers_) return false;
+    owner_ = getpid();
+    return isNamed(directory_.get(), name_, own);
+}
+
+// Waits for the process that had the lock before this one was forked off, if that is the one that still has it.
+bool StateFile::lockAsFollower() const {
+    for (int wait = 0; wait < kMaxWaits; ++wait) {
+        if (lockFile(file_.get())) return true;
+        if (owner_ == getpid() || lockHolder(file_.get()) != owner_) break;
+        nanosleep(&kWait, nullptr);
+    }
+    return lockFile(file_.get());
 }
 
 bool StateFile::isInPlace() const {
@@ -226,22 +279,21 @@ bool StateFile::isInPlace() const {
 
 bool StateFile::replace(const std::vector<Record>& records, std::string* problem) {
     const std::string beside = name_ + ".new";
-    if (!file_.isOurs() && !regain()) return *problem = kLost, false;
+    if (!isHeld() && !regain()) return *problem = kLost, false;
     if (!isInPlace() && !regain()) return *problem = kLost, false;
     {
         // One that is locked is being written at this moment, by whoever believes the state to be its own.
         const Descriptor left = openOwnFile(directory_.get(), beside, problem);
-        if (left.open() && flock(left.get(), LOCK_EX | LOCK_NB) != 0) return *problem = kLost, false;
+        if (left.open() && !lockFile(left.get())) return *problem = kLost, false;
         if (left.open() || !problem->empty()) unlinkat(directory_.get(), beside.c_str(), 0);
     }
     Descriptor made = makeOwnFile(directory_.get(), beside, problem);
     if (!made.open()) {
-        if (problem->empty()) *problem = kLost;
+        if (problem->empty()) *problem = beside + ": " + std::strerror(EEXIST);
         return false;
     }
     // Locked before it takes the place: at no time may another process take it for free.
-    if (flock(made.get(), LOCK_EX | LOCK_NB) != 0 || !isNamed(directory_.get(), beside, made.id()))
-        return *problem = kLost, false;
+    if (!lockFile(made.get()) || !isNamed(directory_.get(), beside, made.id())) return *problem = kLost, false;
     ByteWriter whole;
     whole.addRaw(header());
     for (const Record& record : records) addFramed(whole, record.kind, record.content);
@@ -252,6 +304,7 @@ bool StateFile::replace(const std::vector<Record>& records, std::string* problem
     }
     if (!takePlace(beside, problem)) return false;
     file_ = std::move(made);
+    mapped_.map(file_.get(), kHeaderSize);
     size_ = whole.bytes().size();
     return true;
 }
@@ -280,11 +333,15 @@ bool StateFile::takePlace(const std::string& beside, std::string* problem) {
     return moved;
 }
 
-// By the name, and where that does not go, by its content: a header that is none needs no room.
+// By the name; and what it holds, for it may have been moved, or its directory not let go of it: by the descriptor, and
+// where that has gone or is refused, in memory.
 void StateFile::discard() {
-    const bool ours = file_.isOurs();
-    if (ours && isInPlace()) unlinkat(directory_.get(), name_.c_str(), 0);
-    if (ours && ftruncate(file_.get(), 0) != 0) write(file_.get(), 0, std::string(kHeaderSize, '\0'));
+    if (owner_ == getpid() && !isAnothers_) {
+        const bool ours = file_.isOurs();
+        if (ours && isInPlace()) unlinkat(directory_.get(), name_.c_str(), 0);
+        if (!ours || (ftruncate(file_.get(), 0) != 0 && !write(file_.get(), 0, kGivenUp))) mapped_.write(kGivenUp);
+    }
+    mapped_.reset();
     file_.reset();
     size_ = 0;
 }

@@ -8,9 +8,14 @@
 // which something is missing is one that was being written. A file is made smaller beside its place and moved there.
 //
 // The file belongs to the process that holds its lock while its name means it: whoever has the lock of a file that has
-// been moved away or replaced meanwhile has lost it.
+// been moved away or replaced meanwhile has lost it. The lock is one of a process (fcntl), which a forked one has not,
+// cannot give up, and may take when the first has ended.
+//
+// A file whose beginning is "VORNGONE" has been given up by a process that could not take it away: it counts as empty.
 #ifndef STATE_STATE_FILE_H
 #define STATE_STATE_FILE_H
+
+#include <sys/types.h>
 
 #include <cstdint>
 #include <string>
@@ -18,6 +23,7 @@
 #include <vector>
 
 #include "state/Bytes.h"
+#include "state/MappedHeader.h"
 #include "state/SafePath.h"
 
 namespace state {
@@ -49,7 +55,7 @@ public:
     // refuses; the old one stays. Never moved over a file of somebody else's.
     bool replace(const std::vector<Record>& records, std::string* problem);
 
-    // Takes the file away, or what it holds: it no longer tells the truth.
+    // Takes the file away, or what it holds: it no longer tells the truth. Nothing when it is another process's.
     void discard();
 
     // Whether the name still means the file.
@@ -59,13 +65,19 @@ public:
 private:
     std::string header() const;
     bool openLocked(std::string* problem);
+    bool begin(std::string* problem);
     bool readAll(std::vector<Record>* records, std::string* problem);
+    bool isHeld() const;
     bool regain();
+    bool lockAsFollower() const;
     bool takePlace(const std::string& beside, std::string* problem);
 
     std::string path_;
     Descriptor directory_;
     Descriptor file_;
+    MappedHeader mapped_;      // of the file
+    pid_t owner_ = -1;         // the process that has the lock
+    bool isAnothers_ = false;  // another process has it
     std::string name_;
     std::string bootId_;
     ByteWriter record_;  // the one that is being written; its room is used again
