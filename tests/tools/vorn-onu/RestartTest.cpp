@@ -142,6 +142,14 @@ TEST(Restart, AHalThatKeepsItsStateTakesBackWhatItProvisionedBefore) {
                                << without.output;
 }
 
+// Of every GEM index an opened state file asks whether there is a port.
+TEST(Restart, ThatThereIsNoGemPortIsAnAnswerAndNoFailedCall) {
+    SKIP_WHEN_EMULATED(kEmulatedFork);
+    const ProgramResult run = runProgram({kTool, "run", std::string(VORN_SCENARIO_DIR) + "/restart.json", "--strict"});
+    EXPECT_EQ(run.code, 0) << run.output;
+    EXPECT_FALSE(has(run.output, "gponCtl_getGemPort")) << run.output;
+}
+
 TEST(Restart, OnlyKillAndExitAreKnown) {
     const ScratchDirectory scratch;
     for (const json& wrong : {json("later"), json(true), json(nullptr)}) {

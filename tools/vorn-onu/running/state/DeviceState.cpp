@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 
 #include <nlohmann/json.hpp>
 
@@ -15,12 +16,14 @@ namespace {
 
 using nlohmann::json;
 
-// Calls whose result is no status: a partition's number, the bytes that were read, an event or its absence, and the
-// answer that a GEM port is there already.
+// Calls whose result is no status: a partition's number, the bytes that were read, an event or its absence, the answer
+// that a GEM port is there already, and that there is none of this id or index: the library asks for both.
 bool answersNoStatus(const std::string& name, long result) {
     constexpr long kGemPortExists = 258;
+    constexpr long kNoSuchGemPort = ENOENT;
     return name == "devCtl_getBootedImagePartition" || name == "cmsPsp_get" || name == "cmsMsg_receiveWithTimeout" ||
-           (name == "gponCtl_configGemPort" && result == kGemPortExists);
+           (name == "gponCtl_configGemPort" && result == kGemPortExists) ||
+           (name == "gponCtl_getGemPort" && result == kNoSuchGemPort);
 }
 
 std::vector<std::uint8_t> bytesOf(const std::string& hex) {
