@@ -56,6 +56,11 @@ InterfaceResult takeInterfaceDown(const char* name) {
     return RequestSocket().send(SIOCSIFFLAGS, record);
 }
 
+bool isInterfaceUp(const char* name) {
+    ifreq record = requestFor(name);
+    return RequestSocket().send(SIOCGIFFLAGS, record) == InterfaceResult::Done && (record.ifr_flags & IFF_UP) != 0;
+}
+
 int interfaceIndex(const char* name) {
     if (name == nullptr) return -1;
     ifreq record = requestFor(name);

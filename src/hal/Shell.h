@@ -1,12 +1,12 @@
-// Commands of the device whose result nobody needs: the shell tells of a failure on its own.
+// Commands of the device. The shell tells of a failure on its own; few callers need the result.
 #ifndef HAL_SHELL_H
 #define HAL_SHELL_H
 
 #include <cstdlib>
 
 // The command is of this library's own making, or of checked texts: it reaches a shell.
-inline void runShell(const char* command) {
-    [[maybe_unused]] const int status = std::system(command);
+inline int runShell(const char* command) {
+    return std::system(command);
 }
 
 #endif

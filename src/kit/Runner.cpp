@@ -20,15 +20,16 @@ constexpr int kFirstPbitTableBridge = 256;
 constexpr int kPushedPbits = 0;
 constexpr unsigned int kPushedTpid = 0x8100;
 
-// The runner's answer is not looked at: deleting an absent object and creating a present one both fail harmlessly.
-void run(const CommandText& command) {
+// The runner's answer is mostly not looked at: deleting an absent object and creating a present one both fail
+// harmlessly.
+bool run(const CommandText& command) {
     std::printf("=====> %s\n", command.get());
-    runShell(command.get());
+    return runShell(command.get()) == 0;
 }
 
-void deleteClassAndAction(int classIndex, int actionIndex) {
-    run(CommandText("bs /b/d ingress_class/dir=us,index=%d", classIndex));
-    run(CommandText("bs /b/d vlan_action/dir=us,index=%d", actionIndex));
+bool deleteClassAndAction(int classIndex, int actionIndex) {
+    const bool deleted = run(CommandText("bs /b/d ingress_class/dir=us,index=%d", classIndex));
+    return run(CommandText("bs /b/d vlan_action/dir=us,index=%d", actionIndex)) && deleted;
 }
 
 }  // namespace
@@ -66,14 +67,19 @@ void installDscpShortcut(std::uint16_t uniPort, std::uint16_t bridgeId, std::uin
     run(ipv6Flow);
 }
 
-void removeDscpShortcut(std::uint16_t uniPort) {
-    deleteClassAndAction(uniPort + kFirstClassIndex, uniPort + kFirstActionIndex);
+bool removeDscpShortcut(std::uint16_t uniPort) {
+    const bool removed = deleteClassAndAction(uniPort + kFirstClassIndex, uniPort + kFirstActionIndex);
     noteMark(false, Entry::DscpShortcuts, uniPort);
     noteLoss(Entry::DscpShortcuts, uniPort);
+    return removed;
 }
 
-void removeDscpAction() {
-    run(CommandText("bs /b/d vlan_action/dir=ds,index=%d", kDownstreamActionIndex));
+void keepDscpShortcut(std::uint16_t uniPort) {
+    noteMark(true, Entry::DscpShortcuts, uniPort);
+}
+
+bool removeDscpAction() {
+    return run(CommandText("bs /b/d vlan_action/dir=ds,index=%d", kDownstreamActionIndex));
 }
 
 }  // namespace kit

@@ -201,6 +201,43 @@ TEST_F(Interrupted, AnOperationIsNeverLeftHalfDone) {
     }
 }
 
+// ---- what the device does not give up ----
+
+// Each shell command of the removal refused in its turn.
+TEST_F(Interrupted, CleaningAnswersWhatStaysInTheRunnerToo) {
+    unsigned refused = 0;
+    for (int command = 1; command < 100; ++command) {
+        SCOPED_TRACE(command);
+        onu().reset();
+        fs::remove(state());
+        {
+            Daemon first(folder_);
+            ASSERT_EQ(first.open(state()), 0);
+            provisionThreePorts(*first.operator->());
+            auto byDscp = dscpRow();
+            first->vorn_omci_hal_filter_flow_add(&byDscp);
+            const auto management = host(false);
+            first->vorn_omci_hal_provisionIpHost(&management);
+        }
+        Daemon second(folder_);
+        ASSERT_GT(second.open(state()), 0);
+        const std::uint64_t fault = onu().failNext("system", command, 256);
+        const int stays = second.clean();
+        if (onu().callsUntilFault(fault)) break;
+        const auto json = onu().toJson();
+        const auto& runner = json["runner"];
+        const bool left = !runner["objects"].empty() || !runner["ingressQueue"]["keys"].empty() ||
+                          !json["network"]["ipRules"].empty();
+        EXPECT_EQ(stays > 0, left) << runner.dump(1) << json["network"]["ipRules"].dump(1);
+        EXPECT_EQ(saidThat(" stay"), left);
+        EXPECT_EQ(second.clean(), 0);
+        EXPECT_TRUE(onu().toJson()["runner"]["objects"].empty()) << "asked once more, it has gone";
+        refused += left ? 1 : 0;
+        if (HasFailure()) return;
+    }
+    EXPECT_GE(refused, 6U);
+}
+
 // ---- after a removal that was finished at the open ----
 
 TEST_F(Interrupted, ARemovalThatWasLeftDoesNotSpoilLaterOnes) {

@@ -55,7 +55,9 @@ struct DeviceLosses {
         onu.addGemPort(2002, 9, 256);
         const TmctlIf interface { 1 };
         tmctl_portTmUninit(TMCTL_DEV_GPON, &interface);
-        for (const char* command : {"brctl delif br0 sid2", "brctl addbr br7"}) EXPECT_EQ(std::system(command), 0);
+        for (const char* command :
+             {"brctl delif br0 sid2", "brctl addbr br7", "ifconfig gpondef down", "ifconfig gpon3.3 down"})
+            EXPECT_EQ(std::system(command), 0);
     }
 };
 
@@ -103,6 +105,8 @@ TEST_F(Restart, WhatTheDeviceNoLongerHasIsForgottenAndWhatItHasTooMuchIsNamed) {
              "sid0.3 is no longer there: forgotten",
              "sid2 is no longer on br0: forgotten",
              "br7 is on the device and not in the state",
+             "gpondef is down",
+             "gpon3.3 is down",
              "GEM port 1001 is no longer there: forgotten",
              "GEM port 2002 with index 9 is on the device and not in the state",
              "T-CONT 1 has no queues any more: forgotten",
@@ -110,7 +114,7 @@ TEST_F(Restart, WhatTheDeviceNoLongerHasIsForgottenAndWhatItHasTooMuchIsNamed) {
              "gpondef direction 0 tags 1: 2 rules, 1 more than in the state",
          })
         EXPECT_TRUE(saidThat(line)) << line;
-    EXPECT_EQ(said().size(), 9U) << ::testing::PrintToString(said());
+    EXPECT_EQ(said().size(), 11U) << ::testing::PrintToString(said());
 
     // It provisions again what was lost, and nothing occurs twice.
     make(second, 0, 2);
@@ -187,6 +191,29 @@ TEST_F(Restart, TheVariableOpensTheFile) {
     unsetenv("VORN_HAL_STATE");
     Daemon second(folder_);
     EXPECT_GT(second.open(state()), 0);
+}
+
+TEST_F(Restart, AFileThatIsLostIsToldInTheLogAndNoLongerCounted) {
+    struct Case {
+        const char* what;
+        void (*lose)(const std::string& path);
+    };
+    for (const Case& one : {Case{"removed", [](const std::string& path) { fs::remove(path); }},
+                            Case{"renamed", [](const std::string& path) { fs::rename(path, path + ".old"); }}}) {
+        SCOPED_TRACE(one.what);
+        onu().reset();
+        Daemon daemon(folder_);
+        ASSERT_EQ(daemon.open(state()), 0);
+        make(daemon, 0, 2);
+        EXPECT_GT(daemon.open(state()), 0);
+        one.lose(state());
+        onu().clearTrace();
+        make(daemon, 2, 3);
+        EXPECT_TRUE(saidThat("hal.state: is no longer in its place, and is given up"));
+        EXPECT_EQ(daemon.open(state()), -1);
+        EXPECT_TRUE(saidThat("was given up while it was in use"));
+        EXPECT_TRUE(onu().bridge("br3")) << "it goes on without";
+    }
 }
 
 // ---- cleaning ----

@@ -20,4 +20,7 @@ constexpr int kLogTrace = 7;
 #define ENGINE_LOG(operation, source, level, ...) \
     Logger::getInstance(kLogModule)->writeToLog(0, operation, source, __LINE__, level, __VA_ARGS__)
 
+// Runs a command of the shell behind an entry with its label. Its status.
+int runEngineCommand(const char* label, const char* command);
+
 #endif

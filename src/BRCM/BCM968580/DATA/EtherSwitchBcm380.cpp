@@ -194,10 +194,14 @@ bool EtherSwitchBcm380::deleteAniVlanInterface(char* aniName, char* aniVlanName)
 
 // ---- Shell, action code, service count ----
 
+int runEngineCommand(const char* label, const char* command) {
+    ENGINE_LOG("runSystemCommand", kDataProvSource, kLogTrace, " %s: %s", printable(label), command);
+    return runShell(command);
+}
+
 bool EtherSwitchBcm380::runSystemCommand(const char* label, const char* command) {
     if (command == nullptr) return false;
-    ENGINE_LOG("runSystemCommand", kDataProvSource, kLogTrace, " %s: %s", printable(label), command);
-    runShell(command);
+    runEngineCommand(label, command);
     return true;
 }
 

@@ -198,7 +198,7 @@ bool EtherSwitchBcm380::provisionIpHostDynamic(const IpHostProvision* rec) {
 }
 
 int EtherSwitchBcm380::addIngressQueueKeyMask() {
-    return IpHostCommands(*this).addKeyMask();
+    return IpHostCommands().addKeyMask();
 }
 
 bool EtherSwitchBcm380::activateIpv4InterfaceStatic(const char* ifName, const char* bridgeName,
@@ -209,7 +209,7 @@ bool EtherSwitchBcm380::activateIpv4InterfaceStatic(const char* ifName, const ch
     const char* mac = routedMac.c_str();
     const char* address = rec->ipAddress.c_str();
 
-    IpHostCommands commands(*this);
+    IpHostCommands commands;
     deliverToCpu(commands, mac);
     if (rec->useSharedBridge != 0) {
         joinSharedBridge(*this, commands, bridgeName, *rec);
@@ -235,7 +235,7 @@ bool EtherSwitchBcm380::activateIpv4InterfaceDynamic(const char* ifName, const c
     if (!getRoutedMac(__func__, *rec, &routedMac)) return false;
     const char* mac = routedMac.c_str();
 
-    IpHostCommands commands(*this);
+    IpHostCommands commands;
     deliverToCpu(commands, mac);
     if (rec->useSharedBridge != 0) {
         joinSharedBridge(*this, commands, bridgeName, *rec);
@@ -257,7 +257,7 @@ bool EtherSwitchBcm380::deprovisionIpHost(const IpHostProvision* rec) {
                rec->gemId, rec->bridgeId, rec->uniPort);
     const state::Operation operation;
     const IpHostNames names(*rec);
-    IpHostCommands commands(*this);
+    IpHostCommands commands;
     commands.downForRemoval(names.bridge.get());
     commands.deleteForRemoval(names.bridge.get());
     // Kept: the record's MAC address, even when provisioning used the board's first one.

@@ -8,7 +8,6 @@
 #include <string>
 
 #include "BRCM/BCM968580/DATA/EngineLog.h"
-#include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "hal/Shell.h"
 #include "hal/Text.h"
 #include "kit/DeviceNames.h"
@@ -34,8 +33,9 @@ bool isWhole(const CommandText& command) {
     return false;
 }
 
-void runLogged(EtherSwitchBcm380& engine, const char* label, const CommandText& command) {
-    if (isWhole(command)) engine.runSystemCommand(label, command.get());
+// Whether the command succeeded.
+bool runLogged(const char* label, const CommandText& command) {
+    return isWhole(command) && runEngineCommand(label, command.get()) == 0;
 }
 
 // The name is in the line, but only as the beginning of another device's: "br3.1" in "dhcpc -i br3.10".
@@ -62,8 +62,8 @@ std::string firstLineOfDevice(std::FILE* list, const std::string& device) {
     return {};
 }
 
-void runUnlogged(const CommandText& command) {
-    if (isWhole(command)) runShell(command.get());
+bool runUnlogged(const CommandText& command) {
+    return isWhole(command) && runShell(command.get()) == 0;
 }
 
 }  // namespace
@@ -71,23 +71,23 @@ void runUnlogged(const CommandText& command) {
 // ---- runner ----
 
 void IpHostCommands::setRoutedMac(const char* mac) {
-    runLogged(engine_, kConfig, CommandText("bs /b/c ip_class routed_mac[0]=%s", mac));
+    runLogged(kConfig, CommandText("bs /b/c ip_class routed_mac[0]=%s", mac));
 }
 
 void IpHostCommands::createHostFlowClass() {
-    runLogged(engine_, kConfig,
+    runLogged(kConfig,
               CommandText("bs /bdmf/new ingress_class/dir=ds,index=10,cfg={type=flow,fields=dst_mac,prty=10}"));
 }
 
 void IpHostCommands::addHostFlow(const char* mac) {
     runLogged(
-        engine_, kConfig,
+        kConfig,
         CommandText("bs /bdmf/attr/add ingress_class/dir=ds,index=10 flow string key={dst_mac=%s},result={action=host}",
                     mac));
 }
 
-void IpHostCommands::deleteHostFlowClass() {
-    runLogged(engine_, kDeconfig, CommandText("bs /b/d ingress_class/dir=ds,index=10"));
+bool IpHostCommands::deleteHostFlowClass() {
+    return runLogged(kDeconfig, CommandText("bs /b/d ingress_class/dir=ds,index=10"));
 }
 
 // ---- ingress queue ----
@@ -98,59 +98,58 @@ int IpHostCommands::addKeyMask() {
     return status;
 }
 
-void IpHostCommands::removeKeyMask() {
-    runLogged(engine_, "Ingress QoS remove key mask", CommandText("iq remkeymask --dstmac"));
+bool IpHostCommands::removeKeyMask() {
+    return runLogged("Ingress QoS remove key mask", CommandText("iq remkeymask --dstmac"));
 }
 
 void IpHostCommands::addKey(const char* mac) {
-    runLogged(engine_, "Ingress QoS addkey", CommandText("iq addkey --dstmac %s --prio 1", mac));
+    runLogged("Ingress QoS addkey", CommandText("iq addkey --dstmac %s --prio 1", mac));
 }
 
-void IpHostCommands::removeKey(const char* mac) {
-    runLogged(engine_, "Ingress Queue remkey", CommandText("iq remkey --dstmac %s", mac));
+bool IpHostCommands::removeKey(const char* mac) {
+    return runLogged("Ingress Queue remkey", CommandText("iq remkey --dstmac %s", mac));
 }
 
 // ---- devices and bridges ----
 
 void IpHostCommands::downForSharedBridge(const char* bridge) {
-    runLogged(engine_, "IPHost bridge down", CommandText("ifconfig %s down 2>/dev/null", bridge));
+    runLogged("IPHost bridge down", CommandText("ifconfig %s down 2>/dev/null", bridge));
 }
 
 void IpHostCommands::deleteForSharedBridge(const char* bridge) {
-    runLogged(engine_, "IPHost delete bridge", CommandText("brctl delbr %s", bridge));
+    runLogged("IPHost delete bridge", CommandText("brctl delbr %s", bridge));
 }
 
 void IpHostCommands::joinSharedBridge(const char* device) {
-    runLogged(engine_, "IPHost add to shared bridge brv", CommandText("brctl addif brv %s", device));
+    runLogged("IPHost add to shared bridge brv", CommandText("brctl addif brv %s", device));
 }
 
 void IpHostCommands::downForRemoval(const char* bridge) {
-    runLogged(engine_, kDeconfig, CommandText("ifconfig %s down 2>/dev/null", bridge));
+    runLogged(kDeconfig, CommandText("ifconfig %s down 2>/dev/null", bridge));
 }
 
 void IpHostCommands::deleteForRemoval(const char* bridge) {
-    runLogged(engine_, kDeconfig, CommandText("brctl delbr %s  2>/dev/null", bridge));
+    runLogged(kDeconfig, CommandText("brctl delbr %s  2>/dev/null", bridge));
 }
 
 void IpHostCommands::upWithMac(const char* device, const char* mac) {
-    runLogged(engine_, kConfig, CommandText("ifconfig %s hw ether %s up 2>/dev/null", device, mac));
+    runLogged(kConfig, CommandText("ifconfig %s hw ether %s up 2>/dev/null", device, mac));
 }
 
 void IpHostCommands::upWithMtu(const char* device, const char* mac) {
-    runLogged(engine_, kConfig, CommandText("ifconfig %s mtu %d hw ether %s up 2>/dev/null", device, kMtu, mac));
+    runLogged(kConfig, CommandText("ifconfig %s mtu %d hw ether %s up 2>/dev/null", device, kMtu, mac));
 }
 
 // Kept: the host's own address is its broadcast address.
 void IpHostCommands::upWithAddress(const char* device, const char* address, const char* mask, const char* mac) {
-    runLogged(engine_, kConfig,
-              CommandText("ifconfig %s %s netmask %s broadcast %s mtu %d hw ether %s up 2>/dev/null", device, address,
-                          mask, address, kMtu, mac));
+    runLogged(kConfig, CommandText("ifconfig %s %s netmask %s broadcast %s mtu %d hw ether %s up 2>/dev/null", device,
+                                   address, mask, address, kMtu, mac));
 }
 
 // ---- routing ----
 
-void IpHostCommands::deleteRoutingRule(const char* address) {
-    runUnlogged(CommandText("ip rule del from %s table %d 2>/dev/null", address, kRoutingTable));
+bool IpHostCommands::deleteRoutingRule(const char* address) {
+    return runUnlogged(CommandText("ip rule del from %s table %d 2>/dev/null", address, kRoutingTable));
 }
 
 void IpHostCommands::addRoutingRule(const char* address) {
@@ -165,7 +164,7 @@ void IpHostCommands::replaceDefaultRoute(const char* gateway, const char* device
 // ---- DHCP client ----
 
 void IpHostCommands::startDhcpClient(const char* device) {
-    runLogged(engine_, "running script", CommandText("dhcpc -i %s -B -l 3600  &", device));
+    runLogged("running script", CommandText("dhcpc -i %s -B -l 3600  &", device));
 }
 
 void IpHostCommands::killDhcpClient(const char* device) {
@@ -177,7 +176,7 @@ void IpHostCommands::killDhcpClient(const char* device) {
         // Process 0 and negative numbers would be whole process groups.
         if (pid > 0 && pid <= INT_MAX) {
             std::printf("killing process pid=%d", static_cast<int>(pid));
-            runLogged(engine_, kDeconfig, CommandText("kill -9 %d", static_cast<int>(pid)));
+            runLogged(kDeconfig, CommandText("kill -9 %d", static_cast<int>(pid)));
         }
     }
     pclose(list);

@@ -165,34 +165,45 @@ void removeServices(Removal& removal) {
     }
 }
 
+// Whether all that it asked of the device went; the class and the key mask are those of all hosts.
+bool removeHost(const IpHost& host, bool isLast) {
+    const DeviceName device = kit::ipHostName(host.bridgeId, host.uniPort);
+    IpHostCommands commands;
+    bool gone = commands.removeKey(host.mac.c_str());
+    if (host.dhcp) {
+        commands.killDhcpClient(device.get());
+    } else {
+        gone = commands.deleteRoutingRule(host.address.c_str()) && gone;
+    }
+    if (!isLast) return gone;
+    gone = commands.deleteHostFlowClass() && gone;
+    return commands.removeKeyMask() && gone;
+}
+
 void removeHosts(Removal& removal) {
-    for (const IpHost& host : knownIpHosts()) {
+    const std::vector<IpHost> hosts = knownIpHosts();
+    for (const IpHost& host : hosts) {
         if (removal.stays(kit::Entry::IpHosts, host.bridgeId, host.uniPort)) continue;
-        const DeviceName device = kit::ipHostName(host.bridgeId, host.uniPort);
-        IpHostCommands commands(engine());
-        commands.removeKey(host.mac.c_str());
-        if (host.dhcp) {
-            commands.killDhcpClient(device.get());
-        } else {
-            commands.deleteRoutingRule(host.address.c_str());
-        }
-        if (removal.takesAll() || EtherSwitchBcm380::numServices < 2) {
-            commands.deleteHostFlowClass();
-            commands.removeKeyMask();
+        const bool isLast = removal.takesAll() ? &host == &hosts.back() : EtherSwitchBcm380::numServices < 2;
+        if (!removal.done(removeHost(host, isLast))) {
+            removal.refused(LogText("IP host on bridge %u, UNI port %u stays: one of its commands is refused",
+                                    host.bridgeId, host.uniPort));
+            continue;
         }
         if (!removal.takesAll()) engine_maps::countIpHosts(-1);
         kit::noteMark(false, kit::Entry::IpHosts, host.bridgeId, host.uniPort);
-        removal.done(true);
     }
 }
 
 void removeRunnerObjects(Removal& removal) {
     for (const std::uint16_t uniPort : knownDscpShortcuts()) {
         if (removal.stays(kit::Entry::DscpShortcuts, uniPort)) continue;
-        kit::removeDscpShortcut(uniPort);
         engine().unsetDscpToPbitsTable(kit::uniName(uniPort - 1U).get());
-        removal.done(true);
-        if (knownDscpShortcuts().empty()) kit::removeDscpAction();
+        bool gone = kit::removeDscpShortcut(uniPort);
+        if (knownDscpShortcuts().empty()) gone = kit::removeDscpAction() && gone;
+        if (removal.done(gone)) continue;
+        removal.refused(LogText("the runner's class and action of UNI port %u stay: it refuses", uniPort));
+        kit::keepDscpShortcut(uniPort);
     }
 }
 

@@ -14,9 +14,11 @@
 #include "BRCM/BCM968580/DATA/restart/RestartLog.h"
 #include "BRCM/BCM968580/DATA/restart/RuleTables.h"
 #include "bridge/BridgeControl.h"
+#include "device/NetworkInterface.h"
 #include "kit/DeviceNames.h"
 #include "kit/Devices.h"
 #include "xpon/ComparePon.h"
+#include "xpon/PonMaps.h"
 
 namespace restart {
 
@@ -53,6 +55,15 @@ void compareDevices() {
         tell(LogText("%s is no longer on %s: forgotten", member.device.c_str(), member.bridge.c_str()));
         kit::forgetMembership(member.device.c_str());
     }
+}
+
+// VLAN devices are up from their creation on, and the PON device while it has a GEM port.
+void nameDevicesThatAreDown() {
+    std::vector<std::string> devices = knownDevices();
+    devices.erase(std::remove_if(devices.begin(), devices.end(), kit::isBridge), devices.end());
+    if (g_GemCnt > 0) devices.emplace_back(kPonDevice);
+    for (const std::string& device : devices)
+        if (!isInterfaceUp(device.c_str())) tell(LogText("%s is down", device.c_str()));
 }
 
 void nameUnknownDevices() {
@@ -108,6 +119,7 @@ void forgetUniOf(const std::string& device) {
 
 void compareWithDevice() {
     compareDevices();
+    nameDevicesThatAreDown();
     nameUnknownDevices();
     for (const CountedTable& table : knownTables()) compareTable(table);
     std::vector<std::pair<std::uint16_t, bool>> ports;
