@@ -1,0 +1,167 @@
+// Daemons that die anywhere, also between a call into the device and the writing of the state file, and the board that
+// they leave to one that asks for all it wants.
+#include <cstdlib>
+#include <random>
+
+#include "src/restart/Services.h"
+
+namespace restart_tests {
+namespace {
+
+class Lives : public ServicesFixture {
+protected:
+    // Opens, asks for these, and settles.
+    void goOn(const Calls& calls, const nlohmann::json& expected) {
+        Daemon next(folder_);
+        ASSERT_GE(next.open(state()), 0);
+        make(next, calls);
+        EXPECT_GE(next.settle(), 0);
+        EXPECT_EQ(serving(), expected) << difference(expected, serving());
+    }
+};
+
+// ---- random lives ----
+
+Service randomService(std::uint16_t number, std::mt19937& random) {
+    Service one{number, static_cast<std::uint16_t>(100 + random() % 8 * 10 + number)};
+    switch (random() % 6) {
+        case 0:
+            one.kind = Kind::Dscp;
+            break;
+        case 1:
+            one.kind = Kind::Multicast;
+            break;
+        case 2:
+            if (number == 7) one.kind = Kind::Veip;
+            break;
+        default:
+            break;
+    }
+    return one;
+}
+
+// A daemon that is killed somewhere, once or twice, and then asks for what it wants: all it had asked for, or some.
+TEST_F(Lives, RandomOnesEndAsIfNobodyHadDied) {
+    const char* const wanted = std::getenv("VORN_LIVES");
+    const unsigned lives = wanted != nullptr ? static_cast<unsigned>(std::atoi(wanted)) : 500;
+    for (unsigned seed = 1; seed <= lives; ++seed) {
+        SCOPED_TRACE(seed);
+        std::mt19937 random(seed);
+        const auto pick = [&random](unsigned below) { return static_cast<unsigned>(random() % below); };
+        std::vector<Service> all;
+        for (std::uint16_t i = 0; i < 8; ++i)
+            if (pick(2) == 0 || (i == 7 && all.empty())) all.push_back(randomService(i, random));
+        std::shuffle(all.begin(), all.end(), random);
+        std::vector<Service> some;
+        for (const Service& one : all)
+            if (pick(3) != 0) some.push_back(one);
+        const auto expected = neverDied(callsOf(some));
+        startOver();
+        const Calls calls = callsOf(all);
+        for (unsigned deaths = 1 + pick(2); deaths > 0; --deaths) {
+            Daemon dying(folder_);
+            ASSERT_GE(dying.open(state()), 0);
+            const std::size_t last = pick(static_cast<unsigned>(calls.size()));
+            for (std::size_t i = 0; i < last; ++i) calls[i](*dying.operator->());
+            killAt(dying, calls[last], 1 + pick(60));
+            dying.kill();
+        }
+        goOn(callsOf(some), expected);
+        if (HasFailure()) return;
+    }
+}
+
+// ---- between the calls into the device ----
+
+// How large the state file was at each call into the device, and at the end; and what the whole of it is.
+struct Writing {
+    std::vector<std::size_t> sizes;
+    std::string file;
+};
+
+// The ends of the file's records, and a place within each.
+std::vector<std::size_t> cutsOf(const std::string& file) {
+    constexpr std::size_t kHeader = 64, kHead = 8, kSum = 4;
+    std::vector<std::size_t> cuts;
+    for (std::size_t at = kHeader; at + kHead <= file.size();) {
+        std::size_t length = 0;
+        for (std::size_t i = 4; i-- > 0;) length = length << 8U | static_cast<unsigned char>(file[at + i]);
+        const std::size_t end = at + kHead + length + kSum;
+        cuts.push_back(at + (end - at) / 2);
+        cuts.push_back(end);
+        at = end;
+    }
+    return cuts;
+}
+
+class AtEachWrite : public Lives {
+protected:
+    // A life up to the end of a call.
+    Writing watch(const Calls& calls, std::size_t last) {
+        startOver();
+        Daemon daemon(folder_);
+        EXPECT_EQ(daemon.open(state()), 0);
+        make(daemon, Calls(calls.begin(), calls.begin() + static_cast<long>(last)));
+        Writing writing;
+        writing.sizes.push_back(fs::file_size(state()));
+        onu().onTrace([&](const virtual_onu::TraceEntry&) { writing.sizes.push_back(fs::file_size(state())); });
+        calls[last](*daemon.operator->());
+        onu().onTrace(nullptr);
+        writing.file = read(state());
+        writing.sizes.push_back(writing.file.size());
+        return writing;
+    }
+    // One that ended behind a call into the device, when just so much had been written since.
+    void dieAt(const Calls& calls, std::size_t last, std::size_t deviceCall, const std::string& file) {
+        startOver();
+        Daemon daemon(folder_);
+        ASSERT_EQ(daemon.open(state()), 0);
+        make(daemon, Calls(calls.begin(), calls.begin() + static_cast<long>(last)));
+        if (deviceCall > 0) {
+            ASSERT_TRUE(killAt(daemon, calls[last], static_cast<unsigned>(deviceCall)));
+        }
+        constexpr std::size_t kHeader = 64;  // with the board's boot id
+        const std::string own = read(state()).substr(0, kHeader);
+        daemon.kill();
+        write(state(), own + file.substr(kHeader));
+    }
+};
+
+// Killed before, within and behind each write, the last of which is the commit, before the call has returned; then all
+// is asked for, or a third of the services is left.
+TEST_F(AtEachWrite, TheBoardIsThatOfADaemonThatNeverDied) {
+    const std::vector<Service> all = {{0, 100}, {1, 101, Kind::Dscp}, {2, 102, Kind::Multicast}, {7, 107, Kind::Veip}};
+    const Calls calls = callsOf(all);
+    std::vector<nlohmann::json> whole = {neverDied(calls)};
+    std::vector<Calls> asked = {calls};
+    for (std::size_t left = 0; left < 3; ++left) {
+        std::vector<Service> kept;
+        for (std::size_t i = 0; i < all.size(); ++i)
+            if (i % 3 != left) kept.push_back(all[i]);
+        asked.push_back(callsOf(kept));
+        whole.push_back(neverDied(asked.back()));
+    }
+    const char* const wanted = std::getenv("VORN_EVERY_WRITE");
+    const std::size_t every = wanted != nullptr ? static_cast<std::size_t>(std::atoi(wanted)) : 13;
+    std::size_t number = 0, kills = 0;
+    for (std::size_t last = 0; last < calls.size(); ++last) {
+        const Writing writing = watch(calls, last);
+        std::vector<std::size_t> cuts = cutsOf(writing.file);
+        for (std::size_t deviceCall = 0; deviceCall + 1 < writing.sizes.size(); ++deviceCall) {
+            for (const std::size_t cut : cuts) {
+                if (cut < writing.sizes[deviceCall] || cut > writing.sizes[deviceCall + 1]) continue;
+                if (number++ % every != 0) continue;
+                SCOPED_TRACE("call " + std::to_string(last) + ", device call " + std::to_string(deviceCall) +
+                             ", file of " + std::to_string(cut) + " bytes");
+                dieAt(calls, last, deviceCall, writing.file.substr(0, cut));
+                const std::size_t how = kills++ % asked.size();
+                goOn(asked[how], whole[how]);
+                if (HasFailure()) return;
+            }
+        }
+    }
+    EXPECT_GT(kills * every, 500U);
+}
+
+}  // namespace
+}  // namespace restart_tests

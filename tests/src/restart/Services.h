@@ -1,0 +1,205 @@
+// Services of several kinds, and the board of a daemon that provisions them.
+#ifndef TESTS_RESTART_SERVICES_H
+#define TESTS_RESTART_SERVICES_H
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "src/restart/Killing.h"
+
+namespace restart_tests {
+
+using Calls = std::vector<Work>;
+
+constexpr const char* kPorts[] = {"sid1", "sid0", "sid2", "sid3"};  // of UNI ports 1 to 4
+
+enum class Kind {
+    Lan,        // untagged or tagged frames of a UNI
+    Dscp,       // untagged frames of a UNI by their DSCP, which the runner does
+    Veip,       // of the gateway, on bridge 0
+    Multicast,  // downstream of a UNI
+};
+
+// A service of its own T-CONT, GEM port, bridge, VID and UNI.
+struct Service {
+    std::uint16_t number;  // from 0
+    std::uint16_t vid;
+    Kind kind = Kind::Lan;
+
+    std::uint16_t gemPort() const { return static_cast<std::uint16_t>(kGemPort + number); }
+    std::uint16_t bridge() const { return static_cast<std::uint16_t>(kind == Kind::Veip ? 0 : 3 + number); }
+    std::uint16_t uniPort() const { return static_cast<std::uint16_t>(1 + number % 4); }
+    Calls calls() const {
+        Calls all = ponCalls();
+        for (Work& call : ownCalls()) all.push_back(std::move(call));
+        return all;
+    }
+
+private:
+    Calls ponCalls() const {
+        const Service own = *this;
+        return {
+            [own](VornHal& hal) {
+                TContProvisioning record{static_cast<std::uint16_t>(256 + own.number),
+                                         static_cast<std::uint16_t>(1 + own.number), 0};
+                hal.vorn_omci_hal_tcont_set(nullptr, &record);
+            },
+            [own](VornHal& hal) {
+                XGEMConfig record = gem();
+                record.tContAllocId = static_cast<std::uint16_t>(256 + own.number);
+                record.xgemPortId = own.gemPort();
+                hal.vorn_omci_hal_gemflow_add(&record);
+            },
+            [own](VornHal& hal) { hal.vorn_omci_hal_configureBridge(own.bridge(), 0); },
+        };
+    }
+    Calls ownCalls() const {
+        const Service own = *this;
+        const Work rules = [own](VornHal& hal) { hal.vorn_omci_hal_configureAniTagRules(own.listed()); };
+        switch (kind) {
+            case Kind::Veip:
+                return {rules, [own](VornHal& hal) {
+                            const std::string list = own.filterList();
+                            const auto* const text = reinterpret_cast<const unsigned char*>(list.c_str());
+                            hal.vorn_omci_hal_veip_createRules(own.gemPort(), own.bridge(), 0, 1, text, 2);
+                        }};
+            case Kind::Multicast:
+                return {[own](VornHal& hal) { hal.vorn_omci_hal_configureBridge(own.bridge(), own.uniPort()); },
+                        [own](VornHal& hal) { hal.vorn_omci_hal_configureAniTagRules(own.group()); }};
+            default:
+                return {rules, [own](VornHal& hal) {
+                            UniDataProvisioning record = own.uniRow();
+                            hal.vorn_omci_hal_filter_flow_add(&record);
+                        }};
+        }
+    }
+
+    std::string filterList() const {
+        char text[8] = {};
+        std::snprintf(text, sizeof text, "%04x", unsigned{vid});
+        return text;
+    }
+    // Valid until the next call.
+    const BridgeServiceProvisioning* listed() const {
+        static BridgeServiceProvisioning record;
+        record = service();
+        record.gemPortId = gemPort();
+        record.bridgeId = bridge();
+        record.pbitMap[0].first = gemPort();
+        std::snprintf(record.vlanTciFilterList, sizeof record.vlanTciFilterList, "%s", filterList().c_str());
+        return &record;
+    }
+    const BridgeServiceProvisioning* group() const {
+        static BridgeServiceProvisioning record;
+        record = {};
+        record.gemPortId = gemPort();
+        record.bridgeId = bridge();
+        record.isMulticast = record.multicastService = 1;
+        record.trafficModel = 2;
+        record.pbitMap[0] = {gemPort(), 2};
+        record.inputTpid = record.outputTpid = 0x8100;
+        record.filterTagCount = 1;
+        record.outerVlanIdFilter = record.outerVlanIdAction = record.innerVlanIdAction = 4096;
+        record.outerVlanPrioFilter = record.outerVlanPrioAction = record.innerVlanPrioAction = 15;
+        record.innerVlanIdFilter = vid;
+        record.innerVlanPrioFilter = 4;
+        return &record;
+    }
+    UniDataProvisioning uniRow() const {
+        UniDataProvisioning record = row(true);
+        record.bridgeId = bridge();
+        record.uniPort = uniPort();
+        // The first on a port takes its untagged frames, the second one those of its own VID.
+        if (number >= 4) {
+            record.filterType = 1;
+            record.innerFilterPrio = 8;
+            record.innerFilterVlanId = vid;
+        }
+        record.innerTreatmentVlanId = vid;
+        record.innerTreatmentPrio = kind == Kind::Dscp && number < 4 ? 10 : 0;
+        return record;
+    }
+};
+
+inline Calls callsOf(const std::vector<Service>& services) {
+    Calls all;
+    for (const Service& one : services)
+        for (Work& call : one.calls()) all.push_back(std::move(call));
+    return all;
+}
+
+inline std::vector<Service> services(std::uint16_t count) {
+    std::vector<Service> some;
+    for (std::uint16_t i = 0; i < count; ++i) some.push_back({i, static_cast<std::uint16_t>(100 + i)});
+    return some;
+}
+
+class ServicesFixture : public RestartFixture {
+protected:
+    void startOver() {
+        onu().reset();
+        fs::remove(state());
+    }
+    static void make(Daemon& daemon, const Calls& calls) {
+        for (const Work& call : calls) call(*daemon.operator->());
+    }
+    // GEM indexes and the order of rules in a table go by what was there before: rules name the GEM port, in the order
+    // of their texts. What is left of services that were taken away is settings that serve nobody.
+    static nlohmann::json serving() {
+        const auto json = leveledDevice();
+        nlohmann::json kept;
+        for (const auto& device : json["network"]["devices"])
+            kept["devices"][device["name"].get<std::string>()] = device["master"];
+        for (const auto& table : json["vlan"]["tables"]) {
+            std::vector<std::string> rules;
+            for (const auto& rule : table["rules"])
+                rules.push_back(withGemPorts(rule["text"], json["pon"]["gemPorts"]));
+            std::sort(rules.begin(), rules.end());
+            if (!rules.empty())
+                kept["rules"][table["device"].get<std::string>() + table["direction"].get<std::string>() +
+                              table["tags"].dump()] = rules;
+        }
+        for (const auto& tcont : json["pon"]["tconts"])
+            if (!tcont["allocId"].is_null()) kept["tconts"][tcont["index"].dump()] = tcont["allocId"];
+        for (const auto& port : json["pon"]["gemPorts"])
+            kept["ports"][port["portId"].dump()] = {port["allocId"], port["enabled"]};
+        for (const auto& object : json["runner"]["objects"]) kept["runner"][object["name"].get<std::string>()] = object;
+        return kept;
+    }
+    static std::string withGemPorts(std::string text, const nlohmann::json& ports) {
+        for (const std::string name : {"gem=", "gem:="}) {
+            const std::size_t at = text.find(name);
+            if (at == std::string::npos) continue;
+            std::size_t end = 0;
+            const unsigned long index = std::stoul(text.substr(at + name.size()), &end);
+            for (const auto& port : ports)
+                if (port["index"] == index) text.replace(at + name.size(), end, "port " + port["portId"].dump());
+        }
+        return text;
+    }
+    // The board after a boot, of a daemon that never died.
+    nlohmann::json neverDied(const Calls& calls) {
+        startOver();
+        Daemon daemon(folder_);
+        make(daemon, calls);
+        return serving();
+    }
+    void liveFirst(const Calls& calls) {
+        startOver();
+        Daemon first(folder_);
+        ASSERT_EQ(first.open(state()), 0);
+        make(first, calls);
+    }
+};
+
+inline std::string difference(const nlohmann::json& one, const nlohmann::json& other) {
+    return nlohmann::json::diff(one, other).dump(1);
+}
+
+}  // namespace restart_tests
+
+#endif
