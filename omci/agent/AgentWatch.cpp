@@ -1,5 +1,7 @@
 // What the agent does beside answering: values that live, what time brings, restarts.
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 #include "hal/VornHal.h"
 #include "omci/agent/Agent.h"
@@ -33,6 +35,25 @@ int receivedThreshold(std::uint8_t value, int own) {
 
 int transmittedThreshold(std::uint8_t value, int own) {
     return value == kTransmittedByOnu ? own : kHalfDecibel * static_cast<std::int8_t>(value);
+}
+
+// Rows of a bridge port's table (9.3.8): age and how the entry came to be, then the address.
+TableRows bridgeTableRows(const std::vector<LearnedStation>& stations) {
+    constexpr unsigned kLearned = 0x0004, kAgeShift = 4, kMaxAge = 4095;
+    TableRows rows;
+    for (const LearnedStation& station : stations) {
+        Bytes row;
+        appendNumber(row, kLearned | std::clamp<unsigned>(station.ageSeconds, 1, kMaxAge) << kAgeShift, 2);
+        row.insert(row.end(), station.address.begin(), station.address.end());
+        rows.push_back(std::move(row));
+    }
+    return rows;
+}
+
+// What a bridge port leads to.
+EntityKey targetOf(const Entity& bridgePort) {
+    return {bridgePortTarget(bridgePort.number8(attr::bridge_port::kTpType)),
+            bridgePort.number16(attr::bridge_port::kTpPointer)};
 }
 
 std::uint16_t levelField(int level) {
@@ -69,6 +90,13 @@ void Agent::refresh(EntityKey key, AttributeMask mask) {
         case class_id::kBridgePortDesignation:
             if (const Entity* port = mib_.find(class_id::kBridgePort, key.instance)) refreshPortOf(*port);
             break;
+        case class_id::kBridgePortTable:
+            if (const Entity* port = mib_.find(class_id::kBridgePort, key.instance)) {
+                const auto stations =
+                    device_.learnedStations(port->number16(attr::bridge_port::kBridgeIdPointer), targetOf(*port));
+                if (stations) mib_.setRows(key, attr::bridge_port_table::kBridgeTable, bridgeTableRows(*stations));
+            }
+            break;
         default:
             break;
     }
@@ -76,8 +104,7 @@ void Agent::refresh(EntityKey key, AttributeMask mask) {
 
 // The port behind a bridge port, whose link the state of the bridge port follows.
 void Agent::refreshPortOf(const Entity& bridgePort) {
-    const EntityKey port{bridgePortTarget(bridgePort.number8(attr::bridge_port::kTpType)),
-                         bridgePort.number16(attr::bridge_port::kTpPointer)};
+    const EntityKey port = targetOf(bridgePort);
     if (port.classId == class_id::kEthernetUni) refresh(port, maskOf(attr::ethernet_uni::kOperationalState));
 }
 

@@ -3,9 +3,11 @@
 #ifndef OMCI_AGENT_DEVICE_H
 #define OMCI_AGENT_DEVICE_H
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "hal/CounterRecords.h"
 #include "omci/message/Contents.h"
@@ -34,6 +36,12 @@ struct GemPortCounters {
     std::uint64_t discardedFrames = 0;
 };
 
+// A station that a bridge has learned.
+struct LearnedStation {
+    std::array<std::uint8_t, 6> address{};
+    std::uint16_t ageSeconds = 0;  // since its last frame, at most 4095
+};
+
 class Device {
 public:
     virtual ~Device() = default;
@@ -45,6 +53,10 @@ public:
     virtual std::optional<std::uint64_t> counter(ClassId, AttributeNumber, EntityKey) { return std::nullopt; }
 
     virtual std::optional<PortState> portState(InstanceId /*ethernetPort*/) { return std::nullopt; }
+    // The stations behind a port of a bridge: the instance of the bridge, and the entity that the bridge port leads to.
+    virtual std::optional<std::vector<LearnedStation>> learnedStations(InstanceId /*bridge*/, EntityKey /*port*/) {
+        return std::nullopt;
+    }
     virtual ModuleReading module() { return {}; }
 
     // A voice call is going on; with emergencyOnly an emergency call.

@@ -1,6 +1,7 @@
 #include "living/BoardDevice.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string>
 
 #include "VirtualOnu.h"
@@ -8,6 +9,7 @@
 #include "omci/message/Integrity.h"
 #include "omci/message/Numbers.h"
 #include "omci/message/ValueText.h"
+#include "running/scenario/fields/Field.h"
 
 namespace vorn_onu {
 
@@ -36,6 +38,13 @@ std::uint8_t configurationOf(int speed, int duplex) {
         default:
             return 0;
     }
+}
+
+// "02:00:5e:00:00:01"
+std::vector<std::uint8_t> bytesOfText(const std::string& mac) {
+    std::string digits;
+    std::copy_if(mac.begin(), mac.end(), std::back_inserter(digits), [](char c) { return c != ':'; });
+    return bytesOfDigits(digits);
 }
 
 // The cable of a port that is set up is in.
@@ -97,6 +106,28 @@ std::optional<omci::PortState> BoardDevice::portState(omci::InstanceId ethernetP
     up =
         up && hasCarrier(link->administered) && onu.phyHasLink(link->phy) && !(administered && administered->takenDown);
     return omci::PortState{up, up ? configurationOf(speed, duplex) : std::uint8_t{0}};
+}
+
+// On the board a UNI is member of its bridge by a VLAN device of its own, "sid1.3", and the PON side is "gpon3.3".
+std::optional<std::vector<omci::LearnedStation>> BoardDevice::learnedStations(omci::InstanceId bridge,
+                                                                              omci::EntityKey port) {
+    constexpr unsigned kBridgeOfInstance0 = 65535;  // the HAL's 0 is the one with the VEIP
+    constexpr std::uint64_t kMsInSecond = 1000, kMaxAge = 4095;
+    const std::string number = std::to_string(bridge == 0 ? kBridgeOfInstance0 : bridge);
+    const bool isVeip = port.classId == omci::class_id::kVeip;
+    const std::string user = deviceOf(port);
+    const std::string member = user.empty() ? "gpon" + number + "." + number : user + "." + number;
+    std::vector<omci::LearnedStation> stations;
+    for (const auto& learned : virtual_onu::VirtualOnu::instance().learnedAddresses()) {
+        if (isVeip ? learned.port.compare(0, user.size(), user) != 0 : learned.port != member) continue;
+        omci::LearnedStation station;
+        const auto bytes = bytesOfText(learned.mac);
+        if (bytes.size() != station.address.size()) continue;
+        std::copy(bytes.begin(), bytes.end(), station.address.begin());
+        station.ageSeconds = static_cast<std::uint16_t>(std::min(learned.ageMs / kMsInSecond, kMaxAge));
+        stations.push_back(station);
+    }
+    return stations;
 }
 
 std::string BoardDevice::imageVersion(omci::ByteView image) {

@@ -21,6 +21,8 @@ public:
     std::optional<IntfStats> portCounters(omci::EntityKey port) override;
     std::optional<omci::GemPortCounters> gemPortCounters(std::uint16_t gemPortId) override;
     std::optional<omci::PortState> portState(omci::InstanceId ethernetPort) override;
+    std::optional<std::vector<omci::LearnedStation>> learnedStations(omci::InstanceId bridge,
+                                                                     omci::EntityKey port) override;
     // The printable text that the image begins with; of one that begins otherwise its CRC-32 in hexadecimal digits.
     std::string imageVersion(omci::ByteView image) override;
 
