@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Core.h"
+#include "CoreState.h"
 #include "Facilities.h"
 
 namespace virtual_onu {
@@ -154,11 +155,22 @@ nlohmann::json VirtualOnu::toJsonWithoutTrace() const {
                           {"calls", callCount()},
                           {"trace", nlohmann::json::array()}};
     if (nlohmann::json taps = tapsToJson(); !taps.empty()) all["taps"] = std::move(taps);
+    if (nlohmann::json faults = faultsToJson(); !faults.empty()) all["faults"] = std::move(faults);
     return all;
 }
 
 nlohmann::json VirtualOnu::tapsToJson() const {
     return taps::toJson();
+}
+
+nlohmann::json VirtualOnu::faultsToJson() const {
+    const DeviceAccess lock(deviceMutex());
+    auto list = nlohmann::json::array();
+    for (const PendingFault& fault : core().pendingFaults)
+        list.push_back({{"function", fault.name}, {"nth", fault.callsToGo}, {"code", fault.code}});
+    for (const auto& [call, code] : core().numberedFaults)
+        if (call > core().calls) list.push_back({{"call", call}, {"code", code}});
+    return list;
 }
 
 std::string VirtualOnu::stateText() const {

@@ -390,6 +390,8 @@ public:
     nlohmann::json toJson() const;
     nlohmann::json toJsonWithoutTrace() const;  // with an empty list for it
     nlohmann::json tapsToJson() const;          // its member "taps", real packets; an empty list where there are none
+    // Its member "faults": what failNext and failCall wait for, as fault steps of a scenario would ask for it.
+    nlohmann::json faultsToJson() const;
 #endif
     // Counts changes of what decides where frames go: devices, bridges, rules, links, GEM ports, queues, runner
     // classes.

@@ -60,6 +60,8 @@ public:
     Handled handle(const Message& request);
     // What has to wait until the answer has gone: a restart. Does nothing where nothing waits.
     void afterAnswer();
+    // Restarts with the committed image, as after a loss of power: what a reboot does, without a message.
+    void restartByItself() { restart(images_.committed()); }
     // What the ONU sends by itself since the last call, in order.
     std::vector<Message> takeAutonomous() { return outbox_.take(); }
     // Lets what time brings happen: ends of intervals and of alarm reporting control, crossed thresholds, port states

@@ -213,6 +213,14 @@ class Onu(Steps):
     def counters(self) -> Counters:
         return decode(Counters, self._ask("counters"))
 
+    def mib(self) -> List[Dict[str, Any]]:
+        """The MIB of a board that an OLT's messages come to: its entities, as docs/living.md has them."""
+        return cast(List[Dict[str, Any]], self._ask("mib")["mib"])
+
+    def messages(self, *, after: int = 0) -> List[Dict[str, Any]]:
+        """An OLT's messages behind that number with what came of them, the last 1,000 at most."""
+        return cast(List[Dict[str, Any]], self._ask("messages", after=after)["messages"])
+
     def subscribe(self, *to: str, every: float = 1.0, after: Optional[int] = None) -> Subscription:
         """Events as they come: "trace", "changes", "counters" (every so many seconds), as docs/living.md has them."""
         fields: Dict[str, Any] = {"to": list(to), "everyMs": round(every * 1000)}

@@ -310,6 +310,7 @@ class DeviceState:
     calls: int  # into the device so far
     trace: List[TraceEntry] = field(default_factory=list)  # as far as it was asked for
     taps: List[Tap] = field(default_factory=list)  # ports with real packets
+    faults: List[Dict[str, Any]] = field(default_factory=list)  # that are armed, as fault steps ask for them
 
     def device(self, name: str) -> Optional[NetworkDevice]:
         return next((one for one in self.network.devices if one.name == name), None)
@@ -344,6 +345,7 @@ class Counters:
     gemPorts: Dict[str, List[int]]  # the kit's ten, by port id
     queues: List[QueueCounters]
     taps: List[Tap] = field(default_factory=list)
+    faults: List[Dict[str, Any]] = field(default_factory=list)  # that are armed
 
 
 @dataclass(frozen=True)

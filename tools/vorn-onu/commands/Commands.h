@@ -145,6 +145,21 @@ struct AtTraceCommand : AtCommand {
     int run() const;
 };
 
+// Messages of an OLT, a line each.
+struct AtOmciCommand : AtCommand {
+    bool following = false;  // goes on with what comes
+    std::size_t last = 0;    // so many messages; 0: all that are kept
+    bool values = false, bytes = false;
+    std::vector<std::string> classes, instances, types;  // only these
+    int run() const;
+};
+
+struct AtMibCommand : AtCommand {
+    bool tree = false;  // along the pointers, from bridge to queue
+    int classId = -1;   // only this class; -1: all
+    int run() const;
+};
+
 struct AtWatchCommand : AtCommand {
     int run() const;
 };

@@ -9,6 +9,7 @@
 #include "running/io/Files.h"
 #include "running/io/JsonCheck.h"
 #include "running/io/Output.h"
+#include "views/MibText.h"
 
 namespace vorn_onu {
 
@@ -23,11 +24,30 @@ std::string reasonOf(const std::exception& error) {
     return text.empty() || text.front() != '[' || end == std::string::npos ? text : text.substr(end + 2);
 }
 
-// exec writes a device's state, run writes one beside the steps.
-DeviceState stateIn(const std::string& path) {
+nlohmann::json jsonIn(const std::string& path) {
     const std::string text = readFile(path, kMaxStateSize);
     if (const auto fault = checkJson(text)) throw FileProblem(path, fault->what);
-    const nlohmann::json whole = nlohmann::json::parse(text);
+    return nlohmann::json::parse(text);
+}
+
+// What at NAME mib has written; states of devices have no such member.
+bool isMib(const nlohmann::json& whole) {
+    return whole.is_object() && whole.contains("mib");
+}
+
+std::vector<std::string> mibsDiffer(const std::string& before, const nlohmann::json& old, const std::string& after,
+                                    const nlohmann::json& now) {
+    for (const auto& [path, whole] : {std::make_pair(&before, &old), std::make_pair(&after, &now)})
+        if (!isMib(*whole)) throw FileProblem(*path, "is no MIB, as the other file is");
+    try {
+        return mibDifferences(old["mib"], now["mib"]);
+    } catch (const std::exception& error) {
+        throw FileProblem(before, "or " + after + " is no MIB: " + reasonOf(error));
+    }
+}
+
+// exec writes a device's state, run writes one beside the steps.
+DeviceState stateIn(const std::string& path, const nlohmann::json& whole) {
     try {
         return readState(whole.contains("device") ? whole.at("device") : whole);
     } catch (const std::exception& error) {
@@ -43,7 +63,9 @@ std::string jsonText(const nlohmann::json& value) {
 
 int DiffCommand::run() const {
     try {
-        const auto lines = differences(stateIn(before), stateIn(after));
+        const nlohmann::json old = jsonIn(before), now = jsonIn(after);
+        const auto lines = isMib(old) || isMib(now) ? mibsDiffer(before, old, after, now)
+                                                    : differences(stateIn(before, old), stateIn(after, now));
         std::string text;
         for (const auto& line : lines) text += line + "\n";
         const nlohmann::json all = {{"before", before}, {"after", after}, {"differences", lines}};

@@ -6,6 +6,7 @@
 #include "commands/CommandLine.h"
 #include "commands/Commands.h"
 #include "commands/FrameOptions.h"
+#include "commands/LogOptions.h"
 #include "living/BoardSocket.h"
 #include "running/scenario/Scenario.h"
 
@@ -68,6 +69,39 @@ void addTrace(CLI::App& at, const std::string& name, Works& works) {
     works.emplace_back(command, [trace, &name] {
         trace->name = name;
         return trace->run();
+    });
+}
+
+void addOmciAt(CLI::App& at, const std::string& name, Works& works) {
+    const auto omci = std::make_shared<AtOmciCommand>();
+    CLI::App* command = at.add_subcommand("omci", "show the messages of an OLT, a line each, the last 1,000 at most");
+    command->add_flag("--follow", omci->following, "go on with those to come, until the board is gone");
+    command->add_option("--last", omci->last, "begin with the last so many; otherwise with all that are kept")
+        ->check(numberFrom(1))
+        ->type_name("N");
+    const LogWords words{omci->values, omci->bytes, omci->classes, omci->instances, omci->types};
+    addLogOptions(*command, words, "");
+    command->add_flag("--json", omci->json, "a message as JSON on each line");
+    works.emplace_back(command, [omci, &name] {
+        omci->name = name;
+        return omci->run();
+    });
+}
+
+void addMib(CLI::App& at, const std::string& name, Works& works) {
+    constexpr int kMaxClass = 65535;
+    const auto mib = std::make_shared<AtMibCommand>();
+    CLI::App* command = at.add_subcommand("mib", "show the MIB that an OLT has made of the board");
+    CLI::Option* tree =
+        command->add_flag("--tree", mib->tree, "along the pointers: bridges, ports, GEM ports, queues, rows");
+    command->add_option("--class", mib->classId, "only entities of this class")
+        ->check(CLI::Range(0, kMaxClass))
+        ->type_name("NUMBER")
+        ->excludes(tree);
+    command->add_flag("--json", mib->json, "answer in JSON; vorn-onu diff compares two of them")->excludes(tree);
+    works.emplace_back(command, [mib, &name] {
+        mib->name = name;
+        return mib->run();
     });
 }
 
@@ -140,6 +174,8 @@ Command addAt(CLI::App& app) {
         ->check(boardName());
     addShow(*command, at->name, at->works);
     addTrace(*command, at->name, at->works);
+    addOmciAt(*command, at->name, at->works);
+    addMib(*command, at->name, at->works);
     addWatch(*command, at->name, at->works);
     addSendAt(*command, at->name, at->works);
     addServe(*command, at->name, at->works);
@@ -154,7 +190,7 @@ Command addAt(CLI::App& app) {
         "Steps are those of scenarios (docs/scenario-format.md), with the same words and checks. A field of an object "
         "is "
         "KEY=VALUE, with dots into objects in it: board links.eth0=down optics.receive=0; gateway silent; fault "
-        "function=tmctl_setQueueCfg nth=2; advance 5000; frame from=sid0 'tags=[{\"vid\": 20}]'.\n\n"
+        "function=tmctl_setQueueCfg nth=2; fault omci drop=3; advance 5000; frame from=sid0 'tags=[{\"vid\": 20}]'.\n\n"
         "Exit codes: 0 done, 1 the step failed or the frame is dropped, 2 no such board or bad input.");
     return {command, [at] {
                 for (const auto& [app_, work] : at->works)

@@ -16,11 +16,15 @@
 #include "commands/StateWriter.h"
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
+#include "living/AnswerFaults.h"
 #include "living/ExchangeCapture.h"
+#include "living/LateFrames.h"
 #include "living/Layout.h"
 #include "living/MessageNumbers.h"
 #include "living/MessageSocket.h"
+#include "living/MibState.h"
 #include "living/MicOption.h"
+#include "living/OltSide.h"
 #include "living/Server.h"
 #include "omci/message/FrameGate.h"
 #include "running/io/Output.h"
@@ -30,6 +34,7 @@
 #include "views/DeviceReport.h"
 #include "views/MessageLog.h"
 #include "views/MessageOutput.h"
+#include "views/MessageRecord.h"
 
 namespace vorn_onu {
 
@@ -38,7 +43,7 @@ namespace {
 constexpr int kTickMs = 1000;
 constexpr std::size_t kMaxKept = 1000;  // messages, for the files: the latest
 
-class Listener {
+class Listener : private living::OltSide {
 public:
     Listener(const OmciCommand& command, std::FILE* shown)
         : command_(command),
@@ -59,6 +64,7 @@ public:
         run_.newBoard = readState(onu.toJson());
         taps_ = openTaps(command.taps);
         living_ = std::make_unique<LivingOnu>(layout_);
+        board_.connect(*this);
         if (!command.name.empty()) {
             server_ = std::make_unique<living::Server>(command.name, command.taps);
             server_->start(board_);
@@ -74,9 +80,10 @@ public:
         pollfd waits[] = {{socket_.descriptor(), POLLIN, 0}, {signals, POLLIN, 0}};
         auto last = std::chrono::steady_clock::now();
         while (true) {
-            poll(waits, 2, kTickMs);
+            poll(waits, 2, late_.waitMs(kTickMs));
             if ((waits[1].revents & POLLIN) != 0) return;
             const std::lock_guard<std::mutex> calls(board_.hal());
+            for (const omci::Bytes& frame : late_.due()) sendFrame(frame);
             for (int taken = 0; taken < kMaxAtOnce; ++taken) {
                 const auto datagram = socket_.receive();
                 if (!datagram) break;
@@ -149,13 +156,18 @@ private:
             return;
         }
         const auto begin = std::chrono::steady_clock::now();
-        const Handling handling = living_->handle(decoded.message);
-        if (handling.handled.answer) send(*handling.handled.answer);
+        Handling handling = living_->handle(decoded.message);
+        std::string fault;
+        if (handling.handled.answer) {
+            faults_.alter(decoded.message, *handling.handled.answer);
+            fault = sendAnswer(*handling.handled.answer);
+        }
         const double latencyMs =
             std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count();
         for (const omci::Message& message : handling.autonomous) send(message);
         Played one = played(decoded.message, handling);
         if (one.answer) one.latencyMs = latencyMs;
+        one.fault = std::move(fault);
         keep(std::move(one));
         changed_ = true;
     }
@@ -200,10 +212,45 @@ private:
         }
     }
 
-    void send(const omci::Message& message) {
-        const omci::Bytes frame = gate_.frameOf(message);
+    void send(const omci::Message& message) { sendFrame(gate_.frameOf(message)); }
+
+    void sendFrame(const omci::Bytes& frame) {
         capture_.add(omci::Direction::kUpstream, frame);
         socket_.send(frame);
+    }
+
+    // In words what a fault has made of it; "" where it went as it is.
+    std::string sendAnswer(const omci::Message& answer) {
+        const AnswerFate fate = faults_.next();
+        if (fate.dropped) return fate.words;
+        omci::Bytes frame = gate_.frameOf(answer);
+        if (fate.damaged) damage(frame);
+        for (int copies = fate.twice ? 2 : 1; copies > 0; --copies) {
+            if (fate.delayMs != 0)
+                late_.add(frame, std::chrono::milliseconds(fate.delayMs));
+            else
+                sendFrame(frame);
+        }
+        return fate.words;
+    }
+
+    // ---- for those who reach the board by its name ----
+
+    void arm(const MessageFault& fault) override {
+        faults_.arm(fault);
+        if (fault.dataSync != 0) living_->moveDataSync(fault.dataSync);
+        if (fault.reboot != 0) living_->reboot();
+    }
+    void clear() override { faults_.clear(); }
+    nlohmann::json armed() const override { return faults_.armed(); }
+    nlohmann::json mib() override { return mibJson(living_->mib()); }
+    std::uint64_t messageCount() const override { return number_; }
+    nlohmann::json messages(std::uint64_t after, std::size_t most) override {
+        auto list = nlohmann::json::array();
+        const std::size_t known = after > run_.before ? static_cast<std::size_t>(after - run_.before) : 0;
+        for (std::size_t at = known; at < run_.messages.size() && list.size() < most; ++at)
+            list.push_back(messageRecord(*run_.messages[at]));
+        return list;
     }
 
     void writeState() {
@@ -232,6 +279,8 @@ private:
     std::unique_ptr<virtual_onu::Taps> taps_;
     std::unique_ptr<LivingOnu> living_;
     MessageNumbers numbers_;
+    AnswerFaults faults_;
+    LateFrames late_;
     std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
     std::size_t number_ = 0;
     bool changed_ = true;

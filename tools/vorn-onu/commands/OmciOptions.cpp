@@ -6,6 +6,7 @@
 #include "commands/Commands.h"
 #include "commands/ForwardingOptions.h"
 #include "commands/FrameOptions.h"
+#include "commands/LogOptions.h"
 #include "commands/TapOptions.h"
 
 namespace vorn_onu {
@@ -68,20 +69,8 @@ Command addOmci(CLI::App& app) {
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     CLI::Option* log = command->add_flag(
         "--log", omci->log, "show a line a message: time, direction, transaction, type, entity, result, latency");
-    command->add_flag("-v,--values", omci->logValues, "with --log: attributes as well")->needs(log);
-    command->add_flag("-x,--bytes", omci->logBytes, "with --log: bytes in hexadecimal digits with their offsets")
-        ->needs(log);
-    const auto only = [&](const char* name, std::vector<std::string>& words, const char* what, const char* type) {
-        command->add_option(name, words, what)
-            ->type_name(type)
-            ->needs(log)
-            ->expected(1)
-            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    };
-    only("--class", omci->logClasses, "with --log: only messages about entities of this class", "NUMBER");
-    only("--instance", omci->logInstances, "with --log: only messages about this instance", "NUMBER");
-    only("--type", omci->logTypes, "with --log: only these messages, as they are named: set, \"MIB upload next\"",
-         "NAME");
+    addLogOptions(*command, {omci->logValues, omci->logBytes, omci->logClasses, omci->logInstances, omci->logTypes},
+                  "with --log: ", log);
     command->add_flag("--strict", omci->strict,
                       "a refused message is a failure even where the capture has the same refusal");
     command->add_flag("--quiet", omci->quiet, "show only what is not as in the capture");

@@ -17,7 +17,7 @@ _vorn_onu() {
                        --destination --payload --both-ways --json --report --pcap --record --quiet --name --audit --tap
                        --forwarding --strict --layout --mic --capture --log --values --bytes --class --instance --type" ;;
         info | diff | ls) options="--json" ;;
-        at) options="--json --port --follow --failed --last --from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source
+        at) options="--json --port --follow --failed --last --tree --values --bytes --class --instance --type --from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source
                     --destination --payload --both-ways" ;;
         help) options="--man" ;;
         exec) options="--trace --json --board --report --pcap --hal-output --record --forwarding --name --tap --quiet" ;;
@@ -36,7 +36,7 @@ _vorn_onu() {
         at:at) COMPREPLY=($(compgen -W "$(vorn-onu ls --json 2>/dev/null | sed -n 's/^    "name": "\(.*\)",*$/\1/p')" -- "$word")) ;;
         at:*)
             if [ "$COMP_CWORD" -eq 3 ]; then
-                COMPREPLY=($(compgen -W "show trace watch send serve call gateway board advance fault frame expect mark step" -- "$word"))
+                COMPREPLY=($(compgen -W "show trace watch send serve omci mib call gateway board advance fault frame expect mark step" -- "$word"))
             else
                 COMPREPLY=($(compgen -W "$options --help" -- "$word"))
             fi

@@ -5,6 +5,7 @@
 #include <mutex>
 #include <string>
 
+#include "living/OltSide.h"
 #include "living/Session.h"
 #include "running/io/HeldJson.h"
 
@@ -24,11 +25,16 @@ class OwnBoard : public LiveBoard {
 public:
     // Whoever calls the HAL by himself holds hal() while he does.
     OwnBoard(virtual_onu::VirtualOnu& onu, VornHal& vornHal, nlohmann::json about, Held<Json> records = {});
+    // An OLT's messages come to it; olt lives as long as the board. Before the first request.
+    void connect(OltSide& olt);
     std::string ask(const Json& request) override;
     nlohmann::json about() override;
     std::mutex& hal() { return hal_; }
 
 private:
+    std::string askOlt(const Json& request);
+
+    OltSide* olt_ = nullptr;
     Held<nlohmann::json> about_;
     std::mutex session_mutex_, hal_;
     Session session_;

@@ -104,6 +104,18 @@ std::vector<omci::Message> LivingOnu::tick() {
     return agent_.takeAutonomous();
 }
 
+void LivingOnu::moveDataSync(unsigned count) {
+    constexpr unsigned kMax = 255;  // followed by 1
+    const omci::EntityKey key{omci::class_id::kOnuData, 0};
+    const unsigned now = agent_.mib().find(key)->number8(omci::attr::onu_data::kMibDataSync) + count;
+    agent_.mib().setNumber(key, omci::attr::onu_data::kMibDataSync, now > kMax ? now - kMax : now);
+}
+
+void LivingOnu::reboot() {
+    agent_.restartByItself();
+    services_.settle(static_cast<int>(omci::MessageType::kReboot), 0);
+}
+
 Json LivingOnu::startSteps() {
     return Json::array({Json{{"gateway", {{"answersAfterMs", kGatewayMs}}}}, Json{{"call", "vorn_omci_hal_init"}}});
 }

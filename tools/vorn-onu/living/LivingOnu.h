@@ -51,6 +51,11 @@ public:
     // Lets a moment's work be done: once a second. What the ONU sends because of it comes out.
     std::vector<omci::Message> tick();
 
+    // The data sync counter goes on by so many, without a message of the OLT.
+    void moveDataSync(unsigned count);
+    // Restarts as after a loss of power. What the HAL is asked for because of it is in the next message's handling.
+    void reboot();
+
     omci::Agent& agent() { return agent_; }
     const omci::Mib& mib() { return agent_.mib(); }
     // What services exist: in the order in which the pieces are made.

@@ -50,6 +50,7 @@ void addHandling(Played& played, const Handling& handling, const std::function<s
     }
     played.problems.insert(played.problems.end(), handling.problems.begin(), handling.problems.end());
     for (const auto& message : handling.autonomous) played.autonomous.push_back(omci::textOf(message));
+    played.autonomousMessages = handling.autonomous;
     if (!handled.answer) {
         played.whyNoAnswer = omci::nameOf(handled.dropped);
         if (handled.dropped != omci::Dropped::kNoAnswerAsked) played.refusal = RefusalKind::kRefused;

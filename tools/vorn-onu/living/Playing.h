@@ -36,6 +36,7 @@ struct Played {
     std::optional<omci::MessageText> answer;    // of the ONU here
     std::optional<omci::MessageText> captured;  // of the ONU of the capture
     std::string whyNoAnswer;
+    std::string fault;  // that was asked for, and met the answer: "not sent"
     bool repeated = false;
     CodeState code = CodeState::kNotJudged;          // the message's integrity code
     CodeState capturedCode = CodeState::kNotJudged;  // that of the capture's answer
@@ -46,6 +47,7 @@ struct Played {
     std::vector<HalStep> calls;
     std::vector<omci::services::Problem> problems;
     std::vector<omci::MessageText> autonomous;  // of the ONU here
+    std::vector<omci::Message> autonomousMessages;
 };
 
 // Puts what a message of the OLT has done into played, whose message is there already. numberOf: the number shown for

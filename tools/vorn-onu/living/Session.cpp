@@ -9,6 +9,7 @@
 
 #include "living/Protocol.h"
 #include "running/scenario/FrameReturn.h"
+#include "running/scenario/MessageFaults.h"
 #include "running/scenario/StepRecord.h"
 #include "running/scenario/fields/FrameFields.h"
 #include "running/state/DeviceState.h"
@@ -94,9 +95,11 @@ json Session::done(const Json& request) {
     if (what == "trace") return trace(request);
     if (what == "counters") return counters();
     if (what == "news") return news(request);
+    if (what == "mib" || what == "messages")
+        throw Refusal("not-here", "no OLT's messages come to this board; one of 'omci --listen --name' has a MIB");
     throw Refusal("bad-request", "there is no request '" + what + "'" +
-                                     suggestion(what, {"hello", "show", "step", "send", "trace", "counters",
-                                                       "subscribe", "unsubscribe"}));
+                                     suggestion(what, {"hello", "show", "step", "send", "trace", "counters", "mib",
+                                                       "messages", "subscribe", "unsubscribe"}));
 }
 
 // Every entry is looked at once only: a trace is long, and the device's threads wait for each look at it.
@@ -126,6 +129,7 @@ json Session::show(const Json& request) {
         const auto any = [](const TraceEntry&) { return true; };
         device["trace"] = virtual_onu::traceJson(entriesAfter(onu_, 0, static_cast<std::size_t>(-1), any));
     }
+    if (json faults = armedFaults(); !faults.empty()) device["faults"] = std::move(faults);
     return {{"ok", true},
             {"device", std::move(device)},
             {"changes", onu_.changes()},
@@ -216,7 +220,15 @@ json Session::counters() const {
     json reply = {
         {"ok", true}, {"devices", std::move(devices)}, {"gemPorts", std::move(ports)}, {"queues", std::move(queues)}};
     if (json taps = onu_.tapsToJson(); !taps.empty()) reply["taps"] = std::move(taps);
+    if (json faults = armedFaults(); !faults.empty()) reply["faults"] = std::move(faults);
     return reply;
+}
+
+json Session::armedFaults() const {
+    json faults = onu_.faultsToJson();
+    if (context_.messageFaults == nullptr) return faults;
+    for (json& fault : context_.messageFaults->armed()) faults.push_back(std::move(fault));
+    return faults;
 }
 
 // What has come since somebody looked last, for events.

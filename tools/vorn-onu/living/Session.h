@@ -17,6 +17,8 @@ class Session {
 public:
     // hal: null where a program owns it; calls of its operations are refused then. records: by name, for call steps.
     Session(virtual_onu::VirtualOnu& onu, VornHal* hal, Held<Json> records = {});
+    // Faults of the answers to an OLT are armed there, and shown.
+    void connect(MessageFaults& faults) { context_.messageFaults = &faults; }
     // {"do": "show"}, {"do": "step", "step": {...}}, ... The text of the reply, a refusal too.
     std::string answer(const Json& request);
 
@@ -28,6 +30,7 @@ private:
     nlohmann::json send(const Json& request);
     nlohmann::json trace(const Json& request) const;
     nlohmann::json counters() const;
+    nlohmann::json armedFaults() const;
     nlohmann::json news(const Json& request) const;
 
     virtual_onu::VirtualOnu& onu_;

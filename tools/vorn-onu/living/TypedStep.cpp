@@ -62,8 +62,20 @@ const StepKind& kindOf(const std::string& name) {
 Json stepOf(const std::string& name, const std::vector<std::string>& words) {
     const StepKind& kind = kindOf(name);
     Json step = Json::object(), value;
+    bool isMessageFault = false;  // "fault omci drop=3 reboot" is {"fault": {"omci": {"drop": 3, "reboot": true}}}
     for (const std::string& word : words) {
         const std::size_t equals = equalsIn(word);
+        if (name == "fault" && word == "omci" && value.is_null()) {
+            isMessageFault = true;
+            continue;
+        }
+        if (isMessageFault) {
+            const bool plain = equals == std::string::npos;
+            std::vector<std::string> path = pathOf(plain ? word : word.substr(0, equals));
+            path.insert(path.begin(), "omci");
+            put(value, path, plain ? Json(true) : valueOf(word.substr(equals + 1)), word);
+            continue;
+        }
         if (equals == std::string::npos) {
             if (!value.is_null()) throw Problem("'" + word + "' is one word too many: there is a value already");
             value = valueOf(word);

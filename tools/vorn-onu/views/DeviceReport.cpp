@@ -212,7 +212,8 @@ std::string deviceReport(const DeviceState& state, const DeviceState& newBoard, 
            rules(state, terminal) + flows(state, terminal) + ponLink(state, terminal) + tconts(state, terminal) +
            gemPorts(state, terminal) + list("Runner objects", state.runnerObjects, terminal) +
            list("Ingress queue keys", state.ingressKeys, terminal) + list("Policy routing", routing(state), terminal) +
-           list("Messages to the gateway", state.messages, terminal) + realPackets(state, terminal);
+           list("Messages to the gateway", state.messages, terminal) + realPackets(state, terminal) +
+           list("Armed faults", state.armedFaults, terminal);
 }
 
 std::string warnings(const DeviceState& state, const Terminal& terminal, const std::vector<RunStep>& steps) {

@@ -62,6 +62,7 @@ std::string resultText(const Played& played) {
     if (!played.answer) return "  no answer: " + played.whyNoAnswer;
     std::string text = "  " + (played.answer->result.empty() ? "answered" : played.answer->result);
     if (played.repeated) text += ", repeated";
+    if (!played.fault.empty()) text += ", " + played.fault + " by a fault";
     if (!played.latencyMs) return text;
     char latency[32];
     std::snprintf(latency, sizeof latency, "  %.2f ms", *played.latencyMs);

@@ -107,6 +107,7 @@ std::string MessageOutput::outcome(const Played& played) const {
         text += below("! the capture's answer has a wrong integrity code", &Terminal::yellow);
     if (played.answer && !played.answer->values.empty())
         text += below("answer: " + valueWords(*played.answer), &Terminal::dim);
+    if (!played.fault.empty()) text += below("! by a fault the answer is " + played.fault, &Terminal::yellow);
     for (const std::string& entity : played.madeUp)
         text += below("made with values of 0, from before the capture begins: " + entity, &Terminal::yellow);
     for (const std::string& difference : played.differences)
@@ -224,6 +225,7 @@ nlohmann::json playedJson(const Played& played) {
     json["answer"] = played.answer ? textJson(*played.answer) : nlohmann::json();
     if (played.captured) json["captured"] = textJson(*played.captured);
     if (!played.whyNoAnswer.empty()) json["whyNoAnswer"] = played.whyNoAnswer;
+    if (!played.fault.empty()) json["fault"] = played.fault;
     json["repeated"] = played.repeated;
     if (played.code != CodeState::kNotJudged) json["integrity"] = played.code == CodeState::kRight ? "right" : "wrong";
     json["refused"] = played.refusal != RefusalKind::kNone;

@@ -201,7 +201,7 @@ std::string listsPart(const DeviceState& state) {
     for (const auto& [from, to] : state.flows) flows.push_back(from + " → " + to);
     return list("Messages to the gateway", state.messages) + list("VLAN flows", flows) +
            list("Runner objects", state.runnerObjects) + list("Ingress queue keys", state.ingressKeys) +
-           list("Policy routing", routing);
+           list("Policy routing", routing) + list("Armed faults", state.armedFaults);
 }
 
 }  // namespace vorn_onu

@@ -10,6 +10,7 @@
 #include "running/io/Printed.h"
 #include "running/state/DeviceState.h"
 #include "running/state/FailedCalls.h"
+#include "running/state/FaultWords.h"
 #include "running/state/ServiceWords.h"
 #include "running/state/Services.h"
 #include "views/Terminal.h"
@@ -303,6 +304,11 @@ std::vector<std::string> watchLines(const Watched& watched, WatchChoice& choice,
             if (holds(text, choice.filter)) lines.push_back("  " + text);
         return lines;
     };
+    // They are armed without a change of the board: what is counted each second has them.
+    const std::vector<std::string> faults =
+        indented(faultWords(watched.counters->is_object() ? watched.counters->value("faults", json::array()) : json()));
+    if (!faults.empty())
+        sections.push_back({"Armed faults", faults, std::min(faults.size(), kMaxWarningsShown), false, false, 0});
     const std::vector<std::string> warnings = indented(warningsOf(watched, state));
     if (!warnings.empty())
         sections.push_back({"Warnings", warnings, std::min(warnings.size(), kMaxWarningsShown), false, false, 0});

@@ -2,9 +2,11 @@
 #include "running/scenario/StepsFault.h"
 
 #include <algorithm>
+#include <memory>
 
 #include <nlohmann/json.hpp>
 
+#include "running/scenario/MessageFaults.h"
 #include "running/scenario/Scenario.h"
 #include "running/scenario/fields/Field.h"
 
@@ -75,8 +77,67 @@ StepResult arm(const FaultSetting& setting, std::size_t step, RunContext& contex
     return done;
 }
 
+// ---- between the ONU and its OLT ----
+
+std::vector<Field> messageFaultFields() {
+    using R = MessageFault;
+    constexpr int kMaxCount = 65535, kMaxDelayMs = 60000, kMaxDataSync = 255;
+    return {
+        field("drop", &R::drop, Numbers{1, kMaxCount}, optional(), "so many answers, from the next on, are not sent"),
+        field("delay", &R::delay, Numbers{1, kMaxCount}, optional(), "so many answers are sent later"),
+        field("delayMs", &R::delayMs, Numbers{1, kMaxDelayMs}, otherwise(1000), "by so many milliseconds"),
+        field("duplicate", &R::duplicate, Numbers{1, kMaxCount}, optional(), "so many answers are sent twice"),
+        field("damage", &R::damage, Numbers{1, kMaxCount}, optional(),
+              "so many answers have a wrong bit; their integrity code is that of the right ones"),
+        field("unknownClass", &R::unknownClass, Numbers{1, kMaxCount}, optional(),
+              "MIB uploads end with an entity of this class, which G.988 does not have"),
+        field("dataSync", &R::dataSync, Numbers{1, kMaxDataSync}, optional(),
+              "the MIB data sync counter goes on by so many, without a message of the OLT"),
+        field("reboot", &R::reboot, Numbers{0, 1, {}, true}, optional(), "true: the ONU restarts by itself"),
+    };
+}
+
+std::string messageFaultText(const MessageFault& fault) {
+    std::vector<std::string> parts;
+    const auto count = [&parts](unsigned number, const std::string& what) {
+        if (number > 0)
+            parts.push_back(
+                (number == 1 ? "the next answer is " : "the next " + std::to_string(number) + " answers are ") + what);
+    };
+    count(fault.drop, "not sent");
+    count(fault.delay, "sent " + std::to_string(fault.delayMs) + " ms later");
+    count(fault.duplicate, "sent twice");
+    count(fault.damage, "damaged");
+    if (fault.unknownClass != 0)
+        parts.push_back("uploads have an entity of class " + std::to_string(fault.unknownClass));
+    if (fault.dataSync != 0) parts.push_back("the data sync counter goes on by " + std::to_string(fault.dataSync));
+    if (fault.reboot != 0) parts.emplace_back("the ONU restarts");
+    return joined(parts);
+}
+
+void parseMessageFault(Step& step, const Json& value) {
+    const auto fault = std::make_shared<MessageFault>();
+    inField("omci", [&] {
+        fill(fault.get(), messageFaultFields(), value.at("omci"));
+        if (messageFaultText(*fault).empty()) throw Problem("asks for nothing");
+        if (value["omci"].contains("delayMs") && fault->delay == 0) throw Problem("delayMs", "goes with delay");
+    });
+    if (value.size() != 1) throw Problem("omci", "goes without other fields beside it");
+    step.words = messageFaultText(*fault);
+    step.run = [fault](RunContext& context) {
+        StepResult done;
+        if (context.messageFaults == nullptr)
+            done.failures.push_back(
+                {"the board", {"an OLT's messages come to it"}, {"there is no OLT: use omci --listen --name"}});
+        else
+            context.messageFaults->arm(*fault);
+        return done;
+    };
+}
+
 void parseFault(Step& step, const Json& whole, ParseContext&) {
     const Json& value = whole["fault"];
+    if (value.is_object() && value.contains("omci")) return inField("fault", [&] { parseMessageFault(step, value); });
     if (value == "clear") {
         step.words = "no fault any more";
         step.run = [](RunContext& context) {
@@ -84,6 +145,7 @@ void parseFault(Step& step, const Json& whole, ParseContext&) {
             done.failures = faultsThatNeverFired(context);
             context.faults.clear();
             context.onu.clearFaults();
+            if (context.messageFaults != nullptr) context.messageFaults->clear();
             return done;
         };
         return;
@@ -94,10 +156,15 @@ void parseFault(Step& step, const Json& whole, ParseContext&) {
     step.run = [setting, number](RunContext& context) { return arm(setting, number, context); };
 }
 
+Json plainObject(const Json& properties) {
+    return {{"type", "object"}, {"additionalProperties", false}, {"properties", properties}};
+}
+
 Json faultSchema() {
-    return {{"anyOf", Json::array({Json{{"const", "clear"}}, Json{{"type", "object"},
-                                                                  {"additionalProperties", false},
-                                                                  {"properties", propertiesOf(faultFields())}}})}};
+    Json properties = propertiesOf(faultFields());
+    properties["omci"] = plainObject(propertiesOf(messageFaultFields()));
+    properties["omci"]["description"] = "instead: what goes wrong between the ONU and its OLT";
+    return {{"anyOf", Json::array({Json{{"const", "clear"}}, plainObject(properties)})}};
 }
 
 }  // namespace
@@ -120,7 +187,11 @@ std::vector<Failure> faultsThatNeverFired(const RunContext& context) {
 }
 
 std::vector<StepKind> faultSteps() {
-    return {{"fault", "lets a later call into the device kit or the kernel fail", {}, faultSchema(), parseFault}};
+    return {{"fault",
+             "lets a later call into the device kit or the kernel fail, or answers to an OLT go astray",
+             {},
+             faultSchema(),
+             parseFault}};
 }
 
 }  // namespace vorn_onu

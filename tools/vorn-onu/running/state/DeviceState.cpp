@@ -8,6 +8,7 @@
 
 #include "StateJson.h"
 #include "running/io/Printed.h"
+#include "running/state/FaultWords.h"
 #include "running/state/MessageText.h"
 
 namespace vorn_onu {
@@ -153,6 +154,7 @@ DeviceState readState(const json& whole) {
     readRest(state, result);
     if (whole.contains("taps"))
         for (const json& one : oneLines(whole.at("taps"))) result.taps.push_back(tapOf(one));
+    if (whole.contains("faults")) result.armedFaults = faultWords(oneLines(whole.at("faults")));
     readFailedCalls(whole.at("trace"), result);
     return result;
 }

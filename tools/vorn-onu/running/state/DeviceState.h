@@ -63,6 +63,7 @@ struct DeviceState {
     std::vector<std::string> strangeCommands;  // shell commands that were not understood
     std::vector<FailedCall> failedCalls;       // calls into the device kit that answered a failure
     std::vector<TapState> taps;
+    std::vector<std::string> armedFaults;  // in words
     std::size_t calls = 0;
 
     std::size_t ruleCount() const;

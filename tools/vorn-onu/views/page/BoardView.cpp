@@ -53,6 +53,7 @@ void BoardView::begin() {
     entries_.clear();
     failed_.clear();
     counters_ = nullptr;
+    hasOlt_ = client_.ask(request("hello")).value("kind", "") == "omci";
     const json subscribed =
         client_.ask(request("subscribe", {{"to", {"trace", "changes", "counters"}}, {"everyMs", kCountersMs}}));
     const auto traced = subscribed.value("traced", std::uint64_t{0});
@@ -123,7 +124,7 @@ void BoardView::look() {
     parts_["pon"] = ponPart(input.state);
     parts_["devices"] = devicesPart(input.state, newState_);
     parts_["lists"] = listsPart(input.state);
-    parts_["controls"] = controlPart(device, newBoard_);
+    parts_["controls"] = controlPart(device, newBoard_, hasOlt_);
     parts_["places"] = placePart(device);
     changed_ = false;
     looked_ = Clock::now();

@@ -45,6 +45,7 @@ private:
     Clock::time_point counted_{}, looked_{};
     Clock::duration lookTime_{};  // that the last look took
     bool changed_ = true;
+    bool hasOlt_ = false;
     Parts parts_, told_;
 };
 

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "running/state/FaultWords.h"
 #include "views/Html.h"
 
 namespace vorn_onu::page {
@@ -74,14 +75,39 @@ std::string gateway(const json& device) {
                                               "switches");
 }
 
+std::string answers() {
+    const auto fault = [](const char* key, const char* name, const char* text, const char* what, const json& value) {
+        return row(key, name, "", button(text, what, {{"fault", {{"omci", {{key, value}}}}}}));
+    };
+    return element("h3", "Answers to the OLT") +
+           element("ul",
+                   fault("drop", "the next answer", "Drop", "Drop the next answer to the OLT", 1) +
+                       fault("delay", "the next answer", "Delay", "Send the next answer to the OLT a second later", 1) +
+                       fault("duplicate", "the next answer", "Duplicate", "Send the next answer to the OLT twice", 1) +
+                       fault("damage", "the next answer", "Damage", "Damage the next answer to the OLT", 1) +
+                       fault("unknownClass", "MIB uploads", "Add a class", "Add an unknown class to MIB uploads", 350) +
+                       fault("dataSync", "MIB data sync", "Mismatch", "Move the data sync counter on by one", 1) +
+                       fault("reboot", "the ONU", "Reboot", "Let the ONU restart by itself", true),
+                   "switches");
+}
+
+std::string armedFaults(const json& device) {
+    std::string rows;
+    for (const std::string& words : faultWords(device.value("faults", json::array())))
+        rows += element("li", escaped(words));
+    return rows.empty() ? "" : element("h3", "Armed faults") + element("ul", rows);
+}
+
 std::string choice(const std::string& value) {
     return "<option value=\"" + escaped(value) + "\"></option>";
 }
 
 }  // namespace
 
-std::string controlPart(const json& device, const json& newBoard) {
-    return element("div", links(device), "card") + element("div", fibre(device, newBoard) + gateway(device), "card");
+std::string controlPart(const json& device, const json& newBoard, bool hasOlt) {
+    return element("div", links(device), "card") +
+           element("div", fibre(device, newBoard) + gateway(device) + (hasOlt ? answers() : "") + armedFaults(device),
+                   "card");
 }
 
 std::string placePart(const json& device) {

@@ -9,7 +9,8 @@
 namespace vorn_onu::page {
 
 // device, newBoard: the states as the board answers to "show". A button carries its step as data-step.
-std::string controlPart(const nlohmann::json& device, const nlohmann::json& newBoard);
+// hasOlt: an OLT's messages come to the board.
+std::string controlPart(const nlohmann::json& device, const nlohmann::json& newBoard, bool hasOlt);
 // Where a frame can come from, as the choices of a list.
 std::string placePart(const nlohmann::json& device);
 

@@ -16,6 +16,8 @@ class VornHal;
 
 namespace vorn_onu {
 
+class MessageFaults;  // MessageFaults.h
+
 // The device at a named moment of a scenario.
 struct Mark {
     std::string state;         // what provisioning changes, as text
@@ -38,6 +40,7 @@ struct RunContext {
     VornHal* hal = nullptr;  // null where somebody else owns it: nothing is called then
     std::map<std::string, Mark> marks = {};
     std::vector<ArmedFault> faults = {};
+    MessageFaults* messageFaults = nullptr;  // null where no OLT sends messages
 };
 
 // One thing that is not as expected: a line, or several.

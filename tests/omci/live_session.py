@@ -1,0 +1,306 @@
+"""An OLT's side in a few lines that share no code with omci/, and a session with a living ONU: frames are built and read
+byte by byte here, so that a mistake that coder and decoder have in common is found.
+
+    live_session.py VORN_ONU
+    VORN_OMCI_MESSAGES=1000000 live_session.py VORN_ONU Endurance
+"""
+
+import json
+import os
+import re
+import shutil
+import socket
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+TOOL = ""
+
+CREATE, DELETE, SET, GET, UPLOAD, UPLOAD_NEXT, RESET = 4, 6, 8, 9, 13, 14, 15
+ONU_DATA, BRIDGE, BRIDGE_PORT, TAGGING_FILTER, MAPPER, TCONT, GEM_IW, GEM = 2, 45, 47, 84, 130, 262, 266, 268
+GAL = 272
+UNI, PORT_TABLE = 11, 50
+UNKNOWN = 350
+
+
+def crc32(data):
+    """ITU-T I.363.5: most significant bit first, preset to ones, complemented."""
+    value = 0xFFFFFFFF
+    for byte in data:
+        value ^= byte << 24
+        for _ in range(8):
+            value = (value << 1) ^ 0x04C11DB7 if value & 0x80000000 else value << 1
+        value &= 0xFFFFFFFF
+    return value ^ 0xFFFFFFFF
+
+
+class Answer:
+    def __init__(self, frame):
+        self.frame = frame
+        self.transaction, self.type, self.device, self.entity, self.instance = struct.unpack_from(">HBBHH", frame)
+        self.content = frame[8:40]
+        self.intact = len(frame) == 48 and struct.unpack_from(">I", frame, 44)[0] == crc32(frame[:44])
+
+    @property
+    def result(self):
+        return self.content[0]
+
+
+class Olt:
+    def __init__(self, address):
+        self.socket = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+        self.socket.connect(address)
+        self.transaction = 0
+        self.sent = 0
+
+    def close(self):
+        self.socket.close()
+
+    def send(self, kind, entity, instance, content=b"", transaction=None):
+        if transaction is None:
+            self.transaction += 1
+            transaction = self.transaction
+        frame = struct.pack(">HBBHH", transaction, 0x40 | kind, 0x0A, entity, instance) + content.ljust(32, b"\0")
+        frame += struct.pack(">I", 0x28)
+        self.socket.send(frame + struct.pack(">I", crc32(frame)))
+        self.sent += 1
+        return transaction
+
+    def receive(self, timeout=10.0):
+        """The next answer, None when there is none in time; what the ONU tells by itself is passed over."""
+        end = time.monotonic() + timeout
+        while True:
+            self.socket.settimeout(max(end - time.monotonic(), 0.001))
+            try:
+                answer = Answer(self.socket.recv(2048))
+            except socket.timeout:
+                return None
+            if answer.transaction != 0:
+                return answer
+
+    def ask(self, kind, entity, instance, content=b""):
+        transaction = self.send(kind, entity, instance, content)
+        answer = self.receive()
+        assert answer is not None, (kind, entity, instance)
+        assert answer.intact and answer.transaction == transaction, answer.frame.hex()
+        assert answer.type == 0x20 | kind and (answer.entity, answer.instance) == (entity, instance), answer.frame.hex()
+        return answer
+
+    def done(self, kind, entity, instance, content=b""):
+        result = self.ask(kind, entity, instance, content).result
+        assert result == 0, f"class {entity} instance {instance:#x}: result {result}"
+
+    def data_sync(self):
+        return self.ask(GET, ONU_DATA, 0, b"\x80\x00").content[3]
+
+    def upload(self):
+        """Class, instance and mask of every part."""
+        count = struct.unpack_from(">H", self.ask(UPLOAD, ONU_DATA, 0).content)[0]
+        parts = []
+        for number in range(count):
+            content = self.ask(UPLOAD_NEXT, ONU_DATA, 0, struct.pack(">H", number)).content
+            parts.append(struct.unpack_from(">HHH", content))
+        return parts
+
+    def provision(self):
+        """An internet service: VID 100 on GEM port 1001, both ways, untagged at the subscriber's side of the bridge."""
+        null = 0xFFFF
+        self.done(SET, TCONT, 0x8000, struct.pack(">HH", 0x8000, 1024))
+        self.done(CREATE, GAL, 1, struct.pack(">H", 48))
+        self.done(CREATE, BRIDGE, 3, struct.pack(">BBBHHHHBB", 0, 1, 1, 0x8000, 0x1400, 0x0200, 0x0F00, 0, 0))
+        self.done(CREATE, MAPPER, 1, struct.pack(">H8HB", null, *[null] * 8, 1))
+        self.done(CREATE, GEM, 0x401, struct.pack(">HHBHHHHB", 1001, 0x8000, 3, 0x8000, null, 0, null, 0))
+        self.done(CREATE, GEM_IW, 0x401, struct.pack(">HBHHH", 0x401, 5, 1, null, 1))
+        self.done(SET, MAPPER, 1, struct.pack(">H8H", 0x7F80, *[0x401] * 8))
+        self.done(CREATE, BRIDGE_PORT, 0x201, struct.pack(">HBBHHHBBB", 3, 1, 3, 1, 0, 1, 0, 0, 0))
+        self.done(CREATE, TAGGING_FILTER, 0x201, struct.pack(">H", 100).ljust(24, b"\0") + b"\x10\x01")
+        self.done(CREATE, BRIDGE_PORT, 0x101, struct.pack(">HBBHHHBBB", 3, 2, 1, 0x101, 0, 1, 0, 0, 0))
+
+
+class Living(unittest.TestCase):
+    options = []
+
+    def setUp(self):
+        self.folder = tempfile.mkdtemp()
+        os.chmod(self.folder, 0o700)
+        self.environment = dict(os.environ, XDG_RUNTIME_DIR=self.folder, NO_COLOR="1", TMPDIR=self.folder)
+        self.output = open(self.file("output"), "w+b")
+        self.onu = subprocess.Popen(
+            [TOOL, "omci", "--listen", "udp:127.0.0.1:0", "--name", "olt", *(word.format(self.folder) for word in self.options)],
+            stdout=self.output, stderr=self.output, env=self.environment)
+        self.olt = Olt(("127.0.0.1", int(self.printed(r"udp:127\.0\.0\.1:(\d+)"))))
+
+    def tearDown(self):
+        self.olt.close()
+        self.onu.terminate()
+        self.onu.wait(60)
+        self.output.close()
+        shutil.rmtree(self.folder)
+
+    def file(self, name):
+        return os.path.join(self.folder, name)
+
+    def printed(self, pattern):
+        for _ in range(600):
+            with open(self.file("output"), encoding="utf-8", errors="replace") as text:
+                found = re.search(pattern, text.read())
+            if found:
+                return found.group(1)
+            time.sleep(0.1)
+        raise AssertionError(f"nothing printed like {pattern}")
+
+    def at(self, *words, code=0):
+        done = subprocess.run([TOOL, "at", "olt", *words], env=self.environment, capture_output=True, text=True, timeout=60)
+        self.assertEqual(done.returncode, code, f"{words}\n{done.stdout}{done.stderr}")
+        return done.stdout
+
+    def fault(self, *words):
+        return self.at("fault", "omci", *words)
+
+
+class Session(Living):
+    options = ["--log", "--capture", "{}/exchange.pcapng"]
+
+    def test_a_service_and_its_mib(self):
+        self.olt.done(RESET, ONU_DATA, 0)
+        before = self.file("before.json")
+        with open(before, "w", encoding="utf-8") as written:
+            written.write(self.at("mib", "--json"))
+        fresh = self.olt.upload()
+        self.olt.provision()
+        self.assertEqual(self.olt.data_sync(), 10)
+        added = set(self.olt.upload()) - set(fresh)
+        self.assertLessEqual({(BRIDGE, 3), (GEM, 0x401), (TAGGING_FILTER, 0x201)}, {part[:2] for part in added})
+        self.assertEqual(self.olt.ask(CREATE, BRIDGE, 3, b"").result, 7)  # instance exists
+        self.assertEqual(self.olt.ask(GET, TCONT, 0x8000, b"\x80\x00").content[:5], b"\0\x80\0\x04\0")
+        walk = json.loads(self.at("send", "--from", "gem 1001", "--vlan", "100", "--json"))
+        self.assertTrue(any("sid" in json.dumps(leaf) for leaf in walk["leaves"]), walk)
+
+        mib = {(one["class"], one["instance"]): one for one in json.loads(self.at("mib", "--json"))["mib"]}
+        pointers = {(one["class"], one["instance"]): one["exists"] for one in mib[(BRIDGE_PORT, 0x101)]["pointers"]}
+        self.assertEqual(pointers.get((BRIDGE, 3)), True)
+        self.assertEqual(pointers.get((UNI, 0x101)), True)
+        tree = self.at("mib", "--tree")
+        order = [tree.index(word) for word in ("MAC bridge service profile 0x0003", "MAC bridge port configuration data 0x0201",
+                                               "802.1p mapper service profile 0x0001", "GEM port network CTP 0x0401")]
+        self.assertEqual(order, sorted(order), tree)
+        after = self.file("after.json")
+        with open(after, "w", encoding="utf-8") as written:
+            written.write(self.at("mib", "--json"))
+        diff = subprocess.run([TOOL, "diff", before, after], capture_output=True, text=True, timeout=60)
+        self.assertEqual(diff.returncode, 1, diff.stdout + diff.stderr)
+        self.assertIn("new: GEM port network CTP 0x0401", diff.stdout)
+        self.assertRegex(diff.stdout, r"T-CONT 0x8000: Alloc-ID: .* → 1024")
+        self.assertEqual(subprocess.run([TOOL, "diff", after, after], capture_output=True, timeout=60).returncode, 0)
+
+    def test_the_log_shows_what_is_asked_for(self):
+        self.olt.provision()
+        lines = [line for line in self.at("omci").splitlines() if "  OLT  " in line]
+        self.assertEqual(len(lines), self.olt.sent, lines)
+        cases = [(["--type", "set"], 2), (["--class", "47"], 2), (["--class", "0x2F", "--instance", "0x101"], 1),
+                 (["--class", "47", "--class", "45"], 3), (["--instance", "0x9999"], 0)]
+        for words, count in cases:
+            with self.subTest(words):
+                shown = self.at("omci", *words).splitlines()
+                self.assertEqual(len(shown), count, shown)
+                self.assertTrue(set(shown) <= set(lines), shown)
+        self.assertEqual(len(self.at("omci", "--last", "4").splitlines()), 4)
+        self.assertIn("Alloc-ID 1024", self.at("omci", "--class", "262", "-v"))
+        self.assertRegex(self.at("omci", "--class", "262", "-x"), r"0000  00 01 48 0a 01 06 80 00")
+        self.at("omci", "--class", "all", code=2)
+        # The same lines as those of --log.
+        self.assertEqual([line for line in lines if line not in self.printed(r"(?s)(.*)")], [])
+
+    def test_faults_of_answers(self):
+        self.olt.provision()
+        self.fault("drop=1")
+        self.assertIn("the next answer to the OLT is not sent", self.at("show"))
+        sync = self.olt.data_sync  # the first of these is lost, and asked for again
+        lost = self.olt.send(SET, TCONT, 0x8001, struct.pack(">HH", 0x8000, 1025))
+        self.assertIsNone(self.olt.receive(0.5))
+        self.olt.send(SET, TCONT, 0x8001, struct.pack(">HH", 0x8000, 1025), lost)
+        self.assertEqual(self.olt.receive().result, 0)
+        self.assertEqual(sync(), 11)  # carried out once
+        self.assertNotIn("not sent", self.at("show"))
+
+        self.fault("duplicate=1", "delay=1", "delayMs=300")
+        begin = time.monotonic()
+        self.olt.send(GET, ONU_DATA, 0, b"\x80\x00")
+        first, second = self.olt.receive(), self.olt.receive()
+        self.assertGreater(time.monotonic() - begin, 0.29)
+        self.assertEqual(first.frame, second.frame)
+
+        self.fault("damage=1")
+        self.olt.send(GET, ONU_DATA, 0, b"\x80\x00")
+        self.assertFalse(self.olt.receive().intact)
+        self.fault("dataSync=250")
+        self.assertEqual(self.olt.data_sync(), 6)  # 11 and 250, 255 is followed by 1
+
+        self.fault(f"unknownClass={UNKNOWN}")
+        self.at("fault", "omci", "unknownClass=262", code=1)  # a T-CONT is known
+        parts = self.olt.upload()
+        self.assertEqual(parts[-1][:2], (UNKNOWN, 0))
+        self.fault("drop=5")
+        self.at("fault", "clear")
+        self.assertNotIn(UNKNOWN, [part[0] for part in self.olt.upload()])
+
+        self.fault("reboot")
+        self.assertEqual(self.olt.data_sync(), 0)
+        self.assertEqual(self.olt.ask(GET, BRIDGE, 3, b"\x80\x00").result, 5)  # unknown instance
+
+    @unittest.skipUnless(shutil.which("tshark"), "tshark is not installed")
+    def test_the_capture_opens_in_wireshark(self):
+        self.olt.provision()
+        self.onu.terminate()
+        self.onu.wait(60)
+        read = subprocess.run(["tshark", "-r", self.file("exchange.pcapng"), "-T", "fields", "-e", "eth.type"],
+                              capture_output=True, text=True, timeout=60)
+        self.assertEqual(read.returncode, 0, read.stderr)
+        self.assertEqual(read.stdout.split(), ["0x88b5"] * (2 * self.olt.sent), read.stdout)
+
+
+class Endurance(Living):
+    """Memory and the answer's latency over many messages, while the state is written every second."""
+
+    options = ["--quiet", "--json", "{}/state.json"]
+
+    def resident(self):
+        """In MB."""
+        with open(f"/proc/{self.onu.pid}/status", encoding="ascii") as status:
+            return int(re.search(r"VmRSS:\s+(\d+) kB", status.read()).group(1)) / 1024
+
+    def exchange(self, count):
+        """Milliseconds that each took."""
+        took = []
+        for number in range(count):
+            begin = time.perf_counter()
+            if number % 2 == 0:
+                self.olt.send(GET, ONU_DATA, 0, b"\x80\x00")
+            else:
+                self.olt.send(SET, GAL, 1, struct.pack(">HH", 0x8000, 48 + number // 2 % 2))
+            self.olt.receive()
+            took.append((time.perf_counter() - begin) * 1000)
+            self.olt.transaction %= 0x7FFF
+        return took
+
+    def test_memory_stays_and_answers_are_not_kept_waiting(self):
+        count = int(os.environ.get("VORN_OMCI_MESSAGES", "6000"))
+        self.olt.provision()
+        self.exchange(max(count // 10, 3000))
+        early = self.resident()
+        took = sorted(self.exchange(count))
+        late = self.resident()
+        median, slow = took[len(took) // 2], took[len(took) * 99 // 100]
+        print(f"{count} messages: {early:.1f} MB, then {late:.1f} MB; answers in {median:.2f} ms, 99 % within {slow:.2f} ms, "
+              f"all within {took[-1]:.0f} ms")
+        self.assertLess(late - early, 8)
+        if count > 100000:  # by itself on a machine, not beside other tests
+            self.assertLess(slow, 5)
+
+
+if __name__ == "__main__":
+    TOOL = os.path.abspath(sys.argv.pop(1))
+    unittest.main(verbosity=2)
