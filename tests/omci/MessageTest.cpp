@@ -54,6 +54,20 @@ TEST(Integrity, KeysOfASession) {
     EXPECT_EQ(keys->omciIntegrity, kKey);
     EXPECT_EQ(ByteView(keys->ploamIntegrity.data(), 16), ByteView(hex("e256ce76785c78717c7b3044ab28e2cd")));
     EXPECT_EQ(ByteView(keys->keyEncryption.data(), 16), ByteView(hex("6f9c99b8361768937e453b165f609710")));
+    // Made with another implementation of the code. A shorter id counts with zeros behind it.
+    const struct {
+        const char* registrationId;
+        const char* key;
+    } kSessions[] = {
+        {"000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f20212223",
+         "e4059bddf65554099f4b46def0389c0c"},
+        {"30313233343536373839", "3b7a8f44f619efee3d654fad88e60b84"},
+    };
+    for (const auto& wanted : kSessions) {
+        const auto key = sessionKey(hex(wanted.registrationId), hex("564f524e00012345"), hex("0102030405060708"));
+        ASSERT_TRUE(key);
+        EXPECT_EQ(ByteView(key->data(), key->size()), ByteView(hex(wanted.key)));
+    }
 }
 
 // Captures cut frames in several places; whatever is there has to be read, and nothing behind it.

@@ -237,4 +237,158 @@ TEST_F(Planning, PortsAreLockedAndSetToASpeed) {
     EXPECT_EQ(mode.duplex, 1);
 }
 
+// The last record of an operation among the calls since the last clear; null without one.
+template <class Record>
+const Record* lastOf(const Onu& onu, Operation operation) {
+    const Record* found = nullptr;
+    for (const auto& made : onu.calls)
+        if (made.call.operation == operation) found = &std::get<Record>(made.call.record);
+    return found;
+}
+
+TEST_F(Planning, AManagementHostGetsItsAddressAsItsOptionsSay) {
+    provision(olt::management());
+    constexpr unsigned kDhcp = 0x01, kPing = 0x02, kStack = 0x08;
+    const struct {
+        unsigned options;
+        std::uint64_t address;
+        bool made;
+        unsigned dhcp;
+        const char* text;
+    } kCases[] = {
+        {kStack | kDhcp, 0, true, 1, ""},
+        {kStack | kPing, 0x0A0000FE, true, 0, "10.0.0.254"},
+        {kStack | kDhcp, 0x0A0000FE, true, 1, ""},
+        {kDhcp, 0x0A0000FE, false, 0, ""},  // the stack is off
+        {kStack, 0, false, 0, ""},          // no address
+    };
+    for (const auto& one : kCases) {
+        onu.calls.clear();
+        ASSERT_EQ(
+            olt.send(olt::set(class_id::kIpHost, 0,
+                              {{attr::ip_host::kIpOptions, one.options}, {attr::ip_host::kIpAddress, one.address}})),
+            Result::kSuccess);
+        const auto* record = lastOf<IpHostProvision>(onu, Operation::kProvisionIpHost);
+        ASSERT_EQ(record != nullptr, one.made) << one.options;
+        if (record == nullptr) continue;
+        EXPECT_EQ(record->dhcpEnabled, one.dhcp) << one.options;
+        EXPECT_EQ(record->ipAddress, one.text) << one.options;
+    }
+}
+
+// A tagging entity points at the port itself or at its bridge port, by codes that differ between the two classes.
+TEST_F(Planning, TaggingIsFoundWhereverAnOltLetsItPoint) {
+    auto service = olt::internet();
+    auto& all = service.requests;
+    all.erase(std::remove_if(all.begin(), all.end(),
+                             [](const auto& each) { return each.entity.classId == class_id::kExtendedTagging; }),
+              all.end());
+    provision(service);
+    constexpr InstanceId kPort = 0x0101, kBridgePort = 0x1101, kNowhere = 0x0102;
+    const struct {
+        EntityKey entity;
+        unsigned association;
+        InstanceId pointer;
+        bool found;
+    } kCases[] = {
+        {{class_id::kExtendedTagging, 7}, 2, kPort, true},     {{class_id::kExtendedTagging, 7}, 0, kBridgePort, true},
+        {{class_id::kExtendedTagging, 7}, 0, kNowhere, false}, {{class_id::kVlanTagging, kPort}, 0, 0, true},
+        {{class_id::kVlanTagging, 7}, 10, kPort, true},        {{class_id::kVlanTagging, 7}, 3, kBridgePort, true},
+        {{class_id::kVlanTagging, kNowhere}, 0, 0, false},
+    };
+    for (const auto& one : kCases) {
+        onu.calls.clear();
+        if (one.entity.classId == class_id::kExtendedTagging) {
+            ASSERT_EQ(olt.send(olt::Requests{olt::create(one.entity.classId, one.entity.instance,
+                                                         {{attr::extended_tagging::kAssociationType, one.association},
+                                                          {attr::extended_tagging::kAssociatedMePointer, one.pointer}}),
+                                             olt::setBytes(one.entity, attr::extended_tagging::kTaggingTable,
+                                                           olt::hex("F8000000 F8000000 000F0000 00000A0C"))}),
+                      "");
+        } else {
+            ASSERT_EQ(olt.send(olt::create(one.entity.classId, one.entity.instance,
+                                           {{attr::vlan_tagging::kUpstreamMode, 1},
+                                            {attr::vlan_tagging::kUpstreamTci, 321},
+                                            {attr::vlan_tagging::kDownstreamMode, 1},
+                                            {attr::vlan_tagging::kAssociationType, one.association},
+                                            {attr::vlan_tagging::kAssociatedMePointer, one.pointer}})),
+                      Result::kSuccess);
+        }
+        const bool found = std::any_of(onu.calls.begin(), onu.calls.end(), [](const MadeCall& made) {
+            const auto* record = std::get_if<UniDataProvisioning>(&made.call.record);
+            return record != nullptr && record->addFlag == 1 && record->innerTreatmentVlanId == 321;
+        });
+        EXPECT_EQ(found, one.found) << nameOfClass(one.entity.classId) << " " << one.association;
+        ASSERT_EQ(olt.send(olt::erase(one.entity)), Result::kSuccess);
+    }
+}
+
+// The list of each GEM port, with and without p-bits of its own: its highest and its odd VIDs arrive whole.
+TEST_F(Planning, FilterListsReachTheHalVidByVid) {
+    provision(olt::internet());
+    provision(olt::priorities());
+    const auto filter = [](InstanceId instance, unsigned operation) {
+        return olt::Requests{
+            olt::setBytes({class_id::kVlanFilter, instance}, attr::vlan_filter::kFilterList,
+                          olt::hex("0001 0FFE 00000000000000000000000000000000000000 00")),
+            olt::set(class_id::kVlanFilter, instance,
+                     {{attr::vlan_filter::kNumberOfEntries, 2}, {attr::vlan_filter::kForwardOperation, operation}})};
+    };
+    const struct {
+        InstanceId filter;
+        unsigned operation;
+        const char* list;
+        unsigned entries;
+    } kCases[] = {
+        {0x1001, 0x0F, "00010ffe", 2},          // all p-bits in one GEM port
+        {0x1010, 0x0F, "c001e001cffeeffe", 4},  // the last of four GEM ports has p-bits 6 and 7
+    };
+    for (const auto& one : kCases) {
+        onu.calls.clear();
+        ASSERT_EQ(olt.send(filter(one.filter, one.operation)), "");
+        std::vector<std::string> lists;
+        unsigned entries = 0;
+        for (const auto& made : onu.calls) {
+            const auto* record = std::get_if<BridgeServiceProvisioning>(&made.call.record);
+            if (record == nullptr || made.call.operation != Operation::kConfigureAniTagRules) continue;
+            lists.emplace_back(record->vlanTciFilterList);
+            if (lists.back() == one.list) entries = record->numberOfEntries;
+        }
+        EXPECT_EQ(entries, one.entries) << one.list << " is not among " << ::testing::PrintToString(lists);
+    }
+}
+
+// On the bridge with the VEIP, and in the GEM port that a map of p-bits cannot name, a VLAN becomes a filter on its
+// tag.
+TEST_F(Planning, MulticastComesDownInTheVlanOfItsProfile) {
+    auto television = olt::television();
+    for (auto& request : television.requests) {
+        if (request.entity.classId != class_id::kGemPort || request.entity.instance != 0x1031) continue;
+        for (auto& value : request.values)
+            if (value.attribute == attr::gem_port::kPortId) value.bytes = olt::hex("0FFF");
+    }
+    const struct {
+        const char* row;
+        unsigned tags, vid, priorities;
+    } kCases[] = {
+        {"4001 0FFF 0137 00000000 E0000000 EFFFFFFF 00000000 0000", 1, 0x137, TagFilter::kAnyPriority},
+        {"4001 0FFF 0000 00000000 E0000000 EFFFFFFF 00000000 0000", 0, 0, TagFilter::kNoTag},
+    };
+    provision(television);
+    for (const auto& one : kCases) {
+        onu.calls.clear();
+        ASSERT_EQ(olt.send(olt::setBytes({class_id::kMulticastProfile, 0x1032},
+                                         attr::multicast_profile::kDynamicAccessTable, olt::hex(one.row))),
+                  Result::kSuccess);
+        const auto* record = lastOf<BridgeServiceProvisioning>(onu, Operation::kConfigureAniTagRules);
+        ASSERT_NE(record, nullptr) << one.row;
+        EXPECT_EQ(record->gemPortId, 0x0FFF);
+        EXPECT_EQ(record->isMulticast, 1);
+        EXPECT_EQ(record->filterTagCount, one.tags) << one.row;
+        EXPECT_EQ(record->innerVlanIdFilter, one.vid) << one.row;
+        EXPECT_EQ(record->innerVlanPrioFilter, one.priorities) << one.row;
+        EXPECT_EQ(record->tagTreatment, 3) << "frames stay as they are";
+    }
+}
+
 }  // namespace
