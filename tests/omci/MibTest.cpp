@@ -26,25 +26,6 @@ Bytes bridgePort(InstanceId bridge, std::uint8_t number, std::uint8_t type, Inst
 
 }  // namespace
 
-// A create carries exactly these bytes: an attribute too many or of another size shifts all that follow.
-TEST(ManagedEntities, CreatesHaveTheStandardsSizes) {
-    const std::map<ClassId, std::size_t> kSizes{{45, 17},  {47, 16},  {78, 7},   {84, 26},  {130, 21}, {136, 6},
-                                                {137, 4},  {148, 0},  {157, 0},  {171, 4},  {266, 9},  {268, 14},
-                                                {272, 2},  {273, 28}, {274, 28}, {280, 20}, {281, 10}, {309, 26},
-                                                {310, 10}, {311, 1},  {24, 2},   {334, 16}, {425, 16}, {341, 2}};
-    for (const auto& [classId, size] : kSizes) EXPECT_EQ(findClass(classId)->createSize(), size) << classId;
-    std::size_t attributes = 0;
-    for (const ClassInfo& info : managedEntities()) {
-        attributes += info.attributes().size();
-        AttributeNumber next = 1;
-        for (const AttributeInfo& attribute : info.attributes()) EXPECT_EQ(attribute.number, next++) << info.name();
-        // With every attribute that can be written a set fits into one baseline message by itself.
-        for (const AttributeInfo& attribute : info.attributes())
-            EXPECT_LE(attribute.isTable() ? 0 : attribute.size, 30);
-    }
-    EXPECT_EQ(attributes, 519U);
-}
-
 TEST_F(MibTest, TheBoardsEntitiesStand) {
     Mib& mib = agent.mib();
     const std::map<ClassId, std::set<InstanceId>> kStand{
