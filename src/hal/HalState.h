@@ -62,9 +62,11 @@ VORN_API int vorn_hal_clean_device(void);
 // the same arguments does nothing, and its frames go on. One that differs from what was restored in its
 // place (a row's treatment, the T-CONT of an alloc-id, a list of PON rules) takes effect here. The answer is the number
 // of things that were taken away; what the device refuses to give up has a line in the log and stays. -1: no state file
-// is open, or forwarding is by G.988 (hal/HalForwarding.h): there an operation that is asked for again changes nothing
-// anyhow, and what it was asked for is not listed yet. A daemon that knows by itself what it has provisioned does not
-// call it.
+// is open. A daemon that knows by itself what it has provisioned does not call it.
+//
+// With forwarding by G.988 (hal/HalForwarding.h) rows, filters and PON ports are changed when they are asked for
+// otherwise, not here; what goes here is taken out rule by rule, and no frame of what stays notices. The order of a
+// bridge's PON ports is then the one in which they were asked for.
 VORN_API int vorn_hal_state_settle(void);
 
 #ifdef __cplusplus

@@ -53,6 +53,7 @@ enum class Entry : std::uint8_t {
     TaggedPorts = 46,   // number of the UNI's device (16): bridges and tagging table
     PonSides = 47,      // bridge id (16): its PON ports
     PlannedRules = 48,  // device, 0 received or 1 sent (8), tags (8), rule id (32): its place in the table and the rule
+    GatewayGems = 49,   // GEM port id (16): nothing; its multicast is for the gateway too
 };
 
 enum class Step : std::uint8_t {

@@ -248,9 +248,9 @@ int VornBrcmHal::vorn_omci_hal_filter_flow_add(void* record) {
 int VornBrcmHal::vorn_omci_hal_configureBridge(unsigned short bridgeId, unsigned short uniPort) {
     if (engine == nullptr) return kFailure;
     std::printf("Inside BRCM-HAL, calling configureBridge");
-    if (forwarding::isG988()) return resultOf(forwarding::configureBridge(*engine, bridgeId, uniPort));
     // Restored or not: what stands is taken as made, and brought up again.
     const AskedOperation operation(Ask::Bridge, AskKind::Provision, restart::BridgeArguments{bridgeId, uniPort});
+    if (forwarding::isG988()) return resultOf(forwarding::configureBridge(*engine, bridgeId, uniPort));
     engine->configureBridge(bridgeId, uniPort, false);
     return kSuccess;
 }
@@ -305,7 +305,10 @@ int VornBrcmHal::vorn_omci_hal_veip_createRules(unsigned short gemPort, unsigned
     const AskedOperation operation(
         Ask::Veip, AskKind::Provision,
         restart::veipArguments(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType));
-    if (operation.isDone()) return kSuccess;
+    if (operation.isDone()) {
+        if (forwarding::isG988()) forwarding::addVeipGemPort(*engine, gemPort);
+        return kSuccess;
+    }
     std::printf("Inside BRCM-HAL, calling VEIP creation");
     engine->gpon_createRules(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType);
     if (forwarding::isG988()) forwarding::addVeipGemPort(*engine, gemPort);

@@ -1,84 +1,14 @@
 // Forwarding by G.988 as a daemon gets it: chosen, provisioned, changed, taken back, failing, restarted.
-#include <cstdlib>
-#include <memory>
-#include <set>
 #include <utility>
 
-#include <nlohmann/json.hpp>
-
-#include "hal/HalForwarding.h"
 #include "platform/vlanctl.h"
-#include "src/restart/Daemon.h"
+#include "src/forwarding/ForwardedDaemon.h"
 #include "src/restart/Killing.h"
 #include "support/StdoutCapture.h"
 
 namespace {
 
-using namespace restart_tests;
-using virtual_onu::Frame;
-using virtual_onu::VlanTag;
-
-constexpr int kG988 = VORN_HAL_FORWARDING_G988, kContract = VORN_HAL_FORWARDING_CONTRACT;
-
-class Forwarding : public RestartFixture {
-protected:
-    void TearDown() override { unsetenv(VORN_HAL_FORWARDING_VARIABLE); }
-
-    static int choose(Daemon& daemon, int forwarding) {
-        return daemon.symbol<int (*)(int)>("vorn_hal_set_forwarding")(forwarding);
-    }
-    static int chosen(Daemon& daemon) { return daemon.symbol<int (*)()>("vorn_hal_get_forwarding")(); }
-
-    static UniDataProvisioning tagging(std::uint16_t customer, std::uint16_t service) {
-        auto record = row(true);
-        record.filterType = 1;
-        record.innerFilterPrio = record.innerTreatmentPrio = 8;
-        record.innerFilterVlanId = customer;
-        record.removeType = 1;
-        record.innerTreatmentVlanId = service;
-        return record;
-    }
-    static UniDataProvisioning deletion(UniDataProvisioning record) {
-        record.removeType = 3;
-        record.outerTreatmentPrio = record.innerTreatmentPrio = 15;
-        record.outerTreatmentVlanId = record.innerTreatmentVlanId = 8191;
-        record.outerTreatmentTpidDe = record.innerTreatmentTpidDe = 7;
-        return record;
-    }
-    // The record of a call is the HAL's to change.
-    static int ask(Daemon& daemon, UniDataProvisioning record) {
-        return daemon->vorn_omci_hal_filter_flow_add(&record);
-    }
-
-    static Frame tagged(std::uint16_t vid) {
-        Frame frame;
-        frame.tags = {VlanTag{0x8100, 0, false, vid}};
-        return frame;
-    }
-    static std::string up(const Frame& frame) {
-        const auto walk = onu().sendFromPort("sid0", frame);
-        return walk.exits.empty() ? "" : walk.exits.front().frame.text();
-    }
-    static std::string down(const Frame& frame) {
-        const auto walk = onu().sendFromPon(kGemPort, frame);
-        return walk.exits.empty() ? "" : walk.exits.front().frame.text();
-    }
-    // Devices with their bridges, and rules in whatever order and with whatever number.
-    static nlohmann::json serving() {
-        const auto json = onu().toJson();
-        nlohmann::json kept;
-        std::multiset<std::string> rules;
-        for (const auto& device : json["network"]["devices"])
-            kept["devices"][device["name"].get<std::string>()] = device["master"];
-        for (const auto& table : json["vlan"]["tables"])
-            for (const auto& rule : table["rules"])
-                rules.insert(table["device"].dump() + table["direction"].dump() + table["tags"].dump() +
-                             rule["text"].dump());
-        kept["rules"] = rules;
-        kept["flows"] = json["vlan"]["flows"];
-        return kept;
-    }
-};
+using namespace forwarding_tests;
 
 // ---- the choice ----
 
@@ -109,21 +39,6 @@ TEST_F(Forwarding, TheVariableIsForDaemonsThatChooseNothing) {
 }
 
 // ---- services ----
-
-class ForwardedServices : public Forwarding {
-protected:
-    void SetUp() override {
-        Forwarding::SetUp();
-        daemon_ = std::make_unique<Daemon>(folder_);
-        ASSERT_EQ(choose(*daemon_, kG988), 0);
-    }
-    void provision() {
-        make(*daemon_, 0, kProvisioning);
-        ASSERT_EQ(down(tagged(100)), "untagged IPv4");
-    }
-    Daemon& daemon() { return *daemon_; }
-    std::unique_ptr<Daemon> daemon_;
-};
 
 // With the contract's rules the line is dead then: what is left of the row counts as the row.
 TEST_F(ForwardedServices, AnUntaggedRowComesBack) {

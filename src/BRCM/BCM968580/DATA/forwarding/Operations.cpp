@@ -43,6 +43,16 @@ void removeUniDevice(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint
     if (association != m_BridgeIdToUniId.end() && association->second == uniPort) engine_maps::dissociateUni(bridgeId);
 }
 
+// What there is of the pair: the first device may be alone.
+void removeAniPair(EtherSwitchBcm380& engine, std::uint16_t bridgeId) {
+    DeviceName ani = kit::aniName(bridgeId);
+    DeviceName vlan = kit::aniVlanName(bridgeId, bridgeId);
+    if (!engine.isInterfaceExisted(ani.get())) return;
+    const kit::BegunStep step(kit::Step::DeleteAniPair, bridgeId);
+    if (engine.isInterfaceExisted(vlan.get())) engine.removeAniInterfaceFromBridgeGroup(bridgeId);
+    engine.deleteAniVlanInterface(ani.get(), vlan.get());
+}
+
 void joinFlows(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint16_t bridgeId) {
     DeviceName uni = uniVlanDevice(uniPort, bridgeId);
     DeviceName ani = kit::aniVlanName(bridgeId, bridgeId);
@@ -57,12 +67,6 @@ void joinVeipFlows(EtherSwitchBcm380& engine, std::uint16_t bridgeId) {
     engine.getVeipVlanName(veip.get());
     engine.createVlanFlows(ani.get(), veip.get());
     engine.createVlanFlows(veip.get(), ani.get());
-}
-
-// GEM ports that the gateway has been told of.
-std::set<std::uint16_t>& veipGemPorts() {
-    static auto& ports = *new std::set<std::uint16_t>;
-    return ports;
 }
 
 bool hasMulticast(const g988::PonSide& side, std::uint16_t gemPortId) {
@@ -105,9 +109,9 @@ bool setUni(EtherSwitchBcm380& engine, const UniDataProvisioning& record) {
         const state::Operation operation;
         const DeviceName device = uniVlanDevice(record.uniPort, record.bridgeId);
         const bool wasThere = engine.isInterfaceExisted(device.get());
-        if (!engine.configureUniInterface(&record))
-            return std::string(device.get()) + " cannot be made, or its bridge does not exist";
-        madeDevice = !wasThere;
+        const bool isThere = engine.configureUniInterface(&record);
+        madeDevice = !wasThere && engine.isInterfaceExisted(device.get());
+        if (!isThere) return std::string(device.get()) + " cannot be made, or its bridge does not exist";
         if (madeDevice) joinFlows(engine, record.uniPort, record.bridgeId);
         return "";
     };
@@ -128,7 +132,14 @@ bool configureBridge(EtherSwitchBcm380& engine, std::uint16_t bridgeId, std::uin
     const state::Operation operation;
     const DeviceName bridge = kit::bridgeName(bridgeId);
     const bool isNew = !engine.isInterfaceExisted(bridge.get());
-    if (!engine.configureBridge(bridgeId, uniPort, false)) return false;
+    const bool isNewPair = !engine.isInterfaceExisted(kit::aniVlanName(bridgeId, bridgeId).get());
+    const bool isNewPort = uniPort != 0 && !engine.isInterfaceExisted(uniVlanDevice(uniPort, bridgeId).get());
+    if (!engine.configureBridge(bridgeId, uniPort, false)) {
+        if (isNewPort) removeUniDevice(engine, uniPort, bridgeId);
+        if (isNewPair) removeAniPair(engine, bridgeId);
+        if (isNew && bridgeId != 0) engine.deleteBridgeInterface(bridgeId);
+        return isDone("configureBridge", {false, std::string(bridge.get()) + " or a device on it cannot be made"});
+    }
     if (!isNew) return true;
     for (const auto& [number, port] : services().tables().uniPorts)
         if (port.bridges.count(bridgeId) != 0)
@@ -150,7 +161,7 @@ bool setPonPort(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& reco
     countMulticast();
     if (isMulticast) {
         engine.setMcastGemInfo(record.gemPortId, tGemPortMap[record.gemPortId]);
-        if (veipGemPorts().count(record.gemPortId) != 0) joinVeipFlows(engine, record.bridgeId);
+        if (services().gatewayGems().count(record.gemPortId) != 0) joinVeipFlows(engine, record.bridgeId);
     }
     return true;
 }
@@ -163,7 +174,7 @@ bool removePonPorts(const BridgeServiceProvisioning& record) {
 }
 
 void addVeipGemPort(EtherSwitchBcm380& engine, std::uint16_t gemPortId) {
-    veipGemPorts().insert(gemPortId);
+    if (!services().addGatewayGem(gemPortId)) return;
     for (const auto& bridge : services().tables().bridges) {
         const auto side = services().ponSide(bridge.first);
         if (side && hasMulticast(*side, gemPortId)) joinVeipFlows(engine, bridge.first);
@@ -171,7 +182,7 @@ void addVeipGemPort(EtherSwitchBcm380& engine, std::uint16_t gemPortId) {
 }
 
 bool removeVeipGemPort(std::uint16_t bridgeId, std::uint16_t gemPortId) {
-    veipGemPorts().erase(gemPortId);
+    services().removeGatewayGem(gemPortId);
     BridgeServiceProvisioning record{};
     record.bridgeId = bridgeId;
     record.pbitMap[0] = {gemPortId, 0};
@@ -189,15 +200,21 @@ bool removePonSide(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& r
 }
 
 bool removeUniSide(EtherSwitchBcm380& engine, std::uint16_t bridgeId) {
-    std::vector<std::uint16_t> uniPorts;
-    for (const auto& [number, port] : services().tables().uniPorts)
-        if (port.bridges.count(bridgeId) != 0) uniPorts.push_back(static_cast<std::uint16_t>(number + 1));
-    const auto association = m_BridgeIdToUniId.find(bridgeId);  // a port without rows
-    if (association != m_BridgeIdToUniId.end()) uniPorts.push_back(static_cast<std::uint16_t>(association->second));
+    std::vector<std::uint16_t> uniPorts = {1, 2, 3, 4};  // one that configureBridge has made is in no table
+    const auto association = m_BridgeIdToUniId.find(bridgeId);
+    if (association != m_BridgeIdToUniId.end() && association->second > uniPorts.back())
+        uniPorts.push_back(static_cast<std::uint16_t>(association->second));
     if (!isDone("deprovisionUniSideBridge", services().removeUniSide(bridgeId))) return false;
     const state::Operation operation;
     for (const std::uint16_t uniPort : uniPorts) removeUniDevice(engine, uniPort, bridgeId);
     return true;
+}
+
+g988::Outcome settle() {
+    const state::Operation operation;
+    const g988::Outcome outcome = services().settle();
+    countMulticast();
+    return outcome;
 }
 
 }  // namespace forwarding

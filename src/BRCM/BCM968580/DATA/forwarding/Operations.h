@@ -30,6 +30,8 @@ void addVeipGemPort(EtherSwitchBcm380& engine, std::uint16_t gemPortId);
 bool removeVeipGemPort(std::uint16_t bridgeId, std::uint16_t gemPortId);
 // All ports of the bridge, not the first one alone.
 bool removeUniSide(EtherSwitchBcm380& engine, std::uint16_t bridgeId);
+// Rules of what was restored and has not been asked for since go; devices are the caller's.
+g988::Outcome settle();
 
 }  // namespace forwarding
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "BRCM/BCM968580/DATA/g988/Draft.h"
+#include "kit/DeviceNames.h"
 #include "kit/StateEntries.h"
 
 namespace g988 {
@@ -33,14 +34,18 @@ void leave(Tables& tables, std::uint16_t number, std::uint16_t bridge) {
 
 }  // namespace
 
-Outcome Services::change(Tables tables, const Prepare& prepare) {
-    return change(std::move(tables), keys_, prepare);
+Outcome Services::change(const Edit& edit, const Prepare& prepare) {
+    Asked asked = asked_;
+    edit(asked);
+    Outcome outcome = replace(std::move(asked), prepare);
+    if (outcome.done && claimed_) edit(*claimed_);
+    return outcome;
 }
 
 // The devices are one operation of the state file, the rules another: a process that ends between them has made its
 // devices, and the operation may be called again.
-Outcome Services::change(Tables tables, Keys keys, const Prepare& prepare) {
-    const Plan plan = planOf(tables);
+Outcome Services::replace(Asked asked, const Prepare& prepare) {
+    const Plan plan = planOf(asked.tables);
     if (!plan.refusals.empty()) return {false, plan.refusals.front().text()};
     if (prepare) {
         const std::string problem = prepare();
@@ -50,8 +55,7 @@ Outcome Services::change(Tables tables, Keys keys, const Prepare& prepare) {
     Outcome outcome = carryOut(plan, installed_);
     if (!outcome.done) return outcome;
     noteTables();
-    tables_ = std::move(tables);
-    keys_ = std::move(keys);
+    asked_ = std::move(asked);
     noteTables();
     return outcome;
 }
@@ -59,44 +63,46 @@ Outcome Services::change(Tables tables, Keys keys, const Prepare& prepare) {
 // What is gone and what has come: the file takes what differs.
 void Services::noteTables() const {
     if (state::journal() == nullptr) return;
-    for (const auto& port : tables_.uniPorts) kit::noteChange(kit::Entry::TaggedPorts, port.first);
-    for (const auto& bridge : tables_.bridges) kit::noteChange(kit::Entry::PonSides, bridge.first);
+    for (const auto& port : asked_.tables.uniPorts) kit::noteChange(kit::Entry::TaggedPorts, port.first);
+    for (const auto& bridge : asked_.tables.bridges) kit::noteChange(kit::Entry::PonSides, bridge.first);
+    for (const std::uint16_t gemPortId : asked_.gatewayGems) kit::noteChange(kit::Entry::GatewayGems, gemPortId);
 }
 
 Outcome Services::setUni(const UniDataProvisioning& record, const Prepare& prepare) {
     if (record.uniPort == 0) return {false, "there is no UNI port 0"};
     if (record.uniPort > kLastEthernetPort) return {true, ""};
     const auto number = static_cast<std::uint16_t>(record.uniPort - 1);
-    Tables tables = tables_;
     if (deletesRow(record)) {
-        const auto found = tables.uniPorts.find(number);
-        if (found == tables.uniPorts.end() || !found->second.tagging) return {true, ""};
-        found->second.tagging->erase(rowOf(record));
-        return change(std::move(tables));
+        return change([&](Asked& asked) {
+            const auto found = asked.tables.uniPorts.find(number);
+            if (found != asked.tables.uniPorts.end() && found->second.tagging)
+                found->second.tagging->erase(rowOf(record));
+        });
     }
-    UniPort& port = tables.uniPorts[number];
-    port.bridges.insert(record.bridgeId);
-    if (record.hasTagRules == 0) {
-        port.tagging.reset();
-        return change(std::move(tables), prepare);
-    }
-    if (!port.tagging) port.tagging.emplace();
-    setAttributes(*port.tagging, record);
-    port.tagging->set(rowOf(record));
-    return change(std::move(tables), prepare);
+    const auto edit = [&](Asked& asked) {
+        UniPort& port = asked.tables.uniPorts[number];
+        port.bridges.insert(record.bridgeId);
+        if (record.hasTagRules == 0) {
+            port.tagging.reset();
+            return;
+        }
+        if (!port.tagging) port.tagging.emplace();
+        setAttributes(*port.tagging, record);
+        port.tagging->set(rowOf(record));
+    };
+    return change(edit, prepare);
 }
 
 Outcome Services::removeUni(std::uint16_t uniPort, std::uint16_t bridge) {
     if (uniPort == 0) return {false, "there is no UNI port 0"};
-    Tables tables = tables_;
-    leave(tables, static_cast<std::uint16_t>(uniPort - 1), bridge);
-    return change(std::move(tables));
+    return change([&](Asked& asked) { leave(asked.tables, static_cast<std::uint16_t>(uniPort - 1), bridge); });
 }
 
 Outcome Services::removeUniSide(std::uint16_t bridge) {
-    Tables tables = tables_;
-    for (const auto& port : tables_.uniPorts) leave(tables, port.first, bridge);
-    return change(std::move(tables));
+    return change([&](Asked& asked) {
+        const auto ports = asked.tables.uniPorts;
+        for (const auto& port : ports) leave(asked.tables, port.first, bridge);
+    });
 }
 
 Outcome Services::setPonPort(const BridgeServiceProvisioning& record, const Prepare& prepare) {
@@ -104,70 +110,83 @@ Outcome Services::setPonPort(const BridgeServiceProvisioning& record, const Prep
         return {false, bridgeName(record) + ": there is no such traffic model"};
     const auto port = ponPortOf(record, gemIndexOf_);
     if (!port) return {false, bridgeName(record) + ": a GEM port is not known, or the list of its filter is none"};
-    Tables tables = tables_;
-    Keys keys = keys_;
-    auto& ports = tables.bridges[record.bridgeId];
-    auto& own = keys[record.bridgeId];
     const PonPortKey key{gemPortIds(record), port->ipProtocol};
-    const auto known = std::find(own.begin(), own.end(), key);
-    if (known != own.end()) {
-        ports[static_cast<std::size_t>(known - own.begin())] = *port;
-    } else {
-        ports.push_back(*port);
-        own.push_back(key);
-    }
-    return change(std::move(tables), std::move(keys), prepare);
+    const auto edit = [&](Asked& asked) {
+        auto& ports = asked.tables.bridges[record.bridgeId];
+        auto& keys = asked.keys[record.bridgeId];
+        const auto known = std::find(keys.begin(), keys.end(), key);
+        if (known != keys.end()) {
+            ports[static_cast<std::size_t>(known - keys.begin())] = *port;
+        } else {
+            ports.push_back(*port);
+            keys.push_back(key);
+        }
+    };
+    return change(edit, prepare);
 }
 
-template <typename Goes>
-Outcome Services::removePonPortsIf(std::uint16_t bridge, Goes goes) {
-    Tables tables = tables_;
-    Keys keys = keys_;
-    auto& ports = tables.bridges[bridge];
-    auto& own = keys[bridge];
-    for (std::size_t i = own.size(); i-- > 0;) {
-        if (!goes(own[i])) continue;
-        own.erase(own.begin() + static_cast<std::ptrdiff_t>(i));
+namespace {
+
+template <typename Asked, typename Goes>
+void erasePonPorts(Asked& asked, std::uint16_t bridge, Goes goes) {
+    auto& ports = asked.tables.bridges[bridge];
+    auto& keys = asked.keys[bridge];
+    for (std::size_t i = keys.size(); i-- > 0;) {
+        if (!goes(keys[i])) continue;
+        keys.erase(keys.begin() + static_cast<std::ptrdiff_t>(i));
         ports.erase(ports.begin() + static_cast<std::ptrdiff_t>(i));
     }
-    if (own.empty()) {
-        tables.bridges.erase(bridge);
-        keys.erase(bridge);
-    }
-    return change(std::move(tables), std::move(keys));
+    if (!keys.empty()) return;
+    asked.tables.bridges.erase(bridge);
+    asked.keys.erase(bridge);
 }
+
+}  // namespace
 
 Outcome Services::removePonPorts(const BridgeServiceProvisioning& record) {
     const auto named = gemPortIds(record);
-    return removePonPortsIf(record.bridgeId, [&](const PonPortKey& key) {
+    const auto goes = [&](const PonPortKey& key) {
         return named.empty() || std::any_of(key.gemPortIds.begin(), key.gemPortIds.end(),
                                             [&](std::uint16_t portId) { return named.count(portId) != 0; });
-    });
+    };
+    return change([&](Asked& asked) { erasePonPorts(asked, record.bridgeId, goes); });
 }
 
 Outcome Services::removePonSide(std::uint16_t bridge) {
-    return removePonPortsIf(bridge, [](const PonPortKey&) { return true; });
+    return change([&](Asked& asked) { erasePonPorts(asked, bridge, [](const PonPortKey&) { return true; }); });
 }
 
 std::size_t Services::multicastPorts() const {
     std::size_t count = 0;
-    for (const auto& bridge : tables_.bridges)
+    for (const auto& bridge : asked_.tables.bridges)
         for (const PonPort& port : bridge.second) count += port.downstreamGems.empty() ? 0 : 1;
     return count;
+}
+
+bool Services::addGatewayGem(std::uint16_t gemPortId) {
+    if (claimed_) claimed_->gatewayGems.insert(gemPortId);
+    kit::noteChange(kit::Entry::GatewayGems, gemPortId);
+    return asked_.gatewayGems.insert(gemPortId).second;
+}
+
+void Services::removeGatewayGem(std::uint16_t gemPortId) {
+    if (claimed_) claimed_->gatewayGems.erase(gemPortId);
+    kit::noteChange(kit::Entry::GatewayGems, gemPortId);
+    asked_.gatewayGems.erase(gemPortId);
 }
 
 // ---- a state file that is read back ----
 
 std::optional<PonSide> Services::ponSide(std::uint16_t bridge) const {
-    const auto ports = tables_.bridges.find(bridge);
-    const auto keys = keys_.find(bridge);
-    if (ports == tables_.bridges.end() || keys == keys_.end()) return std::nullopt;
+    const auto ports = asked_.tables.bridges.find(bridge);
+    const auto keys = asked_.keys.find(bridge);
+    if (ports == asked_.tables.bridges.end() || keys == asked_.keys.end()) return std::nullopt;
     return PonSide{ports->second, keys->second};
 }
 
 void Services::restore(std::uint16_t bridge, PonSide side) {
-    tables_.bridges[bridge] = std::move(side.ports);
-    keys_[bridge] = std::move(side.keys);
+    asked_.tables.bridges[bridge] = std::move(side.ports);
+    asked_.keys[bridge] = std::move(side.keys);
 }
 
 void Services::restore(const TableKey& table, InstalledRule installed) {
@@ -199,14 +218,14 @@ void Services::forgetRules(const TableKey& table) {
 
 void Services::forgetMissing(const Exists& exists) {
     noteTables();
-    const Tables before = tables_;
+    const Tables before = asked_.tables;
     for (const auto& [number, port] : before.uniPorts)
         for (const std::uint16_t bridge : port.bridges)
-            if (!exists(uniVlanDevice(number, bridge))) leave(tables_, number, bridge);
+            if (!exists(uniVlanDevice(number, bridge))) leave(asked_.tables, number, bridge);
     for (const auto& bridge : before.bridges) {
         if (exists(aniVlanDevice(bridge.first))) continue;
-        tables_.bridges.erase(bridge.first);
-        keys_.erase(bridge.first);
+        asked_.tables.bridges.erase(bridge.first);
+        asked_.keys.erase(bridge.first);
     }
     const Installed installed = installed_;
     for (const auto& table : installed)
@@ -215,13 +234,42 @@ void Services::forgetMissing(const Exists& exists) {
 
 void Services::forgetTables() {
     noteTables();
-    tables_ = {};
-    keys_ = {};
+    asked_ = {};
+    claimed_.reset();
 }
 
 Outcome Services::bringBack() {
     const state::Operation operation;
-    return carryOut(planOf(tables_), installed_);
+    return carryOut(planOf(asked_.tables), installed_);
+}
+
+// ---- a daemon that asks again for all that it wants ----
+
+void Services::expectClaims() {
+    claimed_.emplace();
+}
+
+// The tables are those of a board that was asked for nothing else, so what differs is what goes.
+Outcome Services::settle() {
+    if (!claimed_) return {true, ""};
+    Outcome outcome = replace(*claimed_);
+    if (outcome.done) claimed_.reset();
+    return outcome;
+}
+
+bool Services::needsDevice(const std::string& device) const {
+    const Tables& tables = claimed_ ? claimed_->tables : asked_.tables;
+    // Whatever makes a bridge makes the default bridge first.
+    if (device == kDefaultBridge) return !tables.uniPorts.empty() || !tables.bridges.empty();
+    const auto isOfBridge = [&](std::uint16_t bridge) {
+        return device == kit::bridgeName(bridge).get() || device == aniDevice(bridge) ||
+               device == aniVlanDevice(bridge);
+    };
+    for (const auto& [number, port] : tables.uniPorts)
+        for (const std::uint16_t bridge : port.bridges)
+            if (isOfBridge(bridge) || device == uniVlanDevice(number, bridge)) return true;
+    return std::any_of(tables.bridges.begin(), tables.bridges.end(),
+                       [&](const auto& bridge) { return isOfBridge(bridge.first); });
 }
 
 }  // namespace g988

@@ -57,16 +57,22 @@ public:
     Outcome removePonPorts(const BridgeServiceProvisioning& record);
     Outcome removePonSide(std::uint16_t bridge);
 
-    const Tables& tables() const { return tables_; }
+    const Tables& tables() const { return asked_.tables; }
     const Installed& installed() const { return installed_; }
     // How many PON ports are for downstream frames alone.
     std::size_t multicastPorts() const;
 
+    // GEM ports whose multicast is for the gateway too. False when it is one already.
+    bool addGatewayGem(std::uint16_t gemPortId);
+    void removeGatewayGem(std::uint16_t gemPortId);
+    const std::set<std::uint16_t>& gatewayGems() const { return asked_.gatewayGems; }
+
     // ---- a state file that is read back ----
 
     std::optional<PonSide> ponSide(std::uint16_t bridge) const;
-    void restore(std::uint16_t number, UniPort port) { tables_.uniPorts[number] = std::move(port); }
+    void restore(std::uint16_t number, UniPort port) { asked_.tables.uniPorts[number] = std::move(port); }
     void restore(std::uint16_t bridge, PonSide side);
+    void restoreGatewayGem(std::uint16_t gemPortId) { asked_.gatewayGems.insert(gemPortId); }
     void restore(const TableKey& table, InstalledRule installed);  // in any order
     // The kit no longer has the rule. False when nobody knows it.
     bool forgetRule(const TableKey& table, std::uint32_t id);
@@ -78,18 +84,32 @@ public:
     // Asks the kit for what the tables say and it does not have.
     Outcome bringBack();
 
-private:
-    using Keys = std::map<std::uint16_t, std::vector<PonPortKey>>;  // alongside tables_.bridges
+    // ---- a daemon that asks again for all that it wants ----
 
-    Outcome change(Tables tables, const Prepare& prepare = nullptr);
-    Outcome change(Tables tables, Keys keys, const Prepare& prepare = nullptr);
+    // From now on each operation that is done is also done on tables of its own, which begin empty.
+    void expectClaims();
+    // What has not been asked for since goes, the rest is not touched. When the kit refuses, all of it stays and can
+    // be tried again. Nothing happens unless claims are expected.
+    Outcome settle();
+    // Whether a row, a port without rows or a PON port needs the device or bridge: of those that have been asked for
+    // while claims are expected, otherwise of all.
+    bool needsDevice(const std::string& device) const;
+
+private:
+    struct Asked {
+        Tables tables;
+        std::map<std::uint16_t, std::vector<PonPortKey>> keys;  // alongside tables.bridges
+        std::set<std::uint16_t> gatewayGems;
+    };
+    using Edit = std::function<void(Asked& asked)>;
+
+    Outcome change(const Edit& edit, const Prepare& prepare = nullptr);
+    Outcome replace(Asked asked, const Prepare& prepare = nullptr);
     void noteTables() const;
-    template <typename Goes>
-    Outcome removePonPortsIf(std::uint16_t bridge, Goes goes);
 
     const GemIndexOf gemIndexOf_;
-    Tables tables_;
-    Keys keys_;
+    Asked asked_;                   // and carried out
+    std::optional<Asked> claimed_;  // of it, since claims are expected
     Installed installed_;
 };
 

@@ -10,7 +10,6 @@
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/RuleMap.h"
-#include "BRCM/BCM968580/DATA/forwarding/Mode.h"
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
 #include "BRCM/BCM968580/DATA/restart/Compare.h"
@@ -82,8 +81,13 @@ void removeRules(Removal& removal) {
     for (const LooseRule& rule : knownLooseRules())
         if (!removal.staysBy(kit::ruleKey(rule.table, rule.id)) && removal.done(removeFromDevice(rule.table, rule.id)))
             kit::forgetRule(rule.table, rule.id);
-    removePlannedRules(
-        [&](const kit::RuleTable& table, std::uint32_t id) { return removal.done(removeFromDevice(table, id)); });
+    if (removal.takesAll()) {
+        removePlannedRules(
+            [&](const kit::RuleTable& table, std::uint32_t id) { return removal.done(removeFromDevice(table, id)); });
+        return;
+    }
+    const auto refused = [&](const std::string& line) { removal.refused(LogText("%s", line.c_str())); };
+    for (int rules = settlePlannedRules(refused); rules > 0; --rules) removal.done(true);
 }
 
 // The rules of a device that was removed have gone with it.
@@ -94,9 +98,9 @@ void nameRulesThatStay(Removal& removal) {
         if (!engine().isInterfaceExisted(device.c_str())) forgetRulesOf(device);
     for (const CountedTable& counted : knownTables()) {
         const kit::RuleTable& table = counted.table;
-        const std::set<std::uint32_t> ids = knownRuleIds(table);
+        const std::set<std::uint32_t> ids = knownRuleIds(table), planned = plannedRuleIds(table);
         for (const std::uint32_t id : ids)
-            if (!removal.staysBy(kit::ruleKey(table, id)))
+            if (removal.takesAll() || (!removal.staysBy(kit::ruleKey(table, id)) && planned.count(id) == 0))
                 removal.refused(LogText("rule %u of %s stays: vlanctl refuses", id, table.device.c_str()));
         if (ids.empty()) kit::forgetTable(table);
     }
@@ -131,6 +135,7 @@ bool needsDefaultBridge() {
 
 bool deviceStays(const Removal& removal, const std::string& device) {
     if (removal.takesAll()) return false;
+    if (isPlannedDevice(device)) return true;
     if (device == kDefaultBridge) return needsDefaultBridge();
     return removal.stays(kit::Entry::Devices, device) || removal.stays(kit::Entry::Members, device);
 }
@@ -248,10 +253,6 @@ int cleanDevice() {
 int settleState() {
     if (state::journal() == nullptr) {
         logLine(kStateSettle, kLogError, LogText("no state is open"));
-        return -1;
-    }
-    if (forwarding::isG988()) {
-        logLine(kStateSettle, kLogError, LogText("forwarding is by G.988: nobody knows what was asked for"));
         return -1;
     }
     Removal removal(kStateSettle, false);

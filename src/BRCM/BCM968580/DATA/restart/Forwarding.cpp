@@ -1,5 +1,7 @@
 #include "BRCM/BCM968580/DATA/restart/Forwarding.h"
 
+#include <algorithm>
+
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/forwarding/Mode.h"
 #include "BRCM/BCM968580/DATA/forwarding/Operations.h"
@@ -104,6 +106,21 @@ void forEachPlannedRule(const std::function<void(const std::string&)>& visit) {
                              static_cast<std::uint8_t>(table.tags), one.id));
 }
 
+bool readGatewayGem(ByteReader& key, ByteWriter& /*value*/) {
+    return services().gatewayGems().count(key.u16()) != 0;
+}
+
+bool restoreGatewayGem(ByteReader& key, ByteReader& value, Reading reading) {
+    const std::uint16_t gemPortId = key.u16();
+    if (!key.done() || !value.done()) return false;
+    if (reading == Reading::Restore) services().restoreGatewayGem(gemPortId);
+    return true;
+}
+
+void forEachGatewayGem(const std::function<void(const std::string&)>& visit) {
+    for (const std::uint16_t gemPortId : services().gatewayGems()) visit(kit::keyOf(Entry::GatewayGems, gemPortId));
+}
+
 // ---- the device ----
 
 // Rules whose number is not right: nobody knows which of them are left.
@@ -128,6 +145,7 @@ const std::vector<MapEntries>& plannedMaps() {
         {Entry::TaggedPorts, readTaggedPort, restoreTaggedPort, forEachTaggedPort},
         {Entry::PonSides, readPonSideOf, restorePonSide, forEachPonSide},
         {Entry::PlannedRules, readPlannedRule, restorePlannedRule, forEachPlannedRule},
+        {Entry::GatewayGems, readGatewayGem, restoreGatewayGem, forEachGatewayGem},
     };
     return maps;
 }
@@ -180,6 +198,19 @@ void bringBackPlannedRules() {
     forgetUncertainRules();
     const g988::Outcome outcome = services().bringBack();
     if (!outcome.done) tell(LogText("services are not as they were: %s", outcome.reason.c_str()));
+    services().expectClaims();
+}
+
+int settlePlannedRules(const std::function<void(const std::string& line)>& tell) {
+    const std::set<std::uint32_t> before = plannedRuleIds();
+    const g988::Outcome outcome = forwarding::settle();
+    if (!outcome.done) tell("what nobody has asked for stays: " + outcome.reason);
+    const std::set<std::uint32_t> after = plannedRuleIds();
+    return static_cast<int>(std::count_if(before.begin(), before.end(), [&](auto id) { return after.count(id) == 0; }));
+}
+
+bool isPlannedDevice(const std::string& device) {
+    return services().needsDevice(device);
 }
 
 void removePlannedRules(const std::function<bool(const kit::RuleTable& table, std::uint32_t id)>& remove) {

@@ -22,8 +22,13 @@ void finishRuleRemoval(state::ByteReader& fields);
 std::set<std::uint32_t> plannedRuleIds(const kit::RuleTable& table);
 std::set<std::uint32_t> plannedRuleIds();
 // Once the device was compared: what is no longer there is forgotten, and rules that the tables ask for and the device
-// does not have are made again. A table that has fewer rules than it should is emptied and filled again.
+// does not have are made again. A table that has fewer rules than it should is emptied and filled again. From then on
+// what is asked for is claimed.
 void bringBackPlannedRules();
+// Takes away the rules of what has not been claimed; their number. tell gets a line when that is refused.
+int settlePlannedRules(const std::function<void(const std::string& line)>& tell);
+// Whether something that is claimed needs the device or bridge.
+bool isPlannedDevice(const std::string& device);
 // Takes all rules off the device and forgets the tables; remove answers whether a rule is gone.
 void removePlannedRules(const std::function<bool(const kit::RuleTable& table, std::uint32_t id)>& remove);
 

@@ -1,0 +1,145 @@
+// What comes beside an internet service and goes again, one operation after the other.
+#ifndef TESTS_FORWARDING_CHANGES_H
+#define TESTS_FORWARDING_CHANGES_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "src/forwarding/ForwardedDaemon.h"
+
+namespace forwarding_tests {
+
+struct Operation {
+    const char* name;
+    std::function<int(VornHal&)> run;
+    bool isAllOrNothing = true;  // false for those that the mode shares with the contract
+};
+
+struct Change {
+    const char* name;
+    std::vector<Operation> comes, goes;
+};
+
+inline Operation gemPort(std::uint16_t portId) {
+    return {"gemflow_add",
+            [portId](VornHal& hal) {
+                auto record = gem();
+                record.xgemPortId = portId;
+                return hal.vorn_omci_hal_gemflow_add(&record);
+            },
+            false};
+}
+inline Operation noGemPort(std::uint16_t portId) {
+    return {"gemflow_del",
+            [portId](VornHal& hal) {
+                auto record = gem();
+                record.xgemPortId = portId;
+                return hal.vorn_omci_hal_gemflow_del(&record);
+            },
+            false};
+}
+inline Operation bridge(std::uint16_t bridgeId, std::uint16_t uniPort = 0) {
+    return {"configureBridge", [=](VornHal& hal) { return hal.vorn_omci_hal_configureBridge(bridgeId, uniPort); }};
+}
+inline Operation uni(UniDataProvisioning record) {
+    return {"filter_flow_add", [record](VornHal& hal) {
+                auto own = record;
+                return hal.vorn_omci_hal_filter_flow_add(&own);
+            }};
+}
+inline UniDataProvisioning ofPort(UniDataProvisioning record, std::uint16_t uniPort, std::uint16_t bridgeId = 3) {
+    record.uniPort = uniPort;
+    record.bridgeId = bridgeId;
+    return record;
+}
+// p-bits of untagged frames by their DSCP.
+inline UniDataProvisioning byDscp(std::uint16_t uniPort) {
+    auto record = ofPort(row(true), uniPort);
+    record.innerTreatmentPrio = 10;
+    return record;
+}
+inline UniDataProvisioning withoutRows(std::uint16_t uniPort) {
+    auto record = ofPort(row(true), uniPort);
+    record.hasTagRules = 0;
+    return record;
+}
+// Single-tagged frames that no other row takes.
+inline UniDataProvisioning defaultRow(bool drops) {
+    auto record = tagging(4096, 4096);
+    record.innerFilterPrio = 14;
+    record.innerTreatmentPrio = 15;
+    record.removeType = drops ? 3 : 0;
+    return record;
+}
+
+inline BridgeServiceProvisioning ponPort(std::uint16_t gemPortId, const char* list, std::uint16_t bridgeId = 3) {
+    auto record = service();
+    record.bridgeId = bridgeId;
+    record.gemPortId = record.pbitMap[0].first = gemPortId;
+    record.numberOfEntries = static_cast<std::uint8_t>(std::strlen(list) / 4);
+    std::snprintf(record.vlanTciFilterList, sizeof record.vlanTciFilterList, "%s", list);
+    return record;
+}
+inline BridgeServiceProvisioning multicast(std::uint16_t gemPortId) {
+    auto record = ponPort(gemPortId, "0384");
+    record.isMulticast = record.multicastService = 1;
+    return record;
+}
+inline Operation pon(const BridgeServiceProvisioning& record) {
+    return {"configureAniTagRules", [=](VornHal& hal) { return hal.vorn_omci_hal_configureAniTagRules(&record); }};
+}
+inline Operation noPonPort(const BridgeServiceProvisioning& record) {
+    return {"unsetPbitData", [=](VornHal& hal) { return hal.vorn_omci_hal_unsetPbitData(&record); }};
+}
+inline Operation noPonSide(const BridgeServiceProvisioning& record) {
+    return {"deprovisionAniSideBridge",
+            [=](VornHal& hal) { return hal.vorn_omci_hal_deprovisionAniSideBridge(&record); }};
+}
+inline Operation noUniSide(const BridgeServiceProvisioning& record) {
+    return {"deprovisionUniSideBridge",
+            [=](VornHal& hal) { return hal.vorn_omci_hal_deprovisionUniSideBridge(&record); }};
+}
+inline Operation gateway(bool comes, std::uint16_t gemPortId) {
+    return {comes ? "veip_createRules" : "veip_deleteRules",
+            [=](VornHal& hal) {
+                const auto* const list = reinterpret_cast<const unsigned char*>("0384");
+                return comes ? hal.vorn_omci_hal_veip_createRules(gemPortId, 0, 16, 1, list, 2)
+                             : hal.vorn_omci_hal_veip_deleteRules(gemPortId, 0, 16, 1, list, 2);
+            },
+            false};
+}
+
+// The internet service's own frames, untagged at the port and VID 100 at its GEM port, fare alike all the time.
+inline const std::vector<Change>& changes() {
+    static const auto& all = *new std::vector<Change>{
+        {"ARow", {uni(tagging(20, 200))}, {uni(deletion(tagging(20, 0)))}},
+        {"ARowThatIsReplaced",
+         {uni(tagging(20, 200)), uni(tagging(20, 201))},
+         {uni(tagging(20, 202)), uni(deletion(tagging(20, 0)))}},
+        {"ADefaultRow", {uni(defaultRow(true))}, {uni(defaultRow(false))}},
+        {"ARowByDscp", {uni(byDscp(3))}, {uni(ofPort(row(false), 3))}},
+        {"AnotherPort", {uni(ofPort(row(true), 3))}, {uni(ofPort(row(false), 3))}},
+        {"APortWithoutRows", {uni(withoutRows(4))}, {uni(ofPort(row(false), 4))}},
+        {"ALongerList", {pon(ponPort(kGemPort, "00640384"))}, {pon(ponPort(kGemPort, "0064"))}},
+        {"AnotherGemPort",
+         {gemPort(1002), pon(ponPort(1002, "0065"))},
+         {noPonPort(ponPort(1002, "0065")), noGemPort(1002)}},
+        {"AnotherBridge",
+         {gemPort(1003), bridge(4), pon(ponPort(1003, "012c", 4)), uni(ofPort(tagging(30, 300), 2, 4))},
+         {noPonPort(ponPort(1003, "012c", 4)), noUniSide(ponPort(1003, "012c", 4)), noPonSide(ponPort(1003, "", 4)),
+          noGemPort(1003)}},
+        {"AnotherBridgeOfThePort",
+         {bridge(4), bridge(4, 3)},
+         {noUniSide(ponPort(1003, "", 4)), noPonSide(ponPort(1003, "", 4))}},
+        {"Multicast", {gemPort(1004), pon(multicast(1004))}, {noPonSide(multicast(1004)), noGemPort(1004)}},
+        {"MulticastOfTheGateway",
+         {gemPort(1004), bridge(0), gateway(true, 1004), pon(multicast(1004))},
+         {noPonSide(multicast(1004)), gateway(false, 1004), noPonSide(ponPort(1004, "", 0)), noGemPort(1004)}},
+    };
+    return all;
+}
+
+}  // namespace forwarding_tests
+
+#endif

@@ -1,0 +1,235 @@
+// Changes beside a service that is in force: it never notices, a failing call changes nothing, and a daemon that is
+// killed within one and started again ends as if nothing had been.
+#include <algorithm>
+#include <utility>
+
+#include "src/forwarding/Changes.h"
+#include "src/restart/Killing.h"
+#include "support/StdoutCapture.h"
+
+namespace {
+
+using namespace forwarding_tests;
+
+class Changes : public ForwardedServices, public ::testing::WithParamInterface<Change> {
+protected:
+    static std::vector<Operation> operations() {
+        std::vector<Operation> all = GetParam().comes;
+        all.insert(all.end(), GetParam().goes.begin(), GetParam().goes.end());
+        return all;
+    }
+    static bool leaves(const virtual_onu::Walk& walk, const std::string& device, const char* frame) {
+        return std::any_of(walk.exits.begin(), walk.exits.end(),
+                           [&](const auto& exit) { return exit.device == device && exit.frame.text() == frame; });
+    }
+    static bool isInForce() {
+        return leaves(onu().sendFromPort("sid0", Frame{}), "gpondef", "VID 100 p0, IPv4") &&
+               leaves(onu().sendFromPon(kGemPort, tagged(100)), "sid0", "untagged IPv4");
+    }
+    void openState() { ASSERT_GE(daemon().open(state()), 0); }
+    void restart() {
+        daemon_ = std::make_unique<Daemon>(folder_);
+        choose(daemon(), kG988);
+        openState();
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Each, Changes, ::testing::ValuesIn(changes()),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+TEST_P(Changes, NobodyElseNotices) {
+    provision();
+    const auto before = serving();
+    unsigned looks = 0, bad = 0;
+    bool looking = false;
+    onu().onTrace([&](const virtual_onu::TraceEntry&) {
+        if (std::exchange(looking, true)) return;
+        ++looks;
+        bad += isInForce() ? 0 : 1;
+        looking = false;
+    });
+    for (const Operation& operation : operations()) {
+        EXPECT_EQ(operation.run(*daemon().operator->()), 0) << operation.name;
+        EXPECT_EQ(bad, 0U) << operation.name;
+    }
+    onu().onTrace(nullptr);
+    EXPECT_GT(looks, 10U);
+    EXPECT_EQ(serving(), before) << nlohmann::json::diff(before, serving()).dump(1);
+}
+
+// Each call into the device fails once: what there was is there then, or, for calls that a service does not need, all
+// of the operation is.
+TEST_P(Changes, AFailingCallLeavesAllOrNothing) {
+    const auto all = operations();
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        if (!all[i].isAllOrNothing) continue;
+        const auto begin = [&] {
+            startOver();
+            provision();
+            for (std::size_t done = 0; done < i; ++done) all[done].run(*daemon().operator->());
+        };
+        begin();
+        const auto before = serving();
+        all[i].run(*daemon().operator->());
+        const auto after = serving();
+        unsigned failed = 0;
+        begin();
+        for (unsigned nth = 1;; ++nth) {
+            const auto number = onu().callCount() + nth;
+            onu().failCall(number, 5);
+            int result = 0;
+            const std::string printed = printedBy([&] { result = all[i].run(*daemon().operator->()); });
+            const bool isOver = onu().callCount() < number;
+            onu().clearFaults();
+            if (isOver) break;
+            SCOPED_TRACE(std::string(all[i].name) + ", call " + std::to_string(nth) + ": " +
+                         onu().traceTexts()[onu().traceTexts().size() - 1]);
+            const auto now = serving();
+            if (result == 0) {
+                EXPECT_EQ(now, after) << nlohmann::json::diff(after, now).dump(1);
+                begin();
+                continue;
+            }
+            ++failed;
+            EXPECT_EQ(now, before) << nlohmann::json::diff(before, now).dump(1);
+            EXPECT_NE(printed.find("nothing is changed"), std::string::npos) << printed;
+            if (HasFailure()) return;
+        }
+        EXPECT_EQ(serving(), after);
+        EXPECT_TRUE(failed > 0 || before == after) << all[i].name;
+    }
+}
+
+TEST_P(Changes, KilledWithinThemItEndsAsIfNothingHadBeen) {
+    constexpr unsigned kEvery = 17;
+    const auto all = operations();
+    provision();
+    std::vector<nlohmann::json> whole;
+    for (const Operation& operation : all) {
+        operation.run(*daemon().operator->());
+        whole.push_back(serving());
+    }
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        for (unsigned deviceCall = 1 + static_cast<unsigned>(i) % kEvery;; deviceCall += kEvery) {
+            SCOPED_TRACE(std::string(all[i].name) + ", device call " + std::to_string(deviceCall));
+            fs::remove(state());
+            startOver();
+            openState();
+            provision();
+            for (std::size_t done = 0; done < i; ++done) all[done].run(*daemon().operator->());
+            if (!killAt(
+                    daemon(), [&](VornHal& hal) { all[i].run(hal); }, deviceCall))
+                break;
+            ASSERT_TRUE(isInForce());
+            restart();
+            ASSERT_TRUE(isInForce());
+            for (std::size_t again = i; again < all.size(); ++again) {
+                all[again].run(*daemon().operator->());
+                ASSERT_EQ(serving(), whole[again]) << nlohmann::json::diff(whole[again], serving()).dump(1);
+            }
+        }
+    }
+}
+
+// ---- a daemon that starts again and asks for less ----
+
+TEST_P(Changes, WhatNobodyAsksForAgainGoesAndNobodyElseNotices) {
+    provision();
+    const auto expected = serving();
+    const auto firstLife = [&] {
+        fs::remove(state());
+        startOver();
+        openState();
+        provision();
+        for (const Operation& operation : GetParam().comes) operation.run(*daemon().operator->());
+    };
+    const auto secondLife = [&] {
+        restart();
+        make(daemon(), 0, kProvisioning);
+    };
+    firstLife();
+    const auto whole = serving();
+    unsigned bad = 0;
+    bool looking = false;
+    onu().onTrace([&](const virtual_onu::TraceEntry&) {
+        if (std::exchange(looking, true)) return;
+        bad += isInForce() ? 0 : 1;
+        looking = false;
+    });
+    secondLife();
+    EXPECT_GE(daemon().settle(), 0);
+    onu().onTrace(nullptr);
+    EXPECT_EQ(bad, 0U);
+    EXPECT_EQ(serving(), expected) << nlohmann::json::diff(expected, serving()).dump(1);
+    EXPECT_EQ(daemon().settle(), 0) << "once is enough";
+    for (const Operation& operation : GetParam().comes)
+        EXPECT_EQ(operation.run(*daemon().operator->()), 0) << operation.name;
+    EXPECT_EQ(serving(), whole) << nlohmann::json::diff(whole, serving()).dump(1);
+
+    // All of it is asked for again: nothing is done twice, and nothing goes.
+    secondLife();
+    for (const Operation& operation : GetParam().comes) operation.run(*daemon().operator->());
+    EXPECT_EQ(daemon().settle(), 0);
+    EXPECT_EQ(serving(), whole) << nlohmann::json::diff(whole, serving()).dump(1);
+
+    // Killed while it takes away, and started once more.
+    for (unsigned deviceCall = 1;; deviceCall += 7) {
+        SCOPED_TRACE(deviceCall);
+        firstLife();
+        secondLife();
+        if (!killAt(
+                daemon(), [&](VornHal&) { daemon().settle(); }, deviceCall))
+            break;
+        ASSERT_TRUE(isInForce());
+        secondLife();
+        daemon().settle();
+        ASSERT_EQ(serving(), expected) << nlohmann::json::diff(expected, serving()).dump(1);
+    }
+}
+
+TEST_F(ForwardedServices, WhatTheKitDoesNotGiveUpStaysUntilItDoes) {
+    ASSERT_EQ(daemon().open(state()), 0);
+    provision();
+    const auto expected = serving();
+    ASSERT_EQ(ask(daemon(), tagging(20, 100)), 0);
+    const auto whole = serving();
+    daemon_ = std::make_unique<Daemon>(folder_);
+    choose(daemon(), kG988);
+    ASSERT_GT(daemon().open(state()), 0);
+    make(daemon(), 0, kProvisioning);
+    onu().failNext("vlanCtl_removeTagRule", 2, 5);
+    daemon().settle();
+    EXPECT_TRUE(saidThat("what nobody has asked for stays: sid0 row VID 20"));
+    EXPECT_EQ(serving(), whole);
+    daemon().settle();
+    EXPECT_EQ(serving(), expected);
+}
+
+// The PON ports of a bridge are tried in the order in which they are asked for.
+TEST_F(ForwardedServices, TheOrderOfPonPortsIsTheOneOfTheLastLife) {
+    const auto life = [&](std::uint16_t first, std::uint16_t second) {
+        for (const std::uint16_t gemPortId : {std::uint16_t{1001}, std::uint16_t{1002}})
+            gemPort(gemPortId).run(*daemon().operator->());
+        bridge(3).run(*daemon().operator->());
+        for (const std::uint16_t gemPortId : {first, second})
+            pon(ponPort(gemPortId, "0064")).run(*daemon().operator->());
+        ASSERT_EQ(ask(daemon(), row(true)), 0);
+    };
+    const auto gemPortUp = [] {
+        const auto walk = onu().sendFromPort("sid0", Frame{});
+        return walk.exits.empty() ? 0 : walk.exits.front().gemPort.value_or(0);
+    };
+    internet()[0].make(*daemon().operator->());
+    ASSERT_EQ(daemon().open(state()), 0);
+    life(1001, 1002);
+    EXPECT_EQ(gemPortUp(), 1001U);
+    daemon_ = std::make_unique<Daemon>(folder_);
+    choose(daemon(), kG988);
+    ASSERT_GT(daemon().open(state()), 0);
+    internet()[0].make(*daemon().operator->());
+    life(1002, 1001);
+    daemon().settle();
+    EXPECT_EQ(gemPortUp(), 1002U);
+}
+
+}  // namespace

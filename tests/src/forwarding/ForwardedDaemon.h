@@ -1,0 +1,107 @@
+// A daemon whose services forward by G.988, on the virtual ONU of the test.
+#ifndef TESTS_FORWARDING_FORWARDED_DAEMON_H
+#define TESTS_FORWARDING_FORWARDED_DAEMON_H
+
+#include <cstdlib>
+#include <memory>
+#include <set>
+
+#include <nlohmann/json.hpp>
+
+#include "hal/HalForwarding.h"
+#include "src/restart/Daemon.h"
+
+namespace forwarding_tests {
+
+using namespace restart_tests;
+using virtual_onu::Frame;
+using virtual_onu::VlanTag;
+
+constexpr int kG988 = VORN_HAL_FORWARDING_G988, kContract = VORN_HAL_FORWARDING_CONTRACT;
+
+// VID `customer` of a port becomes `service`, with its p-bits.
+inline UniDataProvisioning tagging(std::uint16_t customer, std::uint16_t service) {
+    auto record = row(true);
+    record.filterType = 1;
+    record.innerFilterPrio = record.innerTreatmentPrio = 8;
+    record.innerFilterVlanId = customer;
+    record.removeType = 1;
+    record.innerTreatmentVlanId = service;
+    return record;
+}
+// Of the row that the record is about.
+inline UniDataProvisioning deletion(UniDataProvisioning record) {
+    record.removeType = 3;
+    record.outerTreatmentPrio = record.innerTreatmentPrio = 15;
+    record.outerTreatmentVlanId = record.innerTreatmentVlanId = 8191;
+    record.outerTreatmentTpidDe = record.innerTreatmentTpidDe = 7;
+    return record;
+}
+
+class Forwarding : public RestartFixture {
+protected:
+    void TearDown() override { unsetenv(VORN_HAL_FORWARDING_VARIABLE); }
+
+    static int choose(Daemon& daemon, int forwarding) {
+        return daemon.symbol<int (*)(int)>("vorn_hal_set_forwarding")(forwarding);
+    }
+    static int chosen(Daemon& daemon) { return daemon.symbol<int (*)()>("vorn_hal_get_forwarding")(); }
+
+    // The record of a call is the HAL's to change.
+    static int ask(Daemon& daemon, UniDataProvisioning record) {
+        return daemon->vorn_omci_hal_filter_flow_add(&record);
+    }
+
+    static Frame tagged(std::uint16_t vid) {
+        Frame frame;
+        frame.tags = {VlanTag{0x8100, 0, false, vid}};
+        return frame;
+    }
+    static std::string up(const Frame& frame) {
+        const auto walk = onu().sendFromPort("sid0", frame);
+        return walk.exits.empty() ? "" : walk.exits.front().frame.text();
+    }
+    static std::string down(const Frame& frame, unsigned gemPort = kGemPort) {
+        const auto walk = onu().sendFromPon(gemPort, frame);
+        return walk.exits.empty() ? "" : walk.exits.front().frame.text();
+    }
+    // Devices with their bridges, and rules in whatever order and with whatever number.
+    static nlohmann::json serving() {
+        const auto json = onu().toJson();
+        nlohmann::json kept;
+        std::multiset<std::string> rules;
+        for (const auto& device : json["network"]["devices"])
+            kept["devices"][device["name"].get<std::string>()] = device["master"];
+        for (const auto& table : json["vlan"]["tables"])
+            for (const auto& rule : table["rules"])
+                rules.insert(table["device"].dump() + table["direction"].dump() + table["tags"].dump() +
+                             rule["text"].dump());
+        kept["rules"] = rules;
+        kept["flows"] = json["vlan"]["flows"];
+        return kept;
+    }
+};
+
+class ForwardedServices : public Forwarding {
+protected:
+    void SetUp() override {
+        Forwarding::SetUp();
+        startOver();
+    }
+    // A new board, and a daemon that has done nothing yet.
+    void startOver() {
+        onu().reset();
+        daemon_ = std::make_unique<Daemon>(folder_);
+        ASSERT_EQ(choose(*daemon_, kG988), 0);
+    }
+    void provision() {
+        make(*daemon_, 0, kProvisioning);
+        ASSERT_EQ(down(tagged(100)), "untagged IPv4");
+    }
+    Daemon& daemon() { return *daemon_; }
+    std::unique_ptr<Daemon> daemon_;
+};
+
+}  // namespace forwarding_tests
+
+#endif
