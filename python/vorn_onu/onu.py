@@ -105,7 +105,8 @@ class Onu(Steps):
         name           for vorn-onu ls and vorn-onu at; otherwise a unique one
         real_time      waits take their time; otherwise they end at once, and are recorded
         strict         a call into the device kit that fails in the scenario is a failure
-        forwarding     what frames go by: "contract" or "g988"; otherwise $VORN_HAL_FORWARDING, or the HAL's contract
+        forwarding     what frames go by: "contract" or "g988"; otherwise what the scenario says, or
+                       $VORN_HAL_FORWARDING, or the HAL's contract
         taps           ports that are TAP devices of this machine: {"sid0": "lan0", "gem 1001": "pon0@operator"}
         tool           the program vorn-onu; otherwise $VORN_ONU, otherwise the one on the path
         timeout        seconds that a request may take
@@ -139,7 +140,7 @@ class Onu(Steps):
 
         program      the program and its arguments
         environment  variables for it, beside this process's own
-        forwarding   as with start()
+        forwarding   "contract" or "g988"; otherwise $VORN_HAL_FORWARDING, or the HAL's contract
         taps         as with start()
         """
         if isinstance(program, (str, bytes)) or not program or not all(isinstance(word, str) for word in program):

@@ -1,5 +1,6 @@
 #include "Recording.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -12,6 +13,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "hal/HalForwarding.h"
 #include "running/scenario/fields/Field.h"
 
 namespace recorder {
@@ -40,10 +42,18 @@ std::string textOf(const Json& json) {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+// What the HAL says, which the program may have told otherwise than the environment does. One without these functions
+// goes by its contract.
+bool isByG988() {
+    const auto chosen = reinterpret_cast<int (*)()>(dlsym(RTLD_DEFAULT, "vorn_hal_get_forwarding"));
+    return chosen != nullptr && chosen() == VORN_HAL_FORWARDING_G988;
+}
+
 std::string heading() {
     const Json version = vorn_onu::kFormatVersion;
     const Json title = std::string("What ") + program_invocation_short_name + " asked of the HAL";
-    return "{\"version\": " + textOf(version) + ",\n \"title\": " + textOf(title) + ",\n \"steps\": [\n";
+    const std::string forwarding = isByG988() ? ",\n \"forwarding\": \"g988\"" : "";
+    return "{\"version\": " + textOf(version) + ",\n \"title\": " + textOf(title) + forwarding + ",\n \"steps\": [\n";
 }
 
 class File {

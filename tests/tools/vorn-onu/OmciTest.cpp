@@ -54,7 +54,7 @@ TEST(Omci, ACallNamesTheMessagesBehindItAndTheRecordedScenarioMakesTheSameDevice
             if (call.at("call").at("call") == "vorn_omci_hal_gemflow_add")
                 causes = call.at("messages").get<std::vector<std::size_t>>();
     EXPECT_EQ(causes, (std::vector<std::size_t>{3, 6}));
-    const auto again = runProgram({VORN_ONU_BINARY, "run", record, "--forwarding", "g988", "--json", "-"});
+    const auto again = runProgram({VORN_ONU_BINARY, "run", record, "--json", "-"});  // by G.988, as the file says
     ASSERT_EQ(again.code, 0) << again.output;
     const auto device = nlohmann::json::parse(again.output).at("device");
     for (const char* part : {"network", "pon", "vlan"}) EXPECT_EQ(device.at(part), json.at("device").at(part)) << part;

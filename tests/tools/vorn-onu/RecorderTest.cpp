@@ -56,6 +56,31 @@ TEST_F(Recorder, AReplayLeavesTheDeviceAsTheDaemonDid) {
     expectTheSameReplayed();
 }
 
+// The recording goes by it wherever it is run; what is typed counts more, and the environment less.
+TEST_F(Recorder, ARecordingSaysWhatItsServicesGoBy) {
+    const auto recorded = [&](const char* forwarding) {
+        const auto run = runProgram({VORN_ONU_BINARY, "exec", "--quiet", "--json", file("daemon.json"), "--forwarding",
+                                     forwarding, "--record", file("recording.json"), "--", EXAMPLE_DAEMON_BINARY});
+        EXPECT_EQ(run.code, 0) << run.output;
+        return recording();
+    };
+    EXPECT_FALSE(recorded("contract").contains("forwarding"));
+    EXPECT_EQ(recorded("g988")["forwarding"], "g988");
+    expectTheSameReplayed();
+    const std::string byG988 = "Forwarding as G.988 says", byContract = "Forwarding by the HAL's contract";
+    const auto heading = [&](std::vector<std::string> words) {
+        words.insert(words.begin(), {VORN_ONU_BINARY, "run", file("recording.json")});
+        return runProgram(words).output;
+    };
+    EXPECT_NE(heading({}).find(byG988), std::string::npos);
+    EXPECT_NE(heading({"--forwarding", "contract"}).find(byContract), std::string::npos);
+    setenv("VORN_HAL_FORWARDING", "contract", 1);
+    EXPECT_NE(heading({}).find(byG988), std::string::npos);
+    setenv("VORN_HAL_FORWARDING", "G988", 1);
+    EXPECT_EQ(runProgram({VORN_ONU_BINARY, "run", VORN_SCENARIO_DIR "/bridge.json"}).code, 2);
+    unsetenv("VORN_HAL_FORWARDING");
+}
+
 TEST_F(Recorder, EveryCallReplaysWithTheArgumentsAndAnswersItHad) {
     ASSERT_EQ(recordDaemon("everything").code, 0);
     const auto recorded = calls();

@@ -46,20 +46,23 @@ int AuditCommand::run() const {
         if (afterStep > loaded.steps.size())
             throw Problem("vorn-onu: audit: --after-step " + std::to_string(afterStep) + ": " + scenario + " has " +
                           std::to_string(loaded.steps.size()) + " steps");
-        useForwarding(forwarding);
+        const std::string word = forwardingOf(forwarding, loaded);
+        useForwarding(word);
+        std::string sendCommand = audit::commandFor("send", scenario);
+        if (!forwarding.empty()) sendCommand += " --forwarding " + forwarding;
         HalOutput hal(scenario);
         const Terminal terminal = Terminal::of(hal.shown());
         const audit::Result result = auditAt(loaded, afterStep);
         if (json) {
-            print(hal.shown(), auditJson(result, audit::commandFor("send", scenario)).dump(2, ' ', true) + "\n");
+            print(hal.shown(), auditJson(result, sendCommand).dump(2, ' ', true) + "\n");
         } else {
             const std::string moment = "after step " + std::to_string(result.step) + " of " +
                                        std::to_string(loaded.steps.size()) +
                                        (afterStep == 0 ? ", when the device holds most" : "");
             print(hal.shown(), terminal.bold("G.988 and the device") + "\n" +
                                    terminal.dim(cut(loaded.title, terminal.width())) + "\n" + terminal.dim(moment) +
-                                   "\n" + terminal.dim(forwardingWords(forwarding)) + "\n\n" +
-                                   auditWords(result, audit::commandFor("send", scenario), terminal));
+                                   "\n" + terminal.dim(forwardingWords(word)) + "\n\n" +
+                                   auditWords(result, sendCommand, terminal));
         }
         return strict && result.differing() != 0 ? kNotHeld : kHeld;
     } catch (const std::exception& error) {

@@ -19,7 +19,7 @@ Command addAudit(CLI::App& app) {
         ->check(numberFrom(1))
         ->type_name("N");
     command->add_flag("--json", audit->json, "answer in JSON");
-    addForwardingOption(*command, audit->forwarding);
+    addScenarioForwardingOption(*command, audit->forwarding);
     command->footer(
         "Frames of each kind, inside and outside of the tagging rows and filters that the scenario asks for, go both "
         "ways through the device and through a model of the standard's tables. Differences come in groups, each with "

@@ -12,16 +12,16 @@ constexpr int kNotHeld = 1;   // one did not
 constexpr int kBadInput = 2;  // a scenario, a file or the command line is wrong; nothing was run
 
 struct RunCommand {
-    std::string forwarding = "contract";  // or "g988" (--forwarding)
-    std::vector<std::string> scenarios;   // several are run each in a process of its own
-    std::string jsonFile;                 // "-" is standard output
-    std::string reportFile;               // an HTML page
-    bool audit = false;                   // the report has a part that compares the device with the standard
-    std::string pcapFile;                 // the frames of frame steps
-    std::string boardFile;                // the board that the scenario begins with, and leaves
-    std::string junitFile;                // a test case a scenario, as CI systems read them
-    unsigned jobs = 1;                    // of several scenarios, so many at a time
-    bool strict = false;                  // a call into the device kit that fails is a failure
+    std::string forwarding;              // "contract" or "g988" (--forwarding); "" where nothing was typed
+    std::vector<std::string> scenarios;  // several are run each in a process of its own
+    std::string jsonFile;                // "-" is standard output
+    std::string reportFile;              // an HTML page
+    bool audit = false;                  // the report has a part that compares the device with the standard
+    std::string pcapFile;                // the frames of frame steps
+    std::string boardFile;               // the board that the scenario begins with, and leaves
+    std::string junitFile;               // a test case a scenario, as CI systems read them
+    unsigned jobs = 1;                   // of several scenarios, so many at a time
+    bool strict = false;                 // a call into the device kit that fails is a failure
     bool trace = false;
     bool halOutput = false;
     bool realTime = false;
@@ -48,6 +48,7 @@ struct TypedFrame {
 };
 
 struct SendCommand : TypedFrame {
+    std::string forwarding;  // as with run
     std::string scenario;
     std::string captureFile;    // frames to send instead of one
     std::string pcapFile;       // what left of them
@@ -107,7 +108,7 @@ struct DiffCommand {
 
 // The device beside the standard.
 struct AuditCommand {
-    std::string forwarding = "contract";  // or "g988" (--forwarding)
+    std::string forwarding;  // as with run
     std::string scenario;
     std::size_t afterStep = 0;  // 0: the moment at which the device holds most
     bool strict = false;        // a difference is a failure

@@ -18,4 +18,14 @@ void addForwardingOption(CLI::App& command, std::string& word) {
         ->check(CLI::IsMember({kByContract, kByG988}));
 }
 
+void addScenarioForwardingOption(CLI::App& command, std::string& word) {
+    command
+        .add_option("--forwarding", word,
+                    std::string("what frames of services go by: contract, what the HAL has always done, or g988, what "
+                                "the standard's tables say, whatever the scenario says; otherwise what it says, or $") +
+                        VORN_HAL_FORWARDING_VARIABLE + ", or contract")
+        ->type_name("WHAT")
+        ->check(CLI::IsMember({kByContract, kByG988}));
+}
+
 }  // namespace vorn_onu

@@ -12,6 +12,8 @@ namespace vorn_onu {
 
 // word: what holds when nobody says anything; the HAL's environment variable counts more.
 void addForwardingOption(CLI::App& command, std::string& word);
+// For commands that have a scenario: the word stays "" where nobody says anything, and forwardingOf() decides.
+void addScenarioForwardingOption(CLI::App& command, std::string& word);
 
 }  // namespace vorn_onu
 

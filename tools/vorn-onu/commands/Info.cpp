@@ -9,6 +9,7 @@
 
 #include "BRCM/BCM968580/omci_brcm_hal.h"
 #include "commands/Commands.h"
+#include "commands/Forwarding.h"
 #include "device/EthernetUni.h"
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
@@ -138,6 +139,7 @@ std::string asJson(const std::vector<Topic>& topics) {
 int InfoCommand::run() const {
     try {
         const Scenario loaded = scenario.empty() ? Scenario{} : loadScenario(scenario);
+        useForwarding(forwardingOf("", loaded));
         HalOutput hal(scenario.empty() ? "info.json" : scenario);
         runScenario(loaded, {}, [](const StepRecord&) {});
         VornHal& object = *HALFactory::getInstance()->CreateHALObject(0);

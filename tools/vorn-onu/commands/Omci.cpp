@@ -103,7 +103,7 @@ int runPlayed(const OmciCommand& command, const MessageFile& file, const std::op
     if (command.until > playing.count())
         throw FileProblem(command.file, "has " + counted(playing.count(), "message") + ", there is no message " +
                                             std::to_string(command.until));
-    CallRecording recording(command.recordFile, run.name);
+    CallRecording recording(command.recordFile, run.name, command.forwarding);
     say(heading(run.name, file, layout, playing, command.forwarding, terminal));
     playing.run([&](const Played& played) {
         run.messages.push_back(std::make_shared<const Played>(played));

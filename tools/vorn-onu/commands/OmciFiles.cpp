@@ -5,6 +5,7 @@
 #include "living/CallStep.h"
 #include "omci/message/ValueText.h"
 #include "running/io/Files.h"
+#include "running/scenario/Scenario.h"
 #include "running/scenario/fields/Field.h"
 #include "running/state/WalkWords.h"
 #include "views/AuditWords.h"
@@ -112,13 +113,15 @@ std::string omciJson(const OmciRun& run, const nlohmann::json& device) {
     return json.dump(2, ' ', true, kReplace) + "\n";
 }
 
-CallRecording::CallRecording(const std::string& path, const std::string& name) : path_(path) {
+CallRecording::CallRecording(const std::string& path, const std::string& name, const std::string& forwarding)
+    : path_(path) {
     if (path_.empty()) return;
     file_.reset(std::fopen(path_.c_str(), "wbe"));
     if (!file_) throw FileProblem(path_, "cannot be written");
     Json head = {{"version", kFormatVersion},
                  {"title", "What the messages in " + name + " asked of the HAL"},
                  {"steps", LivingOnu::startSteps()}};
+    if (forwarding == kByG988) head["forwarding"] = forwarding;  // the contract holds where nothing is said
     // Without the ends of list and object, behind which calls are to follow.
     const std::string text = head.dump(2, ' ', false, kReplace);
     write(text.substr(0, text.rfind("\n  ]")));

@@ -39,8 +39,9 @@ std::string omciJson(const OmciRun& run, const nlohmann::json& device);
 // A scenario that makes the calls of a run, written as they come.
 class CallRecording {
 public:
-    // Begins the file; "" records nothing. Throws a FileProblem, here and below.
-    CallRecording(const std::string& path, const std::string& name);
+    // Begins the file; "" records nothing. forwarding: what the HAL does, for who runs the recording. Throws a
+    // FileProblem, here and below.
+    CallRecording(const std::string& path, const std::string& name, const std::string& forwarding);
     void add(const HalStep& call);
     void finish();
 

@@ -54,7 +54,7 @@ public:
           log_(logChoice(command.logClasses, command.logInstances, command.logTypes)),
           layout_(layoutOf(command.layout)),
           socket_(command.listenAddress),
-          recording_(command.recordFile, socket_.address()),
+          recording_(command.recordFile, socket_.address(), command.forwarding),
           capture_(command.captureFile) {
         log_.values = command.logValues;
         log_.bytes = command.logBytes;

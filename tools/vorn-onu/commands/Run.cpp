@@ -147,6 +147,8 @@ struct ClosedAtTheEnd {
 
 // Runs the scenario and shows all that was asked for.
 int runShown(const RunCommand& command, const Scenario& scenario, ScenarioResult& result) {
+    const std::string forwarding = forwardingOf(command.forwarding, scenario);
+    useForwarding(forwarding);
     std::optional<Staying> staying;
     if (command.stay && scenario.inParts)
         throw std::invalid_argument(scenario.file + ": --stay does not go with a scenario that restarts the HAL");
@@ -173,7 +175,7 @@ int runShown(const RunCommand& command, const Scenario& scenario, ScenarioResult
 
     RunReport collected(scenario, newBoard, command.audit);
 
-    say(output.heading(forwardingWords(command.forwarding)));
+    say(output.heading(forwardingWords(forwarding)));
     const auto records = runScenario(scenario, options, [&](const StepRecord& record) {
         if (!record.passed()) result.failures.push_back(output.step(record));
         if (!command.reportFile.empty()) collected.add(record, onu);
@@ -235,6 +237,7 @@ ScenarioResult runUnseen(const RunCommand& command, const std::string& file, con
     try {
         const Scenario scenario = loadScenario(file);
         result.title = scenario.title;
+        useForwarding(forwardingOf(command.forwarding, scenario));
         const HalOutput hal(file);
         const RunOutput output(scenario, terminal);
         const auto records = runScenario(scenario, optionsOf(command), [&](const StepRecord& record) {
@@ -253,7 +256,6 @@ int RunCommand::run() const {
     try {
         checkOptions(*this);
         checkFiles(*this);
-        useForwarding(forwarding);
         return scenarios.size() == 1 ? runOne(*this) : runSeveral(*this);
     } catch (const std::exception& error) {
         complain(error.what());

@@ -43,7 +43,7 @@ Command addRun(CLI::App& app) {
                           "services back ends before that, unless --after-step says where");
     addBoardName(*command, run->name, "with --stay; otherwise by that of the scenario's file")->needs(stay);
     addTapOption(*command, run->taps)->needs(stay);
-    addForwardingOption(*command, run->forwarding);
+    addScenarioForwardingOption(*command, run->forwarding);
     command->footer(
         "A scenario with a mistake in it is not run. Several scenarios run each on a board of its own, a line a "
         "scenario; "

@@ -77,6 +77,11 @@ int printSchema() {
            {{"type", "boolean"},
             {"description", "the HAL keeps a state file: each part of the scenario opens it at its begin"}}},
           {"description", {{"type", "string"}, {"description", "what it is about, in a sentence or two"}}},
+          {"forwarding",
+           {{"enum", {kByContract, kByG988}},
+            {"description",
+             "what frames of services go by: the HAL's contract or G.988; left out: what the command or the "
+             "environment says, or the contract"}}},
           {"records",
            {{"type", "object"},
             {"additionalProperties", {{"type", "object"}}},

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "commands/Commands.h"
+#include "commands/Forwarding.h"
 #include "commands/FrameSending.h"
 #include "commands/SendCapture.h"
 #include "running/capture/CaptureReader.h"
@@ -116,6 +117,7 @@ int SendCommand::run() const {
             throw BadScenario(scenario + ": has " + std::to_string(loaded.steps.size()) + " steps, there is no step " +
                               std::to_string(afterStep));
         if (loaded.steps.empty()) throw BadScenario(scenario + ": has no steps");
+        useForwarding(forwardingOf(forwarding, loaded));
         return captureFile.empty() ? sendLoaded(*this, loaded, input) : sendCapture(*this, loaded, input);
     } catch (const Problem& problem) {
         complain("the frame: " + problem.text());

@@ -4,6 +4,7 @@
 
 #include "commands/CommandLine.h"
 #include "commands/Commands.h"
+#include "commands/ForwardingOptions.h"
 #include "commands/FrameOptions.h"
 
 namespace vorn_onu {
@@ -29,6 +30,7 @@ Command addSend(CLI::App& app) {
         ->check(numberFrom(1))
         ->type_name("N");
     command->add_flag("--json", send->json, "answer in JSON");
+    addScenarioForwardingOption(*command, send->forwarding);
     command->callback([send, command, frame] { readTags(*command, frame, *send); });
     command->footer(
         "Each hop is shown with device, table and rule, and the frame as it leaves, or where and why it was "

@@ -11,7 +11,7 @@ _vorn_onu() {
         run) options="--trace --json --board --report --audit --pcap --hal-output --real-time --quiet --strict --junit --jobs
                       --stay --name --tap --after-step --forwarding" ;;
         send) options="--from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source --destination
-                       --after-step --json --payload --both-ways --pcap-in --pcap" ;;
+                       --after-step --forwarding --json --payload --both-ways --pcap-in --pcap" ;;
         audit) options="--strict --after-step --forwarding --json" ;;
         omci) options="--listen --until --from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source
                        --destination --payload --both-ways --json --report --pcap --record --quiet --name --audit --tap

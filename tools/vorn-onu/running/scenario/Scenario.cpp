@@ -111,7 +111,7 @@ Scenario scenarioOf(const std::string& path, const Json& root) {
     scenario.file = path;
     ParseContext context;
     try {
-        checkKeys(root, {"$schema", "version", "title", "description", "state", "records", "steps"});
+        checkKeys(root, {"$schema", "version", "title", "description", "forwarding", "state", "records", "steps"});
         if (root.contains("version") && root["version"] != kFormatVersion)
             throw Problem("version", "must be " + std::to_string(kFormatVersion) + ", the only format that there is");
         if (!root.contains("title")) throw Problem("title", "is missing; it names the scenario in a few words");
@@ -119,6 +119,13 @@ Scenario scenarioOf(const std::string& path, const Json& root) {
         scenario.title = inField("title", [&] { return oneLine(textOf(root["title"])); });
         if (root.contains("description"))
             scenario.description = inField("description", [&] { return textOf(root["description"]); });
+        if (root.contains("forwarding")) {
+            const Json& word = root["forwarding"];
+            if (word != kByContract && word != kByG988)
+                throw Problem("forwarding",
+                              std::string("must be ") + kByContract + " or " + kByG988 + ", not " + shown(word));
+            scenario.forwarding = word;
+        }
         if (root.contains("state")) {
             if (!root["state"].is_boolean())
                 throw Problem("state", "must be true or false, not " + shown(root["state"]));

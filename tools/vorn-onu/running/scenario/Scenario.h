@@ -45,12 +45,17 @@ struct Scenario {
     std::string file;
     std::string title;
     std::string description;
-    Held<Json> records;  // by name, for its steps; null where there are none
+    std::string forwarding;  // "contract" or "g988", by what it was made for; "" when it says nothing
+    Held<Json> records;      // by name, for its steps; null where there are none
     std::vector<Step> steps;
     bool state = false;    // the HAL keeps a state file, which it opens at the begin of each part
     bool inParts = false;  // the HAL has a process of its own, which can end and start again
     Step end;              // is behind the last one in a run's records when something is missing then
 };
+
+// Words for what frames of services go by (hal/HalForwarding.h), in scenarios and options.
+constexpr const char* kByContract = "contract";
+constexpr const char* kByG988 = "g988";
 
 // A kind of step: the key that it goes by and how it is read. Schema.cpp and parsing share these rows.
 struct StepKind {
