@@ -2,6 +2,8 @@
 #ifndef TESTS_FORWARDING_CHANGES_H
 #define TESTS_FORWARDING_CHANGES_H
 
+#include <cstdio>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <vector>

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
 #include "src/forwarding/Changes.h"
 #include "src/restart/Killing.h"
 #include "support/StdoutCapture.h"

@@ -4,9 +4,8 @@
 
 #include <cstdlib>
 #include <memory>
-#include <set>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include "hal/HalForwarding.h"
 #include "src/restart/Daemon.h"
@@ -66,20 +65,7 @@ protected:
         return walk.exits.empty() ? "" : walk.exits.front().frame.text();
     }
     // Devices with their bridges, and rules in whatever order and with whatever number.
-    static nlohmann::json serving() {
-        const auto json = onu().toJson();
-        nlohmann::json kept;
-        std::multiset<std::string> rules;
-        for (const auto& device : json["network"]["devices"])
-            kept["devices"][device["name"].get<std::string>()] = device["master"];
-        for (const auto& table : json["vlan"]["tables"])
-            for (const auto& rule : table["rules"])
-                rules.insert(table["device"].dump() + table["direction"].dump() + table["tags"].dump() +
-                             rule["text"].dump());
-        kept["rules"] = rules;
-        kept["flows"] = json["vlan"]["flows"];
-        return kept;
-    }
+    static nlohmann::json serving();  // ForwardingTest.cpp
 };
 
 class ForwardedServices : public Forwarding {

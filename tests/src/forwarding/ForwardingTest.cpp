@@ -1,10 +1,28 @@
 // Forwarding by G.988 as a daemon gets it: chosen, provisioned, changed, taken back, failing, restarted.
+#include <set>
 #include <utility>
+
+#include <nlohmann/json.hpp>
 
 #include "platform/vlanctl.h"
 #include "src/forwarding/ForwardedDaemon.h"
 #include "src/restart/Killing.h"
 #include "support/StdoutCapture.h"
+
+nlohmann::json forwarding_tests::Forwarding::serving() {
+    const auto json = onu().toJson();
+    nlohmann::json kept;
+    std::multiset<std::string> rules;
+    for (const auto& device : json["network"]["devices"])
+        kept["devices"][device["name"].get<std::string>()] = device["master"];
+    for (const auto& table : json["vlan"]["tables"])
+        for (const auto& rule : table["rules"])
+            rules.insert(table["device"].dump() + table["direction"].dump() + table["tags"].dump() +
+                         rule["text"].dump());
+    kept["rules"] = rules;
+    kept["flows"] = json["vlan"]["flows"];
+    return kept;
+}
 
 namespace {
 
