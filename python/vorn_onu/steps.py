@@ -23,6 +23,7 @@ from .values import (
     ExpectQueuesValue,
     ExpectStatisticsValue,
     ExpectTcontsValue,
+    FaultOmci,
     FrameEtherType,
     FrameExpect,
     FrameGroup,
@@ -91,15 +92,16 @@ class Steps(StepTaker):
     def fault(
         self, value: Optional[Literal['clear']] = None, *, function: Optional[Union[str, Octets]] = None,
         nth: Optional[int] = None, call: Optional[int] = None, code: Optional[int] = None,
-        may: Optional[Union[int, bool]] = None, note: Optional[str] = None,
+        may: Optional[Union[int, bool]] = None, omci: Optional[FaultOmci] = None, note: Optional[str] = None,
     ) -> StepResult:
-        """lets a later call into the device kit or the kernel fail
+        """lets a later call into the device kit or the kernel fail, or answers to an OLT go astray
 
         function  name of the call that fails: "tmctl_setQueueCfg", "ioctl:SIOCSIFMTU"
         nth       which of its calls from now on: 1 is the next; otherwise 1
         call      instead of a function: the number of the call
         code      the call's result, or errno; otherwise 1
         may       true: no failure when it never comes to it; otherwise false
+        omci      instead: what goes wrong between the ONU and its OLT
         """
         return self._take('fault', locals(), ['note'])
 

@@ -67,6 +67,17 @@ Interval = Union[int, Literal['absolute', 'interval', 'intervalEnd']]
 BoardOutOfRangeFilters = Literal['never', 'any', 'masked']
 
 
+class FaultOmci(TypedDict, total=False):
+    drop: int
+    delay: int
+    delayMs: int
+    duplicate: int
+    damage: int
+    unknownClass: int
+    dataSync: int
+    reboot: Union[int, bool]
+
+
 class _FrameTagsItem(TypedDict):
     vid: int
 

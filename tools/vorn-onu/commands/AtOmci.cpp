@@ -18,9 +18,9 @@ namespace {
 
 constexpr std::chrono::milliseconds kBetweenPolls{200};
 
-void showRecord(const nlohmann::json& record, const LogChoice& choice, bool json) {
+void showRecord(const nlohmann::json& record, const LogChoice& choice, bool asJson) {
     const Played played = playedOf(record);
-    if (!json)
+    if (!asJson)
         print(logText(played, choice));
     else if (choice.shows(played.message))
         print(record.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace) + "\n");

@@ -9,12 +9,10 @@ namespace vorn_onu {
 
 namespace {
 
-using nlohmann::json;
-
-json attributeJson(const omci::Entity& entity, const omci::AttributeInfo& attribute) {
-    json one = {{"number", attribute.number}, {"name", attribute.name}};
+nlohmann::json attributeJson(const omci::Entity& entity, const omci::AttributeInfo& attribute) {
+    nlohmann::json one = {{"number", attribute.number}, {"name", attribute.name}};
     if (attribute.isTable()) {
-        json rows = json::array(), bytes = json::array();
+        nlohmann::json rows = nlohmann::json::array(), bytes = nlohmann::json::array();
         for (const omci::Bytes& row : entity.rows(attribute.number)) {
             rows.push_back(omci::rowText(entity.classId(), attribute.number, row));
             bytes.push_back(omci::hexText(row));
@@ -29,8 +27,8 @@ json attributeJson(const omci::Entity& entity, const omci::AttributeInfo& attrib
     return one;
 }
 
-json entityJson(const omci::Mib& mib, const omci::Entity& entity) {
-    json attributes = json::array(), pointers = json::array();
+nlohmann::json entityJson(const omci::Mib& mib, const omci::Entity& entity) {
+    nlohmann::json attributes = nlohmann::json::array(), pointers = nlohmann::json::array();
     for (const omci::AttributeInfo& attribute : entity.info().attributes())
         if (entity.has(attribute.number)) attributes.push_back(attributeJson(entity, attribute));
     for (const omci::Pointer& pointer : omci::pointersOf(entity))
@@ -49,8 +47,8 @@ json entityJson(const omci::Mib& mib, const omci::Entity& entity) {
 
 }  // namespace
 
-json mibJson(const omci::Mib& mib) {
-    json entities = json::array();
+nlohmann::json mibJson(const omci::Mib& mib) {
+    nlohmann::json entities = nlohmann::json::array();
     for (const omci::ClassInfo& info : omci::managedEntities())
         for (const auto& [instance, entity] : mib.instances(info.id())) entities.push_back(entityJson(mib, entity));
     return entities;

@@ -12,13 +12,11 @@ namespace vorn_onu {
 
 namespace {
 
-using nlohmann::json;
-
 std::string frameDigits(const omci::Message& message) {
     return omci::hexText(omci::encodeFrame(message));
 }
 
-omci::Message messageOfDigits(const json& digits) {
+omci::Message messageOfDigits(const nlohmann::json& digits) {
     const omci::DecodedFrame frame = omci::decodeFrame(bytesOfDigits(digits.get<std::string>()));
     if (frame.error != omci::FrameError::kNone)
         throw std::runtime_error(std::string("is no message: ") + omci::nameOf(frame.error));
@@ -27,8 +25,8 @@ omci::Message messageOfDigits(const json& digits) {
 
 }  // namespace
 
-json messageRecord(const Played& played) {
-    json record = playedJson(played);
+nlohmann::json messageRecord(const Played& played) {
+    nlohmann::json record = playedJson(played);
     record["bytes"] = frameDigits(played.message);
     if (played.answerMessage) record["answerBytes"] = frameDigits(*played.answerMessage);
     if (played.microseconds) record["microseconds"] = *played.microseconds;
@@ -38,7 +36,7 @@ json messageRecord(const Played& played) {
     return record;
 }
 
-Played playedOf(const json& record) {
+Played playedOf(const nlohmann::json& record) {
     Played played;
     record.at("number").get_to(played.number);
     played.message = messageOfDigits(record.at("bytes"));
@@ -53,7 +51,7 @@ Played playedOf(const json& record) {
         played.answerMessage = messageOfDigits(record["answerBytes"]);
         played.answer = omci::textOf(*played.answerMessage);
     }
-    for (const json& one : record.at("autonomous"))
+    for (const nlohmann::json& one : record.at("autonomous"))
         played.autonomous.push_back(omci::textOf(messageOfDigits(one.at("bytes"))));
     return played;
 }

@@ -16,14 +16,13 @@ namespace vorn_onu {
 
 namespace {
 
-using nlohmann::json;
 using MibKey = std::pair<unsigned, unsigned>;  // class, instance
 
-MibKey mibKey(const json& one) {
+MibKey mibKey(const nlohmann::json& one) {
     return {one.at("class").get<unsigned>(), one.at("instance").get<unsigned>()};
 }
 
-std::string entityName(const json& entity) {
+std::string entityName(const nlohmann::json& entity) {
     return oneLine(entity.at("entity").get<std::string>());
 }
 
@@ -32,9 +31,9 @@ bool isUnset(const std::string& digits) {
 }
 
 // "Alloc-ID 1024, Policy WRR": attributes that are neither tables nor in skipped; with onlySet without those of zeros.
-std::string attributeWords(const json& entity, const std::set<unsigned>& skipped, bool onlySet) {
+std::string attributeWords(const nlohmann::json& entity, const std::set<unsigned>& skipped, bool onlySet) {
     std::vector<std::string> words;
-    for (const json& attribute : entity.at("attributes")) {
+    for (const nlohmann::json& attribute : entity.at("attributes")) {
         if (attribute.contains("rows") || skipped.count(attribute.at("number").get<unsigned>()) != 0) continue;
         if (onlySet && isUnset(attribute.at("bytes").get<std::string>())) continue;
         words.push_back(
@@ -43,12 +42,12 @@ std::string attributeWords(const json& entity, const std::set<unsigned>& skipped
     return joined(words);
 }
 
-std::vector<std::string> rowLines(const json& entity) {
+std::vector<std::string> rowLines(const nlohmann::json& entity) {
     std::vector<std::string> rows;
-    for (const json& attribute : entity.at("attributes")) {
+    for (const nlohmann::json& attribute : entity.at("attributes")) {
         if (!attribute.contains("rows")) continue;
         std::size_t number = 0;
-        for (const json& row : attribute["rows"])
+        for (const nlohmann::json& row : attribute["rows"])
             rows.push_back(oneLine(attribute.at("name").get<std::string>() + " " + std::to_string(++number) + ": " +
                                    row.get<std::string>()));
     }
@@ -72,10 +71,10 @@ bool isAbove(unsigned classId) {
 
 class MibTree {
 public:
-    MibTree(const json& mib, const Terminal& terminal) : terminal_(terminal) {
-        for (const json& one : mib) entities_[mibKey(one)] = &one;
-        for (const json& one : mib)
-            for (const json& pointer : one.at("pointers")) pointers_[mibKey(pointer)].push_back(mibKey(one));
+    MibTree(const nlohmann::json& mib, const Terminal& terminal) : terminal_(terminal) {
+        for (const nlohmann::json& one : mib) entities_[mibKey(one)] = &one;
+        for (const nlohmann::json& one : mib)
+            for (const nlohmann::json& pointer : one.at("pointers")) pointers_[mibKey(pointer)].push_back(mibKey(one));
     }
 
     std::string text() {
@@ -103,15 +102,15 @@ private:
         text_ += (bold ? terminal_.bold(whole) : whole) + "\n";
     }
 
-    static std::string attributeName(const json& entity, unsigned number) {
-        for (const json& attribute : entity.at("attributes"))
+    static std::string attributeName(const nlohmann::json& entity, unsigned number) {
+        for (const nlohmann::json& attribute : entity.at("attributes"))
             if (attribute.at("number") == number) return oneLine(attribute.at("name").get<std::string>());
         return "";
     }
 
-    std::vector<Child> childrenOf(const MibKey& key, const json& entity) const {
+    std::vector<Child> childrenOf(const MibKey& key, const nlohmann::json& entity) const {
         std::vector<Child> children;
-        for (const json& pointer : entity.at("pointers")) {
+        for (const nlohmann::json& pointer : entity.at("pointers")) {
             const MibKey target = mibKey(pointer);
             const unsigned number = pointer.at("attribute").get<unsigned>();
             const bool exists = entities_.count(target) != 0;
@@ -131,10 +130,11 @@ private:
         const std::string arrow = how.empty() ? "" : how + " → ";
         const auto found = entities_.find(key);
         if (found == entities_.end()) return line(indent, arrow + missing + " (does not exist)", false);
-        const json& entity = *found->second;
+        const nlohmann::json& entity = *found->second;
         if (!shown_.insert(key).second) return line(indent, arrow + entityName(entity) + " (above)", false);
         std::set<unsigned> pointers;
-        for (const json& pointer : entity.at("pointers")) pointers.insert(pointer.at("attribute").get<unsigned>());
+        for (const nlohmann::json& pointer : entity.at("pointers"))
+            pointers.insert(pointer.at("attribute").get<unsigned>());
         const std::string words = attributeWords(entity, pointers, true);
         line(indent, arrow + entityName(entity) + (words.empty() ? "" : ": " + words), indent.empty());
         for (const std::string& row : rowLines(entity)) line(indent + "    ", row, false);
@@ -147,14 +147,14 @@ private:
         }
     }
 
-    static std::string missingName(const json& entity, const MibKey& key) {
-        for (const json& pointer : entity.at("pointers"))
+    static std::string missingName(const nlohmann::json& entity, const MibKey& key) {
+        for (const nlohmann::json& pointer : entity.at("pointers"))
             if (mibKey(pointer) == key) return oneLine(pointer.at("entity").get<std::string>());
         return "";
     }
 
     const Terminal& terminal_;
-    std::map<MibKey, const json*> entities_;
+    std::map<MibKey, const nlohmann::json*> entities_;
     std::map<MibKey, std::vector<MibKey>> pointers_;  // who points there
     std::set<MibKey> shown_;
     std::string text_;
@@ -163,32 +163,32 @@ private:
 // ---- differences ----
 
 // Value by name; rows of a table together.
-std::map<std::string, std::string> valuesOf(const json& entity) {
+std::map<std::string, std::string> valuesOf(const nlohmann::json& entity) {
     std::map<std::string, std::string> values;
-    for (const json& attribute : entity.at("attributes")) {
+    for (const nlohmann::json& attribute : entity.at("attributes")) {
         const std::string name = oneLine(attribute.at("name").get<std::string>());
         if (!attribute.contains("rows")) {
             values[name] = oneLine(attribute.at("value").get<std::string>());
             continue;
         }
         std::vector<std::string> rows;
-        for (const json& row : attribute["rows"]) rows.push_back(oneLine(row.get<std::string>()));
+        for (const nlohmann::json& row : attribute["rows"]) rows.push_back(oneLine(row.get<std::string>()));
         values[name] = rows.empty() ? "no rows" : joined(rows, "; ");
     }
     return values;
 }
 
-std::map<MibKey, const json*> byKey(const json& mib) {
-    std::map<MibKey, const json*> entities;
-    for (const json& one : mib) entities[mibKey(one)] = &one;
+std::map<MibKey, const nlohmann::json*> byKey(const nlohmann::json& mib) {
+    std::map<MibKey, const nlohmann::json*> entities;
+    for (const nlohmann::json& one : mib) entities[mibKey(one)] = &one;
     return entities;
 }
 
 }  // namespace
 
-std::string mibTable(const json& mib, const Terminal& terminal) {
+std::string mibTable(const nlohmann::json& mib, const Terminal& terminal) {
     std::string text;
-    for (const json& entity : mib) {
+    for (const nlohmann::json& entity : mib) {
         const std::string head = std::to_string(entity.at("class").get<unsigned>()) + "  " + entityName(entity);
         const std::string words = attributeWords(entity, {}, false);
         text += terminal.bold(head) + "\n";
@@ -198,11 +198,11 @@ std::string mibTable(const json& mib, const Terminal& terminal) {
     return text;
 }
 
-std::string mibTree(const json& mib, const Terminal& terminal) {
+std::string mibTree(const nlohmann::json& mib, const Terminal& terminal) {
     return MibTree(mib, terminal).text();
 }
 
-std::vector<std::string> mibDifferences(const json& before, const json& after) {
+std::vector<std::string> mibDifferences(const nlohmann::json& before, const nlohmann::json& after) {
     const auto old = byKey(before), now = byKey(after);
     std::vector<std::string> lines;
     for (const auto& [key, entity] : old)
