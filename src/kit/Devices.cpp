@@ -133,9 +133,9 @@ void forgetDevice(const char* device) {
     forgetMembersOf(*journal, device);
 }
 
-void createVlanFlows(const char* fromVlanDevice, const char* toVlanDevice) {
+bool createVlanFlows(const char* fromVlanDevice, const char* toVlanDevice) {
     const VlanCtlSession session;
-    vlanCtl_createVlanFlows(fromVlanDevice, toVlanDevice);
+    return vlanCtl_createVlanFlows(fromVlanDevice, toVlanDevice) == 0;
 }
 
 // ---- bridges ----

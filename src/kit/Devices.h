@@ -31,7 +31,7 @@ int removeDevice(const char* device);
 void noteIfGone(const char* device);
 // The device has gone: forgotten with its tables, and the membership of whoever was on it.
 void forgetDevice(const char* device);
-void createVlanFlows(const char* fromVlanDevice, const char* toVlanDevice);
+bool createVlanFlows(const char* fromVlanDevice, const char* toVlanDevice);  // false: refused by the kit
 
 // ---- bridges ----
 

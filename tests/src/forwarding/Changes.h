@@ -41,6 +41,12 @@ inline Operation noGemPort(std::uint16_t portId) {
             },
             false};
 }
+// Takes devices away, or makes the default bridge with all ports: what the device refuses of that stays as it is, and
+// the others go on, as by the contract.
+inline Operation deviceByDevice(Operation operation) {
+    operation.isAllOrNothing = false;
+    return operation;
+}
 inline Operation bridge(std::uint16_t bridgeId, std::uint16_t uniPort = 0) {
     return {"configureBridge", [=](VornHal& hal) { return hal.vorn_omci_hal_configureBridge(bridgeId, uniPort); }};
 }
@@ -54,6 +60,9 @@ inline UniDataProvisioning ofPort(UniDataProvisioning record, std::uint16_t uniP
     record.uniPort = uniPort;
     record.bridgeId = bridgeId;
     return record;
+}
+inline Operation noPort(std::uint16_t uniPort) {
+    return deviceByDevice(uni(ofPort(row(false), uniPort)));
 }
 // p-bits of untagged frames by their DSCP.
 inline UniDataProvisioning byDscp(std::uint16_t uniPort) {
@@ -95,12 +104,12 @@ inline Operation noPonPort(const BridgeServiceProvisioning& record) {
     return {"unsetPbitData", [=](VornHal& hal) { return hal.vorn_omci_hal_unsetPbitData(&record); }};
 }
 inline Operation noPonSide(const BridgeServiceProvisioning& record) {
-    return {"deprovisionAniSideBridge",
-            [=](VornHal& hal) { return hal.vorn_omci_hal_deprovisionAniSideBridge(&record); }};
+    return deviceByDevice({"deprovisionAniSideBridge",
+                           [=](VornHal& hal) { return hal.vorn_omci_hal_deprovisionAniSideBridge(&record); }});
 }
 inline Operation noUniSide(const BridgeServiceProvisioning& record) {
-    return {"deprovisionUniSideBridge",
-            [=](VornHal& hal) { return hal.vorn_omci_hal_deprovisionUniSideBridge(&record); }};
+    return deviceByDevice({"deprovisionUniSideBridge",
+                           [=](VornHal& hal) { return hal.vorn_omci_hal_deprovisionUniSideBridge(&record); }});
 }
 inline Operation gateway(bool comes, std::uint16_t gemPortId) {
     return {comes ? "veip_createRules" : "veip_deleteRules",
@@ -120,9 +129,9 @@ inline const std::vector<Change>& changes() {
          {uni(tagging(20, 200)), uni(tagging(20, 201))},
          {uni(tagging(20, 202)), uni(deletion(tagging(20, 0)))}},
         {"ADefaultRow", {uni(defaultRow(true))}, {uni(defaultRow(false))}},
-        {"ARowByDscp", {uni(byDscp(3))}, {uni(ofPort(row(false), 3))}},
-        {"AnotherPort", {uni(ofPort(row(true), 3))}, {uni(ofPort(row(false), 3))}},
-        {"APortWithoutRows", {uni(withoutRows(4))}, {uni(ofPort(row(false), 4))}},
+        {"ARowByDscp", {uni(byDscp(3))}, {noPort(3)}},
+        {"AnotherPort", {uni(ofPort(row(true), 3))}, {noPort(3)}},
+        {"APortWithoutRows", {uni(withoutRows(4))}, {noPort(4)}},
         {"ALongerList", {pon(ponPort(kGemPort, "00640384"))}, {pon(ponPort(kGemPort, "0064"))}},
         {"AnotherGemPort",
          {gemPort(1002), pon(ponPort(1002, "0065"))},
@@ -136,7 +145,7 @@ inline const std::vector<Change>& changes() {
          {noUniSide(ponPort(1003, "", 4)), noPonSide(ponPort(1003, "", 4))}},
         {"Multicast", {gemPort(1004), pon(multicast(1004))}, {noPonSide(multicast(1004)), noGemPort(1004)}},
         {"MulticastOfTheGateway",
-         {gemPort(1004), bridge(0), gateway(true, 1004), pon(multicast(1004))},
+         {gemPort(1004), bridge(0), gateway(true, 1004), deviceByDevice(pon(multicast(1004)))},
          {noPonSide(multicast(1004)), gateway(false, 1004), noPonSide(ponPort(1004, "", 0)), noGemPort(1004)}},
     };
     return all;

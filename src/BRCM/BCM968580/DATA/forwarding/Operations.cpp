@@ -1,5 +1,6 @@
 #include "BRCM/BCM968580/DATA/forwarding/Operations.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <set>
 #include <string>
@@ -10,6 +11,7 @@
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "hal/Text.h"
 #include "kit/DeviceNames.h"
+#include "kit/Devices.h"
 #include "kit/GemPorts.h"
 #include "kit/StateEntries.h"
 
@@ -53,11 +55,16 @@ void removeAniPair(EtherSwitchBcm380& engine, std::uint16_t bridgeId) {
     engine.deleteAniVlanInterface(ani.get(), vlan.get());
 }
 
-void joinFlows(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint16_t bridgeId) {
-    DeviceName uni = uniVlanDevice(uniPort, bridgeId);
-    DeviceName ani = kit::aniVlanName(bridgeId, bridgeId);
-    engine.createVlanFlows(ani.get(), uni.get());
-    engine.createVlanFlows(uni.get(), ani.get());
+// The engine does not answer whether the kernel has taken the device. Asked for again, a member is refused as busy.
+bool isMember(std::uint16_t bridgeId, const DeviceName& device) {
+    const int result = kit::joinBridge(kit::bridgeName(bridgeId).get(), device.get());
+    return result == 0 || result == EBUSY;
+}
+
+bool joinFlows(std::uint16_t uniPort, std::uint16_t bridgeId) {
+    const DeviceName uni = uniVlanDevice(uniPort, bridgeId);
+    const DeviceName ani = kit::aniVlanName(bridgeId, bridgeId);
+    return kit::createVlanFlows(ani.get(), uni.get()) && kit::createVlanFlows(uni.get(), ani.get());
 }
 
 // Multicast reaches the gateway past the bridge.
@@ -110,9 +117,11 @@ bool setUni(EtherSwitchBcm380& engine, const UniDataProvisioning& record) {
         const DeviceName device = uniVlanDevice(record.uniPort, record.bridgeId);
         const bool wasThere = engine.isInterfaceExisted(device.get());
         const bool isThere = engine.configureUniInterface(&record);
-        madeDevice = !wasThere && engine.isInterfaceExisted(device.get());
+        madeDevice = !wasThere && (isThere || engine.isInterfaceExisted(device.get()));
         if (!isThere) return std::string(device.get()) + " cannot be made, or its bridge does not exist";
-        if (madeDevice) joinFlows(engine, record.uniPort, record.bridgeId);
+        if (!madeDevice) return "";
+        if (!isMember(record.bridgeId, device)) return std::string(device.get()) + " cannot join its bridge";
+        if (!joinFlows(record.uniPort, record.bridgeId)) return std::string(device.get()) + " gets no flows";
         return "";
     };
     if (isDone(kOperation, services().setUni(record, prepare))) return true;
@@ -134,7 +143,10 @@ bool configureBridge(EtherSwitchBcm380& engine, std::uint16_t bridgeId, std::uin
     const bool isNew = !engine.isInterfaceExisted(bridge.get());
     const bool isNewPair = !engine.isInterfaceExisted(kit::aniVlanName(bridgeId, bridgeId).get());
     const bool isNewPort = uniPort != 0 && !engine.isInterfaceExisted(uniVlanDevice(uniPort, bridgeId).get());
-    if (!engine.configureBridge(bridgeId, uniPort, false)) {
+    const bool isThere = engine.configureBridge(bridgeId, uniPort, false) &&
+                         (!isNewPair || isMember(bridgeId, kit::aniVlanName(bridgeId, bridgeId))) &&
+                         (!isNewPort || isMember(bridgeId, uniVlanDevice(uniPort, bridgeId)));
+    if (!isThere) {
         if (isNewPort) removeUniDevice(engine, uniPort, bridgeId);
         if (isNewPair) removeAniPair(engine, bridgeId);
         if (isNew && bridgeId != 0) engine.deleteBridgeInterface(bridgeId);
