@@ -27,12 +27,15 @@ bool run(const CommandText& command) {
     return runShell(command.get()) == 0;
 }
 
-bool deleteClassAndAction(int classIndex, int actionIndex) {
-    const bool deleted = run(CommandText("bs /b/d ingress_class/dir=us,index=%d", classIndex));
-    return run(CommandText("bs /b/d vlan_action/dir=us,index=%d", actionIndex)) && deleted;
+}  // namespace
+
+bool deleteDscpClass(std::uint16_t uniPort) {
+    return run(CommandText("bs /b/d ingress_class/dir=us,index=%d", uniPort + kFirstClassIndex));
 }
 
-}  // namespace
+bool deleteDscpPush(std::uint16_t uniPort) {
+    return run(CommandText("bs /b/d vlan_action/dir=us,index=%d", uniPort + kFirstActionIndex));
+}
 
 void installDscpShortcut(std::uint16_t uniPort, std::uint16_t bridgeId, std::uint16_t vlanId) {
     const int classIndex = uniPort + kFirstClassIndex;
@@ -42,7 +45,8 @@ void installDscpShortcut(std::uint16_t uniPort, std::uint16_t bridgeId, std::uin
 
     noteMark(true, Entry::DscpShortcuts, uniPort);
     noteNeed(Entry::DscpShortcuts, uniPort);
-    deleteClassAndAction(classIndex, actionIndex);
+    deleteDscpClass(uniPort);
+    deleteDscpPush(uniPort);
     run(CommandText("bs /b/n ingress_class/dir=us,index=%d,cfg={type=flow,fields=ingress_port+vlan_num+etype,prty=%d}",
                     classIndex, classIndex));
     run(CommandText("bs /b/n vlan_action/dir=us,index=%d", actionIndex));
@@ -67,15 +71,15 @@ void installDscpShortcut(std::uint16_t uniPort, std::uint16_t bridgeId, std::uin
     run(ipv6Flow);
 }
 
-bool removeDscpShortcut(std::uint16_t uniPort) {
-    const bool removed = deleteClassAndAction(uniPort + kFirstClassIndex, uniPort + kFirstActionIndex);
-    noteMark(false, Entry::DscpShortcuts, uniPort);
-    noteLoss(Entry::DscpShortcuts, uniPort);
-    return removed;
+void removeDscpShortcut(std::uint16_t uniPort) {
+    deleteDscpClass(uniPort);
+    deleteDscpPush(uniPort);
+    forgetDscpShortcut(uniPort);
 }
 
-void keepDscpShortcut(std::uint16_t uniPort) {
-    noteMark(true, Entry::DscpShortcuts, uniPort);
+void forgetDscpShortcut(std::uint16_t uniPort) {
+    noteMark(false, Entry::DscpShortcuts, uniPort);
+    noteLoss(Entry::DscpShortcuts, uniPort);
 }
 
 bool removeDscpAction() {

@@ -265,7 +265,7 @@ class Session(Living):
 class Endurance(Living):
     """Memory and the answer's latency over many messages, while the state is written every second."""
 
-    options = ["--quiet", "--json", "{}/state.json"]
+    options = ["--json", "{}/state.json"]
 
     def resident(self):
         """In MB."""

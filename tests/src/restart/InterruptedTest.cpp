@@ -230,7 +230,8 @@ TEST_F(Interrupted, CleaningAnswersWhatStaysInTheRunnerToo) {
                           !json["network"]["ipRules"].empty();
         EXPECT_EQ(stays > 0, left) << runner.dump(1) << json["network"]["ipRules"].dump(1);
         EXPECT_EQ(saidThat(" stay"), left);
-        EXPECT_EQ(second.clean(), 0);
+        EXPECT_EQ(second.clean(), 0) << onu().toJson()["runner"].dump(1)
+                                     << onu().toJson()["network"]["ipRules"].dump(1);
         EXPECT_TRUE(onu().toJson()["runner"]["objects"].empty()) << "asked once more, it has gone";
         refused += left ? 1 : 0;
         if (HasFailure()) return;

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include "src/restart/Killing.h"
 
@@ -149,45 +149,9 @@ protected:
     }
     // GEM indexes and the order of rules in a table go by what was there before: rules name the GEM port, in the order
     // of their texts. What is left of services that were taken away is settings that serve nobody.
-    static nlohmann::json serving() {
-        const auto json = leveledDevice();
-        nlohmann::json kept;
-        for (const auto& device : json["network"]["devices"])
-            kept["devices"][device["name"].get<std::string>()] = device["master"];
-        for (const auto& table : json["vlan"]["tables"]) {
-            std::vector<std::string> rules;
-            for (const auto& rule : table["rules"])
-                rules.push_back(withGemPorts(rule["text"], json["pon"]["gemPorts"]));
-            std::sort(rules.begin(), rules.end());
-            if (!rules.empty())
-                kept["rules"][table["device"].get<std::string>() + table["direction"].get<std::string>() +
-                              table["tags"].dump()] = rules;
-        }
-        for (const auto& tcont : json["pon"]["tconts"])
-            if (!tcont["allocId"].is_null()) kept["tconts"][tcont["index"].dump()] = tcont["allocId"];
-        for (const auto& port : json["pon"]["gemPorts"])
-            kept["ports"][port["portId"].dump()] = {port["allocId"], port["enabled"]};
-        for (const auto& object : json["runner"]["objects"]) kept["runner"][object["name"].get<std::string>()] = object;
-        return kept;
-    }
-    static std::string withGemPorts(std::string text, const nlohmann::json& ports) {
-        for (const std::string name : {"gem=", "gem:="}) {
-            const std::size_t at = text.find(name);
-            if (at == std::string::npos) continue;
-            std::size_t end = 0;
-            const unsigned long index = std::stoul(text.substr(at + name.size()), &end);
-            for (const auto& port : ports)
-                if (port["index"] == index) text.replace(at + name.size(), end, "port " + port["portId"].dump());
-        }
-        return text;
-    }
+    static nlohmann::json serving();
     // The board after a boot, of a daemon that never died.
-    nlohmann::json neverDied(const Calls& calls) {
-        startOver();
-        Daemon daemon(folder_);
-        make(daemon, calls);
-        return serving();
-    }
+    nlohmann::json neverDied(const Calls& calls);
     void liveFirst(const Calls& calls) {
         startOver();
         Daemon first(folder_);
@@ -196,9 +160,7 @@ protected:
     }
 };
 
-inline std::string difference(const nlohmann::json& one, const nlohmann::json& other) {
-    return nlohmann::json::diff(one, other).dump(1);
-}
+std::string difference(const nlohmann::json& one, const nlohmann::json& other);
 
 }  // namespace restart_tests
 

@@ -2,8 +2,10 @@
 // removed: VEIP, UNIs, rules, IP hosts, devices and bridges, GEM ports, T-CONTs. Results are looked at here, unlike in
 // the operations.
 #include <algorithm>
+#include <map>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "BRCM/BCM968580/DATA/EngineMaps.h"
@@ -170,19 +172,49 @@ void removeServices(Removal& removal) {
     }
 }
 
+// The removal of something by several commands, which may be tried again. What an earlier try has taken away is not
+// asked for once more: the runner refuses what it does not have.
+class Tries {
+public:
+    explicit Tries(std::string what) : what_(std::move(what)) {}
+    template <typename Command>
+    void carryOut(const char* name, const Command& command) {
+        std::set<std::string>& done = carriedOut()[what_];
+        if (done.count(name) != 0) return;
+        if (command())
+            done.insert(name);
+        else
+            refused_ = true;
+    }
+    bool allDone() {
+        if (!refused_) carriedOut().erase(what_);
+        return !refused_;
+    }
+
+private:
+    static std::map<std::string, std::set<std::string>>& carriedOut() {
+        static auto& all = *new std::map<std::string, std::set<std::string>>;
+        return all;
+    }
+    std::string what_;
+    bool refused_ = false;
+};
+
 // Whether all that it asked of the device went; the class and the key mask are those of all hosts.
 bool removeHost(const IpHost& host, bool isLast) {
     const DeviceName device = kit::ipHostName(host.bridgeId, host.uniPort);
     IpHostCommands commands;
-    bool gone = commands.removeKey(host.mac.c_str());
-    if (host.dhcp) {
+    Tries tries(device.get());
+    tries.carryOut("key", [&] { return commands.removeKey(host.mac.c_str()); });
+    if (host.dhcp)
         commands.killDhcpClient(device.get());
-    } else {
-        gone = commands.deleteRoutingRule(host.address.c_str()) && gone;
+    else
+        tries.carryOut("routing rule", [&] { return commands.deleteRoutingRule(host.address.c_str()); });
+    if (isLast) {
+        tries.carryOut("class", [&] { return commands.deleteHostFlowClass(); });
+        tries.carryOut("key mask", [&] { return commands.removeKeyMask(); });
     }
-    if (!isLast) return gone;
-    gone = commands.deleteHostFlowClass() && gone;
-    return commands.removeKeyMask() && gone;
+    return tries.allDone();
 }
 
 void removeHosts(Removal& removal) {
@@ -204,11 +236,14 @@ void removeRunnerObjects(Removal& removal) {
     for (const std::uint16_t uniPort : knownDscpShortcuts()) {
         if (removal.stays(kit::Entry::DscpShortcuts, uniPort)) continue;
         engine().unsetDscpToPbitsTable(kit::uniName(uniPort - 1U).get());
-        bool gone = kit::removeDscpShortcut(uniPort);
-        if (knownDscpShortcuts().empty()) gone = kit::removeDscpAction() && gone;
-        if (removal.done(gone)) continue;
-        removal.refused(LogText("the runner's class and action of UNI port %u stay: it refuses", uniPort));
-        kit::keepDscpShortcut(uniPort);
+        Tries tries("DSCP of UNI port " + std::to_string(uniPort));
+        tries.carryOut("class", [&] { return kit::deleteDscpClass(uniPort); });
+        tries.carryOut("push", [&] { return kit::deleteDscpPush(uniPort); });
+        if (knownDscpShortcuts().size() < 2) tries.carryOut("pop", [] { return kit::removeDscpAction(); });
+        if (removal.done(tries.allDone()))
+            kit::forgetDscpShortcut(uniPort);
+        else
+            removal.refused(LogText("the runner's class or an action of UNI port %u stays: it refuses", uniPort));
     }
 }
 
