@@ -31,8 +31,9 @@ extern "C" {
 // An operation within which the process before this one ended is taken off the device, or is finished (removals, IP
 // hosts, rows that the runner carries out): it may be called again, or be left. Then every restored record is compared
 // with the device. What the device no longer has is forgotten, what it has beyond the records is named, and so are VLAN
-// devices, and the PON device, that have been taken down: each with one line in the maker's log. Of a table of tag rules
-// the device tells how many there are, not which: a rule that was replaced by another one is found when it is removed.
+// devices, and the PON device, that have been taken down: each with one line in the maker's log. Of a table of tag
+// rules the device tells how many there are, not which: a rule that was replaced by another one is found when it is
+// removed.
 //
 // The answer is the number of records restored, 0 for a new file. -1, with a line in the log and with nothing restored
 // or changed: a file of another version or another boot, one with a broken record, one that another process has open, a

@@ -125,8 +125,8 @@ CLI::Validator numberFrom(int lowest) {
 CommandLine::CommandLine() : app_(std::make_unique<CLI::App>(kDescription, kName)) {
     app_->set_version_flag("--version", std::string(kName) + " " + VORN_VERSION, "show the version and end");
     app_->set_help_flag("-h,--help", "show this help and end");
-    app_->formatter(helpFormat());  // the commands inherit it
-    app_->require_subcommand(0, 1);                   // the second word of "help send" is no command
+    app_->formatter(helpFormat());   // the commands inherit it
+    app_->require_subcommand(0, 1);  // the second word of "help send" is no command
     for (const AddCommand add : kCommands) {
         commands_.push_back(add(*app_));
         commands_.back().app->set_help_flag("-h,--help", "show this help and end");
