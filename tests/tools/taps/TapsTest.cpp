@@ -166,7 +166,6 @@ TEST_F(Taps, PingPassesThroughADaemonThatClosesEveryDescriptor) {
     for (const char* port : {"sid2", "gem 1001"}) {
         EXPECT_GE(taps[port].at("framesIn"), 21u) << port;
         EXPECT_GE(taps[port].at("framesOut"), 21u) << port;
-        EXPECT_EQ(taps[port].at("lostIn").get<int>() + taps[port].at("lostOut").get<int>(), 0) << taps.dump(1);
     }
     EXPECT_NE(output().find("Real packets"), std::string::npos) << output();
 }
