@@ -151,7 +151,7 @@ TEST_P(Watching, FitsTheWindowFollowsItsSizeAndLeavesItClean) {
     session.type('j');
     EXPECT_TRUE(showsNow("GEM ports (2 to 2 of 2)", ""));
     for (const char key : {'k', '/', '2', '0', '0', '0', '\n', 's'}) session.type(key);
-    EXPECT_TRUE(showsNow("  2000", "sid0 ")) << session.output();
+    EXPECT_TRUE(showsNow("  2000", "  sid1  up")) << session.output();
     EXPECT_TRUE(showsNow("sorts by name", ""));
 
     session.type('q');

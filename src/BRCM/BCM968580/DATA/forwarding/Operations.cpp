@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <set>
 #include <string>
 #include <vector>
 
