@@ -298,7 +298,7 @@ TEST_F(Board, StaysInReachOfAProgramThatClosesAllDescriptors) {
         const std::string closed = "round " + std::to_string(round) + "\n";
         for (bool up = false; !has(run->output(), closed); up = !up) {
             const json reply = client.step({{"board", {{"links", {{"sid6", up ? "up" : "down"}}}}}});
-            ASSERT_EQ(codeOf(reply), "ok") << reply.dump() << run->output();
+            ASSERT_EQ(codeOf(reply), "ok") << reply.dump() << run->output() << run->exitCode();
         }
     }
     run->signal(SIGTERM);

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <linux/close_range.h>
 
+#include <cerrno>
 #include <climits>
 #include <cstdarg>
 
@@ -49,16 +50,26 @@ int copied(int fd, int copy) {
     return copy;
 }
 
+// The kernel refuses a number as busy while another thread is just being given it. The program may have that thread
+// from us: by itself it would not meet this.
+template <typename Copy>
+int copiedOnceFree(Copy copy) {
+    const int before = errno;
+    int result = copy();
+    for (; result < 0 && errno == EBUSY; result = copy()) errno = before;
+    return result;
+}
+
 // A copy onto a descriptor that may be one of ours, which is closed by it.
 template <typename Copy>
 int copyOnto(int fd, int target, Copy copy) {
     const Kind kind = descriptors::kindOf(target);
-    if (kind == Kind::NotOurs || fd == target) return copied(fd, copy());
+    if (kind == Kind::NotOurs || fd == target) return copied(fd, copiedOnceFree(copy));
     {
         const KeepErrno keep;
         files::settle(target);
     }
-    const int result = copy();
+    const int result = copiedOnceFree(copy);
     if (result < 0) return result;
     const KeepErrno keep;
     forget(target, kind);
