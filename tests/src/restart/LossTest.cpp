@@ -5,6 +5,7 @@
 
 #include <csignal>
 
+#include "VirtualOnu.h"
 #include "src/restart/Owning.h"
 
 namespace restart_tests {
@@ -12,6 +13,9 @@ namespace {
 
 class Loss : public OwningFixture {
 protected:
+    // Forked processes wait for each other, and these waits have to last.
+    void SetUp() override { virtual_onu::VirtualOnu::instance().sleepForReal(true); }
+    void TearDown() override { virtual_onu::VirtualOnu::instance().sleepForReal(false); }
     bool isFree() const {
         Process other(opening());
         return other.answer();
