@@ -44,7 +44,8 @@ inline void* map(int descriptor, std::size_t size) {
 #else
     constexpr long kCall = SYS_mmap;
 #endif
-    return reinterpret_cast<void*>(syscall(kCall, nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0));
+    // The last one is on the stack, where an int is half an argument.
+    return reinterpret_cast<void*>(syscall(kCall, nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0L));
 }
 
 }  // namespace virtual_onu::taps::own
