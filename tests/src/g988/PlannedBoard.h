@@ -52,7 +52,7 @@ protected:
             if (step.kind == Kind::Remove) {
                 ASSERT_EQ(g988::removeRule(table, step.id), 0);
                 rules.erase(
-                    std::find_if(rules.begin(), rules.end(), [&](const auto& one) { return one.id == step.id; }));
+                    std::find_if(rules.begin(), rules.end(), [id = step.id](const auto& one) { return one.id == id; }));
             } else {
                 const bool front = step.kind == Kind::InsertFront;
                 g988::InstalledRule made{0, step.rule};

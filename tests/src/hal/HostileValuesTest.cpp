@@ -41,7 +41,7 @@ protected:
     template <typename Record, typename Work>
     static void withLimits(const Record& usual, Work&& work, const std::vector<Gap>& gaps = {}) {
         work(usual);
-        for (const std::size_t width : {1, 2}) {
+        for (const std::size_t width : {1U, 2U}) {
             for (std::size_t at = 0; at + width <= sizeof(Record); at += width) {
                 if (std::any_of(gaps.begin(), gaps.end(), [&](const Gap& gap) { return gap.touches(at, width); }))
                     continue;
@@ -185,7 +185,7 @@ TEST_F(HostileValues, ANameLongerThanTheKernelsReachesNoOtherDevice) {
     const std::string longest(kKernelNameLength, 'x');
     ASSERT_TRUE(onu().addDevice(longest));
     ASSERT_TRUE(onu().addDevice("real"));
-    for (const std::size_t length : {16, 31, 32, 33, 4000}) {
+    for (const std::size_t length : {16U, 31U, 32U, 33U, 4000U}) {
         std::string name(length, 'x');
         char real[] = "real";
         engine().ifUp(name.c_str());

@@ -25,7 +25,7 @@ std::string scenarioFile(const std::string& name) {
 TEST(Show, RunOfEveryScenarioFitsItsWindowAndCutsNothing) {
     for (const auto& entry : std::filesystem::directory_iterator(VORN_SCENARIO_DIR)) {
         if (entry.path().extension() != ".json") continue;
-        for (const std::size_t width : {80, 120}) {
+        for (const std::size_t width : {80U, 120U}) {
             if (width == 120 && entry.path().stem() != "internet") continue;  // what fits into 80 fits
             std::istringstream lines(runIn(std::to_string(width), entry.path()));
             for (std::string line; std::getline(lines, line);) {
