@@ -72,7 +72,7 @@ TEST_F(Board, TwentyClientsTalkWhileADaemonProvisionsAndTakesDown) {
     const auto run = start({"exec", "--quiet", "--name", "lab", "--", kTestDaemon, "cycle"});
     ASSERT_TRUE(boardAnswers(socket())) << run->output();
     constexpr int kClients = 20;
-    const int rounds = std::string(VORN_SANITIZERS).empty() ? 16 : 6;  // a sanitizer makes ten of each
+    const int rounds = std::string(VORN_SANITIZERS).empty() ? 16 : 3;  // a sanitizer makes ten of each
 
     std::atomic<int> bad{0}, events{0};
     std::vector<std::thread> clients;
