@@ -104,7 +104,10 @@ TEST_F(Dispatch, EveryOperationOfTheBoardAnswersWithAndWithoutAnEngine) {
     for (const Slot& slot : kSlots) {
         onu().clearTrace();
         std::memset(bytes, 0, sizeof bytes);
-        const std::string printed = printedBy([&] { EXPECT_EQ(slot.call(hal_), slot.withEngine) << slot.name; });
+        std::string printed = printedBy([&] { EXPECT_EQ(slot.call(hal_), slot.withEngine) << slot.name; });
+        // The thread that the initialisation starts says this during whichever call it comes to it.
+        const std::string indication = "\nSent OMCI App Indication to SSK";
+        if (const auto at = printed.find(indication); at != std::string::npos) printed.erase(at, indication.size());
         EXPECT_EQ(printed.rfind(slot.printed, 0), 0u) << slot.name << " prints: " << printed;
         std::string seen = "wrote " + std::string(reinterpret_cast<const char*>(bytes)) + "\n";
         for (const auto& line : onu().traceTexts()) seen += line + "\n";
