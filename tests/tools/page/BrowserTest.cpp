@@ -1,4 +1,6 @@
 // The page in a browser: what its script does, and how it looks.
+#include <list>
+
 #include "tools/page/Browser.h"
 #include "tools/page/ServedBoard.h"
 
@@ -18,10 +20,15 @@ protected:
         EXPECT_TRUE(browser_->complaints().empty()) << browser_->complaints().front();
         browser_.reset();
     }
-    void openAndWait(const std::string& link) {
+    void openAndWait(const std::string& link, const std::string& part = "#part-picture svg") {
         browser_->open(link);
         ASSERT_TRUE(browser_->becomes("document.getElementById('connection')?.textContent === 'Live'"));
-        ASSERT_TRUE(browser_->becomes("document.querySelector('#part-picture svg')"));
+        ASSERT_TRUE(browser_->becomes("document.querySelector('" + part + "')"));
+    }
+    // An expression of the page's script: of all rows that are paragraphs, how many have a label over another one.
+    static std::string overlaps() {
+        return "[...document.querySelectorAll('.stacks td + td')].filter(e => e.offsetParent && "
+               "e.getBoundingClientRect().height < 12).length";
     }
     std::unique_ptr<Browser> browser_;
 };
@@ -29,9 +36,9 @@ protected:
 TEST_F(PageInBrowser, OnlyLooksWithoutTheToken) {
     openAndWait("http://localhost:" + std::to_string(port_) + "/");
     EXPECT_EQ(browser_->value("document.getElementById('readonly').hidden"), false);
-    EXPECT_EQ(
-        browser_->value("[...document.querySelectorAll('button, input, select')].every(e => e.matches(':disabled'))"),
-        true);
+    EXPECT_EQ(browser_->value("[...document.querySelectorAll('button, input:not(#filter), select')].every(e => "
+                              "e.matches(':disabled'))"),
+              true);
 }
 
 TEST_F(PageInBrowser, KeepsTheTokenOutOfTheAddress) {
@@ -61,6 +68,30 @@ TEST_F(PageInBrowser, SaysThatATokenIsOldAndRefusesHalvesOfTags) {
             << field;
         browser_->value("document.getElementById('outcome').textContent = ''");
     }
+}
+
+TEST_F(PageInBrowser, SaysThatItsServerWasStartedAgain) {
+    openAndWait(link_);
+    const int port = port_;
+    page_->end(SIGTERM);
+    ASSERT_TRUE(browser_->becomes("document.getElementById('connection').className === 'lost'"));
+    startPage(port);
+    const std::string old = "document.getElementById('readonly').innerText.includes('started again')";
+    EXPECT_TRUE(browser_->becomes(old));
+    EXPECT_EQ(browser_->value("document.querySelector('#changes button').matches(':disabled')"), true);
+    openAndWait(link_);
+    EXPECT_EQ(browser_->value("document.querySelector('#changes button').matches(':disabled')"), false);
+    browser_->forgetComplaints();
+}
+
+TEST_F(PageInBrowser, TellsTheThirteenthReaderWhy) {
+    std::list<Events> pages;
+    for (int i = 0; i < 12; ++i) ASSERT_TRUE(pages.emplace_back(port_, host()).tell("event: parts"));
+    browser_->open(link_);
+    EXPECT_TRUE(browser_->becomes("document.getElementById('connection')?.textContent.includes('so many pages')"));
+    pages.clear();
+    EXPECT_TRUE(browser_->becomes("document.getElementById('connection').textContent === 'Live'"));
+    browser_->forgetComplaints();
 }
 
 TEST_F(PageInBrowser, IsUsedByKeyboard) {
@@ -139,9 +170,133 @@ TEST_F(PageInBrowser, FitsFromFourHundredPixelsOn) {
             browser_->resize(width, scheme);
             browser_->picture(std::string(VORN_PICTURE_DIR) + "/page-" + std::to_string(width) + "-" + scheme + ".png");
             EXPECT_LE(browser_->value("document.documentElement.scrollWidth").get<int>(), width) << scheme;
+            EXPECT_EQ(browser_->value(overlaps()), 0) << width;
             const std::string ground = browser_->value("getComputedStyle(document.body).backgroundColor");
             EXPECT_EQ(ground, std::string(scheme) == "light" ? "rgb(246, 247, 249)" : "rgb(16, 21, 28)");
         }
+}
+
+class PageOfManyServices : public PageInBrowser {
+protected:
+    static constexpr int kServices = 64, kFirstBridge = 3, kFirstVid = 100, kFirstGemPort = 1001;
+
+    void SetUp() override {
+        PageInBrowser::SetUp();
+        if (!browser_) return;
+        board_->end(SIGTERM);
+        json steps = json::array({json{{"call", "vorn_omci_hal_tcont_set"}, {"allocId", 256}, {"tContIndex", 1}}});
+        for (int i = 0; i < kServices; ++i) addService(steps, i);
+        writeSteps(steps);
+        startBoard();
+    }
+    // Of every fourth the queue cannot be set.
+    static void addService(json& steps, int i) {
+        const int bridge = kFirstBridge + i, gemPort = kFirstGemPort + i, vid = kFirstVid + i;
+        if (i % 4 == 0) steps.push_back({{"fault", {{"function", "tmctl_setQueueCfg"}}}});
+        steps.push_back({{"call", "vorn_omci_hal_gemflow_add"}, {"tContAllocId", 256}, {"xgemPortId", gemPort}});
+        steps.push_back({{"call", "vorn_omci_hal_configureBridge"}, {"bridgeId", bridge}, {"uniPort", 0}});
+        steps.push_back(
+            {{"call", "vorn_omci_hal_configureAniTagRules"},
+             {"bridgeId", bridge},
+             {"trafficModel", "1-filter"},
+             {"forwardOperation", 4},
+             {"vlanTciFilterList", {{{"vid", vid}}}},
+             {"pbitMap",
+              {{{"pbit", 0}, {"gemPort", gemPort}, {"queue", 0}}, {{"pbit", "others"}, {"gemPort", "none"}}}}});
+        steps.push_back({{"call", "vorn_omci_hal_filter_flow_add"},
+                         {"bridgeId", bridge},
+                         {"uniPort", 1 + i % 4},
+                         {"filterType", "single"},
+                         {"tagAction", "translate"},
+                         {"removeType", "outer"},
+                         {"innerFilterVlanId", vid},
+                         {"innerTreatmentVlanId", vid},
+                         {"innerTreatmentPrio", 0}});
+    }
+    int count(const std::string& selector) {
+        return browser_->value("[...document.querySelectorAll('" + selector +
+                               "')].filter(e => !e.closest('[hidden]'))" + ".length");
+    }
+};
+
+TEST_F(PageOfManyServices, FoldsFiltersAndSums) {
+    openAndWait(link_, "[data-key=br66]");
+    EXPECT_EQ(count("#part-services > details:not([open])"), kServices);
+    EXPECT_EQ(count("#part-picture svg[data-key]"), kServices);
+    EXPECT_EQ(count("#part-warnings li"), 1) << "16 calls failed that differ by a number";
+    EXPECT_EQ(browser_->value("[...document.querySelectorAll('#part-controls li')].slice(0, 5).map(e => "
+                              "e.dataset.key).sort().join()"),
+              "gpondef,sid0,sid1,sid2,sid3");
+    for (const int width : {400, 900, 1400})
+        for (const char* scheme : {"light", "dark"}) {
+            browser_->resize(width, scheme);
+            browser_->picture(std::string(VORN_PICTURE_DIR) + "/services-" + std::to_string(width) + "-" + scheme +
+                              ".png");
+            EXPECT_LE(browser_->value("document.documentElement.scrollWidth").get<int>(), width) << scheme;
+            EXPECT_EQ(browser_->value(overlaps()), 0) << width;
+        }
+    const auto look = [this](const std::string& words) {
+        browser_->value("(() => { const filter = document.getElementById('filter'); filter.value = '" + words +
+                        "'; filter.dispatchEvent(new Event('input')); })()");
+    };
+    look("gem 1010");
+    EXPECT_EQ(count("#part-services > details"), 1);
+    EXPECT_EQ(count("#part-picture svg[data-key]"), 1);
+    EXPECT_EQ(count("#part-pon tbody tr"), 1);
+    EXPECT_EQ(browser_->value("document.getElementById('filtered').textContent"), "1 of 64 services");
+    browser_->value("document.querySelector('details[data-key=br12]').open = true");
+    // What comes from the board stays filtered, and a service that goes leaves the others as they were.
+    EXPECT_EQ(
+        runProgram({VORN_ONU_BINARY, "at", "lab", "call", "vorn_omci_hal_deprovisionAniSideBridge", "bridgeId=3"}).code,
+        0);
+    EXPECT_TRUE(browser_->becomes("!document.querySelector('details[data-key=br3]')"));
+    EXPECT_EQ(count("#part-services > details"), 1);
+    look("");
+    EXPECT_EQ(count("#part-services > details"), kServices - 1);
+    EXPECT_EQ(browser_->value("[...document.querySelectorAll('#part-services > details[open]')].map(e => "
+                              "e.dataset.key).join()"),
+              "br12");
+}
+
+class PageOfAnOlt : public PageInBrowser {
+protected:
+    void SetUp() override {
+        PageInBrowser::SetUp();
+        if (!browser_) return;
+        board_->end(SIGTERM);
+        board_ = std::make_unique<BackgroundProgram>(
+            std::vector<std::string>{VORN_ONU_BINARY, "omci", "--listen", "unix:" + scratch_.file("olt"), "--name",
+                                     "lab"},
+            scratch_.file("board.out"));
+    }
+};
+
+TEST_F(PageOfAnOlt, HasAButtonForEachFaultOfItsAnswers) {
+    const std::string part = "[aria-label=\"Drop the next answer to the OLT\"]";
+    openAndWait(link_, part);
+    struct Case {
+        const char *button, *armed;  // its name; what the board has then, "" for what happens at once
+    };
+    const Case cases[] = {
+        {"Drop the next answer to the OLT", "the next answer to the OLT is not sent"},
+        {"Send the next answer to the OLT a second later", "the next answer to the OLT is sent 1000 ms later"},
+        {"Send the next answer to the OLT twice", "the next answer to the OLT is sent twice"},
+        {"Damage the next answer to the OLT", "the next answer to the OLT is damaged"},
+        {"Add an unknown class to MIB uploads", "MIB uploads have an entity of class 350"},
+        {"Move the data sync counter on by one", ""},
+        {"Let the ONU restart by itself", ""},
+    };
+    for (const Case& one : cases) {
+        browser_->value("document.getElementById('outcome').textContent = ''");
+        browser_->value("document.querySelector('[aria-label=\"" + std::string(one.button) + "\"]').click()");
+        EXPECT_TRUE(browser_->becomes("document.querySelector('#outcome.good')?.textContent.startsWith('fault: ')"))
+            << one.button << ": " << browser_->value("document.getElementById('outcome').textContent");
+        EXPECT_TRUE(browser_->becomes("document.getElementById('part-controls').innerText.includes('" +
+                                      std::string(one.armed) + "')"))
+            << one.button;
+    }
+    browser_->value("document.querySelector('#fault-form button[data-step]').click()");
+    EXPECT_TRUE(browser_->becomes("!document.getElementById('part-controls').innerText.includes('is not sent')"));
 }
 
 }  // namespace

@@ -57,6 +57,15 @@ private:
     std::string got_;
 };
 
+// The events of a page that is open.
+class Events : public HttpConnection {
+public:
+    Events(int port, const std::string& headers) : HttpConnection(port) {
+        send("GET /events HTTP/1.1\r\n" + headers + "\r\n");
+    }
+    bool tell(const std::string& text) { return until(text).find(text) != std::string::npos; }
+};
+
 struct HttpAnswer {
     int status = 0;  // 0: none has come
     std::string head, body;

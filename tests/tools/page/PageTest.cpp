@@ -1,5 +1,7 @@
 // The page of a board that runs, as a browser's requests see it, and those of others.
 #include <algorithm>
+#include <functional>
+#include <iterator>
 #include <list>
 
 #include "tools/page/ServedBoard.h"
@@ -7,15 +9,6 @@
 namespace {
 
 using nlohmann::json;
-
-// The events of a page that is open.
-class Events : public HttpConnection {
-public:
-    Events(int port, const std::string& headers) : HttpConnection(port) {
-        send("GET /events HTTP/1.1\r\n" + headers + "\r\n");
-    }
-    bool tell(const std::string& text) { return until(text).find(text) != std::string::npos; }
-};
 
 bool holds(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
@@ -114,6 +107,62 @@ TEST_F(ServedBoard, RefusesWhatIsNoStepOfThePage) {
         const HttpAnswer answer = ask(port_, "POST", "/step", withToken(), one.body);
         EXPECT_EQ(answer.status, one.status) << one.body.substr(0, 80) << "\n" << answer.body;
         EXPECT_TRUE(holds(answer.head, "application/json")) << answer.head;
+    }
+}
+
+TEST_F(ServedBoard, TakesEveryNumberThatAFieldOffers) {
+    const auto inFrame = [](const char* field) {
+        return [field](long value) { return json{{"frame", {{"from", "sid0"}, {field, value}}}}; };
+    };
+    const auto inTag = [](const char* field, bool inner) {
+        return [field, inner](long value) {
+            json tag = {{"vid", 1}};
+            tag[field] = value;
+            const json tags = inner ? json::array({json{{"vid", 1}}, tag}) : json::array({tag});
+            return json{{"frame", {{"from", "sid0"}, {"tags", tags}}}};
+        };
+    };
+    const auto inFault = [](const char* field) {
+        return [field](long value) {
+            json fault = {{"function", "tmctl_setQueueCfg"}, {"may", true}};
+            fault[field] = value;
+            return json{{"fault", fault}};
+        };
+    };
+    struct Case {
+        const char* field;
+        std::function<json(long)> step;
+    };
+    const Case cases[] = {
+        {"outer-vid", inTag("vid", false)},
+        {"outer-pbits", inTag("pbits", false)},
+        {"inner-vid", inTag("vid", true)},
+        {"inner-pbits", inTag("pbits", true)},
+        {"dscp", inFrame("dscp")},
+        {"payload", inFrame("payload")},
+        {"nth", inFault("nth")},
+        {"code", inFault("code")},
+        {"answersAfterMs",
+         [](long value) {
+             return json{{"gateway", {{"answersAfterMs", value}}}};
+         }},
+        {"advance",
+         [](long value) {
+             return json{{"advance", value}};
+         }},
+    };
+    const std::string page = ask(port_, "GET", "/", host()).body;
+    std::size_t fields = 0;
+    for (std::size_t at = 0; (at = page.find("type=\"number\"", at + 1)) != std::string::npos;) ++fields;
+    EXPECT_EQ(fields, std::size(cases));
+    for (const Case& one : cases) {
+        const std::size_t at = page.find("name=\"" + std::string(one.field) + "\"");
+        ASSERT_NE(at, std::string::npos) << one.field;
+        const std::string field = page.substr(at, page.find('>', at) - at);
+        for (const char* end : {" min=\"", " max=\""}) {
+            const HttpAnswer answer = step(one.step(numberAfter(field, end)));
+            EXPECT_EQ(answer.status, 200) << one.field << end << ": " << answer.body;
+        }
     }
 }
 

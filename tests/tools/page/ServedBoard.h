@@ -18,17 +18,20 @@ class ServedBoard : public ::testing::Test {
 protected:
     void SetUp() override {
         setenv("XDG_RUNTIME_DIR", scratch_.file("").c_str(), 1);
-        auto scenario = nlohmann::json::parse(contentOf(VORN_SCENARIO_DIR "/internet.json"));
+        const auto scenario = nlohmann::json::parse(contentOf(VORN_SCENARIO_DIR "/internet.json"));
         auto standing = nlohmann::json::array();
         for (const auto& step : scenario["steps"]) {
             if (step.contains("frame")) break;
             standing.push_back(step);
         }
         standing.push_back({{"board", {{"devices", {{"<s>bad", true}}}}}});
-        scenario["steps"] = standing;
-        scratch_.write("standing.json", scenario.dump());
+        writeSteps(standing);
         startBoard();
         startPage();
+    }
+    // Of the boards that are started from here on.
+    void writeSteps(const nlohmann::json& steps) const {
+        scratch_.write("standing.json", nlohmann::json{{"version", 1}, {"title", "a board"}, {"steps", steps}}.dump());
     }
     void startBoard() {
         board_ = std::make_unique<BackgroundProgram>(
@@ -36,9 +39,11 @@ protected:
             scratch_.file("board.out"));
         ASSERT_TRUE(board_->prints("stays as")) << board_->output();
     }
-    void startPage() {
+    // port: 0 for one that is free.
+    void startPage(int port = 0) {
         page_ = std::make_unique<BackgroundProgram>(
-            std::vector<std::string>{VORN_ONU_BINARY, "at", "lab", "serve", "--port", "0"}, scratch_.file("page.out"));
+            std::vector<std::string>{VORN_ONU_BINARY, "at", "lab", "serve", "--port", std::to_string(port)},
+            scratch_.file("page.out"));
         page_->prints("ends it");
         const std::string printed = page_->output(), start = "http://127.0.0.1:", between = "/?token=";
         const std::size_t at = printed.find(start), token = printed.find(between);

@@ -6,6 +6,7 @@
 #include <sstream>
 #include <tuple>
 
+#include "running/io/Words.h"
 #include "running/state/FailedCalls.h"
 #include "running/state/RuleReach.h"
 #include "running/state/ServiceWords.h"
@@ -346,9 +347,10 @@ TEST(ReportPage, OfAnEmptyDeviceIsAPageToo) {
     EXPECT_EQ(page.find("<svg"), std::string::npos);
 }
 
-TEST(ReportPage, ThePictureGivesEachOfTwentyServicesALaneOfItsOwn) {
+// Bridges br1 to br<count>, each with a device of sid0.
+DeviceState servicesOfOnePort(unsigned count) {
     DeviceState state;
-    for (unsigned n = 1; n <= 20; ++n) {
+    for (unsigned n = 1; n <= count; ++n) {
         const std::string number = std::to_string(n);
         virtual_onu::Bridge bridge;
         bridge.name = "br" + number;
@@ -359,12 +361,53 @@ TEST(ReportPage, ThePictureGivesEachOfTwentyServicesALaneOfItsOwn) {
               device("sid0." + number, "sid0")})
             state.devices.push_back(one);
     }
-    const std::string svg = topologyPicture(state);
+    return state;
+}
+
+std::size_t occurrences(const std::string& text, const std::string& part) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
+    return count;
+}
+
+TEST(ReportPage, ThePictureGivesEachOfTwentyServicesAnImageOfItsOwn) {
+    const std::string svg = topologyPicture(servicesOfOnePort(20));
     EXPECT_EQ(faultsOf(svg), "");
-    std::set<std::string> tops;
-    for (std::size_t at = svg.find("class=\"lane\""); at != std::string::npos; at = svg.find("class=\"lane\"", at + 1))
-        tops.insert(svg.substr(svg.find(" y=\"", at), 10));
-    EXPECT_EQ(tops.size(), 20u);
+    std::size_t images = 0;
+    for (std::size_t at = svg.find("<svg"); at != std::string::npos; at = svg.find("<svg", at + 1)) {
+        const std::string image = svg.substr(at, svg.find("</svg>", at) - at);
+        if (image.find("data-key") == std::string::npos) continue;  // the headings
+        ++images;
+        EXPECT_EQ(occurrences(image, "class=\"lane\""), 1u);
+        EXPECT_NE(image.find("aria-label=\"br" + std::to_string(images) + ": sid0." + std::to_string(images) + ","),
+                  std::string::npos)
+            << image;
+    }
+    EXPECT_EQ(images, 20u);
+}
+
+TEST(ReportPage, FoldsManyServicesAndWarningsUp) {
+    for (const unsigned count : {8U, 9U}) {
+        const std::string part = servicesPart(servicesOfOnePort(count));
+        EXPECT_EQ(faultsOf(part), "");
+        EXPECT_EQ(occurrences(part, "<details class=\"card folded\" data-key=\"br"), count > 8 ? count : 0);
+        EXPECT_EQ(occurrences(part, "data-key=\"br"), count);
+    }
+    EXPECT_NE(servicesPart(servicesOfOnePort(9)).find("<b>br9</b> <span class=\"soft\">sid0.9 · 0 rules</span>"),
+              std::string::npos);
+    ReportInput input;
+    for (char letter = 'a'; letter <= 'z'; ++letter) input.state.strangeCommands.push_back(std::string(1, letter));
+    const std::string warnings = warningsPart(input);
+    EXPECT_NE(warnings.find("<li>l</li></ul><details><summary>and 14 more</summary><ul><li>m</li>"), std::string::npos)
+        << warnings;
+}
+
+TEST(Words, SayOnceWhatDiffersByNumbersAlone) {
+    const std::vector<std::string> lines = {"sid0.3 drops VID 100", "sid0 drops all", "sid1.14 drops VID 7",
+                                            "sid2.5 drops VID 20"};
+    EXPECT_EQ(withoutLikes(lines),
+              (std::vector<std::string>{"sid0.3 drops VID 100; 2 more with different numbers", "sid0 drops all"}));
+    EXPECT_EQ(withoutLikes({"1", "a1", "1a"}), (std::vector<std::string>{"1", "a1", "1a"}));
 }
 
 // ---- capture ----

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "running/io/Words.h"
 #include "running/state/FailedCalls.h"
 #include "running/state/RuleReach.h"
 #include "views/Html.h"
@@ -13,7 +14,8 @@ namespace {
 
 using namespace html;
 
-constexpr std::size_t kMaxOpenWalks = 6;  // more frames than these are folded up, but for the wrong ones
+constexpr std::size_t kMaxOpenWalks = 6;      // more frames than these are folded up, but for the wrong ones
+constexpr std::size_t kMaxOpenWarnings = 12;  // of a kind; the others are folded up
 
 // ---- head ----
 
@@ -53,9 +55,11 @@ std::string head(const ReportInput& input) {
 // items: as HTML.
 std::string warning(const std::string& what, const std::vector<std::string>& items) {
     if (items.empty()) return "";
-    std::string list;
-    for (const std::string& item : items) list += element("li", item);
-    return element("div", element("h3", escaped(what)) + element("ul", list), "warn") + "\n";
+    std::string shown, rest;
+    for (std::size_t i = 0; i < items.size(); ++i) (i < kMaxOpenWarnings ? shown : rest) += element("li", items[i]);
+    if (!rest.empty())
+        rest = details("and " + std::to_string(items.size() - kMaxOpenWarnings) + " more", element("ul", rest), false);
+    return element("div", element("h3", escaped(what)) + element("ul", shown) + rest, "warn") + "\n";
 }
 
 std::vector<std::string> allEscaped(const std::vector<std::string>& lines) {
@@ -177,7 +181,7 @@ std::string contents(const std::vector<Part>& parts) {
 std::string warningsPart(const ReportInput& input) {
     return warning("Shell commands that the virtual ONU does not understand", allEscaped(input.state.strangeCommands)) +
            warning("Calls into the device kit that failed", failedCalls(input)) +
-           warning("Rules that no frame can reach", allEscaped(unreachableRules(input.state)));
+           warning("Rules that no frame can reach", allEscaped(withoutLikes(unreachableRules(input.state))));
 }
 
 std::string picturePart(const DeviceState& state) {

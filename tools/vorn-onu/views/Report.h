@@ -89,7 +89,7 @@ std::string messagesPart(const std::vector<ReportMessage>& messages);
 std::string messageAnchor(std::size_t number);
 std::string stepAnchor(std::size_t number);
 
-// ReportPicture.cpp: devices, bridges, GEM ports and T-CONTs, one lane a service. "" when there is no service.
+// ReportPicture.cpp: devices, bridges, GEM ports and T-CONTs, one image a service. "" when there is no service.
 std::string topologyPicture(const DeviceState& state);
 std::string pictureStyle();  // what its page's style needs: a page may forbid styles at elements
 

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <map>
 
+#include "running/io/Words.h"
 #include "running/state/PonWords.h"
 #include "running/state/RuleWords.h"
 #include "running/state/ServiceWords.h"
@@ -17,6 +18,7 @@ namespace {
 using namespace html;
 
 constexpr std::size_t kMaxVlanListLength = 40;
+constexpr std::size_t kMaxOpenServices = 8;  // when there are more, each is folded up
 
 std::string tableCard(const std::vector<std::string>& headings, const RowGroup& rows) {
     const std::string text = table(headings, {rows});
@@ -76,6 +78,30 @@ std::string ruleTable(const DeviceState& state, const std::vector<MergedRule>& r
     const std::string table = tableOfRules({ruleRows("upstream", inFrameOrder(state, upstream, true)),
                                             ruleRows("downstream", inFrameOrder(state, downstream, false))});
     return table.empty() ? element("p", "no rules", "soft") : table;
+}
+
+// "br3  sid1.3 · GEM port 1001, VID 100 · 10 rules"
+std::string serviceSummary(const DeviceState& state, const Service& service) {
+    std::vector<std::string> users, parts;
+    for (const ServiceEnd& end : service.unis) users.push_back(end.device.empty() ? end.port : end.device);
+    users.insert(users.end(), service.flowDevices.begin(), service.flowDevices.end());
+    if (!users.empty()) parts.push_back(joined(users, " "));
+    for (const auto& port : state.gemPorts) {
+        if (service.gemIndexes.count(port.index) == 0) continue;
+        const std::string vlans = vlanList(vlansOnGemPort(service, port.index), kMaxVlanListLength);
+        parts.push_back("GEM port " + std::to_string(port.portId) + (vlans.empty() ? "" : ", " + vlans));
+    }
+    parts.push_back(counted(service.rules.size(), "rule"));
+    return element("b", escaped(service.name)) + " " + element("span", escaped(joined(parts, " · ")), "soft");
+}
+
+// The key lets a page that is open follow the service when others come and go.
+std::string serviceCard(const DeviceState& state, const Service& service, bool open) {
+    const std::string key = " data-key=\"" + escaped(service.name) + "\"";
+    const std::string body = chain(state, service) + ruleTable(state, service.rules);
+    if (open) return "<div class=\"card\"" + key + ">" + element("h3", escaped(service.name)) + body + "</div>\n";
+    return "<details class=\"card folded\"" + key + ">" + element("summary", serviceSummary(state, service)) + body +
+           "</details>\n";
 }
 
 // ---- GEM ports and T-CONTs ----
@@ -167,8 +193,7 @@ std::string ruleTable(const std::vector<MergedRule>& rules) {
 std::string servicesPart(const DeviceState& state) {
     std::string body;
     const std::vector<Service> all = servicesOf(state);
-    for (const Service& service : all)
-        body += card(element("h3", escaped(service.name)) + chain(state, service) + ruleTable(state, service.rules));
+    for (const Service& service : all) body += serviceCard(state, service, all.size() <= kMaxOpenServices);
     const std::vector<MergedRule> others = otherRules(state, all);
     if (!others.empty()) body += card(element("h3", "Rules of no service") + ruleTable(state, others));
     return body + defaultTable(state);

@@ -3,6 +3,7 @@
 // VLANs that pass them.
 #include <algorithm>
 
+#include "running/io/Words.h"
 #include "running/state/ServiceWords.h"
 #include "running/state/Services.h"
 #include "views/Html.h"
@@ -43,9 +44,9 @@ public:
     void head(const Column& column) {
         svg_ += "<text class=\"head\" x=\"" + number(column.x) + "\" y=\"15\">" + column.head + "</text>\n";
     }
-    void lane(int top, int height) {
-        svg_ += "<rect class=\"lane\" x=\"2\" y=\"" + number(top) + "\" width=\"" + number(kPictureWidth - 4) +
-                "\" height=\"" + number(height) + "\" rx=\"10\"/>\n";
+    void lane(int height) {
+        svg_ += "<rect class=\"lane\" x=\"2\" y=\"0\" width=\"" + number(kPictureWidth - 4) + "\" height=\"" +
+                number(height) + "\" rx=\"10\"/>\n";
     }
     // below: small, under the name; "" where there is nothing to say.
     void box(const Column& column, int centre, const char* kind, const std::string& name, bool solid = true,
@@ -72,11 +73,13 @@ public:
                 number(fromY) + " C" + number(middle) + " " + number(fromY) + " " + number(middle) + " " + number(toY) +
                 " " + number(to.x) + " " + number(toY) + "\"/>\n";
     }
-    std::string finish(int height) const {
-        return "<svg class=\"picture\" role=\"img\" aria-label=\"Devices, bridges, GEM ports and T-CONTs by service; "
-               "the "
-               "services and their rules tell the same in words\" viewBox=\"0 0 " +
-               number(kPictureWidth) + " " + number(height) + "\">\n" + svg_ + "</svg>";
+    // An image of its own. key: of a page that is open, to follow it; label: what it shows, "" for headings.
+    std::string finish(int height, const std::string& key, const std::string& label) const {
+        const std::string meaning = label.empty() ? " aria-hidden=\"true\""
+                                                  : " role=\"img\" data-key=\"" + html::escaped(key) +
+                                                        "\" aria-label=\"" + html::escaped(label) + "\"";
+        return "<svg class=\"picture\"" + meaning + " viewBox=\"0 0 " + number(kPictureWidth) + " " + number(height) +
+               "\">\n" + svg_ + "</svg>\n";
     }
 
 private:
@@ -93,9 +96,9 @@ bool isUp(const DeviceState& state, const std::string& name) {
 }
 
 // The middle of row `row` among `count` rows that share a lane of `rows` rows.
-int centreOf(int top, std::size_t row, std::size_t count, std::size_t rows) {
+int centreOf(std::size_t row, std::size_t count, std::size_t rows) {
     const int spare = static_cast<int>(rows - count) * kRowHeight / 2;
-    return top + kLanePadding + spare + static_cast<int>(row) * kRowHeight + kRowHeight / 2;
+    return kLanePadding + spare + static_cast<int>(row) * kRowHeight + kRowHeight / 2;
 }
 
 std::vector<const virtual_onu::GemPort*> gemPortsOf(const DeviceState& state, const Service& service) {
@@ -120,7 +123,6 @@ std::size_t rowsOf(const DeviceState& state, const Service& service) {
 struct Lane {
     const DeviceState& state;
     const Service& service;
-    int top;
     std::size_t rows;
     int bridge;  // height of the bridge
     int ani;     // height of the first PON device
@@ -131,7 +133,7 @@ void drawUniSide(Picture& picture, const Lane& lane) {
     const std::size_t count = std::max(userRows(service), std::size_t{1});
     for (std::size_t i = 0; i < service.unis.size(); ++i) {
         const ServiceEnd& end = service.unis[i];
-        const int y = centreOf(lane.top, i, count, lane.rows);
+        const int y = centreOf(i, count, lane.rows);
         picture.box(kUniPort, y, "uni", end.port, isUp(lane.state, end.port));
         if (end.device.empty()) {
             picture.wire(kUniPort, y, kBridge, lane.bridge);
@@ -152,7 +154,7 @@ void drawFlows(Picture& picture, const Lane& lane) {
     const std::size_t count = lane.service.flowDevices.size();
     for (std::size_t i = 0; i < count; ++i) {
         const std::string& device = lane.service.flowDevices[i];
-        const int y = centreOf(lane.top, lane.rows - count + i, lane.rows, lane.rows);
+        const int y = centreOf(lane.rows - count + i, lane.rows, lane.rows);
         picture.flow(kUniDevice, y, kAniDevice, lane.ani);
         picture.box(kUniDevice, y, "uni", device, isUp(lane.state, device), "VLAN flow");
     }
@@ -163,7 +165,7 @@ void drawPonSide(Picture& picture, const Lane& lane) {
     const DeviceState& state = lane.state;
     for (std::size_t i = 0; i < service.anis.size(); ++i) {
         const ServiceEnd& end = service.anis[i];
-        const int y = centreOf(lane.top, i, service.anis.size(), lane.rows);
+        const int y = centreOf(i, service.anis.size(), lane.rows);
         if (service.isBridge) picture.wire(kBridge, lane.bridge, kAniDevice, y);
         picture.box(kAniDevice, y, "pon", end.device.empty() ? end.port : end.device, isUp(state, end.device));
         if (end.device.empty() || end.port.empty()) continue;
@@ -173,7 +175,7 @@ void drawPonSide(Picture& picture, const Lane& lane) {
     const auto ports = gemPortsOf(state, service);
     for (std::size_t i = 0; i < ports.size(); ++i) {
         const auto& port = *ports[i];
-        const int y = centreOf(lane.top, i, ports.size(), lane.rows);
+        const int y = centreOf(i, ports.size(), lane.rows);
         picture.wire(kAniPort, lane.ani, kGemPort, y);
         picture.box(kGemPort, y, "pon", std::to_string(port.portId) + " (" + std::to_string(port.index) + ")",
                     port.enabled, vlanList(vlansOnGemPort(service, port.index), kLettersInBox));
@@ -183,21 +185,31 @@ void drawPonSide(Picture& picture, const Lane& lane) {
     }
 }
 
-// Draws the service; answers the height of its lane.
-int draw(Picture& picture, const DeviceState& state, const Service& service, int top) {
+// "br3: sid1.3, gpon3.3, GEM port 1001; the services and their rules tell the same in words"
+std::string labelOf(const DeviceState& state, const Service& service) {
+    std::vector<std::string> parts;
+    for (const auto* ends : {&service.unis, &service.anis})
+        for (const ServiceEnd& end : *ends) parts.push_back(end.device.empty() ? end.port : end.device);
+    for (const auto* port : gemPortsOf(state, service)) parts.push_back("GEM port " + std::to_string(port->portId));
+    return service.name + (parts.empty() ? "" : ": ") + joined(parts) +
+           "; the services and their rules tell the same in words";
+}
+
+std::string laneOf(const DeviceState& state, const Service& service) {
     const std::size_t rows = rowsOf(state, service);
     const int height = static_cast<int>(rows) * kRowHeight + 2 * kLanePadding;
     // Flows lie at the bottom of the lane, the bridge in the middle of the rest.
     const std::size_t bridgeRows = std::max(rows - service.flowDevices.size(), std::size_t{1});
-    const int bridge = centreOf(top, 0, 1, bridgeRows);
-    const int ani = service.anis.empty() ? bridge : centreOf(top, 0, service.anis.size(), rows);
-    const Lane lane{state, service, top, rows, bridge, ani};
-    picture.lane(top, height);
+    const int bridge = centreOf(0, 1, bridgeRows);
+    const int ani = service.anis.empty() ? bridge : centreOf(0, service.anis.size(), rows);
+    const Lane lane{state, service, rows, bridge, ani};
+    Picture picture;
+    picture.lane(height);
     drawFlows(picture, lane);
     drawUniSide(picture, lane);
     if (service.isBridge) picture.box(kBridge, lane.bridge, "bridge", service.name, isUp(state, service.name));
     drawPonSide(picture, lane);
-    return height;
+    return picture.finish(height + kLaneGap, service.name, labelOf(state, service));
 }
 
 }  // namespace
@@ -209,12 +221,12 @@ std::string pictureStyle() {
 std::string topologyPicture(const DeviceState& state) {
     const std::vector<Service> services = servicesOf(state);
     if (services.empty()) return "";
-    Picture picture;
+    Picture heads;
     for (const Column& column : {kUniPort, kUniDevice, kBridge, kAniDevice, kAniPort, kGemPort, kTcont})
-        picture.head(column);
-    int top = kHeadHeight;
-    for (const Service& service : services) top += draw(picture, state, service, top) + kLaneGap;
-    return picture.finish(top);
+        heads.head(column);
+    std::string all = heads.finish(kHeadHeight, "", "");
+    for (const Service& service : services) all += laneOf(state, service);
+    return all;
 }
 
 }  // namespace vorn_onu

@@ -79,7 +79,8 @@ ol.steps div { min-width:0; overflow-wrap:anywhere }
 .warn { background:var(--warn-bg); color:var(--warn); border-radius:10px; padding:10px 14px; margin:0 0 10px } .warn h3 { margin:0 }
 .warn ul { margin:4px 0 0; padding-left:20px } .warn li { overflow-wrap:anywhere } .warn a { color:inherit; text-decoration:underline }
 details.walk { padding:10px 16px; margin:0 0 8px } details.walk[open] > summary { margin-bottom:8px }
-summary { cursor:pointer } summary b { font-weight:600 }
+details.folded { padding:8px 16px; margin:0 0 6px } details.folded > summary { overflow-wrap:anywhere } details.folded[open] > summary { margin-bottom:10px }
+summary { cursor:pointer } summary b { font-weight:600 } .folded > summary b { display:inline-block; min-width:48px } .folded > summary .soft { font-size:14px }
 .verdict, .why { display:block; padding-left:16px; font-size:14px } .why { color:var(--soft) }
 .tree { white-space:pre; font-family:ui-monospace,Consolas,monospace; color:var(--soft) }
 svg { display:block; width:100%; height:auto } svg text { font:13px system-ui,"Segoe UI",Roboto,sans-serif; fill:var(--ink) }

@@ -20,6 +20,19 @@ inline std::string counted(std::size_t count, const std::string& noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
+// "gpon#.#" of gpon7.7 and gpon15.15 alike.
+inline std::string withoutNumbers(const std::string& text) {
+    std::string shape;
+    for (const char c : text) {
+        const bool isDigit = c >= '0' && c <= '9';
+        if (!isDigit || shape.empty() || shape.back() != '#') shape += isDigit ? '#' : c;
+    }
+    return shape;
+}
+
+// Each line once; of those that differ by numbers alone the first, and how many more there are.
+std::vector<std::string> withoutLikes(const std::vector<std::string>& lines);
+
 }  // namespace vorn_onu
 
 #endif

@@ -7,6 +7,8 @@
 #include <map>
 #include <tuple>
 
+#include "running/io/Words.h"
+
 namespace vorn_onu {
 
 namespace {
@@ -94,16 +96,6 @@ std::string timesWords(const Group& group) {
     if (group.times < 2) return "";
     const std::string times = group.times == 2 ? ", twice" : ", " + std::to_string(group.times) + " times";
     return times + (group.otherNumbers ? " with different numbers" : "");
-}
-
-// gpon7.7 and gpon15.15 alike.
-std::string withoutNumbers(const std::string& arguments) {
-    std::string text;
-    for (const char c : arguments) {
-        const bool isDigit = std::isdigit(static_cast<unsigned char>(c)) != 0;
-        if (!isDigit || text.empty() || text.back() != '#') text += isDigit ? '#' : c;
-    }
-    return text;
 }
 
 // The step in which the call was made, or null.

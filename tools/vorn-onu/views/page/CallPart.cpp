@@ -13,6 +13,10 @@ namespace {
 using namespace html;
 using nlohmann::json;
 
+std::string mono(const std::string& text) {
+    return text.empty() ? "" : element("span", escaped(oneLine(text)), "mono");
+}
+
 std::string resultOf(const json& entry) {
     const std::string kind = entry.value("kind", "");
     if (kind == "log" || kind == "wait") return "";
@@ -32,10 +36,9 @@ bool isFailedEntry(const json& entry) {
 std::string callPart(const std::deque<Held<json>>& entries) {
     RowGroup rows;
     for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry)
-        rows.rows.push_back(
-            {std::to_string((*entry)->value("number", std::uint64_t{0})), escaped((*entry)->value("kind", "")),
-             element("span", escaped(oneLine((*entry)->value("name", ""))), "mono"),
-             element("span", escaped(oneLine((*entry)->value("arguments", ""))), "mono"), resultOf(**entry)});
+        rows.rows.push_back({std::to_string((*entry)->value("number", std::uint64_t{0})),
+                             escaped((*entry)->value("kind", "")), mono((*entry)->value("name", "")),
+                             mono((*entry)->value("arguments", "")), resultOf(**entry)});
     const std::string text = stackingTable({"number", "kind", "call", "arguments", "result"}, {rows}, "calls");
     if (text.empty()) return "";
     return card("<div class=\"tall\" role=\"region\" aria-label=\"Last calls, the newest first\" tabindex=\"0\">" +

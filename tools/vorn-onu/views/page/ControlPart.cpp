@@ -1,6 +1,9 @@
 #include "views/page/ControlPart.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <set>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -34,9 +37,21 @@ bool isPort(const json& device) {
     return device.value("realDevice", "").empty() && !device.value("isBridge", false);
 }
 
+// Those that carry something, and behind them the others.
+std::vector<json> devicesByUse(const json& device) {
+    const json& all = device.at("network").at("devices");
+    std::set<std::string> carrying;  // a VLAN device, or real packets
+    for (const json& one : all) carrying.insert(one.value("realDevice", ""));
+    for (const json& tap : device.value("taps", json::array())) carrying.insert(tap.value("port", ""));
+    std::vector<json> sorted(all.begin(), all.end());
+    std::stable_partition(sorted.begin(), sorted.end(),
+                          [&](const json& one) { return carrying.count(one.value("name", "")) != 0; });
+    return sorted;
+}
+
 std::string links(const json& device) {
     std::string rows;
-    for (const json& one : device.at("network").at("devices")) {
+    for (const json& one : devicesByUse(device)) {
         if (!isPort(one)) continue;
         const std::string name = one.value("name", "");
         const bool up = one.value("operState", "") == "up";
@@ -111,11 +126,11 @@ std::string controlPart(const json& device, const json& newBoard, bool hasOlt) {
 }
 
 std::string placePart(const json& device) {
-    std::string choices;
-    for (const json& one : device.at("network").at("devices")) choices += choice(one.value("name", ""));
+    std::string ports, devices, gemPorts;
+    for (const json& one : devicesByUse(device)) (isPort(one) ? ports : devices) += choice(one.value("name", ""));
     for (const json& port : device.at("pon").at("gemPorts"))
-        choices += choice("gem " + std::to_string(port.value("portId", 0U)));
-    return choices;
+        gemPorts += choice("gem " + std::to_string(port.value("portId", 0U)));
+    return ports + gemPorts + devices;
 }
 
 }  // namespace vorn_onu::page

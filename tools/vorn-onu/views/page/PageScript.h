@@ -13,6 +13,19 @@ const byId = id => document.getElementById(id);
 
 let token = '';
 
+// Null when nobody answers.
+async function isGood(one) {
+  const reply = await fetch('token', {headers: {'X-Vorn-Token': one}}).catch(() => null);
+  return reply && (await reply.json()).good;
+}
+
+function showRights(isOld) {
+  if (isOld) byId('readonly').textContent = 'You can look at this board. The token of this page is not the one ' +
+    'of the server, which may have been started again: to change something, open the link that it has printed last.';
+  byId('readonly').hidden = token !== '';
+  for (const group of document.querySelectorAll('fieldset.bare')) group.disabled = token === '';
+}
+
 // One that is wrong takes the place of none that is good.
 async function findToken() {
   const name = 'vorn-onu token';
@@ -23,16 +36,21 @@ async function findToken() {
     kept = sessionStorage.getItem(name);
   } catch {}  // no storage is granted: good until the page is loaded again
   for (const one of new Set([given, kept].filter(Boolean))) {
-    const reply = await fetch('token', {headers: {'X-Vorn-Token': one}}).catch(() => null);
-    if (!reply || !(await reply.json()).good) continue;
+    if (!(await isGood(one))) continue;
     token = one;
     try {
       sessionStorage.setItem(name, one);
     } catch {}
-    return;
+    break;
   }
-  if (given || kept) byId('readonly').textContent = 'You can look at this board. The token of this page is not the one ' +
-    'of the server, which may have been started again: to change something, open the link that it has printed last.';
+  showRights(token === '' && Boolean(given || kept));
+}
+
+// A server that was started again has another token.
+async function checkToken() {
+  if (token === '' || await isGood(token) !== false) return;
+  token = '';
+  showRights(true);
 }
 
 // ---- parts: only what differs is changed, so that focus, selection and what is unfolded stay ----
@@ -107,11 +125,35 @@ function showParts(parts) {
     for (const link of document.querySelectorAll('nav a'))
       if (link.hash === '#' + name) link.hidden = section.hidden;
   }
+  filter();
 }
+
+// ---- what does not have the words that are looked for is hidden ----
+
+const kServices = '#part-services > [data-key]';
+const kFiltered = kServices + ', #part-picture svg[data-key], #part-pon tbody tr, #part-devices tbody tr, ' +
+  '#part-counters tbody tr:not(.way), #part-calls tbody tr';
+
+function filter() {
+  const words = byId('filter').value.toLowerCase().split(' ').filter(Boolean);
+  let shown = 0, all = 0;
+  for (const one of document.querySelectorAll(kFiltered)) {
+    const text = one.textContent.toLowerCase();
+    const fits = words.every(word => text.includes(word));
+    if (one.hasAttribute('hidden') === fits) one.toggleAttribute('hidden', !fits);
+    if (!one.matches(kServices)) continue;
+    ++all;
+    if (fits) ++shown;
+  }
+  byId('filtered').textContent = words.length > 0 ? shown + ' of ' + all + ' services' : '';
+}
+
+byId('filter').addEventListener('input', filter);
 
 // ---- what the board tells; not while nobody looks ----
 
 let events = null;
+let wasLost = false;
 
 function connection(text, state) {
   const line = byId('connection');
@@ -129,7 +171,12 @@ function listen() {
   events.addEventListener('gone', event => {
     connection('Not there: ' + JSON.parse(event.data).why + '. Below is what was seen last.', 'lost');
   });
+  events.onopen = () => {
+    if (wasLost) checkToken();
+    wasLost = false;
+  };
   events.onerror = () => {
+    wasLost = true;
     connection('vorn-onu does not answer. Below is what was seen last.', 'lost');
     if (events.readyState !== EventSource.CLOSED) return;  // the browser tries again
     events = null;
@@ -236,11 +283,7 @@ onSubmit('advance-form', values => ({advance: Number(values.advance)}));
 
 // ---- begin ----
 
-findToken().then(() => {
-  byId('readonly').hidden = token !== '';
-  for (const group of document.querySelectorAll('fieldset.bare')) group.disabled = token === '';
-  listen();
-});
+findToken().then(listen);
 )js";
 
 }  // namespace vorn_onu::page

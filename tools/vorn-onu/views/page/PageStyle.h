@@ -14,6 +14,7 @@ body { padding-bottom:56px }
 #connection::before { content:""; width:9px; height:9px; border-radius:99px; background:var(--soft) }
 #connection.live::before { background:var(--good) } #connection.lost::before { background:var(--bad) } #connection.lost { color:var(--bad) }
 .facts b { font-variant-numeric:tabular-nums }
+.filter { display:flex; flex-wrap:wrap; gap:4px 14px; align-items:flex-end; margin:16px 0 0; font-size:14px; color:var(--soft) } .filter input { width:280px }
 fieldset { border:1px solid var(--line); border-radius:10px; padding:6px 12px 10px; margin:0; min-width:0 }
 fieldset.bare { border:0; padding:0 } legend { font-size:13px; color:var(--soft); padding:0 4px }
 .board { display:grid; grid-template-columns:repeat(2,minmax(0,1fr)); gap:0 14px; align-items:start }
@@ -40,7 +41,7 @@ button:disabled, input:disabled, select:disabled { opacity:.55; cursor:not-allow
 .counts, .calls { font-variant-numeric:tabular-nums } .calls .mono { overflow-wrap:anywhere }
 .counts th:nth-child(1) { width:19% } .calls th:nth-child(1) { width:72px } .calls th:nth-child(2) { width:78px } .calls th:nth-child(3) { width:27% } .calls th:last-child { width:120px }
 @media (max-width:900px) { .board { display:block } }
-@media (max-width:600px) { input, select { width:100% } label { flex:1 1 120px } input[type=number], #fault-form input[name=function] { width:100% } #fault-form label:first-child { flex-basis:100% }
+@media (max-width:600px) { input, select, .filter label, .filter input { width:100% } label { flex:1 1 120px } input[type=number], #fault-form input[name=function] { width:100% } #fault-form label:first-child { flex-basis:100% }
   .stacks { position:relative } .stacks thead { left:0; max-width:100%; overflow:hidden } .fields > fieldset { flex:1 1 100% } #outcome { padding:9px 12px } }
 @media (prefers-reduced-motion:no-preference) { html { scroll-behavior:smooth } }
 )css";

@@ -39,7 +39,8 @@ std::string tagFields(const std::string& which, const std::string& title) {
            number(which + "-vid", "VID", "0", "4095", "placeholder=\"none\"") +
            number(which + "-pbits", "p-bits", "0", "7", "placeholder=\"0\"") +
            field(which + "-tpid", "TPID",
-                 "placeholder=\"0x8100\" pattern=\"(0x)?[0-9a-fA-F]{1,5}\" autocomplete=\"off\"") +
+                 "placeholder=\"0x8100\" pattern=\"0x[0-9a-fA-F]{1,4}\" title=\"a type word such as 0x88a8\" "
+                 "autocomplete=\"off\"") +
            "</div></fieldset>";
 }
 
@@ -80,9 +81,9 @@ std::string faultForm() {
 
 std::string timeForms() {
     return form("delay-form", "Let the gateway take its time",
-                number("answersAfterMs", "answers after, ms", "0", "600000", "value=\"50\" required"), submit("Set")) +
+                number("answersAfterMs", "answers after, ms", "0", "60000", "value=\"50\" required"), submit("Set")) +
            form("advance-form", "Let idle threads live through some time",
-                number("advance", "milliseconds", "1", "86400000", "value=\"2000\" required"), submit("Advance"));
+                number("advance", "milliseconds", "1", "60000", "value=\"2000\" required"), submit("Advance"));
 }
 
 // A place for a part; hidden until there is something to show.
@@ -110,6 +111,13 @@ std::string contents() {
     return "<nav aria-label=\"Contents\">" + links + "</nav>\n";
 }
 
+// What is on the board, by words.
+std::string filter() {
+    return "<p class=\"filter\"><label><span>Show only what has these words</span><input type=\"search\" id=\"filter\" "
+           "placeholder=\"br12, VID 100, gem 1012\" autocomplete=\"off\"></label> <span id=\"filtered\" "
+           "role=\"status\"></span></p>\n";
+}
+
 }  // namespace
 
 std::string newNonce() {
@@ -133,7 +141,7 @@ std::string shellPage(const std::string& board, const std::string& nonce) {
            element("h1", escaped(board)) +
            "<p id=\"connection\" role=\"status\">Connecting …</p><ul id=\"part-facts\" "
            "class=\"facts\"></ul></header>\n" +
-           contents() +
+           contents() + filter() +
            "<noscript><p class=\"warn\">This page needs its script: the board changes while it is "
            "open.</p></noscript>\n"
            "<p id=\"readonly\" class=\"warn\" hidden>You can look at this board. To change something, open the link "
