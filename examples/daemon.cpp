@@ -29,11 +29,7 @@ constexpr std::uint16_t kServiceVid = 100;
 constexpr std::uint16_t kAllocId = 256;
 constexpr std::uint16_t kTcont = 1;
 constexpr std::uint16_t kGemPort = 1001;
-constexpr std::uint8_t kNoTag = 15;         // p-bits of a tag that is not filtered on, or not added
-constexpr std::uint16_t kAnyVid = 4096;     // a VID that is not filtered on
-constexpr std::uint16_t kTpid8021q = 4;     // TPID 0x8100 in tag treatments
 constexpr std::uint8_t kForwardTagged = 4;  // forward operation: tagged frames whose VID is in the list
-constexpr std::uint8_t kOneFilterModel = 2;
 
 void say(const std::string& text) {
     std::printf("\ndaemon: %s\n", text.c_str());
@@ -56,7 +52,7 @@ BridgeServiceProvisioning internetService() {
                   static_cast<unsigned>(kServiceVid));
     service.numberOfEntries = 1;
     service.forwardOperation = kForwardTagged;
-    service.trafficModel = kOneFilterModel;
+    service.trafficModel = tagging::kOneServiceFilter;
     service.pbitMap[0] = {kGemPort, 0};
     return service;
 }
@@ -69,13 +65,13 @@ UniDataProvisioning untaggedToService() {
     row.bridgeId = kBridge;
     row.uniPort = kUniPort;
     row.inputTpid = row.outputTpid = 0x8100;
-    row.tagAction = 1;  // push one tag
-    row.outerFilterPrio = row.innerFilterPrio = kNoTag;
-    row.outerFilterVlanId = row.innerFilterVlanId = kAnyVid;
-    row.outerTreatmentPrio = kNoTag;
+    row.tagAction = tagging::kPushTag;
+    row.outerFilterPrio = row.innerFilterPrio = tagging::kNoTag;  // zeros would ask for p-bits 0
+    row.outerFilterVlanId = row.innerFilterVlanId = tagging::kAnyVid;
+    row.outerTreatmentPrio = tagging::kNoTag;
     row.innerTreatmentPrio = 0;
     row.innerTreatmentVlanId = kServiceVid;
-    row.innerTreatmentTpidDe = kTpid8021q;
+    row.innerTreatmentTpidDe = tagging::kTpid8100;
     return row;
 }
 

@@ -1,4 +1,4 @@
-"""pip installs the module from the source tree, without a network."""
+"""pip installs the module from the source tree, without a network, also where it wants a virtual environment."""
 
 import importlib.util
 import pathlib
@@ -27,10 +27,7 @@ class Installing(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             source, target = pathlib.Path(folder, "python"), pathlib.Path(folder, "installed")
             shutil.copytree(support.PYTHON, source, ignore=shutil.ignore_patterns("__pycache__"))
-            command = [sys.executable, "-m", "pip", "install", "--no-build-isolation", "--no-index", "--no-deps"]
-            command += ["--disable-pip-version-check", "--target", str(target), str(source)]
-            told = subprocess.run(command, capture_output=True, text=True, timeout=300, check=False)
-            self.assertEqual(told.returncode, 0, told.stdout + told.stderr)
+            self.install([sys.executable, "-m", "pip"], ["--target", str(target), str(source)])
             for name in ("py.typed", "operations.py", "pytest_plugin.py"):
                 self.assertTrue((target / "vorn_onu" / name).exists(), name)
             self.assertFalse((target / "tests").exists())
@@ -43,6 +40,25 @@ class Installing(unittest.TestCase):
                 print(found.version == vorn_onu.__version__, [one.value for one in found.entry_points])
             """
             self.assertEqual(support.python(code).stdout.strip(), "True ['vorn_onu.pytest_plugin']")
+
+    def test_pip_installs_it_into_an_environment_that_sees_the_system(self) -> None:
+        with tempfile.TemporaryDirectory() as folder:
+            source, environment = pathlib.Path(folder, "python"), pathlib.Path(folder, "venv")
+            shutil.copytree(support.PYTHON, source, ignore=shutil.ignore_patterns("__pycache__"))
+            # Without a pip of its own, whose installation takes most of the time: the system's does the same.
+            made = [sys.executable, "-m", "venv", "--without-pip", "--system-site-packages", str(environment)]
+            subprocess.run(made, check=True)
+            self.install([str(environment / "bin" / "python"), "-m", "pip"], [str(source)])
+            shown = "import vorn_onu; print(vorn_onu.__file__)"
+            told = subprocess.run(
+                [str(environment / "bin" / "python"), "-c", shown], capture_output=True, text=True, check=True, cwd=folder
+            )
+            self.assertTrue(told.stdout.startswith(str(environment)), told.stdout)
+
+    def install(self, pip: list[str], words: list[str]) -> None:
+        command = pip + ["install", "--no-build-isolation", "--no-index", "--no-deps", "--disable-pip-version-check"]
+        told = subprocess.run(command + words, capture_output=True, text=True, timeout=300, check=False)
+        self.assertEqual(told.returncode, 0, told.stdout + told.stderr)
 
 
 if __name__ == "__main__":

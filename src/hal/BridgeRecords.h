@@ -55,6 +55,10 @@
 // outer and inner p-bits. The TPID codes that are looked at go by the number of tags: the inner one for one tag, both
 // for two tags, neither for untagged frames.
 //
+// A row of zeros leaves nothing open: 0 is a value, so it filters two tags on p-bits 0 and VID 0, and writes both. Set
+// the filter of a tag whose contents do not matter to p-bits 8 and VID 4096, that of a tag that is not there to p-bits
+// 15, and the treatment of a tag that is not written to p-bits 15.
+//
 // Treatment p-bits say which tags are written: outer 15, the outermost tag by the inner fields; neither 15, the outer
 // two tags; inner 15, none.
 #ifndef HAL_BRIDGE_RECORDS_H
@@ -64,6 +68,33 @@
 #include <map>
 #include <string>
 #include <utility>
+
+// Names for the codes above. They are values of the fields, and a daemon that has its own goes on using them.
+namespace tagging {
+
+// p-bits
+constexpr std::uint8_t kAnyPbits = 8;                                                  // filter
+constexpr std::uint8_t kDefaultRow = 14;                                               // filter
+constexpr std::uint8_t kNoTag = 15;                                                    // filter and treatment
+constexpr std::uint8_t kPbitsOfInnerTag = 8, kPbitsOfOuterTag = 9, kPbitsByDscp = 10;  // treatment
+// VID
+constexpr std::uint16_t kAnyVid = 4096;                                // filter
+constexpr std::uint16_t kVidOfInnerTag = 4096, kVidOfOuterTag = 4097;  // treatment
+// TPID and DEI
+constexpr std::uint16_t kAnyTpid = 0;     // filter
+constexpr std::uint16_t kOutputTpid = 3;  // treatment
+constexpr std::uint16_t kTpid8100 = 4, kInputTpid = 5;
+constexpr std::uint16_t kTpidDei0 = 6, kTpidDei1 = 7;  // of a filter the input TPID, of a treatment the output TPID
+// Tag action
+constexpr std::uint16_t kPushTag = 1, kPopTag = 2, kPushTwoTags = 4, kPopTwoTags = 5, kTranslateTags = 6;
+// removeType
+constexpr std::uint16_t kLoseNone = 0, kLoseOuterTag = 1, kLoseBothTags = 2, kDiscard = 3;
+// trafficModel with rules on the ANI side
+constexpr std::uint8_t kOneServiceFilter = 2, kSeveralServicesFilter = 5;
+// GEM port of p-bits that have none
+constexpr std::uint16_t kNoGemPort = 65535;
+
+}  // namespace tagging
 
 // A MAC bridge service on the ANI side: its GEM ports, the VLAN tagging filter data (G.988 9.3.11) and, for multicast,
 // one row of the extended VLAN tagging operation table (G.988 9.3.13). Owned by the caller; the HAL never keeps it.
@@ -116,7 +147,8 @@ struct BridgeServiceProvisioning {
     // none.
     std::uint8_t numberOfEntries;
     // Mapping and filter model, 0..6. 2 (one service, filter) and 5 (several services, filter) make the ANI side's tag
-    // rules; 0, 1, 3, 4 and 6 make none. Above 6 the whole call is refused.
+    // rules, and the same ones: it is of no matter which of the two a service has, nor whether others have the same.
+    // 0, 1, 3, 4 and 6 make none, so no frame passes; above 6 the whole call is refused.
     std::uint8_t trafficModel;
     // p-bits 0..7 to (GEM port id, upstream queue 0..7 on its T-CONT). GEM port 65535 or 4095: none. p-bits that are
     // not named keep the GEM port and queue that an earlier record gave them, of any bridge. Keys above 7 are not
@@ -172,7 +204,7 @@ struct UniDataProvisioning {
     // 0: the UNI has no row, and every frame passes as it is; rules that were there before are removed first. Leave the
     // fields of the row zero then: they are compared with the rows that exist.
     std::uint8_t hasTagRules;
-    // 0..65535; the bridge must stand.
+    // 0..65535; the bridge must exist.
     std::uint16_t bridgeId;
     // UNI port from 1; the device is "sid" + (uniPort - 1). 1..4 are Ethernet ports, 5 gets no device on the bridge,
     // and for 6 and above (IP hosts) nothing is done.
@@ -212,7 +244,7 @@ struct UniDataProvisioning {
 struct IpHostProvision {
     std::uint16_t allocId;   // 0..65535; only logged
     std::uint16_t gemId;     // GEM port id, 0..65535; only logged
-    std::uint16_t bridgeId;  // 0..65535: bridge "br" + bridgeId, which must stand
+    std::uint16_t bridgeId;  // 0..65535: bridge "br" + bridgeId, which must exist
     // 1..65535: number and VLAN device id of the host's device, "br" + bridgeId + "." + uniPort. 0 means the ANI side.
     std::uint16_t uniPort;
     // "00:11:22:33:44:55": the host's MAC address where the board has no first one. On removal the address whose
@@ -224,7 +256,7 @@ struct IpHostProvision {
     std::string gateway;       // dotted IPv4: default route of the host's own traffic (table 12); not used with DHCP
     std::uint8_t dhcpEnabled;  // non-zero: a DHCP client is started for the address
     // Non-zero: the host gets no device and no address of its own. Its bridge is deleted, and the bridge's ANI device
-    // joins the shared bridge "brv", which must stand.
+    // joins the shared bridge "brv", which must exist.
     std::uint8_t useSharedBridge;
 };
 

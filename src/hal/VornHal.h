@@ -16,6 +16,54 @@
 //   object that the factory has not made).
 // - Operations that ask something answer the result of the driver or the library below where the comment says so.
 //
+// What a daemon may skip after a result:
+//
+// | result | may be skipped |
+// |---|---|
+// | -1 of an operation that provisions | what builds on it: nothing was done. Its removal, too |
+// | 0 of one | nothing, neither the next operation nor, in the end, the removal: something may have been made |
+// | -1 of vorn_omci_hal_init() | the announcements of VEIP services: no answer of the gateway is heard |
+// | other than 0 of vorn_omci_hal_nvram_info_get() | serial number, MAC address, part number: they say nothing new |
+// | *enabled 0 of vorn_omci_hal_port_enable_get() | the port: the gateway has not made it |
+// | -1 of vorn_omci_hal_pm_get() | the record: it is as it was |
+// | -1 of vorn_hal_state_open() (hal/HalState.h) | vorn_hal_state_settle(): no state file is open |
+//
+// With forwarding by G.988 (hal/HalForwarding.h) -1 says more: the service is as it was before the operation.
+//
+// ## Which removals a service needs
+//
+// In this order:
+//
+// | made by | taken back by |
+// |---|---|
+// | vorn_omci_hal_veip_createRules | vorn_omci_hal_veip_deleteRules |
+// | vorn_omci_hal_configureAniTagRules | vorn_omci_hal_unsetPbitData, with the p-bit map that it was made with |
+// | the same, of a multicast service | vorn_omci_hal_deprovisionAniSideBridge, with that record |
+// | vorn_omci_hal_filter_flow_add | vorn_omci_hal_filter_flow_add with addFlag 0, once for a port |
+// | vorn_omci_hal_configureBridge of a UNI | the same, with the port's other number (below) |
+// | vorn_omci_hal_configureBridge, uniPort 0 | vorn_omci_hal_deprovisionAniSideBridge, with the last of its services |
+// | vorn_omci_hal_provisionIpHost | vorn_omci_hal_deprovisionIpHost |
+// | vorn_omci_hal_gemflow_add | vorn_omci_hal_gemflow_del |
+// | vorn_omci_hal_tcont_set | vorn_omci_hal_tcont_reset |
+//
+// vorn_omci_hal_deprovisionUniSideBridge is for bridges with one UNI: it takes the one out that joined first, and no
+// other. vorn_omci_hal_deprovisionAniSideBridge alone takes the PON rules away with their device, but the library goes
+// on counting them, and the runner keeps its p-bit tables: hence vorn_omci_hal_unsetPbitData. The rules of "gpondef"
+// stay in any case. vorn_omci_hal_filter_flow_del and vorn_omci_hal_us_flow_del do nothing.
+//
+// ## Which device a UNI is
+//
+// | operation | UNI port 1 | UNI port 2 | UNI port n, from 3 on |
+// |---|---|---|---|
+// | vorn_omci_hal_filter_flow_add | sid1 | sid0 | sid(n - 1) |
+// | vorn_omci_hal_configureBridge | sid0 | sid1 | sid(n - 1) |
+// | vorn_omci_hal_port_enable_get | veip0.1 | veip0.2 | veip0.n |
+// | those of device/EthernetUni.h | eth1 | eth0 | none |
+//
+// So the counters of a subscriber whose rows were given for UNI port 1 are those of "sid1" (getIntfStats(),
+// device/Counters.h), and of its service those of "sid1." + bridgeId; on the PON side of "gpon" + bridgeId + "." +
+// bridgeId. vorn_omci_hal_pm_get() counts "veip0" alone.
+//
 // Unless stated, an operation is called from the daemon's provisioning thread only. Records and buffers belong to the
 // caller and are not kept; docs/integration.md has a table "What to know before you call".
 #ifndef HAL_VORN_HAL_H
@@ -90,7 +138,7 @@ public:
 
     // ---- Management IP host ----
 
-    // Makes the host's device "br" + bridgeId + "." + uniPort on its bridge, which must stand, and gives it its
+    // Makes the host's device "br" + bridgeId + "." + uniPort on its bridge, which must exist, and gives it its
     // address: by DHCP or as the record says. Waits two seconds for the bridge, unless that is shared. 0 once tried,
     // also when a text is no address and nothing was done, and also when DHCP never answers. -1 for null or without an
     // engine.
@@ -193,7 +241,7 @@ public:
     //
     // Each answers 0 once tried and -1 for a null record or without an engine.
 
-    // uniPort 0 makes the bridge with its PON side, else the UNI's (from 1) member of that bridge, which must stand;
+    // uniPort 0 makes the bridge with its PON side, else the UNI's (from 1) member of that bridge, which must exist;
     // here the port's device is "sid" + (uniPort - 1), and nothing changes places. What exists already is taken as
     // made. The first call of all also makes the default bridge "br0" with sid0 to sid7; a port that cannot join then
     // is not tried again.

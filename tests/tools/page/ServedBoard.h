@@ -18,20 +18,17 @@ class ServedBoard : public ::testing::Test {
 protected:
     void SetUp() override {
         setenv("XDG_RUNTIME_DIR", scratch_.file("").c_str(), 1);
-        const auto scenario = nlohmann::json::parse(contentOf(VORN_SCENARIO_DIR "/internet.json"));
+        auto scenario = nlohmann::json::parse(contentOf(VORN_SCENARIO_DIR "/internet.json"));
         auto standing = nlohmann::json::array();
         for (const auto& step : scenario["steps"]) {
             if (step.contains("frame")) break;
             standing.push_back(step);
         }
         standing.push_back({{"board", {{"devices", {{"<s>bad", true}}}}}});
-        writeSteps(standing);
+        scenario["steps"] = standing;
+        scratch_.write("standing.json", scenario.dump());
         startBoard();
         startPage();
-    }
-    // Of the boards that are started from here on.
-    void writeSteps(const nlohmann::json& steps) const {
-        scratch_.write("standing.json", nlohmann::json{{"version", 1}, {"title", "a board"}, {"steps", steps}}.dump());
     }
     void startBoard() {
         board_ = std::make_unique<BackgroundProgram>(

@@ -138,7 +138,9 @@ function filter() {
   const words = byId('filter').value.toLowerCase().split(' ').filter(Boolean);
   let shown = 0, all = 0;
   for (const one of document.querySelectorAll(kFiltered)) {
-    const text = one.textContent.toLowerCase();
+    // "GEM port" is in the headings.
+    const heads = one.getAttribute('aria-label') || one.closest('table')?.tHead.textContent || '';
+    const text = (heads + ' ' + one.textContent).toLowerCase();
     const fits = words.every(word => text.includes(word));
     if (one.hasAttribute('hidden') === fits) one.toggleAttribute('hidden', !fits);
     if (!one.matches(kServices)) continue;

@@ -14,6 +14,7 @@ body { padding-bottom:56px }
 #connection::before { content:""; width:9px; height:9px; border-radius:99px; background:var(--soft) }
 #connection.live::before { background:var(--good) } #connection.lost::before { background:var(--bad) } #connection.lost { color:var(--bad) }
 .facts b { font-variant-numeric:tabular-nums }
+#filtered:empty { display:none }
 .filter { display:flex; flex-wrap:wrap; gap:4px 14px; align-items:flex-end; margin:16px 0 0; font-size:14px; color:var(--soft) } .filter input { width:280px }
 fieldset { border:1px solid var(--line); border-radius:10px; padding:6px 12px 10px; margin:0; min-width:0 }
 fieldset.bare { border:0; padding:0 } legend { font-size:13px; color:var(--soft); padding:0 4px }
