@@ -23,23 +23,16 @@ struct Change {
     std::vector<Operation> comes, goes;
 };
 
+inline XGEMConfig gemPortRecord(std::uint16_t portId) {
+    auto record = gem();
+    record.xgemPortId = portId;
+    return record;
+}
 inline Operation gemPort(std::uint16_t portId) {
-    return {"gemflow_add",
-            [portId](VornHal& hal) {
-                auto record = gem();
-                record.xgemPortId = portId;
-                return hal.vorn_omci_hal_gemflow_add(&record);
-            },
-            false};
+    return {"gemflow_add", asks(&VornHal::vorn_omci_hal_gemflow_add, gemPortRecord(portId)), false};
 }
 inline Operation noGemPort(std::uint16_t portId) {
-    return {"gemflow_del",
-            [portId](VornHal& hal) {
-                auto record = gem();
-                record.xgemPortId = portId;
-                return hal.vorn_omci_hal_gemflow_del(&record);
-            },
-            false};
+    return {"gemflow_del", asks(&VornHal::vorn_omci_hal_gemflow_del, gemPortRecord(portId)), false};
 }
 // Takes devices away, or makes the default bridge with all ports: what the device refuses of that stays as it is, and
 // the others go on, as by the contract.
@@ -48,13 +41,10 @@ inline Operation deviceByDevice(Operation operation) {
     return operation;
 }
 inline Operation bridge(std::uint16_t bridgeId, std::uint16_t uniPort = 0) {
-    return {"configureBridge", [=](VornHal& hal) { return hal.vorn_omci_hal_configureBridge(bridgeId, uniPort); }};
+    return {"configureBridge", asksForBridge(bridgeId, uniPort)};
 }
-inline Operation uni(UniDataProvisioning record) {
-    return {"filter_flow_add", [record](VornHal& hal) {
-                auto own = record;
-                return hal.vorn_omci_hal_filter_flow_add(&own);
-            }};
+inline Operation uni(const UniDataProvisioning& record) {
+    return {"filter_flow_add", asks(&VornHal::vorn_omci_hal_filter_flow_add, record)};
 }
 inline UniDataProvisioning ofPort(UniDataProvisioning record, std::uint16_t uniPort, std::uint16_t bridgeId = 3) {
     record.uniPort = uniPort;
@@ -98,18 +88,18 @@ inline BridgeServiceProvisioning multicast(std::uint16_t gemPortId) {
     return record;
 }
 inline Operation pon(const BridgeServiceProvisioning& record) {
-    return {"configureAniTagRules", [=](VornHal& hal) { return hal.vorn_omci_hal_configureAniTagRules(&record); }};
+    return {"configureAniTagRules", asks(&VornHal::vorn_omci_hal_configureAniTagRules, record)};
 }
 inline Operation noPonPort(const BridgeServiceProvisioning& record) {
-    return {"unsetPbitData", [=](VornHal& hal) { return hal.vorn_omci_hal_unsetPbitData(&record); }};
+    return {"unsetPbitData", asks(&VornHal::vorn_omci_hal_unsetPbitData, record)};
 }
 inline Operation noPonSide(const BridgeServiceProvisioning& record) {
-    return deviceByDevice({"deprovisionAniSideBridge",
-                           [=](VornHal& hal) { return hal.vorn_omci_hal_deprovisionAniSideBridge(&record); }});
+    return deviceByDevice(
+        {"deprovisionAniSideBridge", asks(&VornHal::vorn_omci_hal_deprovisionAniSideBridge, record)});
 }
 inline Operation noUniSide(const BridgeServiceProvisioning& record) {
-    return deviceByDevice({"deprovisionUniSideBridge",
-                           [=](VornHal& hal) { return hal.vorn_omci_hal_deprovisionUniSideBridge(&record); }});
+    return deviceByDevice(
+        {"deprovisionUniSideBridge", asks(&VornHal::vorn_omci_hal_deprovisionUniSideBridge, record)});
 }
 inline Operation gateway(bool comes, std::uint16_t gemPortId) {
     return {comes ? "veip_createRules" : "veip_deleteRules",

@@ -28,12 +28,26 @@ protected:
         return leaves(onu().sendFromPort("sid0", Frame{}), "gpondef", "VID 100 p0, IPv4") &&
                leaves(onu().sendFromPon(kGemPort, tagged(100)), "sid0", "untagged IPv4");
     }
+    // Looks at the service behind every call into the device.
+    void watch() {
+        onu().onTrace([this](const virtual_onu::TraceEntry&) {
+            if (std::exchange(looking_, true)) return;
+            ++looks_;
+            bad_ += isInForce() ? 0 : 1;
+            looking_ = false;
+        });
+    }
     void openState() { ASSERT_GE(daemon().open(state()), 0); }
     void restart() {
         daemon_ = std::make_unique<Daemon>(folder_);
         choose(daemon(), kG988);
         openState();
     }
+
+    unsigned looks_ = 0, bad_ = 0;
+
+private:
+    bool looking_ = false;
 };
 
 INSTANTIATE_TEST_SUITE_P(Each, Changes, ::testing::ValuesIn(changes()),
@@ -42,20 +56,13 @@ INSTANTIATE_TEST_SUITE_P(Each, Changes, ::testing::ValuesIn(changes()),
 TEST_P(Changes, NobodyElseNotices) {
     provision();
     const auto before = serving();
-    unsigned looks = 0, bad = 0;
-    bool looking = false;
-    onu().onTrace([&](const virtual_onu::TraceEntry&) {
-        if (std::exchange(looking, true)) return;
-        ++looks;
-        bad += isInForce() ? 0 : 1;
-        looking = false;
-    });
+    watch();
     for (const Operation& operation : operations()) {
-        EXPECT_EQ(operation.run(*daemon().operator->()), 0) << operation.name;
-        EXPECT_EQ(bad, 0U) << operation.name;
+        EXPECT_EQ(operation.run(daemon().hal()), 0) << operation.name;
+        EXPECT_EQ(bad_, 0U) << operation.name;
     }
     onu().onTrace(nullptr);
-    EXPECT_GT(looks, 10U);
+    EXPECT_GT(looks_, 10U);
     EXPECT_EQ(serving(), before) << nlohmann::json::diff(before, serving()).dump(1);
 }
 
@@ -74,11 +81,11 @@ TEST_P(Changes, AFailingCallLeavesAllOrNothing) {
         const auto begin = [&] {
             startOver();
             provision();
-            for (std::size_t done = 0; done < i; ++done) all[done].run(*daemon().operator->());
+            for (std::size_t done = 0; done < i; ++done) all[done].run(daemon().hal());
         };
         begin();
         const auto before = serving();
-        all[i].run(*daemon().operator->());
+        all[i].run(daemon().hal());
         const auto after = serving();
         unsigned failed = 0;
         begin();
@@ -86,7 +93,7 @@ TEST_P(Changes, AFailingCallLeavesAllOrNothing) {
             const auto number = onu().callCount() + nth;
             onu().failCall(number, 5);
             int result = 0;
-            const std::string printed = printedBy([&] { result = all[i].run(*daemon().operator->()); });
+            const std::string printed = printedBy([&] { result = all[i].run(daemon().hal()); });
             const bool isOver = onu().callCount() < number;
             onu().clearFaults();
             if (isOver) break;
@@ -113,17 +120,16 @@ TEST_P(Changes, KilledWithinThemItEndsAsIfNothingHadBeen) {
     provision();
     std::vector<nlohmann::json> whole;
     for (const Operation& operation : all) {
-        operation.run(*daemon().operator->());
+        operation.run(daemon().hal());
         whole.push_back(serving());
     }
     for (std::size_t i = 0; i < all.size(); ++i) {
         for (unsigned deviceCall = 1 + static_cast<unsigned>(i) % kEvery;; deviceCall += kEvery) {
             SCOPED_TRACE(std::string(all[i].name) + ", device call " + std::to_string(deviceCall));
-            fs::remove(state());
             startOver();
             openState();
             provision();
-            for (std::size_t done = 0; done < i; ++done) all[done].run(*daemon().operator->());
+            for (std::size_t done = 0; done < i; ++done) all[done].run(daemon().hal());
             if (!killAt(
                     daemon(), [&](VornHal& hal) { all[i].run(hal); }, deviceCall))
                 break;
@@ -131,7 +137,7 @@ TEST_P(Changes, KilledWithinThemItEndsAsIfNothingHadBeen) {
             restart();
             ASSERT_TRUE(isInForce());
             for (std::size_t again = i; again < all.size(); ++again) {
-                all[again].run(*daemon().operator->());
+                all[again].run(daemon().hal());
                 ASSERT_EQ(serving(), whole[again]) << nlohmann::json::diff(whole[again], serving()).dump(1);
             }
         }
@@ -144,11 +150,10 @@ TEST_P(Changes, WhatNobodyAsksForAgainGoesAndNobodyElseNotices) {
     provision();
     const auto expected = serving();
     const auto firstLife = [&] {
-        fs::remove(state());
         startOver();
         openState();
         provision();
-        for (const Operation& operation : GetParam().comes) operation.run(*daemon().operator->());
+        for (const Operation& operation : GetParam().comes) operation.run(daemon().hal());
     };
     const auto secondLife = [&] {
         restart();
@@ -156,26 +161,20 @@ TEST_P(Changes, WhatNobodyAsksForAgainGoesAndNobodyElseNotices) {
     };
     firstLife();
     const auto whole = serving();
-    unsigned bad = 0;
-    bool looking = false;
-    onu().onTrace([&](const virtual_onu::TraceEntry&) {
-        if (std::exchange(looking, true)) return;
-        bad += isInForce() ? 0 : 1;
-        looking = false;
-    });
+    watch();
     secondLife();
     EXPECT_GE(daemon().settle(), 0);
     onu().onTrace(nullptr);
-    EXPECT_EQ(bad, 0U);
+    EXPECT_EQ(bad_, 0U);
     EXPECT_EQ(serving(), expected) << nlohmann::json::diff(expected, serving()).dump(1);
     EXPECT_EQ(daemon().settle(), 0) << "once is enough";
     for (const Operation& operation : GetParam().comes)
-        EXPECT_EQ(operation.run(*daemon().operator->()), 0) << operation.name;
+        EXPECT_EQ(operation.run(daemon().hal()), 0) << operation.name;
     EXPECT_EQ(serving(), whole) << nlohmann::json::diff(whole, serving()).dump(1);
 
     // All of it is asked for again: nothing is done twice, and nothing goes.
     secondLife();
-    for (const Operation& operation : GetParam().comes) operation.run(*daemon().operator->());
+    for (const Operation& operation : GetParam().comes) operation.run(daemon().hal());
     EXPECT_EQ(daemon().settle(), 0);
     EXPECT_EQ(serving(), whole) << nlohmann::json::diff(whole, serving()).dump(1);
 
@@ -216,24 +215,24 @@ TEST_F(ForwardedServices, WhatTheKitDoesNotGiveUpStaysUntilItDoes) {
 TEST_F(ForwardedServices, TheOrderOfPonPortsIsTheOneOfTheLastLife) {
     const auto life = [&](std::uint16_t first, std::uint16_t second) {
         for (const std::uint16_t gemPortId : {std::uint16_t{1001}, std::uint16_t{1002}})
-            gemPort(gemPortId).run(*daemon().operator->());
-        bridge(3).run(*daemon().operator->());
+            gemPort(gemPortId).run(daemon().hal());
+        bridge(3).run(daemon().hal());
         for (const std::uint16_t gemPortId : {first, second})
-            pon(ponPort(gemPortId, "0064")).run(*daemon().operator->());
+            pon(ponPort(gemPortId, "0064")).run(daemon().hal());
         ASSERT_EQ(ask(daemon(), row(true)), 0);
     };
     const auto gemPortUp = [] {
         const auto walk = onu().sendFromPort("sid0", Frame{});
         return walk.exits.empty() ? 0 : walk.exits.front().gemPort.value_or(0);
     };
-    internet()[0].make(*daemon().operator->());
+    internet()[0].make(daemon().hal());
     ASSERT_EQ(daemon().open(state()), 0);
     life(1001, 1002);
     EXPECT_EQ(gemPortUp(), 1001U);
     daemon_ = std::make_unique<Daemon>(folder_);
     choose(daemon(), kG988);
     ASSERT_GT(daemon().open(state()), 0);
-    internet()[0].make(*daemon().operator->());
+    internet()[0].make(daemon().hal());
     life(1002, 1001);
     daemon().settle();
     EXPECT_EQ(gemPortUp(), 1002U);

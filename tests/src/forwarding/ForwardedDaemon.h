@@ -46,9 +46,8 @@ protected:
     }
     static int chosen(Daemon& daemon) { return daemon.symbol<int (*)()>("vorn_hal_get_forwarding")(); }
 
-    // The record of a call is the HAL's to change.
-    static int ask(Daemon& daemon, UniDataProvisioning record) {
-        return daemon->vorn_omci_hal_filter_flow_add(&record);
+    static int ask(Daemon& daemon, const UniDataProvisioning& record) {
+        return asks(&VornHal::vorn_omci_hal_filter_flow_add, record)(daemon.hal());
     }
 
     static Frame tagged(std::uint16_t vid) {
@@ -76,7 +75,7 @@ protected:
     }
     // A new board, and a daemon that has done nothing yet.
     void startOver() {
-        onu().reset();
+        Forwarding::startOver();
         daemon_ = std::make_unique<Daemon>(folder_);
         ASSERT_EQ(choose(*daemon_, kG988), 0);
     }

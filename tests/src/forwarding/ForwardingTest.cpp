@@ -1,6 +1,5 @@
 // Forwarding by G.988 as a daemon gets it: chosen, provisioned, changed, taken back, failing, restarted.
 #include <set>
-#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -58,16 +57,6 @@ TEST_F(Forwarding, TheVariableIsForDaemonsThatChooseNothing) {
 
 // ---- services ----
 
-// With the contract's rules the line is dead then: what is left of the row counts as the row.
-TEST_F(ForwardedServices, AnUntaggedRowComesBack) {
-    provision();
-    ASSERT_EQ(ask(daemon(), deletion(row(true))), 0);
-    EXPECT_EQ(up(Frame{}), "");
-    ASSERT_EQ(ask(daemon(), row(true)), 0);
-    EXPECT_EQ(up(Frame{}), "VID 100 p0, IPv4");
-    EXPECT_EQ(down(tagged(100)), "untagged IPv4");
-}
-
 TEST_F(ForwardedServices, WhatIsTakenBackLeavesNothing) {
     onu().reset();
     daemon()->vorn_omci_hal_configureBridge(9, 0);  // makes the default bridge
@@ -98,71 +87,6 @@ TEST_F(ForwardedServices, ABridgeComesBackWithItsPorts) {
     EXPECT_FALSE(onu().device("sid0.3") || onu().device("sid2.3"));
 }
 
-// A frame of the first row after every call into the kit while others come, change and go.
-TEST_F(ForwardedServices, AFrameOfAServiceThatIsNotChangedNeverNotices) {
-    provision();
-    unsigned looks = 0, bad = 0;
-    bool looking = false;
-    onu().onTrace([&](const virtual_onu::TraceEntry&) {
-        if (std::exchange(looking, true)) return;
-        ++looks;
-        bad += up(Frame{}) == "VID 100 p0, IPv4" && down(tagged(100)) == "untagged IPv4" ? 0 : 1;
-        looking = false;
-    });
-    auto list = service();
-    std::snprintf(list.vlanTciFilterList, sizeof list.vlanTciFilterList, "006400c8");
-    list.numberOfEntries = 2;
-    EXPECT_EQ(daemon()->vorn_omci_hal_configureAniTagRules(&list), 0);
-    EXPECT_EQ(ask(daemon(), tagging(20, 200)), 0);
-    EXPECT_EQ(ask(daemon(), tagging(20, 201)), 0);
-    EXPECT_EQ(ask(daemon(), deletion(tagging(20, 0))), 0);
-    onu().onTrace(nullptr);
-    EXPECT_GT(looks, 50U);
-    EXPECT_EQ(bad, 0U) << "of " << looks;
-}
-
-// Each call of the kit in turn fails, until the operation has none left.
-TEST_F(ForwardedServices, AFailedOperationLeavesTheServiceAsItWas) {
-    provision();
-    const auto before = serving();
-    for (const char* call : {"vlanCtl_initTagRule", "vlanCtl_insertTagRule", "vlanCtl_removeTagRule",
-                             "vlanCtl_filterOnTagVid", "vlanCtl_cmdPopVlanTag", "vlanCtl_init"}) {
-        unsigned failed = 0;
-        for (int nth = 1;; ++nth) {
-            SCOPED_TRACE(std::string(call) + " " + std::to_string(nth));
-            const auto fault = onu().failNext(call, nth, 5);
-            auto changed = row(true);
-            changed.innerTreatmentPrio = 5;
-            int result = 0;
-            const std::string printed = printedBy([&] { result = ask(daemon(), changed); });
-            if (onu().callsUntilFault(fault)) {
-                EXPECT_EQ(result, 0);
-                break;
-            }
-            ++failed;
-            EXPECT_EQ(result, -1);
-            EXPECT_EQ(serving(), before);
-            if (std::string(call) != "vlanCtl_init") {
-                EXPECT_NE(printed.find("sid0"), std::string::npos) << printed;
-            }
-        }
-        onu().clearFaults();
-        EXPECT_GT(failed, 0U) << call;
-        ASSERT_EQ(ask(daemon(), row(true)), 0);
-        EXPECT_EQ(serving(), before);
-    }
-}
-
-TEST_F(ForwardedServices, AFailedFirstRowLeavesNoDevice) {
-    make(daemon(), 0, kProvisioning - 1);
-    const auto before = serving();
-    onu().failNext("vlanCtl_insertTagRule", 2, 5);
-    EXPECT_EQ(ask(daemon(), row(true)), -1);
-    EXPECT_EQ(serving(), before);
-    ASSERT_EQ(ask(daemon(), row(true)), 0);
-    EXPECT_EQ(up(Frame{}), "VID 100 p0, IPv4");
-}
-
 TEST_F(ForwardedServices, BadInputChangesNothing) {
     provision();
     const auto before = serving();
@@ -186,13 +110,12 @@ TEST_F(ForwardedServices, BadInputChangesNothing) {
 
 TEST_F(Forwarding, AFileOfTheOtherModeIsRefused) {
     for (const int forwarding : {kG988, kContract}) {
-        onu().reset();
-        fs::remove(state());
+        startOver();
         {
             Daemon first(folder_);
             choose(first, forwarding);
             ASSERT_EQ(first.open(state()), 0);
-            make(first, 0, kProvisioning);
+            provision(first.hal());
         }
         const std::string file = read(state());
         Daemon other(folder_);
@@ -251,16 +174,13 @@ TEST_F(Forwarding, KilledWithinAnOperationItEndsAsIfNothingHadBeen) {
     for (std::size_t call = 0; call < internet().size(); ++call) {
         for (unsigned deviceCall = 1 + static_cast<unsigned>(call) % kEvery;; deviceCall += kEvery) {
             SCOPED_TRACE(std::string(internet()[call].name) + ", device call " + std::to_string(deviceCall));
-            onu().reset();
-            fs::remove(state());
+            startOver();
             {
                 Daemon first(folder_);
                 choose(first, kG988);
                 ASSERT_EQ(first.open(state()), 0);
                 make(first, 0, call);
-                if (!killAt(
-                        first, [&](VornHal&) { make(first, call, call + 1); }, deviceCall))
-                    break;
+                if (!killAt(first, internet()[call].make, deviceCall)) break;
             }
             Daemon second(folder_);
             choose(second, kG988);

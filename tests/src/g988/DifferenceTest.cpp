@@ -87,44 +87,6 @@ TEST_F(Difference, RowForTheRestTakesWhatStandsBehindItAlong) {
     EXPECT_EQ(sent.exits[0].frame.text(), "VID 900 p3, IPv4");
 }
 
-// Every call of a change fails once: what there was is there again, with the same meaning.
-TEST_F(Difference, FailingCallLeavesWhatThereWas) {
-    rowsOf(tables_) = g988::TaggingTable();
-    rowsOf(tables_).set(translation(100, 1500));
-    rowsOf(tables_).set(translation(101, 1001));
-    tables_.bridges[1][0].filter = {0x10, {{0, 0, 1500}, {0, 0, 1001}}};
-    ASSERT_TRUE(g988::carryOut(g988::planOf(tables_), rules_).done);
-    const g988::Plan before = g988::planOf(tables_);
-    rowsOf(tables_).set(translation(100, 1600));
-    rowsOf(tables_).erase(translation(101, 0));
-    tables_.bridges[1][0].filter = {0x06, {{0, 0, 1001}}};
-    const g988::Plan after = g988::planOf(tables_);
-
-    unsigned failures = 0;
-    for (unsigned nth = 1;; ++nth) {
-        onu().clearTrace();
-        onu().failCall(onu().callCount() + nth, 7);
-        const auto outcome = g988::carryOut(after, rules_);
-        onu().clearFaults();
-        installed_ = rules_;
-        if (outcome.done) break;
-        ++failures;
-        ASSERT_TRUE(contains(outcome.reason, "answers 7")) << outcome.reason;
-        ASSERT_EQ(differsFrom(before), "") << "call " << nth << ": " << outcome.reason;
-    }
-    EXPECT_GT(failures, 30u);
-    EXPECT_EQ(differsFrom(after), "");
-}
-
-TEST_F(Difference, RefusedPlanAsksForNothing) {
-    rowsOf(tables_).downstreamMode = 9;
-    onu().clearTrace();
-    const auto outcome = g988::carryOut(g988::planOf(tables_), rules_);
-    EXPECT_FALSE(outcome.done);
-    EXPECT_EQ(outcome.reason, "sid0: there is no such downstream mode");
-    EXPECT_TRUE(onu().traceTexts().empty());
-}
-
 // ---- the steps of one table, without a device ----
 
 using RuleTable = std::vector<g988::InstalledRule>;

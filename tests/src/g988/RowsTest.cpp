@@ -1,4 +1,5 @@
-// Rows of the extended VLAN tagging table, written as the 16 bytes that an OLT sends, and what becomes of frames.
+// Downstream modes and tables of the extended VLAN tagging operation, their rows written as the 16 bytes that an OLT
+// sends. What each row does to frames: RandomTablesTest.cpp; through the HAL: omci/services/FilterTest.cpp.
 #include "src/g988/PlannedBoard.h"
 
 namespace {
@@ -7,7 +8,6 @@ using virtual_onu::Frame;
 using virtual_onu::VlanTag;
 
 constexpr std::uint16_t kServiceTpid = 0x88A8;
-constexpr const char* kDropUntagged = "F8000000 F8000000 C00F0000 000F0000";
 
 // Four words of a row, most significant bit first.
 g988::TaggingRow rowOf(const std::string& text, std::uint16_t bridge = 1) {
@@ -48,112 +48,20 @@ g988::Tables tablesWith(std::optional<g988::TaggingTable> tagging) {
     return tables;
 }
 
-Frame frame(const std::vector<VlanTag>& tags, std::uint16_t etherType = 0x0800, std::uint8_t dscp = 0) {
+Frame frame(const std::vector<VlanTag>& tags) {
     Frame made;
     made.tags = tags;
-    made.etherType = etherType;
-    made.dscp = dscp;
     return made;
 }
 
-VlanTag tag(unsigned vid, unsigned pbits = 0, std::uint16_t tpid = 0x8100, bool dei = false) {
-    return {tpid, static_cast<std::uint8_t>(pbits), dei, static_cast<std::uint16_t>(vid)};
+VlanTag tag(unsigned vid, unsigned pbits = 0) {
+    return {0x8100, static_cast<std::uint8_t>(pbits), false, static_cast<std::uint16_t>(vid)};
 }
 
-struct Case {
-    const char* name;
-    std::vector<const char*> rows;
-    std::uint8_t mode;
-    bool goesUp;
-    Frame sent;
-    const char* leaves;  // "" for a frame that is dropped
-};
-
-constexpr bool kUp = true, kDown = false;
 constexpr const char* kUntaggedTo321 = "F8000000 F8000000 000F0000 00000A0C";
 constexpr const char* k100To321 = "F8000000 80320000 400F0000 00080A0C";
-constexpr const char* kAnyTagIn900 = "F8000000 88000000 000F0000 00081C22";
-constexpr const char* kUntaggedIn900Over50 = "F8000000 F8000000 00001C26 00000194";
-constexpr const char* kPppoeTo7 = "F8000000 F8000002 000F0000 0005003C";
 constexpr const char* k100To321P5 = "F8000000 80320000 400F0000 00050A0C";
-constexpr const char* kExchange = "88000000 88000000 80088000 00098009";
 constexpr const char* kUntaggedByDscp = "F8000000 F8000000 000F0000 000A0A0C";
-constexpr const char* k100P3To321P3 = "F8000000 30320000 400F0000 00030A0C";
-constexpr const char* k200To321P5 = "F8000000 80640000 400F0000 00050A0C";
-constexpr const char* kAnyTagDropped = "F8000000 88000000 C00F0000 000F0000";
-constexpr const char* kTwoTagsLoseOuter = "88000000 88000000 400F0000 000F0000";
-constexpr const char* kTwoTagsInto321 = "88000000 80320000 800F0000 00090A0C";
-constexpr const char* k100Ipv6To66 = "F8000000 80320004 400F0000 00080214";
-
-class Rows : public PlannedBoard, public ::testing::WithParamInterface<Case> {};
-
-TEST_P(Rows, DoWhatTheySay) {
-    const Case& one = GetParam();
-    const g988::Plan plan = g988::planOf(tablesWith(tableOf(one.rows, one.mode)));
-    ASSERT_TRUE(plan.refusals.empty()) << plan.refusals.front().text();
-    carryOut(plan);
-    const auto walk = one.goesUp ? onu().sendFromPort("sid0", one.sent) : onu().sendFromPon(kFirstPortId, one.sent);
-    EXPECT_EQ(walk.exits.empty() ? "" : walk.exits.front().frame.text(), one.leaves);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Examples, Rows,
-    ::testing::Values(
-        Case{"UntaggedUp", {kUntaggedTo321}, 0, kUp, frame({}), "VID 321 p0, IPv4"},
-        Case{"UntaggedDown", {kUntaggedTo321}, 0, kDown, frame({tag(321)}), "untagged IPv4"},
-        Case{"FixedPbitsAreNotAskedForDownstream", {kUntaggedTo321}, 0, kDown, frame({tag(321, 5)}), "untagged IPv4"},
-        Case{"WhatNoInverseTakesIsDropped", {kUntaggedTo321}, 0, kDown, frame({tag(322)}), ""},
-        Case{"TranslatedUp", {k100To321}, 0, kUp, frame({tag(100, 5)}), "VID 321 p5, IPv4"},
-        Case{"TranslatedDown", {k100To321}, 0, kDown, frame({tag(321, 3)}), "VID 100 p3, IPv4"},
-        Case{"DefaultRowPasses", {k100To321}, 0, kUp, frame({tag(200, 5)}), "VID 200 p5, IPv4"},
-        Case{"ServiceTagUp",
-             {kAnyTagIn900},
-             0,
-             kUp,
-             frame({tag(7, 3, 0x8100, true)}),
-             "VID 900 p3 DEI TPID 0x88a8, VID 7 p3 DEI, IPv4"},
-        Case{"ServiceTagDown",
-             {kAnyTagIn900},
-             0,
-             kDown,
-             frame({tag(900, 1, kServiceTpid), tag(7, 3)}),
-             "VID 7 p3, IPv4"},
-        Case{"TwoTagsUp", {kUntaggedIn900Over50}, 0, kUp, frame({}), "VID 900 p0 TPID 0x88a8, VID 50 p0, IPv4"},
-        Case{"TwoTagsDown",
-             {kUntaggedIn900Over50},
-             0,
-             kDown,
-             frame({tag(900, 0, kServiceTpid), tag(50)}),
-             "untagged IPv4"},
-        Case{"PppoeDiscovery", {kPppoeTo7}, 0, kUp, frame({}, 0x8863), "VID 7 p5, PPPoE discovery"},
-        Case{"PppoeSession", {kPppoeTo7}, 0, kUp, frame({}, 0x8864), "VID 7 p5, PPPoE session"},
-        Case{"OtherTypesMeetTheDefaultRow", {kPppoeTo7}, 0, kUp, frame({}), "untagged IPv4"},
-        Case{"DefaultRowThatDrops", {kDropUntagged, kPppoeTo7}, 0, kUp, frame({}), ""},
-        Case{"Ipv6Up", {k100Ipv6To66}, 0, kUp, frame({tag(100, 2)}, 0x86DD), "VID 66 p2, IPv6"},
-        Case{"Ipv6RowLeavesIpv4", {k100Ipv6To66}, 0, kUp, frame({tag(100, 2)}), "VID 100 p2, IPv4"},
-        Case{"ExchangedTagsUp", {kExchange}, 0, kUp, frame({tag(10, 1), tag(20, 2)}), "VID 20 p2, VID 10 p1, IPv4"},
-        Case{"ExchangedTagsDown", {kExchange}, 0, kDown, frame({tag(20, 2), tag(10, 1)}), "VID 10 p1, VID 20 p2, IPv4"},
-        Case{"PbitsByDscp", {kUntaggedByDscp}, 0, kUp, frame({}, 0x0800, 46), "VID 321 p5, IPv4 DSCP 46"},
-        Case{"PbitsWithoutDscp", {kUntaggedByDscp}, 0, kUp, frame({}, 0x0806), "VID 321 p0, ARP"},
-        Case{"SpecificPbitsFirst", {kAnyTagDropped, k100P3To321P3}, 0, kUp, frame({tag(100, 3)}), "VID 321 p3, IPv4"},
-        Case{"OthersMeetTheNextRow", {kAnyTagDropped, k100P3To321P3}, 0, kUp, frame({tag(100, 4)}), ""},
-        Case{"PbitsDecideAmongRowsOfOneVid",
-             {k100P3To321P3, k200To321P5},
-             0,
-             kDown,
-             frame({tag(321, 5)}),
-             "VID 200 p0, IPv4"},
-        Case{"TheFirstOfThemTakesOtherPbits",
-             {k100P3To321P3, k200To321P5},
-             0,
-             kDown,
-             frame({tag(321, 1)}),
-             "VID 100 p3, IPv4"},
-        Case{"OuterTagTakenOff", {kTwoTagsLoseOuter}, 0, kUp, frame({tag(5), tag(6, 2)}), "VID 6 p2, IPv4"},
-        Case{"LostTagComesBackLowest", {kTwoTagsLoseOuter}, 0, kDown, frame({tag(6, 2)}), "VID 0 p0, VID 6 p2, IPv4"},
-        Case{"TwoTagsIntoOneUp", {kTwoTagsInto321}, 0, kUp, frame({tag(5, 6), tag(100, 2)}), "VID 321 p6, IPv4"},
-        Case{"TwoTagsIntoOneDown", {kTwoTagsInto321}, 0, kDown, frame({tag(321, 6)}), "VID 0 p6, VID 100 p0, IPv4"}),
-    [](const auto& test) { return std::string(test.param.name); });
 
 struct Mode {
     std::uint8_t mode;

@@ -1,6 +1,5 @@
-// Services as a daemon's records ask for them: in any order, taken back in any order, and refused.
-#include <numeric>
-
+// Services as a daemon's records ask for them, and records that are refused. In any order, made and taken back:
+// omci/services/StandardForwardingTest.cpp.
 #include "BRCM/BCM968580/DATA/g988/Services.h"
 #include "src/g988/PlannedBoard.h"
 
@@ -74,39 +73,6 @@ protected:
         return walk.exits.empty() ? "" : walk.exits.front().device + ": " + walk.exits.front().frame.text();
     }
 };
-
-using Operation = std::function<g988::Outcome(g988::Services&)>;
-
-// Untagged internet on bridge 1, voice in VLAN 20 on bridge 2: 24 orders of making them, as many of taking them back.
-TEST_F(ServicesTest, OrderIsOfNoMatter) {
-    const std::vector<Operation> make = {
-        [](auto& services) { return services.setUni(row(1, 0, 321)); },
-        [](auto& services) { return services.setUni(row(2, 20, 900)); },
-        [](auto& services) { return services.setPonPort(pon(1, "0141", 1000)); },
-        [](auto& services) { return services.setPonPort(pon(2, "0384", 1001)); },
-    };
-    const std::vector<Operation> takeBack = {
-        [](auto& services) { return services.removeUni(1, 1); },
-        [](auto& services) { return services.removeUniSide(2); },
-        [](auto& services) { return services.removePonPorts(pon(1, "", 1000)); },
-        [](auto& services) { return services.removePonSide(2); },
-    };
-    std::vector<std::size_t> order(make.size());
-    std::iota(order.begin(), order.end(), 0u);
-    do {
-        auto made = services();
-        for (const std::size_t i : order) ASSERT_TRUE(make[i](made).done);
-        EXPECT_EQ(up(Frame{}), "GEM 1000 queue 0: VID 321 p0, IPv4");
-        EXPECT_EQ(up(tagged(20, 5)), "GEM 1001 queue 5: VID 900 p5, IPv4");
-        EXPECT_EQ(down(1000, tagged(321)), "sid0: untagged IPv4");
-        EXPECT_EQ(down(1001, tagged(900, 5)), "sid0: VID 20 p5, IPv4");
-        EXPECT_EQ(down(1000, tagged(900, 5)), "");
-        installed_ = made.installed();
-        EXPECT_EQ(differsFrom(g988::planOf(made.tables())), "");
-        for (const std::size_t i : order) ASSERT_TRUE(takeBack[i](made).done);
-        EXPECT_EQ(onu().ruleCount(), 0u);
-    } while (!HasFailure() && std::next_permutation(order.begin(), order.end()));
-}
 
 // What broke lines: an untagged row that was deleted and added again, and rows that differ in their EtherType alone.
 TEST_F(ServicesTest, DeletedRowsComeBack) {

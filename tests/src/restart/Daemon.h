@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -38,6 +40,7 @@ public:
     Daemon& operator=(const Daemon&) = delete;
     ~Daemon() { kill(); }
 
+    VornHal& hal() { return *hal_; }
     VornHal* operator->() { return hal_; }
     int open(const std::string& path) {
         statePath_ = path;
@@ -90,71 +93,51 @@ inline UniDataProvisioning row(bool add) {
     return internet_service::row(2, add);
 }
 
+using Work = std::function<void(VornHal&)>;
+
+// Calls an operation with a record of its own, which the HAL may change.
+template <typename Argument, typename Record>
+auto asks(int (VornHal::*operation)(Argument), const Record& record) {
+    return [=](VornHal& hal) {
+        Record own = record;
+        return (hal.*operation)(&own);
+    };
+}
+inline auto asks(int (VornHal::*operation)(void*, void*), const TContProvisioning& record) {
+    return [=](VornHal& hal) {
+        TContProvisioning own = record;
+        return (hal.*operation)(nullptr, &own);
+    };
+}
+inline auto asksForBridge(std::uint16_t bridgeId, std::uint16_t uniPort = 0) {
+    return [=](VornHal& hal) { return hal.vorn_omci_hal_configureBridge(bridgeId, uniPort); };
+}
+
 struct Call {
     const char* name;
-    void (*make)(VornHal&);
+    Work make;
 };
 
 inline const std::vector<Call>& internet() {
     static const std::vector<Call> calls = {
-        {"tcont_set",
-         [](VornHal& hal) {
-             auto r = tcont();
-             hal.vorn_omci_hal_tcont_set(nullptr, &r);
-         }},
-        {"gemflow_add",
-         [](VornHal& hal) {
-             auto r = gem();
-             hal.vorn_omci_hal_gemflow_add(&r);
-         }},
-        {"configureBridge", [](VornHal& hal) { hal.vorn_omci_hal_configureBridge(3, 0); }},
-        {"configureAniTagRules",
-         [](VornHal& hal) {
-             auto r = service();
-             hal.vorn_omci_hal_configureAniTagRules(&r);
-         }},
-        {"filter_flow_add",
-         [](VornHal& hal) {
-             auto r = row(true);
-             hal.vorn_omci_hal_filter_flow_add(&r);
-         }},
-        {"filter_flow_add, away",
-         [](VornHal& hal) {
-             auto r = row(false);
-             hal.vorn_omci_hal_filter_flow_add(&r);
-         }},
-        {"unsetPbitData",
-         [](VornHal& hal) {
-             auto r = service();
-             hal.vorn_omci_hal_unsetPbitData(&r);
-         }},
-        {"deprovisionUniSideBridge",
-         [](VornHal& hal) {
-             auto r = service();
-             hal.vorn_omci_hal_deprovisionUniSideBridge(&r);
-         }},
-        {"deprovisionAniSideBridge",
-         [](VornHal& hal) {
-             auto r = service();
-             hal.vorn_omci_hal_deprovisionAniSideBridge(&r);
-         }},
-        {"gemflow_del",
-         [](VornHal& hal) {
-             auto r = gem();
-             hal.vorn_omci_hal_gemflow_del(&r);
-         }},
-        {"tcont_reset",
-         [](VornHal& hal) {
-             auto r = tcont();
-             hal.vorn_omci_hal_tcont_reset(nullptr, &r);
-         }},
+        {"tcont_set", asks(&VornHal::vorn_omci_hal_tcont_set, tcont())},
+        {"gemflow_add", asks(&VornHal::vorn_omci_hal_gemflow_add, gem())},
+        {"configureBridge", asksForBridge(3)},
+        {"configureAniTagRules", asks(&VornHal::vorn_omci_hal_configureAniTagRules, service())},
+        {"filter_flow_add", asks(&VornHal::vorn_omci_hal_filter_flow_add, row(true))},
+        {"filter_flow_add, away", asks(&VornHal::vorn_omci_hal_filter_flow_add, row(false))},
+        {"unsetPbitData", asks(&VornHal::vorn_omci_hal_unsetPbitData, service())},
+        {"deprovisionUniSideBridge", asks(&VornHal::vorn_omci_hal_deprovisionUniSideBridge, service())},
+        {"deprovisionAniSideBridge", asks(&VornHal::vorn_omci_hal_deprovisionAniSideBridge, service())},
+        {"gemflow_del", asks(&VornHal::vorn_omci_hal_gemflow_del, gem())},
+        {"tcont_reset", asks(&VornHal::vorn_omci_hal_tcont_reset, tcont())},
     };
     return calls;
 }
 constexpr std::size_t kProvisioning = 5;  // of the calls above
 
 inline void make(Daemon& daemon, std::size_t from, std::size_t to) {
-    for (std::size_t i = from; i < to; ++i) internet()[i].make(*daemon.operator->());
+    for (std::size_t i = from; i < to; ++i) internet()[i].make(daemon.hal());
 }
 
 class RestartFixture : public ::testing::Test {
@@ -162,6 +145,26 @@ protected:
     void SetUp() override { onu().reset(); }
     static VirtualOnu& onu() { return VirtualOnu::instance(); }
     std::string state() const { return folder_.path("hal.state"); }
+    // A new board without a state file.
+    void startOver() const {
+        onu().reset();
+        fs::remove(state());
+    }
+    // The first life of a daemon on a new board.
+    void live(const Work& work) {
+        startOver();
+        Daemon daemon(folder_);
+        ASSERT_EQ(daemon.open(state()), 0);
+        work(daemon.hal());
+    }
+    static void provision(VornHal& hal) {
+        for (std::size_t i = 0; i < kProvisioning; ++i) internet()[i].make(hal);
+    }
+    // The records of another life's file, behind the header with this board's boot id.
+    void putRecordsOf(const std::string& file) const {
+        constexpr std::size_t kHeader = 64;
+        write(state(), read(state()).substr(0, kHeader) + file.substr(kHeader));
+    }
 
     // The log's lines about restarts.
     static std::vector<std::string> said() {
@@ -171,9 +174,9 @@ protected:
         return lines;
     }
     static bool saidThat(const std::string& part) {
-        for (const auto& line : said())
-            if (line.find(part) != std::string::npos) return true;
-        return false;
+        const auto lines = said();
+        return std::any_of(lines.begin(), lines.end(),
+                           [&](const auto& line) { return line.find(part) != std::string::npos; });
     }
 
     Folder folder_;

@@ -4,7 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/vlanctl.h"
-#include "src/restart/Killing.h"
+#include "src/restart/Services.h"
 
 namespace restart_tests {
 namespace {
@@ -33,8 +33,7 @@ protected:
 TEST_F(Interrupted, ARuleOfAnotherProgramStays) {
     for (const bool alsoBehind : {false, true}) {
         SCOPED_TRACE(alsoBehind ? "and another one came behind" : "it was there before");
-        onu().reset();
-        fs::remove(state());
+        startOver();
         unsigned other = 0;
         {
             Daemon first(folder_);
@@ -57,7 +56,7 @@ TEST_F(Interrupted, ARuleOfAnotherProgramStays) {
     }
 }
 
-// ---- left alone ----
+// ---- never half done ----
 
 IpHostProvision host(bool dhcp) {
     IpHostProvision record{};
@@ -79,18 +78,15 @@ BridgeServiceProvisioning threePorts() {
 }
 
 void provisionThreePorts(VornHal& hal) {
-    auto alloc = tcont();
-    hal.vorn_omci_hal_tcont_set(nullptr, &alloc);
+    internet()[0].make(hal);
     for (std::uint16_t port = kGemPort; port < kGemPort + 3; ++port) {
         XGEMConfig record = gem();
         record.xgemPortId = port;
         hal.vorn_omci_hal_gemflow_add(&record);
     }
     hal.vorn_omci_hal_configureBridge(3, 0);
-    const auto record = threePorts();
-    hal.vorn_omci_hal_configureAniTagRules(&record);
-    auto untagged = row(true);
-    hal.vorn_omci_hal_filter_flow_add(&untagged);
+    asks(&VornHal::vorn_omci_hal_configureAniTagRules, threePorts())(hal);
+    asks(&VornHal::vorn_omci_hal_filter_flow_add, row(true))(hal);
 }
 
 UniDataProvisioning dscpRow() {
@@ -100,103 +96,99 @@ UniDataProvisioning dscpRow() {
     return record;
 }
 
-struct Left {
-    const char* what;
+struct Interruption {
+    std::string what;
     Work before, call;
+    unsigned first, every;  // of its calls into the device, the one behind which it ends
+    bool isProvisioning;
 };
 
-const std::vector<Left>& leftCalls() {
-    static const std::vector<Left> calls = {
-        {"unsetPbitData", provisionThreePorts,
-         [](VornHal& hal) {
-             const auto record = threePorts();
-             hal.vorn_omci_hal_unsetPbitData(&record);
-         }},
-        {"deprovisionAniSideBridge", provisionThreePorts,
-         [](VornHal& hal) {
-             const auto record = service();
-             hal.vorn_omci_hal_deprovisionAniSideBridge(&record);
-         }},
-        {"deprovisionUniSideBridge", provisionThreePorts,
-         [](VornHal& hal) {
-             const auto record = service();
-             hal.vorn_omci_hal_deprovisionUniSideBridge(&record);
-         }},
-        {"filter_flow_add, away", provisionThreePorts,
-         [](VornHal& hal) {
-             auto record = row(false);
-             hal.vorn_omci_hal_filter_flow_add(&record);
-         }},
-        {"a row by DSCP", provisionThreePorts,
-         [](VornHal& hal) {
-             auto record = dscpRow();
-             hal.vorn_omci_hal_filter_flow_add(&record);
-         }},
-        {"provisionIpHost", provisionThreePorts,
-         [](VornHal& hal) {
-             const auto record = host(false);
-             hal.vorn_omci_hal_provisionIpHost(&record);
-         }},
-        {"deprovisionIpHost",
-         [](VornHal& hal) {
-             provisionThreePorts(hal);
-             const auto record = host(true);
-             hal.vorn_omci_hal_provisionIpHost(&record);
-         },
-         [](VornHal& hal) {
-             const auto record = host(true);
-             hal.vorn_omci_hal_deprovisionIpHost(&record);
-         }},
+std::vector<Interruption> interruptions() {
+    const Work provisioned = provisionThreePorts;
+    const auto withDhcpHost = [](VornHal& hal) {
+        provisionThreePorts(hal);
+        asks(&VornHal::vorn_omci_hal_provisionIpHost, host(true))(hal);
     };
-    return calls;
+    std::vector<Interruption> all = {
+        {"unsetPbitData", provisioned, asks(&VornHal::vorn_omci_hal_unsetPbitData, threePorts()), 1, 2, false},
+        {"deprovisionAniSideBridge", provisioned, asks(&VornHal::vorn_omci_hal_deprovisionAniSideBridge, service()), 1,
+         2, false},
+        {"deprovisionUniSideBridge", provisioned, asks(&VornHal::vorn_omci_hal_deprovisionUniSideBridge, service()), 1,
+         2, false},
+        {"filter_flow_add, away", provisioned, asks(&VornHal::vorn_omci_hal_filter_flow_add, row(false)), 1, 2, false},
+        {"a row by DSCP", provisioned, asks(&VornHal::vorn_omci_hal_filter_flow_add, dscpRow()), 1, 2, false},
+        {"provisionIpHost", provisioned, asks(&VornHal::vorn_omci_hal_provisionIpHost, host(false)), 1, 3, false},
+        {"deprovisionIpHost", withDhcpHost, asks(&VornHal::vorn_omci_hal_deprovisionIpHost, host(true)), 1, 3, false},
+    };
+    for (std::size_t call = 0; call < internet().size(); ++call) {
+        const auto before = [call](VornHal& hal) {
+            for (std::size_t i = 0; i < call; ++i) internet()[i].make(hal);
+        };
+        constexpr unsigned kEvery = 11;
+        all.push_back({std::string("internet: ") + internet()[call].name, before, internet()[call].make,
+                       1 + static_cast<unsigned>(call) % kEvery, kEvery, call < kProvisioning});
+    }
+    return all;
 }
 
-// What serves and what the runner holds; frames that the HAL itself sent are sent again.
-nlohmann::json board() {
-    auto json = leveledDevice();
-    json["network"].erase("packetFrames");
-    std::map<std::string, nlohmann::json> objects;  // in the order of their names
-    for (const auto& object : json["runner"]["objects"]) objects[object["name"].get<std::string>()] = object;
-    json["runner"]["objects"] = objects;
-    return json;
-}
+class NeverHalfDone : public ServicesFixture {
+protected:
+    // What serves and what the runner holds; frames that the HAL itself sent are sent again.
+    static nlohmann::json board() {
+        auto json = leveledDevice();
+        json["network"].erase("packetFrames");
+        std::map<std::string, nlohmann::json> objects;  // in the order of their names
+        for (const auto& object : json["runner"]["objects"]) objects[object["name"].get<std::string>()] = object;
+        json["runner"]["objects"] = objects;
+        return json;
+    }
+    // What is provisioned and taken back leaves settings that serve nobody, as its removal does: default actions, the
+    // size of a queue, a port that is up.
+    static nlohmann::json looked(const Interruption& one) { return one.isProvisioning ? serving() : board(); }
 
-TEST_F(Interrupted, AnOperationIsNeverLeftHalfDone) {
-    for (const Left& one : leftCalls()) {
-        std::vector<nlohmann::json> whole;
-        {
-            onu().reset();
-            Daemon daemon(folder_);
-            one.before(*daemon.operator->());
-            whole.push_back(board());
-            one.call(*daemon.operator->());
-            whole.push_back(board());
-        }
-        const unsigned every = std::string(one.what).find("Host") != std::string::npos ? 3 : 2;
-        for (unsigned deviceCall = 1;; deviceCall += every) {
-            SCOPED_TRACE(std::string(one.what) + ", device call " + std::to_string(deviceCall));
-            onu().reset();
-            fs::remove(state());
-            {
-                Daemon first(folder_);
-                ASSERT_EQ(first.open(state()), 0);
-                one.before(*first.operator->());
-                if (!killAt(first, one.call, deviceCall)) break;
+    // False when the call has fewer calls into the device.
+    bool dieWithin(const Interruption& one, unsigned deviceCall) {
+        startOver();
+        Daemon first(folder_);
+        EXPECT_EQ(first.open(state()), 0);
+        one.before(first.hal());
+        return killAt(first, one.call, deviceCall);
+    }
+    void goOn(const Interruption& one, const nlohmann::json& untouched, const nlohmann::json& done,
+              const nlohmann::json& whole) {
+        Daemon second(folder_);
+        ASSERT_GE(second.open(state()), 0);
+        const auto left = looked(one);
+        EXPECT_TRUE(left == untouched || left == done) << difference(done, left);
+        one.call(second.hal());
+        EXPECT_EQ(board(), whole) << "called again: " << difference(whole, board());
+        EXPECT_EQ(second.clean(), 0);
+        EXPECT_EQ(onu().ruleCount(), 0U);
+        EXPECT_TRUE(onu().runnerObjects().empty());
+    }
+};
+
+// Each of them, killed behind one device call in a few, and before the next: then the file knows already what the kit
+// was not asked yet.
+TEST_F(NeverHalfDone, AnOperationIsTakenBackOrFinishedAndMayBeMadeAgain) {
+    for (const Interruption& one : interruptions()) {
+        onu().reset();
+        Daemon daemon(folder_);
+        one.before(daemon.hal());
+        const auto untouched = looked(one);
+        one.call(daemon.hal());
+        const auto done = looked(one), whole = board();
+        for (unsigned deviceCall = one.first; dieWithin(one, deviceCall); deviceCall += one.every) {
+            SCOPED_TRACE(one.what + ", device call " + std::to_string(deviceCall));
+            const std::string file = read(state());
+            goOn(one, untouched, done, whole);
+            if (deviceCall > 1) {
+                SCOPED_TRACE("before it");
+                ASSERT_TRUE(dieWithin(one, deviceCall - 1));
+                putRecordsOf(file);
+                goOn(one, untouched, done, whole);
             }
-            Daemon second(folder_);
-            ASSERT_GT(second.open(state()), 0);
-            const auto left = board();
-            EXPECT_TRUE(left == whole[0] || left == whole[1]) << nlohmann::json::diff(whole[1], left).dump(1);
             if (HasFailure()) return;
-            one.call(*second.operator->());
-            EXPECT_EQ(board(), whole[1]) << "called again: " << nlohmann::json::diff(whole[1], board()).dump(1);
-            if (HasFailure()) return;
-            if (deviceCall % 3 == 0) {
-                EXPECT_EQ(second.clean(), 0);
-                const auto json = onu().toJson();
-                EXPECT_TRUE(json["vlan"]["tables"].empty() || onu().ruleCount() == 0);
-                EXPECT_TRUE(json["runner"]["objects"].empty()) << json["runner"]["objects"].dump();
-            }
         }
     }
 }
@@ -208,17 +200,11 @@ TEST_F(Interrupted, CleaningAnswersWhatStaysInTheRunnerToo) {
     unsigned refused = 0;
     for (int command = 1; command < 100; ++command) {
         SCOPED_TRACE(command);
-        onu().reset();
-        fs::remove(state());
-        {
-            Daemon first(folder_);
-            ASSERT_EQ(first.open(state()), 0);
-            provisionThreePorts(*first.operator->());
-            auto byDscp = dscpRow();
-            first->vorn_omci_hal_filter_flow_add(&byDscp);
-            const auto management = host(false);
-            first->vorn_omci_hal_provisionIpHost(&management);
-        }
+        live([](VornHal& hal) {
+            provisionThreePorts(hal);
+            asks(&VornHal::vorn_omci_hal_filter_flow_add, dscpRow())(hal);
+            asks(&VornHal::vorn_omci_hal_provisionIpHost, host(false))(hal);
+        });
         Daemon second(folder_);
         ASSERT_GT(second.open(state()), 0);
         const std::uint64_t fault = onu().failNext("system", command, 256);
@@ -242,11 +228,7 @@ TEST_F(Interrupted, CleaningAnswersWhatStaysInTheRunnerToo) {
 // ---- after a removal that was finished at the open ----
 
 TEST_F(Interrupted, ARemovalThatWasLeftDoesNotSpoilLaterOnes) {
-    const auto removeUni = [](VornHal& hal) {
-        const auto record = service();
-        hal.vorn_omci_hal_deprovisionUniSideBridge(&record);
-    };
-    const auto changeRow = [](VornHal& hal, std::uint16_t etherType, bool add) {
+    const auto changeRow = [](std::uint16_t etherType, bool add) {
         UniDataProvisioning record = row(true);
         record.etherType = etherType;
         if (!add) {
@@ -255,48 +237,45 @@ TEST_F(Interrupted, ARemovalThatWasLeftDoesNotSpoilLaterOnes) {
             record.outerTreatmentVlanId = record.innerTreatmentVlanId = 8191;
             record.outerTreatmentPrio = record.innerTreatmentPrio = 15;
         }
-        hal.vorn_omci_hal_filter_flow_add(&record);
+        return asks(&VornHal::vorn_omci_hal_filter_flow_add, record);
     };
-    unsigned kills = 0;
-    for (unsigned deviceCall = 1;; deviceCall += 2) {
-        SCOPED_TRACE(deviceCall);
-        onu().reset();
-        fs::remove(state());
-        {
-            Daemon first(folder_);
-            ASSERT_EQ(first.open(state()), 0);
-            make(first, 0, kProvisioning);
-            if (!killAt(first, removeUni, deviceCall)) break;
-        }
-        ++kills;
-        Daemon second(folder_);
-        ASSERT_GT(second.open(state()), 0);
+    const Work removeUni = asks(&VornHal::vorn_omci_hal_deprovisionUniSideBridge, service());
+    const auto twoRows = [&](VornHal& hal) {
+        for (std::size_t i = 0; i + 1 < kProvisioning; ++i) internet()[i].make(hal);
+        changeRow(1, true)(hal);
+        changeRow(3, true)(hal);
+    };
+    const auto laterUni = [&](VornHal& hal) {
         UniDataProvisioning other = row(true);
         other.uniPort = 3;  // sid2
-        second->vorn_omci_hal_filter_flow_add(&other);
+        asks(&VornHal::vorn_omci_hal_filter_flow_add, other)(hal);
         ASSERT_TRUE(onu().device("sid2.3"));
-        removeUni(*second.operator->());
+        removeUni(hal);
         EXPECT_FALSE(onu().device("sid2.3")) << "the UNI that is on the bridge now";
-    }
-    for (unsigned deviceCall = 1;; deviceCall += 2) {
-        SCOPED_TRACE(deviceCall);
-        onu().reset();
-        fs::remove(state());
-        {
-            Daemon first(folder_);
-            ASSERT_EQ(first.open(state()), 0);
-            make(first, 0, kProvisioning - 1);
-            changeRow(*first.operator->(), 1, true);
-            changeRow(*first.operator->(), 3, true);
-            if (!killAt(
-                    first, [&](VornHal& hal) { changeRow(hal, 1, false); }, deviceCall))
-                break;
-        }
-        ++kills;
-        Daemon second(folder_);
-        ASSERT_GT(second.open(state()), 0);
-        changeRow(*second.operator->(), 3, false);
+    };
+    const auto laterRow = [&](VornHal& hal) {
+        changeRow(3, false)(hal);
         EXPECT_EQ(onu().rules("sid0", 0, 0).size(), 0U) << "the other row with the same filters";
+    };
+    const struct {
+        Work before, removal, later;
+    } cases[] = {{provision, removeUni, laterUni}, {twoRows, changeRow(1, false), laterRow}};
+    unsigned kills = 0;
+    for (const auto& one : cases) {
+        for (unsigned deviceCall = 1;; deviceCall += 2) {
+            SCOPED_TRACE(deviceCall);
+            startOver();
+            {
+                Daemon first(folder_);
+                ASSERT_EQ(first.open(state()), 0);
+                one.before(first.hal());
+                if (!killAt(first, one.removal, deviceCall)) break;
+            }
+            ++kills;
+            Daemon second(folder_);
+            ASSERT_GT(second.open(state()), 0);
+            one.later(second.hal());
+        }
     }
     EXPECT_GT(kills, 15U);
 }

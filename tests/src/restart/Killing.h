@@ -31,8 +31,6 @@ public:
     Unaccounted& operator=(const Unaccounted&) = delete;
 };
 
-using Work = std::function<void(VornHal&)>;
-
 // Makes the call and ends within it, behind the call into the device that `when` is true of. False when none is.
 inline bool killWhen(Daemon& daemon, const Work& work,
                      const std::function<bool(const virtual_onu::TraceEntry&)>& when) {
@@ -47,7 +45,7 @@ inline bool killWhen(Daemon& daemon, const Work& work,
     onu.onTrace([&when](const virtual_onu::TraceEntry& entry) {
         if (when(entry)) std::longjmp(end, 1);  // NOLINT(cert-err52-cpp)
     });
-    work(*daemon.operator->());
+    work(daemon.hal());
     onu.onTrace(nullptr);
     return false;
 }

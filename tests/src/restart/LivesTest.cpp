@@ -66,7 +66,7 @@ TEST_F(Lives, RandomOnesEndAsIfNobodyHadDied) {
             Daemon dying(folder_);
             ASSERT_GE(dying.open(state()), 0);
             const std::size_t last = pick(static_cast<unsigned>(calls.size()));
-            for (std::size_t i = 0; i < last; ++i) calls[i](*dying.operator->());
+            for (std::size_t i = 0; i < last; ++i) calls[i](dying.hal());
             killAt(dying, calls[last], 1 + pick(60));
             dying.kill();
         }
@@ -109,7 +109,7 @@ protected:
         Writing writing;
         writing.sizes.push_back(fs::file_size(state()));
         onu().onTrace([&](const virtual_onu::TraceEntry&) { writing.sizes.push_back(fs::file_size(state())); });
-        calls[last](*daemon.operator->());
+        calls[last](daemon.hal());
         onu().onTrace(nullptr);
         writing.file = read(state());
         writing.sizes.push_back(writing.file.size());
@@ -124,10 +124,8 @@ protected:
         if (deviceCall > 0) {
             ASSERT_TRUE(killAt(daemon, calls[last], static_cast<unsigned>(deviceCall)));
         }
-        constexpr std::size_t kHeader = 64;  // with the board's boot id
-        const std::string own = read(state()).substr(0, kHeader);
         daemon.kill();
-        write(state(), own + file.substr(kHeader));
+        putRecordsOf(file);
     }
 };
 

@@ -72,13 +72,9 @@ TEST_F(Restart, AfterEachCallTheNextDaemonGoesOnAsIfItWereTheSame) {
     }
     for (std::size_t killedAfter = 0; killedAfter < internet().size(); ++killedAfter) {
         SCOPED_TRACE(internet()[killedAfter].name);
-        onu().reset();
-        fs::remove(state());
-        {
-            Daemon first(folder_);
-            ASSERT_EQ(first.open(state()), 0);
-            make(first, 0, killedAfter + 1);
-        }
+        live([&](VornHal& hal) {
+            for (std::size_t i = 0; i <= killedAfter; ++i) internet()[i].make(hal);
+        });
         Daemon second(folder_);
         EXPECT_GT(second.open(state()), 0);
         EXPECT_EQ(device(), whole[killedAfter]) << "opening the state is no change";
@@ -92,11 +88,7 @@ TEST_F(Restart, AfterEachCallTheNextDaemonGoesOnAsIfItWereTheSame) {
 // ---- what differs from the file ----
 
 TEST_F(Restart, WhatTheDeviceNoLongerHasIsForgottenAndWhatItHasTooMuchIsNamed) {
-    {
-        Daemon first(folder_);
-        ASSERT_EQ(first.open(state()), 0);
-        make(first, 0, kProvisioning);
-    }
+    live(provision);
     const DeviceLosses losses;
     Daemon second(folder_);
     onu().clearTrace();
@@ -124,11 +116,7 @@ TEST_F(Restart, WhatTheDeviceNoLongerHasIsForgottenAndWhatItHasTooMuchIsNamed) {
 }
 
 TEST_F(Restart, AGemPortThatIsUpStaysUp) {
-    {
-        Daemon first(folder_);
-        ASSERT_EQ(first.open(state()), 0);
-        make(first, 0, kProvisioning);
-    }
+    live(provision);
     Daemon second(folder_);
     ASSERT_GT(second.open(state()), 0);
     onu().clearTrace();
@@ -193,37 +181,25 @@ TEST_F(Restart, TheVariableOpensTheFile) {
     EXPECT_GT(second.open(state()), 0);
 }
 
+// What else may happen to a file: OwnerTest.cpp.
 TEST_F(Restart, AFileThatIsLostIsToldInTheLogAndNoLongerCounted) {
-    struct Case {
-        const char* what;
-        void (*lose)(const std::string& path);
-    };
-    for (const Case& one : {Case{"removed", [](const std::string& path) { fs::remove(path); }},
-                            Case{"renamed", [](const std::string& path) { fs::rename(path, path + ".old"); }}}) {
-        SCOPED_TRACE(one.what);
-        onu().reset();
-        Daemon daemon(folder_);
-        ASSERT_EQ(daemon.open(state()), 0);
-        make(daemon, 0, 2);
-        EXPECT_GT(daemon.open(state()), 0);
-        one.lose(state());
-        onu().clearTrace();
-        make(daemon, 2, 3);
-        EXPECT_TRUE(saidThat("hal.state: is no longer in its place, and is given up"));
-        EXPECT_EQ(daemon.open(state()), -1);
-        EXPECT_TRUE(saidThat("was given up while it was in use"));
-        EXPECT_TRUE(onu().bridge("br3")) << "it goes on without";
-    }
+    Daemon daemon(folder_);
+    ASSERT_EQ(daemon.open(state()), 0);
+    make(daemon, 0, 2);
+    EXPECT_GT(daemon.open(state()), 0);
+    fs::remove(state());
+    onu().clearTrace();
+    make(daemon, 2, 3);
+    EXPECT_TRUE(saidThat("hal.state: is no longer in its place, and is given up"));
+    EXPECT_EQ(daemon.open(state()), -1);
+    EXPECT_TRUE(saidThat("was given up while it was in use"));
+    EXPECT_TRUE(onu().bridge("br3")) << "it goes on without";
 }
 
 // ---- cleaning ----
 
 TEST_F(Restart, ACleanDeviceHasNothingLeftButWhatWasRefused) {
-    {
-        Daemon first(folder_);
-        ASSERT_EQ(first.open(state()), 0);
-        make(first, 0, kProvisioning);
-    }
+    live(provision);
     {
         Daemon second(folder_);
         ASSERT_GT(second.open(state()), 0);
@@ -249,95 +225,6 @@ TEST_F(Restart, ACleanDeviceHasNothingLeftButWhatWasRefused) {
     make(fourth, 0, kProvisioning);
     EXPECT_TRUE(onu().bridge("br0"));
     EXPECT_TRUE(onu().gemPort(kGemPort)->enabled);
-}
-
-// ---- killed within an operation ----
-
-// What serves: devices and their bridges, rules, GEM ports, bindings. An operation that is taken back leaves settings
-// behind that serve nobody, as its removal does: default actions, the size of a queue, a port that is up.
-std::string serving() {
-    const auto json = VirtualOnu::instance().toJson();
-    nlohmann::json kept;
-    for (const auto& device : json["network"]["devices"])
-        kept["devices"][device["name"].get<std::string>()] = device["master"];
-    for (const auto& table : json["vlan"]["tables"])
-        for (const auto& rule : table["rules"])
-            kept["rules"].push_back({table["device"], table["direction"], table["tags"], rule["text"]});
-    for (const auto& tcont : json["pon"]["tconts"])
-        if (!tcont["allocId"].is_null()) kept["tconts"].push_back({tcont["index"], tcont["allocId"]});
-    kept["gemPorts"] = json["pon"]["gemPorts"];
-    return kept.dump(1);
-}
-
-class KilledWithin : public RestartFixture {
-protected:
-    static std::string board() { return leveledDevice().dump(1); }
-
-    void begin(Daemon& daemon, std::size_t call) {
-        ASSERT_EQ(daemon.open(state()), 0);
-        make(daemon, 0, call);
-    }
-    void startOver() {
-        onu().reset();
-        fs::remove(state());
-    }
-};
-
-// Each of the calls, killed after one device call in a few, and before the next: then the file knows already what the
-// kit was not asked yet.
-TEST_F(KilledWithin, TheCallMayBeMadeAgain) {
-    constexpr unsigned kEvery = 11;
-    std::vector<std::string> whole = {board()};
-    std::vector<std::string> served = {serving()};
-    {
-        Daemon daemon(folder_);
-        for (std::size_t i = 0; i < internet().size(); ++i) {
-            make(daemon, i, i + 1);
-            whole.push_back(board());
-            served.push_back(serving());
-        }
-    }
-    const auto goOn = [&](std::size_t call) {
-        Daemon second(folder_);
-        EXPECT_GE(second.open(state()), 0);
-        if (call < kProvisioning) {
-            EXPECT_EQ(serving(), served[call]) << "taken back";
-        }
-        make(second, call, call + 1);
-        EXPECT_EQ(board(), whole[call + 1]) << "made again";
-        make(second, call + 1, internet().size());
-        EXPECT_EQ(board(), whole.back()) << "the rest";
-    };
-    for (std::size_t call = 0; call < internet().size(); ++call) {
-        for (unsigned deviceCall = 1 + static_cast<unsigned>(call) % kEvery;; deviceCall += kEvery) {
-            SCOPED_TRACE(std::string(internet()[call].name) + ", device call " + std::to_string(deviceCall));
-            startOver();
-            {
-                Daemon first(folder_);
-                begin(first, call);
-                if (!killAt(first, internet()[call].make, deviceCall)) break;
-            }
-            const std::string last = onu().traceTexts().back();
-            const std::string file = read(state());
-            {
-                SCOPED_TRACE("after " + last);
-                goOn(call);
-            }
-            if (deviceCall > 1) {
-                SCOPED_TRACE("before " + last);
-                startOver();
-                {
-                    Daemon first(folder_);
-                    begin(first, call);
-                    ASSERT_TRUE(killAt(first, internet()[call].make, deviceCall - 1));
-                }
-                constexpr std::size_t kHeader = 64;  // with the board's boot id
-                write(state(), read(state()).substr(0, kHeader) + file.substr(kHeader));
-                goOn(call);
-            }
-            if (HasFailure()) return;
-        }
-    }
 }
 
 }  // namespace

@@ -41,40 +41,28 @@ struct Service {
 
 private:
     Calls ponCalls() const {
-        const Service own = *this;
-        return {
-            [own](VornHal& hal) {
-                TContProvisioning record{static_cast<std::uint16_t>(256 + own.number),
-                                         static_cast<std::uint16_t>(1 + own.number), 0};
-                hal.vorn_omci_hal_tcont_set(nullptr, &record);
-            },
-            [own](VornHal& hal) {
-                XGEMConfig record = gem();
-                record.tContAllocId = static_cast<std::uint16_t>(256 + own.number);
-                record.xgemPortId = own.gemPort();
-                hal.vorn_omci_hal_gemflow_add(&record);
-            },
-            [own](VornHal& hal) { hal.vorn_omci_hal_configureBridge(own.bridge(), 0); },
-        };
+        XGEMConfig port = gem();
+        port.tContAllocId = static_cast<std::uint16_t>(256 + number);
+        port.xgemPortId = gemPort();
+        const TContProvisioning tcont{port.tContAllocId, static_cast<std::uint16_t>(1 + number), 0};
+        return {asks(&VornHal::vorn_omci_hal_tcont_set, tcont), asks(&VornHal::vorn_omci_hal_gemflow_add, port),
+                asksForBridge(bridge())};
     }
     Calls ownCalls() const {
-        const Service own = *this;
-        const Work rules = [own](VornHal& hal) { hal.vorn_omci_hal_configureAniTagRules(own.listed()); };
+        const auto rules = [](const BridgeServiceProvisioning& record) {
+            return asks(&VornHal::vorn_omci_hal_configureAniTagRules, record);
+        };
         switch (kind) {
             case Kind::Veip:
-                return {rules, [own](VornHal& hal) {
+                return {rules(listed()), [own = *this](VornHal& hal) {
                             const std::string list = own.filterList();
                             const auto* const text = reinterpret_cast<const unsigned char*>(list.c_str());
                             hal.vorn_omci_hal_veip_createRules(own.gemPort(), own.bridge(), 0, 1, text, 2);
                         }};
             case Kind::Multicast:
-                return {[own](VornHal& hal) { hal.vorn_omci_hal_configureBridge(own.bridge(), own.uniPort()); },
-                        [own](VornHal& hal) { hal.vorn_omci_hal_configureAniTagRules(own.group()); }};
+                return {asksForBridge(bridge(), uniPort()), rules(group())};
             default:
-                return {rules, [own](VornHal& hal) {
-                            UniDataProvisioning record = own.uniRow();
-                            hal.vorn_omci_hal_filter_flow_add(&record);
-                        }};
+                return {rules(listed()), asks(&VornHal::vorn_omci_hal_filter_flow_add, uniRow())};
         }
     }
 
@@ -83,19 +71,16 @@ private:
         std::snprintf(text, sizeof text, "%04x", unsigned{vid});
         return text;
     }
-    // Valid until the next call.
-    const BridgeServiceProvisioning* listed() const {
-        static BridgeServiceProvisioning record;
-        record = service();
+    BridgeServiceProvisioning listed() const {
+        BridgeServiceProvisioning record = service();
         record.gemPortId = gemPort();
         record.bridgeId = bridge();
         record.pbitMap[0].first = gemPort();
         std::snprintf(record.vlanTciFilterList, sizeof record.vlanTciFilterList, "%s", filterList().c_str());
-        return &record;
+        return record;
     }
-    const BridgeServiceProvisioning* group() const {
-        static BridgeServiceProvisioning record;
-        record = {};
+    BridgeServiceProvisioning group() const {
+        BridgeServiceProvisioning record{};
         record.gemPortId = gemPort();
         record.bridgeId = bridge();
         record.isMulticast = record.multicastService = 1;
@@ -107,7 +92,7 @@ private:
         record.outerVlanPrioFilter = record.outerVlanPrioAction = record.innerVlanPrioAction = 15;
         record.innerVlanIdFilter = vid;
         record.innerVlanPrioFilter = 4;
-        return &record;
+        return record;
     }
     UniDataProvisioning uniRow() const {
         UniDataProvisioning record = row(true);
@@ -140,12 +125,8 @@ inline std::vector<Service> services(std::uint16_t count) {
 
 class ServicesFixture : public RestartFixture {
 protected:
-    void startOver() {
-        onu().reset();
-        fs::remove(state());
-    }
     static void make(Daemon& daemon, const Calls& calls) {
-        for (const Work& call : calls) call(*daemon.operator->());
+        for (const Work& call : calls) call(daemon.hal());
     }
     // GEM indexes and the order of rules in a table go by what was there before: rules name the GEM port, in the order
     // of their texts. What is left of services that were taken away is settings that serve nobody.
@@ -153,10 +134,9 @@ protected:
     // The board after a boot, of a daemon that never died.
     nlohmann::json neverDied(const Calls& calls);
     void liveFirst(const Calls& calls) {
-        startOver();
-        Daemon first(folder_);
-        ASSERT_EQ(first.open(state()), 0);
-        make(first, calls);
+        live([&](VornHal& hal) {
+            for (const Work& call : calls) call(hal);
+        });
     }
 };
 

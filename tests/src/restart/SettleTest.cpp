@@ -32,7 +32,7 @@ TEST_F(Settle, WhatIsAskedForAgainIsNotMadeTwiceAndNoFrameIsLost) {
         sending = false;
     });
     for (const Work& call : callsOf(some)) {
-        call(*second.operator->());
+        call(second.hal());
         send();
     }
     EXPECT_EQ(second.settle(), 0);
@@ -49,9 +49,9 @@ TEST_F(Settle, ARepeatWithinOneLifeIsWhatItWas) {
     const std::size_t rules = onu().ruleCount();
     Daemon second(folder_);
     ASSERT_GT(second.open(state()), 0);
-    calls[3](*second.operator->());
+    calls[3](second.hal());
     EXPECT_EQ(onu().ruleCount(), rules);
-    calls[3](*second.operator->());
+    calls[3](second.hal());
     EXPECT_GT(onu().ruleCount(), rules) << "appended to the rules that stand";
     EXPECT_EQ(Daemon(folder_).settle(), -1) << "no file is open";
 }
@@ -107,37 +107,20 @@ TEST_F(Settle, WhatIsAskedForOtherwiseIsReplaced) {
         std::size_t call;
         Work otherwise;
     };
+    UniDataProvisioning otherVid = row(true);
+    otherVid.uniPort = 1;
+    otherVid.innerTreatmentVlanId = 200;
+    BridgeServiceProvisioning otherList = service(), otherOperation = service();
+    std::snprintf(otherList.vlanTciFilterList, sizeof otherList.vlanTciFilterList, "%04x", 300U);
+    otherOperation.forwardOperation = 3;
+    XGEMConfig otherPort = gem();
+    otherPort.tContAllocId = 257;
     const Case cases[] = {
-        {"another treatment", 4,
-         [](VornHal& hal) {
-             UniDataProvisioning record = row(true);
-             record.uniPort = 1;
-             record.innerTreatmentVlanId = 200;
-             hal.vorn_omci_hal_filter_flow_add(&record);
-         }},
-        {"another T-CONT", 0,
-         [](VornHal& hal) {
-             TContProvisioning record{256, 7, 0};
-             hal.vorn_omci_hal_tcont_set(nullptr, &record);
-         }},
-        {"another list", 3,
-         [](VornHal& hal) {
-             BridgeServiceProvisioning record = service();
-             std::snprintf(record.vlanTciFilterList, sizeof record.vlanTciFilterList, "%04x", 300U);
-             hal.vorn_omci_hal_configureAniTagRules(&record);
-         }},
-        {"another operation", 3,
-         [](VornHal& hal) {
-             BridgeServiceProvisioning record = service();
-             record.forwardOperation = 3;
-             hal.vorn_omci_hal_configureAniTagRules(&record);
-         }},
-        {"another alloc-id", 1,
-         [](VornHal& hal) {
-             XGEMConfig record = gem();
-             record.tContAllocId = 257;
-             hal.vorn_omci_hal_gemflow_add(&record);
-         }},
+        {"another treatment", 4, asks(&VornHal::vorn_omci_hal_filter_flow_add, otherVid)},
+        {"another T-CONT", 0, asks(&VornHal::vorn_omci_hal_tcont_set, TContProvisioning{256, 7, 0})},
+        {"another list", 3, asks(&VornHal::vorn_omci_hal_configureAniTagRules, otherList)},
+        {"another operation", 3, asks(&VornHal::vorn_omci_hal_configureAniTagRules, otherOperation)},
+        {"another alloc-id", 1, asks(&VornHal::vorn_omci_hal_gemflow_add, otherPort)},
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(one.what);
