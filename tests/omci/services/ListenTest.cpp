@@ -23,7 +23,7 @@ TEST(Listen, AnOltProvisionsAllServicesReadsThemBackAndTheStateTellsThem) {
     EXPECT_EQ(olt.differences(), std::vector<std::string>{});
     EXPECT_EQ(olt.dataSync(), olt.expectedDataSync());
     EXPECT_EQ(line.end(), 0);
-    EXPECT_FALSE(line.socketExists());
+    EXPECT_NE(access(line.path("onu").c_str(), F_OK), 0) << "the socket goes with the ONU";
     EXPECT_NE(line.shown().find("What is on the device"), std::string::npos);
     const auto state = nlohmann::json::parse(line.state());
     const auto standing = state.at("device").at("pon").at("gemPorts").size();
@@ -123,19 +123,6 @@ TEST(Listen, TheExchangeIsACaptureThatPlaysWithTheSameAnswers) {
         runProgram({VORN_ONU_BINARY, "run", line.path("calls.json"), "--forwarding", "g988", "--json", "-"});
     ASSERT_EQ(again.code, 0) << again.output;
     EXPECT_EQ(standing(nlohmann::json::parse(again.output)), standing(nlohmann::json::parse(line.state())));
-}
-
-TEST(Listen, ADeviceIsAsNewWhenTheOltHasTakenEverythingDown) {
-    SocketLine line;
-    olt::Olt olt(line);
-    ASSERT_EQ(olt.mibReset(), omci::Result::kSuccess);
-    EXPECT_EQ(olt.send(olt::internet().requests), "");
-    EXPECT_EQ(olt.send(olt.removal()), "");
-    EXPECT_EQ(olt.differences(), std::vector<std::string>{});
-    EXPECT_EQ(olt.dataSync(), olt.expectedDataSync());
-    EXPECT_EQ(line.end(), 0);
-    const auto state = nlohmann::json::parse(line.state());
-    EXPECT_TRUE(state.at("device").at("pon").at("gemPorts").empty());
 }
 
 }  // namespace

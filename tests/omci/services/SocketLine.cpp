@@ -1,23 +1,14 @@
 #include "omci/services/SocketLine.h"
 
-#include <fcntl.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <utility>
-
-#include "support/Wait.h"
 
 namespace {
 
@@ -28,31 +19,13 @@ sockaddr_un placeOf(const std::string& path) {
     return place;
 }
 
-std::string printedIn(const std::string& path) {
-    std::ostringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
-}
-
 }  // namespace
 
 SocketLine::SocketLine(Kind kind, const std::vector<std::string>& more) {
-    char folder[] = "/tmp/vorn-olt-XXXXXX";
-    folder_ = mkdtemp(folder);
-    const std::string address = kind == Kind::kUnix ? "unix:" + folder_ + "/onu" : "udp:127.0.0.1:0";
-    const std::string json = folder_ + "/state.json", out = folder_ + "/shown";
-    onu_ = fork();
-    if (onu_ == 0) {
-        const int shown = ::open(out.c_str(), O_WRONLY | O_CREAT, 0600);
-        dup2(shown, STDOUT_FILENO);
-        std::vector<std::string> words{"vorn-onu", "omci", "--listen", address, "--json", json};
-        for (const std::string& word : more) words.push_back(word.front() == '+' ? path(word.substr(1)) : word);
-        std::vector<char*> arguments;
-        for (std::string& word : words) arguments.push_back(word.data());
-        arguments.push_back(nullptr);
-        execv(VORN_ONU_BINARY, arguments.data());
-        _exit(127);
-    }
+    const std::string address = kind == Kind::kUnix ? "unix:" + path("onu") : "udp:127.0.0.1:0";
+    std::vector<std::string> words{VORN_ONU_BINARY, "omci", "--listen", address, "--json", path("state.json")};
+    for (const std::string& word : more) words.push_back(word.front() == '+' ? path(word.substr(1)) : word);
+    onu_ = std::make_unique<BackgroundProgram>(std::move(words), path("shown"));
     if (kind == Kind::kUnix)
         connectUnix();
     else
@@ -61,7 +34,7 @@ SocketLine::SocketLine(Kind kind, const std::vector<std::string>& more) {
 
 void SocketLine::connectUnix() {
     socket_ = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    const sockaddr_un own = placeOf(folder_ + "/olt"), peer = placeOf(folder_ + "/onu");
+    const sockaddr_un own = placeOf(path("olt")), peer = placeOf(path("onu"));
     ::bind(socket_, reinterpret_cast<const sockaddr*>(&own), sizeof own);
     becomesTrue([&] { return ::connect(socket_, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) == 0; });
 }
@@ -85,9 +58,7 @@ void SocketLine::connectUdp() {
 }
 
 SocketLine::~SocketLine() {
-    end();
     ::close(socket_);
-    std::filesystem::remove_all(folder_);
 }
 
 std::optional<omci::Message> SocketLine::receive() {
@@ -118,23 +89,4 @@ std::optional<omci::Message> SocketLine::autonomous() {
     omci::Message first = std::move(autonomous_.front());
     autonomous_.pop_front();
     return first;
-}
-
-int SocketLine::end() {
-    if (onu_ <= 0) return -1;
-    kill(onu_, SIGTERM);
-    int status = 0;
-    waitpid(onu_, &status, 0);
-    onu_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-std::string SocketLine::state() const {
-    return printedIn(folder_ + "/state.json");
-}
-std::string SocketLine::shown() const {
-    return printedIn(folder_ + "/shown");
-}
-bool SocketLine::socketExists() const {
-    return std::filesystem::exists(folder_ + "/onu");
 }

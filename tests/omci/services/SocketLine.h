@@ -2,14 +2,14 @@
 #ifndef TESTS_OMCI_SERVICES_SOCKET_LINE_H
 #define TESTS_OMCI_SERVICES_SOCKET_LINE_H
 
-#include <sys/types.h>
-
 #include <deque>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "omci/olt/Line.h"
+#include "support/Process.h"
 
 class SocketLine : public olt::Line {
 public:
@@ -26,21 +26,20 @@ public:
     void sendBytes(const omci::Bytes& datagram);
     // What the ONU tells by itself: what came meanwhile, or comes; empty when nothing does.
     std::optional<omci::Message> autonomous();
-    // Ends the ONU with SIGTERM; its exit code, -1 when it ended otherwise.
-    int end();
+    // Ends the ONU with SIGTERM; its exit code.
+    int end() { return onu_->end(); }
+    std::string path(const std::string& name) const { return folder_.file(name); }
     // What the ONU has written about itself when it ended, and what it has shown.
-    std::string state() const;
-    std::string path(const std::string& name) const { return folder_ + "/" + name; }
-    std::string shown() const;
-    bool socketExists() const;
+    std::string state() const { return contentOf(path("state.json")); }
+    std::string shown() const { return onu_->output(); }
 
 private:
     void connectUnix();
     void connectUdp();
     std::optional<omci::Message> receive();
     std::deque<omci::Message> autonomous_;
-    std::string folder_;
-    pid_t onu_ = -1;
+    const ScratchDirectory folder_;
+    std::unique_ptr<BackgroundProgram> onu_;
     int socket_ = -1;
 };
 
