@@ -17,7 +17,7 @@ only_in() {  # only_in "what to do instead" INCLUDE PATTERN-OF-FILES
 only_in 'a header needs <nlohmann/json_fwd.hpp>; a member is a Held<json> (running/io/HeldJson.h), what uses it goes to a source.' \
     nlohmann/json.hpp '.*\.cpp|virtual_onu/(Records|StateJson)\.h|tools/vorn-onu/running/scenario/operations/Operations\.h|tools/recorder/Answers\.h|tests/tools/(living/BoardClient|page/Browser|page/ServedBoard|vorn-onu/ReadJson)\.h'
 only_in 'words and options of commands belong to commands/*Options.cpp; its headers name the classes only.' \
-    CLI/CLI.hpp 'tools/vorn-onu/commands/([A-Za-z]*Options|CommandLine|HelpFormat|ManualPage)\.cpp|tests/sweeps/(main|Soak|RestartSoak|KillSweep)\.cpp'
+    CLI/CLI.hpp 'tools/vorn-onu/commands/([A-Za-z]*Options|CommandLine|HelpFormat|ManualPage)\.cpp|tests/sweeps/(main|Soak|KillSweep)\.cpp'
 only_in 'the page is served by HttpServer.cpp alone.' httplib.h 'tools/vorn-onu/views/page/(HttpServer\.cpp|LimitedServer\.h)'
 only_in 'it is slow to compile: compare characters instead.' regex 'tests/sweeps/(Stays|Leaving|FaultPlan)\.cpp|tests/.*Test\.cpp'
 

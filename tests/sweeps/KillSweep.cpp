@@ -1,6 +1,8 @@
 // vorn-kill-sweep: kills the HAL's process within the operations of scenarios, after one call into the device or
 // another, or between two operations, and sees whether the services are whole once a new process has opened the state
-// file, made an interrupted call again and gone on.
+// file, made an interrupted call again and gone on. Or kills a daemon again and again on one board: each process opens
+// the state file, provisions the scenario's services or takes away what it finds, and is killed. File, memory, rules
+// and descriptors must be at the end what they were at the beginning.
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/mman.h>
@@ -10,6 +12,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -20,7 +23,7 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
-#include "RestartSoak.h"
+#include "ProcessUsage.h"
 #include "TakeDown.h"
 #include "hal/HALFactory.h"
 #include "hal/HalState.h"
@@ -29,6 +32,7 @@
 
 namespace {
 
+namespace fs = std::filesystem;
 using nlohmann::json;
 using virtual_onu::VirtualOnu;
 
@@ -40,11 +44,21 @@ struct Options {
     unsigned restarts = 0;
 };
 
+// What a process has just before it is killed at its end.
+struct Usage {
+    long restored = -1;  // records
+    long fileBytes = 0;
+    long rules = 0;  // on the device
+    long residentKib = 0;
+    long descriptors = 0;
+};
+
 // What a process reports of itself while it lives.
 struct Reported {
     std::size_t step = 0;           // that it is in
     std::uint64_t deviceCalls = 0;  // of its provisioning thread, within operations
     bool done = false;
+    Usage usage;
 };
 
 // The device without what a rule or a device that was recreated has new: numbers that count up, counters, addresses
@@ -91,8 +105,9 @@ bool startsUp(const vorn_onu::Step& step) {
 struct Kill {
     std::uint64_t deviceCall = 0;  // after it; 0: not within an operation
     std::size_t step = 0;          // after it, numbered from 1; 0: not between two
+    bool atEnd = false;
 
-    explicit operator bool() const { return deviceCall != 0 || step != 0; }
+    explicit operator bool() const { return deviceCall != 0 || step != 0 || atEnd; }
 };
 
 // The life of one process: the start-up calls among the steps before `from`, then everything from there on.
@@ -102,7 +117,8 @@ struct Life {
     std::size_t from = 0;
     Kill kill;  // none: lives to its end
     std::string board;
-    std::string state;  // "": none
+    std::string state;       // "": none
+    bool takesDown = false;  // the scenario is a removal
 };
 
 class Process {
@@ -115,12 +131,12 @@ public:
         dup2(nowhere, STDOUT_FILENO);  // what the HAL prints
         onu_.openBoard(life_.board);
         vorn_onu::RunContext context{onu_, HALFactory::getInstance()->CreateHALObject(0), {}};
-        if (!life_.state.empty()) vorn_hal_state_open(life_.state.c_str());
+        if (!life_.state.empty()) reported_.usage.restored = vorn_hal_state_open(life_.state.c_str());
         watch();
         json steps = json::object();
         for (std::size_t at = 0; at < life_.scenario.steps.size(); ++at) {
             const auto& step = life_.scenario.steps[at];
-            if (at < life_.from ? !startsUp(step) : !isRun(step)) continue;
+            if (at < life_.from ? !startsUp(step) : !isDueNow(step)) continue;
             reported_.step = at;
             within_ = step.kind == "call" && at >= life_.from;
             const auto result = step.run(context);
@@ -134,6 +150,7 @@ public:
             if (life_.kill.step == at + 1) raise(SIGKILL);
         }
         onu_.onTrace(nullptr);
+        if (life_.kill.atEnd) dieAtTheEnd();
         reported_.done = true;
         const std::string text = json{{"device", lasting(onu_.toJson(), life_.between)}, {"steps", steps}}.dump();
         _exit(write(answer_, text.data(), text.size()) == static_cast<ssize_t>(text.size()) ? 0 : 1);
@@ -145,6 +162,19 @@ public:
     }
 
 private:
+    bool isDueNow(const vorn_onu::Step& step) const {
+        if (life_.takesDown) return fault_sweep::isDue(step);
+        return life_.kill.atEnd ? step.kind == "call" && !fault_sweep::startsThread(step) : isRun(step);
+    }
+    [[noreturn]] void dieAtTheEnd() {
+        // The rules of the PON device outlive a service by contract, and would gather.
+        if (life_.takesDown && vorn_hal_clean_device() != 0) _exit(1);
+        reported_.usage = {reported_.usage.restored, static_cast<long>(fs::file_size(life_.state)),
+                           static_cast<long>(onu_.ruleCount()), fault_sweep::residentKib(),
+                           fault_sweep::openDescriptors()};
+        raise(SIGKILL);
+        _exit(1);
+    }
     void watch() {
         const auto thread = std::this_thread::get_id();
         onu_.onTrace([this, thread](const virtual_onu::TraceEntry&) {
@@ -187,10 +217,10 @@ struct Totals {
 std::vector<Kill> killsOf(const vorn_onu::Scenario& scenario, const Options& options, std::uint64_t deviceCalls,
                           unsigned before) {
     std::vector<Kill> all, some;
-    for (std::uint64_t call = 1; !options.between && call <= deviceCalls; ++call) all.push_back({call, 0});
+    for (std::uint64_t call = 1; !options.between && call <= deviceCalls; ++call) all.push_back({call, 0, false});
     for (std::size_t at = 0; options.between && at < scenario.steps.size(); ++at) {
         const auto& step = scenario.steps[at];
-        if (step.kind == "call" && Process::isRun(step) && !startsUp(step)) all.push_back({0, at + 1});
+        if (step.kind == "call" && Process::isRun(step) && !startsUp(step)) all.push_back({0, at + 1, false});
     }
     for (std::size_t at = before % options.every; at < all.size(); at += options.every) some.push_back(all[at]);
     return some;
@@ -201,7 +231,7 @@ void sweep(const std::string& file, const Options& options, Reported& reported, 
     if (scenario.inParts) return;  // has kills of its own
     const auto life = [&](const vorn_onu::WorkDirectory& work, std::size_t from, const Kill& kill) {
         const std::string state = options.withoutState ? "" : work.file("hal.state");
-        return Life{scenario, options.between, from, kill, work.file("board"), state};
+        return Life{scenario, options.between, from, kill, work.file("board"), state, false};
     };
     json expected;
     {
@@ -230,6 +260,42 @@ void sweep(const std::string& file, const Options& options, Reported& reported, 
     }
 }
 
+// ---- many restarts on one board ----
+
+void print(const char* when, const Usage& usage) {
+    std::printf("%-22s %4ld records restored, file %ld bytes, %ld rules, resident %ld KiB, %ld descriptors\n", when,
+                usage.restored, usage.fileBytes, usage.rules, usage.residentKib, usage.descriptors);
+}
+
+bool same(const Usage& one, const Usage& other) {
+    constexpr long kResidentSlack = 256;  // KiB: what the kernel counts varies from process to process
+    return one.restored == other.restored && one.fileBytes == other.fileBytes && one.rules == other.rules &&
+           one.descriptors == other.descriptors && other.residentKib <= one.residentKib + kResidentSlack;
+}
+
+// Prints what a process has first and last; true when that is the same.
+bool restartSoak(const std::string& scenarioFile, unsigned restarts, Reported& reported) {
+    const vorn_onu::WorkDirectory work("vorn-kill-sweep");
+    const auto scenario = vorn_onu::loadScenario(scenarioFile);
+    const auto takeDown = fault_sweep::takeDownOf(scenarioFile, fs::temp_directory_path());
+    constexpr unsigned kWarmUp = 4;  // the first round makes what outlives a service
+    Usage first[2], last[2];
+    for (unsigned n = 0; n < kWarmUp + restarts; ++n) {
+        const unsigned part = n % 2;
+        const Life life{part == 0 ? scenario : takeDown, false,    0, {0, 0, true}, work.file("board"),
+                        work.file("hal.state"),          part != 0};
+        run(life, reported);
+        last[part] = reported.usage;
+        if (n >= kWarmUp && n < kWarmUp + 2) first[part] = last[part];
+    }
+    std::printf("%u restarts of %s\n", restarts, scenario.title.c_str());
+    print("provisioned, first", first[0]);
+    print("provisioned, last", last[0]);
+    print("taken away, first", first[1]);
+    print("taken away, last", last[1]);
+    return same(first[0], last[0]) && same(first[1], last[1]);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -245,11 +311,11 @@ int main(int argc, char** argv) {
         ->check(CLI::Range(2U, 1000000U));
     try {
         app.parse(argc, argv);
-        if (options.restarts != 0) return fault_sweep::restartSoak(options.files.front(), options.restarts) ? 0 : 1;
         if (options.every == 0) options.every = options.between ? 1 : 20;
         void* const shared = mmap(nullptr, sizeof(Reported), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
         if (shared == MAP_FAILED) throw std::runtime_error("no shared memory");
         Reported& reported = *new (shared) Reported;
+        if (options.restarts != 0) return restartSoak(options.files.front(), options.restarts, reported) ? 0 : 1;
         Totals totals;
         for (const std::string& file : options.files) sweep(file, options, reported, totals);
         std::printf("%u kills %s: %u times the services are whole afterwards\n", totals.kills,
