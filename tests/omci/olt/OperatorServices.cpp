@@ -274,6 +274,12 @@ std::vector<OperatorService> operatorServices() {
     return services;
 }
 
+std::vector<std::string> serviceNames() {
+    std::vector<std::string> names;
+    for (const auto& service : operatorServices()) names.emplace_back(service.name);
+    return names;
+}
+
 Requests allServices() {
     Requests all;
     for (const auto& service : operatorServices()) append(all, service.requests);

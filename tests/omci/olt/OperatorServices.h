@@ -30,6 +30,7 @@ OperatorService gateway();
 OperatorService management();
 
 std::vector<OperatorService> operatorServices();
+std::vector<std::string> serviceNames();
 // The requests of all of them, one service after the other.
 Requests allServices();
 

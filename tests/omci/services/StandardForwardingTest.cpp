@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "hal/HalForwarding.h"
-#include "omci/olt/CaptureFile.h"
 #include "omci/olt/Olt.h"
 #include "omci/olt/OperatorServices.h"
 #include "omci/services/Apart.h"
@@ -29,19 +28,14 @@ TEST_P(StandardForwarding, PassesTheFramesOfACaptureAndNoOthers) {
     const std::string wrong = apart([] {
         startByTheStandard();
         OnuLine line;
-        for (const auto& message : olt::readCapture(VORN_SCENARIO_DIR "/omci/" + GetParam() + ".pcap"))
+        for (const auto& message : capturedMessages(GetParam()))
             if (!omci::isUpstream(message)) line.exchange(message);
         return callsThatFailed(line) + wrongFrames(GetParam()) + "end";
     });
     EXPECT_EQ(wrong, "end");
 }
 
-std::vector<std::string> namesOfServices() {
-    std::vector<std::string> names;
-    for (const auto& service : olt::operatorServices()) names.emplace_back(service.name);
-    return names;
-}
-INSTANTIATE_TEST_SUITE_P(Services, StandardForwarding, ::testing::ValuesIn(namesOfServices()),
+INSTANTIATE_TEST_SUITE_P(Services, StandardForwarding, ::testing::ValuesIn(olt::serviceNames()),
                          [](const auto& each) { return each.param; });
 
 TEST(StandardForwardingOrder, IsOfNoMatterAndNothingIsLeft) {
