@@ -1,7 +1,10 @@
 // Messages out of files: the forms of text that logs and dump tools have, captures, and what is none.
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 #include "living/MessageFile.h"
+#include "omci/HexBytes.h"
 #include "running/io/Files.h"
 #include "support/Emulated.h"
 
@@ -13,13 +16,7 @@ using vorn_onu::MessageFile;
 const std::string kHeader = "0003480a01068000", kValues = "80000400";
 const std::string kShort = kHeader + kValues + std::string(56, '0');
 const std::string kWhole = kShort + "00000028" + "01020304";
-
-omci::Bytes bytesOf(const std::string& digits) {
-    omci::Bytes bytes;
-    for (std::size_t at = 0; at + 1 < digits.size(); at += 2)
-        bytes.push_back(static_cast<std::uint8_t>(std::stoul(digits.substr(at, 2), nullptr, 16)));
-    return bytes;
-}
+const std::string kMacs = "020000000002020000000001";
 
 std::string spaced(const std::string& digits, const std::string& between) {
     std::string text;
@@ -29,28 +26,20 @@ std::string spaced(const std::string& digits, const std::string& between) {
 
 TEST(MessageFile, TextIsReadInTheFormsOfLogsAndDumpTools) {
     const std::string all = spaced(kWhole, " ");
-    const std::string dump = "0000  " + all.substr(0, 47) + "   |..H.............|\n0010  " + all.substr(48, 47) +
-                             "   |................|\n0020  " + all.substr(96) + "   |................|\n";
-    const std::string framed = spaced(
-        "020000000002"
-        "020000000001"
-        "810000fe"
-        "88b5" +
-            kWhole,
-        " ");
-    const std::string framedDump = "0000  " + framed.substr(0, 47) + "\n0010  " + framed.substr(48, 47) + "\n0020  " +
-                                   framed.substr(96, 47) + "\n0030  " + framed.substr(144) + "\n";
-    const std::string plain = spaced(
-        "020000000002"
-        "020000000001"
-        "88b5" +
-            kWhole,
-        " ");
-    const std::string plainDump = "0000  " + plain.substr(0, 47) + "  |.....|\n0010  " + plain.substr(48, 47) +
-                                  "\n0020  " + plain.substr(96, 47) + "\n0030  " + plain.substr(144) + "\n";
+    // Sixteen bytes a line, each with its offset and the characters.
+    const auto dumpOf = [](const std::string& digits) {
+        const std::string bytes = spaced(digits, " ");
+        std::string text;
+        for (std::size_t at = 0; at < bytes.size(); at += 48) {
+            char offset[20];
+            std::snprintf(offset, sizeof offset, "%04zx", at / 3);
+            text += offset + ("  " + bytes.substr(at, 47)) + "   |................|\n";
+        }
+        return text;
+    };
     const std::pair<const char*, std::string> forms[] = {
-        {"a dump with an Ethernet header", plainDump},
-        {"a dump with an Ethernet header and a VLAN tag", framedDump},
+        {"a dump with an Ethernet header", dumpOf(kMacs + "88b5" + kWhole)},
+        {"a dump with an Ethernet header and a VLAN tag", dumpOf(kMacs + "810000fe" + "88b5" + kWhole)},
         {"digits", kWhole},
         {"without trailer", kShort},
         {"bytes", all},
@@ -60,11 +49,8 @@ TEST(MessageFile, TextIsReadInTheFormsOfLogsAndDumpTools) {
         {"time and direction", "12:00:01.5 [7] OLT->ONU: " + all},
         {"the transaction in front", "TCI 0x0003 " + all},
         {"an offset", "0000 " + kWhole},
-        {"a dump", dump},
-        {"an Ethernet frame",
-         "020000000002020000000001"
-         "88b5" +
-             kWhole},
+        {"a dump", dumpOf(kWhole)},
+        {"an Ethernet frame", kMacs + "88b5" + kWhole},
     };
     for (const auto& [name, text] : forms) {
         const MessageFile file = vorn_onu::readHexText("# a log\n\n" + text + "\n");
@@ -102,7 +88,7 @@ TEST(MessageFile, ACaptureIsReadUpToItsDamage) {
 
 // A capture of one packet, as libpcap writes it on this processor.
 std::string captureOf(std::uint32_t link, const std::string& packetDigits) {
-    const omci::Bytes packet = bytesOf(packetDigits);
+    const omci::Bytes packet = omci::hex(packetDigits);
     const auto size = static_cast<std::uint32_t>(packet.size());
     const std::uint32_t head[] = {0xa1b2c3d4, 0x00040002, 0, 0, 65535, link, 0, 0, size, size};
     std::string file(reinterpret_cast<const char*>(head), sizeof head);
@@ -111,7 +97,7 @@ std::string captureOf(std::uint32_t link, const std::string& packetDigits) {
 
 // The same as pcapng: a section, an interface, a simple packet.
 std::string newCaptureOf(std::uint16_t link, const std::string& packetDigits) {
-    const omci::Bytes packet = bytesOf(packetDigits);
+    const omci::Bytes packet = omci::hex(packetDigits);
     const auto size = static_cast<std::uint32_t>(packet.size());
     const std::uint32_t padded = (size + 3) / 4 * 4;
     const std::uint32_t head[] = {0x0a0d0d0a, 28,   0x1a2b3c4d, 1,  0xffffffff, 0xffffffff,  28,  1,
@@ -124,17 +110,16 @@ std::string newCaptureOf(std::uint16_t link, const std::string& packetDigits) {
 
 TEST(MessageFile, CapturesOfEachLinkTypeAreReadAndOthersNamed) {
     SKIP_WHEN_EMULATED(kNoLibpcap);
-    const std::string macs = "020000000002020000000001";
     const std::string cooked = "0000000100060200000000010000", cookedTwo = "0000000000000001000100060200000000010000";
     const std::pair<const char*, std::string> files[] = {
-        {"Ethernet", captureOf(1, macs + "88b5" + kWhole)},
-        {"with a VLAN tag", captureOf(1, macs + "8100" + "0fff" + "88b5" + kWhole)},
-        {"with two tags", captureOf(1, macs + "88a8" + "0002" + "8100" + "0fff" + "88b5" + kShort)},
+        {"Ethernet", captureOf(1, kMacs + "88b5" + kWhole)},
+        {"with a VLAN tag", captureOf(1, kMacs + "8100" + "0fff" + "88b5" + kWhole)},
+        {"with two tags", captureOf(1, kMacs + "88a8" + "0002" + "8100" + "0fff" + "88b5" + kShort)},
         {"cooked", captureOf(113, cooked + "88b5" + kWhole)},
         {"cooked, second version", captureOf(276, "88b5" + cookedTwo.substr(4) + kWhole)},
         {"the first user type", captureOf(147, kWhole)},
-        {"the last user type, with an Ethernet header", captureOf(162, macs + "88b5" + kWhole)},
-        {"pcapng", newCaptureOf(1, macs + "88b5" + kWhole)},
+        {"the last user type, with an Ethernet header", captureOf(162, kMacs + "88b5" + kWhole)},
+        {"pcapng", newCaptureOf(1, kMacs + "88b5" + kWhole)},
     };
     for (const auto& [name, file] : files) {
         const MessageFile read = vorn_onu::readMessages(file, "a");
@@ -142,7 +127,7 @@ TEST(MessageFile, CapturesOfEachLinkTypeAreReadAndOthersNamed) {
         EXPECT_EQ(read.messages[0].message.entity, (omci::EntityKey{262, 0x8000})) << name;
         EXPECT_EQ(read.others, 0U) << name;
     }
-    for (const std::string& none : {captureOf(1, macs + "0800" + kWhole), captureOf(105, kWhole)})
+    for (const std::string& none : {captureOf(1, kMacs + "0800" + kWhole), captureOf(105, kWhole)})
         EXPECT_THROW(vorn_onu::readMessages(none, "a"), vorn_onu::FileProblem);
 }
 

@@ -1,6 +1,7 @@
 // vorn-onu omci FILE: what it tells of captures, whole ones and parts of them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -78,14 +79,14 @@ std::string inText(const std::string& name, const std::vector<std::string>& line
     return path;
 }
 
-std::string filled(const std::string& head) {
+// A message that begins so, with its trailer; blanks are for the reader.
+std::string filled(std::string head) {
+    head.erase(std::remove(head.begin(), head.end(), ' '), head.end());
     return head + std::string(80 - head.size(), '0') + "00000028";
 }
 
 TEST(Omci, ARefusedMessageIsMarkedCountedAndNamedAndFailsTheRun) {
-    const std::string reset = filled("00014f0a00020000"), set = filled(
-                                                              "0002480a01069000"
-                                                              "80000400");
+    const std::string reset = filled("00014f0a00020000"), set = filled("0002480a01069000 80000400");
     const auto played = omciOf({inText("omci-refused.txt", {reset, set})});
     EXPECT_EQ(played.code, 1) << played.output;
     EXPECT_NE(played.output.find("✗    2  0x0002  OLT  set"), std::string::npos) << played.output;
@@ -95,12 +96,8 @@ TEST(Omci, ARefusedMessageIsMarkedCountedAndNamedAndFailsTheRun) {
 }
 
 TEST(Omci, ARefusalThatTheCaptureHasTooFailsOnlyAStrictRun) {
-    const std::string reset = filled("00014f0a00020000"), set = filled(
-                                                              "0002480a01069000"
-                                                              "80000400");
-    const std::string refused = filled(
-        "0002280a01069000"
-        "05");
+    const std::string reset = filled("00014f0a00020000"), set = filled("0002480a01069000 80000400");
+    const std::string refused = filled("0002280a01069000 05");
     const std::string path = inText("omci-as-captured.txt", {reset, filled("00012f0a00020000"), set, refused});
     const auto played = omciOf({path});
     EXPECT_EQ(played.code, 0) << played.output;
@@ -108,9 +105,7 @@ TEST(Omci, ARefusalThatTheCaptureHasTooFailsOnlyAStrictRun) {
     EXPECT_NE(played.output.find("1 refused as in the"), std::string::npos) << played.output;
     EXPECT_EQ(omciOf({path, "--strict"}).code, 1);
     // Another refusal than the capture's is a failure in any case.
-    const std::string busy = filled(
-        "0002280a01069000"
-        "06");
+    const std::string busy = filled("0002280a01069000 06");
     EXPECT_EQ(omciOf({inText("omci-other.txt", {reset, filled("00012f0a00020000"), set, busy})}).code, 1);
 }
 
@@ -164,32 +159,23 @@ TEST(Omci, AnotherOnusNumbersAreTakenFromOptionsAFileOrTheCapturesUpload) {
     // An upload says it entity by entity; the answers only, as the requests say nothing.
     std::vector<std::string> upload;
     unsigned part = 0;
-    const auto entry = [&](const std::string& entity, const std::string& values) {
+    const auto entry = [&](const std::string& entity) {
         char head[32];
         std::snprintf(head, sizeof head, "0%03x2e0a00020000", ++part);
-        upload.push_back(filled(head + entity + values));
+        upload.push_back(filled(head + entity));
     };
     char text[64];
     for (unsigned at = 1; at <= 4; ++at) {
-        std::snprintf(text, sizeof text, "000b0a%02x", at);
-        entry(text,
-              "8000"
-              "00");
+        std::snprintf(text, sizeof text, "000b0a%02x 8000 00", at);
+        entry(text);
     }
     for (unsigned at = 0; at < 8; ++at) {
-        std::snprintf(text, sizeof text, "010681%02x", at);
-        entry(text,
-              "8000"
-              "ffff");
+        std::snprintf(text, sizeof text, "010681%02x 8000 ffff", at);
+        entry(text);
     }
     for (unsigned at = 0; at < 64; ++at) {
-        char related[32];
-        std::snprintf(text, sizeof text, "011581%02x", at);
-        std::snprintf(related, sizeof related,
-                      "0400"
-                      "81%02x%04x",
-                      at / 8, at % 8);
-        entry(text, related);
+        std::snprintf(text, sizeof text, "011581%02x 0400 81%02x%04x", at, at / 8, at % 8);
+        entry(text);
     }
     upload.insert(upload.end(), lines.begin(), lines.end());
     const std::vector<std::string> runs[] = {{bare, "--layout", ports, "--layout", tConts, "--layout", queues},
@@ -206,13 +192,8 @@ TEST(Omci, AnotherOnusNumbersAreTakenFromOptionsAFileOrTheCapturesUpload) {
 }
 
 TEST(Omci, WrongIntegrityCodesInAFileAreMarked) {
-    const std::string reset = filled("00014f0a00020000"), get = filled(
-                                                              "8000490a01000000"
-                                                              "0080");
-    const auto played = omciOf({inText("omci-codes.txt", {filled("0001"
-                                                                 "4f0a00020000") +
-                                                              "00000000",
-                                                          get + "a116eef3", get + "a116eef2"})});
+    const std::string reset = filled("00014f0a00020000"), get = filled("8000490a01000000 0080");
+    const auto played = omciOf({inText("omci-codes.txt", {reset + "00000000", get + "a116eef3", get + "a116eef2"})});
     EXPECT_EQ(played.code, 0) << played.output;
     EXPECT_NE(played.output.find("1 wrong integrity code,"), std::string::npos) << played.output;
     // None is right as a CRC-32: they are of another kind, which only a key can judge.
@@ -311,12 +292,8 @@ TEST(Omci, TheAgentSeesTheBoardsLinksAndCountsEveryRoundOfADriversCounter) {
     onu.setOperState("sid1", "");
     EXPECT_TRUE(device.portState(first)->linkUp);
     EXPECT_EQ(device.imageVersion({reinterpret_cast<const std::uint8_t*>("V2.1-rc3\0\1"), 10}), "V2.1-rc3");
-    EXPECT_EQ(device
-                  .imageVersion({reinterpret_cast<const std::uint8_t*>("\0"
-                                                                       "456789"),
-                                 7})
-                  .size(),
-              8u);
+    const std::uint8_t unnamed[] = {0, '4', '5', '6', '7', '8', '9'};
+    EXPECT_EQ(device.imageVersion({unnamed, sizeof unnamed}).size(), 8u);
     onu.addGemPort(1001, 7);
     onu.setGemCounter(1001, 3, 0xFFFFFFF0);
     EXPECT_EQ(device.gemPortCounters(1001)->receivedBytes, 0xFFFFFFF0u);
