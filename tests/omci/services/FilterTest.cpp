@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "omci/olt/Olt.h"
+#include "omci/olt/OperatorServices.h"
 #include "omci/services/Apart.h"
 #include "omci/services/OnuLine.h"
 
@@ -15,35 +16,19 @@ using virtual_onu::VlanTag;
 namespace attr = omci::attr;
 namespace class_id = omci::class_id;
 
-constexpr omci::InstanceId kPort = 0x0103, kService = 0x1000;
+constexpr omci::InstanceId kPort = 0x0103, kService = 0x1020;
 constexpr unsigned kGemPort = 1021;
-constexpr std::uint64_t kNull = 0xFFFF;
 
-// Port 3 and a GEM port on a bridge, without any filter.
+// Port 3 and a GEM port on a bridge, without any filter or tagging: the transparent service before it has any.
 olt::Requests plainService() {
-    return {olt::set(class_id::kTCont, 0x8000, {{attr::t_cont::kAllocId, 1024}}),
-            create(class_id::kBridge, 3, {{attr::bridge::kLearningInd, 1}}),
-            create(class_id::kGemPort, kService,
-                   {{attr::gem_port::kPortId, kGemPort},
-                    {attr::gem_port::kTContPointer, 0x8000},
-                    {attr::gem_port::kDirection, 3},
-                    {attr::gem_port::kUpstreamQueuePointer, 0x8000},
-                    {attr::gem_port::kUpstreamDescriptorPointer, kNull},
-                    {attr::gem_port::kDownstreamDescriptorPointer, kNull}}),
-            create(class_id::kGemInterworking, kService,
-                   {{attr::gem_interworking::kGemPortPointer, kService},
-                    {attr::gem_interworking::kInterworkingOption, 1},
-                    {attr::gem_interworking::kServiceProfilePointer, 3}}),
-            create(class_id::kBridgePort, kService,
-                   {{attr::bridge_port::kBridgeIdPointer, 3},
-                    {attr::bridge_port::kPortNum, 1},
-                    {attr::bridge_port::kTpType, 5},
-                    {attr::bridge_port::kTpPointer, kService}}),
-            create(class_id::kBridgePort, 0x2000,
-                   {{attr::bridge_port::kBridgeIdPointer, 3},
-                    {attr::bridge_port::kPortNum, 2},
-                    {attr::bridge_port::kTpType, 1},
-                    {attr::bridge_port::kTpPointer, kPort}})};
+    olt::Requests requests = olt::transparent().requests;
+    requests.erase(std::remove_if(requests.begin(), requests.end(),
+                                  [](const olt::Request& request) {
+                                      return request.entity.classId == class_id::kVlanFilter ||
+                                             request.entity.classId == class_id::kExtendedTagging;
+                                  }),
+                   requests.end());
+    return requests;
 }
 
 Frame frameWith(const std::vector<VlanTag>& tags) {
