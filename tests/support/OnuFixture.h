@@ -24,6 +24,18 @@ inline OMCI_SERVICE_MAP_ENTRY serviceOf(const virtual_onu::BusMessage& message) 
     return service;
 }
 
+// T-CONT `index` with this alloc-id and strict queues.
+inline void makeTcont(unsigned char index, std::uint16_t allocId, std::initializer_list<std::uint32_t> queues) {
+    const GponCtlTcontAllocId tcont{index, 0, allocId};
+    gponCtl_configTcontAllocId(&tcont);
+    const TmctlIf interface { index };
+    ASSERT_EQ(tmctl_portTmInit(TMCTL_DEV_GPON, &interface, 0, 8), 0);
+    for (const std::uint32_t id : queues) {
+        const TmctlQueueCfg queue{id, id, 256, 0, 1, 0, 0, 0};
+        ASSERT_EQ(tmctl_setQueueCfg(TMCTL_DEV_GPON, &interface, &queue), 0);
+    }
+}
+
 class OnuFixture : public ::testing::Test {
 protected:
     void SetUp() override { onu().reset(); }
@@ -64,14 +76,7 @@ protected:
 
     // GEM port 1001 with index 7, up, on T-CONT 0 with queues 0 and 2.
     static void addGemPortOnTcont() {
-        const GponCtlTcontAllocId tcont{0, 0, 1024};
-        gponCtl_configTcontAllocId(&tcont);
-        const TmctlIf interface { 0 };
-        ASSERT_EQ(tmctl_portTmInit(TMCTL_DEV_GPON, &interface, 0, 8), 0);
-        for (const std::uint32_t id : {0u, 2u}) {
-            const TmctlQueueCfg queue{id, id, 256, 0, 1, 0, 0, 0};
-            ASSERT_EQ(tmctl_setQueueCfg(TMCTL_DEV_GPON, &interface, &queue), 0);
-        }
+        makeTcont(0, 1024, {0, 2});
         onu().addGemPort(1001, 7, 1024);
         enableGemPort(1001);
     }

@@ -29,14 +29,7 @@ protected:
                 engine().configureBridge(bridge, 1, false);
             }
         });
-        const GponCtlTcontAllocId tcont{0, 0, 1024};
-        gponCtl_configTcontAllocId(&tcont);
-        const TmctlIf interface { 0 };
-        ASSERT_EQ(tmctl_portTmInit(TMCTL_DEV_GPON, &interface, 0, 8), 0);
-        for (std::uint32_t id = 0; id < 8; ++id) {
-            const TmctlQueueCfg queue{id, id, 256, 0, 1, 0, 0, 0};
-            ASSERT_EQ(tmctl_setQueueCfg(TMCTL_DEV_GPON, &interface, &queue), 0);
-        }
+        makeTcont(0, 1024, {0, 1, 2, 3, 4, 5, 6, 7});
         for (unsigned i = 0; i < kGemPorts; ++i) {
             onu().addGemPort(kFirstPortId + i, kFirstIndex + i, 1024);
             enableGemPort(kFirstPortId + i);

@@ -115,16 +115,6 @@ TEST_F(Restart, WhatTheDeviceNoLongerHasIsForgottenAndWhatItHasTooMuchIsNamed) {
     EXPECT_EQ(onu().rules("sid0", 0, 0).size(), 1U);
 }
 
-TEST_F(Restart, AGemPortThatIsUpStaysUp) {
-    live(provision);
-    Daemon second(folder_);
-    ASSERT_GT(second.open(state()), 0);
-    onu().clearTrace();
-    make(second, 0, 2);
-    EXPECT_TRUE(onu().gemPort(kGemPort)->enabled);
-    for (const auto& line : onu().traceTexts()) EXPECT_EQ(line.find("enableGemPort(1, 1001, 0)"), std::string::npos);
-}
-
 // ---- opening ----
 
 TEST_F(Restart, WhatIsRefusedLeavesLibraryAndFileAlone) {

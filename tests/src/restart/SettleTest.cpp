@@ -56,22 +56,6 @@ TEST_F(Settle, ARepeatWithinOneLifeIsWhatItWas) {
     EXPECT_EQ(Daemon(folder_).settle(), -1) << "no file is open";
 }
 
-// ---- killed between commit and return ----
-
-TEST_F(Settle, KilledBehindEachOperationItMayAskForAllAgain) {
-    const Calls calls = callsOf(services(2));
-    const auto whole = neverDied(calls);
-    for (std::size_t killed = 1; killed <= calls.size(); ++killed) {
-        SCOPED_TRACE(killed);
-        liveFirst(Calls(calls.begin(), calls.begin() + static_cast<long>(killed)));
-        Daemon second(folder_);
-        ASSERT_GT(second.open(state()), 0);
-        make(second, calls);
-        EXPECT_EQ(second.settle(), 0);
-        EXPECT_EQ(serving(), whole) << difference(whole, serving());
-    }
-}
-
 // ---- less, or something else ----
 
 TEST_F(Settle, WhatIsNotAskedForAnyMoreIsTakenAway) {

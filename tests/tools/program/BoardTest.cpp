@@ -74,16 +74,6 @@ TEST_F(ExecBoard, AllProcessesOfAProgramWorkOnTheOneBoard) {
     EXPECT_EQ(state()["network"]["bridges"].size(), 2U);
 }
 
-TEST_F(ExecBoard, HoldsWhatStandsWhenTheProgramIsKilled) {
-    SKIP_WHEN_EMULATED(kHostPrograms);
-    // A daemon that goes into the background, as it does with --stay, is in the tool's hands until it is killed.
-    const std::string log = scratch_.file("log"),
-                      isUp = "while ! grep -q \"service is up\" " + log + "; do sleep 0.02; done";
-    EXPECT_EQ(exec(kDaemon + " --stay >" + log + " & " + isUp + "; kill -9 $!; true").code, 0);
-    EXPECT_GT(rules(), 5U);
-    EXPECT_EQ(exec(kDaemon).code, 0) << "and the next one goes on with it";
-}
-
 TEST_F(ExecBoard, IsOneRunsAtATime) {
     SKIP_WHEN_EMULATED(kHostPrograms);
     const ProgramResult inner = exec(kTool + " exec --board " + board_ + " -- /bin/echo it runs");

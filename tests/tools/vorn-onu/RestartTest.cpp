@@ -91,36 +91,6 @@ TEST(Restart, EverythingButTheHalGoesOn) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(scratch.file("")), {}), 4) << "nothing else is left";
 }
 
-// The same steps without a restart leave the same device.
-TEST(Restart, LeavesTheDeviceAsItWas) {
-    SKIP_WHEN_EMULATED(kEmulatedFork);
-    const ScratchDirectory scratch;
-    const std::string scenario = std::string(VORN_SCENARIO_DIR) + "/internet.json";
-    json whole = json::parse(contentOf(scenario)), parts = whole;
-    const auto stateOf = [&](const json& steps, const std::string& name) {
-        const std::string state = scratch.file(name + ".state");
-        const ProgramResult run =
-            runProgram({kTool, "run", scratch.write(name + ".json", steps.dump()), "--quiet", "--json", state});
-        EXPECT_EQ(run.code, 0) << run.output;
-        return json::parse(contentOf(state))["device"];
-    };
-    // A restart in front of each look at the device.
-    parts["steps"] = json::array();
-    std::size_t restarts = 0;
-    for (const json& step : whole["steps"]) {
-        if (step.contains("expect") && ++restarts < 4) parts["steps"].push_back({{"restart", "kill"}});
-        parts["steps"].push_back(step);
-        if (restarts == 4) break;  // what has been provisioned; a new process could not take it back
-    }
-    whole["steps"] = json::array();
-    for (const json& step : parts["steps"])
-        if (!step.contains("restart")) whole["steps"].push_back(step);
-    ASSERT_GE(restarts, 2U);
-    const json one = stateOf(whole, "whole"), other = stateOf(parts, "parts");
-    for (const char* facility : {"network", "vlan", "pon", "board", "runner", "bus", "shell", "clock", "calls"})
-        EXPECT_EQ(one[facility], other[facility]) << json::diff(one[facility], other[facility]).dump(1);
-}
-
 // With a state file the HAL goes on as if nobody had killed it: every expectation of the scenario holds.
 TEST(Restart, AHalThatKeepsItsStateTakesBackWhatItProvisionedBefore) {
     SKIP_WHEN_EMULATED(kEmulatedFork);

@@ -186,16 +186,6 @@ TEST(Exec, StateOfADaemonBehindAShellThatIsKilledIsKept) {
     EXPECT_TRUE(hasDevice(readJson(scratch.file("state.json")), "sid1.3"));
 }
 
-TEST(Exec, StateIsWrittenWhileADaemonThatNeverEndsByItselfRuns) {
-    const ScratchDirectory scratch;
-    const std::string state = scratch.file("state.json");
-    // As a device: the trace in the same file names it before it is there.
-    const std::string script = kDaemon + R"( --stay >/dev/null & while ! grep -q '"name": "sid1.3"' )" + state +
-                               "; do sleep 0.02; done; kill -9 $!";
-    runProgram({kTool, "exec", "--quiet", "--json", state, "--", "/bin/sh", "-c", script});
-    EXPECT_TRUE(hasDevice(readJson(state), "sid1.3"));
-}
-
 TEST(Exec, ProgramThatNeverHeardOfADeviceRunsAsAlways) {
 #if defined(VORN_EMULATED)
     GTEST_SKIP() << "the host's programs are of another machine than the virtual ONU";
