@@ -25,6 +25,9 @@ extern "C" __attribute__((weak)) int __lsan_do_recoverable_leak_check();  // NOL
 
 namespace fault_sweep {
 
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Measure, calls, freshStates, usedStates, leftOvers, lost, leavesLeftOut)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Findings, hit, endOfOperation, failedCalls, problems, accepted, measure)
+
 namespace {
 
 using nlohmann::json;
@@ -38,28 +41,6 @@ struct Child {
     int answer;  // descriptors of the child's answer and of its error stream
     int errors;
 };
-
-json toJson(const Findings& findings) {
-    const Measure& measure = findings.measure;
-    return {{"hit", findings.hit},           {"end", findings.endOfOperation}, {"failed", findings.failedCalls},
-            {"problems", findings.problems}, {"accepted", findings.accepted},  {"calls", measure.calls},
-            {"fresh", measure.freshStates},  {"used", measure.usedStates},     {"left", measure.leftOvers},
-            {"lost", measure.lost},          {"leaves", measure.leavesLeftOut}};
-}
-
-void fromJson(const json& answer, Findings& findings) {
-    answer["hit"].get_to(findings.hit);
-    answer["end"].get_to(findings.endOfOperation);
-    answer["failed"].get_to(findings.failedCalls);
-    answer["problems"].get_to(findings.problems);
-    answer["accepted"].get_to(findings.accepted);
-    answer["calls"].get_to(findings.measure.calls);
-    answer["fresh"].get_to(findings.measure.freshStates);
-    answer["used"].get_to(findings.measure.usedStates);
-    answer["left"].get_to(findings.measure.leftOvers);
-    answer["lost"].get_to(findings.measure.lost);
-    answer["leaves"].get_to(findings.measure.leavesLeftOut);
-}
 
 std::string contentOf(int descriptor) {
     std::string text;
@@ -79,7 +60,7 @@ std::string contentOf(int descriptor) {
     std::string stateFile;
     if (options.keepsState)
         stateFile = (fs::temp_directory_path() / ("hal.state." + std::to_string(getpid()))).string();
-    const std::string text = toJson(runTrial(subject, plan, options.code, stateFile)).dump();
+    const std::string text = json(runTrial(subject, plan, options.code, stateFile)).dump();
     if (!stateFile.empty()) unlink(stateFile.c_str());
     const bool written = write(answer, text.data(), text.size()) == static_cast<ssize_t>(text.size());
     if (__lsan_do_recoverable_leak_check != nullptr && __lsan_do_recoverable_leak_check() != 0) _exit(kLeaked);
@@ -107,7 +88,7 @@ std::string endOf(int status) {
 Findings finish(const Child& child, int status) {
     Findings findings;
     const json answer = json::parse(contentOf(child.answer), nullptr, false);
-    if (!answer.is_discarded()) fromJson(answer, findings);
+    if (!answer.is_discarded()) answer.get_to(findings);
     if (status != 0) {
         findings.hit = true;
         findings.problems.push_back(endOf(status));

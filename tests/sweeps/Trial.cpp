@@ -4,13 +4,13 @@
 #include <chrono>
 #include <condition_variable>
 #include <exception>
-#include <filesystem>
 #include <iterator>
 #include <mutex>
 #include <set>
 #include <sstream>
 
 #include "Leaving.h"
+#include "ProcessUsage.h"
 #include "RuleAgreement.h"
 #include "Stays.h"
 #include "TakeDown.h"
@@ -47,11 +47,6 @@ void settle(const VirtualOnu& onu) {
         if (now == before) return;
         before = now;
     }
-}
-
-long openDescriptors() {
-    const std::filesystem::directory_iterator all("/proc/self/fd");
-    return std::distance(begin(all), end(all));
 }
 
 // "bridge br3 up stp off forward-delay 0 ports sid0.3" is three lines: what differs has a reason of its own each.
