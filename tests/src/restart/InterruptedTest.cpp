@@ -110,15 +110,15 @@ std::vector<Interruption> interruptions() {
         asks(&VornHal::vorn_omci_hal_provisionIpHost, host(true))(hal);
     };
     std::vector<Interruption> all = {
-        {"unsetPbitData", provisioned, asks(&VornHal::vorn_omci_hal_unsetPbitData, threePorts()), 1, 2, false},
+        {"unsetPbitData", provisioned, asks(&VornHal::vorn_omci_hal_unsetPbitData, threePorts()), 1, 3, false},
         {"deprovisionAniSideBridge", provisioned, asks(&VornHal::vorn_omci_hal_deprovisionAniSideBridge, service()), 1,
-         2, false},
+         3, false},
         {"deprovisionUniSideBridge", provisioned, asks(&VornHal::vorn_omci_hal_deprovisionUniSideBridge, service()), 1,
-         2, false},
-        {"filter_flow_add, away", provisioned, asks(&VornHal::vorn_omci_hal_filter_flow_add, row(false)), 1, 2, false},
-        {"a row by DSCP", provisioned, asks(&VornHal::vorn_omci_hal_filter_flow_add, dscpRow()), 1, 2, false},
-        {"provisionIpHost", provisioned, asks(&VornHal::vorn_omci_hal_provisionIpHost, host(false)), 1, 3, false},
-        {"deprovisionIpHost", withDhcpHost, asks(&VornHal::vorn_omci_hal_deprovisionIpHost, host(true)), 1, 3, false},
+         3, false},
+        {"filter_flow_add, away", provisioned, asks(&VornHal::vorn_omci_hal_filter_flow_add, row(false)), 1, 3, false},
+        {"a row by DSCP", provisioned, asks(&VornHal::vorn_omci_hal_filter_flow_add, dscpRow()), 1, 3, false},
+        {"provisionIpHost", provisioned, asks(&VornHal::vorn_omci_hal_provisionIpHost, host(false)), 1, 5, false},
+        {"deprovisionIpHost", withDhcpHost, asks(&VornHal::vorn_omci_hal_deprovisionIpHost, host(true)), 1, 5, false},
     };
     for (std::size_t call = 0; call < internet().size(); ++call) {
         const auto before = [call](VornHal& hal) {
