@@ -406,8 +406,7 @@ std::vector<BadFile> badFiles(const std::string& good) {
         {"key with words", kEnd, "{\"vlan.defaults\":{\"sid0\":{\"action\":\"drop\",\"device\":\"\"}}}\n",
          "the key must be a table"},
         {"master without a bridge", R"("master":"")", R"("master":"br7")", "but the bridges have it otherwise"},
-        {"rule of no device", kEnd,
-         rule("x9") + ",\"vlan.kit\":{\"nextRuleId\":2,\"outOfRangeFilters\":\"never\"}}\n",
+        {"rule of no device", kEnd, rule("x9") + ",\"vlan.kit\":{\"nextRuleId\":2,\"outOfRangeFilters\":\"never\"}}\n",
          "there is no device \"x9\""},
         {"rule id to come", kEnd, rule("sid0") + "}\n", "is not below nextRuleId"},
     };

@@ -97,6 +97,7 @@ TEST_P(Capture, IsWhatTheOltSends) {
     EXPECT_TRUE(capture == contentOf(capturePath(GetParam())));
 }
 
-INSTANTIATE_TEST_SUITE_P(Services, Capture, ::testing::ValuesIn(olt::serviceNames()), [](const auto& each) { return each.param; });
+INSTANTIATE_TEST_SUITE_P(Services, Capture, ::testing::ValuesIn(olt::serviceNames()),
+                         [](const auto& each) { return each.param; });
 
 }  // namespace

@@ -94,12 +94,10 @@ inline Operation noPonPort(const BridgeServiceProvisioning& record) {
     return {"unsetPbitData", asks(&VornHal::vorn_omci_hal_unsetPbitData, record)};
 }
 inline Operation noPonSide(const BridgeServiceProvisioning& record) {
-    return deviceByDevice(
-        {"deprovisionAniSideBridge", asks(&VornHal::vorn_omci_hal_deprovisionAniSideBridge, record)});
+    return deviceByDevice({"deprovisionAniSideBridge", asks(&VornHal::vorn_omci_hal_deprovisionAniSideBridge, record)});
 }
 inline Operation noUniSide(const BridgeServiceProvisioning& record) {
-    return deviceByDevice(
-        {"deprovisionUniSideBridge", asks(&VornHal::vorn_omci_hal_deprovisionUniSideBridge, record)});
+    return deviceByDevice({"deprovisionUniSideBridge", asks(&VornHal::vorn_omci_hal_deprovisionUniSideBridge, record)});
 }
 inline Operation gateway(bool comes, std::uint16_t gemPortId) {
     return {comes ? "veip_createRules" : "veip_deleteRules",

@@ -168,8 +168,7 @@ TEST_P(Changes, WhatNobodyAsksForAgainGoesAndNobodyElseNotices) {
     EXPECT_EQ(bad_, 0U);
     EXPECT_EQ(serving(), expected) << nlohmann::json::diff(expected, serving()).dump(1);
     EXPECT_EQ(daemon().settle(), 0) << "once is enough";
-    for (const Operation& operation : GetParam().comes)
-        EXPECT_EQ(operation.run(daemon().hal()), 0) << operation.name;
+    for (const Operation& operation : GetParam().comes) EXPECT_EQ(operation.run(daemon().hal()), 0) << operation.name;
     EXPECT_EQ(serving(), whole) << nlohmann::json::diff(whole, serving()).dump(1);
 
     // All of it is asked for again: nothing is done twice, and nothing goes.
@@ -217,8 +216,7 @@ TEST_F(ForwardedServices, TheOrderOfPonPortsIsTheOneOfTheLastLife) {
         for (const std::uint16_t gemPortId : {std::uint16_t{1001}, std::uint16_t{1002}})
             gemPort(gemPortId).run(daemon().hal());
         bridge(3).run(daemon().hal());
-        for (const std::uint16_t gemPortId : {first, second})
-            pon(ponPort(gemPortId, "0064")).run(daemon().hal());
+        for (const std::uint16_t gemPortId : {first, second}) pon(ponPort(gemPortId, "0064")).run(daemon().hal());
         ASSERT_EQ(ask(daemon(), row(true)), 0);
     };
     const auto gemPortUp = [] {
