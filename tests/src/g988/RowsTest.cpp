@@ -1,5 +1,5 @@
-// Downstream modes and tables of the extended VLAN tagging operation, their rows written as the 16 bytes that an OLT
-// sends. What each row does to frames: RandomTablesTest.cpp; through the HAL: omci/services/FilterTest.cpp.
+// Rows of the extended VLAN tagging table, written as the 16 bytes that an OLT sends, and what becomes of frames. Of
+// the rows here chance draws few: two tags that meet, and p-bits that decide. The others: RandomTablesTest.cpp.
 #include "src/g988/PlannedBoard.h"
 
 namespace {
@@ -54,14 +54,51 @@ Frame frame(const std::vector<VlanTag>& tags) {
     return made;
 }
 
-VlanTag tag(unsigned vid, unsigned pbits = 0) {
-    return {0x8100, static_cast<std::uint8_t>(pbits), false, static_cast<std::uint16_t>(vid)};
+VlanTag tag(unsigned vid, unsigned pbits = 0, std::uint16_t tpid = 0x8100, bool dei = false) {
+    return {tpid, static_cast<std::uint8_t>(pbits), dei, static_cast<std::uint16_t>(vid)};
 }
 
 constexpr const char* kUntaggedTo321 = "F8000000 F8000000 000F0000 00000A0C";
 constexpr const char* k100To321 = "F8000000 80320000 400F0000 00080A0C";
 constexpr const char* k100To321P5 = "F8000000 80320000 400F0000 00050A0C";
 constexpr const char* kUntaggedByDscp = "F8000000 F8000000 000F0000 000A0A0C";
+
+constexpr const char* kAnyTagIn900 = "F8000000 88000000 000F0000 00081C22";
+constexpr const char* kUntaggedIn900Over50 = "F8000000 F8000000 00001C26 00000194";
+constexpr const char* kExchange = "88000000 88000000 80088000 00098009";
+constexpr const char* k100P3To321P3 = "F8000000 30320000 400F0000 00030A0C";
+constexpr const char* k200To321P5 = "F8000000 80640000 400F0000 00050A0C";
+constexpr const char* kTwoTagsLoseOuter = "88000000 88000000 400F0000 000F0000";
+constexpr const char* kTwoTagsInto321 = "88000000 80320000 800F0000 00090A0C";
+
+TEST_F(PlannedBoard, RowsDoToFramesWhatTheySay) {
+    const VlanTag service = tag(900, 1, kServiceTpid);
+    const struct {
+        std::vector<const char*> rows;
+        bool goesUp;
+        std::vector<VlanTag> sent;
+        const char* leaves;
+    } cases[] = {
+        {{kAnyTagIn900}, true, {tag(7, 3, 0x8100, true)}, "VID 900 p3 DEI TPID 0x88a8, VID 7 p3 DEI, IPv4"},
+        {{kAnyTagIn900}, false, {service, tag(7, 3)}, "VID 7 p3, IPv4"},
+        {{kUntaggedIn900Over50}, true, {}, "VID 900 p0 TPID 0x88a8, VID 50 p0, IPv4"},
+        {{kUntaggedIn900Over50}, false, {tag(900, 0, kServiceTpid), tag(50)}, "untagged IPv4"},
+        {{kExchange}, true, {tag(10, 1), tag(20, 2)}, "VID 20 p2, VID 10 p1, IPv4"},
+        {{kExchange}, false, {tag(20, 2), tag(10, 1)}, "VID 10 p1, VID 20 p2, IPv4"},
+        {{k100P3To321P3, k200To321P5}, false, {tag(321, 5)}, "VID 200 p0, IPv4"},
+        {{k100P3To321P3, k200To321P5}, false, {tag(321, 1)}, "VID 100 p3, IPv4"},
+        {{kTwoTagsLoseOuter}, true, {tag(5), tag(6, 2)}, "VID 6 p2, IPv4"},
+        {{kTwoTagsLoseOuter}, false, {tag(6, 2)}, "VID 0 p0, VID 6 p2, IPv4"},
+        {{kTwoTagsInto321}, true, {tag(5, 6), tag(100, 2)}, "VID 321 p6, IPv4"},
+        {{kTwoTagsInto321}, false, {tag(321, 6)}, "VID 0 p6, VID 100 p0, IPv4"},
+    };
+    for (const auto& one : cases) {
+        carryOut(g988::planOf(tablesWith(tableOf(one.rows))));
+        const auto walk =
+            one.goesUp ? onu().sendFromPort("sid0", frame(one.sent)) : onu().sendFromPon(kFirstPortId, frame(one.sent));
+        EXPECT_EQ(walk.exits.empty() ? "" : walk.exits.front().frame.text(), one.leaves) << one.rows.front();
+    }
+}
 
 struct Mode {
     std::uint8_t mode;

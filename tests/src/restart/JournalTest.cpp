@@ -191,6 +191,26 @@ TEST_F(JournalTest, UnsafePlacesAreRefused) {
     EXPECT_TRUE(journal.open(shared + "/file", kBoot, &problem_)) << "a sticky directory is safe: " << problem_;
 }
 
+TEST_F(JournalTest, ItStaysSmall) {
+    Journal journal;
+    ASSERT_TRUE(journal.open(path(), kBoot, &problem_));
+    std::size_t largest = 0;
+    const std::string value(2688, 'r');  // 96 rules
+    for (int round = 0; round < 20; ++round) {
+        for (std::uint16_t service = 0; service < 64; ++service) {
+            journal.begin();
+            journal.put(keyOf(kit::Entry::Rules, "gpon", service), value.substr(static_cast<std::size_t>(round)));
+            journal.end();
+            largest = std::max(largest, static_cast<std::size_t>(fs::file_size(path())));
+        }
+    }
+    EXPECT_LT(largest, 1U << 20);
+    const auto before = journal.entries();
+    EXPECT_EQ(before.size(), 64U);
+    journal = Journal();
+    EXPECT_EQ(open().entries, before);
+}
+
 // A library that holds much already, and opens its file late, has it all in one commit.
 TEST_F(JournalTest, ACommitMayBeLargerThanARecord) {
     {

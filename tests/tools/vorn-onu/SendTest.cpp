@@ -91,6 +91,15 @@ TEST(Send, AgreesWithTheFrameStepForFramesByChance) {
     EXPECT_GE(verdicts.size(), 5u) << "frames of many fates";
 }
 
+TEST(Send, DrawsTheCopiesOfAFrameAsATree) {
+    const ScratchDirectory scratch;
+    const std::string output =
+        runProgram({kTool, "send", scratch.write("b.json", provisioning(kBridging).dump()), "--from", "sid0"}).output;
+    for (const char* line : {"1  sid0 receives  untagged frames: as they are → sid0.5", "2  ├ bridge br5",
+                             "3  │ gpon5 sends", "4  └ bridge br5", "5    sid2 sends"})
+        EXPECT_NE(output.find(line), std::string::npos) << line << "\n" << output;
+}
+
 TEST(Send, SaysWhyABridgeSendsAGroupToOnePortOnly) {
     const ScratchDirectory scratch;
     json scenario = provisioning(kBridging);
