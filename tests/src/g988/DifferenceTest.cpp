@@ -87,6 +87,15 @@ TEST_F(Difference, RowForTheRestTakesWhatStandsBehindItAlong) {
     EXPECT_EQ(sent.exits[0].frame.text(), "VID 900 p3, IPv4");
 }
 
+TEST_F(Difference, RefusedPlanAsksForNothing) {
+    rowsOf(tables_).downstreamMode = 9;
+    onu().clearTrace();
+    const auto outcome = g988::carryOut(g988::planOf(tables_), rules_);
+    EXPECT_FALSE(outcome.done);
+    EXPECT_EQ(outcome.reason, "sid0: there is no such downstream mode");
+    EXPECT_TRUE(onu().traceTexts().empty());
+}
+
 // ---- the steps of one table, without a device ----
 
 using RuleTable = std::vector<g988::InstalledRule>;
