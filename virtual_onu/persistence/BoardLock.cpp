@@ -20,6 +20,27 @@ namespace virtual_onu::persistence {
 namespace {
 
 constexpr std::size_t kPageSize = 4096;
+constexpr char kMemory[] = "/dev/shm/vorn-onu-board-";
+
+// Of the lock file, the page of which is there.
+std::string placeInMemory(const FileIdentity& file) {
+    return kMemory + std::to_string(file.device) + "-" + std::to_string(file.inode);
+}
+
+// Blocks and not only a length: to write into a page that the disk has no room for would end the process.
+bool givePage(int fd) {
+    int error = ftruncate(fd, 0) == 0 ? EINTR : errno;
+    while (error == EINTR) error = posix_fallocate(fd, 0, kPageSize);
+    if (error == 0) return true;
+    ftruncate(fd, 0);
+    errno = error;
+    return false;
+}
+
+bool isEmpty(int fd) {
+    struct stat found {};
+    return fstat(fd, &found) == 0 && found.st_size == 0;
+}
 
 FileIdentity identityOf(const std::string& path) {
     const int fd = real::open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC, 0);
@@ -59,12 +80,30 @@ bool BoardLock::lockNamedFile(Company company) {
     return true;
 }
 
+// The file with the page; -1 where there is none.
+int BoardLock::openPage() const {
+    if (isNew_ ? givePage(descriptor_) : !isEmpty(descriptor_)) return descriptor_;
+    const int error = errno;
+    const std::string path = placeInMemory(FileIdentity::of(descriptor_));
+    if (isNew_) real::unlink(path.c_str());
+    const int fd = real::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | (isNew_ ? O_CREAT | O_EXCL : 0), 0600);
+    if (fd < 0 || !isNew_ || givePage(fd)) return fd;
+    real::close(fd);
+    real::unlink(path.c_str());
+    errno = error;
+    return -1;
+}
+
 void BoardLock::mapPage() {
-    const bool fits = (!isNew_ || ftruncate(descriptor_, 0) == 0) && ftruncate(descriptor_, kPageSize) == 0;
-    void* place = fits ? mmap(nullptr, kPageSize, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor_, 0) : MAP_FAILED;
-    if (place == MAP_FAILED) {
-        const int error = errno;
+    const int fd = openPage();
+    void* place = fd >= 0 ? mmap(nullptr, kPageSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0) : MAP_FAILED;
+    held_ = place != MAP_FAILED ? mmap(nullptr, kPageSize, PROT_NONE, MAP_SHARED, descriptor_, 0) : MAP_FAILED;
+    const int error = errno;
+    if (fd >= 0 && fd != descriptor_) real::close(fd);
+    if (held_ == MAP_FAILED) {
+        if (place != MAP_FAILED) munmap(place, kPageSize);
         real::close(std::exchange(descriptor_, -1));
+        removeIfLast();
         throw BadBoard(path_ + ": " + std::strerror(error));
     }
     if (!isNew_) {
@@ -87,7 +126,8 @@ BoardLock::BoardLock(std::string boardFile, Company company)
 }
 
 BoardLock::~BoardLock() {
-    if (page_ != nullptr) munmap(page_, kPageSize);
+    munmap(page_, kPageSize);
+    munmap(held_, kPageSize);
     if (descriptor_ >= 0) real::close(descriptor_);
     removeIfLast();
 }
@@ -95,7 +135,10 @@ BoardLock::~BoardLock() {
 void BoardLock::removeIfLast() const {
     const int fd = real::open(path_.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0);
     if (fd < 0) return;
-    if (locked(fd, LOCK_EX | LOCK_NB) && identityOf(path_) == FileIdentity::of(fd)) real::unlink(path_.c_str());
+    if (locked(fd, LOCK_EX | LOCK_NB) && identityOf(path_) == FileIdentity::of(fd)) {
+        if (isEmpty(fd)) real::unlink(placeInMemory(FileIdentity::of(fd)).c_str());
+        real::unlink(path_.c_str());
+    }
     real::close(fd);
 }
 

@@ -1,6 +1,7 @@
-// Who works on a board file: a file beside it, "FILE.lock", with a page that all processes of the board share. The
-// mapping of the page holds the lock on the file, so that a program that closes descriptors does not lose it, and a
-// child has it from its parent.
+// Who works on a board file: a file beside it, "FILE.lock", with a page that all processes of the board share. A
+// mapping of the file holds the lock on it, so that a program that closes descriptors does not lose it, and a child has
+// it from its parent. Where the disk has no room for the page, the file is empty, and the page lies in memory, below
+// /dev/shm.
 #ifndef VIRTUAL_ONU_BOARD_LOCK_H
 #define VIRTUAL_ONU_BOARD_LOCK_H
 
@@ -42,11 +43,13 @@ private:
     };
     bool lockNamedFile(Company company);
     void mapPage();
+    int openPage() const;
     void removeIfLast() const;
 
     std::string boardFile_, path_;
     int descriptor_ = -1;  // while this process is alone
     bool isNew_ = false;
+    void* held_ = nullptr;  // the file
     Page* page_ = nullptr;
 };
 

@@ -7,20 +7,21 @@ namespace virtual_onu::persistence {
 namespace {
 
 constexpr char kFormat[] = "vorn-onu board";
-constexpr unsigned kVersion = 1;
+constexpr unsigned kVersion = 2, kVersionWithoutSums = 1;
 constexpr char kRunPrefix[] = "run.";
 
-// Throws BadBoard.
-void checkHeader(const std::string& line) {
+// Answers the version. Throws BadBoard.
+std::uint64_t checkHeader(const std::string& line) {
     const Json header = Json::parse(line, nullptr, false);
     const bool isBoard = header.is_object() && header.contains("format") && header["format"] == kFormat;
     if (!isBoard) throw BadBoard("is no board: its first line must be " + Json::parse(headerLine()).dump());
     if (!header.contains("version") || !header["version"].is_number_unsigned())
         throw BadBoard("line 1: the version must be a number");
     const auto version = header["version"].get<std::uint64_t>();
-    if (version != kVersion)
-        throw BadBoard("is a board of version " + std::to_string(version) + "; this program knows version " +
-                       std::to_string(kVersion));
+    if (version != kVersion && version != kVersionWithoutSums)
+        throw BadBoard("is a board of version " + std::to_string(version) + "; this program knows versions " +
+                       std::to_string(kVersionWithoutSums) + " and " + std::to_string(kVersion));
+    return version;
 }
 
 void readRecord(const Section& section, const std::string& key, const Json& record, const RecordSeen& seen) {
@@ -51,17 +52,13 @@ void readLine(const std::string& line, const SectionIndex& index, const RecordSe
     }
 }
 
-void readNumbered(const std::string& text, std::size_t number, bool withHeader, const SectionIndex& index,
-                  const RecordSeen& seen) {
-    std::size_t begin = 0;
+// From the place on, where the line of this number begins.
+void readNumbered(const std::string& text, std::size_t begin, std::size_t number, std::optional<FileSum>& sum,
+                  const SectionIndex& index, const RecordSeen& seen) {
     for (std::size_t end = 0; (end = text.find('\n', begin)) != std::string::npos; begin = end + 1, ++number) {
         const std::string line = text.substr(begin, end - begin);
-        if (withHeader && number == 1) {
-            checkHeader(line);
-            continue;
-        }
         try {
-            readLine(line, index, seen);
+            readLine(sum ? sum->objectOf(line) : line, index, seen);
         } catch (const BadBoard& problem) {
             throw BadBoard("line " + std::to_string(number) + ": " + problem.what());
         }
@@ -94,22 +91,29 @@ void addRecord(Json& line, const Section& section, const std::string& key, Json 
         line[section.name][jsonText(key)] = std::move(record);
 }
 
-std::string lineText(const Json& line) {
-    return line.dump() + "\n";
+std::string lineText(const Json& line, std::optional<FileSum>& sum) {
+    return sum ? sum->lineOf(line.dump()) : line.dump() + "\n";
 }
 
 std::size_t wholeLines(const std::string& text) {
     const std::size_t last = text.rfind('\n');
-    return last == std::string::npos ? 0 : last + 1;
+    const std::size_t whole = last == std::string::npos ? 0 : last + 1;
+    if (FileSum::hasMoreThanALine(std::string_view(text).substr(whole)))
+        throw BadBoard("is damaged: the end of a line is missing");
+    return whole;
 }
 
-void readBoard(const std::string& text, const SectionIndex& index, const RecordSeen& seen) {
-    if (text.find('\n') == std::string::npos) checkHeader(text);
-    readNumbered(text, 1, true, index, seen);
+std::optional<FileSum> readBoard(const std::string& text, const SectionIndex& index, const RecordSeen& seen) {
+    const std::size_t end = text.find('\n');
+    std::optional<FileSum> sum;
+    if (checkHeader(text.substr(0, end)) != kVersionWithoutSums) sum.emplace().add(text.substr(0, end) + "\n");
+    if (end != std::string::npos) readNumbered(text, end + 1, 2, sum, index, seen);
+    return sum;
 }
 
-void readLines(const std::string& text, const SectionIndex& index, const RecordSeen& seen) {
-    readNumbered(text, 1, false, index, seen);
+void readLines(const std::string& text, std::optional<FileSum>& sum, const SectionIndex& index,
+               const RecordSeen& seen) {
+    readNumbered(text, 0, 1, sum, index, seen);
 }
 
 }  // namespace virtual_onu::persistence

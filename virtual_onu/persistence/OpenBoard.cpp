@@ -4,6 +4,7 @@
 #include <exception>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -34,6 +35,7 @@ struct OpenBoard {
     std::uint64_t size = 0;     // of the file, as far as this process knows it
     std::uint64_t edition = 0;  // of the file; 0: nothing has been read yet
     std::uint64_t compactSize = 0;
+    std::optional<FileSum> sum;                             // of the file so far, where its lines have checksums
     int depth = 0;                                          // of device locks
     bool isReading = false;                                 // what changes comes from the file
     std::set<std::pair<std::string, std::string>> changes;  // section and key
@@ -78,19 +80,21 @@ void stopPersisting(const std::string& why) noexcept {
 struct Contents {
     std::map<const Section*, std::map<std::string, Json>> records;
     std::vector<std::function<void()>> places;
+    std::optional<FileSum> sum;
 };
 
 // Checks everything. Throws BadBoard.
 Contents contentsOf(const std::string& text) {
     Contents contents;
-    readBoard(text, allSections(), [&](const Section& section, const std::string& key, const Json& record) {
+    const auto seen = [&](const Section& section, const std::string& key, const Json& record) {
         if (isOfRun(section.name)) return;
         auto& records = contents.records[&section];
         if (record.is_null())
             records.erase(key);
         else
             records[key] = record;
-    });
+    };
+    contents.sum = readBoard(text, allSections(), seen);
     for (const Section& section : allSections().all()) {
         if (isOfRun(section.name)) continue;
         const auto& records = contents.records[&section];
@@ -134,6 +138,7 @@ void readWhole(std::uint64_t size) {
     }
     for (const auto& place : contents.places) place();
     board.size = size;
+    board.sum = contents.sum;
     board.edition = board.lock->edition();
 }
 
@@ -142,13 +147,14 @@ void readAdded(std::uint64_t size) {
     OpenBoard& board = openBoard();
     const std::string text = board.file->readFrom(board.size).substr(0, static_cast<std::size_t>(size - board.size));
     const ReadingFile reading;
-    readLines(text, allSections(), [&](const Section& section, const std::string& key, const Json& record) {
+    const auto seen = [&](const Section& section, const std::string& key, const Json& record) {
         if (isOfRun(section.name) && !board.withRun) return;
         if (record.is_null())
             section.remove(key);
         else
             section.read(key, record)();
-    });
+    };
+    readLines(text, board.sum, allSections(), seen);
     board.size = size;
 }
 
@@ -176,14 +182,15 @@ void cutTornLine() {
 
 // ---- to the file ----
 
-std::string wholeBoard() {
+std::string wholeBoard(std::optional<FileSum>& sum) {
     std::string text = headerLine();
+    sum.emplace().add(text);
     for (const Section& section : allSections().all()) {
         if (isOfRun(section.name)) continue;
         for (const std::string& key : section.keys()) {
             Json line = Json::object();
             addRecord(line, section, key, section.record(key));
-            text += lineText(line);
+            text += lineText(line, sum);
         }
     }
     return text;
@@ -191,8 +198,10 @@ std::string wholeBoard() {
 
 void rewrite() {
     OpenBoard& board = openBoard();
-    const std::string text = wholeBoard();
+    std::optional<FileSum> sum;
+    const std::string text = wholeBoard(sum);
     board.file->rewrite(text);
+    board.sum = sum;
     board.size = board.compactSize = text.size();
     board.lock->size() = board.size;
     board.edition = ++board.lock->edition();
@@ -207,7 +216,7 @@ void writeChanges() {
     }
     board.changes.clear();
     if (line.empty()) return;
-    const std::string text = lineText(line);
+    const std::string text = lineText(line, board.sum);
     if (!board.file->append(board.size, text)) return stopPersisting(std::strerror(errno));
     board.size += text.size();
     board.lock->size() = board.size;
@@ -221,6 +230,16 @@ void writeChanges() {
     }
 }
 
+// Where the disk has no room for another file, the one that is there is good for who only looks at the board. A change
+// of it goes behind the whole lines, or does not fit.
+void keepAsItIs() {
+    OpenBoard& board = openBoard();
+    if (!board.file->cut(board.size)) throw BadBoard(std::strerror(errno));
+    board.compactSize = board.size;
+    board.lock->size() = board.size;
+    board.edition = ++board.lock->edition();
+}
+
 // The board of this process becomes the file's, or the file the board's.
 void begin() {
     OpenBoard& board = openBoard();
@@ -228,11 +247,17 @@ void begin() {
         board.edition = 0;
         return;
     }
-    if (board.file->exists()) {
+    const bool exists = board.file->exists();
+    if (exists) {
         board.file->open();
         readWhole(wholeLines(board.file->readFrom(0)));
     }
-    rewrite();
+    try {
+        rewrite();
+    } catch (const BadBoard&) {
+        if (!exists) throw;
+        keepAsItIs();
+    }
     board.lock->letOthersIn();
 }
 

@@ -85,10 +85,10 @@ TEST_F(ExecBoard, IsOneRunsAtATime) {
 
 TEST_F(ExecBoard, ABadFileIsRefusedBeforeAnythingRuns) {
     SKIP_WHEN_EMULATED(kHostPrograms);
-    scratch_.write("board", "{\"format\":\"vorn-onu board\",\"version\":2}\n");
+    scratch_.write("board", "{\"format\":\"vorn-onu board\",\"version\":3}\n");
     const ProgramResult newer = exec("echo it runs");
     EXPECT_EQ(newer.code, 2);
-    EXPECT_TRUE(has(newer.output, board_ + ": is a board of version 2")) << newer.output;
+    EXPECT_TRUE(has(newer.output, board_ + ": is a board of version 3")) << newer.output;
     EXPECT_FALSE(has(newer.output, "it runs"));
     EXPECT_EQ(runProgram({kTool, "exec", "--board", "/nowhere/board", "--", "/bin/true"}).code, 2);
     EXPECT_EQ(runProgram({kTool, "run", std::string(VORN_SCENARIO_DIR) + "/bridge.json", "--board", board_}).code, 2);

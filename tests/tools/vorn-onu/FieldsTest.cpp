@@ -149,7 +149,8 @@ json recordsIn(const std::string& file) {
     while (std::getline(lines, line)) {
         const json sections = json::parse(line);
         for (const auto& [section, members] : sections.items())
-            for (const auto& [key, member] : members.items()) records[section][key] = member;
+            if (section != "crc32")
+                for (const auto& [key, member] : members.items()) records[section][key] = member;
     }
     return records;
 }
