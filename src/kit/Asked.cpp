@@ -20,6 +20,8 @@ struct Asked {
     std::string key;
     Effects needs;
     bool isHindered = false;
+    bool isAskedAgain = false;
+    bool makesWay = false;
 };
 
 Asked& asked() {
@@ -76,6 +78,7 @@ void AskedOperation::begin(AskKind kind, std::string_view askAndArguments) {
         done_ = journal_->find(finishedEntryOf(askAndArguments)) != nullptr;
     } else {
         done_ = all.unclaimed.erase(entry) != 0;
+        all.isAskedAgain = all.isAskedAgain || done_;
     }
     journal_->eraseAll(keyOf(Entry::Finished));
     if (done_) return;
@@ -125,8 +128,16 @@ void noteLoss(const std::string& effect) {
     if (state::journal() == nullptr) return;
     all.needs.erase(std::remove(all.needs.begin(), all.needs.end(), effect), all.needs.end());
     const auto known = all.neededBy.find(effect);
-    if (known == all.neededBy.end()) return;
+    if (known == all.neededBy.end() || all.makesWay) return;
     for (const std::string& entry : Effects(known->second)) forget(entry);
+}
+
+MakingWay::MakingWay() {
+    if (state::journal() != nullptr) asked().makesWay = true;
+}
+
+MakingWay::~MakingWay() {
+    if (state::journal() != nullptr) asked().makesWay = false;
 }
 
 void noteHindrance() {
@@ -149,6 +160,10 @@ void expectClaim(std::string_view askAndArguments) {
 
 void noteFinished(std::string_view askAndArguments) {
     state::journal()->put(finishedEntryOf(askAndArguments), {});
+}
+
+bool isAskedAgain() {
+    return asked().isAskedAgain;
 }
 
 bool isClaimed(const std::string& effect) {

@@ -67,6 +67,15 @@ private:
     bool done_ = false;
 };
 
+// While one is there, what goes makes way for something of the running operation: who has asked for it still has.
+class MakingWay {
+public:
+    MakingWay();
+    ~MakingWay();
+    MakingWay(const MakingWay&) = delete;
+    MakingWay& operator=(const MakingWay&) = delete;
+};
+
 // ---- what the running operation needs ----
 
 // An effect is the key of an entry of the state file; a rule has that of a loose one.
@@ -94,6 +103,7 @@ void expectClaims();
 void expectClaim(std::string_view askAndArguments);
 // A removal that was finished at the open: called again as the very first operation it does nothing.
 void noteFinished(std::string_view askAndArguments);
+bool isAskedAgain();  // an operation has been claimed
 bool isClaimed(const std::string& effect);
 bool isClaimed(Ask ask);  // one of them at least
 // Forgets what nobody has claimed, and, with what they have done, the operations that were hindered. These, to be run

@@ -259,7 +259,7 @@ int VornBrcmHal::vorn_omci_hal_configureAniTagRules(const BridgeServiceProvision
     if (engine == nullptr || service == nullptr) return kFailure;
     std::printf("Inside BRCM-HAL, calling configureAniTagRules");
     if (forwarding::isG988()) return resultOf(forwarding::setPonPort(*engine, *service));
-    const AskedOperation operation(Ask::PonRules, AskKind::Provision, *service);
+    const AskedOperation operation(Ask::PonRules, AskKind::Provision, restart::ponRulesArguments(*service));
     if (operation.isDone()) {
         restart::rememberPbits(*service);
         return kSuccess;
@@ -302,10 +302,12 @@ int VornBrcmHal::vorn_omci_hal_veip_createRules(unsigned short gemPort, unsigned
                                                 unsigned short filterType, unsigned char numberOfEntries,
                                                 const unsigned char* filterList, unsigned short trafficType) {
     if (engine == nullptr || filterList == nullptr) return kFailure;
+    const bool isFirst = state::journal() != nullptr && !kit::isClaimed(Ask::Veip);
     const AskedOperation operation(
         Ask::Veip, AskKind::Provision,
         restart::veipArguments(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType));
     if (operation.isDone()) {
+        if (isFirst && !forwarding::isG988()) restart::takePlaceOfBridge(bridgeId);
         if (forwarding::isG988()) forwarding::addVeipGemPort(*engine, gemPort);
         return kSuccess;
     }

@@ -10,6 +10,7 @@ namespace {
 
 class Lives : public ServicesFixture {
 protected:
+    void liveAndDie(unsigned seed);
     // Opens, asks for these, and settles.
     void goOn(const Calls& calls, const nlohmann::json& expected) {
         Daemon next(folder_);
@@ -19,6 +20,11 @@ protected:
         EXPECT_EQ(serving(), expected) << difference(expected, serving());
     }
 };
+
+unsigned numberIn(const char* variable, unsigned otherwise) {
+    const char* const text = std::getenv(variable);
+    return text != nullptr ? static_cast<unsigned>(std::atoi(text)) : otherwise;
+}
 
 // ---- random lives ----
 
@@ -41,38 +47,38 @@ Service randomService(std::uint16_t number, std::mt19937& random) {
 }
 
 // A daemon that is killed somewhere, once or twice, and then asks for what it wants: all it had asked for, or some.
-TEST_F(Lives, RandomOnesEndAsIfNobodyHadDied) {
-    const char* const wanted = std::getenv("VORN_LIVES");
-    const unsigned lives = wanted != nullptr ? static_cast<unsigned>(std::atoi(wanted)) : 60;
-    for (unsigned seed = 1; seed <= lives; ++seed) {
-        SCOPED_TRACE(seed);
-        std::mt19937 random(seed);
-        const auto pick = [&random](unsigned below) { return static_cast<unsigned>(random() % below); };
-        std::vector<Service> all;
-        for (std::uint16_t i = 0; i < 8; ++i)
-            if (pick(2) == 0 || (i == 7 && all.empty())) {
-                all.push_back(randomService(i, random));
-                // Those of other kinds only in lives that were asked for: they have not been through a whole run yet.
-                if (wanted == nullptr && all.back().kind != Kind::Dscp) all.back().kind = Kind::Lan;
-            }
-        std::shuffle(all.begin(), all.end(), random);
-        std::vector<Service> some;
-        for (const Service& one : all)
-            if (pick(3) != 0) some.push_back(one);
-        const auto expected = neverDied(callsOf(some));
-        startOver();
-        const Calls calls = callsOf(all);
-        for (unsigned deaths = 1 + pick(2); deaths > 0; --deaths) {
-            Daemon dying(folder_);
-            ASSERT_GE(dying.open(state()), 0);
-            const std::size_t last = pick(static_cast<unsigned>(calls.size()));
-            for (std::size_t i = 0; i < last; ++i) calls[i](dying.hal());
-            killAt(dying, calls[last], 1 + pick(60));
-            dying.kill();
-        }
-        goOn(callsOf(some), expected);
-        if (HasFailure()) return;
+void Lives::liveAndDie(unsigned seed) {
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    const auto pick = [&random](unsigned below) { return static_cast<unsigned>(random() % below); };
+    std::vector<Service> all;
+    for (std::uint16_t i = 0; i < 8; ++i)
+        if (pick(2) == 0 || (i == 7 && all.empty())) all.push_back(randomService(i, random));
+    std::shuffle(all.begin(), all.end(), random);
+    std::vector<Service> some;
+    for (const Service& one : all)
+        if (pick(3) != 0) some.push_back(one);
+    const auto expected = neverDied(callsOf(some));
+    startOver();
+    const Calls calls = callsOf(all);
+    for (unsigned deaths = 1 + pick(2); deaths > 0; --deaths) {
+        Daemon dying(folder_);
+        ASSERT_GE(dying.open(state()), 0);
+        const std::size_t last = pick(static_cast<unsigned>(calls.size()));
+        for (std::size_t i = 0; i < last; ++i) calls[i](dying.hal());
+        killAt(dying, calls[last], 1 + pick(60));
+        dying.kill();
     }
+    goOn(callsOf(some), expected);
+}
+
+TEST_F(Lives, AFewRandomOnesEndAsIfNobodyHadDied) {
+    for (unsigned seed = 1; seed <= 20 && !HasFailure(); ++seed) liveAndDie(seed);
+}
+
+TEST_F(Lives, ManyRandomOnesEndAsIfNobodyHadDied) {
+    const unsigned first = numberIn("VORN_FIRST_LIFE", 21), lives = numberIn("VORN_LIVES", 150);
+    for (unsigned seed = first; seed < first + lives && !HasFailure(); ++seed) liveAndDie(seed);
 }
 
 // ---- between the calls into the device ----
@@ -132,7 +138,6 @@ protected:
 // Killed before, within and behind each write, the last of which is the commit, before the call has returned; then all
 // is asked for, or a third of the services is left.
 TEST_F(AtEachWrite, TheBoardIsThatOfADaemonThatNeverDied) {
-    if (std::getenv("VORN_EVERY_WRITE") == nullptr) GTEST_SKIP() << "only when asked for, as ./dev restarts does";
     const std::vector<Service> all = {{0, 100}, {1, 101, Kind::Dscp}, {2, 102, Kind::Multicast}, {7, 107, Kind::Veip}};
     const Calls calls = callsOf(all);
     std::vector<nlohmann::json> whole = {neverDied(calls)};
@@ -144,8 +149,7 @@ TEST_F(AtEachWrite, TheBoardIsThatOfADaemonThatNeverDied) {
         asked.push_back(callsOf(kept));
         whole.push_back(neverDied(asked.back()));
     }
-    const char* const wanted = std::getenv("VORN_EVERY_WRITE");
-    const std::size_t every = wanted != nullptr ? static_cast<std::size_t>(std::atoi(wanted)) : 13;
+    const std::size_t every = numberIn("VORN_EVERY_WRITE", 13);
     std::size_t number = 0, kills = 0;
     for (std::size_t last = 0; last < calls.size(); ++last) {
         const Writing writing = watch(calls, last);

@@ -35,6 +35,17 @@ struct VeipArguments {
     std::uint16_t trafficType;
 };
 
+// A multicast service leaves its p-bits in the queue map, and the next service makes rules for them too: GEM port,
+// queue and p-bits, as bytes. With none the record is that of the service alone.
+struct PonRulesArguments {
+    BridgeServiceProvisioning service;
+    std::string leftQueues;
+};
+struct PonRulesAsked {
+    const BridgeServiceProvisioning& service;
+    std::string leftQueues;
+};
+
 // ---- the fields of each record, in the order of the bytes ----
 
 template <typename Record, typename Of>
@@ -124,7 +135,12 @@ void readField(state::ByteReader& bytes, Field& field) {
 template <typename Record>
 Record recordFrom(state::ByteReader& bytes) {
     Record record{};
-    eachField(record, [&](auto&... fields) { (readField(bytes, fields), ...); });
+    if constexpr (std::is_same_v<Record, PonRulesArguments>) {
+        record.service = recordFrom<BridgeServiceProvisioning>(bytes);
+        if (bytes.left() > 0) record.leftQueues = bytes.text();
+    } else {
+        eachField(record, [&](auto&... fields) { (readField(bytes, fields), ...); });
+    }
     return record;
 }
 
@@ -140,6 +156,13 @@ inline void addPart(state::ByteWriter& bytes, const HostArguments& record) {
 }
 inline void addPart(state::ByteWriter& bytes, const VeipArguments& record) {
     addRecord(bytes, record);
+}
+inline void addPart(state::ByteWriter& bytes, const PonRulesAsked& record) {
+    addRecord(bytes, record.service);
+    if (!record.leftQueues.empty()) bytes.add(record.leftQueues);
+}
+inline void addPart(state::ByteWriter& bytes, const PonRulesArguments& record) {
+    addPart(bytes, PonRulesAsked{record.service, record.leftQueues});
 }
 
 }  // namespace restart

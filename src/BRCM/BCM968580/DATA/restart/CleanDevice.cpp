@@ -298,6 +298,7 @@ int settleState() {
         removeServices(removal);
         removeFromDevice(removal);
         clearMarks();
+        dropLeftQueues();
     }
     for (const std::string& hindered : again) runOperation(hindered);
     if (removal.removedCount() > 0)

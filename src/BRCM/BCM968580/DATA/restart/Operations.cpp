@@ -1,10 +1,14 @@
 #include "BRCM/BCM968580/DATA/restart/Operations.h"
 
 #include <cstring>
+#include <utility>
 
+#include "BRCM/BCM968580/DATA/EngineMaps.h"
+#include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/TagCodes.h"
 #include "BRCM/BCM968580/DATA/restart/Restart.h"
 #include "BRCM/BCM968580/DATA/uni/UniTagging.h"
+#include "kit/DeviceNames.h"
 #include "xpon/PonMaps.h"
 
 using kit::Ask;
@@ -34,6 +38,38 @@ void changeRow(UniDataProvisioning row) {
         engine().deConfigureUniInterface(row.uniPort, row.bridgeId);
     }
 }
+
+bool isMulticast(const BridgeServiceProvisioning& service) {
+    return service.isMulticast != 0 && service.multicastService != 0;
+}
+
+std::string leftQueues() {
+    state::ByteWriter bytes;
+    for (const auto& [gemPortId, queues] : gemPortPbitToQMap)
+        for (const auto& [queue, pbits] : queues)
+            for (const std::uint8_t pbit : pbits) bytes.add(gemPortId).add(queue).add(pbit);
+    return bytes.take();
+}
+
+// False when that is none.
+bool readLeftQueues(const std::string& left,
+                    void (*add)(std::uint16_t gemPortId, std::uint16_t queue, std::uint8_t pbit)) {
+    state::ByteReader bytes(left);
+    while (bytes.left() > 0) {
+        const std::uint16_t gemPortId = bytes.u16();
+        const std::uint16_t queue = bytes.u16();
+        const std::uint8_t pbit = bytes.u8();
+        if (bytes.ok()) add(gemPortId, queue, pbit);
+    }
+    return bytes.done();
+}
+
+void setLeftQueues(const std::string& left) {
+    engine_maps::clearPbitQueues();
+    readLeftQueues(left, engine_maps::addPbitToQueue);
+}
+
+bool areRestored = false;  // the left queues, and nobody has said yet what for
 
 void provisionHost(const HostArguments& arguments) {
     engine().iPhost_Stag = arguments.stag;
@@ -74,6 +110,23 @@ VeipArguments veipArguments(std::uint16_t gemPort, std::uint16_t bridgeId, std::
     return arguments;
 }
 
+void expectLeftQueues() {
+    areRestored = !gemPortPbitToQMap.empty();
+}
+
+void dropLeftQueues() {
+    if (!std::exchange(areRestored, false)) return;
+    const state::Operation operation;
+    engine_maps::clearPbitQueues();
+}
+
+PonRulesAsked ponRulesArguments(const BridgeServiceProvisioning& service) {
+    if (state::journal() == nullptr) return {service, {}};
+    if (kit::isAskedAgain()) dropLeftQueues();
+    areRestored = false;
+    return {service, isMulticast(service) ? std::string() : leftQueues()};
+}
+
 void enableIfDown(std::uint16_t gemPortId) {
     const std::string* const up = state::journal()->find(kit::keyOf(kit::Entry::GemUp, gemPortId));
     if (up != nullptr && *up == std::string(1, static_cast<char>(kUp[0]))) return;
@@ -85,7 +138,18 @@ void enableIfDown(std::uint16_t gemPortId) {
 void rememberPbits(const BridgeServiceProvisioning& service) {
     const state::Operation operation;
     engine().setProtocolNumber(service.protocolNumber);
-    engine().fillUpPbitData(&service);
+    if (isMulticast(service)) {
+        engine().fillBridgeConfigInfo(&service);
+    } else {
+        engine().fillUpPbitData(&service);
+        engine_maps::clearPbitQueues();
+    }
+}
+
+void takePlaceOfBridge(std::uint16_t bridgeId) {
+    const kit::MakingWay makingWay;
+    if (engine().isInterfaceExisted(kVeipDevice) && engine().isInterfaceExisted(kit::bridgeName(bridgeId).get()))
+        engine().deleteBridgeInterface(bridgeId);
 }
 
 bool isOperation(state::ByteReader& bytes) {
@@ -104,7 +168,10 @@ bool isOperation(state::ByteReader& bytes) {
             return isRecord<IpHostProvision>(bytes);
         case Ask::Veip:
             return isRecord<VeipArguments>(bytes);
-        case Ask::PonRules:
+        case Ask::PonRules: {
+            const auto rules = recordFrom<PonRulesArguments>(bytes);
+            return bytes.done() && readLeftQueues(rules.leftQueues, [](auto, auto, auto) {});
+        }
         case Ask::ClearPbits:
         case Ask::RemovePonSide:
         case Ask::RemoveUniSide:
@@ -135,8 +202,12 @@ void runOperation(std::string_view askAndArguments) {
                 engine().configureBridge(bridge.bridgeId, bridge.uniPort, false);
             });
         case Ask::PonRules:
-            return run<Service>(bytes, ask, AskKind::Provision,
-                                [](const auto& service) { engine().configureAniTagRules(&service); });
+            return run<PonRulesArguments>(bytes, ask, AskKind::Provision, [](const auto& rules) {
+                const std::string left = leftQueues();
+                setLeftQueues(rules.leftQueues);
+                engine().configureAniTagRules(&rules.service);
+                setLeftQueues(left);
+            });
         case Ask::UniRow:
             return changeRow(recordFrom<UniDataProvisioning>(bytes));
         case Ask::IpHost:

@@ -15,13 +15,21 @@ kit::AskKind kindOf(const UniDataProvisioning& row);
 
 VeipArguments veipArguments(std::uint16_t gemPort, std::uint16_t bridgeId, std::uint16_t filterType,
                             std::uint8_t entries, const unsigned char* filterList, std::uint16_t trafficType);
+PonRulesAsked ponRulesArguments(const BridgeServiceProvisioning& service);
+
+// What multicast services have left in the queue map was restored. It is for a daemon that goes on from there: one that
+// asks for all again gets there by itself.
+void expectLeftQueues();
+void dropLeftQueues();  // the restored ones, as far as they are still there
 
 // ---- what a claimed operation does all the same ----
 
 // Adding a GEM port switches it on, whatever became of it since.
 void enableIfDown(std::uint16_t gemPortId);
-// p-bits that later records do not name keep these.
+// p-bits that later records do not name keep these, and those of a multicast service wait for the next one.
 void rememberPbits(const BridgeServiceProvisioning& service);
+// The VEIP has the place of the bridge, which bridges that were asked for before it have brought back.
+void takePlaceOfBridge(std::uint16_t bridgeId);
 
 // ---- operations as they are noted: their number and arguments ----
 

@@ -139,6 +139,7 @@ int openState(const char* path) {
         noteMode();
         if (restores) {
             kit::expectClaims();
+            expectLeftQueues();
             settleUnfinished(unfinished);
             compareWithDevice();
             if (const std::string whole = wholeOperationOf(unfinished); !whole.empty())
