@@ -32,8 +32,7 @@ bool givePage(int fd) {
     int error = ftruncate(fd, 0) == 0 ? EINTR : errno;
     while (error == EINTR) error = posix_fallocate(fd, 0, kPageSize);
     if (error == 0) return true;
-    ftruncate(fd, 0);
-    errno = error;
+    if (ftruncate(fd, 0) == 0) errno = error;
     return false;
 }
 
