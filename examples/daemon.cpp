@@ -52,7 +52,7 @@ BridgeServiceProvisioning internetService() {
                   static_cast<unsigned>(kServiceVid));
     service.numberOfEntries = 1;
     service.forwardOperation = kForwardTagged;
-    service.trafficModel = tagging::kOneServiceFilter;
+    service.trafficModel = vorn_tagging::kOneServiceFilter;
     service.pbitMap[0] = {kGemPort, 0};
     return service;
 }
@@ -65,13 +65,13 @@ UniDataProvisioning untaggedToService() {
     row.bridgeId = kBridge;
     row.uniPort = kUniPort;
     row.inputTpid = row.outputTpid = 0x8100;
-    row.tagAction = tagging::kPushTag;
-    row.outerFilterPrio = row.innerFilterPrio = tagging::kNoTag;  // zeros would ask for p-bits 0
-    row.outerFilterVlanId = row.innerFilterVlanId = tagging::kAnyVid;
-    row.outerTreatmentPrio = tagging::kNoTag;
+    row.tagAction = vorn_tagging::kPushTag;
+    row.outerFilterPrio = row.innerFilterPrio = vorn_tagging::kNoTag;  // zeros would ask for p-bits 0
+    row.outerFilterVlanId = row.innerFilterVlanId = vorn_tagging::kAnyVid;
+    row.outerTreatmentPrio = vorn_tagging::kNoTag;
     row.innerTreatmentPrio = 0;
     row.innerTreatmentVlanId = kServiceVid;
-    row.innerTreatmentTpidDe = tagging::kTpid8100;
+    row.innerTreatmentTpidDe = vorn_tagging::kTpid8100;
     return row;
 }
 

@@ -70,7 +70,7 @@
 #include <utility>
 
 // Names for the codes above. They are values of the fields, and a daemon that has its own goes on using them.
-namespace tagging {
+namespace vorn_tagging {
 
 // p-bits
 constexpr std::uint8_t kAnyPbits = 8;                                                  // filter
@@ -94,7 +94,7 @@ constexpr std::uint8_t kOneServiceFilter = 2, kSeveralServicesFilter = 5;
 // GEM port of p-bits that have none
 constexpr std::uint16_t kNoGemPort = 65535;
 
-}  // namespace tagging
+}  // namespace vorn_tagging
 
 // A MAC bridge service on the ANI side: its GEM ports, the VLAN tagging filter data (G.988 9.3.11) and, for multicast,
 // one row of the extended VLAN tagging operation table (G.988 9.3.13). Owned by the caller; the HAL never keeps it.
