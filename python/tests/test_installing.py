@@ -50,9 +50,9 @@ class Installing(unittest.TestCase):
             subprocess.run(made, check=True)
             self.install([str(environment / "bin" / "python"), "-m", "pip"], [str(source)])
             shown = "import vorn_onu; print(vorn_onu.__file__)"
-            told = subprocess.run(
-                [str(environment / "bin" / "python"), "-c", shown], capture_output=True, text=True, check=True, cwd=folder
-            )
+            # -E: the tests' own path leads to the sources.
+            command = [str(environment / "bin" / "python"), "-E", "-c", shown]
+            told = subprocess.run(command, capture_output=True, text=True, check=True, cwd=folder)
             self.assertTrue(told.stdout.startswith(str(environment)), told.stdout)
 
     def install(self, pip: list[str], words: list[str]) -> None:
