@@ -85,7 +85,7 @@ TEST_F(Lives, ManyRandomOnesEndAsIfNobodyHadDied) {
 
 // How large the state file was at each call into the device, and at the end; and what the whole of it is.
 struct Writing {
-    std::vector<std::size_t> sizes;
+    std::vector<std::uintmax_t> sizes;
     std::string file;
 };
 
