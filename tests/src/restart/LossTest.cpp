@@ -92,7 +92,10 @@ TEST_F(Loss, AForkedProcessWritesOnlyWhenTheOneBeforeItHasEnded) {
             auto& journal = *new Journal;
             if (!open(journal)) return false;
             const pid_t before = detaches ? fork() : 0;
-            if (before > 0) _exit(0);  // its parent waits for the answer, which the other one gives
+            if (before > 0) {
+                usleep(50'000);  // long enough for the other one to find the file still held
+                _exit(0);        // its parent waits for the answer, which the other one gives
+            }
             const pid_t worker = detaches ? 0 : fork();
             put(journal, worker == 0 ? "br4" : "br5");
             if (detaches) return journal.isKept();
