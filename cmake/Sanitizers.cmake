@@ -4,7 +4,7 @@ if(VORN_SANITIZE)
     add_link_options(-fsanitize=${VORN_SANITIZE})
 endif()
 
-if(VORN_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+if(VORN_SANITIZE STREQUAL "address,undefined" AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     # The virtual ONU is preloaded into programs that know of no sanitizer: it brings the run-time library itself.
     execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=libclang_rt.asan-${CMAKE_SYSTEM_PROCESSOR}.so
                     OUTPUT_VARIABLE runtime OUTPUT_STRIP_TRAILING_WHITESPACE)
@@ -14,7 +14,8 @@ if(VORN_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     add_compile_options(-fno-sanitize=function)
 endif()
 
-# For what fuzzers try. Costs the compiler as much again, so not for everything.
+# For what fuzzers try, where they are linked with the tests' build: costs the compiler as much again, so not for everything. The preset
+# fuzz counts everywhere.
 function(count_for_fuzzers target)
     if(VORN_BUILD_FUZZERS)
         target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
