@@ -23,8 +23,9 @@ MARK = "@@ {} @@"
 PROLOGUE = """
 set -m
 exec 2>&1 </dev/null
-# A reader waits for the board that he has started before he asks for it.
-board_is_there() { for _ in {1..200}; do vorn-onu ls --json | grep -q '"name"' && return; sleep 0.1; done; return 1; }
+wait_until() { for _ in {1..600}; do "$@" && return; sleep 0.1; done; return 1; }
+# A reader waits for the board that he has started, and until the example daemon has said that its service is up.
+board_is_there() { vorn-onu ls --json | grep -q '"name"'; }
 trap 'kill $(jobs -p) 2>/dev/null; wait' EXIT
 """
 
@@ -63,7 +64,9 @@ def typed(commands):
     for number, (_, command, _) in enumerate(commands):
         if re.search(r"&\s*(#.*)?$", command):
             started = re.sub(r"&\s*(#.*)?$", f">background.{number} &", command)
-            script += f"{started}\nboard_is_there\n"
+            script += f"{started}\nwait_until board_is_there\n"
+            if "example-daemon" in command:
+                script += f"wait_until grep -q 'the service is up' background.{number}\n"
         else:
             script += f"{command}\n"
         script += f"printf '\\n{MARK.format('%d %d')}\\n' {number} $?\n"
