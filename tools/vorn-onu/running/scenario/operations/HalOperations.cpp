@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "hal/VornHal.h"
@@ -36,16 +37,17 @@ Operation row(const Head& head, Result (VornHal::*member)(Arguments...), const N
 }
 
 template <typename Pointer, typename Record>
-Operation row(const Head& head, int (VornHal::*member)(Pointer), const RecordArgument<Record>& argument) {
-    Operation made = halOperation<Record>(
-        head, argument.fields, {}, [member](VornHal& hal, Record& record) { return answered((hal.*member)(&record)); });
+Operation row(const Head& head, int (VornHal::*member)(Pointer), RecordArgument<Record> argument) {
+    Operation made = halOperation<Record>(head, std::move(argument.fields), {}, [member](VornHal& hal, Record& record) {
+        return answered((hal.*member)(&record));
+    });
     made.onNull = [member](VornHal& hal) { return answered((hal.*member)(nullptr)); };
     return made;
 }
 
 template <typename Record>
-Operation row(const Head& head, int (VornHal::*member)(void*, void*), const RecordArgument<Record>& argument) {
-    Operation made = halOperation<Record>(head, argument.fields, {}, [member](VornHal& hal, Record& record) {
+Operation row(const Head& head, int (VornHal::*member)(void*, void*), RecordArgument<Record> argument) {
+    Operation made = halOperation<Record>(head, std::move(argument.fields), {}, [member](VornHal& hal, Record& record) {
         return answered((hal.*member)(nullptr, &record));
     });
     made.onNull = [member](VornHal& hal) { return answered((hal.*member)(nullptr, nullptr)); };
@@ -53,8 +55,8 @@ Operation row(const Head& head, int (VornHal::*member)(void*, void*), const Reco
 }
 
 template <typename Member, typename Values>
-Operation row(const Head& head, Member member, const ValueArguments<Values>& arguments) {
-    return halOperation<Values>(head, arguments.fields, {}, [member](VornHal& hal, Values& values) {
+Operation row(const Head& head, Member member, ValueArguments<Values> arguments) {
+    return halOperation<Values>(head, std::move(arguments.fields), {}, [member](VornHal& hal, Values& values) {
         return answered(std::apply([&](auto... each) { return (hal.*member)(each...); }, values.values()));
     });
 }
@@ -170,11 +172,11 @@ Operation row(const Head& head, int (VornHal::*member)(void*, void*), const Coun
 }  // namespace
 
 std::vector<Operation> halOperations() {
-    return {
+    std::vector<Operation> rows;  // an initialiser list would copy each of them
 #define OPERATION(slot, name, parameters, arguments, fields, changes, doc) \
-    row({#name, changes, doc}, &VornHal::name, fields),
+    rows.push_back(row({#name, changes, doc}, &VornHal::name, fields));
 #include "running/scenario/operations/Operations.def"
-    };
+    return rows;
 }
 
 }  // namespace vorn_onu

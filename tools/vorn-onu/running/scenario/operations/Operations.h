@@ -29,10 +29,12 @@ struct Operation {
     std::string name;
     std::string doc;
     std::vector<Field> fields;
-    std::vector<std::string> outputs;                        // names in Outcome::output
-    bool changes;                                            // provisioning, as opposed to a query
-    std::function<PreparedCall(const Json& given)> prepare;  // throws a Problem
-    PreparedCall onNull = nullptr;                           // the call with a null pointer in its record's place
+    std::vector<std::string> outputs;  // names in Outcome::output
+    bool changes;                      // provisioning, as opposed to a query
+    std::function<PreparedCall(const std::vector<Field>& fields, const Json& given)> prepareWith;
+    PreparedCall onNull = nullptr;  // the call with a null pointer in its record's place
+
+    PreparedCall prepare(const Json& given) const { return prepareWith(fields, given); }  // throws a Problem
 };
 
 // Every virtual operation of VornHal and the exported functions that a daemon calls beside it.
@@ -52,9 +54,9 @@ std::vector<Operation> deviceOperations();  // DeviceOperations.cpp: functions b
 template <typename Record, typename Call>
 Operation operation(const char* name, const char* doc, bool changes, std::vector<Field> fields,
                     std::vector<std::string> outputs, Call call) {
-    const auto prepare = [fields, call](const Json& given) -> PreparedCall {
+    const auto prepare = [call](const std::vector<Field>& known, const Json& given) -> PreparedCall {
         Record record{};
-        fillForCall(&record, fields, given);
+        fillForCall(&record, known, given);
         return [record, call](VornHal& hal) {
             Record own = record;
             return call(hal, own);
