@@ -76,6 +76,23 @@ layers tools/vorn-onu "" running/io running/state running/capture,running/scenar
 guards=$(grep -rh --include='*.h' -A1 '^#ifndef [A-Z_]*_H$' src platform virtual_onu omci tools tests bench fuzz | grep '^#ifndef' | sort | uniq -d)
 [ -n "$guards" ] && { printf 'Several headers have the same include guard:\n%s\n\n' "$guards"; bad=1; }
 
+# A using declaration that nothing uses; clang-tidy would have to read each file by itself for these alone.
+unused=$(find src virtual_onu omci tools tests bench fuzz examples -name '*.cpp' -exec awk '
+    function report(   name) {
+        for (name in place) if (!(name in used)) print place[name]
+        split("", place); split("", used)
+    }
+    FNR == 1 { report() }
+    { sub("//.*", "") }
+    /^[ \t]*using [A-Za-z_:]+::[A-Za-z_]+;/ {
+        name = $0; sub(".*::", "", name); sub(";.*", "", name)
+        place[name] = FILENAME ":" FNR ":" $0
+        next
+    }
+    { gsub("::[A-Za-z_0-9]+", ""); count = split($0, words, "[^A-Za-z_0-9]+"); for (i = 1; i <= count; ++i) used[words[i]] }
+    END { report() }' {} +)
+[ -n "$unused" ] && { printf 'Nothing uses these:\n%s\n\n' "$unused"; bad=1; }
+
 # What a daemon fills in or gets: nobody can guess unit, range and meaning. A comment stands behind the field or above it.
 # The counters' record is left out: its comment above tells of all of them.
 undocumented() {  # undocumented FILE PATTERN-OF-DECLARATION
