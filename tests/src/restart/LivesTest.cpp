@@ -149,7 +149,7 @@ TEST_F(AtEachWrite, TheBoardIsThatOfADaemonThatNeverDied) {
         asked.push_back(callsOf(kept));
         whole.push_back(neverDied(asked.back()));
     }
-    const std::size_t every = numberIn("VORN_EVERY_WRITE", 13);
+    const std::size_t every = numberIn("VORN_EVERY_WRITE", 26);
     std::size_t number = 0, kills = 0;
     for (std::size_t last = 0; last < calls.size(); ++last) {
         const Writing writing = watch(calls, last);
