@@ -264,6 +264,7 @@ int VornBrcmHal::vorn_omci_hal_configureAniTagRules(const BridgeServiceProvision
         restart::rememberPbits(*service);
         return kSuccess;
     }
+    restart::noteRestoredQueues(*service);
     engine->configureAniTagRules(service);
     return kSuccess;
 }

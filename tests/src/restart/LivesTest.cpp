@@ -73,11 +73,13 @@ void Lives::liveAndDie(unsigned seed) {
 }
 
 TEST_F(Lives, AFewRandomOnesEndAsIfNobodyHadDied) {
-    for (unsigned seed = 1; seed <= 20 && !HasFailure(); ++seed) liveAndDie(seed);
+    for (unsigned seed = 1; seed <= 18 && !HasFailure(); ++seed) liveAndDie(seed);
+    // The first to ask for rules is another multicast service than the one that had left its p-bits.
+    for (const unsigned seed : {215U, 3786U}) liveAndDie(seed);
 }
 
 TEST_F(Lives, ManyRandomOnesEndAsIfNobodyHadDied) {
-    const unsigned first = numberIn("VORN_FIRST_LIFE", 21), lives = numberIn("VORN_LIVES", 150);
+    const unsigned first = numberIn("VORN_FIRST_LIFE", 19), lives = numberIn("VORN_LIVES", 150);
     for (unsigned seed = first; seed < first + lives && !HasFailure(); ++seed) liveAndDie(seed);
 }
 

@@ -69,7 +69,23 @@ void setLeftQueues(const std::string& left) {
     readLeftQueues(left, engine_maps::addPbitToQueue);
 }
 
-bool areRestored = false;  // the left queues, and nobody has said yet what for
+// Those of one that are not in the other. An entry has five bytes.
+std::string without(const std::string& left, const std::string& other) {
+    constexpr std::size_t kEntry = 5;
+    std::string rest;
+    for (std::size_t at = 0; at + kEntry <= left.size(); at += kEntry) {
+        bool isThere = false;
+        for (std::size_t of = 0; of + kEntry <= other.size(); of += kEntry)
+            isThere = isThere || left.compare(at, kEntry, other, of, kEntry) == 0;
+        if (!isThere) rest.append(left, at, kEntry);
+    }
+    return rest;
+}
+
+// Left by the life before. A daemon that goes on where it was gives them to its next service; one that asks for
+// everything again does not, but that may show late.
+std::string restoredQueues;
+std::string droppedQueues;  // the same, when it has shown
 
 void provisionHost(const HostArguments& arguments) {
     engine().iPhost_Stag = arguments.stag;
@@ -111,20 +127,26 @@ VeipArguments veipArguments(std::uint16_t gemPort, std::uint16_t bridgeId, std::
 }
 
 void expectLeftQueues() {
-    areRestored = !gemPortPbitToQMap.empty();
+    restoredQueues = leftQueues();
 }
 
 void dropLeftQueues() {
-    if (!std::exchange(areRestored, false)) return;
+    if (restoredQueues.empty()) return;
     const state::Operation operation;
-    engine_maps::clearPbitQueues();
+    droppedQueues = std::exchange(restoredQueues, {});
+    setLeftQueues(without(leftQueues(), droppedQueues));
 }
 
 PonRulesAsked ponRulesArguments(const BridgeServiceProvisioning& service) {
     if (state::journal() == nullptr) return {service, {}};
     if (kit::isAskedAgain()) dropLeftQueues();
-    areRestored = false;
     return {service, isMulticast(service) ? std::string() : leftQueues()};
+}
+
+void noteRestoredQueues(const BridgeServiceProvisioning& service) {
+    if (state::journal() == nullptr || restoredQueues.empty() || isMulticast(service)) return;
+    const std::string left = leftQueues();
+    if (without(left, restoredQueues) != left) kit::noteHindrance();
 }
 
 void enableIfDown(std::uint16_t gemPortId) {
@@ -204,7 +226,7 @@ void runOperation(std::string_view askAndArguments) {
         case Ask::PonRules:
             return run<PonRulesArguments>(bytes, ask, AskKind::Provision, [](const auto& rules) {
                 const std::string left = leftQueues();
-                setLeftQueues(rules.leftQueues);
+                setLeftQueues(without(rules.leftQueues, droppedQueues));
                 engine().configureAniTagRules(&rules.service);
                 setLeftQueues(left);
             });

@@ -21,6 +21,8 @@ PonRulesAsked ponRulesArguments(const BridgeServiceProvisioning& service);
 // asks for all again gets there by itself.
 void expectLeftQueues();
 void dropLeftQueues();  // the restored ones, as far as they are still there
+// The rules that are to be made now have restored ones in them: settling makes them again without.
+void noteRestoredQueues(const BridgeServiceProvisioning& service);
 
 // ---- what a claimed operation does all the same ----
 
