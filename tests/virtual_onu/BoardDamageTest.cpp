@@ -49,6 +49,9 @@ std::string joined(const std::vector<std::string>& lines) {
 
 class BoardDamage : public ::testing::Test {
 protected:
+    // TMPDIR may be in the shared memory, in whose place one of them mounts its own.
+    static void SetUpTestSuite() { unsetenv("TMPDIR"); }
+
     void SetUp() override {
         board().reset();
         board().openBoard(file_);

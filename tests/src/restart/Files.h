@@ -18,10 +18,8 @@ namespace fs = std::filesystem;
 // A private directory that goes with the test.
 class Folder {
 public:
-    Folder() {
-        char path[] = "/tmp/vorn-restart-XXXXXX";
-        if (mkdtemp(path) == nullptr) throw std::runtime_error("no temporary directory");
-        path_ = path;
+    Folder() : path_((fs::temp_directory_path() / "vorn-restart-XXXXXX").string()) {
+        if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error("no temporary directory");
     }
     ~Folder() {
         std::error_code error;

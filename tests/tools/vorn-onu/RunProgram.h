@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -53,7 +54,7 @@ inline bool has(const std::string& text, const std::string& part) {
 // A directory of the test's own, gone with everything in it when the test ends.
 class ScratchDirectory {
 public:
-    ScratchDirectory() : path_("/tmp/vorn-test-XXXXXX") {
+    ScratchDirectory() : path_((std::filesystem::temp_directory_path() / "vorn-test-XXXXXX").string()) {
         if (mkdtemp(path_.data()) == nullptr) path_.clear();
     }
     ~ScratchDirectory() { runProgram({"rm", "-rf", path_}); }
