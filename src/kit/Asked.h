@@ -67,7 +67,7 @@ private:
     bool done_ = false;
 };
 
-// While one is there, what goes makes way for something of the running operation: who has asked for it still has.
+// While one is there, what goes makes way for what is asked for: whoever has asked for it still has.
 class MakingWay {
 public:
     MakingWay();

@@ -295,6 +295,8 @@ int settleState() {
     {
         const state::Operation operation;
         again = kit::endClaims();
+        // A multicast service has rules on the device of a VEIP: without the VEIP it is asked for all the same.
+        const kit::MakingWay makingWay;
         removeServices(removal);
         removeFromDevice(removal);
         clearMarks();
