@@ -16,9 +16,6 @@ namespace {
 struct SavedClock {
     std::uint64_t sleptMs = 0, advancedMs = 0, passedMs = 0;
 };
-struct Calls {
-    std::uint64_t calls = 0;
-};
 struct NumberedFault {
     std::uint64_t call = 0;
     int code = 0;
@@ -58,11 +55,6 @@ void describe(Record& record, SavedClock& clock) {
 }
 
 template <typename Record>
-void describe(Record& record, Calls& calls) {
-    record.number("calls", calls.calls);
-}
-
-template <typename Record>
 void describe(Record& record, NumberedFault& fault) {
     record.number("call", fault.call);
     record.number("code", fault.code);
@@ -75,62 +67,60 @@ void describe(Record& record, Faults& faults) {
     record.number("given", faults.given);
 }
 
-persistence::Section clockSection() {
-    return persistence::single<SavedClock>(
-        persistence::kClock,
-        [] {
-            return SavedClock{sleptMs, deviceClock().advancedMs, passedMs};
-        },
-        [](SavedClock clock) {
-            sleptMs = clock.sleptMs;
-            deviceClock().advancedMs = clock.advancedMs;
-            passedMs = clock.passedMs;
-        });
-}
+struct ClockAccess : persistence::Single<SavedClock> {
+    static SavedClock get() { return {sleptMs, deviceClock().advancedMs, passedMs}; }
+    static void put(SavedClock clock) {
+        sleptMs = clock.sleptMs;
+        deviceClock().advancedMs = clock.advancedMs;
+        passedMs = clock.passedMs;
+    }
+};
 
-persistence::Section faultSection() {
-    return persistence::single<Faults>(
-        persistence::kRunFaults,
-        [] {
-            Faults faults{core().pendingFaults, {}, core().faults};
-            for (const auto& [call, code] : core().numberedFaults) faults.numbered.push_back({call, code});
-            return faults;
-        },
-        [](Faults faults) {
-            core().pendingFaults = std::move(faults.pending);
-            core().faults = faults.given;
-            core().numberedFaults.clear();
-            for (const NumberedFault& fault : faults.numbered) core().numberedFaults[fault.call] = fault.code;
-            anyFaults = !core().pendingFaults.empty() || !core().numberedFaults.empty();
-        });
-}
+struct FaultsOfRun : persistence::Single<Faults> {
+    static Faults get() {
+        Faults faults{core().pendingFaults, {}, core().faults};
+        for (const auto& [call, code] : core().numberedFaults) faults.numbered.push_back({call, code});
+        return faults;
+    }
+    static void put(Faults faults) {
+        core().pendingFaults = std::move(faults.pending);
+        core().faults = faults.given;
+        core().numberedFaults.clear();
+        for (const NumberedFault& fault : faults.numbered) core().numberedFaults[fault.call] = fault.code;
+        anyFaults = !core().pendingFaults.empty() || !core().numberedFaults.empty();
+    }
+};
 
-// By their number in the run. Those of other processes come behind, and are reported to listeners.
-persistence::Section traceSection() {
-    persistence::RecordAccess<std::uint64_t, TraceEntry> byKey;
-    byKey.keys = [] { return std::vector<std::uint64_t>(); };
-    byKey.get = [](std::uint64_t number) -> std::optional<TraceEntry> {
+// Those of other processes come behind, and are reported to listeners.
+struct Trace : persistence::OfRun<TraceEntry> {
+    static std::optional<TraceEntry> get(std::uint64_t number) {
         const auto& trace = core().trace;
         if (trace.empty() || number < trace.front().number || number > trace.back().number) return std::nullopt;
         return trace[static_cast<std::size_t>(number - trace.front().number)];
-    };
-    byKey.put = [](std::uint64_t number, TraceEntry entry) {
+    }
+    static void put(std::uint64_t number, TraceEntry entry) {
         entry.number = number;
         core().traced = number;
         keepEntry(entry);
         if (core().listener) (*core().listener)(entry);
-    };
-    byKey.remove = [](std::uint64_t) {};
-    return persistence::section<std::uint64_t, TraceEntry>(persistence::kRunTrace, byKey);
-}
+    }
+};
+
+struct Calls : persistence::Single<std::uint64_t> {
+    template <typename Record>
+    static void fields(Record& record, std::uint64_t& calls) {
+        record.number("calls", calls);
+    }
+    static std::uint64_t get() { return core().calls; }
+    static void put(std::uint64_t calls) { core().calls = calls; }
+};
 
 }  // namespace
 
 persistence::Sections coreSections() {
-    return {clockSection(), faultSection(), traceSection(),
-            persistence::single<Calls>(
-                persistence::kRunCalls, [] { return Calls{core().calls}; },
-                [](Calls calls) { core().calls = calls.calls; })};
+    return {persistence::section<ClockAccess>(persistence::kClock),
+            persistence::section<FaultsOfRun>(persistence::kRunFaults),
+            persistence::section<Trace>(persistence::kRunTrace), persistence::section<Calls>(persistence::kRunCalls)};
 }
 
 }  // namespace virtual_onu

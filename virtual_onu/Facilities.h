@@ -14,8 +14,8 @@
 namespace virtual_onu {
 
 namespace persistence {
-struct Section;  // Section.h
-using Sections = std::vector<Section>;
+class Section;  // Section.h
+using Sections = std::vector<const Section*>;
 
 // persistence/OpenBoard.cpp. Throws BadBoard, with the board as it was. Alone: refused while another process has the
 // file. withRun: the file also tells what the run has seen, for processes that are forked from this one.

@@ -51,7 +51,6 @@ constexpr char kRunFaults[] = "run.faults";            // one record
 constexpr char kRunMessages[] = "run.messages";        // by number
 constexpr char kRunCommands[] = "run.commands";        // by number
 constexpr char kRunKilled[] = "run.killed";            // one record
-constexpr char kRunFrames[] = "run.frames";            // by number
 constexpr char kRunRemarks[] = "run.remarks";          // one record
 constexpr char kRunDescriptors[] = "run.descriptors";  // one record
 

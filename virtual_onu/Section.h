@@ -2,8 +2,8 @@
 #ifndef VIRTUAL_ONU_SECTION_H
 #define VIRTUAL_ONU_SECTION_H
 
-#include <functional>
 #include <limits>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,123 +11,146 @@
 #include <utility>
 #include <vector>
 
+#include "Persistence.h"
 #include "Records.h"
 
 namespace virtual_onu::persistence {
 
 // Everything is called with the device lock held.
-struct Section {
-    std::string name;     // one of Persistence.h
-    bool single = false;  // one record that is always there, without a key
-    std::function<std::vector<std::string>()> keys;
-    std::function<Json(const std::string& key)> record;  // null where there is none
-    // Checks a record and answers what puts it in its place. Throws BadBoard.
-    std::function<std::function<void()>(const std::string& key, const Json& value)> read;
-    std::function<void(const std::string& key)> remove;
+class Section {
+public:
+    // A record that has been checked, on its way to its place.
+    class Checked {
+    public:
+        virtual ~Checked() = default;
+        virtual void put() = 0;
+    };
+
+    Section(const char* nameOfIt, bool isOne) : name(nameOfIt), single(isOne) {}
+    Section(const Section&) = delete;
+    Section& operator=(const Section&) = delete;
+
+    virtual std::vector<std::string> keys() const = 0;
+    virtual Json record(const std::string& key) const = 0;                                       // null: none
+    virtual std::unique_ptr<Checked> read(const std::string& key, const Json& value) const = 0;  // throws BadBoard
+    virtual void remove(const std::string& key) const = 0;
+
+    const std::string name;  // one of Persistence.h
+    const bool single;       // one record that is always there, without a key
+
+protected:
+    ~Section() = default;
 };
-using Sections = std::vector<Section>;
 
-// What a facility tells of things that it holds by key.
-template <typename Key, typename Thing>
-struct RecordAccess {
-    std::function<std::vector<Key>()> keys;
-    std::function<std::optional<Thing>(const Key&)> get;
-    std::function<void(const Key&, Thing)> put;  // in the place of what was there
-    std::function<void(const Key&)> remove;
+// ---- access: what a facility tells of the things that it holds, in static functions ----
+
+template <typename OneThing>
+struct Things {
+    using Thing = OneThing;
+    template <typename Record>
+    static void fields(Record& record, Thing& thing) {
+        describe(record, thing);
+    }
 };
 
-template <typename Key>
-Key keyFrom(const std::string& text) {
-    if constexpr (std::is_same_v<Key, std::string>)
-        return text;
-    else
-        return static_cast<Key>(numberKey(text, static_cast<std::uint64_t>(std::numeric_limits<Key>::max())));
-}
-inline std::string textOfKey(const std::string& key) {
-    return key;
-}
-template <typename Number>
-std::string textOfKey(Number key) {
-    return std::to_string(key);
-}
-
+// One record: Thing get(), void put(Thing).
 template <typename Thing>
-Json written(Thing thing) {
-    RecordWriter writer;
-    describe(writer, thing);
-    return writer.take();
-}
+struct Single : Things<Thing> {
+    static constexpr bool kSingle = true;
+    static int keyFrom(const std::string& /*key*/) { return 0; }
+};
 
-template <typename Thing>
-std::shared_ptr<Thing> readThing(const Json& value) {
-    const auto thing = std::make_shared<Thing>();
-    RecordReader reader(value);
-    describe(reader, *thing);
-    reader.end();
-    return thing;
-}
-
+// By key: texts keys(), optional<Thing> get(key), void put(key, Thing) in the place of what was there, remove(key).
 template <typename Key, typename Thing>
-Section section(const char* name, RecordAccess<Key, Thing> byKey) {
-    Section made;
-    made.name = name;
-    made.keys = [byKey] {
-        std::vector<std::string> texts;
-        for (const Key& key : byKey.keys()) texts.push_back(textOfKey(key));
-        return texts;
-    };
-    made.record = [byKey](const std::string& key) {
-        auto thing = byKey.get(keyFrom<Key>(key));
-        return thing ? written<Thing>(std::move(*thing)) : Json();
-    };
-    made.read = [byKey](const std::string& text, const Json& value) -> std::function<void()> {
-        const Key key = keyFrom<Key>(text);
-        const auto thing = readThing<Thing>(value);
-        return [byKey, key, thing] { byKey.put(key, std::move(*thing)); };
-    };
-    made.remove = [byKey](const std::string& key) { byKey.remove(keyFrom<Key>(key)); };
-    return made;
+struct Keyed : Things<Thing> {
+    static constexpr bool kSingle = false;
+    static Key keyFrom(const std::string& text) {  // throws BadBoard
+        if constexpr (std::is_same_v<Key, std::string>)
+            return text;
+        else
+            return static_cast<Key>(numberKey(text, static_cast<std::uint64_t>(std::numeric_limits<Key>::max())));
+    }
+};
+
+template <typename Entries>
+std::vector<std::string> keysOf(const Entries& entries) {
+    std::vector<std::string> texts;
+    for (const auto& entry : entries) texts.push_back(keyText(entry.first));
+    return texts;
 }
 
-// Things in a map that others look at in place.
-template <typename Key, typename Thing>
-Section mapSection(
-    const char* name, std::map<Key, Thing>& (*map)(), void (*changed)() = [] {}) {
-    RecordAccess<Key, Thing> byKey;
-    byKey.keys = [map] {
-        std::vector<Key> keys;
-        for (const auto& entry : map()) keys.push_back(entry.first);
-        return keys;
-    };
-    byKey.get = [map](const Key& key) {
-        const auto found = map().find(key);
-        return found == map().end() ? std::nullopt : std::optional<Thing>(found->second);
-    };
-    byKey.put = [map, changed](const Key& key, Thing thing) {
-        map()[key] = std::move(thing);
-        changed();
-    };
-    byKey.remove = [map, changed](const Key& key) {
-        map().erase(key);
-        changed();
-    };
-    return section<Key, Thing>(name, byKey);
-}
+// Things in the map that kMap() answers.
+template <typename Key, typename Thing, std::map<Key, Thing>& (*kMap)()>
+struct InMap : Keyed<Key, Thing> {
+    static std::vector<std::string> keys() { return keysOf(kMap()); }
+    static std::optional<Thing> get(const Key& key) {
+        const auto found = kMap().find(key);
+        return found == kMap().end() ? std::nullopt : std::optional<Thing>(found->second);
+    }
+    static void put(const Key& key, Thing thing) { kMap()[key] = std::move(thing); }
+    static void remove(const Key& key) { kMap().erase(key); }
+};
 
-// One record.
+// What a run has seen, by number: a file that is read whole has none of it.
 template <typename Thing>
-Section single(const char* name, std::function<Thing()> get, std::function<void(Thing)> put) {
-    Section made;
-    made.name = name;
-    made.single = true;
-    made.keys = [] { return std::vector<std::string>{""}; };
-    made.record = [get](const std::string&) { return written<Thing>(get()); };
-    made.read = [put](const std::string&, const Json& value) -> std::function<void()> {
-        const auto thing = readThing<Thing>(value);
-        return [put, thing] { put(std::move(*thing)); };
+struct OfRun : Keyed<std::uint64_t, Thing> {
+    static std::vector<std::string> keys() { return {}; }
+    static void remove(std::uint64_t /*number*/) {}
+};
+
+template <typename Access>
+class SectionOf final : public Section {
+public:
+    explicit SectionOf(const char* nameOfIt) : Section(nameOfIt, Access::kSingle) {}
+
+    std::vector<std::string> keys() const override {
+        if constexpr (Access::kSingle)
+            return {""};
+        else
+            return Access::keys();
+    }
+    Json record(const std::string& key) const override {
+        RecordWriter writer;
+        if constexpr (Access::kSingle) {
+            auto thing = Access::get();
+            Access::fields(writer, thing);
+        } else {
+            auto thing = Access::get(Access::keyFrom(key));
+            if (!thing) return {};
+            Access::fields(writer, *thing);
+        }
+        return writer.take();
+    }
+    std::unique_ptr<Checked> read(const std::string& key, const Json& value) const override {
+        auto checked = std::make_unique<Record>(Access::keyFrom(key));
+        RecordReader reader(value);
+        Access::fields(reader, checked->thing);
+        reader.end();
+        return checked;
+    }
+    void remove(const std::string& key) const override {
+        if constexpr (!Access::kSingle) Access::remove(Access::keyFrom(key));
+    }
+
+private:
+    struct Record : Checked {
+        using Key = decltype(Access::keyFrom(""));
+        explicit Record(Key itsKey) : key(std::move(itsKey)) {}
+        void put() override {
+            if constexpr (Access::kSingle)
+                Access::put(std::move(thing));
+            else
+                Access::put(key, std::move(thing));
+        }
+        const Key key;
+        typename Access::Thing thing{};
     };
-    made.remove = [](const std::string&) {};
-    return made;
+};
+
+template <typename Access>
+const Section* section(const char* name) {
+    static const auto& one = *new SectionOf<Access>(name);  // never destroyed: threads outlive main()
+    return &one;
 }
 
 }  // namespace virtual_onu::persistence

@@ -15,10 +15,6 @@ namespace virtual_onu::datapath {
 
 namespace {
 
-struct AddressRecord {
-    BridgeMemory::Learned learned;
-};
-
 // A MAC address as text on the way.
 struct GroupRecord {
     std::string group;
@@ -41,12 +37,6 @@ void describe(Record& record, Snooping::Query& query) {
 namespace {
 
 template <typename Record>
-void describe(Record& record, AddressRecord& address) {
-    record.number("port", address.learned.port, 1);
-    record.number("seenMs", address.learned.seenMs);
-}
-
-template <typename Record>
 void describe(Record& record, GroupRecord& group) {
     record.text("group", group.group, network::isMac, "a MAC address");
     record.numbersByName("members", group.members);
@@ -59,43 +49,30 @@ void describe(Record& record, SnoopingRecord& snooping) {
     record.numbersByName("routers", snooping.routers);
 }
 
-// "13 02:00:5e:00:00:01": bridge and address. Throws BadBoard.
-std::pair<int, Mac> placeOf(const std::string& key) {
-    const std::size_t space = key.find(' ');
-    const std::string mac = space == std::string::npos ? "" : key.substr(space + 1);
-    if (!network::isMac(mac)) throw persistence::BadBoard("the key must be a bridge's index and a MAC address");
-    return {persistence::keyFrom<int>(key.substr(0, space)), macOf(mac)};
-}
-
-persistence::Section addressSection() {
-    persistence::RecordAccess<std::string, AddressRecord> byKey;
-    byKey.keys = [] {
+// By bridge and address: "13 02:00:5e:00:00:01".
+struct Addresses : persistence::Keyed<std::pair<int, Mac>, BridgeMemory::Learned> {
+    using Key = std::pair<int, Mac>;
+    template <typename Record>
+    static void fields(Record& record, Thing& learned) {
+        record.number("port", learned.port, 1);
+        record.number("seenMs", learned.seenMs);
+    }
+    static Key keyFrom(const std::string& text) {
+        const std::size_t space = text.find(' ');
+        const std::string mac = space == std::string::npos ? "" : text.substr(space + 1);
+        if (!network::isMac(mac)) throw persistence::BadBoard("the key must be a bridge's index and a MAC address");
+        return {Keyed<int, Thing>::keyFrom(text.substr(0, space)), macOf(mac)};
+    }
+    static std::vector<std::string> keys() {
         std::vector<std::string> keys;
         for (const auto& one : deviceMemory().addresses())
             keys.push_back(std::to_string(one.bridge) + " " + textOf(one.mac));
         return keys;
-    };
-    byKey.get = [](const std::string& key) -> std::optional<AddressRecord> {
-        const auto [bridge, mac] = placeOf(key);
-        const auto found = deviceMemory().find(bridge, mac);
-        if (!found) return std::nullopt;
-        return AddressRecord{*found};
-    };
-    byKey.put = [](const std::string& key, AddressRecord address) {
-        const auto [bridge, mac] = placeOf(key);
-        deviceMemory().put({bridge, mac, address.learned});
-    };
-    byKey.remove = [](const std::string& key) {
-        const auto [bridge, mac] = placeOf(key);
-        deviceMemory().remove(bridge, mac);
-    };
-    persistence::Section made = persistence::section<std::string, AddressRecord>(persistence::kLearned, byKey);
-    made.read = [read = made.read](const std::string& key, const persistence::Json& value) {
-        placeOf(key);
-        return read(key, value);
-    };
-    return made;
-}
+    }
+    static std::optional<Thing> get(const Key& key) { return deviceMemory().find(key.first, key.second); }
+    static void put(const Key& key, Thing learned) { deviceMemory().put({key.first, key.second, learned}); }
+    static void remove(const Key& key) { deviceMemory().remove(key.first, key.second); }
+};
 
 SnoopingRecord recordOf(const Snooping::Memory& memory) {
     SnoopingRecord all{memory.queriers, {}, memory.routers};
@@ -111,23 +88,25 @@ Snooping snoopingOf(const SnoopingRecord& saved) {
     return snooping;
 }
 
-persistence::Section snoopingSection() {
-    persistence::RecordAccess<int, SnoopingRecord> byKey;
-    byKey.keys = [] { return deviceMemory().bridges(); };
-    byKey.get = [](int bridge) -> std::optional<SnoopingRecord> {
+struct SnoopingAccess : persistence::Keyed<int, SnoopingRecord> {
+    static std::vector<std::string> keys() {
+        std::vector<std::string> keys;
+        for (const int bridge : deviceMemory().bridges()) keys.push_back(std::to_string(bridge));
+        return keys;
+    }
+    static std::optional<SnoopingRecord> get(int bridge) {
         const Snooping* found = deviceMemory().snooping(bridge);
-        if (found == nullptr) return std::nullopt;
-        return recordOf(found->memory());
-    };
-    byKey.put = [](int bridge, const SnoopingRecord& saved) { deviceMemory().put(bridge, snoopingOf(saved)); };
-    byKey.remove = [](int bridge) { deviceMemory().put(bridge, Snooping{}); };
-    return persistence::section<int, SnoopingRecord>(persistence::kSnooping, byKey);
-}
+        return found == nullptr ? std::nullopt : std::optional<SnoopingRecord>(recordOf(found->memory()));
+    }
+    static void put(int bridge, const SnoopingRecord& saved) { deviceMemory().put(bridge, snoopingOf(saved)); }
+    static void remove(int bridge) { deviceMemory().put(bridge, Snooping{}); }
+};
 
 }  // namespace
 
 persistence::Sections sections() {
-    return {addressSection(), snoopingSection()};
+    return {persistence::section<Addresses>(persistence::kLearned),
+            persistence::section<SnoopingAccess>(persistence::kSnooping)};
 }
 
 }  // namespace virtual_onu::datapath

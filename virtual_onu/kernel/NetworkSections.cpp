@@ -65,34 +65,23 @@ void describe(Record& record, Routing& routing) {
     record.list("ipRoutes", routing.ipRoutes);
 }
 
-template <typename Thing>
-std::vector<int> indexesOf(const Register<Thing>& things) {
-    std::vector<int> indexes;
-    for (const auto& entry : things.all()) indexes.push_back(entry.first);
-    return indexes;
-}
-
-persistence::Section deviceSection() {
-    persistence::RecordAccess<int, Device> byKey;
-    byKey.keys = [] { return indexesOf(state().devices); };
-    byKey.get = [](int index) {
+struct Devices : persistence::Keyed<int, Device> {
+    static std::vector<std::string> keys() { return persistence::keysOf(state().devices.all()); }
+    static std::optional<Device> get(int index) {
         const Device* found = state().devices.find(index);
         return found == nullptr ? std::nullopt : std::optional<Device>(*found);
-    };
-    byKey.put = [](int index, Device device) {
+    }
+    static void put(int index, Device device) {
         device.shown.index = index;
-        if (Device* found = state().devices.find(index)) {
-            device.counters = found->counters;
-            state().devices.remove(index, std::string(found->shown.name));
-        }
+        if (const Device* found = state().devices.find(index)) device.counters = found->counters;
+        remove(index);
         state().devices.add(index, std::string(device.shown.name), device);
-    };
-    byKey.remove = [](int index) {
+    }
+    static void remove(int index) {
         const Device* found = state().devices.find(index);
         if (found != nullptr) state().devices.remove(index, std::string(found->shown.name));
-    };
-    return persistence::section<int, Device>(persistence::kDevices, byKey);
-}
+    }
+};
 
 CountersRecord recordOf(const DeviceCounters& counters) {
     CountersRecord all;
@@ -102,19 +91,19 @@ CountersRecord recordOf(const DeviceCounters& counters) {
     return all;
 }
 
-persistence::Section counterSection() {
-    persistence::RecordAccess<int, CountersRecord> byKey;
-    byKey.keys = [] {
-        std::vector<int> indexes;
+struct Counters : persistence::Keyed<int, CountersRecord> {
+    static std::vector<std::string> keys() {
+        std::vector<std::string> indexes;
         for (auto& [index, device] : state().devices.all())
-            if (!recordOf(device.counters).statistics.empty() || device.counters.anySplit()) indexes.push_back(index);
+            if (!recordOf(device.counters).statistics.empty() || device.counters.anySplit())
+                indexes.push_back(std::to_string(index));
         return indexes;
-    };
-    byKey.get = [](int index) {
+    }
+    static std::optional<CountersRecord> get(int index) {
         const Device* found = state().devices.find(index);
         return found == nullptr ? std::nullopt : std::optional<CountersRecord>(recordOf(found->counters));
-    };
-    byKey.put = [](int index, const CountersRecord& counters) {
+    }
+    static void put(int index, const CountersRecord& counters) {
         Device* found = state().devices.find(index);
         if (found == nullptr) return;
         found->counters = DeviceCounters{};
@@ -122,31 +111,40 @@ persistence::Section counterSection() {
         DeviceCounters::Split split{};
         std::copy(counters.split.begin(), counters.split.end(), split.begin());
         found->counters.setSplit(split);
-    };
-    byKey.remove = [](int index) {
+    }
+    static void remove(int index) {
         if (Device* found = state().devices.find(index)) found->counters = DeviceCounters{};
-    };
-    return persistence::section<int, CountersRecord>(persistence::kCounters, byKey);
-}
+    }
+};
 
-persistence::Section bridgeSection() {
-    persistence::RecordAccess<int, Bridge> byKey;
-    byKey.keys = [] { return indexesOf(state().bridges); };
-    byKey.get = [](int index) {
+struct Bridges : persistence::Keyed<int, Bridge> {
+    static std::vector<std::string> keys() { return persistence::keysOf(state().bridges.all()); }
+    static std::optional<Bridge> get(int index) {
         const Bridge* found = state().bridges.find(index);
         return found == nullptr ? std::nullopt : std::optional<Bridge>(*found);
-    };
-    byKey.put = [](int index, const Bridge& bridge) {
-        const Bridge* found = state().bridges.find(index);
-        if (found != nullptr) state().bridges.remove(index, std::string(found->name));
+    }
+    static void put(int index, const Bridge& bridge) {
+        remove(index);
         state().bridges.add(index, std::string(bridge.name), bridge);
-    };
-    byKey.remove = [](int index) {
+    }
+    static void remove(int index) {
         const Bridge* found = state().bridges.find(index);
         if (found != nullptr) state().bridges.remove(index, std::string(found->name));
-    };
-    return persistence::section<int, Bridge>(persistence::kBridges, byKey);
+    }
+};
+
+std::map<std::string, Refusal>& refusals() {
+    return state().refusals;
 }
+
+struct RoutingAccess : persistence::Single<Routing> {
+    static Routing get() { return {state().nextIndex, state().ipRules, state().ipRoutes}; }
+    static void put(Routing routing) {
+        state().nextIndex = routing.nextIndex;
+        state().ipRules = std::move(routing.ipRules);
+        state().ipRoutes = std::move(routing.ipRoutes);
+    }
+};
 
 }  // namespace
 
@@ -158,19 +156,11 @@ void framesCounted() {
 
 persistence::Sections sections() {
     // In this order: counters have their place in the device.
-    return {deviceSection(), counterSection(), bridgeSection(),
-            persistence::mapSection<std::string, Refusal>(
-                persistence::kRefusals, +[]() -> std::map<std::string, Refusal>& { return state().refusals; }),
-            persistence::single<Routing>(
-                persistence::kRouting,
-                [] {
-                    return Routing{state().nextIndex, state().ipRules, state().ipRoutes};
-                },
-                [](Routing routing) {
-                    state().nextIndex = routing.nextIndex;
-                    state().ipRules = std::move(routing.ipRules);
-                    state().ipRoutes = std::move(routing.ipRoutes);
-                })};
+    return {persistence::section<Devices>(persistence::kDevices),
+            persistence::section<Counters>(persistence::kCounters),
+            persistence::section<Bridges>(persistence::kBridges),
+            persistence::section<persistence::InMap<std::string, Refusal, refusals>>(persistence::kRefusals),
+            persistence::section<RoutingAccess>(persistence::kRouting)};
 }
 
 }  // namespace network

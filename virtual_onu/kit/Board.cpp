@@ -80,52 +80,46 @@ Identity identity() {
             state.bootId};
 }
 
-persistence::Section identitySection() {
-    return persistence::single<Identity>(persistence::kIdentity, identity, [](const Identity& given) {
+struct IdentityAccess : persistence::Single<Identity> {
+    static Identity get() { return identity(); }
+    static void put(const Identity& given) {
         BoardState& state = boardState();
         state.bootId = given.bootId;
         state.serialNumber = given.serialNumber;
         state.partNumber = given.partNumber;
         state.baseMac = parsedMac(given.baseMac);
         state.bootedPartition = given.bootedPartition;
-    });
+    }
+};
+
+std::map<int, std::string>& imageVersions() {
+    return boardState().imageVersions;
 }
 
-persistence::Section imageSection() {
-    persistence::RecordAccess<int, Image> byKey;
-    byKey.keys = [] {
-        std::vector<int> numbers;
-        for (const auto& entry : boardState().imageVersions) numbers.push_back(entry.first);
-        return numbers;
-    };
-    byKey.get = [](int number) -> std::optional<Image> {
-        const auto found = boardState().imageVersions.find(number);
-        if (found == boardState().imageVersions.end()) return std::nullopt;
-        return Image{number, found->second};
-    };
-    byKey.put = [](int number, const Image& image) { boardState().imageVersions[number] = image.version; };
-    byKey.remove = [](int number) { boardState().imageVersions.erase(number); };
-    return persistence::section<int, Image>(persistence::kImages, byKey);
-}
+struct ImageAccess : persistence::Keyed<int, Image> {
+    static std::vector<std::string> keys() { return persistence::keysOf(imageVersions()); }
+    static std::optional<Image> get(int number) {
+        const auto found = imageVersions().find(number);
+        return found == imageVersions().end() ? std::nullopt : std::optional<Image>({number, found->second});
+    }
+    static void put(int number, const Image& image) { imageVersions()[number] = image.version; }
+    static void remove(int number) { imageVersions().erase(number); }
+};
 
 // All ports are always there.
-persistence::Section phySection() {
-    persistence::RecordAccess<int, Phy> byKey;
-    byKey.keys = [] {
-        std::vector<int> ports;
-        for (int port = 0; port < kPhyPorts; ++port) ports.push_back(port);
+struct PhyAccess : persistence::Keyed<int, Phy> {
+    static int keyFrom(const std::string& text) {
+        return static_cast<int>(persistence::numberKey(text, kPhyPorts - 1));
+    }
+    static std::vector<std::string> keys() {
+        std::vector<std::string> ports;
+        for (int port = 0; port < kPhyPorts; ++port) ports.push_back(std::to_string(port));
         return ports;
-    };
-    byKey.get = [](int port) { return std::optional<Phy>(*phyAt(0, port)); };
-    byKey.put = [](int port, const Phy& phy) { *phyAt(0, port) = phy; };
-    byKey.remove = [](int port) { *phyAt(0, port) = Phy{}; };
-    persistence::Section made = persistence::section<int, Phy>(persistence::kPhys, byKey);
-    made.read = [read = made.read](const std::string& key, const persistence::Json& value) {
-        persistence::numberKey(key, kPhyPorts - 1);
-        return read(key, value);
-    };
-    return made;
-}
+    }
+    static std::optional<Phy> get(int port) { return *phyAt(0, port); }
+    static void put(int port, const Phy& phy) { *phyAt(0, port) = phy; }
+    static void remove(int port) { *phyAt(0, port) = Phy{}; }
+};
 
 int boardCall(const char* name, const std::string& argumentList, const std::function<int()>& work) {
     return platformCall(name, argumentList, [&] {
@@ -145,7 +139,9 @@ void reset() {
 }
 
 persistence::Sections sections() {
-    return {identitySection(), imageSection(), phySection()};
+    return {persistence::section<IdentityAccess>(persistence::kIdentity),
+            persistence::section<ImageAccess>(persistence::kImages),
+            persistence::section<PhyAccess>(persistence::kPhys)};
 }
 
 bool phyHasLink(int port) {

@@ -241,13 +241,6 @@ struct GatewayRecord {
     GatewayMode mode = GatewayMode::Answers;
     int answerDelayMs = kDefaultAnswerDelayMs;
 };
-struct ValueRecord {
-    std::vector<std::uint8_t> bytes;
-};
-// A message that was sent, of a run whose processes share what they have seen.
-struct MessageRecord {
-    std::vector<std::uint8_t> raw;
-};
 
 template <typename Record>
 void describe(Record& record, GatewayRecord& gateway) {
@@ -255,84 +248,73 @@ void describe(Record& record, GatewayRecord& gateway) {
     record.number("answerDelayMs", gateway.answerDelayMs, 0);
 }
 
-template <typename Record>
-void describe(Record& record, ValueRecord& value) {
-    record.bytes("bytes", value.bytes, kMaxValue);
-}
-
-template <typename Record>
-void describe(Record& record, MessageRecord& message) {
-    record.bytes("bytes", message.raw, sizeof(CmsMsgHeader) + kMaxPayload);
-}
-
-persistence::Section valueSection() {
-    persistence::RecordAccess<std::string, ValueRecord> byKey;
-    byKey.keys = [] {
+struct Values : persistence::Keyed<std::string, std::vector<std::uint8_t>> {
+    template <typename Record>
+    static void fields(Record& record, Thing& bytes) {
+        record.bytes("bytes", bytes, kMaxValue);
+    }
+    static std::vector<std::string> keys() {
         const BusLock lock(busState().mutex);
-        std::vector<std::string> keys;
-        for (const auto& entry : busState().persistent) keys.push_back(entry.first);
-        return keys;
-    };
-    byKey.get = [](const std::string& key) -> std::optional<ValueRecord> {
+        return persistence::keysOf(busState().persistent);
+    }
+    static std::optional<Thing> get(const std::string& key) {
         const BusLock lock(busState().mutex);
         const auto found = busState().persistent.find(key);
-        if (found == busState().persistent.end()) return std::nullopt;
-        return ValueRecord{found->second};
-    };
-    byKey.put = [](const std::string& key, ValueRecord value) {
+        return found == busState().persistent.end() ? std::nullopt : std::optional<Thing>(found->second);
+    }
+    static void put(const std::string& key, Thing bytes) {
         const BusLock lock(busState().mutex);
-        busState().persistent[key] = std::move(value.bytes);
-    };
-    byKey.remove = [](const std::string& key) {
+        busState().persistent[key] = std::move(bytes);
+    }
+    static void remove(const std::string& key) {
         const BusLock lock(busState().mutex);
         busState().persistent.erase(key);
-    };
-    return persistence::section<std::string, ValueRecord>(persistence::kPersistent, byKey);
-}
+    }
+};
 
-persistence::Section gatewaySection() {
-    return persistence::single<GatewayRecord>(
-        persistence::kGateway,
-        [] {
-            const BusLock lock(busState().mutex);
-            return GatewayRecord{busState().mode, busState().answerDelayMs};
-        },
-        [](GatewayRecord gateway) {
-            const BusLock lock(busState().mutex);
-            busState().mode = gateway.mode;
-            busState().answerDelayMs = gateway.answerDelayMs;
-        });
-}
+struct Gateway : persistence::Single<GatewayRecord> {
+    static GatewayRecord get() {
+        const BusLock lock(busState().mutex);
+        return {busState().mode, busState().answerDelayMs};
+    }
+    static void put(GatewayRecord gateway) {
+        const BusLock lock(busState().mutex);
+        busState().mode = gateway.mode;
+        busState().answerDelayMs = gateway.answerDelayMs;
+    }
+};
 
-// By their number in the run. Those of other processes come behind.
-persistence::Section messageSection() {
-    persistence::RecordAccess<std::uint64_t, MessageRecord> byKey;
-    byKey.keys = [] { return std::vector<std::uint64_t>(); };
-    byKey.get = [](std::uint64_t number) -> std::optional<MessageRecord> {
+// Messages that were sent, header and payload. Those of other processes come behind.
+struct SentMessages : persistence::OfRun<std::vector<std::uint8_t>> {
+    template <typename Record>
+    static void fields(Record& record, Thing& raw) {
+        record.bytes("bytes", raw, sizeof(CmsMsgHeader) + kMaxPayload);
+    }
+    static std::optional<Thing> get(std::uint64_t number) {
         const BusLock lock(busState().mutex);
         auto& sent = busState().sent;
         const std::uint64_t fromEnd = busState().sentSoFar - number;
         if (fromEnd >= sent.size()) return std::nullopt;
-        return MessageRecord{described(sent[sent.size() - 1 - static_cast<std::size_t>(fromEnd)]).raw};
-    };
-    byKey.put = [](std::uint64_t, const MessageRecord& saved) {
-        if (saved.raw.size() < sizeof(CmsMsgHeader)) return;
+        return described(sent[sent.size() - 1 - static_cast<std::size_t>(fromEnd)]).raw;
+    }
+    static void put(std::uint64_t /*number*/, const Thing& raw) {
+        if (raw.size() < sizeof(CmsMsgHeader)) return;
         Message message;
-        std::memcpy(&message.header, saved.raw.data(), sizeof message.header);
-        message.payload.assign(saved.raw.begin() + sizeof message.header, saved.raw.end());
+        std::memcpy(&message.header, raw.data(), sizeof message.header);
+        message.payload.assign(raw.begin() + sizeof message.header, raw.end());
         const BusLock lock(busState().mutex);
         keepSent(std::move(message));
-    };
-    byKey.remove = [](std::uint64_t) {};
-    return persistence::section<std::uint64_t, MessageRecord>(persistence::kRunMessages, byKey);
-}
+    }
+};
 
 }  // namespace
 
 namespace bus {
 
 persistence::Sections sections() {
-    return {valueSection(), gatewaySection(), messageSection()};
+    return {persistence::section<Values>(persistence::kPersistent),
+            persistence::section<Gateway>(persistence::kGateway),
+            persistence::section<SentMessages>(persistence::kRunMessages)};
 }
 
 // Handles and descriptors stay good: the program under test keeps them for its life.

@@ -13,23 +13,21 @@ namespace pon {
 
 namespace {
 
-struct Link {
-    std::optional<unsigned> adminState;
+struct Link : persistence::Single<std::optional<unsigned>> {
+    template <typename Record>
+    static void fields(Record& record, Thing& adminState) {
+        record.number("adminState", adminState);
+    }
+    static Thing get() { return adminStateInPlace(); }
+    static void put(Thing adminState) { adminStateInPlace() = adminState; }
 };
-
-template <typename Record>
-void describe(Record& record, Link& link) {
-    record.number("adminState", link.adminState);
-}
 
 }  // namespace
 
 persistence::Sections sections() {
-    return {persistence::mapSection<unsigned, Tcont>(persistence::kTconts, tcontsInPlace),
-            persistence::mapSection<unsigned, GemPort>(persistence::kGemPorts, gemPortsInPlace),
-            persistence::single<Link>(
-                persistence::kPonLink, [] { return Link{adminStateInPlace()}; },
-                [](Link link) { adminStateInPlace() = link.adminState; })};
+    return {persistence::section<persistence::InMap<unsigned, Tcont, tcontsInPlace>>(persistence::kTconts),
+            persistence::section<persistence::InMap<unsigned, GemPort, gemPortsInPlace>>(persistence::kGemPorts),
+            persistence::section<Link>(persistence::kPonLink)};
 }
 
 }  // namespace pon

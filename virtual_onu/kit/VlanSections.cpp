@@ -47,26 +47,16 @@ struct RuleRecord {
     bool front = false;
     std::vector<RuleTerm> terms;
 };
-struct DefaultRecord {
-    DefaultAction action;
-};
 struct FlowRecord {
     std::string from, to;
 };
 struct FlowsRecord {
     std::vector<FlowRecord> flows;
 };
-struct ModeRecord {
-    int mode = 0;
-};
 struct KitRecord {
     std::uint32_t nextRuleId = 1;
     OutOfRangeFilters outOfRange = OutOfRangeFilters::NeverMatch;
 };
-
-}  // namespace
-
-namespace {
 
 template <typename Record>
 void describe(Record& record, RuleRecord& rule) {
@@ -78,12 +68,6 @@ void describe(Record& record, RuleRecord& rule) {
 }
 
 template <typename Record>
-void describe(Record& record, DefaultRecord& saved) {
-    record.choice("action", saved.action.action, {"pass", "drop"});
-    record.text("device", saved.action.device);
-}
-
-template <typename Record>
 void describe(Record& record, FlowRecord& flow) {
     record.text("from", flow.from);
     record.text("to", flow.to);
@@ -92,11 +76,6 @@ void describe(Record& record, FlowRecord& flow) {
 template <typename Record>
 void describe(Record& record, FlowsRecord& saved) {
     record.list("flows", saved.flows);
-}
-
-template <typename Record>
-void describe(Record& record, ModeRecord& saved) {
-    record.number("mode", saved.mode);
 }
 
 template <typename Record>
@@ -141,14 +120,9 @@ void putRule(std::uint32_t id, RuleRecord saved) {
     rules.insert(before, {id, std::move(saved.terms)});
 }
 
-persistence::Section ruleSection() {
-    persistence::RecordAccess<std::uint32_t, RuleRecord> byKey;
-    byKey.keys = [] {
-        std::vector<std::uint32_t> ids;
-        for (const auto& entry : installed().places) ids.push_back(entry.first);
-        return ids;
-    };
-    byKey.get = [](std::uint32_t id) -> std::optional<RuleRecord> {
+struct Rules : persistence::Keyed<std::uint32_t, RuleRecord> {
+    static std::vector<std::string> keys() { return persistence::keysOf(installed().places); }
+    static std::optional<RuleRecord> get(std::uint32_t id) {
         const auto place = installed().places.find(id);
         if (place == installed().places.end()) return std::nullopt;
         auto& rules = installed().tables[place->second.table].rules;
@@ -156,11 +130,10 @@ persistence::Section ruleSection() {
         const bool isLast = !rules.empty() && rules.back().id == id;
         const auto rule = isLast ? std::prev(rules.end()) : ruleIn(rules, id);
         return RuleRecord{place->second.table, place->second.front, rule->terms};
-    };
-    byKey.put = putRule;
-    byKey.remove = removeRule;
-    return persistence::section<std::uint32_t, RuleRecord>(persistence::kRules, byKey);
-}
+    }
+    static void put(std::uint32_t id, RuleRecord saved) { putRule(id, std::move(saved)); }
+    static void remove(std::uint32_t id) { removeRule(id); }
+};
 
 // ---- default actions ----
 
@@ -178,80 +151,73 @@ TableKey tableOf(const std::string& text) {
     return key;
 }
 
-persistence::Section defaultSection() {
-    persistence::RecordAccess<std::string, DefaultRecord> byKey;
-    byKey.keys = [] {
+struct Defaults : persistence::Keyed<TableKey, DefaultAction> {
+    template <typename Record>
+    static void fields(Record& record, DefaultAction& saved) {
+        record.choice("action", saved.action, {"pass", "drop"});
+        record.text("device", saved.device);
+    }
+    static TableKey keyFrom(const std::string& text) { return tableOf(text); }
+    static std::vector<std::string> keys() {
         std::vector<std::string> keys;
         for (const auto& [key, table] : installed().tables)
             if (table.defaultAction) keys.push_back(textOf(key));
         return keys;
-    };
-    byKey.get = [](const std::string& key) -> std::optional<DefaultRecord> {
-        const auto table = installed().tables.find(tableOf(key));
-        if (table == installed().tables.end() || !table->second.defaultAction) return std::nullopt;
-        return DefaultRecord{*table->second.defaultAction};
-    };
-    byKey.put = [](const std::string& key, const DefaultRecord& saved) {
-        installed().tables[tableOf(key)].defaultAction = saved.action;
-    };
-    byKey.remove = [](const std::string& key) {
-        const auto table = installed().tables.find(tableOf(key));
+    }
+    static std::optional<DefaultAction> get(const TableKey& key) {
+        const auto table = installed().tables.find(key);
+        return table == installed().tables.end() ? std::nullopt : table->second.defaultAction;
+    }
+    static void put(const TableKey& key, DefaultAction saved) {
+        installed().tables[key].defaultAction = std::move(saved);
+    }
+    static void remove(const TableKey& key) {
+        const auto table = installed().tables.find(key);
         if (table == installed().tables.end()) return;
         table->second.defaultAction.reset();
         if (table->second.rules.empty()) installed().tables.erase(table);
-    };
-    persistence::Section made = persistence::section<std::string, DefaultRecord>(persistence::kDefaults, byKey);
-    made.read = [read = made.read](const std::string& key, const persistence::Json& value) {
-        tableOf(key);
-        return read(key, value);
-    };
-    return made;
-}
+    }
+};
 
 // ---- the rest ----
 
-persistence::Section modeSection() {
-    persistence::RecordAccess<std::string, ModeRecord> byKey;
-    byKey.keys = [] {
-        std::vector<std::string> names;
-        for (const auto& entry : installed().realDeviceModes) names.push_back(entry.first);
-        return names;
-    };
-    byKey.get = [](const std::string& name) -> std::optional<ModeRecord> {
-        const auto found = installed().realDeviceModes.find(name);
-        if (found == installed().realDeviceModes.end()) return std::nullopt;
-        return ModeRecord{found->second};
-    };
-    byKey.put = [](const std::string& name, ModeRecord saved) { installed().realDeviceModes[name] = saved.mode; };
-    byKey.remove = [](const std::string& name) { installed().realDeviceModes.erase(name); };
-    return persistence::section<std::string, ModeRecord>(persistence::kDeviceModes, byKey);
+std::map<std::string, int>& realDeviceModes() {
+    return installed().realDeviceModes;
 }
 
-FlowsRecord flowsNow() {
-    FlowsRecord saved;
-    for (const auto& [from, to] : installed().flows) saved.flows.push_back({from, to});
-    return saved;
-}
+struct Modes : persistence::InMap<std::string, int, realDeviceModes> {
+    template <typename Record>
+    static void fields(Record& record, int& mode) {
+        record.number("mode", mode);
+    }
+};
 
-void putFlows(const FlowsRecord& saved) {
-    installed().flows.clear();
-    for (const FlowRecord& flow : saved.flows) installed().flows.emplace_back(flow.from, flow.to);
-}
+struct Flows : persistence::Single<FlowsRecord> {
+    static FlowsRecord get() {
+        FlowsRecord saved;
+        for (const auto& [from, to] : installed().flows) saved.flows.push_back({from, to});
+        return saved;
+    }
+    static void put(const FlowsRecord& saved) {
+        installed().flows.clear();
+        for (const FlowRecord& flow : saved.flows) installed().flows.emplace_back(flow.from, flow.to);
+    }
+};
+
+struct Kit : persistence::Single<KitRecord> {
+    static KitRecord get() { return {installed().nextRuleId, installed().outOfRange}; }
+    static void put(KitRecord saved) {
+        installed().nextRuleId = saved.nextRuleId;
+        installed().outOfRange = saved.outOfRange;
+    }
+};
 
 }  // namespace
 
 persistence::Sections sections() {
-    return {ruleSection(), defaultSection(), modeSection(),
-            persistence::single<FlowsRecord>(persistence::kFlows, flowsNow, putFlows),
-            persistence::single<KitRecord>(
-                persistence::kVlanKit,
-                [] {
-                    return KitRecord{installed().nextRuleId, installed().outOfRange};
-                },
-                [](KitRecord saved) {
-                    installed().nextRuleId = saved.nextRuleId;
-                    installed().outOfRange = saved.outOfRange;
-                })};
+    return {persistence::section<Rules>(persistence::kRules), persistence::section<Defaults>(persistence::kDefaults),
+            persistence::section<Modes>(persistence::kDeviceModes), persistence::section<Flows>(persistence::kFlows),
+            persistence::section<Kit>(persistence::kVlanKit)};
 }
 
 }  // namespace vlan

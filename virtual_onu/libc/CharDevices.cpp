@@ -67,12 +67,6 @@ struct OpticsRecord {
     std::uint16_t receiveLevel = 0, transmitLevel = 0;
     std::vector<std::uint8_t> image;
 };
-struct RequestRecord {
-    std::vector<std::uint8_t> record;
-};
-struct AnswerRecord {
-    StackAnswer answer;
-};
 
 template <typename Record>
 void describe(Record& record, OpticsRecord& optics) {
@@ -81,34 +75,37 @@ void describe(Record& record, OpticsRecord& optics) {
     record.bytes("i2cImage", optics.image, kMaxRecord);
 }
 
-template <typename Record>
-void describe(Record& record, RequestRecord& request) {
-    record.bytes("record", request.record, kMaxRecord);
+struct Optics : persistence::Single<OpticsRecord> {
+    static OpticsRecord get() { return {state().receiveLevel, state().transmitLevel, state().i2cImage}; }
+    static void put(OpticsRecord optics) {
+        state().receiveLevel = optics.receiveLevel;
+        state().transmitLevel = optics.transmitLevel;
+        state().i2cImage = std::move(optics.image);
+    }
+};
+
+std::map<unsigned, std::vector<std::uint8_t>>& requests() {
+    return state().requests;
 }
 
-template <typename Record>
-void describe(Record& record, AnswerRecord& saved) {
-    record.bytes("record", saved.answer.record, kMaxRecord);
-    record.number("error", saved.answer.error);
+struct Requests : persistence::InMap<unsigned, std::vector<std::uint8_t>, requests> {
+    template <typename Record>
+    static void fields(Record& record, std::vector<std::uint8_t>& request) {
+        record.bytes("record", request, kMaxRecord);
+    }
+};
+
+std::map<unsigned, StackAnswer>& answers() {
+    return state().answers;
 }
 
-template <typename Saved, typename Value, typename Make, typename Take>
-persistence::Section stackSection(const char* name, std::map<unsigned, Value> State::*map, Make make, Take take) {
-    persistence::RecordAccess<unsigned, Saved> byKey;
-    byKey.keys = [map] {
-        std::vector<unsigned> numbers;
-        for (const auto& entry : state().*map) numbers.push_back(entry.first);
-        return numbers;
-    };
-    byKey.get = [map, make](unsigned number) -> std::optional<Saved> {
-        const auto found = (state().*map).find(number);
-        if (found == (state().*map).end()) return std::nullopt;
-        return make(found->second);
-    };
-    byKey.put = [map, take](unsigned number, Saved saved) { (state().*map)[number] = take(std::move(saved)); };
-    byKey.remove = [map](unsigned number) { (state().*map).erase(number); };
-    return persistence::section<unsigned, Saved>(name, byKey);
-}
+struct Answers : persistence::InMap<unsigned, StackAnswer, answers> {
+    template <typename Record>
+    static void fields(Record& record, StackAnswer& answer) {
+        record.bytes("record", answer.record, kMaxRecord);
+        record.number("error", answer.error);
+    }
+};
 
 // Answers the request and adds what it wrote to the argument text of the trace.
 int laserRequest(unsigned long request, void* argument, std::string& text) {
@@ -183,24 +180,9 @@ void reset() {
 }
 
 persistence::Sections sections() {
-    return {
-        persistence::single<OpticsRecord>(
-            persistence::kOptics,
-            [] {
-                return OpticsRecord{state().receiveLevel, state().transmitLevel, state().i2cImage};
-            },
-            [](OpticsRecord optics) {
-                state().receiveLevel = optics.receiveLevel;
-                state().transmitLevel = optics.transmitLevel;
-                state().i2cImage = std::move(optics.image);
-            }),
-        stackSection<RequestRecord>(
-            persistence::kStackRequests, &State::requests,
-            [](const std::vector<std::uint8_t>& record) { return RequestRecord{record}; },
-            [](RequestRecord saved) { return std::move(saved.record); }),
-        stackSection<AnswerRecord>(
-            persistence::kStackAnswers, &State::answers, [](const StackAnswer& answer) { return AnswerRecord{answer}; },
-            [](AnswerRecord saved) { return std::move(saved.answer); })};
+    return {persistence::section<Optics>(persistence::kOptics),
+            persistence::section<Requests>(persistence::kStackRequests),
+            persistence::section<Answers>(persistence::kStackAnswers)};
 }
 
 nlohmann::json toJson() {

@@ -208,17 +208,9 @@ std::optional<std::string> load(const std::string& path) {
 
 namespace {
 
-struct FileRecord {
-    std::string content;
-};
 struct PathsRecord {
     std::vector<std::string> added, removed, denied;
 };
-
-template <typename Record>
-void describe(Record& record, FileRecord& file) {
-    record.text("content", file.content);
-}
 
 template <typename Record>
 void describe(Record& record, PathsRecord& paths) {
@@ -227,66 +219,55 @@ void describe(Record& record, PathsRecord& paths) {
     record.texts("denied", paths.denied);
 }
 
-template <typename Value>
-std::vector<std::string> namesIn(const std::map<std::string, Value>& files) {
-    std::vector<std::string> names;
-    for (const auto& entry : files) names.push_back(entry.first);
-    return names;
+std::map<std::string, std::string>& replacedInPlace() {
+    return state().replaced;
 }
 
-persistence::Section contentSection() {
-    persistence::RecordAccess<std::string, FileRecord> byKey;
-    byKey.keys = [] { return namesIn(state().plain); };
-    byKey.get = [](const std::string& path) -> std::optional<FileRecord> {
+struct Replaced : persistence::InMap<std::string, std::string, replacedInPlace> {
+    template <typename Record>
+    static void fields(Record& record, std::string& content) {
+        record.text("content", content);
+    }
+};
+
+struct Contents : Replaced {
+    static std::vector<std::string> keys() { return persistence::keysOf(state().plain); }
+    static std::optional<std::string> get(const std::string& path) {
         const auto found = state().plain.find(path);
-        if (found == state().plain.end()) return std::nullopt;
-        return FileRecord{*found->second};
-    };
+        return found == state().plain.end() ? std::nullopt : std::optional<std::string>(*found->second);
+    }
     // In place: open descriptors share the content.
-    byKey.put = [](const std::string& path, FileRecord file) {
+    static void put(const std::string& path, std::string text) {
         Content& content = state().plain[path];
         if (content == nullptr) content = std::make_shared<std::string>();
-        *content = std::move(file.content);
-    };
-    byKey.remove = [](const std::string& path) { state().plain.erase(path); };
-    return persistence::section<std::string, FileRecord>(persistence::kFiles, byKey);
-}
+        *content = std::move(text);
+    }
+    static void remove(const std::string& path) { state().plain.erase(path); }
+};
 
-persistence::Section replacedSection() {
-    persistence::RecordAccess<std::string, FileRecord> byKey;
-    byKey.keys = [] { return namesIn(state().replaced); };
-    byKey.get = [](const std::string& path) -> std::optional<FileRecord> {
-        const auto found = state().replaced.find(path);
-        if (found == state().replaced.end()) return std::nullopt;
-        return FileRecord{found->second};
-    };
-    byKey.put = [](const std::string& path, FileRecord file) { state().replaced[path] = std::move(file.content); };
-    byKey.remove = [](const std::string& path) { state().replaced.erase(path); };
-    return persistence::section<std::string, FileRecord>(persistence::kReplaced, byKey);
-}
-
-PathsRecord pathsNow() {
-    PathsRecord paths;
-    const std::set<std::string> more = addedPaths();
-    paths.added.assign(more.begin(), more.end());
-    paths.removed.assign(state().removed.begin(), state().removed.end());
-    paths.denied.assign(state().denied.begin(), state().denied.end());
-    return paths;
-}
-
-void putPaths(const PathsRecord& paths) {
-    setAddedPaths({paths.added.begin(), paths.added.end()});
-    state().removed = {paths.removed.begin(), paths.removed.end()};
-    state().denied = {paths.denied.begin(), paths.denied.end()};
-}
+struct Paths : persistence::Single<PathsRecord> {
+    static PathsRecord get() {
+        PathsRecord paths;
+        const std::set<std::string> more = addedPaths();
+        paths.added.assign(more.begin(), more.end());
+        paths.removed.assign(state().removed.begin(), state().removed.end());
+        paths.denied.assign(state().denied.begin(), state().denied.end());
+        return paths;
+    }
+    static void put(const PathsRecord& paths) {
+        setAddedPaths({paths.added.begin(), paths.added.end()});
+        state().removed = {paths.removed.begin(), paths.removed.end()};
+        state().denied = {paths.denied.begin(), paths.denied.end()};
+    }
+};
 
 }  // namespace
 
 persistence::Sections sections() {
-    persistence::Sections all = {contentSection(), replacedSection(),
-                                 persistence::single<PathsRecord>(persistence::kPaths, pathsNow, putPaths),
-                                 descriptors::section()};
-    for (persistence::Section& section : chardev::sections()) all.push_back(std::move(section));
+    persistence::Sections all = {persistence::section<Contents>(persistence::kFiles),
+                                 persistence::section<Replaced>(persistence::kReplaced),
+                                 persistence::section<Paths>(persistence::kPaths), descriptors::section()};
+    for (const persistence::Section* section : chardev::sections()) all.push_back(section);
     return all;
 }
 

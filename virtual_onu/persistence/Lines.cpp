@@ -68,12 +68,12 @@ void readNumbered(const std::string& text, std::size_t begin, std::size_t number
 }  // namespace
 
 SectionIndex::SectionIndex(Sections sections) : sections_(std::move(sections)) {
-    for (std::size_t i = 0; i < sections_.size(); ++i) places_[sections_[i].name] = i;
+    for (const Section* section : sections_) byName_[section->name] = section;
 }
 
 const Section* SectionIndex::find(const std::string& name) const {
-    const auto found = places_.find(name);
-    return found == places_.end() ? nullptr : &sections_[found->second];
+    const auto found = byName_.find(name);
+    return found == byName_.end() ? nullptr : found->second;
 }
 
 bool isOfRun(const std::string& section) {

@@ -28,7 +28,7 @@ public:
 
 private:
     Sections sections_;
-    std::map<std::string, std::size_t> places_;
+    std::map<std::string, const Section*> byName_;
 };
 
 bool isOfRun(const std::string& section);

@@ -52,7 +52,7 @@ const SectionIndex& allSections() {
         Sections sections;
         for (Sections (*of)() : {network::sections, vlan::sections, pon::sections, bus::sections, board::sections,
                                  runner::sections, shell::sections, files::sections, datapath::sections, coreSections})
-            for (Section& section : of()) sections.push_back(std::move(section));
+            for (const Section* section : of()) sections.push_back(section);
         return sections;
     }());
     return all;
@@ -79,7 +79,7 @@ void stopPersisting(const std::string& why) noexcept {
 // Records as far as the lines have come, and what puts them in place.
 struct Contents {
     std::map<const Section*, std::map<std::string, Json>> records;
-    std::vector<std::function<void()>> places;
+    std::vector<std::unique_ptr<Section::Checked>> checked;
     std::optional<FileSum> sum;
 };
 
@@ -95,15 +95,15 @@ Contents contentsOf(const std::string& text) {
             records[key] = record;
     };
     contents.sum = readBoard(text, allSections(), seen);
-    for (const Section& section : allSections().all()) {
-        if (isOfRun(section.name)) continue;
-        const auto& records = contents.records[&section];
-        if (section.single && records.empty()) throw BadBoard("section " + section.name + " is missing");
+    for (const Section* section : allSections().all()) {
+        if (isOfRun(section->name)) continue;
+        const auto& records = contents.records[section];
+        if (section->single && records.empty()) throw BadBoard("section " + section->name + " is missing");
         for (const auto& [key, record] : records) {
             try {
-                contents.places.push_back(section.read(key, record));
+                contents.checked.push_back(section->read(key, record));
             } catch (const BadBoard& problem) {
-                throw BadBoard(section.name + (section.single ? "" : " " + shownValue(Json(jsonText(key)))) + ": " +
+                throw BadBoard(section->name + (section->single ? "" : " " + shownValue(Json(jsonText(key)))) + ": " +
                                problem.what());
             }
         }
@@ -130,13 +130,13 @@ void readWhole(std::uint64_t size) {
     OpenBoard& board = openBoard();
     const Contents contents = contentsOf(board.file->readFrom(0).substr(0, static_cast<std::size_t>(size)));
     const ReadingFile reading;
-    for (const Section& section : allSections().all()) {
-        if (section.single || isOfRun(section.name)) continue;
-        const auto records = contents.records.find(&section);
-        for (const std::string& key : section.keys())
-            if (records->second.count(key) == 0) section.remove(key);
+    for (const Section* section : allSections().all()) {
+        if (section->single || isOfRun(section->name)) continue;
+        const auto records = contents.records.find(section);
+        for (const std::string& key : section->keys())
+            if (records->second.count(key) == 0) section->remove(key);
     }
-    for (const auto& place : contents.places) place();
+    for (const auto& record : contents.checked) record->put();
     board.size = size;
     board.sum = contents.sum;
     board.edition = board.lock->edition();
@@ -152,7 +152,7 @@ void readAdded(std::uint64_t size) {
         if (record.is_null())
             section.remove(key);
         else
-            section.read(key, record)();
+            section.read(key, record)->put();
     };
     readLines(text, board.sum, allSections(), seen);
     board.size = size;
@@ -185,11 +185,11 @@ void cutTornLine() {
 std::string wholeBoard(std::optional<FileSum>& sum) {
     std::string text = headerLine();
     sum.emplace().add(text);
-    for (const Section& section : allSections().all()) {
-        if (isOfRun(section.name)) continue;
-        for (const std::string& key : section.keys()) {
+    for (const Section* section : allSections().all()) {
+        if (isOfRun(section->name)) continue;
+        for (const std::string& key : section->keys()) {
             Json line = Json::object();
-            addRecord(line, section, key, section.record(key));
+            addRecord(line, *section, key, section->record(key));
             text += lineText(line, sum);
         }
     }

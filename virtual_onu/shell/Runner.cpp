@@ -49,9 +49,6 @@ struct IngressQueue {
     bool enabled = true;
     std::vector<std::string> keys;
 };
-struct Remarks {
-    std::vector<std::string> remarks;
-};
 
 template <typename Record>
 void describe(Record& record, Entry& entry) {
@@ -74,42 +71,52 @@ void describe(Record& record, IngressQueue& queue) {
     record.texts("keys", queue.keys);
 }
 
-template <typename Record>
-void describe(Record& record, Remarks& all) {
-    record.texts("remarks", all.remarks);
-}
-
-persistence::Section objectSection(const char* name, std::vector<Object> State::*list) {
-    const auto placeOf = [list](const std::string& key) {
-        auto& objects = state().*list;
-        return std::find_if(objects.begin(), objects.end(), [&](const Object& one) { return one.name == key; });
-    };
-    persistence::RecordAccess<std::string, Object> byKey;
-    byKey.keys = [list] {
+template <std::vector<Object> State::*kList>
+struct Objects : persistence::Keyed<std::string, Object> {
+    static auto find(const std::string& name) {
+        auto& objects = state().*kList;
+        return std::find_if(objects.begin(), objects.end(), [&](const Object& one) { return one.name == name; });
+    }
+    static std::vector<std::string> keys() {
         std::vector<std::string> names;
-        for (const Object& object : state().*list) names.push_back(object.name);
+        for (const Object& object : state().*kList) names.push_back(object.name);
         return names;
-    };
-    byKey.get = [list, placeOf](const std::string& key) {
-        const auto found = placeOf(key);
-        return found == (state().*list).end() ? std::nullopt : std::optional<Object>(*found);
-    };
-    byKey.put = [list, placeOf](const std::string& key, Object object) {
-        auto& objects = state().*list;
-        const auto found = placeOf(key);
-        if (found != objects.end()) objects.erase(found);
-        object.name = key;
+    }
+    static std::optional<Object> get(const std::string& name) {
+        const auto found = find(name);
+        return found == (state().*kList).end() ? std::nullopt : std::optional<Object>(*found);
+    }
+    static void put(const std::string& name, Object object) {
+        remove(name);
+        object.name = name;
         state().created = std::max(state().created, object.order);
+        auto& objects = state().*kList;
         const auto after =
             std::find_if(objects.begin(), objects.end(), [&](const Object& one) { return one.order > object.order; });
         objects.insert(after, std::move(object));
-    };
-    byKey.remove = [list, placeOf](const std::string& key) {
-        const auto found = placeOf(key);
-        if (found != (state().*list).end()) (state().*list).erase(found);
-    };
-    return persistence::section<std::string, Object>(name, byKey);
-}
+    }
+    static void remove(const std::string& name) {
+        const auto found = find(name);
+        if (found != (state().*kList).end()) (state().*kList).erase(found);
+    }
+};
+
+struct Queue : persistence::Single<IngressQueue> {
+    static IngressQueue get() { return {state().ingressQueueOn, state().keys}; }
+    static void put(IngressQueue queue) {
+        state().ingressQueueOn = queue.enabled;
+        state().keys = std::move(queue.keys);
+    }
+};
+
+struct Remarks : persistence::Single<std::vector<std::string>> {
+    template <typename Record>
+    static void fields(Record& record, Thing& remarks) {
+        record.texts("remarks", remarks);
+    }
+    static Thing get() { return state().remarks; }
+    static void put(Thing remarks) { state().remarks = std::move(remarks); }
+};
 
 void remark(const std::string& text) {
     if (state().remarks.size() < kRemarksKept) state().remarks.push_back(text);
@@ -389,20 +396,10 @@ void reset() {
 }
 
 persistence::Sections sections() {
-    return {objectSection(persistence::kRunnerObjects, &State::objects),
-            objectSection(persistence::kBuiltIn, &State::built),
-            persistence::single<IngressQueue>(
-                persistence::kIngressQueue,
-                [] {
-                    return IngressQueue{state().ingressQueueOn, state().keys};
-                },
-                [](IngressQueue queue) {
-                    state().ingressQueueOn = queue.enabled;
-                    state().keys = std::move(queue.keys);
-                }),
-            persistence::single<Remarks>(
-                persistence::kRunRemarks, [] { return Remarks{state().remarks}; },
-                [](Remarks all) { state().remarks = std::move(all.remarks); })};
+    return {persistence::section<Objects<&State::objects>>(persistence::kRunnerObjects),
+            persistence::section<Objects<&State::built>>(persistence::kBuiltIn),
+            persistence::section<Queue>(persistence::kIngressQueue),
+            persistence::section<Remarks>(persistence::kRunRemarks)};
 }
 
 nlohmann::json toJson() {

@@ -43,69 +43,48 @@ State& state() {
 
 // ---- as sections of a board file ----
 
-struct Process {
-    std::string command;
-};
-struct Next {
-    int process = kFirstPid;
-};
-struct CommandRecord {
-    ShellCommand command;
-};
-struct Killed {
-    std::vector<int> processes;
+std::map<int, std::string>& processesInPlace() {
+    return state().processes;
+}
+
+struct Processes : persistence::InMap<int, std::string, processesInPlace> {
+    template <typename Record>
+    static void fields(Record& record, std::string& command) {
+        record.text("command", command);
+    }
 };
 
-template <typename Record>
-void describe(Record& record, Process& process) {
-    record.text("command", process.command);
-}
+struct NextProcess : persistence::Single<int> {
+    template <typename Record>
+    static void fields(Record& record, int& process) {
+        record.number("process", process, 1);
+    }
+    static int get() { return state().nextPid; }
+    static void put(int process) { state().nextPid = process; }
+};
 
-template <typename Record>
-void describe(Record& record, Next& next) {
-    record.number("process", next.process, 1);
-}
+struct Killed : persistence::Single<std::vector<int>> {
+    template <typename Record>
+    static void fields(Record& record, Thing& processes) {
+        record.numbers("processes", processes);
+    }
+    static Thing get() { return state().killed; }
+    static void put(Thing processes) { state().killed = std::move(processes); }
+};
 
-template <typename Record>
-void describe(Record& record, Killed& killed) {
-    record.numbers("processes", killed.processes);
-}
-
-template <typename Record>
-void describe(Record& record, CommandRecord& saved) {
-    record.text("text", saved.command.text);
-    record.flag("understood", saved.command.understood);
-}
-
-persistence::Section processSection() {
-    persistence::RecordAccess<int, Process> byKey;
-    byKey.keys = [] {
-        std::vector<int> numbers;
-        for (const auto& entry : state().processes) numbers.push_back(entry.first);
-        return numbers;
-    };
-    byKey.get = [](int number) -> std::optional<Process> {
-        const auto found = state().processes.find(number);
-        if (found == state().processes.end()) return std::nullopt;
-        return Process{found->second};
-    };
-    byKey.put = [](int number, const Process& process) { state().processes[number] = process.command; };
-    byKey.remove = [](int number) { state().processes.erase(number); };
-    return persistence::section<int, Process>(persistence::kProcesses, byKey);
-}
-
-// By their number in the run. Those of other processes come behind.
-persistence::Section commandSection() {
-    persistence::RecordAccess<std::uint64_t, CommandRecord> byKey;
-    byKey.keys = [] { return std::vector<std::uint64_t>(); };
-    byKey.get = [](std::uint64_t number) -> std::optional<CommandRecord> {
+// Those of other processes come behind.
+struct Commands : persistence::OfRun<ShellCommand> {
+    template <typename Record>
+    static void fields(Record& record, ShellCommand& command) {
+        record.text("text", command.text);
+        record.flag("understood", command.understood);
+    }
+    static std::optional<ShellCommand> get(std::uint64_t number) {
         if (number >= state().commands.size()) return std::nullopt;
-        return CommandRecord{state().commands[static_cast<std::size_t>(number)]};
-    };
-    byKey.put = [](std::uint64_t, CommandRecord saved) { state().commands.push_back(std::move(saved.command)); };
-    byKey.remove = [](std::uint64_t) {};
-    return persistence::section<std::uint64_t, CommandRecord>(persistence::kRunCommands, byKey);
-}
+        return state().commands[static_cast<std::size_t>(number)];
+    }
+    static void put(std::uint64_t /*number*/, ShellCommand command) { state().commands.push_back(std::move(command)); }
+};
 
 std::string joined(const std::vector<std::string>& words) {
     std::string text;
@@ -383,14 +362,10 @@ void reset() {
 }
 
 persistence::Sections sections() {
-    return {processSection(),
-            persistence::single<Next>(
-                persistence::kNextProcess, [] { return Next{state().nextPid}; },
-                [](Next next) { state().nextPid = next.process; }),
-            persistence::single<Killed>(
-                persistence::kRunKilled, [] { return Killed{state().killed}; },
-                [](Killed killed) { state().killed = std::move(killed.processes); }),
-            commandSection()};
+    return {persistence::section<Processes>(persistence::kProcesses),
+            persistence::section<NextProcess>(persistence::kNextProcess),
+            persistence::section<Killed>(persistence::kRunKilled),
+            persistence::section<Commands>(persistence::kRunCommands)};
 }
 
 nlohmann::json toJson() {

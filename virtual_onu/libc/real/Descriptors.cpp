@@ -115,20 +115,20 @@ int ownCount() {
     return count;
 }
 
-struct Count {
-    int open = 0;
-};
-
-template <typename Record>
-void describe(Record& record, Count& count) {
-    record.number("open", count.open, 0);
-}
-
 // Of other processes. What those had open that are gone is closed.
 std::map<pid_t, int>& others() {
     static auto& map = *new std::map<pid_t, int>;
     return map;
 }
+
+struct OpenCounts : persistence::InMap<pid_t, int, others> {
+    template <typename Record>
+    static void fields(Record& record, int& open) {
+        record.number("open", open, 0);
+    }
+    static std::vector<std::string> keys() { return {}; }
+    static std::optional<int> get(pid_t /*own*/) { return ownCount(); }
+};
 
 }  // namespace
 
@@ -140,13 +140,8 @@ int openCount() {
     return count;
 }
 
-persistence::Section section() {
-    persistence::RecordAccess<pid_t, Count> byKey;
-    byKey.keys = [] { return std::vector<pid_t>(); };
-    byKey.get = [](pid_t) { return std::optional<Count>(Count{ownCount()}); };
-    byKey.put = [](pid_t process, Count count) { others()[process] = count.open; };
-    byKey.remove = [](pid_t process) { others().erase(process); };
-    return persistence::section<pid_t, Count>(persistence::kRunDescriptors, byKey);
+const persistence::Section* section() {
+    return persistence::section<OpenCounts>(persistence::kRunDescriptors);
 }
 
 }  // namespace virtual_onu::descriptors

@@ -7,7 +7,7 @@
 #include <vector>
 
 namespace virtual_onu::persistence {
-struct Section;
+class Section;
 }
 
 namespace virtual_onu::descriptors {
@@ -25,7 +25,7 @@ void forget(int fd);                                      // it is closed, or ab
 std::vector<int> between(unsigned first, unsigned last);  // ours, both ends included
 // Files and character devices, not sockets; also those of other processes of a run that share what they have seen.
 int openCount();
-persistence::Section section();  // of a board that is kept: the count of each process
+const persistence::Section* section();  // of a board that is kept: the count of each process
 
 }  // namespace virtual_onu::descriptors
 
