@@ -16,6 +16,8 @@ struct Operation {
     const char* name;
     std::function<int(VornHal&)> run;
     bool isAllOrNothing = true;  // false for those that the mode shares with the contract
+    // The default bridge is no part of a service: what the kernel refuses of it stays as it is, as by the contract.
+    bool makesDefaultBridge = false;
 };
 
 struct Change {
@@ -34,12 +36,6 @@ inline Operation gemPort(std::uint16_t portId) {
 inline Operation noGemPort(std::uint16_t portId) {
     return {"gemflow_del", asks(&VornHal::vorn_omci_hal_gemflow_del, gemPortRecord(portId)), false};
 }
-// Takes devices away, or makes the default bridge with all ports: what the device refuses of that stays as it is, and
-// the others go on, as by the contract.
-inline Operation deviceByDevice(Operation operation) {
-    operation.isAllOrNothing = false;
-    return operation;
-}
 inline Operation bridge(std::uint16_t bridgeId, std::uint16_t uniPort = 0) {
     return {"configureBridge", asksForBridge(bridgeId, uniPort)};
 }
@@ -52,7 +48,7 @@ inline UniDataProvisioning ofPort(UniDataProvisioning record, std::uint16_t uniP
     return record;
 }
 inline Operation noPort(std::uint16_t uniPort) {
-    return deviceByDevice(uni(ofPort(row(false), uniPort)));
+    return uni(ofPort(row(false), uniPort));
 }
 // p-bits of untagged frames by their DSCP.
 inline UniDataProvisioning byDscp(std::uint16_t uniPort) {
@@ -90,14 +86,18 @@ inline BridgeServiceProvisioning multicast(std::uint16_t gemPortId) {
 inline Operation pon(const BridgeServiceProvisioning& record) {
     return {"configureAniTagRules", asks(&VornHal::vorn_omci_hal_configureAniTagRules, record)};
 }
+inline Operation withDefaultBridge(Operation operation) {
+    operation.makesDefaultBridge = true;
+    return operation;
+}
 inline Operation noPonPort(const BridgeServiceProvisioning& record) {
     return {"unsetPbitData", asks(&VornHal::vorn_omci_hal_unsetPbitData, record)};
 }
 inline Operation noPonSide(const BridgeServiceProvisioning& record) {
-    return deviceByDevice({"deprovisionAniSideBridge", asks(&VornHal::vorn_omci_hal_deprovisionAniSideBridge, record)});
+    return {"deprovisionAniSideBridge", asks(&VornHal::vorn_omci_hal_deprovisionAniSideBridge, record)};
 }
 inline Operation noUniSide(const BridgeServiceProvisioning& record) {
-    return deviceByDevice({"deprovisionUniSideBridge", asks(&VornHal::vorn_omci_hal_deprovisionUniSideBridge, record)});
+    return {"deprovisionUniSideBridge", asks(&VornHal::vorn_omci_hal_deprovisionUniSideBridge, record)};
 }
 inline Operation gateway(bool comes, std::uint16_t gemPortId) {
     return {comes ? "veip_createRules" : "veip_deleteRules",
@@ -133,7 +133,7 @@ inline const std::vector<Change>& changes() {
          {noUniSide(ponPort(1003, "", 4)), noPonSide(ponPort(1003, "", 4))}},
         {"Multicast", {gemPort(1004), pon(multicast(1004))}, {noPonSide(multicast(1004)), noGemPort(1004)}},
         {"MulticastOfTheGateway",
-         {gemPort(1004), bridge(0), gateway(true, 1004), deviceByDevice(pon(multicast(1004)))},
+         {gemPort(1004), bridge(0), gateway(true, 1004), withDefaultBridge(pon(multicast(1004)))},
          {noPonSide(multicast(1004)), gateway(false, 1004), noPonSide(ponPort(1004, "", 0)), noGemPort(1004)}},
     };
     return all;

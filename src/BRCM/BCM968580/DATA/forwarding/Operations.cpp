@@ -1,7 +1,8 @@
 #include "BRCM/BCM968580/DATA/forwarding/Operations.h"
 
-#include <cerrno>
+#include <algorithm>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,55 +26,35 @@ std::optional<std::uint16_t> gemIndexOf(std::uint16_t gemPortId) {
 }
 
 bool isDone(const char* operation, const g988::Outcome& outcome) {
-    if (!outcome.done) std::printf("%s: nothing is changed: %s\n", operation, outcome.reason.c_str());
+    if (!outcome.done)
+        std::printf("%s: %s: %s\n", operation, outcome.isPartly ? "part of it is done" : "nothing is changed",
+                    outcome.reason.c_str());
     return outcome.done;
 }
 
-// ---- devices of a UNI ----
+// An operation whose rules have gone, and which the kernel or the kit has refused then: all is put back.
+class Undone {
+public:
+    explicit Undone(const std::string& stays) : outcome_{false, stays + " cannot be removed"} {}
+    // "": it could.
+    void cannotGiveBack(const std::string& what) {
+        if (what.empty()) return;
+        outcome_.reason += ", and " + what + " cannot be made again";
+        outcome_.isPartly = true;
+    }
+    // When the devices are back. False, as the operation.
+    bool putBack(const char* operation, const g988::Services::Before& before) {
+        const g988::Outcome back = services().putBack(before);
+        if (!back.done) {
+            outcome_.reason += ", and its rules are gone: " + back.reason;
+            outcome_.isPartly = true;
+        }
+        return isDone(operation, outcome_);
+    }
 
-DeviceName uniVlanDevice(std::uint16_t uniPort, std::uint16_t bridgeId) {
-    return kit::uniVlanName(uniPort - 1U, bridgeId);
-}
-
-void removeUniDevice(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint16_t bridgeId) {
-    if (!engine.isInterfaceExisted(uniVlanDevice(uniPort, bridgeId).get())) return;
-    const kit::BegunStep step(kit::Step::RemoveUni, uniPort, bridgeId);
-    engine.removeUniInterfaceFromBridgeGroup(bridgeId, uniPort);
-    engine.deleteUniInterface(bridgeId, uniPort);
-    const auto association = m_BridgeIdToUniId.find(bridgeId);
-    if (association != m_BridgeIdToUniId.end() && association->second == uniPort) engine_maps::dissociateUni(bridgeId);
-}
-
-// What there is of the pair: the first device may be alone.
-void removeAniPair(EtherSwitchBcm380& engine, std::uint16_t bridgeId) {
-    DeviceName ani = kit::aniName(bridgeId);
-    DeviceName vlan = kit::aniVlanName(bridgeId, bridgeId);
-    if (!engine.isInterfaceExisted(ani.get())) return;
-    const kit::BegunStep step(kit::Step::DeleteAniPair, bridgeId);
-    if (engine.isInterfaceExisted(vlan.get())) engine.removeAniInterfaceFromBridgeGroup(bridgeId);
-    engine.deleteAniVlanInterface(ani.get(), vlan.get());
-}
-
-// The engine does not answer whether the kernel has taken the device. Asked for again, a member is refused as busy.
-bool isMember(std::uint16_t bridgeId, const DeviceName& device) {
-    const int result = kit::joinBridge(kit::bridgeName(bridgeId).get(), device.get());
-    return result == 0 || result == EBUSY;
-}
-
-bool joinFlows(std::uint16_t uniPort, std::uint16_t bridgeId) {
-    const DeviceName uni = uniVlanDevice(uniPort, bridgeId);
-    const DeviceName ani = kit::aniVlanName(bridgeId, bridgeId);
-    return kit::createVlanFlows(ani.get(), uni.get()) && kit::createVlanFlows(uni.get(), ani.get());
-}
-
-// Multicast reaches the gateway past the bridge.
-void joinVeipFlows(EtherSwitchBcm380& engine, std::uint16_t bridgeId) {
-    DeviceName veip;
-    DeviceName ani = kit::aniVlanName(bridgeId, bridgeId);
-    engine.getVeipVlanName(veip.get());
-    engine.createVlanFlows(ani.get(), veip.get());
-    engine.createVlanFlows(veip.get(), ani.get());
-}
+private:
+    g988::Outcome outcome_;
+};
 
 bool hasMulticast(const g988::PonSide& side, std::uint16_t gemPortId) {
     for (std::size_t i = 0; i < side.ports.size(); ++i)
@@ -82,6 +63,13 @@ bool hasMulticast(const g988::PonSide& side, std::uint16_t gemPortId) {
 }
 
 // ---- what others of the engine look at ----
+
+// Whether multicast of the bridge is for the gateway too.
+bool leadsToGateway(std::uint16_t bridgeId) {
+    const auto side = services().ponSide(bridgeId);
+    const auto& gems = services().gatewayGems();
+    return side && std::any_of(gems.begin(), gems.end(), [&](std::uint16_t gem) { return hasMulticast(*side, gem); });
+}
 
 // The gateway is told of GEM ports by their indexes.
 void rememberGemPorts(const BridgeServiceProvisioning& record) {
@@ -98,6 +86,24 @@ void countMulticast() {
     const auto now = static_cast<std::int32_t>(services().multicastPorts());
     if (now != EtherSwitchBcm380::multicastEnable)
         engine_maps::countMulticastServices(now - EtherSwitchBcm380::multicastEnable);
+}
+
+// Devices of UNI ports whose rules have gone: all that are there, or none.
+bool removeUniDevices(EtherSwitchBcm380& engine, const char* operation, const std::vector<std::uint16_t>& uniPorts,
+                      std::uint16_t bridgeId, const g988::Services::Before& before) {
+    std::vector<std::uint16_t> touched;
+    const state::Operation all;
+    for (const std::uint16_t uniPort : uniPorts) {
+        if (isGone(uniVlanDevice(uniPort, bridgeId))) continue;
+        touched.push_back(uniPort);
+        if (removeUniDevice(engine, uniPort, bridgeId)) continue;
+        Undone undone(uniVlanDevice(uniPort, bridgeId).get());
+        for (const std::uint16_t one : touched)
+            if (!giveUniDeviceBack(engine, one, bridgeId, before.tables()))
+                undone.cannotGiveBack(uniVlanDevice(one, bridgeId).get());
+        return undone.putBack(operation, before);
+    }
+    return true;
 }
 
 }  // namespace
@@ -130,50 +136,43 @@ bool setUni(EtherSwitchBcm380& engine, const UniDataProvisioning& record) {
 }
 
 bool removeUni(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint16_t bridgeId) {
-    if (!isDone("filter_flow_add", services().removeUni(uniPort, bridgeId))) return false;
-    const state::Operation operation;
-    removeUniDevice(engine, uniPort, bridgeId);
-    return true;
+    constexpr const char* kOperation = "filter_flow_add";
+    const auto before = services().before();
+    return isDone(kOperation, services().removeUni(uniPort, bridgeId)) &&
+           removeUniDevices(engine, kOperation, {uniPort}, bridgeId, before);
 }
 
 bool configureBridge(EtherSwitchBcm380& engine, std::uint16_t bridgeId, std::uint16_t uniPort) {
     const state::Operation operation;
-    const DeviceName bridge = kit::bridgeName(bridgeId);
-    const bool isNew = !engine.isInterfaceExisted(bridge.get());
-    const bool isNewPair = !engine.isInterfaceExisted(kit::aniVlanName(bridgeId, bridgeId).get());
-    const bool isNewPort = uniPort != 0 && !engine.isInterfaceExisted(uniVlanDevice(uniPort, bridgeId).get());
-    const bool isThere = engine.configureBridge(bridgeId, uniPort, false) &&
-                         (!isNewPair || isMember(bridgeId, kit::aniVlanName(bridgeId, bridgeId))) &&
-                         (!isNewPort || isMember(bridgeId, uniVlanDevice(uniPort, bridgeId)));
-    if (!isThere) {
-        if (isNewPort) removeUniDevice(engine, uniPort, bridgeId);
-        if (isNewPair) removeAniPair(engine, bridgeId);
-        if (isNew && bridgeId != 0) engine.deleteBridgeInterface(bridgeId);
-        return isDone("configureBridge", {false, std::string(bridge.get()) + " or a device on it cannot be made"});
-    }
-    if (!isNew) return true;
-    for (const auto& [number, port] : services().tables().uniPorts)
-        if (port.bridges.count(bridgeId) != 0)
-            engine.addInterfaceToBridgeGroup(bridge.get(), kit::uniVlanName(number, bridgeId).get());
-    return true;
+    BridgeToMake bridge(engine, bridgeId, uniPort);
+    if (bridge.make()) return true;
+    bridge.takeBack();
+    const std::string name(kit::bridgeName(bridgeId).get());
+    return isDone("configureBridge", {false, name + " or a device on it cannot be made"});
 }
 
 bool setPonPort(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record) {
     const bool isMulticast = g988::isMulticast(record);
+    std::optional<BridgeToMake> bridge;
     const auto prepare = [&]() -> std::string {
+        if (!isMulticast) return "";
         const state::Operation operation;
-        if (isMulticast && !engine.configureBridge(record.bridgeId, 0, false))
-            return std::string(kit::bridgeName(record.bridgeId).get()) + " cannot be made";
-        return "";
+        bridge.emplace(engine, record.bridgeId, std::uint16_t{0});
+        const std::string name(kit::bridgeName(record.bridgeId).get());
+        if (!bridge->make()) return name + " or a device on it cannot be made";
+        // A flow that no rule uses carries nothing; the kit cannot take one away alone.
+        const bool isForGateway = services().gatewayGems().count(record.gemPortId) != 0;
+        return isForGateway && !joinVeipFlows(engine, record.bridgeId) ? name + " gets no flows to the gateway" : "";
     };
-    if (!isDone("configureAniTagRules", services().setPonPort(record, prepare))) return false;
+    if (!isDone("configureAniTagRules", services().setPonPort(record, prepare))) {
+        const state::Operation operation;
+        if (bridge) bridge->takeBack();
+        return false;
+    }
     const state::Operation operation;
     rememberGemPorts(record);
     countMulticast();
-    if (isMulticast) {
-        engine.setMcastGemInfo(record.gemPortId, tGemPortMap[record.gemPortId]);
-        if (services().gatewayGems().count(record.gemPortId) != 0) joinVeipFlows(engine, record.bridgeId);
-    }
+    if (isMulticast) engine.setMcastGemInfo(record.gemPortId, tGemPortMap[record.gemPortId]);
     return true;
 }
 
@@ -201,24 +200,32 @@ bool removeVeipGemPort(std::uint16_t bridgeId, std::uint16_t gemPortId) {
 }
 
 bool removePonSide(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record) {
-    const auto outcome =
-        g988::isMulticast(record) ? services().removePonPorts(record) : services().removePonSide(record.bridgeId);
-    if (!isDone("deprovisionAniSideBridge", outcome)) return false;
+    constexpr const char* kOperation = "deprovisionAniSideBridge";
+    const auto before = services().before();
+    const bool isMulticast = g988::isMulticast(record), isForGateway = leadsToGateway(record.bridgeId);
+    const auto outcome = isMulticast ? services().removePonPorts(record) : services().removePonSide(record.bridgeId);
+    if (!isDone(kOperation, outcome)) return false;
     const state::Operation operation;
-    engine.deprovisionAniSideBridge(&record);
+    const std::string stays = removePonDevices(engine, record);
+    bool done = true;
+    if (!isMulticast && !stays.empty()) {
+        Undone undone(stays);
+        undone.cannotGiveBack(givePonDevicesBack(engine, record.bridgeId, isForGateway));
+        done = undone.putBack(kOperation, before);
+    }
     countMulticast();
-    return true;
+    return done;
 }
 
 bool removeUniSide(EtherSwitchBcm380& engine, std::uint16_t bridgeId) {
+    constexpr const char* kOperation = "deprovisionUniSideBridge";
     std::vector<std::uint16_t> uniPorts = {1, 2, 3, 4};  // one that configureBridge has made is in no table
     const auto association = m_BridgeIdToUniId.find(bridgeId);
     if (association != m_BridgeIdToUniId.end() && association->second > uniPorts.back())
         uniPorts.push_back(static_cast<std::uint16_t>(association->second));
-    if (!isDone("deprovisionUniSideBridge", services().removeUniSide(bridgeId))) return false;
-    const state::Operation operation;
-    for (const std::uint16_t uniPort : uniPorts) removeUniDevice(engine, uniPort, bridgeId);
-    return true;
+    const auto before = services().before();
+    return isDone(kOperation, services().removeUniSide(bridgeId)) &&
+           removeUniDevices(engine, kOperation, uniPorts, bridgeId, before);
 }
 
 g988::Outcome settle() {

@@ -1,20 +1,19 @@
 // The HAL's operations with forwarding by G.988: devices and bridges are the engine's, rules are those of the planner.
 //
-// Each answers whether it was done; if not, it has printed why, and the service is as it was.
+// Each answers whether it was done. If not, devices, flows and rules are as they were, and one line of the log names
+// the row or the device that was refused, and what could not be put back.
 #ifndef BRCM_BCM968580_DATA_FORWARDING_OPERATIONS_H
 #define BRCM_BCM968580_DATA_FORWARDING_OPERATIONS_H
 
 #include <cstdint>
 
+#include "BRCM/BCM968580/DATA/forwarding/Devices.h"
 #include "BRCM/BCM968580/DATA/g988/Services.h"
 #include "hal/BridgeRecords.h"
 
 class EtherSwitchBcm380;
 
 namespace forwarding {
-
-// Of this process.
-g988::Services& services();
 
 // filter_flow_add, with addFlag and without.
 bool setUni(EtherSwitchBcm380& engine, const UniDataProvisioning& record);

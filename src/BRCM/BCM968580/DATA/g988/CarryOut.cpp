@@ -63,8 +63,12 @@ Outcome carryOut(const Plan& plan, Installed& installed) {
         const int code = take(step, installed);
         if (code == 0) continue;
         Outcome outcome{false, textOf(step, code)};
-        for (const TableStep& back : differences(installed, before))
-            if (take(back, installed) != 0) outcome.reason += ", and what was done could not all be taken back";
+        for (const TableStep& back : differences(installed, before)) {
+            const int refusal = take(back, installed);
+            if (refusal == 0) continue;
+            outcome.isPartly = true;
+            outcome.reason += "; taking back what was done, " + textOf(back, refusal);
+        }
         return outcome;
     }
     return {true, ""};

@@ -13,6 +13,7 @@ struct Outcome {
     bool done = false;
     // Why not, for the log: "sid0 row VID 100 p5: the kit cannot match UDP ports". Empty when it is done.
     std::string reason;
+    bool isPartly = false;  // not done, and what was there before could not all be put back
 };
 
 // Asks the kit for the difference between what is installed and the plan, and keeps `installed` true after each call. A

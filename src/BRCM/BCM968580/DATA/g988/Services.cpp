@@ -60,6 +60,19 @@ Outcome Services::replace(Asked asked, const Prepare& prepare) {
     return outcome;
 }
 
+Services::Before Services::before() const {
+    Before before;
+    before.asked_ = asked_;
+    before.claimed_ = claimed_;
+    return before;
+}
+
+Outcome Services::putBack(const Before& before) {
+    Outcome outcome = replace(before.asked_);
+    if (outcome.done) claimed_ = before.claimed_;
+    return outcome;
+}
+
 // What is gone and what has come: the file takes what differs.
 void Services::noteTables() const {
     if (state::journal() == nullptr) return;

@@ -34,6 +34,12 @@ struct PonSide {
 };
 
 class Services {
+    struct Asked {
+        Tables tables;
+        std::map<std::uint16_t, std::vector<PonPortKey>> keys;  // alongside tables.bridges
+        std::set<std::uint16_t> gatewayGems;
+    };
+
 public:
     explicit Services(GemIndexOf gemIndexOf) : gemIndexOf_(std::move(gemIndexOf)) {}
 
@@ -61,6 +67,20 @@ public:
     const Installed& installed() const { return installed_; }
     // How many PON ports are for downstream frames alone.
     std::size_t multicastPorts() const;
+
+    // What was asked for before an operation, for one that is done here and then refused by a device.
+    class Before {
+    public:
+        const Tables& tables() const { return asked_.tables; }
+
+    private:
+        friend class Services;
+        Asked asked_;
+        std::optional<Asked> claimed_;
+    };
+    Before before() const;
+    // Tables and rules as they were. The devices must be back.
+    Outcome putBack(const Before& before);
 
     // GEM ports whose multicast is for the gateway too. False when it is one already.
     bool addGatewayGem(std::uint16_t gemPortId);
@@ -96,11 +116,6 @@ public:
     bool needsDevice(const std::string& device) const;
 
 private:
-    struct Asked {
-        Tables tables;
-        std::map<std::uint16_t, std::vector<PonPortKey>> keys;  // alongside tables.bridges
-        std::set<std::uint16_t> gatewayGems;
-    };
     using Edit = std::function<void(Asked& asked)>;
 
     Outcome change(const Edit& edit, const Prepare& prepare = nullptr);
