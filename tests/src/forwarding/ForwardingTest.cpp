@@ -1,4 +1,5 @@
 // Forwarding by G.988 as a daemon gets it: chosen, provisioned, changed, taken back, failing, restarted.
+#include <functional>
 #include <set>
 
 #include <nlohmann/json.hpp>
@@ -87,23 +88,102 @@ TEST_F(ForwardedServices, ABridgeComesBackWithItsPorts) {
     EXPECT_FALSE(onu().device("sid0.3") || onu().device("sid2.3"));
 }
 
+// DSCP / 8, as the kit has it; what has no DSCP gets p-bits 0. Downstream all p-bits are taken off.
+TEST_F(ForwardedServices, ARowByDscpWritesThePbitsOfTheClass) {
+    provision();
+    auto passes = service();
+    for (std::uint8_t pbits = 0; pbits < 8; ++pbits) passes.pbitMap[pbits] = {kGemPort, 0};
+    ASSERT_EQ(daemon()->vorn_omci_hal_configureAniTagRules(&passes), 0);
+    auto byDscp = row(true);
+    byDscp.innerTreatmentPrio = 10;
+    ASSERT_EQ(ask(daemon(), byDscp), 0);
+    const struct {
+        std::uint16_t etherType;
+        std::uint8_t dscp;
+        const char* leaves;
+    } cases[] = {{0x0800, 0, "VID 100 p0, IPv4"},
+                 {0x0800, 7, "VID 100 p0, IPv4 DSCP 7"},
+                 {0x0800, 8, "VID 100 p1, IPv4 DSCP 8"},
+                 {0x0800, 46, "VID 100 p5, IPv4 DSCP 46"},
+                 {0x0800, 63, "VID 100 p7, IPv4 DSCP 63"},
+                 {0x86DD, 46, "VID 100 p5, IPv6 DSCP 46"},
+                 {0x0806, 0, "VID 100 p0, ARP"}};
+    for (const auto& one : cases) {
+        Frame frame;
+        frame.etherType = one.etherType;
+        frame.dscp = one.dscp;
+        EXPECT_EQ(up(frame), one.leaves);
+    }
+    for (const std::uint8_t pbits : {std::uint8_t{0}, std::uint8_t{5}, std::uint8_t{7}}) {
+        Frame frame = tagged(100);
+        frame.tags.front().pbits = pbits;
+        EXPECT_EQ(down(frame), "untagged IPv4");
+    }
+}
+
+// ---- what is refused ----
+
+struct BadInput {
+    const char* name;
+    std::function<int(VornHal&)> ask;
+    const char* said;  // "": a call without a record, which names nothing
+};
+
+template <typename Change>
+std::function<int(VornHal&)> badRow(Change change) {
+    auto record = tagging(20, 100);
+    change(record);
+    return asks(&VornHal::vorn_omci_hal_filter_flow_add, record);
+}
+template <typename Change>
+std::function<int(VornHal&)> badPonPort(Change change) {
+    auto record = service();
+    change(record);
+    return asks(&VornHal::vorn_omci_hal_configureAniTagRules, record);
+}
+
 TEST_F(ForwardedServices, BadInputChangesNothing) {
+    using Row = UniDataProvisioning;
+    using Pon = BridgeServiceProvisioning;
+    const BadInput cases[] = {
+        {"no such port", badRow([](Row& row) { row.uniPort = 0; }), "no UNI port 0"},
+        {"no such port, away", badRow([](Row& row) { row.uniPort = row.addFlag = 0; }), "no UNI port 0"},
+        {"no such bridge", badRow([](Row& row) { row.bridgeId = 77; }), "sid0.77 cannot be made"},
+        {"filter's p-bits", badRow([](Row& row) { row.innerFilterPrio = 11; }), "filter has a reserved code"},
+        {"filter's VID", badRow([](Row& row) { row.innerFilterVlanId = 5000; }), "filter has a reserved code"},
+        {"filter's TPID", badRow([](Row& row) { row.innerFilterTpidDe = 8; }), "filter has a reserved code"},
+        {"treatment's p-bits", badRow([](Row& row) { row.innerTreatmentPrio = 11; }), "treatment has a reserved code"},
+        {"treatment's VID", badRow([](Row& row) { row.innerTreatmentVlanId = 4098; }), "treatment has a reserved code"},
+        {"treatment's TPID", badRow([](Row& row) { row.innerTreatmentTpidDe = 260; }), "treatment has a reserved code"},
+        {"tags to remove", badRow([](Row& row) { row.removeType = 256; }), "removes more than two tags"},
+        {"downstream mode", badRow([](Row& row) { row.downstreamMode = 264; }), "downstream mode"},
+        {"GEM port", badPonPort([](Pon& port) {
+             port.pbitMap[5] = {77, 0};
+         }),
+         "GEM port is not known"},
+        {"forward operation", badPonPort([](Pon& port) { port.forwardOperation = 0x22; }), "forward operation"},
+        {"list", badPonPort([](Pon& port) { port.vlanTciFilterList[1] = 'x'; }), "list of its filter"},
+        {"entries", badPonPort([](Pon& port) { port.numberOfEntries = 13; }), "list of its filter"},
+        {"traffic model", badPonPort([](Pon& port) { port.trafficModel = 7; }), "no such traffic model"},
+        {"null row", [](VornHal& hal) { return hal.vorn_omci_hal_filter_flow_add(nullptr); }, ""},
+        {"null PON port", [](VornHal& hal) { return hal.vorn_omci_hal_configureAniTagRules(nullptr); }, ""},
+        {"null p-bits", [](VornHal& hal) { return hal.vorn_omci_hal_unsetPbitData(nullptr); }, ""},
+        {"null PON side", [](VornHal& hal) { return hal.vorn_omci_hal_deprovisionAniSideBridge(nullptr); }, ""},
+        {"null UNI side", [](VornHal& hal) { return hal.vorn_omci_hal_deprovisionUniSideBridge(nullptr); }, ""},
+        {"null list", [](VornHal& hal) { return hal.vorn_omci_hal_veip_createRules(1001, 0, 16, 1, nullptr, 2); }, ""},
+    };
     provision();
     const auto before = serving();
-    auto noPort = row(true), noBridge = tagging(20, 100), noCode = tagging(20, 100), noMode = tagging(20, 100);
-    noPort.uniPort = 0;
-    noBridge.bridgeId = 77;
-    noCode.innerFilterPrio = 11;
-    noMode.downstreamMode = 9;
-    for (const auto& record : {noPort, noBridge, noCode, noMode}) EXPECT_EQ(ask(daemon(), record), -1);
-    auto noGemPort = service(), noOperation = service();
-    noGemPort.pbitMap[5] = {77, 0};
-    noOperation.forwardOperation = 0x22;
-    for (const auto& record : {noGemPort, noOperation})
-        EXPECT_EQ(daemon()->vorn_omci_hal_configureAniTagRules(&record), -1);
-    EXPECT_EQ(daemon()->vorn_omci_hal_filter_flow_add(nullptr), -1);
-    EXPECT_EQ(daemon()->vorn_omci_hal_unsetPbitData(nullptr), -1);
-    EXPECT_EQ(serving(), before);
+    for (const BadInput& one : cases) {
+        int result = 0;
+        const std::string printed = printedBy([&] { result = one.ask(daemon().hal()); });
+        EXPECT_EQ(result, -1) << one.name;
+        const std::string line = *one.said == '\0' ? "" : "nothing is changed: ";
+        const std::size_t at = printed.find(line);
+        EXPECT_TRUE(at != std::string::npos && printed.find(one.said, at) != std::string::npos) << printed;
+        EXPECT_EQ(serving(), before) << one.name;
+    }
+    EXPECT_EQ(ask(daemon(), tagging(20, 100)), 0) << "nothing of them is in the way";
 }
 
 // ---- the state file ----

@@ -1,5 +1,5 @@
-// Services as a daemon's records ask for them, and records that are refused. In any order, made and taken back:
-// omci/services/StandardForwardingTest.cpp.
+// Services as a daemon's records ask for them. In any order, made and taken back:
+// omci/services/StandardForwardingTest.cpp; records that are refused: forwarding/ForwardingTest.cpp.
 #include "BRCM/BCM968580/DATA/g988/Services.h"
 #include "src/g988/PlannedBoard.h"
 
@@ -127,49 +127,31 @@ TEST_F(ServicesTest, MulticastGoesToItsBridgeAlone) {
 
 // ---- what is refused ----
 
-struct BadRecord {
-    const char* name;
-    void (*changeRow)(UniDataProvisioning& row);  // one of these two
-    void (*changePon)(BridgeServiceProvisioning& pon);
-    const char* reason;
-};
-
-class BadRecords : public ServicesTest, public ::testing::WithParamInterface<BadRecord> {};
-
-TEST_P(BadRecords, ChangeNothing) {
-    const BadRecord& one = GetParam();
+// A row for each VID: with the default row one rule more than the table may have.
+TEST_F(ServicesTest, ATableThatIsFullIsRefused) {
     auto made = services();
     ASSERT_TRUE(made.setPonPort(pon(1, "0141", 1000)).done);
     ASSERT_TRUE(made.setUni(row(1, 0, 321)).done);
     const auto before = onu().ruleTables();
-    auto badRow = row(1, 20, 900);
-    auto badPon = pon(1, "0141", 1001);
-    if (one.changeRow != nullptr) one.changeRow(badRow);
-    if (one.changePon != nullptr) one.changePon(badPon);
-    const auto outcome = one.changeRow != nullptr ? made.setUni(badRow) : made.setPonPort(badPon);
+    g988::UniPort port = made.tables().uniPorts.at(0);
+    for (std::uint16_t vid = 0; vid <= 4093; ++vid) {
+        auto one = row(1, 1, 321);
+        one.innerFilterVlanId = vid;
+        port.tagging->set(g988::rowOf(one));
+    }
+    made.restore(0, port);
+    const auto outcome = made.setUni(row(1, 4094, 321));
     EXPECT_FALSE(outcome.done);
-    EXPECT_TRUE(contains(outcome.reason, one.reason)) << outcome.reason;
+    EXPECT_EQ(outcome.reason, "sid0: the service needs more rules than a table holds");
     EXPECT_TRUE(onu().ruleTables() == before);
-    EXPECT_TRUE(made.setUni(row(1, 30, 901)).done);  // nothing of it is left to be in the way
+    for (std::uint16_t vid = 0; vid <= 4093; ++vid) {
+        auto one = row(1, 1, 321);
+        one.innerFilterVlanId = vid;
+        port.tagging->erase(g988::rowOf(one));
+    }
+    made.restore(0, port);
+    EXPECT_TRUE(made.setUni(row(1, 4094, 321)).done);
+    EXPECT_EQ(up(tagged(4094)), "GEM 1000 queue 0: VID 321 p0, IPv4");
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    All, BadRecords,
-    ::testing::Values(
-        BadRecord{"UniPort0", [](UniDataProvisioning& row) { row.uniPort = 0; }, nullptr, "no UNI port 0"},
-        BadRecord{"FilterVid", [](UniDataProvisioning& row) { row.innerFilterVlanId = 5000; }, nullptr,
-                  "reserved code"},
-        BadRecord{"FilterPbits", [](UniDataProvisioning& row) { row.innerFilterPrio = 11; }, nullptr, "reserved code"},
-        BadRecord{"TpidCode", [](UniDataProvisioning& row) { row.innerTreatmentTpidDe = 260; }, nullptr,
-                  "reserved code"},
-        BadRecord{"RemoveType", [](UniDataProvisioning& row) { row.removeType = 256; }, nullptr, "more than two tags"},
-        BadRecord{"Mode", [](UniDataProvisioning& row) { row.downstreamMode = 264; }, nullptr, "downstream mode"},
-        BadRecord{"GemPort", nullptr, [](BridgeServiceProvisioning& pon) { pon.pbitMap[3].first = 77; }, "not known"},
-        BadRecord{"List", nullptr, [](BridgeServiceProvisioning& pon) { pon.vlanTciFilterList[1] = 'x'; }, "list"},
-        BadRecord{"Entries", nullptr, [](BridgeServiceProvisioning& pon) { pon.numberOfEntries = 2; }, "list"},
-        BadRecord{"Operation", nullptr, [](BridgeServiceProvisioning& pon) { pon.forwardOperation = 0x22; },
-                  "forward operation"},
-        BadRecord{"Model", nullptr, [](BridgeServiceProvisioning& pon) { pon.trafficModel = 7; }, "traffic model"}),
-    [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace
