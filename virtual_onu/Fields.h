@@ -25,6 +25,7 @@ enum FieldUse : unsigned {
     kInFile = 2U,      // a board in a file
     kInEquality = 4U,  // operator==
     kInDiff = 8U,      // what provisioning decides; no counters, and no numbers that the kernel gives out
+    kMayMiss = 16U,    // states and files of older boards do not have it
     kEverywhere = kInState | kInFile | kInEquality | kInDiff,
     kCounted = kInState | kInFile | kInEquality,
 };
@@ -115,6 +116,7 @@ constexpr auto fieldsOf(const BridgePort*) {
     return std::make_tuple(field("name", &BridgePort::name).like(TextForm::DeviceName),
                            field("priority", &BridgePort::priority).within(0, 65535),
                            field("pathCost", &BridgePort::pathCost).within(0, 65535),
+                           field("isolated", &BridgePort::isolated, kEverywhere | kMayMiss),
                            field("running", &BridgePort::running, kInFile),
                            field("learningFromMs", &BridgePort::learningFromMs, kInFile),
                            field("forwardingFromMs", &BridgePort::forwardingFromMs, kInFile));

@@ -49,6 +49,7 @@ void describe(Record& record, Thing& thing);
 class RecordWriter {
 public:
     Json take() { return std::move(json_); }
+    static bool has(const char* /*name*/) { return true; }
 
     void flag(const char* name, bool& value) { json_[name] = value; }
     template <typename Number>
@@ -110,6 +111,7 @@ class RecordReader {
 public:
     explicit RecordReader(const Json& json);
     void end() const;  // BadBoard for a field that nobody has asked for
+    bool has(const char* name) const { return json_.contains(name); }
 
     void flag(const char* name, bool& value);
     // From lowest to highest; left out, what the type holds.
@@ -224,7 +226,9 @@ void describeField(Record& record, const Field& field, Value& value) {
 
 template <typename Record, typename Thing, typename>
 void describe(Record& record, Thing& thing) {
-    forEachField<Thing>(kInFile, [&](const auto& field) { describeField(record, field, thing.*field.member); });
+    forEachField<Thing>(kInFile, [&](const auto& field) {
+        if (!field.isIn(kMayMiss) || record.has(field.name)) describeField(record, field, thing.*field.member);
+    });
 }
 
 }  // namespace virtual_onu::persistence

@@ -47,7 +47,7 @@ Json stateJson(const Record& record) {
 template <typename Json, typename Record>
 void readStateJson(const Json& state, Record& record) {
     forEachField<Record>(kInState, [&](const auto& field) {
-        if (!field.isIn(kInDiff) && !state.contains(field.name)) return;
+        if ((field.isIn(kMayMiss) || !field.isIn(kInDiff)) && !state.contains(field.name)) return;
         auto& value = record.*field.member;
         using Value = std::decay_t<decltype(value)>;
         const Json& found = state.at(field.name);

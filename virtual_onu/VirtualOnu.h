@@ -49,6 +49,7 @@ struct VIRTUAL_ONU_API BridgePort {
     std::string name;
     int priority = 32;
     int pathCost = 100;
+    bool isolated = false;  // nothing passes between it and another isolated port of the bridge
     // Since it runs (it, its link and the bridge are up) a port passes through listening and learning, with the
     // spanning tree on; without it, it forwards at once. Virtual milliseconds, not compared.
     bool running = false;

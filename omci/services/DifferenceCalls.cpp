@@ -196,6 +196,10 @@ void Difference::makeAdjusted(Change& change, PieceKey key) {
     slot.current = slot.wanted;
     addRules(change, slot, uni.add);
     slot.rules = std::move(uni.after);
+    // A port whose rows go all at once leaves its bridge and joins it again, as one that is not isolated.
+    const auto isolation = slots_.find({PieceKind::kIsolation, key.number});
+    if (uni.whole && isolation != slots_.end() && isolation->second.current)
+        makeCalls(change, isolation->first, *isolation->second.current);
 }
 
 // A row's calls come from the message that set the row, not from those of its neighbours.

@@ -33,6 +33,9 @@ auto fields(const PortStatus& r) {
 auto fields(const PortMode& r) {
     return std::tie(r.port, r.speed, r.duplex);
 }
+auto fields(const PortIsolation& r) {
+    return std::tie(r.bridgeId, r.port, r.isolated);
+}
 auto fields(const UniDataProvisioning& r) {
     return std::tie(r.addFlag, r.hasTagRules, r.bridgeId, r.uniPort, r.inputTpid, r.outputTpid, r.downstreamMode,
                     r.filterType, r.tagAction, r.etherType, r.outerFilterTpidDe, r.outerFilterVlanId, r.outerFilterPrio,
@@ -100,6 +103,8 @@ const char* nameOf(Operation operation) {
             return "setEthernetUniStatus";
         case Operation::kSetPortMode:
             return "updateEthernetUniSpeed";
+        case Operation::kIsolatePort:
+            return "br_set_port_isolated";
     }
     return "?";
 }

@@ -27,6 +27,7 @@ enum class Operation : std::uint8_t {
     kDeprovisionIpHost,
     kSetPortStatus,
     kSetPortMode,
+    kIsolatePort,
 };
 
 struct OmciAction {
@@ -53,9 +54,15 @@ struct PortMode {
     std::uint16_t speed = 0;  // Mbit/s, 0: negotiated
     std::uint8_t duplex = 0;  // 0: negotiated, 1: half, 2: full
 };
+// On a bridge, from the other isolated ports of it.
+struct PortIsolation {
+    std::uint16_t bridgeId = 0;
+    std::uint16_t port = 0;  // from 1
+    bool isolated = true;
+};
 
 using HalRecord = std::variant<OmciAction, TContProvisioning, XGEMConfig, BridgeSide, BridgeServiceProvisioning,
-                               VeipRules, UniDataProvisioning, IpHostProvision, PortStatus, PortMode>;
+                               VeipRules, UniDataProvisioning, IpHostProvision, PortStatus, PortMode, PortIsolation>;
 
 struct HalCall {
     Operation operation;
@@ -66,7 +73,7 @@ inline bool operator!=(const HalCall& one, const HalCall& other) {
     return !(one == other);
 }
 
-// The operation's name in hal/VornHal.h, or that of the device function.
+// The operation's name in hal/VornHal.h, or that of the device or bridge function.
 const char* nameOf(Operation operation);
 
 }  // namespace omci::services

@@ -67,6 +67,10 @@ int HalPerformer::perform(const HalCall& call) {
             ports_.setMode(mode.port, mode.speed, mode.duplex);
             return 0;
         }
+        case Operation::kIsolatePort: {
+            const auto& isolation = std::get<PortIsolation>(record);
+            return ports_.isolate ? ports_.isolate(isolation.bridgeId, isolation.port, isolation.isolated) : -1;
+        }
     }
     return -1;
 }

@@ -25,6 +25,9 @@ public:
 struct PortFunctions {
     std::function<void(std::uint16_t port, bool up)> setStatus;
     std::function<void(std::uint16_t port, std::uint16_t speed, std::uint8_t duplex)> setMode;
+    // Keeps a port of a bridge apart from the other isolated ones, as br_set_port_isolated() does; 0 for success. Asked
+    // for where Settings::isolatesPorts says that it is there.
+    std::function<int(std::uint16_t bridge, std::uint16_t port, bool isolated)> isolate;
 };
 
 class HalPerformer : public Performer {

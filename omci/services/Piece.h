@@ -16,12 +16,12 @@
 namespace omci::services {
 
 // In the order in which pieces are made; they are taken back in reverse.
-enum class PieceKind : std::uint8_t { kTCont, kGemPort, kBridge, kAniService, kUni, kMulticast, kIpHost, kPort };
+enum class PieceKind : std::uint8_t { kTCont, kGemPort, kBridge, kAniService, kUni, kMulticast, kIpHost, kIsolation, kPort };
 
 struct PieceKey {
     PieceKind kind = PieceKind::kTCont;
     // T-CONT: instance; GEM port: its port-ID; bridge: number in the HAL; ANI service and multicast: bridge << 16 |
-    // GEM port; UNI and port: number of the port; IP host: instance.
+    // GEM port; UNI, isolation and port: number of the port; IP host: instance.
     std::uint32_t number = 0;
 };
 constexpr bool operator==(PieceKey one, PieceKey other) {

@@ -24,12 +24,14 @@ struct Settings {
     std::uint16_t switchedPorts = 2;    // that the HAL switches up and down, from 1
     std::uint16_t firstIpHostPort = 6;  // port number of the IP host with instance 0
     bool standardForwarding = false;    // it forwards as G.988 says, not by its contract (hal/HalForwarding.h)
+    bool isolatesPorts = false;         // the performer keeps ports of a bridge apart
 };
 
 // Numbers of a bridge's ports to the user's side.
 struct UserPorts {
     int all = 0;
     int veips = 0;
+    int ethernetPorts = 0;
 };
 
 // What planning needs beside the MIB.
@@ -91,6 +93,7 @@ private:
     void planEthernetUni(InstanceId instance);
     std::optional<BridgePort> bridgePortOf(EntityKey termination);
     void planMember(EntityKey uni, UniPort member, InstanceId bridgePort);
+    void planIsolation(InstanceId bridge, UniPort member);
     bool addRows(EntityKey uni, InstanceId bridgePort, UniPort member, UniRules& rules);
     void addTaggingOperation(const Entity& operation, UniPort member, UniRules& rules);
     void checkRules(UniRules& rules);

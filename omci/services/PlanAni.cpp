@@ -51,8 +51,13 @@ void Planner::planBridge(InstanceId instance) {
     if (on(attr::bridge::kUnknownMacAddressDiscard))
         problem(bridge->key(), "frames to unknown addresses are not discarded");
     if (on(attr::bridge::kMacLearningDepth)) problem(bridge->key(), "the number of learned addresses is not limited");
-    if (!on(attr::bridge::kPortBridgingInd) && usersOf(instance).all > 1)
-        problem(bridge->key(), "frames pass between the ports to the user's side: the HAL cannot keep them apart");
+    if (!on(attr::bridge::kPortBridgingInd) && usersOf(instance).all > 1) {
+        if (!context_.settings.isolatesPorts) {
+            problem(bridge->key(), "frames pass between the ports to the user's side: the HAL cannot keep them apart");
+        } else if (usersOf(instance).ethernetPorts < usersOf(instance).all) {
+            problem(bridge->key(), "Ethernet ports are kept apart from one another, not from the management host");
+        }
+    }
     if (!on(attr::bridge::kLearningInd)) problem(bridge->key(), "learning is not switched off");
     const auto ageing = bridge->number(attr::bridge::kDynamicFilteringAgeingTime);
     if (ageing != 0 && ageing != kUsualAgeingS) problem(bridge->key(), "the ageing time stays at 300 s");

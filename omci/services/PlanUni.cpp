@@ -59,6 +59,20 @@ void Planner::planEthernetUni(InstanceId instance) {
     if (bridgePort->number == kVeipBridge)
         return problem(bridgePort->port->key(), "left out: the HAL's bridge with the VEIP has no other port");
     planMember(uni->key(), {bridgePort->number, port}, bridgePort->port->instance());
+    planIsolation(bridgePort->bridge, {bridgePort->number, port});
+}
+
+// Where a bridge forwards nothing between its ports to the user's side (9.3.1, port bridging).
+void Planner::planIsolation(InstanceId bridge, UniPort member) {
+    if (!context_.settings.isolatesPorts || usersOf(bridge).ethernetPorts < 2) return;
+    if (reader_.find(class_id::kBridge, bridge)->number8(attr::bridge::kPortBridgingInd) != 0) return;
+    Piece made;
+    made.key = {PieceKind::kIsolation, member.port};
+    made.needs = PieceKey{PieceKind::kUni, member.port};
+    made.bridge = member.bridgeId;
+    made.make = {{Operation::kIsolatePort, PortIsolation{member.bridgeId, member.port, true}}};
+    made.undo = {{Operation::kIsolatePort, PortIsolation{member.bridgeId, member.port, false}}};
+    want(std::move(made));
 }
 
 void Planner::planMember(EntityKey uni, UniPort member, InstanceId bridgePort) {

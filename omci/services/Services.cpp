@@ -43,7 +43,7 @@ void Services::noteBridgePort(const Change& change) {
     const bool veip = target == class_id::kVeip;
     const bool user = change.kind != ChangeKind::kDeleted &&
                       (veip || target == class_id::kEthernetUni || target == class_id::kIpHost);
-    const std::pair<InstanceId, bool> now{port.number16(attr::bridge_port::kBridgeIdPointer), veip};
+    const std::pair<InstanceId, ClassId> now{port.number16(attr::bridge_port::kBridgeIdPointer), target};
     const auto old = userPorts_.find(port.instance());
     if (old != userPorts_.end()) {
         const auto before = old->second;
@@ -56,15 +56,17 @@ void Services::noteBridgePort(const Change& change) {
     countUserPort(now.first, now.second, 1);
 }
 
-void Services::countUserPort(InstanceId bridge, bool veip, int by) {
+void Services::countUserPort(InstanceId bridge, ClassId kind, int by) {
     const UserPorts before = context_.usersOf(bridge);
-    const UserPorts after{before.all + by, before.veips + (veip ? by : 0)};
+    const UserPorts after{before.all + by, before.veips + (kind == class_id::kVeip ? by : 0),
+                          before.ethernetPorts + (kind == class_id::kEthernetUni ? by : 0)};
     if (after.all == 0) {
         context_.userPorts.erase(bridge);
     } else {
         context_.userPorts[bridge] = after;
     }
-    const bool others = (before.all == 0) != (after.all == 0) || (before.all > 1) != (after.all > 1);
+    const bool others = (before.all == 0) != (after.all == 0) || (before.all > 1) != (after.all > 1) ||
+                        (before.ethernetPorts > 1) != (after.ethernetPorts > 1);
     if (others || (before.veips == 0) != (after.veips == 0))
         readers_.appendTo(dirty_, Subject::kUsers, {class_id::kBridge, bridge});
 }

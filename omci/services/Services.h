@@ -50,7 +50,7 @@ public:
 private:
     void onChange(const Change& change) override;
     void noteBridgePort(const Change& change);
-    void countUserPort(InstanceId bridge, bool veip, int by);
+    void countUserPort(InstanceId bridge, ClassId kind, int by);
     void touch(EntityKey key);
     void note(EntityKey key, bool stands, std::optional<MessageRef> message);
     void planOne(EntityKey key);
@@ -69,8 +69,8 @@ private:
     std::set<EntityKey> dirty_;                        // entities to be planned
     std::vector<std::pair<EntityKey, bool>> changed_;  // since the last settle(), and whether they exist
     std::uint64_t cause_ = 0;                          // number of the message behind the changes
-    // Bridge of each port to the user's side, and whether it leads to the VEIP.
-    std::map<InstanceId, std::pair<InstanceId, bool>> userPorts_;
+    // Bridge of each port to the user's side, and the class that the port leads to.
+    std::map<InstanceId, std::pair<InstanceId, ClassId>> userPorts_;
     std::map<EntityKey, std::vector<Problem>> problems_;
     std::set<Problem> late_;  // that stay
     std::set<Problem> told_;

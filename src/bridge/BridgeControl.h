@@ -61,6 +61,9 @@ VORN_API int br_set_bridge_priority(const char* bridge, int priority);          
 // EINVAL also: a negative number. ERANGE: the priority is above 63, the cost is not 1..65535.
 VORN_API int br_set_port_priority(const char* bridge, const char* port, int priority);
 VORN_API int br_set_path_cost(const char* bridge, const char* port, int cost);
+// Nothing passes between two isolated ports of a bridge; between others it does. 0 off, else on. ENODEV also: the
+// kernel is older than 4.18.
+VORN_API int br_set_port_isolated(const char* bridge, const char* port, int on);
 
 // ---- Reading, through sysfs ----
 

@@ -77,3 +77,7 @@ int br_set_port_priority(const char* bridge, const char* port, int priority) {
 int br_set_path_cost(const char* bridge, const char* port, int cost) {
     return setPort(bridge, port, "path_cost", cost);
 }
+
+int br_set_port_isolated(const char* bridge, const char* port, int on) {
+    return setPort(bridge, port, "isolated", on != 0 ? 1 : 0);
+}

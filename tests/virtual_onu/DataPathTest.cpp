@@ -9,6 +9,7 @@
 #include <set>
 #include <sstream>
 
+#include "bridge/BridgeControl.h"
 #include "platform/vlanctl.h"
 #include "support/OnuFixture.h"
 
@@ -322,6 +323,12 @@ TEST_F(DataPath, BridgesFloodUnknownAddressesAndRememberWhereOthersAre) {
     EXPECT_EQ(sent(from("02:00:00:00:00:0c", a)), Ends{"br3: 02:00:00:00:00:0a is behind the port that it came from"});
     EXPECT_EQ(sent(from(group, b)), Ends{"br3: a bridge takes no frame from 01:00:5e:00:00:01"});
     EXPECT_EQ(sent(from(b, group), "sid1").size(), 2u) << "a group address is nobody's source";
+    for (const char* port : {"sid0.3", "sid1.3"}) ASSERT_EQ(br_set_port_isolated("br3", port, 1), 0);
+    EXPECT_EQ(sent(from(a, b)), Ends{"br3: sid0.3 is isolated from the other port of br3"});
+    EXPECT_EQ(sent(from(a, group)), Ends{"sid2: untagged IPv4"}) << "a port that is not isolated hears both";
+    vlanCtl_setDefaultAction("sid2", kReceive, 0, 0, "sid2.3");
+    EXPECT_EQ(sent(from("02:00:00:00:00:0d", b), "sid2"), Ends{"sid1: untagged IPv4"});
+    for (const char* port : {"sid0.3", "sid1.3"}) ASSERT_EQ(br_set_port_isolated("br3", port, 0), 0);
     run("brctl delif br3 sid1.3");
     EXPECT_EQ(sent(from(a, b)), Ends{"sid2: untagged IPv4"}) << "the port that knew it is gone";
     run("brctl addif br3 sid1.3");

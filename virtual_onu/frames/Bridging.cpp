@@ -86,16 +86,24 @@ void Walker::forward(DeviceId id, DeviceId port, const Copy& copy, bool sentElse
         return drop(copy, device.name, destinationText() + " is behind the port that it came from");
     const auto knows = [&](const PlanPort& one) { return plan_.device(one.device).index == *known; };
     if (known && std::none_of(own.ports.begin(), own.ports.end(), knows)) known.reset();
-    bool sent = sentElsewhere;
+    const PlanPort* from = port == kNoDevice ? nullptr : own.portOf(port);
+    const bool isolated = from != nullptr && from->isolated;
+    bool sent = sentElsewhere, keptApart = false;
     for (const PlanPort& one : own.ports) {
         if (one.device == port || (known && !knows(one))) continue;
+        if (isolated && one.isolated) {
+            keptApart = true;
+            continue;
+        }
         if (narrow && !snooping->wants(packet.multicast, plan_.device(one.device).index, nowMs_)) continue;
         sent = true;
         toPort(id, one.device, narrow ? StepCause::Wanted : known ? StepCause::Learned : StepCause::Flooded, copy);
     }
     if (sent) return;
     drop(copy, device.name,
-         narrow ? "no port of " + device.name + " wants the group" : device.name + " has no other port");
+         keptApart ? plan_.device(port).name + " is isolated from the other port of " + device.name
+         : narrow  ? "no port of " + device.name + " wants the group"
+                   : device.name + " has no other port");
 }
 
 void Walker::toPort(DeviceId bridge, DeviceId port, StepCause cause, const Copy& copy) {

@@ -27,6 +27,7 @@ struct RunnerClass {
 struct PlanPort {
     DeviceId device = kNoDevice;
     std::uint64_t learningFromMs = 0, forwardingFromMs = 0;  // where it runs
+    bool isolated = false;
 };
 
 struct PlanBridge {

@@ -115,7 +115,7 @@ void PlanBuilder::addBridges() {
         made->ownAddresses.push_back(macs_[bridge.name]);
         for (const BridgePort& port : bridge.ports) {
             const DeviceId device = named(port.name);
-            made->ports.push_back({device, port.learningFromMs, port.forwardingFromMs});
+            made->ports.push_back({device, port.learningFromMs, port.forwardingFromMs, port.isolated});
             made->ownAddresses.push_back(macs_[port.name]);
         }
         for (const PlanDevice& device : plan_.devices_) {

@@ -280,6 +280,7 @@ int changePort(const std::string& name, const std::function<int(BridgePort&)>& c
     };
     store("brport/priority", before->priority, after.priority);
     store("brport/path_cost", before->pathCost, after.pathCost);
+    store("brport/isolated", before->isolated ? 1 : 0, after.isolated ? 1 : 0);
     return error;
 }
 

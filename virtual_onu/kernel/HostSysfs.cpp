@@ -119,6 +119,7 @@ std::optional<BridgePort> port(const std::string& name) {
     result.name = name;
     result.priority = number(name, "brport/priority");
     result.pathCost = number(name, "brport/path_cost");
+    result.isolated = number(name, "brport/isolated") == 1;
     return result;
 }
 

@@ -186,6 +186,12 @@ const std::map<std::string, PortAttribute>& portAttributes() {
         {"forward_delay_timer", {zero, nullptr}},
         {"hold_timer", {zero, nullptr}},
         {"hairpin_mode", {zero, nullptr}},
+        {"isolated",
+         {[](const PortView& v) { return line(v.port.isolated ? 1 : 0); },
+          [](BridgePort& port, long value) {
+              port.isolated = value != 0;
+              return 0;
+          }}},
     };
     return table;
 }

@@ -114,6 +114,62 @@ TEST(Filter, OfEveryForwardOperationTakesTheFramesOfTheStandard) {
     EXPECT_EQ(wrong, "end");
 }
 
+// 9.3.1, port bridging: what ports 3 and 4 of a bridge hear of one another, and of the PON.
+TEST(PortBridging, PassesFramesBetweenThePortsOfABridgeOnlyWhileItIsOn) {
+    const std::string wrong = apart([] {
+        startHal();
+        OnuLine line;
+        olt::Olt olt(line);
+        constexpr omci::InstanceId kBridge = 3;
+        const auto bridging = [](unsigned on) {
+            return olt::set(class_id::kBridge, kBridge, {{attr::bridge::kPortBridgingInd, on}});
+        };
+        const auto row = [](const char* digits) {
+            return olt::setBytes({class_id::kExtendedTagging, kService}, attr::extended_tagging::kTaggingTable,
+                                 olt::hex(digits));
+        };
+        const auto secondPort = create(class_id::kBridgePort, 0x1199,
+                                       {{attr::bridge_port::kBridgeIdPointer, kBridge},
+                                        {attr::bridge_port::kPortNum, 9},
+                                        {attr::bridge_port::kTpType, 1},
+                                        {attr::bridge_port::kTpPointer, 0x0104}});
+        std::string text = olt.send(plainService()) + olt.send(olt::Requests{bridging(0)});
+        const std::string alone = "gpondef ", together = "gpondef sid3 ", nobody;
+        const struct {
+            const char* what;
+            olt::Requests requests;
+            std::string heard;
+        } kSteps[] = {
+            {"one port", {}, alone},
+            {"two ports, off", {secondPort}, alone},
+            {"on", {bridging(1)}, together},
+            {"off again", {bridging(0)}, alone},
+            {"a table of rows comes",
+             {create(class_id::kExtendedTagging, kService,
+                     {{attr::extended_tagging::kAssociationType, 2},
+                      {attr::extended_tagging::kAssociatedMePointer, kPort}}),
+              row("F8000000 F8000000 000F0000 00000004")},
+             alone},
+            {"and another row", {row("F8000000 80320000 400F0000 00080A0C")}, alone},
+            {"the second port goes", {olt::erase({class_id::kBridgePort, 0x1199})}, alone},
+        };
+        for (const auto& step : kSteps) {
+            text += olt.send(step.requests);
+            virtual_onu::VirtualOnu::instance().forgetLearned();
+            std::string heard;
+            for (const auto& exit : virtual_onu::VirtualOnu::instance().sendFromPort("sid2", frameWith({})).exits)
+                heard += exit.device + " ";
+            if (heard != step.heard) text += std::string(step.what) + ": heard at " + heard + "\n";
+            for (const auto& call : line.calls)
+                if (call.result != 0) text += std::string(step.what) + ": a call failed\n";
+            line.calls.clear();
+        }
+        for (const auto& problem : line.services.problems()) text += problem.reason + "\n";
+        return text + "end";
+    });
+    EXPECT_EQ(wrong, "end");
+}
+
 struct RowCase {
     const char* name;
     const char* row;

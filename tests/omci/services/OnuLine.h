@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "VirtualOnu.h"
+#include "bridge/BridgeControl.h"
 #include "device/EthernetUni.h"
 #include "hal/HALFactory.h"
 #include "hal/HalForwarding.h"
@@ -21,7 +22,7 @@ public:
     OnuLine()
         : agent_(board(), hal(), device_, clock_),
           performer_(hal(), {[](std::uint16_t port, bool up) { setEthernetUniStatus(port, up ? 1 : 0); },
-                             updateEthernetUniSpeed}),
+                             updateEthernetUniSpeed, isolate}),
           services(agent_.mib(), performer_, settings()) {
         services.onCall([this](const omci::services::MadeCall& call) { calls.push_back(call); });
         services.onProblem([this](const omci::services::Problem& problem) { problems.push_back(problem); });
@@ -41,10 +42,17 @@ public:
     static omci::services::Settings settings() {
         omci::services::Settings settings;
         settings.standardForwarding = vorn_hal_get_forwarding() == VORN_HAL_FORWARDING_G988;
+        settings.isolatesPorts = true;
         return settings;
     }
 
 private:
+    // The board numbers its first two ports the other way round.
+    static int isolate(std::uint16_t bridge, std::uint16_t port, bool isolated) {
+        const std::string number = std::to_string(bridge), sid = std::to_string(port <= 2 ? 2 - port : port - 1);
+        return br_set_port_isolated(("br" + number).c_str(), ("sid" + sid + "." + number).c_str(), isolated ? 1 : 0);
+    }
+
     omci::Device device_;
     omci::SteadyClock clock_;
     omci::Agent agent_;

@@ -176,6 +176,8 @@ inline void prioritiesAndCostsShowInTheIdentifiers() {
     EXPECT_EQ(br_set_path_cost("bra", "pb", 65536), ERANGE);
     EXPECT_EQ(br_set_path_cost("bra", "pb", 0), ERANGE);
     EXPECT_EQ(br_set_path_cost("bra", "lo", 5), ENODEV) << "no port of this bridge";
+    EXPECT_EQ(br_set_port_isolated("bra", "pb", 1), 0);
+    EXPECT_EQ(br_set_port_isolated("bra", "lo", 1), ENODEV);
     br_port_info port{};
     EXPECT_EQ(br_get_port_info("bra", "pb", &port), 0);
     EXPECT_EQ(port.priority, 63);

@@ -256,6 +256,17 @@ TEST_F(BridgeForwarding, AddressesAgeAndPortsListenBeforeTheyForward) {
     EXPECT_TRUE(both(2, frame(other, unknown)).empty()) << "learning";
 }
 
+TEST_F(BridgeForwarding, IsolatedPortsReachTheOthersAlone) {
+    for (const char* port : {"0", "1"}) {
+        ASSERT_TRUE(runOnHost(std::string("ip link set k") + port + " type bridge_slave isolated on"));
+        ASSERT_EQ(br_set_port_isolated("brv", ("v" + std::string(port)).c_str(), 1), 0);
+    }
+    const std::string other = "02:00:5e:10:00:02";
+    EXPECT_EQ(both(0, frame(kStation, other)), std::set<int>{2});
+    EXPECT_EQ(both(2, frame(other, kGroup)).size(), 2u);
+    EXPECT_TRUE(both(1, frame("02:00:5e:10:00:03", kStation)).empty()) << "a learned address does not help";
+}
+
 // The port where they come in lets them all in, so that the bridge decides.
 TEST_F(BridgeForwarding, LengthsCountAsTheKernelCountsThem) {
     ASSERT_TRUE(runOnHost("ip link set k0 mtu 9000"));

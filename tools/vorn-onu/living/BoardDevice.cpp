@@ -40,6 +40,11 @@ std::uint8_t configurationOf(int speed, int duplex) {
     }
 }
 
+// Of a port from 1; the board numbers its first two the other way round.
+std::string portName(unsigned port) {
+    return "sid" + std::to_string(port <= 2 ? 2 - port : port - 1);
+}
+
 // "02:00:5e:00:00:01"
 std::vector<std::uint8_t> bytesOfText(const std::string& mac) {
     std::string digits;
@@ -60,12 +65,18 @@ unsigned BoardDevice::portOf(omci::InstanceId ethernetPort) const {
     return found == ethernetPorts_.end() ? 0 : static_cast<unsigned>(found - ethernetPorts_.begin()) + 1;
 }
 
+std::string BoardDevice::bridgeName(unsigned bridge) {
+    return "br" + std::to_string(bridge);
+}
+
+std::string BoardDevice::memberName(unsigned bridge, unsigned port) {
+    return portName(port) + "." + std::to_string(bridge);
+}
+
 std::string BoardDevice::deviceOf(omci::EntityKey port) const {
     if (port.classId == omci::class_id::kVeip) return "veip0";
     const unsigned number = port.classId == omci::class_id::kEthernetUni ? portOf(port.instance) : 0;
-    if (number == 0) return "";
-    // The board numbers its first two ports the other way round.
-    return "sid" + std::to_string(number <= 2 ? 2 - number : number - 1);
+    return number == 0 ? "" : portName(number);
 }
 
 std::optional<IntfStats> BoardDevice::portCounters(omci::EntityKey port) {

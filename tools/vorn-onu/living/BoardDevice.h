@@ -23,6 +23,10 @@ public:
     std::optional<omci::PortState> portState(omci::InstanceId ethernetPort) override;
     std::optional<std::vector<omci::LearnedStation>> learnedStations(omci::InstanceId bridge,
                                                                      omci::EntityKey port) override;
+    // Of the HAL's numbers: "br3", and the VLAN device of a port from 1 on it, "sid1.3".
+    static std::string bridgeName(unsigned bridge);
+    static std::string memberName(unsigned bridge, unsigned port);
+
     // The printable text that the image begins with; of one that begins otherwise its CRC-32 in hexadecimal digits.
     std::string imageVersion(omci::ByteView image) override;
 

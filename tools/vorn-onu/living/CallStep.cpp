@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "living/BoardDevice.h"
 #include "running/scenario/operations/RecordFields.h"
 #include "running/state/FieldWords.h"
 
@@ -51,6 +52,11 @@ struct Fields {
     }
     Json operator()(const services::PortMode& mode) const {
         return {{"uniInstance", mode.port}, {"speed", mode.speed}, {"duplex", mode.duplex}};
+    }
+    Json operator()(const services::PortIsolation& isolation) const {
+        return {{"bridge", BoardDevice::bridgeName(isolation.bridgeId)},
+                {"port", BoardDevice::memberName(isolation.bridgeId, isolation.port)},
+                {"isolated", isolation.isolated}};
     }
 };
 

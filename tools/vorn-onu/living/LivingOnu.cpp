@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "VirtualOnu.h"
+#include "bridge/BridgeControl.h"
 #include "device/EthernetUni.h"
 #include "hal/HALFactory.h"
 #include "hal/HalForwarding.h"
@@ -39,7 +40,13 @@ omci::Board boardOf(VornHal& hal, const omci::BoardNumbering& numbering) {
 omci::services::Settings settings() {
     omci::services::Settings settings;
     settings.standardForwarding = vorn_hal_get_forwarding() == VORN_HAL_FORWARDING_G988;
+    settings.isolatesPorts = true;
     return settings;
+}
+
+int isolatePort(std::uint16_t bridge, std::uint16_t port, bool isolated) {
+    return br_set_port_isolated(BoardDevice::bridgeName(bridge).c_str(), BoardDevice::memberName(bridge, port).c_str(),
+                                isolated ? 1 : 0);
 }
 
 std::vector<omci::InstanceId> portsOf(const omci::Board& board) {
@@ -52,8 +59,8 @@ std::vector<omci::InstanceId> portsOf(const omci::Board& board) {
 }  // namespace
 
 LivingOnu::EffectPerformer::EffectPerformer(VornHal& hal)
-    : hal_(hal, {[](std::uint16_t port, bool up) { setEthernetUniStatus(port, up ? 1 : 0); }, updateEthernetUniSpeed}) {
-}
+    : hal_(hal, {[](std::uint16_t port, bool up) { setEthernetUniStatus(port, up ? 1 : 0); }, updateEthernetUniSpeed,
+                 isolatePort}) {}
 
 int LivingOnu::EffectPerformer::perform(const omci::services::HalCall& call) {
     const auto& onu = virtual_onu::VirtualOnu::instance();

@@ -71,23 +71,22 @@ bool isAbove(unsigned classId) {
 
 class MibTree {
 public:
-    MibTree(const nlohmann::json& mib, const Terminal& terminal) : terminal_(terminal) {
+    explicit MibTree(const nlohmann::json& mib) {
         for (const nlohmann::json& one : mib) entities_[mibKey(one)] = &one;
         for (const nlohmann::json& one : mib)
             for (const nlohmann::json& pointer : one.at("pointers")) pointers_[mibKey(pointer)].push_back(mibKey(one));
     }
 
-    std::string text() {
+    std::vector<MibNode> nodes() {
         for (const auto& [key, entity] : entities_)
-            if (key.first == ids::kBridge) add(key, "", "", "");
+            if (key.first == ids::kBridge) add(key, 0, "", "");
         std::vector<MibKey> left;
         for (const auto& [key, entity] : entities_)
             if (entity->at("maker") == "olt" && shown_.count(key) == 0) left.push_back(key);
-        if (!left.empty()) text_ += terminal_.bold("No bridge leads to") + "\n";
+        isFree_ = true;
         for (const MibKey& key : left)
-            if (shown_.count(key) == 0) add(key, "", "", "");
-        if (text_.empty()) text_ = "The OLT has made no entities.\n";
-        return std::move(text_);
+            if (shown_.count(key) == 0) add(key, 0, "", "");
+        return std::move(nodes_);
     }
 
 private:
@@ -96,11 +95,6 @@ private:
         std::string how;  // "Interwork TP pointer for P-bit priority 0"; "" for what belongs to it
         bool exists;
     };
-
-    void line(const std::string& indent, const std::string& words, bool bold) {
-        const std::string whole = hanging(indent + words, terminal_.width(), indent.size() + 2);
-        text_ += (bold ? terminal_.bold(whole) : whole) + "\n";
-    }
 
     static std::string attributeName(const nlohmann::json& entity, unsigned number) {
         for (const nlohmann::json& attribute : entity.at("attributes"))
@@ -126,24 +120,29 @@ private:
         return children;
     }
 
-    void add(const MibKey& key, const std::string& indent, const std::string& how, const std::string& missing) {
-        const std::string arrow = how.empty() ? "" : how + " → ";
+    void add(const MibKey& key, std::size_t depth, const std::string& how, const std::string& missing) {
+        MibNode node;
+        node.depth = depth;
+        node.how = how;
+        node.isFree = isFree_;
         const auto found = entities_.find(key);
-        if (found == entities_.end()) return line(indent, arrow + missing + " (does not exist)", false);
+        node.exists = found != entities_.end();
+        node.entity = node.exists ? entityName(*found->second) : missing;
+        node.isAbove = node.exists && !shown_.insert(key).second;
+        if (!node.exists || node.isAbove) return nodes_.push_back(std::move(node));
         const nlohmann::json& entity = *found->second;
-        if (!shown_.insert(key).second) return line(indent, arrow + entityName(entity) + " (above)", false);
         std::set<unsigned> pointers;
         for (const nlohmann::json& pointer : entity.at("pointers"))
             pointers.insert(pointer.at("attribute").get<unsigned>());
-        const std::string words = attributeWords(entity, pointers, true);
-        line(indent, arrow + entityName(entity) + (words.empty() ? "" : ": " + words), indent.empty());
-        for (const std::string& row : rowLines(entity)) line(indent + "    ", row, false);
+        node.attributes = attributeWords(entity, pointers, true);
+        node.rows = rowLines(entity);
+        nodes_.push_back(std::move(node));
         std::set<MibKey> here;
         for (const Child& child : childrenOf(key, entity)) {
             // Who belongs to somebody else that is on the way up is not shown a second time.
             if (child.how.empty() && shown_.count(child.key) != 0) continue;
             if (!here.insert(child.key).second) continue;
-            add(child.key, indent + "  ", child.how, child.exists ? "" : missingName(entity, child.key));
+            add(child.key, depth + 1, child.how, child.exists ? "" : missingName(entity, child.key));
         }
     }
 
@@ -153,11 +152,11 @@ private:
         return "";
     }
 
-    const Terminal& terminal_;
     std::map<MibKey, const nlohmann::json*> entities_;
     std::map<MibKey, std::vector<MibKey>> pointers_;  // who points there
     std::set<MibKey> shown_;
-    std::string text_;
+    bool isFree_ = false;
+    std::vector<MibNode> nodes_;
 };
 
 // ---- differences ----
@@ -198,8 +197,29 @@ std::string mibTable(const nlohmann::json& mib, const Terminal& terminal) {
     return text;
 }
 
+std::vector<MibNode> mibNodes(const nlohmann::json& mib) {
+    return MibTree(mib).nodes();
+}
+
 std::string mibTree(const nlohmann::json& mib, const Terminal& terminal) {
-    return MibTree(mib, terminal).text();
+    std::string text;
+    const auto line = [&](const std::string& indent, const std::string& words, bool bold) {
+        const std::string whole = hanging(indent + words, terminal.width(), indent.size() + 2);
+        text += (bold ? terminal.bold(whole) : whole) + "\n";
+    };
+    bool isFree = false;
+    for (const MibNode& node : mibNodes(mib)) {
+        if (node.isFree && !isFree) text += terminal.bold("No bridge leads to") + "\n";
+        isFree = node.isFree;
+        const std::string indent(2 * node.depth, ' ');
+        const std::string note = !node.exists ? " (does not exist)" : node.isAbove ? " (above)" : "";
+        line(indent,
+             (node.how.empty() ? "" : node.how + " → ") + node.entity + note +
+                 (node.attributes.empty() ? "" : ": " + node.attributes),
+             node.depth == 0);
+        for (const std::string& row : node.rows) line(indent + "    ", row, false);
+    }
+    return text.empty() ? "The OLT has made no entities.\n" : text;
 }
 
 std::vector<std::string> mibDifferences(const nlohmann::json& before, const nlohmann::json& after) {

@@ -24,7 +24,7 @@ using Cells = std::vector<std::string>;
 
 constexpr std::size_t kWide = 110;       // columns from which rates in bits have room
 constexpr std::size_t kFewestCalls = 3;  // of the last calls, in any window
-constexpr std::size_t kMaxWarningsShown = 4;
+constexpr std::size_t kMaxWarningsShown = 4;  // lines
 
 // Columns of their own widths, each as wide as its widest cell; the first is aligned to the left, numbers to the right.
 struct Columns {
@@ -309,7 +309,12 @@ std::vector<std::string> watchLines(const Watched& watched, WatchChoice& choice,
         indented(faultWords(watched.counters->is_object() ? watched.counters->value("faults", json::array()) : json()));
     if (!faults.empty())
         sections.push_back({"Armed faults", faults, std::min(faults.size(), kMaxWarningsShown), false, false, 0});
-    const std::vector<std::string> warnings = indented(warningsOf(watched, state));
+    // How often a call has failed is at the end of its line.
+    std::vector<std::string> warnings;
+    for (const std::string& text : indented(warningsOf(watched, state))) {
+        std::vector<std::string> lines = wrapped(oneLine(text.substr(2)), columns > 4 ? columns - 4 : 1);
+        for (std::size_t i = 0; i < lines.size(); ++i) warnings.push_back((i == 0 ? "  " : "    ") + lines[i]);
+    }
     if (!warnings.empty())
         sections.push_back({"Warnings", warnings, std::min(warnings.size(), kMaxWarningsShown), false, false, 0});
     sections.push_back(

@@ -12,6 +12,7 @@
 #include "views/page/CallPart.h"
 #include "views/page/ControlPart.h"
 #include "views/page/CounterPart.h"
+#include "views/page/MibPart.h"
 
 namespace vorn_onu::page {
 
@@ -126,6 +127,7 @@ void BoardView::look() {
     parts_["lists"] = listsPart(input.state);
     parts_["controls"] = controlPart(device, newBoard_, hasOlt_);
     parts_["places"] = placePart(device);
+    parts_["mib"] = hasOlt_ ? mibPart(client_.ask(request("mib")).at("mib")) : "";
     changed_ = false;
     looked_ = Clock::now();
     lookTime_ = looked_ - begin;

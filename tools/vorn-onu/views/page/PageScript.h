@@ -132,7 +132,7 @@ function showParts(parts) {
 
 const kServices = '#part-services > [data-key]';
 const kFiltered = kServices + ', #part-picture svg[data-key], #part-pon tbody tr, #part-devices tbody tr, ' +
-  '#part-counters tbody tr:not(.way), #part-calls tbody tr';
+  '#part-mib > [data-key], #part-counters tbody tr:not(.way), #part-calls tbody tr';
 
 function filter() {
   const words = byId('filter').value.toLowerCase().split(' ').filter(Boolean);

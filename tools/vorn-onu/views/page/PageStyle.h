@@ -36,6 +36,8 @@ button:disabled, input:disabled, select:disabled { opacity:.55; cursor:not-allow
 #outcome { position:fixed; left:0; right:0; bottom:0; margin:0; padding:9px 20px; background:var(--card); border-top:1px solid var(--line); font-size:14px; overflow-wrap:anywhere; max-height:30vh; overflow-y:auto }
 #outcome:empty { display:none } #outcome.bad { color:var(--bad) } #outcome.good { color:var(--good) }
 #way:focus-visible { outline:2px solid var(--accent); outline-offset:2px }
+.mib, .rows { list-style:none; margin:0; padding:0; font-size:14px; overflow-wrap:anywhere } .mib .mib { margin-left:7px; padding-left:13px; border-left:1px solid var(--line) }
+.mib li { padding:3px 0 } .mib b { font-weight:600 } .rows li { color:var(--soft); font-family:ui-monospace,Consolas,monospace; font-size:13px; padding:1px 0 }
 .ends { margin:0 0 8px; font-size:14px } .fault { color:var(--warn) }
 #part-picture .scroll { max-height:75vh; overflow-y:auto } .tall { max-height:25em; overflow-y:auto } .tall.most { max-height:75vh } .tall:focus-visible { outline:2px solid var(--accent); outline-offset:2px; border-radius:4px }
 @media (min-width:601px) { .tall thead { position:sticky; top:0; background:var(--card) } }

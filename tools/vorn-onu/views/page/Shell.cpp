@@ -105,6 +105,7 @@ std::string contents() {
     add("counters", "Counters");
     add("calls", "Last calls");
     add("services", "Services and rules");
+    add("mib", "MIB");
     add("pon", "GEM ports and T-CONTs");
     add("devices", "Bridges and devices");
     add("lists", "Runner, routing, messages");
@@ -159,7 +160,7 @@ std::string shellPage(const std::string& board, const std::string& nonce) {
            "<datalist id=\"part-places\"></datalist>\n</fieldset>\n<div id=\"way\" class=\"card\" "
            "hidden></div>\n</section>\n" +
            emptySection("Counters", "counters") + emptySection("Last calls into the device", "calls") +
-           emptySection("Services and their rules", "services") + emptySection("GEM ports and T-CONTs", "pon") +
+           emptySection("Services and their rules", "services") + emptySection("MIB", "mib") + emptySection("GEM ports and T-CONTs", "pon") +
            emptySection("Bridges and devices", "devices") + emptySection("Runner, routing, messages", "lists") +
            "</main>\n<p id=\"outcome\" role=\"status\"></p>\n</body>\n</html>\n";
 }

@@ -1,6 +1,7 @@
 // The exported functions that a daemon calls beside the HAL object.
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/omci_brcm_hal.h"
+#include "bridge/BridgeControl.h"
 #include "device/Counters.h"
 #include "device/EthernetUni.h"
 #include "running/scenario/operations/OperationArguments.h"
@@ -68,6 +69,22 @@ Operation interfaceCounters() {
         });
 }
 
+Operation portIsolation() {
+    struct Arguments {
+        std::string bridge, port;
+        bool isolated;
+    };
+    return operation<Arguments>(
+        "br_set_port_isolated", "lets nothing pass between isolated ports of a bridge; 0 or an errno value", kChanges,
+        {field("bridge", &Arguments::bridge, required(), "name of the bridge"),
+         field("port", &Arguments::port, required(), "name of its port"),
+         field("isolated", &Arguments::isolated, kFlag, required(), "true on, false off")},
+        {}, [](VornHal&, Arguments& a) {
+            const int error = br_set_port_isolated(a.bridge.c_str(), a.port.c_str(), a.isolated ? 1 : 0);
+            return Outcome{error, Json::object()};
+        });
+}
+
 Operation gemPortCounter() {
     return operation<GalEthPMHistoryData_t>(
         "getGalEthPmHistDataME", "discarded frames of a GEM port", kQuery,
@@ -96,6 +113,7 @@ Operation hostServiceTag() {
 std::vector<Operation> deviceOperations() {
     std::vector<Operation> rows = uniOperations();
     rows.push_back(interfaceCounters());
+    rows.push_back(portIsolation());
     rows.push_back(gemPortCounter());
     rows.push_back(hostServiceTag());
     rows.push_back(operation<NoArguments>("VornBrcmHal::createAlarmStatsThread", "starts the link monitor", kChanges,
