@@ -71,6 +71,12 @@ struct VIRTUAL_ONU_API Bridge {
     std::vector<std::string> members() const;  // the names of the ports
 };
 
+struct VIRTUAL_ONU_API JoinedGroup {
+    std::string bridge, port;
+    std::uint32_t group = 0;  // its first octet on top
+    std::uint64_t ageMs = 0;  // since the last join
+};
+
 // An address that a bridge has learned.
 struct VIRTUAL_ONU_API LearnedAddress {
     std::string bridge;
@@ -331,6 +337,9 @@ public:
     std::vector<WireExit> carryFromPon(unsigned gemPortId, const std::vector<std::uint8_t>& bytes);
     // The data path as it is now, for frames to be sent later, whatever becomes of the device.
     FrozenDataPath freezeDataPath() const;
+    // Groups of IPv4 that the stations behind the ports of a bridge have joined, and the joins heard at a port so far.
+    std::vector<JoinedGroup> joinedGroups() const;
+    std::uint32_t joinMessages(const std::string& port) const;
     std::vector<LearnedAddress> learnedAddresses() const;  // by bridge and address, those that have not aged
     void forgetLearned();                                  // the addresses and multicast groups that the bridges know
     // IGMP and MLD snooping of a bridge, on as the kernel has it. False when there is no such bridge.

@@ -70,6 +70,10 @@ public:
 
     // The state of an Ethernet port's link: its attributes and the alarm LAN-LOS.
     void portChanged(InstanceId ethernetPort, const PortState& state);
+    // The state of a VEIP: its attribute and the alarm of a failed connecting function.
+    void veipChanged(InstanceId veip, bool connected);
+    // The current addresses of an IP host.
+    void hostChanged(InstanceId ipHost, const HostAddresses& addresses);
 
 private:
     Content execute(const Message& request);
@@ -88,11 +92,14 @@ private:
     Content reboot(const Message& request, std::uint8_t flags);
     void refresh(EntityKey entity, AttributeMask mask);
     void refreshPortOf(const Entity& bridgePort);
+    void refreshMonitor(EntityKey monitor, const Entity& bridgePort);
     void refreshAll();
     void afterSet(EntityKey entity, AttributeMask mask);
     void raiseDataSync(EntityKey changed);
     void restart(InstanceId image);
     void watchPorts();
+    void watchVeips();
+    void watchHosts();
     void watchOptics();
 
     Board board_;

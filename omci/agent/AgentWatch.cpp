@@ -1,5 +1,6 @@
 // What the agent does beside answering: values that live, what time brings, restarts.
 #include <algorithm>
+#include <cmath>
 #include <utility>
 #include <vector>
 
@@ -15,12 +16,20 @@ namespace {
 constexpr std::uint64_t kWatchMs = 1'000;
 constexpr std::uint64_t kOpticsEvery = 10;  // watches
 
-constexpr unsigned kLanLos = 0;  // of an Ethernet port
+constexpr unsigned kLanLos = 0;                  // of an Ethernet port
+constexpr unsigned kConnectingFunctionFail = 0;  // of a VEIP
 constexpr std::uint8_t kEnabled = 0, kDisabled = 1;
 constexpr std::uint8_t kDhcp = 0x01;  // of the IP options
 
 // Alarms of the ANI-G.
-enum : unsigned { kLowReceived = 0, kHighReceived = 1, kLowTransmitted = 4, kHighTransmitted = 5 };
+enum : unsigned {
+    kLowReceived = 0,
+    kHighReceived = 1,
+    kSignalFail = 2,
+    kSignalDegrade = 3,
+    kLowTransmitted = 4,
+    kHighTransmitted = 5
+};
 
 // Levels in units of 0.002 dB relative to 1 mW.
 constexpr int kHalfDecibel = 250;
@@ -45,6 +54,20 @@ TableRows bridgeTableRows(const std::vector<LearnedStation>& stations) {
         Bytes row;
         appendNumber(row, kLearned | std::clamp<unsigned>(station.ageSeconds, 1, kMaxAge) << kAgeShift, 2);
         row.insert(row.end(), station.address.begin(), station.address.end());
+        rows.push_back(std::move(row));
+    }
+    return rows;
+}
+
+// Rows of the IPv4 active group list (9.3.29).
+TableRows activeGroupRows(const std::vector<JoinedGroup>& groups) {
+    TableRows rows;
+    for (const JoinedGroup& one : groups) {
+        Bytes row;
+        appendNumber(row, one.vlan, 2);
+        for (const std::uint32_t number : {one.source, one.group, one.bytesPerSecond, one.client, one.secondsSinceJoin})
+            appendNumber(row, number, 4);
+        appendNumber(row, 0, 2);
         rows.push_back(std::move(row));
     }
     return rows;
@@ -77,6 +100,16 @@ void Agent::refresh(EntityKey key, AttributeMask mask) {
                 }
             }
             break;
+        case class_id::kMulticastMonitor:
+            // Of a mapper without a bridge nobody listens to joins.
+            if (const Entity* port = mib_.find(class_id::kBridgePort, key.instance)) refreshMonitor(key, *port);
+            break;
+        case class_id::kIpHost:
+            if (const auto addresses = device_.hostAddresses(key.instance)) hostChanged(key.instance, *addresses);
+            break;
+        case class_id::kVeip:
+            if (const auto connected = device_.veipConnected(key.instance)) veipChanged(key.instance, *connected);
+            break;
         case class_id::kOnu2G:
             if (asked(attr::onu2_g::kSysUpTime)) {
                 mib_.setNumber(key, attr::onu2_g::kSysUpTime, (clock_.nowMs() - startedMs_) / 10);
@@ -102,6 +135,18 @@ void Agent::refresh(EntityKey key, AttributeMask mask) {
     }
 }
 
+void Agent::refreshMonitor(EntityKey key, const Entity& bridgePort) {
+    const auto joined =
+        device_.joinedGroups(bridgePort.number16(attr::bridge_port::kBridgeIdPointer), targetOf(bridgePort));
+    if (!joined) return;
+    std::uint64_t bandwidth = 0;
+    for (const JoinedGroup& one : joined->groups) bandwidth += one.bytesPerSecond;
+    constexpr std::uint64_t kMost = 0xFFFFFFFF;
+    mib_.setNumber(key, attr::multicast_monitor::kCurrentMulticastBandwidth, std::min(bandwidth, kMost));
+    mib_.setNumber(key, attr::multicast_monitor::kJoinMessagesCounter, joined->joins);
+    mib_.setRows(key, attr::multicast_monitor::kIpv4ActiveGroupListTable, activeGroupRows(joined->groups));
+}
+
 // The port behind a bridge port, whose link the state of the bridge port follows.
 void Agent::refreshPortOf(const Entity& bridgePort) {
     const EntityKey port = targetOf(bridgePort);
@@ -112,6 +157,8 @@ void Agent::refreshAll() {
     refresh({class_id::kAniG, aniInstance(board_)}, 0xFFFF);
     refresh({class_id::kOnu2G, 0}, 0xFFFF);
     watchPorts();
+    watchVeips();
+    watchHosts();
     for (const ClassId classId : {class_id::kBridgeData, class_id::kBridgePortDesignation}) {
         std::vector<EntityKey> keys;
         for (const auto& [instance, entity] : mib_.instances(classId)) keys.push_back(entity.key());
@@ -128,7 +175,8 @@ void Agent::afterSet(EntityKey key, AttributeMask) {
         const bool enabled = entity.number8(attr::ethernet_uni::kOperationalState) == kEnabled;
         portChanged(key.instance, {enabled, entity.number8(attr::ethernet_uni::kConfigurationInd)});
     }
-    if (key.classId == class_id::kIpHost && (entity.number8(attr::ip_host::kIpOptions) & kDhcp) == 0) {
+    if (key.classId == class_id::kIpHost && !device_.hostAddresses(key.instance) &&
+        (entity.number8(attr::ip_host::kIpOptions) & kDhcp) == 0) {
         // Without DHCP the addresses in use are those that were set by hand.
         constexpr AttributeNumber kAddresses = 5;
         for (AttributeNumber at = 0; at < kAddresses; ++at) {
@@ -146,6 +194,22 @@ void Agent::portChanged(InstanceId port, const PortState& state) {
     alarms_.set(key, kLanLos, !state.linkUp);
 }
 
+void Agent::veipChanged(InstanceId veip, bool connected) {
+    const EntityKey key{class_id::kVeip, veip};
+    if (mib_.find(key) == nullptr) return;
+    outbox_.change(key, attr::veip::kOperationalState, connected ? kEnabled : kDisabled);
+    alarms_.set(key, kConnectingFunctionFail, !connected);
+}
+
+void Agent::hostChanged(InstanceId ipHost, const HostAddresses& addresses) {
+    const EntityKey key{class_id::kIpHost, ipHost};
+    if (mib_.find(key) == nullptr) return;
+    AttributeNumber attribute = attr::ip_host::kCurrentAddress;
+    for (const std::uint32_t address :
+         {addresses.address, addresses.mask, addresses.gateway, addresses.primaryDns, addresses.secondaryDns})
+        outbox_.change(key, attribute++, address);
+}
+
 void Agent::tick() {
     const std::uint64_t nowMs = clock_.nowMs();
     alarms_.tick(nowMs);
@@ -155,6 +219,8 @@ void Agent::tick() {
     lastWatch_ = watch;
     performance_.tick(nowMs);
     watchPorts();
+    watchVeips();
+    watchHosts();
     if (optics) watchOptics();
 }
 
@@ -163,6 +229,16 @@ void Agent::watchPorts() {
         const InstanceId instance = ethernetPortInstance(board_, port);
         if (const auto state = device_.portState(instance)) portChanged(instance, *state);
     }
+}
+
+void Agent::watchVeips() {
+    for (unsigned veip = 0; veip < board_.veips; ++veip)
+        refresh({class_id::kVeip, veipInstance(board_, veip)}, maskOf(attr::veip::kOperationalState));
+}
+
+void Agent::watchHosts() {
+    for (unsigned host = 0; host < board_.ipHosts; ++host)
+        refresh({class_id::kIpHost, static_cast<InstanceId>(host)}, maskOf(attr::ip_host::kCurrentAddress));
 }
 
 void Agent::watchOptics() {
@@ -179,6 +255,14 @@ void Agent::watchOptics() {
     watch(transmittedLevel(hal_), kLowTransmitted, kHighTransmitted,
           transmittedThreshold(ani.number8(attr::ani_g::kLowerTransmitPowerThreshold), kOwnLowTransmitted),
           transmittedThreshold(ani.number8(attr::ani_g::kUpperTransmitPowerThreshold), kOwnHighTransmitted));
+    if (const auto ratio = device_.bitErrorRatio()) {
+        // Thresholds are exponents: y for 10^-y.
+        const auto reaches = [&](AttributeNumber threshold) {
+            return *ratio >= std::pow(10.0, -int{ani.number8(threshold)});
+        };
+        alarms_.set(key, kSignalFail, reaches(attr::ani_g::kSfThreshold));
+        alarms_.set(key, kSignalDegrade, reaches(attr::ani_g::kSdThreshold));
+    }
 }
 
 void Agent::afterAnswer() {

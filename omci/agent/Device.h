@@ -42,6 +42,26 @@ struct LearnedStation {
     std::uint16_t ageSeconds = 0;  // since its last frame, at most 4095
 };
 
+// The addresses that an IP host has, each as a number with the first octet on top; 0 where there is none.
+struct HostAddresses {
+    std::uint32_t address = 0, mask = 0, gateway = 0, primaryDns = 0, secondaryDns = 0;
+};
+
+// A multicast group that somebody behind a bridge port has joined, of IPv4; addresses as in HostAddresses.
+struct JoinedGroup {
+    std::uint16_t vlan = 0;    // 0 for untagged, or not known
+    std::uint32_t source = 0;  // 0 for any
+    std::uint32_t group = 0;
+    std::uint32_t client = 0;            // who joined it last, 0 where that is not known
+    std::uint32_t secondsSinceJoin = 0;  // the last one
+    std::uint32_t bytesPerSecond = 0;    // that come down, 0 where nobody counts
+};
+
+struct JoinedGroups {
+    std::vector<JoinedGroup> groups;
+    std::uint32_t joins = 0;  // messages that have come in at the port
+};
+
 class Device {
 public:
     virtual ~Device() = default;
@@ -57,7 +77,15 @@ public:
     virtual std::optional<std::vector<LearnedStation>> learnedStations(InstanceId /*bridge*/, EntityKey /*port*/) {
         return std::nullopt;
     }
+    // What is joined behind a port of a bridge, as the bridge has heard it.
+    virtual std::optional<JoinedGroups> joinedGroups(InstanceId /*bridge*/, EntityKey /*port*/) { return std::nullopt; }
+    // What an IP host uses, by hand or by DHCP.
+    virtual std::optional<HostAddresses> hostAddresses(InstanceId /*ipHost*/) { return std::nullopt; }
+    // Whether frames reach the other side of a VEIP.
+    virtual std::optional<bool> veipConnected(InstanceId /*veip*/) { return std::nullopt; }
     virtual ModuleReading module() { return {}; }
+    // Of what comes down, before correction: wrong bits of all bits.
+    virtual std::optional<double> bitErrorRatio() { return std::nullopt; }
 
     // A voice call is going on; with emergencyOnly an emergency call.
     virtual bool callInProgress(bool /*emergencyOnly*/) { return false; }

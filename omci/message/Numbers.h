@@ -378,11 +378,16 @@ enum : AttributeNumber {
 }
 
 namespace attr::multicast_monitor {
-enum : AttributeNumber { kMeType = 1, kIpv4ActiveGroupListTable = 5 };
+enum : AttributeNumber {
+    kMeType = 1,
+    kCurrentMulticastBandwidth = 2,
+    kJoinMessagesCounter = 3,
+    kIpv4ActiveGroupListTable = 5
+};
 }
 
 namespace attr::veip {
-enum : AttributeNumber { kAdministrativeState = 1, kTcpUdpPointer = 4 };
+enum : AttributeNumber { kAdministrativeState = 1, kOperationalState = 2, kTcpUdpPointer = 4 };
 }
 
 }  // namespace omci

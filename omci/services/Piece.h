@@ -16,7 +16,17 @@
 namespace omci::services {
 
 // In the order in which pieces are made; they are taken back in reverse.
-enum class PieceKind : std::uint8_t { kTCont, kGemPort, kBridge, kAniService, kUni, kMulticast, kIpHost, kIsolation, kPort };
+enum class PieceKind : std::uint8_t {
+    kTCont,
+    kGemPort,
+    kBridge,
+    kAniService,
+    kUni,
+    kMulticast,
+    kIpHost,
+    kIsolation,
+    kPort
+};
 
 struct PieceKey {
     PieceKind kind = PieceKind::kTCont;

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <functional>
 
 #include "omci/agent/Endpoint.h"
 #include "omci/agent/Identity.h"
@@ -175,6 +176,67 @@ TEST_F(AgentTest, WeakLightRaisesTheAlarmOfTheThresholdThatWasSet) {
     agent.tick();
     EXPECT_EQ(lines(), Lines{"-  alarm  ANI-G 0x8001  alarms low received power, sequence 1"});
     EXPECT_EQ(get(ani, maskOf(attr::ani_g::kOpticalSignalLevel)).values[0], 0xD8);
+}
+
+// Board and HAL tell nothing of these; a device may. The second look finds nothing new.
+TEST_F(AgentTest, WhatTheDeviceTellsByItselfReachesTheOlt) {
+    const struct {
+        const char* what;
+        std::function<void(TestDevice&)> happens;
+        Lines lines;
+    } kCases[] = {
+        {"a VEIP that is connected, as it was before", [](TestDevice& one) { one.veip = true; }, {}},
+        {"and is no longer",
+         [](TestDevice& one) { one.veip = false; },
+         {"-  attribute value change  Virtual Ethernet interface point 0x0601  Operational state disabled",
+          "-  alarm  Virtual Ethernet interface point 0x0601  alarms connecting function fail, sequence 1"}},
+        {"it comes back",
+         [](TestDevice& one) { one.veip = true; },
+         {"-  attribute value change  Virtual Ethernet interface point 0x0601  Operational state enabled",
+          "-  alarm  Virtual Ethernet interface point 0x0601  alarms none, sequence 2"}},
+        {"an address by DHCP",
+         [](TestDevice& one) {
+             one.host = HostAddresses{0x0A000005, 0xFFFFFF00, 0x0A000001, 0x0A000035, 0};
+         },
+         {"-  attribute value change  IP host config data 0x0000  Current address 10.0.0.5",
+          "-  attribute value change  IP host config data 0x0000  Current mask 255.255.255.0",
+          "-  attribute value change  IP host config data 0x0000  Current gateway 10.0.0.1",
+          "-  attribute value change  IP host config data 0x0000  Current primary DNS 10.0.0.53"}},
+        {"few bit errors", [](TestDevice& one) { one.bitErrors = 0.9e-9; }, {}},
+        {"more than 10^-9",
+         [](TestDevice& one) { one.bitErrors = 1.1e-9; },
+         {"-  alarm  ANI-G 0x8001  alarms SD, sequence 3"}},
+        {"more than 10^-5",
+         [](TestDevice& one) { one.bitErrors = 1.1e-5; },
+         {"-  alarm  ANI-G 0x8001  alarms SF, SD, sequence 4"}},
+        {"none",
+         [](TestDevice& one) { one.bitErrors = 0; },
+         {"-  alarm  ANI-G 0x8001  alarms SD, sequence 5", "-  alarm  ANI-G 0x8001  alarms none, sequence 6"}},
+    };
+    for (const auto& one : kCases) {
+        one.happens(device);
+        for (const Lines& expected : {one.lines, Lines{}}) {
+            clock.ms += 10'000;
+            agent.tick();
+            EXPECT_EQ(lines(), expected) << one.what;
+        }
+    }
+}
+
+TEST_F(AgentTest, AMonitorListsTheGroupsThatAreJoinedBehindItsBridgePort) {
+    const EntityKey port{class_id::kBridgePort, 9}, monitor{class_id::kMulticastMonitor, 9};
+    ASSERT_EQ(create(kBridgeKey), Result::kSuccess);
+    ASSERT_EQ(create(port, hex("0001 01 01 0101 0000 0001 00 00 00 00 00 00 00 00")), Result::kSuccess);
+    ASSERT_EQ(create(monitor, hex("00")), Result::kSuccess);
+    const auto groups = [&] {
+        const GetAnswer length = get(monitor, maskOf(5));
+        const auto part = ask<TablePartAnswer>(MessageType::kGetNext, monitor, TablePartAsked{maskOf(5), 0});
+        return ByteView(part.part).part(0, number32(length.values, 0)).copy();
+    };
+    EXPECT_TRUE(groups().empty()) << "the device tells nothing";
+    device.joined[{kBridgeKey.instance, kPort}] = {{{310, 0, 0xE1000001, 0xC0A80007, 12, 500'000}}, 3};
+    EXPECT_EQ(groups(), hex("0136 00000000 E1000001 0007A120 C0A80007 0000000C 0000"));
+    EXPECT_EQ(ByteView(get(monitor, maskOf(2) | maskOf(3)).values).part(0, 8), ByteView(hex("0007A120 00000003")));
 }
 
 TEST_F(AgentTest, SelfTestGivesTheOpticalLine) {

@@ -50,6 +50,13 @@ public:
         const auto found = ports.find(port);
         return found == ports.end() ? std::nullopt : std::optional<PortState>(found->second);
     }
+    std::optional<JoinedGroups> joinedGroups(InstanceId bridge, EntityKey port) override {
+        const auto found = joined.find({bridge, port});
+        return found == joined.end() ? std::nullopt : std::optional<JoinedGroups>(found->second);
+    }
+    std::optional<HostAddresses> hostAddresses(InstanceId) override { return host; }
+    std::optional<bool> veipConnected(InstanceId) override { return veip; }
+    std::optional<double> bitErrorRatio() override { return bitErrors; }
     ModuleReading module() override { return {3.3, 12.0, 40.5}; }
     bool callInProgress(bool) override { return calling; }
     void restart(InstanceId image) override { restarts.push_back(image); }
@@ -57,6 +64,10 @@ public:
     std::map<EntityKey, IntfStats> counters;
     std::map<std::uint16_t, GemPortCounters> gemPorts;
     std::map<InstanceId, PortState> ports;  // those whose state the device tells
+    std::map<std::pair<InstanceId, EntityKey>, JoinedGroups> joined;
+    std::optional<HostAddresses> host;
+    std::optional<bool> veip;
+    std::optional<double> bitErrors;
     bool calling = false;
     std::vector<InstanceId> restarts;
 };

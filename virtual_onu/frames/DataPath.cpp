@@ -146,6 +146,29 @@ std::vector<LearnedAddress> learnedNow() {
 
 }  // namespace datapath
 
+std::vector<JoinedGroup> VirtualOnu::joinedGroups() const {
+    const DeviceAccess lock(deviceMutex());
+    const std::uint64_t nowMs = virtualNowMs();
+    std::vector<JoinedGroup> result;
+    for (const int index : datapath::memory().bridges()) {
+        const auto bridge = network::deviceOfIndex(index);
+        const datapath::Snooping* snooping = datapath::memory().snooping(index);
+        if (!bridge || snooping == nullptr) continue;
+        for (const auto& one : snooping->joined(nowMs)) {
+            const auto port = network::deviceOfIndex(one.port);
+            if (port) result.push_back({bridge->name, port->name, one.ipGroup, nowMs - one.joinedMs});
+        }
+    }
+    return result;
+}
+
+std::uint32_t VirtualOnu::joinMessages(const std::string& port) const {
+    const DeviceAccess lock(deviceMutex());
+    const auto device = network::device(port), bridge = network::device(device ? device->master : "");
+    const datapath::Snooping* snooping = bridge ? datapath::memory().snooping(bridge->index) : nullptr;
+    return snooping == nullptr ? 0 : snooping->joins(device->index);
+}
+
 Walk VirtualOnu::sendFromPort(const std::string& device, const Frame& frame, Learning learning) {
     return datapath::fromPort(device, frame, learning);
 }

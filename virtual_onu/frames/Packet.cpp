@@ -80,6 +80,12 @@ Mac groupMac(const std::uint8_t* ipGroup, bool ipv6) {
     return kIpv4Groups | mac;
 }
 
+std::uint32_t ipGroup(const std::uint8_t* address) {
+    std::uint32_t number = 0;
+    for (std::size_t i = 0; i < 4; ++i) number = number << 8 | address[i];
+    return number;
+}
+
 Mac groupMac(const std::string& ipGroup) {
     std::array<std::uint8_t, 16> bytes{};
     if (inet_pton(AF_INET, ipGroup.c_str(), bytes.data()) == 1) return groupMac(bytes.data(), false);
@@ -100,6 +106,8 @@ Multicast multicastOf(const Frame& frame, Mac destination) {
         const GroupMessage& message = *frame.groupMessage;
         result.kind = kindOf(message.kind);
         result.group = groupMac(message.group);
+        std::array<std::uint8_t, 4> address{};
+        if (inet_pton(AF_INET, message.group.c_str(), address.data()) == 1) result.ipGroup = ipGroup(address.data());
         result.maxResponseMs = message.maxResponseMs;
     } else if (frame.ipProtocol != (result.ipv6 ? kIcmpv6 : kIgmp)) {  // a message without a content is anything
         result.kind = Multicast::Kind::Data;

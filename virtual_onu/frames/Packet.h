@@ -19,6 +19,7 @@ constexpr bool isGroup(Mac mac) {
     return (mac >> 40 & 1) != 0;
 }
 std::string textOf(Mac mac);
+std::uint32_t ipGroup(const std::uint8_t* address);    // of IPv4, the first octet on top
 Mac groupMac(const std::string& ipGroup);              // 0 for a text that is no multicast address
 Mac groupMac(const std::uint8_t* ipGroup, bool ipv6);  // 0 for an address that is none
 Mac macOf(const std::string& text);                    // 0 for a text that is no MAC address
@@ -41,7 +42,8 @@ struct Multicast {
     enum class Kind : std::uint8_t { None, Data, Query, Report, Leave };
     Kind kind = Kind::None;
     bool ipv6 = false;
-    Mac group = 0;  // 0 in a general query
+    Mac group = 0;              // 0 in a general query
+    std::uint32_t ipGroup = 0;  // of a message of IPv4, as it names the group
     std::uint32_t maxResponseMs = 0;
 };
 Multicast::Kind kindOf(GroupMessage::Kind message);

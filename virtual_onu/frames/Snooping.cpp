@@ -1,6 +1,7 @@
 #include "frames/Snooping.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace virtual_onu::datapath {
 
@@ -30,8 +31,10 @@ void Snooping::take(const Multicast& message, int port, std::uint64_t nowMs) {
         case Multicast::Kind::Query:
             return hearQuery(message, port, nowMs);
         case Multicast::Kind::Report:
-            if (message.group != 0 && !goesEverywhere(message, message.group))
-                members_[message.group][port] = nowMs + kMembershipMs;
+            ++joins_[port];
+            if (message.group == 0 || goesEverywhere(message, message.group)) return;
+            members_[message.group][port] = nowMs + kMembershipMs;
+            if (message.ipGroup != 0) joined_[{message.ipGroup, port}] = nowMs;
             return;
         case Multicast::Kind::Leave:
             return hearLeave(message, port, nowMs);
@@ -56,6 +59,7 @@ void Snooping::hearQuery(const Multicast& query, int port, std::uint64_t nowMs) 
 
 // While a querier is there, it asks whether others want the group, and nothing happens until then.
 void Snooping::hearLeave(const Multicast& leave, int port, std::uint64_t nowMs) {
+    joined_.erase({leave.ipGroup, port});
     if (queriers_[leave.ipv6 ? 1 : 0].untilMs > nowMs) return;
     const auto members = members_.find(leave.group);
     if (members == members_.end() || members->second.count(port) == 0) return;
@@ -97,6 +101,21 @@ void Snooping::remember(const Memory& memory) {
 void Snooping::forgetPort(int port) {
     routers_.erase(port);
     for (auto& entry : members_) entry.second.erase(port);
+    joins_.erase(port);
+    for (auto entry = joined_.begin(); entry != joined_.end();)
+        entry = entry->first.second == port ? joined_.erase(entry) : std::next(entry);
+}
+
+std::vector<Snooping::Joined> Snooping::joined(std::uint64_t nowMs) const {
+    std::vector<Joined> all;
+    for (const auto& [key, joinedMs] : joined_)
+        if (joinedMs + kMembershipMs > nowMs) all.push_back({key.first, key.second, joinedMs});
+    return all;
+}
+
+std::uint32_t Snooping::joins(int port) const {
+    const auto found = joins_.find(port);
+    return found == joins_.end() ? 0 : found->second;
 }
 
 }  // namespace virtual_onu::datapath

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <utility>
 #include <vector>
 
 #include "frames/Packet.h"
@@ -22,6 +23,15 @@ public:
     bool wants(const Multicast& frame, int port, std::uint64_t nowMs) const;
 
     void forgetPort(int port);
+
+    // A group of IPv4 that a port wants, and when it was joined last.
+    struct Joined {
+        std::uint32_t ipGroup = 0;
+        int port = 0;
+        std::uint64_t joinedMs = 0;
+    };
+    std::vector<Joined> joined(std::uint64_t nowMs) const;
+    std::uint32_t joins(int port) const;  // reports that have come in there
 
     // As a board that is kept says it: lists, each with times in virtual milliseconds.
     struct Query {
@@ -51,6 +61,9 @@ private:
 
     std::array<Querier, 2> queriers_;  // of IPv4 and IPv6
     std::map<Mac, Ports> members_;
+    // By IP address and port, when a group was joined last. Not kept in a file.
+    std::map<std::pair<std::uint32_t, int>, std::uint64_t> joined_;
+    std::map<int, std::uint32_t> joins_;
     Ports routers_;
 };
 

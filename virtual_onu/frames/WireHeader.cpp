@@ -137,6 +137,7 @@ Packet packetOf(const WireHeader& header) {
     if (header.group) {
         multicast.kind = kindOf(header.group->kind);
         multicast.group = header.group->address == nullptr ? 0 : groupMac(header.group->address, multicast.ipv6);
+        if (!multicast.ipv6 && header.group->address != nullptr) multicast.ipGroup = ipGroup(header.group->address);
         multicast.maxResponseMs = header.group->maxResponseMs;
     } else if (packet.ipProtocol != (multicast.ipv6 ? kIcmpv6 : kIgmp)) {
         multicast.kind = Multicast::Kind::Data;

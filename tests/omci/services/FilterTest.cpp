@@ -133,7 +133,8 @@ TEST(PortBridging, PassesFramesBetweenThePortsOfABridgeOnlyWhileItIsOn) {
                                         {attr::bridge_port::kPortNum, 9},
                                         {attr::bridge_port::kTpType, 1},
                                         {attr::bridge_port::kTpPointer, 0x0104}});
-        std::string text = olt.send(plainService()) + olt.send(olt::Requests{bridging(0)});
+        std::string text = olt.send(plainService());
+        text += olt.send(olt::Requests{bridging(0)});
         const std::string alone = "gpondef ", together = "gpondef sid3 ", nobody;
         const struct {
             const char* what;

@@ -1,7 +1,10 @@
 #include "living/BoardDevice.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
 #include <iterator>
+#include <sstream>
 #include <string>
 
 #include "VirtualOnu.h"
@@ -9,6 +12,7 @@
 #include "omci/message/Integrity.h"
 #include "omci/message/Numbers.h"
 #include "omci/message/ValueText.h"
+#include "omci/services/Plan.h"
 #include "running/scenario/fields/Field.h"
 
 namespace vorn_onu {
@@ -24,6 +28,7 @@ struct Link {
 constexpr Link kLinks[] = {{1, 4, "eth1"}, {2, 0, "eth0"}};
 
 constexpr int kFullDuplex = 1;
+constexpr unsigned kBridgeOfInstance0 = 65535;  // the HAL's 0 is the one with the VEIP
 
 // "Configuration ind" of G.988 9.5.1.
 std::uint8_t configurationOf(int speed, int duplex) {
@@ -50,6 +55,20 @@ std::vector<std::uint8_t> bytesOfText(const std::string& mac) {
     std::string digits;
     std::copy_if(mac.begin(), mac.end(), std::back_inserter(digits), [](char c) { return c != ':'; });
     return bytesOfDigits(digits);
+}
+
+// 0 for what is no IPv4 address.
+std::uint32_t numberOfIp(const std::string& text) {
+    in_addr address{};
+    return inet_pton(AF_INET, text.c_str(), &address) == 1 ? ntohl(address.s_addr) : 0;
+}
+
+// The word behind another one in a line of words.
+std::string wordAfter(const std::string& line, const std::string& word) {
+    std::istringstream words(line);
+    for (std::string one; words >> one;)
+        if (one == word && words >> one) return one;
+    return "";
 }
 
 // The cable of a port that is set up is in.
@@ -122,7 +141,6 @@ std::optional<omci::PortState> BoardDevice::portState(omci::InstanceId ethernetP
 // On the board a UNI is member of its bridge by a VLAN device of its own, "sid1.3", and the PON side is "gpon3.3".
 std::optional<std::vector<omci::LearnedStation>> BoardDevice::learnedStations(omci::InstanceId bridge,
                                                                               omci::EntityKey port) {
-    constexpr unsigned kBridgeOfInstance0 = 65535;  // the HAL's 0 is the one with the VEIP
     constexpr std::uint64_t kMsInSecond = 1000, kMaxAge = 4095;
     const std::string number = std::to_string(bridge == 0 ? kBridgeOfInstance0 : bridge);
     const bool isVeip = port.classId == omci::class_id::kVeip;
@@ -139,6 +157,54 @@ std::optional<std::vector<omci::LearnedStation>> BoardDevice::learnedStations(om
         stations.push_back(station);
     }
     return stations;
+}
+
+// The bridge hears joins without the VLANs that the port's rows add.
+std::optional<omci::JoinedGroups> BoardDevice::joinedGroups(omci::InstanceId bridge, omci::EntityKey port) {
+    constexpr std::uint64_t kMsInSecond = 1000;
+    const auto& onu = virtual_onu::VirtualOnu::instance();
+    const std::string device = deviceOf(port);
+    if (device.empty() || port.classId != omci::class_id::kEthernetUni) return {};
+    const std::string member = device + "." + std::to_string(bridge == 0 ? kBridgeOfInstance0 : bridge);
+    omci::JoinedGroups joined;
+    joined.joins = onu.joinMessages(member);
+    for (const auto& one : onu.joinedGroups()) {
+        if (one.port != member) continue;
+        omci::JoinedGroup group;
+        group.group = one.group;
+        group.secondsSinceJoin = static_cast<std::uint32_t>(one.ageMs / kMsInSecond);
+        joined.groups.push_back(group);
+    }
+    return joined;
+}
+
+// The device of a host is "br3.6" for the first one on bridge 3. What a DHCP client has set is there like the rest.
+std::optional<omci::HostAddresses> BoardDevice::hostAddresses(omci::InstanceId ipHost) {
+    const auto& onu = virtual_onu::VirtualOnu::instance();
+    const std::string ending = "." + std::to_string(omci::services::Settings{}.firstIpHostPort + ipHost);
+    for (const auto& device : onu.devices()) {
+        if (device.name.compare(0, 2, "br") != 0 || device.name.find(ending) != device.name.size() - ending.size() ||
+            device.addresses.empty())
+            continue;
+        omci::HostAddresses found;
+        std::istringstream words(device.addresses.front());
+        std::string address, keyword, mask;
+        words >> address >> keyword >> mask;
+        found.address = numberOfIp(address);
+        if (keyword == "netmask") found.mask = numberOfIp(mask);
+        for (const std::string& route : onu.ipRoutes())
+            if (found.gateway == 0 && wordAfter(route, "dev") == device.name)
+                found.gateway = numberOfIp(wordAfter(route, "via"));
+        return found;
+    }
+    return {};
+}
+
+// Its device is there while a service uses it.
+std::optional<bool> BoardDevice::veipConnected(omci::InstanceId veip) {
+    const auto device = virtual_onu::VirtualOnu::instance().device(deviceOf({omci::class_id::kVeip, veip}));
+    if (!device) return {};
+    return device->up && device->operState != "down";
 }
 
 std::string BoardDevice::imageVersion(omci::ByteView image) {
