@@ -200,7 +200,8 @@ enum : AttributeNumber {
     kPortPathCost = 6,
     kPortMacAddress = 10,
     kOutboundTdPointer = 11,
-    kInboundTdPointer = 12
+    kInboundTdPointer = 12,
+    kMacLearningDepth = 13
 };
 }
 

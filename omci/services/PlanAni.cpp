@@ -69,6 +69,8 @@ void Planner::planBridgePort(InstanceId instance) {
     planRateLimit(*entity, attr::bridge_port::kOutboundTdPointer);
     planRateLimit(*entity, attr::bridge_port::kInboundTdPointer);
     refuseAddressFilters(instance);
+    if (entity->number8(attr::bridge_port::kMacLearningDepth) != 0)
+        problem(entity->key(), "the number of learned addresses is not limited");
     const std::uint8_t type = entity->number8(attr::bridge_port::kTpType);
     if (bridgePortTarget(type) == 0) return problem(entity->key(), "this ONU has no termination points of the TP type");
     if (type == kUni || type == kVeip || type == kIpHost) return planUserPort(*entity);
