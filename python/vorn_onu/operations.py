@@ -1023,6 +1023,20 @@ class Calls(Caller):
         """
         return self._call('getIntfStats', locals())
 
+    def br_set_port_isolated(
+        self, *, bridge: Optional[Union[str, Octets]] = None, port: Optional[Union[str, Octets]] = None,
+        isolated: Optional[Union[int, bool]] = None, record: Record = LEFT_OUT,
+        unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,
+        note: Optional[str] = None,
+    ) -> CallResult:
+        """lets nothing pass between isolated ports of a bridge; 0 or an errno value
+
+        bridge    name of the bridge (needed)
+        port      name of its port (needed)
+        isolated  true on, false off (needed)
+        """
+        return self._call('br_set_port_isolated', locals())
+
     def getGalEthPmHistDataME(
         self, *, gemPortId: Optional[int] = None, record: Record = LEFT_OUT,
         unchecked: Optional[Mapping[str, Any]] = None, result: Optional[Union[int, str]] = None,

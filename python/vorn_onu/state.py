@@ -31,6 +31,7 @@ class BridgePort:
     priority: int
     pathCost: int
     state: str  # "disabled", "listening", "learning", "forwarding"
+    isolated: bool = False  # nothing passes between two such ports
 
 
 @dataclass(frozen=True)
