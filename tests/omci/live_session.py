@@ -16,12 +16,13 @@ import sys
 import tempfile
 import time
 import unittest
+import urllib.request
 
 TOOL = ""
 
-CREATE, DELETE, SET, GET, UPLOAD, UPLOAD_NEXT, RESET = 4, 6, 8, 9, 13, 14, 15
+CREATE, DELETE, SET, GET, UPLOAD, UPLOAD_NEXT, RESET, GET_NEXT = 4, 6, 8, 9, 13, 14, 15, 26
 ONU_DATA, BRIDGE, BRIDGE_PORT, TAGGING_FILTER, MAPPER, TCONT, GEM_IW, GEM = 2, 45, 47, 84, 130, 262, 266, 268
-GAL = 272
+GAL, MONITOR = 272, 311
 UNI, PORT_TABLE = 11, 50
 UNKNOWN = 350
 
@@ -187,6 +188,9 @@ class Session(Living):
         order = [tree.index(word) for word in ("MAC bridge service profile 0x0003", "MAC bridge port configuration data 0x0201",
                                                "802.1p mapper service profile 0x0001", "GEM port network CTP 0x0401")]
         self.assertEqual(order, sorted(order), tree)
+        self.assertRegex(tree, r"\n  MAC bridge port configuration data 0x0101: ")
+        self.assertRegex(tree, r"\n      IW TP pointer for p-bit 0 → GEM interworking termination point 0x0401: ")
+        self.assertIn("<b>802.1p mapper service profile 0x0001</b>", self.page_part("mib"))
         after = self.file("after.json")
         with open(after, "w", encoding="utf-8") as written:
             written.write(self.at("mib", "--json"))
@@ -195,6 +199,32 @@ class Session(Living):
         self.assertIn("new: GEM port network CTP 0x0401", diff.stdout)
         self.assertRegex(diff.stdout, r"T-CONT 0x8000: Alloc-ID: .* → 1024")
         self.assertEqual(subprocess.run([TOOL, "diff", after, after], capture_output=True, timeout=60).returncode, 0)
+
+    def page_part(self, name):
+        """A part of the board's page, as HTML."""
+        with subprocess.Popen([TOOL, "at", "olt", "serve", "--port", "0"], env=self.environment, stdout=subprocess.PIPE,
+                              text=True) as server:
+            try:
+                address = re.search(r"http://[^/]+/", server.stdout.readline()).group(0)
+                with urllib.request.urlopen(address + "events", timeout=60) as events:
+                    for line in events:
+                        parts = json.loads(line[6:]) if line.startswith(b"data: {") else {}
+                        if parts.get(name):
+                            return parts[name]
+            finally:
+                server.terminate()
+        return ""
+
+    def test_groups_that_are_joined_at_a_port_are_its_monitors(self):
+        self.olt.provision()
+        self.olt.done(CREATE, MONITOR, 0x101, b"\0")
+        self.at("frame", "from=sid1", 'tags=[{"vid": 100}]', "destination=01:00:5e:01:02:03",
+                'group={"report": "239.1.2.3"}')
+        length = struct.unpack_from(">I", self.olt.ask(GET, MONITOR, 0x101, b"\x08\x00").content, 3)[0]
+        self.assertEqual(length, 24)
+        row = self.olt.ask(GET_NEXT, MONITOR, 0x101, b"\x08\x00\0\0").content[3:27]
+        self.assertEqual(row[6:10], bytes([239, 1, 2, 3]), row.hex())
+        self.assertEqual(self.olt.ask(GET, MONITOR, 0x101, b"\x20\x00").content[3:7], b"\0\0\0\1")
 
     def test_the_log_shows_what_is_asked_for(self):
         self.olt.provision()

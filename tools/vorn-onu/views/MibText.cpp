@@ -204,7 +204,7 @@ std::vector<MibNode> mibNodes(const nlohmann::json& mib) {
 std::string mibTree(const nlohmann::json& mib, const Terminal& terminal) {
     std::string text;
     const auto line = [&](const std::string& indent, const std::string& words, bool bold) {
-        const std::string whole = hanging(indent + words, terminal.width(), indent.size() + 2);
+        const std::string whole = indent + hanging(words, terminal.width(), indent.size() + 2);
         text += (bold ? terminal.bold(whole) : whole) + "\n";
     };
     bool isFree = false;
