@@ -93,7 +93,9 @@ void Planner::addVlans(InstanceId instance, std::set<std::uint16_t>& vlans) {
         for (const Bytes& row : profile->rows(table)) vlans.insert(number16(row, kVlanInAccessRow) & 0x0FFFU);
     }
     if (!profile->rows(attr::multicast_profile::kDynamicAccessTable).empty())
-        problem(profile->key(), "groups outside the lists come down too; those that nobody has joined, until the bridge hears a querier");
+        problem(
+            profile->key(),
+            "groups outside the lists come down too; those that nobody has joined, until the bridge hears a querier");
     if (profile->number8(attr::multicast_profile::kUpstreamIgmpTagControl) != 0)
         problem(profile->key(), "joins go up as the tagging rows of the port say, not as the profile says");
     const ByteView downstream = profile->bytes(attr::multicast_profile::kDownstreamIgmpAndMulticastTci);

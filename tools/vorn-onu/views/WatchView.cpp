@@ -22,8 +22,8 @@ namespace {
 using nlohmann::json;
 using Cells = std::vector<std::string>;
 
-constexpr std::size_t kWide = 110;       // columns from which rates in bits have room
-constexpr std::size_t kFewestCalls = 3;  // of the last calls, in any window
+constexpr std::size_t kWide = 110;            // columns from which rates in bits have room
+constexpr std::size_t kFewestCalls = 3;       // of the last calls, in any window
 constexpr std::size_t kMaxWarningsShown = 4;  // lines
 
 // Columns of their own widths, each as wide as its widest cell; the first is aligned to the left, numbers to the right.

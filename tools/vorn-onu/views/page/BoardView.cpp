@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "views/Html.h"
+#include "views/MibText.h"
 #include "views/Report.h"
 #include "views/page/CallPart.h"
 #include "views/page/ControlPart.h"
@@ -127,7 +128,7 @@ void BoardView::look() {
     parts_["lists"] = listsPart(input.state);
     parts_["controls"] = controlPart(device, newBoard_, hasOlt_);
     parts_["places"] = placePart(device);
-    parts_["mib"] = hasOlt_ ? mibPart(client_.ask(request("mib")).at("mib")) : "";
+    parts_["mib"] = hasOlt_ ? mibPart(mibNodes(client_.ask(request("mib")).at("mib"))) : "";
     changed_ = false;
     looked_ = Clock::now();
     lookTime_ = looked_ - begin;

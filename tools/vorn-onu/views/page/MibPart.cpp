@@ -1,11 +1,8 @@
 #include "views/page/MibPart.h"
 
-#include <vector>
-
-#include <nlohmann/json.hpp>
+#include <cstddef>
 
 #include "views/Html.h"
-#include "views/MibText.h"
 
 namespace vorn_onu::page {
 
@@ -47,8 +44,7 @@ std::string treeCard(const std::string& title, const std::string& body, bool ope
 
 }  // namespace
 
-std::string mibPart(const nlohmann::json& mib) {
-    const std::vector<MibNode> nodes = mibNodes(mib);
+std::string mibPart(const std::vector<MibNode>& nodes) {
     if (nodes.empty()) return card(element("p", "The OLT has made no entities.", "last soft"));
     std::size_t trees = 0;
     for (const MibNode& node : nodes) trees += node.depth == 0 && !node.isFree ? 1 : 0;

@@ -3,14 +3,14 @@
 #define VORN_ONU_PAGE_MIB_PART_H
 
 #include <string>
+#include <vector>
 
-#include <nlohmann/json_fwd.hpp>
+#include "views/MibText.h"
 
 namespace vorn_onu::page {
 
-// mib: the list of entities that the board answers to "mib". A tree for each bridge, as `vorn-onu at NAME mib --tree`
-// has it, and one for what no bridge leads to.
-std::string mibPart(const nlohmann::json& mib);
+// A tree for each bridge, as `vorn-onu at NAME mib --tree` has it, and one for what no bridge leads to.
+std::string mibPart(const std::vector<MibNode>& nodes);
 
 }  // namespace vorn_onu::page
 

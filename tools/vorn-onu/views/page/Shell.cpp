@@ -160,8 +160,9 @@ std::string shellPage(const std::string& board, const std::string& nonce) {
            "<datalist id=\"part-places\"></datalist>\n</fieldset>\n<div id=\"way\" class=\"card\" "
            "hidden></div>\n</section>\n" +
            emptySection("Counters", "counters") + emptySection("Last calls into the device", "calls") +
-           emptySection("Services and their rules", "services") + emptySection("MIB", "mib") + emptySection("GEM ports and T-CONTs", "pon") +
-           emptySection("Bridges and devices", "devices") + emptySection("Runner, routing, messages", "lists") +
+           emptySection("Services and their rules", "services") + emptySection("MIB", "mib") +
+           emptySection("GEM ports and T-CONTs", "pon") + emptySection("Bridges and devices", "devices") +
+           emptySection("Runner, routing, messages", "lists") +
            "</main>\n<p id=\"outcome\" role=\"status\"></p>\n</body>\n</html>\n";
 }
 
