@@ -141,6 +141,21 @@ TEST(Audit, FindsPlantedDifferencesWithTheRowOrFilterThatDecides) {
     }
 }
 
+// What is taken away is not named any more.
+TEST(Audit, NamesWhatItDoesNotCover) {
+    const json host = {{"call", "provisionIpHost"}, {"bridgeId", 3}, {"uniPort", 2}};
+    json other = plainService();
+    const json veip = {{"call", "veip_createRules"}, {"gemPort", 1002}, {"bridgeId", 0}};
+    for (const json& step : {host, veip}) other["steps"].push_back(step);
+    const auto steps = plainService()["steps"].size();
+    const json named = {"IP host of step " + std::to_string(steps + 1),
+                        "VEIP service of step " + std::to_string(steps + 2)};
+    EXPECT_EQ(audited(other).answer["notCovered"], named);
+    other["steps"].push_back({{"call", "veip_deleteRules"}, {"gemPort", 1002}, {"bridgeId", 0}});
+    EXPECT_EQ(audited(other).answer["notCovered"], json::array({named[0]}));
+    EXPECT_EQ(audited(plainService()).answer["notCovered"], json::array());
+}
+
 TEST(Audit, GivesAFrameToTryThatSendTakesAndThatFaresAsTold) {
     const ProgramResult result = runProgram({kTool, "audit", kInternet, "--json"});
     ASSERT_EQ(result.code, 0) << result.output;  // differences are no failure without --strict

@@ -70,6 +70,7 @@ std::string auditWords(const audit::Result& result, const std::string& command, 
     }
     if (result.groups.empty()) text += "  No port has both tagging rows and filters on the PON side.\n";
     const bool same = result.differing() == 0;
+    for (const std::string& one : result.notCovered) text += "  " + terminal.dim("not covered: " + one) + "\n";
     return text + "\n" + (same ? terminal.green("✓") : terminal.red("✗")) + " " +
            hanging(summary(result), terminal.width(), 2) + "\n";
 }
@@ -89,9 +90,9 @@ Json auditJson(const audit::Result& result, const std::string& command) {
         }
         groups.push_back(std::move(one));
     }
-    return {{"afterStep", result.step},   {"rows", result.rows}, {"filters", result.filters},
-            {"frames", result.frames},    {"open", result.open}, {"differing", result.differing()},
-            {"groups", std::move(groups)}};
+    return {{"afterStep", result.step},        {"rows", result.rows},        {"filters", result.filters},
+            {"frames", result.frames},         {"open", result.open},        {"differing", result.differing()},
+            {"notCovered", result.notCovered}, {"groups", std::move(groups)}};
 }
 
 std::string auditPart(const audit::Result& result, const std::string& command) {

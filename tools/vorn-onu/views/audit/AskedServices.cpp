@@ -15,6 +15,8 @@ namespace {
 constexpr unsigned kLastEthernetPort = 4;
 constexpr unsigned kNoGemPort = 65535, kUnusedGemPort = 4095;
 constexpr unsigned kIgmp = 2;
+constexpr const char *kMulticast = "multicast service", *kIgmpService = "IGMP service", *kVeip = "VEIP service",
+                     *kIpHost = "IP host";
 
 template <typename Record>
 Record recordOf(const Step& step, const std::vector<Field>& fields) {
@@ -107,7 +109,9 @@ void AskedServices::takeRow(const Step& step) {
 
 void AskedServices::takeFilter(const Step& step) {
     const auto record = recordOf<BridgeServiceProvisioning>(step, bridgeServiceFields({}));
-    if ((record.isMulticast != 0 && record.multicastService != 0) || record.protocolNumber == kIgmp) return;
+    if (record.isMulticast != 0 && record.multicastService != 0)
+        return leaveOut(kMulticast, record.bridgeId, step.number);
+    if (record.protocolNumber == kIgmp) return leaveOut(kIgmpService, record.bridgeId, step.number);
     AniPort port;
     port.bridge = record.bridgeId;
     port.filter = {record.forwardOperation, listOf(record)};
@@ -146,7 +150,31 @@ std::string askedText(const Step& step) {
     return deviceOf(record.uniPort) + ": " + rowOf(record, step.number).text();
 }
 
+void AskedServices::leaveOut(const std::string& kind, unsigned number, std::size_t step) {
+    forgetLeftOut(kind, number);
+    notCovered_.push_back({kind, number, kind + " of " + noun_ + " " + std::to_string(step)});
+}
+
+void AskedServices::forgetLeftOut(const std::string& kind, unsigned number) {
+    const auto is = [&](const NotCovered& one) { return one.kind == kind && one.number == number; };
+    notCovered_.erase(std::remove_if(notCovered_.begin(), notCovered_.end(), is), notCovered_.end());
+}
+
+void AskedServices::takeLeftOut(const Step& step) {
+    const auto number = [&step](const char* field) {
+        const auto found = step.fields->find(field);
+        return found != step.fields->end() && found->is_number_unsigned() ? found->get<unsigned>() : 0U;
+    };
+    if (isCallOf(step, "veip_createRules")) leaveOut(kVeip, number("gemPort"), step.number);
+    if (isCallOf(step, "veip_deleteRules")) forgetLeftOut(kVeip, number("gemPort"));
+    if (isCallOf(step, "provisionIpHost")) leaveOut(kIpHost, number("bridgeId"), step.number);
+    if (isCallOf(step, "deprovisionIpHost")) forgetLeftOut(kIpHost, number("bridgeId"));
+    if (!isCallOf(step, "unsetPbitData") && !isCallOf(step, "deprovisionAniSideBridge")) return;
+    for (const char* kind : {kMulticast, kIgmpService}) forgetLeftOut(kind, number("bridgeId"));
+}
+
 void AskedServices::take(const Step& step) {
+    takeLeftOut(step);
     const auto bridge = [&step] { return recordOf<BridgeServiceProvisioning>(step, bridgeServiceFields({})).bridgeId; };
     const auto is = [&step](const char* name) { return isCallOf(step, name); };
     if (is("filter_flow_add")) takeRow(step);

@@ -189,6 +189,7 @@ void Auditor::comeDown(const std::string& name, const UniPort& port, unsigned ge
 
 Result Auditor::run() {
     result_.filters = asked_.aniPorts().size();
+    for (const NotCovered& one : asked_.notCovered()) result_.notCovered.push_back(one.text);
     for (const auto& [name, port] : asked_.uniPorts()) {
         const auto& rows = port.table.rows();
         result_.rows += static_cast<std::size_t>(

@@ -31,6 +31,7 @@ struct Result {
     std::size_t frames = 0;  // tried
     std::size_t open = 0;    // of them left to the ONU by the standard
     std::size_t rows = 0, filters = 0;
+    std::vector<std::string> notCovered;  // what is asked for and not compared: "VEIP service of step 9"
     std::vector<Group> groups;
     std::size_t differing() const;  // frames
 };
