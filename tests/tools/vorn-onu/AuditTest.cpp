@@ -143,15 +143,17 @@ TEST(Audit, FindsPlantedDifferencesWithTheRowOrFilterThatDecides) {
 
 // What is taken away is not named any more.
 TEST(Audit, NamesWhatItDoesNotCover) {
-    const json host = {{"call", "provisionIpHost"}, {"bridgeId", 3}, {"uniPort", 2}};
+    const json host = {{"call", "provisionIpHost"}, {"bridgeId", 3}, {"uniPort", 2}, {"ipAddress", "10.0.0.5"}};
     json other = plainService();
-    const json veip = {{"call", "veip_createRules"}, {"gemPort", 1002}, {"bridgeId", 0}};
+    json veip = {{"call", "veip_createRules"}, {"gemPort", 1002},      {"bridgeId", 0},   {"filterType", 16},
+                 {"numberOfEntries", 1},       {"filterList", "0384"}, {"trafficType", 2}};
     for (const json& step : {host, veip}) other["steps"].push_back(step);
     const auto steps = plainService()["steps"].size();
     const json named = {"IP host of step " + std::to_string(steps + 1),
                         "VEIP service of step " + std::to_string(steps + 2)};
     EXPECT_EQ(audited(other).answer["notCovered"], named);
-    other["steps"].push_back({{"call", "veip_deleteRules"}, {"gemPort", 1002}, {"bridgeId", 0}});
+    veip["call"] = "veip_deleteRules";
+    other["steps"].push_back(veip);
     EXPECT_EQ(audited(other).answer["notCovered"], json::array({named[0]}));
     EXPECT_EQ(audited(plainService()).answer["notCovered"], json::array());
 }
