@@ -274,6 +274,7 @@ const std::map<std::string, Maker> kMakers = {
     PLAIN(vlanCtl_filterOnSkbMarkPort),
     PLAIN(vlanCtl_cmdPushVlanTag),
     PLAIN(vlanCtl_cmdPopVlanTag),
+    PLAIN(vlanCtl_cmdDropFrame),
     PLAIN(vlanCtl_cmdSetTagPbits),
     PLAIN(vlanCtl_cmdSetTagVid),
     PLAIN(vlanCtl_cmdSetTagEtherType),
