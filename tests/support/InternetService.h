@@ -50,6 +50,15 @@ inline UniDataProvisioning row(std::uint16_t uniPort, bool add = true) {
     return record;
 }
 
+// Of the row that the record is about.
+inline UniDataProvisioning deletion(UniDataProvisioning record) {
+    record.removeType = 3;
+    record.outerTreatmentPrio = record.innerTreatmentPrio = 15;
+    record.outerTreatmentVlanId = record.innerTreatmentVlanId = 8191;
+    record.outerTreatmentTpidDe = record.innerTreatmentTpidDe = 7;
+    return record;
+}
+
 }  // namespace internet_service
 
 #endif

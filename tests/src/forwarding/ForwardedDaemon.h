@@ -28,14 +28,6 @@ inline UniDataProvisioning tagging(std::uint16_t customer, std::uint16_t service
     record.innerTreatmentVlanId = service;
     return record;
 }
-// Of the row that the record is about.
-inline UniDataProvisioning deletion(UniDataProvisioning record) {
-    record.removeType = 3;
-    record.outerTreatmentPrio = record.innerTreatmentPrio = 15;
-    record.outerTreatmentVlanId = record.innerTreatmentVlanId = 8191;
-    record.outerTreatmentTpidDe = record.innerTreatmentTpidDe = 7;
-    return record;
-}
 
 class Forwarding : public RestartFixture {
 protected:

@@ -2,9 +2,11 @@
 // omci/services/StandardForwardingTest.cpp; records that are refused: forwarding/ForwardingTest.cpp.
 #include "BRCM/BCM968580/DATA/g988/Services.h"
 #include "src/g988/PlannedBoard.h"
+#include "support/InternetService.h"
 
 namespace {
 
+using internet_service::deletion;
 using virtual_onu::Frame;
 using virtual_onu::VlanTag;
 
@@ -31,14 +33,6 @@ protected:
         record.innerTreatmentPrio = customer == 0 ? 0 : 8;
         record.innerTreatmentVlanId = service;
         record.innerTreatmentTpidDe = 4;
-        return record;
-    }
-
-    static UniDataProvisioning deletion(UniDataProvisioning record) {
-        record.removeType = 3;
-        record.outerTreatmentPrio = record.innerTreatmentPrio = 15;
-        record.outerTreatmentVlanId = record.innerTreatmentVlanId = 8191;
-        record.outerTreatmentTpidDe = record.innerTreatmentTpidDe = 7;
         return record;
     }
 

@@ -77,6 +77,7 @@ private:
 
 // ---- what a daemon asks for: an internet service, step by step ----
 
+using internet_service::deletion;
 using internet_service::kGemPort;
 using internet_service::tcont;
 

@@ -244,13 +244,7 @@ TEST_F(Interrupted, ARemovalThatWasLeftDoesNotSpoilLaterOnes) {
     const auto changeRow = [](std::uint16_t etherType, bool add) {
         UniDataProvisioning record = row(true);
         record.etherType = etherType;
-        if (!add) {
-            record.removeType = 3;
-            record.outerTreatmentTpidDe = record.innerTreatmentTpidDe = 7;
-            record.outerTreatmentVlanId = record.innerTreatmentVlanId = 8191;
-            record.outerTreatmentPrio = record.innerTreatmentPrio = 15;
-        }
-        return asks(&VornHal::vorn_omci_hal_filter_flow_add, record);
+        return asks(&VornHal::vorn_omci_hal_filter_flow_add, add ? record : deletion(record));
     };
     const Work removeUni = asks(&VornHal::vorn_omci_hal_deprovisionUniSideBridge, service());
     const auto twoRows = [&](VornHal& hal) {
