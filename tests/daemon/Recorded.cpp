@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "BRCM/BCM968580/omci_brcm_hal.h"
+#include "bridge/BridgeControl.h"
 #include "daemon/Modes.h"
 #include "device/Counters.h"
 #include "device/EthernetUni.h"
@@ -83,6 +84,7 @@ void query(VornHal& hal) {
     getEthernetUniOperState(1);
     getEthernetUniConfig(2, true);
     getIntfStats("eth0", &stats);
+    br_set_port_isolated("br3", "sid1.3", 1);
     OnuXponHalAdapterBCM::getInstance()->getGalEthPmHistDataME(&discarded);
     VornBrcmHal::createAlarmStatsThread();
 }

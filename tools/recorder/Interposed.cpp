@@ -11,6 +11,7 @@
 #include "Answers.h"
 #include "BRCM/BCM968580/omci_brcm_hal.h"
 #include "RecordingHal.h"
+#include "bridge/BridgeControl.h"
 #include "device/Counters.h"
 #include "device/EthernetUni.h"
 #include "hal/HALFactory.h"
@@ -95,4 +96,13 @@ int getIntfStats(const char* interface, IntfStats* result) {
     const int code = real(interface, result);
     step.answered(code, code != 0 ? Json::object() : vorn_onu::countersJson(*result));
     return code;
+}
+
+int br_set_port_isolated(const char* bridge, const char* port, int on) {
+    static const auto real = next<decltype(&br_set_port_isolated)>("br_set_port_isolated");
+    if (bridge == nullptr || port == nullptr) return real(bridge, port, on);
+    return recorder::recordedCall(
+        "br_set_port_isolated",
+        {{"bridge", vorn_onu::textJson(bridge)}, {"port", vorn_onu::textJson(port)}, {"isolated", on != 0}},
+        [&] { return real(bridge, port, on); });
 }

@@ -74,7 +74,7 @@ struct Devices : persistence::Keyed<int, Device> {
     static void put(int index, Device device) {
         device.shown.index = index;
         if (const Device* found = state().devices.find(index)) device.counters = found->counters;
-        remove(index);
+        Devices::remove(index);
         state().devices.add(index, std::string(device.shown.name), device);
     }
     static void remove(int index) {
@@ -124,7 +124,7 @@ struct Bridges : persistence::Keyed<int, Bridge> {
         return found == nullptr ? std::nullopt : std::optional<Bridge>(*found);
     }
     static void put(int index, const Bridge& bridge) {
-        remove(index);
+        Bridges::remove(index);
         state().bridges.add(index, std::string(bridge.name), bridge);
     }
     static void remove(int index) {

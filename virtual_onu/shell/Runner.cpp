@@ -87,7 +87,7 @@ struct Objects : persistence::Keyed<std::string, Object> {
         return found == (state().*kList).end() ? std::nullopt : std::optional<Object>(*found);
     }
     static void put(const std::string& name, Object object) {
-        remove(name);
+        Objects::remove(name);
         object.name = name;
         state().created = std::max(state().created, object.order);
         auto& objects = state().*kList;
