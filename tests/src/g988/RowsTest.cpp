@@ -85,6 +85,7 @@ TEST_F(PlannedBoard, RowsDoToFramesWhatTheySay) {
         {{kUntaggedIn900Over50}, false, {tag(900, 0, kServiceTpid), tag(50)}, "untagged IPv4"},
         {{kExchange}, true, {tag(10, 1), tag(20, 2)}, "VID 20 p2, VID 10 p1, IPv4"},
         {{kExchange}, false, {tag(20, 2), tag(10, 1)}, "VID 10 p1, VID 20 p2, IPv4"},
+        {{k100P3To321P3}, true, {tag(100, 1)}, "VID 100 p1, IPv4"},
         {{k100P3To321P3, k200To321P5}, false, {tag(321, 5)}, "VID 200 p0, IPv4"},
         {{k100P3To321P3, k200To321P5}, false, {tag(321, 1)}, "VID 100 p3, IPv4"},
         {{kTwoTagsLoseOuter}, true, {tag(5), tag(6, 2)}, "VID 6 p2, IPv4"},
