@@ -29,8 +29,7 @@ void putNumber(std::uint8_t* to, std::uint64_t value, std::size_t size) {
 }
 
 void appendNumber(Bytes& to, std::uint64_t value, std::size_t size) {
-    to.resize(to.size() + size);
-    putNumber(to.data() + to.size() - size, value, size);
+    for (std::size_t left = size; left > 0; --left) to.push_back(static_cast<std::uint8_t>(value >> (8U * (left - 1))));
 }
 
 bool allAre(ByteView bytes, std::uint8_t value) {

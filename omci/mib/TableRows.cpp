@@ -61,6 +61,7 @@ Result applyTaggingRow(TableRows& rows, ByteView row, std::size_t maxRows) {
 Result applyControlledRow(TableRows& rows, ByteView row, std::size_t maxRows, std::uint8_t parts) {
     constexpr std::size_t kControlSize = 2;
     constexpr std::uint16_t kActionBits = 0xC000;
+    if (row.size() < kControlSize) return Result::kParameterError;
     const std::uint16_t bits = number16(row, 0);
     const RowControl control = decodeRowControl(bits);
     if (control.action == RowControl::kReserved) return Result::kParameterError;
@@ -75,8 +76,9 @@ Result applyControlledRow(TableRows& rows, ByteView row, std::size_t maxRows, st
     }
     if (control.part >= parts) return Result::kParameterError;
     if (control.testOnly) return Result::kSuccess;
-    Bytes kept = row.copy();
-    putNumber(kept.data(), static_cast<std::uint16_t>(bits & ~kActionBits), kControlSize);
+    Bytes kept;
+    appendNumber(kept, static_cast<std::uint16_t>(bits & ~kActionBits), kControlSize);
+    kept.insert(kept.end(), row.begin() + kControlSize, row.end());
     // By key, then by part: the order of a search for a group.
     const auto before = [](const Bytes& one, const Bytes& other) {
         const RowControl first = decodeRowControl(number16(one, 0));

@@ -80,24 +80,30 @@ void Walker::forward(DeviceId id, DeviceId port, const Copy& copy, bool sentElse
     const Snooping* snooping = own.snooping ? memory_.snooping(device.index) : nullptr;
     const bool narrow = snooping != nullptr && packet.multicast.kind != Multicast::Kind::None &&
                         snooping->narrows(packet.multicast, packet.destination, nowMs_);
-    std::optional<int> known;
-    if (!isGroup(packet.destination)) known = memory_.portOf(device.index, packet.destination, nowMs_, own.ageingMs);
-    if (known && port != kNoDevice && *known == plan_.device(port).index)
-        return drop(copy, device.name, destinationText() + " is behind the port that it came from");
-    const auto knows = [&](const PlanPort& one) { return plan_.device(one.device).index == *known; };
-    if (known && std::none_of(own.ports.begin(), own.ports.end(), knows)) known.reset();
+    const PlanPort* known = nullptr;
+    if (!isGroup(packet.destination))
+        if (const auto learned = memory_.portOf(device.index, packet.destination, nowMs_, own.ageingMs)) {
+            if (port != kNoDevice && *learned == plan_.device(port).index)
+                return drop(copy, device.name, destinationText() + " is behind the port that it came from");
+            for (const PlanPort& one : own.ports)
+                if (plan_.device(one.device).index == *learned) known = &one;
+        }
     const PlanPort* from = port == kNoDevice ? nullptr : own.portOf(port);
     const bool isolated = from != nullptr && from->isolated;
     bool sent = sentElsewhere, keptApart = false;
     for (const PlanPort& one : own.ports) {
-        if (one.device == port || (known && !knows(one))) continue;
+        if (one.device == port || (known != nullptr && known != &one)) continue;
         if (isolated && one.isolated) {
             keptApart = true;
             continue;
         }
         if (narrow && !snooping->wants(packet.multicast, plan_.device(one.device).index, nowMs_)) continue;
         sent = true;
-        toPort(id, one.device, narrow ? StepCause::Wanted : known ? StepCause::Learned : StepCause::Flooded, copy);
+        toPort(id, one.device,
+               narrow             ? StepCause::Wanted
+               : known != nullptr ? StepCause::Learned
+                                  : StepCause::Flooded,
+               copy);
     }
     if (sent) return;
     drop(copy, device.name,
