@@ -12,6 +12,7 @@
 
 constexpr const char* kHostPrograms = "the host's programs are of another machine than the virtual ONU";
 constexpr const char* kEmulatedFork = "the emulator does not follow threads that start after a fork";
+constexpr const char* kEmulatedMutex = "the emulator does not give back the mutex of a process that was killed";
 constexpr const char* kNoLibpcap = "a build for another processor does without libpcap";
 
 #endif

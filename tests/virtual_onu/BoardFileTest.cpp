@@ -298,6 +298,7 @@ TEST_F(BoardFile, IsSharedByTheProcessesThatWorkOnIt) {
 }
 
 TEST_F(BoardFile, GoesOnWhenTheOtherProcessWasKilledInItsTurn) {
+    SKIP_WHEN_EMULATED(kEmulatedMutex);
     onu().openBoard(file_);
     for (int trial = 0; trial < 30; ++trial) {
         const pid_t child = fork();
