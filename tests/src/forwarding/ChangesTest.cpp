@@ -80,7 +80,7 @@ void leaveOutDefaultBridge(nlohmann::json& board) {
 
 // Each call into the device fails once: what there was is there then, or, for calls that a service does not need, all
 // of the operation is.
-// Of the calls that fail; a sanitizer takes five times as long for each.
+// One call in so many is tried; a sanitizer takes five times as long for each.
 constexpr unsigned kEvery = sizeof VORN_SANITIZERS > 1 ? 4 : 1;
 
 TEST_P(Changes, AFailingCallLeavesAllOrNothing) {
