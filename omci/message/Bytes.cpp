@@ -29,7 +29,8 @@ void putNumber(std::uint8_t* to, std::uint64_t value, std::size_t size) {
 }
 
 void appendNumber(Bytes& to, std::uint64_t value, std::size_t size) {
-    for (std::size_t left = size; left > 0; --left) to.push_back(static_cast<std::uint8_t>(value >> (8U * (left - 1))));
+    for (std::size_t left = size; left > 0; --left)  // above the number's own bytes are zeros
+        to.push_back(left > sizeof value ? std::uint8_t{0} : static_cast<std::uint8_t>(value >> (8U * (left - 1))));
 }
 
 bool allAre(ByteView bytes, std::uint8_t value) {

@@ -47,7 +47,7 @@ std::uint64_t numberOf(ByteView bytes);
 // Two bytes at offset; 0 where they do not exist.
 std::uint16_t number16(ByteView bytes, std::size_t offset);
 std::uint32_t number32(ByteView bytes, std::size_t offset);
-// Writes the low size bytes of value.
+// Writes the low size bytes of value, the highest first; a number has eight, and zeros go before them.
 void putNumber(std::uint8_t* to, std::uint64_t value, std::size_t size);
 void appendNumber(Bytes& to, std::uint64_t value, std::size_t size);
 bool allAre(ByteView bytes, std::uint8_t value);

@@ -21,6 +21,12 @@ Bytes baseline(const std::string& header, const std::string& content = "", const
     return frame;
 }
 
+TEST(Bytes, ANumberFillsAFieldThatIsLongerThanIt) {
+    Bytes bytes = {7};
+    appendNumber(bytes, 0x8000000000000102, 10);
+    EXPECT_EQ(bytes, (Bytes{7, 0, 0, 0x80, 0, 0, 0, 0, 0, 1, 2}));
+}
+
 }  // namespace
 
 TEST(Integrity, CodesOfPublishedFrames) {
