@@ -80,8 +80,12 @@ void leaveOutDefaultBridge(nlohmann::json& board) {
 
 // Each call into the device fails once: what there was is there then, or, for calls that a service does not need, all
 // of the operation is.
-// One call in so many is tried; a sanitizer takes five times as long for each.
-constexpr unsigned kEvery = sizeof VORN_SANITIZERS > 1 ? 4 : 1;
+// One call in so many is tried; sanitizers and emulators take five times as long for each.
+#ifdef VORN_EMULATED
+constexpr unsigned kEvery = 11;
+#else
+constexpr unsigned kEvery = sizeof VORN_SANITIZERS > 1 ? 11 : 1;
+#endif
 
 TEST_P(Changes, AFailingCallLeavesAllOrNothing) {
     const auto all = operations();
