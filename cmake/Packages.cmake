@@ -56,10 +56,11 @@ endif()
 
 # ---- the Python module, where Debian's Python 3 of any version finds it ----
 
-if(VORN_PLATFORM STREQUAL "virtual")
+if(VORN_PYTHON_MODULES)
     set(VORN_PYTHON_DIR lib/python3/dist-packages)
     install(DIRECTORY python/vorn_onu DESTINATION ${VORN_PYTHON_DIR} COMPONENT python
             FILES_MATCHING PATTERN *.py PATTERN py.typed PATTERN __pycache__ EXCLUDE)
+    install(FILES ${VORN_PYTHON_MODULES} DESTINATION ${VORN_PYTHON_DIR}/vorn_onu COMPONENT python)
     # What pip would leave: pytest finds the fixture by it.
     foreach(file METADATA entry_points.txt)
         configure_file(cmake/package/python/${file}.in ${CMAKE_BINARY_DIR}/python/${file} @ONLY)
@@ -78,8 +79,8 @@ if(VORN_BUILD_OMCI)
     add_dependencies(packed vorn_omci)
 endif()
 if(VORN_PLATFORM STREQUAL "virtual")
-    add_dependencies(packed virtual_onu vorn-onu vorn_recorder vorn_board_relay)
-    add_custom_target(demo DEPENDS vorn-onu vorn_recorder vorn_board_relay example-daemon)
+    add_dependencies(packed virtual_onu vorn-onu vorn_recorder vorn_board_relay vorn_python)
+    add_custom_target(demo DEPENDS vorn-onu vorn_recorder vorn_board_relay example-daemon vorn_python)
 endif()
 
 # ---- packages ----
@@ -114,7 +115,10 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-pytest, python3-scapy")
 
 set(CPACK_COMPONENTS_ALL runtime dev)
 if(VORN_PLATFORM STREQUAL "virtual")
-    list(APPEND CPACK_COMPONENTS_ALL tools python)
+    list(APPEND CPACK_COMPONENTS_ALL tools)
+endif()
+if(VORN_PYTHON_MODULES)
+    list(APPEND CPACK_COMPONENTS_ALL python)
 endif()
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The library; the device kit's libraries come with the device.")
 set(CPACK_COMPONENT_DEV_DESCRIPTION "Headers, CMake package and pkg-config for daemons that use the library.")

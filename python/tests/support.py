@@ -1,4 +1,4 @@
-"""What the tests share. VORN_ONU names the tool, EXAMPLE_DAEMON the example daemon."""
+"""What the tests share. VORN_ONU names the tool, EXAMPLE_DAEMON the example daemon, PYTHONPATH leads to the module."""
 
 import os
 import pathlib
@@ -9,13 +9,6 @@ import time
 
 PYTHON = pathlib.Path(__file__).resolve().parents[1]
 SCENARIOS = PYTHON.parent / "scenarios"
-sys.path.insert(0, str(PYTHON))
-
-
-def environment() -> dict:
-    """For other Pythons: they find the module that is tested."""
-    return {**os.environ, "PYTHONPATH": str(PYTHON), "PYTHONDONTWRITEBYTECODE": "1"}
-
 
 HANG = 100  # seconds; only a hang takes this long
 
@@ -23,7 +16,7 @@ HANG = 100  # seconds; only a hang takes this long
 def python(code: str) -> subprocess.CompletedProcess:
     """A program of its own."""
     command = [sys.executable, "-c", textwrap.dedent(code)]
-    return subprocess.run(command, env=environment(), capture_output=True, text=True, timeout=HANG, check=False)
+    return subprocess.run(command, capture_output=True, text=True, timeout=HANG, check=False)
 
 
 def is_alive(pid: int) -> bool:

@@ -7,7 +7,6 @@ import subprocess
 import unittest
 from typing import Any, Callable, Dict, List
 
-import support  # noqa: F401  finds the module
 from vorn_onu.operations import Calls
 from vorn_onu.steps import Steps
 

@@ -1,4 +1,4 @@
-"""pip installs the module from the source tree, without a network, also where it wants a virtual environment."""
+"""pip installs the module from the build folder, without a network, also where it wants a virtual environment."""
 
 import importlib.util
 import pathlib
@@ -9,6 +9,9 @@ import tempfile
 import unittest
 
 import support
+import vorn_onu
+
+MODULE = pathlib.Path(vorn_onu.__file__).parents[1]
 
 
 def reason_to_skip() -> str:
@@ -26,7 +29,7 @@ class Installing(unittest.TestCase):
     def test_pip_installs_the_module_with_its_types_and_its_fixture(self) -> None:
         with tempfile.TemporaryDirectory() as folder:
             source, target = pathlib.Path(folder, "python"), pathlib.Path(folder, "installed")
-            shutil.copytree(support.PYTHON, source, ignore=shutil.ignore_patterns("__pycache__"))
+            shutil.copytree(MODULE, source, ignore=shutil.ignore_patterns("__pycache__", "CMakeFiles"))
             self.install([sys.executable, "-m", "pip"], ["--target", str(target), str(source)])
             for name in ("py.typed", "operations.py", "pytest_plugin.py"):
                 self.assertTrue((target / "vorn_onu" / name).exists(), name)
@@ -44,13 +47,13 @@ class Installing(unittest.TestCase):
     def test_pip_installs_it_into_an_environment_that_sees_the_system(self) -> None:
         with tempfile.TemporaryDirectory() as folder:
             source, environment = pathlib.Path(folder, "python"), pathlib.Path(folder, "venv")
-            shutil.copytree(support.PYTHON, source, ignore=shutil.ignore_patterns("__pycache__"))
+            shutil.copytree(MODULE, source, ignore=shutil.ignore_patterns("__pycache__", "CMakeFiles"))
             # Without a pip of its own, whose installation takes most of the time: the system's does the same.
             made = [sys.executable, "-m", "venv", "--without-pip", "--system-site-packages", str(environment)]
             subprocess.run(made, check=True)
             self.install([str(environment / "bin" / "python"), "-m", "pip"], [str(source)])
             shown = "import vorn_onu; print(vorn_onu.__file__)"
-            # -E: the tests' own path leads to the sources.
+            # -E: the tests' own path leads to the build folder.
             command = [str(environment / "bin" / "python"), "-E", "-c", shown]
             told = subprocess.run(command, capture_output=True, text=True, check=True, cwd=folder)
             self.assertTrue(told.stdout.startswith(str(environment)), told.stdout)

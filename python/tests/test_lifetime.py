@@ -158,9 +158,7 @@ class Programs(unittest.TestCase):
 class Endings(unittest.TestCase):
     def begun(self, code: str) -> "subprocess.Popen[str]":
         command = [sys.executable, "-c", BEGIN + code]
-        program = subprocess.Popen(
-            command, env=support.environment(), stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True
-        )
+        program = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
         self.addCleanup(program.wait)
         self.addCleanup(program.kill)
         self.addCleanup(program.stdout.close)

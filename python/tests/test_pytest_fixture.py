@@ -56,7 +56,6 @@ class Fixture(unittest.TestCase):
             told = subprocess.run(
                 command + ["--strict-markers", "-W", "error"],
                 cwd=folder,
-                env=support.environment(),
                 stdout=subprocess.PIPE,
                 stderr=subprocess.STDOUT,
                 text=True,
