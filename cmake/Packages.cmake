@@ -47,11 +47,10 @@ install(DIRECTORY examples DESTINATION ${VORN_DOC_DIR}/libvorn-hal-dev COMPONENT
 if(VORN_PLATFORM STREQUAL "virtual")
     install_documents(tools vorn-onu CHANGELOG.md CONTRIBUTING.md README.md SECURITY.md)
     install(DIRECTORY docs DESTINATION ${VORN_DOC_DIR}/vorn-onu
-            FILES_MATCHING PATTERN *.md PATTERN *.png PATTERN *.svg PATTERN man EXCLUDE)
+            FILES_MATCHING PATTERN *.md PATTERN *.png PATTERN *.svg)
     install(DIRECTORY scenarios DESTINATION ${VORN_DOC_DIR}/vorn-onu)
     install(FILES tools/vorn-onu/completion/vorn-onu.bash RENAME vorn-onu
             DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions)
-    install(FILES docs/man/vorn-onu.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()
 
 # ---- the Python module, where Debian's Python 3 of any version finds it ----
@@ -79,7 +78,7 @@ if(VORN_BUILD_OMCI)
     add_dependencies(packed vorn_omci)
 endif()
 if(VORN_PLATFORM STREQUAL "virtual")
-    add_dependencies(packed virtual_onu vorn-onu vorn_recorder vorn_board_relay vorn_python)
+    add_dependencies(packed virtual_onu vorn-onu vorn_recorder vorn_board_relay vorn_python vorn_manual_page)
     add_custom_target(demo DEPENDS vorn-onu vorn_recorder vorn_board_relay example-daemon vorn_python)
 endif()
 

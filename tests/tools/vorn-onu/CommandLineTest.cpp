@@ -86,10 +86,4 @@ TEST(CommandLine, AFrameFromAPortThatIsNotThereIsBadInputAndThePortsAreNamed) {
     }
 }
 
-// The manual page is installed as it is in the repository, and made from the words of --help.
-TEST(CommandLine, ManualPageSaysWhatHelpSays) {
-    EXPECT_EQ(contentOf(VORN_MANUAL_PAGE), runProgram({kTool, "help", "--man"}).output)
-        << "run: vorn-onu help --man > docs/man/vorn-onu.1";
-}
-
 }  // namespace
