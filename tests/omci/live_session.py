@@ -305,12 +305,12 @@ class Endurance(Living):
     def exchange(self, count):
         """Milliseconds that each took."""
         took = []
+        bridge = struct.pack(">BBBHHHHBB", 0, 1, 1, 0x8000, 0x1400, 0x0200, 0x0F00, 0, 0)
         for number in range(count):
+            sizes = struct.pack(">HH", 0x8000, 48 + number // 4 % 2)
+            requests = (GET, ONU_DATA, 0, b"\x80\x00"), (SET, GAL, 1, sizes), (CREATE, BRIDGE, 7, bridge), (DELETE, BRIDGE, 7)
             begin = time.perf_counter()
-            if number % 2 == 0:
-                self.olt.send(GET, ONU_DATA, 0, b"\x80\x00")
-            else:
-                self.olt.send(SET, GAL, 1, struct.pack(">HH", 0x8000, 48 + number // 2 % 2))
+            self.olt.send(*requests[number % 4])
             self.olt.receive()
             took.append((time.perf_counter() - begin) * 1000)
             self.olt.transaction %= 0x7FFF
