@@ -55,13 +55,13 @@ class Installing(unittest.TestCase):
             shown = "import vorn_onu; print(vorn_onu.__file__)"
             # -E: the tests' own path leads to the build folder.
             command = [str(environment / "bin" / "python"), "-E", "-c", shown]
-            told = subprocess.run(command, capture_output=True, text=True, check=True, cwd=folder)
-            self.assertTrue(told.stdout.startswith(str(environment)), told.stdout)
+            ended = subprocess.run(command, capture_output=True, text=True, check=True, cwd=folder)
+            self.assertTrue(ended.stdout.startswith(str(environment)), ended.stdout)
 
     def install(self, pip: list[str], words: list[str]) -> None:
         command = pip + ["install", "--no-build-isolation", "--no-index", "--no-deps", "--disable-pip-version-check"]
-        told = subprocess.run(command + words, capture_output=True, text=True, timeout=300, check=False)
-        self.assertEqual(told.returncode, 0, told.stdout + told.stderr)
+        ended = subprocess.run(command + words, capture_output=True, text=True, timeout=300, check=False)
+        self.assertEqual(ended.returncode, 0, ended.stdout + ended.stderr)
 
 
 if __name__ == "__main__":

@@ -53,7 +53,7 @@ class Fixture(unittest.TestCase):
             text = TESTS.replace("SCENARIO", str(support.SCENARIOS / "internet.json"))
             pathlib.Path(folder, "test_boards.py").write_text(text)
             command = [sys.executable, "-m", "pytest", "-p", "vorn_onu.pytest_plugin", "-p", "no:cacheprovider", "-rA"]
-            told = subprocess.run(
+            ended = subprocess.run(
                 command + ["--strict-markers", "-W", "error"],
                 cwd=folder,
                 stdout=subprocess.PIPE,
@@ -62,7 +62,7 @@ class Fixture(unittest.TestCase):
                 timeout=120,
                 check=False,
             )
-        cls.text = told.stdout
+        cls.text = ended.stdout
 
     def part(self, test: str) -> str:
         """What is told of one test."""

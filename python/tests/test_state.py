@@ -75,9 +75,9 @@ class States(unittest.TestCase):
                 with open(name, "w", encoding="utf-8") as file:
                     json.dump(onu.state_json("all"), file)
             command = [os.environ["VORN_ONU"], "diff", *names]
-            told = subprocess.run(command, stdout=subprocess.PIPE, text=True, timeout=support.HANG, check=False)
-        self.assertEqual(told.returncode, 1)
-        self.assertIn("sid0.3", told.stdout)
+            ended = subprocess.run(command, stdout=subprocess.PIPE, text=True, timeout=support.HANG, check=False)
+        self.assertEqual(ended.returncode, 1)
+        self.assertIn("sid0.3", ended.stdout)
 
     def test_the_trace_comes_whole_and_from_a_number_on(self) -> None:
         with Onu.start() as onu:

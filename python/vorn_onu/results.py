@@ -106,8 +106,8 @@ class FrameResult(StepResult):
 
     def _more(self) -> List[str]:
         way = self.way.text()
-        told = any("on this way" in line for failure in self.failures for line in failure.actual)
-        return [way] if way and not told else []
+        shown = any("on this way" in line for failure in self.failures for line in failure.actual)
+        return [way] if way and not shown else []
 
 
 R = TypeVar("R", bound=StepResult)

@@ -297,7 +297,7 @@ class Tap:
 
 @dataclass(frozen=True)
 class DeviceState:
-    """All that stands on the board at one moment."""
+    """All that exists on the board at one moment."""
 
     network: Network
     vlan: Vlan
