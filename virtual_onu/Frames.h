@@ -15,7 +15,7 @@
 
 namespace virtual_onu {
 
-constexpr std::size_t kMostTags = 4;  // of a frame
+constexpr std::size_t kMaxTags = 4;  // of a frame
 
 struct VIRTUAL_ONU_API VlanTag {
     std::uint16_t tpid = 0x8100;  // the type word in front of the tag
@@ -58,7 +58,7 @@ struct WireFrame {
     Frame frame;
     std::size_t payloadAt = 0;  // where the payload begins in the bytes
 };
-// A frame's bytes as fields. Tags are taken as such with the TPIDs 0x8100, 0x88a8 and 0x9100, at most kMostTags.
+// A frame's bytes as fields. Tags are taken as such with the TPIDs 0x8100, 0x88a8 and 0x9100, at most kMaxTags.
 // wireSize is the frame's size where the bytes are only its beginning. False for fewer bytes than an Ethernet header.
 // made is used again from frame to frame, so that its memory is.
 VIRTUAL_ONU_API bool readFrame(const std::uint8_t* bytes, std::size_t size, std::size_t wireSize, WireFrame& made);

@@ -20,7 +20,7 @@
 
 namespace virtual_onu {
 
-constexpr std::size_t kMostTaps = 64;
+constexpr std::size_t kMaxTaps = 64;
 
 // One port as a TAP.
 struct VIRTUAL_ONU_API TapRequest {

@@ -141,8 +141,8 @@ void Agent::refreshMonitor(EntityKey key, const Entity& bridgePort) {
     if (!joined) return;
     std::uint64_t bandwidth = 0;
     for (const JoinedGroup& one : joined->groups) bandwidth += one.bytesPerSecond;
-    constexpr std::uint64_t kMost = 0xFFFFFFFF;
-    mib_.setNumber(key, attr::multicast_monitor::kCurrentMulticastBandwidth, std::min(bandwidth, kMost));
+    constexpr std::uint64_t kMaxBandwidth = 0xFFFFFFFF;
+    mib_.setNumber(key, attr::multicast_monitor::kCurrentMulticastBandwidth, std::min(bandwidth, kMaxBandwidth));
     mib_.setNumber(key, attr::multicast_monitor::kJoinMessagesCounter, joined->joins);
     mib_.setRows(key, attr::multicast_monitor::kIpv4ActiveGroupListTable, activeGroupRows(joined->groups));
 }

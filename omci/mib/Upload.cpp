@@ -15,17 +15,17 @@ constexpr std::uint64_t kMaxCopies = 64;  // of tables; the one that was read lo
 // counters (not certain: some ONUs list them).
 AttributeMask uploaded(const Entity& entity) {
     const ClassInfo& info = entity.info();
-    const AttributeMask told = info.readable() & entity.implemented() & static_cast<AttributeMask>(~info.tables());
-    return info.isPerformance() ? told & static_cast<AttributeMask>(maskOf(1) | maskOf(2)) : told;
+    const AttributeMask mask = info.readable() & entity.implemented() & static_cast<AttributeMask>(~info.tables());
+    return info.isPerformance() ? mask & static_cast<AttributeMask>(maskOf(1) | maskOf(2)) : mask;
 }
 
 // The entity as entries of at most room bytes of values, attributes whole and in order; one without values where it has
 // none to tell.
 void addEntries(const Entity& entity, std::size_t room, std::vector<UploadEntry>& entries) {
-    const AttributeMask told = uploaded(entity);
+    const AttributeMask mask = uploaded(entity);
     UploadEntry entry{entity.key(), 0, {}};
     for (const AttributeInfo& attribute : entity.info().attributes()) {
-        if ((told & maskOf(attribute.number)) == 0) continue;
+        if ((mask & maskOf(attribute.number)) == 0) continue;
         if (entry.mask != 0 && entry.values.size() + attribute.size > room) {
             entries.push_back(std::move(entry));
             entry = {entity.key(), 0, {}};

@@ -75,7 +75,7 @@ void Services::settle(int action, std::uint16_t transaction) {
     if (dirty_.empty() && changed_.empty()) return;
     std::optional<MessageRef> message;
     if (cause_ != 0) message = MessageRef{cause_, transaction};
-    for (const auto& [key, stands] : changed_) note(key, stands, message);
+    for (const auto& [key, exists] : changed_) note(key, exists, message);
     changed_.clear();
     if (context_.hostMac.empty()) context_.hostMac = performer_.hostMac();
     // Planning one entity may free what another has waited for; it does not want anything back then.
@@ -94,9 +94,9 @@ void Services::tell(const Problem& problem) {
     if (told_.insert(problem).second && problemListener_) problemListener_(problem);
 }
 
-void Services::note(EntityKey key, bool stands, std::optional<MessageRef> message) {
-    if (stands && message) history_.add(key, *message);
-    if (!stands) history_.forget(key);
+void Services::note(EntityKey key, bool exists, std::optional<MessageRef> message) {
+    if (exists && message) history_.add(key, *message);
+    if (!exists) history_.forget(key);
     if (key.classId != class_id::kExtendedTagging) return;
     const Entity* entity = mib_.find(key);
     if (entity == nullptr) {

@@ -52,7 +52,7 @@ private:
     void noteBridgePort(const Change& change);
     void countUserPort(InstanceId bridge, ClassId kind, int by);
     void touch(EntityKey key);
-    void note(EntityKey key, bool stands, std::optional<MessageRef> message);
+    void note(EntityKey key, bool exists, std::optional<MessageRef> message);
     void planOne(EntityKey key);
     void tell(const Problem& problem);
     Cause completed(Cause cause) const;

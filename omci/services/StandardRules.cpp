@@ -11,9 +11,9 @@ namespace omci::services {
 
 namespace {
 
-constexpr std::size_t kMostEntries = 12;      // of a filter's list
-constexpr std::uint8_t kUntaggedFrames = 8;   // in a p-bit map: where frames without p-bits go
-constexpr std::uint8_t kLastPassingMode = 1;  // downstream modes 0 and 1 let pass what no row has changed
+constexpr std::size_t kMaxFilterEntries = 12;  // of a filter's list
+constexpr std::uint8_t kUntaggedFrames = 8;    // in a p-bit map: where frames without p-bits go
+constexpr std::uint8_t kLastPassingMode = 1;   // downstream modes 0 and 1 let pass what no row has changed
 constexpr std::uint16_t kEtherTypes[] = {0, 1, 2, 3, 5, 6};  // the HAL's codes by the standard's
 
 void setFilter(const TagFilter& filter, std::uint8_t& priority, std::uint16_t& vid, std::uint16_t& tpid) {
@@ -123,7 +123,7 @@ AniRules standardAniRules(std::uint16_t bridgeId, const GemService& gem, const V
     record.trafficModel = kOneFilterModel;
     record.inputTpid = record.outputTpid = 0x8100;
     record.forwardOperation = filter.operation;
-    const std::size_t entries = std::min(filter.tcis.size(), kMostEntries);
+    const std::size_t entries = std::min(filter.tcis.size(), kMaxFilterEntries);
     if (entries < filter.tcis.size()) rules.problems.emplace_back("the filter's list ends with its 12th entry");
     const std::string list = tciText({filter.tcis.begin(), filter.tcis.begin() + static_cast<std::ptrdiff_t>(entries)});
     list.copy(record.vlanTciFilterList, sizeof record.vlanTciFilterList - 1);

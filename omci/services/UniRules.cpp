@@ -24,7 +24,7 @@ constexpr std::uint8_t kKeptTpid = 0;
 
 constexpr TagFilter kAny{TagFilter::kAnyPriority, TagFilter::kAnyVid, TagFilter::kAnyTpid};
 
-bool stands(const TagFilter& filter) {
+bool hasTag(const TagFilter& filter) {
     return filter.priority != TagFilter::kNoTag;
 }
 bool namesPriority(const TagFilter& filter) {
@@ -78,7 +78,7 @@ private:
         record_.etherType = row_.ethertype;
         for (auto* filter : {&row_.outer, &row_.inner}) {
             if (filter->priority == TagFilter::kDefaultRule) *filter = kAny;
-            if (!stands(*filter)) *filter = {TagFilter::kNoTag, TagFilter::kAnyVid, TagFilter::kAnyTpid};
+            if (!hasTag(*filter)) *filter = {TagFilter::kNoTag, TagFilter::kAnyVid, TagFilter::kAnyTpid};
             if (filter->tpid >= TagFilter::kInput) record_.inputTpid = tagging_.inputTpid;
         }
         TagFilter outer = row_.outer;
@@ -132,7 +132,7 @@ private:
     }
 
     std::uint8_t copiedPriority(const TagFilter& source, std::uint8_t code, bool& expand) {
-        if (!stands(source)) return 0;  // a copy of a tag that is not there
+        if (!hasTag(source)) return 0;  // a copy of a tag that is not there
         if (namesPriority(source)) return source.priority;
         if (&source == writtenTag()) return kKeptPriority;
         if (removed_ == 2 && addedBy(row_) == 2) return code;  // both tags are there to be copied from
@@ -147,7 +147,7 @@ private:
     }
 
     std::uint16_t copiedVid(const TagFilter& source, std::uint16_t code) {
-        if (!stands(source)) return 0;
+        if (!hasTag(source)) return 0;
         if (source.vid < TagFilter::kAnyVid) return source.vid;
         if (&source == writtenTag()) return kKeptVid;
         if (removed_ == 2 && addedBy(row_) == 2) return code;
@@ -164,7 +164,7 @@ private:
             case TagTreatment::kTpidFromInner:
             case TagTreatment::kTpidFromOuter: {
                 const auto& source = code == TagTreatment::kTpidFromInner ? row_.inner : row_.outer;
-                if (!stands(source) || source.tpid < TagFilter::kInput)
+                if (!hasTag(source) || source.tpid < TagFilter::kInput)
                     return writtenTag() != nullptr ? std::uint16_t{kKeptTpid} : std::uint16_t{TagTreatment::k8100};
                 if (&source == writtenTag()) return kKeptTpid;
                 record_.outputTpid = tagging_.inputTpid;
@@ -222,8 +222,8 @@ private:
 };
 
 bool overlap(const TagFilter& one, const TagFilter& other) {
-    if (stands(one) != stands(other)) return false;
-    if (!stands(one)) return true;
+    if (hasTag(one) != hasTag(other)) return false;
+    if (!hasTag(one)) return true;
     if (namesPriority(one) && namesPriority(other) && one.priority != other.priority) return false;
     return !namesVid(one) || !namesVid(other) || one.vid == other.vid;
 }

@@ -22,7 +22,7 @@ bool isOwn(const PlanBridge& bridge, Mac mac) {
 }  // namespace
 
 void Walker::bridge(DeviceId id, DeviceId port, const Copy& copy, bool flowed) {
-    if (!passes(id, copy, Way::Received, Limit::None)) return;
+    if (!passes(id, copy, Direction::Received, Limit::None)) return;
     const PlanDevice& device = plan_.device(id);
     if (device.bridge == nullptr) return drop(copy, device.name, device.name + " is no bridge");
     const PlanBridge& own = *device.bridge;

@@ -32,13 +32,13 @@ const std::shared_ptr<const Plan>& currentPlan() {
 }
 
 bool hasTooManyTags(const Frame& frame) {
-    return frame.tags.size() > kMostTags;
+    return frame.tags.size() > kMaxTags;
 }
 
 Walk refusal(const std::string& device, const Frame& frame) {
     Walk walk;
     walk.sent = frame;
-    walk.drops.push_back({-1, device, "a frame has at most " + std::to_string(kMostTags) + " tags"});
+    walk.drops.push_back({-1, device, "a frame has at most " + std::to_string(kMaxTags) + " tags"});
     return walk;
 }
 

@@ -10,7 +10,7 @@ using Kind = RuleTerm::Kind;
 // Word 2: what remains.
 constexpr unsigned kTagBits = 16;
 constexpr unsigned kPbitsShift = 13, kDeiShift = 12;
-constexpr std::uint64_t kPbitsMost = 7, kVidMost = 0xFFF, kTypeMost = 0xFFFF, kProtocolMost = 0xFF;
+constexpr std::uint64_t kMaxPbits = 7, kMaxVid = 0xFFF, kMaxType = 0xFFFF, kMaxProtocol = 0xFF;
 constexpr unsigned kLastTypeShift = 0, kTxDeviceShift = 16, kGemShift = 32, kProtocolShift = 52;
 constexpr std::uint64_t kGemMask = 0xFFFFF, kNoGem = kGemMask, kProtocolMask = 0x1FF, kNoProtocol = kProtocolMask;
 
@@ -28,7 +28,7 @@ void require(Filter& filter, const Field& field, std::uint64_t value, std::size_
     mask |= bits;
     wanted |= placed;
     if (tags > filter.value.tags) filter.value.tags = static_cast<std::uint8_t>(tags);
-    if (tags > kMostTags) filter.never = true;
+    if (tags > kMaxTags) filter.never = true;
 }
 
 // p-bits and VIDs that no frame can carry do what the board is set to.
@@ -46,10 +46,10 @@ void requireInTag(Filter& filter, const RuleTerm& term, unsigned shift, std::uin
 }
 
 void requireType(Filter& filter, std::size_t number, std::uint64_t type) {
-    if (type > kTypeMost) filter.never = true;
-    const Field field = number < kMostTags ? Field{1, static_cast<unsigned>(number) * kTagBits, kTypeMost}
-                                           : Field{2, kLastTypeShift, kTypeMost};
-    require(filter, field, type & kTypeMost, number);
+    if (type > kMaxType) filter.never = true;
+    const Field field = number < kMaxTags ? Field{1, static_cast<unsigned>(number) * kTagBits, kMaxType}
+                                          : Field{2, kLastTypeShift, kMaxType};
+    require(filter, field, type & kMaxType, number);
 }
 
 }  // namespace
@@ -62,7 +62,7 @@ Key::Key(const Packet& packet, const Marks& marks, DeviceId txDevice) : tags(pac
         word[0] |= content << i * kTagBits;
         word[1] |= std::uint64_t{tag.tpid} << i * kTagBits;
     }
-    if (tags < kMostTags)
+    if (tags < kMaxTags)
         word[1] |= std::uint64_t{packet.tags.etherType} << tags * kTagBits;
     else
         word[2] |= std::uint64_t{packet.tags.etherType} << kLastTypeShift;
@@ -78,18 +78,18 @@ void addTerm(Filter& filter, const RuleTerm& term, DeviceId txDevice, OutOfRange
             if (txDevice == kNoDevice) filter.never = true;
             return require(filter, {2, kTxDeviceShift, 0xFFFF}, txDevice, 0);
         case Kind::Pbits:
-            return requireInTag(filter, term, kPbitsShift, kPbitsMost, outOfRange);
+            return requireInTag(filter, term, kPbitsShift, kMaxPbits, outOfRange);
         case Kind::Cfi:
             return require(filter, {0, term.tag * kTagBits + kDeiShift, 1}, term.value != 0 ? 1 : 0,
                            std::size_t{term.tag} + 1);
         case Kind::Vid:
-            return requireInTag(filter, term, 0, kVidMost, outOfRange);
+            return requireInTag(filter, term, 0, kMaxVid, outOfRange);
         case Kind::TagType:
             return requireType(filter, std::size_t{term.tag} + 1, term.value);
         case Kind::Type:
             return requireType(filter, 0, term.value);
         case Kind::IpProto:
-            if (term.value > kProtocolMost) filter.never = true;
+            if (term.value > kMaxProtocol) filter.never = true;
             return require(filter, {2, kProtocolShift, kProtocolMask}, term.value & kProtocolMask, 0);
         case Kind::Gem:
             if (term.value >= kNoGem) filter.never = true;

@@ -50,7 +50,7 @@ std::string textOf(Mac mac) {
 }
 
 bool Tags::push() {
-    if (count == kMostTags) return false;
+    if (count == kMaxTags) return false;
     std::copy_backward(tag.begin(), tag.begin() + count, tag.begin() + count + 1);
     tag[0] = VlanTag{};
     ++count;

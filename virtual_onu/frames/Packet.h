@@ -26,7 +26,7 @@ Mac macOf(const std::string& text);                    // 0 for a text that is n
 
 // The part of a frame that rules change.
 struct Tags {
-    std::array<VlanTag, kMostTags> tag;  // outermost first
+    std::array<VlanTag, kMaxTags> tag;  // outermost first
     std::uint8_t count = 0;
     std::uint16_t etherType = 0;  // of the payload
 
@@ -64,7 +64,7 @@ struct Packet {
     bool isIp() const { return tags.etherType == 0x0800 || tags.etherType == 0x86DD; }
 };
 
-Packet packetOf(const Frame& frame);  // of a frame with at most kMostTags tags
+Packet packetOf(const Frame& frame);  // of a frame with at most kMaxTags tags
 // The frame that was sent, with other tags.
 Frame frameWith(const Frame& sent, const Tags& tags);
 

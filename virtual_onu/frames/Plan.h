@@ -51,7 +51,7 @@ struct PlanDevice {
     DeviceId master = kNoDevice, realDevice = kNoDevice;
     std::size_t mtu = 0;
     // By direction and number of tags of the frame; null where the device has no table for it.
-    std::array<std::array<const CompiledTable*, kMostTags + 1>, 2> tables{};
+    std::array<std::array<const CompiledTable*, kMaxTags + 1>, 2> tables{};
     std::vector<DeviceId> flows;  // where flows from here lead, in the order of creation
     std::unique_ptr<const PlanBridge> bridge;
     std::vector<RunnerClass> runner;

@@ -90,14 +90,14 @@ const CompiledTable* PlanBuilder::compiled(const vlan::TableKey& key, const vlan
 }
 
 void PlanBuilder::addTables() {
-    std::map<std::pair<std::string, unsigned>, std::array<const CompiledTable*, kMostTags + 1>> byDevice;
+    std::map<std::pair<std::string, unsigned>, std::array<const CompiledTable*, kMaxTags + 1>> byDevice;
     vlan::forEachTable([&](const vlan::TableKey& key, const vlan::Table& table) {
-        if (key.tags <= kMostTags) byDevice[{key.device, key.direction}][key.tags] = compiled(key, table);
+        if (key.tags <= kMaxTags) byDevice[{key.device, key.direction}][key.tags] = compiled(key, table);
     });
     for (const auto& [place, own] : byDevice) {
         auto& tables = plan_.devices_[named(place.first)].tables[place.second];
         const unsigned highest = own[kVeipTable] != nullptr ? kVeipTable : kOrdinaryTables;
-        for (unsigned tags = 0; tags <= kMostTags; ++tags) tables[tags] = own[std::min(tags, highest)];
+        for (unsigned tags = 0; tags <= kMaxTags; ++tags) tables[tags] = own[std::min(tags, highest)];
     }
 }
 

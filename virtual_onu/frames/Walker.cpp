@@ -84,10 +84,10 @@ bool Walker::takeRunnerClass(DeviceId port, const Copy& copy) {
         return one.tags == tags.count && one.etherType == tags.etherType;
     });
     if (taken == classes.end()) return false;
-    count(port, Way::Received, copy.packet);
+    count(port, Direction::Received, copy.packet);
     Copy one = copy;
     if (taken->pushed && !one.packet.tags.push()) {
-        drop(copy, port, "the runner pushes more than 4 tags", Way::Received);
+        drop(copy, port, "the runner pushes more than 4 tags", Direction::Received);
         return true;
     }
     if (taken->pushed) one.packet.tags.tag[0] = *taken->pushed;
@@ -104,7 +104,7 @@ bool Walker::takeRunnerClass(DeviceId port, const Copy& copy) {
 }
 
 // Whether a frame can pass the device; else it ends.
-bool Walker::passes(DeviceId id, const Copy& copy, Way way, Limit limit) {
+bool Walker::passes(DeviceId id, const Copy& copy, Direction direction, Limit limit) {
     const PlanDevice& device = plan_.device(id);
     if (traversal_.steps.size() >= kMaxHops) {
         drop(copy, device.name, "the devices are stacked in a ring");
@@ -117,7 +117,7 @@ bool Walker::passes(DeviceId id, const Copy& copy, Way way, Limit limit) {
     // What a bridge forwards is as long as its ports let it be; the bridge's own MTU is for its own frames.
     if (limit == Limit::None) return true;
     if (copy.packet.octetsBesideTag() > device.mtu + kHeaderOctets + kTagOctets) {
-        drop(copy, id, "too long for " + device.name + ", whose MTU is " + std::to_string(device.mtu), way);
+        drop(copy, id, "too long for " + device.name + ", whose MTU is " + std::to_string(device.mtu), direction);
         return false;
     }
     return true;
@@ -125,8 +125,8 @@ bool Walker::passes(DeviceId id, const Copy& copy, Way way, Limit limit) {
 
 // A frame comes in at a device: from outside, or taken off the device under it.
 void Walker::receive(DeviceId id, Copy copy) {
-    if (!passes(id, copy, Way::Received)) return;
-    count(id, Way::Received, copy.packet);
+    if (!passes(id, copy, Direction::Received)) return;
+    count(id, Direction::Received, copy.packet);
     DeviceId next = kNoDevice;
     if (lookUp(id, kReceive, kNoDevice, copy, next) == Outcome::Ended) return;
     if (next == kNoDevice || next == id) return deliver(id, copy);
@@ -150,7 +150,7 @@ void Walker::deliver(DeviceId id, const Copy& copy) {
     if (flowed) return;
     drop(copy, id,
          id == plan_.ponDevice() ? "no rule takes the frame off " + device.name : device.name + " is in no bridge",
-         Way::Received);
+         Direction::Received);
 }
 
 void Walker::flow(DeviceId target, Copy copy) {
@@ -166,7 +166,7 @@ void Walker::flow(DeviceId target, Copy copy) {
     copy.hop = add(step);
     if (!device.routed) return transmit(target, copy);
     DeviceId next = kNoDevice;
-    count(target, Way::Received, copy.packet);
+    count(target, Direction::Received, copy.packet);
     if (device.realDevice == kNoDevice || lookUp(device.realDevice, kTransmit, target, copy, next) == Outcome::GoesOn)
         leave(target, copy);
 }
@@ -174,11 +174,11 @@ void Walker::flow(DeviceId target, Copy copy) {
 // The frame leaves through a device: a VLAN device's real device looks it up, a bridge floods what its own devices
 // send, anything else is a port.
 void Walker::transmit(DeviceId id, Copy copy) {
-    if (!passes(id, copy, Way::Sent)) return;
+    if (!passes(id, copy, Direction::Sent)) return;
     const PlanDevice& device = plan_.device(id);
     if (device.realDevice == kNoDevice && !device.isBridge && id != plan_.ponDevice() && !device.noExit.empty())
         return drop(copy, device.name, device.noExit);
-    count(id, Way::Sent, copy.packet);
+    count(id, Direction::Sent, copy.packet);
     if (device.isBridge) return bridge(id, kNoDevice, copy, false);
     if (device.realDevice == kNoDevice) return leave(id, copy);
     DeviceId next = kNoDevice;
@@ -200,7 +200,7 @@ void Walker::leaveAs(Traversal::Exit exit, const Copy& copy) {
 }
 
 void Walker::leaveAtPon(const Copy& copy) {
-    const auto refuse = [&](std::string reason) { drop(copy, plan_.ponDevice(), std::move(reason), Way::Sent); };
+    const auto refuse = [&](std::string reason) { drop(copy, plan_.ponDevice(), std::move(reason), Direction::Sent); };
     if (!copy.marks.gemIndex) return refuse("no rule marked the frame with a GEM port");
     const PlanGemPort* port = plan_.gemPortOfIndex(*copy.marks.gemIndex);
     if (port == nullptr) return refuse("there is no GEM port with index " + std::to_string(*copy.marks.gemIndex));
@@ -266,14 +266,14 @@ Walker::Outcome Walker::lookUp(DeviceId device, unsigned direction, DeviceId txD
     step.tags = copy.packet.tags;
     copy.hop = add(step);
     if (refused == nullptr) return Outcome::GoesOn;
-    drop(copy, device, refused, direction == kReceive ? Way::Received : Way::Sent);
+    drop(copy, device, refused, direction == kReceive ? Direction::Received : Direction::Sent);
     return Outcome::Ended;
 }
 
-void Walker::count(DeviceId id, Way way, const Packet& packet) {
+void Walker::count(DeviceId id, Direction direction, const Packet& packet) {
     if (!counts_) return;
     if (network::DeviceCounters* counters = plan_.device(id).counters)
-        counters->count(way, destination_, packet.octets());
+        counters->count(direction, destination_, packet.octets());
 }
 
 int Walker::add(Step step) {
@@ -281,9 +281,9 @@ int Walker::add(Step step) {
     return static_cast<int>(traversal_.steps.size()) - 1;
 }
 
-void Walker::drop(const Copy& copy, DeviceId device, std::string reason, Way way) {
+void Walker::drop(const Copy& copy, DeviceId device, std::string reason, Direction direction) {
     if (network::DeviceCounters* counters = plan_.device(device).counters; counts_ && counters != nullptr)
-        counters->countDrop(way);
+        counters->countDrop(direction);
     drop(copy, plan_.device(device).name, std::move(reason));
 }
 

@@ -28,7 +28,7 @@ public:
     void finish();
 
 private:
-    using Way = network::Way;
+    using Direction = network::Direction;
     // One copy of the frame on its path through the device.
     struct Copy {
         Packet packet;
@@ -39,7 +39,7 @@ private:
 
     bool takeRunnerClass(DeviceId port, const Copy& copy);
     enum class Limit { Mtu, None };
-    bool passes(DeviceId id, const Copy& copy, Way way, Limit limit = Limit::Mtu);
+    bool passes(DeviceId id, const Copy& copy, Direction direction, Limit limit = Limit::Mtu);
     void receive(DeviceId id, Copy copy);
     void deliver(DeviceId id, const Copy& copy);
     void flow(DeviceId target, Copy copy);
@@ -58,9 +58,9 @@ private:
     void forward(DeviceId id, DeviceId port, const Copy& copy, bool sentElsewhere);
     void toPort(DeviceId bridge, DeviceId port, StepCause cause, const Copy& copy);
 
-    void count(DeviceId id, Way way, const Packet& packet);
+    void count(DeviceId id, Direction direction, const Packet& packet);
     int add(Step step);
-    void drop(const Copy& copy, DeviceId device, std::string reason, Way way);
+    void drop(const Copy& copy, DeviceId device, std::string reason, Direction direction);
     void drop(const Copy& copy, const std::string& device, std::string reason);
     std::string sourceText() const { return frame_ != nullptr ? frame_->source : textOf(sent_.source); }
     std::string destinationText() const { return frame_ != nullptr ? frame_->destination : textOf(sent_.destination); }

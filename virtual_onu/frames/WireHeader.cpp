@@ -108,7 +108,7 @@ bool readHeader(const std::uint8_t* bytes, std::size_t size, std::size_t wireSiz
     made.group.reset();
     made.dscp = 0;
     std::size_t at = 2 * kMacOctets;
-    while (made.tags.count < kMostTags && isTpid(all.u16(at)) && at + kTagOctets + 2 <= size) {
+    while (made.tags.count < kMaxTags && isTpid(all.u16(at)) && at + kTagOctets + 2 <= size) {
         const std::uint16_t content = all.u16(at + 2);
         made.tags.tag[made.tags.count++] = {all.u16(at), static_cast<std::uint8_t>(content >> 13),
                                             (content & 0x1000) != 0, static_cast<std::uint16_t>(content & 0xFFF)};

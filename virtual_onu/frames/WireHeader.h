@@ -42,7 +42,7 @@ struct WireSlot {
     std::size_t size = 0;  // as it came in
     std::size_t payloadSize = 0;
 };
-constexpr std::size_t kHeadroom = 4 * kMostTags;
+constexpr std::size_t kHeadroom = 4 * kMaxTags;
 
 // Writes the frame with these tags where it is, with everything behind the last type word as it came in; one that has
 // become too short is padded. Answers its size. Again and again, for the copies of a frame.

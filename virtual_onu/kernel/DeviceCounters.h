@@ -12,23 +12,23 @@
 
 namespace virtual_onu::network {
 
-enum class Way : std::uint8_t { Received, Sent };
+enum class Direction : std::uint8_t { Received, Sent };
 enum class Destination : std::uint8_t { Multicast, Broadcast, Unicast };  // the order of the columns
 
 class DeviceCounters {
 public:
     // A frame of so many octets (without its check sum) passes the device.
-    void count(Way way, Destination destination, std::size_t octets) {
-        const bool received = way == Way::Received;
+    void count(Direction direction, Destination destination, std::size_t octets) {
+        const bool received = direction == Direction::Received;
         ++kernel_[received ? kReceivedPackets : kSentPackets];
         kernel_[received ? kReceivedBytes : kSentBytes] += octets;
         if (received && destination == Destination::Multicast) ++kernel_[kMulticast];
-        ++split_[static_cast<std::size_t>(way) * 3 + static_cast<std::size_t>(destination)];
+        ++split_[static_cast<std::size_t>(direction) * 3 + static_cast<std::size_t>(destination)];
         hasCounted_ = true;
     }
     // A frame ends here, on its way in or out.
-    void countDrop(Way way) {
-        ++kernel_[way == Way::Received ? kReceivedDropped : kSentDropped];
+    void countDrop(Direction direction) {
+        ++kernel_[direction == Direction::Received ? kReceivedDropped : kSentDropped];
         hasCounted_ = true;
     }
     bool takeHasCounted() { return std::exchange(hasCounted_, false); }  // a frame, since the last time

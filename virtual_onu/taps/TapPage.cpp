@@ -22,7 +22,7 @@ constexpr std::uint64_t kMagic = 0x31536150'6154;  // the tool and the program's
 
 struct TapPage::Layout {
     Count magic, count;
-    std::array<TapEntry, kMostTaps> entries;
+    std::array<TapEntry, kMaxTaps> entries;
 };
 
 TapPage::TapPage() : descriptor_(memfd_create("taps", MFD_CLOEXEC)) {
@@ -40,7 +40,7 @@ TapPage::TapPage(int descriptor) : descriptor_(descriptor) {
     void* place = own::map(descriptor_, sizeof(Layout));
     if (place == MAP_FAILED) return;
     page_ = static_cast<Layout*>(place);
-    if (page_->magic.get() == kMagic && page_->count.get() <= kMostTaps) return;
+    if (page_->magic.get() == kMagic && page_->count.get() <= kMaxTaps) return;
     munmap(place, sizeof(Layout));
     page_ = nullptr;
 }

@@ -49,8 +49,8 @@ struct Taps::Running {
 };
 
 Taps::Taps(const std::vector<TapRequest>& requests) : open_(std::make_unique<taps::OpenTaps>()) {
-    if (requests.size() > kMostTaps)
-        throw std::runtime_error("at most " + std::to_string(kMostTaps) + " ports can be TAPs");
+    if (requests.size() > kMaxTaps)
+        throw std::runtime_error("at most " + std::to_string(kMaxTaps) + " ports can be TAPs");
     open_->page = std::make_unique<taps::TapPage>();
     std::map<std::string, std::size_t> watchOf;  // by namespace
     for (const TapRequest& request : requests) {

@@ -37,8 +37,8 @@ std::size_t fullestOf(const Scenario& scenario) {
     } catch (const std::exception&) {
         step = 0;  // the run that is shown says why
     }
-    const bool told = write(pipe, &step, sizeof step) == static_cast<ssize_t>(sizeof step);
-    _exit(told ? 0 : 1);
+    const bool written = write(pipe, &step, sizeof step) == static_cast<ssize_t>(sizeof step);
+    _exit(written ? 0 : 1);
 }
 
 }  // namespace

@@ -27,14 +27,14 @@ Command addHelp(CLI::App& app) {
             print(manualPage(app));
             return kHeld;
         }
-        const CLI::App* told = help->command.empty() ? &app : findCommand(app, help->command);
-        if (told == nullptr) {
+        const CLI::App* chosen = help->command.empty() ? &app : findCommand(app, help->command);
+        if (chosen == nullptr) {
             complain("vorn-onu: " + noSuchCommand(app, help->command));
             return kBadInput;
         }
         // Not by App::help(), which tells of the command that was chosen: of this one.
-        const std::string name = told == &app ? app.get_name() : app.get_name() + " " + told->get_name();
-        print(app.get_formatter()->make_help(told, name, CLI::AppFormatMode::Normal));
+        const std::string name = chosen == &app ? app.get_name() : app.get_name() + " " + chosen->get_name();
+        print(app.get_formatter()->make_help(chosen, name, CLI::AppFormatMode::Normal));
         return kHeld;
     };
     return {command, work};

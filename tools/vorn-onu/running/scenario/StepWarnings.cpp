@@ -166,9 +166,9 @@ void StepWarnings::multicastCount(const DeviceContents& now, Lines& lines) const
 
 // The same rule in the tables of several numbers of tags is reported once.
 void StepWarnings::outOfRange(const DeviceContents& now, Lines& lines) const {
-    std::set<std::string> told;
+    std::set<std::string> seen;
     for (const auto& [id, words] : now.outOfRange)
-        if (before_.outOfRange.count(id) == 0 && told.insert(words).second) lines.push_back(words);
+        if (before_.outOfRange.count(id) == 0 && seen.insert(words).second) lines.push_back(words);
 }
 
 }  // namespace vorn_onu

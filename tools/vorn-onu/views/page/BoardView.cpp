@@ -138,7 +138,7 @@ Parts BoardView::changedParts() {
     look();
     Parts changed;
     for (const auto& [name, text] : parts_)
-        if (const auto told = told_.find(name); told == told_.end() || told->second != text) changed[name] = text;
+        if (const auto known = told_.find(name); known == told_.end() || known->second != text) changed[name] = text;
     for (const auto& [name, text] : changed) told_[name] = text;
     return changed;
 }

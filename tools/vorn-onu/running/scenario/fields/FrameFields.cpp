@@ -216,8 +216,8 @@ Json frameInputSchema() {
 
 std::vector<VlanTag> tagsOf(const Json& value) {
     if (!value.is_array()) throw Problem("must be a list of tags, not " + shown(value));
-    if (value.size() > virtual_onu::kMostTags)
-        throw Problem("must have at most " + std::to_string(virtual_onu::kMostTags) + " tags");
+    if (value.size() > virtual_onu::kMaxTags)
+        throw Problem("must have at most " + std::to_string(virtual_onu::kMaxTags) + " tags");
     std::vector<VlanTag> tags;
     for (std::size_t i = 0; i < value.size(); ++i) {
         TagRecord record;
@@ -228,7 +228,7 @@ std::vector<VlanTag> tagsOf(const Json& value) {
 }
 
 Json tagsSchema() {
-    return {{"type", "array"}, {"maxItems", virtual_onu::kMostTags}, {"items", objectSchema(tagFields())}};
+    return {{"type", "array"}, {"maxItems", virtual_onu::kMaxTags}, {"items", objectSchema(tagFields())}};
 }
 
 std::uint16_t etherTypeOf(const Json& value) {
