@@ -11,6 +11,7 @@
 #include "running/io/Files.h"
 #include "running/io/Output.h"
 #include "running/io/Words.h"
+#include "running/scenario/fields/Field.h"
 #include "views/Capture.h"
 #include "views/DeviceReport.h"
 #include "views/Report.h"
@@ -37,13 +38,6 @@ void showDevice(const nlohmann::json& device) {
 std::size_t linesIn(const std::string& path) {
     std::ifstream file(path);
     return static_cast<std::size_t>(std::count(std::istreambuf_iterator<char>(file), {}, '\n'));
-}
-
-std::vector<std::uint8_t> bytesOf(const std::string& hex) {
-    std::vector<std::uint8_t> bytes;
-    for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
-        bytes.push_back(static_cast<std::uint8_t>(std::stoi(hex.substr(i, 2), nullptr, 16)));
-    return bytes;
 }
 
 }  // namespace
@@ -128,7 +122,7 @@ void writeCapture(const std::string& path, const nlohmann::json& device) {
     if (path.empty()) return;
     Capture capture;
     for (const auto& frame : device.at("network").value("packetFrames", nlohmann::json::array()))
-        capture.add(frame.value("device", ""), Capture::Direction::Out, bytesOf(frame.value("bytes", "")), "");
+        capture.add(frame.value("device", ""), Capture::Direction::Out, bytesOfDigits(frame.value("bytes", "")), "");
     if (!capture.write(path)) throw FileProblem(path, "cannot be written");
 }
 

@@ -27,14 +27,20 @@ CLI::Validator boardName() {
 using Work = std::function<int()>;
 using Works = std::vector<std::pair<CLI::App*, Work>>;
 
+// The name is known when the command is chosen.
+template <typename Chosen>
+Work atBoard(const std::shared_ptr<Chosen>& command, const std::string& name) {
+    return [command, &name] {
+        command->name = name;
+        return command->run();
+    };
+}
+
 void addShow(CLI::App& at, const std::string& name, Works& works) {
     const auto show = std::make_shared<AtShowCommand>();
     CLI::App* command = at.add_subcommand("show", "show what is on the board");
     command->add_flag("--json", show->json, "the device state as JSON, with its trace");
-    works.emplace_back(command, [show, &name] {
-        show->name = name;
-        return show->run();
-    });
+    works.emplace_back(command, atBoard(show, name));
 }
 
 void addServe(CLI::App& at, const std::string& name, Works& works) {
@@ -51,10 +57,7 @@ void addServe(CLI::App& at, const std::string& name, Works& works) {
         "calls "
         "fail and send frames; without it one can only look. The page stays when the board goes, and finds the next "
         "one of the same name. A signal ends it.");
-    works.emplace_back(command, [serve, &name] {
-        serve->name = name;
-        return serve->run();
-    });
+    works.emplace_back(command, atBoard(serve, name));
 }
 
 void addTrace(CLI::App& at, const std::string& name, Works& works) {
@@ -66,10 +69,7 @@ void addTrace(CLI::App& at, const std::string& name, Works& works) {
         ->check(numberFrom(1))
         ->type_name("N");
     command->add_flag("--json", trace->json, "an entry as JSON on each line");
-    works.emplace_back(command, [trace, &name] {
-        trace->name = name;
-        return trace->run();
-    });
+    works.emplace_back(command, atBoard(trace, name));
 }
 
 void addOmciAt(CLI::App& at, const std::string& name, Works& works) {
@@ -82,10 +82,7 @@ void addOmciAt(CLI::App& at, const std::string& name, Works& works) {
     const LogWords words{omci->values, omci->bytes, omci->classes, omci->instances, omci->types};
     addLogOptions(*command, words, "");
     command->add_flag("--json", omci->json, "a message as JSON on each line");
-    works.emplace_back(command, [omci, &name] {
-        omci->name = name;
-        return omci->run();
-    });
+    works.emplace_back(command, atBoard(omci, name));
 }
 
 void addMib(CLI::App& at, const std::string& name, Works& works) {
@@ -99,20 +96,14 @@ void addMib(CLI::App& at, const std::string& name, Works& works) {
         ->type_name("NUMBER")
         ->excludes(tree);
     command->add_flag("--json", mib->json, "answer in JSON; vorn-onu diff compares two of them")->excludes(tree);
-    works.emplace_back(command, [mib, &name] {
-        mib->name = name;
-        return mib->run();
-    });
+    works.emplace_back(command, atBoard(mib, name));
 }
 
 void addWatch(CLI::App& at, const std::string& name, Works& works) {
     const auto watch = std::make_shared<AtWatchCommand>();
     CLI::App* command =
         at.add_subcommand("watch", "show services, ports, counters and calls as they change; q ends it");
-    works.emplace_back(command, [watch, &name] {
-        watch->name = name;
-        return watch->run();
-    });
+    works.emplace_back(command, atBoard(watch, name));
 }
 
 void addSendAt(CLI::App& at, const std::string& name, Works& works) {
@@ -122,10 +113,7 @@ void addSendAt(CLI::App& at, const std::string& name, Works& works) {
     frame.from->required();
     command->add_flag("--json", send->json, "answer in JSON");
     command->callback([send, command, frame] { readTags(*command, frame, *send); });
-    works.emplace_back(command, [send, &name] {
-        send->name = name;
-        return send->run();
-    });
+    works.emplace_back(command, atBoard(send, name));
 }
 
 void addStep(CLI::App& at, const std::string& kind, const std::string& doc, const std::string& name, Works& works) {
@@ -139,10 +127,7 @@ void addStep(CLI::App& at, const std::string& kind, const std::string& doc, cons
         ->type_name("");
     command->add_flag("--json", step->json, "answer in JSON");
     command->positionals_at_end(false);
-    works.emplace_back(command, [step, &name] {
-        step->name = name;
-        return step->run();
-    });
+    works.emplace_back(command, atBoard(step, name));
 }
 
 }  // namespace

@@ -24,14 +24,10 @@ Json callSchema(const Operation& operation) {
     properties["result"] = {{"type", {"integer", "string"}}, {"description", "the result that is expected"}};
     Json outputs = Json::object();
     for (const auto& name : operation.outputs) outputs[name] = Json::object();
-    if (!outputs.empty())
-        properties["output"] = {{"type", "object"}, {"additionalProperties", false}, {"properties", outputs}};
+    if (!outputs.empty()) properties["output"] = objectSchema(outputs);
     properties["note"] = {{"type", "string"}};
-    Json schema = {{"type", "object"},
-                   {"description", operation.doc},
-                   {"additionalProperties", false},
-                   {"properties", properties},
-                   {"required", {"call"}}};
+    Json schema = objectSchema(properties, Json::array({"call"}));
+    schema["description"] = operation.doc;
     const Json needed = requiredOf(operation.fields);
     if (!needed.empty())
         schema["anyOf"] = Json::array(
@@ -49,7 +45,7 @@ Json stepSchema(const StepKind& kind) {
         properties[companion] =
             own != kind.companionSchemas.end() ? *own->second : Json{{"type", "integer"}, {"minimum", 0}};
     }
-    return {{"type", "object"}, {"additionalProperties", false}, {"properties", properties}, {"required", {kind.key}}};
+    return objectSchema(properties, Json::array({kind.key}));
 }
 
 Json stepsSchema() {

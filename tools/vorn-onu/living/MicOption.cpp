@@ -4,6 +4,8 @@
 #include <cctype>
 #include <stdexcept>
 
+#include "running/scenario/fields/Field.h"
+
 namespace vorn_onu {
 
 namespace {
@@ -15,8 +17,8 @@ omci::AesKey keyOf(const std::string& digits) {
     const bool good = digits.size() == 2 * key.size() &&
                       std::all_of(digits.begin(), digits.end(), [](unsigned char c) { return std::isxdigit(c) != 0; });
     if (!good) throw std::invalid_argument("--mic: a key of AES-CMAC has 32 hexadecimal digits");
-    for (std::size_t at = 0; at < key.size(); ++at)
-        key[at] = static_cast<std::uint8_t>(std::stoul(digits.substr(2 * at, 2), nullptr, 16));
+    const auto bytes = bytesOfDigits(digits);
+    std::copy(bytes.begin(), bytes.end(), key.begin());
     return key;
 }
 

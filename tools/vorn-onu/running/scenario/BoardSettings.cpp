@@ -306,7 +306,7 @@ Json boardSchema() {
         properties[row.key] = row.schema;
         properties[row.key]["description"] = row.doc;
     }
-    return {{"type", "object"}, {"additionalProperties", false}, {"properties", properties}};
+    return objectSchema(properties);
 }
 
 }  // namespace vorn_onu

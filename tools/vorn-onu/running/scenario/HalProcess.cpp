@@ -18,6 +18,7 @@
 #include "hal/HALFactory.h"
 #include "hal/HalState.h"
 #include "running/io/Printed.h"
+#include "running/scenario/StepRecord.h"
 #include "running/scenario/StepWarnings.h"
 
 namespace vorn_onu {

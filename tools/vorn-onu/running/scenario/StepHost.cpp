@@ -11,6 +11,7 @@
 #include "hal/HALFactory.h"
 #include "running/io/WorkDirectory.h"
 #include "running/scenario/HalProcess.h"
+#include "running/scenario/StepRecord.h"
 #include "running/scenario/StepWarnings.h"
 
 namespace vorn_onu {
@@ -85,16 +86,6 @@ private:
 std::unique_ptr<StepHost> stepHostFor(const Scenario& scenario, const std::string& boardFile) {
     if (scenario.inParts) return std::make_unique<Parts>(scenario, boardFile);
     return std::make_unique<Here>();
-}
-
-StepResult runHere(const Step& step, RunContext& context) {
-    try {
-        return step.run(context);
-    } catch (const std::exception& error) {
-        StepResult result;
-        result.failures.push_back({"the step", {"can be done"}, {error.what()}});
-        return result;
-    }
 }
 
 }  // namespace vorn_onu

@@ -31,9 +31,6 @@ public:
 // Throws std::runtime_error.
 std::unique_ptr<StepHost> stepHostFor(const Scenario& scenario, const std::string& boardFile);
 
-// The step in this process. What it throws is a failure.
-StepResult runHere(const Step& step, RunContext& context);
-
 }  // namespace vorn_onu
 
 #endif

@@ -22,19 +22,25 @@ void putOnLines(StepRecord& record) {
     }
 }
 
+StepResult runHere(const Step& step, RunContext& context) {
+    try {
+        return step.run(context);
+    } catch (const std::exception& error) {
+        StepResult result;
+        result.failures.push_back({"the step", {"can be done"}, {error.what()}});
+        return result;
+    }
+}
+
 StepRecord performStep(const Step& step, RunContext& context) {
     StepRecord record;
     record.step = &step;
     const Sight before = Sight::of(context.onu);
-    try {
-        StepResult result = step.run(context);
-        record.failures = std::move(result.failures);
-        record.answer = std::move(result.answer);
-        record.sent = std::move(result.sent);
-        record.returned = *result.returned;
-    } catch (const std::exception& error) {
-        record.failures.push_back({"the step", {"can be done"}, {error.what()}});
-    }
+    StepResult result = runHere(step, context);
+    record.failures = std::move(result.failures);
+    record.answer = std::move(result.answer);
+    record.sent = std::move(result.sent);
+    record.returned = *result.returned;
     record.effects = effects(before, Sight::of(context.onu));
     putOnLines(record);
     return record;

@@ -27,6 +27,8 @@ struct StepRecord {
     bool passed() const { return failures.empty(); }
 };
 
+// The step in this process. What it throws is a failure.
+StepResult runHere(const Step& step, RunContext& context);
 // Runs the step, which must live as long as the record. What goes wrong is among the failures: nothing is thrown.
 StepRecord performStep(const Step& step, RunContext& context);
 

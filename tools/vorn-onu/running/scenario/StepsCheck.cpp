@@ -79,7 +79,9 @@ Json expectSchema() {
         properties[row.key] = *row.schema;
         properties[row.key]["description"] = row.doc;
     }
-    return {{"type", "object"}, {"additionalProperties", false}, {"minProperties", 1}, {"properties", properties}};
+    Json schema = objectSchema(properties);
+    schema["minProperties"] = 1;
+    return schema;
 }
 
 }  // namespace

@@ -156,15 +156,11 @@ void parseFault(Step& step, const Json& whole, ParseContext&) {
     step.run = [setting, number](RunContext& context) { return arm(setting, number, context); };
 }
 
-Json plainObject(const Json& properties) {
-    return {{"type", "object"}, {"additionalProperties", false}, {"properties", properties}};
-}
-
 Json faultSchema() {
     Json properties = propertiesOf(faultFields());
-    properties["omci"] = plainObject(propertiesOf(messageFaultFields()));
+    properties["omci"] = objectSchema(propertiesOf(messageFaultFields()));
     properties["omci"]["description"] = "instead: what goes wrong between the ONU and its OLT";
-    return {{"anyOf", Json::array({Json{{"const", "clear"}}, plainObject(properties)})}};
+    return {{"anyOf", Json::array({Json{{"const", "clear"}}, objectSchema(properties)})}};
 }
 
 }  // namespace

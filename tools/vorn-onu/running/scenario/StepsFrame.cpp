@@ -144,22 +144,18 @@ void parseFrame(Step& step, const Json& whole, ParseContext&) {
 
 Json expectationSchema() {
     const Json number = {{"type", "integer"}, {"minimum", 0}, {"maximum", 65535}};
-    const Json exit = {{"type", "object"},
-                       {"additionalProperties", false},
-                       {"required", {"at"}},
-                       {"properties",
-                        {{"at", {{"type", "string"}}},
-                         {"tags", tagsSchema()},
-                         {"etherType", etherTypeSchema()},
-                         {"gemPort", number},
-                         {"tcont", number},
-                         {"queue", number}}}};
+    const Json exit = objectSchema({{"at", {{"type", "string"}}},
+                                    {"tags", tagsSchema()},
+                                    {"etherType", etherTypeSchema()},
+                                    {"gemPort", number},
+                                    {"tcont", number},
+                                    {"queue", number}},
+                                   Json::array({"at"}));
     const Json dropped = {{"anyOf", Json::array({Json{{"const", true}}, Json{{"type", "string"}}})}};
-    return {{"type", "object"},
-            {"additionalProperties", false},
-            {"minProperties", 1},
-            {"maxProperties", 1},
-            {"properties", {{"leaves", {{"type", "array"}, {"minItems", 1}, {"items", exit}}}, {"dropped", dropped}}}};
+    Json schema =
+        objectSchema({{"leaves", {{"type", "array"}, {"minItems", 1}, {"items", exit}}}, {"dropped", dropped}});
+    schema["minProperties"] = schema["maxProperties"] = 1;
+    return schema;
 }
 
 }  // namespace

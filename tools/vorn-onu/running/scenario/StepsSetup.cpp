@@ -107,8 +107,7 @@ void parseGateway(Step& step, const Json& whole, ParseContext&) {
 
 Json gatewaySchema() {
     const auto only = [](const char* key, const Json& schema) {
-        return Json{
-            {"type", "object"}, {"additionalProperties", false}, {"required", {key}}, {"properties", {{key, schema}}}};
+        return objectSchema({{key, schema}}, Json::array({key}));
     };
     return {{"anyOf", Json::array({Json{{"enum", {"answers", "silent"}}}, only("answersAfterMs", kDelay.schema()),
                                    only("asks", Json{{"type", "object"}}), only("sends", Json{{"type", "object"}})})}};

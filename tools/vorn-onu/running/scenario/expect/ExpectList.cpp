@@ -4,6 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "running/scenario/fields/Field.h"
+
 namespace vorn_onu {
 
 namespace {
@@ -85,10 +87,9 @@ Json ListExpectation::schema(bool withSince) {
                        {"absent", texts},
                        {"count", {{"type", "integer"}, {"minimum", 0}}}};
     if (withSince) properties["since"] = {{"type", "string"}};
-    return {{"anyOf", Json::array({texts, Json{{"type", "object"},
-                                               {"additionalProperties", false},
-                                               {"minProperties", 1},
-                                               {"properties", properties}}})}};
+    Json object = objectSchema(properties);
+    object["minProperties"] = 1;
+    return {{"anyOf", Json::array({texts, object})}};
 }
 
 }  // namespace vorn_onu

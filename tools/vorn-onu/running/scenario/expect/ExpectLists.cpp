@@ -7,6 +7,7 @@
 
 #include "running/scenario/expect/Expect.h"
 #include "running/scenario/expect/ExpectList.h"
+#include "running/scenario/fields/Field.h"
 #include "running/state/MessageText.h"
 
 namespace vorn_onu {
@@ -57,11 +58,7 @@ Lines processLines(const VirtualOnu& onu) {
 
 Lines packetLines(const VirtualOnu& onu) {
     Lines lines;
-    for (const auto& frame : onu.packetFrames()) {
-        std::ostringstream hex;
-        for (const unsigned byte : frame) hex << "0123456789abcdef"[byte >> 4U] << "0123456789abcdef"[byte & 15U];
-        lines.push_back(hex.str());
-    }
+    for (const auto& frame : onu.packetFrames()) lines.push_back(hexText({frame.begin(), frame.end()}));
     return lines;
 }
 
@@ -250,10 +247,8 @@ Check readNothingLeft(const Json& value, const ParseContext& context) {
 
 Json nothingLeftSchema() {
     const Json text = {{"type", "string"}};
-    const Json withExceptions = {{"type", "object"},
-                                 {"additionalProperties", false},
-                                 {"required", {"mark"}},
-                                 {"properties", {{"mark", text}, {"except", {{"type", "array"}, {"items", text}}}}}};
+    const Json withExceptions =
+        objectSchema({{"mark", text}, {"except", {{"type", "array"}, {"items", text}}}}, Json::array({"mark"}));
     return {{"anyOf", Json::array({text, withExceptions})}};
 }
 

@@ -133,8 +133,7 @@ Json schemaOf(Type type) {
 ExpectRow rowOf(const Things& things) {
     Json properties = Json::object();
     for (const Property& property : things.properties) properties[property.name] = schemaOf(property.type);
-    Json ways = Json::array({Json{{"type", "boolean"}},
-                             Json{{"type", "object"}, {"additionalProperties", false}, {"properties", properties}}});
+    Json ways = Json::array({Json{{"type", "boolean"}}, objectSchema(properties)});
     if (things.key == "bridges") ways.push_back(schemaOf(Type::Texts));
     const Json schema = {{"type", "object"}, {"additionalProperties", {{"anyOf", ways}}}};
     return {things.key, things.doc, schema,

@@ -134,10 +134,7 @@ std::string textOrBytesOf(const Json& value) {
 }
 
 Json textSchema() {
-    const Json bytes = {{"type", "object"},
-                        {"additionalProperties", false},
-                        {"required", {"bytes"}},
-                        {"properties", {{"bytes", {{"type", "string"}}}}}};
+    const Json bytes = objectSchema({{"bytes", {{"type", "string"}}}}, Json::array({"bytes"}));
     return {{"anyOf", Json::array({Json{{"type", "string"}}, bytes})}};
 }
 
@@ -181,10 +178,8 @@ Json tciListJson(const std::string& text) {
 }
 
 Json tciListSchema() {
-    const Json entry = {{"type", "object"},
-                        {"additionalProperties", false},
-                        {"required", {"vid"}},
-                        {"properties", {{"pbits", kPbit.schema()}, {"dei", kDei.schema()}, {"vid", kVid.schema()}}}};
+    const Json entry =
+        objectSchema({{"pbits", kPbit.schema()}, {"dei", kDei.schema()}, {"vid", kVid.schema()}}, Json::array({"vid"}));
     return {{"anyOf", Json::array({Json{{"type", "array"}, {"items", entry}, {"maxItems", 63}},
                                    Json{{"type", "string"}, {"maxLength", kMaxTciText}}, textSchema()})}};
 }
@@ -225,12 +220,9 @@ Json pbitMapJson(const PbitMap& map) {
 }
 
 Json pbitMapSchema() {
-    const Json entry = {
-        {"type", "object"},
-        {"additionalProperties", false},
-        {"required", {"pbit", "gemPort"}},
-        {"properties",
-         {{"pbit", kMappedPbit.schema()}, {"gemPort", kMappedGemPort.schema()}, {"queue", Numbers{}.schema()}}}};
+    const Json entry = objectSchema(
+        {{"pbit", kMappedPbit.schema()}, {"gemPort", kMappedGemPort.schema()}, {"queue", Numbers{}.schema()}},
+        Json::array({"pbit", "gemPort"}));
     return {{"type", "array"}, {"items", entry}, {"maxItems", 10}};
 }
 
@@ -336,6 +328,16 @@ Json requiredOf(const std::vector<Field>& fields) {
     for (const Field& field : fields)
         if (field.presence.required) names.push_back(field.name);
     return names;
+}
+
+Json objectSchema(const Json& properties) {
+    return {{"type", "object"}, {"additionalProperties", false}, {"properties", properties}};
+}
+
+Json objectSchema(const Json& properties, const Json& required) {
+    Json schema = objectSchema(properties);
+    schema["required"] = required;
+    return schema;
 }
 
 }  // namespace vorn_onu

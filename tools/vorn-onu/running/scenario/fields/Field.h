@@ -149,6 +149,9 @@ std::vector<std::string> namesOf(const std::vector<Field>& fields);
 // The JSON schema's "properties" of these fields, and the names of the required ones.
 Json propertiesOf(const std::vector<Field>& fields);
 Json requiredOf(const std::vector<Field>& fields);
+// The schema of an object with these properties and no others; required: a list of names.
+Json objectSchema(const Json& properties);
+Json objectSchema(const Json& properties, const Json& required);
 
 }  // namespace vorn_onu
 

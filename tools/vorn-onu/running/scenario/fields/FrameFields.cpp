@@ -75,11 +75,9 @@ GroupMessage groupMessageOf(const Json& value) {
 
 Json groupMessageSchema() {
     const Json text = {{"type", "string"}};
-    return {{"type", "object"},
-            {"additionalProperties", false},
-            {"minProperties", 1},
-            {"maxProperties", 1},
-            {"properties", {{"query", text}, {"report", text}, {"leave", text}}}};
+    Json schema = objectSchema({{"query", text}, {"report", text}, {"leave", text}});
+    schema["minProperties"] = schema["maxProperties"] = 1;
+    return schema;
 }
 
 std::vector<Field> tagFields() {
@@ -137,13 +135,6 @@ std::optional<unsigned> gemPortOf(const std::string& from) {
                         std::all_of(number.begin(), number.end(), [](char c) { return c >= '0' && c <= '9'; });
     if (!digits) throw Problem("from", "must have a GEM port id behind \"gem\", not '" + number + "'");
     return inField("from", [&] { return static_cast<unsigned>(kGemPort.read(std::stoll(number))); });
-}
-
-Json objectSchema(const std::vector<Field>& fields) {
-    return {{"type", "object"},
-            {"additionalProperties", false},
-            {"properties", propertiesOf(fields)},
-            {"required", requiredOf(fields)}};
 }
 
 Json exitJson(const virtual_onu::Exit& exit) {
@@ -211,7 +202,7 @@ FrameInput frameInputOf(const Json& value) {
 }
 
 Json frameInputSchema() {
-    return objectSchema(frameFields());
+    return objectSchema(propertiesOf(frameFields()), requiredOf(frameFields()));
 }
 
 std::vector<VlanTag> tagsOf(const Json& value) {
@@ -228,7 +219,9 @@ std::vector<VlanTag> tagsOf(const Json& value) {
 }
 
 Json tagsSchema() {
-    return {{"type", "array"}, {"maxItems", virtual_onu::kMaxTags}, {"items", objectSchema(tagFields())}};
+    return {{"type", "array"},
+            {"maxItems", virtual_onu::kMaxTags},
+            {"items", objectSchema(propertiesOf(tagFields()), requiredOf(tagFields()))}};
 }
 
 std::uint16_t etherTypeOf(const Json& value) {
