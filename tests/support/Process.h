@@ -10,6 +10,8 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -35,6 +37,14 @@ inline int exitCodeOf(pid_t child) {
     int status = 0;
     waitpid(child, &status, 0);
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+// Does the work in a process of its own: its exit code is what the work answers, or as above.
+inline int inChild(const std::function<int()>& work) {
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) _exit(work());
+    return exitCodeOf(child);
 }
 
 // Ends with the object, and with the test.

@@ -1,6 +1,5 @@
 // A board that runs, reached through its socket: what it takes and refuses, who can reach it, what clients cannot do to
 // it or to the program.
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <atomic>
@@ -12,7 +11,6 @@
 #include <thread>
 
 #include "support/Emulated.h"
-#include "support/Programs.h"
 #include "tools/living/LivingBoards.h"
 
 namespace {
@@ -24,13 +22,17 @@ protected:
     void SetUp() override { SKIP_WHEN_EMULATED(kHostPrograms); }
     void TearDown() override { unsetenv("TMPDIR"); }
     std::string socket(const std::string& name = "lab") const { return runtime_.socket(name); }
-    std::unique_ptr<BackgroundProgram> start(std::vector<std::string> words) const {
+    // One whose board answers at this socket.
+    std::unique_ptr<BackgroundProgram> start(std::vector<std::string> words, const std::string& place) const {
         words.insert(words.begin(), kTool);
-        return std::make_unique<BackgroundProgram>(std::move(words), scratch_.file("output"));
+        auto run = std::make_unique<BackgroundProgram>(std::move(words), scratch_.file("output"));
+        EXPECT_TRUE(boardAnswers(place)) << run->output();
+        return run;
     }
-    std::unique_ptr<BackgroundProgram> daemon() const {
-        return start({"exec", "--quiet", "--name", "lab", "--", kDaemon, "--stay"});
+    std::unique_ptr<BackgroundProgram> start(const std::vector<std::string>& words) const {
+        return start(words, socket());
     }
+    const std::vector<std::string> daemon_ = {"exec", "--quiet", "--name", "lab", "--", kDaemon, "--stay"};
     static ProgramResult tool(std::vector<std::string> words) {
         words.insert(words.begin(), kTool);
         return runProgram(words);
@@ -70,7 +72,6 @@ json requestOf(int client, int round) {
 
 TEST_F(Board, TwentyClientsTalkWhileADaemonProvisionsAndTakesDown) {
     const auto run = start({"exec", "--quiet", "--name", "lab", "--", kTestDaemon, "cycle"});
-    ASSERT_TRUE(boardAnswers(socket())) << run->output();
     constexpr int kClients = 20;
     const int rounds = std::string(VORN_SANITIZERS).empty() ? 16 : 3;  // a sanitizer makes ten of each
 
@@ -106,8 +107,7 @@ TEST_F(Board, TwentyClientsTalkWhileADaemonProvisionsAndTakesDown) {
 }
 
 TEST_F(Board, ClientsThatSpeakGarbageOrHangDisturbNobody) {
-    const auto run = daemon();
-    ASSERT_TRUE(boardAnswers(socket())) << run->output();
+    const auto run = start(daemon_);
     const std::pair<const char*, std::string> lines[] = {
         {"bad-request", std::string("\x00\xff\x80\x1b[2J", 7)},
         {"bad-request", ""},
@@ -156,8 +156,7 @@ TEST_F(Board, ClientsThatSpeakGarbageOrHangDisturbNobody) {
 // ---- steps ----
 
 TEST_F(Board, TakesEveryKindOfStepAndRefusesCallsThatAreTheProgramsOwn) {
-    const auto run = daemon();
-    ASSERT_TRUE(boardAnswers(socket())) << run->output();
+    const auto run = start(daemon_);
     ASSERT_TRUE(run->prints("the service is up")) << run->output();
     BoardClient client(socket());
     const json steps[] = {
@@ -185,7 +184,7 @@ TEST_F(Board, TakesEveryKindOfStepAndRefusesCallsThatAreTheProgramsOwn) {
     EXPECT_EQ(client.ask({{"do", "show"}})["device"]["bus"]["gateway"], "silent");
     const json call = client.step({{"call", "vorn_omci_hal_configureBridge"}, {"bridgeId", 9}, {"uniPort", 0}});
     EXPECT_EQ(codeOf(call), "not-here");
-    EXPECT_NE(call.value("error", "").find("program owns its HAL"), std::string::npos);
+    expectHas(call.value("error", ""), {"program owns its HAL"});
     // An expectation with time holds nobody else up: another client's step makes it true.
     ASSERT_TRUE(
         client.send("{\"v\": 1, \"do\": \"step\", \"step\": {\"expect\": {\"devices\": {\"sid1\": {\"operState\": "
@@ -199,7 +198,6 @@ TEST_F(Board, TakesEveryKindOfStepAndRefusesCallsThatAreTheProgramsOwn) {
 TEST_F(Board, InAFileGoesOnUnderItsNameWithTheNextProgram) {
     const std::string file = scratch_.file("board");
     auto run = start({"exec", "--quiet", "--name", "lab", "--board", file, "--", kDaemon, "--stay"});
-    ASSERT_TRUE(boardAnswers(socket())) << run->output();
     ASSERT_TRUE(run->prints("the service is up")) << run->output();
     EXPECT_EQ(tool({"at", "lab", "board", "links.sid1=down"}).code, 0);
     const pid_t program = BoardClient(socket()).ask({{"do", "hello"}}).at("board").at("process");
@@ -207,7 +205,6 @@ TEST_F(Board, InAFileGoesOnUnderItsNameWithTheNextProgram) {
     EXPECT_EQ(run->exitCode(), 128 + SIGKILL) << run->output();
 
     run = start({"exec", "--quiet", "--name", "lab", "--board", file, "--", kTestDaemon, "cycle"});
-    ASSERT_TRUE(boardAnswers(socket())) << run->output();
     BoardClient client(socket());
     const json dark = client.step({{"frame", {{"from", "sid1"}}}, {"expect", {{"dropped", "no carrier"}}}});
     EXPECT_TRUE(dark["step"].value("passed", false)) << dark.dump();
@@ -218,7 +215,6 @@ TEST_F(Board, InAFileGoesOnUnderItsNameWithTheNextProgram) {
 
 TEST_F(Board, GivesThePlaceOfAClientThatHasLeftToAnotherOne) {
     const auto run = start({"run", kScenarios + "/internet.json", "--stay", "--quiet", "--name", "lab"});
-    ASSERT_TRUE(boardAnswers(socket())) << run->output();
     {
         std::list<BoardClient> waiting;
         for (int i = 0; i < 64; ++i)
@@ -235,7 +231,6 @@ TEST_F(Board, GivesThePlaceOfAClientThatHasLeftToAnotherOne) {
 
 TEST_F(Board, OfAScenarioStaysAndTakesCallsWithTheSameChecks) {
     const auto run = start({"run", kScenarios + "/internet.json", "--stay", "--quiet", "--name", "lab"});
-    ASSERT_TRUE(boardAnswers(socket())) << run->output();
     // The scenario takes its service back; the board is as it is before that, and frames pass.
     EXPECT_EQ(tool({"at", "lab", "send", "--from", "sid0"}).code, 0);
     EXPECT_EQ(tool({"at", "lab", "call", "configureBridge", "bridgeId=9", "uniPort=0", "result=0"}).code, 0);
@@ -243,8 +238,8 @@ TEST_F(Board, OfAScenarioStaysAndTakesCallsWithTheSameChecks) {
     EXPECT_EQ(tool({"at", "lab", "expect", "bridges={\"br10\": {}}"}).code, 1);
     const ProgramResult wrong = tool({"at", "lab", "call", "configureBridge", "bridge=9"});
     EXPECT_EQ(wrong.code, 2);
-    EXPECT_NE(wrong.output.find("did you mean 'bridgeId'"), std::string::npos) << wrong.output;
-    EXPECT_NE(tool({"at", "lab", "show"}).output.find("br9"), std::string::npos);
+    expectHas(wrong.output, {"did you mean 'bridgeId'"});
+    expectHas(tool({"at", "lab", "show"}).output, {"br9"});
     run->signal(SIGTERM);
     EXPECT_EQ(run->exitCode(), 0) << run->output();
     EXPECT_FALSE(BoardClient(socket()).connected());
@@ -252,11 +247,10 @@ TEST_F(Board, OfAScenarioStaysAndTakesCallsWithTheSameChecks) {
 
 TEST_F(Board, OfAnOltsOnuTakesCallsAndFrames) {
     const auto run = start({"omci", "--listen", "unix:" + scratch_.file("olt"), "--quiet", "--name", "lab"});
-    ASSERT_TRUE(boardAnswers(socket())) << run->output();
     EXPECT_EQ(tool({"at", "lab", "call", "vorn_omci_hal_sn_get", "size=64", "result=0"}).code, 0);
     const ProgramResult sent = tool({"at", "lab", "send", "--from", "sid0", "--vlan", "20"});
     EXPECT_EQ(sent.code, 1) << sent.output;
-    EXPECT_NE(sent.output.find("dropped at sid0"), std::string::npos) << sent.output;
+    expectHas(sent.output, {"dropped at sid0"});
     EXPECT_EQ(tool({"at", "lab", "send", "--from", "sid77"}).code, 2);
 }
 
@@ -264,7 +258,6 @@ TEST_F(Board, OfAnOltsOnuTakesCallsAndFrames) {
 
 TEST_F(Board, TellsListenersEveryCallInOrderAndTheEnd) {
     const auto run = start({"exec", "--quiet", "--name", "lab", "--", kTestDaemon, "cycle"});
-    ASSERT_TRUE(boardAnswers(socket())) << run->output();
     BoardClient client(socket());
     const json begun = client.ask({{"do", "subscribe"}, {"to", {"trace", "changes", "counters"}}, {"everyMs", 100}});
     ASSERT_EQ(codeOf(begun), "ok");
@@ -292,7 +285,6 @@ TEST_F(Board, TellsListenersEveryCallInOrderAndTheEnd) {
 
 TEST_F(Board, StaysInReachOfAProgramThatClosesAllDescriptors) {
     const auto run = start({"exec", "--quiet", "--name", "lab", "--", kTestDaemon, "cycle", "closing"});
-    ASSERT_TRUE(boardAnswers(socket())) << run->output();
     BoardClient client(socket());
     for (int round = 1; round <= 4; ++round) {
         const std::string closed = "round " + std::to_string(round) + "\n";
@@ -340,8 +332,7 @@ bool stands(pid_t process) {
 }
 
 TEST_F(Board, ThatIsStoppedIsToldOfAndGoesOnLater) {
-    const auto run = daemon();
-    ASSERT_TRUE(boardAnswers(socket())) << run->output();
+    const auto run = start(daemon_);
     BoardClient client(socket());
     const pid_t process = client.ask({{"do", "hello"}}).at("board").at("process");
     kill(process, SIGSTOP);
@@ -357,25 +348,23 @@ TEST_F(Board, ThatIsStoppedIsToldOfAndGoesOnLater) {
 // ---- names ----
 
 TEST_F(Board, HasItsNameAloneAndReplacesWhatAKilledRunHasLeft) {
-    auto run = daemon();
-    ASSERT_TRUE(boardAnswers(socket())) << run->output();
+    auto run = start(daemon_);
     const ProgramResult second = tool({"exec", "--name", "lab", "--", "/bin/sh", "-c", "echo has run"});
     EXPECT_EQ(second.code, 2);
-    EXPECT_NE(second.output.find("'lab' runs already"), std::string::npos) << second.output;
+    expectHas(second.output, {"'lab' runs already"});
     EXPECT_EQ(second.output.find("has run"), std::string::npos) << "nothing is run";
     struct stat found {};
     ASSERT_EQ(stat(socket().c_str(), &found), 0);
     EXPECT_EQ(found.st_mode & 0777U, 0700U);
     ASSERT_EQ(stat((runtime_.path() + "/vorn-onu").c_str(), &found), 0);
     EXPECT_EQ(found.st_mode & 0777U, 0700U);
-    EXPECT_NE(tool({"ls"}).output.find("lab"), std::string::npos);
+    expectHas(tool({"ls"}).output, {"lab"});
     run->signal(SIGKILL);
     run->exitCode();
     EXPECT_EQ(stat(socket().c_str(), &found), 0) << "left behind";
     EXPECT_EQ(tool({"ls"}).output, "No board runs.\n");
     EXPECT_EQ(tool({"at", "lab", "show"}).code, 2);
-    run = daemon();
-    EXPECT_TRUE(boardAnswers(socket())) << run->output();
+    start(daemon_);
 }
 
 TEST_F(Board, HasANameThatIsNoPathAndADirectoryThatIsTheUsersAlone) {
@@ -386,13 +375,11 @@ TEST_F(Board, HasANameThatIsNoPathAndADirectoryThatIsTheUsersAlone) {
     chmod((runtime_.path() + "/vorn-onu").c_str(), 0755);
     const ProgramResult open = runWith("lab");
     EXPECT_EQ(open.code, 2);
-    EXPECT_NE(open.output.find("yours alone"), std::string::npos) << open.output;
+    expectHas(open.output, {"yours alone"});
     // Without a runtime directory of the user's: a private one below the temporary directory.
     setenv("XDG_RUNTIME_DIR", "/nowhere", 1);
     setenv("TMPDIR", runtime_.path().c_str(), 1);
-    const auto run = daemon();
-    EXPECT_TRUE(boardAnswers(runtime_.path() + "/vorn-onu." + std::to_string(getuid()) + "/boards/lab.sock"))
-        << run->output();
+    start(daemon_, runtime_.path() + "/vorn-onu." + std::to_string(getuid()) + "/boards/lab.sock");
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 // The full-screen view, drawn into a terminal: what it shows in windows of different sizes, and how it leaves them.
-#include <gtest/gtest.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 
@@ -7,7 +6,6 @@
 #include <memory>
 
 #include "support/Emulated.h"
-#include "support/Programs.h"
 #include "tools/living/LivingBoards.h"
 #include "tools/program/Terminal.h"
 
@@ -117,9 +115,8 @@ TEST_P(Watching, FitsTheWindowFollowsItsSizeAndLeavesItClean) {
     EXPECT_FALSE(window.cursor);
     EXPECT_LE(window.widest, static_cast<std::size_t>(columns));
     EXPECT_LT(window.lowest, 30U);
-    for (const char* part :
-         {"lab: exec", "Services", "Ports", "GEM ports", "Warnings", "the gateway is silent", "Last calls", "q ends"})
-        EXPECT_NE(window.text().find(part), std::string::npos) << part << "\n" << window.text();
+    expectHas(window.text(), {"lab: exec", "Services", "Ports", "GEM ports", "Warnings", "the gateway is silent",
+                              "Last calls", "q ends"});
     EXPECT_EQ(window.text().find("bit/s") != std::string::npos, columns >= 110);
 
     // Rates: frames that come in, once there are two looks at the counters.
@@ -137,7 +134,7 @@ TEST_P(Watching, FitsTheWindowFollowsItsSizeAndLeavesItClean) {
         return small.lowest == 11;
     })) << small.text();
     EXPECT_LE(small.widest, 60U);
-    EXPECT_NE(small.text().find("Last calls"), std::string::npos) << small.text();
+    expectHas(small.text(), {"Last calls"});
 
     const auto showsNow = [&session](const std::string& wanted, const std::string& unwanted) {
         return becomesTrue([&] {
@@ -190,8 +187,7 @@ TEST_P(Leaving, GivesTheTerminalBack) {
     EXPECT_FALSE(window.other);
     EXPECT_TRUE(window.cursor);
     const std::string after = session.output().substr(session.output().find("back "));
-    EXPECT_NE(after.find(" icanon"), std::string::npos) << after;
-    EXPECT_NE(after.find(" echo "), std::string::npos) << after;
+    expectHas(after, {" icanon", " echo "});
 }
 INSTANTIATE_TEST_SUITE_P(By, Leaving, ::testing::Values(0, SIGTERM, SIGHUP, -1), [](const auto& one) {
     return one.param == 0         ? "CtrlC"

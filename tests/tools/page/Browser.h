@@ -9,8 +9,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdlib>
-#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -18,6 +16,7 @@
 #include <nlohmann/json.hpp>
 
 #include "support/Wait.h"
+#include "tools/vorn-onu/RunProgram.h"
 
 class Browser {
 public:
@@ -25,15 +24,9 @@ public:
 
     // The program, "" where none is installed.
     static std::string program() {
-        const std::string path = std::getenv("PATH") == nullptr ? "" : std::getenv("PATH");
-        for (const char* name : {"chromium", "chromium-browser", "google-chrome"})
-            for (std::size_t begin = 0; begin <= path.size();) {
-                const std::size_t end = std::min(path.find(':', begin), path.size());
-                const std::string file = path.substr(begin, end - begin) + "/" + name;
-                if (access(file.c_str(), X_OK) == 0) return file;
-                begin = end + 1;
-            }
-        return "";
+        const std::string names = "command -v chromium || command -v chromium-browser || command -v google-chrome";
+        const std::string found = runProgram({"sh", "-c", names}).output;
+        return found.substr(0, found.find('\n'));
     }
 
     // profile: a directory that is the browser's own.
@@ -102,12 +95,6 @@ public:
              {{"width", width}, {"height", 900}, {"deviceScaleFactor", 1}, {"mobile", false}});
         call("Emulation.setEmulatedMedia", {{"features", {{{"name", "prefers-color-scheme"}, {"value", scheme}}}}});
     }
-    // All of the page, as PNG.
-    void picture(const std::string& file) {
-        const std::string text =
-            call("Page.captureScreenshot", {{"format", "png"}, {"captureBeyondViewport", true}})["data"];
-        std::ofstream(file, std::ios::binary) << decoded(text);
-    }
     // Mistakes of the script, and what the page's own rules have forbidden.
     const std::vector<std::string>& complaints() const { return complaints_; }
     // Of a test that lets the page ask in vain.
@@ -148,22 +135,6 @@ private:
         if (method == "Runtime.exceptionThrown" || method == "Log.entryAdded")
             complaints_.push_back(event["params"].dump());
     }
-    static std::string decoded(const std::string& base64) {
-        static const std::string kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-        std::string bytes;
-        unsigned value = 0, bits = 0;
-        for (const char c : base64) {
-            const std::size_t digit = kDigits.find(c);
-            if (digit == std::string::npos) break;
-            value = (value << 6U | static_cast<unsigned>(digit)) & 0xFFFFFFU;
-            bits += 6;
-            if (bits < 8) continue;
-            bits -= 8;
-            bytes += static_cast<char>(value >> bits & 0xFFU);
-        }
-        return bytes;
-    }
-
     pid_t child_ = -1;
     int to_ = -1, from_ = -1, id_ = 0;
     std::string session_, got_;

@@ -125,7 +125,7 @@ TEST_F(PageInBrowser, FollowsAComposedFrame) {
         "})()");
     EXPECT_TRUE(browser_->becomes("document.querySelectorAll('#way tbody tr').length >= 3"));
     const std::string way = browser_->value("document.getElementById('way').innerText");
-    EXPECT_NE(way.find("leaves at GEM port 1002"), std::string::npos) << way;
+    expectHas(way, {"leaves at GEM port 1002"});
     EXPECT_TRUE(browser_->becomes("document.getElementById('part-counters').innerText.includes('GEM port 1002')"));
     // What is wrong is said, and nothing of it becomes markup.
     browser_->value(
@@ -169,7 +169,6 @@ TEST_F(PageInBrowser, FitsFromFourHundredPixelsOn) {
     for (const int width : {400, 420, 1400})
         for (const char* scheme : {"light", "dark"}) {
             browser_->resize(width, scheme);
-            browser_->picture(std::string(VORN_PICTURE_DIR) + "/page-" + std::to_string(width) + "-" + scheme + ".png");
             EXPECT_LE(browser_->value("document.documentElement.scrollWidth").get<int>(), width) << scheme;
             EXPECT_EQ(browser_->value(overlaps()), 0) << width;
             const std::string ground = browser_->value("getComputedStyle(document.body).backgroundColor");
@@ -231,7 +230,6 @@ TEST_F(PageOfManyServices, FoldsFiltersAndSums) {
               "gpondef,sid0,sid1,sid2,sid3");
     for (const auto& [width, scheme] : {std::make_pair(400, "light"), std::make_pair(1400, "dark")}) {
         browser_->resize(width, scheme);
-        browser_->picture(std::string(VORN_PICTURE_DIR) + "/services-" + std::to_string(width) + ".png");
         EXPECT_LE(browser_->value("document.documentElement.scrollWidth").get<int>(), width);
         EXPECT_EQ(browser_->value(overlaps()), 0) << width;
     }

@@ -19,13 +19,12 @@ public:
         place.sin_family = AF_INET;
         place.sin_port = htons(static_cast<std::uint16_t>(port));
         place.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        open_ = connect(socket_, reinterpret_cast<const sockaddr*>(&place), sizeof place) == 0;
+        connect(socket_, reinterpret_cast<const sockaddr*>(&place), sizeof place);
     }
     ~HttpConnection() { close(socket_); }
     HttpConnection(const HttpConnection&) = delete;
     HttpConnection& operator=(const HttpConnection&) = delete;
 
-    bool isOpen() const { return open_; }
     void send(const std::string& text) const {
         for (std::size_t done = 0; done < text.size();) {
             const ssize_t count = ::send(socket_, text.data() + done, text.size() - done, MSG_NOSIGNAL);
@@ -53,7 +52,6 @@ private:
     }
 
     int socket_;
-    bool open_ = false;
     std::string got_;
 };
 

@@ -1,5 +1,4 @@
 // The page of a board that runs, as a browser's requests see it, and those of others.
-#include <algorithm>
 #include <functional>
 #include <iterator>
 #include <list>

@@ -2,8 +2,6 @@
 #ifndef TESTS_PAGE_SERVED_BOARD_H
 #define TESTS_PAGE_SERVED_BOARD_H
 
-#include <gtest/gtest.h>
-
 #include <csignal>
 #include <memory>
 

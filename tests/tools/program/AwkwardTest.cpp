@@ -1,5 +1,4 @@
 // The virtual ONU inside of programs that close, fork, load and change what they like.
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -7,8 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "support/Emulated.h"
-#include "support/Programs.h"
-#include "tools/program/Terminal.h"
+#include "support/Wait.h"
 #include "tools/vorn-onu/RunProgram.h"
 
 namespace {

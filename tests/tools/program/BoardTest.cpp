@@ -1,11 +1,9 @@
 // `vorn-onu exec --board FILE`: the board outlives the program.
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
 
 #include "support/Emulated.h"
-#include "support/Programs.h"
 #include "tools/vorn-onu/RunProgram.h"
 
 namespace {

@@ -1,11 +1,9 @@
 // What `vorn-onu exec` writes, and where.
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
 
 #include "support/Emulated.h"
-#include "support/Programs.h"
 #include "tools/vorn-onu/RunProgram.h"
 
 namespace {
@@ -40,8 +38,7 @@ TEST(ExecOutput, WhatTheHalPrintsGoesWhereItIsWanted) {
     EXPECT_FALSE(has(contentOf(file), kOfTheDaemon));
 
     const ProgramResult mixed = outputOf("--hal-output -");
-    EXPECT_TRUE(has(mixed.output, kOfTheHal));
-    EXPECT_TRUE(has(mixed.output, kOfTheDaemon));
+    expectHas(mixed.output, {kOfTheHal, kOfTheDaemon});
     EXPECT_FALSE(has(mixed.output, word));
 }
 
@@ -63,8 +60,7 @@ TEST(ExecOutput, ADashIsStandardOutput) {
     ASSERT_TRUE(state.is_object()) << "the state is all there is";
     EXPECT_EQ(state["pon"]["gemPorts"].size(), 1u);
     const ProgramResult traced = outputOf("--quiet --trace -");
-    EXPECT_TRUE(has(traced.output, "\ngponCtl_configGemPort(")) << traced.output;
-    EXPECT_TRUE(has(traced.output, kOfTheDaemon));
+    expectHas(traced.output, {"\ngponCtl_configGemPort(", kOfTheDaemon});
     EXPECT_NE(access("-", F_OK), 0);
     EXPECT_EQ(outputOf("--json - --trace -").code, 2);
 }
@@ -80,8 +76,7 @@ TEST(ExecOutput, AReportAndACaptureAsRunHasThem) {
     const ScratchDirectory scratch;
     const std::string report = scratch.file("report.html"), capture = scratch.file("frames.pcapng");
     ASSERT_EQ(outputOf("--quiet --report " + report + " --pcap " + capture).code, 0);
-    EXPECT_TRUE(has(contentOf(report), "What example-daemon left on the device")) << contentOf(report);
-    EXPECT_TRUE(has(contentOf(report), "push VID 100"));
+    expectHas(contentOf(report), {"What example-daemon left on the device", "push VID 100"});
     EXPECT_EQ(contentOf(capture).substr(0, 4), "\x0a\x0d\x0d\x0a");
     for (const std::string option : {"--report", "--pcap", "--json", "--trace", "--hal-output", "--record"}) {
         const ProgramResult result = runProgram({kTool, "exec", option, "/no/such/place", "--", kDaemon});
@@ -98,8 +93,7 @@ TEST(ExecOutput, FramesThatTheProgramSendsAreInTheCapture) {
         {kTool, "exec", "--quiet", "--pcap", scratch.file("frames.pcapng"), "--", kTestDaemon, "awkward", "frames"});
     EXPECT_EQ(result.code, 0) << result.output;
     // An ARP request (EtherType 0x0806) to everybody, on the IP host's device.
-    EXPECT_TRUE(has(contentOf(scratch.file("frames.pcapng")), "\x08\x06")) << "no ARP";
-    EXPECT_TRUE(has(contentOf(scratch.file("frames.pcapng")), "br")) << "no device";
+    expectHas(contentOf(scratch.file("frames.pcapng")), {"\x08\x06", "br"});
 }
 
 TEST(ExecOutput, ARecordingReplacesAFileOnlyWhenThereIsOne) {

@@ -1,8 +1,5 @@
 // A daemon that detaches itself from the terminal, under the tool, and signals.
-#include <gtest/gtest.h>
-
 #include "support/Emulated.h"
-#include "support/Programs.h"
 #include "tools/program/Terminal.h"
 #include "tools/vorn-onu/RunProgram.h"
 
@@ -17,8 +14,7 @@ std::vector<std::string> detachedDaemon(const std::string& before = "") {
 }
 
 void expectSummary(TerminalSession& session) {
-    EXPECT_NE(session.output().find("1001"), std::string::npos) << session.output();
-    EXPECT_NE(session.output().find("what the HAL printed: "), std::string::npos) << session.output();
+    expectHas(session.output(), {"1001", "what the HAL printed: "});
 }
 
 TEST(Signals, EachReachesADetachedDaemonAndTheSummaryIsShown) {
@@ -112,7 +108,7 @@ TEST(Background, AProgramThatGoesThereIsNamedWithItsFiles) {
     EXPECT_TRUE(becomesTrue([&] { return contentOf(state).find("\"name\": \"sid1.3\"") != std::string::npos; }))
         << state;
     const std::string recording = behind("on: ", "\n");
-    EXPECT_NE(contentOf(recording).find("configureBridge"), std::string::npos) << recording;
+    expectHas(contentOf(recording), {"configureBridge"});
     kill(daemon, SIGKILL);
     EXPECT_TRUE(becomesTrue([&] { return isGone(daemon); }));
     runProgram({"rm", "-r", state.substr(0, state.rfind('/'))});

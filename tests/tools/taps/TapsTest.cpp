@@ -1,6 +1,5 @@
 // Real packets: Linux's own programs in two network namespaces, a customer's and an operator's, with the virtual ONU
 // between them. The namespaces belong to processes of the test and go with them, whatever becomes of it.
-#include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -116,6 +115,7 @@ protected:
     void giveAddresses() const {
         ASSERT_EQ(customer_.run({"ip", "addr", "add", "10.9.0.1/24", "dev", "lan0"}).code, 0);
         ASSERT_EQ(operator_.run({"ip", "addr", "add", "10.9.0.2/24", "dev", "pon0"}).code, 0);
+        ASSERT_TRUE(becomesTrue([this] { return pings(); })) << output();
     }
     bool pings() const { return customer_.run({"ping", "-c", "1", "-W", "1", "10.9.0.2"}).code == 0; }
 
@@ -135,7 +135,7 @@ protected:
         const auto client =
             customer_.run({"udhcpc", "-i", "lan0", "-f", "-q", "-n", "-t", "10", "-T", "1", "-s", script});
         EXPECT_EQ(client.code, 0) << client.output << contentOf(scratch_.file("server")) << output();
-        EXPECT_NE(contentOf(scratch_.file("leases")).find("10.9.0.100"), std::string::npos);
+        expectHas(contentOf(scratch_.file("leases")), {"10.9.0.100"});
         EXPECT_TRUE(becomesTrue([this] { return pings(); }));
     }
 
@@ -158,22 +158,20 @@ protected:
 TEST_F(Taps, PingPassesThroughADaemonThatClosesEveryDescriptor) {
     startDaemon("closing");
     giveAddresses();
-    ASSERT_TRUE(becomesTrue([this] { return pings(); })) << output();
     order(SIGUSR2, "port on the bridge");  // and closes them once more, while frames pass
     const auto ping = customer_.run({"ping", "-c", "20", "-i", "0.02", "-W", "1", "-s", "1400", "10.9.0.2"});
-    EXPECT_NE(ping.output.find(" 0% packet loss"), std::string::npos) << ping.output;
+    expectHas(ping.output, {" 0% packet loss"});
     const json taps = ended();
     for (const char* port : {"sid2", "gem 1001"}) {
         EXPECT_GE(taps[port].at("framesIn"), 21u) << port;
         EXPECT_GE(taps[port].at("framesOut"), 21u) << port;
     }
-    EXPECT_NE(output().find("Real packets"), std::string::npos) << output();
+    expectHas(output(), {"Real packets"});
 }
 
 TEST_F(Taps, FramesMeetTheRulesThatStandWhileTheDaemonChangesThem) {
     startDaemon();
     giveAddresses();
-    ASSERT_TRUE(becomesTrue([this] { return pings(); })) << output();
     order(SIGUSR1, "port off the bridge");
     EXPECT_FALSE(pings());
     order(SIGUSR2, "port on the bridge");
@@ -190,13 +188,11 @@ TEST_F(Taps, ProcessThatUsesTheDeviceLastHasThePorts) {
     setenv("TSAN_OPTIONS", (std::string(options == nullptr ? "" : options) + ":die_after_fork=0").c_str(), 1);
     startDaemon("forking");
     giveAddresses();
-    EXPECT_TRUE(becomesTrue([this] { return pings(); })) << output();
 }
 
 TEST_F(Taps, BoardsLinkFollowsTheTaps) {
     startScenario();
     giveAddresses();
-    ASSERT_TRUE(becomesTrue([this] { return pings(); })) << output();
     const auto isUp = [&](const char* device) {
         const auto shown = runProgram({VORN_ONU_BINARY, "at", name(), "show", "--json"});
         const json state = json::parse(shown.output);
@@ -211,7 +207,7 @@ TEST_F(Taps, BoardsLinkFollowsTheTaps) {
     EXPECT_TRUE(becomesTrue([&] { return isUp("sid2"); }));
     EXPECT_TRUE(becomesTrue([this] { return pings(); }));
     const auto listed = runProgram({VORN_ONU_BINARY, "ls"});
-    EXPECT_NE(listed.output.find("sid2=lan0@" + customer_.path()), std::string::npos) << listed.output;
+    expectHas(listed.output, {"sid2=lan0@" + customer_.path()});
     winsize window{};
     window.ws_row = 50;
     window.ws_col = 120;
@@ -225,7 +221,6 @@ TEST_F(Taps, FramesThatTheBoardDoesNotTakeInTimeAreShownAsLost) {
     ASSERT_EQ(customer_.run({"ip", "link", "set", "lan0", "txqueuelen", "10", "up"}).code, 0);
     startDaemon();
     giveAddresses();
-    ASSERT_TRUE(becomesTrue([this] { return pings(); })) << output();
     kill(daemon(), SIGSTOP);
     const auto sent = customer_.run({"ping", "-b", "-c", "60", "-i", "0.005", "-W", "1", "10.9.0.255"});
     kill(daemon(), SIGCONT);
@@ -233,7 +228,7 @@ TEST_F(Taps, FramesThatTheBoardDoesNotTakeInTimeAreShownAsLost) {
     EXPECT_GE(taps["sid2"].at("lostIn"), 40u) << sent.output << taps.dump(1);
     EXPECT_EQ(taps["gem 1001"].at("lostIn"), 0u);
     const std::string words = std::regex_replace(output(), std::regex("\\s+"), " ");  // the lines may be broken
-    EXPECT_NE(words.find("lost in front of the board, which was too slow"), std::string::npos) << output();
+    expectHas(words, {"lost in front of the board, which was too slow"});
     EXPECT_EQ(customer_.run({"ip", "link", "show", "lan0"}).code, 0) << "a TAP that others have made is gone";
 }
 
@@ -283,7 +278,7 @@ TEST_F(Taps, WithoutTheRightTheAnswerTellsWhichIsMissing) {
     const auto refused = runProgram({"setpriv", "--bounding-set=-net_admin", "--inh-caps=-net_admin", VORN_ONU_BINARY,
                                      "exec", "--tap", "sid0=vorn-none0", "--", "/bin/echo", "it ran"});
     EXPECT_EQ(refused.code, 2) << refused.output;
-    EXPECT_NE(refused.output.find("CAP_NET_ADMIN"), std::string::npos) << refused.output;
+    expectHas(refused.output, {"CAP_NET_ADMIN"});
     EXPECT_EQ(refused.output.find("it ran"), std::string::npos) << refused.output;
 }
 
@@ -291,7 +286,6 @@ TEST_F(Taps, IperfRunsBothWays) {
     if (!isThere("iperf3")) GTEST_SKIP() << "iperf3 is missing";
     startScenario();
     giveAddresses();
-    ASSERT_TRUE(becomesTrue([this] { return pings(); })) << output();
     for (const char* way : {"up", "down"}) {  // a server each: it is busy for a while when a client has gone
         const std::string file = scratch_.file(std::string("server-") + way);
         BackgroundProgram server(operator_.words({"iperf3", "-s", "-1", "-B", "10.9.0.2", "--forceflush"}), file);
@@ -320,29 +314,26 @@ TEST_F(Taps, ClientGetsItsAddressThroughAServiceWithATag) {
 }
 
 TEST(TapOption, WrongWordsAreRefusedBeforeAnythingRuns) {
-    const struct {
-        const char* words;
-        const char* answer;
-    } cases[] = {{"sid9=tap0", "is no port"},
-                 {"veip77=tap0", "is no port"},
-                 {"sid2=%d", "is no name of an interface"},
-                 {"sid0", "is written PORT=INTERFACE"},
-                 {"lan0=tap0", "is no port"},
-                 {"gem 70000=tap0", "at most 65535"},
-                 {"sid0=", "is no name of an interface"},
-                 {"sid0=a/b", "is no name of an interface"},
-                 {"sid0=sixteen-letters-", "is no name of an interface"},
-                 {"sid0=tap0@", "namespace's name is missing"},
-                 {"sid0=tap0@/no/such", "network namespace /no/such"}};
-    for (const auto& one : cases) {
-        const auto result = runProgram({VORN_ONU_BINARY, "exec", "--tap", one.words, "--", "/bin/echo", "it ran"});
-        EXPECT_EQ(result.code, 2) << one.words;
-        EXPECT_NE(result.output.find(one.answer), std::string::npos) << one.words << ": " << result.output;
-        EXPECT_EQ(result.output.find("it ran"), std::string::npos) << one.words;
+    const std::pair<const char*, const char*> cases[] = {{"sid9=tap0", "is no port"},
+                                                         {"veip77=tap0", "is no port"},
+                                                         {"sid2=%d", "is no name of an interface"},
+                                                         {"sid0", "is written PORT=INTERFACE"},
+                                                         {"lan0=tap0", "is no port"},
+                                                         {"gem 70000=tap0", "at most 65535"},
+                                                         {"sid0=", "is no name of an interface"},
+                                                         {"sid0=a/b", "is no name of an interface"},
+                                                         {"sid0=sixteen-letters-", "is no name of an interface"},
+                                                         {"sid0=tap0@", "namespace's name is missing"},
+                                                         {"sid0=tap0@/no/such", "network namespace /no/such"}};
+    for (const auto& [words, answer] : cases) {
+        const auto result = runProgram({VORN_ONU_BINARY, "exec", "--tap", words, "--", "/bin/echo", "it ran"});
+        EXPECT_EQ(result.code, 2) << words;
+        expectHas(result.output, {answer});
+        EXPECT_EQ(result.output.find("it ran"), std::string::npos) << words;
     }
     const auto twice = runProgram({VORN_ONU_BINARY, "exec", "--tap", "sid0=a", "--tap", "sid0=b", "--", "/bin/true"});
     EXPECT_EQ(twice.code, 2);
-    EXPECT_NE(twice.output.find("sid0 is a already"), std::string::npos) << twice.output;
+    expectHas(twice.output, {"sid0 is a already"});
 }
 
 }  // namespace

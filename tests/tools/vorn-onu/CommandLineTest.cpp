@@ -1,10 +1,7 @@
 // The words of the command line: what is refused, what is meant instead, help and manual page.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <sstream>
 
-#include "support/Programs.h"
 #include "tools/vorn-onu/RunProgram.h"
 #include "views/Terminal.h"
 
@@ -48,7 +45,7 @@ TEST(CommandLine, HelpVersionAndHelpOfACommandAreAnswered) {
     EXPECT_EQ(runProgram({kTool, "help"}).output, runProgram({kTool, "--help"}).output);
     const ProgramResult send = runProgram({kTool, "help", "send"});
     EXPECT_EQ(send.code, 0);
-    EXPECT_NE(send.output.find("--after-step N"), std::string::npos) << send.output;
+    expectHas(send.output, {"--after-step N"});
     EXPECT_EQ(send.output, runProgram({kTool, "send", "--help"}).output);
 }
 
@@ -62,27 +59,23 @@ TEST(CommandLine, HelpIsNoWiderThanTheWindow) {
             EXPECT_TRUE(widthOf(line) <= 60 || line.rfind("  vorn-onu", 0) == 0) << command << ": " << line;
     }
     const std::string help = runProgram({"env", "COLUMNS=60", kTool, "help", "run"}).output;
-    EXPECT_NE(help.find("  --quiet                     show failures only\n"), std::string::npos) << help;
-    EXPECT_NE(help.find("  --json FILE                 write steps and device state\n"
-                        "                              as JSON; - is standard output\n"),
-              std::string::npos)
-        << help;
+    expectHas(help, {"  --quiet                     show failures only\n",
+                     "  --json FILE                 write steps and device state\n"
+                     "                              as JSON; - is standard output\n"});
 }
 
 TEST(CommandLine, AFrameFromAPortThatIsNotThereIsBadInputAndThePortsAreNamed) {
-    const struct {
-        const char *from, *told;
-    } cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"sid77",
          "the frame: field 'from': there is no port 'sid77' after step 24, did you mean 'sid7'?; there are sid0, "},
         {"gem1001", "there is no port 'gem1001' after step 24, did you mean 'gem 1001'?; there are sid0, "},
         {"gem 7", "there is no port 'gem 7' after step 24"},
     };
-    for (const auto& one : cases) {
+    for (const auto& [from, told] : cases) {
         const ProgramResult result =
-            runProgram({kTool, "send", std::string(VORN_SCENARIO_DIR) + "/internet.json", "--from", one.from});
+            runProgram({kTool, "send", std::string(VORN_SCENARIO_DIR) + "/internet.json", "--from", from});
         EXPECT_EQ(result.code, 2);
-        EXPECT_NE(result.output.find(one.told), std::string::npos) << result.output;
+        expectHas(result.output, {told});
     }
 }
 

@@ -1,6 +1,4 @@
 // What differs between two device states, in words.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 
 #include <nlohmann/json.hpp>

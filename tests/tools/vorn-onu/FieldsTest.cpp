@@ -1,8 +1,6 @@
 // Every field of the board's records, changed one by one: equality, the state, the comparison of states, expectations
 // and board files must see it where its list says so. A field that one of them forgot would be a change that nobody is
 // shown.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>

@@ -1,10 +1,7 @@
 // Files that mean ill, and outputs that are full: what reaches the terminal, what is refused, what the exit code tells.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 
 #include "running/io/Printed.h"
-#include "support/Programs.h"
 #include "tools/vorn-onu/RunProgram.h"
 
 namespace {
@@ -31,7 +28,7 @@ TEST(HostileFiles, ControlCharactersOfAFileAreShownEscaped) {
     const std::string state = scratch.file("state.json");
     const ProgramResult run = runProgram({kTool, "run", file, "--trace", "--hal-output", "--json", state});
     EXPECT_EQ(run.code, 1);
-    EXPECT_NE(run.output.find("a\\x1b]0;x\\x07b\\u009b2Jc\\u202ed\\nEVERYTHING"), std::string::npos) << run.output;
+    expectHas(run.output, {"a\\x1b]0;x\\x07b\\u009b2Jc\\u202ed\\nEVERYTHING"});
     const std::string clean = scratch.file("clean.json");
     runProgram({kTool, "run", kScenarios + "/bridge.json", "--json", clean});
     for (const std::string& output :
@@ -42,9 +39,7 @@ TEST(HostileFiles, ControlCharactersOfAFileAreShownEscaped) {
 }
 
 TEST(HostileFiles, WhatIsNoUtf8AndWhatTurnsTextIsEscapedAndPaintIsNot) {
-    const struct {
-        const char *text, *shown;
-    } cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"plain\ttext\n", "plain\ttext\n"},
         {"grün ✓ 漢", "grün ✓ 漢"},
         {"\x9b"
@@ -54,7 +49,7 @@ TEST(HostileFiles, WhatIsNoUtf8AndWhatTurnsTextIsEscapedAndPaintIsNot) {
         {"\xe2\x80\xa8 \xe2\x81\xa6 \xe2\x80\x8f", "\\u2028 \\u2066 \\u200f"},
         {"\x1b[31mred", "\\x1b[31mred"},
     };
-    for (const auto& one : cases) EXPECT_EQ(vorn_onu::printable(one.text), one.shown);
+    for (const auto& [text, shown] : cases) EXPECT_EQ(vorn_onu::printable(text), shown);
     EXPECT_EQ(vorn_onu::printable(vorn_onu::painted("31", "a\x1b[2Jb")), "\x1b[31ma\\x1b[2Jb\x1b[0m");
     EXPECT_EQ(vorn_onu::unpainted(vorn_onu::painted("31", "ab") + "c"), "abc");
 }
@@ -88,7 +83,7 @@ TEST(HostileFiles, ALongListIsReadInATimeThatGrowsWithItsLength) {
     const std::string file = scratch.write("long.json", R"({"title": "t", "steps": [)" + steps + "{}]}");
     const ProgramResult run = runProgram({"/usr/bin/timeout", "100", kTool, "run", file});
     EXPECT_EQ(run.code, 2);
-    EXPECT_NE(run.output.find("step 1: must have one of the fields"), std::string::npos) << run.output;
+    expectHas(run.output, {"step 1: must have one of the fields"});
 }
 
 TEST(HostileFiles, StandardOutputThatIsFullIsNoSuccess) {

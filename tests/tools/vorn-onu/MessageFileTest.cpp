@@ -7,6 +7,7 @@
 #include "omci/HexBytes.h"
 #include "running/io/Files.h"
 #include "support/Emulated.h"
+#include "support/Pcap.h"
 
 namespace {
 
@@ -86,13 +87,9 @@ TEST(MessageFile, ACaptureIsReadUpToItsDamage) {
         EXPECT_THROW(vorn_onu::readMessages(bytes, "a"), vorn_onu::FileProblem);
 }
 
-// A capture of one packet, as libpcap writes it on this processor.
+// A capture of one packet.
 std::string captureOf(std::uint32_t link, const std::string& packetDigits) {
-    const omci::Bytes packet = omci::hex(packetDigits);
-    const auto size = static_cast<std::uint32_t>(packet.size());
-    const std::uint32_t head[] = {0xa1b2c3d4, 0x00040002, 0, 0, 65535, link, 0, 0, size, size};
-    std::string file(reinterpret_cast<const char*>(head), sizeof head);
-    return file.append(packet.begin(), packet.end());
+    return pcapOf({omci::hex(packetDigits)}, link);
 }
 
 // The same as pcapng: a section, an interface, a simple packet.

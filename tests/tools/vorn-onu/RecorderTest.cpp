@@ -1,6 +1,4 @@
 // Recording a daemon and replaying what it asked of the HAL, with the programs as a user starts them.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <csignal>
 
@@ -72,10 +70,10 @@ TEST_F(Recorder, ARecordingSaysWhatItsServicesGoBy) {
         words.insert(words.begin(), {VORN_ONU_BINARY, "run", file("recording.json")});
         return runProgram(words).output;
     };
-    EXPECT_NE(heading({}).find(byG988), std::string::npos);
-    EXPECT_NE(heading({"--forwarding", "contract"}).find(byContract), std::string::npos);
+    expectHas(heading({}), {byG988});
+    expectHas(heading({"--forwarding", "contract"}), {byContract});
     setenv("VORN_HAL_FORWARDING", "contract", 1);
-    EXPECT_NE(heading({}).find(byG988), std::string::npos);
+    expectHas(heading({}), {byG988});
     setenv("VORN_HAL_FORWARDING", "G988", 1);
     EXPECT_EQ(runProgram({VORN_ONU_BINARY, "run", VORN_SCENARIO_DIR "/bridge.json"}).code, 2);
     unsetenv("VORN_HAL_FORWARDING");
@@ -127,7 +125,7 @@ TEST_F(Recorder, AnAnswerThatIsAnotherOneIsNoticed) {
         std::ofstream(file("recording.json")) << changed;
         const auto replayed = replay();
         EXPECT_EQ(replayed.code, 1) << one.call;
-        EXPECT_NE(replayed.output.find(one.told), std::string::npos) << one.call << ": " << replayed.output;
+        expectHas(replayed.output, {one.told});
     }
 }
 
@@ -163,7 +161,7 @@ TEST_F(Recorder, GoesOnInAChildAndWithClosedDescriptors) {
 TEST_F(Recorder, SaysSoWhenThereIsNothingToRecord) {
     const auto result = record({"true"}, file("recording.json"));
     EXPECT_EQ(result.code, 0);
-    EXPECT_NE(result.output.find("has not called the HAL"), std::string::npos) << result.output;
+    expectHas(result.output, {"has not called the HAL"});
     EXPECT_EQ(record({"true"}, "/nowhere/recording.json").code, 2);
     EXPECT_EQ(record({"true"}, "/dev/null").code, 2);
 }
@@ -172,7 +170,7 @@ TEST_F(Recorder, AFullDiskLeavesTheCallsThatFitted) {
     const std::string limited =
         std::string("ulimit -f 4; trap '' XFSZ; exec ") + TEST_DAEMON_BINARY + " record everything >/dev/null";
     const auto result = record({"bash", "-c", limited}, file("recording.json"));
-    EXPECT_NE(result.output.find("nothing more is recorded"), std::string::npos) << result.output;
+    expectHas(result.output, {"nothing more is recorded"});
     EXPECT_GT(calls().size(), 10u);
     EXPECT_EQ(replay().code, 0);
 }

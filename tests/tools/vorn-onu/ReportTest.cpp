@@ -1,18 +1,17 @@
 // The report of a run, its picture, and the capture of its frames.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <set>
 #include <sstream>
 #include <tuple>
 
+#include "running/capture/CaptureReader.h"
 #include "running/io/Words.h"
 #include "running/state/FailedCalls.h"
 #include "running/state/RuleReach.h"
 #include "running/state/ServiceWords.h"
 #include "running/state/Services.h"
 #include "running/state/WalkWords.h"
-#include "support/Programs.h"
+#include "support/Emulated.h"
 #include "tools/vorn-onu/RunProgram.h"
 #include "views/Capture.h"
 #include "views/Report.h"
@@ -130,7 +129,7 @@ TEST(ReportServices, AFlowToAnotherServiceBelongsToItsPonDevice) {
     EXPECT_EQ(services.at(0).flowDevices, std::vector<std::string>{"veip0"});
     EXPECT_TRUE(services.at(1).flowDevices.empty());
     const std::string svg = topologyPicture(state);
-    EXPECT_NE(svg.find("<path class=\"flow\""), std::string::npos);
+    expectHas(svg, {"<path class=\"flow\""});
     EXPECT_EQ(topologyPicture(twoServices()).find("class=\"flow\""), std::string::npos);
 }
 
@@ -140,7 +139,7 @@ TEST(ReportServices, TheIpHostIsAnEndOfItsBridge) {
     const Service service = servicesOf(state).at(0);
     ASSERT_EQ(service.unis.size(), 2u);
     EXPECT_EQ(service.unis[1].port, "IP host");
-    EXPECT_NE(topologyPicture(state).find(">IP host<"), std::string::npos);
+    expectHas(topologyPicture(state), {">IP host<"});
 }
 
 TEST(ReportFailedCalls, SayWhatCameBackInWhichStepAndWhy) {
@@ -177,7 +176,7 @@ TEST(ReportFailedCalls, SayWhatCameBackInWhichStepAndWhy) {
     const FailedCall again{14, "vlanCtl_init", "", 1};
     const auto words = failedCallWords({again, again, {31, "vlanCtl_init", "", 1}}, steps);
     ASSERT_EQ(words.size(), 2u) << "the third call is of no step";
-    EXPECT_NE(words[0].sentence().find("), twice, in step 4"), std::string::npos) << words[0].sentence();
+    expectHas(words[0].sentence(), {"), twice, in step 4"});
     EXPECT_EQ(failedCallWords({again}, {})[0].step, "") << "nothing is known of steps";
     const auto alike = failedCallWords({{1, "vlanCtl_createVlanFlows", "\"gpon7.7\", \"sid4.7\"", 19},
                                         {2, "vlanCtl_createVlanFlows", "\"gpon15.15\", \"sid4.15\"", 19},
@@ -243,7 +242,7 @@ TEST(ReportRuleReach, ARuleBehindAWiderOneIsFoundAndADoubleIsNot) {
         const auto found = unreachableRules(state);
         EXPECT_EQ(found.size(), c.hidden.empty() ? 0u : 1u) << c.rules[1];
         if (!c.hidden.empty() && !found.empty()) {
-            EXPECT_NE(found[0].find(c.hidden), std::string::npos) << found[0];
+            expectHas(found[0], {c.hidden});
         }
     }
 }
@@ -298,13 +297,12 @@ TEST(ReportPage, StandsAloneIsWellFormedAndShowsForeignTextAsText) {
     EXPECT_EQ(faultsOf(page), "");
     for (const char* outside : {"http:", "https:", "url(", "<script", "<link", "<img", " src=", "@import", "onclick"})
         EXPECT_EQ(page.find(outside), std::string::npos) << outside;
-    for (const char* shown : {"Tom &amp; &quot;Jerry&quot; &lt;script&gt;", "rm -rf &lt;nothing&gt;",
-                              "vlanCtl_init()</span> answered 5 (EIO, input/output error), <a href=\"#step-1\">in step "
-                              "1, vorn_&lt;x&gt;</a>",
-                              "service up &lt;veip0&gt;", "step not as expected", "after step 1 of 2",
-                              "untagged frames: push VID 100", "T-CONT 0 · queue 4 · alloc-id 1024", "downstream only",
-                              "prefers-color-scheme: dark", "expected  &lt;a&gt;\nactual    ?"})
-        EXPECT_NE(page.find(shown), std::string::npos) << shown;
+    expectHas(page, {"Tom &amp; &quot;Jerry&quot; &lt;script&gt;", "rm -rf &lt;nothing&gt;",
+                     "vlanCtl_init()</span> answered 5 (EIO, input/output error), <a href=\"#step-1\">in step "
+                     "1, vorn_&lt;x&gt;</a>",
+                     "service up &lt;veip0&gt;", "step not as expected", "after step 1 of 2",
+                     "untagged frames: push VID 100", "T-CONT 0 · queue 4 · alloc-id 1024", "downstream only",
+                     "prefers-color-scheme: dark", "expected  &lt;a&gt;\nactual    ?"});
 }
 
 TEST(ReportPage, SaysWhatColoursMeanAndKeepsBranchesOnAPhone) {
@@ -316,15 +314,14 @@ TEST(ReportPage, SaysWhatColoursMeanAndKeepsBranchesOnAPhone) {
     input.walks.push_back(walk);
     const std::string page = htmlReport(input);
     EXPECT_EQ(faultsOf(page), "");
-    for (const char* shown : {"<li class=\"out\">leaves the device</li>", "<li class=\"drop\">is dropped</li>",
-                              "<li class=\"uni\">towards the user</li>",      // what the picture's colours mean
-                              "<p class=\"soft wide\">The picture is wider",  // on a phone
-                              "tabindex=\"0\"",                               // and can be pushed with the keyboard
-                              "text-anchor=\"middle\">untagged<",             // VLANs in the picture
-                              "<span class=\"tree\">├ </span>bridge br3", "role=\"cell\" data-label=\"goes to\">sid0<",
-                              "<div class=\"drop\">dropped at sid1: no rule matches</div>", "<th scope=\"col\"",
-                              "<nav aria-label=\"Contents\">", "started, from the initial state"})
-        EXPECT_NE(page.find(shown), std::string::npos) << shown;
+    expectHas(page, {"<li class=\"out\">leaves the device</li>", "<li class=\"drop\">is dropped</li>",
+                     "<li class=\"uni\">towards the user</li>",      // what the picture's colours mean
+                     "<p class=\"soft wide\">The picture is wider",  // on a phone
+                     "tabindex=\"0\"",                               // and can be pushed with the keyboard
+                     "text-anchor=\"middle\">untagged<",             // VLANs in the picture
+                     "<span class=\"tree\">├ </span>bridge br3", "role=\"cell\" data-label=\"goes to\">sid0<",
+                     "<div class=\"drop\">dropped at sid1: no rule matches</div>", "<th scope=\"col\"",
+                     "<nav aria-label=\"Contents\">", "started, from the initial state"});
     EXPECT_EQ(page.find("the frame then"), std::string::npos) << "a column with nothing in it takes no room";
 }
 
@@ -338,7 +335,7 @@ TEST(ReportPage, GemPortsOfAServiceLieSideBySide) {
     EXPECT_NE(part.find("</li><li><span class=\"chip pon\">GEM port 1005", part.find("GEM port 1001")),
               std::string::npos)
         << part;
-    EXPECT_NE(part.find("VID 5 → T-CONT 0 · queue 1 · alloc-id 1024"), std::string::npos) << part;
+    expectHas(part, {"VID 5 → T-CONT 0 · queue 1 · alloc-id 1024"});
 }
 
 TEST(ReportPage, OfAnEmptyDeviceIsAPageToo) {
@@ -370,22 +367,6 @@ std::size_t occurrences(const std::string& text, const std::string& part) {
     return count;
 }
 
-TEST(ReportPage, ThePictureGivesEachOfTwentyServicesAnImageOfItsOwn) {
-    const std::string svg = topologyPicture(servicesOfOnePort(20));
-    EXPECT_EQ(faultsOf(svg), "");
-    std::size_t images = 0;
-    for (std::size_t at = svg.find("<svg"); at != std::string::npos; at = svg.find("<svg", at + 1)) {
-        const std::string image = svg.substr(at, svg.find("</svg>", at) - at);
-        if (image.find("data-key") == std::string::npos) continue;  // the headings
-        ++images;
-        EXPECT_EQ(occurrences(image, "class=\"lane\""), 1u);
-        EXPECT_NE(image.find("aria-label=\"br" + std::to_string(images) + ": sid0." + std::to_string(images) + ","),
-                  std::string::npos)
-            << image;
-    }
-    EXPECT_EQ(images, 20u);
-}
-
 TEST(ReportPage, FoldsManyServicesAndWarningsUp) {
     for (const unsigned count : {8U, 9U}) {
         const std::string part = servicesPart(servicesOfOnePort(count));
@@ -393,13 +374,11 @@ TEST(ReportPage, FoldsManyServicesAndWarningsUp) {
         EXPECT_EQ(occurrences(part, "<details class=\"card folded\" data-key=\"br"), count > 8 ? count : 0);
         EXPECT_EQ(occurrences(part, "data-key=\"br"), count);
     }
-    EXPECT_NE(servicesPart(servicesOfOnePort(9)).find("<b>br9</b> <span class=\"soft\">sid0.9 · 0 rules</span>"),
-              std::string::npos);
+    expectHas(servicesPart(servicesOfOnePort(9)), {"<b>br9</b> <span class=\"soft\">sid0.9 · 0 rules</span>"});
     ReportInput input;
     for (char letter = 'a'; letter <= 'z'; ++letter) input.state.strangeCommands.push_back(std::string(1, letter));
     const std::string warnings = warningsPart(input);
-    EXPECT_NE(warnings.find("<li>l</li></ul><details><summary>and 14 more</summary><ul><li>m</li>"), std::string::npos)
-        << warnings;
+    expectHas(warnings, {"<li>l</li></ul><details><summary>and 14 more</summary><ul><li>m</li>"});
 }
 
 TEST(Words, SayOnceWhatDiffersByNumbersAlone) {
@@ -412,41 +391,21 @@ TEST(Words, SayOnceWhatDiffersByNumbersAlone) {
 
 // ---- capture ----
 
-std::uint32_t wordAt(const std::vector<std::uint8_t>& file, std::size_t at) {
-    return static_cast<std::uint32_t>(file.at(at) | file.at(at + 1) << 8 | file.at(at + 2) << 16) |
-           static_cast<std::uint32_t>(file.at(at + 3)) << 24;
-}
-
-TEST(ReportCapture, TheFileReadsBackBlockByBlock) {
+TEST(ReportCapture, TheFileReadsBack) {
+    SKIP_WHEN_EMULATED(kNoLibpcap);
     Capture capture;
     capture.add("sid0", Capture::Direction::In, {1, 2, 3, 4, 5}, "step 1");
     capture.add("gem 1001", Capture::Direction::Out, {6}, "");
     capture.add("sid0", Capture::Direction::Out, {7, 8}, "step 2");
-    const auto file = capture.bytes();
+    const ScratchDirectory folder;
+    ASSERT_TRUE(capture.write(folder.file("frames.pcapng")));
+    CaptureReader reader(folder.file("frames.pcapng"));
     std::string read;
-    for (std::size_t at = 0; at < file.size();) {
-        const std::uint32_t type = wordAt(file, at), length = wordAt(file, at + 4);
-        ASSERT_EQ(length % 4, 0u);
-        ASSERT_EQ(wordAt(file, at + length - 4), length) << "the length stands at both ends";
-        if (type == 0x0A0D0D0A) {
-            EXPECT_EQ(wordAt(file, at + 8), 0x1A2B3C4Du);
-            read += "section ";
-        } else if (type == 1) {
-            read += "interface:" +
-                    std::string(file.begin() + static_cast<long>(at) + 20,
-                                file.begin() + static_cast<long>(at) + 20 + file.at(at + 18)) +
-                    " ";
-        } else {
-            const std::uint32_t size = wordAt(file, at + 20);
-            EXPECT_EQ(size, wordAt(file, at + 24));
-            read += "frame:" + std::to_string(wordAt(file, at + 8)) + "/" + std::to_string(size) + "/" +
-                    std::to_string(file.at(at + 28)) + "/" + std::to_string(wordAt(file, at + 16)) + "us ";
-        }
-        at += length;
-    }
-    EXPECT_EQ(read, "section interface:sid0 interface:gem 1001 frame:0/5/1/0us frame:1/1/6/1000us frame:0/2/7/2000us ");
-    const std::string text(file.begin(), file.end());
-    EXPECT_NE(text.find("step 2"), std::string::npos);
+    for (CaptureReader::Captured one; reader.next(one);)
+        read +=
+            std::to_string(one.size) + "/" + std::to_string(one.bytes[0]) + "/" + std::to_string(one.timeMs) + "ms ";
+    EXPECT_EQ(read, "5/1/0ms 1/6/1ms 2/7/2ms ");
+    expectHas(contentOf(folder.file("frames.pcapng")), {"sid0", "gem 1001", "step 2"});
 }
 
 // ---- the tool ----
@@ -473,6 +432,8 @@ TEST(ReportTool, SendAnswersWhereAFrameGoesOnceTheServicesStand) {
         {{"--ethertype", "arp"}, {"untagged ARP from sid0"}},
         {{"--after-step", "1"}, {"after step 1 of", "dropped at sid0: sid0 is down"}},
         {{"--json"}, {"\"afterStep\": ", "\"gemPort\": 1001", "\"rule\": "}},
+        {{"--payload", "1600"}, {"too long for sid0, whose MTU is 1500", " 1"}},
+        {{"--source", "01:00:5e:00:00:01"}, {"a bridge takes no frame from 01:00:5e:00:00:01", " 1"}},
         {{"--pbits", "5"}, {"belongs behind the --vlan", " 2"}},
         {{"--vlan", "5000"}, {"field 'tags[0].vid'", " 2"}},
         {{"--ethertype", "ipx"}, {"field 'etherType'", " 2"}},
@@ -483,13 +444,13 @@ TEST(ReportTool, SendAnswersWhereAFrameGoesOnceTheServicesStand) {
         std::vector<std::string> arguments = {"send", kInternet, "--from", "sid0"};
         arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
         const std::string text = printedBy(arguments);
-        for (const char* answer : c.answers) EXPECT_NE(text.find(answer), std::string::npos) << answer << "\n" << text;
+        for (const char* answer : c.answers) expectHas(text, {answer});
         const bool isJson = arguments.back() == "--json";
         EXPECT_TRUE(isJson || std::count(text.begin(), text.end(), '\n') <= 24) << "more than a screen:\n" << text;
     }
     const std::string downstream =
         printedBy({"send", kInternet, "--from", "gem 1002", "--vlan", "200", "--pbits", "5"});
-    EXPECT_NE(downstream.find("leaves at sid0: VID 20 p5, IPv4"), std::string::npos) << downstream;
+    expectHas(downstream, {"leaves at sid0: VID 20 p5, IPv4"});
 }
 
 TEST(ReportTool, AFrameThatGoesElsewhereIsShownWithItsWayAndIsInReportAndCapture) {
@@ -500,15 +461,14 @@ TEST(ReportTool, AFrameThatGoesElsewhereIsShownWithItsWayAndIsInReportAndCapture
     const ScratchDirectory folder;
     const std::string text = printedBy({"run", folder.write("wrong.json", scenario), "--quiet", "--report",
                                         folder.file("wrong.html"), "--pcap", folder.file("wrong.pcapng")});
-    for (const char* part :
-         {"expected  leaves at GEM port 1001, T-CONT 1, queue 1: VID 101 p0",
-          "actual    leaves at GEM port 1001, T-CONT 1, queue 0: VID 100 p0, IPv4", "bridge br3, floods", " 1"})
-        EXPECT_NE(text.find(part), std::string::npos) << part << "\n" << text;
+    expectHas(text,
+              {"expected  leaves at GEM port 1001, T-CONT 1, queue 1: VID 101 p0",
+               "actual    leaves at GEM port 1001, T-CONT 1, queue 0: VID 100 p0, IPv4", "bridge br3, floods", " 1"});
     const std::string page = contentOf(folder.file("wrong.html"));
     EXPECT_EQ(faultsOf(page), "");
     EXPECT_NE(page.find("later steps take it back"), std::string::npos) << "the page shows the fullest moment";
-    EXPECT_NE(page.find("<svg"), std::string::npos);
-    EXPECT_NE(contentOf(folder.file("wrong.pcapng")).find("gem 1002"), std::string::npos);
+    expectHas(page, {"<svg"});
+    expectHas(contentOf(folder.file("wrong.pcapng")), {"gem 1002"});
 }
 
 TEST(ReportTool, AFrameStepThatNamesWhatIsNotThereIsABadScenario) {
@@ -531,7 +491,7 @@ TEST(ReportTool, AFrameStepThatNamesWhatIsNotThereIsABadScenario) {
     for (const auto& [step, problem] : cases) {
         const std::string scenario = R"({"title": "t", "steps": [)" + std::string(step) + "]}";
         const std::string text = printedBy({"run", folder.write("bad.json", scenario)});
-        EXPECT_NE(text.find(problem), std::string::npos) << step << "\n" << text;
+        expectHas(text, {problem});
         EXPECT_EQ(text.back(), '2') << step;
     }
 }

@@ -1,6 +1,4 @@
 // Scenarios in which the HAL's process ends and starts again.
-#include <gtest/gtest.h>
-
 #include <csignal>
 #include <filesystem>
 
@@ -9,7 +7,6 @@
 #include "VirtualOnu.h"
 #include "running/scenario/HalProcess.h"
 #include "support/Emulated.h"
-#include "support/Programs.h"
 #include "tools/vorn-onu/RunProgram.h"
 
 namespace {
@@ -89,27 +86,6 @@ TEST(Restart, EverythingButTheHalGoesOn) {
         EXPECT_GT(contentOf(scratch.file("frames.pcapng")).size(), 200U);
     }
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(scratch.file("")), {}), 4) << "nothing else is left";
-}
-
-// With a state file the HAL goes on as if nobody had killed it: every expectation of the scenario holds.
-TEST(Restart, AHalThatKeepsItsStateTakesBackWhatItProvisionedBefore) {
-    SKIP_WHEN_EMULATED(kEmulatedFork);
-    const ScratchDirectory scratch;
-    json scenario = json::parse(contentOf(std::string(VORN_SCENARIO_DIR) + "/internet.json"));
-    json steps = json::array();
-    for (const json& step : scenario["steps"]) {
-        if (step.contains("call")) steps.push_back({{"restart", steps.size() % 2 == 0 ? "kill" : "exit"}});
-        steps.push_back(step);
-    }
-    scenario["steps"] = steps;
-    scenario["state"] = true;
-    const ProgramResult with = runProgram({kTool, "run", scratch.write("with.json", scenario.dump())});
-    EXPECT_EQ(with.code, 0) << with.output;
-    EXPECT_TRUE(has(with.output, " records restored")) << with.output;
-    scenario["state"] = false;
-    const ProgramResult without = runProgram({kTool, "run", scratch.write("without.json", scenario.dump())});
-    EXPECT_EQ(without.code, 1) << "a HAL with empty maps cannot take back what another one has made:\n"
-                               << without.output;
 }
 
 // Of every GEM index an opened state file asks whether there is a port.

@@ -2,6 +2,7 @@
 #ifndef TESTS_RUN_PROGRAM_H
 #define TESTS_RUN_PROGRAM_H
 
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -10,7 +11,23 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <string_view>
 #include <vector>
+
+// The programs that tests start and the scenarios that they start them with, where the build names them to the test.
+#ifdef VORN_ONU_BINARY
+inline const std::string kTool = VORN_ONU_BINARY;
+#endif
+#ifdef EXAMPLE_DAEMON_BINARY
+inline const std::string kDaemon = EXAMPLE_DAEMON_BINARY;
+#endif
+#ifdef TEST_DAEMON_BINARY
+inline const std::string kTestDaemon = TEST_DAEMON_BINARY;
+#endif
+#ifdef VORN_SCENARIO_DIR
+inline const std::string kScenarios = VORN_SCENARIO_DIR;
+inline const std::string kInternet = kScenarios + "/internet.json";
+#endif
 
 struct ProgramResult {
     int code = -1;       // exit code; 128 and the signal's number when a signal ended it
@@ -49,6 +66,12 @@ inline std::string contentOf(const std::string& path) {
 
 inline bool has(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
+}
+
+// A failure for each of the parts that are not in the text.
+inline void expectHas(const std::string& text, std::initializer_list<std::string_view> parts) {
+    for (const std::string_view part : parts)
+        EXPECT_NE(text.find(part), std::string::npos) << part << " is missing in\n" << text;
 }
 
 // A directory of the test's own, gone with everything in it when the test ends.

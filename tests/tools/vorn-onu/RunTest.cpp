@@ -1,11 +1,7 @@
 // vorn-onu run: faults that must come to their call, failing calls into the device kit, several scenarios, warnings.
-#include <gtest/gtest.h>
-
-#include <algorithm>
 
 #include <nlohmann/json.hpp>
 
-#include "support/Programs.h"
 #include "tools/vorn-onu/ReadJson.h"
 #include "tools/vorn-onu/RunProgram.h"
 
@@ -23,11 +19,7 @@ std::string scenario(const std::string& steps) {
 
 TEST(Run, AFaultThatNeverComesToItsCallFailsUnlessItMay) {
     const ScratchDirectory scratch;
-    const struct {
-        std::string steps;
-        int code;
-        const char* told;
-    } cases[] = {
+    const std::tuple<std::string, int, const char*> cases[] = {
         {R"({"fault": {"function": "ioctl:SIOCBRADDIF", "nth": 9}}, )" + std::string(kBridge), 0, "as expected"},
         {R"({"fault": {"function": "ioctl:SIOCBRADDIF", "nth": 99}}, )" + std::string(kBridge), 1,
          "expected  call 99 of ioctl:SIOCBRADDIF comes, and fails\n          actual    9 such calls since"},
@@ -41,10 +33,10 @@ TEST(Run, AFaultThatNeverComesToItsCallFailsUnlessItMay) {
         {R"({"fault": {"function": "ioctl:SIOCSIFMTUX"}})", 2, "did you mean 'ioctl:SIOCSIFMTU'?"},
         {R"({"fault": {"function": "ioctl:4711", "may": true}})", 0, ""},
     };
-    for (const auto& one : cases) {
-        const ProgramResult run = runProgram({kTool, "run", scratch.write("f.json", scenario(one.steps))});
-        EXPECT_EQ(run.code, one.code) << one.steps;
-        EXPECT_NE(run.output.find(one.told), std::string::npos) << one.steps << "\n" << run.output;
+    for (const auto& [steps, code, told] : cases) {
+        const ProgramResult run = runProgram({kTool, "run", scratch.write("f.json", scenario(steps))});
+        EXPECT_EQ(run.code, code) << steps;
+        expectHas(run.output, {told});
     }
 }
 
@@ -54,7 +46,7 @@ TEST(Run, ABoardStepForAMissingDeviceChangesNothing) {
     const ProgramResult run =
         runProgram({kTool, "run", scratch.write("b.json", scenario(step)), "--json", scratch.file("b.out")});
     EXPECT_EQ(run.code, 1);
-    EXPECT_NE(run.output.find("there is no device sid11, did you mean 'sid1'?"), std::string::npos) << run.output;
+    expectHas(run.output, {"there is no device sid11, did you mean 'sid1'?"});
     EXPECT_NE(readJson(scratch.file("b.out")).at("device").at("board").at("serialNumber"), "VORN00000001");
 }
 
@@ -66,8 +58,7 @@ TEST(Run, StrictTakesFailingCallsForFailuresButNotThoseThatWereAskedFor) {
     EXPECT_EQ(runProgram({kTool, "run", removal}).code, 0);
     const ProgramResult strict = runProgram({kTool, "run", removal, "--strict"});
     EXPECT_EQ(strict.code, 1);
-    EXPECT_NE(strict.output.find("actual    vlanCtl_deleteVlanInterface(\"gpon3.3\") = 1"), std::string::npos)
-        << strict.output;
+    expectHas(strict.output, {"actual    vlanCtl_deleteVlanInterface(\"gpon3.3\") = 1"});
     const std::string asked = R"({"fault": {"function": "vlanCtl_createVlanInterfaceByName", "code": 5}}, )";
     EXPECT_EQ(runProgram({kTool, "run", scratch.write("a.json", scenario(asked + kBridge)), "--strict"}).code, 0);
 }
@@ -85,14 +76,11 @@ TEST(Run, SeveralScenariosRunApartAndTellTheirResultsLikeTests) {
     const auto first = run.output.find("✓ " + good), second = run.output.find("✗ " + wrong + "  1 of 1 step failed");
     const auto third = run.output.find("✗ " + bad + ": line 1, column 2: is not JSON");
     EXPECT_TRUE(first < second && second < third && third < run.output.rfind("✓ " + good)) << run.output;
-    EXPECT_NE(run.output.find("expected  5"), std::string::npos) << run.output;
-    EXPECT_NE(run.output.find("✗ 2 of 4 scenarios failed"), std::string::npos) << run.output;
+    expectHas(run.output, {"expected  5", "✗ 2 of 4 scenarios failed"});
 
     const std::string xml = contentOf(junit);
-    for (const char* part :
-         {"<testsuites tests=\"4\" failures=\"1\" errors=\"1\" time=", "/wrong&lt;&amp;.json\" time=",
-          "<failure message=\"1 of 1 step failed\">", "expected  5", "is not JSON: ", "</testsuites>\n"})
-        EXPECT_NE(xml.find(part), std::string::npos) << part << "\n" << xml;
+    expectHas(xml, {"<testsuites tests=\"4\" failures=\"1\" errors=\"1\" time=", "/wrong&lt;&amp;.json\" time=",
+                    "<failure message=\"1 of 1 step failed\">", "expected  5", "is not JSON: ", "</testsuites>\n"});
     EXPECT_EQ(runProgram({kTool, "run", good, wrong, "--quiet"}).code, 1);
     EXPECT_EQ(runProgram({kTool, "run", good, good, "--quiet"}).output, "");
     EXPECT_EQ(runProgram({kTool, "run", good, good, "--report", scratch.file("r.html")}).output,
@@ -103,9 +91,9 @@ TEST(Run, OneScenarioTellsItsResultLikeATestToo) {
     const ScratchDirectory scratch;
     const std::string junit = scratch.file("junit.xml");
     runProgram({kTool, "run", kScenarios + "/bridge.json", "--junit", junit});
-    EXPECT_NE(contentOf(junit).find("<testsuites tests=\"1\" failures=\"0\" errors=\"0\""), std::string::npos);
+    expectHas(contentOf(junit), {"<testsuites tests=\"1\" failures=\"0\" errors=\"0\""});
     EXPECT_EQ(runProgram({kTool, "run", scratch.write("bad.json", "{"), "--junit", junit}).code, 2);
-    EXPECT_NE(contentOf(junit).find("errors=\"1\""), std::string::npos) << contentOf(junit);
+    expectHas(contentOf(junit), {"errors=\"1\""});
 }
 
 // ---- warnings ----
@@ -121,7 +109,7 @@ std::string warningsOf(const std::string& steps) {
     for (const json& step : result.at("steps"))
         for (const json& warning : step.at("warnings")) {
             lines += warning.get<std::string>() + "\n";
-            EXPECT_NE(run.output.find(warning.get<std::string>().substr(0, 30)), std::string::npos) << run.output;
+            expectHas(run.output, {warning.get<std::string>().substr(0, 30)});
         }
     return lines;
 }
@@ -198,9 +186,8 @@ TEST(RunWarnings, TellOfRulesThatNoRemovalTakes) {
             std::to_string(vid) + R"(, "innerTreatmentPrio": 0, "innerTreatmentVlanId": 7})";
     const std::string lines =
         warningsOf(steps + R"(, {"call": "filter_flow_add", "addFlag": false, "bridgeId": 3, "uniPort": 2})");
-    EXPECT_NE(lines.find(" past the 96 that are remembered of a device; no removal takes "), std::string::npos)
-        << lines;
-    EXPECT_NE(lines.find(" past the 96 that are remembered of a device stay"), std::string::npos) << lines;
+    expectHas(lines, {" past the 96 that are remembered of a device; no removal takes ",
+                      " past the 96 that are remembered of a device stay"});
 }
 
 }  // namespace

@@ -1,6 +1,4 @@
 // How a run looks in a window: nothing is cut, nothing is too wide, and fields are reported in words.
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <sstream>
 
@@ -41,38 +39,34 @@ TEST(Show, RunOfEveryScenarioFitsItsWindowAndCutsNothing) {
 
 TEST(Show, AStepShowsItsArgumentsItsOutcomeAndTheAuthorsWords) {
     const std::string text = runIn("80", scenarioFile("internet"));
-    for (const char* part : {// all arguments of a record, VLANs and p-bits among them, and what they came to
-                             "configureAniTagRules      voice: bridgeId 3, gemPortId 1002,\n"
-                             "                                  trafficModel 1-filter, forwardOperation 4,\n"
-                             "                                  vlanTciFilterList (VID 200 p5), pbitMap (5 →\n"
-                             "                                  GEM port 1002 queue 5, others → none)\n"
-                             "                                    → +7 rules\n",
-                             // arguments and note
-                             "bridgeId 3, uniPort 1\n"
-                             "                                    → + br0, 8 devices join br0\n"
-                             "                                    the default bridge alone: there is no\n"
-                             "                                    bridge 3 yet\n",
-                             // short enough for one line
-                             "8  configureBridge           bridgeId 3, uniPort 0  → + br3 gpon3 gpon3.3\n",
-                             // a rule that does not fit in two columns
-                             "    single-tagged frames with VID 100, p-bits 0, TPID 0x8100:\n"
-                             "        pop the outer tag (rule occurs twice)\n",
-                             "→ - sid0.3, -5 rules, -2 flows"})
-        EXPECT_NE(text.find(part), std::string::npos) << part << "\n" << text;
+    expectHas(text, {// all arguments of a record, VLANs and p-bits among them, and what they came to
+                     "configureAniTagRules      voice: bridgeId 3, gemPortId 1002,\n"
+                     "                                  trafficModel 1-filter, forwardOperation 4,\n"
+                     "                                  vlanTciFilterList (VID 200 p5), pbitMap (5 →\n"
+                     "                                  GEM port 1002 queue 5, others → none)\n"
+                     "                                    → +7 rules\n",
+                     // arguments and note
+                     "bridgeId 3, uniPort 1\n"
+                     "                                    → + br0, 8 devices join br0\n"
+                     "                                    the default bridge alone: there is no\n"
+                     "                                    bridge 3 yet\n",
+                     // short enough for one line
+                     "8  configureBridge           bridgeId 3, uniPort 0  → + br3 gpon3 gpon3.3\n",
+                     // a rule that does not fit in two columns
+                     "    single-tagged frames with VID 100, p-bits 0, TPID 0x8100:\n"
+                     "        pop the outer tag (rule occurs twice)\n",
+                     "→ - sid0.3, -5 rules, -2 flows"});
 }
 
 TEST(Show, WhatTheLinkAndTheCountersSayIsInWords) {
     const std::string startup = runIn("100", scenarioFile("startup"));
-    EXPECT_NE(startup.find("\nPON link\n  started, from the initial state (1)\n"), std::string::npos) << startup;
-    EXPECT_NE(startup.find("= 0, text \"\"\n"), std::string::npos) << startup;
+    expectHas(startup, {"\nPON link\n  started, from the initial state (1)\n", "= 0, text \"\"\n"});
     const ScratchDirectory folder;
     const std::string file = folder.write("pm.json", R"({"title": "t", "steps": [
         {"call": "vorn_omci_hal_pm_get"}, {"board": {"links": {"eth0": "down"}}}, {"gateway": {"answersAfterMs": 5}}]})");
     const std::string text = runIn("100", file);
     EXPECT_EQ(text.find('{'), std::string::npos) << text;
-    EXPECT_NE(text.find("received ("), std::string::npos) << text;
-    EXPECT_NE(text.find("board    links (eth0 down)"), std::string::npos) << text;
-    EXPECT_NE(text.find("gateway  answersAfterMs 5"), std::string::npos) << text;
+    expectHas(text, {"received (", "board    links (eth0 down)", "gateway  answersAfterMs 5"});
 }
 
 TEST(Show, OnlyAWindowBreaksTheLinesOfAFailure) {
@@ -80,10 +74,10 @@ TEST(Show, OnlyAWindowBreaksTheLinesOfAFailure) {
     const std::string file = folder.write("fails.json", R"({"title": "t", "steps": [
         {"expect": {"rules": {"sid0 rx 0": ["rxdev=sid0.3 vid0=100 pbits0=5 vid1=200 pbits1=3 | pop pop push vid0:=7"]}}}]})");
     const std::string whole = "expected  rxdev=sid0.3 vid0=100 pbits0=5 vid1=200 pbits1=3 | pop pop push vid0:=7";
-    EXPECT_NE(runProgram({VORN_ONU_BINARY, "run", file}).output.find(whole), std::string::npos);
+    expectHas(runProgram({VORN_ONU_BINARY, "run", file}).output, {whole});
     const std::string narrow = runIn("60", file);
     EXPECT_EQ(narrow.find(whole), std::string::npos);
-    EXPECT_NE(narrow.find("\n                    pbits1=3 | pop"), std::string::npos) << narrow;
+    expectHas(narrow, {"\n                    pbits1=3 | pop"});
 }
 
 TEST(Show, FieldsReadLikeASentence) {

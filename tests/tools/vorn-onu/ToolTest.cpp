@@ -1,6 +1,4 @@
 // The command-line tool as its users meet it: the real program, its output and its exit codes.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <functional>
 #include <set>
@@ -8,7 +6,6 @@
 #include <nlohmann/json.hpp>
 
 #include "running/state/RuleWords.h"
-#include "support/Programs.h"
 #include "tools/vorn-onu/ReadJson.h"
 #include "tools/vorn-onu/RunProgram.h"
 #include "views/Terminal.h"
@@ -99,7 +96,7 @@ TEST(Tool, UnknownOperationIsAnsweredWithTheOneThatWasMeantAndTheNearest) {
         << output;
     EXPECT_EQ(std::count(output.begin(), output.end(), ','), 5) << output;
     const std::string brief = scratch.write("short.json", R"({"title": "t", "steps": [{"call": "configurBridge"}]})");
-    EXPECT_NE(runProgram({kTool, "run", brief}).output.find("did you mean 'configureBridge'?"), std::string::npos);
+    expectHas(runProgram({kTool, "run", brief}).output, {"did you mean 'configureBridge'?"});
 }
 
 // ---- run ----
@@ -136,8 +133,8 @@ TEST(Tool, OutputOfTheHalIsKeptApartUnlessItIsAskedFor) {
     ASSERT_NE(named, std::string::npos);
     const auto start = named + std::string("what the HAL printed: ").size();
     const std::string file = plain.output.substr(start, plain.output.find(" (", start) - start);
-    EXPECT_NE(contentOf(file).find(line), std::string::npos);
-    EXPECT_NE(runProgram({kTool, "run", scenario, "--hal-output"}).output.find(line), std::string::npos);
+    expectHas(contentOf(file), {line});
+    expectHas(runProgram({kTool, "run", scenario, "--hal-output"}).output, {line});
 }
 
 TEST(Tool, TraceShowsTheCallsBelowTheStepThatMadeThem) {
@@ -171,10 +168,9 @@ TEST(Exec, DaemonThatKnowsNothingOfTheVirtualOnuProvisionsIt) {
     const ProgramResult result = runProgram(
         {kTool, "exec", "--json", scratch.file("state.json"), "--trace", scratch.file("trace.txt"), "--", kDaemon});
     EXPECT_EQ(result.code, 0) << result.output;
-    EXPECT_NE(result.output.find("daemon: the service is up"), std::string::npos);
-    EXPECT_NE(result.output.find("push VID 100, p-bits 0"), std::string::npos) << result.output;
+    expectHas(result.output, {"daemon: the service is up", "push VID 100, p-bits 0"});
     EXPECT_TRUE(hasDevice(readJson(scratch.file("state.json")), "sid1.3"));
-    EXPECT_NE(contentOf(scratch.file("trace.txt")).find("gponCtl_configGemPort("), std::string::npos);
+    expectHas(contentOf(scratch.file("trace.txt")), {"gponCtl_configGemPort("});
 }
 
 TEST(Exec, StateOfADaemonBehindAShellThatIsKilledIsKept) {
@@ -201,8 +197,7 @@ TEST(Exec, ProgramThatNeverHeardOfADeviceRunsAsAlways) {
 TEST(Exec, MisspeltVariableIsRefusedWithTheRightOnes) {
     const ProgramResult result = runProgram({"/usr/bin/env", "VORN_ONU_STAT=x", kTool, "exec", "--", "/bin/true"});
     EXPECT_EQ(result.code, 2);
-    EXPECT_NE(result.output.find("there is no variable VORN_ONU_STAT; there are VORN_ONU_STATE, VORN_ONU_TRACE"),
-              std::string::npos);
+    expectHas(result.output, {"there is no variable VORN_ONU_STAT; there are VORN_ONU_STATE, VORN_ONU_TRACE"});
 }
 
 // ---- schema ----
