@@ -1,6 +1,4 @@
 // What the agent does beside changing the MIB: transactions, alarms, tests, performance monitoring, software images.
-#include <gtest/gtest.h>
-
 #include <cstdio>
 #include <functional>
 

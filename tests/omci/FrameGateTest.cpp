@@ -1,6 +1,4 @@
 // Which datagrams of a line are executed: whole ones with the code that the line has.
-#include <gtest/gtest.h>
-
 #include "omci/message/FrameGate.h"
 #include "tests/omci/OmciFixture.h"
 

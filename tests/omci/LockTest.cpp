@@ -1,6 +1,4 @@
 // Locked entities and what depends on them: they tell nothing by themselves, and nothing false when they are unlocked.
-#include <gtest/gtest.h>
-
 #include "omci/agent/Locks.h"
 #include "tests/omci/OmciFixture.h"
 

@@ -1,8 +1,4 @@
 // Frames, contents and integrity codes.
-#include <gtest/gtest.h>
-
-#include <random>
-
 #include "omci/message/Integrity.h"
 #include "omci/message/MessageText.h"
 #include "omci/message/TaggingRow.h"
@@ -259,28 +255,6 @@ TEST(Words, TellWhatBytesMean) {
     for (const auto& wanted : kValues) {
         const AttributeInfo& attribute = *findClass(wanted.classId)->attribute(wanted.attribute);
         EXPECT_EQ(valueText(wanted.classId, attribute, hex(wanted.value)), wanted.text) << attribute.name;
-    }
-}
-
-// Whatever comes in: a message or an error, and words for it.
-TEST(Contents, AnyBytesAreSurvived) {
-    std::mt19937 random(1);
-    for (int round = 0; round < 20000; ++round) {
-        Bytes frame(random() % 80, 0);
-        for (std::uint8_t& byte : frame) byte = static_cast<std::uint8_t>(random());
-        if (frame.size() > 12) {
-            frame[2] &= 0x7F;
-            frame[3] = static_cast<std::uint8_t>(0x0A + random() % 2);
-            const auto& classes = managedEntities();
-            putNumber(frame.data() + 4, classes[random() % classes.size()].id(), 2);
-            if (frame[3] == 0x0B) putNumber(frame.data() + 8, random() % (frame.size() - 9), 2);
-        }
-        const DecodedFrame decoded = decodeFrame(frame);
-        if (decoded.error != FrameError::kNone) continue;
-        EXPECT_FALSE(lineOf(textOf(decoded.message)).empty());
-        Message again = decoded.message;
-        encodeContent(again, decodeContent(decoded.message).content);
-        EXPECT_LE(again.content.size(), kMaxExtendedContent);
     }
 }
 

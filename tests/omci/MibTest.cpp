@@ -1,6 +1,4 @@
 // The MIB as the OLT sees it: what exists, what messages do to it, how it is uploaded.
-#include <gtest/gtest.h>
-
 #include <set>
 
 #include "omci/mib/Relations.h"
@@ -55,10 +53,7 @@ TEST_F(MibTest, RefusalsSayWhyAndChangeNothing) {
     ASSERT_EQ(create(kTagging, hex("02 0101")), Result::kSuccess);
     const unsigned before = sync();
     const EntityKey filter{class_id::kVlanFilter, 5};
-    const struct {
-        const char* what;
-        Result result, wanted;
-    } kRefused[] = {
+    const std::tuple<const char*, Result, Result> kRefused[] = {
         {"a class that nobody knows", create({350, 1}), Result::kUnknownEntity},
         {"a class that the ONU makes", create({class_id::kTCont, 1}), Result::kNotSupported},
         {"what stands", create(kBridgeKey), Result::kInstanceExists},
@@ -80,7 +75,7 @@ TEST_F(MibTest, RefusalsSayWhyAndChangeNothing) {
         {"an upload of another entity's", ask<ResultAnswer>(MessageType::kMibReset, kBridgeKey, NoContent{}).result,
          Result::kNotSupported},
     };
-    for (const auto& refused : kRefused) EXPECT_EQ(refused.result, refused.wanted) << refused.what;
+    for (const auto& [what, result, wanted] : kRefused) EXPECT_EQ(result, wanted) << what;
     EXPECT_EQ(sync(), before);
     EXPECT_EQ(agent.mib().find(filter), nullptr);
 }

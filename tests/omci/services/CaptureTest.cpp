@@ -1,6 +1,4 @@
 // The captures in scenarios/omci/: what they say is what the OLT's side sends, and the frames that belong to them pass.
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <fstream>
 
@@ -9,6 +7,7 @@
 #include "omci/services/Apart.h"
 #include "omci/services/FrameFile.h"
 #include "omci/services/OnuLine.h"
+#include "support/Pcap.h"
 #include "tools/vorn-onu/RunProgram.h"
 
 namespace {
@@ -32,29 +31,18 @@ private:
     OnuLine onu_;
 };
 
-// A pcap file of the management channel, Ethernet type 0x88b5, one message a millisecond from the beginning of 2026 on:
-// the same messages give the same file.
+// A pcap file of the management channel, Ethernet type 0x88b5, from the beginning of 2026 on.
 std::string captureOf(const std::vector<omci::Message>& messages) {
     constexpr std::uint32_t kBegin = 1767225600;  // seconds: the first of January 2026
-    const omci::Bytes olt{0x02, 0, 0, 0, 0, 0x01}, onu{0x02, 0, 0, 0, 0, 0x02}, type{0x88, 0xB5};
-    std::string file;
-    const auto words = [&file](std::initializer_list<std::size_t> values) {
-        for (const std::size_t value : values) {
-            const auto word = static_cast<std::uint32_t>(value);
-            file.append(reinterpret_cast<const char*>(&word), sizeof word);
-        }
-    };
-    words({0xA1B2C3D4, 0x00040002, 0, 0, 65535, 1});
-    for (std::size_t number = 0; number < messages.size(); ++number) {
-        const omci::Message& message = messages[number];
+    std::vector<omci::Bytes> packets;
+    for (const omci::Message& message : messages) {
+        omci::Bytes packet{0x02, 0, 0, 0, 0, 0x02, 0x02, 0, 0, 0, 0, 0x01, 0x88, 0xB5};
+        if (omci::isUpstream(message)) std::swap(packet[5], packet[11]);
         const omci::Bytes bytes = omci::encodeFrame(message);
-        const std::size_t size = olt.size() + onu.size() + type.size() + bytes.size();
-        words({kBegin + number / 1000, number % 1000 * 1000, size, size});
-        const bool up = omci::isUpstream(message);
-        for (const omci::Bytes& part : {up ? olt : onu, up ? onu : olt, type, bytes})
-            file.append(part.begin(), part.end());
+        packet.insert(packet.end(), bytes.begin(), bytes.end());
+        packets.push_back(std::move(packet));
     }
-    return file;
+    return pcapOf(packets, 1, kBegin);
 }
 
 // One service alone, from the MIB reset on, as the OLT's side sends it.

@@ -31,7 +31,13 @@ olt::Requests plainService() {
     return requests;
 }
 
-Frame frameWith(const std::vector<VlanTag>& tags) {
+using Tags = std::vector<VlanTag>;
+
+VlanTag tag(std::uint16_t vid, std::uint8_t pbits = 0, std::uint16_t tpid = 0x8100) {
+    return {tpid, pbits, false, vid};
+}
+
+Frame frameWith(const Tags& tags) {
     Frame frame;
     frame.tags = tags;
     return frame;
@@ -90,17 +96,13 @@ TEST(Filter, OfEveryForwardOperationTakesTheFramesOfTheStandard) {
         list.resize(24);
         filter.values.push_back({attr::vlan_filter::kFilterList, list});
         text += olt.send(olt::Requests{filter});
-        const std::vector<Frame> frames{frameWith({}),
-                                        frameWith({{0x8100, 3, false, 100}}),
-                                        frameWith({{0x8100, 1, false, 100}}),
-                                        frameWith({{0x8100, 0, false, 200}}),
-                                        frameWith({{0x8100, 3, false, 300}, {0x8100, 0, false, 100}}),
-                                        frameWith({{0x8100, 5, false, 300}})};
+        const Tags tagged[] = {{}, {tag(100, 3)}, {tag(100, 1)}, {tag(200)}, {tag(300, 3), tag(100)}, {tag(300, 5)}};
         for (unsigned operation = 0; operation < std::size(kOperations); ++operation) {
             const char* expected = kOperations[operation];
             text += olt.send(olt::Requests{
                 olt::set(class_id::kVlanFilter, kService, {{attr::vlan_filter::kForwardOperation, operation}})});
-            for (const Frame& frame : frames) {
+            for (const Tags& tags : tagged) {
+                const Frame frame = frameWith(tags);
                 const std::string name = "operation " + std::to_string(operation) + ", " + frame.text();
                 if (up(frame).has_value() != passes(expected, frame, true)) text += name + " up\n";
                 if (down(frame).has_value() != passes(expected, frame, false)) text += name + " down\n";
@@ -175,7 +177,7 @@ struct RowCase {
     const char* name;
     const char* row;
     std::uint16_t etherType;
-    std::vector<VlanTag> subscriber, pon;
+    Tags subscriber, pon;
 };
 
 class Row : public ::testing::TestWithParam<RowCase> {};
@@ -215,43 +217,23 @@ TEST_P(Row, TreatsAFrameUpAndBringsItBackAsItWas) {
 }
 
 constexpr std::uint16_t kIp = 0x0800, kPppoeDiscovery = 0x8863, kPppoeSession = 0x8864, kArp = 0x0806;
-INSTANTIATE_TEST_SUITE_P(
-    Services, Row,
-    ::testing::Values(
-        RowCase{"UntaggedAdds", "F8000000 F8000000 000F0000 00000A0C", kIp, {}, {{0x8100, 0, false, 321}}},
-        RowCase{"TranslatedKeepsPbits",
-                "F8000000 80320000 400F0000 00080A0C",
-                kIp,
-                {{0x8100, 5, false, 100}},
-                {{0x8100, 5, false, 321}}},
-        RowCase{"ServiceTagTakesPbitsOver",
-                "F8000000 88000000 000F0000 00081C22",
-                kIp,
-                {{0x8100, 6, false, 7}},
-                {{0x88A8, 6, false, 900}, {0x8100, 6, false, 7}}},
-        RowCase{"TwoTagsOnUntagged",
-                "F8000000 F8000000 00001C24 00000194",
-                kIp,
-                {},
-                {{0x8100, 0, false, 900}, {0x8100, 0, false, 50}}},
-        RowCase{"DiscoveryAlone", "F8000000 F8000002 000F0000 0005003C", kPppoeDiscovery, {}, {{0x8100, 5, false, 7}}},
-        RowCase{"SessionAsWell", "F8000000 F8000002 000F0000 0005003C", kPppoeSession, {}, {{0x8100, 5, false, 7}}},
-        RowCase{"ArpUntagged", "F8000000 F8000003 000F0000 0005003C", kArp, {}, {{0x8100, 5, false, 7}}},
-        RowCase{"PriorityTag",
-                "F8000000 80000000 400F0000 00080A0C",
-                kIp,
-                {{0x8100, 3, false, 0}},
-                {{0x8100, 3, false, 321}}},
-        RowCase{"OuterOfTwoTranslated",
-                "81C20000 80320000 400F0000 0009190C",
-                kIp,
-                {{0x8100, 4, false, 900}, {0x8100, 1, false, 100}},
-                {{0x8100, 4, false, 801}, {0x8100, 1, false, 100}}},
-        RowCase{"OtherVlansPass",
-                "F8000000 80320000 400F0000 00080A0C",
-                kIp,
-                {{0x8100, 2, false, 55}},
-                {{0x8100, 2, false, 55}}}),
-    [](const auto& each) { return std::string(each.param.name); });
+const RowCase kRowCases[] = {
+    {"UntaggedAdds", "F8000000 F8000000 000F0000 00000A0C", kIp, {}, {tag(321)}},
+    {"TranslatedKeepsPbits", "F8000000 80320000 400F0000 00080A0C", kIp, {tag(100, 5)}, {tag(321, 5)}},
+    {"ServiceTagTakesPbitsOver",
+     "F8000000 88000000 000F0000 00081C22",
+     kIp,
+     {tag(7, 6)},
+     {tag(900, 6, 0x88A8), tag(7, 6)}},
+    {"TwoTagsOnUntagged", "F8000000 F8000000 00001C24 00000194", kIp, {}, {tag(900), tag(50)}},
+    {"DiscoveryAlone", "F8000000 F8000002 000F0000 0005003C", kPppoeDiscovery, {}, {tag(7, 5)}},
+    {"SessionAsWell", "F8000000 F8000002 000F0000 0005003C", kPppoeSession, {}, {tag(7, 5)}},
+    {"ArpUntagged", "F8000000 F8000003 000F0000 0005003C", kArp, {}, {tag(7, 5)}},
+    {"PriorityTag", "F8000000 80000000 400F0000 00080A0C", kIp, {tag(0, 3)}, {tag(321, 3)}},
+    {"OuterOfTwo", "81C20000 80320000 400F0000 0009190C", kIp, {tag(900, 4), tag(100, 1)}, {tag(801, 4), tag(100, 1)}},
+    {"OtherVlansPass", "F8000000 80320000 400F0000 00080A0C", kIp, {tag(55, 2)}, {tag(55, 2)}},
+};
+INSTANTIATE_TEST_SUITE_P(Services, Row, ::testing::ValuesIn(kRowCases),
+                         [](const auto& each) { return std::string(each.param.name); });
 
 }  // namespace
