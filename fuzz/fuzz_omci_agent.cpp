@@ -1,6 +1,5 @@
 // Sequences of messages at an agent. The input is a list of records: a byte with the number of bytes that follow, then
 // message type and flags, class, instance, and the content.
-#include <algorithm>
 
 #include "Expect.h"
 #include "hal/VornHal.h"

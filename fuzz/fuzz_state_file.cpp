@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <fstream>
 #include <string>
 #include <string_view>
 

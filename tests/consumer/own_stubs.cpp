@@ -2,7 +2,6 @@
 // and looks at the engine's state by name.
 #include <cstdio>
 #include <cstring>
-#include <string>
 
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/omci_brcm_hal.h"

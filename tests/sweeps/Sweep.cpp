@@ -100,22 +100,6 @@ Findings finish(const Child& child, int status) {
     return findings;
 }
 
-class Progress {
-public:
-    Progress(const std::string& name, std::uint64_t all) : name_(name), all_(all) {}
-    void show(std::uint64_t done) const {
-        if (isatty(STDOUT_FILENO) == 0 || done % kStep != 0) return;
-        std::printf("\r  %-42s %6llu of %llu", name_.c_str(), static_cast<unsigned long long>(done),
-                    static_cast<unsigned long long>(all_));
-        std::fflush(stdout);
-    }
-
-private:
-    static constexpr std::uint64_t kStep = 16;
-    std::string name_;
-    std::uint64_t all_;
-};
-
 class SubjectSweep {
 public:
     SubjectSweep(Subject& subject, const SweepOptions& options, Summary& summary, std::ostream* list)
@@ -173,7 +157,6 @@ private:
     }
 
     void runAll(std::deque<FaultPlan> plans, const std::string& kind) {
-        const Progress progress(name_ + kind, plans.size());
         const auto before = summary_;
         while (!plans.empty() || !running_.empty()) {
             while (!plans.empty() && running_.size() < options_.jobs) {
@@ -182,9 +165,8 @@ private:
                 running_.emplace(child.pid, std::move(child));
             }
             waitForOne();
-            progress.show(summary_.runs - before.runs);
         }
-        std::printf("\r  %-42s %6llu runs, %6llu hit, %3llu exceptions\n", (name_ + kind).c_str(),
+        std::printf("  %-42s %6llu runs, %6llu hit, %3llu exceptions\n", (name_ + kind).c_str(),
                     static_cast<unsigned long long>(summary_.runs - before.runs),
                     static_cast<unsigned long long>(summary_.hits - before.hits),
                     static_cast<unsigned long long>(summary_.exceptions - before.exceptions));
