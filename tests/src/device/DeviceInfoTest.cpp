@@ -45,19 +45,16 @@ TEST_F(Identity, EndsWithTheNvramRecord) {
 TEST_F(Identity, SoftwareVersionIsThatOfTheBootedImage) {
     onu().setImageVersion(1, "1.0.7");
     onu().setImageVersion(2, "2.0.0-rc1");
-    struct Case {
-        int partition;
-        int want;
-        const char* text;
-    };
-    for (const Case& c : {Case{4, 0, "1.0.7"}, {5, 0, "2.0.0-rc1"}, {3, 3, "untouched"}, {-2, -2, "untouched"}}) {
-        onu().setBootedPartition(c.partition);
+    const std::tuple<int, int, const char*> cases[] = {
+        {4, 0, "1.0.7"}, {5, 0, "2.0.0-rc1"}, {3, 3, "untouched"}, {-2, -2, "untouched"}};
+    for (const auto& [partition, want, text] : cases) {
+        onu().setBootedPartition(partition);
         char version[32] = "untouched";
-        EXPECT_EQ(vorn_omci_swimage_version_get(version, sizeof version, 99), c.want) << c.partition;
-        EXPECT_STREQ(version, c.text);
+        EXPECT_EQ(vorn_omci_swimage_version_get(version, sizeof version, 99), want) << partition;
+        EXPECT_STREQ(version, text);
         // Whether there is room is for the board library to say, once there is an image to ask it about.
-        EXPECT_EQ(vorn_omci_swimage_version_get(version, 0, 0), c.want == 0 ? EINVAL : c.want) << c.partition;
-        EXPECT_EQ(vorn_omci_swimage_version_get(nullptr, 32, 0), c.want == 0 ? EINVAL : c.want) << c.partition;
+        EXPECT_EQ(vorn_omci_swimage_version_get(version, 0, 0), want == 0 ? EINVAL : want) << partition;
+        EXPECT_EQ(vorn_omci_swimage_version_get(nullptr, 32, 0), want == 0 ? EINVAL : want) << partition;
     }
 }
 

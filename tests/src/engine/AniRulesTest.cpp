@@ -1,6 +1,9 @@
 // ANI-side tag rules: what is on the device after a bridge service has been provisioned.
-#include <array>
+#include <algorithm>
 #include <cstring>
+#include <fstream>
+#include <map>
+#include <sstream>
 #include <tuple>
 
 #include "platform/vlanctl.h"
@@ -14,14 +17,36 @@ using Lines = std::vector<std::string>;
 
 // ---- Forward operations ----
 
-// By code: untagged frames (a: let through by a catch-all, o: by a rule of their own, -: not), tagged frames (a, -),
-// each TCI (v, p, t: its VID, p-bits, all of it passes; V, P, T: is dropped; -: no rule), received frames (f: filtered
-// like transmitted ones, d: all of the GEM port's).
-constexpr std::array<const char*, 34> kOperations = {
-    nullptr, "o--f", "-a-d", "a-vf", "--vf", "aaVd", "-aVd", "a-pf", "--pf", "aaPd", "-aPd", "a-tf",
-    "--tf",  "aaTd", "-aTd", "a-vf", "--vf", "a-pf", "--pf", "a-tf", "--tf", "-a-d", "a-vd", "--vd",
-    "a-pd",  "--pd", "a-td", "--td", "a-vf", "--vf", "a-pf", "--pf", "a-tf", "--tf",
-};
+// The table in hal/BridgeRecords.h, from which daemons are written. By code: untagged frames (a: let through by a
+// catch-all, o: by a rule of their own, -: not), tagged frames (a, -), each TCI (v, p, t: its VID, p-bits, all of it
+// passes; V, P, T: is dropped; -: no rule), received frames (f: filtered like transmitted ones, d: all of the GEM
+// port's). "" lets everything pass.
+std::map<unsigned, std::string> operationsOfTheHeader() {
+    const std::map<std::string, char> untagged = {{"pass", 'o'}, {"default", 'a'}, {"drop", '-'}};
+    const std::map<std::string, char> compared = {{"VID", 'v'}, {"p-bits", 'p'}, {"TCI", 't'}, {"", '-'}};
+    std::map<unsigned, std::string> operations;
+    std::ifstream header(VORN_SCENARIO_DIR "/../src/hal/BridgeRecords.h");
+    for (std::string line; std::getline(header, line);) {
+        if (line.rfind("    // | 0x", 0) != 0) continue;
+        std::vector<std::string> cells;
+        std::istringstream columns(line.substr(line.find('|') + 1));
+        for (std::string cell; std::getline(columns, cell, '|');) {
+            const auto first = std::min(cell.find_first_not_of(' '), cell.size());
+            cells.push_back(cell.substr(first, cell.find_last_not_of(' ') + 1 - first));
+        }
+        std::string operation;
+        if (cells.at(2) != "pass") {
+            const char kind = compared.at(cells.at(4));
+            operation = {untagged.at(cells[1]), cells[2] == "default" ? 'a' : '-',
+                         cells[3] == "pass" || kind == '-' ? kind : static_cast<char>(kind & ~0x20),
+                         cells.at(5) == "filtered" ? 'f' : 'd'};
+        }
+        std::istringstream codes(cells[0]);
+        for (std::string code; std::getline(codes, code, ',');)
+            operations[static_cast<unsigned>(std::stoul(code, nullptr, 16))] = operation;
+    }
+    return operations;
+}
 
 struct Tci {
     const char* pbits;
@@ -79,7 +104,9 @@ class ForwardOperation : public AniService, public ::testing::WithParamInterface
 
 TEST_P(ForwardOperation, MakesExactlyItsRulesInEveryTable) {
     const auto [code, igmp] = GetParam();
-    const char* operation = code < kOperations.size() ? kOperations[code] : nullptr;
+    const auto operations = operationsOfTheHeader();
+    ASSERT_EQ(operations.size(), 34u);
+    const std::string operation = operations.at(code < 34 ? code : 0);
     auto record = service(code, kTciText, 2);
     record.protocolNumber = igmp ? 2 : 17;
     EXPECT_EQ(configure(record), 1);
@@ -89,8 +116,8 @@ TEST_P(ForwardOperation, MakesExactlyItsRulesInEveryTable) {
     for (const unsigned direction : {kReceive, kTransmit}) {
         for (const unsigned tags : {0u, 1u, 2u}) {
             const std::string table = AniService::tableName("gpon3", direction, tags);
-            const bool everyFrame = operation == nullptr || (direction == kReceive && operation[3] == 'd');
-            const bool passes = operation == nullptr && direction == kTransmit;
+            const bool everyFrame = operation.empty() || (direction == kReceive && operation[3] == 'd');
+            const bool passes = operation.empty() && direction == kTransmit;
             expected.push_back(table + " default " + (passes ? "pass" : "drop") + " gpon3.3");
             const Expected rules =
                 everyFrame ? gemPortRules(direction, igmp) : filterRules(operation, direction, tags, igmp);

@@ -102,17 +102,12 @@ TEST_F(EngineCore, ShellCommandsAreLoggedBeforeTheyRun) {
 }
 
 TEST_F(EngineCore, FieldsOfAHalfWordAreCutByTopBitAndWidth) {
-    const struct {
-        unsigned short value;
-        unsigned char msb, width;
-        unsigned short field;
-    } cases[] = {
+    const std::tuple<unsigned short, unsigned char, unsigned char, unsigned short> cases[] = {
         {0xE064, 15, 3, 7}, {0xE064, 12, 1, 0}, {0xE064, 11, 12, 0x064}, {0xFFFF, 15, 16, 0xFFFF},
         {0xFFFF, 0, 1, 1},  {0xFFFF, 15, 0, 0}, {0xFFFF, 16, 4, 0},      {0xFFFF, 15, 17, 0},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(engine().getFieldFromHalfWord(c.value, c.msb, c.width), c.field)
-            << c.value << ", " << +c.msb << ", " << +c.width;
+    for (const auto& [value, msb, width, field] : cases) {
+        EXPECT_EQ(engine().getFieldFromHalfWord(value, msb, width), field) << value << ", " << +msb << ", " << +width;
     }
 }
 

@@ -77,17 +77,14 @@ TEST_F(Gateway, GetsAServiceAsNinetyTwoBytes) {
 
 // Either type of answer ends the wait.
 TEST_F(Gateway, TellsAServiceThatGoesDownByStatusAndActionCode) {
-    struct Case {
-        int action;
-        std::uint8_t status;
-        std::uint32_t type;
-    };
-    for (const Case& c : {Case{15, 0, kDown}, Case{15, 1, kState}, Case{14, 0, kState}, Case{0, 1, kState}}) {
-        engine().setOmciAction(c.action);
+    const std::tuple<int, std::uint8_t, std::uint32_t> cases[] = {
+        {15, 0, kDown}, {15, 1, kState}, {14, 0, kState}, {0, 1, kState}};
+    for (const auto& [action, status, type] : cases) {
+        engine().setOmciAction(action);
         auto entry = service("veip0", 10, 3);
-        entry.serviceStatus = c.status;
+        entry.serviceStatus = status;
         const std::string printed = printedBy([&entry] { engine().sendServiceInfoMsg(&entry); });
-        EXPECT_EQ(onu().sentMessages().back().type, c.type) << c.action << " " << int{c.status};
+        EXPECT_EQ(onu().sentMessages().back().type, type) << action << " " << int{status};
         EXPECT_TRUE(contains(printed, "\nWaiting for RG response\nRecived response from RG")) << printed;
     }
 }

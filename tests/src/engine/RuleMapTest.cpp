@@ -40,15 +40,6 @@ protected:
     }
 };
 
-TEST_F(RuleMap, KeysOrderByNameAndThenByPhyId) {
-    EXPECT_TRUE(vlanRuleKey("sid0", 9) < vlanRuleKey("sid1", 1));
-    EXPECT_TRUE(vlanRuleKey("sid0", 1) < vlanRuleKey("sid0", 2));
-    EXPECT_FALSE(vlanRuleKey("sid0", 1) < vlanRuleKey("sid0", 1));
-    engine().createVlanRuleMapEntry("sid0", 1);
-    EXPECT_TRUE(engine().findVlanRuleMapEntry("sid0", 1));
-    EXPECT_FALSE(engine().findVlanRuleMapEntry("sid0", 2));
-}
-
 TEST_F(RuleMap, ARuleThatVlanctlRefusedIsNotRecorded) {
     EXPECT_EQ(printedBy([] {
                   EXPECT_FALSE(engine().insertVlanRuleMapEntry("sid0", 1, 0, 2, &kOuter, &kInner, VLANCTL_DONT_CARE,

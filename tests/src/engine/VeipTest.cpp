@@ -93,33 +93,26 @@ TEST_F(Veip, IsNotMadeWithoutFilterModelOrRealDeviceYetTheServiceIsAnnounced) {
 TEST_F(Veip, AnnouncesTheLastEntryOfTheList) {
     std::string thirteen;
     for (int i = 0; i < 13; ++i) thirteen += "6064";
-    const struct {
-        unsigned char entries;
-        std::string list;
-        const char* announced;
-    } cases[] = {
+    const std::tuple<unsigned char, std::string, const char*> cases[] = {
         {0, "", "255 vlan 65535"},                                         // the wildcard
         {1, "6064", "3 vlan 100"},         {2, "6064B0C8", "5 vlan 200"},  // with CFI
         {2, "6064B0C88064", "5 vlan 200"},                                 // more in the text than announced
         {3, "6064B0C8", "0 vlan 0"},                                       // more announced than in the text
         {12, thirteen, "3 vlan 100"},      {13, thirteen, "0 vlan 0"},     // a list holds twelve
     };
-    for (const auto& c : cases) {
-        create(c.entries, c.list.c_str());
-        const std::string line = std::string("veip0 gem 100/7 pbits ") + c.announced + " type 0 up";
-        EXPECT_EQ(told(), Lines{line}) << int{c.entries} << " " << c.list;
+    for (const auto& [entries, list, announced] : cases) {
+        create(entries, list.c_str());
+        const std::string line = std::string("veip0 gem 100/7 pbits ") + announced + " type 0 up";
+        EXPECT_EQ(told(), Lines{line}) << int{entries} << " " << list;
     }
     EXPECT_EQ(engine().omci_service_num_get(), 4);
 }
 
 TEST_F(Veip, AnnouncesNoServiceForAListItCannotReadOrCount) {
-    struct Case {
-        unsigned char entries;
-        const char* list;
-    };
-    for (const Case& c : {Case{255, "6064"}, Case{1, "606"}, Case{1, "60zz"}, Case{1, nullptr}}) {
-        EXPECT_EQ(create(c.entries, c.list), 0);
-        EXPECT_EQ(told(), Lines{kClosing}) << int{c.entries};
+    const std::pair<unsigned char, const char*> cases[] = {{255, "6064"}, {1, "606"}, {1, "60zz"}, {1, nullptr}};
+    for (const auto& [entries, list] : cases) {
+        EXPECT_EQ(create(entries, list), 0);
+        EXPECT_EQ(told(), Lines{kClosing}) << int{entries};
     }
     create(1, "6064");
     told();

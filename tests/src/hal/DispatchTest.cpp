@@ -5,6 +5,7 @@
 #include "BRCM/BCM968580/omci_brcm_hal.h"
 #include "hal/CounterRecords.h"
 #include "hal/ProvisioningRecords.h"
+#include "support/InternetService.h"
 #include "support/OnuFixture.h"
 
 namespace {
@@ -18,11 +19,11 @@ protected:
     VornBrcmHal hal_;
 };
 
-BridgeServiceProvisioning service;
+BridgeServiceProvisioning service = internet_service::service();
 IpHostProvision host;
 UniDataProvisioning row;
-TContProvisioning tcont{256, 1, 0};
-XGEMConfig gem;
+TContProvisioning tcont = internet_service::tcont();
+XGEMConfig gem = internet_service::gemPort();
 XgemStatusRecord gemStatus{1001, 0};
 PmRequest pmRequest{kPmEthernet, 0, 0};
 EthernetPmRecord counters;
@@ -33,14 +34,7 @@ int level;
 constexpr const char* kNothing = "";
 
 void fillRecords() {
-    gem.tContAllocId = 256;
-    gem.xgemPortId = service.gemPortId = 1001;
-    service.bridgeId = row.bridgeId = host.bridgeId = 3;
-    std::memcpy(service.vlanTciFilterList, "0064", 4);
-    service.numberOfEntries = 1;
-    service.forwardOperation = 4;
-    service.trafficModel = 2;
-    service.pbitMap[0] = {1001, 0};
+    row.bridgeId = host.bridgeId = 3;
     row.addFlag = 1;
     row.uniPort = 1;
     host.uniPort = 2;
@@ -224,15 +218,13 @@ TEST_F(Dispatch, AUniFlowIsRemovedRulesFirst) {
 }
 
 TEST_F(Dispatch, ManagementAddressesComeFromTheBaseAddressWithoutACarry) {
-    const struct {
-        const char *base, *ipHost;
-    } cases[] = {{"00:11:22:33:44:55", "00:11:22:33:44:57"},
-                 {"00:11:22:33:44:FE", "00:11:22:33:45:00"},
-                 {"00:11:22:ff:ff:fe", "00:11:22:00:00:00"}};
-    for (const auto& c : cases) {
+    const std::pair<const char*, const char*> cases[] = {{"00:11:22:33:44:55", "00:11:22:33:44:57"},
+                                                         {"00:11:22:33:44:FE", "00:11:22:33:45:00"},
+                                                         {"00:11:22:ff:ff:fe", "00:11:22:00:00:00"}};
+    for (const auto& [base, ipHost] : cases) {
         VornBrcmHal::ipHostMac.clear();
-        onu().setBaseMac(c.base);
-        EXPECT_EQ(hal_.vorn_hal_get_mac_ip_host(), c.ipHost);
+        onu().setBaseMac(base);
+        EXPECT_EQ(hal_.vorn_hal_get_mac_ip_host(), ipHost);
     }
     EXPECT_EQ(hal_.vorn_hal_get_mac_sub_host(), "00:11:22:ff:ff:fe");
 }

@@ -2,7 +2,6 @@
 // what is on the device afterwards is checked as well.
 #include <algorithm>
 #include <cstring>
-#include <memory>
 #include <set>
 #include <vector>
 
@@ -166,19 +165,6 @@ TEST_F(HostileValues, TextsOfAnIpHostThatAreLongerThanTheirKindReachNoCommand) {
     }
     for (const auto& command : onu().shellCommands())
         EXPECT_EQ(command.text.find("aaaa"), std::string::npos) << command.text;
-}
-
-// A buffer of 32 bytes is what the daemon has for a name.
-TEST_F(HostileValues, NamesAlwaysFitTheirThirtyTwoBytes) {
-    const auto name = std::make_unique<char[]>(kDeviceNameSize);
-    for (const unsigned id : {0u, 1u, 2147483647u, 2147483648u, 4294967295u}) {
-        for (const auto type : {PHY_ETHERNET, PHY_GPON}) {
-            ASSERT_TRUE(engine().getInterfaceName(type, id, name.get()));
-            EXPECT_LT(std::strlen(name.get()), kDeviceNameSize);
-            ASSERT_TRUE(engine().getVirtualInterfaceName(type, id, 65535, name.get()));
-            EXPECT_LT(std::strlen(name.get()), kDeviceNameSize);
-        }
-    }
 }
 
 TEST_F(HostileValues, ANameLongerThanTheKernelsReachesNoOtherDevice) {
