@@ -1,16 +1,13 @@
 // A board file that was damaged is refused: a board that is believed although a byte of it has changed would make a
 // daemon look wrong that is right. And a board can be looked at where nothing can be written.
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -18,7 +15,7 @@
 
 #include "VirtualOnu.h"
 #include "support/Emulated.h"
-#include "tools/vorn-onu/RunProgram.h"
+#include "support/Process.h"
 #include "virtual_onu/BoardTexts.h"
 
 namespace {
@@ -76,16 +73,6 @@ protected:
         }
         board().closeBoard();
         return said;
-    }
-
-    // In a process of its own: what it answers is how it ended.
-    static int inProcess(const std::function<int()>& work) {
-        std::fflush(nullptr);
-        const pid_t child = fork();
-        if (child == 0) _exit(work());
-        int status = 0;
-        waitpid(child, &status, 0);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
     // What this process prints as errors from here on is in a file.
@@ -160,7 +147,7 @@ TEST_F(BoardDamage, IsLookedAtWhereItCannotBeRewritten) {
     SKIP_WHEN_EMULATED(kHostPrograms);
     for (const std::string& text : {whole_, withoutChecksums(whole_)}) {
         scratch_.write("board", text + text.substr(text.rfind('{', text.size() - 2), 9));  // and one half written
-        EXPECT_EQ(inProcess([&] {
+        EXPECT_EQ(inChild([&] {
                       std::signal(SIGXFSZ, SIG_IGN);
                       const rlimit limit{4096, 4096};
                       setrlimit(RLIMIT_FSIZE, &limit);
@@ -215,7 +202,7 @@ std::vector<std::string> namesIn(const std::string& folder) {
 TEST_F(BoardDamage, IsLookedAtByAllItsProcessesOnAFullDisk) {
     SKIP_WHEN_EMULATED(kHostPrograms);
     constexpr int kNoDisk = 77;
-    const int result = inProcess([&] {
+    const int result = inChild([&] {
         const std::string disk = scratch_.file("disk"), full = disk + "/board", filler = disk + "/filler";
         if (!mountSmallDisk(disk)) return kNoDisk;
         std::filesystem::copy_file(file_, full);
@@ -224,12 +211,12 @@ TEST_F(BoardDamage, IsLookedAtByAllItsProcessesOnAFullDisk) {
         board().openBoard(full);
         if (serialNumber() != "fourth") return 1;
         // Another program of the same run: it opens the file for itself.
-        const int other = inProcess([&] {
+        const int other = inChild([&] {
             board().reset();
             board().openBoard(full, virtual_onu::VirtualOnu::BoardUse::Shared);
             return serialNumber() == "fourth" ? 0 : 1;
         });
-        const int stranger = inProcess([&] {
+        const int stranger = inChild([&] {
             board().reset();
             try {
                 board().openBoard(full);

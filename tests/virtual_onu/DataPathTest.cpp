@@ -182,11 +182,7 @@ TEST_F(DataPath, EveryFilterHoldsForTheFramesThatItNamesAndForNoOthers) {
 
 TEST_F(DataPath, CommandsActInTheOrderInWhichTheyWereAdded) {
     const Frame single = frame({tag(10, 3, true)}), twoTpids = frame({tag(1, 1, false, 0x88a8), tag(2, 2, true)});
-    const struct {
-        const char* commands;
-        Frame sent;
-        std::string leaves;
-    } cases[] = {
+    const std::tuple<const char*, Frame, std::string> cases[] = {
         {"push", frame(), "VID 0 p0, IPv4"},
         {"push vid0:=200 pbits0:=3", single, "VID 200 p3, VID 10 p3 DEI, IPv4"},
         {"vid0:=200 push", single, "VID 0 p0, VID 200 p3 DEI, IPv4"},  // the other way round
@@ -208,10 +204,10 @@ TEST_F(DataPath, CommandsActInTheOrderInWhichTheyWereAdded) {
         {"vid1:=9 pbits1:=pbits0 pbits0:=pbits1", single, "VID 10 p3 DEI, IPv4"},  // no such tag: nothing
         {"vid0:=4097 pbits0:=9", single, "VID 1 p1 DEI, IPv4"},                    // what the fields hold
     };
-    for (const auto& c : cases) {
-        const auto tags = static_cast<unsigned>(c.sent.tags.size());
-        const unsigned id = rule("sid0", kReceive, tags, std::string("rxdev=sid0.3 | ") + c.commands);
-        EXPECT_EQ(sent(c.sent), Ends{"sid1: " + c.leaves}) << c.commands << " on " << c.sent.text();
+    for (const auto& [commands, given, leaves] : cases) {
+        const auto tags = static_cast<unsigned>(given.tags.size());
+        const unsigned id = rule("sid0", kReceive, tags, std::string("rxdev=sid0.3 | ") + commands);
+        EXPECT_EQ(sent(given), Ends{"sid1: " + leaves}) << commands << " on " << given.text();
         vlanCtl_removeTagRule("sid0", kReceive, tags, id);
     }
 }

@@ -77,23 +77,22 @@ TEST_F(NetworkModel, TheInterfaceListHasThoseWithAnAddressAndStaysInItsBuffer) {
     }
     ifreq entries[5];
     constexpr int kSize = sizeof(ifreq);
-    const struct {
-        int room, used;
-    } kCases[] = {{5 * kSize, 3 * kSize}, {3 * kSize, 3 * kSize}, {3 * kSize - 1, 2 * kSize}, {kSize - 1, 0}, {0, 0}};
-    for (const auto& one : kCases) {
+    const std::pair<int, int> kCases[] = {
+        {5 * kSize, 3 * kSize}, {3 * kSize, 3 * kSize}, {3 * kSize - 1, 2 * kSize}, {kSize - 1, 0}, {0, 0}};
+    for (const auto& [room, used] : kCases) {
         std::memset(static_cast<void*>(entries), 0x5A, sizeof entries);
         ifconf list{};
-        list.ifc_len = one.room;
+        list.ifc_len = room;
         list.ifc_req = entries;
         EXPECT_EQ(ask(SIOCGIFCONF, &list), 0);
-        ASSERT_EQ(list.ifc_len, one.used) << one.room;
+        ASSERT_EQ(list.ifc_len, used) << room;
         std::set<std::string> names;
-        for (int at = 0; at < one.used / kSize; ++at) {
+        for (int at = 0; at < used / kSize; ++at) {
             names.insert(entries[at].ifr_name);
             EXPECT_EQ(addressIn(entries[at].ifr_addr), 0x0A000000U + static_cast<in_addr_t>(entries[at].ifr_name[3]));
         }
-        EXPECT_EQ(names.size(), static_cast<std::size_t>(one.used / kSize));
-        EXPECT_EQ(reinterpret_cast<const unsigned char*>(entries)[one.used], 0x5A) << one.room;
+        EXPECT_EQ(names.size(), static_cast<std::size_t>(used / kSize));
+        EXPECT_EQ(reinterpret_cast<const unsigned char*>(entries)[used], 0x5A) << room;
     }
     ifconf length{};  // without a buffer only the length is asked for
     EXPECT_EQ(ask(SIOCGIFCONF, &length), 0);

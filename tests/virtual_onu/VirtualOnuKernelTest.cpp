@@ -11,7 +11,6 @@
 
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <fstream>

@@ -1,12 +1,9 @@
 // What the other tests rely on: the virtual ONU refuses what a device refuses, counts, records, fails on demand,
 // forgets.
-#include <gtest/gtest.h>
 #include <malloc.h>
 #include <sys/select.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <thread>
 
 #include <nlohmann/json.hpp>
@@ -19,7 +16,7 @@
 #include "platform/logger.h"
 #include "platform/tmctl.h"
 #include "platform/vlanctl.h"
-#include "support/Wait.h"
+#include "support/Process.h"
 
 using namespace virtual_onu;
 
@@ -82,10 +79,7 @@ TEST_F(VirtualOnuTest, VlanControlRefusesWhatIsNotThere) {
     EXPECT_NE(vlanCtl_initTagRule(), 0) << "outside of init and cleanup";
     openVlan();
     const auto before = onu().stateText();
-    const struct {
-        const char* what;
-        int result;
-    } cases[] = {
+    const std::pair<const char*, int> cases[] = {
         {"real device", vlanCtl_createVlanInterface("sid9", 3, 0, 1)},
         {"second of a name", vlanCtl_createVlanInterfaceByName("sid1", "sid0.3", 0, 1)},
         {"deletion", vlanCtl_deleteVlanInterface("sid0.9")},
@@ -101,7 +95,7 @@ TEST_F(VirtualOnuTest, VlanControlRefusesWhatIsNotThere) {
         {"mode's device", vlanCtl_setRealDevMode("sid9", 0)},
         {"fifth tag", vlanCtl_filterOnTagVid(100, 4)},
     };
-    for (const auto& c : cases) EXPECT_NE(c.result, 0) << c.what;
+    for (const auto& [what, result] : cases) EXPECT_NE(result, 0) << what;
     vlanCtl_setReceiveVlanDevice("sid0.9");
     EXPECT_NE(vlanCtl_insertTagRule("sid0", 0, 0, VLANCTL_POSITION_APPEND, VLANCTL_DONT_CARE, &id), 0);
     EXPECT_EQ(id, kUntouched);
@@ -236,11 +230,7 @@ TEST_F(VirtualOnuTest, TheGatewayAnswersServiceMessagesUnlessSilent) {
 TEST_F(VirtualOnuTest, AMessageHasAsManyBytesAsItsHeaderSays) {
     void* bus = nullptr;
     ASSERT_EQ(cmsMsg_init(60, &bus), 0);
-    const struct {
-        std::vector<std::uint8_t> payload;
-        long claimed;
-        std::vector<std::uint8_t> received;
-    } cases[] = {
+    const std::tuple<std::vector<std::uint8_t>, long, std::vector<std::uint8_t>> cases[] = {
         {{9, 8}, -1, {9, 8}},
         {{9, 8},
          60,
@@ -252,15 +242,15 @@ TEST_F(VirtualOnuTest, AMessageHasAsManyBytesAsItsHeaderSays) {
         {{9, 8}, 1, {9}},
         {{}, 100000, std::vector<std::uint8_t>(65536)},
     };
-    for (const auto& one : cases) {
-        onu().gatewaySends(0x10002251, one.payload, one.claimed);
+    for (const auto& [payload, claimed, received] : cases) {
+        onu().gatewaySends(0x10002251, payload, claimed);
         CmsMsgHeader* message = nullptr;
-        ASSERT_EQ(cmsMsg_receiveWithTimeout(bus, &message, 0), 0) << one.claimed;
+        ASSERT_EQ(cmsMsg_receiveWithTimeout(bus, &message, 0), 0) << claimed;
         const std::size_t block = malloc_usable_size(message) - sizeof *message;
-        ASSERT_EQ(message->dataLength, one.received.size()) << one.claimed;
-        ASSERT_GE(block, one.received.size()) << one.claimed;
+        ASSERT_EQ(message->dataLength, received.size()) << claimed;
+        ASSERT_GE(block, received.size()) << claimed;
         const auto* bytes = reinterpret_cast<const std::uint8_t*>(message + 1);
-        EXPECT_EQ(std::vector<std::uint8_t>(bytes, bytes + message->dataLength), one.received) << one.claimed;
+        EXPECT_EQ(std::vector<std::uint8_t>(bytes, bytes + message->dataLength), received) << claimed;
         cmsMem_free(message);
     }
 }
@@ -270,11 +260,7 @@ TEST_F(VirtualOnuTest, AForkedProcessHasAWorkingBoard) {
     GTEST_SKIP() << "ThreadSanitizer and the emulator do not follow threads that start after a fork";
 #endif
     ASSERT_TRUE(gatewayAnswers(kHangMs));  // the gateway's thread runs here, not in the child
-    const pid_t child = fork();
-    if (child == 0) _exit(gatewayAnswers(kHangMs) && vlanCtl_init() == 0 ? 0 : 1);
-    int status = -1;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(inChild([] { return gatewayAnswers(kHangMs) && vlanCtl_init() == 0 ? 0 : 1; }), 0);
 }
 
 TEST_F(VirtualOnuTest, CallsFromManyThreadsAreAllCountedAndKept) {

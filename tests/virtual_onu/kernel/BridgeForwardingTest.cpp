@@ -1,7 +1,6 @@
 // The same frames through a bridge of the real kernel and through one of the virtual ONU: they come out at the same
 // ports. Runs in a network namespace of its own and says why when there is none to be had.
 #include <arpa/inet.h>
-#include <gtest/gtest.h>
 #include <linux/if_packet.h>
 #include <linux/sockios.h>
 #include <net/if.h>
@@ -9,7 +8,6 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -22,7 +20,7 @@
 #include <set>
 
 #include "VirtualOnu.h"
-#include "support/Wait.h"
+#include "support/Process.h"
 
 namespace {
 
@@ -41,14 +39,10 @@ std::string whyNoNamespace;
 
 // A program of the host: what goes through system() reaches the virtual ONU's shell.
 bool runOnHost(const std::string& command) {
-    const pid_t child = fork();
-    if (child == 0) {
-        const std::string all = "PATH=$PATH:/usr/sbin:/sbin; { " + command + "; } >/dev/null 2>&1";
-        execl("/bin/sh", "sh", "-c", all.c_str(), nullptr);
-        _exit(127);
-    }
-    int status = 0;
-    return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    return inChild([&] {
+               const std::string all = "PATH=$PATH:/usr/sbin:/sbin; { " + command + "; } >/dev/null 2>&1";
+               return execl("/bin/sh", "sh", "-c", all.c_str(), nullptr);
+           }) == 0;
 }
 
 // "brk" with ports k0..k2; the far ends f0..f2 send and receive.
