@@ -14,11 +14,9 @@
 #include <nlohmann/json.hpp>
 
 #include "BRCM/BCM968580/DATA/EngineState.h"
-#include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
 #include "running/scenario/operations/OperationArguments.h"
-#include "xpon/OnuXponHalAdapterBCM.h"
 
 namespace {
 
@@ -211,22 +209,4 @@ void answerForTheGateway() {
             pthread_mutex_unlock(&syncOmciRgLock);
         }
     }).detach();
-}
-
-void forgetServices() {
-    auto* engine = EtherSwitchBcm380::getInstance();
-    while (!m_SERVICE_MAP_ENTRY.empty()) {
-        const serviceKey key = m_SERVICE_MAP_ENTRY.begin()->first;
-        if (engine->omciServiceDeleteMapEntry(0, key.ifName.c_str(), key.vlanId, key.pbits) == 0)
-            m_SERVICE_MAP_ENTRY.clear();
-    }
-    m_VLAN_RULE_MAP_ENTRY.clear();
-    m_BridgeIdToUniId.clear();
-    tGemPortMap.clear();
-    gemPortPbitToQMap.clear();
-    m_dscpConfigInfo.clear();
-    m_cTagConfigInfo.clear();
-    EtherSwitchBcm380::numServices = 0;
-    EtherSwitchBcm380::multicastEnable = 0;
-    OnuXponHalAdapterBCM::destroyInstance();
 }

@@ -11,7 +11,4 @@ void anyOperation(FuzzedDataProvider& input);
 // Answers whoever waits for the gateway, within a millisecond: from now on, on a thread of its own.
 void answerForTheGateway();
 
-// Takes out of the library what outlives an input: maps, counts, singletons.
-void forgetServices();
-
 #endif

@@ -7,9 +7,11 @@
 
 #include <cstdlib>
 
+#include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "Expect.h"
 #include "VirtualOnu.h"
+#include "xpon/OnuXponHalAdapterBCM.h"
 
 inline virtual_onu::VirtualOnu& onu() {
     return virtual_onu::VirtualOnu::instance();
@@ -26,6 +28,33 @@ inline void silence() {
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     dup2(nowhere, STDOUT_FILENO);
     close(nowhere);
+}
+
+// Takes out of the library what outlives an input: maps, counts, singletons.
+inline void forgetServices() {
+    while (!m_SERVICE_MAP_ENTRY.empty()) {
+        const serviceKey key = m_SERVICE_MAP_ENTRY.begin()->first;
+        if (engine().omciServiceDeleteMapEntry(0, key.ifName.c_str(), key.vlanId, key.pbits) == 0)
+            m_SERVICE_MAP_ENTRY.clear();
+    }
+    m_VLAN_RULE_MAP_ENTRY.clear();
+    m_BridgeIdToUniId.clear();
+    tGemPortMap.clear();
+    gemPortPbitToQMap.clear();
+    m_dscpConfigInfo.clear();
+    m_cTagConfigInfo.clear();
+    for (std::size_t pbit = 0; pbit < 8; ++pbit) {
+        xgemPortIdForPbit[pbit] = kNoGemPort;
+        xgemUpstremQueueForPbit[pbit] = 0;
+    }
+    protocolNumber = 0;
+    m_aniTagRuleId = 0;
+    mcastGemPortId = mcastGemPortIndex = 0;
+    EtherSwitchBcm380::multicastEnable = EtherSwitchBcm380::numServices = 0;
+    engine().iPhost_Stag = kNoStag;
+    engine().setOmciAction(0);
+    g_GemCnt = 0;
+    OnuXponHalAdapterBCM::destroyInstance();
 }
 
 #endif

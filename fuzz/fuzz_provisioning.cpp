@@ -7,7 +7,6 @@
 #include <set>
 #include <string>
 
-#include "BRCM/BCM968580/DATA/EngineState.h"
 #include "EveryOperation.h"
 #include "Fuzz.h"
 #include "RuleAgreement.h"

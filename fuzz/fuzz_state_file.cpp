@@ -6,14 +6,12 @@
 #include <string>
 #include <string_view>
 
-#include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/restart/Restart.h"
 #include "Fuzz.h"
 #include "hal/FileText.h"
 #include "state/Bytes.h"
 #include "state/Checksum.h"
 #include "state/Journal.h"
-#include "xpon/OnuXponHalAdapterBCM.h"
 
 namespace {
 
@@ -70,25 +68,7 @@ std::size_t known() {
 // As a process that has just begun.
 void startOver() {
     delete state::currentJournal.exchange(nullptr);
-    m_SERVICE_MAP_ENTRY.clear();
-    m_BridgeIdToUniId.clear();
-    m_VLAN_RULE_MAP_ENTRY.clear();
-    tGemPortMap.clear();
-    gemPortPbitToQMap.clear();
-    m_dscpConfigInfo.clear();
-    m_cTagConfigInfo.clear();
-    for (std::size_t pbit = 0; pbit < 8; ++pbit) {
-        xgemPortIdForPbit[pbit] = kNoGemPort;
-        xgemUpstremQueueForPbit[pbit] = 0;
-    }
-    protocolNumber = 0;
-    m_aniTagRuleId = 0;
-    mcastGemPortId = mcastGemPortIndex = 0;
-    EtherSwitchBcm380::multicastEnable = EtherSwitchBcm380::numServices = 0;
-    engine().iPhost_Stag = kNoStag;
-    engine().setOmciAction(0);
-    g_GemCnt = 0;
-    OnuXponHalAdapterBCM::destroyInstance();
+    forgetServices();
 }
 
 }  // namespace

@@ -65,7 +65,6 @@ RuleAgreement compareRules() {
     }
     const std::set<RulePlace> inMap = recordedRules(onDevice);
     RuleAgreement result;
-    result.recorded = inMap.size();
     std::set_difference(onDevice.begin(), onDevice.end(), inMap.begin(), inMap.end(),
                         std::back_inserter(result.onlyOnDevice));
     std::set_difference(inMap.begin(), inMap.end(), onDevice.begin(), onDevice.end(),

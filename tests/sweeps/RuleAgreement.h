@@ -26,7 +26,6 @@ struct RulePlace {
 struct RuleAgreement {
     std::vector<RulePlace> onlyOnDevice;  // nobody will ever remove these (but see needsNoRecord)
     std::vector<RulePlace> onlyInMap;     // a removal of these finds nothing
-    std::size_t recorded = 0;             // rules in the map
 };
 
 RuleAgreement compareRules();
