@@ -11,7 +11,6 @@
 #include <cstring>
 #include <deque>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
 
 #include <nlohmann/json.hpp>
@@ -34,6 +33,8 @@ using nlohmann::json;
 namespace fs = std::filesystem;
 
 constexpr int kLeaked = 97;
+constexpr unsigned kTimeoutSeconds = 60;  // after which a run hangs
+constexpr std::size_t kJobs = 8;          // more than processors: services with a gateway spend their time waiting
 
 struct Child {
     pid_t pid;
@@ -53,14 +54,14 @@ std::string contentOf(int descriptor) {
 
 [[noreturn]] void runChild(const Subject& subject, const FaultPlan& plan, const SweepOptions& options, int answer,
                            int errors) {
-    alarm(options.timeoutSeconds);
+    alarm(kTimeoutSeconds);
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     dup2(nowhere, STDOUT_FILENO);  // what the HAL prints
     dup2(errors, STDERR_FILENO);
     std::string stateFile;
     if (options.keepsState)
         stateFile = (fs::temp_directory_path() / ("hal.state." + std::to_string(getpid()))).string();
-    const std::string text = json(runTrial(subject, plan, options.code, stateFile)).dump();
+    const std::string text = json(runTrial(subject, plan, stateFile)).dump();
     if (!stateFile.empty()) unlink(stateFile.c_str());
     const bool written = write(answer, text.data(), text.size()) == static_cast<ssize_t>(text.size());
     if (__lsan_do_recoverable_leak_check != nullptr && __lsan_do_recoverable_leak_check() != 0) _exit(kLeaked);
@@ -102,12 +103,8 @@ Findings finish(const Child& child, int status) {
 
 class SubjectSweep {
 public:
-    SubjectSweep(Subject& subject, const SweepOptions& options, Summary& summary, std::ostream* list)
-        : subject_(subject),
-          options_(options),
-          summary_(summary),
-          list_(list),
-          name_(fs::path(subject.file).filename().string()) {}
+    SubjectSweep(Subject& subject, const SweepOptions& options, Summary& summary)
+        : subject_(subject), options_(options), summary_(summary), name_(fs::path(subject.file).filename().string()) {}
 
     // Without a fault: it must leave nothing that the contract does not let stand, and is what the others are held to.
     void measure() {
@@ -159,7 +156,7 @@ private:
     void runAll(std::deque<FaultPlan> plans, const std::string& kind) {
         const auto before = summary_;
         while (!plans.empty() || !running_.empty()) {
-            while (!plans.empty() && running_.size() < options_.jobs) {
+            while (!plans.empty() && running_.size() < kJobs) {
                 Child child = start(subject_, plans.front(), options_);
                 plans.pop_front();
                 running_.emplace(child.pid, std::move(child));
@@ -179,7 +176,6 @@ private:
         if (!findings.problems.empty()) ++summary_.exceptions;
         for (const auto& [why, count] : findings.accepted) summary_.accepted[why] += count;
         for (const auto& text : findings.problems) {
-            if (list_) *list_ << name_ << '\t' << plan.text() << '\t' << findings.failedCalls << '\t' << text << '\n';
             ++summary_.problems[text];
             summary_.example.emplace(text, name_ + (plan.none() ? "" : " --only " + plan.text()) + ": " +
                                                (plan.none() ? "no call fails" : findings.failedCalls));
@@ -199,7 +195,6 @@ private:
     Subject& subject_;
     const SweepOptions& options_;
     Summary& summary_;
-    std::ostream* list_;  // may be null
     std::string name_;
     std::map<pid_t, Child> running_;
     std::map<std::uint64_t, std::uint64_t> endOfOperation_;  // with this call failing
@@ -212,14 +207,9 @@ Summary sweep(const SweepOptions& options) {
     const vorn_onu::WorkDirectory work("vorn-fault-sweep");
     setenv("TMPDIR", work.path().c_str(), 1);  // the virtual ONU's private directories
     compileStays();
-    std::ofstream list;
-    if (!options.list.empty()) {
-        list.open(options.list);
-        if (!list) throw std::runtime_error(options.list + " cannot be written");
-    }
     for (const auto& file : options.files) {
         Subject subject{file, vorn_onu::loadScenario(file), takeDownOf(file, work.path()), {}};
-        SubjectSweep one(subject, options, summary, list.is_open() ? &list : nullptr);
+        SubjectSweep one(subject, options, summary);
         one.measure();
         one.run();
     }

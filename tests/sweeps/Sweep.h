@@ -14,19 +14,14 @@ namespace fault_sweep {
 
 struct SweepOptions {
     std::vector<std::string> files;
-    unsigned jobs = 8;     // more than processors: services with a gateway spend their time waiting
-    unsigned every = 1;    // of the calls, only each so many
-    unsigned pairs = 0;    // of the pairs of calls within one operation, each so many; 0: none
-    unsigned onwards = 0;  // of the runs in which all calls from one on fail, each so many; 0: none
-    unsigned most = 0;     // runs of each of these kinds for one scenario; 0: as many as there are
-    unsigned timeoutSeconds = 60;
-    int code = 5;                   // the failing call's result, or errno (EIO)
+    unsigned every = 1;             // of the calls, only each so many
+    unsigned pairs = 0;             // of the pairs of calls within one operation, each so many; 0: none
+    unsigned onwards = 0;           // of the runs in which all calls from one on fail, each so many; 0: none
+    unsigned most = 0;              // runs of each of these kinds for one scenario; 0: as many as there are
     std::optional<FaultPlan> only;  // these calls alone
-    // A file for every exception of every run, "" for none: scenario, calls, what they were, exception.
-    std::string list;
-    bool keepsState = false;   // the HAL has a state file
-    bool verbose = false;      // name every finding, not only the first of a kind
-    bool leaveByExit = false;  // let runs write coverage data at their end
+    bool keepsState = false;        // the HAL has a state file
+    bool verbose = false;           // name every finding, not only the first of a kind
+    bool leaveByExit = false;       // let runs write coverage data at their end
 };
 
 struct Summary {

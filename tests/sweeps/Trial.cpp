@@ -27,6 +27,7 @@ using Lines = std::vector<std::string>;
 
 // Long enough for the sender to wait already: an answer that comes before the wait is lost, and costs a second.
 constexpr int kGatewayDelayMs = 10;
+constexpr int kFailure = 5;  // a failing call's result, or errno (EIO)
 
 // In real time: the sleep functions of the C library belong to the virtual ONU's clock.
 void pause(std::chrono::milliseconds length) {
@@ -112,11 +113,11 @@ public:
           onu_(VirtualOnu::instance()),
           context_{onu_, HALFactory::getInstance()->CreateHALObject(0), {}} {}
 
-    void run(int code, const std::string& stateFile) {
+    void run(const std::string& stateFile) {
         for (const auto& step : subject_.scenario.steps) now_.operations.insert(step.name);
         onu_.reset();
         newBoard_ = sortedLines(onu_.stateText());
-        planFaults(code);
+        planFaults();
         keepState(stateFile);
         const long descriptors = openDescriptors();
         Lines states = runScenario();
@@ -155,12 +156,12 @@ private:
         if (vorn_hal_state_open(file.c_str()) != 0 && plan_.none()) problem("the state file does not open");
     }
 
-    void planFaults(int code) {
-        for (const auto call : plan_.calls) onu_.failCall(call, code);
+    void planFaults() {
+        for (const auto call : plan_.calls) onu_.failCall(call, kFailure);
         if (!plan_.onwards) return;
         // A run whose calls fail may make more of them than one without a fault.
         const std::uint64_t last = 2 * subject_.measure.calls + kMoreCalls;
-        for (std::uint64_t call = plan_.calls.back(); call <= last; ++call) onu_.failCall(call, code);
+        for (std::uint64_t call = plan_.calls.back(); call <= last; ++call) onu_.failCall(call, kFailure);
     }
 
     void runStep(const vorn_onu::Step& step) {
@@ -340,9 +341,9 @@ private:
 
 }  // namespace
 
-Findings runTrial(const Subject& subject, const FaultPlan& plan, int code, const std::string& stateFile) {
+Findings runTrial(const Subject& subject, const FaultPlan& plan, const std::string& stateFile) {
     Findings findings;
-    Trial(subject, plan, findings).run(code, stateFile);
+    Trial(subject, plan, findings).run(stateFile);
     return findings;
 }
 

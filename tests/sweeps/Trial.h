@@ -43,7 +43,7 @@ struct Findings {
 
 // Runs in the calling process, which must not have used the HAL before: its maps live as long as it does.
 // With a stateFile, which must not be there yet, the HAL keeps its state in it.
-Findings runTrial(const Subject& subject, const FaultPlan& plan, int code, const std::string& stateFile);
+Findings runTrial(const Subject& subject, const FaultPlan& plan, const std::string& stateFile);
 
 }  // namespace fault_sweep
 

@@ -65,9 +65,6 @@ int main(int argc, char** argv) {
     app.add_option("--every", options.every, "fail only each so many calls; the last one counts")
         ->check(CLI::PositiveNumber)
         ->take_last();
-    app.add_option("--jobs", options.jobs, "processes at a time")->check(CLI::PositiveNumber);
-    app.add_option("--timeout", options.timeoutSeconds, "seconds after which a run hangs")->check(CLI::PositiveNumber);
-    app.add_option("--code", options.code, "what the failing call answers, or its errno");
     app.add_option("--pairs", options.pairs,
                    "after that fail two calls of one operation: each so many of the pairs; 0: none")
         ->take_last();
@@ -77,7 +74,6 @@ int main(int argc, char** argv) {
     app.add_option("--most", options.most, "runs of each kind for one scenario; 0: as many as there are")->take_last();
     std::string only;
     app.add_option("--only", only, "fail this call alone (17), these two (17+19) or all from it on (17-)");
-    app.add_option("--list", options.list, "write every exception of every run into this file");
     app.add_flag("--state", options.keepsState, "let the HAL keep its state in a file");
     app.add_flag("--verbose", options.verbose, "name every finding");
     app.add_flag("--leave-by-exit", options.leaveByExit,
