@@ -28,7 +28,8 @@ extern "C" {
 // With VORN_HAL_FORWARDING_G988 these operations of VornHal answer -1 when a service cannot be made or changed as the
 // standard has it, with a printed line that names the row or port and says why; the service is as it was then:
 // filter_flow_add, configureBridge, configureAniTagRules, unsetPbitData, deprovisionAniSideBridge,
-// deprovisionUniSideBridge and veip_deleteRules. The p-bit map of a bridge service may then also name the GEM port and
+// deprovisionUniSideBridge, veip_createRules, veip_deleteRules, gemflow_add, gemflow_del and set_gemPortStatus. A GEM
+// port that is added again counts once, and one that the driver has from a process before this one is taken over. The p-bit map of a bridge service may then also name the GEM port and
 // queue of untagged frames, as those of p-bits 8: they have to be those of some p-bits. Without them untagged frames
 // are taken for p-bits 0 (G.988 9.3.10, default p-bit assumption). A state file (hal/HalState.h) is opened only in the
 // mode in which it was made.

@@ -94,7 +94,7 @@ void AskedOperation::begin(AskKind kind, std::string_view askAndArguments) {
 void AskedOperation::end() {
     Asked& all = asked();
     const std::string entry = std::exchange(all.key, {});
-    if (kind_ == AskKind::Remove) return;
+    if (kind_ == AskKind::Remove || takenBack_) return;
     const bool isNew = journal_->find(entry) == nullptr;
     if (isNew && all.isHindered && !all.unclaimed.empty()) all.hindered.push_back(entry);
     Effects needs = effectsOf(entry);

@@ -57,6 +57,8 @@ public:
 
     // Its effect was restored when the file was opened: there is nothing to do.
     bool isDone() const { return done_; }
+    // It has failed and left nothing: nobody counts on it after a restart.
+    void takenBack() { takenBack_ = true; }
 
 private:
     void begin(AskKind kind, std::string_view askAndArguments);
@@ -65,6 +67,7 @@ private:
     AskKind kind_ = AskKind::Provision;
     bool begun_ = false;
     bool done_ = false;
+    bool takenBack_ = false;
 };
 
 // While one is there, what goes makes way for what is asked for: whoever has asked for it still has.

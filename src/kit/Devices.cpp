@@ -28,11 +28,12 @@ void noteCreated(const char* device) {
     noteNeed(Entry::Devices, device);
 }
 
-void dropUnmatched(const char* realDevice, const char* device, unsigned tagTables) {
-    for (unsigned tags = 0; tags < tagTables; ++tags) {
-        vlanCtl_setDefaultAction(realDevice, VLANCTL_DIRECTION_TX, tags, kDropUnmatched, device);
-        vlanCtl_setDefaultAction(realDevice, VLANCTL_DIRECTION_RX, tags, kDropUnmatched, device);
-    }
+bool dropUnmatched(const char* realDevice, const char* device, unsigned tagTables) {
+    bool done = true;
+    for (unsigned tags = 0; tags < tagTables; ++tags)
+        for (const std::uint32_t direction : {VLANCTL_DIRECTION_TX, VLANCTL_DIRECTION_RX})
+            done = vlanCtl_setDefaultAction(realDevice, direction, tags, kDropUnmatched, device) == 0 && done;
+    return done;
 }
 
 // Whoever was a member of the bridge is on none.
@@ -89,14 +90,20 @@ bool createVlanDevice(const char* realDevice, std::uint16_t vlanId, bool routed,
     return true;
 }
 
-bool createVeipDevice() {
+bool dropsUnmatched(const char* realDevice, const char* device) {
+    const VlanCtlSession session;
+    return dropUnmatched(realDevice, device, kTagTables);
+}
+
+bool createVeipDevice(bool* isComplete) {
     const BegunStep step(Step::CreateDevice, kVeipDevice);
     {
         const VlanCtlSession session;
         vlanCtl_setIfSuffix(".");
-        vlanCtl_createVlanInterfaceByName(kVeipRealDevice, kVeipDevice, 1, 1);
-        vlanCtl_setRealDevMode(kVeipRealDevice, kRealDevMode);
-        dropUnmatched(kVeipRealDevice, kVeipDevice, kVeipTagTables);
+        bool complete = vlanCtl_createVlanInterfaceByName(kVeipRealDevice, kVeipDevice, 1, 1) == 0;
+        complete = vlanCtl_setRealDevMode(kVeipRealDevice, kRealDevMode) == 0 && complete;
+        complete = dropUnmatched(kVeipRealDevice, kVeipDevice, kVeipTagTables) && complete;
+        if (isComplete != nullptr) *isComplete = complete;
     }
     const bool exists = deviceExists(kVeipDevice);
     if (exists) noteCreated(kVeipDevice);

@@ -21,8 +21,12 @@ bool createAniDevice(const char* device);
 // VLAN device `device` (VLAN id vlanId) on realDevice, whose frames are dropped where no rule matches. False when
 // vlanctl refuses.
 bool createVlanDevice(const char* realDevice, std::uint16_t vlanId, bool routed, const char* device);
-// Likewise "veip0" on "gpon0.0". Whether the kernel has it then.
-bool createVeipDevice();
+// Its tables of realDevice drop what no rule takes. createVlanDevice() asks for that too, and does not look at the
+// answer.
+bool dropsUnmatched(const char* realDevice, const char* device);
+// Likewise "veip0" on "gpon0.0". Whether the kernel has it then; in *isComplete, unless it is null, whether vlanctl has
+// done all that it was asked for.
+bool createVeipDevice(bool* isComplete = nullptr);
 // The device exists before it is asked for: it is noted as found, unless it is known already.
 void noteFoundDevice(const char* device);
 // 0 or vlanctl's error. The caller holds a VlanCtlSession.

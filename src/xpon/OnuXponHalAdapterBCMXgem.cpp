@@ -10,6 +10,7 @@
 #include "platform/gponctl.h"
 #include "platform/kit_numbers.h"
 #include "platform/tmctl.h"
+#include "xpon/GemPortSettings.h"
 #include "xpon/OnuXponHalAdapterBCM.h"
 #include "xpon/PonMaps.h"
 
@@ -19,7 +20,6 @@ using kit::kNoGemIndex;
 
 namespace {
 
-constexpr unsigned short kMaxQueue = 7;
 constexpr std::uint8_t kGemPortKind = 3;
 constexpr unsigned char kWeightedRoundRobin = 2;
 
@@ -68,13 +68,7 @@ int OnuXponHalAdapterBCM::createXGEMPort(unsigned short xgemPortId, unsigned sho
     }
 
     const state::Operation operation;
-    GponCtlGemPortConfig config{};
-    config.gemIndex = GPONCTL_GEM_INDEX_UNKNOWN;
-    config.gemPortId = xgemPortId;
-    config.allocId = tContAllocId;
-    config.downstreamOnly = tContAllocId == kNoAllocId ? 1 : 0;
-    config.flag = 1;
-    config.kind = kGemPortKind;
+    GponCtlGemPortConfig config = gemPortConfig(xgemPortId, tContAllocId);
     if (kit::createGemPort(config) == GPONCTL_ERROR_GEM_PORT_EXISTS) {
         const kit::GemPortAnswer existing = kit::gemPortById(xgemPortId);
         if (existing.known()) disableXGEM(existing.port.gemPortId, existing.port.gemIndex);
@@ -124,30 +118,44 @@ int OnuXponHalAdapterBCM::setXgemStatus(unsigned short xgemPortId, bool enable) 
 void OnuXponHalAdapterBCM::configGemPortQosUs(unsigned short queue, unsigned short tContIndex,
                                               unsigned char schedPolicy, unsigned char priority,
                                               unsigned short /*qosArg*/, unsigned char weight) {
-    if (queue > kMaxQueue) return;
-    std::optional<TmctlQueueCfg> config = kit::tcontQueue(tContIndex, queue);
-    if (!config) return;
+    if (queue > kMaxGemQueue) return;
+    if (const std::optional<TmctlQueueCfg> config = kit::tcontQueue(tContIndex, queue))
+        setGemPortQueue(tContIndex, queue, *config, {schedPolicy, priority, weight});
+}
 
-    if (schedPolicy == kWeightedRoundRobin) {
-        config->priority = 0;
-        config->schedMode = TMCTL_SCHED_WEIGHTED_ROUND_ROBIN;
-        config->weight = schedulerWeight(weight);
+bool setGemPortQueue(unsigned short tContIndex, unsigned short queue, TmctlQueueCfg config,
+                     const GemPortScheduling& scheduling) {
+    if (scheduling.policy == kWeightedRoundRobin) {
+        config.priority = 0;
+        config.schedMode = TMCTL_SCHED_WEIGHTED_ROUND_ROBIN;
+        config.weight = schedulerWeight(scheduling.weight);
     } else {
-        config->priority = priority;
-        config->schedMode = TMCTL_SCHED_STRICT_PRIORITY;
+        config.priority = scheduling.priority;
+        config.schedMode = TMCTL_SCHED_STRICT_PRIORITY;
     }
-    config->queueSize = queue == 0 ? kFirstQueueSize : kQueueSize;
-    if (!kit::setTcontQueue(tContIndex, *config)) return;
+    config.queueSize = queue == 0 ? kFirstQueueSize : kQueueSize;
+    if (!kit::setTcontQueue(tContIndex, config)) return false;
 
     // The runner numbers a T-CONT's egress scheduler one above the T-CONT index.
     const FixedText<255> command("bs /b/c egress_tm/dir=us,index=%d queue_cfg[%d]={drop_threshold=%d}", tContIndex + 1,
                                  queue, kDropThreshold);
-    runShell(command.get());
+    return runShell(command.get()) == 0;
+}
+
+GponCtlGemPortConfig gemPortConfig(unsigned short gemPortId, unsigned short allocId) {
+    GponCtlGemPortConfig config{};
+    config.gemIndex = GPONCTL_GEM_INDEX_UNKNOWN;
+    config.gemPortId = gemPortId;
+    config.allocId = allocId;
+    config.downstreamOnly = allocId == kNoAllocId ? 1 : 0;
+    config.flag = 1;
+    config.kind = kGemPortKind;
+    return config;
 }
 
 void OnuXponHalAdapterBCM::configGemPortShapingUs(unsigned short queue, unsigned short tContIndex,
                                                   unsigned char priority, bool /*flag*/) {
-    if (queue > kMaxQueue) return;
+    if (queue > kMaxGemQueue) return;
     std::optional<TmctlQueueCfg> config = kit::tcontQueue(tContIndex, queue);
     if (!config) return;
     config->priority = priority;

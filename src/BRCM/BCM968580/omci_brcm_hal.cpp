@@ -5,8 +5,10 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "BRCM/BCM968580/DATA/forwarding/GemPorts.h"
 #include "BRCM/BCM968580/DATA/forwarding/Mode.h"
 #include "BRCM/BCM968580/DATA/forwarding/Operations.h"
+#include "BRCM/BCM968580/DATA/forwarding/Veip.h"
 #include "BRCM/BCM968580/DATA/restart/Operations.h"
 #include "device/Counters.h"
 #include "device/DeviceInfo.h"
@@ -55,6 +57,10 @@ void addToSerialPart(unsigned char (&mac)[6], std::uint32_t offset) {
 
 int resultOf(bool done) {
     return done ? kSuccess : kFailure;
+}
+int resultOf(AskedOperation& operation, bool done) {
+    if (!done) operation.takenBack();
+    return resultOf(done);
 }
 
 // The board's UNI ports 1 and 2 are numbered the other way round than the daemon's.
@@ -195,11 +201,12 @@ int VornBrcmHal::vorn_omci_hal_tcont_reset(void* /*unused*/, void* record) {
 int VornBrcmHal::vorn_omci_hal_gemflow_add(void* record) {
     if (record == nullptr) return kFailure;
     const auto& gemPort = *static_cast<const XGEMConfig*>(record);
-    const AskedOperation operation(Ask::GemPort, AskKind::Provision, gemPort);
+    AskedOperation operation(Ask::GemPort, AskKind::Provision, gemPort);
     if (operation.isDone()) {
         restart::enableIfDown(gemPort.xgemPortId);
         return kSuccess;
     }
+    if (forwarding::isG988()) return resultOf(operation, forwarding::addGemPort(gemPort));
     OnuXponHalAdapterBCM::getInstance()->configureXGEM(gemPort);
     return kSuccess;
 }
@@ -207,7 +214,9 @@ int VornBrcmHal::vorn_omci_hal_gemflow_add(void* record) {
 int VornBrcmHal::vorn_omci_hal_gemflow_del(void* record) {
     if (record == nullptr) return kFailure;
     const state::Operation operation;
-    OnuXponHalAdapterBCM::getInstance()->deconfigureXGEM(*static_cast<const XGEMConfig*>(record));
+    const auto& gemPort = *static_cast<const XGEMConfig*>(record);
+    if (forwarding::isG988()) return resultOf(forwarding::removeGemPort(gemPort.xgemPortId));
+    OnuXponHalAdapterBCM::getInstance()->deconfigureXGEM(gemPort);
     return kSuccess;
 }
 
@@ -215,6 +224,7 @@ int VornBrcmHal::vorn_omci_hal_set_gemPortStatus(void* record) {
     if (record == nullptr) return kFailure;
     const state::Operation operation;
     const auto* const status = static_cast<const XgemStatusRecord*>(record);
+    if (forwarding::isG988()) return resultOf(forwarding::enableGemPort(status->xgemPortId, status->enable != 0));
     OnuXponHalAdapterBCM::getInstance()->setXgemStatus(status->xgemPortId, status->enable != 0);
     return kSuccess;
 }
@@ -249,8 +259,8 @@ int VornBrcmHal::vorn_omci_hal_configureBridge(unsigned short bridgeId, unsigned
     if (engine == nullptr) return kFailure;
     std::printf("Inside BRCM-HAL, calling configureBridge");
     // Restored or not: what stands is taken as made, and brought up again.
-    const AskedOperation operation(Ask::Bridge, AskKind::Provision, restart::BridgeArguments{bridgeId, uniPort});
-    if (forwarding::isG988()) return resultOf(forwarding::configureBridge(*engine, bridgeId, uniPort));
+    AskedOperation operation(Ask::Bridge, AskKind::Provision, restart::BridgeArguments{bridgeId, uniPort});
+    if (forwarding::isG988()) return resultOf(operation, forwarding::configureBridge(*engine, bridgeId, uniPort));
     engine->configureBridge(bridgeId, uniPort, false);
     return kSuccess;
 }
@@ -304,17 +314,19 @@ int VornBrcmHal::vorn_omci_hal_veip_createRules(unsigned short gemPort, unsigned
                                                 const unsigned char* filterList, unsigned short trafficType) {
     if (engine == nullptr || filterList == nullptr) return kFailure;
     const bool isFirst = state::journal() != nullptr && !kit::isClaimed(Ask::Veip);
-    const AskedOperation operation(
+    AskedOperation operation(
         Ask::Veip, AskKind::Provision,
         restart::veipArguments(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType));
     if (operation.isDone()) {
-        if (isFirst && !forwarding::isG988()) restart::takePlaceOfBridge(bridgeId);
-        if (forwarding::isG988()) forwarding::addVeipGemPort(*engine, gemPort);
+        if (forwarding::isG988()) return resultOf(forwarding::claimVeip(*engine, gemPort));
+        if (isFirst) restart::takePlaceOfBridge(bridgeId);
         return kSuccess;
     }
     std::printf("Inside BRCM-HAL, calling VEIP creation");
+    if (forwarding::isG988())
+        return resultOf(operation, forwarding::addVeip(*engine, {gemPort, bridgeId, filterType, numberOfEntries,
+                                                                 filterList, trafficType}));
     engine->gpon_createRules(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType);
-    if (forwarding::isG988()) forwarding::addVeipGemPort(*engine, gemPort);
     return kSuccess;
 }
 
@@ -324,8 +336,11 @@ int VornBrcmHal::vorn_omci_hal_veip_deleteRules(unsigned short gemPort, unsigned
     if (engine == nullptr || filterList == nullptr) return kFailure;
     const state::Operation operation;
     std::printf("Inside BRCM-HAL, calling VEIP delete");
+    if (forwarding::isG988())
+        return resultOf(
+            forwarding::removeVeip(*engine, {gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType}));
     engine->gpon_deleteRules(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType);
-    return resultOf(!forwarding::isG988() || forwarding::removeVeipGemPort(bridgeId, gemPort));
+    return kSuccess;
 }
 
 // ---- Management addresses ----

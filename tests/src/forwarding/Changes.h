@@ -15,7 +15,6 @@ namespace forwarding_tests {
 struct Operation {
     const char* name;
     std::function<int(VornHal&)> run;
-    bool isAllOrNothing = true;  // false for those that the mode shares with the contract
     // The default bridge is no part of a service: what the kernel refuses of it stays as it is, as by the contract.
     bool makesDefaultBridge = false;
 };
@@ -31,10 +30,10 @@ inline XGEMConfig gemPortRecord(std::uint16_t portId) {
     return record;
 }
 inline Operation gemPort(std::uint16_t portId) {
-    return {"gemflow_add", asks(&VornHal::vorn_omci_hal_gemflow_add, gemPortRecord(portId)), false};
+    return {"gemflow_add", asks(&VornHal::vorn_omci_hal_gemflow_add, gemPortRecord(portId))};
 }
 inline Operation noGemPort(std::uint16_t portId) {
-    return {"gemflow_del", asks(&VornHal::vorn_omci_hal_gemflow_del, gemPortRecord(portId)), false};
+    return {"gemflow_del", asks(&VornHal::vorn_omci_hal_gemflow_del, gemPortRecord(portId))};
 }
 inline Operation bridge(std::uint16_t bridgeId, std::uint16_t uniPort = 0) {
     return {"configureBridge", asksForBridge(bridgeId, uniPort)};
@@ -100,13 +99,11 @@ inline Operation noUniSide(const BridgeServiceProvisioning& record) {
     return {"deprovisionUniSideBridge", asks(&VornHal::vorn_omci_hal_deprovisionUniSideBridge, record)};
 }
 inline Operation gateway(bool comes, std::uint16_t gemPortId) {
-    return {comes ? "veip_createRules" : "veip_deleteRules",
-            [=](VornHal& hal) {
+    return {comes ? "veip_createRules" : "veip_deleteRules", [=](VornHal& hal) {
                 const auto* const list = reinterpret_cast<const unsigned char*>("0384");
                 return comes ? hal.vorn_omci_hal_veip_createRules(gemPortId, 0, 16, 1, list, 2)
                              : hal.vorn_omci_hal_veip_deleteRules(gemPortId, 0, 16, 1, list, 2);
-            },
-            false};
+            }};
 }
 
 // The internet service's own frames, untagged at the port and VID 100 at its GEM port, fare alike all the time.

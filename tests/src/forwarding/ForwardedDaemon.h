@@ -55,8 +55,9 @@ protected:
         const auto walk = onu().sendFromPon(gemPort, frame);
         return walk.exits.empty() ? "" : walk.exits.front().frame.text();
     }
-    // Devices with their bridges, and rules in whatever order and with whatever number.
-    static nlohmann::json serving();  // ForwardingTest.cpp
+    // Devices with their bridges, the PON side, and rules in whatever order and with whatever number.
+    static nlohmann::json serving();   // ForwardingTest.cpp
+    static nlohmann::json defaults();  // what happens in each table to frames that no rule takes
 };
 
 class ForwardedServices : public Forwarding {

@@ -13,14 +13,31 @@ nlohmann::json forwarding_tests::Forwarding::serving() {
     const auto json = onu().toJson();
     nlohmann::json kept;
     std::multiset<std::string> rules;
-    for (const auto& device : json["network"]["devices"])
-        kept["devices"][device["name"].get<std::string>()] = device["master"];
+    for (const auto& device : json["network"]["devices"]) {
+        auto& one = kept["devices"][device["name"].get<std::string>()] = {device["master"]};
+        const bool isMade = device["isBridge"] == true || device["realDevice"] != "";
+        if (isMade) one.push_back(device["up"]);  // a LAN port that has been up stays so
+    }
+    kept["devices"]["gpondef"].push_back(onu().device("gpondef")->up);
     for (const auto& table : json["vlan"]["tables"])
         for (const auto& rule : table["rules"])
             rules.insert(table["device"].dump() + table["direction"].dump() + table["tags"].dump() +
                          rule["text"].dump());
     kept["rules"] = rules;
     kept["flows"] = json["vlan"]["flows"];
+    kept["tconts"] = json["pon"]["tconts"];
+    for (auto& tcont : kept["tconts"])
+        for (auto& queue : tcont["queues"])
+            for (const char* counter : {"frames", "octets"}) queue.erase(counter);
+    for (const auto& gem : json["pon"]["gemPorts"])
+        kept["gemPorts"][gem["portId"].dump()] = {gem["allocId"], gem["downstreamOnly"], gem["enabled"]};
+    return kept;
+}
+
+nlohmann::json forwarding_tests::Forwarding::defaults() {
+    nlohmann::json kept;
+    for (const auto& table : onu().toJson()["vlan"]["tables"])
+        kept[table["device"].dump() + table["direction"].dump() + table["tags"].dump()] = table["default"];
     return kept;
 }
 

@@ -31,6 +31,11 @@ bool isGone(const DeviceName& device) {
     return interfaceIndex(device.get()) <= 0 && errno == ENODEV;
 }
 
+bool isInForce(const DeviceName& realDevice, const DeviceName& device) {
+    return kit::bringUp(realDevice.get()) && kit::bringUp(device.get()) &&
+           kit::dropsUnmatched(realDevice.get(), device.get());
+}
+
 DeviceName uniVlanDevice(std::uint16_t uniPort, std::uint16_t bridgeId) {
     return kit::uniVlanName(uniPort - 1U, bridgeId);
 }
@@ -120,8 +125,18 @@ BridgeToMake::BridgeToMake(EtherSwitchBcm380& engine, std::uint16_t bridgeId, st
 
 bool BridgeToMake::make() {
     return engine_.configureBridge(bridgeId_, uniPort_, false) &&
-           (!isNewPair_ || bridgeId_ == 0 || isMember(bridgeId_, kit::aniVlanName(bridgeId_, bridgeId_))) &&
-           (!isNewPort_ || isMember(bridgeId_, uniVlanDevice(uniPort_, bridgeId_))) && joinPorts();
+           (!isNew_ || kit::bringUp(kit::bridgeName(bridgeId_).get())) && (!isNewPair_ || isPairInForce()) &&
+           (!isNewPort_ || isPortInForce()) && joinPorts();
+}
+
+bool BridgeToMake::isPairInForce() {
+    const DeviceName vlan = kit::aniVlanName(bridgeId_, bridgeId_);
+    return isInForce(kit::aniName(bridgeId_), vlan) && (bridgeId_ == 0 || isMember(bridgeId_, vlan));
+}
+
+bool BridgeToMake::isPortInForce() {
+    const DeviceName vlan = uniVlanDevice(uniPort_, bridgeId_);
+    return isInForce(kit::uniName(uniPort_ - 1U), vlan) && isMember(bridgeId_, vlan);
 }
 
 void BridgeToMake::takeBack() {

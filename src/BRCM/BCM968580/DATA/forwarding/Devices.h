@@ -16,9 +16,15 @@ namespace forwarding {
 
 // Of this process.
 g988::Services& services();
+// Whether a multicast service of the bridge comes in the GEM port.
+bool hasMulticast(std::uint16_t bridgeId, std::uint16_t gemPortId);
 
 // The kernel says that there is none; a question that fails says nothing.
 bool isGone(const DeviceName& device);
+
+// What the engine asks for when it makes a VLAN device, once more: both are up, and frames that no rule takes are
+// dropped. False: one of that is refused.
+bool isInForce(const DeviceName& realDevice, const DeviceName& device);
 
 DeviceName uniVlanDevice(std::uint16_t uniPort, std::uint16_t bridgeId);  // uniPort from 1
 
@@ -50,6 +56,8 @@ public:
     void takeBack();
 
 private:
+    bool isPairInForce();
+    bool isPortInForce();
     bool joinPorts();
 
     EtherSwitchBcm380& engine_;

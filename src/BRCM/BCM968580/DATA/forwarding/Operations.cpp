@@ -9,6 +9,7 @@
 #include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
+#include "BRCM/BCM968580/DATA/forwarding/Undone.h"
 #include "hal/Text.h"
 #include "kit/DeviceNames.h"
 #include "kit/Devices.h"
@@ -19,56 +20,20 @@ namespace forwarding {
 
 namespace {
 
+constexpr const char* kStays = " cannot be removed";
+
 std::optional<std::uint16_t> gemIndexOf(std::uint16_t gemPortId) {
     const kit::GemPortAnswer answer = kit::gemPortById(gemPortId);
     if (!answer.known()) return std::nullopt;
     return static_cast<std::uint16_t>(answer.port.gemIndex);
 }
 
-bool isDone(const char* operation, const g988::Outcome& outcome) {
-    if (!outcome.done)
-        std::printf("%s: %s: %s\n", operation, outcome.isPartly ? "part of it is done" : "nothing is changed",
-                    outcome.reason.c_str());
-    return outcome.done;
-}
-
-// An operation whose rules have gone, and which the kernel or the kit has refused then: all is put back.
-class Undone {
-public:
-    explicit Undone(const std::string& stays) : outcome_{false, stays + " cannot be removed"} {}
-    // "": it could.
-    void cannotGiveBack(const std::string& what) {
-        if (what.empty()) return;
-        outcome_.reason += ", and " + what + " cannot be made again";
-        outcome_.isPartly = true;
-    }
-    // When the devices are back. False, as the operation.
-    bool putBack(const char* operation, const g988::Services::Before& before) {
-        const g988::Outcome back = services().putBack(before);
-        if (!back.done) {
-            outcome_.reason += ", and its rules are gone: " + back.reason;
-            outcome_.isPartly = true;
-        }
-        return isDone(operation, outcome_);
-    }
-
-private:
-    g988::Outcome outcome_;
-};
-
-bool hasMulticast(const g988::PonSide& side, std::uint16_t gemPortId) {
-    for (std::size_t i = 0; i < side.ports.size(); ++i)
-        if (!side.ports[i].downstreamGems.empty() && side.keys[i].gemPortIds.count(gemPortId) != 0) return true;
-    return false;
-}
-
 // ---- what others of the engine look at ----
 
 // Whether multicast of the bridge is for the gateway too.
 bool leadsToGateway(std::uint16_t bridgeId) {
-    const auto side = services().ponSide(bridgeId);
     const auto& gems = services().gatewayGems();
-    return side && std::any_of(gems.begin(), gems.end(), [&](std::uint16_t gem) { return hasMulticast(*side, gem); });
+    return std::any_of(gems.begin(), gems.end(), [&](std::uint16_t gem) { return hasMulticast(bridgeId, gem); });
 }
 
 // The gateway is told of GEM ports by their indexes.
@@ -97,7 +62,7 @@ bool removeUniDevices(EtherSwitchBcm380& engine, const char* operation, const st
         if (isGone(uniVlanDevice(uniPort, bridgeId))) continue;
         touched.push_back(uniPort);
         if (removeUniDevice(engine, uniPort, bridgeId)) continue;
-        Undone undone(uniVlanDevice(uniPort, bridgeId).get());
+        Undone undone(std::string(uniVlanDevice(uniPort, bridgeId).get()) + kStays);
         for (const std::uint16_t one : touched)
             if (!giveUniDeviceBack(engine, one, bridgeId, before.tables()))
                 undone.cannotGiveBack(uniVlanDevice(one, bridgeId).get());
@@ -113,6 +78,14 @@ g988::Services& services() {
     return all;
 }
 
+bool hasMulticast(std::uint16_t bridgeId, std::uint16_t gemPortId) {
+    const auto side = services().ponSide(bridgeId);
+    if (!side) return false;
+    for (std::size_t i = 0; i < side->ports.size(); ++i)
+        if (!side->ports[i].downstreamGems.empty() && side->keys[i].gemPortIds.count(gemPortId) != 0) return true;
+    return false;
+}
+
 bool setUni(EtherSwitchBcm380& engine, const UniDataProvisioning& record) {
     constexpr const char* kOperation = "filter_flow_add";
     if (g988::deletesRow(record)) return isDone(kOperation, services().setUni(record));
@@ -125,6 +98,8 @@ bool setUni(EtherSwitchBcm380& engine, const UniDataProvisioning& record) {
         madeDevice = !wasThere && (isThere || engine.isInterfaceExisted(device.get()));
         if (!isThere) return std::string(device.get()) + " cannot be made, or its bridge does not exist";
         if (!madeDevice) return "";
+        if (!isInForce(kit::uniName(record.uniPort - 1U), device))
+            return std::string(device.get()) + " or its port cannot be brought up";
         if (!isMember(record.bridgeId, device)) return std::string(device.get()) + " cannot join its bridge";
         if (!joinFlows(record.uniPort, record.bridgeId)) return std::string(device.get()) + " gets no flows";
         return "";
@@ -183,22 +158,6 @@ bool removePonPorts(const BridgeServiceProvisioning& record) {
     return true;
 }
 
-void addVeipGemPort(EtherSwitchBcm380& engine, std::uint16_t gemPortId) {
-    if (!services().addGatewayGem(gemPortId)) return;
-    for (const auto& bridge : services().tables().bridges) {
-        const auto side = services().ponSide(bridge.first);
-        if (side && hasMulticast(*side, gemPortId)) joinVeipFlows(engine, bridge.first);
-    }
-}
-
-bool removeVeipGemPort(std::uint16_t bridgeId, std::uint16_t gemPortId) {
-    services().removeGatewayGem(gemPortId);
-    BridgeServiceProvisioning record{};
-    record.bridgeId = bridgeId;
-    record.pbitMap[0] = {gemPortId, 0};
-    return isDone("veip_deleteRules", services().removePonPorts(record));
-}
-
 bool removePonSide(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record) {
     constexpr const char* kOperation = "deprovisionAniSideBridge";
     const auto before = services().before();
@@ -209,7 +168,7 @@ bool removePonSide(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& r
     const std::string stays = removePonDevices(engine, record);
     bool done = true;
     if (!isMulticast && !stays.empty()) {
-        Undone undone(stays);
+        Undone undone(stays + kStays);
         undone.cannotGiveBack(givePonDevicesBack(engine, record.bridgeId, isForGateway));
         done = undone.putBack(kOperation, before);
     }

@@ -23,10 +23,6 @@ bool configureBridge(EtherSwitchBcm380& engine, std::uint16_t bridgeId, std::uin
 bool setPonPort(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record);
 bool removePonPorts(const BridgeServiceProvisioning& record);
 bool removePonSide(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record);
-// veip_createRules: multicast of the GEM port, if it is one's, is for the gateway too.
-void addVeipGemPort(EtherSwitchBcm380& engine, std::uint16_t gemPortId);
-// What veip_deleteRules leaves on the PON side: the GEM port's part of the bridge.
-bool removeVeipGemPort(std::uint16_t bridgeId, std::uint16_t gemPortId);
 // All ports of the bridge, not the first one alone.
 bool removeUniSide(EtherSwitchBcm380& engine, std::uint16_t bridgeId);
 // Rules of what was restored and has not been asked for since go; devices are the caller's.

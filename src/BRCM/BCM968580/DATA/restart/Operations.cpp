@@ -6,6 +6,9 @@
 #include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/TagCodes.h"
+#include "BRCM/BCM968580/DATA/forwarding/GemPorts.h"
+#include "BRCM/BCM968580/DATA/forwarding/Mode.h"
+#include "BRCM/BCM968580/DATA/forwarding/Veip.h"
 #include "BRCM/BCM968580/DATA/restart/Restart.h"
 #include "BRCM/BCM968580/DATA/uni/UniTagging.h"
 #include "kit/DeviceNames.h"
@@ -217,8 +220,10 @@ void runOperation(std::string_view askAndArguments) {
             return run<TContProvisioning>(bytes, ask, AskKind::Provision,
                                           [](const auto& tcont) { ponAdapter().provisionTCont(tcont); });
         case Ask::GemPort:
-            return run<XGEMConfig>(bytes, ask, AskKind::Provision,
-                                   [](const auto& port) { ponAdapter().configureXGEM(port); });
+            return run<XGEMConfig>(bytes, ask, AskKind::Provision, [](const auto& port) {
+                if (forwarding::isG988()) return void(forwarding::addGemPort(port));
+                ponAdapter().configureXGEM(port);
+            });
         case Ask::Bridge:
             return run<BridgeArguments>(bytes, ask, AskKind::Provision, [](const auto& bridge) {
                 engine().configureBridge(bridge.bridgeId, bridge.uniPort, false);
@@ -236,8 +241,11 @@ void runOperation(std::string_view askAndArguments) {
             return provisionHost(recordFrom<HostArguments>(bytes));
         case Ask::Veip:
             return run<VeipArguments>(bytes, ask, AskKind::Provision, [](const auto& veip) {
-                engine().gpon_createRules(veip.gemPort, veip.bridgeId, veip.filterType, veip.entries,
-                                          reinterpret_cast<const unsigned char*>(veip.filterList.c_str()),
+                const auto* const list = reinterpret_cast<const unsigned char*>(veip.filterList.c_str());
+                if (forwarding::isG988())
+                    return void(forwarding::addVeip(engine(), {veip.gemPort, veip.bridgeId, veip.filterType,
+                                                               veip.entries, list, veip.trafficType}));
+                engine().gpon_createRules(veip.gemPort, veip.bridgeId, veip.filterType, veip.entries, list,
                                           veip.trafficType);
             });
         case Ask::ClearPbits:

@@ -1,0 +1,33 @@
+// What becomes of an operation that kernel or kit has refused, in words for the log.
+#ifndef BRCM_BCM968580_DATA_FORWARDING_UNDONE_H
+#define BRCM_BCM968580_DATA_FORWARDING_UNDONE_H
+
+#include <string>
+
+#include "BRCM/BCM968580/DATA/g988/Services.h"
+
+namespace forwarding {
+
+// Tells of an outcome that is not done.
+bool isDone(const char* operation, const g988::Outcome& outcome);
+
+// An operation that was refused when part of it was done: all is put back.
+class Undone {
+public:
+    explicit Undone(const std::string& refused) : outcome_{false, refused} {}
+    // "": it could.
+    void cannotGiveBack(const std::string& what);
+    // Of what was made.
+    void stays(const std::string& what);
+    // False, as the operation.
+    bool isPutBack(const char* operation) const { return isDone(operation, outcome_); }
+    // Likewise with rows, filters and rules, when the devices are back.
+    bool putBack(const char* operation, const g988::Services::Before& before);
+
+private:
+    g988::Outcome outcome_;
+};
+
+}  // namespace forwarding
+
+#endif

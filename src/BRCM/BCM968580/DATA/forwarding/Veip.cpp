@@ -1,0 +1,194 @@
+#include "BRCM/BCM968580/DATA/forwarding/Veip.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+
+#include "BRCM/BCM968580/DATA/EngineState.h"
+#include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
+#include "BRCM/BCM968580/DATA/RuleMap.h"
+#include "BRCM/BCM968580/DATA/forwarding/Devices.h"
+#include "BRCM/BCM968580/DATA/forwarding/Undone.h"
+#include "hal/Shell.h"
+#include "kit/Asked.h"
+#include "kit/Devices.h"
+#include "kit/Rules.h"
+#include "platform/devctl.h"
+
+namespace forwarding {
+
+namespace {
+
+constexpr std::uint16_t kPhyId = 0;      // second half of the rule map's key
+constexpr std::uint32_t kTagTables = 4;  // the VEIP passes frames with up to three tags
+constexpr std::uint32_t kDirections[] = {VLANCTL_DIRECTION_RX, VLANCTL_DIRECTION_TX};
+
+constexpr const char* kFlowRefused = "a flow to the VEIP is refused";
+
+bool makesVeip(std::uint16_t trafficType) {
+    return trafficType == OMCI_MF_MODEL_1_FILTER || trafficType == OMCI_MF_MODEL_1_MAP_FILTER ||
+           trafficType == OMCI_MF_MODEL_N_FILTER || trafficType == OMCI_MF_MODEL_N_MAP_FILTER;
+}
+
+// ---- the rules that pass everything, one in each table ----
+
+bool isRecorded(const kit::RuleTable& table) {
+    const auto found = m_VLAN_RULE_MAP_ENTRY.find({kVeipRealDevice, kPhyId});
+    if (found == m_VLAN_RULE_MAP_ENTRY.end()) return false;
+    const VLAN_RULE_MAP_ENTRY& entry = *found->second;
+    return std::any_of(entry.newRules, entry.newRules + entry.nbrOfNewRules,
+                       [&](const VLAN_RULE_INFO& rule) { return tableOf(entry, rule) == table; });
+}
+
+// Those that are missing.
+bool insertRules(EtherSwitchBcm380& engine) {
+    const kit::VlanCtlSession session;
+    for (std::uint32_t tags = 0; tags < kTagTables; ++tags)
+        for (const std::uint32_t direction : kDirections) {
+            const kit::RuleTable table{kVeipRealDevice, direction, tags};
+            if (isRecorded(table)) continue;
+            std::uint32_t id = VLANCTL_DONT_CARE;
+            kit::TagRule rule;
+            rule.bind(direction, kVeipDevice);
+            if (rule.result() != 0 || kit::insertRule(table, rule, {}, &id) != 0) return false;
+            engine.insertVlanRuleMapEntry(kVeipRealDevice, kPhyId, static_cast<std::uint16_t>(direction), tags, id);
+        }
+    return true;
+}
+
+bool removeRules() {
+    const kit::VlanCtlSession session;
+    bool done = true;
+    eraseRulesIf(kVeipRealDevice, [&](const VLAN_RULE_MAP_ENTRY& entry, const VLAN_RULE_INFO& rule) {
+        const bool removed =
+            done && entry.phyId == kPhyId && kit::removeRule(tableOf(entry, rule), rule.tagRuleId) == 0;
+        done = done && (removed || entry.phyId != kPhyId);
+        return removed;
+    });
+    return done;
+}
+
+// ---- the device ----
+
+bool makeDevice(EtherSwitchBcm380& engine) {
+    bool isComplete = false;
+    if (!kit::createVeipDevice(&isComplete) || !isComplete) return false;
+    engine.disableIPv6(kVeipDevice);
+    unsigned char mac[6] = {};
+    char macText[18] = {};
+    if (devCtl_getBaseMacAddress(mac) != 0) return false;
+    engine.macNumToStr(mac, macText);
+    return runShell(CommandText("ifconfig %s hw ether %s up", kVeipDevice, macText).get()) == 0;
+}
+
+bool removeDevice() {
+    {
+        const kit::VlanCtlSession session;
+        if (kit::removeDevice(kVeipDevice) == 0) return true;
+    }
+    return isGone(DeviceName("%s", kVeipDevice));
+}
+
+// What is left of a VEIP that was to be made.
+void takeDeviceBack(Undone& undone) {
+    const bool rulesGone = removeRules();
+    const bool isAway = isGone(DeviceName("%s", kVeipDevice)) || removeDevice();
+    if (!rulesGone || !isAway) undone.stays(kVeipDevice);
+}
+
+// A flow that no rule uses carries nothing; the kit cannot take one away alone.
+bool bringMulticast(EtherSwitchBcm380& engine, std::uint16_t gemPortId) {
+    bool done = true;
+    for (const auto& bridge : services().tables().bridges)
+        if (hasMulticast(bridge.first, gemPortId)) done = joinVeipFlows(engine, bridge.first) && done;
+    return done;
+}
+
+// Only a VEIP that was not there takes the place of a bridge.
+std::string makeVeip(EtherSwitchBcm380& engine, const VeipService& service) {
+    if (!engine.isInterfaceExisted(kVeipRealDevice))
+        return std::string(kVeipRealDevice) + " does not exist, which " + kVeipDevice + " needs";
+    if (!makeDevice(engine)) return std::string(kVeipDevice) + " cannot be made";
+    if (!insertRules(engine)) return std::string("a rule of ") + kVeipDevice + " is refused";
+    return bringMulticast(engine, service.gemPortId) ? "" : kFlowRefused;
+}
+
+// The last thing, so that there is nothing to make again. The kernel takes a bridge down before it may refuse.
+std::string takePlaceOf(std::uint16_t bridgeId) {
+    const DeviceName bridge = kit::bridgeName(bridgeId);
+    if (isGone(bridge)) return "";
+    {
+        const kit::MakingWay makingWay;
+        const kit::BegunStep step(kit::Step::DeleteBridge, bridgeId);
+        if (kit::deleteBridge(bridge.get()) == InterfaceResult::Done) return "";
+    }
+    kit::bringUp(bridge.get());
+    return std::string(bridge.get()) + " cannot be removed";
+}
+
+// False: it is all there again, or `undone` says what is not.
+bool removeWholeVeip(EtherSwitchBcm380& engine, Undone& undone) {
+    engine.removeVeipInterface();  // the devices on it, which the gateway has made
+    sleep(1);
+    const bool rulesGone = removeRules();
+    if (rulesGone && removeDevice()) return true;
+    if (!insertRules(engine)) undone.cannotGiveBack(std::string("rules of ") + kVeipDevice);
+    return false;
+}
+
+int announce(EtherSwitchBcm380& engine, bool comes, const VeipService& service) {
+    return engine.configVeip(comes, service.gemPortId, service.bridgeId, service.filterType, service.entries,
+                             service.list);
+}
+
+}  // namespace
+
+bool addVeip(EtherSwitchBcm380& engine, const VeipService& service) {
+    constexpr const char* kOperation = "veip_createRules";
+    const state::Operation operation;
+    const bool isThere = engine.isInterfaceExisted(kVeipDevice);
+    if (!isThere && !isGone(DeviceName("%s", kVeipDevice)))
+        return isDone(kOperation, {false, std::string("the kernel does not say whether there is ") + kVeipDevice});
+    const bool isNew = !isThere && makesVeip(service.trafficType);
+    std::string problem;
+    if (isNew) problem = makeVeip(engine, service);
+    if (isNew && problem.empty()) problem = takePlaceOf(service.bridgeId);
+    if (isThere && !bringMulticast(engine, service.gemPortId)) problem = kFlowRefused;
+    if (!problem.empty()) {
+        Undone undone(problem);
+        if (isNew) takeDeviceBack(undone);
+        return undone.isPutBack(kOperation);
+    }
+    services().addGatewayGem(service.gemPortId);
+    kit::noteNeed(kit::Entry::Devices, kVeipDevice);
+    announce(engine, true, service);
+    return true;
+}
+
+bool claimVeip(EtherSwitchBcm380& engine, std::uint16_t gemPortId) {
+    return !services().addGatewayGem(gemPortId) || bringMulticast(engine, gemPortId) ||
+           isDone("veip_createRules", {false, kFlowRefused});
+}
+
+bool removeVeip(EtherSwitchBcm380& engine, const VeipService& service) {
+    constexpr const char* kOperation = "veip_deleteRules";
+    const state::Operation operation;
+    const auto before = services().before();
+    BridgeServiceProvisioning record{};
+    record.bridgeId = service.bridgeId;
+    record.pbitMap[0] = {service.gemPortId, 0};
+    if (!isDone(kOperation, services().removePonPorts(record))) return false;
+    services().removeGatewayGem(service.gemPortId);
+    if (isGone(DeviceName("%s", kVeipDevice))) return true;
+    const int servicesBefore = engine.omci_service_num_get();
+    const int left = announce(engine, false, service);
+    if (left != 0) return true;
+    const kit::BegunStep step(kit::Step::RemoveVeip, service.bridgeId, service.gemPortId);
+    Undone undone(std::string(kVeipDevice) + " cannot be removed");
+    if (removeWholeVeip(engine, undone)) return true;
+    if (servicesBefore != left) announce(engine, true, service);
+    return undone.putBack(kOperation, before);
+}
+
+}  // namespace forwarding
