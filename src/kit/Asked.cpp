@@ -81,6 +81,7 @@ void AskedOperation::begin(AskKind kind, std::string_view askAndArguments) {
         all.isAskedAgain = all.isAskedAgain || done_;
     }
     journal_->eraseAll(keyOf(Entry::Finished));
+    if (done_) entry_ = entry;
     if (done_) return;
     begun_ = true;
     all.key = entry;
@@ -89,6 +90,15 @@ void AskedOperation::begin(AskKind kind, std::string_view askAndArguments) {
     if (kind == AskKind::Provision) return;
     std::string step = stepOf(Step::WholeOperation);
     journal_->intend(step.append(askAndArguments));
+}
+
+bool AskedOperation::needs(const std::function<bool(std::string_view effect)>& is) const {
+    const Effects effects = effectsOf(entry_);
+    return std::any_of(effects.begin(), effects.end(), is);
+}
+
+void AskedOperation::runAgain() const {
+    asked().hindered.push_back(entry_);
 }
 
 void AskedOperation::end() {

@@ -8,6 +8,7 @@
 #define KIT_ASKED_H
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -59,11 +60,16 @@ public:
     bool isDone() const { return done_; }
     // It has failed and left nothing: nobody counts on it after a restart.
     void takenBack() { takenBack_ = true; }
+    // Of one whose effect was restored: whether there is something that it needs, by its key, of which `is` says so.
+    bool needs(const std::function<bool(std::string_view effect)>& is) const;
+    // Of such a one: after a boot it would do more than was restored. It is run again when claims end.
+    void runAgain() const;
 
 private:
     void begin(AskKind kind, std::string_view askAndArguments);
     void end();
 
+    std::string entry_;  // of one that is done
     AskKind kind_ = AskKind::Provision;
     bool begun_ = false;
     bool done_ = false;

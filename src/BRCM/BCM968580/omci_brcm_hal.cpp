@@ -272,6 +272,7 @@ int VornBrcmHal::vorn_omci_hal_configureAniTagRules(const BridgeServiceProvision
     const AskedOperation operation(Ask::PonRules, AskKind::Provision, restart::ponRulesArguments(*service));
     if (operation.isDone()) {
         restart::rememberPbits(*service);
+        restart::lookForVeip(*service, operation);
         return kSuccess;
     }
     restart::noteRestoredQueues(*service);

@@ -294,7 +294,10 @@ int settleState() {
     std::vector<std::string> again;
     {
         const state::Operation operation;
+        const int multicastServices = multicastServicesAsked();
         again = kit::endClaims();
+        if (const int gone = multicastServices - multicastServicesAsked(); gone > 0)
+            engine_maps::countMulticastServices(-gone);
         // A multicast service has rules on the device of a VEIP: without the VEIP it is asked for all the same.
         const kit::MakingWay makingWay;
         removeServices(removal);

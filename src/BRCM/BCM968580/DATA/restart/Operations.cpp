@@ -10,6 +10,7 @@
 #include "BRCM/BCM968580/DATA/forwarding/Mode.h"
 #include "BRCM/BCM968580/DATA/forwarding/Veip.h"
 #include "BRCM/BCM968580/DATA/restart/Restart.h"
+#include "BRCM/BCM968580/DATA/restart/RuleTables.h"
 #include "BRCM/BCM968580/DATA/uni/UniTagging.h"
 #include "kit/DeviceNames.h"
 #include "xpon/PonMaps.h"
@@ -171,10 +172,36 @@ void rememberPbits(const BridgeServiceProvisioning& service) {
     }
 }
 
+// The multicast service has rules on the VEIP's device, if there is one when it is asked for. A VEIP that was taken
+// away has taken them along, and one that is new has none.
+void lookForVeip(const BridgeServiceProvisioning& service, const AskedOperation& operation) {
+    if (!isMulticast(service) || !kit::isClaimed(Ask::Veip) || !engine().isInterfaceExisted(kVeipDevice)) return;
+    const auto isRuleOfVeip = [](std::string_view effect) {
+        state::ByteReader key(effect);
+        if (static_cast<kit::Entry>(key.u8()) != kit::Entry::LooseRules) return false;
+        kit::RuleTable table;
+        table.device = key.text();
+        table.direction = key.u8();
+        table.tags = key.u8();
+        return table.device == kVeipRealDevice && knownRuleIds(table).count(key.u32()) != 0;
+    };
+    if (!operation.needs(isRuleOfVeip)) operation.runAgain();
+}
+
 void takePlaceOfBridge(std::uint16_t bridgeId) {
     const kit::MakingWay makingWay;
     if (engine().isInterfaceExisted(kVeipDevice) && engine().isInterfaceExisted(kit::bridgeName(bridgeId).get()))
         engine().deleteBridgeInterface(bridgeId);
+}
+
+int multicastServicesAsked() {
+    int count = 0;
+    const std::string prefix = kit::keyOf(kit::Entry::Asked, static_cast<std::uint8_t>(Ask::PonRules));
+    for (const auto& entry : state::journal()->current(prefix)) {
+        state::ByteReader arguments(std::string_view(entry.first).substr(prefix.size()));
+        count += isMulticast(recordFrom<PonRulesArguments>(arguments).service) ? 1 : 0;
+    }
+    return count;
 }
 
 bool isOperation(state::ByteReader& bytes) {

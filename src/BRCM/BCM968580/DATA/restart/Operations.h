@@ -30,11 +30,14 @@ void noteRestoredQueues(const BridgeServiceProvisioning& service);
 void enableIfDown(std::uint16_t gemPortId);
 // p-bits that later records do not name keep these, and those of a multicast service wait for the next one.
 void rememberPbits(const BridgeServiceProvisioning& service);
+// A VEIP that is there now, and was not when a multicast service was made: its rules are to come.
+void lookForVeip(const BridgeServiceProvisioning& service, const kit::AskedOperation& operation);
 // The VEIP has the place of the bridge, which bridges that were asked for before it have brought back.
 void takePlaceOfBridge(std::uint16_t bridgeId);
 
 // ---- operations as they are noted: their number and arguments ----
 
+int multicastServicesAsked();  // by the daemon's latest life, or restored and not yet given up
 bool isOperation(state::ByteReader& bytes);
 bool isRemoval(std::string_view askAndArguments);
 // As an operation of its own.
