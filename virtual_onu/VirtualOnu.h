@@ -6,6 +6,7 @@
 #ifndef VIRTUAL_ONU_VIRTUAL_ONU_H
 #define VIRTUAL_ONU_VIRTUAL_ONU_H
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -73,8 +74,10 @@ struct VIRTUAL_ONU_API Bridge {
 
 struct VIRTUAL_ONU_API JoinedGroup {
     std::string bridge, port;
-    std::uint32_t group = 0;  // its first octet on top
-    std::uint64_t ageMs = 0;  // since the last join
+    bool ipv6 = false;
+    std::array<std::uint8_t, 16> group{};  // IPv4 has four octets, the others are 0
+    std::uint64_t ageMs = 0;               // since the last join
+    std::uint64_t silentMs = 0;            // since the last frame to the group, or the first join where none has come
 };
 
 // An address that a bridge has learned.
@@ -311,6 +314,10 @@ public:
     std::pair<int, int> phyMode(int port) const;  // speed, duplex
     bool phyHasLink(int port) const;
     void setOptics(std::uint16_t rawReceive, std::uint16_t rawTransmit);
+    std::pair<std::uint16_t, std::uint16_t> optics() const;  // raw receive, raw transmit
+    // Wrong bits among 10^12 that come down, before they are corrected; no frame is lost by them.
+    void setBitErrors(std::uint64_t perTerabit);
+    std::uint64_t bitErrors() const;
     void setI2cImage(const std::vector<std::uint8_t>& image);
     void setStackAnswer(unsigned request, StackAnswer answer);
     // The record of the last request with this number as the driver received it; empty when there was none.
@@ -337,7 +344,7 @@ public:
     std::vector<WireExit> carryFromPon(unsigned gemPortId, const std::vector<std::uint8_t>& bytes);
     // The data path as it is now, for frames to be sent later, whatever becomes of the device.
     FrozenDataPath freezeDataPath() const;
-    // Groups of IPv4 that the stations behind the ports of a bridge have joined, and the joins heard at a port so far.
+    // Groups that the stations behind the ports of a bridge have joined, and the joins heard at a port so far.
     std::vector<JoinedGroup> joinedGroups() const;
     std::uint32_t joinMessages(const std::string& port) const;
     std::vector<LearnedAddress> learnedAddresses() const;  // by bridge and address, those that have not aged

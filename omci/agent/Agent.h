@@ -92,6 +92,8 @@ private:
     Content reboot(const Message& request, std::uint8_t flags);
     void refresh(EntityKey entity, AttributeMask mask);
     void refreshPortOf(const Entity& bridgePort);
+    std::optional<JoinedGroups> joinedAt(const Entity& bridgePort);
+    void refreshLostGroups(EntityKey profile);
     void refreshMonitor(EntityKey monitor, const Entity& bridgePort);
     void refreshAll();
     void afterSet(EntityKey entity, AttributeMask mask);
@@ -101,6 +103,7 @@ private:
     void watchVeips();
     void watchHosts();
     void watchOptics();
+    void watchBitErrors();
 
     Board board_;
     VornHal& hal_;

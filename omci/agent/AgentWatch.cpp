@@ -6,6 +6,7 @@
 
 #include "hal/VornHal.h"
 #include "omci/agent/Agent.h"
+#include "omci/agent/MulticastGroups.h"
 #include "omci/agent/SelfTest.h"
 #include "omci/mib/Relations.h"
 
@@ -59,18 +60,12 @@ TableRows bridgeTableRows(const std::vector<LearnedStation>& stations) {
     return rows;
 }
 
-// Rows of the IPv4 active group list (9.3.29).
-TableRows activeGroupRows(const std::vector<JoinedGroup>& groups) {
-    TableRows rows;
-    for (const JoinedGroup& one : groups) {
-        Bytes row;
-        appendNumber(row, one.vlan, 2);
-        for (const std::uint32_t number : {one.source, one.group, one.bytesPerSecond, one.client, one.secondsSinceJoin})
-            appendNumber(row, number, 4);
-        appendNumber(row, 0, 2);
-        rows.push_back(std::move(row));
-    }
-    return rows;
+// A subscriber's profiles are those of its packages; without packages it has one.
+bool uses(const Entity& subscriber, InstanceId profile) {
+    const TableRows& packages = subscriber.rows(attr::multicast_subscriber::kPackageTable);
+    if (packages.empty()) return subscriber.number16(attr::multicast_subscriber::kProfilePointer) == profile;
+    return std::any_of(packages.begin(), packages.end(),
+                       [&](const Bytes& row) { return number16(row, package_row::kProfile) == profile; });
 }
 
 // What a bridge port leads to.
@@ -99,6 +94,9 @@ void Agent::refresh(EntityKey key, AttributeMask mask) {
                     mib_.setNumber(key, attr::ani_g::kTransmitOpticalLevel, levelField(*level));
                 }
             }
+            break;
+        case class_id::kMulticastProfile:
+            if (asked(attr::multicast_profile::kLostGroupsListTable)) refreshLostGroups(key);
             break;
         case class_id::kMulticastMonitor:
             // Of a mapper without a bridge nobody listens to joins.
@@ -135,16 +133,32 @@ void Agent::refresh(EntityKey key, AttributeMask mask) {
     }
 }
 
+std::optional<JoinedGroups> Agent::joinedAt(const Entity& bridgePort) {
+    return device_.joinedGroups(bridgePort.number16(attr::bridge_port::kBridgeIdPointer), targetOf(bridgePort));
+}
+
+void Agent::refreshLostGroups(EntityKey profile) {
+    const TableRows& dynamicList = mib_.find(profile)->rows(attr::multicast_profile::kDynamicAccessTable);
+    TableRows lost;
+    for (const auto& [instance, subscriber] : mib_.instances(class_id::kMulticastSubscriber)) {
+        const Entity* port = mib_.find(class_id::kBridgePort, instance);
+        if (port == nullptr || !uses(subscriber, profile.instance)) continue;
+        if (const auto joined = joinedAt(*port)) addLostGroups(dynamicList, joined->ipv4, lost);
+    }
+    mib_.setRows(profile, attr::multicast_profile::kLostGroupsListTable, std::move(lost));
+}
+
 void Agent::refreshMonitor(EntityKey key, const Entity& bridgePort) {
-    const auto joined =
-        device_.joinedGroups(bridgePort.number16(attr::bridge_port::kBridgeIdPointer), targetOf(bridgePort));
+    const auto joined = joinedAt(bridgePort);
     if (!joined) return;
     std::uint64_t bandwidth = 0;
-    for (const JoinedGroup& one : joined->groups) bandwidth += one.bytesPerSecond;
+    for (const auto& one : joined->ipv4) bandwidth += one.bytesPerSecond;
+    for (const auto& one : joined->ipv6) bandwidth += one.bytesPerSecond;
     constexpr std::uint64_t kMaxBandwidth = 0xFFFFFFFF;
     mib_.setNumber(key, attr::multicast_monitor::kCurrentMulticastBandwidth, std::min(bandwidth, kMaxBandwidth));
     mib_.setNumber(key, attr::multicast_monitor::kJoinMessagesCounter, joined->joins);
-    mib_.setRows(key, attr::multicast_monitor::kIpv4ActiveGroupListTable, activeGroupRows(joined->groups));
+    mib_.setRows(key, attr::multicast_monitor::kIpv4ActiveGroupListTable, activeGroupRows(joined->ipv4));
+    mib_.setRows(key, attr::multicast_monitor::kIpv6ActiveGroupListTable, activeGroupRows(joined->ipv6));
 }
 
 // The port behind a bridge port, whose link the state of the bridge port follows.
@@ -221,6 +235,7 @@ void Agent::tick() {
     watchPorts();
     watchVeips();
     watchHosts();
+    watchBitErrors();
     if (optics) watchOptics();
 }
 
@@ -255,14 +270,19 @@ void Agent::watchOptics() {
     watch(transmittedLevel(hal_), kLowTransmitted, kHighTransmitted,
           transmittedThreshold(ani.number8(attr::ani_g::kLowerTransmitPowerThreshold), kOwnLowTransmitted),
           transmittedThreshold(ani.number8(attr::ani_g::kUpperTransmitPowerThreshold), kOwnHighTransmitted));
-    if (const auto ratio = device_.bitErrorRatio()) {
-        // Thresholds are exponents: y for 10^-y.
-        const auto reaches = [&](AttributeNumber threshold) {
-            return *ratio >= std::pow(10.0, -int{ani.number8(threshold)});
-        };
-        alarms_.set(key, kSignalFail, reaches(attr::ani_g::kSfThreshold));
-        alarms_.set(key, kSignalDegrade, reaches(attr::ani_g::kSdThreshold));
-    }
+}
+
+void Agent::watchBitErrors() {
+    const auto ratio = device_.bitErrorRatio();
+    if (!ratio) return;
+    const EntityKey key{class_id::kAniG, aniInstance(board_)};
+    const Entity& ani = *mib_.find(key);
+    // Thresholds are exponents: y for 10^-y.
+    const auto reaches = [&](AttributeNumber threshold) {
+        return *ratio >= std::pow(10.0, -int{ani.number8(threshold)});
+    };
+    alarms_.set(key, kSignalFail, reaches(attr::ani_g::kSfThreshold));
+    alarms_.set(key, kSignalDegrade, reaches(attr::ani_g::kSdThreshold));
 }
 
 void Agent::afterAnswer() {

@@ -47,18 +47,25 @@ struct HostAddresses {
     std::uint32_t address = 0, mask = 0, gateway = 0, primaryDns = 0, secondaryDns = 0;
 };
 
-// A multicast group that somebody behind a bridge port has joined, of IPv4; addresses as in HostAddresses.
+// A multicast group that somebody behind a bridge port has joined; addresses as numbers with the first octet on top, of
+// IPv6 as octets.
+template <typename Address>
 struct JoinedGroup {
-    std::uint16_t vlan = 0;    // 0 for untagged, or not known
-    std::uint32_t source = 0;  // 0 for any
-    std::uint32_t group = 0;
-    std::uint32_t client = 0;            // who joined it last, 0 where that is not known
+    std::uint16_t vlan = 0;  // 0 for untagged, or not known
+    Address source{};        // 0 for any
+    Address group{};
+    Address client{};                    // who joined it last, 0 where that is not known
     std::uint32_t secondsSinceJoin = 0;  // the last one
     std::uint32_t bytesPerSecond = 0;    // that come down, 0 where nobody counts
+    // How long no frame to the group has come down to the bridge, since the join at most; empty where nobody looks.
+    std::optional<std::uint32_t> secondsSilent;
 };
+using JoinedGroupIpv4 = JoinedGroup<std::uint32_t>;
+using JoinedGroupIpv6 = JoinedGroup<std::array<std::uint8_t, 16>>;
 
 struct JoinedGroups {
-    std::vector<JoinedGroup> groups;
+    std::vector<JoinedGroupIpv4> ipv4;
+    std::vector<JoinedGroupIpv6> ipv6;
     std::uint32_t joins = 0;  // messages that have come in at the port
 };
 

@@ -363,6 +363,7 @@ enum : AttributeNumber {
     kUpstreamIgmpTagControl = 5,
     kDynamicAccessTable = 7,
     kStaticAccessTable = 8,
+    kLostGroupsListTable = 9,
     kDownstreamIgmpAndMulticastTci = 16
 };
 }
@@ -383,8 +384,17 @@ enum : AttributeNumber {
     kMeType = 1,
     kCurrentMulticastBandwidth = 2,
     kJoinMessagesCounter = 3,
-    kIpv4ActiveGroupListTable = 5
+    kIpv4ActiveGroupListTable = 5,
+    kIpv6ActiveGroupListTable = 6
 };
+}
+
+// Where values begin in rows of the multicast tables.
+namespace access_row {
+constexpr std::size_t kVlan = 4, kFirstGroup = 10, kLastGroup = 14;
+}
+namespace package_row {
+constexpr std::size_t kProfile = 10;
 }
 
 namespace attr::veip {

@@ -9,8 +9,6 @@ namespace {
 // Codes of BridgeServiceProvisioning's row.
 constexpr std::uint16_t kSingleTag = 1;
 constexpr std::uint16_t kNoTreatment = 3;
-constexpr std::size_t kVlanInAccessRow = 4;    // behind control and GEM port of a row of the access lists
-constexpr std::size_t kProfileInPackage = 10;  // pointer in a row of the packages
 
 BridgeServiceProvisioning multicastRecord(std::uint16_t bridge, std::uint16_t gemPort, std::uint16_t vlan) {
     BridgeServiceProvisioning record{};
@@ -78,7 +76,7 @@ std::set<std::uint16_t> Planner::multicastVlans(const BridgePort& port) {
             subscriber->number(attr::multicast_subscriber::kMaxMulticastBandwidth) != 0)
             problem(subscriber->key(), "groups and bandwidth of a subscriber are not limited");
         const auto& packages = subscriber->rows(attr::multicast_subscriber::kPackageTable);
-        for (const Bytes& package : packages) addVlans(number16(package, kProfileInPackage), vlans);
+        for (const Bytes& package : packages) addVlans(number16(package, package_row::kProfile), vlans);
         // Ignored where there are packages.
         if (packages.empty()) addVlans(subscriber->number16(attr::multicast_subscriber::kProfilePointer), vlans);
     }
@@ -90,7 +88,7 @@ void Planner::addVlans(InstanceId instance, std::set<std::uint16_t>& vlans) {
     if (profile == nullptr) return;
     for (const auto table :
          {attr::multicast_profile::kDynamicAccessTable, attr::multicast_profile::kStaticAccessTable}) {
-        for (const Bytes& row : profile->rows(table)) vlans.insert(number16(row, kVlanInAccessRow) & 0x0FFFU);
+        for (const Bytes& row : profile->rows(table)) vlans.insert(number16(row, access_row::kVlan) & 0x0FFFU);
     }
     if (!profile->rows(attr::multicast_profile::kDynamicAccessTable).empty())
         problem(

@@ -242,6 +242,7 @@ class Shell:
 class CharacterDevices:
     rawReceiveLevel: int
     rawTransmitLevel: int
+    bitErrorRatio: float
     i2cImageSize: int
     stackRequests: Dict[str, Any]
 

@@ -221,22 +221,6 @@ TEST_F(AgentTest, WhatTheDeviceTellsByItselfReachesTheOlt) {
     }
 }
 
-TEST_F(AgentTest, AMonitorListsTheGroupsThatAreJoinedBehindItsBridgePort) {
-    const EntityKey port{class_id::kBridgePort, 9}, monitor{class_id::kMulticastMonitor, 9};
-    ASSERT_EQ(create(kBridgeKey), Result::kSuccess);
-    ASSERT_EQ(create(port, hex("0001 01 01 0101 0000 0001 00 00 00 00 00 00 00 00")), Result::kSuccess);
-    ASSERT_EQ(create(monitor, hex("00")), Result::kSuccess);
-    const auto groups = [&] {
-        const GetAnswer length = get(monitor, maskOf(5));
-        const auto part = ask<TablePartAnswer>(MessageType::kGetNext, monitor, TablePartAsked{maskOf(5), 0});
-        return ByteView(part.part).part(0, number32(length.values, 0)).copy();
-    };
-    EXPECT_TRUE(groups().empty()) << "the device tells nothing";
-    device.joined[{kBridgeKey.instance, kPort}] = {{{310, 0, 0xE1000001, 0xC0A80007, 12, 500'000}}, 3};
-    EXPECT_EQ(groups(), hex("0136 00000000 E1000001 0007A120 C0A80007 0000000C 0000"));
-    EXPECT_EQ(ByteView(get(monitor, maskOf(2) | maskOf(3)).values).part(0, 8), ByteView(hex("0007A120 00000003")));
-}
-
 TEST_F(AgentTest, SelfTestGivesTheOpticalLine) {
     const EntityKey ani{class_id::kAniG, 0x8001};
     EXPECT_EQ(ask<ResultAnswer>(MessageType::kTest, ani, TestContent{hex("07")}).result, Result::kSuccess);

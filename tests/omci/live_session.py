@@ -20,9 +20,9 @@ import urllib.request
 
 TOOL = ""
 
-CREATE, DELETE, SET, GET, UPLOAD, UPLOAD_NEXT, RESET, GET_NEXT = 4, 6, 8, 9, 13, 14, 15, 26
+CREATE, DELETE, SET, GET, UPLOAD, UPLOAD_NEXT, RESET, ALARM, GET_NEXT = 4, 6, 8, 9, 13, 14, 15, 16, 26
 ONU_DATA, BRIDGE, BRIDGE_PORT, TAGGING_FILTER, MAPPER, TCONT, GEM_IW, GEM = 2, 45, 47, 84, 130, 262, 266, 268
-GAL, MONITOR = 272, 311
+GAL, PROFILE, SUBSCRIBER, MONITOR, ANI = 272, 309, 310, 311, 263
 UNI, PORT_TABLE = 11, 50
 UNKNOWN = 350
 
@@ -56,6 +56,7 @@ class Olt:
         self.socket.connect(address)
         self.transaction = 0
         self.sent = 0
+        self.told = []  # what the ONU has sent by itself
 
     def close(self):
         self.socket.close()
@@ -81,6 +82,18 @@ class Olt:
                 return None
             if answer.transaction != 0:
                 return answer
+            self.told.append(answer)
+
+    def alarms(self, entity, number, timeout=10.0):
+        """Whether the entity's last alarm message has the alarm; waits for one."""
+        end = time.monotonic() + timeout
+        while time.monotonic() < end:
+            for told in reversed(self.told):
+                if (told.type, told.entity) == (ALARM, entity):
+                    self.told.remove(told)
+                    return told.content[number // 8] >> (7 - number % 8) & 1 == 1
+            self.receive(0.1)
+        raise AssertionError(f"class {entity} sends no alarm")
 
     def ask(self, kind, entity, instance, content=b""):
         transaction = self.send(kind, entity, instance, content)
@@ -96,6 +109,14 @@ class Olt:
 
     def data_sync(self):
         return self.ask(GET, ONU_DATA, 0, b"\x80\x00").content[3]
+
+    def table(self, entity, instance, attribute):
+        mask = struct.pack(">H", 0x8000 >> (attribute - 1))
+        size = struct.unpack_from(">I", self.ask(GET, entity, instance, mask).content, 3)[0]
+        rows = b""
+        for part in range((size + 28) // 29):
+            rows += self.ask(GET_NEXT, entity, instance, mask + struct.pack(">H", part)).content[3:]
+        return rows[:size]
 
     def upload(self):
         """Class, instance and mask of every part."""
@@ -218,13 +239,36 @@ class Session(Living):
     def test_groups_that_are_joined_at_a_port_are_its_monitors(self):
         self.olt.provision()
         self.olt.done(CREATE, MONITOR, 0x101, b"\0")
+        self.olt.done(CREATE, PROFILE, 1, struct.pack(">BBBHBIBIII3s", 3, 0, 0, 0, 0, 0, 0, 0, 0, 0, b""))
+        self.olt.done(CREATE, SUBSCRIBER, 0x101, struct.pack(">BHHIB", 0, 1, 0, 0, 0))
+        access = struct.pack(">HHHI4B4BIH", 0x4001, 1001, 100, 0, *[239, 1, 2, 0], *[239, 1, 2, 255], 0, 0)
+        self.olt.done(SET, PROFILE, 1, b"\x02\x00" + access)
         self.at("frame", "from=sid1", 'tags=[{"vid": 100}]', "destination=01:00:5e:01:02:03",
                 'group={"report": "239.1.2.3"}')
-        length = struct.unpack_from(">I", self.olt.ask(GET, MONITOR, 0x101, b"\x08\x00").content, 3)[0]
-        self.assertEqual(length, 24)
-        row = self.olt.ask(GET_NEXT, MONITOR, 0x101, b"\x08\x00\0\0").content[3:27]
-        self.assertEqual(row[6:10], bytes([239, 1, 2, 3]), row.hex())
-        self.assertEqual(self.olt.ask(GET, MONITOR, 0x101, b"\x20\x00").content[3:7], b"\0\0\0\1")
+        self.at("frame", "from=sid1", 'tags=[{"vid": 100}]', "destination=33:33:00:00:00:09", "etherType=ipv6",
+                'group={"report": "ff3e::9"}')
+        row = self.olt.table(MONITOR, 0x101, 5)
+        self.assertEqual((len(row), row[6:10]), (24, bytes([239, 1, 2, 3])), row.hex())
+        row = self.olt.table(MONITOR, 0x101, 6)
+        self.assertEqual((len(row), row[18:34]), (58, socket.inet_pton(socket.AF_INET6, "ff3e::9")), row.hex())
+        self.assertEqual(self.olt.ask(GET, MONITOR, 0x101, b"\x20\x00").content[3:7], b"\0\0\0\2")
+
+        self.assertEqual(self.olt.table(PROFILE, 1, 9), b"")
+        self.at("advance", "60000")
+        self.assertEqual(self.olt.table(PROFILE, 1, 9), struct.pack(">HI4B", 100, 0, 239, 1, 2, 3))
+        self.at("frame", "from=gem 1001", 'tags=[{"vid": 100}]', "destination=01:00:5e:01:02:03")
+        self.assertEqual(self.olt.table(PROFILE, 1, 9), b"")
+
+    def test_wrong_bits_raise_the_alarms_of_the_light(self):
+        signal_fail, signal_degrade = 2, 3
+        self.olt.done(SET, ANI, 0x8001, struct.pack(">HBB", 0x0600, 4, 6))  # thresholds 10^-4 and 10^-6
+        self.at("board", "bitErrorRatio=1e-5")
+        self.assertTrue(self.olt.alarms(ANI, signal_degrade))
+        self.at("board", "bitErrorRatio=1e-4")
+        self.assertTrue(self.olt.alarms(ANI, signal_fail))
+        self.at("board", "bitErrorRatio=0")
+        self.assertFalse(self.olt.alarms(ANI, signal_fail))
+        self.at("board", "bitErrorRatio=2", code=2)
 
     def test_the_log_shows_what_is_asked_for(self):
         self.olt.provision()

@@ -93,6 +93,7 @@ void useEverything() {
     onu().setImageVersion(3, "V3");
     onu().setPhy(4, false, 10, 0);
     onu().setOptics(17, 18);
+    onu().setBitErrors(19);
     onu().setI2cImage({1, 2, 255});
     onu().setStackAnswer(NGPON_STACK_IOC_GET_TX_CHANNEL, {{1, 2, 3, 4}, 0});
     onu().setOperState("eth1", "down");

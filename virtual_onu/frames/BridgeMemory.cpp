@@ -73,6 +73,11 @@ Snooping& BridgeMemory::changeSnooping(int bridge) {
     return snooping;
 }
 
+void BridgeMemory::seeStream(int bridge, Mac group, std::uint64_t nowMs) {
+    const auto state = bridges_.find(bridge);
+    if (!noting_ && state != bridges_.end()) state->second.snooping.seeStream(group, nowMs);
+}
+
 void BridgeMemory::changedAddress(int bridge, Mac mac) const {
     if (isKept() && persistence::isOpen())
         persistence::changed(persistence::kLearned, std::to_string(bridge) + " " + textOf(mac));

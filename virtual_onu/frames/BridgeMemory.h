@@ -40,6 +40,8 @@ public:
     // To look at, and to change: kept for a rollback.
     const Snooping* snooping(int bridge) const;
     Snooping& changeSnooping(int bridge);
+    // A frame to a group came in. No board file has this.
+    void seeStream(int bridge, Mac group, std::uint64_t nowMs);
 
     // As a board that is kept says.
     void put(const Address& address) { bridges_[address.bridge].addresses[address.mac] = address.learned; }

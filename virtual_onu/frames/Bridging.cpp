@@ -58,6 +58,8 @@ bool Walker::learnsAt(DeviceId id, const PlanBridge& bridge, DeviceId port, cons
         return end(plan_.device(port).name + " is learning only, the spanning tree has not let it in yet");
     if (bridge.snooping && copy.packet.multicast.kind > Multicast::Kind::Data)
         memory_.changeSnooping(device.index).take(copy.packet.multicast, plan_.device(port).index, nowMs_);
+    else if (bridge.snooping && copy.packet.multicast.kind == Multicast::Kind::Data)
+        memory_.seeStream(device.index, copy.packet.multicast.group, nowMs_);
     return true;
 }
 

@@ -156,7 +156,9 @@ std::vector<JoinedGroup> VirtualOnu::joinedGroups() const {
         if (!bridge || snooping == nullptr) continue;
         for (const auto& one : snooping->joined(nowMs)) {
             const auto port = network::deviceOfIndex(one.port);
-            if (port) result.push_back({bridge->name, port->name, one.ipGroup, nowMs - one.joinedMs});
+            if (!port) continue;
+            result.push_back({bridge->name, port->name, one.ipv6, one.ipGroup, nowMs - one.joinedMs,
+                              nowMs - std::min(nowMs, one.silentFromMs)});
         }
     }
     return result;

@@ -80,16 +80,10 @@ Mac groupMac(const std::uint8_t* ipGroup, bool ipv6) {
     return kIpv4Groups | mac;
 }
 
-std::uint32_t ipGroup(const std::uint8_t* address) {
-    std::uint32_t number = 0;
-    for (std::size_t i = 0; i < 4; ++i) number = number << 8 | address[i];
-    return number;
-}
-
-Mac groupMac(const std::string& ipGroup) {
-    std::array<std::uint8_t, 16> bytes{};
-    if (inet_pton(AF_INET, ipGroup.c_str(), bytes.data()) == 1) return groupMac(bytes.data(), false);
-    return inet_pton(AF_INET6, ipGroup.c_str(), bytes.data()) == 1 ? groupMac(bytes.data(), true) : 0;
+IpAddress ipAddress(const std::uint8_t* octets, bool ipv6) {
+    IpAddress address{};
+    std::copy_n(octets, ipv6 ? 16 : 4, address.begin());
+    return address;
 }
 
 Multicast::Kind kindOf(GroupMessage::Kind message) {
@@ -105,9 +99,10 @@ Multicast multicastOf(const Frame& frame, Mac destination) {
     if (frame.groupMessage) {
         const GroupMessage& message = *frame.groupMessage;
         result.kind = kindOf(message.kind);
-        result.group = groupMac(message.group);
-        std::array<std::uint8_t, 4> address{};
-        if (inet_pton(AF_INET, message.group.c_str(), address.data()) == 1) result.ipGroup = ipGroup(address.data());
+        const bool ipv6 = message.group.find(':') != std::string::npos;
+        IpAddress& address = result.ipGroup;
+        if (inet_pton(ipv6 ? AF_INET6 : AF_INET, message.group.c_str(), address.data()) == 1)
+            result.group = groupMac(address.data(), ipv6);
         result.maxResponseMs = message.maxResponseMs;
     } else if (frame.ipProtocol != (result.ipv6 ? kIcmpv6 : kIgmp)) {  // a message without a content is anything
         result.kind = Multicast::Kind::Data;

@@ -19,8 +19,9 @@ constexpr bool isGroup(Mac mac) {
     return (mac >> 40 & 1) != 0;
 }
 std::string textOf(Mac mac);
-std::uint32_t ipGroup(const std::uint8_t* address);    // of IPv4, the first octet on top
-Mac groupMac(const std::string& ipGroup);              // 0 for a text that is no multicast address
+// The octets of an IP address; IPv4 has four, the others are 0.
+using IpAddress = std::array<std::uint8_t, 16>;
+IpAddress ipAddress(const std::uint8_t* octets, bool ipv6);
 Mac groupMac(const std::uint8_t* ipGroup, bool ipv6);  // 0 for an address that is none
 Mac macOf(const std::string& text);                    // 0 for a text that is no MAC address
 
@@ -42,9 +43,9 @@ struct Multicast {
     enum class Kind : std::uint8_t { None, Data, Query, Report, Leave };
     Kind kind = Kind::None;
     bool ipv6 = false;
-    Mac group = 0;              // 0 in a general query
-    std::uint32_t ipGroup = 0;  // of a message of IPv4, as it names the group
+    Mac group = 0;  // 0 in a general query
     std::uint32_t maxResponseMs = 0;
+    IpAddress ipGroup{};  // in a message, as it names the group
 };
 Multicast::Kind kindOf(GroupMessage::Kind message);
 

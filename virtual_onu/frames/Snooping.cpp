@@ -34,13 +34,25 @@ void Snooping::take(const Multicast& message, int port, std::uint64_t nowMs) {
             ++joins_[port];
             if (message.group == 0 || goesEverywhere(message, message.group)) return;
             members_[message.group][port] = nowMs + kMembershipMs;
-            if (message.ipGroup != 0) joined_[{message.ipGroup, port}] = nowMs;
+            join(message, port, nowMs);
             return;
         case Multicast::Kind::Leave:
             return hearLeave(message, port, nowMs);
         default:
             return;
     }
+}
+
+void Snooping::join(const Multicast& report, int port, std::uint64_t nowMs) {
+    streams_.emplace(report.group, 0);
+    Join& join = joined_[{report.ipGroup, port}];
+    const bool isNew = join.group == 0 || join.lastMs + kMembershipMs <= nowMs;
+    join = {report.ipv6, report.group, isNew ? nowMs : join.firstMs, nowMs};
+}
+
+void Snooping::seeStream(Mac group, std::uint64_t nowMs) {
+    const auto stream = streams_.find(group);
+    if (stream != streams_.end()) stream->second = nowMs;
 }
 
 void Snooping::hearQuery(const Multicast& query, int port, std::uint64_t nowMs) {
@@ -108,8 +120,11 @@ void Snooping::forgetPort(int port) {
 
 std::vector<Snooping::Joined> Snooping::joined(std::uint64_t nowMs) const {
     std::vector<Joined> all;
-    for (const auto& [key, joinedMs] : joined_)
-        if (joinedMs + kMembershipMs > nowMs) all.push_back({key.first, key.second, joinedMs});
+    for (const auto& [key, join] : joined_) {
+        if (join.lastMs + kMembershipMs <= nowMs) continue;
+        const std::uint64_t silentFromMs = std::max(streams_.at(join.group), join.firstMs);
+        all.push_back({join.ipv6, key.first, key.second, join.lastMs, silentFromMs});
+    }
     return all;
 }
 

@@ -21,14 +21,19 @@ public:
     // Whether the frame goes to some ports only; which, says wants().
     bool narrows(const Multicast& frame, Mac destination, std::uint64_t nowMs) const;
     bool wants(const Multicast& frame, int port, std::uint64_t nowMs) const;
+    // A frame to a group came in.
+    void seeStream(Mac group, std::uint64_t nowMs);
 
     void forgetPort(int port);
 
-    // A group of IPv4 that a port wants, and when it was joined last.
+    // A group that a port wants, when it was joined last, and since when no frame to it has come: the join counts as
+    // one.
     struct Joined {
-        std::uint32_t ipGroup = 0;
+        bool ipv6 = false;
+        IpAddress ipGroup{};
         int port = 0;
         std::uint64_t joinedMs = 0;
+        std::uint64_t silentFromMs = 0;
     };
     std::vector<Joined> joined(std::uint64_t nowMs) const;
     std::uint32_t joins(int port) const;  // reports that have come in there
@@ -57,12 +62,19 @@ private:
     };
 
     void hearQuery(const Multicast& query, int port, std::uint64_t nowMs);
+    void join(const Multicast& report, int port, std::uint64_t nowMs);
     void hearLeave(const Multicast& leave, int port, std::uint64_t nowMs);
 
     std::array<Querier, 2> queriers_;  // of IPv4 and IPv6
     std::map<Mac, Ports> members_;
-    // By IP address and port, when a group was joined last. Not kept in a file.
-    std::map<std::pair<std::uint32_t, int>, std::uint64_t> joined_;
+    // Not kept in a file: by address and port, what is joined; by group, when a frame to it came last.
+    struct Join {
+        bool ipv6 = false;
+        Mac group = 0;
+        std::uint64_t firstMs = 0, lastMs = 0;
+    };
+    std::map<std::pair<IpAddress, int>, Join> joined_;
+    std::map<Mac, std::uint64_t> streams_;
     std::map<int, std::uint32_t> joins_;
     Ports routers_;
 };

@@ -136,8 +136,10 @@ Packet packetOf(const WireHeader& header) {
     multicast.ipv6 = header.tags.etherType == kIpv6;
     if (header.group) {
         multicast.kind = kindOf(header.group->kind);
-        multicast.group = header.group->address == nullptr ? 0 : groupMac(header.group->address, multicast.ipv6);
-        if (!multicast.ipv6 && header.group->address != nullptr) multicast.ipGroup = ipGroup(header.group->address);
+        if (header.group->address != nullptr) {
+            multicast.group = groupMac(header.group->address, multicast.ipv6);
+            multicast.ipGroup = ipAddress(header.group->address, multicast.ipv6);
+        }
         multicast.maxResponseMs = header.group->maxResponseMs;
     } else if (packet.ipProtocol != (multicast.ipv6 ? kIcmpv6 : kIgmp)) {
         multicast.kind = Multicast::Kind::Data;

@@ -49,6 +49,7 @@ const std::map<unsigned long, std::size_t>& stackRecordSizes() {
 struct State {
     std::uint16_t receiveLevel = kFactoryReceiveLevel;
     std::uint16_t transmitLevel = kFactoryTransmitLevel;
+    std::uint64_t bitErrors = 0;
     std::vector<std::uint8_t> i2cImage = std::vector<std::uint8_t>(kFactoryImageSize);
     std::map<unsigned, StackAnswer> answers;
     std::map<unsigned, std::vector<std::uint8_t>> requests;
@@ -62,10 +63,12 @@ State& state() {
 // ---- as sections of a board file ----
 
 constexpr std::size_t kMaxRecord = 65536;
+constexpr std::uint64_t kTerabit = 1'000'000'000'000;
 
 struct OpticsRecord {
     std::uint16_t receiveLevel = 0, transmitLevel = 0;
     std::vector<std::uint8_t> image;
+    std::uint64_t bitErrors = 0;
 };
 
 template <typename Record>
@@ -73,14 +76,19 @@ void describe(Record& record, OpticsRecord& optics) {
     record.number("rawReceiveLevel", optics.receiveLevel);
     record.number("rawTransmitLevel", optics.transmitLevel);
     record.bytes("i2cImage", optics.image, kMaxRecord);
+    if (record.has("bitErrorsPerTerabit"))
+        record.number("bitErrorsPerTerabit", optics.bitErrors, std::uint64_t{0}, kTerabit);
 }
 
 struct Optics : persistence::Single<OpticsRecord> {
-    static OpticsRecord get() { return {state().receiveLevel, state().transmitLevel, state().i2cImage}; }
+    static OpticsRecord get() {
+        return {state().receiveLevel, state().transmitLevel, state().i2cImage, state().bitErrors};
+    }
     static void put(OpticsRecord optics) {
         state().receiveLevel = optics.receiveLevel;
         state().transmitLevel = optics.transmitLevel;
         state().i2cImage = std::move(optics.image);
+        state().bitErrors = optics.bitErrors;
     }
 };
 
@@ -191,6 +199,7 @@ nlohmann::json toJson() {
     for (const auto& [number, record] : state().requests) requests[std::to_string(number)] = record;
     return {{"rawReceiveLevel", state().receiveLevel},
             {"rawTransmitLevel", state().transmitLevel},
+            {"bitErrorRatio", static_cast<double>(state().bitErrors) / kTerabit},
             {"i2cImageSize", state().i2cImage.size()},
             {"stackRequests", requests}};
 }
@@ -215,6 +224,22 @@ void VirtualOnu::setOptics(std::uint16_t rawReceive, std::uint16_t rawTransmit) 
     chardev::state().transmitLevel = rawTransmit;
     persistence::changed(persistence::kOptics);
     deviceChanged();
+}
+
+std::pair<std::uint16_t, std::uint16_t> VirtualOnu::optics() const {
+    const DeviceAccess lock(deviceMutex());
+    return {chardev::state().receiveLevel, chardev::state().transmitLevel};
+}
+
+void VirtualOnu::setBitErrors(std::uint64_t perTerabit) {
+    const DeviceAccess lock(deviceMutex());
+    chardev::state().bitErrors = std::min(perTerabit, chardev::kTerabit);
+    persistence::changed(persistence::kOptics);
+}
+
+std::uint64_t VirtualOnu::bitErrors() const {
+    const DeviceAccess lock(deviceMutex());
+    return chardev::state().bitErrors;
 }
 
 void VirtualOnu::setI2cImage(const std::vector<std::uint8_t>& image) {

@@ -170,10 +170,17 @@ std::optional<omci::JoinedGroups> BoardDevice::joinedGroups(omci::InstanceId bri
     joined.joins = onu.joinMessages(member);
     for (const auto& one : onu.joinedGroups()) {
         if (one.port != member) continue;
-        omci::JoinedGroup group;
-        group.group = one.group;
-        group.secondsSinceJoin = static_cast<std::uint32_t>(one.ageMs / kMsInSecond);
-        joined.groups.push_back(group);
+        const auto fill = [&](auto& group) {
+            group.secondsSinceJoin = static_cast<std::uint32_t>(one.ageMs / kMsInSecond);
+            group.secondsSilent = static_cast<std::uint32_t>(one.silentMs / kMsInSecond);
+        };
+        if (one.ipv6) {
+            joined.ipv6.emplace_back().group = one.group;
+            fill(joined.ipv6.back());
+        } else {
+            joined.ipv4.emplace_back().group = omci::number32({one.group.data(), one.group.size()}, 0);
+            fill(joined.ipv4.back());
+        }
     }
     return joined;
 }
@@ -205,6 +212,11 @@ std::optional<bool> BoardDevice::veipConnected(omci::InstanceId veip) {
     const auto device = virtual_onu::VirtualOnu::instance().device(deviceOf({omci::class_id::kVeip, veip}));
     if (!device) return {};
     return device->up && device->operState != "down";
+}
+
+std::optional<double> BoardDevice::bitErrorRatio() {
+    constexpr double kTerabit = 1e12;
+    return static_cast<double>(virtual_onu::VirtualOnu::instance().bitErrors()) / kTerabit;
 }
 
 std::string BoardDevice::imageVersion(omci::ByteView image) {

@@ -26,6 +26,7 @@ public:
     std::optional<omci::JoinedGroups> joinedGroups(omci::InstanceId bridge, omci::EntityKey port) override;
     std::optional<omci::HostAddresses> hostAddresses(omci::InstanceId ipHost) override;
     std::optional<bool> veipConnected(omci::InstanceId veip) override;
+    std::optional<double> bitErrorRatio() override;
     // Of the HAL's numbers: "br3", and the VLAN device of a port from 1 on it, "sid1.3".
     static std::string bridgeName(unsigned bridge);
     static std::string memberName(unsigned bridge, unsigned port);

@@ -1,6 +1,7 @@
 #include "running/scenario/BoardSettings.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <map>
 #include <stdexcept>
@@ -67,10 +68,23 @@ void readOptics(const Json& value, Settings& settings) {
     };
     Optics optics{};
     fill(&optics,
-         {field("receive", &Optics::receive, kWord, required(), "raw receive reading"),
-          field("transmit", &Optics::transmit, kWord, required(), "raw transmit reading")},
+         {field("receive", &Optics::receive, kWord, otherwise(0), "raw receive reading"),
+          field("transmit", &Optics::transmit, kWord, otherwise(0), "raw transmit reading")},
          value);
-    settings.emplace_back([optics](VirtualOnu& onu) { onu.setOptics(optics.receive, optics.transmit); });
+    const bool receive = value.contains("receive"), transmit = value.contains("transmit");
+    if (!receive && !transmit) throw Problem("must have \"receive\" or \"transmit\"");
+    settings.emplace_back([=](VirtualOnu& onu) {
+        const auto now = onu.optics();
+        onu.setOptics(receive ? optics.receive : now.first, transmit ? optics.transmit : now.second);
+    });
+}
+
+void readBitErrors(const Json& value, Settings& settings) {
+    constexpr double kTerabit = 1e12;
+    const double ratio = value.is_number() ? value.get<double>() : -1;
+    if (!(ratio >= 0 && ratio <= 1)) throw Problem("must be a number from 0 to 1 like 1e-5, not " + shown(value));
+    const auto perTerabit = static_cast<std::uint64_t>(std::llround(ratio * kTerabit));
+    settings.emplace_back([perTerabit](VirtualOnu& onu) { onu.setBitErrors(perTerabit); });
 }
 
 void readLinks(const Json& value, Settings& settings) {
@@ -237,7 +251,9 @@ const std::vector<SettingRow>& rows() {
              settings.emplace_back([number](VirtualOnu& onu) { onu.setBootedPartition(number); });
          }},
         {"imageVersions", "software versions: {\"1\": \"4.2.0\"}", kObject, readImages},
-        {"optics", "raw optical readings: {\"receive\", \"transmit\"}", kObject, readOptics},
+        {"optics", "raw optical readings: {\"receive\", \"transmit\"}, or one of them", kObject, readOptics},
+        {"bitErrorRatio", "wrong bits of all bits that come down, before correction: 1e-5",
+         Json{{"type", "number"}, {"minimum", 0}, {"maximum", 1}}, readBitErrors},
         {"links", "operational state of devices: {\"eth0\": \"down\"}", kObject, readLinks},
         {"phys", "PHY ports: {\"4\": {\"link\", \"speed\", \"duplex\"}}", kObject, readPhys},
         {"persistent", "persistent values: {\"linkState\": \"standby\"}", kObject, readPersistent},

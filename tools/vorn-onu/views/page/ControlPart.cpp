@@ -67,13 +67,18 @@ std::string fibre(const json& device, const json& newBoard) {
         return state.at("files").at("characterDevices").value(key, 0U);
     };
     const unsigned receive = level(device, "rawReceiveLevel"), transmit = level(device, "rawTransmitLevel");
+    constexpr double kMany = 1e-4;
     const bool lit = receive != 0;
+    const bool errs = device.at("files").at("characterDevices").value("bitErrorRatio", 0.0) > 0;
     const json step = {
         {"board", {{"optics", {{"receive", lit ? 0U : level(newBoard, "rawReceiveLevel")}, {"transmit", transmit}}}}}};
     return element("h3", "Fibre") +
            element("ul",
                    row("fibre", "receives", stateWord(lit, lit ? "level " + std::to_string(receive) : "dark"),
-                       button(lit ? "Pull" : "Plug in", lit ? "Pull the fibre" : "Plug in the fibre", step)),
+                       button(lit ? "Pull" : "Plug in", lit ? "Pull the fibre" : "Plug in the fibre", step)) +
+                       row("bits", "wrong bits", stateWord(!errs, errs ? "some" : "none"),
+                           button(errs ? "Clean" : "Disturb", errs ? "Clean the fibre" : "Let bits come down wrong",
+                                  {{"board", {{"bitErrorRatio", errs ? 0.0 : kMany}}}})),
                    "switches");
 }
 
