@@ -359,8 +359,10 @@ enum : AttributeNumber {
 namespace attr::multicast_profile {
 enum : AttributeNumber {
     kIgmpVersion = 1,
+    kIgmpFunction = 2,
     kImmediateLeave = 3,
     kUpstreamIgmpTagControl = 5,
+    kUpstreamIgmpRate = 6,
     kDynamicAccessTable = 7,
     kStaticAccessTable = 8,
     kLostGroupsListTable = 9,

@@ -36,6 +36,9 @@ auto fields(const PortMode& r) {
 auto fields(const PortIsolation& r) {
     return std::tie(r.bridgeId, r.port, r.isolated);
 }
+auto fields(const BridgeAgeing& r) {
+    return std::tie(r.bridgeId, r.seconds);
+}
 auto fields(const UniDataProvisioning& r) {
     return std::tie(r.addFlag, r.hasTagRules, r.bridgeId, r.uniPort, r.inputTpid, r.outputTpid, r.downstreamMode,
                     r.filterType, r.tagAction, r.etherType, r.outerFilterTpidDe, r.outerFilterVlanId, r.outerFilterPrio,
@@ -105,6 +108,8 @@ const char* nameOf(Operation operation) {
             return "updateEthernetUniSpeed";
         case Operation::kIsolatePort:
             return "br_set_port_isolated";
+        case Operation::kSetAgeingTime:
+            return "br_set_ageing_time";
     }
     return "?";
 }

@@ -28,6 +28,7 @@ enum class Operation : std::uint8_t {
     kSetPortStatus,
     kSetPortMode,
     kIsolatePort,
+    kSetAgeingTime,
 };
 
 struct OmciAction {
@@ -60,9 +61,15 @@ struct PortIsolation {
     std::uint16_t port = 0;  // from 1
     bool isolated = true;
 };
+// How long a bridge knows an address that it does not hear any more.
+struct BridgeAgeing {
+    std::uint16_t bridgeId = 0;
+    std::uint32_t seconds = 0;  // 0: it knows none
+};
 
-using HalRecord = std::variant<OmciAction, TContProvisioning, XGEMConfig, BridgeSide, BridgeServiceProvisioning,
-                               VeipRules, UniDataProvisioning, IpHostProvision, PortStatus, PortMode, PortIsolation>;
+using HalRecord =
+    std::variant<OmciAction, TContProvisioning, XGEMConfig, BridgeSide, BridgeServiceProvisioning, VeipRules,
+                 UniDataProvisioning, IpHostProvision, PortStatus, PortMode, PortIsolation, BridgeAgeing>;
 
 struct HalCall {
     Operation operation;

@@ -71,6 +71,10 @@ int HalPerformer::perform(const HalCall& call) {
             const auto& isolation = std::get<PortIsolation>(record);
             return ports_.isolate ? ports_.isolate(isolation.bridgeId, isolation.port, isolation.isolated) : -1;
         }
+        case Operation::kSetAgeingTime: {
+            const auto& ageing = std::get<BridgeAgeing>(record);
+            return ports_.setAgeing ? ports_.setAgeing(ageing.bridgeId, ageing.seconds) : -1;
+        }
     }
     return -1;
 }

@@ -20,14 +20,17 @@ public:
     virtual std::string hostMac() = 0;
 };
 
-// Ports are switched by functions of their own beside the HAL's interface, whose slots for them do nothing on some
-// boards. What is empty goes to the slot.
+// Ports and bridges are set by functions of their own beside the HAL's interface, whose slots for them do nothing on
+// some boards. What is empty goes to the slot.
 struct PortFunctions {
     std::function<void(std::uint16_t port, bool up)> setStatus;
     std::function<void(std::uint16_t port, std::uint16_t speed, std::uint8_t duplex)> setMode;
     // Keeps a port of a bridge apart from the other isolated ones, as br_set_port_isolated() does; 0 for success. Asked
     // for where Settings::isolatesPorts says that it is there.
     std::function<int(std::uint16_t bridge, std::uint16_t port, bool isolated)> isolate;
+    // Lets a bridge forget addresses after that time, as br_set_ageing_time() does; 0 for success. Asked for where
+    // Settings::setsAgeing says that it is there.
+    std::function<int(std::uint16_t bridge, std::uint32_t seconds)> setAgeing;
 };
 
 class HalPerformer : public Performer {

@@ -25,13 +25,14 @@ enum class PieceKind : std::uint8_t {
     kMulticast,
     kIpHost,
     kIsolation,
+    kAgeing,
     kPort
 };
 
 struct PieceKey {
     PieceKind kind = PieceKind::kTCont;
-    // T-CONT: instance; GEM port: its port-ID; bridge: number in the HAL; ANI service and multicast: bridge << 16 |
-    // GEM port; UNI, isolation and port: number of the port; IP host: instance.
+    // T-CONT: instance; GEM port: its port-ID; bridge and ageing: number of the bridge in the HAL; ANI service and
+    // multicast: bridge << 16 | GEM port; UNI, isolation and port: number of the port; IP host: instance.
     std::uint32_t number = 0;
 };
 constexpr bool operator==(PieceKey one, PieceKey other) {

@@ -25,6 +25,7 @@ struct Settings {
     std::uint16_t firstIpHostPort = 6;  // port number of the IP host with instance 0
     bool standardForwarding = false;    // it forwards as G.988 says, not by its contract (hal/HalForwarding.h)
     bool isolatesPorts = false;         // the performer keeps ports of a bridge apart
+    bool setsAgeing = false;            // the performer sets how long bridges know an address
 };
 
 // Numbers of a bridge's ports to the user's side.
@@ -72,6 +73,7 @@ private:
 
     // PlanAni.cpp
     void planBridge(InstanceId instance);
+    void planAgeing(const Entity& bridge);
     void planBridgePort(InstanceId instance);
     void planMapper(const BridgePort& port, InstanceId instance);
     void planGemInterworking(const BridgePort& port, InstanceId instance);

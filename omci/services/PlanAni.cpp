@@ -11,8 +11,8 @@ namespace omci::services {
 namespace {
 
 constexpr unsigned kDscps = 64;
-constexpr std::uint8_t kFromDscp = 0;  // unmarked frame option of a mapper
-constexpr std::uint32_t kUsualAgeingS = 300;
+constexpr std::uint8_t kFromDscp = 0;                                        // unmarked frame option of a mapper
+constexpr std::uint32_t kUsualAgeingS = 300, kLongestAgeingS = 1'000'000;    // the kernel counts hundredths in an int
 constexpr std::uint8_t kForwardVidsAndUntagged = 0x03, kForwardVids = 0x04;  // forward operations
 
 // TP types of bridge ports that are planned.
@@ -58,9 +58,25 @@ void Planner::planBridge(InstanceId instance) {
             problem(bridge->key(), "Ethernet ports are kept apart from one another, not from the management host");
         }
     }
-    if (!on(attr::bridge::kLearningInd)) problem(bridge->key(), "learning is not switched off");
-    const auto ageing = bridge->number(attr::bridge::kDynamicFilteringAgeingTime);
-    if (ageing != 0 && ageing != kUsualAgeingS) problem(bridge->key(), "the ageing time stays at 300 s");
+    planAgeing(*bridge);
+}
+
+// A bridge that is not to learn forgets at once: every frame goes to all ports, as if it had not learned.
+void Planner::planAgeing(const Entity& bridge) {
+    const bool learns = bridge.number8(attr::bridge::kLearningInd) != 0;
+    const auto set = static_cast<std::uint32_t>(bridge.number(attr::bridge::kDynamicFilteringAgeingTime));
+    const std::uint32_t seconds = !learns ? 0 : set == 0 ? kUsualAgeingS : std::min(set, kLongestAgeingS);
+    if (seconds == kUsualAgeingS) return;
+    if (!context_.settings.setsAgeing)
+        return problem(bridge.key(), learns ? "the ageing time stays at 300 s" : "learning is not switched off");
+    if (learns && seconds != set) problem(bridge.key(), "the ageing time is 1000000 s, the longest");
+    if (usersOf(bridge.instance()).all == 0) return;  // not known which of the HAL's bridges is meant
+    Piece made;
+    made.bridge = bridgeNumber(bridge.instance());
+    made.key = {PieceKind::kAgeing, *made.bridge};
+    made.make = {{Operation::kSetAgeingTime, BridgeAgeing{*made.bridge, seconds}}};
+    made.undo = {{Operation::kSetAgeingTime, BridgeAgeing{*made.bridge, kUsualAgeingS}}};
+    want(std::move(made));
 }
 
 void Planner::planBridgePort(InstanceId instance) {

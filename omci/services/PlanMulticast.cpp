@@ -91,9 +91,17 @@ void Planner::addVlans(InstanceId instance, std::set<std::uint16_t>& vlans) {
         for (const Bytes& row : profile->rows(table)) vlans.insert(number16(row, access_row::kVlan) & 0x0FFFU);
     }
     if (!profile->rows(attr::multicast_profile::kDynamicAccessTable).empty())
-        problem(
-            profile->key(),
-            "groups outside the lists come down too; those that nobody has joined, until the bridge hears a querier");
+        problem(profile->key(),
+                "groups outside the lists come down too, and until the bridge hears a querier those that nobody has "
+                "joined");
+    if (!profile->rows(attr::multicast_profile::kStaticAccessTable).empty())
+        problem(profile->key(), "groups of the static list come down like the others, to those who have joined them");
+    if (profile->number8(attr::multicast_profile::kIgmpFunction) != 0)
+        problem(profile->key(), "the bridge listens to joins and sends none itself");
+    if (profile->number8(attr::multicast_profile::kImmediateLeave) != 0)
+        problem(profile->key(), "a group that is left ends when nobody answers the querier, not at once");
+    if (profile->number(attr::multicast_profile::kUpstreamIgmpRate) != 0)
+        problem(profile->key(), "the rate of joins is not limited");
     if (profile->number8(attr::multicast_profile::kUpstreamIgmpTagControl) != 0)
         problem(profile->key(), "joins go up as the tagging rows of the port say, not as the profile says");
     const ByteView downstream = profile->bytes(attr::multicast_profile::kDownstreamIgmpAndMulticastTci);

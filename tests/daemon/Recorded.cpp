@@ -57,6 +57,7 @@ void query(VornHal& hal) {
     PmRequest request{kPmEthernet, kPmAbsolute, 0};
     EthernetPmRecord counters{};
     IntfStats stats{};
+    timeval ageing{60, 500000};
     GalEthPMHistoryData_t discarded{1001, 0};
     hal.vorn_test_call();
     hal.vorn_omci_hal_init();
@@ -85,6 +86,7 @@ void query(VornHal& hal) {
     getEthernetUniConfig(2, true);
     getIntfStats("eth0", &stats);
     br_set_port_isolated("br3", "sid1.3", 1);
+    br_set_ageing_time("br3", &ageing);
     OnuXponHalAdapterBCM::getInstance()->getGalEthPmHistDataME(&discarded);
     VornBrcmHal::createAlarmStatsThread();
 }

@@ -106,3 +106,14 @@ int br_set_port_isolated(const char* bridge, const char* port, int on) {
         {{"bridge", vorn_onu::textJson(bridge)}, {"port", vorn_onu::textJson(port)}, {"isolated", on != 0}},
         [&] { return real(bridge, port, on); });
 }
+
+int br_set_ageing_time(const char* bridge, timeval* time) {
+    static const auto real = next<decltype(&br_set_ageing_time)>("br_set_ageing_time");
+    const auto isIn = [](long number, long most) { return number >= 0 && number <= most; };
+    if (bridge == nullptr || time == nullptr || !isIn(time->tv_sec, 0x7FFFFFFF) || !isIn(time->tv_usec, 999999))
+        return real(bridge, time);  // refused
+    return recorder::recordedCall(
+        "br_set_ageing_time",
+        {{"bridge", vorn_onu::textJson(bridge)}, {"seconds", time->tv_sec}, {"microseconds", time->tv_usec}},
+        [&] { return real(bridge, time); });
+}

@@ -116,13 +116,65 @@ TEST(Filter, OfEveryForwardOperationTakesTheFramesOfTheStandard) {
     EXPECT_EQ(wrong, "end");
 }
 
+constexpr omci::InstanceId kBridge = 3;
+
+olt::Request portToUser(omci::InstanceId instance, unsigned tpType, unsigned pointer) {
+    return create(class_id::kBridgePort, instance,
+                  {{attr::bridge_port::kBridgeIdPointer, kBridge},
+                   {attr::bridge_port::kPortNum, 9},
+                   {attr::bridge_port::kTpType, tpType},
+                   {attr::bridge_port::kTpPointer, pointer}});
+}
+
+// 9.3.1, learning and ageing time: which of ports 3 and 4 gets a frame to a station that port 3 has heard before.
+TEST(Learning, LastsAsLongAsTheBridgeIsTold) {
+    const std::string wrong = apart([] {
+        startHal();
+        OnuLine line;
+        olt::Olt olt(line);
+        std::string text = olt.send(plainService());
+        text += olt.send(portToUser(0x1199, 1, 0x0104)) == omci::Result::kSuccess ? "" : "no second port\n";
+        const auto set = [](unsigned learns, unsigned seconds) {
+            return olt::set(
+                class_id::kBridge, kBridge,
+                {{attr::bridge::kLearningInd, learns}, {attr::bridge::kDynamicFilteringAgeingTime, seconds}});
+        };
+        const struct {
+            unsigned learns, seconds, passed;
+            std::string heard;
+            int ageing;  // hundredths of a second
+        } kCases[] = {
+            {1, 300, 290, "sid2 ", 30000},       {1, 10, 9, "sid2 ", 1000},          {1, 10, 11, "sid2 sid3 ", 1000},
+            {0, 10, 0, "sid2 sid3 ", 0},         {0, 0, 0, "sid2 sid3 ", 0},         {1, 0, 290, "sid2 ", 30000},
+            {1, 5000000, 1, "sid2 ", 100000000}, {1, 300, 301, "sid2 sid3 ", 30000},
+        };
+        auto& onu = virtual_onu::VirtualOnu::instance();
+        for (const auto& one : kCases) {
+            text += olt.send(olt::Requests{set(one.learns, one.seconds)});
+            Frame frame;
+            frame.source = "02:00:5e:00:00:77";
+            onu.sendFromPort("sid2", frame);
+            onu.advance(one.passed * 1000);
+            std::swap(frame.source, frame.destination);
+            std::string heard;
+            for (const auto& exit : onu.sendFromPon(kGemPort, frame).exits) heard += exit.device + " ";
+            const int ageing = onu.bridge("br3")->ageingTime;
+            if (heard == one.heard && ageing == one.ageing) continue;
+            text += std::to_string(one.learns) + " " + std::to_string(one.seconds) + " s: " + heard +
+                    std::to_string(ageing) + "\n";
+        }
+        if (line.services.problems().size() != 0) text += "problems that nobody has any more\n";
+        return text + "end";
+    });
+    EXPECT_EQ(wrong, "end");
+}
+
 // 9.3.1, port bridging: what ports 3 and 4 of a bridge hear of one another, and of the PON.
 TEST(PortBridging, PassesFramesBetweenThePortsOfABridgeOnlyWhileItIsOn) {
     const std::string wrong = apart([] {
         startHal();
         OnuLine line;
         olt::Olt olt(line);
-        constexpr omci::InstanceId kBridge = 3;
         const auto bridging = [](unsigned on) {
             return olt::set(class_id::kBridge, kBridge, {{attr::bridge::kPortBridgingInd, on}});
         };
@@ -130,11 +182,7 @@ TEST(PortBridging, PassesFramesBetweenThePortsOfABridgeOnlyWhileItIsOn) {
             return olt::setBytes({class_id::kExtendedTagging, kService}, attr::extended_tagging::kTaggingTable,
                                  olt::hex(digits));
         };
-        const auto secondPort = create(class_id::kBridgePort, 0x1199,
-                                       {{attr::bridge_port::kBridgeIdPointer, kBridge},
-                                        {attr::bridge_port::kPortNum, 9},
-                                        {attr::bridge_port::kTpType, 1},
-                                        {attr::bridge_port::kTpPointer, 0x0104}});
+        const auto secondPort = portToUser(0x1199, 1, 0x0104);
         std::string text = olt.send(plainService());
         text += olt.send(olt::Requests{bridging(0)});
         const std::string alone = "gpondef ", together = "gpondef sid3 ", nobody;
@@ -144,6 +192,7 @@ TEST(PortBridging, PassesFramesBetweenThePortsOfABridgeOnlyWhileItIsOn) {
             std::string heard;
         } kSteps[] = {
             {"one port", {}, alone},
+            {"and a management host that is off", {portToUser(0x1198, 4, 0)}, alone},
             {"two ports, off", {secondPort}, alone},
             {"on", {bridging(1)}, together},
             {"off again", {bridging(0)}, alone},
@@ -154,7 +203,9 @@ TEST(PortBridging, PassesFramesBetweenThePortsOfABridgeOnlyWhileItIsOn) {
               row("F8000000 F8000000 000F0000 00000004")},
              alone},
             {"and another row", {row("F8000000 80320000 400F0000 00080A0C")}, alone},
-            {"the second port goes", {olt::erase({class_id::kBridgePort, 0x1199})}, alone},
+            {"the others go",
+             {olt::erase({class_id::kBridgePort, 0x1199}), olt::erase({class_id::kBridgePort, 0x1198})},
+             alone},
         };
         for (const auto& step : kSteps) {
             text += olt.send(step.requests);

@@ -22,7 +22,7 @@ public:
     OnuLine()
         : agent_(board(), hal(), device_, clock_),
           performer_(hal(), {[](std::uint16_t port, bool up) { setEthernetUniStatus(port, up ? 1 : 0); },
-                             updateEthernetUniSpeed, isolate}),
+                             updateEthernetUniSpeed, isolate, setAgeing}),
           services(agent_.mib(), performer_, settings()) {
         services.onCall([this](const omci::services::MadeCall& call) { calls.push_back(call); });
         services.onProblem([this](const omci::services::Problem& problem) { problems.push_back(problem); });
@@ -42,7 +42,7 @@ public:
     static omci::services::Settings settings() {
         omci::services::Settings settings;
         settings.standardForwarding = vorn_hal_get_forwarding() == VORN_HAL_FORWARDING_G988;
-        settings.isolatesPorts = true;
+        settings.isolatesPorts = settings.setsAgeing = true;
         return settings;
     }
 
@@ -51,6 +51,11 @@ private:
     static int isolate(std::uint16_t bridge, std::uint16_t port, bool isolated) {
         const std::string number = std::to_string(bridge), sid = std::to_string(port <= 2 ? 2 - port : port - 1);
         return br_set_port_isolated(("br" + number).c_str(), ("sid" + sid + "." + number).c_str(), isolated ? 1 : 0);
+    }
+
+    static int setAgeing(std::uint16_t bridge, std::uint32_t seconds) {
+        timeval time{static_cast<time_t>(seconds), 0};
+        return br_set_ageing_time(("br" + std::to_string(bridge)).c_str(), &time);
     }
 
     omci::Device device_;

@@ -172,6 +172,23 @@ TEST_F(Planning, WhatIsAcceptedWithoutEffectIsToldWithTheEntityThatAskedForIt) {
                        olt::hex("4002 FFFE 0136 00000000 E1000000 E1FFFFFF 00000000 0000")),
          {class_id::kMulticastProfile, 0x1032},
          "groups outside the lists"},
+        {"groups without a join",
+         olt::setBytes({class_id::kMulticastProfile, 0x1032}, attr::multicast_profile::kStaticAccessTable,
+                       olt::hex("4001 FFFE 0136 00000000 E1000000 E1FFFFFF 00000000 0000")),
+         {class_id::kMulticastProfile, 0x1032},
+         "static list"},
+        {"proxy",
+         olt::set(class_id::kMulticastProfile, 0x1032, {{attr::multicast_profile::kIgmpFunction, 2}}),
+         {class_id::kMulticastProfile, 0x1032},
+         "sends none"},
+        {"a rate of joins",
+         olt::set(class_id::kMulticastProfile, 0x1032, {{attr::multicast_profile::kUpstreamIgmpRate, 9}}),
+         {class_id::kMulticastProfile, 0x1032},
+         "rate of joins"},
+        {"immediate leave",
+         olt::set(class_id::kMulticastProfile, 0x1032, {{attr::multicast_profile::kImmediateLeave, 1}}),
+         {class_id::kMulticastProfile, 0x1032},
+         "not at once"},
     };
     for (const Case& one : cases) {
         EXPECT_EQ(olt.send(one.request), Result::kSuccess) << one.what;

@@ -58,6 +58,9 @@ struct Fields {
                 {"port", BoardDevice::memberName(isolation.bridgeId, isolation.port)},
                 {"isolated", isolation.isolated}};
     }
+    Json operator()(const services::BridgeAgeing& ageing) const {
+        return {{"bridge", BoardDevice::bridgeName(ageing.bridgeId)}, {"seconds", ageing.seconds}};
+    }
 };
 
 // Ports are switched by functions beside the HAL's interface.

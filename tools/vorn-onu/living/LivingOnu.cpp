@@ -40,13 +40,18 @@ omci::Board boardOf(VornHal& hal, const omci::BoardNumbering& numbering) {
 omci::services::Settings settings() {
     omci::services::Settings settings;
     settings.standardForwarding = vorn_hal_get_forwarding() == VORN_HAL_FORWARDING_G988;
-    settings.isolatesPorts = true;
+    settings.isolatesPorts = settings.setsAgeing = true;
     return settings;
 }
 
 int isolatePort(std::uint16_t bridge, std::uint16_t port, bool isolated) {
     return br_set_port_isolated(BoardDevice::bridgeName(bridge).c_str(), BoardDevice::memberName(bridge, port).c_str(),
                                 isolated ? 1 : 0);
+}
+
+int setAgeing(std::uint16_t bridge, std::uint32_t seconds) {
+    timeval time{static_cast<time_t>(seconds), 0};
+    return br_set_ageing_time(BoardDevice::bridgeName(bridge).c_str(), &time);
 }
 
 std::vector<omci::InstanceId> portsOf(const omci::Board& board) {
@@ -60,7 +65,7 @@ std::vector<omci::InstanceId> portsOf(const omci::Board& board) {
 
 LivingOnu::EffectPerformer::EffectPerformer(VornHal& hal)
     : hal_(hal, {[](std::uint16_t port, bool up) { setEthernetUniStatus(port, up ? 1 : 0); }, updateEthernetUniSpeed,
-                 isolatePort}) {}
+                 isolatePort, setAgeing}) {}
 
 int LivingOnu::EffectPerformer::perform(const omci::services::HalCall& call) {
     const auto& onu = virtual_onu::VirtualOnu::instance();

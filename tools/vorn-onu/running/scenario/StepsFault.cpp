@@ -184,7 +184,7 @@ std::vector<Failure> faultsThatNeverFired(const RunContext& context) {
 
 std::vector<StepKind> faultSteps() {
     return {{"fault",
-             "lets a later call into the device kit or the kernel fail, or answers to an OLT go astray",
+             "lets a later call into the device kit or the kernel fail, or disturbs the answers to an OLT",
              {},
              faultSchema(),
              parseFault}};

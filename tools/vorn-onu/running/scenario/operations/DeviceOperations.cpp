@@ -85,6 +85,23 @@ Operation portIsolation() {
         });
 }
 
+Operation bridgeAgeing() {
+    struct Arguments {
+        std::string bridge;
+        std::uint32_t seconds, microseconds;
+    };
+    return operation<Arguments>(
+        "br_set_ageing_time", "how long a bridge knows an address that it does not hear; 0 or an errno value", kChanges,
+        {field("bridge", &Arguments::bridge, required(), "name of the bridge"),
+         field("seconds", &Arguments::seconds, Numbers{0, 0x7FFFFFFF}, required(),
+               "300 is a bridge's own; with 0 it knows none"),
+         field("microseconds", &Arguments::microseconds, Numbers{0, 999999}, otherwise(0), "beside the seconds")},
+        {}, [](VornHal&, Arguments& a) {
+            timeval time{static_cast<time_t>(a.seconds), static_cast<suseconds_t>(a.microseconds)};
+            return Outcome{br_set_ageing_time(a.bridge.c_str(), &time), Json::object()};
+        });
+}
+
 Operation gemPortCounter() {
     return operation<GalEthPMHistoryData_t>(
         "getGalEthPmHistDataME", "discarded frames of a GEM port", kQuery,
@@ -114,6 +131,7 @@ std::vector<Operation> deviceOperations() {
     std::vector<Operation> rows = uniOperations();
     rows.push_back(interfaceCounters());
     rows.push_back(portIsolation());
+    rows.push_back(bridgeAgeing());
     rows.push_back(gemPortCounter());
     rows.push_back(hostServiceTag());
     rows.push_back(operation<NoArguments>("VornBrcmHal::createAlarmStatsThread", "starts the link monitor", kChanges,
