@@ -12,6 +12,7 @@ import os
 import pathlib
 import re
 import shutil
+import socket
 import subprocess
 import sys
 import tempfile
@@ -29,10 +30,19 @@ board_is_there() { vorn-onu ls --json | grep -q '"name"'; }
 trap 'kill $(jobs -p) 2>/dev/null; wait' EXIT
 """
 
+# An OLT's software of the reader's own.
+OLT = """#!{python}
+import sys
+sys.path.insert(0, {folder!r})
+from live_session import Olt
+host, port = sys.argv[1].split(":")
+Olt((host, int(port))).provision()
+"""
 
-def commands_of(page):
-    """(line, command, expected lines or None) of each command."""
-    text = page.read_text()
+
+def commands_of(page, port):
+    """(line, command, expected lines or None) of each command; the port that a page takes for its OLT is one that is free."""
+    text = page.read_text().replace("127.0.0.1:5000", f"127.0.0.1:{port}")
     for block in BLOCK.finditer(text):
         line = text[: block.start()].count("\n") + 2
         expected = None
@@ -74,7 +84,9 @@ def typed(commands):
 
 
 def faults_of(page, folder, environment):
-    commands = list(commands_of(page))
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as free:
+        free.bind(("127.0.0.1", 0))
+        commands = list(commands_of(page, free.getsockname()[1]))
     if not commands:
         return []
     try:
@@ -110,12 +122,14 @@ def main():
             for own in ("my-daemon", "my-omci-daemon"):  # the reader's own daemon, with any options
                 (folder / own).write_text(f'#!/bin/sh\nexec "{daemon}"\n')
                 (folder / own).chmod(0o755)
+            (folder / "my-olt").write_text(OLT.format(python=sys.executable, folder=str(source / "tests/omci")))
+            (folder / "my-olt").chmod(0o755)
             shutil.copy(source / "scenarios/internet.json", folder / "scenario.json")
             shutil.copy(source / "scenarios/omci/internet.pcap", folder / "capture.pcap")
             environment = dict(os.environ, PATH=f"{tool.parent}:{daemon.parent}:{os.environ['PATH']}", TMPDIR=name,
                                XDG_RUNTIME_DIR=name, COLUMNS="120", LC_ALL="C.UTF-8")
             faults += faults_of(page, folder, environment)
-            count += len(list(commands_of(page)))
+            count += len(list(commands_of(page, 5000)))
     print("\n".join(faults) or f"{count} commands do what their pages say")
     return 1 if faults or count == 0 else 0
 
