@@ -180,6 +180,8 @@ TEST(Diff, AnswersByItsExitCodeAndNamesABadFile) {
              {directory.file("none"), 2, directory.file("none") + ": cannot be opened: No such file or directory\n"},
              {directory.file("."), 2, directory.file(".") + ": is a directory\n"},
              {directory.write("text", "no JSON"), 2, directory.file("text") + ": line 1, column 2: is not JSON: "},
+             {directory.write("onu.board", "{\"format\":\"vorn-onu board\",\"version\":2}\n{}\n"), 2,
+              directory.file("onu.board") + ": is a board, not a state: "},
              {directory.write("list", "[1]"), 2, directory.file("list") + ": is no device state: "},
              {directory.write("empty", "{}"), 2,
               directory.file("empty") + ": is no device state: key 'network' not found\n"}}) {

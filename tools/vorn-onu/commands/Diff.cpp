@@ -26,6 +26,9 @@ std::string reasonOf(const std::exception& error) {
 
 nlohmann::json jsonIn(const std::string& path) {
     const std::string text = readFile(path, kMaxStateSize);
+    if (text.rfind("{\"format\":\"vorn-onu board\"", 0) == 0)
+        throw FileProblem(
+            path, "is a board, not a state: vorn-onu exec --board " + path + " --json STATE -- true writes its state");
     if (const auto fault = checkJson(text)) throw FileProblem(path, fault->what);
     return nlohmann::json::parse(text);
 }

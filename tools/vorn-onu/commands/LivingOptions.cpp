@@ -173,9 +173,9 @@ Command addAt(CLI::App& app) {
     for (const auto& work : at->works) work.first->set_help_flag("-h,--help", "show this help and end");
     command->footer(
         "Steps are those of scenarios (docs/scenario-format.md), with the same words and checks. A field of an object "
-        "is "
-        "KEY=VALUE, with dots into objects in it: board links.eth0=down optics.receive=0; gateway silent; fault "
-        "function=tmctl_setQueueCfg nth=2; fault omci drop=3; advance 5000; frame from=sid0 'tags=[{\"vid\": 20}]'.\n\n"
+        "is KEY=VALUE, with dots into objects in it: board links.eth0=down optics.receive=0 bitErrorRatio=1e-5; "
+        "gateway silent; fault function=tmctl_setQueueCfg nth=2; fault omci drop=3; advance 5000; frame from=sid0 "
+        "'tags=[{\"vid\": 20}]'.\n\n"
         "Exit codes: 0 done, 1 the step failed or the frame is dropped, 2 no such board or bad input.");
     return {command, [at] {
                 for (const auto& [app_, work] : at->works)

@@ -31,6 +31,7 @@ Command addOmci(CLI::App& app) {
         ->type_name("N")
         ->excludes(listen);
     const FrameOptions frame = addFrameOptions(*command, *omci);
+    for (CLI::Option* option : {frame.vlan, frame.bothWays}) option->needs(frame.from);
     command
         ->add_option(
             "--json", omci->jsonFile,
