@@ -92,6 +92,18 @@ TEST(Omci, ARefusedMessageIsMarkedCountedAndNamedAndFailsTheRun) {
     EXPECT_EQ(played.output.find("every message had its effect"), std::string::npos);
 }
 
+TEST(Omci, WhatIsAcceptedInVainIsNotCalledAnEffect) {
+    const std::string reset = filled("00014f0a00020000");
+    const std::string tree = filled("0002440a002d0003 010101 8000 1400 0200 0f00 0000");
+    const auto played = omciOf({inText("omci-in-vain.txt", {reset, tree})});
+    EXPECT_EQ(played.code, 0) << played.output;
+    EXPECT_NE(played.output.find("! MAC bridge service profile 0x0003: there is no spanning tree"), std::string::npos);
+    EXPECT_NE(
+        played.output.find("✓ every message was answered with success: 2 messages of the OLT, 0 HAL calls, 1 piece"),
+        std::string::npos)
+        << played.output;
+}
+
 TEST(Omci, ARefusalThatTheCaptureHasTooFailsOnlyAStrictRun) {
     const std::string reset = filled("00014f0a00020000"), set = filled("0002480a01069000 80000400");
     const std::string refused = filled("0002280a01069000 05");

@@ -192,7 +192,8 @@ std::string MessageOutput::closing(const MessageTally& all) const {
         faults.push_back(counted(all.otherResults, "answer") + " with another result than in the capture");
     if (all.refused > 0) faults.push_back(counted(all.refused, "message") + " refused");
     if (all.failedCalls > 0) faults.push_back(counted(all.failedCalls, "HAL call") + " failed");
-    std::string verdict = "✓ every message had its effect";
+    std::string verdict =
+        all.problems > 0 ? "✓ every message was answered with success" : "✓ every message had its effect";
     if (!faults.empty())
         verdict = "✗ " + joined(faults);
     else if (all.captured > 0)
