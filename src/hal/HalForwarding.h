@@ -29,10 +29,10 @@ extern "C" {
 // standard has it, with a printed line that names the row or port and says why; the service is as it was then:
 // filter_flow_add, configureBridge, configureAniTagRules, unsetPbitData, deprovisionAniSideBridge,
 // deprovisionUniSideBridge, veip_createRules, veip_deleteRules, gemflow_add, gemflow_del and set_gemPortStatus. A GEM
-// port that is added again counts once, and one that the driver has from a process before this one is taken over. The p-bit map of a bridge service may then also name the GEM port and
-// queue of untagged frames, as those of p-bits 8: they have to be those of some p-bits. Without them untagged frames
-// are taken for p-bits 0 (G.988 9.3.10, default p-bit assumption). A state file (hal/HalState.h) is opened only in the
-// mode in which it was made.
+// port that is added again counts once, and one that the driver has from a process before this one is taken over. The
+// p-bit map of a bridge service may then also name the GEM port and queue of untagged frames, as those of p-bits 8:
+// they have to be those of some p-bits. Without them untagged frames are taken for p-bits 0 (G.988 9.3.10, default
+// p-bit assumption). A state file (hal/HalState.h) is opened only in the mode in which it was made.
 //
 // Called from the provisioning thread, like the next one.
 VORN_API int vorn_hal_set_forwarding(int forwarding);
