@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "living/CallStep.h"
 #include "omci/message/Numbers.h"
 #include "omci/message/ValueText.h"
 
@@ -130,6 +131,11 @@ audit::AskedServices askedOf(const Mib& mib, const std::vector<const Piece*>& pi
         if (port == nullptr) continue;
         const unsigned bridge = port->number16(port_attr::kBridgeIdPointer);
         asked.set(audit::deviceOf(piece->key.number), uniPortOf(mib, *piece, bridge, numberOf));
+    }
+    for (const Piece* piece : pieces) {
+        const auto& messages = piece->cause.messages;
+        const std::size_t number = messages.empty() ? 0 : numberOf(messages.back().number);
+        for (const omci::services::HalCall& call : piece->make) asked.takeLeftOut(asStep(call, number));
     }
     for (const auto& [instance, entity] : mib.instances(omci::class_id::kBridgePort)) {
         const unsigned type = entity.number8(port_attr::kTpType);

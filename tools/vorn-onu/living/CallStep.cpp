@@ -89,6 +89,10 @@ Step asStep(const Json& callStep, std::size_t number) {
     return step;
 }
 
+Step asStep(const omci::services::HalCall& call, std::size_t number) {
+    return asStep(callStep(call), number);
+}
+
 std::string callWords(const Json& step) {
     Json fields = step;
     for (const char* key : {"call", "result", "numberOfEntries"}) fields.erase(key);

@@ -13,6 +13,7 @@ namespace vorn_onu {
 Json callStep(const omci::services::HalCall& call);
 // The same as a step that a scenario would have, but for what runs it.
 Step asStep(const Json& callStep, std::size_t number);
+Step asStep(const omci::services::HalCall& call, std::size_t number);
 // The fields in words: "bridgeId 3, uniPort 0".
 std::string callWords(const Json& step);
 

@@ -73,6 +73,12 @@ PbitMapper mapperOf(const BridgeServiceProvisioning& record) {
     return mapper;
 }
 
+// Of a service that is not compared; otherwise null.
+const char* kindLeftOut(const BridgeServiceProvisioning& record) {
+    if (record.isMulticast != 0 && record.multicastService != 0) return kMulticast;
+    return record.protocolNumber == kIgmp ? kIgmpService : nullptr;
+}
+
 bool isCallOf(const Step& step, const char* name) {
     return step.kind == "call" && step.fields->is_object() &&
            (step.name == name || step.name == "vorn_omci_hal_" + std::string(name));
@@ -109,9 +115,7 @@ void AskedServices::takeRow(const Step& step) {
 
 void AskedServices::takeFilter(const Step& step) {
     const auto record = recordOf<BridgeServiceProvisioning>(step, bridgeServiceFields({}));
-    if (record.isMulticast != 0 && record.multicastService != 0)
-        return leaveOut(kMulticast, record.bridgeId, step.number);
-    if (record.protocolNumber == kIgmp) return leaveOut(kIgmpService, record.bridgeId, step.number);
+    if (kindLeftOut(record) != nullptr) return;
     AniPort port;
     port.bridge = record.bridgeId;
     port.filter = {record.forwardOperation, listOf(record)};
@@ -167,6 +171,10 @@ void AskedServices::takeLeftOut(const Step& step) {
     };
     if (isCallOf(step, "veip_createRules")) leaveOut(kVeip, number("gemPort"), step.number);
     if (isCallOf(step, "veip_deleteRules")) forgetLeftOut(kVeip, number("gemPort"));
+    if (isCallOf(step, "configureAniTagRules")) {
+        const auto record = recordOf<BridgeServiceProvisioning>(step, bridgeServiceFields({}));
+        if (const char* kind = kindLeftOut(record)) leaveOut(kind, record.bridgeId, step.number);
+    }
     if (isCallOf(step, "provisionIpHost")) leaveOut(kIpHost, number("bridgeId"), step.number);
     if (isCallOf(step, "deprovisionIpHost")) forgetLeftOut(kIpHost, number("bridgeId"));
     if (!isCallOf(step, "unsetPbitData") && !isCallOf(step, "deprovisionAniSideBridge")) return;

@@ -35,9 +35,9 @@ public:
     // noun: what the numbers of steps are called to people.
     explicit AskedServices(std::string noun = "step") : noun_(std::move(noun)) {}
     void take(const Step& step);  // steps that ask for nothing change nothing
+    // Notes what of a step is not compared, and nothing else.
+    void takeLeftOut(const Step& step);
     void set(const std::string& device, UniPort port) { uniPorts_[device] = std::move(port); }
-    // number: of the step or message that asks for it.
-    void leaveOut(const std::string& kind, unsigned number, std::size_t step);
     void add(AniPort port) { aniPorts_.push_back(std::move(port)); }
     const std::string& noun() const { return noun_; }
     const std::map<std::string, UniPort>& uniPorts() const { return uniPorts_; }  // by device: "sid0"
@@ -45,7 +45,7 @@ public:
     const std::vector<NotCovered>& notCovered() const { return notCovered_; }
 
 private:
-    void takeLeftOut(const Step& step);
+    void leaveOut(const std::string& kind, unsigned number, std::size_t step);
     void forgetLeftOut(const std::string& kind, unsigned number);
     void takeRow(const Step& step);
     void takeFilter(const Step& step);
