@@ -101,16 +101,6 @@ TEST(Tool, UnknownOperationIsAnsweredWithTheOneThatWasMeantAndTheNearest) {
 
 // ---- run ----
 
-TEST(Tool, JsonOnStandardOutputIsAllThereIs) {
-    const ProgramResult result = runProgram({kTool, "run", kScenarios + "/bridge.json", "--json", "-"});
-    EXPECT_EQ(result.code, 0);
-    const json run = json::parse(result.output, nullptr, false);
-    ASSERT_FALSE(run.is_discarded()) << result.output;
-    EXPECT_EQ(run.at("passed"), true);
-    EXPECT_TRUE(hasDevice(run.at("device"), "br0"));
-    EXPECT_FALSE(hasDevice(run.at("device"), "br3"));
-}
-
 TEST(Tool, ExpectationThatFailsShowsBothSidesAndEndsWithCodeOne) {
     const ScratchDirectory scratch;
     scratch.write("wrong.json", R"({"title": "t", "steps": [
@@ -162,16 +152,6 @@ TEST(Tool, InfoTellsWhatTheHalReportsOfTheBoardThatAScenarioSetsUp) {
 }
 
 // ---- exec ----
-
-TEST(Exec, DaemonThatKnowsNothingOfTheVirtualOnuProvisionsIt) {
-    const ScratchDirectory scratch;
-    const ProgramResult result = runProgram(
-        {kTool, "exec", "--json", scratch.file("state.json"), "--trace", scratch.file("trace.txt"), "--", kDaemon});
-    EXPECT_EQ(result.code, 0) << result.output;
-    expectHas(result.output, {"daemon: the service is up", "push VID 100, p-bits 0"});
-    EXPECT_TRUE(hasDevice(readJson(scratch.file("state.json")), "sid1.3"));
-    expectHas(contentOf(scratch.file("trace.txt")), {"gponCtl_configGemPort("});
-}
 
 TEST(Exec, StateOfADaemonBehindAShellThatIsKilledIsKept) {
     const ScratchDirectory scratch;
