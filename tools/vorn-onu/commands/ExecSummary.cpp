@@ -11,7 +11,6 @@
 #include "running/io/Files.h"
 #include "running/io/Output.h"
 #include "running/io/Words.h"
-#include "running/scenario/fields/Field.h"
 #include "views/Capture.h"
 #include "views/DeviceReport.h"
 #include "views/Report.h"

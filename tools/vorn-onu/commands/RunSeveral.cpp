@@ -21,15 +21,11 @@
 
 namespace vorn_onu {
 
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(ScenarioResult, file, title, problem, isBadInput, steps, failures, seconds)
+
 namespace {
 
 // ---- a scenario in a process of its own; its result comes back in a file without a name ----
-
-std::string resultText(const ScenarioResult& result) {
-    const nlohmann::json json = {{"title", result.title}, {"problem", result.problem},   {"bad", result.isBadInput},
-                                 {"steps", result.steps}, {"failures", result.failures}, {"seconds", result.seconds}};
-    return json.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
-}
 
 void readInto(ScenarioResult& result, std::FILE* file) {
     std::string text;
@@ -38,13 +34,7 @@ void readInto(ScenarioResult& result, std::FILE* file) {
     for (std::size_t count = 0; (count = std::fread(buffer.data(), 1, buffer.size(), file)) > 0;)
         text.append(buffer.data(), count);
     const nlohmann::json json = nlohmann::json::parse(text, nullptr, false);
-    if (json.is_discarded()) return;
-    json.at("title").get_to(result.title);
-    json.at("problem").get_to(result.problem);
-    json.at("bad").get_to(result.isBadInput);
-    json.at("steps").get_to(result.steps);
-    json.at("failures").get_to(result.failures);
-    json.at("seconds").get_to(result.seconds);
+    if (!json.is_discarded()) json.get_to(result);
 }
 
 struct Running {
@@ -54,7 +44,8 @@ struct Running {
 
 [[noreturn]] void runAndLeave(const RunCommand& command, const std::string& name, const Terminal& terminal,
                               std::FILE* file) {
-    const std::string text = resultText(runUnseen(command, name, terminal));
+    const nlohmann::json result = runUnseen(command, name, terminal);
+    const std::string text = result.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
     const bool written = std::fputs(text.c_str(), file) >= 0 && std::fflush(file) == 0;
     _exit(written ? 0 : 1);  // the HAL's threads must not meet what exit() destroys
 }

@@ -4,7 +4,7 @@
 #include <cctype>
 #include <stdexcept>
 
-#include "running/scenario/fields/Field.h"
+#include "running/io/Words.h"
 
 namespace vorn_onu {
 

@@ -3,6 +3,7 @@
 #define VORN_ONU_WORDS_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,10 @@ inline std::string joined(const std::vector<std::string>& words, const std::stri
 inline std::string counted(std::size_t count, const std::string& noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
+
+// "0a1b", and the bytes of such digits; an odd last one is left.
+std::string hexText(const std::string& bytes);
+std::vector<std::uint8_t> bytesOfDigits(const std::string& digits);
 
 // "gpon#.#" of gpon7.7 and gpon15.15 alike.
 inline std::string withoutNumbers(const std::string& text) {

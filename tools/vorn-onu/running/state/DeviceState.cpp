@@ -8,10 +8,14 @@
 
 #include "StateJson.h"
 #include "running/io/Printed.h"
+#include "running/io/Words.h"
 #include "running/state/FaultWords.h"
 #include "running/state/MessageText.h"
 
 namespace vorn_onu {
+
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(TapState, port, interface, linkUp, framesIn, framesOut, octetsIn, octetsOut, dropped,
+                                   lastDrop, elsewhere, lastElsewhere, lostIn, lostOut)
 
 namespace {
 
@@ -25,13 +29,6 @@ bool answersNoStatus(const std::string& name, long result) {
     return name == "devCtl_getBootedImagePartition" || name == "cmsPsp_get" || name == "cmsMsg_receiveWithTimeout" ||
            (name == "gponCtl_configGemPort" && result == kGemPortExists) ||
            (name == "gponCtl_getGemPort" && result == kNoSuchGemPort);
-}
-
-std::vector<std::uint8_t> bytesOf(const std::string& hex) {
-    std::vector<std::uint8_t> bytes;
-    for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
-        bytes.push_back(static_cast<std::uint8_t>(std::stoul(hex.substr(i, 2), nullptr, 16)));
-    return bytes;
 }
 
 template <typename Record>
@@ -70,21 +67,8 @@ TableState tableOf(const json& j) {
 }
 
 TapState tapOf(const json& j) {
-    TapState tap;
-    j.at("port").get_to(tap.port);
-    j.at("interface").get_to(tap.interface);
+    auto tap = j.get<TapState>();
     if (const auto netns = j.at("netns").get<std::string>(); !netns.empty()) tap.interface += " in " + netns;
-    j.at("linkUp").get_to(tap.linkUp);
-    j.at("framesIn").get_to(tap.framesIn);
-    j.at("framesOut").get_to(tap.framesOut);
-    j.at("octetsIn").get_to(tap.octetsIn);
-    j.at("octetsOut").get_to(tap.octetsOut);
-    j.at("dropped").get_to(tap.dropped);
-    j.at("lastDrop").get_to(tap.lastDrop);
-    j.at("elsewhere").get_to(tap.elsewhere);
-    j.at("lastElsewhere").get_to(tap.lastElsewhere);
-    j.at("lostIn").get_to(tap.lostIn);
-    j.at("lostOut").get_to(tap.lostOut);
     return tap;
 }
 
@@ -94,8 +78,8 @@ void readRest(const json& state, DeviceState& result) {
     state.at("runner").at("ingressQueue").at("keys").get_to(result.ingressKeys);
     state.at("bus").at("persistent").get_to(result.persistent);
     for (const json& message : state.at("bus").at("sent"))
-        result.messages.push_back(
-            messageText(message.at("type").get<std::uint32_t>(), bytesOf(message.at("payload").get<std::string>())));
+        result.messages.push_back(messageText(message.at("type").get<std::uint32_t>(),
+                                              bytesOfDigits(message.at("payload").get<std::string>())));
     for (const json& command : state.at("shell").at("commands"))
         if (!command.at("understood").get<bool>())
             result.strangeCommands.push_back(command.at("text").get<std::string>());

@@ -235,23 +235,6 @@ std::vector<std::uint8_t> bytesOf(const Json& value) {
     return bytesOfDigits(digits);
 }
 
-std::vector<std::uint8_t> bytesOfDigits(const std::string& digits) {
-    std::vector<std::uint8_t> bytes;
-    for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
-        bytes.push_back(static_cast<std::uint8_t>(std::stoul(digits.substr(i, 2), nullptr, 16)));
-    return bytes;
-}
-
-std::string hexText(const std::string& bytes) {
-    std::string text;
-    for (const char byte : bytes) {
-        std::array<char, 4> digits{};
-        std::snprintf(digits.data(), digits.size(), "%02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
-        text += digits.data();
-    }
-    return text;
-}
-
 void fill(void* record, const std::vector<Field>& fields, const Json& given) {
     checkKeys(given, namesOf(fields));
     for (const Field& field : fields) {

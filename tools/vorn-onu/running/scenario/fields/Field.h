@@ -127,8 +127,6 @@ Json pbitMapSchema();
 
 // Bytes written as hex text, blanks and colons allowed between them.
 std::vector<std::uint8_t> bytesOf(const Json& value);
-std::vector<std::uint8_t> bytesOfDigits(const std::string& digits);  // hexadecimal digits only; an odd last one is left
-std::string hexText(const std::string& bytes);
 
 // Fills a record from the fields that a step gives: fallbacks first, then the given values. Throws for unknown, missing
 // and wrong fields.
