@@ -1,5 +1,6 @@
 """A copy of the project with faults in it, and its build."""
 
+import json
 import os
 import random
 import re
@@ -27,10 +28,13 @@ class Copy:
     def __init__(self, source_dir, work_dir, jobs):
         self.source_dir, self.tree, self.jobs = source_dir, work_dir / "tree", jobs
         self.build_dir = self.tree / "build" / "dev"
+        self.refused = work_dir / "refused.json"  # faults that have not compiled
 
     def build(self, numbered, programs):
         """Builds all, or PROGRAMS, with those of the faults NUMBERED that compile, and answers them."""
-        self._write({})
+        refused = set(map(tuple, json.loads(self.refused.read_text()))) if self.refused.is_file() else set()
+        numbered = {number: fault for number, fault in numbered.items() if fault.key() not in refused}
+        self._write(numbered)
         header = self.tree / "tests" / "mutants" / "mutant.h"
         flags = f"-include {header} -Werror=vla -fmax-errors=0 -fdiagnostics-color=never"
         self._run(["cmake", "--preset", "dev", "-DVORN_WERROR=OFF", f"-DCMAKE_CXX_FLAGS={flags}"])
@@ -45,6 +49,8 @@ class Copy:
             left = {number: fault for number, fault in numbered.items() if not fault.is_on(lines)}
             if len(left) == len(numbered):
                 raise SystemExit(f"It does not build, for another reason:\n{output[-6000:]}")
+            refused |= {fault.key() for number, fault in numbered.items() if number not in left}
+            self.refused.write_text(json.dumps(sorted(refused)))
             numbered = left
 
     def _write(self, numbered):

@@ -47,8 +47,9 @@ def passes(test, limit, **environment):
     """Whether TEST ends well within LIMIT seconds. Nothing that it has started lives on."""
     with tempfile.TemporaryDirectory() as folder:
         mark = f"VORN_MUTANT_TRIAL={folder}"
-        process = subprocess.Popen(test.command, cwd=test.folder, start_new_session=True, stdin=subprocess.DEVNULL,
-                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+        # A shell leads the session: the library wants to begin one of its own, which a leader cannot.
+        process = subprocess.Popen(["sh", "-c", '"$@"; exit $?', "sh", *test.command], cwd=test.folder, start_new_session=True,
+                                   stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
                                    env={**os.environ, **test.environment, **environment, "TMPDIR": folder,
                                         "VORN_MUTANT_TRIAL": folder})
         try:
