@@ -220,6 +220,11 @@ TEST_F(AniRules, AnUnknownTrafficModelTouchesNothing) {
               "EtherSwitchBcm380::configureAniTagRules through TMB-->TME-->SME-->SEBCM380"
               "Invalid trafficModel:7 received");
     EXPECT_EQ(engine().configureAniTagRules(nullptr), 0);
+    VlanTciFilterInfo_t filters{};
+    engine().getTagFilters(nullptr, 2, &filters);
+    EXPECT_EQ(filters.entries, nullptr);
+    char device[] = "gpon3", vlan[] = "gpon3.3";
+    engine().insertAniFilterTagRules(nullptr, kReceive, kGemIndex, device, vlan, 0);
     EXPECT_TRUE(onu().traceTexts(virtual_onu::CallKind::Platform).empty());
 }
 
@@ -266,6 +271,8 @@ TEST_F(AniRules, ARepeatedServiceKeepsTheFirstGemIndexAndItsCatchAll) {
     std::uint16_t index = 0;
     EXPECT_EQ(printedBy([&] { EXPECT_TRUE(engine().getGemIdxFromGemPortMapEntry(kGemPort, &index)); }),
               "GemPort:1000 configured GemIndex:7");
+    EXPECT_EQ(printedBy([&] { EXPECT_FALSE(engine().insertGemPortMapEntry(kGemPort, 9)); }),
+              "Already exists GemPort:1000 with GemIndex:9");
     EXPECT_EQ(onu().ruleTexts("gpon3", kTransmit, 1),
               (Lines{"txdev=gpon3.3", "txdev=gpon3.3 vid0=100 | mark-gem:=7 mark-queue:=2 drop",
                      "txdev=gpon3.3 vid0=100 | mark-gem:=9 mark-queue:=2 drop"}));

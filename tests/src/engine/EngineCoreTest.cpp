@@ -99,6 +99,10 @@ TEST_F(EngineCore, ShellCommandsAreLoggedBeforeTheyRun) {
     EXPECT_FALSE(onu().device("sid0")->ipv6Disabled);
     EXPECT_EQ(engine.disableIPv6("sid0"), 0);
     EXPECT_TRUE(onu().device("sid0")->ipv6Disabled);
+    onu().clearTrace();
+    for (const char* name : {static_cast<const char*>(nullptr), "", "sid0; reboot", "$(reboot)", "../sid0", "sid0\n"})
+        engine.disableIPv6(name);
+    EXPECT_EQ(onu().traceTexts(), std::vector<std::string>{}) << "not a word of it reaches a shell";
 }
 
 TEST_F(EngineCore, FieldsOfAHalfWordAreCutByTopBitAndWidth) {

@@ -160,17 +160,19 @@ TEST_F(IpHost, TakesItsRunnerAndQueueSettingsAlongWhenItIsTheLast) {
 
 TEST_F(IpHost, EndsOnlyADhcpClientOnRemoval) {
     struct Case {
+        int pid;
         const char* process;
         std::vector<int> killed;
     };
     const auto rec = record();
     // The client of another device whose name begins alike may come first in the list, on a line of any length.
-    for (const Case& c : {Case{"ping -I br3.2 10.0.0.1", {}}, Case{"dhcpc -i br3.2 -B -l 3600", {124}}}) {
+    const char* const client = "dhcpc -i br3.2 -B -l 3600";
+    for (const Case& c : {Case{124, "ping -I br3.2 10.0.0.1", {}}, Case{124, client, {124}}, Case{0, client, {}}}) {
         onu().reset();
         onu().addProcess(122, "dhcpc -i br3.20 -B -l 3600");
         onu().addProcess(123, "dhcpc -i br3.21 " + std::string(1500, 'x') + " br3.21");
-        onu().addProcess(124, c.process);
-        onu().addProcess(125, "dhcpc -i br3.2 -B -l 3600");
+        onu().addProcess(c.pid, c.process);
+        onu().addProcess(125, client);
         const std::string printed = printedBy([&] { engine().deprovisionIpHost(&rec); });
         EXPECT_EQ(onu().killedProcesses(), c.killed) << c.process;
         EXPECT_EQ(printed.find("killing process pid=124") != std::string::npos, !c.killed.empty());
@@ -213,16 +215,21 @@ TEST_F(IpHost, RefusesTextsThatAShellWouldReadAndChangesNothing) {
     EXPECT_EQ(EtherSwitchBcm380::numServices, 0);
 }
 
-TEST_F(IpHost, SendsNoFrameFromADeviceThatIsMissing) {
+TEST_F(IpHost, SendsOneArpRequestAndNoneFromADeviceThatIsMissing) {
     const unsigned char mac[6] = {0, 1, 2, 3, 4, 5};
     engine().sendArp("br9.9", "10.0.0.5", "10.0.0.1", mac);
     onu().failNext("bind", 1, 13);
     engine().sendArp("br3", "10.0.0.5", "10.0.0.1", mac);
     EXPECT_TRUE(onu().packetFrames().empty());
+    engine().sendArp("br3", "10.0.0.5", "10.0.0.1", mac);
     engine().sendArp("br3", "", nullptr, mac);
-    ASSERT_EQ(onu().packetFrames().size(), 1u);
-    const auto frame = onu().packetFrames()[0];
-    EXPECT_TRUE(std::all_of(frame.begin() + 28, frame.end(), [](std::uint8_t byte) { return byte == 0; }));
+    std::vector<std::uint8_t> request = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0, 1, 2, 3, 4,  5, 8, 6,
+                                         0,    1,    8,    0,    6,    4,    0, 1, 0, 1, 2,  3, 4, 5,
+                                         10,   0,    0,    5,    0,    0,    0, 0, 0, 0, 10, 0, 0, 1};
+    request.resize(60);
+    std::vector<std::uint8_t> withoutAddresses = request;
+    std::fill(withoutAddresses.begin() + 28, withoutAddresses.end(), std::uint8_t{0});
+    EXPECT_EQ(onu().packetFrames(), (std::vector<std::vector<std::uint8_t>>{request, withoutAddresses}));
 }
 
 }  // namespace

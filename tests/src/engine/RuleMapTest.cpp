@@ -48,6 +48,11 @@ TEST_F(RuleMap, ARuleThatVlanctlRefusedIsNotRecorded) {
               "Invalid rule[VLANCTL_DONT_CARE] received!!! ifName=sid0, phyId=1, dir=0, nbrOfTags=2, tagRuleId=-1, "
               "etherType:3");
     EXPECT_FALSE(engine().insertVlanRuleMapEntry("sid0", 1, 0, 2, VLANCTL_DONT_CARE));
+    for (int missing = 0; missing < 3; ++missing)
+        EXPECT_FALSE(engine().insertVlanRuleMapEntry(missing == 0 ? nullptr : "sid0", 1, 0, 2,
+                                                     missing == 1 ? nullptr : &kOuter, missing == 2 ? nullptr : &kInner,
+                                                     7, ETHERTYPE_FILTER_ARP))
+            << missing;
     EXPECT_EQ(entry(), nullptr);
 }
 

@@ -66,7 +66,8 @@ using Lines = std::vector<std::string>;
 constexpr const char* kClosing = "veip0 gem 100/7 pbits -2 vlan -2 type 0 down";
 
 TEST_F(Veip, GetsAFurtherSetOfRulesOnASecondCall) {
-    engine().createVeipTagRules(OMCI_MF_MODEL_N_MAP_FILTER, kBridge);
+    const auto printed = printedBy([] { engine().createVeipTagRules(OMCI_MF_MODEL_N_MAP_FILTER, kBridge); });
+    EXPECT_TRUE(contains(printed, "\nNumber of Entries are zero")) << printed;
     engine().createVeipTagRules(OMCI_MF_MODEL_N_MAP_FILTER, kBridge);
     EXPECT_EQ(recordedRules().size(), 16u);
     EXPECT_EQ(onu().ruleTexts("gpon0.0", kReceive, 3), (Lines{"rxdev=veip0", "rxdev=veip0"}));
@@ -141,7 +142,9 @@ TEST_F(Veip, StandsInPlaceOfItsBridgeAndGoesWithItsLastService) {
     onu().addDevice("veip0.1", "veip0");
     told();
     engine().setOmciAction(15);
-    EXPECT_EQ(remove(2, "6064B0C8"), 0);
+    const auto printed = printedBy([&] { EXPECT_EQ(remove(2, "6064B0C8"), 0); });
+    EXPECT_TRUE(contains(printed, "===> rutRule_teardownVeipVlanInterface, devIfc=gpon0.0, vlanIfc=veip0\n"))
+        << printed;
     EXPECT_EQ(told(), (Lines{"veip0 gem 100/7 pbits 5 vlan 200 type 0 down", kClosing}));
     EXPECT_EQ(onu().sentMessages().back().type, 0x10002250u);
     EXPECT_FALSE(onu().deviceExists("veip0") || onu().deviceExists("veip0.1"));

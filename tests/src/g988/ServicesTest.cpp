@@ -85,6 +85,10 @@ TEST_F(ServicesTest, DeletedRowsComeBack) {
     Frame session;
     session.etherType = 0x8864;
     EXPECT_EQ(up(session), "GEM 1000 queue 5: VID 321 p5, PPPoE session");
+    auto almost = deletion(pppoe);  // not all ones: a row that discards
+    almost.innerTreatmentVlanId = 321;
+    ASSERT_TRUE(made.setUni(almost).done);
+    EXPECT_EQ(up(session), "");
     ASSERT_TRUE(made.setUni(deletion(pppoe)).done);
     EXPECT_EQ(up(session), "GEM 1000 queue 0: VID 321 p0, PPPoE session");
 }
