@@ -42,7 +42,7 @@ class Copy:
             planted = self._write(numbered)
             numbered = {number: fault for number, fault in numbered.items() if number in planted}
             output = self._run(["cmake", "--build", str(self.build_dir), f"-j{self.jobs}", "--target", *programs, "--", "-k", "0"],
-                               mayFail=True)
+                               may_fail=True)
             if output is None:
                 return numbered
             lines = self._wrong_lines(output)
@@ -78,11 +78,11 @@ class Copy:
                 path.unlink()
         return planted
 
-    def _run(self, command, mayFail=False):
+    def _run(self, command, may_fail=False):
         """None, or what it printed when it failed. Not through the compiler cache: what is in it would be of no use to others."""
         done = subprocess.run(command, cwd=self.tree, env={**os.environ, "CCACHE_DISABLE": "1"}, stdout=subprocess.PIPE,
                               stderr=subprocess.STDOUT, text=True)
-        if done.returncode != 0 and not mayFail:
+        if done.returncode != 0 and not may_fail:
             raise SystemExit(f"{shlex.join(command)} failed:\n{done.stdout[-6000:]}")
         return done.stdout if done.returncode != 0 else None
 

@@ -1,4 +1,4 @@
-// Included in front of every source of the build with mutants (-include): which fault is in force, and which are reached.
+// Included in front of every source of the build with mutants (-include): which fault is in force, which are reached.
 //   VORN_MUTANT=7              the seventh fault; none without it
 //   VORN_MUTANTS_REACHED=FILE  a byte for each fault, set when a process comes by; FILE is large enough already
 // Plain system calls: the C library's functions may be the virtual ONU's.

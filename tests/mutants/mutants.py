@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Plants small faults in a copy of the sources, one build for all of them, and tells which of them no test sees.
 
-    mutants.py SOURCE_DIR WORK_DIR [FOLDER] [COUNT] [--seed N] [--jobs N]
+    mutants.py SOURCE_DIR WORK_DIR [FOLDER] [COUNT] [--seed N] [--jobs N] [--programs A,B] [--only N,M]
 
 Exit codes: 0 in each folder at least 85 % are seen, those that change nothing (equivalent.txt) left out; 1 fewer are;
 2 bad arguments.
