@@ -14,7 +14,7 @@ nlohmann::json forwarding_tests::Forwarding::serving() {
     nlohmann::json kept;
     std::multiset<std::string> rules;
     for (const auto& device : json["network"]["devices"]) {
-        auto& one = kept["devices"][device["name"].get<std::string>()] = {device["master"]};
+        auto& one = kept["devices"][device["name"].get<std::string>()] = nlohmann::json::array({device["master"]});
         const bool isMade = device["isBridge"] == true || device["realDevice"] != "";
         if (isMade) one.push_back(device["up"]);  // a LAN port that has been up stays so
     }
