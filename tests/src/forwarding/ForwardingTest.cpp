@@ -35,8 +35,9 @@ nlohmann::json forwarding_tests::Forwarding::serving() {
 }
 
 nlohmann::json forwarding_tests::Forwarding::defaults() {
+    const nlohmann::json json = onu().toJson();
     nlohmann::json kept;
-    for (const auto& table : onu().toJson()["vlan"]["tables"])
+    for (const auto& table : json["vlan"]["tables"])
         kept[table["device"].dump() + table["direction"].dump() + table["tags"].dump()] = table["default"];
     return kept;
 }
