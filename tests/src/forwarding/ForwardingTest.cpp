@@ -38,7 +38,8 @@ nlohmann::json forwarding_tests::Forwarding::defaults() {
     const nlohmann::json json = onu().toJson();
     nlohmann::json kept;
     for (const auto& table : json["vlan"]["tables"])
-        kept[table["device"].dump() + table["direction"].dump() + table["tags"].dump()] = table["default"];
+        kept[table["device"].dump() + table["direction"].dump() + table["tags"].dump()] =
+            table.value("default", nlohmann::json());
     return kept;
 }
 
