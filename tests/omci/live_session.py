@@ -363,7 +363,7 @@ class Endurance(Living):
     def test_memory_stays_and_answers_are_not_kept_waiting(self):
         count = int(os.environ.get("VORN_OMCI_MESSAGES", "6000"))
         self.olt.provision()
-        self.exchange(max(count // 10, 3000))
+        self.exchange(max(count // 10, 15000))  # until the state that is written is as large as it gets
         early = self.resident()
         took = sorted(self.exchange(count))
         late = self.resident()
