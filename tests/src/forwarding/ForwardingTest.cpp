@@ -154,6 +154,10 @@ std::function<int(VornHal&)> badRow(Change change) {
     change(record);
     return asks(&VornHal::vorn_omci_hal_filter_flow_add, record);
 }
+UniDataProvisioning withEtherType(UniDataProvisioning record, std::uint16_t etherType) {
+    record.etherType = etherType;
+    return record;
+}
 template <typename Change>
 std::function<int(VornHal&)> badPonPort(Change change) {
     auto record = service();
@@ -175,11 +179,19 @@ TEST_F(ForwardedServices, BadInputChangesNothing) {
         {"treatment's VID", badRow([](Row& row) { row.innerTreatmentVlanId = 4098; }), "treatment has a reserved code"},
         {"treatment's TPID", badRow([](Row& row) { row.innerTreatmentTpidDe = 260; }), "treatment has a reserved code"},
         {"tags to remove", badRow([](Row& row) { row.removeType = 256; }), "removes more than two tags"},
+        {"EtherType", badRow([](Row& row) { row.etherType = 9; }), "no such EtherType"},
+        {"filtered tags", badRow([](Row& row) { row.filterType = 7; }), "filters no more than two tags"},
+        {"deleted row's EtherType",
+         asks(&VornHal::vorn_omci_hal_filter_flow_add, withEtherType(deletion(row(true)), 7)), "no such EtherType"},
         {"downstream mode", badRow([](Row& row) { row.downstreamMode = 264; }), "downstream mode"},
         {"GEM port", badPonPort([](Pon& port) {
              port.pbitMap[5] = {77, 0};
          }),
          "GEM port is not known"},
+        {"queue", badPonPort([](Pon& port) {
+             port.pbitMap[0] = {kGemPort, 8};
+         }),
+         "queue above 7"},
         {"forward operation", badPonPort([](Pon& port) { port.forwardOperation = 0x22; }), "forward operation"},
         {"list", badPonPort([](Pon& port) { port.vlanTciFilterList[1] = 'x'; }), "list of its filter"},
         {"entries", badPonPort([](Pon& port) { port.numberOfEntries = 13; }), "list of its filter"},
@@ -202,6 +214,10 @@ TEST_F(ForwardedServices, BadInputChangesNothing) {
         EXPECT_TRUE(at != std::string::npos && printed.find(one.said, at) != std::string::npos) << printed;
         EXPECT_EQ(serving(), before) << one.name;
     }
+    auto ofHost = tagging(20, 100);
+    ofHost.uniPort = 5;
+    EXPECT_EQ(ask(daemon(), ofHost), 0) << "an IP host has no rows";
+    EXPECT_EQ(serving(), before);
     EXPECT_EQ(ask(daemon(), tagging(20, 100)), 0) << "nothing of them is in the way";
 }
 

@@ -61,6 +61,8 @@ const char* mistakeOf(const PonPort& port) {
     if (port.filter.forwardOperation > kLastForwardOperation) return "there is no such forward operation";
     if (port.filter.list.size() > kMaxFilterEntries) return "its filter has more than 12 entries";
     if (port.mapper.defaultPbits >= port.mapper.places.size()) return "its default p-bits are above 7";
+    for (const auto& place : port.mapper.places)
+        if (place && place->queue > kLastQueue) return "its p-bit map names a queue above 7";
     return nullptr;
 }
 

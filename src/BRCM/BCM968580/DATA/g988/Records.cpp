@@ -10,6 +10,7 @@ namespace g988 {
 namespace {
 
 constexpr std::uint16_t kNoGemPort = 65535, kUnusedGemPort = 4095;
+constexpr std::uint16_t kLastFilterType = 2;  // tags that a row filters
 constexpr std::uint8_t kIgmp = 2;
 constexpr std::uint8_t kAllOnesTpid = 7, kAllOnesPbits = 15;
 constexpr std::uint16_t kAllOnesVid = 8191;                                // of a 13-bit field
@@ -23,10 +24,12 @@ std::uint8_t narrow(std::uint16_t number) {
 }
 
 // The record's codes differ from the standard's: PPPoE discovery stands for both, the session has a code of its own.
+constexpr EtherTypes kEtherTypeCodes[] = {EtherTypes::Any,  EtherTypes::Ipv4,         EtherTypes::Pppoe,
+                                          EtherTypes::Arp,  EtherTypes::PppoeSession, EtherTypes::Ipv6,
+                                          EtherTypes::Eapol};
+
 EtherTypes etherTypesOfCode(std::uint16_t code) {
-    constexpr EtherTypes kCodes[] = {EtherTypes::Any,          EtherTypes::Ipv4, EtherTypes::Pppoe, EtherTypes::Arp,
-                                     EtherTypes::PppoeSession, EtherTypes::Ipv6, EtherTypes::Eapol};
-    return code < std::size(kCodes) ? kCodes[code] : EtherTypes::Any;
+    return code < std::size(kEtherTypeCodes) ? kEtherTypeCodes[code] : EtherTypes::Any;
 }
 
 std::uint16_t tpidOf(std::uint16_t tpid) {
@@ -85,6 +88,12 @@ TaggingRow rowOf(const UniDataProvisioning& record) {
     row.innerTreatment = {record.innerTreatmentPrio, record.innerTreatmentVlanId, narrow(record.innerTreatmentTpidDe)};
     row.bridge = record.bridgeId;
     return row;
+}
+
+const char* unknownCode(const UniDataProvisioning& record) {
+    if (record.etherType >= std::size(kEtherTypeCodes)) return "there is no such EtherType code";
+    if (record.filterType > kLastFilterType) return "a row filters no more than two tags";
+    return nullptr;
 }
 
 bool deletesRow(const UniDataProvisioning& record) {

@@ -14,6 +14,9 @@
 namespace g988 {
 
 TaggingRow rowOf(const UniDataProvisioning& record);
+// Why the record describes no row, although rowOf() makes one: a row for any EtherType or for untagged frames would
+// take the place of the port's own. Null for a record that does.
+const char* unknownCode(const UniDataProvisioning& record);
 // G.988 deletes a row with treatment words of all ones.
 bool deletesRow(const UniDataProvisioning& record);
 // TPIDs and downstream mode of the record; a TPID of 0 is 0x8100.

@@ -85,7 +85,10 @@ Outcome Services::setUni(const UniDataProvisioning& record, const Prepare& prepa
     if (record.uniPort == 0) return {false, "there is no UNI port 0"};
     if (record.uniPort > kLastEthernetPort) return {true, ""};
     const auto number = static_cast<std::uint16_t>(record.uniPort - 1);
-    if (deletesRow(record)) {
+    const bool deletes = deletesRow(record);
+    const char* const mistake = deletes || record.hasTagRules != 0 ? unknownCode(record) : nullptr;
+    if (mistake != nullptr) return {false, "row of " + uniDevice(number) + ": " + mistake};
+    if (deletes) {
         return change([&](Asked& asked) {
             const auto found = asked.tables.uniPorts.find(number);
             if (found != asked.tables.uniPorts.end() && found->second.tagging)

@@ -49,7 +49,8 @@ public:
 
     // A record of filter_flow_add with addFlag set; uniPort n, from 1, is "sid" + (n - 1). Sets or deletes a row, or,
     // with hasTagRules 0, takes the port's table away, so that everything passes. Deleting what is not there is no
-    // error. Ports above 4 have no rules: done, and nothing happens.
+    // error. Refused: an EtherType code above 6, more than two tags. Ports above 4 are IP hosts, which have no rows:
+    // done, and nothing happens.
     Outcome setUni(const UniDataProvisioning& record, const Prepare& prepare = nullptr);
     // The port leaves the bridge, and rows for it go; its last bridge takes the port's table along.
     Outcome removeUni(std::uint16_t uniPort, std::uint16_t bridge);

@@ -31,10 +31,12 @@ struct VlanFilter {
     std::vector<FilterTci> list;        // at most kMaxFilterEntries
 };
 
+constexpr std::uint16_t kLastQueue = 7;
+
 // Where an upstream frame leaves: the kit's index of a GEM port and a queue of its T-CONT.
 struct GemPlace {
     std::uint16_t gemIndex = 0;
-    std::uint16_t queue = 0;
+    std::uint16_t queue = 0;  // 0..kLastQueue
     bool operator==(const GemPlace& other) const { return gemIndex == other.gemIndex && queue == other.queue; }
     bool operator!=(const GemPlace& other) const { return !(*this == other); }
 };
