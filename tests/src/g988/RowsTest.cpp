@@ -153,6 +153,19 @@ TEST_F(Tagging, PortsWithoutRowsPassEverything) {
     }
 }
 
+// Each table names its own two TPIDs, whichever they are.
+TEST_F(Tagging, TpidsAreThoseOfTheTable) {
+    constexpr std::uint16_t kInput = 0x9100, kOutput = 0x9200;
+    g988::TaggingTable table = tableOf({"F8000000 80325000 400F0000 00080A0E"});  // VID 100 to 321, p-bits kept
+    table.inputTpid = kInput;
+    table.outputTpid = kOutput;
+    carryOut(g988::planOf(tablesWith(table)));
+    EXPECT_EQ(goesUp(frame({tag(100, 3, kInput)})), "VID 321 p3 TPID 0x9200, IPv4");
+    EXPECT_EQ(goesUp(frame({tag(100, 3)})), "VID 100 p3, IPv4") << "a default row";
+    EXPECT_EQ(comesDown(frame({tag(321, 3, kOutput)})), "VID 100 p3 TPID 0x9100, IPv4");
+    EXPECT_EQ(comesDown(frame({tag(321, 3)})), "") << "no row has written it";
+}
+
 TEST_F(Tagging, DeletedDefaultRowDrops) {
     g988::TaggingTable table = tableOf({k100To321});
     EXPECT_TRUE(table.erase(rowOf("F8000000 E8000000 00000000 00000000")));
@@ -220,6 +233,11 @@ INSTANTIATE_TEST_SUITE_P(
                 "12 entries"},
         Refused{"DefaultPbits", "", [](g988::Tables& tables) { tables.bridges[1][0].mapper.defaultPbits = 8; },
                 "default p-bits"},
+        Refused{"Queue", "",
+                [](g988::Tables& tables) {
+                    tables.bridges[1][0].mapper.places[3] = g988::GemPlace{10, 8};
+                },
+                "queue above 7"},
         Refused{"UnmarkedByDscp", "",
                 [](g988::Tables& tables) {
                     tables.bridges[1][0].mapper.unmarked = g988::PbitMapper::Unmarked::FromDscp;
