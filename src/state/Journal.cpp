@@ -257,6 +257,11 @@ void Journal::write(RecordKind kind, std::string_view content) {
     if (kind == RecordKind::Commit && !file_.isInPlace()) lose("is no longer in its place");
 }
 
+bool Journal::isKeptInPlace() {
+    if (!failed_ && !file_.isHad()) lose("is no longer in its place");
+    return isKept();
+}
+
 // After a restart a state that is out of date would be believed.
 void Journal::lose(const char* why) {
     if (failed_) return;

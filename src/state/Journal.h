@@ -47,6 +47,8 @@ public:
     const std::vector<UnfinishedStep>& unfinished() const { return unfinished_; }
     // Whether changes go into the file; if not, the reason has been told.
     bool isKept() const { return !failed_; }
+    // Looks: a file that has been moved, removed or replaced is given up.
+    bool isKeptInPlace();
     // Who is told what becomes of the file, beside a printed line.
     void setTell(void (*tell)(const std::string& what)) { tell_ = tell; }
     // The map whose keys begin with this byte.

@@ -277,10 +277,13 @@ bool StateFile::isInPlace() const {
     return directory_.isOurs() && isNamed(directory_.get(), name_, file_.id());
 }
 
+bool StateFile::isHad() {
+    return (isHeld() || regain()) && (isInPlace() || regain());
+}
+
 bool StateFile::replace(const std::vector<Record>& records, std::string* problem) {
     const std::string beside = name_ + ".new";
-    if (!isHeld() && !regain()) return *problem = kLost, false;
-    if (!isInPlace() && !regain()) return *problem = kLost, false;
+    if (!isHad()) return *problem = kLost, false;
     {
         // One that is locked is being written at this moment, by whoever believes the state to be its own.
         const Descriptor left = openOwnFile(directory_.get(), beside, problem);

@@ -58,6 +58,9 @@ public:
     // Takes the file away, or what it holds: it no longer tells the truth. Nothing when it is another process's.
     void discard();
 
+    // Whether the lock is had and the name still means the file. Opens it again for a daemon that has closed all
+    // descriptors.
+    bool isHad();
     // Whether the name still means the file.
     bool isInPlace() const;
     std::size_t size() const { return size_; }

@@ -173,17 +173,29 @@ TEST_F(Restart, TheVariableOpensTheFile) {
 
 // What else may happen to a file: OwnerTest.cpp.
 TEST_F(Restart, AFileThatIsLostIsToldInTheLogAndNoLongerCounted) {
-    Daemon daemon(folder_);
-    ASSERT_EQ(daemon.open(state()), 0);
-    make(daemon, 0, 2);
-    EXPECT_GT(daemon.open(state()), 0);
-    fs::remove(state());
-    onu().clearTrace();
-    make(daemon, 2, 3);
-    EXPECT_TRUE(saidThat("hal.state: is no longer in its place, and is given up"));
-    EXPECT_EQ(daemon.open(state()), -1);
-    EXPECT_TRUE(saidThat("was given up while it was in use"));
-    EXPECT_TRUE(onu().bridge("br3")) << "it goes on without";
+    const struct {
+        const char* what;
+        std::function<void()> lose;
+        bool opensAtOnce;  // before the next operation
+    } cases[] = {{"removed", [&] { fs::remove(state()); }, false},
+                 {"removed, opened at once", [&] { fs::remove(state()); }, true},
+                 {"renamed, opened at once", [&] { fs::rename(state(), folder_.path("aside")); }, true}};
+    for (const auto& one : cases) {
+        SCOPED_TRACE(one.what);
+        startOver();
+        Daemon daemon(folder_);
+        ASSERT_EQ(daemon.open(state()), 0);
+        make(daemon, 0, 2);
+        EXPECT_GT(daemon.open(state()), 0);
+        one.lose();
+        onu().clearTrace();
+        if (!one.opensAtOnce) make(daemon, 2, 3);
+        EXPECT_EQ(daemon.open(state()), -1);
+        EXPECT_TRUE(saidThat("hal.state: is no longer in its place, and is given up"));
+        EXPECT_TRUE(saidThat("was given up while it was in use"));
+        make(daemon, 2, 3);
+        EXPECT_TRUE(onu().bridge("br3")) << "it goes on without";
+    }
 }
 
 // ---- cleaning ----

@@ -109,8 +109,8 @@ int refuse(const char* path, const std::string& problem) {
 
 int openState(const char* path) {
     if (path == nullptr || *path == '\0') return refuse("", "no path");
-    if (const state::Journal* const open = state::journal()) {
-        if (openPath() == path && !open->isKept()) return refuse(path, "was given up while it was in use");
+    if (state::Journal* const open = state::journal()) {
+        if (openPath() == path && !open->isKeptInPlace()) return refuse(path, "was given up while it was in use");
         if (openPath() == path) return static_cast<int>(open->entries().size());
         return refuse(path, "another one is open");
     }
