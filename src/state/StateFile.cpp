@@ -325,7 +325,8 @@ bool StateFile::takePlace(const std::string& beside, std::string* problem) {
         moved = false;
         *problem = kLost;
     } else if (!moved && (errno == ENOSYS || errno == EINVAL) && isNamed(directory, name_, file_.id())) {
-        // A kernel or file system that knows no exchange.
+        // A kernel or file system that knows no exchange: what comes to the name between the look and the renaming is
+        // lost. Without it the file would grow until nobody can read it.
         moved = renameat(directory, beside.c_str(), directory, name_.c_str()) == 0;
         if (!moved) *problem = std::strerror(errno);
         return moved;
