@@ -1,5 +1,9 @@
 // A daemon that asks for all it wants when it starts: nothing is done twice, no frame of a service that stays is lost,
 // and what it does not ask for any more is taken away.
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
 #include "src/restart/Services.h"
 
 namespace restart_tests {
@@ -31,6 +35,34 @@ std::vector<Sent> framesOf(const Service& service) {
 
 class Settle : public ServicesFixture {
 protected:
+    // Sends the services' frames behind every call into the device, and counts those that end elsewhere than at first.
+    class Watch {
+    public:
+        explicit Watch(const std::vector<Service>& services) {
+            for (const Service& one : services)
+                for (const Sent& sent : framesOf(one)) all_.push_back({sent, endsOf(sent)});
+            onu().onTrace([this](const virtual_onu::TraceEntry&) {
+                if (!std::exchange(sending_, true)) send();
+                sending_ = false;
+            });
+        }
+        ~Watch() { onu().onTrace(nullptr); }
+        Watch(const Watch&) = delete;
+        Watch& operator=(const Watch&) = delete;
+
+        void send() {
+            for (const auto& [sent, ends] : all_) {
+                ++frames;
+                if (endsOf(sent) != ends) ++lost;
+            }
+        }
+        const std::vector<std::pair<Sent, std::vector<std::string>>>& all() const { return all_; }
+        std::size_t frames = 0, lost = 0;
+
+    private:
+        std::vector<std::pair<Sent, std::vector<std::string>>> all_;  // with where they end
+        bool sending_ = false;
+    };
     // Where it ends: copies that leave, and those that do not.
     static std::vector<std::string> endsOf(const Sent& sent) {
         constexpr auto kOff = virtual_onu::Learning::Off;
@@ -50,41 +82,24 @@ TEST_F(Settle, WhatIsAskedForAgainIsNotMadeTwiceAndNoFrameIsLost) {
     const std::vector<Service> some = {
         {0, 100}, {1, 101}, {2, 102, Kind::Dscp}, {3, 103, Kind::Multicast}, {4, 104}, {7, 107, Kind::Veip}};
     liveFirst(callsOf(some));
-    std::vector<Sent> all;
-    for (const Service& one : some)
-        for (const Sent& sent : framesOf(one)) all.push_back(sent);
-    std::vector<std::vector<std::string>> expected;
-    for (const Sent& sent : all) {
-        expected.push_back(endsOf(sent));
-        // A group's frames come to the port, which lets none of another service out.
-        const bool arrives = !expected.back().empty() && expected.back()[0].find("dropped: gpon") != 0;
-        ASSERT_TRUE(arrives) << sent.port << " " << sent.gemPort << " " << sent.frame.text();
-    }
     const std::string before = onu().toJson()["vlan"].dump() + onu().toJson()["network"].dump();
     Daemon second(folder_);
     ASSERT_GT(second.open(state()), 0);
     onu().clearTrace();
-    std::size_t frames = 0, lost = 0;
-    bool sending = false;
-    const auto send = [&] {
-        for (std::size_t i = 0; i < all.size(); ++i, ++frames)
-            if (endsOf(all[i]) != expected[i]) ++lost;
-    };
-    onu().onTrace([&](const virtual_onu::TraceEntry&) {
-        if (sending) return;
-        sending = true;
-        send();
-        sending = false;
-    });
+    Watch watch(some);
+    for (const auto& [sent, ends] : watch.all()) {
+        // A group's frames come to the port, which lets none of another service out.
+        const bool arrives = !ends.empty() && ends[0].find("dropped: gpon") != 0;
+        ASSERT_TRUE(arrives) << sent.port << " " << sent.gemPort << " " << sent.frame.text();
+    }
     for (const Work& call : callsOf(some)) {
         call(second.hal());
-        send();
+        watch.send();
     }
     EXPECT_EQ(second.settle(), 0);
-    onu().onTrace(nullptr);
-    send();
-    EXPECT_GT(frames, 40U);
-    EXPECT_EQ(lost, 0U);
+    watch.send();
+    EXPECT_GT(watch.frames, 40U);
+    EXPECT_EQ(watch.lost, 0U);
     EXPECT_EQ(onu().toJson()["vlan"].dump() + onu().toJson()["network"].dump(), before);
 }
 
@@ -114,8 +129,14 @@ TEST_F(Settle, WhatIsNotAskedForAnyMoreIsTakenAway) {
         liveFirst(callsOf(all));
         Daemon second(folder_);
         ASSERT_GT(second.open(state()), 0);
-        make(second, callsOf(some));
-        EXPECT_EQ(second.settle() > 0, kept != 15);
+        {
+            Watch watch(some);
+            make(second, callsOf(some));
+            EXPECT_EQ(second.settle() > 0, kept != 15);
+            watch.send();
+            EXPECT_GE(watch.frames, some.size());
+            EXPECT_EQ(watch.lost, 0U) << "of the services that stay";
+        }
         EXPECT_EQ(serving(), expected) << difference(expected, serving());
         EXPECT_EQ(second.settle(), 0) << "once is enough";
         second.kill();
