@@ -100,6 +100,29 @@ UniDataProvisioning dscpRow() {
     return record;
 }
 
+// A multicast service of the bridge, on the second GEM port.
+BridgeServiceProvisioning group() {
+    BridgeServiceProvisioning record = service();
+    record.gemPortId = record.pbitMap[0].first = kGemPort + 1;
+    record.isMulticast = record.multicastService = 1;
+    record.inputTpid = record.outputTpid = 0x8100;
+    record.filterTagCount = 1;
+    record.outerVlanIdFilter = record.outerVlanIdAction = record.innerVlanIdAction = 4096;
+    record.outerVlanPrioFilter = record.outerVlanPrioAction = record.innerVlanPrioAction = 15;
+    record.innerVlanIdFilter = 900;
+    record.innerVlanPrioFilter = 4;
+    return record;
+}
+
+Work gateway(bool comes) {
+    return [comes](VornHal& hal) {
+        const auto* const list = reinterpret_cast<const unsigned char*>("006b");
+        const auto operation =
+            comes ? &VornHal::vorn_omci_hal_veip_createRules : &VornHal::vorn_omci_hal_veip_deleteRules;
+        (hal.*operation)(kGemPort + 2, 0, 0, 1, list, 2);
+    };
+}
+
 struct Interruption {
     std::string what;
     Work before, call;
@@ -109,10 +132,15 @@ struct Interruption {
 
 std::vector<Interruption> interruptions() {
     const Work provisioned = provisionThreePorts;
-    const auto withDhcpHost = [](VornHal& hal) {
-        provisionThreePorts(hal);
-        asks(&VornHal::vorn_omci_hal_provisionIpHost, host(true))(hal);
+    const auto with = [](const Work& service) {
+        return [service](VornHal& hal) {
+            provisionThreePorts(hal);
+            service(hal);
+        };
     };
+    const Work withDhcpHost = with(asks(&VornHal::vorn_omci_hal_provisionIpHost, host(true)));
+    const Work withStaticHost = with(asks(&VornHal::vorn_omci_hal_provisionIpHost, host(false)));
+    const Work withGateway = with(gateway(true));
     std::vector<Interruption> all = {
         {"unsetPbitData", provisioned, asks(&VornHal::vorn_omci_hal_unsetPbitData, threePorts()), 1, 3, false},
         {"deprovisionAniSideBridge", provisioned, asks(&VornHal::vorn_omci_hal_deprovisionAniSideBridge, service()), 1,
@@ -123,6 +151,12 @@ std::vector<Interruption> interruptions() {
         {"a row by DSCP", provisioned, asks(&VornHal::vorn_omci_hal_filter_flow_add, dscpRow()), 1, 3, false},
         {"provisionIpHost", provisioned, asks(&VornHal::vorn_omci_hal_provisionIpHost, host(false)), 1, 5, false},
         {"deprovisionIpHost", withDhcpHost, asks(&VornHal::vorn_omci_hal_deprovisionIpHost, host(true)), 1, 5, false},
+        {"provisionIpHost, DHCP", provisioned, asks(&VornHal::vorn_omci_hal_provisionIpHost, host(true)), 2, 5, false},
+        {"deprovisionIpHost, static", withStaticHost, asks(&VornHal::vorn_omci_hal_deprovisionIpHost, host(false)), 2,
+         5, false},
+        {"a multicast service", provisioned, asks(&VornHal::vorn_omci_hal_configureAniTagRules, group()), 1, 3, false},
+        {"veip_createRules", provisioned, gateway(true), 1, 5, false},
+        {"veip_deleteRules", withGateway, gateway(false), 1, 5, false},
         {"gemflow_del", provisioned, asks(&VornHal::vorn_omci_hal_gemflow_del, gem()), 1, 3, false},
         {"tcont_reset", provisioned,
          [](VornHal& hal) {
