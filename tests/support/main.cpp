@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "support/FileContent.h"
+
 namespace {
 
 constexpr unsigned kMaxSeconds = 900;  // what a hang reaches, and nothing else
@@ -43,15 +45,6 @@ std::vector<std::string> wantedTests() {
         }
     }
     return names;
-}
-
-std::string contentOf(int file) {
-    std::string text;
-    char block[4096];
-    lseek(file, 0, SEEK_SET);
-    for (ssize_t got = 0; (got = read(file, block, sizeof block)) > 0;)
-        text.append(block, static_cast<std::size_t>(got));
-    return text;
 }
 
 // Shows what the test printed only when it failed or was skipped.

@@ -29,6 +29,7 @@
 #include "hal/HalState.h"
 #include "hal/VornHal.h"
 #include "running/io/WorkDirectory.h"
+#include "support/FileContent.h"
 
 namespace {
 
@@ -199,13 +200,12 @@ json run(const Life& life, Reported& reported) {
     if (child == 0) Process(life, reported, answer).live();
     int status = 0;
     waitpid(child, &status, 0);
-    std::string text(static_cast<std::size_t>(lseek(answer, 0, SEEK_END)), '\0');
-    const bool whole = pread(answer, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size());
+    const std::string text = contentOf(answer);
     close(answer);
     if (!reported.done && !(life.kill && WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL))
         throw std::runtime_error(life.scenario.file + ": a process crashed in step " +
                                  std::to_string(reported.step + 1));
-    return whole && reported.done ? json::parse(text) : json();
+    return reported.done ? json::parse(text) : json();
 }
 
 struct Totals {

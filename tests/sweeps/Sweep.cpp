@@ -18,6 +18,7 @@
 #include "Stays.h"
 #include "TakeDown.h"
 #include "running/io/WorkDirectory.h"
+#include "support/FileContent.h"
 
 // Present when the address sanitizer is.
 extern "C" __attribute__((weak)) int __lsan_do_recoverable_leak_check();  // NOLINT(bugprone-reserved-identifier)
@@ -42,15 +43,6 @@ struct Child {
     int answer;  // descriptors of the child's answer and of its error stream
     int errors;
 };
-
-std::string contentOf(int descriptor) {
-    std::string text;
-    char block[4096];
-    lseek(descriptor, 0, SEEK_SET);
-    for (ssize_t got = 0; (got = read(descriptor, block, sizeof block)) > 0;)
-        text.append(block, static_cast<std::size_t>(got));
-    return text;
-}
 
 [[noreturn]] void runChild(const Subject& subject, const FaultPlan& plan, const SweepOptions& options, int answer,
                            int errors) {
