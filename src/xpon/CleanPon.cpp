@@ -7,6 +7,7 @@
 #include "hal/Shell.h"
 #include "hal/Text.h"
 #include "kit/GemPorts.h"
+#include "kit/StateEntries.h"
 #include "kit/Tconts.h"
 #include "xpon/PonMaps.h"
 
@@ -56,6 +57,7 @@ int cleanPon(const Stays& portStays, const Stays& tcontStays, const std::functio
             ponAdapter().deleteAllocIdMapEntry(allocId);
             continue;
         }
+        const kit::BegunStep step(kit::Step::ResetTcont, allocId);  // its queues go before its binding
         ponAdapter().resetTContObject(tContIndex);
         if (kit::tcontQueue(tContIndex, 0)) {
             refused(Line("T-CONT %u stays: its queues are not given up", tContIndex).get());

@@ -1,5 +1,8 @@
 // Daemons that die anywhere, also between a call into the device and the writing of the state file, and the board that
 // they leave to one that asks for all it wants.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <random>
 
@@ -94,6 +97,101 @@ INSTANTIATE_TEST_SUITE_P(From, ManyLives, ::testing::Values(19U, 144U, 269U, 394
 TEST_P(ManyLives, EndAsIfNobodyHadDied) {
     const unsigned first = numberIn("VORN_FIRST_LIFE", GetParam()), lives = numberIn("VORN_LIVES", 125);
     for (unsigned seed = first; seed < first + lives && !HasFailure(); ++seed) liveAndDie(seed);
+}
+
+// ---- within a restart itself ----
+
+// A row that the runner carries out is the last call: whoever opens the file after a death within it has to finish it.
+std::vector<Service> oneOfEach() {
+    return {{0, 100}, {2, 102, Kind::Multicast}, {7, 107, Kind::Veip}, {1, 101, Kind::Dscp}};
+}
+
+class WithinARestart : public Lives {
+protected:
+    void dieWithinTheLast(const Calls& calls) {
+        startOver();
+        Daemon first(folder_);
+        ASSERT_EQ(first.open(state()), 0);
+        make(first, Calls(calls.begin(), calls.end() - 1));
+        ASSERT_TRUE(killAt(first, calls.back(), 4));
+    }
+    std::string beside() const { return state() + ".new"; }
+};
+
+// Killed within the open or the settling, and then all is asked for, or half of the services.
+TEST_F(WithinARestart, TheNextOneGoesOn) {
+    const std::vector<Service> all = oneOfEach();
+    const Calls asked[] = {callsOf(all), callsOf({all[1], all[3]})};
+    const nlohmann::json whole[] = {neverDied(asked[0]), neverDied(asked[1])};
+    const struct {
+        const char* what;
+        bool diesBefore;
+        std::function<void(Daemon&)> before, call;
+    } cases[] = {
+        {"open", true, [](Daemon&) {}, [&](Daemon& daemon) { daemon.open(state()); }},
+        {"settle", false,
+         [&](Daemon& daemon) {
+             daemon.open(state());
+             make(daemon, asked[1]);
+         },
+         [](Daemon& daemon) { daemon.settle(); }},
+    };
+    const unsigned every = numberIn("VORN_EVERY_CALL", 7);
+    for (const auto& one : cases) {
+        unsigned kills = 0;
+        for (unsigned deviceCall = 1;; deviceCall += every, ++kills) {
+            SCOPED_TRACE(std::string(one.what) + ", device call " + std::to_string(deviceCall));
+            if (one.diesBefore) {
+                dieWithinTheLast(asked[0]);
+            } else {
+                liveFirst(asked[0]);
+            }
+            {
+                Daemon second(folder_);
+                one.before(second);
+                if (!killAt(
+                        second, [&](VornHal&) { one.call(second); }, deviceCall))
+                    break;
+            }
+            goOn(asked[kills % 2], whole[kills % 2]);
+            if (HasFailure()) return;
+        }
+        EXPECT_GT(kills * every, 20U) << one.what;
+    }
+}
+
+// The old file or the new one has the name, and the other one may be beside it, whole or in part.
+TEST_F(WithinARestart, TheNextOneGoesOnFromAFileThatWasBeingMadeSmaller) {
+    const Calls calls = callsOf(oneOfEach());
+    const auto whole = neverDied(calls);
+    enum class File { None, Old, New, HalfOfNew };
+    const std::pair<File, File> cases[] = {{File::Old, File::None},
+                                           {File::Old, File::HalfOfNew},
+                                           {File::Old, File::New},
+                                           {File::New, File::Old},
+                                           {File::New, File::None}};
+    for (const auto& [named, other] : cases) {
+        SCOPED_TRACE(std::to_string(static_cast<int>(named)) + std::to_string(static_cast<int>(other)));
+        dieWithinTheLast(calls);
+        const int oldFile = open(state().c_str(), O_RDONLY | O_CLOEXEC);
+        {
+            Daemon second(folder_);
+            ASSERT_GT(second.open(state()), 0);  // which ends with a smaller file
+        }
+        std::string bytes(1U << 20U, '\0');
+        const ssize_t size = pread(oldFile, bytes.data(), bytes.size(), 0);
+        close(oldFile);
+        bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+        const std::string smaller = read(state());
+        ASSERT_GT(bytes.size(), smaller.size());
+        if (named == File::Old) write(state(), bytes);
+        if (other == File::Old) write(beside(), bytes);
+        if (other == File::New) write(beside(), smaller);
+        if (other == File::HalfOfNew) write(beside(), smaller.substr(0, smaller.size() / 2));
+        goOn(calls, whole);
+        EXPECT_FALSE(fs::exists(beside()));
+        if (HasFailure()) return;
+    }
 }
 
 // ---- between the calls into the device ----

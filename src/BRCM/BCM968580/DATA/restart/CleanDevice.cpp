@@ -65,11 +65,12 @@ private:
 
 // ---- rules ----
 
-// Whether the rule is off the device: one that does not exist any more was removed by somebody else.
+// Whether the rule is off the device: one that does not exist any more was removed by somebody else. Noted before: of a
+// table that has lost some of its rules nobody knows which when the process ends on the way.
 bool removeFromDevice(const kit::RuleTable& table, std::uint32_t id) {
     {
         const kit::VlanCtlSession session;
-        if (kit::removeRule(table, id) == 0) return true;
+        if (kit::removePlannedRule(table, id) == 0) return true;
     }
     return rulesOnDevice(table).value_or(0) == 0;
 }

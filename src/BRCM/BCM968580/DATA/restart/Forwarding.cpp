@@ -170,7 +170,8 @@ void finishRuleRemoval(ByteReader& fields) {
     table.tags = fields.u8();
     const std::uint32_t id = fields.u32();
     // A rule that the same operation had made is no rule of the file: its insertion is taken back.
-    if (!services().forgetRule({table.device, directionOf(table.direction), table.tags}, id)) return;
+    const bool isPlanned = services().forgetRule({table.device, directionOf(table.direction), table.tags}, id);
+    if (!isPlanned && !forgetKnownRule(table, id)) return;
     const kit::VlanCtlSession session;
     if (kit::removeRule(table, id) != 0) kit::forgetRule(table, id);
 }

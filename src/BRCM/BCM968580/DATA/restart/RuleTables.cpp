@@ -1,6 +1,7 @@
 #include "BRCM/BCM968580/DATA/restart/RuleTables.h"
 
 #include <algorithm>
+#include <vector>
 
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/RuleMap.h"
@@ -90,6 +91,16 @@ std::size_t forgetRules(const kit::RuleTable& table) {
         if (rule.table == table) kit::forgetRule(table, rule.id);
     return eraseRulesIf(table.device,
                         [&](const auto& entry, const auto& rule) { return tableOf(entry, rule) == table; });
+}
+
+bool forgetKnownRule(const kit::RuleTable& table, std::uint32_t id) {
+    const std::vector<LooseRule> loose = knownLooseRules();
+    const bool isLoose = std::any_of(loose.begin(), loose.end(),
+                                     [&](const LooseRule& rule) { return rule.table == table && rule.id == id; });
+    const auto isIt = [&](const auto& entry, const auto& rule) {
+        return tableOf(entry, rule) == table && rule.tagRuleId == id;
+    };
+    return eraseRulesIf(table.device, isIt) > 0 || isLoose;
 }
 
 std::size_t forgetRulesOf(const std::string& device) {

@@ -26,6 +26,8 @@ void takeBackRule(const kit::RuleTable& table, std::uint32_t before, std::option
 // Forgets the maps' rules in a table that is empty, or of a device that is gone. The number of rules.
 std::size_t forgetRules(const kit::RuleTable& table);
 std::size_t forgetRulesOf(const std::string& device);
+// Forgets one rule of the maps; a loose one is forgotten with its removal. False when there is neither.
+bool forgetKnownRule(const kit::RuleTable& table, std::uint32_t id);
 
 }  // namespace restart
 
