@@ -34,8 +34,10 @@ extern "C" {
 // they have to be those of some p-bits. Without them untagged frames are taken for p-bits 0 (G.988 9.3.10, default
 // p-bit assumption). A row with an EtherType code above 6 or for more than two tags, and a p-bit map with a
 // queue above 7, are refused. filter_flow_add for UNI ports above 4 answers 0 and does nothing, as by the contract:
-// these are IP hosts, whose VLAN provisionIpHost makes, and daemons send their rows too. A state file (hal/HalState.h)
-// is opened only in the mode in which it was made.
+// these are IP hosts, whose VLAN provisionIpHost makes, and daemons send their rows too. tcont_set, tcont_reset,
+// provisionIpHost and deprovisionIpHost answer as by the contract, 0 also where a part was refused; with a host also
+// its device, routing rule and S-tag rule go. A state file (hal/HalState.h) is opened only in the mode in which it was
+// made.
 //
 // Called from the provisioning thread, like the next one.
 VORN_API int vorn_hal_set_forwarding(int forwarding);

@@ -128,7 +128,11 @@ int VornBrcmHal::vorn_omci_hal_deprovisionIpHost(const IpHostProvision* host) {
     const AskedOperation operation(Ask::RemoveIpHost, AskKind::Remove, *host);
     if (operation.isDone()) return kSuccess;
     std::printf("Inside BRCM-HAL, calling deprovisionIpHost");
-    engine->deprovisionIpHost(host);
+    if (forwarding::isG988()) {
+        forwarding::removeIpHost(*engine, *host);
+    } else {
+        engine->deprovisionIpHost(host);
+    }
     return kSuccess;
 }
 

@@ -56,7 +56,8 @@ protected:
         return walk.exits.empty() ? "" : walk.exits.front().frame.text();
     }
     // Devices with their bridges, the PON side, and rules in whatever order and with whatever number.
-    static nlohmann::json serving();   // ForwardingTest.cpp
+    static nlohmann::json serving();                           // ForwardingTest.cpp
+    static void leaveOutDefaultBridge(nlohmann::json& board);  // of serving()
     static nlohmann::json defaults();  // what happens in each table to frames that no rule takes
 };
 

@@ -4,8 +4,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "platform/vlanctl.h"
-#include "src/forwarding/ForwardedDaemon.h"
+#include "src/forwarding/Changes.h"
 #include "src/restart/Killing.h"
 #include "support/StdoutCapture.h"
 
@@ -32,6 +33,12 @@ nlohmann::json forwarding_tests::Forwarding::serving() {
     for (const auto& gem : json["pon"]["gemPorts"])
         kept["gemPorts"][gem["portId"].dump()] = {gem["allocId"], gem["downstreamOnly"], gem["enabled"]};
     return kept;
+}
+
+void forwarding_tests::Forwarding::leaveOutDefaultBridge(nlohmann::json& board) {
+    board["devices"].erase("br0");
+    for (auto& device : board["devices"])
+        if (device.front() == "br0") device.front() = "";
 }
 
 nlohmann::json forwarding_tests::Forwarding::defaults() {
@@ -77,18 +84,49 @@ TEST_F(Forwarding, TheVariableIsForDaemonsThatChooseNothing) {
 
 // ---- services ----
 
+// Multicast for a port and for the gateway, and a management host with an S-tag; or their removal.
+std::vector<Operation> otherServices(bool come) {
+    IpHostProvision host{};
+    host.bridgeId = 5;
+    host.uniPort = 6;
+    host.macAddress = "02:00:00:00:00:77";
+    host.ipAddress = "10.0.0.5";
+    host.subnetMask = "255.255.255.0";
+    host.gateway = "10.0.0.1";
+    if (!come)
+        return {{"deprovisionIpHost", asks(&VornHal::vorn_omci_hal_deprovisionIpHost, host)},
+                noPonSide(ponPort(1005, "", 5)),
+                noPonSide(multicast(1004)),
+                gateway(false, 1004),
+                noPonSide(ponPort(1004, "", 0)),
+                noGemPort(1004)};
+    return {gemPort(1004),        bridge(0), gateway(true, 1004),
+            pon(multicast(1004)), bridge(5), {"provisionIpHost", asks(&VornHal::vorn_omci_hal_provisionIpHost, host)}};
+}
+
 TEST_F(ForwardedServices, WhatIsTakenBackLeavesNothing) {
     onu().reset();
+    daemon().symbol<EtherSwitchBcm380* (*)()>("_ZN17EtherSwitchBcm38011getInstanceEv")()->iPhost_Stag = 900;
     daemon()->vorn_omci_hal_configureBridge(9, 0);  // makes the default bridge
     BridgeServiceProvisioning other{};
     other.bridgeId = 9;
     daemon()->vorn_omci_hal_deprovisionAniSideBridge(&other);
-    const auto asNew = serving();
+    const auto asNew = serving(), defaultsAsNew = defaults();
     make(daemon(), 0, kProvisioning);
     ASSERT_EQ(ask(daemon(), tagging(20, 100)), 0);
+    for (const Operation& operation : otherServices(true))
+        EXPECT_EQ(operation.run(daemon().hal()), 0) << operation.name;
     EXPECT_GT(onu().ruleCount(), 0U);
+    EXPECT_TRUE(onu().device("br5.6") && onu().device("veip0"));
+    for (const Operation& operation : otherServices(false))
+        EXPECT_EQ(operation.run(daemon().hal()), 0) << operation.name;
     make(daemon(), kProvisioning, internet().size());
-    EXPECT_EQ(serving(), asNew);
+    // The VEIP takes the default bridge's place.
+    auto left = serving(), before = asNew;
+    leaveOutDefaultBridge(left);
+    leaveOutDefaultBridge(before);
+    EXPECT_EQ(left, before) << nlohmann::json::diff(before, left).dump(1);
+    EXPECT_EQ(defaults(), defaultsAsNew) << nlohmann::json::diff(defaultsAsNew, defaults()).dump(1);
 }
 
 // A port that is in the bridge already joins it again, and a second port goes with the bridge's UNI side.

@@ -9,11 +9,15 @@
 #include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
+#include "BRCM/BCM968580/DATA/RuleMap.h"
 #include "BRCM/BCM968580/DATA/forwarding/Undone.h"
+#include "BRCM/BCM968580/DATA/iphost/IpHostCheck.h"
+#include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
 #include "hal/Text.h"
 #include "kit/DeviceNames.h"
 #include "kit/Devices.h"
 #include "kit/GemPorts.h"
+#include "kit/Rules.h"
 #include "kit/StateEntries.h"
 
 namespace forwarding {
@@ -185,6 +189,42 @@ bool removeUniSide(EtherSwitchBcm380& engine, std::uint16_t bridgeId) {
     const auto before = services().before();
     return isDone(kOperation, services().removeUniSide(bridgeId)) &&
            removeUniDevices(engine, kOperation, uniPorts, bridgeId, before);
+}
+
+namespace {
+
+// Provisioning records it last, under the bridge, and has put it into the table of the PON side.
+void removeStagPopRule(const EtherSwitchBcm380& engine, const IpHostProvision& host) {
+    const kit::RuleTable table{kit::aniName(host.bridgeId).get(), VLANCTL_DIRECTION_RX, 1};
+    const std::string bridge = kit::bridgeName(host.bridgeId).get();
+    const auto recorded = m_VLAN_RULE_MAP_ENTRY.find({bridge, host.uniPort});
+    if (recorded == m_VLAN_RULE_MAP_ENTRY.end()) return;
+    std::optional<std::uint32_t> id;
+    for (std::uint32_t i = 0; i < recorded->second->nbrOfNewRules; ++i) {
+        const VLAN_RULE_INFO& rule = recorded->second->newRules[i];
+        if (rule.dir == table.direction && rule.nbrOfTags == table.tags) id = rule.tagRuleId;
+    }
+    if (id && engine.iPhost_Stag < kNoStag) {
+        const kit::VlanCtlSession session;
+        kit::removePlannedRule(table, *id);
+    }
+    // The other rules go with the host's device.
+    eraseRulesIf(bridge, [&](const auto& entry, const auto&) { return entry.phyId == host.uniPort; });
+}
+
+}  // namespace
+
+void removeIpHost(EtherSwitchBcm380& engine, const IpHostProvision& host) {
+    if (!isSafeIpHost("deprovisionIpHost", host)) return;
+    const state::Operation operation;
+    removeStagPopRule(engine, host);
+    const DeviceName device = kit::ipHostName(host.bridgeId, host.uniPort);
+    engine.deprovisionIpHost(&host);  // ends the client of the device first
+    if (engine.isInterfaceExisted(device.get())) {
+        const kit::VlanCtlSession session;
+        kit::removeDevice(device.get());
+    }
+    if (host.dhcpEnabled == 0 && !host.ipAddress.empty()) IpHostCommands().deleteRoutingRule(host.ipAddress.c_str());
 }
 
 g988::Outcome settle() {

@@ -8,6 +8,7 @@
 #include "BRCM/BCM968580/DATA/TagCodes.h"
 #include "BRCM/BCM968580/DATA/forwarding/GemPorts.h"
 #include "BRCM/BCM968580/DATA/forwarding/Mode.h"
+#include "BRCM/BCM968580/DATA/forwarding/Operations.h"
 #include "BRCM/BCM968580/DATA/forwarding/Veip.h"
 #include "BRCM/BCM968580/DATA/restart/Restart.h"
 #include "BRCM/BCM968580/DATA/restart/RuleTables.h"
@@ -285,8 +286,13 @@ void runOperation(std::string_view askAndArguments) {
             return run<Service>(bytes, ask, AskKind::Remove,
                                 [](const auto& service) { engine().deprovisionUniSideBridge(&service); });
         case Ask::RemoveIpHost:
-            return run<IpHostProvision>(bytes, ask, AskKind::Remove,
-                                        [](const auto& host) { engine().deprovisionIpHost(&host); });
+            return run<IpHostProvision>(bytes, ask, AskKind::Remove, [](const auto& host) {
+                if (forwarding::isG988()) {
+                    forwarding::removeIpHost(engine(), host);
+                } else {
+                    engine().deprovisionIpHost(&host);
+                }
+            });
     }
 }
 
