@@ -272,6 +272,7 @@ TEST(Omci, TheAuditComparesTheDeviceWithTheRowsOfTheMib) {
     for (const auto& [name, notCovered] : captures) {
         const auto audit = auditOf(name, "g988");
         EXPECT_EQ(audit.at("differing"), 0) << name;
+        EXPECT_EQ(audit.at("open"), 0) << name;
         EXPECT_EQ(audit.at("notCovered"), notCovered) << name;
         // The same by the calls that the messages have led to.
         omciOf({VORN_SCENARIO_DIR "/omci/" + std::string(name) + ".pcap", "--record", recorded});

@@ -17,7 +17,7 @@ namespace vorn_onu {
 namespace {
 
 // The device and what is asked of it at the chosen moment.
-audit::Result auditAt(const Scenario& scenario, std::size_t afterStep) {
+audit::Result auditAt(const Scenario& scenario, std::size_t afterStep, audit::Untaken untaken) {
     auto& onu = virtual_onu::VirtualOnu::instance();
     FullestMoment fullest;
     audit::AskedServices asked, chosenServices;
@@ -33,7 +33,7 @@ audit::Result auditAt(const Scenario& scenario, std::size_t afterStep) {
         path = onu.freezeDataPath();
         step = record.step->number;
     });
-    audit::Result result = path ? audit::auditOf(chosenServices, *path) : audit::Result{};
+    audit::Result result = path ? audit::auditOf(chosenServices, *path, untaken) : audit::Result{};
     result.step = step;
     return result;
 }
@@ -52,7 +52,7 @@ int AuditCommand::run() const {
         if (!forwarding.empty()) sendCommand += " --forwarding " + forwarding;
         HalOutput hal(scenario);
         const Terminal terminal = Terminal::of(hal.shown());
-        const audit::Result result = auditAt(loaded, afterStep);
+        const audit::Result result = auditAt(loaded, afterStep, audit::untakenWith(word));
         if (json) {
             print(hal.shown(), auditJson(result, sendCommand).dump(2, ' ', true) + "\n");
         } else {

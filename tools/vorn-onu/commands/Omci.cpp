@@ -123,7 +123,8 @@ int runPlayed(const OmciCommand& command, const MessageFile& file, const std::op
     if (command.audit) {
         run.sendCommand = audit::commandFor("omci", command.file);
         if (command.until != 0) run.sendCommand += " --until " + std::to_string(command.until);
-        run.audit = audit::auditOf(askedOf(living.mib(), living.currentPieces(), numberOf), onu.freezeDataPath());
+        run.audit = audit::auditOf(askedOf(living.mib(), living.currentPieces(), numberOf), onu.freezeDataPath(),
+                                   audit::untakenWith(command.forwarding));
         say(output.rule("The device beside the standard") + "\n" + auditWords(*run.audit, run.sendCommand, terminal));
     }
     bool good = tally.good();

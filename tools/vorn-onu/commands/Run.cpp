@@ -173,7 +173,8 @@ int runShown(const RunCommand& command, const Scenario& scenario, ScenarioResult
     using Use = virtual_onu::VirtualOnu::BoardUse;
     if (!command.boardFile.empty()) onu.openBoard(command.boardFile, scenario.inParts ? Use::Run : Use::Alone);
 
-    RunReport collected(scenario, newBoard, command.audit);
+    RunReport collected(scenario, newBoard,
+                        command.audit ? std::optional(audit::untakenWith(forwarding)) : std::nullopt);
 
     say(output.heading(forwardingWords(forwarding)));
     const auto records = runScenario(scenario, options, [&](const StepRecord& record) {

@@ -52,8 +52,8 @@ ReportWalk walkOf(const StepRecord& record) {
 
 }  // namespace
 
-RunReport::RunReport(const Scenario& scenario, DeviceState newBoard, bool withAudit)
-    : steps_(scenario.steps.size()), withAudit_(withAudit), file_(scenario.file) {
+RunReport::RunReport(const Scenario& scenario, DeviceState newBoard, std::optional<audit::Untaken> audit)
+    : steps_(scenario.steps.size()), audit_(audit), file_(scenario.file) {
     input_.title = scenario.title;
     input_.description = scenario.description;
     input_.source = std::filesystem::path(scenario.file).filename().string();
@@ -69,9 +69,9 @@ void RunReport::add(const StepRecord& record, const virtual_onu::VirtualOnu& onu
         input_.walks.push_back(walkOf(record));
         input_.walks.back().origins = origins_.of(record.sent->walk);
     }
-    if (withAudit_) asked_.take(*record.step);
+    if (audit_) asked_.take(*record.step);
     if (!fullest_.isNow(onu)) return;
-    if (withAudit_) {
+    if (audit_) {
         askedThen_ = asked_;
         pathThen_ = onu.freezeDataPath();
     }
@@ -85,7 +85,8 @@ ReportInput RunReport::finish(const DeviceState& atEnd) && {
     input_.state.strangeCommands = atEnd.strangeCommands;
     input_.state.failedCalls = atEnd.failedCalls;
     input_.state.calls = atEnd.calls;
-    if (pathThen_) input_.audit = auditPart(audit::auditOf(askedThen_, *pathThen_), audit::commandFor("send", file_));
+    if (pathThen_)
+        input_.audit = auditPart(audit::auditOf(askedThen_, *pathThen_, *audit_), audit::commandFor("send", file_));
     return std::move(input_);
 }
 

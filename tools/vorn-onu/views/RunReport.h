@@ -11,13 +11,14 @@
 #include "views/Capture.h"
 #include "views/Report.h"
 #include "views/audit/AskedServices.h"
+#include "views/audit/Audit.h"
 
 namespace vorn_onu {
 
 class RunReport {
 public:
-    // withAudit: the page has a part that compares the device with the standard.
-    RunReport(const Scenario& scenario, DeviceState newBoard, bool withAudit = false);
+    // audit: the page has a part that compares the device with the standard.
+    RunReport(const Scenario& scenario, DeviceState newBoard, std::optional<audit::Untaken> audit = std::nullopt);
     // After every step: the page shows the device at the moment at which it holds most.
     void add(const StepRecord& record, const virtual_onu::VirtualOnu& onu);
     // atEnd: the device when the run is over; what was sent, run and refused is that of the whole run.
@@ -27,7 +28,7 @@ private:
     ReportInput input_;
     std::size_t steps_;
     FullestMoment fullest_;
-    bool withAudit_;
+    std::optional<audit::Untaken> audit_;
     std::string file_;
     RuleOrigins origins_;
     audit::AskedServices asked_, askedThen_;  // now, and at the moment that the page shows

@@ -62,7 +62,8 @@ struct Answer {
 
 class Auditor {
 public:
-    Auditor(const AskedServices& asked, const Device& device) : asked_(asked), device_(device) {}
+    Auditor(const AskedServices& asked, const Device& device, Untaken untaken)
+        : asked_(asked), device_(device), untaken_(untaken) {}
     Result run();
 
 private:
@@ -82,6 +83,7 @@ private:
     void compare(Group group, const Answer& answer, const std::vector<Copy>& actual, const Walk& walk);
     const AskedServices& asked_;
     const Device& device_;
+    const Untaken untaken_;
     Result result_;
     std::map<std::tuple<bool, std::string, std::string, std::string, std::string, std::string>, std::size_t> places_;
 };
@@ -115,11 +117,14 @@ Answer Auditor::downAnswer(const UniPort& port, unsigned gemPort, const Frame& f
         if (answer.copies.empty()) answer.subject = filterText(ani);
         if (!ani.filter.passes(frame)) continue;
         const Tagging tagging = port.table.downstream(frame, ani.bridge);
-        answer.open = answer.open || tagging.fate == Tagging::Fate::Open;
+        const bool isUntaken = tagging.fate == Tagging::Fate::Open;
+        const bool isDecided = port.table.downstreamMode == 0 && untaken_ == Untaken::Dropped;
+        answer.open = answer.open || (isUntaken && !isDecided);
         answer.byRow = true;
         answer.subject =
             tagging.row ? rowText(*tagging.row) : "downstream mode " + std::to_string(port.table.downstreamMode);
-        if (tagging.fate == Tagging::Fate::Passes) answer.copies.push_back({std::nullopt, tagging.frame.tags});
+        const bool passes = tagging.fate == Tagging::Fate::Passes || (isUntaken && port.table.isUntouched());
+        if (passes) answer.copies.push_back({std::nullopt, tagging.frame.tags});
     }
     return answer;
 }
@@ -234,16 +239,21 @@ std::size_t Result::differing() const {
     return number;
 }
 
-Result auditOf(const AskedServices& asked, const Device& device) {
-    return Auditor(asked, device).run();
+Untaken untakenWith(const std::string& forwarding) {
+    return forwarding == kByG988 ? Untaken::Dropped : Untaken::LeftToTheOnu;
 }
 
-Result auditOf(const AskedServices& asked, const virtual_onu::FrozenDataPath& path) {
+Result auditOf(const AskedServices& asked, const Device& device, Untaken untaken) {
+    return Auditor(asked, device, untaken).run();
+}
+
+Result auditOf(const AskedServices& asked, const virtual_onu::FrozenDataPath& path, Untaken untaken) {
     const std::string gem = "gem ";
-    return auditOf(asked, [&](const std::string& from, const Frame& frame) {
+    const Device device = [&](const std::string& from, const Frame& frame) {
         if (from.compare(0, gem.size(), gem) != 0) return path.sendFromPort(from, frame);
         return path.sendFromPon(static_cast<unsigned>(std::stoul(from.substr(gem.size()))), frame);
-    });
+    };
+    return auditOf(asked, device, untaken);
 }
 
 std::string commandFor(const std::string& command, const std::string& file) {

@@ -146,6 +146,12 @@ void TaggingTable::set(const TaggingRow& row) {
     rows_.insert(std::upper_bound(rows_.begin(), rows_.end(), row, before), row);
 }
 
+bool TaggingTable::isUntouched() const {
+    constexpr std::size_t kRowsFromTheStart = 3;
+    return rows_.size() == kRowsFromTheStart &&
+           std::all_of(rows_.begin(), rows_.end(), [](const TaggingRow& row) { return row.step == 0; });
+}
+
 bool TaggingTable::fits(const TagField& filter, const VlanTag& tag) const {
     if (filter.priority == kDefaultRow) return true;
     if (filter.priority <= kMaxPriority && tag.pbits != filter.priority) return false;

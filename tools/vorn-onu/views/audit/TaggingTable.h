@@ -68,6 +68,8 @@ public:
     // Adds, replaces or, where the row is a deletion, deletes.
     void set(const TaggingRow& row);
     const std::vector<TaggingRow>& rows() const { return rows_; }
+    // No row but the three from the start: nobody has set, replaced or deleted one.
+    bool isUntouched() const;
     Tagging upstream(const Frame& frame) const;
     // Of a frame from this bridge.
     Tagging downstream(const Frame& frame, unsigned bridge) const;
