@@ -251,7 +251,10 @@ public:
     // Test set-up, as if another part of the device had made it. False when the name is taken or too long.
     bool addDevice(const std::string& name, const std::string& realDevice = "");
     bool removeDevice(const std::string& name);
+    // A state as RFC 2863 names it, whatever the device's flags say; "" for what the flags say.
     void setOperState(const std::string& name, const std::string& state);
+    // The state that setOperState() was given last; "" when the flags decide, or there is no such device.
+    std::string givenOperState(const std::string& name) const;
     void setStatistic(const std::string& device, const std::string& key, std::uint64_t value);
     // vlanCtl_deleteVlanInterface of this device fails the next `times` times.
     void refuseDeletion(const std::string& device, int times, int code = 1);

@@ -508,6 +508,12 @@ void VirtualOnu::setOperState(const std::string& name, const std::string& operSt
     }
 }
 
+std::string VirtualOnu::givenOperState(const std::string& name) const {
+    const DeviceAccess lock(deviceMutex());
+    const network::Device* device = network::find(name);
+    return device == nullptr ? "" : device->pinnedOperState;
+}
+
 bool VirtualOnu::setMulticastSnooping(const std::string& bridge, bool on) {
     return network::changeBridge(bridge, [on](Bridge& changed) {
                changed.multicastSnooping = on;

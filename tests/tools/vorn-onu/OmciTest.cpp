@@ -308,6 +308,11 @@ TEST(Omci, TheAgentSeesTheBoardsLinksAndCountsEveryRoundOfADriversCounter) {
     EXPECT_FALSE(device.portState(first + 1)->linkUp);
     EXPECT_TRUE(device.portState(first + 2)->linkUp);
     EXPECT_FALSE(device.portState(first + 4).has_value());
+    // Of a port that nobody has set up, too.
+    for (const char* state : {"down", "", "up"}) {
+        onu.setOperState("sid2", state);
+        EXPECT_EQ(device.portState(first + 2)->linkUp, std::string(state) != "down");
+    }
     ASSERT_EQ(std::system("ifconfig sid1 up"), 0);
     onu.sendFromPort("sid1", {});
     EXPECT_EQ(device.portCounters({omci::class_id::kEthernetUni, first})->rxFrames, 1u);

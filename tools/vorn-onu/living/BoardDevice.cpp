@@ -71,10 +71,12 @@ std::string wordAfter(const std::string& line, const std::string& word) {
     return "";
 }
 
-// The cable of a port that is set up is in.
+// A cable is in unless the board says otherwise. A device that is not set up is down without that.
 bool hasCarrier(const std::string& device) {
-    const auto shown = virtual_onu::VirtualOnu::instance().device(device);
-    return !shown || !shown->up || shown->operState == "up" || shown->operState == "unknown";
+    const auto& onu = virtual_onu::VirtualOnu::instance();
+    const auto shown = onu.device(device);
+    if (!shown || (!shown->up && onu.givenOperState(device).empty())) return true;
+    return shown->operState == "up" || shown->operState == "unknown";
 }
 
 }  // namespace
