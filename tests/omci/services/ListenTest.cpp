@@ -1,6 +1,9 @@
 // The tool as a living ONU: an OLT provisions all services over the socket, reads them back and takes them down.
+#include <algorithm>
+
 #include <nlohmann/json.hpp>
 
+#include "omci/message/Integrity.h"
 #include "omci/message/Numbers.h"
 #include "omci/olt/Olt.h"
 #include "omci/olt/OperatorServices.h"
@@ -60,6 +63,51 @@ TEST(Listen, ACutOrDamagedMessageIsDroppedAndCounted) {
     EXPECT_EQ(olt.dataSync(), before);
     EXPECT_EQ(line.end(), 0);
     expectHas(line.shown(), {"4 datagrams dropped: 4 of another size"});
+}
+
+TEST(Listen, MessagesWithoutTheCodeThatWasAskedForAreDroppedAndCounted) {
+    std::vector<std::pair<const char*, omci::Integrity>> kinds{{"crc", omci::Integrity::crc()}};
+    if (omci::hasAes())
+        kinds.emplace_back("cmac:00112233445566778899AABBCCDDEEFF",
+                           omci::Integrity::aesCmac({0x00, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88, 0x99, 0xAA,
+                                                     0xBB, 0xCC, 0xDD, 0xEE, 0xFF}));
+    for (const auto& [word, integrity] : kinds) {
+        SCOPED_TRACE(word);
+        SocketLine line(SocketLine::Kind::kUnix, {"--mic", word});
+        std::uint16_t transaction = 0;
+        const auto withCode = [&, &kind = integrity](omci::MessageType type, omci::EntityKey entity,
+                                                     const omci::Content& content) {
+            omci::Message message;
+            message.transaction = ++transaction;
+            message.type = type;
+            message.answerWanted = true;
+            message.entity = entity;
+            omci::encodeContent(message, content);
+            omci::Bytes frame = omci::encodeFrame(message);
+            EXPECT_TRUE(kind.protect(frame, omci::Direction::kDownstream));
+            return frame;
+        };
+        const auto create = [&](omci::InstanceId bridge) {
+            return withCode(omci::MessageType::kCreate, {omci::class_id::kBridge, bridge}, omci::CreateValues{});
+        };
+        omci::Bytes wrong = create(1), zeroed = create(2);
+        wrong.back() ^= 1;
+        std::fill(zeroed.end() - 4, zeroed.end(), std::uint8_t{0});
+        for (const omci::Bytes& frame : {wrong, zeroed, create(3)}) line.sendBytes(frame);
+        line.sendBytes(withCode(omci::MessageType::kGet, {omci::class_id::kOnuData, 0}, omci::AttributesAsked{0x8000}));
+        for (const unsigned answered : {3U, 4U}) {
+            const omci::Bytes answer = line.receiveBytes();
+            ASSERT_EQ(answer.size(), omci::kBaselineFrame);
+            EXPECT_EQ(omci::number16(answer, 0), answered);
+            EXPECT_EQ(omci::number32(answer, 44),
+                      integrity.codeOf(omci::ByteView(answer).part(0, 44), omci::Direction::kUpstream));
+            if (answered == 4U) {
+                EXPECT_EQ(answer[11], 1) << "one of the three was executed";
+            }
+        }
+        EXPECT_EQ(line.end(), 0);
+        expectHas(line.shown(), {"2 datagrams dropped: 2 with a wrong integrity code"});
+    }
 }
 
 TEST(Listen, TheExchangeIsACaptureThatPlaysWithTheSameAnswers) {

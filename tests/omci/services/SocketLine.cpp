@@ -61,13 +61,19 @@ SocketLine::~SocketLine() {
     ::close(socket_);
 }
 
-std::optional<omci::Message> SocketLine::receive() {
+omci::Bytes SocketLine::receiveBytes() {
     pollfd waits{socket_, POLLIN, 0};
     if (poll(&waits, 1, kHangMs) != 1) return {};
     omci::Bytes bytes(4096);
     const ssize_t got = ::recv(socket_, bytes.data(), bytes.size(), 0);
-    if (got <= 0) return {};
-    return omci::decodeFrame(omci::ByteView(bytes.data(), static_cast<std::size_t>(got))).message;
+    bytes.resize(got < 0 ? 0 : static_cast<std::size_t>(got));
+    return bytes;
+}
+
+std::optional<omci::Message> SocketLine::receive() {
+    const omci::Bytes bytes = receiveBytes();
+    if (bytes.empty()) return {};
+    return omci::decodeFrame(bytes).message;
 }
 
 std::optional<omci::Message> SocketLine::exchange(const omci::Message& request) {

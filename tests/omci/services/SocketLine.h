@@ -24,6 +24,8 @@ public:
     std::optional<omci::Message> exchange(const omci::Message& request) override;
     // A datagram as it is.
     void sendBytes(const omci::Bytes& datagram);
+    // The next one that comes, as it is; empty when none does.
+    omci::Bytes receiveBytes();
     // What the ONU tells by itself: what came meanwhile, or comes; empty when nothing does.
     std::optional<omci::Message> autonomous();
     // Ends the ONU with SIGTERM; its exit code.
