@@ -59,6 +59,7 @@ public:
     std::optional<double> bitErrorRatio() override { return bitErrors; }
     ModuleReading module() override { return {3.3, 12.0, 40.5}; }
     bool callInProgress(bool) override { return calling; }
+    std::string imageVersion(ByteView image) override { return "V" + std::to_string(image.size()); }
     void restart(InstanceId image) override { restarts.push_back(image); }
 
     std::map<EntityKey, IntfStats> counters;
