@@ -8,6 +8,7 @@
 #include "omci/olt/Olt.h"
 #include "omci/olt/OperatorServices.h"
 #include "omci/services/Services.h"
+#include "tools/vorn-onu/RunProgram.h"
 
 namespace {
 
@@ -53,6 +54,12 @@ public:
 class Planning : public ::testing::Test {
 protected:
     void provision(const olt::OperatorService& service) { ASSERT_EQ(olt.send(service.requests), ""); }
+    bool hasProblem(EntityKey entity, const char* words) const {
+        const auto problems = onu.services.problems();
+        return std::any_of(problems.begin(), problems.end(), [&](const services::Problem& problem) {
+            return problem.entity == entity && problem.reason.find(words) != std::string::npos;
+        });
+    }
 
     Onu onu;
     olt::Olt olt{onu};
@@ -192,10 +199,7 @@ TEST_F(Planning, WhatIsAcceptedWithoutEffectIsToldWithTheEntityThatAskedForIt) {
     };
     for (const Case& one : cases) {
         EXPECT_EQ(olt.send(one.request), Result::kSuccess) << one.what;
-        const auto problems = onu.services.problems();
-        EXPECT_TRUE(std::any_of(problems.begin(), problems.end(), [&](const services::Problem& problem) {
-            return problem.entity == one.entity && problem.reason.find(one.words) != std::string::npos;
-        })) << one.what;
+        EXPECT_TRUE(hasProblem(one.entity, one.words)) << one.what;
     }
     // Reported as long as it is so.
     ASSERT_EQ(olt.send(olt::erase({class_id::kBridgePort, 0x1177})), Result::kSuccess);
@@ -371,15 +375,19 @@ TEST_F(Planning, FilterListsReachTheHalVidByVid) {
     }
 }
 
-// On the bridge with the VEIP, and in the GEM port that a map of p-bits cannot name, a VLAN becomes a filter on its
-// tag.
-TEST_F(Planning, MulticastComesDownInTheVlanOfItsProfile) {
-    auto television = olt::television();
-    for (auto& request : television.requests) {
-        if (request.entity.classId != class_id::kGemPort || request.entity.instance != 0x1031) continue;
+olt::OperatorService withGemPort4095(olt::OperatorService service, InstanceId gemPort) {
+    for (auto& request : service.requests) {
+        if (request.entity.classId != class_id::kGemPort || request.entity.instance != gemPort) continue;
         for (auto& value : request.values)
             if (value.attribute == attr::gem_port::kPortId) value.bytes = olt::hex("0FFF");
     }
+    return service;
+}
+
+// On the bridge with the VEIP, and in the GEM port that a map of p-bits cannot name, a VLAN becomes a filter on its
+// tag.
+TEST_F(Planning, MulticastComesDownInTheVlanOfItsProfile) {
+    const auto television = withGemPort4095(olt::television(), 0x1031);
     const struct {
         const char* row;
         unsigned tags, vid, priorities;
@@ -402,6 +410,21 @@ TEST_F(Planning, MulticastComesDownInTheVlanOfItsProfile) {
         EXPECT_EQ(record->innerVlanPrioFilter, one.priorities) << one.row;
         EXPECT_EQ(record->tagTreatment, 3) << "frames stay as they are";
     }
+    EXPECT_TRUE(hasProblem({class_id::kGemPort, 0x1031}, "no other way for GEM port 4095"));
+    EXPECT_FALSE(hasProblem({class_id::kVlanFilter, 0x1031}, ""));
+    ASSERT_EQ(
+        olt.send(olt::create(class_id::kVlanFilter, 0x1031,
+                             {{attr::vlan_filter::kForwardOperation, 0x10}, {attr::vlan_filter::kNumberOfEntries, 0}})),
+        Result::kSuccess);
+    EXPECT_TRUE(hasProblem({class_id::kVlanFilter, 0x1031}, "every VLAN of GEM port 4095 comes down"));
+}
+
+TEST_F(Planning, NothingElseGoesThroughGemPort4095) {
+    provision(withGemPort4095(olt::internet(), 0x1001));
+    provision(withGemPort4095(olt::transparent(), 0x1020));
+    for (const InstanceId port : {InstanceId{0x1001}, InstanceId{0x1020}})
+        EXPECT_TRUE(hasProblem({class_id::kBridgePort, port}, "nothing goes through GEM port 4095")) << port;
+    EXPECT_EQ(lastOf<BridgeServiceProvisioning>(onu, Operation::kConfigureAniTagRules), nullptr);
 }
 
 }  // namespace
