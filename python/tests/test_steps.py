@@ -65,6 +65,13 @@ class Steps(unittest.TestCase):
         unchecked = self.onu.step({"expect": {"bridges": {"br4": True}}}, check=False)
         self.assertFalse(unchecked.passed)
 
+    def test_armed_faults_are_shown_until_they_are_cleared(self) -> None:
+        self.onu.fault(function="tmctl_setQueueCfg", nth=2, may=True)
+        for faults in (self.onu.state().faults, self.onu.counters().faults):
+            self.assertEqual([(one["function"], one["nth"]) for one in faults], [("tmctl_setQueueCfg", 2)])
+        self.onu.fault("clear")
+        self.assertEqual(self.onu.state().faults, [])
+
     def test_an_expectation_can_wait_longer_than_a_request_may_take(self) -> None:
         with Onu.attach(self.onu.name, timeout=1.0) as other:
             threading.Timer(1.5, lambda: self.onu.call.configureBridge(bridgeId=3, uniPort=0)).start()

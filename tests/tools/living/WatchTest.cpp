@@ -104,6 +104,7 @@ TEST_P(Watching, FitsTheWindowFollowsItsSizeAndLeavesItClean) {
     BoardClient client(runtime_.socket("lab"));
     client.step({{"board", {{"gemPorts", {{{"gemPort", 2000}, {"index", 77}}}}}}});
     client.step({{"gateway", "silent"}});
+    client.step({{"fault", {{"function", "tmctl_setQueueCfg"}, {"nth", 2}, {"may", true}}}});
     TerminalSession session({kTool, "at", "lab", "watch"}, sizeOf(columns, 30));
     ASSERT_TRUE(becomesTrue([&] {
         const std::string text = windowOf(session).text();
@@ -116,7 +117,7 @@ TEST_P(Watching, FitsTheWindowFollowsItsSizeAndLeavesItClean) {
     EXPECT_LE(window.widest, static_cast<std::size_t>(columns));
     EXPECT_LT(window.lowest, 30U);
     expectHas(window.text(), {"lab: exec", "Services", "Ports", "GEM ports", "Warnings", "the gateway is silent",
-                              "Last calls", "q ends"});
+                              "Armed faults", "call 2 of tmctl_setQueueCfg", "Last calls", "q ends"});
     EXPECT_EQ(window.text().find("bit/s") != std::string::npos, columns >= 110);
 
     // Rates: frames that come in, once there are two looks at the counters.
