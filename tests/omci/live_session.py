@@ -23,7 +23,8 @@ TOOL = ""
 CREATE, DELETE, SET, GET, UPLOAD, UPLOAD_NEXT, RESET, ALARM, GET_NEXT = 4, 6, 8, 9, 13, 14, 15, 16, 26
 ONU_DATA, BRIDGE, BRIDGE_PORT, TAGGING_FILTER, MAPPER, TCONT, GEM_IW, GEM = 2, 45, 47, 84, 130, 262, 266, 268
 GAL, PROFILE, SUBSCRIBER, MONITOR, ANI = 272, 309, 310, 311, 263
-UNI, PORT_TABLE = 11, 50
+UNI, PORT_TABLE, IP_HOST, VEIP = 11, 50, 134, 329
+LAN_LOS, CONNECTING_FUNCTION_FAIL = 0, 0
 UNKNOWN = 350
 
 
@@ -84,16 +85,16 @@ class Olt:
                 return answer
             self.told.append(answer)
 
-    def alarms(self, entity, number, timeout=10.0):
+    def alarms(self, entity, instance, number, timeout=10.0):
         """Whether the entity's last alarm message has the alarm; waits for one."""
         end = time.monotonic() + timeout
         while time.monotonic() < end:
             for told in reversed(self.told):
-                if (told.type, told.entity) == (ALARM, entity):
+                if (told.type, told.entity, told.instance) == (ALARM, entity, instance):
                     self.told.remove(told)
                     return told.content[number // 8] >> (7 - number % 8) & 1 == 1
             self.receive(0.1)
-        raise AssertionError(f"class {entity} sends no alarm")
+        raise AssertionError(f"class {entity} instance {instance:#x} sends no alarm")
 
     def ask(self, kind, entity, instance, content=b""):
         transaction = self.send(kind, entity, instance, content)
@@ -106,6 +107,12 @@ class Olt:
     def done(self, kind, entity, instance, content=b""):
         result = self.ask(kind, entity, instance, content).result
         assert result == 0, f"class {entity} instance {instance:#x}: result {result}"
+
+    def values(self, entity, instance, mask):
+        """Of the attributes in the mask, one after the other, with what fills the message."""
+        content = self.ask(GET, entity, instance, struct.pack(">H", mask)).content
+        assert content[:3] == struct.pack(">BH", 0, mask), content.hex()
+        return content[3:]
 
     def data_sync(self):
         return self.ask(GET, ONU_DATA, 0, b"\x80\x00").content[3]
@@ -165,9 +172,9 @@ class Living(unittest.TestCase):
     def file(self, name):
         return os.path.join(self.folder, name)
 
-    def printed(self, pattern):
+    def printed(self, pattern, name="output"):
         for _ in range(600):
-            with open(self.file("output"), encoding="utf-8", errors="replace") as text:
+            with open(self.file(name), encoding="utf-8", errors="replace") as text:
                 found = re.search(pattern, text.read())
             if found:
                 return found.group(1)
@@ -221,6 +228,10 @@ class Session(Living):
         self.assertRegex(diff.stdout, r"T-CONT 0x8000: Alloc-ID: .* → 1024")
         self.assertEqual(subprocess.run([TOOL, "diff", after, after], capture_output=True, timeout=60).returncode, 0)
 
+        self.onu.terminate()
+        self.assertEqual(self.onu.wait(60), 1, "a message was refused")
+        self.printed(r"(refused: \d+ create MAC bridge service profile 0x0003: instance exists)")
+
     def page_part(self, name):
         """A part of the board's page, as HTML."""
         with subprocess.Popen([TOOL, "at", "olt", "serve", "--port", "0"], env=self.environment, stdout=subprocess.PIPE,
@@ -235,6 +246,44 @@ class Session(Living):
             finally:
                 server.terminate()
         return ""
+
+    def test_a_cable_that_is_pulled_is_an_alarm(self):
+        for provisioned in (False, True):
+            if provisioned:
+                self.olt.provision()
+            for device, port in (("sid1", 0x101), ("sid2", 0x103)):
+                for link in ("down", "up"):
+                    with self.subTest(device=device, link=link, provisioned=provisioned):
+                        self.at("board", f"links.{device}={link}")
+                        self.assertEqual(self.olt.alarms(UNI, port, LAN_LOS), link == "down")
+                        self.assertEqual(self.olt.values(UNI, port, 0x0400)[0], 1 if link == "down" else 0)
+
+    def test_stations_hosts_and_the_veip_are_those_of_the_board(self):
+        self.olt.provision()
+        self.at("frame", "from=sid1", 'tags=[{"vid": 100}]', "source=02:00:00:00:00:77")
+        row = self.olt.table(PORT_TABLE, 0x101, 1)
+        self.assertEqual((len(row), row[2:]), (8, bytes.fromhex("020000000077")), row.hex())
+        self.assertEqual(self.olt.table(PORT_TABLE, 0x201, 1), b"")
+
+        # By DHCP: address, mask and gateway are what the client sets.
+        self.olt.done(CREATE, BRIDGE_PORT, 0x301, struct.pack(">HBBHHHBBB", 3, 3, 4, 0, 0, 1, 0, 0, 0))
+        self.olt.done(SET, IP_HOST, 0, struct.pack(">HB", 0x8000, 0x09))
+        self.assertEqual(self.olt.values(IP_HOST, 0, 0x00E0)[:12], bytes(12))
+        self.at("board", 'commands=["ifconfig br3.6 10.0.0.9 netmask 255.255.255.0", '
+                         '"ip route replace default via 10.0.0.1 dev br3.6 table 12"]')
+        self.assertEqual(self.olt.values(IP_HOST, 0, 0x00E0)[:12], bytes([10, 0, 0, 9, 255, 255, 255, 0, 10, 0, 0, 1]))
+
+        # The VEIP on a bridge of its own, with GEM port 1002.
+        self.olt.done(CREATE, BRIDGE, 4, struct.pack(">BBBHHHHBB", 0, 1, 1, 0x8000, 0x1400, 0x0200, 0x0F00, 0, 0))
+        self.olt.done(CREATE, GEM, 0x402, struct.pack(">HHBHHHHB", 1002, 0x8000, 3, 0x8001, 0xFFFF, 0, 0xFFFF, 0))
+        self.olt.done(CREATE, GEM_IW, 0x402, struct.pack(">HBHHH", 0x402, 1, 4, 0xFFFF, 1))
+        self.olt.done(CREATE, BRIDGE_PORT, 0x202, struct.pack(">HBBHHHBBB", 4, 1, 5, 0x402, 0, 1, 0, 0, 0))
+        self.olt.done(CREATE, TAGGING_FILTER, 0x202, struct.pack(">H", 200).ljust(24, b"\0") + b"\x10\x01")
+        self.olt.done(CREATE, BRIDGE_PORT, 0x102, struct.pack(">HBBHHHBBB", 4, 2, 11, 0x601, 0, 1, 0, 0, 0))
+        for link in ("down", "up"):
+            self.at("board", f"links.veip0={link}")
+            self.assertEqual(self.olt.alarms(VEIP, 0x601, CONNECTING_FUNCTION_FAIL), link == "down")
+            self.assertEqual(self.olt.values(VEIP, 0x601, 0x4000)[0], 1 if link == "down" else 0)
 
     def test_groups_that_are_joined_at_a_port_are_its_monitors(self):
         self.olt.provision()
@@ -263,11 +312,11 @@ class Session(Living):
         signal_fail, signal_degrade = 2, 3
         self.olt.done(SET, ANI, 0x8001, struct.pack(">HBB", 0x0600, 4, 6))  # thresholds 10^-4 and 10^-6
         self.at("board", "bitErrorRatio=1e-5")
-        self.assertTrue(self.olt.alarms(ANI, signal_degrade))
+        self.assertTrue(self.olt.alarms(ANI, 0x8001, signal_degrade))
         self.at("board", "bitErrorRatio=1e-4")
-        self.assertTrue(self.olt.alarms(ANI, signal_fail))
+        self.assertTrue(self.olt.alarms(ANI, 0x8001, signal_fail))
         self.at("board", "bitErrorRatio=0")
-        self.assertFalse(self.olt.alarms(ANI, signal_fail))
+        self.assertFalse(self.olt.alarms(ANI, 0x8001, signal_fail))
         self.at("board", "bitErrorRatio=2", code=2)
 
     def test_the_log_shows_what_is_asked_for(self):
@@ -327,13 +376,59 @@ class Session(Living):
 
     @unittest.skipUnless(shutil.which("tshark"), "tshark is not installed")
     def test_the_capture_opens_in_wireshark(self):
+        begin = time.time() - 1e-6  # the file has microseconds
         self.olt.provision()
         self.onu.terminate()
-        self.onu.wait(60)
-        read = subprocess.run(["tshark", "-r", self.file("exchange.pcapng"), "-T", "fields", "-e", "eth.type"],
+        self.assertEqual(self.onu.wait(60), 0)
+        fields = [word for name in ("eth.type", "eth.src", "frame.time_epoch") for word in ("-e", name)]
+        read = subprocess.run(["tshark", "-r", self.file("exchange.pcapng"), "-T", "fields", *fields],
                               capture_output=True, text=True, timeout=60)
         self.assertEqual(read.returncode, 0, read.stderr)
-        self.assertEqual(read.stdout.split(), ["0x88b5"] * (2 * self.olt.sent), read.stdout)
+        types, sources, times = zip(*(line.split("\t") for line in read.stdout.splitlines()))
+        self.assertEqual(set(types), {"0x88b5"}, read.stdout)
+        # A request, its answer, the next request.
+        self.assertEqual(list(sources), ["02:00:00:00:00:01", "02:00:00:00:00:02"] * self.olt.sent)
+        moments = [begin, *map(float, times), time.time()]
+        self.assertEqual(moments, sorted(moments))
+
+
+class ChosenLog(Living):
+    options = ["--log", "--class", "262", "--instance", "0x8000", "--type", "set", "-v", "-x"]
+
+    def test_log_and_follow_show_what_was_chosen(self):
+        self.olt.provision()
+        cases = [  # what is to be shown, how many messages that are, and a text among them
+            ([], 13, "delete  MAC bridge service profile 0x0003"),
+            (["--class", "47"], 2, "create  MAC bridge port configuration data 0x0201  success"),
+            (["--class", "0x106", "--instance", "0x8001"], 2, "get  T-CONT 0x8001  success"),
+            (["--type", "set", "--type", "delete"], 4, "set  802.1p mapper service profile 0x0001  success"),
+            (["--type", "get", "-v"], 1, "Alloc-ID 1025"),
+            (["--class", "262", "-x"], 3, "    0010  00 00 00 00"),
+        ]
+        followers = []
+        for number, (words, _, _) in enumerate(cases):
+            with open(self.file(f"follow{number}"), "w", encoding="utf-8") as shown:
+                followers.append(subprocess.Popen([TOOL, "at", "olt", "omci", "--follow", *words], stdout=shown,
+                                                  stderr=shown, env=self.environment))
+        self.printed(r"  (OLT)  ", "follow0")
+        self.olt.done(SET, TCONT, 0x8001, struct.pack(">HH", 0x8000, 1025))
+        self.olt.ask(GET, TCONT, 0x8001, b"\x80\x00")
+        self.olt.done(DELETE, BRIDGE, 3)
+        for number, (words, count, _) in enumerate(cases):
+            with self.subTest(words):
+                self.printed(r"(?s)((?:  OLT  .*?){%d})" % count, f"follow{number}")
+        self.onu.terminate()
+        self.onu.wait(60)
+        for number, (words, count, among) in enumerate(cases):
+            with self.subTest(words), open(self.file(f"follow{number}"), encoding="utf-8") as shown:
+                followers[number].wait(60)
+                text = shown.read()
+                self.assertEqual(len(re.findall("  OLT  ", text)), count, text)
+                self.assertIn(among, text)
+        log = self.printed(r"(?s)(.*)")
+        self.assertEqual(len(re.findall("  OLT  ", log)), 1, log)
+        for among in ("set  T-CONT 0x8000  success", "Alloc-ID 1024", "0000  00 01 48 0a 01 06 80 00"):
+            self.assertIn(among, log)
 
 
 class Endurance(Living):
