@@ -248,6 +248,7 @@ class Session(Living):
         return ""
 
     def test_a_cable_that_is_pulled_is_an_alarm(self):
+        self.olt.done(RESET, ONU_DATA, 0)  # the ONU knows from now on where its OLT is
         for provisioned in (False, True):
             if provisioned:
                 self.olt.provision()
