@@ -87,7 +87,7 @@ TEST_F(PageInBrowser, SaysThatItsServerWasStartedAgain) {
 
 TEST_F(PageInBrowser, TellsTheThirteenthReaderWhy) {
     std::list<Events> pages;
-    for (int i = 0; i < 12; ++i) ASSERT_TRUE(pages.emplace_back(port_, host()).tell("event: parts"));
+    for (int i = 0; i < 12; ++i) ASSERT_TRUE(pages.emplace_back(port_, withToken()).tell("event: parts"));
     browser_->open(link_);
     EXPECT_TRUE(browser_->becomes("document.getElementById('connection')?.textContent.includes('so many pages')"));
     pages.clear();
@@ -166,7 +166,7 @@ TEST_F(PageInBrowser, FitsFromFourHundredPixelsOn) {
         "document.getElementById('frame-form').elements.from.value = 'sid0', "
         "document.getElementById('frame-form').requestSubmit()");
     ASSERT_TRUE(browser_->becomes("document.querySelector('#way tbody tr')"));
-    for (const int width : {400, 420, 1400})
+    for (const int width : {400, 420, 900, 1400})
         for (const char* scheme : {"light", "dark"}) {
             browser_->resize(width, scheme);
             EXPECT_LE(browser_->value("document.documentElement.scrollWidth").get<int>(), width) << scheme;
@@ -228,7 +228,8 @@ TEST_F(PageOfManyServices, FoldsFiltersAndSums) {
     EXPECT_EQ(browser_->value("[...document.querySelectorAll('#part-controls li')].slice(0, 5).map(e => "
                               "e.dataset.key).sort().join()"),
               "gpondef,sid0,sid1,sid2,sid3");
-    for (const auto& [width, scheme] : {std::make_pair(400, "light"), std::make_pair(1400, "dark")}) {
+    for (const auto& [width, scheme] :
+         {std::make_pair(400, "light"), std::make_pair(900, "light"), std::make_pair(1400, "dark")}) {
         browser_->resize(width, scheme);
         EXPECT_LE(browser_->value("document.documentElement.scrollWidth").get<int>(), width);
         EXPECT_EQ(browser_->value(overlaps()), 0) << width;

@@ -1,4 +1,6 @@
 // The page of a board that runs, as a browser's requests see it, and those of others.
+#include <sys/resource.h>
+
 #include <functional>
 #include <iterator>
 #include <list>
@@ -109,6 +111,16 @@ TEST_F(ServedBoard, RefusesWhatIsNoStepOfThePage) {
     }
 }
 
+TEST_F(ServedBoard, SaysWhatIsWrongWithARequest) {
+    const auto wordsOf = [](const HttpAnswer& answer) {
+        return std::to_string(answer.status) + " " + json::parse(answer.body, nullptr, false).value("error", "");
+    };
+    EXPECT_EQ(wordsOf(ask(port_, "GET", "/" + std::string(9000, 'a'), host())), "414 the address is too long");
+    EXPECT_EQ(wordsOf(ask(port_, "POST", "/step", withToken(), std::string(70000, ' '))),
+              "413 a step has at most 65536 bytes");
+    EXPECT_EQ(wordsOf(ask(port_, "GET", "/none", host())), "404 there is nothing here, or not by this method");
+}
+
 TEST_F(ServedBoard, TakesEveryNumberThatAFieldOffers) {
     const auto inFrame = [](const char* field) {
         return [field](long value) { return json{{"frame", {{"from", "sid0"}, {field, value}}}}; };
@@ -209,9 +221,13 @@ TEST_F(ServedBoard, GivesNobodyItsMemoryAndAnswersOthersBesideFloods) {
     const bool keepsMemory = !std::string(VORN_SANITIZERS).empty();
     EXPECT_TRUE(keepsMemory || resident() - before < 40000) << resident() - before << " KiB more";
     // Slow ones, and such as say nothing at all.
+    rlimit files{};
+    getrlimit(RLIMIT_NOFILE, &files);
+    files.rlim_cur = files.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &files);
     std::list<HttpConnection> left;
-    for (int i = 0; i < 10; ++i) left.emplace_back(port_).send("GET / HTTP/1.1\r\nHo");
-    for (int i = 0; i < 100; ++i) left.emplace_back(port_);
+    for (int i = 0; i < 40; ++i) left.emplace_back(port_).send("GET / HTTP/1.1\r\nHo");
+    for (int i = 0; i < 1000; ++i) left.emplace_back(port_);
     EXPECT_TRUE(becomesTrue([&] { return ask(port_, "GET", "/", host()).status == 200; }));
     const std::string ranges = "Range: bytes=0-,0-,0-,0-,0-,0-,0-,0-\r\n";
     const HttpAnswer parts = ask(port_, "GET", "/page.js", host() + ranges);
@@ -297,14 +313,29 @@ TEST_F(ServedBoard, OutlivesTheBoardAndFindsTheNextOne) {
     EXPECT_TRUE(events.tell("Pull the cable of sid0"));
 }
 
+TEST_F(ServedBoard, KeepsPlacesForThoseWhoHaveTheToken) {
+    std::list<Events> strangers;
+    int live = 0;
+    for (int i = 0; i < 12; ++i) live += strangers.emplace_back(port_, host()).tell("event: parts") ? 1 : 0;
+    EXPECT_EQ(live, 8);
+    const std::string wrong = host() + "X-Vorn-Token: " + std::string(32, '0') + "\r\n";
+    for (const std::string& headers : {host(), wrong}) {
+        const HttpAnswer refused = ask(port_, "GET", "/events", headers);
+        EXPECT_EQ(refused.status, 503);
+        EXPECT_TRUE(holds(refused.body, "the link that vorn-onu has printed opens more")) << refused.body;
+    }
+    std::list<Events> own;
+    for (int i = 0; i < 4; ++i) EXPECT_TRUE(own.emplace_back(port_, withToken()).tell("event: parts"));
+}
+
 TEST_F(ServedBoard, EndsWhilePagesAreOpen) {
     std::list<Events> pages;
-    for (int i = 0; i < 12; ++i) EXPECT_TRUE(pages.emplace_back(port_, host()).tell("event: parts"));
-    EXPECT_EQ(ask(port_, "GET", "/events", host()).status, 503);
+    for (int i = 0; i < 12; ++i) EXPECT_TRUE(pages.emplace_back(port_, withToken()).tell("event: parts"));
+    EXPECT_EQ(ask(port_, "GET", "/events", withToken()).status, 503);
     EXPECT_EQ(ask(port_, "GET", "/", host()).status, 200);
     pages.pop_back();  // its place is free as soon as it is missed
     EXPECT_TRUE(becomesTrue([&] {
-        Events another(port_, host());
+        Events another(port_, withToken());
         return holds(another.until("\r\n\r\n"), "200 OK");
     })) << "the place of a page that was closed stays taken";
     const ProgramResult second = runProgram({VORN_ONU_BINARY, "at", "lab", "serve", "--port", std::to_string(port_)});

@@ -56,6 +56,7 @@ using nlohmann::json;
 
 constexpr const char* kHost = "127.0.0.1";
 constexpr int kMaxReaders = 12;       // each has a thread of the server, and a connection to the board
+constexpr int kKeptReaders = 4;       // of them, for those who have the token: any user of the machine can be a reader
 constexpr std::size_t kThreads = 32;  // more than readers: steps and pages are answered beside them
 constexpr int kMaxWaiting = 64;       // connections that no thread has looked at yet
 constexpr std::size_t kMaxStepLength = 65536, kMaxHeadLength = 32768;
@@ -169,7 +170,9 @@ private:
         looks("/token", [this](const Request& request, Response& response) {
             answer(response, kDone, {{"good", guard_.whyNotChange(askingOf(request)).empty()}});
         });
-        looks("/events", [this](const Request&, Response& response) { stream(response); });
+        looks("/events", [this](const Request& request, Response& response) {
+            stream(response, guard_.whyNotChange(askingOf(request)).empty());
+        });
         server_.Post("/step", [this](const Request& request, Response& response) { step(request, response); });
         server_.set_error_handler([](const Request&, Response& response) {
             if (response.body.empty()) refuse(response, response.status, wordsOf(response.status));
@@ -186,11 +189,19 @@ private:
             work(request, response);
         });
     }
-    void stream(Response& response) {
-        // Counted as long as the response lives, however it ends.
+    bool takePlace(int most) {
+        for (int taken = readers_; taken < most;)
+            if (readers_.compare_exchange_weak(taken, taken + 1)) return true;
+        return false;
+    }
+    void stream(Response& response, bool hasToken) {
+        const int most = hasToken ? kMaxReaders : kMaxReaders - kKeptReaders;
+        if (!takePlace(most))
+            return refuse(response, kFull,
+                          "so many pages are open already: " + std::to_string(most) +
+                              (hasToken ? "" : "; the link that vorn-onu has printed opens more"));
+        // Given back when the response goes, however it ends.
         const std::shared_ptr<void> place(nullptr, [this](void*) { --readers_; });
-        if (++readers_ > kMaxReaders)
-            return refuse(response, kFull, "so many pages are open already: " + std::to_string(kMaxReaders));
         const auto reader = std::make_shared<Reader>(board_, newBoard_, steps_, over_);
         response.set_chunked_content_provider("text/event-stream",
                                               [this, reader, place](std::size_t, httplib::DataSink& sink) {

@@ -154,7 +154,7 @@ byId('filter').addEventListener('input', filter);
 
 // ---- what the board tells; not while nobody looks ----
 
-let events = null;
+let listening = null;
 let wasLost = false;
 
 function connection(text, state) {
@@ -163,42 +163,54 @@ function connection(text, state) {
   line.className = state;
 }
 
-function listen() {
-  if (events || document.hidden) return;
-  events = new EventSource('events');
-  events.addEventListener('parts', event => {
+// "event: NAME" and "data: JSON"; what begins with a colon says only that the server is there.
+function onEvent(text) {
+  const [, name, data] = /^event: (.*)\ndata: (.*)$/.exec(text) || [];
+  if (name === 'parts') {
     connection('Live', 'live');
-    showParts(JSON.parse(event.data));
-  });
-  events.addEventListener('gone', event => {
-    connection('Not there: ' + JSON.parse(event.data).why + '. Below is what was seen last.', 'lost');
-  });
-  events.onopen = () => {
-    if (wasLost) checkToken();
-    wasLost = false;
-  };
-  events.onerror = () => {
-    wasLost = true;
-    connection('vorn-onu does not answer. Below is what was seen last.', 'lost');
-    if (events.readyState !== EventSource.CLOSED) return;  // the browser tries again
-    events = null;
-    sayWhyNot();
-    setTimeout(listen, 3000);
-  };
+    showParts(JSON.parse(data));
+  } else if (name === 'gone') {
+    connection('Not there: ' + JSON.parse(data).why + '. Below is what was seen last.', 'lost');
+  }
 }
 
-// A refusal has words, which an event source does not show.
-async function sayWhyNot() {
-  const asking = new AbortController();
-  const reply = await fetch('events', {signal: asking.signal}).catch(() => null);
-  if (reply && !reply.ok) connection('Not live: ' + ((await reply.json()).error || reply.status) + '.', 'lost');
-  asking.abort();
+async function readEvents(reply) {
+  const reader = reply.body.pipeThrough(new TextDecoderStream()).getReader();
+  let text = '';
+  for (let next = await reader.read(); !next.done; next = await reader.read()) {
+    const events = (text + next.value).split('\n\n');
+    text = events.pop();
+    for (const event of events) queueMicrotask(() => onEvent(event));  // what it throws is no end of the connection
+  }
+}
+
+// Not by an event source: that sends no token but in the address, and does not tell why it is refused.
+async function listen() {
+  if (listening || document.hidden) return;
+  const asking = listening = new AbortController();
+  let why = 'vorn-onu does not answer. Below is what was seen last.';
+  try {
+    const reply = await fetch('events', {headers: token ? {'X-Vorn-Token': token} : {}, signal: asking.signal});
+    if (reply.ok) {
+      if (wasLost) checkToken();
+      wasLost = false;
+      await readEvents(reply);
+    } else {
+      why = 'Not live: ' + ((await reply.json()).error || reply.status) + '.';
+    }
+  } catch {}  // nobody answers, or nobody looks any more
+  if (listening !== asking) return;
+  listening = null;
+  wasLost = true;
+  connection(why, 'lost');
+  setTimeout(listen, 3000);
 }
 
 document.addEventListener('visibilitychange', () => {
   if (!document.hidden) return listen();
-  if (events) events.close();
-  events = null;
+  const asking = listening;
+  listening = null;
+  if (asking) asking.abort();
 });
 
 // ---- steps ----
