@@ -284,6 +284,7 @@ class Tap:
     interface: str
     netns: str
     linkUp: bool
+    became: str  # of the interface: "deleted", "renamed to tap1"; "" while it is what it was
     framesIn: int  # out of the interface into the board
     octetsIn: int
     framesOut: int

@@ -30,6 +30,17 @@ void OpenTaps::askForLinks() const {
     }
 }
 
+void OpenTaps::lookAt(std::size_t place, bool there) const {
+    TapEntry& entry = (*page)[place];
+    const std::string name = nameOfTap(taps[place]);
+    if (name.empty())
+        entry.became.set("deleted");
+    else if (!there)
+        entry.became.set("moved to another network namespace");
+    else
+        entry.became.set(name == entry.interface.get() ? "" : "renamed to " + name);
+}
+
 void OpenTaps::hear(const std::function<void(std::size_t, bool)>& link) const {
     for (std::size_t watch = 0; watch < watches.size(); ++watch) {
         takeLinkNews(watches[watch], [&](const LinkNews& news) {
@@ -37,6 +48,7 @@ void OpenTaps::hear(const std::function<void(std::size_t, bool)>& link) const {
                 TapEntry& entry = (*page)[i];
                 if (entry.watch.get() != watch || entry.index.get() != static_cast<std::uint64_t>(news.index)) continue;
                 if (news.lost) entry.lostIn.set(*news.lost - std::min(*news.lost, entry.lostInBefore.get()));
+                lookAt(i, news.there);
                 link(i, news.there && news.up);
             }
         });

@@ -24,6 +24,8 @@ struct OpenTaps {
     OpenTaps& operator=(const OpenTaps&) = delete;
 
     void askForLinks() const;
+    // Notes what became of the interface. there: in the namespace that it was opened in.
+    void lookAt(std::size_t place, bool there) const;
     // Takes the news that wait: what was lost goes to the page, what the link is like to `link`.
     void hear(const std::function<void(std::size_t place, bool up)>& link) const;
     void setCarriers(bool on) const;

@@ -19,6 +19,9 @@ inline ssize_t read(int descriptor, void* bytes, std::size_t size) {
 inline ssize_t write(int descriptor, const void* bytes, std::size_t size) {
     return syscall(SYS_write, descriptor, bytes, size);
 }
+inline int ioctl(int descriptor, unsigned long request, void* argument) {
+    return static_cast<int>(syscall(SYS_ioctl, descriptor, request, argument));
+}
 inline void close(int descriptor) {
     syscall(SYS_close, descriptor);
 }

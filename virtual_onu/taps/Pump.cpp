@@ -142,7 +142,10 @@ bool Pump::take(std::size_t place) {
         slots_[frames++].size = std::min(static_cast<std::size_t>(got), kMaxFrame);
     }
     if (frames > 0) carry(place, frames);
-    if (!there) setLink(place, false);
+    if (!there) {
+        open_.lookAt(place, true);
+        setLink(place, false);
+    }
     return there;
 }
 

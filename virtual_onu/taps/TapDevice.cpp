@@ -16,6 +16,7 @@
 #include <thread>
 
 #include "libc/real/RealLibc.h"
+#include "taps/OwnDescriptors.h"
 
 namespace virtual_onu::taps {
 
@@ -137,6 +138,13 @@ TapDevice openTap(const TapRequest& request) {
 void setCarrier(int descriptor, bool on) {
     int carrier = on ? 1 : 0;
     real::ioctl(descriptor, TUNSETCARRIER, &carrier);  // a kernel without it: the carrier is always there
+}
+
+std::string nameOfTap(int descriptor) {
+    ifreq about{};
+    if (own::ioctl(descriptor, TUNGETIFF, &about) != 0) return "";
+    about.ifr_name[IFNAMSIZ - 1] = '\0';
+    return about.ifr_name;
 }
 
 }  // namespace virtual_onu::taps

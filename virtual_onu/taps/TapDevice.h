@@ -22,6 +22,8 @@ struct TapDevice {
 TapDevice openTap(const TapRequest& request);
 
 void setCarrier(int descriptor, bool on);
+// What the TAP is named now; "" when it has been deleted.
+std::string nameOfTap(int descriptor);
 
 }  // namespace virtual_onu::taps
 

@@ -76,6 +76,7 @@ nlohmann::json TapPage::toJson() const {
                        {"interface", one.interface.get()},
                        {"netns", one.netns.get()},
                        {"linkUp", one.linkUp.get() != 0},
+                       {"became", one.became.get()},
                        {"framesIn", one.framesIn.get()},
                        {"octetsIn", one.octetsIn.get()},
                        {"framesOut", one.framesOut.get()},

@@ -63,6 +63,7 @@ struct TapEntry {
     Count lostInBefore;  // what the host had counted when the TAP was opened
     Count lostOut;       // that the host did not take
     Text<160> lastDrop, lastElsewhere;
+    Text<40> became;  // "deleted"; "" while it is where it was, with the name it had
 };
 
 class TapPage {

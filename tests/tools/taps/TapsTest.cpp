@@ -215,6 +215,31 @@ TEST_F(Taps, BoardsLinkFollowsTheTaps) {
     EXPECT_TRUE(watch.shows("Real packets") && watch.shows("lan0")) << watch.output();
 }
 
+TEST_F(Taps, TellWhatBecameOfTheirInterfaces) {
+    startScenario();
+    giveAddresses();
+    const auto shown = [] { return runProgram({VORN_ONU_BINARY, "at", name(), "show"}).output; };
+    const auto reports = [&](const std::string& words) {
+        return becomesTrue([&] {  // the lines may be broken
+            return std::regex_replace(shown(), std::regex("\\s+"), " ").find(words) != std::string::npos;
+        });
+    };
+    const auto rename = [&](const std::string& from, const std::string& to) {
+        customer_.run({"ip", "link", "set", from, "down"});
+        ASSERT_EQ(customer_.run({"ip", "link", "set", from, "name", to}).code, 0);
+        customer_.run({"ip", "link", "set", to, "up"});
+    };
+    rename("lan0", "lan9");
+    EXPECT_TRUE(reports("sid2: the interface was renamed to lan9")) << shown();
+    EXPECT_TRUE(becomesTrue([this] { return pings(); })) << "it carries no frames any more";
+    rename("lan9", "lan0");
+    EXPECT_TRUE(becomesTrue([&] { return shown().find("lan9") == std::string::npos; })) << "it has its name again";
+    ASSERT_EQ(customer_.run({"ip", "link", "del", "lan0"}).code, 0);
+    EXPECT_TRUE(reports("sid2: the interface was deleted")) << shown();
+    ASSERT_EQ(operator_.run({"ip", "link", "set", "pon0", "netns", customer_.path()}).code, 0);
+    EXPECT_TRUE(reports("gem 1001: the interface was moved to another network namespace")) << shown();
+}
+
 // The interface was there before, and stays; its queue is shorter than what is sent while the daemon stands still.
 TEST_F(Taps, FramesThatTheBoardDoesNotTakeInTimeAreShownAsLost) {
     ASSERT_EQ(customer_.run({"ip", "tuntap", "add", "dev", "lan0", "mode", "tap"}).code, 0);

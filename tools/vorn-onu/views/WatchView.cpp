@@ -184,8 +184,11 @@ Columns tapsOf(const Watched& watched, bool wide) {
     const json& taps = watched.counters->at("taps");
     for (std::size_t i = 0; i < taps.size(); ++i) {
         const auto counter = [&](const char* key) { return Counter(watched, json::json_pointer() / "taps" / i / key); };
+        const std::string became = taps[i].value("became", "");
         Cells row = {taps[i].value("port", ""), taps[i].value("interface", ""),
-                     taps[i].value("linkUp", false) ? "up" : "down"};
+                     taps[i].value("linkUp", false) ? "up"
+                     : became.empty()               ? "down"
+                                                    : became.substr(0, became.find(' '))};
         const Cells cells =
             traffic(counter("framesIn"), counter("octetsIn"), counter("framesOut"), counter("octetsOut"), wide);
         row.insert(row.end(), cells.begin(), cells.end());

@@ -69,6 +69,7 @@ TableState tableOf(const json& j) {
 TapState tapOf(const json& j) {
     auto tap = j.get<TapState>();
     if (const auto netns = j.at("netns").get<std::string>(); !netns.empty()) tap.interface += " in " + netns;
+    tap.became = j.value("became", "");
     return tap;
 }
 

@@ -43,6 +43,7 @@ struct TapState {
     std::uint64_t framesIn = 0, framesOut = 0, octetsIn = 0, octetsOut = 0;
     std::uint64_t dropped = 0, elsewhere = 0, lostIn = 0, lostOut = 0;
     std::string lastDrop, lastElsewhere;
+    std::string became;  // "deleted", "renamed to tap1"; "" while it is what it was
 };
 
 struct DeviceState {

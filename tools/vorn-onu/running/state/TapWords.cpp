@@ -3,7 +3,7 @@
 namespace vorn_onu {
 
 std::string tapWords(const TapState& tap) {
-    std::string text;
+    std::string text = tap.became.empty() ? "" : "the interface was " + tap.became;
     const auto some = [&text](std::uint64_t count, const std::string& what) {
         if (count != 0) text += (text.empty() ? "" : "; ") + std::to_string(count) + " " + what;
     };

@@ -8,8 +8,8 @@
 
 namespace vorn_onu {
 
-// Frames that did not go on, and why: "3 dropped by the board, the last: sid0 is down; 5 lost in front of the board".
-// "" where all did.
+// What became of the interface, and frames that did not go on, and why: "the interface was deleted; 3 dropped by the
+// board, the last: sid0 is down; 5 lost in front of the board". "" where there is nothing of the kind.
 std::string tapWords(const TapState& tap);
 
 }  // namespace vorn_onu

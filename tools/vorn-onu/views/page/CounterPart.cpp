@@ -165,7 +165,10 @@ RowGroup tapRows(const json& now, const json& before, double seconds) {
         const json& earlier = memberOf(before, "taps");
         const json& past = i < earlier.size() ? earlier[i] : memberOf(json(), "");
         const Count in = countOf(all[i], "framesIn", "octetsIn"), out = countOf(all[i], "framesOut", "octetsOut");
-        std::string besides = all[i].value("linkUp", false) ? "" : "link down";
+        const std::string became = all[i].value("became", "");
+        std::string besides = !became.empty()                 ? "the interface was " + escaped(became)
+                              : all[i].value("linkUp", false) ? ""
+                                                              : "link down";
         for (const auto& [key, words] :
              {std::make_pair("dropped", "dropped by the board"), std::make_pair("lostIn", "lost in front"),
               std::make_pair("lostOut", "lost behind")})
