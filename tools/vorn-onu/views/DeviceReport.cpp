@@ -80,15 +80,20 @@ std::string defaultWords(const std::vector<const TableState*>& tables) {
     return joined(words);
 }
 
+struct RuleLine {
+    std::string numbers, frames, action;
+};
+
 // Frames and what is done with them: side by side, or below each other in a window that is too narrow for that.
-std::string ruleLines(const std::vector<std::pair<std::string, std::string>>& rules, const Terminal& terminal) {
+std::string ruleLines(const std::vector<RuleLine>& rules, const Terminal& terminal) {
     constexpr std::size_t kIndent = 4;
     Table table;
-    for (const auto& [frames, action] : rules) table.row({frames, action});
+    for (const auto& [numbers, frames, action] : rules) table.row({numbers, frames, action});
     if (table.fits(terminal, kIndent)) return table.text(terminal, kIndent);
     std::string text;
-    for (const auto& [frames, action] : rules)
-        for (const auto& [line, indent] : {std::make_pair(frames, kIndent), std::make_pair(action, 2 * kIndent)})
+    for (const auto& [numbers, frames, action] : rules)
+        for (const auto& [line, indent] :
+             {std::make_pair(numbers + "  " + frames, kIndent), std::make_pair(action, 2 * kIndent)})
             text += std::string(indent, ' ') + hanging(line, terminal.width(), indent) + "\n";
     return text;
 }
@@ -106,11 +111,12 @@ std::string rulesOf(const std::string& device, bool receive, const std::vector<M
     const bool one = others.size() == 1;
     std::string heading = "  " + device + (receive ? " receives" : " sends");
     if (one) heading += (receive ? ", for " : ", from ") + *others.begin();
-    std::vector<std::pair<std::string, std::string>> lines;
+    std::vector<RuleLine> lines;
     for (std::size_t i = 0; i < rules.size(); ++i) {
         const std::string from = receive || one ? "" : " from " + words[i].from;
         const std::string to = !receive || one || words[i].to.empty() ? "" : " → " + words[i].to;
-        lines.emplace_back(words[i].frames + from + ":", words[i].action + to + repetition(rules[i]));
+        lines.push_back(
+            {numbersOf(rules[i]), words[i].frames + from + ":", words[i].action + to + repetition(rules[i])});
     }
     return heading + "\n" + ruleLines(lines, terminal);
 }

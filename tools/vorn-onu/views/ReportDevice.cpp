@@ -63,13 +63,13 @@ RowGroup ruleRows(const std::string& title, const std::vector<MergedRule>& rules
     for (const MergedRule& rule : rules) {
         const RuleWords words = ruleWords(rule.device, rule.receive, rule.tags, rule.terms);
         rows.rows.push_back({escaped(rule.device + (rule.receive ? " receives" : " sends")), escaped(words.frames),
-                             escaped(words.action + repetition(rule)), escaped(words.to)});
+                             escaped(words.action + repetition(rule)), escaped(words.to), numbersOf(rule)});
     }
     return rows;
 }
 
 std::string tableOfRules(const std::vector<RowGroup>& groups) {
-    return stackingTable({"where", "frames", "what happens", "goes to"}, groups, "rules");
+    return stackingTable({"where", "frames", "what happens", "goes to", "rule"}, groups, "rules");
 }
 
 std::string ruleTable(const DeviceState& state, const std::vector<MergedRule>& rules) {

@@ -56,6 +56,7 @@ TableState tableOf(const json& j) {
     j.at("tags").get_to(table.tags);
     for (const json& rule : j.at("rules")) {
         table.rules.emplace_back();
+        rule.at("id").get_to(table.rules.back().number);
         for (const char* part : {"filters", "commands"})
             for (const json& term : rule.at(part)) table.rules.back().terms.push_back(term.get<std::string>());
     }

@@ -18,6 +18,7 @@ namespace vorn_onu {
 
 struct RuleState {
     std::vector<std::string> terms;  // filters and commands, as RuleTerm::text() writes them
+    unsigned number = 0;             // by which the device knows it, and a frame's walk names it
 };
 
 struct TableState {

@@ -25,7 +25,7 @@ std::vector<MergedRule> RuleOrigins::take(const std::vector<virtual_onu::RuleTab
             const Key key{table.device, table.direction, table.tags, rule.id};
             const auto known = steps_.find(key);
             now[key] = known != steps_.end() ? known->second : step;
-            if (known == steps_.end()) added.rules.push_back({termsOf(rule)});
+            if (known == steps_.end()) added.rules.push_back({termsOf(rule), rule.id});
         }
         if (!added.rules.empty()) fresh.push_back(std::move(added));
     }

@@ -1,6 +1,7 @@
 #include "running/state/Services.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 
 namespace vorn_onu {
@@ -119,10 +120,11 @@ std::vector<MergedRule> mergedRules(const std::vector<const TableState*>& tables
             const auto same = std::find_if(merged.begin(), merged.end(), [&](const MergedRule& one) {
                 return one.terms == rule.terms && one.tags.count(table->tags) == 0;
             });
-            if (same == merged.end())
-                merged.push_back({table->device, table->receive, {table->tags}, rule.terms});
-            else
-                same->tags.insert(table->tags);
+            MergedRule& one = same != merged.end()
+                                  ? *same
+                                  : merged.emplace_back(MergedRule{table->device, table->receive, {}, rule.terms});
+            one.tags.insert(table->tags);
+            one.numbers.insert(rule.number);
         }
     }
     std::vector<MergedRule> lines;
@@ -130,12 +132,26 @@ std::vector<MergedRule> mergedRules(const std::vector<const TableState*>& tables
         const auto same = std::find_if(lines.begin(), lines.end(), [&](const MergedRule& one) {
             return one.terms == rule.terms && one.tags == rule.tags;
         });
-        if (same == lines.end())
+        if (same == lines.end()) {
             lines.push_back(std::move(rule));
-        else
-            ++same->times;
+            continue;
+        }
+        ++same->times;
+        same->numbers.insert(rule.numbers.begin(), rule.numbers.end());
     }
     return lines;
+}
+
+std::string numbersOf(const MergedRule& rule) {
+    std::string text;
+    for (auto first = rule.numbers.begin(); first != rule.numbers.end();) {
+        auto last = first, next = std::next(first);
+        while (next != rule.numbers.end() && *next == *last + 1) last = next++;
+        text +=
+            (text.empty() ? "" : ", ") + std::to_string(*first) + (last == first ? "" : "-" + std::to_string(*last));
+        first = next;
+    }
+    return text;
 }
 
 std::string repetition(const MergedRule& rule) {

@@ -17,11 +17,15 @@ struct MergedRule {
     bool receive = true;
     std::set<unsigned> tags;
     std::vector<std::string> terms;
-    unsigned times = 1;  // that it is in each of these tables
+    unsigned times = 1;            // that it is in each of these tables
+    std::set<unsigned> numbers{};  // of it in all of them
 };
 
 // The same rule in the tables for different numbers of tags, or several times over, is one rule to a reader.
 std::vector<MergedRule> mergedRules(const std::vector<const TableState*>& tables);
+
+// By which a frame's walk names it: "18", "18, 20-22".
+std::string numbersOf(const MergedRule& rule);
 
 // " (rule occurs twice)", or nothing for a rule that occurs once.
 std::string repetition(const MergedRule& rule);
