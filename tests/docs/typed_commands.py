@@ -5,7 +5,8 @@
 
 Typed are the blocks marked `sh` (commands alone, each must end with 0) and `console` (a command follows "$ ", then what it
 prints; "..." is any number of lines). A page is one session of bash. What comes with a time, in its line, may have other
-numbers; empty lines, and spaces that align columns, do not count.
+numbers; empty lines, and spaces that align columns, do not count. A block of commands that is not marked fails, unless
+NOT_TYPED has the reason.
 """
 
 import os
@@ -17,7 +18,20 @@ import subprocess
 import sys
 import tempfile
 
-BLOCK = re.compile(r"^```(sh|console)\n(.*?)^```", re.MULTILINE | re.DOTALL)
+BLOCK = re.compile(r"^```([a-z]*)\n(.*?)^```", re.MULTILINE | re.DOTALL)
+# How a block begins that nobody types here, and why.
+NOT_TYPED = {
+    "getting-started.md": {"./dev demo": "builds", "./dev package": "builds, and installs as root"},
+    "integration.md": {"cmake -S . -B build/device": "needs a device's toolchain and kit"},
+    "living.md": {
+        "$ sudo ip netns add": "needs root",
+        "$ sudo vorn-onu run scenarios/real-dhcp.json": "needs root",
+        "$ build/release/bench/vorn_packet_bench": "needs root, and an optimised build",
+    },
+    "performance.md": {"./dev bench": "measures for an hour"},
+    "recording.md": {"LD_PRELOAD=libvorn_recorder.so": "is for a device"},
+    "round-trip.md": {"VORN_G988_FRAMES=1000000": "takes hours"},
+}
 TIME = re.compile(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ")
 MARK = "@@ {} @@"
 
@@ -40,16 +54,28 @@ Olt((host, int(port))).provision()
 """
 
 
-def commands_of(page, port):
-    """(line, command, expected lines or None) of each command; the port that a page takes for its OLT is one that is free."""
-    text = page.read_text().replace("127.0.0.1:5000", f"127.0.0.1:{port}")
+def free_port(kind):
+    with socket.socket(socket.AF_INET, kind) as free:
+        free.bind(("127.0.0.1", 0))
+        return free.getsockname()[1]
+
+
+def commands_of(page):
+    """(line, command, expected lines or None) of each command; ports that a page takes are such as are free."""
+    text = page.read_text().replace("127.0.0.1:5000", f"127.0.0.1:{free_port(socket.SOCK_DGRAM)}")
+    port = free_port(socket.SOCK_STREAM)
+    text = text.replace("127.0.0.1:8080", f"127.0.0.1:{port}").replace("at lab serve &", f"at lab serve --port {port} &")
     for block in BLOCK.finditer(text):
+        if block.group(1) not in ("sh", "console"):
+            continue
         line = text[: block.start()].count("\n") + 2
         expected = None
         for number, words in enumerate(block.group(2).rstrip("\n").split("\n"), line):
             if block.group(1) == "sh":
                 if words.strip():
                     yield number, words, None
+            elif words.startswith("$ curl ") and shutil.which("curl") is None:
+                expected = []  # of a command that is left out
             elif words.startswith("$ "):
                 expected = []
                 yield number, words[2:], expected
@@ -57,8 +83,31 @@ def commands_of(page, port):
                 expected.append(words)
 
 
+def is_command(line):
+    """Whether somebody would type this line."""
+    word = (re.sub(r"^(\$ )?([A-Z][A-Z0-9_]*=\S+ )*", "", line).split() or [""])[0]
+    known = word in ("vorn-onu", "sudo", "cmake", "export", "cd") or shutil.which(word) is not None
+    return line.startswith("$ ") or known or re.fullmatch(r"[\w.-]+(/[\w.-]+)+", word) is not None
+
+
+def unmarked_of(page):
+    """Blocks of commands that would not be typed, and reasons that have no block any more."""
+    reasons = dict(NOT_TYPED.get(page.name, {}))
+    faults = []
+    for block in BLOCK.finditer(text := page.read_text()):
+        first = block.group(2).split("\n", 1)[0]
+        if block.group(1) not in ("", "bash", "shell", "text") or not is_command(first):
+            continue
+        reason = next((begin for begin in reasons if first.startswith(begin)), None)
+        if reason is None:
+            faults.append(f"{page.name}:{text[: block.start()].count(chr(10)) + 2}: {first}\n  is neither marked sh nor console")
+        else:
+            del reasons[reason]
+    return faults + [f"{page.name}: no block begins with {begin!r} any more" for begin in reasons]
+
+
 def normal(line):
-    words = " ".join(line.split())
+    words = re.sub(r"token=\S+", "token=#", " ".join(line.split()))
     return re.sub(r"\d+", "#", TIME.sub("TIME", words)) if TIME.search(words) else words
 
 
@@ -77,6 +126,11 @@ def typed(commands):
             script += f"{started}\nwait_until board_is_there\n"
             if "example-daemon" in command:
                 script += f"wait_until grep -q 'the service is up' background.{number}\n"
+            if " serve " in command:  # what it prints, with the link that a reader takes the token from
+                script += f"wait_until grep 'ends it' background.{number} >/dev/null\ncat background.{number}\n"
+                script += f"TOKEN=$(sed -n 's/.*token=//p' background.{number})\n"
+        elif ended := re.fullmatch(r"kill (%\d+)", command):  # a reader takes longer than the program to end
+            script += f"{command} && {{ wait {ended.group(1)} 2>/dev/null; true; }}\n"
         else:
             script += f"{command}\n"
         script += f"printf '\\n{MARK.format('%d %d')}\\n' {number} $?\n"
@@ -84,9 +138,7 @@ def typed(commands):
 
 
 def faults_of(page, folder, environment):
-    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as free:
-        free.bind(("127.0.0.1", 0))
-        commands = list(commands_of(page, free.getsockname()[1]))
+    commands = list(commands_of(page))
     if not commands:
         return []
     try:
@@ -128,8 +180,8 @@ def main():
             shutil.copy(source / "scenarios/omci/internet.pcap", folder / "capture.pcap")
             environment = dict(os.environ, PATH=f"{tool.parent}:{daemon.parent}:{os.environ['PATH']}", TMPDIR=name,
                                XDG_RUNTIME_DIR=name, COLUMNS="120", LC_ALL="C.UTF-8")
-            faults += faults_of(page, folder, environment)
-            count += len(list(commands_of(page, 5000)))
+            faults += unmarked_of(page) + faults_of(page, folder, environment)
+            count += len(list(commands_of(page)))
     print("\n".join(faults) or f"{count} commands do what their pages say")
     return 1 if faults or count == 0 else 0
 
