@@ -385,7 +385,7 @@ TEST_F(Board, HasANameThatIsNoPathAndADirectoryThatIsTheUsersAlone) {
     chmod((runtime_.path() + "/vorn-onu").c_str(), 0755);
     const ProgramResult open = runWith("lab");
     EXPECT_EQ(open.code, 2);
-    expectHas(open.output, {"yours alone"});
+    expectHas(open.output, {"yours alone; set XDG_RUNTIME_DIR or TMPDIR to another"});
     // Without a runtime directory of the user's: a private one below the temporary directory.
     setenv("XDG_RUNTIME_DIR", "/nowhere", 1);
     setenv("TMPDIR", runtime_.path().c_str(), 1);

@@ -19,7 +19,8 @@ bool isOwn(const std::string& path, mode_t forbidden) {
 }
 
 void makeOwn(const std::string& path, mode_t forbidden, const char* what) {
-    if (mkdir(path.c_str(), S_IRWXU) != 0 && !isOwn(path, forbidden)) throw std::runtime_error(path + what);
+    if (mkdir(path.c_str(), S_IRWXU) != 0 && !isOwn(path, forbidden))
+        throw std::runtime_error(path + what + "; set XDG_RUNTIME_DIR or TMPDIR to another");
 }
 
 }  // namespace
