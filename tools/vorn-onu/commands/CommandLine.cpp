@@ -168,12 +168,12 @@ int CommandLine::run(int argc, const char* const* argv) {
         print(text.str());
         return ended(kHeld, false);
     } catch (const CLI::ParseError& error) {
-        complain(std::string(kName) + ": " + problemOf(error));
+        complain(problemOf(error));
         return kBadInput;
     }
     for (const Command& command : commands_)
         if (command.app->parsed()) return ended(command.work(), command.app->get_name() == kRunsPrograms);
-    complain("vorn-onu: say what to do: " + joined(commandNames(*app_)) + "; vorn-onu help tells how");
+    complain("say what to do: " + joined(commandNames(*app_)) + "; vorn-onu help tells how");
     return kBadInput;
 }
 

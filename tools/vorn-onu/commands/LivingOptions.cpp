@@ -126,6 +126,7 @@ void addStep(CLI::App& at, const std::string& kind, const std::string& doc, cons
         ->expected(kind.empty() ? 1 : -1)
         ->type_name("");
     command->add_flag("--json", step->json, "answer in JSON");
+    if (kind == "restart") command->group("");  // every board refuses it, and says why
     command->positionals_at_end(false);
     works.emplace_back(command, atBoard(step, name));
 }

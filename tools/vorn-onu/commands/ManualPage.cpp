@@ -91,7 +91,7 @@ std::string section(const CLI::App& command) {
     text += paragraphs(command.get_footer());
     for (const bool positional : {true, false})
         for (const CLI::Option* option : optionsOf(command, positional)) text += optionRow(*option);
-    for (const CLI::App* one : command.get_subcommands([](const CLI::App*) { return true; }))
+    for (const CLI::App* one : command.get_subcommands([](const CLI::App* sub) { return !sub->get_group().empty(); }))
         text += subcommandRow(*one);
     return text;
 }
