@@ -172,6 +172,10 @@ completed() { # WORD... : the last one is what is being typed
     _vorn_onu
     [[ " ${COMPREPLY[*]} " == *" ${!#} "* ]]
 }
+for heading in FILES ENVIRONMENT "SEE ALSO"; do
+    grep -A1 -x -- "\.SH $heading" "$prefix/share/man/man1/vorn-onu.1" | grep -q '^\.[TB]' ||
+        fail "the man page has nothing under $heading"
+done
 for command in $commands; do
     grep -qx -- "\.SS $command" "$prefix/share/man/man1/vorn-onu.1" || fail "the man page does not know $command"
     completed vorn-onu "$command" || fail "the completion does not know $command"

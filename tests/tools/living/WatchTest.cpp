@@ -158,7 +158,7 @@ TEST_P(Watching, FitsTheWindowFollowsItsSizeAndLeavesItClean) {
     EXPECT_FALSE(window.other);
     EXPECT_TRUE(window.cursor);
 }
-INSTANTIATE_TEST_SUITE_P(Columns, Watching, ::testing::Values(80, 120),
+INSTANTIATE_TEST_SUITE_P(Columns, Watching, ::testing::Values(80, 120, 140),
                          [](const auto& one) { return std::to_string(one.param); });
 
 class Leaving : public Watching {};
