@@ -65,6 +65,15 @@ TEST(ExecOutput, ADashIsStandardOutput) {
     EXPECT_EQ(outputOf("--json - --trace -").code, 2);
 }
 
+TEST(ExecOutput, AReaderThatHasSeenEnoughIsNoFailure) {
+    const ScratchDirectory scratch;
+    for (const std::string options : {"", "--json -", "--trace -"}) {
+        const std::string errors = scratch.file("errors");
+        runProgram({"/bin/sh", "-c", kTool + " exec " + options + " -- " + kDaemon + " 2>" + errors + " | head -1"});
+        EXPECT_EQ(contentOf(errors).find("vorn-onu: "), std::string::npos) << options << ": " << contentOf(errors);
+    }
+}
+
 TEST(ExecOutput, AProgramThatTouchesNothingLeavesANewBoardAsJson) {
     const json state = json::parse(
         runProgram({"/bin/sh", "-c", kTool + " exec --json - -- /bin/true 2>/dev/null"}).output, nullptr, false);

@@ -12,29 +12,39 @@ using vorn_onu::widthOf;
 TEST(CommandLine, WhatMakesNoSenseIsRefusedInOneLineThatSaysWhatIsMeant) {
     const struct {
         std::vector<std::string> words;
-        const char* line;  // how it starts
+        const char* line;  // how it starts, behind the tool's name
     } cases[] = {
-        {{}, "vorn-onu: say what to do: run, send, "},
-        {{"rnu"}, "vorn-onu: there is no command 'rnu', did you mean 'run'?; there are run, send, "},
-        {{"gallop", "--quiet"}, "vorn-onu: there is no command 'gallop'; there are run, "},
-        {{"help", "snd"}, "vorn-onu: there is no command 'snd', did you mean 'send'?"},
-        {{"run"}, "vorn-onu: run: FILE is required: vorn-onu run FILE\n"},
+        {{}, "say what to do: run, send, "},
+        {{"rnu"}, "there is no command 'rnu', did you mean 'run'?; there are run, send, "},
+        {{"gallop", "--quiet"}, "there is no command 'gallop'; there are run, "},
+        {{"help", "snd"}, "there is no command 'snd', did you mean 'send'?"},
+        {{"run"}, "run: FILE is required: vorn-onu run FILE\n"},
+        {{"run", "none.json"}, "none.json: cannot be opened: No such file or directory\n"},
+        {{"diff", "none.json", "none.json"}, "none.json: cannot be opened: "},
+        {{"info", "none.json"}, "none.json: cannot be opened: "},
+        {{"audit", "none.json"}, "none.json: cannot be opened: "},
+        {{"omci", "none.pcap"}, "none.pcap: cannot be opened: "},
+        {{"omci"}, "omci: say which FILE to play, "},
+        {{"run", "none.json", "none.json", "--board", "x"}, "run: --board goes with one scenario, not with "},
+        {{"exec", "--tap", "lan0=tap0", "--", "true"}, "--tap 'lan0=tap0': 'lan0' is no port"},
+        {{"at", "nobody", "show"}, "at: nobody: "},
+        {{"at", "lab", "st"}, "at: there is no command 'st', did you mean 'step'?; "},
         {{"run", "x.pcap"}, "x.pcap: is a capture, not a scenario: vorn-onu omci FILE plays "},
-        {{"diff", "onu.board"}, "vorn-onu: diff: AFTER is required: vorn-onu diff BEFORE AFTER\n"},
-        {{"at", "lab"}, "vorn-onu: at: say what to do: "},
-        {{"at", "lab", "frme"}, "vorn-onu: at: there is no command 'frme', did you mean 'frame'?; there are "},
-        {{"run", "--jsn", "-"}, "vorn-onu: run: there is no option --jsn, did you mean '--json'?\n"},
+        {{"diff", "onu.board"}, "diff: AFTER is required: vorn-onu diff BEFORE AFTER\n"},
+        {{"at", "lab"}, "at: say what to do: "},
+        {{"at", "lab", "frme"}, "at: there is no command 'frme', did you mean 'frame'?; there are "},
+        {{"run", "--jsn", "-"}, "run: there is no option --jsn, did you mean '--json'?\n"},
         {{"send", "a.json", "--from", "sid0", "--after-step", "0"},
-         "vorn-onu: send: --after-step: must be a number from 1 on, not '0'"},
+         "send: --after-step: must be a number from 1 on, not '0'"},
         {{"send", "a.json", "--from", "sid0", "--pbits", "1"},
-         "vorn-onu: send: --pbits: belongs behind the --vlan that it describes"},
+         "send: --pbits: belongs behind the --vlan that it describes"},
     };
     for (const auto& one : cases) {
         std::vector<std::string> words = {kTool};
         words.insert(words.end(), one.words.begin(), one.words.end());
         const ProgramResult result = runProgram(words);
         EXPECT_EQ(result.code, 2) << one.line;
-        EXPECT_EQ(result.output.rfind(one.line, 0), 0u) << result.output;
+        EXPECT_EQ(result.output.rfind(std::string("vorn-onu: ") + one.line, 0), 0u) << result.output;
         EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1) << result.output;
     }
 }
@@ -46,6 +56,8 @@ TEST(CommandLine, HelpVersionAndHelpOfACommandAreAnswered) {
     const ProgramResult send = runProgram({kTool, "help", "send"});
     EXPECT_EQ(send.code, 0);
     expectHas(send.output, {"--after-step N"});
+    for (const ProgramResult& at : {runProgram({kTool, "at", "--help"}), runProgram({kTool, "at", "lab"})})
+        EXPECT_EQ(at.output.find("restart"), std::string::npos) << "every board refuses it: " << at.output;
     EXPECT_EQ(send.output, runProgram({kTool, "send", "--help"}).output);
 }
 
@@ -67,7 +79,8 @@ TEST(CommandLine, HelpIsNoWiderThanTheWindow) {
 TEST(CommandLine, AFrameFromAPortThatIsNotThereIsBadInputAndThePortsAreNamed) {
     const std::pair<const char*, const char*> cases[] = {
         {"sid77",
-         "the frame: field 'from': there is no port 'sid77' after step 24, did you mean 'sid7'?; there are sid0, "},
+         "vorn-onu: the frame: field 'from': there is no port 'sid77' after step 24, did you mean 'sid7'?; there are "
+         "sid0, "},
         {"gem1001", "there is no port 'gem1001' after step 24, did you mean 'gem 1001'?; there are sid0, "},
         {"gem 7", "there is no port 'gem 7' after step 24"},
     };

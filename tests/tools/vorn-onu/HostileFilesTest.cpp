@@ -70,9 +70,10 @@ TEST(HostileFiles, DepthAndSizeHaveLimitsThatAreNamed) {
     for (const auto& one : cases) {
         const ProgramResult run = runProgram({kTool, "run", one.file});
         EXPECT_EQ(run.code, 2);
-        EXPECT_EQ(run.output, one.file + ": " + one.told + "\n");
+        EXPECT_EQ(run.output, "vorn-onu: " + one.file + ": " + one.told + "\n");
     }
-    EXPECT_EQ(runProgram({kTool, "diff", deep, deep}).output, deep + ": is nested deeper than 64 levels\n");
+    EXPECT_EQ(runProgram({kTool, "diff", deep, deep}).output,
+              "vorn-onu: " + deep + ": is nested deeper than 64 levels\n");
 }
 
 // The JSON library's way to watch over the reading looks at all of a list again for each of its objects.
@@ -103,10 +104,10 @@ TEST(HostileFiles, OutputThatCannotBeWrittenIsFoundBeforeTheRun) {
     for (const char* option : {"--json", "--report", "--pcap"}) {
         const std::string nowhere = scratch.file("none/out");
         EXPECT_EQ(runProgram({kTool, "run", scenario, option, nowhere}).output,
-                  nowhere + ": cannot be written: No such file or directory\n");
+                  "vorn-onu: " + nowhere + ": cannot be written: No such file or directory\n");
         const ProgramResult folder = runProgram({kTool, "run", scenario, option, scratch.file("")});
         EXPECT_EQ(folder.code, 2);
-        EXPECT_EQ(folder.output, scratch.file("") + ": cannot be written: is a directory\n");
+        EXPECT_EQ(folder.output, "vorn-onu: " + scratch.file("") + ": cannot be written: is a directory\n");
     }
 }
 

@@ -81,7 +81,7 @@ TEST(Tool, BadScenarioEndsWithCodeTwoAndOneLineThatNamesThePlace) {
         const std::string file = scratch.write("bad.json", bad.text);
         const ProgramResult result = runProgram({kTool, "run", file});
         EXPECT_EQ(result.code, 2) << bad.name;
-        EXPECT_EQ(result.output, file + ": " + bad.line + "\n") << bad.name;
+        EXPECT_EQ(result.output, "vorn-onu: " + file + ": " + bad.line + "\n") << bad.name;
     }
 }
 
@@ -89,9 +89,10 @@ TEST(Tool, UnknownOperationIsAnsweredWithTheOneThatWasMeantAndTheNearest) {
     const ScratchDirectory scratch;
     const std::string whole = scratch.write("whole.json", kUnknownOperation);
     const std::string output = runProgram({kTool, "run", whole}).output;
-    EXPECT_EQ(output.find(whole + ": step 2 (call vorn_omci_hal_configureBrdge): field 'call': operation "
-                                  "'vorn_omci_hal_configureBrdge' is not known here, did you mean "
-                                  "'vorn_omci_hal_configureBridge'?; the nearest of "),
+    EXPECT_EQ(output.find("vorn-onu: " + whole +
+                          ": step 2 (call vorn_omci_hal_configureBrdge): field 'call': operation "
+                          "'vorn_omci_hal_configureBrdge' is not known here, did you mean "
+                          "'vorn_omci_hal_configureBridge'?; the nearest of "),
               0U)
         << output;
     EXPECT_EQ(std::count(output.begin(), output.end(), ','), 5) << output;

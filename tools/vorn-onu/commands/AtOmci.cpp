@@ -42,7 +42,7 @@ int AtOmciCommand::run() const {
             for (const nlohmann::json& record : reply.at("messages")) {
                 const auto number = record.at("number").get<std::uint64_t>();
                 if (!first && number > after + 1)
-                    complain(std::to_string(number - after - 1) + " messages came too fast to be shown");
+                    remark(std::to_string(number - after - 1) + " messages came too fast to be shown");
                 first = false;
                 after = number;
                 showRecord(record, choice, json);

@@ -47,11 +47,11 @@ int follow(living::Client& client, std::uint64_t after, const TraceOutput& outpu
         if (what == "trace") {
             for (const nlohmann::json& entry : event->at("entries")) output.show(entry);
         } else if (what == "missed") {
-            complain(std::to_string(event->value("entries", 0L)) + " calls came too fast to be shown");
+            remark(std::to_string(event->value("entries", 0L)) + " calls came too fast to be shown");
         } else if (what == "board") {
-            complain("another process's board from here on: " + std::to_string(event->value("process", 0)));
+            remark("another process's board from here on: " + std::to_string(event->value("process", 0)));
         } else if (what == "end") {
-            complain("the board is gone: " + event->value("why", ""));
+            remark("the board is gone: " + event->value("why", ""));
             break;
         }
     }

@@ -20,11 +20,11 @@ int tried(const std::string& place, Work work) {
     try {
         return work();
     } catch (const Problem& problem) {
-        complain("vorn-onu: at: " + place + ": " + problem.text());
+        complain("at: " + place + ": " + problem.text());
     } catch (const living::Refusal& refusal) {
-        complain("vorn-onu: at: " + place + ": " + refusal.what());
+        complain("at: " + place + ": " + refusal.what());
     } catch (const std::exception& error) {
-        complain("vorn-onu: at: " + std::string(error.what()));
+        complain("at: " + std::string(error.what()));
     }
     return kBadInput;
 }

@@ -44,7 +44,7 @@ int AuditCommand::run() const {
     try {
         const Scenario loaded = loadScenario(scenario);
         if (afterStep > loaded.steps.size())
-            throw Problem("vorn-onu: audit: --after-step " + std::to_string(afterStep) + ": " + scenario + " has " +
+            throw Problem("audit: --after-step " + std::to_string(afterStep) + ": " + scenario + " has " +
                           std::to_string(loaded.steps.size()) + " steps");
         const std::string word = forwardingOf(forwarding, loaded);
         useForwarding(word);

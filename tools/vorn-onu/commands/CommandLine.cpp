@@ -29,13 +29,13 @@ constexpr const char* kRunsPrograms = "exec";
 int ended(int code, bool isOfAProgram) {
     const std::string lost = lostOutput();
     if (lost.empty()) return code;
-    complain(std::string(kName) + ": standard output cannot be written: " + lost);
+    complain("standard output cannot be written: " + lost);
     return isOfAProgram && code != kHeld ? code : kBadInput;
 }
 
 std::vector<std::string> commandNames(const CLI::App& app) {
     std::vector<std::string> names;
-    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App* one) { return !one->get_group().empty(); }))
         names.push_back(command->get_name());
     return names;
 }

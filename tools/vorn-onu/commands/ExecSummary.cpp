@@ -58,13 +58,13 @@ void ExecSummary::tellOfTheBackground() const {
         names.push_back(text(one.id, one.name));
         numbers.push_back(std::to_string(one.id));
     }
-    complain(program_[0] + " goes on in the background: " + joined(names, ", "));
+    remark(program_[0] + " goes on in the background: " + joined(names, ", "));
     if (!goesOn()) return;
-    complain("  the state of its device: " + snapshotFile + ", rewritten after each change");
-    if (!traceFile.empty()) complain("  its calls into the device: " + traceFile);
-    if (!recording.empty()) complain("  its recording, from its first call of the HAL on: " + recording);
-    if (!halOutput.empty()) complain("  what its HAL prints: " + halOutput);
-    complain("  kill " + joined(numbers, " ") + " ends it");
+    remark("  the state of its device: " + snapshotFile + ", rewritten after each change");
+    if (!traceFile.empty()) remark("  its calls into the device: " + traceFile);
+    if (!recording.empty()) remark("  its recording, from its first call of the HAL on: " + recording);
+    if (!halOutput.empty()) remark("  what its HAL prints: " + halOutput);
+    remark("  kill " + joined(numbers, " ") + " ends it");
 }
 
 void ExecSummary::tellOfOtherBoards() const {
@@ -74,8 +74,8 @@ void ExecSummary::tellOfOtherBoards() const {
         const std::string place = stateIsKept
                                       ? "the other's state is in " + snapshotFile + "." + std::to_string(one.process)
                                       : "--json FILE keeps the other's state beside FILE";
-        complain(text(one) + " has changed a board of its own, as each process has one; shown is that of " +
-                 text(*shown) + ", " + place);
+        remark(text(one) + " has changed a board of its own, as each process has one; shown is that of " +
+               text(*shown) + ", " + place);
     }
 }
 
@@ -88,7 +88,7 @@ void ExecSummary::tellOfHalOutput() const {
 
 void ExecSummary::show(const nlohmann::json& state) const {
     if (!goesOn() && !quiet) {
-        if (!touched && ending_.left.empty()) complain(program_[0] + ": has not touched the device");
+        if (!touched && ending_.left.empty()) remark(program_[0] + ": has not touched the device");
         if (!state.is_discarded()) {
             print("\n" + Terminal::of(stdout).dim(forwarding) + "\n");
             showDevice(state);

@@ -18,8 +18,8 @@ std::string forwardingOf(const std::string& option, const Scenario& scenario) {
     const char* const variable = std::getenv(VORN_HAL_FORWARDING_VARIABLE);  // NOLINT(concurrency-mt-unsafe)
     const std::string word = variable == nullptr ? "" : variable;
     if (!word.empty() && word != kByContract && word != kByG988)
-        throw std::invalid_argument(std::string("vorn-onu: ") + VORN_HAL_FORWARDING_VARIABLE + ": must be " +
-                                    kByContract + " or " + kByG988 + ", not '" + word + "'");
+        throw std::invalid_argument(std::string(VORN_HAL_FORWARDING_VARIABLE) + ": must be " + kByContract + " or " +
+                                    kByG988 + ", not '" + word + "'");
     return word.empty() ? kByContract : word;
 }
 

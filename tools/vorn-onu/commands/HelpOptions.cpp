@@ -29,7 +29,7 @@ Command addHelp(CLI::App& app) {
         }
         const CLI::App* chosen = help->command.empty() ? &app : findCommand(app, help->command);
         if (chosen == nullptr) {
-            complain("vorn-onu: " + noSuchCommand(app, help->command));
+            complain(noSuchCommand(app, help->command));
             return kBadInput;
         }
         // Not by App::help(), which tells of the command that was chosen: of this one.

@@ -155,7 +155,7 @@ int OmciCommand::run() const {
             if (path != "-") checkWritable(path);
         useForwarding(forwarding);
         if (!listenAddress.empty()) return listenToOlt(*this);
-        if (file.empty()) throw std::invalid_argument("vorn-onu: omci: say which FILE to play, or where to --listen");
+        if (file.empty()) throw std::invalid_argument("omci: say which FILE to play, or where to --listen");
         std::optional<FrameInput> input;
         if (!from.empty()) input = frameOf(*this);
         return runPlayed(*this, readMessages(readFile(file, kMaxFileBytes), file, integrityOf(mic)), input);

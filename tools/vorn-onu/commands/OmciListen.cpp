@@ -293,8 +293,7 @@ private:
 }  // namespace
 
 int listenToOlt(const OmciCommand& command) {
-    if (!command.from.empty())
-        throw std::invalid_argument("vorn-onu: omci: --from goes with a FILE, not with --listen");
+    if (!command.from.empty()) throw std::invalid_argument("omci: --from goes with a FILE, not with --listen");
     const int signals = endingSignals();
     if (signals < 0) throw std::runtime_error("signals cannot be waited for");
     HalOutput hal("omci");

@@ -50,7 +50,7 @@ void checkOptions(const RunCommand& command) {
                                                     {"--stay", command.stay}};
     for (const auto& [name, given] : options)
         if (given)
-            throw std::invalid_argument(std::string("vorn-onu: run: ") + name + " goes with one scenario, not with " +
+            throw std::invalid_argument(std::string("run: ") + name + " goes with one scenario, not with " +
                                         std::to_string(command.scenarios.size()));
 }
 
@@ -109,8 +109,8 @@ public:
     void untilSignal() {
         if (taps_ != nullptr) taps_->start();
         server_.start(board_);
-        complain("the board stays as '" + server_.name() + "': vorn-onu at " + server_.name() +
-                 " show; SIGTERM or Ctrl-C ends it");
+        remark("the board stays as '" + server_.name() + "': vorn-onu at " + server_.name() +
+               " show; SIGTERM or Ctrl-C ends it");
         pollfd wait{signals_, POLLIN, 0};
         while (poll(&wait, 1, -1) < 0) {
         }

@@ -74,8 +74,7 @@ private:
         std::FILE* file = std::tmpfile();
         const pid_t child = file == nullptr ? -1 : fork();
         if (child == 0) runAndLeave(command_, command_.scenarios[started_], terminal_, file);
-        if (child < 0)
-            throw std::runtime_error(std::string("vorn-onu: a process cannot be started: ") + std::strerror(errno));
+        if (child < 0) throw std::runtime_error(std::string("a process cannot be started: ") + std::strerror(errno));
         running_[child] = {started_++, file};
     }
 

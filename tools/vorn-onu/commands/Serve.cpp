@@ -16,7 +16,7 @@ namespace vorn_onu {
 int AtServeCommand::run() const {
     try {
         if (!page::canServe()) {
-            complain("vorn-onu: at: serve: this vorn-onu was built without the HTTP library (libcpp-httplib-dev)");
+            complain("at: serve: this vorn-onu was built without the HTTP library (libcpp-httplib-dev)");
             return kBadInput;
         }
         living::Client(name).ask({{"do", "hello"}});  // there is such a board
@@ -30,7 +30,7 @@ int AtServeCommand::run() const {
         close(signals);
         return kHeld;
     } catch (const std::exception& error) {
-        complain(std::string("vorn-onu: at: serve: ") + error.what());
+        complain(std::string("at: serve: ") + error.what());
         return kBadInput;
     }
 }

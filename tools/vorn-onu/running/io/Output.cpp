@@ -27,6 +27,10 @@ void print(const std::string& text) {
 }
 
 void complain(const std::string& text) {
+    remark("vorn-onu: " + text);
+}
+
+void remark(const std::string& text) {
     std::fputs((oneLine(text) + "\n").c_str(), stderr);
     std::fflush(stderr);
 }
@@ -39,7 +43,7 @@ void progress(const std::string& line) {
 }
 
 std::string lostOutput() {
-    return firstError == 0 ? "" : std::generic_category().message(firstError);
+    return firstError == 0 || firstError == EPIPE ? "" : std::generic_category().message(firstError);
 }
 
 }  // namespace vorn_onu

@@ -34,7 +34,7 @@ std::string virtualOnuPath() {
 std::string pathBeside(const std::string& virtualOnu, const std::string& name) {
     const std::string path = virtualOnu.substr(0, virtualOnu.rfind('/') + 1) + name;
     if (access(path.c_str(), R_OK) == 0) return path;
-    complain("vorn-onu: " + name + " is not beside " + virtualOnu);
+    complain(name + " is not beside " + virtualOnu);
     return "";
 }
 
@@ -113,7 +113,7 @@ void Environment::set(const std::string& name, const std::string& value) {
 bool Environment::preload(bool recorder, bool relay) {
     std::vector<std::string> libraries = {virtualOnuPath()};
     if (libraries[0].empty()) {
-        complain("vorn-onu: libvirtual_onu.so cannot be found");
+        complain("libvirtual_onu.so cannot be found");
         return false;
     }
     if (recorder) libraries.push_back(pathBeside(libraries[0], "libvorn_recorder.so"));

@@ -11,7 +11,7 @@ constexpr std::size_t kMaxInterfaceLength = 15, kMaxNetnsLength = 127;
 constexpr unsigned kMaxGemPort = 65535;
 
 [[noreturn]] void refuseTap(const std::string& words, const std::string& why) {
-    throw std::invalid_argument("vorn-onu: --tap '" + words + "': " + why);
+    throw std::invalid_argument("--tap '" + words + "': " + why);
 }
 
 std::string trimmed(const std::string& text) {
@@ -92,7 +92,7 @@ std::unique_ptr<virtual_onu::Taps> openTaps(const std::vector<std::string>& opti
     try {
         return std::make_unique<virtual_onu::Taps>(requests);
     } catch (const std::runtime_error& error) {
-        throw std::runtime_error(std::string("vorn-onu: --tap: ") + error.what());
+        throw std::runtime_error(std::string("--tap: ") + error.what());
     }
 }
 
