@@ -52,8 +52,10 @@ TEST(Show, AStepShowsItsArgumentsItsOutcomeAndTheAuthorsWords) {
                      "                                    bridge 3 yet\n",
                      // short enough for one line
                      "8  configureBridge           bridgeId 3, uniPort 0  → + br3 gpon3 gpon3.3\n",
-                     // a rule that does not fit in two columns
-                     "    single-tagged frames with VID 100, p-bits 0, TPID 0x8100:\n"
+                     // rules that do not fit in their columns, by the numbers that a frame's walk names
+                     "    18  single-tagged frames with VID 20, TPID 0x8100:\n"
+                     "        set VID 200, p-bits 5, TPID 0x8100\n",
+                     "    16-17  single-tagged frames with VID 100, p-bits 0, TPID 0x8100:\n"
                      "        pop the outer tag (rule occurs twice)\n",
                      "→ - sid0.3, -5 rules, -2 flows"});
 }
