@@ -27,7 +27,7 @@ TEST(CommandLine, WhatMakesNoSenseIsRefusedInOneLineThatSaysWhatIsMeant) {
         {{"omci"}, "omci: say which FILE to play, "},
         {{"run", "none.json", "none.json", "--board", "x"}, "run: --board goes with one scenario, not with "},
         {{"exec", "--tap", "lan0=tap0", "--", "true"}, "--tap 'lan0=tap0': 'lan0' is no port"},
-        {{"at", "nobody", "show"}, "at: nobody: "},
+        {{"at", "nobody", "show"}, "at: no board with the name 'nobody' runs"},
         {{"at", "lab", "st"}, "at: there is no command 'st', did you mean 'step'?; "},
         {{"run", "x.pcap"}, "x.pcap: is a capture, not a scenario: vorn-onu omci FILE plays "},
         {{"diff", "onu.board"}, "diff: AFTER is required: vorn-onu diff BEFORE AFTER\n"},
