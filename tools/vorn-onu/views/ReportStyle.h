@@ -44,7 +44,7 @@ td { padding:5px 14px 5px 0; border-top:1px solid var(--line); vertical-align:to
 td:last-child, th:last-child { padding-right:0 }
 td:first-child { white-space:nowrap }
 .way th { font-size:12px; letter-spacing:.04em; text-transform:uppercase; padding-top:12px; border-top:1px solid var(--line) }
-.stacks { table-layout:fixed } .stacks th:nth-child(1) { width:18% } .defaults th:nth-child(1) { width:28% } .rules th:nth-child(3) { width:27% } .rules th:nth-child(4) { width:13% } .rules th:nth-child(5) { width:9% }
+.stacks { table-layout:fixed } .stacks th:nth-child(1) { width:18% } .defaults th:nth-child(1) { width:28% } .rules th:nth-child(1) { width:15% } .rules th:nth-child(3) { width:27% } .rules th:nth-child(4) { width:11% } .rules th:nth-child(5) { width:7% }
 .audit th:nth-child(1) { width:20% } .audit td:first-child { white-space:normal } .audit code { white-space:normal; overflow-wrap:anywhere }
 .hop th:nth-child(2) { width:44% } .hop th:nth-child(3) { width:14% }
 code, .mono { font-family:ui-monospace,Consolas,monospace; font-size:13px }
