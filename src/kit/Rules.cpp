@@ -79,9 +79,8 @@ RuleInsertion::RuleInsertion(const RuleTable& first, std::uint32_t lastTags) : f
     journal->intend(step.bytes());
 }
 
-int RuleInsertion::insert(const RuleTable& table, const TagRule& /*rule*/, RulePosition position, std::uint32_t* id) {
-    const int result = vlanCtl_insertTagRule(table.device.c_str(), table.direction, table.tags, position.position,
-                                             position.reference, id);
+int RuleInsertion::insert(const RuleTable& table, const TagRule& rule, RulePosition position, std::uint32_t* id) {
+    const int result = rule.insertInto(table, position, id);
     state::Journal* const journal = state::journal();
     if (journal == nullptr) return result;
     journal->result(result == 0 ? *id : VLANCTL_DONT_CARE);

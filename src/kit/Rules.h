@@ -64,6 +64,11 @@ public:
     TagRule() : result_(vlanCtl_initTagRule()) {}
     // 0, or vlanctl's error of the first call that failed.
     int result() const { return result_; }
+    // Inserts what is composed, for insertRule() and RuleInsertion, which note it. Vlanctl's result.
+    int insertInto(const RuleTable& table, RulePosition position, std::uint32_t* id) const {
+        return vlanCtl_insertTagRule(table.device.c_str(), table.direction, table.tags, position.position,
+                                     position.reference, id);
+    }
 
     // Received frames are handed to vlanIfc; transmitted frames match when they come from it.
     TagRule& bind(std::uint32_t direction, const char* vlanIfc) {
