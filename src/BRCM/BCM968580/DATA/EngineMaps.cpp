@@ -32,6 +32,11 @@ void dissociateUni(std::uint32_t bridgeId) {
     noteChange(Entry::BridgeUni, bridgeId);
 }
 
+void setGemIndex(std::uint16_t gemPortId, std::uint16_t gemIndex) {
+    tGemPortMap[gemPortId] = gemIndex;
+    noteChange(Entry::ServiceGem, gemPortId);
+}
+
 void setPbitGem(std::uint8_t pbit, std::uint16_t gemPortId, std::uint16_t queue) {
     xgemPortIdForPbit[pbit] = gemPortId;
     xgemUpstremQueueForPbit[pbit] = queue;

@@ -11,6 +11,7 @@ namespace engine_maps {
 void associateUni(std::uint16_t bridgeId, std::uint16_t uniPort);
 void dissociateUni(std::uint32_t bridgeId);
 
+void setGemIndex(std::uint16_t gemPortId, std::uint16_t gemIndex);
 void setPbitGem(std::uint8_t pbit, std::uint16_t gemPortId, std::uint16_t queue);
 void addPbitToQueue(std::uint16_t gemPortId, std::uint16_t queue, std::uint8_t pbit);
 void clearPbitQueues();

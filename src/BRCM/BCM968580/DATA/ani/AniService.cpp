@@ -215,9 +215,9 @@ bool EtherSwitchBcm380::getGemIdxFromGemPortMapEntry(std::uint16_t gemPortId, st
 }
 
 bool EtherSwitchBcm380::insertGemPortMapEntry(std::uint16_t gemPortId, std::uint16_t gemIdx) {
-    const bool inserted = tGemPortMap.emplace(gemPortId, gemIdx).second;
+    const bool inserted = tGemPortMap.count(gemPortId) == 0;
     if (inserted) {
-        kit::noteChange(kit::Entry::ServiceGem, gemPortId);
+        engine_maps::setGemIndex(gemPortId, gemIdx);
         std::printf("Inserted GemPort:%u with GemIndex:%u", gemPortId, gemIdx);
     } else {
         std::printf("Already exists GemPort:%u with GemIndex:%u", gemPortId, gemIdx);

@@ -43,10 +43,7 @@ bool leadsToGateway(std::uint16_t bridgeId) {
 // The gateway is told of GEM ports by their indexes.
 void rememberGemPorts(const BridgeServiceProvisioning& record) {
     for (const std::uint16_t gemPortId : g988::gemPortIds(record)) {
-        const auto index = gemIndexOf(gemPortId);
-        if (!index) continue;
-        tGemPortMap[gemPortId] = *index;
-        kit::noteChange(kit::Entry::ServiceGem, gemPortId);
+        if (const auto index = gemIndexOf(gemPortId)) engine_maps::setGemIndex(gemPortId, *index);
     }
 }
 
