@@ -7,10 +7,13 @@
 #include <vector>
 
 #include "bridge/BridgeControl.h"
+#include "device/MacText.h"
+#include "hal/Shell.h"
 #include "kit/Asked.h"
 #include "kit/DeviceNames.h"
 #include "kit/Rules.h"
 #include "kit/StateEntries.h"
+#include "platform/devctl.h"
 #include "platform/vlanctl.h"
 
 namespace kit {
@@ -145,6 +148,23 @@ bool createVlanFlows(const char* fromVlanDevice, const char* toVlanDevice) {
     return vlanCtl_createVlanFlows(fromVlanDevice, toVlanDevice) == 0;
 }
 
+bool setPonDeviceUp(bool up) {
+    return runShell(CommandText("ifconfig %s %s", kPonDevice, up ? "up" : "down").get()) == 0;
+}
+
+bool raisePonDevice() {
+    const BegunStep step(Step::RaisePonDevice);
+    return setPonDeviceUp(true);
+}
+
+bool bringVeipUp(MissingAddress missing) {
+    unsigned char mac[6] = {};
+    char macText[18] = {};
+    if (devCtl_getBaseMacAddress(mac) != 0 && missing == MissingAddress::Fails) return false;
+    macToText(mac, macText);
+    return runShell(CommandText("ifconfig %s hw ether %s up", kVeipDevice, macText).get()) == 0;
+}
+
 // ---- bridges ----
 
 InterfaceResult createBridge(const char* bridge) {
@@ -169,6 +189,11 @@ InterfaceResult deleteBridge(const char* bridge) {
     if (deleted) forgetDevice(bridge);
     br_shutdown();
     return deleted ? InterfaceResult::Done : InterfaceResult::Refused;
+}
+
+InterfaceResult deleteServiceBridge(std::uint16_t bridgeId) {
+    const BegunStep step(Step::DeleteBridge, bridgeId);
+    return deleteBridge(bridgeName(bridgeId).get());
 }
 
 int joinBridge(const char* bridge, const char* device) {

@@ -37,12 +37,24 @@ void noteIfGone(const char* device);
 void forgetDevice(const char* device);
 bool createVlanFlows(const char* fromVlanDevice, const char* toVlanDevice);  // false: refused by the kit
 
+// "gpondef", which is up while there are GEM ports. False when the command fails.
+bool setPonDeviceUp(bool up);
+// Up for the first GEM port: noted before.
+bool raisePonDevice();
+
+enum class MissingAddress { Zeros, Fails };
+// Brings "veip0" up with the board's first MAC address. False when the kit does not report the address and that Fails,
+// or when the command fails.
+bool bringVeipUp(MissingAddress missing);
+
 // ---- bridges ----
 
 // Without STP and forward delay, and up. NoSocket: nothing was done.
 InterfaceResult createBridge(const char* bridge);
 // Takes the bridge down and deletes it.
 InterfaceResult deleteBridge(const char* bridge);
+// Likewise that of a service, and notes before that it goes.
+InterfaceResult deleteServiceBridge(std::uint16_t bridgeId);
 int joinBridge(const char* bridge, const char* device);   // 0 or an errno value
 int leaveBridge(const char* bridge, const char* device);  // the control socket's result
 void forgetMembership(const char* device);

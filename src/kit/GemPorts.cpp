@@ -14,6 +14,18 @@ GemPortAnswer ask(std::uint16_t gemIndex, std::uint16_t gemPortId) {
     return answer;
 }
 
+GemPortCounters askCounters(std::uint16_t gemIndex, std::uint16_t gemPortId) {
+    GemPortCounters answer{};
+    answer.port.gemIndex = gemIndex;
+    answer.port.gemPortId = gemPortId;
+    answer.result = gponCtl_getGemPortCounters(&answer.port);
+    return answer;
+}
+
+// GPON control's counters over all GEM ports are asked for with this index and port id.
+constexpr std::uint16_t kAllGemPortsIndex = 65534;
+constexpr std::uint16_t kAllGemPortsId = 65535;
+
 }  // namespace
 
 GemPortAnswer gemPortById(std::uint16_t gemPortId) {
@@ -22,6 +34,14 @@ GemPortAnswer gemPortById(std::uint16_t gemPortId) {
 
 GemPortAnswer gemPortByIndex(std::uint16_t gemIndex) {
     return ask(gemIndex, 0);
+}
+
+GemPortCounters countersOfGemPort(std::uint16_t gemPortId) {
+    return askCounters(GPONCTL_GEM_INDEX_UNKNOWN, gemPortId);
+}
+
+GemPortCounters countersOfAllGemPorts() {
+    return askCounters(kAllGemPortsIndex, kAllGemPortsId);
 }
 
 int createGemPort(GponCtlGemPortConfig& config) {

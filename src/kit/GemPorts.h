@@ -21,6 +21,13 @@ struct GemPortAnswer {
 GemPortAnswer gemPortById(std::uint16_t gemPortId);
 GemPortAnswer gemPortByIndex(std::uint16_t gemIndex);
 
+struct GemPortCounters {
+    int result;  // 0, or GPON control's error
+    GponCtlGemPortCounters port;
+};
+GemPortCounters countersOfGemPort(std::uint16_t gemPortId);
+GemPortCounters countersOfAllGemPorts();
+
 // GPON control's result. A port that it has already is not noted as one that is being created.
 int createGemPort(GponCtlGemPortConfig& config);
 // Disables the port and removes it. The id is the caller's; the port is as GPON control knows it. True when it is

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "hal/Shell.h"
 #include "hal/Text.h"
+#include "kit/Devices.h"
 #include "kit/GemPorts.h"
 #include "kit/StateEntries.h"
 #include "kit/Tconts.h"
@@ -48,7 +48,7 @@ int cleanPon(const Stays& portStays, const Stays& tcontStays, const std::functio
     // How often each was configured is not known: once is the rule.
     const auto left = static_cast<std::int32_t>(ponAdapter().gemPortMap.size());
     if (removed > 0 && g_GemCnt > left) countGemPorts(left - g_GemCnt);
-    if (removed > 0 && left == 0) runShell("ifconfig gpondef down");
+    if (removed > 0 && left == 0) kit::setPonDeviceUp(false);
 
     const auto tconts = ponAdapter().allocIdMap;
     for (const auto& [allocId, tContIndex] : tconts) {

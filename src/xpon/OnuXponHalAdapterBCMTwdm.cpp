@@ -5,7 +5,7 @@
 #include <initializer_list>
 #include <type_traits>
 
-#include "platform/gponctl.h"
+#include "kit/GemPorts.h"
 #include "xpon/OnuXponHalAdapterBCM.h"
 #include "xpon/OnuXponHalAdapterBcmNgponLib.h"
 
@@ -52,10 +52,6 @@ int exchange(int (Lib::*request)(Driver*), Hal* record, ByteRanges in, ByteRange
 // Kept as it is: one sum over all channels and for the life of the process.
 std::uint32_t ploamRunningTotal = 0;
 
-// GPON control's counters over all GEM ports: asked for with this index and port id.
-constexpr std::uint16_t kAllGemPortsIndex = 65534;
-constexpr std::uint16_t kAllGemPortsId = 65535;
-
 }  // namespace
 
 int OnuXponHalAdapterBCM::getTxChannelState(TWDMSystemProfile* record) {
@@ -84,17 +80,14 @@ int OnuXponHalAdapterBCM::getTwdmLodspmMe(TWDMLodsPmData_t* record) {
 
 int OnuXponHalAdapterBCM::getTwdmChannelXgemHDME(TWDMChannelXGEMPMHistoryData_t* record) {
     if (record == nullptr) return EINVAL;
-    GponCtlGemPortCounters gem{};
-    gem.gemIndex = kAllGemPortsIndex;
-    gem.gemPortId = kAllGemPortsId;
-    gponCtl_getGemPortCounters(&gem);
+    const kit::GemPortCounters gem = kit::countersOfAllGemPorts();
 
     BCM_TWDMChannelXGEMPMHistoryData driver{};
     const int result = ask(&Lib::getTwdmChannelXgemHDME, record, {kChannel}, driver);
     if (result != 0) return result;
-    record->firstGemCounter = gem.counter[4];
+    record->firstGemCounter = gem.port.counter[4];
     record->firstGemCounterHigh = 0;
-    record->secondGemCounter = gem.counter[5];
+    record->secondGemCounter = gem.port.counter[5];
     record->secondGemCounterHigh = 0;
     copyBytes(driver, *record, {{16, 23}, {32, 71}});
     return 0;

@@ -5,6 +5,7 @@
 #include "hal/Shell.h"
 #include "hal/Text.h"
 #include "kit/Asked.h"
+#include "kit/Devices.h"
 #include "kit/GemPorts.h"
 #include "kit/Tconts.h"
 #include "platform/gponctl.h"
@@ -167,10 +168,7 @@ void OnuXponHalAdapterBCM::configGemPortShapingUs(unsigned short queue, unsigned
 void OnuXponHalAdapterBCM::addGemToDefaultGponIf(unsigned short gemIndex) {
     if (gemIndex > kMaxGemIndex) return;
     const state::Operation operation;
-    if (g_GemCnt == 0) {
-        const kit::BegunStep step(kit::Step::RaisePonDevice);
-        runShell("ifconfig gpondef up");
-    }
+    if (g_GemCnt == 0) kit::raisePonDevice();
     countGemPorts(1);
 }
 
@@ -178,15 +176,12 @@ void OnuXponHalAdapterBCM::removeGemFromDefaultGponIf(unsigned short gemIndex) {
     if (gemIndex > kMaxGemIndex) return;
     // Kept: no floor at 0. An unmatched removal leaves the device down until the count has been made up for.
     countGemPorts(-1);
-    if (g_GemCnt == 0) runShell("ifconfig gpondef down");
+    if (g_GemCnt == 0) kit::setPonDeviceUp(false);
 }
 
 int OnuXponHalAdapterBCM::getGalEthPmHistDataME(GalEthPMHistoryData_t* data) {
     if (data == nullptr) return -1;
-    GponCtlGemPortCounters counters{};
-    counters.gemIndex = GPONCTL_GEM_INDEX_UNKNOWN;
-    counters.gemPortId = data->gemPortId;
-    const int result = gponCtl_getGemPortCounters(&counters);
-    if (result == 0) data->discardedFrames = counters.counter[kDiscardedFramesCounter];
-    return result;
+    const kit::GemPortCounters counters = kit::countersOfGemPort(data->gemPortId);
+    if (counters.result == 0) data->discardedFrames = counters.port.counter[kDiscardedFramesCounter];
+    return counters.result;
 }

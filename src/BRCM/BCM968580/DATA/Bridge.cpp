@@ -218,8 +218,7 @@ bool EtherSwitchBcm380::deleteBridgeInterface(unsigned short bridgeId) {
         std::printf("bridgeInterfaceName:%s is not present!!!", bridge.get());
         return false;
     }
-    const kit::BegunStep step(kit::Step::DeleteBridge, bridgeId);
-    return kit::deleteBridge(bridge.get()) != InterfaceResult::Refused;
+    return kit::deleteServiceBridge(bridgeId) != InterfaceResult::Refused;
 }
 
 bool EtherSwitchBcm380::deleteUniInterface(unsigned short bridgeId, unsigned short uniPort) {

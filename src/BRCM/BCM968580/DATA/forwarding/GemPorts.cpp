@@ -4,8 +4,8 @@
 #include <string>
 
 #include "BRCM/BCM968580/DATA/forwarding/Undone.h"
-#include "hal/Shell.h"
 #include "kit/Asked.h"
+#include "kit/Devices.h"
 #include "kit/GemPorts.h"
 #include "kit/Tconts.h"
 #include "xpon/GemPortSettings.h"
@@ -29,11 +29,6 @@ bool setEnabled(std::uint16_t gemPortId, std::uint16_t gemIndex, bool enable) {
     return kit::enableGemPort(gemPortId, &gemIndex, enable) == 0;
 }
 
-// "gpondef", which is up while there are GEM ports.
-bool setPonDeviceUp(bool up) {
-    return runShell(up ? "ifconfig gpondef up" : "ifconfig gpondef down") == 0;
-}
-
 class GemPortToAdd {
 public:
     explicit GemPortToAdd(const XGEMConfig& record) : record_(record), id_(record.xgemPortId) {
@@ -44,10 +39,8 @@ public:
         std::string problem = findOrCreate();
         if (problem.empty()) problem = setQueue();
         if (problem.empty() && !setEnabled(id_, index_, true)) problem = nameOf(id_) + " cannot be enabled";
-        if (problem.empty() && isNew_ && g_GemCnt == 0) {
-            const kit::BegunStep step(kit::Step::RaisePonDevice);
-            if (!setPonDeviceUp(true)) problem = "gpondef cannot be brought up";
-        }
+        if (problem.empty() && isNew_ && g_GemCnt == 0 && !kit::raisePonDevice())
+            problem = "gpondef cannot be brought up";
         if (problem.empty()) note();
         return problem;
     }
@@ -136,11 +129,11 @@ bool removeGemPort(std::uint16_t gemPortId) {
     const kit::GemPortAnswer answer = kit::gemPortById(gemPortId);
     if (!answer.known()) return isDone(kOperation, {false, name + ": the driver does not say what it has"});
     const bool isLast = g_GemCnt == 1;
-    if (isLast && !setPonDeviceUp(false)) return isDone(kOperation, {false, "gpondef cannot be taken down"});
+    if (isLast && !kit::setPonDeviceUp(false)) return isDone(kOperation, {false, "gpondef cannot be taken down"});
     if (!kit::removeGemPort(answer.port, gemPortId)) {
         Undone undone(name + " cannot be removed");
         if (answer.enabled() && !setEnabled(gemPortId, answer.port.gemIndex, true)) undone.cannotGiveBack(name);
-        if (isLast && !setPonDeviceUp(true)) undone.cannotGiveBack("gpondef");
+        if (isLast && !kit::setPonDeviceUp(true)) undone.cannotGiveBack("gpondef");
         return undone.isPutBack(kOperation);
     }
     ponAdapter().deleteGemPortMapEntry(gemPortId);

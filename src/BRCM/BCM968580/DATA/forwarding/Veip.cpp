@@ -10,11 +10,9 @@
 #include "BRCM/BCM968580/DATA/RuleMap.h"
 #include "BRCM/BCM968580/DATA/forwarding/Devices.h"
 #include "BRCM/BCM968580/DATA/forwarding/Undone.h"
-#include "hal/Shell.h"
 #include "kit/Asked.h"
 #include "kit/Devices.h"
 #include "kit/Rules.h"
-#include "platform/devctl.h"
 
 namespace forwarding {
 
@@ -75,11 +73,7 @@ bool makeDevice(EtherSwitchBcm380& engine) {
     bool isComplete = false;
     if (!kit::createVeipDevice(&isComplete) || !isComplete) return false;
     engine.disableIPv6(kVeipDevice);
-    unsigned char mac[6] = {};
-    char macText[18] = {};
-    if (devCtl_getBaseMacAddress(mac) != 0) return false;
-    engine.macNumToStr(mac, macText);
-    return runShell(CommandText("ifconfig %s hw ether %s up", kVeipDevice, macText).get()) == 0;
+    return kit::bringVeipUp(kit::MissingAddress::Fails);
 }
 
 bool removeDevice() {
@@ -120,8 +114,7 @@ std::string takePlaceOf(std::uint16_t bridgeId) {
     if (isGone(bridge)) return "";
     {
         const kit::MakingWay makingWay;
-        const kit::BegunStep step(kit::Step::DeleteBridge, bridgeId);
-        if (kit::deleteBridge(bridge.get()) == InterfaceResult::Done) return "";
+        if (kit::deleteServiceBridge(bridgeId) == InterfaceResult::Done) return "";
     }
     kit::bringUp(bridge.get());
     return std::string(bridge.get()) + " cannot be removed";

@@ -20,7 +20,6 @@
 #include "kit/DeviceNames.h"
 #include "kit/Devices.h"
 #include "kit/Rules.h"
-#include "platform/devctl.h"
 
 namespace {
 
@@ -175,11 +174,7 @@ int EtherSwitchBcm380::createVeipVlanInterface() {
         std::printf("VEIP: DEV_INTERFACE: %s, VlanName: %s", kVeipRealDevice, kVeipDevice);
         if (kit::createVeipDevice()) {
             disableIPv6(kVeipDevice);
-            unsigned char mac[6] = {};
-            char macText[18] = {};
-            devCtl_getBaseMacAddress(mac);
-            macNumToStr(mac, macText);
-            runShell(CommandText("ifconfig %s hw ether %s up", kVeipDevice, macText).get());
+            kit::bringVeipUp(kit::MissingAddress::Zeros);
             ret = 0;
         } else {
             std::printf("Failed to create %s", kVeipDevice);
