@@ -10,6 +10,11 @@ namespace virtual_onu::network {
 
 constexpr std::size_t kMaxNameLength = 15;  // characters of a device name
 
+// Letters, digits and "._-": no shell and no tool gives them a meaning of their own.
+constexpr bool isPlainCharacter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '.' || c == '-' ||
+           c == '_';
+}
 bool isDeviceName(const std::string& name);  // the kernel's dev_valid_name, and its limit
 bool parseMac(const std::string& text, std::uint8_t (&mac)[6]);
 bool isMac(const std::string& text);

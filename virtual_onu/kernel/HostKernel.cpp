@@ -62,8 +62,7 @@ ifreq requestFor(const std::string& name) {
 // Device names go to the tool's batch input, where these characters have no meaning of their own.
 bool isPlain(const std::string& name) {
     return !name.empty() && name.size() <= network::kMaxNameLength && name != "." && name != ".." && name[0] != '-' &&
-           std::all_of(name.begin(), name.end(),
-                       [](unsigned char c) { return std::isalnum(c) != 0 || c == '.' || c == '-' || c == '_'; });
+           std::all_of(name.begin(), name.end(), network::isPlainCharacter);
 }
 
 bool runIpBatch(const std::string& lines) {

@@ -13,6 +13,7 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "DeviceTexts.h"
 #include "running/io/OwnDirectory.h"
 
 namespace vorn_onu::living {
@@ -37,14 +38,11 @@ bool isSameFile(int descriptor, const std::string& path) {
 }  // namespace
 
 std::string problemOfName(const std::string& name) {
-    const auto isGood = [](char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_' ||
-               c == '.';
-    };
     if (name.empty()) return "is empty";
     if (name.size() > kMaxNameLength) return "is longer than " + std::to_string(kMaxNameLength) + " characters";
     if (name.front() == '.' || name.front() == '-') return "must begin with a letter or a digit";
-    if (!std::all_of(name.begin(), name.end(), isGood)) return "may have letters, digits, '-', '_' and '.'";
+    if (!std::all_of(name.begin(), name.end(), virtual_onu::network::isPlainCharacter))
+        return "may have letters, digits, '-', '_' and '.'";
     return "";
 }
 

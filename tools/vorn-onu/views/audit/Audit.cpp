@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <map>
+#include <string_view>
 #include <tuple>
 
+#include "DeviceTexts.h"
 #include "running/state/WalkWords.h"
 #include "views/audit/FrameClasses.h"
 
@@ -218,8 +220,10 @@ Result Auditor::run() {
 
 // A word of a command line, in quotes where a shell would take it apart.
 std::string shellWord(const std::string& word) {
-    constexpr const char* kPlain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-./+:=@,";
-    if (!word.empty() && word.find_first_not_of(kPlain) == std::string::npos) return word;
+    const auto isPlain = [](char c) {
+        return virtual_onu::network::isPlainCharacter(c) || std::string_view("/+:=@,").find(c) != std::string::npos;
+    };
+    if (!word.empty() && std::all_of(word.begin(), word.end(), isPlain)) return word;
     std::string quoted = "'";
     for (const char c : word) quoted += c == '\'' ? "'\\''" : std::string(1, c);
     return quoted + "'";
