@@ -109,8 +109,7 @@ int main(int argc, char** argv) {
         say("the service could not be provisioned");
         return 1;
     }
-    if (state != nullptr)
-        say("of an earlier life " + std::to_string(vorn_hal_state_settle()) + " things were taken away");
+    if (state != nullptr) say(std::to_string(vorn_hal_state_settle()) + " leftovers of the last run removed");
     say("the service is up");
     while (stays) pause();
     return 0;

@@ -40,10 +40,10 @@ TEST_F(ExecBoard, TheSecondProgramFindsWhatTheFirstHasLeft) {
     const ProgramResult second = exec(kDaemon, "--json " + scratch_.file("second.json"));
     EXPECT_TRUE(has(second.output, "rule occurs twice")) << second.output;
     EXPECT_GT(rules(), once) << "a HAL that begins with empty maps adds its rules again";
-    const json told = json::parse(contentOf(scratch_.file("second.json"))), kept = state();
-    EXPECT_EQ(told["vlan"], kept["vlan"]);
-    EXPECT_EQ(told["network"]["devices"], kept["network"]["devices"]);
-    EXPECT_GT(told["trace"].size(), 100U) << "what the program has done is told, too";
+    const json reported = json::parse(contentOf(scratch_.file("second.json"))), kept = state();
+    EXPECT_EQ(reported["vlan"], kept["vlan"]);
+    EXPECT_EQ(reported["network"]["devices"], kept["network"]["devices"]);
+    EXPECT_GT(reported["trace"].size(), 100U) << "what the program has done is reported, too";
     EXPECT_TRUE(kept["trace"].empty());
     // Nobody has touched it: it is shown all the same.
     const ProgramResult shown = exec("true");
@@ -57,7 +57,7 @@ TEST_F(ExecBoard, ADaemonWithAStateFileFindsItsService) {
     EXPECT_TRUE(has(exec(daemon).output, "the service is up"));
     const json before = state();
     const ProgramResult second = exec(daemon);
-    EXPECT_TRUE(has(second.output, "of an earlier life 0 things were taken away")) << second.output;
+    EXPECT_TRUE(has(second.output, "0 leftovers of the last run removed")) << second.output;
     EXPECT_TRUE(has(second.output, "the service is up")) << second.output;
     EXPECT_EQ(state()["vlan"], before["vlan"]);
     EXPECT_EQ(state()["pon"], before["pon"]);
