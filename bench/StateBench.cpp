@@ -34,7 +34,7 @@ double median(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
-// Where devices and bridges stand: in the virtual ONU's memory, or in a namespace of this machine's kernel, as on a
+// Where devices and bridges are: in the virtual ONU's memory, or in a namespace of this machine's kernel, as on a
 // device.
 enum class Kernel { kVirtual, kReal };
 

@@ -1,4 +1,4 @@
-// The ONU's end of the management channel (ITU-T G.988): one request in, one answer out, and what the ONU tells by
+// The ONU's end of the management channel (ITU-T G.988): one request in, one answer out, and what the ONU sends by
 // itself.
 #ifndef OMCI_AGENT_AGENT_H
 #define OMCI_AGENT_AGENT_H

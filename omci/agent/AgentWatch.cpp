@@ -184,7 +184,7 @@ void Agent::afterSet(EntityKey key, AttributeMask) {
     alarms_.controlChanged(key, clock_.nowMs());
     const Entity& entity = *mib_.find(key);
     if (entity.info().isPerformance()) performance_.written(key);
-    // Where the device tells the port's state, the next watch looks: the port is not up yet when it is unlocked.
+    // Where the device reports the port's state, the next watch looks: the port is not up yet when it is unlocked.
     if (key.classId == class_id::kEthernetUni && !device_.portState(key.instance)) {
         const bool enabled = entity.number8(attr::ethernet_uni::kOperationalState) == kEnabled;
         portChanged(key.instance, {enabled, entity.number8(attr::ethernet_uni::kConfigurationInd)});

@@ -82,16 +82,16 @@ void Alarms::set(EntityKey entity, unsigned alarm, bool raised) {
     State& state = states_[entity];
     state.bits[alarm / 8] = static_cast<std::uint8_t>(state.bits[alarm / 8] ^ bitOf(alarm));
     if (isHeldBack(entity)) {
-        state.untold = true;
+        state.unreported = true;
     } else {
-        tell(entity, state);
+        report(entity, state);
     }
 }
 
-void Alarms::tell(EntityKey entity, State& state) {
+void Alarms::report(EntityKey entity, State& state) {
     sequence_ = static_cast<std::uint8_t>(sequence_ == 255 ? 1 : sequence_ + 1);
     outbox_.sendAlarm(entity, {state.bits, sequence_});
-    state.untold = false;
+    state.unreported = false;
 }
 
 void Alarms::controlChanged(EntityKey key, std::uint64_t nowMs) {
@@ -105,7 +105,7 @@ void Alarms::controlChanged(EntityKey key, std::uint64_t nowMs) {
         return;
     }
     const auto state = states_.find(key);
-    if (state != states_.end() && state->second.untold) tell(key, state->second);
+    if (state != states_.end() && state->second.unreported) report(key, state->second);
 }
 
 void Alarms::tick(std::uint64_t nowMs) {
@@ -143,7 +143,7 @@ AlarmEntries Alarms::copyPart(std::uint16_t number, MessageSet set, std::uint64_
 void Alarms::releaseAll() {
     arcEndsMs_.clear();
     for (auto& [key, state] : states_) {
-        if (state.untold) tell(key, state);
+        if (state.unreported) report(key, state);
     }
 }
 

@@ -44,12 +44,12 @@ public:
 private:
     struct State {
         AlarmBits bits{};
-        bool untold = false;  // changed while it was held back
+        bool unreported = false;  // changed while it was held back
     };
     void onChange(const Change& change) override;
     void forgetSilenced();
     bool isHeldBack(EntityKey entity) const;
-    void tell(EntityKey entity, State& state);
+    void report(EntityKey entity, State& state);
 
     Mib& mib_;
     Outbox& outbox_;

@@ -47,8 +47,9 @@ CounterSources::BothWays CounterSources::ofPort(EntityKey port) {
     PmRequest request{kPmEthernet, kPmAbsolute, 0};
     EthernetPmRecord record{};
     if (hal_.vorn_omci_hal_pm_get(&request, &record) != 0) return {};
-    const auto traffic = [](const EthernetPmDirection& way) {
-        return Traffic{way.octets, way.frames, way.broadcastFrames, way.multicastFrames, way.errors, way.discards};
+    const auto traffic = [](const EthernetPmDirection& direction) {
+        return Traffic{direction.octets,          direction.frames, direction.broadcastFrames,
+                       direction.multicastFrames, direction.errors, direction.discards};
     };
     return {traffic(record.received), traffic(record.transmitted)};
 }

@@ -1,4 +1,4 @@
-// What the agent asks of the ONU and the HAL's interface does not tell. Every operation has a body that answers "not
+// What the agent asks of the ONU and the HAL's interface does not report. Every operation has a body that answers "not
 // known", so that a device overrides only what it can do.
 #ifndef OMCI_AGENT_DEVICE_H
 #define OMCI_AGENT_DEVICE_H
@@ -14,7 +14,7 @@
 
 namespace omci {
 
-// Measurements of the optical module beside its levels, each where the module tells it.
+// Measurements of the optical module beside its levels, each where the module reports it.
 struct ModuleReading {
     std::optional<double> volts;
     std::optional<double> biasMilliamperes;
@@ -96,7 +96,7 @@ public:
 
     // A voice call is going on; with emergencyOnly an emergency call.
     virtual bool callInProgress(bool /*emergencyOnly*/) { return false; }
-    // The version text that an image tells of itself, at most 14 characters; empty when it does not.
+    // The version text that an image reports of itself, at most 14 characters; empty when it does not.
     virtual std::string imageVersion(ByteView /*image*/) { return {}; }
     virtual void setTime(const DateTime&) {}
     // The ONU restarts with this software image. The answer has gone; the MIB is that of a new ONU already.

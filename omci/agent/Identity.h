@@ -1,4 +1,4 @@
-// What the HAL tells of the ONU's identity.
+// What the HAL reports of the ONU's identity.
 #ifndef OMCI_AGENT_IDENTITY_H
 #define OMCI_AGENT_IDENTITY_H
 

@@ -20,7 +20,7 @@ struct SelfTestOutcome {
 // they work. Other tests are refused with a parameter error, those of other classes as not supported.
 SelfTestOutcome runSelfTest(ClassId classId, ByteView request, VornHal& hal, Device& device);
 
-// The optical levels as the HAL tells them, units of 0.002 dB relative to 1 mW.
+// The optical levels as the HAL reports them, units of 0.002 dB relative to 1 mW.
 std::optional<int> receivedLevel(VornHal& hal);
 std::optional<int> transmittedLevel(VornHal& hal);
 

@@ -10,12 +10,13 @@ namespace {
 class Writer {
 public:
     explicit Writer(const Message& message)
-        : extended_(message.set == MessageSet::kExtended), most_(extended_ ? kMaxExtendedContent : kBaselineContent) {
+        : extended_(message.set == MessageSet::kExtended),
+          maxContent_(extended_ ? kMaxExtendedContent : kBaselineContent) {
         bytes_.reserve(extended_ ? 64 : kBaselineContent);
     }
 
     Bytes finish() {
-        bytes_.resize(extended_ ? std::min(bytes_.size(), most_) : kBaselineContent, 0);
+        bytes_.resize(extended_ ? std::min(bytes_.size(), maxContent_) : kBaselineContent, 0);
         return std::move(bytes_);
     }
 
@@ -134,7 +135,7 @@ private:
     void put16(std::uint16_t value) { appendNumber(bytes_, value, 2); }
     void put32(std::uint32_t value) { appendNumber(bytes_, value, 4); }
     void put(ByteView bytes) {
-        const ByteView part = bytes.part(0, most_ > bytes_.size() ? most_ - bytes_.size() : 0);
+        const ByteView part = bytes.part(0, maxContent_ > bytes_.size() ? maxContent_ - bytes_.size() : 0);
         bytes_.insert(bytes_.end(), part.begin(), part.end());
     }
     void putResult(Result result) { put8(static_cast<std::uint8_t>(result)); }
@@ -148,7 +149,7 @@ private:
     // As many images as the number before them can say and the set can hold.
     template <class Image>
     std::size_t countOf(const std::vector<Image>& images, std::size_t size) const {
-        return std::min({images.size(), std::size_t{255}, (most_ - bytes_.size() - 1) / size});
+        return std::min({images.size(), std::size_t{255}, (maxContent_ - bytes_.size() - 1) / size});
     }
     void putImages(const std::vector<InstanceId>& images) {
         const std::size_t count = countOf(images, 2);
@@ -165,7 +166,7 @@ private:
     }
 
     bool extended_;
-    std::size_t most_;
+    std::size_t maxContent_;
     Bytes bytes_;
 };
 

@@ -24,7 +24,7 @@ std::vector<ClassInfo> makeClasses() {
     return classes;
 }
 
-// Where the classes stand, for the numbers up to the largest one.
+// Where the classes are, for the numbers up to the largest one.
 std::vector<const ClassInfo*> makeIndex() {
     std::vector<const ClassInfo*> index(managedEntities().back().id() + 1U, nullptr);
     for (const ClassInfo& info : managedEntities()) index[info.id()] = &info;

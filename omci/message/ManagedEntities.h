@@ -75,7 +75,7 @@ enum Access : std::uint8_t {
     kW = 2,
     kC = 4,  // set by create
     kOptional = 8,
-    kAvc = 16,  // the ONU tells when the value changes by itself
+    kAvc = 16,  // the ONU reports when the value changes by itself
     kRW = kR | kW,
     kRC = kR | kC,
     kRWC = kR | kW | kC,

@@ -13,9 +13,9 @@ std::string hex16(std::uint16_t number) {
 }
 
 // Puts each content's fields into the text.
-class Teller {
+class MessageTextBuilder {
 public:
-    Teller(const Message& message, MessageText& text) : message_(message), text_(text) {}
+    MessageTextBuilder(const Message& message, MessageText& text) : message_(message), text_(text) {}
 
     void operator()(const NoContent&) {}
     void operator()(const CreateValues& create) {
@@ -86,7 +86,8 @@ public:
         for (const UploadEntry& entry : entries.entries) {
             std::string values;
             MessageText one;
-            Teller(message_, one).addValuesOf(entry.entity.classId, entry.mask, entry.values, Tables::kSizes);
+            MessageTextBuilder(message_, one)
+                .addValuesOf(entry.entity.classId, entry.mask, entry.values, Tables::kSizes);
             for (const NamedValue& value : one.values)
                 values += (values.empty() ? "" : ", ") + value.name + " " + value.value;
             add(entityText(entry.entity), values);
@@ -171,7 +172,7 @@ MessageText textOf(const Message& message) {
     if (decoded.error != ContentError::kNone) {
         text.error = nameOf(decoded.error);
     } else {
-        std::visit(Teller(message, text), decoded.content);
+        std::visit(MessageTextBuilder(message, text), decoded.content);
     }
     return text;
 }

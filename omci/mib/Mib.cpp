@@ -36,7 +36,7 @@ bool Mib::create(Entity entity) {
     const auto [made, isNew] = all.emplace(entity.instance(), std::move(entity));
     if (!isNew) return false;
     link(made->second);
-    tell(ChangeKind::kCreated, made->second, made->second.info().all());
+    report(ChangeKind::kCreated, made->second, made->second.info().all());
     return true;
 }
 
@@ -46,7 +46,7 @@ bool Mib::erase(EntityKey key) {
     const auto gone = classes_[info->index()].extract(key.instance);
     if (gone.empty()) return false;
     unlink(key);
-    tell(ChangeKind::kDeleted, gone.mapped(), info->all());
+    report(ChangeKind::kDeleted, gone.mapped(), info->all());
     return true;
 }
 
@@ -58,7 +58,7 @@ void Mib::commit(const Entity& entity, AttributeMask changed) {
     if (changed == 0) return;
     unlink(entity.key());
     link(entity);
-    tell(ChangeKind::kChanged, entity, changed);
+    report(ChangeKind::kChanged, entity, changed);
 }
 
 bool Mib::setNumber(EntityKey key, AttributeNumber attribute, std::uint64_t value) {
@@ -104,7 +104,7 @@ void Mib::unlink(EntityKey key) {
     pointersFrom_.erase(targets);
 }
 
-void Mib::tell(ChangeKind kind, const Entity& entity, AttributeMask attributes) {
+void Mib::report(ChangeKind kind, const Entity& entity, AttributeMask attributes) {
     const Change change{kind, entity.key(), attributes, &entity, cause_};
     for (MibObserver* observer : observers_) observer->onChange(change);
 }

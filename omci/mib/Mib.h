@@ -74,7 +74,7 @@ private:
     static std::uint32_t packed(EntityKey key) { return std::uint32_t{key.classId} << 16 | key.instance; }
     void link(const Entity& entity);
     void unlink(EntityKey key);
-    void tell(ChangeKind kind, const Entity& entity, AttributeMask attributes);
+    void report(ChangeKind kind, const Entity& entity, AttributeMask attributes);
 
     std::vector<Instances> classes_;  // by ClassInfo::index()
     std::vector<MibObserver*> observers_;

@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t kEntryHeader = 8;   // of an entry in the extended set: size, class, instance, mask
 constexpr std::uint64_t kMaxCopies = 64;  // of tables; the one that was read longest ago makes room
 
-// What an upload tells of an entity: no tables, nothing that cannot be read, and of performance monitoring not the
+// What an upload reports of an entity: no tables, nothing that cannot be read, and of performance monitoring not the
 // counters (not certain: some ONUs list them).
 AttributeMask uploaded(const Entity& entity) {
     const ClassInfo& info = entity.info();

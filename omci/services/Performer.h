@@ -16,7 +16,7 @@ public:
     virtual ~Performer();
     // The HAL's answer: 0 for success.
     virtual int perform(const HalCall& call) = 0;
-    // MAC address of the management host, as text; empty when the board does not tell.
+    // MAC address of the management host, as text; empty when the board does not report.
     virtual std::string hostMac() = 0;
 };
 

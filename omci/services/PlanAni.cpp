@@ -12,7 +12,7 @@ namespace {
 
 constexpr unsigned kDscps = 64;
 constexpr std::uint8_t kFromDscp = 0;                                        // unmarked frame option of a mapper
-constexpr std::uint32_t kUsualAgeingS = 300, kLongestAgeingS = 1'000'000;    // the kernel counts hundredths in an int
+constexpr std::uint32_t kUsualAgeingS = 300, kMaxAgeingS = 1'000'000;        // the kernel counts hundredths in an int
 constexpr std::uint8_t kForwardVidsAndUntagged = 0x03, kForwardVids = 0x04;  // forward operations
 
 // TP types of bridge ports that are planned.
@@ -65,7 +65,7 @@ void Planner::planBridge(InstanceId instance) {
 void Planner::planAgeing(const Entity& bridge) {
     const bool learns = bridge.number8(attr::bridge::kLearningInd) != 0;
     const auto set = static_cast<std::uint32_t>(bridge.number(attr::bridge::kDynamicFilteringAgeingTime));
-    const std::uint32_t seconds = !learns ? 0 : set == 0 ? kUsualAgeingS : std::min(set, kLongestAgeingS);
+    const std::uint32_t seconds = !learns ? 0 : set == 0 ? kUsualAgeingS : std::min(set, kMaxAgeingS);
     if (seconds == kUsualAgeingS) return;
     if (!context_.settings.setsAgeing)
         return problem(bridge.key(), learns ? "the ageing time stays at 300 s" : "learning is not switched off");

@@ -85,12 +85,12 @@ void Services::settle(int action, std::uint16_t transaction) {
         planOne(key);
     }
     for (Problem& problem : difference_.settle(action, message)) {
-        tell(problem);
+        report(problem);
         late_.insert(std::move(problem));
     }
 }
 
-void Services::tell(const Problem& problem) {
+void Services::report(const Problem& problem) {
     if (told_.insert(problem).second && problemListener_) problemListener_(problem);
 }
 
@@ -120,7 +120,7 @@ void Services::planOne(EntityKey key) {
         problems_.erase(key);
         return;
     }
-    for (const Problem& problem : wanted.problems) tell(problem);
+    for (const Problem& problem : wanted.problems) report(problem);
     problems_[key] = std::move(wanted.problems);
 }
 

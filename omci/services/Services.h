@@ -38,8 +38,8 @@ public:
     void onProblem(ProblemListener listener) { problemListener_ = std::move(listener); }
 
     // Asks the HAL for what has changed.
-    //   action       type of the message (MessageType); the HAL tells the gateway another thing while it is a MIB reset
-    //   transaction  transaction identifier of the message whose number was given to Mib::setCause()
+    //   action       type of the message (MessageType); the HAL sends the gateway something else while it is a MIB
+    //   reset transaction  transaction identifier of the message whose number was given to Mib::setCause()
     void settle(int action, std::uint16_t transaction);
 
     // What exists: pieces in the order in which they are made.
@@ -54,7 +54,7 @@ private:
     void touch(EntityKey key);
     void note(EntityKey key, bool exists, std::optional<MessageRef> message);
     void planOne(EntityKey key);
-    void tell(const Problem& problem);
+    void report(const Problem& problem);
     Cause completed(Cause cause) const;
 
     Mib& mib_;

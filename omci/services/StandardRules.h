@@ -15,7 +15,7 @@ namespace omci::services {
 UniRule standardRule(const TaggingRow& row, const Tagging& tagging, UniPort port);
 // The HAL's table has the default rows from the start: those that have been deleted are asked for as rows that drop.
 void addDeletedDefaults(EntityKey entity, const Tagging& tagging, UniPort port, std::vector<UniRulePtr>& rules);
-// All frames pass both ways as they are: the port needs no table.
+// All frames pass unchanged in both directions: the port needs no table.
 bool passesBothWays(const std::vector<UniRulePtr>& rules);
 // A row in the place of one with the same filters is no removal. Order is of no matter.
 UniChange standardChange(const std::vector<UniRulePtr>& standing, const std::vector<UniRulePtr>& wanted);

@@ -16,8 +16,8 @@ enum TagAction : std::uint16_t { kPush = 1, kPop = 2, kNone = 3, kPushTwo = 4, k
 // two are removed and one is added, one is popped and the other written.
 constexpr TagAction kActions[3][3] = {{kNone, kPush, kPushTwo}, {kPop, kTranslate, kPush}, {kPopTwo, kPop, kTranslate}};
 
-// Codes of the HAL's treatment that leave the field of the tag that is written as it was, and do not look at it on the
-// way down.
+// Codes of the HAL's treatment that leave the field of the tag that is written as it was, and do not look at it
+// downstream.
 constexpr std::uint8_t kKeptPriority = TagTreatment::kCopyOuter;
 constexpr std::uint16_t kKeptVid = TagTreatment::kVidFromOuter;
 constexpr std::uint8_t kKeptTpid = 0;

@@ -65,7 +65,7 @@ class Fixture(unittest.TestCase):
         cls.text = ended.stdout
 
     def part(self, test: str) -> str:
-        """What is told of one test."""
+        """What is reported of one test."""
         return self.text.split(f"_ {test} _", 1)[1].split("\n____", 1)[0].split("\n====", 1)[0]
 
     def test_each_test_has_a_new_board_that_ends_with_it(self) -> None:

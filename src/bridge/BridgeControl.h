@@ -53,7 +53,7 @@ VORN_API int br_set_stp_state(const char* bridge, int on);  // spanning tree: 0 
 VORN_API int br_set_bridge_forward_delay(const char* bridge, struct timeval* delay);
 VORN_API int br_set_bridge_hello_time(const char* bridge, struct timeval* time);  // ERANGE outside of 1..10 s
 VORN_API int br_set_bridge_max_age(const char* bridge, struct timeval* age);      // ERANGE outside of 6..40 s
-VORN_API int br_set_ageing_time(const char* bridge, struct timeval* time);        // of learnt addresses
+VORN_API int br_set_ageing_time(const char* bridge, struct timeval* time);        // of learned addresses
 VORN_API int br_set_bridge_priority(const char* bridge, int priority);            // 0..65535, else EINVAL
 
 // ---- Port settings, through sysfs ----
@@ -116,7 +116,7 @@ struct br_port_info {
 struct br_fdb_entry {
     uint8_t mac[6];
     uint16_t port_no;
-    uint8_t is_local;    // the address of a port, not a learnt one
+    uint8_t is_local;    // the address of a port, not a learned one
     struct timeval age;  // since the address was last seen; 0 for a local one
 };
 

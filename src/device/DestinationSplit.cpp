@@ -16,7 +16,7 @@ constexpr const char* kSplitFile = "/proc/net/dev_extstats";
 constexpr std::size_t kDestinations = 3;
 constexpr std::size_t kColumns = 2 * kDestinations;
 
-// Where in a device's line the six counters stand, in the order of DestinationSplit; none for a counter that is not
+// Where in a device's line the six counters are, in the order of DestinationSplit; none for a counter that is not
 // there.
 using Columns = std::vector<std::optional<std::size_t>>;
 

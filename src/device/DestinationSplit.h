@@ -1,4 +1,4 @@
-// Frames of a network device split by destination address, as "/proc/net/dev_extstats" tells them.
+// Frames of a network device split by destination address, as "/proc/net/dev_extstats" lists them.
 #ifndef DEVICE_DESTINATION_SPLIT_H
 #define DEVICE_DESTINATION_SPLIT_H
 

@@ -1,4 +1,4 @@
-// Commands of the device. The shell tells of a failure on its own; few callers need the result.
+// Commands of the device. The shell prints a failure itself; few callers need the result.
 #ifndef HAL_SHELL_H
 #define HAL_SHELL_H
 

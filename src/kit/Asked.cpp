@@ -15,11 +15,11 @@ using Effects = std::vector<std::string>;
 struct Asked {
     std::unordered_map<std::string, Effects> neededBy;  // effect: the operations, by the keys of their entries
     std::set<std::string> unclaimed;
-    std::vector<std::string> hindered;
+    std::vector<std::string> incomplete;
     // The running operation.
     std::string key;
     Effects needs;
-    bool isHindered = false;
+    bool isIncomplete = false;
     bool isAskedAgain = false;
     bool makesWay = false;
 };
@@ -81,32 +81,32 @@ void AskedOperation::begin(AskKind kind, std::string_view askAndArguments) {
         all.isAskedAgain = all.isAskedAgain || done_;
     }
     journal_->eraseAll(keyOf(Entry::Finished));
-    if (done_) entry_ = entry;
+    if (done_) restoredEntry_ = entry;
     if (done_) return;
     begun_ = true;
     all.key = entry;
     all.needs.clear();
-    all.isHindered = false;
+    all.isIncomplete = false;
     if (kind == AskKind::Provision) return;
     std::string step = stepOf(Step::WholeOperation);
     journal_->intend(step.append(askAndArguments));
 }
 
 bool AskedOperation::needs(const std::function<bool(std::string_view effect)>& is) const {
-    const Effects effects = effectsOf(entry_);
+    const Effects effects = effectsOf(restoredEntry_);
     return std::any_of(effects.begin(), effects.end(), is);
 }
 
 void AskedOperation::runAgain() const {
-    asked().hindered.push_back(entry_);
+    asked().incomplete.push_back(restoredEntry_);
 }
 
 void AskedOperation::end() {
     Asked& all = asked();
     const std::string entry = std::exchange(all.key, {});
-    if (kind_ == AskKind::Remove || takenBack_) return;
+    if (kind_ == AskKind::Remove || rolledBack_) return;
     const bool isNew = journal_->find(entry) == nullptr;
-    if (isNew && all.isHindered && !all.unclaimed.empty()) all.hindered.push_back(entry);
+    if (isNew && all.isIncomplete && !all.unclaimed.empty()) all.incomplete.push_back(entry);
     Effects needs = effectsOf(entry);
     for (std::string& effect : all.needs) {
         Effects& entries = all.neededBy[effect];
@@ -142,16 +142,16 @@ void noteLoss(const std::string& effect) {
     for (const std::string& entry : Effects(known->second)) forget(entry);
 }
 
-MakingWay::MakingWay() {
+Replacement::Replacement() {
     if (state::journal() != nullptr) asked().makesWay = true;
 }
 
-MakingWay::~MakingWay() {
+Replacement::~Replacement() {
     if (state::journal() != nullptr) asked().makesWay = false;
 }
 
-void noteHindrance() {
-    if (state::journal() != nullptr) asked().isHindered = true;
+void noteIncomplete() {
+    if (state::journal() != nullptr) asked().isIncomplete = true;
 }
 
 // ---- after the file was opened ----
@@ -190,7 +190,7 @@ bool isClaimed(Ask ask) {
 std::vector<std::string> endClaims() {
     Asked& all = asked();
     std::vector<std::string> again;
-    for (const std::string& entry : std::exchange(all.hindered, {})) {
+    for (const std::string& entry : std::exchange(all.incomplete, {})) {
         if (state::journal()->find(entry) == nullptr) continue;
         again.push_back(entry.substr(keyOf(Entry::Asked).size()));
         forget(entry);
@@ -202,7 +202,7 @@ std::vector<std::string> endClaims() {
 void forgetAsked() {
     asked().neededBy.clear();
     asked().unclaimed.clear();
-    asked().hindered.clear();
+    asked().incomplete.clear();
     state::journal()->eraseAll(keyOf(Entry::Asked));
 }
 

@@ -58,8 +58,8 @@ public:
 
     // Its effect was restored when the file was opened: there is nothing to do.
     bool isDone() const { return done_; }
-    // It has failed and left nothing: nobody counts on it after a restart.
-    void takenBack() { takenBack_ = true; }
+    // It has failed and left nothing behind: nobody counts on it after a restart.
+    void rolledBack() { rolledBack_ = true; }
     // Of one whose effect was restored: whether there is something that it needs, by its key, of which `is` says so.
     bool needs(const std::function<bool(std::string_view effect)>& is) const;
     // Of such a one: after a boot it would do more than was restored. It is run again when claims end.
@@ -69,20 +69,20 @@ private:
     void begin(AskKind kind, std::string_view askAndArguments);
     void end();
 
-    std::string entry_;  // of one that is done
+    std::string restoredEntry_;  // of one that is done
     AskKind kind_ = AskKind::Provision;
     bool begun_ = false;
     bool done_ = false;
-    bool takenBack_ = false;
+    bool rolledBack_ = false;
 };
 
-// While one is there, what goes makes way for what is asked for: whoever has asked for it still has.
-class MakingWay {
+// While one exists, what is removed is replaced by what is asked for: whoever has asked for it still has.
+class Replacement {
 public:
-    MakingWay();
-    ~MakingWay();
-    MakingWay(const MakingWay&) = delete;
-    MakingWay& operator=(const MakingWay&) = delete;
+    Replacement();
+    ~Replacement();
+    Replacement(const Replacement&) = delete;
+    Replacement& operator=(const Replacement&) = delete;
 };
 
 // ---- what the running operation needs ----
@@ -102,7 +102,7 @@ void noteLoss(Entry kind, const Parts&... parts) {
     if (state::journal() != nullptr) noteLoss(keyOf(kind, parts...));
 }
 // What was there before kept the running operation from doing all that it does after a boot.
-void noteHindrance();
+void noteIncomplete();
 
 // ---- after the file was opened ----
 
@@ -115,7 +115,7 @@ void noteFinished(std::string_view askAndArguments);
 bool isAskedAgain();  // an operation has been claimed
 bool isClaimed(const std::string& effect);
 bool isClaimed(Ask ask);  // one of them at least
-// Forgets what nobody has claimed, and, with what they have done, the operations that were hindered. These, to be run
+// Forgets what nobody has claimed, and, with what they have done, the operations that were incomplete. These, to be run
 // again, in their order.
 std::vector<std::string> endClaims();
 void forgetAsked();  // all of it

@@ -196,7 +196,7 @@ InterfaceResult deleteServiceBridge(std::uint16_t bridgeId) {
     return deleteBridge(bridgeName(bridgeId).get());
 }
 
-int joinBridge(const char* bridge, const char* device) {
+int addBridgePort(const char* bridge, const char* device) {
     if (const int error = br_init(); error != 0) return error;
     const int result = br_add_interface(bridge, device);
     if (result == 0) {
@@ -209,7 +209,7 @@ int joinBridge(const char* bridge, const char* device) {
     return result;
 }
 
-int leaveBridge(const char* bridge, const char* device) {
+int removeBridgePort(const char* bridge, const char* device) {
     if (const int error = br_init(); error != 0) return error;
     if (br_del_interface(bridge, device) == 0) forgetMembership(device);
     return br_shutdown();

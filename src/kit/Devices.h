@@ -55,8 +55,8 @@ InterfaceResult createBridge(const char* bridge);
 InterfaceResult deleteBridge(const char* bridge);
 // Likewise that of a service, and notes before that it goes.
 InterfaceResult deleteServiceBridge(std::uint16_t bridgeId);
-int joinBridge(const char* bridge, const char* device);   // 0 or an errno value
-int leaveBridge(const char* bridge, const char* device);  // the control socket's result
+int addBridgePort(const char* bridge, const char* device);     // 0 or an errno value
+int removeBridgePort(const char* bridge, const char* device);  // the control socket's result
 void forgetMembership(const char* device);
 
 }  // namespace kit

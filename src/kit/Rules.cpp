@@ -140,7 +140,7 @@ void noteRuleCount(const RuleTable& table, std::uint32_t count) {
 void noteNeedOfLooseRules(const RuleTable& table) {
     const state::Journal* const journal = state::journal();
     if (journal == nullptr) return;
-    noteHindrance();
+    noteIncomplete();
     const std::string rules = keyOf(Entry::LooseRules, table.device, narrow(table.direction), narrow(table.tags));
     for (const auto& rule : journal->current(rules)) noteNeed(rule.first);
 }

@@ -223,7 +223,7 @@ void Journal::commit() {
     const bool isTooLarge = record_.bytes().size() > kMaxRecordSize;
     if (!isTooLarge && (intended_ || !record_.bytes().empty())) write(RecordKind::Commit, record_.bytes());
     intended_ = false;
-    // The file anew, in records that can be read: all of it takes the old one's place at once.
+    // The file rewritten, in records that can be read: all of it takes the old one's place at once.
     if (isTooLarge && !compact()) return lose("has no room for all that is to be kept");
     if (!isTooLarge && file_.size() > kSmallFile && file_.size() > kGrowth * liveBytes_) compact();
 }
@@ -272,7 +272,7 @@ void Journal::lose(const char* why) {
 
 void Journal::say(const std::string& what) const {
     std::printf("vorn_hal_state: the state file %s\n", what.c_str());
-    if (tell_ != nullptr) tell_(what);
+    if (report_ != nullptr) report_(what);
 }
 
 }  // namespace state

@@ -45,12 +45,12 @@ public:
 
     const Entries& entries() const { return entries_; }
     const std::vector<UnfinishedStep>& unfinished() const { return unfinished_; }
-    // Whether changes go into the file; if not, the reason has been told.
+    // Whether changes go into the file; if not, the reason has been reported.
     bool isKept() const { return !failed_; }
     // Looks: a file that has been moved, removed or replaced is given up.
     bool isKeptInPlace();
-    // Who is told what becomes of the file, beside a printed line.
-    void setTell(void (*tell)(const std::string& what)) { tell_ = tell; }
+    // Gets what is also printed of the file.
+    void setReporter(void (*report)(const std::string& what)) { report_ = report; }
     // The map whose keys begin with this byte.
     void setReader(std::uint8_t firstByte, ReadMap read) { readers_[firstByte] = read; }
 
@@ -114,7 +114,7 @@ private:
     bool intended_ = false;  // since the last commit
     bool failed_ = false;    // the file could not be written, or has gone
     bool grows_ = false;     // there is no room for a smaller one beside it
-    void (*tell_)(const std::string& what) = nullptr;
+    void (*report_)(const std::string& what) = nullptr;
 };
 
 extern std::atomic<Journal*> currentJournal;

@@ -48,7 +48,7 @@ public:
     bool open(const std::string& path, const std::string& bootId, std::vector<Record>* records, std::string* problem);
 
     // Appends one record by one write. False when the file system refuses, or when the file is not to be had any more:
-    // what stands in it is as before.
+    // what is in it is as before.
     bool append(RecordKind kind, std::string_view content);
 
     // Puts a file with just these records into its place. False with the reason in *problem when the file system

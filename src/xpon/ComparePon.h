@@ -10,6 +10,6 @@
 // ports: GEM port ids and whether they were up. tcontsWithQueues: T-CONT indexes. What is gone leaves the maps, what is
 // there beyond them is named; one line each goes to tell.
 void comparePon(const std::vector<std::pair<std::uint16_t, bool>>& ports,
-                const std::vector<std::uint16_t>& tcontsWithQueues, const std::function<void(const char*)>& tell);
+                const std::vector<std::uint16_t>& tcontsWithQueues, const std::function<void(const char*)>& report);
 
 #endif

@@ -27,7 +27,7 @@ int OnuXponHalAdapterBCM::createAllocId(unsigned short allocId, unsigned char /*
         if (bound == tContIndex) {
             kit::noteNeed(kit::Entry::AllocIds, allocId);
         } else {
-            kit::noteHindrance();
+            kit::noteIncomplete();
         }
         return 1;
     }

@@ -64,7 +64,7 @@ int OnuXponHalAdapterBCM::createXGEMPort(unsigned short xgemPortId, unsigned sho
                                          unsigned short /*upstreamQueue*/) {
     unsigned short known = 0;
     if (getGemIdxFromGemPortMapEntry(xgemPortId, &known) != 0) {
-        kit::noteHindrance();
+        kit::noteIncomplete();
         return known;
     }
 

@@ -15,7 +15,7 @@ KEYWORDS = set("return throw else do case goto if while for switch sizeof aligno
                "const constexpr static_assert default break continue decltype static_cast reinterpret_cast const_cast "
                "dynamic_cast co_return operator auto template typename struct class enum public private".split())
 ENDS = {";", ",", "?", ":"} | ASSIGNING
-LONGEST = 400  # a longer text is not repeated
+MAX_LENGTH = 400  # a longer text is not repeated
 
 
 @dataclass
@@ -82,7 +82,7 @@ class Finder:
 
     def add(self, kind, first, last, changed, original=None):
         original = original or self.source.slice(first, last)
-        if original == changed or len(original) > LONGEST or "\n" in original + changed:
+        if original == changed or len(original) > MAX_LENGTH or "\n" in original + changed:
             return
         line = self.source.line_of(first)
         self.faults.append(Fault(self.file, line, self.tokens[first].start, self.tokens[last].end, kind, original, changed,

@@ -18,7 +18,7 @@ import trials
 from build import FOLDERS, Copy, drawn
 
 GOAL = 85  # percent
-MOST_DRAWN = 2  # times as many as are wanted: some do not compile
+MAX_DRAWN = 2  # times as many as are wanted: some do not compile
 
 
 def say(text):
@@ -38,7 +38,7 @@ def equivalents(path):
 def chosen(copy, folder, count, seed, programs):
     """COUNT mutants by number; they are built, with others."""
     draw = drawn(copy.source_dir, folder, count, seed)
-    candidates = [fault for faults, share in draw.values() for fault in faults[:MOST_DRAWN * share]]
+    candidates = [fault for faults, share in draw.values() for fault in faults[:MAX_DRAWN * share]]
     say(f"Building with {len(candidates)} mutants, without those that do not compile")
     built = copy.build(dict(enumerate(candidates, 1)), programs)
     numbered = {}
@@ -120,7 +120,7 @@ def main():
     numbered = chosen(copy, folder, count, args.seed, args.programs.split(","))
     say("Running the tests without any, to see which mutants they reach")
     trials.keep_within_bounds()
-    tests = looked_at(copy, args.programs.split(","), MOST_DRAWN * count + 9, args.jobs)
+    tests = looked_at(copy, args.programs.split(","), MAX_DRAWN * count + 9, args.jobs)
     same = {number for number, fault in numbered.items() if fault.key() in reasons}
     wanted = set(map(int, args.only.split(","))) if args.only else set(numbered) - same
     say(f"{len(tests)} tests. Mutants that none of them sees:")

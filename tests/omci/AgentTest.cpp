@@ -16,12 +16,12 @@ class AgentTest : public OmciFixture {
 protected:
     // The lines of what the ONU has sent by itself.
     std::vector<std::string> lines() {
-        std::vector<std::string> told;
+        std::vector<std::string> reported;
         for (const Message& message : autonomous()) {
             const std::string line = lineOf(textOf(message));
-            told.push_back(line.substr(line.find("  ") + 2));
+            reported.push_back(line.substr(line.find("  ") + 2));
         }
-        return told;
+        return reported;
     }
 };
 
@@ -161,9 +161,9 @@ TEST_F(AgentTest, HeldBackAlarmsAreToldWhenTheIntervalEnds) {
 
 TEST_F(AgentTest, AlarmNumbersRunFrom1To255) {
     for (unsigned round = 0; round < 256; ++round) agent.alarms().set(kPort, 0, round % 2 == 0);
-    const std::vector<Message> told = autonomous();
-    EXPECT_EQ(told[254].content[31], 255);
-    EXPECT_EQ(told[255].content[31], 1);
+    const std::vector<Message> reported = autonomous();
+    EXPECT_EQ(reported[254].content[31], 255);
+    EXPECT_EQ(reported[255].content[31], 1);
 }
 
 TEST_F(AgentTest, WeakLightRaisesTheAlarmOfTheThresholdThatWasSet) {
@@ -224,11 +224,11 @@ TEST_F(AgentTest, WhatTheDeviceTellsByItselfReachesTheOlt) {
 TEST_F(AgentTest, SelfTestGivesTheOpticalLine) {
     const EntityKey ani{class_id::kAniG, 0x8001};
     EXPECT_EQ(ask<ResultAnswer>(MessageType::kTest, ani, TestContent{hex("07")}).result, Result::kSuccess);
-    const std::vector<Message> told = autonomous();
-    ASSERT_EQ(told.size(), 1U);
-    EXPECT_EQ(told[0].transaction, transaction);
+    const std::vector<Message> reported = autonomous();
+    ASSERT_EQ(reported.size(), 1U);
+    EXPECT_EQ(reported[0].transaction, transaction);
     // 3.3 V, -20 dBm and 2 dBm above 1 uW, 12 mA, 40.5 degrees
-    EXPECT_EQ(ByteView(told[0].content).part(0, 17), ByteView(hex("01 00A5 03 1388 05 3E80 09 1770 0C 2880 FFFF")));
+    EXPECT_EQ(ByteView(reported[0].content).part(0, 17), ByteView(hex("01 00A5 03 1388 05 3E80 09 1770 0C 2880 FFFF")));
     EXPECT_EQ(ask<ResultAnswer>(MessageType::kTest, ani, TestContent{hex("05")}).result, Result::kParameterError);
     EXPECT_EQ(ask<ResultAnswer>(MessageType::kTest, {class_id::kIpHost, 0}, TestContent{hex("01")}).result,
               Result::kNotSupported);

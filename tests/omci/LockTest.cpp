@@ -1,4 +1,5 @@
-// Locked entities and what depends on them: they tell nothing by themselves, and nothing false when they are unlocked.
+// Locked entities and what depends on them: they report nothing by themselves, and nothing false when they are
+// unlocked.
 #include "omci/agent/Locks.h"
 #include "tests/omci/OmciFixture.h"
 
@@ -21,7 +22,7 @@ protected:
         clock.ms += ms;
         agent.tick();
     }
-    std::size_t told(MessageType type) {
+    std::size_t reported(MessageType type) {
         std::size_t count = 0;
         for (const Message& message : autonomous()) count += message.type == type ? 1 : 0;
         return count;
@@ -41,11 +42,11 @@ TEST_F(LockTest, APortThatIsLockedAndUnlockedWithItsCableInRaisesNothing) {
         device.ports[kPort.instance] = {false, 0};  // the port goes down with the lock
         pass();
         EXPECT_TRUE(autonomous().empty()) << locked.classId;
-        EXPECT_EQ(value(kPort, attr::ethernet_uni::kOperationalState), 1U) << "the state itself is told when asked";
+        EXPECT_EQ(value(kPort, attr::ethernet_uni::kOperationalState), 1U) << "the state itself is reported when asked";
         ASSERT_EQ(administer(locked, false), Result::kSuccess);
         device.ports[kPort.instance] = {true, 3};  // and comes up behind the answer
         pass();
-        EXPECT_EQ(told(MessageType::kAlarm), 0U) << locked.classId;
+        EXPECT_EQ(reported(MessageType::kAlarm), 0U) << locked.classId;
         EXPECT_EQ(value(kPort, attr::ethernet_uni::kOperationalState), 0U);
     }
 }
@@ -62,7 +63,7 @@ TEST_F(LockTest, AnAlarmThatStandsGoesSilentlyWithTheLockAndComesBackWithoutIt) 
         EXPECT_EQ(alarmsStanding(), 0) << locked.classId;
         ASSERT_EQ(administer(locked, false), Result::kSuccess);
         pass();
-        EXPECT_EQ(told(MessageType::kAlarm), 1U) << locked.classId;
+        EXPECT_EQ(reported(MessageType::kAlarm), 1U) << locked.classId;
     }
 }
 
@@ -76,20 +77,20 @@ TEST_F(LockTest, ThresholdsOfALockedPortRaiseNothingUntilItIsUnlocked) {
     ASSERT_EQ(administer(kPort, true), Result::kSuccess);
     device.counters[kPort].rxDiscards = 5;
     pass();
-    EXPECT_EQ(told(MessageType::kAlarm), 0U);
+    EXPECT_EQ(reported(MessageType::kAlarm), 0U);
     ASSERT_EQ(administer(kPort, false), Result::kSuccess);
     pass();
-    EXPECT_EQ(told(MessageType::kAlarm), 2U);
+    EXPECT_EQ(reported(MessageType::kAlarm), 2U);
 }
 
-// Where nobody tells the port's state but by portChanged(), the last one reported counts.
+// Where nobody reports the port's state but by portChanged(), the last one reported counts.
 TEST_F(LockTest, APortWhoseStateIsOnlyPushedHasItsAlarmWhenItIsUnlocked) {
     device.ports.clear();
     agent.portChanged(kPort.instance, {false, 0});
-    ASSERT_EQ(told(MessageType::kAlarm), 1U);
+    ASSERT_EQ(reported(MessageType::kAlarm), 1U);
     ASSERT_EQ(administer(kPort, true), Result::kSuccess);
     ASSERT_EQ(administer(kPort, false), Result::kSuccess);
-    EXPECT_EQ(told(MessageType::kAlarm), 1U);
+    EXPECT_EQ(reported(MessageType::kAlarm), 1U);
 }
 
 }  // namespace omci

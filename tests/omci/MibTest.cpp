@@ -37,9 +37,9 @@ TEST_F(MibTest, TheBoardsEntitiesStand) {
         {class_id::kIpHost, {0}},
     };
     for (const auto& [classId, instances] : kStand) {
-        std::set<InstanceId> stand;
-        for (const auto& [instance, entity] : mib.instances(classId)) stand.insert(instance);
-        EXPECT_EQ(stand, instances) << nameOfClass(classId);
+        std::set<InstanceId> existing;
+        for (const auto& [instance, entity] : mib.instances(classId)) existing.insert(instance);
+        EXPECT_EQ(existing, instances) << nameOfClass(classId);
     }
     EXPECT_EQ(value({class_id::kTCont, 0x8001}, attr::t_cont::kAllocId), 0xFFFFU);
     EXPECT_EQ(value({class_id::kPriorityQueue, 0x800B}, attr::priority_queue::kRelatedPort), 0x80010003U);
@@ -56,13 +56,13 @@ TEST_F(MibTest, RefusalsSayWhyAndChangeNothing) {
     const std::tuple<const char*, Result, Result> kRefused[] = {
         {"a class that nobody knows", create({350, 1}), Result::kUnknownEntity},
         {"a class that the ONU makes", create({class_id::kTCont, 1}), Result::kNotSupported},
-        {"what stands", create(kBridgeKey), Result::kInstanceExists},
+        {"what exists", create(kBridgeKey), Result::kInstanceExists},
         {"the number of no instance", create({class_id::kBridge, 0xFFFF}), Result::kParameterError},
         {"a forward operation without a meaning", create(filter, hex(std::string(48, '0') + "22 01")),
          Result::kParameterError},
         {"more VLANs than the list holds", create(filter, hex(std::string(48, '0') + "10 0D")),
          Result::kParameterError},
-        {"set of what does not stand", set1(filter, 2, hex("10")), Result::kUnknownInstance},
+        {"set of what does not exist", set1(filter, 2, hex("10")), Result::kUnknownInstance},
         {"delete of what the ONU made", erase({class_id::kCircuitPack, 0x0101}), Result::kNotSupported},
         {"a downstream mode without a meaning", set1(kTagging, 5, hex("09")), Result::kParameterError},
         {"a row with a reserved code", set1(kTagging, 6, hex("F8000000 90320000 400F0000 00080A0C")),
@@ -266,11 +266,11 @@ TEST_F(MibTest, ResetTakesAwayWhatTheOltMade) {
     const Agent fresh(board(), hal, device, freshClock);
     for (const ClassInfo& info : managedEntities()) {
         const auto& wanted = fresh.mib().instances(info.id());
-        const auto& stand = agent.mib().instances(info.id());
-        ASSERT_EQ(stand.size(), wanted.size()) << info.name();
+        const auto& existing = agent.mib().instances(info.id());
+        ASSERT_EQ(existing.size(), wanted.size()) << info.name();
         for (const auto& [instance, entity] : wanted) {
             for (const AttributeInfo& attribute : info.attributes()) {
-                EXPECT_EQ(stand.at(instance).bytes(attribute.number), entity.bytes(attribute.number))
+                EXPECT_EQ(existing.at(instance).bytes(attribute.number), entity.bytes(attribute.number))
                     << info.name() << " " << attribute.name;
             }
         }

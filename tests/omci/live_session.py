@@ -57,7 +57,7 @@ class Olt:
         self.socket.connect(address)
         self.transaction = 0
         self.sent = 0
-        self.told = []  # what the ONU has sent by itself
+        self.received = []  # what the ONU has sent by itself
 
     def close(self):
         self.socket.close()
@@ -73,7 +73,7 @@ class Olt:
         return transaction
 
     def receive(self, timeout=10.0):
-        """The next answer, None when there is none in time; what the ONU tells by itself is passed over."""
+        """The next answer, None when there is none in time; what the ONU sends by itself is passed over."""
         end = time.monotonic() + timeout
         while True:
             self.socket.settimeout(max(end - time.monotonic(), 0.001))
@@ -83,16 +83,16 @@ class Olt:
                 return None
             if answer.transaction != 0:
                 return answer
-            self.told.append(answer)
+            self.received.append(answer)
 
     def alarms(self, entity, instance, number, timeout=10.0):
         """Whether the entity's last alarm message has the alarm; waits for one."""
         end = time.monotonic() + timeout
         while time.monotonic() < end:
-            for told in reversed(self.told):
-                if (told.type, told.entity, told.instance) == (ALARM, entity, instance):
-                    self.told.remove(told)
-                    return told.content[number // 8] >> (7 - number % 8) & 1 == 1
+            for message in reversed(self.received):
+                if (message.type, message.entity, message.instance) == (ALARM, entity, instance):
+                    self.received.remove(message)
+                    return message.content[number // 8] >> (7 - number % 8) & 1 == 1
             self.receive(0.1)
         raise AssertionError(f"class {entity} instance {instance:#x} sends no alarm")
 

@@ -17,11 +17,11 @@ template <typename Condition>
 bool becomesTrue(Condition&& condition) {
     const auto end = std::chrono::steady_clock::now() + kHang;
     std::mutex mutex;
-    std::condition_variable never;
+    std::condition_variable unnotified;
     std::unique_lock<std::mutex> lock(mutex);
     for (std::chrono::milliseconds pause(1); !condition(); pause = std::min(2 * pause, std::chrono::milliseconds(16))) {
         if (std::chrono::steady_clock::now() > end) return false;
-        never.wait_for(lock, pause);
+        unnotified.wait_for(lock, pause);
     }
     return true;
 }

@@ -16,15 +16,15 @@ enum class Kind {
 };
 
 // Without a fault: what is never taken back.
-struct Stand {
+struct Remainder {
     std::regex line;
     const char* operation;  // that a scenario has where the line is, "" for any
     Kind kind;
     const char* why;
 };
 
-const std::vector<Stand>& stands() {
-    static const std::vector<Stand> rows = {
+const std::vector<Remainder>& remainders() {
+    static const std::vector<Remainder> rows = {
         {std::regex("bridge br0 (up|stp off forward-delay 0|port sid[0-7])"), "", Kind::Made,
          "the default bridge is made once, with all LAN ports"},
         {std::regex("device sid[0-7] down mtu 1500"), "", Kind::Board, "the default bridge takes the LAN ports"},
@@ -57,9 +57,9 @@ const std::vector<Stand>& stands() {
     return rows;
 }
 
-enum class Lasts {
-    TakenDown,  // what was left over; provisioning again makes it right
-    Again,      // provisioning again does not make it right either
+enum class Recovery {
+    Reprovisioned,  // what was left over; provisioning again makes it right
+    None,           // provisioning again does not make it right either
 };
 
 // The engine ignores the results of most calls, undoes nothing that it has made, and takes a device that exists as
@@ -69,7 +69,7 @@ struct Difference {
     const char* failedCall;
     const char* operation;  // as above
     const char* why;
-    Lasts lasts;
+    Recovery recovery;
 };
 
 constexpr const char* kVeip = "vorn_omci_hal_veip_createRules";
@@ -84,122 +84,122 @@ const std::vector<Difference>& differs() {
         // the default bridge and its ports
         {std::regex("(?:device|bridge br0 port) (sid[0-7])(?: (?:up|down) mtu 1500(?: in br0)?)?"),
          "ioctl\\(SIOCGIFINDEX, \"(br0|{1})\".*|ioctl\\(SIOCBRADDIF, \"br0\"\\).*", "",
-         "a LAN port that did not join the default bridge at first never does", Lasts::Again},
+         "a LAN port that did not join the default bridge at first never does", Recovery::None},
         {std::regex("device (sid[0-7]) (up|down) mtu 1500( in br0)?"),
          "ioctl\\(SIOCBRADDBR, \"br[1-9]\\d*\"\\).*|ioctl\\(SIOCGIFINDEX, \"br[1-9]\\d*\".*|ioctl\\(SIOCSIFFLAGS, "
          "\"{1}\".*",
-         "", "a LAN port comes up with its service, and stays up", Lasts::TakenDown},
+         "", "a LAN port comes up with its service, and stays up", Recovery::Reprovisioned},
         {std::regex("bridge br0 .*|device sid[0-7] (up|down) mtu 1500( in br0)?"), "ioctl\\(SIOCBRADDBR, \"br0\"\\).*",
-         "", "the default bridge is made with the next bridge", Lasts::TakenDown},
+         "", "the default bridge is made with the next bridge", Recovery::Reprovisioned},
         {std::regex("bridge br0 (up|down)"), "ioctl\\(SIOCSIFFLAGS, \"br0\".*", "",
-         "the default bridge is made once, up or not", Lasts::Again},
+         "the default bridge is made once, up or not", Recovery::None},
         {std::regex("bridge br0 stp off forward-delay (0|1500)"),
          "open\\(\"/sys/class/net/br0/bridge/forward_delay\"\\).*", "",
-         "the default bridge is made once, with its delay or not", Lasts::Again},
+         "the default bridge is made once, with its delay or not", Recovery::None},
         {std::regex("bridge br0 .*|device sid[0-7] (up|down) mtu 1500( in br0)?"),
          "ioctl\\(SIOC(BRDELBR|SIFFLAGS|GIFINDEX), \"br0\".*", kVeip,
-         "the VEIP did not take the default bridge's place", Lasts::Again},
+         "the VEIP did not take the default bridge's place", Recovery::None},
         {std::regex("bridge br0 .*|device sid[0-7] (up|down) mtu 1500( in br0)?"), kMakesVeip, kVeip,
-         "without a VEIP its next service takes the default bridge again", Lasts::TakenDown},
+         "without a VEIP its next service takes the default bridge again", Recovery::Reprovisioned},
         // the PON side
         {std::regex("default gpon(\\d+) (rx|tx) [0-2]: (drop|pass) gpon\\1\\.\\1"),
          "vlanCtl_init\\(\\).*|vlanCtl_deleteVlanInterface\\(\"gpon{1}(\\.{1})?\"\\).*|"
          "ioctl\\(SIOCGIFINDEX, \"gpon{1}(\\.{1})?\".*",
-         "", "a PON side that was deleted by halves stands as it is", Lasts::Again},
+         "", "a PON side that was deleted by halves stays as it is", Recovery::None},
         {std::regex("default gpon0\\.0 (rx|tx) [0-3]: drop veip0"),
          "vlanCtl_init\\(\\).*|vlanCtl_deleteVlanInterface\\(\"gpon0\\.0\"\\).*|ioctl\\(SIOCGIFINDEX, \"gpon0\\.0\".*",
-         kVeip, "a PON side that was deleted by halves stands as it is", Lasts::TakenDown},
+         kVeip, "a PON side that was deleted by halves stays as it is", Recovery::Reprovisioned},
         {std::regex("device gpon(\\d+) (up|down) mtu 1500 on gpondef multicast"),
          "vlanCtl_(init|setIfSuffix)\\(.*|vlanCtl_setRealDevMode\\(\"gpondef\".*|ioctl\\(SIOCGIFINDEX, "
          "\"gpon{1}(\\.{1})?\".*|"
          "vlanCtl_createVlanInterface\\(\"gpon{1}\".*|vlanCtl_createVlanInterfaceByName\\(\"gpondef\", \"gpon{1}\".*|"
          "vlanCtl_deleteVlanInterface\\(\"gpon{1}(\\.{1})?\"\\).*",
-         "", "a PON side that was made or deleted by halves stands as it is", Lasts::Again},
+         "", "a PON side that was made or deleted by halves stays as it is", Recovery::None},
         {std::regex("device gpon(\\d+)\\.\\1 up mtu 1500 on gpon\\1 multicast"),
          "vlanCtl_init\\(\\).*|vlanCtl_deleteVlanInterface\\(\"gpon{1}\\.{1}\"\\).*|ioctl\\(SIOCGIFINDEX, "
          "\"gpon{1}\\.{1}\".*",
-         "", "a PON side that was deleted by halves stands as it is", Lasts::TakenDown},
+         "", "a PON side that was deleted by halves stays as it is", Recovery::Reprovisioned},
         {std::regex("device gpon(\\d+)\\.v\\1 down mtu 1500 on gpon\\1 multicast"),
          "vlanCtl_setIfSuffix\\(\"\\.\"\\).*", "",
-         "a device that got another name than it was to have is never found again", Lasts::TakenDown},
+         "a device that got another name than it was to have is never found again", Recovery::Reprovisioned},
         {std::regex("default gpondef rx [0-2]: drop gpon\\d+"),
          "vlanCtl_init\\(\\).*|ioctl\\(SIOCBRADDBR, \"br[1-9]\\d*\"\\).*|"
          "vlanCtl_createVlanInterfaceByName\\(\"gpondef\", \"gpon\\d+\".*|"
          "vlanCtl_setDefaultAction\\(\"gpondef\", .*",
-         "", "the PON device's default actions are those of the service that came last", Lasts::TakenDown},
+         "", "the PON device's default actions are those of the service that came last", Recovery::Reprovisioned},
         {std::regex("default (sid[0-7]) (rx|tx) [0-2]: drop \\1\\.\\d+"),
          "ioctl\\(SIOCBRADDBR, \"br[1-9]\\d*\"\\).*|ioctl\\(SIOCGIFINDEX, "
          "\"(br[1-9]\\d*|{1})\".*|vlanCtl_(init|setIfSuffix)\\(.*|"
          "vlanCtl_(setDefaultAction|setRealDevMode)\\(\"{1}\", .*|vlanCtl_createVlanInterfaceByName\\(\"{1}\", .*",
-         "", "a LAN port's default actions are those of the service that came last", Lasts::TakenDown},
+         "", "a LAN port's default actions are those of the service that came last", Recovery::Reprovisioned},
         {std::regex("device gpondef (up|down) mtu 1500"), "system\\(\"ifconfig gpondef .*", "",
-         "the PON device goes up and down with the first and the last GEM port alone", Lasts::Again},
+         "the PON device goes up and down with the first and the last GEM port alone", Recovery::None},
         {std::regex("device gpondef (up|down) mtu 1500"), "gponCtl_deconfigGemPort\\(.*", "",
-         "the PON device goes up and down with the first and the last GEM port alone", Lasts::Again},
+         "the PON device goes up and down with the first and the last GEM port alone", Recovery::None},
         {std::regex("gem (\\d+) .*"), "gponCtl_deconfigGemPort\\(\\d+, {1}\\).*", "",
-         "a GEM port that the driver does not give up counts as removed", Lasts::Again},
+         "a GEM port that the driver does not give up counts as removed", Recovery::None},
         {std::regex("tcont (\\d+) .*"), "(tmctl_portTmUninit\\(\\d+, {1}\\)|gponCtl_deconfigTcontAllocId\\({1}, ).*",
-         "", "a T-CONT that the driver does not give up counts as removed", Lasts::TakenDown},
+         "", "a T-CONT that the driver does not give up counts as removed", Recovery::Reprovisioned},
         {std::regex("queue (\\d+)\\.(\\d+) .*"), "tmctl_delQueueCfg\\(\\d+, {1}, {2}\\).*", "",
-         "a queue that the driver does not give up counts as removed", Lasts::TakenDown},
+         "a queue that the driver does not give up counts as removed", Recovery::Reprovisioned},
         // rules
         {std::regex("rule gpon\\d+ (rx|tx) [0-2]: .*"), "gponCtl_(configGemPort|getGemPort)\\(.*", "",
-         "a GEM port's index is recorded once; rules under another index go with their device only", Lasts::Again},
+         "a GEM port's index is recorded once; rules under another index go with their device only", Recovery::None},
         {std::regex("unrecorded gpon(\\d+) (rx|tx) [0-2]"),
          "vlanCtl_initTagRule\\(\\).*|vlanCtl_(setReceiveVlanDevice|filterOnTxVlanDevice)\\(\"gpon{1}\\.{1}\"\\).*", "",
-         "the engine records none of its default pass rules, whatever stands in them", Lasts::TakenDown},
+         "the engine records none of its default pass rules, whatever is in them", Recovery::Reprovisioned},
         {std::regex("rule gpondef rx [0-2]: .*"), "vlanCtl_initTagRule\\(\\).*", "",
-         "a rule that could not be begun anew has what the one before it had", Lasts::TakenDown},
+         "a rule that could not be begun again has what the one before it had", Recovery::Reprovisioned},
         {std::regex("rule gpon0\\.0 (rx|tx) [0-3]: (rx|tx)dev=veip0"), "ioctl\\(SIOCGIFINDEX, \"gpon0\\.0\".*", kVeip,
-         "the VEIP's rules go when their device is found", Lasts::TakenDown},
+         "the VEIP's rules go when their device is found", Recovery::Reprovisioned},
         {std::regex("rule gpondef rx [0-2]: rxdev=gpon\\d+ gem=\\d+"), "gponCtl_(configGemPort|getGemPort)\\(.*", "",
-         "rules of the PON device are never taken back, whatever stands in them", Lasts::TakenDown},
+         "rules of the PON device are never taken back, whatever is in them", Recovery::Reprovisioned},
         {std::regex("rule gpondef rx [0-2]: gem=\\d+"), "vlanCtl_setReceiveVlanDevice\\(\"gpon\\d+\"\\).*", "",
-         "a rule is inserted without what its filter refused", Lasts::TakenDown},
+         "a rule is inserted without what its filter refused", Recovery::Reprovisioned},
         {std::regex("rule gpondef rx [0-2]: any"),
          "vlanCtl_setReceiveVlanDevice\\(\"gpon\\d+\"\\).*|vlanCtl_filterOnSkbMarkPort\\(.*", "",
-         "a rule is inserted without what its filter refused", Lasts::TakenDown},
+         "a rule is inserted without what its filter refused", Recovery::Reprovisioned},
         {std::regex("rule gpondef rx [0-2]: rxdev=gpon\\d+"), "vlanCtl_filterOnSkbMarkPort\\(.*", "",
-         "a rule is inserted without what its filter refused", Lasts::TakenDown},
+         "a rule is inserted without what its filter refused", Recovery::Reprovisioned},
         {std::regex("record (gpon\\d+) (rx|tx) [0-2]"),
          "gponCtl_(configGemPort|getGemPort)\\(.*|ioctl\\(SIOCGIFINDEX, \"{1}\".*", "",
-         "record of a rule whose device was deleted before its rules", Lasts::TakenDown},
+         "record of a rule whose device was deleted before its rules", Recovery::Reprovisioned},
         {std::regex("record gpon0 (rx|tx) [0-2]"), "ioctl\\(SIOCGIFINDEX, \"veip0\".*", kVeip,
-         "record of a rule whose device was deleted before its rules", Lasts::TakenDown},
+         "record of a rule whose device was deleted before its rules", Recovery::Reprovisioned},
         // the gateway's side
         {std::regex("device veip0\\.([1-8]) down mtu 1500 on veip0"),
          "vlanCtl_deleteVlanInterface\\(\"veip0\\.{1}\"\\).*|ioctl\\(SIOCGIFINDEX, \"veip0\\.{1}\".*", kVeip,
-         "sub-devices, which the gateway side makes, go with the VEIP alone", Lasts::TakenDown},
+         "sub-devices, which the gateway side makes, go with the VEIP alone", Recovery::Reprovisioned},
         {std::regex("device veip0\\.[1-8] down mtu 1500 on veip0"), kMakesVeip, kVeip,
-         "sub-devices, which the gateway side makes, go with the VEIP alone", Lasts::TakenDown},
+         "sub-devices, which the gateway side makes, go with the VEIP alone", Recovery::Reprovisioned},
         // the management host, the board
         {std::regex("bridge brv (up|down|stp off forward-delay 1500)"),
          "system\\(\"(ifconfig brv up|brctl addbr brv).*", "vorn_omci_hal_provisionIpHost",
-         "results of shell commands are not looked at", Lasts::TakenDown},
+         "results of shell commands are not looked at", Recovery::Reprovisioned},
         {std::regex("device (br(\\d+)\\.\\d+) (up|down) mtu 1500 on br\\2 multicast"),
          "ioctl\\(SIOCSIFFLAGS, \"{1}\".*|system\\(\"ifconfig {1} .*", "vorn_omci_hal_provisionIpHost",
-         "results of shell commands are not looked at", Lasts::TakenDown},
+         "results of shell commands are not looked at", Recovery::Reprovisioned},
         {std::regex("ingress-queue key --dstmac (\\S+) .*"), "system\\(\"iq remkey --dstmac {1}.*",
-         "vorn_omci_hal_provisionIpHost", "results of shell commands are not looked at", Lasts::TakenDown},
+         "vorn_omci_hal_provisionIpHost", "results of shell commands are not looked at", Recovery::Reprovisioned},
         {std::regex("ingress-queue keymask .*"), "system\\(\"iq remkeymask .*", "vorn_omci_hal_provisionIpHost",
-         "results of shell commands are not looked at", Lasts::TakenDown},
+         "results of shell commands are not looked at", Recovery::Reprovisioned},
         {std::regex("runner ingress_class/dir=ds,index=(\\d+)"), "system\\(\"bs /b/d ingress_class/dir=ds,index={1}.*",
-         "vorn_omci_hal_provisionIpHost", "results of shell commands are not looked at", Lasts::TakenDown},
+         "vorn_omci_hal_provisionIpHost", "results of shell commands are not looked at", Recovery::Reprovisioned},
         {std::regex("device (eth[01]) (up|down) mtu 1500"), "system\\(\"ifconfig {1} (up|down).*",
-         "setEthernetUniStatus", "what is not a service", Lasts::TakenDown},
+         "setEthernetUniStatus", "what is not a service", Recovery::Reprovisioned},
         {std::regex("pon admin-state \\d"), "gponCtl_startAdminState\\(.*|cmsPsp_get\\(\"linkState\".*",
-         "vorn_omci_hal_gponctl_state_set", "what is not a service", Lasts::TakenDown},
+         "vorn_omci_hal_gponctl_state_set", "what is not a service", Recovery::Reprovisioned},
         {std::regex("device (sid[0-7]) (up|down) mtu 1500( in br0)?"), "system\\(\"ifconfig {1} (up|down)\"\\).*", "",
-         "a board's command, not the engine's", Lasts::TakenDown},
+         "a board's command, not the engine's", Recovery::Reprovisioned},
         // leaves
         {std::regex("leave (br\\d+) ((?:gpon|sid)\\d+)(\\.\\d+)"),
          "ioctl\\(SIOCGIFINDEX, \"({1}|{2}|{2}{3})\".*|ioctl\\(SIOCBRDELIF, \"{1}\"\\).*", "",
-         "a leave is asked for when device and bridge were found", Lasts::TakenDown},
+         "a leave is asked for when device and bridge were found", Recovery::Reprovisioned},
     };
     return rows;
 }
 
-bool has(const Circumstances& now, const char* operation) {
+bool has(const RunHistory& now, const char* operation) {
     return *operation == '\0' || now.operations.count(operation) != 0;
 }
 
@@ -255,27 +255,27 @@ std::size_t Refusals::countOf(const std::string& ruleLine) const {
 }
 
 void compileStays() {
-    stands();
+    remainders();
     differs();
 }
 
-std::optional<std::string> whyItStands(const std::string& line, const Circumstances& now, bool missing) {
-    for (const auto& row : stands())
+std::optional<std::string> whyItRemains(const std::string& line, const RunHistory& now, bool missing) {
+    for (const auto& row : remainders())
         if ((!missing || row.kind != Kind::Made) && has(now, row.operation) && std::regex_match(line, row.line))
             return row.why;
     return std::nullopt;
 }
 
 bool mayBeLess(const std::string& line) {
-    return std::any_of(stands().begin(), stands().end(), [&](const Stand& row) {
+    return std::any_of(remainders().begin(), remainders().end(), [&](const Remainder& row) {
         return row.kind == Kind::OfService && std::regex_match(line, row.line);
     });
 }
 
-std::optional<std::string> whyItDiffers(const std::string& line, const Circumstances& now, bool again) {
+std::optional<std::string> whyItDiffers(const std::string& line, const RunHistory& now, bool again) {
     std::smatch groups;
     for (const auto& row : differs()) {
-        if (again && row.lasts != Lasts::Again) continue;
+        if (again && row.recovery != Recovery::None) continue;
         if (!has(now, row.operation) || !std::regex_match(line, groups, row.line)) continue;
         const std::regex& failedCall = withGroups(row.failedCall, groups);
         for (const auto& call : now.failedCalls)

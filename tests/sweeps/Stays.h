@@ -22,7 +22,7 @@ struct Refusals {
 };
 
 // What a run has been through.
-struct Circumstances {
+struct RunHistory {
     std::vector<std::string> failedCalls;  // as the trace has them
     std::set<std::string> operations;      // of the scenario
 };
@@ -35,15 +35,15 @@ struct Circumstances {
 // Makes the tables' patterns, which takes as long as a short run: once, before the runs are forked off.
 void compileStays();
 
-// Why the contract has a line stand, or be missing, without any fault.
-std::optional<std::string> whyItStands(const std::string& line, const Circumstances& now, bool missing);
+// Why the contract has a line there, or be missing, without any fault.
+std::optional<std::string> whyItRemains(const std::string& line, const RunHistory& now, bool missing);
 
 // Of what exists without a fault: a service that was refused has less of it.
 bool mayBeLess(const std::string& line);
 
 // Why the contract has a line be otherwise than in a run without a fault after these calls have failed. again: when the
 // scenario has been provisioned again, with no call failing.
-std::optional<std::string> whyItDiffers(const std::string& line, const Circumstances& now, bool again);
+std::optional<std::string> whyItDiffers(const std::string& line, const RunHistory& now, bool again);
 
 // The VEIP's rules share one rule id variable: one that the device refuses is recorded under the id of the rule before.
 bool maybeRecordedTwice(const RulePlace& rule, const std::vector<std::string>& failedCalls);

@@ -98,7 +98,7 @@ public:
     SubjectSweep(Subject& subject, const SweepOptions& options, Summary& summary)
         : subject_(subject), options_(options), summary_(summary), name_(fs::path(subject.file).filename().string()) {}
 
-    // Without a fault: it must leave nothing that the contract does not let stand, and is what the others are held to.
+    // Without a fault: it must leave nothing that the contract does not leave, and is what the others are held to.
     void measure() {
         const FaultPlan none;
         const Child child = start(subject_, none, options_);

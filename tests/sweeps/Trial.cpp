@@ -247,7 +247,7 @@ private:
     // A record without its rule: the rules go with their device, their records do not.
     void checkRecord(const std::string& when, const RulePlace& rule) {
         const std::string line = "record " + rule.table();
-        auto why = whyItStands(line, now_, false);
+        auto why = whyItRemains(line, now_, false);
         if (!why && !plan_.none()) why = whyItDiffers(line, now_, false);
         if (why && everRemoved_.count(rule.device) != 0)
             ++findings_.accepted[*why];
@@ -267,7 +267,7 @@ private:
         lost_ = without(newBoard_, now);
     }
 
-    // Without a fault: what the contract lets stand. With faults: what a run without them leaves, and no difference
+    // Without a fault: what the contract leaves. With faults: what a run without them leaves, and no difference
     // that the failed calls do not explain.
     void checkLeftOvers() {
         const Measure& usual = subject_.measure;
@@ -301,15 +301,15 @@ private:
 
     // As many rules as the device has refused to remove from the table may be there, and no more.
     bool isRefusedRule(const std::string& line) {
-        const std::size_t stands = static_cast<std::size_t>(std::count_if(
+        const std::size_t left = static_cast<std::size_t>(std::count_if(
             leftOvers_.begin(), leftOvers_.end(), [&](const std::string& other) { return sameTable(line, other); }));
-        return line.rfind("rule ", 0) == 0 && stands <= refusals_.countOf(line);
+        return line.rfind("rule ", 0) == 0 && left <= refusals_.countOf(line);
     }
 
     enum class How { More, Less };
 
     void explain(const std::string& where, How how, const std::string& line) {
-        auto why = plan_.none() ? whyItStands(line, now_, how == How::Less) : whyItDiffers(line, now_, comparesAgain_);
+        auto why = plan_.none() ? whyItRemains(line, now_, how == How::Less) : whyItDiffers(line, now_, comparesAgain_);
         if (!why && isRefusedRule(line)) why = kRefusedRule;
         if (why)
             ++findings_.accepted[*why];
@@ -324,7 +324,7 @@ private:
     Findings& findings_;
     VirtualOnu& onu_;
     vorn_onu::RunContext context_;
-    Circumstances now_;
+    RunHistory now_;
     Refusals refusals_;
     std::set<std::string> everSeen_;  // names of devices
     std::set<std::string> everRemoved_;

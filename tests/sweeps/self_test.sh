@@ -10,7 +10,7 @@ if [ "${1:-}" = --fits ]; then
     status=0
     for fault in "$2"/tests/sweeps/planted/*.patch; do
         patch --dry-run --quiet -d "$2" -p1 <"$fault" && continue
-        printf '%s does not fit the sources any more: plant it anew.\n' "${fault##*/}"
+        printf '%s does not fit the sources any more: plant it again.\n' "${fault##*/}"
         status=2
     done
     exit $status
@@ -88,7 +88,7 @@ for fault in "$source_dir"/tests/sweeps/planted/*.patch; do
     name=$(basename "$fault" .patch)
     read -r -a words < <(sed -n 's/^Caught by: //p' "$fault")
     patch --quiet -d "$copy" -p1 <"$fault" >"$log" 2>&1 ||
-        { cat "$log"; die "$name does not fit the sources any more: plant it anew."; }
+        { cat "$log"; die "$name does not fit the sources any more: plant it again."; }
     if passes "${words[@]}"; then
         missed+=("$name")
         printf '  MISSED  %s  (%s)\n' "$name" "${words[*]}"

@@ -330,7 +330,7 @@ TEST_F(BoardFile, StaysInProportionToTheBoard) {
     onu().reset();
     onu().openBoard(file_);
     EXPECT_EQ(onu().device("sid0")->statistics["rx_packets"], 60000U);
-    EXPECT_LT(contentOf(file_).size(), 20000U) << "begun anew with what stands";
+    EXPECT_LT(contentOf(file_).size(), 20000U) << "rewritten with what exists";
 }
 
 // ---- what a file may say ----

@@ -42,7 +42,7 @@ std::string textOf(const Json& json) {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-// What the HAL says, which the program may have told otherwise than the environment does. One without these functions
+// What the HAL says, which the program may have set otherwise than the environment does. One without these functions
 // goes by its contract.
 bool isByG988() {
     const auto chosen = reinterpret_cast<int (*)()>(dlsym(RTLD_DEFAULT, "vorn_hal_get_forwarding"));

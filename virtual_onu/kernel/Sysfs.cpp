@@ -257,14 +257,14 @@ std::vector<std::string> partsBelow(const std::string& path, const std::string& 
     return parts;
 }
 
-struct Place {
+struct SysfsPath {
     bool ipv6 = false;
     std::vector<std::string> parts;
     std::optional<NetworkDevice> device;  // of the first part
 };
 
-Place locate(const std::string& path) {
-    Place place;
+SysfsPath locate(const std::string& path) {
+    SysfsPath place;
     place.ipv6 = isUnder(path, kIpv6Root);
     place.parts = partsBelow(path, place.ipv6 ? kIpv6Root : kNetRoot);
     if (!place.parts.empty()) place.device = network::device(place.parts[0]);
@@ -276,7 +276,7 @@ void appendNames(std::vector<Entry>& entries, const Table& table) {
     for (const auto& item : table) entries.push_back({item.first, false});
 }
 
-std::optional<std::string> readIn(const Place& place, const std::string& folder, const std::string& leaf) {
+std::optional<std::string> readIn(const SysfsPath& place, const std::string& folder, const std::string& leaf) {
     const NetworkDevice& device = *place.device;
     if (folder == "statistics") {
         const auto found = device.statistics.find(leaf);
@@ -343,7 +343,7 @@ int parseNumber(const std::string& text, long& number) {
     return 0;
 }
 
-bool isPortAttribute(const Place& place) {
+bool isPortAttribute(const SysfsPath& place) {
     return place.device && place.parts.size() == 3 && place.parts[1] == "brport";
 }
 
@@ -355,7 +355,7 @@ bool owns(const std::string& path) {
 
 std::optional<std::string> read(const std::string& path) {
     const DeviceAccess lock(deviceMutex());
-    const Place place = locate(path);
+    const SysfsPath place = locate(path);
     if (!place.device || place.parts.size() < 2) return std::nullopt;
     if (place.ipv6) {
         if (place.parts.size() != 2 || place.parts[1] != kIpv6Leaf) return std::nullopt;
@@ -364,7 +364,7 @@ std::optional<std::string> read(const std::string& path) {
     if (place.parts.size() == 3) return readIn(place, place.parts[1], place.parts[2]);
     // A port's attributes are also reached through its bridge: br3/brif/sid0.3/state.
     if (place.parts.size() == 4 && place.parts[1] == "brif") {
-        Place port;
+        SysfsPath port;
         port.device = network::device(place.parts[2]);
         if (!port.device || port.device->master != place.device->name) return std::nullopt;
         return readIn(port, "brport", place.parts[3]);
@@ -381,7 +381,7 @@ std::optional<std::string> read(const std::string& path) {
 
 std::optional<std::vector<Entry>> list(const std::string& path) {
     const DeviceAccess lock(deviceMutex());
-    const Place place = locate(path);
+    const SysfsPath place = locate(path);
     if (place.parts.empty()) {
         std::vector<Entry> entries;
         for (const auto& device : network::devices()) entries.push_back({device.name, true});
@@ -403,7 +403,7 @@ std::optional<std::vector<Entry>> list(const std::string& path) {
 
 bool writable(const std::string& path) {
     const DeviceAccess lock(deviceMutex());
-    const Place place = locate(path);
+    const SysfsPath place = locate(path);
     if (place.ipv6) return true;
     if (place.parts.size() == 2) return place.parts[1] == "mtu";
     if (place.parts.size() == 4 && place.parts[1] == "brif") {
@@ -419,7 +419,7 @@ bool writable(const std::string& path) {
 
 int write(const std::string& path, const std::string& text) {
     const DeviceAccess lock(deviceMutex());
-    const Place place = locate(path);
+    const SysfsPath place = locate(path);
     if (!place.device) return ENODEV;
     if (!writable(path)) return EACCES;
     long number = 0;

@@ -122,7 +122,7 @@ void deviceRemoved(const std::string& name) {
     for (; table != state.tables.end() && table->first.device == name; table = state.tables.erase(table)) {
         for (const TagRule& rule : table->second.rules) {
             persistence::changed(persistence::kRules, rule.id);
-            state.places.erase(rule.id);
+            state.locations.erase(rule.id);
         }
         if (table->second.defaultAction) changedDefault(table->first);
     }
@@ -371,7 +371,7 @@ int vlanCtl_insertTagRule(const char* realDev, unsigned int direction, unsigned 
             auto& rules = installed().tables[key].rules;
             const TagRule rule{installed().nextRuleId++, state.pending};
             rules.insert(front ? rules.begin() : rules.end(), rule);
-            installed().places[rule.id] = {key, front};
+            installed().locations[rule.id] = {key, front};
             persistence::changed(persistence::kRules, rule.id);
             persistence::changed(persistence::kVlanKit);
             *tagRuleId = rule.id;
@@ -392,7 +392,7 @@ int vlanCtl_removeTagRule(const char* realDev, unsigned int direction, unsigned 
                                            [&](const TagRule& candidate) { return candidate.id == tagRuleId; });
             if (rule == table->rules.end()) return ENOENT;
             table->rules.erase(rule);
-            installed().places.erase(tagRuleId);
+            installed().locations.erase(tagRuleId);
             persistence::changed(persistence::kRules, tagRuleId);
             return 0;
         },

@@ -91,28 +91,29 @@ std::vector<TagRule>::iterator ruleIn(std::vector<TagRule>& rules, std::uint32_t
 }
 
 void removeRule(std::uint32_t id) {
-    const auto place = installed().places.find(id);
-    if (place == installed().places.end()) return;
-    const auto table = installed().tables.find(place->second.table);
+    const auto location = installed().locations.find(id);
+    if (location == installed().locations.end()) return;
+    const auto table = installed().tables.find(location->second.table);
     if (table != installed().tables.end()) {
         auto& rules = table->second.rules;
         const auto rule = ruleIn(rules, id);
         if (rule != rules.end()) rules.erase(rule);
         if (rules.empty() && !table->second.defaultAction) installed().tables.erase(table);
     }
-    installed().places.erase(place);
+    installed().locations.erase(location);
 }
 
 // Those in front by descending id, then the others by ascending id.
 bool standsBefore(std::uint32_t first, std::uint32_t second) {
-    const bool firstInFront = installed().places.at(first).front, secondInFront = installed().places.at(second).front;
+    const bool firstInFront = installed().locations.at(first).front,
+               secondInFront = installed().locations.at(second).front;
     if (firstInFront != secondInFront) return firstInFront;
     return firstInFront ? first > second : first < second;
 }
 
 void putRule(std::uint32_t id, RuleRecord saved) {
     removeRule(id);
-    installed().places[id] = {saved.table, saved.front};
+    installed().locations[id] = {saved.table, saved.front};
     auto& rules = installed().tables[saved.table].rules;
     // Most often behind all others.
     auto before = rules.end();
@@ -121,15 +122,15 @@ void putRule(std::uint32_t id, RuleRecord saved) {
 }
 
 struct Rules : persistence::Keyed<std::uint32_t, RuleRecord> {
-    static std::vector<std::string> keys() { return persistence::keysOf(installed().places); }
+    static std::vector<std::string> keys() { return persistence::keysOf(installed().locations); }
     static std::optional<RuleRecord> get(std::uint32_t id) {
-        const auto place = installed().places.find(id);
-        if (place == installed().places.end()) return std::nullopt;
-        auto& rules = installed().tables[place->second.table].rules;
+        const auto location = installed().locations.find(id);
+        if (location == installed().locations.end()) return std::nullopt;
+        auto& rules = installed().tables[location->second.table].rules;
         // Most often the last one.
         const bool isLast = !rules.empty() && rules.back().id == id;
         const auto rule = isLast ? std::prev(rules.end()) : ruleIn(rules, id);
-        return RuleRecord{place->second.table, place->second.front, rule->terms};
+        return RuleRecord{location->second.table, location->second.front, rule->terms};
     }
     static void put(std::uint32_t id, RuleRecord saved) { putRule(id, std::move(saved)); }
     static void remove(std::uint32_t id) { removeRule(id); }
@@ -145,9 +146,9 @@ TableKey tableOf(const std::string& text) {
         throw persistence::BadBoard("the key must be a table, such as \"sid0 rx 1\"");
     TableKey key{text.substr(0, direction), kReceive,
                  static_cast<unsigned>(persistence::numberKey(text.substr(tags + 1), kMaxTagsOfATable))};
-    const std::string way = text.substr(direction + 1, tags - direction - 1);
-    if (way != "rx" && way != "tx") throw persistence::BadBoard("the key must be a table, such as \"sid0 rx 1\"");
-    if (way == "tx") key.direction = kTransmit;
+    const std::string word = text.substr(direction + 1, tags - direction - 1);
+    if (word != "rx" && word != "tx") throw persistence::BadBoard("the key must be a table, such as \"sid0 rx 1\"");
+    if (word == "tx") key.direction = kTransmit;
     return key;
 }
 

@@ -39,11 +39,11 @@ struct Installed {
     std::map<std::string, int> realDeviceModes;
     OutOfRangeFilters outOfRange = OutOfRangeFilters::NeverMatch;
     // By rule id, where it is; a rule that was put in front of its table comes before all with lower ids.
-    struct Place {
+    struct RuleLocation {
         TableKey table;
         bool front;
     };
-    std::map<std::uint32_t, Place> places;
+    std::map<std::uint32_t, RuleLocation> locations;
 };
 Installed& installed();
 std::string textOf(const TableKey& key);  // "sid0 rx 1"

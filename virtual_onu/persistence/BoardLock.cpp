@@ -59,11 +59,11 @@ bool locked(int fd, int operation) {
 }  // namespace
 
 // Answers false when the file has been removed meanwhile: there may be a new one.
-bool BoardLock::lockNamedFile(Company company) {
+bool BoardLock::lockNamedFile(LockMode mode) {
     const int fd = real::open(path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
     if (fd < 0) throw BadBoard(path_ + ": " + std::strerror(errno));
     const bool first = locked(fd, LOCK_EX | LOCK_NB);
-    if (!first && company == Company::Alone) {
+    if (!first && mode == LockMode::Exclusive) {
         real::close(fd);
         throw BadBoard(boardFile_ + ": the board is in use by another program");
     }
@@ -118,9 +118,9 @@ void BoardLock::mapPage() {
     pthread_mutexattr_destroy(&attributes);
 }
 
-BoardLock::BoardLock(std::string boardFile, Company company)
+BoardLock::BoardLock(std::string boardFile, LockMode mode)
     : boardFile_(std::move(boardFile)), path_(boardFile_ + ".lock") {
-    while (!lockNamedFile(company)) {
+    while (!lockNamedFile(mode)) {
     }
 }
 
@@ -141,7 +141,7 @@ void BoardLock::removeIfLast() const {
     real::close(fd);
 }
 
-void BoardLock::letOthersIn() {
+void BoardLock::share() {
     if (descriptor_ < 0) return;
     locked(descriptor_, LOCK_SH);
     real::close(std::exchange(descriptor_, -1));

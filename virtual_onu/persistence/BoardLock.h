@@ -13,19 +13,19 @@
 
 namespace virtual_onu::persistence {
 
-enum class Company { Alone, Together };  // refused while others work on the board, or not
+enum class LockMode { Exclusive, Shared };  // refused while others work on the board, or not
 
 class BoardLock {
 public:
     // Throws BadBoard.
-    BoardLock(std::string boardFile, Company company);
+    BoardLock(std::string boardFile, LockMode mode);
     ~BoardLock();  // the last one removes the file
     BoardLock(const BoardLock&) = delete;
     BoardLock& operator=(const BoardLock&) = delete;
 
-    // Nobody else was there: the board file is this process's alone until it lets others in.
+    // Nobody else was there: the board file is this process's alone until it is shared.
     bool isFirst() const { return descriptor_ >= 0; }
-    void letOthersIn();
+    void share();
 
     // One process works on the board at a time. takeTurn() answers whether all is well: false when the process whose
     // turn it was has died in the middle of it.
@@ -41,7 +41,7 @@ private:
         pthread_mutex_t turn;
         std::atomic<std::uint64_t> size, edition;
     };
-    bool lockNamedFile(Company company);
+    bool lockNamedFile(LockMode mode);
     void mapPage();
     int openPage() const;
     void removeIfLast() const;

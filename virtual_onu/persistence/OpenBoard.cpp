@@ -258,7 +258,7 @@ void begin() {
         if (!exists) throw;
         keepAsItIs();
     }
-    board.lock->letOthersIn();
+    board.lock->share();
 }
 
 void forget() {
@@ -280,7 +280,7 @@ void openFile(const std::string& path, bool alone, bool withRun) {
     OpenBoard& board = openBoard();
     try {
         board.file = std::make_unique<BoardFile>(path);
-        board.lock = std::make_unique<BoardLock>(board.file->path(), alone ? Company::Alone : Company::Together);
+        board.lock = std::make_unique<BoardLock>(board.file->path(), alone ? LockMode::Exclusive : LockMode::Shared);
         board.withRun = withRun;
         board.depth = 0;
         begin();

@@ -264,8 +264,8 @@ Outcome runText(const std::string& text) {
     const auto list = parse(text);
     if (!list) return {false, kNotFound, ""};
     for (const auto& pipeline : *list) {
-        if (pipeline.joint == Joint::AfterSuccess && all.status != 0) continue;
-        if (pipeline.joint == Joint::AfterFailure && all.status == 0) continue;
+        if (pipeline.control == ControlOperator::AfterSuccess && all.status != 0) continue;
+        if (pipeline.control == ControlOperator::AfterFailure && all.status == 0) continue;
         Outcome one = runPipeline(pipeline, text);
         all.understood = all.understood && one.understood;
         all.status = one.status;

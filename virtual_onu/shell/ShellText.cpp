@@ -144,7 +144,7 @@ private:
     Command& command() {
         if (!open_) {
             list_.emplace_back();
-            list_.back().joint = joint_;
+            list_.back().control = control_;
             list_.back().commands.emplace_back();
             open_ = true;
             wantsMore_ = false;
@@ -161,13 +161,15 @@ private:
         }
         open_ = false;
         list_.back().background = sign == "&";
-        joint_ = sign == "&&" ? Joint::AfterSuccess : sign == "||" ? Joint::AfterFailure : Joint::Always;
-        wantsMore_ = joint_ != Joint::Always;
+        control_ = sign == "&&"   ? ControlOperator::AfterSuccess
+                   : sign == "||" ? ControlOperator::AfterFailure
+                                  : ControlOperator::Always;
+        wantsMore_ = control_ != ControlOperator::Always;
         return sign == ";" || sign == "&" || sign == "&&" || sign == "||";
     }
 
     std::vector<Pipeline> list_;
-    Joint joint_ = Joint::Always;
+    ControlOperator control_ = ControlOperator::Always;
     bool open_ = false;
     bool wantsMore_ = false;
 };

@@ -21,11 +21,11 @@ struct Command {
     std::vector<Redirection> redirections;
 };
 
-enum class Joint { Always, AfterSuccess, AfterFailure };  // ";" and "&", "&&", "||"
+enum class ControlOperator { Always, AfterSuccess, AfterFailure };  // ";" and "&", "&&", "||"
 
 struct Pipeline {
     std::vector<Command> commands;
-    Joint joint = Joint::Always;  // with the pipeline before
+    ControlOperator control = ControlOperator::Always;  // with the pipeline before
     bool background = false;
 };
 

@@ -55,29 +55,29 @@ ifreq named(const std::string& interface) {
     return request;
 }
 
-// A socket for questions about interfaces, closed at the end.
-class Questions {
+// A socket for requests about interfaces, closed at the end.
+class InterfaceSocket {
 public:
-    Questions() : descriptor_(real::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {}
-    ~Questions() {
+    InterfaceSocket() : descriptor_(real::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {}
+    ~InterfaceSocket() {
         if (descriptor_ >= 0) real::close(descriptor_);
     }
-    Questions(const Questions&) = delete;
-    Questions& operator=(const Questions&) = delete;
+    InterfaceSocket(const InterfaceSocket&) = delete;
+    InterfaceSocket& operator=(const InterfaceSocket&) = delete;
     bool ask(unsigned long request, ifreq& about) const { return real::ioctl(descriptor_, request, &about) == 0; }
 
 private:
     int descriptor_;
 };
 
-void setUp(const Questions& questions, const TapRequest& request) {
+void setUp(const InterfaceSocket& socket, const TapRequest& request) {
     ifreq about = named(request.interface);
     about.ifr_qlen = kQueueLength;
-    questions.ask(SIOCSIFTXQLEN, about);  // a shorter queue loses more
+    socket.ask(SIOCSIFTXQLEN, about);  // a shorter queue loses more
     about = named(request.interface);
-    if (!questions.ask(SIOCGIFFLAGS, about)) refuse(request, reason());
+    if (!socket.ask(SIOCGIFFLAGS, about)) refuse(request, reason());
     about.ifr_flags = static_cast<short>(about.ifr_flags | IFF_UP);
-    if (!questions.ask(SIOCSIFFLAGS, about)) refuse(request, "cannot be set up: " + reason());
+    if (!socket.ask(SIOCSIFFLAGS, about)) refuse(request, "cannot be set up: " + reason());
 }
 
 int openAt(const TapRequest& request) {
@@ -123,10 +123,10 @@ TapDevice openTap(const TapRequest& request) {
         about.ifr_flags = IFF_TAP | IFF_NO_PI;
         if (real::ioctl(made.descriptor, TUNSETIFF, &about) != 0) refuse(request, whyNotHad(request));
         setCarrier(made.descriptor, false);
-        const Questions questions;
-        if (!isThere) setUp(questions, request);
+        const InterfaceSocket socket;
+        if (!isThere) setUp(socket, request);
         about = named(request.interface);
-        if (!questions.ask(SIOCGIFINDEX, about)) refuse(request, reason());
+        if (!socket.ask(SIOCGIFINDEX, about)) refuse(request, reason());
         made.index = about.ifr_ifindex;
     } catch (...) {
         real::close(made.descriptor);

@@ -59,7 +59,7 @@ int resultOf(bool done) {
     return done ? kSuccess : kFailure;
 }
 int resultOf(AskedOperation& operation, bool done) {
-    if (!done) operation.takenBack();
+    if (!done) operation.rolledBack();
     return resultOf(done);
 }
 
@@ -262,7 +262,7 @@ int VornBrcmHal::vorn_omci_hal_filter_flow_add(void* record) {
 int VornBrcmHal::vorn_omci_hal_configureBridge(unsigned short bridgeId, unsigned short uniPort) {
     if (engine == nullptr) return kFailure;
     std::printf("Inside BRCM-HAL, calling configureBridge");
-    // Restored or not: what stands is taken as made, and brought up again.
+    // Restored or not: what exists is taken as made, and brought up again.
     AskedOperation operation(Ask::Bridge, AskKind::Provision, restart::BridgeArguments{bridgeId, uniPort});
     if (forwarding::isG988()) return resultOf(operation, forwarding::configureBridge(*engine, bridgeId, uniPort));
     engine->configureBridge(bridgeId, uniPort, false);

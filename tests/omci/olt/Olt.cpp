@@ -242,11 +242,11 @@ std::vector<std::string> Olt::differences() {
                 // The rows in any order, among those that the ONU has made by itself.
                 const auto rows = readTable(entity, number);
                 for (std::size_t at = 0; rows && at < expected.size(); at += attribute.size) {
-                    bool stands = false;
+                    bool exists = false;
                     for (std::size_t other = 0; other < rows->size(); other += attribute.size)
-                        stands |= omci::ByteView(*rows).part(other, attribute.size) ==
+                        exists |= omci::ByteView(*rows).part(other, attribute.size) ==
                                   omci::ByteView(expected).part(at, attribute.size);
-                    if (!stands)
+                    if (!exists)
                         lines.push_back(name + ": no row " +
                                         text(omci::ByteView(expected).part(at, attribute.size).copy()));
                 }

@@ -107,8 +107,8 @@ TEST(Filter, OfEveryForwardOperationTakesTheFramesOfTheStandard) {
                 if (up(frame).has_value() != passes(expected, frame, true)) text += name + " up\n";
                 if (down(frame).has_value() != passes(expected, frame, false)) text += name + " down\n";
             }
-            const bool told = !line.services.problems().empty();
-            if (told != (expected[1] == 't' || (expected[0] == 'g' && expected[1] == 'v')))
+            const bool reported = !line.services.problems().empty();
+            if (reported != (expected[1] == 't' || (expected[0] == 'g' && expected[1] == 'v')))
                 text += "operation " + std::to_string(operation) + ": problems\n";
         }
         return text + "end";

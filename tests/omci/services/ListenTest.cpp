@@ -40,10 +40,10 @@ TEST(Listen, DatagramsOverLoopbackAreAnsweredAndTheOnuTellsATestByItself) {
     test.entity = {omci::class_id::kAniG, 0x8001};
     omci::encodeContent(test, omci::TestContent{{7}});
     ASSERT_TRUE(line.exchange(test).has_value());
-    const auto told = line.autonomous();
-    ASSERT_TRUE(told.has_value());
-    EXPECT_EQ(told->type, omci::MessageType::kTestResult);
-    EXPECT_EQ(told->transaction, test.transaction);
+    const auto reported = line.autonomous();
+    ASSERT_TRUE(reported.has_value());
+    EXPECT_EQ(reported->type, omci::MessageType::kTestResult);
+    EXPECT_EQ(reported->transaction, test.transaction);
     EXPECT_EQ(line.end(), 0);
 }
 

@@ -26,7 +26,7 @@ class Onu : public olt::Line {
 public:
     Onu() {
         services.onCall([this](const MadeCall& call) { calls.push_back(call); });
-        services.onProblem([this](const services::Problem& problem) { told.push_back(problem); });
+        services.onProblem([this](const services::Problem& problem) { reported.push_back(problem); });
     }
     std::optional<Message> exchange(const Message& request) override {
         const auto handled = agent.handle(request);
@@ -47,7 +47,7 @@ public:
     Silent performer;
     services::Services services{agent.mib(), performer};
     std::vector<MadeCall> calls;
-    std::vector<services::Problem> told;
+    std::vector<services::Problem> reported;
     std::uint16_t transaction = 0;
 };
 
@@ -77,7 +77,7 @@ TEST_F(Planning, AGemPortWaitsForItsTContWithoutAnError) {
     requests.erase(requests.begin());
     ASSERT_EQ(olt.send(requests), "");
     EXPECT_TRUE(onu.calls.empty());
-    EXPECT_TRUE(onu.told.empty());
+    EXPECT_TRUE(onu.reported.empty());
     ASSERT_EQ(olt.send(allocId), Result::kSuccess);
     const auto made = onu.operations();
     ASSERT_GE(made.size(), 5U);
@@ -139,9 +139,9 @@ TEST_F(Planning, WhatTheHalCannotDoIsToldOnceWithItsEntity) {
     provision(olt::internet());
     const auto dhcp = row("F8000000 F8000010 000F0000 00000A0C");
     ASSERT_EQ(olt.send(olt::Requests{dhcp, row("F8000000 F8000010 FFFFFFFF FFFFFFFF"), dhcp}), "");
-    ASSERT_EQ(onu.told.size(), 1U);
-    EXPECT_EQ(onu.told.front().entity, kRows);
-    expectHas(onu.told.front().reason, {"DHCP"});
+    ASSERT_EQ(onu.reported.size(), 1U);
+    EXPECT_EQ(onu.reported.front().entity, kRows);
+    expectHas(onu.reported.front().reason, {"DHCP"});
     EXPECT_EQ(onu.services.problems().size(), 1U);
     ASSERT_EQ(olt.send(row("F8000000 F8000010 FFFFFFFF FFFFFFFF")), Result::kSuccess);
     EXPECT_TRUE(onu.services.problems().empty());
@@ -151,7 +151,7 @@ TEST_F(Planning, WhatTheHalCannotDoIsToldOnceWithItsEntity) {
 TEST_F(Planning, WhatIsAcceptedWithoutEffectIsToldWithTheEntityThatAskedForIt) {
     provision(olt::internet());
     provision(olt::television());
-    onu.told.clear();
+    onu.reported.clear();
     const auto secondPort = [](std::uint64_t bridge) {
         return olt::create(class_id::kBridgePort, 0x1177,
                            {{attr::bridge_port::kBridgeIdPointer, bridge},
@@ -220,7 +220,7 @@ TEST_F(Planning, OfTwoGemPortsWithOneNumberTheSecondComesWhenTheFirstGoes) {
                                {attr::gem_port::kUpstreamQueuePointer, 0x8003}});
     ASSERT_EQ(olt.send(second), Result::kSuccess);
     EXPECT_TRUE(onu.calls.empty());
-    EXPECT_EQ(onu.told.size(), 1U);
+    EXPECT_EQ(onu.reported.size(), 1U);
     ASSERT_EQ(olt.send(olt::erase({class_id::kGemPort, 0x1001})), Result::kSuccess);
     ASSERT_FALSE(onu.calls.empty());
     EXPECT_EQ(onu.calls.back().call.operation, Operation::kGemFlowAdd);

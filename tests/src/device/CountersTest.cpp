@@ -152,12 +152,12 @@ TEST_F(Counters, OfAnIntervalGoOnWhenTheDeviceIsMadeAnew) {
         count("veip0", factor);
     };
     const struct {
-        bool anew;
+        bool recreated;
         std::uint64_t factor;
         std::uint64_t sum;
     } readings[] = {{true, 3, 3}, {false, 7, 7}, {true, 9, 16}, {false, 10, 17}, {true, 0, 17}, {false, 1, 18}};
     for (const auto& reading : readings) {
-        reading.anew ? remade(reading.factor) : count("veip0", reading.factor);
+        reading.recreated ? remade(reading.factor) : count("veip0", reading.factor);
         ASSERT_EQ(ask(kPmInterval, &record), 0);
         EXPECT_EQ(numbers(record), times(reading.sum)) << reading.factor << " of the device";
     }

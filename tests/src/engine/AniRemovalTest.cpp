@@ -43,7 +43,7 @@ TEST_F(AniRemoval, AnOrdinaryServiceLeavesOnlyTheRulesOnThePonDevice) {
     EXPECT_TRUE(onu().shellCommands().empty());
     EXPECT_EQ(EtherSwitchBcm380::multicastEnable, -1);
     printedBy([&] { engine().configureBridge(3, 0, false); });
-    provisionAndRemove();  // nothing of the first round stands in the way
+    provisionAndRemove();  // nothing of the first round is in the way
 }
 
 TEST_F(AniRemoval, AMulticastServiceLosesItsRulesAndKeepsItsDevices) {

@@ -171,8 +171,9 @@ TEST_P(TciList, MakesARuleForEachTciThatIsThereAndNoOther) {
     std::string printed;
     EXPECT_EQ(configure(record, &printed), 1);
     // The log tells what the record says, whatever its text holds.
-    const std::string told = "numberOfEntries:" + std::to_string((test.announced + 1) % 256) + ", forwardOperation:0x4";
-    EXPECT_NE(printed.find(told), std::string::npos);
+    const std::string reported =
+        "numberOfEntries:" + std::to_string((test.announced + 1) % 256) + ", forwardOperation:0x4";
+    EXPECT_NE(printed.find(reported), std::string::npos);
     Lines expected;
     for (unsigned vid = 1; vid <= test.ruled; ++vid) {
         expected.push_back("rxdev=gpon3.3 gem=7 vid0=" + std::to_string(vid) + " | mark-queue:=2");

@@ -98,7 +98,7 @@ TEST_F(Bridges, AFailureStopsTheBranchAndUndoesNothing) {
         int nth;
         unsigned short uni;
         const char* printed;
-        std::string stands;
+        std::string existing;
     } cases[] = {
         {"ioctl:SIOCBRADDBR", 2, 0, "addBridgeInterface(br3) failed.", ""},
         {"vlanCtl_createVlanInterfaceByName", 1, 0,
@@ -114,11 +114,11 @@ TEST_F(Bridges, AFailureStopsTheBranchAndUndoesNothing) {
         onu().failNext(c.fault, c.nth, 5);
         if (c.uni != 0) configure(3, 0, false, true);
         EXPECT_TRUE(contains(configure(3, c.uni, false, false), c.printed));
-        std::string stands;
+        std::string existing;
         for (const char* name : {"br3", "gpon3", "gpon3.3", "sid1.3"}) {
-            if (onu().deviceExists(name)) stands += std::string(" ") + name;
+            if (onu().deviceExists(name)) existing += std::string(" ") + name;
         }
-        EXPECT_EQ(stands, c.stands);
+        EXPECT_EQ(existing, c.existing);
     }
     EXPECT_TRUE(contains(configure(3, 9, false, false), "interface sid8 does not existFailed to create sid8"));
 }

@@ -37,7 +37,7 @@ protected:
     }
 
     // What the gateway has been sent since the last call: one line a message.
-    std::vector<std::string> told() {
+    std::vector<std::string> reported() {
         std::vector<std::string> lines;
         const auto sent = onu().sentMessages();
         for (; told_ < sent.size(); ++told_) {
@@ -87,7 +87,7 @@ TEST_F(Veip, IsNotMadeWithoutFilterModelOrRealDeviceYetTheServiceIsAnnounced) {
     engine().deleteAniInterface(0);
     EXPECT_EQ(create(1, "6065"), 2);
     EXPECT_FALSE(onu().deviceExists("veip0"));
-    EXPECT_EQ(told(),
+    EXPECT_EQ(reported(),
               (Lines{"veip0 gem 100/7 pbits 3 vlan 100 type 0 up", "veip0 gem 100/7 pbits 3 vlan 101 type 0 up"}));
 }
 
@@ -104,7 +104,7 @@ TEST_F(Veip, AnnouncesTheLastEntryOfTheList) {
     for (const auto& [entries, list, announced] : cases) {
         create(entries, list.c_str());
         const std::string line = std::string("veip0 gem 100/7 pbits ") + announced + " type 0 up";
-        EXPECT_EQ(told(), Lines{line}) << int{entries} << " " << list;
+        EXPECT_EQ(reported(), Lines{line}) << int{entries} << " " << list;
     }
     EXPECT_EQ(engine().omci_service_num_get(), 4);
 }
@@ -113,22 +113,22 @@ TEST_F(Veip, AnnouncesNoServiceForAListItCannotReadOrCount) {
     const std::pair<unsigned char, const char*> cases[] = {{255, "6064"}, {1, "606"}, {1, "60zz"}, {1, nullptr}};
     for (const auto& [entries, list] : cases) {
         EXPECT_EQ(create(entries, list), 0);
-        EXPECT_EQ(told(), Lines{kClosing}) << int{entries};
+        EXPECT_EQ(reported(), Lines{kClosing}) << int{entries};
     }
     create(1, "6064");
-    told();
+    reported();
     EXPECT_EQ(create(1, "606"), 1);
-    EXPECT_EQ(told(), Lines{}) << "no closing while a service stands";
+    EXPECT_EQ(reported(), Lines{}) << "no closing while a service exists";
     EXPECT_EQ(create(1, "6064", kFilterModel, 555), 1);
-    EXPECT_EQ(told(), Lines{}) << "an unknown GEM port";
+    EXPECT_EQ(reported(), Lines{}) << "an unknown GEM port";
 }
 
 TEST_F(Veip, AnnouncesTheMulticastServiceAsUpOnRemovalToo) {
     const std::string multicast = "veip0 gem 4000/9 pbits -2 vlan -2 type 1 up";
     EXPECT_EQ(create(1, "6064", kFilterModel, 4000), 0);
-    EXPECT_EQ(told(), Lines{multicast});
+    EXPECT_EQ(reported(), Lines{multicast});
     EXPECT_EQ(remove(1, "6064", 4000), 0);
-    EXPECT_EQ(told(), Lines{multicast});
+    EXPECT_EQ(reported(), Lines{multicast});
 }
 
 TEST_F(Veip, StandsInPlaceOfItsBridgeAndGoesWithItsLastService) {
@@ -140,12 +140,12 @@ TEST_F(Veip, StandsInPlaceOfItsBridgeAndGoesWithItsLastService) {
         EXPECT_EQ(onu().defaultAction("gpon0.0", direction, 3), (DefaultAction{1, "veip0"})) << direction;
     engine().insertVlanRuleMapEntry("gpon3", kGemIndex, 0, 1, 77);
     onu().addDevice("veip0.1", "veip0");
-    told();
+    reported();
     engine().setOmciAction(15);
     const auto printed = printedBy([&] { EXPECT_EQ(remove(2, "6064B0C8"), 0); });
     EXPECT_TRUE(contains(printed, "===> rutRule_teardownVeipVlanInterface, devIfc=gpon0.0, vlanIfc=veip0\n"))
         << printed;
-    EXPECT_EQ(told(), (Lines{"veip0 gem 100/7 pbits 5 vlan 200 type 0 down", kClosing}));
+    EXPECT_EQ(reported(), (Lines{"veip0 gem 100/7 pbits 5 vlan 200 type 0 down", kClosing}));
     EXPECT_EQ(onu().sentMessages().back().type, 0x10002250u);
     EXPECT_FALSE(onu().deviceExists("veip0") || onu().deviceExists("veip0.1"));
     EXPECT_TRUE(recordedRules().empty());
@@ -157,7 +157,7 @@ TEST_F(Veip, StandsInPlaceOfItsBridgeAndGoesWithItsLastService) {
 TEST_F(Veip, StaysWhileAServiceIsLeftOrWhenThereIsNone) {
     engine().insertVlanRuleMapEntry("gpon3", kGemIndex, 0, 1, 77);
     EXPECT_EQ(remove(1, "6064"), -1) << "there is no VEIP";
-    EXPECT_EQ(told(), Lines{});
+    EXPECT_EQ(reported(), Lines{});
     EXPECT_TRUE(engine().isVlanRuleMapExist("gpon3", kGemIndex));
     create(1, "6064");
     create(1, "6065");

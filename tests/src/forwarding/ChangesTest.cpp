@@ -13,6 +13,7 @@
 namespace {
 
 using namespace forwarding_tests;
+using namespace restart_tests;
 
 class Changes : public ForwardedServices, public ::testing::WithParamInterface<Change> {
 protected:

@@ -12,7 +12,18 @@
 
 namespace forwarding_tests {
 
-using namespace restart_tests;
+using restart_tests::asks;
+using restart_tests::asksForBridge;
+using restart_tests::Daemon;
+using restart_tests::deletion;
+using restart_tests::gem;
+using restart_tests::internet;
+using restart_tests::kGemPort;
+using restart_tests::kProvisioning;
+using restart_tests::make;
+using restart_tests::RestartFixture;
+using restart_tests::row;
+using restart_tests::service;
 using virtual_onu::Frame;
 using virtual_onu::VlanTag;
 

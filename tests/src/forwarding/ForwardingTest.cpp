@@ -53,6 +53,7 @@ nlohmann::json forwarding_tests::Forwarding::defaults() {
 namespace {
 
 using namespace forwarding_tests;
+using namespace restart_tests;
 
 // ---- the choice ----
 

@@ -75,7 +75,7 @@ protected:
                 if (at == found->second.size()) return name + " has no rule for " + rule.origin;
                 for (std::size_t earlier = 0; earlier < places.size(); ++earlier)
                     if (places[earlier] > at && wanted[earlier].conflictsWith(rule))
-                        return name + ": " + rule.origin + " stands before " + wanted[earlier].origin;
+                        return name + ": " + rule.origin + " is before " + wanted[earlier].origin;
                 places.push_back(at);
             }
             if (found->second.size() != wanted.size()) return name + " has rules too many";

@@ -13,7 +13,7 @@
 
 namespace {
 
-std::string whyNot;  // the kernel or the rights are missing
+std::string skipReason;  // the kernel or the rights are missing
 
 bool run(const std::string& command) {
     return std::system((command + " >/dev/null 2>&1").c_str()) == 0;
@@ -29,7 +29,7 @@ std::string enterNamespaces() {
     if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
         return because("mounts cannot be made private");
     if (mount("sysfs", "/sys", "sysfs", 0, nullptr) != 0) return because("sysfs cannot be mounted");
-    // Devices that speak IPv6 of their own accord would be learnt in the middle of a test.
+    // Devices that speak IPv6 of their own accord would be learned in the middle of a test.
     run("echo 1 > /proc/sys/net/ipv6/conf/default/disable_ipv6");
     if (!run("ip link add pa type veth peer name xa") || !run("ip link add pb type veth peer name xb")) {
         return "no veth pairs: the ip command or the kernel's support is missing";
@@ -45,12 +45,12 @@ std::string enterNamespaces() {
 class KernelBridge : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (!whyNot.empty()) GTEST_SKIP() << whyNot;
+        if (!skipReason.empty()) GTEST_SKIP() << skipReason;
         ASSERT_EQ(br_init(), 0);
     }
     void TearDown() override {
         br_shutdown();
-        if (!whyNot.empty()) return;
+        if (!skipReason.empty()) return;
         EXPECT_EQ(bridge_contract::bridges(), bridge_contract::Names{}) << "a bridge was left behind";
     }
 };
@@ -105,7 +105,7 @@ TEST_F(KernelBridge, SpanningTreesTimersRunWhileThePortListens) {
 
 // More addresses than the kernel hands out with one read.
 TEST_F(KernelBridge, TheForwardingDatabaseIsReadWholeAndInPieces) {
-    constexpr std::size_t kLearnt = 600;
+    constexpr std::size_t kLearned = 600;
     constexpr std::array<unsigned char, 4> kLearntPrefix = {0x02, 0xaa, 0x00, 0x00};
     ASSERT_EQ(br_add_bridge("bra"), 0);
     ASSERT_EQ(br_add_interface("bra", "pa"), 0);
@@ -115,7 +115,7 @@ TEST_F(KernelBridge, TheForwardingDatabaseIsReadWholeAndInPieces) {
     char batch[] = "/tmp/fdb.XXXXXX";
     close(mkstemp(batch));
     std::ofstream commands(batch);
-    for (std::size_t i = 0; i < kLearnt; ++i) {
+    for (std::size_t i = 0; i < kLearned; ++i) {
         char line[64];
         std::snprintf(line, sizeof line, "fdb add 02:aa:00:00:%02zx:%02zx dev pb master dynamic\n", i / 256, i % 256);
         commands << line;
@@ -125,20 +125,20 @@ TEST_F(KernelBridge, TheForwardingDatabaseIsReadWholeAndInPieces) {
     std::remove(batch);
     ASSERT_TRUE(added);
 
-    std::array<br_fdb_entry, kLearnt + 10> all{};
+    std::array<br_fdb_entry, kLearned + 10> all{};
     std::size_t count = 0;
     ASSERT_EQ(br_read_fdb("bra", all.data(), all.size(), 0, &count), 0);
-    std::size_t learnt = 0;
+    std::size_t learned = 0;
     std::size_t local = 0;
     for (std::size_t i = 0; i < count; ++i) {
         local += all[i].is_local;
         // The far ends of the veth pairs speak too, from addresses of their own.
         if (all[i].is_local != 0 || !std::equal(kLearntPrefix.begin(), kLearntPrefix.end(), all[i].mac)) continue;
-        ++learnt;
+        ++learned;
         EXPECT_EQ(all[i].port_no, 2);
         EXPECT_LT(all[i].age.tv_sec, 60);
     }
-    EXPECT_EQ(learnt, kLearnt);
+    EXPECT_EQ(learned, kLearned);
     EXPECT_EQ(local, 2u) << "the two ports' own addresses";
 
     br_fdb_entry one{};
@@ -160,6 +160,6 @@ TEST_F(KernelBridge, TheForwardingDatabaseIsReadWholeAndInPieces) {
 
 int main(int argc, char** argv) {
     ::testing::InitGoogleTest(&argc, argv);
-    whyNot = enterNamespaces();
+    skipReason = enterNamespaces();
     return RUN_ALL_TESTS();
 }

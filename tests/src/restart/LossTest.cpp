@@ -29,13 +29,13 @@ protected:
         put(journal, device);
         fs::rename(aside, place);
     }
-    static std::string& told() {
+    static std::string& reported() {
         static std::string& all = *new std::string;
         return all;
     }
     static void listen(Journal& journal) {
-        told().clear();
-        journal.setTell([](const std::string& what) { told() += what; });
+        reported().clear();
+        journal.setReporter([](const std::string& what) { reported() += what; });
     }
 };
 
@@ -195,9 +195,10 @@ TEST_F(Loss, AFileThatCannotBeMadeSmallerSaysSoAndEndsWhereNobodyCouldReadIt) {
         journal.put("key", value + std::to_string(kept));
         journal.end();
     }
-    EXPECT_EQ(told().find("cannot be made smaller (hal.state.new: File exists), and goes on growing"), 0U) << told();
-    EXPECT_NE(told().find("cannot be written, and is given up"), std::string::npos);
-    EXPECT_EQ(told().find("cannot be made smaller", 1), std::string::npos) << "once";
+    EXPECT_EQ(reported().find("cannot be made smaller (hal.state.new: File exists), and goes on growing"), 0U)
+        << reported();
+    EXPECT_NE(reported().find("cannot be written, and is given up"), std::string::npos);
+    EXPECT_EQ(reported().find("cannot be made smaller", 1), std::string::npos) << "once";
     EXPECT_GT(kept, 130U);
     EXPECT_LT(kept, 150U) << "8 MiB are the most that is read";
     EXPECT_FALSE(fs::exists(path()));

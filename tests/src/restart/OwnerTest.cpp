@@ -173,17 +173,17 @@ TEST_F(Owner, AFileThatWasMovedOrReplacedIsGivenUpAndTheOtherOneIsLeftAlone) {
         for (const bool compacts : {false, true}) {
             SCOPED_TRACE(one.what);
             prepare(false);
-            static std::string told;
-            told.clear();
+            static std::string reported;
+            reported.clear();
             {
                 Journal journal;
                 ASSERT_TRUE(open(journal));
-                journal.setTell([](const std::string& what) { told += what; });
+                journal.setReporter([](const std::string& what) { reported += what; });
                 put(journal, "br3");
                 one.change();
                 compacts ? static_cast<void>(journal.compact()) : put(journal, "br4");
                 EXPECT_FALSE(journal.isKept());
-                EXPECT_NE(told.find("no longer in its place"), std::string::npos) << told;
+                EXPECT_NE(reported.find("no longer in its place"), std::string::npos) << reported;
             }
             EXPECT_EQ(fs::exists(path()), one.elsewhere);
             EXPECT_EQ(one.elsewhere ? read(path()) : "not ours", "not ours");

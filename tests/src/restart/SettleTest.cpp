@@ -112,7 +112,7 @@ TEST_F(Settle, ARepeatWithinOneLifeIsWhatItWas) {
     calls[3](second.hal());
     EXPECT_EQ(onu().ruleCount(), rules);
     calls[3](second.hal());
-    EXPECT_GT(onu().ruleCount(), rules) << "appended to the rules that stand";
+    EXPECT_GT(onu().ruleCount(), rules) << "appended to the rules that exist";
     EXPECT_EQ(Daemon(folder_).settle(), -1) << "no file is open";
 }
 

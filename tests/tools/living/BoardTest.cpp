@@ -333,7 +333,7 @@ TEST_F(Board, MayEndInTheMiddleOfRequests) {
 }
 
 // Whether all threads of the process are stopped.
-bool stands(pid_t process) {
+bool isStopped(pid_t process) {
     for (const auto& thread : std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task")) {
         const std::string status = contentOf(thread.path() / "stat");
         if (status.find(") T ") == std::string::npos) return false;
@@ -346,7 +346,7 @@ TEST_F(Board, ThatIsStoppedIsToldOfAndGoesOnLater) {
     BoardClient client(socket());
     const pid_t process = client.ask({{"do", "hello"}}).at("board").at("process");
     kill(process, SIGSTOP);
-    ASSERT_TRUE(becomesTrue([&] { return stands(process); })) << "each of its threads takes its own time to stop";
+    ASSERT_TRUE(becomesTrue([&] { return isStopped(process); })) << "each of its threads takes its own time to stop";
     const json silent = client.ask({{"do", "counters"}});
     kill(process, SIGCONT);
     EXPECT_EQ(codeOf(silent), "no-answer");

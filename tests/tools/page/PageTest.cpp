@@ -288,7 +288,7 @@ TEST_F(ServedBoard, HasNothingFromOutside) {
         EXPECT_EQ(answer.status, 200) << path;
         for (const char* outside : {"http:", "https:", "url(", "@import", "unsafe-", " style=\"", " onclick"})
             EXPECT_FALSE(holds(answer.body, outside)) << path << " has " << outside;
-        EXPECT_FALSE(holds(answer.body, token_)) << "the token is told to who has not got it";
+        EXPECT_FALSE(holds(answer.body, token_)) << "the token is given to who has not got it";
         EXPECT_TRUE(holds(answer.head, "X-Content-Type-Options: nosniff"));
         EXPECT_TRUE(holds(answer.head, "Referrer-Policy: no-referrer"));
     }

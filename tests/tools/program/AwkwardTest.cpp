@@ -71,9 +71,9 @@ TEST_F(Awkward, ASecondBoardIsKeptAndToldOf) {
     if (kThreadsEndWithFork) GTEST_SKIP() << kWhyNoFork;
     const ProgramResult result = run("two-boards");
     EXPECT_EQ(result.code, 0) << result.output;
-    const auto told = result.output.find("the other's state is in " + state() + ".");
-    ASSERT_NE(told, std::string::npos) << result.output;
-    const auto start = told + std::string("the other's state is in " + state()).size();
+    const auto reported = result.output.find("the other's state is in " + state() + ".");
+    ASSERT_NE(reported, std::string::npos) << result.output;
+    const auto start = reported + std::string("the other's state is in " + state()).size();
     const json other = stateJson(result.output.substr(start, result.output.find('\n', start) - start));
     EXPECT_NE(hasDevice(stateJson(), "br4"), hasDevice(stateJson(), "br5")) << "one of them is shown";
     EXPECT_EQ(hasDevice(stateJson(), "br4"), hasDevice(other, "br5")) << "and the other one kept";

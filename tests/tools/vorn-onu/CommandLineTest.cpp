@@ -84,11 +84,11 @@ TEST(CommandLine, AFrameFromAPortThatIsNotThereIsBadInputAndThePortsAreNamed) {
         {"gem1001", "there is no port 'gem1001' after step 24, did you mean 'gem 1001'?; there are sid0, "},
         {"gem 7", "there is no port 'gem 7' after step 24"},
     };
-    for (const auto& [from, told] : cases) {
+    for (const auto& [from, reported] : cases) {
         const ProgramResult result =
             runProgram({kTool, "send", std::string(VORN_SCENARIO_DIR) + "/internet.json", "--from", from});
         EXPECT_EQ(result.code, 2);
-        expectHas(result.output, {told});
+        expectHas(result.output, {reported});
     }
 }
 

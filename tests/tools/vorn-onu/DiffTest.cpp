@@ -77,7 +77,7 @@ TEST(Diff, TellsEachChangeInWords) {
          },
          {"device sid0: up → down", "device sid0: MTU 1500 → 2000", "device sid0: MAC its own → 00:11:22:33:44:55",
           "device sid0: address added: 10.0.0.5"}},
-        {"a bridge, told once",
+        {"a bridge, reported once",
          [](DeviceState& s) {
              s.devices.push_back(deviceOn("br4"));
              s.devices.back().isBridge = true;
@@ -172,7 +172,7 @@ TEST(Diff, AnswersByItsExitCodeAndNamesABadFile) {
     struct Case {
         std::string after;
         int code;
-        std::string told;
+        std::string reported;
     };
     for (const Case& one : std::vector<Case>{
              {run, 0, "no difference\n"},
@@ -188,8 +188,8 @@ TEST(Diff, AnswersByItsExitCodeAndNamesABadFile) {
         const auto result = runProgram({VORN_ONU_BINARY, "diff", board, one.after});
         EXPECT_EQ(result.code, one.code) << one.after;
         EXPECT_EQ(runProgram({VORN_ONU_BINARY, "diff", "--json", board, one.after}).code, one.code);
-        const std::string told = (one.code == 2 ? "vorn-onu: " : "") + one.told;
-        EXPECT_EQ(result.output.substr(0, told.size()), told);
+        const std::string reported = (one.code == 2 ? "vorn-onu: " : "") + one.reported;
+        EXPECT_EQ(result.output.substr(0, reported.size()), reported);
         EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1) << result.output;
     }
     const auto json = nlohmann::json::parse(runProgram({VORN_ONU_BINARY, "diff", "--json", board, other}).output);

@@ -60,7 +60,7 @@ TEST(HostileFiles, DepthAndSizeHaveLimitsThatAreNamed) {
     const std::string deep = scratch.write("deep.json", R"({"title": "t", "steps": )" + brackets);
     const std::string folder = scratch.file(".");
     const struct {
-        std::string file, told;
+        std::string file, reported;
     } cases[] = {
         {deep, "is nested deeper than 64 levels"},
         {"/dev/zero", "is larger than 32 MB"},
@@ -70,7 +70,7 @@ TEST(HostileFiles, DepthAndSizeHaveLimitsThatAreNamed) {
     for (const auto& one : cases) {
         const ProgramResult run = runProgram({kTool, "run", one.file});
         EXPECT_EQ(run.code, 2);
-        EXPECT_EQ(run.output, "vorn-onu: " + one.file + ": " + one.told + "\n");
+        EXPECT_EQ(run.output, "vorn-onu: " + one.file + ": " + one.reported + "\n");
     }
     EXPECT_EQ(runProgram({kTool, "diff", deep, deep}).output,
               "vorn-onu: " + deep + ": is nested deeper than 64 levels\n");

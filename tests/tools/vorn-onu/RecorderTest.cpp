@@ -106,7 +106,7 @@ TEST_F(Recorder, AnAnswerThatIsAnotherOneIsNoticed) {
         const char* call;
         const char* where;
         Json value;
-        const char* told;
+        const char* reported;
     } cases[] = {
         {"vorn_test_call", "/result", 5, "result"},
         {"vorn_omci_hal_sn_get", "/output/text", "another one", "output text"},
@@ -125,7 +125,7 @@ TEST_F(Recorder, AnAnswerThatIsAnotherOneIsNoticed) {
         std::ofstream(file("recording.json")) << changed;
         const auto replayed = replay();
         EXPECT_EQ(replayed.code, 1) << one.call;
-        expectHas(replayed.output, {one.told});
+        expectHas(replayed.output, {one.reported});
     }
 }
 
@@ -182,7 +182,7 @@ TEST_F(Recorder, AHalfWrittenCallIsLeftOut) {
     struct Case {
         const char* rest;
         std::size_t calls;
-        bool mended;
+        bool truncated;
     };
     for (const Case& one : std::vector<Case>{{"\n]}\n", 1, false},
                                              {"\n]}\n    ", 1, false},
@@ -194,7 +194,7 @@ TEST_F(Recorder, AHalfWrittenCallIsLeftOut) {
         const auto finished = vorn_onu::finishRecording(file("torn.json"));
         ASSERT_TRUE(finished) << one.rest;
         EXPECT_EQ(finished->calls, one.calls) << one.rest;
-        EXPECT_EQ(finished->mended, one.mended) << one.rest;
+        EXPECT_EQ(finished->truncated, one.truncated) << one.rest;
         EXPECT_EQ(recording("torn.json")["steps"].size(), one.calls) << one.rest;
     }
 }

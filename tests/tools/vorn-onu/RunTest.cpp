@@ -33,10 +33,10 @@ TEST(Run, AFaultThatNeverComesToItsCallFailsUnlessItMay) {
         {R"({"fault": {"function": "ioctl:SIOCSIFMTUX"}})", 2, "did you mean 'ioctl:SIOCSIFMTU'?"},
         {R"({"fault": {"function": "ioctl:4711", "may": true}})", 0, ""},
     };
-    for (const auto& [steps, code, told] : cases) {
+    for (const auto& [steps, code, reported] : cases) {
         const ProgramResult run = runProgram({kTool, "run", scratch.write("f.json", scenario(steps))});
         EXPECT_EQ(run.code, code) << steps;
-        expectHas(run.output, {told});
+        expectHas(run.output, {reported});
     }
 }
 
@@ -142,10 +142,10 @@ TEST(RunWarnings, AndLearnedAddressesStandInTheReport) {
     const std::pair<const char*, const char*> cases[] = {
         {"out-of-range-filters", "asks for p-bits 8, which no frame has; it never matches"},
         {"bridge-forwarding", "<code>br5</code></td><td><code>02:00:5e:00:00:0d</code></td><td><code>sid2.5</code>"}};
-    for (const auto& [name, told] : cases) {
+    for (const auto& [name, reported] : cases) {
         runProgram({kTool, "run", kScenarios + "/" + name + ".json", "--quiet", "--report", scratch.file("r.html")});
         const std::string page = contentOf(scratch.file("r.html"));
-        EXPECT_NE(page.find(told), std::string::npos) << told << page.substr(page.find("learned address"), 900);
+        EXPECT_NE(page.find(reported), std::string::npos) << reported << page.substr(page.find("learned address"), 900);
     }
 }
 

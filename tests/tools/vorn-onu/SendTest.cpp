@@ -62,7 +62,7 @@ TEST(Send, BothWaysTellsWhetherAFrameComesBackAsItWent) {
     const struct {
         std::vector<std::string> words;
         int code;
-        const char* told;
+        const char* reported;
     } cases[] = {
         {{"--from", "sid0"}, 0, "✓ comes back as it went"},
         {{"--from", "sid0", "--vlan", "20", "--pbits", "5"}, 0, "✓ comes back as it went"},
@@ -77,7 +77,7 @@ TEST(Send, BothWaysTellsWhetherAFrameComesBackAsItWent) {
         words.insert(words.end(), one.words.begin(), one.words.end());
         const ProgramResult run = runProgram(words);
         EXPECT_EQ(run.code, one.code) << run.output;
-        expectHas(run.output, {one.told});
+        expectHas(run.output, {one.reported});
     }
 }
 

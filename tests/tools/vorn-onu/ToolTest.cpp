@@ -143,12 +143,12 @@ TEST(Tool, InfoTellsWhatTheHalReportsOfTheBoardThatAScenarioSetsUp) {
         "baseMac": "00:11:22:ff:ff:fe", "serialNumber": "VORN00000042", "optics": {"receive": 1000, "transmit": 1000}}}]})");
     const ProgramResult result = runProgram({kTool, "info", scratch.file("board.json"), "--json"});
     ASSERT_EQ(result.code, 0) << result.output;
-    const json told = json::parse(result.output, nullptr, false);
-    ASSERT_FALSE(told.is_discarded()) << result.output;
-    EXPECT_EQ(told["identity"]["serialNumber"], "VORN00000042");
-    EXPECT_EQ(told["identity"]["ipHostMac"], "00:11:22:00:00:00") << "the carry stays in the last three bytes";
-    EXPECT_EQ(told["optics"]["receiveLevelDbm"], -10);
-    EXPECT_EQ(told["optics"]["transmitLevelDbm"], -6.99);
+    const json reported = json::parse(result.output, nullptr, false);
+    ASSERT_FALSE(reported.is_discarded()) << result.output;
+    EXPECT_EQ(reported["identity"]["serialNumber"], "VORN00000042");
+    EXPECT_EQ(reported["identity"]["ipHostMac"], "00:11:22:00:00:00") << "the carry stays in the last three bytes";
+    EXPECT_EQ(reported["optics"]["receiveLevelDbm"], -10);
+    EXPECT_EQ(reported["optics"]["transmitLevelDbm"], -6.99);
     EXPECT_EQ(runProgram({kTool, "info", scratch.file("none.json")}).code, 2);
 }
 

@@ -87,7 +87,7 @@ private:
 
     // The state is asked for when something has changed on the board, or was called and has failed.
     void lookAtDevice(std::uint64_t changes) {
-        bool anew = changes != changes_ || watched_.device->is_null();
+        bool hasNews = changes != changes_ || watched_.device->is_null();
         for (bool more = true; more;) {
             const nlohmann::json reply =
                 client_.ask({{"do", "trace"}, {"after", failedUpTo_}, {"most", kMaxFailed}, {"failed", true}});
@@ -95,10 +95,10 @@ private:
             more = reply.at("entries").size() == kMaxFailed;
             failedUpTo_ = more ? reply.at("entries").back().at("number").get<std::uint64_t>()
                                : reply.at("traced").get<std::uint64_t>();
-            anew = anew || !reply.at("entries").empty();
+            hasNews = hasNews || !reply.at("entries").empty();
         }
         while (failed_.size() > kMaxFailed) failed_.erase(failed_.begin());
-        if (!anew) return;
+        if (!hasNews) return;
         changes_ = changes;
         watched_.device = client_.ask({{"do", "show"}}).at("device");
         (*watched_.device)["trace"] = failed_;

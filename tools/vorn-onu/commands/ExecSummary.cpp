@@ -51,7 +51,7 @@ bool ExecSummary::goesOn() const {
                                  [&](const Process& one) { return one.id == shown->process; });
 }
 
-void ExecSummary::tellOfTheBackground() const {
+void ExecSummary::reportBackground() const {
     if (ending_.left.empty()) return;
     std::vector<std::string> names, numbers;
     for (const Process& one : ending_.left) {
@@ -67,7 +67,7 @@ void ExecSummary::tellOfTheBackground() const {
     remark("  kill " + joined(numbers, " ") + " ends it");
 }
 
-void ExecSummary::tellOfOtherBoards() const {
+void ExecSummary::reportOtherBoards() const {
     const auto shown = folder_.shown();
     if (!shown) return;
     for (const BoardOwner& one : folder_.aside()) {
@@ -79,7 +79,7 @@ void ExecSummary::tellOfOtherBoards() const {
     }
 }
 
-void ExecSummary::tellOfHalOutput() const {
+void ExecSummary::reportHalOutput() const {
     const std::size_t lines = halOutput.empty() ? 0 : linesIn(halOutput);
     if (lines != 0)
         print("\n  what the HAL printed: " + halOutput + " (" + std::to_string(lines) +
@@ -93,10 +93,10 @@ void ExecSummary::show(const nlohmann::json& state) const {
             print("\n" + Terminal::of(stdout).dim(forwarding) + "\n");
             showDevice(state);
         }
-        tellOfHalOutput();
+        reportHalOutput();
     }
-    tellOfTheBackground();
-    tellOfOtherBoards();
+    reportBackground();
+    reportOtherBoards();
 }
 
 nlohmann::json newBoard() {

@@ -29,9 +29,9 @@ public:
     void show(const nlohmann::json& state) const;
 
 private:
-    void tellOfTheBackground() const;
-    void tellOfOtherBoards() const;
-    void tellOfHalOutput() const;
+    void reportBackground() const;
+    void reportOtherBoards() const;
+    void reportHalOutput() const;
 
     std::vector<std::string> program_;
     const RunFolder& folder_;

@@ -12,7 +12,7 @@ struct FrameOptions {
 };
 FrameOptions addFrameOptions(CLI::App& command, TypedFrame& frame);
 
-// The tags in the order in which the words stand. For the command's callback.
+// The tags in the order of the words. For the command's callback.
 void readTags(const CLI::App& command, const FrameOptions& options, TypedFrame& frame);
 
 }  // namespace vorn_onu

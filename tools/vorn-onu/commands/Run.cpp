@@ -91,9 +91,9 @@ RunOptions optionsOf(const RunCommand& command) {
 }
 
 // A board that stays when its scenario is over. The name is taken before the run.
-class Staying {
+class ServedBoard {
 public:
-    Staying(const RunCommand& command, const Scenario& scenario)
+    ServedBoard(const RunCommand& command, const Scenario& scenario)
         : signals_(endingSignals()),
           taps_(openTaps(command.taps)),
           server_(command.name.empty() ? nameOf(scenario.file) : command.name, command.taps),
@@ -101,9 +101,9 @@ public:
                  nlohmann::json{{"kind", "run"}, {"program", {scenario.file}}, {"hal", true}}, scenario.records) {
         if (signals_ < 0) throw std::runtime_error("signals cannot be waited for");
     }
-    ~Staying() { close(signals_); }
-    Staying(const Staying&) = delete;
-    Staying& operator=(const Staying&) = delete;
+    ~ServedBoard() { close(signals_); }
+    ServedBoard(const ServedBoard&) = delete;
+    ServedBoard& operator=(const ServedBoard&) = delete;
 
     // Real packets pass meanwhile, where they were asked for.
     void untilSignal() {
@@ -149,12 +149,12 @@ struct ClosedAtTheEnd {
 int runShown(const RunCommand& command, const Scenario& scenario, ScenarioResult& result) {
     const std::string forwarding = forwardingOf(command.forwarding, scenario);
     useForwarding(forwarding);
-    std::optional<Staying> staying;
+    std::optional<ServedBoard> served;
     if (command.stay && scenario.inParts)
         throw std::invalid_argument(scenario.file + ": --stay does not go with a scenario that restarts the HAL");
     RunOptions options = optionsOf(command);
     if (command.stay && options.lastStep == 0) options.lastStep = fullestStep(scenario);
-    if (command.stay) staying.emplace(command, scenario);
+    if (command.stay) served.emplace(command, scenario);
     HalOutput hal(scenario.file);
     const Terminal terminal = Terminal::of(hal.shown());
     const RunOutput output(scenario, terminal);
@@ -203,9 +203,9 @@ int runShown(const RunCommand& command, const Scenario& scenario, ScenarioResult
         say("  what the HAL printed: " + hal.path() + " (" + std::to_string(hal.lines()) + " lines)\n");
     if (command.jsonFile == "-") print(hal.shown(), jsonText(scenario, records, device));
     writeFiles(command, scenario, records, device, std::move(collected));
-    if (staying) {
-        staying->untilSignal();
-        say(staying->packets(terminal));
+    if (served) {
+        served->untilSignal();
+        say(served->packets(terminal));
     }
     return allPassed(records) ? kHeld : kNotHeld;
 }

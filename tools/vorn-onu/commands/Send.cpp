@@ -104,7 +104,7 @@ int sendCapture(const SendCommand& command, const Scenario& scenario, const Fram
                                            momentWords(scenario, command, moment.step), Terminal::of(hal.shown())) +
                                        captureWords(run, Terminal::of(hal.shown()));
     print(hal.shown(), text);
-    return run.fates.left() == 0 ? kNotHeld : kHeld;
+    return run.outcomes.left() == 0 ? kNotHeld : kHeld;
 }
 
 }  // namespace

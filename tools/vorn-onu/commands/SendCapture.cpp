@@ -29,12 +29,12 @@ CaptureRun runCapture(CaptureReader& reader, const virtual_onu::FrozenDataPath& 
         if (number > 1 && captured.timeMs > lastMs) path.pass(captured.timeMs - lastMs);
         lastMs = std::max(lastMs, captured.timeMs);
         if (!readFrame(captured.bytes, captured.size, captured.wireSize, wire)) {
-            run.fates.addUnreadable(number, captured.wireSize);
+            run.outcomes.addUnreadable(number, captured.wireSize);
             continue;
         }
         const virtual_onu::Walk walk =
             entry.gemPort ? path.sendFromPon(*entry.gemPort, wire.frame) : path.sendFromPort(entry.port, wire.frame);
-        run.fates.add(walk, number, captured.wireSize);
+        run.outcomes.add(walk, number, captured.wireSize);
         if (writer == nullptr) continue;
         for (const virtual_onu::Exit& exit : walk.exits) {
             writeFrame(exit.frame, captured.bytes, captured.size, wire.payloadAt, out);
@@ -48,33 +48,33 @@ CaptureRun runCapture(CaptureReader& reader, const virtual_onu::FrozenDataPath& 
 
 std::string captureWords(const CaptureRun& run, const Terminal& terminal) {
     std::string text;
-    for (const Fate& fate : run.fates.byFrequency()) {
-        const std::string frames = std::to_string(fate.frames) + (fate.frames == 1 ? " frame" : " frames");
-        text += "  " + (fate.left ? terminal.green("✓") : terminal.red("✗")) + " " + terminal.bold(frames) + " " +
-                fate.words + "\n";
-        if (fate.example.empty()) continue;
-        const std::string example = "such as number " + std::to_string(fate.first) + ": " + fate.example;
+    for (const FrameOutcome& outcome : run.outcomes.byFrequency()) {
+        const std::string frames = std::to_string(outcome.frames) + (outcome.frames == 1 ? " frame" : " frames");
+        text += "  " + (outcome.left ? terminal.green("✓") : terminal.red("✗")) + " " + terminal.bold(frames) + " " +
+                outcome.words + "\n";
+        if (outcome.example.empty()) continue;
+        const std::string example = "such as number " + std::to_string(outcome.first) + ": " + outcome.example;
         for (const std::string& line : wrapped(example, terminal.width() - 6))
             text += "      " + terminal.dim(line) + "\n";
     }
-    const std::uint64_t all = run.fates.frames();
+    const std::uint64_t all = run.outcomes.frames();
     text += "\n  " + std::to_string(all) + " frames, " + std::to_string(run.octets) + " octets; " +
-            std::to_string(run.fates.left()) + " left the device, " + std::to_string(all - run.fates.left()) +
+            std::to_string(run.outcomes.left()) + " left the device, " + std::to_string(all - run.outcomes.left()) +
             " did not\n";
     return text;
 }
 
 nlohmann::json captureJson(const CaptureRun& run, std::size_t step) {
-    nlohmann::json fates = nlohmann::json::array();
-    for (const Fate& fate : run.fates.byFrequency())
-        fates.push_back({{"left", fate.left},
-                         {"fate", fate.words},
-                         {"frames", fate.frames},
-                         {"octets", fate.octets},
-                         {"first", fate.first},
-                         {"example", fate.example}});
-    return {{"afterStep", step},        {"frames", run.fates.frames()}, {"octets", run.octets},
-            {"left", run.fates.left()}, {"seconds", run.seconds},       {"fates", fates}};
+    nlohmann::json outcomes = nlohmann::json::array();
+    for (const FrameOutcome& outcome : run.outcomes.byFrequency())
+        outcomes.push_back({{"left", outcome.left},
+                            {"fate", outcome.words},
+                            {"frames", outcome.frames},
+                            {"octets", outcome.octets},
+                            {"first", outcome.first},
+                            {"example", outcome.example}});
+    return {{"afterStep", step},           {"frames", run.outcomes.frames()}, {"octets", run.octets},
+            {"left", run.outcomes.left()}, {"seconds", run.seconds},          {"fates", outcomes}};
 }
 
 }  // namespace vorn_onu

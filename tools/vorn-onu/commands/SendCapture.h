@@ -9,13 +9,13 @@
 
 #include "running/capture/CaptureReader.h"
 #include "running/capture/CaptureWriter.h"
-#include "running/capture/Fates.h"
+#include "running/capture/FrameOutcomes.h"
 #include "views/Terminal.h"
 
 namespace vorn_onu {
 
 struct CaptureRun {
-    Fates fates;
+    FrameOutcomes outcomes;
     std::uint64_t octets = 0;
     double seconds = 0;  // that it took
 };

@@ -69,9 +69,9 @@ LivingOnu::EffectPerformer::EffectPerformer(VornHal& hal)
 
 int LivingOnu::EffectPerformer::perform(const omci::services::HalCall& call) {
     const auto& onu = virtual_onu::VirtualOnu::instance();
-    const Sight before = Sight::of(onu);
+    const DeviceImage before = DeviceImage::of(onu);
     const int result = hal_.perform(call);
-    effects = vorn_onu::effects(before, Sight::of(onu));
+    effects = vorn_onu::effects(before, DeviceImage::of(onu));
     return result;
 }
 

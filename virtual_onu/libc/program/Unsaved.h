@@ -7,11 +7,11 @@
 
 namespace virtual_onu::unsaved {
 
-// The page: places of two 32-bit words, the number of a process that has unsaved changes (0 for a free place) and how
+// The page: slots of two 32-bit words, the number of a process that has unsaved changes (0 for a free slot) and how
 // often it has written its snapshot since. A program that never rests always has changes: of two writes the second one
 // holds all that there was when the first one ended.
-constexpr int kPlaces = 1024;
-struct Place {
+constexpr int kMaxProcesses = 1024;
+struct ProcessSlot {
     std::int32_t process;
     std::uint32_t written;
 };

@@ -154,7 +154,7 @@ bool EtherSwitchBcm380::addInterfaceToBridgeGroup(const char* bridgeName, const 
         std::printf("interface name: %s doesn't exist", bridgeName);
         return false;
     }
-    const int result = kit::joinBridge(bridgeName, ifName);
+    const int result = kit::addBridgePort(bridgeName, ifName);
     // The kernel refuses a device that is a member already; the caller has what it wants then.
     std::printf("interface name: %s add to bridge : %s ret: %d retVal: %d \n", ifName, bridgeName, 1, result);
     return true;
@@ -174,7 +174,7 @@ int EtherSwitchBcm380::removeUniInterfaceFromBridgeGroup(unsigned short bridgeId
         std::printf("Bridge interface name: %s doesn't exist", bridge.get());
         return kFailed;
     }
-    return kit::leaveBridge(bridge.get(), vlan.get());
+    return kit::removeBridgePort(bridge.get(), vlan.get());
 }
 
 int EtherSwitchBcm380::removeAniInterfaceFromBridgeGroup(unsigned short bridgeId) {
@@ -191,7 +191,7 @@ int EtherSwitchBcm380::removeAniInterfaceFromBridgeGroup(unsigned short bridgeId
         std::printf("Bridge interface name: %s doesn't exist", bridge.get());
         return kFailed;
     }
-    return kit::leaveBridge(bridge.get(), vlan.get());
+    return kit::removeBridgePort(bridge.get(), vlan.get());
 }
 
 bool EtherSwitchBcm380::deleteAniInterface(unsigned short bridgeId) {

@@ -1,4 +1,4 @@
-#include "running/capture/Fates.h"
+#include "running/capture/FrameOutcomes.h"
 
 #include <algorithm>
 #include <tuple>
@@ -46,21 +46,21 @@ std::string exampleOf(const Walk& walk) {
 
 }  // namespace
 
-Fate& Fates::of(const std::string& key, bool left) {
-    const auto known = fates_.find(key);
-    if (known != fates_.end()) return known->second;
-    if (fates_.size() < kMaxCount) return fates_[key];
-    Fate& others = fates_[left ? "+" : "-"];
+FrameOutcome& FrameOutcomes::of(const std::string& key, bool left) {
+    const auto known = outcomes_.find(key);
+    if (known != outcomes_.end()) return known->second;
+    if (outcomes_.size() < kMaxCount) return outcomes_[key];
+    FrameOutcome& others = outcomes_[left ? "+" : "-"];
     others.words = left ? "leaves elsewhere" : "dropped elsewhere";
     return others;
 }
 
-void Fates::add(const Walk& walk, std::uint64_t number, std::size_t octets) {
+void FrameOutcomes::add(const Walk& walk, std::uint64_t number, std::size_t octets) {
     const bool left = !walk.exits.empty();
     key_.clear();
     for (const Exit& exit : walk.exits) appendKey(exit, key_);
     if (!left && !walk.drops.empty()) key_ = walk.drops.front().device + '!' + walk.drops.front().reason;
-    Fate& fate = of(key_, left);
+    FrameOutcome& fate = of(key_, left);
     ++frames_;
     left_ += left ? 1 : 0;
     fate.octets += octets;
@@ -71,8 +71,8 @@ void Fates::add(const Walk& walk, std::uint64_t number, std::size_t octets) {
     if (fate.words.empty()) fate.words = wordsOf(walk);
 }
 
-void Fates::addUnreadable(std::uint64_t number, std::size_t octets) {
-    Fate& fate = of("?", false);
+void FrameOutcomes::addUnreadable(std::uint64_t number, std::size_t octets) {
+    FrameOutcome& fate = of("?", false);
     ++frames_;
     fate.octets += octets;
     if (++fate.frames > 1) return;
@@ -80,10 +80,10 @@ void Fates::addUnreadable(std::uint64_t number, std::size_t octets) {
     fate.words = "unreadable: no whole Ethernet header";
 }
 
-std::vector<Fate> Fates::byFrequency() const {
-    std::vector<Fate> all;
-    for (const auto& entry : fates_) all.push_back(entry.second);
-    std::sort(all.begin(), all.end(), [](const Fate& a, const Fate& b) {
+std::vector<FrameOutcome> FrameOutcomes::byFrequency() const {
+    std::vector<FrameOutcome> all;
+    for (const auto& entry : outcomes_) all.push_back(entry.second);
+    std::sort(all.begin(), all.end(), [](const FrameOutcome& a, const FrameOutcome& b) {
         return std::tie(b.left, b.frames, a.first) < std::tie(a.left, a.frames, b.first);
     });
     return all;

@@ -59,7 +59,7 @@ void RecordingFile::check() const {
 bool RecordingFile::putOne(const std::string& from, const std::string& to, bool quiet) const {
     const auto recording = finishRecording(from);
     if (!recording) return false;
-    if (recording->mended) complain(to + ": the last call was half written and is left out");
+    if (recording->truncated) complain(to + ": the last call was half written and is left out");
     if (rename(from.c_str(), to.c_str()) != 0) {
         complain(to + ": cannot be written: " + std::strerror(errno) + "; the recording is in " + from);
         return true;

@@ -18,8 +18,8 @@ namespace vorn_onu {
 
 namespace {
 
-using virtual_onu::unsaved::kPlaces;
-using UnsavedPlace = virtual_onu::unsaved::Place;
+using virtual_onu::unsaved::kMaxProcesses;
+using UnsavedSlot = virtual_onu::unsaved::ProcessSlot;
 
 std::optional<BoardOwner> ownerIn(const std::string& path) {
     std::ifstream file(path);
@@ -32,7 +32,7 @@ std::optional<BoardOwner> ownerIn(const std::string& path) {
 
 RunFolder::RunFolder() : path_(ownDirectory() + "/exec-XXXXXX") {
     if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error(path_ + ": " + std::strerror(errno));
-    std::ofstream(file("unsaved")) << std::string(kPlaces * sizeof(UnsavedPlace), '\0');
+    std::ofstream(file("unsaved")) << std::string(kMaxProcesses * sizeof(UnsavedSlot), '\0');
 }
 
 RunFolder::~RunFolder() {
@@ -57,8 +57,8 @@ std::vector<BoardOwner> RunFolder::aside() const {
 std::map<pid_t, std::uint32_t> RunFolder::unwritten() const {
     std::map<pid_t, std::uint32_t> found;
     std::ifstream page(file("unsaved"), std::ios::binary);
-    for (UnsavedPlace place{}; page.read(reinterpret_cast<char*>(&place), sizeof place);)
-        if (place.process != 0 && (kill(place.process, 0) == 0 || errno != ESRCH)) found[place.process] = place.written;
+    for (UnsavedSlot slot{}; page.read(reinterpret_cast<char*>(&slot), sizeof slot);)
+        if (slot.process != 0 && (kill(slot.process, 0) == 0 || errno != ESRCH)) found[slot.process] = slot.written;
     return found;
 }
 

@@ -67,10 +67,10 @@ void readOptics(const Json& value, Settings& settings) {
         std::uint16_t receive, transmit;
     };
     Optics optics{};
-    fill(&optics,
-         {field("receive", &Optics::receive, kWord, otherwise(0), "raw receive reading"),
-          field("transmit", &Optics::transmit, kWord, otherwise(0), "raw transmit reading")},
-         value);
+    readFields(&optics,
+               {field("receive", &Optics::receive, kWord, otherwise(0), "raw receive reading"),
+                field("transmit", &Optics::transmit, kWord, otherwise(0), "raw transmit reading")},
+               value);
     const bool receive = value.contains("receive"), transmit = value.contains("transmit");
     if (!receive && !transmit) throw Problem("must have \"receive\" or \"transmit\"");
     settings.emplace_back([=](VirtualOnu& onu) {
@@ -108,11 +108,11 @@ void readPhys(const Json& value, Settings& settings) {
     forEachMember(value, [&settings](const std::string& port, const Json& state) {
         const unsigned number = numberKey(port, 7);
         Phy phy{};
-        fill(&phy,
-             {field("link", &Phy::link, Numbers{0, 1, {}, true}, otherwise(true), "the link is up"),
-              field("speed", &Phy::speed, Numbers{0, 1000000}, otherwise(0), "in the PHY's encoding"),
-              field("duplex", &Phy::duplex, Numbers{0, 255}, otherwise(0), "in the PHY's encoding")},
-             state);
+        readFields(&phy,
+                   {field("link", &Phy::link, Numbers{0, 1, {}, true}, otherwise(true), "the link is up"),
+                    field("speed", &Phy::speed, Numbers{0, 1000000}, otherwise(0), "in the PHY's encoding"),
+                    field("duplex", &Phy::duplex, Numbers{0, 255}, otherwise(0), "in the PHY's encoding")},
+                   state);
         settings.emplace_back([number, phy](VirtualOnu& onu) {
             onu.setPhy(static_cast<int>(number), phy.link != 0, phy.speed, phy.duplex);
         });
@@ -173,11 +173,11 @@ void readGemPorts(const Json& value, Settings& settings) {
     for (std::size_t i = 0; i < value.size(); ++i) {
         inField("[" + std::to_string(i) + "]", [&] {
             Port port{};
-            fill(&port,
-                 {field("gemPort", &Port::gemPort, kWord, required(), "GEM port id"),
-                  field("index", &Port::index, kWord, required(), "its GEM index"),
-                  field("allocId", &Port::allocId, kWord, otherwise(65535), "alloc-id of its T-CONT")},
-                 value[i]);
+            readFields(&port,
+                       {field("gemPort", &Port::gemPort, kWord, required(), "GEM port id"),
+                        field("index", &Port::index, kWord, required(), "its GEM index"),
+                        field("allocId", &Port::allocId, kWord, otherwise(65535), "alloc-id of its T-CONT")},
+                       value[i]);
             settings.emplace_back([port](VirtualOnu& onu) { onu.addGemPort(port.gemPort, port.index, port.allocId); });
         });
     }

@@ -28,7 +28,7 @@ bool isPlaceOf(const virtual_onu::Exit& exit, const FrameInput& input) {
     return input.gemPort ? exit.gemPort == input.gemPort : exit.device == input.from;
 }
 
-std::string whyNotAsItWent(const FrameInput& sent, const virtual_onu::Walk& back) {
+std::string returnDifference(const FrameInput& sent, const virtual_onu::Walk& back) {
     if (back.exits.empty()) return back.drops.empty() ? "it vanishes" : dropWords(back, back.drops.front());
     for (const auto& exit : back.exits) {
         if (!isPlaceOf(exit, sent)) continue;
@@ -65,7 +65,7 @@ std::vector<Return> sendBack(const FrameSender& sender, const SentFrame& sent) {
     for (const auto& exit : sent.walk.exits) {
         Return one{answerTo(exit), {}, ""};
         one.walk = sender(one.input);
-        one.against = whyNotAsItWent(sent.input, one.walk);
+        one.against = returnDifference(sent.input, one.walk);
         returns.push_back(std::move(one));
     }
     return returns;
@@ -82,12 +82,12 @@ Json sentJson(const SentFrame& sent, const std::vector<Return>& returns, bool bo
     if (!bothWays) return json;
     Json back = Json::array();
     for (const Return& one : returns) {
-        Json way = walkJson(one.walk);
-        way["from"] = one.input.from;
-        way["sent"] = frameJson(one.input.frame);
-        way["asItWent"] = one.against.empty();
-        if (!one.against.empty()) way["reason"] = one.against;
-        back.push_back(std::move(way));
+        Json walk = walkJson(one.walk);
+        walk["from"] = one.input.from;
+        walk["sent"] = frameJson(one.input.frame);
+        walk["asItWent"] = one.against.empty();
+        if (!one.against.empty()) walk["reason"] = one.against;
+        back.push_back(std::move(walk));
     }
     json["back"] = std::move(back);
     return json;

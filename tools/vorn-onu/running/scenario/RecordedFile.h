@@ -9,7 +9,7 @@ namespace vorn_onu {
 
 struct RecordedFile {
     std::size_t calls = 0;
-    bool mended = false;  // the last call was half written when the program was killed, and is left out
+    bool truncated = false;  // the last call was half written when the program was killed, and is left out
 };
 
 // Makes sure that the file is a whole scenario. None when there is no such file, or nothing in it to keep.

@@ -61,13 +61,13 @@ void lookAt(const std::vector<virtual_onu::TraceEntry>& calls, const RunOptions&
 StepRecord runStep(const Step& step, const RunOptions& options, RunContext& context, StepTrace& trace, StepHost& host) {
     StepRecord record;
     record.step = &step;
-    const Sight before = Sight::of(context.onu);
+    const DeviceImage before = DeviceImage::of(context.onu);
     StepHost::Answer answer = host.run(step, context);
     record.failures = std::move(answer.result.failures);
     record.answer = std::move(answer.result.answer);
     record.sent = std::move(answer.result.sent);
     record.warnings = std::move(answer.warnings);
-    record.effects = effects(before, Sight::of(context.onu));
+    record.effects = effects(before, DeviceImage::of(context.onu));
     lookAt(trace.take(), options, record);
     putOnLines(record);
     return record;
@@ -102,8 +102,8 @@ std::vector<StepRecord> runScenario(const Scenario& scenario, const RunOptions& 
 bool FullestMoment::isNow(const virtual_onu::VirtualOnu& onu) {
     const std::string state = onu.stateText();
     const auto lines = static_cast<std::size_t>(std::count(state.begin(), state.end(), '\n'));
-    if (lines < most_) return false;
-    most_ = lines;
+    if (lines < maxLines_) return false;
+    maxLines_ = lines;
     return true;
 }
 

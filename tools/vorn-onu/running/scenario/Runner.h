@@ -33,7 +33,7 @@ public:
     bool isNow(const virtual_onu::VirtualOnu& onu);
 
 private:
-    std::size_t most_ = 0;
+    std::size_t maxLines_ = 0;
 };
 
 }  // namespace vorn_onu

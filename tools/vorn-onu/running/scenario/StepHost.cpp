@@ -19,9 +19,10 @@ namespace vorn_onu {
 namespace {
 
 // In this process, and everything else, too.
-class Here : public StepHost {
+class InProcessHost : public StepHost {
 public:
-    Here() : hal_(HALFactory::getInstance()->CreateHALObject(0)), warnings_(virtual_onu::VirtualOnu::instance()) {}
+    InProcessHost()
+        : hal_(HALFactory::getInstance()->CreateHALObject(0)), warnings_(virtual_onu::VirtualOnu::instance()) {}
     VornHal* hal() override { return hal_; }
     Answer run(const Step& step, RunContext& context) override {
         Answer answer;
@@ -85,7 +86,7 @@ private:
 
 std::unique_ptr<StepHost> stepHostFor(const Scenario& scenario, const std::string& boardFile) {
     if (scenario.inParts) return std::make_unique<Parts>(scenario, boardFile);
-    return std::make_unique<Here>();
+    return std::make_unique<InProcessHost>();
 }
 
 }  // namespace vorn_onu

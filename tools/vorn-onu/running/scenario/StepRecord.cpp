@@ -35,13 +35,13 @@ StepResult runHere(const Step& step, RunContext& context) {
 StepRecord performStep(const Step& step, RunContext& context) {
     StepRecord record;
     record.step = &step;
-    const Sight before = Sight::of(context.onu);
+    const DeviceImage before = DeviceImage::of(context.onu);
     StepResult result = runHere(step, context);
     record.failures = std::move(result.failures);
     record.answer = std::move(result.answer);
     record.sent = std::move(result.sent);
     record.returned = *result.returned;
-    record.effects = effects(before, Sight::of(context.onu));
+    record.effects = effects(before, DeviceImage::of(context.onu));
     putOnLines(record);
     return record;
 }

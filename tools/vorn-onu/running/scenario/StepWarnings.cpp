@@ -58,8 +58,8 @@ StepWarnings::DeviceContents StepWarnings::DeviceContents::of(const virtual_onu:
         for (const auto& rule : table.rules) {
             const std::string filter = outOfRangeFilter(rule);
             if (filter.empty()) continue;
-            const char* way = table.direction == virtual_onu::kReceive ? " receives" : " sends";
-            contents.outOfRange[rule.id] = table.device + way + ": '" + rule.text() + "' asks for " + filter +
+            const char* direction = table.direction == virtual_onu::kReceive ? " receives" : " sends";
+            contents.outOfRange[rule.id] = table.device + direction + ": '" + rule.text() + "' asks for " + filter +
                                            ", which no frame has; " + outOfRangeAnswer(onu.outOfRangeFilters());
         }
     }

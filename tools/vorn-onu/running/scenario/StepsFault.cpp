@@ -54,7 +54,7 @@ void checkFunction(const std::string& function) {
 
 FaultSetting settingOf(const Json& value) {
     FaultSetting setting;
-    fill(&setting, faultFields(), value);
+    readFields(&setting, faultFields(), value);
     if (value.contains("function") == value.contains("call"))
         throw Problem("must have one of the fields function and call, or be \"clear\"");
     if (value.contains("function")) checkFunction(setting.function);
@@ -118,7 +118,7 @@ std::string messageFaultText(const MessageFault& fault) {
 void parseMessageFault(Step& step, const Json& value) {
     const auto fault = std::make_shared<MessageFault>();
     inField("omci", [&] {
-        fill(fault.get(), messageFaultFields(), value.at("omci"));
+        readFields(fault.get(), messageFaultFields(), value.at("omci"));
         if (messageFaultText(*fault).empty()) throw Problem("asks for nothing");
         if (value["omci"].contains("delayMs") && fault->delay == 0) throw Problem("delayMs", "goes with delay");
     });

@@ -28,11 +28,11 @@ std::vector<std::uint8_t> serviceQuery(const Json& value) {
         std::int32_t pbits, vlanId;
     };
     Query query{};
-    fill(&query,
-         {field("ifName", &Query::ifName, otherwise("veip0"), "device of the service"),
-          field("pbits", &Query::pbits, Numbers{-2, 65535}, required(), "p-bits of the service"),
-          field("vlanId", &Query::vlanId, Numbers{-2, 65535}, required(), "VLAN of the service")},
-         value);
+    readFields(&query,
+               {field("ifName", &Query::ifName, otherwise("veip0"), "device of the service"),
+                field("pbits", &Query::pbits, Numbers{-2, 65535}, required(), "p-bits of the service"),
+                field("vlanId", &Query::vlanId, Numbers{-2, 65535}, required(), "VLAN of the service")},
+               value);
     if (query.ifName.size() > 31) throw Problem("ifName", "must be at most 31 characters");
     std::vector<std::uint8_t> payload(60, 0);
     for (std::size_t i = 0; i < query.ifName.size(); ++i) payload[i] = static_cast<std::uint8_t>(query.ifName[i]);
@@ -51,7 +51,7 @@ struct GatewayMessage {
 
 GatewayMessage messageOf(const Json& value) {
     GatewayMessage message;
-    fill(
+    readFields(
         &message,
         {field("type", &GatewayMessage::type, kMessageType, required(), "message type"),
          Field{"payload", optional(), "bytes as hex text", Json{{"type", "string"}},

@@ -36,7 +36,7 @@ std::string difference(std::size_t before, std::size_t after, const std::string&
 }
 
 // Devices that were there already and have joined or left a bridge.
-std::string movements(const Sight& before, const Sight& after) {
+std::string movements(const DeviceImage& before, const DeviceImage& after) {
     std::map<std::string, std::vector<std::string>> joined, left;
     for (const auto& [device, bridge] : after.memberships) {
         const auto was = before.memberships.find(device);
@@ -58,28 +58,28 @@ std::string movements(const Sight& before, const Sight& after) {
 
 }  // namespace
 
-Sight Sight::of(const virtual_onu::VirtualOnu& onu) {
-    Sight sight;
+DeviceImage DeviceImage::of(const virtual_onu::VirtualOnu& onu) {
+    DeviceImage image;
     for (const auto& device : onu.devices()) {
-        sight.devices.push_back(device.name);
-        sight.memberships[device.name] = device.master;
-        for (const auto& address : device.addresses) sight.things.insert(device.name + " " + address);
+        image.devices.push_back(device.name);
+        image.memberships[device.name] = device.master;
+        for (const auto& address : device.addresses) image.things.insert(device.name + " " + address);
     }
     for (const auto& port : onu.gemPorts())
-        sight.things.insert("GEM port " + std::to_string(port.portId) + (port.enabled ? "" : " (down)"));
+        image.things.insert("GEM port " + std::to_string(port.portId) + (port.enabled ? "" : " (down)"));
     for (const auto& tcont : onu.tconts())
         if (tcont.allocId != kNoAllocId)
-            sight.things.insert("T-CONT " + std::to_string(tcont.index) + " with " +
+            image.things.insert("T-CONT " + std::to_string(tcont.index) + " with " +
                                 std::to_string(tcont.queues.size()) + " queues");
-    for (const auto& object : onu.runnerObjects()) sight.things.insert(object);
-    for (const auto& key : onu.ingressQueueKeys()) sight.things.insert("ingress queue " + key);
-    sight.rules = onu.ruleCount();
-    sight.flows = onu.flows().size();
-    sight.messages = onu.sentMessages().size();
-    return sight;
+    for (const auto& object : onu.runnerObjects()) image.things.insert(object);
+    for (const auto& key : onu.ingressQueueKeys()) image.things.insert("ingress queue " + key);
+    image.rules = onu.ruleCount();
+    image.flows = onu.flows().size();
+    image.messages = onu.sentMessages().size();
+    return image;
 }
 
-std::string effects(const Sight& before, const Sight& after) {
+std::string effects(const DeviceImage& before, const DeviceImage& after) {
     std::string text;
     const auto add = [&text](const std::string& part) {
         if (!part.empty()) text += (text.empty() ? "" : ", ") + part;

@@ -12,17 +12,17 @@
 namespace vorn_onu {
 
 // The device at a glance.
-struct Sight {
+struct DeviceImage {
     std::vector<std::string> devices;                // names, in the order of making
     std::map<std::string, std::string> memberships;  // device to bridge
     std::set<std::string> things;                    // "GEM port 1001", "T-CONT 0", runner objects, keys, addresses
     std::size_t rules = 0, flows = 0, messages = 0;
 
-    static Sight of(const virtual_onu::VirtualOnu& onu);
+    static DeviceImage of(const virtual_onu::VirtualOnu& onu);
 };
 
 // "+ br0 br3 gpon3 gpon3.3, +12 rules"; "" when nothing has changed.
-std::string effects(const Sight& before, const Sight& after);
+std::string effects(const DeviceImage& before, const DeviceImage& after);
 
 }  // namespace vorn_onu
 

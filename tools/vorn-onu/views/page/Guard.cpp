@@ -40,7 +40,7 @@ bool Guard::isOwn(const std::string& host) const {
     return false;
 }
 
-std::string Guard::whyNotLook(const Asking& asking) const {
+std::string Guard::lookRefusal(const Asking& asking) const {
     // A name of somebody else's that leads to this address: the browser takes the page for that site's.
     if (!asking.host || !isOwn(*asking.host))
         return "this page is http://127.0.0.1:" + port_ + " and has no other name";
@@ -53,8 +53,8 @@ std::string Guard::whyNotLook(const Asking& asking) const {
     return "";
 }
 
-std::string Guard::whyNotChange(const Asking& asking) const {
-    if (const std::string why = whyNotLook(asking); !why.empty()) return why;
+std::string Guard::changeRefusal(const Asking& asking) const {
+    if (const std::string why = lookRefusal(asking); !why.empty()) return why;
     if (!asking.token) return "what changes something needs the token of the link that vorn-onu has printed";
     if (!areSame(*asking.token, token_))
         return "the token is not the one of the link that vorn-onu has printed; where it was started again, open the "

@@ -20,8 +20,8 @@ public:
     explicit Guard(int port);
     const std::string& token() const { return token_; }
     // Why not; "" when it may.
-    std::string whyNotLook(const Asking& asking) const;
-    std::string whyNotChange(const Asking& asking) const;
+    std::string lookRefusal(const Asking& asking) const;
+    std::string changeRefusal(const Asking& asking) const;
 
 private:
     bool isOwn(const std::string& host) const;

@@ -147,7 +147,7 @@ private:
         server_.set_payload_max_length(kMaxStepLength);
         // Before the body is read.
         server_.set_pre_routing_handler([this](const Request& request, Response& response) {
-            const std::string why = request.method == "POST" ? guard_.whyNotChange(askingOf(request)) : "";
+            const std::string why = request.method == "POST" ? guard_.changeRefusal(askingOf(request)) : "";
             if (why.empty() && request.ranges.empty()) return httplib::Server::HandlerResponse::Unhandled;
             refuse(response, why.empty() ? kBad : kForbidden, why.empty() ? "parts of a page are not sent" : why);
             return httplib::Server::HandlerResponse::Handled;
@@ -168,7 +168,7 @@ private:
         looks("/page\\.css",
               [](const Request&, Response& response) { response.set_content(pageStyle(), "text/css; charset=utf-8"); });
         looks("/token", [this](const Request& request, Response& response) {
-            answer(response, kDone, {{"good", guard_.whyNotChange(askingOf(request)).empty()}});
+            answer(response, kDone, {{"good", guard_.changeRefusal(askingOf(request)).empty()}});
         });
         looks("/events", [this](const Request& request, Response& response) {
             stream(response, guard_.whyNotChange(askingOf(request)).empty());
@@ -184,7 +184,7 @@ private:
     template <typename Work>
     void looks(const char* path, Work work) {
         server_.Get(path, [this, work](const Request& request, Response& response) {
-            const std::string why = guard_.whyNotLook(askingOf(request));
+            const std::string why = guard_.lookRefusal(askingOf(request));
             if (!why.empty()) return refuse(response, kForbidden, why);
             work(request, response);
         });

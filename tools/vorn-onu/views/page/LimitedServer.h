@@ -28,7 +28,7 @@ public:
     bool is_readable() const override { return next_ < filled_ || waitFor(POLLIN, untilEnd()); }
     bool is_writable() const override { return waitFor(POLLOUT, kWriteMs) && !hasGone(); }
     ssize_t read(char* to, std::size_t size) override {
-        if (next_ == filled_ && !fill()) return -1;
+        if (next_ == filled_ && !receive()) return -1;
         const std::size_t count = std::min(size, filled_ - next_);
         std::memcpy(to, buffer_.data() + next_, count);
         next_ += count;
@@ -58,7 +58,7 @@ private:
         char byte = 0;
         return recv(socket_, &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 0;
     }
-    bool fill() {
+    bool receive() {
         if (left_ == 0 || !waitFor(POLLIN, untilEnd())) return false;
         const ssize_t got = recv(socket_, buffer_.data(), std::min(left_, buffer_.size()), 0);
         if (got <= 0) return false;

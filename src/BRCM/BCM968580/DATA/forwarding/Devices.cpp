@@ -42,17 +42,17 @@ DeviceName uniVlanDevice(std::uint16_t uniPort, std::uint16_t bridgeId) {
 
 // Asked for again, a member is refused as busy.
 bool isMember(std::uint16_t bridgeId, const DeviceName& device) {
-    const int result = kit::joinBridge(kit::bridgeName(bridgeId).get(), device.get());
+    const int result = kit::addBridgePort(kit::bridgeName(bridgeId).get(), device.get());
     return result == 0 || result == EBUSY;
 }
 
-bool joinFlows(std::uint16_t uniPort, std::uint16_t bridgeId) {
+bool createFlows(std::uint16_t uniPort, std::uint16_t bridgeId) {
     const DeviceName uni = uniVlanDevice(uniPort, bridgeId);
     const DeviceName ani = kit::aniVlanName(bridgeId, bridgeId);
     return kit::createVlanFlows(ani.get(), uni.get()) && kit::createVlanFlows(uni.get(), ani.get());
 }
 
-bool joinVeipFlows(EtherSwitchBcm380& engine, std::uint16_t bridgeId) {
+bool createVeipFlows(EtherSwitchBcm380& engine, std::uint16_t bridgeId) {
     DeviceName veip;
     const DeviceName ani = kit::aniVlanName(bridgeId, bridgeId);
     engine.getVeipVlanName(veip.get());
@@ -73,8 +73,8 @@ bool removeUniDevice(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint
     return true;
 }
 
-bool giveUniDeviceBack(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint16_t bridgeId,
-                       const g988::Tables& before) {
+bool restoreUniDevice(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint16_t bridgeId,
+                      const g988::Tables& before) {
     DeviceName device = uniVlanDevice(uniPort, bridgeId);
     DeviceName uni = kit::uniName(uniPort - 1U);
     if (isGone(kit::bridgeName(bridgeId)))  // the PON side went first
@@ -82,7 +82,7 @@ bool giveUniDeviceBack(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::ui
     const auto port = before.uniPorts.find(static_cast<std::uint16_t>(uniPort - 1));
     const bool hasFlows = port != before.uniPorts.end() && port->second.bridges.count(bridgeId) != 0;
     return engine.configureBridge(bridgeId, uniPort, false) && isMember(bridgeId, device) &&
-           (!hasFlows || joinFlows(uniPort, bridgeId));
+           (!hasFlows || createFlows(uniPort, bridgeId));
 }
 
 // ---- of a bridge's PON side ----
@@ -98,7 +98,7 @@ std::string removePonDevices(EtherSwitchBcm380& engine, const BridgeServiceProvi
     return bridgeId == 0 || isGone(bridge) ? "" : bridge.get();
 }
 
-std::string givePonDevicesBack(EtherSwitchBcm380& engine, std::uint16_t bridgeId, bool leadsToGateway) {
+std::string restorePonDevices(EtherSwitchBcm380& engine, std::uint16_t bridgeId, bool leadsToGateway) {
     const DeviceName bridge = kit::bridgeName(bridgeId);
     const DeviceName ani = kit::aniName(bridgeId);
     const DeviceName vlan = kit::aniVlanName(bridgeId, bridgeId);
@@ -107,9 +107,9 @@ std::string givePonDevicesBack(EtherSwitchBcm380& engine, std::uint16_t bridgeId
         if (!kit::bringUp(device->get())) return device->get();
     if (bridgeId != 0 && !isMember(bridgeId, vlan)) return std::string(vlan.get()) + " on its bridge";
     for (const auto& [number, port] : services().tables().uniPorts)
-        if (port.bridges.count(bridgeId) != 0 && !joinFlows(static_cast<std::uint16_t>(number + 1), bridgeId))
+        if (port.bridges.count(bridgeId) != 0 && !createFlows(static_cast<std::uint16_t>(number + 1), bridgeId))
             return std::string("flows of ") + vlan.get();
-    if (leadsToGateway && !joinVeipFlows(engine, bridgeId)) return std::string("flows of ") + vlan.get();
+    if (leadsToGateway && !createVeipFlows(engine, bridgeId)) return std::string("flows of ") + vlan.get();
     return "";
 }
 
@@ -126,7 +126,7 @@ BridgeToMake::BridgeToMake(EtherSwitchBcm380& engine, std::uint16_t bridgeId, st
 bool BridgeToMake::make() {
     return engine_.configureBridge(bridgeId_, uniPort_, false) &&
            (!isNew_ || kit::bringUp(kit::bridgeName(bridgeId_).get())) && (!isNewPair_ || isPairInForce()) &&
-           (!isNewPort_ || isPortInForce()) && joinPorts();
+           (!isNewPort_ || isPortInForce()) && addPorts();
 }
 
 bool BridgeToMake::isPairInForce() {
@@ -139,19 +139,19 @@ bool BridgeToMake::isPortInForce() {
     return isInForce(kit::uniName(uniPort_ - 1U), vlan) && isMember(bridgeId_, vlan);
 }
 
-void BridgeToMake::takeBack() {
+void BridgeToMake::undo() {
     if (isNewPort_) removeUniDevice(engine_, uniPort_, bridgeId_);
     if (isNewPair_) removeAniPair(engine_, bridgeId_);
     if (isNew_ && bridgeId_ != 0) engine_.deleteBridgeInterface(bridgeId_);
 }
 
-bool BridgeToMake::joinPorts() {
+bool BridgeToMake::addPorts() {
     if (!isNew_) return true;
     for (const auto& [number, port] : services().tables().uniPorts) {
         const auto uniPort = static_cast<std::uint16_t>(number + 1);
         const DeviceName device = uniVlanDevice(uniPort, bridgeId_);
         if (port.bridges.count(bridgeId_) == 0 || isGone(device)) continue;
-        if (!isMember(bridgeId_, device) || !joinFlows(uniPort, bridgeId_)) return false;
+        if (!isMember(bridgeId_, device) || !createFlows(uniPort, bridgeId_)) return false;
     }
     return true;
 }

@@ -30,21 +30,22 @@ DeviceName uniVlanDevice(std::uint16_t uniPort, std::uint16_t bridgeId);  // uni
 
 // The device joins the bridge, or is on it already. False: the kernel has not taken it.
 bool isMember(std::uint16_t bridgeId, const DeviceName& device);
-bool joinFlows(std::uint16_t uniPort, std::uint16_t bridgeId);          // both directions; false: refused
-bool joinVeipFlows(EtherSwitchBcm380& engine, std::uint16_t bridgeId);  // multicast reaches the gateway past the bridge
+bool createFlows(std::uint16_t uniPort, std::uint16_t bridgeId);  // both directions; false: refused
+bool createVeipFlows(EtherSwitchBcm380& engine,
+                     std::uint16_t bridgeId);  // multicast reaches the gateway past the bridge
 
 // A UNI's VLAN device. False: it is still there; what is not there needs no removal.
 bool removeUniDevice(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint16_t bridgeId);
 // What is left of it becomes what it was, with its place on the bridge and the flows that it has by its rows or record.
 // False: it does not.
-bool giveUniDeviceBack(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint16_t bridgeId,
-                       const g988::Tables& before);
+bool restoreUniDevice(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint16_t bridgeId,
+                      const g988::Tables& before);
 
 // The PON side's devices with their bridge. Names what is still there; "": nothing is.
 std::string removePonDevices(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record);
 // Likewise for giving back, with the flows of the bridge's ports and, where its multicast is for the gateway too, of
 // the VEIP. Names what cannot be made again.
-std::string givePonDevicesBack(EtherSwitchBcm380& engine, std::uint16_t bridgeId, bool leadsToGateway);
+std::string restorePonDevices(EtherSwitchBcm380& engine, std::uint16_t bridgeId, bool leadsToGateway);
 
 // A bridge with its PON side, and the VLAN device of a UNI port unless it is 0.
 class BridgeToMake {
@@ -53,12 +54,12 @@ public:
     // With the ports that it had before it went. False: not all of it can be made.
     bool make();
     // What was not there before it was made.
-    void takeBack();
+    void undo();
 
 private:
     bool isPairInForce();
     bool isPortInForce();
-    bool joinPorts();
+    bool addPorts();
 
     EtherSwitchBcm380& engine_;
     const std::uint16_t bridgeId_, uniPort_;

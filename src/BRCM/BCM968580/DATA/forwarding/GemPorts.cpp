@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "BRCM/BCM968580/DATA/forwarding/Undone.h"
+#include "BRCM/BCM968580/DATA/forwarding/Rollback.h"
 #include "kit/Asked.h"
 #include "kit/Devices.h"
 #include "kit/GemPorts.h"
@@ -44,14 +44,14 @@ public:
         if (problem.empty()) note();
         return problem;
     }
-    void takeBack(Undone& undone) {
+    void undo(Rollback& rollback) {
         if (queueBefore_ && !kit::setTcontQueue(*tContIndex_, *queueBefore_))
-            undone.cannotGiveBack("queue " + std::to_string(record_.upstreamQueue));
+            rollback.cannotRestore("queue " + std::to_string(record_.upstreamQueue));
         if (isCreated_) {
             GponCtlGemPort port{};
             port.gemIndex = index_;
             port.gemPortId = id_;
-            if (!kit::removeGemPort(port, id_)) undone.stays(nameOf(id_));
+            if (!kit::removeGemPort(port, id_)) rollback.stays(nameOf(id_));
         } else if (isNew_ && !wasEnabled_) {
             setEnabled(id_, index_, false);
         }
@@ -60,7 +60,7 @@ public:
 private:
     std::string findOrCreate() {
         if (const auto known = find(ponAdapter().gemPortMap, id_)) {
-            kit::noteHindrance();
+            kit::noteIncomplete();
             index_ = *known;
             isNew_ = false;
             return "";
@@ -115,9 +115,9 @@ bool addGemPort(const XGEMConfig& record) {
     GemPortToAdd port(record);
     const std::string problem = port.make();
     if (problem.empty()) return true;
-    Undone undone(problem);
-    port.takeBack(undone);
-    return undone.isPutBack("gemflow_add");
+    Rollback rollback(problem);
+    port.undo(rollback);
+    return rollback.report("gemflow_add");
 }
 
 // The device goes down first: nothing is to undo when that is refused, and the port goes last.
@@ -131,10 +131,10 @@ bool removeGemPort(std::uint16_t gemPortId) {
     const bool isLast = g_GemCnt == 1;
     if (isLast && !kit::setPonDeviceUp(false)) return isDone(kOperation, {false, "gpondef cannot be taken down"});
     if (!kit::removeGemPort(answer.port, gemPortId)) {
-        Undone undone(name + " cannot be removed");
-        if (answer.enabled() && !setEnabled(gemPortId, answer.port.gemIndex, true)) undone.cannotGiveBack(name);
-        if (isLast && !kit::setPonDeviceUp(true)) undone.cannotGiveBack("gpondef");
-        return undone.isPutBack(kOperation);
+        Rollback rollback(name + " cannot be removed");
+        if (answer.enabled() && !setEnabled(gemPortId, answer.port.gemIndex, true)) rollback.cannotRestore(name);
+        if (isLast && !kit::setPonDeviceUp(true)) rollback.cannotRestore("gpondef");
+        return rollback.report(kOperation);
     }
     ponAdapter().deleteGemPortMapEntry(gemPortId);
     ponAdapter().deleteGemPortFromTcontIdxToGemPortMap(answer.port.gemIndex);

@@ -10,7 +10,7 @@
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/RuleMap.h"
-#include "BRCM/BCM968580/DATA/forwarding/Undone.h"
+#include "BRCM/BCM968580/DATA/forwarding/Rollback.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCheck.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
 #include "hal/Text.h"
@@ -40,7 +40,7 @@ bool leadsToGateway(std::uint16_t bridgeId) {
     return std::any_of(gems.begin(), gems.end(), [&](std::uint16_t gem) { return hasMulticast(bridgeId, gem); });
 }
 
-// The gateway is told of GEM ports by their indexes.
+// The gateway knows GEM ports by their indexes.
 void rememberGemPorts(const BridgeServiceProvisioning& record) {
     for (const std::uint16_t gemPortId : g988::gemPortIds(record)) {
         if (const auto index = gemIndexOf(gemPortId)) engine_maps::setGemIndex(gemPortId, *index);
@@ -63,11 +63,11 @@ bool removeUniDevices(EtherSwitchBcm380& engine, const char* operation, const st
         if (isGone(uniVlanDevice(uniPort, bridgeId))) continue;
         touched.push_back(uniPort);
         if (removeUniDevice(engine, uniPort, bridgeId)) continue;
-        Undone undone(std::string(uniVlanDevice(uniPort, bridgeId).get()) + kStays);
+        Rollback rollback(std::string(uniVlanDevice(uniPort, bridgeId).get()) + kStays);
         for (const std::uint16_t one : touched)
-            if (!giveUniDeviceBack(engine, one, bridgeId, before.tables()))
-                undone.cannotGiveBack(uniVlanDevice(one, bridgeId).get());
-        return undone.putBack(operation, before);
+            if (!restoreUniDevice(engine, one, bridgeId, before.tables()))
+                rollback.cannotRestore(uniVlanDevice(one, bridgeId).get());
+        return rollback.restore(operation, before);
     }
     return true;
 }
@@ -102,7 +102,7 @@ bool setUni(EtherSwitchBcm380& engine, const UniDataProvisioning& record) {
         if (!isInForce(kit::uniName(record.uniPort - 1U), device))
             return std::string(device.get()) + " or its port cannot be brought up";
         if (!isMember(record.bridgeId, device)) return std::string(device.get()) + " cannot join its bridge";
-        if (!joinFlows(record.uniPort, record.bridgeId)) return std::string(device.get()) + " gets no flows";
+        if (!createFlows(record.uniPort, record.bridgeId)) return std::string(device.get()) + " gets no flows";
         return "";
     };
     if (isDone(kOperation, services().setUni(record, prepare))) return true;
@@ -122,7 +122,7 @@ bool configureBridge(EtherSwitchBcm380& engine, std::uint16_t bridgeId, std::uin
     const state::Operation operation;
     BridgeToMake bridge(engine, bridgeId, uniPort);
     if (bridge.make()) return true;
-    bridge.takeBack();
+    bridge.undo();
     const std::string name(kit::bridgeName(bridgeId).get());
     return isDone("configureBridge", {false, name + " or a device on it cannot be made"});
 }
@@ -138,11 +138,11 @@ bool setPonPort(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& reco
         if (!bridge->make()) return name + " or a device on it cannot be made";
         // A flow that no rule uses carries nothing; the kit cannot take one away alone.
         const bool isForGateway = services().gatewayGems().count(record.gemPortId) != 0;
-        return isForGateway && !joinVeipFlows(engine, record.bridgeId) ? name + " gets no flows to the gateway" : "";
+        return isForGateway && !createVeipFlows(engine, record.bridgeId) ? name + " gets no flows to the gateway" : "";
     };
     if (!isDone("configureAniTagRules", services().setPonPort(record, prepare))) {
         const state::Operation operation;
-        if (bridge) bridge->takeBack();
+        if (bridge) bridge->undo();
         return false;
     }
     const state::Operation operation;
@@ -169,9 +169,9 @@ bool removePonSide(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& r
     const std::string stays = removePonDevices(engine, record);
     bool done = true;
     if (!isMulticast && !stays.empty()) {
-        Undone undone(stays + kStays);
-        undone.cannotGiveBack(givePonDevicesBack(engine, record.bridgeId, isForGateway));
-        done = undone.putBack(kOperation, before);
+        Rollback rollback(stays + kStays);
+        rollback.cannotRestore(restorePonDevices(engine, record.bridgeId, isForGateway));
+        done = rollback.restore(kOperation, before);
     }
     countMulticast();
     return done;

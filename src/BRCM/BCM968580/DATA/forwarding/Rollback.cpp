@@ -1,4 +1,4 @@
-#include "BRCM/BCM968580/DATA/forwarding/Undone.h"
+#include "BRCM/BCM968580/DATA/forwarding/Rollback.h"
 
 #include <cstdio>
 
@@ -13,24 +13,24 @@ bool isDone(const char* operation, const g988::Outcome& outcome) {
     return outcome.done;
 }
 
-void Undone::cannotGiveBack(const std::string& what) {
+void Rollback::cannotRestore(const std::string& what) {
     if (what.empty()) return;
     outcome_.reason += ", and " + what + " cannot be made again";
     outcome_.isPartly = true;
 }
 
-void Undone::stays(const std::string& what) {
+void Rollback::stays(const std::string& what) {
     outcome_.reason += ", and " + what + " stays";
     outcome_.isPartly = true;
 }
 
-bool Undone::putBack(const char* operation, const g988::Services::Before& before) {
-    const g988::Outcome back = services().putBack(before);
+bool Rollback::restore(const char* operation, const g988::Services::Before& before) {
+    const g988::Outcome back = services().rollBack(before);
     if (!back.done) {
         outcome_.reason += ", and its rules are gone: " + back.reason;
         outcome_.isPartly = true;
     }
-    return isPutBack(operation);
+    return report(operation);
 }
 
 }  // namespace forwarding

@@ -1,6 +1,6 @@
 // What becomes of an operation that kernel or kit has refused, in words for the log.
-#ifndef BRCM_BCM968580_DATA_FORWARDING_UNDONE_H
-#define BRCM_BCM968580_DATA_FORWARDING_UNDONE_H
+#ifndef BRCM_BCM968580_DATA_FORWARDING_ROLLBACK_H
+#define BRCM_BCM968580_DATA_FORWARDING_ROLLBACK_H
 
 #include <string>
 
@@ -8,21 +8,21 @@
 
 namespace forwarding {
 
-// Tells of an outcome that is not done.
+// Logs an outcome that is not done.
 bool isDone(const char* operation, const g988::Outcome& outcome);
 
-// An operation that was refused when part of it was done: all is put back.
-class Undone {
+// An operation that was refused when part of it was done: all is rolled back.
+class Rollback {
 public:
-    explicit Undone(const std::string& refused) : outcome_{false, refused} {}
+    explicit Rollback(const std::string& refused) : outcome_{false, refused} {}
     // "": it could.
-    void cannotGiveBack(const std::string& what);
+    void cannotRestore(const std::string& what);
     // Of what was made.
     void stays(const std::string& what);
-    // False, as the operation.
-    bool isPutBack(const char* operation) const { return isDone(operation, outcome_); }
+    // Logs what is not restored. False, as the operation.
+    bool report(const char* operation) const { return isDone(operation, outcome_); }
     // Likewise with rows, filters and rules, when the devices are back.
-    bool putBack(const char* operation, const g988::Services::Before& before);
+    bool restore(const char* operation, const g988::Services::Before& before);
 
 private:
     g988::Outcome outcome_;

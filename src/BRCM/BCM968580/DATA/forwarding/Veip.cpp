@@ -9,7 +9,7 @@
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/RuleMap.h"
 #include "BRCM/BCM968580/DATA/forwarding/Devices.h"
-#include "BRCM/BCM968580/DATA/forwarding/Undone.h"
+#include "BRCM/BCM968580/DATA/forwarding/Rollback.h"
 #include "kit/Asked.h"
 #include "kit/Devices.h"
 #include "kit/Rules.h"
@@ -85,17 +85,17 @@ bool removeDevice() {
 }
 
 // What is left of a VEIP that was to be made.
-void takeDeviceBack(Undone& undone) {
+void removeNewDevice(Rollback& rollback) {
     const bool rulesGone = removeRules();
     const bool isAway = isGone(DeviceName("%s", kVeipDevice)) || removeDevice();
-    if (!rulesGone || !isAway) undone.stays(kVeipDevice);
+    if (!rulesGone || !isAway) rollback.stays(kVeipDevice);
 }
 
 // A flow that no rule uses carries nothing; the kit cannot take one away alone.
 bool bringMulticast(EtherSwitchBcm380& engine, std::uint16_t gemPortId) {
     bool done = true;
     for (const auto& bridge : services().tables().bridges)
-        if (hasMulticast(bridge.first, gemPortId)) done = joinVeipFlows(engine, bridge.first) && done;
+        if (hasMulticast(bridge.first, gemPortId)) done = createVeipFlows(engine, bridge.first) && done;
     return done;
 }
 
@@ -113,7 +113,7 @@ std::string takePlaceOf(std::uint16_t bridgeId) {
     const DeviceName bridge = kit::bridgeName(bridgeId);
     if (isGone(bridge)) return "";
     {
-        const kit::MakingWay makingWay;
+        const kit::Replacement replacement;
         if (kit::deleteServiceBridge(bridgeId) == InterfaceResult::Done) return "";
     }
     kit::bringUp(bridge.get());
@@ -121,12 +121,12 @@ std::string takePlaceOf(std::uint16_t bridgeId) {
 }
 
 // False: it is all there again, or `undone` says what is not.
-bool removeWholeVeip(EtherSwitchBcm380& engine, Undone& undone) {
+bool removeWholeVeip(EtherSwitchBcm380& engine, Rollback& rollback) {
     engine.removeVeipInterface();  // the devices on it, which the gateway has made
     sleep(1);
     const bool rulesGone = removeRules();
     if (rulesGone && removeDevice()) return true;
-    if (!insertRules(engine)) undone.cannotGiveBack(std::string("rules of ") + kVeipDevice);
+    if (!insertRules(engine)) rollback.cannotRestore(std::string("rules of ") + kVeipDevice);
     return false;
 }
 
@@ -149,9 +149,9 @@ bool addVeip(EtherSwitchBcm380& engine, const VeipService& service) {
     if (isNew && problem.empty()) problem = takePlaceOf(service.bridgeId);
     if (isThere && !bringMulticast(engine, service.gemPortId)) problem = kFlowRefused;
     if (!problem.empty()) {
-        Undone undone(problem);
-        if (isNew) takeDeviceBack(undone);
-        return undone.isPutBack(kOperation);
+        Rollback rollback(problem);
+        if (isNew) removeNewDevice(rollback);
+        return rollback.report(kOperation);
     }
     services().addGatewayGem(service.gemPortId);
     kit::noteNeed(kit::Entry::Devices, kVeipDevice);
@@ -178,10 +178,10 @@ bool removeVeip(EtherSwitchBcm380& engine, const VeipService& service) {
     const int left = announce(engine, false, service);
     if (left != 0) return true;
     const kit::BegunStep step(kit::Step::RemoveVeip, service.bridgeId, service.gemPortId);
-    Undone undone(std::string(kVeipDevice) + " cannot be removed");
-    if (removeWholeVeip(engine, undone)) return true;
+    Rollback rollback(std::string(kVeipDevice) + " cannot be removed");
+    if (removeWholeVeip(engine, rollback)) return true;
     if (servicesBefore != left) announce(engine, true, service);
-    return undone.putBack(kOperation, before);
+    return rollback.restore(kOperation, before);
 }
 
 }  // namespace forwarding

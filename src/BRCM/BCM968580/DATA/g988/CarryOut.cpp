@@ -31,7 +31,7 @@ int take(const TableStep& wanted, Installed& installed) {
     return result;
 }
 
-// What was there, as a plan to go back to. A rule that stands twice stands once for the same frames.
+// What was there, as a plan to go back to. A rule that is there twice is there once for the same frames.
 std::map<TableKey, std::vector<Rule>> rulesOf(const Installed& installed) {
     std::map<TableKey, std::vector<Rule>> tables;
     for (const auto& [key, rules] : installed)

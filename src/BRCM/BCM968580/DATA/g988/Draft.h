@@ -1,5 +1,5 @@
 // What the planner writes into: tables that are being made and what cannot be done. Also how one frame is given to the
-// first of several takers.
+// first of several selectors.
 #ifndef BRCM_BCM968580_DATA_G988_DRAFT_H
 #define BRCM_BCM968580_DATA_G988_DRAFT_H
 
@@ -26,19 +26,19 @@ private:
     std::vector<Refusal> refusals_;
 };
 
-// Somebody who takes some of the frames: not those of `leaves`, then those of `takes`.
-struct Taker {
-    std::vector<Match> leaves;
-    std::vector<Rule> takes;
+// Selects frames: none of `excluded`, then those of `rules`.
+struct Selector {
+    std::vector<Match> excluded;
+    std::vector<Rule> rules;
 };
 
-// Rules that give each frame that matches `all` to the first taker that takes it, or else to `rest` (whose match is not
-// looked at).
-void addFirstOf(const std::vector<Taker>& takers, const Match& all, const Rule& rest, RuleList& out);
+// Rules that give each frame that matches `all` to the first selector that selects it, or else to `rest` (whose match
+// is not looked at).
+void addFirstOf(const std::vector<Selector>& selectors, const Match& all, const Rule& rest, RuleList& out);
 
-// What a filter says of frames with this many tags, as a taker whose rules are to be finished: `takes` has matches
-// only.
-Taker filterTaker(const VlanFilter& filter, unsigned tags);
+// What a filter says of frames with this many tags, as a selector whose rules are to be finishedhas
+// matches only.
+Selector filterSelector(const VlanFilter& filter, unsigned tags);
 
 void planUniPort(std::uint16_t number, const UniPort& port, const Tables& tables, Draft& draft);
 void planPonSide(const Tables& tables, Draft& draft);

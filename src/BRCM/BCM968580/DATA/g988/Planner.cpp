@@ -17,18 +17,19 @@ Plan Draft::finish() {
 
 namespace {
 
-void addFrom(const std::vector<Taker>& takers, std::size_t first, const Match& all, const Rule& rest, RuleList& out) {
+void addFrom(const std::vector<Selector>& selectors, std::size_t first, const Match& all, const Rule& rest,
+             RuleList& out) {
     if (out.isFull()) return;
-    if (first == takers.size()) {
+    if (first == selectors.size()) {
         Rule rule = rest;
         rule.match = all;
         return out.add(std::move(rule));
     }
-    for (const Match& leaves : takers[first].leaves) {
+    for (const Match& excluded : selectors[first].excluded) {
         Match both = all;
-        if (both.add(leaves)) addFrom(takers, first + 1, both, rest, out);
+        if (both.add(excluded)) addFrom(selectors, first + 1, both, rest, out);
     }
-    for (const Rule& takes : takers[first].takes) {
+    for (const Rule& takes : selectors[first].rules) {
         Match both = all;
         if (!both.add(takes.match)) continue;
         const bool takesEverything = both == all;
@@ -37,13 +38,13 @@ void addFrom(const std::vector<Taker>& takers, std::size_t first, const Match& a
         out.add(std::move(rule));
         if (takesEverything) return;
     }
-    addFrom(takers, first + 1, all, rest, out);
+    addFrom(selectors, first + 1, all, rest, out);
 }
 
 }  // namespace
 
-void addFirstOf(const std::vector<Taker>& takers, const Match& all, const Rule& rest, RuleList& out) {
-    addFrom(takers, 0, all, rest, out);
+void addFirstOf(const std::vector<Selector>& selectors, const Match& all, const Rule& rest, RuleList& out) {
+    addFrom(selectors, 0, all, rest, out);
 }
 
 std::string uniDevice(std::uint16_t number) {

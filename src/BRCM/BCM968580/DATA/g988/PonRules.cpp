@@ -97,10 +97,10 @@ void addPlaces(const Match& match, const PbitMapper& mapper, const std::string& 
     }
 }
 
-Taker upstreamTaker(const PonPort& port, unsigned tags, const std::string& name, Draft& draft) {
-    Taker taker = filterTaker(port.filter, tags);
+Selector upstreamSelector(const PonPort& port, unsigned tags, const std::string& name, Draft& draft) {
+    Selector selector = filterSelector(port.filter, tags);
     std::vector<Rule> takes;
-    for (const Rule& passed : taker.takes) {
+    for (const Rule& passed : selector.rules) {
         Match match = passed.match;
         if (port.ipProtocol && !match.ipProtocol(*port.ipProtocol)) continue;
         if (tags > 0) {
@@ -111,21 +111,21 @@ Taker upstreamTaker(const PonPort& port, unsigned tags, const std::string& name,
         if (!untaggedPlace(port.mapper, place)) draft.refuse(name, "the kit cannot tell untagged frames by their DSCP");
         if (place) takes.push_back({match, marksOf(*place), "", name});
     }
-    taker.takes = std::move(takes);
-    return taker;
+    selector.rules = std::move(takes);
+    return selector;
 }
 
 void planUpstream(std::uint16_t bridge, const std::vector<PonPort>& ports, Draft& draft) {
     Match sent;
     sent.txDevice(aniVlanDevice(bridge));
     for (unsigned tags = 0; tags <= kTableTags; ++tags) {
-        std::vector<Taker> takers;
+        std::vector<Selector> selectors;
         for (const bool forOneProtocol : {true, false})
             for (std::size_t i = 0; i < ports.size(); ++i)
                 if (ports[i].ipProtocol.has_value() == forOneProtocol)
-                    takers.push_back(upstreamTaker(ports[i], tags, nameOf(bridge, i), draft));
+                    selectors.push_back(upstreamSelector(ports[i], tags, nameOf(bridge, i), draft));
         const Rule drop = droppingRule({}, "what no PON port of br" + std::to_string(bridge) + " takes");
-        addFirstOf(takers, sent, drop, draft.table(aniDevice(bridge), Direction::Transmit, tags));
+        addFirstOf(selectors, sent, drop, draft.table(aniDevice(bridge), Direction::Transmit, tags));
         Match fromBridge;
         fromBridge.txDevice(aniDevice(bridge));
         draft.table(kPonDeviceName, Direction::Transmit, tags).add({fromBridge, {}, "", aniDevice(bridge)});
@@ -141,13 +141,13 @@ std::set<std::uint16_t> gemsOf(const PonPort& port) {
     return gems;
 }
 
-Taker downstreamTaker(std::uint16_t bridge, const PonPort& port, unsigned tags, const std::string& name) {
-    Taker taker = filterTaker(port.filter, tags);
-    for (Rule& rule : taker.takes) {
+Selector downstreamSelector(std::uint16_t bridge, const PonPort& port, unsigned tags, const std::string& name) {
+    Selector selector = filterSelector(port.filter, tags);
+    for (Rule& rule : selector.rules) {
         rule.receiver = aniDevice(bridge);
         rule.origin = name;
     }
-    return taker;
+    return selector;
 }
 
 void planGemPort(std::uint16_t gem, const Tables& tables, Draft& draft) {
@@ -155,32 +155,32 @@ void planGemPort(std::uint16_t gem, const Tables& tables, Draft& draft) {
     received.gemIndex(gem);
     const Rule drop = droppingRule({}, "what no bridge takes of GEM index " + std::to_string(gem));
     for (unsigned tags = 0; tags <= kTableTags; ++tags) {
-        std::vector<Taker> takers;
+        std::vector<Selector> selectors;
         for (const auto& [bridge, ports] : tables.bridges)
             for (std::size_t i = 0; i < ports.size(); ++i)
                 if (gemsOf(ports[i]).count(gem) != 0)
-                    takers.push_back(downstreamTaker(bridge, ports[i], tags, nameOf(bridge, i)));
-        addFirstOf(takers, received, drop, draft.table(kPonDeviceName, Direction::Receive, tags));
+                    selectors.push_back(downstreamSelector(bridge, ports[i], tags, nameOf(bridge, i)));
+        addFirstOf(selectors, received, drop, draft.table(kPonDeviceName, Direction::Receive, tags));
     }
 }
 
 }  // namespace
 
-Taker filterTaker(const VlanFilter& filter, unsigned tags) {
+Selector filterSelector(const VlanFilter& filter, unsigned tags) {
     using Tagged = Operation::Tagged;
     const Operation operation = operationOf(filter.forwardOperation);
     const bool listCounts = tags > 0 && operation.field != Operation::Field::None;
     const bool passesRest =
         tags == 0 ? operation.untaggedPass : operation.tagged == Tagged::Pass || operation.tagged == Tagged::DropListed;
-    Taker taker;
+    Selector selector;
     if (listCounts) {
         const auto listed = listedMatches(filter.list, operation.field);
-        if (operation.tagged == Tagged::DropListed) taker.leaves = listed;
+        if (operation.tagged == Tagged::DropListed) selector.excluded = listed;
         if (operation.tagged == Tagged::PassListed)
-            for (const Match& match : listed) taker.takes.push_back({match, {}, "", ""});
+            for (const Match& match : listed) selector.rules.push_back({match, {}, "", ""});
     }
-    if (passesRest) taker.takes.push_back({});
-    return taker;
+    if (passesRest) selector.rules.push_back({});
+    return selector;
 }
 
 void planPonSide(const Tables& tables, Draft& draft) {

@@ -67,7 +67,7 @@ Services::Before Services::before() const {
     return before;
 }
 
-Outcome Services::putBack(const Before& before) {
+Outcome Services::rollBack(const Before& before) {
     Outcome outcome = replace(before.asked_);
     if (outcome.done) claimed_ = before.claimed_;
     return outcome;

@@ -81,7 +81,7 @@ public:
     };
     Before before() const;
     // Tables and rules as they were. The devices must be back.
-    Outcome putBack(const Before& before);
+    Outcome rollBack(const Before& before);
 
     // GEM ports whose multicast is for the gateway too. False when it is one already.
     bool addGatewayGem(std::uint16_t gemPortId);

@@ -65,7 +65,7 @@ std::vector<std::optional<std::uint16_t>> etherTypesOf(EtherTypes code) {
     }
 }
 
-// The filter of a row on the tag that stands at this place of the frame.
+// The filter of a row on the tag at this place of the frame.
 void addFilter(Match& match, const TagCodes& filter, unsigned tag, std::uint16_t inputTpid) {
     using namespace filter_code;
     if (filter.pbits == kDefaultRow) return;
@@ -271,14 +271,14 @@ private:
 
     // A frame of a port in several bridges goes to the first one whose PON side takes it, else to the first one.
     void passToAnyBridge(const Match& match, unsigned tags, const std::string& origin) {
-        std::vector<Taker> takers;
+        std::vector<Selector> selectors;
         if (port_.bridges.size() > 1) {
             for (const std::uint16_t bridge : port_.bridges) {
                 const auto side = tables_.bridges.find(bridge);
                 if (side == tables_.bridges.end()) continue;
                 for (const PonPort& port : side->second) {
-                    takers.push_back(filterTaker(port.filter, tags));
-                    for (Rule& rule : takers.back().takes) {
+                    selectors.push_back(filterSelector(port.filter, tags));
+                    for (Rule& rule : selectors.back().rules) {
                         if (port.ipProtocol) rule.match.ipProtocol(*port.ipProtocol);
                         rule.receiver = uniVlanDevice(number_, bridge);
                         rule.origin = origin;
@@ -287,7 +287,7 @@ private:
             }
         }
         const Rule rest{{}, {}, uniVlanDevice(number_, *port_.bridges.begin()), origin};
-        addFirstOf(takers, match, rest, received(tags));
+        addFirstOf(selectors, match, rest, received(tags));
     }
 
     void upstream(const TaggingTable& table) {

@@ -208,7 +208,7 @@ int EtherSwitchBcm380::insertUniTagRules(unsigned int phyId, char* devIfc, char*
 int EtherSwitchBcm380::createVeipFilterTagRules(unsigned int bridgeId) {
     // The VEIP takes the place of the Linux bridge.
     if (isInterfaceExisted(kit::bridgeName(bridgeId).get())) {
-        const kit::MakingWay makingWay;
+        const kit::Replacement replacement;
         deleteBridgeInterface(static_cast<unsigned short>(bridgeId));
     }
     if (!isInterfaceExisted(kVeipDevice)) {

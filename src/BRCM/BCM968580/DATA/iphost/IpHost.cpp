@@ -120,13 +120,13 @@ void deliverToCpu(IpHostCommands& commands, const char* routedMac) {
     commands.addKey(routedMac);
 }
 
-void joinSharedBridge(EtherSwitchBcm380& engine, IpHostCommands& commands, const char* bridgeName,
-                      const IpHostProvision& rec) {
+void addToSharedBridge(EtherSwitchBcm380& engine, IpHostCommands& commands, const char* bridgeName,
+                       const IpHostProvision& rec) {
     commands.downForSharedBridge(bridgeName);
     commands.deleteForSharedBridge(bridgeName);
     DeviceName aniVirtualName;
     engine.getVirtualInterfaceName(PHY_GPON, rec.bridgeId, rec.bridgeId, aniVirtualName.get());
-    commands.joinSharedBridge(aniVirtualName.get());
+    commands.addToSharedBridge(aniVirtualName.get());
     kit::noteIfGone(bridgeName);  // the shell deletes it, and does not say whether it did
 }
 
@@ -212,7 +212,7 @@ bool EtherSwitchBcm380::activateIpv4InterfaceStatic(const char* ifName, const ch
     IpHostCommands commands;
     deliverToCpu(commands, mac);
     if (rec->useSharedBridge != 0) {
-        joinSharedBridge(*this, commands, bridgeName, *rec);
+        addToSharedBridge(*this, commands, bridgeName, *rec);
         return true;
     }
     commands.upWithMac(bridgeName, mac);
@@ -238,7 +238,7 @@ bool EtherSwitchBcm380::activateIpv4InterfaceDynamic(const char* ifName, const c
     IpHostCommands commands;
     deliverToCpu(commands, mac);
     if (rec->useSharedBridge != 0) {
-        joinSharedBridge(*this, commands, bridgeName, *rec);
+        addToSharedBridge(*this, commands, bridgeName, *rec);
         return true;
     }
     commands.upWithMac(bridgeName, mac);

@@ -120,7 +120,7 @@ void IpHostCommands::deleteForSharedBridge(const char* bridge) {
     runLogged("IPHost delete bridge", CommandText("brctl delbr %s", bridge));
 }
 
-void IpHostCommands::joinSharedBridge(const char* device) {
+void IpHostCommands::addToSharedBridge(const char* device) {
     runLogged("IPHost add to shared bridge brv", CommandText("brctl addif brv %s", device));
 }
 

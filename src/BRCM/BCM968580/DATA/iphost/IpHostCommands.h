@@ -24,7 +24,7 @@ public:
     // Devices and bridges. Logged.
     void downForSharedBridge(const char* bridge);
     void deleteForSharedBridge(const char* bridge);
-    void joinSharedBridge(const char* device);
+    void addToSharedBridge(const char* device);
     void downForRemoval(const char* bridge);
     void deleteForRemoval(const char* bridge);
     void upWithMac(const char* device, const char* mac);

@@ -300,7 +300,7 @@ int settleState() {
         if (const int gone = multicastServices - multicastServicesAsked(); gone > 0)
             engine_maps::countMulticastServices(-gone);
         // A multicast service has rules on the device of a VEIP: without the VEIP it is asked for all the same.
-        const kit::MakingWay makingWay;
+        const kit::Replacement replacement;
         removeServices(removal);
         removeFromDevice(removal);
         clearMarks();

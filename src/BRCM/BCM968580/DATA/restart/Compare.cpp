@@ -41,7 +41,7 @@ std::set<std::string> membersOf(const std::string& bridge) {
 // ---- devices and bridges ----
 
 void forgetDevice(const std::string& device) {
-    tell(LogText("%s is no longer there: forgotten", device.c_str()));
+    report(LogText("%s is no longer there: forgotten", device.c_str()));
     forgetRulesOf(device);
     forgetUniOf(device);
     kit::forgetDevice(device.c_str());
@@ -52,7 +52,7 @@ void compareDevices() {
         if (!kit::deviceExists(device.c_str())) forgetDevice(device);
     for (const Member& member : knownMembers()) {
         if (membersOf(member.bridge).count(member.device) != 0) continue;
-        tell(LogText("%s is no longer on %s: forgotten", member.device.c_str(), member.bridge.c_str()));
+        report(LogText("%s is no longer on %s: forgotten", member.device.c_str(), member.bridge.c_str()));
         kit::forgetMembership(member.device.c_str());
     }
 }
@@ -63,7 +63,7 @@ void nameDevicesThatAreDown() {
     devices.erase(std::remove_if(devices.begin(), devices.end(), kit::isBridge), devices.end());
     if (g_GemCnt > 0) devices.emplace_back(kPonDevice);
     for (const std::string& device : devices)
-        if (!isInterfaceUp(device.c_str())) tell(LogText("%s is down", device.c_str()));
+        if (!isInterfaceUp(device.c_str())) report(LogText("%s is down", device.c_str()));
 }
 
 void nameUnknownDevices() {
@@ -76,7 +76,8 @@ void nameUnknownDevices() {
         if (kit::isCreatedDevice(entry->d_name) && known.count(entry->d_name) == 0) unknown.emplace_back(entry->d_name);
     closedir(directory);
     std::sort(unknown.begin(), unknown.end());
-    for (const std::string& device : unknown) tell(LogText("%s is on the device and not in the state", device.c_str()));
+    for (const std::string& device : unknown)
+        report(LogText("%s is on the device and not in the state", device.c_str()));
 
     std::set<std::string> members;
     for (Member& member : knownMembers()) members.insert(std::move(member.device));
@@ -84,7 +85,7 @@ void nameUnknownDevices() {
         if (!kit::isBridge(bridge)) continue;
         for (const std::string& port : membersOf(bridge))
             if (members.count(port) == 0)
-                tell(LogText("%s is on %s and not in the state", port.c_str(), bridge.c_str()));
+                report(LogText("%s is on %s and not in the state", port.c_str(), bridge.c_str()));
     }
 }
 
@@ -97,11 +98,11 @@ void compareTable(const CountedTable& counted) {
     const LogText name("%s direction %u tags %u", table.device.c_str(), table.direction, table.tags);
     if (count == 0) {
         forgetRules(table);
-        tell(LogText("%s: no rule is left of %u: forgotten", name.get(), counted.rules));
+        report(LogText("%s: no rule is left of %u: forgotten", name.get(), counted.rules));
     } else if (count < counted.rules) {
-        tell(LogText("%s: only %u of %u rules are left", name.get(), count, counted.rules));
+        report(LogText("%s: only %u of %u rules are left", name.get(), count, counted.rules));
     } else {
-        tell(LogText("%s: %u rules, %u more than in the state", name.get(), count, count - counted.rules));
+        report(LogText("%s: %u rules, %u more than in the state", name.get(), count, count - counted.rules));
     }
     kit::noteRuleCount(table, count);
 }
@@ -124,7 +125,7 @@ void compareWithDevice() {
     for (const CountedTable& table : knownTables()) compareTable(table);
     std::vector<std::pair<std::uint16_t, bool>> ports;
     for (const GemPortState& port : knownGemPorts()) ports.emplace_back(port.gemPortId, port.up);
-    comparePon(ports, knownTcontsWithQueues(), [](const char* line) { tell(LogText("%s", line)); });
+    comparePon(ports, knownTcontsWithQueues(), [](const char* line) { report(LogText("%s", line)); });
 }
 
 }  // namespace restart

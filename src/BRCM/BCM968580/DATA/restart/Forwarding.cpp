@@ -198,14 +198,14 @@ void bringBackPlannedRules() {
         [](const std::string& device) { return EtherSwitchBcm380::getInstance()->isInterfaceExisted(device.c_str()); });
     forgetUncertainRules();
     const g988::Outcome outcome = services().bringBack();
-    if (!outcome.done) tell(LogText("services are not as they were: %s", outcome.reason.c_str()));
+    if (!outcome.done) report(LogText("services are not as they were: %s", outcome.reason.c_str()));
     services().expectClaims();
 }
 
-int settlePlannedRules(const std::function<void(const std::string& line)>& tell) {
+int settlePlannedRules(const std::function<void(const std::string& line)>& report) {
     const std::set<std::uint32_t> before = plannedRuleIds();
     const g988::Outcome outcome = forwarding::settle();
-    if (!outcome.done) tell("what nobody has asked for stays: " + outcome.reason);
+    if (!outcome.done) report("what nobody has asked for stays: " + outcome.reason);
     const std::set<std::uint32_t> after = plannedRuleIds();
     return static_cast<int>(std::count_if(before.begin(), before.end(), [&](auto id) { return after.count(id) == 0; }));
 }

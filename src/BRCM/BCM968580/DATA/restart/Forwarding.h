@@ -25,8 +25,8 @@ std::set<std::uint32_t> plannedRuleIds();
 // does not have are made again. A table that has fewer rules than it should is emptied and filled again. From then on
 // what is asked for is claimed.
 void bringBackPlannedRules();
-// Takes away the rules of what has not been claimed; their number. tell gets a line when that is refused.
-int settlePlannedRules(const std::function<void(const std::string& line)>& tell);
+// Takes away the rules of what has not been claimed; their number. report gets a line when that is refused.
+int settlePlannedRules(const std::function<void(const std::string& line)>& report);
 // Whether something that is claimed needs the device or bridge.
 bool isPlannedDevice(const std::string& device);
 // Takes all rules off the device and forgets the tables; remove answers whether a rule is gone.

@@ -151,7 +151,7 @@ PonRulesAsked ponRulesArguments(const BridgeServiceProvisioning& service) {
 void noteRestoredQueues(const BridgeServiceProvisioning& service) {
     if (state::journal() == nullptr || restoredQueues.empty() || isMulticast(service)) return;
     const std::string left = leftQueues();
-    if (without(left, restoredQueues) != left) kit::noteHindrance();
+    if (without(left, restoredQueues) != left) kit::noteIncomplete();
 }
 
 void enableIfDown(std::uint16_t gemPortId) {
@@ -190,7 +190,7 @@ void lookForVeip(const BridgeServiceProvisioning& service, const AskedOperation&
 }
 
 void takePlaceOfBridge(std::uint16_t bridgeId) {
-    const kit::MakingWay makingWay;
+    const kit::Replacement replacement;
     if (engine().isInterfaceExisted(kVeipDevice) && engine().isInterfaceExisted(kit::bridgeName(bridgeId).get()))
         engine().deleteBridgeInterface(bridgeId);
 }

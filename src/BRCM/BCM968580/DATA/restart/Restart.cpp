@@ -101,7 +101,7 @@ void finishOperation(state::Journal& journal) {
 }
 
 int refuse(const char* path, const std::string& problem) {
-    tell(LogText("state file %s: %s", path, problem.c_str()));
+    report(LogText("state file %s: %s", path, problem.c_str()));
     return -1;
 }
 
@@ -129,7 +129,7 @@ int openState(const char* path) {
     restoreMaps(*journal);
     openPath() = path;
     state::Journal& opened = *journal.release();  // as long as the process
-    opened.setTell([](const std::string& what) {
+    opened.setReporter([](const std::string& what) {
         logLine(kStateOpen, kLogError, LogText("state file %s: %s", openPath().c_str(), what.c_str()));
     });
     state::currentJournal.store(&opened, std::memory_order_release);

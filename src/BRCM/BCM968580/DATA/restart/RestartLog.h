@@ -19,7 +19,7 @@ inline void logLine(const char* operation, int level, const LogText& text) {
 }
 
 // Of opening a state file: what differs from what the file says.
-inline void tell(const LogText& text) {
+inline void report(const LogText& text) {
     logLine(kStateOpen, kLogError, text);
 }
 

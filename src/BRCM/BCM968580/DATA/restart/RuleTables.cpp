@@ -81,8 +81,8 @@ void takeBackRule(const kit::RuleTable& table, std::uint32_t before, std::option
     if (count <= before) return;  // vlanctl was not asked yet, or refused
     // Of two that have come one is somebody else's, and nothing tells which.
     if (count == before + 1 && takeOutNewest(table, highestId)) return;
-    tell(LogText("%s direction %u tags %u: %u rules have come while an operation was not finished, and stay",
-                 table.device.c_str(), table.direction, table.tags, count - before));
+    report(LogText("%s direction %u tags %u: %u rules have come while an operation was not finished, and stay",
+                   table.device.c_str(), table.direction, table.tags, count - before));
     kit::noteRuleCount(table, count);
 }
 

@@ -51,14 +51,14 @@ void takeBackRules(ByteReader& fields, const std::vector<std::uint32_t>& ids, st
 
 void removeCreatedDevice(const std::string& device) {
     if (!engine().isInterfaceExisted(device.c_str())) return;
-    tell(LogText("%s was being made: taken away", device.c_str()));
+    report(LogText("%s was being made: taken away", device.c_str()));
     const kit::VlanCtlSession session;
     kit::removeDevice(device.c_str());
 }
 
 void deleteCreatedBridge(const std::string& bridge) {
     if (!engine().isInterfaceExisted(bridge.c_str())) return;
-    tell(LogText("%s was being made: taken away", bridge.c_str()));
+    report(LogText("%s was being made: taken away", bridge.c_str()));
     kit::deleteBridge(bridge.c_str());
 }
 
@@ -218,8 +218,8 @@ std::string wholeOperationOf(const std::vector<state::UnfinishedStep>& steps) {
 
 void settleUnfinished(const std::vector<state::UnfinishedStep>& steps) {
     if (steps.empty()) return;
-    tell(LogText("the last operation was not finished: %d steps are taken back or finished",
-                 static_cast<int>(steps.size())));
+    report(LogText("the last operation was not finished: %d steps are taken back or finished",
+                   static_cast<int>(steps.size())));
     std::uint32_t highestId = highestKnownRuleId();
     for (const state::UnfinishedStep& step : steps)
         for (const std::uint32_t id : step.results)

@@ -123,7 +123,7 @@ bool EtherSwitchBcm380::createUniVlanRules(const VlanExtVlanTagOperInfo_t* info,
     for (const auto direction : {VLANCTL_DIRECTION_RX, VLANCTL_DIRECTION_TX}) {
         if (isVlanRuleMapExist(uniInterface.get(), uniPort, static_cast<std::uint16_t>(direction), &row.outer_filter,
                                &row.inner_filter, row.etherType)) {
-            kit::noteHindrance();
+            kit::noteIncomplete();
             return true;
         }
     }

@@ -235,7 +235,7 @@ std::vector<std::uint8_t> bytesOf(const Json& value) {
     return bytesOfDigits(digits);
 }
 
-void fill(void* record, const std::vector<Field>& fields, const Json& given) {
+void readFields(void* record, const std::vector<Field>& fields, const Json& given) {
     checkKeys(given, namesOf(fields));
     for (const Field& field : fields) {
         if (given.contains(field.name)) {
@@ -250,7 +250,7 @@ void fill(void* record, const std::vector<Field>& fields, const Json& given) {
 
 void fillForCall(void* record, const std::vector<Field>& fields, const Json& given) {
     if (!given.is_object() || !given.contains(kUnchecked)) {
-        fill(record, fields, given);
+        readFields(record, fields, given);
         return;
     }
     const Json& unchecked = given[kUnchecked];
@@ -264,7 +264,7 @@ void fillForCall(void* record, const std::vector<Field>& fields, const Json& giv
         else if (checked.contains(field.name))
             throw Problem(field.name, "is below 'unchecked' too");
     }
-    fill(record, others, checked);
+    readFields(record, others, checked);
     for (const Field& field : fields) {
         if (!unchecked.contains(field.name)) continue;
         inField(std::string(kUnchecked) + "." + field.name, [&] {

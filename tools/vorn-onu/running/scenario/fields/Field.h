@@ -130,7 +130,7 @@ std::vector<std::uint8_t> bytesOf(const Json& value);
 
 // Fills a record from the fields that a step gives: fallbacks first, then the given values. Throws for unknown, missing
 // and wrong fields.
-void fill(void* record, const std::vector<Field>& fields, const Json& given);
+void readFields(void* record, const std::vector<Field>& fields, const Json& given);
 // The same for a call: fields below "unchecked" are out of their range on purpose.
 constexpr const char* kUnchecked = "unchecked";
 void fillForCall(void* record, const std::vector<Field>& fields, const Json& given);

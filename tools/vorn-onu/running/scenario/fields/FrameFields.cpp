@@ -183,7 +183,7 @@ virtual_onu::Walk FrameInput::send(virtual_onu::VirtualOnu& onu, virtual_onu::Le
 
 FrameInput frameInputOf(const Json& value) {
     FrameRecord record;
-    fill(&record, frameFields(), value);
+    readFields(&record, frameFields(), value);
     checkMac("source", record.source);
     checkMac("destination", record.destination);
     FrameInput input;
@@ -212,7 +212,7 @@ std::vector<VlanTag> tagsOf(const Json& value) {
     std::vector<VlanTag> tags;
     for (std::size_t i = 0; i < value.size(); ++i) {
         TagRecord record;
-        inField("[" + std::to_string(i) + "]", [&] { fill(&record, tagFields(), value[i]); });
+        inField("[" + std::to_string(i) + "]", [&] { readFields(&record, tagFields(), value[i]); });
         tags.push_back({record.tpid, record.pbits, record.dei != 0, record.vid});
     }
     return tags;
