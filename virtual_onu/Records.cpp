@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 
 #include "DeviceTexts.h"
 
@@ -38,17 +37,6 @@ std::string bytesOf(const std::string& text) {
         }
     }
     return bytes;
-}
-
-std::string hexText(const std::vector<std::uint8_t>& bytes) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    std::string text;
-    text.reserve(2 * bytes.size());
-    for (const std::uint8_t byte : bytes) {
-        text += kDigits[byte >> 4];
-        text += kDigits[byte & 0xf];
-    }
-    return text;
 }
 
 std::string shownValue(const Json& value) {
@@ -155,16 +143,14 @@ void RecordReader::texts(const char* name, std::vector<std::string>& values) {
 }
 
 void RecordReader::bytes(const char* name, std::vector<std::uint8_t>& value, std::size_t most) {
-    static const char kDigits[] = "0123456789abcdef";
     const Json& found = field(name);
     const std::string text = found.is_string() ? found.get<std::string>() : "?";
-    if (text.size() % 2 != 0 || text.find_first_not_of(kDigits) != std::string::npos)
+    if (text.size() % 2 != 0 || text.find_first_not_of(kHexDigits) != std::string::npos)
         fail(name, "must be bytes as hexadecimal text", found);
     if (text.size() / 2 > most) fail(name, "must be at most " + std::to_string(most) + " bytes", found);
-    const auto digit = [&](std::size_t at) { return std::strchr(kDigits, text[at]) - kDigits; };
     value.clear();
     for (std::size_t i = 0; i < text.size(); i += 2)
-        value.push_back(static_cast<std::uint8_t>(digit(i) << 4 | digit(i + 1)));
+        value.push_back(static_cast<std::uint8_t>(hexValue(text[i]) << 4 | hexValue(text[i + 1])));
 }
 
 std::size_t RecordReader::placeIn(const char* name, const std::vector<const char*>& names) {

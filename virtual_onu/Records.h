@@ -23,6 +23,7 @@
 #include <nlohmann/json.hpp>
 
 #include "BadBoard.h"
+#include "HexDigits.h"
 #include "StateJson.h"
 
 namespace virtual_onu::persistence {
@@ -33,8 +34,6 @@ using Json = nlohmann::json;
 // as it was.
 std::string jsonText(const std::string& bytes);
 std::string bytesOf(const std::string& text);  // throws BadBoard
-
-std::string hexText(const std::vector<std::uint8_t>& bytes);
 
 std::string shownValue(const Json& value);  // for messages, shortened
 

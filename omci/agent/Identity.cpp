@@ -7,6 +7,7 @@
 #include <string>
 
 #include "hal/VornHal.h"
+#include "omci/message/ValueText.h"
 
 namespace omci {
 
@@ -16,12 +17,6 @@ using Text = std::array<char, 64>;
 
 std::string textOf(const Text& text) {
     return {text.data(), strnlen(text.data(), text.size())};
-}
-
-int hexDigit(char digit) {
-    if (digit >= '0' && digit <= '9') return digit - '0';
-    if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
-    return digit >= 'A' && digit <= 'F' ? digit - 'A' + 10 : -1;
 }
 
 // Bytes of two digits each from offset on; false, with bytes as they were, where there are others.

@@ -93,6 +93,12 @@ std::string hexText(ByteView bytes) {
     return text;
 }
 
+int hexDigit(char digit) {
+    if (digit >= '0' && digit <= '9') return digit - '0';
+    if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
+    return digit >= 'A' && digit <= 'F' ? digit - 'A' + 10 : -1;
+}
+
 std::string hexNumber(std::uint64_t number, std::size_t digits) {
     std::string text = "0x";
     for (std::size_t at = digits; at > 0; --at) text += kUpperDigits[number >> (at - 1) * 4 & 0xFU];

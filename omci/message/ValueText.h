@@ -18,6 +18,7 @@ std::string valueText(ClassId classId, const AttributeInfo& attribute, ByteView 
 std::string rowText(ClassId classId, AttributeNumber table, ByteView row);
 
 std::string hexText(ByteView bytes);                              // "0a1b"
+int hexDigit(char digit);                                         // -1 for a character that is none
 std::string hexNumber(std::uint64_t number, std::size_t digits);  // "0x0A1B"
 // "GEM port network CTP 0x0401"
 std::string entityText(EntityKey entity);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "HexDigits.h"
 #include "frames/Protocols.h"
 #include "kernel/Network.h"
 
@@ -16,12 +17,6 @@ using namespace protocols;
 constexpr Mac kIpv4Groups = 0x01005E000000, kIpv6Groups = 0x333300000000;
 constexpr std::size_t kMacText = 17;  // "02:00:5e:00:00:01"
 
-int digit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
-}
-
 }  // namespace
 
 Mac macOf(const std::string& text) {
@@ -29,7 +24,7 @@ Mac macOf(const std::string& text) {
     if (text.size() == kMacText) {
         int bad = 0;
         for (std::size_t i = 0; i < kMacText; i += 3) {
-            const int high = digit(text[i]), low = digit(text[i + 1]);
+            const int high = hexValue(text[i]), low = hexValue(text[i + 1]);
             bad |= high | low;
             if (i + 2 < kMacText && text[i + 2] != ':') bad = -1;
             mac = mac << 8 | ((static_cast<Mac>(high) << 4 | static_cast<Mac>(low)) & 0xFF);

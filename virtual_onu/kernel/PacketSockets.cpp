@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Core.h"
+#include "HexDigits.h"
 #include "kernel/Network.h"
 #include "libc/real/Descriptors.h"
 #include "libc/real/RealLibc.h"
@@ -133,17 +134,12 @@ void reset() {
 }
 
 nlohmann::json toJson() {
-    constexpr char kDigits[] = "0123456789abcdef";
     const auto sent = [] {
         const DeviceAccess lock(deviceMutex());
         return state().frames;
     }();
     auto frames = nlohmann::json::array();
-    for (const auto& frame : sent) {
-        std::string hex;
-        for (const auto byte : frame.bytes) hex += {kDigits[byte >> 4], kDigits[byte & 0xf]};
-        frames.push_back({{"device", frame.device}, {"bytes", hex}});
-    }
+    for (const auto& frame : sent) frames.push_back({{"device", frame.device}, {"bytes", hexText(frame.bytes)}});
     return frames;
 }
 

@@ -233,8 +233,6 @@ BusMessage described(const Message& message) {
     return result;
 }
 
-using persistence::hexText;
-
 // ---- as sections of a board file ----
 
 struct GatewayRecord {

@@ -2,16 +2,12 @@
 
 #include <sys/signalfd.h>
 
-#include <csignal>
+#include "running/io/AwaitedSignals.h"
 
 namespace vorn_onu {
 
 int endingSignals() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    const sigset_t signals = blockSignals({SIGTERM, SIGINT});
     return signalfd(-1, &signals, SFD_CLOEXEC);
 }
 

@@ -7,9 +7,9 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <initializer_list>
 #include <stdexcept>
 
+#include "running/io/AwaitedSignals.h"
 #include "running/io/Output.h"
 #include "running/io/Printed.h"
 
@@ -37,10 +37,7 @@ Screen::Screen() {
         throw std::runtime_error("a terminal is needed for this");
     if (tcgetattr(STDIN_FILENO, &before_) != 0)
         throw std::runtime_error("the terminal cannot be asked for its settings");
-    sigset_t awaited;
-    sigemptyset(&awaited);
-    for (const int one : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGWINCH}) sigaddset(&awaited, one);
-    pthread_sigmask(SIG_BLOCK, &awaited, &signalsBefore_);
+    const sigset_t awaited = blockSignals({SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGWINCH}, &signalsBefore_);
     signals_ = signalfd(-1, &awaited, SFD_CLOEXEC | SFD_NONBLOCK);
     termios raw = before_;
     raw.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);

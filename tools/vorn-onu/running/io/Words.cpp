@@ -1,8 +1,8 @@
 #include "running/io/Words.h"
 
-#include <array>
-#include <cstdio>
 #include <map>
+
+#include "HexDigits.h"
 
 namespace vorn_onu {
 
@@ -14,13 +14,7 @@ std::vector<std::uint8_t> bytesOfDigits(const std::string& digits) {
 }
 
 std::string hexText(const std::string& bytes) {
-    std::string text;
-    for (const char byte : bytes) {
-        std::array<char, 4> digits{};
-        std::snprintf(digits.data(), digits.size(), "%02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
-        text += digits.data();
-    }
-    return text;
+    return virtual_onu::hexText(bytes);
 }
 
 std::vector<std::string> withoutLikes(const std::vector<std::string>& lines) {

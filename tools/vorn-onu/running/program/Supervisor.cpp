@@ -10,6 +10,8 @@
 #include <set>
 #include <thread>
 
+#include "running/io/AwaitedSignals.h"
+
 namespace vorn_onu {
 
 namespace {
@@ -45,9 +47,7 @@ timespec timeOf(milliseconds length) {
 Supervisor::Supervisor() {
     adoptOrphans();
     std::signal(SIGCHLD, SIG_DFL);
-    sigemptyset(&awaited_);
-    for (const int one : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGCHLD}) sigaddset(&awaited_, one);
-    sigprocmask(SIG_BLOCK, &awaited_, &before_);
+    awaited_ = blockSignals({SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGCHLD}, &before_);
 }
 
 void Supervisor::reap() {

@@ -5,6 +5,8 @@
 #include <array>
 #include <stdexcept>
 
+#include "HexDigits.h"
+
 namespace vorn_onu::page {
 
 namespace {
@@ -13,12 +15,7 @@ std::string newToken() {
     std::array<unsigned char, 16> bytes{};
     if (getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
         throw std::runtime_error("no random numbers for a token");
-    std::string text;
-    for (const unsigned char byte : bytes) {
-        text += "0123456789abcdef"[byte >> 4U];
-        text += "0123456789abcdef"[byte & 15U];
-    }
-    return text;
+    return virtual_onu::hexText(bytes);
 }
 
 // In a time that does not tell where they differ.
