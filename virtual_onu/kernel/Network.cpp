@@ -112,7 +112,7 @@ void flushRoutes(const std::string& device) {
                  routes.end());
 }
 
-void leaveBridge(Device& device) {
+void removeFromBridge(Device& device) {
     deviceChanged();
     changedDevice(device);
     changedBridge(device.shown.master);
@@ -129,7 +129,7 @@ void leaveBridge(Device& device) {
 void erase(const std::string& name) {
     Device* device = find(name);
     datapath::bridgeRemoved(device->shown.index);
-    leaveBridge(*device);
+    removeFromBridge(*device);
     persistence::changed(persistence::kCounters, device->shown.index);
     changedBridge(name);
     if (const Bridge* bridge = findBridge(name)) {
@@ -259,7 +259,7 @@ int removePort(const std::string& bridgeName, const std::string& deviceName) {
     if (findBridge(bridgeName) == nullptr) return EOPNOTSUPP;
     Device* device = find(deviceName);
     if (device == nullptr || device->shown.master != bridgeName) return EINVAL;
-    leaveBridge(*device);
+    removeFromBridge(*device);
     return 0;
 }
 

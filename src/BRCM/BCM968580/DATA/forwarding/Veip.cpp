@@ -120,7 +120,7 @@ std::string takePlaceOf(std::uint16_t bridgeId) {
     return std::string(bridge.get()) + " cannot be removed";
 }
 
-// False: it is all there again, or `undone` says what is not.
+// False: it is all there again, or `rollback` says what is not.
 bool removeWholeVeip(EtherSwitchBcm380& engine, Rollback& rollback) {
     engine.removeVeipInterface();  // the devices on it, which the gateway has made
     sleep(1);
