@@ -1,4 +1,4 @@
-// Bridges and VLAN devices: created, joined, removed. Names are not null.
+// Bridges with their ports, and VLAN devices: created, removed. Names are not null.
 #ifndef KIT_DEVICES_H
 #define KIT_DEVICES_H
 

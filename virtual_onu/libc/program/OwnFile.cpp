@@ -21,10 +21,10 @@ std::string absolutePath(const std::string& path) {
 }
 
 OwnFile::OwnFile(std::string path) : path_(std::move(path)) {
-    if (exists()) openAnew();
+    if (exists()) reopen();
 }
 
-const OwnFile::Handle* OwnFile::openAnew() {
+const OwnFile::Handle* OwnFile::reopen() {
     const Handle* lost = handle_.load(std::memory_order_acquire);
     int fd = real::open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
     if (fd < 0) return nullptr;
@@ -45,7 +45,7 @@ bool OwnFile::append(const std::string& text) {
     if (!exists()) return true;
     const Handle* handle = handle_.load(std::memory_order_acquire);
     const bool lost = handle == nullptr || !(FileIdentity::of(handle->fd) == handle->file);
-    if (lost) handle = openAnew();
+    if (lost) handle = reopen();
     return handle != nullptr && writeAll(handle->fd, text);
 }
 

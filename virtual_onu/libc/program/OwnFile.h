@@ -32,7 +32,7 @@ private:
         int fd;
         FileIdentity file;
     };
-    const Handle* openAnew();  // null when the file cannot be opened
+    const Handle* reopen();  // null when the file cannot be opened
 
     std::string path_;
     std::atomic<const Handle*> handle_{

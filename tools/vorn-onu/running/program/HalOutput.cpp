@@ -17,7 +17,7 @@ namespace {
 
 // A file of this run's own in the place of an earlier run's, which may still write into it. Two runs that begin at once
 // take turns.
-int openAnew(const std::string& path) {
+int reopen(const std::string& path) {
     int descriptor = -1;
     for (int attempt = 0; descriptor < 0 && attempt < 20; ++attempt) {
         unlink(path.c_str());
@@ -36,7 +36,7 @@ void flushAll() {
 
 HalOutput::HalOutput(const std::string& scenarioFile) {
     path_ = ownDirectory() + "/" + std::filesystem::path(scenarioFile).stem().string() + ".hal.log";
-    const int writer = openAnew(path_);
+    const int writer = reopen(path_);
     // The same file by its descriptor: its name may already be another run's.
     reader_ = writer < 0 ? -1 : open(("/proc/self/fd/" + std::to_string(writer)).c_str(), O_RDONLY | O_CLOEXEC);
     flushAll();
