@@ -306,7 +306,7 @@ int settleState() {
         clearMarks();
         dropLeftQueues();
     }
-    for (const std::string& hindered : again) runOperation(hindered);
+    for (const std::string& operation : again) runOperation(operation);
     if (removal.removedCount() > 0)
         logLine(kStateSettle, kLogInfo,
                 LogText("%d things that nobody has asked for are taken away", removal.removedCount()));
