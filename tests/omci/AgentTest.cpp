@@ -352,8 +352,8 @@ protected:
         ASSERT_EQ(sendWindow(0, 4), Result::kSuccess);
         ASSERT_EQ(sendWindow(4, 3), Result::kSuccess);
         ASSERT_EQ(end(crc32(software)), Result::kSuccess);
-        EXPECT_EQ(get(kSpare, maskOf(attr::software_image::kVersion)).values, hex("56323030 00000000 00000000 0000"))
-            << "V200, of 200 bytes";
+        const auto version = get(kSpare, maskOf(attr::software_image::kVersion)).values;
+        EXPECT_EQ(std::string(version.begin(), version.begin() + 14), "V200" + std::string(10, '\0')) << "of 200 bytes";
     }
     std::string marks(InstanceId image) {
         const Entity& entity = *agent.mib().find(class_id::kSoftwareImage, image);

@@ -6,15 +6,13 @@
 #include <nlohmann/json.hpp>
 
 #include "support/Emulated.h"
+#include "support/Sanitized.h"
 #include "support/Wait.h"
 #include "tools/vorn-onu/RunProgram.h"
 
 namespace {
 
 using nlohmann::json;
-
-const bool kThreadsEndWithFork = std::string(VORN_SANITIZERS).find("thread") != std::string::npos;
-constexpr const char* kWhyNoFork = "the thread sanitizer allows no new threads after a fork";
 
 bool hasDevice(const json& state, const std::string& name) {
     if (!state.is_object()) return false;

@@ -22,7 +22,7 @@ std::string upAndDown(const TaggingTable& table, const Frame& frame) {
     const Tagging up = table.upstream(frame);
     if (up.fate != Tagging::Fate::Passes) return "dropped";
     Frame there = up.frame;
-    const Tagging down = table.downstream(there, 3);
+    const Tagging down = table.downstream(there, 3, Untaken::LeftToTheOnu);
     Frame back = down.frame;
     return there.text() + " / " + (down.fate == Tagging::Fate::Passes ? back.text() : "not passed");
 }
@@ -55,6 +55,26 @@ TEST(AuditModel, RowsActByTheirOrderAndTheInverseGivesBackWhatWasCopied) {
     deletion.outerTreatment = deletion.innerTreatment = {15, 8191, 7};
     table.set(deletion);
     EXPECT_EQ(upAndDown(table, tagged({{0x8100, 6, false, 7}})), "VID 7 p6, IPv4 / not passed");
+}
+
+// The first row that writes a frame's VIDs takes p-bits that no row writes.
+TEST(AuditModel, ByG988FramesThatNoRowTakesGoByTheirVidOrAreDropped) {
+    TaggingTable table;
+    const auto down = [&](std::uint8_t pbits, std::uint16_t vid) {
+        const Tagging tagging = table.downstream(tagged({{0x8100, pbits, false, vid}}), 3, Untaken::ByVidOrDropped);
+        return tagging.fate == Tagging::Fate::Passes ? tagging.frame.text() : "dropped";
+    };
+    EXPECT_EQ(down(1, 200), "VID 200 p1, IPv4") << "nobody has set a row";
+    for (const unsigned vid : {20U, 30U}) {
+        TaggingRow row;
+        row.innerFilter = {8, vid, 4};
+        row.tagsToRemove = 1;
+        row.innerTreatment = {vid / 10, 200, 4};
+        table.set(row);
+    }
+    EXPECT_EQ(down(3, 200), "VID 30 p0, IPv4");
+    EXPECT_EQ(down(5, 200), "VID 20 p0, IPv4");
+    EXPECT_EQ(down(2, 201), "dropped");
 }
 
 TEST(AuditModel, ForwardOperationsCompareWhatTheyName) {

@@ -54,9 +54,10 @@ TEST(Show, AStepShowsItsArgumentsItsOutcomeAndTheAuthorsWords) {
                      "8  configureBridge           bridgeId 3, uniPort 0  → + br3 gpon3 gpon3.3\n",
                      // rules that do not fit in their columns, by the numbers that a frame's walk names
                      "    18  single-tagged frames with VID 20, TPID 0x8100:\n"
-                     "        set VID 200, p-bits 5, TPID 0x8100\n",
+                     "            set VID 200, p-bits 5, TPID 0x8100\n",
                      "    16-17  single-tagged frames with VID 100, p-bits 0, TPID 0x8100:\n"
-                     "        pop the outer tag (rule occurs twice)\n",
+                     "               pop the outer tag (rule occurs twice)\n",
+                     "    19     single-tagged frames with VID 200, p-bits 5, TPID 0x8100:\n",
                      "→ - sid0.3, -5 rules, -2 flows"});
 }
 

@@ -90,11 +90,16 @@ std::string ruleLines(const std::vector<RuleLine>& rules, const Terminal& termin
     Table table;
     for (const auto& [numbers, frames, action] : rules) table.row({numbers, frames, action});
     if (table.fits(terminal, kIndent)) return table.text(terminal, kIndent);
+    std::size_t widest = 0;
+    for (const RuleLine& rule : rules) widest = std::max(widest, rule.numbers.size());
+    constexpr std::size_t kGap = 2;
+    const std::size_t framesAt = kIndent + widest + kGap, actionAt = framesAt + kIndent;
     std::string text;
-    for (const auto& [numbers, frames, action] : rules)
-        for (const auto& [line, indent] :
-             {std::make_pair(numbers + "  " + frames, kIndent), std::make_pair(action, 2 * kIndent)})
-            text += std::string(indent, ' ') + hanging(line, terminal.width(), indent) + "\n";
+    for (const auto& [numbers, frames, action] : rules) {
+        text += std::string(kIndent, ' ') + numbers + std::string(widest + kGap - numbers.size(), ' ') +
+                hanging(frames, terminal.width(), framesAt) + "\n" + std::string(actionAt, ' ') +
+                hanging(action, terminal.width(), actionAt) + "\n";
+    }
     return text;
 }
 

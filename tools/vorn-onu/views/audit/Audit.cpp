@@ -118,15 +118,12 @@ Answer Auditor::downAnswer(const UniPort& port, unsigned gemPort, const Frame& f
         if (ani.mapper.all().count(gemPort) == 0) continue;
         if (answer.copies.empty()) answer.subject = filterText(ani);
         if (!ani.filter.passes(frame)) continue;
-        const Tagging tagging = port.table.downstream(frame, ani.bridge);
-        const bool isUntaken = tagging.fate == Tagging::Fate::Open;
-        const bool isDecided = port.table.downstreamMode == 0 && untaken_ == Untaken::Dropped;
-        answer.open = answer.open || (isUntaken && !isDecided);
+        const Tagging tagging = port.table.downstream(frame, ani.bridge, untaken_);
+        answer.open = answer.open || tagging.fate == Tagging::Fate::Open;
         answer.byRow = true;
         answer.subject =
             tagging.row ? rowText(*tagging.row) : "downstream mode " + std::to_string(port.table.downstreamMode);
-        const bool passes = tagging.fate == Tagging::Fate::Passes || (isUntaken && port.table.isUntouched());
-        if (passes) answer.copies.push_back({std::nullopt, tagging.frame.tags});
+        if (tagging.fate == Tagging::Fate::Passes) answer.copies.push_back({std::nullopt, tagging.frame.tags});
     }
     return answer;
 }
@@ -244,7 +241,7 @@ std::size_t Result::differing() const {
 }
 
 Untaken untakenWith(const std::string& forwarding) {
-    return forwarding == kByG988 ? Untaken::Dropped : Untaken::LeftToTheOnu;
+    return forwarding == kByG988 ? Untaken::ByVidOrDropped : Untaken::LeftToTheOnu;
 }
 
 Result auditOf(const AskedServices& asked, const Device& device, Untaken untaken) {

@@ -39,9 +39,6 @@ struct Result {
 // Sends a frame into a place ("sid0", "gem 1001").
 using Device = std::function<virtual_onu::Walk(const std::string& from, const Frame& frame)>;
 
-// Frames that come down in downstream mode 0 and that no row's inverse takes: the standard says nothing of them. A
-// device that forwards by G.988 drops them, unless its port has the rows from the start alone.
-enum class Untaken { LeftToTheOnu, Dropped };
 Untaken untakenWith(const std::string& forwarding);  // "contract" or "g988"
 
 Result auditOf(const AskedServices& asked, const Device& device, Untaken untaken);

@@ -298,7 +298,18 @@ Frame TaggingTable::inverse(const TaggingRow& row, const Frame& frame, Inversion
     return back;
 }
 
-Tagging TaggingTable::downstream(const Frame& frame, unsigned bridge) const {
+std::optional<Tagging> TaggingTable::inverted(const Frame& frame, unsigned bridge, Inversion compared,
+                                              Inversion restored) const {
+    for (const TaggingRow& row : rows_) {
+        // What passes everything else has no inverse of its own, nor has what drops.
+        const bool passesRest = row.isDefaultRow() && (row.tags() > 0 || row.added().empty());
+        if (passesRest || row.tagsToRemove == kDropFrame || (row.bridge && *row.bridge != bridge)) continue;
+        if (isTreated(row, frame, compared)) return Tagging{Tagging::Fate::Passes, inverse(row, frame, restored), row};
+    }
+    return std::nullopt;
+}
+
+Tagging TaggingTable::downstream(const Frame& frame, unsigned bridge, Untaken untaken) const {
     constexpr unsigned kPassAll = 1, kDropAll = 8;
     if (downstreamMode == kPassAll) return {Tagging::Fate::Passes, frame, std::nullopt};
     if (downstreamMode == kDropAll) return {Tagging::Fate::Dropped, frame, std::nullopt};
@@ -306,13 +317,13 @@ Tagging TaggingTable::downstream(const Frame& frame, unsigned bridge) const {
                                            {false, true}, {true, true}, {true, false}, {false, true}};
     if (downstreamMode > kDropAll) return {Tagging::Fate::Open, frame, std::nullopt};
     const Inversion by = kModes[downstreamMode];
-    for (const TaggingRow& row : rows_) {
-        // What passes everything else has no inverse of its own, nor has what drops.
-        const bool passesRest = row.isDefaultRow() && (row.tags() > 0 || row.added().empty());
-        if (passesRest || row.tagsToRemove == kDropFrame || (row.bridge && *row.bridge != bridge)) continue;
-        if (isTreated(row, frame, by)) return {Tagging::Fate::Passes, inverse(row, frame, by), row};
+    if (const auto taken = inverted(frame, bridge, by, by)) return *taken;
+    if (downstreamMode == 0) {
+        if (untaken == Untaken::LeftToTheOnu) return {Tagging::Fate::Open, frame, std::nullopt};
+        constexpr Inversion kByVid = {true, false};
+        if (const auto taken = inverted(frame, bridge, kByVid, by)) return *taken;
+        return {isUntouched() ? Tagging::Fate::Passes : Tagging::Fate::Dropped, frame, std::nullopt};
     }
-    if (downstreamMode == 0) return {Tagging::Fate::Open, frame, std::nullopt};
     constexpr unsigned kLastThatPasses = 4;
     return {downstreamMode <= kLastThatPasses ? Tagging::Fate::Passes : Tagging::Fate::Dropped, frame, std::nullopt};
 }

@@ -59,6 +59,11 @@ struct Tagging {
     std::optional<TaggingRow> row;  // that said so
 };
 
+// Downstream mode 0 and frames that the inverse of no row takes with just the VIDs and p-bits it writes: the standard
+// says nothing of them. By G.988 forwarding the first row that writes their VIDs takes them, and what none takes is
+// dropped, unless the port has the rows from the start alone.
+enum class Untaken { LeftToTheOnu, ByVidOrDropped };
+
 class TaggingTable {
 public:
     TaggingTable();  // the three rows that are there from the start pass everything
@@ -68,11 +73,9 @@ public:
     // Adds, replaces or, where the row is a deletion, deletes.
     void set(const TaggingRow& row);
     const std::vector<TaggingRow>& rows() const { return rows_; }
-    // No row but the three from the start: nobody has set, replaced or deleted one.
-    bool isUntouched() const;
     Tagging upstream(const Frame& frame) const;
     // Of a frame from this bridge.
-    Tagging downstream(const Frame& frame, unsigned bridge) const;
+    Tagging downstream(const Frame& frame, unsigned bridge, Untaken untaken) const;
 
 private:
     // Which fields of the added tags a downstream mode looks at and takes back.
@@ -88,6 +91,10 @@ private:
                                     unsigned TagField::*field) const;
     VlanTag restored(const TaggingRow& row, std::size_t place, const Frame& frame, Inversion by) const;
     Frame inverse(const TaggingRow& row, const Frame& frame, Inversion by) const;
+    // By the first row that wrote the compared fields of the frame; none where no row did.
+    std::optional<Tagging> inverted(const Frame& frame, unsigned bridge, Inversion compared, Inversion restored) const;
+    // No row but the three from the start: nobody has set, replaced or deleted one.
+    bool isUntouched() const;
     std::vector<TaggingRow> rows_;  // in the order in which they are tried
 };
 

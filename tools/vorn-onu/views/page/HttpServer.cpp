@@ -171,7 +171,7 @@ private:
             answer(response, kDone, {{"good", guard_.changeRefusal(askingOf(request)).empty()}});
         });
         looks("/events", [this](const Request& request, Response& response) {
-            stream(response, guard_.whyNotChange(askingOf(request)).empty());
+            stream(response, guard_.changeRefusal(askingOf(request)).empty());
         });
         server_.Post("/step", [this](const Request& request, Response& response) { step(request, response); });
         server_.set_error_handler([](const Request&, Response& response) {
