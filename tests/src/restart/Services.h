@@ -38,6 +38,8 @@ struct Service {
         for (Work& call : ownCalls()) all.push_back(std::move(call));
         return all;
     }
+    // What configureAniTagRules is called with.
+    BridgeServiceProvisioning record() const { return kind == Kind::Multicast ? group() : listed(); }
 
 private:
     Calls ponCalls() const {
@@ -49,20 +51,18 @@ private:
                 asksForBridge(bridge())};
     }
     Calls ownCalls() const {
-        const auto rules = [](const BridgeServiceProvisioning& record) {
-            return asks(&VornHal::vorn_omci_hal_configureAniTagRules, record);
-        };
+        const Work rules = asks(&VornHal::vorn_omci_hal_configureAniTagRules, record());
         switch (kind) {
             case Kind::Veip:
-                return {rules(listed()), [own = *this](VornHal& hal) {
+                return {rules, [own = *this](VornHal& hal) {
                             const std::string list = own.filterList();
                             const auto* const text = reinterpret_cast<const unsigned char*>(list.c_str());
                             hal.vorn_omci_hal_veip_createRules(own.gemPort(), own.bridge(), 0, 1, text, 2);
                         }};
             case Kind::Multicast:
-                return {asksForBridge(bridge(), uniPort()), rules(group())};
+                return {asksForBridge(bridge(), uniPort()), rules};
             default:
-                return {rules(listed()), asks(&VornHal::vorn_omci_hal_filter_flow_add, uniRow())};
+                return {rules, asks(&VornHal::vorn_omci_hal_filter_flow_add, uniRow())};
         }
     }
 
