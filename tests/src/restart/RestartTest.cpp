@@ -55,8 +55,8 @@ struct DeviceLosses {
         onu.addGemPort(2002, 9, 256);
         const TmctlIf interface { 1 };
         tmctl_portTmUninit(TMCTL_DEV_GPON, &interface);
-        for (const char* command :
-             {"brctl delif br0 sid2", "brctl addbr br7", "ifconfig gpondef down", "ifconfig gpon3.3 down"})
+        for (const char* command : {"brctl delif br0 sid2", "brctl addbr br7", "ifconfig gpondef down",
+                                    "ifconfig gpon3.3 down", "ifconfig br3 down", "brctl delbr br3"})
             EXPECT_EQ(std::system(command), 0);
     }
 };
@@ -94,6 +94,7 @@ TEST_F(Restart, WhatTheDeviceNoLongerHasIsForgottenAndWhatItHasTooMuchIsNamed) {
     onu().clearTrace();
     EXPECT_GT(second.open(state()), 0);
     for (const char* line : {
+             "br3 is no longer there: forgotten",
              "sid0.3 is no longer there: forgotten",
              "sid2 is no longer on br0: forgotten",
              "br7 is on the device and not in the state",
@@ -106,11 +107,12 @@ TEST_F(Restart, WhatTheDeviceNoLongerHasIsForgottenAndWhatItHasTooMuchIsNamed) {
              "gpondef direction 0 tags 1: 2 rules, 1 more than in the state",
          })
         EXPECT_TRUE(saidThat(line)) << line;
-    EXPECT_EQ(said().size(), 11U) << ::testing::PrintToString(said());
+    EXPECT_EQ(said().size(), 12U) << ::testing::PrintToString(said());
 
     // It provisions again what was lost, and nothing occurs twice.
-    make(second, 0, 2);
+    make(second, 0, 3);
     make(second, 4, 5);
+    EXPECT_EQ(onu().bridge("br3").value().members(), (std::vector<std::string>{"gpon3.3", "sid0.3"}));
     EXPECT_TRUE(onu().gemPort(kGemPort)->enabled);
     EXPECT_EQ(onu().rules("sid0", 0, 0).size(), 1U);
 }
