@@ -63,22 +63,22 @@ struct Reported {
 };
 
 // The device without what a rule or a device that was recreated has new: numbers that count up, counters, addresses
-// that a bridge has learned; and without the frames of the HAL's own, which an operation that is made again sends
-// again.
+// that a bridge has learned.
 json leveled(json value) {
     if (value.is_object())
-        for (const char* counted : {"id", "index", "mac", "statistics", "learned", "packetFrames"})
-            value.erase(counted);
+        for (const char* counted : {"id", "index", "mac", "statistics", "learned"}) value.erase(counted);
     if (value.is_structured())
         for (auto& part : value) part = leveled(part);
     return value;
 }
 
-// Between two operations nothing is made again: the device is the same to the last number. Remarks are of the process.
+// Between two operations nothing is made again: the device is the same to the last number. Remarks and the frames that
+// the HAL has sent are of the process.
 json lasting(const json& device, bool toTheLastNumber) {
     json kept;
     for (const char* part : {"network", "vlan"})
         kept[part] = toTheLastNumber ? device.at(part) : leveled(device.at(part));
+    kept["network"].erase("packetFrames");
     kept["pon"] = device.at("pon");
     kept["runner"] = device.at("runner").at("objects");
     if (toTheLastNumber) kept["board"] = device.at("board");

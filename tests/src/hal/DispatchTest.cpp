@@ -1,5 +1,7 @@
 // What the board's HAL object answers in the slots that it fills, and what an operation reaches. The slots that it
 // leaves to the interface: OperationListTest.cpp.
+#include <unistd.h>
+
 #include <cstring>
 
 #include "BRCM/BCM968580/omci_brcm_hal.h"
@@ -32,6 +34,7 @@ unsigned char noFilters[] = "";
 unsigned word;
 int level;
 constexpr const char* kNothing = "";
+constexpr const char* kDetached = "\nDetached from terminal";  // unless the test leads a session already
 
 void fillRecords() {
     row.bridgeId = host.bridgeId = 3;
@@ -57,7 +60,7 @@ struct Slot {
 // In an order in which a daemon may call them.
 const Slot kSlots[] = {
     SLOT(vorn_test_call(), 4, 4, kNothing, ""),
-    SLOT(vorn_omci_hal_init(), 0, 0, "\nDetached from terminal", "cmsMsg_init(60"),
+    SLOT(vorn_omci_hal_init(), 0, 0, kDetached, "cmsMsg_init(60"),
     SLOT(vorn_omci_hal_nvram_info_get(), 0, 0, kNothing, "nandReadNvramData("),
     SLOT(vorn_omci_hal_sn_get(bytes, sizeof bytes), 0, 0, kNothing, "wrote VONU00000001"),
     SLOT(vorn_omci_hal_mac_get(bytes, sizeof bytes), 0, 0, kNothing, "wrote 02:10:20:30:40:50"),
@@ -95,6 +98,7 @@ const Slot kSlots[] = {
 
 TEST_F(Dispatch, EveryOperationOfTheBoardAnswersWithAndWithoutAnEngine) {
     fillRecords();
+    const bool leadsSession = getsid(0) == getpid();
     for (const Slot& slot : kSlots) {
         onu().clearTrace();
         std::memset(bytes, 0, sizeof bytes);
@@ -102,7 +106,9 @@ TEST_F(Dispatch, EveryOperationOfTheBoardAnswersWithAndWithoutAnEngine) {
         // The thread that the initialisation starts says this during whichever call it comes to it.
         const std::string indication = "\nSent OMCI App Indication to SSK";
         if (const auto at = printed.find(indication); at != std::string::npos) printed.erase(at, indication.size());
-        EXPECT_EQ(printed.rfind(slot.printed, 0), 0u) << slot.name << " prints: " << printed;
+        const bool mayDetach = slot.printed != kDetached || !leadsSession;
+        EXPECT_EQ(printed.rfind(mayDetach ? slot.printed : "Could not detach", 0), 0u)
+            << slot.name << " prints: " << printed;
         std::string seen = "wrote " + std::string(reinterpret_cast<const char*>(bytes)) + "\n";
         for (const auto& line : onu().traceTexts()) seen += line + "\n";
         EXPECT_NE(seen.find(slot.evidence), std::string::npos) << slot.name << ", seen:\n" << seen;
