@@ -1,4 +1,5 @@
-// From VLAN tagging filter data and a p-bit map to the HAL's records for the PON side of a bridge.
+// VLAN tagging filter data and p-bit maps, and the HAL's records for the PON side of a bridge that come of them:
+// contract/AniRecords, StandardRules.
 #ifndef OMCI_SERVICES_ANI_RULES_H
 #define OMCI_SERVICES_ANI_RULES_H
 
@@ -39,8 +40,8 @@ struct AniRules {
 // Rules that the HAL keeps of one GEM port of a bridge, or of one port; it forgets those behind them.
 constexpr unsigned kMaxRules = 96;
 
-AniRules aniRules(std::uint16_t bridgeId, const GemService& gem, const VlanFilter& filter);
-
+// A TCI that names p-bits alone.
+std::uint16_t priorityTci(unsigned priority);
 // The TCIs by which the gateway is notified of a GEM port's services: the filter's, with p-bits that go up in this GEM
 // port.
 std::vector<std::uint16_t> announcedTcis(const GemService& gem, const VlanFilter& filter);

@@ -12,7 +12,6 @@
 #include "omci/services/GemIndexes.h"
 #include "omci/services/Performer.h"
 #include "omci/services/Piece.h"
-#include "omci/services/UniDifference.h"
 
 namespace omci::services {
 

@@ -5,6 +5,7 @@
 #include "omci/services/Difference.h"
 #include "omci/services/Numbers.h"
 #include "omci/services/StandardRules.h"
+#include "omci/services/contract/UniDifference.h"
 
 namespace omci::services {
 
@@ -83,8 +84,8 @@ void Difference::undoBridge(Change& change, std::uint16_t number) {
 
 void Difference::undoAdjusted(Change& change, PieceKey key) {
     Slot& slot = slots_[key];
-    UniChange uni =
-        standard_ ? standardChange(slot.rules, *slot.wanted->rules) : uniChange(slot.rules, *slot.wanted->rules);
+    UniChange uni = standard_ ? standardChange(slot.rules, *slot.wanted->rules)
+                              : contract::uniChange(slot.rules, *slot.wanted->rules);
     if (uni.whole && slot.asked) {
         for (const HalCall& call : slot.current->undo) ask(change, call, slot.current->cause);
         slot.asked = false;

@@ -48,6 +48,14 @@ enum class AniPlace : std::uint8_t { kNamedVlans, kAnyVlan, kMulticast };
 using UniRulePtr = std::shared_ptr<const UniRule>;
 using UniRules = std::vector<UniRulePtr>;
 
+// From the rules of a port that the HAL has to those that are wanted.
+struct UniChange {
+    bool whole = false;  // rows cannot be taken back singly: everything goes, and all rules are recreated
+    UniRules remove;     // in this order
+    UniRules add;        // in this order
+    UniRules after;      // the rules that exist then, in the order in which the HAL tries them
+};
+
 struct Piece {
     PieceKey key;
     std::vector<HalCall> make;  // of a UNI empty: its rules say it

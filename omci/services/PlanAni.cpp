@@ -5,6 +5,7 @@
 #include "omci/services/Numbers.h"
 #include "omci/services/Plan.h"
 #include "omci/services/StandardRules.h"
+#include "omci/services/contract/AniRecords.h"
 
 namespace omci::services {
 
@@ -192,7 +193,7 @@ void Planner::planAniService(const BridgePort& port, const GemService& service,
     }
     const AniRules rules = context_.settings.standardForwarding
                                ? standardAniRules(port.number, service, filter, multicast.has_value())
-                               : aniRules(port.number, service, filter);
+                               : contract::aniRules(port.number, service, filter);
     const EntityKey filterKey = entity != nullptr ? entity->key() : port.port->key();
     for (const std::string& reason : rules.problems) problem(filterKey, reason.c_str());
     if (rules.records.empty()) return;

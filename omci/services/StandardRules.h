@@ -1,12 +1,12 @@
 // Records for a HAL whose forwarding is that of G.988: a row, a filter or a mapper is asked for as the standard has it,
-// and the HAL sees to order and to what belongs together. UniRules and AniRules are for the HAL's contract.
+// and the HAL sees to order and to what belongs together. For the HAL's contract: contract/.
 #ifndef OMCI_SERVICES_STANDARD_RULES_H
 #define OMCI_SERVICES_STANDARD_RULES_H
 
 #include <vector>
 
 #include "omci/services/AniRules.h"
-#include "omci/services/UniDifference.h"
+#include "omci/services/Piece.h"
 #include "omci/services/UniRules.h"
 
 namespace omci::services {

@@ -1,10 +1,10 @@
-#include "omci/services/UniDifference.h"
+#include "omci/services/contract/UniDifference.h"
 
 #include <algorithm>
 #include <optional>
 #include <utility>
 
-namespace omci::services {
+namespace omci::services::contract {
 
 namespace {
 
@@ -90,4 +90,4 @@ UniChange uniChange(const std::vector<UniRulePtr>& current, const std::vector<Un
     return change;
 }
 
-}  // namespace omci::services
+}  // namespace omci::services::contract
