@@ -9,6 +9,7 @@ import json
 import os
 import re
 import shutil
+import signal
 import socket
 import struct
 import subprocess
@@ -156,17 +157,23 @@ class Living(unittest.TestCase):
         self.folder = tempfile.mkdtemp()
         os.chmod(self.folder, 0o700)
         self.environment = dict(os.environ, XDG_RUNTIME_DIR=self.folder, NO_COLOR="1", TMPDIR=self.folder)
+        self.start()
+
+    def start(self):
         self.output = open(self.file("output"), "w+b")
         self.onu = subprocess.Popen(
             [TOOL, "omci", "--listen", "udp:127.0.0.1:0", "--name", "olt", *(word.format(self.folder) for word in self.options)],
             stdout=self.output, stderr=self.output, env=self.environment)
         self.olt = Olt(("127.0.0.1", int(self.printed(r"udp:127\.0\.0\.1:(\d+)"))))
 
-    def tearDown(self):
+    def stop(self, signal=signal.SIGTERM):
         self.olt.close()
-        self.onu.terminate()
+        self.onu.send_signal(signal)
         self.onu.wait(60)
         self.output.close()
+
+    def tearDown(self):
+        self.stop()
         shutil.rmtree(self.folder)
 
     def file(self, name):

@@ -180,12 +180,14 @@ nlohmann::json toJson() {
 void VirtualOnu::setBaseMac(const std::string& mac) {
     const auto bytes = parsedMac(mac);
     const DeviceAccess lock(deviceMutex());
+    if (boardState().baseMac == bytes) return;
     boardState().baseMac = bytes;
     persistence::changed(persistence::kIdentity);
 }
 
 void VirtualOnu::setSerialNumber(const std::string& text) {
     const DeviceAccess lock(deviceMutex());
+    if (boardState().serialNumber == text) return;
     boardState().serialNumber = text;
     persistence::changed(persistence::kIdentity);
 }

@@ -1,7 +1,10 @@
 // The words of the command line: what is refused, what is meant instead, help and manual page.
 #include <algorithm>
+#include <regex>
 #include <sstream>
+#include <stdexcept>
 
+#include "commands/BoardChoice.h"
 #include "tools/vorn-onu/RunProgram.h"
 #include "views/Terminal.h"
 
@@ -59,6 +62,63 @@ TEST(CommandLine, HelpVersionAndHelpOfACommandAreAnswered) {
     for (const ProgramResult& at : {runProgram({kTool, "at", "--help"}), runProgram({kTool, "at", "lab"})})
         EXPECT_EQ(at.output.find("restart"), std::string::npos) << "every board refuses it: " << at.output;
     EXPECT_EQ(send.output, runProgram({kTool, "send", "--help"}).output);
+}
+
+// The library names its variables where it refuses one that it does not know.
+TEST(CommandLine, EveryVariableThatIsReadIsInHelpEnvironmentAndTheManualPage) {
+    const std::string refused = runProgram({"env", "VORN_ONU_NONE=1", kTool, "help"}).output;
+    const std::string help = runProgram({"env", "COLUMNS=1000", kTool, "help", "environment"}).output;
+    const std::string page = runProgram({kTool, "help", "--man"}).output;
+    std::size_t names = 0;
+    const std::regex variable("VORN_[A-Z_]+[A-Z]");
+    for (std::sregex_iterator one(refused.begin(), refused.end(), variable), end; one != end; ++one) {
+        if (one->str() == "VORN_ONU_NONE") continue;
+        ++names;
+        expectHas(help, {"\n  " + one->str() + "  "});
+        expectHas(page, {"\n.TP\n\\fB" + one->str() + "\\fR\n"});
+    }
+    EXPECT_GE(names, 8u) << refused;
+    expectHas(help, {"\n  VORN_HAL_STATE ", "\n  VORN_HAL_FORWARDING ", "\n  XDG_RUNTIME_DIR "});
+}
+
+TEST(CommandLine, ABoardIsNumberedByItsHostName) {
+    const struct {
+        const char *host, *serialNumber, *baseMac;  // "": refused
+    } cases[] = {{"onu-0", "VORN00000000", "02:10:00:00:00:00"},
+                 {"onu-17", "VORN00000011", "02:10:00:00:01:10"},
+                 {"rack2-onu-0255", "VORN000000FF", "02:10:00:00:0f:f0"},
+                 {"4294967295", "VORNFFFFFFFF", "02:1f:ff:ff:ff:f0"},
+                 {"onu-4294967296", "", ""},
+                 {"onu-99999999999999999999", "", ""},
+                 {"onu-1a", "", ""},
+                 {"", "", ""}};
+    for (const auto& one : cases) {
+        SCOPED_TRACE(one.host);
+        if (*one.serialNumber == '\0') {
+            EXPECT_THROW(vorn_onu::boardOfHost(one.host, "VORN"), std::invalid_argument);
+            continue;
+        }
+        const vorn_onu::BoardStart start = vorn_onu::boardOfHost(one.host, "VORN");
+        EXPECT_EQ(start.serialNumber, one.serialNumber);
+        EXPECT_EQ(start.baseMac, one.baseMac);
+    }
+}
+
+TEST(CommandLine, AProgramOfExecHasTheIdentityThatIsTypedOrInTheEnvironment) {
+    const std::vector<std::string> rest = {"--quiet", "--json", "-", "--", kDaemon};
+    std::vector<std::string> words = {
+        "env",         "VORN_ONU_SERIAL=ABCD0000000f", "VORN_ONU_MAC=02:10:00:00:00:f0", kTool, "exec", "--serial",
+        "VORN0000000a"};
+    words.insert(words.end(), rest.begin(), rest.end());
+    const std::string typed = runProgram(words).output;
+    expectHas(typed, {"\"serialNumber\": \"VORN0000000a\"", "\"baseMac\": \"02:10:00:00:00:f0\""});
+    for (const char* wrong : {"VORN_ONU_SERIAL=VORN000000", "VORN_ONU_MAC=03:10:00:00:00:f0", "VORN_ONU_MAC=no"}) {
+        words = {"env", wrong, kTool, "exec"};
+        words.insert(words.end(), rest.begin(), rest.end());
+        const ProgramResult result = runProgram(words);
+        EXPECT_EQ(result.code, 2) << wrong;
+        expectHas(result.output, {std::string_view(wrong).substr(0, std::string_view(wrong).find('='))});
+    }
 }
 
 // Descriptions are broken in their column. Only a command to copy may be wider.

@@ -6,9 +6,11 @@
 #include <CLI/CLI.hpp>
 
 #include "commands/Commands.h"
+#include "commands/EnvironmentVariables.h"
 #include "commands/HelpFormat.h"
 #include "running/io/Output.h"
 #include "running/scenario/fields/Problem.h"
+#include "views/Terminal.h"
 
 namespace vorn_onu {
 
@@ -24,6 +26,8 @@ constexpr AddCommand kCommands[] = {addRun, addSend, addAudit, addOmci,   addExe
 
 // Its exit code is the program's own.
 constexpr const char* kRunsPrograms = "exec";
+
+constexpr std::size_t kUnbroken = 1000;  // columns; the formatter breaks lines
 
 // The exit code when all is said. Words that got lost are no success, whatever they were about.
 int ended(int code, bool isOfAProgram) {
@@ -47,21 +51,13 @@ std::vector<std::string> optionNames(const CLI::App& app) {
     return names;
 }
 
-std::string topicText(const Topic& topic) {
-    std::string text = topic.title + ":\n";
-    std::size_t width = 0;
-    for (const auto& row : topic.rows) width = std::max(width, row.first.size());
-    for (const auto& [name, meaning] : topic.rows)
-        text += "  " + name + std::string(width - name.size() + 2, ' ') + meaning + "\n";
-    return text;
-}
-
 std::string footer() {
     std::string text;
-    for (const Topic& topic : commonTopics()) text += topicText(topic) + "\n";
+    for (const Topic& topic : commonTopics()) text += topicText(topic, kUnbroken) + "\n";
     text += "Examples:\n";
     for (const std::string& line : examples()) text += "  " + line + "\n";
-    return text + "\nvorn-onu help COMMAND tells more of a command.";
+    return text +
+           "\nvorn-onu help COMMAND tells more of a command, vorn-onu help environment of the variables that are read.";
 }
 
 // "vorn-onu diff BEFORE AFTER"
@@ -80,18 +76,24 @@ const std::vector<Topic>& commonTopics() {
          {{"0", "all expectations held"},
           {"1", "one did not"},
           {"2", "bad input, or an output that cannot be written"}}},
-        {"Environment",
-         {{"NO_COLOR", "no colours on a terminal"},
-          {"COLUMNS", "the width of what is shown, where there is no window"},
-          {"TMPDIR", "where logs, snapshots and sockets are, otherwise /tmp"},
-          {"XDG_RUNTIME_DIR", "where the sockets of boards are instead"},
-          {"VORN_HAL_FORWARDING", "contract or g988, where --forwarding is not given"},
-          {"VORN_HAL_STATE", "the HAL's state file, for a daemon that names none"}}},
         {"Files",
          {{"$TMPDIR/vorn-onu.UID", "logs and snapshots of programs, and boards/"},
           {"$XDG_RUNTIME_DIR/vorn-onu", "sockets of boards that others can reach"},
           {"/usr/share/doc/vorn-onu", "documents and scenarios"}}}};
     return topics;
+}
+
+Topic environmentTopic() {
+    return {"Environment", environmentVariables()};
+}
+
+std::string topicText(const Topic& topic, std::size_t width) {
+    std::string text = topic.title + ":\n";
+    std::size_t names = 0;
+    for (const auto& row : topic.rows) names = std::max(names, row.first.size());
+    for (const auto& [name, meaning] : topic.rows)
+        text += "  " + name + std::string(names - name.size() + 2, ' ') + hanging(meaning, width, names + 4) + "\n";
+    return text;
 }
 
 std::vector<std::string> examples() {

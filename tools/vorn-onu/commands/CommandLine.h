@@ -70,7 +70,9 @@ struct Topic {
     std::vector<std::pair<std::string, std::string>> rows;
 };
 const std::vector<Topic>& commonTopics();
-std::vector<std::string> examples();  // whole lines
+Topic environmentTopic();
+std::string topicText(const Topic& topic, std::size_t width);  // in columns
+std::vector<std::string> examples();                           // whole lines
 
 // The manual page, for man -l.
 std::string manualPage(const CLI::App& app);

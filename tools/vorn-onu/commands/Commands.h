@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "commands/BoardChoice.h"
+
 namespace vorn_onu {
 
 constexpr int kHeld = 0;      // all expectations held
@@ -73,6 +75,7 @@ struct OmciCommand : TypedFrame {
     std::string captureFile;          // with an address: the exchange as a capture
     std::vector<std::string> layout;  // KEY=VALUE or a file: the instance numbers of another ONU
     std::string listenAddress;        // "unix:PATH" or "udp:127.0.0.1:PORT"
+    BoardChoice board;                // its file with an address only
     std::vector<std::string> taps;    // "sid0=tap0@customer": ports that are TAPs of the host
     bool audit = false;               // compare the device with the standard
     std::string name;                 // with an address: the board can be reached by it; "" where it cannot
@@ -94,7 +97,7 @@ struct ExecCommand {
     std::string halOutput;          // where what the HAL prints goes: "" a log file, "-" standard output
     std::string name;               // the board can be reached by it while the program runs; "" where it cannot
     std::vector<std::string> taps;  // as with omci
-    std::string boardFile;          // the board that the program finds, and leaves
+    BoardChoice board;              // that the program finds, and leaves in its file
     bool quiet = false;
     // The program's own exit code; 128 and the signal's number when a signal ended it.
     int run() const;

@@ -10,6 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "BoardIdentity.h"
 #include "VirtualOnu.h"
 #include "commands/Commands.h"
 #include "commands/ExecSummary.h"
@@ -77,14 +78,20 @@ void prepare(const ExecCommand& command, const Files& files) {
     for (const std::string& path : {files.state, files.trace, files.halOutput}) empty(path);
 }
 
-bool setUp(const ExecCommand& command, const Files& files, const RunFolder& folder, Environment& environment) {
+bool setUp(const ExecCommand& command, const BoardStart& board, const Files& files, const RunFolder& folder,
+           Environment& environment) {
     if (!environment.preload(!command.recordFile.empty(), !command.name.empty())) return false;
     environment.set("VORN_ONU_RUN", folder.path());
     environment.set(VORN_HAL_FORWARDING_VARIABLE, command.forwarding);
     environment.set("VORN_ONU_STATE", files.state);
     if (!files.trace.empty()) environment.set("VORN_ONU_TRACE", files.trace);
     if (!files.halOutput.empty()) environment.set("VORN_ONU_HAL_OUTPUT", files.halOutput);
-    if (!command.boardFile.empty()) environment.set("VORN_ONU_BOARD", absolute(command.boardFile));
+    const auto give = [&environment](const char* name, const std::string& value) {
+        if (!value.empty()) environment.set(name, value);
+    };
+    give(virtual_onu::kBoardFileVariable, board.file.empty() ? "" : absolute(board.file));
+    give(virtual_onu::kSerialNumberVariable, board.serialNumber);
+    give(virtual_onu::kBaseMacVariable, board.baseMac);
     if (!command.recordFile.empty()) environment.set("VORN_RECORDER_FILE", files.recording.beside());
     return true;
 }
@@ -114,15 +121,16 @@ void addTaps(const virtual_onu::Taps* taps, const std::string& path, nlohmann::j
 
 int runIn(const ExecCommand& command, RunFolder& folder) {
     const Files files(command, folder);
+    const BoardStart board = boardStart(command.board);
     Environment environment;
     prepare(command, files);
     const auto taps = openTaps(command.taps);
     const auto lender = taps != nullptr ? std::make_unique<TapLender>(*taps, folder.path()) : nullptr;
-    if (!setUp(command, files, folder, environment)) return kBadInput;
+    if (!setUp(command, board, files, folder, environment)) return kBadInput;
 
     // This process has the board open, too: it is nobody else's, and can be shown when the program has ended.
-    const bool keepsBoard = !command.boardFile.empty();
-    if (keepsBoard) virtual_onu::VirtualOnu::instance().openBoard(command.boardFile);
+    const bool keepsBoard = !board.file.empty();
+    if (keepsBoard) virtual_onu::VirtualOnu::instance().openBoard(board.file);
 
     Supervisor supervisor;
     std::optional<Reachable> reachable;

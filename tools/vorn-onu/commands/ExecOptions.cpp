@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "commands/BoardOptions.h"
 #include "commands/CommandLine.h"
 #include "commands/Commands.h"
 #include "commands/ForwardingOptions.h"
@@ -16,10 +17,8 @@ Command addExec(CLI::App& app) {
         ->type_name("FILE");
     command->add_option("--json", exec->jsonFile, "write the device state as JSON; - is standard output")
         ->type_name("FILE");
-    command
-        ->add_option("--board", exec->boardFile,
-                     "the board that the program finds and leaves; a file that is not there yet begins with a new one")
-        ->type_name("FILE");
+    addBoardFile(*command, exec->board, "the program");
+    addIdentityOptions(*command, exec->board);
     command->add_option("--report", exec->reportFile, "write a report as one HTML page")->type_name("FILE");
     command->add_option("--pcap", exec->pcapFile, "write the frames that the program sends for Wireshark")
         ->type_name("FILE");

@@ -1,4 +1,4 @@
-// vorn-onu help, vorn-onu help COMMAND, vorn-onu schema.
+// vorn-onu help, vorn-onu help COMMAND, vorn-onu help environment, vorn-onu schema.
 #include <memory>
 
 #include <CLI/CLI.hpp>
@@ -6,8 +6,15 @@
 #include "commands/CommandLine.h"
 #include "commands/Commands.h"
 #include "running/io/Output.h"
+#include "views/Terminal.h"
 
 namespace vorn_onu {
+
+namespace {
+
+constexpr const char* kEnvironment = "environment";
+
+}  // namespace
 
 Command addSchema(CLI::App& app) {
     return {app.add_subcommand("schema", "print the JSON schema of scenarios"), printSchema};
@@ -20,11 +27,16 @@ Command addHelp(CLI::App& app) {
     };
     const auto help = std::make_shared<Help>();
     CLI::App* command = app.add_subcommand("help", "tell how to use vorn-onu, or one of its commands");
-    command->add_option("COMMAND", help->command, "the command to tell of")->type_name("");
+    command->add_option("COMMAND", help->command, "the command to tell of, or environment: the variables that are read")
+        ->type_name("");
     command->add_flag("--man", help->manual, "print the manual page, for man -l -");
     const auto work = [help, &app] {
         if (help->manual) {
             print(manualPage(app));
+            return kHeld;
+        }
+        if (help->command == kEnvironment) {
+            print(topicText(environmentTopic(), Terminal::of(stdout).width()));
             return kHeld;
         }
         const CLI::App* chosen = help->command.empty() ? &app : findCommand(app, help->command);

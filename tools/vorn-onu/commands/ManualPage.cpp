@@ -118,7 +118,9 @@ std::string manualPage(const CLI::App& app) {
         "docs/state\\-format.md;\nthey and scenarios to begin with are in\n.IR /usr/share/doc/vorn\\-onu .\n.SH "
         "COMMANDS\n";
     for (const CLI::App* command : commands) text += section(*command);
-    for (const Topic& topic : commonTopics()) {
+    std::vector<Topic> topics = commonTopics();
+    topics.push_back(environmentTopic());
+    for (const Topic& topic : topics) {
         text += ".SH " + upperCase(topic.title) + "\n";
         for (const auto& [name, meaning] : topic.rows) text += ".TP\n" + bold(name) + "\n" + troff(meaning) + "\n";
     }

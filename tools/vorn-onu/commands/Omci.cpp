@@ -80,6 +80,8 @@ Sending sendTyped(const FrameInput& input, bool bothWays) {
 }
 
 int runPlayed(const OmciCommand& command, const MessageFile& file, const std::optional<FrameInput>& input) {
+    BoardStart start = boardStart(command.board);
+    start.file.clear();  // messages of a file begin with a new board
     HalOutput hal(command.file);
     const Terminal terminal = Terminal::of(hal.shown());
     const bool words = command.jsonFile != "-";
@@ -92,7 +94,7 @@ int runPlayed(const OmciCommand& command, const MessageFile& file, const std::op
     run.name = std::filesystem::path(command.file).filename().string();
     run.newBoard = readState(onu.toJson());
     const omci::BoardNumbering layout = command.layout.empty() ? layoutInUpload(file) : layoutOf(command.layout);
-    LivingOnu living(layout);
+    LivingOnu living(layout, start);
     Playing playing(living, file, command.until, command.strict);
     const auto numberOf = [&playing](std::uint64_t message) { return playing.numberOf(message); };
     MessageTally tally;
@@ -103,7 +105,7 @@ int runPlayed(const OmciCommand& command, const MessageFile& file, const std::op
     if (command.until > playing.count())
         throw FileProblem(command.file, "has " + counted(playing.count(), "message") + ", there is no message " +
                                             std::to_string(command.until));
-    CallRecording recording(command.recordFile, run.name, command.forwarding);
+    CallRecording recording(command.recordFile, run.name, command.forwarding, start);
     say(heading(run.name, file, layout, playing, command.forwarding, terminal));
     playing.run([&](const Played& played) {
         run.messages.push_back(std::make_shared<const Played>(played));

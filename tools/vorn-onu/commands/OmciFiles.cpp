@@ -113,14 +113,15 @@ std::string omciJson(const OmciRun& run, const nlohmann::json& device) {
     return json.dump(2, ' ', true, kReplace) + "\n";
 }
 
-CallRecording::CallRecording(const std::string& path, const std::string& name, const std::string& forwarding)
+CallRecording::CallRecording(const std::string& path, const std::string& name, const std::string& forwarding,
+                             const BoardStart& start)
     : path_(path) {
     if (path_.empty()) return;
     file_.reset(std::fopen(path_.c_str(), "wbe"));
     if (!file_) throw FileProblem(path_, "cannot be written");
     Json head = {{"version", kFormatVersion}, {"title", "What the messages in " + name + " asked of the HAL"}};
     if (forwarding == kByG988) head["forwarding"] = forwarding;  // the contract holds where nothing is said
-    head["steps"] = LivingOnu::startSteps();
+    head["steps"] = LivingOnu::startSteps(start);
     // Without the ends of list and object, behind which calls are to follow.
     const std::string text = head.dump(2, ' ', false, kReplace);
     write(text.substr(0, text.rfind("\n  ]")));

@@ -39,9 +39,10 @@ std::string omciJson(const OmciRun& run, const nlohmann::json& device);
 // A scenario that makes the calls of a run, written as they come.
 class CallRecording {
 public:
-    // Begins the file; "" records nothing. forwarding: what the HAL does, for who runs the recording. Throws a
-    // FileProblem, here and below.
-    CallRecording(const std::string& path, const std::string& name, const std::string& forwarding);
+    // Begins the file; "" records nothing. forwarding: what the HAL does, for who runs the recording; start: the
+    // board's identity. Throws a FileProblem, here and below.
+    CallRecording(const std::string& path, const std::string& name, const std::string& forwarding,
+                  const BoardStart& start);
     void add(const HalStep& call);
     void finish();
 

@@ -54,7 +54,8 @@ public:
           log_(logChoice(command.logClasses, command.logInstances, command.logTypes)),
           layout_(layoutOf(command.layout)),
           socket_(command.listenAddress),
-          recording_(command.recordFile, socket_.address(), command.forwarding),
+          start_(boardStart(command.board)),
+          recording_(command.recordFile, socket_.address(), command.forwarding, start_),
           capture_(command.captureFile) {
         log_.values = command.logValues;
         log_.bytes = command.logBytes;
@@ -63,7 +64,7 @@ public:
         run_.name = socket_.address();
         run_.newBoard = readState(onu.toJson());
         taps_ = openTaps(command.taps);
-        living_ = std::make_unique<LivingOnu>(layout_);
+        living_ = std::make_unique<LivingOnu>(layout_, start_);
         board_.connect(*this);
         if (!command.name.empty()) {
             server_ = std::make_unique<living::Server>(command.name, command.taps);
@@ -273,6 +274,7 @@ private:
     LogChoice log_;
     omci::BoardNumbering layout_;
     MessageSocket socket_;
+    BoardStart start_;
     CallRecording recording_;
     ExchangeCapture capture_;
     OmciRun run_;

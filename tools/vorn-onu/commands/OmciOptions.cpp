@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "commands/BoardOptions.h"
 #include "commands/CommandLine.h"
 #include "commands/Commands.h"
 #include "commands/ForwardingOptions.h"
@@ -26,6 +27,8 @@ Command addOmci(CLI::App& app) {
                               ->type_name("ADDRESS")
                               ->excludes(file);
     addBoardName(*command, omci->name, "with --listen")->needs(listen);
+    addIdentityOptions(*command, omci->board);
+    addBoardFile(*command, omci->board, "the OLT")->needs(listen);
     command->add_option("--until", omci->until, "stop after this message")
         ->check(numberFrom(1))
         ->type_name("N")

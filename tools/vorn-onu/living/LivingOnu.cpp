@@ -21,10 +21,9 @@ namespace {
 
 constexpr int kGatewayMs = 10;
 
-VornHal& startedHal() {
-    auto& onu = virtual_onu::VirtualOnu::instance();
-    onu.reset();
-    onu.setGateway(virtual_onu::GatewayMode::Answers, kGatewayMs);
+VornHal& startedHal(const BoardStart& start) {
+    start.apply();
+    virtual_onu::VirtualOnu::instance().setGateway(virtual_onu::GatewayMode::Answers, kGatewayMs);
     VornHal& hal = *HALFactory::getInstance()->CreateHALObject(0);
     hal.vorn_omci_hal_init();
     return hal;
@@ -75,8 +74,8 @@ int LivingOnu::EffectPerformer::perform(const omci::services::HalCall& call) {
     return result;
 }
 
-LivingOnu::LivingOnu(const omci::BoardNumbering& numbering)
-    : hal_(startedHal()),
+LivingOnu::LivingOnu(const omci::BoardNumbering& numbering, const BoardStart& start)
+    : hal_(startedHal(start)),
       board_(boardOf(hal_, numbering)),
       device_(portsOf(board_)),
       agent_(board_, hal_, device_, clock_),
@@ -100,7 +99,9 @@ LivingOnu::LivingOnu(const omci::BoardNumbering& numbering)
     services_.onProblem([this](const omci::services::Problem& problem) { now_.problems.push_back(problem); });
 }
 
-LivingOnu::~LivingOnu() = default;
+LivingOnu::~LivingOnu() {
+    virtual_onu::VirtualOnu::instance().closeBoard();
+}
 
 Handling LivingOnu::handle(const omci::Message& request) {
     omci::Handled handled = agent_.handle(request);
@@ -128,8 +129,14 @@ void LivingOnu::reboot() {
     services_.settle(static_cast<int>(omci::MessageType::kReboot), 0);
 }
 
-Json LivingOnu::startSteps() {
-    return Json::array({Json{{"gateway", {{"answersAfterMs", kGatewayMs}}}}, Json{{"call", "vorn_omci_hal_init"}}});
+Json LivingOnu::startSteps(const BoardStart& start) {
+    Json steps = Json::array(), board = Json::object();
+    if (!start.serialNumber.empty()) board["serialNumber"] = start.serialNumber;
+    if (!start.baseMac.empty()) board["baseMac"] = start.baseMac;
+    if (!board.empty()) steps.push_back(Json{{"board", board}});
+    steps.push_back(Json{{"gateway", {{"answersAfterMs", kGatewayMs}}}});
+    steps.push_back(Json{{"call", "vorn_omci_hal_init"}});
+    return steps;
 }
 
 }  // namespace vorn_onu

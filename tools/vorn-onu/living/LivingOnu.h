@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "living/BoardDevice.h"
+#include "living/BoardStart.h"
 #include "omci/agent/Agent.h"
 #include "omci/services/Services.h"
 #include "running/io/HeldJson.h"
@@ -40,9 +41,9 @@ struct Handling {
 
 class LivingOnu {
 public:
-    // Makes the board new, with a gateway that answers after 10 ms, and initialises the HAL. numbering: instance
-    // numbers of another ONU, where they are not the usual ones.
-    explicit LivingOnu(const omci::BoardNumbering& numbering = {});
+    // Makes the board, with a gateway that answers after 10 ms, and initialises the HAL. numbering: instance numbers of
+    // another ONU, where they are not the usual ones. Throws where the board's file cannot be used.
+    explicit LivingOnu(const omci::BoardNumbering& numbering = {}, const BoardStart& start = {});
     ~LivingOnu();
     LivingOnu(const LivingOnu&) = delete;
     LivingOnu& operator=(const LivingOnu&) = delete;
@@ -62,7 +63,7 @@ public:
     std::vector<const omci::services::Piece*> currentPieces() const { return services_.currentPieces(); }
     const RuleOrigins& origins() const { return origins_; }  // calls by their numbers
     // What was done before the first message, as steps of a scenario.
-    static Json startSteps();
+    static Json startSteps(const BoardStart& start);
 
 private:
     class EffectPerformer : public omci::services::Performer {

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "BoardIdentity.h"
 #include "libc/program/OwnFile.h"
 
 extern char** environ;
@@ -14,8 +15,16 @@ namespace virtual_onu::program {
 
 namespace {
 
-constexpr std::array<const char*, 5> kVariables = {"VORN_ONU_STATE", "VORN_ONU_TRACE", "VORN_ONU_HAL_OUTPUT",
-                                                   "VORN_ONU_RUN", "VORN_ONU_BOARD"};
+constexpr char kStateVariable[] = "VORN_ONU_STATE";
+constexpr char kTraceVariable[] = "VORN_ONU_TRACE";
+constexpr char kHalOutputVariable[] = "VORN_ONU_HAL_OUTPUT";
+constexpr char kRunVariable[] = "VORN_ONU_RUN";
+// For the tool alone, which makes a serial number and a MAC address of it.
+constexpr char kFromHostNameVariable[] = "VORN_ONU_SERIAL_FROM_HOSTNAME";
+
+constexpr std::array<const char*, 8> kVariables = {kStateVariable,   kTraceVariable,       kHalOutputVariable,
+                                                   kRunVariable,     kBoardFileVariable,   kSerialNumberVariable,
+                                                   kBaseMacVariable, kFromHostNameVariable};
 
 // A misspelt variable would silently do nothing.
 void refuseUnknownVariables() {
@@ -36,12 +45,22 @@ void refuseUnknownVariables() {
 
 std::string variable(const char* name) {
     const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): before main(), there is one thread
-    return absolutePath(value != nullptr ? value : "");
+    return value != nullptr ? value : "";
+}
+
+// Of a program that sets its board up by itself: nothing, it reads them.
+std::string boardVariable(const char* name) {
+    return &virtual_onu_is_set_up_by_the_program != nullptr ? "" : variable(name);
 }
 
 struct Start {
-    Settings settings{variable(kVariables[0]), variable(kVariables[1]), variable(kVariables[2]),
-                      variable(kVariables[3]), variable(kVariables[4])};
+    Settings settings{absolutePath(variable(kStateVariable)),
+                      absolutePath(variable(kTraceVariable)),
+                      absolutePath(variable(kHalOutputVariable)),
+                      absolutePath(variable(kRunVariable)),
+                      absolutePath(boardVariable(kBoardFileVariable)),
+                      boardVariable(kSerialNumberVariable),
+                      boardVariable(kBaseMacVariable)};
     FileIdentity standardError = FileIdentity::of(STDERR_FILENO);
 };
 

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <exception>
 
+#include "BoardIdentity.h"
 #include "Facilities.h"
 #include "VirtualOnu.h"
 #include "libc/program/Companion.h"
@@ -48,9 +49,29 @@ void openBoard() {
     }
 }
 
+void refuse(const char* name, const std::string& problem) {
+    if (problem.empty()) return;
+    say(std::string(name) + " " + problem);
+    _exit(2);
+}
+
+// Each process of a program sets it, on the board in a file once.
+void giveIdentity() {
+    VirtualOnu& onu = VirtualOnu::instance();
+    const Settings& given = settings();
+    if (!given.serialNumber.empty()) {
+        refuse(kSerialNumberVariable, problemOfSerialNumber(given.serialNumber));
+        onu.setSerialNumber(given.serialNumber);
+    }
+    if (given.baseMac.empty()) return;
+    refuse(kBaseMacVariable, problemOfBaseMac(given.baseMac));
+    onu.setBaseMac(given.baseMac);
+}
+
 __attribute__((constructor)) void beginReport() {
     halprints::divert(halprints::Found::Linked);
     openBoard();
+    giveIdentity();
     if (settings().snapshotFile.empty() && settings().traceFile.empty()) return;
     traceFile();
     snapshot::begin();
