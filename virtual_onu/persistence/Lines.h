@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 
+#include "Facilities.h"
 #include "Section.h"
 #include "persistence/FileSum.h"
 
