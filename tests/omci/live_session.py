@@ -29,14 +29,21 @@ LAN_LOS, CONNECTING_FUNCTION_FAIL = 0, 0
 UNKNOWN = 350
 
 
+def crc_of_byte(byte):
+    value = byte << 24
+    for _ in range(8):
+        value = (value << 1) ^ 0x04C11DB7 if value & 0x80000000 else value << 1
+    return value & 0xFFFFFFFF
+
+
+CRC_OF_BYTE = [crc_of_byte(byte) for byte in range(256)]
+
+
 def crc32(data):
     """ITU-T I.363.5: most significant bit first, preset to ones, complemented."""
     value = 0xFFFFFFFF
     for byte in data:
-        value ^= byte << 24
-        for _ in range(8):
-            value = (value << 1) ^ 0x04C11DB7 if value & 0x80000000 else value << 1
-        value &= 0xFFFFFFFF
+        value = CRC_OF_BYTE[value >> 24 ^ byte] ^ value << 8 & 0xFFFFFFFF
     return value ^ 0xFFFFFFFF
 
 
@@ -63,13 +70,16 @@ class Olt:
     def close(self):
         self.socket.close()
 
+    def code(self, frame):
+        return struct.pack(">I", crc32(frame))
+
     def send(self, kind, entity, instance, content=b"", transaction=None):
         if transaction is None:
             self.transaction += 1
             transaction = self.transaction
         frame = struct.pack(">HBBHH", transaction, 0x40 | kind, 0x0A, entity, instance) + content.ljust(32, b"\0")
         frame += struct.pack(">I", 0x28)
-        self.socket.send(frame + struct.pack(">I", crc32(frame)))
+        self.socket.send(frame + self.code(frame))
         self.sent += 1
         return transaction
 
@@ -135,22 +145,27 @@ class Olt:
             parts.append(struct.unpack_from(">HHH", content))
         return parts
 
-    def provision(self):
-        """An internet service: VID 100 on GEM port 1001, both ways, untagged at the subscriber's side of the bridge."""
+    def provision(self, number=0):
+        """An internet service: VID 100 on GEM port 1001, both ways, untagged at the subscriber's side of the bridge. Further
+        ones have the next numbers, and the next port."""
         null = 0xFFFF
-        self.done(SET, TCONT, 0x8000, struct.pack(">HH", 0x8000, 1024))
-        self.done(CREATE, GAL, 1, struct.pack(">H", 48))
-        self.done(CREATE, BRIDGE, 3, struct.pack(">BBBHHHHBB", 0, 1, 1, 0x8000, 0x1400, 0x0200, 0x0F00, 0, 0))
-        self.done(CREATE, MAPPER, 1, struct.pack(">H8HB", null, *[null] * 8, 1))
-        self.done(CREATE, GEM, 0x401, struct.pack(">HHBHHHHB", 1001, 0x8000, 3, 0x8000, null, 0, null, 0))
-        self.done(CREATE, GEM_IW, 0x401, struct.pack(">HBHHH", 0x401, 5, 1, null, 1))
-        self.done(SET, MAPPER, 1, struct.pack(">H8H", 0x7F80, *[0x401] * 8))
-        self.done(CREATE, BRIDGE_PORT, 0x201, struct.pack(">HBBHHHBBB", 3, 1, 3, 1, 0, 1, 0, 0, 0))
-        self.done(CREATE, TAGGING_FILTER, 0x201, struct.pack(">H", 100).ljust(24, b"\0") + b"\x10\x01")
-        self.done(CREATE, BRIDGE_PORT, 0x101, struct.pack(">HBBHHHBBB", 3, 2, 1, 0x101, 0, 1, 0, 0, 0))
+        tcont, bridge, mapper, gem = 0x8000 + number, 3 + number, 1 + number, 0x401 + number
+        ani, port = 0x201 + number, 0x101 + number
+        self.done(SET, TCONT, tcont, struct.pack(">HH", 0x8000, 1024 + number))
+        if number == 0:
+            self.done(CREATE, GAL, 1, struct.pack(">H", 48))
+        self.done(CREATE, BRIDGE, bridge, struct.pack(">BBBHHHHBB", 0, 1, 1, 0x8000, 0x1400, 0x0200, 0x0F00, 0, 0))
+        self.done(CREATE, MAPPER, mapper, struct.pack(">H8HB", null, *[null] * 8, 1))
+        self.done(CREATE, GEM, gem, struct.pack(">HHBHHHHB", 1001 + number, tcont, 3, 0x8000, null, 0, null, 0))
+        self.done(CREATE, GEM_IW, gem, struct.pack(">HBHHH", gem, 5, mapper, null, 1))
+        self.done(SET, MAPPER, mapper, struct.pack(">H8H", 0x7F80, *[gem] * 8))
+        self.done(CREATE, BRIDGE_PORT, ani, struct.pack(">HBBHHHBBB", bridge, 1, 3, mapper, 0, 1, 0, 0, 0))
+        self.done(CREATE, TAGGING_FILTER, ani, struct.pack(">H", 100 + number).ljust(24, b"\0") + b"\x10\x01")
+        self.done(CREATE, BRIDGE_PORT, port, struct.pack(">HBBHHHBBB", bridge, 2, 1, port, 0, 1, 0, 0, 0))
 
 
 class Living(unittest.TestCase):
+    listen = "udp:127.0.0.1:0"
     options = []
 
     def setUp(self):
@@ -162,9 +177,9 @@ class Living(unittest.TestCase):
     def start(self):
         self.output = open(self.file("output"), "w+b")
         self.onu = subprocess.Popen(
-            [TOOL, "omci", "--listen", "udp:127.0.0.1:0", "--name", "olt", *(word.format(self.folder) for word in self.options)],
+            [TOOL, "omci", "--listen", self.listen, "--name", "olt", *(word.format(self.folder) for word in self.options)],
             stdout=self.output, stderr=self.output, env=self.environment)
-        self.olt = Olt(("127.0.0.1", int(self.printed(r"udp:127\.0\.0\.1:(\d+)"))))
+        self.olt = Olt(("127.0.0.1", int(self.printed(r"udp:[\d.]+:(\d+)"))))
 
     def stop(self, signal=signal.SIGTERM):
         self.olt.close()

@@ -74,7 +74,8 @@ struct OmciCommand : TypedFrame {
     std::string mic;                  // kind of the integrity codes: "crc", "cmac:KEY", "none", "" as they are found
     std::string captureFile;          // with an address: the exchange as a capture
     std::vector<std::string> layout;  // KEY=VALUE or a file: the instance numbers of another ONU
-    std::string listenAddress;        // "unix:PATH" or "udp:127.0.0.1:PORT"
+    std::string listenAddress;        // "unix:PATH" or "udp:ADDRESS:PORT"
+    std::string peer;                 // whose datagrams are taken, of UDP; "": anybody's, on the loopback interface
     BoardChoice board;                // its file with an address only
     std::vector<std::string> taps;    // "sid0=tap0@customer": ports that are TAPs of the host
     bool audit = false;               // compare the device with the standard

@@ -53,7 +53,7 @@ public:
           gate_(gateOf(command.mic)),
           log_(logChoice(command.logClasses, command.logInstances, command.logTypes)),
           layout_(layoutOf(command.layout)),
-          socket_(command.listenAddress),
+          socket_(command.listenAddress, peersOf(command)),
           start_(boardStart(command.board)),
           recording_(command.recordFile, socket_.address(), command.forwarding, start_),
           capture_(command.captureFile) {
@@ -127,13 +127,16 @@ private:
         return integrity ? omci::FrameGate(*integrity) : omci::FrameGate();
     }
 
+    static Peers peersOf(const OmciCommand& command) { return command.peer.empty() ? Peers() : Peers(command.peer); }
+
     void say(const std::string& text) {
         if (!command_.quiet && command_.jsonFile != "-") print(shown_, text);
     }
 
     std::string droppedWords() const {
         const omci::GateCounters& counted_ = gate_.counters();
-        if (counted_.dropped() == 0) return "";
+        const std::uint64_t dropped = counted_.dropped() + socket_.ofOthers();
+        if (dropped == 0) return "";
         std::vector<std::string> kinds;
         const auto add = [&kinds](std::uint64_t count, const char* what) {
             if (count > 0) kinds.push_back(std::to_string(count) + what);
@@ -141,7 +144,8 @@ private:
         add(counted_.badFrames, " no messages");
         add(counted_.otherForms, " of another size");
         add(counted_.wrongCodes, " with a wrong integrity code");
-        return counted(static_cast<std::size_t>(counted_.dropped()), "datagram") + " dropped: " + joined(kinds);
+        add(socket_.ofOthers(), " of others than the peer");
+        return counted(static_cast<std::size_t>(dropped), "datagram") + " dropped: " + joined(kinds);
     }
 
     void take(const omci::Bytes& datagram) {
@@ -156,6 +160,7 @@ private:
                 "\n");
             return;
         }
+        socket_.taken();
         const auto begin = std::chrono::steady_clock::now();
         Handling handling = living_->handle(decoded.message);
         std::string fault;
@@ -292,10 +297,20 @@ private:
     std::unique_ptr<StateWriter> writer_;
 };
 
+// Whoever can send to the ONU can make it do what an OLT can.
+void checkReach(const OmciCommand& command) {
+    if (isOfThisMachine(command.listenAddress)) return;
+    if (command.peer.empty() || command.mic.compare(0, 5, "cmac:") != 0)
+        throw std::invalid_argument(command.listenAddress +
+                                    ": others reach it; that needs --peer ADDRESS, whose messages are taken, and --mic "
+                                    "cmac:KEY, by which they are known");
+}
+
 }  // namespace
 
 int listenToOlt(const OmciCommand& command) {
     if (!command.from.empty()) throw std::invalid_argument("omci: --from goes with a FILE, not with --listen");
+    checkReach(command);
     const int signals = endingSignals();
     if (signals < 0) throw std::runtime_error("signals cannot be waited for");
     HalOutput hal("omci");

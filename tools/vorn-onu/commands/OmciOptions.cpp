@@ -23,9 +23,17 @@ Command addOmci(CLI::App& app) {
     CLI::Option* listen = command
                               ->add_option("--listen", omci->listenAddress,
                                            "be an ONU for an OLT at unix:PATH or udp:127.0.0.1:PORT until SIGTERM: a "
-                                           "datagram is a message")
+                                           "datagram is a message; at an address that other machines reach, "
+                                           "udp:0.0.0.0:PORT, with --peer and --mic cmac:KEY only")
                               ->type_name("ADDRESS")
                               ->excludes(file);
+    command
+        ->add_option(
+            "--peer", omci->peer,
+            "with --listen udp: take datagrams of this address or network (10.0.0.0/16) alone; what others send "
+            "is dropped and counted")
+        ->type_name("ADDRESS")
+        ->needs(listen);
     addBoardName(*command, omci->name, "with --listen")->needs(listen);
     addIdentityOptions(*command, omci->board);
     addBoardFile(*command, omci->board, "the OLT")->needs(listen);

@@ -15,7 +15,7 @@ _vorn_onu() {
         audit) options="--strict --after-step --forwarding --json" ;;
         omci) options="--listen --until --from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source
                        --destination --payload --both-ways --json --report --pcap --record --quiet --name --audit --tap
-                       --forwarding --strict --layout --mic --serial --serial-from-hostname
+                       --forwarding --strict --layout --peer --mic --serial --serial-from-hostname
                        --mac --board --capture --log --values --bytes --class --instance --type" ;;
         info | diff | ls) options="--json" ;;
         at) options="--json --port --follow --failed --last --tree --values --bytes --class --instance --type --from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source

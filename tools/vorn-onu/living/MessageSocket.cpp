@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
@@ -16,7 +17,7 @@ namespace vorn_onu {
 
 namespace {
 
-constexpr std::size_t kMaxDatagramLength = 65536;  // of a datagram
+constexpr std::size_t kMaxLength = 4096;  // of a datagram; a message of the extended set has 1980 bytes
 
 [[noreturn]] void refuse(const std::string& address, const std::string& why) {
     throw std::runtime_error(address + ": " + why);
@@ -38,9 +39,44 @@ bool isInUse(const sockaddr_un& place) {
     return connected;
 }
 
+bool isNumber(const std::string& digits, unsigned long highest) {
+    return !digits.empty() && digits.size() <= 5 &&
+           std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; }) &&
+           std::stoul(digits) <= highest;
+}
+
+std::string hostIn(const std::string& place) {
+    const std::string host = place.substr(0, place.rfind(':'));
+    return host == "localhost" ? "127.0.0.1" : host;
+}
+
 }  // namespace
 
-MessageSocket::MessageSocket(const std::string& address) : address_(address) {
+Peers::Peers(const std::string& text) {
+    constexpr unsigned kBits = 32;
+    const std::size_t slash = text.find('/');
+    const std::string bits = slash == std::string::npos ? "32" : text.substr(slash + 1);
+    in_addr address{};
+    if (inet_pton(AF_INET, text.substr(0, slash).c_str(), &address) != 1 || !isNumber(bits, kBits) ||
+        std::stoul(bits) == 0)
+        throw std::invalid_argument("--peer: must be an IPv4 address, or those of a network as 10.0.0.0/16, not '" +
+                                    text + "'");
+    mask_ = ~std::uint32_t{0} << (kBits - static_cast<unsigned>(std::stoul(bits)));
+    network_ = ntohl(address.s_addr) & mask_;
+}
+
+bool Peers::has(const sockaddr_storage& sender) const {
+    if (any()) return true;
+    sockaddr_in place{};
+    std::memcpy(&place, &sender, sizeof place);
+    return place.sin_family == AF_INET && (ntohl(place.sin_addr.s_addr) & mask_) == network_;
+}
+
+bool isOfThisMachine(const std::string& address) {
+    return address.compare(0, 4, "udp:") != 0 || hostIn(address.substr(4)).compare(0, 4, "127.") == 0;
+}
+
+MessageSocket::MessageSocket(const std::string& address, const Peers& peers) : address_(address), peers_(peers) {
     if (address.compare(0, 5, "unix:") == 0)
         openUnix(address.substr(5));
     else if (address.compare(0, 4, "udp:") == 0)
@@ -79,17 +115,14 @@ void MessageSocket::openUnix(const std::string& path) {
 
 void MessageSocket::openUdp(const std::string& text) {
     const std::size_t colon = text.rfind(':');
-    const std::string host = text.substr(0, colon);
+    const std::string host = hostIn(text);
     const std::string digits = colon == std::string::npos ? "" : text.substr(colon + 1);
-    if (host != "localhost" && host.compare(0, 4, "127.") != 0)
-        refuse(address_, "is not of this machine; only 127.0.0.1 is listened at");
     sockaddr_in place{};
     place.sin_family = AF_INET;
-    if (inet_pton(AF_INET, host == "localhost" ? "127.0.0.1" : host.c_str(), &place.sin_addr) != 1)
-        refuse(address_, "'" + host + "' is no address");
-    const bool number = !digits.empty() && digits.size() <= 5 &&
-                        std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
-    if (!number || std::stoul(digits) > 65535) refuse(address_, "the port must be a number from 0 to 65535");
+    if (inet_pton(AF_INET, host.c_str(), &place.sin_addr) != 1) refuse(address_, "'" + host + "' is no address");
+    if (!isNumber(digits, 65535)) refuse(address_, "the port must be a number from 0 to 65535");
+    if (peers_.any() && !isOfThisMachine(address_))
+        refuse(address_, "others reach it: it has to be said whose messages are taken");
     place.sin_port = htons(static_cast<std::uint16_t>(std::stoul(digits)));
     descriptor_ = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (bind(descriptor_, reinterpret_cast<const sockaddr*>(&place), sizeof place) != 0) {
@@ -99,19 +132,24 @@ void MessageSocket::openUdp(const std::string& text) {
     }
     socklen_t size = sizeof place;
     getsockname(descriptor_, reinterpret_cast<sockaddr*>(&place), &size);
-    address_ = "udp:" + host + ":" + std::to_string(ntohs(place.sin_port));
+    address_ = "udp:" + text.substr(0, colon) + ":" + std::to_string(ntohs(place.sin_port));
 }
 
 std::optional<omci::Bytes> MessageSocket::receive() {
-    omci::Bytes bytes(kMaxDatagramLength);
-    sockaddr_storage from{};
-    socklen_t size = sizeof from;
-    const ssize_t got = recvfrom(descriptor_, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&from), &size);
-    if (got < 0) return {};
-    peer_ = from;
-    peerSize_ = size;
-    bytes.resize(static_cast<std::size_t>(got));
-    return bytes;
+    std::array<std::uint8_t, kMaxLength> bytes;
+    while (true) {
+        senderSize_ = sizeof sender_;
+        const ssize_t got =
+            recvfrom(descriptor_, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&sender_), &senderSize_);
+        if (got < 0) return {};
+        if (peers_.has(sender_)) return omci::Bytes(bytes.begin(), bytes.begin() + got);
+        ++ofOthers_;
+    }
+}
+
+void MessageSocket::taken() {
+    peer_ = sender_;
+    peerSize_ = senderSize_;
 }
 
 bool MessageSocket::send(const omci::Bytes& datagram) {
