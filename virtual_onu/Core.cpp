@@ -18,6 +18,7 @@
 #include <utility>
 
 #include "CoreState.h"
+#include "Counts.h"
 #include "Facilities.h"
 
 namespace virtual_onu {
@@ -165,6 +166,7 @@ void record(CallKind kind, const std::string& name, const std::string& argumentL
         const DeviceAccess lock(deviceMutex());
         entry.number = ++core().traced;
         keepEntry(entry);
+        if (kind == CallKind::Platform) counts::call(name, result);
         persistence::changed(persistence::kRunTrace, entry.number);
         listener = core().listener;
     }
@@ -278,6 +280,7 @@ void resetCore() {
     {
         const DeviceAccess lock(deviceMutex());
         core() = CoreState{};
+        counts::reset();
         anyFaults.store(false, std::memory_order_release);
         sleptMs = 0;
         passedMs = 0;

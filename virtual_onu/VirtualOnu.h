@@ -203,6 +203,25 @@ struct BusMessage {
 
 enum class GatewayMode { Answers, Silent };
 
+// ---- Counts ----
+
+// A function of the device kit.
+struct VIRTUAL_ONU_API CallCount {
+    std::string name;
+    std::uint64_t calls = 0, failures = 0;  // failures: isFailedCall()
+};
+
+// Frames that came in at a port, or in a GEM port, and came to the same end.
+struct VIRTUAL_ONU_API FrameCount {
+    bool upstream = false;
+    std::string fate;  // "forwarded": a copy has left; else why the last copy was dropped: "no_rule", "link_down", ...
+    std::uint64_t frames = 0;
+};
+
+// Whether a result of a function of the device kit says that the call has failed: some answer with a length or a
+// number, and some with what the caller wanted to know.
+VIRTUAL_ONU_API bool isFailedCall(const std::string& name, long result);
+
 // ---- Trace, faults ----
 
 enum class CallKind { Platform, Ioctl, File, Socket, Shell, Wait, Log };
@@ -366,6 +385,10 @@ public:
     void clearTrace();
     // Called for every entry as it is made, on the calling thread, outside of any lock. Null stops it.
     void onTrace(std::function<void(const TraceEntry&)> listener);
+
+    // ---- counts, of this process since the board is new ----
+    std::vector<CallCount> callCounts() const;    // by name, those that were called
+    std::vector<FrameCount> frameCounts() const;  // every direction and fate; frames of Learning::Off are not counted
 
     // ---- faults ----
     // The nth next call (1 is the very next) of this function fails with the code: the result of a platform function,

@@ -24,7 +24,7 @@ bool isOwn(const PlanBridge& bridge, Mac mac) {
 void Walker::bridge(DeviceId id, DeviceId port, const Copy& copy, bool flowed) {
     if (!passes(id, copy, Direction::Received, Limit::None)) return;
     const PlanDevice& device = plan_.device(id);
-    if (device.bridge == nullptr) return drop(copy, device.name, device.name + " is no bridge");
+    if (device.bridge == nullptr) return drop(copy, FrameFate::NoBridge, device.name, device.name + " is no bridge");
     const PlanBridge& own = *device.bridge;
     if (port != kNoDevice && !learnsAt(id, own, port, copy)) return;
     const Mac destination = copy.packet.destination;
@@ -42,7 +42,7 @@ bool Walker::learnsAt(DeviceId id, const PlanBridge& bridge, DeviceId port, cons
     const PlanDevice& device = plan_.device(id);
     const Mac source = copy.packet.source, destination = copy.packet.destination;
     const auto end = [&](std::string reason) {
-        drop(copy, device.name, std::move(reason));
+        drop(copy, FrameFate::Bridge, device.name, std::move(reason));
         return false;
     };
     if (source == 0 || isGroup(source)) return end("a bridge takes no frame from " + sourceText());
@@ -86,7 +86,8 @@ void Walker::forward(DeviceId id, DeviceId port, const Copy& copy, bool sentElse
     if (!isGroup(packet.destination))
         if (const auto learned = memory_.portOf(device.index, packet.destination, nowMs_, own.ageingMs)) {
             if (port != kNoDevice && *learned == plan_.device(port).index)
-                return drop(copy, device.name, destinationText() + " is behind the port that it came from");
+                return drop(copy, FrameFate::Bridge, device.name,
+                            destinationText() + " is behind the port that it came from");
             for (const PlanPort& one : own.ports)
                 if (plan_.device(one.device).index == *learned) known = &one;
         }
@@ -108,7 +109,7 @@ void Walker::forward(DeviceId id, DeviceId port, const Copy& copy, bool sentElse
                copy);
     }
     if (sent) return;
-    drop(copy, device.name,
+    drop(copy, FrameFate::Bridge, device.name,
          keptApart ? plan_.device(port).name + " is isolated from the other port of " + device.name
          : narrow  ? "no port of " + device.name + " wants the group"
                    : device.name + " has no other port");
@@ -126,7 +127,7 @@ void Walker::toPort(DeviceId bridge, DeviceId port, StepCause cause, const Copy&
     one.hop = add(step);
     const PlanPort* own = plan_.device(bridge).bridge->portOf(port);
     if (plan_.device(port).blocked.empty() && own != nullptr && nowMs_ < own->forwardingFromMs)
-        return drop(one, plan_.device(port).name,
+        return drop(one, FrameFate::Bridge, plan_.device(port).name,
                     plan_.device(port).name + " does not forward yet, the spanning tree has not let it in");
     transmit(port, one);
 }

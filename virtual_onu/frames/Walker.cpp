@@ -35,7 +35,9 @@ Walker::Walker(const WalkContext& context, const Packet& packet, const Frame* fr
 }
 
 void Walker::finish() {
-    if (!counts_ || fromGemPort_ == nullptr || !traversal_.exits.empty()) return;
+    if (!counts_) return;
+    counts::frame(!fromPon_, traversal_.exits.empty() ? fate_ : FrameFate::Forwarded);
+    if (fromGemPort_ == nullptr || !traversal_.exits.empty()) return;
     ++fromGemPort_->counters[pon::kFramesDiscarded];
     persistence::changed(persistence::kGemPorts, fromGemPort_->portId);
 }
@@ -43,28 +45,31 @@ void Walker::finish() {
 void Walker::enter(const std::string& name) {
     const DeviceId id = plan_.idOf(name);
     const Copy copy{sent_, {}, -1};
-    if (id == kNoDevice) return drop(copy, name, "there is no device " + name);
+    if (id == kNoDevice) return drop(copy, FrameFate::LinkDown, name, "there is no device " + name);
     const PlanDevice& device = plan_.device(id);
     // The gateway behind the VEIP, or the IP host: what it sends leaves through the real device.
     if (device.endpoint) {
         for (const DeviceId target : device.flows) flow(target, copy);
         return transmit(id, copy);
     }
-    if (device.blocked.empty() && !device.noEntry.empty()) return drop(copy, name, device.noEntry);
+    if (device.blocked.empty() && !device.noEntry.empty()) return drop(copy, FrameFate::LinkDown, name, device.noEntry);
     if (device.blocked.empty() && takeRunnerClass(id, copy)) return;
     receive(id, copy);
 }
 
 void Walker::enterFromPon(unsigned gemPortId) {
+    fromPon_ = true;
     const DeviceId id = plan_.ponDevice();
     Copy copy{sent_, {}, -1};
     const std::string name = "GEM port " + std::to_string(gemPortId);
     const PlanGemPort* port = plan_.gemPort(gemPortId);
-    if (port == nullptr) return drop(copy, kPonDevice, "there is no " + name);
-    if (!port->enabled) return drop(copy, kPonDevice, name + " is set down");
-    if (id == kNoDevice) return drop(copy, kPonDevice, std::string("there is no device ") + kPonDevice);
+    if (port == nullptr) return drop(copy, FrameFate::NoGemPort, kPonDevice, "there is no " + name);
+    if (!port->enabled) return drop(copy, FrameFate::NoGemPort, kPonDevice, name + " is set down");
+    if (id == kNoDevice)
+        return drop(copy, FrameFate::LinkDown, kPonDevice, std::string("there is no device ") + kPonDevice);
     const PlanDevice& device = plan_.device(id);
-    if (device.blocked.empty() && !device.noEntry.empty()) return drop(copy, kPonDevice, device.noEntry);
+    if (device.blocked.empty() && !device.noEntry.empty())
+        return drop(copy, FrameFate::LinkDown, kPonDevice, device.noEntry);
     if (counts_ && port->live != nullptr) {
         fromGemPort_ = port->live;
         persistence::changed(persistence::kGemPorts, port->portId);
@@ -87,7 +92,7 @@ bool Walker::takeRunnerClass(DeviceId port, const Copy& copy) {
     count(port, Direction::Received, copy.packet);
     Copy one = copy;
     if (taken->pushed && !one.packet.tags.push()) {
-        drop(copy, port, "the runner pushes more than 4 tags", Direction::Received);
+        drop(copy, FrameFate::Rule, port, "the runner pushes more than 4 tags", Direction::Received);
         return true;
     }
     if (taken->pushed) one.packet.tags.tag[0] = *taken->pushed;
@@ -107,17 +112,18 @@ bool Walker::takeRunnerClass(DeviceId port, const Copy& copy) {
 bool Walker::passes(DeviceId id, const Copy& copy, Direction direction, Limit limit) {
     const PlanDevice& device = plan_.device(id);
     if (traversal_.steps.size() >= kMaxHops) {
-        drop(copy, device.name, "the devices are stacked in a ring");
+        drop(copy, FrameFate::Loop, device.name, "the devices are stacked in a ring");
         return false;
     }
     if (!device.blocked.empty()) {
-        drop(copy, device.name, device.blocked);
+        drop(copy, FrameFate::LinkDown, device.name, device.blocked);
         return false;
     }
     // What a bridge forwards is as long as its ports let it be; the bridge's own MTU is for its own frames.
     if (limit == Limit::None) return true;
     if (copy.packet.octetsBesideTag() > device.mtu + kHeaderOctets + kTagOctets) {
-        drop(copy, id, "too long for " + device.name + ", whose MTU is " + std::to_string(device.mtu), direction);
+        drop(copy, FrameFate::TooLong, id,
+             "too long for " + device.name + ", whose MTU is " + std::to_string(device.mtu), direction);
         return false;
     }
     return true;
@@ -148,9 +154,9 @@ void Walker::deliver(DeviceId id, const Copy& copy) {
     }
     if (bridged) return bridge(device.master, id, copy, flowed);
     if (flowed) return;
-    drop(copy, id,
-         id == plan_.ponDevice() ? "no rule takes the frame off " + device.name : device.name + " is in no bridge",
-         Direction::Received);
+    const bool atPon = id == plan_.ponDevice();
+    drop(copy, atPon ? FrameFate::NoRule : FrameFate::NoBridge, id,
+         atPon ? "no rule takes the frame off " + device.name : device.name + " is in no bridge", Direction::Received);
 }
 
 void Walker::flow(DeviceId target, Copy copy) {
@@ -177,7 +183,7 @@ void Walker::transmit(DeviceId id, Copy copy) {
     if (!passes(id, copy, Direction::Sent)) return;
     const PlanDevice& device = plan_.device(id);
     if (device.realDevice == kNoDevice && !device.isBridge && id != plan_.ponDevice() && !device.noExit.empty())
-        return drop(copy, device.name, device.noExit);
+        return drop(copy, FrameFate::LinkDown, device.name, device.noExit);
     count(id, Direction::Sent, copy.packet);
     if (device.isBridge) return bridge(id, kNoDevice, copy, false);
     if (device.realDevice == kNoDevice) return leave(id, copy);
@@ -200,30 +206,34 @@ void Walker::leaveAs(Traversal::Exit exit, const Copy& copy) {
 }
 
 void Walker::leaveAtPon(const Copy& copy) {
-    const auto refuse = [&](std::string reason) { drop(copy, plan_.ponDevice(), std::move(reason), Direction::Sent); };
-    if (!copy.marks.gemIndex) return refuse("no rule marked the frame with a GEM port");
+    const auto refuse = [&](FrameFate fate, std::string reason) {
+        drop(copy, fate, plan_.ponDevice(), std::move(reason), Direction::Sent);
+    };
+    if (!copy.marks.gemIndex) return refuse(FrameFate::NoRule, "no rule marked the frame with a GEM port");
     const PlanGemPort* port = plan_.gemPortOfIndex(*copy.marks.gemIndex);
-    if (port == nullptr) return refuse("there is no GEM port with index " + std::to_string(*copy.marks.gemIndex));
+    if (port == nullptr)
+        return refuse(FrameFate::NoGemPort, "there is no GEM port with index " + std::to_string(*copy.marks.gemIndex));
     const auto name = [&] { return "GEM port " + std::to_string(port->portId); };
-    const auto discard = [&](std::string reason) {
+    const auto discard = [&](FrameFate fate, std::string reason) {
         if (counts_ && port->live != nullptr) {
             ++port->live->counters[pon::kFramesDiscarded];
             persistence::changed(persistence::kGemPorts, port->portId);
         }
-        refuse(std::move(reason));
+        refuse(fate, std::move(reason));
     };
-    if (!port->enabled) return discard(name() + " is set down");
-    if (port->downstreamOnly) return discard(name() + " is for downstream only");
+    if (!port->enabled) return discard(FrameFate::NoGemPort, name() + " is set down");
+    if (port->downstreamOnly) return discard(FrameFate::NoGemPort, name() + " is for downstream only");
     if (!port->tcont)
-        return discard("alloc-id " + std::to_string(port->allocId) + " of " + name() + " is bound to no T-CONT");
+        return discard(FrameFate::NoQueue,
+                       "alloc-id " + std::to_string(port->allocId) + " of " + name() + " is bound to no T-CONT");
     const unsigned wanted = copy.marks.queue.value_or(0);
     const auto queue =
         std::find_if(port->queues.begin(), port->queues.end(), [&](const PlanQueue& one) { return one.id == wanted; });
     if (queue == port->queues.end())
-        return discard("T-CONT " + std::to_string(*port->tcont) + " of " + name() + " has no queue " +
-                       std::to_string(wanted));
+        return discard(FrameFate::NoQueue, "T-CONT " + std::to_string(*port->tcont) + " of " + name() +
+                                               " has no queue " + std::to_string(wanted));
     const PlanDevice& pon = plan_.device(plan_.ponDevice());
-    if (!pon.noExit.empty()) return discard(pon.noExit);
+    if (!pon.noExit.empty()) return discard(FrameFate::LinkDown, pon.noExit);
     if (counts_ && port->live != nullptr) {
         const std::size_t octets = copy.packet.octets();
         ++port->live->counters[pon::kFramesSent];
@@ -266,7 +276,8 @@ Walker::Outcome Walker::lookUp(DeviceId device, unsigned direction, DeviceId txD
     step.tags = copy.packet.tags;
     copy.hop = add(step);
     if (refused == nullptr) return Outcome::GoesOn;
-    drop(copy, device, refused, direction == kReceive ? Direction::Received : Direction::Sent);
+    drop(copy, step.rule != nullptr ? FrameFate::Rule : FrameFate::NoRule, device, refused,
+         direction == kReceive ? Direction::Received : Direction::Sent);
     return Outcome::Ended;
 }
 
@@ -281,13 +292,14 @@ int Walker::add(Step step) {
     return static_cast<int>(traversal_.steps.size()) - 1;
 }
 
-void Walker::drop(const Copy& copy, DeviceId device, std::string reason, Direction direction) {
+void Walker::drop(const Copy& copy, FrameFate fate, DeviceId device, std::string reason, Direction direction) {
     if (network::DeviceCounters* counters = plan_.device(device).counters; counts_ && counters != nullptr)
         counters->countDrop(direction);
-    drop(copy, plan_.device(device).name, std::move(reason));
+    drop(copy, fate, plan_.device(device).name, std::move(reason));
 }
 
-void Walker::drop(const Copy& copy, const std::string& device, std::string reason) {
+void Walker::drop(const Copy& copy, FrameFate fate, const std::string& device, std::string reason) {
+    fate_ = fate;
     traversal_.drops.push_back({copy.hop, device, std::move(reason)});
 }
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "Counts.h"
 #include "frames/BridgeMemory.h"
 #include "frames/WalkRecord.h"
 
@@ -60,8 +61,8 @@ private:
 
     void count(DeviceId id, Direction direction, const Packet& packet);
     int add(Step step);
-    void drop(const Copy& copy, DeviceId device, std::string reason, Direction direction);
-    void drop(const Copy& copy, const std::string& device, std::string reason);
+    void drop(const Copy& copy, FrameFate fate, DeviceId device, std::string reason, Direction direction);
+    void drop(const Copy& copy, FrameFate fate, const std::string& device, std::string reason);
     std::string sourceText() const { return frame_ != nullptr ? frame_->source : textOf(sent_.source); }
     std::string destinationText() const { return frame_ != nullptr ? frame_->destination : textOf(sent_.destination); }
 
@@ -74,6 +75,8 @@ private:
     network::Destination destination_;
     Traversal& traversal_;
     GemPort* fromGemPort_ = nullptr;
+    bool fromPon_ = false;
+    FrameFate fate_ = FrameFate::Bridge;  // of the last copy that was dropped
 };
 
 }  // namespace virtual_onu::datapath

@@ -45,6 +45,13 @@ int AtShowCommand::run() const {
     });
 }
 
+int AtMetricsCommand::run() const {
+    return tried("metrics", [this] {
+        print(living::Client(name).ask({{"do", "metrics"}}).at("metrics").get<std::string>());
+        return kHeld;
+    });
+}
+
 int AtSendCommand::run() const {
     return tried("send", [this] {
         living::Client client(name);

@@ -60,6 +60,8 @@ std::string noSuchCommand(const CLI::App& app, const std::string& name);
 
 // --name, by which others reach the board; how: for how long, or when.
 CLI::Option* addBoardName(CLI::App& command, std::string& name, const std::string& how);
+// --metrics PORT, of a board that can be reached.
+CLI::Option* addMetricsOption(CLI::App& command, std::string& metrics, const std::string& how);
 
 // A number from lowest on; anything else is refused with these words.
 CLI::Validator numberFrom(int lowest);

@@ -31,6 +31,7 @@ struct RunCommand {
     std::size_t afterStep = 0;      // end behind this step; 0: the last one, with stay the fullest moment
     bool stay = false;              // when the scenario is over the board can be reached until a signal ends it
     std::string name;               // by this name; "" for the scenario's file
+    std::string metrics;            // with stay: "PORT" or "ADDRESS:PORT" where its metrics are; "" for none
     std::vector<std::string> taps;  // with stay: "sid0=tap0@customer", ports that are TAPs of the host
     // kBadInput when one scenario could not be run, else kNotHeld when one failed.
     int run() const;
@@ -80,6 +81,7 @@ struct OmciCommand : TypedFrame {
     std::vector<std::string> taps;    // "sid0=tap0@customer": ports that are TAPs of the host
     bool audit = false;               // compare the device with the standard
     std::string name;                 // with an address: the board can be reached by it; "" where it cannot
+    std::string metrics;              // with an address: as with run
     bool quiet = false;               // show what is not as expected only
     bool strict = false;              // a refusal counts even where the capture has the same
     // kNotHeld when a message was refused, an answer has another result than the capture's, a call of the HAL failed,
@@ -97,6 +99,7 @@ struct ExecCommand {
     std::string pcapFile;           // the frames that the program has sent
     std::string halOutput;          // where what the HAL prints goes: "" a log file, "-" standard output
     std::string name;               // the board can be reached by it while the program runs; "" where it cannot
+    std::string metrics;            // with a name: as with run
     std::vector<std::string> taps;  // as with omci
     BoardChoice board;              // that the program finds, and leaves in its file
     bool quiet = false;
@@ -179,6 +182,11 @@ struct AtStepCommand : AtCommand {
     std::string kind;                // of a scenario's step; "": the word is a whole step in JSON
     std::vector<std::string> words;  // of its value
     int run() const;                 // kNotHeld when the step has failed or the frame was dropped
+};
+
+// The board's metrics, as text in the exposition format of Prometheus.
+struct AtMetricsCommand : AtCommand {
+    int run() const;
 };
 
 struct AtServeCommand : AtCommand {

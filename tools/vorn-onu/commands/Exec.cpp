@@ -29,6 +29,7 @@
 #include "running/program/Tail.h"
 #include "running/program/TapLender.h"
 #include "running/program/TapOption.h"
+#include "views/page/MetricServer.h"
 
 namespace vorn_onu {
 
@@ -99,9 +100,14 @@ bool setUp(const ExecCommand& command, const BoardStart& board, const Files& fil
 // What lets others look at the board while the program runs.
 struct Reachable {
     Reachable(const ExecCommand& command, const RunFolder& folder)
-        : board(folder, command.program), server(command.name, command.taps) {}
+        : board(folder, command.program), server(command.name, command.taps) {
+        if (command.metrics.empty()) return;
+        metrics = std::make_unique<page::MetricServer>(command.metrics, board);
+        remark("metrics: " + metrics->link());
+    }
     ProgramBoard board;
     living::Server server;
+    std::unique_ptr<page::MetricServer> metrics;
 };
 
 // The state that the file holds; discarded when nobody has touched the device.

@@ -31,7 +31,8 @@ Command addExec(CLI::App& app) {
     command
         ->add_option("--record", exec->recordFile, "write what the program asks of the HAL as a scenario to this file")
         ->type_name("FILE");
-    addBoardName(*command, exec->name, "while the program and all that it has started runs");
+    CLI::Option* name = addBoardName(*command, exec->name, "while the program and all that it has started runs");
+    addMetricsOption(*command, exec->metrics, "with --name")->needs(name);
     addTapOption(*command, exec->taps);
     command->add_flag("--quiet", exec->quiet, "do not show the device");
     command->add_option("PROGRAM", exec->program, "the program and its arguments, after --")->required()->type_name("");

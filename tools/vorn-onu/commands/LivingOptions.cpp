@@ -9,6 +9,7 @@
 #include "commands/LogOptions.h"
 #include "living/BoardSocket.h"
 #include "running/scenario/Scenario.h"
+#include "views/page/MetricServer.h"
 
 namespace vorn_onu {
 
@@ -41,6 +42,13 @@ void addShow(CLI::App& at, const std::string& name, Works& works) {
     CLI::App* command = at.add_subcommand("show", "show what is on the board");
     command->add_flag("--json", show->json, "the device state as JSON, with its trace");
     works.emplace_back(command, atBoard(show, name));
+}
+
+void addMetrics(CLI::App& at, const std::string& name, Works& works) {
+    const auto metrics = std::make_shared<AtMetricsCommand>();
+    CLI::App* command = at.add_subcommand(
+        "metrics", "show what the board counts, as Prometheus reads it: services, frames, calls, messages");
+    works.emplace_back(command, atBoard(metrics, name));
 }
 
 void addServe(CLI::App& at, const std::string& name, Works& works) {
@@ -139,6 +147,21 @@ CLI::Option* addBoardName(CLI::App& command, std::string& name, const std::strin
         ->check(boardName());
 }
 
+CLI::Option* addMetricsOption(CLI::App& command, std::string& metrics, const std::string& how) {
+    return command
+        .add_option("--metrics", metrics,
+                    "serve the board's metrics for Prometheus, " + how +
+                        ": a port of 127.0.0.1 (0: any that is free), or ADDRESS:PORT, then for everybody who reaches "
+                        "that address")
+        ->type_name("PORT")
+        ->check(CLI::Validator(
+            [](const std::string& place) {
+                const std::string problem = page::problemOfMetricPlace(place);
+                return problem.empty() ? "" : "'" + place + "' " + problem;
+            },
+            ""));
+}
+
 Command addLs(CLI::App& app) {
     const auto ls = std::make_shared<LsCommand>();
     CLI::App* command = app.add_subcommand("ls", "list the boards that run");
@@ -164,6 +187,7 @@ Command addAt(CLI::App& app) {
     addMib(*command, at->name, at->works);
     addWatch(*command, at->name, at->works);
     addSendAt(*command, at->name, at->works);
+    addMetrics(*command, at->name, at->works);
     addServe(*command, at->name, at->works);
     for (const StepKind& kind : stepKinds()) {
         if (kind.key == "show" || kind.key == "note") continue;  // nothing to look at, and words for a reader

@@ -20,6 +20,7 @@
 #include "living/ExchangeCapture.h"
 #include "living/LateFrames.h"
 #include "living/Layout.h"
+#include "living/MessageCounts.h"
 #include "living/MessageNumbers.h"
 #include "living/MessageSocket.h"
 #include "living/MibState.h"
@@ -35,6 +36,7 @@
 #include "views/MessageLog.h"
 #include "views/MessageOutput.h"
 #include "views/MessageRecord.h"
+#include "views/page/MetricServer.h"
 
 namespace vorn_onu {
 
@@ -70,6 +72,10 @@ public:
             server_ = std::make_unique<living::Server>(command.name, command.taps);
             server_->start(board_);
         }
+        if (!command.metrics.empty()) {
+            metrics_ = std::make_unique<page::MetricServer>(command.metrics, board_);
+            remark("metrics: " + metrics_->link());
+        }
         if (taps_ != nullptr) taps_->start();
         writer_ = std::make_unique<StateWriter>(command.jsonFile == "-" ? "" : command.jsonFile);
     }
@@ -100,6 +106,7 @@ public:
     }
 
     void summary(HalOutput& hal) {
+        metrics_.reset();
         if (server_) server_->stop("the ONU has been asked to end");
         writer_.reset();
         say(output_.flush());
@@ -201,6 +208,7 @@ private:
     void keep(Played one) {
         say(command_.log ? logText(one, log_) : output_.message(one));
         tally_.add(one);
+        counts_.add(one);
         for (const HalStep& call : one.calls) recording_.add(call);
         run_.messages.push_back(std::make_shared<const Played>(std::move(one)));
         if (run_.messages.size() <= kMaxKept) return;
@@ -251,6 +259,7 @@ private:
     nlohmann::json armed() const override { return faults_.armed(); }
     nlohmann::json mib() override { return mibJson(living_->mib()); }
     std::uint64_t messageCount() const override { return number_; }
+    living::MetricText metrics() override { return counts_.metrics(gate_.counters(), living_->mib()); }
     nlohmann::json messages(std::uint64_t after, std::size_t most) override {
         auto list = nlohmann::json::array();
         const std::size_t known = after > run_.before ? static_cast<std::size_t>(after - run_.before) : 0;
@@ -286,6 +295,7 @@ private:
     std::unique_ptr<virtual_onu::Taps> taps_;
     std::unique_ptr<LivingOnu> living_;
     MessageNumbers numbers_;
+    MessageCounts counts_;
     AnswerFaults faults_;
     LateFrames late_;
     std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
@@ -294,6 +304,7 @@ private:
     living::OwnBoard board_{virtual_onu::VirtualOnu::instance(), *HALFactory::getInstance()->CreateHALObject(0),
                             nlohmann::json{{"kind", "omci"}, {"program", {socket_.address()}}, {"hal", true}}};
     std::unique_ptr<living::Server> server_;
+    std::unique_ptr<page::MetricServer> metrics_;
     std::unique_ptr<StateWriter> writer_;
 };
 

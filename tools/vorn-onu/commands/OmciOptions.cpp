@@ -35,6 +35,7 @@ Command addOmci(CLI::App& app) {
         ->type_name("ADDRESS")
         ->needs(listen);
     addBoardName(*command, omci->name, "with --listen")->needs(listen);
+    addMetricsOption(*command, omci->metrics, "with --listen")->needs(listen);
     addIdentityOptions(*command, omci->board);
     addBoardFile(*command, omci->board, "the OLT")->needs(listen);
     command->add_option("--until", omci->until, "stop after this message")

@@ -26,6 +26,7 @@
 #include "views/DeviceReport.h"
 #include "views/RunOutput.h"
 #include "views/RunReport.h"
+#include "views/page/MetricServer.h"
 
 namespace vorn_onu {
 
@@ -100,6 +101,7 @@ public:
           board_(virtual_onu::VirtualOnu::instance(), *HALFactory::getInstance()->CreateHALObject(0),
                  nlohmann::json{{"kind", "run"}, {"program", {scenario.file}}, {"hal", true}}, scenario.records) {
         if (signals_ < 0) throw std::runtime_error("signals cannot be waited for");
+        if (!command.metrics.empty()) metrics_ = std::make_unique<page::MetricServer>(command.metrics, board_);
     }
     ~ServedBoard() { close(signals_); }
     ServedBoard(const ServedBoard&) = delete;
@@ -109,6 +111,7 @@ public:
     void untilSignal() {
         if (taps_ != nullptr) taps_->start();
         server_.start(board_);
+        if (metrics_ != nullptr) remark("metrics: " + metrics_->link());
         remark("the board stays as '" + server_.name() + "': vorn-onu at " + server_.name() +
                " show; SIGTERM or Ctrl-C ends it");
         pollfd wait{signals_, POLLIN, 0};
@@ -135,6 +138,7 @@ private:
     std::unique_ptr<virtual_onu::Taps> taps_;
     living::Server server_;
     living::OwnBoard board_;
+    std::unique_ptr<page::MetricServer> metrics_;
 };
 
 // A board that is open in a file.

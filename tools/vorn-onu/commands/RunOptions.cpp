@@ -42,6 +42,7 @@ Command addRun(CLI::App& app) {
                           "let others reach the board afterwards, until SIGTERM or Ctrl-C; a scenario that takes its "
                           "services back ends before that, unless --after-step says where");
     addBoardName(*command, run->name, "with --stay; otherwise by that of the scenario's file")->needs(stay);
+    addMetricsOption(*command, run->metrics, "with --stay")->needs(stay);
     addTapOption(*command, run->taps)->needs(stay);
     addScenarioForwardingOption(*command, run->forwarding);
     command->footer(

@@ -17,10 +17,16 @@ void OwnBoard::connect(OltSide& olt) {
     session_.connect(olt);
 }
 
-// {"do": "mib"}, {"do": "messages"}: answered on the MIB as it is between two messages.
+// {"do": "mib"}, {"do": "messages"}, {"do": "metrics"}: answered on the MIB as it is between two messages.
 std::string OwnBoard::askOlt(const Json& request) {
     try {
         const bool mib = request.at("do") == "mib";
+        if (request.at("do") == "metrics") {
+            checkKeys(request, {"v", "id", "do"});
+            const MetricText board = boardMetrics();
+            const std::lock_guard<std::mutex> calls(hal_);
+            return replyText({{"ok", true}, {"metrics", board.text() + olt_->metrics().text()}});
+        }
         checkKeys(request, mib ? std::vector<std::string>{"v", "id", "do"}
                                : std::vector<std::string>{"v", "id", "do", "after", "most"});
         const auto number = [&request](const char* key, std::uint64_t otherwise, std::uint64_t highest) {
@@ -39,14 +45,20 @@ std::string OwnBoard::askOlt(const Json& request) {
 }
 
 std::string OwnBoard::ask(const Json& request) {
-    if (olt_ != nullptr && request.contains("do") && (request["do"] == "mib" || request["do"] == "messages"))
-        return askOlt(request);
+    const Json what = request.contains("do") ? request["do"] : Json();
+    if (olt_ != nullptr && (what == "mib" || what == "messages" || what == "metrics")) return askOlt(request);
     const std::lock_guard<std::mutex> alone(session_mutex_);
     const std::unique_lock<std::mutex> calls =
         request.contains("step") ? std::unique_lock<std::mutex>(hal_) : std::unique_lock<std::mutex>();
     std::string reply = session_.answer(request);
     if (calls) std::fflush(stdout);  // what the HAL has printed can be read by who asked
     return reply;
+}
+
+std::string metricsOf(LiveBoard& board) {
+    const auto reply = nlohmann::json::parse(board.ask(Json{{"do", "metrics"}}));
+    if (!reply.at("ok").get<bool>()) throw std::runtime_error(reply.at("error").get<std::string>());
+    return reply.at("metrics").get<std::string>();
 }
 
 nlohmann::json OwnBoard::about() {

@@ -20,6 +20,11 @@ public:
     virtual nlohmann::json about() = 0;
 };
 
+// Its metrics, as text in the exposition format of Prometheus. Throws std::exception, with the reason, where it has no
+// answer.
+std::string metricsOf(LiveBoard& board);
+constexpr const char* kMetricType = "text/plain; version=0.0.4; charset=utf-8";
+
 // The one in this process.
 class OwnBoard : public LiveBoard {
 public:

@@ -12,6 +12,7 @@
 #include "hal/VornHal.h"
 #include "living/CallStep.h"
 #include "omci/agent/Identity.h"
+#include "running/scenario/CallTally.h"
 #include "running/scenario/operations/Operations.h"
 #include "running/state/Effects.h"
 
@@ -92,6 +93,7 @@ LivingOnu::LivingOnu(const omci::BoardNumbering& numbering, const BoardStart& st
         call.effects = std::exchange(performer_.effects, {});
         call.rules = origins_.take(virtual_onu::VirtualOnu::instance().ruleTables(), call.number);
         call.result = made.result;
+        callTally().add(call.name, made.result != 0);
         call.entities = made.cause.entities;
         for (const auto& message : made.cause.messages) call.messages.push_back(message.number);
         now_.calls.push_back(std::move(call));

@@ -7,17 +7,19 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "living/Metrics.h"
 #include "running/scenario/MessageFaults.h"
 
 namespace vorn_onu::living {
 
 class OltSide : public MessageFaults {
 public:
-    // Both with the HAL held (OwnBoard::hal()). Lists of objects as docs/living.md has them.
+    // All with the HAL held (OwnBoard::hal()). Lists of objects as docs/living.md has them.
     virtual nlohmann::json mib() = 0;
     // Messages behind this number, at most so many, as far as they are kept.
     virtual nlohmann::json messages(std::uint64_t after, std::size_t most) = 0;
     virtual std::uint64_t messageCount() const = 0;
+    virtual MetricText metrics() = 0;  // of messages and MIB
 };
 
 }  // namespace vorn_onu::living

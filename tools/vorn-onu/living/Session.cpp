@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "living/Metrics.h"
 #include "living/Protocol.h"
 #include "running/scenario/FrameReturn.h"
 #include "running/scenario/MessageFaults.h"
@@ -95,11 +96,15 @@ json Session::done(const Json& request) {
     if (what == "trace") return trace(request);
     if (what == "counters") return counters();
     if (what == "news") return news(request);
+    if (what == "metrics") {
+        checkKeys(request, {"v", "id", "do"});
+        return {{"ok", true}, {"metrics", boardMetrics().text()}};
+    }
     if (what == "mib" || what == "messages")
         throw Refusal("not-here", "no OLT's messages come to this board; one of 'omci --listen --name' has a MIB");
     throw Refusal("bad-request", "there is no request '" + what + "'" +
-                                     suggestion(what, {"hello", "show", "step", "send", "trace", "counters", "mib",
-                                                       "messages", "subscribe", "unsubscribe"}));
+                                     suggestion(what, {"hello", "show", "step", "send", "trace", "counters", "metrics",
+                                                       "mib", "messages", "subscribe", "unsubscribe"}));
 }
 
 // Every entry is looked at once only: a trace is long, and the device's threads wait for each look at it.

@@ -1,5 +1,6 @@
 #include <nlohmann/json.hpp>
 
+#include "running/scenario/CallTally.h"
 #include "running/scenario/Scenario.h"
 #include "running/scenario/operations/Operations.h"
 #include "running/state/FieldWords.h"
@@ -91,8 +92,9 @@ void parseCall(Step& step, const Json& whole, ParseContext& context) {
     step.words = isNull ? "a null pointer" : (isNamed ? textOf(whole["record"]) + ": " : "") + fieldWords(given);
     step.changes = operation->changes;
     step.needsHal = true;
-    step.run = [call, result, output](RunContext& context_) {
+    step.run = [call, result, output, name = shortOperationName(operation->name)](RunContext& context_) {
         const Outcome outcome = call(*context_.hal);
+        callTally().add(name, outcome.result.is_number_integer() && outcome.result != 0);
         StepResult done;
         done.answer = answerText(outcome);
         done.returned = Json{{"result", outcome.result}, {"output", outcome.output}};

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 
 #include <nlohmann/json.hpp>
 
@@ -20,16 +19,6 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(TapState, port, interface, linkUp, framesIn, 
 namespace {
 
 using nlohmann::json;
-
-// Calls whose result is no status: a partition's number, the bytes that were read, an event or its absence, the answer
-// that a GEM port is there already, and that there is none of this id or index: the library asks for both.
-bool answersNoStatus(const std::string& name, long result) {
-    constexpr long kGemPortExists = 258;
-    constexpr long kNoSuchGemPort = ENOENT;
-    return name == "devCtl_getBootedImagePartition" || name == "cmsPsp_get" || name == "cmsMsg_receiveWithTimeout" ||
-           (name == "gponCtl_configGemPort" && result == kGemPortExists) ||
-           (name == "gponCtl_getGemPort" && result == kNoSuchGemPort);
-}
 
 template <typename Record>
 std::vector<Record> recordsOf(const json& list) {
@@ -100,10 +89,6 @@ void readFailedCalls(const json& trace, DeviceState& result) {
 
 }  // namespace
 
-bool isFailedCall(const std::string& name, long result) {
-    return result != 0 && !answersNoStatus(name, result);
-}
-
 std::size_t DeviceState::ruleCount() const {
     std::size_t count = 0;
     for (const TableState& table : tables) count += table.rules.size();
@@ -143,6 +128,10 @@ DeviceState readState(const json& whole) {
     if (whole.contains("faults")) result.armedFaults = faultWords(oneLines(whole.at("faults")));
     readFailedCalls(whole.at("trace"), result);
     return result;
+}
+
+DeviceState stateNow(const virtual_onu::VirtualOnu& onu) {
+    return readState(onu.toJsonWithoutTrace());
 }
 
 }  // namespace vorn_onu

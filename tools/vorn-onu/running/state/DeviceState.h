@@ -72,12 +72,13 @@ struct DeviceState {
     const virtual_onu::NetworkDevice* device(const std::string& name) const;
 };
 
-// Whether a function of the device kit has failed; some answer a number that is no status.
-bool isFailedCall(const std::string& name, long result);
+using virtual_onu::isFailedCall;
 
 // Texts become one line each: the state is read for people. Throws nlohmann::json::exception when it is no state of a
 // device.
 DeviceState readState(const nlohmann::json& state);
+// As the board is now, without calls that have failed.
+DeviceState stateNow(const virtual_onu::VirtualOnu& onu);
 
 }  // namespace vorn_onu
 

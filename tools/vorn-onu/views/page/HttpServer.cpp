@@ -39,6 +39,7 @@ void HttpServer::start() {}
 
 #include "SignalsBlocked.h"
 #include "living/Client.h"
+#include "living/LiveBoard.h"
 #include "views/page/Guard.h"
 #include "views/page/LimitedServer.h"
 #include "views/page/PageScript.h"
@@ -170,6 +171,7 @@ private:
         looks("/token", [this](const Request& request, Response& response) {
             answer(response, kDone, {{"good", guard_.changeRefusal(askingOf(request)).empty()}});
         });
+        looks("/metrics", [this](const Request&, Response& response) { metrics(response); });
         looks("/events", [this](const Request& request, Response& response) {
             stream(response, guard_.changeRefusal(askingOf(request)).empty());
         });
@@ -209,6 +211,14 @@ private:
                                                   const std::string text = reader->next();
                                                   return text.empty() || sink.write(text.data(), text.size());
                                               });
+    }
+    void metrics(Response& response) {
+        try {
+            living::Client client(board_, kStepMs);
+            response.set_content(client.ask({{"do", "metrics"}}).at("metrics").get<std::string>(), living::kMetricType);
+        } catch (const std::exception& error) {
+            refuse(response, kFull, error.what());
+        }
     }
     void step(const Request& request, Response& response) {
         const json step = json::parse(request.body, nullptr, false);
