@@ -60,8 +60,10 @@ class Answer:
 
 
 class Olt:
+    answer = Answer
+
     def __init__(self, address):
-        self.socket = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+        self.socket = self.new_socket()
         self.socket.connect(address)
         self.transaction = 0
         self.sent = 0
@@ -70,7 +72,11 @@ class Olt:
     def close(self):
         self.socket.close()
 
+    def new_socket(self):
+        return socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+
     def code(self, frame):
+        """The integrity code of a frame of this OLT."""
         return struct.pack(">I", crc32(frame))
 
     def send(self, kind, entity, instance, content=b"", transaction=None):
@@ -89,7 +95,7 @@ class Olt:
         while True:
             self.socket.settimeout(max(end - time.monotonic(), 0.001))
             try:
-                answer = Answer(self.socket.recv(2048))
+                answer = self.answer(self.socket.recv(2048))
             except socket.timeout:
                 return None
             if answer.transaction != 0:
