@@ -19,8 +19,14 @@ def pod(name, template, labels):
             "spec": copy.deepcopy(template["spec"])}
     made["metadata"].update(name=name, labels={**made["metadata"].get("labels", {}), **labels})
     made["spec"].setdefault("hostname", name)
+    # podman keeps an emptyDir as a volume of its name, which all pods would share.
+    names = {volume["name"]: f"{volume['name']}-{name}" for volume in made["spec"].get("volumes", []) if "emptyDir" in volume}
+    for volume in made["spec"].get("volumes", []):
+        volume["name"] = names.get(volume["name"], volume["name"])
     for container in made["spec"]["containers"]:
         container.pop("ports", None)  # podman would publish them on this machine, the same of each pod
+        for mount in container.get("volumeMounts", []):
+            mount["name"] = names.get(mount["name"], mount["name"])
     return made
 
 

@@ -115,8 +115,8 @@ class Fleet:
 
     def end(self):
         self.engine("pod", "rm", "--force", "--ignore", "--time", "1", *(onu.name for onu in self.onus), check=False)
-        claims = [one["metadata"]["name"] for one in self.documents if one["kind"] == "PersistentVolumeClaim"]
-        self.engine("volume", "rm", "--force", *claims, check=False)
+        volumes = [f"{volume}-{onu.name}" for onu in self.onus for volume in ("board", "run")]
+        self.engine("volume", "rm", "--force", *volumes, check=False)
 
 
 def main():
