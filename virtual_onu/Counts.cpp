@@ -47,8 +47,8 @@ void call(const std::string& name, long result) {
     if (isFailedCall(name, result)) ++one.failures;
 }
 
-void frame(bool upstream, FrameFate fate) {
-    ++allCounts().frames[upstream ? 1 : 0][static_cast<std::size_t>(fate)];
+void frames(bool upstream, FrameFate fate, std::uint32_t number) {
+    allCounts().frames[upstream ? 1 : 0][static_cast<std::size_t>(fate)] += number;
 }
 
 void reset() {

@@ -25,7 +25,7 @@ constexpr std::size_t kFrameFates = 10;
 namespace counts {  // with the device lock held
 
 void call(const std::string& name, long result);
-void frame(bool upstream, FrameFate fate);
+void frames(bool upstream, FrameFate fate, std::uint32_t number);
 void reset();
 
 }  // namespace counts

@@ -128,11 +128,29 @@ struct Exit {
     Frame frame;
 };
 
+// What a host has left to be done of a frame that it hands over: its checksum, or to be cut into many. Octets from the
+// frame's first one.
+struct VIRTUAL_ONU_API Offload {
+    enum class Cut : std::uint8_t { None, TcpIpv4, TcpIpv6, Udp };
+    Cut cut = Cut::None;
+    bool ecn = false;                // TCP's CWR is set, which is the first frame's alone
+    bool checksum = false;           // instead of it there is the sum of the pseudo header; always where there is a cut
+    std::uint16_t checksumFrom = 0;  // where TCP or UDP begins
+    std::uint16_t checksumPlace = 0;  // behind that
+    std::uint16_t headers = 0;        // up to the content that is cut
+    std::uint16_t segmentOctets = 0;  // of the content in each frame; the last one has the rest
+    bool operator==(const Offload& other) const;
+};
+// The frames, as the wire carries them; none where the offload does not fit the bytes.
+VIRTUAL_ONU_API std::vector<std::vector<std::uint8_t>> framesOf(const std::vector<std::uint8_t>& bytes,
+                                                                const Offload& offload);
+
 // A copy that leaves, as bytes.
 struct VIRTUAL_ONU_API WireExit {
     std::string device;
     std::optional<unsigned> gemPort;  // on the PON side only
     std::vector<std::uint8_t> bytes;
+    Offload offload{};  // what is still to be done
 };
 
 struct Drop {

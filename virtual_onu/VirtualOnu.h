@@ -362,8 +362,12 @@ public:
     Walk sendFromPort(const std::string& device, const Frame& frame, Learning learning = Learning::On);
     Walk sendFromPon(unsigned gemPortId, const Frame& frame, Learning learning = Learning::On);
     // Likewise for a frame's bytes, as real packets are carried: the copies that leave, nothing where it is dropped.
-    std::vector<WireExit> carryFromPort(const std::string& device, const std::vector<std::uint8_t>& bytes);
-    std::vector<WireExit> carryFromPon(unsigned gemPortId, const std::vector<std::uint8_t>& bytes);
+    // With an offload for all frames that come of it, each of which is counted. They leave as one where all have the
+    // same path and tags that other hosts can cut behind, otherwise frame by frame.
+    std::vector<WireExit> carryFromPort(const std::string& device, const std::vector<std::uint8_t>& bytes,
+                                        const Offload& offload = {});
+    std::vector<WireExit> carryFromPon(unsigned gemPortId, const std::vector<std::uint8_t>& bytes,
+                                       const Offload& offload = {});
     // The data path as it is now, for frames to be sent later, whatever becomes of the device.
     FrozenDataPath freezeDataPath() const;
     // Groups that the stations behind the ports of a bridge have joined, and the joins heard at a port so far.

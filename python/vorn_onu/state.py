@@ -295,6 +295,12 @@ class Tap:
     lastElsewhere: str
     lostIn: int  # in front of the board, which did not take them in time
     lostOut: int  # that the host did not take
+    offload: str = "none"  # "tcp, udp", "tcp": what the host leaves to be cut into frames
+    whyNoOffload: str = ""
+    segmentsIn: int = 0  # that came in whole
+    segmentFramesIn: int = 0  # that they stand for
+    segmentsOut: int = 0
+    segmentFramesOut: int = 0
 
 
 @dataclass(frozen=True)

@@ -130,6 +130,42 @@ const Plan& carry(const Entrance& entrance, const Packet& packet, Traversal& tra
     return plan;
 }
 
+namespace {
+
+bool isSame(const Passage::Exit& a, const Passage::Exit& b) {
+    return a.at.device == b.at.device && a.at.runner == b.at.runner && a.at.gemPort == b.at.gemPort &&
+           a.at.queue == b.at.queue && a.at.tags == b.at.tags;
+}
+
+}  // namespace
+
+// Frames of one length are alike to the device: they walk as one, and the last one, when it is shorter, by itself. What
+// a bridge learns from the first of them, the others would teach it again.
+const Plan& carry(const Entrance& entrance, const WireHeader& header, const Segment& segment, Passage& passage) {
+    passage.exits.clear();
+    passage.dropped = 0;
+    Packet packet = packetOf(header);
+    const Plan* plan = nullptr;
+    std::size_t ofFirst = 0;
+    for (std::uint32_t at = 0; at < segment.frames(); at += packet.frames) {
+        packet.frames = segment.alikeFrom(at);
+        packet.payloadSize = segment.payloadOf(at);
+        plan = &carry(entrance, packet, passage.traversal);
+        if (at == 0) ofFirst = passage.traversal.exits.size();
+        for (const auto& exit : passage.traversal.exits) passage.exits.push_back({exit, at, packet.frames});
+        if (!passage.traversal.exits.empty()) continue;
+        passage.dropped += packet.frames;
+        passage.lastDrop = passage.traversal.drops.empty() ? "" : passage.traversal.drops.back().reason;
+    }
+    const auto middle = passage.exits.begin() + static_cast<std::ptrdiff_t>(ofFirst);
+    if (packet.frames == segment.frames() ||
+        !std::equal(passage.exits.begin(), middle, middle, passage.exits.end(), isSame))
+        return *plan;
+    passage.exits.erase(middle, passage.exits.end());
+    for (Passage::Exit& exit : passage.exits) exit.frames = segment.frames();
+    return *plan;
+}
+
 std::vector<LearnedAddress> learnedNow() {
     const std::uint64_t nowMs = virtualNowMs();
     std::vector<LearnedAddress> result;

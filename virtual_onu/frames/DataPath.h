@@ -6,6 +6,7 @@
 #include <string>
 
 #include "Frames.h"
+#include "frames/Segment.h"
 #include "frames/WalkRecord.h"
 
 namespace virtual_onu::datapath {
@@ -22,6 +23,20 @@ struct Entrance {
 // Likewise for a frame that nobody needs in words: with the device lock held. The traversal is new, and good until the
 // lock is given back. Answers the plan that it belongs to.
 const Plan& carry(const Entrance& entrance, const Packet& packet, Traversal& traversal);
+
+// What has become of all frames of a segment. Its memory is used again from one to the next.
+struct Passage {
+    struct Exit {
+        Traversal::Exit at;
+        std::uint32_t first = 0, frames = 1;  // of the segment
+    };
+    std::vector<Exit> exits;
+    std::uint32_t dropped = 0;  // frames that left nowhere
+    std::string lastDrop;       // why, of the last one
+    Traversal traversal;        // of the last one
+};
+// Likewise for a segment with this header, or a frame by itself. Exits that all frames have in common are one.
+const Plan& carry(const Entrance& entrance, const WireHeader& header, const Segment& segment, Passage& passage);
 
 }  // namespace virtual_onu::datapath
 

@@ -44,6 +44,11 @@ std::string textOf(Mac mac) {
     return network::macText(bytes.data());
 }
 
+bool Tags::operator==(const Tags& other) const {
+    return count == other.count && etherType == other.etherType &&
+           std::equal(tag.begin(), tag.begin() + count, other.tag.begin());
+}
+
 bool Tags::push() {
     if (count == kMaxTags) return false;
     std::copy_backward(tag.begin(), tag.begin() + count, tag.begin() + count + 1);

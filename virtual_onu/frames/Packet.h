@@ -33,6 +33,7 @@ struct Tags {
 
     bool push();  // false when there is no room for another one
     void pop();   // harmless without a tag
+    bool operator==(const Tags& other) const;
     // The type word number k: in front of tag k, or the payload's behind the last one.
     std::uint16_t typeWord(std::size_t k) const { return k < count ? tag[k].tpid : etherType; }
 };
@@ -55,9 +56,10 @@ struct Packet {
     std::optional<std::uint8_t> ipProtocol;
     std::uint8_t dscp = 0;
     std::size_t payloadSize = 0;  // octets behind the last type word
+    std::uint32_t frames = 1;     // that it stands for, all of them alike
     Multicast multicast;
 
-    std::size_t octets() const;  // of the whole frame without its check sum
+    std::size_t octets() const;  // of one whole frame without its check sum
     // Octets as an MTU limits them: the kernel carries the outermost tag beside the frame.
     std::size_t octetsBesideTag() const {
         return kHeaderOctets + (tags.count > 1 ? tags.count - std::size_t{1} : 0) * 4 + payloadSize;

@@ -36,9 +36,9 @@ Walker::Walker(const WalkContext& context, const Packet& packet, const Frame* fr
 
 void Walker::finish() {
     if (!counts_) return;
-    counts::frame(!fromPon_, traversal_.exits.empty() ? fate_ : FrameFate::Forwarded);
+    counts::frames(!fromPon_, traversal_.exits.empty() ? fate_ : FrameFate::Forwarded, sent_.frames);
     if (fromGemPort_ == nullptr || !traversal_.exits.empty()) return;
-    ++fromGemPort_->counters[pon::kFramesDiscarded];
+    fromGemPort_->counters[pon::kFramesDiscarded] += sent_.frames;
     persistence::changed(persistence::kGemPorts, fromGemPort_->portId);
 }
 
@@ -73,8 +73,8 @@ void Walker::enterFromPon(unsigned gemPortId) {
     if (counts_ && port->live != nullptr) {
         fromGemPort_ = port->live;
         persistence::changed(persistence::kGemPorts, port->portId);
-        ++port->live->counters[pon::kFramesReceived];
-        port->live->counters[pon::kOctetsReceived] += static_cast<std::uint32_t>(sent_.octets());
+        port->live->counters[pon::kFramesReceived] += sent_.frames;
+        port->live->counters[pon::kOctetsReceived] += static_cast<std::uint32_t>(sent_.frames * sent_.octets());
     }
     copy.marks.gemIndex = port->index;
     receive(id, copy);
@@ -216,7 +216,7 @@ void Walker::leaveAtPon(const Copy& copy) {
     const auto name = [&] { return "GEM port " + std::to_string(port->portId); };
     const auto discard = [&](FrameFate fate, std::string reason) {
         if (counts_ && port->live != nullptr) {
-            ++port->live->counters[pon::kFramesDiscarded];
+            port->live->counters[pon::kFramesDiscarded] += copy.packet.frames;
             persistence::changed(persistence::kGemPorts, port->portId);
         }
         refuse(fate, std::move(reason));
@@ -235,10 +235,11 @@ void Walker::leaveAtPon(const Copy& copy) {
     const PlanDevice& pon = plan_.device(plan_.ponDevice());
     if (!pon.noExit.empty()) return discard(FrameFate::LinkDown, pon.noExit);
     if (counts_ && port->live != nullptr) {
-        const std::size_t octets = copy.packet.octets();
-        ++port->live->counters[pon::kFramesSent];
+        const std::uint32_t frames = copy.packet.frames;
+        const std::uint64_t octets = std::uint64_t{frames} * copy.packet.octets();
+        port->live->counters[pon::kFramesSent] += frames;
         port->live->counters[pon::kOctetsSent] += static_cast<std::uint32_t>(octets);
-        ++queue->live->frames;
+        queue->live->frames += frames;
         queue->live->octets += octets;
         persistence::changed(persistence::kGemPorts, port->portId);
         persistence::changed(persistence::kTconts, *port->tcont);
@@ -284,7 +285,7 @@ Walker::Outcome Walker::lookUp(DeviceId device, unsigned direction, DeviceId txD
 void Walker::count(DeviceId id, Direction direction, const Packet& packet) {
     if (!counts_) return;
     if (network::DeviceCounters* counters = plan_.device(id).counters)
-        counters->count(direction, destination_, packet.octets());
+        counters->count(direction, destination_, packet.frames, packet.octets());
 }
 
 int Walker::add(Step step) {
@@ -294,7 +295,7 @@ int Walker::add(Step step) {
 
 void Walker::drop(const Copy& copy, FrameFate fate, DeviceId device, std::string reason, Direction direction) {
     if (network::DeviceCounters* counters = plan_.device(device).counters; counts_ && counters != nullptr)
-        counters->countDrop(direction);
+        counters->countDrop(direction, copy.packet.frames);
     drop(copy, fate, plan_.device(device).name, std::move(reason));
 }
 

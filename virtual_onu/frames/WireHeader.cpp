@@ -19,10 +19,6 @@ struct Octets {
     std::uint16_t u16(std::size_t place) const { return static_cast<std::uint16_t>(u8(place) << 8 | u8(place + 1)); }
 };
 
-bool isTpid(std::uint16_t type) {
-    return type == 0x8100 || type == 0x88A8 || type == 0x9100;
-}
-
 // Reports of the newer protocols name several groups; a bridge learns from the first.
 void readIgmp(const Octets& message, WireHeader& made) {
     constexpr std::size_t kShortest = 8, kFirstRecord = 8, kRecordGroup = 4;
@@ -98,6 +94,10 @@ Mac macAt(const std::uint8_t* bytes) {
 }
 
 }  // namespace
+
+bool isTpid(std::uint16_t type) {
+    return type == 0x8100 || type == 0x88A8 || type == 0x9100;
+}
 
 bool readHeader(const std::uint8_t* bytes, std::size_t size, std::size_t wireSize, WireHeader& made) {
     if (size < kHeaderOctets) return false;

@@ -29,6 +29,7 @@ struct WireHeader {
     std::optional<WireGroup> group;
 };
 
+bool isTpid(std::uint16_t type);  // of those
 // Tags are taken as such with the TPIDs 0x8100, 0x88a8 and 0x9100, as many as the data path carries. False for fewer
 // bytes than an Ethernet header.
 bool readHeader(const std::uint8_t* bytes, std::size_t size, std::size_t wireSize, WireHeader& made);

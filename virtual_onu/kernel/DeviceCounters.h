@@ -17,18 +17,18 @@ enum class Destination : std::uint8_t { Multicast, Broadcast, Unicast };  // the
 
 class DeviceCounters {
 public:
-    // A frame of so many octets (without its check sum) passes the device.
-    void count(Direction direction, Destination destination, std::size_t octets) {
+    // So many frames of so many octets each (without their check sums) pass the device.
+    void count(Direction direction, Destination destination, std::uint32_t frames, std::size_t octets) {
         const bool received = direction == Direction::Received;
-        ++kernel_[received ? kReceivedPackets : kSentPackets];
-        kernel_[received ? kReceivedBytes : kSentBytes] += octets;
-        if (received && destination == Destination::Multicast) ++kernel_[kMulticast];
-        ++split_[static_cast<std::size_t>(direction) * 3 + static_cast<std::size_t>(destination)];
+        kernel_[received ? kReceivedPackets : kSentPackets] += frames;
+        kernel_[received ? kReceivedBytes : kSentBytes] += std::uint64_t{frames} * octets;
+        if (received && destination == Destination::Multicast) kernel_[kMulticast] += frames;
+        split_[static_cast<std::size_t>(direction) * 3 + static_cast<std::size_t>(destination)] += frames;
         hasCounted_ = true;
     }
-    // A frame ends here, on its way in or out.
-    void countDrop(Direction direction) {
-        ++kernel_[direction == Direction::Received ? kReceivedDropped : kSentDropped];
+    // So many frames end here, on their way in or out.
+    void countDrop(Direction direction, std::uint32_t frames) {
+        kernel_[direction == Direction::Received ? kReceivedDropped : kSentDropped] += frames;
         hasCounted_ = true;
     }
     bool takeHasCounted() { return std::exchange(hasCounted_, false); }  // a frame, since the last time

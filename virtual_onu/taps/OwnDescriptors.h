@@ -7,6 +7,7 @@
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <cstddef>
@@ -18,6 +19,9 @@ inline ssize_t read(int descriptor, void* bytes, std::size_t size) {
 }
 inline ssize_t write(int descriptor, const void* bytes, std::size_t size) {
     return syscall(SYS_write, descriptor, bytes, size);
+}
+inline ssize_t write(int descriptor, const iovec* parts, int count) {
+    return syscall(SYS_writev, descriptor, parts, count);
 }
 inline int ioctl(int descriptor, unsigned long request, void* argument) {
     return static_cast<int>(syscall(SYS_ioctl, descriptor, request, argument));

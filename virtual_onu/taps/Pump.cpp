@@ -1,6 +1,7 @@
 #include "taps/Pump.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
@@ -14,6 +15,7 @@
 #include "frames/Links.h"
 #include "kernel/Network.h"
 #include "taps/OwnDescriptors.h"
+#include "taps/VnetHeader.h"
 
 namespace virtual_onu::taps {
 
@@ -21,7 +23,10 @@ namespace {
 
 // Frames that are taken in at a time: the device is theirs for as long as it takes to look them up.
 constexpr std::size_t kBatch = 32;
+constexpr std::size_t kBatchOctets = 128 * 1024;
 constexpr std::size_t kMaxFrame = 65600;
+// In front of a frame: room for more tags, and for the record.
+constexpr std::size_t kRoomBefore = datapath::kHeadroom + kVnetHeader;
 constexpr int kTickMs = 1000;
 
 const TapPage* shown = nullptr;  // of the pump that runs, with the device lock
@@ -41,7 +46,7 @@ nlohmann::json toJson() {
 Pump::Pump(const OpenTaps& open, std::function<void(bool)> eachSecond)
     : open_(open),
       eachSecond_(std::move(eachSecond)),
-      memory_(kBatch * (datapath::kHeadroom + kMaxFrame)),
+      memory_(kBatch * (kRoomBefore + kMaxFrame)),
       slots_(kBatch),
       linkShown_(open.page->size(), true),
       resets_(resets) {
@@ -62,7 +67,11 @@ Pump::~Pump() {
 }
 
 std::uint8_t* Pump::room(std::size_t slot) {
-    return memory_.data() + slot * (datapath::kHeadroom + kMaxFrame) + datapath::kHeadroom;
+    return memory_.data() + slot * (kRoomBefore + kMaxFrame) + kRoomBefore;
+}
+
+std::size_t Pump::recordSize(std::size_t place) const {
+    return (*open_.page)[place].offload.get() == kNoOffload ? 0 : kVnetHeader;
 }
 
 void Pump::run(int until) {
@@ -125,23 +134,21 @@ void Pump::eachSecond() {
     eachSecond_(std::exchange(passedBefore_, passed_) != passed_);
 }
 
+// Reads on until nothing waits any more; a segment is carried on while the processor has it near.
 bool Pump::take(std::size_t place) {
-    std::size_t frames = 0;
+    std::size_t slots = 0, octets = 0;
     bool there = true;
-    TapEntry& entry = (*open_.page)[place];
-    while (frames < kBatch) {
-        const ssize_t got = own::read(open_.taps[place], room(frames), kMaxFrame);
+    while (slots < kBatch && octets < kBatchOctets) {
+        const ssize_t got = read(place, slots);
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) {
             there = errno == EAGAIN;
             break;
         }
-        entry.framesIn.add(1);
-        entry.octetsIn.add(static_cast<std::uint64_t>(got));
-        slots_[frames].frame = room(frames);
-        slots_[frames++].size = std::min(static_cast<std::size_t>(got), kMaxFrame);
+        octets += static_cast<std::size_t>(got);
+        if (takeIn(place, slots, static_cast<std::size_t>(got))) ++slots;
     }
-    if (frames > 0) carry(place, frames);
+    if (slots > 0) carry(place, slots);
     if (!there) {
         open_.lookAt(place, true);
         setLink(place, false);
@@ -149,39 +156,70 @@ bool Pump::take(std::size_t place) {
     return there;
 }
 
-void Pump::carry(std::size_t place, std::size_t frames) {
+ssize_t Pump::read(std::size_t place, std::size_t slot) {
+    const std::size_t before = recordSize(place);
+    return own::read(open_.taps[place], room(slot) - before, kMaxFrame + before);
+}
+
+// Looks into what has been read. False where it is nothing that could be carried on.
+bool Pump::takeIn(std::size_t place, std::size_t number, std::size_t octets) {
+    TapEntry& entry = (*open_.page)[place];
+    Slot& slot = slots_[number];
+    const std::size_t before = recordSize(place);
+    Offload offload;
+    slot.wire.frame = room(number);
+    slot.wire.size = octets < before ? 0 : std::min(octets - before, kMaxFrame);
+    const bool known = before == 0 || (octets >= before && readVnetHeader(room(number) - before, offload));
+    const bool isFrame = known && datapath::readHeader(slot.wire.frame, slot.wire.size, slot.wire.size, slot.header);
+    if (isFrame) {
+        slot.wire.payload = slot.wire.frame + slot.header.payloadAt;
+        slot.wire.payloadSize = slot.wire.size - slot.header.payloadAt;
+    }
+    passed_ += 1;
+    if (!isFrame || !slot.segment.read(offload, slot.header, slot.wire)) {
+        entry.framesIn.add(1);
+        entry.octetsIn.add(slot.wire.size);
+        entry.dropped.add(1);
+        entry.lastDrop.set("it is no frame");
+        return false;
+    }
+    const std::uint32_t frames = slot.segment.frames();
+    entry.framesIn.add(frames);
+    entry.octetsIn.add(frames * slot.header.payloadAt + slot.segment.payloadOf(0, frames));
+    if (frames > 1) entry.segmentsIn.add(1);
+    if (frames > 1) entry.segmentFramesIn.add(frames);
+    return true;
+}
+
+void Pump::carry(std::size_t place, std::size_t slots) {
     copies_.clear();
     {
         const DeviceAccess lock(deviceMutex());
-        for (std::size_t i = 0; i < frames; ++i) carryOne(place, i);
+        for (std::size_t i = 0; i < slots; ++i) carryOne(place, i);
         network::framesCounted();
         persistence::changed(persistence::kClock);  // addresses that bridges have learned have its time
     }
     for (const Copy& copy : copies_) deliver(copy);
-    passed_ += frames;
 }
 
 void Pump::carryOne(std::size_t place, std::size_t number) {
-    datapath::WireSlot& slot = slots_[number];
+    Slot& slot = slots_[number];
     TapEntry& entry = (*open_.page)[place];
-    if (!datapath::readHeader(slot.frame, slot.size, slot.size, header_)) return entry.dropped.add(1);
-    slot.payload = slot.frame + header_.payloadAt;
-    slot.payloadSize = slot.size - header_.payloadAt;
-    const datapath::Plan& plan = datapath::carry(entrances_[place], packetOf(header_), traversal_);
-    for (const auto& exit : traversal_.exits) {
-        const int tap = tapOf(plan, exit);
+    const datapath::Plan& plan = datapath::carry(entrances_[place], slot.header, slot.segment, passage_);
+    for (const auto& exit : passage_.exits) {
+        const int tap = tapOf(plan, exit.at);
         if (tap >= 0) {
-            copies_.push_back({number, static_cast<std::size_t>(tap), exit.tags});
+            copies_.push_back({number, static_cast<std::size_t>(tap), exit.at.tags, exit.first, exit.frames});
             continue;
         }
-        entry.elsewhere.add(1);
-        entry.lastElsewhere.set(exit.gemPort != nullptr  ? "gem " + std::to_string(exit.gemPort->portId)
-                                : exit.runner != nullptr ? exit.runner->egress
-                                                         : plan.device(exit.device).name);
+        entry.elsewhere.add(exit.frames);
+        entry.lastElsewhere.set(exit.at.gemPort != nullptr  ? "gem " + std::to_string(exit.at.gemPort->portId)
+                                : exit.at.runner != nullptr ? exit.at.runner->egress
+                                                            : plan.device(exit.at.device).name);
     }
-    if (!traversal_.exits.empty()) return;
-    entry.dropped.add(1);
-    if (!traversal_.drops.empty()) entry.lastDrop.set(traversal_.drops.back().reason);
+    if (passage_.dropped == 0) return;
+    entry.dropped.add(passage_.dropped);
+    if (!passage_.lastDrop.empty()) entry.lastDrop.set(passage_.lastDrop);
 }
 
 // The place of the TAP that is where the frame leaves, -1 for none.
@@ -195,12 +233,56 @@ int Pump::tapOf(const datapath::Plan& plan, const datapath::Traversal::Exit& exi
 }
 
 void Pump::deliver(const Copy& copy) {
-    datapath::WireSlot& slot = slots_[copy.slot];
-    const std::size_t size = datapath::writeCopy(slot, copy.tags);
+    Slot& slot = slots_[copy.slot];
+    if (takesWhole(copy)) return deliverWhole(copy);
+    if (slot.segment.frames() > 1) {
+        for (std::uint32_t i = 0; i < copy.frames; ++i) deliverPiece(copy, copy.first + i);
+        return;
+    }
+    slot.segment.finish(slot.wire);
+    deliverWhole(copy);
+}
+
+// Whether the other end does what is left to be done.
+bool Pump::takesWhole(const Copy& copy) const {
+    const Slot& slot = slots_[copy.slot];
+    if (!slot.segment.lacksChecksum()) return true;
+    const std::uint64_t kinds = (*open_.page)[copy.tap].offload.get();
+    const bool udp = slot.segment.behind(0).cut == Offload::Cut::Udp;
+    return kinds != kNoOffload && (!udp || kinds == kUdpSegmentsToo) && copy.frames == slot.segment.frames() &&
+           slot.segment.canStayWhole(copy.tags, slot.wire);
+}
+
+void Pump::deliverWhole(const Copy& copy) {
+    Slot& slot = slots_[copy.slot];
+    const std::size_t size = datapath::writeCopy(slot.wire, copy.tags), before = recordSize(copy.tap);
+    const std::size_t header = static_cast<std::size_t>(slot.wire.payload - slot.wire.frame);
+    if (before != 0) writeVnetHeader(slot.segment.behind(header), slot.wire.frame - before);
+    const ssize_t wrote = own::write(open_.taps[copy.tap], slot.wire.frame - before, size + before);
     TapEntry& entry = (*open_.page)[copy.tap];
-    if (own::write(open_.taps[copy.tap], slot.frame, size) != static_cast<ssize_t>(size)) return entry.lostOut.add(1);
+    if (wrote != static_cast<ssize_t>(size + before)) return entry.lostOut.add(copy.frames);
+    entry.framesOut.add(copy.frames);
+    entry.octetsOut.add(copy.frames == 1 ? size : copy.frames * header + slot.segment.payloadOf(0, copy.frames));
+    if (copy.frames > 1) entry.segmentsOut.add(1);
+    if (copy.frames > 1) entry.segmentFramesOut.add(copy.frames);
+}
+
+void Pump::deliverPiece(const Copy& copy, std::uint32_t number) {
+    static constexpr std::array<std::uint8_t, kVnetHeader> kNothingLeft{};
+    static constexpr std::array<std::uint8_t, datapath::kShortestFrame> kPadding{};
+    const Slot& slot = slots_[copy.slot];
+    slot.segment.cut(slot.wire, copy.tags, number, piece_);
+    const auto part = [](const std::uint8_t* bytes, std::size_t size) {
+        return iovec{const_cast<std::uint8_t*>(bytes), size};
+    };
+    const std::array<iovec, 4> parts = {
+        {part(kNothingLeft.data(), recordSize(copy.tap)), part(piece_.headers, piece_.headerSize),
+         part(piece_.content, piece_.contentSize), part(kPadding.data(), piece_.padding)}};
+    const ssize_t wrote = own::write(open_.taps[copy.tap], parts.data(), static_cast<int>(parts.size()));
+    TapEntry& entry = (*open_.page)[copy.tap];
+    if (wrote != static_cast<ssize_t>(recordSize(copy.tap) + piece_.size())) return entry.lostOut.add(1);
     entry.framesOut.add(1);
-    entry.octetsOut.add(size);
+    entry.octetsOut.add(piece_.size());
 }
 
 }  // namespace virtual_onu::taps

@@ -92,6 +92,25 @@ int openAt(const TapRequest& request) {
     refuse(request, std::string(kTun) + ": " + reason());
 }
 
+// Makes the TAP, or takes the one that is there.
+ifreq attach(const TapRequest& request, TapDevice& made, bool isThere) {
+    const auto attached = [&](int more, ifreq& about) {
+        about = named(request.interface);
+        about.ifr_flags = static_cast<short>(IFF_TAP | IFF_NO_PI | more);
+        return real::ioctl(made.descriptor, TUNSETIFF, &about) == 0;
+    };
+    ifreq about{};
+    if (isThere && !isMadeForOffload(request.interface)) {
+        made.whyNoOffload = "the interface was made without vnet_hdr";
+    } else if (attached(IFF_VNET_HDR, about)) {
+        made.offload = takeOffload(made.descriptor);
+        if (made.offload != kNoOffload) return about;
+        made.whyNoOffload = "the kernel has none";
+    }
+    if (!attached(0, about)) refuse(request, whyNotHad(request));
+    return about;
+}
+
 }  // namespace
 
 void inNamespace(const std::string& netns, const std::function<void()>& work) {
@@ -119,9 +138,7 @@ TapDevice openTap(const TapRequest& request) {
     const bool isThere = real::ifNameToIndex(request.interface.c_str()) != 0;
     made.descriptor = openAt(request);
     try {
-        ifreq about = named(request.interface);
-        about.ifr_flags = IFF_TAP | IFF_NO_PI;
-        if (real::ioctl(made.descriptor, TUNSETIFF, &about) != 0) refuse(request, whyNotHad(request));
+        ifreq about = attach(request, made, isThere);
         setCarrier(made.descriptor, false);
         const InterfaceSocket socket;
         if (!isThere) setUp(socket, request);

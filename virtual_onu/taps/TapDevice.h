@@ -6,6 +6,7 @@
 #include <string>
 
 #include "Taps.h"
+#include "taps/TapOffload.h"
 
 namespace virtual_onu::taps {
 
@@ -16,9 +17,11 @@ void inNamespace(const std::string& netns, const std::function<void()>& work);
 struct TapDevice {
     int descriptor = -1;  // does not wait
     int index = 0;        // of the interface
+    OffloadKinds offload = kNoOffload;
+    std::string whyNoOffload;  // "" where there is some
 };
-// Opens the TAP that the request names, in the thread's own namespace, and takes its carrier away. Throws
-// std::runtime_error.
+// Opens the TAP that the request names, in the thread's own namespace, and takes its carrier away. With as much offload
+// as the kernel has; an interface that is there already has some where it was made for it. Throws std::runtime_error.
 TapDevice openTap(const TapRequest& request);
 
 void setCarrier(int descriptor, bool on);

@@ -11,12 +11,18 @@
 #include <nlohmann/json.hpp>
 
 #include "taps/OwnDescriptors.h"
+#include "taps/TapOffload.h"
 
 namespace virtual_onu::taps {
 
 namespace {
 
-constexpr std::uint64_t kMagic = 0x31536150'6154;  // the tool and the program's virtual ONU are of one version
+constexpr std::uint64_t kMagic = 0x32536150'6154;  // the tool and the program's virtual ONU are of one version
+
+const char* offloadWord(std::uint64_t kinds) {
+    if (kinds == kNoOffload) return "none";
+    return kinds == kTcpSegments ? "tcp" : "tcp, udp";
+}
 
 }  // namespace
 
@@ -86,7 +92,13 @@ nlohmann::json TapPage::toJson() const {
                        {"elsewhere", one.elsewhere.get()},
                        {"lastElsewhere", one.lastElsewhere.get()},
                        {"lostIn", one.lostIn.get()},
-                       {"lostOut", one.lostOut.get()}});
+                       {"lostOut", one.lostOut.get()},
+                       {"offload", offloadWord(one.offload.get())},
+                       {"whyNoOffload", one.whyNoOffload.get()},
+                       {"segmentsIn", one.segmentsIn.get()},
+                       {"segmentFramesIn", one.segmentFramesIn.get()},
+                       {"segmentsOut", one.segmentsOut.get()},
+                       {"segmentFramesOut", one.segmentFramesOut.get()}});
     }
     return all;
 }

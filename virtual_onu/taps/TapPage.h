@@ -57,12 +57,16 @@ struct TapEntry {
     Count watch;   // which of the LinkWatch descriptors is of its namespace
     Count linkUp;  // 0: no
     Count framesIn, octetsIn, framesOut, octetsOut;
+    Count offload;  // OffloadKinds
+    // Segments that passed the TAP whole, and their frames; these are among those above, each by itself.
+    Count segmentsIn, segmentFramesIn, segmentsOut, segmentFramesOut;
     Count dropped;       // that came in and left nowhere, by the board's rules
     Count elsewhere;     // copies of those that came in that left where there is no TAP
     Count lostIn;        // the host's: the board did not take them in time
     Count lostInBefore;  // what the host had counted when the TAP was opened
     Count lostOut;       // that the host did not take
     Text<160> lastDrop, lastElsewhere;
+    Text<80> whyNoOffload;
     Text<40> became;  // "deleted"; "" while it is where it was, with the name it had
 };
 

@@ -66,6 +66,8 @@ Taps::Taps(const std::vector<TapRequest>& requests) : open_(std::make_unique<tap
             taps::TapEntry& entry = (*open_->page)[open_->page->size() - 1];
             entry.index.set(static_cast<std::uint64_t>(device.index));
             entry.watch.set(watchOf[request.netns]);
+            entry.offload.set(device.offload);
+            entry.whyNoOffload.set(device.whyNoOffload);
         });
     }
     hearNow(*open_);
@@ -76,8 +78,11 @@ Taps::Taps(const std::vector<TapRequest>& requests) : open_(std::make_unique<tap
     }
 }
 
+// A TAP of somebody else's is left as it was.
 Taps::~Taps() {
     stop();
+    for (std::size_t i = 0; i < open_->taps.size(); ++i)
+        if ((*open_->page)[i].offload.get() != taps::kNoOffload) taps::giveOffloadBack(open_->taps[i]);
 }
 
 void Taps::start() {

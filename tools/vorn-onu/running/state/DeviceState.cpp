@@ -60,6 +60,11 @@ TapState tapOf(const json& j) {
     auto tap = j.get<TapState>();
     if (const auto netns = j.at("netns").get<std::string>(); !netns.empty()) tap.interface += " in " + netns;
     tap.became = j.value("became", "");
+    tap.segmentsIn = j.value("segmentsIn", std::uint64_t{0});
+    tap.segmentFramesIn = j.value("segmentFramesIn", std::uint64_t{0});
+    tap.segmentsOut = j.value("segmentsOut", std::uint64_t{0});
+    tap.segmentFramesOut = j.value("segmentFramesOut", std::uint64_t{0});
+    tap.whyNoOffload = j.value("whyNoOffload", "");
     return tap;
 }
 

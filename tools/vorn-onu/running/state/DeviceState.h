@@ -43,6 +43,8 @@ struct TapState {
     bool linkUp = false;
     std::uint64_t framesIn = 0, framesOut = 0, octetsIn = 0, octetsOut = 0;
     std::uint64_t dropped = 0, elsewhere = 0, lostIn = 0, lostOut = 0;
+    std::uint64_t segmentsIn = 0, segmentFramesIn = 0, segmentsOut = 0, segmentFramesOut = 0;
+    std::string whyNoOffload;  // "" where there is some
     std::string lastDrop, lastElsewhere;
     std::string became;  // "deleted", "renamed to tap1"; "" while it is what it was
 };
