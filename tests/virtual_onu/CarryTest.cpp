@@ -1,6 +1,8 @@
 // Real packets go through the data path as bytes; the walk that people read takes a frame's fields. Both must be the
-// same way.
+// same way. A segment stands for frames: with each of them alone the board is the same in the end.
+#include <algorithm>
 #include <cstdlib>
+#include <map>
 #include <random>
 #include <vector>
 
@@ -8,6 +10,7 @@
 
 #include "platform/vlanctl.h"
 #include "support/OnuFixture.h"
+#include "virtual_onu/Segments.h"
 
 namespace {
 
@@ -63,6 +66,33 @@ public:
         Bytes bytes = made.bytes();
         for (std::size_t cut = oneIn(10) ? below(70) : 0; cut > 0 && bytes.size() > 20; --cut) bytes.pop_back();
         return bytes;
+    }
+
+    // One frame to 44 of them.
+    Segments segments() {
+        Segments made;
+        Frame frame;
+        frame.source = of({"02:00:00:00:00:01", "02:00:00:00:00:02", "02:00:00:00:00:03"});
+        frame.destination = of({"02:00:00:00:00:01", "02:00:00:00:00:02", "02:00:00:00:00:03", "01:00:5e:01:02:03"});
+        for (unsigned left = below(6) % 5; left > 0; --left)
+            frame.tags.push_back({of<std::uint16_t>({0x8100, 0x8100, 0x8100, 0x88A8, 0x9100}),
+                                  static_cast<std::uint8_t>(below(8)), oneIn(4), of<std::uint16_t>({0, 100, 200})});
+        made.ipv6 = oneIn(2);
+        made.udp = oneIn(3);
+        frame.etherType = made.ipv6 ? 0x86DD : 0x0800;
+        made.ethernet = frame.header();
+        made.dscp = below(64);
+        made.identification = of({0U, 0xFFF0U, below(0x10000)}) & 0xFFFF;
+        made.sequence = of({0U, 0xFFFFFF00U, below(0x7FFFFFFF)});
+        made.ipOptions = oneIn(5) ? 1 + below(3) : 0;
+        made.tcpOptions = oneIn(2) ? 3 : 0;
+        made.tcpFlags = of<std::uint8_t>({0x10, 0x18, 0x19, 0x90, 0x98});
+        made.inEach = of<std::size_t>({1, 2, 7, 100, 536, 1400, 1428, 1448, 1460, 1472, 1600});
+        const std::size_t most = std::min<std::size_t>(44, 64000 / made.inEach);
+        const std::size_t whole = oneIn(6) ? 0 : 1 + below(static_cast<unsigned>(most - 1));
+        made.content.resize(whole * made.inEach + 1 + below(static_cast<unsigned>(made.inEach)));
+        for (std::uint8_t& octet : made.content) octet = static_cast<std::uint8_t>(random_());
+        return made;
     }
 
     void rule() {
@@ -143,6 +173,57 @@ protected:
         }
     }
 
+    struct Kinds {
+        std::size_t whole = 0, cut = 0, tooLongInPart = 0;
+    };
+    static std::vector<WireExit> carried(const std::string& from, const Bytes& bytes,
+                                         const virtual_onu::Offload& offload = {}) {
+        return from.empty() ? onu().carryFromPon(kCarriedPort, bytes, offload)
+                            : onu().carryFromPort(from, bytes, offload);
+    }
+    // The frames that leave, by where they do; those of several copies in any order.
+    static std::string leaving(const std::string& from, const Segments& segments, bool asSegment, Kinds& kinds) {
+        std::map<std::string, std::vector<std::string>> frames;
+        const auto add = [&](const WireExit& exit) {
+            const auto each = framesOf(exit.bytes, exit.offload);
+            for (const Bytes& bytes : each) frames[exit.device].push_back(textOf({exit.device, exit.gemPort, bytes}));
+            return each.size();
+        };
+        std::size_t copies = 0;
+        if (asSegment) {
+            const auto exits = carried(from, segments.whole(), segments.offload());
+            for (const WireExit& exit : exits) ++(add(exit) > 1 ? kinds.whole : kinds.cut);
+            copies = exits.size();
+            kinds.tooLongInPart += segments.count() > 2 && copies == 1 && segments.inEach == 1600 ? 1 : 0;
+        } else {
+            for (std::size_t i = 0; i < segments.count(); ++i)
+                for (const WireExit& exit : carried(from, segments.frame(i))) add(exit);
+        }
+        std::string text;
+        for (auto& [device, all] : frames) {
+            std::sort(all.begin(), all.end());
+            for (const std::string& one : all) text += " | " + one;
+        }
+        return text;
+    }
+
+    // What leaves of each segment, and what the board has counted and learned in the end.
+    static std::vector<std::string> segmentHistory(unsigned seed, bool asSegment, Kinds& kinds) {
+        setUpBoard();
+        RandomTraffic chance(seed);
+        std::vector<std::string> lines;
+        for (int step = 0; step < 300; ++step) {
+            if (chance.oneIn(8)) change(chance);
+            const std::string from = chance.of<std::string>({"sid0", "sid1", ""});
+            const Segments segments = chance.segments();
+            lines.push_back(std::to_string(step) + " from " + from + leaving(from, segments, asSegment, kinds));
+        }
+        const nlohmann::json state = onu().toJson();
+        lines.push_back(state.at("network").dump());
+        lines.push_back(state.at("pon").dump());
+        return lines;
+    }
+
     // What leaves, frame by frame, and what the board has counted and learned in the end.
     static std::vector<std::string> history(unsigned seed, bool asBytes) {
         setUpBoard();
@@ -177,6 +258,51 @@ TEST_F(Carrying, BytesGoTheWayOfTheWalkAndAreCountedAlike) {
         }
     }
     EXPECT_GT(left, 1000u) << "hardly a frame has left: the comparison says nothing";
+}
+
+TEST_F(Carrying, SegmentIsTheFramesThatItStandsFor) {
+    Kinds kinds;
+    for (unsigned seed = 1; seed <= 8; ++seed) {
+        const auto alone = segmentHistory(seed, false, kinds), together = segmentHistory(seed, true, kinds);
+        ASSERT_EQ(alone.size(), together.size());
+        for (std::size_t i = 0; i < alone.size(); ++i)
+            ASSERT_TRUE(alone[i] == together[i]) << "seed " << seed << "\n"
+                                                 << alone[i].substr(0, 4000) << "\n"
+                                                 << together[i].substr(0, 4000);
+    }
+    EXPECT_GT(kinds.whole, 300u);
+    EXPECT_GT(kinds.cut, 300u);
+    EXPECT_GT(kinds.tooLongInPart, 10u) << "the MTU lets the last frame pass alone";
+}
+
+TEST_F(Carrying, SegmentThatDoesNotFitItsBytesIsNone) {
+    setUpBoard();
+    Segments tcp;
+    tcp.ethernet = Frame().header();
+    tcp.content.resize(3000);
+    using Offload = virtual_onu::Offload;
+    const std::pair<const char*, void (*)(Offload&)> cases[] = {
+        {"no checksum left", [](Offload& left) { left.checksum = false; }},
+        {"frames without content", [](Offload& left) { left.segmentOctets = 0; }},
+        {"of the other IP", [](Offload& left) { left.cut = Offload::Cut::TcpIpv6; }},
+        {"of the other protocol", [](Offload& left) { left.cut = Offload::Cut::Udp; }},
+        {"checksum from within the addresses", [](Offload& left) { left.checksumFrom = 3; }},
+        {"checksum from behind TCP", [](Offload& left) { left.checksumFrom += 4; }},
+        {"checksum from behind the end", [](Offload& left) { left.checksumFrom = 0xFFFF; }},
+        {"checksum elsewhere", [](Offload& left) { left.checksumPlace = 0xFFFF; }},
+    };
+    for (const auto& [what, change] : cases) {
+        Offload left = tcp.offload();
+        change(left);
+        EXPECT_TRUE(framesOf(tcp.whole(), left).empty()) << what;
+        EXPECT_TRUE(onu().carryFromPort("sid0", tcp.whole(), left).empty()) << what;
+    }
+    for (std::size_t size = 0; size < 60; ++size) {
+        Bytes bytes = tcp.whole();
+        bytes.resize(size);
+        EXPECT_LE(framesOf(bytes, tcp.offload()).size(), 1u) << size << " octets";
+    }
+    EXPECT_EQ(framesOf(tcp.whole(), tcp.offload()).size(), 3u);
 }
 
 TEST_F(Carrying, UnchangedFramesLeaveWithTheBytesThatCameIn) {
