@@ -4,6 +4,7 @@
 #ifndef VIRTUAL_ONU_OWN_DESCRIPTORS_H
 #define VIRTUAL_ONU_OWN_DESCRIPTORS_H
 
+#include <linux/io_uring.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
@@ -44,15 +45,27 @@ inline ssize_t receive(int descriptor, void* bytes, std::size_t size, int flags)
 inline ssize_t receiveMessage(int descriptor, msghdr* message, int flags) {
     return syscall(SYS_recvmsg, descriptor, message, flags);
 }
-// From its beginning, shared with others.
-inline void* map(int descriptor, std::size_t size) {
+// io_uring: requests and their results in memory that is shared with the kernel.
+inline int setUpRing(unsigned entries, io_uring_params* about) {
+    return static_cast<int>(syscall(SYS_io_uring_setup, entries, about));
+}
+// Hands over so many requests, and waits for so many results.
+inline int enterRing(int ring, unsigned requests, unsigned results) {
+    return static_cast<int>(
+        syscall(SYS_io_uring_enter, ring, requests, results, IORING_ENTER_GETEVENTS, nullptr, std::size_t{0}));
+}
+// Shared with others; from whole pages behind its beginning.
+inline void* map(int descriptor, std::size_t size, std::size_t from = 0) {
 #ifdef SYS_mmap2  // of 32 bits; where SYS_mmap is beside it, that one takes its arguments otherwise
     constexpr long kCall = SYS_mmap2;
+    constexpr std::size_t kUnit = 4096;
 #else
     constexpr long kCall = SYS_mmap;
+    constexpr std::size_t kUnit = 1;
 #endif
     // The last one is on the stack, where an int is half an argument.
-    return reinterpret_cast<void*>(syscall(kCall, nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0L));
+    return reinterpret_cast<void*>(
+        syscall(kCall, nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, static_cast<long>(from / kUnit)));
 }
 
 }  // namespace virtual_onu::taps::own

@@ -22,8 +22,8 @@ namespace virtual_onu::taps {
 namespace {
 
 // Frames that are taken in at a time: the device is theirs for as long as it takes to look them up.
-constexpr std::size_t kBatch = 32;
-constexpr std::size_t kBatchOctets = 128 * 1024;
+constexpr std::size_t kBatch = FrameCalls::kMost, kFewest = 2;
+constexpr std::size_t kManyOctets = 64 * 1024;
 constexpr std::size_t kMaxFrame = 65600;
 // In front of a frame: room for more tags, and for the record.
 constexpr std::size_t kRoomBefore = datapath::kHeadroom + kVnetHeader;
@@ -48,6 +48,8 @@ Pump::Pump(const OpenTaps& open, std::function<void(bool)> eachSecond)
       eachSecond_(std::move(eachSecond)),
       memory_(kBatch * (kRoomBefore + kMaxFrame)),
       slots_(kBatch),
+      pieces_(FrameCalls::kMost),
+      next_(open.page->size(), kFewest),
       linkShown_(open.page->size(), true),
       resets_(resets) {
     waits_.push_back({-1, POLLIN, 0});
@@ -134,31 +136,33 @@ void Pump::eachSecond() {
     eachSecond_(std::exchange(passedBefore_, passed_) != passed_);
 }
 
-// Reads on until nothing waits any more; a segment is carried on while the processor has it near.
+// Asks for twice as many frames as there were the last time. Of segments few: the processor has them near until they
+// are handed on.
 bool Pump::take(std::size_t place) {
-    std::size_t slots = 0, octets = 0;
     bool there = true;
-    while (slots < kBatch && octets < kBatchOctets) {
-        const ssize_t got = read(place, slots);
-        if (got < 0 && errno == EINTR) continue;
-        if (got < 0) {
-            there = errno == EAGAIN;
-            break;
+    std::size_t& next = next_[place];
+    const std::size_t before = recordSize(place), asked = next;
+    for (std::size_t i = 0; i < asked; ++i)
+        calls_.add(open_.taps[place], false).parts[0] = {room(i) - before, kMaxFrame + before};
+    std::size_t number = 0, got = 0, octets = 0;
+    calls_.run([&](const FrameCalls::Call& call) {
+        Slot& slot = slots_[number];
+        slot.taken = call.result >= 0 && takeIn(place, number, static_cast<std::size_t>(call.result));
+        ++number;
+        if (call.result < 0) {
+            there = there && (call.result == -EAGAIN || call.result == -EINTR);
+            return;
         }
-        octets += static_cast<std::size_t>(got);
-        if (takeIn(place, slots, static_cast<std::size_t>(got))) ++slots;
-    }
-    if (slots > 0) carry(place, slots);
+        ++got;
+        octets += static_cast<std::size_t>(call.result);
+    });
+    next = octets > kManyOctets ? kFewest : std::clamp(2 * got, kFewest, kBatch);
+    if (got > 0) carry(place, asked);
     if (!there) {
         open_.lookAt(place, true);
         setLink(place, false);
     }
     return there;
-}
-
-ssize_t Pump::read(std::size_t place, std::size_t slot) {
-    const std::size_t before = recordSize(place);
-    return own::read(open_.taps[place], room(slot) - before, kMaxFrame + before);
 }
 
 // Looks into what has been read. False where it is nothing that could be carried on.
@@ -195,11 +199,13 @@ void Pump::carry(std::size_t place, std::size_t slots) {
     copies_.clear();
     {
         const DeviceAccess lock(deviceMutex());
-        for (std::size_t i = 0; i < slots; ++i) carryOne(place, i);
+        for (std::size_t i = 0; i < slots; ++i)
+            if (slots_[i].taken) carryOne(place, i);
         network::framesCounted();
         persistence::changed(persistence::kClock);  // addresses that bridges have learned have its time
     }
     for (const Copy& copy : copies_) deliver(copy);
+    handOver();
 }
 
 void Pump::carryOne(std::size_t place, std::size_t number) {
@@ -234,12 +240,13 @@ int Pump::tapOf(const datapath::Plan& plan, const datapath::Traversal::Exit& exi
 
 void Pump::deliver(const Copy& copy) {
     Slot& slot = slots_[copy.slot];
-    if (takesWhole(copy)) return deliverWhole(copy);
-    if (slot.segment.frames() > 1) {
+    const bool whole = takesWhole(copy);
+    if (!whole && slot.segment.frames() > 1) {
         for (std::uint32_t i = 0; i < copy.frames; ++i) deliverPiece(copy, copy.first + i);
         return;
     }
-    slot.segment.finish(slot.wire);
+    if (lastWhole_ == copy.slot) handOver();  // its bytes are about to change
+    if (!whole) slot.segment.finish(slot.wire);
     deliverWhole(copy);
 }
 
@@ -256,33 +263,48 @@ bool Pump::takesWhole(const Copy& copy) const {
 void Pump::deliverWhole(const Copy& copy) {
     Slot& slot = slots_[copy.slot];
     const std::size_t size = datapath::writeCopy(slot.wire, copy.tags), before = recordSize(copy.tap);
-    const std::size_t header = static_cast<std::size_t>(slot.wire.payload - slot.wire.frame);
+    const auto header = static_cast<std::size_t>(slot.wire.payload - slot.wire.frame);
     if (before != 0) writeVnetHeader(slot.segment.behind(header), slot.wire.frame - before);
-    const ssize_t wrote = own::write(open_.taps[copy.tap], slot.wire.frame - before, size + before);
-    TapEntry& entry = (*open_.page)[copy.tap];
-    if (wrote != static_cast<ssize_t>(size + before)) return entry.lostOut.add(copy.frames);
-    entry.framesOut.add(copy.frames);
-    entry.octetsOut.add(copy.frames == 1 ? size : copy.frames * header + slot.segment.payloadOf(0, copy.frames));
-    if (copy.frames > 1) entry.segmentsOut.add(1);
-    if (copy.frames > 1) entry.segmentFramesOut.add(copy.frames);
+    FrameCalls::Call& call = toWrite(copy, copy.frames);
+    call.parts[0] = {slot.wire.frame - before, size + before};
+    call.octets = copy.frames == 1 ? size : copy.frames * header + slot.segment.payloadOf(0, copy.frames);
+    lastWhole_ = copy.slot;
 }
 
 void Pump::deliverPiece(const Copy& copy, std::uint32_t number) {
     static constexpr std::array<std::uint8_t, kVnetHeader> kNothingLeft{};
     static constexpr std::array<std::uint8_t, datapath::kShortestFrame> kPadding{};
     const Slot& slot = slots_[copy.slot];
-    slot.segment.cut(slot.wire, copy.tags, number, piece_);
+    FrameCalls::Call& call = toWrite(copy, 1);
+    datapath::Segment::Piece& piece = pieces_[calls_.size() - 1];
+    slot.segment.cut(slot.wire, copy.tags, number, piece);
     const auto part = [](const std::uint8_t* bytes, std::size_t size) {
         return iovec{const_cast<std::uint8_t*>(bytes), size};
     };
-    const std::array<iovec, 4> parts = {
-        {part(kNothingLeft.data(), recordSize(copy.tap)), part(piece_.headers, piece_.headerSize),
-         part(piece_.content, piece_.contentSize), part(kPadding.data(), piece_.padding)}};
-    const ssize_t wrote = own::write(open_.taps[copy.tap], parts.data(), static_cast<int>(parts.size()));
-    TapEntry& entry = (*open_.page)[copy.tap];
-    if (wrote != static_cast<ssize_t>(recordSize(copy.tap) + piece_.size())) return entry.lostOut.add(1);
-    entry.framesOut.add(1);
-    entry.octetsOut.add(piece_.size());
+    call.parts = {part(kNothingLeft.data(), recordSize(copy.tap)), part(piece.headers, piece.headerSize),
+                  part(piece.content, piece.contentSize), part(kPadding.data(), piece.padding)};
+    call.count = 4;
+    call.octets = piece.size();
+}
+
+FrameCalls::Call& Pump::toWrite(const Copy& copy, std::uint32_t frames) {
+    if (calls_.full()) handOver();
+    FrameCalls::Call& call = calls_.add(open_.taps[copy.tap], true);
+    call.place = copy.tap;
+    call.frames = frames;
+    return call;
+}
+
+void Pump::handOver() {
+    calls_.run([this](const FrameCalls::Call& call) {
+        TapEntry& entry = (*open_.page)[call.place];
+        if (call.result < 0) return entry.lostOut.add(call.frames);
+        entry.framesOut.add(call.frames);
+        entry.octetsOut.add(call.octets);
+        if (call.frames > 1) entry.segmentsOut.add(1);
+        if (call.frames > 1) entry.segmentFramesOut.add(call.frames);
+    });
+    lastWhole_ = kNoSlot;
 }
 
 }  // namespace virtual_onu::taps

@@ -12,6 +12,7 @@
 
 #include "frames/DataPath.h"
 #include "frames/WireHeader.h"
+#include "taps/FrameCalls.h"
 #include "taps/OpenTaps.h"
 #include "taps/TapOffload.h"
 
@@ -34,6 +35,7 @@ private:
         datapath::WireSlot wire;
         datapath::WireHeader header;
         datapath::Segment segment;
+        bool taken = false;  // there is a frame in it
     };
     struct Copy {
         std::size_t slot, tap;
@@ -47,12 +49,13 @@ private:
     void clockRuns();
     void eachSecond();
     bool take(std::size_t place);  // a batch; false when the TAP is gone
-    ssize_t read(std::size_t place, std::size_t slot);
     bool takeIn(std::size_t place, std::size_t slot, std::size_t octets);
     void carry(std::size_t place, std::size_t slots);
     void carryOne(std::size_t place, std::size_t slot);
     int tapOf(const datapath::Plan& plan, const datapath::Traversal::Exit& exit) const;
     void deliver(const Copy& copy);
+    void handOver();  // what is to be written
+    FrameCalls::Call& toWrite(const Copy& copy, std::uint32_t frames);
     bool takesWhole(const Copy& copy) const;
     void deliverWhole(const Copy& copy);
     void deliverPiece(const Copy& copy, std::uint32_t number);
@@ -67,8 +70,12 @@ private:
     std::vector<Slot> slots_;
     std::vector<Copy> copies_;
     datapath::Passage passage_;
-    datapath::Segment::Piece piece_;
-    std::vector<bool> linkShown_;  // the state last set at the board's port
+    FrameCalls calls_;
+    std::vector<datapath::Segment::Piece> pieces_;  // of the calls
+    std::vector<std::size_t> next_;                 // by place: frames that are asked for at once
+    static constexpr std::size_t kNoSlot = static_cast<std::size_t>(-1);
+    std::size_t lastWhole_ = kNoSlot;  // the slot of the last call, whose bytes must stay until it has been made
+    std::vector<bool> linkShown_;      // the state last set at the board's port
     std::uint64_t resets_ = 0;
     Clock::time_point clock_ = Clock::now(), second_ = Clock::now();
     std::uint64_t passed_ = 0, passedBefore_ = 0;
