@@ -306,22 +306,68 @@ TEST_F(Taps, WithoutTheRightTheAnswerTellsWhichIsMissing) {
     EXPECT_EQ(refused.output.find("it ran"), std::string::npos) << refused.output;
 }
 
-TEST_F(Taps, IperfRunsBothWays) {
-    if (!isThere("iperf3")) GTEST_SKIP() << "iperf3 is missing";
-    startScenario();
-    giveAddresses();
-    for (const char* way : {"up", "down"}) {  // a server each: it is busy for a while when a client has gone
-        const std::string file = scratch_.file(std::string("server-") + way);
+// How the two interfaces were made beforehand; "": they were not.
+struct Ends {
+    const char* name;
+    std::vector<std::string> customer, operators;
+};
+
+class TapsOfKinds : public Taps, public ::testing::WithParamInterface<Ends> {
+protected:
+    static void make(const Namespace& place, const std::string& interface, std::vector<std::string> kind) {
+        if (kind.empty()) return;
+        kind.insert(kind.begin(), {"ip", "tuntap", "add", "dev", interface});
+        const auto made = place.run(kind);
+        ASSERT_EQ(made.code, 0) << made.output;
+        ASSERT_EQ(place.run({"ip", "link", "set", interface, "up"}).code, 0);
+    }
+    void transfer(bool down) {
+        // A server each: it is busy for a while when a client has gone.
+        const std::string file = scratch_.file(down ? "server-down" : "server-up");
         BackgroundProgram server(operator_.words({"iperf3", "-s", "-1", "-B", "10.9.0.2", "--forceflush"}), file);
         ASSERT_TRUE(server.prints("listening")) << server.output();
         std::vector<std::string> words = {"iperf3", "-c", "10.9.0.2", "-J", "-t", "2"};
-        if (way == std::string("down")) words.emplace_back("-R");
+        if (down) words.emplace_back("-R");
         const auto client = customer_.run(words);
         const json end = json::parse(client.output, nullptr, false).value("end", json::object());
-        ASSERT_TRUE(end.contains("sum_received")) << way << ", exit code " << client.code << ": " << client.output;
-        EXPECT_GT(end.at("sum_received").at("bits_per_second").get<double>(), 1e6) << way;
+        ASSERT_TRUE(end.contains("sum_received")) << "down: " << down << ", " << client.code << ": " << client.output;
+        EXPECT_GT(end.at("sum_received").at("bits_per_second").get<double>(), 1e6) << "down: " << down;
     }
+};
+
+// Segments are cut by the kernel behind the other interface, or by the board, and every frame is counted.
+TEST_P(TapsOfKinds, IperfRunsBothWays) {
+    if (!isThere("iperf3")) GTEST_SKIP() << "iperf3 is missing";
+    make(customer_, "lan0", GetParam().customer);
+    make(operator_, "pon0", GetParam().operators);
+    startScenario();
+    giveAddresses();
+    transfer(false);
+    transfer(true);
+    const auto state = json::parse(runProgram({VORN_ONU_BINARY, "at", name(), "show", "--json"}).output);
+    std::map<std::string, json> taps;
+    for (const json& tap : state.at("taps")) taps[tap.at("port").get<std::string>()] = tap;
+    const std::string words = runProgram({VORN_ONU_BINARY, "at", name(), "show"}).output;
+    for (const auto& [from, to] : {std::make_pair("sid2", "gem 1001"), std::make_pair("gem 1001", "sid2")}) {
+        const json &in = taps[from], &out = taps[to];
+        const auto count = [](const json& tap, const char* key) { return tap.at(key).get<std::uint64_t>(); };
+        EXPECT_EQ(count(in, "framesIn"), count(in, "dropped") + count(out, "framesOut") + count(out, "lostOut"))
+            << from;
+        const bool cutBehind = out.at("offload") != "none", cutBefore = in.at("offload") == "none";
+        EXPECT_EQ(count(in, "segmentFramesIn") > 2 * count(in, "segmentsIn"), !cutBefore) << in.dump(1);
+        EXPECT_TRUE(!cutBefore || words.find("no segmentation offload") != std::string::npos) << words;
+        EXPECT_EQ(count(out, "segmentsOut") > 0, cutBehind && !cutBefore) << out.dump(1);
+    }
+    const bool ofOurs = GetParam().operators.empty();
+    if (ofOurs && taps["sid2"].at("offload") == "none") GTEST_SKIP() << "the kernel has no offload";
+    EXPECT_EQ(taps["gem 1001"].at("offload") == "none", !ofOurs && GetParam().operators.back() != "vnet_hdr");
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Interfaces, TapsOfKinds,
+    ::testing::Values(Ends{"MadeByTheTool", {}, {}}, Ends{"WithoutOffload", {}, {"mode", "tap"}},
+                      Ends{"MadeForOffload", {"mode", "tap", "vnet_hdr"}, {"mode", "tap", "vnet_hdr"}}),
+    [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(Taps, ClientGetsItsAddressFromTheOperatorsServer) {
     startScenario();
