@@ -105,6 +105,9 @@ ifreq attach(const TapRequest& request, TapDevice& made, bool isThere) {
     } else if (attached(IFF_VNET_HDR, about)) {
         made.offload = takeOffload(made.descriptor);
         if (made.offload != kNoOffload) return about;
+        real::close(made.descriptor);
+        made.descriptor = -1;
+        made.descriptor = openAt(request);
         made.whyNoOffload = "the kernel has none";
     }
     if (!attached(0, about)) refuse(request, whyNotHad(request));
