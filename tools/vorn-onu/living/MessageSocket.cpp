@@ -39,7 +39,7 @@ bool isInUse(const sockaddr_un& place) {
     return connected;
 }
 
-bool isNumber(const std::string& digits, unsigned long highest) {
+bool isNumberUpTo(const std::string& digits, unsigned long highest) {
     return !digits.empty() && digits.size() <= 5 &&
            std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; }) &&
            std::stoul(digits) <= highest;
@@ -57,7 +57,7 @@ Peers::Peers(const std::string& text) {
     const std::size_t slash = text.find('/');
     const std::string bits = slash == std::string::npos ? "32" : text.substr(slash + 1);
     in_addr address{};
-    if (inet_pton(AF_INET, text.substr(0, slash).c_str(), &address) != 1 || !isNumber(bits, kBits) ||
+    if (inet_pton(AF_INET, text.substr(0, slash).c_str(), &address) != 1 || !isNumberUpTo(bits, kBits) ||
         std::stoul(bits) == 0)
         throw std::invalid_argument("--peer: must be an IPv4 address, or those of a network as 10.0.0.0/16, not '" +
                                     text + "'");
@@ -120,7 +120,7 @@ void MessageSocket::openUdp(const std::string& text) {
     sockaddr_in place{};
     place.sin_family = AF_INET;
     if (inet_pton(AF_INET, host.c_str(), &place.sin_addr) != 1) refuse(address_, "'" + host + "' is no address");
-    if (!isNumber(digits, 65535)) refuse(address_, "the port must be a number from 0 to 65535");
+    if (!isNumberUpTo(digits, 65535)) refuse(address_, "the port must be a number from 0 to 65535");
     if (peers_.any() && !isOfThisMachine(address_))
         refuse(address_, "others reach it: it has to be said whose messages are taken");
     place.sin_port = htons(static_cast<std::uint16_t>(std::stoul(digits)));
