@@ -78,6 +78,12 @@ void addTaps(const std::vector<TapState>& taps, MetricText& metrics) {
     addTapCounters(taps, "direction", {{"in", &TapState::framesIn}, {"out", &TapState::framesOut}}, metrics);
     metrics.counter("vorn_onu_tap_bytes_total", "Bytes of real packets through a TAP.");
     addTapCounters(taps, "direction", {{"in", &TapState::octetsIn}, {"out", &TapState::octetsOut}}, metrics);
+    metrics.counter("vorn_onu_tap_segments_total", "Segments that passed a TAP whole, each for many frames.");
+    addTapCounters(taps, "direction", {{"in", &TapState::segmentsIn}, {"out", &TapState::segmentsOut}}, metrics);
+    metrics.counter("vorn_onu_tap_segment_frames_total",
+                    "Frames that these segments stood for; they are among vorn_onu_tap_frames_total.");
+    addTapCounters(taps, "direction", {{"in", &TapState::segmentFramesIn}, {"out", &TapState::segmentFramesOut}},
+                   metrics);
     metrics.counter("vorn_onu_tap_dropped_frames_total",
                     "Real packets that were dropped by the board, or lost in front of it or behind it.");
     addTapCounters(taps, "where",
