@@ -124,10 +124,12 @@ measure() {
             # shellcheck disable=SC2086
             read -r own own_lost <<<"$(rate "$customer" "$operators" 10.9.0.2 $options $reverse)"
             ticks=$(($(processor_ticks) - ticks))
-            local protocol=TCP losses=""
-            [ -z "$options" ] || { protocol=UDP; losses=" ($own_lost % lost; $kernel_lost %)"; }
+            local protocol=TCP losses="" carries
+            carries=$(ratio $((own * seconds * $(getconf CLK_TCK))) "$ticks" %.0f)
+            # Of datagrams it has carried some that the receiver lost.
+            [ -z "$options" ] || { protocol=UDP carries="" losses=" ($own_lost % lost; $kernel_lost %)"; }
             echo "| $words | $direction | $protocol | $own | $kernel | $(ratio "$own" "$kernel" %.2f)$losses |" \
-                "$(ratio $((own * seconds * $(getconf CLK_TCK))) $ticks %.0f) | $(cut -d ' ' -f 1 /proc/loadavg) |"
+                "$carries | $(cut -d ' ' -f 1 /proc/loadavg) |"
         done
     done
 }
