@@ -151,7 +151,7 @@ std::string argumentText(const std::optional<Out>& value) {
 
 void keepEntry(const TraceEntry& entry) {
     core().trace.push_back(entry);
-    if (core().trace.size() > kTraceCapacity) core().trace.pop_front();
+    while (core().trace.size() > core().traceCapacity) core().trace.pop_front();
 }
 
 void record(CallKind kind, const std::string& name, const std::string& argumentList, long result) {
@@ -338,6 +338,13 @@ std::vector<std::string> VirtualOnu::traceTexts() const {
     std::vector<std::string> texts;
     for (const auto& entry : trace()) texts.push_back(entry.text());
     return texts;
+}
+
+void VirtualOnu::keepTrace(std::size_t most) {
+    const DeviceAccess lock(deviceMutex());
+    core().traceCapacity = most;
+    while (core().trace.size() > most) core().trace.pop_front();
+    core().trace.shrink_to_fit();
 }
 
 void VirtualOnu::clearTrace() {

@@ -31,6 +31,7 @@ struct PendingFault {
 
 struct CoreState {
     std::deque<TraceEntry> trace;
+    std::size_t traceCapacity = kTraceCapacity;
     std::uint64_t traced = 0;
     std::shared_ptr<const Listener> listener;
     std::uint64_t calls = 0;

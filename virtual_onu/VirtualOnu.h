@@ -380,6 +380,7 @@ public:
 
     // ---- trace ----
     std::vector<TraceEntry> trace() const;  // the latest 200,000 entries
+    void keepTrace(std::size_t most);       // from now on until reset(), so many
     // Those with a higher number than this, the oldest first and at most so many. Threads that call the device
     // meanwhile wait for the copy of these alone.
     std::vector<TraceEntry> traceAfter(std::uint64_t number, std::size_t most) const;

@@ -173,8 +173,16 @@ int CommandLine::run(int argc, const char* const* argv) {
         complain(problemOf(error));
         return kBadInput;
     }
-    for (const Command& command : commands_)
-        if (command.app->parsed()) return ended(command.work(), command.app->get_name() == kRunsPrograms);
+    for (const Command& command : commands_) {
+        if (!command.app->parsed()) continue;
+        const bool isOfAProgram = command.app->get_name() == kRunsPrograms;
+        const auto work = command.work;
+        if (command.isLong) {  // the words of all commands are 200 kB
+            commands_.clear();
+            app_.reset();
+        }
+        return ended(work(), isOfAProgram);
+    }
     complain("say what to do: " + joined(commandNames(*app_)) + "; vorn-onu help tells how");
     return kBadInput;
 }

@@ -23,6 +23,7 @@ namespace vorn_onu {
 struct Command {
     CLI::App* app;
     std::function<int()> work;
+    bool isLong = false;  // its work may go on for days, and does not look at the command line again
 };
 
 // Each makes its command with options and words: the description is one sentence, the footer says the rest, paragraphs

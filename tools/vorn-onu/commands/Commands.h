@@ -76,6 +76,7 @@ struct OmciCommand : TypedFrame {
     std::string captureFile;          // with an address: the exchange as a capture
     std::vector<std::string> layout;  // KEY=VALUE or a file: the instance numbers of another ONU
     std::string listenAddress;        // "unix:PATH" or "udp:ADDRESS:PORT"
+    std::size_t kept = 0;             // messages, with an address; 0: as many as what is to be written needs
     std::string peer;                 // whose datagrams are taken, of UDP; "": anybody's, on the loopback interface
     BoardChoice board;                // its file with an address only
     std::vector<std::string> taps;    // "sid0=tap0@customer": ports that are TAPs of the host

@@ -1,9 +1,12 @@
 #include "commands/OmciListen.h"
 
+#include <malloc.h>
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
+#include <deque>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -43,7 +46,17 @@ namespace vorn_onu {
 namespace {
 
 constexpr int kTickMs = 1000;
-constexpr std::size_t kMaxKept = 1000;  // messages, for the files: the latest
+constexpr std::size_t kMaxWritten = 1000;  // messages, for the files: the latest
+constexpr std::size_t kUsuallyKept = 100;  // for those who reach the board by its name
+constexpr std::size_t kCallsAMessage = 5;
+
+// What is free goes back to the system: an ONU of a fleet is small. Before there is a second thread.
+void keepHeapSmall() {
+    constexpr int kLargest = 64 * 1024;  // bytes, of what is free at the end of the heap, or comes from it
+    mallopt(M_ARENA_MAX, 1);
+    mallopt(M_TRIM_THRESHOLD, kLargest);
+    mallopt(M_MMAP_THRESHOLD, kLargest);
+}
 
 class Listener : private living::OltSide {
 public:
@@ -67,6 +80,7 @@ public:
         run_.newBoard = readState(onu.toJson());
         taps_ = openTaps(command.taps);
         living_ = std::make_unique<LivingOnu>(layout_, start_);
+        if (!writesMessages() || command.kept != 0) onu.keepTrace(mostKept() * kCallsAMessage);
         board_.connect(*this);
         if (!command.name.empty()) {
             server_ = std::make_unique<living::Server>(command.name, command.taps);
@@ -101,6 +115,7 @@ public:
             last = now;
             tell(living_->tick());
             capture_.flush();
+            if (changed_) malloc_trim(0);
             writeState();
         }
     }
@@ -205,14 +220,22 @@ private:
         return one;
     }
 
+    bool writesMessages() const { return !command_.jsonFile.empty() || !command_.reportFile.empty(); }
+    std::size_t mostKept() const {
+        if (command_.kept != 0) return command_.kept;
+        return writesMessages() ? kMaxWritten : kUsuallyKept;
+    }
+
     void keep(Played one) {
-        say(command_.log ? logText(one, log_) : output_.message(one));
+        if (!command_.quiet) say(command_.log ? logText(one, log_) : output_.message(one));
         tally_.add(one);
         counts_.add(one);
         for (const HalStep& call : one.calls) recording_.add(call);
-        run_.messages.push_back(std::make_shared<const Played>(std::move(one)));
-        if (run_.messages.size() <= kMaxKept) return;
-        run_.messages.pop_front();
+        // A message with its calls and rules is several times as large as what is told of it.
+        if (server_ && !writesMessages()) records_.push_back(messageRecord(one).dump());
+        if (writesMessages()) run_.messages.push_back(std::make_shared<const Played>(std::move(one)));
+        if (std::max(run_.messages.size(), records_.size()) <= mostKept()) return;
+        writesMessages() ? run_.messages.pop_front() : records_.pop_front();
         ++run_.before;
     }
 
@@ -265,12 +288,13 @@ private:
         const std::size_t known = after > run_.before ? static_cast<std::size_t>(after - run_.before) : 0;
         for (std::size_t at = known; at < run_.messages.size() && list.size() < most; ++at)
             list.push_back(messageRecord(*run_.messages[at]));
+        for (std::size_t at = known; at < records_.size() && list.size() < most; ++at)
+            list.push_back(nlohmann::json::parse(records_[at]));
         return list;
     }
 
     void writeState() {
-        if (!changed_) return;
-        changed_ = false;
+        if (!std::exchange(changed_, false) || command_.jsonFile.empty() || command_.jsonFile == "-") return;
         OmciRun moment;
         moment.name = run_.name;
         moment.messages = run_.messages;
@@ -292,6 +316,7 @@ private:
     CallRecording recording_;
     ExchangeCapture capture_;
     OmciRun run_;
+    std::deque<std::string> records_;  // of messages, where nothing but they is asked for
     std::unique_ptr<virtual_onu::Taps> taps_;
     std::unique_ptr<LivingOnu> living_;
     MessageNumbers numbers_;
@@ -324,6 +349,7 @@ int listenToOlt(const OmciCommand& command) {
     checkReach(command);
     const int signals = endingSignals();
     if (signals < 0) throw std::runtime_error("signals cannot be waited for");
+    keepHeapSmall();
     HalOutput hal("omci");
     Listener listener(command, hal.shown());
     listener.untilSignal(signals);

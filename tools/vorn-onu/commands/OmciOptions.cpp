@@ -61,6 +61,13 @@ Command addOmci(CLI::App& app) {
         ->excludes(listen);
     addTapOption(*command, omci->taps)->needs(listen);
     command
+        ->add_option("--keep", omci->kept,
+                     "with --listen: keep so many messages, and five times as many calls into the device, to be looked "
+                     "at later; otherwise 100, with --json or --report 1,000 and 200,000 calls")
+        ->check(numberFrom(1))
+        ->type_name("N")
+        ->needs(listen);
+    command
         ->add_option(
             "--mic", omci->mic,
             "the integrity codes of messages: crc, none (not looked at), or cmac: and OMCI_IK in 32 hexadecimal "
@@ -97,7 +104,7 @@ Command addOmci(CLI::App& app) {
         "Exit codes: 0 every message was answered with success or as in the capture, 1 one was refused or has another "
         "result than the capture's, a call of the HAL failed, or the frame of --from is dropped (with --both-ways: or "
         "does not come back as it went), 2 bad input.");
-    return {command, [omci] { return omci->run(); }};
+    return {command, [omci] { return omci->run(); }, true};
 }
 
 }  // namespace vorn_onu

@@ -1,6 +1,8 @@
 #include "living/ExchangeCapture.h"
 
+#include <algorithm>
 #include <chrono>
+#include <iterator>
 
 #include "running/capture/Pcapng.h"
 #include "running/io/Files.h"
@@ -29,8 +31,8 @@ void ExchangeCapture::add(omci::Direction direction, omci::ByteView message) {
     if (path_.empty()) return;
     const bool down = direction == omci::Direction::kDownstream;
     const Header& header = down ? kDownstreamHeader : kUpstreamHeader;
-    std::vector<std::uint8_t> frame(std::begin(header), std::end(header));
-    frame.insert(frame.end(), message.begin(), message.end());
+    std::vector<std::uint8_t> frame(sizeof(Header) + message.size());
+    std::copy(message.begin(), message.end(), std::copy(std::begin(header), std::end(header), frame.begin()));
     PcapngPacket packet;
     packet.timeUs = static_cast<std::uint64_t>(
         std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch())

@@ -1,7 +1,7 @@
 #include "living/MessageFile.h"
 
 #ifndef VORN_WITHOUT_PCAP
-#include <pcap/pcap.h>
+#include "running/capture/Pcap.h"
 #endif
 
 #include <algorithm>
@@ -51,23 +51,20 @@ omci::ByteView messageIn(int link, omci::ByteView packet) {
     return inner.empty() ? packet : inner;
 }
 
-struct Closer {
-    void operator()(pcap_t* capture) const { pcap_close(capture); }
-};
-
 MessageFile readCapture(const std::string& bytes, const std::string& path,
                         const std::optional<omci::Integrity>& codes) {
+    const Pcap& library = libpcap(path);
     char why[PCAP_ERRBUF_SIZE] = "";
     std::FILE* stream = fmemopen(const_cast<char*>(bytes.data()), bytes.size(), "rb");
     if (stream == nullptr) throw FileProblem(path, "cannot be read");
-    const std::unique_ptr<pcap_t, Closer> capture(pcap_fopen_offline(stream, why));
+    const std::unique_ptr<pcap_t, decltype(library.close)> capture(library.fopenOffline(stream, why), library.close);
     if (!capture) {
         std::fclose(stream);
         throw FileProblem(path, std::string("is no capture: ") + why);
     }
-    const int link = pcap_datalink(capture.get());
+    const int link = library.datalink(capture.get());
     if (!isKnownLink(link)) {
-        const char* name = pcap_datalink_val_to_name(link);
+        const char* name = library.nameOfLink(link);
         throw FileProblem(path, std::string("holds packets of a link type without OMCI messages: ") +
                                     (name == nullptr ? std::to_string(link) : name));
     }
@@ -77,11 +74,11 @@ MessageFile readCapture(const std::string& bytes, const std::string& path,
     const u_char* data = nullptr;
     std::optional<double> begin;
     for (std::size_t place = 1;; ++place) {
-        const int result = pcap_next_ex(capture.get(), &header, &data);
+        const int result = library.next(capture.get(), &header, &data);
         if (result == PCAP_ERROR_BREAK) return file;
         const std::string where = "packet " + std::to_string(place) + ": ";
         if (result != 1) {  // what is before the damage is good
-            file.skipped.push_back(where + "the capture is damaged: " + pcap_geterr(capture.get()));
+            file.skipped.push_back(where + "the capture is damaged: " + library.error(capture.get()));
             return file;
         }
         const double seconds = static_cast<double>(header->ts.tv_sec) + static_cast<double>(header->ts.tv_usec) / 1e6;
