@@ -320,6 +320,9 @@ public:
     // The gateway answers every service message (0x10002250, 0x10002254, flag request) with the same message after the
     // delay in real time, or never.
     void setGateway(GatewayMode mode, int answerDelayMs = 10);
+    // Off: who receives with a timeout, and finds no message while the gateway is to answer none, does not wait for
+    // one. On after reset().
+    void letReceiversWait(bool on);
     std::vector<BusMessage> sentMessages() const;  // what the OMCI side has sent, the latest 10,000
     // The gateway sends a message to the OMCI side. dataLength says what the header claims (the payload's size if < 0):
     // the receiver gets that many bytes, the payload cut or followed by zeros, 65536 at most.

@@ -69,6 +69,7 @@ struct BusState {
     bool gatewayRuns = false;
     GatewayMode mode = GatewayMode::Answers;
     int answerDelayMs = kDefaultAnswerDelayMs;
+    bool receiversWait = true;
     std::map<std::string, std::vector<std::uint8_t>> persistent;
 };
 
@@ -190,7 +191,8 @@ CmsMsgHeader* blockOf(const Message& message) {
 int receive(Mailbox& mailbox, CmsMsgHeader** message, unsigned timeoutMs) {
     auto& state = busState();
     BusLock lock(state.mutex);
-    const auto waits = std::chrono::milliseconds(timeoutMs);
+    const bool nothingComes = !state.receiversWait && state.answers.empty();
+    const auto waits = std::chrono::milliseconds(nothingComes ? 0 : timeoutMs);
     if (!state.arrived.wait_for(lock, waits, [&] { return !mailbox.inbox.empty(); })) return ETIMEDOUT;
     CmsMsgHeader* block = blockOf(mailbox.inbox.front());
     if (block == nullptr) return ENOMEM;
@@ -328,6 +330,7 @@ void reset() {
     state.answers.clear();
     state.mode = GatewayMode::Answers;
     state.answerDelayMs = kDefaultAnswerDelayMs;
+    state.receiversWait = true;
     state.persistent.clear();
 }
 
@@ -382,6 +385,11 @@ void VirtualOnu::setGateway(GatewayMode mode, int answerDelayMs) {
         busState().answerDelayMs = answerDelayMs;
     }
     keep(persistence::kGateway);
+}
+
+void VirtualOnu::letReceiversWait(bool on) {
+    const BusLock lock(busState().mutex);
+    busState().receiversWait = on;
 }
 
 std::vector<BusMessage> VirtualOnu::sentMessages() const {

@@ -24,9 +24,12 @@ constexpr int kGatewayMs = 10;
 
 VornHal& startedHal(const BoardStart& start) {
     start.apply();
-    virtual_onu::VirtualOnu::instance().setGateway(virtual_onu::GatewayMode::Answers, kGatewayMs);
+    auto& onu = virtual_onu::VirtualOnu::instance();
+    onu.setGateway(virtual_onu::GatewayMode::Answers, kGatewayMs);
     VornHal& hal = *HALFactory::getInstance()->CreateHALObject(0);
+    onu.letReceiversWait(false);  // for messages of another life, on a bus that is new
     hal.vorn_omci_hal_init();
+    onu.letReceiversWait(true);
     return hal;
 }
 
