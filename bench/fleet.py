@@ -76,7 +76,7 @@ class Onu:
         count = 0
         for task in os.listdir(f"/proc/{self.process.pid}/task"):
             with open(f"/proc/{self.process.pid}/task/{task}/status", encoding="ascii") as lines:
-                count += sum(int(line.split()[1]) for line in lines if "ctxt_switches" in line)
+                count += sum(int(line.split()[1]) for line in lines if line.startswith("voluntary"))
         return count
 
     def processor_seconds(self):

@@ -9,7 +9,7 @@ _vorn_onu() {
     fi
     case $command in
         run) options="--trace --json --board --report --audit --pcap --hal-output --real-time --quiet --strict --junit --jobs
-                      --stay --name --tap --after-step --forwarding" ;;
+                      --stay --name --metrics --tap --after-step --forwarding" ;;
         send) options="--from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source --destination
                        --after-step --forwarding --json --payload --both-ways --pcap-in --pcap" ;;
         audit) options="--strict --after-step --forwarding --json" ;;
@@ -21,7 +21,7 @@ _vorn_onu() {
         at) options="--json --port --follow --failed --last --tree --values --bytes --class --instance --type --from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source
                     --destination --payload --both-ways" ;;
         help) options="--man" ;;
-        exec) options="--trace --json --board --serial --serial-from-hostname --mac --report --pcap --hal-output --record --forwarding --name --tap --quiet" ;;
+        exec) options="--trace --json --board --serial --serial-from-hostname --mac --report --pcap --hal-output --record --forwarding --name --metrics --tap --quiet" ;;
         *) options="" ;;
     esac
     case $command:$before in
@@ -37,7 +37,7 @@ _vorn_onu() {
         at:at) COMPREPLY=($(compgen -W "$(vorn-onu ls --json 2>/dev/null | sed -n 's/^    "name": "\(.*\)",*$/\1/p')" -- "$word")) ;;
         at:*)
             if [ "$COMP_CWORD" -eq 3 ]; then
-                COMPREPLY=($(compgen -W "show trace watch send serve omci mib call gateway board advance fault frame expect mark step" -- "$word"))
+                COMPREPLY=($(compgen -W "show trace watch send metrics serve omci mib call gateway board advance fault frame expect mark step" -- "$word"))
             else
                 COMPREPLY=($(compgen -W "$options --help" -- "$word"))
             fi
