@@ -113,15 +113,23 @@ class Onu:
             del one["mac"]
         return {part: device[part] for part in ("network", "vlan", "pon")}
 
+    def board(self):
+        return json.loads(self.does("at", "onu", "show", "--json"))["board"]
+
     def serial(self):
-        return json.loads(self.does("at", "onu", "show", "--json"))["board"]["serialNumber"]
+        return self.board()["serialNumber"]
 
     def mib(self):
-        """Its entities; attributes that tell who it is are left out."""
-        own = ("Serial number", "MAC address", "Logical ONU ID")
-        entities = json.loads(self.does("at", "onu", "mib", "--json"))["mib"]
-        return {(one["class"], one["instance"]): [attribute for attribute in one["attributes"] if attribute["name"] not in own]
-                for one in entities}
+        """Its entities by class and instance; values that hold its serial number or one of its addresses are left out."""
+        board = self.board()
+        first = int(board["baseMac"].replace(":", ""), 16)
+        own = [f"{first + i:012x}" for i in range(16)] + [board["serialNumber"][:4].encode().hex() + board["serialNumber"][4:].lower()]
+        made = {}
+        for entity in json.loads(self.does("at", "onu", "mib", "--json"))["mib"]:
+            made[f"{entity['class']}/{entity['instance']:#x}"] = {
+                attribute["name"]: attribute["bytes"] for attribute in entity["attributes"]
+                if not any(word in str(attribute["bytes"]).replace(" ", "").lower() for word in own)}
+        return made
 
     def metrics(self):
         def get():
@@ -131,9 +139,9 @@ class Onu:
 
         return in_network_of(self.process, get)
 
-    def private_bytes(self):
+    def own_bytes(self):
         with open(f"/proc/{self.process}/smaps_rollup", encoding="ascii") as memory:
-            return sum(int(line.split()[1]) * 1024 for line in memory if line.startswith("Private_"))
+            return sum(int(line.split()[1]) * 1024 for line in memory if line.startswith("Private_Dirty:"))
 
 
 class Engine:

@@ -25,7 +25,7 @@ from pods import pods  # noqa: E402
 MANIFEST = HERE.parents[2] / "packaging/kubernetes/onus.yaml"
 NAME = "vorn-test-onu"  # nobody else's
 KILLED = 5
-WAIT = 60  # seconds for the fleet to answer
+WAIT = 180  # seconds for the fleet to answer
 
 
 def say(text):
@@ -44,6 +44,15 @@ def until_all(holds, onus, what):
         left = [onu for onu, done in zip(left, in_parallel(holds, left)) if not done]
         if left and time.monotonic() > end:
             raise AssertionError(f"after {WAIT} s {len(left)} of {len(onus)} {what} not: {', '.join(onu.name for onu in left)}")
+
+
+def difference(one, other, path=""):
+    """The first place in which two states differ; "" where they are the same."""
+    if isinstance(one, dict) and isinstance(other, dict) and one.keys() == other.keys():
+        return next(filter(None, (difference(one[key], other[key], f"{path}/{key}") for key in one)), "")
+    if isinstance(one, list) and isinstance(other, list) and len(one) == len(other):
+        return next(filter(None, (difference(*pair, f"{path}/{place}") for place, pair in enumerate(zip(one, other)))), "")
+    return "" if one == other else f"{path}: {one} and {other}"
 
 
 class Fleet:
@@ -83,8 +92,9 @@ class Fleet:
         """All are alike, and as expected; answers what they are like."""
         all_looks = in_parallel(looks, self.onus)
         expected = all_looks[0] if expected is None else expected
-        different = [onu.name for onu, look in zip(self.onus, all_looks) if look != expected]
-        assert not different, f"{what}: {', '.join(different)} differ from {self.onus[0].name}"
+        for onu, look in zip(self.onus, all_looks):
+            where = difference(expected, look)
+            assert not where, f"{what}: {onu.name} differs from the others in {where}"
         say(f"{what}: all {len(self.onus)} are alike.")
         return expected
 
@@ -96,22 +106,24 @@ class Fleet:
         say("Metrics: each has counted its OLT's messages, and has one service.")
 
     def kill(self, device):
-        killed = random.Random(1).sample(self.onus, KILLED)
+        killed = random.Random(1).sample(self.onus, min(KILLED, len(self.onus)))
         before = {onu: onu.process for onu in killed}
         begin = time.monotonic()
         for process in before.values():
             os.kill(process, signal.SIGKILL)
         until_all(lambda onu: onu.process not in (0, before[onu]) and onu.answers(), killed, "are back")
-        say(f"{', '.join(onu.name for onu in killed)} are killed, and answer again after {time.monotonic() - begin:.1f} s.")
+        names = ", ".join(onu.name for onu in killed)
+        say(f"Killed are {names}; they answer again after {time.monotonic() - begin:.1f} s.")
         for onu in killed:
-            assert onu.device() == device, f"{onu.name} has not come back as it was"
+            where = difference(device, onu.device())
+            assert not where, f"{onu.name} has not come back as it was: {where}"
             assert onu.serial() == f"VORN{onu.ordinal:08X}", onu.name
         say("Their bridges, rules and GEM ports are there as before; their MIBs are new ones.")
         return killed
 
     def check_memory(self):
-        private = sorted(onu.private_bytes() for onu in self.onus)
-        say(f"Private memory of an ONU: {private[0] / 2**20:.1f} to {private[-1] / 2**20:.1f} MiB.")
+        own = sorted(onu.own_bytes() for onu in self.onus)
+        say(f"An ONU has written to {own[0] / 2**20:.1f} to {own[-1] / 2**20:.1f} MiB of memory of its own.")
 
     def end(self):
         self.engine("pod", "rm", "--force", "--ignore", "--time", "1", *(onu.name for onu in self.onus), check=False)

@@ -282,7 +282,9 @@ private:
     nlohmann::json armed() const override { return faults_.armed(); }
     nlohmann::json mib() override { return mibJson(living_->mib()); }
     std::uint64_t messageCount() const override { return number_; }
-    living::MetricText metrics() override { return counts_.metrics(gate_.counters(), living_->mib()); }
+    living::MetricText metrics() override {
+        return counts_.metrics(gate_.counters(), socket_.ofOthers(), living_->mib());
+    }
     nlohmann::json messages(std::uint64_t after, std::size_t most) override {
         auto list = nlohmann::json::array();
         const std::size_t known = after > run_.before ? static_cast<std::size_t>(after - run_.before) : 0;

@@ -25,7 +25,8 @@ void MessageCounts::add(const Played& played) {
     if (played.latencyMs) durations_.add(*played.latencyMs / 1000);
 }
 
-living::MetricText MessageCounts::metrics(const omci::GateCounters& gate, const omci::Mib& mib) const {
+living::MetricText MessageCounts::metrics(const omci::GateCounters& gate, std::uint64_t ofOthers,
+                                          const omci::Mib& mib) const {
     living::MetricText all;
     const auto one = [&all](const char* name, const char* help, std::uint64_t value) {
         all.counter(name, help);
@@ -44,7 +45,7 @@ living::MetricText MessageCounts::metrics(const omci::GateCounters& gate, const 
     all.counter("vorn_onu_omci_dropped_datagrams_total", "Datagrams that were not taken as messages, by reason.");
     for (const auto& [reason, count] :
          {std::make_pair("no_message", gate.badFrames), std::make_pair("other_size", gate.otherForms),
-          std::make_pair("wrong_integrity_code", gate.wrongCodes)})
+          std::make_pair("wrong_integrity_code", gate.wrongCodes), std::make_pair("other_sender", ofOthers)})
         all.sample({{"reason", reason}}, count);
     one("vorn_onu_omci_faulty_answers_total", "Answers that a fault which was asked for has met.", faults_);
     one("vorn_onu_omci_problems_total", "What an OLT has asked for and the HAL cannot do.", problems_);

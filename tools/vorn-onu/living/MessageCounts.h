@@ -17,8 +17,9 @@ class MessageCounts {
 public:
     // A request with what came of it, or a message that the ONU sent by itself.
     void add(const Played& played);
-    // For all that were added; gate: of the same line, with what it let not through.
-    living::MetricText metrics(const omci::GateCounters& gate, const omci::Mib& mib) const;
+    // For all that were added; gate: of the same line, with what it let not through; ofOthers: datagrams that were not
+    // the peer's.
+    living::MetricText metrics(const omci::GateCounters& gate, std::uint64_t ofOthers, const omci::Mib& mib) const;
 
 private:
     std::map<std::pair<std::string, std::string>, std::uint64_t> requests_;  // by type and result

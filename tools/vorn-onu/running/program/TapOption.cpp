@@ -27,7 +27,7 @@ bool isInterface(const std::string& name) {
                        [](char c) { return c > ' ' && c < 0x7f && c != '/' && c != ':' && c != '%'; });
 }
 
-bool isNumber(const std::string& text, std::size_t mostDigits) {
+bool isPortNumber(const std::string& text, std::size_t mostDigits) {
     return !text.empty() && text.size() <= mostDigits &&
            std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
@@ -38,7 +38,7 @@ std::string behind(const std::string& prefix, const std::string& text) {
 }
 
 void readPort(const std::string& words, const std::string& port, virtual_onu::TapRequest& made) {
-    if (isNumber(trimmed(behind("gem", port)), 5)) {
+    if (isPortNumber(trimmed(behind("gem", port)), 5)) {
         const auto number = static_cast<unsigned>(std::stoul(trimmed(behind("gem", port))));
         if (number > kMaxGemPort) refuseTap(words, "a GEM port id is at most 65535");
         made.gemPort = number;
