@@ -7,6 +7,7 @@ set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 packages=$(cd "$1" && pwd)
 tag=${2:-vorn-onu}
+# shellcheck source=packaging/podman.sh
 . "$here/podman.sh"
 
 fail() {
@@ -16,6 +17,7 @@ fail() {
 
 # The archive that apt has this release from, as its sources name it.
 mirror() {
+    # shellcheck disable=SC2016  # for apt to expand
     apt-get indextargets --format '$(SITE) $(RELEASE)' 'Identifier: Packages' | awk -v release="$release" '$2 == release { print $1; exit }'
 }
 

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # For scripts that source this: podman as it works on this machine. Images and containers are those of the user's own storage.
 
 engine() { podman ${engine_options[@]+"${engine_options[@]}"} "$@"; }

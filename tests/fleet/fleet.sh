@@ -3,6 +3,7 @@
 #   fleet.sh COUNT
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+# shellcheck source=packaging/podman.sh
 . "$here/../../packaging/podman.sh"
 
 skip() {
