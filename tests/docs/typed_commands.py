@@ -22,7 +22,6 @@ BLOCK = re.compile(r"^```([a-z]*)\n(.*?)^```", re.MULTILINE | re.DOTALL)
 # How a block begins that nobody types here, and why.
 NOT_TYPED = {
     "fleet.md": {
-        "for i in $(seq 0 99)": "starts a hundred ONUs",
         "./dev image": "builds, and needs an engine",
         "packaging/kubernetes/pods.py": "needs an engine",
         "kubectl apply": "needs a cluster",
