@@ -11,7 +11,7 @@
 
 namespace virtual_onu::taps {
 
-FrameCalls::FrameCalls() : calls_(kMost) {
+FrameCalls::FrameCalls() : calls_(kMaxCalls) {
     if (!openRing()) closeRing();
 }
 
@@ -22,7 +22,7 @@ FrameCalls::~FrameCalls() {
 // Containers often forbid it, and administrators may.
 bool FrameCalls::openRing() {
     io_uring_params about{};
-    ring_ = own::setUpRing(kMost, &about);
+    ring_ = own::setUpRing(kMaxCalls, &about);
     if (ring_ < 0) return false;
     constexpr unsigned kNeeded = IORING_FEAT_SINGLE_MMAP | IORING_FEAT_NODROP | IORING_FEAT_RW_CUR_POS;  // Linux 5.6
     if ((about.features & kNeeded) != kNeeded) return false;
@@ -54,7 +54,7 @@ FrameCalls::Call& FrameCalls::add(int descriptor, bool writes) {
     call = {};
     call.descriptor = descriptor;
     call.writes = writes;
-    call.result = -EIO;
+    call.result = -EAGAIN;  // stays where the kernel gives no answer
     return call;
 }
 

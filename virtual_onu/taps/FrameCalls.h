@@ -13,7 +13,7 @@ namespace virtual_onu::taps {
 
 class FrameCalls {
 public:
-    static constexpr std::size_t kMost = 64;  // at a time
+    static constexpr std::size_t kMaxCalls = 64;  // at a time
 
     struct Call {
         int descriptor = -1;  // that does not wait
@@ -32,7 +32,7 @@ public:
     FrameCalls& operator=(const FrameCalls&) = delete;
 
     std::size_t size() const { return count_; }
-    bool full() const { return count_ == kMost; }
+    bool full() const { return count_ == kMaxCalls; }
     Call& add(int descriptor, bool writes);  // not when it is full
     // Carries them out, in their order, and gives each to `done`. Afterwards it is empty.
     template <typename Done>

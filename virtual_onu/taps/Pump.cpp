@@ -22,8 +22,8 @@ namespace virtual_onu::taps {
 namespace {
 
 // Frames that are taken in at a time: the device is theirs for as long as it takes to look them up.
-constexpr std::size_t kBatch = FrameCalls::kMost, kFewest = 2;
-constexpr std::size_t kManyOctets = 64 * 1024;
+constexpr std::size_t kBatch = FrameCalls::kMaxCalls, kMinBatch = 2;
+constexpr std::size_t kManyOctets = std::size_t{64} * 1024;
 constexpr std::size_t kMaxFrame = 65600;
 // In front of a frame: room for more tags, and for the record.
 constexpr std::size_t kRoomBefore = datapath::kHeadroom + kVnetHeader;
@@ -48,8 +48,8 @@ Pump::Pump(const OpenTaps& open, std::function<void(bool)> eachSecond)
       eachSecond_(std::move(eachSecond)),
       memory_(kBatch * (kRoomBefore + kMaxFrame)),
       slots_(kBatch),
-      pieces_(FrameCalls::kMost),
-      next_(open.page->size(), kFewest),
+      pieces_(FrameCalls::kMaxCalls),
+      next_(open.page->size(), kMinBatch),
       linkShown_(open.page->size(), true),
       resets_(resets) {
     waits_.push_back({-1, POLLIN, 0});
@@ -156,7 +156,7 @@ bool Pump::take(std::size_t place) {
         ++got;
         octets += static_cast<std::size_t>(call.result);
     });
-    next = octets > kManyOctets ? kFewest : std::clamp(2 * got, kFewest, kBatch);
+    next = octets > kManyOctets ? kMinBatch : std::clamp(2 * got, kMinBatch, kBatch);
     if (got > 0) carry(place, asked);
     if (!there) {
         open_.lookAt(place, true);
