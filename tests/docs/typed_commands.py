@@ -33,7 +33,7 @@ NOT_TYPED = {
         "$ sudo vorn-onu run scenarios/real-dhcp.json": "needs root",
         "$ build/release/bench/vorn_packet_bench": "needs root, and an optimised build",
     },
-    "performance.md": {"./dev bench": "measures, which takes long"},
+    "performance.md": {"./dev bench": "measures, which takes long", "bench/kernel/line_rate.sh": "needs root, and takes long"},
     "recording.md": {"LD_PRELOAD=libvorn_recorder.so": "is for a device"},
     "round-trip.md": {"VORN_G988_FRAMES=1000000": "takes long"},
 }

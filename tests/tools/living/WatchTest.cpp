@@ -127,12 +127,12 @@ TEST_P(Watching, FitsTheWindowFollowsItsSizeAndLeavesItClean) {
         return !line.empty() && line.find(" - ") == std::string::npos && line.find(" 0 ") != std::string::npos;
     })) << windowOf(session).text();
 
-    session.resize(sizeOf(60, 12));
+    session.resize(sizeOf(60, 13));
     Window small;
     ASSERT_TRUE(becomesTrue([&] {
         small = Window();
         small.take(lastDrawing(session.output()));
-        return small.lowest == 11;
+        return small.lowest == 12;
     })) << small.text();
     EXPECT_LE(small.widest, 60U);
     expectHas(small.text(), {"Last calls"});
@@ -145,7 +145,7 @@ TEST_P(Watching, FitsTheWindowFollowsItsSizeAndLeavesItClean) {
                    (unwanted.empty() || now.text().find(unwanted) == std::string::npos);
         });
     };
-    EXPECT_TRUE(showsNow("GEM ports (1 to 1 of 2)", ""));
+    EXPECT_TRUE(showsNow("GEM ports (1 to 1 of 2)", "")) << small.text();
     session.type('j');
     EXPECT_TRUE(showsNow("GEM ports (2 to 2 of 2)", ""));
     for (const char key : {'k', '/', '2', '0', '0', '0', '\n', 's'}) session.type(key);
