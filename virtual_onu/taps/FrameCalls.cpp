@@ -113,7 +113,7 @@ unsigned FrameCalls::takeResults() {
     for (unsigned i = first; i != end; ++i) {
         io_uring_cqe result{};
         std::memcpy(&result, queues_ + offsets_.results + (i & mask) * sizeof result, sizeof result);
-        calls_[result.user_data].result = result.res;
+        calls_[static_cast<std::size_t>(result.user_data)].result = result.res;
     }
     __atomic_store_n(head, end, __ATOMIC_RELEASE);
     return end - first;
