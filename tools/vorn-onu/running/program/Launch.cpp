@@ -34,7 +34,7 @@ std::string virtualOnuPath() {
 std::string pathBeside(const std::string& virtualOnu, const std::string& name) {
     const std::string path = virtualOnu.substr(0, virtualOnu.rfind('/') + 1) + name;
     if (access(path.c_str(), R_OK) == 0) return path;
-    complain(name + " is not beside " + virtualOnu);
+    complain(name + " is not beside " + virtualOnu + "; in the source folder, ./dev build makes it");
     return "";
 }
 
