@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "libc/real/RealLibc.h"
+#include "taps/LinkWatch.h"
 #include "taps/OwnDescriptors.h"
 
 namespace virtual_onu::taps {
@@ -46,17 +47,9 @@ struct Attributes {
 }  // namespace
 
 bool isMadeForOffload(const std::string& interface) {
-    struct {
-        nlmsghdr header;
-        ifinfomsg about;
-    } request{};
-    request.header.nlmsg_len = sizeof request;
-    request.header.nlmsg_type = RTM_GETLINK;
-    request.header.nlmsg_flags = NLM_F_REQUEST;
-    request.about.ifi_index = static_cast<int>(real::ifNameToIndex(interface.c_str()));
     const int kernel = real::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE);
     if (kernel < 0) return false;
-    own::send(kernel, &request, sizeof request, 0);
+    askForLink(kernel, static_cast<int>(real::ifNameToIndex(interface.c_str())));
     pollfd wait{kernel, POLLIN, 0};
     poll(&wait, 1, kKernelAnswerMs);
     std::array<std::uint8_t, 32768> bytes;
