@@ -207,6 +207,13 @@ protected:
         return text;
     }
 
+    static void addCounted(std::vector<std::string>& lines) {
+        const nlohmann::json state = onu().toJson();
+        for (const char* part : {"network", "pon"}) lines.push_back(state.at(part).dump());
+        for (const auto& one : onu().frameCounts())
+            lines.push_back(one.fate + (one.upstream ? " up " : " down ") + std::to_string(one.frames));
+    }
+
     // What leaves of each segment, and what the board has counted and learned in the end.
     static std::vector<std::string> segmentHistory(unsigned seed, bool asSegment, Kinds& kinds) {
         setUpBoard();
@@ -218,9 +225,7 @@ protected:
             const Segments segments = chance.segments();
             lines.push_back(std::to_string(step) + " from " + from + leaving(from, segments, asSegment, kinds));
         }
-        const nlohmann::json state = onu().toJson();
-        lines.push_back(state.at("network").dump());
-        lines.push_back(state.at("pon").dump());
+        addCounted(lines);
         return lines;
     }
 
@@ -240,9 +245,7 @@ protected:
             for (const WireExit& exit : exits) line += " | " + textOf(exit);
             lines.push_back(line);
         }
-        const nlohmann::json state = onu().toJson();
-        lines.push_back(state.at("network").dump());
-        lines.push_back(state.at("pon").dump());
+        addCounted(lines);
         return lines;
     }
 };
