@@ -1,6 +1,7 @@
 // The state file and forked processes, and what is said and believed of a file that is lost.
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -57,10 +58,10 @@ TEST_F(Loss, AForkedProcessNeitherKeepsTheFileNorGivesItUp) {
             return ::write(childs[1], &child, sizeof child) == sizeof child;
         };
     };
-    const auto endChild = [&] {
+    const auto childOfDaemon = [&] {
         pid_t child = -1;
-        ASSERT_EQ(::read(childs[0], &child, sizeof child), static_cast<ssize_t>(sizeof child));
-        ::kill(child, SIGKILL);
+        EXPECT_EQ(::read(childs[0], &child, sizeof child), static_cast<ssize_t>(sizeof child));
+        return child;
     };
     {
         Process daemon(forking([] {}));
@@ -68,7 +69,7 @@ TEST_F(Loss, AForkedProcessNeitherKeepsTheFileNorGivesItUp) {
         EXPECT_FALSE(isFree());
         daemon.kill();
         EXPECT_TRUE(isFree()) << "the forked process lives on";
-        endChild();
+        ::kill(childOfDaemon(), SIGKILL);
     }
     {
         Process daemon(forking([&] {
@@ -76,9 +77,11 @@ TEST_F(Loss, AForkedProcessNeitherKeepsTheFileNorGivesItUp) {
             _exit(0);
         }));
         ASSERT_TRUE(daemon.answer());
-        usleep(100'000);
+        const int child = static_cast<int>(syscall(SYS_pidfd_open, childOfDaemon(), 0));
+        pollfd ended = {child, POLLIN, 0};
+        ASSERT_EQ(poll(&ended, 1, -1), 1);
+        close(child);
         EXPECT_FALSE(isFree()) << "the forked process has closed and ended";
-        endChild();
     }
     close(childs[0]);
     close(childs[1]);
@@ -107,7 +110,6 @@ TEST_F(Loss, AForkedProcessWritesOnlyWhenTheOneBeforeItHasEnded) {
         });
         EXPECT_TRUE(daemon.answer());
         daemon.kill();
-        usleep(100'000);
         if (detaches) {
             EXPECT_FALSE(isFree()) << "the forked process has it now";
             EXPECT_NE(read(path()).find("br4"), std::string::npos);
