@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -61,7 +61,9 @@ inline ProgramResult runProgram(std::vector<std::string> words) {
 
 inline std::string contentOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream text;
+    text << file.rdbuf();  // of a process that ends meanwhile "/proc" has no more: iterators would throw
+    return text.str();
 }
 
 inline bool has(const std::string& text, const std::string& part) {

@@ -6,7 +6,6 @@
 
 #include <cctype>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <optional>
 #include <sstream>
@@ -18,7 +17,8 @@ namespace {
 // "4711 (name) S 4700 4711 ...": state, parent, group. The name may hold anything, brackets too.
 std::optional<Process> read(const std::string& id) {
     std::ifstream file("/proc/" + id + "/stat");
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    std::string text;
+    std::getline(file, text, '\0');  // an iterator of the buffer would throw where the process has ended
     const auto open = text.find('(');
     const auto close = text.rfind(')');
     if (open == std::string::npos || close == std::string::npos || close < open) return std::nullopt;
