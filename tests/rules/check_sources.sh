@@ -68,7 +68,7 @@ layers() {  # layers TREE PREFIX-OF-INCLUDES LAYER...
 # The factory names the board whose object it makes.
 layers src "" hal state bridge device kit xpon BRCM/BCM968580/DATA BRCM/BCM968580,hal/HALFactory.cpp
 layers src/BRCM/BCM968580/DATA BRCM/BCM968580/DATA/ g988 . ani,uni,gateway,iphost forwarding restart
-layers virtual_onu "" . libc/real persistence kernel kit shell frames taps libc
+layers virtual_onu "" . real_libc persistence kernel kit shell frames taps libc
 layers omci omci/ message mib agent,services
 layers tools/vorn-onu "" running/io running/state running/capture,running/scenario/fields running/scenario/expect,running/scenario/operations running/scenario running/program living views/audit views views/page commands .
 

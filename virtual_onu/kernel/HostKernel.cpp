@@ -18,7 +18,7 @@
 
 #include "kernel/HostSysfs.h"
 #include "kernel/Network.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/RealLibc.h"
 
 namespace virtual_onu::host {
 namespace {

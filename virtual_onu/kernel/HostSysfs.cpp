@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "libc/real/RealLibc.h"
+#include "real_libc/RealLibc.h"
 
 namespace virtual_onu::host::kernel {
 namespace {

@@ -16,7 +16,7 @@
 #include "Facilities.h"
 #include "kernel/Addresses.h"
 #include "kernel/Network.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/RealLibc.h"
 
 namespace virtual_onu::network {
 namespace {

@@ -14,8 +14,8 @@
 #include "Core.h"
 #include "HexDigits.h"
 #include "kernel/Network.h"
-#include "libc/real/Descriptors.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/Descriptors.h"
+#include "real_libc/RealLibc.h"
 
 namespace virtual_onu::packets {
 namespace {

@@ -7,7 +7,7 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "Facilities.h"
-#include "libc/real/Descriptors.h"
+#include "real_libc/Descriptors.h"
 
 namespace virtual_onu::chardev {
 

@@ -19,7 +19,7 @@
 #include "kernel/Network.h"
 #include "libc/CharDevices.h"
 #include "libc/Files.h"
-#include "libc/real/Descriptors.h"
+#include "real_libc/Descriptors.h"
 
 namespace virtual_onu::files {
 namespace {

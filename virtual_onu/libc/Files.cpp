@@ -18,8 +18,8 @@
 #include "kernel/Sysfs.h"
 #include "libc/CharDevices.h"
 #include "libc/FileStore.h"
-#include "libc/real/Descriptors.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/Descriptors.h"
+#include "real_libc/RealLibc.h"
 
 namespace virtual_onu::files {
 namespace {

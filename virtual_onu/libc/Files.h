@@ -11,7 +11,7 @@
 #include <optional>
 #include <string>
 
-#include "libc/real/Descriptors.h"
+#include "real_libc/Descriptors.h"
 
 namespace virtual_onu::files {
 

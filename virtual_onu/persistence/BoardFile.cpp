@@ -10,8 +10,8 @@
 #include <cstring>
 
 #include "BadBoard.h"
-#include "libc/real/OwnDescriptor.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/OwnDescriptor.h"
+#include "real_libc/RealLibc.h"
 
 namespace virtual_onu::persistence {
 

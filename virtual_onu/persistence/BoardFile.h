@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-#include "libc/real/FileIdentity.h"
+#include "real_libc/FileIdentity.h"
 
 namespace virtual_onu::persistence {
 

@@ -12,8 +12,8 @@
 #include <utility>
 
 #include "BadBoard.h"
-#include "libc/real/FileIdentity.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/FileIdentity.h"
+#include "real_libc/RealLibc.h"
 
 namespace virtual_onu::persistence {
 

@@ -12,11 +12,11 @@
 #include "Core.h"
 #include "Facilities.h"
 #include "Persistence.h"
-#include "libc/real/OwnDescriptor.h"
 #include "persistence/BoardCheck.h"
 #include "persistence/BoardFile.h"
 #include "persistence/BoardLock.h"
 #include "persistence/Lines.h"
+#include "real_libc/OwnDescriptor.h"
 
 namespace virtual_onu::persistence {
 

@@ -18,7 +18,7 @@
 #include "Section.h"
 #include "kernel/Network.h"
 #include "kernel/Sysfs.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/RealLibc.h"
 #include "shell/Runner.h"
 #include "shell/ShellText.h"
 

@@ -10,7 +10,7 @@
 #include <cstddef>
 #include <cstring>
 
-#include "libc/real/RealLibc.h"
+#include "real_libc/RealLibc.h"
 #include "taps/OwnDescriptors.h"
 
 namespace virtual_onu::taps {

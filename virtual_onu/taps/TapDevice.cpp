@@ -15,7 +15,7 @@
 #include <system_error>
 #include <thread>
 
-#include "libc/real/RealLibc.h"
+#include "real_libc/RealLibc.h"
 #include "taps/OwnDescriptors.h"
 
 namespace virtual_onu::taps {

@@ -12,7 +12,7 @@
 #include <cstddef>
 #include <cstring>
 
-#include "libc/real/RealLibc.h"
+#include "real_libc/RealLibc.h"
 #include "taps/LinkWatch.h"
 #include "taps/OwnDescriptors.h"
 

@@ -10,7 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "SignalsBlocked.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/RealLibc.h"
 #include "taps/LinkWatch.h"
 #include "taps/Pump.h"
 #include "taps/TapDevice.h"

@@ -1,5 +1,5 @@
 // Descriptors are written to, copied, closed.
-#include "libc/real/Descriptors.h"
+#include "real_libc/Descriptors.h"
 
 #include <fcntl.h>
 #include <linux/close_range.h>
@@ -11,7 +11,7 @@
 #include "kernel/PacketSockets.h"
 #include "libc/Files.h"
 #include "libc/interposed/Interposed.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/RealLibc.h"
 
 using namespace virtual_onu;
 using descriptors::Kind;

@@ -7,8 +7,8 @@
 #include "kernel/PacketSockets.h"
 #include "libc/CharDevices.h"
 #include "libc/interposed/Interposed.h"
-#include "libc/real/Descriptors.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/Descriptors.h"
+#include "real_libc/RealLibc.h"
 
 using namespace virtual_onu;
 using descriptors::Kind;

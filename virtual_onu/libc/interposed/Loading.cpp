@@ -13,7 +13,7 @@
 
 #include "libc/interposed/Interposed.h"
 #include "libc/program/Program.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/RealLibc.h"
 
 using namespace virtual_onu;
 

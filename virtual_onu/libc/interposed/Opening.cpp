@@ -6,8 +6,8 @@
 #include "Facilities.h"
 #include "libc/Files.h"
 #include "libc/interposed/Interposed.h"
-#include "libc/real/Descriptors.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/Descriptors.h"
+#include "real_libc/RealLibc.h"
 
 using namespace virtual_onu;
 using descriptors::Kind;

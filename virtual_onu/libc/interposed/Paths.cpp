@@ -4,7 +4,7 @@
 #include "Facilities.h"
 #include "libc/Files.h"
 #include "libc/interposed/Interposed.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/RealLibc.h"
 
 using namespace virtual_onu;
 

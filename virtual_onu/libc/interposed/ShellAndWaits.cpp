@@ -3,7 +3,7 @@
 
 #include "Core.h"
 #include "libc/interposed/Interposed.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/RealLibc.h"
 #include "shell/Shell.h"
 
 using namespace virtual_onu;

@@ -10,7 +10,7 @@
 
 #include "libc/program/BriefFile.h"
 #include "libc/program/Program.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/RealLibc.h"
 
 namespace virtual_onu::boards {
 

@@ -6,8 +6,8 @@
 #include <array>
 #include <cerrno>
 
-#include "libc/real/OwnDescriptor.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/OwnDescriptor.h"
+#include "real_libc/RealLibc.h"
 
 namespace virtual_onu {
 

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "libc/real/FileIdentity.h"
+#include "real_libc/FileIdentity.h"
 
 namespace virtual_onu {
 

@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <utility>
 
-#include "libc/real/OwnDescriptor.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/OwnDescriptor.h"
+#include "real_libc/RealLibc.h"
 
 namespace virtual_onu {
 

@@ -8,8 +8,8 @@
 #include <atomic>
 #include <string>
 
-#include "libc/real/FileIdentity.h"
-#include "libc/real/OwnDescriptor.h"
+#include "real_libc/FileIdentity.h"
+#include "real_libc/OwnDescriptor.h"
 
 namespace virtual_onu {
 

@@ -25,7 +25,7 @@
 #include "libc/program/OwnFile.h"
 #include "libc/program/Program.h"
 #include "libc/program/Unsaved.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/RealLibc.h"
 
 namespace virtual_onu::snapshot {
 

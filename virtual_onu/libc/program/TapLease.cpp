@@ -21,8 +21,8 @@
 #include "SignalsBlocked.h"
 #include "libc/program/Program.h"
 #include "libc/program/Snapshot.h"
-#include "libc/real/OwnDescriptor.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/OwnDescriptor.h"
+#include "real_libc/RealLibc.h"
 #include "taps/OwnDescriptors.h"
 #include "taps/Pump.h"
 

@@ -8,7 +8,7 @@
 #include <cstdint>
 
 #include "libc/program/Program.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/RealLibc.h"
 
 namespace virtual_onu::unsaved {
 

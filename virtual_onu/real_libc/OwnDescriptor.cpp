@@ -1,4 +1,4 @@
-#include "libc/real/OwnDescriptor.h"
+#include "real_libc/OwnDescriptor.h"
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -8,8 +8,8 @@
 #include <cerrno>
 #include <cstdint>
 
-#include "libc/real/FileIdentity.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/FileIdentity.h"
+#include "real_libc/RealLibc.h"
 
 namespace virtual_onu {
 

@@ -1,4 +1,4 @@
-#include "libc/real/Descriptors.h"
+#include "real_libc/Descriptors.h"
 
 #include <pthread.h>
 #include <unistd.h>
@@ -11,8 +11,8 @@
 
 #include "Core.h"
 #include "Section.h"
-#include "libc/real/FileIdentity.h"
-#include "libc/real/RealLibc.h"
+#include "real_libc/FileIdentity.h"
+#include "real_libc/RealLibc.h"
 
 namespace virtual_onu::descriptors {
 namespace {

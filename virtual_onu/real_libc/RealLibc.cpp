@@ -1,4 +1,4 @@
-#include "libc/real/RealLibc.h"
+#include "real_libc/RealLibc.h"
 
 #include <dlfcn.h>
 #include <sys/syscall.h>

@@ -1,11 +1,11 @@
-#include "libc/real/FileIdentity.h"
+#include "real_libc/FileIdentity.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 
 #include <cerrno>
 
-#include "libc/real/RealLibc.h"
+#include "real_libc/RealLibc.h"
 
 namespace virtual_onu {
 
