@@ -5,12 +5,18 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
+#include <mutex>
+#include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "VirtualOnu.h"
@@ -22,6 +28,37 @@
 namespace restart_tests {
 
 using virtual_onu::VirtualOnu;
+
+// Releases a library that waits for the gateway's answer, as the listener does that these daemons do not start. Without
+// it each message takes the second after which the library goes on.
+class GatewayAnswers {
+public:
+    GatewayAnswers(pthread_mutex_t* lock, pthread_cond_t* answered)
+        : thread_([=] {
+              std::unique_lock<std::mutex> guard(mutex_);
+              while (!ended_.wait_for(guard, std::chrono::milliseconds(1), [this] { return over_; })) {
+                  pthread_mutex_lock(lock);
+                  pthread_cond_signal(answered);
+                  pthread_mutex_unlock(lock);
+              }
+          }) {}
+    GatewayAnswers(const GatewayAnswers&) = delete;
+    GatewayAnswers& operator=(const GatewayAnswers&) = delete;
+    ~GatewayAnswers() {
+        {
+            const std::lock_guard<std::mutex> guard(mutex_);
+            over_ = true;
+        }
+        ended_.notify_one();
+        thread_.join();
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable ended_;
+    bool over_ = false;
+    std::thread thread_;
+};
 
 class Daemon {
 public:
@@ -35,6 +72,7 @@ public:
         const auto factory = symbol<void* (*)()>("_ZN10HALFactory11getInstanceEv");
         const auto create = symbol<VornHal* (*)(void*, int)>("_ZN10HALFactory15CreateHALObjectEi");
         hal_ = create(factory(), 0);
+        answers_.emplace(symbol<pthread_mutex_t*>("syncOmciRgLock"), symbol<pthread_cond_t*>("syncOmciRgCond"));
     }
     Daemon(const Daemon&) = delete;
     Daemon& operator=(const Daemon&) = delete;
@@ -73,6 +111,7 @@ private:
     void* library_ = nullptr;
     VornHal* hal_ = nullptr;
     std::string statePath_;
+    std::optional<GatewayAnswers> answers_;
 };
 
 // ---- what a daemon asks for: an internet service, step by step ----
