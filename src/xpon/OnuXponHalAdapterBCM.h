@@ -131,7 +131,8 @@ private:
     OnuXponHalAdapterBCM() = default;
     ~OnuXponHalAdapterBCM();
 
-    [[maybe_unused]] void* reserved_ = nullptr;  // keeps the maps below where programs that are built already read them
+    // Keeps the maps below where programs that are built already read them.
+    __attribute__((unused)) void* reserved_ = nullptr;
 
 public:
     // Bookkeeping only; nothing reconciles it with the hardware. Read it freely, change it through the operations
