@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "src/restart/Services.h"
+#include "support/Sanitized.h"
 
 namespace restart_tests {
 namespace {
@@ -25,6 +26,9 @@ protected:
         EXPECT_EQ(serving(), expected) << difference(expected, serving());
     }
 };
+
+// Each life's library stays loaded; those with a sanitizer take 20 MB each.
+constexpr unsigned kLives = kSanitized ? 12 : 125, kEveryCall = kSanitized ? 60 : 7;
 
 unsigned numberIn(const char* variable, unsigned otherwise) {
     const char* const text = std::getenv(variable);
@@ -90,12 +94,12 @@ TEST_F(Lives, AFewRandomOnesEndAsIfNobodyHadDied) {
     for (const unsigned seed : {215U, 3786U, 403U, 27U}) liveAndDie(seed);
 }
 
-// 500, in processes of their own: a life's library stays loaded until its process ends.
+// 500, in processes of their own.
 class ManyLives : public Lives, public ::testing::WithParamInterface<unsigned> {};
 INSTANTIATE_TEST_SUITE_P(From, ManyLives, ::testing::Values(19U, 144U, 269U, 394U));
 
 TEST_P(ManyLives, EndAsIfNobodyHadDied) {
-    const unsigned first = numberIn("VORN_FIRST_LIFE", GetParam()), lives = numberIn("VORN_LIVES", 125);
+    const unsigned first = numberIn("VORN_FIRST_LIFE", GetParam()), lives = numberIn("VORN_LIVES", kLives);
     for (unsigned seed = first; seed < first + lives && !HasFailure(); ++seed) liveAndDie(seed);
 }
 
@@ -136,7 +140,7 @@ TEST_F(WithinARestart, TheNextOneGoesOn) {
          },
          [](Daemon& daemon) { daemon.settle(); }},
     };
-    const unsigned every = numberIn("VORN_EVERY_CALL", 7);
+    const unsigned every = numberIn("VORN_EVERY_CALL", kEveryCall);
     for (const auto& one : cases) {
         unsigned kills = 0;
         for (unsigned deviceCall = 1;; deviceCall += every, ++kills) {
