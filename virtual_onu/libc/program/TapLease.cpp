@@ -11,7 +11,9 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <climits>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -36,6 +38,7 @@ constexpr std::size_t kMaxDescriptors = 253;  // of one message
 
 std::atomic<bool> wanted{false};
 std::atomic<bool> runs{false};
+std::atomic<std::int64_t> touchedAt{0};  // nanoseconds of the monotonic clock, which processes have in common
 
 std::string socketPath() {
     return program::settings().runFolder + "/taps";
@@ -48,7 +51,12 @@ int connected() {
     if (path.size() >= sizeof place.sun_path) return -1;
     std::copy(path.begin(), path.end(), place.sun_path);
     const int lender = own::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-    if (lender < 0 || own::connect(lender, reinterpret_cast<const sockaddr*>(&place), sizeof place) == 0) return lender;
+    if (lender < 0) return -1;
+    // A process that asks late, because its thread came late, does not take the TAPs from one that began after it.
+    const std::int64_t since = touchedAt;
+    if (own::connect(lender, reinterpret_cast<const sockaddr*>(&place), sizeof place) == 0 &&
+        own::send(lender, &since, sizeof since, MSG_NOSIGNAL) == sizeof since)
+        return lender;
     own::close(lender);
     return -1;
 }
@@ -133,6 +141,7 @@ void begin() {
 
 void touched() {
     if (!wanted.load(std::memory_order_relaxed) || runs.exchange(true)) return;
+    touchedAt = std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
     const SignalsBlocked blocked;
     pthread_t thread{};
     if (pthread_create(&thread, nullptr, carrier, nullptr) == 0)

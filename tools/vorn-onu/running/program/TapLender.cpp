@@ -36,7 +36,7 @@ TapLender::TapLender(const virtual_onu::Taps& taps, const std::string& folder)
 TapLender::~TapLender() {
     eventfd_write(ending_, 1);
     thread_.join();
-    for (const int one : processes_) close(one);
+    for (const Process& one : processes_) close(one.connection);
     close(listening_);
     close(ending_);
     unlink(path_.c_str());
@@ -45,37 +45,40 @@ TapLender::~TapLender() {
 void TapLender::serve() {
     while (true) {
         std::vector<pollfd> waits{{ending_, POLLIN, 0}, {listening_, POLLIN, 0}};
-        for (const int one : processes_) waits.push_back({one, POLLIN, 0});
+        for (const Process& one : processes_) waits.push_back({one.connection, POLLIN, 0});
         poll(waits.data(), static_cast<nfds_t>(waits.size()), -1);
         if (waits[0].revents != 0) return;
-        if (waits[1].revents != 0) take();
-        const int last = processes_.empty() ? -1 : processes_.back();
-        processes_.erase(std::remove_if(processes_.begin(), processes_.end(), [this](int one) { return isGone(one); }),
-                         processes_.end());
-        if (!processes_.empty() && processes_.back() != last) give(processes_.back());
-        if (processes_.empty() && last >= 0) taps_.setCarriers(false);
+        const int before = holder();
+        processes_.erase(std::remove_if(processes_.begin(), processes_.end(), isGone), processes_.end());
+        std::stable_sort(processes_.begin(), processes_.end(),
+                         [](const Process& one, const Process& other) { return one.since < other.since; });
+        if (const int now = holder(); now != before) {
+            const bool lives = std::any_of(processes_.begin(), processes_.end(),
+                                           [&](const Process& one) { return one.connection == before; });
+            if (lives) ::send(before, "stop", 4, MSG_NOSIGNAL | MSG_DONTWAIT);
+            taps_.setCarriers(now >= 0);  // first, or the board would see its links come up
+            if (now >= 0) give(now);
+        }
+        if (waits[1].revents == 0) continue;
+        const int process = accept4(listening_, nullptr, nullptr, SOCK_CLOEXEC);
+        if (process >= 0) processes_.insert(processes_.begin(), {process, 0});
     }
 }
 
-// The one that has the TAPs so far stops: it hears a word.
-void TapLender::take() {
-    const int process = accept4(listening_, nullptr, nullptr, SOCK_CLOEXEC);
-    if (process < 0) return;
-    if (!processes_.empty()) ::send(processes_.back(), "stop", 4, MSG_NOSIGNAL | MSG_DONTWAIT);
-    processes_.push_back(process);
-    taps_.setCarriers(true);  // first, or the board would see its links come up
-    give(process);
+int TapLender::holder() const {
+    return processes_.empty() || processes_.back().since == 0 ? -1 : processes_.back().connection;
 }
 
-bool TapLender::isGone(int process) const {
-    char byte = 0;
-    const ssize_t got = recv(process, &byte, 1, MSG_DONTWAIT);
+bool TapLender::isGone(Process& process) {
+    std::int64_t since = 0;
+    const ssize_t got = recv(process.connection, &since, sizeof since, MSG_DONTWAIT);
+    if (got == sizeof since) process.since = since;
     if (got > 0 || (got < 0 && (errno == EAGAIN || errno == EINTR))) return false;
-    close(process);
+    close(process.connection);
     return true;
 }
 
-void TapLender::give(int process) const {
+void TapLender::give(int connection) const {
     char word[] = "go";
     iovec content{word, 2};
     std::vector<char> control(CMSG_SPACE(descriptors_.size() * sizeof(int)));
@@ -89,7 +92,7 @@ void TapLender::give(int process) const {
     header->cmsg_type = SCM_RIGHTS;
     header->cmsg_len = CMSG_LEN(descriptors_.size() * sizeof(int));
     std::memcpy(CMSG_DATA(header), descriptors_.data(), descriptors_.size() * sizeof(int));
-    sendmsg(process, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
+    sendmsg(connection, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
 }
 
 }  // namespace vorn_onu
