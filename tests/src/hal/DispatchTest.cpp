@@ -99,13 +99,17 @@ const Slot kSlots[] = {
 TEST_F(Dispatch, EveryOperationOfTheBoardAnswersWithAndWithoutAnEngine) {
     fillRecords();
     const bool leadsSession = getsid(0) == getpid();
-    for (const Slot& slot : kSlots) {
-        onu().clearTrace();
-        std::memset(bytes, 0, sizeof bytes);
-        std::string printed = printedBy([&] { EXPECT_EQ(slot.call(hal_), slot.withEngine) << slot.name; });
+    const auto printedWhileCalled = [](const Slot& slot, VornHal& hal, int result) {
+        std::string printed = printedBy([&] { EXPECT_EQ(slot.call(hal), result) << slot.name; });
         // The thread that the initialisation starts says this during whichever call it comes to it.
         const std::string indication = "\nSent OMCI App Indication to SSK";
         if (const auto at = printed.find(indication); at != std::string::npos) printed.erase(at, indication.size());
+        return printed;
+    };
+    for (const Slot& slot : kSlots) {
+        onu().clearTrace();
+        std::memset(bytes, 0, sizeof bytes);
+        const std::string printed = printedWhileCalled(slot, hal_, slot.withEngine);
         const bool mayDetach = slot.printed != kDetached || !leadsSession;
         EXPECT_EQ(printed.rfind(mayDetach ? slot.printed : "Could not detach", 0), 0u)
             << slot.name << " prints: " << printed;
@@ -115,7 +119,7 @@ TEST_F(Dispatch, EveryOperationOfTheBoardAnswersWithAndWithoutAnEngine) {
     }
     VornBrcmHal bare;
     for (const Slot& slot : kSlots) {
-        const std::string printed = printedBy([&] { EXPECT_EQ(slot.call(bare), slot.withoutEngine) << slot.name; });
+        const std::string printed = printedWhileCalled(slot, bare, slot.withoutEngine);
         EXPECT_EQ(slot.withoutEngine == -1 && slot.withEngine == 0 ? printed : "", "") << slot.name;
     }
 }
