@@ -66,12 +66,13 @@ void afterForkInParent() {
     deviceMutex().unlock();
 }
 
-// The child is a process with one thread: nobody else holds a lock or waits there.
+// The child is a process with one thread: nobody else holds a lock or waits there. A recursive mutex belongs to the
+// parent's thread and cannot be unlocked here.
 void afterForkInChild() {
-    new (&deviceClock().mutex) std::mutex;
+    bus::afterForkInChild();
+    deviceClock().mutex.unlock();
     new (&deviceClock().changed) std::condition_variable;
     new (&deviceMutex()) std::recursive_mutex;
-    bus::afterForkInChild();
 }
 
 std::recursive_mutex& makeDeviceMutex() {

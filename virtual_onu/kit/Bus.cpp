@@ -341,7 +341,7 @@ void afterForkInParent() {
     busState().mutex.unlock();
 }
 void afterForkInChild() {
-    new (&busState().mutex) std::mutex;
+    busState().mutex.unlock();
     new (&busState().arrived) std::condition_variable;
     new (&busState().scheduled) std::condition_variable;
     busState().gatewayRuns = false;
