@@ -30,6 +30,7 @@ json scenarioOf(json steps) {
 json everythingGoesOn(const std::string& how) {
     return scenarioOf({
         {{"call", "vorn_omci_hal_init"}},
+        {{"expect", {{"messages", {{"contain", {"application up"}}}}}}, {"within", 10000}},
         {{"call", "tcont_set"}, {"tContIndex", 1}, {"allocId", 256}},
         {{"call", "gemflow_add"}, {"record", "gem"}},
         {{"mark", "before"}},
@@ -54,7 +55,7 @@ json everythingGoesOn(const std::string& how) {
         {{"advance", 1000}},
         {{"call", "vorn_omci_hal_init"}},
         {{"expect", {{"learned", {"br0 02:00:5e:00:00:07 sid1"}}, {"messages", {{"contain", {"application up"}}}}}},
-         {"within", 1000}},
+         {"within", 10000}},
         {{"show", "at the end"}},
     });
 }
@@ -74,8 +75,8 @@ TEST(Restart, EverythingButTheHalGoesOn) {
         EXPECT_EQ(run.code, 0) << how << run.output;
         EXPECT_EQ(count(run.output, "The BRCM hal intialized"), 3U) << "a HAL for each part:\n" << run.output;
         const json all = json::parse(contentOf(state));
-        EXPECT_TRUE(all["steps"][11]["walk"].is_object());
-        EXPECT_EQ(all["steps"][9]["kind"], "restart");
+        EXPECT_TRUE(all["steps"][12]["walk"].is_object());
+        EXPECT_EQ(all["steps"][10]["kind"], "restart");
         // One trace, without a gap and without an entry twice, and as many calls as it has.
         std::uint64_t number = 0;
         for (const json& entry : all["device"]["trace"]) EXPECT_EQ(entry["number"], ++number);
