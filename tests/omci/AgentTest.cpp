@@ -248,7 +248,10 @@ TEST_F(AgentTest, CountersRunInIntervalsOfAQuarterOfAnHour) {
     };
     using Counts = std::array<std::uint64_t, 3>;
     device.gemPorts[0x0400].transmittedFrames = 107;
+    device.gemPorts[0x0400].receivedBytes = 30000 + 0x1'0000'0002;
     EXPECT_EQ(counted(MessageType::kGetCurrentData), (Counts{0, 7, 0}));
+    const auto bytes = ask<GetAnswer>(MessageType::kGetCurrentData, pm, AttributesAsked{maskOf(5)}).values;
+    EXPECT_EQ((std::pair(number32(bytes, 0), number32(bytes, 4))), (std::pair(1U, 2U))) << "64 bits";
     EXPECT_EQ(counted(MessageType::kGet), (Counts{0, 0, 0}));
     clock.ms += kIntervalMs;
     agent.tick();
