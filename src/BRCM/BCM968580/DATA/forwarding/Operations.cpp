@@ -11,7 +11,7 @@
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/RuleMap.h"
 #include "BRCM/BCM968580/DATA/forwarding/Rollback.h"
-#include "BRCM/BCM968580/DATA/iphost/IpHostCheck.h"
+#include "BRCM/BCM968580/DATA/iphost/IpHostParts.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
 #include "hal/Text.h"
 #include "kit/DeviceNames.h"

@@ -7,7 +7,7 @@
 #include "BRCM/BCM968580/DATA/EngineLog.h"
 #include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
-#include "BRCM/BCM968580/DATA/iphost/IpHostCheck.h"
+#include "BRCM/BCM968580/DATA/iphost/IpHostParts.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
 #include "hal/Text.h"
 #include "kit/Asked.h"
