@@ -8,6 +8,7 @@
 #include "BRCM/BCM968580/DATA/forwarding/GemPorts.h"
 #include "BRCM/BCM968580/DATA/forwarding/Mode.h"
 #include "BRCM/BCM968580/DATA/forwarding/Operations.h"
+#include "BRCM/BCM968580/DATA/forwarding/Tconts.h"
 #include "BRCM/BCM968580/DATA/forwarding/Veip.h"
 #include "BRCM/BCM968580/DATA/restart/Operations.h"
 #include "device/Counters.h"
@@ -189,8 +190,9 @@ int VornBrcmHal::vorn_omci_hal_pm_get(void* request, void* result) {
 int VornBrcmHal::vorn_omci_hal_tcont_set(void* /*unused*/, void* record) {
     if (record == nullptr) return kFailure;
     const auto& tcont = *static_cast<const TContProvisioning*>(record);
-    const AskedOperation operation(Ask::Tcont, AskKind::Provision, tcont);
+    AskedOperation operation(Ask::Tcont, AskKind::Provision, tcont);
     if (operation.isDone()) return kSuccess;
+    if (forwarding::isG988()) return resultOf(operation, forwarding::addTcont(tcont));
     OnuXponHalAdapterBCM::getInstance()->provisionTCont(tcont);
     return kSuccess;
 }
@@ -198,7 +200,9 @@ int VornBrcmHal::vorn_omci_hal_tcont_set(void* /*unused*/, void* record) {
 int VornBrcmHal::vorn_omci_hal_tcont_reset(void* /*unused*/, void* record) {
     if (record == nullptr) return kFailure;
     const state::Operation operation;
-    OnuXponHalAdapterBCM::getInstance()->deprovisionTCont(*static_cast<const TContProvisioning*>(record));
+    const auto& tcont = *static_cast<const TContProvisioning*>(record);
+    if (forwarding::isG988()) return resultOf(forwarding::removeTcont(tcont.allocId));
+    OnuXponHalAdapterBCM::getInstance()->deprovisionTCont(tcont);
     return kSuccess;
 }
 

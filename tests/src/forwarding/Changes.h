@@ -106,6 +106,16 @@ inline Operation gateway(bool comes, std::uint16_t gemPortId) {
             }};
 }
 
+inline TContProvisioning tcontRecord(std::uint16_t allocId) {
+    return {allocId, 5, 0};
+}
+inline Operation boundTcont(std::uint16_t allocId) {
+    return {"tcont_set", asks(&VornHal::vorn_omci_hal_tcont_set, tcontRecord(allocId))};
+}
+inline Operation noTcont(std::uint16_t allocId) {
+    return {"tcont_reset", asks(&VornHal::vorn_omci_hal_tcont_reset, tcontRecord(allocId))};
+}
+
 // The internet service's own frames, untagged at the port and VID 100 at its GEM port, fare alike all the time.
 inline const std::vector<Change>& changes() {
     static const auto& all = *new std::vector<Change>{
@@ -132,6 +142,8 @@ inline const std::vector<Change>& changes() {
         {"MulticastOfTheGateway",
          {gemPort(1004), bridge(0), gateway(true, 1004), withDefaultBridge(pon(multicast(1004)))},
          {noPonSide(multicast(1004)), gateway(false, 1004), noPonSide(ponPort(1004, "", 0)), noGemPort(1004)}},
+        {"ATcont", {boundTcont(1100)}, {noTcont(1100)}},
+        {"AnotherAllocId", {boundTcont(1100), boundTcont(1101)}, {noTcont(1101)}},
     };
     return all;
 }

@@ -9,6 +9,7 @@
 #include "BRCM/BCM968580/DATA/forwarding/GemPorts.h"
 #include "BRCM/BCM968580/DATA/forwarding/Mode.h"
 #include "BRCM/BCM968580/DATA/forwarding/Operations.h"
+#include "BRCM/BCM968580/DATA/forwarding/Tconts.h"
 #include "BRCM/BCM968580/DATA/forwarding/Veip.h"
 #include "BRCM/BCM968580/DATA/restart/Restart.h"
 #include "BRCM/BCM968580/DATA/restart/RuleTables.h"
@@ -245,8 +246,10 @@ void runOperation(std::string_view askAndArguments) {
     using Service = BridgeServiceProvisioning;
     switch (const auto ask = static_cast<Ask>(bytes.u8())) {
         case Ask::Tcont:
-            return run<TContProvisioning>(bytes, ask, AskKind::Provision,
-                                          [](const auto& tcont) { ponAdapter().provisionTCont(tcont); });
+            return run<TContProvisioning>(bytes, ask, AskKind::Provision, [](const auto& tcont) {
+                if (forwarding::isG988()) return void(forwarding::addTcont(tcont));
+                ponAdapter().provisionTCont(tcont);
+            });
         case Ask::GemPort:
             return run<XGEMConfig>(bytes, ask, AskKind::Provision, [](const auto& port) {
                 if (forwarding::isG988()) return void(forwarding::addGemPort(port));
