@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "BRCM/BCM968580/DATA/forwarding/GemPorts.h"
+#include "BRCM/BCM968580/DATA/forwarding/IpHost.h"
 #include "BRCM/BCM968580/DATA/forwarding/Mode.h"
 #include "BRCM/BCM968580/DATA/forwarding/Operations.h"
 #include "BRCM/BCM968580/DATA/forwarding/Tconts.h"
@@ -113,9 +114,9 @@ int VornBrcmHal::vorn_omci_hal_port_enable_get(unsigned int port, unsigned int* 
 
 int VornBrcmHal::vorn_omci_hal_provisionIpHost(const IpHostProvision* host) {
     if (engine == nullptr || host == nullptr) return kFailure;
-    const AskedOperation operation(Ask::IpHost, AskKind::ProvisionWhole,
-                                   restart::HostArguments{*host, engine->iPhost_Stag});
+    AskedOperation operation(Ask::IpHost, AskKind::ProvisionWhole, restart::HostArguments{*host, engine->iPhost_Stag});
     if (operation.isDone()) return kSuccess;
+    if (forwarding::isG988()) return resultOf(operation, forwarding::addIpHost(*engine, *host));
     if (host->dhcpEnabled != 0) {
         engine->provisionIpHostDynamic(host);
     } else {
@@ -129,11 +130,8 @@ int VornBrcmHal::vorn_omci_hal_deprovisionIpHost(const IpHostProvision* host) {
     const AskedOperation operation(Ask::RemoveIpHost, AskKind::Remove, *host);
     if (operation.isDone()) return kSuccess;
     std::printf("Inside BRCM-HAL, calling deprovisionIpHost");
-    if (forwarding::isG988()) {
-        forwarding::removeIpHost(*engine, *host);
-    } else {
-        engine->deprovisionIpHost(host);
-    }
+    if (forwarding::isG988()) return resultOf(forwarding::removeIpHost(*engine, *host));
+    engine->deprovisionIpHost(host);
     return kSuccess;
 }
 
