@@ -9,6 +9,7 @@ import time
 
 PYTHON = pathlib.Path(__file__).resolve().parents[1]
 SCENARIOS = PYTHON.parent / "scenarios"
+sys.path.insert(0, str(PYTHON / "examples"))  # for what they share
 
 HANG = 100  # seconds; only a hang takes this long
 

@@ -3,7 +3,8 @@
 import importlib.util
 import unittest
 
-import support  # noqa: F401  finds the module
+import support  # noqa: F401  finds the modules
+from service import provision_internet
 from vorn_onu import Frame, Onu, OnuError, Tag
 from vorn_onu.frames import frame_fields, octets_after
 
@@ -79,6 +80,15 @@ class Reading(unittest.TestCase):
             sent = onu.send(report, at="sid0")
             self.assertIn("239.1.2.3", sent.words)
             self.assertEqual(sent.frame.ipProtocol, 2)
+
+    def test_the_forwarding_that_is_asked_for_decides_what_comes_down(self) -> None:
+        # The port's row writes p-bits 0; by the contract its inverse asks for them.
+        leaves = {"leaves": [{"at": "sid0", "tags": []}]}
+        for forwarding, expected in (("contract", {"dropped": "no rule matches"}), ("g988", leaves)):
+            with self.subTest(forwarding), Onu.start(forwarding=forwarding) as onu:
+                provision_internet(onu)
+                onu.frame(from_="gem 1001", tags=[{"vid": 100}], expect=leaves)
+                onu.frame(from_="gem 1001", tags=[{"vid": 100, "pbits": 5}], expect=expected)
 
     @unittest.skipUnless(importlib.util.find_spec("scapy"), "scapy is not installed")
     def test_a_packet_of_scapy_is_sent_as_its_octets(self) -> None:

@@ -61,6 +61,13 @@ bool isInterfaceUp(const char* name) {
     return RequestSocket().send(SIOCGIFFLAGS, record) == InterfaceResult::Done && (record.ifr_flags & IFF_UP) != 0;
 }
 
+bool interfaceMac(const char* name, unsigned char (&mac)[6]) {
+    ifreq record = requestFor(name);
+    if (RequestSocket().send(SIOCGIFHWADDR, record) != InterfaceResult::Done) return false;
+    std::memcpy(mac, record.ifr_hwaddr.sa_data, sizeof mac);
+    return true;
+}
+
 int interfaceIndex(const char* name) {
     if (name == nullptr) return -1;
     ifreq record = requestFor(name);

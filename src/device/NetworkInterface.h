@@ -18,7 +18,8 @@ InterfaceResult setInterfaceFlags(const char* name, unsigned short flags);
 InterfaceResult setInterfaceMtu(const char* name, int mtu);
 // Takes the flags "up" and "running" away and leaves the others.
 InterfaceResult takeInterfaceDown(const char* name);
-bool isInterfaceUp(const char* name);  // false also for one that does not exist
-int interfaceIndex(const char* name);  // -1 for null, without a socket, and for an unknown name
+bool isInterfaceUp(const char* name);                          // false also for one that does not exist
+bool interfaceMac(const char* name, unsigned char (&mac)[6]);  // false when the kernel does not tell
+int interfaceIndex(const char* name);                          // -1 for null, without a socket, and for an unknown name
 
 #endif

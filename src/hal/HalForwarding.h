@@ -28,16 +28,16 @@ extern "C" {
 // With VORN_HAL_FORWARDING_G988 these operations of VornHal answer -1 when a service cannot be made or changed as the
 // standard has it, with a printed line that names the row or port and says why; the service is as it was then:
 // filter_flow_add, configureBridge, configureAniTagRules, unsetPbitData, deprovisionAniSideBridge,
-// deprovisionUniSideBridge, veip_createRules, veip_deleteRules, gemflow_add, gemflow_del and set_gemPortStatus. A GEM
-// port that is added again counts once, and one that the driver has from a process before this one is taken over. The
-// p-bit map of a bridge service may then also name the GEM port and queue of untagged frames, as those of p-bits 8:
-// they have to be those of some p-bits. Without them untagged frames are taken for p-bits 0 (G.988 9.3.10, default
-// p-bit assumption). A row with an EtherType code above 6 or for more than two tags, and a p-bit map with a
-// queue above 7, are refused. filter_flow_add for UNI ports above 4 answers 0 and does nothing, as by the contract:
-// these are IP hosts, whose VLAN provisionIpHost makes, and daemons send their rows too. tcont_set, tcont_reset,
-// provisionIpHost and deprovisionIpHost answer as by the contract, 0 also where a part was refused; with a host also
-// its device, routing rule and S-tag rule go. A state file (hal/HalState.h) is opened only in the mode in which it was
-// made.
+// deprovisionUniSideBridge, veip_createRules, veip_deleteRules, gemflow_add, gemflow_del, set_gemPortStatus, tcont_set,
+// tcont_reset, provisionIpHost and deprovisionIpHost. A GEM port that is added again counts once, and one that the
+// driver has from a process before this one is taken over. The p-bit map of a bridge service may then also name the GEM
+// port and queue of untagged frames, as those of p-bits 8: they have to be those of some p-bits. Without them untagged
+// frames are taken for p-bits 0 (G.988 9.3.10, default p-bit assumption). A row with an EtherType code above 6 or for
+// more than two tags, and a p-bit map with a queue above 7, are refused. filter_flow_add for UNI ports above 4 answers
+// 0 and does nothing, as by the contract: these are IP hosts, whose VLAN provisionIpHost makes, and daemons send their
+// rows too. tcont_set is refused for an alloc-id that another T-CONT has; with another alloc-id a T-CONT loses its
+// earlier one. With a host its device, routing rule and S-tag rule go, and its bridge stays. A state file
+// (hal/HalState.h) is opened only in the mode in which it was made.
 //
 // Called from the provisioning thread, like the next one.
 VORN_API int vorn_hal_set_forwarding(int forwarding);

@@ -28,12 +28,17 @@ TmctlIf tmInterface(int tContIndex) {
 
 }  // namespace
 
-void bindTcont(int tContIndex, std::uint16_t allocId) {
+bool bindTcont(int tContIndex, std::uint16_t allocId) {
     // The driver keeps an earlier binding of the T-CONT unless it is cleared first.
     GponCtlTcontAllocId record = binding(tContIndex, kNoAllocId);
-    gponCtl_configTcontAllocId(&record);
+    const bool cleared = gponCtl_configTcontAllocId(&record) == 0;
     record.allocId = allocId;
-    gponCtl_configTcontAllocId(&record);
+    return gponCtl_configTcontAllocId(&record) == 0 && cleared;
+}
+
+bool unbindTcont(int tContIndex) {
+    const GponCtlTcontAllocId record = binding(tContIndex, 0);
+    return gponCtl_deconfigTcontAllocId(&record) == 0;
 }
 
 bool initTcontQueues(int tContIndex) {
@@ -67,13 +72,27 @@ bool setTcontQueue(int tContIndex, const TmctlQueueCfg& config) {
     return tmctl_setQueueCfg(TMCTL_DEV_GPON, &interface, &config) == 0;
 }
 
-void resetTcont(int tContIndex) {
+std::vector<TmctlQueueCfg> tcontQueues(int tContIndex) {
+    std::vector<TmctlQueueCfg> queues;
+    for (unsigned queue = 0; queue < kQueuesPerTcont; ++queue)
+        if (const auto config = tcontQueue(tContIndex, queue)) queues.push_back(*config);
+    return queues;
+}
+
+bool deleteTcontQueue(int tContIndex, unsigned queue) {
     const TmctlIf interface = tmInterface(tContIndex);
-    for (int queue = 0; queue < static_cast<int>(kQueuesPerTcont); ++queue)
-        tmctl_delQueueCfg(TMCTL_DEV_GPON, &interface, queue);
-    tmctl_portTmUninit(TMCTL_DEV_GPON, &interface);
-    const GponCtlTcontAllocId record = binding(tContIndex, 0);
-    gponCtl_deconfigTcontAllocId(&record);
+    return tmctl_delQueueCfg(TMCTL_DEV_GPON, &interface, static_cast<int>(queue)) == 0;
+}
+
+bool releaseTcontQueues(int tContIndex) {
+    const TmctlIf interface = tmInterface(tContIndex);
+    return tmctl_portTmUninit(TMCTL_DEV_GPON, &interface) == 0;
+}
+
+void resetTcont(int tContIndex) {
+    for (unsigned queue = 0; queue < kQueuesPerTcont; ++queue) deleteTcontQueue(tContIndex, queue);
+    releaseTcontQueues(tContIndex);
+    unbindTcont(tContIndex);
     noteTcontQueues(tContIndex, false);
 }
 

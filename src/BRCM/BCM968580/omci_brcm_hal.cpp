@@ -6,8 +6,10 @@
 #include <cstdlib>
 
 #include "BRCM/BCM968580/DATA/forwarding/GemPorts.h"
+#include "BRCM/BCM968580/DATA/forwarding/IpHost.h"
 #include "BRCM/BCM968580/DATA/forwarding/Mode.h"
 #include "BRCM/BCM968580/DATA/forwarding/Operations.h"
+#include "BRCM/BCM968580/DATA/forwarding/Tconts.h"
 #include "BRCM/BCM968580/DATA/forwarding/Veip.h"
 #include "BRCM/BCM968580/DATA/restart/Operations.h"
 #include "device/Counters.h"
@@ -112,9 +114,9 @@ int VornBrcmHal::vorn_omci_hal_port_enable_get(unsigned int port, unsigned int* 
 
 int VornBrcmHal::vorn_omci_hal_provisionIpHost(const IpHostProvision* host) {
     if (engine == nullptr || host == nullptr) return kFailure;
-    const AskedOperation operation(Ask::IpHost, AskKind::ProvisionWhole,
-                                   restart::HostArguments{*host, engine->iPhost_Stag});
+    AskedOperation operation(Ask::IpHost, AskKind::ProvisionWhole, restart::HostArguments{*host, engine->iPhost_Stag});
     if (operation.isDone()) return kSuccess;
+    if (forwarding::isG988()) return resultOf(operation, forwarding::addIpHost(*engine, *host));
     if (host->dhcpEnabled != 0) {
         engine->provisionIpHostDynamic(host);
     } else {
@@ -128,11 +130,8 @@ int VornBrcmHal::vorn_omci_hal_deprovisionIpHost(const IpHostProvision* host) {
     const AskedOperation operation(Ask::RemoveIpHost, AskKind::Remove, *host);
     if (operation.isDone()) return kSuccess;
     std::printf("Inside BRCM-HAL, calling deprovisionIpHost");
-    if (forwarding::isG988()) {
-        forwarding::removeIpHost(*engine, *host);
-    } else {
-        engine->deprovisionIpHost(host);
-    }
+    if (forwarding::isG988()) return resultOf(forwarding::removeIpHost(*engine, *host));
+    engine->deprovisionIpHost(host);
     return kSuccess;
 }
 
@@ -189,8 +188,9 @@ int VornBrcmHal::vorn_omci_hal_pm_get(void* request, void* result) {
 int VornBrcmHal::vorn_omci_hal_tcont_set(void* /*unused*/, void* record) {
     if (record == nullptr) return kFailure;
     const auto& tcont = *static_cast<const TContProvisioning*>(record);
-    const AskedOperation operation(Ask::Tcont, AskKind::Provision, tcont);
+    AskedOperation operation(Ask::Tcont, AskKind::Provision, tcont);
     if (operation.isDone()) return kSuccess;
+    if (forwarding::isG988()) return resultOf(operation, forwarding::addTcont(tcont));
     OnuXponHalAdapterBCM::getInstance()->provisionTCont(tcont);
     return kSuccess;
 }
@@ -198,7 +198,9 @@ int VornBrcmHal::vorn_omci_hal_tcont_set(void* /*unused*/, void* record) {
 int VornBrcmHal::vorn_omci_hal_tcont_reset(void* /*unused*/, void* record) {
     if (record == nullptr) return kFailure;
     const state::Operation operation;
-    OnuXponHalAdapterBCM::getInstance()->deprovisionTCont(*static_cast<const TContProvisioning*>(record));
+    const auto& tcont = *static_cast<const TContProvisioning*>(record);
+    if (forwarding::isG988()) return resultOf(forwarding::removeTcont(tcont.allocId));
+    OnuXponHalAdapterBCM::getInstance()->deprovisionTCont(tcont);
     return kSuccess;
 }
 

@@ -106,6 +106,38 @@ inline Operation gateway(bool comes, std::uint16_t gemPortId) {
             }};
 }
 
+inline TContProvisioning tcontRecord(std::uint16_t allocId) {
+    return {allocId, 5, 0};
+}
+inline Operation boundTcont(std::uint16_t allocId) {
+    return {"tcont_set", asks(&VornHal::vorn_omci_hal_tcont_set, tcontRecord(allocId))};
+}
+inline Operation noTcont(std::uint16_t allocId) {
+    return {"tcont_reset", asks(&VornHal::vorn_omci_hal_tcont_reset, tcontRecord(allocId))};
+}
+
+// A management host on bridge 5.
+constexpr const char* kHostMacs = "0a:00:00:00:00:0";
+enum class HostKind { Static, Dhcp, Shared };
+inline IpHostProvision hostRecord(HostKind kind, std::uint8_t number = 6) {
+    IpHostProvision host{};
+    host.bridgeId = 5;
+    host.uniPort = number;
+    host.macAddress = kHostMacs + std::to_string(number);
+    host.ipAddress = "10.0.0." + std::to_string(number);
+    host.subnetMask = "255.255.255.0";
+    host.gateway = "10.0.0.1";
+    host.dhcpEnabled = kind == HostKind::Static ? 0 : 1;
+    host.useSharedBridge = kind == HostKind::Shared ? 1 : 0;
+    return host;
+}
+inline Operation host(const IpHostProvision& record) {
+    return {"provisionIpHost", asks(&VornHal::vorn_omci_hal_provisionIpHost, record)};
+}
+inline Operation noHost(const IpHostProvision& record) {
+    return {"deprovisionIpHost", asks(&VornHal::vorn_omci_hal_deprovisionIpHost, record)};
+}
+
 // The internet service's own frames, untagged at the port and VID 100 at its GEM port, fare alike all the time.
 inline const std::vector<Change>& changes() {
     static const auto& all = *new std::vector<Change>{
@@ -132,6 +164,11 @@ inline const std::vector<Change>& changes() {
         {"MulticastOfTheGateway",
          {gemPort(1004), bridge(0), gateway(true, 1004), withDefaultBridge(pon(multicast(1004)))},
          {noPonSide(multicast(1004)), gateway(false, 1004), noPonSide(ponPort(1004, "", 0)), noGemPort(1004)}},
+        {"ATcont", {boundTcont(1100)}, {noTcont(1100)}},
+        {"AnotherAllocId", {boundTcont(1100), boundTcont(1101)}, {noTcont(1101)}},
+        {"AHost",
+         {bridge(5), host(hostRecord(HostKind::Static))},
+         {noHost(hostRecord(HostKind::Static)), noPonSide(ponPort(1005, "", 5))}},
     };
     return all;
 }

@@ -7,6 +7,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "hal/HalForwarding.h"
 #include "src/restart/Daemon.h"
 
@@ -44,6 +45,11 @@ class Forwarding : public RestartFixture {
 protected:
     void TearDown() override { unsetenv(VORN_HAL_FORWARDING_VARIABLE); }
 
+    // With an S-tag for management hosts.
+    static void forwardByG988(Daemon& daemon) {
+        ASSERT_EQ(choose(daemon, kG988), 0);
+        daemon.symbol<EtherSwitchBcm380* (*)()>("_ZN17EtherSwitchBcm38011getInstanceEv")()->iPhost_Stag = 900;
+    }
     static int choose(Daemon& daemon, int forwarding) {
         return daemon.symbol<int (*)(int)>("vorn_hal_set_forwarding")(forwarding);
     }
@@ -78,11 +84,12 @@ protected:
         Forwarding::SetUp();
         startOver();
     }
-    // A new board, and a daemon that has done nothing yet.
+    // A new board with a shared bridge, and a daemon that has done nothing yet.
     void startOver() {
         Forwarding::startOver();
+        ASSERT_EQ(std::system("brctl addbr brv"), 0);
         daemon_ = std::make_unique<Daemon>(folder_);
-        ASSERT_EQ(choose(*daemon_, kG988), 0);
+        forwardByG988(*daemon_);
     }
     void provision() {
         make(*daemon_, 0, kProvisioning);

@@ -4,7 +4,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "platform/vlanctl.h"
 #include "src/forwarding/Changes.h"
 #include "src/restart/Killing.h"
@@ -15,7 +14,10 @@ nlohmann::json forwarding_tests::Forwarding::serving() {
     nlohmann::json kept;
     std::multiset<std::string> rules;
     for (const auto& device : json["network"]["devices"]) {
-        auto& one = kept["devices"][device["name"].get<std::string>()] = nlohmann::json::array({device["master"]});
+        auto& one = kept["devices"][device["name"].get<std::string>()] =
+            nlohmann::json::array({device["master"], device["addresses"]});
+        const auto mac = device["mac"].get<std::string>();  // the board's own count up
+        if (mac.rfind(kHostMacs, 0) == 0) one.push_back(mac);
         const bool isMade = device["isBridge"] == true || device["realDevice"] != "";
         if (isMade) one.push_back(device["up"]);  // a LAN port that has been up stays so
     }
@@ -26,6 +28,9 @@ nlohmann::json forwarding_tests::Forwarding::serving() {
                          rule["text"].dump());
     kept["rules"] = rules;
     kept["flows"] = json["vlan"]["flows"];
+    for (const char* routing : {"ipRules", "ipRoutes"}) kept[routing] = json["network"][routing];
+    for (const char* part : {"objects", "ingressQueue"}) kept["runner"][part] = json["runner"][part];
+    for (const auto& [pid, command] : onu().processes()) kept["processes"].push_back(command);
     kept["tconts"] = json["pon"]["tconts"];
     for (auto& tcont : kept["tconts"])
         for (auto& queue : tcont["queues"])
@@ -87,27 +92,15 @@ TEST_F(Forwarding, TheVariableIsForDaemonsThatChooseNothing) {
 
 // Multicast for a port and for the gateway, and a management host with an S-tag; or their removal.
 std::vector<Operation> otherServices(bool come) {
-    IpHostProvision host{};
-    host.bridgeId = 5;
-    host.uniPort = 6;
-    host.macAddress = "02:00:00:00:00:77";
-    host.ipAddress = "10.0.0.5";
-    host.subnetMask = "255.255.255.0";
-    host.gateway = "10.0.0.1";
+    const IpHostProvision record = hostRecord(HostKind::Static);
     if (!come)
-        return {{"deprovisionIpHost", asks(&VornHal::vorn_omci_hal_deprovisionIpHost, host)},
-                noPonSide(ponPort(1005, "", 5)),
-                noPonSide(multicast(1004)),
-                gateway(false, 1004),
-                noPonSide(ponPort(1004, "", 0)),
-                noGemPort(1004)};
-    return {gemPort(1004),        bridge(0), gateway(true, 1004),
-            pon(multicast(1004)), bridge(5), {"provisionIpHost", asks(&VornHal::vorn_omci_hal_provisionIpHost, host)}};
+        return {noHost(record),       noPonSide(ponPort(1005, "", 5)), noPonSide(multicast(1004)),
+                gateway(false, 1004), noPonSide(ponPort(1004, "", 0)), noGemPort(1004)};
+    return {gemPort(1004), bridge(0), gateway(true, 1004), pon(multicast(1004)), bridge(5), host(record)};
 }
 
 TEST_F(ForwardedServices, WhatIsTakenBackLeavesNothing) {
     onu().reset();
-    daemon().symbol<EtherSwitchBcm380* (*)()>("_ZN17EtherSwitchBcm38011getInstanceEv")()->iPhost_Stag = 900;
     daemon()->vorn_omci_hal_configureBridge(9, 0);  // makes the default bridge
     BridgeServiceProvisioning other{};
     other.bridgeId = 9;

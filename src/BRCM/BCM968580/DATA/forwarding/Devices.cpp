@@ -26,9 +26,14 @@ void removeAniPair(EtherSwitchBcm380& engine, std::uint16_t bridgeId) {
 
 }  // namespace
 
-bool isGone(const DeviceName& device) {
+std::optional<bool> doesExist(const DeviceName& device) {
     errno = 0;
-    return interfaceIndex(device.get()) <= 0 && errno == ENODEV;
+    if (interfaceIndex(device.get()) > 0) return true;
+    return errno == ENODEV ? std::optional<bool>(false) : std::nullopt;
+}
+
+bool isGone(const DeviceName& device) {
+    return doesExist(device) == false;
 }
 
 bool isInForce(const DeviceName& realDevice, const DeviceName& device) {
@@ -98,14 +103,19 @@ std::string removePonDevices(EtherSwitchBcm380& engine, const BridgeServiceProvi
     return bridgeId == 0 || isGone(bridge) ? "" : bridge.get();
 }
 
-std::string restorePonDevices(EtherSwitchBcm380& engine, std::uint16_t bridgeId, bool leadsToGateway) {
-    const DeviceName bridge = kit::bridgeName(bridgeId);
-    const DeviceName ani = kit::aniName(bridgeId);
-    const DeviceName vlan = kit::aniVlanName(bridgeId, bridgeId);
-    if (!engine.configureBridge(bridgeId, 0, false)) return std::string(vlan.get()) + " or its bridge";
+std::string restorePonDevices(EtherSwitchBcm380& engine, std::uint16_t bridgeId, bool hadBridge, bool leadsToGateway) {
+    DeviceName bridge = kit::bridgeName(bridgeId);
+    DeviceName ani = kit::aniName(bridgeId);
+    DeviceName vlan = kit::aniVlanName(bridgeId, bridgeId);
+    const bool wasLost = isGone(vlan);
+    const bool isMade = hadBridge ? engine.configureBridge(bridgeId, 0, false)
+                                  : engine.createAniVlanInterface(ani.get()) &&
+                                        engine.createVlanInterface(bridgeId, false, true, ani.get(), vlan.get());
+    if (!isMade) return std::string(vlan.get()) + " or its bridge";
     for (const DeviceName* device : {&bridge, &ani, &vlan})
-        if (!kit::bringUp(device->get())) return device->get();
-    if (bridgeId != 0 && !isMember(bridgeId, vlan)) return std::string(vlan.get()) + " on its bridge";
+        if ((hadBridge || device != &bridge) && !kit::bringUp(device->get())) return device->get();
+    if (!hadBridge && wasLost) return std::string(vlan.get()) + " on the bridge that it was on";
+    if (hadBridge && bridgeId != 0 && !isMember(bridgeId, vlan)) return std::string(vlan.get()) + " on its bridge";
     for (const auto& [number, port] : services().tables().uniPorts)
         if (port.bridges.count(bridgeId) != 0 && !createFlows(static_cast<std::uint16_t>(number + 1), bridgeId))
             return std::string("flows of ") + vlan.get();

@@ -4,6 +4,7 @@
 #define BRCM_BCM968580_DATA_FORWARDING_DEVICES_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "BRCM/BCM968580/DATA/g988/Services.h"
@@ -19,8 +20,9 @@ g988::Services& services();
 // Whether a multicast service of the bridge comes in the GEM port.
 bool hasMulticast(std::uint16_t bridgeId, std::uint16_t gemPortId);
 
-// The kernel says that there is none; a question that fails says nothing.
-bool isGone(const DeviceName& device);
+// Nothing where the kernel does not say.
+std::optional<bool> doesExist(const DeviceName& device);
+bool isGone(const DeviceName& device);  // the kernel says that there is none
 
 // What the engine asks for when it makes a VLAN device, once more: both are up, and frames that no rule takes are
 // dropped. False: one of that is refused.
@@ -44,8 +46,8 @@ bool restoreUniDevice(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uin
 // The PON side's devices with their bridge. Names what is still there; "": nothing is.
 std::string removePonDevices(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record);
 // Likewise for giving back, with the flows of the bridge's ports and, where its multicast is for the gateway too, of
-// the VEIP. Names what cannot be made again.
-std::string restorePonDevices(EtherSwitchBcm380& engine, std::uint16_t bridgeId, bool leadsToGateway);
+// the VEIP. The bridge itself only if it was there. Names what cannot be made again.
+std::string restorePonDevices(EtherSwitchBcm380& engine, std::uint16_t bridgeId, bool hadBridge, bool leadsToGateway);
 
 // A bridge with its PON side, and the VLAN device of a UNI port unless it is 0.
 class BridgeToMake {

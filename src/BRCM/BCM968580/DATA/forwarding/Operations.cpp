@@ -9,15 +9,11 @@
 #include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
-#include "BRCM/BCM968580/DATA/RuleMap.h"
 #include "BRCM/BCM968580/DATA/forwarding/Rollback.h"
-#include "BRCM/BCM968580/DATA/iphost/IpHostCheck.h"
-#include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
 #include "hal/Text.h"
 #include "kit/DeviceNames.h"
 #include "kit/Devices.h"
 #include "kit/GemPorts.h"
-#include "kit/Rules.h"
 #include "kit/StateEntries.h"
 
 namespace forwarding {
@@ -163,6 +159,7 @@ bool removePonSide(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& r
     constexpr const char* kOperation = "deprovisionAniSideBridge";
     const auto before = services().before();
     const bool isMulticast = g988::isMulticast(record), isForGateway = leadsToGateway(record.bridgeId);
+    const bool hadBridge = !isGone(kit::bridgeName(record.bridgeId));
     const auto outcome = isMulticast ? services().removePonPorts(record) : services().removePonSide(record.bridgeId);
     if (!isDone(kOperation, outcome)) return false;
     const state::Operation operation;
@@ -170,7 +167,7 @@ bool removePonSide(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& r
     bool done = true;
     if (!isMulticast && !stays.empty()) {
         Rollback rollback(stays + kStays);
-        rollback.cannotRestore(restorePonDevices(engine, record.bridgeId, isForGateway));
+        rollback.cannotRestore(restorePonDevices(engine, record.bridgeId, hadBridge, isForGateway));
         done = rollback.restore(kOperation, before);
     }
     countMulticast();
@@ -186,42 +183,6 @@ bool removeUniSide(EtherSwitchBcm380& engine, std::uint16_t bridgeId) {
     const auto before = services().before();
     return isDone(kOperation, services().removeUniSide(bridgeId)) &&
            removeUniDevices(engine, kOperation, uniPorts, bridgeId, before);
-}
-
-namespace {
-
-// Provisioning records it last, under the bridge, and has put it into the table of the PON side.
-void removeStagPopRule(const EtherSwitchBcm380& engine, const IpHostProvision& host) {
-    const kit::RuleTable table{kit::aniName(host.bridgeId).get(), VLANCTL_DIRECTION_RX, 1};
-    const std::string bridge = kit::bridgeName(host.bridgeId).get();
-    const auto recorded = m_VLAN_RULE_MAP_ENTRY.find({bridge, host.uniPort});
-    if (recorded == m_VLAN_RULE_MAP_ENTRY.end()) return;
-    std::optional<std::uint32_t> id;
-    for (std::uint32_t i = 0; i < recorded->second->nbrOfNewRules; ++i) {
-        const VLAN_RULE_INFO& rule = recorded->second->newRules[i];
-        if (rule.dir == table.direction && rule.nbrOfTags == table.tags) id = rule.tagRuleId;
-    }
-    if (id && engine.iPhost_Stag < kNoStag) {
-        const kit::VlanCtlSession session;
-        kit::removePlannedRule(table, *id);
-    }
-    // The other rules go with the host's device.
-    eraseRulesIf(bridge, [&](const auto& entry, const auto&) { return entry.phyId == host.uniPort; });
-}
-
-}  // namespace
-
-void removeIpHost(EtherSwitchBcm380& engine, const IpHostProvision& host) {
-    if (!isSafeIpHost("deprovisionIpHost", host)) return;
-    const state::Operation operation;
-    removeStagPopRule(engine, host);
-    const DeviceName device = kit::ipHostName(host.bridgeId, host.uniPort);
-    engine.deprovisionIpHost(&host);  // ends the client of the device first
-    if (engine.isInterfaceExisted(device.get())) {
-        const kit::VlanCtlSession session;
-        kit::removeDevice(device.get());
-    }
-    if (host.dhcpEnabled == 0 && !host.ipAddress.empty()) IpHostCommands().deleteRoutingRule(host.ipAddress.c_str());
 }
 
 g988::Outcome settle() {

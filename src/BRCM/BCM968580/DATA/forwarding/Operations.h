@@ -25,9 +25,6 @@ bool removePonPorts(const BridgeServiceProvisioning& record);
 bool removePonSide(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record);
 // All ports of the bridge, not the first one alone.
 bool removeUniSide(EtherSwitchBcm380& engine, std::uint16_t bridgeId);
-// As by the contract, and with it what that leaves: the host's device, its routing rule and the rule that pops its
-// S-tag. What the device refuses of it stays.
-void removeIpHost(EtherSwitchBcm380& engine, const IpHostProvision& host);
 // Rules of what was restored and has not been asked for since go; devices are the caller's.
 g988::Outcome settle();
 

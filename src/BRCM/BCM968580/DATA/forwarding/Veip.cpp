@@ -2,13 +2,11 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <string>
 
-#include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
-#include "BRCM/BCM968580/DATA/RuleMap.h"
 #include "BRCM/BCM968580/DATA/forwarding/Devices.h"
+#include "BRCM/BCM968580/DATA/forwarding/PassRules.h"
 #include "BRCM/BCM968580/DATA/forwarding/Rollback.h"
 #include "kit/Asked.h"
 #include "kit/Devices.h"
@@ -20,51 +18,16 @@ namespace {
 
 constexpr std::uint16_t kPhyId = 0;      // second half of the rule map's key
 constexpr std::uint32_t kTagTables = 4;  // the VEIP passes frames with up to three tags
-constexpr std::uint32_t kDirections[] = {VLANCTL_DIRECTION_RX, VLANCTL_DIRECTION_TX};
+
+bool insertRules(EtherSwitchBcm380& engine) {
+    return insertPassRules(engine, {kVeipRealDevice, kVeipDevice, kPhyId, kTagTables});
+}
 
 constexpr const char* kFlowRefused = "a flow to the VEIP is refused";
 
 bool makesVeip(std::uint16_t trafficType) {
     return trafficType == OMCI_MF_MODEL_1_FILTER || trafficType == OMCI_MF_MODEL_1_MAP_FILTER ||
            trafficType == OMCI_MF_MODEL_N_FILTER || trafficType == OMCI_MF_MODEL_N_MAP_FILTER;
-}
-
-// ---- the rules that pass everything, one in each table ----
-
-bool isRecorded(const kit::RuleTable& table) {
-    const auto found = m_VLAN_RULE_MAP_ENTRY.find({kVeipRealDevice, kPhyId});
-    if (found == m_VLAN_RULE_MAP_ENTRY.end()) return false;
-    const VLAN_RULE_MAP_ENTRY& entry = *found->second;
-    return std::any_of(entry.newRules, entry.newRules + entry.nbrOfNewRules,
-                       [&](const VLAN_RULE_INFO& rule) { return tableOf(entry, rule) == table; });
-}
-
-// Those that are missing.
-bool insertRules(EtherSwitchBcm380& engine) {
-    const kit::VlanCtlSession session;
-    for (std::uint32_t tags = 0; tags < kTagTables; ++tags)
-        for (const std::uint32_t direction : kDirections) {
-            const kit::RuleTable table{kVeipRealDevice, direction, tags};
-            if (isRecorded(table)) continue;
-            std::uint32_t id = VLANCTL_DONT_CARE;
-            kit::TagRule rule;
-            rule.bind(direction, kVeipDevice);
-            if (rule.result() != 0 || kit::insertRule(table, rule, {}, &id) != 0) return false;
-            engine.insertVlanRuleMapEntry(kVeipRealDevice, kPhyId, static_cast<std::uint16_t>(direction), tags, id);
-        }
-    return true;
-}
-
-bool removeRules() {
-    const kit::VlanCtlSession session;
-    bool done = true;
-    eraseRulesIf(kVeipRealDevice, [&](const VLAN_RULE_MAP_ENTRY& entry, const VLAN_RULE_INFO& rule) {
-        const bool removed =
-            done && entry.phyId == kPhyId && kit::removeRule(tableOf(entry, rule), rule.tagRuleId) == 0;
-        done = done && (removed || entry.phyId != kPhyId);
-        return removed;
-    });
-    return done;
 }
 
 // ---- the device ----
@@ -86,7 +49,7 @@ bool removeDevice() {
 
 // What is left of a VEIP that was to be made.
 void removeNewDevice(Rollback& rollback) {
-    const bool rulesGone = removeRules();
+    const bool rulesGone = removeRecordedRules(kVeipRealDevice, kPhyId);
     const bool isAway = isGone(DeviceName("%s", kVeipDevice)) || removeDevice();
     if (!rulesGone || !isAway) rollback.stays(kVeipDevice);
 }
@@ -124,7 +87,7 @@ std::string takePlaceOf(std::uint16_t bridgeId) {
 bool removeWholeVeip(EtherSwitchBcm380& engine, Rollback& rollback) {
     engine.removeVeipInterface();  // the devices on it, which the gateway has made
     sleep(1);
-    const bool rulesGone = removeRules();
+    const bool rulesGone = removeRecordedRules(kVeipRealDevice, kPhyId);
     if (rulesGone && removeDevice()) return true;
     if (!insertRules(engine)) rollback.cannotRestore(std::string("rules of ") + kVeipDevice);
     return false;

@@ -31,11 +31,16 @@ int take(const TableStep& wanted, Installed& installed) {
     return result;
 }
 
-// What was there, as a plan to go back to. A rule that is there twice is there once for the same frames.
-std::map<TableKey, std::vector<Rule>> rulesOf(const Installed& installed) {
+// What is there in the tables of the steps, as a plan to go back to. A rule that is there twice is there once for the
+// same frames.
+std::map<TableKey, std::vector<Rule>> rulesBefore(const std::vector<TableStep>& steps, const Installed& installed) {
     std::map<TableKey, std::vector<Rule>> tables;
-    for (const auto& [key, rules] : installed)
-        for (const InstalledRule& one : rules) tables[key].push_back(one.rule);
+    for (const TableStep& step : steps) {
+        const auto [table, isNew] = tables.try_emplace(step.table);
+        const auto rules = installed.find(step.table);
+        if (!isNew || rules == installed.end()) continue;
+        for (const InstalledRule& one : rules->second) table->second.push_back(one.rule);
+    }
     return tables;
 }
 
@@ -54,16 +59,18 @@ void noteRule(const TableKey& table, std::uint32_t id) {
 
 Outcome carryOut(const Plan& plan, Installed& installed) {
     if (!plan.refusals.empty()) return {false, plan.refusals.front().text()};
-    const auto steps = differences(installed, plan.tables);
+    const auto isPlanned = [&](const TableKey& key) { return !plan.scope || plan.scope->covers(key.device); };
+    const auto steps = differences(installed, plan.tables, isPlanned);
     if (steps.empty()) return {true, ""};
     const kit::VlanCtlSession session;
     if (session.result() != 0) return {false, "vlanctl answers " + std::to_string(session.result())};
-    const auto before = rulesOf(installed);
+    const auto before = rulesBefore(steps, installed);
+    const auto isTouched = [&](const TableKey& key) { return before.count(key) != 0; };
     for (const TableStep& step : steps) {
         const int code = take(step, installed);
         if (code == 0) continue;
         Outcome outcome{false, textOf(step, code)};
-        for (const TableStep& back : differences(installed, before)) {
+        for (const TableStep& back : differences(installed, before, isTouched)) {
             const int refusal = take(back, installed);
             if (refusal == 0) continue;
             outcome.isPartly = true;

@@ -1,15 +1,14 @@
 // The new table is made of three parts: rules inserted in front, rules that stay, rules appended.
 //
-// - In front go new rules that conflict with no earlier rule of the wanted order: the moment one is there, it decides
-// what it
-//   decides in the end.
-// - Everything else is appended, in the wanted order, with copies of the rules that must come behind it. While the old
-// rules
-//   are still there, an appended rule gets only frames that none of them takes.
-// - Then the old rules go, the last one first. A frame that loses its rule passes the old ones behind it that stay, and
-// then
-//   the appended ones: those that decide in the end. It was not taken by any rule before it, so that those which go
-//   later make no difference to it.
+// In front go new rules that conflict with no earlier rule of the wanted order: the moment one is there, it decides
+// what it decides in the end.
+//
+// Everything else is appended, in the wanted order, with copies of the rules that must come behind it. While the old
+// rules are still there, an appended rule gets only frames that none of them takes.
+//
+// Then the old rules go, the last one first. A frame that loses its rule passes the old ones behind it that stay, and
+// then the appended ones: those that decide in the end. It was not taken by any rule before it, so that those which go
+// later make no difference to it.
 #include "BRCM/BCM968580/DATA/g988/Difference.h"
 
 #include <algorithm>
@@ -95,7 +94,8 @@ std::vector<Step> difference(const std::vector<InstalledRule>& installed, const 
     return steps;
 }
 
-std::vector<TableStep> differences(const Installed& installed, const std::map<TableKey, std::vector<Rule>>& wanted) {
+std::vector<TableStep> differences(const Installed& installed, const std::map<TableKey, std::vector<Rule>>& wanted,
+                                   const Concerns& concerns) {
     static const std::vector<Rule> kNone;
     static const std::vector<InstalledRule> kEmpty;
     std::vector<TableStep> inserts, removals;
@@ -105,6 +105,7 @@ std::vector<TableStep> differences(const Installed& installed, const std::map<Ta
             (step.kind == Step::Kind::Remove ? removals : inserts).push_back({key, std::move(step)});
     };
     for (const auto& [key, rules] : installed) {
+        if (concerns && !concerns(key)) continue;
         const auto found = wanted.find(key);
         compare(key, rules, found == wanted.end() ? kNone : found->second);
     }

@@ -3,6 +3,7 @@
 #define BRCM_BCM968580_DATA_G988_DIFFERENCE_H
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <vector>
 
@@ -41,8 +42,11 @@ struct TableStep {
 };
 
 // The steps for all tables. Whatever is inserted comes before whatever is removed; a frame's last table gets its new
-// rules first and loses its old ones last, so that no table sends a frame to one that is not ready for it.
-std::vector<TableStep> differences(const Installed& installed, const std::map<TableKey, std::vector<Rule>>& wanted);
+// rules first and loses its old ones last, so that no table sends a frame to one that is not ready for it. With
+// `concerns` other tables are not looked at.
+using Concerns = std::function<bool(const TableKey& table)>;
+std::vector<TableStep> differences(const Installed& installed, const std::map<TableKey, std::vector<Rule>>& wanted,
+                                   const Concerns& concerns = nullptr);
 
 }  // namespace g988
 

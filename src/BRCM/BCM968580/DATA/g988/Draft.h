@@ -4,6 +4,7 @@
 #define BRCM_BCM968580_DATA_G988_DRAFT_H
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -36,12 +37,13 @@ struct Selector {
 // is not looked at).
 void addFirstOf(const std::vector<Selector>& selectors, const Match& all, const Rule& rest, RuleList& out);
 
-// What a filter says of frames with this many tags, as a selector whose rules are to be finishedhas
-// matches only.
+// What a filter says of frames with this many tags, as a selector whose rules are to be finished: they have matches
+// only.
 Selector filterSelector(const VlanFilter& filter, unsigned tags);
 
 void planUniPort(std::uint16_t number, const UniPort& port, const Tables& tables, Draft& draft);
-void planPonSide(const Tables& tables, Draft& draft);
+// "gpondef", and the PON sides of these bridges.
+void planPonSide(const Tables& tables, const std::set<std::uint16_t>& bridges, Draft& draft);
 
 // Names of devices.
 std::string uniDevice(std::uint16_t number);                            // "sid0"

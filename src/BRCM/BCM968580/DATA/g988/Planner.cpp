@@ -1,5 +1,7 @@
 #include "BRCM/BCM968580/DATA/g988/Planner.h"
 
+#include <algorithm>
+
 #include "BRCM/BCM968580/DATA/g988/Draft.h"
 
 namespace g988 {
@@ -63,11 +65,31 @@ std::string aniVlanDevice(std::uint16_t bridge) {
     return aniDevice(bridge) + "." + std::to_string(bridge);
 }
 
-Plan planOf(const Tables& tables) {
+bool Scope::covers(const std::string& device) const {
+    if (device == kPonDeviceName) return !bridges.empty();
+    const auto isOf = [&](std::string (*name)(std::uint16_t), const std::set<std::uint16_t>& numbers) {
+        return std::any_of(numbers.begin(), numbers.end(), [&](auto number) { return device == name(number); });
+    };
+    return isOf(uniDevice, uniPorts) || isOf(aniDevice, bridges);
+}
+
+Plan planOf(const Tables& tables, const Scope& scope) {
     Draft draft;
-    for (const auto& [number, port] : tables.uniPorts) planUniPort(number, port, tables, draft);
-    planPonSide(tables, draft);
-    return draft.finish();
+    for (const auto& [number, port] : tables.uniPorts)
+        if (scope.uniPorts.count(number) != 0) planUniPort(number, port, tables, draft);
+    if (!scope.bridges.empty()) planPonSide(tables, scope.bridges, draft);
+    Plan plan = draft.finish();
+    plan.scope = scope;
+    return plan;
+}
+
+Plan planOf(const Tables& tables) {
+    Scope all;
+    for (const auto& port : tables.uniPorts) all.uniPorts.insert(port.first);
+    for (const auto& bridge : tables.bridges) all.bridges.insert(bridge.first);
+    Plan plan = planOf(tables, all);
+    plan.scope.reset();
+    return plan;
 }
 
 }  // namespace g988

@@ -126,10 +126,15 @@ void planUpstream(std::uint16_t bridge, const std::vector<PonPort>& ports, Draft
                     selectors.push_back(upstreamSelector(ports[i], tags, nameOf(bridge, i), draft));
         const Rule drop = droppingRule({}, "what no PON port of br" + std::to_string(bridge) + " takes");
         addFirstOf(selectors, sent, drop, draft.table(aniDevice(bridge), Direction::Transmit, tags));
-        Match fromBridge;
-        fromBridge.txDevice(aniDevice(bridge));
-        draft.table(kPonDeviceName, Direction::Transmit, tags).add({fromBridge, {}, "", aniDevice(bridge)});
     }
+}
+
+// What has its marks goes on.
+void passUpstream(std::uint16_t bridge, Draft& draft) {
+    Match fromBridge;
+    fromBridge.txDevice(aniDevice(bridge));
+    for (unsigned tags = 0; tags <= kTableTags; ++tags)
+        draft.table(kPonDeviceName, Direction::Transmit, tags).add({fromBridge, {}, "", aniDevice(bridge)});
 }
 
 // ---- downstream ----
@@ -150,16 +155,21 @@ Selector downstreamSelector(std::uint16_t bridge, const PonPort& port, unsigned 
     return selector;
 }
 
-void planGemPort(std::uint16_t gem, const Tables& tables, Draft& draft) {
+// In the order of bridges and ports.
+struct PortOfGem {
+    std::uint16_t bridge;
+    std::size_t number;
+    const PonPort& port;
+};
+
+void planGemPort(std::uint16_t gem, const std::vector<PortOfGem>& ports, Draft& draft) {
     Match received;
     received.gemIndex(gem);
     const Rule drop = droppingRule({}, "what no bridge takes of GEM index " + std::to_string(gem));
     for (unsigned tags = 0; tags <= kTableTags; ++tags) {
         std::vector<Selector> selectors;
-        for (const auto& [bridge, ports] : tables.bridges)
-            for (std::size_t i = 0; i < ports.size(); ++i)
-                if (gemsOf(ports[i]).count(gem) != 0)
-                    selectors.push_back(downstreamSelector(bridge, ports[i], tags, nameOf(bridge, i)));
+        for (const PortOfGem& one : ports)
+            selectors.push_back(downstreamSelector(one.bridge, one.port, tags, nameOf(one.bridge, one.number)));
         addFirstOf(selectors, received, drop, draft.table(kPonDeviceName, Direction::Receive, tags));
     }
 }
@@ -183,24 +193,25 @@ Selector filterSelector(const VlanFilter& filter, unsigned tags) {
     return selector;
 }
 
-void planPonSide(const Tables& tables, Draft& draft) {
-    std::set<std::uint16_t> gems;
+void planPonSide(const Tables& tables, const std::set<std::uint16_t>& bridges, Draft& draft) {
+    std::map<std::uint16_t, std::vector<PortOfGem>> gems;
     for (const auto& [bridge, ports] : tables.bridges) {
         for (std::size_t i = 0; i < ports.size(); ++i) {
             if (const char* mistake = mistakeOf(ports[i])) {
                 draft.refuse(nameOf(bridge, i), mistake);
                 return;
             }
-            const auto own = gemsOf(ports[i]);
-            gems.insert(own.begin(), own.end());
+            for (const std::uint16_t gem : gemsOf(ports[i])) gems[gem].push_back({bridge, i, ports[i]});
         }
         if (ports.empty()) continue;
+        passUpstream(bridge, draft);
+        if (bridges.count(bridge) == 0) continue;
         planUpstream(bridge, ports, draft);
         for (unsigned tags = 0; tags <= kTableTags; ++tags)
             draft.table(aniDevice(bridge), Direction::Receive, tags)
                 .add({{}, {}, aniVlanDevice(bridge), aniDevice(bridge)});
     }
-    for (const std::uint16_t gem : gems) planGemPort(gem, tables, draft);
+    for (const auto& [gem, ports] : gems) planGemPort(gem, ports, draft);
 }
 
 }  // namespace g988

@@ -34,18 +34,26 @@ void leave(Tables& tables, std::uint16_t number, std::uint16_t bridge) {
 
 }  // namespace
 
-Outcome Services::change(const Edit& edit, const Prepare& prepare) {
+// A port of several bridges looks at the PON sides of all of them.
+Scope Services::ofPonSide(std::uint16_t bridge) const {
+    Scope scope{{}, {bridge}};
+    for (const auto& [number, port] : asked_.tables.uniPorts)
+        if (port.bridges.size() > 1 && port.bridges.count(bridge) != 0) scope.uniPorts.insert(number);
+    return scope;
+}
+
+Outcome Services::change(const Scope& scope, const Edit& edit, const Prepare& prepare) {
     Asked asked = asked_;
     edit(asked);
-    Outcome outcome = replace(std::move(asked), prepare);
+    Outcome outcome = replace(std::move(asked), scope, prepare);
     if (outcome.done && claimed_) edit(*claimed_);
     return outcome;
 }
 
 // The devices are one operation of the state file, the rules another: a process that ends between them has made its
 // devices, and the operation may be called again.
-Outcome Services::replace(Asked asked, const Prepare& prepare) {
-    const Plan plan = planOf(asked.tables);
+Outcome Services::replace(Asked asked, const std::optional<Scope>& scope, const Prepare& prepare) {
+    const Plan plan = scope && isCarriedOut_ ? planOf(asked.tables, *scope) : planOf(asked.tables);
     if (!plan.refusals.empty()) return {false, plan.refusals.front().text()};
     if (prepare) {
         const std::string problem = prepare();
@@ -53,6 +61,7 @@ Outcome Services::replace(Asked asked, const Prepare& prepare) {
     }
     const state::Operation operation;
     Outcome outcome = carryOut(plan, installed_);
+    isCarriedOut_ = outcome.done || (isCarriedOut_ && !outcome.isPartly);
     if (!outcome.done) return outcome;
     noteTables();
     asked_ = std::move(asked);
@@ -89,7 +98,7 @@ Outcome Services::setUni(const UniDataProvisioning& record, const Prepare& prepa
     const char* const mistake = deletes || record.hasTagRules != 0 ? unknownCode(record) : nullptr;
     if (mistake != nullptr) return {false, "row of " + uniDevice(number) + ": " + mistake};
     if (deletes) {
-        return change([&](Asked& asked) {
+        return change(ofPort(number), [&](Asked& asked) {
             const auto found = asked.tables.uniPorts.find(number);
             if (found != asked.tables.uniPorts.end() && found->second.tagging)
                 found->second.tagging->erase(rowOf(record));
@@ -106,16 +115,20 @@ Outcome Services::setUni(const UniDataProvisioning& record, const Prepare& prepa
         setAttributes(*port.tagging, record);
         port.tagging->set(rowOf(record));
     };
-    return change(edit, prepare);
+    return change(ofPort(number), edit, prepare);
 }
 
 Outcome Services::removeUni(std::uint16_t uniPort, std::uint16_t bridge) {
     if (uniPort == 0) return {false, "there is no UNI port 0"};
-    return change([&](Asked& asked) { leave(asked.tables, static_cast<std::uint16_t>(uniPort - 1), bridge); });
+    const auto number = static_cast<std::uint16_t>(uniPort - 1);
+    return change(ofPort(number), [&](Asked& asked) { leave(asked.tables, number, bridge); });
 }
 
 Outcome Services::removeUniSide(std::uint16_t bridge) {
-    return change([&](Asked& asked) {
+    Scope scope;
+    for (const auto& [number, port] : asked_.tables.uniPorts)
+        if (port.bridges.count(bridge) != 0) scope.uniPorts.insert(number);
+    return change(scope, [&](Asked& asked) {
         const auto ports = asked.tables.uniPorts;
         for (const auto& port : ports) leave(asked.tables, port.first, bridge);
     });
@@ -138,7 +151,7 @@ Outcome Services::setPonPort(const BridgeServiceProvisioning& record, const Prep
             keys.push_back(key);
         }
     };
-    return change(edit, prepare);
+    return change(ofPonSide(record.bridgeId), edit, prepare);
 }
 
 namespace {
@@ -165,11 +178,12 @@ Outcome Services::removePonPorts(const BridgeServiceProvisioning& record) {
         return named.empty() || std::any_of(key.gemPortIds.begin(), key.gemPortIds.end(),
                                             [&](std::uint16_t portId) { return named.count(portId) != 0; });
     };
-    return change([&](Asked& asked) { erasePonPorts(asked, record.bridgeId, goes); });
+    return change(ofPonSide(record.bridgeId), [&](Asked& asked) { erasePonPorts(asked, record.bridgeId, goes); });
 }
 
 Outcome Services::removePonSide(std::uint16_t bridge) {
-    return change([&](Asked& asked) { erasePonPorts(asked, bridge, [](const PonPortKey&) { return true; }); });
+    return change(ofPonSide(bridge),
+                  [&](Asked& asked) { erasePonPorts(asked, bridge, [](const PonPortKey&) { return true; }); });
 }
 
 std::size_t Services::multicastPorts() const {
@@ -252,11 +266,14 @@ void Services::forgetTables() {
     noteTables();
     asked_ = {};
     claimed_.reset();
+    isCarriedOut_ = false;
 }
 
 Outcome Services::bringBack() {
     const state::Operation operation;
-    return carryOut(planOf(asked_.tables), installed_);
+    const Outcome outcome = carryOut(planOf(asked_.tables), installed_);
+    isCarriedOut_ = outcome.done;
+    return outcome;
 }
 
 // ---- a daemon that asks again for all that it wants ----

@@ -119,14 +119,19 @@ public:
 private:
     using Edit = std::function<void(Asked& asked)>;
 
-    Outcome change(const Edit& edit, const Prepare& prepare = nullptr);
-    Outcome replace(Asked asked, const Prepare& prepare = nullptr);
+    // Of what an edit concerns; no other table changes with it.
+    Scope ofPort(std::uint16_t number) const { return {{number}, {}}; }
+    Scope ofPonSide(std::uint16_t bridge) const;
+
+    Outcome change(const Scope& scope, const Edit& edit, const Prepare& prepare = nullptr);
+    Outcome replace(Asked asked, const std::optional<Scope>& scope = std::nullopt, const Prepare& prepare = nullptr);
     void noteTables() const;
 
     const GemIndexOf gemIndexOf_;
     Asked asked_;                   // and carried out
     std::optional<Asked> claimed_;  // of it, since claims are expected
     Installed installed_;
+    bool isCarriedOut_ = true;  // nothing is missing that the kit could not put back
 };
 
 }  // namespace g988

@@ -7,8 +7,8 @@
 #include "BRCM/BCM968580/DATA/EngineLog.h"
 #include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
-#include "BRCM/BCM968580/DATA/iphost/IpHostCheck.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
+#include "BRCM/BCM968580/DATA/iphost/IpHostParts.h"
 #include "hal/Text.h"
 #include "kit/Asked.h"
 #include "kit/DeviceNames.h"
@@ -104,15 +104,6 @@ void insertStagPopRule(EtherSwitchBcm380& engine, const char* operation, const I
     engine.insertVlanRuleMapEntry(names.bridge.get(), rec.uniPort, VLANCTL_DIRECTION_RX, 1, tagRuleId);
 }
 
-// The MAC address that the runner delivers to the CPU: the board's first one, else the record's. False when the board's
-// must not reach a shell.
-bool getRoutedMac(const char* operation, const IpHostProvision& rec, std::string* mac) {
-    *mac = readFirstMac();
-    if (!isSafeFirstMac(operation, *mac)) return false;
-    if (mac->empty()) *mac = rec.macAddress;
-    return true;
-}
-
 void deliverToCpu(IpHostCommands& commands, const char* routedMac) {
     commands.setRoutedMac(routedMac);
     commands.createHostFlowClass();
@@ -130,6 +121,22 @@ void addToSharedBridge(EtherSwitchBcm380& engine, IpHostCommands& commands, cons
     kit::noteIfGone(bridgeName);  // the shell deletes it, and does not say whether it did
 }
 
+}  // namespace
+
+bool isSafeIpHost(const char* operation, const IpHostProvision& host) {
+    return areAddressTexts(operation, {{"ipAddress", host.ipAddress, CheckedText::Kind::Ip},
+                                       {"subnetMask", host.subnetMask, CheckedText::Kind::Ip},
+                                       {"gateway", host.gateway, CheckedText::Kind::Ip},
+                                       {"macAddress", host.macAddress, CheckedText::Kind::Mac}});
+}
+
+bool getRoutedMac(const char* operation, const IpHostProvision& rec, std::string* mac) {
+    *mac = readFirstMac();
+    if (!isSafeFirstMac(operation, *mac)) return false;
+    if (mac->empty()) *mac = rec.macAddress;
+    return true;
+}
+
 void noteHost(const IpHostProvision& rec, bool dhcp) {
     if (state::Journal* const journal = state::journal())
         journal->put(kit::keyOf(kit::Entry::IpHosts, rec.bridgeId, rec.uniPort),
@@ -137,7 +144,20 @@ void noteHost(const IpHostProvision& rec, bool dhcp) {
     kit::noteNeed(kit::Entry::IpHosts, rec.bridgeId, rec.uniPort);
 }
 
-void announce(EtherSwitchBcm380& engine, const char* ifName, const IpHostProvision& rec, const char* routedMac) {
+void forgetHost(const IpHostProvision& rec) {
+    kit::noteMark(false, kit::Entry::IpHosts, rec.bridgeId, rec.uniPort);
+    kit::noteLoss(kit::Entry::IpHosts, rec.bridgeId, rec.uniPort);
+}
+
+bool startDhcp(const IpHostProvision& rec, const char* device) {
+    IpHostCommands commands;
+    // A client that an operation before the daemon's restart had begun to start.
+    if (kit::eraseMark(kit::Entry::DhcpClients, rec.bridgeId, rec.uniPort)) commands.killDhcpClient(device);
+    const kit::BegunStep step(kit::Step::StartDhcp, rec.bridgeId, rec.uniPort);
+    return commands.startDhcpClient(device);
+}
+
+void announceHost(EtherSwitchBcm380& engine, const char* ifName, const IpHostProvision& rec, const char* routedMac) {
     unsigned char mac[6] = {};
     // What does not parse stays zero.
     // NOLINTBEGIN(cert-err34-c)
@@ -147,13 +167,11 @@ void announce(EtherSwitchBcm380& engine, const char* ifName, const IpHostProvisi
     engine.sendArp(ifName, rec.ipAddress.c_str(), rec.gateway.c_str(), mac);
 }
 
-}  // namespace
-
-bool isSafeIpHost(const char* operation, const IpHostProvision& host) {
-    return areAddressTexts(operation, {{"ipAddress", host.ipAddress, CheckedText::Kind::Ip},
-                                       {"subnetMask", host.subnetMask, CheckedText::Kind::Ip},
-                                       {"gateway", host.gateway, CheckedText::Kind::Ip},
-                                       {"macAddress", host.macAddress, CheckedText::Kind::Mac}});
+void emptyDhcpInterfaceFile() {
+    std::FILE* const file = std::fopen(kDhcpInterfaceFile, "w");
+    if (file == nullptr) return;
+    std::fputc('\n', file);
+    std::fclose(file);
 }
 
 bool EtherSwitchBcm380::provisionIpHostStatic(const IpHostProvision* rec) {
@@ -224,7 +242,7 @@ bool EtherSwitchBcm380::activateIpv4InterfaceStatic(const char* ifName, const ch
     commands.deleteRoutingRule(address);
     commands.addRoutingRule(address);
     commands.replaceDefaultRoute(rec->gateway.c_str(), ifName);
-    announce(*this, ifName, *rec, mac);
+    announceHost(*this, ifName, *rec, mac);
     return true;
 }
 
@@ -243,10 +261,7 @@ bool EtherSwitchBcm380::activateIpv4InterfaceDynamic(const char* ifName, const c
     }
     commands.upWithMac(bridgeName, mac);
     commands.upWithMtu(ifName, mac);
-    // A client that an operation before the daemon's restart had begun to start.
-    if (kit::eraseMark(kit::Entry::DhcpClients, rec->bridgeId, rec->uniPort)) commands.killDhcpClient(ifName);
-    const kit::BegunStep step(kit::Step::StartDhcp, rec->bridgeId, rec->uniPort);
-    commands.startDhcpClient(ifName);
+    startDhcp(*rec, ifName);
     return true;
 }
 
@@ -267,13 +282,9 @@ bool EtherSwitchBcm380::deprovisionIpHost(const IpHostProvision* rec) {
         commands.removeKeyMask();
     }
     engine_maps::countIpHosts(-1);
-    kit::noteMark(false, kit::Entry::IpHosts, rec->bridgeId, rec->uniPort);
-    kit::noteLoss(kit::Entry::IpHosts, rec->bridgeId, rec->uniPort);
+    forgetHost(*rec);
     kit::noteIfGone(names.bridge.get());
     commands.killDhcpClient(names.interface.get());
-    if (std::FILE* file = std::fopen(kDhcpInterfaceFile, "w")) {
-        std::fputc('\n', file);
-        std::fclose(file);
-    }
+    emptyDhcpInterfaceFile();
     return true;
 }

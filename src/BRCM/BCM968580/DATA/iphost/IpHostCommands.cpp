@@ -1,10 +1,13 @@
 #include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <iterator>
 #include <string>
 
 #include "BRCM/BCM968580/DATA/EngineLog.h"
@@ -70,17 +73,17 @@ bool runUnlogged(const CommandText& command) {
 
 // ---- runner ----
 
-void IpHostCommands::setRoutedMac(const char* mac) {
-    runLogged(kConfig, CommandText("bs /b/c ip_class routed_mac[0]=%s", mac));
+bool IpHostCommands::setRoutedMac(const char* mac) {
+    return runLogged(kConfig, CommandText("bs /b/c ip_class routed_mac[0]=%s", mac));
 }
 
-void IpHostCommands::createHostFlowClass() {
-    runLogged(kConfig,
-              CommandText("bs /bdmf/new ingress_class/dir=ds,index=10,cfg={type=flow,fields=dst_mac,prty=10}"));
+bool IpHostCommands::createHostFlowClass() {
+    return runLogged(kConfig,
+                     CommandText("bs /bdmf/new ingress_class/dir=ds,index=10,cfg={type=flow,fields=dst_mac,prty=10}"));
 }
 
-void IpHostCommands::addHostFlow(const char* mac) {
-    runLogged(
+bool IpHostCommands::addHostFlow(const char* mac) {
+    return runLogged(
         kConfig,
         CommandText("bs /bdmf/attr/add ingress_class/dir=ds,index=10 flow string key={dst_mac=%s},result={action=host}",
                     mac));
@@ -98,12 +101,21 @@ int IpHostCommands::addKeyMask() {
     return status;
 }
 
+bool IpHostCommands::addWholeKeyMask() {
+    return std::all_of(std::begin(kAddKeyMask), std::end(kAddKeyMask),
+                       [](const char* command) { return runShell(command) == 0; });
+}
+
+bool IpHostCommands::enableQueue() {
+    return runShell(kAddKeyMask[3]) == 0;
+}
+
 bool IpHostCommands::removeKeyMask() {
     return runLogged("Ingress QoS remove key mask", CommandText("iq remkeymask --dstmac"));
 }
 
-void IpHostCommands::addKey(const char* mac) {
-    runLogged("Ingress QoS addkey", CommandText("iq addkey --dstmac %s --prio 1", mac));
+bool IpHostCommands::addKey(const char* mac) {
+    return runLogged("Ingress QoS addkey", CommandText("iq addkey --dstmac %s --prio 1", mac));
 }
 
 bool IpHostCommands::removeKey(const char* mac) {
@@ -112,16 +124,16 @@ bool IpHostCommands::removeKey(const char* mac) {
 
 // ---- devices and bridges ----
 
-void IpHostCommands::downForSharedBridge(const char* bridge) {
-    runLogged("IPHost bridge down", CommandText("ifconfig %s down 2>/dev/null", bridge));
+bool IpHostCommands::downForSharedBridge(const char* bridge) {
+    return runLogged("IPHost bridge down", CommandText("ifconfig %s down 2>/dev/null", bridge));
 }
 
-void IpHostCommands::deleteForSharedBridge(const char* bridge) {
-    runLogged("IPHost delete bridge", CommandText("brctl delbr %s", bridge));
+bool IpHostCommands::deleteForSharedBridge(const char* bridge) {
+    return runLogged("IPHost delete bridge", CommandText("brctl delbr %s", bridge));
 }
 
-void IpHostCommands::addToSharedBridge(const char* device) {
-    runLogged("IPHost add to shared bridge brv", CommandText("brctl addif brv %s", device));
+bool IpHostCommands::addToSharedBridge(const char* device) {
+    return runLogged("IPHost add to shared bridge brv", CommandText("brctl addif brv %s", device));
 }
 
 void IpHostCommands::downForRemoval(const char* bridge) {
@@ -132,18 +144,18 @@ void IpHostCommands::deleteForRemoval(const char* bridge) {
     runLogged(kDeconfig, CommandText("brctl delbr %s  2>/dev/null", bridge));
 }
 
-void IpHostCommands::upWithMac(const char* device, const char* mac) {
-    runLogged(kConfig, CommandText("ifconfig %s hw ether %s up 2>/dev/null", device, mac));
+bool IpHostCommands::upWithMac(const char* device, const char* mac) {
+    return runLogged(kConfig, CommandText("ifconfig %s hw ether %s up 2>/dev/null", device, mac));
 }
 
-void IpHostCommands::upWithMtu(const char* device, const char* mac) {
-    runLogged(kConfig, CommandText("ifconfig %s mtu %d hw ether %s up 2>/dev/null", device, kMtu, mac));
+bool IpHostCommands::upWithMtu(const char* device, const char* mac) {
+    return runLogged(kConfig, CommandText("ifconfig %s mtu %d hw ether %s up 2>/dev/null", device, kMtu, mac));
 }
 
 // Kept: the host's own address is its broadcast address.
-void IpHostCommands::upWithAddress(const char* device, const char* address, const char* mask, const char* mac) {
-    runLogged(kConfig, CommandText("ifconfig %s %s netmask %s broadcast %s mtu %d hw ether %s up 2>/dev/null", device,
-                                   address, mask, address, kMtu, mac));
+bool IpHostCommands::upWithAddress(const char* device, const char* address, const char* mask, const char* mac) {
+    return runLogged(kConfig, CommandText("ifconfig %s %s netmask %s broadcast %s mtu %d hw ether %s up 2>/dev/null",
+                                          device, address, mask, address, kMtu, mac));
 }
 
 // ---- routing ----
@@ -152,32 +164,46 @@ bool IpHostCommands::deleteRoutingRule(const char* address) {
     return runUnlogged(CommandText("ip rule del from %s table %d 2>/dev/null", address, kRoutingTable));
 }
 
-void IpHostCommands::addRoutingRule(const char* address) {
-    runUnlogged(CommandText("ip rule add from %s table %d 2>/dev/null", address, kRoutingTable));
+bool IpHostCommands::hasRoutingRule(const char* address) {
+    std::FILE* list = popen("ip rule show", "r");
+    if (list == nullptr) return true;
+    const CommandText wanted("from %s ", address);
+    std::array<char, 256> line = {};
+    bool found = false;
+    while (!found && std::fgets(line.data(), static_cast<int>(line.size()), list) != nullptr)
+        found = std::strstr(line.data(), wanted.get()) != nullptr;
+    pclose(list);
+    return found;
 }
 
-void IpHostCommands::replaceDefaultRoute(const char* gateway, const char* device) {
-    runUnlogged(
+bool IpHostCommands::addRoutingRule(const char* address) {
+    return runUnlogged(CommandText("ip rule add from %s table %d 2>/dev/null", address, kRoutingTable));
+}
+
+bool IpHostCommands::replaceDefaultRoute(const char* gateway, const char* device) {
+    return runUnlogged(
         CommandText("ip route replace default via %s dev %s table %d 2>/dev/null", gateway, device, kRoutingTable));
 }
 
 // ---- DHCP client ----
 
-void IpHostCommands::startDhcpClient(const char* device) {
-    runLogged("running script", CommandText("dhcpc -i %s -B -l 3600  &", device));
+bool IpHostCommands::startDhcpClient(const char* device) {
+    return runLogged("running script", CommandText("dhcpc -i %s -B -l 3600  &", device));
 }
 
-void IpHostCommands::killDhcpClient(const char* device) {
+bool IpHostCommands::killDhcpClient(const char* device) {
     std::FILE* list = popen(CommandText("ps |grep %s", device).get(), "r");
-    if (list == nullptr) return;
+    if (list == nullptr) return false;
+    bool done = true;
     const std::string line = firstLineOfDevice(list, device);
     if (line.find("dhcpc") != std::string::npos) {
         const long pid = std::strtol(line.c_str(), nullptr, 10);
         // Process 0 and negative numbers would be whole process groups.
         if (pid > 0 && pid <= INT_MAX) {
             std::printf("killing process pid=%d", static_cast<int>(pid));
-            runLogged(kDeconfig, CommandText("kill -9 %d", static_cast<int>(pid)));
+            done = runLogged(kDeconfig, CommandText("kill -9 %d", static_cast<int>(pid)));
         }
     }
     pclose(list);
+    return done;
 }

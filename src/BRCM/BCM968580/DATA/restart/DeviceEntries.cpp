@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "BRCM/BCM968580/DATA/iphost/IpHostCheck.h"
+#include "BRCM/BCM968580/DATA/iphost/IpHostParts.h"
 #include "BRCM/BCM968580/DATA/restart/MapEntries.h"
 #include "BRCM/BCM968580/DATA/restart/Operations.h"
 #include "kit/DeviceNames.h"

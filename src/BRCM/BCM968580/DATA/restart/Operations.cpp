@@ -7,8 +7,10 @@
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/TagCodes.h"
 #include "BRCM/BCM968580/DATA/forwarding/GemPorts.h"
+#include "BRCM/BCM968580/DATA/forwarding/IpHost.h"
 #include "BRCM/BCM968580/DATA/forwarding/Mode.h"
 #include "BRCM/BCM968580/DATA/forwarding/Operations.h"
+#include "BRCM/BCM968580/DATA/forwarding/Tconts.h"
 #include "BRCM/BCM968580/DATA/forwarding/Veip.h"
 #include "BRCM/BCM968580/DATA/restart/Restart.h"
 #include "BRCM/BCM968580/DATA/restart/RuleTables.h"
@@ -33,7 +35,7 @@ bool isRecord(state::ByteReader& bytes) {
     return bytes.done();
 }
 
-void changeRow(UniDataProvisioning row) {
+bool changeRow(UniDataProvisioning row) {
     const AskedOperation operation(Ask::UniRow, kindOf(row), row);
     if (row.addFlag != 0) {
         engine().configureUniInterface(&row);
@@ -42,6 +44,7 @@ void changeRow(UniDataProvisioning row) {
         engine().deConfigureUniTagRules(row.uniPort, row.bridgeId);
         engine().deConfigureUniInterface(row.uniPort, row.bridgeId);
     }
+    return true;
 }
 
 bool isMulticast(const BridgeServiceProvisioning& service) {
@@ -92,23 +95,40 @@ std::string without(const std::string& left, const std::string& other) {
 std::string restoredQueues;
 std::string droppedQueues;  // the same, when it has shown
 
-void provisionHost(const HostArguments& arguments) {
+bool provisionHost(const HostArguments& arguments) {
     engine().iPhost_Stag = arguments.stag;
     const IpHostProvision& host = arguments.host;
-    const AskedOperation operation(Ask::IpHost, AskKind::ProvisionWhole, arguments);
+    AskedOperation operation(Ask::IpHost, AskKind::ProvisionWhole, arguments);
+    if (forwarding::isG988()) {
+        if (forwarding::addIpHost(engine(), host)) return true;
+        operation.rolledBack();
+        return false;
+    }
     if (host.dhcpEnabled != 0) {
         engine().provisionIpHostDynamic(&host);
     } else {
         engine().provisionIpHostStatic(&host);
     }
+    return true;
 }
 
 // An operation with nothing but its record.
 template <typename Record, typename Run>
-void run(state::ByteReader& bytes, Ask ask, AskKind kind, Run make) {
+bool run(state::ByteReader& bytes, Ask ask, AskKind kind, Run make) {
     const auto record = recordFrom<Record>(bytes);
     const AskedOperation operation(ask, kind, record);
     make(record);
+    return true;
+}
+
+// Likewise a removal, which forwarding by G.988 may refuse.
+template <typename Record, typename ByG988, typename ByContract>
+bool runRemoval(state::ByteReader& bytes, Ask ask, ByG988 byG988, ByContract byContract) {
+    const auto record = recordFrom<Record>(bytes);
+    const AskedOperation operation(ask, AskKind::Remove, record);
+    if (forwarding::isG988()) return byG988(record);
+    byContract(record);
+    return true;
 }
 
 }  // namespace
@@ -240,13 +260,15 @@ bool isRemoval(std::string_view askAndArguments) {
            (ask == Ask::UniRow && kindOf(recordFrom<UniDataProvisioning>(bytes)) == AskKind::Remove);
 }
 
-void runOperation(std::string_view askAndArguments) {
+bool runOperation(std::string_view askAndArguments) {
     state::ByteReader bytes(askAndArguments);
     using Service = BridgeServiceProvisioning;
     switch (const auto ask = static_cast<Ask>(bytes.u8())) {
         case Ask::Tcont:
-            return run<TContProvisioning>(bytes, ask, AskKind::Provision,
-                                          [](const auto& tcont) { ponAdapter().provisionTCont(tcont); });
+            return run<TContProvisioning>(bytes, ask, AskKind::Provision, [](const auto& tcont) {
+                if (forwarding::isG988()) return void(forwarding::addTcont(tcont));
+                ponAdapter().provisionTCont(tcont);
+            });
         case Ask::GemPort:
             return run<XGEMConfig>(bytes, ask, AskKind::Provision, [](const auto& port) {
                 if (forwarding::isG988()) return void(forwarding::addGemPort(port));
@@ -286,14 +308,11 @@ void runOperation(std::string_view askAndArguments) {
             return run<Service>(bytes, ask, AskKind::Remove,
                                 [](const auto& service) { engine().deprovisionUniSideBridge(&service); });
         case Ask::RemoveIpHost:
-            return run<IpHostProvision>(bytes, ask, AskKind::Remove, [](const auto& host) {
-                if (forwarding::isG988()) {
-                    forwarding::removeIpHost(engine(), host);
-                } else {
-                    engine().deprovisionIpHost(&host);
-                }
-            });
+            return runRemoval<IpHostProvision>(
+                bytes, ask, [](const auto& host) { return forwarding::removeIpHost(engine(), host); },
+                [](const auto& host) { engine().deprovisionIpHost(&host); });
     }
+    return true;
 }
 
 }  // namespace restart

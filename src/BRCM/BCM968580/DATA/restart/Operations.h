@@ -40,8 +40,8 @@ void takePlaceOfBridge(std::uint16_t bridgeId);
 int multicastServicesAsked();  // by the daemon's latest life, or restored and not yet given up
 bool isOperation(state::ByteReader& bytes);
 bool isRemoval(std::string_view askAndArguments);
-// As an operation of its own.
-void runOperation(std::string_view askAndArguments);
+// As an operation of its own. False, with forwarding by G.988 alone: an IP host or its removal is refused.
+bool runOperation(std::string_view askAndArguments);
 
 }  // namespace restart
 

@@ -89,9 +89,10 @@ void restoreMaps(const state::Journal& journal) {
 void finishOperation(state::Journal& journal) {
     for (const auto& entry : journal.current(kit::keyOf(kit::Entry::ToFinish))) {
         const std::string operation = entry.first.substr(kit::keyOf(kit::Entry::ToFinish).size());
-        runOperation(operation);
+        const bool done = runOperation(operation);
         const state::Operation finished;
         journal.erase(entry.first);
+        if (!done) continue;
         if (isRemoval(operation)) {
             kit::noteFinished(operation);
         } else {

@@ -1,0 +1,383 @@
+#include "BRCM/BCM968580/DATA/forwarding/IpHost.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <string>
+#include <utility>
+
+#include "BRCM/BCM968580/DATA/EngineMaps.h"
+#include "BRCM/BCM968580/DATA/EngineState.h"
+#include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
+#include "BRCM/BCM968580/DATA/forwarding/Devices.h"
+#include "BRCM/BCM968580/DATA/forwarding/PassRules.h"
+#include "BRCM/BCM968580/DATA/forwarding/Rollback.h"
+#include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
+#include "BRCM/BCM968580/DATA/iphost/IpHostParts.h"
+#include "device/MacText.h"
+#include "device/NetworkInterface.h"
+#include "kit/Asked.h"
+#include "kit/Devices.h"
+#include "kit/Rules.h"
+
+namespace forwarding {
+
+namespace {
+
+constexpr const char* kSharedBridge = "brv";
+constexpr std::uint32_t kHostTables = 3;  // for untagged, single-tagged and double-tagged frames
+
+constexpr const char* kNotSaid = "the kernel does not say whether there is such a host";
+
+// What all hosts share, as this process has set it. Never destroyed.
+struct DefaultRoute {
+    std::string gateway, device;
+};
+struct Shared {
+    DefaultRoute route;
+    std::string routedMac;
+};
+Shared& shared() {
+    static auto& one = *new Shared;
+    return one;
+}
+
+// "" where the kernel does not tell.
+std::string macOf(const DeviceName& device) {
+    unsigned char mac[6] = {};
+    char text[18] = {};
+    return interfaceMac(device.get(), mac) && macToText(mac, text) == 0 ? text : "";
+}
+
+class Host {
+public:
+    Host(EtherSwitchBcm380& engine, const IpHostProvision& record, std::string mac)
+        : engine_(engine),
+          record_(record),
+          mac_(std::move(mac)),
+          bridge_(kit::bridgeName(record.bridgeId)),
+          device_(kit::ipHostName(record.bridgeId, record.uniPort)),
+          ani_(kit::aniName(record.bridgeId)),
+          aniVlan_(kit::aniVlanName(record.bridgeId, record.bridgeId)) {}
+
+    // Whether it is there, before anything is done. False: the kernel does not say.
+    bool look();
+    // Of one on a shared bridge nothing says it.
+    bool mayBeThere() const { return isShared() || isThere_; }
+    // What is refused; "": nothing was.
+    std::string add();
+    void undo(Rollback& rollback);
+    // Likewise.
+    std::string remove();
+    void restore(Rollback& rollback);
+
+private:
+    bool isShared() const { return record_.useSharedBridge != 0; }
+    bool isStatic() const { return record_.dhcpEnabled == 0; }
+    bool hasGateway() const { return !record_.gateway.empty() && record_.gateway != "0.0.0.0"; }
+    // Not the board's own, which all hosts have.
+    bool hasOwnMac() const { return mac_ == record_.macAddress; }
+    std::string make();
+    std::string takeAway();
+    std::string makeDevice();
+    bool insertStagRule();
+    std::string deliverToCpu();
+    std::string routeToCpu();
+    std::string joinSharedBridge();
+    std::string setAddresses();
+    bool setMac(const DeviceName& device, std::string& before);
+    bool isBridgeOfAnother() const;
+    bool giveMacsBack();
+    bool setDefaultRoute();
+    void dissociate();
+
+    EtherSwitchBcm380& engine_;
+    const IpHostProvision& record_;
+    const std::string mac_;
+    const DeviceName bridge_, device_, ani_, aniVlan_;
+    bool isNew_ = false;    // to the device
+    bool isThere_ = false;  // by the device or the state file
+    bool isOnly_ = false;   // no other host is there
+    // What was done, and what was there before.
+    bool restores_ = false, endsClient_ = false, associates_ = false;
+    bool hasKeyMask_ = false, hasClass_ = false, hasKey_ = false, losesBridge_ = false, joins_ = false;
+    bool hasRoutingRule_ = false, hasRoute_ = false, hasClient_ = false;
+    std::string bridgeMac_, aniMac_;
+    DefaultRoute routeBefore_;
+};
+
+bool Host::look() {
+    if (isShared()) {
+        isNew_ = true;
+        return true;
+    }
+    const auto isOnDevice = doesExist(device_);
+    if (!isOnDevice) return false;
+    const state::Journal* const journal = state::journal();
+    const std::string key = kit::keyOf(kit::Entry::IpHosts, record_.bridgeId, record_.uniPort);
+    isNew_ = !*isOnDevice;
+    isThere_ = *isOnDevice || (journal != nullptr && journal->find(key) != nullptr);
+    return true;
+}
+
+std::string Host::add() {
+    isOnly_ = EtherSwitchBcm380::numServices < (isThere_ ? 2 : 1);
+    std::string problem = make();
+    if (problem.empty()) problem = routeToCpu();
+    if (!problem.empty()) return problem;
+    if (!isThere_) engine_maps::countIpHosts(1);
+    if (isStatic() && !isShared()) announceHost(engine_, device_.get(), record_, mac_.c_str());
+    return "";
+}
+
+// What is there already is made again where that changes nothing.
+std::string Host::make() {
+    noteHost(record_, !isStatic());
+    std::string problem;
+    if (!isShared()) problem = makeDevice();
+    if (problem.empty() && !insertStagRule()) problem = std::string("the rule for the S-tag of ") + device_.get();
+    if (problem.empty()) problem = deliverToCpu();
+    if (problem.empty() && !isShared()) problem = setAddresses();
+    if (problem.empty() && isShared() && !restores_) problem = joinSharedBridge();
+    return problem;
+}
+
+std::string Host::makeDevice() {
+    if (isGone(bridge_)) return std::string(bridge_.get()) + ", which does not exist";
+    const auto uniBefore = m_BridgeIdToUniId.count(record_.bridgeId);
+    const bool made = engine_.configureBridge(record_.bridgeId, record_.uniPort, true);
+    associates_ = uniBefore == 0 && m_BridgeIdToUniId.count(record_.bridgeId) != 0;
+    if (!made || (isNew_ && !isInForce(bridge_, device_))) return device_.get();
+    const PassedDevice passed{bridge_.get(), device_.get(), record_.uniPort, kHostTables};
+    return insertPassRules(engine_, passed) ? "" : std::string("a rule of ") + device_.get();
+}
+
+// Removes the host's S-tag from downstream frames and hands them to the bridge's PON side.
+bool Host::insertStagRule() {
+    if (engine_.iPhost_Stag >= kNoStag || m_VLAN_RULE_MAP_ENTRY.count({ani_.get(), record_.uniPort}) != 0) return true;
+    const kit::VlanCtlSession session;
+    kit::TagRule rule;
+    rule.bind(VLANCTL_DIRECTION_RX, aniVlan_.get()).filterVid(engine_.iPhost_Stag, 0).pop();
+    std::uint32_t id = VLANCTL_DONT_CARE;
+    const kit::RuleTable table{ani_.get(), VLANCTL_DIRECTION_RX, 1};
+    if (rule.result() != 0 || kit::insertRule(table, rule, {VLANCTL_POSITION_FRONT}, &id) != 0) return false;
+    engine_.insertVlanRuleMapEntry(ani_.get(), record_.uniPort, VLANCTL_DIRECTION_RX, 1, id);
+    return true;
+}
+
+// Neither can be taken back. The class of the first host takes its flow along, and after it there is a MAC address to
+// go back to.
+std::string Host::routeToCpu() {
+    IpHostCommands commands;
+    const auto addFlow = [&] { return commands.addHostFlow(mac_.c_str()); };
+    if (isOnly_ && !addFlow()) return "the runner's flow to the CPU";
+    if (!commands.setRoutedMac(mac_.c_str())) return "the routed MAC address";
+    if (!isOnly_ && !addFlow()) {
+        const std::string& before = shared().routedMac;
+        if (!before.empty()) commands.setRoutedMac(before.c_str());
+        return "the runner's flow to the CPU";
+    }
+    shared().routedMac = mac_;
+    return "";
+}
+
+std::string Host::deliverToCpu() {
+    IpHostCommands commands;
+    if (isOnly_) {
+        hasKeyMask_ = true;
+        if (!commands.addWholeKeyMask()) return "the key mask of the ingress queue";
+        hasClass_ = true;
+        if (!commands.createHostFlowClass()) return "the runner's class of hosts";
+    }
+    hasKey_ = true;
+    return commands.addKey(mac_.c_str()) ? "" : "the key of the ingress queue";
+}
+
+std::string Host::joinSharedBridge() {
+    if (!isGone(bridge_)) {
+        losesBridge_ = true;
+        if (kit::deleteServiceBridge(record_.bridgeId) != InterfaceResult::Done)
+            return std::string(bridge_.get()) + ", which cannot be removed";
+    }
+    const int result = kit::addBridgePort(kSharedBridge, aniVlan_.get());
+    joins_ = result == 0;
+    return joins_ || result == EBUSY ? "" : "the shared bridge";  // a member is refused as busy
+}
+
+bool Host::setMac(const DeviceName& device, std::string& before) {
+    if (restores_ && isBridgeOfAnother()) return true;  // the other one's may be in force
+    before = macOf(device);
+    return IpHostCommands().upWithMac(device.get(), mac_.c_str());
+}
+
+std::string Host::setAddresses() {
+    IpHostCommands commands;
+    const std::string address = std::string("the addresses of ") + device_.get();
+    if (!setMac(bridge_, bridgeMac_)) return address;
+    if (!isStatic()) {
+        if (!commands.upWithMtu(device_.get(), mac_.c_str())) return address;
+        if (!isNew_ && !endsClient_) return "";
+        hasClient_ = true;
+        return startDhcp(record_, device_.get()) ? "" : "the DHCP client";
+    }
+    const char* const ip = record_.ipAddress.c_str();
+    if (!commands.upWithAddress(device_.get(), ip, record_.subnetMask.c_str(), mac_.c_str()) ||
+        !setMac(aniVlan_, aniMac_))
+        return address;
+    commands.deleteRoutingRule(ip);
+    hasRoutingRule_ = true;
+    if (!commands.addRoutingRule(ip)) return "the routing rule";
+    const bool isOfAnother = !shared().route.device.empty() && shared().route.device != device_.get();
+    if (!hasGateway() || (restores_ && isOfAnother)) return "";
+    return setDefaultRoute() ? "" : "the default route";
+}
+
+bool Host::setDefaultRoute() {
+    if (!IpHostCommands().replaceDefaultRoute(record_.gateway.c_str(), device_.get())) return false;
+    hasRoute_ = true;
+    routeBefore_ = std::exchange(shared().route, {record_.gateway, device_.get()});
+    return true;
+}
+
+void Host::undo(Rollback& rollback) {
+    const auto take = [&](bool done, const std::string& what) {
+        if (!done) rollback.stays(what);
+    };
+    IpHostCommands commands;
+    if (!isNew_) return rollback.cannotRestore(std::string("what ") + device_.get() + " was");
+    if (hasClient_) take(commands.killDhcpClient(device_.get()), "the DHCP client");
+    const char* const ip = record_.ipAddress.c_str();
+    if (hasRoutingRule_) take(commands.deleteRoutingRule(ip) || !commands.hasRoutingRule(ip), "the routing rule");
+    for (const auto& [device, mac] : {std::pair(&bridge_, &bridgeMac_), std::pair(&aniVlan_, &aniMac_)})
+        if (!mac->empty() && !commands.upWithMac(device->get(), mac->c_str()))
+            rollback.cannotRestore(std::string("the MAC address of ") + device->get());
+    if (hasKey_ && (isOnly_ || hasOwnMac())) take(commands.removeKey(mac_.c_str()), "its key of the ingress queue");
+    if (hasClass_) take(commands.deleteHostFlowClass(), "the runner's class of hosts");
+    if (hasKeyMask_) take(commands.removeKeyMask() && commands.enableQueue(), "the key mask of the ingress queue");
+    take(removeRecordedRules(ani_.get(), record_.uniPort), "the rule for its S-tag");
+    if (joins_) kit::removeBridgePort(kSharedBridge, aniVlan_.get());
+    if (losesBridge_ && !(BridgeToMake(engine_, record_.bridgeId, 0).make() && kit::bringUp(bridge_.get())))
+        rollback.cannotRestore(bridge_.get());
+    if (!isShared()) {
+        take(removeRecordedRules(bridge_.get(), record_.uniPort), "a rule of it");
+        const kit::VlanCtlSession session;
+        take(isGone(device_) || kit::removeDevice(device_.get()) == 0, device_.get());
+    }
+    if (hasRoute_) {
+        shared().route = routeBefore_;
+        const bool isBack = routeBefore_.device.empty() ? isOnly_
+                                                        : commands.replaceDefaultRoute(routeBefore_.gateway.c_str(),
+                                                                                       routeBefore_.device.c_str());
+        if (!isBack) rollback.cannotRestore("the default route of another host");
+    }
+    if (associates_) dissociate();
+    forgetHost(record_);
+}
+
+void Host::dissociate() {
+    const auto association = m_BridgeIdToUniId.find(record_.bridgeId);
+    if (association != m_BridgeIdToUniId.end() && association->second == record_.uniPort)
+        engine_maps::dissociateUni(record_.bridgeId);
+}
+
+// ---- removal ----
+
+std::string Host::remove() {
+    isOnly_ = EtherSwitchBcm380::numServices < 2;
+    const std::string problem = takeAway();
+    if (!problem.empty()) return problem;
+    if (shared().route.device == device_.get()) shared().route = {};
+    if (EtherSwitchBcm380::numServices > 0) engine_maps::countIpHosts(-1);
+    dissociate();
+    forgetHost(record_);
+    emptyDhcpInterfaceFile();
+    return "";
+}
+
+bool Host::isBridgeOfAnother() const {
+    const auto& rules = m_VLAN_RULE_MAP_ENTRY;
+    return std::any_of(rules.begin(), rules.end(), [&](const auto& entry) {
+        return entry.first.ifName == std::string(bridge_.get()) && entry.first.phyId != record_.uniPort;
+    });
+}
+
+// With the last host on it the bridge and its PON side get the MAC address of the device under them.
+bool Host::giveMacsBack() {
+    if (isGone(ani_) || isBridgeOfAnother()) return true;
+    const std::string own = macOf(ani_);
+    const auto give = [&](const DeviceName& device) {
+        return isGone(device) || IpHostCommands().upWithMac(device.get(), own.c_str());
+    };
+    return !own.empty() && give(aniVlan_) && give(bridge_);
+}
+
+std::string Host::takeAway() {
+    IpHostCommands commands;
+    if (!removeRecordedRules(ani_.get(), record_.uniPort)) return "the rule for its S-tag";
+    if (!commands.killDhcpClient(device_.get())) return "the DHCP client";
+    endsClient_ = true;
+    const char* const address = record_.ipAddress.c_str();
+    const bool hasRule = isStatic() && !isShared() && *address != '\0';
+    if (hasRule && !commands.deleteRoutingRule(address) && commands.hasRoutingRule(address)) return "the routing rule";
+    if ((isOnly_ || hasOwnMac()) && !commands.removeKey(mac_.c_str())) return "its key of the ingress queue";
+    if (isOnly_) {
+        if (!commands.deleteHostFlowClass()) return "the runner's class of hosts";
+        if (!commands.removeKeyMask()) return "the key mask of the ingress queue";
+    }
+    if (!isShared()) {
+        if (!removeRecordedRules(bridge_.get(), record_.uniPort)) return "a rule of it";
+        const kit::VlanCtlSession session;
+        if (!isGone(device_) && kit::removeDevice(device_.get()) != 0) return device_.get();
+        isNew_ = true;
+        if (!giveMacsBack()) return "its MAC address";
+    }
+    return "";
+}
+
+void Host::restore(Rollback& rollback) {
+    restores_ = true;
+    std::string lost = make();
+    // The flow has gone with the class.
+    if (lost.empty() && isOnly_ && !IpHostCommands().addHostFlow(mac_.c_str())) lost = "the runner's flow to the CPU";
+    rollback.cannotRestore(lost);
+}
+
+// The record's addresses, and the board's, may reach a shell.
+bool isSafe(const char* operation, const IpHostProvision& record, std::string* mac) {
+    return (isSafeIpHost(operation, record) && getRoutedMac(operation, record, mac)) ||
+           isDone(operation, {false, "an address of the IP host is none"});
+}
+
+}  // namespace
+
+bool addIpHost(EtherSwitchBcm380& engine, const IpHostProvision& record) {
+    constexpr const char* kOperation = "provisionIpHost";
+    std::string mac;
+    if (!isSafe(kOperation, record, &mac)) return false;
+    if (record.uniPort == 0 && record.useSharedBridge == 0)
+        return isDone(kOperation, {false, "an IP host has no device of number 0"});
+    const state::Operation operation;
+    Host host(engine, record, mac);
+    if (!host.look()) return isDone(kOperation, {false, kNotSaid});
+    const std::string problem = host.add();
+    if (problem.empty()) return true;
+    Rollback rollback("refused is " + problem);
+    host.undo(rollback);
+    return rollback.report(kOperation);
+}
+
+bool removeIpHost(EtherSwitchBcm380& engine, const IpHostProvision& record) {
+    constexpr const char* kOperation = "deprovisionIpHost";
+    std::string mac;
+    if (!isSafe(kOperation, record, &mac)) return false;
+    const state::Operation operation;
+    Host host(engine, record, mac);
+    if (!host.look()) return isDone(kOperation, {false, kNotSaid});
+    if (!host.mayBeThere()) return true;
+    const std::string problem = host.remove();
+    if (problem.empty()) return true;
+    Rollback rollback(problem + " cannot be removed");
+    host.restore(rollback);
+    return rollback.report(kOperation);
+}
+
+}  // namespace forwarding
