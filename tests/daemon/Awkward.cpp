@@ -23,6 +23,7 @@
 #include "daemon/Modes.h"
 #include "hal/ProvisioningRecords.h"
 #include "platform/kit_numbers.h"
+#include "support/InternetService.h"
 
 namespace {
 
@@ -192,13 +193,7 @@ void moveIntoChild() {
 // An IP host announces itself.
 void sendFrames() {
     hal().vorn_omci_hal_configureBridge(3, 0);
-    IpHostProvision host{};
-    host.bridgeId = 3;
-    host.uniPort = 2;
-    host.macAddress = "02:10:20:30:40:52";
-    host.ipAddress = "10.0.0.5";
-    host.subnetMask = "255.255.255.0";
-    host.gateway = "10.0.0.1";
+    IpHostProvision host = internet_service::ipHost(2);
     hal().vorn_omci_hal_provisionIpHost(&host);
 }
 

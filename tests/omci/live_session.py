@@ -23,6 +23,7 @@ TOOL = ""
 
 CREATE, DELETE, SET, GET, UPLOAD, UPLOAD_NEXT, RESET, ALARM, GET_NEXT = 4, 6, 8, 9, 13, 14, 15, 16, 26
 ONU_DATA, BRIDGE, BRIDGE_PORT, TAGGING_FILTER, MAPPER, TCONT, GEM_IW, GEM = 2, 45, 47, 84, 130, 262, 266, 268
+TEST, TEST_RESULT = 18, 27
 GAL, PROFILE, SUBSCRIBER, MONITOR, ANI = 272, 309, 310, 311, 263
 UNI, PORT_TABLE, IP_HOST, VEIP = 11, 50, 134, 329
 LAN_LOS, CONNECTING_FUNCTION_FAIL = 0, 0
@@ -348,6 +349,11 @@ class Session(Living):
         self.assertFalse(self.olt.alarms(ANI, 0x8001, signal_fail))
         self.at("board", "bitErrorRatio=2", code=2)
 
+    def test_the_onu_tells_what_a_test_has_found(self):
+        self.olt.done(TEST, ANI, 0x8001, b"\x07")
+        told = self.olt.receive()
+        self.assertEqual((told.type, told.transaction), (TEST_RESULT, self.olt.transaction))
+
     def test_the_log_shows_what_is_asked_for(self):
         self.olt.provision()
         lines = [line for line in self.at("omci").splitlines() if "  OLT  " in line]
@@ -419,6 +425,21 @@ class Session(Living):
         self.assertEqual(list(sources), ["02:00:00:00:00:01", "02:00:00:00:00:02"] * self.olt.sent)
         moments = [begin, *map(float, times), time.time()]
         self.assertEqual(moments, sorted(moments))
+
+
+class Damaged(Living):
+    options = ["--mic", "crc"]
+
+    def test_what_is_cut_or_has_another_code_is_dropped_and_counted(self):
+        frame = struct.pack(">HBBHH", 0x7001, 0x40 | CREATE, 0x0A, BRIDGE, 77) + bytes(32) + struct.pack(">I", 0x28)
+        for size in range(40, 44):
+            self.olt.socket.send(frame[:size])
+        for code in (crc32(frame) ^ 1, 0):
+            self.olt.socket.send(frame + struct.pack(">I", code))
+        self.assertEqual(self.olt.data_sync(), 0)
+        self.onu.terminate()
+        self.assertEqual(self.onu.wait(60), 0)
+        self.printed("(6 datagrams dropped: 4 of another size, 2 with a wrong integrity code)")
 
 
 class ChosenLog(Living):

@@ -59,6 +59,18 @@ inline UniDataProvisioning deletion(UniDataProvisioning record) {
     return record;
 }
 
+// A management host of the bridge with a fixed address.
+inline IpHostProvision ipHost(std::uint16_t uniPort, std::uint16_t bridgeId = kBridge) {
+    IpHostProvision record{};
+    record.bridgeId = bridgeId;
+    record.uniPort = uniPort;
+    record.macAddress = "02:00:00:00:00:77";
+    record.ipAddress = "10.0.0.5";
+    record.subnetMask = "255.255.255.0";
+    record.gateway = "10.0.0.1";
+    return record;
+}
+
 }  // namespace internet_service
 
 #endif

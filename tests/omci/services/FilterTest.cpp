@@ -1,11 +1,7 @@
 // What filters and tagging rows of the standard do to frames, through agent, services and HAL on the virtual ONU.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 
-#include "omci/olt/Olt.h"
 #include "omci/olt/OperatorServices.h"
-#include "omci/services/Apart.h"
 #include "omci/services/OnuLine.h"
 
 namespace {
@@ -21,7 +17,7 @@ constexpr unsigned kGemPort = 1021;
 
 // Port 3 and a GEM port on a bridge, without any filter or tagging: the transparent service before it has any.
 olt::Requests plainService() {
-    olt::Requests requests = olt::transparent().requests;
+    olt::Requests requests = olt::requestsOf(olt::kTransparent);
     requests.erase(std::remove_if(requests.begin(), requests.end(),
                                   [](const olt::Request& request) {
                                       return request.entity.classId == class_id::kVlanFilter ||
@@ -48,14 +44,20 @@ std::optional<Frame> leaving(const virtual_onu::Walk& walk, const std::string& d
     if (walk.exits.size() != 1 || walk.exits.front().device != device) return std::nullopt;
     return walk.exits.front().frame;
 }
-std::optional<Frame> up(const Frame& frame) {
-    virtual_onu::VirtualOnu::instance().forgetLearned();
-    return leaving(virtual_onu::VirtualOnu::instance().sendFromPort("sid2", frame), "gpondef");
-}
-std::optional<Frame> down(const Frame& frame) {
-    virtual_onu::VirtualOnu::instance().forgetLearned();
-    return leaving(virtual_onu::VirtualOnu::instance().sendFromPon(kGemPort, frame), "sid2");
-}
+
+class Filter : public OltAndOnu {
+protected:
+    void SetUp() override { ask(plainService()); }
+    void ask(const olt::Requests& requests) { EXPECT_EQ(olt_.send(requests), ""); }
+    static std::optional<Frame> up(const Frame& frame) {
+        onu().forgetLearned();
+        return leaving(onu().sendFromPort("sid2", frame), "gpondef");
+    }
+    static std::optional<Frame> down(const Frame& frame) {
+        onu().forgetLearned();
+        return leaving(onu().sendFromPon(kGemPort, frame), "sid2");
+    }
+};
 
 // Forward operations, 0x00 on: what becomes of tagged frames (a pass, c drop, h pass on match, g drop on match), what
 // is compared (v VID, p p-bits, t both), what becomes of untagged frames.
@@ -84,36 +86,25 @@ bool passes(const char* operation, const Frame& frame, bool isUp) {
     return match == (operation[0] == 'h');
 }
 
-TEST(Filter, OfEveryForwardOperationTakesTheFramesOfTheStandard) {
-    const std::string wrong = apart([] {
-        startHal();
-        OnuLine line;
-        olt::Olt olt(line);
-        std::string text = olt.send(plainService());
-        auto filter = create(class_id::kVlanFilter, kService, {{attr::vlan_filter::kNumberOfEntries, 2}});
-        olt::Bytes list;
-        for (const Tci& tci : kList) omci::appendNumber(list, std::uint64_t{tci.pbits} << 13 | tci.vid, 2);
-        list.resize(24);
-        filter.values.push_back({attr::vlan_filter::kFilterList, list});
-        text += olt.send(olt::Requests{filter});
-        const Tags tagged[] = {{}, {tag(100, 3)}, {tag(100, 1)}, {tag(200)}, {tag(300, 3), tag(100)}, {tag(300, 5)}};
-        for (unsigned operation = 0; operation < std::size(kOperations); ++operation) {
-            const char* expected = kOperations[operation];
-            text += olt.send(olt::Requests{
-                olt::set(class_id::kVlanFilter, kService, {{attr::vlan_filter::kForwardOperation, operation}})});
-            for (const Tags& tags : tagged) {
-                const Frame frame = frameWith(tags);
-                const std::string name = "operation " + std::to_string(operation) + ", " + frame.text();
-                if (up(frame).has_value() != passes(expected, frame, true)) text += name + " up\n";
-                if (down(frame).has_value() != passes(expected, frame, false)) text += name + " down\n";
-            }
-            const bool reported = !line.services.problems().empty();
-            if (reported != (expected[1] == 't' || (expected[0] == 'g' && expected[1] == 'v')))
-                text += "operation " + std::to_string(operation) + ": problems\n";
+TEST_F(Filter, OfEveryForwardOperationTakesTheFramesOfTheStandard) {
+    auto filter = create(class_id::kVlanFilter, kService, {{attr::vlan_filter::kNumberOfEntries, 2}});
+    olt::Bytes list;
+    for (const Tci& tci : kList) omci::appendNumber(list, std::uint64_t{tci.pbits} << 13 | tci.vid, 2);
+    list.resize(24);
+    filter.values.push_back({attr::vlan_filter::kFilterList, list});
+    ask({filter});
+    const Tags tagged[] = {{}, {tag(100, 3)}, {tag(100, 1)}, {tag(200)}, {tag(300, 3), tag(100)}, {tag(300, 5)}};
+    for (unsigned operation = 0; operation < std::size(kOperations); ++operation) {
+        SCOPED_TRACE(operation);
+        const char* expected = kOperations[operation];
+        ask({olt::set(class_id::kVlanFilter, kService, {{attr::vlan_filter::kForwardOperation, operation}})});
+        for (const Tags& tags : tagged) {
+            const Frame frame = frameWith(tags);
+            EXPECT_EQ(up(frame).has_value(), passes(expected, frame, true)) << frame.text();
+            EXPECT_EQ(down(frame).has_value(), passes(expected, frame, false)) << frame.text();
         }
-        return text + "end";
-    });
-    EXPECT_EQ(wrong, "end");
+        EXPECT_EQ(!line_.services.problems().empty(), expected[1] == 't' || (expected[0] == 'g' && expected[1] == 'v'));
+    }
 }
 
 constexpr omci::InstanceId kBridge = 3;
@@ -126,102 +117,82 @@ olt::Request portToUser(omci::InstanceId instance, unsigned tpType, unsigned poi
                    {attr::bridge_port::kTpPointer, pointer}});
 }
 
+std::string placesOf(const virtual_onu::Walk& walk) {
+    std::string places;
+    for (const auto& exit : walk.exits) places += exit.device + " ";
+    return places;
+}
+
 // 9.3.1, learning and ageing time: which of ports 3 and 4 gets a frame to a station that port 3 has heard before.
-TEST(Learning, LastsAsLongAsTheBridgeIsTold) {
-    const std::string wrong = apart([] {
-        startHal();
-        OnuLine line;
-        olt::Olt olt(line);
-        std::string text = olt.send(plainService());
-        text += olt.send(portToUser(0x1199, 1, 0x0104)) == omci::Result::kSuccess ? "" : "no second port\n";
-        const auto set = [](unsigned learns, unsigned seconds) {
-            return olt::set(
-                class_id::kBridge, kBridge,
-                {{attr::bridge::kLearningInd, learns}, {attr::bridge::kDynamicFilteringAgeingTime, seconds}});
-        };
-        const struct {
-            unsigned learns, seconds, passed;
-            std::string heard;
-            int ageing;  // hundredths of a second
-        } kCases[] = {
-            {1, 300, 290, "sid2 ", 30000},       {1, 10, 9, "sid2 ", 1000},          {1, 10, 11, "sid2 sid3 ", 1000},
-            {0, 10, 0, "sid2 sid3 ", 0},         {0, 0, 0, "sid2 sid3 ", 0},         {1, 0, 290, "sid2 ", 30000},
-            {1, 5000000, 1, "sid2 ", 100000000}, {1, 300, 301, "sid2 sid3 ", 30000},
-        };
-        auto& onu = virtual_onu::VirtualOnu::instance();
-        for (const auto& one : kCases) {
-            text += olt.send(olt::Requests{set(one.learns, one.seconds)});
-            Frame frame;
-            frame.source = "02:00:5e:00:00:77";
-            onu.sendFromPort("sid2", frame);
-            onu.advance(one.passed * 1000);
-            std::swap(frame.source, frame.destination);
-            std::string heard;
-            for (const auto& exit : onu.sendFromPon(kGemPort, frame).exits) heard += exit.device + " ";
-            const int ageing = onu.bridge("br3")->ageingTime;
-            if (heard == one.heard && ageing == one.ageing) continue;
-            text += std::to_string(one.learns) + " " + std::to_string(one.seconds) + " s: " + heard +
-                    std::to_string(ageing) + "\n";
-        }
-        if (line.services.problems().size() != 0) text += "problems that nobody has any more\n";
-        return text + "end";
-    });
-    EXPECT_EQ(wrong, "end");
+TEST_F(Filter, LearningLastsAsLongAsTheBridgeIsTold) {
+    ask({portToUser(0x1199, 1, 0x0104)});
+    const struct {
+        unsigned learns, seconds, passed;
+        std::string heard;
+        int ageing;  // hundredths of a second
+    } kCases[] = {
+        {1, 300, 290, "sid2 ", 30000},       {1, 10, 9, "sid2 ", 1000},          {1, 10, 11, "sid2 sid3 ", 1000},
+        {0, 10, 0, "sid2 sid3 ", 0},         {0, 0, 0, "sid2 sid3 ", 0},         {1, 0, 290, "sid2 ", 30000},
+        {1, 5000000, 1, "sid2 ", 100000000}, {1, 300, 301, "sid2 sid3 ", 30000},
+    };
+    for (const auto& one : kCases) {
+        SCOPED_TRACE(std::to_string(one.learns) + " " + std::to_string(one.seconds) + " s");
+        ask({olt::set(
+            class_id::kBridge, kBridge,
+            {{attr::bridge::kLearningInd, one.learns}, {attr::bridge::kDynamicFilteringAgeingTime, one.seconds}})});
+        Frame frame;
+        frame.source = "02:00:5e:00:00:77";
+        onu().sendFromPort("sid2", frame);
+        onu().advance(one.passed * 1000);
+        std::swap(frame.source, frame.destination);
+        EXPECT_EQ(placesOf(onu().sendFromPon(kGemPort, frame)), one.heard);
+        EXPECT_EQ(onu().bridge("br3")->ageingTime, one.ageing);
+    }
+    EXPECT_TRUE(line_.services.problems().empty());
 }
 
 // 9.3.1, port bridging: what ports 3 and 4 of a bridge hear of one another, and of the PON.
-TEST(PortBridging, PassesFramesBetweenThePortsOfABridgeOnlyWhileItIsOn) {
-    const std::string wrong = apart([] {
-        startHal();
-        OnuLine line;
-        olt::Olt olt(line);
-        const auto bridging = [](unsigned on) {
-            return olt::set(class_id::kBridge, kBridge, {{attr::bridge::kPortBridgingInd, on}});
-        };
-        const auto row = [](const char* digits) {
-            return olt::setBytes({class_id::kExtendedTagging, kService}, attr::extended_tagging::kTaggingTable,
-                                 olt::hex(digits));
-        };
-        const auto secondPort = portToUser(0x1199, 1, 0x0104);
-        std::string text = olt.send(plainService());
-        text += olt.send(olt::Requests{bridging(0)});
-        const std::string alone = "gpondef ", together = "gpondef sid3 ", nobody;
-        const struct {
-            const char* what;
-            olt::Requests requests;
-            std::string heard;
-        } kSteps[] = {
-            {"one port", {}, alone},
-            {"and a management host that is off", {portToUser(0x1198, 4, 0)}, alone},
-            {"two ports, off", {secondPort}, alone},
-            {"on", {bridging(1)}, together},
-            {"off again", {bridging(0)}, alone},
-            {"a table of rows comes",
-             {create(class_id::kExtendedTagging, kService,
-                     {{attr::extended_tagging::kAssociationType, 2},
-                      {attr::extended_tagging::kAssociatedMePointer, kPort}}),
-              row("F8000000 F8000000 000F0000 00000004")},
-             alone},
-            {"and another row", {row("F8000000 80320000 400F0000 00080A0C")}, alone},
-            {"the others go",
-             {olt::erase({class_id::kBridgePort, 0x1199}), olt::erase({class_id::kBridgePort, 0x1198})},
-             alone},
-        };
-        for (const auto& step : kSteps) {
-            text += olt.send(step.requests);
-            virtual_onu::VirtualOnu::instance().forgetLearned();
-            std::string heard;
-            for (const auto& exit : virtual_onu::VirtualOnu::instance().sendFromPort("sid2", frameWith({})).exits)
-                heard += exit.device + " ";
-            if (heard != step.heard) text += std::string(step.what) + ": heard at " + heard + "\n";
-            for (const auto& call : line.calls)
-                if (call.result != 0) text += std::string(step.what) + ": a call failed\n";
-            line.calls.clear();
-        }
-        for (const auto& problem : line.services.problems()) text += problem.reason + "\n";
-        return text + "end";
-    });
-    EXPECT_EQ(wrong, "end");
+TEST_F(Filter, PortBridgingPassesFramesBetweenThePortsOfABridgeOnlyWhileItIsOn) {
+    const auto bridging = [](unsigned on) {
+        return olt::set(class_id::kBridge, kBridge, {{attr::bridge::kPortBridgingInd, on}});
+    };
+    const auto row = [](const char* digits) {
+        return olt::setBytes({class_id::kExtendedTagging, kService}, attr::extended_tagging::kTaggingTable,
+                             olt::hex(digits));
+    };
+    const auto secondPort = portToUser(0x1199, 1, 0x0104);
+    ask({bridging(0)});
+    const std::string alone = "gpondef ", together = "gpondef sid3 ";
+    const struct {
+        const char* what;
+        olt::Requests requests;
+        std::string heard;
+    } kSteps[] = {
+        {"one port", {}, alone},
+        {"and a management host that is off", {portToUser(0x1198, 4, 0)}, alone},
+        {"two ports, off", {secondPort}, alone},
+        {"on", {bridging(1)}, together},
+        {"off again", {bridging(0)}, alone},
+        {"a table of rows comes",
+         {create(
+              class_id::kExtendedTagging, kService,
+              {{attr::extended_tagging::kAssociationType, 2}, {attr::extended_tagging::kAssociatedMePointer, kPort}}),
+          row("F8000000 F8000000 000F0000 00000004")},
+         alone},
+        {"and another row", {row("F8000000 80320000 400F0000 00080A0C")}, alone},
+        {"the others go",
+         {olt::erase({class_id::kBridgePort, 0x1199}), olt::erase({class_id::kBridgePort, 0x1198})},
+         alone},
+    };
+    for (const auto& step : kSteps) {
+        SCOPED_TRACE(step.what);
+        ask(step.requests);
+        onu().forgetLearned();
+        EXPECT_EQ(placesOf(onu().sendFromPort("sid2", frameWith({}))), step.heard);
+        for (const auto& call : line_.calls) EXPECT_EQ(call.result, 0) << omci::services::nameOf(call.call.operation);
+        line_.calls.clear();
+    }
+    EXPECT_TRUE(line_.services.problems().empty());
 }
 
 struct RowCase {
@@ -231,40 +202,28 @@ struct RowCase {
     Tags subscriber, pon;
 };
 
-class Row : public ::testing::TestWithParam<RowCase> {};
+class Row : public Filter, public ::testing::WithParamInterface<RowCase> {};
 
 TEST_P(Row, TreatsAFrameUpAndBringsItBackAsItWas) {
-    const std::string wrong = apart([] {
-        const RowCase& given = GetParam();
-        startHal();
-        OnuLine line;
-        olt::Olt olt(line);
-        std::string text = olt.send(plainService());
-        text += olt.send(olt::Requests{
-            create(
-                class_id::kExtendedTagging, kService,
+    const RowCase& given = GetParam();
+    const olt::EntityKey table{class_id::kExtendedTagging, kService};
+    ask({create(table.classId, table.instance,
                 {{attr::extended_tagging::kAssociationType, 2}, {attr::extended_tagging::kAssociatedMePointer, kPort}}),
-            olt::set(class_id::kExtendedTagging, kService, {{attr::extended_tagging::kOutputTpid, 0x88A8}})});
-        const auto untouched = comparableState();
-        olt::Bytes row = olt::hex(given.row);
-        const olt::EntityKey table{class_id::kExtendedTagging, kService};
-        text += olt.send(olt::Requests{olt::setBytes(table, attr::extended_tagging::kTaggingTable, row)});
-        Frame frame = frameWith(given.subscriber);
-        frame.etherType = given.etherType;
-        const auto sent = up(frame);
-        if (!sent || sent->tags != given.pon) text += "up: " + (sent ? sent->text() : "dropped") + "\n";
-        frame.tags = given.pon;
-        const auto back = down(frame);
-        if (!back || back->tags != given.subscriber) text += "down: " + (back ? back->text() : "dropped") + "\n";
-        for (const auto& problem : line.problems) text += problem.reason + "\n";
-        // A row with a key of its own can be deleted; the untagged one has replaced a default row.
-        std::fill(row.begin() + 8, row.end(), std::uint8_t{0xFF});
-        if (row[4] == 0xF8 && row[7] == 0) return text + "end";
-        text += olt.send(olt::Requests{olt::setBytes(table, attr::extended_tagging::kTaggingTable, row)});
-        if (comparableState() != untouched) text += "the deleted row has left something\n";
-        return text + "end";
-    });
-    EXPECT_EQ(wrong, "end");
+         olt::set(table.classId, table.instance, {{attr::extended_tagging::kOutputTpid, 0x88A8}})});
+    const auto untouched = comparableState();
+    olt::Bytes row = olt::hex(given.row);
+    ask({olt::setBytes(table, attr::extended_tagging::kTaggingTable, row)});
+    Frame frame = frameWith(given.subscriber), treated = frameWith(given.pon);
+    frame.etherType = treated.etherType = given.etherType;
+    const auto sent = up(frame), back = down(treated);
+    EXPECT_TRUE(sent && sent->tags == given.pon) << (sent ? sent->text() : "dropped");
+    EXPECT_TRUE(back && back->tags == given.subscriber) << (back ? back->text() : "dropped");
+    for (const auto& problem : line_.problems) ADD_FAILURE() << problem.reason;
+    // A row with a key of its own can be deleted; the untagged one has replaced a default row.
+    std::fill(row.begin() + 8, row.end(), std::uint8_t{0xFF});
+    if (row[4] == 0xF8 && row[7] == 0) return;
+    ask({olt::setBytes(table, attr::extended_tagging::kTaggingTable, row)});
+    EXPECT_EQ(comparableState(), untouched);
 }
 
 constexpr std::uint16_t kIp = 0x0800, kPppoeDiscovery = 0x8863, kPppoeSession = 0x8864, kArp = 0x0806;

@@ -2,8 +2,6 @@
 
 #include "hal/HALFactory.h"
 #include "hal/HalForwarding.h"
-#include "living/MessageFile.h"
-#include "running/io/Files.h"
 #include "running/scenario/Scenario.h"
 
 namespace {
@@ -39,12 +37,4 @@ std::string wrongFrames(const std::string& name) {
         }
     }
     return wrong;
-}
-
-std::vector<omci::Message> capturedMessages(const std::string& name) {
-    const std::string path = VORN_SCENARIO_DIR "/omci/" + name + ".pcap";
-    std::vector<omci::Message> messages;
-    for (const auto& one : vorn_onu::readMessages(vorn_onu::readFile(path, 1U << 20U), path).messages)
-        messages.push_back(one.message);
-    return messages;
 }

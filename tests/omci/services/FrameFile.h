@@ -1,17 +1,11 @@
-// What there is of each service in scenarios/omci/: its messages, and frames that must pass or must not.
+// Frames of each service in scenarios/omci/ that must pass or must not.
 #ifndef TESTS_OMCI_SERVICES_FRAME_FILE_H
 #define TESTS_OMCI_SERVICES_FRAME_FILE_H
 
 #include <string>
-#include <vector>
-
-#include "omci/message/Message.h"
 
 // Sends the frames of scenarios/omci/<name>.frames.json through the device as it is. The text says what was not as
 // expected, "" when everything was.
 std::string wrongFrames(const std::string& name);
-
-// The messages of scenarios/omci/<name>.pcap.
-std::vector<omci::Message> capturedMessages(const std::string& name);
 
 #endif

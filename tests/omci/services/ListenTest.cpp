@@ -1,131 +1,79 @@
-// The tool as a living ONU: an OLT provisions all services over the socket, reads them back and takes them down.
-#include <algorithm>
+// The tool as a living ONU, at a Unix socket. Over UDP, and what comes damaged: omci/live_session.py.
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <cstdio>
 
 #include <nlohmann/json.hpp>
 
-#include "omci/message/Integrity.h"
-#include "omci/message/Numbers.h"
 #include "omci/olt/Olt.h"
 #include "omci/olt/OperatorServices.h"
-#include "omci/services/SocketLine.h"
 #include "support/Emulated.h"
-#include "tools/vorn-onu/RunProgram.h"
+#include "support/Process.h"
 
 namespace {
 
-TEST(Listen, AnOltProvisionsAllServicesReadsThemBackAndTheStateTellsThem) {
-    SocketLine line;
+class SocketLine : public olt::Line {
+public:
+    SocketLine(const std::string& own, const std::string& onu) : socket_(::socket(AF_UNIX, SOCK_DGRAM, 0)) {
+        const sockaddr_un here = placeOf(own), there = placeOf(onu);
+        ::bind(socket_, reinterpret_cast<const sockaddr*>(&here), sizeof here);
+        becomesTrue([&] { return ::connect(socket_, reinterpret_cast<const sockaddr*>(&there), sizeof there) == 0; });
+    }
+    ~SocketLine() override { ::close(socket_); }
+    SocketLine(const SocketLine&) = delete;
+    SocketLine& operator=(const SocketLine&) = delete;
+
+    std::optional<omci::Message> exchange(const omci::Message& request) override {
+        const omci::Bytes frame = omci::encodeFrame(request);
+        if (::send(socket_, frame.data(), frame.size(), 0) < 0) return {};
+        for (pollfd waits{socket_, POLLIN, 0}; poll(&waits, 1, kHangMs) == 1;) {
+            std::uint8_t bytes[4096];
+            const ssize_t size = ::recv(socket_, bytes, sizeof bytes, 0);
+            const auto message =
+                omci::decodeFrame({bytes, static_cast<std::size_t>(std::max<ssize_t>(size, 0))}).message;
+            if (message.isAnswer && message.transaction == request.transaction) return message;
+        }
+        return {};
+    }
+
+private:
+    static sockaddr_un placeOf(const std::string& path) {
+        sockaddr_un place{};
+        place.sun_family = AF_UNIX;
+        std::snprintf(place.sun_path, sizeof place.sun_path, "%s", path.c_str());
+        return place;
+    }
+    const int socket_;
+};
+
+// An OLT provisions all services and reads them back; what was written of it makes the same device again.
+TEST(Listen, AllServicesStandAndTheCaptureAndTheCallsMakeTheSameDevice) {
+    const ScratchDirectory folder;
+    const std::string capture = folder.file("exchange.pcapng"), calls = folder.file("calls.json");
+    BackgroundProgram onu({kTool, "omci", "--listen", "unix:" + folder.file("onu"), "--json", folder.file("state.json"),
+                           "--capture", capture, "--record", calls},
+                          folder.file("shown"));
+    SocketLine line(folder.file("olt"), folder.file("onu"));
     olt::Olt olt(line);
     ASSERT_EQ(olt.mibReset(), omci::Result::kSuccess);
-    for (const auto& service : olt::operatorServices()) EXPECT_EQ(olt.send(service.requests), "") << service.name;
+    EXPECT_EQ(olt.send(olt::allServices()), "");
     EXPECT_EQ(olt.differences(), std::vector<std::string>{});
     EXPECT_EQ(olt.dataSync(), olt.expectedDataSync());
-    EXPECT_EQ(line.end(), 0);
-    EXPECT_NE(access(line.path("onu").c_str(), F_OK), 0) << "the socket goes with the ONU";
-    expectHas(line.shown(), {"What is on the device"});
-    const auto state = nlohmann::json::parse(line.state());
-    const auto standing = state.at("device").at("pon").at("gemPorts").size();
-    EXPECT_GE(standing, 8U);
-}
-
-TEST(Listen, DatagramsOverLoopbackAreAnsweredAndTheOnuTellsATestByItself) {
-    SocketLine line(SocketLine::Kind::kUdp);
-    olt::Olt olt(line);
-    ASSERT_EQ(olt.mibReset(), omci::Result::kSuccess);
-    EXPECT_EQ(olt.send(olt::internet().requests), "");
-    omci::Message test;
-    test.transaction = 0x7123;
-    test.type = omci::MessageType::kTest;
-    test.answerWanted = true;
-    test.entity = {omci::class_id::kAniG, 0x8001};
-    omci::encodeContent(test, omci::TestContent{{7}});
-    ASSERT_TRUE(line.exchange(test).has_value());
-    const auto reported = line.autonomous();
-    ASSERT_TRUE(reported.has_value());
-    EXPECT_EQ(reported->type, omci::MessageType::kTestResult);
-    EXPECT_EQ(reported->transaction, test.transaction);
-    EXPECT_EQ(line.end(), 0);
-}
-
-TEST(Listen, ACutOrDamagedMessageIsDroppedAndCounted) {
-    SocketLine line;
-    olt::Olt olt(line);
-    ASSERT_EQ(olt.mibReset(), omci::Result::kSuccess);  // with neither code nor room for one
-    const auto before = olt.dataSync();
-    omci::Message create;
-    create.transaction = 0x7001;
-    create.type = omci::MessageType::kCreate;
-    create.answerWanted = true;
-    create.entity = {omci::class_id::kBridge, 77};
-    const omci::Bytes whole = omci::encodeFrame(create);
-    for (std::size_t size = 40; size < 44; ++size)
-        line.sendBytes({whole.begin(), whole.begin() + static_cast<long>(size)});
-    EXPECT_EQ(olt.dataSync(), before);
-    EXPECT_EQ(line.end(), 0);
-    expectHas(line.shown(), {"4 datagrams dropped: 4 of another size"});
-}
-
-TEST(Listen, MessagesWithoutTheCodeThatWasAskedForAreDroppedAndCounted) {
-    std::vector<std::pair<const char*, omci::Integrity>> kinds{{"crc", omci::Integrity::crc()}};
-    if (omci::hasAes())
-        kinds.emplace_back("cmac:00112233445566778899AABBCCDDEEFF",
-                           omci::Integrity::aesCmac({0x00, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88, 0x99, 0xAA,
-                                                     0xBB, 0xCC, 0xDD, 0xEE, 0xFF}));
-    for (const auto& [word, integrity] : kinds) {
-        SCOPED_TRACE(word);
-        SocketLine line(SocketLine::Kind::kUnix, {"--mic", word});
-        std::uint16_t transaction = 0;
-        const auto withCode = [&, &kind = integrity](omci::MessageType type, omci::EntityKey entity,
-                                                     const omci::Content& content) {
-            omci::Message message;
-            message.transaction = ++transaction;
-            message.type = type;
-            message.answerWanted = true;
-            message.entity = entity;
-            omci::encodeContent(message, content);
-            omci::Bytes frame = omci::encodeFrame(message);
-            EXPECT_TRUE(kind.protect(frame, omci::Direction::kDownstream));
-            return frame;
-        };
-        const auto create = [&](omci::InstanceId bridge) {
-            return withCode(omci::MessageType::kCreate, {omci::class_id::kBridge, bridge}, omci::CreateValues{});
-        };
-        omci::Bytes wrong = create(1), zeroed = create(2);
-        wrong.back() ^= 1;
-        std::fill(zeroed.end() - 4, zeroed.end(), std::uint8_t{0});
-        for (const omci::Bytes& frame : {wrong, zeroed, create(3)}) line.sendBytes(frame);
-        line.sendBytes(withCode(omci::MessageType::kGet, {omci::class_id::kOnuData, 0}, omci::AttributesAsked{0x8000}));
-        for (const unsigned answered : {3U, 4U}) {
-            const omci::Bytes answer = line.receiveBytes();
-            ASSERT_EQ(answer.size(), omci::kBaselineFrame);
-            EXPECT_EQ(omci::number16(answer, 0), answered);
-            EXPECT_EQ(omci::number32(answer, 44),
-                      integrity.codeOf(omci::ByteView(answer).part(0, 44), omci::Direction::kUpstream));
-            if (answered == 4U) {
-                EXPECT_EQ(answer[11], 1) << "one of the three was executed";
-            }
-        }
-        EXPECT_EQ(line.end(), 0);
-        expectHas(line.shown(), {"2 datagrams dropped: 2 with a wrong integrity code"});
-    }
-}
-
-TEST(Listen, TheExchangeIsACaptureThatPlaysWithTheSameAnswers) {
+    EXPECT_EQ(onu.end(), 0);
+    EXPECT_NE(access(folder.file("onu").c_str(), F_OK), 0) << "the socket goes with the ONU";
+    expectHas(onu.output(), {"What is on the device"});
+    const auto device = nlohmann::json::parse(contentOf(folder.file("state.json"))).at("device");
+    EXPECT_GE(device.at("pon").at("gemPorts").size(), 8U);
+    const auto again = runProgram({kTool, "run", calls, "--forwarding", "g988", "--json", "-"});
+    ASSERT_EQ(again.code, 0) << again.output;
+    const auto made = nlohmann::json::parse(again.output).at("device");
+    for (const char* part : {"network", "pon", "vlan"}) EXPECT_EQ(made.at(part), device.at(part)) << part;
     SKIP_WHEN_EMULATED(kNoLibpcap);
-    SocketLine line(SocketLine::Kind::kUnix, {"--capture", "+exchange.pcapng", "--record", "+calls.json"});
-    olt::Olt olt(line);
-    ASSERT_EQ(olt.mibReset(), omci::Result::kSuccess);
-    EXPECT_EQ(olt.send(olt::internet().requests), "");
-    ASSERT_EQ(line.end(), 0);
-    const auto played = runProgram({VORN_ONU_BINARY, "omci", line.path("exchange.pcapng")});
+    const auto played = runProgram({kTool, "omci", capture});
     EXPECT_EQ(played.code, 0) << played.output;
     expectHas(played.output, {"answered as in the capture"});
-    const auto again =
-        runProgram({VORN_ONU_BINARY, "run", line.path("calls.json"), "--forwarding", "g988", "--json", "-"});
-    ASSERT_EQ(again.code, 0) << again.output;
-    const auto device = nlohmann::json::parse(again.output).at("device");
-    const auto listened = nlohmann::json::parse(line.state()).at("device");
-    for (const char* part : {"network", "pon", "vlan"}) EXPECT_EQ(device.at(part), listened.at(part)) << part;
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 #ifndef TESTS_OMCI_SERVICES_ONU_LINE_H
 #define TESTS_OMCI_SERVICES_ONU_LINE_H
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <string>
@@ -14,7 +16,7 @@
 #include "hal/HalForwarding.h"
 #include "hal/VornHal.h"
 #include "omci/agent/Agent.h"
-#include "omci/olt/Line.h"
+#include "omci/olt/Olt.h"
 #include "omci/services/Services.h"
 
 class OnuLine : public olt::Line {
@@ -71,6 +73,17 @@ public:
 
 // A factory-new board with the HAL connected to a gateway that answers at once.
 void startHal();
+
+struct StartedHal {
+    StartedHal() { startHal(); }
+};
+// An OLT, and an ONU whose board is new.
+class OltAndOnu : public ::testing::Test, StartedHal {
+protected:
+    static virtual_onu::VirtualOnu& onu() { return virtual_onu::VirtualOnu::instance(); }
+    OnuLine line_;
+    olt::Olt olt_{line_};
+};
 
 // The device's state, but for what the order of the same work decides: GEM ports by their ids instead of their indexes,
 // lines in alphabetical order, each once. What the HAL leaves behind when everything is taken back is left out: rules

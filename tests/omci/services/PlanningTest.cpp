@@ -53,7 +53,8 @@ public:
 
 class Planning : public ::testing::Test {
 protected:
-    void provision(const olt::OperatorService& service) { ASSERT_EQ(olt.send(service.requests), ""); }
+    void provision(const olt::Requests& requests) { ASSERT_EQ(olt.send(requests), ""); }
+    void provision(const char* service) { provision(olt::requestsOf(service)); }
     bool hasProblem(EntityKey entity, const char* words) const {
         const auto problems = onu.services.problems();
         return std::any_of(problems.begin(), problems.end(), [&](const services::Problem& problem) {
@@ -72,9 +73,12 @@ olt::Request row(const char* digits) {
 }
 
 TEST_F(Planning, AGemPortWaitsForItsTContWithoutAnError) {
-    auto requests = olt::internet().requests;
-    const auto allocId = requests.front();
-    requests.erase(requests.begin());
+    auto requests = olt::requestsOf(olt::kInternet);
+    const auto ofTcont = std::find_if(requests.begin(), requests.end(), [](const olt::Request& request) {
+        return request.entity.classId == class_id::kTCont;
+    });
+    const olt::Request allocId = *ofTcont;
+    requests.erase(ofTcont);
     ASSERT_EQ(olt.send(requests), "");
     EXPECT_TRUE(onu.calls.empty());
     EXPECT_TRUE(onu.reported.empty());
@@ -87,7 +91,7 @@ TEST_F(Planning, AGemPortWaitsForItsTContWithoutAnError) {
 }
 
 TEST_F(Planning, ACallKnowsTheEntitiesAndMessagesBehindIt) {
-    provision(olt::internet());
+    provision(olt::kInternet);
     onu.calls.clear();
     ASSERT_EQ(olt.send(row("F8000000 80A00000 400F0000 00080A0C")), Result::kSuccess);
     const auto first = onu.transaction;
@@ -112,7 +116,7 @@ TEST_F(Planning, ACallKnowsTheEntitiesAndMessagesBehindIt) {
 }
 
 TEST_F(Planning, ARowThatMustBeTriedFirstComesInFrontOfWhatItOverlaps) {
-    provision(olt::internet());
+    provision(olt::kInternet);
     // Any VLAN, then one of them: the wide row is taken back and recreated behind it.
     ASSERT_EQ(olt.send(row("F8000000 88000000 400F0000 00000A0C")), Result::kSuccess);
     onu.calls.clear();
@@ -126,7 +130,7 @@ TEST_F(Planning, ARowThatMustBeTriedFirstComesInFrontOfWhatItOverlaps) {
 }
 
 TEST_F(Planning, AMessageThatChangesNothingAsksForNothing) {
-    provision(olt::internet());
+    provision(olt::kInternet);
     onu.calls.clear();
     ASSERT_EQ(olt.send(olt::Requests{row("F8000000 F8000000 000F0000 00000324"),
                                      olt::set(class_id::kEthernetUni, 0x0101, {{attr::ethernet_uni::kArc, 1}}),
@@ -136,7 +140,7 @@ TEST_F(Planning, AMessageThatChangesNothingAsksForNothing) {
 }
 
 TEST_F(Planning, WhatTheHalCannotDoIsToldOnceWithItsEntity) {
-    provision(olt::internet());
+    provision(olt::kInternet);
     const auto dhcp = row("F8000000 F8000010 000F0000 00000A0C");
     ASSERT_EQ(olt.send(olt::Requests{dhcp, row("F8000000 F8000010 FFFFFFFF FFFFFFFF"), dhcp}), "");
     ASSERT_EQ(onu.reported.size(), 1U);
@@ -149,8 +153,8 @@ TEST_F(Planning, WhatTheHalCannotDoIsToldOnceWithItsEntity) {
 
 // What is accepted and has no effect on the device would look as if it had.
 TEST_F(Planning, WhatIsAcceptedWithoutEffectIsToldWithTheEntityThatAskedForIt) {
-    provision(olt::internet());
-    provision(olt::television());
+    provision(olt::kInternet);
+    provision(olt::kTelevision);
     onu.reported.clear();
     const auto secondPort = [](std::uint64_t bridge) {
         return olt::create(class_id::kBridgePort, 0x1177,
@@ -211,7 +215,7 @@ TEST_F(Planning, WhatIsAcceptedWithoutEffectIsToldWithTheEntityThatAskedForIt) {
 }
 
 TEST_F(Planning, OfTwoGemPortsWithOneNumberTheSecondComesWhenTheFirstGoes) {
-    provision(olt::internet());
+    provision(olt::kInternet);
     onu.calls.clear();
     auto second = olt::create(class_id::kGemPort, 0x1002,
                               {{attr::gem_port::kPortId, 1001},
@@ -228,7 +232,7 @@ TEST_F(Planning, OfTwoGemPortsWithOneNumberTheSecondComesWhenTheFirstGoes) {
 }
 
 TEST_F(Planning, AGemPortThatIsMadeAnewTakesItsRulesAlong) {
-    provision(olt::internet());
+    provision(olt::kInternet);
     onu.calls.clear();
     ASSERT_EQ(olt.send(olt::set(class_id::kPriorityQueue, 0x8000, {{attr::priority_queue::kWeight, 50}})),
               Result::kSuccess);
@@ -264,7 +268,7 @@ const Record* lastOf(const Onu& onu, Operation operation) {
 }
 
 TEST_F(Planning, AManagementHostGetsItsAddressAsItsOptionsSay) {
-    provision(olt::management());
+    provision(olt::kManagement);
     constexpr unsigned kDhcp = 0x01, kPing = 0x02, kStack = 0x08;
     const struct {
         unsigned options;
@@ -295,12 +299,11 @@ TEST_F(Planning, AManagementHostGetsItsAddressAsItsOptionsSay) {
 
 // A tagging entity points at the port itself or at its bridge port, by codes that differ between the two classes.
 TEST_F(Planning, TaggingIsFoundWhereverAnOltLetsItPoint) {
-    auto service = olt::internet();
-    auto& all = service.requests;
+    auto all = olt::requestsOf(olt::kInternet);
     all.erase(std::remove_if(all.begin(), all.end(),
                              [](const auto& each) { return each.entity.classId == class_id::kExtendedTagging; }),
               all.end());
-    provision(service);
+    provision(all);
     constexpr InstanceId kPort = 0x0101, kBridgePort = 0x1101, kNowhere = 0x0102;
     const struct {
         EntityKey entity;
@@ -342,8 +345,8 @@ TEST_F(Planning, TaggingIsFoundWhereverAnOltLetsItPoint) {
 
 // The list of each GEM port, with and without p-bits of its own: its highest and its odd VIDs arrive whole.
 TEST_F(Planning, FilterListsReachTheHalVidByVid) {
-    provision(olt::internet());
-    provision(olt::priorities());
+    provision(olt::kInternet);
+    provision(olt::kPriorities);
     const auto filter = [](InstanceId instance, unsigned operation) {
         return olt::Requests{
             olt::setBytes({class_id::kVlanFilter, instance}, attr::vlan_filter::kFilterList,
@@ -375,19 +378,20 @@ TEST_F(Planning, FilterListsReachTheHalVidByVid) {
     }
 }
 
-olt::OperatorService withGemPort4095(olt::OperatorService service, InstanceId gemPort) {
-    for (auto& request : service.requests) {
-        if (request.entity.classId != class_id::kGemPort || request.entity.instance != gemPort) continue;
+olt::Requests withGemPort4095(const char* service, InstanceId gemPort) {
+    auto requests = olt::requestsOf(service);
+    for (auto& request : requests) {
+        if (request.entity != EntityKey{class_id::kGemPort, gemPort}) continue;
         for (auto& value : request.values)
             if (value.attribute == attr::gem_port::kPortId) value.bytes = olt::hex("0FFF");
     }
-    return service;
+    return requests;
 }
 
 // On the bridge with the VEIP, and in the GEM port that a map of p-bits cannot name, a VLAN becomes a filter on its
 // tag.
 TEST_F(Planning, MulticastComesDownInTheVlanOfItsProfile) {
-    const auto television = withGemPort4095(olt::television(), 0x1031);
+    const auto television = withGemPort4095(olt::kTelevision, 0x1031);
     const struct {
         const char* row;
         unsigned tags, vid, priorities;
@@ -420,8 +424,8 @@ TEST_F(Planning, MulticastComesDownInTheVlanOfItsProfile) {
 }
 
 TEST_F(Planning, NothingElseGoesThroughGemPort4095) {
-    provision(withGemPort4095(olt::internet(), 0x1001));
-    provision(withGemPort4095(olt::transparent(), 0x1020));
+    provision(withGemPort4095(olt::kInternet, 0x1001));
+    provision(withGemPort4095(olt::kTransparent, 0x1020));
     for (const InstanceId port : {InstanceId{0x1001}, InstanceId{0x1020}})
         EXPECT_TRUE(hasProblem({class_id::kBridgePort, port}, "nothing goes through GEM port 4095")) << port;
     EXPECT_EQ(lastOf<BridgeServiceProvisioning>(onu, Operation::kConfigureAniTagRules), nullptr);

@@ -28,7 +28,7 @@ TEST_P(StandardForwarding, PassesTheFramesOfACaptureAndNoOthers) {
     const std::string wrong = apart([] {
         startByTheStandard();
         OnuLine line;
-        for (const auto& message : capturedMessages(GetParam()))
+        for (const auto& message : olt::capturedMessages(GetParam()))
             if (!omci::isUpstream(message)) line.exchange(message);
         return callsThatFailed(line) + wrongFrames(GetParam()) + "end";
     });
@@ -45,7 +45,7 @@ TEST(StandardForwardingOrder, IsOfNoMatterAndNothingIsLeft) {
             OnuLine line;
             olt::Olt olt(line);
             std::string text = olt.send(olt::shuffled(olt::allServices(), seed));
-            for (const auto& service : olt::operatorServices()) text += wrongFrames(service.name);
+            for (const std::string& name : olt::serviceNames()) text += wrongFrames(name);
             text += olt.send(olt::shuffled(olt.removal(), seed + 1)) + callsThatFailed(line);
             const auto left = virtual_onu::VirtualOnu::instance().ruleCount();
             return text + std::to_string(left) + " rules are left";

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "hal/Text.h"
+#include "support/InternetService.h"
 #include "support/OnuFixture.h"
 
 using virtual_onu::kReceive;
@@ -23,13 +24,8 @@ protected:
     }
 
     static IpHostProvision record() {
-        IpHostProvision rec{};
-        rec.bridgeId = 3;
-        rec.uniPort = 2;
+        IpHostProvision rec = internet_service::ipHost(2);
         rec.macAddress = kMac;
-        rec.ipAddress = "10.0.0.5";
-        rec.subnetMask = "255.255.255.0";
-        rec.gateway = "10.0.0.1";
         return rec;
     }
 

@@ -6,7 +6,6 @@
 
 #include "platform/vlanctl.h"
 #include "src/forwarding/Changes.h"
-#include "src/restart/Killing.h"
 #include "support/StdoutCapture.h"
 
 nlohmann::json forwarding_tests::Forwarding::serving() {
@@ -138,39 +137,6 @@ TEST_F(ForwardedServices, ABridgeComesBackWithItsPorts) {
     EXPECT_FALSE(onu().device("sid0.3") || onu().device("sid2.3"));
 }
 
-// DSCP / 8, as the kit has it; what has no DSCP gets p-bits 0. Downstream all p-bits are taken off.
-TEST_F(ForwardedServices, ARowByDscpWritesThePbitsOfTheClass) {
-    provision();
-    auto passes = service();
-    for (std::uint8_t pbits = 0; pbits < 8; ++pbits) passes.pbitMap[pbits] = {kGemPort, 0};
-    ASSERT_EQ(daemon()->vorn_omci_hal_configureAniTagRules(&passes), 0);
-    auto byDscp = row(true);
-    byDscp.innerTreatmentPrio = 10;
-    ASSERT_EQ(ask(daemon(), byDscp), 0);
-    const struct {
-        std::uint16_t etherType;
-        std::uint8_t dscp;
-        const char* leaves;
-    } cases[] = {{0x0800, 0, "VID 100 p0, IPv4"},
-                 {0x0800, 7, "VID 100 p0, IPv4 DSCP 7"},
-                 {0x0800, 8, "VID 100 p1, IPv4 DSCP 8"},
-                 {0x0800, 46, "VID 100 p5, IPv4 DSCP 46"},
-                 {0x0800, 63, "VID 100 p7, IPv4 DSCP 63"},
-                 {0x86DD, 46, "VID 100 p5, IPv6 DSCP 46"},
-                 {0x0806, 0, "VID 100 p0, ARP"}};
-    for (const auto& one : cases) {
-        Frame frame;
-        frame.etherType = one.etherType;
-        frame.dscp = one.dscp;
-        EXPECT_EQ(up(frame), one.leaves);
-    }
-    for (const std::uint8_t pbits : {std::uint8_t{0}, std::uint8_t{5}, std::uint8_t{7}}) {
-        Frame frame = tagged(100);
-        frame.tags.front().pbits = pbits;
-        EXPECT_EQ(down(frame), "untagged IPv4");
-    }
-}
-
 // ---- what is refused ----
 
 struct BadInput {
@@ -263,13 +229,13 @@ TEST_F(Forwarding, AFileOfTheOtherModeIsRefused) {
             ASSERT_EQ(first.open(state()), 0);
             provision(first.hal());
         }
-        const std::string file = read(state());
+        const std::string file = contentOf(state());
         Daemon other(folder_);
         choose(other, forwarding == kG988 ? kContract : kG988);
         EXPECT_EQ(other.open(state()), -1);
         EXPECT_TRUE(saidThat(forwarding == kG988 ? "was made with forwarding by G.988, and the contract holds now"
                                                  : "was made with forwarding by the contract, and G.988 holds now"));
-        EXPECT_EQ(read(state()), file);
+        EXPECT_EQ(contentOf(state()), file);
     }
 }
 
@@ -303,40 +269,6 @@ TEST_F(Forwarding, TablesComeBackAndACleanDeviceHasNoRules) {
     EXPECT_EQ(serving(), before);
     EXPECT_EQ(third.clean(), 0);
     EXPECT_EQ(onu().ruleCount(), 0U);
-}
-
-// Killed after one call into the device or another, the operation is made again.
-TEST_F(Forwarding, KilledWithinAnOperationItEndsAsIfNothingHadBeen) {
-    constexpr unsigned kEvery = 7;
-    std::vector<nlohmann::json> whole;
-    {
-        Daemon daemon(folder_);
-        choose(daemon, kG988);
-        for (std::size_t i = 0; i < internet().size(); ++i) {
-            make(daemon, i, i + 1);
-            whole.push_back(serving());
-        }
-    }
-    for (std::size_t call = 0; call < internet().size(); ++call) {
-        for (unsigned deviceCall = 1 + static_cast<unsigned>(call) % kEvery;; deviceCall += kEvery) {
-            SCOPED_TRACE(std::string(internet()[call].name) + ", device call " + std::to_string(deviceCall));
-            startOver();
-            {
-                Daemon first(folder_);
-                choose(first, kG988);
-                ASSERT_EQ(first.open(state()), 0);
-                make(first, 0, call);
-                if (!killAt(first, internet()[call].make, deviceCall)) break;
-            }
-            Daemon second(folder_);
-            choose(second, kG988);
-            ASSERT_GE(second.open(state()), 0);
-            make(second, call, call + 1);
-            ASSERT_EQ(serving(), whole[call]) << "made again";
-            make(second, call + 1, internet().size());
-            ASSERT_EQ(serving(), whole.back()) << "the rest";
-        }
-    }
 }
 
 }  // namespace

@@ -7,11 +7,12 @@
 
 #include "src/g988/PlannedBoard.h"
 #include "src/g988/RandomTables.h"
+#include "src/g988/StandardModel.h"
 
 namespace {
 
-using standard::Board;
-using standard::Frame;
+using g988::Tables;
+using virtual_onu::Frame;
 using virtual_onu::Learning;
 using virtual_onu::Walk;
 
@@ -28,7 +29,7 @@ protected:
     // A frame that came up or went down, and where it left.
     struct Sent {
         bool goesUp = true;
-        unsigned gem = 0;  // downstream: that it comes in
+        unsigned gemIndex = 0;  // downstream: that it comes in
         Frame frame;
     };
     struct Fate {
@@ -37,21 +38,25 @@ protected:
         bool operator==(const Fate& other) const { return up == other.up && down == other.down; }
     };
 
-    static Fate standardFate(const Board& board, const Sent& sent) {
-        if (sent.goesUp) return {board.up(sent.frame), std::nullopt};
-        return {std::nullopt, board.down(sent.gem, sent.frame)};
+    static Fate standardFate(const Tables& tables, const Sent& sent) {
+        if (sent.goesUp) return {standard::up(tables, sent.frame), std::nullopt};
+        return {std::nullopt, standard::down(tables, sent.gemIndex, sent.frame)};
+    }
+
+    static Walk walkOf(const Sent& sent) {
+        return sent.goesUp ? onu().sendFromPort("sid0", sent.frame, Learning::Off)
+                           : onu().sendFromPon(sent.gemIndex - kFirstIndex + kFirstPortId, sent.frame, Learning::Off);
     }
 
     // Nothing for a frame that the kit has no room for: a rule pushes more than four tags.
     static std::optional<Fate> deviceFate(const Sent& sent) {
-        const Walk walk = sent.goesUp ? onu().sendFromPort("sid0", sent.frame, Learning::Off)
-                                      : onu().sendFromPon(sent.gem, sent.frame, Learning::Off);
+        const Walk walk = walkOf(sent);
         for (const auto& drop : walk.drops)
             if (contains(drop.reason, "more than 4 tags")) return std::nullopt;
         Fate fate;
         EXPECT_LE(walk.exits.size(), 1u);
         for (const auto& exit : walk.exits) {
-            if (exit.gemPort) fate.up = {*exit.gemPort, *exit.queue, exit.frame};
+            if (exit.gemPort) fate.up = {*exit.gemIndex, *exit.queue, exit.frame};
             if (!exit.gemPort) fate.down = exit.frame;
         }
         return fate;
@@ -59,70 +64,72 @@ protected:
 
     static std::string textOf(const Fate& fate) {
         if (fate.up)
-            return "GEM " + std::to_string(fate.up->gem) + " queue " + std::to_string(fate.up->queue) + " " +
+            return "GEM index " + std::to_string(fate.up->gemIndex) + " queue " + std::to_string(fate.up->queue) + " " +
                    fate.up->frame.text();
         return fate.down ? fate.down->text() : "dropped";
     }
 
     static std::string textOf(const Sent& sent) {
-        return (sent.goesUp ? "up " : "down GEM " + std::to_string(sent.gem) + " ") + sent.frame.text();
+        return (sent.goesUp ? "up " : "down GEM index " + std::to_string(sent.gemIndex) + " ") + sent.frame.text();
     }
 
     static std::string hopsOf(const Sent& sent) {
-        const Walk walk = sent.goesUp ? onu().sendFromPort("sid0", sent.frame, Learning::Off)
-                                      : onu().sendFromPon(sent.gem, sent.frame, Learning::Off);
+        const Walk walk = walkOf(sent);
         std::string text;
         for (const auto& hop : walk.hops.all()) text += "\n  " + hop.device + ": " + hop.detail;
         for (const auto& drop : walk.drops) text += "\n  " + drop.device + ": " + drop.reason;
         return text;
     }
 
-    static std::string textOf(const Board& board) {
-        std::string text = "\n mode " + std::to_string(board.port.downstreamMode);
-        const g988::Tables tables = tablesOf(board, kFirstPortId, kFirstIndex);
-        const auto& tagging = tables.uniPorts.at(0).tagging;
-        if (tagging)
+    static std::string textOf(const Tables& tables) {
+        std::string text;
+        if (const auto& tagging = tables.uniPorts.at(0).tagging) {
+            text += "\n mode " + std::to_string(tagging->downstreamMode);
             for (const g988::TaggingRow& row : tagging->rows())
                 text += "\n " + row.text() + ", removes " + std::to_string(row.tagsToRemove);
-        for (const auto& side : board.sides)
-            text += "\n bridge " + std::to_string(side.bridge) + " operation " + std::to_string(side.operation);
+        }
+        for (const auto& [bridge, sides] : tables.bridges)
+            for (const g988::PonPort& side : sides)
+                text += "\n bridge " + std::to_string(bridge) + " operation " +
+                        std::to_string(side.filter.forwardOperation);
         return text;
     }
 
     // Whether the device does what the standard says.
-    bool fares(const Board& board, const Sent& sent) {
+    bool fares(const Tables& tables, const Sent& sent) {
         const auto device = deviceFate(sent);
-        const Fate wanted = standardFate(board, sent);
+        const Fate wanted = standardFate(tables, sent);
         ++frames_;
         if (!device || *device == wanted) return true;
         ADD_FAILURE() << "change " << changes_ << ": " << textOf(sent) << ": the standard says " << textOf(wanted)
-                      << ", the device " << textOf(*device) << hopsOf(sent) << textOf(board);
+                      << ", the device " << textOf(*device) << hopsOf(sent) << textOf(tables);
         return false;
     }
 
-    bool sendFrames(const Board& board, RandomTables& chance) {
+    bool sendFrames(const Tables& tables, RandomTables& chance) {
         for (unsigned i = 0; i < kFramesOfATable; i += 3) {
-            const Sent up{true, 0, chance.frameUp(board)};
-            if (!fares(board, up)) return false;
-            if (const auto left = board.up(up.frame); left && !fares(board, {false, left->gem, left->frame}))
+            const Sent up{true, 0, chance.frameUp(tables)};
+            if (!fares(tables, up)) return false;
+            if (const auto left = standard::up(tables, up.frame);
+                left && !fares(tables, {false, left->gemIndex, left->frame}))
                 return false;
-            if (!fares(board, {false, chance.gemPort(), chance.frameDown(board)})) return false;
+            if (!fares(tables, {false, chance.gemIndex(), chance.frameDown(tables)})) return false;
         }
         return true;
     }
 
-    static std::vector<Sent> watched(const Board& before, const Board& after, RandomTables& chance) {
+    static std::vector<Sent> watched(const Tables& before, const Tables& after, RandomTables& chance) {
         std::vector<Sent> result;
         for (unsigned i = 0; i < kWatchedFrames; ++i) {
-            const Sent up{true, 0, chance.frameUp(before)}, down{false, chance.gemPort(), chance.frameDown(before)};
+            const Sent up{true, 0, chance.frameUp(before)}, down{false, chance.gemIndex(), chance.frameDown(before)};
             for (const Sent& sent : {up, down})
                 if (standardFate(before, sent) == standardFate(after, sent)) result.push_back(sent);
         }
         return result;
     }
 
-    void change(const Board& before, const Board& after, RandomTables& chance, bool isWatched) {
-        const g988::Plan plan = g988::planOf(tablesOf(after, kFirstPortId, kFirstIndex));
+    void change(const Tables& before, const Tables& after, RandomTables& chance, bool isWatched) {
+        const g988::Plan plan = g988::planOf(after);
         ASSERT_TRUE(plan.refusals.empty()) << plan.refusals.front().text();
         std::vector<Sent> sent;
         if (isWatched) sent = watched(before, after, chance);
@@ -143,20 +150,21 @@ protected:
 };
 
 TEST_F(RandomTablesTest, FramesFareAsTheTablesSay) {
-    RandomTables chance(numberFrom("VORN_G988_SEED", 1), kFirstPortId, kGemPorts);
+    RandomTables chance(numberFrom("VORN_G988_SEED", 1), kFirstIndex, kGemPorts);
     const unsigned most = numberFrom("VORN_G988_FRAMES", 20000);
-    Board board;
-    board.port.bridges = {1};
+    Tables tables;
+    tables.uniPorts[0].bridges = {1};
+    tables.uniPorts[0].tagging.emplace();
     while (frames_ < most && !HasFailure()) {
-        Board changed = board;
+        Tables changed = tables;
         // Two things at once may let a frame through for a moment that the one dropped before and the other drops now.
         const unsigned things = 1 + chance.below(2);
         for (unsigned left = things; left > 0; --left) chance.change(changed);
         ++changes_;
-        change(board, changed, chance, things == 1);
+        change(tables, changed, chance, things == 1);
         if (HasFatalFailure()) return;
-        board = changed;
-        if (!sendFrames(board, chance)) return;
+        tables = std::move(changed);
+        if (!sendFrames(tables, chance)) return;
         onu().clearTrace();
     }
     RecordProperty("frames", static_cast<int>(frames_));

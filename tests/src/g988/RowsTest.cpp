@@ -71,7 +71,19 @@ constexpr const char* k200To321P5 = "F8000000 80640000 400F0000 00050A0C";
 constexpr const char* kTwoTagsLoseOuter = "88000000 88000000 400F0000 000F0000";
 constexpr const char* kTwoTagsInto321 = "88000000 80320000 800F0000 00090A0C";
 
-TEST_F(PlannedBoard, RowsDoToFramesWhatTheySay) {
+class Tagging : public PlannedBoard {
+protected:
+    std::string goesUp(const Frame& sent) {
+        const auto walk = onu().sendFromPort("sid0", sent);
+        return walk.exits.empty() ? "" : walk.exits.front().frame.text();
+    }
+    std::string comesDown(const Frame& sent) {
+        const auto walk = onu().sendFromPon(kFirstPortId, sent);
+        return walk.exits.empty() ? "" : walk.exits.front().frame.text();
+    }
+};
+
+TEST_F(Tagging, RowsDoToFramesWhatTheySay) {
     const VlanTag service = tag(900, 1, kServiceTpid);
     const struct {
         std::vector<const char*> rows;
@@ -95,85 +107,30 @@ TEST_F(PlannedBoard, RowsDoToFramesWhatTheySay) {
     };
     for (const auto& one : cases) {
         carryOut(g988::planOf(tablesWith(tableOf(one.rows))));
-        const auto walk =
-            one.goesUp ? onu().sendFromPort("sid0", frame(one.sent)) : onu().sendFromPon(kFirstPortId, frame(one.sent));
-        EXPECT_EQ(walk.exits.empty() ? "" : walk.exits.front().frame.text(), one.leaves) << one.rows.front();
+        EXPECT_EQ(one.goesUp ? goesUp(frame(one.sent)) : comesDown(frame(one.sent)), one.leaves) << one.rows.front();
     }
 }
 
-struct Mode {
-    std::uint8_t mode;
-    const char *same, *otherPbits, *otherVid;  // what becomes of VID 321 p5, 321 p3, 500 p5
-};
-
-class DownstreamModes : public PlannedBoard, public ::testing::WithParamInterface<Mode> {};
-
-TEST_P(DownstreamModes, CompareAndTakeBackWhatTheySay) {
-    const Mode& mode = GetParam();
-    carryOut(g988::planOf(tablesWith(tableOf({k100To321P5}, mode.mode))));
-    const auto comesDown = [&](const VlanTag& tag) {
-        const auto walk = onu().sendFromPon(kFirstPortId, frame({tag}));
-        return walk.exits.empty() ? std::string() : walk.exits.front().frame.text();
-    };
-    EXPECT_EQ(comesDown(tag(321, 5)), mode.same);
-    EXPECT_EQ(comesDown(tag(321, 3)), mode.otherPbits);
-    EXPECT_EQ(comesDown(tag(500, 5)), mode.otherVid);
-}
-
-INSTANTIATE_TEST_SUITE_P(All, DownstreamModes,
-                         ::testing::Values(Mode{0, "VID 100 p0, IPv4", "VID 100 p0, IPv4", ""},
-                                           Mode{1, "VID 321 p5, IPv4", "VID 321 p3, IPv4", "VID 500 p5, IPv4"},
-                                           Mode{2, "VID 100 p0, IPv4", "VID 321 p3, IPv4", "VID 500 p5, IPv4"},
-                                           Mode{3, "VID 100 p5, IPv4", "VID 100 p3, IPv4", "VID 500 p5, IPv4"},
-                                           Mode{4, "VID 321 p0, IPv4", "VID 321 p3, IPv4", "VID 500 p0, IPv4"},
-                                           Mode{5, "VID 100 p0, IPv4", "", ""},
-                                           Mode{6, "VID 100 p5, IPv4", "VID 100 p3, IPv4", ""},
-                                           Mode{7, "VID 321 p0, IPv4", "", "VID 500 p0, IPv4"}, Mode{8, "", "", ""}),
-                         [](const auto& test) { return "Mode" + std::to_string(test.param.mode); });
-
-class Tagging : public PlannedBoard {
-protected:
-    std::string goesUp(const Frame& sent) {
-        const auto walk = onu().sendFromPort("sid0", sent);
-        return walk.exits.empty() ? "" : walk.exits.front().frame.text();
+// What becomes of VID 321 p5, VID 321 p3 and VID 500 p5 where VID 100 has become VID 321 p5, by modes.
+TEST_F(Tagging, DownstreamModesCompareAndTakeBackWhatTheySay) {
+    const struct {
+        const char *same, *otherPbits, *otherVid;
+    } modes[] = {{"VID 100 p0, IPv4", "VID 100 p0, IPv4", ""},
+                 {"VID 321 p5, IPv4", "VID 321 p3, IPv4", "VID 500 p5, IPv4"},
+                 {"VID 100 p0, IPv4", "VID 321 p3, IPv4", "VID 500 p5, IPv4"},
+                 {"VID 100 p5, IPv4", "VID 100 p3, IPv4", "VID 500 p5, IPv4"},
+                 {"VID 321 p0, IPv4", "VID 321 p3, IPv4", "VID 500 p0, IPv4"},
+                 {"VID 100 p0, IPv4", "", ""},
+                 {"VID 100 p5, IPv4", "VID 100 p3, IPv4", ""},
+                 {"VID 321 p0, IPv4", "", "VID 500 p0, IPv4"},
+                 {"", "", ""}};
+    for (std::uint8_t mode = 0; mode < std::size(modes); ++mode) {
+        SCOPED_TRACE(int{mode});
+        carryOut(g988::planOf(tablesWith(tableOf({k100To321P5}, mode))));
+        EXPECT_EQ(comesDown(frame({tag(321, 5)})), modes[mode].same);
+        EXPECT_EQ(comesDown(frame({tag(321, 3)})), modes[mode].otherPbits);
+        EXPECT_EQ(comesDown(frame({tag(500, 5)})), modes[mode].otherVid);
     }
-    std::string comesDown(const Frame& sent) {
-        const auto walk = onu().sendFromPon(kFirstPortId, sent);
-        return walk.exits.empty() ? "" : walk.exits.front().frame.text();
-    }
-};
-
-TEST_F(Tagging, PortsWithoutRowsPassEverything) {
-    for (const auto& tagging : {std::optional<g988::TaggingTable>(), std::optional<g988::TaggingTable>(tableOf({}))}) {
-        carryOut(g988::planOf(tablesWith(tagging)));
-        for (const Frame& sent : {frame({}), frame({tag(7, 3)}), frame({tag(7), tag(8, 1)})}) {
-            EXPECT_EQ(goesUp(sent), sent.text());
-            EXPECT_EQ(comesDown(sent), sent.text());
-        }
-    }
-}
-
-// Each table names its own two TPIDs, whichever they are.
-TEST_F(Tagging, TpidsAreThoseOfTheTable) {
-    constexpr std::uint16_t kInput = 0x9100, kOutput = 0x9200;
-    g988::TaggingTable table = tableOf({"F8000000 80325000 400F0000 00080A0E"});  // VID 100 to 321, p-bits kept
-    table.inputTpid = kInput;
-    table.outputTpid = kOutput;
-    carryOut(g988::planOf(tablesWith(table)));
-    EXPECT_EQ(goesUp(frame({tag(100, 3, kInput)})), "VID 321 p3 TPID 0x9200, IPv4");
-    EXPECT_EQ(goesUp(frame({tag(100, 3)})), "VID 100 p3, IPv4") << "a default row";
-    EXPECT_EQ(comesDown(frame({tag(321, 3, kOutput)})), "VID 100 p3 TPID 0x9100, IPv4");
-    EXPECT_EQ(comesDown(frame({tag(321, 3)})), "") << "no row has written it";
-}
-
-TEST_F(Tagging, DeletedDefaultRowDrops) {
-    g988::TaggingTable table = tableOf({k100To321});
-    EXPECT_TRUE(table.erase(rowOf("F8000000 E8000000 00000000 00000000")));
-    EXPECT_FALSE(table.erase(rowOf("F8000000 E8000000 00000000 00000000")));
-    carryOut(g988::planOf(tablesWith(table)));
-    EXPECT_EQ(goesUp(frame({tag(200)})), "");
-    EXPECT_EQ(goesUp(frame({tag(100)})), "VID 321 p0, IPv4");
-    EXPECT_EQ(goesUp(frame({})), "untagged IPv4");
 }
 
 // Codes in fields that nobody looks at are no second row.
@@ -213,37 +170,24 @@ TEST_P(Refusals, NameTheRowAndTheReason) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, Refusals,
-    ::testing::Values(
-        Refused{"Dhcp", "F8000000 F8000010 000F0000 00000A0C", nothing, "UDP ports"},
-        Refused{"FilterPbits", "F8000000 90320000 400F0000 00080A0C", nothing, "filter has a reserved code"},
-        Refused{"FilterVid", "F8000000 87FF8000 400F0000 00080A0C", nothing, "filter has a reserved code"},
-        Refused{"OuterTagAlone", "80320000 F8000000 400F0000 00080A0C", nothing, "no inner one"},
-        Refused{"EtherType", "F8000000 80320007 400F0000 00080A0C", nothing, "EtherType"},
-        Refused{"TreatmentPbits", "F8000000 80320000 400F0000 000B0A0C", nothing, "treatment has a reserved code"},
-        Refused{"TreatmentTpid", "F8000000 80320000 400F0000 00080A0D", nothing, "treatment has a reserved code"},
-        Refused{"DscpMap", kUntaggedByDscp, [](g988::Tables& tables) { tables.uniPorts[0].tagging->dscpMap[46] = 6; },
-                "no other map"},
-        Refused{"BridgeOfARow", k100To321, [](g988::Tables& tables) { tables.uniPorts[0].bridges = {2}; },
-                "not in its bridge"},
-        Refused{"Mode", "", [](g988::Tables& tables) { tables.uniPorts[0].tagging->downstreamMode = 9; },
-                "downstream mode"},
-        Refused{"Operation", "", [](g988::Tables& tables) { tables.bridges[1][0].filter.forwardOperation = 0x22; },
-                "forward operation"},
-        Refused{"ListTooLong", "", [](g988::Tables& tables) { tables.bridges[1][0].filter.list.resize(13); },
-                "12 entries"},
-        Refused{"DefaultPbits", "", [](g988::Tables& tables) { tables.bridges[1][0].mapper.defaultPbits = 8; },
-                "default p-bits"},
-        Refused{"Queue", "",
-                [](g988::Tables& tables) {
-                    tables.bridges[1][0].mapper.places[3] = g988::GemPlace{10, 8};
-                },
-                "queue above 7"},
-        Refused{"UnmarkedByDscp", "",
-                [](g988::Tables& tables) {
-                    tables.bridges[1][0].mapper.unmarked = g988::PbitMapper::Unmarked::FromDscp;
-                    tables.bridges[1][0].mapper.places[5] = g988::GemPlace{11, 0};
-                },
-                "by their DSCP"}),
+    ::testing::Values(Refused{"Dhcp", "F8000000 F8000010 000F0000 00000A0C", nothing, "UDP ports"},
+                      Refused{"OuterTagAlone", "80320000 F8000000 400F0000 00080A0C", nothing, "no inner one"},
+                      Refused{"DscpMap", kUntaggedByDscp,
+                              [](g988::Tables& tables) { tables.uniPorts[0].tagging->dscpMap[46] = 6; },
+                              "no other map"},
+                      Refused{"BridgeOfARow", k100To321, [](g988::Tables& tables) { tables.uniPorts[0].bridges = {2}; },
+                              "not in its bridge"},
+                      Refused{"ListTooLong", "",
+                              [](g988::Tables& tables) { tables.bridges[1][0].filter.list.resize(13); }, "12 entries"},
+                      Refused{"DefaultPbits", "",
+                              [](g988::Tables& tables) { tables.bridges[1][0].mapper.defaultPbits = 8; },
+                              "default p-bits"},
+                      Refused{"UnmarkedByDscp", "",
+                              [](g988::Tables& tables) {
+                                  tables.bridges[1][0].mapper.unmarked = g988::PbitMapper::Unmarked::FromDscp;
+                                  tables.bridges[1][0].mapper.places[5] = g988::GemPlace{11, 0};
+                              },
+                              "by their DSCP"}),
     [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace

@@ -93,19 +93,6 @@ TEST_F(ServicesTest, DeletedRowsComeBack) {
     EXPECT_EQ(up(session), "GEM 1000 queue 0: VID 321 p0, PPPoE session");
 }
 
-TEST_F(ServicesTest, PbitsChooseTheGemPort) {
-    auto made = services();
-    auto record = pon(1, "0141", 1000);
-    record.pbitMap[5] = {1001, 7};
-    record.pbitMap.erase(6);
-    ASSERT_TRUE(made.setPonPort(record).done);
-    ASSERT_TRUE(made.setUni(row(1, 20, 321)).done);
-    EXPECT_EQ(up(tagged(20, 1)), "GEM 1000 queue 1: VID 321 p1, IPv4");
-    EXPECT_EQ(up(tagged(20, 5)), "GEM 1001 queue 7: VID 321 p5, IPv4");
-    EXPECT_EQ(up(tagged(20, 6)), "");
-    for (const unsigned gemPort : {1000u, 1001u}) EXPECT_EQ(down(gemPort, tagged(321, 2)), "sid0: VID 20 p2, IPv4");
-}
-
 TEST_F(ServicesTest, MulticastGoesToItsBridgeAlone) {
     auto made = services();
     ASSERT_TRUE(made.setPonPort(pon(1, "0141", 1000)).done);

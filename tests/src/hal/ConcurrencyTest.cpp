@@ -2,7 +2,6 @@
 // at once that may be. Meant for the thread sanitizer; what each thread achieves is checked as well.
 #include <algorithm>
 #include <atomic>
-#include <cstdio>
 #include <deque>
 #include <functional>
 #include <thread>
@@ -12,38 +11,27 @@
 #include "bridge/BridgeControl.h"
 #include "device/Counters.h"
 #include "hal/HALFactory.h"
-#include "hal/ProvisioningRecords.h"
+#include "support/InternetService.h"
 #include "support/OnuFixture.h"
 #include "support/Wait.h"
 
 namespace {
 
 constexpr std::uint32_t kAskAgain = 0x10002251;
-constexpr std::uint16_t kGemPort = 1000, kMulticastGemPort = 4000;
+constexpr std::uint16_t kMulticastGemPort = 4000;
 constexpr int kCycles = 12;
 
 VornHal& hal() {
     return *HALFactory::getInstance()->CreateHALObject(0);
 }
 
-BridgeServiceProvisioning service(std::uint16_t bridgeId, std::uint16_t gemPort, bool multicast) {
-    BridgeServiceProvisioning record{};
-    record.bridgeId = bridgeId;
-    record.gemPortId = gemPort;
-    std::snprintf(record.vlanTciFilterList, sizeof record.vlanTciFilterList, "0064");
-    record.forwardOperation = 4;
-    record.numberOfEntries = 1;
-    record.trafficModel = 2;
-    record.pbitMap[0] = {gemPort, 2};
-    record.isMulticast = record.multicastService = multicast;
-    return record;
-}
-
 // One service with its port, announced to the gateway, and a multicast service beside it; then all of it taken back.
 void provisionOnce() {
-    const auto internet = service(3, kGemPort, false);
-    const auto video = service(3, kMulticastGemPort, true);
-    UniDataProvisioning row{1, 1, 3, 3, 0x8100, 0x8100, 0, 0, 1, 0, 0, 4096, 15, 0, 4096, 15, 0, 4, 0, 15, 4, 100, 0};
+    const auto internet = internet_service::service();
+    auto video = internet;
+    video.gemPortId = video.pbitMap[0].first = kMulticastGemPort;
+    video.isMulticast = video.multicastService = 1;
+    UniDataProvisioning row = internet_service::row(3);
     hal().vorn_omci_hal_configureBridge(3, 0);
     hal().vorn_omci_hal_configureAniTagRules(&internet);
     hal().vorn_omci_hal_filter_flow_add(&row);
@@ -143,7 +131,7 @@ void announce(int turn) {
 
 TEST_F(Concurrency, SevenThreadsAtOnceDoNotDisturbOneAnother) {
     constexpr int kTurns = 30;
-    onu().addGemPort(kGemPort, 7);
+    onu().addGemPort(internet_service::kGemPort, 7);
     onu().addGemPort(kMulticastGemPort, 8);
     onu().addDevice("veip0");
     onu().writeFile("/var/mcpd.conf", "igmp-snooping-interfaces br0\n");

@@ -37,13 +37,10 @@ constexpr const char* kNothing = "";
 constexpr const char* kDetached = "\nDetached from terminal";  // unless the test leads a session already
 
 void fillRecords() {
-    row.bridgeId = host.bridgeId = 3;
+    row.bridgeId = 3;
     row.addFlag = 1;
     row.uniPort = 1;
-    host.uniPort = 2;
-    host.ipAddress = "10.0.0.5";
-    host.subnetMask = "255.255.255.0";
-    host.gateway = "10.0.0.1";
+    host = internet_service::ipHost(2);
 }
 
 struct Slot {

@@ -124,49 +124,6 @@ TEST_F(HostileValues, OfABridgeServiceLeaveNothingThatItsRemovalDoesNotTake) {
     }
 }
 
-TEST_F(HostileValues, OfThePonSideAreTakenBack) {
-    const std::string before = onu().stateText();
-    withLimits(TContProvisioning{256, 3, 0}, [&](TContProvisioning tcont) {
-        hal().vorn_omci_hal_tcont_set(nullptr, &tcont);
-        withLimits(XGEMConfig{tcont.allocId, 2000, 7, 0, 2, 7, 255}, [](XGEMConfig port) {
-            hal().vorn_omci_hal_gemflow_add(&port);
-            XgemStatusRecord status{port.xgemPortId, 255};
-            hal().vorn_omci_hal_set_gemPortStatus(&status);
-            hal().vorn_omci_hal_gemflow_del(&port);
-        });
-        hal().vorn_omci_hal_tcont_reset(nullptr, &tcont);
-        EXPECT_LE(onu().gemPorts().size(), 1u);
-    });
-    EXPECT_EQ(onu().gemPorts().size(), 1u) << "the fixture's own is all that is left of " << before;
-}
-
-TEST_F(HostileValues, OfAVeipServiceAreTakenBack) {
-    std::string list(4096, 'f');
-    onu().setGateway(virtual_onu::GatewayMode::Silent);
-    engine().insertGemPortMapEntry(kGemPort, 7);
-    ASSERT_TRUE(onu().addDevice("gpon0.0"));
-    const auto* text = reinterpret_cast<const unsigned char*>(list.c_str());
-    hal().vorn_omci_hal_veip_createRules(kGemPort, 65535, 65535, 254, text, 2);
-    EXPECT_EQ(engine().omci_service_num_get(), 1);
-    hal().vorn_omci_hal_veip_createRules(kGemPort, 65535, 65535, 255, text, 65535);
-    hal().vorn_omci_hal_veip_deleteRules(kGemPort, 65535, 65535, 254, text, 2);
-    EXPECT_EQ(engine().omci_service_num_get(), 0);
-    EXPECT_FALSE(onu().deviceExists("veip0"));
-}
-
-TEST_F(HostileValues, TextsOfAnIpHostThatAreLongerThanTheirKindReachNoCommand) {
-    IpHostProvision host{};
-    host.bridgeId = host.uniPort = 65535;
-    for (auto* text : {&host.macAddress, &host.ipAddress, &host.subnetMask, &host.gateway}) text->assign(5000, 'a');
-    for (const std::uint8_t dhcp : {std::uint8_t{0}, std::uint8_t{255}}) {
-        host.dhcpEnabled = dhcp;
-        hal().vorn_omci_hal_provisionIpHost(&host);
-        hal().vorn_omci_hal_deprovisionIpHost(&host);
-    }
-    for (const auto& command : onu().shellCommands())
-        EXPECT_EQ(command.text.find("aaaa"), std::string::npos) << command.text;
-}
-
 TEST_F(HostileValues, ANameLongerThanTheKernelsReachesNoOtherDevice) {
     const std::string longest(kKernelNameLength, 'x');
     ASSERT_TRUE(onu().addDevice(longest));

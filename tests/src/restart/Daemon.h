@@ -64,9 +64,9 @@ private:
 
 class Daemon {
 public:
-    explicit Daemon(const Folder& folder) {
+    explicit Daemon(const ScratchDirectory& folder) {
         static int number = 0;
-        const std::string copy = folder.path("libhal-" + std::to_string(++number) + ".so");
+        const std::string copy = folder.file("libhal-" + std::to_string(++number) + ".so");
         fs::copy_file(fs::canonical(VORN_HAL_LIBRARY), copy);
         library_ = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL);
         if (library_ == nullptr) throw std::runtime_error(dlerror());
@@ -186,7 +186,7 @@ class RestartFixture : public ::testing::Test {
 protected:
     void SetUp() override { onu().reset(); }
     static VirtualOnu& onu() { return VirtualOnu::instance(); }
-    std::string state() const { return folder_.path("hal.state"); }
+    std::string state() const { return folder_.file("hal.state"); }
     // A new board without a state file.
     void startOver() const {
         onu().reset();
@@ -205,7 +205,7 @@ protected:
     // The records of another life's file, behind the header with this board's boot id.
     void putRecordsOf(const std::string& file) const {
         constexpr std::size_t kHeader = 64;
-        write(state(), read(state()).substr(0, kHeader) + file.substr(kHeader));
+        write(state(), contentOf(state()).substr(0, kHeader) + file.substr(kHeader));
     }
 
     // The log's lines about restarts.
@@ -221,7 +221,7 @@ protected:
                            [&](const auto& line) { return line.find(part) != std::string::npos; });
     }
 
-    Folder folder_;
+    const ScratchDirectory folder_;
 };
 
 }  // namespace restart_tests

@@ -50,35 +50,5 @@ TEST_F(FileSize, StaysBelowOneMebibyteWhileAFullDeviceIsProvisionedAndChanged) {
     EXPECT_EQ(onu().ruleCount(), 0U) << "each of them was in the file";
 }
 
-// Full entries of the rule map, a bridge each: a commit with all of them is more than a record may hold, so it goes
-// into several.
-TEST_F(FileSize, AFileThatIsOpenedLateTakesMoreThanARecordHolds) {
-    constexpr std::uint16_t kFullEntries = 420;
-    constexpr std::size_t kRulesOfAnEntry = 96;
-    Daemon daemon(folder_);
-    make(daemon, 0, 2);  // T-CONT and GEM port
-    BridgeServiceProvisioning record = service();
-    record.numberOfEntries = 12;
-    std::string list;
-    for (const char digit : {'0', '1', '2', '3', '4', '5', '6', '7', '8', '9', 'a', 'b'})
-        list += std::string("006") + digit;
-    std::snprintf(record.vlanTciFilterList, sizeof record.vlanTciFilterList, "%s", list.c_str());
-    for (std::uint8_t pbits = 0; pbits < 8; ++pbits) record.pbitMap[pbits] = {kGemPort, pbits};
-    for (std::uint16_t bridge = 1; bridge <= kFullEntries; ++bridge) {
-        record.bridgeId = bridge;
-        ASSERT_EQ(daemon->vorn_omci_hal_configureBridge(bridge, 0), 0);
-        ASSERT_EQ(daemon->vorn_omci_hal_configureAniTagRules(&record), 0);
-    }
-    ASSERT_EQ(daemon.open(state()), 0);
-    EXPECT_GT(fs::file_size(state()), kMaxCount);
-    daemon.kill();
-    Daemon next(folder_);
-    EXPECT_GT(next.open(state()), kFullEntries);
-    EXPECT_FALSE(saidThat("forgotten"));
-    const std::size_t rules = onu().ruleCount();
-    EXPECT_EQ(next->vorn_omci_hal_deprovisionAniSideBridge(&record), 0);
-    EXPECT_GE(rules - onu().ruleCount(), kRulesOfAnEntry) << "known to the next life";
-}
-
 }  // namespace
 }  // namespace restart_tests

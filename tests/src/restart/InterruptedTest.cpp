@@ -62,14 +62,10 @@ TEST_F(Interrupted, ARuleOfAnotherProgramStays) {
 
 // ---- never half done ----
 
+constexpr std::uint16_t kHostPort = 5;
+
 IpHostProvision host(bool dhcp) {
-    IpHostProvision record{};
-    record.bridgeId = 3;
-    record.uniPort = 5;
-    record.macAddress = "02:00:00:00:00:77";
-    record.ipAddress = "10.0.0.5";
-    record.subnetMask = "255.255.255.0";
-    record.gateway = "10.0.0.1";
+    IpHostProvision record = internet_service::ipHost(kHostPort);
     record.dhcpEnabled = dhcp ? 1 : 0;
     return record;
 }
@@ -97,20 +93,6 @@ UniDataProvisioning dscpRow() {
     UniDataProvisioning record = row(true);
     record.uniPort = 1;  // sid1
     record.innerTreatmentPrio = 10;
-    return record;
-}
-
-// A multicast service of the bridge, on the second GEM port.
-BridgeServiceProvisioning group() {
-    BridgeServiceProvisioning record = service();
-    record.gemPortId = record.pbitMap[0].first = kGemPort + 1;
-    record.isMulticast = record.multicastService = 1;
-    record.inputTpid = record.outputTpid = 0x8100;
-    record.filterTagCount = 1;
-    record.outerVlanIdFilter = record.outerVlanIdAction = record.innerVlanIdAction = 4096;
-    record.outerVlanPrioFilter = record.outerVlanPrioAction = record.innerVlanPrioAction = 15;
-    record.innerVlanIdFilter = 900;
-    record.innerVlanPrioFilter = 4;
     return record;
 }
 
@@ -154,7 +136,8 @@ std::vector<Interruption> interruptions() {
         {"provisionIpHost, DHCP", provisioned, asks(&VornHal::vorn_omci_hal_provisionIpHost, host(true)), 2, 5, false},
         {"deprovisionIpHost, static", withStaticHost, asks(&VornHal::vorn_omci_hal_deprovisionIpHost, host(false)), 2,
          5, false},
-        {"a multicast service", provisioned, asks(&VornHal::vorn_omci_hal_configureAniTagRules, group()), 1, 3, false},
+        {"a multicast service", provisioned,
+         asks(&VornHal::vorn_omci_hal_configureAniTagRules, group(3, kGemPort + 1, 900)), 1, 3, false},
         {"veip_createRules", provisioned, gateway(true), 1, 5, false},
         {"veip_deleteRules", withGateway, gateway(false), 1, 5, false},
         {"gemflow_del", provisioned, asks(&VornHal::vorn_omci_hal_gemflow_del, gem()), 1, 3, false},
@@ -227,7 +210,7 @@ TEST_F(NeverHalfDone, AnOperationIsTakenBackOrFinishedAndMayBeMadeAgain) {
         const unsigned every = everyCall ? 1 : one.every;
         for (unsigned deviceCall = everyCall ? 1 : one.first; dieWithin(one, deviceCall); deviceCall += every) {
             SCOPED_TRACE(one.what + ", device call " + std::to_string(deviceCall));
-            const std::string file = read(state());
+            const std::string file = contentOf(state());
             goOn(one, untouched, done, whole);
             if (deviceCall > 1) {
                 SCOPED_TRACE("before it");

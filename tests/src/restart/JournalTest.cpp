@@ -19,7 +19,7 @@ constexpr const char* kBoot = "11111111-2222-3333-4444-555555555555";
 
 class JournalTest : public ::testing::Test {
 protected:
-    std::string path() const { return folder_.path("hal.state"); }
+    std::string path() const { return folder_.file("hal.state"); }
 
     // A file with entries that come, grow and go, and an operation that did not end.
     std::string sample() {
@@ -44,7 +44,7 @@ protected:
         journal.intend(stepOf(kit::Step::CreateDevice, "sid0.4"));
         journal.result(7);
         journal.intend(stepOf(kit::Step::FreeRules, "sid0", std::uint16_t{1}));
-        return read(path());
+        return contentOf(path());
     }
 
     // What another process would find.
@@ -61,7 +61,7 @@ protected:
         return {opened, journal.entries(), journal.unfinished().size(), problem};
     }
 
-    Folder folder_;
+    const ScratchDirectory folder_;
     std::string problem_;
 };
 
@@ -115,7 +115,7 @@ TEST_F(JournalTest, EveryChangedByteIsFound) {
             const Found found = open();
             EXPECT_FALSE(found.opened);
             EXPECT_FALSE(found.problem.empty());
-            EXPECT_EQ(read(path()), changed) << "a file that is refused stays as it is";
+            EXPECT_EQ(contentOf(path()), changed) << "a file that is refused stays as it is";
         }
     }
 }
@@ -140,8 +140,8 @@ TEST_F(JournalTest, TheFileIsForItsOwnerAlone) {
 }
 
 TEST_F(JournalTest, UnsafePlacesAreRefused) {
-    const std::string other = folder_.path("other");
-    const std::string shared = folder_.path("shared");
+    const std::string other = folder_.file("other");
+    const std::string shared = folder_.file("shared");
     write(other, "");
     fs::create_directory(shared);
     struct Case {
@@ -151,7 +151,7 @@ TEST_F(JournalTest, UnsafePlacesAreRefused) {
     };
     const Case cases[] = {
         {"is a link", [&] { fs::create_symlink(other, path()); }, path()},
-        {"is a link", [&] { fs::create_symlink(folder_.path("nothing"), path()); }, path()},
+        {"is a link", [&] { fs::create_symlink(folder_.file("nothing"), path()); }, path()},
         {"more than one name", [&] { fs::create_hard_link(other, path()); }, path()},
         {"no plain file", [&] { mkfifo(path().c_str(), 0600); }, path()},
         {"others can write it",
@@ -168,9 +168,9 @@ TEST_F(JournalTest, UnsafePlacesAreRefused) {
              fs::create_directory(shared + "/below");
          },
          shared + "/below/file"},
-        {"", [&] { fs::create_directory_symlink(shared, folder_.path("way")); }, folder_.path("way") + "/file"},
-        {"", [] {}, folder_.path("missing") + "/file"},
-        {"no name", [] {}, folder_.path()},
+        {"", [&] { fs::create_directory_symlink(shared, folder_.file("way")); }, folder_.file("way") + "/file"},
+        {"", [] {}, folder_.file("missing") + "/file"},
+        {"no name", [] {}, folder_.file("")},
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(one.path + ": " + one.reason);
@@ -182,33 +182,13 @@ TEST_F(JournalTest, UnsafePlacesAreRefused) {
         EXPECT_FALSE(journal.open(one.path, kBoot, &problem));
         EXPECT_FALSE(problem.empty());
         EXPECT_NE(problem.find(one.reason), std::string::npos) << problem;
-        EXPECT_EQ(read(other), "") << "written through";
-        EXPECT_FALSE(fs::exists(folder_.path("nothing")));
+        EXPECT_EQ(contentOf(other), "") << "written through";
+        EXPECT_FALSE(fs::exists(folder_.file("nothing")));
         EXPECT_TRUE(fs::is_empty(shared) || fs::is_empty(shared + "/below"));
     }
     fs::permissions(shared, fs::perms(01777));
     Journal journal;
     EXPECT_TRUE(journal.open(shared + "/file", kBoot, &problem_)) << "a sticky directory is safe: " << problem_;
-}
-
-TEST_F(JournalTest, ItStaysSmall) {
-    Journal journal;
-    ASSERT_TRUE(journal.open(path(), kBoot, &problem_));
-    std::size_t largest = 0;
-    const std::string value(2688, 'r');  // 96 rules
-    for (int round = 0; round < 20; ++round) {
-        for (std::uint16_t service = 0; service < 64; ++service) {
-            journal.begin();
-            journal.put(keyOf(kit::Entry::Rules, "gpon", service), value.substr(static_cast<std::size_t>(round)));
-            journal.end();
-            largest = std::max(largest, static_cast<std::size_t>(fs::file_size(path())));
-        }
-    }
-    EXPECT_LT(largest, 1U << 20);
-    const auto before = journal.entries();
-    EXPECT_EQ(before.size(), 64U);
-    journal = Journal();
-    EXPECT_EQ(open().entries, before);
 }
 
 // A library that holds much already, and opens its file late, has it all in one commit.

@@ -186,7 +186,7 @@ TEST_F(WithinARestart, TheNextOneGoesOnFromAFileThatWasBeingMadeSmaller) {
         const ssize_t size = pread(oldFile, bytes.data(), bytes.size(), 0);
         close(oldFile);
         bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
-        const std::string smaller = read(state());
+        const std::string smaller = contentOf(state());
         ASSERT_GT(bytes.size(), smaller.size());
         if (named == File::Old) write(state(), bytes);
         if (other == File::Old) write(beside(), bytes);
@@ -234,7 +234,7 @@ protected:
         onu().onTrace([&](const virtual_onu::TraceEntry&) { writing.sizes.push_back(fs::file_size(state())); });
         calls[last](daemon.hal());
         onu().onTrace(nullptr);
-        writing.file = read(state());
+        writing.file = contentOf(state());
         writing.sizes.push_back(writing.file.size());
         return writing;
     }

@@ -23,7 +23,7 @@ protected:
     }
     // The daemon has closed the descriptors, and the file is not to be found: nothing can be written or removed.
     void putWithoutPlace(Journal& journal, const char* device) const {
-        const fs::path place = fs::path(folder_.path()).parent_path();
+        const fs::path place = fs::path(folder_.file("")).parent_path();
         const fs::path aside = place.string() + "-aside";
         closeAll();
         fs::rename(place, aside);
@@ -112,9 +112,9 @@ TEST_F(Loss, AForkedProcessWritesOnlyWhenTheOneBeforeItHasEnded) {
         daemon.kill();
         if (detaches) {
             EXPECT_FALSE(isFree()) << "the forked process has it now";
-            EXPECT_NE(read(path()).find("br4"), std::string::npos);
+            EXPECT_NE(contentOf(path()).find("br4"), std::string::npos);
         } else {
-            EXPECT_EQ(read(path()).find("br4"), std::string::npos);
+            EXPECT_EQ(contentOf(path()).find("br4"), std::string::npos);
             EXPECT_EQ(entries(), 3U) << "br3, br5, br6";
         }
     }

@@ -128,7 +128,7 @@ TEST_F(Owner, ADescriptorThatTheDaemonHasTakenOverIsLeftAlone) {
     for (const bool logFile : {true, false}) {
         SCOPED_TRACE(logFile ? "a log in its place" : "pipes in its place");
         prepare(false);
-        const std::string log = folder_.path("daemon.log");
+        const std::string log = folder_.file("daemon.log");
         Process daemon([&] {
             Journal journal;
             if (!open(journal)) return false;
@@ -153,7 +153,7 @@ TEST_F(Owner, ADescriptorThatTheDaemonHasTakenOverIsLeftAlone) {
         });
         EXPECT_TRUE(daemon.answer());
         daemon.kill();
-        EXPECT_EQ(read(log), "");
+        EXPECT_EQ(contentOf(log), "");
         EXPECT_EQ(entries(), 3U);
     }
 }
@@ -186,7 +186,7 @@ TEST_F(Owner, AFileThatWasMovedOrReplacedIsGivenUpAndTheOtherOneIsLeftAlone) {
                 EXPECT_NE(reported.find("no longer in its place"), std::string::npos) << reported;
             }
             EXPECT_EQ(fs::exists(path()), one.elsewhere);
-            EXPECT_EQ(one.elsewhere ? read(path()) : "not ours", "not ours");
+            EXPECT_EQ(one.elsewhere ? contentOf(path()) : "not ours", "not ours");
         }
 }
 

@@ -79,7 +79,7 @@ private:
 
 class OwningFixture : public ::testing::Test {
 protected:
-    std::string path() const { return folder_.path("hal.state"); }
+    std::string path() const { return folder_.file("hal.state"); }
 
     static bool open(Journal& journal, const std::string& path, std::string* problem) {
         return journal.open(path, "11111111-2222-3333-4444-555555555555", problem);
@@ -106,10 +106,10 @@ protected:
     bool isOfFolder(int fd) const {
         std::error_code error;
         const std::string target = fs::read_symlink("/proc/self/fd/" + std::to_string(fd), error).string() + "/";
-        return target.find(folder_.path()) == 0;
+        return target.find(folder_.file("")) == 0;
     }
     void prepare(bool exists) {
-        for (const auto& entry : fs::directory_iterator(folder_.path())) fs::remove(entry.path());
+        for (const auto& entry : fs::directory_iterator(folder_.file(""))) fs::remove(entry.path());
         if (!exists) return;
         Journal journal;
         ASSERT_TRUE(open(journal));
@@ -120,7 +120,7 @@ protected:
             if (isOfFolder(fd)) close(fd);
     }
 
-    Folder folder_;
+    const ScratchDirectory folder_;
 };
 
 }  // namespace restart_tests

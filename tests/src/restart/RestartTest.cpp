@@ -1,4 +1,5 @@
-// Daemons that are killed between two operations, and what the next one finds.
+// What a daemon finds that opens the file of one that was killed, and what it refuses. Killed within calls and between
+// them: InterruptedTest.cpp, LivesTest.cpp and vorn-kill-sweep.
 #include <cerrno>
 #include <cstdlib>
 
@@ -29,14 +30,6 @@ nlohmann::json leveledDevice() {
 
 namespace {
 
-// Devices, bridges, rules, GEM ports and T-CONTs, without what counts up over a board's life.
-std::string device() {
-    const auto json = VirtualOnu::instance().toJson();
-    nlohmann::json kept;
-    for (const char* part : {"network", "vlan", "pon", "runner"}) kept[part] = json.at(part);
-    return kept.dump(1);
-}
-
 class Restart : public RestartFixture {};
 
 // Somebody else's hands on a device with the internet service.
@@ -60,30 +53,6 @@ struct DeviceLosses {
             EXPECT_EQ(std::system(command), 0);
     }
 };
-
-TEST_F(Restart, AfterEachCallTheNextDaemonGoesOnAsIfItWereTheSame) {
-    std::vector<std::string> whole;
-    {
-        Daemon daemon(folder_);
-        for (std::size_t i = 0; i < internet().size(); ++i) {
-            make(daemon, i, i + 1);
-            whole.push_back(device());
-        }
-    }
-    for (std::size_t killedAfter = 0; killedAfter < internet().size(); ++killedAfter) {
-        SCOPED_TRACE(internet()[killedAfter].name);
-        live([&](VornHal& hal) {
-            for (std::size_t i = 0; i <= killedAfter; ++i) internet()[i].make(hal);
-        });
-        Daemon second(folder_);
-        EXPECT_GT(second.open(state()), 0);
-        EXPECT_EQ(device(), whole[killedAfter]) << "opening the state is no change";
-        make(second, killedAfter + 1, internet().size());
-        EXPECT_EQ(device(), whole.back());
-        EXPECT_FALSE(saidThat("forgotten"));
-        EXPECT_FALSE(saidThat("not in the state"));
-    }
-}
 
 // ---- what differs from the file ----
 
@@ -123,17 +92,17 @@ TEST_F(Restart, WhatIsRefusedLeavesLibraryAndFileAlone) {
     Daemon first(folder_);
     ASSERT_EQ(first.open(state()), 0);
     make(first, 0, kProvisioning);
-    EXPECT_EQ(first.open(folder_.path("other")), -1) << "another one is open";
+    EXPECT_EQ(first.open(folder_.file("other")), -1) << "another one is open";
     EXPECT_GT(first.open(state()), 0) << "the same once more";
     first.kill();
-    const std::string whole = read(state());
+    const std::string whole = contentOf(state());
 
     std::string broken = whole;
     broken[whole.size() / 2] ^= 1;
     write(state(), broken);
     Daemon second(folder_);
     EXPECT_EQ(second.open(state()), -1);
-    EXPECT_EQ(read(state()), broken);
+    EXPECT_EQ(contentOf(state()), broken);
     EXPECT_EQ(second.clean(), -1) << "no state is open";
 
     write(state(), whole);
@@ -181,7 +150,7 @@ TEST_F(Restart, AFileThatIsLostIsToldInTheLogAndNoLongerCounted) {
         bool opensAtOnce;  // before the next operation
     } cases[] = {{"removed", [&] { fs::remove(state()); }, false},
                  {"removed, opened at once", [&] { fs::remove(state()); }, true},
-                 {"renamed, opened at once", [&] { fs::rename(state(), folder_.path("aside")); }, true}};
+                 {"renamed, opened at once", [&] { fs::rename(state(), folder_.file("aside")); }, true}};
     for (const auto& one : cases) {
         SCOPED_TRACE(one.what);
         startOver();

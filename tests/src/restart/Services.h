@@ -24,6 +24,23 @@ enum class Kind {
     Multicast,  // downstream of a UNI
 };
 
+// A multicast service.
+inline BridgeServiceProvisioning group(std::uint16_t bridge, std::uint16_t gemPort, std::uint16_t vid) {
+    BridgeServiceProvisioning record{};
+    record.gemPortId = gemPort;
+    record.bridgeId = bridge;
+    record.isMulticast = record.multicastService = 1;
+    record.trafficModel = 2;
+    record.pbitMap[0] = {gemPort, 2};
+    record.inputTpid = record.outputTpid = 0x8100;
+    record.filterTagCount = 1;
+    record.outerVlanIdFilter = record.outerVlanIdAction = record.innerVlanIdAction = 4096;
+    record.outerVlanPrioFilter = record.outerVlanPrioAction = record.innerVlanPrioAction = 15;
+    record.innerVlanIdFilter = vid;
+    record.innerVlanPrioFilter = 4;
+    return record;
+}
+
 // A service of its own T-CONT, GEM port, bridge, VID and UNI.
 struct Service {
     std::uint16_t number;  // from 0
@@ -39,7 +56,9 @@ struct Service {
         return all;
     }
     // What configureAniTagRules is called with.
-    BridgeServiceProvisioning record() const { return kind == Kind::Multicast ? group() : listed(); }
+    BridgeServiceProvisioning record() const {
+        return kind == Kind::Multicast ? group(bridge(), gemPort(), vid) : listed();
+    }
 
 private:
     Calls ponCalls() const {
@@ -77,21 +96,6 @@ private:
         record.bridgeId = bridge();
         record.pbitMap[0].first = gemPort();
         std::snprintf(record.vlanTciFilterList, sizeof record.vlanTciFilterList, "%s", filterList().c_str());
-        return record;
-    }
-    BridgeServiceProvisioning group() const {
-        BridgeServiceProvisioning record{};
-        record.gemPortId = gemPort();
-        record.bridgeId = bridge();
-        record.isMulticast = record.multicastService = 1;
-        record.trafficModel = 2;
-        record.pbitMap[0] = {gemPort(), 2};
-        record.inputTpid = record.outputTpid = 0x8100;
-        record.filterTagCount = 1;
-        record.outerVlanIdFilter = record.outerVlanIdAction = record.innerVlanIdAction = 4096;
-        record.outerVlanPrioFilter = record.outerVlanPrioAction = record.innerVlanPrioAction = 15;
-        record.innerVlanIdFilter = vid;
-        record.innerVlanPrioFilter = 4;
         return record;
     }
     UniDataProvisioning uniRow() const {

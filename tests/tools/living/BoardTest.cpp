@@ -33,10 +33,6 @@ protected:
         return start(words, socket());
     }
     const std::vector<std::string> daemon_ = {"exec", "--quiet", "--name", "lab", "--", kDaemon, "--stay"};
-    static ProgramResult tool(std::vector<std::string> words) {
-        words.insert(words.begin(), kTool);
-        return runProgram(words);
-    }
     ScratchDirectory scratch_;
     RuntimeDirectory runtime_;
 };
@@ -209,7 +205,7 @@ TEST_F(Board, InAFileGoesOnUnderItsNameWithTheNextProgram) {
     const std::string file = scratch_.file("board");
     auto run = start({"exec", "--quiet", "--name", "lab", "--board", file, "--", kDaemon, "--stay"});
     ASSERT_TRUE(run->prints("the service is up")) << run->output();
-    EXPECT_EQ(tool({"at", "lab", "board", "links.sid1=down"}).code, 0);
+    EXPECT_EQ(runTool({"at", "lab", "board", "links.sid1=down"}).code, 0);
     const pid_t program = BoardClient(socket()).ask({{"do", "hello"}}).at("board").at("process");
     kill(program, SIGKILL);
     EXPECT_EQ(run->exitCode(), 128 + SIGKILL) << run->output();
@@ -242,14 +238,14 @@ TEST_F(Board, GivesThePlaceOfAClientThatHasLeftToAnotherOne) {
 TEST_F(Board, OfAScenarioStaysAndTakesCallsWithTheSameChecks) {
     const auto run = start({"run", kScenarios + "/internet.json", "--stay", "--quiet", "--name", "lab"});
     // The scenario takes its service back; the board is as it is before that, and frames pass.
-    EXPECT_EQ(tool({"at", "lab", "send", "--from", "sid0"}).code, 0);
-    EXPECT_EQ(tool({"at", "lab", "call", "configureBridge", "bridgeId=9", "uniPort=0", "result=0"}).code, 0);
-    EXPECT_EQ(tool({"at", "lab", "expect", "bridges={\"br9\": {}}"}).code, 0);
-    EXPECT_EQ(tool({"at", "lab", "expect", "bridges={\"br10\": {}}"}).code, 1);
-    const ProgramResult wrong = tool({"at", "lab", "call", "configureBridge", "bridge=9"});
+    EXPECT_EQ(runTool({"at", "lab", "send", "--from", "sid0"}).code, 0);
+    EXPECT_EQ(runTool({"at", "lab", "call", "configureBridge", "bridgeId=9", "uniPort=0", "result=0"}).code, 0);
+    EXPECT_EQ(runTool({"at", "lab", "expect", "bridges={\"br9\": {}}"}).code, 0);
+    EXPECT_EQ(runTool({"at", "lab", "expect", "bridges={\"br10\": {}}"}).code, 1);
+    const ProgramResult wrong = runTool({"at", "lab", "call", "configureBridge", "bridge=9"});
     EXPECT_EQ(wrong.code, 2);
     expectHas(wrong.output, {"did you mean 'bridgeId'"});
-    expectHas(tool({"at", "lab", "show"}).output, {"br9"});
+    expectHas(runTool({"at", "lab", "show"}).output, {"br9"});
     run->signal(SIGTERM);
     EXPECT_EQ(run->exitCode(), 0) << run->output();
     EXPECT_FALSE(BoardClient(socket()).connected());
@@ -257,11 +253,11 @@ TEST_F(Board, OfAScenarioStaysAndTakesCallsWithTheSameChecks) {
 
 TEST_F(Board, OfAnOltsOnuTakesCallsAndFrames) {
     const auto run = start({"omci", "--listen", "unix:" + scratch_.file("olt"), "--quiet", "--name", "lab"});
-    EXPECT_EQ(tool({"at", "lab", "call", "vorn_omci_hal_sn_get", "size=64", "result=0"}).code, 0);
-    const ProgramResult sent = tool({"at", "lab", "send", "--from", "sid0", "--vlan", "20"});
+    EXPECT_EQ(runTool({"at", "lab", "call", "vorn_omci_hal_sn_get", "size=64", "result=0"}).code, 0);
+    const ProgramResult sent = runTool({"at", "lab", "send", "--from", "sid0", "--vlan", "20"});
     EXPECT_EQ(sent.code, 1) << sent.output;
     expectHas(sent.output, {"dropped at sid0"});
-    EXPECT_EQ(tool({"at", "lab", "send", "--from", "sid77"}).code, 2);
+    EXPECT_EQ(runTool({"at", "lab", "send", "--from", "sid77"}).code, 2);
 }
 
 // ---- events ----
@@ -359,7 +355,7 @@ TEST_F(Board, ThatIsStoppedIsToldOfAndGoesOnLater) {
 
 TEST_F(Board, HasItsNameAloneAndReplacesWhatAKilledRunHasLeft) {
     auto run = start(daemon_);
-    const ProgramResult second = tool({"exec", "--name", "lab", "--", "/bin/sh", "-c", "echo has run"});
+    const ProgramResult second = runTool({"exec", "--name", "lab", "--", "/bin/sh", "-c", "echo has run"});
     EXPECT_EQ(second.code, 2);
     expectHas(second.output, {"'lab' runs already"});
     EXPECT_EQ(second.output.find("has run"), std::string::npos) << "nothing is run";
@@ -368,17 +364,17 @@ TEST_F(Board, HasItsNameAloneAndReplacesWhatAKilledRunHasLeft) {
     EXPECT_EQ(found.st_mode & 0777U, 0700U);
     ASSERT_EQ(stat((runtime_.path() + "/vorn-onu").c_str(), &found), 0);
     EXPECT_EQ(found.st_mode & 0777U, 0700U);
-    expectHas(tool({"ls"}).output, {"lab"});
+    expectHas(runTool({"ls"}).output, {"lab"});
     run->signal(SIGKILL);
     run->exitCode();
     EXPECT_EQ(stat(socket().c_str(), &found), 0) << "left behind";
-    EXPECT_EQ(tool({"ls"}).output, "No board runs.\n");
-    EXPECT_EQ(tool({"at", "lab", "show"}).code, 2);
+    EXPECT_EQ(runTool({"ls"}).output, "No board runs.\n");
+    EXPECT_EQ(runTool({"at", "lab", "show"}).code, 2);
     start(daemon_);
 }
 
 TEST_F(Board, HasANameThatIsNoPathAndADirectoryThatIsTheUsersAlone) {
-    const auto runWith = [](const std::string& name) { return tool({"exec", "--name", name, "--", "/bin/true"}); };
+    const auto runWith = [](const std::string& name) { return runTool({"exec", "--name", name, "--", "/bin/true"}); };
     for (const char* name : {"", "../x", "a/b", ".x", "-x", "a b", "\x1b[2J"}) EXPECT_EQ(runWith(name).code, 2) << name;
     EXPECT_EQ(runWith(std::string(41, 'x')).code, 2);
     EXPECT_EQ(runWith(std::string(40, 'x')).code, 0);

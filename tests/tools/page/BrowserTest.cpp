@@ -1,5 +1,6 @@
 // The page in a browser: what its script does, and how it looks.
 #include <list>
+#include <regex>
 #include <utility>
 
 #include "tools/page/Browser.h"
@@ -178,7 +179,7 @@ TEST_F(PageInBrowser, FitsFromFourHundredPixelsOn) {
 
 class PageOfManyServices : public PageInBrowser {
 protected:
-    static constexpr int kServices = 64, kFirstBridge = 3, kFirstVid = 100, kFirstGemPort = 1001;
+    static constexpr int kServices = 64;
 
     void SetUp() override {
         PageInBrowser::SetUp();
@@ -191,28 +192,21 @@ protected:
     }
     // Of every fourth the queue cannot be set; rows that take any tag hide those of later services on their port.
     static void addService(json& steps, int i) {
-        const int bridge = kFirstBridge + i, gemPort = kFirstGemPort + i, vid = kFirstVid + i;
         if (i % 4 == 0) steps.push_back({{"fault", {{"function", "tmctl_setQueueCfg"}}}});
-        steps.push_back({{"call", "vorn_omci_hal_gemflow_add"}, {"tContAllocId", 256}, {"xgemPortId", gemPort}});
-        steps.push_back({{"call", "vorn_omci_hal_configureBridge"}, {"bridgeId", bridge}, {"uniPort", 0}});
-        steps.push_back(
-            {{"call", "vorn_omci_hal_configureAniTagRules"},
-             {"bridgeId", bridge},
-             {"gemPortId", gemPort},
-             {"trafficModel", "1-filter"},
-             {"forwardOperation", 4},
-             {"vlanTciFilterList", {{{"vid", vid}}}},
-             {"pbitMap",
-              {{{"pbit", 0}, {"gemPort", gemPort}, {"queue", 0}}, {{"pbit", "others"}, {"gemPort", "none"}}}}});
-        steps.push_back({{"call", "vorn_omci_hal_filter_flow_add"},
-                         {"bridgeId", bridge},
-                         {"uniPort", 1 + i % 4},
-                         {"filterType", "single"},
-                         {"tagAction", "translate"},
-                         {"removeType", "outer"},
-                         {"innerFilterVlanId", vid},
-                         {"innerTreatmentVlanId", vid},
-                         {"innerTreatmentPrio", 0}});
+        std::string service = R"([
+            {"call": "gemflow_add", "tContAllocId": 256, "xgemPortId": GEM},
+            {"call": "configureBridge", "bridgeId": BRIDGE, "uniPort": 0},
+            {"call": "configureAniTagRules", "bridgeId": BRIDGE, "gemPortId": GEM, "trafficModel": "1-filter",
+             "forwardOperation": 4, "vlanTciFilterList": [{"vid": VID}],
+             "pbitMap": [{"pbit": 0, "gemPort": GEM, "queue": 0}, {"pbit": "others", "gemPort": "none"}]},
+            {"call": "filter_flow_add", "bridgeId": BRIDGE, "uniPort": UNI, "filterType": "single",
+             "tagAction": "translate", "removeType": "outer", "innerFilterVlanId": VID, "innerTreatmentVlanId": VID,
+             "innerTreatmentPrio": 0}])";
+        const std::pair<const char*, int> numbers[] = {
+            {"BRIDGE", 3 + i}, {"GEM", 1001 + i}, {"VID", 100 + i}, {"UNI", 1 + i % 4}};
+        for (const auto& [word, number] : numbers)
+            service = std::regex_replace(service, std::regex(word), std::to_string(number));
+        for (const json& step : json::parse(service)) steps.push_back(step);
     }
     int count(const std::string& selector) {
         return browser_->value("[...document.querySelectorAll('" + selector +

@@ -1,24 +1,14 @@
 // The virtual ONU inside of programs that close, fork, load and change what they like.
 #include <unistd.h>
 
-#include <algorithm>
-
-#include <nlohmann/json.hpp>
-
 #include "support/Emulated.h"
 #include "support/Sanitized.h"
 #include "support/Wait.h"
-#include "tools/vorn-onu/RunProgram.h"
+#include "tools/vorn-onu/ReadJson.h"
 
 namespace {
 
 using nlohmann::json;
-
-bool hasDevice(const json& state, const std::string& name) {
-    if (!state.is_object()) return false;
-    const json& devices = state["network"]["devices"];
-    return std::any_of(devices.begin(), devices.end(), [&](const json& one) { return one["name"] == name; });
-}
 
 class Awkward : public ::testing::Test {
 protected:
@@ -32,9 +22,7 @@ protected:
     }
     std::string state() const { return scratch_.file("state.json"); }
     std::string trace() const { return scratch_.file("trace.txt"); }
-    json stateJson(const std::string& behind = "") const {
-        return json::parse(contentOf(state() + behind), nullptr, false);
-    }
+    json stateJson(const std::string& behind = "") const { return readJson(state() + behind); }
 
     ScratchDirectory scratch_;
 };
@@ -120,7 +108,7 @@ protected:
         words.insert(words.end(), {"--", LOADER_BINARY, how});
         return runProgram(words);
     }
-    bool bridgeStands() const { return hasDevice(json::parse(contentOf(state_), nullptr, false), "br3"); }
+    bool bridgeStands() const { return hasDevice(readJson(state_), "br3"); }
 
     ScratchDirectory scratch_;
     std::string state_ = scratch_.file("state.json");

@@ -72,15 +72,6 @@ TEST_F(ExecBoard, AllProcessesOfAProgramWorkOnTheOneBoard) {
     EXPECT_EQ(state()["network"]["bridges"].size(), 2U);
 }
 
-TEST_F(ExecBoard, IsOneRunsAtATime) {
-    SKIP_WHEN_EMULATED(kHostPrograms);
-    const ProgramResult inner = exec(kTool + " exec --board " + board_ + " -- /bin/echo it runs");
-    EXPECT_EQ(inner.code, 2) << inner.output;
-    EXPECT_TRUE(has(inner.output, board_ + ": the board is in use by another program")) << inner.output;
-    EXPECT_FALSE(has(inner.output, "it runs"));
-    EXPECT_EQ(exec("true").code, 0) << "and free again";
-}
-
 TEST_F(ExecBoard, ABadFileIsRefusedBeforeAnythingRuns) {
     SKIP_WHEN_EMULATED(kHostPrograms);
     scratch_.write("board", "{\"format\":\"vorn-onu board\",\"version\":3}\n");

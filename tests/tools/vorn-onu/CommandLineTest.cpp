@@ -43,9 +43,7 @@ TEST(CommandLine, WhatMakesNoSenseIsRefusedInOneLineThatSaysWhatIsMeant) {
          "send: --pbits: belongs behind the --vlan that it describes"},
     };
     for (const auto& one : cases) {
-        std::vector<std::string> words = {kTool};
-        words.insert(words.end(), one.words.begin(), one.words.end());
-        const ProgramResult result = runProgram(words);
+        const ProgramResult result = runTool(one.words);
         EXPECT_EQ(result.code, 2) << one.line;
         EXPECT_EQ(result.output.rfind(std::string("vorn-onu: ") + one.line, 0), 0u) << result.output;
         EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1) << result.output;

@@ -58,14 +58,11 @@ TEST(HostileFiles, DepthAndSizeHaveLimitsThatAreNamed) {
     const ScratchDirectory scratch;
     const std::string brackets(60000, '[');
     const std::string deep = scratch.write("deep.json", R"({"title": "t", "steps": )" + brackets);
-    const std::string folder = scratch.file(".");
     const struct {
         std::string file, reported;
     } cases[] = {
         {deep, "is nested deeper than 64 levels"},
         {"/dev/zero", "is larger than 32 MB"},
-        {folder, "is a directory"},
-        {scratch.file("none"), "cannot be opened: No such file or directory"},
     };
     for (const auto& one : cases) {
         const ProgramResult run = runProgram({kTool, "run", one.file});

@@ -22,9 +22,8 @@ namespace {
 
 const std::string kCapture = VORN_SCENARIO_DIR "/omci/internet.pcap";
 
-ProgramResult omciOf(std::vector<std::string> words) {
-    words.insert(words.begin(), {VORN_ONU_BINARY, "omci"});
-    return runProgram(words);
+ProgramResult omciOf(const std::vector<std::string>& words) {
+    return runTool({"omci"}, words);
 }
 
 // The messages of a capture as text, but for the first ones, and the answers changed by `change`.

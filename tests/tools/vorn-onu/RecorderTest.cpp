@@ -15,10 +15,7 @@ using Json = nlohmann::ordered_json;
 class Recorder : public ::testing::Test {
 protected:
     ProgramResult record(const std::vector<std::string>& program, const std::string& recording) {
-        std::vector<std::string> words = {VORN_ONU_BINARY,     "exec",     "--quiet", "--json",
-                                          file("daemon.json"), "--record", recording, "--"};
-        words.insert(words.end(), program.begin(), program.end());
-        return runProgram(words);
+        return runTool({"exec", "--quiet", "--json", file("daemon.json"), "--record", recording, "--"}, program);
     }
     ProgramResult recordDaemon(const std::string& mode) {
         return record({TEST_DAEMON_BINARY, "record", mode}, file("recording.json"));
@@ -66,9 +63,8 @@ TEST_F(Recorder, ARecordingSaysWhatItsServicesGoBy) {
     EXPECT_EQ(recorded("g988")["forwarding"], "g988");
     expectTheSameReplayed();
     const std::string byG988 = "Forwarding as G.988 says", byContract = "Forwarding by the HAL's contract";
-    const auto heading = [&](std::vector<std::string> words) {
-        words.insert(words.begin(), {VORN_ONU_BINARY, "run", file("recording.json")});
-        return runProgram(words).output;
+    const auto heading = [&](const std::vector<std::string>& words) {
+        return runTool({"run", file("recording.json")}, words).output;
     };
     expectHas(heading({}), {byG988});
     expectHas(heading({"--forwarding", "contract"}), {byContract});

@@ -163,11 +163,6 @@ TEST(Restart, AScenarioGoesOnWithTheBoardOfAFile) {
     EXPECT_EQ(run(json::array({tcontIsThere})).code, 0) << "also in parts";
     EXPECT_FALSE(has(contentOf(board), "\"run."));
     EXPECT_FALSE(std::filesystem::exists(board + ".lock"));
-
-    const std::string one = std::string(VORN_SCENARIO_DIR) + "/bridge.json";
-    const ProgramResult several = runProgram({kTool, "run", one, one, "--board", board});
-    EXPECT_EQ(several.code, 2);
-    EXPECT_TRUE(has(several.output, "--board goes with one scenario")) << several.output;
 }
 
 }  // namespace

@@ -59,6 +59,14 @@ inline ProgramResult runProgram(std::vector<std::string> words) {
     return result;
 }
 
+#ifdef VORN_ONU_BINARY
+inline ProgramResult runTool(std::vector<std::string> words, const std::vector<std::string>& more = {}) {
+    words.insert(words.begin(), kTool);
+    words.insert(words.end(), more.begin(), more.end());
+    return runProgram(std::move(words));
+}
+#endif
+
 inline std::string contentOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     std::ostringstream text;

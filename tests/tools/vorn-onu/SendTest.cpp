@@ -73,9 +73,7 @@ TEST(Send, BothWaysTellsWhetherAFrameComesBackAsItWent) {
         {{"--from", "sid0", "--vlan", "21"}, 1, "no rule matches"},
     };
     for (const auto& one : cases) {
-        std::vector<std::string> words = {kTool, "send", kInternet, "--both-ways"};
-        words.insert(words.end(), one.words.begin(), one.words.end());
-        const ProgramResult run = runProgram(words);
+        const ProgramResult run = runTool({"send", kInternet, "--both-ways"}, one.words);
         EXPECT_EQ(run.code, one.code) << run.output;
         expectHas(run.output, {one.reported});
     }

@@ -14,12 +14,6 @@ namespace {
 
 using nlohmann::json;
 
-bool hasDevice(const json& device, const std::string& name) {
-    if (device.is_discarded()) return false;
-    const json& all = device.at("network").at("devices");
-    return std::any_of(all.begin(), all.end(), [&](const json& one) { return one.at("name") == name; });
-}
-
 // ---- bad scenarios: nothing runs, one line says where and what ----
 
 const char* const kTypes =
