@@ -87,10 +87,15 @@ class Copy:
         return done.stdout if done.returncode != 0 else None
 
     def _wrong_lines(self, output):
-        """(file, line) of each error and of the notes that explain it."""
-        found, blamed = set(), False
-        for match in re.finditer(r"^(\S+?):(\d+):\d+: (error|note|warning|fatal error): ", output, re.M):
+        """(file, line) of each error, of the notes that explain it, and of what instantiated the template that it is in."""
+        found, blamed, users = set(), False, []
+        for match in re.finditer(r"^(\S+?):(\d+):\d+: (?:(error|note|warning|fatal error): |  required from here)", output, re.M):
+            place = os.path.relpath(os.path.join(self.build_dir, match[1]), self.tree), int(match[2])
+            if match[3] is None:  # comes in front of what it explains
+                users.append(place)
+                continue
             blamed = match[3] != "warning" and (blamed or match[3] != "note")
             if blamed:
-                found.add((os.path.relpath(os.path.join(self.build_dir, match[1]), self.tree), int(match[2])))
+                found.update([place, *users])
+            users = []
         return found
