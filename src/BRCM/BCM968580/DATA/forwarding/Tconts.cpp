@@ -32,11 +32,7 @@ std::optional<std::uint16_t> allocIdOf(std::uint16_t tContIndex) {
 class TcontToBind {
 public:
     explicit TcontToBind(const TContProvisioning& record)
-        : allocId_(record.allocId),
-          index_(record.tContIndex),
-          allocIdBefore_(allocIdOf(index_)),
-          queuesBefore_(allocIdBefore_ || !kit::tcontQueue(index_, 0) ? std::vector<TmctlQueueCfg>()
-                                                                      : kit::tcontQueues(index_)) {}
+        : allocId_(record.allocId), index_(record.tContIndex), allocIdBefore_(allocIdOf(index_)) {}
 
     // What is refused; "": nothing was. With another alloc-id the T-CONT keeps the queues that GEM ports have set.
     std::string make() {
@@ -48,24 +44,18 @@ public:
         return "";
     }
     void undo(Rollback& rollback) {
-        const std::string binding = "the binding of " + nameOfTcont(index_);
         if (allocIdBefore_) {
-            if (!kit::bindTcont(index_, *allocIdBefore_)) rollback.cannotRestore(binding);
-        } else if (queuesBefore_.empty()) {
+            if (!kit::bindTcont(index_, *allocIdBefore_))
+                rollback.cannotRestore("the binding of " + nameOfTcont(index_));
+        } else {
             kit::resetTcont(index_);
             if (kit::tcontQueue(index_, 0)) rollback.stays(nameOfTcont(index_));
-        } else {  // another process has bound it; the kit does not say to what
-            for (const TmctlQueueCfg& queue : queuesBefore_)
-                if (!kit::setTcontQueue(index_, queue))
-                    rollback.cannotRestore("queue " + std::to_string(queue.queueId));
-            rollback.cannotRestore(binding);
         }
     }
 
 private:
     const std::uint16_t allocId_, index_;
     const std::optional<std::uint16_t> allocIdBefore_;
-    const std::vector<TmctlQueueCfg> queuesBefore_;
 };
 
 // The binding goes last: it is not to undo.
