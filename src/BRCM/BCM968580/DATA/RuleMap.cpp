@@ -52,14 +52,21 @@ void noteRulesOf(const VLAN_RULE_MAP_ENTRY& entry) {
     kit::noteChange(kit::Entry::Rules, entry.ifName, entry.phyId);
 }
 
-// Keeps the rules that `gone` does not say so of; the number of the others.
+// Takes out the rules that `gone` says so of; their number. The last one takes the place of each, as when a row is
+// deleted: an operation that is run again meets the others in the order in which it would have.
 template <typename Gone>
 std::uint32_t thinOut(VLAN_RULE_INFO* rules, std::uint32_t* count, Gone gone) {
-    VLAN_RULE_INFO* const end = std::remove_if(rules, rules + *count, gone);
-    const auto erased = static_cast<std::uint32_t>(rules + *count - end);
-    std::fill_n(end, erased, VLAN_RULE_INFO{});
-    *count -= erased;
-    return erased;
+    const std::uint32_t before = *count;
+    for (std::uint32_t i = 0; i < *count;) {
+        if (!gone(rules[i])) {
+            ++i;
+            continue;
+        }
+        VLAN_RULE_INFO& last = rules[--*count];
+        rules[i] = last;
+        last = {};
+    }
+    return before - *count;
 }
 
 // False when the active area is full.
