@@ -55,6 +55,19 @@ Service randomService(std::uint16_t number, std::mt19937& random) {
     return one;
 }
 
+// A multicast service gets rules on the VEIP's device if there is one. On a new board there is none for a service that
+// comes before the VEIP; but there is one if an earlier life had made it, and the service is new.
+bool meetsTheVeipTooEarly(const std::vector<Service>& all, const std::vector<Service>& earlier) {
+    const auto isIn = [](const std::vector<Service>& services, const Service& wanted) {
+        return std::any_of(services.begin(), services.end(),
+                           [&](const Service& one) { return one.number == wanted.number; });
+    };
+    const auto veip = std::find_if(all.begin(), all.end(), [](const Service& one) { return one.kind == Kind::Veip; });
+    if (veip == all.end() || !isIn(earlier, *veip)) return false;
+    return std::any_of(all.begin(), veip,
+                       [&](const Service& one) { return one.kind == Kind::Multicast && !isIn(earlier, one); });
+}
+
 // A daemon that is killed somewhere, once or twice, and then asks for what it wants: all it had asked for, or some.
 void Lives::liveAndDie(unsigned seed) {
     SCOPED_TRACE(seed);
@@ -79,7 +92,7 @@ void Lives::liveAndDie(unsigned seed) {
         dying.kill();
     }
     goOn(callsOf(some), expected);
-    if (HasFailure() || seed % 3 != 0) return;
+    if (HasFailure() || seed % 3 != 0 || meetsTheVeipTooEarly(all, some)) return;
     // One more that wants all of it again.
     const auto whole = neverDied(callsOf(all));
     startOver();
