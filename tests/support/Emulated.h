@@ -6,7 +6,9 @@
 
 #if defined(VORN_EMULATED)
 #define SKIP_WHEN_EMULATED(why) GTEST_SKIP() << (why)
+constexpr bool kEmulated = true;
 #else
+constexpr bool kEmulated = false;
 #define SKIP_WHEN_EMULATED(why) static_cast<void>(why)
 #endif
 

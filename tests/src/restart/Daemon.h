@@ -22,6 +22,7 @@
 #include "hal/ProvisioningRecords.h"
 #include "hal/VornHal.h"
 #include "src/restart/Files.h"
+#include "support/Emulated.h"
 #include "support/InternetService.h"
 
 namespace restart_tests {
@@ -65,7 +66,10 @@ public:
         const auto factory = symbol<void* (*)()>("_ZN10HALFactory11getInstanceEv");
         const auto create = symbol<VornHal* (*)(void*, int)>("_ZN10HALFactory15CreateHALObjectEi");
         hal_ = create(factory(), 0);
-        answers_.emplace(symbol<pthread_mutex_t*>("syncOmciRgLock"), symbol<pthread_cond_t*>("syncOmciRgCond"));
+        // The emulator does not follow threads that start after a fork, as each test does: there a message takes its
+        // second.
+        if (!kEmulated)
+            answers_.emplace(symbol<pthread_mutex_t*>("syncOmciRgLock"), symbol<pthread_cond_t*>("syncOmciRgCond"));
     }
     Daemon(const Daemon&) = delete;
     Daemon& operator=(const Daemon&) = delete;
