@@ -88,15 +88,25 @@ void closeRange(const std::string& way, int fd) {
     if (way == "closefrom") closefrom(fd);
 }
 
+constexpr const char* kDeviceFile = "/var/mcpd.conf";
+
+// A file of the program's own that has the number of the device's, which was closed. -1: another thread's has it.
+int takeNumber(const std::string& own, const std::string& way) {
+    const int device = open(kDeviceFile, O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    if (write(device, "device", 6) != 6) fail("the device's file cannot be written");
+    closeRange(way, device);
+    const int file = open(own.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    if (file == device) return file;
+    close(file);
+    return -1;
+}
+
 // The device's number is closed somehow and given to a file of the program's own.
 void reuseNumbers(const std::string& own) {
-    constexpr const char* kDeviceFile = "/var/mcpd.conf";
     for (const char* way : {"function", "system call", "closefrom"}) {
-        const int device = open(kDeviceFile, O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        if (write(device, "device", 6) != 6) fail("the device's file cannot be written");
-        closeRange(way, device);
-        const int file = open(own.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        if (file != device) fail("the number is not taken again");
+        int file = -1;
+        for (int tries = 0; tries < 1000 && file < 0; ++tries) file = takeNumber(own, way);
+        if (file < 0) fail("the number is not taken again");
         if (write(file, "own", 3) != 3) fail("not the program's file");
         close(file);
         if (contentOf(own) != "own") fail("the program's own file is another one");
