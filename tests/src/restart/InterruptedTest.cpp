@@ -130,6 +130,9 @@ std::vector<Interruption> interruptions() {
         {"deprovisionUniSideBridge", provisioned, asks(&VornHal::vorn_omci_hal_deprovisionUniSideBridge, service()), 1,
          3, false},
         {"filter_flow_add, away", provisioned, asks(&VornHal::vorn_omci_hal_filter_flow_add, row(false)), 1, 3, false},
+        // It leaves one of the row's two downstream rules, and takes that too when it is made twice.
+        {"a row is deleted", provisioned, asks(&VornHal::vorn_omci_hal_filter_flow_add, deletion(row(true))), 1, 1,
+         false},
         {"a row by DSCP", provisioned, asks(&VornHal::vorn_omci_hal_filter_flow_add, dscpRow()), 1, 3, false},
         {"provisionIpHost", provisioned, asks(&VornHal::vorn_omci_hal_provisionIpHost, host(false)), 1, 5, false},
         {"deprovisionIpHost", withDhcpHost, asks(&VornHal::vorn_omci_hal_deprovisionIpHost, host(true)), 1, 5, false},
