@@ -1,13 +1,18 @@
 // Real packets: Linux's own programs in two network namespaces, a customer's and an operator's, with the virtual ONU
 // between them. The namespaces belong to processes of the test and go with them, whatever becomes of it.
+#include <poll.h>
 #include <sched.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -188,6 +193,29 @@ TEST_F(Taps, ProcessThatUsesTheDeviceLastHasThePorts) {
     if (kThreadsEndWithFork) GTEST_SKIP() << kWhyNoFork;
     startDaemon("forking");
     giveAddresses();
+}
+
+// One whose thread asks late, as that of the daemon's parent may.
+TEST_F(Taps, StayWithTheProcessThatBeganLastToUseItsBoard) {
+    startDaemon();
+    giveAddresses();
+    const std::string environment = contentOf("/proc/" + std::to_string(daemon()) + "/environ");
+    const std::size_t run = environment.find("VORN_ONU_RUN=");
+    ASSERT_NE(run, std::string::npos);
+    const std::string path = std::string(environment.c_str() + run + std::strlen("VORN_ONU_RUN=")) + "/taps";
+    sockaddr_un place{};
+    place.sun_family = AF_UNIX;
+    ASSERT_LT(path.size(), sizeof place.sun_path);
+    path.copy(place.sun_path, path.size());
+    const int late = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+    ASSERT_EQ(connect(late, reinterpret_cast<const sockaddr*>(&place), sizeof place), 0) << path;
+    const std::int64_t since = 1;
+    ASSERT_EQ(send(late, &since, sizeof since, 0), static_cast<ssize_t>(sizeof since));
+    EXPECT_TRUE(pings() && pings());
+    pollfd word = {late, POLLIN, 0};
+    EXPECT_EQ(poll(&word, 1, 0), 0) << "it has the TAPs";
+    close(late);
+    EXPECT_TRUE(pings());
 }
 
 TEST_F(Taps, BoardsLinkFollowsTheTaps) {
