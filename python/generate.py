@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes the modules of vorn_onu that follow from the tool's tables: operations.py, steps.py, values.py, _version.py.
+"""Writes the modules of vorn_onu that follow from the tool's tables: operations, steps, values, records, _version.
 
     generate.py FOLDER TOOL...
 
@@ -300,6 +300,38 @@ def values_module(types: Types) -> str:
     return text
 
 
+# ---- records of the state ----
+
+ZEROS = {"bool": "False", "int": "0", "float": "0.0", "str": '""'}
+
+
+def state_type(schema: Schema) -> str:
+    if "$ref" in schema:
+        return str(schema["$ref"]).rsplit("/", maxsplit=1)[-1]
+    kind = schema["type"]
+    if isinstance(kind, list):
+        return f"Optional[{state_type({'type': kind[0]})}]"
+    if kind == "array":
+        return f"List[{state_type(schema['items'])}]"
+    if kind == "object":
+        return f"Dict[str, {state_type(schema['additionalProperties'])}]"
+    return {"integer": "int", "string": "str", "boolean": "bool", "number": "float"}[kind]
+
+
+def records_module(records: Dict[str, Schema]) -> str:
+    text = MARK.format("Records of the device state. docs/state-format.md says what the fields are.") + LAZY
+    text += "from dataclasses import dataclass, field\nfrom typing import Dict, List, Optional\n"
+    for name, schema in records.items():
+        text += f"\n\n@dataclass(frozen=True)\nclass {name}:\n"
+        needed = schema["required"]
+        for one in sorted(schema["properties"], key=lambda member: member not in needed):
+            kind = state_type(schema["properties"][one])
+            # Older boards do not have what is not required.
+            zero = "" if one in needed else f" = {ZEROS.get(kind) or f'field(default_factory={kind[:4].lower()})'}"
+            text += f"    {one}: {kind}{zero}\n"
+    return text
+
+
 def modules(tool: List[str]) -> Dict[str, str]:
     def said(*words: str) -> str:
         return subprocess.run([*tool, *words], check=True, stdout=subprocess.PIPE, text=True, timeout=60).stdout
@@ -308,6 +340,7 @@ def modules(tool: List[str]) -> Dict[str, str]:
     types = Types()
     made = {"operations.py": operations_module(ways, types), "steps.py": steps_module(ways, types)}
     made["values.py"] = values_module(types)
+    made["records.py"] = records_module(json.loads(said("schema", "--state"))["$defs"])
     version = said("--version").split()[1]
     made["_version.py"] = f'"""The version of the tool that this module goes with."""\n\nVERSION = "{version}"\n'
     return made

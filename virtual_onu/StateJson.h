@@ -42,12 +42,17 @@ Json stateJson(const Record& record) {
     return state;
 }
 
-// What newer boards count beside stays as it is where an older one has not reported it. Throws
-// nlohmann::json::exception.
+// What newer boards count beside, an older one does not report.
+template <typename Field>
+constexpr bool mayMissInState(const Field& field) {
+    return field.isIn(kMayMiss) || !field.isIn(kInDiff);
+}
+
+// What is missing and may be stays as it is. Throws nlohmann::json::exception.
 template <typename Json, typename Record>
 void readStateJson(const Json& state, Record& record) {
     forEachField<Record>(kInState, [&](const auto& field) {
-        if ((field.isIn(kMayMiss) || !field.isIn(kInDiff)) && !state.contains(field.name)) return;
+        if (mayMissInState(field) && !state.contains(field.name)) return;
         auto& value = record.*field.member;
         using Value = std::decay_t<decltype(value)>;
         const Json& found = state.at(field.name);

@@ -5,55 +5,12 @@ from __future__ import annotations
 from dataclasses import dataclass, field
 from typing import Any, Dict, List, Optional
 
-
-@dataclass(frozen=True)
-class NetworkDevice:
-    name: str
-    index: int
-    up: bool
-    flags: int
-    mtu: int
-    mac: str
-    addresses: List[str]
-    master: str  # the bridge that it is a member of, "" for none
-    realDevice: str  # the device under a VLAN device, otherwise ""
-    isBridge: bool
-    routed: bool
-    multicast: bool
-    ipv6Disabled: bool
-    operState: str  # "up" or "down": the link
-    statistics: Dict[str, int]
+from .records import Board, GemPort, NetworkDevice, TCont
+from .records import Bridge as _Bridge
 
 
 @dataclass(frozen=True)
-class BridgePort:
-    name: str
-    priority: int
-    pathCost: int
-    state: str  # "disabled", "listening", "learning", "forwarding"
-    isolated: bool = False  # nothing passes between two such ports
-
-
-@dataclass(frozen=True)
-class LearnedAddress:
-    mac: str
-    port: str
-    ageMs: int
-
-
-@dataclass(frozen=True)
-class Bridge:
-    name: str
-    ports: List[BridgePort]
-    stp: bool
-    forwardDelay: int  # these four in hundredths of a second
-    helloTime: int
-    maxAge: int
-    ageingTime: int
-    priority: int
-    multicastSnooping: bool
-    learned: List[LearnedAddress]
-
+class Bridge(_Bridge):
     @property
     def members(self) -> List[str]:
         """Names of the ports, in the order of joining."""
@@ -112,37 +69,6 @@ class Vlan:
 
 
 @dataclass(frozen=True)
-class Queue:
-    id: int
-    priority: int
-    size: int
-    weight: int
-    schedMode: int
-    shapingRate: int
-    shapingBurst: int
-    frames: int = 0
-    octets: int = 0
-
-
-@dataclass(frozen=True)
-class TCont:
-    index: int
-    allocId: Optional[int]  # None: not bound
-    trafficManaged: bool
-    queues: List[Queue]
-
-
-@dataclass(frozen=True)
-class GemPort:
-    index: int
-    portId: int
-    allocId: int
-    downstreamOnly: bool
-    enabled: bool
-    counters: List[int]
-
-
-@dataclass(frozen=True)
 class Pon:
     tconts: List[TCont]
     gemPorts: List[GemPort]
@@ -193,30 +119,6 @@ class Bus:
     answerDelayMs: int
     sent: List[Message]
     persistent: Dict[str, str]
-
-
-@dataclass(frozen=True)
-class Image:
-    image: int
-    version: str
-
-
-@dataclass(frozen=True)
-class Phy:
-    port: int
-    linkUp: bool
-    speed: int
-    duplex: int
-
-
-@dataclass(frozen=True)
-class Board:
-    baseMac: str
-    serialNumber: str
-    partNumber: str
-    bootedPartition: int
-    images: List[Image]
-    phys: List[Phy]
 
 
 @dataclass(frozen=True)

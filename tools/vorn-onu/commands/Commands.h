@@ -195,7 +195,8 @@ struct AtServeCommand : AtCommand {
     int run() const;  // until a signal ends it
 };
 
-int printSchema();
+int printSchema();       // of scenarios
+int printStateSchema();  // of the records of the device state
 
 }  // namespace vorn_onu
 

@@ -17,7 +17,10 @@ constexpr const char* kEnvironment = "environment";
 }  // namespace
 
 Command addSchema(CLI::App& app) {
-    return {app.add_subcommand("schema", "print the JSON schema of scenarios"), printSchema};
+    const auto ofState = std::make_shared<bool>(false);
+    CLI::App* command = app.add_subcommand("schema", "print the JSON schema of scenarios");
+    command->add_flag("--state", *ofState, "of the records of the device state in place of scenarios");
+    return {command, [ofState] { return *ofState ? printStateSchema() : printSchema(); }};
 }
 
 Command addHelp(CLI::App& app) {
