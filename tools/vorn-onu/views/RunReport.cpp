@@ -2,8 +2,6 @@
 
 #include <filesystem>
 
-#include <nlohmann/json.hpp>
-
 #include "running/scenario/fields/FrameFields.h"
 #include "running/state/WalkWords.h"
 #include "views/AuditWords.h"
@@ -75,7 +73,7 @@ void RunReport::add(const StepRecord& record, const virtual_onu::VirtualOnu& onu
         askedThen_ = asked_;
         pathThen_ = onu.freezeDataPath();
     }
-    input_.state = readState(onu.toJsonWithoutTrace());  // what comes of the trace is set in the end
+    input_.state = stateNow(onu);  // what comes of the trace is set in the end
     input_.moment = "after step " + std::to_string(record.step->number) + " of " + std::to_string(steps_);
     if (record.step->number >= steps_) input_.moment.clear();
 }
