@@ -24,6 +24,8 @@ public:
         arguments.push_back(nullptr);
         process_ = forkpty(&terminal_, nullptr, nullptr, size.ws_col != 0 ? &size : nullptr);
         if (process_ == 0) {
+            // As a shell at a terminal would; who runs the tests in the background may ignore them.
+            for (const int signal : {SIGHUP, SIGINT, SIGQUIT}) std::signal(signal, SIG_DFL);
             execv(arguments[0], arguments.data());
             _exit(127);
         }
