@@ -36,9 +36,8 @@ VlanFilter filterOf(const Entity* entity) {
 // p-bits of a DSCP in a map of 64 values of three bits.
 unsigned priorityOf(ByteView map, unsigned dscp) {
     const unsigned bit = 3 * dscp;
-    const unsigned word = unsigned{number16(map, bit / 8)};
-    const bool whole = bit / 8 + 1 < map.size();
-    return whole ? word >> (13 - bit % 8) & 7U : (map.size() > bit / 8 ? map[bit / 8] : 0U) & 7U;
+    const auto byte = [&](std::size_t at) { return at < map.size() ? unsigned{map[at]} : 0U; };
+    return (byte(bit / 8) << 8 | byte(bit / 8 + 1)) >> (13 - bit % 8) & 7U;
 }
 
 }  // namespace

@@ -97,6 +97,10 @@ TEST(FrameGate, ExtendedMessagesAreWholeToTheByte) {
     EXPECT_EQ(take(gate, get), Gate::kOtherForm);
     EXPECT_EQ(take(gate, hex("1234 49 0B 0107 0000 0002 0040 BD3356")), Gate::kOtherForm);
     EXPECT_EQ(take(gate, hex("1234 49 0B 0107 0000 0002 0040 BD33567B 00")), Gate::kOtherForm);
+    FrameGate withoutCodes;
+    EXPECT_EQ(take(withoutCodes, hex("1234 49 0B 0107 0000 0002 0040 00")), Gate::kOtherForm);
+    EXPECT_EQ(take(withoutCodes, get), Gate::kTaken);
+    EXPECT_EQ(take(withoutCodes, hex("1234 49 0B 0107 0000 0002 0040 BD33567B")), Gate::kOtherForm);
 }
 
 }  // namespace omci

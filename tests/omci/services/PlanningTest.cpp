@@ -431,4 +431,26 @@ TEST_F(Planning, NothingElseGoesThroughGemPort4095) {
     EXPECT_EQ(lastOf<BridgeServiceProvisioning>(onu, Operation::kConfigureAniTagRules), nullptr);
 }
 
+// The map has 64 p-bits of three bits, DSCP 0 first; the HAL knows one GEM port for untagged frames.
+TEST_F(Planning, AMappersDscpsMustGoUpInOneGemPort) {
+    const auto requests = olt::requestsOf(olt::kPriorities);
+    provision(requests);
+    const EntityKey mapper = std::find_if(requests.begin(), requests.end(), [](const olt::Request& request) {
+                                 return request.entity.classId == class_id::kMapper;
+                             })->entity;
+    const auto problemWith = [&](unsigned dscp, unsigned pbits) {
+        Bytes map(24);
+        for (unsigned bit = 0; bit < 3; ++bit)
+            if ((pbits >> (2 - bit) & 1U) != 0) map[(3 * dscp + bit) / 8] |= 0x80U >> (3 * dscp + bit) % 8;
+        EXPECT_EQ(olt.send(olt::setBytes(mapper, attr::mapper::kDscpMap, map)), Result::kSuccess);
+        return hasProblem(mapper, "every DSCP");
+    };
+    ASSERT_EQ(olt.send(olt::set(class_id::kMapper, mapper.instance, {{attr::mapper::kUnmarkedFrameOption, 0}})),
+              Result::kSuccess);
+    for (const unsigned dscp : {0U, 1U, 2U, 21U, 46U, 62U, 63U}) {
+        EXPECT_TRUE(problemWith(dscp, 2)) << dscp << ": the GEM port of p-bits 2 and 3";
+        EXPECT_FALSE(problemWith(dscp, 1)) << dscp << ": the same GEM port as p-bits 0";
+    }
+}
+
 }  // namespace

@@ -17,16 +17,36 @@ namespace {
 
 using namespace virtual_onu;
 
-constexpr const char* nameOf(const NetworkDevice*) { return "NetworkDevice"; }
-constexpr const char* nameOf(const BridgePort*) { return "BridgePort"; }
-constexpr const char* nameOf(const Bridge*) { return "Bridge"; }
-constexpr const char* nameOf(const LearnedAddress*) { return "LearnedAddress"; }
-constexpr const char* nameOf(const Queue*) { return "Queue"; }
-constexpr const char* nameOf(const Tcont*) { return "TCont"; }
-constexpr const char* nameOf(const GemPort*) { return "GemPort"; }
-constexpr const char* nameOf(const board::Identity*) { return "Board"; }
-constexpr const char* nameOf(const board::Image*) { return "Image"; }
-constexpr const char* nameOf(const board::Phy*) { return "Phy"; }
+constexpr const char* nameOf(const NetworkDevice*) {
+    return "NetworkDevice";
+}
+constexpr const char* nameOf(const BridgePort*) {
+    return "BridgePort";
+}
+constexpr const char* nameOf(const Bridge*) {
+    return "Bridge";
+}
+constexpr const char* nameOf(const LearnedAddress*) {
+    return "LearnedAddress";
+}
+constexpr const char* nameOf(const Queue*) {
+    return "Queue";
+}
+constexpr const char* nameOf(const Tcont*) {
+    return "TCont";
+}
+constexpr const char* nameOf(const GemPort*) {
+    return "GemPort";
+}
+constexpr const char* nameOf(const board::Identity*) {
+    return "Board";
+}
+constexpr const char* nameOf(const board::Image*) {
+    return "Image";
+}
+constexpr const char* nameOf(const board::Phy*) {
+    return "Phy";
+}
 
 template <typename Record>
 Json referenceTo() {
@@ -78,7 +98,7 @@ Json& addRecord(Json& records) {
 int printStateSchema() {
     Json records = Json::object();
     for (const auto addIt : {addRecord<NetworkDevice>, addRecord<LearnedAddress>, addRecord<Queue>, addRecord<Tcont>,
-                     addRecord<GemPort>, addRecord<board::Image>, addRecord<board::Phy>})
+                             addRecord<GemPort>, addRecord<board::Image>, addRecord<board::Phy>})
         addIt(records);
     // What the state says of the moment beside the records' own fields.
     add(addRecord<BridgePort>(records), "state", TypeOf<std::string>::schema());
