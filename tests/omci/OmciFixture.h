@@ -12,7 +12,7 @@
 #include "hal/VornHal.h"
 #include "omci/agent/Agent.h"
 #include "omci/message/Contents.h"
-#include "tests/omci/HexBytes.h"
+#include "tests/support/HexBytes.h"
 
 namespace omci {
 

@@ -19,9 +19,19 @@ struct Octets {
     std::uint16_t u16(std::size_t place) const { return static_cast<std::uint16_t>(u8(place) << 8 | u8(place + 1)); }
 };
 
-// Reports of the newer protocols name several groups; a bridge learns from the first.
+// Reports of IGMPv3 and MLDv2 have records, each of a group; a bridge learns from the first. One that takes frames of
+// no source any more leaves.
+constexpr std::size_t kFirstRecord = 8, kRecordGroup = 4;
+GroupMessage::Kind kindOfRecord(const Octets& message) {
+    constexpr std::uint8_t kIsInclude = 1, kToInclude = 3;
+    const std::uint8_t type = message.u8(kFirstRecord);
+    const bool noSources = message.u16(kFirstRecord + 2) == 0;
+    return noSources && (type == kIsInclude || type == kToInclude) ? GroupMessage::Kind::Leave
+                                                                   : GroupMessage::Kind::Report;
+}
+
 void readIgmp(const Octets& message, WireHeader& made) {
-    constexpr std::size_t kShortest = 8, kFirstRecord = 8, kRecordGroup = 4;
+    constexpr std::size_t kShortest = 8;
     if (message.size < kShortest) return;
     const std::uint8_t type = message.u8(0);
     WireGroup found;
@@ -34,7 +44,7 @@ void readIgmp(const Octets& message, WireHeader& made) {
     } else if (type == 0x17) {
         found.kind = GroupMessage::Kind::Leave;
     } else if (type == 0x22 && message.u16(6) > 0 && message.size >= kFirstRecord + kRecordGroup + 4) {
-        found.kind = GroupMessage::Kind::Report;
+        found.kind = kindOfRecord(message);
         group = kFirstRecord + kRecordGroup;
     } else {
         return;
@@ -44,7 +54,7 @@ void readIgmp(const Octets& message, WireHeader& made) {
 }
 
 void readMld(const Octets& message, WireHeader& made) {
-    constexpr std::size_t kShortest = 24, kFirstRecord = 8, kRecordGroup = 4, kGroup = 8;
+    constexpr std::size_t kShortest = 24, kGroup = 8;
     const std::uint8_t type = message.u8(0);
     WireGroup found;
     std::size_t group = kGroup;
@@ -56,7 +66,7 @@ void readMld(const Octets& message, WireHeader& made) {
     } else if (type == 132) {
         found.kind = GroupMessage::Kind::Leave;
     } else if (type == 143 && message.u16(6) > 0) {
-        found.kind = GroupMessage::Kind::Report;
+        found.kind = kindOfRecord(message);
         group = kFirstRecord + kRecordGroup;
     } else {
         return;

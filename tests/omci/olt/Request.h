@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
-#include "omci/HexBytes.h"
 #include "omci/message/Bytes.h"
 #include "omci/message/ManagedEntities.h"
+#include "support/HexBytes.h"
 
 namespace olt {
 
@@ -36,7 +36,7 @@ Request create(omci::ClassId classId, omci::InstanceId instance, const Numbers& 
 Request set(omci::ClassId classId, omci::InstanceId instance, const Numbers& values);
 Request setBytes(EntityKey entity, AttributeNumber attribute, Bytes bytes);
 Request erase(EntityKey entity);
-using omci::hex;
+using ::hex;
 
 // In an order that the standard allows, chosen by the seed: an entity is made before it is set, nothing else counts.
 Requests shuffled(Requests requests, unsigned seed);

@@ -4,9 +4,9 @@
 #include <cstdio>
 
 #include "living/MessageFile.h"
-#include "omci/HexBytes.h"
 #include "running/io/Files.h"
 #include "support/Emulated.h"
+#include "support/HexBytes.h"
 #include "support/Pcap.h"
 
 namespace {
@@ -89,12 +89,12 @@ TEST(MessageFile, ACaptureIsReadUpToItsDamage) {
 
 // A capture of one packet.
 std::string captureOf(std::uint32_t link, const std::string& packetDigits) {
-    return pcapOf({omci::hex(packetDigits)}, link);
+    return pcapOf({hex(packetDigits)}, link);
 }
 
 // The same as pcapng: a section, an interface, a simple packet.
 std::string newCaptureOf(std::uint16_t link, const std::string& packetDigits) {
-    const omci::Bytes packet = omci::hex(packetDigits);
+    const omci::Bytes packet = hex(packetDigits);
     const auto size = static_cast<std::uint32_t>(packet.size());
     const std::uint32_t padded = (size + 3) / 4 * 4;
     const std::uint32_t head[] = {0x0a0d0d0a, 28,   0x1a2b3c4d, 1,  0xffffffff, 0xffffffff,  28,  1,

@@ -1,23 +1,19 @@
 // Bytes written as hexadecimal digits.
-#ifndef TESTS_OMCI_HEX_BYTES_H
-#define TESTS_OMCI_HEX_BYTES_H
+#ifndef TESTS_SUPPORT_HEX_BYTES_H
+#define TESTS_SUPPORT_HEX_BYTES_H
 
 #include <algorithm>
+#include <cstdint>
 #include <string>
-
-#include "omci/message/Bytes.h"
-
-namespace omci {
+#include <vector>
 
 // Blanks are ignored.
-inline Bytes hex(std::string digits) {
+inline std::vector<std::uint8_t> hex(std::string digits) {
     digits.erase(std::remove(digits.begin(), digits.end(), ' '), digits.end());
-    Bytes bytes;
+    std::vector<std::uint8_t> bytes;
     for (std::size_t at = 0; at + 1 < digits.size(); at += 2)
         bytes.push_back(static_cast<std::uint8_t>(std::stoul(digits.substr(at, 2), nullptr, 16)));
     return bytes;
 }
-
-}  // namespace omci
 
 #endif
