@@ -58,6 +58,17 @@ TEST(Omci, ACallNamesTheMessagesBehindItAndTheRecordedScenarioMakesTheSameDevice
     for (const char* part : {"network", "pon", "vlan"}) EXPECT_EQ(device.at(part), json.at("device").at(part)) << part;
 }
 
+TEST(Omci, ACallIsShownWithItsArgumentsAndTheEntitiesItComesFrom) {
+    SKIP_WHEN_EMULATED(kNoLibpcap);
+    const auto played = runProgram({"env", "COLUMNS=100", VORN_ONU_BINARY, "omci", kCapture});
+    expectHas(played.output,
+              {"  ✓  4  configureAniTagRules  gemPortId 1001, bridgeId 1, vlanTciFilterList (VID 100, VID 110),\n"
+               "                              forwardOperation 16, pbitMap (0-7 → GEM port 1001 queue 0)\n"
+               "                              from the same\n"
+               "  ✓  5  filter_flow_add       hasTagRules false, bridgeId 1, uniPort 1\n"
+               "                              from 4, 11: PPTP Ethernet UNI 0x0101, MAC bridge port configuration\n"});
+}
+
 TEST(Omci, AnotherResultThanTheCapturesIsAFailure) {
     SKIP_WHEN_EMULATED(kNoLibpcap);
     const auto other = omciOf({asText(0, [](omci::Message& answer) {

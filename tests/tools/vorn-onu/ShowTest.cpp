@@ -58,7 +58,14 @@ TEST(Show, AStepShowsItsArgumentsItsOutcomeAndTheAuthorsWords) {
                      "    16-17  single-tagged frames with VID 100, p-bits 0, TPID 0x8100:\n"
                      "               pop the outer tag (rule occurs twice)\n",
                      "    19     single-tagged frames with VID 200, p-bits 5, TPID 0x8100:\n",
-                     "→ - sid0.3, -5 rules, -2 flows"});
+                     "→ - sid0.3, -5 rules, -2 flows",
+                     // what the file holds
+                     "18 HAL calls, 5 steps of expectations, 6 frames,"});
+    // Queues that are alike, by their numbers.
+    expectHas(
+        runIn("80", scenarioFile("pbit-queues")),
+        {"0: strict, 2035 packets; 1-3: strict, 256 packets; 4:\n                    weighted 32, 256 packets; 5-7: "
+         "strict, 256 packets\n"});
 }
 
 TEST(Show, WhatTheLinkAndTheCountersSayIsInWords) {

@@ -19,10 +19,21 @@ Watched internetBoard() {
     watched.device = json::parse(contentOf(file)).at("device");
     watched.device->at("bus")["gateway"] = "silent";
     const json before = {
-        {"devices", {{"sid0", {{"rx_packets", 100}, {"tx_packets", 50}, {"rx_bytes", 6400}, {"tx_bytes", 3200},
-                               {"rx_dropped", 1}, {"tx_dropped", 2}}},
-                     {"sid1", {{"rx_packets", 7}, {"tx_packets", 0}, {"rx_bytes", 448}, {"tx_bytes", 0},
-                               {"rx_dropped", 0}, {"tx_dropped", 0}}}}},
+        {"devices",
+         {{"sid0",
+           {{"rx_packets", 100},
+            {"tx_packets", 50},
+            {"rx_bytes", 6400},
+            {"tx_bytes", 3200},
+            {"rx_dropped", 1},
+            {"tx_dropped", 2}}},
+          {"sid1",
+           {{"rx_packets", 7},
+            {"tx_packets", 0},
+            {"rx_bytes", 448},
+            {"tx_bytes", 0},
+            {"rx_dropped", 0},
+            {"tx_dropped", 0}}}}},
         {"gemPorts", {{"1001", {50, 3200, 100, 6400, 0, 0, 4, 0, 0, 0}}, {"1002", {0, 0, 0, 0, 0, 0, 0, 0, 0, 0}}}}};
     json now = before;
     now["devices"]["sid0"]["rx_packets"] = 2500;   // 1,200 a second
@@ -66,9 +77,9 @@ Last calls, of 251
   call 30
 q ends  ↑ ↓ scroll  / filters  s sorts by frames
 )");
-    expectHas(screen(watched, {}, 20, 110), {
-        "  port  link  in/s  out/s  in bit/s  out bit/s  frames in  out  dropped\n"
-        "  sid0  up    1.2k    100     12.0M          0       2500  249        3\n"});
+    expectHas(screen(watched, {}, 20, 110),
+              {"  port  link  in/s  out/s  in bit/s  out bit/s  frames in  out  dropped\n"
+               "  sid0  up    1.2k    100     12.0M          0       2500  249        3\n"});
     WatchChoice scrolled;
     scrolled.scrolled = 9;
     expectHas(screen(watched, scrolled, 14, 60), {"GEM ports (2 to 2 of 2)\n", "  1002 ", "Last calls, of 251\n"});
