@@ -39,7 +39,7 @@ Audited audited(const json& scenario) {
     const ScratchDirectory scratch;
     const std::string file = scratch.write("a service.json", scenario.dump());
     const std::string steps = std::to_string(scenario["steps"].size());
-    const ProgramResult result = runProgram({kTool, "audit", file, "--json", "--strict", "--after-step", steps});
+    const ProgramResult result = runTool({"audit", file, "--json", "--strict", "--after-step", steps});
     return {result.code, json::parse(result.output)};
 }
 
@@ -93,7 +93,7 @@ TEST(Audit, NamesWhatItDoesNotCover) {
 }
 
 TEST(Audit, GivesAFrameToTryThatSendTakesAndThatFaresAsTold) {
-    const ProgramResult result = runProgram({kTool, "audit", kInternet, "--json"});
+    const ProgramResult result = runTool({"audit", kInternet, "--json"});
     ASSERT_EQ(result.code, 0) << result.output;  // differences are no failure without --strict
     std::size_t tried = 0;
     const json answer = json::parse(result.output);
@@ -105,17 +105,17 @@ TEST(Audit, GivesAFrameToTryThatSendTakesAndThatFaresAsTold) {
         ++tried;
     }
     EXPECT_EQ(tried, 3u);
-    EXPECT_EQ(runProgram({kTool, "audit", kInternet, "--strict"}).code, 1);
+    EXPECT_EQ(runTool({"audit", kInternet, "--strict"}).code, 1);
 }
 
 TEST(Audit, IsAPartOfTheReportWhereItIsAskedFor) {
     const ScratchDirectory scratch;
     const std::string page = scratch.file("page.html");
-    EXPECT_EQ(runProgram({kTool, "run", kInternet, "--quiet", "--report", page, "--audit"}).code, 0);
+    EXPECT_EQ(runTool({"run", kInternet, "--quiet", "--report", page, "--audit"}).code, 0);
     expectHas(contentOf(page), {"The device beside the standard", "VID 20 p5"});
-    EXPECT_EQ(runProgram({kTool, "run", kInternet, "--quiet", "--report", page}).code, 0);
+    EXPECT_EQ(runTool({"run", kInternet, "--quiet", "--report", page}).code, 0);
     EXPECT_EQ(contentOf(page).find("The device beside the standard"), std::string::npos);
-    EXPECT_EQ(runProgram({kTool, "run", kInternet, "--audit"}).code, 2);
+    EXPECT_EQ(runTool({"run", kInternet, "--audit"}).code, 2);
 }
 
 }  // namespace
