@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "OmciRequest.h"
 #include "hal/VornHal.h"
 #include "omci/agent/Endpoint.h"
 #include "omci/message/Integrity.h"
@@ -30,17 +31,7 @@ public:
     }
 
     Bytes frame(MessageType type, EntityKey entity, const Content& content) {
-        Message message;
-        message.transaction = nextTransaction();
-        message.type = type;
-        message.answerWanted = true;
-        message.entity = entity;
-        encodeContent(message, content);
-        return encodeFrame(message);
-    }
-    std::uint16_t nextTransaction() {
-        transaction = static_cast<std::uint16_t>(transaction == 0x7FFF ? 1 : transaction + 1);
-        return transaction;
+        return encodeFrame(omci_bench::request(transaction, type, entity, content));
     }
 
     SteadyClock clock;
@@ -52,12 +43,7 @@ public:
 
 private:
     void create(EntityKey entity, const Bytes& values = {}) {
-        Message message;
-        message.transaction = nextTransaction();
-        message.type = MessageType::kCreate;
-        message.answerWanted = true;
-        message.entity = entity;
-        encodeContent(message, CreateValues{values});
+        const Message message = omci_bench::request(transaction, MessageType::kCreate, entity, CreateValues{values});
         if (!agent.handle(message).answer) std::abort();
     }
 };
@@ -66,7 +52,7 @@ private:
 void handleOverAndOver(benchmark::State& state, Onu& onu, Bytes frame, const Integrity& integrity) {
     for (auto _ : state) {
         state.PauseTiming();
-        putNumber(frame.data(), onu.nextTransaction(), 2);
+        putNumber(frame.data(), omci_bench::next(onu.transaction), 2);
         Bytes whole = frame;
         integrity.protect(whole, Direction::kDownstream);
         state.ResumeTiming();

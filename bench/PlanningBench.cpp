@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "OmciRequest.h"
 #include "VirtualOnu.h"
 #include "hal/HALFactory.h"
 #include "hal/VornHal.h"
@@ -76,17 +77,9 @@ public:
     void provision(unsigned n) {
         const auto id = static_cast<InstanceId>(0x1000 + n);
         const InstanceId bridge = bridgeOf(n);
-        create({class_id::kMapper, id}, values({{kNull, 2},
-                                                {kNull, 2},
-                                                {kNull, 2},
-                                                {kNull, 2},
-                                                {kNull, 2},
-                                                {kNull, 2},
-                                                {kNull, 2},
-                                                {kNull, 2},
-                                                {kNull, 2},
-                                                {1, 1},
-                                                {0, 1}}));
+        Bytes mapper(9 * 2, 0xFF);  // pointers to nothing
+        mapper.insert(mapper.end(), {1, 0});
+        create({class_id::kMapper, id}, mapper);
         create({class_id::kGemPort, id}, values({{1000 + n, 2}, {kTCont, 2}, {3, 1}, {0x8000, 2}, {kNull, 2}, {0, 2}}));
         create({class_id::kGemInterworking, id}, values({{id, 2}, {5, 1}, {id, 2}, {kNull, 2}, {0, 2}}));
         Bytes pointers;
@@ -124,12 +117,7 @@ private:
         send(MessageType::kSet, entity, AttributeValues{maskOf(attribute), value});
     }
     void send(MessageType type, EntityKey entity, const Content& content) {
-        Message message;
-        message.transaction = transaction_ = static_cast<std::uint16_t>(transaction_ == 0x7FFF ? 1 : transaction_ + 1);
-        message.type = type;
-        message.answerWanted = true;
-        message.entity = entity;
-        encodeContent(message, content);
+        const Message message = omci_bench::request(transaction_, type, entity, content);
         const Handled handled = agent_.handle(message);
         services_.settle(static_cast<int>(type), message.transaction);
         if (!handled.answer || handled.answer->content.front() != 0) std::abort();

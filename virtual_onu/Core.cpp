@@ -109,6 +109,12 @@ std::uint64_t deviceGeneration() {
 
 // ---- trace ----
 
+const std::vector<const char*>& callKindNames() {
+    static const auto& names =
+        *new const std::vector<const char*>{"platform", "ioctl", "file", "socket", "shell", "wait", "log"};
+    return names;
+}
+
 std::string escaped(const std::string& text) {
     std::string result;
     for (const char c : text) {

@@ -66,6 +66,8 @@ std::uint64_t deviceGeneration();  // counts those changes
 
 // ---- trace ----
 
+const std::vector<const char*>& callKindNames();  // in the order of CallKind
+
 // The text with everything but printable ASCII escaped as in C: one line, valid in JSON, no terminal surprises.
 std::string escaped(const std::string& text);
 

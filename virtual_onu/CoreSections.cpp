@@ -38,7 +38,7 @@ void describe(Record& record, PendingFault& fault) {
 
 template <typename Record>
 void describe(Record& record, TraceEntry& entry) {
-    record.choice("kind", entry.kind, {"platform", "ioctl", "file", "socket", "shell", "wait", "log"});
+    record.choice("kind", entry.kind, callKindNames());
     record.text("name", entry.name);
     record.text("arguments", entry.arguments);
     record.number("result", entry.result);

@@ -13,26 +13,6 @@ namespace virtual_onu {
 
 namespace {
 
-const char* kindName(CallKind kind) {
-    switch (kind) {
-        case CallKind::Platform:
-            return "platform";
-        case CallKind::Ioctl:
-            return "ioctl";
-        case CallKind::File:
-            return "file";
-        case CallKind::Socket:
-            return "socket";
-        case CallKind::Shell:
-            return "shell";
-        case CallKind::Wait:
-            return "wait";
-        case CallKind::Log:
-            return "log";
-    }
-    return "?";
-}
-
 void describeNetwork(const VirtualOnu& onu, std::ostream& text) {
     const auto devices = onu.devices();
     for (const auto& device : devices) {
@@ -94,7 +74,7 @@ nlohmann::json traceJson(const std::vector<TraceEntry>& entries) {
     auto list = nlohmann::json::array();
     for (const auto& entry : entries) {
         list.push_back({{"number", entry.number},
-                        {"kind", kindName(entry.kind)},
+                        {"kind", callKindNames().at(static_cast<std::size_t>(entry.kind))},
                         {"name", escaped(entry.name)},
                         {"arguments", entry.arguments},
                         {"result", entry.result}});

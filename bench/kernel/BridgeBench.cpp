@@ -13,6 +13,7 @@
 #include <cstring>
 #include <fstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bridge/BridgeControl.h"
@@ -156,26 +157,13 @@ void removeByScript() {
     run("sh " + scratch + "/remove.sh");
 }
 
-BENCHMARK(bridges<makeByLibrary, removeByLibrary>)
-    ->Name("bridges/br_")
-    ->Iterations(3)
-    ->UseManualTime()
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(bridges<makeByIp, removeByIp>)
-    ->Name("bridges/ip")
-    ->Iterations(3)
-    ->UseManualTime()
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(bridges<makeGroup, removeGroup>)
-    ->Name("bridges/group")
-    ->Iterations(3)
-    ->UseManualTime()
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(bridges<makeByScript, removeByScript>)
-    ->Name("bridges/script")
-    ->Iterations(3)
-    ->UseManualTime()
-    ->Unit(benchmark::kMillisecond);
+// By which way, and what is measured of it.
+const std::pair<const char*, void (*)(benchmark::State&)> kWays[] = {
+    {"bridges/br_", bridges<makeByLibrary, removeByLibrary>},
+    {"bridges/ip", bridges<makeByIp, removeByIp>},
+    {"bridges/group", bridges<makeGroup, removeGroup>},
+    {"bridges/script", bridges<makeByScript, removeByScript>},
+};
 
 }  // namespace
 
@@ -195,6 +183,8 @@ int main(int argc, char** argv) {
     writeSteps(kIpWords, scratch + "/make.ip", scratch + "/remove.ip");
     writeSteps(kScriptWords, scratch + "/make.sh", scratch + "/remove.sh");
     check(br_init(), "br_init");
+    for (const auto& [name, measured] : kWays)
+        benchmark::RegisterBenchmark(name, measured)->Iterations(3)->UseManualTime()->Unit(benchmark::kMillisecond);
     benchmark::RunSpecifiedBenchmarks();
     br_shutdown();
     run("rm -r " + scratch);

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "omci/agent/SelfTest.h"
+#include "omci/message/Lookup.h"
 #include "omci/mib/TableRows.h"
 
 namespace omci {
@@ -69,19 +70,14 @@ AttributeNumber onlyAttribute(AttributeMask mask) {
 }  // namespace
 
 const char* nameOf(Dropped dropped) {
-    switch (dropped) {
-        case Dropped::kNo:
-            return "answered";
-        case Dropped::kNotARequest:
-            return "not a request";
-        case Dropped::kNoTransaction:
-            return "transaction 0 is the ONU's own";
-        case Dropped::kUnknownSet:
-            return "this ONU does not know the extended set";
-        case Dropped::kNoAnswerAsked:
-            return "no answer asked for";
-    }
-    return "unknown reason";
+    static constexpr Names<Dropped> kNames[] = {
+        {Dropped::kNo, "answered"},
+        {Dropped::kNotARequest, "not a request"},
+        {Dropped::kNoTransaction, "transaction 0 is the ONU's own"},
+        {Dropped::kUnknownSet, "this ONU does not know the extended set"},
+        {Dropped::kNoAnswerAsked, "no answer asked for"},
+    };
+    return lookUp(kNames, dropped, "unknown reason");
 }
 
 Agent::Agent(const Board& board, VornHal& hal, Device& device, Clock& clock)

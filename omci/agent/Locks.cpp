@@ -1,5 +1,6 @@
 #include "omci/agent/Locks.h"
 
+#include "omci/message/Lookup.h"
 #include "omci/mib/Relations.h"
 
 namespace omci {
@@ -39,18 +40,13 @@ EntityKey superiorOf(const Mib& mib, EntityKey key) {
 }  // namespace
 
 AttributeNumber administrativeState(ClassId classId) {
-    switch (classId) {
-        case class_id::kOnuG:
-            return attr::onu_g::kAdministrativeState;
-        case class_id::kCircuitPack:
-            return attr::circuit_pack::kAdministrativeState;
-        case class_id::kEthernetUni:
-            return attr::ethernet_uni::kAdministrativeState;
-        case class_id::kVeip:
-            return attr::veip::kAdministrativeState;
-        default:
-            return 0;
-    }
+    static constexpr std::pair<ClassId, AttributeNumber> kStates[] = {
+        {class_id::kOnuG, attr::onu_g::kAdministrativeState},
+        {class_id::kCircuitPack, attr::circuit_pack::kAdministrativeState},
+        {class_id::kEthernetUni, attr::ethernet_uni::kAdministrativeState},
+        {class_id::kVeip, attr::veip::kAdministrativeState},
+    };
+    return lookUp(kStates, classId, AttributeNumber{0});
 }
 
 bool isSilenced(const Mib& mib, EntityKey entity) {

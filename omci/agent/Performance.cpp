@@ -112,29 +112,24 @@ void Performance::synchronize(std::uint64_t nowMs) {
     for (auto& [key, begin] : begins_) {
         Entity* pm = mib_.edit(key);
         begin = sources_.read(*pm);
-        AttributeMask changed =
-            pm->setNumber(kIntervalEndTime, interval_) ? maskOf(kIntervalEndTime) : AttributeMask{0};
-        for (const AttributeInfo& counter : pm->info().attributes()) {
-            if (counter.number < kFirstCounter) continue;
-            if (pm->setNumber(counter.number, 0)) changed |= maskOf(counter.number);
-            if (counter.thresholdAlarm >= 0) alarms_.set(key, static_cast<unsigned>(counter.thresholdAlarm), false);
-        }
-        mib_.commit(*pm, changed);
+        close(*pm, CounterValues{});
     }
+}
+
+void Performance::close(Entity& pm, const CounterValues& values) {
+    AttributeMask changed = pm.setNumber(kIntervalEndTime, interval_) ? maskOf(kIntervalEndTime) : AttributeMask{0};
+    for (const AttributeInfo& counter : pm.info().attributes()) {
+        if (counter.number < kFirstCounter) continue;
+        if (pm.setNumber(counter.number, values[counter.number])) changed |= maskOf(counter.number);
+        if (counter.thresholdAlarm >= 0) alarms_.set(pm.key(), static_cast<unsigned>(counter.thresholdAlarm), false);
+    }
+    mib_.commit(pm, changed);
 }
 
 void Performance::endInterval() {
     for (auto& [key, begin] : begins_) {
         Entity* pm = mib_.edit(key);
-        const CounterValues values = since(*pm, begin);
-        AttributeMask changed =
-            pm->setNumber(kIntervalEndTime, interval_) ? maskOf(kIntervalEndTime) : AttributeMask{0};
-        for (const AttributeInfo& counter : pm->info().attributes()) {
-            if (counter.number < kFirstCounter) continue;
-            if (pm->setNumber(counter.number, values[counter.number])) changed |= maskOf(counter.number);
-            if (counter.thresholdAlarm >= 0) alarms_.set(key, static_cast<unsigned>(counter.thresholdAlarm), false);
-        }
-        mib_.commit(*pm, changed);
+        close(*pm, since(*pm, begin));
         if ((controlField(*pm, kControlFields) & kContinuous) == 0) begin = sources_.read(*pm);
     }
     ++interval_;

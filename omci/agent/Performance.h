@@ -37,6 +37,7 @@ private:
     void onChange(const Change& change) override;
     CounterValues since(const Entity& pm, const CounterValues& begin);
     void endInterval();
+    void close(Entity& pm, const CounterValues& values);  // with these of its last interval
     void checkThresholds(const Entity& pm, const CounterValues& values);
 
     Mib& mib_;

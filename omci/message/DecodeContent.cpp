@@ -3,6 +3,7 @@
 
 #include "omci/message/ContentReader.h"
 #include "omci/message/Contents.h"
+#include "omci/message/Lookup.h"
 
 namespace omci {
 
@@ -285,17 +286,13 @@ Content readAnswer(MessageType type, Source& source) {
 }  // namespace
 
 const char* nameOf(ContentError error) {
-    switch (error) {
-        case ContentError::kNone:
-            return "no error";
-        case ContentError::kReservedType:
-            return "message type without a meaning in this set";
-        case ContentError::kTooShort:
-            return "content too short";
-        case ContentError::kBadCount:
-            return "list of images longer than the content";
-    }
-    return "unknown error";
+    static constexpr Names<ContentError> kNames[] = {
+        {ContentError::kNone, "no error"},
+        {ContentError::kReservedType, "message type without a meaning in this set"},
+        {ContentError::kTooShort, "content too short"},
+        {ContentError::kBadCount, "list of images longer than the content"},
+    };
+    return lookUp(kNames, error, "unknown error");
 }
 
 DecodedContent decodeContent(const Message& message) {

@@ -1,5 +1,7 @@
 #include "omci/message/FrameGate.h"
 
+#include "omci/message/Lookup.h"
+
 namespace omci {
 
 namespace {
@@ -10,17 +12,13 @@ constexpr std::size_t kWithoutTrailerSize = kBaselineFrame - 8;
 }  // namespace
 
 const char* nameOf(Gate gate) {
-    switch (gate) {
-        case Gate::kTaken:
-            return "taken";
-        case Gate::kBadFrame:
-            return "no message";
-        case Gate::kOtherForm:
-            return "not whole: another size than the messages of this line have";
-        case Gate::kWrongCode:
-            return "wrong integrity code";
-    }
-    return "unknown reason";
+    static constexpr Names<Gate> kNames[] = {
+        {Gate::kTaken, "taken"},
+        {Gate::kBadFrame, "no message"},
+        {Gate::kOtherForm, "not whole: another size than the messages of this line have"},
+        {Gate::kWrongCode, "wrong integrity code"},
+    };
+    return lookUp(kNames, gate, "unknown reason");
 }
 
 FrameGate::Form FrameGate::formOf(const DecodedFrame& decoded, ByteView frame) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "omci/message/Lookup.h"
+
 namespace omci {
 
 namespace {
@@ -37,21 +39,15 @@ void readIntegrityCode(DecodedFrame& decoded, ByteView frame) {
 }  // namespace
 
 const char* nameOf(FrameError error) {
-    switch (error) {
-        case FrameError::kNone:
-            return "no error";
-        case FrameError::kTooShort:
-            return "too short for a message";
-        case FrameError::kTooLong:
-            return "too long for a message";
-        case FrameError::kUnknownSet:
-            return "unknown message set";
-        case FrameError::kReservedBit:
-            return "reserved bit of the message type is set";
-        case FrameError::kContentTooLong:
-            return "content longer than the frame";
-    }
-    return "unknown error";
+    static constexpr Names<FrameError> kNames[] = {
+        {FrameError::kNone, "no error"},
+        {FrameError::kTooShort, "too short for a message"},
+        {FrameError::kTooLong, "too long for a message"},
+        {FrameError::kUnknownSet, "unknown message set"},
+        {FrameError::kReservedBit, "reserved bit of the message type is set"},
+        {FrameError::kContentTooLong, "content longer than the frame"},
+    };
+    return lookUp(kNames, error, "unknown error");
 }
 
 Message answerTo(const Message& request) {

@@ -1,5 +1,7 @@
 #include "omci/message/MessageType.h"
 
+#include "omci/message/Lookup.h"
+
 namespace omci {
 
 namespace {
@@ -9,55 +11,32 @@ constexpr const char* kReserved = "reserved";
 }  // namespace
 
 const char* nameOf(MessageType type) {
-    switch (type) {
-        case MessageType::kCreate:
-            return "create";
-        case MessageType::kDelete:
-            return "delete";
-        case MessageType::kSet:
-            return "set";
-        case MessageType::kGet:
-            return "get";
-        case MessageType::kGetAllAlarms:
-            return "get all alarms";
-        case MessageType::kGetAllAlarmsNext:
-            return "get all alarms next";
-        case MessageType::kMibUpload:
-            return "MIB upload";
-        case MessageType::kMibUploadNext:
-            return "MIB upload next";
-        case MessageType::kMibReset:
-            return "MIB reset";
-        case MessageType::kAlarm:
-            return "alarm";
-        case MessageType::kAttributeValueChange:
-            return "attribute value change";
-        case MessageType::kTest:
-            return "test";
-        case MessageType::kStartSoftwareDownload:
-            return "start software download";
-        case MessageType::kDownloadSection:
-            return "download section";
-        case MessageType::kEndSoftwareDownload:
-            return "end software download";
-        case MessageType::kActivateImage:
-            return "activate image";
-        case MessageType::kCommitImage:
-            return "commit image";
-        case MessageType::kSynchronizeTime:
-            return "synchronize time";
-        case MessageType::kReboot:
-            return "reboot";
-        case MessageType::kGetNext:
-            return "get next";
-        case MessageType::kTestResult:
-            return "test result";
-        case MessageType::kGetCurrentData:
-            return "get current data";
-        case MessageType::kSetTable:
-            return "set table";
-    }
-    return kReserved;
+    static constexpr Names<MessageType> kNames[] = {
+        {MessageType::kCreate, "create"},
+        {MessageType::kDelete, "delete"},
+        {MessageType::kSet, "set"},
+        {MessageType::kGet, "get"},
+        {MessageType::kGetAllAlarms, "get all alarms"},
+        {MessageType::kGetAllAlarmsNext, "get all alarms next"},
+        {MessageType::kMibUpload, "MIB upload"},
+        {MessageType::kMibUploadNext, "MIB upload next"},
+        {MessageType::kMibReset, "MIB reset"},
+        {MessageType::kAlarm, "alarm"},
+        {MessageType::kAttributeValueChange, "attribute value change"},
+        {MessageType::kTest, "test"},
+        {MessageType::kStartSoftwareDownload, "start software download"},
+        {MessageType::kDownloadSection, "download section"},
+        {MessageType::kEndSoftwareDownload, "end software download"},
+        {MessageType::kActivateImage, "activate image"},
+        {MessageType::kCommitImage, "commit image"},
+        {MessageType::kSynchronizeTime, "synchronize time"},
+        {MessageType::kReboot, "reboot"},
+        {MessageType::kGetNext, "get next"},
+        {MessageType::kTestResult, "test result"},
+        {MessageType::kGetCurrentData, "get current data"},
+        {MessageType::kSetTable, "set table"},
+    };
+    return lookUp(kNames, type, kReserved);
 }
 
 bool isKnown(MessageType type) {
@@ -70,27 +49,18 @@ bool isAutonomous(MessageType type) {
 }
 
 const char* nameOf(Result result) {
-    switch (result) {
-        case Result::kSuccess:
-            return "success";
-        case Result::kProcessingError:
-            return "command processing error";
-        case Result::kNotSupported:
-            return "command not supported";
-        case Result::kParameterError:
-            return "parameter error";
-        case Result::kUnknownEntity:
-            return "unknown managed entity";
-        case Result::kUnknownInstance:
-            return "unknown instance";
-        case Result::kDeviceBusy:
-            return "device busy";
-        case Result::kInstanceExists:
-            return "instance exists";
-        case Result::kAttributesFailed:
-            return "attributes failed or unknown";
-    }
-    return kReserved;
+    static constexpr Names<Result> kNames[] = {
+        {Result::kSuccess, "success"},
+        {Result::kProcessingError, "command processing error"},
+        {Result::kNotSupported, "command not supported"},
+        {Result::kParameterError, "parameter error"},
+        {Result::kUnknownEntity, "unknown managed entity"},
+        {Result::kUnknownInstance, "unknown instance"},
+        {Result::kDeviceBusy, "device busy"},
+        {Result::kInstanceExists, "instance exists"},
+        {Result::kAttributesFailed, "attributes failed or unknown"},
+    };
+    return lookUp(kNames, result, kReserved);
 }
 
 }  // namespace omci

@@ -100,23 +100,25 @@ constexpr AttributeInfo kFramePmAttributes[] = {
     {16, "Packets 1024 to 1518 octets", 4, kR, kUnsigned},
 };
 
+// Its counters have 32 or 64 bits.
+template <unsigned bytes>
 constexpr AttributeInfo kExtendedPmAttributes[] = {
     {1, "Interval end time", 1, kR, kUnsigned},
     {2, "Control block", 16, kRWC, kOctets},
-    {3, "Drop events", 4, kR, kUnsigned, 0, {}, 1},
-    {4, "Octets", 4, kR, kUnsigned},
-    {5, "Frames", 4, kR, kUnsigned},
-    {6, "Broadcast frames", 4, kR, kUnsigned},
-    {7, "Multicast frames", 4, kR, kUnsigned},
-    {8, "CRC errored frames", 4, kR, kUnsigned, 0, {}, 2},
-    {9, "Undersize frames", 4, kR, kUnsigned, 0, {}, 3},
-    {10, "Oversize frames", 4, kR, kUnsigned, 0, {}, 4},
-    {11, "Frames 64 octets", 4, kR, kUnsigned},
-    {12, "Frames 65 to 127 octets", 4, kR, kUnsigned},
-    {13, "Frames 128 to 255 octets", 4, kR, kUnsigned},
-    {14, "Frames 256 to 511 octets", 4, kR, kUnsigned},
-    {15, "Frames 512 to 1023 octets", 4, kR, kUnsigned},
-    {16, "Frames 1024 to 1518 octets", 4, kR, kUnsigned},
+    {3, "Drop events", bytes, kR, kUnsigned, 0, {}, 1},
+    {4, "Octets", bytes, kR, kUnsigned},
+    {5, "Frames", bytes, kR, kUnsigned},
+    {6, "Broadcast frames", bytes, kR, kUnsigned},
+    {7, "Multicast frames", bytes, kR, kUnsigned},
+    {8, "CRC errored frames", bytes, kR, kUnsigned, 0, {}, 2},
+    {9, "Undersize frames", bytes, kR, kUnsigned, 0, {}, 3},
+    {10, "Oversize frames", bytes, kR, kUnsigned, 0, {}, 4},
+    {11, "Frames 64 octets", bytes, kR, kUnsigned},
+    {12, "Frames 65 to 127 octets", bytes, kR, kUnsigned},
+    {13, "Frames 128 to 255 octets", bytes, kR, kUnsigned},
+    {14, "Frames 256 to 511 octets", bytes, kR, kUnsigned},
+    {15, "Frames 512 to 1023 octets", bytes, kR, kUnsigned},
+    {16, "Frames 1024 to 1518 octets", bytes, kR, kUnsigned},
 };
 
 constexpr AttributeInfo kGemPortPmAttributes[] = {
@@ -129,25 +131,6 @@ constexpr AttributeInfo kGemPortPmAttributes[] = {
     {7, "Encryption key errors", 4, kR | kOptional, kUnsigned, 0, {}, 1},
 };
 
-constexpr AttributeInfo kExtendedPm64Attributes[] = {
-    {1, "Interval end time", 1, kR, kUnsigned},
-    {2, "Control block", 16, kRWC, kOctets},
-    {3, "Drop events", 8, kR, kUnsigned, 0, {}, 1},
-    {4, "Octets", 8, kR, kUnsigned},
-    {5, "Frames", 8, kR, kUnsigned},
-    {6, "Broadcast frames", 8, kR, kUnsigned},
-    {7, "Multicast frames", 8, kR, kUnsigned},
-    {8, "CRC errored frames", 8, kR, kUnsigned, 0, {}, 2},
-    {9, "Undersize frames", 8, kR, kUnsigned, 0, {}, 3},
-    {10, "Oversize frames", 8, kR, kUnsigned, 0, {}, 4},
-    {11, "Frames 64 octets", 8, kR, kUnsigned},
-    {12, "Frames 65 to 127 octets", 8, kR, kUnsigned},
-    {13, "Frames 128 to 255 octets", 8, kR, kUnsigned},
-    {14, "Frames 256 to 511 octets", 8, kR, kUnsigned},
-    {15, "Frames 512 to 1023 octets", 8, kR, kUnsigned},
-    {16, "Frames 1024 to 1518 octets", 8, kR, kUnsigned},
-};
-
 constexpr EntityRow kPerformanceEntities[] = {
     {24, "Ethernet PM history data", Maker::kOlt, kPmActions, kEthernetPmAttributes, {}},
     {51, "MAC bridge PM history data", Maker::kOlt, kPmActions, kBridgePmAttributes, {}},
@@ -158,9 +141,9 @@ constexpr EntityRow kPerformanceEntities[] = {
     {312, "FEC PM history data", Maker::kOlt, kPmActions, kFecPmAttributes, {}},
     {321, "Ethernet frame PM history data downstream", Maker::kOlt, kPmActions, kFramePmAttributes, {}},
     {322, "Ethernet frame PM history data upstream", Maker::kOlt, kPmActions, kFramePmAttributes, {}},
-    {334, "Ethernet frame extended PM", Maker::kOlt, kPmActions, kExtendedPmAttributes, {}},
+    {334, "Ethernet frame extended PM", Maker::kOlt, kPmActions, kExtendedPmAttributes<4>, {}},
     {341, "GEM port network CTP PM history data", Maker::kOlt, kPmActions, kGemPortPmAttributes, {}},
-    {425, "Ethernet frame extended PM 64-bit", Maker::kOlt, kPmActions, kExtendedPm64Attributes, {}},
+    {425, "Ethernet frame extended PM 64-bit", Maker::kOlt, kPmActions, kExtendedPmAttributes<8>, {}},
 };
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "omci/message/Lookup.h"
+
 namespace omci {
 
 namespace {
@@ -32,14 +34,6 @@ constexpr FixedPointer kFixedPointers[] = {
     {class_id::kVlanFilter, 0, class_id::kBridgePort},
     {class_id::kEthernetPm2, 0, class_id::kEthernetUni},
     {class_id::kEthernetPm2, 2, class_id::kThreshold1},
-    {class_id::kMapper, attr::mapper::kInterworkingPointer0, class_id::kGemInterworking},
-    {class_id::kMapper, attr::mapper::kInterworkingPointer1, class_id::kGemInterworking},
-    {class_id::kMapper, attr::mapper::kInterworkingPointer2, class_id::kGemInterworking},
-    {class_id::kMapper, attr::mapper::kInterworkingPointer3, class_id::kGemInterworking},
-    {class_id::kMapper, attr::mapper::kInterworkingPointer4, class_id::kGemInterworking},
-    {class_id::kMapper, attr::mapper::kInterworkingPointer5, class_id::kGemInterworking},
-    {class_id::kMapper, attr::mapper::kInterworkingPointer6, class_id::kGemInterworking},
-    {class_id::kMapper, attr::mapper::kInterworkingPointer7, class_id::kGemInterworking},
     {class_id::kIpHost, attr::ip_host::kRelayAgentOptions, class_id::kLargeString},
     {class_id::kTcpUdp, attr::tcp_udp::kIpHostPointer, class_id::kIpHost},
     {class_id::kNetworkAddress, 1, class_id::kAuthenticationMethod},
@@ -93,6 +87,9 @@ void add(std::vector<Pointer>& pointers, AttributeNumber attribute, ClassId targ
     if (target != 0 && instance != kNullPointer) pointers.push_back({attribute, {target, instance}});
 }
 
+// The class that a code of another attribute stands for.
+using Target = std::pair<std::uint8_t, ClassId>;
+
 ClassId serviceProfileTarget(std::uint8_t interworkingOption) {
     if (interworkingOption == 1) return class_id::kBridge;
     return interworkingOption == 5 ? ClassId{class_id::kMapper} : ClassId{0};
@@ -112,6 +109,9 @@ void addChosen(std::vector<Pointer>& pointers, const Entity& entity) {
             follow(attr::bridge_port::kTpPointer, bridgePortTarget(entity.number8(attr::bridge_port::kTpType)));
             break;
         case class_id::kMapper:
+            for (AttributeNumber gem = attr::mapper::kInterworkingPointer0; gem <= attr::mapper::kInterworkingPointer7;
+                 ++gem)
+                follow(gem, class_id::kGemInterworking);
             follow(attr::mapper::kTpPointer, mapperTarget(entity.number8(attr::mapper::kTpType)));
             break;
         case class_id::kVlanTagging: {
@@ -168,78 +168,38 @@ void addChosen(std::vector<Pointer>& pointers, const Entity& entity) {
 }  // namespace
 
 ClassId bridgePortTarget(std::uint8_t tpType) {
-    switch (tpType) {
-        case 1:
-            return class_id::kEthernetUni;
-        case 3:
-            return class_id::kMapper;
-        case 4:
-            return class_id::kIpHost;
-        case 5:
-            return class_id::kGemInterworking;
-        case 6:
-            return class_id::kMulticastInterworking;
-        case 11:
-            return class_id::kVeip;
-        default:
-            return 0;
-    }
+    static constexpr Target kTargets[] = {
+        {1, class_id::kEthernetUni},
+        {3, class_id::kMapper},
+        {4, class_id::kIpHost},
+        {5, class_id::kGemInterworking},
+        {6, class_id::kMulticastInterworking},
+        {11, class_id::kVeip},
+    };
+    return lookUp(kTargets, tpType, ClassId{0});
 }
 
 ClassId mapperTarget(std::uint8_t tpType) {
-    switch (tpType) {
-        case 1:
-            return class_id::kEthernetUni;
-        case 2:
-            return class_id::kIpHost;
-        case 7:
-            return class_id::kVeip;
-        default:
-            return 0;
-    }
+    static constexpr Target kTargets[] = {{1, class_id::kEthernetUni}, {2, class_id::kIpHost}, {7, class_id::kVeip}};
+    return lookUp(kTargets, tpType, ClassId{0});
 }
 
 ClassId vlanTaggingTarget(std::uint8_t associationType) {
-    switch (associationType) {
-        case 0:
-        case 10:
-            return class_id::kEthernetUni;
-        case 1:
-            return class_id::kIpHost;
-        case 2:
-            return class_id::kMapper;
-        case 3:
-            return class_id::kBridgePort;
-        case 5:
-            return class_id::kGemInterworking;
-        case 6:
-            return class_id::kMulticastInterworking;
-        case 11:
-            return class_id::kVeip;
-        default:
-            return 0;
-    }
+    static constexpr Target kTargets[] = {
+        {0, class_id::kEthernetUni},  {1, class_id::kIpHost},          {2, class_id::kMapper},
+        {3, class_id::kBridgePort},   {5, class_id::kGemInterworking}, {6, class_id::kMulticastInterworking},
+        {10, class_id::kEthernetUni}, {11, class_id::kVeip},
+    };
+    return lookUp(kTargets, associationType, ClassId{0});
 }
 
 ClassId extendedTaggingTarget(std::uint8_t associationType) {
-    switch (associationType) {
-        case 0:
-            return class_id::kBridgePort;
-        case 1:
-            return class_id::kMapper;
-        case 2:
-            return class_id::kEthernetUni;
-        case 3:
-            return class_id::kIpHost;
-        case 5:
-            return class_id::kGemInterworking;
-        case 6:
-            return class_id::kMulticastInterworking;
-        case 10:
-            return class_id::kVeip;
-        default:
-            return 0;
-    }
+    static constexpr Target kTargets[] = {
+        {0, class_id::kBridgePort}, {1, class_id::kMapper},          {2, class_id::kEthernetUni},
+        {3, class_id::kIpHost},     {5, class_id::kGemInterworking}, {6, class_id::kMulticastInterworking},
+        {10, class_id::kVeip},
+    };
+    return lookUp(kTargets, associationType, ClassId{0});
 }
 
 std::vector<Pointer> pointersOf(const Entity& entity) {

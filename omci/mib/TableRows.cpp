@@ -15,9 +15,21 @@ TableRows::iterator findKey(TableRows& rows, ByteView row, std::size_t keySize) 
                         [&](const Bytes& other) { return ByteView(other).part(0, keySize) == row.part(0, keySize); });
 }
 
-void erase(TableRows& rows, ByteView row, std::size_t keySize) {
+Result erase(TableRows& rows, ByteView row, std::size_t keySize) {
     const auto found = findKey(rows, row, keySize);
     if (found != rows.end()) rows.erase(found);
+    return Result::kSuccess;
+}
+
+template <class IsRow>
+Result eraseWhere(TableRows& rows, IsRow isRow) {
+    rows.erase(std::remove_if(rows.begin(), rows.end(), isRow), rows.end());
+    return Result::kSuccess;
+}
+
+Result clear(TableRows& rows) {
+    rows.clear();
+    return Result::kSuccess;
 }
 
 // Replaces the row with the same key or adds this one, and keeps the order that before() says.
@@ -49,10 +61,7 @@ bool taggingBefore(const Bytes& one, const Bytes& other) {
 
 Result applyTaggingRow(TableRows& rows, ByteView row, std::size_t maxRows) {
     const Bytes meant = withoutPadding(row);
-    if (isTaggingDeletion(row)) {
-        erase(rows, meant, kTaggingKeySize);
-        return Result::kSuccess;
-    }
+    if (isTaggingDeletion(row)) return erase(rows, meant, kTaggingKeySize);
     if (!isValid(decodeTaggingRow(meant))) return Result::kParameterError;
     return put(rows, meant, kTaggingKeySize, maxRows, taggingBefore);
 }
@@ -65,15 +74,10 @@ Result applyControlledRow(TableRows& rows, ByteView row, std::size_t maxRows, st
     const std::uint16_t bits = number16(row, 0);
     const RowControl control = decodeRowControl(bits);
     if (control.action == RowControl::kReserved) return Result::kParameterError;
-    if (control.action == RowControl::kClear) {
-        rows.clear();
-        return Result::kSuccess;
-    }
-    if (control.action == RowControl::kDelete) {
-        const auto isRow = [&](const Bytes& other) { return decodeRowControl(number16(other, 0)).key == control.key; };
-        rows.erase(std::remove_if(rows.begin(), rows.end(), isRow), rows.end());
-        return Result::kSuccess;
-    }
+    if (control.action == RowControl::kClear) return clear(rows);
+    if (control.action == RowControl::kDelete)
+        return eraseWhere(rows,
+                          [&](const Bytes& other) { return decodeRowControl(number16(other, 0)).key == control.key; });
     if (control.part >= parts) return Result::kParameterError;
     if (control.testOnly) return Result::kSuccess;
     Bytes kept;
@@ -93,13 +97,11 @@ Result applyFilterRow(TableRows& rows, ByteView row, std::size_t maxRows) {
     constexpr std::uint8_t kActionBits = 0xC0;
     switch (row[1] >> 6) {
         case 0:
-            erase(rows, row, 1);
-            return Result::kSuccess;
+            return erase(rows, row, 1);
         case 1:
             break;
         case 2:
-            rows.clear();
-            return Result::kSuccess;
+            return clear(rows);
         default:
             return Result::kParameterError;
     }
@@ -111,15 +113,13 @@ Result applyFilterRow(TableRows& rows, ByteView row, std::size_t maxRows) {
 // A row whose fields behind the key are all zero is a deletion.
 Result applyKeyedRow(TableRows& rows, ByteView row, std::size_t maxRows, std::size_t keySize) {
     if (!allAre(row.part(keySize), 0)) return put(rows, row.copy(), keySize, maxRows, bytesBefore);
-    erase(rows, row, keySize);
-    return Result::kSuccess;
+    return erase(rows, row, keySize);
 }
 
 // TableRows by number, from 1; row 0 clears the table.
 Result applyNumberedRow(TableRows& rows, ByteView row, std::size_t maxRows) {
     if (row[0] != 0) return put(rows, row.copy(), 1, maxRows, bytesBefore);
-    rows.clear();
-    return Result::kSuccess;
+    return clear(rows);
 }
 
 // The broadcast keys: the low two bits of the control.
@@ -128,14 +128,12 @@ Result applyKeyFragment(TableRows& rows, ByteView row, std::size_t maxRows) {
     const auto isRow = [&](const Bytes& other) { return other[1] == row[1]; };
     switch (row[0] & 3U) {
         case 0:
-            rows.erase(std::remove_if(rows.begin(), rows.end(), isRow), rows.end());
+            eraseWhere(rows, isRow);
             break;
         case 1:
-            rows.erase(std::remove_if(rows.begin(), rows.end(), isRow), rows.end());
-            return Result::kSuccess;
+            return eraseWhere(rows, isRow);
         case 2:
-            rows.clear();
-            return Result::kSuccess;
+            return clear(rows);
         default:
             return Result::kParameterError;
     }
@@ -157,11 +155,9 @@ Result applyEnhancedRow(TableRows& rows, ByteView row, std::size_t maxRows) {
         case 1:
             break;
         case 2:
-            rows.erase(std::remove_if(rows.begin(), rows.end(), isRow), rows.end());
-            return Result::kSuccess;
+            return eraseWhere(rows, isRow);
         case 3:
-            rows.clear();
-            return Result::kSuccess;
+            return clear(rows);
         default:
             return Result::kParameterError;
     }

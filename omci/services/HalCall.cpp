@@ -3,6 +3,8 @@
 #include <cstring>
 #include <tuple>
 
+#include "omci/message/Lookup.h"
+
 namespace omci::services {
 
 namespace {
@@ -73,45 +75,27 @@ bool operator==(const HalCall& one, const HalCall& other) {
 }
 
 const char* nameOf(Operation operation) {
-    switch (operation) {
-        case Operation::kSetOmciAction:
-            return "vorn_hal_set_omci_action";
-        case Operation::kTContSet:
-            return "vorn_omci_hal_tcont_set";
-        case Operation::kTContReset:
-            return "vorn_omci_hal_tcont_reset";
-        case Operation::kGemFlowAdd:
-            return "vorn_omci_hal_gemflow_add";
-        case Operation::kGemFlowDel:
-            return "vorn_omci_hal_gemflow_del";
-        case Operation::kConfigureBridge:
-            return "vorn_omci_hal_configureBridge";
-        case Operation::kConfigureAniTagRules:
-            return "vorn_omci_hal_configureAniTagRules";
-        case Operation::kUnsetPbitData:
-            return "vorn_omci_hal_unsetPbitData";
-        case Operation::kDeprovisionAniSideBridge:
-            return "vorn_omci_hal_deprovisionAniSideBridge";
-        case Operation::kVeipCreateRules:
-            return "vorn_omci_hal_veip_createRules";
-        case Operation::kVeipDeleteRules:
-            return "vorn_omci_hal_veip_deleteRules";
-        case Operation::kFilterFlowAdd:
-            return "vorn_omci_hal_filter_flow_add";
-        case Operation::kProvisionIpHost:
-            return "vorn_omci_hal_provisionIpHost";
-        case Operation::kDeprovisionIpHost:
-            return "vorn_omci_hal_deprovisionIpHost";
-        case Operation::kSetPortStatus:
-            return "setEthernetUniStatus";
-        case Operation::kSetPortMode:
-            return "updateEthernetUniSpeed";
-        case Operation::kIsolatePort:
-            return "br_set_port_isolated";
-        case Operation::kSetAgeingTime:
-            return "br_set_ageing_time";
-    }
-    return "?";
+    static constexpr Names<Operation> kNames[] = {
+        {Operation::kSetOmciAction, "vorn_hal_set_omci_action"},
+        {Operation::kTContSet, "vorn_omci_hal_tcont_set"},
+        {Operation::kTContReset, "vorn_omci_hal_tcont_reset"},
+        {Operation::kGemFlowAdd, "vorn_omci_hal_gemflow_add"},
+        {Operation::kGemFlowDel, "vorn_omci_hal_gemflow_del"},
+        {Operation::kConfigureBridge, "vorn_omci_hal_configureBridge"},
+        {Operation::kConfigureAniTagRules, "vorn_omci_hal_configureAniTagRules"},
+        {Operation::kUnsetPbitData, "vorn_omci_hal_unsetPbitData"},
+        {Operation::kDeprovisionAniSideBridge, "vorn_omci_hal_deprovisionAniSideBridge"},
+        {Operation::kVeipCreateRules, "vorn_omci_hal_veip_createRules"},
+        {Operation::kVeipDeleteRules, "vorn_omci_hal_veip_deleteRules"},
+        {Operation::kFilterFlowAdd, "vorn_omci_hal_filter_flow_add"},
+        {Operation::kProvisionIpHost, "vorn_omci_hal_provisionIpHost"},
+        {Operation::kDeprovisionIpHost, "vorn_omci_hal_deprovisionIpHost"},
+        {Operation::kSetPortStatus, "setEthernetUniStatus"},
+        {Operation::kSetPortMode, "updateEthernetUniSpeed"},
+        {Operation::kIsolatePort, "br_set_port_isolated"},
+        {Operation::kSetAgeingTime, "br_set_ageing_time"},
+    };
+    return lookUp(kNames, operation, "?");
 }
 
 }  // namespace omci::services

@@ -1,5 +1,6 @@
 #include "omci/services/Plan.h"
 
+#include "omci/message/Lookup.h"
 #include "omci/services/Numbers.h"
 
 namespace omci::services {
@@ -12,40 +13,21 @@ constexpr std::uint16_t kBridgeWithoutNumber = 0xFFFF;
 
 }  // namespace
 
-bool Planner::plans(ClassId classId) {
-    switch (classId) {
-        case class_id::kTCont:
-        case class_id::kGemPort:
-        case class_id::kBridge:
-        case class_id::kBridgePort:
-        case class_id::kEthernetUni:
-        case class_id::kVeip:
-        case class_id::kIpHost:
-            return true;
-        default:
-            return false;
-    }
+Planner::Part Planner::partFor(ClassId classId) {
+    static constexpr std::pair<ClassId, Part> kParts[] = {
+        {class_id::kTCont, &Planner::planTCont},
+        {class_id::kGemPort, &Planner::planGemPort},
+        {class_id::kBridge, &Planner::planBridge},
+        {class_id::kBridgePort, &Planner::planBridgePort},
+        {class_id::kEthernetUni, &Planner::planEthernetUni},
+        {class_id::kVeip, &Planner::planVeip},
+        {class_id::kIpHost, &Planner::planIpHost},
+    };
+    return lookUp(kParts, classId, Part{nullptr});
 }
 
 void Planner::plan(EntityKey key) {
-    switch (key.classId) {
-        case class_id::kTCont:
-            return planTCont(key.instance);
-        case class_id::kGemPort:
-            return planGemPort(key.instance);
-        case class_id::kBridge:
-            return planBridge(key.instance);
-        case class_id::kBridgePort:
-            return planBridgePort(key.instance);
-        case class_id::kEthernetUni:
-            return planEthernetUni(key.instance);
-        case class_id::kVeip:
-            return planVeip(key.instance);
-        case class_id::kIpHost:
-            return planIpHost(key.instance);
-        default:
-            return;
-    }
+    if (const Part part = partFor(key.classId)) (this->*part)(key.instance);
 }
 
 UserPorts Planner::usersOf(InstanceId bridge) {

@@ -61,10 +61,13 @@ public:
         : reader_(reader), context_(context), wanted_(wanted) {}
 
     // True when entities of this class are planned.
-    static bool plans(ClassId classId);
+    static bool plans(ClassId classId) { return partFor(classId) != nullptr; }
     void plan(EntityKey key);
 
 private:
+    using Part = void (Planner::*)(InstanceId instance);
+    static Part partFor(ClassId classId);  // null where nothing is planned
+
     // PlanPon.cpp
     void planTCont(InstanceId instance);
     void planGemPort(InstanceId instance);

@@ -108,20 +108,20 @@ class Onu:
 
     def device(self):
         """What provisioning has made of it: without its addresses, which are its own."""
-        device = json.loads(self.does("at", "onu", "show", "--json"))
+        device = self.state()
         for one in device["network"]["devices"]:
             del one["mac"]
         return {part: device[part] for part in ("network", "vlan", "pon")}
 
-    def board(self):
-        return json.loads(self.does("at", "onu", "show", "--json"))["board"]
+    def state(self):
+        return json.loads(self.does("at", "onu", "show", "--json"))
 
     def serial(self):
-        return self.board()["serialNumber"]
+        return self.state()["board"]["serialNumber"]
 
     def mib(self):
         """Its entities by class and instance; values that hold its serial number or one of its addresses are left out."""
-        board = self.board()
+        board = self.state()["board"]
         first = int(board["baseMac"].replace(":", ""), 16)
         own = [f"{first + i:012x}" for i in range(16)] + [board["serialNumber"][:4].encode().hex() + board["serialNumber"][4:].lower()]
         made = {}

@@ -23,6 +23,10 @@ protected:
         }
         return reported;
     }
+    void later(std::uint64_t ms) {
+        clock.ms += ms;
+        agent.tick();
+    }
 };
 
 using Lines = std::vector<std::string>;
@@ -150,11 +154,9 @@ TEST_F(AgentTest, HeldBackAlarmsAreToldWhenTheIntervalEnds) {
     EXPECT_EQ(lines().size(), 1U);  // the value only
     EXPECT_EQ(ask<CommandNumber>(MessageType::kGetAllAlarms, kOnuDataKey, Flags{1}).number, 0);
     EXPECT_EQ(ask<CommandNumber>(MessageType::kGetAllAlarms, kOnuDataKey, Flags{0}).number, 1);
-    clock.ms += 119'999;
-    agent.tick();
+    later(119'999);
     EXPECT_TRUE(lines().empty());
-    clock.ms += 1;
-    agent.tick();
+    later(1);
     EXPECT_EQ(lines(), (Lines{"-  attribute value change  PPTP Ethernet UNI 0x0101  ARC off",
                               "-  alarm  PPTP Ethernet UNI 0x0101  alarms LAN-LOS, sequence 1"}));
 }
@@ -170,8 +172,7 @@ TEST_F(AgentTest, WeakLightRaisesTheAlarmOfTheThresholdThatWasSet) {
     const EntityKey ani{class_id::kAniG, 0x8001};
     ASSERT_EQ(set1(ani, attr::ani_g::kLowerOpticalThreshold, hex("28")), Result::kSuccess);  // -20 dBm
     hal.received = -10001;
-    clock.ms += 20'000;
-    agent.tick();
+    later(20'000);
     EXPECT_EQ(lines(), Lines{"-  alarm  ANI-G 0x8001  alarms low received power, sequence 1"});
     EXPECT_EQ(get(ani, maskOf(attr::ani_g::kOpticalSignalLevel)).values[0], 0xD8);
 }
@@ -214,8 +215,7 @@ TEST_F(AgentTest, WhatTheDeviceTellsByItselfReachesTheOlt) {
     for (const auto& one : kCases) {
         one.happens(device);
         for (const Lines& expected : {one.lines, Lines{}}) {
-            clock.ms += 10'000;
-            agent.tick();
+            later(10'000);
             EXPECT_EQ(lines(), expected) << one.what;
         }
     }
@@ -253,14 +253,12 @@ TEST_F(AgentTest, CountersRunInIntervalsOfAQuarterOfAnHour) {
     const auto bytes = ask<GetAnswer>(MessageType::kGetCurrentData, pm, AttributesAsked{maskOf(5)}).values;
     EXPECT_EQ((std::pair(number32(bytes, 0), number32(bytes, 4))), (std::pair(1U, 2U))) << "64 bits";
     EXPECT_EQ(counted(MessageType::kGet), (Counts{0, 0, 0}));
-    clock.ms += kIntervalMs;
-    agent.tick();
+    later(kIntervalMs);
     EXPECT_EQ(counted(MessageType::kGet), (Counts{0, 7, 0}));
     EXPECT_EQ(counted(MessageType::kGetCurrentData), (Counts{1, 0, 0}));
     device.gemPorts[0x0400] = {3, 250, 0, 0, 0, 0};  // the port was recreated in the meantime
     EXPECT_EQ(counted(MessageType::kGetCurrentData), (Counts{1, 3, 50}));
-    clock.ms += 3 * kIntervalMs;  // nobody looked for three intervals: the last one is empty
-    agent.tick();
+    later(3 * kIntervalMs);  // nobody looked for three intervals: the last one is empty
     EXPECT_EQ(counted(MessageType::kGet), (Counts{3, 0, 0}));
     EXPECT_TRUE(
         ask<TimeAnswer>(MessageType::kSynchronizeTime, {class_id::kOnuG, 0}, TimeSet{DateTime{2026, 1, 1}}).taken);
@@ -274,8 +272,7 @@ TEST_F(AgentTest, SynchronizedTimeClearsTheRunningAndTheLastInterval) {
         return number32(ask<GetAnswer>(type, pm, AttributesAsked{maskOf(5)}).values, 0);
     };
     device.counters[kPort].rxFrames = 20;
-    clock.ms += kIntervalMs;
-    agent.tick();
+    later(kIntervalMs);
     device.counters[kPort].rxFrames = 27;
     ASSERT_EQ(frames(MessageType::kGet), 20U);
     ASSERT_EQ(frames(MessageType::kGetCurrentData), 7U);
@@ -290,12 +287,10 @@ TEST_F(AgentTest, ACrossedThresholdIsAnAlarmUntilTheIntervalEnds) {
     ASSERT_EQ(create(pm, hex("0001")), Result::kSuccess);
     for (const std::uint64_t discards : {9U, 10U, 11U}) {
         device.counters[kPort].rxDiscards = discards;
-        clock.ms += 1000;
-        agent.tick();
+        later(1000);
     }
     EXPECT_EQ(lines(), Lines{"-  alarm  Ethernet PM history data 3 0x0101  alarms Drop events, sequence 1"});
-    clock.ms += kIntervalMs;
-    agent.tick();
+    later(kIntervalMs);
     EXPECT_EQ(lines(), Lines{"-  alarm  Ethernet PM history data 3 0x0101  alarms none, sequence 2"});
 }
 
@@ -306,8 +301,7 @@ TEST_F(AgentTest, AControlBlockSaysWhatIsCounted) {
     device.counters[kPort].txFrames = 50;
     device.counters[kPort].rxFrames = 7;
     device.counters[kPort].txMulticastFrames = 9;
-    clock.ms += kIntervalMs;
-    agent.tick();
+    later(kIntervalMs);
     const auto frames = [&] {
         const auto answer = ask<GetAnswer>(MessageType::kGetCurrentData, pm, AttributesAsked{maskOf(5) | maskOf(7)});
         return std::pair(number32(answer.values, 0), number32(answer.values, 4));

@@ -16,7 +16,7 @@ protected:
 
     Result administer(EntityKey key, bool locked) {
         const AttributeNumber attribute = administrativeState(key.classId);
-        return set1(key, attribute, bytesOf({locked ? 1 : 0}));
+        return set1(key, attribute, hex(locked ? "01" : "00"));
     }
     void pass(std::uint64_t ms = 1000) {
         clock.ms += ms;
@@ -49,6 +49,16 @@ TEST_F(LockTest, APortThatIsLockedAndUnlockedWithItsCableInRaisesNothing) {
         EXPECT_EQ(reported(MessageType::kAlarm), 0U) << locked.classId;
         EXPECT_EQ(value(kPort, attr::ethernet_uni::kOperationalState), 0U);
     }
+}
+
+TEST_F(LockTest, AVeipThatIsLockedSaysNothingOfItsConnection) {
+    device.veip = true;
+    pass();
+    ASSERT_EQ(administer({class_id::kVeip, 0x0601}, true), Result::kSuccess);
+    autonomous();
+    device.veip = false;
+    pass(10'000);
+    EXPECT_TRUE(autonomous().empty());
 }
 
 TEST_F(LockTest, AnAlarmThatStandsGoesSilentlyWithTheLockAndComesBackWithoutIt) {

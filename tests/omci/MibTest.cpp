@@ -170,6 +170,7 @@ TEST_F(MibTest, RowsOfTablesSayWhatBecomesOfThem) {
         {profile, 7, "5801" + access, Result::kParameterError, 3},  // there is no part 3
         {profile, 7, "8001" + access, Result::kSuccess, 1},
         {profile, 7, "8001" + access, Result::kSuccess, 1},
+        {profile, 7, "4003" + access, Result::kSuccess, 2},
         {profile, 7, "C000" + access, Result::kSuccess, 0},
         {group, 9, "0FFF 0000 E0000000 EFFFFFFF", Result::kSuccess, 1},
         {group, 9, "0FFF 0000 E0000000 E00000FF", Result::kSuccess, 1},

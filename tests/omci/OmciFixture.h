@@ -38,21 +38,11 @@ public:
 
 class TestDevice : public Device {
 public:
-    std::optional<IntfStats> portCounters(EntityKey port) override {
-        const auto found = counters.find(port);
-        return found == counters.end() ? std::nullopt : std::optional<IntfStats>(found->second);
-    }
-    std::optional<GemPortCounters> gemPortCounters(std::uint16_t gemPort) override {
-        const auto found = gemPorts.find(gemPort);
-        return found == gemPorts.end() ? std::nullopt : std::optional<GemPortCounters>(found->second);
-    }
-    std::optional<PortState> portState(InstanceId port) override {
-        const auto found = ports.find(port);
-        return found == ports.end() ? std::nullopt : std::optional<PortState>(found->second);
-    }
+    std::optional<IntfStats> portCounters(EntityKey port) override { return in(counters, port); }
+    std::optional<GemPortCounters> gemPortCounters(std::uint16_t gemPort) override { return in(gemPorts, gemPort); }
+    std::optional<PortState> portState(InstanceId port) override { return in(ports, port); }
     std::optional<JoinedGroups> joinedGroups(InstanceId bridge, EntityKey port) override {
-        const auto found = joined.find({bridge, port});
-        return found == joined.end() ? std::nullopt : std::optional<JoinedGroups>(found->second);
+        return in(joined, {bridge, port});
     }
     std::optional<HostAddresses> hostAddresses(InstanceId) override { return host; }
     std::optional<bool> veipConnected(InstanceId) override { return veip; }
@@ -71,13 +61,14 @@ public:
     std::optional<double> bitErrors;
     bool calling = false;
     std::vector<InstanceId> restarts;
-};
 
-inline Bytes bytesOf(std::initializer_list<int> numbers) {
-    Bytes bytes;
-    for (const int number : numbers) bytes.push_back(static_cast<std::uint8_t>(number));
-    return bytes;
-}
+private:
+    template <class Map>
+    static std::optional<typename Map::mapped_type> in(const Map& map, const typename Map::key_type& key) {
+        const auto found = map.find(key);
+        return found == map.end() ? std::nullopt : std::optional<typename Map::mapped_type>(found->second);
+    }
+};
 
 class OmciFixture : public ::testing::Test {
 protected:

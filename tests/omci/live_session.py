@@ -5,6 +5,7 @@ byte by byte here, so that a mistake that coder and decoder have in common is fo
     VORN_OMCI_MESSAGES=1000000 live_session.py VORN_ONU Endurance
 """
 
+import contextlib
 import json
 import os
 import pathlib
@@ -29,6 +30,7 @@ GAL, PROFILE, SUBSCRIBER, MONITOR, ANI = 272, 309, 310, 311, 263
 UNI, PORT_TABLE, IP_HOST, VEIP = 11, 50, 134, 329
 LAN_LOS, CONNECTING_FUNCTION_FAIL = 0, 0
 UNKNOWN = 350
+BRIDGE_CONTENT = struct.pack(">BBBHHHHBB", 0, 1, 1, 0x8000, 0x1400, 0x0200, 0x0F00, 0, 0)
 
 
 def crc_of_byte(byte):
@@ -162,7 +164,7 @@ class Olt:
         self.done(SET, TCONT, tcont, struct.pack(">HH", 0x8000, 1024 + number))
         if number == 0:
             self.done(CREATE, GAL, 1, struct.pack(">H", 48))
-        self.done(CREATE, BRIDGE, bridge, struct.pack(">BBBHHHHBB", 0, 1, 1, 0x8000, 0x1400, 0x0200, 0x0F00, 0, 0))
+        self.done(CREATE, BRIDGE, bridge, BRIDGE_CONTENT)
         self.done(CREATE, MAPPER, mapper, struct.pack(">H8HB", null, *[null] * 8, 1))
         self.done(CREATE, GEM, gem, struct.pack(">HHBHHHHB", 1001 + number, tcont, 3, 0x8000, null, 0, null, 0))
         self.done(CREATE, GEM_IW, gem, struct.pack(">HBHHH", gem, 5, mapper, null, 1))
@@ -219,15 +221,23 @@ class Living(unittest.TestCase):
     def fault(self, *words):
         return self.at("fault", "omci", *words)
 
+    @contextlib.contextmanager
+    def page(self):
+        """HOST:PORT of the board's page."""
+        with subprocess.Popen([TOOL, "at", "olt", "serve", "--port", "0"], env=self.environment, stdout=subprocess.PIPE,
+                              text=True) as server:
+            try:
+                yield re.search(r"http://([^/]+)/", server.stdout.readline()).group(1)
+            finally:
+                server.terminate()
+
 
 class Session(Living):
     options = ["--log", "--capture", "{}/exchange.pcapng"]
 
     def test_a_service_and_its_mib(self):
         self.olt.done(RESET, ONU_DATA, 0)
-        before = self.file("before.json")
-        with open(before, "w", encoding="utf-8") as written:
-            written.write(self.at("mib", "--json"))
+        before = self.mib_file("before.json")
         fresh = self.olt.upload()
         self.olt.provision()
         self.assertEqual(self.olt.data_sync(), 10)
@@ -249,9 +259,7 @@ class Session(Living):
         self.assertRegex(tree, r"\n  MAC bridge port configuration data 0x0101: ")
         self.assertRegex(tree, r"\n      IW TP pointer for p-bit 0 → GEM interworking termination point 0x0401: ")
         self.assertIn("<b>802.1p mapper service profile 0x0001</b>", self.page_part("mib"))
-        after = self.file("after.json")
-        with open(after, "w", encoding="utf-8") as written:
-            written.write(self.at("mib", "--json"))
+        after = self.mib_file("after.json")
         diff = subprocess.run([TOOL, "diff", before, after], capture_output=True, text=True, timeout=60)
         self.assertEqual(diff.returncode, 1, diff.stdout + diff.stderr)
         self.assertIn("new: GEM port network CTP 0x0401", diff.stdout)
@@ -262,19 +270,18 @@ class Session(Living):
         self.assertEqual(self.onu.wait(60), 1, "a message was refused")
         self.printed(r"(refused: \d+ create MAC bridge service profile 0x0003: instance exists)")
 
+    def mib_file(self, name):
+        with open(self.file(name), "w", encoding="utf-8") as written:
+            written.write(self.at("mib", "--json"))
+        return written.name
+
     def page_part(self, name):
         """A part of the board's page, as HTML."""
-        with subprocess.Popen([TOOL, "at", "olt", "serve", "--port", "0"], env=self.environment, stdout=subprocess.PIPE,
-                              text=True) as server:
-            try:
-                address = re.search(r"http://[^/]+/", server.stdout.readline()).group(0)
-                with urllib.request.urlopen(address + "events", timeout=60) as events:
-                    for line in events:
-                        parts = json.loads(line[6:]) if line.startswith(b"data: {") else {}
-                        if parts.get(name):
-                            return parts[name]
-            finally:
-                server.terminate()
+        with self.page() as place, urllib.request.urlopen(f"http://{place}/events", timeout=60) as events:
+            for line in events:
+                parts = json.loads(line[6:]) if line.startswith(b"data: {") else {}
+                if parts.get(name):
+                    return parts[name]
         return ""
 
     def test_a_cable_that_is_pulled_is_an_alarm(self):
@@ -305,7 +312,7 @@ class Session(Living):
         self.assertEqual(self.olt.values(IP_HOST, 0, 0x00E0)[:12], bytes([10, 0, 0, 9, 255, 255, 255, 0, 10, 0, 0, 1]))
 
         # The VEIP on a bridge of its own, with GEM port 1002.
-        self.olt.done(CREATE, BRIDGE, 4, struct.pack(">BBBHHHHBB", 0, 1, 1, 0x8000, 0x1400, 0x0200, 0x0F00, 0, 0))
+        self.olt.done(CREATE, BRIDGE, 4, BRIDGE_CONTENT)
         self.olt.done(CREATE, GEM, 0x402, struct.pack(">HHBHHHHB", 1002, 0x8000, 3, 0x8001, 0xFFFF, 0, 0xFFFF, 0))
         self.olt.done(CREATE, GEM_IW, 0x402, struct.pack(">HBHHH", 0x402, 1, 4, 0xFFFF, 1))
         self.olt.done(CREATE, BRIDGE_PORT, 0x202, struct.pack(">HBBHHHBBB", 4, 1, 5, 0x402, 0, 1, 0, 0, 0))
@@ -500,10 +507,10 @@ class Endurance(Living):
     def exchange(self, count):
         """Milliseconds that each took."""
         took = []
-        bridge = struct.pack(">BBBHHHHBB", 0, 1, 1, 0x8000, 0x1400, 0x0200, 0x0F00, 0, 0)
         for number in range(count):
             sizes = struct.pack(">HH", 0x8000, 48 + number // 4 % 2)
-            requests = (GET, ONU_DATA, 0, b"\x80\x00"), (SET, GAL, 1, sizes), (CREATE, BRIDGE, 7, bridge), (DELETE, BRIDGE, 7)
+            requests = ((GET, ONU_DATA, 0, b"\x80\x00"), (SET, GAL, 1, sizes), (CREATE, BRIDGE, 7, BRIDGE_CONTENT),
+                        (DELETE, BRIDGE, 7))
             begin = time.perf_counter()
             self.olt.send(*requests[number % 4])
             self.olt.receive()

@@ -176,14 +176,9 @@ class OfAnOnu(Living):
         self.assertEqual(names, set(self.metrics().types))
         for host, expected in [("localhost:" + address.split(":")[1], 200), ("lab.example", 403), ("127.0.0.1:1", 403)]:
             self.assertEqual(answer(address, host)[0], expected, host)
-        with subprocess.Popen([live_session.TOOL, "at", "olt", "serve", "--port", "0"], env=self.environment,
-                              stdout=subprocess.PIPE, text=True) as page:
-            try:
-                link = re.search(r"http://([^/]+)/", page.stdout.readline()).group(1)
-                self.assertEqual(set(Metrics(answer(link)[2]).types), names)
-                self.assertEqual(answer(link, "lab.example")[0], 403)
-            finally:
-                page.terminate()
+        with self.page() as place:
+            self.assertEqual(set(Metrics(answer(place)[2]).types), names)
+            self.assertEqual(answer(place, "lab.example")[0], 403)
 
     def test_a_place_that_cannot_be_had_is_refused(self):
         taken = self.printed(r"metrics: http://127\.0\.0\.1:(\d+)/metrics\n")

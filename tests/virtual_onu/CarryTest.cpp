@@ -238,9 +238,7 @@ protected:
             if (chance.oneIn(12)) change(chance);
             const std::string from = chance.of<std::string>({"sid0", "sid1", "", "sid5"});
             const Bytes bytes = chance.frame();
-            const auto exits = !asBytes       ? walked(from, bytes)
-                               : from.empty() ? onu().carryFromPon(kCarriedPort, bytes)
-                                              : onu().carryFromPort(from, bytes);
+            const auto exits = asBytes ? carried(from, bytes) : walked(from, bytes);
             std::string line = std::to_string(step) + " from " + from;
             for (const WireExit& exit : exits) line += " | " + textOf(exit);
             lines.push_back(line);

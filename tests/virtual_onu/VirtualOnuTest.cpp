@@ -206,6 +206,7 @@ TEST_F(VirtualOnuTest, TheTraceListenerIsCalledOutsideOfTheLock) {
     Logger::getInstance(150)->writeToLog(0, "ifUp", "file", 1, 3, "unheard");
     EXPECT_EQ(seen, (std::vector<std::string>{"log(3, \"ifUp\", \"sid0 is\\n\\\"1\\\"\") = 0"}));
     EXPECT_EQ(onu().traceTexts(CallKind::Log).size(), 2u);
+    EXPECT_EQ(onu().toJson()["trace"].back()["kind"], "log");
 }
 
 TEST_F(VirtualOnuTest, TheGatewayAnswersServiceMessagesUnlessSilent) {

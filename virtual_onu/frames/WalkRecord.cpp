@@ -9,29 +9,18 @@ namespace datapath {
 namespace {
 
 std::string detailOf(const Step& step) {
-    switch (step.cause) {
-        case StepCause::Rule:
-            return step.rule->rule.text();
-        case StepCause::DefaultDrops:
-            return "default: drop";
-        case StepCause::DefaultPasses:
-            return "default: pass";
-        case StepCause::NothingThere:
-            return "no rule and no default: pass";
-        case StepCause::Flooded:
-            return "flooded";
-        case StepCause::Learned:
-            return "learned";
-        case StepCause::Wanted:
-            return "to a port that wants the group";
-        case StepCause::OwnDevices:
-            return "to the bridge's own devices";
-        case StepCause::Flow:
-            return "flow";
-        case StepCause::Runner:
-            return "forwards it itself";
-    }
-    return "";
+    // In the order of the causes; the first one has the rule's words.
+    static constexpr const char* kWords[] = {"",
+                                             "default: drop",
+                                             "default: pass",
+                                             "no rule and no default: pass",
+                                             "flooded",
+                                             "learned",
+                                             "to a port that wants the group",
+                                             "to the bridge's own devices",
+                                             "flow",
+                                             "forwards it itself"};
+    return step.cause == StepCause::Rule ? step.rule->rule.text() : kWords[static_cast<std::size_t>(step.cause)];
 }
 
 }  // namespace

@@ -326,32 +326,22 @@ int gponCtl_startAdminState(const GponCtlAdminState* record) {
 
 const char* gponCtl_getMsgError(int error) {
     record(CallKind::Platform, "gponCtl_getMsgError", arguments(error), 0);
-    switch (error) {
-        case 0:
-            return "no error";
-        case GPONCTL_ERROR_GEM_PORT_EXISTS:
-            return "GEM port exists already";
-        case EACCES:
-            return "permission denied";
-        case EBUSY:
-            return "busy";
-        case EINVAL:
-            return "invalid argument";
-        case EIO:
-            return "input/output error";
-        case EMFILE:
-            return "too many open files";
-        case ENODEV:
-            return "no such device";
-        case ENOENT:
-            return "no such entry";
-        case ENOSPC:
-            return "no space left";
-        case ENXIO:
-            return "no such device or address";
-        default:
-            return "unknown error";
-    }
+    static constexpr std::pair<int, const char*> kWords[] = {
+        {0, "no error"},
+        {GPONCTL_ERROR_GEM_PORT_EXISTS, "GEM port exists already"},
+        {EACCES, "permission denied"},
+        {EBUSY, "busy"},
+        {EINVAL, "invalid argument"},
+        {EIO, "input/output error"},
+        {EMFILE, "too many open files"},
+        {ENODEV, "no such device"},
+        {ENOENT, "no such entry"},
+        {ENOSPC, "no space left"},
+        {ENXIO, "no such device or address"},
+    };
+    for (const auto& [number, words] : kWords)
+        if (number == error) return words;
+    return "unknown error";
 }
 
 int tmctl_portTmInit(int deviceType, const TmctlIf* interface, unsigned int configFlags, int queueCount) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "omci/message/TaggingRow.h"
+#include "omci/message/ValueText.h"
 
 namespace olt {
 
@@ -11,22 +12,13 @@ namespace {
 using omci::AttributeInfo;
 using omci::ClassInfo;
 using omci::Content;
+using omci::hexText;
 using omci::MessageType;
 using omci::Result;
 namespace class_id = omci::class_id;
 
 std::string nameOf(EntityKey key) {
     return omci::nameOfClass(key.classId) + " " + std::to_string(key.instance);
-}
-
-std::string text(const Bytes& bytes) {
-    std::string digits;
-    for (const auto byte : bytes) {
-        constexpr char kDigits[] = "0123456789abcdef";
-        digits += kDigits[byte >> 4];
-        digits += kDigits[byte & 0xFU];
-    }
-    return digits;
 }
 
 // Values one behind the other, by attributes.
@@ -75,6 +67,12 @@ std::optional<Answer> Olt::ask(omci::Message request, const Content& content) {
     return *found;
 }
 
+template <class Answer>
+Result Olt::resultOf(omci::Message request, const Content& content) {
+    const auto answer = ask<Answer>(std::move(request), content);
+    return answer ? answer->result : Result::kProcessingError;
+}
+
 Result Olt::send(const Request& request) {
     const ClassInfo& info = *omci::findClass(request.entity.classId);
     std::map<AttributeNumber, Bytes> values;
@@ -83,18 +81,15 @@ Result Olt::send(const Request& request) {
         values[value.attribute] = value.bytes;
         mask = static_cast<omci::AttributeMask>(mask | omci::maskOf(value.attribute));
     }
-    Result result = Result::kProcessingError;
+    Result result{};
     if (request.kind == Request::kCreate) {
-        const auto answer = ask<omci::CreateAnswer>(message(MessageType::kCreate, request.entity),
-                                                    omci::CreateValues{valuesOf(info, info.setByCreate(), values)});
-        if (answer) result = answer->result;
+        result = resultOf<omci::CreateAnswer>(message(MessageType::kCreate, request.entity),
+                                              omci::CreateValues{valuesOf(info, info.setByCreate(), values)});
     } else if (request.kind == Request::kDelete) {
-        const auto answer = ask<omci::ResultAnswer>(message(MessageType::kDelete, request.entity), omci::NoContent{});
-        if (answer) result = answer->result;
+        result = resultOf<omci::ResultAnswer>(message(MessageType::kDelete, request.entity), omci::NoContent{});
     } else {
-        const auto answer = ask<omci::SetAnswer>(message(MessageType::kSet, request.entity),
-                                                 omci::AttributeValues{mask, valuesOf(info, mask, values)});
-        if (answer) result = answer->result;
+        result = resultOf<omci::SetAnswer>(message(MessageType::kSet, request.entity),
+                                           omci::AttributeValues{mask, valuesOf(info, mask, values)});
     }
     if (result == Result::kSuccess) remember(request);
     return result;
@@ -248,17 +243,17 @@ std::vector<std::string> Olt::differences() {
                                   omci::ByteView(expected).part(at, attribute.size);
                     if (!exists)
                         lines.push_back(name + ": no row " +
-                                        text(omci::ByteView(expected).part(at, attribute.size).copy()));
+                                        hexText(omci::ByteView(expected).part(at, attribute.size)));
                 }
                 if (!rows) lines.push_back(name + " cannot be read");
                 continue;
             }
             const auto same = found->second.find(number);
             if (same != found->second.end() && same->second != expected)
-                lines.push_back(name + ": " + text(same->second) + " in the upload, not " + text(expected));
+                lines.push_back(name + ": " + hexText(same->second) + " in the upload, not " + hexText(expected));
             const auto got = read(entity, number);
             if (!got || *got != expected)
-                lines.push_back(name + ": " + (got ? text(*got) : "nothing") + " by get, not " + text(expected));
+                lines.push_back(name + ": " + (got ? hexText(*got) : "nothing") + " by get, not " + hexText(expected));
         }
     }
     for (const auto& [entity, values] : uploaded) {

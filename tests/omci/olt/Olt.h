@@ -40,6 +40,8 @@ private:
     omci::Message message(omci::MessageType type, EntityKey entity);
     template <class Answer>
     std::optional<Answer> ask(omci::Message request, const omci::Content& content);
+    template <class Answer>
+    omci::Result resultOf(omci::Message request, const omci::Content& content);
     void remember(const Request& request);
     void rememberRow(std::map<AttributeNumber, Bytes>& values, const Request& request, const Value& value);
     std::map<EntityKey, std::map<AttributeNumber, Bytes>> upload();

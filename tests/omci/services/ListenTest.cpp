@@ -66,14 +66,12 @@ TEST(Listen, AllServicesStandAndTheCaptureAndTheCallsMakeTheSameDevice) {
     expectHas(onu.output(), {"What is on the device"});
     const auto device = nlohmann::json::parse(contentOf(folder.file("state.json"))).at("device");
     EXPECT_GE(device.at("pon").at("gemPorts").size(), 8U);
-    const auto again = runProgram({kTool, "run", calls, "--forwarding", "g988", "--json", "-"});
+    const auto again = runTool({"run", calls, "--forwarding", "g988", "--json", "-"});
     ASSERT_EQ(again.code, 0) << again.output;
     const auto made = nlohmann::json::parse(again.output).at("device");
     for (const char* part : {"network", "pon", "vlan"}) EXPECT_EQ(made.at(part), device.at(part)) << part;
     SKIP_WHEN_EMULATED(kNoLibpcap);
-    const auto played = runProgram({kTool, "omci", capture});
-    EXPECT_EQ(played.code, 0) << played.output;
-    expectHas(played.output, {"answered as in the capture"});
+    expectTool({"omci", capture}, 0, {"answered as in the capture"});
 }
 
 }  // namespace

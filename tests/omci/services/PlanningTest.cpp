@@ -163,51 +163,40 @@ TEST_F(Planning, WhatIsAcceptedWithoutEffectIsToldWithTheEntityThatAskedForIt) {
                             {attr::bridge_port::kTpType, 1},
                             {attr::bridge_port::kTpPointer, 0x0103}});
     };
-    struct Case {
+    const EntityKey addresses{class_id::kBridgePortFilter, 0x1101}, protocols{class_id::kBridgePortPreassign, 0x1001};
+    const EntityKey port{class_id::kBridgePort, 0x1001}, profile{class_id::kMulticastProfile, 0x1032};
+    const auto set = [](EntityKey entity, AttributeNumber attribute, std::uint64_t value) {
+        return olt::set(entity.classId, entity.instance, {{attribute, value}});
+    };
+    const struct {
         const char* what;
         olt::Request request;
         EntityKey entity;
         const char* words;
-    };
-    const EntityKey addresses{class_id::kBridgePortFilter, 0x1101}, protocols{class_id::kBridgePortPreassign, 0x1001};
-    const Case cases[] = {
+    } cases[] = {
         {"port bridging off", secondPort(1), {class_id::kBridge, 1}, "between the ports"},
         {"a filtered address", olt::setBytes(addresses, 1, olt::hex("01 41 021122334455")), addresses, "addresses"},
-        {"a filtered protocol", olt::set(protocols.classId, protocols.instance, {{4, 1}}), protocols, "protocols"},
-        {"a limit of addresses",
-         olt::set(class_id::kBridgePort, 0x1001, {{attr::bridge_port::kMacLearningDepth, 2}}),
-         {class_id::kBridgePort, 0x1001},
-         "learned addresses"},
+        {"a filtered protocol", set(protocols, 4, 1), protocols, "protocols"},
+        {"a limit of addresses", set(port, attr::bridge_port::kMacLearningDepth, 2), port, "learned addresses"},
         {"groups of a list",
-         olt::setBytes({class_id::kMulticastProfile, 0x1032}, attr::multicast_profile::kDynamicAccessTable,
+         olt::setBytes(profile, attr::multicast_profile::kDynamicAccessTable,
                        olt::hex("4002 FFFE 0136 00000000 E1000000 E1FFFFFF 00000000 0000")),
-         {class_id::kMulticastProfile, 0x1032},
-         "groups outside the lists"},
+         profile, "groups outside the lists"},
         {"groups without a join",
-         olt::setBytes({class_id::kMulticastProfile, 0x1032}, attr::multicast_profile::kStaticAccessTable,
+         olt::setBytes(profile, attr::multicast_profile::kStaticAccessTable,
                        olt::hex("4001 FFFE 0136 00000000 E1000000 E1FFFFFF 00000000 0000")),
-         {class_id::kMulticastProfile, 0x1032},
-         "static list"},
-        {"proxy",
-         olt::set(class_id::kMulticastProfile, 0x1032, {{attr::multicast_profile::kIgmpFunction, 2}}),
-         {class_id::kMulticastProfile, 0x1032},
-         "sends none"},
-        {"a rate of joins",
-         olt::set(class_id::kMulticastProfile, 0x1032, {{attr::multicast_profile::kUpstreamIgmpRate, 9}}),
-         {class_id::kMulticastProfile, 0x1032},
-         "rate of joins"},
-        {"immediate leave",
-         olt::set(class_id::kMulticastProfile, 0x1032, {{attr::multicast_profile::kImmediateLeave, 1}}),
-         {class_id::kMulticastProfile, 0x1032},
-         "not at once"},
+         profile, "static list"},
+        {"proxy", set(profile, attr::multicast_profile::kIgmpFunction, 2), profile, "sends none"},
+        {"a rate of joins", set(profile, attr::multicast_profile::kUpstreamIgmpRate, 9), profile, "rate of joins"},
+        {"immediate leave", set(profile, attr::multicast_profile::kImmediateLeave, 1), profile, "not at once"},
     };
-    for (const Case& one : cases) {
+    for (const auto& one : cases) {
         EXPECT_EQ(olt.send(one.request), Result::kSuccess) << one.what;
         EXPECT_TRUE(hasProblem(one.entity, one.words)) << one.what;
     }
     // Reported as long as it is so.
     ASSERT_EQ(olt.send(olt::erase({class_id::kBridgePort, 0x1177})), Result::kSuccess);
-    ASSERT_EQ(olt.send(olt::set(protocols.classId, protocols.instance, {{4, 0}})), Result::kSuccess);
+    ASSERT_EQ(olt.send(set(protocols, 4, 0)), Result::kSuccess);
     for (const auto& problem : onu.services.problems()) {
         EXPECT_NE(problem.entity, protocols);
         EXPECT_NE(problem.entity.classId, class_id::kBridge);

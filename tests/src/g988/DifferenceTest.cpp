@@ -103,6 +103,8 @@ using RuleTable = std::vector<g988::InstalledRule>;
 struct Seen {
     unsigned pbits, vid, etherType;
 };
+constexpr Seen kFrames[] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}, {0, 2, 0}, {1, 2, 0},
+                            {0, 0, 1}, {1, 0, 1}, {0, 1, 1}, {1, 1, 1}, {0, 2, 1}, {1, 2, 1}};
 
 // What the table does to a frame: the receiver of the first rule that takes it.
 std::string outcome(const RuleTable& table, const Seen& frame) {
@@ -158,17 +160,13 @@ TEST(DifferenceOfTables, FramesFareAsBeforeOrAsAfterwards) {
         for (const g988::Rule& rule : wanted) after.push_back({0, rule});
         for (const g988::Step& step : g988::difference(before, wanted)) {
             takeStep(table, step, ++id);
-            for (unsigned number = 0; number < 12; ++number) {
-                const Seen frame{number % 2, number / 2 % 3, number / 6};
+            for (const Seen& frame : kFrames) {
                 const std::string now = outcome(table, frame);
                 ASSERT_TRUE(now == outcome(before, frame) || now == outcome(after, frame)) << "round " << round;
             }
         }
         ASSERT_EQ(table.size(), wanted.size());
-        for (unsigned number = 0; number < 12; ++number) {
-            const Seen frame{number % 2, number / 2 % 3, number / 6};
-            ASSERT_EQ(outcome(table, frame), outcome(after, frame)) << "round " << round;
-        }
+        for (const Seen& frame : kFrames) ASSERT_EQ(outcome(table, frame), outcome(after, frame)) << "round " << round;
     }
 }
 

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "src/g988/StandardModel.h"
+#include "src/g988/AuditedTables.h"
 
 using g988::PonPort;
 using g988::TagCodes;
@@ -133,7 +133,7 @@ void RandomTables::changePort(g988::UniPort& port) {
 void RandomTables::setRow(TaggingTable& table, const TaggingRow& row) {
     const auto& rows = table.rows();
     const bool isNew = std::none_of(rows.begin(), rows.end(), [&](const TaggingRow& known) {
-        return standard::orderOf(known) == standard::orderOf(row);
+        return auditedRow(known).key() == auditedRow(row).key();
     });
     const std::size_t before = rows.size();
     table.set(row);

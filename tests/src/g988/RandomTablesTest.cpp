@@ -5,9 +5,9 @@
 // VORN_G988_FRAMES and VORN_G988_SEED choose how many frames (20,000) and which (1).
 #include <cstdlib>
 
+#include "src/g988/AuditedTables.h"
 #include "src/g988/PlannedBoard.h"
 #include "src/g988/RandomTables.h"
-#include "src/g988/StandardModel.h"
 
 namespace {
 
@@ -33,14 +33,14 @@ protected:
         Frame frame;
     };
     struct Fate {
-        std::optional<standard::Up> up;
+        std::optional<AuditedTables::Up> up;
         std::optional<Frame> down;
         bool operator==(const Fate& other) const { return up == other.up && down == other.down; }
     };
 
-    static Fate standardFate(const Tables& tables, const Sent& sent) {
-        if (sent.goesUp) return {standard::up(tables, sent.frame), std::nullopt};
-        return {std::nullopt, standard::down(tables, sent.gemIndex, sent.frame)};
+    static Fate standardFate(const AuditedTables& standard, const Sent& sent) {
+        if (sent.goesUp) return {standard.up(sent.frame), std::nullopt};
+        return {std::nullopt, standard.down(sent.gemIndex, sent.frame)};
     }
 
     static Walk walkOf(const Sent& sent) {
@@ -96,9 +96,9 @@ protected:
     }
 
     // Whether the device does what the standard says.
-    bool fares(const Tables& tables, const Sent& sent) {
+    bool fares(const Tables& tables, const AuditedTables& standard, const Sent& sent) {
         const auto device = deviceFate(sent);
-        const Fate wanted = standardFate(tables, sent);
+        const Fate wanted = standardFate(standard, sent);
         ++frames_;
         if (!device || *device == wanted) return true;
         ADD_FAILURE() << "change " << changes_ << ": " << textOf(sent) << ": the standard says " << textOf(wanted)
@@ -107,23 +107,25 @@ protected:
     }
 
     bool sendFrames(const Tables& tables, RandomTables& chance) {
+        const AuditedTables standard(tables);
         for (unsigned i = 0; i < kFramesOfATable; i += 3) {
             const Sent up{true, 0, chance.frameUp(tables)};
-            if (!fares(tables, up)) return false;
-            if (const auto left = standard::up(tables, up.frame);
-                left && !fares(tables, {false, left->gemIndex, left->frame}))
+            if (!fares(tables, standard, up)) return false;
+            if (const auto left = standard.up(up.frame);
+                left && !fares(tables, standard, {false, left->gemIndex, left->frame}))
                 return false;
-            if (!fares(tables, {false, chance.gemIndex(), chance.frameDown(tables)})) return false;
+            if (!fares(tables, standard, {false, chance.gemIndex(), chance.frameDown(tables)})) return false;
         }
         return true;
     }
 
     static std::vector<Sent> watched(const Tables& before, const Tables& after, RandomTables& chance) {
+        const AuditedTables then(before), now(after);
         std::vector<Sent> result;
         for (unsigned i = 0; i < kWatchedFrames; ++i) {
             const Sent up{true, 0, chance.frameUp(before)}, down{false, chance.gemIndex(), chance.frameDown(before)};
             for (const Sent& sent : {up, down})
-                if (standardFate(before, sent) == standardFate(after, sent)) result.push_back(sent);
+                if (standardFate(then, sent) == standardFate(now, sent)) result.push_back(sent);
         }
         return result;
     }
@@ -133,14 +135,16 @@ protected:
         ASSERT_TRUE(plan.refusals.empty()) << plan.refusals.front().text();
         std::vector<Sent> sent;
         if (isWatched) sent = watched(before, after, chance);
+        const AuditedTables standard(after);
         carryOut(plan, [&](const g988::TableStep& done) {
             for (const Sent& one : sent) {
                 const auto fate = deviceFate(one);
-                if (fate && !(*fate == standardFate(after, one)))
+                if (fate && !(*fate == standardFate(standard, one)))
                     ADD_FAILURE() << "change " << changes_ << ": " << textOf(one) << " notices "
                                   << (done.step.kind == g988::Step::Kind::Remove ? "the removal" : "the insertion")
                                   << " of a rule for " << done.step.rule.origin << " at " << done.table.device << ": "
-                                  << textOf(*fate) << " instead of " << textOf(standardFate(after, one)) << hopsOf(one);
+                                  << textOf(*fate) << " instead of " << textOf(standardFate(standard, one))
+                                  << hopsOf(one);
             }
         });
         ASSERT_EQ(differsFrom(plan), "") << "change " << changes_;

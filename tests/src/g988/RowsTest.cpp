@@ -145,49 +145,35 @@ TEST_F(Tagging, RowsAreKnownByTheirFilters) {
 
 // ---- refusals ----
 
-struct Refused {
-    const char* name;
-    const char* row;  // or "" for what the change does
-    void (*change)(g988::Tables& tables);
-    const char* reason;
-};
-
-void nothing(g988::Tables&) {}
-
-class Refusals : public ::testing::TestWithParam<Refused> {};
-
-TEST_P(Refusals, NameTheRowAndTheReason) {
-    const Refused& one = GetParam();
-    auto table = tableOf({});
-    if (*one.row != '\0') table.set(rowOf(one.row));
-    g988::Tables tables = tablesWith(table);
-    one.change(tables);
-    const auto refusals = g988::planOf(tables).refusals;
-    ASSERT_EQ(refusals.size(), 1u);
-    EXPECT_TRUE(contains(refusals.front().text(), one.reason)) << refusals.front().text();
-    EXPECT_EQ(contains(refusals.front().origin, "sid0 row"), *one.row != '\0') << refusals.front().origin;
+TEST(Refusals, NameTheRowAndTheReason) {
+    using Tables = g988::Tables;
+    const struct {
+        std::vector<const char*> row;  // none for what the change does
+        const char* reason;
+        void (*change)(Tables& tables);
+    } cases[] = {
+        {{"F8000000 F8000010 000F0000 00000A0C"}, "UDP ports", [](Tables&) {}},
+        {{"80320000 F8000000 400F0000 00080A0C"}, "no inner one", [](Tables&) {}},
+        {{kUntaggedByDscp}, "no other map", [](Tables& t) { t.uniPorts[0].tagging->dscpMap[46] = 6; }},
+        {{k100To321}, "not in its bridge", [](Tables& t) { t.uniPorts[0].bridges = {2}; }},
+        {{}, "12 entries", [](Tables& t) { t.bridges[1][0].filter.list.resize(13); }},
+        {{}, "default p-bits", [](Tables& t) { t.bridges[1][0].mapper.defaultPbits = 8; }},
+        {{},
+         "by their DSCP",
+         [](Tables& t) {
+             t.bridges[1][0].mapper.unmarked = g988::PbitMapper::Unmarked::FromDscp;
+             t.bridges[1][0].mapper.places[5] = g988::GemPlace{11, 0};
+         }},
+    };
+    for (const auto& one : cases) {
+        SCOPED_TRACE(one.reason);
+        Tables tables = tablesWith(tableOf(one.row));
+        one.change(tables);
+        const auto refusals = g988::planOf(tables).refusals;
+        ASSERT_EQ(refusals.size(), 1u);
+        EXPECT_TRUE(contains(refusals.front().text(), one.reason)) << refusals.front().text();
+        EXPECT_EQ(contains(refusals.front().origin, "sid0 row"), !one.row.empty()) << refusals.front().origin;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    All, Refusals,
-    ::testing::Values(Refused{"Dhcp", "F8000000 F8000010 000F0000 00000A0C", nothing, "UDP ports"},
-                      Refused{"OuterTagAlone", "80320000 F8000000 400F0000 00080A0C", nothing, "no inner one"},
-                      Refused{"DscpMap", kUntaggedByDscp,
-                              [](g988::Tables& tables) { tables.uniPorts[0].tagging->dscpMap[46] = 6; },
-                              "no other map"},
-                      Refused{"BridgeOfARow", k100To321, [](g988::Tables& tables) { tables.uniPorts[0].bridges = {2}; },
-                              "not in its bridge"},
-                      Refused{"ListTooLong", "",
-                              [](g988::Tables& tables) { tables.bridges[1][0].filter.list.resize(13); }, "12 entries"},
-                      Refused{"DefaultPbits", "",
-                              [](g988::Tables& tables) { tables.bridges[1][0].mapper.defaultPbits = 8; },
-                              "default p-bits"},
-                      Refused{"UnmarkedByDscp", "",
-                              [](g988::Tables& tables) {
-                                  tables.bridges[1][0].mapper.unmarked = g988::PbitMapper::Unmarked::FromDscp;
-                                  tables.bridges[1][0].mapper.places[5] = g988::GemPlace{11, 0};
-                              },
-                              "by their DSCP"}),
-    [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace

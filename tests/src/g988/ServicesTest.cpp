@@ -119,22 +119,17 @@ TEST_F(ServicesTest, ATableThatIsFullIsRefused) {
     ASSERT_TRUE(made.setUni(row(1, 0, 321)).done);
     const auto before = onu().ruleTables();
     g988::UniPort port = made.tables().uniPorts.at(0);
-    for (std::uint16_t vid = 0; vid <= 4093; ++vid) {
+    const auto changeAll = [&](auto change) {
         auto one = row(1, 1, 321);
-        one.innerFilterVlanId = vid;
-        port.tagging->set(g988::rowOf(one));
-    }
-    made.restore(0, port);
+        for (std::uint16_t& vid = one.innerFilterVlanId = 0; vid <= 4093; ++vid) change(g988::rowOf(one));
+        made.restore(0, port);
+    };
+    changeAll([&port](const g988::TaggingRow& one) { port.tagging->set(one); });
     const auto outcome = made.setUni(row(1, 4094, 321));
     EXPECT_FALSE(outcome.done);
     EXPECT_EQ(outcome.reason, "sid0: the service needs more rules than a table holds");
     EXPECT_TRUE(onu().ruleTables() == before);
-    for (std::uint16_t vid = 0; vid <= 4093; ++vid) {
-        auto one = row(1, 1, 321);
-        one.innerFilterVlanId = vid;
-        port.tagging->erase(g988::rowOf(one));
-    }
-    made.restore(0, port);
+    changeAll([&port](const g988::TaggingRow& one) { port.tagging->erase(one); });
     EXPECT_TRUE(made.setUni(row(1, 4094, 321)).done);
     EXPECT_EQ(up(tagged(4094)), "GEM 1000 queue 0: VID 321 p0, IPv4");
 }

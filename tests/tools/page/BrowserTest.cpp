@@ -239,9 +239,7 @@ TEST_F(PageOfManyServices, FoldsFiltersAndSums) {
     EXPECT_EQ(browser_->value("document.getElementById('filtered').textContent"), "1 of 64 services");
     browser_->value("document.querySelector('details[data-key=br12]').open = true");
     // What comes from the board stays filtered, and a service that goes leaves the others as they were.
-    EXPECT_EQ(
-        runProgram({VORN_ONU_BINARY, "at", "lab", "call", "vorn_omci_hal_deprovisionAniSideBridge", "bridgeId=3"}).code,
-        0);
+    EXPECT_EQ(runTool({"at", "lab", "call", "vorn_omci_hal_deprovisionAniSideBridge", "bridgeId=3"}).code, 0);
     EXPECT_TRUE(browser_->becomes("!document.querySelector('details[data-key=br3]')"));
     EXPECT_EQ(count("#part-services > details"), 1);
     look("");

@@ -79,8 +79,7 @@ TEST_F(Awkward, AProgramThatOnlyLooksAtTheDeviceHidesNothing) {
     SKIP_WHEN_EMULATED(kHostPrograms);
     const std::string script =
         std::string(EXAMPLE_DAEMON_BINARY) + " >/dev/null; cat /sys/class/net/sid0/mtu >/dev/null";
-    const ProgramResult result = runProgram({kTool, "exec", "--json", state(), "--", "/bin/sh", "-c", script});
-    EXPECT_EQ(result.code, 0);
+    const ProgramResult result = expectTool({"exec", "--json", state(), "--", "/bin/sh", "-c", script}, 0, {});
     EXPECT_TRUE(hasDevice(stateJson(), "sid1.3"));
     EXPECT_FALSE(has(result.output, "a board of its own")) << result.output;
 }

@@ -79,8 +79,8 @@ TEST_F(ExecBoard, ABadFileIsRefusedBeforeAnythingRuns) {
     EXPECT_EQ(newer.code, 2);
     EXPECT_TRUE(has(newer.output, board_ + ": is a board of version 3")) << newer.output;
     EXPECT_FALSE(has(newer.output, "it runs"));
-    EXPECT_EQ(runProgram({kTool, "exec", "--board", "/nowhere/board", "--", "/bin/true"}).code, 2);
-    EXPECT_EQ(runProgram({kTool, "run", std::string(VORN_SCENARIO_DIR) + "/bridge.json", "--board", board_}).code, 2);
+    EXPECT_EQ(runTool({"exec", "--board", "/nowhere/board", "--", "/bin/true"}).code, 2);
+    EXPECT_EQ(runTool({"run", std::string(VORN_SCENARIO_DIR) + "/bridge.json", "--board", board_}).code, 2);
 }
 
 }  // namespace

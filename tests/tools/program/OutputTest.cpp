@@ -88,7 +88,7 @@ TEST(ExecOutput, AReportAndACaptureAsRunHasThem) {
     expectHas(contentOf(report), {"What example-daemon left on the device", "push VID 100"});
     EXPECT_EQ(contentOf(capture).substr(0, 4), "\x0a\x0d\x0d\x0a");
     for (const std::string option : {"--report", "--pcap", "--json", "--trace", "--hal-output", "--record"}) {
-        const ProgramResult result = runProgram({kTool, "exec", option, "/no/such/place", "--", kDaemon});
+        const ProgramResult result = runTool({"exec", option, "/no/such/place", "--", kDaemon});
         EXPECT_EQ(result.code, 2) << option;
         EXPECT_FALSE(has(result.output, kOfTheDaemon)) << option << ": nothing is run";
         EXPECT_TRUE(has(result.output, "/no/such/place: cannot be written: No such file or directory"))
@@ -98,9 +98,8 @@ TEST(ExecOutput, AReportAndACaptureAsRunHasThem) {
 
 TEST(ExecOutput, FramesThatTheProgramSendsAreInTheCapture) {
     const ScratchDirectory scratch;
-    const ProgramResult result = runProgram(
-        {kTool, "exec", "--quiet", "--pcap", scratch.file("frames.pcapng"), "--", kTestDaemon, "awkward", "frames"});
-    EXPECT_EQ(result.code, 0) << result.output;
+    expectTool({"exec", "--quiet", "--pcap", scratch.file("frames.pcapng"), "--", kTestDaemon, "awkward", "frames"}, 0,
+               {});
     // An ARP request (EtherType 0x0806) to everybody, on the IP host's device.
     expectHas(contentOf(scratch.file("frames.pcapng")), {"\x08\x06", "br"});
 }
@@ -108,10 +107,10 @@ TEST(ExecOutput, FramesThatTheProgramSendsAreInTheCapture) {
 TEST(ExecOutput, ARecordingReplacesAFileOnlyWhenThereIsOne) {
     const ScratchDirectory scratch;
     const std::string file = scratch.write("calls.json", "kept");
-    const ProgramResult none = runProgram({kTool, "exec", "--record", file, "--", "/bin/true"});
+    const ProgramResult none = runTool({"exec", "--record", file, "--", "/bin/true"});
     EXPECT_EQ(contentOf(file), "kept");
     EXPECT_TRUE(has(none.output, "nothing is recorded, the program has not called the HAL")) << none.output;
-    EXPECT_EQ(runProgram({kTool, "exec", "--quiet", "--record", file, "--", kDaemon}).code, 0);
+    EXPECT_EQ(runTool({"exec", "--quiet", "--record", file, "--", kDaemon}).code, 0);
     EXPECT_TRUE(has(contentOf(file), "configureBridge"));
     EXPECT_EQ(runProgram({"/bin/ls", scratch.file("")}).output, "calls.json\n") << "nothing is left beside it";
 }

@@ -93,9 +93,9 @@ TEST(Signals, AProgramDiesWithTheTool) {
 TEST(Background, AProgramThatGoesThereIsNamedWithItsFiles) {
     SKIP_WHEN_EMULATED(kHostPrograms);
     const ScratchDirectory scratch;
-    const ProgramResult result = runProgram({kTool, "exec", "--record", scratch.file("calls.json"), "--", "/bin/sh",
-                                             "-c", kDaemon + " --stay >/dev/null 2>&1 & echo daemon is $!"});
-    EXPECT_EQ(result.code, 0);
+    const ProgramResult result = expectTool({"exec", "--record", scratch.file("calls.json"), "--", "/bin/sh", "-c",
+                                             kDaemon + " --stay >/dev/null 2>&1 & echo daemon is $!"},
+                                            0, {});
     const auto behind = [&](const std::string& word, const std::string& end) {
         const auto start = result.output.find(word) + word.size();
         return result.output.substr(start, result.output.find(end, start) - start);

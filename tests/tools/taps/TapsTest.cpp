@@ -222,7 +222,7 @@ TEST_F(Taps, BoardsLinkFollowsTheTaps) {
     startScenario();
     giveAddresses();
     const auto isUp = [&](const char* device) {
-        const auto shown = runProgram({VORN_ONU_BINARY, "at", name(), "show", "--json"});
+        const auto shown = runTool({"at", name(), "show", "--json"});
         const json state = json::parse(shown.output);
         for (const json& one : state.at("network").at("devices"))
             if (one.at("name") == device) return one.at("operState") == "up";
@@ -234,7 +234,7 @@ TEST_F(Taps, BoardsLinkFollowsTheTaps) {
     customer_.run({"ip", "link", "set", "lan0", "up"});
     EXPECT_TRUE(becomesTrue([&] { return isUp("sid2"); }));
     EXPECT_TRUE(becomesTrue([this] { return pings(); }));
-    const auto listed = runProgram({VORN_ONU_BINARY, "ls"});
+    const auto listed = runTool({"ls"});
     expectHas(listed.output, {"sid2=lan0@" + customer_.path()});
     winsize window{};
     window.ws_row = 50;
@@ -246,7 +246,7 @@ TEST_F(Taps, BoardsLinkFollowsTheTaps) {
 TEST_F(Taps, TellWhatBecameOfTheirInterfaces) {
     startScenario();
     giveAddresses();
-    const auto shown = [] { return runProgram({VORN_ONU_BINARY, "at", name(), "show"}).output; };
+    const auto shown = [] { return runTool({"at", name(), "show"}).output; };
     const auto reports = [&](const std::string& words) {
         return becomesTrue([&] {  // the lines may be broken
             return std::regex_replace(shown(), std::regex("\\s+"), " ").find(words) != std::string::npos;
@@ -319,7 +319,7 @@ TEST_F(Taps, BoardInAFileKeepsWhatPacketsHaveLeft) {
     kill(daemon(), SIGKILL);
     board_->end();
     const std::string file = scratch_.file("kept.json");
-    ASSERT_EQ(runProgram({VORN_ONU_BINARY, "exec", "--quiet", "--board", board, "--json", file, "--", "true"}).code, 0);
+    ASSERT_EQ(runTool({"exec", "--quiet", "--board", board, "--json", file, "--", "true"}).code, 0);
     const json kept = json::parse(contentOf(file));
     constexpr int kFramesSent = 0;
     EXPECT_GE(kept.at("pon").at("gemPorts").at(0).at("counters").at(kFramesSent), 3U) << kept["pon"].dump(1);
@@ -377,14 +377,14 @@ TEST_P(TapsOfKinds, IperfRunsBothWays) {
     const std::pair<std::string, std::string> directions[] = {{"sid2", "gem 1001"}, {"gem 1001", "sid2"}};
     std::map<std::string, json> taps;
     EXPECT_TRUE(becomesTrue([&] {  // the last ones may still be on their way
-        const auto state = json::parse(runProgram({VORN_ONU_BINARY, "at", name(), "show", "--json"}).output);
+        const auto state = json::parse(runTool({"at", name(), "show", "--json"}).output);
         for (const json& tap : state.at("taps")) taps[tap.at("port").get<std::string>()] = tap;
         return std::all_of(std::begin(directions), std::end(directions), [&](const auto& one) {
             const json &in = taps[one.first], &out = taps[one.second];
             return count(in, "framesIn") == count(in, "dropped") + count(out, "framesOut") + count(out, "lostOut");
         });
     })) << json(taps).dump(1);
-    const std::string words = runProgram({VORN_ONU_BINARY, "at", name(), "show"}).output;
+    const std::string words = runTool({"at", name(), "show"}).output;
     for (const auto& [from, to] : directions) {
         const json &in = taps[from], &out = taps[to];
         const bool cutBehind = out.at("offload") != "none", cutBefore = in.at("offload") == "none";
@@ -430,14 +430,10 @@ TEST(TapOption, WrongWordsAreRefusedBeforeAnythingRuns) {
                                                          {"sid0=tap0@", "namespace's name is missing"},
                                                          {"sid0=tap0@/no/such", "network namespace /no/such"}};
     for (const auto& [words, answer] : cases) {
-        const auto result = runProgram({VORN_ONU_BINARY, "exec", "--tap", words, "--", "/bin/echo", "it ran"});
-        EXPECT_EQ(result.code, 2) << words;
-        expectHas(result.output, {answer});
+        const ProgramResult result = expectTool({"exec", "--tap", words, "--", "/bin/echo", "it ran"}, 2, {answer});
         EXPECT_EQ(result.output.find("it ran"), std::string::npos) << words;
     }
-    const auto twice = runProgram({VORN_ONU_BINARY, "exec", "--tap", "sid0=a", "--tap", "sid0=b", "--", "/bin/true"});
-    EXPECT_EQ(twice.code, 2);
-    expectHas(twice.output, {"sid0 is a already"});
+    expectTool({"exec", "--tap", "sid0=a", "--tap", "sid0=b", "--", "/bin/true"}, 2, {"sid0 is a already"});
 }
 
 }  // namespace

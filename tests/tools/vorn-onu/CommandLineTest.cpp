@@ -51,22 +51,20 @@ TEST(CommandLine, WhatMakesNoSenseIsRefusedInOneLineThatSaysWhatIsMeant) {
 }
 
 TEST(CommandLine, HelpVersionAndHelpOfACommandAreAnswered) {
-    const std::string version = runProgram({kTool, "--version"}).output;
+    const std::string version = runTool({"--version"}).output;
     EXPECT_EQ(version.rfind("vorn-onu 0", 0), 0u) << version;
-    EXPECT_EQ(runProgram({kTool, "help"}).output, runProgram({kTool, "--help"}).output);
-    const ProgramResult send = runProgram({kTool, "help", "send"});
-    EXPECT_EQ(send.code, 0);
-    expectHas(send.output, {"--after-step N"});
-    for (const ProgramResult& at : {runProgram({kTool, "at", "--help"}), runProgram({kTool, "at", "lab"})})
+    EXPECT_EQ(runTool({"help"}).output, runTool({"--help"}).output);
+    const ProgramResult send = expectTool({"help", "send"}, 0, {"--after-step N"});
+    for (const ProgramResult& at : {runTool({"at", "--help"}), runTool({"at", "lab"})})
         EXPECT_EQ(at.output.find("restart"), std::string::npos) << "every board refuses it: " << at.output;
-    EXPECT_EQ(send.output, runProgram({kTool, "send", "--help"}).output);
+    EXPECT_EQ(send.output, runTool({"send", "--help"}).output);
 }
 
 // The library names its variables where it refuses one that it does not know.
 TEST(CommandLine, EveryVariableThatIsReadIsInHelpEnvironmentAndTheManualPage) {
     const std::string refused = runProgram({"env", "VORN_ONU_NONE=1", kTool, "help"}).output;
     const std::string help = runProgram({"env", "COLUMNS=1000", kTool, "help", "environment"}).output;
-    const std::string page = runProgram({kTool, "help", "--man"}).output;
+    const std::string page = runTool({"help", "--man"}).output;
     std::size_t names = 0;
     const std::regex variable("VORN_[A-Z_]+[A-Z]");
     for (std::sregex_iterator one(refused.begin(), refused.end(), variable), end; one != end; ++one) {
@@ -143,10 +141,7 @@ TEST(CommandLine, AFrameFromAPortThatIsNotThereIsBadInputAndThePortsAreNamed) {
         {"gem 7", "there is no port 'gem 7' after step 24"},
     };
     for (const auto& [from, reported] : cases) {
-        const ProgramResult result =
-            runProgram({kTool, "send", std::string(VORN_SCENARIO_DIR) + "/internet.json", "--from", from});
-        EXPECT_EQ(result.code, 2);
-        expectHas(result.output, {reported});
+        expectTool({"send", std::string(VORN_SCENARIO_DIR) + "/internet.json", "--from", from}, 2, {reported});
     }
 }
 

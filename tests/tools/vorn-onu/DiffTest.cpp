@@ -185,14 +185,14 @@ TEST(Diff, AnswersByItsExitCodeAndNamesABadFile) {
              {directory.write("list", "[1]"), 2, directory.file("list") + ": is no device state: "},
              {directory.write("empty", "{}"), 2,
               directory.file("empty") + ": is no device state: key 'network' not found\n"}}) {
-        const auto result = runProgram({VORN_ONU_BINARY, "diff", board, one.after});
+        const auto result = runTool({"diff", board, one.after});
         EXPECT_EQ(result.code, one.code) << one.after;
-        EXPECT_EQ(runProgram({VORN_ONU_BINARY, "diff", "--json", board, one.after}).code, one.code);
+        EXPECT_EQ(runTool({"diff", "--json", board, one.after}).code, one.code);
         const std::string reported = (one.code == 2 ? "vorn-onu: " : "") + one.reported;
         EXPECT_EQ(result.output.substr(0, reported.size()), reported);
         EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1) << result.output;
     }
-    const auto json = nlohmann::json::parse(runProgram({VORN_ONU_BINARY, "diff", "--json", board, other}).output);
+    const auto json = nlohmann::json::parse(runTool({"diff", "--json", board, other}).output);
     EXPECT_EQ(json.at("differences"), nlohmann::json{"device sid9 has appeared: down, MTU 1500"});
 }
 

@@ -26,15 +26,14 @@ TEST(HostileFiles, ControlCharactersOfAFileAreShownEscaped) {
     for (std::size_t at = 0; (at = scenario.find('#', at)) != std::string::npos;) scenario.replace(at, 1, kIll);
     const std::string file = scratch.write("ill.json", scenario);
     const std::string state = scratch.file("state.json");
-    const ProgramResult run = runProgram({kTool, "run", file, "--trace", "--hal-output", "--json", state});
-    EXPECT_EQ(run.code, 1);
-    expectHas(run.output, {"a\\x1b]0;x\\x07b\\u009b2Jc\\u202ed\\nEVERYTHING"});
+    const ProgramResult run = expectTool({"run", file, "--trace", "--hal-output", "--json", state}, 1,
+                                         {"a\\x1b]0;x\\x07b\\u009b2Jc\\u202ed\\nEVERYTHING"});
     const std::string clean = scratch.file("clean.json");
-    runProgram({kTool, "run", kScenarios + "/bridge.json", "--json", clean});
+    runTool({"run", kScenarios + "/bridge.json", "--json", clean});
     for (const std::string& output :
-         {run.output, runProgram({kTool, "diff", clean, state}).output, runProgram({kTool, "info", file}).output,
-          runProgram({kTool, "send", file, "--from", "sid1"}).output,
-          runProgram({kTool, "run", file, "--json", "-"}).output, runProgram({kTool, "run", file + kIll}).output})
+         {run.output, runTool({"diff", clean, state}).output, runTool({"info", file}).output,
+          runTool({"send", file, "--from", "sid1"}).output, runTool({"run", file, "--json", "-"}).output,
+          runTool({"run", file + kIll}).output})
         EXPECT_FALSE(actsOnATerminal(output)) << output;
 }
 
@@ -65,12 +64,10 @@ TEST(HostileFiles, DepthAndSizeHaveLimitsThatAreNamed) {
         {"/dev/zero", "is larger than 32 MB"},
     };
     for (const auto& one : cases) {
-        const ProgramResult run = runProgram({kTool, "run", one.file});
-        EXPECT_EQ(run.code, 2);
+        const ProgramResult run = expectTool({"run", one.file}, 2, {});
         EXPECT_EQ(run.output, "vorn-onu: " + one.file + ": " + one.reported + "\n");
     }
-    EXPECT_EQ(runProgram({kTool, "diff", deep, deep}).output,
-              "vorn-onu: " + deep + ": is nested deeper than 64 levels\n");
+    EXPECT_EQ(runTool({"diff", deep, deep}).output, "vorn-onu: " + deep + ": is nested deeper than 64 levels\n");
 }
 
 // The JSON library's way to watch over the reading looks at all of a list again for each of its objects.
@@ -100,10 +97,9 @@ TEST(HostileFiles, OutputThatCannotBeWrittenIsFoundBeforeTheRun) {
     const std::string scenario = kScenarios + "/bridge.json";
     for (const char* option : {"--json", "--report", "--pcap"}) {
         const std::string nowhere = scratch.file("none/out");
-        EXPECT_EQ(runProgram({kTool, "run", scenario, option, nowhere}).output,
+        EXPECT_EQ(runTool({"run", scenario, option, nowhere}).output,
                   "vorn-onu: " + nowhere + ": cannot be written: No such file or directory\n");
-        const ProgramResult folder = runProgram({kTool, "run", scenario, option, scratch.file("")});
-        EXPECT_EQ(folder.code, 2);
+        const ProgramResult folder = expectTool({"run", scenario, option, scratch.file("")}, 2, {});
         EXPECT_EQ(folder.output, "vorn-onu: " + scratch.file("") + ": cannot be written: is a directory\n");
     }
 }

@@ -24,11 +24,10 @@ protected:
     void expectTheSameReplayed() {
         const auto replayed = replay();
         EXPECT_EQ(replayed.code, 0) << replayed.output;
-        const auto compared = runProgram({VORN_ONU_BINARY, "diff", file("daemon.json"), file("replay.json")});
-        EXPECT_EQ(compared.code, 0) << compared.output;
+        expectTool({"diff", file("daemon.json"), file("replay.json")}, 0, {});
     }
     ProgramResult replay() {
-        return runProgram({VORN_ONU_BINARY, "run", "--quiet", "--json", file("replay.json"), file("recording.json")});
+        return runTool({"run", "--quiet", "--json", file("replay.json"), file("recording.json")});
     }
     Json recording(const std::string& name = "recording.json") const {
         return Json::parse(contentOf(file(name)), nullptr, false);
@@ -54,9 +53,10 @@ TEST_F(Recorder, AReplayLeavesTheDeviceAsTheDaemonDid) {
 // The recording goes by it wherever it is run; what is typed counts more, and the environment less.
 TEST_F(Recorder, ARecordingSaysWhatItsServicesGoBy) {
     const auto recorded = [&](const char* forwarding) {
-        const auto run = runProgram({VORN_ONU_BINARY, "exec", "--quiet", "--json", file("daemon.json"), "--forwarding",
-                                     forwarding, "--record", file("recording.json"), "--", EXAMPLE_DAEMON_BINARY});
-        EXPECT_EQ(run.code, 0) << run.output;
+        const ProgramResult run =
+            expectTool({"exec", "--quiet", "--json", file("daemon.json"), "--forwarding", forwarding, "--record",
+                        file("recording.json"), "--", EXAMPLE_DAEMON_BINARY},
+                       0, {});
         return recording();
     };
     EXPECT_FALSE(recorded("contract").contains("forwarding"));
@@ -71,7 +71,7 @@ TEST_F(Recorder, ARecordingSaysWhatItsServicesGoBy) {
     setenv("VORN_HAL_FORWARDING", "contract", 1);
     expectHas(heading({}), {byG988});
     setenv("VORN_HAL_FORWARDING", "G988", 1);
-    EXPECT_EQ(runProgram({VORN_ONU_BINARY, "run", VORN_SCENARIO_DIR "/bridge.json"}).code, 2);
+    EXPECT_EQ(runTool({"run", VORN_SCENARIO_DIR "/bridge.json"}).code, 2);
     unsetenv("VORN_HAL_FORWARDING");
 }
 

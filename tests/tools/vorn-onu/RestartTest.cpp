@@ -70,8 +70,8 @@ TEST(Restart, EverythingButTheHalGoesOn) {
     for (const char* how : {"kill", "exit"}) {
         const std::string file = scratch.write("restart.json", everythingGoesOn(how).dump());
         const std::string state = scratch.file("state.json"), report = scratch.file("report.html");
-        const ProgramResult run = runProgram({kTool, "run", file, "--trace", "--hal-output", "--json", state,
-                                              "--report", report, "--pcap", scratch.file("frames.pcapng")});
+        const ProgramResult run = runTool({"run", file, "--trace", "--hal-output", "--json", state, "--report", report,
+                                           "--pcap", scratch.file("frames.pcapng")});
         EXPECT_EQ(run.code, 0) << how << run.output;
         EXPECT_EQ(count(run.output, "The BRCM hal intialized"), 3U) << "a HAL for each part:\n" << run.output;
         const json all = json::parse(contentOf(state));
@@ -92,8 +92,7 @@ TEST(Restart, EverythingButTheHalGoesOn) {
 // Of every GEM index an opened state file asks whether there is a port.
 TEST(Restart, ThatThereIsNoGemPortIsAnAnswerAndNoFailedCall) {
     SKIP_WHEN_EMULATED(kEmulatedFork);
-    const ProgramResult run = runProgram({kTool, "run", std::string(VORN_SCENARIO_DIR) + "/restart.json", "--strict"});
-    EXPECT_EQ(run.code, 0) << run.output;
+    const ProgramResult run = expectTool({"run", std::string(VORN_SCENARIO_DIR) + "/restart.json", "--strict"}, 0, {});
     EXPECT_FALSE(has(run.output, "gponCtl_getGemPort")) << run.output;
 }
 
@@ -101,8 +100,7 @@ TEST(Restart, OnlyKillAndExitAreKnown) {
     const ScratchDirectory scratch;
     for (const json& wrong : {json("later"), json(true), json(nullptr)}) {
         const auto file = scratch.write("wrong.json", scenarioOf(json::array({json{{"restart", wrong}}})).dump());
-        const ProgramResult run = runProgram({kTool, "run", file});
-        EXPECT_EQ(run.code, 2) << run.output;
+        const ProgramResult run = expectTool({"run", file}, 2, {});
         EXPECT_TRUE(has(run.output, "step 1: field 'restart'")) << run.output;
     }
 }
@@ -150,7 +148,7 @@ TEST(Restart, AScenarioGoesOnWithTheBoardOfAFile) {
     const ScratchDirectory scratch;
     const std::string board = scratch.file("board");
     const auto run = [&](const json& steps) {
-        return runProgram({kTool, "run", scratch.write("part.json", scenarioOf(steps).dump()), "--board", board});
+        return runTool({"run", scratch.write("part.json", scenarioOf(steps).dump()), "--board", board});
     };
     const json bridge = {{"call", "configureBridge"}, {"bridgeId", 3}, {"uniPort", 0}};
     const json isThere = {{"expect", {{"bridges", {{"br3", {"gpon3.3"}}}}}}};

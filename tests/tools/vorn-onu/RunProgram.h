@@ -79,10 +79,23 @@ inline bool has(const std::string& text, const std::string& part) {
 }
 
 // A failure for each of the parts that are not in the text.
-inline void expectHas(const std::string& text, std::initializer_list<std::string_view> parts) {
+inline void expectHas(const std::string& text, const std::vector<std::string_view>& parts) {
     for (const std::string_view part : parts)
         EXPECT_NE(text.find(part), std::string::npos) << part << " is missing in\n" << text;
 }
+
+#ifdef VORN_ONU_BINARY
+// Runs the tool; failures for another exit code, and for parts that it does not print.
+inline ProgramResult expectTool(std::vector<std::string> words, int code, const std::vector<std::string_view>& parts) {
+    std::string line = kTool;
+    for (const std::string& word : words) line += " " + word;
+    SCOPED_TRACE(line);
+    ProgramResult result = runTool(std::move(words));
+    EXPECT_EQ(result.code, code) << result.output;
+    expectHas(result.output, parts);
+    return result;
+}
+#endif
 
 // A directory of the test's own, gone with everything in it when the test ends.
 class ScratchDirectory {

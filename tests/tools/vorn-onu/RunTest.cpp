@@ -34,19 +34,15 @@ TEST(Run, AFaultThatNeverComesToItsCallFailsUnlessItMay) {
         {R"({"fault": {"function": "ioctl:4711", "may": true}})", 0, ""},
     };
     for (const auto& [steps, code, reported] : cases) {
-        const ProgramResult run = runProgram({kTool, "run", scratch.write("f.json", scenario(steps))});
-        EXPECT_EQ(run.code, code) << steps;
-        expectHas(run.output, {reported});
+        expectTool({"run", scratch.write("f.json", scenario(steps))}, code, {reported});
     }
 }
 
 TEST(Run, ABoardStepForAMissingDeviceChangesNothing) {
     const ScratchDirectory scratch;
     const std::string step = R"({"board": {"serialNumber": "VORN00000001", "links": {"sid11": "down"}}})";
-    const ProgramResult run =
-        runProgram({kTool, "run", scratch.write("b.json", scenario(step)), "--json", scratch.file("b.out")});
-    EXPECT_EQ(run.code, 1);
-    expectHas(run.output, {"there is no device sid11, did you mean 'sid1'?"});
+    expectTool({"run", scratch.write("b.json", scenario(step)), "--json", scratch.file("b.out")}, 1,
+               {"there is no device sid11, did you mean 'sid1'?"});
     EXPECT_NE(readJson(scratch.file("b.out")).at("device").at("board").at("serialNumber"), "VORN00000001");
 }
 
@@ -55,12 +51,10 @@ TEST(Run, StrictTakesFailingCallsForFailuresButNotThoseThatWereAskedFor) {
     const std::string removal = scratch.write(
         "r.json", scenario(R"({"board": {"refuseDeletion": {"gpon3.3": 9}}}, )" + std::string(kBridge) + R"(,
         {"call": "deprovisionAniSideBridge", "bridgeId": 3, "gemPortId": 1001})"));
-    EXPECT_EQ(runProgram({kTool, "run", removal}).code, 0);
-    const ProgramResult strict = runProgram({kTool, "run", removal, "--strict"});
-    EXPECT_EQ(strict.code, 1);
-    expectHas(strict.output, {"actual    vlanCtl_deleteVlanInterface(\"gpon3.3\") = 1"});
+    EXPECT_EQ(runTool({"run", removal}).code, 0);
+    expectTool({"run", removal, "--strict"}, 1, {"actual    vlanCtl_deleteVlanInterface(\"gpon3.3\") = 1"});
     const std::string asked = R"({"fault": {"function": "vlanCtl_createVlanInterfaceByName", "code": 5}}, )";
-    EXPECT_EQ(runProgram({kTool, "run", scratch.write("a.json", scenario(asked + kBridge)), "--strict"}).code, 0);
+    EXPECT_EQ(runTool({"run", scratch.write("a.json", scenario(asked + kBridge)), "--strict"}).code, 0);
 }
 
 // ---- several scenarios ----
@@ -71,8 +65,7 @@ TEST(Run, SeveralScenariosRunApartAndTellTheirResultsLikeTests) {
     const std::string wrong = scratch.write("wrong<&.json", scenario(R"({"call": "vorn_test_call", "result": 5})"));
     const std::string bad = scratch.write("bad.json", "{");
     const std::string junit = scratch.file("junit.xml");
-    const ProgramResult run = runProgram({kTool, "run", good, wrong, bad, good, "--jobs", "3", "--junit", junit});
-    EXPECT_EQ(run.code, 2);
+    const ProgramResult run = expectTool({"run", good, wrong, bad, good, "--jobs", "3", "--junit", junit}, 2, {});
     const auto first = run.output.find("✓ " + good), second = run.output.find("✗ " + wrong + "  1 of 1 step failed");
     const auto third = run.output.find("✗ " + bad + ": line 1, column 2: is not JSON");
     EXPECT_TRUE(first < second && second < third && third < run.output.rfind("✓ " + good)) << run.output;
@@ -81,18 +74,18 @@ TEST(Run, SeveralScenariosRunApartAndTellTheirResultsLikeTests) {
     const std::string xml = contentOf(junit);
     expectHas(xml, {"<testsuites tests=\"4\" failures=\"1\" errors=\"1\" time=", "/wrong&lt;&amp;.json\" time=",
                     "<failure message=\"1 of 1 step failed\">", "expected  5", "is not JSON: ", "</testsuites>\n"});
-    EXPECT_EQ(runProgram({kTool, "run", good, wrong, "--quiet"}).code, 1);
-    EXPECT_EQ(runProgram({kTool, "run", good, good, "--quiet"}).output, "");
-    EXPECT_EQ(runProgram({kTool, "run", good, good, "--report", scratch.file("r.html")}).output,
+    EXPECT_EQ(runTool({"run", good, wrong, "--quiet"}).code, 1);
+    EXPECT_EQ(runTool({"run", good, good, "--quiet"}).output, "");
+    EXPECT_EQ(runTool({"run", good, good, "--report", scratch.file("r.html")}).output,
               "vorn-onu: run: --report goes with one scenario, not with 2\n");
 }
 
 TEST(Run, OneScenarioTellsItsResultLikeATestToo) {
     const ScratchDirectory scratch;
     const std::string junit = scratch.file("junit.xml");
-    runProgram({kTool, "run", kScenarios + "/bridge.json", "--junit", junit});
+    runTool({"run", kScenarios + "/bridge.json", "--junit", junit});
     expectHas(contentOf(junit), {"<testsuites tests=\"1\" failures=\"0\" errors=\"0\""});
-    EXPECT_EQ(runProgram({kTool, "run", scratch.write("bad.json", "{"), "--junit", junit}).code, 2);
+    EXPECT_EQ(runTool({"run", scratch.write("bad.json", "{"), "--junit", junit}).code, 2);
     expectHas(contentOf(junit), {"errors=\"1\""});
 }
 
@@ -102,7 +95,7 @@ TEST(Run, OneScenarioTellsItsResultLikeATestToo) {
 std::string warningsOf(const std::string& steps) {
     const ScratchDirectory scratch;
     const ProgramResult run =
-        runProgram({kTool, "run", scratch.write("w.json", scenario(steps)), "--json", scratch.file("w.out")});
+        runTool({"run", scratch.write("w.json", scenario(steps)), "--json", scratch.file("w.out")});
     const json result = json::parse(contentOf(scratch.file("w.out")), nullptr, false);
     if (result.is_discarded()) return run.output;
     std::string lines;
@@ -143,7 +136,7 @@ TEST(RunWarnings, AndLearnedAddressesStandInTheReport) {
         {"out-of-range-filters", "asks for p-bits 8, which no frame has; it never matches"},
         {"bridge-forwarding", "<code>br5</code></td><td><code>02:00:5e:00:00:0d</code></td><td><code>sid2.5</code>"}};
     for (const auto& [name, reported] : cases) {
-        runProgram({kTool, "run", kScenarios + "/" + name + ".json", "--quiet", "--report", scratch.file("r.html")});
+        runTool({"run", kScenarios + "/" + name + ".json", "--quiet", "--report", scratch.file("r.html")});
         const std::string page = contentOf(scratch.file("r.html"));
         EXPECT_NE(page.find(reported), std::string::npos) << reported << page.substr(page.find("learned address"), 900);
     }

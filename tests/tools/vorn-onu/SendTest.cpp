@@ -38,7 +38,7 @@ json provisioning(const std::string& path) {
 TEST(Send, DrawsTheCopiesOfAFrameAsATree) {
     const ScratchDirectory scratch;
     const std::string output =
-        runProgram({kTool, "send", scratch.write("b.json", provisioning(kBridging).dump()), "--from", "sid0"}).output;
+        runTool({"send", scratch.write("b.json", provisioning(kBridging).dump()), "--from", "sid0"}).output;
     expectHas(output, {"1  sid0 receives  untagged frames: as they are → sid0.5", "2  ├ bridge br5", "3  │ gpon5 sends",
                        "4  └ bridge br5", "5    sid2 sends"});
 }
@@ -51,8 +51,8 @@ TEST(Send, SaysWhyABridgeSendsAGroupToOnePortOnly) {
           R"({"frame": {"from": "sid2", "destination": "01:00:5e:01:02:03", "group": {"report": "239.1.2.3"}}})",
           R"({"advance": 11000})"})
         scenario["steps"].push_back(json::parse(step));
-    const ProgramResult run = runProgram({kTool, "send", scratch.write("g.json", scenario.dump()), "--from", "gem 1001",
-                                          "--destination", "01:00:5e:01:02:03"});
+    const ProgramResult run = runTool(
+        {"send", scratch.write("g.json", scenario.dump()), "--from", "gem 1001", "--destination", "01:00:5e:01:02:03"});
     expectHas(run.output, {"bridge br5        to a port that wants the group → sid2.5"});
 }
 
@@ -108,9 +108,9 @@ TEST(SendCapture, TellsTheFateOfEachFrameAndWritesWhatLeftWhole) {
     for (const auto& frame : frames) writer.add("sid0", 0, frame);
     writer.finish();
     for (const char* file : {"in.pcap", "in.pcapng"}) {
-        const ProgramResult run = runProgram({kTool, "send", kInternet, "--from", "sid0", "--pcap-in",
-                                              scratch.file(file), "--pcap", scratch.file("out.pcapng"), "--json"});
-        EXPECT_EQ(run.code, 0);
+        const ProgramResult run = expectTool({"send", kInternet, "--from", "sid0", "--pcap-in", scratch.file(file),
+                                              "--pcap", scratch.file("out.pcapng"), "--json"},
+                                             0, {});
         const json answer = json::parse(run.output, nullptr, false);
         ASSERT_FALSE(answer.is_discarded()) << run.output;
         EXPECT_EQ(answer["frames"], 5);
@@ -130,8 +130,7 @@ TEST(SendCapture, TellsTheFateOfEachFrameAndWritesWhatLeftWhole) {
         }
         EXPECT_FALSE(reader.next(left));
     }
-    const ProgramResult words =
-        runProgram({kTool, "send", kInternet, "--from", "sid0", "--pcap-in", scratch.file("in.pcap")});
+    const ProgramResult words = runTool({"send", kInternet, "--from", "sid0", "--pcap-in", scratch.file("in.pcap")});
     expectHas(words.output, {"2 frames left at GEM port 1001, T-CONT 1, queue 0", "such as number 1",
                              "5 frames, 1718 octets; 3 left the device, 2 did not"});
 }
@@ -140,9 +139,7 @@ TEST(SendCapture, RefusesWhatIsNoCaptureOfEthernetFrames) {
     const ScratchDirectory scratch;
     for (const std::string& file : {scratch.write("a.pcap", "no capture"),
                                     scratch.write("b.pcap", pcapOf({}, 105 /* 802.11 */)), scratch.file("none")}) {
-        const ProgramResult run =
-            runProgram({kTool, "send", kInternet, "--from", "sid0", "--pcap-in", file, "--pcap", scratch.file("o")});
-        EXPECT_EQ(run.code, 2) << run.output;
+        expectTool({"send", kInternet, "--from", "sid0", "--pcap-in", file, "--pcap", scratch.file("o")}, 2, {});
         EXPECT_NE(runProgram({"test", "-e", scratch.file("o")}).code, 0) << "nothing is written";
     }
 }
@@ -159,9 +156,9 @@ TEST(SendCapture, NeedsNoMoreMemoryForMoreFrames) {
             writer.add("sid0", static_cast<std::uint64_t>(i), withPayload(frame, 200));
         }
         writer.finish();
-        const ProgramResult run = runProgram({kTool, "send", kInternet, "--from", "sid0", "--pcap-in",
-                                              scratch.file("m.pcapng"), "--pcap", scratch.file("out.pcapng")});
-        EXPECT_EQ(run.code, 0) << run.output;
+        expectTool({"send", kInternet, "--from", "sid0", "--pcap-in", scratch.file("m.pcapng"), "--pcap",
+                    scratch.file("out.pcapng")},
+                   0, {});
         rusage usage{};
         getrusage(RUSAGE_CHILDREN, &usage);
         return usage.ru_maxrss;  // KiB, of the largest child so far
@@ -186,8 +183,8 @@ TEST(FramesOnTheWire, AreWholeForAProtocolAnalyser) {
         for (const char* tags : {"[]", R"([{"vid": 7}, {"vid": 8, "tpid": "0x88a8"}])"})
             scenario["steps"].push_back(
                 {{"frame", json::parse(std::string(R"({"from": "sid0", "tags": )") + tags + ", " + kind + "}")}});
-    const ProgramResult run = runProgram(
-        {kTool, "run", scratch.write("w.json", scenario.dump()), "--quiet", "--pcap", scratch.file("w.pcapng")});
+    const ProgramResult run =
+        runTool({"run", scratch.write("w.json", scenario.dump()), "--quiet", "--pcap", scratch.file("w.pcapng")});
     ASSERT_EQ(run.code, 0) << run.output;
     const auto analysed = [&](const char* filter) {
         return runProgram({"sh", "-c", "tshark -r " + scratch.file("w.pcapng") + " -Y '" + filter + "' 2>/dev/null"})

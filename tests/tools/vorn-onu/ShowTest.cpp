@@ -84,7 +84,7 @@ TEST(Show, OnlyAWindowBreaksTheLinesOfAFailure) {
     const std::string file = folder.write("fails.json", R"({"title": "t", "steps": [
         {"expect": {"rules": {"sid0 rx 0": ["rxdev=sid0.3 vid0=100 pbits0=5 vid1=200 pbits1=3 | pop pop push vid0:=7"]}}}]})");
     const std::string whole = "expected  rxdev=sid0.3 vid0=100 pbits0=5 vid1=200 pbits1=3 | pop pop push vid0:=7";
-    expectHas(runProgram({VORN_ONU_BINARY, "run", file}).output, {whole});
+    expectHas(runTool({"run", file}).output, {whole});
     const std::string narrow = runIn("60", file);
     EXPECT_EQ(narrow.find(whole), std::string::npos);
     expectHas(narrow, {"\n                    pbits1=3 | pop"});

@@ -73,7 +73,7 @@ TEST(Tool, BadScenarioEndsWithCodeTwoAndOneLineThatNamesThePlace) {
     const ScratchDirectory scratch;
     for (const auto& bad : kBadFiles) {
         const std::string file = scratch.write("bad.json", bad.text);
-        const ProgramResult result = runProgram({kTool, "run", file});
+        const ProgramResult result = runTool({"run", file});
         EXPECT_EQ(result.code, 2) << bad.name;
         EXPECT_EQ(result.output, "vorn-onu: " + file + ": " + bad.line + "\n") << bad.name;
     }
@@ -82,7 +82,7 @@ TEST(Tool, BadScenarioEndsWithCodeTwoAndOneLineThatNamesThePlace) {
 TEST(Tool, UnknownOperationIsAnsweredWithTheOneThatWasMeantAndTheNearest) {
     const ScratchDirectory scratch;
     const std::string whole = scratch.write("whole.json", kUnknownOperation);
-    const std::string output = runProgram({kTool, "run", whole}).output;
+    const std::string output = runTool({"run", whole}).output;
     EXPECT_EQ(output.find("vorn-onu: " + whole +
                           ": step 2 (call vorn_omci_hal_configureBrdge): field 'call': operation "
                           "'vorn_omci_hal_configureBrdge' is not known here, did you mean "
@@ -91,7 +91,7 @@ TEST(Tool, UnknownOperationIsAnsweredWithTheOneThatWasMeantAndTheNearest) {
         << output;
     EXPECT_EQ(std::count(output.begin(), output.end(), ','), 5) << output;
     const std::string brief = scratch.write("short.json", R"({"title": "t", "steps": [{"call": "configurBridge"}]})");
-    expectHas(runProgram({kTool, "run", brief}).output, {"did you mean 'configureBridge'?"});
+    expectHas(runTool({"run", brief}).output, {"did you mean 'configureBridge'?"});
 }
 
 // ---- run ----
@@ -102,10 +102,9 @@ TEST(Tool, ExpectationThatFailsShowsBothSidesAndEndsWithCodeOne) {
         {"call": "vorn_test_call", "result": 5},
         {"call": "vorn_omci_hal_configureBridge", "bridgeId": 3, "uniPort": 0},
         {"expect": {"bridges": {"br3": ["gpon3.3", "sid1.3"]}, "flows": ["a -> b"], "ruleCount": 0}}]})");
-    const ProgramResult result = runProgram({kTool, "run", scratch.file("wrong.json"), "--quiet"});
-    EXPECT_EQ(result.code, 1);
-    for (const char* part : {"expected  5", "actual    4", "bridge br3, members", "gpon3.3 sid1.3", "a -> b", "(none)"})
-        EXPECT_NE(result.output.find(part), std::string::npos) << part << " is missing in\n" << result.output;
+    const ProgramResult result =
+        expectTool({"run", scratch.file("wrong.json"), "--quiet"}, 1,
+                   {"expected  5", "actual    4", "bridge br3, members", "gpon3.3 sid1.3", "a -> b", "(none)"});
     EXPECT_EQ(result.output.find("ruleCount,"), std::string::npos);
 }
 
@@ -120,11 +119,11 @@ TEST(Tool, OutputOfTheHalIsKeptApartUnlessItIsAskedFor) {
     const auto start = named + std::string("what the HAL printed: ").size();
     const std::string file = plain.output.substr(start, plain.output.find(" (", start) - start);
     expectHas(contentOf(file), {line});
-    expectHas(runProgram({kTool, "run", scenario, "--hal-output"}).output, {line});
+    expectHas(runTool({"run", scenario, "--hal-output"}).output, {line});
 }
 
 TEST(Tool, TraceShowsTheCallsBelowTheStepThatMadeThem) {
-    const ProgramResult result = runProgram({kTool, "run", kScenarios + "/bridge.json", "--trace"});
+    const ProgramResult result = runTool({"run", kScenarios + "/bridge.json", "--trace"});
     const auto step = result.output.find("bridgeId 3, uniPort 0");
     const auto call = result.output.find("vlanCtl_createVlanInterfaceByName(\"gpondef\", \"gpon3\", 0, 1) = 0");
     EXPECT_NE(call, std::string::npos);
@@ -136,7 +135,7 @@ TEST(Tool, InfoTellsWhatTheHalReportsOfTheBoardThatAScenarioSetsUp) {
     const ScratchDirectory scratch;
     scratch.write("board.json", R"({"title": "t", "steps": [{"board": {
         "baseMac": "00:11:22:ff:ff:fe", "serialNumber": "VORN00000042", "optics": {"receive": 1000, "transmit": 1000}}}]})");
-    const ProgramResult result = runProgram({kTool, "info", scratch.file("board.json"), "--json"});
+    const ProgramResult result = runTool({"info", scratch.file("board.json"), "--json"});
     ASSERT_EQ(result.code, 0) << result.output;
     const json reported = json::parse(result.output, nullptr, false);
     ASSERT_FALSE(reported.is_discarded()) << result.output;
@@ -144,7 +143,7 @@ TEST(Tool, InfoTellsWhatTheHalReportsOfTheBoardThatAScenarioSetsUp) {
     EXPECT_EQ(reported["identity"]["ipHostMac"], "00:11:22:00:00:00") << "the carry stays in the last three bytes";
     EXPECT_EQ(reported["optics"]["receiveLevelDbm"], -10);
     EXPECT_EQ(reported["optics"]["transmitLevelDbm"], -6.99);
-    EXPECT_EQ(runProgram({kTool, "info", scratch.file("none.json")}).code, 2);
+    EXPECT_EQ(runTool({"info", scratch.file("none.json")}).code, 2);
 }
 
 // ---- exec ----
@@ -153,7 +152,7 @@ TEST(Exec, StateOfADaemonBehindAShellThatIsKilledIsKept) {
     const ScratchDirectory scratch;
     const std::string script = "/bin/ls / >/dev/null; " + kDaemon + " >/dev/null; kill -9 $$";
     const ProgramResult result =
-        runProgram({kTool, "exec", "--quiet", "--json", scratch.file("state.json"), "--", "/bin/sh", "-c", script});
+        runTool({"exec", "--quiet", "--json", scratch.file("state.json"), "--", "/bin/sh", "-c", script});
     EXPECT_EQ(result.code, 128 + 9);
     EXPECT_TRUE(hasDevice(readJson(scratch.file("state.json")), "sid1.3"));
 }
@@ -162,12 +161,11 @@ TEST(Exec, ProgramThatNeverHeardOfADeviceRunsAsAlways) {
 #if defined(VORN_EMULATED)
     GTEST_SKIP() << "the host's programs are of another machine than the virtual ONU";
 #endif
-    EXPECT_EQ(runProgram({kTool, "exec", "--", "/bin/true"}).output, "/bin/true: has not touched the device\n");
-    const ProgramResult list = runProgram({kTool, "exec", "--quiet", "--", "/bin/ls", kScenarios});
-    EXPECT_EQ(list.code, 0);
+    EXPECT_EQ(runTool({"exec", "--", "/bin/true"}).output, "/bin/true: has not touched the device\n");
+    const ProgramResult list = expectTool({"exec", "--quiet", "--", "/bin/ls", kScenarios}, 0, {});
     EXPECT_EQ(list.output, runProgram({"/bin/ls", kScenarios}).output);
-    EXPECT_EQ(runProgram({kTool, "exec", "--quiet", "--", "/bin/sh", "-c", "exit 7"}).code, 7);
-    EXPECT_EQ(runProgram({kTool, "exec", "--", "/no/such/program"}).code, 127);
+    EXPECT_EQ(runTool({"exec", "--quiet", "--", "/bin/sh", "-c", "exit 7"}).code, 7);
+    EXPECT_EQ(runTool({"exec", "--", "/no/such/program"}).code, 127);
 }
 
 TEST(Exec, MisspeltVariableIsRefusedWithTheRightOnes) {
@@ -189,7 +187,7 @@ json callSchema(const json& schema, const std::string& operation) {
 }
 
 TEST(Schema, KnowsEveryFieldThatTheScenariosUse) {
-    const json schema = json::parse(runProgram({kTool, "schema"}).output, nullptr, false);
+    const json schema = json::parse(runTool({"schema"}).output, nullptr, false);
     ASSERT_FALSE(schema.is_discarded());
     EXPECT_EQ(schema.at("$schema"), "https://json-schema.org/draft/2020-12/schema");
     std::set<std::string> seen;
@@ -213,7 +211,7 @@ TEST(Schema, KnowsEveryFieldThatTheScenariosUse) {
 // The document tells of every member that a state has but those that go by the names of things.
 TEST(Schema, StateFormatTellsOfEveryMember) {
     const ScratchDirectory scratch;
-    runProgram({kTool, "run", kScenarios + "/internet.json", "--quiet", "--json", scratch.file("run.json")});
+    runTool({"run", kScenarios + "/internet.json", "--quiet", "--json", scratch.file("run.json")});
     const std::string document = contentOf(VORN_STATE_FORMAT);
     const std::set<std::string> byName = {"statistics",    "persistent", "contents",
                                           "stackRequests", "attributes", "trace"};

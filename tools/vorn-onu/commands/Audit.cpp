@@ -41,34 +41,29 @@ audit::Result auditAt(const Scenario& scenario, std::size_t afterStep, audit::Un
 }  // namespace
 
 int AuditCommand::run() const {
-    try {
-        const Scenario loaded = loadScenario(scenario);
-        if (afterStep > loaded.steps.size())
-            throw Problem("audit: --after-step " + std::to_string(afterStep) + ": " + scenario + " has " +
-                          std::to_string(loaded.steps.size()) + " steps");
-        const std::string word = forwardingOf(forwarding, loaded);
-        useForwarding(word);
-        std::string sendCommand = audit::commandFor("send", scenario);
-        if (!forwarding.empty()) sendCommand += " --forwarding " + forwarding;
-        HalOutput hal(scenario);
-        const Terminal terminal = Terminal::of(hal.shown());
-        const audit::Result result = auditAt(loaded, afterStep, audit::untakenWith(word));
-        if (json) {
-            print(hal.shown(), auditJson(result, sendCommand).dump(2, ' ', true) + "\n");
-        } else {
-            const std::string moment = "after step " + std::to_string(result.step) + " of " +
-                                       std::to_string(loaded.steps.size()) +
-                                       (afterStep == 0 ? ", when the device holds most" : "");
-            print(hal.shown(), terminal.bold("G.988 and the device") + "\n" +
-                                   terminal.dim(cut(loaded.title, terminal.width())) + "\n" + terminal.dim(moment) +
-                                   "\n" + terminal.dim(forwardingWords(word)) + "\n\n" +
-                                   auditWords(result, sendCommand, terminal));
-        }
-        return strict && result.differing() != 0 ? kNotHeld : kHeld;
-    } catch (const std::exception& error) {
-        complain(error.what());
-        return kBadInput;
+    const Scenario loaded = loadScenario(scenario);
+    if (afterStep > loaded.steps.size())
+        throw Problem("audit: --after-step " + std::to_string(afterStep) + ": " + scenario + " has " +
+                      std::to_string(loaded.steps.size()) + " steps");
+    const std::string word = forwardingOf(forwarding, loaded);
+    useForwarding(word);
+    std::string sendCommand = audit::commandFor("send", scenario);
+    if (!forwarding.empty()) sendCommand += " --forwarding " + forwarding;
+    HalOutput hal(scenario);
+    const Terminal terminal = Terminal::of(hal.shown());
+    const audit::Result result = auditAt(loaded, afterStep, audit::untakenWith(word));
+    if (json) {
+        print(hal.shown(), auditJson(result, sendCommand).dump(2, ' ', true) + "\n");
+    } else {
+        const std::string moment = "after step " + std::to_string(result.step) + " of " +
+                                   std::to_string(loaded.steps.size()) +
+                                   (afterStep == 0 ? ", when the device holds most" : "");
+        print(hal.shown(), terminal.bold("G.988 and the device") + "\n" +
+                               terminal.dim(cut(loaded.title, terminal.width())) + "\n" + terminal.dim(moment) + "\n" +
+                               terminal.dim(forwardingWords(word)) + "\n\n" +
+                               auditWords(result, sendCommand, terminal));
     }
+    return strict && result.differing() != 0 ? kNotHeld : kHeld;
 }
 
 }  // namespace vorn_onu

@@ -13,11 +13,8 @@ Command addAudit(CLI::App& app) {
     CLI::App* command = app.add_subcommand("audit", "tell where the device treats frames otherwise than G.988 says");
     command->add_option("FILE", audit->scenario, "the scenario")->required()->type_name("");
     command->add_flag("--strict", audit->strict, "take a difference for a failure");
-    command
-        ->add_option("--after-step", audit->afterStep,
-                     "stop the scenario after this step; otherwise when the device holds most")
-        ->check(numberFrom(1))
-        ->type_name("N");
+    addCountOption(*command, "--after-step", audit->afterStep,
+                   "stop the scenario after this step; otherwise when the device holds most");
     command->add_flag("--json", audit->json, "answer in JSON");
     addScenarioForwardingOption(*command, audit->forwarding);
     command->footer(

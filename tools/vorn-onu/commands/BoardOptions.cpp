@@ -34,12 +34,10 @@ void addIdentityOptions(CLI::App& command, BoardChoice& board) {
 }
 
 CLI::Option* addBoardFile(CLI::App& command, BoardChoice& board, const char* whose) {
-    return command
-        .add_option("--board", board.file,
-                    std::string("the board that ") + whose +
-                        " finds and leaves; a file that is not there yet begins with a new one; otherwise "
-                        "$VORN_ONU_BOARD")
-        ->type_name("FILE");
+    return addFileOption(command, "--board", board.file,
+                         std::string("the board that ") + whose +
+                             " finds and leaves; a file that is not there yet begins with a new one; otherwise "
+                             "$VORN_ONU_BOARD");
 }
 
 }  // namespace vorn_onu

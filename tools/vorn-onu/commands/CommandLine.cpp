@@ -37,6 +37,16 @@ int ended(int code, bool isOfAProgram) {
     return isOfAProgram && code != kHeld ? code : kBadInput;
 }
 
+// The exit code of a command. What its work throws is bad input.
+int codeOf(const std::function<int()>& work) {
+    try {
+        return work();
+    } catch (const std::exception& error) {
+        complain(error.what());
+        return kBadInput;
+    }
+}
+
 std::vector<std::string> commandNames(const CLI::App& app) {
     std::vector<std::string> names;
     for (const CLI::App* command : app.get_subcommands([](const CLI::App* one) { return !one->get_group().empty(); }))
@@ -113,15 +123,17 @@ std::string noSuchCommand(const CLI::App& app, const std::string& name) {
     return "there is no command '" + name + "'" + suggestion(name, names) + "; there are " + joined(names);
 }
 
-CLI::Validator numberFrom(int lowest) {
-    return CLI::Validator(
-        [lowest](const std::string& text) -> std::string {
-            const bool digits = !text.empty() && text.size() < 10 &&
-                                std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-            if (digits && std::stoi(text) >= lowest) return "";
-            return "must be a number from " + std::to_string(lowest) + " on, not '" + text + "'";
-        },
-        "");
+CLI::Option* addFileOption(CLI::App& command, const std::string& name, std::string& file, const std::string& words) {
+    return command.add_option(name, file, words)->type_name("FILE");
+}
+
+CLI::Option* addCountOption(CLI::App& command, const std::string& name, std::size_t& count, const std::string& words) {
+    const auto problemOf = [](const std::string& text) -> std::string {
+        const bool digits = !text.empty() && text.size() < 10 &&
+                            std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+        return digits && std::stoi(text) >= 1 ? "" : "must be a number from 1 on, not '" + text + "'";
+    };
+    return command.add_option(name, count, words)->check(CLI::Validator(problemOf, ""))->type_name("N");
 }
 
 CommandLine::CommandLine() : app_(std::make_unique<CLI::App>(kDescription, kName)) {
@@ -181,7 +193,7 @@ int CommandLine::run(int argc, const char* const* argv) {
             commands_.clear();
             app_.reset();
         }
-        return ended(work(), isOfAProgram);
+        return ended(codeOf(work), isOfAProgram);
     }
     complain("say what to do: " + joined(commandNames(*app_)) + "; vorn-onu help tells how");
     return kBadInput;

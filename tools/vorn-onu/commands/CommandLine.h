@@ -3,6 +3,7 @@
 #ifndef VORN_ONU_COMMAND_LINE_H
 #define VORN_ONU_COMMAND_LINE_H
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <memory>
@@ -14,7 +15,6 @@ namespace CLI {
 class App;
 class Option;
 class ParseError;
-class Validator;
 }  // namespace CLI
 
 namespace vorn_onu {
@@ -64,8 +64,9 @@ CLI::Option* addBoardName(CLI::App& command, std::string& name, const std::strin
 // --metrics PORT, of a board that can be reached.
 CLI::Option* addMetricsOption(CLI::App& command, std::string& metrics, const std::string& how);
 
-// A number from lowest on; anything else is refused with these words.
-CLI::Validator numberFrom(int lowest);
+// An option whose value is a file, and one whose value is a number from 1 on.
+CLI::Option* addFileOption(CLI::App& command, const std::string& name, std::string& file, const std::string& words);
+CLI::Option* addCountOption(CLI::App& command, const std::string& name, std::size_t& count, const std::string& words);
 
 // What holds for all commands, for --help and the manual page alike.
 struct Topic {

@@ -22,7 +22,7 @@ struct RunCommand {
     std::string pcapFile;                // the frames of frame steps
     std::string boardFile;               // the board that the scenario begins with, and leaves
     std::string junitFile;               // a test case a scenario, as CI systems read them
-    unsigned jobs = 1;                   // of several scenarios, so many at a time
+    std::size_t jobs = 1;                // of several scenarios, so many at a time
     bool strict = false;                 // a call into the device kit that fails is a failure
     bool trace = false;
     bool halOutput = false;

@@ -65,19 +65,14 @@ std::string jsonText(const nlohmann::json& value) {
 }  // namespace
 
 int DiffCommand::run() const {
-    try {
-        const nlohmann::json old = jsonIn(before), now = jsonIn(after);
-        const auto lines = isMib(old) || isMib(now) ? mibsDiffer(before, old, after, now)
-                                                    : differences(stateIn(before, old), stateIn(after, now));
-        std::string text;
-        for (const auto& line : lines) text += line + "\n";
-        const nlohmann::json all = {{"before", before}, {"after", after}, {"differences", lines}};
-        print(json ? jsonText(all) : lines.empty() ? "no difference\n" : text);
-        return lines.empty() ? kHeld : kNotHeld;
-    } catch (const std::exception& error) {
-        complain(error.what());
-        return kBadInput;
-    }
+    const nlohmann::json old = jsonIn(before), now = jsonIn(after);
+    const auto lines = isMib(old) || isMib(now) ? mibsDiffer(before, old, after, now)
+                                                : differences(stateIn(before, old), stateIn(after, now));
+    std::string text;
+    for (const auto& line : lines) text += line + "\n";
+    const nlohmann::json all = {{"before", before}, {"after", after}, {"differences", lines}};
+    print(json ? jsonText(all) : lines.empty() ? "no difference\n" : text);
+    return lines.empty() ? kHeld : kNotHeld;
 }
 
 }  // namespace vorn_onu

@@ -196,13 +196,8 @@ int runIn(const ExecCommand& command, RunFolder& folder) {
 }  // namespace
 
 int ExecCommand::run() const {
-    try {
-        RunFolder folder;
-        return runIn(*this, folder);
-    } catch (const std::exception& error) {
-        complain(error.what());
-        return kBadInput;
-    }
+    RunFolder folder;
+    return runIn(*this, folder);
 }
 
 }  // namespace vorn_onu

@@ -13,24 +13,17 @@ namespace vorn_onu {
 Command addExec(CLI::App& app) {
     const auto exec = std::make_shared<ExecCommand>();
     CLI::App* command = app.add_subcommand("exec", "run a program on the virtual ONU and show what it leaves there");
-    command->add_option("--trace", exec->traceFile, "write every call into the device; - is standard output")
-        ->type_name("FILE");
-    command->add_option("--json", exec->jsonFile, "write the device state as JSON; - is standard output")
-        ->type_name("FILE");
+    addFileOption(*command, "--trace", exec->traceFile, "write every call into the device; - is standard output");
+    addFileOption(*command, "--json", exec->jsonFile, "write the device state as JSON; - is standard output");
     addBoardFile(*command, exec->board, "the program");
     addIdentityOptions(*command, exec->board);
-    command->add_option("--report", exec->reportFile, "write a report as one HTML page")->type_name("FILE");
-    command->add_option("--pcap", exec->pcapFile, "write the frames that the program sends for Wireshark")
-        ->type_name("FILE");
-    command
-        ->add_option(
-            "--hal-output", exec->halOutput,
-            "write what the HAL prints to this file; otherwise to a log file that the summary names; - mixes it "
-            "with what the program prints")
-        ->type_name("FILE");
-    command
-        ->add_option("--record", exec->recordFile, "write what the program asks of the HAL as a scenario to this file")
-        ->type_name("FILE");
+    addFileOption(*command, "--report", exec->reportFile, "write a report as one HTML page");
+    addFileOption(*command, "--pcap", exec->pcapFile, "write the frames that the program sends for Wireshark");
+    addFileOption(*command, "--hal-output", exec->halOutput,
+                  "write what the HAL prints to this file; otherwise to a log file that the summary names; - mixes it "
+                  "with what the program prints");
+    addFileOption(*command, "--record", exec->recordFile,
+                  "write what the program asks of the HAL as a scenario to this file");
     CLI::Option* name = addBoardName(*command, exec->name, "while the program and all that it has started runs");
     addMetricsOption(*command, exec->metrics, "with --name")->needs(name);
     addTapOption(*command, exec->taps);

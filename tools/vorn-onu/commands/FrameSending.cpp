@@ -65,8 +65,16 @@ Json frameFieldsOf(const TypedFrame& command) {
     return frame;
 }
 
+std::runtime_error badFrame(const Problem& problem) {
+    return std::runtime_error("the frame: " + problem.text());
+}
+
 FrameInput frameOf(const TypedFrame& command) {
-    return frameInputOf(frameFieldsOf(command));
+    try {
+        return frameInputOf(frameFieldsOf(command));
+    } catch (const Problem& problem) {
+        throw badFrame(problem);
+    }
 }
 
 std::string walkWords(const virtual_onu::Walk& walk, const Terminal& terminal) {

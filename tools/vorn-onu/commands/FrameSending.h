@@ -2,6 +2,7 @@
 #ifndef VORN_ONU_FRAME_SENDING_H
 #define VORN_ONU_FRAME_SENDING_H
 
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -15,7 +16,8 @@ namespace vorn_onu {
 
 // The frame as a scenario has it.
 Json frameFieldsOf(const TypedFrame& command);
-// Throws a Problem.
+// What is wrong with a frame that was typed, as it is told.
+std::runtime_error badFrame(const Problem& problem);
 FrameInput frameOf(const TypedFrame& command);
 // The hops, and where it leaves or why not.
 std::string walkWords(const virtual_onu::Walk& walk, const Terminal& terminal);

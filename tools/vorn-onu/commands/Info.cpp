@@ -137,19 +137,14 @@ std::string asJson(const std::vector<Topic>& topics) {
 }  // namespace
 
 int InfoCommand::run() const {
-    try {
-        const Scenario loaded = scenario.empty() ? Scenario{} : loadScenario(scenario);
-        useForwarding(forwardingOf("", loaded));
-        HalOutput hal(scenario.empty() ? "info.json" : scenario);
-        runScenario(loaded, {}, [](const StepRecord&) {});
-        VornHal& object = *HALFactory::getInstance()->CreateHALObject(0);
-        const std::vector<Topic> topics = {identity(object), software(object), optics(object), links()};
-        print(hal.shown(), json ? asJson(topics) : asWords(topics, Terminal::of(hal.shown())));
-        return kHeld;
-    } catch (const std::exception& error) {
-        complain(error.what());
-        return kBadInput;
-    }
+    const Scenario loaded = scenario.empty() ? Scenario{} : loadScenario(scenario);
+    useForwarding(forwardingOf("", loaded));
+    HalOutput hal(scenario.empty() ? "info.json" : scenario);
+    runScenario(loaded, {}, [](const StepRecord&) {});
+    VornHal& object = *HALFactory::getInstance()->CreateHALObject(0);
+    const std::vector<Topic> topics = {identity(object), software(object), optics(object), links()};
+    print(hal.shown(), json ? asJson(topics) : asWords(topics, Terminal::of(hal.shown())));
+    return kHeld;
 }
 
 }  // namespace vorn_onu

@@ -73,9 +73,7 @@ void addTrace(CLI::App& at, const std::string& name, Works& works) {
     CLI::App* command = at.add_subcommand("trace", "show the calls into the device, with waits and log lines");
     command->add_flag("--follow", trace->following, "go on with those to come, until the board is gone");
     command->add_flag("--failed", trace->failed, "only calls into the device kit that failed");
-    command->add_option("--last", trace->last, "begin with the last so many; otherwise with all that are kept")
-        ->check(numberFrom(1))
-        ->type_name("N");
+    addCountOption(*command, "--last", trace->last, "begin with the last so many; otherwise with all that are kept");
     command->add_flag("--json", trace->json, "an entry as JSON on each line");
     works.emplace_back(command, atBoard(trace, name));
 }
@@ -84,9 +82,7 @@ void addOmciAt(CLI::App& at, const std::string& name, Works& works) {
     const auto omci = std::make_shared<AtOmciCommand>();
     CLI::App* command = at.add_subcommand("omci", "show the messages of an OLT, a line each, the last 1,000 at most");
     command->add_flag("--follow", omci->following, "go on with those to come, until the board is gone");
-    command->add_option("--last", omci->last, "begin with the last so many; otherwise with all that are kept")
-        ->check(numberFrom(1))
-        ->type_name("N");
+    addCountOption(*command, "--last", omci->last, "begin with the last so many; otherwise with all that are kept");
     const LogWords words{omci->values, omci->bytes, omci->classes, omci->instances, omci->types};
     addLogOptions(*command, words, "");
     command->add_flag("--json", omci->json, "a message as JSON on each line");

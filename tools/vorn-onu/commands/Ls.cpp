@@ -50,30 +50,25 @@ nlohmann::json boards() {
 }  // namespace
 
 int LsCommand::run() const {
-    try {
-        const nlohmann::json found = boards();
-        if (json) {
-            print(found.dump(2, ' ', true, nlohmann::json::error_handler_t::replace) + "\n");
-            return kHeld;
-        }
-        const bool realPackets =
-            std::any_of(found.begin(), found.end(), [](const auto& one) { return one.contains("taps"); });
-        std::vector<std::string> headings = {"name", "command", "process", "since", "runs"};
-        if (realPackets) headings.emplace_back("real packets");
-        Table table(headings);
-        for (const auto& one : found) {
-            std::vector<std::string> cells = {one.value("name", ""), one.value("kind", ""),
-                                              std::to_string(one.value("process", 0)), one.value("since", ""),
-                                              programOf(one)};
-            if (realPackets) cells.push_back(tapsOf(one));
-            table.row(cells);
-        }
-        print(table.empty() ? "No board runs.\n" : table.text(Terminal::of(stdout), 0));
+    const nlohmann::json found = boards();
+    if (json) {
+        print(found.dump(2, ' ', true, nlohmann::json::error_handler_t::replace) + "\n");
         return kHeld;
-    } catch (const std::exception& error) {
-        complain(error.what());
-        return kBadInput;
     }
+    const bool realPackets =
+        std::any_of(found.begin(), found.end(), [](const auto& one) { return one.contains("taps"); });
+    std::vector<std::string> headings = {"name", "command", "process", "since", "runs"};
+    if (realPackets) headings.emplace_back("real packets");
+    Table table(headings);
+    for (const auto& one : found) {
+        std::vector<std::string> cells = {one.value("name", ""), one.value("kind", ""),
+                                          std::to_string(one.value("process", 0)), one.value("since", ""),
+                                          programOf(one)};
+        if (realPackets) cells.push_back(tapsOf(one));
+        table.row(cells);
+    }
+    print(table.empty() ? "No board runs.\n" : table.text(Terminal::of(stdout), 0));
+    return kHeld;
 }
 
 }  // namespace vorn_onu

@@ -68,11 +68,7 @@ struct Sending {
 
 Sending sendTyped(const FrameInput& input, bool bothWays) {
     const auto& onu = virtual_onu::VirtualOnu::instance();
-    if (!canArrive(input, onu)) {
-        const auto places = placesOn(onu);
-        throw Problem("from", "there is no port '" + input.from + "' then" + suggestion(input.from, places) +
-                                  "; there are " + joined(places));
-    }
+    if (!canArrive(input, onu)) throw badFrame({"from", noSuchPlace(input, " then", placesOn(onu))});
     const virtual_onu::FrozenDataPath path = onu.freezeDataPath();
     Sending sending{{input, send(path, input)}, {}};
     if (bothWays) sending.returns = sendBack([&](const FrameInput& back) { return send(path, back); }, sending.sent);
@@ -152,21 +148,14 @@ int runPlayed(const OmciCommand& command, const MessageFile& file, const std::op
 }  // namespace
 
 int OmciCommand::run() const {
-    try {
-        for (const std::string& path : {jsonFile, reportFile, pcapFile, recordFile, captureFile})
-            if (path != "-") checkWritable(path);
-        useForwarding(forwarding);
-        if (!listenAddress.empty()) return listenToOlt(*this);
-        if (file.empty()) throw std::invalid_argument("omci: say which FILE to play, or where to --listen");
-        std::optional<FrameInput> input;
-        if (!from.empty()) input = frameOf(*this);
-        return runPlayed(*this, readMessages(readFile(file, kMaxFileBytes), file, integrityOf(mic)), input);
-    } catch (const Problem& problem) {
-        complain("the frame: " + problem.text());
-    } catch (const std::exception& error) {
-        complain(error.what());
-    }
-    return kBadInput;
+    for (const std::string& path : {jsonFile, reportFile, pcapFile, recordFile, captureFile})
+        if (path != "-") checkWritable(path);
+    useForwarding(forwarding);
+    if (!listenAddress.empty()) return listenToOlt(*this);
+    if (file.empty()) throw std::invalid_argument("omci: say which FILE to play, or where to --listen");
+    std::optional<FrameInput> input;
+    if (!from.empty()) input = frameOf(*this);
+    return runPlayed(*this, readMessages(readFile(file, kMaxFileBytes), file, integrityOf(mic)), input);
 }
 
 }  // namespace vorn_onu

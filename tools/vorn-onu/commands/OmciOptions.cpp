@@ -38,34 +38,24 @@ Command addOmci(CLI::App& app) {
     addMetricsOption(*command, omci->metrics, "with --listen")->needs(listen);
     addIdentityOptions(*command, omci->board);
     addBoardFile(*command, omci->board, "the OLT")->needs(listen);
-    command->add_option("--until", omci->until, "stop after this message")
-        ->check(numberFrom(1))
-        ->type_name("N")
-        ->excludes(listen);
+    addCountOption(*command, "--until", omci->until, "stop after this message")->excludes(listen);
     const FrameOptions frame = addFrameOptions(*command, *omci);
     for (CLI::Option* option : {frame.vlan, frame.bothWays}) option->needs(frame.from);
-    command
-        ->add_option(
-            "--json", omci->jsonFile,
-            "write messages, HAL calls and device state as JSON; - is standard output; with --listen the state "
-            "as it is, every second in which it has changed")
-        ->type_name("FILE");
-    command->add_option("--report", omci->reportFile, "write a report as one HTML page")->type_name("FILE");
-    command->add_option("--pcap", omci->pcapFile, "write the frame of --from, and where it left, for Wireshark")
-        ->type_name("FILE")
+    addFileOption(*command, "--json", omci->jsonFile,
+                  "write messages, HAL calls and device state as JSON; - is standard output; with --listen the state "
+                  "as it is, every second in which it has changed");
+    addFileOption(*command, "--report", omci->reportFile, "write a report as one HTML page");
+    addFileOption(*command, "--pcap", omci->pcapFile, "write the frame of --from, and where it left, for Wireshark")
         ->needs(frame.from);
-    command->add_option("--record", omci->recordFile, "write the HAL's calls as a scenario")->type_name("FILE");
+    addFileOption(*command, "--record", omci->recordFile, "write the HAL's calls as a scenario");
     command
         ->add_flag("--audit", omci->audit,
                    "compare what the device does with frames with what G.988 says of the rows and filters asked for")
         ->excludes(listen);
     addTapOption(*command, omci->taps)->needs(listen);
-    command
-        ->add_option("--keep", omci->kept,
-                     "with --listen: keep so many messages, and five times as many calls into the device, to be looked "
-                     "at later; otherwise 100, with --json or --report 1,000 and 200,000 calls")
-        ->check(numberFrom(1))
-        ->type_name("N")
+    addCountOption(*command, "--keep", omci->kept,
+                   "with --listen: keep so many messages, and five times as many calls into the device, to be looked "
+                   "at later; otherwise 100, with --json or --report 1,000 and 200,000 calls")
         ->needs(listen);
     command
         ->add_option(
@@ -73,10 +63,8 @@ Command addOmci(CLI::App& app) {
             "the integrity codes of messages: crc, none (not looked at), or cmac: and OMCI_IK in 32 hexadecimal "
             "digits; by default as the first message has them, and of a FILE CRC-32 where one is right")
         ->type_name("KIND");
-    command
-        ->add_option("--capture", omci->captureFile,
-                     "write the exchange as it comes, for Wireshark and to be played again (pcapng)")
-        ->type_name("FILE")
+    addFileOption(*command, "--capture", omci->captureFile,
+                  "write the exchange as it comes, for Wireshark and to be played again (pcapng)")
         ->needs(listen);
     command
         ->add_option(

@@ -258,14 +258,9 @@ ScenarioResult runUnseen(const RunCommand& command, const std::string& file, con
 }
 
 int RunCommand::run() const {
-    try {
-        checkOptions(*this);
-        checkFiles(*this);
-        return scenarios.size() == 1 ? runOne(*this) : runSeveral(*this);
-    } catch (const std::exception& error) {
-        complain(error.what());
-        return kBadInput;
-    }
+    checkOptions(*this);
+    checkFiles(*this);
+    return scenarios.size() == 1 ? runOne(*this) : runSeveral(*this);
 }
 
 }  // namespace vorn_onu

@@ -14,29 +14,22 @@ Command addRun(CLI::App& app) {
     CLI::App* command = app.add_subcommand("run", "run a scenario and show what is on the device");
     command->add_option("FILE", run->scenarios, "the scenario, or several")->required()->type_name("");
     command->add_flag("--trace", run->trace, "show every call into the device below the step that made it");
-    command->add_option("--json", run->jsonFile, "write steps and device state as JSON; - is standard output")
-        ->type_name("FILE");
-    command
-        ->add_option("--board", run->boardFile,
-                     "the board that the scenario begins with and leaves; a file that is not there yet begins with a "
-                     "new one")
-        ->type_name("FILE");
-    CLI::Option* report =
-        command->add_option("--report", run->reportFile, "write a report as one HTML page")->type_name("FILE");
+    addFileOption(*command, "--json", run->jsonFile, "write steps and device state as JSON; - is standard output");
+    addFileOption(*command, "--board", run->boardFile,
+                  "the board that the scenario begins with and leaves; a file that is not there yet begins with a "
+                  "new one");
+    CLI::Option* report = addFileOption(*command, "--report", run->reportFile, "write a report as one HTML page");
     command->add_flag("--audit", run->audit, "compare the device with G.988 in the report, as the command audit does")
         ->needs(report);
-    command->add_option("--pcap", run->pcapFile, "write the frames of the scenario's frame steps for Wireshark")
-        ->type_name("FILE");
+    addFileOption(*command, "--pcap", run->pcapFile, "write the frames of the scenario's frame steps for Wireshark");
     command->add_flag("--hal-output", run->halOutput, "show what the HAL prints below the step that made it print");
     command->add_flag("--real-time", run->realTime, "let waits take their time");
     command->add_flag("--quiet", run->quiet, "show failures only");
     command->add_flag("--strict", run->strict,
                       "take a failing call into the device kit for a failure, unless a fault step asked for it");
-    command->add_option("--junit", run->junitFile, "write a test case a scenario as JUnit's XML")->type_name("FILE");
-    command->add_option("--jobs", run->jobs, "run so many of several scenarios at a time; otherwise one")
-        ->check(numberFrom(1))
-        ->type_name("N");
-    command->add_option("--after-step", run->afterStep, "end behind this step")->check(numberFrom(1))->type_name("N");
+    addFileOption(*command, "--junit", run->junitFile, "write a test case a scenario as JUnit's XML");
+    addCountOption(*command, "--jobs", run->jobs, "run so many of several scenarios at a time; otherwise one");
+    addCountOption(*command, "--after-step", run->afterStep, "end behind this step");
     CLI::Option* stay =
         command->add_flag("--stay", run->stay,
                           "let others reach the board afterwards, until SIGTERM or Ctrl-C; a scenario that takes its "

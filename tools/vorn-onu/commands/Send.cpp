@@ -29,12 +29,6 @@ struct Moment {
     std::vector<std::string> places;  // where frames could arrive then
 };
 
-void checkPlace(const FrameInput& input, const Moment& moment) {
-    if (moment.canArrive) return;
-    throw Problem("from", "there is no port '" + input.from + "' after step " + std::to_string(moment.step) +
-                              suggestion(input.from, moment.places) + "; there are " + joined(moment.places));
-}
-
 // The data path at the chosen moment. The fullest moment is known only when the scenario is over, so every candidate is
 // kept until the next one.
 Moment momentOf(const Scenario& scenario, const SendCommand& command, const FrameInput& input) {
@@ -48,7 +42,8 @@ Moment momentOf(const Scenario& scenario, const SendCommand& command, const Fram
         if (!chosen || record.step->kind == "end") return;
         moment = Moment{onu.freezeDataPath(), record.step->number, canArrive(input, onu), placesOn(onu)};
     });
-    checkPlace(input, moment.value());
+    if (!moment.value().canArrive)
+        throw badFrame({"from", noSuchPlace(input, " after step " + std::to_string(moment->step), moment->places)});
     return *moment;
 }
 
@@ -110,21 +105,14 @@ int sendCapture(const SendCommand& command, const Scenario& scenario, const Fram
 }  // namespace
 
 int SendCommand::run() const {
-    try {
-        const FrameInput input = frameOf(*this);
-        const Scenario loaded = loadScenario(scenario);
-        if (afterStep > loaded.steps.size())
-            throw BadScenario(scenario + ": has " + std::to_string(loaded.steps.size()) + " steps, there is no step " +
-                              std::to_string(afterStep));
-        if (loaded.steps.empty()) throw BadScenario(scenario + ": has no steps");
-        useForwarding(forwardingOf(forwarding, loaded));
-        return captureFile.empty() ? sendLoaded(*this, loaded, input) : sendCapture(*this, loaded, input);
-    } catch (const Problem& problem) {
-        complain("the frame: " + problem.text());
-    } catch (const std::exception& error) {
-        complain(error.what());
-    }
-    return kBadInput;
+    const FrameInput input = frameOf(*this);
+    const Scenario loaded = loadScenario(scenario);
+    if (afterStep > loaded.steps.size())
+        throw BadScenario(scenario + ": has " + std::to_string(loaded.steps.size()) + " steps, there is no step " +
+                          std::to_string(afterStep));
+    if (loaded.steps.empty()) throw BadScenario(scenario + ": has no steps");
+    useForwarding(forwardingOf(forwarding, loaded));
+    return captureFile.empty() ? sendLoaded(*this, loaded, input) : sendCapture(*this, loaded, input);
 }
 
 }  // namespace vorn_onu

@@ -15,20 +15,14 @@ Command addSend(CLI::App& app) {
     command->add_option("FILE", send->scenario, "the scenario")->required()->type_name("");
     const FrameOptions frame = addFrameOptions(*command, *send);
     frame.from->required();
-    CLI::Option* capture = command
-                               ->add_option("--pcap-in", send->captureFile,
-                                            "send the frames of this capture (pcap or pcapng), and tell what becomes "
-                                            "of them")
-                               ->type_name("FILE")
+    CLI::Option* capture = addFileOption(*command, "--pcap-in", send->captureFile,
+                                         "send the frames of this capture (pcap or pcapng), and tell what becomes "
+                                         "of them")
                                ->excludes(frame.bothWays);
-    command->add_option("--pcap", send->pcapFile, "write what left of the capture's frames, for Wireshark")
-        ->type_name("FILE")
+    addFileOption(*command, "--pcap", send->pcapFile, "write what left of the capture's frames, for Wireshark")
         ->needs(capture);
-    command
-        ->add_option("--after-step", send->afterStep,
-                     "stop the scenario after this step; otherwise when the device holds most")
-        ->check(numberFrom(1))
-        ->type_name("N");
+    addCountOption(*command, "--after-step", send->afterStep,
+                   "stop the scenario after this step; otherwise when the device holds most");
     command->add_flag("--json", send->json, "answer in JSON");
     addScenarioForwardingOption(*command, send->forwarding);
     command->callback([send, command, frame] { readTags(*command, frame, *send); });

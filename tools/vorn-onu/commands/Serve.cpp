@@ -4,21 +4,18 @@
 
 #include <nlohmann/json.hpp>
 
+#include "commands/AtTrying.h"
 #include "commands/Commands.h"
 #include "commands/EndingSignals.h"
 #include "commands/ExecSummary.h"
 #include "living/Client.h"
-#include "running/io/Output.h"
 #include "views/page/HttpServer.h"
 
 namespace vorn_onu {
 
 int AtServeCommand::run() const {
-    try {
-        if (!page::canServe()) {
-            complain("at: serve: this vorn-onu was built without the HTTP library (libcpp-httplib-dev)");
-            return kBadInput;
-        }
+    return tried("serve", [this] {
+        if (!page::canServe()) throw Problem("this vorn-onu was built without the HTTP library (libcpp-httplib-dev)");
         living::Client(name).ask({{"do", "hello"}});  // there is such a board
         const int signals = endingSignals();
         if (signals < 0) throw std::runtime_error("signals cannot be waited for");
@@ -29,10 +26,7 @@ int AtServeCommand::run() const {
         while (poll(&ending, 1, -1) <= 0) continue;
         close(signals);
         return kHeld;
-    } catch (const std::exception& error) {
-        complain(std::string("at: serve: ") + error.what());
-        return kBadInput;
-    }
+    });
 }
 
 }  // namespace vorn_onu

@@ -179,11 +179,7 @@ json Session::send(const Json& request) {
     const bool bothWays =
         request.contains("bothWays") && inField("bothWays", [&] { return truthOf(request["bothWays"]); });
     const FrameInput input = inField("frame", [&] { return frameInputOf(request["frame"]); });
-    if (!canArrive(input, onu_)) {
-        const auto places = placesOn(onu_);
-        throw Problem("frame.from", "there is no port '" + input.from + "'" + suggestion(input.from, places) +
-                                        "; there are " + joined(places));
-    }
+    if (!canArrive(input, onu_)) throw Problem("frame.from", noSuchPlace(input, "", placesOn(onu_)));
     const auto sender = [this](const FrameInput& one) { return one.send(onu_, virtual_onu::Learning::On); };
     const SentFrame sent{input, sender(input)};
     std::vector<Return> returns;

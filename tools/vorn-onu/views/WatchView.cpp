@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "running/io/Printed.h"
+#include "running/io/Words.h"
 #include "running/state/DeviceState.h"
 #include "running/state/FailedCalls.h"
 #include "running/state/FaultWords.h"
@@ -43,12 +44,6 @@ std::string padded(const std::string& text, std::size_t width, bool left) {
     return left ? text + blanks : blanks + text;
 }
 
-std::string joinedWith(const std::vector<std::string>& parts, const std::string& between) {
-    std::string text;
-    for (const std::string& part : parts) text += (text.empty() ? "" : between) + part;
-    return text;
-}
-
 bool holds(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
@@ -60,7 +55,7 @@ std::vector<std::string> linesOf(Columns columns, const WatchChoice& choice) {
     std::vector<std::size_t> widths(columns.headings.size(), 0);
     std::vector<Cells> all = {columns.headings};
     for (const Columns::Row& row : columns.rows)
-        if (holds(joinedWith(row.cells, "  "), choice.filter)) all.push_back(row.cells);
+        if (holds(joined(row.cells, "  "), choice.filter)) all.push_back(row.cells);
     for (const Cells& row : all)
         for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], widthOf(row[i]));
     std::vector<std::string> lines;
@@ -114,19 +109,22 @@ private:
 
 constexpr double kBits = 8;
 
-// The two directions of a port or a GEM port: rates, bits where there is room, totals.
-Cells traffic(const Counter& in, const Counter& inOctets, const Counter& out, const Counter& outOctets, bool wide) {
-    Cells cells = {in.rate(), out.rate()};
-    if (wide) cells.insert(cells.end(), {inOctets.rate(kBits), outOctets.rate(kBits)});
-    cells.insert(cells.end(), {in.total(), out.total()});
-    return cells;
+// Both directions of something with counters: rates, bits where there is room, totals, what was dropped.
+Columns trafficColumns(Cells headings, bool wide) {
+    Columns columns{{}, {}, headings.size()};
+    headings.insert(headings.end(), {"in/s", "out/s"});
+    if (wide) headings.insert(headings.end(), {"in bit/s", "out bit/s"});
+    headings.insert(headings.end(), {"frames in", "out", "dropped"});
+    columns.headings = std::move(headings);
+    return columns;
 }
 
-Cells trafficHeadings(bool wide) {
-    Cells cells = {"in/s", "out/s"};
-    if (wide) cells.insert(cells.end(), {"in bit/s", "out bit/s"});
-    cells.insert(cells.end(), {"frames in", "out", "dropped"});
-    return cells;
+Columns::Row trafficRow(Cells cells, const Counter& in, const Counter& inOctets, const Counter& out,
+                        const Counter& outOctets, std::uint64_t dropped, bool wide) {
+    cells.insert(cells.end(), {in.rate(), out.rate()});
+    if (wide) cells.insert(cells.end(), {inOctets.rate(kBits), outOctets.rate(kBits)});
+    cells.insert(cells.end(), {in.total(), out.total(), std::to_string(dropped)});
+    return {std::move(cells), in.growth() + out.growth()};
 }
 
 bool isPort(const virtual_onu::NetworkDevice& device) {
@@ -134,9 +132,7 @@ bool isPort(const virtual_onu::NetworkDevice& device) {
 }
 
 Columns portsOf(const Watched& watched, const DeviceState& state, bool wide) {
-    Columns columns{{"port", "link"}, {}, 2};
-    const Cells headings = trafficHeadings(wide);
-    columns.headings.insert(columns.headings.end(), headings.begin(), headings.end());
+    Columns columns = trafficColumns({"port", "link"}, wide);
     for (const json& one : watched.device->at("network").at("devices")) {
         const auto* device = state.device(oneLine(one.at("name").get<std::string>()));
         if (device == nullptr || !isPort(*device)) continue;
@@ -147,54 +143,44 @@ Columns portsOf(const Watched& watched, const DeviceState& state, bool wide) {
         const std::uint64_t dropped = counter("rx_dropped").value() + counter("tx_dropped").value();
         const bool linked = one.at("operState") == "up";
         if (!device->up && in.value() + out.value() + dropped == 0) continue;
-        Cells row = {device->name, !device->up ? "off" : linked ? "up" : "no link"};
-        const Cells cells = traffic(in, counter("rx_bytes"), out, counter("tx_bytes"), wide);
-        row.insert(row.end(), cells.begin(), cells.end());
-        row.push_back(std::to_string(dropped));
-        columns.rows.push_back({std::move(row), in.growth() + out.growth()});
+        columns.rows.push_back(trafficRow({device->name, !device->up ? "off"
+                                                         : linked    ? "up"
+                                                                     : "no link"},
+                                          in, counter("rx_bytes"), out, counter("tx_bytes"), dropped, wide));
     }
     return columns;
 }
 
 // The device counts what it sends as sent: down the fibre comes what it has received.
 Columns gemPortsOf(const Watched& watched, const DeviceState& state, bool wide) {
-    Columns columns{{"GEM port", "alloc-id"}, {}, 2};
-    const Cells headings = trafficHeadings(wide);
-    columns.headings.insert(columns.headings.end(), headings.begin(), headings.end());
+    Columns columns = trafficColumns({"GEM port", "alloc-id"}, wide);
     for (const auto& port : state.gemPorts) {
         const auto counter = [&](std::size_t index) {
             return Counter(watched, json::json_pointer() / "gemPorts" / std::to_string(port.portId) / index);
         };
         constexpr unsigned kNoAllocId = 65535;
-        Cells row = {std::to_string(port.portId), port.allocId == kNoAllocId ? "-" : std::to_string(port.allocId)};
-        const Cells cells = traffic(counter(2), counter(3), counter(0), counter(1), wide);
-        row.insert(row.end(), cells.begin(), cells.end());
-        row.push_back(counter(6).total());
-        columns.rows.push_back({std::move(row), counter(0).growth() + counter(2).growth()});
+        const std::string allocId = port.allocId == kNoAllocId ? "-" : std::to_string(port.allocId);
+        columns.rows.push_back(trafficRow({std::to_string(port.portId), allocId}, counter(2), counter(3), counter(0),
+                                          counter(1), counter(6).value(), wide));
     }
     return columns;
 }
 
 // Real packets: what came out of the host's interfaces and went into them.
 Columns tapsOf(const Watched& watched, bool wide) {
-    Columns columns{{"port", "TAP", "link"}, {}, 3};
-    const Cells headings = trafficHeadings(wide);
-    columns.headings.insert(columns.headings.end(), headings.begin(), headings.end());
+    Columns columns = trafficColumns({"port", "TAP", "link"}, wide);
     columns.headings.emplace_back("lost");
     const json& taps = watched.counters->at("taps");
     for (std::size_t i = 0; i < taps.size(); ++i) {
         const auto counter = [&](const char* key) { return Counter(watched, json::json_pointer() / "taps" / i / key); };
         const std::string became = taps[i].value("became", "");
-        Cells row = {taps[i].value("port", ""), taps[i].value("interface", ""),
-                     taps[i].value("linkUp", false) ? "up"
-                     : became.empty()               ? "down"
-                                                    : became.substr(0, became.find(' '))};
-        const Cells cells =
-            traffic(counter("framesIn"), counter("octetsIn"), counter("framesOut"), counter("octetsOut"), wide);
-        row.insert(row.end(), cells.begin(), cells.end());
-        row.push_back(counter("dropped").total());
-        row.push_back(std::to_string(counter("lostIn").value() + counter("lostOut").value()));
-        columns.rows.push_back({std::move(row), counter("framesIn").growth() + counter("framesOut").growth()});
+        const std::string link = taps[i].value("linkUp", false) ? "up"
+                                 : became.empty()               ? "down"
+                                                                : became.substr(0, became.find(' '));
+        columns.rows.push_back(trafficRow({taps[i].value("port", ""), taps[i].value("interface", ""), link},
+                                          counter("framesIn"), counter("octetsIn"), counter("framesOut"),
+                                          counter("octetsOut"), counter("dropped").value(), wide));
+        columns.rows.back().cells.push_back(std::to_string(counter("lostIn").value() + counter("lostOut").value()));
     }
     return columns;
 }
@@ -205,10 +191,8 @@ std::vector<std::string> servicesLines(const DeviceState& state, const WatchChoi
         std::vector<std::string> gemPorts, ends;
         for (const auto& port : state.gemPorts)
             if (service.gemIndexes.count(port.index) != 0) gemPorts.push_back(std::to_string(port.portId));
-        for (const ServiceEnd& end : service.unis)
-            ends.push_back(end.port + " " + joinedWith(vlansAt(service, end), ", "));
-        columns.rows.push_back(
-            {{service.name, gemPorts.empty() ? "-" : joinedWith(gemPorts, " "), joinedWith(ends, "; ")}});
+        for (const ServiceEnd& end : service.unis) ends.push_back(end.port + " " + joined(vlansAt(service, end), ", "));
+        columns.rows.push_back({{service.name, gemPorts.empty() ? "-" : joined(gemPorts, " "), joined(ends, "; ")}});
     }
     return columns.rows.empty() ? std::vector<std::string>{"  none"} : linesOf(std::move(columns), choice);
 }

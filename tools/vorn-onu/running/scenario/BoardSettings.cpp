@@ -17,11 +17,13 @@ namespace {
 using virtual_onu::VirtualOnu;
 using Settings = std::vector<BoardSetting>;
 
+using Read = std::function<void(const Json& value, Settings& settings)>;
+
 struct SettingRow {
     std::string key;
     std::string doc;
     Json schema;
-    std::function<void(const Json& value, Settings& settings)> read;
+    Read read;
 };
 
 const Numbers kWord{};
@@ -29,15 +31,21 @@ const Json kText = {{"type", "string"}};
 const Json kObject = {{"type", "object"}};
 const Json kTexts = {{"type", "array"}, {"items", kText}};
 
-// One setting for every member of an object.
-template <typename Read>
-void forEachMember(const Json& value, Read read) {
+template <typename Look>
+void forEachMember(const Json& value, Look look) {
     if (!value.is_object()) throw Problem("must be an object, not " + shown(value));
     for (const auto& [key, member] : value.items()) {
         const std::string name = key;
         const Json one = member;
-        inField(name, [&] { read(name, one); });
+        inField(name, [&] { look(name, one); });
     }
+}
+
+// One setting for every member of an object.
+Read eachMember(BoardSetting (*settingOf)(const std::string& key, const Json& member)) {
+    return [settingOf](const Json& value, Settings& settings) {
+        forEachMember(value, [&](const auto& key, const Json& member) { settings.push_back(settingOf(key, member)); });
+    };
 }
 
 // The key of an object that stands for a number: "4".
@@ -87,62 +95,43 @@ void readBitErrors(const Json& value, Settings& settings) {
     settings.emplace_back([perTerabit](VirtualOnu& onu) { onu.setBitErrors(perTerabit); });
 }
 
-void readLinks(const Json& value, Settings& settings) {
-    forEachMember(value, [&settings](const std::string& device, const Json& state) {
-        // RFC 2863's, as the kernel writes them; "" for what the device's flags say.
-        static const std::vector<std::string> kStates = {
-            "up", "down", "unknown", "notpresent", "lowerlayerdown", "testing", "dormant", ""};
-        const std::string text = textOf(state);
-        if (std::find(kStates.begin(), kStates.end(), text) == kStates.end())
-            throw Problem("must be a link state like \"up\" or \"down\", not " + shown(state) +
-                          suggestion(text, kStates));
-        settings.emplace_back([device, text](VirtualOnu& onu) { onu.setOperState(device, text); });
-    });
+BoardSetting linkOf(const std::string& device, const Json& state) {
+    // RFC 2863's, as the kernel writes them; "" for what the device's flags say.
+    static const std::vector<std::string> kStates = {"up",      "down",    "unknown", "notpresent", "lowerlayerdown",
+                                                     "testing", "dormant", ""};
+    const std::string text = textOf(state);
+    if (std::find(kStates.begin(), kStates.end(), text) == kStates.end())
+        throw Problem("must be a link state like \"up\" or \"down\", not " + shown(state) + suggestion(text, kStates));
+    return [device, text](VirtualOnu& onu) { onu.setOperState(device, text); };
 }
 
-void readPhys(const Json& value, Settings& settings) {
+BoardSetting phyOf(const std::string& port, const Json& state) {
     struct Phy {
         std::uint8_t link;
         std::int32_t speed, duplex;
     };
-    forEachMember(value, [&settings](const std::string& port, const Json& state) {
-        const unsigned number = numberKey(port, 7);
-        Phy phy{};
-        readFields(&phy,
-                   {field("link", &Phy::link, Numbers{0, 1, {}, true}, otherwise(true), "the link is up"),
-                    field("speed", &Phy::speed, Numbers{0, 1000000}, otherwise(0), "in the PHY's encoding"),
-                    field("duplex", &Phy::duplex, Numbers{0, 255}, otherwise(0), "in the PHY's encoding")},
-                   state);
-        settings.emplace_back([number, phy](VirtualOnu& onu) {
-            onu.setPhy(static_cast<int>(number), phy.link != 0, phy.speed, phy.duplex);
-        });
-    });
+    const auto number = static_cast<int>(numberKey(port, 7));
+    Phy phy{};
+    readFields(&phy,
+               {field("link", &Phy::link, Numbers{0, 1, {}, true}, otherwise(true), "the link is up"),
+                field("speed", &Phy::speed, Numbers{0, 1000000}, otherwise(0), "in the PHY's encoding"),
+                field("duplex", &Phy::duplex, Numbers{0, 255}, otherwise(0), "in the PHY's encoding")},
+               state);
+    return [number, phy](VirtualOnu& onu) { onu.setPhy(number, phy.link != 0, phy.speed, phy.duplex); };
 }
 
-void readImages(const Json& value, Settings& settings) {
-    forEachMember(value, [&settings](const std::string& image, const Json& version) {
-        const unsigned number = numberKey(image, 2);
-        const std::string text = textOf(version);
-        settings.emplace_back([number, text](VirtualOnu& onu) { onu.setImageVersion(static_cast<int>(number), text); });
-    });
+BoardSetting imageOf(const std::string& image, const Json& version) {
+    const auto number = static_cast<int>(numberKey(image, 2));
+    return [number, text = textOf(version)](VirtualOnu& onu) { onu.setImageVersion(number, text); };
 }
 
-void readPersistent(const Json& value, Settings& settings) {
-    forEachMember(value, [&settings](const std::string& key, const Json& stored) {
-        const std::string text = textOf(stored);
-        settings.emplace_back([key, text](VirtualOnu& onu) { onu.setPersistent(key, text); });
-    });
+BoardSetting persistentOf(const std::string& key, const Json& stored) {
+    return [key, text = textOf(stored)](VirtualOnu& onu) { onu.setPersistent(key, text); };
 }
 
-void readFiles(const Json& value, Settings& settings) {
-    forEachMember(value, [&settings](const std::string& path, const Json& content) {
-        if (content.is_null()) {
-            settings.emplace_back([path](VirtualOnu& onu) { onu.removeFile(path); });
-            return;
-        }
-        const std::string text = textOf(content);
-        settings.emplace_back([path, text](VirtualOnu& onu) { onu.writeFile(path, text); });
-    });
+BoardSetting fileOf(const std::string& path, const Json& content) {
+    if (content.is_null()) return [path](VirtualOnu& onu) { onu.removeFile(path); };
+    return [path, text = textOf(content)](VirtualOnu& onu) { onu.writeFile(path, text); };
 }
 
 void readStatistics(const Json& value, Settings& settings) {
@@ -183,24 +172,16 @@ void readGemPorts(const Json& value, Settings& settings) {
     }
 }
 
-void readDevices(const Json& value, Settings& settings) {
-    forEachMember(value, [&settings](const std::string& name, const Json& realDevice) {
-        if (realDevice == false) {
-            settings.emplace_back([name](VirtualOnu& onu) { onu.removeDevice(name); });
-            return;
-        }
-        const std::string real = realDevice == true ? "" : textOf(realDevice);
-        settings.emplace_back([name, real](VirtualOnu& onu) { onu.addDevice(name, real); });
-    });
+BoardSetting deviceOf(const std::string& name, const Json& realDevice) {
+    if (realDevice == false) return [name](VirtualOnu& onu) { onu.removeDevice(name); };
+    const std::string real = realDevice == true ? "" : textOf(realDevice);
+    return [name, real](VirtualOnu& onu) { onu.addDevice(name, real); };
 }
 
-void readSnooping(const Json& value, Settings& settings) {
-    forEachMember(value, [&settings](const std::string& bridge, const Json& on) {
-        const bool wanted = truthOf(on);
-        settings.emplace_back([bridge, wanted](VirtualOnu& onu) {
-            if (!onu.setMulticastSnooping(bridge, wanted)) throw std::runtime_error("there is no bridge " + bridge);
-        });
-    });
+BoardSetting snoopingOf(const std::string& bridge, const Json& on) {
+    return [bridge, wanted = truthOf(on)](VirtualOnu& onu) {
+        if (!onu.setMulticastSnooping(bridge, wanted)) throw std::runtime_error("there is no bridge " + bridge);
+    };
 }
 
 void readOutOfRange(const Json& value, Settings& settings) {
@@ -214,19 +195,14 @@ void readOutOfRange(const Json& value, Settings& settings) {
     settings.emplace_back([behaviour](VirtualOnu& onu) { onu.setOutOfRangeFilters(behaviour); });
 }
 
-void readRefusals(const Json& value, Settings& settings) {
-    forEachMember(value, [&settings](const std::string& name, const Json& times) {
-        const auto number = static_cast<int>(numberOf(times, 0, 1000));
-        settings.emplace_back([name, number](VirtualOnu& onu) { onu.refuseDeletion(name, number); });
-    });
+BoardSetting refusalOf(const std::string& name, const Json& times) {
+    const auto number = static_cast<int>(numberOf(times, 0, 1000));
+    return [name, number](VirtualOnu& onu) { onu.refuseDeletion(name, number); };
 }
 
-void readProcesses(const Json& value, Settings& settings) {
-    forEachMember(value, [&settings](const std::string& pid, const Json& command) {
-        const auto number = static_cast<int>(numberKey(pid, 4194304));
-        const std::string text = textOf(command);
-        settings.emplace_back([number, text](VirtualOnu& onu) { onu.addProcess(number, text); });
-    });
+BoardSetting processOf(const std::string& pid, const Json& command) {
+    const auto number = static_cast<int>(numberKey(pid, 4194304));
+    return [number, text = textOf(command)](VirtualOnu& onu) { onu.addProcess(number, text); };
 }
 
 void readCommands(const Json& value, Settings& settings) {
@@ -250,27 +226,28 @@ const std::vector<SettingRow>& rows() {
              const auto number = static_cast<int>(kWord.read(value));
              settings.emplace_back([number](VirtualOnu& onu) { onu.setBootedPartition(number); });
          }},
-        {"imageVersions", "software versions: {\"1\": \"4.2.0\"}", kObject, readImages},
+        {"imageVersions", "software versions: {\"1\": \"4.2.0\"}", kObject, eachMember(imageOf)},
         {"optics", "raw optical readings: {\"receive\", \"transmit\"}, or one of them", kObject, readOptics},
         {"bitErrorRatio", "wrong bits of all bits that come down, before correction: 1e-5",
          Json{{"type", "number"}, {"minimum", 0}, {"maximum", 1}}, readBitErrors},
-        {"links", "operational state of devices: {\"eth0\": \"down\"}", kObject, readLinks},
-        {"phys", "PHY ports: {\"4\": {\"link\", \"speed\", \"duplex\"}}", kObject, readPhys},
-        {"persistent", "persistent values: {\"linkState\": \"standby\"}", kObject, readPersistent},
-        {"files", "device files: {\"/var/mcpd.conf\": \"text\"}; null removes one", kObject, readFiles},
+        {"links", "operational state of devices: {\"eth0\": \"down\"}", kObject, eachMember(linkOf)},
+        {"phys", "PHY ports: {\"4\": {\"link\", \"speed\", \"duplex\"}}", kObject, eachMember(phyOf)},
+        {"persistent", "persistent values: {\"linkState\": \"standby\"}", kObject, eachMember(persistentOf)},
+        {"files", "device files: {\"/var/mcpd.conf\": \"text\"}; null removes one", kObject, eachMember(fileOf)},
         {"statistics", "device counters: {\"veip0\": {\"rx_bytes\": 1}}", kObject, readStatistics},
         {"gemCounters", "GEM port counters: {\"1001\": {\"6\": 5}}", kObject, readGemCounters},
         {"gemPorts", "GEM ports that the driver has already: [{\"gemPort\", \"index\"}]", Json{{"type", "array"}},
          readGemPorts},
         {"devices",
          "network devices of others: {\"veip0.1\": true}; a text names the device under it, false removes it", kObject,
-         readDevices},
-        {"multicastSnooping", "IGMP and MLD snooping of bridges: {\"br3\": false}", kObject, readSnooping},
+         eachMember(deviceOf)},
+        {"multicastSnooping", "IGMP and MLD snooping of bridges: {\"br3\": false}", kObject, eachMember(snoopingOf)},
         {"outOfRangeFilters",
          "what filters on p-bits above 7 and VIDs above 4095 do: never match, match anything, or are masked",
          Json{{"enum", {"never", "any", "masked"}}}, readOutOfRange},
-        {"refuseDeletion", "devices that cannot be deleted so many times: {\"veip0.1\": 2}", kObject, readRefusals},
-        {"processes", "running processes: {\"123\": \"dhcpc -i br3.2\"}", kObject, readProcesses},
+        {"refuseDeletion", "devices that cannot be deleted so many times: {\"veip0.1\": 2}", kObject,
+         eachMember(refusalOf)},
+        {"processes", "running processes: {\"123\": \"dhcpc -i br3.2\"}", kObject, eachMember(processOf)},
         {"commands", "shell commands that another part of the device runs", kTexts, readCommands},
     };
     return table;

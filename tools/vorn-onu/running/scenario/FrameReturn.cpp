@@ -56,6 +56,11 @@ bool canArrive(const FrameInput& input, const virtual_onu::VirtualOnu& onu) {
     return input.gemPort ? onu.gemPort(*input.gemPort).has_value() : onu.deviceExists(input.from);
 }
 
+std::string noSuchPlace(const FrameInput& input, const std::string& then, const std::vector<std::string>& places) {
+    return "there is no port '" + input.from + "'" + then + suggestion(input.from, places) + "; there are " +
+           joined(places);
+}
+
 virtual_onu::Walk send(const virtual_onu::FrozenDataPath& path, const FrameInput& input) {
     return input.gemPort ? path.sendFromPon(*input.gemPort, input.frame) : path.sendFromPort(input.from, input.frame);
 }

@@ -14,6 +14,8 @@ namespace vorn_onu {
 // Ports, devices with an address (the IP host's), GEM ports.
 std::vector<std::string> placesOn(const virtual_onu::VirtualOnu& onu);
 bool canArrive(const FrameInput& input, const virtual_onu::VirtualOnu& onu);
+// What is said where it cannot; then: " after step 7".
+std::string noSuchPlace(const FrameInput& input, const std::string& then, const std::vector<std::string>& places);
 
 // What came out at one place, sent back from there, and what became of it.
 struct Return {

@@ -1,6 +1,8 @@
 #include "views/audit/TaggingTable.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace vorn_onu::audit {
 
@@ -26,24 +28,16 @@ std::uint32_t wordOf(const TagField& filter) {
     return static_cast<std::uint32_t>(filter.priority << 28 | filter.vid << 15 | filter.tpidDei << 12);
 }
 
-bool fits(PayloadType payload, std::uint16_t etherType) {
-    switch (payload) {
-        case PayloadType::Any:
-            return true;
-        case PayloadType::Ipv4:
-            return etherType == 0x0800;
-        case PayloadType::Pppoe:
-            return etherType == 0x8863 || etherType == 0x8864;
-        case PayloadType::Arp:
-            return etherType == 0x0806;
-        case PayloadType::Ipv6:
-            return etherType == 0x86dd;
-        case PayloadType::Eapol:
-            return etherType == 0x888e;
-        case PayloadType::PppoeSession:
-            return etherType == 0x8864;
-    }
-    return false;
+// By the type word behind so many tags.
+bool fits(PayloadType payload, const Frame& frame, std::size_t tags) {
+    static constexpr std::pair<PayloadType, std::uint16_t> kTypes[] = {
+        {PayloadType::Ipv4, 0x0800},  {PayloadType::Pppoe, 0x8863},        {PayloadType::Pppoe, 0x8864},
+        {PayloadType::Arp, 0x0806},   {PayloadType::PppoeSession, 0x8864}, {PayloadType::Ipv6, 0x86dd},
+        {PayloadType::Eapol, 0x888e},
+    };
+    const std::uint16_t type = tags < frame.tags.size() ? frame.tags[tags].tpid : frame.etherType;
+    return payload == PayloadType::Any ||
+           std::find(std::begin(kTypes), std::end(kTypes), std::pair(payload, type)) != std::end(kTypes);
 }
 
 const char* wordOf(PayloadType payload) {
@@ -51,13 +45,36 @@ const char* wordOf(PayloadType payload) {
     return kWords[static_cast<std::size_t>(payload)];
 }
 
-// The frame's own tags by their names: the only tag of a frame is its inner one.
-const VlanTag* innerOf(const Frame& frame) {
-    if (frame.tags.empty()) return nullptr;
-    return frame.tags.size() == 1 ? &frame.tags[0] : &frame.tags[1];
+enum class Part { Priority, Vid, Tpid, Dei };
+
+// The place among the row's filters of the tag that a treatment copies this part from; none: it writes a value of its
+// own, or that tag is not there. The only tag of a frame is its inner one.
+std::optional<std::size_t> placeCopied(const TaggingRow& row, const TagField& treatment, Part part) {
+    bool inner = false, outer = false;
+    switch (part) {
+        case Part::Priority:
+            inner = treatment.priority == kPriorityOfInner;
+            outer = treatment.priority == kPriorityOfOuter;
+            break;
+        case Part::Vid:
+            inner = treatment.vid == kVidOfInner;
+            outer = treatment.vid == kVidOfOuter;
+            break;
+        case Part::Dei:
+            inner = treatment.tpidDei == kOutputDeiOfInner;
+            outer = treatment.tpidDei == kOutputDeiOfOuter;
+            [[fallthrough]];
+        case Part::Tpid:
+            inner = inner || treatment.tpidDei == kTagOfInner;
+            outer = outer || treatment.tpidDei == kTagOfOuter;
+    }
+    if (inner && row.tags() > 0) return row.tags() - 1;
+    if (outer && row.tags() == 2) return 0;
+    return std::nullopt;
 }
-const VlanTag* outerOf(const Frame& frame) {
-    return frame.tags.size() < 2 ? nullptr : &frame.tags[0];
+
+bool hasOutputTpid(const TagField& treatment) {
+    return treatment.tpidDei > kTagOfOuter && treatment.tpidDei != kTpid8100;
 }
 
 bool isIp(const Frame& frame) {
@@ -166,31 +183,24 @@ bool TaggingTable::fits(const TaggingRow& row, const Frame& frame) const {
     const auto filters = row.filters();
     for (std::size_t i = 0; i < filters.size(); ++i)
         if (!fits(filters[i], frame.tags[i])) return false;
-    return audit::fits(row.payload, frame.etherType);
+    return audit::fits(row.payload, frame, filters.size());
 }
 
-VlanTag TaggingTable::written(const TagField& treatment, const Frame& frame) const {
-    static const VlanTag kMissing;  // what a copy of a tag that is not there gives
-    const VlanTag* innermost = innerOf(frame);
-    const VlanTag* outermost = outerOf(frame);
-    const VlanTag& inner = innermost != nullptr ? *innermost : kMissing;
-    const VlanTag& outer = outermost != nullptr ? *outermost : kMissing;
+VlanTag TaggingTable::written(const TaggingRow& row, const TagField& treatment, const Frame& frame) const {
+    const auto source = [&](Part part) {
+        const auto place = placeCopied(row, treatment, part);
+        return place ? frame.tags[*place] : VlanTag{};
+    };
     VlanTag tag;
+    tag.tpid = source(Part::Tpid).tpid;
+    tag.pbits = source(Part::Priority).pbits;
+    tag.dei = source(Part::Dei).dei || treatment.tpidDei == kOutputDei1;
+    tag.vid = source(Part::Vid).vid;
     if (treatment.priority <= kMaxPriority) tag.pbits = static_cast<std::uint8_t>(treatment.priority);
-    if (treatment.priority == kPriorityOfInner) tag.pbits = inner.pbits;
-    if (treatment.priority == kPriorityOfOuter) tag.pbits = outer.pbits;
-    // The usual map; the frames that are tried have DSCP 0, which every usual one takes to 0.
+    // The usual map; the frames that an audit tries have DSCP 0, which every usual one takes to 0.
     if (treatment.priority == kPriorityOfDscp && isIp(frame)) tag.pbits = static_cast<std::uint8_t>(frame.dscp / 8);
     if (treatment.vid <= kMaxVid) tag.vid = static_cast<std::uint16_t>(treatment.vid);
-    if (treatment.vid == kVidOfInner) tag.vid = inner.vid;
-    if (treatment.vid == kVidOfOuter) tag.vid = outer.vid;
-    const unsigned code = treatment.tpidDei;
-    if (code == kTagOfInner || code == kTagOfOuter) tag.tpid = (code == kTagOfInner ? inner : outer).tpid;
-    if (code == kOutputDeiOfInner || code == kOutputDeiOfOuter || code == kOutputDei0 || code == kOutputDei1)
-        tag.tpid = outputTpid;
-    if (code == kTagOfInner || code == kOutputDeiOfInner) tag.dei = inner.dei;
-    if (code == kTagOfOuter || code == kOutputDeiOfOuter) tag.dei = outer.dei;
-    if (code == kOutputDei1) tag.dei = true;
+    if (hasOutputTpid(treatment)) tag.tpid = outputTpid;
     return tag;
 }
 
@@ -203,7 +213,7 @@ Tagging TaggingTable::upstream(const Frame& frame) const {
         treated.tags.erase(treated.tags.begin(), treated.tags.begin() + static_cast<std::ptrdiff_t>(removed));
         const auto added = row.added();
         for (auto tag = added.rbegin(); tag != added.rend(); ++tag)
-            treated.tags.insert(treated.tags.begin(), written(*tag, frame));
+            treated.tags.insert(treated.tags.begin(), written(row, *tag, frame));
         return {Tagging::Fate::Passes, treated, row};
     }
     return {Tagging::Fate::Dropped, frame, std::nullopt};  // its default row was deleted
@@ -212,78 +222,50 @@ Tagging TaggingTable::upstream(const Frame& frame) const {
 // What was copied stands for any value, but for what the filter says of it.
 bool TaggingTable::isAsWritten(const TaggingRow& row, const TagField& treatment, const VlanTag& tag,
                                Inversion by) const {
-    if (by.pbits) {
-        if (treatment.priority <= kMaxPriority && tag.pbits != treatment.priority) return false;
-        if (treatment.priority == kPriorityOfInner && row.innerFilter.priority <= kMaxPriority &&
-            tag.pbits != row.innerFilter.priority)
-            return false;
-        if (treatment.priority == kPriorityOfOuter && row.outerFilter.priority <= kMaxPriority &&
-            tag.pbits != row.outerFilter.priority)
-            return false;
-    }
-    if (by.vid) {
-        if (treatment.vid <= kMaxVid && tag.vid != treatment.vid) return false;
-        if (treatment.vid == kVidOfInner && row.innerFilter.vid <= kMaxVid && tag.vid != row.innerFilter.vid)
-            return false;
-        if (treatment.vid == kVidOfOuter && row.outerFilter.vid <= kMaxVid && tag.vid != row.outerFilter.vid)
-            return false;
-    }
-    const unsigned code = treatment.tpidDei;
-    if (code == kTpid8100) return tag.tpid == kCustomerTpid;
-    return code == kTagOfInner || code == kTagOfOuter || tag.tpid == outputTpid;
+    const auto valueOf = [&](Part part, unsigned TagField::*field) {
+        const auto place = placeCopied(row, treatment, part);
+        return (place ? row.filters()[*place] : treatment).*field;
+    };
+    const unsigned priority = valueOf(Part::Priority, &TagField::priority);
+    if (by.pbits && priority <= kMaxPriority && tag.pbits != priority) return false;
+    const unsigned vid = valueOf(Part::Vid, &TagField::vid);
+    if (by.vid && vid <= kMaxVid && tag.vid != vid) return false;
+    if (treatment.tpidDei == kTpid8100) return tag.tpid == kCustomerTpid;
+    return !hasOutputTpid(treatment) || tag.tpid == outputTpid;
 }
 
 bool TaggingTable::isTreated(const TaggingRow& row, const Frame& frame, Inversion by) const {
     const auto added = row.added();
     const auto filters = row.filters();
     const std::size_t kept = filters.size() - std::min<std::size_t>(filters.size(), row.tagsToRemove);
-    if (frame.tags.size() < added.size() + kept) return false;
-    if (row.tags() < 2 && frame.tags.size() != added.size() + kept) return false;
+    const std::size_t least = added.size() + kept;
+    const std::size_t has = frame.tags.size();
+    // Two tags stand for two and more, before the row or behind it.
+    if (has < least || (has > least && least < 2 && row.tags() < 2)) return false;
     for (std::size_t i = 0; i < added.size(); ++i)
         if (!isAsWritten(row, added[i], frame.tags[i], by)) return false;
     for (std::size_t i = 0; i < kept; ++i)
         if (!fits(filters[filters.size() - kept + i], frame.tags[added.size() + i])) return false;
-    return audit::fits(row.payload, frame.etherType);
-}
-
-// The tag of the frame that a removed tag's field was copied into; none where it was not.
-std::optional<VlanTag> TaggingTable::sourceOf(const TaggingRow& row, std::size_t place, const Frame& frame,
-                                              unsigned TagField::*field) const {
-    const bool isInner = place + 1 == row.filters().size();
-    const auto added = row.added();
-    for (std::size_t i = 0; i < added.size(); ++i) {
-        const unsigned code = added[i].*field;
-        bool copies = false;
-        if (field == &TagField::priority) copies = code == (isInner ? kPriorityOfInner : kPriorityOfOuter);
-        if (field == &TagField::vid) copies = code == (isInner ? kVidOfInner : kVidOfOuter);
-        if (field == &TagField::tpidDei) copies = code == (isInner ? kTagOfInner : kTagOfOuter);
-        if (copies) return frame.tags[i];
-    }
-    return std::nullopt;
+    return audit::fits(row.payload, frame, std::max(least, std::min<std::size_t>(has, 2)));
 }
 
 // A tag that the row has removed: by its filter, by what was copied, else the lowest value.
 VlanTag TaggingTable::restored(const TaggingRow& row, std::size_t place, const Frame& frame, Inversion by) const {
     const TagField filter = row.filters()[place];
+    const auto added = row.added();
+    const auto copy = [&](Part part) {
+        for (std::size_t i = 0; i < added.size(); ++i)
+            if (placeCopied(row, added[i], part) == place) return frame.tags[i];
+        return VlanTag{};
+    };
     VlanTag tag;
-    if (filter.priority <= kMaxPriority)
-        tag.pbits = static_cast<std::uint8_t>(filter.priority);
-    else if (const auto source = sourceOf(row, place, frame, &TagField::priority))
-        tag.pbits = source->pbits;
-    if (filter.vid <= kMaxVid)
-        tag.vid = static_cast<std::uint16_t>(filter.vid);
-    else if (const auto source = sourceOf(row, place, frame, &TagField::vid))
-        tag.vid = source->vid;
-    if (filter.tpidDei >= kInputTpid) {
-        tag.tpid = inputTpid;
-        tag.dei = filter.tpidDei == kInputTpidDei1;
-    } else if (filter.tpidDei != kTpid8100) {
-        if (const auto source = sourceOf(row, place, frame, &TagField::tpidDei)) {
-            tag.tpid = source->tpid;
-            tag.dei = source->dei;
-        }
-    }
-    const bool hasCounterpart = place < row.added().size();
+    tag.pbits =
+        filter.priority <= kMaxPriority ? static_cast<std::uint8_t>(filter.priority) : copy(Part::Priority).pbits;
+    tag.vid = filter.vid <= kMaxVid ? static_cast<std::uint16_t>(filter.vid) : copy(Part::Vid).vid;
+    if (filter.tpidDei < kTpid8100) tag.tpid = copy(Part::Tpid).tpid;
+    if (filter.tpidDei >= kInputTpid) tag.tpid = inputTpid;
+    tag.dei = filter.tpidDei > kInputTpid ? filter.tpidDei == kInputTpidDei1 : copy(Part::Dei).dei;
+    const bool hasCounterpart = place < added.size();
     if (!by.pbits && hasCounterpart) tag.pbits = frame.tags[place].pbits;
     if (!by.vid && hasCounterpart) tag.vid = frame.tags[place].vid;
     return tag;

@@ -84,11 +84,9 @@ private:
     };
     bool fits(const TagField& filter, const VlanTag& tag) const;
     bool fits(const TaggingRow& row, const Frame& frame) const;
-    VlanTag written(const TagField& treatment, const Frame& frame) const;
+    VlanTag written(const TaggingRow& row, const TagField& treatment, const Frame& frame) const;
     bool isAsWritten(const TaggingRow& row, const TagField& treatment, const VlanTag& tag, Inversion by) const;
     bool isTreated(const TaggingRow& row, const Frame& frame, Inversion by) const;
-    std::optional<VlanTag> sourceOf(const TaggingRow& row, std::size_t place, const Frame& frame,
-                                    unsigned TagField::*field) const;
     VlanTag restored(const TaggingRow& row, std::size_t place, const Frame& frame, Inversion by) const;
     Frame inverse(const TaggingRow& row, const Frame& frame, Inversion by) const;
     // By the first row that wrote the compared fields of the frame; none where no row did.

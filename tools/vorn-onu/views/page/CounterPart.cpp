@@ -54,10 +54,14 @@ std::uint64_t numberAt(const json& list, std::size_t place) {
     return list.is_array() && place < list.size() ? list[place].get<std::uint64_t>() : 0;
 }
 
+// Where frames and octets of both directions are among the counters.
 template <typename Key>
-Count countOf(const json& counters, Key frames, Key octets) {
-    return {numberAt(counters, frames), numberAt(counters, octets)};
-}
+struct Places {
+    Key inFrames, inOctets, outFrames, outOctets;
+    Count in(const json& counters) const { return {numberAt(counters, inFrames), numberAt(counters, inOctets)}; }
+    Count out(const json& counters) const { return {numberAt(counters, outFrames), numberAt(counters, outOctets)}; }
+    bool any(const json& counters) const { return in(counters).any() || out(counters).any(); }
+};
 
 std::string total(const Count& count) {
     if (!count.any()) return "";
@@ -76,6 +80,15 @@ std::string rate(const Count& now, const Count& before, double seconds) {
     std::snprintf(text, sizeof text, "%.*f", frames < 9.95 ? 1 : 0, frames);
     return (frames < 9.95 ? std::string(text) : grouped(static_cast<std::uint64_t>(std::llround(frames)))) +
            " frames/s, " + withPrefix(bits, "bit/s");
+}
+
+// All cells of a row: where, both directions, what else is to be said.
+template <typename Key>
+std::vector<std::string> trafficRow(const std::string& where, const Places<Key>& places, const json& now,
+                                    const json& before, double seconds, const std::string& besides) {
+    const Count in = places.in(now), out = places.out(now);
+    return {where,  total(in), rate(in, places.in(before), seconds), total(out), rate(out, places.out(before), seconds),
+            besides};
 }
 
 // What else a device has counted: "3 rx_dropped".
@@ -106,65 +119,59 @@ std::vector<std::string> namesIn(const json& object) {
 }
 
 RowGroup deviceRows(const json& now, const json& before, double seconds) {
+    constexpr Places<const char*> kPlaces{"rx_packets", "rx_bytes", "tx_packets", "tx_bytes"};
     RowGroup rows;
     const json& devices = memberOf(now, "devices");
     for (const std::string& name : namesIn(devices)) {
-        const json& counters = devices[name];
-        const json& earlier = memberOf(memberOf(before, "devices"), name);
-        const Count in = countOf(counters, "rx_packets", "rx_bytes"), out = countOf(counters, "tx_packets", "tx_bytes");
-        const std::string rest = others(counters);
-        if (!in.any() && !out.any() && rest.empty()) continue;
-        rows.rows.push_back({code(name), total(in), rate(in, countOf(earlier, "rx_packets", "rx_bytes"), seconds),
-                             total(out), rate(out, countOf(earlier, "tx_packets", "tx_bytes"), seconds), rest});
+        const std::string rest = others(devices[name]);
+        if (!kPlaces.any(devices[name]) && rest.empty()) continue;
+        rows.rows.push_back(
+            trafficRow(code(name), kPlaces, devices[name], memberOf(memberOf(before, "devices"), name), seconds, rest));
     }
     return rows;
 }
 
 // The kit's record: frames and octets sent, frames and octets received, ..., discarded.
 RowGroup gemPortRows(const json& now, const json& before, double seconds) {
-    constexpr std::size_t kSentFrames = 0, kSentOctets = 1, kReceivedFrames = 2, kReceivedOctets = 3, kDiscarded = 6;
+    constexpr Places<std::size_t> kPlaces{2, 3, 0, 1};
+    constexpr std::size_t kDiscarded = 6;
     RowGroup rows;
     const json& ports = memberOf(now, "gemPorts");
     for (const std::string& port : namesIn(ports)) {
-        const json& counters = ports[port];
-        const json& earlier = memberOf(memberOf(before, "gemPorts"), port);
-        const Count out = countOf(counters, kSentFrames, kSentOctets);
-        const Count in = countOf(counters, kReceivedFrames, kReceivedOctets);
-        const std::uint64_t discarded = numberAt(counters, kDiscarded);
-        if (!in.any() && !out.any() && discarded == 0) continue;
-        rows.rows.push_back({escaped("GEM port " + port), total(in),
-                             rate(in, countOf(earlier, kReceivedFrames, kReceivedOctets), seconds), total(out),
-                             rate(out, countOf(earlier, kSentFrames, kSentOctets), seconds),
-                             discarded == 0 ? "" : grouped(discarded) + " discarded"});
+        const std::uint64_t discarded = numberAt(ports[port], kDiscarded);
+        if (!kPlaces.any(ports[port]) && discarded == 0) continue;
+        rows.rows.push_back(trafficRow(escaped("GEM port " + port), kPlaces, ports[port],
+                                       memberOf(memberOf(before, "gemPorts"), port), seconds,
+                                       discarded == 0 ? "" : grouped(discarded) + " discarded"));
     }
     return rows;
 }
 
 RowGroup queueRows(const json& now, const json& before, double seconds) {
+    constexpr Places<const char*> kPlaces{"", "", "frames", "octets"};
     RowGroup rows;
     for (const json& queue : memberOf(now, "queues")) {
-        const Count out = countOf(queue, "frames", "octets");
-        if (!out.any()) continue;
-        Count earlier;
+        if (!kPlaces.any(queue)) continue;
+        json earlier;
         for (const json& one : memberOf(before, "queues"))
             if (one.value("tcont", -1) == queue.value("tcont", -1) &&
                 one.value("queue", -1) == queue.value("queue", -1))
-                earlier = countOf(one, "frames", "octets");
-        rows.rows.push_back(
-            {"T-CONT " + std::to_string(queue.value("tcont", 0)) + ", queue " + std::to_string(queue.value("queue", 0)),
-             "", "", total(out), rate(out, earlier, seconds), ""});
+                earlier = one;
+        const std::string where =
+            "T-CONT " + std::to_string(queue.value("tcont", 0)) + ", queue " + std::to_string(queue.value("queue", 0));
+        rows.rows.push_back(trafficRow(where, kPlaces, queue, earlier, seconds, ""));
     }
     return rows;
 }
 
 // Ports that are TAP devices of the host.
 RowGroup tapRows(const json& now, const json& before, double seconds) {
+    constexpr Places<const char*> kPlaces{"framesIn", "octetsIn", "framesOut", "octetsOut"};
     RowGroup rows;
     const json& all = memberOf(now, "taps");
     for (std::size_t i = 0; i < all.size(); ++i) {
         const json& earlier = memberOf(before, "taps");
         const json& past = i < earlier.size() ? earlier[i] : memberOf(json(), "");
-        const Count in = countOf(all[i], "framesIn", "octetsIn"), out = countOf(all[i], "framesOut", "octetsOut");
         const std::string became = all[i].value("became", "");
         std::string besides = !became.empty()                 ? "the interface was " + escaped(became)
                               : all[i].value("linkUp", false) ? ""
@@ -174,9 +181,8 @@ RowGroup tapRows(const json& now, const json& before, double seconds) {
               std::make_pair("lostOut", "lost behind")})
             if (const std::uint64_t count = numberAt(all[i], key); count != 0)
                 besides += (besides.empty() ? "" : ", ") + grouped(count) + " " + words;
-        rows.rows.push_back({escaped(all[i].value("port", "")) + " " + code(all[i].value("interface", "")), total(in),
-                             rate(in, countOf(past, "framesIn", "octetsIn"), seconds), total(out),
-                             rate(out, countOf(past, "framesOut", "octetsOut"), seconds), besides});
+        rows.rows.push_back(trafficRow(escaped(all[i].value("port", "")) + " " + code(all[i].value("interface", "")),
+                                       kPlaces, all[i], past, seconds, besides));
     }
     return rows;
 }

@@ -25,16 +25,19 @@ struct ListRow {
     std::size_t Mark::*position;  // of lists that only grow; null for the others
 };
 
-Lines flowLines(const VirtualOnu& onu) {
+template <typename Range, typename Text>
+Lines linesOf(const Range& all, Text text) {
     Lines lines;
-    for (const auto& [from, to] : onu.flows()) lines.push_back(from + " -> " + to);
+    for (const auto& one : all) lines.push_back(text(one));
     return lines;
 }
 
+Lines flowLines(const VirtualOnu& onu) {
+    return linesOf(onu.flows(), [](const auto& flow) { return flow.first + " -> " + flow.second; });
+}
+
 Lines commandLines(const VirtualOnu& onu) {
-    Lines lines;
-    for (const auto& command : onu.shellCommands()) lines.push_back(command.text);
-    return lines;
+    return linesOf(onu.shellCommands(), [](const auto& command) { return command.text; });
 }
 
 Lines strangeCommandLines(const VirtualOnu& onu) {
@@ -45,27 +48,19 @@ Lines strangeCommandLines(const VirtualOnu& onu) {
 }
 
 Lines messageLines(const VirtualOnu& onu) {
-    Lines lines;
-    for (const auto& message : onu.sentMessages()) lines.push_back(messageText(message.type, message.payload));
-    return lines;
+    return linesOf(onu.sentMessages(), [](const auto& sent) { return messageText(sent.type, sent.payload); });
 }
 
 Lines processLines(const VirtualOnu& onu) {
-    Lines lines;
-    for (const auto& [pid, command] : onu.processes()) lines.push_back(command);
-    return lines;
+    return linesOf(onu.processes(), [](const auto& process) { return process.second; });
 }
 
 Lines packetLines(const VirtualOnu& onu) {
-    Lines lines;
-    for (const auto& frame : onu.packetFrames()) lines.push_back(hexText({frame.begin(), frame.end()}));
-    return lines;
+    return linesOf(onu.packetFrames(), [](const auto& frame) { return hexText({frame.begin(), frame.end()}); });
 }
 
 Lines learnedLines(const VirtualOnu& onu) {
-    Lines lines;
-    for (const auto& one : onu.learnedAddresses()) lines.push_back(one.bridge + " " + one.mac + " " + one.port);
-    return lines;
+    return linesOf(onu.learnedAddresses(), [](const auto& one) { return one.bridge + " " + one.mac + " " + one.port; });
 }
 
 std::vector<ListRow> listRows() {

@@ -265,6 +265,12 @@ std::optional<Json> findPersistent(const VirtualOnu& onu, const std::string& nam
     return Json{{"value", *value}};
 }
 
+std::vector<Property> numbers(std::initializer_list<const char*> names) {
+    std::vector<Property> properties;
+    for (const char* name : names) properties.push_back({name, Type::Number});
+    return properties;
+}
+
 std::vector<Things> kinds() {
     return {
         {"devices", "device", "network devices by name: true, false or some of their properties",
@@ -273,30 +279,17 @@ std::vector<Things> kinds() {
          "bridges by name: the list of their members in any order, false, or some of their properties",
          propertiesOf<virtual_onu::Bridge>({{"members", Type::Texts, false}}), findBridge, anyName},
         {"gemPorts", "GEM port", "GEM ports by port id",
-         propertiesOf<virtual_onu::GemPort>({{"framesSent", Type::Number},
-                                             {"octetsSent", Type::Number},
-                                             {"framesReceived", Type::Number},
-                                             {"octetsReceived", Type::Number},
-                                             {"framesDiscarded", Type::Number}}),
+         propertiesOf<virtual_onu::GemPort>(
+             numbers({"framesSent", "octetsSent", "framesReceived", "octetsReceived", "framesDiscarded"})),
          findGemPort, oneNumber},
         {"tconts", "T-CONT", "T-CONTs by index; false: nothing is bound to it and it has no queues",
          propertiesOf<virtual_onu::Tcont>({{"queues", Type::Number}}), findTcont, oneNumber},
         {"queues", "queue", "queues by T-CONT and number: \"0.3\"; mode is strict or weighted",
          propertiesOf<virtual_onu::Queue>({{"mode", Type::Text}}), findQueue, twoNumbers},
-        {"statistics",
-         "counters of device",
-         "what devices have counted, by the names of the kernel's files",
-         {{"rx_packets", Type::Number},
-          {"rx_bytes", Type::Number},
-          {"rx_dropped", Type::Number},
-          {"rx_errors", Type::Number},
-          {"multicast", Type::Number},
-          {"tx_packets", Type::Number},
-          {"tx_bytes", Type::Number},
-          {"tx_dropped", Type::Number},
-          {"tx_errors", Type::Number}},
-         findStatistics,
-         anyName},
+        {"statistics", "counters of device", "what devices have counted, by the names of the kernel's files",
+         numbers({"rx_packets", "rx_bytes", "rx_dropped", "rx_errors", "multicast", "tx_packets", "tx_bytes",
+                  "tx_dropped", "tx_errors"}),
+         findStatistics, anyName},
         {"phys", "PHY", "PHY ports by number", propertiesOf<virtual_onu::board::Phy>(), findPhy, oneNumber},
         {"persistent",
          "persistent value",
