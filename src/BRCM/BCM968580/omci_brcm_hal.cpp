@@ -237,18 +237,15 @@ int VornBrcmHal::vorn_omci_hal_set_gemPortStatus(void* record) {
 
 // ---- Bridge and VLAN services ----
 
-// With forwarding by G.988 an operation is not one unit for the state file: devices are one, and rules another.
-
 int VornBrcmHal::vorn_omci_hal_filter_flow_add(void* record) {
     if (engine == nullptr || record == nullptr) return kFailure;
     auto& uni = *static_cast<UniDataProvisioning*>(record);
     std::printf("\n Inside BRCM-HAL, flow add \n");
     swapUniPort(uni);  // Kept: in the caller's record, the daemon relies on it
-    if (forwarding::isG988())
-        return resultOf(uni.addFlag != 0 ? forwarding::setUni(*engine, uni)
-                                         : forwarding::removeUni(*engine, uni.uniPort, uni.bridgeId));
+    if (forwarding::isG988() && uni.addFlag != 0) return resultOf(forwarding::setUni(*engine, uni));
     const AskedOperation operation(Ask::UniRow, restart::kindOf(uni), uni);
     if (operation.isDone()) return kSuccess;
+    if (forwarding::isG988()) return resultOf(forwarding::removeUni(*engine, uni.uniPort, uni.bridgeId));
     if (uni.addFlag != 0) {
         std::printf("Inside BRCM-HAL, calling configureUniInterface and configureUniTagRules \n");
         engine->configureUniInterface(&uni);
@@ -289,9 +286,9 @@ int VornBrcmHal::vorn_omci_hal_configureAniTagRules(const BridgeServiceProvision
 int VornBrcmHal::vorn_omci_hal_unsetPbitData(const BridgeServiceProvisioning* service) {
     if (engine == nullptr || service == nullptr) return kFailure;
     std::printf("Inside BRCM-HAL, calling unsetPbitData");
-    if (forwarding::isG988()) return resultOf(forwarding::removePonPorts(*service));
     const AskedOperation operation(Ask::ClearPbits, AskKind::Remove, *service);
     if (operation.isDone()) return kSuccess;
+    if (forwarding::isG988()) return resultOf(forwarding::removePonPorts(*service));
     engine->unsetPbitData(service);
     return kSuccess;
 }
@@ -299,9 +296,9 @@ int VornBrcmHal::vorn_omci_hal_unsetPbitData(const BridgeServiceProvisioning* se
 int VornBrcmHal::vorn_omci_hal_deprovisionAniSideBridge(const BridgeServiceProvisioning* service) {
     if (engine == nullptr || service == nullptr) return kFailure;
     std::printf("Inside BRCM-HAL, calling deprovisionAniSideBridge");
-    if (forwarding::isG988()) return resultOf(forwarding::removePonSide(*engine, *service));
     const AskedOperation operation(Ask::RemovePonSide, AskKind::Remove, *service);
     if (operation.isDone()) return kSuccess;
+    if (forwarding::isG988()) return resultOf(forwarding::removePonSide(*engine, *service));
     engine->deprovisionAniSideBridge(service);
     return kSuccess;
 }
@@ -309,9 +306,9 @@ int VornBrcmHal::vorn_omci_hal_deprovisionAniSideBridge(const BridgeServiceProvi
 int VornBrcmHal::vorn_omci_hal_deprovisionUniSideBridge(const BridgeServiceProvisioning* service) {
     if (engine == nullptr || service == nullptr) return kFailure;
     std::printf("Inside BRCM-HAL, calling deprovisionUniSideBridge");
-    if (forwarding::isG988()) return resultOf(forwarding::removeUniSide(*engine, service->bridgeId));
     const AskedOperation operation(Ask::RemoveUniSide, AskKind::Remove, *service);
     if (operation.isDone()) return kSuccess;
+    if (forwarding::isG988()) return resultOf(forwarding::removeUniSide(*engine, service->bridgeId));
     engine->deprovisionUniSideBridge(service);
     return kSuccess;
 }
@@ -324,15 +321,14 @@ int VornBrcmHal::vorn_omci_hal_veip_createRules(unsigned short gemPort, unsigned
     AskedOperation operation(
         Ask::Veip, AskKind::Provision,
         restart::veipArguments(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType));
+    const forwarding::VeipService veip{gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType};
     if (operation.isDone()) {
-        if (forwarding::isG988()) return resultOf(forwarding::claimVeip(*engine, gemPort));
+        if (forwarding::isG988()) return resultOf(forwarding::claimVeip(*engine, veip, isFirst));
         if (isFirst) restart::takePlaceOfBridge(bridgeId);
         return kSuccess;
     }
     std::printf("Inside BRCM-HAL, calling VEIP creation");
-    if (forwarding::isG988())
-        return resultOf(operation, forwarding::addVeip(*engine, {gemPort, bridgeId, filterType, numberOfEntries,
-                                                                 filterList, trafficType}));
+    if (forwarding::isG988()) return resultOf(operation, forwarding::addVeip(*engine, veip));
     engine->gpon_createRules(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType);
     return kSuccess;
 }

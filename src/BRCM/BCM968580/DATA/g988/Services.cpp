@@ -50,8 +50,6 @@ Outcome Services::change(const Scope& scope, const Edit& edit, const Prepare& pr
     return outcome;
 }
 
-// The devices are one operation of the state file, the rules another: a process that ends between them has made its
-// devices, and the operation may be called again.
 Outcome Services::replace(Asked asked, const std::optional<Scope>& scope, const Prepare& prepare) {
     const Plan plan = scope && isCarriedOut_ ? planOf(asked.tables, *scope) : planOf(asked.tables);
     if (!plan.refusals.empty()) return {false, plan.refusals.front().text()};
@@ -170,15 +168,20 @@ void erasePonPorts(Asked& asked, std::uint16_t bridge, Goes goes) {
     asked.keys.erase(bridge);
 }
 
-}  // namespace
-
-Outcome Services::removePonPorts(const BridgeServiceProvisioning& record) {
+template <typename Asked>
+void erasePonPortsOf(Asked& asked, const BridgeServiceProvisioning& record) {
     const auto named = gemPortIds(record);
     const auto goes = [&](const PonPortKey& key) {
         return named.empty() || std::any_of(key.gemPortIds.begin(), key.gemPortIds.end(),
                                             [&](std::uint16_t portId) { return named.count(portId) != 0; });
     };
-    return change(ofPonSide(record.bridgeId), [&](Asked& asked) { erasePonPorts(asked, record.bridgeId, goes); });
+    erasePonPorts(asked, record.bridgeId, goes);
+}
+
+}  // namespace
+
+Outcome Services::removePonPorts(const BridgeServiceProvisioning& record) {
+    return change(ofPonSide(record.bridgeId), [&](Asked& asked) { erasePonPortsOf(asked, record); });
 }
 
 Outcome Services::removePonSide(std::uint16_t bridge) {
@@ -260,6 +263,11 @@ void Services::forgetMissing(const Exists& exists) {
     const Installed installed = installed_;
     for (const auto& table : installed)
         if (!exists(table.first.device)) forgetRules(table.first);
+}
+
+void Services::forgetPonPorts(const BridgeServiceProvisioning& record) {
+    noteTables();
+    erasePonPortsOf(asked_, record);
 }
 
 void Services::forgetTables() {

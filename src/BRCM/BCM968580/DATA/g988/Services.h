@@ -101,7 +101,8 @@ public:
     using Exists = std::function<bool(const std::string& device)>;
     // Ports and PON sides without their devices go, and rules of real devices that are gone.
     void forgetMissing(const Exists& exists);
-    void forgetTables();  // and keeps the rules
+    void forgetPonPorts(const BridgeServiceProvisioning& record);  // those that removePonPorts() takes away
+    void forgetTables();                                           // and keeps the rules
     // Asks the kit for what the tables say and it does not have.
     Outcome bringBack();
 
