@@ -101,13 +101,6 @@ int announce(EtherSwitchBcm380& engine, bool comes, const VeipService& service) 
 
 }  // namespace
 
-BridgeServiceProvisioning gatewayRecord(std::uint16_t bridgeId, std::uint16_t gemPortId) {
-    BridgeServiceProvisioning record{};
-    record.bridgeId = bridgeId;
-    record.pbitMap[0] = {gemPortId, 0};
-    return record;
-}
-
 bool addVeip(EtherSwitchBcm380& engine, const VeipService& service) {
     constexpr const char* kOperation = "veip_createRules";
     const state::Operation operation;
@@ -144,8 +137,7 @@ bool removeVeip(EtherSwitchBcm380& engine, const VeipService& service) {
     constexpr const char* kOperation = "veip_deleteRules";
     const state::Operation operation;
     const auto before = services().before();
-    const auto outcome = services().removePonPorts(gatewayRecord(service.bridgeId, service.gemPortId));
-    if (!isDone(kOperation, outcome)) return false;
+    if (!isDone(kOperation, services().removeGemPort(service.bridgeId, service.gemPortId))) return false;
     services().removeGatewayGem(service.gemPortId);
     if (isGone(DeviceName("%s", kVeipDevice))) return true;
     const int servicesBefore = engine.omci_service_num_get();

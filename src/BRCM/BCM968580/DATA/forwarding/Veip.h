@@ -8,8 +8,6 @@
 
 #include <cstdint>
 
-#include "hal/BridgeRecords.h"
-
 class EtherSwitchBcm380;
 
 namespace forwarding {
@@ -30,8 +28,6 @@ bool addVeip(EtherSwitchBcm380& engine, const VeipService& service);
 bool claimVeip(EtherSwitchBcm380& engine, const VeipService& service, bool isFirst);
 // veip_deleteRules: the service, with the last one the VEIP, and on the PON side the GEM port's part of the bridge.
 bool removeVeip(EtherSwitchBcm380& engine, const VeipService& service);
-// The GEM port's part of the bridge.
-BridgeServiceProvisioning gatewayRecord(std::uint16_t bridgeId, std::uint16_t gemPortId);
 
 }  // namespace forwarding
 

@@ -178,7 +178,7 @@ void finishRuleRemoval(ByteReader& fields) {
 
 void forgetGatewayService(std::uint16_t bridgeId, std::uint16_t gemPortId) {
     if (!forwarding::isG988()) return;
-    services().forgetPonPorts(forwarding::gatewayRecord(bridgeId, gemPortId));
+    services().forgetGemPort(bridgeId, gemPortId);
     services().removeGatewayGem(gemPortId);
 }
 
