@@ -268,12 +268,15 @@ TEST_F(Forwarding, AFileOfTheOtherModeIsRefused) {
 }
 
 TEST_F(Forwarding, TablesComeBackAndACleanDeviceHasNoRules) {
+    ASSERT_EQ(std::system("brctl addbr brv"), 0);
     {
         Daemon first(folder_);
         choose(first, kG988);
         ASSERT_EQ(first.open(state()), 0);
         make(first, 0, kProvisioning);
         ASSERT_EQ(ask(first, tagging(20, 100)), 0);
+        ASSERT_EQ(bridge(5).run(first.hal()), 0);
+        ASSERT_EQ(host(hostRecord(HostKind::Shared)).run(first.hal()), 0);
     }
     const auto before = serving();
     {

@@ -23,7 +23,6 @@ namespace forwarding {
 
 namespace {
 
-constexpr const char* kSharedBridge = "brv";
 constexpr std::uint32_t kHostTables = 3;  // for untagged, single-tagged and double-tagged frames
 
 constexpr const char* kNotSaid = "the kernel does not say whether there is such a host";
