@@ -176,6 +176,9 @@ inline const std::vector<Change>& changes() {
         {"AHost",
          {bridge(5), host(hostRecord(HostKind::Static))},
          {noHost(hostRecord(HostKind::Static)), noPonSide(ponPort(1005, "", 5))}},
+        {"AHostByDhcp",
+         {bridge(5), host(hostRecord(HostKind::Dhcp))},
+         {noHost(hostRecord(HostKind::Dhcp)), noPonSide(ponPort(1005, "", 5))}},
     };
     return all;
 }
