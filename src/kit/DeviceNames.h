@@ -9,6 +9,7 @@
 
 constexpr const char* kPonDevice = "gpondef";
 constexpr const char* kDefaultBridge = "br0";
+constexpr const char* kSharedBridge = "brv";  // of management hosts
 constexpr const char* kVeipDevice = "veip0";
 constexpr const char* kVeipRealDevice = "gpon0.0";
 

@@ -74,7 +74,9 @@ enum class Step : std::uint8_t {
     RemoveVeip = 13,     // bridge id (16), GEM port id (16): with the last service
     StartDhcp = 14,      // bridge id (16), UNI port (16)
     RaisePonDevice = 15,
-    RemoveRule = 16,  // device, direction (8), tags (8), rule id (32): of forwarding by G.988
+    // ---- forwarding by G.988 alone ----
+    RemoveRule = 16,     // device, direction (8), tags (8), rule id (32)
+    ReplaceBridge = 17,  // bridge id (16): the VEIP takes its place
 };
 
 template <typename Part>

@@ -9,6 +9,7 @@
 #include "BRCM/BCM968580/DATA/forwarding/IpHost.h"
 #include "BRCM/BCM968580/DATA/forwarding/Mode.h"
 #include "BRCM/BCM968580/DATA/forwarding/Operations.h"
+#include "BRCM/BCM968580/DATA/forwarding/Rollback.h"
 #include "BRCM/BCM968580/DATA/forwarding/Tconts.h"
 #include "BRCM/BCM968580/DATA/forwarding/Veip.h"
 #include "BRCM/BCM968580/DATA/restart/Operations.h"
@@ -65,6 +66,13 @@ int resultOf(AskedOperation& operation, bool done) {
     return resultOf(done);
 }
 
+// A call without a record, or without an engine. By the contract nothing is said of it.
+int refused(const char* operation, const void* record) {
+    if (record == nullptr && forwarding::chosen() == forwarding::Mode::G988)
+        forwarding::isDone(operation, {false, "there is no record"});
+    return kFailure;
+}
+
 // The board's UNI ports 1 and 2 are numbered the other way round than the daemon's.
 void swapUniPort(UniDataProvisioning& record) {
     switch (record.uniPort) {
@@ -113,7 +121,7 @@ int VornBrcmHal::vorn_omci_hal_port_enable_get(unsigned int port, unsigned int* 
 }
 
 int VornBrcmHal::vorn_omci_hal_provisionIpHost(const IpHostProvision* host) {
-    if (engine == nullptr || host == nullptr) return kFailure;
+    if (engine == nullptr || host == nullptr) return refused("provisionIpHost", host);
     AskedOperation operation(Ask::IpHost, AskKind::ProvisionWhole, restart::HostArguments{*host, engine->iPhost_Stag});
     if (operation.isDone()) return kSuccess;
     if (forwarding::isG988()) return resultOf(operation, forwarding::addIpHost(*engine, *host));
@@ -126,7 +134,7 @@ int VornBrcmHal::vorn_omci_hal_provisionIpHost(const IpHostProvision* host) {
 }
 
 int VornBrcmHal::vorn_omci_hal_deprovisionIpHost(const IpHostProvision* host) {
-    if (engine == nullptr || host == nullptr) return kFailure;
+    if (engine == nullptr || host == nullptr) return refused("deprovisionIpHost", host);
     const AskedOperation operation(Ask::RemoveIpHost, AskKind::Remove, *host);
     if (operation.isDone()) return kSuccess;
     std::printf("Inside BRCM-HAL, calling deprovisionIpHost");
@@ -186,7 +194,7 @@ int VornBrcmHal::vorn_omci_hal_pm_get(void* request, void* result) {
 // ---- PON adapter ----
 
 int VornBrcmHal::vorn_omci_hal_tcont_set(void* /*unused*/, void* record) {
-    if (record == nullptr) return kFailure;
+    if (record == nullptr) return refused("tcont_set", record);
     const auto& tcont = *static_cast<const TContProvisioning*>(record);
     AskedOperation operation(Ask::Tcont, AskKind::Provision, tcont);
     if (operation.isDone()) return kSuccess;
@@ -196,7 +204,7 @@ int VornBrcmHal::vorn_omci_hal_tcont_set(void* /*unused*/, void* record) {
 }
 
 int VornBrcmHal::vorn_omci_hal_tcont_reset(void* /*unused*/, void* record) {
-    if (record == nullptr) return kFailure;
+    if (record == nullptr) return refused("tcont_reset", record);
     const state::Operation operation;
     const auto& tcont = *static_cast<const TContProvisioning*>(record);
     if (forwarding::isG988()) return resultOf(forwarding::removeTcont(tcont.allocId));
@@ -205,7 +213,7 @@ int VornBrcmHal::vorn_omci_hal_tcont_reset(void* /*unused*/, void* record) {
 }
 
 int VornBrcmHal::vorn_omci_hal_gemflow_add(void* record) {
-    if (record == nullptr) return kFailure;
+    if (record == nullptr) return refused("gemflow_add", record);
     const auto& gemPort = *static_cast<const XGEMConfig*>(record);
     AskedOperation operation(Ask::GemPort, AskKind::Provision, gemPort);
     if (operation.isDone()) {
@@ -218,7 +226,7 @@ int VornBrcmHal::vorn_omci_hal_gemflow_add(void* record) {
 }
 
 int VornBrcmHal::vorn_omci_hal_gemflow_del(void* record) {
-    if (record == nullptr) return kFailure;
+    if (record == nullptr) return refused("gemflow_del", record);
     const state::Operation operation;
     const auto& gemPort = *static_cast<const XGEMConfig*>(record);
     if (forwarding::isG988()) return resultOf(forwarding::removeGemPort(gemPort.xgemPortId));
@@ -227,7 +235,7 @@ int VornBrcmHal::vorn_omci_hal_gemflow_del(void* record) {
 }
 
 int VornBrcmHal::vorn_omci_hal_set_gemPortStatus(void* record) {
-    if (record == nullptr) return kFailure;
+    if (record == nullptr) return refused("set_gemPortStatus", record);
     const state::Operation operation;
     const auto* const status = static_cast<const XgemStatusRecord*>(record);
     if (forwarding::isG988()) return resultOf(forwarding::enableGemPort(status->xgemPortId, status->enable != 0));
@@ -237,18 +245,15 @@ int VornBrcmHal::vorn_omci_hal_set_gemPortStatus(void* record) {
 
 // ---- Bridge and VLAN services ----
 
-// With forwarding by G.988 an operation is not one unit for the state file: devices are one, and rules another.
-
 int VornBrcmHal::vorn_omci_hal_filter_flow_add(void* record) {
-    if (engine == nullptr || record == nullptr) return kFailure;
+    if (engine == nullptr || record == nullptr) return refused("filter_flow_add", record);
     auto& uni = *static_cast<UniDataProvisioning*>(record);
     std::printf("\n Inside BRCM-HAL, flow add \n");
     swapUniPort(uni);  // Kept: in the caller's record, the daemon relies on it
-    if (forwarding::isG988())
-        return resultOf(uni.addFlag != 0 ? forwarding::setUni(*engine, uni)
-                                         : forwarding::removeUni(*engine, uni.uniPort, uni.bridgeId));
+    if (forwarding::isG988() && uni.addFlag != 0) return resultOf(forwarding::setUni(*engine, uni));
     const AskedOperation operation(Ask::UniRow, restart::kindOf(uni), uni);
     if (operation.isDone()) return kSuccess;
+    if (forwarding::isG988()) return resultOf(forwarding::removeUni(*engine, uni.uniPort, uni.bridgeId));
     if (uni.addFlag != 0) {
         std::printf("Inside BRCM-HAL, calling configureUniInterface and configureUniTagRules \n");
         engine->configureUniInterface(&uni);
@@ -272,7 +277,7 @@ int VornBrcmHal::vorn_omci_hal_configureBridge(unsigned short bridgeId, unsigned
 }
 
 int VornBrcmHal::vorn_omci_hal_configureAniTagRules(const BridgeServiceProvisioning* service) {
-    if (engine == nullptr || service == nullptr) return kFailure;
+    if (engine == nullptr || service == nullptr) return refused("configureAniTagRules", service);
     std::printf("Inside BRCM-HAL, calling configureAniTagRules");
     if (forwarding::isG988()) return resultOf(forwarding::setPonPort(*engine, *service));
     const AskedOperation operation(Ask::PonRules, AskKind::Provision, restart::ponRulesArguments(*service));
@@ -287,31 +292,31 @@ int VornBrcmHal::vorn_omci_hal_configureAniTagRules(const BridgeServiceProvision
 }
 
 int VornBrcmHal::vorn_omci_hal_unsetPbitData(const BridgeServiceProvisioning* service) {
-    if (engine == nullptr || service == nullptr) return kFailure;
+    if (engine == nullptr || service == nullptr) return refused("unsetPbitData", service);
     std::printf("Inside BRCM-HAL, calling unsetPbitData");
-    if (forwarding::isG988()) return resultOf(forwarding::removePonPorts(*service));
     const AskedOperation operation(Ask::ClearPbits, AskKind::Remove, *service);
     if (operation.isDone()) return kSuccess;
+    if (forwarding::isG988()) return resultOf(forwarding::removePonPorts(*service));
     engine->unsetPbitData(service);
     return kSuccess;
 }
 
 int VornBrcmHal::vorn_omci_hal_deprovisionAniSideBridge(const BridgeServiceProvisioning* service) {
-    if (engine == nullptr || service == nullptr) return kFailure;
+    if (engine == nullptr || service == nullptr) return refused("deprovisionAniSideBridge", service);
     std::printf("Inside BRCM-HAL, calling deprovisionAniSideBridge");
-    if (forwarding::isG988()) return resultOf(forwarding::removePonSide(*engine, *service));
     const AskedOperation operation(Ask::RemovePonSide, AskKind::Remove, *service);
     if (operation.isDone()) return kSuccess;
+    if (forwarding::isG988()) return resultOf(forwarding::removePonSide(*engine, *service));
     engine->deprovisionAniSideBridge(service);
     return kSuccess;
 }
 
 int VornBrcmHal::vorn_omci_hal_deprovisionUniSideBridge(const BridgeServiceProvisioning* service) {
-    if (engine == nullptr || service == nullptr) return kFailure;
+    if (engine == nullptr || service == nullptr) return refused("deprovisionUniSideBridge", service);
     std::printf("Inside BRCM-HAL, calling deprovisionUniSideBridge");
-    if (forwarding::isG988()) return resultOf(forwarding::removeUniSide(*engine, service->bridgeId));
     const AskedOperation operation(Ask::RemoveUniSide, AskKind::Remove, *service);
     if (operation.isDone()) return kSuccess;
+    if (forwarding::isG988()) return resultOf(forwarding::removeUniSide(*engine, service->bridgeId));
     engine->deprovisionUniSideBridge(service);
     return kSuccess;
 }
@@ -319,20 +324,19 @@ int VornBrcmHal::vorn_omci_hal_deprovisionUniSideBridge(const BridgeServiceProvi
 int VornBrcmHal::vorn_omci_hal_veip_createRules(unsigned short gemPort, unsigned short bridgeId,
                                                 unsigned short filterType, unsigned char numberOfEntries,
                                                 const unsigned char* filterList, unsigned short trafficType) {
-    if (engine == nullptr || filterList == nullptr) return kFailure;
+    if (engine == nullptr || filterList == nullptr) return refused("veip_createRules", filterList);
     const bool isFirst = state::journal() != nullptr && !kit::isClaimed(Ask::Veip);
     AskedOperation operation(
         Ask::Veip, AskKind::Provision,
         restart::veipArguments(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType));
+    const forwarding::VeipService veip{gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType};
     if (operation.isDone()) {
-        if (forwarding::isG988()) return resultOf(forwarding::claimVeip(*engine, gemPort));
+        if (forwarding::isG988()) return resultOf(forwarding::claimVeip(*engine, veip, isFirst));
         if (isFirst) restart::takePlaceOfBridge(bridgeId);
         return kSuccess;
     }
     std::printf("Inside BRCM-HAL, calling VEIP creation");
-    if (forwarding::isG988())
-        return resultOf(operation, forwarding::addVeip(*engine, {gemPort, bridgeId, filterType, numberOfEntries,
-                                                                 filterList, trafficType}));
+    if (forwarding::isG988()) return resultOf(operation, forwarding::addVeip(*engine, veip));
     engine->gpon_createRules(gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType);
     return kSuccess;
 }
@@ -340,7 +344,7 @@ int VornBrcmHal::vorn_omci_hal_veip_createRules(unsigned short gemPort, unsigned
 int VornBrcmHal::vorn_omci_hal_veip_deleteRules(unsigned short gemPort, unsigned short bridgeId,
                                                 unsigned short filterType, unsigned char numberOfEntries,
                                                 const unsigned char* filterList, unsigned short trafficType) {
-    if (engine == nullptr || filterList == nullptr) return kFailure;
+    if (engine == nullptr || filterList == nullptr) return refused("veip_deleteRules", filterList);
     const state::Operation operation;
     std::printf("Inside BRCM-HAL, calling VEIP delete");
     if (forwarding::isG988())

@@ -77,8 +77,8 @@ inline BridgeServiceProvisioning ponPort(std::uint16_t gemPortId, const char* li
     std::snprintf(record.vlanTciFilterList, sizeof record.vlanTciFilterList, "%s", list);
     return record;
 }
-inline BridgeServiceProvisioning multicast(std::uint16_t gemPortId) {
-    auto record = ponPort(gemPortId, "0384");
+inline BridgeServiceProvisioning multicast(std::uint16_t gemPortId, std::uint16_t bridgeId = 3) {
+    auto record = ponPort(gemPortId, "0384", bridgeId);
     record.isMulticast = record.multicastService = 1;
     return record;
 }
@@ -158,9 +158,16 @@ inline const std::vector<Change>& changes() {
          {noPonPort(ponPort(1003, "012c", 4)), noUniSide(ponPort(1003, "012c", 4)), noPonSide(ponPort(1003, "", 4)),
           noGemPort(1003)}},
         {"AnotherBridgeOfThePort",
-         {bridge(4), bridge(4, 3)},
+         {bridge(4), bridge(4, 3), uni(ofPort(tagging(30, 300), 2, 4))},
          {noUniSide(ponPort(1003, "", 4)), noPonSide(ponPort(1003, "", 4))}},
         {"Multicast", {gemPort(1004), pon(multicast(1004))}, {noPonSide(multicast(1004)), noGemPort(1004)}},
+        {"MulticastOfAnotherBridge",
+         {gemPort(1004), pon(multicast(1004, 4))},
+         {noPonSide(multicast(1004, 4)), noPonSide(ponPort(1004, "", 4)), noGemPort(1004)}},
+        {"TheGateway",
+         {gemPort(1004), bridge(0), pon(ponPort(1004, "0384", 0)), gateway(true, 1004)},
+         {gateway(false, 1004), noPonSide(ponPort(1004, "", 0)), noGemPort(1004), withDefaultBridge(bridge(4)),
+          noPonSide(ponPort(1004, "", 4))}},
         {"MulticastOfTheGateway",
          {gemPort(1004), bridge(0), gateway(true, 1004), withDefaultBridge(pon(multicast(1004)))},
          {noPonSide(multicast(1004)), gateway(false, 1004), noPonSide(ponPort(1004, "", 0)), noGemPort(1004)}},
@@ -169,6 +176,9 @@ inline const std::vector<Change>& changes() {
         {"AHost",
          {bridge(5), host(hostRecord(HostKind::Static))},
          {noHost(hostRecord(HostKind::Static)), noPonSide(ponPort(1005, "", 5))}},
+        {"AHostByDhcp",
+         {bridge(5), host(hostRecord(HostKind::Dhcp))},
+         {noHost(hostRecord(HostKind::Dhcp)), noPonSide(ponPort(1005, "", 5))}},
     };
     return all;
 }

@@ -135,9 +135,12 @@ bool everyCall() {
     return std::getenv("VORN_EVERY_CALL") != nullptr;
 }
 
-nlohmann::json withoutDevices(nlohmann::json board) {
-    board.erase("devices");
-    board.erase("flows");
+// A flow between devices that stay cannot be taken away alone, and carries nothing without a rule.
+nlohmann::json withoutFlowsToVeip(nlohmann::json board) {
+    nlohmann::json flows = nlohmann::json::array();
+    for (const auto& flow : board["flows"])
+        if (flow["from"] != "veip0" && flow["to"] != "veip0") flows.push_back(flow);
+    board["flows"] = flows;
     return board;
 }
 
@@ -164,15 +167,19 @@ TEST_P(Changes, KilledWithinThemItEndsAsIfNothingHadBeen) {
             ASSERT_TRUE(isInForce());
             restart();
             ASSERT_TRUE(isInForce());
-            // Left, it has not been or has been done; a device that it had made may be there, without a rule.
-            const auto left = withoutDevices(serving());
-            const auto before = withoutDevices(i == 0 ? provisioned : whole[i - 1]);
-            const auto after = withoutDevices(whole[i]);
+            // Left, it has not been or has been done.
+            const auto left = withoutFlowsToVeip(serving());
+            const auto before = withoutFlowsToVeip(i == 0 ? provisioned : whole[i - 1]);
+            const auto after = withoutFlowsToVeip(whole[i]);
             ASSERT_TRUE(left == before || left == after)
                 << nlohmann::json::diff(before, left).dump(1) << nlohmann::json::diff(after, left).dump(1);
-            for (std::size_t again = i; again < all.size(); ++again) {
+            // It is called again, or all of it comes and goes once more.
+            const std::size_t from = deviceCall % 2 == 0 ? 0 : i;
+            for (std::size_t again = from; again < all.size(); ++again) {
                 all[again].run(daemon().hal());
-                ASSERT_EQ(serving(), whole[again]) << nlohmann::json::diff(whole[again], serving()).dump(1);
+                const bool isLast = again + 1 == all.size();
+                ASSERT_TRUE(serving() == whole[again] || (from != i && !isLast))
+                    << nlohmann::json::diff(whole[again], serving()).dump(1);
             }
         }
     }

@@ -142,7 +142,7 @@ TEST_F(ForwardedServices, ABridgeComesBackWithItsPorts) {
 struct BadInput {
     const char* name;
     std::function<int(VornHal&)> ask;
-    const char* said;  // "": a call without a record, which names nothing
+    const char* said;
 };
 
 template <typename Change>
@@ -162,7 +162,15 @@ std::function<int(VornHal&)> badPonPort(Change change) {
     return asks(&VornHal::vorn_omci_hal_configureAniTagRules, record);
 }
 
+template <typename Change>
+std::function<int(VornHal&)> badHost(Change change) {
+    auto record = hostRecord(HostKind::Static);
+    change(record);
+    return asks(&VornHal::vorn_omci_hal_provisionIpHost, record);
+}
+
 TEST_F(ForwardedServices, BadInputChangesNothing) {
+    constexpr const char* kNull = "there is no record";
     using Row = UniDataProvisioning;
     using Pon = BridgeServiceProvisioning;
     const BadInput cases[] = {
@@ -193,12 +201,32 @@ TEST_F(ForwardedServices, BadInputChangesNothing) {
         {"list", badPonPort([](Pon& port) { port.vlanTciFilterList[1] = 'x'; }), "list of its filter"},
         {"entries", badPonPort([](Pon& port) { port.numberOfEntries = 13; }), "list of its filter"},
         {"traffic model", badPonPort([](Pon& port) { port.trafficModel = 7; }), "no such traffic model"},
-        {"null row", [](VornHal& hal) { return hal.vorn_omci_hal_filter_flow_add(nullptr); }, ""},
-        {"null PON port", [](VornHal& hal) { return hal.vorn_omci_hal_configureAniTagRules(nullptr); }, ""},
-        {"null p-bits", [](VornHal& hal) { return hal.vorn_omci_hal_unsetPbitData(nullptr); }, ""},
-        {"null PON side", [](VornHal& hal) { return hal.vorn_omci_hal_deprovisionAniSideBridge(nullptr); }, ""},
-        {"null UNI side", [](VornHal& hal) { return hal.vorn_omci_hal_deprovisionUniSideBridge(nullptr); }, ""},
-        {"null list", [](VornHal& hal) { return hal.vorn_omci_hal_veip_createRules(1001, 0, 16, 1, nullptr, 2); }, ""},
+        {"bridge's port", asksForBridge(3, 9), "br3 or a device on it cannot be made"},
+        {"VEIP without PON side", gateway(true, kGemPort).run, "gpon0.0 does not exist"},
+        {"T-CONT", asks(&VornHal::vorn_omci_hal_tcont_set, TContProvisioning{1100, 256, 0}), "no T-CONT 256"},
+        {"no alloc-id", asks(&VornHal::vorn_omci_hal_tcont_set, TContProvisioning{65535, 5, 0}), "no alloc-id 65535"},
+        {"another's alloc-id", boundTcont(256).run, "alloc-id 256 is that of T-CONT 1"},
+        {"status of a GEM port", asks(&VornHal::vorn_omci_hal_set_gemPortStatus, XgemStatusRecord{77, 1}),
+         "GEM port 77"},
+        {"host's number", badHost([](IpHostProvision& host) { host.uniPort = 0; }), "no device of number 0"},
+        {"host's address", badHost([](IpHostProvision& host) { host.ipAddress = "$(ls)"; }),
+         "an address of the IP host"},
+        {"host's bridge", badHost([](IpHostProvision&) {}), "br5, which does not exist"},
+        {"null T-CONT", [](VornHal& hal) { return hal.vorn_omci_hal_tcont_set(nullptr, nullptr); }, kNull},
+        {"null T-CONT, away", [](VornHal& hal) { return hal.vorn_omci_hal_tcont_reset(nullptr, nullptr); }, kNull},
+        {"null GEM port", [](VornHal& hal) { return hal.vorn_omci_hal_gemflow_add(nullptr); }, kNull},
+        {"null GEM port, away", [](VornHal& hal) { return hal.vorn_omci_hal_gemflow_del(nullptr); }, kNull},
+        {"null status", [](VornHal& hal) { return hal.vorn_omci_hal_set_gemPortStatus(nullptr); }, kNull},
+        {"null row", [](VornHal& hal) { return hal.vorn_omci_hal_filter_flow_add(nullptr); }, kNull},
+        {"null PON port", [](VornHal& hal) { return hal.vorn_omci_hal_configureAniTagRules(nullptr); }, kNull},
+        {"null p-bits", [](VornHal& hal) { return hal.vorn_omci_hal_unsetPbitData(nullptr); }, kNull},
+        {"null PON side", [](VornHal& hal) { return hal.vorn_omci_hal_deprovisionAniSideBridge(nullptr); }, kNull},
+        {"null UNI side", [](VornHal& hal) { return hal.vorn_omci_hal_deprovisionUniSideBridge(nullptr); }, kNull},
+        {"null list", [](VornHal& hal) { return hal.vorn_omci_hal_veip_createRules(1, 0, 16, 1, nullptr, 2); }, kNull},
+        {"null list, away", [](VornHal& hal) { return hal.vorn_omci_hal_veip_deleteRules(1, 0, 16, 1, nullptr, 2); },
+         kNull},
+        {"null host", [](VornHal& hal) { return hal.vorn_omci_hal_provisionIpHost(nullptr); }, kNull},
+        {"null host, away", [](VornHal& hal) { return hal.vorn_omci_hal_deprovisionIpHost(nullptr); }, kNull},
     };
     provision();
     const auto before = serving();
@@ -206,9 +234,9 @@ TEST_F(ForwardedServices, BadInputChangesNothing) {
         int result = 0;
         const std::string printed = printedBy([&] { result = one.ask(daemon().hal()); });
         EXPECT_EQ(result, -1) << one.name;
-        const std::string line = *one.said == '\0' ? "" : "nothing is changed: ";
-        const std::size_t at = printed.find(line);
-        EXPECT_TRUE(at != std::string::npos && printed.find(one.said, at) != std::string::npos) << printed;
+        const std::size_t at = printed.find("nothing is changed: ");
+        EXPECT_TRUE(at != std::string::npos && printed.find(one.said, at) != std::string::npos)
+            << one.name << ": " << printed;
         EXPECT_EQ(serving(), before) << one.name;
     }
     auto ofHost = tagging(20, 100);
@@ -240,12 +268,15 @@ TEST_F(Forwarding, AFileOfTheOtherModeIsRefused) {
 }
 
 TEST_F(Forwarding, TablesComeBackAndACleanDeviceHasNoRules) {
+    ASSERT_EQ(std::system("brctl addbr brv"), 0);
     {
         Daemon first(folder_);
         choose(first, kG988);
         ASSERT_EQ(first.open(state()), 0);
         make(first, 0, kProvisioning);
         ASSERT_EQ(ask(first, tagging(20, 100)), 0);
+        ASSERT_EQ(bridge(5).run(first.hal()), 0);
+        ASSERT_EQ(host(hostRecord(HostKind::Shared)).run(first.hal()), 0);
     }
     const auto before = serving();
     {

@@ -110,6 +110,36 @@ TEST_F(ServicesTest, MulticastGoesToItsBridgeAlone) {
     EXPECT_EQ(up(tagged(30)), "");  // the upstream direction is another PON port's
 }
 
+// Both services come in one GEM port, in either order, and each goes by itself.
+TEST_F(ServicesTest, MulticastMayShareTheGemPortOfItsBridge) {
+    const auto internet = pon(1, "0141", 1000);
+    auto television = pon(1, "0384", 1000);
+    television.isMulticast = television.multicastService = 1;
+    television.gemPortId = 1000;
+    const auto expect = [](bool hasInternet, bool hasTelevision) {
+        EXPECT_EQ(up(Frame{}), hasInternet ? "GEM 1000 queue 0: VID 321 p0, IPv4" : "");
+        EXPECT_EQ(down(1000, tagged(321)), hasInternet ? "sid0: untagged IPv4" : "");
+        EXPECT_EQ(down(1000, tagged(900)), hasTelevision ? "sid0: VID 30 p0, IPv4" : "");
+        EXPECT_EQ(up(tagged(30)), "") << "television comes down alone";
+    };
+    for (const bool internetFirst : {true, false}) {
+        auto made = services();
+        ASSERT_TRUE(made.setUni(row(1, 0, 321)).done && made.setUni(row(1, 30, 900)).done);
+        for (const auto* record : {internetFirst ? &internet : &television, internetFirst ? &television : &internet})
+            ASSERT_TRUE(made.setPonPort(*record).done && made.setPonPort(*record).done);
+        expect(true, true);
+        EXPECT_EQ(made.multicastPorts(), 1U);
+        ASSERT_TRUE(made.removePonPorts(television).done && made.removePonPorts(television).done);
+        expect(true, false);
+        ASSERT_TRUE(made.setPonPort(television).done && made.removePonPorts(internet).done);
+        expect(false, true);
+        ASSERT_TRUE(made.removePonPorts(internet).done);
+        expect(false, true);
+        ASSERT_TRUE(made.removeGemPort(1, 1000).done && made.removeUni(1, 1).done);
+        EXPECT_EQ(onu().ruleCount(), 0U);
+    }
+}
+
 // ---- what is refused ----
 
 // A row for each VID: with the default row one rule more than the table may have.

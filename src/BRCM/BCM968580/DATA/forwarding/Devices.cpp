@@ -66,6 +66,11 @@ bool createVeipFlows(EtherSwitchBcm380& engine, std::uint16_t bridgeId) {
 
 // ---- of a UNI ----
 
+void dissociateUni(std::uint16_t uniPort, std::uint16_t bridgeId) {
+    const auto association = m_BridgeIdToUniId.find(bridgeId);
+    if (association != m_BridgeIdToUniId.end() && association->second == uniPort) engine_maps::dissociateUni(bridgeId);
+}
+
 bool removeUniDevice(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint16_t bridgeId) {
     const DeviceName device = uniVlanDevice(uniPort, bridgeId);
     if (isGone(device)) return true;
@@ -73,8 +78,7 @@ bool removeUniDevice(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint
     engine.removeUniInterfaceFromBridgeGroup(bridgeId, uniPort);
     engine.deleteUniInterface(bridgeId, uniPort);
     if (!isGone(device)) return false;
-    const auto association = m_BridgeIdToUniId.find(bridgeId);
-    if (association != m_BridgeIdToUniId.end() && association->second == uniPort) engine_maps::dissociateUni(bridgeId);
+    dissociateUni(uniPort, bridgeId);
     return true;
 }
 
@@ -114,8 +118,9 @@ std::string restorePonDevices(EtherSwitchBcm380& engine, std::uint16_t bridgeId,
     if (!isMade) return std::string(vlan.get()) + " or its bridge";
     for (const DeviceName* device : {&bridge, &ani, &vlan})
         if ((hadBridge || device != &bridge) && !kit::bringUp(device->get())) return device->get();
-    if (!hadBridge && wasLost) return std::string(vlan.get()) + " on the bridge that it was on";
-    if (hadBridge && bridgeId != 0 && !isMember(bridgeId, vlan)) return std::string(vlan.get()) + " on its bridge";
+    const bool isOnBridge = bridgeId != 0;  // bridge 0 is the gateway's
+    if (!hadBridge && wasLost && isOnBridge) return std::string(vlan.get()) + " on the bridge that it was on";
+    if (hadBridge && isOnBridge && !isMember(bridgeId, vlan)) return std::string(vlan.get()) + " on its bridge";
     for (const auto& [number, port] : services().tables().uniPorts)
         if (port.bridges.count(bridgeId) != 0 && !createFlows(static_cast<std::uint16_t>(number + 1), bridgeId))
             return std::string("flows of ") + vlan.get();

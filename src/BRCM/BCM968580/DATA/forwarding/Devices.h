@@ -36,6 +36,8 @@ bool createFlows(std::uint16_t uniPort, std::uint16_t bridgeId);  // both direct
 bool createVeipFlows(EtherSwitchBcm380& engine,
                      std::uint16_t bridgeId);  // multicast reaches the gateway past the bridge
 
+// The port is no longer the one that the bridge is known by.
+void dissociateUni(std::uint16_t uniPort, std::uint16_t bridgeId);
 // A UNI's VLAN device. False: it is still there; what is not there needs no removal.
 bool removeUniDevice(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint16_t bridgeId);
 // What is left of it becomes what it was, with its place on the bridge and the flows that it has by its rows or record.

@@ -23,7 +23,6 @@ namespace forwarding {
 
 namespace {
 
-constexpr const char* kSharedBridge = "brv";
 constexpr std::uint32_t kHostTables = 3;  // for untagged, single-tagged and double-tagged frames
 
 constexpr const char* kNotSaid = "the kernel does not say whether there is such a host";
@@ -65,7 +64,7 @@ public:
     bool mayBeThere() const { return isShared() || isThere_; }
     // What is refused; "": nothing was.
     std::string add();
-    void undo(Rollback& rollback);
+    void undo(Rollback& rollback) const;
     // Likewise.
     std::string remove();
     void restore(Rollback& rollback);
@@ -84,11 +83,11 @@ private:
     std::string routeToCpu();
     std::string joinSharedBridge();
     std::string setAddresses();
-    bool setMac(const DeviceName& device, std::string& before);
+    bool setMac(const DeviceName& device);
     bool isBridgeOfAnother() const;
     bool giveMacsBack();
     bool setDefaultRoute();
-    void dissociate();
+    void dissociate() const;
 
     EtherSwitchBcm380& engine_;
     const IpHostProvision& record_;
@@ -97,12 +96,8 @@ private:
     bool isNew_ = false;    // to the device
     bool isThere_ = false;  // by the device or the state file
     bool isOnly_ = false;   // no other host is there
-    // What was done, and what was there before.
-    bool restores_ = false, endsClient_ = false, associates_ = false;
-    bool hasKeyMask_ = false, hasClass_ = false, hasKey_ = false, losesBridge_ = false, joins_ = false;
-    bool hasRoutingRule_ = false, hasRoute_ = false, hasClient_ = false;
-    std::string bridgeMac_, aniMac_;
-    DefaultRoute routeBefore_;
+    bool restores_ = false, endsClient_ = false;
+    UndoSteps undo_;
 };
 
 bool Host::look() {
@@ -132,6 +127,7 @@ std::string Host::add() {
 // What is there already is made again where that changes nothing.
 std::string Host::make() {
     noteHost(record_, !isStatic());
+    undo_.add([this](Rollback&) { forgetHost(record_); });
     std::string problem;
     if (!isShared()) problem = makeDevice();
     if (problem.empty() && !insertStagRule()) problem = std::string("the rule for the S-tag of ") + device_.get();
@@ -144,8 +140,13 @@ std::string Host::make() {
 std::string Host::makeDevice() {
     if (isGone(bridge_)) return std::string(bridge_.get()) + ", which does not exist";
     const auto uniBefore = m_BridgeIdToUniId.count(record_.bridgeId);
+    undo_.add([=](Rollback& rollback) {
+        if (!removeRecordedRules(bridge_.get(), record_.uniPort)) rollback.stays("a rule of it");
+        const kit::VlanCtlSession session;
+        if (!isGone(device_) && kit::removeDevice(device_.get()) != 0) rollback.stays(device_.get());
+        if (uniBefore == 0) dissociate();
+    });
     const bool made = engine_.configureBridge(record_.bridgeId, record_.uniPort, true);
-    associates_ = uniBefore == 0 && m_BridgeIdToUniId.count(record_.bridgeId) != 0;
     if (!made || (isNew_ && !isInForce(bridge_, device_))) return device_.get();
     const PassedDevice passed{bridge_.get(), device_.get(), record_.uniPort, kHostTables};
     return insertPassRules(engine_, passed) ? "" : std::string("a rule of ") + device_.get();
@@ -153,6 +154,9 @@ std::string Host::makeDevice() {
 
 // Removes the host's S-tag from downstream frames and hands them to the bridge's PON side.
 bool Host::insertStagRule() {
+    undo_.add([this](Rollback& rollback) {
+        if (!removeRecordedRules(ani_.get(), record_.uniPort)) rollback.stays("the rule for its S-tag");
+    });
     if (engine_.iPhost_Stag >= kNoStag || m_VLAN_RULE_MAP_ENTRY.count({ani_.get(), record_.uniPort}) != 0) return true;
     const kit::VlanCtlSession session;
     kit::TagRule rule;
@@ -183,48 +187,66 @@ std::string Host::routeToCpu() {
 std::string Host::deliverToCpu() {
     IpHostCommands commands;
     if (isOnly_) {
-        hasKeyMask_ = true;
+        undo_.add([](Rollback& rollback) {
+            IpHostCommands back;
+            if (!back.removeKeyMask() || !back.enableQueue()) rollback.stays("the key mask of the ingress queue");
+        });
         if (!commands.addWholeKeyMask()) return "the key mask of the ingress queue";
-        hasClass_ = true;
+        undo_.add([](Rollback& rollback) {
+            if (!IpHostCommands().deleteHostFlowClass()) rollback.stays("the runner's class of hosts");
+        });
         if (!commands.createHostFlowClass()) return "the runner's class of hosts";
     }
-    hasKey_ = true;
+    undo_.add([this](Rollback& rollback) {
+        if ((isOnly_ || hasOwnMac()) && !IpHostCommands().removeKey(mac_.c_str()))
+            rollback.stays("its key of the ingress queue");
+    });
     return commands.addKey(mac_.c_str()) ? "" : "the key of the ingress queue";
 }
 
 std::string Host::joinSharedBridge() {
     if (!isGone(bridge_)) {
-        losesBridge_ = true;
+        undo_.add([this](Rollback& rollback) {
+            if (!BridgeToMake(engine_, record_.bridgeId, 0).make() || !kit::bringUp(bridge_.get()))
+                rollback.cannotRestore(bridge_.get());
+        });
         if (kit::deleteServiceBridge(record_.bridgeId) != InterfaceResult::Done)
             return std::string(bridge_.get()) + ", which cannot be removed";
     }
     const int result = kit::addBridgePort(kSharedBridge, aniVlan_.get());
-    joins_ = result == 0;
-    return joins_ || result == EBUSY ? "" : "the shared bridge";  // a member is refused as busy
+    if (result == 0) undo_.add([this](Rollback&) { kit::removeBridgePort(kSharedBridge, aniVlan_.get()); });
+    return result == 0 || result == EBUSY ? "" : "the shared bridge";  // a member is refused as busy
 }
 
-bool Host::setMac(const DeviceName& device, std::string& before) {
+bool Host::setMac(const DeviceName& device) {
     if (restores_ && isBridgeOfAnother()) return true;  // the other one's may be in force
-    before = macOf(device);
+    undo_.add([&device, before = macOf(device)](Rollback& rollback) {
+        if (!before.empty() && !IpHostCommands().upWithMac(device.get(), before.c_str()))
+            rollback.cannotRestore(std::string("the MAC address of ") + device.get());
+    });
     return IpHostCommands().upWithMac(device.get(), mac_.c_str());
 }
 
 std::string Host::setAddresses() {
     IpHostCommands commands;
     const std::string address = std::string("the addresses of ") + device_.get();
-    if (!setMac(bridge_, bridgeMac_)) return address;
+    if (!setMac(bridge_)) return address;
     if (!isStatic()) {
         if (!commands.upWithMtu(device_.get(), mac_.c_str())) return address;
         if (!isNew_ && !endsClient_) return "";
-        hasClient_ = true;
+        undo_.add([this](Rollback& rollback) {
+            if (!IpHostCommands().killDhcpClient(device_.get())) rollback.stays("the DHCP client");
+        });
         return startDhcp(record_, device_.get()) ? "" : "the DHCP client";
     }
     const char* const ip = record_.ipAddress.c_str();
-    if (!commands.upWithAddress(device_.get(), ip, record_.subnetMask.c_str(), mac_.c_str()) ||
-        !setMac(aniVlan_, aniMac_))
+    if (!commands.upWithAddress(device_.get(), ip, record_.subnetMask.c_str(), mac_.c_str()) || !setMac(aniVlan_))
         return address;
     commands.deleteRoutingRule(ip);
-    hasRoutingRule_ = true;
+    undo_.add([ip](Rollback& rollback) {
+        IpHostCommands back;
+        if (!back.deleteRoutingRule(ip) && back.hasRoutingRule(ip)) rollback.stays("the routing rule");
+    });
     if (!commands.addRoutingRule(ip)) return "the routing rule";
     const bool isOfAnother = !shared().route.device.empty() && shared().route.device != device_.get();
     if (!hasGateway() || (restores_ && isOfAnother)) return "";
@@ -233,47 +255,23 @@ std::string Host::setAddresses() {
 
 bool Host::setDefaultRoute() {
     if (!IpHostCommands().replaceDefaultRoute(record_.gateway.c_str(), device_.get())) return false;
-    hasRoute_ = true;
-    routeBefore_ = std::exchange(shared().route, {record_.gateway, device_.get()});
+    undo_.add([this, before = shared().route](Rollback& rollback) {
+        shared().route = before;
+        const bool isBack = before.device.empty()
+                                ? isOnly_
+                                : IpHostCommands().replaceDefaultRoute(before.gateway.c_str(), before.device.c_str());
+        if (!isBack) rollback.cannotRestore("the default route of another host");
+    });
+    shared().route = {record_.gateway, device_.get()};
     return true;
 }
 
-void Host::undo(Rollback& rollback) {
-    const auto take = [&](bool done, const std::string& what) {
-        if (!done) rollback.stays(what);
-    };
-    IpHostCommands commands;
+void Host::undo(Rollback& rollback) const {
     if (!isNew_) return rollback.cannotRestore(std::string("what ") + device_.get() + " was");
-    if (hasClient_) take(commands.killDhcpClient(device_.get()), "the DHCP client");
-    const char* const ip = record_.ipAddress.c_str();
-    if (hasRoutingRule_) take(commands.deleteRoutingRule(ip) || !commands.hasRoutingRule(ip), "the routing rule");
-    for (const auto& [device, mac] : {std::pair(&bridge_, &bridgeMac_), std::pair(&aniVlan_, &aniMac_)})
-        if (!mac->empty() && !commands.upWithMac(device->get(), mac->c_str()))
-            rollback.cannotRestore(std::string("the MAC address of ") + device->get());
-    if (hasKey_ && (isOnly_ || hasOwnMac())) take(commands.removeKey(mac_.c_str()), "its key of the ingress queue");
-    if (hasClass_) take(commands.deleteHostFlowClass(), "the runner's class of hosts");
-    if (hasKeyMask_) take(commands.removeKeyMask() && commands.enableQueue(), "the key mask of the ingress queue");
-    take(removeRecordedRules(ani_.get(), record_.uniPort), "the rule for its S-tag");
-    if (joins_) kit::removeBridgePort(kSharedBridge, aniVlan_.get());
-    if (losesBridge_ && !(BridgeToMake(engine_, record_.bridgeId, 0).make() && kit::bringUp(bridge_.get())))
-        rollback.cannotRestore(bridge_.get());
-    if (!isShared()) {
-        take(removeRecordedRules(bridge_.get(), record_.uniPort), "a rule of it");
-        const kit::VlanCtlSession session;
-        take(isGone(device_) || kit::removeDevice(device_.get()) == 0, device_.get());
-    }
-    if (hasRoute_) {
-        shared().route = routeBefore_;
-        const bool isBack = routeBefore_.device.empty() ? isOnly_
-                                                        : commands.replaceDefaultRoute(routeBefore_.gateway.c_str(),
-                                                                                       routeBefore_.device.c_str());
-        if (!isBack) rollback.cannotRestore("the default route of another host");
-    }
-    if (associates_) dissociate();
-    forgetHost(record_);
+    undo_.run(rollback);
 }
 
-void Host::dissociate() {
+void Host::dissociate() const {
     const auto association = m_BridgeIdToUniId.find(record_.bridgeId);
     if (association != m_BridgeIdToUniId.end() && association->second == record_.uniPort)
         engine_maps::dissociateUni(record_.bridgeId);

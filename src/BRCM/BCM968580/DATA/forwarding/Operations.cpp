@@ -54,9 +54,11 @@ void countMulticast() {
 bool removeUniDevices(EtherSwitchBcm380& engine, const char* operation, const std::vector<std::uint16_t>& uniPorts,
                       std::uint16_t bridgeId, const g988::Services::Before& before) {
     std::vector<std::uint16_t> touched;
-    const state::Operation all;
     for (const std::uint16_t uniPort : uniPorts) {
-        if (isGone(uniVlanDevice(uniPort, bridgeId))) continue;
+        if (isGone(uniVlanDevice(uniPort, bridgeId))) {
+            dissociateUni(uniPort, bridgeId);  // a removal that the process before has not finished
+            continue;
+        }
         touched.push_back(uniPort);
         if (removeUniDevice(engine, uniPort, bridgeId)) continue;
         Rollback rollback(std::string(uniVlanDevice(uniPort, bridgeId).get()) + kStays);
@@ -86,9 +88,9 @@ bool hasMulticast(std::uint16_t bridgeId, std::uint16_t gemPortId) {
 bool setUni(EtherSwitchBcm380& engine, const UniDataProvisioning& record) {
     constexpr const char* kOperation = "filter_flow_add";
     if (g988::deletesRow(record)) return isDone(kOperation, services().setUni(record));
+    const state::Operation operation;
     bool madeDevice = false;
     const auto prepare = [&]() -> std::string {
-        const state::Operation operation;
         const DeviceName device = uniVlanDevice(record.uniPort, record.bridgeId);
         const bool wasThere = engine.isInterfaceExisted(device.get());
         const bool isThere = engine.configureUniInterface(&record);
@@ -102,7 +104,6 @@ bool setUni(EtherSwitchBcm380& engine, const UniDataProvisioning& record) {
         return "";
     };
     if (isDone(kOperation, services().setUni(record, prepare))) return true;
-    const state::Operation operation;
     if (madeDevice) removeUniDevice(engine, record.uniPort, record.bridgeId);
     return false;
 }
@@ -115,7 +116,6 @@ bool removeUni(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint16_t b
 }
 
 bool configureBridge(EtherSwitchBcm380& engine, std::uint16_t bridgeId, std::uint16_t uniPort) {
-    const state::Operation operation;
     BridgeToMake bridge(engine, bridgeId, uniPort);
     if (bridge.make()) return true;
     bridge.undo();
@@ -125,10 +125,10 @@ bool configureBridge(EtherSwitchBcm380& engine, std::uint16_t bridgeId, std::uin
 
 bool setPonPort(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record) {
     const bool isMulticast = g988::isMulticast(record);
+    const state::Operation operation;
     std::optional<BridgeToMake> bridge;
     const auto prepare = [&]() -> std::string {
         if (!isMulticast) return "";
-        const state::Operation operation;
         bridge.emplace(engine, record.bridgeId, std::uint16_t{0});
         const std::string name(kit::bridgeName(record.bridgeId).get());
         if (!bridge->make()) return name + " or a device on it cannot be made";
@@ -137,11 +137,9 @@ bool setPonPort(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& reco
         return isForGateway && !createVeipFlows(engine, record.bridgeId) ? name + " gets no flows to the gateway" : "";
     };
     if (!isDone("configureAniTagRules", services().setPonPort(record, prepare))) {
-        const state::Operation operation;
         if (bridge) bridge->undo();
         return false;
     }
-    const state::Operation operation;
     rememberGemPorts(record);
     countMulticast();
     if (isMulticast) engine.setMcastGemInfo(record.gemPortId, tGemPortMap[record.gemPortId]);
@@ -150,7 +148,6 @@ bool setPonPort(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& reco
 
 bool removePonPorts(const BridgeServiceProvisioning& record) {
     if (!isDone("unsetPbitData", services().removePonPorts(record))) return false;
-    const state::Operation operation;
     countMulticast();
     return true;
 }
@@ -162,7 +159,6 @@ bool removePonSide(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& r
     const bool hadBridge = !isGone(kit::bridgeName(record.bridgeId));
     const auto outcome = isMulticast ? services().removePonPorts(record) : services().removePonSide(record.bridgeId);
     if (!isDone(kOperation, outcome)) return false;
-    const state::Operation operation;
     const std::string stays = removePonDevices(engine, record);
     bool done = true;
     if (!isMulticast && !stays.empty()) {

@@ -2,7 +2,10 @@
 #ifndef BRCM_BCM968580_DATA_FORWARDING_ROLLBACK_H
 #define BRCM_BCM968580_DATA_FORWARDING_ROLLBACK_H
 
+#include <functional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "BRCM/BCM968580/DATA/g988/Services.h"
 
@@ -26,6 +29,18 @@ public:
 
 private:
     g988::Outcome outcome_;
+};
+
+// What takes an operation back: a step for each that was begun, the last one first.
+class UndoSteps {
+public:
+    void add(std::function<void(Rollback& rollback)> step) { steps_.push_back(std::move(step)); }
+    void run(Rollback& rollback) const {
+        for (auto step = steps_.rbegin(); step != steps_.rend(); ++step) (*step)(rollback);
+    }
+
+private:
+    std::vector<std::function<void(Rollback& rollback)>> steps_;
 };
 
 }  // namespace forwarding

@@ -15,7 +15,7 @@ namespace forwarding {
 
 namespace {
 
-constexpr std::uint16_t kHighestTcont = 255;  // GPON control would take a higher one for another
+constexpr std::uint16_t kMaxTcont = 255;  // GPON control would take a higher one for another
 
 std::string nameOfTcont(std::uint16_t tContIndex) {
     return "T-CONT " + std::to_string(tContIndex);
@@ -79,7 +79,7 @@ void giveBack(std::uint16_t tContIndex, const std::vector<TmctlQueueCfg>& queues
 bool addTcont(const TContProvisioning& record) {
     constexpr const char* kOperation = "tcont_set";
     const std::string allocId = "alloc-id " + std::to_string(record.allocId);
-    if (record.allocId == kit::kNoAllocId || record.tContIndex > kHighestTcont)
+    if (record.allocId == kit::kNoAllocId || record.tContIndex > kMaxTcont)
         return isDone(kOperation, {false, "no " + allocId + " or no " + nameOfTcont(record.tContIndex)});
     const auto bound = ponAdapter().allocIdMap.find(record.allocId);
     if (bound != ponAdapter().allocIdMap.end()) {

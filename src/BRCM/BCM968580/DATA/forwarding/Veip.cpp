@@ -77,7 +77,8 @@ std::string takePlaceOf(std::uint16_t bridgeId) {
     if (isGone(bridge)) return "";
     {
         const kit::Replacement replacement;
-        if (kit::deleteServiceBridge(bridgeId) == InterfaceResult::Done) return "";
+        const kit::BegunStep step(kit::Step::ReplaceBridge, bridgeId);
+        if (kit::deleteBridge(bridge.get()) == InterfaceResult::Done) return "";
     }
     kit::bringUp(bridge.get());
     return std::string(bridge.get()) + " cannot be removed";
@@ -122,19 +123,21 @@ bool addVeip(EtherSwitchBcm380& engine, const VeipService& service) {
     return true;
 }
 
-bool claimVeip(EtherSwitchBcm380& engine, std::uint16_t gemPortId) {
-    return !services().addGatewayGem(gemPortId) || bringMulticast(engine, gemPortId) ||
-           isDone("veip_createRules", {false, kFlowRefused});
+bool claimVeip(EtherSwitchBcm380& engine, const VeipService& service, bool isFirst) {
+    constexpr const char* kOperation = "veip_createRules";
+    if (isFirst && !isGone(DeviceName("%s", kVeipDevice))) {
+        const std::string problem = takePlaceOf(service.bridgeId);
+        if (!problem.empty()) return isDone(kOperation, {false, problem});
+    }
+    return !services().addGatewayGem(service.gemPortId) || bringMulticast(engine, service.gemPortId) ||
+           isDone(kOperation, {false, kFlowRefused});
 }
 
 bool removeVeip(EtherSwitchBcm380& engine, const VeipService& service) {
     constexpr const char* kOperation = "veip_deleteRules";
     const state::Operation operation;
     const auto before = services().before();
-    BridgeServiceProvisioning record{};
-    record.bridgeId = service.bridgeId;
-    record.pbitMap[0] = {service.gemPortId, 0};
-    if (!isDone(kOperation, services().removePonPorts(record))) return false;
+    if (!isDone(kOperation, services().removeGemPort(service.bridgeId, service.gemPortId))) return false;
     services().removeGatewayGem(service.gemPortId);
     if (isGone(DeviceName("%s", kVeipDevice))) return true;
     const int servicesBefore = engine.omci_service_num_get();

@@ -23,8 +23,9 @@ struct VeipService {
 // veip_createRules. The first service makes the VEIP, which takes the place of the bridge; multicast of the GEM port,
 // if it is one's, is for the gateway too.
 bool addVeip(EtherSwitchBcm380& engine, const VeipService& service);
-// One that was restored and is asked for again.
-bool claimVeip(EtherSwitchBcm380& engine, std::uint16_t gemPortId);
+// One that was restored and is asked for again. The first one has the bridge's place, which bridges that were asked for
+// before it have brought back.
+bool claimVeip(EtherSwitchBcm380& engine, const VeipService& service, bool isFirst);
 // veip_deleteRules: the service, with the last one the VEIP, and on the PON side the GEM port's part of the bridge.
 bool removeVeip(EtherSwitchBcm380& engine, const VeipService& service);
 

@@ -50,8 +50,6 @@ Outcome Services::change(const Scope& scope, const Edit& edit, const Prepare& pr
     return outcome;
 }
 
-// The devices are one operation of the state file, the rules another: a process that ends between them has made its
-// devices, and the operation may be called again.
 Outcome Services::replace(Asked asked, const std::optional<Scope>& scope, const Prepare& prepare) {
     const Plan plan = scope && isCarriedOut_ ? planOf(asked.tables, *scope) : planOf(asked.tables);
     if (!plan.refusals.empty()) return {false, plan.refusals.front().text()};
@@ -139,7 +137,7 @@ Outcome Services::setPonPort(const BridgeServiceProvisioning& record, const Prep
         return {false, bridgeName(record) + ": there is no such traffic model"};
     const auto port = ponPortOf(record, gemIndexOf_);
     if (!port) return {false, bridgeName(record) + ": a GEM port is not known, or the list of its filter is none"};
-    const PonPortKey key{gemPortIds(record), port->ipProtocol};
+    const PonPortKey key{gemPortIds(record), port->ipProtocol, isMulticast(record)};
     const auto edit = [&](Asked& asked) {
         auto& ports = asked.tables.bridges[record.bridgeId];
         auto& keys = asked.keys[record.bridgeId];
@@ -170,15 +168,24 @@ void erasePonPorts(Asked& asked, std::uint16_t bridge, Goes goes) {
     asked.keys.erase(bridge);
 }
 
+bool isNamed(const PonPortKey& key, const std::set<std::uint16_t>& gemPortIds) {
+    return std::any_of(key.gemPortIds.begin(), key.gemPortIds.end(),
+                       [&](std::uint16_t portId) { return gemPortIds.count(portId) != 0; });
+}
+
 }  // namespace
 
 Outcome Services::removePonPorts(const BridgeServiceProvisioning& record) {
-    const auto named = gemPortIds(record);
-    const auto goes = [&](const PonPortKey& key) {
-        return named.empty() || std::any_of(key.gemPortIds.begin(), key.gemPortIds.end(),
-                                            [&](std::uint16_t portId) { return named.count(portId) != 0; });
+    const auto goes = [named = gemPortIds(record), ofMulticast = isMulticast(record)](const PonPortKey& key) {
+        return named.empty() || (key.isMulticast == ofMulticast && isNamed(key, named));
     };
     return change(ofPonSide(record.bridgeId), [&](Asked& asked) { erasePonPorts(asked, record.bridgeId, goes); });
+}
+
+Outcome Services::removeGemPort(std::uint16_t bridge, std::uint16_t gemPortId) {
+    return change(ofPonSide(bridge), [&](Asked& asked) {
+        erasePonPorts(asked, bridge, [&](const PonPortKey& key) { return isNamed(key, {gemPortId}); });
+    });
 }
 
 Outcome Services::removePonSide(std::uint16_t bridge) {
@@ -260,6 +267,11 @@ void Services::forgetMissing(const Exists& exists) {
     const Installed installed = installed_;
     for (const auto& table : installed)
         if (!exists(table.first.device)) forgetRules(table.first);
+}
+
+void Services::forgetGemPort(std::uint16_t bridge, std::uint16_t gemPortId) {
+    noteTables();
+    erasePonPorts(asked_, bridge, [&](const PonPortKey& key) { return isNamed(key, {gemPortId}); });
 }
 
 void Services::forgetTables() {

@@ -19,12 +19,14 @@
 
 namespace g988 {
 
-// How a PON port is found again: a record with the same GEM ports and protocol is about the same port.
+// How a PON port is found again: a record with the same GEM ports and protocol is about the same port. Multicast may
+// come in a GEM port that is another service's too.
 struct PonPortKey {
     std::set<std::uint16_t> gemPortIds;
     std::optional<std::uint8_t> ipProtocol;
+    bool isMulticast = false;
     bool operator==(const PonPortKey& other) const {
-        return gemPortIds == other.gemPortIds && ipProtocol == other.ipProtocol;
+        return gemPortIds == other.gemPortIds && ipProtocol == other.ipProtocol && isMulticast == other.isMulticast;
     }
 };
 
@@ -60,8 +62,11 @@ public:
     // A PON port with the record's filter and mapper, in place of one of the bridge that has the same GEM ports and
     // protocol. Refused: a GEM port that the driver does not know, a list that is no list, a traffic model above 6.
     Outcome setPonPort(const BridgeServiceProvisioning& record, const Prepare& prepare = nullptr);
-    // The bridge's PON ports that have one of the record's GEM ports; all of them when it names none.
+    // The bridge's PON ports that have one of the record's GEM ports, multicast by a record of multicast alone; all of
+    // them when it names none.
     Outcome removePonPorts(const BridgeServiceProvisioning& record);
+    // Those that have the GEM port, whatever comes in it.
+    Outcome removeGemPort(std::uint16_t bridge, std::uint16_t gemPortId);
     Outcome removePonSide(std::uint16_t bridge);
 
     const Tables& tables() const { return asked_.tables; }
@@ -101,7 +106,8 @@ public:
     using Exists = std::function<bool(const std::string& device)>;
     // Ports and PON sides without their devices go, and rules of real devices that are gone.
     void forgetMissing(const Exists& exists);
-    void forgetTables();  // and keeps the rules
+    void forgetGemPort(std::uint16_t bridge, std::uint16_t gemPortId);  // its rules go with bringBack()
+    void forgetTables();                                                // and keeps the rules
     // Asks the kit for what the tables say and it does not have.
     Outcome bringBack();
 

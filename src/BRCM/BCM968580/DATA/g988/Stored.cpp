@@ -185,6 +185,7 @@ PonSide readPonSide(ByteReader& bytes) {
         PonPortKey key;
         readList(bytes, [&] { key.gemPortIds.insert(bytes.u16()); });
         key.ipProtocol = readOptional<std::uint8_t>(bytes);
+        key.isMulticast = !side.ports[i].downstreamGems.empty();
         side.keys.push_back(std::move(key));
     }
     return side;

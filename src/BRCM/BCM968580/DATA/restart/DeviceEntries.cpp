@@ -52,7 +52,9 @@ bool isDeviceEntry(Entry kind, ByteReader& key, ByteReader& value) {
             value.flag();
             break;
         case Entry::Members:
-            if (!kit::isPlainDeviceName(key.text()) || !kit::isBridge(value.text())) return false;
+            if (!kit::isPlainDeviceName(key.text())) return false;
+            if (const std::string bridge = value.text(); !kit::isBridge(bridge) && bridge != kSharedBridge)
+                return false;
             break;
         case Entry::Tables:
             if (!kit::isPlainDeviceName(key.text())) return false;

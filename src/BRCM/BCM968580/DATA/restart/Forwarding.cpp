@@ -176,6 +176,12 @@ void finishRuleRemoval(ByteReader& fields) {
     if (kit::removeRule(table, id) != 0) kit::forgetRule(table, id);
 }
 
+void forgetGatewayService(std::uint16_t bridgeId, std::uint16_t gemPortId) {
+    if (!forwarding::isG988()) return;
+    services().forgetGemPort(bridgeId, gemPortId);
+    services().removeGatewayGem(gemPortId);
+}
+
 std::set<std::uint32_t> plannedRuleIds(const kit::RuleTable& table) {
     std::set<std::uint32_t> ids;
     const auto& installed = services().installed();

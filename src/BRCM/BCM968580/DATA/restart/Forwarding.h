@@ -18,6 +18,8 @@ void noteMode();
 
 // A removal that was begun goes to its end.
 void finishRuleRemoval(state::ByteReader& fields);
+// The gateway's service has gone with the VEIP, and its part of the bridge goes with it.
+void forgetGatewayService(std::uint16_t bridgeId, std::uint16_t gemPortId);
 // Of the table, or of all.
 std::set<std::uint32_t> plannedRuleIds(const kit::RuleTable& table);
 std::set<std::uint32_t> plannedRuleIds();

@@ -37,6 +37,7 @@ bool isRecord(state::ByteReader& bytes) {
 
 bool changeRow(UniDataProvisioning row) {
     const AskedOperation operation(Ask::UniRow, kindOf(row), row);
+    if (forwarding::isG988()) return forwarding::removeUni(engine(), row.uniPort, row.bridgeId);
     if (row.addFlag != 0) {
         engine().configureUniInterface(&row);
         engine().configureUniTagRules(&row);
@@ -260,6 +261,10 @@ bool isRemoval(std::string_view askAndArguments) {
            (ask == Ask::UniRow && kindOf(recordFrom<UniDataProvisioning>(bytes)) == AskKind::Remove);
 }
 
+bool isForOnce(std::string_view askAndArguments) {
+    return !forwarding::isG988() || static_cast<Ask>(state::ByteReader(askAndArguments).u8()) == Ask::RemoveIpHost;
+}
+
 bool runOperation(std::string_view askAndArguments) {
     state::ByteReader bytes(askAndArguments);
     using Service = BridgeServiceProvisioning;
@@ -299,14 +304,17 @@ bool runOperation(std::string_view askAndArguments) {
                                           veip.trafficType);
             });
         case Ask::ClearPbits:
-            return run<Service>(bytes, ask, AskKind::Remove,
-                                [](const auto& service) { engine().unsetPbitData(&service); });
+            return runRemoval<Service>(
+                bytes, ask, [](const auto& service) { return forwarding::removePonPorts(service); },
+                [](const auto& service) { engine().unsetPbitData(&service); });
         case Ask::RemovePonSide:
-            return run<Service>(bytes, ask, AskKind::Remove,
-                                [](const auto& service) { engine().deprovisionAniSideBridge(&service); });
+            return runRemoval<Service>(
+                bytes, ask, [](const auto& service) { return forwarding::removePonSide(engine(), service); },
+                [](const auto& service) { engine().deprovisionAniSideBridge(&service); });
         case Ask::RemoveUniSide:
-            return run<Service>(bytes, ask, AskKind::Remove,
-                                [](const auto& service) { engine().deprovisionUniSideBridge(&service); });
+            return runRemoval<Service>(
+                bytes, ask, [](const auto& service) { return forwarding::removeUniSide(engine(), service.bridgeId); },
+                [](const auto& service) { engine().deprovisionUniSideBridge(&service); });
         case Ask::RemoveIpHost:
             return runRemoval<IpHostProvision>(
                 bytes, ask, [](const auto& host) { return forwarding::removeIpHost(engine(), host); },

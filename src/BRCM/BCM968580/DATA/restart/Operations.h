@@ -40,6 +40,9 @@ void takePlaceOfBridge(std::uint16_t bridgeId);
 int multicastServicesAsked();  // by the daemon's latest life, or restored and not yet given up
 bool isOperation(state::ByteReader& bytes);
 bool isRemoval(std::string_view askAndArguments);
+// Of a removal: done twice it does what it must not. By G.988 only that of a host does, and only hosts are noted as
+// asked for when they come back.
+bool isForOnce(std::string_view askAndArguments);
 // As an operation of its own. False, with forwarding by G.988 alone: an IP host or its removal is refused.
 bool runOperation(std::string_view askAndArguments);
 

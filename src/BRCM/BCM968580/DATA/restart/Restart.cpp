@@ -93,10 +93,10 @@ void finishOperation(state::Journal& journal) {
         const state::Operation finished;
         journal.erase(entry.first);
         if (!done) continue;
-        if (isRemoval(operation)) {
-            kit::noteFinished(operation);
-        } else {
+        if (!isRemoval(operation)) {
             kit::expectClaim(operation);
+        } else if (isForOnce(operation)) {
+            kit::noteFinished(operation);
         }
     }
 }

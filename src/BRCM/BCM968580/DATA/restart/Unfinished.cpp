@@ -8,6 +8,7 @@
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
+#include "BRCM/BCM968580/DATA/restart/DeviceEntries.h"
 #include "BRCM/BCM968580/DATA/restart/Forwarding.h"
 #include "BRCM/BCM968580/DATA/restart/Operations.h"
 #include "BRCM/BCM968580/DATA/restart/Restart.h"
@@ -73,6 +74,17 @@ void deleteBridge(std::uint16_t bridgeId) {
     if (engine().isInterfaceExisted(kit::bridgeName(bridgeId).get())) engine().deleteBridgeInterface(bridgeId);
 }
 
+// With its ports, which the file still has.
+void giveBridgeBack(std::uint16_t bridgeId) {
+    const DeviceName bridge = kit::bridgeName(bridgeId);
+    if (engine().isInterfaceExisted(bridge.get()))
+        kit::bringUp(bridge.get());  // it goes down first
+    else
+        kit::createBridge(bridge.get());
+    for (const Member& member : knownMembers())
+        if (member.bridge == bridge.get()) kit::addBridgePort(bridge.get(), member.device.c_str());
+}
+
 // Without the runner's part, which comes before the step, and without the association of bridge and UNI: the operation
 // needs it when it comes again.
 void removeUni(std::uint16_t uniPort, std::uint16_t bridgeId) {
@@ -92,6 +104,7 @@ void removeVeip(std::uint16_t bridgeId, std::uint16_t gemPortId) {
         kit::removeDevice(kVeipDevice);
     }
     engine().flushAniSideVlanRules(bridgeId, gemPortId);
+    forgetGatewayService(bridgeId, gemPortId);
 }
 
 void leaveDhcpClient(std::uint16_t bridgeId, std::uint16_t uniPort) {
@@ -158,6 +171,9 @@ void settle(const state::UnfinishedStep& unfinished, std::uint32_t highestId) {
         case Step::RemoveRule:
             finishRuleRemoval(fields);
             break;
+        case Step::ReplaceBridge:
+            giveBridgeBack(fields.u16());
+            break;
     }
 }
 
@@ -193,6 +209,7 @@ bool isStep(const state::UnfinishedStep& step) {
             break;
         case Step::DeleteAniPair:
         case Step::DeleteBridge:
+        case Step::ReplaceBridge:
         case Step::ResetTcont:
         case Step::CreateGemPort:
         case Step::RemoveGemPort:
