@@ -20,6 +20,7 @@ _vorn_onu() {
         info | diff | ls) options="--json" ;;
         at) options="--json --port --follow --failed --last --tree --values --bytes --class --instance --type --from --vlan --pbits --tpid --dei --ethertype --protocol --dscp --source
                     --destination --payload --both-ways" ;;
+        schema) options="--state" ;;
         help) options="--man" ;;
         exec) options="--trace --json --board --serial --serial-from-hostname --mac --report --pcap --hal-output --record --forwarding --name --metrics --tap --quiet" ;;
         *) options="" ;;
