@@ -3,8 +3,8 @@
 //
 // A key is the number of the entry's kind and then the parts that are named here; numbers and texts as in
 // state/Bytes.h. Entries of the library's maps are written from the maps when an operation ends; those of the device
-// are what the maps do not hold, and live in the file alone. A new kind or step gets a new number, and with it the file
-// another version; those of forwarding by G.988 need none, since a library that does not know them refuses the file.
+// are what the maps do not hold, and live in the file alone. A new kind or step gets a new number. The file needs no
+// other version for it: a library that does not know it refuses the file.
 #ifndef KIT_STATE_ENTRIES_H
 #define KIT_STATE_ENTRIES_H
 
@@ -77,6 +77,8 @@ enum class Step : std::uint8_t {
     // ---- forwarding by G.988 alone ----
     RemoveRule = 16,     // device, direction (8), tags (8), rule id (32)
     ReplaceBridge = 17,  // bridge id (16): the VEIP takes its place
+    // ---- vorn_hal_clean_device() and vorn_hal_state_settle() ----
+    RemoveHost = 18,  // bridge id (16), UNI port (16)
 };
 
 template <typename Part>

@@ -177,6 +177,34 @@ TEST_F(WithinARestart, TheNextOneGoesOn) {
     }
 }
 
+// What all hosts share goes with the last of them, whoever takes it away.
+TEST_F(WithinARestart, HostsThatNobodyAsksForGoWithWhatTheyShare) {
+    Calls asked = callsOf(services(2)), all = asked;
+    for (const std::uint16_t number : {std::uint16_t{0}, std::uint16_t{1}}) {
+        IpHostProvision host = internet_service::ipHost(5, static_cast<std::uint16_t>(3 + number));
+        host.macAddress = "02:00:00:00:00:7" + std::to_string(number);
+        host.ipAddress = "10.0.0." + std::to_string(5 + number);
+        all.push_back(asks(&VornHal::vorn_omci_hal_provisionIpHost, host));
+    }
+    const auto withoutHosts = neverDied(asked);
+    const unsigned every = numberIn("VORN_EVERY_CALL", kSanitized ? 13 : 3);
+    unsigned deviceCall = 1;
+    for (;; deviceCall += every) {
+        SCOPED_TRACE("device call " + std::to_string(deviceCall));
+        liveFirst(all);
+        {
+            Daemon second(folder_);
+            second.open(state());
+            make(second, asked);
+            if (!killAt(
+                    second, [&](VornHal&) { second.settle(); }, deviceCall))
+                break;
+        }
+        goOn(asked, withoutHosts);
+    }
+    EXPECT_GT(deviceCall, 30U);
+}
+
 // The old file or the new one has the name, and the other one may be beside it, whole or in part.
 TEST_F(WithinARestart, TheNextOneGoesOnFromAFileThatWasBeingMadeSmaller) {
     const Calls calls = callsOf(oneOfEach());

@@ -44,6 +44,7 @@ nlohmann::json ServicesFixture::serving() {
     for (const auto& port : json["pon"]["gemPorts"])
         kept["ports"][port["portId"].dump()] = {port["allocId"], port["enabled"]};
     for (const auto& object : json["runner"]["objects"]) kept["runner"][object["name"].get<std::string>()] = object;
+    kept["ingressQueue"] = json["runner"]["ingressQueue"];
     return kept;
 }
 

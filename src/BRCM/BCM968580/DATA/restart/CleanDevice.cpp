@@ -201,20 +201,25 @@ private:
     bool refused_ = false;
 };
 
-// Whether all that it asked of the device went; the class and the key mask are those of all hosts.
-bool removeHost(const IpHost& host, bool isLast) {
-    const DeviceName device = kit::ipHostName(host.bridgeId, host.uniPort);
+// carryOut(name, command) for each command; the class and the key mask are those of all hosts.
+template <typename CarryOut>
+void removeFromRunner(const IpHost& host, bool isLast, const CarryOut& carryOut) {
     IpHostCommands commands;
-    Tries tries(device.get());
-    tries.carryOut("key", [&] { return commands.removeKey(host.mac.c_str()); });
+    carryOut("key", [&] { return commands.removeKey(host.mac.c_str()); });
     if (host.dhcp)
-        commands.killDhcpClient(device.get());
+        commands.killDhcpClient(kit::ipHostName(host.bridgeId, host.uniPort).get());
     else
-        tries.carryOut("routing rule", [&] { return commands.deleteRoutingRule(host.address.c_str()); });
+        carryOut("routing rule", [&] { return commands.deleteRoutingRule(host.address.c_str()); });
     if (isLast) {
-        tries.carryOut("class", [&] { return commands.deleteHostFlowClass(); });
-        tries.carryOut("key mask", [&] { return commands.removeKeyMask(); });
+        carryOut("class", [&] { return commands.deleteHostFlowClass(); });
+        carryOut("key mask", [&] { return commands.removeKeyMask(); });
     }
+}
+
+// Whether all that it asked of the device went.
+bool removeHost(const IpHost& host, bool isLast) {
+    Tries tries(kit::ipHostName(host.bridgeId, host.uniPort).get());
+    removeFromRunner(host, isLast, [&](const char* name, const auto& command) { tries.carryOut(name, command); });
     return tries.allDone();
 }
 
@@ -222,6 +227,7 @@ void removeHosts(Removal& removal) {
     const std::vector<IpHost> hosts = knownIpHosts();
     for (const IpHost& host : hosts) {
         if (removal.stays(kit::Entry::IpHosts, host.bridgeId, host.uniPort)) continue;
+        const kit::BegunStep step(kit::Step::RemoveHost, host.bridgeId, host.uniPort);
         const bool isLast = removal.takesAll() ? &host == &hosts.back() : EtherSwitchBcm380::numServices < 2;
         if (!removal.done(removeHost(host, isLast))) {
             removal.refused(LogText("IP host on bridge %u, UNI port %u stays: one of its commands is refused",
@@ -271,6 +277,15 @@ void removeFromDevice(Removal& removal) {
 }
 
 }  // namespace
+
+void finishHostRemoval(std::uint16_t bridgeId, std::uint16_t uniPort) {
+    for (const IpHost& host : knownIpHosts()) {
+        if (host.bridgeId != bridgeId || host.uniPort != uniPort) continue;
+        removeFromRunner(host, EtherSwitchBcm380::numServices < 2, [](const char*, const auto& command) { command(); });
+        engine_maps::countIpHosts(-1);
+        kit::noteMark(false, kit::Entry::IpHosts, bridgeId, uniPort);
+    }
+}
 
 int cleanDevice() {
     if (state::journal() == nullptr) {

@@ -174,6 +174,11 @@ void settle(const state::UnfinishedStep& unfinished, std::uint32_t highestId) {
         case Step::ReplaceBridge:
             giveBridgeBack(fields.u16());
             break;
+        case Step::RemoveHost: {
+            const std::uint16_t bridgeId = fields.u16();
+            finishHostRemoval(bridgeId, fields.u16());
+            break;
+        }
     }
 }
 
@@ -219,6 +224,7 @@ bool isStep(const state::UnfinishedStep& step) {
         case Step::RemoveUni:
         case Step::RemoveVeip:
         case Step::StartDhcp:
+        case Step::RemoveHost:
             fields.raw(4);
             break;
         default:
