@@ -223,8 +223,8 @@ TEST_F(IpHost, SendsOneArpRequestAndNoneFromADeviceThatIsMissing) {
                                          0,    1,    8,    0,    6,    4,    0, 1, 0, 1, 2,  3, 4, 5,
                                          10,   0,    0,    5,    0,    0,    0, 0, 0, 0, 10, 0, 0, 1};
     request.resize(60);
-    std::vector<std::uint8_t> withoutAddresses = request;
-    std::fill(withoutAddresses.begin() + 28, withoutAddresses.end(), std::uint8_t{0});
+    std::vector<std::uint8_t> withoutAddresses(request.begin(), request.begin() + 28);
+    withoutAddresses.resize(60);
     EXPECT_EQ(onu().packetFrames(), (std::vector<std::vector<std::uint8_t>>{request, withoutAddresses}));
 }
 

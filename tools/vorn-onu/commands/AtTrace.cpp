@@ -60,6 +60,12 @@ int follow(living::Client& client, std::uint64_t after, const TraceOutput& outpu
 
 }  // namespace
 
+std::string callText(const nlohmann::json& entry) {
+    return entry.value("name", "") + "(" + entry.value("arguments", "") +
+           ") = " + std::to_string(entry.value("result", 0L)) +
+           (entry.value("injected", false) ? "  (a fault that was asked for)" : "");
+}
+
 int AtTraceCommand::run() const {
     return tried("trace", [this] {
         living::Client client(name);

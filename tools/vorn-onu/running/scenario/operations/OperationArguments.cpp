@@ -1,5 +1,7 @@
 #include "running/scenario/operations/OperationArguments.h"
 
+#include <nlohmann/json.hpp>
+
 namespace vorn_onu {
 
 ValueArguments<BridgeArguments> bridgeArguments() {
