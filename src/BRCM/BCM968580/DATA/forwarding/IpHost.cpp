@@ -87,7 +87,6 @@ private:
     bool isBridgeOfAnother() const;
     bool giveMacsBack();
     bool setDefaultRoute();
-    void dissociate() const;
 
     EtherSwitchBcm380& engine_;
     const IpHostProvision& record_;
@@ -144,7 +143,7 @@ std::string Host::makeDevice() {
         if (!removeRecordedRules(bridge_.get(), record_.uniPort)) rollback.stays("a rule of it");
         const kit::VlanCtlSession session;
         if (!isGone(device_) && kit::removeDevice(device_.get()) != 0) rollback.stays(device_.get());
-        if (uniBefore == 0) dissociate();
+        if (uniBefore == 0) dissociateUni(record_.uniPort, record_.bridgeId);
     });
     const bool made = engine_.configureBridge(record_.bridgeId, record_.uniPort, true);
     if (!made || (isNew_ && !isInForce(bridge_, device_))) return device_.get();
@@ -271,12 +270,6 @@ void Host::undo(Rollback& rollback) const {
     undo_.run(rollback);
 }
 
-void Host::dissociate() const {
-    const auto association = m_BridgeIdToUniId.find(record_.bridgeId);
-    if (association != m_BridgeIdToUniId.end() && association->second == record_.uniPort)
-        engine_maps::dissociateUni(record_.bridgeId);
-}
-
 // ---- removal ----
 
 std::string Host::remove() {
@@ -285,7 +278,7 @@ std::string Host::remove() {
     if (!problem.empty()) return problem;
     if (shared().route.device == device_.get()) shared().route = {};
     if (EtherSwitchBcm380::numServices > 0) engine_maps::countIpHosts(-1);
-    dissociate();
+    dissociateUni(record_.uniPort, record_.bridgeId);
     forgetHost(record_);
     emptyDhcpInterfaceFile();
     return "";
