@@ -15,11 +15,11 @@ using Effects = std::vector<std::string>;
 struct Asked {
     std::unordered_map<std::string, Effects> neededBy;  // effect: the operations, by the keys of their entries
     std::set<std::string> unclaimed;
-    std::vector<std::string> incomplete;
+    std::vector<std::string> incomplete, ahead;
     // The running operation.
     std::string key;
     Effects needs;
-    bool isIncomplete = false;
+    bool isIncomplete = false, isAhead = false;
     bool isAskedAgain = false;
     bool makesWay = false;
 };
@@ -50,14 +50,16 @@ Effects effectsOf(const std::string& entry) {
     return effects;
 }
 
+void forgetNeed(const std::string& entry, const std::string& effect) {
+    const auto known = asked().neededBy.find(effect);
+    if (known == asked().neededBy.end()) return;
+    Effects& entries = known->second;
+    entries.erase(std::remove(entries.begin(), entries.end(), entry), entries.end());
+    if (entries.empty()) asked().neededBy.erase(known);
+}
+
 void forget(const std::string& entry) {
-    for (const std::string& effect : effectsOf(entry)) {
-        const auto known = asked().neededBy.find(effect);
-        if (known == asked().neededBy.end()) continue;
-        Effects& entries = known->second;
-        entries.erase(std::remove(entries.begin(), entries.end(), entry), entries.end());
-        if (entries.empty()) asked().neededBy.erase(known);
-    }
+    for (const std::string& effect : effectsOf(entry)) forgetNeed(entry, effect);
     asked().unclaimed.erase(entry);
     state::journal()->erase(entry);
 }
@@ -86,7 +88,7 @@ void AskedOperation::begin(AskKind kind, std::string_view askAndArguments) {
     begun_ = true;
     all.key = entry;
     all.needs.clear();
-    all.isIncomplete = false;
+    all.isIncomplete = all.isAhead = false;
     if (kind == AskKind::Provision) return;
     std::string step = stepOf(Step::WholeOperation);
     journal_->intend(step.append(askAndArguments));
@@ -107,6 +109,7 @@ void AskedOperation::end() {
     if (kind_ == AskKind::Remove || rolledBack_) return;
     const bool isNew = journal_->find(entry) == nullptr;
     if (isNew && all.isIncomplete && !all.unclaimed.empty()) all.incomplete.push_back(entry);
+    if (isNew && all.isAhead) all.ahead.push_back(entry);
     Effects needs = effectsOf(entry);
     for (std::string& effect : all.needs) {
         Effects& entries = all.neededBy[effect];
@@ -154,6 +157,10 @@ void noteIncomplete() {
     if (state::journal() != nullptr) asked().isIncomplete = true;
 }
 
+void noteAhead() {
+    if (state::journal() != nullptr) asked().isAhead = true;
+}
+
 // ---- after the file was opened ----
 
 void expectClaims() {
@@ -187,6 +194,20 @@ bool isClaimed(Ask ask) {
     return false;
 }
 
+void forgetNeedsAhead(const std::function<bool(std::string_view effect)>& is) {
+    for (const std::string& entry : std::exchange(asked().ahead, {})) {
+        if (state::journal()->find(entry) == nullptr) continue;
+        state::ByteWriter rest;
+        for (const std::string& effect : effectsOf(entry)) {
+            if (is(effect))
+                forgetNeed(entry, effect);
+            else
+                rest.add(effect);
+        }
+        state::journal()->put(entry, rest.take());
+    }
+}
+
 std::vector<std::string> endClaims() {
     Asked& all = asked();
     std::vector<std::string> again;
@@ -203,6 +224,7 @@ void forgetAsked() {
     asked().neededBy.clear();
     asked().unclaimed.clear();
     asked().incomplete.clear();
+    asked().ahead.clear();
     state::journal()->eraseAll(keyOf(Entry::Asked));
 }
 

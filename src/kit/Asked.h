@@ -103,6 +103,8 @@ void noteLoss(Entry kind, const Parts&... parts) {
 }
 // What was there before kept the running operation from doing all that it does after a boot.
 void noteIncomplete();
+// What was there before, and is not claimed yet, has let the running operation do more than it does after a boot.
+void noteAhead();
 
 // ---- after the file was opened ----
 
@@ -115,6 +117,8 @@ void noteFinished(std::string_view askAndArguments);
 bool isAskedAgain();  // an operation has been claimed
 bool isClaimed(const std::string& effect);
 bool isClaimed(Ask ask);  // one of them at least
+// Operations that were ahead no longer need these.
+void forgetNeedsAhead(const std::function<bool(std::string_view effect)>& is);
 // Forgets what nobody has claimed, and, with what they have done, the operations that were incomplete. These, to be run
 // again, in their order.
 std::vector<std::string> endClaims();

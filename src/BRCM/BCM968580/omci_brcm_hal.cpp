@@ -287,6 +287,7 @@ int VornBrcmHal::vorn_omci_hal_configureAniTagRules(const BridgeServiceProvision
         return kSuccess;
     }
     restart::noteRestoredQueues(*service);
+    restart::noteVeipAhead(*service);
     engine->configureAniTagRules(service);
     return kSuccess;
 }

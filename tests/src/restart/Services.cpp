@@ -44,7 +44,8 @@ nlohmann::json ServicesFixture::serving() {
     for (const auto& port : json["pon"]["gemPorts"])
         kept["ports"][port["portId"].dump()] = {port["allocId"], port["enabled"]};
     for (const auto& object : json["runner"]["objects"]) kept["runner"][object["name"].get<std::string>()] = object;
-    kept["ingressQueue"] = json["runner"]["ingressQueue"];
+    nlohmann::json& ingress = kept["ingressQueue"] = json["runner"]["ingressQueue"];
+    if (ingress.contains("keys")) std::sort(ingress["keys"].begin(), ingress["keys"].end());
     return kept;
 }
 

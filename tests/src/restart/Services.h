@@ -132,8 +132,8 @@ protected:
     static void make(Daemon& daemon, const Calls& calls) {
         for (const Work& call : calls) call(daemon.hal());
     }
-    // GEM indexes and the order of rules in a table go by what was there before: rules name the GEM port, in the order
-    // of their texts. What is left of services that were taken away is settings that serve nobody.
+    // GEM indexes and the order of rules and keys in a table go by what was there before: rules name the GEM port, in
+    // the order of their texts. What is left of services that were taken away is settings that serve nobody.
     static nlohmann::json serving();
     // The board after a boot, of a daemon that never died.
     nlohmann::json neverDied(const Calls& calls);

@@ -311,6 +311,7 @@ int settleState() {
     {
         const state::Operation operation;
         const int multicastServices = multicastServicesAsked();
+        forgetRulesAhead();
         again = kit::endClaims();
         if (const int gone = multicastServices - multicastServicesAsked(); gone > 0)
             engine_maps::countMulticastServices(-gone);

@@ -112,9 +112,11 @@ std::vector<CountedTable> knownTables() {
 }
 
 std::vector<LooseRule> knownLooseRules() {
-    return entriesOf(Entry::LooseRules, [](ByteReader& key, ByteReader&) {
-        return LooseRule{{key.text(), key.u8(), key.u8()}, key.u32()};
-    });
+    return entriesOf(Entry::LooseRules, [](ByteReader& key, ByteReader&) { return looseRule(key); });
+}
+
+LooseRule looseRule(ByteReader& key) {
+    return {{key.text(), key.u8(), key.u8()}, key.u32()};
 }
 
 std::vector<GemPortState> knownGemPorts() {

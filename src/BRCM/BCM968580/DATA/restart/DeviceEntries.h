@@ -39,6 +39,7 @@ std::vector<std::string> knownDevices();
 std::vector<Member> knownMembers();
 std::vector<CountedTable> knownTables();
 std::vector<LooseRule> knownLooseRules();
+LooseRule looseRule(state::ByteReader& key);  // behind the kind of the entry
 std::vector<GemPortState> knownGemPorts();
 std::vector<IpHost> knownIpHosts();
 std::vector<std::uint16_t> knownDscpShortcuts();     // UNI ports

@@ -1,6 +1,7 @@
 #include "BRCM/BCM968580/DATA/restart/Operations.h"
 
 #include <cstring>
+#include <optional>
 #include <utility>
 
 #include "BRCM/BCM968580/DATA/EngineMaps.h"
@@ -12,6 +13,7 @@
 #include "BRCM/BCM968580/DATA/forwarding/Operations.h"
 #include "BRCM/BCM968580/DATA/forwarding/Tconts.h"
 #include "BRCM/BCM968580/DATA/forwarding/Veip.h"
+#include "BRCM/BCM968580/DATA/restart/DeviceEntries.h"
 #include "BRCM/BCM968580/DATA/restart/Restart.h"
 #include "BRCM/BCM968580/DATA/restart/RuleTables.h"
 #include "BRCM/BCM968580/DATA/uni/UniTagging.h"
@@ -95,6 +97,14 @@ std::string without(const std::string& left, const std::string& other) {
 // everything again does not, but that may show late.
 std::string restoredQueues;
 std::string droppedQueues;  // the same, when it has shown
+
+std::optional<LooseRule> looseRuleOfVeip(std::string_view effect) {
+    state::ByteReader key(effect);
+    if (static_cast<kit::Entry>(key.u8()) != kit::Entry::LooseRules) return std::nullopt;
+    LooseRule rule = looseRule(key);
+    if (rule.table.device != kVeipRealDevice) return std::nullopt;
+    return rule;
+}
 
 bool provisionHost(const HostArguments& arguments) {
     engine().iPhost_Stag = arguments.stag;
@@ -198,16 +208,21 @@ void rememberPbits(const BridgeServiceProvisioning& service) {
 // away has taken them along, and one that is new has none.
 void lookForVeip(const BridgeServiceProvisioning& service, const AskedOperation& operation) {
     if (!isMulticast(service) || !kit::isClaimed(Ask::Veip) || !engine().isInterfaceExisted(kVeipDevice)) return;
-    const auto isRuleOfVeip = [](std::string_view effect) {
-        state::ByteReader key(effect);
-        if (static_cast<kit::Entry>(key.u8()) != kit::Entry::LooseRules) return false;
-        kit::RuleTable table;
-        table.device = key.text();
-        table.direction = key.u8();
-        table.tags = key.u8();
-        return table.device == kVeipRealDevice && knownRuleIds(table).count(key.u32()) != 0;
+    const auto isThere = [](std::string_view effect) {
+        const auto rule = looseRuleOfVeip(effect);
+        return rule && knownRuleIds(rule->table).count(rule->id) != 0;
     };
-    if (!operation.needs(isRuleOfVeip)) operation.runAgain();
+    if (!operation.needs(isThere)) operation.runAgain();
+}
+
+void noteVeipAhead(const BridgeServiceProvisioning& service) {
+    if (state::journal() != nullptr && isMulticast(service) && !kit::isClaimed(Ask::Veip) &&
+        engine().isInterfaceExisted(kVeipDevice))
+        kit::noteAhead();
+}
+
+void forgetRulesAhead() {
+    kit::forgetNeedsAhead([](std::string_view effect) { return looseRuleOfVeip(effect).has_value(); });
 }
 
 void takePlaceOfBridge(std::uint16_t bridgeId) {

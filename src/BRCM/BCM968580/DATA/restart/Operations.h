@@ -32,6 +32,10 @@ void enableIfDown(std::uint16_t gemPortId);
 void rememberPbits(const BridgeServiceProvisioning& service);
 // A VEIP that is there now, and was not when a multicast service was made: its rules are to come.
 void lookForVeip(const BridgeServiceProvisioning& service, const kit::AskedOperation& operation);
+// The other way round: a VEIP that was restored, and is not asked for yet, when a multicast service is made. After a
+// boot there would be none: when claims end, the rules on its device go.
+void noteVeipAhead(const BridgeServiceProvisioning& service);
+void forgetRulesAhead();
 // The VEIP has the place of the bridge, which bridges that were asked for before it have brought back.
 void takePlaceOfBridge(std::uint16_t bridgeId);
 
