@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include "BoardIdentity.h"
+#include "commands/CommandLine.h"
 
 namespace vorn_onu {
 
