@@ -16,7 +16,8 @@ struct TContProvisioning {
 // A GEM port with its T-CONT and upstream queue (G.988 9.2.3).
 struct XGEMConfig {
     std::uint16_t tContAllocId;  // alloc-id that is bound to the port's T-CONT; 65535: a downstream-only port
-    // GEM port id on the PON, 0..65535. The driver gives it an index of its own, 0..255: there is room for 256.
+    // GEM port id on the PON, 0..65535, with forwarding by G.988 to 65534. The driver gives it an index of its
+    // own, 0..255: there is room for 256.
     std::uint16_t xgemPortId;
     std::uint16_t upstreamQueue;  // queue on the T-CONT, 0..7; above, no queue is set
     std::uint16_t qosArg;         // carried, not used

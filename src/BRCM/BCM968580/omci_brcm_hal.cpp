@@ -123,7 +123,10 @@ int VornBrcmHal::vorn_omci_hal_port_enable_get(unsigned int port, unsigned int* 
 int VornBrcmHal::vorn_omci_hal_provisionIpHost(const IpHostProvision* host) {
     if (engine == nullptr || host == nullptr) return refused("provisionIpHost", host);
     AskedOperation operation(Ask::IpHost, AskKind::ProvisionWhole, restart::HostArguments{*host, engine->iPhost_Stag});
-    if (operation.isDone()) return kSuccess;
+    if (operation.isDone()) {
+        if (host->useSharedBridge != 0) restart::takePlaceOfBridge(host->bridgeId);
+        return kSuccess;
+    }
     if (forwarding::isG988()) return resultOf(operation, forwarding::addIpHost(*engine, *host));
     if (host->dhcpEnabled != 0) {
         engine->provisionIpHostDynamic(host);
@@ -333,7 +336,7 @@ int VornBrcmHal::vorn_omci_hal_veip_createRules(unsigned short gemPort, unsigned
     const forwarding::VeipService veip{gemPort, bridgeId, filterType, numberOfEntries, filterList, trafficType};
     if (operation.isDone()) {
         if (forwarding::isG988()) return resultOf(forwarding::claimVeip(*engine, veip, isFirst));
-        if (isFirst) restart::takePlaceOfBridge(bridgeId);
+        if (isFirst) restart::veipTakesPlaceOfBridge(bridgeId);
         return kSuccess;
     }
     std::printf("Inside BRCM-HAL, calling VEIP creation");

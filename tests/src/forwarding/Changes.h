@@ -126,7 +126,7 @@ inline IpHostProvision hostRecord(HostKind kind, std::uint8_t number = 6) {
     host.macAddress = kHostMacs + std::to_string(number);
     host.ipAddress = "10.0.0." + std::to_string(number);
     host.subnetMask = "255.255.255.0";
-    host.gateway = "10.0.0.1";
+    host.gateway = "10.0.0.10" + std::to_string(number);
     host.dhcpEnabled = kind == HostKind::Static ? 0 : 1;
     host.useSharedBridge = kind == HostKind::Shared ? 1 : 0;
     return host;
@@ -176,6 +176,10 @@ inline const std::vector<Change>& changes() {
         {"AHost",
          {bridge(5), host(hostRecord(HostKind::Static))},
          {noHost(hostRecord(HostKind::Static)), noPonSide(ponPort(1005, "", 5))}},
+        {"TwoHosts",
+         {bridge(5), host(hostRecord(HostKind::Static, 7)), host(hostRecord(HostKind::Static))},
+         {noHost(hostRecord(HostKind::Static)), noHost(hostRecord(HostKind::Static, 7)),
+          noPonSide(ponPort(1005, "", 5))}},
         {"AHostByDhcp",
          {bridge(5), host(hostRecord(HostKind::Dhcp))},
          {noHost(hostRecord(HostKind::Dhcp)), noPonSide(ponPort(1005, "", 5))}},

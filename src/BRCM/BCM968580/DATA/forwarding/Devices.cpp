@@ -5,6 +5,7 @@
 #include "BRCM/BCM968580/DATA/EngineMaps.h"
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
+#include "BRCM/BCM968580/DATA/forwarding/IpHost.h"
 #include "device/NetworkInterface.h"
 #include "hal/Text.h"
 #include "kit/Devices.h"
@@ -119,7 +120,9 @@ std::string restorePonDevices(EtherSwitchBcm380& engine, std::uint16_t bridgeId,
     for (const DeviceName* device : {&bridge, &ani, &vlan})
         if ((hadBridge || device != &bridge) && !kit::bringUp(device->get())) return device->get();
     const bool isOnBridge = bridgeId != 0;  // bridge 0 is the gateway's
-    if (!hadBridge && wasLost && isOnBridge) return std::string(vlan.get()) + " on the bridge that it was on";
+    if (!hadBridge && wasLost && isOnBridge &&
+        (!isOnSharedBridge(bridgeId) || kit::addBridgePort(kSharedBridge, vlan.get()) != 0))
+        return std::string(vlan.get()) + " on the bridge that it was on";
     if (hadBridge && isOnBridge && !isMember(bridgeId, vlan)) return std::string(vlan.get()) + " on its bridge";
     for (const auto& [number, port] : services().tables().uniPorts)
         if (port.bridges.count(bridgeId) != 0 && !createFlows(static_cast<std::uint16_t>(number + 1), bridgeId))

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "BRCM/BCM968580/DATA/forwarding/Rollback.h"
+#include "hal/BridgeRecords.h"
 #include "kit/Asked.h"
 #include "kit/Devices.h"
 #include "kit/GemPorts.h"
@@ -111,6 +112,8 @@ private:
 }  // namespace
 
 bool addGemPort(const XGEMConfig& record) {
+    if (record.xgemPortId == vorn_tagging::kNoGemPort)  // a p-bit that has it has none
+        return isDone("gemflow_add", {false, "a GEM port has no id 65535"});
     const state::Operation operation;
     GemPortToAdd port(record);
     const std::string problem = port.make();

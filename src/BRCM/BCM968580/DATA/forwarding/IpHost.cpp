@@ -25,19 +25,63 @@ namespace {
 
 constexpr std::uint32_t kHostTables = 3;  // for untagged, single-tagged and double-tagged frames
 
+constexpr const char* kRouteOfAnother = "the default route of another host";
 constexpr const char* kNotSaid = "the kernel does not say whether there is such a host";
 
-// What all hosts share, as this process has set it. Never destroyed.
-struct DefaultRoute {
-    std::string gateway, device;
+// The hosts, the last one to be provisioned at the end: the default route, the routed MAC address and that of a bridge
+// are of the last one that has them. Never destroyed.
+struct KnownHost : IpHostProvision {
+    bool isRestored;  // from the state file, which does not tell the order
 };
-struct Shared {
-    DefaultRoute route;
-    std::string routedMac;
-};
-Shared& shared() {
-    static auto& one = *new Shared;
-    return one;
+using Hosts = std::vector<KnownHost>;
+Hosts& hosts() {
+    static auto& all = *new Hosts;
+    return all;
+}
+
+bool isSame(const IpHostProvision& one, const IpHostProvision& other) {
+    return one.bridgeId == other.bridgeId && one.uniPort == other.uniPort;
+}
+
+bool isStatic(const IpHostProvision& host) {
+    return host.dhcpEnabled == 0 && host.useSharedBridge == 0;
+}
+
+bool hasRoute(const IpHostProvision& host) {
+    return isStatic(host) && !host.gateway.empty() && host.gateway != "0.0.0.0";
+}
+
+// nullptr: there is none.
+template <typename Is>
+const KnownHost* latestHost(Is is) {
+    const auto host = std::find_if(hosts().rbegin(), hosts().rend(), is);
+    return host == hosts().rend() ? nullptr : &*host;
+}
+
+bool isAny(const IpHostProvision& /*host*/) {
+    return true;
+}
+
+auto isOnBridge(std::uint16_t bridgeId) {
+    return [=](const IpHostProvision& host) { return host.useSharedBridge == 0 && host.bridgeId == bridgeId; };
+}
+
+DeviceName deviceOf(const IpHostProvision& host) {
+    return kit::ipHostName(host.bridgeId, host.uniPort);
+}
+
+void forgetRecord(const IpHostProvision& record) {
+    hosts().erase(std::remove_if(hosts().begin(), hosts().end(), [&](const auto& one) { return isSame(one, record); }),
+                  hosts().end());
+}
+
+// One that went with its bridge is not.
+bool isThere(const IpHostProvision& host) {
+    return host.useSharedBridge != 0 || !isGone(deviceOf(host));
+}
+
+bool setRouteOf(const IpHostProvision& host) {
+    return IpHostCommands().replaceDefaultRoute(host.gateway.c_str(), deviceOf(host).get());
 }
 
 // "" where the kernel does not tell.
@@ -67,14 +111,16 @@ public:
     void undo(Rollback& rollback) const;
     // Likewise.
     std::string remove();
+    // Default route, routed MAC address and those of the bridge, to hosts that stay.
+    std::string passOn();
     void restore(Rollback& rollback);
 
 private:
     bool isShared() const { return record_.useSharedBridge != 0; }
-    bool isStatic() const { return record_.dhcpEnabled == 0; }
-    bool hasGateway() const { return !record_.gateway.empty() && record_.gateway != "0.0.0.0"; }
     // Not the board's own, which all hosts have.
     bool hasOwnMac() const { return mac_ == record_.macAddress; }
+    const std::string& macOfHost(const IpHostProvision& host) const { return hasOwnMac() ? host.macAddress : mac_; }
+    bool isOfAnother(const IpHostProvision* host) const { return host != nullptr && !isSame(*host, record_); }
     std::string make();
     std::string takeAway();
     std::string makeDevice();
@@ -84,8 +130,13 @@ private:
     std::string joinSharedBridge();
     std::string setAddresses();
     bool setMac(const DeviceName& device);
-    bool isBridgeOfAnother() const;
+    // Who has what this host took over as the latest one of which `is` says so, when it goes; nullptr: nobody.
+    template <typename Is>
+    const KnownHost* heir(Is is) const;
+    bool mayHaveBeenLatest() const;
+    bool setMacsOf(const IpHostProvision& heir);
     bool giveMacsBack();
+    bool isBridgeOfAnother() const;
     bool setDefaultRoute();
 
     EtherSwitchBcm380& engine_;
@@ -119,13 +170,15 @@ std::string Host::add() {
     if (problem.empty()) problem = routeToCpu();
     if (!problem.empty()) return problem;
     if (!isThere_) engine_maps::countIpHosts(1);
-    if (isStatic() && !isShared()) announceHost(engine_, device_.get(), record_, mac_.c_str());
+    forgetRecord(record_);
+    hosts().push_back({record_, false});
+    if (isStatic(record_)) announceHost(engine_, device_.get(), record_, mac_.c_str());
     return "";
 }
 
 // What is there already is made again where that changes nothing.
 std::string Host::make() {
-    noteHost(record_, !isStatic());
+    noteHost(record_, record_.dhcpEnabled != 0);
     undo_.add([this](Rollback&) { forgetHost(record_); });
     std::string problem;
     if (!isShared()) problem = makeDevice();
@@ -175,11 +228,9 @@ std::string Host::routeToCpu() {
     if (isOnly_ && !addFlow()) return "the runner's flow to the CPU";
     if (!commands.setRoutedMac(mac_.c_str())) return "the routed MAC address";
     if (!isOnly_ && !addFlow()) {
-        const std::string& before = shared().routedMac;
-        if (!before.empty()) commands.setRoutedMac(before.c_str());
+        if (const auto* const before = latestHost(isAny)) commands.setRoutedMac(macOfHost(*before).c_str());
         return "the runner's flow to the CPU";
     }
-    shared().routedMac = mac_;
     return "";
 }
 
@@ -218,7 +269,7 @@ std::string Host::joinSharedBridge() {
 }
 
 bool Host::setMac(const DeviceName& device) {
-    if (restores_ && isBridgeOfAnother()) return true;  // the other one's may be in force
+    if (restores_ && isOfAnother(latestHost(isOnBridge(record_.bridgeId)))) return true;
     undo_.add([&device, before = macOf(device)](Rollback& rollback) {
         if (!before.empty() && !IpHostCommands().upWithMac(device.get(), before.c_str()))
             rollback.cannotRestore(std::string("the MAC address of ") + device.get());
@@ -230,7 +281,7 @@ std::string Host::setAddresses() {
     IpHostCommands commands;
     const std::string address = std::string("the addresses of ") + device_.get();
     if (!setMac(bridge_)) return address;
-    if (!isStatic()) {
+    if (!isStatic(record_)) {
         if (!commands.upWithMtu(device_.get(), mac_.c_str())) return address;
         if (!isNew_ && !endsClient_) return "";
         undo_.add([this](Rollback& rollback) {
@@ -247,21 +298,16 @@ std::string Host::setAddresses() {
         if (!back.deleteRoutingRule(ip) && back.hasRoutingRule(ip)) rollback.stays("the routing rule");
     });
     if (!commands.addRoutingRule(ip)) return "the routing rule";
-    const bool isOfAnother = !shared().route.device.empty() && shared().route.device != device_.get();
-    if (!hasGateway() || (restores_ && isOfAnother)) return "";
+    if (!hasRoute(record_) || (restores_ && isOfAnother(latestHost(hasRoute)))) return "";
     return setDefaultRoute() ? "" : "the default route";
 }
 
 bool Host::setDefaultRoute() {
-    if (!IpHostCommands().replaceDefaultRoute(record_.gateway.c_str(), device_.get())) return false;
-    undo_.add([this, before = shared().route](Rollback& rollback) {
-        shared().route = before;
-        const bool isBack = before.device.empty()
-                                ? isOnly_
-                                : IpHostCommands().replaceDefaultRoute(before.gateway.c_str(), before.device.c_str());
-        if (!isBack) rollback.cannotRestore("the default route of another host");
+    if (!setRouteOf(record_)) return false;
+    undo_.add([this](Rollback& rollback) {
+        const auto* const before = latestHost([](const auto& host) { return hasRoute(host) && isThere(host); });
+        if (before == nullptr ? !isOnly_ : !setRouteOf(*before)) rollback.cannotRestore(kRouteOfAnother);
     });
-    shared().route = {record_.gateway, device_.get()};
     return true;
 }
 
@@ -274,9 +320,10 @@ void Host::undo(Rollback& rollback) const {
 
 std::string Host::remove() {
     isOnly_ = EtherSwitchBcm380::numServices < 2;
-    const std::string problem = takeAway();
+    std::string problem = passOn();
+    if (problem.empty()) problem = takeAway();
     if (!problem.empty()) return problem;
-    if (shared().route.device == device_.get()) shared().route = {};
+    forgetRecord(record_);
     if (EtherSwitchBcm380::numServices > 0) engine_maps::countIpHosts(-1);
     dissociateUni(record_.uniPort, record_.bridgeId);
     forgetHost(record_);
@@ -289,6 +336,34 @@ bool Host::isBridgeOfAnother() const {
     return std::any_of(rules.begin(), rules.end(), [&](const auto& entry) {
         return entry.first.ifName == std::string(bridge_.get()) && entry.first.phyId != record_.uniPort;
     });
+}
+
+bool Host::mayHaveBeenLatest() const {
+    const auto* const known = latestHost([this](const auto& host) { return isSame(host, record_); });
+    return known != nullptr && known->isRestored && hosts().back().isRestored;
+}
+
+template <typename Is>
+const KnownHost* Host::heir(Is is) const {
+    const auto* const latest = latestHost(is);
+    if (latest == nullptr || (!isSame(*latest, record_) && !mayHaveBeenLatest())) return nullptr;
+    return latestHost([&](const auto& host) { return is(host) && !isSame(host, record_) && isThere(host); });
+}
+
+std::string Host::passOn() {
+    if (const auto* const next = heir(hasRoute); next != nullptr && !setRouteOf(*next)) return kRouteOfAnother;
+    if (!hasOwnMac()) return "";  // all have the board's
+    const auto* const next = heir(isAny);
+    if (next != nullptr && !IpHostCommands().setRoutedMac(next->macAddress.c_str())) return "the routed MAC address";
+    const auto* const neighbour = heir(isOnBridge(record_.bridgeId));
+    return neighbour == nullptr || setMacsOf(*neighbour) ? "" : "the MAC address of its bridge";
+}
+
+bool Host::setMacsOf(const IpHostProvision& heir) {
+    const auto set = [&](const DeviceName& device) {
+        return IpHostCommands().upWithMac(device.get(), heir.macAddress.c_str());
+    };
+    return set(bridge_) && (!isStatic(heir) || set(aniVlan_));
 }
 
 // With the last host on it the bridge and its PON side get the MAC address of the device under them.
@@ -307,7 +382,7 @@ std::string Host::takeAway() {
     if (!commands.killDhcpClient(device_.get())) return "the DHCP client";
     endsClient_ = true;
     const char* const address = record_.ipAddress.c_str();
-    const bool hasRule = isStatic() && !isShared() && *address != '\0';
+    const bool hasRule = isStatic(record_) && *address != '\0';
     if (hasRule && !commands.deleteRoutingRule(address) && commands.hasRoutingRule(address)) return "the routing rule";
     if ((isOnly_ || hasOwnMac()) && !commands.removeKey(mac_.c_str())) return "its key of the ingress queue";
     if (isOnly_) {
@@ -329,6 +404,8 @@ void Host::restore(Rollback& rollback) {
     std::string lost = make();
     // The flow has gone with the class.
     if (lost.empty() && isOnly_ && !IpHostCommands().addHostFlow(mac_.c_str())) lost = "the runner's flow to the CPU";
+    if (hasOwnMac() && heir(isAny) != nullptr && !IpHostCommands().setRoutedMac(mac_.c_str()))
+        rollback.cannotRestore("the routed MAC address");
     rollback.cannotRestore(lost);
 }
 
@@ -369,6 +446,29 @@ bool removeIpHost(EtherSwitchBcm380& engine, const IpHostProvision& record) {
     Rollback rollback(problem + " cannot be removed");
     host.restore(rollback);
     return rollback.report(kOperation);
+}
+
+void restoreHost(const IpHostProvision& record) {
+    hosts().push_back({record, true});
+}
+
+void passOnFrom(EtherSwitchBcm380& engine, std::uint16_t bridgeId, std::uint16_t uniPort) {
+    const auto* const known =
+        latestHost([&](const auto& host) { return host.bridgeId == bridgeId && host.uniPort == uniPort; });
+    if (known == nullptr) return;
+    const IpHostProvision record = *known;
+    std::string mac;
+    if (isSafe("deprovisionIpHost", record, &mac)) Host(engine, record, mac).passOn();
+    forgetRecord(record);
+}
+
+void forgetHosts() {
+    hosts().clear();
+}
+
+bool isOnSharedBridge(std::uint16_t bridgeId) {
+    return latestHost([=](const auto& host) { return host.useSharedBridge != 0 && host.bridgeId == bridgeId; }) !=
+           nullptr;
 }
 
 }  // namespace forwarding

@@ -12,6 +12,7 @@
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "BRCM/BCM968580/DATA/EtherSwitchBcm380.h"
 #include "BRCM/BCM968580/DATA/RuleMap.h"
+#include "BRCM/BCM968580/DATA/forwarding/IpHost.h"
 #include "BRCM/BCM968580/DATA/gateway/ServiceMap.h"
 #include "BRCM/BCM968580/DATA/iphost/IpHostCommands.h"
 #include "BRCM/BCM968580/DATA/restart/Compare.h"
@@ -234,7 +235,10 @@ void removeHosts(Removal& removal) {
                                     host.bridgeId, host.uniPort));
             continue;
         }
-        if (!removal.takesAll()) engine_maps::countIpHosts(-1);
+        if (!removal.takesAll()) {
+            forwarding::passOnFrom(engine(), host.bridgeId, host.uniPort);
+            engine_maps::countIpHosts(-1);
+        }
         kit::noteMark(false, kit::Entry::IpHosts, host.bridgeId, host.uniPort);
     }
 }
@@ -297,6 +301,7 @@ int cleanDevice() {
     removeFromDevice(removal);
     forgetServices();
     engine_maps::clear();
+    forwarding::forgetHosts();
     kit::forgetAsked();
     return removal.refusedCount();
 }

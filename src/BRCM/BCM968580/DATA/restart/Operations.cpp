@@ -37,6 +37,15 @@ bool isRecord(state::ByteReader& bytes) {
     return bytes.done();
 }
 
+template <typename Record, typename Visit>
+void forEachAsked(Ask ask, Visit visit) {
+    const std::string prefix = kit::keyOf(kit::Entry::Asked, static_cast<std::uint8_t>(ask));
+    for (const auto& entry : state::journal()->current(prefix)) {
+        state::ByteReader arguments(std::string_view(entry.first).substr(prefix.size()));
+        visit(recordFrom<Record>(arguments));
+    }
+}
+
 bool changeRow(UniDataProvisioning row) {
     const AskedOperation operation(Ask::UniRow, kindOf(row), row);
     if (forwarding::isG988()) return forwarding::removeUni(engine(), row.uniPort, row.bridgeId);
@@ -227,18 +236,23 @@ void forgetRulesAhead() {
 
 void takePlaceOfBridge(std::uint16_t bridgeId) {
     const kit::Replacement replacement;
-    if (engine().isInterfaceExisted(kVeipDevice) && engine().isInterfaceExisted(kit::bridgeName(bridgeId).get()))
-        engine().deleteBridgeInterface(bridgeId);
+    if (engine().isInterfaceExisted(kit::bridgeName(bridgeId).get())) engine().deleteBridgeInterface(bridgeId);
+}
+
+void veipTakesPlaceOfBridge(std::uint16_t bridgeId) {
+    if (engine().isInterfaceExisted(kVeipDevice)) takePlaceOfBridge(bridgeId);
 }
 
 int multicastServicesAsked() {
     int count = 0;
-    const std::string prefix = kit::keyOf(kit::Entry::Asked, static_cast<std::uint8_t>(Ask::PonRules));
-    for (const auto& entry : state::journal()->current(prefix)) {
-        state::ByteReader arguments(std::string_view(entry.first).substr(prefix.size()));
-        count += isMulticast(recordFrom<PonRulesArguments>(arguments).service) ? 1 : 0;
-    }
+    forEachAsked<PonRulesArguments>(Ask::PonRules,
+                                    [&](const auto& asked) { count += isMulticast(asked.service) ? 1 : 0; });
     return count;
+}
+
+void restoreHosts() {
+    if (!forwarding::isG988()) return;
+    forEachAsked<HostArguments>(Ask::IpHost, [](const auto& asked) { forwarding::restoreHost(asked.host); });
 }
 
 bool isOperation(state::ByteReader& bytes) {

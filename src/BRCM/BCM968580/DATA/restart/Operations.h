@@ -36,11 +36,14 @@ void lookForVeip(const BridgeServiceProvisioning& service, const kit::AskedOpera
 // boot there would be none: when claims end, the rules on its device go.
 void noteVeipAhead(const BridgeServiceProvisioning& service);
 void forgetRulesAhead();
-// The VEIP has the place of the bridge, which bridges that were asked for before it have brought back.
+// The VEIP, or the shared bridge of management hosts, has the place of the bridge, which an operation that was asked
+// for before has brought back.
+void veipTakesPlaceOfBridge(std::uint16_t bridgeId);
 void takePlaceOfBridge(std::uint16_t bridgeId);
 
 // ---- operations as they are noted: their number and arguments ----
 
+void restoreHosts();           // for forwarding by G.988, which looks at all of them
 int multicastServicesAsked();  // by the daemon's latest life, or restored and not yet given up
 bool isOperation(state::ByteReader& bytes);
 bool isRemoval(std::string_view askAndArguments);

@@ -141,6 +141,7 @@ int openState(const char* path) {
         if (restores) {
             kit::expectClaims();
             expectLeftQueues();
+            restoreHosts();
             settleUnfinished(unfinished);
             compareWithDevice();
             if (const std::string whole = wholeOperationOf(unfinished); !whole.empty())
