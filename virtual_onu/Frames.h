@@ -2,6 +2,7 @@
 #ifndef VIRTUAL_ONU_FRAMES_H
 #define VIRTUAL_ONU_FRAMES_H
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -32,7 +33,14 @@ struct VIRTUAL_ONU_API GroupMessage {
     Kind kind = Kind::Report;
     std::string group;               // "239.1.2.3", "ff15::1"; "" for a general query
     unsigned maxResponseMs = 10000;  // of a query
+    // A report of IGMPv3 or MLDv2 tells of several groups: of the others, as they come. Frame::bytes() leaves them out.
+    struct Record {
+        Kind kind = Kind::Report;
+        std::array<std::uint8_t, 16> group{};  // IPv4 has four octets, the others are 0
+    };
+    std::vector<Record> more{};
     bool operator==(const GroupMessage& other) const;
+    std::string text() const;  // "query", "leave 239.1.2.3, report 239.1.2.4"
 };
 
 struct VIRTUAL_ONU_API Frame {

@@ -4,6 +4,7 @@
 
 #include "DeviceTexts.h"
 #include "Frames.h"
+#include "frames/Packet.h"
 
 namespace virtual_onu {
 
@@ -26,6 +27,11 @@ std::string typeName(std::uint16_t type) {
     return found != kTypeNames.end() ? found->name : "type " + network::hex16(type);
 }
 
+const char* kindName(GroupMessage::Kind kind) {
+    if (kind == GroupMessage::Kind::Query) return "query";
+    return kind == GroupMessage::Kind::Report ? "report" : "leave";
+}
+
 }  // namespace
 
 bool VlanTag::operator==(const VlanTag& other) const {
@@ -46,7 +52,19 @@ bool Frame::operator==(const Frame& other) const {
 }
 
 bool GroupMessage::operator==(const GroupMessage& other) const {
-    return kind == other.kind && group == other.group && maxResponseMs == other.maxResponseMs;
+    const auto same = [](const Record& one, const Record& two) {
+        return one.kind == two.kind && one.group == two.group;
+    };
+    return kind == other.kind && group == other.group && maxResponseMs == other.maxResponseMs &&
+           std::equal(more.begin(), more.end(), other.more.begin(), other.more.end(), same);
+}
+
+std::string GroupMessage::text() const {
+    std::string text = kindName(kind);
+    if (!group.empty()) text += " " + group;
+    for (const Record& record : more)
+        text += std::string(", ") + kindName(record.kind) + " " + datapath::textOf(record.group);
+    return text;
 }
 
 std::string Frame::text() const {
@@ -55,13 +73,7 @@ std::string Frame::text() const {
     if (tags.empty()) text = "untagged ";
     text += typeName(etherType);
     if (ipProtocol) text += *ipProtocol == 2 ? " IGMP" : " protocol " + std::to_string(*ipProtocol);
-    if (groupMessage) {
-        const GroupMessage::Kind kind = groupMessage->kind;
-        text += kind == GroupMessage::Kind::Query    ? " query"
-                : kind == GroupMessage::Kind::Report ? " report"
-                                                     : " leave";
-        if (!groupMessage->group.empty()) text += " " + groupMessage->group;
-    }
+    if (groupMessage) text += " " + groupMessage->text();
     if (dscp != 0) text += " DSCP " + std::to_string(dscp);
     if (payloadSize != 0) text += ", " + std::to_string(payloadSize) + " octets";
     return text;

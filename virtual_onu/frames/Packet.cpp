@@ -86,6 +86,13 @@ IpAddress ipAddress(const std::uint8_t* octets, bool ipv6) {
     return address;
 }
 
+std::string textOf(const IpAddress& group) {
+    std::array<char, INET6_ADDRSTRLEN> text{};
+    const bool ipv6 = group[0] == 0xFF;
+    inet_ntop(ipv6 ? AF_INET6 : AF_INET, group.data(), text.data(), text.size());
+    return text.data();
+}
+
 Multicast::Kind kindOf(GroupMessage::Kind message) {
     if (message == GroupMessage::Kind::Query) return Multicast::Kind::Query;
     return message == GroupMessage::Kind::Report ? Multicast::Kind::Report : Multicast::Kind::Leave;
@@ -104,6 +111,7 @@ Multicast multicastOf(const Frame& frame, Mac destination) {
         if (inet_pton(ipv6 ? AF_INET6 : AF_INET, message.group.c_str(), address.data()) == 1)
             result.group = groupMac(address.data(), ipv6);
         result.maxResponseMs = message.maxResponseMs;
+        result.more = &message.more;
     } else if (frame.ipProtocol != (result.ipv6 ? kIcmpv6 : kIgmp)) {  // a message without a content is anything
         result.kind = Multicast::Kind::Data;
         result.group = destination;

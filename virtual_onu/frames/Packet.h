@@ -22,6 +22,7 @@ std::string textOf(Mac mac);
 // The octets of an IP address; IPv4 has four, the others are 0.
 using IpAddress = std::array<std::uint8_t, 16>;
 IpAddress ipAddress(const std::uint8_t* octets, bool ipv6);
+std::string textOf(const IpAddress& group);
 Mac groupMac(const std::uint8_t* ipGroup, bool ipv6);  // 0 for an address that is none
 Mac macOf(const std::string& text);                    // 0 for a text that is no MAC address
 
@@ -46,7 +47,8 @@ struct Multicast {
     bool ipv6 = false;
     Mac group = 0;  // 0 in a general query
     std::uint32_t maxResponseMs = 0;
-    IpAddress ipGroup{};  // in a message, as it names the group
+    IpAddress ipGroup{};                                      // in a message, as it names the group
+    const std::vector<GroupMessage::Record>* more = nullptr;  // of the frame that the packet was made of
 };
 Multicast::Kind kindOf(GroupMessage::Kind message);
 

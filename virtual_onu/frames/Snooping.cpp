@@ -27,11 +27,25 @@ bool isPending(const std::map<int, std::uint64_t>& ports, int port, std::uint64_
 }  // namespace
 
 void Snooping::take(const Multicast& message, int port, std::uint64_t nowMs) {
+    hear(message, port, nowMs);
+    bool joins = message.kind == Multicast::Kind::Report;
+    if (message.more != nullptr)
+        for (const GroupMessage::Record& record : *message.more) {
+            Multicast one = message;
+            one.kind = kindOf(record.kind);
+            one.group = groupMac(record.group.data(), message.ipv6);
+            one.ipGroup = record.group;
+            hear(one, port, nowMs);
+            joins |= one.kind == Multicast::Kind::Report;
+        }
+    if (joins) ++joins_[port];
+}
+
+void Snooping::hear(const Multicast& message, int port, std::uint64_t nowMs) {
     switch (message.kind) {
         case Multicast::Kind::Query:
             return hearQuery(message, port, nowMs);
         case Multicast::Kind::Report:
-            ++joins_[port];
             if (message.group == 0 || goesEverywhere(message, message.group)) return;
             members_[message.group][port] = nowMs + kMembershipMs;
             join(message, port, nowMs);

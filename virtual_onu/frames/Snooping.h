@@ -61,6 +61,7 @@ private:
         std::uint64_t untilMs = 0;
     };
 
+    void hear(const Multicast& message, int port, std::uint64_t nowMs);  // of one group
     void hearQuery(const Multicast& query, int port, std::uint64_t nowMs);
     void join(const Multicast& report, int port, std::uint64_t nowMs);
     void hearLeave(const Multicast& leave, int port, std::uint64_t nowMs);

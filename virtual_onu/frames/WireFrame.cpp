@@ -28,6 +28,7 @@ GroupMessage messageOf(const WireGroup& group, bool ipv6) {
     GroupMessage message;
     message.kind = group.kind;
     message.maxResponseMs = group.maxResponseMs;
+    message.more = group.more;
     std::array<char, INET6_ADDRSTRLEN> text{};
     if (group.address != nullptr &&
         inet_ntop(ipv6 ? AF_INET6 : AF_INET, group.address, text.data(), text.size()) != nullptr)

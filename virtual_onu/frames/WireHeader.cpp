@@ -19,23 +19,36 @@ struct Octets {
     std::uint16_t u16(std::size_t place) const { return static_cast<std::uint16_t>(u8(place) << 8 | u8(place + 1)); }
 };
 
-// Reports of IGMPv3 and MLDv2 have records, each of a group; a bridge learns from the first. One that takes frames of
-// no source any more leaves.
-constexpr std::size_t kFirstRecord = 8, kRecordGroup = 4;
-GroupMessage::Kind kindOfRecord(const Octets& message) {
-    constexpr std::uint8_t kIsInclude = 1, kToInclude = 3;
-    const std::uint8_t type = message.u8(kFirstRecord);
-    const bool noSources = message.u16(kFirstRecord + 2) == 0;
-    return noSources && (type == kIsInclude || type == kToInclude) ? GroupMessage::Kind::Leave
-                                                                   : GroupMessage::Kind::Report;
+// Reports of IGMPv3 and MLDv2 have records, each of a group, of sources behind it and of auxiliary words. A bridge
+// learns from all that are whole. One that takes frames of no source any more leaves.
+std::optional<WireGroup> readRecords(const Octets& message, bool ipv6) {
+    constexpr std::size_t kFirstRecord = 8, kRecordGroup = 4, kAuxiliaryWord = 4;
+    constexpr std::uint8_t kIsInclude = 1, kToInclude = 3, kLastType = 6;
+    const std::size_t address = ipv6 ? 16 : 4;
+    std::optional<WireGroup> found;
+    std::size_t at = kFirstRecord;
+    for (std::size_t left = message.u16(6); left > 0; --left) {
+        const std::size_t from = at, sources = message.u16(from + 2);
+        at += kRecordGroup + address * (1 + sources) + kAuxiliaryWord * message.u8(from + 1);
+        if (at > message.size) break;
+        const std::uint8_t type = message.u8(from);
+        const std::uint8_t* group = message.at + from + kRecordGroup;
+        if (type == 0 || type > kLastType || groupMac(group, ipv6) == 0) continue;
+        const bool leaves = sources == 0 && (type == kIsInclude || type == kToInclude);
+        const auto kind = leaves ? GroupMessage::Kind::Leave : GroupMessage::Kind::Report;
+        if (found)
+            found->more.push_back({kind, ipAddress(group, ipv6)});
+        else
+            found = WireGroup{kind, group};
+    }
+    return found;
 }
 
 void readIgmp(const Octets& message, WireHeader& made) {
-    constexpr std::size_t kShortest = 8;
+    constexpr std::size_t kShortest = 8, kGroup = 4;
     if (message.size < kShortest) return;
     const std::uint8_t type = message.u8(0);
     WireGroup found;
-    std::size_t group = 4;
     if (type == 0x11) {
         found.kind = GroupMessage::Kind::Query;
         found.maxResponseMs = message.u8(1) == 0 ? 10000u : message.u8(1) * 100u;
@@ -43,21 +56,19 @@ void readIgmp(const Octets& message, WireHeader& made) {
         found.kind = GroupMessage::Kind::Report;
     } else if (type == 0x17) {
         found.kind = GroupMessage::Kind::Leave;
-    } else if (type == 0x22 && message.u16(6) > 0 && message.size >= kFirstRecord + kRecordGroup + 4) {
-        found.kind = kindOfRecord(message);
-        group = kFirstRecord + kRecordGroup;
     } else {
+        if (type == 0x22) made.group = readRecords(message, false);
         return;
     }
-    if (message.u8(group) != 0) found.address = message.at + group;
+    if (message.u8(kGroup) != 0) found.address = message.at + kGroup;
     made.group = found;
 }
 
 void readMld(const Octets& message, WireHeader& made) {
     constexpr std::size_t kShortest = 24, kGroup = 8;
+    if (message.size < kShortest) return;
     const std::uint8_t type = message.u8(0);
     WireGroup found;
-    std::size_t group = kGroup;
     if (type == 130) {
         found.kind = GroupMessage::Kind::Query;
         found.maxResponseMs = message.u16(4);
@@ -65,14 +76,11 @@ void readMld(const Octets& message, WireHeader& made) {
         found.kind = GroupMessage::Kind::Report;
     } else if (type == 132) {
         found.kind = GroupMessage::Kind::Leave;
-    } else if (type == 143 && message.u16(6) > 0) {
-        found.kind = kindOfRecord(message);
-        group = kFirstRecord + kRecordGroup;
     } else {
+        if (type == 143) made.group = readRecords(message, true);
         return;
     }
-    if (message.size < std::max(kShortest, group + 16)) return;
-    if (message.u8(group) != 0) found.address = message.at + group;
+    if (message.u8(kGroup) != 0) found.address = message.at + kGroup;
     made.group = found;
 }
 
@@ -151,6 +159,7 @@ Packet packetOf(const WireHeader& header) {
             multicast.ipGroup = ipAddress(header.group->address, multicast.ipv6);
         }
         multicast.maxResponseMs = header.group->maxResponseMs;
+        multicast.more = &header.group->more;
     } else if (packet.ipProtocol != (multicast.ipv6 ? kIcmpv6 : kIgmp)) {
         multicast.kind = Multicast::Kind::Data;
         multicast.group = packet.destination;

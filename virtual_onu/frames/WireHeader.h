@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "frames/Packet.h"
 
@@ -17,6 +18,7 @@ struct WireGroup {
     GroupMessage::Kind kind = GroupMessage::Kind::Report;
     const std::uint8_t* address = nullptr;  // of the group, in the frame's bytes; null for none
     std::uint32_t maxResponseMs = 10000;    // of a query
+    std::vector<GroupMessage::Record> more{};
 };
 
 struct WireHeader {

@@ -48,13 +48,17 @@ TEST(Omci, ACallNamesTheMessagesBehindItAndTheRecordedScenarioMakesTheSameDevice
     const auto json = nlohmann::json::parse(played.output);
     std::vector<std::size_t> causes;
     for (const auto& message : json.at("messages"))
-        for (const auto& call : message.at("calls"))
+        for (const auto& call : message.at("calls")) {
+            EXPECT_FALSE(has(call.at("effects"), "message")) << "the gateway's listener belongs to the start: " << call;
             if (call.at("call").at("call") == "vorn_omci_hal_gemflow_add")
                 causes = call.at("messages").get<std::vector<std::size_t>>();
+        }
     EXPECT_EQ(causes, (std::vector<std::size_t>{3, 6}));
     const auto again = runTool({"run", record, "--json", "-"});  // by G.988, as the file says
     ASSERT_EQ(again.code, 0) << again.output;
-    const auto device = nlohmann::json::parse(again.output).at("device");
+    const auto scenario = nlohmann::json::parse(again.output), device = scenario.at("device");
+    for (const auto& step : scenario.at("steps"))
+        EXPECT_EQ(has(step.at("effects"), "message"), step.at("name") == "vorn_omci_hal_init") << step;
     for (const char* part : {"network", "pon", "vlan"}) EXPECT_EQ(device.at(part), json.at("device").at(part)) << part;
 }
 

@@ -20,6 +20,7 @@
 #include <set>
 
 #include "VirtualOnu.h"
+#include "support/HexBytes.h"
 #include "support/Process.h"
 
 namespace {
@@ -165,9 +166,15 @@ protected:
         return outs;
     }
     // Both directions at once; what differs is a failure.
-    std::set<int> both(int port, const Frame& frame) {
+    std::set<int> both(int port, const Frame& frame) { return both(port, frame, frame.bytes()); }
+    std::set<int> both(int port, const std::vector<std::uint8_t>& bytes) {
+        virtual_onu::WireFrame read;
+        EXPECT_TRUE(readFrame(bytes.data(), bytes.size(), bytes.size(), read));
+        return both(port, read.frame, bytes);
+    }
+    std::set<int> both(int port, const Frame& frame, const std::vector<std::uint8_t>& bytes) {
         const std::set<int> model = throughModel(port, frame);
-        const std::set<int> kernel = kernel_->send(port, frame.bytes(), model);
+        const std::set<int> kernel = kernel_->send(port, bytes, model);
         EXPECT_EQ(model, kernel) << frame.source << " to " << frame.destination << " at port " << port << ": "
                                  << frame.text();
         return kernel;
@@ -307,6 +314,12 @@ TEST_F(BridgeForwarding, MulticastGoesWhereItIsWantedOnceAQuerierIsHeard) {
     Frame unwanted = data();
     unwanted.destination = "01:00:5e:04:05:06";
     EXPECT_TRUE(both(0, unwanted).empty());
+    both(2, hex("01005E000016 02005E100012 0800 46C0003C 00000000 0102 39D5 0A000011 E0000016 94040000"
+                "2200 EBD9 0000 0003 05000001 EF040506 0A000001 03000000 EF010203 04000000 EF070809"));
+    EXPECT_EQ(both(0, unwanted), std::set<int>{2}) << "the first of a report of IGMPv3";
+    unwanted.destination = "01:00:5e:07:08:09";
+    EXPECT_EQ(both(0, unwanted), std::set<int>{2}) << "the last";
+    EXPECT_EQ(both(0, data()), std::set<int>{1}) << "the querier asks first whether others want it";
     unwanted.destination = "01:00:5e:00:00:05";
     EXPECT_EQ(both(0, unwanted).size(), 2u) << "224.0.0.x goes everywhere";
     EXPECT_EQ(both(2, report), std::set<int>{0}) << "a report is for the router";

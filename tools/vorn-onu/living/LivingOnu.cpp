@@ -13,6 +13,7 @@
 #include "living/CallStep.h"
 #include "omci/agent/Identity.h"
 #include "running/scenario/CallTally.h"
+#include "running/scenario/ListenerStart.h"
 #include "running/scenario/operations/Operations.h"
 #include "running/state/Effects.h"
 
@@ -28,7 +29,8 @@ VornHal& startedHal(const BoardStart& start) {
     onu.setGateway(virtual_onu::GatewayMode::Answers, kGatewayMs);
     VornHal& hal = *HALFactory::getInstance()->CreateHALObject(0);
     onu.letReceiversWait(false);  // for messages of another life, on a bus that is new
-    hal.vorn_omci_hal_init();
+    const ListenerStart listener(onu);
+    if (hal.vorn_omci_hal_init() == 0) listener.wait();
     onu.letReceiversWait(true);
     return hal;
 }

@@ -1,6 +1,7 @@
 #include <nlohmann/json.hpp>
 
 #include "running/scenario/CallTally.h"
+#include "running/scenario/ListenerStart.h"
 #include "running/scenario/Scenario.h"
 #include "running/scenario/operations/Operations.h"
 #include "running/state/FieldWords.h"
@@ -70,6 +71,14 @@ std::vector<std::string> namesLike(const std::string& name) {
     return names;
 }
 
+Outcome called(const PreparedCall& call, bool startsListener, RunContext& context) {
+    if (!startsListener) return call(*context.hal);
+    const ListenerStart listener(context.onu);
+    Outcome outcome = call(*context.hal);
+    if (outcome.result == 0) listener.wait();
+    return outcome;
+}
+
 void parseCall(Step& step, const Json& whole, ParseContext& context) {
     const Operation* operation = inField("call", [&] {
         const std::string name = textOf(whole["call"]);
@@ -92,8 +101,9 @@ void parseCall(Step& step, const Json& whole, ParseContext& context) {
     step.words = isNull ? "a null pointer" : (isNamed ? textOf(whole["record"]) + ": " : "") + fieldWords(given);
     step.changes = operation->changes;
     step.needsHal = true;
-    step.run = [call, result, output, name = shortOperationName(operation->name)](RunContext& context_) {
-        const Outcome outcome = call(*context_.hal);
+    step.run = [call, result, output, fullName = operation->name](RunContext& context_) {
+        const Outcome outcome = called(call, fullName == "vorn_omci_hal_init", context_);
+        const std::string name = shortOperationName(fullName);
         callTally().add(name, outcome.result.is_number_integer() && outcome.result != 0);
         StepResult done;
         done.answer = answerText(outcome);

@@ -1,10 +1,9 @@
 // Steps that look at the device: expectations, marks, and words between.
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 
 #include <nlohmann/json.hpp>
 
+#include "running/io/Pause.h"
 #include "running/scenario/Scenario.h"
 #include "running/scenario/expect/Expect.h"
 #include "running/scenario/fields/Field.h"
@@ -14,14 +13,6 @@ namespace vorn_onu {
 namespace {
 
 constexpr std::chrono::milliseconds kBetweenLooks{10};
-
-// A pause in real time: the sleep functions of the C library belong to the virtual ONU's clock.
-void pause(std::chrono::milliseconds length) {
-    std::mutex mutex;
-    std::condition_variable never;
-    std::unique_lock<std::mutex> lock(mutex);
-    never.wait_for(lock, length);
-}
 
 // What happens on another thread is looked at again until it is as expected or the time is over.
 StepResult checkWithin(const Check& check, std::chrono::milliseconds limit, const RunContext& context) {
