@@ -1,14 +1,12 @@
 #!/usr/bin/env python3
 """What the library asks of the device in each scenario, and what it prints, is what it always was: call by call, text by text.
 
-    recorded_calls.py SOURCE_DIR VORN_ONU             compare with recorded_calls.txt
-    recorded_calls.py SOURCE_DIR VORN_ONU --renew     take today's as the new record
-    recorded_calls.py SOURCE_DIR VORN_ONU --text NAME print one scenario's, to compare two builds by diff
+    recorded_calls.py SOURCE_DIR VORN_ONU [--renew | --text NAME]    (tests/support/record.py)
 
 Daemons rely on all of it. A new scenario is a reason to renew the record; a change in the library is none.
 """
 
-import hashlib
+import functools
 import json
 import os
 import pathlib
@@ -16,6 +14,9 @@ import re
 import subprocess
 import sys
 import tempfile
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
+import record  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 # The listener and the link monitor go on as often as time allows; how the state file is read is nothing to rely on.
@@ -40,20 +41,9 @@ def text_of(tool, scenario):
 
 
 def main(source_dir, tool, *words):
-    scenarios = {one.stem: one for one in sorted(pathlib.Path(source_dir, "scenarios").glob("*.json"))}
-    if words[:1] == ("--text",):
-        print(text_of(tool, scenarios[words[1]]), end="")
-        return 0
-    found = {name: hashlib.sha256(text_of(tool, one).encode()).hexdigest()
-             for name, one in scenarios.items() if name not in LEFT_OUT}
-    if words == ("--renew",):
-        RECORD.write_text("".join(f"{digest}  {name}\n" for name, digest in found.items()))
-        return 0
-    recorded = {name: digest for digest, name in (line.split() for line in RECORD.read_text().splitlines())}
-    different = sorted(name for name in found.keys() | recorded.keys() if found.get(name) != recorded.get(name))
-    for name in different:
-        print(f"{name}: calls or texts are not those of the record; compare --text {name} of this build and of one before")
-    return 1 if different else 0
+    texts = {one.stem: functools.partial(text_of, tool, one) for one in sorted(pathlib.Path(source_dir, "scenarios").glob("*.json"))
+             if one.stem not in LEFT_OUT}
+    return record.check(RECORD, texts, words)
 
 
 if __name__ == "__main__":

@@ -1,0 +1,24 @@
+"""A record of texts that are to stay as they are, by their SHA-256: NAME.txt beside the test NAME.py.
+
+    ... TOOL              compare with the record
+    ... TOOL --renew      take today's texts as the record
+    ... TOOL --text NAME  print one of them, to compare two builds by diff
+"""
+
+import hashlib
+
+
+def check(record, texts, words):
+    """TEXTS: functions by the names of their texts. The test's exit code."""
+    if words[:1] == ("--text",):
+        print(texts[words[1]](), end="")
+        return 0
+    found = {name: hashlib.sha256(text().encode()).hexdigest() for name, text in texts.items()}
+    if words == ("--renew",):
+        record.write_text("".join(f"{digest}  {name}\n" for name, digest in found.items()))
+        return 0
+    recorded = {name: digest for digest, name in (line.split("  ", 1) for line in record.read_text().splitlines())}
+    different = sorted(name for name in found.keys() | recorded.keys() if found.get(name) != recorded.get(name))
+    for name in different:
+        print(f"{name}: not as recorded; compare --text '{name}' of this build and of one before")
+    return 1 if different else 0

@@ -1,0 +1,99 @@
+#!/usr/bin/env python3
+"""What the tool prints and writes is what it was, to the last character: tables, trees, reports, JSON, messages, help.
+
+    recorded_outputs.py SOURCE_DIR VORN_ONU [--renew | --text NAME]    (tests/support/record.py)
+
+Whoever changes a text on purpose looks at what has changed (--text of both builds) and renews the record.
+"""
+
+import functools
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
+import record  # noqa: E402
+
+RECORD = pathlib.Path(__file__).with_suffix(".txt")
+SCENARIOS = pathlib.Path("scenarios")
+# Threads of the library run beside the steps, or real time counts.
+LEFT_OUT = {"startup", "restart", "links", "multicast", "veip", "iphost-dhcp", "real-dhcp", "real-packets"}
+OTHER_EACH_TIME = {r"0x[0-9a-f]{9,}": "ADDRESS", r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(:\d\d)?": "TIME", r'time="[0-9.]+"': "DURATION",
+                   r"\b\d+(\.\d+)? (s|ms|µs)\b": "DURATION"}
+COMMANDS = ("run", "send", "audit", "omci", "exec", "ls", "at", "diff", "info", "schema")
+
+TWO_STATES = ("run scenarios/counters.json --after-step 12 --json OUT-before.json --quiet; "
+              "run scenarios/iphost-static.json --after-step 8 --json OUT-after.json --quiet; ")
+
+# By name: words of a command, or of several. OUT-… is a file that it writes, and that is looked at as well.
+OUTPUTS = {
+    **{f"help {name}": f"help {name}" for name in (*COMMANDS, "environment")},
+    "help": "--help", "schema": "schema", "schema of the state": "schema --state", "version": "--version",
+    "info": "info", "info in JSON": "info --json", "info after a scenario": "info scenarios/counters.json",
+    **{f"report of {name}": f"run scenarios/{name}.json --report OUT-report.html --audit --quiet"
+       for name in ("internet", "dscp", "tag-translation", "pbit-queues")},
+    "trace": "run scenarios/bridge.json --trace", "HAL's output": "run scenarios/bridge.json --hal-output",
+    "state": "run scenarios/internet.json --json OUT-state.json --quiet", "steps": "run scenarios/internet.json --after-step 5",
+    "several": "run scenarios/bridge.json scenarios/internet.json scenarios/single-tag.json --junit OUT-junit.xml",
+    "audit in JSON": "audit scenarios/internet.json --json", "audit of a step": "audit scenarios/internet.json --after-step 9",
+    "a frame": "send scenarios/internet.json --from sid0", "a frame both ways": "send scenarios/internet.json --from sid1 --both-ways",
+    "a tagged frame": "send scenarios/internet.json --from sid0 --vlan 20 --pbits 3 --dscp 46 --protocol udp --payload 20",
+    "a frame that is dropped": "send scenarios/internet.json --from sid0 --vlan 20 --vlan 30 --dei",
+    "a frame from the PON": "send scenarios/qinq.json --from 'gem 1001' --vlan 100 --json",
+    "no such port": "send scenarios/internet.json --from sid77", "no such file": "run scenarios/nothing.json",
+    "no such option": "run scenarios/internet.json --traec", "no such command": "rnu", "no scenario": "run scenarios/omci/internet.pcap",
+    "no capture": "omci scenarios/internet.json", "no state": "diff scenarios/internet.json scenarios/qinq.json",
+    "two states": TWO_STATES + "diff OUT-before.json OUT-after.json; diff OUT-after.json OUT-before.json --json",
+    "until": "omci scenarios/omci/internet.pcap --until 14 --from sid1 --both-ways",
+    "log": "omci scenarios/omci/internet.pcap --log", "log with values": "omci scenarios/omci/gateway.pcap --log -v",
+    "log with bytes": "omci scenarios/omci/priorities.pcap --log -x", "log of a class": "omci scenarios/omci/internet.pcap --log --class 171 -v",
+    "by the contract": "omci scenarios/omci/internet.pcap --forwarding contract --audit",
+    "calls of messages": "omci scenarios/omci/internet.pcap --record OUT-calls.json --quiet",
+    **{f"report of {name}.pcap": f"omci scenarios/omci/{name}.pcap --report OUT-report.html --quiet" for name in ("internet", "television")},
+    "another ONU's layout": "omci scenarios/omci/internet.pcap --layout ethernetPorts=0x0501..0x0504 --strict",
+}
+
+
+def names(folder, pattern):
+    return sorted(one.stem for one in folder.glob(pattern) if one.stem not in LEFT_OUT)
+
+
+def outputs(source):
+    scenarios = names(source / SCENARIOS, "*.json")
+    captures = names(source / SCENARIOS / "omci", "*.pcap")
+    return {**OUTPUTS,
+            **{f"run {name}": f"run scenarios/{name}.json" for name in scenarios},
+            **{f"run {name} by G.988": f"run scenarios/{name}.json --forwarding g988" for name in scenarios},
+            **{f"audit {name}": f"audit scenarios/{name}.json" for name in scenarios},
+            **{f"omci {name}": f"omci scenarios/omci/{name}.pcap" for name in captures}}
+
+
+def text_of(tool, source, line):
+    """Standard output, standard error, exit code and files; what differs from run to run by a word of its own."""
+    with tempfile.TemporaryDirectory() as folder:
+        environment = {"PATH": os.environ["PATH"], "TMPDIR": folder, "HOME": folder, "COLUMNS": "100", "LC_ALL": "C.UTF-8"}
+        texts = []
+        for command in line.split("; "):
+            words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command)]
+            words = [str(pathlib.Path(folder, word[4:])) if word.startswith("OUT-") else word for word in words]
+            run = subprocess.run([tool, *words], cwd=source, env=environment, capture_output=True, timeout=100, check=False)
+            texts += [run.stdout, run.stderr, f"exit code {run.returncode}\n".encode()]
+            texts += [pathlib.Path(word).read_bytes() for word in words if word.startswith(folder) and os.path.exists(word)]
+        text = b"".join(texts).decode(errors="replace").replace(folder, "FOLDER").replace(str(tool), "vorn-onu")
+    for pattern, word in OTHER_EACH_TIME.items():
+        text = re.sub(pattern, word, text)
+    return text
+
+
+def main(source_dir, tool, *words):
+    source = pathlib.Path(source_dir).resolve()
+    tool = pathlib.Path(tool).resolve()
+    texts = {name: functools.partial(text_of, tool, source, line) for name, line in outputs(source).items()}
+    return record.check(RECORD, texts, words)
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:]))
