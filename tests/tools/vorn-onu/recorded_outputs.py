@@ -36,7 +36,7 @@ OUTPUTS = {
     **{f"report of {name}": f"run scenarios/{name}.json --report OUT-report.html --audit --quiet"
        for name in ("internet", "dscp", "tag-translation", "pbit-queues")},
     "trace": "run scenarios/bridge.json --trace", "HAL's output": "run scenarios/bridge.json --hal-output",
-    "state": "run scenarios/internet.json --json OUT-state.json --quiet", "steps": "run scenarios/internet.json --after-step 5",
+    "steps": "run scenarios/internet.json --after-step 5",
     "several": "run scenarios/bridge.json scenarios/internet.json scenarios/single-tag.json --junit OUT-junit.xml",
     "audit in JSON": "audit scenarios/internet.json --json", "audit of a step": "audit scenarios/internet.json --after-step 9",
     "a frame": "send scenarios/internet.json --from sid0", "a frame both ways": "send scenarios/internet.json --from sid1 --both-ways",
@@ -66,6 +66,8 @@ def outputs(source):
     captures = names(source / SCENARIOS / "omci", "*.pcap")
     return {**OUTPUTS,
             **{f"run {name}": f"run scenarios/{name}.json" for name in scenarios},
+            **{f"state and frames of {name}": f"run scenarios/{name}.json --json OUT-state.json --pcap OUT-frames.pcap --quiet"
+               for name in scenarios},
             **{f"run {name} by G.988": f"run scenarios/{name}.json --forwarding g988" for name in scenarios},
             **{f"audit {name}": f"audit scenarios/{name}.json" for name in scenarios},
             **{f"omci {name}": f"omci scenarios/omci/{name}.pcap" for name in captures}}
