@@ -10,6 +10,7 @@ import functools
 import os
 import pathlib
 import re
+import struct
 import subprocess
 import sys
 import tempfile
@@ -25,6 +26,15 @@ OTHER_EACH_TIME = {r"0x[0-9a-f]{9,}": "ADDRESS", r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(
                    r"\b\d+(\.\d+)? (s|ms|µs)\b": "DURATION"}
 COMMANDS = ("run", "send", "audit", "omci", "exec", "ls", "at", "diff", "info", "schema")
 
+
+def message(transaction, kind, content=b""):
+    """To ONU data, in hexadecimal digits."""
+    return (struct.pack(">HBBHH", transaction, kind, 0x0A, 2, 0) + content.ljust(32, b"\0")).hex() + "\n"
+
+
+# Files for commands, as IN-…
+INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(message(3 + part, 0x4E, struct.pack(">H", part))
+                                                                      for part in range(266))}
 TWO_STATES = ("run scenarios/counters.json --after-step 12 --json OUT-before.json --quiet; "
               "run scenarios/iphost-static.json --after-step 8 --json OUT-after.json --quiet; ")
 
@@ -48,8 +58,7 @@ OUTPUTS = {
     "no capture": "omci scenarios/internet.json", "no state": "diff scenarios/internet.json scenarios/qinq.json",
     "two states": TWO_STATES + "diff OUT-before.json OUT-after.json; diff OUT-after.json OUT-before.json --json",
     "until": "omci scenarios/omci/internet.pcap --until 14 --from sid1 --both-ways",
-    "log": "omci scenarios/omci/internet.pcap --log", "log with values": "omci scenarios/omci/gateway.pcap --log -v",
-    "log with bytes": "omci scenarios/omci/priorities.pcap --log -x", "log of a class": "omci scenarios/omci/internet.pcap --log --class 171 -v",
+    "the MIB of a new ONU": "omci IN-upload.txt --log -v", "log": "omci scenarios/omci/internet.pcap --log", "log of a class": "omci scenarios/omci/internet.pcap --log --class 171 -v",
     "by the contract": "omci scenarios/omci/internet.pcap --forwarding contract --audit",
     "calls of messages": "omci scenarios/omci/internet.pcap --record OUT-calls.json --quiet",
     **{f"report of {name}.pcap": f"omci scenarios/omci/{name}.pcap --report OUT-report.html --quiet" for name in ("internet", "television")},
@@ -70,7 +79,8 @@ def outputs(source):
                for name in scenarios},
             **{f"run {name} by G.988": f"run scenarios/{name}.json --forwarding g988" for name in scenarios},
             **{f"audit {name}": f"audit scenarios/{name}.json" for name in scenarios},
-            **{f"omci {name}": f"omci scenarios/omci/{name}.pcap" for name in captures}}
+            **{f"omci {name}": f"omci scenarios/omci/{name}.pcap" for name in captures},
+            **{f"log of {name}": f"omci scenarios/omci/{name}.pcap --log -v -x" for name in captures}}
 
 
 def text_of(tool, source, line):
@@ -78,12 +88,15 @@ def text_of(tool, source, line):
     with tempfile.TemporaryDirectory() as folder:
         environment = {"PATH": os.environ["PATH"], "TMPDIR": folder, "HOME": folder, "COLUMNS": "100", "LC_ALL": "C.UTF-8"}
         texts = []
+        for name in re.findall(r"IN-(\S+)", line):
+            pathlib.Path(folder, name).write_text(INPUTS[name], encoding="ascii")
         for command in line.split("; "):
             words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command)]
-            words = [str(pathlib.Path(folder, word[4:])) if word.startswith("OUT-") else word for word in words]
-            run = subprocess.run([tool, *words], cwd=source, env=environment, capture_output=True, timeout=100, check=False)
+            paths = [str(pathlib.Path(folder, word.split("-", 1)[1])) if re.match("(IN|OUT)-", word) else word for word in words]
+            run = subprocess.run([tool, *paths], cwd=source, env=environment, capture_output=True, timeout=100, check=False)
             texts += [run.stdout, run.stderr, f"exit code {run.returncode}\n".encode()]
-            texts += [pathlib.Path(word).read_bytes() for word in words if word.startswith(folder) and os.path.exists(word)]
+            texts += [pathlib.Path(path).read_bytes() for word, path in zip(words, paths)
+                      if word.startswith("OUT-") and os.path.exists(path)]
         text = b"".join(texts).decode(errors="replace").replace(folder, "FOLDER").replace(str(tool), "vorn-onu")
     for pattern, word in OTHER_EACH_TIME.items():
         text = re.sub(pattern, word, text)
