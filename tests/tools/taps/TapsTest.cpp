@@ -401,7 +401,7 @@ INSTANTIATE_TEST_SUITE_P(
     Interfaces, TapsOfKinds,
     ::testing::Values(Ends{"MadeByTheTool", {}, {}}, Ends{"WithoutOffload", {}, {"mode", "tap"}},
                       Ends{"MadeForOffload", {"mode", "tap", "vnet_hdr"}, {"mode", "tap", "vnet_hdr"}}),
-    [](const auto& info) { return std::string(info.param.name); });
+    [](const auto& each) { return std::string(each.param.name); });
 
 TEST_F(Taps, ClientGetsItsAddressFromTheOperatorsServer) {
     startScenario();
