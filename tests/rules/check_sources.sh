@@ -30,6 +30,8 @@ rule "The platform headers declare the device kit and include nothing of ours." 
     '#include "(hal|BRCM|xpon|device|bridge)/' platform/include
 rule "Unbounded text functions overrun buffers: use hal/Text.h or snprintf." \
     '\b(sprintf|vsprintf|strcpy|strcat|gets)[[:space:]]*\(' src virtual_onu tools omci
+rule "The C library's sleeps are the virtual ONU's, and take no time in the tool: pause() of running/io/Pause.h does." \
+    'sleep_(for|until)|\b(u|nano)?sleep\(' tools/vorn-onu
 rule "The HAL interface needs the standard library only." '#include "(BRCM|xpon|device|bridge|platform)/' src/hal/VornHal.h src/hal/*Records.h
 
 # The layers of a tree, lowest first; folders of one layer are joined by a comma. A file may include from its own folder, from its

@@ -14,14 +14,14 @@
 #include <deque>
 #include <memory>
 #include <new>
-#include <thread>
+#include <stdexcept>
 
 #include <nlohmann/json.hpp>
 
 #include "Core.h"
 #include "Facilities.h"
+#include "OwnThread.h"
 #include "Section.h"
-#include "SignalsBlocked.h"
 #include "platform/cms.h"
 #include "platform/kit_numbers.h"
 
@@ -116,12 +116,16 @@ void gatewayLoop() {
     }
 }
 
-// The program's signals are not for this thread.
-void startGateway() {
-    if (busState().gatewayRuns) return;
-    const SignalsBlocked blocked;
-    std::thread(gatewayLoop).detach();
+// False where the system has no thread for it.
+bool startGateway() {
+    if (busState().gatewayRuns) return true;
+    try {
+        startThread(gatewayLoop).detach();
+    } catch (const std::runtime_error&) {
+        return false;
+    }
     busState().gatewayRuns = true;
+    return true;
 }
 
 bool isServiceRequest(const CmsMsgHeader& header) {
@@ -129,14 +133,15 @@ bool isServiceRequest(const CmsMsgHeader& header) {
            (header.type == kServiceClosing || header.type == kServiceState);
 }
 
-// The gateway answers a service message with the same message.
-void answerLater(const Message& request) {
+// The gateway answers a service message with the same message. False when it cannot.
+bool answerLater(const Message& request) {
+    if (!startGateway()) return false;
     auto& state = busState();
     Answer answer{Clock::now() + std::chrono::milliseconds(state.answerDelayMs), request};
     std::swap(answer.message.header.source, answer.message.header.destination);
     state.answers.push_back(std::move(answer));
-    startGateway();
     state.scheduled.notify_one();
+    return true;
 }
 
 // What is kept is written under the device lock, which is not taken under the bus's own.
@@ -170,7 +175,8 @@ int send(const CmsMsgHeader& header) {
     {
         auto& state = busState();
         const BusLock lock(state.mutex);
-        if (state.mode == GatewayMode::Answers && isServiceRequest(header)) answerLater(message);
+        const bool isAnswered = state.mode == GatewayMode::Answers && isServiceRequest(header);
+        if (isAnswered && !answerLater(message)) return EAGAIN;
         number = keepSent(std::move(message));
     }
     keep(persistence::kRunMessages, number);

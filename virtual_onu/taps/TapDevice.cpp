@@ -13,8 +13,8 @@
 #include <exception>
 #include <stdexcept>
 #include <system_error>
-#include <thread>
 
+#include "OwnThread.h"
 #include "real_libc/RealLibc.h"
 #include "taps/OwnDescriptors.h"
 
@@ -120,7 +120,7 @@ void inNamespace(const std::string& netns, const std::function<void()>& work) {
     if (netns.empty()) return work();
     const std::string path = netns.find('/') != std::string::npos ? netns : "/run/netns/" + netns;
     std::exception_ptr problem;
-    std::thread([&] {
+    startThread([&] {
         try {
             const int descriptor = real::open(path.c_str(), O_RDONLY | O_CLOEXEC, 0);
             if (descriptor < 0) throw std::runtime_error("network namespace " + netns + ": " + reason());

@@ -6,10 +6,11 @@
 #include <map>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
-#include "SignalsBlocked.h"
+#include "OwnThread.h"
 #include "real_libc/RealLibc.h"
 #include "taps/LinkWatch.h"
 #include "taps/Pump.h"
@@ -43,6 +44,13 @@ std::string TapRequest::place() const {
 
 struct Taps::Running {
     explicit Running(const taps::OpenTaps& open) : pump(open, [](bool) {}) {}
+    ~Running() {
+        eventfd_write(ending, 1);
+        if (thread.joinable()) thread.join();
+        real::close(ending);
+    }
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
     int ending = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     taps::Pump pump;  // made before its thread runs: the board's state names the TAPs from here on
     std::thread thread;
@@ -87,18 +95,15 @@ Taps::~Taps() {
 
 void Taps::start() {
     if (running_ != nullptr) return;
-    running_ = std::make_unique<Running>(*open_);
+    auto running = std::make_unique<Running>(*open_);
     setCarriers(true);  // first, or the board would see its links come up
-    const SignalsBlocked blocked;
-    running_->thread = std::thread([running = running_.get()] { running->pump.run(running->ending); });
+    running->thread = startThread([running = running.get()] { running->pump.run(running->ending); });
+    running_ = std::move(running);
 }
 
 void Taps::stop() {
     if (running_ == nullptr) return;
     setCarriers(false);
-    eventfd_write(running_->ending, 1);
-    running_->thread.join();
-    real::close(running_->ending);
     running_.reset();
 }
 

@@ -1,6 +1,5 @@
 // vorn-onu at NAME omci and mib: the messages of an OLT at a board that runs, and its MIB.
 #include <chrono>
-#include <thread>
 
 #include <nlohmann/json.hpp>
 
@@ -8,6 +7,7 @@
 #include "commands/Commands.h"
 #include "living/Client.h"
 #include "running/io/Output.h"
+#include "running/io/Pause.h"
 #include "views/MessageLog.h"
 #include "views/MessageRecord.h"
 #include "views/MibText.h"
@@ -48,7 +48,7 @@ int AtOmciCommand::run() const {
                 showRecord(record, choice, json);
             }
             first = false;
-            if (following && reply.at("messages").empty()) std::this_thread::sleep_for(kBetweenPolls);
+            if (following && reply.at("messages").empty()) pause(kBetweenPolls);
         } while (following && lostOutput().empty());
         return kHeld;
     });

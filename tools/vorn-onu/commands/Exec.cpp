@@ -140,7 +140,10 @@ int runIn(const ExecCommand& command, RunFolder& folder) {
 
     Supervisor supervisor;
     std::optional<Reachable> reachable;
-    if (!command.name.empty()) reachable.emplace(command, folder);
+    if (!command.name.empty()) {
+        reachable.emplace(command, folder);
+        reachable->server.start(reachable->board);
+    }
     const bool jsonOnly = command.jsonFile == kStandardOutput;
     int error = 0;
     const pid_t child = launch(command.program, environment, supervisor.before(), jsonOnly, &error);
@@ -148,7 +151,6 @@ int runIn(const ExecCommand& command, RunFolder& folder) {
         complain(command.program[0] + ": cannot be started: " + std::strerror(error));
         return kCannotStart;
     }
-    if (reachable) reachable->server.start(reachable->board);
     supervisor.waitForAll(reachable.has_value());
     std::unique_ptr<Tail> tail;
     std::function<void()> showTrace;

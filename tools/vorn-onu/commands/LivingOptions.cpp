@@ -80,7 +80,7 @@ void addTrace(CLI::App& at, const std::string& name, Works& works) {
 
 void addOmciAt(CLI::App& at, const std::string& name, Works& works) {
     const auto omci = std::make_shared<AtOmciCommand>();
-    CLI::App* command = at.add_subcommand("omci", "show the messages of an OLT, a line each, the last 1,000 at most");
+    CLI::App* command = at.add_subcommand("omci", "show the messages of an OLT that the ONU keeps, a line each");
     command->add_flag("--follow", omci->following, "go on with those to come, until the board is gone");
     addCountOption(*command, "--last", omci->last, "begin with the last so many; otherwise with all that are kept");
     const LogWords words{omci->values, omci->bytes, omci->classes, omci->instances, omci->types};

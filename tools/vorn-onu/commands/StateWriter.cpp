@@ -6,7 +6,7 @@
 #include <exception>
 #include <utility>
 
-#include "SignalsBlocked.h"
+#include "OwnThread.h"
 #include "running/io/Files.h"
 
 namespace vorn_onu {
@@ -19,9 +19,7 @@ constexpr int kLessUrgent = 10;  // than what answers messages
 
 StateWriter::StateWriter(std::string path) : path_(std::move(path)) {
     if (path_.empty()) return;
-    // Signals are for the thread that waits for them.
-    const virtual_onu::SignalsBlocked blocked;
-    thread_ = std::thread([this] { work(); });
+    thread_ = virtual_onu::startThread([this] { work(); });
 }
 
 StateWriter::~StateWriter() {

@@ -15,7 +15,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "SignalsBlocked.h"
+#include "OwnThread.h"
 #include "living/Protocol.h"
 
 namespace vorn_onu {
@@ -53,8 +53,7 @@ ProgramBoard::Relay::Relay(int descriptor) : socket(descriptor, living::kMaxRepl
 ProgramBoard::ProgramBoard(const RunFolder& folder, std::vector<std::string> program)
     : folder_(folder), program_(std::move(program)), listening_(listenAt(folder.file("board"))) {
     wake_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    const virtual_onu::SignalsBlocked blocked;
-    accepting_ = std::thread([this] { acceptRelays(); });
+    accepting_ = virtual_onu::startThread([this] { acceptRelays(); });
 }
 
 ProgramBoard::~ProgramBoard() {

@@ -6,11 +6,11 @@
 #include <unistd.h>
 
 #include <ctime>
-#include <system_error>
+#include <stdexcept>
 
 #include <nlohmann/json.hpp>
 
-#include "SignalsBlocked.h"
+#include "OwnThread.h"
 #include "living/Within.h"
 #include "running/io/JsonCheck.h"
 
@@ -73,12 +73,11 @@ void Server::start(LiveBoard& board) {
     news_ = std::make_unique<News>(board);
     started_ = now();
     wake_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    const virtual_onu::SignalsBlocked blocked;
-    accepting_ = std::thread([this] { acceptClients(); });
+    accepting_ = virtual_onu::startThread([this] { acceptClients(); });
 }
 
 void Server::stop(const std::string& why) {
-    if (board_ == nullptr || over_) return;
+    if (!accepting_.joinable()) return;
     why_ = why;
     over_ = true;
     eventfd_write(wake_, 1);
@@ -128,8 +127,8 @@ void Server::take(int descriptor) {
     }
     Client& client = clients_.emplace_back(descriptor);
     try {
-        client.thread = std::thread([this, &client] { serve(client); });
-    } catch (const std::system_error&) {
+        client.thread = virtual_onu::startThread([this, &client] { serve(client); });
+    } catch (const std::runtime_error&) {
         sayBusy(client.socket, "the system has no thread for another client");
         clients_.pop_back();
     }

@@ -10,6 +10,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <system_error>
 #include <vector>
 
 #include "VirtualOnu.h"
@@ -34,7 +37,12 @@ std::string virtualOnuPath() {
 std::string pathBeside(const std::string& virtualOnu, const std::string& name) {
     const std::string path = virtualOnu.substr(0, virtualOnu.rfind('/') + 1) + name;
     if (access(path.c_str(), R_OK) == 0) return path;
-    complain(name + " is not beside " + virtualOnu + "; in the source folder, ./dev build makes it");
+    const std::filesystem::path build = std::filesystem::path(virtualOnu).parent_path().parent_path();
+    const std::string target = name.substr(3, name.rfind('.') - 3);  // "libvorn_recorder.so"
+    std::error_code ignored;
+    const bool isBuilt = std::filesystem::exists(build / "CMakeCache.txt", ignored);
+    complain(name + " is not beside " + virtualOnu +
+             (isBuilt ? "; cmake --build " + build.string() + " --target " + target + " makes it" : ""));
     return "";
 }
 

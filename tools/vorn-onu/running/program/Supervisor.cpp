@@ -8,9 +8,9 @@
 #include <chrono>
 #include <ctime>
 #include <set>
-#include <thread>
 
 #include "running/io/AwaitedSignals.h"
+#include "running/io/Pause.h"
 
 namespace vorn_onu {
 
@@ -68,7 +68,7 @@ void Supervisor::waitForState() const {
         return then != before.end() && now.second - then->second < 2;
     };
     for (auto now = before; std::any_of(now.begin(), now.end(), lacksSome) && Clock::now() < end; now = unwritten_())
-        std::this_thread::sleep_for(kLook);
+        pause(kLook);
 }
 
 // The terminal tells every process of the tool's own group by itself.
@@ -89,7 +89,7 @@ void Supervisor::killAll() {
     const auto end = Clock::now() + kKilling;
     for (auto below = processesBelow(); !below.empty() && Clock::now() < end; below = processesBelow()) {
         for (const Process& one : below) kill(one.id, SIGKILL);
-        std::this_thread::sleep_for(kLook);
+        pause(kLook);
         reap();
     }
     reap();
@@ -121,7 +121,7 @@ std::vector<Process> Supervisor::leftInBackground() {
     const auto end = Clock::now() + kRest;
     auto left = processesBelow();
     while (!left.empty() && Clock::now() < end) {
-        std::this_thread::sleep_for(kLook);
+        pause(kLook);
         reap();
         left = processesBelow();
     }

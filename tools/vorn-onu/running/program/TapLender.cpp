@@ -12,7 +12,7 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "SignalsBlocked.h"
+#include "OwnThread.h"
 
 namespace vorn_onu {
 
@@ -29,8 +29,7 @@ TapLender::TapLender(const virtual_onu::Taps& taps, const std::string& folder)
         bind(listening_, reinterpret_cast<const sockaddr*>(&place), sizeof place) != 0 ||
         listen(listening_, SOMAXCONN) != 0)
         throw std::runtime_error(path_ + ": " + std::generic_category().message(errno));
-    const virtual_onu::SignalsBlocked blocked;
-    thread_ = std::thread([this] { serve(); });
+    thread_ = virtual_onu::startThread([this] { serve(); });
 }
 
 TapLender::~TapLender() {

@@ -33,11 +33,9 @@ void HttpServer::start() {}
 #include <cerrno>
 #include <cstring>
 #include <optional>
-#include <thread>
 
 #include <nlohmann/json.hpp>
 
-#include "SignalsBlocked.h"
 #include "living/Client.h"
 #include "living/LiveBoard.h"
 #include "views/page/Guard.h"
@@ -59,7 +57,7 @@ constexpr const char* kHost = "127.0.0.1";
 constexpr int kMaxReaders = 12;       // each has a thread of the server, and a connection to the board
 constexpr int kKeptReaders = 4;       // of them, for those who have the token: any user of the machine can be a reader
 constexpr std::size_t kThreads = 32;  // more than readers: steps and pages are answered beside them
-constexpr int kMaxWaiting = 64;       // connections that no thread has looked at yet
+constexpr std::size_t kMaxWaiting = 64;  // connections that no thread has looked at yet
 constexpr std::size_t kMaxStepLength = 65536, kMaxHeadLength = 32768;
 constexpr std::chrono::milliseconds kRequestTime{2000};  // for all of a request to come
 constexpr int kStepMs = 15000;
@@ -116,8 +114,7 @@ public:
     }
     ~Site() {
         over_ = true;
-        server_.stop();
-        if (listening_.joinable()) listening_.join();
+        server_.end();
     }
     Site(const Site&) = delete;
     Site& operator=(const Site&) = delete;
@@ -125,14 +122,7 @@ public:
     std::string link() const {
         return std::string("http://") + kHost + ":" + std::to_string(port_) + "/?token=" + guard_.token();
     }
-    void start() {
-        {
-            const virtual_onu::SignalsBlocked blocked;
-            listening_ = std::thread([this] { server_.listen_after_bind(); });
-        }
-        // A server that is stopped before it listens would never end.
-        while (!server_.is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+    void start() { server_.begin(kThreads, kMaxWaiting); }
 
 private:
     int bind(int port) {
@@ -144,7 +134,6 @@ private:
                                  (errno == 0 ? "" : std::string(": ") + std::strerror(errno)));
     }
     void setUp() {
-        server_.new_task_queue = [] { return new BoundedPool(kThreads, kMaxWaiting); };
         server_.set_payload_max_length(kMaxStepLength);
         // Before the body is read.
         server_.set_pre_routing_handler([this](const Request& request, Response& response) {
@@ -244,7 +233,6 @@ private:
     std::atomic<bool> over_{false};
     std::atomic<std::uint64_t> steps_{0};
     std::atomic<int> readers_{0};
-    std::thread listening_;
 };
 
 bool canServe() {

@@ -11,11 +11,20 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <cstring>
+#include <deque>
 #include <functional>
+#include <memory>
+#include <mutex>
 #include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "OwnThread.h"
+#include "running/io/Pause.h"
 
 namespace vorn_onu::page {
 
@@ -76,23 +85,43 @@ private:
 };
 
 // Threads for requests. Of the connections that wait for one there are at most so many; the next is closed.
+// The library's own pool ends the program where the system has not so many threads; this one throws std::runtime_error.
 class BoundedPool : public httplib::TaskQueue {
 public:
-    BoundedPool(std::size_t threads, int maxWaiting) : maxWaiting_(maxWaiting), pool_(threads) {}
-    void enqueue(std::function<void()> work) override {
-        if (waiting_ >= maxWaiting_) {
-            refuses() = true;
-            work();
-            refuses() = false;
-            return;
+    BoundedPool(std::size_t threads, std::size_t maxWaiting) : maxWaiting_(maxWaiting) {
+        try {
+            while (threads_.size() < threads) threads_.push_back(virtual_onu::startThread([this] { serve(); }));
+        } catch (...) {
+            BoundedPool::shutdown();
+            throw;
         }
-        ++waiting_;
-        pool_.enqueue([this, work = std::move(work)] {
-            --waiting_;
-            work();
-        });
     }
-    void shutdown() override { pool_.shutdown(); }
+    ~BoundedPool() override { BoundedPool::shutdown(); }
+    BoundedPool(const BoundedPool&) = delete;
+    BoundedPool& operator=(const BoundedPool&) = delete;
+    void enqueue(std::function<void()> work) override {
+        {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            if (waiting_.size() < maxWaiting_) {
+                waiting_.push_back(std::move(work));
+                came_.notify_one();
+                return;
+            }
+        }
+        refuses() = true;
+        work();
+        refuses() = false;
+    }
+    // What waits is done.
+    void shutdown() override {
+        {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            over_ = true;
+        }
+        came_.notify_all();
+        for (std::thread& one : threads_) one.join();
+        threads_.clear();
+    }
 
     // Whether this thread closes a connection instead of serving it.
     static bool& refuses() {
@@ -101,15 +130,48 @@ public:
     }
 
 private:
-    const int maxWaiting_;
-    std::atomic<int> waiting_{0};
-    httplib::ThreadPool pool_;
+    void serve() {
+        std::unique_lock<std::mutex> lock(mutex_);
+        while (true) {
+            came_.wait(lock, [this] { return over_ || !waiting_.empty(); });
+            if (waiting_.empty()) return;
+            const std::function<void()> work = std::move(waiting_.front());
+            waiting_.pop_front();
+            lock.unlock();
+            work();
+            lock.lock();
+        }
+    }
+
+    const std::size_t maxWaiting_;
+    std::vector<std::thread> threads_;
+    std::mutex mutex_;  // guards what follows
+    std::condition_variable came_;
+    std::deque<std::function<void()>> waiting_;
+    bool over_ = false;
 };
 
 class LimitedServer : public httplib::Server {
 public:
     // maxBytes: of a request's head and body together; time: for all of them to come. The answer may take longer.
     LimitedServer(std::size_t maxBytes, std::chrono::milliseconds time) : maxBytes_(maxBytes), time_(time) {}
+    ~LimitedServer() override { end(); }
+    LimitedServer(const LimitedServer&) = delete;
+    LimitedServer& operator=(const LimitedServer&) = delete;
+
+    // Serves the port that is bound, on threads of its own. Throws std::runtime_error where the system has none.
+    void begin(std::size_t threads, std::size_t maxWaiting) {
+        auto pool = std::make_unique<BoundedPool>(threads, maxWaiting);
+        new_task_queue = [taken = pool.get()] { return taken; };
+        listening_ = virtual_onu::startThread([this] { listen_after_bind(); });
+        static_cast<void>(pool.release());  // the listening thread deletes it
+        // A server that is stopped before it listens would never end.
+        while (!is_running()) pause(std::chrono::milliseconds(1));
+    }
+    void end() {
+        stop();
+        if (listening_.joinable()) listening_.join();
+    }
 
 private:
     bool process_and_close_socket(socket_t socket) override {
@@ -135,6 +197,7 @@ private:
 
     const std::size_t maxBytes_;
     const std::chrono::milliseconds time_;
+    std::thread listening_;
 };
 
 }  // namespace vorn_onu::page

@@ -10,9 +10,7 @@
 
 #include <cerrno>
 #include <cstring>
-#include <thread>
 
-#include "SignalsBlocked.h"
 #include "views/page/Guard.h"
 #include "views/page/LimitedServer.h"
 #endif
@@ -66,26 +64,18 @@ class MetricServer::Site {
 public:
     Site(const MetricPlace& place, living::LiveBoard& board)
         : board_(board), address_(place.address), port_(bind(std::stoi(place.port))), guard_(port_) {
-        server_.new_task_queue = [] { return new BoundedPool(kMetricThreads, kMaxMetricsWaiting); };
         server_.Get("/metrics", [this](const httplib::Request& request, httplib::Response& response) {
             answerMetrics(request, response);
         });
-        const virtual_onu::SignalsBlocked blocked;
-        listening_ = std::thread([this] { server_.listen_after_bind(); });
-        // A server that is stopped before it listens would never end.
-        while (!server_.is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        server_.begin(kMetricThreads, kMaxMetricsWaiting);
     }
-    ~Site() {
-        server_.stop();
-        listening_.join();
-    }
+    ~Site() { server_.end(); }
     Site(const Site&) = delete;
     Site& operator=(const Site&) = delete;
     std::string link() const { return "http://" + address_ + ":" + std::to_string(port_) + "/metrics"; }
 
 private:
-    static constexpr std::size_t kMetricThreads = 1, kMaxMetricRequest = 16384;
-    static constexpr int kMaxMetricsWaiting = 16;
+    static constexpr std::size_t kMetricThreads = 1, kMaxMetricRequest = 16384, kMaxMetricsWaiting = 16;
     static constexpr std::chrono::milliseconds kMetricRequestTime{2000};
 
     int bind(int port) {
@@ -126,7 +116,6 @@ private:
     LimitedServer server_{kMaxMetricRequest, kMetricRequestTime};
     const int port_;
     const Guard guard_;
-    std::thread listening_;
 };
 
 MetricServer::MetricServer(const std::string& place, living::LiveBoard& board)

@@ -1,9 +1,10 @@
 #include "views/page/Reader.h"
 
 #include <exception>
-#include <thread>
 
 #include <nlohmann/json.hpp>
+
+#include "running/io/Pause.h"
 
 namespace vorn_onu::page {
 
@@ -29,7 +30,7 @@ std::string Reader::gone(const std::string& why) {
         saysGone_ = true;
         return event("gone", {{"why", why}});
     }
-    for (int i = 0; i < kStepsBeforeAnotherTry && !over_; ++i) std::this_thread::sleep_for(kStep);
+    for (int i = 0; i < kStepsBeforeAnotherTry && !over_; ++i) pause(kStep);
     return "";
 }
 
