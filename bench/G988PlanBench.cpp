@@ -36,10 +36,12 @@ BENCHMARK(planPort)->Arg(4)->Arg(24)->Arg(96);
 void planChangeOfOneRow(benchmark::State& state) {
     auto tables = portWith(static_cast<unsigned>(state.range(0)));
     g988::Installed installed;
-    for (const auto& [key, rules] : g988::planOf(tables).tables)
-        for (const g988::Rule& rule : rules) installed[key].push_back({0, rule});
+    const g988::Plan plan = g988::planOf(tables);
+    for (const auto& [key, sources] : plan.tables)
+        for (const auto& [source, rules] : sources)
+            for (const g988::Rule& rule : rules) installed[key].append(0, rule);
     tables.uniPorts[0].tagging->set(translation(110, 2000));
-    for (auto _ : state) benchmark::DoNotOptimize(g988::differences(installed, g988::planOf(tables).tables));
+    for (auto _ : state) benchmark::DoNotOptimize(g988::differences(installed, g988::planOf(tables)));
 }
 BENCHMARK(planChangeOfOneRow)->Arg(4)->Arg(24)->Arg(96);
 

@@ -2,7 +2,6 @@
 #ifndef TESTS_G988_PLANNED_BOARD_H
 #define TESTS_G988_PLANNED_BOARD_H
 
-#include <algorithm>
 #include <functional>
 #include <string>
 #include <vector>
@@ -36,25 +35,27 @@ protected:
         }
     }
 
-    // Asks the kit for the difference to the plan; looks after each call that has changed a table.
-    void carryOut(const g988::Plan& plan, const std::function<void(const g988::TableStep&)>& look = nullptr) {
+    // Asks the kit for the difference to the plan of a whole board; looks after each call that has changed a table.
+    void carryOut(g988::Plan plan, const std::function<void(const g988::TableStep&)>& look = nullptr) {
         using Kind = g988::Step::Kind;
         vlanCtl_init();
-        for (const auto& [table, step] : g988::differences(installed_, plan.tables)) {
+        g988::emptyOthers(plan, installed_);
+        for (const auto& [table, step] : g988::differences(installed_, plan)) {
             auto& rules = installed_[table];
             if (step.kind == Kind::Remove) {
                 ASSERT_EQ(g988::removeRule(table, step.id), 0);
-                rules.erase(
-                    std::find_if(rules.begin(), rules.end(), [id = step.id](const auto& one) { return one.id == id; }));
+                rules.erase(step.rule.match.source(), step.id);
             } else {
                 const bool front = step.kind == Kind::InsertFront;
-                g988::InstalledRule made{0, step.rule};
-                ASSERT_EQ(
-                    g988::insertRule(table, step.rule, front ? g988::Position::Front : g988::Position::End, &made.id),
-                    0);
-                rules.insert(front ? rules.begin() : rules.end(), made);
+                std::uint32_t id = 0;
+                ASSERT_EQ(g988::insertRule(table, step.rule, front ? g988::Position::Front : g988::Position::End, &id),
+                          0);
+                if (front)
+                    rules.insertFront(id, step.rule);
+                else
+                    rules.append(id, step.rule);
             }
-            if (rules.empty()) installed_.erase(table);
+            if (rules.isEmpty()) installed_.erase(table);
             if (look) look({table, step});
         }
         vlanCtl_cleanup();
@@ -64,25 +65,27 @@ protected:
     // the same and the kit has them.
     std::string differsFrom(const g988::Plan& plan) const {
         if (installed_.size() != plan.tables.size()) return "the tables are others";
-        for (const auto& [key, wanted] : plan.tables) {
+        for (const auto& [key, sources] : plan.tables) {
             const std::string name = key.device + " " + std::to_string(key.tags);
             const auto found = installed_.find(key);
             if (found == installed_.end()) return name + " is missing";
+            const auto installed = found->second.inOrder();
+            std::vector<g988::Rule> wanted;
+            for (const auto& rules : sources) wanted.insert(wanted.end(), rules.second.begin(), rules.second.end());
             std::vector<std::size_t> places;
             for (const g988::Rule& rule : wanted) {
                 std::size_t at = 0;
-                while (at < found->second.size() && found->second[at].rule != rule) ++at;
-                if (at == found->second.size()) return name + " has no rule for " + rule.origin;
+                while (at < installed.size() && installed[at].rule != rule) ++at;
+                if (at == installed.size()) return name + " has no rule for " + rule.origin;
                 for (std::size_t earlier = 0; earlier < places.size(); ++earlier)
                     if (places[earlier] > at && wanted[earlier].conflictsWith(rule))
                         return name + ": " + rule.origin + " is before " + wanted[earlier].origin;
                 places.push_back(at);
             }
-            if (found->second.size() != wanted.size()) return name + " has rules too many";
+            if (installed.size() != wanted.size()) return name + " has rules too many";
             const auto kits = onu().rules(key.device, key.direction == g988::Direction::Receive ? 0 : 1, key.tags);
             for (std::size_t i = 0; i < wanted.size(); ++i)
-                if (kits.size() != wanted.size() || kits[i].id != found->second[i].id)
-                    return name + " is not the kit's";
+                if (kits.size() != wanted.size() || kits[i].id != installed[i].id) return name + " is not the kit's";
         }
         return "";
     }

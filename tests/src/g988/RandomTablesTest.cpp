@@ -5,6 +5,7 @@
 // VORN_G988_FRAMES and VORN_G988_SEED choose how many frames (20,000) and which (1).
 #include <cstdlib>
 
+#include "BRCM/BCM968580/DATA/g988/Stored.h"
 #include "src/g988/AuditedTables.h"
 #include "src/g988/PlannedBoard.h"
 #include "src/g988/RandomTables.h"
@@ -130,9 +131,52 @@ protected:
         return result;
     }
 
+    static std::string bytesOf(const std::vector<g988::PonPort>& ports) {
+        state::ByteWriter bytes;
+        store(g988::PonSide{ports, std::vector<g988::PonPortKey>(ports.size())}, bytes);
+        return bytes.take();
+    }
+
+    static g988::Entries replaced(const Tables& before, const Tables& after) {
+        g988::Entries entries;
+        state::ByteWriter portBefore, portAfter;
+        store(before.uniPorts.at(0), portBefore);
+        store(after.uniPorts.at(0), portAfter);
+        if (portBefore.bytes() != portAfter.bytes()) entries.uniPorts.insert(0);
+        const auto side = [](const Tables& tables, std::uint16_t bridge) {
+            const auto found = tables.bridges.find(bridge);
+            return found == tables.bridges.end() ? "" : bytesOf(found->second);
+        };
+        for (const std::uint16_t bridge : {std::uint16_t{1}, std::uint16_t{2}})
+            if (side(before, bridge) != side(after, bridge)) entries.bridges.insert(bridge);
+        return entries;
+    }
+
+    using Rules = std::map<g988::TableKey, g988::RulesBySource>;
+
+    static Rules withoutEmpty(Rules rules) {
+        for (auto table = rules.begin(); table != rules.end();) {
+            auto& sources = table->second;
+            for (auto one = sources.begin(); one != sources.end();)
+                one = one->second.empty() ? sources.erase(one) : std::next(one);
+            table = sources.empty() ? rules.erase(table) : std::next(table);
+        }
+        return rules;
+    }
+
+    // What is planned of the entries that are replaced, in the place of what there was, is the plan of the whole.
+    static void expectPartsOfPlan(const Tables& before, const Tables& after, const g988::Plan& whole) {
+        Rules rules = g988::planOf(before).tables;
+        const auto part = g988::planOf(after, g988::scopeOf(replaced(before, after), before, after));
+        for (const auto& [table, sources] : part.tables)
+            for (const auto& [source, list] : sources) rules[table][source] = list;
+        EXPECT_TRUE(withoutEmpty(rules) == withoutEmpty(whole.tables));
+    }
+
     void change(const Tables& before, const Tables& after, RandomTables& chance, bool isWatched) {
         const g988::Plan plan = g988::planOf(after);
         ASSERT_TRUE(plan.refusals.empty()) << plan.refusals.front().text();
+        expectPartsOfPlan(before, after, plan);
         std::vector<Sent> sent;
         if (isWatched) sent = watched(before, after, chance);
         const AuditedTables standard(after);

@@ -110,8 +110,8 @@ bool setUni(EtherSwitchBcm380& engine, const UniDataProvisioning& record) {
 
 bool removeUni(EtherSwitchBcm380& engine, std::uint16_t uniPort, std::uint16_t bridgeId) {
     constexpr const char* kOperation = "filter_flow_add";
-    const auto before = services().before();
-    return isDone(kOperation, services().removeUni(uniPort, bridgeId)) &&
+    g988::Services::Before before;
+    return isDone(kOperation, services().removeUni(uniPort, bridgeId, &before)) &&
            removeUniDevices(engine, kOperation, {uniPort}, bridgeId, before);
 }
 
@@ -154,10 +154,11 @@ bool removePonPorts(const BridgeServiceProvisioning& record) {
 
 bool removePonSide(EtherSwitchBcm380& engine, const BridgeServiceProvisioning& record) {
     constexpr const char* kOperation = "deprovisionAniSideBridge";
-    const auto before = services().before();
+    g988::Services::Before before;
     const bool isMulticast = g988::isMulticast(record), isForGateway = leadsToGateway(record.bridgeId);
     const bool hadBridge = !isGone(kit::bridgeName(record.bridgeId));
-    const auto outcome = isMulticast ? services().removePonPorts(record) : services().removePonSide(record.bridgeId);
+    const auto outcome =
+        isMulticast ? services().removePonPorts(record, &before) : services().removePonSide(record.bridgeId, &before);
     if (!isDone(kOperation, outcome)) return false;
     const std::string stays = removePonDevices(engine, record);
     bool done = true;
@@ -176,8 +177,8 @@ bool removeUniSide(EtherSwitchBcm380& engine, std::uint16_t bridgeId) {
     const auto association = m_BridgeIdToUniId.find(bridgeId);
     if (association != m_BridgeIdToUniId.end() && association->second > uniPorts.back())
         uniPorts.push_back(static_cast<std::uint16_t>(association->second));
-    const auto before = services().before();
-    return isDone(kOperation, services().removeUniSide(bridgeId)) &&
+    g988::Services::Before before;
+    return isDone(kOperation, services().removeUniSide(bridgeId, &before)) &&
            removeUniDevices(engine, kOperation, uniPorts, bridgeId, before);
 }
 

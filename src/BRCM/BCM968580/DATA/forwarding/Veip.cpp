@@ -136,8 +136,8 @@ bool claimVeip(EtherSwitchBcm380& engine, const VeipService& service, bool isFir
 bool removeVeip(EtherSwitchBcm380& engine, const VeipService& service) {
     constexpr const char* kOperation = "veip_deleteRules";
     const state::Operation operation;
-    const auto before = services().before();
-    if (!isDone(kOperation, services().removeGemPort(service.bridgeId, service.gemPortId))) return false;
+    g988::Services::Before before;
+    if (!isDone(kOperation, services().removeGemPort(service.bridgeId, service.gemPortId, &before))) return false;
     services().removeGatewayGem(service.gemPortId);
     if (isGone(DeviceName("%s", kVeipDevice))) return true;
     const int servicesBefore = engine.omci_service_num_get();

@@ -8,40 +8,68 @@ namespace g988 {
 
 namespace {
 
-// 0, or the kit's code and nothing has changed.
-int take(const TableStep& wanted, Installed& installed) {
-    const Step& step = wanted.step;
+// 0, or the kit's code and nothing has changed. A rule that is inserted gets its id.
+int take(TableStep& wanted, Installed& installed) {
+    Step& step = wanted.step;
     const bool removes = step.kind == Step::Kind::Remove, inFront = step.kind == Step::Kind::InsertFront;
-    auto& rules = installed[wanted.table];
+    InstalledTable& table = installed[wanted.table];
     int result = 0;
-    std::uint32_t id = step.id;
     if (removes) {
         result = removeRule(wanted.table, step.id);
-        const auto isIt = [&](const InstalledRule& one) { return one.id == step.id; };
-        if (result == 0) rules.erase(std::remove_if(rules.begin(), rules.end(), isIt), rules.end());
+        if (result == 0) table.erase(step.rule.match.source(), step.id);
     } else {
-        InstalledRule made{VLANCTL_DONT_CARE, step.rule};
-        if (!rules.empty()) made.place = inFront ? rules.front().place - 1 : rules.back().place + 1;
-        result = insertRule(wanted.table, step.rule, inFront ? Position::Front : Position::End, &made.id);
-        id = made.id;
-        if (result == 0) rules.insert(inFront ? rules.begin() : rules.end(), made);
+        step.id = VLANCTL_DONT_CARE;
+        result = insertRule(wanted.table, step.rule, inFront ? Position::Front : Position::End, &step.id);
+        if (result == 0 && inFront) table.insertFront(step.id, step.rule);
+        if (result == 0 && !inFront) table.append(step.id, step.rule);
     }
-    if (result == 0) noteRule(wanted.table, id);
-    if (rules.empty()) installed.erase(wanted.table);
+    if (result == 0) noteRule(wanted.table, step.id);
+    if (table.isEmpty()) installed.erase(wanted.table);
     return result;
 }
 
-// What is there in the tables of the steps, as a plan to go back to. A rule that is there twice is there once for the
-// same frames.
-std::map<TableKey, std::vector<Rule>> rulesBefore(const std::vector<TableStep>& steps, const Installed& installed) {
-    std::map<TableKey, std::vector<Rule>> tables;
-    for (const TableStep& step : steps) {
-        const auto [table, isNew] = tables.try_emplace(step.table);
-        const auto rules = installed.find(step.table);
-        if (!isNew || rules == installed.end()) continue;
-        for (const InstalledRule& one : rules->second) table->second.push_back(one.rule);
+Installed installedBefore(const std::vector<TableStep>& done, Installed installed) {
+    for (auto one = done.rbegin(); one != done.rend(); ++one) {
+        const auto& [table, step] = *one;
+        if (step.kind == Step::Kind::Remove)
+            installed[table].insert({step.id, step.rule, step.place});
+        else
+            installed[table].erase(step.rule.match.source(), step.id);
     }
-    return tables;
+    return installed;
+}
+
+// Rules come back in the order that they had among each other, whatever their sources are.
+void sortByPlace(std::vector<TableStep>& steps, Installed& before) {
+    for (auto& [table, step] : steps)
+        for (const InstalledRule& one : before[table].of(step.rule.match.source()))
+            if (step.kind != Step::Kind::Remove && one.rule == step.rule) step.place = one.place;
+    for (auto first = steps.begin(); first != steps.end();) {
+        const auto& [table, step] = *first;
+        const bool rises = step.kind == Step::Kind::Append;
+        const auto last = std::find_if(first, steps.end(), [&, kind = step.kind, &key = table](const TableStep& other) {
+            return other.step.kind != kind || !(other.table == key);
+        });
+        std::stable_sort(first, last, [rises](const TableStep& left, const TableStep& right) {
+            return rises ? left.step.place < right.step.place : left.step.place > right.step.place;
+        });
+        first = last;
+    }
+}
+
+// Back from the steps that are done. A rule that was there twice is there once for the same frames.
+std::vector<TableStep> stepsBack(const std::vector<TableStep>& done, const Installed& installed) {
+    Installed before = installedBefore(done, installed);
+    Plan plan;
+    for (const auto& [table, step] : done) {
+        const std::uint16_t source = step.rule.match.source();
+        const auto [rules, isNew] = plan.tables[table].try_emplace(source);
+        if (!isNew) continue;
+        for (const InstalledRule& one : before[table].of(source)) rules->second.push_back(one.rule);
+    }
+    auto steps = differences(installed, plan);
+    sortByPlace(steps, before);
+    return steps;
 }
 
 std::string textOf(const TableStep& failed, int code) {
@@ -57,20 +85,33 @@ void noteRule(const TableKey& table, std::uint32_t id) {
                     static_cast<std::uint8_t>(table.tags), id);
 }
 
+std::string obstacleTo(const Plan& plan, const Installed& installed) {
+    if (!plan.refusals.empty()) return plan.refusals.front().text();
+    for (const auto& [table, wanted] : plan.tables) {
+        const auto has = installed.find(table);
+        std::size_t rules = has == installed.end() ? 0 : has->second.size();
+        for (const auto& [source, list] : wanted) {
+            rules += list.size();
+            if (has != installed.end()) rules -= has->second.of(source).size();
+        }
+        if (rules >= kMaxRulesOfTable) return table.device + ": the service needs more rules than a table holds";
+    }
+    return "";
+}
+
 Outcome carryOut(const Plan& plan, Installed& installed) {
-    if (!plan.refusals.empty()) return {false, plan.refusals.front().text()};
-    const auto isPlanned = [&](const TableKey& key) { return !plan.scope || plan.scope->covers(key.device); };
-    const auto steps = differences(installed, plan.tables, isPlanned);
+    const std::string obstacle = obstacleTo(plan, installed);
+    if (!obstacle.empty()) return {false, obstacle};
+    auto steps = differences(installed, plan);
     if (steps.empty()) return {true, ""};
     const kit::VlanCtlSession session;
     if (session.result() != 0) return {false, "vlanctl answers " + std::to_string(session.result())};
-    const auto before = rulesBefore(steps, installed);
-    const auto isTouched = [&](const TableKey& key) { return before.count(key) != 0; };
-    for (const TableStep& step : steps) {
-        const int code = take(step, installed);
+    for (auto step = steps.begin(); step != steps.end(); ++step) {
+        const int code = take(*step, installed);
         if (code == 0) continue;
-        Outcome outcome{false, textOf(step, code)};
-        for (const TableStep& back : differences(installed, before, isTouched)) {
+        Outcome outcome{false, textOf(*step, code)};
+        steps.erase(step, steps.end());
+        for (TableStep& back : stepsBack(steps, installed)) {
             const int refusal = take(back, installed);
             if (refusal == 0) continue;
             outcome.isPartly = true;

@@ -16,8 +16,11 @@ struct Outcome {
     bool isPartly = false;  // not done, and what was there before could not all be put back
 };
 
+// What keeps the plan from being carried out, as far as it is known before the kit is asked; "": nothing.
+std::string obstacleTo(const Plan& plan, const Installed& installed);
+
 // Asks the kit for the difference between what is installed and the plan, and keeps `installed` true after each call. A
-// plan with refusals changes nothing. When the kit fails, what has been done is taken back; the tables then have the
+// plan with an obstacle changes nothing. When the kit fails, what has been done is taken back; the tables then have the
 // rules that they had, in an order that means the same. Should the kit refuse that too, `installed` still says what
 // there is.
 Outcome carryOut(const Plan& plan, Installed& installed);

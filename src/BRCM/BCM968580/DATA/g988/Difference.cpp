@@ -65,60 +65,95 @@ void choosePart(std::vector<Wanted>& rules, std::size_t place) {
 }
 
 // How far a table is from where its frames leave the device.
-unsigned distance(const TableKey& table) {
-    constexpr unsigned kAtPon = 0, kAtBridge = 1, kAtPort = 2;
+constexpr std::size_t kAtPon = 0, kAtBridge = 1, kAtPort = 2;
+
+std::size_t distanceOf(const TableKey& table) {
     const bool isPon = table.device == kPonDeviceName;
     const bool isPort = table.device.compare(0, 3, "sid") == 0;
-    const unsigned upstream = isPon ? kAtPon : isPort ? kAtPort : kAtBridge;
+    const std::size_t upstream = isPon ? kAtPon : isPort ? kAtPort : kAtBridge;
     const bool goesUp = (table.direction == Direction::Receive) == isPort;
     return goesUp ? upstream : kAtPort - upstream;
 }
 
-}  // namespace
-
-std::vector<Step> difference(const std::vector<InstalledRule>& installed, const std::vector<Rule>& wanted) {
-    std::vector<Wanted> rules = whereTheyAre(installed, wanted);
-    for (std::size_t i = 0; i < rules.size(); ++i) choosePart(rules, i);
-    std::vector<bool> stays(installed.size());
-    for (const Wanted& one : rules)
-        if (one.part == Part::Stays) stays[*one.at] = true;
-    // A table that is empty gets its rules in the wanted order.
-    const bool isNew = installed.empty();
-    std::vector<Step> steps;
-    for (auto one = rules.rbegin(); one != rules.rend(); ++one)
-        if (one->part == Part::Front && !isNew) steps.push_back({Step::Kind::InsertFront, *one->rule});
-    for (const Wanted& one : rules)
-        if (one.part == Part::Appended || isNew) steps.push_back({Step::Kind::Append, *one.rule});
-    for (std::size_t at = installed.size(); at-- > 0;)
-        if (!stays[at]) steps.push_back({Step::Kind::Remove, installed[at].rule, installed[at].id});
-    return steps;
+bool isAlike(const std::vector<InstalledRule>& installed, const std::vector<Rule>& wanted) {
+    return std::equal(installed.begin(), installed.end(), wanted.begin(), wanted.end(),
+                      [](const InstalledRule& has, const Rule& rule) { return has.rule == rule; });
 }
 
-std::vector<TableStep> differences(const Installed& installed, const std::map<TableKey, std::vector<Rule>>& wanted,
-                                   const Concerns& concerns) {
-    static const std::vector<Rule> kNone;
-    static const std::vector<InstalledRule> kEmpty;
-    std::vector<TableStep> inserts, removals;
-    const auto compare = [&](const TableKey& key, const std::vector<InstalledRule>& has,
-                             const std::vector<Rule>& wants) {
-        for (Step& step : difference(has, wants))
-            (step.kind == Step::Kind::Remove ? removals : inserts).push_back({key, std::move(step)});
-    };
-    for (const auto& [key, rules] : installed) {
-        if (concerns && !concerns(key)) continue;
-        const auto found = wanted.find(key);
-        compare(key, rules, found == wanted.end() ? kNone : found->second);
+template <typename One>
+void moveBehind(std::vector<One>& all, std::vector<One>& more) {
+    std::move(more.begin(), more.end(), std::back_inserter(all));
+}
+
+}  // namespace
+
+std::vector<Step> difference(const InstalledTable& installed, const RulesBySource& wanted) {
+    // A table that is empty gets its rules in the wanted order.
+    const bool isNew = installed.isEmpty();
+    std::vector<Step> inFront, appended, removed;
+    for (const auto& [source, list] : wanted) {
+        const auto& has = installed.of(source);
+        if (isAlike(has, list)) continue;
+        std::vector<Wanted> rules = whereTheyAre(has, list);
+        for (std::size_t i = 0; i < rules.size(); ++i) choosePart(rules, i);
+        std::vector<bool> stays(has.size());
+        for (const Wanted& one : rules) {
+            if (one.part == Part::Stays) {
+                stays[*one.at] = true;
+            } else if (one.part == Part::Front && !isNew) {
+                inFront.push_back({Step::Kind::InsertFront, *one.rule});
+            } else {
+                appended.push_back({Step::Kind::Append, *one.rule});
+            }
+        }
+        for (std::size_t at = 0; at < has.size(); ++at)
+            if (!stays[at]) removed.push_back({Step::Kind::Remove, has[at].rule, has[at].id, has[at].place});
     }
-    for (const auto& [key, rules] : wanted)
-        if (installed.count(key) == 0) compare(key, kEmpty, rules);
-    const auto nearer = [](const TableStep& left, const TableStep& right) {
-        return distance(left.table) < distance(right.table);
+    std::reverse(inFront.begin(), inFront.end());
+    std::sort(removed.begin(), removed.end(),
+              [](const Step& left, const Step& right) { return left.place > right.place; });
+    moveBehind(inFront, appended);
+    moveBehind(inFront, removed);
+    return inFront;
+}
+
+std::vector<TableStep> differences(const Installed& installed, const Plan& plan) {
+    struct OfTable {
+        const TableKey& table;
+        std::vector<Step> steps;
+        std::size_t distance;
     };
-    std::stable_sort(inserts.begin(), inserts.end(), nearer);
-    std::stable_sort(removals.begin(), removals.end(),
-                     [&](const TableStep& left, const TableStep& right) { return nearer(right, left); });
-    std::move(removals.begin(), removals.end(), std::back_inserter(inserts));
-    return inserts;
+    std::vector<OfTable> changed;
+    const auto compare = [&](const auto& planned, const InstalledTable& has) {
+        auto steps = difference(has, planned.second);
+        if (!steps.empty()) changed.push_back({planned.first, std::move(steps), distanceOf(planned.first)});
+    };
+    std::vector<const std::pair<const TableKey, RulesBySource>*> isNew;
+    for (const auto& planned : plan.tables) {
+        const auto has = installed.find(planned.first);
+        if (has == installed.end())
+            isNew.push_back(&planned);
+        else
+            compare(planned, has->second);
+    }
+    for (const auto* const planned : isNew) compare(*planned, {});
+    std::vector<TableStep> all;
+    const auto take = [&](std::size_t distance, bool removals) {
+        for (OfTable& one : changed)
+            for (Step& step : one.steps)
+                if (one.distance == distance && (step.kind == Step::Kind::Remove) == removals)
+                    all.push_back({one.table, std::move(step)});
+    };
+    for (std::size_t distance = 0; distance <= kAtPort; ++distance) take(distance, false);
+    for (std::size_t distance = kAtPort + 1; distance-- > 0;) take(distance, true);
+    return all;
+}
+
+void emptyOthers(Plan& plan, const Installed& installed) {
+    for (const auto& [key, table] : installed) {
+        RulesBySource& wanted = plan.tables[key];
+        for (const auto& rules : table.bySource()) wanted.try_emplace(rules.first);
+    }
 }
 
 }  // namespace g988

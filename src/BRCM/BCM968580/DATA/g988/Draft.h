@@ -3,9 +3,11 @@
 #ifndef BRCM_BCM968580_DATA_G988_DRAFT_H
 #define BRCM_BCM968580_DATA_G988_DRAFT_H
 
+#include <array>
 #include <map>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "BRCM/BCM968580/DATA/g988/Planner.h"
@@ -14,16 +16,22 @@
 
 namespace g988 {
 
+// By number of tags.
+using RuleLists = std::array<RuleList, kTableTags + 1>;
+
 class Draft {
 public:
-    RuleList& table(const std::string& device, Direction direction, unsigned tags) {
-        return tables_[{device, direction, tags}];
+    // Tables of the device. The plan says which rules it has for frames of the source, if only that it has none.
+    RuleLists& tables(const std::string& device, Direction direction, std::uint16_t source = 0) {
+        RuleLists& lists = tables_[{device, direction}];
+        for (RuleList& list : lists) list.begin(source);
+        return lists;
     }
     void refuse(const std::string& origin, const std::string& reason) { refusals_.push_back({origin, reason}); }
     Plan finish();
 
 private:
-    std::map<TableKey, RuleList> tables_;
+    std::map<std::pair<std::string, Direction>, RuleLists> tables_;
     std::vector<Refusal> refusals_;
 };
 
@@ -41,9 +49,15 @@ void addFirstOf(const std::vector<Selector>& selectors, const Match& all, const 
 // only.
 Selector filterSelector(const VlanFilter& filter, unsigned tags);
 
-void planUniPort(std::uint16_t number, const UniPort& port, const Tables& tables, Draft& draft);
-// "gpondef", and the PON sides of these bridges.
-void planPonSide(const Tables& tables, const std::set<std::uint16_t>& bridges, Draft& draft);
+// What the port receives, and what it sends of the frames from these bridges.
+void planUniPort(std::uint16_t number, const std::set<std::uint16_t>& bridges, const Tables& tables, Draft& draft);
+const UniPort& portOf(std::uint16_t number, const Tables& tables);  // one of no bridge where there is none
+// Of what a port sends: bridges whose frames have other rules when it is replaced.
+std::set<std::uint16_t> bridgesSentOtherwise(const UniPort& before, const UniPort& after);
+// "gpondef" and the bridges' devices, as far as they are in the scope.
+void planPonSides(const Scope& scope, const Tables& tables, Draft& draft);
+
+std::set<std::uint16_t> gemsOf(const PonPort& port);
 
 // Names of devices.
 std::string uniDevice(std::uint16_t number);                            // "sid0"

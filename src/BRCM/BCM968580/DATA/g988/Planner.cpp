@@ -8,10 +8,10 @@ namespace g988 {
 
 Plan Draft::finish() {
     Plan plan;
-    for (auto& [key, list] : tables_) {
-        if (list.isFull()) refuse(key.device, "the service needs more rules than a table holds");
-        auto rules = list.take();
-        if (!rules.empty()) plan.tables.emplace(key, std::move(rules));
+    for (auto& [side, lists] : tables_) {
+        const auto& [device, direction] = side;
+        for (unsigned tags = 0; tags < lists.size(); ++tags)
+            plan.tables.emplace_hint(plan.tables.end(), TableKey{device, direction, tags}, lists[tags].take());
     }
     plan.refusals = std::move(refusals_);
     return plan;
@@ -65,31 +65,40 @@ std::string aniVlanDevice(std::uint16_t bridge) {
     return aniDevice(bridge) + "." + std::to_string(bridge);
 }
 
-bool Scope::covers(const std::string& device) const {
-    if (device == kPonDeviceName) return !bridges.empty();
-    const auto isOf = [&](std::string (*name)(std::uint16_t), const std::set<std::uint16_t>& numbers) {
-        return std::any_of(numbers.begin(), numbers.end(), [&](auto number) { return device == name(number); });
-    };
-    return isOf(uniDevice, uniPorts) || isOf(aniDevice, bridges);
+Entries entriesOf(const Tables& tables) {
+    Entries all;
+    for (const auto& port : tables.uniPorts) all.uniPorts.insert(port.first);
+    for (const auto& bridge : tables.bridges) all.bridges.insert(bridge.first);
+    return all;
+}
+
+Scope scopeOf(const Entries& replaced, const Tables& before, const Tables& after) {
+    Scope scope;
+    for (const std::uint16_t number : replaced.uniPorts)
+        scope.uniPorts[number] = bridgesSentOtherwise(portOf(number, before), portOf(number, after));
+    for (const std::uint16_t bridge : replaced.bridges) {
+        scope.bridges.insert(bridge);
+        for (const Tables* const tables : {&before, &after}) {
+            const auto ports = tables->bridges.find(bridge);
+            if (ports == tables->bridges.end()) continue;
+            for (const PonPort& port : ports->second) scope.gems.merge(gemsOf(port));
+        }
+        // A port of several bridges looks at the PON sides of all of them.
+        for (const auto& [number, port] : after.uniPorts)
+            if (port.bridges.size() > 1 && port.bridges.count(bridge) != 0) scope.uniPorts[number];
+    }
+    return scope;
 }
 
 Plan planOf(const Tables& tables, const Scope& scope) {
     Draft draft;
-    for (const auto& [number, port] : tables.uniPorts)
-        if (scope.uniPorts.count(number) != 0) planUniPort(number, port, tables, draft);
-    if (!scope.bridges.empty()) planPonSide(tables, scope.bridges, draft);
-    Plan plan = draft.finish();
-    plan.scope = scope;
-    return plan;
+    for (const auto& [number, bridges] : scope.uniPorts) planUniPort(number, bridges, tables, draft);
+    planPonSides(scope, tables, draft);
+    return draft.finish();
 }
 
 Plan planOf(const Tables& tables) {
-    Scope all;
-    for (const auto& port : tables.uniPorts) all.uniPorts.insert(port.first);
-    for (const auto& bridge : tables.bridges) all.bridges.insert(bridge.first);
-    Plan plan = planOf(tables, all);
-    plan.scope.reset();
-    return plan;
+    return planOf(tables, scopeOf(entriesOf(tables), {}, tables));
 }
 
 }  // namespace g988

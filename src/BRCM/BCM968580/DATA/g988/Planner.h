@@ -21,24 +21,32 @@ struct Refusal {
     std::string text() const { return origin + ": " + reason; }
 };
 
-// A part of a board: the tables of these UNI ports' devices, and, when there is a bridge, those of the bridges' PON
-// sides and of "gpondef", which all bridges share.
-struct Scope {
+// Entries of the tables, by their numbers.
+struct Entries {
     std::set<std::uint16_t> uniPorts, bridges;
-    bool covers(const std::string& device) const;
 };
+Entries entriesOf(const Tables& tables);
+
+// A part of a board.
+struct Scope {
+    // What these ports receive, and what they send of the frames from these bridges.
+    std::map<std::uint16_t, std::set<std::uint16_t>> uniPorts;
+    std::set<std::uint16_t> bridges;  // their devices on the PON side, and what "gpondef" sends of their frames
+    std::set<std::uint16_t> gems;     // indexes: what "gpondef" receives in them
+};
+// All that has other rules when these entries are replaced. Of the tables before that no others are needed.
+Scope scopeOf(const Entries& replaced, const Tables& before, const Tables& after);
 
 struct Plan {
-    std::map<TableKey, std::vector<Rule>> tables;  // each in the order in which its rules are tried; none is empty
+    std::map<TableKey, RulesBySource> tables;  // it says nothing of tables and sources that it does not name
     // With any of these the rules are not to be used: they leave out what is refused.
     std::vector<Refusal> refusals;
-    std::optional<Scope> scope;  // it says nothing of other tables; none: other tables are empty
 };
 
 // The plan depends on the tables alone, not on what was asked for before. Every table of a device ends with a rule for
 // all remaining frames, so that no default action is needed; defaults would stay when a service has gone.
 Plan planOf(const Tables& tables);
-// The same, of a part of it.
+// The same, of a part of it. No entry outside of it is looked at for mistakes.
 Plan planOf(const Tables& tables, const Scope& scope);
 
 }  // namespace g988

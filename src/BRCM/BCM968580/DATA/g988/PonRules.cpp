@@ -115,7 +115,7 @@ Selector upstreamSelector(const PonPort& port, unsigned tags, const std::string&
     return selector;
 }
 
-void planUpstream(std::uint16_t bridge, const std::vector<PonPort>& ports, Draft& draft) {
+void planUpstream(std::uint16_t bridge, const std::vector<PonPort>& ports, RuleLists& tables, Draft& draft) {
     Match sent;
     sent.txDevice(aniVlanDevice(bridge));
     for (unsigned tags = 0; tags <= kTableTags; ++tags) {
@@ -125,26 +125,18 @@ void planUpstream(std::uint16_t bridge, const std::vector<PonPort>& ports, Draft
                 if (ports[i].ipProtocol.has_value() == forOneProtocol)
                     selectors.push_back(upstreamSelector(ports[i], tags, nameOf(bridge, i), draft));
         const Rule drop = droppingRule({}, "what no PON port of br" + std::to_string(bridge) + " takes");
-        addFirstOf(selectors, sent, drop, draft.table(aniDevice(bridge), Direction::Transmit, tags));
+        addFirstOf(selectors, sent, drop, tables[tags]);
     }
 }
 
 // What has its marks goes on.
-void passUpstream(std::uint16_t bridge, Draft& draft) {
+void passUpstream(std::uint16_t bridge, RuleLists& tables) {
     Match fromBridge;
     fromBridge.txDevice(aniDevice(bridge));
-    for (unsigned tags = 0; tags <= kTableTags; ++tags)
-        draft.table(kPonDeviceName, Direction::Transmit, tags).add({fromBridge, {}, "", aniDevice(bridge)});
+    for (RuleList& table : tables) table.add({fromBridge, {}, "", aniDevice(bridge)});
 }
 
 // ---- downstream ----
-
-std::set<std::uint16_t> gemsOf(const PonPort& port) {
-    std::set<std::uint16_t> gems = port.downstreamGems;
-    for (const auto& place : port.mapper.places)
-        if (place) gems.insert(place->gemIndex);
-    return gems;
-}
 
 Selector downstreamSelector(std::uint16_t bridge, const PonPort& port, unsigned tags, const std::string& name) {
     Selector selector = filterSelector(port.filter, tags);
@@ -162,7 +154,24 @@ struct PortOfGem {
     const PonPort& port;
 };
 
+bool isIn(std::uint16_t gem, const PonPort& port) {
+    const auto& places = port.mapper.places;
+    return port.downstreamGems.count(gem) != 0 || std::any_of(places.begin(), places.end(), [&](const auto& place) {
+               return place && place->gemIndex == gem;
+           });
+}
+
+std::vector<PortOfGem> portsOf(std::uint16_t gem, const Tables& tables) {
+    std::vector<PortOfGem> found;
+    for (const auto& [bridge, ports] : tables.bridges)
+        for (std::size_t i = 0; i < ports.size(); ++i)
+            if (isIn(gem, ports[i])) found.push_back({bridge, i, ports[i]});
+    return found;
+}
+
 void planGemPort(std::uint16_t gem, const std::vector<PortOfGem>& ports, Draft& draft) {
+    RuleLists& tables = draft.tables(kPonDeviceName, Direction::Receive, gem);
+    if (ports.empty()) return;
     Match received;
     received.gemIndex(gem);
     const Rule drop = droppingRule({}, "what no bridge takes of GEM index " + std::to_string(gem));
@@ -170,8 +179,28 @@ void planGemPort(std::uint16_t gem, const std::vector<PortOfGem>& ports, Draft& 
         std::vector<Selector> selectors;
         for (const PortOfGem& one : ports)
             selectors.push_back(downstreamSelector(one.bridge, one.port, tags, nameOf(one.bridge, one.number)));
-        addFirstOf(selectors, received, drop, draft.table(kPonDeviceName, Direction::Receive, tags));
+        addFirstOf(selectors, received, drop, tables[tags]);
     }
+}
+
+// False when a port asks for what the standard has no meaning for.
+bool planBridge(std::uint16_t bridge, const Tables& tables, Draft& draft) {
+    RuleLists& received = draft.tables(aniDevice(bridge), Direction::Receive);
+    RuleLists& sent = draft.tables(aniDevice(bridge), Direction::Transmit, bridge);
+    RuleLists& sentToPon = draft.tables(kPonDeviceName, Direction::Transmit, bridge);
+    const auto found = tables.bridges.find(bridge);
+    if (found == tables.bridges.end() || found->second.empty()) return true;
+    const auto& ports = found->second;
+    for (std::size_t i = 0; i < ports.size(); ++i) {
+        const char* const mistake = mistakeOf(ports[i]);
+        if (mistake == nullptr) continue;
+        draft.refuse(nameOf(bridge, i), mistake);
+        return false;
+    }
+    passUpstream(bridge, sentToPon);
+    planUpstream(bridge, ports, sent, draft);
+    for (RuleList& table : received) table.add({{}, {}, aniVlanDevice(bridge), aniDevice(bridge)});
+    return true;
 }
 
 }  // namespace
@@ -193,25 +222,17 @@ Selector filterSelector(const VlanFilter& filter, unsigned tags) {
     return selector;
 }
 
-void planPonSide(const Tables& tables, const std::set<std::uint16_t>& bridges, Draft& draft) {
-    std::map<std::uint16_t, std::vector<PortOfGem>> gems;
-    for (const auto& [bridge, ports] : tables.bridges) {
-        for (std::size_t i = 0; i < ports.size(); ++i) {
-            if (const char* mistake = mistakeOf(ports[i])) {
-                draft.refuse(nameOf(bridge, i), mistake);
-                return;
-            }
-            for (const std::uint16_t gem : gemsOf(ports[i])) gems[gem].push_back({bridge, i, ports[i]});
-        }
-        if (ports.empty()) continue;
-        passUpstream(bridge, draft);
-        if (bridges.count(bridge) == 0) continue;
-        planUpstream(bridge, ports, draft);
-        for (unsigned tags = 0; tags <= kTableTags; ++tags)
-            draft.table(aniDevice(bridge), Direction::Receive, tags)
-                .add({{}, {}, aniVlanDevice(bridge), aniDevice(bridge)});
-    }
-    for (const auto& [gem, ports] : gems) planGemPort(gem, ports, draft);
+std::set<std::uint16_t> gemsOf(const PonPort& port) {
+    std::set<std::uint16_t> gems = port.downstreamGems;
+    for (const auto& place : port.mapper.places)
+        if (place) gems.insert(place->gemIndex);
+    return gems;
+}
+
+void planPonSides(const Scope& scope, const Tables& tables, Draft& draft) {
+    for (const std::uint16_t bridge : scope.bridges)
+        if (!planBridge(bridge, tables, draft)) return;
+    for (const std::uint16_t gem : scope.gems) planGemPort(gem, portsOf(gem, tables), draft);
 }
 
 }  // namespace g988

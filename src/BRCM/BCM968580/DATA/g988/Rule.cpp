@@ -23,6 +23,15 @@ bool Match::txDevice(const std::string& name) {
     return true;
 }
 
+std::uint16_t Match::source() const {
+    if (const auto gem = gemIndexOf()) return static_cast<std::uint16_t>(*gem);
+    const std::size_t number = txDevice_.find_last_not_of("0123456789") + 1;
+    unsigned source = 0;
+    for (std::size_t i = number; i < txDevice_.size(); ++i)
+        source = source * 10 + static_cast<unsigned>(txDevice_[i] - '0');
+    return static_cast<std::uint16_t>(source);
+}
+
 bool Match::add(const Match& other) {
     if (!overlaps(other)) return false;
     for (std::size_t i = 0; i < mask_.size(); ++i) {
@@ -67,8 +76,11 @@ Rule droppingRule(const Match& match, const std::string& origin) {
 }
 
 void RuleList::add(Rule rule) {
+    auto& rules = rules_[rule.match.source()];
     const auto takesAll = [&](const Rule& earlier) { return earlier.match.covers(rule.match); };
-    if (std::none_of(rules_.begin(), rules_.end(), takesAll)) rules_.push_back(std::move(rule));
+    if (std::any_of(rules.begin(), rules.end(), takesAll)) return;
+    rules.push_back(std::move(rule));
+    ++count_;
 }
 
 }  // namespace g988

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -40,6 +41,9 @@ public:
     std::optional<unsigned> ipProtocolOf() const { return field(2, 16, 0xFF); }
     std::optional<unsigned> gemIndexOf() const { return field(2, 32, 0xFFFF); }
     const std::string& txDeviceOf() const { return txDevice_; }  // "" for any
+    // What its frames come from: the GEM index, or the number of the bridge at the end of the device's name; 0 for
+    // neither.
+    std::uint16_t source() const;
 
     // Whether some field of the tag is asked for, so that only frames that have it match.
     bool needsTag(unsigned tag) const;
@@ -115,7 +119,8 @@ struct TableKey {
     Direction direction = Direction::Receive;
     unsigned tags = 0;
     bool operator<(const TableKey& other) const {
-        return std::tie(device, direction, tags) < std::tie(other.device, other.direction, other.tags);
+        const int order = device.compare(other.device);
+        return order != 0 ? order < 0 : std::tie(direction, tags) < std::tie(other.direction, other.tags);
     }
     bool operator==(const TableKey& other) const {
         return std::tie(device, direction, tags) == std::tie(other.device, other.direction, other.tags);
@@ -127,17 +132,23 @@ constexpr unsigned kTableTags = 2;  // the highest number of tags that a table s
 // More rules than this are no service that somebody means: filters that are multiplied with each other.
 constexpr std::size_t kMaxRulesOfTable = 4096;
 
-// Rules of one table, in the order in which they are tried.
+// Rules of one table by the source of their frames, each list in the order in which its rules are tried. All rules of a
+// table ask for a source or none does. So a frame meets the rules of one list, and how the lists are mixed is of no
+// matter.
+using RulesBySource = std::map<std::uint16_t, std::vector<Rule>>;
+
 class RuleList {
 public:
     // Nothing where an earlier rule takes all of its frames.
     void add(Rule rule);
-    bool isFull() const { return rules_.size() >= kMaxRulesOfTable; }
-    const std::vector<Rule>& rules() const { return rules_; }
-    std::vector<Rule> take() { return std::move(rules_); }
+    // There may be no rule for the source.
+    void begin(std::uint16_t source) { rules_[source]; }
+    bool isFull() const { return count_ >= kMaxRulesOfTable; }
+    RulesBySource take() { return std::move(rules_); }
 
 private:
-    std::vector<Rule> rules_;
+    RulesBySource rules_;
+    std::size_t count_ = 0;
 };
 
 }  // namespace g988

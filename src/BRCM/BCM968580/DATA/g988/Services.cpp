@@ -34,57 +34,100 @@ void leave(Tables& tables, std::uint16_t number, std::uint16_t bridge) {
 
 }  // namespace
 
-// A port of several bridges looks at the PON sides of all of them.
-Scope Services::ofPonSide(std::uint16_t bridge) const {
-    Scope scope{{}, {bridge}};
-    for (const auto& [number, port] : asked_.tables.uniPorts)
-        if (port.bridges.size() > 1 && port.bridges.count(bridge) != 0) scope.uniPorts.insert(number);
-    return scope;
+// ---- operations ----
+
+Services::Asked Services::partOf(const Asked& asked, const Entries& entries) {
+    const auto copy = [](const auto& map, auto& part, const std::set<std::uint16_t>& numbers) {
+        for (const std::uint16_t number : numbers)
+            if (const auto found = map.find(number); found != map.end()) part.insert(*found);
+    };
+    Asked part;
+    copy(asked.tables.uniPorts, part.tables.uniPorts, entries.uniPorts);
+    copy(asked.tables.bridges, part.tables.bridges, entries.bridges);
+    copy(asked.keys, part.keys, entries.bridges);
+    part.gatewayGems = asked.gatewayGems;
+    return part;
 }
 
-Outcome Services::change(const Scope& scope, const Edit& edit, const Prepare& prepare) {
-    Asked asked = asked_;
-    edit(asked);
-    Outcome outcome = replace(std::move(asked), scope, prepare);
-    if (outcome.done && claimed_) edit(*claimed_);
+void Services::exchange(Asked& one, Asked& other, const Entries& entries) {
+    const auto swap = [](auto& left, auto& right, const std::set<std::uint16_t>& numbers) {
+        for (const std::uint16_t number : numbers) {
+            auto fromLeft = left.extract(number), fromRight = right.extract(number);
+            left.insert(std::move(fromRight));
+            right.insert(std::move(fromLeft));
+        }
+    };
+    swap(one.tables.uniPorts, other.tables.uniPorts, entries.uniPorts);
+    swap(one.tables.bridges, other.tables.bridges, entries.bridges);
+    swap(one.keys, other.keys, entries.bridges);
+    std::swap(one.gatewayGems, other.gatewayGems);
+}
+
+Outcome Services::change(const Entries& entries, const Edit& edit, const Prepare& prepare, Before* before) {
+    Asked part = partOf(asked_, entries);
+    edit(part);
+    Outcome outcome = replace(entries, part, prepare);
+    if (!outcome.done) return outcome;
+    if (before != nullptr) {
+        before->entries_ = entries;
+        before->asked_ = std::move(part);
+        if (claimed_) before->claimed_ = partOf(*claimed_, entries);
+    }
+    if (claimed_) edit(*claimed_);
     return outcome;
 }
 
-Outcome Services::replace(Asked asked, const std::optional<Scope>& scope, const Prepare& prepare) {
-    const Plan plan = scope && isCarriedOut_ ? planOf(asked.tables, *scope) : planOf(asked.tables);
-    if (!plan.refusals.empty()) return {false, plan.refusals.front().text()};
+Plan Services::planOfBoard(const Tables& tables) const {
+    Plan plan = planOf(tables);
+    emptyOthers(plan, installed_);
+    return plan;
+}
+
+Plan Services::planWith(const std::optional<Entries>& entries, Asked& asked) {
+    if (!entries) return planOfBoard(asked.tables);
+    exchange(asked_, asked, *entries);
+    Plan plan = isCarriedOut_ ? planOf(asked_.tables, scopeOf(*entries, asked.tables, asked_.tables))
+                              : planOfBoard(asked_.tables);
+    exchange(asked_, asked, *entries);
+    return plan;
+}
+
+Outcome Services::replace(const std::optional<Entries>& entries, Asked& asked, const Prepare& prepare) {
+    const Plan plan = planWith(entries, asked);
     if (prepare) {
-        const std::string problem = prepare();
+        std::string problem = obstacleTo(plan, installed_);
+        if (problem.empty()) problem = prepare();
         if (!problem.empty()) return {false, problem};
     }
     const state::Operation operation;
     Outcome outcome = carryOut(plan, installed_);
     isCarriedOut_ = outcome.done || (isCarriedOut_ && !outcome.isPartly);
     if (!outcome.done) return outcome;
-    noteTables();
-    asked_ = std::move(asked);
-    noteTables();
+    noteTables(entries);
+    if (entries) {
+        exchange(asked_, asked, *entries);
+    } else {
+        std::swap(asked_, asked);
+    }
+    noteTables(entries);
     return outcome;
 }
 
-Services::Before Services::before() const {
-    Before before;
-    before.asked_ = asked_;
-    before.claimed_ = claimed_;
-    return before;
-}
-
 Outcome Services::rollBack(const Before& before) {
-    Outcome outcome = replace(before.asked_);
-    if (outcome.done) claimed_ = before.claimed_;
+    Asked asked = before.asked_;
+    Outcome outcome = replace(before.entries_, asked);
+    if (!outcome.done || !claimed_ || !before.claimed_) return outcome;
+    Asked claimed = *before.claimed_;
+    exchange(*claimed_, claimed, before.entries_);
     return outcome;
 }
 
 // What is gone and what has come: the file takes what differs.
-void Services::noteTables() const {
+void Services::noteTables(const std::optional<Entries>& entries) const {
     if (state::journal() == nullptr) return;
-    for (const auto& port : asked_.tables.uniPorts) kit::noteChange(kit::Entry::TaggedPorts, port.first);
-    for (const auto& bridge : asked_.tables.bridges) kit::noteChange(kit::Entry::PonSides, bridge.first);
+    const Entries noted = entries ? *entries : entriesOf(asked_.tables);
+    for (const std::uint16_t number : noted.uniPorts) kit::noteChange(kit::Entry::TaggedPorts, number);
+    for (const std::uint16_t bridge : noted.bridges) kit::noteChange(kit::Entry::PonSides, bridge);
     for (const std::uint16_t gemPortId : asked_.gatewayGems) kit::noteChange(kit::Entry::GatewayGems, gemPortId);
 }
 
@@ -96,7 +139,7 @@ Outcome Services::setUni(const UniDataProvisioning& record, const Prepare& prepa
     const char* const mistake = deletes || record.hasTagRules != 0 ? unknownCode(record) : nullptr;
     if (mistake != nullptr) return {false, "row of " + uniDevice(number) + ": " + mistake};
     if (deletes) {
-        return change(ofPort(number), [&](Asked& asked) {
+        return change({{number}, {}}, [&](Asked& asked) {
             const auto found = asked.tables.uniPorts.find(number);
             if (found != asked.tables.uniPorts.end() && found->second.tagging)
                 found->second.tagging->erase(rowOf(record));
@@ -113,23 +156,24 @@ Outcome Services::setUni(const UniDataProvisioning& record, const Prepare& prepa
         setAttributes(*port.tagging, record);
         port.tagging->set(rowOf(record));
     };
-    return change(ofPort(number), edit, prepare);
+    return change({{number}, {}}, edit, prepare);
 }
 
-Outcome Services::removeUni(std::uint16_t uniPort, std::uint16_t bridge) {
+Outcome Services::removeUni(std::uint16_t uniPort, std::uint16_t bridge, Before* before) {
     if (uniPort == 0) return {false, "there is no UNI port 0"};
     const auto number = static_cast<std::uint16_t>(uniPort - 1);
-    return change(ofPort(number), [&](Asked& asked) { leave(asked.tables, number, bridge); });
+    const auto edit = [&](Asked& asked) { leave(asked.tables, number, bridge); };
+    return change({{number}, {}}, edit, nullptr, before);
 }
 
-Outcome Services::removeUniSide(std::uint16_t bridge) {
-    Scope scope;
+Outcome Services::removeUniSide(std::uint16_t bridge, Before* before) {
+    Entries members;
     for (const auto& [number, port] : asked_.tables.uniPorts)
-        if (port.bridges.count(bridge) != 0) scope.uniPorts.insert(number);
-    return change(scope, [&](Asked& asked) {
-        const auto ports = asked.tables.uniPorts;
-        for (const auto& port : ports) leave(asked.tables, port.first, bridge);
-    });
+        if (port.bridges.count(bridge) != 0) members.uniPorts.insert(number);
+    const auto edit = [&](Asked& asked) {
+        for (const std::uint16_t number : members.uniPorts) leave(asked.tables, number, bridge);
+    };
+    return change(members, edit, nullptr, before);
 }
 
 Outcome Services::setPonPort(const BridgeServiceProvisioning& record, const Prepare& prepare) {
@@ -149,7 +193,7 @@ Outcome Services::setPonPort(const BridgeServiceProvisioning& record, const Prep
             keys.push_back(key);
         }
     };
-    return change(ofPonSide(record.bridgeId), edit, prepare);
+    return change({{}, {record.bridgeId}}, edit, prepare);
 }
 
 namespace {
@@ -175,22 +219,27 @@ bool isNamed(const PonPortKey& key, const std::set<std::uint16_t>& gemPortIds) {
 
 }  // namespace
 
-Outcome Services::removePonPorts(const BridgeServiceProvisioning& record) {
+template <typename Goes>
+Outcome Services::removePonPorts(std::uint16_t bridge, Goes goes, Before* before) {
+    return change(
+        {{}, {bridge}}, [&](Asked& asked) { erasePonPorts(asked, bridge, goes); }, nullptr, before);
+}
+
+Outcome Services::removePonPorts(const BridgeServiceProvisioning& record, Before* before) {
     const auto goes = [named = gemPortIds(record), ofMulticast = isMulticast(record)](const PonPortKey& key) {
         return named.empty() || (key.isMulticast == ofMulticast && isNamed(key, named));
     };
-    return change(ofPonSide(record.bridgeId), [&](Asked& asked) { erasePonPorts(asked, record.bridgeId, goes); });
+    return removePonPorts(record.bridgeId, goes, before);
 }
 
-Outcome Services::removeGemPort(std::uint16_t bridge, std::uint16_t gemPortId) {
-    return change(ofPonSide(bridge), [&](Asked& asked) {
-        erasePonPorts(asked, bridge, [&](const PonPortKey& key) { return isNamed(key, {gemPortId}); });
-    });
+Outcome Services::removeGemPort(std::uint16_t bridge, std::uint16_t gemPortId, Before* before) {
+    return removePonPorts(
+        bridge, [&](const PonPortKey& key) { return isNamed(key, {gemPortId}); }, before);
 }
 
-Outcome Services::removePonSide(std::uint16_t bridge) {
-    return change(ofPonSide(bridge),
-                  [&](Asked& asked) { erasePonPorts(asked, bridge, [](const PonPortKey&) { return true; }); });
+Outcome Services::removePonSide(std::uint16_t bridge, Before* before) {
+    return removePonPorts(
+        bridge, [](const PonPortKey&) { return true; }, before);
 }
 
 std::size_t Services::multicastPorts() const {
@@ -227,29 +276,23 @@ void Services::restore(std::uint16_t bridge, PonSide side) {
 }
 
 void Services::restore(const TableKey& table, InstalledRule installed) {
-    auto& rules = installed_[table];
-    const auto behind = std::upper_bound(rules.begin(), rules.end(), installed.place,
-                                         [](std::int32_t place, const auto& one) { return place < one.place; });
-    rules.insert(behind, std::move(installed));
+    installed_[table].insert(std::move(installed));
 }
 
 bool Services::forgetRule(const TableKey& table, std::uint32_t id) {
     const auto found = installed_.find(table);
-    if (found == installed_.end()) return false;
-    auto& rules = found->second;
-    const auto isIt = [&](const InstalledRule& one) { return one.id == id; };
-    const auto one = std::find_if(rules.begin(), rules.end(), isIt);
-    if (one == rules.end()) return false;
-    rules.erase(one);
+    const InstalledRule* const rule = found == installed_.end() ? nullptr : found->second.find(id);
+    if (rule == nullptr) return false;
+    found->second.erase(rule->rule.match.source(), id);
     noteRule(table, id);
-    if (rules.empty()) installed_.erase(found);
+    if (found->second.isEmpty()) installed_.erase(found);
     return true;
 }
 
 void Services::forgetRules(const TableKey& table) {
     const auto found = installed_.find(table);
     if (found == installed_.end()) return;
-    for (const InstalledRule& one : found->second) noteRule(table, one.id);
+    for (const InstalledRule& one : found->second.inOrder()) noteRule(table, one.id);
     installed_.erase(found);
 }
 
@@ -283,7 +326,7 @@ void Services::forgetTables() {
 
 Outcome Services::bringBack() {
     const state::Operation operation;
-    const Outcome outcome = carryOut(planOf(asked_.tables), installed_);
+    const Outcome outcome = carryOut(planOfBoard(asked_.tables), installed_);
     isCarriedOut_ = outcome.done;
     return outcome;
 }
@@ -297,7 +340,8 @@ void Services::expectClaims() {
 // The tables are those of a board that was asked for nothing else, so what differs is what goes.
 Outcome Services::settle() {
     if (!claimed_) return {true, ""};
-    Outcome outcome = replace(*claimed_);
+    Asked asked = *claimed_;
+    Outcome outcome = replace(std::nullopt, asked);
     if (outcome.done) claimed_.reset();
     return outcome;
 }

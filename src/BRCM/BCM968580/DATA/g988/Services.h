@@ -54,39 +54,40 @@ public:
     // error. Refused: an EtherType code above 6, more than two tags. Ports above 4 are IP hosts, which have no rows:
     // done, and nothing happens.
     Outcome setUni(const UniDataProvisioning& record, const Prepare& prepare = nullptr);
-    // The port leaves the bridge, and rows for it go; its last bridge takes the port's table along.
-    Outcome removeUni(std::uint16_t uniPort, std::uint16_t bridge);
-    // All ports leave the bridge.
-    Outcome removeUniSide(std::uint16_t bridge);
 
-    // A PON port with the record's filter and mapper, in place of one of the bridge that has the same GEM ports and
-    // protocol. Refused: a GEM port that the driver does not know, a list that is no list, a traffic model above 6.
-    Outcome setPonPort(const BridgeServiceProvisioning& record, const Prepare& prepare = nullptr);
-    // The bridge's PON ports that have one of the record's GEM ports, multicast by a record of multicast alone; all of
-    // them when it names none.
-    Outcome removePonPorts(const BridgeServiceProvisioning& record);
-    // Those that have the GEM port, whatever comes in it.
-    Outcome removeGemPort(std::uint16_t bridge, std::uint16_t gemPortId);
-    Outcome removePonSide(std::uint16_t bridge);
-
-    const Tables& tables() const { return asked_.tables; }
-    const Installed& installed() const { return installed_; }
-    // How many PON ports are for downstream frames alone.
-    std::size_t multicastPorts() const;
-
-    // What was asked for before an operation, for one that is done here and then refused by a device.
+    // What an operation has replaced, for one that is done here and then refused by a device.
     class Before {
     public:
         const Tables& tables() const { return asked_.tables; }
 
     private:
         friend class Services;
-        Asked asked_;
+        Entries entries_;
+        Asked asked_;  // those entries of it
         std::optional<Asked> claimed_;
     };
-    Before before() const;
     // Tables and rules as they were. The devices must be back.
     Outcome rollBack(const Before& before);
+
+    // The port leaves the bridge, and rows for it go; its last bridge takes the port's table along.
+    Outcome removeUni(std::uint16_t uniPort, std::uint16_t bridge, Before* before = nullptr);
+    // All ports leave the bridge.
+    Outcome removeUniSide(std::uint16_t bridge, Before* before = nullptr);
+
+    // A PON port with the record's filter and mapper, in place of one of the bridge that has the same GEM ports and
+    // protocol. Refused: a GEM port that the driver does not know, a list that is no list, a traffic model above 6.
+    Outcome setPonPort(const BridgeServiceProvisioning& record, const Prepare& prepare = nullptr);
+    // The bridge's PON ports that have one of the record's GEM ports, multicast by a record of multicast alone; all of
+    // them when it names none.
+    Outcome removePonPorts(const BridgeServiceProvisioning& record, Before* before = nullptr);
+    // Those that have the GEM port, whatever comes in it.
+    Outcome removeGemPort(std::uint16_t bridge, std::uint16_t gemPortId, Before* before = nullptr);
+    Outcome removePonSide(std::uint16_t bridge, Before* before = nullptr);
+
+    const Tables& tables() const { return asked_.tables; }
+    const Installed& installed() const { return installed_; }
+    // How many PON ports are for downstream frames alone.
+    std::size_t multicastPorts() const;
 
     // GEM ports whose multicast is for the gateway too. False when it is one already.
     bool addGatewayGem(std::uint16_t gemPortId);
@@ -125,13 +126,20 @@ public:
 private:
     using Edit = std::function<void(Asked& asked)>;
 
-    // Of what an edit concerns; no other table changes with it.
-    Scope ofPort(std::uint16_t number) const { return {{number}, {}}; }
-    Scope ofPonSide(std::uint16_t bridge) const;
+    static Asked partOf(const Asked& asked, const Entries& entries);
+    static void exchange(Asked& one, Asked& other, const Entries& entries);
 
-    Outcome change(const Scope& scope, const Edit& edit, const Prepare& prepare = nullptr);
-    Outcome replace(Asked asked, const std::optional<Scope>& scope = std::nullopt, const Prepare& prepare = nullptr);
-    void noteTables() const;
+    // Edits these entries alone.
+    Outcome change(const Entries& entries, const Edit& edit, const Prepare& prepare = nullptr,
+                   Before* before = nullptr);
+    template <typename Goes>
+    Outcome removePonPorts(std::uint16_t bridge, Goes goes, Before* before);
+    // All entries without any named. When it is done, `asked` is what was there.
+    Outcome replace(const std::optional<Entries>& entries, Asked& asked, const Prepare& prepare = nullptr);
+    Plan planOfBoard(const Tables& tables) const;
+    // Of what there is with these entries in the place of its own.
+    Plan planWith(const std::optional<Entries>& entries, Asked& asked);
+    void noteTables(const std::optional<Entries>& entries = std::nullopt) const;
 
     const GemIndexOf gemIndexOf_;
     Asked asked_;                   // and carried out

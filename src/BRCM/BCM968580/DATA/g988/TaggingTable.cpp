@@ -1,6 +1,7 @@
 #include "BRCM/BCM968580/DATA/g988/TaggingTable.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace g988 {
 
@@ -70,6 +71,14 @@ bool TaggingRow::isDefaultRow() const {
 std::uint64_t TaggingRow::key() const {
     return std::uint64_t{filterWord(outerFilter)} << kWordBits | filterWord(innerFilter) |
            std::uint64_t{extendedCriteria} << kCriteriaShift | static_cast<std::uint64_t>(etherTypes);
+}
+
+bool TaggingRow::operator==(const TaggingRow& other) const {
+    const auto all = [](const TaggingRow& row) {
+        return std::tie(row.outerFilter, row.innerFilter, row.extendedCriteria, row.etherTypes, row.tagsToRemove,
+                        row.outerTreatment, row.innerTreatment, row.bridge);
+    };
+    return all(*this) == all(other);
 }
 
 std::vector<TagCodes> TaggingRow::filters() const {

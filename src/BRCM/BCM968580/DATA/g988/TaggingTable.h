@@ -35,6 +35,9 @@ struct TagCodes {
     std::uint16_t vid = filter_code::kAnyVid;
     std::uint8_t tpidDei = 0;
     bool isThere() const { return pbits != filter_code::kNoTag; }
+    bool operator==(const TagCodes& other) const {
+        return pbits == other.pbits && vid == other.vid && tpidDei == other.tpidDei;
+    }
 };
 
 // What a row asks for behind the tags. The numbers are the standard's; the session alone is asked for by records only.
@@ -58,6 +61,7 @@ struct TaggingRow {
     const char* mistake() const;  // what the standard has no meaning for; null for a good row
     std::vector<TagCodes> filters() const;  // of its tags, outermost first
     std::vector<TagCodes> added() const;    // tags that it adds, outermost first
+    bool operator==(const TaggingRow& other) const;
 };
 
 // p-bits of each DSCP.

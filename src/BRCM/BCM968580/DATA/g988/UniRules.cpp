@@ -1,5 +1,6 @@
 // The rules of a UNI port: each row of its tagging table upstream, and what takes it back downstream.
 #include <algorithm>
+#include <iterator>
 
 #include "BRCM/BCM968580/DATA/g988/Draft.h"
 #include "BRCM/BCM968580/DATA/g988/TagRewrite.h"
@@ -238,22 +239,24 @@ public:
     UniPlan(std::uint16_t number, const UniPort& port, const Tables& tables, Draft& draft)
         : number_(number), port_(port), tables_(tables), draft_(draft) {}
 
-    void make() {
+    void make(const std::set<std::uint16_t>& bridges) {
+        for (const std::uint16_t bridge : bridges) draft_.tables(device_, Direction::Transmit, bridge);
         if (port_.bridges.empty()) return;
         if (port_.tagging && !isPossible(*port_.tagging)) return;
         if (port_.tagging)
             upstream(*port_.tagging);
         else
             for (unsigned tags = 0; tags <= kTableTags; ++tags) passToAnyBridge({}, tags, "no tagging");
-        for (const std::uint16_t bridge : port_.bridges) downstream(bridge);
+        for (const std::uint16_t bridge : bridges)
+            if (port_.bridges.count(bridge) != 0) downstream(bridge);
     }
 
 private:
-    std::string originOf(const TaggingRow& row) const { return uniDevice(number_) + " " + row.text(); }
+    std::string originOf(const TaggingRow& row) const { return device_ + " " + row.text(); }
 
     bool isPossible(const TaggingTable& table) {
         bool possible = table.downstreamMode <= kLastDownstreamMode;
-        if (!possible) draft_.refuse(uniDevice(number_), "there is no such downstream mode");
+        if (!possible) draft_.refuse(device_, "there is no such downstream mode");
         for (const TaggingRow& row : table.rows()) {
             const char* reason = row.mistake();
             if (reason == nullptr) reason = obstacle({row, table});
@@ -265,9 +268,6 @@ private:
         }
         return possible;
     }
-
-    RuleList& received(unsigned tags) { return draft_.table(uniDevice(number_), Direction::Receive, tags); }
-    RuleList& sent(unsigned tags) { return draft_.table(uniDevice(number_), Direction::Transmit, tags); }
 
     // A frame of a port in several bridges goes to the first one whose PON side takes it, else to the first one.
     void passToAnyBridge(const Match& match, unsigned tags, const std::string& origin) {
@@ -287,7 +287,7 @@ private:
             }
         }
         const Rule rest{{}, {}, uniVlanDevice(number_, *port_.bridges.begin()), origin};
-        addFirstOf(selectors, match, rest, received(tags));
+        addFirstOf(selectors, match, rest, received_[tags]);
     }
 
     void upstream(const TaggingTable& table) {
@@ -295,53 +295,59 @@ private:
             const RowPlan plan{row, table};
             for (const Match& match : upstreamMatches(plan)) {
                 if (row.tagsToRemove == kDiscard) {
-                    received(plan.tags).add(droppingRule(match, originOf(row)));
+                    received_[plan.tags].add(droppingRule(match, originOf(row)));
                 } else if (!row.bridge) {
                     passToAnyBridge(match, plan.tags, originOf(row));
                 } else {
-                    received(plan.tags).add(
+                    received_[plan.tags].add(
                         {match, upstreamCommands(plan), uniVlanDevice(number_, *row.bridge), originOf(row)});
                 }
             }
         }
         // A default row that was deleted drops.
         for (unsigned tags = 0; tags <= kTableTags; ++tags)
-            received(tags).add(droppingRule({}, uniDevice(number_) + " without a default row"));
+            received_[tags].add(droppingRule({}, device_ + " without a default row"));
     }
 
+    // Frames of a bridge, and the port's rules for them.
+    struct FromBridge {
+        std::uint16_t bridge;
+        RuleLists& sent;
+        Match match;
+    };
+
     void downstream(std::uint16_t bridge) {
-        Match fromBridge;
-        fromBridge.txDevice(uniVlanDevice(number_, bridge));
+        FromBridge frames{bridge, draft_.tables(device_, Direction::Transmit, bridge), {}};
+        frames.match.txDevice(uniVlanDevice(number_, bridge));
         constexpr std::uint8_t kPassAll = 1, kDropAll = 8, kLastThatPassesRest = 4;
         const bool inverts = port_.tagging && !(port_.tagging->downstreamMode == 0 && port_.tagging->isUntouched());
         const std::uint8_t mode = inverts ? port_.tagging->downstreamMode : kPassAll;
-        if (mode != kPassAll && mode != kDropAll) addInverses(*port_.tagging, bridge, fromBridge);
+        if (mode != kPassAll && mode != kDropAll) addInverses(*port_.tagging, frames);
         const std::string origin = uniVlanDevice(number_, bridge) + " downstream mode " + std::to_string(mode);
         const bool passesRest = mode != 0 && mode <= kLastThatPassesRest;
-        for (unsigned tags = 0; tags <= kTableTags; ++tags)
-            sent(tags).add(passesRest ? Rule{fromBridge, {}, "", origin} : droppingRule(fromBridge, origin));
+        for (RuleList& table : frames.sent)
+            table.add(passesRest ? Rule{frames.match, {}, "", origin} : droppingRule(frames.match, origin));
     }
 
-    void addInverses(const TaggingTable& table, std::uint16_t bridge, const Match& fromBridge) {
+    void addInverses(const TaggingTable& table, const FromBridge& frames) {
         static constexpr Fields kCompared[] = {{true, true},  {},           {true, true},  {true, false},
                                                {false, true}, {true, true}, {true, false}, {false, true}};
         const Fields fields = kCompared[table.downstreamMode];
-        addInversesBy(table, bridge, fromBridge, fields, fields);
+        addInversesBy(table, frames, fields, fields);
         // "Inverse" alone: p-bits decide among rows that write the same VID, and the first of them takes all others.
-        if (table.downstreamMode == 0) addInversesBy(table, bridge, fromBridge, {true, false}, fields);
+        if (table.downstreamMode == 0) addInversesBy(table, frames, {true, false}, fields);
     }
 
-    void addInversesBy(const TaggingTable& table, std::uint16_t bridge, const Match& fromBridge, Fields compared,
-                       Fields taken) {
+    void addInversesBy(const TaggingTable& table, const FromBridge& frames, Fields compared, Fields taken) {
         for (const TaggingRow& row : table.rows()) {
-            if (!hasInverse(row) || row.bridge != bridge) continue;
+            if (!hasInverse(row) || row.bridge != frames.bridge) continue;
             const RowPlan plan{row, table};
             const auto commands = downstreamCommands(plan, taken);
             const unsigned least = static_cast<unsigned>(plan.added.size()) + plan.tags - plan.removed;
             const unsigned first = std::min(least, kTableTags), last = plan.tags == 2 ? kTableTags : first;
             for (unsigned tags = first; tags <= last; ++tags)
-                for (const Match& match : downstreamMatches(plan, fromBridge, compared, tags))
-                    sent(tags).add({match, commands, "", originOf(row)});
+                for (const Match& match : downstreamMatches(plan, frames.match, compared, tags))
+                    frames.sent[tags].add({match, commands, "", originOf(row)});
         }
     }
 
@@ -349,12 +355,47 @@ private:
     const UniPort& port_;
     const Tables& tables_;
     Draft& draft_;
+    const std::string device_ = uniDevice(number_);
+    RuleLists& received_ = draft_.tables(device_, Direction::Receive);
 };
+
+std::vector<TaggingRow> rowsFor(std::uint16_t bridge, const TaggingTable& table) {
+    std::vector<TaggingRow> rows;
+    std::copy_if(table.rows().begin(), table.rows().end(), std::back_inserter(rows),
+                 [&](const TaggingRow& row) { return row.bridge == bridge; });
+    return rows;
+}
+
+// What does not depend on the bridge.
+bool sendAlike(const TaggingTable& one, const TaggingTable& other) {
+    return one.inputTpid == other.inputTpid && one.outputTpid == other.outputTpid &&
+           one.downstreamMode == other.downstreamMode && one.isUntouched() == other.isUntouched();
+}
 
 }  // namespace
 
-void planUniPort(std::uint16_t number, const UniPort& port, const Tables& tables, Draft& draft) {
-    UniPlan(number, port, tables, draft).make();
+const UniPort& portOf(std::uint16_t number, const Tables& tables) {
+    static const UniPort kNone;
+    const auto port = tables.uniPorts.find(number);
+    return port == tables.uniPorts.end() ? kNone : port->second;
+}
+
+std::set<std::uint16_t> bridgesSentOtherwise(const UniPort& before, const UniPort& after) {
+    std::set<std::uint16_t> bridges = before.bridges;
+    bridges.insert(after.bridges.begin(), after.bridges.end());
+    if (before.tagging.has_value() != after.tagging.has_value()) return bridges;
+    if (before.tagging && !sendAlike(*before.tagging, *after.tagging)) return bridges;
+    const auto isSentAlike = [&](std::uint16_t bridge) {
+        return before.bridges.count(bridge) == after.bridges.count(bridge) &&
+               (!before.tagging || rowsFor(bridge, *before.tagging) == rowsFor(bridge, *after.tagging));
+    };
+    for (auto bridge = bridges.begin(); bridge != bridges.end();)
+        bridge = isSentAlike(*bridge) ? bridges.erase(bridge) : std::next(bridge);
+    return bridges;
+}
+
+void planUniPort(std::uint16_t number, const std::set<std::uint16_t>& bridges, const Tables& tables, Draft& draft) {
+    UniPlan(number, portOf(number, tables), tables, draft).make(bridges);
 }
 
 }  // namespace g988

@@ -77,15 +77,12 @@ TableKey tableFrom(ByteReader& key) {
 
 bool readPlannedRule(ByteReader& key, ByteWriter& value) {
     const auto& installed = services().installed();
-    const auto rules = installed.find(tableFrom(key));
+    const auto table = installed.find(tableFrom(key));
     const std::uint32_t id = key.u32();
-    if (rules == installed.end()) return false;
-    for (const g988::InstalledRule& one : rules->second) {
-        if (one.id != id) continue;
-        store(one, value);
-        return true;
-    }
-    return false;
+    const g988::InstalledRule* const rule = table == installed.end() ? nullptr : table->second.find(id);
+    if (rule == nullptr) return false;
+    store(*rule, value);
+    return true;
 }
 
 bool restorePlannedRule(ByteReader& key, ByteReader& value, Reading reading) {
@@ -101,7 +98,7 @@ bool restorePlannedRule(ByteReader& key, ByteReader& value, Reading reading) {
 
 void forEachPlannedRule(const std::function<void(const std::string&)>& visit) {
     for (const auto& [table, rules] : services().installed())
-        for (const g988::InstalledRule& one : rules)
+        for (const g988::InstalledRule& one : rules.inOrder())
             visit(kit::keyOf(Entry::PlannedRules, table.device, static_cast<std::uint8_t>(table.direction),
                              static_cast<std::uint8_t>(table.tags), one.id));
 }
@@ -132,7 +129,7 @@ void forgetUncertainRules() {
         if (onDevice >= rules.size()) continue;
         if (onDevice > 0) {
             const kit::VlanCtlSession session;
-            for (const g988::InstalledRule& one : rules) kit::removeRule(table, one.id);
+            for (const g988::InstalledRule& one : rules.inOrder()) kit::removeRule(table, one.id);
         }
         services().forgetRules(key);
     }
@@ -183,18 +180,14 @@ void forgetGatewayService(std::uint16_t bridgeId, std::uint16_t gemPortId) {
 }
 
 std::set<std::uint32_t> plannedRuleIds(const kit::RuleTable& table) {
-    std::set<std::uint32_t> ids;
     const auto& installed = services().installed();
     const auto rules = installed.find({table.device, directionOf(table.direction), table.tags});
-    if (rules == installed.end()) return ids;
-    for (const g988::InstalledRule& one : rules->second) ids.insert(one.id);
-    return ids;
+    return rules == installed.end() ? std::set<std::uint32_t>() : rules->second.ids();
 }
 
 std::set<std::uint32_t> plannedRuleIds() {
     std::set<std::uint32_t> ids;
-    for (const auto& table : services().installed())
-        for (const g988::InstalledRule& one : table.second) ids.insert(one.id);
+    for (const auto& table : services().installed()) ids.merge(table.second.ids());
     return ids;
 }
 
@@ -224,7 +217,7 @@ void removePlannedRules(const std::function<bool(const kit::RuleTable& table, st
     services().forgetTables();
     const g988::Installed installed = services().installed();
     for (const auto& [key, rules] : installed)
-        for (const g988::InstalledRule& one : rules)
+        for (const g988::InstalledRule& one : rules.inOrder())
             if (remove(g988::kitTableOf(key), one.id)) services().forgetRule(key, one.id);
 }
 
