@@ -151,6 +151,7 @@ int runIn(const ExecCommand& command, RunFolder& folder) {
         complain(command.program[0] + ": cannot be started: " + std::strerror(error));
         return kCannotStart;
     }
+    if (reachable) reachable->server.answer();
     supervisor.waitForAll(reachable.has_value());
     std::unique_ptr<Tail> tail;
     std::function<void()> showTrace;

@@ -85,6 +85,7 @@ public:
         if (!command.name.empty()) {
             server_ = std::make_unique<living::Server>(command.name, command.taps);
             server_->start(board_);
+            server_->answer();
         }
         if (!command.metrics.empty()) {
             metrics_ = std::make_unique<page::MetricServer>(command.metrics, board_);

@@ -111,6 +111,7 @@ public:
     void untilSignal() {
         if (taps_ != nullptr) taps_->start();
         server_.start(board_);
+        server_.answer();
         if (metrics_ != nullptr) remark("metrics: " + metrics_->link());
         remark("the board stays as '" + server_.name() + "': vorn-onu at " + server_.name() +
                " show; SIGTERM or Ctrl-C ends it");

@@ -76,6 +76,11 @@ void Server::start(LiveBoard& board) {
     accepting_ = virtual_onu::startThread([this] { acceptClients(); });
 }
 
+void Server::answer() {
+    answers_ = true;
+    eventfd_write(wake_, 1);
+}
+
 void Server::stop(const std::string& why) {
     if (!accepting_.joinable()) return;
     why_ = why;
@@ -89,10 +94,16 @@ void Server::stop(const std::string& why) {
 }
 
 void Server::acceptClients() {
-    pollfd waits[] = {{socket_.descriptor(), POLLIN, 0}, {wake_, POLLIN, 0}};
+    pollfd waits[] = {{-1, POLLIN, 0}, {wake_, POLLIN, 0}};
     while (!over_) {
         poll(waits, 2, -1);
         if (over_) return;
+        if (waits[0].fd < 0) {
+            if (answers_) waits[0].fd = socket_.descriptor();
+            eventfd_t ignored = 0;
+            eventfd_read(wake_, &ignored);
+            continue;
+        }
         const int descriptor = accept4(socket_.descriptor(), nullptr, nullptr, SOCK_CLOEXEC);
         forgetGone();
         if (descriptor >= 0)

@@ -24,7 +24,7 @@ constexpr std::size_t kMaxClients = 64;
 
 class Server {
 public:
-    // The name is taken at once, so that it can be refused before anything runs; clients wait until start(). taps: the
+    // The name is taken at once, so that it can be refused before anything runs; clients wait until answer(). taps: the
     // options of real packets, for those who ask. Throws std::runtime_error.
     explicit Server(const std::string& name, std::vector<std::string> taps = {})
         : socket_(name), taps_(std::move(taps)) {}
@@ -32,8 +32,11 @@ public:
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
 
-    // From now on clients are answered, on threads that take no signals. The board lives longer than the server.
+    // Starts the first of the threads, which take no signals. The board lives longer than the server. Throws
+    // std::runtime_error.
     void start(LiveBoard& board);
+    // From now on clients are answered.
+    void answer();
     // Listeners get the reason; everybody is disconnected.
     void stop(const std::string& why);
 
@@ -65,7 +68,7 @@ private:
     std::list<Client> clients_;
     std::thread accepting_;
     int wake_ = -1;  // readable when it is over
-    std::atomic<bool> over_{false};
+    std::atomic<bool> answers_{false}, over_{false};
     std::string why_;
     std::string started_;
     std::vector<std::string> taps_;
