@@ -63,6 +63,7 @@ elif ! engine pull --quiet "$base" >/dev/null 2>"$work/pull.log"; then
     bootstrap_base
     base=$own_base network=(--network none)
 fi
-engine build --quiet --format docker --build-arg "BASE=$base" ${network[@]+"${network[@]}"} --file "$here/Containerfile" \
+# No layer of an earlier build: podman does not see that the packages are others.
+engine build --quiet --no-cache --format docker --build-arg "BASE=$base" ${network[@]+"${network[@]}"} --file "$here/Containerfile" \
     --tag "$tag" "$packages" >/dev/null
 engine image inspect --format '{{index .RepoTags 0}}: {{.Size}} bytes, {{.Architecture}}, runs as {{.Config.User}}' "$tag"
