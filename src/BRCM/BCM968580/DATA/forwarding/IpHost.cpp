@@ -111,8 +111,8 @@ public:
     void undo(Rollback& rollback) const;
     // Likewise.
     std::string remove();
-    // Default route, routed MAC address and those of the bridge, to hosts that stay.
-    std::string passOn();
+    // Gives default route, routed MAC address and those of the bridge to hosts that stay.
+    std::string handOver();
     void restore(Rollback& rollback);
 
 private:
@@ -130,11 +130,11 @@ private:
     std::string joinSharedBridge();
     std::string setAddresses();
     bool setMac(const DeviceName& device);
-    // Who has what this host took over as the latest one of which `is` says so, when it goes; nullptr: nobody.
+    // Who gets back what this host, as the latest one of which `is` says so, has taken over; nullptr: nobody.
     template <typename Is>
-    const KnownHost* heir(Is is) const;
+    const KnownHost* successor(Is is) const;
     bool mayHaveBeenLatest() const;
-    bool setMacsOf(const IpHostProvision& heir);
+    bool setMacsOf(const IpHostProvision& host);
     bool giveMacsBack();
     bool isBridgeOfAnother() const;
     bool setDefaultRoute();
@@ -320,7 +320,7 @@ void Host::undo(Rollback& rollback) const {
 
 std::string Host::remove() {
     isOnly_ = EtherSwitchBcm380::numServices < 2;
-    std::string problem = passOn();
+    std::string problem = handOver();
     if (problem.empty()) problem = takeAway();
     if (!problem.empty()) return problem;
     forgetRecord(record_);
@@ -344,26 +344,26 @@ bool Host::mayHaveBeenLatest() const {
 }
 
 template <typename Is>
-const KnownHost* Host::heir(Is is) const {
+const KnownHost* Host::successor(Is is) const {
     const auto* const latest = latestHost(is);
     if (latest == nullptr || (!isSame(*latest, record_) && !mayHaveBeenLatest())) return nullptr;
     return latestHost([&](const auto& host) { return is(host) && !isSame(host, record_) && isThere(host); });
 }
 
-std::string Host::passOn() {
-    if (const auto* const next = heir(hasRoute); next != nullptr && !setRouteOf(*next)) return kRouteOfAnother;
+std::string Host::handOver() {
+    if (const auto* const next = successor(hasRoute); next != nullptr && !setRouteOf(*next)) return kRouteOfAnother;
     if (!hasOwnMac()) return "";  // all have the board's
-    const auto* const next = heir(isAny);
+    const auto* const next = successor(isAny);
     if (next != nullptr && !IpHostCommands().setRoutedMac(next->macAddress.c_str())) return "the routed MAC address";
-    const auto* const neighbour = heir(isOnBridge(record_.bridgeId));
+    const auto* const neighbour = successor(isOnBridge(record_.bridgeId));
     return neighbour == nullptr || setMacsOf(*neighbour) ? "" : "the MAC address of its bridge";
 }
 
-bool Host::setMacsOf(const IpHostProvision& heir) {
+bool Host::setMacsOf(const IpHostProvision& host) {
     const auto set = [&](const DeviceName& device) {
-        return IpHostCommands().upWithMac(device.get(), heir.macAddress.c_str());
+        return IpHostCommands().upWithMac(device.get(), host.macAddress.c_str());
     };
-    return set(bridge_) && (!isStatic(heir) || set(aniVlan_));
+    return set(bridge_) && (!isStatic(host) || set(aniVlan_));
 }
 
 // With the last host on it the bridge and its PON side get the MAC address of the device under them.
@@ -404,7 +404,7 @@ void Host::restore(Rollback& rollback) {
     std::string lost = make();
     // The flow has gone with the class.
     if (lost.empty() && isOnly_ && !IpHostCommands().addHostFlow(mac_.c_str())) lost = "the runner's flow to the CPU";
-    if (hasOwnMac() && heir(isAny) != nullptr && !IpHostCommands().setRoutedMac(mac_.c_str()))
+    if (hasOwnMac() && successor(isAny) != nullptr && !IpHostCommands().setRoutedMac(mac_.c_str()))
         rollback.cannotRestore("the routed MAC address");
     rollback.cannotRestore(lost);
 }
@@ -452,13 +452,13 @@ void restoreHost(const IpHostProvision& record) {
     hosts().push_back({record, true});
 }
 
-void passOnFrom(EtherSwitchBcm380& engine, std::uint16_t bridgeId, std::uint16_t uniPort) {
+void handOverFrom(EtherSwitchBcm380& engine, std::uint16_t bridgeId, std::uint16_t uniPort) {
     const auto* const known =
         latestHost([&](const auto& host) { return host.bridgeId == bridgeId && host.uniPort == uniPort; });
     if (known == nullptr) return;
     const IpHostProvision record = *known;
     std::string mac;
-    if (isSafe("deprovisionIpHost", record, &mac)) Host(engine, record, mac).passOn();
+    if (isSafe("deprovisionIpHost", record, &mac)) Host(engine, record, mac).handOver();
     forgetRecord(record);
 }
 

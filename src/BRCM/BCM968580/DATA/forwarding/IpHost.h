@@ -23,7 +23,7 @@ bool removeIpHost(EtherSwitchBcm380& engine, const IpHostProvision& host);
 // goes, the one before it has them again.
 void restoreHost(const IpHostProvision& host);  // of the state file
 // Of a host that goes without removeIpHost.
-void passOnFrom(EtherSwitchBcm380& engine, std::uint16_t bridgeId, std::uint16_t uniPort);
+void handOverFrom(EtherSwitchBcm380& engine, std::uint16_t bridgeId, std::uint16_t uniPort);
 void forgetHosts();
 // A host has put the bridge's PON side there.
 bool isOnSharedBridge(std::uint16_t bridgeId);

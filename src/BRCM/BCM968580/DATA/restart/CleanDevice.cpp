@@ -236,7 +236,7 @@ void removeHosts(Removal& removal) {
             continue;
         }
         if (!removal.takesAll()) {
-            forwarding::passOnFrom(engine(), host.bridgeId, host.uniPort);
+            forwarding::handOverFrom(engine(), host.bridgeId, host.uniPort);
             engine_maps::countIpHosts(-1);
         }
         kit::noteMark(false, kit::Entry::IpHosts, host.bridgeId, host.uniPort);
