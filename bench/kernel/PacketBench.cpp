@@ -207,7 +207,7 @@ int main(int argc, char** argv) {
     if (daemon == 0) give("the daemon does not run");
     std::printf("[\n");
     for (const bool up : {true, false})
-        for (const std::uint64_t rate : {50000u, 100000u, 0u})
+        for (const std::uint64_t rate : {50000u, 100000u, 200000u, 0u})
             measure(ends, daemon, up, rate, seconds, !up && rate == 0);
     std::printf("]\n");
     kill(board, SIGTERM);
