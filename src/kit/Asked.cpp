@@ -15,11 +15,11 @@ using Effects = std::vector<std::string>;
 struct Asked {
     std::unordered_map<std::string, Effects> neededBy;  // effect: the operations, by the keys of their entries
     std::set<std::string> unclaimed;
-    std::vector<std::string> incomplete, ahead;
+    std::vector<std::string> incomplete;
     // The running operation.
     std::string key;
     Effects needs;
-    bool isIncomplete = false, isAhead = false;
+    bool isIncomplete = false;
     bool isAskedAgain = false;
     bool makesWay = false;
 };
@@ -88,7 +88,7 @@ void AskedOperation::begin(AskKind kind, std::string_view askAndArguments) {
     begun_ = true;
     all.key = entry;
     all.needs.clear();
-    all.isIncomplete = all.isAhead = false;
+    all.isIncomplete = false;
     if (kind == AskKind::Provision) return;
     std::string step = stepOf(Step::WholeOperation);
     journal_->intend(step.append(askAndArguments));
@@ -109,7 +109,6 @@ void AskedOperation::end() {
     if (kind_ == AskKind::Remove || rolledBack_) return;
     const bool isNew = journal_->find(entry) == nullptr;
     if (isNew && all.isIncomplete && !all.unclaimed.empty()) all.incomplete.push_back(entry);
-    if (isNew && all.isAhead) all.ahead.push_back(entry);
     Effects needs = effectsOf(entry);
     for (std::string& effect : all.needs) {
         Effects& entries = all.neededBy[effect];
@@ -158,7 +157,7 @@ void noteIncomplete() {
 }
 
 void noteAhead() {
-    if (state::journal() != nullptr) asked().isAhead = true;
+    noteNeed(Entry::Ahead);  // so that it is known after a further restart
 }
 
 // ---- after the file was opened ----
@@ -195,11 +194,13 @@ bool isClaimed(Ask ask) {
 }
 
 void forgetNeedsAhead(const std::function<bool(std::string_view effect)>& is) {
-    for (const std::string& entry : std::exchange(asked().ahead, {})) {
-        if (state::journal()->find(entry) == nullptr) continue;
+    const std::string ahead = keyOf(Entry::Ahead);
+    const auto known = asked().neededBy.find(ahead);
+    if (known == asked().neededBy.end()) return;
+    for (const std::string& entry : Effects(known->second)) {
         state::ByteWriter rest;
         for (const std::string& effect : effectsOf(entry)) {
-            if (is(effect))
+            if (effect == ahead || is(effect))
                 forgetNeed(entry, effect);
             else
                 rest.add(effect);
@@ -224,7 +225,6 @@ void forgetAsked() {
     asked().neededBy.clear();
     asked().unclaimed.clear();
     asked().incomplete.clear();
-    asked().ahead.clear();
     state::journal()->eraseAll(keyOf(Entry::Asked));
 }
 

@@ -45,6 +45,7 @@ enum class Entry : std::uint8_t {
     DhcpClients = 39,  // bridge id (16), UNI port (16): nothing; a client that an unfinished operation may have started
     TcontQueues = 40,  // T-CONT index (16): nothing; its queues exist
     // ---- what was asked for: kit/Asked.h ----
+    Ahead = 41,     // no entry: among what an operation needs it says that it has done more than after a boot
     Asked = 42,     // operation (8) and its arguments: what it needs, each the key of an entry
     Finished = 43,  // likewise: nothing; a removal that was finished when the file was opened
     ToFinish = 44,  // likewise: nothing; an operation that is to be finished, while the file is being opened

@@ -94,6 +94,22 @@ TEST_F(Lives, AFewRandomOnesEndAsIfNobodyHadDied) {
     for (const unsigned seed : {215U, 3786U, 403U, 27U, 639U}) liveAndDie(seed);
 }
 
+// What the second life has done ahead of the VEIP is known to the third, too.
+TEST_F(Lives, AServiceThatWasAheadOfTheVeipEndsAsAfterABootALifeLater) {
+    const Service veip{7, 107, Kind::Veip}, group{2, 102, Kind::Multicast};
+    const Calls all = callsOf({group, veip});
+    const auto expected = neverDied(all);
+    startOver();
+    liveFirst(callsOf({veip}));
+    {
+        Daemon second(folder_);
+        ASSERT_GE(second.open(state()), 0);
+        make(second, callsOf({group}));
+        second.kill();
+    }
+    goOn(all, expected);
+}
+
 // 500, in processes of their own.
 class ManyLives : public Lives, public ::testing::WithParamInterface<unsigned> {};
 INSTANTIATE_TEST_SUITE_P(From, ManyLives, ::testing::Values(19U, 144U, 269U, 394U));
