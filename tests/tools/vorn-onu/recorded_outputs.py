@@ -73,20 +73,28 @@ def names(folder, pattern):
 def outputs(source):
     scenarios = names(source / SCENARIOS, "*.json")
     captures = names(source / SCENARIOS / "omci", "*.pcap")
+    alone = [name for name in captures if name != "gateway"]  # a thread tells the gateway of the VEIP meanwhile
     return {**OUTPUTS,
             **{f"run {name}": f"run scenarios/{name}.json" for name in scenarios},
             **{f"state and frames of {name}": f"run scenarios/{name}.json --json OUT-state.json --pcap OUT-frames.pcap --quiet"
                for name in scenarios},
             **{f"run {name} by G.988": f"run scenarios/{name}.json --forwarding g988" for name in scenarios},
+            **{f"state of {name} by G.988": f"run scenarios/{name}.json --forwarding g988 --json OUT-state.json --quiet"
+               for name in scenarios},
             **{f"audit {name}": f"audit scenarios/{name}.json" for name in scenarios},
             **{f"omci {name}": f"omci scenarios/omci/{name}.pcap" for name in captures},
+            **{f"state of omci {name}": f"omci scenarios/omci/{name}.pcap --json OUT-state.json --record OUT-calls.json --quiet"
+               for name in alone},
+            **{f"state of omci {name} by the contract": f"omci scenarios/omci/{name}.pcap --forwarding contract --json OUT-state.json "
+               "--record OUT-calls.json --quiet" for name in alone},
             **{f"log of {name}": f"omci scenarios/omci/{name}.pcap --log -v -x" for name in captures}}
 
 
 def text_of(tool, source, line):
     """Standard output, standard error, exit code and files; what differs from run to run by a word of its own."""
     with tempfile.TemporaryDirectory() as folder:
-        environment = {"PATH": os.environ["PATH"], "TMPDIR": folder, "HOME": folder, "COLUMNS": "100", "LC_ALL": "C.UTF-8"}
+        environment = {**{name: value for name, value in os.environ.items() if name.startswith("VORN_MUTANT")},
+                       "PATH": os.environ["PATH"], "TMPDIR": folder, "HOME": folder, "COLUMNS": "100", "LC_ALL": "C.UTF-8"}
         texts = []
         for name in re.findall(r"IN-(\S+)", line):
             pathlib.Path(folder, name).write_text(INPUTS[name], encoding="ascii")
