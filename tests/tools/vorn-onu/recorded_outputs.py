@@ -23,7 +23,8 @@ SCENARIOS = pathlib.Path("scenarios")
 # Threads of the library run beside the steps, or real time counts.
 LEFT_OUT = {"startup", "restart", "links", "multicast", "veip", "iphost-dhcp", "real-dhcp", "real-packets"}
 OTHER_EACH_TIME = {r"0x[0-9a-f]{9,}": "ADDRESS", r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(:\d\d)?": "TIME", r'time="[0-9.]+"': "DURATION",
-                   r"\b\d+(\.\d+)? (s|ms|µs)\b": "DURATION"}
+                   r"\b\d+(\.\d+)? (s|ms|µs)\b": "DURATION",
+                   r"SysUpTime \d+": "SysUpTime DURATION"}
 COMMANDS = ("run", "send", "audit", "omci", "exec", "ls", "at", "diff", "info", "schema")
 
 

@@ -66,8 +66,13 @@ std::string jsonText(const nlohmann::json& value) {
 
 int DiffCommand::run() const {
     const nlohmann::json old = jsonIn(before), now = jsonIn(after);
-    const auto lines = isMib(old) || isMib(now) ? mibsDiffer(before, old, after, now)
-                                                : differences(stateIn(before, old), stateIn(after, now));
+    std::vector<std::string> lines;
+    if (isMib(old) || isMib(now)) {
+        lines = mibsDiffer(before, old, after, now);
+    } else {
+        const auto first = stateIn(before, old);  // told of first, too, if neither is a state
+        lines = differences(first, stateIn(after, now));
+    }
     std::string text;
     for (const auto& line : lines) text += line + "\n";
     const nlohmann::json all = {{"before", before}, {"after", after}, {"differences", lines}};
