@@ -3,11 +3,16 @@
 // the thread that carries stay on one processor, the sender on another where there is one.
 //   vorn_packet_bench VORN-ONU EXAMPLE-DAEMON [SECONDS]
 // prints a JSON object. Needs /dev/net/tun and the rights to make network namespaces.
+// With "bare" for VORN-ONU a loop that reads one TAP and writes the other takes the board's place: what TAPs alone
+// cost.
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <linux/if_packet.h>
+#include <linux/if_tun.h>
 #include <net/if.h>
+#include <poll.h>
 #include <sched.h>
+#include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -182,11 +187,36 @@ void measure(const Ends& ends, pid_t daemon, bool up, std::uint64_t rate, double
     std::fflush(stdout);
 }
 
+int tapIn(pid_t holder, const char* name) {
+    enter(holder);
+    const int tap = open("/dev/net/tun", O_RDWR | O_NONBLOCK), control = socket(AF_INET, SOCK_DGRAM, 0);
+    ifreq request{};
+    std::snprintf(request.ifr_name, sizeof request.ifr_name, "%s", name);
+    request.ifr_flags = IFF_TAP | IFF_NO_PI;
+    if (ioctl(tap, TUNSETIFF, &request) != 0) give(std::string("no TAP ") + name);
+    request.ifr_flags = IFF_UP;
+    if (ioctl(control, SIOCSIFFLAGS, &request) != 0) give(std::string("cannot be up: ") + name);
+    close(control);
+    return tap;
+}
+
+[[noreturn]] void carryOnly(const Ends& ends) {
+    std::array<pollfd, 2> taps{{{tapIn(ends.customer, "lan0"), POLLIN, 0}, {tapIn(ends.operators, "pon0"), POLLIN, 0}}};
+    std::array<std::uint8_t, 2048> bytes{};
+    while (true) {
+        poll(taps.data(), taps.size(), -1);
+        for (std::size_t from = 0; from < taps.size(); ++from)
+            for (ssize_t size = 0; (size = read(taps[from].fd, bytes.data(), bytes.size())) > 0;)
+                if (write(taps[1 - from].fd, bytes.data(), static_cast<std::size_t>(size)) < 0) break;
+    }
+}
+
 pid_t startBoard(const Ends& ends, const char* tool, const char* daemon) {
     const pid_t board = fork();
     if (board != 0) return board;
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     stayOn(0);
+    if (std::strcmp(tool, "bare") == 0) carryOnly(ends);
     const int nothing = open("/dev/null", O_WRONLY);
     dup2(nothing, STDOUT_FILENO);
     const std::string lan = "sid1=lan0@" + pathOf(ends.customer), pon = "gem 1001=pon0@" + pathOf(ends.operators);
@@ -197,13 +227,14 @@ pid_t startBoard(const Ends& ends, const char* tool, const char* daemon) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    const bool bare = argc > 1 && std::strcmp(argv[1], "bare") == 0;
     if (argc < 3) give("say where vorn-onu and example-daemon are");
     const double seconds = argc > 3 ? std::strtod(argv[3], nullptr) : 5;
     const Ends ends{makeNamespace(), makeNamespace()};
     const pid_t board = startBoard(ends, argv[1], argv[2]);
     if (sysconf(_SC_NPROCESSORS_ONLN) > 1) stayOn(1);
     std::this_thread::sleep_for(std::chrono::seconds(3));
-    const pid_t daemon = processBelow(board);
+    const pid_t daemon = bare ? board : processBelow(board);
     if (daemon == 0) give("the daemon does not run");
     std::printf("[\n");
     for (const bool up : {true, false})
