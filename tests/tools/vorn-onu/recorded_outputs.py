@@ -17,6 +17,7 @@ import tempfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
 import record  # noqa: E402
+from inputs_by_chance import commands, session  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 SCENARIOS = pathlib.Path("scenarios")
@@ -36,6 +37,7 @@ def message(transaction, kind, content=b""):
 # Files for commands, as IN-…
 INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(message(3 + part, 0x4E, struct.pack(">H", part))
                                                                       for part in range(266))}
+SESSIONS, COMMAND_FILES = 40, 6
 TWO_STATES = ("run scenarios/counters.json --after-step 12 --json OUT-before.json --quiet; "
               "run scenarios/iphost-static.json --after-step 8 --json OUT-after.json --quiet; ")
 
@@ -88,6 +90,12 @@ def outputs(source):
                for name in alone},
             **{f"state of omci {name} by the contract": f"omci scenarios/omci/{name}.pcap --forwarding contract --json OUT-state.json "
                "--record OUT-calls.json --quiet" for name in alone},
+            **{f"session {one}": f"omci IN-session-{one}.txt --log -v --audit --record OUT-calls.json --json OUT-state.json"
+               for one in range(SESSIONS)},
+            **{f"session {one} by the contract": f"omci IN-session-{one}.txt --forwarding contract --log --audit --record OUT-calls.json "
+               "--json OUT-state.json" for one in range(0, SESSIONS, 2)},
+            **{f"commands {one}": f"exec --json OUT-state.json -- python3 tests/virtual_onu/run_commands.py IN-commands-{one}.txt"
+               for one in range(COMMAND_FILES)},
             **{f"log of {name}": f"omci scenarios/omci/{name}.pcap --log -v -x" for name in captures}}
 
 
@@ -98,7 +106,8 @@ def text_of(tool, source, line):
                        "PATH": os.environ["PATH"], "TMPDIR": folder, "HOME": folder, "COLUMNS": "100", "LC_ALL": "C.UTF-8"}
         texts = []
         for name in re.findall(r"IN-(\S+)", line):
-            pathlib.Path(folder, name).write_text(INPUTS[name], encoding="ascii")
+            captures = [one for one in sorted((source / SCENARIOS / "omci").glob("*.pcap")) if one.stem != "gateway"]
+            pathlib.Path(folder, name).write_text(INPUTS.get(name) or (session(captures, name) if name.startswith("session") else commands(name)), encoding="ascii")
         for command in line.split("; "):
             words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command)]
             paths = [str(pathlib.Path(folder, word.split("-", 1)[1])) if re.match("(IN|OUT)-", word) else word for word in words]
