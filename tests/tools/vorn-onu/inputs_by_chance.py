@@ -1,8 +1,10 @@
-"""Files for the tool by chance, the same for a name each time: what an OLT asks for, and what a program does on a device."""
+"""Files and options for the tool by chance, the same for a name each time: what an OLT asks for, what a program does on a device,
+scenarios with something wrong in them, frames."""
 
 import functools
 import hashlib
 import itertools
+import json
 import re
 import struct
 
@@ -139,3 +141,60 @@ def commands(name):
         line = re.sub(r"\{(\w+)\}", lambda found: (words := COMMAND_WORDS[found[1]])[chance(len(words))], line)
         lines.append(line.replace("(", "{").replace(")", "}"))
     return "\n".join(lines) + "\n"
+
+
+# Other values in a scenario.
+VALUES = [0, 1, 2, 7, 8, 15, 16, 255, 4094, 4095, 4096, 65535, 65536, -1, 1.5, "", "any", "none", "0x8100", "untagged", "sid0", "sid9",
+          "br3", "up", None, True, False, [], {}, [1], ["sid1.3"], {"vid": 5}]
+
+
+def scenario(text, name):
+    """A scenario in which one value, or one name, is another, or is missing."""
+    chance = chances(name)
+    whole = json.loads(text)
+    places = []
+
+    def look(value):
+        for key in value if isinstance(value, dict) else range(len(value)):
+            places.append((value, key))
+            if isinstance(value[key], (dict, list)):
+                look(value[key])
+
+    look(whole)
+    parent, key = places[chance(len(places))]
+    kind = chance(10)
+    if kind > 5:  # as elsewhere in the scenario
+        alike = [other[name] for other, name in places if name == key and isinstance(name, str)] or VALUES
+        parent[key] = alike[chance(len(alike))]
+    elif kind == 0:
+        del parent[key]
+    elif kind == 1 and isinstance(key, str):
+        parent[key[:-1] if chance(2) == 0 else key + "s"] = parent.pop(key)
+    elif kind == 2 and isinstance(parent[key], str):
+        parent[key] = parent[key][1:]
+    elif kind == 3 and isinstance(parent[key], int):
+        parent[key] += 1
+    else:
+        parent[key] = VALUES[chance(len(VALUES))]
+    return json.dumps(whole)
+
+
+TAG_WORDS = {"--vlan": "0 7 20 100 200 300 500 4095 4096".split(), "--pbits": "0 3 5 7 8".split(), "--tpid": "0x8100 0x88a8 0x9100".split(),
+             "--dei": [""]}
+FRAME_WORDS = {
+    "--ethertype": "ipv4 ipv6 arp pppoeDiscovery 0x88b5 ipx".split(), "--protocol": "udp tcp igmp icmp 99".split(),
+    "--dscp": "0 10 46 62 64".split(), "--payload": "0 20 1400 1600".split(), "--source": ["02:aa:00:00:00:01", "01:00:5e:00:00:01"],
+    "--destination": ["02:aa:00:00:00:02", "01:00:5e:01:02:03", "ff:ff:ff:ff:ff:ff"], "--after-step": "9 14".split(),
+    "--both-ways": [""], "--json": [""],
+}
+
+
+def frame(name):
+    """Options of "send"."""
+    chance = chances(name)
+    words = ["--from", ("sid0", "sid0", "sid1", "'gem 1001'", "'gem 1001'", "'gem 1002'")[chance(6)]]
+    for _ in range(chance(3)):
+        words += ["--vlan", TAG_WORDS["--vlan"][chance(9)]]
+        words += [word for option, values in list(TAG_WORDS.items())[1:] if chance(3) == 0 for word in (option, values[chance(len(values))])]
+    words += [word for option, values in FRAME_WORDS.items() if chance(6) == 0 for word in (option, values[chance(len(values))])]
+    return " ".join(filter(None, words))

@@ -17,7 +17,7 @@ import tempfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
 import record  # noqa: E402
-from inputs_by_chance import commands, session  # noqa: E402
+from inputs_by_chance import commands, frame, scenario, session  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 SCENARIOS = pathlib.Path("scenarios")
@@ -37,7 +37,8 @@ def message(transaction, kind, content=b""):
 # Files for commands, as IN-…
 INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(message(3 + part, 0x4E, struct.pack(">H", part))
                                                                       for part in range(266))}
-SESSIONS, COMMAND_FILES = 40, 6
+MODES = ("contract", "g988")
+SESSIONS, COMMAND_FILES, SCENARIO_FILES, FRAMES = 40, 6, 200, 100
 TWO_STATES = ("run scenarios/counters.json --after-step 12 --json OUT-before.json --quiet; "
               "run scenarios/iphost-static.json --after-step 8 --json OUT-after.json --quiet; ")
 
@@ -94,9 +95,24 @@ def outputs(source):
                for one in range(SESSIONS)},
             **{f"session {one} by the contract": f"omci IN-session-{one}.txt --forwarding contract --log --audit --record OUT-calls.json "
                "--json OUT-state.json" for one in range(0, SESSIONS, 2)},
+            **{f"what differs after session {one}": f"omci IN-session-{one}.txt --quiet --json OUT-one.json; omci IN-session-{one + 1}.txt "
+               "--quiet --json OUT-two.json --report OUT-report.html; diff OUT-one.json OUT-two.json" for one in range(0, SESSIONS, 4)},
+            **{f"scenario {one}": f"run IN-scenario-{one}.json --forwarding {MODES[one % 3 // 2]} --json OUT-state.json --pcap OUT-frames.pcap"
+               for one in range(SCENARIO_FILES)},
+            **{f"frame {one}": f"send scenarios/{scenarios[one % len(scenarios)]}.json {frame(str(one))}" for one in range(FRAMES)},
             **{f"commands {one}": f"exec --json OUT-state.json -- python3 tests/virtual_onu/run_commands.py IN-commands-{one}.txt"
                for one in range(COMMAND_FILES)},
             **{f"log of {name}": f"omci scenarios/omci/{name}.pcap --log -v -x" for name in captures}}
+
+
+def input_text(source, name):
+    kind, number = re.match(r"(\w+)-?(\d*)", name).groups()
+    if kind == "session":
+        return session([one for one in sorted((source / SCENARIOS / "omci").glob("*.pcap")) if one.stem != "gateway"], name)
+    if kind == "scenario":
+        files = names(source / SCENARIOS, "*.json")
+        return scenario((source / SCENARIOS / (files[int(number) % len(files)] + ".json")).read_text(encoding="utf-8"), name)
+    return commands(name) if kind == "commands" else INPUTS[name]
 
 
 def text_of(tool, source, line):
@@ -106,8 +122,7 @@ def text_of(tool, source, line):
                        "PATH": os.environ["PATH"], "TMPDIR": folder, "HOME": folder, "COLUMNS": "100", "LC_ALL": "C.UTF-8"}
         texts = []
         for name in re.findall(r"IN-(\S+)", line):
-            captures = [one for one in sorted((source / SCENARIOS / "omci").glob("*.pcap")) if one.stem != "gateway"]
-            pathlib.Path(folder, name).write_text(INPUTS.get(name) or (session(captures, name) if name.startswith("session") else commands(name)), encoding="ascii")
+            pathlib.Path(folder, name).write_text(input_text(source, name), encoding="utf-8")
         for command in line.split("; "):
             words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command)]
             paths = [str(pathlib.Path(folder, word.split("-", 1)[1])) if re.match("(IN|OUT)-", word) else word for word in words]
