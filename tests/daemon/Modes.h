@@ -16,6 +16,8 @@ int record(const std::string& mode, const std::string&);
 int behaveAwkwardly(const std::string& mode, const std::string& own);
 // Provisions a service and takes it down again and again, for those who look at its board.
 int cycle(const std::string& mode, const std::string&);
+// What is left of another daemon; file: its state.
+int takeOver(const std::string& mode, const std::string& file);
 // A transparent service for real packets.
 int carryPackets(const std::string& mode, const std::string&);
 

@@ -262,22 +262,67 @@ TEST_F(BoardFile, IsSharedByTheProcessesThatWorkOnIt) {
         ASSERT_EQ(vlanCtl_createVlanInterfaceByName("sid0", ("p" + std::to_string(round)).c_str(), 0, 0), 0);
     }
     constexpr int kEach = 100;
-    const auto manyRules = [] {
-        for (int i = 0; i < kEach; ++i) insertRule("sid0", kReceive, VLANCTL_POSITION_APPEND, 100);
+    const auto many = [](const std::string& name) {
+        for (int i = 0; i < kEach; ++i) {
+            vlanCtl_createVlanInterfaceByName("sid0", (name + std::to_string(i)).c_str(), 0, 0);
+            insertRule("sid0", kReceive, VLANCTL_POSITION_APPEND, 100);
+        }
     };
     ASSERT_EQ(vlanCtl_createVlanInterfaceByName("sid0", "sid0.3", 0, 0), 0);
     const pid_t child = fork();
     if (child == 0) {
-        manyRules();
+        many("v");
         _exit(0);
     }
-    manyRules();
+    many("w");
     int status = 0;
     waitpid(child, &status, 0);
     std::set<std::uint32_t> ids;
+    std::set<int> indexes;
+    for (const auto& device : onu().devices()) indexes.insert(device.index);
+    EXPECT_EQ(indexes.size(), onu().devices().size());
+    EXPECT_GT(indexes.size(), 2U * kEach) << "no device is lost";
     for (const TagRule& rule : onu().rules("sid0", kReceive, 1)) ids.insert(rule.id);
     EXPECT_EQ(ids.size(), 2U * kEach) << "no rule is lost, and no id is given out twice";
     EXPECT_EQ(boardIn(file_)["vlan"]["tables"][0]["rules"].size(), 2U * kEach);
+}
+
+// Takes away what useEverything has made.
+void takeEverythingAway() {
+    vlanCtl_init();
+    for (const char* device : {"sid0.3", "sid0.3", "sid0.3", "gpon3"}) vlanCtl_deleteVlanInterface(device);
+    for (const auto& rule : onu().rules("sid0", kReceive, 1)) vlanCtl_removeTagRule("sid0", kReceive, 1, rule.id);
+    vlanCtl_cleanup();
+    shell("ifconfig br3 down; brctl delbr br3; ifconfig sid0 down");
+    const GponCtlGemPortDeconfig gem{static_cast<std::uint16_t>(onu().gemPort(1001)->index), 1001};
+    gponCtl_deconfigGemPort(&gem);
+    const TmctlIf port{1};
+    tmctl_delQueueCfg(TMCTL_DEV_GPON, &port, 3);
+    tmctl_portTmUninit(TMCTL_DEV_GPON, &port);
+    const GponCtlTcontAllocId tcont{1, 0, 65535};
+    gponCtl_deconfigTcontAllocId(&tcont);
+    shell("bs /b/d ingress_class/dir=us,index=12; iq remkey --dstmac 02:00:00:00:00:01; kill -9 123");
+    shell("ip rule del from 10.0.0.5 table 12");
+    for (const char* path : {"/var/mcpd.conf", "/opt/of/the/device", "/tmp/dhclient_interface"}) onu().removeFile(path);
+    onu().setOperState("eth1", "up");
+    onu().advance(600'000);
+}
+
+TEST_F(BoardFile, LosesWhatAnotherProcessTakesAway) {
+    onu().openBoard(file_);
+    useEverything();
+    vlanCtl_init();
+    vlanCtl_setDefaultAction("gpon3", kReceive, 0, 0, "gpon3");
+    const json used = boardOf(onu().toJson());
+    ASSERT_EQ(inChild([] {
+                  takeEverythingAway();
+                  return onu().ruleCount() == 0 && onu().gemPorts().empty() ? 0 : 1;
+              }),
+              0);
+    const json left = boardOf(onu().toJson()), inFile = boardIn(file_);
+    EXPECT_EQ(left, inFile) << json::diff(left, inFile).dump(1);
+    for (const char* part : {"network", "vlan", "pon", "runner", "shell", "files"})
+        EXPECT_NE(left[part], used[part]) << part;
 }
 
 TEST_F(BoardFile, GoesOnWhenTheOtherProcessWasKilledInItsTurn) {

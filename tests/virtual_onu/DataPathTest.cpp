@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "platform/vlanctl.h"
+#include "support/HexBytes.h"
 #include "support/OnuFixture.h"
 
 namespace {
@@ -372,11 +373,50 @@ TEST_F(DataPath, AFrameHasTheBytesThatItWouldHaveOnTheWire) {
     unsigned sum = 0;  // of a header with its check sum
     for (std::size_t i = 22; i < 42; i += 2) sum += static_cast<unsigned>(bytes[i] << 8 | bytes[i + 1]);
     EXPECT_EQ((sum & 0xFFFF) + (sum >> 16), 0xFFFFu);
-    EXPECT_EQ(frame({}, kArp).bytes().at(13), 6);
     Frame six = ip(58, 10);
     six.etherType = 0x86DD;
     EXPECT_EQ((std::vector<int>{six.bytes()[14], six.bytes()[15], six.bytes()[20]}),
               (std::vector<int>{0x62, 0x80, 58}));
+}
+
+// Behind the addresses, without padding.
+TEST_F(DataPath, APayloadIsThatOfItsProtocol) {
+    using virtual_onu::GroupMessage;
+    using Kind = GroupMessage::Kind;
+    const std::string kMac = "02005E000001", kGroup4 = "EF010203", kGroup6 = "FF020000000000000000000000010203",
+                      kIgmp = "0800 4600 0020 0000 0000 0102 71D2 C0000201 EF010203 94040000",
+                      kMld =
+                          "86DD 60000000 0020 0001 FE800000000000000000000000000001 " + kGroup6 + "3A00 0502 0000 0100";
+    const struct {
+        const char* what;
+        std::uint16_t etherType;
+        std::optional<GroupMessage> message;
+        std::string bytes;
+    } kCases[] = {
+        {"IGMP query", 0x0800, GroupMessage{Kind::Query, "239.1.2.3", 10000}, kIgmp + "1164 FD96" + kGroup4},
+        {"IGMP report", 0x0800, GroupMessage{Kind::Report, "239.1.2.3", 0}, kIgmp + "1600 F8FA" + kGroup4},
+        {"IGMP leave", 0x0800, GroupMessage{Kind::Leave, "239.1.2.3", 0}, kIgmp + "1700 F7FA" + kGroup4},
+        {"MLD query", 0x86DD, GroupMessage{Kind::Query, "ff02::1:203", 1000}, kMld + "8200 7935 03E8 0000" + kGroup6},
+        {"MLD report", 0x86DD, GroupMessage{Kind::Report, "ff02::1:203", 0}, kMld + "8300 7C1D 0000 0000" + kGroup6},
+        {"MLD done", 0x86DD, GroupMessage{Kind::Leave, "ff02::1:203", 0}, kMld + "8400 7B1D 0000 0000" + kGroup6},
+        {"ARP", 0x0806, {}, "0806 0001 0800 0604 0001" + kMac + "C0000201 000000000000 C0000202"},
+        {"PPPoE discovery", 0x8863, {}, "8863 1109 0000 0004 0101 0000"},
+        {"PPPoE session", 0x8864, {}, "8864 1100 0001 0016 0021 4500 0014 0000 0000 4011 F6D5 C0000201 C0000202"},
+        {"EAPOL", 0x888E, {}, "888E 0201 0000"},
+        {"LLDP", 0x88CC, {}, "88CC 0207 04" + kMac + "0407 03" + kMac + "0602 0078 0000"},
+        {"another one", 0x1234, {}, "1234"},
+    };
+    for (const auto& one : kCases) {
+        Frame made = frame({}, one.etherType);
+        made.source = "02:00:5e:00:00:01";
+        if (one.message) made.destination = one.etherType == 0x0800 ? "01:00:5e:01:02:03" : "33:33:00:01:02:03";
+        made.groupMessage = one.message;
+        std::vector<std::uint8_t> wanted = hex(one.bytes);
+        wanted.resize(std::max<std::size_t>(wanted.size(), 60 - 12));
+        const std::vector<std::uint8_t> bytes = made.bytes();
+        ASSERT_EQ(bytes.size(), 12 + wanted.size()) << one.what;
+        EXPECT_TRUE(std::equal(wanted.begin(), wanted.end(), bytes.begin() + 12)) << one.what;
+    }
 }
 
 // The compiled tables against a walk down the list of rules, written independently here.

@@ -99,6 +99,62 @@ TEST_F(NetworkModel, TheInterfaceListHasThoseWithAnAddressAndStaysInItsBuffer) {
     EXPECT_EQ(length.ifc_len, 3 * kSize);
 }
 
+TEST_F(NetworkModel, AnIndexLeadsBackToItsName) {
+    onu().addDevice("fifteen-letters");
+    for (const char* device : {"sid1", "fifteen-letters"}) {
+        char name[IF_NAMESIZE];
+        std::memset(name, 'x', sizeof name);
+        EXPECT_STREQ(if_indextoname(if_nametoindex(device), name), device);
+    }
+}
+
+TEST_F(NetworkModel, CommandsOfIpDoWhatTheySayOrAreFlagged) {
+    const struct {
+        const char* command;
+        int status;
+        const char* after;  // sid1: state, MTU, MAC address, master
+    } kSteps[] = {
+        {"ip", 127, "down 1500 02:00:00:00:00:04 "},
+        {"ip link", 127, "down 1500 02:00:00:00:00:04 "},
+        {"ip link set", 127, "down 1500 02:00:00:00:00:04 "},
+        {"ip link set dev sid1", 127, "down 1500 02:00:00:00:00:04 "},
+        {"ip addr set sid1 up", 127, "down 1500 02:00:00:00:00:04 "},
+        {"ip link set sid1 up", 0, "up 1500 02:00:00:00:00:04 "},
+        {"ip link set dev sid1 down", 0, "down 1500 02:00:00:00:00:04 "},
+        {"ip link set dev sid1 mtu 1400", 0, "down 1400 02:00:00:00:00:04 "},
+        {"ip link set sid1 mtu 67", 2, "down 1400 02:00:00:00:00:04 "},
+        {"ip link set sid1 address 02:00:00:00:00:09", 0, "down 1400 02:00:00:00:00:09 "},
+        {"ip link set sid1 address 02:00", 2, "down 1400 02:00:00:00:00:09 "},
+        {"ip link set sid1 promisc on", 127, "down 1400 02:00:00:00:00:09 "},
+        {"ip link set nobody up", 1, "down 1400 02:00:00:00:00:09 "},
+        {"ip link set sid1 master brl", 2, "down 1400 02:00:00:00:00:09 "},
+        {"ip link add brl type", 127, "down 1400 02:00:00:00:00:09 "},
+        {"ip link add brl type dummy", 127, "down 1400 02:00:00:00:00:09 "},
+        {"ip link add brl kind bridge", 127, "down 1400 02:00:00:00:00:09 "},
+        {"ip link add brl type bridge", 0, "down 1400 02:00:00:00:00:09 "},
+        {"ip link add name brl type bridge", 2, "down 1400 02:00:00:00:00:09 "},
+        {"ip link set sid1 master brl", 0, "down 1400 02:00:00:00:00:09 brl"},
+        {"ip link set sid1 nomaster", 0, "down 1400 02:00:00:00:00:09 "},
+        {"ip link set sid1 nomaster", 0, "down 1400 02:00:00:00:00:09 "},
+        {"ip link set \"sid1\" 'master' brl", 0, "down 1400 02:00:00:00:00:09 brl"},
+        {"ip link set '$1' up", 1, "down 1400 02:00:00:00:00:09 brl"},
+        {"ip link set \"$1\" up", 127, "down 1400 02:00:00:00:00:09 brl"},
+        {"ip link set \"sid1\\\" up", 127, "down 1400 02:00:00:00:00:09 brl"},
+        {"ip link del brl", 0, "down 1400 02:00:00:00:00:09 "},
+        {"ip link delete brl", 2, "down 1400 02:00:00:00:00:09 "},
+        {"ip link frobnicate brl", 127, "down 1400 02:00:00:00:00:09 "},
+    };
+    for (const auto& step : kSteps) {
+        EXPECT_EQ(WEXITSTATUS(std::system(step.command)), step.status) << step.command;
+        EXPECT_EQ(onu().shellCommands().back().understood, step.status != 127) << step.command;
+        const auto device = *onu().device("sid1");
+        EXPECT_EQ((device.up ? "up " : "down ") + std::to_string(device.mtu) + " " + device.mac + " " + device.master,
+                  step.after)
+            << step.command;
+    }
+    EXPECT_FALSE(onu().deviceExists("brl"));
+}
+
 virtual_onu::Frame message(const char* destination, virtual_onu::GroupMessage::Kind kind, const char* group) {
     virtual_onu::Frame made;
     made.source = "02:00:5e:10:00:10";

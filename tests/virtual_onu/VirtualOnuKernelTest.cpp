@@ -104,6 +104,22 @@ TEST_F(VirtualKernel, SysfsShowsTheModelAndItsDirectoriesCanBeWalked) {
     struct stat status {};
     EXPECT_EQ(stat("/sys/class/net/sid1", &status), 0);
     EXPECT_TRUE(S_ISDIR(status.st_mode));
+    for (const auto& [attribute, mode] : {std::pair("sid1/mtu", 0644U), std::pair("sid1/ifindex", 0444U)}) {
+        ASSERT_EQ(stat((std::string("/sys/class/net/") + attribute).c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode, S_IFREG | mode) << attribute;
+    }
+}
+
+TEST_F(VirtualKernel, AProgramMayHaveClosedItsStandardInput) {
+    close(0);
+    struct stat status {};
+    EXPECT_EQ(stat("/sys/class/net/sid1/mtu", &status), 0);
+    EXPECT_TRUE(engine().configureBridge(3, 0, false));
+    EXPECT_EQ(members("br3"), Texts{"gpon3.3"});
+    EXPECT_EQ(fcntl(0, F_GETFD), -1) << "left open";
+    EXPECT_EQ(open("/sys/class/net/sid1/mtu", O_RDWR), 0);
+    EXPECT_EQ(onu().openDescriptors(), 1);
+    close(0);
 }
 
 TEST_F(VirtualKernel, AttributesTakeWhatTheKernelTakes) {
@@ -113,7 +129,7 @@ TEST_F(VirtualKernel, AttributesTakeWhatTheKernelTakes) {
         int error;
     };
     const std::array<Case, 6> cases = {{
-        {"br3/bridge/stp_state", "1\n", 0},
+        {"br3/bridge/stp_state", "1", 0},
         {"br3/bridge/forward_delay", "3001", ERANGE},  // checked since the spanning tree runs now
         {"br3/bridge/hello_time", "two", EINVAL},
         {"br3/bridge/max_age", "", 0},
@@ -352,6 +368,8 @@ TEST_F(VirtualKernel, WaitsEndAtOnceAndIdleWaitsWithTheDevicesClock) {
 TEST_F(VirtualKernel, FaultsNarrowedToOneRequestOrFileHitNothingElse) {
     onu().failNext("ioctl:SIOCGIFMTU", 2, EPERM);
     onu().failNext("fopen:/var/mcpd.conf", 1, EMFILE);
+    for (const char* other : {"loctl:SIOCGIFMTU", "ioctl.SIOCGIFMTU", "ioctl:SIOCGIFMTUS", "ioctl:SIOCGIFMT", "ioctl:"})
+        onu().failNext(other, 1, EACCES);
     ifreq request = named("sid0");
     EXPECT_EQ(ask(SIOCGIFINDEX, &request), 0);
     EXPECT_EQ(ask(SIOCGIFMTU, &request), 0);

@@ -171,6 +171,21 @@ TEST_F(VirtualOnuTest, QueuesNeedAPreparedTcont) {
     EXPECT_TRUE(onu().tconts().empty());
 }
 
+TEST_F(VirtualOnuTest, AVersionOfAnImageIsCutToItsBuffer) {
+    onu().setImageVersion(1, "V3");
+    char text[4] = "xyz";
+    for (const auto& [image, size, answer, written] : {std::tuple(1, -1, EINVAL, "xyz"),
+                                                       {1, 0, EINVAL, "xyz"},
+                                                       {99, 4, ENOENT, "xyz"},
+                                                       {1, 1, 0, ""},
+                                                       {1, 2, 0, "V"},
+                                                       {1, 4, 0, "V3"}}) {
+        EXPECT_EQ(devCtl_getImageVersion(image, text, size), answer) << size;
+        EXPECT_STREQ(text, written) << size;
+    }
+    EXPECT_EQ(devCtl_getImageVersion(1, nullptr, 4), EINVAL);
+}
+
 TEST_F(VirtualOnuTest, AScheduledFaultHitsExactlyItsCall) {
     openVlan();
     onu().failNext("vlanCtl_setRealDevMode", 2, 9);

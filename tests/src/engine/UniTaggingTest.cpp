@@ -201,6 +201,8 @@ TEST_F(UniTagging, APppoeDiscoveryRowCarriesTheSessionToo) {
     EXPECT_EQ(rules(), (Texts{"rx1 pbits0=3 vid0=10 tagtype0=0x8863 | pbits0:=5 vid0:=200",
                               "rx1 pbits0=3 vid0=10 tagtype0=0x8864 | pbits0:=5 vid0:=200", down, down}));
     EXPECT_EQ(row.etherType, ETHERTYPE_FILTER_PPPOE_SESSION);
+    const VlanExtVlanTagOperInfo_t without{0x8100, 0x8100, 1, 0, nullptr};
+    EXPECT_FALSE(engine().insertUniTagRules(&without, 1, 3, uni, uniVlan, action, false));
 
     engine().flushUniSideVlanRules(3, 1);
     provision({0, kNoTag, kNoTag, 2, kPush, 0, kNoTag, {5, 200, 0}}, 1);

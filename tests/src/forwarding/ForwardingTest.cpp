@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "BRCM/BCM968580/DATA/EngineState.h"
 #include "platform/vlanctl.h"
 #include "src/forwarding/Changes.h"
 #include "support/StdoutCapture.h"
@@ -166,6 +167,56 @@ TEST_F(ForwardedServices, TheHostBeforeHasAgainWhatTheLastOneTook) {
     ASSERT_EQ(host(last).run(daemon().hal()), 0);
     EXPECT_EQ(noHost(first).run(daemon().hal()), 0);
     EXPECT_EQ(onu().ipRoutes(), std::vector<std::string>{"default via 10.0.0.106 dev br5.6 table 12"});
+}
+
+TEST_F(ForwardedServices, AHostByDhcpAsksForNoRoutingRule) {
+    const IpHostProvision record = hostRecord(HostKind::Dhcp);
+    ASSERT_EQ(bridge(5).run(daemon().hal()), 0);
+    ASSERT_EQ(host(record).run(daemon().hal()), 0);
+    ASSERT_EQ(noHost(record).run(daemon().hal()), 0);
+    for (const auto& command : onu().shellCommands()) EXPECT_NE(command.text.find("ip rule"), 0U) << command.text;
+}
+
+// Whichever command of the last one is refused, and all behind it.
+TEST_F(ForwardedServices, AHostThatCannotGiveTheRouteBackSaysSo) {
+    ASSERT_EQ(bridge(5).run(daemon().hal()), 0);
+    ASSERT_EQ(host(hostRecord(HostKind::Static, 7)).run(daemon().hal()), 0);
+    const Operation last = host(hostRecord(HostKind::Static));
+    std::string printed;
+    int answer = -1;
+    for (int first = 1; first <= 12 && answer != 0; ++first) {
+        for (int command = first; command < first + 12; ++command) onu().failNext("system", command, 256);
+        printed += printedBy([&] { answer = last.run(daemon().hal()); });
+        onu().clearFaults();
+    }
+    EXPECT_EQ(answer, 0);
+    EXPECT_NE(printed.find("the default route of another host cannot be made again"), std::string::npos) << printed;
+}
+
+TEST_F(ForwardedServices, AFileThatIsOpenedLateTakesOverWhatStands) {
+    provision();
+    ASSERT_EQ(daemon().open(state()), 0);
+    daemon_ = std::make_unique<Daemon>(folder_);
+    choose(daemon(), kG988);
+    ASSERT_GT(daemon().open(state()), 0);
+    ASSERT_EQ(ask(daemon(), tagging(20, 100)), 0);
+    EXPECT_EQ(up(tagged(20)), "VID 100 p0, IPv4");
+    ASSERT_EQ(ask(daemon(), deletion(tagging(20, 0))), 0);
+    make(daemon(), kProvisioning, internet().size());
+    EXPECT_EQ(onu().ruleCount(), 0U);
+    EXPECT_TRUE(onu().gemPorts().empty());
+}
+
+TEST_F(ForwardedServices, ADeviceThatHasGoneIsForgottenWithItsPort) {
+    provision();
+    const auto& ports = *daemon().symbol<decltype(&m_BridgeIdToUniId)>("m_BridgeIdToUniId");
+    ASSERT_EQ(ports.size(), 1U);
+    ASSERT_EQ(vlanCtl_init(), 0);
+    ASSERT_EQ(vlanCtl_deleteVlanInterface("sid0.3"), 0);
+    vlanCtl_cleanup();
+    auto record = service();
+    EXPECT_EQ(daemon()->vorn_omci_hal_deprovisionUniSideBridge(&record), 0);
+    EXPECT_TRUE(ports.empty());
 }
 
 // A port that is in the bridge already joins it again, and a second port goes with the bridge's UNI side.

@@ -41,6 +41,7 @@ protected:
         vlanCtl_init();
         g988::emptyOthers(plan, installed_);
         for (const auto& [table, step] : g988::differences(installed_, plan)) {
+            EXPECT_NE(step.rule.origin, "") << "a refusal could not say what it is about";
             auto& rules = installed_[table];
             if (step.kind == Kind::Remove) {
                 ASSERT_EQ(g988::removeRule(table, step.id), 0);

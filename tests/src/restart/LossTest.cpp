@@ -22,13 +22,17 @@ protected:
         return other.answer();
     }
     // The daemon has closed the descriptors, and the file is not to be found: nothing can be written or removed.
-    void putWithoutPlace(Journal& journal, const char* device) const {
+    // False when it has left a descriptor open.
+    bool putWithoutPlace(Journal& journal, const char* device) const {
         const fs::path place = fs::path(folder_.file("")).parent_path();
         const fs::path aside = place.string() + "-aside";
         closeAll();
         fs::rename(place, aside);
+        const int free = ::dup(STDIN_FILENO);
+        close(free);
         put(journal, device);
         fs::rename(aside, place);
+        return ::dup(STDIN_FILENO) == free;
     }
     static std::string& reported() {
         static std::string& all = *new std::string;
@@ -130,8 +134,7 @@ TEST_F(Loss, AFileThatCouldNeitherBeWrittenNorTakenAwayIsNotBelieved) {
             Journal journal;
             if (!open(journal)) return false;
             if (compacts) journal.compact();
-            putWithoutPlace(journal, "br4");
-            return !journal.isKept();
+            return putWithoutPlace(journal, "br4") && !journal.isKept();
         });
         EXPECT_TRUE(daemon.answer());
         daemon.kill();
@@ -151,8 +154,7 @@ TEST_F(Loss, AFileThatSomebodyHasMadeShorterEndsNobody) {
         Journal journal;
         if (!open(journal)) return false;
         fs::resize_file(path(), 0);
-        putWithoutPlace(journal, "br4");
-        return !journal.isKept();
+        return putWithoutPlace(journal, "br4") && !journal.isKept();
     });
     EXPECT_TRUE(daemon.answer());
 }

@@ -166,6 +166,7 @@ TEST_F(Restart, AFileThatIsLostIsToldInTheLogAndNoLongerCounted) {
         EXPECT_TRUE(saidThat("was given up while it was in use"));
         make(daemon, 2, 3);
         EXPECT_TRUE(onu().bridge("br3")) << "it goes on without";
+        EXPECT_EQ(contentOf(folder_.file("aside")), "") << "nobody takes it for a board's";
     }
 }
 

@@ -61,8 +61,13 @@ TEST_F(HostKernel, TheFactorysDevicesStandInTheKernelUntilReset) {
     const auto devices = onu().devices();
     ASSERT_EQ(devices.size(), 11u);
     for (const auto& device : devices) EXPECT_TRUE(kernelHas(device.name + "/ifindex")) << device.name;
+    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+    char left[] = "left";  // by a child of the program, which knows no virtual ONU
+    EXPECT_EQ(syscall(SYS_ioctl, fd, SIOCBRADDBR, left), 0);
+    close(fd);
     onu().reset();
     for (const auto& device : devices) EXPECT_FALSE(kernelHas(device.name)) << device.name;
+    EXPECT_FALSE(kernelHas(left));
     EXPECT_EQ(onu().devices().size(), 11u) << "back in memory";
 }
 
@@ -105,7 +110,14 @@ TEST_F(HostKernel, ShellCommandsChangeTheKernel) {
     EXPECT_EQ(run("brctl addbr br3 && brctl addif br3 sid1 && brctl stp br3 on && brctl setfd br3 4"), 0);
     EXPECT_EQ(run("brctl addif br3 sid1"), 1);
     EXPECT_EQ(kernelSays("br3/bridge/forward_delay"), "400");
-    EXPECT_EQ(onu().bridge("br3")->members(), Texts{"sid1"});
+    EXPECT_EQ(run("brctl setageing br3 100; brctl sethello br3 3; brctl setmaxage br3 30; brctl setbridgeprio br3 7"),
+              0);
+    const auto bridge = *onu().bridge("br3");
+    EXPECT_EQ(bridge.members(), Texts{"sid1"});
+    EXPECT_TRUE(bridge.stp);
+    EXPECT_EQ(
+        (std::vector<long>{bridge.forwardDelay, bridge.ageingTime, bridge.helloTime, bridge.maxAge, bridge.priority}),
+        (std::vector<long>{400, 10000, 300, 3000, 7}));
     EXPECT_EQ(
         run("ifconfig sid2 10.0.0.5 netmask 255.255.255.0 broadcast 10.0.0.5 mtu 1400 hw ether 02:00:00:00:aa:01 up"),
         0);
