@@ -143,6 +143,30 @@ def commands(name):
     return "\n".join(lines) + "\n"
 
 
+OCTETS = [0, 0, 0, 1, 2, 3, 4, 8, 64, 127, 128, 255]
+INSTANCES = [0, 1, 1, 1, 1, 0x0101, 0x0101, 0x0601, 0x8000, 0xFFFF]
+
+
+def messages(classes, name):
+    """Messages of both sets and of all kinds, to entities of all classes."""
+    chance = chances(name)
+    lines = [(struct.pack(">HBBHH", 1, 0x4F, 0x0A, 2, 0) + bytes(32)).hex()]
+    for number in range(2, 400):
+        kind = (0x44, 0x44, 0x46, 0x48, 0x48, 0x48, 0x49, 0x49, 0x5D, 0x40 | chance(32))[chance(10)]
+        if kind == 0x4F:
+            continue
+        likely = 1 + chance(6)
+        content = bytes(chance(256) if chance(12) == 0 else OCTETS[chance(2 * likely)] for _ in range(32))
+        if kind in (0x48, 0x49):
+            content = struct.pack(">H", 0x8000 >> chance(12) | (0x8000 >> chance(16) if chance(3) == 0 else 0)) + content[2:]
+        header = struct.pack(">HBBHH", number, kind, 0x0A, classes[chance(len(classes))], INSTANCES[chance(len(INSTANCES))])
+        if chance(3) == 0:  # extended
+            content = content[:1 + chance(32)]
+            header = header[:3] + b"\x0b" + header[4:] + struct.pack(">H", len(content))
+        lines.append((header + content).hex())
+    return "\n".join(lines) + "\n"
+
+
 # Other values in a scenario.
 VALUES = [0, 1, 2, 7, 8, 15, 16, 255, 4094, 4095, 4096, 65535, 65536, -1, 1.5, "", "any", "none", "0x8100", "untagged", "sid0", "sid9",
           "br3", "up", None, True, False, [], {}, [1], ["sid1.3"], {"vid": 5}]

@@ -17,7 +17,7 @@ import tempfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
 import record  # noqa: E402
-from inputs_by_chance import commands, frame, scenario, session  # noqa: E402
+from inputs_by_chance import commands, frame, messages, scenario, session  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 SCENARIOS = pathlib.Path("scenarios")
@@ -38,7 +38,7 @@ def message(transaction, kind, content=b""):
 INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(message(3 + part, 0x4E, struct.pack(">H", part))
                                                                       for part in range(266))}
 MODES = ("contract", "g988")
-SESSIONS, COMMAND_FILES, SCENARIO_FILES, FRAMES = 40, 6, 200, 100
+SESSIONS, MESSAGE_FILES, COMMAND_FILES, SCENARIO_FILES, FRAMES = 40, 10, 6, 200, 100
 TWO_STATES = ("run scenarios/counters.json --after-step 12 --json OUT-before.json --quiet; "
               "run scenarios/iphost-static.json --after-step 8 --json OUT-after.json --quiet; ")
 
@@ -95,6 +95,7 @@ def outputs(source):
                for one in range(SESSIONS)},
             **{f"session {one} by the contract": f"omci IN-session-{one}.txt --forwarding contract --log --audit --record OUT-calls.json "
                "--json OUT-state.json" for one in range(0, SESSIONS, 2)},
+            **{f"messages {one}": f"omci IN-messages-{one}.txt --log -v --json OUT-state.json" for one in range(MESSAGE_FILES)},
             **{f"what differs after session {one}": f"omci IN-session-{one}.txt --quiet --json OUT-one.json; omci IN-session-{one + 1}.txt "
                "--quiet --json OUT-two.json --report OUT-report.html; diff OUT-one.json OUT-two.json" for one in range(0, SESSIONS, 4)},
             **{f"scenario {one}": f"run IN-scenario-{one}.json --forwarding {MODES[one % 3 // 2]} --json OUT-state.json --pcap OUT-frames.pcap"
@@ -109,6 +110,10 @@ def input_text(source, name):
     kind, number = re.match(r"(\w+)-?(\d*)", name).groups()
     if kind == "session":
         return session([one for one in sorted((source / SCENARIOS / "omci").glob("*.pcap")) if one.stem != "gateway"], name)
+    if kind == "messages":
+        classes = [int(number) for file in sorted((source / "omci" / "message").glob("*Entities.cpp"))
+                   for number in re.findall(r"\{(\d+),\s+\"[^\"]*\",\s+Maker", file.read_text(encoding="utf-8"))]
+        return messages(classes, name)
     if kind == "scenario":
         files = names(source / SCENARIOS, "*.json")
         return scenario((source / SCENARIOS / (files[int(number) % len(files)] + ".json")).read_text(encoding="utf-8"), name)
