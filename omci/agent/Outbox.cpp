@@ -22,23 +22,22 @@ void Outbox::sendTestResult(EntityKey entity, std::uint16_t transaction, Bytes r
     send(entity, MessageType::kTestResult, transaction, TestContent{std::move(result)});
 }
 
-bool Outbox::change(EntityKey key, AttributeNumber attribute, ByteView value) {
+void Outbox::change(EntityKey key, AttributeNumber attribute, ByteView value) {
     Entity* entity = mib_.edit(key);
-    if (entity == nullptr || !entity->setBytes(attribute, value)) return false;
+    if (entity == nullptr || !entity->setBytes(attribute, value)) return;
     const AttributeInfo* info = entity->info().attribute(attribute);
     mib_.commit(*entity, maskOf(attribute));
-    if ((info->access & kAvc) == 0 || !entity->has(attribute) || isSilenced(mib_, key)) return true;
+    if ((info->access & kAvc) == 0 || !entity->has(attribute) || isSilenced(mib_, key)) return;
     send(key, MessageType::kAttributeValueChange, 0,
          AttributeValues{maskOf(attribute), entity->bytes(attribute).copy()});
-    return true;
 }
 
-bool Outbox::change(EntityKey key, AttributeNumber attribute, std::uint64_t value) {
+void Outbox::change(EntityKey key, AttributeNumber attribute, std::uint64_t value) {
     const Entity* entity = mib_.find(key);
-    if (entity == nullptr) return false;
+    if (entity == nullptr) return;
     Entity changed = *entity;  // writes the number in the attribute's size
     changed.setNumber(attribute, value);
-    return change(key, attribute, changed.bytes(attribute));
+    change(key, attribute, changed.bytes(attribute));
 }
 
 }  // namespace omci

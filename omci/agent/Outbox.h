@@ -24,9 +24,9 @@ public:
     void sendTestResult(EntityKey entity, std::uint16_t transaction, Bytes result);
 
     // A value that changes by itself: it goes into the MIB, and where the standard says so the OLT is notified, unless
-    // the entity is locked. Answers whether it is another value now.
-    bool change(EntityKey entity, AttributeNumber attribute, ByteView value);
-    bool change(EntityKey entity, AttributeNumber attribute, std::uint64_t value);
+    // the entity is locked.
+    void change(EntityKey entity, AttributeNumber attribute, ByteView value);
+    void change(EntityKey entity, AttributeNumber attribute, std::uint64_t value);
 
     std::vector<Message> take() { return std::exchange(messages_, {}); }
     void clear() { messages_.clear(); }

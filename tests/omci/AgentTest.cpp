@@ -401,6 +401,10 @@ TEST_F(Images, ABadOneStaysInvalid) {
     EXPECT_EQ(ask<ResultAnswer>(MessageType::kCommitImage, kSpare, NoContent{}).result, Result::kParameterError);
     // What runs is not written over.
     EXPECT_EQ(start({class_id::kSoftwareImage, 0}, 4).result, Result::kParameterError);
+    for (const std::uint32_t octets : {0U, 1U})
+        EXPECT_EQ(
+            ask<DownloadStartAnswer>(MessageType::kStartSoftwareDownload, kSpare, DownloadStart{4, octets, {1}}).result,
+            octets == 0 ? Result::kParameterError : Result::kSuccess);
 }
 
 TEST_F(Images, ACallPutsARestartOff) {

@@ -46,6 +46,16 @@ TEST_F(MibTest, TheBoardsEntitiesStand) {
     EXPECT_EQ(value({class_id::kPriorityQueue, 0x0009}, attr::priority_queue::kRelatedPort), 0x01020001U);
     EXPECT_EQ(value({class_id::kPriorityQueue, 0x0020}, attr::priority_queue::kRelatedPort), 0x06010000U);
     EXPECT_EQ(mib.instances(class_id::kPriorityQueue).size(), 2U * 8 + 5 * 8);
+    Board scheduled = board();
+    scheduled.schedulers = true;
+    Agent other(scheduled, hal, device, clock);
+    const auto schedulerOf = [&](InstanceId queue) {
+        return other.mib()
+            .find(class_id::kPriorityQueue, queue)
+            ->number(attr::priority_queue::kTrafficSchedulerPointer);
+    };
+    EXPECT_EQ(schedulerOf(0x800B), 0x8001U);
+    EXPECT_EQ(schedulerOf(0x0009), 0U) << "downstream there is none";
 }
 
 TEST_F(MibTest, RefusalsSayWhyAndChangeNothing) {
@@ -387,6 +397,20 @@ TEST_F(MibTest, DescribesItselfWhereTheBoardSaysSo) {
     ASSERT_NE(attribute, nullptr);
     EXPECT_EQ(attribute->text(1), "Max frame size");
     EXPECT_EQ(attribute->number(2), 2U);
+    // The standard's codes of formats.
+    const std::tuple<ClassId, AttributeNumber, unsigned> kFormats[] = {
+        {class_id::kBridgePort, attr::bridge_port::kTpPointer, 1},
+        {class_id::kAniG, attr::ani_g::kOpticalSignalLevel, 3},
+        {class_id::kEthernetUni, 8, 4},
+        {class_id::kOnuG, attr::onu_g::kVendorId, 5},
+        {class_id::kOnuG, attr::onu_g::kAdministrativeState, 6},
+        {class_id::kExtendedTagging, 6, 7},
+    };
+    for (const auto& [classId, number, code] : kFormats) {
+        const Entity* of = mib.find(class_id::kEntityObject, classId);
+        const Entity* one = mib.find(class_id::kAttributeObject, number16(of->rows(2)[number - 1U], 0));
+        EXPECT_EQ(one->number(4), code) << one->text(1);
+    }
     EXPECT_EQ(mib.find(class_id::kOmciObject, 0)->rows(1).size(), managedEntities().size());
 }
 
