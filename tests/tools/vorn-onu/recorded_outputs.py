@@ -38,7 +38,7 @@ def message(transaction, kind, content=b""):
 INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(message(3 + part, 0x4E, struct.pack(">H", part))
                                                                       for part in range(266))}
 MODES = ("contract", "g988")
-SESSIONS, MESSAGE_FILES, COMMAND_FILES, SCENARIO_FILES, FRAMES = 40, 10, 6, 200, 100
+SESSIONS, MESSAGE_FILES, COMMAND_FILES, SCENARIO_FILES, FRAMES = 40, 10, 16, 200, 100
 TWO_STATES = ("run scenarios/counters.json --after-step 12 --json OUT-before.json --quiet; "
               "run scenarios/iphost-static.json --after-step 8 --json OUT-after.json --quiet; ")
 
