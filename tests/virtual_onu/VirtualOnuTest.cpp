@@ -152,6 +152,11 @@ TEST_F(VirtualOnuTest, AGemIndexIsFreedByItsOwnPortAndGivenOutAgain) {
     EXPECT_EQ(gponCtl_deconfigGemPort(&second), 0);
     EXPECT_EQ(configureGem(2000, index), 0);
     EXPECT_EQ(index, 2);
+    GponCtlGemPort asked{GPONCTL_GEM_INDEX_UNKNOWN, 2000, {}};
+    ASSERT_EQ(gponCtl_getGemPort(&asked), 0);
+    EXPECT_EQ(asked.gemIndex, 2);
+    EXPECT_EQ(asked.output[0] | asked.output[1] << 8, 1024) << "the alloc-id";
+    EXPECT_EQ(asked.output[GPONCTL_GEM_PORT_OUTPUT_ENABLED], 0);
 }
 
 TEST_F(VirtualOnuTest, QueuesNeedAPreparedTcont) {
@@ -169,6 +174,15 @@ TEST_F(VirtualOnuTest, QueuesNeedAPreparedTcont) {
     EXPECT_EQ(tmctl_portTmUninit(TMCTL_DEV_GPON, &tcont), 0);
     EXPECT_NE(tmctl_delQueueCfg(TMCTL_DEV_GPON, &tcont, 7), 0);
     EXPECT_TRUE(onu().tconts().empty());
+
+    const GponCtlTcontAllocId bound{4, 0, 256};
+    ASSERT_EQ(gponCtl_configTcontAllocId(&bound), 0);
+    queue.queueId = 7;
+    ASSERT_EQ(tmctl_portTmInit(TMCTL_DEV_GPON, &tcont, 0, -1), 0);
+    ASSERT_EQ(tmctl_setQueueCfg(TMCTL_DEV_GPON, &tcont, &queue), 0);
+    ASSERT_EQ(tmctl_portTmUninit(TMCTL_DEV_GPON, &tcont), 0);
+    ASSERT_TRUE(onu().tcont(4)) << "its alloc-id stays";
+    EXPECT_TRUE(onu().tcont(4)->queues.empty());
 }
 
 TEST_F(VirtualOnuTest, AVersionOfAnImageIsCutToItsBuffer) {
