@@ -410,6 +410,7 @@ TEST_F(MibTest, DescribesItselfWhereTheBoardSaysSo) {
         const Entity* of = mib.find(class_id::kEntityObject, classId);
         const Entity* one = mib.find(class_id::kAttributeObject, number16(of->rows(2)[number - 1U], 0));
         EXPECT_EQ(one->number(4), code) << one->text(1);
+        EXPECT_EQ(one->number(6), code == 4 ? 0xFFFFU : 0U) << "the upper limit of a number of two octets";
     }
     EXPECT_EQ(mib.find(class_id::kOmciObject, 0)->rows(1).size(), managedEntities().size());
 }
