@@ -5,6 +5,7 @@
 """
 
 import functools
+import json
 import os
 import pathlib
 import re
@@ -13,6 +14,8 @@ import subprocess
 import sys
 import tempfile
 import time
+import urllib.parse
+import urllib.request
 
 for folder in ("../../support", "../vorn-onu"):
     sys.path.insert(0, str((pathlib.Path(__file__).resolve().parent / folder).resolve()))
@@ -21,8 +24,11 @@ from recorded_outputs import OTHER_EACH_TIME, input_text  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 # What the time has to do with, or what the host's threads do meanwhile.
-OTHER = {**OTHER_EACH_TIME, r"^live +omci +\d+ +\S+": "live omci", r"^(  . +\d+ +)\d+\.\d+": r"\1TIME", r"\d\d:\d\d:\d\d(\.\d+)?": "TIME", r'"(time|timeNs|ns|at|startedAt|pid|clockMs)": ?[\d.]+': "TIME", r"pid \d+": "PID",
-         r"^ +[\d.]+ +(?=\w)": "  TIME  ", r"(?m)^(\w+_seconds\S*|process_\S+|\w*time\w*(\{.*\})?) [\d.e+-]+$": "METRIC OF TIME"}
+OTHER = {
+    **OTHER_EACH_TIME, r'nonce="\w+"': "nonce", r"^live +omci +\d+ +\S+": "live omci", r"^(  . +\d+ +)\d+\.\d+": r"\1TIME",
+    r"\d\d:\d\d:\d\d(\.\d+)?": "TIME", r'"(time|timeNs|ns|at|startedAt|pid|clockMs)": ?[\d.]+': "TIME", r"pid \d+": "PID",
+    r"^ +[\d.]+ +(?=\w)": "  TIME  ", r"(?m)^(\w+_seconds\S*|process_\S+|\w*time\w*(\{.*\})?) [\d.e+-]+$": "METRIC OF TIME",
+}
 LOOKS = ("show", "mib", "mib --json", "omci", "trace --last 12 --json", "trace --failed", "metrics")
 STEPS = (
     "board links.sid1=down optics.receive=0", "show", "send --from sid0", "send --from sid0 --vlan 20 --pbits 3 --both-ways",
@@ -49,6 +55,28 @@ def olt(place, lines, folder):
         return answers
 
 
+def page(tool, **how):
+    """What a browser is sent at first: the page, its parts."""
+    server = subprocess.Popen([tool, "at", "live", "serve", "--port", "0"], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, **how)
+    try:
+        url = urllib.parse.urlsplit(re.search(r"http://\S+", server.stdout.readline() + server.stdout.readline())[0])
+        texts = []
+        for path in (f"/?{url.query}", f"/token?{url.query}", "/token", "/page.css"):
+            with urllib.request.urlopen(f"http://{url.netloc}{path}", timeout=20) as answer:
+                texts.append(answer.read().decode().replace(url.query, "TOKEN").replace("><", ">\n<"))
+        parts = {}
+        with urllib.request.urlopen(f"http://{url.netloc}/events?{url.query}", timeout=20) as answer:
+            while not {"counters", "mib"} <= parts.keys():
+                line = answer.readline().decode()
+                if line.startswith("data: "):
+                    parts = {**json.loads(line[6:]), **parts}
+        texts += [parts[name].replace("><", ">\n<") for name in sorted(parts.keys() - {"calls", "facts", "missed"})]
+        return texts
+    finally:
+        server.terminate()
+        server.communicate(timeout=20)
+
+
 def text_of(tool, source, name):
     with tempfile.TemporaryDirectory() as path:
         folder = pathlib.Path(path)
@@ -65,6 +93,7 @@ def text_of(tool, source, name):
                 words = [word.strip("'").replace("(", "{").replace(")", "}") for word in re.findall(r"'[^']*'|[^\s]+", words)]
                 run = subprocess.run([tool, "at", "live", *words], env=environment, cwd=path, capture_output=True, timeout=60, check=False)
                 texts.append(f"{words} exit code {run.returncode}\n" + (run.stdout + run.stderr).decode(errors="replace"))
+            texts += page(tool, env=environment, cwd=path)
             run = subprocess.run([tool, "ls"], env=environment, cwd=path, capture_output=True, timeout=60, check=False)
             texts.append(run.stdout.decode())
         finally:
