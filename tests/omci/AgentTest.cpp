@@ -310,6 +310,13 @@ TEST_F(AgentTest, AControlBlockSaysWhatIsCounted) {
     ASSERT_EQ(set1(pm, 2, hex("FFFF 000B 0101 8010 0000 0003 0000 0000")), Result::kSuccess);  // start again
     EXPECT_EQ(frames(), std::pair(0U, 0U));
     EXPECT_EQ(number16(agent.mib().find(pm)->bytes(2), 6), 0x0010);
+    // Of two that count the whole time, one upstream.
+    const EntityKey up{class_id::kExtendedPm, 2};
+    ASSERT_EQ(create(up, hex("FFFF 000B 0101 0000 0000 0001 0000 0000")), Result::kSuccess);
+    device.counters[kPort].txFrames += 5;
+    device.counters[kPort].rxFrames += 3;
+    EXPECT_EQ(frames().first, 5U);
+    EXPECT_EQ(number32(ask<GetAnswer>(MessageType::kGetCurrentData, up, AttributesAsked{maskOf(5)}).values, 0), 3U);
 }
 
 // ---- Software images ----
@@ -410,6 +417,7 @@ TEST_F(Images, ABadOneStaysInvalid) {
 TEST_F(Images, ACallPutsARestartOff) {
     const EntityKey onu{class_id::kOnuG, 0};
     ASSERT_EQ(create(kBridgeKey), Result::kSuccess);
+    agent.alarms().set(kPort, 0, true);
     device.calling = true;
     EXPECT_EQ(ask<ResultAnswer>(MessageType::kReboot, onu, Flags{1}).result, Result::kDeviceBusy);
     agent.afterAnswer();
@@ -419,6 +427,8 @@ TEST_F(Images, ACallPutsARestartOff) {
     EXPECT_EQ(device.restarts, std::vector<InstanceId>{0});
     EXPECT_EQ(agent.mib().find(kBridgeKey), nullptr);
     EXPECT_EQ(sync(), 0U);
+    agent.alarms().set(kPort, 0, true);
+    EXPECT_EQ(autonomous().at(0).content[31], 1) << "alarms are numbered from the beginning";
 }
 
 TEST_F(Images, SeveralInOneDownloadAreRefusedAtItsBeginAndItsEnd) {

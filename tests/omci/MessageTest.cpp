@@ -21,6 +21,9 @@ TEST(Bytes, ANumberFillsAFieldThatIsLongerThanIt) {
     Bytes bytes = {7};
     appendNumber(bytes, 0x8000000000000102, 10);
     EXPECT_EQ(bytes, (Bytes{7, 0, 0, 0x80, 0, 0, 0, 0, 0, 1, 2}));
+    // What has no room for the whole number is 0.
+    EXPECT_EQ((std::tuple(number16(bytes, 9), number16(bytes, 10), number32(bytes, 7), number32(bytes, 8))),
+              (std::tuple(0x0102, 0, 0x00000102U, 0U)));
 }
 
 }  // namespace
@@ -251,6 +254,9 @@ TEST(Words, TellWhatBytesMean) {
         {class_id::kMulticastSubscriber, 6, "4002 1001 0000 00000000 0009 0000000000000000",
          "write row 2: any tag, at most 0 groups and 0 bytes/s, profile 0009"},
         {class_id::kExtendedTagging, 6, "F8000000 80320000 FFFFFFFF FFFFFFFF", "delete one tag, VID 100"},
+        {class_id::kMulticastInterworking, 9, "0FFF 0007 E0000000 00000000",
+         "GEM port 4095 key 7: 224.0.0.0 to 0.0.0.0"},
+        {class_id::kMulticastInterworking, 9, "0FFF 0007 00000000 00000000", "GEM port 4095 key 7: delete"},
     };
     for (const auto& wanted : kValues) {
         const AttributeInfo& attribute = *findClass(wanted.classId)->attribute(wanted.attribute);

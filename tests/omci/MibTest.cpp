@@ -1,7 +1,9 @@
 // The MIB as the OLT sees it: what exists, what messages do to it, how it is uploaded.
+#include <algorithm>
 #include <set>
 
 #include "omci/mib/Relations.h"
+#include "omci/mib/TableRows.h"
 #include "tests/omci/OmciFixture.h"
 
 namespace omci {
@@ -156,6 +158,31 @@ TEST_F(MibTest, AFullTaggingTableRefusesTheNextRow) {
     }
 }
 
+TEST(TableRows, AFullOneRefusesTheNextRowAndTakesAnotherInItsPlace) {
+    const struct {
+        ClassId classId;
+        AttributeNumber table;
+        const char* row;  // N: what tells rows apart
+    } kTables[] = {
+        {class_id::kExtendedTagging, 10, "4000N000 000000000000000000000000000000000000000000000000"},
+        {class_id::kMulticastProfile, 7, "400N 0FFF 0064 00000000 E0000001 E00000FF 00000000 0000"},
+        {class_id::kMulticastSubscriber, 6, "400N 1001 0000 00000000 0009 0000000000000000"},
+        {class_id::kMulticastInterworking, 9, "0FFF 000N E0000000 E00000FF"},
+        {class_id::kBridgePortFilter, 1, "0N 40 00112233445N"},
+    };
+    for (const auto& one : kTables) {
+        TableRows rows;
+        for (const auto& [digit, room] : {std::pair('1', true), {'2', true}, {'3', false}, {'2', true}}) {
+            std::string row = one.row;
+            std::replace(row.begin(), row.end(), 'N', digit);
+            EXPECT_EQ(applyRow(one.classId, one.table, 2, hex(row), rows),
+                      room ? Result::kSuccess : Result::kParameterError)
+                << row;
+        }
+        EXPECT_EQ(rows.size(), 2U) << one.row;
+    }
+}
+
 // What each table's rows do; the rows that exist after each step.
 TEST_F(MibTest, RowsOfTablesSayWhatBecomesOfThem) {
     const EntityKey profile{class_id::kMulticastProfile, 3};
@@ -243,6 +270,16 @@ TEST_F(MibTest, KnowsWhoPointsAtWhom) {
     ASSERT_EQ(setMany(port, maskOf(3) | maskOf(4), hex("05 0020")).result, Result::kSuccess);
     EXPECT_TRUE(mib.pointingAt(mapper).empty());
     EXPECT_EQ(mib.pointingAt({class_id::kGemInterworking, 0x20}), std::vector<EntityKey>{port});
+    // GEM port, option, service profile, interworking termination point, GAL profile.
+    const EntityKey gem{class_id::kGemInterworking, 0x21};
+    ASSERT_EQ(create(gem, hex("FFFF 05 0010 0000 FFFF")), Result::kSuccess);
+    const std::tuple<const char*, bool, bool> kOptions[] = {
+        {"05", true, false}, {"01", false, true}, {"06", false, false}, {"00", false, false}};
+    for (const auto& [option, atMapper, atBridge] : kOptions) {
+        set1(gem, attr::gem_interworking::kInterworkingOption, hex(option));
+        EXPECT_EQ(mib.pointingAt(mapper).size(), atMapper ? 1U : 0U) << option;
+        EXPECT_EQ(mib.pointingAt({class_id::kBridge, 0x10}).size(), atBridge ? 1U : 0U) << option;
+    }
 }
 
 TEST_F(MibTest, ObserversLearnWhatAMessageChanged) {
@@ -393,6 +430,8 @@ TEST_F(MibTest, DescribesItselfWhereTheBoardSaysSo) {
     ASSERT_NE(entity, nullptr);
     EXPECT_EQ(entity->text(1), "PPTP Ethernet UNI");
     ASSERT_EQ(entity->rows(2).size(), 15U);
+    EXPECT_EQ(entity->rows(4), TableRows{hex("00")}) << "LAN-LOS";
+    EXPECT_FALSE(entity->rows(5).empty());
     const Entity* attribute = mib.find(class_id::kAttributeObject, number16(entity->rows(2)[7], 0));
     ASSERT_NE(attribute, nullptr);
     EXPECT_EQ(attribute->text(1), "Max frame size");

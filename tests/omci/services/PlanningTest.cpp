@@ -24,7 +24,7 @@ public:
 
 class Onu : public olt::Line {
 public:
-    Onu() {
+    explicit Onu(services::Settings settings = {}) : services(agent.mib(), performer, settings) {
         services.onCall([this](const MadeCall& call) { calls.push_back(call); });
         services.onProblem([this](const services::Problem& problem) { reported.push_back(problem); });
     }
@@ -45,7 +45,7 @@ public:
     SteadyClock clock;
     Agent agent{Board(), hal, device, clock};
     Silent performer;
-    services::Services services{agent.mib(), performer};
+    services::Services services;
     std::vector<MadeCall> calls;
     std::vector<services::Problem> reported;
     std::uint16_t transaction = 0;
@@ -132,10 +132,12 @@ TEST_F(Planning, ARowThatMustBeTriedFirstComesInFrontOfWhatItOverlaps) {
 TEST_F(Planning, AMessageThatChangesNothingAsksForNothing) {
     provision(olt::kInternet);
     onu.calls.clear();
-    ASSERT_EQ(olt.send(olt::Requests{row("F8000000 F8000000 000F0000 00000324"),
-                                     olt::set(class_id::kEthernetUni, 0x0101, {{attr::ethernet_uni::kArc, 1}}),
-                                     olt::create(class_id::kMulticastMonitor, 0x1101, {})}),
-              "");
+    ASSERT_EQ(
+        olt.send(olt::Requests{row("F8000000 F8000000 000F0000 00000324"),
+                               olt::set(class_id::kEthernetUni, 0x0101, {{attr::ethernet_uni::kArc, 1}}),
+                               olt::set(kRows.classId, kRows.instance, {{attr::extended_tagging::kOutputTpid, 0x88A8}}),
+                               olt::create(class_id::kMulticastMonitor, 0x1101, {})}),
+        "");
     EXPECT_TRUE(onu.calls.empty());
 }
 
@@ -165,6 +167,7 @@ TEST_F(Planning, WhatIsAcceptedWithoutEffectIsToldWithTheEntityThatAskedForIt) {
     };
     const EntityKey addresses{class_id::kBridgePortFilter, 0x1101}, protocols{class_id::kBridgePortPreassign, 0x1001};
     const EntityKey port{class_id::kBridgePort, 0x1001}, profile{class_id::kMulticastProfile, 0x1032};
+    const EntityKey uni{class_id::kEthernetUni, 0x0101};
     const auto set = [](EntityKey entity, AttributeNumber attribute, std::uint64_t value) {
         return olt::set(entity.classId, entity.instance, {{attribute, value}});
     };
@@ -177,6 +180,7 @@ TEST_F(Planning, WhatIsAcceptedWithoutEffectIsToldWithTheEntityThatAskedForIt) {
         {"port bridging off", secondPort(1), {class_id::kBridge, 1}, "between the ports"},
         {"a filtered address", olt::setBytes(addresses, 1, olt::hex("01 41 021122334455")), addresses, "addresses"},
         {"a filtered protocol", set(protocols, 4, 1), protocols, "protocols"},
+        {"PPPoE alone", set(uni, attr::ethernet_uni::kPPPoEFilter, 1), uni, "no PPPoE"},
         {"a limit of addresses", set(port, attr::bridge_port::kMacLearningDepth, 2), port, "learned addresses"},
         {"groups of a list",
          olt::setBytes(profile, attr::multicast_profile::kDynamicAccessTable,
@@ -227,6 +231,57 @@ TEST_F(Planning, AGemPortThatIsMadeAnewTakesItsRulesAlong) {
               Result::kSuccess);
     EXPECT_EQ(onu.operations(), (std::vector<Operation>{Operation::kUnsetPbitData, Operation::kGemFlowDel,
                                                         Operation::kGemFlowAdd, Operation::kConfigureAniTagRules}));
+}
+
+TEST_F(Planning, AGemPortThatHasMovedIsNoLongerTouchedWithItsFirstTCont) {
+    provision(olt::kInternet);
+    ASSERT_EQ(olt.send(olt::Requests{olt::set(class_id::kTCont, 0x8001, {{attr::t_cont::kAllocId, 1030}}),
+                                     olt::set(class_id::kGemPort, 0x1001, {{attr::gem_port::kTContPointer, 0x8001}})}),
+              "");
+    onu.calls.clear();
+    ASSERT_EQ(olt.send(olt::set(class_id::kTCont, 0x8000, {{attr::t_cont::kAllocId, 1031}})), Result::kSuccess);
+    EXPECT_EQ(onu.operations(), (std::vector<Operation>{Operation::kTContReset, Operation::kTContSet}));
+}
+
+// By the standard even the rows that an OLT deletes from the start are asked for: as rows that drop.
+TEST(PlanningByTheStandard, ARowComesAlone) {
+    services::Settings settings;
+    settings.standardForwarding = true;
+    Onu onu(settings);
+    olt::Olt olt(onu);
+    ASSERT_EQ(olt.send(olt::requestsOf(olt::kInternet)), "");
+    ASSERT_EQ(olt.send(row("F8000000 E8000000 FFFFFFFF FFFFFFFF")), Result::kSuccess);
+    onu.calls.clear();
+    ASSERT_EQ(olt.send(row("F8000000 80A00000 400F0000 00080A0C")), Result::kSuccess);
+    ASSERT_EQ(onu.calls.size(), 1U);
+    EXPECT_EQ(std::get<UniDataProvisioning>(onu.calls.front().call.record).innerFilterVlanId, 320);
+}
+
+TEST_F(Planning, APortComesToABridgeAndLeavesItAsOftenAsItIsAsked) {
+    provision(olt::kInternet);
+    const auto second = olt::create(class_id::kBridgePort, 0x1177,
+                                    {{attr::bridge_port::kBridgeIdPointer, 1},
+                                     {attr::bridge_port::kPortNum, 9},
+                                     {attr::bridge_port::kTpType, 1},
+                                     {attr::bridge_port::kTpPointer, 0x0103}});
+    ASSERT_EQ(
+        olt.send(olt::Requests{olt::create(class_id::kExtendedTagging, 7,
+                                           {{attr::extended_tagging::kAssociationType, 2},
+                                            {attr::extended_tagging::kAssociatedMePointer, 0x0103}}),
+                               olt::setBytes({class_id::kExtendedTagging, 7}, attr::extended_tagging::kTaggingTable,
+                                             olt::hex("F8000000 F8000000 000F0000 00000A0C"))}),
+        "");
+    for (unsigned round = 0; round < 2; ++round) {
+        for (const std::size_t added : {1U, 0U}) {
+            onu.calls.clear();
+            ASSERT_EQ(olt.send(added == 1 ? second : olt::erase(second.entity)), Result::kSuccess);
+            ASSERT_EQ(onu.calls.size(), added == 1 ? 3U : 1U);
+            for (const MadeCall& call : onu.calls) {
+                const auto& record = std::get<UniDataProvisioning>(call.call.record);
+                EXPECT_EQ((std::pair<std::size_t, unsigned>(record.addFlag, record.uniPort)), std::pair(added, 3U));
+            }
+        }
+    }
 }
 
 TEST_F(Planning, PortsAreLockedAndSetToASpeed) {
