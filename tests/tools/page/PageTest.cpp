@@ -66,7 +66,10 @@ TEST_F(ServedBoard, ChangesNothingWithoutTheToken) {
         const HttpAnswer answer = ask(port_, "POST", "/step", headers, silence);
         EXPECT_EQ(answer.status, 403) << headers;
         EXPECT_TRUE(json::parse(answer.body).contains("error"));
+        const HttpAnswer told = ask(port_, "GET", "/token", headers);
+        EXPECT_TRUE(told.status == 403 || json::parse(told.body) == json({{"good", false}})) << headers;
     }
+    EXPECT_EQ(json::parse(ask(port_, "GET", "/token", withToken()).body), json({{"good", true}}));
     EXPECT_EQ(ask(port_, "POST", "/step?token=" + token_, host(), silence).status, 403);
     EXPECT_EQ(ask(port_, "GET", "/step", withToken()).status, 404);
     // A step that is taken is reported, and none of the others before it.

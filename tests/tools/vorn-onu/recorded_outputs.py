@@ -7,6 +7,7 @@ Whoever changes a text on purpose looks at what has changed (--text of both buil
 """
 
 import functools
+import json
 import os
 import pathlib
 import re
@@ -17,7 +18,7 @@ import tempfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
 import record  # noqa: E402
-from inputs_by_chance import commands, frame, messages, scenario, session  # noqa: E402
+from inputs_by_chance import REFUSED_STEPS, commands, frame, messages, scenario, session, tagged_service  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 SCENARIOS = pathlib.Path("scenarios")
@@ -36,9 +37,15 @@ def message(transaction, kind, content=b""):
 
 # Files for commands, as IN-…
 INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(message(3 + part, 0x4E, struct.pack(">H", part))
-                                                                      for part in range(266))}
+                                                                      for part in range(266)),
+          "layout.json": '{"ethernetPorts": "0x0501..0x0504", /* more of them */ "tConts": ["0x8001..0x8003", 32772]}',
+          "broken.json": '{"ethernetPorts": ', "list.json": "[]",
+          "wrong.json": json.dumps({"title": "Steps fail", "steps": [
+              {"expect": {"ruleCount": 7}}, {"call": "configureBridge", "bridgeId": 3, "uniPort": 0},
+              {"expect": {"bridges": {"br3": ["sid1.3"]}, "devices": {"sid1": {"mtu": 9}, "sid9": {}}}}]})}
+INPUTS.update({f"refused{number}.json": json.dumps({"title": "Refused", "steps": [step]}) for number, step in enumerate(REFUSED_STEPS)})
 MODES = ("contract", "g988")
-SESSIONS, MESSAGE_FILES, COMMAND_FILES, SCENARIO_FILES, FRAMES = 40, 10, 16, 200, 100
+SESSIONS, MESSAGE_FILES, COMMAND_FILES, SCENARIO_FILES, FRAMES, SERVICES = 40, 10, 16, 200, 100, 40
 TWO_STATES = ("run scenarios/counters.json --after-step 12 --json OUT-before.json --quiet; "
               "run scenarios/iphost-static.json --after-step 8 --json OUT-after.json --quiet; ")
 
@@ -66,6 +73,11 @@ OUTPUTS = {
     "by the contract": "omci scenarios/omci/internet.pcap --forwarding contract --audit",
     "calls of messages": "omci scenarios/omci/internet.pcap --record OUT-calls.json --quiet",
     **{f"report of {name}.pcap": f"omci scenarios/omci/{name}.pcap --report OUT-report.html --quiet" for name in ("internet", "television")},
+    "layouts": "; ".join(f"omci scenarios/omci/internet.pcap --quiet --json OUT-state.json --layout IN-{name}.json"
+                         for name in ("layout", "broken", "list")),
+    "what is refused": "; ".join(f"run IN-refused{number}.json" for number in range(len(REFUSED_STEPS))),
+    "what fails": "run IN-wrong.json --junit OUT-junit.xml; run IN-wrong.json scenarios/bridge.json",
+    "a program that calls no device": "exec --json OUT-state.json -- true; exec -- false",
     "another ONU's layout": "omci scenarios/omci/internet.pcap --layout ethernetPorts=0x0501..0x0504 --strict",
 }
 
@@ -100,6 +112,7 @@ def outputs(source):
                "--quiet --json OUT-two.json --report OUT-report.html; diff OUT-one.json OUT-two.json" for one in range(0, SESSIONS, 4)},
             **{f"scenario {one}": f"run IN-scenario-{one}.json --forwarding {MODES[one % 3 // 2]} --json OUT-state.json --pcap OUT-frames.pcap"
                for one in range(SCENARIO_FILES)},
+            **{f"service {one}": f"audit IN-service-{one}.json --json" for one in range(SERVICES)},
             **{f"frame {one}": f"send scenarios/{scenarios[one % len(scenarios)]}.json {frame(str(one))}" for one in range(FRAMES)},
             **{f"commands {one}": f"exec --json OUT-state.json -- python3 tests/virtual_onu/run_commands.py IN-commands-{one}.txt"
                for one in range(COMMAND_FILES)},
@@ -117,6 +130,8 @@ def input_text(source, name):
     if kind == "scenario":
         files = names(source / SCENARIOS, "*.json")
         return scenario((source / SCENARIOS / (files[int(number) % len(files)] + ".json")).read_text(encoding="utf-8"), name)
+    if kind == "service":
+        return tagged_service(name)
     return commands(name) if kind == "commands" else INPUTS[name]
 
 
@@ -126,7 +141,7 @@ def text_of(tool, source, line):
         environment = {**{name: value for name, value in os.environ.items() if name.startswith("VORN_MUTANT")},
                        "PATH": os.environ["PATH"], "TMPDIR": folder, "HOME": folder, "COLUMNS": "100", "LC_ALL": "C.UTF-8"}
         texts = []
-        for name in re.findall(r"IN-(\S+)", line):
+        for name in re.findall(r"IN-([^\s;]+)", line):
             pathlib.Path(folder, name).write_text(input_text(source, name), encoding="utf-8")
         for command in line.split("; "):
             words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command)]
