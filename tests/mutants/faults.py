@@ -29,9 +29,10 @@ class Fault:
     changed: str  # empty: a statement that is left out
     source_line: str
     lines: int = 1  # how many it takes
+    nth: int = 1  # of the equal ones in its line
 
     def key(self):
-        return self.file, self.source_line, self.change()
+        return self.file, self.source_line, self.change() + (f" ({self.nth})" if self.nth > 1 else "")
 
     def is_on(self, places):
         return any((self.file, line) in places for line in range(self.line, self.line + self.lines))
@@ -85,8 +86,9 @@ class Finder:
         if original == changed or len(original) > MAX_LENGTH or "\n" in original + changed:
             return
         line = self.source.line_of(first)
+        nth = 1 + sum((fault.line, fault.original, fault.changed) == (line, original, changed) for fault in self.faults)
         self.faults.append(Fault(self.file, line, self.tokens[first].start, self.tokens[last].end, kind, original, changed,
-                                 " ".join(self.lines[line - 1].split()), self.source.line_of(last) - line + 1))
+                                 " ".join(self.lines[line - 1].split()), self.source.line_of(last) - line + 1, nth))
 
     def is_control(self, closing):
         opening = self.source.partner.get(closing, 0)
