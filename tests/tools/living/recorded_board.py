@@ -1,0 +1,135 @@
+#!/usr/bin/env python3
+"""What the tool answers of a board that runs, to an OLT, to those who look at it and to a browser, is what it was.
+
+    recorded_board.py SOURCE_DIR VORN_ONU [--renew | --text NAME]    (tests/support/record.py)
+"""
+
+import functools
+import json
+import os
+import pathlib
+import re
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+import urllib.parse
+import urllib.request
+
+for folder in ("../../support", "../vorn-onu"):
+    sys.path.insert(0, str((pathlib.Path(__file__).resolve().parent / folder).resolve()))
+import record  # noqa: E402
+from recorded_outputs import OTHER_EACH_TIME, input_text  # noqa: E402
+
+RECORD = pathlib.Path(__file__).with_suffix(".txt")
+# What the time has to do with.
+OTHER = {
+    **OTHER_EACH_TIME, r'nonce="\w+"': "nonce", r"^(live +\w+ +)\d+ +\S+": r"\1", r"^\d\d:\d\d:\d\d\.\d+|^(  . +\d+ +)\d+\.\d+": r"\1TIME",
+    r"^((\w+_seconds\w*|process_\w+)(\{.*\})?) [\d.e+-]+$": r"\1 TIME", r".*(attribute value change|[^-]\balarm\b).*\n": "",
+}
+LOOKS = {
+    # Nothing happens on these boards unless it is asked for.
+    "run scenarios/internet.json --after-step 18": (
+        "show", "send --from sid0 --both-ways", "send --from sid0 --vlan 20 --pbits 3", "send --from 'gem 1002' --vlan 200 --pbits 5 --json",
+        "board links.sid1=down links.sid0=down", "send --from sid0", "board links.sid0=up links.sid1=up", "board optics.receive=0",
+        "send --from 'gem 1002'", "frame from=sid1 'tags=[(\"vid\": 20)]'", "expect links.sid1=down", "expect ruleCount=0", "mark here",
+        "advance 5000", "fault function=vlanCtl_insertTagRule nth=1", "call configureBridge bridgeId=9 uniPort=0",
+        "expect nothingLeftSince=here", "call tcont_set allocId=300 tContIndex=5", "call tcont_set tContAllocId=300 tContIndex=1",
+        "gateway silent", "gateway", "step (\"advance\":1)", "step (\"advanc\":1)", "bord links.sid1=up", "send --from sid77",
+        "board links.sid1=dwon", "mib", "omci", "trace --last 0", "trace --last 12", "trace --last 12 --json", "trace --failed", "metrics",
+        "show"),
+    "run scenarios/qinq.json --after-step 10 --forwarding g988": (
+        "show", "send --from sid1 --vlan 30 --both-ways", "send --from 'gem 1001' --vlan 500 --vlan 30 --json",
+        "call unsetPbitData record=service", "call unsetPbitData bridgeId=3 gemPortId=1001", "fault function=tmctl_setQueueCfg",
+        "call tcont_set allocId=300 tContIndex=6", "trace --failed", "trace --last 30", "metrics", "show"),
+    # The ports and the laser of an OLT's ONU are looked at each second, so its calls are another number each time.
+    "omci --listen unix:olt": ("mib", "mib --json", "omci", "send --from sid0", "call configureBridge bridgeId=9 uniPort=0",
+                               "fault omci drop=1", "omci --last 3", "show"),
+}
+
+
+class Board:
+    def __init__(self, tool, source, words, folder):
+        self.tool = tool
+        environment = {**{name: value for name, value in os.environ.items() if name.startswith("VORN_MUTANT")},
+                       "PATH": os.environ["PATH"], "TMPDIR": folder, "HOME": folder, "COLUMNS": "100", "LC_ALL": "C.UTF-8"}
+        self.how = {"env": environment, "cwd": folder, "stdout": subprocess.PIPE, "stderr": subprocess.STDOUT}
+        words = [str(source / word) if word.startswith("scenarios/") else word for word in words.split()]
+        self.printed = tempfile.TemporaryFile()
+        self.process = subprocess.Popen([tool, *words, "--name", "live"], **{**self.how, "stdout": self.printed})
+
+    def end(self):
+        """What it has printed."""
+        self.process.terminate()
+        self.process.wait(timeout=20)
+        self.printed.seek(0)
+        return self.printed.read().decode(errors="replace")
+
+    def ask(self, *words):
+        done = subprocess.run([self.tool, *words], timeout=60, check=False, **self.how)
+        return f"{words} exit code {done.returncode}\n{done.stdout.decode(errors='replace')}"
+
+    def wait_for(self, text, *words):
+        until = time.monotonic() + 30
+        while text not in self.ask(*words) and time.monotonic() < until:
+            time.sleep(0.05)
+
+    def page(self, left_out):
+        """What a browser is sent at first: the page, its parts."""
+        server = subprocess.Popen([self.tool, "at", "live", "serve", "--port", "0"], **self.how)
+        try:
+            url = urllib.parse.urlsplit(re.search(r"http://\S+", (server.stdout.readline() + server.stdout.readline()).decode())[0])
+            for path in (f"/?{url.query}", "/token", "/page.css"):
+                with urllib.request.urlopen(f"http://{url.netloc}{path}", timeout=20) as answer:
+                    yield answer.read().decode().replace(url.query, "TOKEN")
+            parts = {}
+            with urllib.request.urlopen(f"http://{url.netloc}/events?{url.query}", timeout=20) as answer:
+                while not {"counters", "devices"} <= parts.keys():
+                    line = answer.readline().decode()
+                    if line.startswith("data: "):
+                        parts = {**json.loads(line[6:]), **parts}
+            yield from (f"{name}: {parts[name]}".replace("><", ">\n<") for name in sorted(parts.keys() - left_out))
+        finally:
+            server.terminate()
+            server.communicate(timeout=20)
+
+
+def olt(folder, lines):
+    """Asks, and answers what came back."""
+    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as own:
+        own.bind(f"{folder}/asks")
+        own.settimeout(20)
+        for line in lines:
+            own.sendto(bytes.fromhex(line), f"{folder}/olt")
+            yield own.recv(2000).hex()
+
+
+def text_of(tool, source, words):
+    with tempfile.TemporaryDirectory() as folder:
+        board = Board(tool, source, words if "listen" in words else words + " --stay", folder)
+        texts = []
+        try:
+            board.wait_for("exit code 0", "at", "live", "show")
+            if "listen" in words:
+                texts += olt(folder, input_text(source, "session-1.txt").split())
+                board.wait_for("1000 full duplex", "at", "live", "mib")
+            for look in LOOKS[words]:
+                look = [word.strip("'").replace("(", "{").replace(")", "}") for word in re.findall(r"'[^']*'|[^\s]+", look)]
+                texts.append(board.ask("at", "live", *look))
+            texts += [*board.page({"calls", "facts"} if "listen" in words else set()), board.ask("ls")]
+        finally:
+            texts.append(board.end())
+    text = "\n".join(texts).replace(folder, "FOLDER").replace(str(source), "SOURCE")
+    for pattern, word in OTHER.items():
+        text = re.sub(pattern, word, text, flags=re.MULTILINE)
+    return text
+
+
+def main(source_dir, tool, *words):
+    source = pathlib.Path(source_dir).resolve()
+    return record.check(RECORD, {one: functools.partial(text_of, str(pathlib.Path(tool).resolve()), source, one) for one in LOOKS}, words)
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:]))
