@@ -1,6 +1,7 @@
 // Taking back what a UNI's rows and a service's p-bit mapping have left on the device.
 #include <functional>
 
+#include "BRCM/BCM968580/DATA/EngineState.h"
 #include "src/engine/UniRows.h"
 
 namespace {
@@ -105,6 +106,12 @@ TEST_F(UniRemoval, ARemovedUniLosesItsRunnerEntriesAndItsBridge) {
     EXPECT_EQ(members("br3"), Texts{"gpon3.3"});
     EXPECT_TRUE(onu().deviceExists("sid0.3"));
     EXPECT_FALSE(engine().deprovisionUniSideBridge(nullptr));
+    // With its bridge the port's own DSCP table goes, in whose name the port's number counts from 0.
+    m_BridgeIdToUniId[5] = 4;
+    auto other = service(false);
+    other.bridgeId = 5;
+    const auto run = commandsOf([&] { EXPECT_TRUE(engine().deprovisionUniSideBridge(&other)); });
+    EXPECT_EQ(std::count(run.begin(), run.end(), "bs /bdmf/d dscp_to_pbit/table=3,qos_mapping=no"), 1);
 }
 
 TEST_F(UniRemoval, ThePbitDataOfAServiceIsFlushedOncePerPbit) {

@@ -93,6 +93,17 @@ TEST_F(ServicesTest, DeletedRowsComeBack) {
     EXPECT_EQ(up(session), "GEM 1000 queue 0: VID 321 p0, PPPoE session");
 }
 
+// The map's entry for untagged frames says for which p-bits they are taken.
+TEST_F(ServicesTest, UntaggedFramesGoWhereTheMapSays) {
+    auto made = services();
+    auto record = pon(1, "", 1000);
+    record.trafficModel = 1;
+    record.pbitMap[8] = record.pbitMap[5] = {1001, 5};
+    ASSERT_TRUE(made.setPonPort(record).done);
+    ASSERT_TRUE(made.setUni(row(1, 77, 321)).done);
+    EXPECT_EQ(up(Frame{}), "GEM 1001 queue 5: untagged IPv4");
+}
+
 TEST_F(ServicesTest, MulticastGoesToItsBridgeAlone) {
     auto made = services();
     ASSERT_TRUE(made.setPonPort(pon(1, "0141", 1000)).done);

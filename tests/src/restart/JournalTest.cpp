@@ -206,6 +206,20 @@ TEST_F(JournalTest, ACommitMayBeLargerThanARecord) {
     EXPECT_EQ(found.entries.size(), 420U);
 }
 
+// What has been replaced does not count as kept, in this process or in the next.
+TEST_F(JournalTest, AFileOfOldValuesIsWrittenAnew) {
+    for (int process = 0; process < 3; ++process) {
+        Journal journal;
+        ASSERT_TRUE(journal.open(path(), kBoot, &problem_)) << problem_;
+        for (int i = 0; i < 200; ++i) {
+            journal.begin();
+            journal.put(keyOf(kit::Entry::Members, "sid0.3"), std::string(1000, static_cast<char>('a' + i % 2)));
+            journal.end();
+        }
+        EXPECT_LT(fs::file_size(path()), 1U << 18U) << process;
+    }
+}
+
 TEST_F(JournalTest, AFileThatCannotBeWrittenIsTakenAway) {
     Journal journal;
     ASSERT_TRUE(journal.open(path(), kBoot, &problem_));
