@@ -21,6 +21,12 @@ COMMAND_WORDS = {
     "object": "ingress_class/dir=us,index=1 ingress_class/dir=ds,index=2 vlan_action/index=1 port/index=lan0 system".split(),
     "entry": ["string key={dst_mac=02:11:22:33:44:55,vid=7},result={action=host}", "key={vid=7},result={}", "result={}"],
     "verb": "/b/n /b/d /b/c /b/e /bdmf/new /bdmf/delete /bdmf/configure /b/x".split(),
+    # Requests by their value: of any kind, and those that set an address or a bridge's ports.
+    "request": "8910 8913 8914 8914 8915 8919 891b 8921 8922 8924 8927 8933 89a0 89a1 8942".split(),
+    "setting": "8916 891a 891c".split(), "joining": "89a2 89a3".split(), "index": "02 03 04 05 63".split(),
+    "value": "00 01 02 03 07 0110 0010 4310 dc05 e803 0100021122334455 0100011122334455 ffffffff".split(),
+    "sockaddr": "020000000a000005 02000000c0000201 02000000ffffff00 02000000ffff0000 0200000000000000 0a0000000a000005".split(),
+    "octets": "-1 0 39 40 41 80 200".split(),
     "joint": ["&&", "||", ";", "|", "2>/dev/null &&"], "way": "add del delete replace show change".split(),
 }
 COMMAND_LINES = """
@@ -88,6 +94,16 @@ read /proc/sys/net/ipv6/conf/{device}/disable_ipv6
 write /proc/sys/net/ipv6/conf/{device}/disable_ipv6 {number}
 list /proc/sys/net/ipv6/conf/{device}
 mcpctl {way} {device}
+change /sys/class/net/{bridge}/bridge/{time} {number}
+change /sys/class/net/{device}/brport/{port} {number}
+ioctl {request} {device} {value}
+ioctl {request} {bridge} {value}
+ioctl {setting} {device} {sockaddr}
+ioctl {joining} {bridge} {index}
+addresses {octets}
+ifconfig {device} {up} >>/dev/null 2>&1 & echo '{device}'
+ifconfig {device} 2>&1 | grep {number}
+ifconfig "{device}" 1>&2 </dev/null {joint} echo \"{number}
 """.strip().splitlines()
 
 
@@ -201,6 +217,43 @@ def scenario(text, name):
     else:
         parent[key] = VALUES[chance(len(VALUES))]
     return json.dumps(whole)
+
+
+@functools.lru_cache(maxsize=None)
+def asked_of_hal(path):
+    """The steps of a scenario, each by itself: with the record's fields in the call."""
+    whole = json.loads(path.read_text(encoding="utf-8"))
+    steps = []
+    for step in whole["steps"]:
+        step = {**whole.get("records", {}).get(step.get("record", ""), {}), **step}
+        for name in ("record", "note", "within", "result", "output"):
+            step.pop(name, None)
+        if "since" in json.dumps(step.get("expect")).lower():  # a mark that may not be there
+            del step["expect"]
+        if step and "show" not in step and "mark" not in step:
+            steps.append(step)
+    return steps
+
+
+def mixture(paths, name):
+    """Parts of scenarios one behind the other, some fields with what another step has there."""
+    chance = chances(name)
+    values = {}
+    for path in paths:
+        for step in asked_of_hal(path):
+            for key, value in step.items():
+                values.setdefault(key, []).append(value)
+    steps = []
+    while len(steps) < 90:
+        own = asked_of_hal(paths[chance(len(paths))])
+        first = chance(len(own))
+        for step in own[first:first + 4 + chance(12)]:
+            keys = [key for key in step if key not in ("call", "frame", "board", "expect")]
+            if keys and chance(4) == 0:
+                key = keys[chance(len(keys))]
+                step = {**step, key: values[key][chance(len(values[key]))]}
+            steps.append(step)
+    return json.dumps({"title": name, "steps": steps})
 
 
 TAG_WORDS = {"--vlan": "0 7 20 100 200 300 500 4095 4096".split(), "--pbits": "0 3 5 7 8".split(), "--tpid": "0x8100 0x88a8 0x9100".split(),

@@ -18,7 +18,7 @@ import tempfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
 import record  # noqa: E402
-from inputs_by_chance import REFUSED_STEPS, commands, frame, messages, scenario, session, tagged_service  # noqa: E402
+from inputs_by_chance import REFUSED_STEPS, commands, frame, messages, mixture, scenario, session, tagged_service  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 SCENARIOS = pathlib.Path("scenarios")
@@ -45,7 +45,7 @@ INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(message(3 
               {"expect": {"bridges": {"br3": ["sid1.3"]}, "devices": {"sid1": {"mtu": 9}, "sid9": {}}}}]})}
 INPUTS.update({f"refused{number}.json": json.dumps({"title": "Refused", "steps": [step]}) for number, step in enumerate(REFUSED_STEPS)})
 MODES = ("contract", "g988")
-SESSIONS, MESSAGE_FILES, COMMAND_FILES, SCENARIO_FILES, FRAMES, SERVICES = 40, 10, 16, 200, 100, 40
+SESSIONS, MESSAGE_FILES, COMMAND_FILES, SCENARIO_FILES, FRAMES, SERVICES, MIXTURES = 40, 10, 16, 200, 100, 40, 24
 TWO_STATES = ("run scenarios/counters.json --after-step 12 --json OUT-before.json --quiet; "
               "run scenarios/iphost-static.json --after-step 8 --json OUT-after.json --quiet; ")
 
@@ -112,6 +112,8 @@ def outputs(source):
                "--quiet --json OUT-two.json --report OUT-report.html; diff OUT-one.json OUT-two.json" for one in range(0, SESSIONS, 4)},
             **{f"scenario {one}": f"run IN-scenario-{one}.json --forwarding {MODES[one % 3 // 2]} --json OUT-state.json --pcap OUT-frames.pcap"
                for one in range(SCENARIO_FILES)},
+            **{f"mixture {one}": f"run IN-mixture-{one}.json --forwarding {MODES[one % 2]} --trace --json OUT-state.json --pcap OUT-frames.pcap"
+               for one in range(MIXTURES)},
             **{f"service {one}": f"audit IN-service-{one}.json --json" for one in range(SERVICES)},
             **{f"frame {one}": f"send scenarios/{scenarios[one % len(scenarios)]}.json {frame(str(one))}" for one in range(FRAMES)},
             **{f"commands {one}": f"exec --json OUT-state.json -- python3 tests/virtual_onu/run_commands.py IN-commands-{one}.txt"
@@ -130,6 +132,8 @@ def input_text(source, name):
     if kind == "scenario":
         files = names(source / SCENARIOS, "*.json")
         return scenario((source / SCENARIOS / (files[int(number) % len(files)] + ".json")).read_text(encoding="utf-8"), name)
+    if kind == "mixture":
+        return mixture(tuple(source / SCENARIOS / f"{one}.json" for one in names(source / SCENARIOS, "*.json")), name)
     if kind == "service":
         return tagged_service(name)
     return commands(name) if kind == "commands" else INPUTS[name]
