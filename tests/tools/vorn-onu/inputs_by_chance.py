@@ -161,12 +161,16 @@ def commands(name):
 
 OCTETS = [0, 0, 0, 1, 2, 3, 4, 8, 64, 127, 128, 255]
 INSTANCES = [0, 1, 1, 1, 1, 0x0101, 0x0101, 0x0601, 0x8000, 0xFFFF]
+# What a new ONU has: class, instance.
+OWN = [(2, 0), (5, 0x0101), (6, 0x0101), (7, 0), (7, 1), (11, 0x0101), (11, 0x0102), (131, 0), (133, 0), (134, 0), (256, 0), (257, 0),
+       (262, 0x8000), (262, 0x8001), (263, 0x8001), (264, 0x0101), (277, 0), (277, 0x8000), (278, 0x8000), (287, 0), (329, 0x0601), (332, 0)]
 
 
-def messages(classes, name):
-    """Messages of both sets and of all kinds, to entities of all classes."""
+def messages(classes, made, name):
+    """Messages of both sets and of all kinds, to entities of all classes; MADE are those that an OLT makes."""
     chance = chances(name)
     lines = [(struct.pack(">HBBHH", 1, 0x4F, 0x0A, 2, 0) + bytes(32)).hex()]
+    known = OWN.copy()
     for number in range(2, 400):
         kind = (0x44, 0x44, 0x46, 0x48, 0x48, 0x48, 0x49, 0x49, 0x5D, 0x40 | chance(32))[chance(10)]
         if kind == 0x4F:
@@ -175,7 +179,13 @@ def messages(classes, name):
         content = bytes(chance(256) if chance(12) == 0 else OCTETS[chance(2 * likely)] for _ in range(32))
         if kind in (0x48, 0x49):
             content = struct.pack(">H", 0x8000 >> chance(12) | (0x8000 >> chance(16) if chance(3) == 0 else 0)) + content[2:]
-        header = struct.pack(">HBBHH", number, kind, 0x0A, classes[chance(len(classes))], INSTANCES[chance(len(INSTANCES))])
+        entity = classes[chance(len(classes))], INSTANCES[chance(len(INSTANCES))]
+        if kind == 0x44 and chance(8) > 0:
+            entity = made[chance(len(made))], entity[1]
+            known.append(entity)
+        elif chance(8) > 0:  # most likely there
+            entity = known[chance(len(known))]
+        header = struct.pack(">HBBHH", number, kind, 0x0A, *entity)
         if chance(3) == 0:  # extended
             content = content[:1 + chance(32)]
             header = header[:3] + b"\x0b" + header[4:] + struct.pack(">H", len(content))

@@ -45,7 +45,7 @@ INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(message(3 
               {"expect": {"bridges": {"br3": ["sid1.3"]}, "devices": {"sid1": {"mtu": 9}, "sid9": {}}}}]})}
 INPUTS.update({f"refused{number}.json": json.dumps({"title": "Refused", "steps": [step]}) for number, step in enumerate(REFUSED_STEPS)})
 MODES = ("contract", "g988")
-SESSIONS, MESSAGE_FILES, COMMAND_FILES, SCENARIO_FILES, FRAMES, SERVICES, MIXTURES = 40, 10, 16, 200, 100, 40, 24
+SESSIONS, MESSAGE_FILES, COMMAND_FILES, SCENARIO_FILES, FRAMES, SERVICES, MIXTURES = 40, 24, 24, 200, 100, 40, 24
 TWO_STATES = ("run scenarios/counters.json --after-step 12 --json OUT-before.json --quiet; "
               "run scenarios/iphost-static.json --after-step 8 --json OUT-after.json --quiet; ")
 
@@ -126,9 +126,9 @@ def input_text(source, name):
     if kind == "session":
         return session([one for one in sorted((source / SCENARIOS / "omci").glob("*.pcap")) if one.stem != "gateway"], name)
     if kind == "messages":
-        classes = [int(number) for file in sorted((source / "omci" / "message").glob("*Entities.cpp"))
-                   for number in re.findall(r"\{(\d+),\s+\"[^\"]*\",\s+Maker", file.read_text(encoding="utf-8"))]
-        return messages(classes, name)
+        classes = [(int(number), maker) for file in sorted((source / "omci" / "message").glob("*Entities.cpp"))
+                   for number, maker in re.findall(r"\{(\d+),\s+\"[^\"]*\",\s+Maker::k(\w+)", file.read_text(encoding="utf-8"))]
+        return messages([number for number, _ in classes], [number for number, maker in classes if maker != "Onu"], name)
     if kind == "scenario":
         files = names(source / SCENARIOS, "*.json")
         return scenario((source / SCENARIOS / (files[int(number) % len(files)] + ".json")).read_text(encoding="utf-8"), name)
