@@ -168,12 +168,45 @@ TEST_F(AgentTest, AlarmNumbersRunFrom1To255) {
     EXPECT_EQ(reported[255].content[31], 1);
 }
 
-TEST_F(AgentTest, WeakLightRaisesTheAlarmOfTheThresholdThatWasSet) {
+// Levels are in 0.002 dB, thresholds in half decibels; without one of the OLT's the ONU's own counts.
+TEST_F(AgentTest, LightRaisesTheAlarmOfItsThreshold) {
     const EntityKey ani{class_id::kAniG, 0x8001};
-    ASSERT_EQ(set1(ani, attr::ani_g::kLowerOpticalThreshold, hex("28")), Result::kSuccess);  // -20 dBm
-    hal.received = -10001;
-    later(20'000);
-    EXPECT_EQ(lines(), Lines{"-  alarm  ANI-G 0x8001  alarms low received power, sequence 1"});
+    constexpr AttributeNumber kNone = 0;
+    const struct {
+        AttributeNumber threshold;
+        const char* value;
+        int received, transmitted;
+        const char* alarm;
+    } kCases[] = {
+        {attr::ani_g::kLowerOpticalThreshold, "28", -10000, 1000, ""},
+        {attr::ani_g::kLowerOpticalThreshold, "28", -10001, 1000, "low received power"},
+        {attr::ani_g::kUpperOpticalThreshold, "28", -9999, 1000, "high received power"},
+        {attr::ani_g::kLowerTransmitPowerThreshold, "04", -10000, 999, "low transmit power"},
+        {attr::ani_g::kUpperTransmitPowerThreshold, "04", -10000, 1001, "high transmit power"},
+        {attr::ani_g::kUpperTransmitPowerThreshold, "FE", -10000, 999, "high transmit power"},
+        {kNone, "", -14000, 250, ""},
+        {kNone, "", -14001, 1000, "low received power"},
+        {kNone, "", -4000, 2500, ""},
+        {kNone, "", -3999, 1000, "high received power"},
+        {kNone, "", -10000, 249, "low transmit power"},
+        {kNone, "", -10000, 2501, "high transmit power"},
+    };
+    for (const auto& one : kCases) {
+        const bool isSet = one.threshold != kNone;
+        ASSERT_TRUE(!isSet || set1(ani, one.threshold, hex(one.value)) == Result::kSuccess);
+        std::tie(hal.received, hal.transmitted) = std::pair(one.received, one.transmitted);
+        later(20'000);
+        const Lines told = lines();
+        ASSERT_EQ(told.size(), *one.alarm == '\0' ? 0U : 1U) << one.value << one.received << one.alarm;
+        for (const auto& line : told)
+            EXPECT_NE(line.find("alarms " + std::string(one.alarm) + ","), std::string::npos) << line;
+        const bool receives = one.threshold == attr::ani_g::kLowerOpticalThreshold ||
+                              one.threshold == attr::ani_g::kUpperOpticalThreshold;
+        ASSERT_TRUE(!isSet || set1(ani, one.threshold, hex(receives ? "FF" : "81")) == Result::kSuccess);
+        std::tie(hal.received, hal.transmitted) = std::pair(-10000, 1000);
+        later(20'000);
+        lines();
+    }
     EXPECT_EQ(get(ani, maskOf(attr::ani_g::kOpticalSignalLevel)).values[0], 0xD8);
 }
 

@@ -81,6 +81,8 @@ TEST_F(MibTest, RefusalsSayWhyAndChangeNothing) {
          Result::kParameterError},
         {"a queue's port where the board has none to choose",
          set1({class_id::kPriorityQueue, 0x8000}, 6, hex("80010000")), Result::kParameterError},
+        {"a treatment with p-bits that do not exist", set1(kTagging, 6, hex("F8000000 F8000000 000F0000 000B0A0C")),
+         Result::kParameterError},
         {"get next without a copy",
          ask<TablePartAnswer>(MessageType::kGetNext, kTagging, TablePartAsked{maskOf(6), 0}).result,
          Result::kProcessingError},

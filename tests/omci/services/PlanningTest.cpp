@@ -167,7 +167,7 @@ TEST_F(Planning, WhatIsAcceptedWithoutEffectIsToldWithTheEntityThatAskedForIt) {
     };
     const EntityKey addresses{class_id::kBridgePortFilter, 0x1101}, protocols{class_id::kBridgePortPreassign, 0x1001};
     const EntityKey port{class_id::kBridgePort, 0x1001}, profile{class_id::kMulticastProfile, 0x1032};
-    const EntityKey uni{class_id::kEthernetUni, 0x0101};
+    const EntityKey uni{class_id::kEthernetUni, 0x0101}, veip{class_id::kVeip, 0x0601};
     const auto set = [](EntityKey entity, AttributeNumber attribute, std::uint64_t value) {
         return olt::set(entity.classId, entity.instance, {{attribute, value}});
     };
@@ -192,6 +192,7 @@ TEST_F(Planning, WhatIsAcceptedWithoutEffectIsToldWithTheEntityThatAskedForIt) {
          profile, "static list"},
         {"proxy", set(profile, attr::multicast_profile::kIgmpFunction, 2), profile, "sends none"},
         {"a rate of joins", set(profile, attr::multicast_profile::kUpstreamIgmpRate, 9), profile, "rate of joins"},
+        {"a locked VEIP", set(veip, attr::veip::kAdministrativeState, 1), veip, "not locked"},
         {"immediate leave", set(profile, attr::multicast_profile::kImmediateLeave, 1), profile, "not at once"},
     };
     for (const auto& one : cases) {
@@ -300,6 +301,11 @@ TEST_F(Planning, PortsAreLockedAndSetToASpeed) {
     EXPECT_EQ(mode.port, 2);
     EXPECT_EQ(mode.speed, 100);
     EXPECT_EQ(mode.duplex, 1);
+    // Each of them is locked with the ONU.
+    onu.calls.clear();
+    ASSERT_EQ(olt.send(olt::Requests{olt::set(class_id::kOnuG, 0, {{attr::onu_g::kAdministrativeState, 1}})}), "");
+    ASSERT_EQ(onu.calls.size(), 2U);
+    for (const auto& made : onu.calls) EXPECT_FALSE(std::get<services::PortStatus>(made.call.record).up);
 }
 
 // The last record of an operation among the calls since the last clear; null without one.
