@@ -18,7 +18,10 @@ import tempfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
 import record  # noqa: E402
-from inputs_by_chance import REFUSED_STEPS, commands, frame, messages, mixture, scenario, session, tagged_service  # noqa: E402
+from by_chance.commands import commands  # noqa: E402
+from by_chance.frames import frame  # noqa: E402
+from by_chance.messages import messages, session  # noqa: E402
+from by_chance.scenarios import REFUSED_STEPS, mixture, scenario, tagged_service  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 SCENARIOS = pathlib.Path("scenarios")

@@ -1,0 +1,137 @@
+"""Scenarios with something wrong in them, parts of several, services to compare with the standard."""
+
+import functools
+import json
+
+from by_chance.chance import chances
+
+# Other values in a scenario.
+VALUES = [0, 1, 2, 7, 8, 15, 16, 255, 4094, 4095, 4096, 65535, 65536, -1, 1.5, "", "any", "none", "0x8100", "untagged", "sid0", "sid9",
+          "br3", "up", None, True, False, [], {}, [1], ["sid1.3"], {"vid": 5}]
+
+
+def scenario(text, name):
+    """A scenario in which one value, or one name, is another, or is missing."""
+    chance = chances(name)
+    whole = json.loads(text)
+    places = []
+
+    def look(value):
+        for key in value if isinstance(value, dict) else range(len(value)):
+            places.append((value, key))
+            if isinstance(value[key], (dict, list)):
+                look(value[key])
+
+    look(whole)
+    parent, key = places[chance(len(places))]
+    kind = chance(10)
+    if kind > 5:  # as elsewhere in the scenario
+        alike = [other[name] for other, name in places if name == key and isinstance(name, str)] or VALUES
+        parent[key] = alike[chance(len(alike))]
+    elif kind == 0:
+        del parent[key]
+    elif kind == 1 and isinstance(key, str):
+        parent[key[:-1] if chance(2) == 0 else key + "s"] = parent.pop(key)
+    elif kind == 2 and isinstance(parent[key], str):
+        parent[key] = parent[key][1:]
+    elif kind == 3 and isinstance(parent[key], int):
+        parent[key] += 1
+    else:
+        parent[key] = VALUES[chance(len(VALUES))]
+    return json.dumps(whole)
+
+
+@functools.lru_cache(maxsize=None)
+def asked_of_hal(path):
+    """The steps of a scenario, each by itself: with the record's fields in the call."""
+    whole = json.loads(path.read_text(encoding="utf-8"))
+    steps = []
+    for step in whole["steps"]:
+        step = {**whole.get("records", {}).get(step.get("record", ""), {}), **step}
+        for name in ("record", "note", "within", "result", "output"):
+            step.pop(name, None)
+        if "since" in json.dumps(step.get("expect")).lower():  # a mark that may not be there
+            del step["expect"]
+        if step and "show" not in step and "mark" not in step:
+            steps.append(step)
+    return steps
+
+
+def mixture(paths, name):
+    """Parts of scenarios one behind the other, some fields with what another step has there."""
+    chance = chances(name)
+    values = {}
+    for path in paths:
+        for step in asked_of_hal(path):
+            for key, value in step.items():
+                values.setdefault(key, []).append(value)
+    steps = []
+    while len(steps) < 90:
+        own = asked_of_hal(paths[chance(len(paths))])
+        first = chance(len(own))
+        for step in own[first:first + 4 + chance(12)]:
+            keys = [key for key in step if key not in ("call", "frame", "board", "expect")]
+            if keys and chance(4) == 0:
+                key = keys[chance(len(keys))]
+                step = {**step, key: values[key][chance(len(values[key]))]}
+            steps.append(step)
+    return json.dumps({"title": name, "steps": steps})
+
+
+def tagged_service(name):
+    """A bridge with rows of extended VLAN tagging and two filters by chance, to compare with the standard."""
+    chance = chances(name)
+
+    def one_of(*values):
+        return values[chance(len(values))]
+
+    def tag(kind, place, priorities, vids, tpids):
+        return {f"{place}{kind}Prio": one_of(*priorities), f"{place}{kind}VlanId": one_of(*vids), f"{place}{kind}TpidDe": one_of(*tpids)}
+
+    steps = [{"call": "tcont_set", "allocId": 256, "tContIndex": 1}]
+    steps += [{"call": "gemflow_add", "tContAllocId": 256, "xgemPortId": port} for port in (1001, 1002)]
+    steps.append({"call": "configureBridge", "bridgeId": 3, "uniPort": 0})
+    for port in (1001, 1002)[:1 + chance(2)]:
+        tcis = [chance(8) << 13 | one_of(0, 100, 101, 4094, 4095) for _ in range(1 + chance(4))]
+        steps.append({"call": "configureAniTagRules", "bridgeId": 3, "gemPortId": port, "trafficModel": "1-filter",
+                      "forwardOperation": one_of(0, 2, 3, 4, 5, 7, 11, 16), "vlanTciFilterList": "".join(f"{tci:04x}" for tci in tcis),
+                      "numberOfEntries": max(1, len(tcis) - chance(2)),
+                      "pbitMap": [{"pbit": pbit, "gemPort": port, "queue": 0} for pbit in range(8) if port == 1001 or chance(2) == 0]})
+    for _ in range(1 + chance(4)):
+        tags = chance(3)
+        row = {"call": "filter_flow_add", "bridgeId": 3, "uniPort": 2, "filterType": tags, "removeType": chance(tags + 1),
+               "etherType": one_of(0, 0, 0, 1, 2, 3), "downstreamMode": one_of(0, 0, 1), "inputTpid": 0x88A8, "outputTpid": 0x9100}
+        added = chance(3)
+        row["tagAction"] = ((3, 1, 4), (2, 6, 1), (5, 2, 6))[row["removeType"]][added]
+        for number, place in enumerate(("inner", "outer")):
+            if tags > number:
+                row.update(tag("Filter", place, (8, 8, 0, 5, 7), (4096, 4096, 0, 100, 4094, 4095), (0, 4, 5, 6)))
+            if added > number:
+                row.update(tag("Treatment", place, (0, 5, 8, 9, 10), (100, 101, 4095, 4096, 4097), (0, 1, 2, 3, 4, 6, 7)))
+        steps.append(row)
+    return json.dumps({"title": name, "steps": steps})
+
+
+# One thing that is refused in each.
+REFUSED_SETTINGS = [
+    {"baseMac": "02:10:20:30:40:5"}, {"baseMac": "02:10:20:30:40-50"}, {"baseMac": "02:10:20:30:40:50:60"}, {"baseMac": 5},
+    {"imageVersions": {"3": "V"}}, {"imageVersions": {"-1": "V"}}, {"imageVersions": {"": "V"}}, {"imageVersions": {"1": 5}},
+    {"imageVersions": []}, {"phys": {"8": {}}}, {"phys": {"0": {"link": 2}}}, {"phys": {"0": {"speed": 1000001}}},
+    {"phys": {"0": {"duplex": 256}}}, {"phys": {"0": {"colour": 1}}}, {"optics": {}}, {"optics": {"receive": 65536}},
+    {"optics": {"transmit": "0x8100"}}, {"bitErrorRatio": 1.1}, {"bitErrorRatio": -1e-9}, {"bitErrorRatio": "1e-5"},
+    {"bootedPartition": 65536}, {"gemCounters": {"65536": {"1": 1}}}, {"gemCounters": {"1001": {"10": 1}}},
+    {"gemCounters": {"1001": {"9": 4294967296}}}, {"statistics": {"sid0": {"rx_bytes": -1}}}, {"statistics": {"sid9": {"rx_bytes": 1}}},
+    {"gemPorts": {}}, {"gemPorts": [{"gemPort": 1}]}, {"multicastSnooping": {"br3": 2}}, {"multicastSnooping": {"br9": True}},
+    {"outOfRangeFilters": "all"}, {"refuseDeletion": {"br3": 1001}}, {"processes": {"4194305": "x"}}, {"commands": "brctl"},
+    {"commands": [5]}, {"links": {"sid9": "up"}}, {"colours": 1},
+]
+REFUSED_FIELDS = [
+    *[("filter_flow_add", {"bridgeId": 3, "uniPort": 2, name: 99}) for name in ("outerFilterTpidDe", "innerTreatmentTpidDe", "innerTreatmentPrio")],
+    *[("filter_flow_add", {"bridgeId": 3, "uniPort": 2, "inputTpid": text}) for text in ("0xg1", "0x1g", "0x", "0x10000", "0x000000001", "8100")],
+    ("configureAniTagRules", {"bridgeId": 3, "gemPortId": 1001, "trafficModel": 99}),
+]
+REFUSED_STEPS = [
+    *[{"board": settings} for settings in REFUSED_SETTINGS],
+    *[{"gateway": {"asks": {"vlanId": 5, "pbits": 5, **wrong}}} for wrong in ({"vlanId": -3}, {"pbits": -3}, {"ifName": "x" * 32})],
+    *[{"call": call, **fields} for call, fields in REFUSED_FIELDS],
+]
