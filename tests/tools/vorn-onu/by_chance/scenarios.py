@@ -78,8 +78,8 @@ def mixture(paths, name):
     return json.dumps({"title": name, "steps": steps})
 
 
-def tagged_service(name):
-    """A bridge with rows of extended VLAN tagging and two filters by chance, to compare with the standard."""
+def tagged_service(name, most_rows=4, frames=0):
+    """A bridge with rows of extended VLAN tagging and two filters by chance, to compare with the standard; frames through it."""
     chance = chances(name)
 
     def one_of(*values):
@@ -97,7 +97,7 @@ def tagged_service(name):
                       "forwardOperation": one_of(0, 2, 3, 4, 5, 7, 11, 16), "vlanTciFilterList": "".join(f"{tci:04x}" for tci in tcis),
                       "numberOfEntries": max(1, len(tcis) - chance(2)),
                       "pbitMap": [{"pbit": pbit, "gemPort": port, "queue": 0} for pbit in range(8) if port == 1001 or chance(2) == 0]})
-    for _ in range(1 + chance(4)):
+    for _ in range(1 + chance(most_rows)):
         tags = chance(3)
         row = {"call": "filter_flow_add", "bridgeId": 3, "uniPort": 2, "filterType": tags, "removeType": chance(tags + 1),
                "etherType": one_of(0, 0, 0, 1, 2, 3), "downstreamMode": one_of(0, 0, 1), "inputTpid": 0x88A8, "outputTpid": 0x9100}
@@ -109,6 +109,11 @@ def tagged_service(name):
             if added > number:
                 row.update(tag("Treatment", place, (0, 5, 8, 9, 10), (100, 101, 4095, 4096, 4097), (0, 1, 2, 3, 4, 6, 7)))
         steps.append(row)
+    for _ in range(frames):
+        tags = [{"vid": one_of(0, 100, 101, 4094), "pbits": one_of(0, 0, 5, 7), "tpid": one_of("0x8100", "0x8100", "0x88a8", "0x9100"),
+                 "dei": chance(4) == 0} for _ in range(chance(4))]
+        steps.append({"frame": {"from": one_of("sid0", "sid0", "gem 1001", "gem 1002"), "tags": tags, "dscp": one_of(0, 10, 46),
+                                "etherType": one_of("ipv4", "ipv4", "ipv6", "arp", "pppoeSession", "0x88b5")}})
     return json.dumps({"title": name, "steps": steps})
 
 
