@@ -21,7 +21,7 @@ import record  # noqa: E402
 from by_chance.commands import commands  # noqa: E402
 from by_chance.frames import frame  # noqa: E402
 from by_chance.messages import messages, session  # noqa: E402
-from by_chance.scenarios import REFUSED_STEPS, mixture, scenario, tagged_service  # noqa: E402
+from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, mixture, scenario, tagged_service  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 SCENARIOS = pathlib.Path("scenarios")
@@ -48,7 +48,7 @@ INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(message(3 
               {"expect": {"bridges": {"br3": ["sid1.3"]}, "devices": {"sid1": {"mtu": 9}, "sid9": {}}}}]})}
 INPUTS.update({f"refused{number}.json": json.dumps({"title": "Refused", "steps": [step]}) for number, step in enumerate(REFUSED_STEPS)})
 MODES = ("contract", "g988")
-SESSIONS, MESSAGE_FILES, COMMAND_FILES, SCENARIO_FILES, FRAMES, SERVICES, MIXTURES, PORTS = 40, 24, 24, 200, 100, 40, 24, 16
+SESSIONS, MESSAGE_FILES, COMMAND_FILES, SCENARIO_FILES, FRAMES, SERVICES, MIXTURES, PORTS, BRIDGES = 40, 24, 24, 200, 100, 40, 24, 16, 24
 TWO_STATES = ("run scenarios/counters.json --after-step 12 --json OUT-before.json --quiet; "
               "run scenarios/iphost-static.json --after-step 8 --json OUT-after.json --quiet; ")
 
@@ -119,6 +119,7 @@ def outputs(source):
                for one in range(MIXTURES)},
             **{f"service {one}": f"audit IN-service-{one}.json --json" for one in range(SERVICES)},
             **{f"full port {one}": f"run IN-port-{one}.json --forwarding {MODES[one % 2]} --pcap OUT-frames.pcap" for one in range(PORTS)},
+            **{f"bridge {one}": f"run IN-bridge-{one}.json --json OUT-state.json --pcap OUT-frames.pcap" for one in range(BRIDGES)},
             **{f"frame {one}": f"send scenarios/{scenarios[one % len(scenarios)]}.json {frame(str(one))}" for one in range(FRAMES)},
             **{f"commands {one}": f"exec --json OUT-state.json -- python3 tests/virtual_onu/run_commands.py IN-commands-{one}.txt"
                for one in range(COMMAND_FILES)},
@@ -138,6 +139,8 @@ def input_text(source, name):
         return scenario((source / SCENARIOS / (files[int(number) % len(files)] + ".json")).read_text(encoding="utf-8"), name)
     if kind == "mixture":
         return mixture(tuple(source / SCENARIOS / f"{one}.json" for one in names(source / SCENARIOS, "*.json")), name)
+    if kind == "bridge":
+        return bridge_with_hosts((source / SCENARIOS / "bridge-forwarding.json").read_text(encoding="utf-8"), name)
     if kind in ("service", "port"):
         return tagged_service(name, *((60, 80) if kind == "port" else ()))
     return commands(name) if kind == "commands" else INPUTS[name]

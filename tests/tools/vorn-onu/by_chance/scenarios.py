@@ -117,6 +117,41 @@ def tagged_service(name, most_rows=4, frames=0):
     return json.dumps({"title": name, "steps": steps})
 
 
+BRIDGE_COMMANDS = ["brctl stp br5 on", "brctl stp br5 off", "brctl setfd br5 2", "brctl setageing br5 30", "ifconfig sid2.5 down",
+                   "ifconfig sid2.5 up", "brctl delif br5 sid0.5", "brctl addif br5 sid0.5", "ifconfig sid2.5 mtu 1400"]
+
+
+def bridge_with_hosts(text, name):
+    """The bridge of a scenario, and frames and group messages of the hosts at its ports."""
+    chance = chances(name)
+    whole = json.loads(text)
+
+    def one_of(*values):
+        return values[chance(len(values))]
+
+    hosts = {"sid0": "02:00:5e:00:00:0a", "sid2": "02:00:5e:00:00:0b", "gem 1001": "02:00:5e:00:01:01"}
+    groups = ("239.1.2.3", "239.1.2.3", "239.129.2.3", "224.0.0.5", "232.1.1.1", "ff05::1:3", "ff05::1:3", "ff02::1", "ff0e::7")
+    steps = [step for step in whole["steps"] if "call" in step][:7]
+    for _ in range(120):
+        kind, port = chance(10), one_of(*hosts)
+        sender = {"from": port, "source": hosts[port] if chance(5) > 0 else one_of(*hosts.values())}
+        if kind == 0:
+            steps.append({"advance": one_of(100, 1000, 3000, 15000, 60000)})
+        elif kind == 1:
+            steps.append({"board": one_of({"multicastSnooping": {"br5": chance(3) > 0}}, {"commands": [one_of(*BRIDGE_COMMANDS)]})})
+        elif kind < 5:
+            what = one_of("query", "report", "report", "leave")
+            group = one_of("", "", *groups) if what == "query" else one_of(*groups)
+            steps.append({"frame": {**sender, "group": {what: group}, "etherType": "ipv6" if ":" in group else "ipv4"}})
+        else:
+            destination = one_of(*hosts.values(), "01:00:5e:01:02:03", "01:00:5e:01:02:03", "01:00:5e:00:00:05", "33:33:00:01:00:03",
+                                 "33:33:00:00:00:01", "33:33:00:00:00:07", "ff:ff:ff:ff:ff:ff", "01:80:c2:00:00:02", "01:80:c2:00:00:21")
+            tags = [{"vid": one_of(0, 7, 8)}] * one_of(0, 0, 0, 1)
+            steps.append({"frame": {**sender, "destination": destination, "tags": tags, "payload": one_of(46, 46, 1396, 1400, 1500, 1501),
+                                    "etherType": "ipv6" if destination.startswith("33") else "ipv4", "ipProtocol": one_of("udp", "tcp")}})
+    return json.dumps({"title": name, "records": whole["records"], "steps": steps})
+
+
 # One thing that is refused in each.
 REFUSED_SETTINGS = [
     {"baseMac": "02:10:20:30:40:5"}, {"baseMac": "02:10:20:30:40-50"}, {"baseMac": "02:10:20:30:40:50:60"}, {"baseMac": 5},
