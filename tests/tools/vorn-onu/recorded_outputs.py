@@ -29,7 +29,8 @@ SCENARIOS = pathlib.Path("scenarios")
 LEFT_OUT = {"startup", "restart", "links", "multicast", "veip", "iphost-dhcp", "real-dhcp", "real-packets"}
 OTHER_EACH_TIME = {r"0x[0-9a-f]{9,}": "ADDRESS", r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(:\d\d)?": "TIME", r'time="[0-9.]+"': "DURATION",
                    r"\b\d+(\.\d+)? (s|ms|µs)\b": "DURATION",
-                   r"SysUpTime \d+": "SysUpTime DURATION"}
+                   r"SysUpTime \d+": "SysUpTime DURATION", r'"bootId":"[^"]*"': "RANDOM",
+                   r'"crc32":"\w+"': "SUM"}
 COMMANDS = ("run", "send", "audit", "omci", "exec", "ls", "at", "diff", "info", "schema")
 
 
@@ -48,7 +49,13 @@ INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(message(3 
               {"expect": {"bridges": {"br3": ["sid1.3"]}, "devices": {"sid1": {"mtu": 9}, "sid9": {}}}}]})}
 INPUTS.update({f"refused{number}.json": json.dumps({"title": "Refused", "steps": [step]}) for number, step in enumerate(REFUSED_STEPS)})
 MODES = ("contract", "g988")
-SESSIONS, MESSAGE_FILES, COMMAND_FILES, SCENARIO_FILES, FRAMES, SERVICES, MIXTURES, PORTS, BRIDGES = 40, 24, 24, 200, 100, 40, 24, 16, 24
+SESSIONS, MESSAGE_FILES, COMMAND_FILES, SCENARIO_FILES, FRAMES, SERVICES, MIXTURES, PORTS, BRIDGES, MIDDLES = 40, 24, 24, 200, 100, 40, 24, 16, 24, 8
+# These with any option that one of the commands has, alone: without a value, and with a number, or the name of a file.
+WITH_OPTIONS = {"run": "scenarios/bridge.json --quiet", "send": "scenarios/internet.json", "omci": "scenarios/omci/internet.pcap --quiet",
+                "audit": "scenarios/internet.json"}
+FILE_OPTIONS = {"--board", "--capture", "--json", "--junit", "--keep", "--pcap", "--record", "--report", "--state"}
+# They wait for somebody, or for time to pass, or tell the machine's name.
+NOT_TRIED = {"--follow", "--listen", "--metrics", "--real-time", "--serial-from-hostname", "--stay", "--tap"}
 TWO_STATES = ("run scenarios/counters.json --after-step 12 --json OUT-before.json --quiet; "
               "run scenarios/iphost-static.json --after-step 8 --json OUT-after.json --quiet; ")
 
@@ -85,6 +92,13 @@ OUTPUTS = {
 }
 
 
+def options(source):
+    """Each twice: alone, with a value."""
+    files = [one.read_text(encoding="utf-8") for one in (source / "tools" / "vorn-onu" / "commands").glob("*.cpp")]
+    found = {name for text in files for name in re.findall(r'"(?:-\w,)?(--[a-z][a-z-]+)"', text)} - NOT_TRIED
+    return [words for name in sorted(found) for words in (name, f"{name} {'OUT-7' if name in FILE_OPTIONS else '7'}")]
+
+
 def names(folder, pattern):
     return sorted(one.stem for one in folder.glob(pattern) if one.stem not in LEFT_OUT)
 
@@ -108,6 +122,9 @@ def outputs(source):
                "--record OUT-calls.json --quiet" for name in alone},
             **{f"session {one}": f"omci IN-session-{one}.txt --log -v --audit --record OUT-calls.json --json OUT-state.json"
                for one in range(SESSIONS)},
+            **{f"a session from the middle {one}": f"omci IN-middle-{one}.txt -v --log --audit --json OUT-state.json" for one in range(MIDDLES)},
+            **{f"options of {command}": "; ".join(f"{command} {what} {words}" for words in options(source))
+               for command, what in WITH_OPTIONS.items()},
             **{f"session {one} by the contract": f"omci IN-session-{one}.txt --forwarding contract --log --audit --record OUT-calls.json "
                "--json OUT-state.json" for one in range(0, SESSIONS, 2)},
             **{f"messages {one}": f"omci IN-messages-{one}.txt --log -v --json OUT-state.json" for one in range(MESSAGE_FILES)},
@@ -128,8 +145,9 @@ def outputs(source):
 
 def input_text(source, name):
     kind, number = re.match(r"(\w+)-?(\d*)", name).groups()
-    if kind == "session":
-        return session([one for one in sorted((source / SCENARIOS / "omci").glob("*.pcap")) if one.stem != "gateway"], name)
+    if kind in ("session", "middle"):
+        text = session([one for one in sorted((source / SCENARIOS / "omci").glob("*.pcap")) if one.stem != "gateway"], name)
+        return text if kind == "session" else "".join(text.splitlines(keepends=True)[15 + 5 * int(number):])
     if kind == "messages":
         classes = [(int(number), maker) for file in sorted((source / "omci" / "message").glob("*Entities.cpp"))
                    for number, maker in re.findall(r"\{(\d+),\s+\"[^\"]*\",\s+Maker::k(\w+)", file.read_text(encoding="utf-8"))]
