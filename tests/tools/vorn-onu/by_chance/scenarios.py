@@ -57,8 +57,14 @@ def asked_of_hal(path):
     return steps
 
 
+FAILING = ["vlanCtl_insertTagRule", "vlanCtl_removeTagRule", "vlanCtl_createVlanInterface", "vlanCtl_deleteVlanInterface",
+           "vlanCtl_createVlanFlows", "ioctl:SIOCBRADDIF", "ioctl:SIOCBRDELIF", "ioctl:SIOCSIFFLAGS", "gponCtl_configGemPort",
+           "gponCtl_configTcontAllocId", "tmctl_setQueueCfg", "tmctl_delQueueCfg", "system", "popen", "socket"]
+
+
 def mixture(paths, name):
-    """Parts of scenarios one behind the other, some fields with what another step has there."""
+    """Parts of scenarios one behind the other, some fields with what another step has there; calls of the device that fail, and daemons
+    that are killed between them."""
     chance = chances(name)
     values = {}
     for path in paths:
@@ -67,6 +73,13 @@ def mixture(paths, name):
                 values.setdefault(key, []).append(value)
     steps = []
     while len(steps) < 90:
+        kind = chance(8)
+        if kind == 0:
+            steps.append({"restart": ("kill", "exit")[chance(2)]})
+        elif kind < 4:
+            steps.append({"fault": {"function": FAILING[chance(len(FAILING))], "nth": 1 + chance(4), "code": 1 + chance(20), "may": True}})
+        elif kind == 4:
+            steps.append({"fault": "clear"})
         own = asked_of_hal(paths[chance(len(paths))])
         first = chance(len(own))
         for step in own[first:first + 4 + chance(12)]:
@@ -75,7 +88,7 @@ def mixture(paths, name):
                 key = keys[chance(len(keys))]
                 step = {**step, key: values[key][chance(len(values[key]))]}
             steps.append(step)
-    return json.dumps({"title": name, "steps": steps})
+    return json.dumps({"title": name, "state": True, "steps": steps})
 
 
 def tagged_service(name, most_rows=4, frames=0):
