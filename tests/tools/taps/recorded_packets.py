@@ -11,6 +11,7 @@ import os
 import pathlib
 import re
 import selectors
+import shutil
 import socket
 import struct
 import subprocess
@@ -147,6 +148,8 @@ def carried(name):
 
 
 def main(source_dir, tool, *words):
+    if not all(map(shutil.which, ("unshare", "ip"))):
+        return SKIPPED
     if "VORN_OWN_NAMESPACE" not in os.environ:
         own = subprocess.run(["unshare", "-n", "env", "VORN_OWN_NAMESPACE=1", sys.executable, __file__, source_dir, tool, *words], check=False)
         return own.returncode if subprocess.run(["unshare", "-n", "true"], check=False, stderr=subprocess.DEVNULL).returncode == 0 else SKIPPED
