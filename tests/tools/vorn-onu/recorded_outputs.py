@@ -50,7 +50,7 @@ INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(message(3 
               {"expect": {"bridges": {"br3": ["sid1.3"]}, "devices": {"sid1": {"mtu": 9}, "sid9": {}}}}]})}
 INPUTS.update({f"refused{number}.json": json.dumps({"title": "Refused", "steps": [step]}) for number, step in enumerate(REFUSED_STEPS)})
 MODES = ("contract", "g988")
-SESSIONS, MESSAGE_FILES, COMMAND_FILES, SCENARIO_FILES, FRAMES, SERVICES, MIXTURES, PORTS, BRIDGES, MIDDLES = 40, 24, 24, 200, 100, 40, 24, 16, 24, 8
+SESSIONS, MESSAGE_FILES, COMMAND_FILES, SCENARIO_FILES, FRAMES, SERVICES, MIXTURES, PORTS, BRIDGES, MIDDLES = 40, 24, 24, 140, 100, 40, 24, 16, 24, 8
 # These with any option that one of the commands has, alone: without a value, and with a number, or the name of a file.
 WITH_OPTIONS = {"run": "scenarios/bridge.json --quiet", "send": "scenarios/internet.json", "omci": "scenarios/omci/internet.pcap --quiet",
                 "audit": "scenarios/internet.json"}
@@ -136,10 +136,10 @@ def outputs(source):
             **{f"mixture {one}": f"run IN-mixture-{one}.json --forwarding {MODES[one % 2]} --trace --json OUT-state.json --pcap OUT-frames.pcap"
                for one in range(MIXTURES)},
             **{f"service {one}": f"audit IN-service-{one}.json --json" for one in range(SERVICES)},
-            **{f"full port {one}": f"run IN-port-{one}.json --forwarding {MODES[one % 2]} --pcap OUT-frames.pcap" for one in range(PORTS)},
-            **{f"bridge {one}": f"run IN-bridge-{one}.json --json OUT-state.json --pcap OUT-frames.pcap" for one in range(BRIDGES)},
-            **{f"frame {one}": f"send scenarios/{scenarios[one % len(scenarios)]}.json {frame(str(one))}" for one in range(FRAMES)},
-            **{f"commands {one}": f"exec --json OUT-state.json -- python3 tests/virtual_onu/run_commands.py IN-commands-{one}.txt"
+            **{f"full port {one}": f"run IN-port-{one}.json --forwarding {MODES[one % 2]} --board OUT-board.json --pcap OUT-frames.pcap" for one in range(PORTS)},
+            **{f"bridge {one}": f"run IN-bridge-{one}.json --board OUT-board.json --pcap OUT-frames.pcap" for one in range(BRIDGES)},
+            **{f"frame {one}": f"send scenarios/{scenarios[one % len(scenarios)]}.json {frame(str(one))} --pcap OUT-frames.pcap" for one in range(FRAMES)},
+            **{f"commands {one}": f"exec --board OUT-board.json -- python3 tests/virtual_onu/run_commands.py IN-commands-{one}.txt"
                for one in range(COMMAND_FILES)},
             **{f"log of {name}": f"omci scenarios/omci/{name}.pcap --log -v -x" for name in captures}}
 
