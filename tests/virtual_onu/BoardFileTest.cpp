@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <regex>
 #include <set>
 #include <thread>
 
@@ -156,6 +157,8 @@ protected:
 
 TEST_F(BoardFile, HoldsEverythingThatADeviceKeeps) {
     const std::string bootId = *onu().readFile("/proc/sys/kernel/random/boot_id");
+    const std::regex uuid("[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}\n");
+    EXPECT_TRUE(std::regex_match(bootId, uuid)) << bootId;
     const json factoryNew = boardOf(onu().toJson());
     onu().openBoard(file_);
     useEverything();
