@@ -1,6 +1,7 @@
 """Scenarios with something wrong in them, parts of several, services to compare with the standard."""
 
 import functools
+import ipaddress
 import json
 
 from by_chance.chance import chances
@@ -134,6 +135,11 @@ BRIDGE_COMMANDS = ["brctl stp br5 on", "brctl stp br5 off", "brctl setfd br5 2",
                    "ifconfig sid2.5 up", "brctl delif br5 sid0.5", "brctl addif br5 sid0.5", "ifconfig sid2.5 mtu 1400"]
 
 
+def group_mac(group):
+    octets = ipaddress.ip_address(group).packed
+    return ":".join(f"{one:02x}" for one in ((0x33, 0x33, *octets[-4:]) if len(octets) > 4 else (1, 0, 0x5E, octets[1] & 0x7F, *octets[2:])))
+
+
 def bridge_with_hosts(text, name):
     """The bridge of a scenario, and frames and group messages of the hosts at its ports."""
     chance = chances(name)
@@ -155,7 +161,9 @@ def bridge_with_hosts(text, name):
         elif kind < 5:
             what = one_of("query", "report", "report", "leave")
             group = one_of("", "", *groups) if what == "query" else one_of(*groups)
-            steps.append({"frame": {**sender, "group": {what: group}, "etherType": "ipv6" if ":" in group else "ipv4"}})
+            destination = group if what == "report" or group else ("224.0.0.2" if what == "leave" else "224.0.0.1")
+            steps.append({"frame": {**sender, "destination": group_mac(destination), "group": {what: group},
+                                    "etherType": "ipv6" if ":" in group else "ipv4"}})
         else:
             destination = one_of(*hosts.values(), "01:00:5e:01:02:03", "01:00:5e:01:02:03", "01:00:5e:00:00:05", "33:33:00:01:00:03",
                                  "33:33:00:00:00:01", "33:33:00:00:00:07", "ff:ff:ff:ff:ff:ff", "01:80:c2:00:00:02", "01:80:c2:00:00:21")
