@@ -138,7 +138,7 @@ def outputs(source):
             **{f"service {one}": f"audit IN-service-{one}.json --json" for one in range(SERVICES)},
             **{f"full port {one}": f"run IN-port-{one}.json --forwarding {MODES[one % 2]} --board OUT-board.json --pcap OUT-frames.pcap" for one in range(PORTS)},
             **{f"bridge {one}": f"run IN-bridge-{one}.json --board OUT-board.json --pcap OUT-frames.pcap" for one in range(BRIDGES)},
-            **{f"frame {one}": f"send scenarios/{scenarios[one % len(scenarios)]}.json {frame(str(one))} --pcap OUT-frames.pcap" for one in range(FRAMES)},
+            **{f"frame {one}": f"send scenarios/{scenarios[one % len(scenarios)]}.json {frame(str(one))}" for one in range(FRAMES)},
             **{f"commands {one}": f"exec --board OUT-board.json -- python3 tests/virtual_onu/run_commands.py IN-commands-{one}.txt"
                for one in range(COMMAND_FILES)},
             **{f"log of {name}": f"omci scenarios/omci/{name}.pcap --log -v -x" for name in captures}}

@@ -168,7 +168,7 @@ def bridge_with_hosts(text, name):
             destination = one_of(*hosts.values(), "01:00:5e:01:02:03", "01:00:5e:01:02:03", "01:00:5e:00:00:05", "33:33:00:01:00:03",
                                  "33:33:00:00:00:01", "33:33:00:00:00:07", "ff:ff:ff:ff:ff:ff", "01:80:c2:00:00:02", "01:80:c2:00:00:21")
             tags = [{"vid": one_of(0, 7, 8)}] * one_of(0, 0, 0, 1)
-            steps.append({"frame": {**sender, "destination": destination, "tags": tags, "payload": one_of(46, 46, 1396, 1400, 1500, 1501),
+            steps.append({"frame": {**sender, "destination": destination, "tags": tags, "payload": one_of(28, 40, 46, 48, 60, 1396, 1400, 1500, 1501),
                                     "etherType": "ipv6" if destination.startswith("33") else "ipv4", "ipProtocol": one_of("udp", "tcp")}})
     return json.dumps({"title": name, "records": whole["records"], "steps": steps})
 
