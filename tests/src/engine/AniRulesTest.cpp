@@ -313,24 +313,4 @@ TEST_F(AniRules, TheDefaultRulesOfAnIgmpServiceGoFirstOnlyUpstream) {
                                                              "txdev=gpon3.3 | mark-gem:=7 mark-queue:=2"}));
 }
 
-TEST_F(AniRules, NoVlanDeviceIsTheSameAsAnEmptyName) {
-    char sid0[] = "sid0", vlan[] = "sid0.3", empty[] = "";
-    EtherSwitchBcm380& asked = engine();  // finding it is logged
-    ASSERT_TRUE(asked.createVlanInterface(3, false, true, sid0, vlan));
-    ASSERT_EQ(vlanCtl_init(), 0);
-    std::string printed[2];
-    Lines calls[2];
-    for (const int with : {0, 1}) {
-        onu().clearTrace();
-        printed[with] =
-            printedBy([&] { asked.setDefaultAction(sid0, with == 0 ? nullptr : empty, 1, 0, 7, kReceive); });
-        calls[with] = onu().traceTexts();
-    }
-    EXPECT_EQ(printed[0].find("===> setDefaultAction, devIfc=sid0, vlanIfc=, direction=0,"), 0u);
-    EXPECT_EQ(calls[0], (Lines{"vlanCtl_getNbrOfRulesInTable(\"sid0\", 0, 0, &0) = 0"}));
-    EXPECT_EQ(printed[0], printed[1]);
-    EXPECT_EQ(calls[0], calls[1]);
-    vlanCtl_cleanup();
-}
-
 }  // namespace

@@ -74,19 +74,6 @@ TEST_F(EngineCore, AVlanDeviceCarriesMulticastWhateverTheCallerSays) {
     EXPECT_TRUE(made.multicast && made.routed && made.up);
 }
 
-TEST_F(EngineCore, DeletingTakesTheVlanDeviceBeforeTheDeviceUnderIt) {
-    char ani[] = "gpon3", vlan[] = "gpon3.3";
-    engine().createAniVlanInterface(ani);
-    engine().createVlanInterface(3, false, true, ani, vlan);
-    onu().clearTrace();
-    EXPECT_TRUE(engine().deleteAniVlanInterface(ani, vlan));
-    EXPECT_TRUE(engine().deleteAniVlanInterface(ani, vlan)) << "what is absent is deleted already";
-    const std::vector<std::string> calls = {
-        "vlanCtl_init() = 0", "vlanCtl_deleteVlanInterface(\"gpon3.3\") = 0", "vlanCtl_cleanup() = 0",
-        "vlanCtl_init() = 0", "vlanCtl_deleteVlanInterface(\"gpon3\") = 0",   "vlanCtl_cleanup() = 0"};
-    EXPECT_EQ(onu().traceTexts(virtual_onu::CallKind::Platform), calls);
-}
-
 TEST_F(EngineCore, ShellCommandsAreLoggedBeforeTheyRun) {
     EtherSwitchBcm380& engine = EngineCore::engine();  // not through the logged getInstance() below
     onu().clearTrace();

@@ -94,19 +94,6 @@ TEST_F(UniRemoval, AMissingUniAnswersFalseAndRunsNoCommand) {
     EXPECT_EQ(onu().shellCommands().size(), commands);
 }
 
-TEST_F(UniRemoval, ARemovedUniLosesItsRunnerEntriesAndItsBridge) {
-    provision(kDscpRow);
-    std::string printed;
-    const auto remove = [&] { printed = printedBy([] { engine().deConfigureUniTagRules(1, 3); }); };
-    EXPECT_EQ(commandsOf(remove),
-              (Texts{"bs /b/d ingress_class/dir=us,index=11", "bs /b/d vlan_action/dir=us,index=123",
-                     "bs /bdmf/d dscp_to_pbit/table=0,qos_mapping=no"}));
-    EXPECT_TRUE(contains(printed, "dscpConfigInfo and cTagConfigInfo setting FALSE on Uni Port: 1 \n"));
-    EXPECT_EQ(members("br3"), Texts{"gpon3.3"});
-    EXPECT_TRUE(onu().deviceExists("sid0.3"));
-    EXPECT_FALSE(engine().deprovisionUniSideBridge(nullptr));
-}
-
 TEST_F(UniRemoval, ThePbitDataOfAServiceIsFlushedOncePerPbit) {
     char ani[] = "gpon3";
     char aniVlan[] = "gpon3.3";
