@@ -2,11 +2,9 @@
 // omci/services/StandardForwardingTest.cpp; records that are refused: forwarding/ForwardingTest.cpp.
 #include "BRCM/BCM968580/DATA/g988/Services.h"
 #include "src/g988/PlannedBoard.h"
-#include "support/InternetService.h"
 
 namespace {
 
-using internet_service::deletion;
 using virtual_onu::Frame;
 using virtual_onu::VlanTag;
 
@@ -67,31 +65,6 @@ protected:
         return walk.exits.empty() ? "" : walk.exits.front().device + ": " + walk.exits.front().frame.text();
     }
 };
-
-// What broke lines: an untagged row that was deleted and added again, and rows that differ in their EtherType alone.
-TEST_F(ServicesTest, DeletedRowsComeBack) {
-    auto made = services();
-    ASSERT_TRUE(made.setPonPort(pon(1, "0141", 1000)).done);
-    ASSERT_TRUE(made.setUni(row(1, 0, 321)).done);
-    ASSERT_TRUE(made.setUni(deletion(row(1, 0, 0))).done);
-    EXPECT_EQ(up(Frame{}), "");
-    ASSERT_TRUE(made.setUni(row(1, 0, 321)).done);
-    EXPECT_EQ(up(Frame{}), "GEM 1000 queue 0: VID 321 p0, IPv4");
-    EXPECT_EQ(down(1000, tagged(321)), "sid0: untagged IPv4");
-    auto pppoe = row(1, 0, 321);
-    pppoe.etherType = 2;
-    pppoe.innerTreatmentPrio = 5;
-    ASSERT_TRUE(made.setUni(pppoe).done);
-    Frame session;
-    session.etherType = 0x8864;
-    EXPECT_EQ(up(session), "GEM 1000 queue 5: VID 321 p5, PPPoE session");
-    auto almost = deletion(pppoe);  // not all ones: a row that discards
-    almost.innerTreatmentVlanId = 321;
-    ASSERT_TRUE(made.setUni(almost).done);
-    EXPECT_EQ(up(session), "");
-    ASSERT_TRUE(made.setUni(deletion(pppoe)).done);
-    EXPECT_EQ(up(session), "GEM 1000 queue 0: VID 321 p0, PPPoE session");
-}
 
 TEST_F(ServicesTest, MulticastGoesToItsBridgeAlone) {
     auto made = services();
