@@ -184,63 +184,39 @@ TEST_F(VirtualKernel, WhatIsWrittenThroughACopyOfADescriptorArrives) {
     EXPECT_EQ(onu().readFile("/var/mcpd.conf"), "1\n");
 }
 
+// What they do otherwise: the tool's record of commands by chance.
 TEST_F(VirtualKernel, ShellCommandsActOnTheModelOrAreFlagged) {
-    struct Case {
+    const struct {
         const char* command;
         int status;
-        bool understood;
+    } cases[] = {
+        {"brctl addbr br3", 0},
+        {"brctl addif brv ", 1},
+        {"ifconfig br3 hw ether  up", 1},
+        {"ifconfig br3  netmask  broadcast  mtu 1500", 1},
+        {"ifconfig br3 promisc", 127},
+        {"ip route replace default via  dev br3 table 12 2>/dev/null", 1},
+        {"ip route replace default via 10.0.0.1 dev nobody table 12 2>/dev/null", 1},
+        {"echo 1 > /proc/sys/net/ipv6/conf/br3/disable_ipv6", 0},
+        {"echo 1 > /proc/sys/net/ipv6/conf/nobody/disable_ipv6", 1},
+        {"dhcpc -i br3 -B -l 3600  &", 0},
+        {"kill -9 4711", 1},
+        {"bs /bdmf/attr/add ingress_class/dir=us,index=12 flow string key={etype=0x800},result={a={b/c=1}}", 0},
+        {"bs /b/d vlan_action/dir=us,index=1", 0},  // in vain
+        {"bs /b/zap all", 127},
+        {"iq addkey --dstmac 02:00:00:00:aa:01 --prio 1", 0},
+        {"iq remkey --dstmac 02:00:00:00:aa", 0},  // another address, in vain
+        {"iq explode", 127},
+        {"echo $HOME", 127},
+        {"true || mcpctl stop; mcpctl reload", 0},
     };
-    const std::array<Case, 33> cases = {{
-        {"brctl addbr br3", 0, true},
-        {"brctl addbr br3", 1, true},
-        {"ifconfig br3 hw ether 02:00:00:00:aa:01 up 2>/dev/null", 0, true},
-        {"brctl delbr br3  2>/dev/null", 1, true},  // still up
-        {"ifconfig br3 10.0.0.5 netmask 255.255.255.0 broadcast 10.0.0.5 mtu 1400 up", 0, true},
-        {"ifconfig br3 hw ether  up", 1, true},
-        {"ifconfig br3  netmask  broadcast  mtu 1500", 1, true},
-        {"ifconfig nobody up", 1, true},
-        {"ifconfig br3 promisc", 127, false},
-        {"brctl addif brv ", 1, true},
-        {"brctl frobnicate br3", 127, false},
-        {"ip rule del from 10.0.0.5 table 12 2>/dev/null", 2, true},
-        {"ip rule add from 10.0.0.5 table 12 2>/dev/null", 0, true},
-        {"ip route replace default via 10.0.0.1 dev br3 table 12 2>/dev/null", 0, true},
-        {"ip route replace default via  dev br3 table 12 2>/dev/null", 1, true},
-        {"ip route replace default via 10.0.0.1 dev nobody table 12 2>/dev/null", 1, true},
-        {"echo 1 > /proc/sys/net/ipv6/conf/br3/disable_ipv6", 0, true},
-        {"echo 1 > /proc/sys/net/ipv6/conf/nobody/disable_ipv6", 1, true},
-        {"dhcpc -i br3 -B -l 3600  &", 0, true},
-        {"kill -9 4711", 1, true},
-        {"mcpctl reload", 0, true},
-        {"bs /b/n ingress_class/dir=us,index=12,cfg={type=flow,fields=ingress_port+etype,prty=12}", 0, true},
-        {"bs /bdmf/attr/add ingress_class/dir=us,index=12 flow string key={etype=0x800},result={a={b/c=1}}", 0, true},
-        {"bs /b/n vlan_action/dir=us,index=1 && bs /b/d vlan_action/dir=us,index=1", 0, true},
-        {"bs /b/d vlan_action/dir=us,index=1", 0, true},
-        {"bs /b/zap all", 127, false},
-        {"iq addkeymask --dstmac --maskprio 12", 0, true},
-        {"iq addkey --dstmac 02:00:00:00:aa:01 --prio 1", 0, true},
-        {"iq remkey --dstmac 02:00:00:00:aa", 0, true},  // another address
-        {"iq remkeymask --dstmac", 0, true},
-        {"iq explode", 127, false},
-        {"echo $HOME", 127, false},
-        {"true || mcpctl stop; mcpctl reload", 0, true},
-    }};
     for (const auto& c : cases) {
         EXPECT_EQ(run(c.command), c.status) << c.command;
-        EXPECT_EQ(onu().shellCommands().back().understood, c.understood) << c.command;
+        EXPECT_EQ(onu().shellCommands().back().understood, c.status != 127) << c.command;
     }
-    const auto bridge = *onu().device("br3");
-    EXPECT_EQ(bridge.addresses, Texts{"10.0.0.5 netmask 255.255.255.0 broadcast 10.0.0.5"});
-    EXPECT_EQ(bridge.mac, "02:00:00:00:aa:01");
-    EXPECT_EQ(bridge.mtu, 1400);
-    EXPECT_TRUE(bridge.ipv6Disabled);
-    EXPECT_EQ(onu().ipRules(), Texts{"from 10.0.0.5 table 12"});
-    EXPECT_EQ(onu().ipRoutes(), Texts{"default via 10.0.0.1 dev br3 table 12"});
-    EXPECT_EQ(onu().runnerObjects(), Texts{"ingress_class/dir=us,index=12"});
+    EXPECT_TRUE(onu().device("br3")->ipv6Disabled);
     EXPECT_EQ(onu().ingressQueueKeys(), Texts{"key --dstmac 02:00:00:00:aa:01 --prio 1"});
-    EXPECT_EQ(onu().toJson()["runner"]["remarks"].size(), 2u) << "deleted in vain: an action, a key";
-    run("ifconfig br3 down");
-    EXPECT_EQ(onu().ipRoutes(), Texts{}) << "the kernel drops the routes of a device that goes down";
+    EXPECT_EQ(onu().toJson()["runner"]["remarks"].size(), 3u) << "of what was not there";
 }
 
 TEST_F(VirtualKernel, TheHostsShellAndFilesAreOutOfReach) {
