@@ -14,8 +14,6 @@ TEST_F(EngineCore, DeviceNamesFollowTheNamingScheme) {
         unsigned short vlan;
         const char *device, *vlanDevice, *printed;
     } cases[] = {
-        {PHY_ETHERNET, 0, 3, "sid0", "sid0.3",
-         "\nPHY_ETHERNET:getInterfaceName sid0\nPHY_ETHERNET:getVirtualInterfaceName sid0.3 "},
         {PHY_ETHERNET, ~0u, 65535, "sid-1", "sid-1.65535",
          "\nPHY_ETHERNET:getInterfaceName sid-1\nPHY_ETHERNET:getVirtualInterfaceName sid-1.65535 "},
         {PHY_GPON, 5, 5, "gpon5", "gpon5.5",

@@ -1,11 +1,6 @@
 // The management IP host: what is run, in which order, and what must never reach a shell.
-#include <algorithm>
-
-#include "hal/Text.h"
 #include "support/InternetService.h"
 #include "support/OnuFixture.h"
-
-using virtual_onu::kReceive;
 
 namespace {
 
@@ -65,23 +60,6 @@ TEST_F(IpHost, GoesOnWhenItsBridgeIsMissing) {
     EXPECT_TRUE(contains(printed, "Failed to configure UNI Vlan and update to Bridge!!!"));
 }
 
-TEST_F(IpHost, PopsItsStagInFrontOfTheOtherRules) {
-    engine().insertUniAllowAllTxRxRules(DeviceName("gpon3").get(), DeviceName("gpon3.3").get(), 9);
-    engine().iPhost_Stag = 65534;
-    const auto rec = record();
-    engine().provisionIpHostStatic(&rec);
-    EXPECT_EQ(onu().ruleTexts("gpon3", kReceive, 1), (Lines{"rxdev=gpon3.3 vid0=65534 | pop", "rxdev=gpon3.3"}));
-    VLAN_RULE_MAP_ENTRY* entry = nullptr;
-    ASSERT_TRUE(engine().findVlanRuleMapEntry("br3", 2, &entry));
-    EXPECT_EQ(entry->newRules[entry->nbrOfNewRules - 1].tagRuleId, onu().rules("gpon3", kReceive, 1)[0].id);
-
-    const auto recorded = entry->nbrOfNewRules;
-    engine().iPhost_Stag = 65535;
-    engine().provisionIpHostDynamic(&rec);
-    EXPECT_EQ(onu().ruleTexts("gpon3", kReceive, 1).size(), 2u);
-    EXPECT_EQ(entry->nbrOfNewRules, recorded + 6) << "the allow-all rules only";
-}
-
 TEST_F(IpHost, TakesTheBoardsFirstMacAndElseTheRecords) {
     const struct {
         const char* file;
@@ -105,22 +83,6 @@ TEST_F(IpHost, TakesTheBoardsFirstMacAndElseTheRecords) {
         ASSERT_GE(run.size(), 4u);
         EXPECT_EQ(Lines(run.begin(), run.begin() + 4), hostFlow(c.routed)) << c.file;
     }
-}
-
-TEST_F(IpHost, TakesItsRunnerAndQueueSettingsAlongWhenItIsTheLast) {
-    onu().writeFile(kFirstMac, "02:aa:bb:cc:dd:ee\n");
-    const auto rec = record();
-    for (const int services : {3, 2, 1, 0}) {
-        EtherSwitchBcm380::numServices = services;
-        Lines expected = {"ifconfig br3 down 2>/dev/null", "brctl delbr br3  2>/dev/null",
-                          "iq remkey --dstmac 00:1a:2b:3c:4d:5e"};
-        if (services < 2)
-            expected.insert(expected.end(), {"bs /b/d ingress_class/dir=ds,index=10", "iq remkeymask --dstmac"});
-        expected.emplace_back("ps |grep br3.2");
-        EXPECT_EQ(commandsOf([&] { EXPECT_TRUE(engine().deprovisionIpHost(&rec)); }), expected) << services;
-        EXPECT_EQ(EtherSwitchBcm380::numServices, services - 1);
-    }
-    EXPECT_EQ(onu().readFile("/tmp/dhclient_interface"), "\n");
 }
 
 TEST_F(IpHost, EndsOnlyADhcpClientOnRemoval) {

@@ -121,14 +121,6 @@ TEST_F(Veip, AnnouncesNoServiceForAListItCannotReadOrCount) {
     EXPECT_EQ(reported(), Lines{}) << "an unknown GEM port";
 }
 
-TEST_F(Veip, AnnouncesTheMulticastServiceAsUpOnRemovalToo) {
-    const std::string multicast = "veip0 gem 4000/9 pbits -2 vlan -2 type 1 up";
-    EXPECT_EQ(create(1, "6064", kFilterModel, 4000), 0);
-    EXPECT_EQ(reported(), Lines{multicast});
-    EXPECT_EQ(remove(1, "6064", 4000), 0);
-    EXPECT_EQ(reported(), Lines{multicast});
-}
-
 TEST_F(Veip, StaysWhileAServiceIsLeftOrWhenThereIsNone) {
     engine().insertVlanRuleMapEntry("gpon3", kGemIndex, 0, 1, 77);
     EXPECT_EQ(remove(1, "6064"), -1) << "there is no VEIP";
