@@ -314,20 +314,6 @@ TEST_F(DataPath, ABridgeForgetsAnAddressWithItsPortAndLearnsNoneWithLearningOff)
     EXPECT_EQ(sent(frame()), (Ends{"sid2: untagged IPv4", "sid1: untagged IPv4"}));
 }
 
-TEST_F(DataPath, AFlowTakesTheGatewaysFramesToASecondPonDevice) {
-    addPonSide();
-    add("gpon0", "gpondef");
-    ASSERT_EQ(vlanCtl_createVlanInterfaceByName("gpon0", "veip0", 1, 1), 0);
-    run("ifconfig veip0 up");
-    rule("gpon0", kTransmit, 0, "txdev=veip0 | mark-gem:=7");
-    rule("gpon3", kTransmit, 0, "txdev=gpon3.3 ipproto=2 | mark-gem:=7 mark-queue:=2");
-    vlanCtl_createVlanFlows("veip0", "gpon3.3");
-    const Ends both{"gpondef: untagged IPv4 IGMP queue 2", "gpondef: untagged IPv4 IGMP queue 0"};
-    const auto walk = onu().sendFromPort("veip0", ip(2));
-    EXPECT_EQ(ends(walk), both);
-    EXPECT_EQ(walk.exits.at(0).gemIndex, 7u);
-}
-
 TEST_F(DataPath, AClassOfTheRunnerForwardsItsFramesPastTheRules) {
     run("bs /b/n vlan_action/dir=us,index=123");
     run("bs /b/c vlan_action/dir=us,index=123 action={cmd=push+tpid_rem,ovid=100,opbit=3,otpid=88a8}");

@@ -9,7 +9,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -120,37 +119,6 @@ TEST_F(VirtualKernel, AProgramMayHaveClosedItsStandardInput) {
     EXPECT_EQ(open("/sys/class/net/sid1/mtu", O_RDWR), 0);
     EXPECT_EQ(onu().openDescriptors(), 1);
     close(0);
-}
-
-TEST_F(VirtualKernel, AttributesTakeWhatTheKernelTakes) {
-    struct Case {
-        const char* attribute;
-        const char* text;
-        int error;
-    };
-    const std::array<Case, 6> cases = {{
-        {"br3/bridge/stp_state", "1", 0},
-        {"br3/bridge/forward_delay", "3001", ERANGE},  // checked since the spanning tree runs now
-        {"br3/bridge/hello_time", "two", EINVAL},
-        {"br3/bridge/max_age", "", 0},
-        {"br3/bridge/bridge_id", "1", EACCES},
-        {"br3/bridge/nothing", "1", ENOENT},
-    }};
-    run("brctl addbr br3");
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string(c.attribute) + " " + c.text);
-        const std::string path = std::string("/sys/class/net/") + c.attribute;
-        const std::size_t size = std::strlen(c.text);
-        const int fd = open(path.c_str(), O_WRONLY);
-        if (fd < 0) {
-            EXPECT_EQ(errno, c.error);
-            continue;
-        }
-        const ssize_t written = write(fd, c.text, size);
-        EXPECT_EQ(written == static_cast<ssize_t>(size) ? 0 : errno, c.error);
-        close(fd);
-    }
-    EXPECT_TRUE(onu().bridge("br3")->stp);
 }
 
 TEST_F(VirtualKernel, AStreamWritesAnAttributeWhenItIsFlushedOrClosed) {
@@ -264,24 +232,6 @@ TEST_F(VirtualKernel, FilesOfTheDeviceAreWrittenRenamedAndRemoved) {
     EXPECT_EQ(onu().traceTexts(CallKind::File).back(), R"(fopen("/var/mcpd.conf") = -13)");
     onu().removeFile("/sys/class/net/eth1/operstate");
     EXPECT_FALSE(std::ifstream("/sys/class/net/eth1/operstate").is_open());
-}
-
-TEST_F(VirtualKernel, ProcessesAreListedLikePsDoesAndEndWithKill) {
-    run("dhcpc -i sid1 -B -l 3600 &");
-    const int pid = onu().processes().at(0).first;
-    FILE* pipe = popen("ps |grep sid1", "r");
-    std::array<char, 256> line{};
-    ASSERT_NE(std::fgets(line.data(), line.size(), pipe), nullptr);
-    EXPECT_EQ(std::atoi(line.data()), pid);
-    EXPECT_NE(std::strstr(line.data(), "dhcpc -i sid1"), nullptr);
-    EXPECT_EQ(pclose(pipe), 0);
-    EXPECT_EQ(run(("kill -9 " + std::to_string(pid)).c_str()), 0);
-    EXPECT_EQ(onu().killedProcesses(), std::vector<int>{pid});
-
-    pipe = popen("ps |grep sid1", "r");
-    ASSERT_NE(std::fgets(line.data(), line.size(), pipe), nullptr);
-    EXPECT_NE(std::strstr(line.data(), "grep sid1"), nullptr) << "the search finds itself, as on the device";
-    EXPECT_EQ(pclose(pipe), 0);
 }
 
 TEST_F(VirtualKernel, PacketSocketsKeepTheFramesThatWouldLeave) {
