@@ -84,17 +84,6 @@ TEST_F(MibTest, ASetDoesWhatItCanAndNamesTheRest) {
     EXPECT_EQ(sync(), before + 1);
 }
 
-TEST_F(MibTest, AGetLeavesOutWhatHasNoRoom) {
-    const GetAnswer answer = get({class_id::kOnuG, 0}, 0xFFFF);
-    EXPECT_EQ(answer.result, Result::kAttributesFailed);
-    // Vendor and version take 18 of 25 bytes: the serial number has no room, six attributes of one byte have.
-    EXPECT_EQ(answer.mask, 0xD790);
-    EXPECT_EQ(answer.failed, 0x2000 | 0x0040 | 0x0020 | 0x0008);
-    EXPECT_EQ(answer.unsupported, 0x0800 | 0x0007);
-    set = MessageSet::kExtended;
-    EXPECT_EQ(get({class_id::kOnuG, 0}, 0xF7F8).result, Result::kSuccess);
-}
-
 TEST_F(MibTest, TheTaggingTableIsReadInItsOrder) {
     ASSERT_EQ(create(kTagging, hex("02 0101")), Result::kSuccess);
     const Bytes any = hex("F8000000 88000000 000F0000 00081C22");
