@@ -1,6 +1,5 @@
 // The MIB as the OLT sees it: what exists, what messages do to it, how it is uploaded.
 #include <algorithm>
-#include <set>
 
 #include "omci/mib/Relations.h"
 #include "omci/mib/TableRows.h"
@@ -26,28 +25,7 @@ Bytes bridgePort(InstanceId bridge, std::uint8_t number, std::uint8_t type, Inst
 
 }  // namespace
 
-TEST_F(MibTest, TheBoardsEntitiesStand) {
-    Mib& mib = agent.mib();
-    const std::map<ClassId, std::set<InstanceId>> kStand{
-        {class_id::kCardholder, {0x0101, 0x0106, 0x0180}},
-        {class_id::kEthernetUni, {0x0101, 0x0102, 0x0103, 0x0104}},
-        {class_id::kUniG, {0x0101, 0x0102, 0x0103, 0x0104, 0x0601}},
-        {class_id::kVeip, {0x0601}},
-        {class_id::kAniG, {0x8001}},
-        {class_id::kTCont, {0x8000, 0x8001}},
-        {class_id::kSoftwareImage, {0, 1}},
-        {class_id::kIpHost, {0}},
-    };
-    for (const auto& [classId, instances] : kStand) {
-        std::set<InstanceId> existing;
-        for (const auto& [instance, entity] : mib.instances(classId)) existing.insert(instance);
-        EXPECT_EQ(existing, instances) << nameOfClass(classId);
-    }
-    EXPECT_EQ(value({class_id::kTCont, 0x8001}, attr::t_cont::kAllocId), 0xFFFFU);
-    EXPECT_EQ(value({class_id::kPriorityQueue, 0x800B}, attr::priority_queue::kRelatedPort), 0x80010003U);
-    EXPECT_EQ(value({class_id::kPriorityQueue, 0x0009}, attr::priority_queue::kRelatedPort), 0x01020001U);
-    EXPECT_EQ(value({class_id::kPriorityQueue, 0x0020}, attr::priority_queue::kRelatedPort), 0x06010000U);
-    EXPECT_EQ(mib.instances(class_id::kPriorityQueue).size(), 2U * 8 + 5 * 8);
+TEST_F(MibTest, ABoardWithSchedulersNamesThemInItsQueues) {
     Board scheduled = board();
     scheduled.schedulers = true;
     Agent other(scheduled, hal, device, clock);
@@ -106,17 +84,6 @@ TEST_F(MibTest, ASetDoesWhatItCanAndNamesTheRest) {
     EXPECT_EQ(sync(), before + 1);
     EXPECT_EQ(setMany(tCont, maskOf(2), hex("01")).result, Result::kAttributesFailed);
     EXPECT_EQ(sync(), before + 1);
-}
-
-TEST_F(MibTest, AGetLeavesOutWhatHasNoRoom) {
-    const GetAnswer answer = get({class_id::kOnuG, 0}, 0xFFFF);
-    EXPECT_EQ(answer.result, Result::kAttributesFailed);
-    // Vendor and version take 18 of 25 bytes: the serial number has no room, six attributes of one byte have.
-    EXPECT_EQ(answer.mask, 0xD790);
-    EXPECT_EQ(answer.failed, 0x2000 | 0x0040 | 0x0020 | 0x0008);
-    EXPECT_EQ(answer.unsupported, 0x0800 | 0x0007);
-    set = MessageSet::kExtended;
-    EXPECT_EQ(get({class_id::kOnuG, 0}, 0xF7F8).result, Result::kSuccess);
 }
 
 TEST_F(MibTest, TheTaggingTableIsReadInItsOrder) {

@@ -314,36 +314,6 @@ TEST_F(DataPath, ABridgeForgetsAnAddressWithItsPortAndLearnsNoneWithLearningOff)
     EXPECT_EQ(sent(frame()), (Ends{"sid2: untagged IPv4", "sid1: untagged IPv4"}));
 }
 
-TEST_F(DataPath, TheIpHostOnABridgeGetsWhatIsForItAndReachesTheBridgesPorts) {
-    add("br3.2", "br3");
-    run("ifconfig br3.2 hw ether 02:10:20:30:40:50 up");
-    vlanCtl_setDefaultAction("sid0", kReceive, 0, 0, "sid0.3");
-    vlanCtl_setDefaultAction("br3", kReceive, 0, 1, "br3.2");
-    rule("br3", kReceive, 0, "rxdev=br3.2");
-    rule("br3", kTransmit, 0, "txdev=br3.2 | push vid0:=5");
-    Frame own;
-    own.destination = "02:10:20:30:40:50";
-    EXPECT_EQ(sent(own), Ends{"br3.2: untagged IPv4"});
-    EXPECT_EQ(sent(frame()), Ends{"sid1: untagged IPv4"}) << "not its own";
-    own.destination = "ff:ff:ff:ff:ff:ff";
-    EXPECT_EQ(sent(own), (Ends{"br3.2: untagged IPv4", "sid1: untagged IPv4"}));
-    EXPECT_EQ(sent(frame(), "br3.2"), (Ends{"sid0: VID 5 p0, IPv4", "sid1: VID 5 p0, IPv4"}));
-}
-
-TEST_F(DataPath, AFlowTakesTheGatewaysFramesToASecondPonDevice) {
-    addPonSide();
-    add("gpon0", "gpondef");
-    ASSERT_EQ(vlanCtl_createVlanInterfaceByName("gpon0", "veip0", 1, 1), 0);
-    run("ifconfig veip0 up");
-    rule("gpon0", kTransmit, 0, "txdev=veip0 | mark-gem:=7");
-    rule("gpon3", kTransmit, 0, "txdev=gpon3.3 ipproto=2 | mark-gem:=7 mark-queue:=2");
-    vlanCtl_createVlanFlows("veip0", "gpon3.3");
-    const Ends both{"gpondef: untagged IPv4 IGMP queue 2", "gpondef: untagged IPv4 IGMP queue 0"};
-    const auto walk = onu().sendFromPort("veip0", ip(2));
-    EXPECT_EQ(ends(walk), both);
-    EXPECT_EQ(walk.exits.at(0).gemIndex, 7u);
-}
-
 TEST_F(DataPath, AClassOfTheRunnerForwardsItsFramesPastTheRules) {
     run("bs /b/n vlan_action/dir=us,index=123");
     run("bs /b/c vlan_action/dir=us,index=123 action={cmd=push+tpid_rem,ovid=100,opbit=3,otpid=88a8}");
@@ -451,23 +421,6 @@ TEST_F(DataPath, AmongManyRulesTheFirstOneThatFitsIsTaken) {
     }
     EXPECT_GT(taken.size(), 30u) << "frames of many rules";
     EXPECT_EQ(taken.count(std::nullopt), 1u);
-}
-
-TEST_F(DataPath, WhatNoRuleTakesNamesTheNearestRule) {
-    add("sid0.4", "sid0");
-    rule("sid0", kReceive, 1, "rxdev=sid0.3 vid0=7 pbits0=1 type=0x88a8");
-    const auto near = rule("sid0", kReceive, 1, "rxdev=sid0.3 vid0=100 pbits0=5");
-    rule("sid0", kReceive, 1, "rxdev=sid0.3 vid0=200 tagtype0=0x0806");
-    const auto nearestTo = [](const Frame& what) {
-        const auto nearest = onu().sendFromPort("sid0", what).hops.at(0).nearest;
-        return nearest ? nearest->words() : "none";
-    };
-    const std::string first = "rule " + std::to_string(near) + " (rxdev=sid0.3 vid0=100 pbits0=5) would take it, but ";
-    EXPECT_EQ(nearestTo(frame({tag(100, 3)})), first + "p-bits are 3, not 5");
-    EXPECT_EQ(nearestTo(frame({tag(101, 5)})), first + "VID is 101, not 100");
-    EXPECT_NE(nearestTo(frame({tag(200, 0)})).find("EtherType"), std::string::npos) << nearestTo(frame({tag(200, 0)}));
-    EXPECT_EQ(nearestTo(frame({tag(100, 5)})), "none") << "a rule takes it";
-    EXPECT_EQ(nearestTo(frame()), "none") << "an empty table";
 }
 
 TEST_F(DataPath, ADataPathOfAMomentStaysAsItWasAndLeavesTheDeviceAlone) {

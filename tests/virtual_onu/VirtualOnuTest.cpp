@@ -104,24 +104,6 @@ TEST_F(VirtualOnuTest, VlanControlRefusesWhatIsNotThere) {
     EXPECT_NE(vlanCtl_setRealDevMode("sid0", 0), 0) << "after cleanup";
 }
 
-TEST_F(VirtualOnuTest, OneComposedRuleGoesIntoSeveralTablesUnderIdsOfItsOwn) {
-    openVlan();
-    vlanCtl_initTagRule();
-    vlanCtl_setReceiveVlanDevice("sid0.3");
-    EXPECT_EQ(insert("sid0", kReceive, 0, VLANCTL_POSITION_APPEND), 1u);
-    EXPECT_EQ(insert("sid0", kReceive, 1, VLANCTL_POSITION_APPEND), 2u);
-    vlanCtl_filterOnTagVid(100, 0);
-    EXPECT_EQ(insert("sid0", kReceive, 1, VLANCTL_POSITION_FRONT), 3u);
-    EXPECT_EQ(onu().ruleTexts("sid0", kReceive, 0), (std::vector<std::string>{"rxdev=sid0.3"}));
-    EXPECT_EQ(onu().ruleTexts("sid0", kReceive, 1),
-              (std::vector<std::string>{"rxdev=sid0.3 vid0=100", "rxdev=sid0.3"}));
-    EXPECT_EQ(vlanCtl_removeTagRule("sid0", kReceive, 1, 2), 0);
-    EXPECT_NE(vlanCtl_removeTagRule("sid0", kReceive, 1, 2), 0);
-    vlanCtl_initTagRule();
-    EXPECT_EQ(insert("sid0", kReceive, 1, VLANCTL_POSITION_APPEND), 4u) << "ids are not used twice";
-    EXPECT_EQ(onu().ruleTexts("sid0", kReceive, 1).back(), "any");
-}
-
 TEST_F(VirtualOnuTest, ADeletedDeviceTakesItsOwnTablesAndFlowsOnly) {
     openVlan();
     vlanCtl_createVlanInterfaceByName("gpondef", "gpon3", 0, 1);

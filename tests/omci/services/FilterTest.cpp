@@ -1,4 +1,4 @@
-// What filters and tagging rows of the standard do to frames, through agent, services and HAL on the virtual ONU.
+// What filters and the settings of a bridge do to frames, through agent, services and HAL on the virtual ONU.
 #include <algorithm>
 #include <set>
 
@@ -31,8 +31,8 @@ olt::Requests plainService() {
 
 using Tags = std::vector<VlanTag>;
 
-VlanTag tag(std::uint16_t vid, std::uint8_t pbits = 0, std::uint16_t tpid = 0x8100) {
-    return {tpid, pbits, false, vid};
+VlanTag tag(std::uint16_t vid, std::uint8_t pbits = 0) {
+    return {0x8100, pbits, false, vid};
 }
 
 Frame frameWith(const Tags& tags) {
@@ -177,56 +177,5 @@ TEST_F(Filter, PortBridgingPassesFramesBetweenThePortsOfABridgeOnlyWhileItIsOn) 
     }
     EXPECT_TRUE(line_.services.problems().empty());
 }
-
-struct RowCase {
-    const char* name;
-    const char* row;
-    std::uint16_t etherType;
-    Tags subscriber, pon;
-};
-
-class Row : public Filter, public ::testing::WithParamInterface<RowCase> {};
-
-TEST_P(Row, TreatsAFrameUpAndBringsItBackAsItWas) {
-    const RowCase& given = GetParam();
-    const olt::EntityKey table{class_id::kExtendedTagging, kService};
-    ask({create(table.classId, table.instance,
-                {{attr::extended_tagging::kAssociationType, 2}, {attr::extended_tagging::kAssociatedMePointer, kPort}}),
-         olt::set(table.classId, table.instance, {{attr::extended_tagging::kOutputTpid, 0x88A8}})});
-    const auto untouched = comparableState();
-    olt::Bytes row = olt::hex(given.row);
-    ask({olt::setBytes(table, attr::extended_tagging::kTaggingTable, row)});
-    Frame frame = frameWith(given.subscriber), treated = frameWith(given.pon);
-    frame.etherType = treated.etherType = given.etherType;
-    const auto sent = up(frame), back = down(treated);
-    EXPECT_TRUE(sent && sent->tags == given.pon) << (sent ? sent->text() : "dropped");
-    EXPECT_TRUE(back && back->tags == given.subscriber) << (back ? back->text() : "dropped");
-    for (const auto& problem : line_.problems) ADD_FAILURE() << problem.reason;
-    // A row with a key of its own can be deleted; the untagged one has replaced a default row.
-    std::fill(row.begin() + 8, row.end(), std::uint8_t{0xFF});
-    if (row[4] == 0xF8 && row[7] == 0) return;
-    ask({olt::setBytes(table, attr::extended_tagging::kTaggingTable, row)});
-    EXPECT_EQ(comparableState(), untouched);
-}
-
-constexpr std::uint16_t kIp = 0x0800, kPppoeDiscovery = 0x8863, kPppoeSession = 0x8864, kArp = 0x0806;
-const RowCase kRowCases[] = {
-    {"UntaggedAdds", "F8000000 F8000000 000F0000 00000A0C", kIp, {}, {tag(321)}},
-    {"TranslatedKeepsPbits", "F8000000 80320000 400F0000 00080A0C", kIp, {tag(100, 5)}, {tag(321, 5)}},
-    {"ServiceTagTakesPbitsOver",
-     "F8000000 88000000 000F0000 00081C22",
-     kIp,
-     {tag(7, 6)},
-     {tag(900, 6, 0x88A8), tag(7, 6)}},
-    {"TwoTagsOnUntagged", "F8000000 F8000000 00001C24 00000194", kIp, {}, {tag(900), tag(50)}},
-    {"DiscoveryAlone", "F8000000 F8000002 000F0000 0005003C", kPppoeDiscovery, {}, {tag(7, 5)}},
-    {"SessionAsWell", "F8000000 F8000002 000F0000 0005003C", kPppoeSession, {}, {tag(7, 5)}},
-    {"ArpUntagged", "F8000000 F8000003 000F0000 0005003C", kArp, {}, {tag(7, 5)}},
-    {"PriorityTag", "F8000000 80000000 400F0000 00080A0C", kIp, {tag(0, 3)}, {tag(321, 3)}},
-    {"OuterOfTwo", "81C20000 80320000 400F0000 0009190C", kIp, {tag(900, 4), tag(100, 1)}, {tag(801, 4), tag(100, 1)}},
-    {"OtherVlansPass", "F8000000 80320000 400F0000 00080A0C", kIp, {tag(55, 2)}, {tag(55, 2)}},
-};
-INSTANTIATE_TEST_SUITE_P(Services, Row, ::testing::ValuesIn(kRowCases),
-                         [](const auto& each) { return std::string(each.param.name); });
 
 }  // namespace

@@ -1,6 +1,4 @@
 // Taking the ANI side down: exactly what a service made goes, and what other services share stays.
-#include <algorithm>
-
 #include "src/engine/AniService.h"
 
 namespace {
@@ -22,29 +20,6 @@ protected:
         return record;
     }
 };
-
-TEST_F(AniRemoval, AnOrdinaryServiceLeavesOnlyTheRulesOnThePonDevice) {
-    const auto provisionAndRemove = [&] {
-        auto record = service(5, "00640065", 2);
-        configure(record);
-        printedBy([&] { engine().flushAniSideVlanRules(3, kGemPort); });
-        const Lines flushed = tables();
-        EXPECT_EQ(std::count(flushed.begin(), flushed.end(), "gpon3 tx1 txdev=gpon3.3"), 1);
-        EXPECT_TRUE(std::none_of(flushed.begin(), flushed.end(),
-                                 [](const std::string& line) { return line.find("vid0") != std::string::npos; }));
-        EXPECT_TRUE(remove(record));
-        EXPECT_FALSE(onu().bridge("br3"));
-        EXPECT_FALSE(onu().deviceExists("gpon3") || onu().deviceExists("gpon3.3"));
-        EXPECT_TRUE(onu().bridge("br0"));
-    };
-    provisionAndRemove();
-    // Kept on purpose: they are recorded for the PON device, which no removal names.
-    EXPECT_EQ(tables(), everyTable("gpondef", virtual_onu::kReceive, {"default drop gpon3", "rxdev=gpon3 gem=7"}));
-    EXPECT_TRUE(onu().shellCommands().empty());
-    EXPECT_EQ(EtherSwitchBcm380::multicastEnable, -1);
-    printedBy([&] { engine().configureBridge(3, 0, false); });
-    provisionAndRemove();  // nothing of the first round is in the way
-}
 
 TEST_F(AniRemoval, AMulticastServiceLosesItsRulesAndKeepsItsDevices) {
     onu().addDevice("gpon0.0");

@@ -1,4 +1,4 @@
-// What the tests of the ANI side share: a bridge service on bridge 3 and the tag-rule tables as texts.
+// What the tests of the ANI side share: a bridge service on bridge 3.
 #ifndef TESTS_ANI_SERVICE_H
 #define TESTS_ANI_SERVICE_H
 
@@ -37,33 +37,6 @@ protected:
         const std::string text = printedBy([&] { result = engine().configureAniTagRules(&record); });
         if (printed != nullptr) *printed = text;
         return result;
-    }
-
-    // Every table of the device, a line each default and rule: "gpon3 rx1 default drop gpon3.3", "gpon3 rx1 vid0=...".
-    static std::vector<std::string> tables() {
-        std::vector<std::string> lines;
-        for (const auto& table : onu().ruleTables()) {
-            const std::string name = tableName(table.device, table.direction, table.tags);
-            if (table.defaultAction) {
-                lines.push_back(name + " default " + (table.defaultAction->action == 0 ? "pass " : "drop ") +
-                                table.defaultAction->device);
-            }
-            for (const auto& rule : table.rules) lines.push_back(name + " " + rule.text());
-        }
-        return lines;
-    }
-
-    // These lines in the tables for 0, 1 and 2 tags.
-    static std::vector<std::string> everyTable(const std::string& device, unsigned direction,
-                                               const std::vector<std::string>& lines) {
-        std::vector<std::string> all;
-        for (const unsigned tags : {0u, 1u, 2u})
-            for (const auto& line : lines) all.push_back(tableName(device, direction, tags) + " " + line);
-        return all;
-    }
-
-    static std::string tableName(const std::string& device, unsigned direction, unsigned tags) {
-        return device + (direction == virtual_onu::kReceive ? " rx" : " tx") + std::to_string(tags);
     }
 };
 

@@ -14,8 +14,6 @@ TEST_F(EngineCore, DeviceNamesFollowTheNamingScheme) {
         unsigned short vlan;
         const char *device, *vlanDevice, *printed;
     } cases[] = {
-        {PHY_ETHERNET, 0, 3, "sid0", "sid0.3",
-         "\nPHY_ETHERNET:getInterfaceName sid0\nPHY_ETHERNET:getVirtualInterfaceName sid0.3 "},
         {PHY_ETHERNET, ~0u, 65535, "sid-1", "sid-1.65535",
          "\nPHY_ETHERNET:getInterfaceName sid-1\nPHY_ETHERNET:getVirtualInterfaceName sid-1.65535 "},
         {PHY_GPON, 5, 5, "gpon5", "gpon5.5",
@@ -72,19 +70,6 @@ TEST_F(EngineCore, AVlanDeviceCarriesMulticastWhateverTheCallerSays) {
               "===> createVlanInterface, devId=7, isRouted=1, isMulticast=0, devIfc=sid1, vlanIfc=sid1.7, ret=1");
     const auto made = *onu().device("sid1.7");
     EXPECT_TRUE(made.multicast && made.routed && made.up);
-}
-
-TEST_F(EngineCore, DeletingTakesTheVlanDeviceBeforeTheDeviceUnderIt) {
-    char ani[] = "gpon3", vlan[] = "gpon3.3";
-    engine().createAniVlanInterface(ani);
-    engine().createVlanInterface(3, false, true, ani, vlan);
-    onu().clearTrace();
-    EXPECT_TRUE(engine().deleteAniVlanInterface(ani, vlan));
-    EXPECT_TRUE(engine().deleteAniVlanInterface(ani, vlan)) << "what is absent is deleted already";
-    const std::vector<std::string> calls = {
-        "vlanCtl_init() = 0", "vlanCtl_deleteVlanInterface(\"gpon3.3\") = 0", "vlanCtl_cleanup() = 0",
-        "vlanCtl_init() = 0", "vlanCtl_deleteVlanInterface(\"gpon3\") = 0",   "vlanCtl_cleanup() = 0"};
-    EXPECT_EQ(onu().traceTexts(virtual_onu::CallKind::Platform), calls);
 }
 
 TEST_F(EngineCore, ShellCommandsAreLoggedBeforeTheyRun) {

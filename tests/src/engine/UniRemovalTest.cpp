@@ -95,22 +95,12 @@ TEST_F(UniRemoval, AMissingUniAnswersFalseAndRunsNoCommand) {
     EXPECT_EQ(onu().shellCommands().size(), commands);
 }
 
-TEST_F(UniRemoval, ARemovedUniLosesItsRunnerEntriesAndItsBridge) {
-    provision(kDscpRow);
-    std::string printed;
-    const auto remove = [&] { printed = printedBy([] { engine().deConfigureUniTagRules(1, 3); }); };
-    EXPECT_EQ(commandsOf(remove),
-              (Texts{"bs /b/d ingress_class/dir=us,index=11", "bs /b/d vlan_action/dir=us,index=123",
-                     "bs /bdmf/d dscp_to_pbit/table=0,qos_mapping=no"}));
-    EXPECT_TRUE(contains(printed, "dscpConfigInfo and cTagConfigInfo setting FALSE on Uni Port: 1 \n"));
-    EXPECT_EQ(members("br3"), Texts{"gpon3.3"});
-    EXPECT_TRUE(onu().deviceExists("sid0.3"));
-    EXPECT_FALSE(engine().deprovisionUniSideBridge(nullptr));
-    // With its bridge the port's own DSCP table goes, in whose name the port's number counts from 0.
+// Its number counts from 0 in the table's name.
+TEST_F(UniRemoval, APortsDscpTableGoesWithItsBridge) {
     m_BridgeIdToUniId[5] = 4;
-    auto other = service(false);
-    other.bridgeId = 5;
-    const auto run = commandsOf([&] { EXPECT_TRUE(engine().deprovisionUniSideBridge(&other)); });
+    auto record = service(false);
+    record.bridgeId = 5;
+    const auto run = commandsOf([&] { EXPECT_TRUE(engine().deprovisionUniSideBridge(&record)); });
     EXPECT_EQ(std::count(run.begin(), run.end(), "bs /bdmf/d dscp_to_pbit/table=3,qos_mapping=no"), 1);
 }
 

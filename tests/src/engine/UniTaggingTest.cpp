@@ -247,50 +247,6 @@ TEST_F(UniTagging, AUniWithoutARowLetsEverythingPassInPlaceOfEarlierRules) {
     EXPECT_EQ(engine().getnbrOfNewRules("sid0", 1), 6u);
 }
 
-TEST_F(UniTagging, TheDscpShortcutGoesToTheRunner) {
-    std::string printed;
-    const Texts commands = commandsOf([&] {
-        printed = provisionAndRead({0, kNoTag, kNoTag, 0, kPush, 0, kPlain, {10, 100, 4}});
-    });
-    const std::string flow = "bs /bdmf/attr/add ingress_class/dir=us,index=11 flow string key={ingress_port=lan0,";
-    const std::string result =
-        "},result={qos_method=pbit,action=forward,forw_mode=flow,egress_port=wan0,"
-        "vlan_action={vlan_action/dir=us,index=123},pbit_to_gem_table={pbit_to_gem/index=-253}}";
-    const Texts expected = {
-        "bs /b/d ingress_class/dir=us,index=11",
-        "bs /b/d vlan_action/dir=us,index=123",
-        "bs /b/n ingress_class/dir=us,index=11,cfg={type=flow,fields=ingress_port+vlan_num+etype,prty=11}",
-        "bs /b/n vlan_action/dir=us,index=123",
-        "bs /b/c vlan_action/dir=us,index=123 action={cmd=push+tpid_rem,ovid=100,opbit=0,otpid=8100}",
-        "bs /b/n vlan_action/dir=ds,index=124",
-        "bs /b/c vlan_action/dir=ds,index=124 action={cmd=pop,ovid=0,opbit=0,otpid=0}",
-        flow + "etype=0x800,vlan_num=0" + result,
-        flow + "vlan_num=0,etype=0x86dd" + result,
-        flow + "vlan_num=0,etype=0x86dd" + result,
-    };
-    EXPECT_EQ(commands, expected);
-    std::string lines;
-    for (const auto& command : expected) lines += "=====> " + command + "\n";
-    EXPECT_TRUE(contains(printed, lines + "downstreamMode is VLAN_XVLAN_DOWNSTREAM_INVERSE")) << printed;
-    EXPECT_TRUE(contains(printed, "setUniSideDscpToPbitsTable "));
-    EXPECT_EQ(rules(), (Texts{"tx1 vid0=100 type=0x8100 | pop"}));
-}
-
-TEST_F(UniTagging, OneRowIsOneVlanctlSessionAndTwoFlows) {
-    onu().clearTrace();
-    provision({1, kNoTag, {3, 10, 0}, 0, kTranslate, 1, kNoTag, {8, 200, 0}});
-    std::string calls;
-    for (const auto& entry : onu().trace())
-        if (entry.kind == virtual_onu::CallKind::Platform) calls += entry.name.substr(8) + "(" + entry.arguments + ") ";
-    EXPECT_EQ(calls,
-              "init() initTagRule() setReceiveVlanDevice(\"sid0.3\") filterOnTagPbits(3, 0) filterOnTagVid(10, 0) "
-              "cmdCopyTagPbits(1, 0) cmdSetTagVid(200, 0) insertTagRule(\"sid0\", 0, 1, 2, 4294967295, &1) "
-              "initTagRule() filterOnTxVlanDevice(\"sid0.3\") filterOnTagPbits(3, 0) filterOnTagVid(200, 0) "
-              "cmdSetTagPbits(3, 0) cmdSetTagVid(10, 0) insertTagRule(\"sid0\", 1, 1, 2, 4294967295, &2) cleanup() "
-              "init() createVlanFlows(\"gpon3.3\", \"sid0.3\") cleanup() "
-              "init() createVlanFlows(\"sid0.3\", \"gpon3.3\") cleanup() ");
-}
-
 TEST_F(UniTagging, AnIpHostRowStandsInFrontAndTheOtherWayRound) {
     ASSERT_TRUE(engine().configureBridge(3, 2, true));
     VlanExtVlanTagOper_t row{{15, 4096, 0}, {15, 0, 0}, {3, 10, 0}, {5, 200, 0}, 1, ETHERTYPE_FILTER_NONE, 1};
@@ -328,56 +284,28 @@ TEST_F(UniTagging, RowsOfOtherPortsAndMissingBridgesAreLeftAlone) {
 
 // ---- what the OAM agent learns ----
 
-TEST_F(UniTagging, TheOamAgentLearnsTheFlowOfARow) {
-    struct {
+TEST_F(UniTagging, TheOamAgentLearnsTheVlansOfARowThatServes) {
+    const std::string devices = " vlan flow for uniVirtualName:sid0.3 aniVirtualName:gpon3.3 ";
+    const struct {
         Tag outerFilter, innerFilter, outerTreatment, innerTreatment;
-        Texts lines;  // up to the names of the VLAN devices, then S-tag and customer VLAN
-        bool notified;
-        std::string after;
-    } const cases[] = {
-        {{15, 0, 0}, {15, 0, 0}, kPlain, {1, 100, 0}, {"U100 0"}, true, " Untagged tag Notify to PktTxRx"},
-        {{15, 4094, 0}, {15, 7, 0}, kPlain, {1, 100, 0}, {"C100 7", "T100 7"}, true, ""},
-        {{15, 4094, 0}, {15, 1, 0}, {1, 4093, 0}, {1, 100, 0}, {"U4093 1"}, true, " Untagged tag Notify to PktTxRx"},
-        {{8, 0, 0}, {8, 0, 0}, {1, 2, 0}, {1, 3, 0}, {"U2 0"}, true, " Priority tag Notify to PktTxRx"},
-        {{8, 0, 0}, {8, 0, 0}, {10, 2, 0}, {1, 3, 0}, {"D2 4095", "U2 4095"}, true, " Untagged tag Notify to PktTxRx"},
-        {{15, 4096, 0}, {15, 4096, 0}, kPlain, {1, 100, 0}, {"u100 4095"}, false, ""},
-        {{15, 0, 0}, {15, 0, 0}, {15, 4094, 0}, {1, 100, 0}, {"x4095 4095"}, false, ""},
-        {{15, 0, 0}, {15, 0, 0}, kPlain, {1, 1, 0}, {"x4095 4095"}, false, ""},
-        {{3, 4093, 0}, {4, 20, 0}, {1, 200, 0}, {1, 300, 0}, {"C200 4093", "T200 4093"}, true, ""},
-        {{3, 4094, 0}, {4, 20, 0}, {1, 1, 0}, {1, 300, 0}, {"C300 20", "T300 20"}, true, ""},
-        {{3, 10, 0}, {4, 20, 0}, {1, 4094, 0}, {1, 1, 0}, {"s4095 4095"}, false, ""},
-        {{3, 4093, 0}, {4, 20, 0}, {1, 4085, 0}, {1, 1, 0}, {"C4085 4093", "M4085 4093"}, false, ""},
-    };
-    const std::map<char, std::string> texts = {
-        {'U', "sendVlanNotificationToETHOAM Untagged/Prio Creating vlan flow for"},
-        {'T', "sendVlanNotificationToETHOAM Tagged Creating vlan flow for"},
-        {'D', "Setting DSCP mapped vlan Model is configured"},
-        {'C', "Setting cTag vlan Model is configured"},
-        {'M', "Not sending CPE mgmt stag/cetag Notifications Tagged on this port"},
-        {'u', "Not suppose to hit this case sendVlanNotificationToETHOAM Untagged/Prio Creating vlan flow for"},
-        {'x',
-         "Not suppose to hit this case sendVlanNotificationToETHOAM Untagged/Prio Creating Creating vlan flow for"},
-        {'s', "Not suppose to hit Not Valid STAG this case sendVlanNotificationToETHOAM Tagged Creating vlan flow for"},
+        std::string told;  // behind the row's own numbers
+    } cases[] = {
+        {{15, 4094, 0}, {15, 1, 0}, {1, 4093, 0}, {1, 100, 0}, "Prio Creating" + devices + "stag: 4093 ceVlanId: 1 \n"},
+        {{15, 0, 0},
+         {15, 0, 0},
+         {15, 4094, 0},
+         {1, 100, 0},
+         "Creating Creating" + devices + "stag: 4095 ceVlanId: 4095 \n"},
+        {{15, 0, 0}, {15, 0, 0}, kPlain, {1, 1, 0}, "Creating Creating" + devices + "stag: 4095 ceVlanId: 4095 \n"},
+        {{3, 4094, 0}, {4, 20, 0}, {1, 1, 0}, {1, 300, 0}, "Tagged Creating" + devices + "stag: 300 ceVlanId: 20 \n"},
+        {{3, 4093, 0}, {4, 20, 0}, {1, 4085, 0}, {1, 1, 0}, "Not sending CPE mgmt stag/cetag Notifications Tagged"},
     };
     for (const auto& c : cases) {
-        std::string expected;
-        std::string stag;
-        std::string ceVlan;
-        for (const auto& line : c.lines) {
-            stag = line.substr(1, line.find(' ') - 1);
-            ceVlan = line.substr(line.find(' ') + 1);
-            expected += texts.at(line[0]) + " uniVirtualName:sid0.3 aniVirtualName:gpon3.3 stag: " + stag +
-                        " ceVlanId: " + ceVlan + " \n";
-        }
-        if (c.notified) {
-            expected += " Received uniPort:0, ceVlanId:" + ceVlan + ", stag:" + stag + ", opStatus:1" + c.after;
-        }
         // A discarding row: rules do not matter here.
         const auto printed =
             provisionAndRead({1, c.outerFilter, c.innerFilter, 0, kNone, 3, c.outerTreatment, c.innerTreatment});
-        const auto start = printed.rfind("    outer.treatment.vlanId: ");
-        ASSERT_NE(start, std::string::npos);
-        EXPECT_EQ(printed.substr(printed.find('\n', start) + 1), expected);
+        EXPECT_TRUE(contains(printed, c.told)) << c.told << " is not in " << printed;
+        EXPECT_EQ(contains(printed, "opStatus:1"), c.told[0] == 'P' || c.told[0] == 'T') << c.told;
     }
 }
 

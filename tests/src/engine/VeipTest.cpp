@@ -3,9 +3,7 @@
 #include "support/Wait.h"
 
 using virtual_onu::CallKind;
-using virtual_onu::DefaultAction;
 using virtual_onu::kReceive;
-using virtual_onu::kTransmit;
 
 namespace {
 
@@ -121,37 +119,6 @@ TEST_F(Veip, AnnouncesNoServiceForAListItCannotReadOrCount) {
     EXPECT_EQ(reported(), Lines{}) << "no closing while a service exists";
     EXPECT_EQ(create(1, "6064", kFilterModel, 555), 1);
     EXPECT_EQ(reported(), Lines{}) << "an unknown GEM port";
-}
-
-TEST_F(Veip, AnnouncesTheMulticastServiceAsUpOnRemovalToo) {
-    const std::string multicast = "veip0 gem 4000/9 pbits -2 vlan -2 type 1 up";
-    EXPECT_EQ(create(1, "6064", kFilterModel, 4000), 0);
-    EXPECT_EQ(reported(), Lines{multicast});
-    EXPECT_EQ(remove(1, "6064", 4000), 0);
-    EXPECT_EQ(reported(), Lines{multicast});
-}
-
-TEST_F(Veip, StandsInPlaceOfItsBridgeAndGoesWithItsLastService) {
-    onu().setBaseMac("00:1a:2b:3c:4d:5e");
-    create(2, "6064B0C8");
-    EXPECT_FALSE(onu().deviceExists("br3"));
-    EXPECT_EQ(onu().device("veip0")->mac, "00:1a:2b:3c:4d:5e");
-    for (const unsigned direction : {kReceive, kTransmit})
-        EXPECT_EQ(onu().defaultAction("gpon0.0", direction, 3), (DefaultAction{1, "veip0"})) << direction;
-    engine().insertVlanRuleMapEntry("gpon3", kGemIndex, 0, 1, 77);
-    onu().addDevice("veip0.1", "veip0");
-    reported();
-    engine().setOmciAction(15);
-    const auto printed = printedBy([&] { EXPECT_EQ(remove(2, "6064B0C8"), 0); });
-    EXPECT_TRUE(contains(printed, "===> rutRule_teardownVeipVlanInterface, devIfc=gpon0.0, vlanIfc=veip0\n"))
-        << printed;
-    EXPECT_EQ(reported(), (Lines{"veip0 gem 100/7 pbits 5 vlan 200 type 0 down", kClosing}));
-    EXPECT_EQ(onu().sentMessages().back().type, 0x10002250u);
-    EXPECT_FALSE(onu().deviceExists("veip0") || onu().deviceExists("veip0.1"));
-    EXPECT_TRUE(recordedRules().empty());
-    EXPECT_TRUE(onu().ruleTexts("gpon0.0", kReceive, 0).empty());
-    EXPECT_FALSE(engine().isVlanRuleMapExist("gpon3", kGemIndex)) << "the service's ANI rules are flushed";
-    EXPECT_EQ(onu().slept(), 1000u);
 }
 
 TEST_F(Veip, StaysWhileAServiceIsLeftOrWhenThereIsNone) {

@@ -169,14 +169,6 @@ TEST_F(ForwardedServices, TheHostBeforeHasAgainWhatTheLastOneTook) {
     EXPECT_EQ(onu().ipRoutes(), std::vector<std::string>{"default via 10.0.0.106 dev br5.6 table 12"});
 }
 
-TEST_F(ForwardedServices, AHostByDhcpAsksForNoRoutingRule) {
-    const IpHostProvision record = hostRecord(HostKind::Dhcp);
-    ASSERT_EQ(bridge(5).run(daemon().hal()), 0);
-    ASSERT_EQ(host(record).run(daemon().hal()), 0);
-    ASSERT_EQ(noHost(record).run(daemon().hal()), 0);
-    for (const auto& command : onu().shellCommands()) EXPECT_NE(command.text.find("ip rule"), 0U) << command.text;
-}
-
 // Whichever command of the last one is refused, and all behind it.
 TEST_F(ForwardedServices, AHostThatCannotGiveTheRouteBackSaysSo) {
     ASSERT_EQ(bridge(5).run(daemon().hal()), 0);

@@ -201,29 +201,6 @@ TEST_F(Dispatch, UniPortsOneAndTwoChangePlacesInTheCallersRecord) {
     }
 }
 
-TEST_F(Dispatch, AUniFlowIsRemovedRulesFirst) {
-    hal_.vorn_omci_hal_configureBridge(3, 0);
-    row = {};
-    row.addFlag = 1;
-    row.bridgeId = 3;
-    row.uniPort = 1;
-    hal_.vorn_omci_hal_filter_flow_add(&row);
-    EXPECT_EQ(members("br3"), (std::vector<std::string>{"gpon3.3", "sid1.3"}));
-    ASSERT_GT(onu().ruleCount(), 0u) << "a UNI without a row passes everything";
-
-    row = {};
-    row.bridgeId = 3;
-    row.uniPort = 1;
-    onu().clearTrace();
-    hal_.vorn_omci_hal_filter_flow_add(&row);
-    EXPECT_FALSE(onu().deviceExists("sid1.3"));
-    EXPECT_EQ(onu().ruleCount(), 0u);
-    std::string last;
-    for (const auto& entry : onu().trace())
-        if (entry.name == "vlanCtl_removeTagRule" || entry.name == "vlanCtl_deleteVlanInterface") last = entry.name;
-    EXPECT_EQ(last, "vlanCtl_deleteVlanInterface");
-}
-
 TEST_F(Dispatch, ManagementAddressesComeFromTheBaseAddressWithoutACarry) {
     const std::pair<const char*, const char*> cases[] = {{"00:11:22:33:44:55", "00:11:22:33:44:57"},
                                                          {"00:11:22:33:44:FE", "00:11:22:33:45:00"},

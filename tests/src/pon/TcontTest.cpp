@@ -5,28 +5,11 @@
 namespace {
 
 using virtual_onu::CallKind;
-using virtual_onu::Queue;
 
 class Tconts : public AdapterFixture {
 protected:
     static std::vector<std::string> calls() { return onu().traceTexts(CallKind::Platform); }
 };
-
-TEST_F(Tconts, ProvisioningBindsTheAllocIdAndMakesEightStrictQueues) {
-    const std::string printed = printedBy([] { EXPECT_EQ(adapter().provisionTCont({1024, 3, 9}), 1); });
-    EXPECT_EQ(printed,
-              "\nRECEIVED  TCONT PROVISIONING: allocId: 1024 tContIndex:3\n"
-              "Inside provisionTCont success 1024");
-    virtual_onu::Tcont want{3, 1024, true, {}};
-    for (unsigned n = 0; n < 8; ++n) want.queues.push_back(Queue{n, n, 256, 1, 1, 0, 0});
-    EXPECT_TRUE(onu().tcont(3) == want) << onu().stateText();
-
-    const auto made = calls();
-    ASSERT_EQ(made.size(), 11u);
-    EXPECT_EQ(made[0], "gponCtl_configTcontAllocId(3, 65535) = 0") << "an earlier binding is cleared first";
-    EXPECT_EQ(made[1], "gponCtl_configTcontAllocId(3, 1024) = 0");
-    EXPECT_EQ(made[2].substr(0, 23), "tmctl_portTmInit(2, 3, ");
-}
 
 TEST_F(Tconts, ABoundAllocIdIsAcceptedAgainWithoutACall) {
     adapter().provisionTCont({1024, 3, 0});

@@ -21,19 +21,6 @@ protected:
     static virtual_onu::Queue queue(unsigned tcont, unsigned id) { return onu().tcont(tcont)->queues.at(id); }
 };
 
-TEST_F(GemPorts, AreConfiguredEnabledAndCounted) {
-    const std::string printed = printedBy([] { EXPECT_EQ(adapter().configureXGEM(port(500)), 1); });
-    EXPECT_EQ(printed,
-              "\nconfigureXGEM:: xgemConfig.xgemPortId=500 xgemConfig.tContAllocId=1024 xgemConfig.upstreamQueue=2 \n");
-    const virtual_onu::GemPort want{1, 500, 1024, false, true, std::vector<std::uint32_t>(10)};
-    EXPECT_TRUE(onu().gemPort(500) == want) << onu().stateText();
-    EXPECT_EQ(adapter().tcontIdxToGemPortMap.at(3), 1);
-    std::vector<std::string> names;
-    for (const auto& entry : onu().trace()) names.push_back(entry.name);
-    EXPECT_EQ(names, (std::vector<std::string>{"gponCtl_configGemPort", "tmctl_getQueueCfg", "tmctl_setQueueCfg",
-                                               "system", "gponCtl_enableGemPort", "system"}));
-}
-
 TEST_F(GemPorts, ConfiguredTwiceAreOnePortThatHoldsTheDeviceUpTwice) {
     adapter().configureXGEM(port(500));
     adapter().setXgemStatus(500, false);

@@ -1,6 +1,4 @@
 // The engine's own state, map by map: a daemon that opens the file has what the one before it had.
-#include <cstdio>
-
 #include "BRCM/BCM968580/DATA/EngineState.h"
 #include "src/restart/Services.h"
 

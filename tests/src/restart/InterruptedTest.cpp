@@ -1,5 +1,4 @@
 // What an operation that was interrupted leaves, and what is somebody else's.
-#include <iostream>
 #include <map>
 
 #include <nlohmann/json.hpp>
