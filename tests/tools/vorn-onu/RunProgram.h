@@ -112,6 +112,10 @@ public:
         std::ofstream(file(name)) << text;
         return file(name);
     }
+    // A scenario of these steps.
+    std::string writeSteps(const std::string& name, const std::string& steps) const {
+        return write(name, R"({"title": "t", "steps": [)" + steps + "]}");
+    }
 
 private:
     std::string path_;
