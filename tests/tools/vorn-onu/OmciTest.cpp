@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <regex>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -59,29 +61,19 @@ TEST(Omci, ARefusalThatTheCaptureHasTooFailsOnlyAStrictRun) {
 
 // The messages of a capture as another ONU's: Ethernet ports in slot 10, T-CONTs and upstream queues from 0x8100 on.
 std::vector<std::string> renumbered() {
-    const auto file = vorn_onu::readMessages(vorn_onu::readFile(kCapture, 1U << 20U), kCapture);
-    const auto moved = [](omci::Bytes& content, std::size_t at) {
-        if (content[at] == 0x80) content[at + 0] = 0x81;
+    const std::pair<std::regex, const char*> changes[] = {
+        {std::regex("^(.{6}0a0106)80"), "$0181"},           // a T-CONT
+        {std::regex("^(.{6}0a000b)01"), "$010a"},           // an Ethernet port
+        {std::regex("^(.{4}440a010c.{8})80"), "$0181"},     // the T-CONT of a new GEM port
+        {std::regex("^(.{4}440a010c.{14})80"), "$0181"},    // its upstream queue
+        {std::regex("^(.{4}440a002f.{10}01)01"), "$010a"},  // the Ethernet port of a new bridge port
+        {std::regex("^(.{4}440a00ab.{4}02)01"), "$010a"},   // and of new tagging rows
     };
     std::vector<std::string> lines;
-    for (const auto& one : file.messages) {
-        omci::Message message = one.message;
-        if (message.isAnswer) continue;
-        const bool create = message.type == omci::MessageType::kCreate;
-        auto& instance = message.entity.instance;
-        if (message.entity.classId == omci::class_id::kTCont)
-            instance = static_cast<omci::InstanceId>(instance | 0x100U);
-        if (message.entity.classId == omci::class_id::kEthernetUni) instance = 0x0A00 | (instance & 0xFFU);
-        if (create && message.entity.classId == omci::class_id::kGemPort) {
-            moved(message.content, 2);
-            moved(message.content, 5);
-        }
-        const auto port = [&](std::size_t type, std::uint8_t code, std::size_t pointer) {
-            if (message.content[type] == code && message.content[pointer] == 1) message.content[pointer] = 0x0A;
-        };
-        if (create && message.entity.classId == omci::class_id::kBridgePort) port(3, 1, 4);
-        if (create && message.entity.classId == omci::class_id::kExtendedTagging) port(0, 2, 1);
-        lines.push_back(omci::hexText(omci::encodeFrame(message)));
+    for (const auto& one : vorn_onu::readMessages(vorn_onu::readFile(kCapture, 1U << 20U), kCapture).messages) {
+        if (one.message.isAnswer) continue;
+        lines.push_back(omci::hexText(omci::encodeFrame(one.message)));
+        for (const auto& [from, to] : changes) lines.back() = std::regex_replace(lines.back(), from, to);
     }
     return lines;
 }
@@ -103,25 +95,18 @@ TEST(Omci, AnotherOnusNumbersAreTakenFromOptionsOrTheCapturesUpload) {
     const std::string queues = "upstreamQueues=0x8100..0x813F";
     // An upload says it entity by entity; the answers only, as the requests say nothing.
     std::vector<std::string> upload;
-    unsigned part = 0;
-    const auto entry = [&](const std::string& entity) {
-        char head[32];
-        std::snprintf(head, sizeof head, "0%03x2e0a00020000", ++part);
-        upload.push_back(filled(head + entity));
+    const auto digits = [](std::size_t number, int width) {
+        char text[9];
+        std::snprintf(text, sizeof text, "%0*zx", width, number);
+        return std::string(text);
     };
-    char text[64];
-    for (unsigned at = 1; at <= 4; ++at) {
-        std::snprintf(text, sizeof text, "000b0a%02x 8000 00", at);
-        entry(text);
-    }
-    for (unsigned at = 0; at < 8; ++at) {
-        std::snprintf(text, sizeof text, "010681%02x 8000 ffff", at);
-        entry(text);
-    }
-    for (unsigned at = 0; at < 64; ++at) {
-        std::snprintf(text, sizeof text, "011581%02x 0400 81%02x%04x", at, at / 8, at % 8);
-        entry(text);
-    }
+    const auto entry = [&](const std::string& entity) {
+        upload.push_back(filled(digits(upload.size() + 1, 4) + "2e0a00020000" + entity));
+    };
+    for (unsigned at = 1; at <= 4; ++at) entry("000b0a" + digits(at, 2) + "800000");
+    for (unsigned at = 0; at < 8; ++at) entry("010681" + digits(at, 2) + "8000ffff");
+    for (unsigned at = 0; at < 64; ++at)
+        entry("011581" + digits(at, 2) + "040081" + digits(at / 8, 2) + digits(at % 8, 4));
     upload.insert(upload.end(), lines.begin(), lines.end());
     const std::vector<std::string> runs[] = {{bare, "--layout", ports, "--layout", tConts, "--layout", queues},
                                              {inText("omci-upload.txt", upload)}};

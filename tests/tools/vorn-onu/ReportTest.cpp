@@ -4,6 +4,7 @@
 
 #include "running/io/Words.h"
 #include "running/state/FailedCalls.h"
+#include "running/state/RuleReach.h"
 #include "running/state/ServiceWords.h"
 #include "running/state/Services.h"
 #include "tools/vorn-onu/RunProgram.h"
@@ -36,6 +37,15 @@ TEST(ReportServices, EndsAndGemPortsNameTheVlansThatPass) {
     EXPECT_EQ(vlanList(vlansAt(service, bare), 40), "");
     EXPECT_EQ(vlanList(vlansOnGemPort(service, 1), 40), "VID 100") << "what goes up";
     EXPECT_EQ(vlanList(vlansOnGemPort(service, 2), 40), "VID 300") << "nothing goes up: what comes down";
+}
+
+TEST(ReportRuleReach, AReceivedFrameGoesToTheDeviceOfTheFirstRuleThatFits) {
+    for (const std::string device : {"rxdev=", "txdev="}) {
+        DeviceState state;
+        state.tables = {
+            {"sid0", device == "rxdev=", 1, {{{device + "sid0.3"}}, {{device + "sid0.4", "vid0=7"}}}, "drop"}};
+        EXPECT_EQ(unreachableRules(state).size(), device == "rxdev=" ? 1U : 0U);
+    }
 }
 
 TEST(ReportFailedCalls, SayWhatCameBackInWhichStepAndWhy) {

@@ -96,15 +96,6 @@ TEST(Restart, ThatThereIsNoGemPortIsAnAnswerAndNoFailedCall) {
     EXPECT_FALSE(has(run.output, "gponCtl_getGemPort")) << run.output;
 }
 
-TEST(Restart, OnlyKillAndExitAreKnown) {
-    const ScratchDirectory scratch;
-    for (const json& wrong : {json("later"), json(true), json(nullptr)}) {
-        const auto file = scratch.write("wrong.json", scenarioOf(json::array({json{{"restart", wrong}}})).dump());
-        const ProgramResult run = expectTool({"run", file}, 2, {});
-        EXPECT_TRUE(has(run.output, "step 1: field 'restart'")) << run.output;
-    }
-}
-
 // A HAL that crashes is what a scenario with restarts may come upon.
 TEST(Restart, AHalThatCrashesFailsItsStepsUntilItIsStartedAnew) {
     SKIP_WHEN_EMULATED(kEmulatedFork);

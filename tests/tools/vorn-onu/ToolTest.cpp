@@ -150,38 +150,6 @@ TEST(Exec, MisspeltVariableIsRefusedWithTheRightOnes) {
 
 // ---- schema ----
 
-// The schema's way to write one operation, or null.
-json callSchema(const json& schema, const std::string& operation) {
-    for (const json& step : schema.at("properties").at("steps").at("items").at("anyOf")) {
-        if (!step.at("properties").contains("call")) continue;
-        const json& names = step["properties"]["call"].at("enum");
-        if (std::find(names.begin(), names.end(), operation) != names.end()) return step;
-    }
-    return nullptr;
-}
-
-TEST(Schema, KnowsEveryFieldThatTheScenariosUse) {
-    const json schema = json::parse(runTool({"schema"}).output, nullptr, false);
-    ASSERT_FALSE(schema.is_discarded());
-    EXPECT_EQ(schema.at("$schema"), "https://json-schema.org/draft/2020-12/schema");
-    std::set<std::string> seen;
-    for (const char* name : {"bridge", "internet", "qinq", "tcont-gem", "change-and-remove"}) {
-        const json scenario = readJson(kScenarios + "/" + name + ".json");
-        for (const json& step : scenario.at("steps")) {
-            if (!step.contains("call")) continue;
-            const json call = callSchema(schema, step["call"]);
-            ASSERT_FALSE(call.is_null()) << step["call"];
-            seen.insert(step["call"].get<std::string>());
-            for (const auto& [key, value] : step.items())
-                EXPECT_TRUE(call.at("properties").contains(key)) << step["call"] << ": " << key;
-        }
-    }
-    EXPECT_GE(seen.size(), 10u);
-    EXPECT_EQ(callSchema(schema, "configureBridge"), callSchema(schema, "vorn_omci_hal_configureBridge"));
-    const json ways = callSchema(schema, "vorn_omci_hal_configureBridge").at("anyOf");
-    EXPECT_NE(std::find(ways.begin(), ways.end(), json{{"required", {"bridgeId", "uniPort"}}}), ways.end()) << ways;
-}
-
 // The document tells of every member that a state has but those that go by the names of things.
 TEST(Schema, StateFormatTellsOfEveryMember) {
     const ScratchDirectory scratch;
