@@ -260,10 +260,8 @@ protected:
 TEST_F(PageOfAnOlt, HasAButtonForEachFaultOfItsAnswers) {
     const std::string part = "[aria-label=\"Drop the next answer to the OLT\"]";
     openAndWait(link_, part);
-    struct Case {
-        const char *button, *armed;  // its name; what the board has then, "" for what happens at once
-    };
-    const Case cases[] = {
+    // Its name; what the board has then, "" for what happens at once.
+    const std::pair<std::string, std::string> cases[] = {
         {"Drop the next answer to the OLT", "the next answer to the OLT is not sent"},
         {"Send the next answer to the OLT a second later", "the next answer to the OLT is sent 1000 ms later"},
         {"Send the next answer to the OLT twice", "the next answer to the OLT is sent twice"},
@@ -272,14 +270,13 @@ TEST_F(PageOfAnOlt, HasAButtonForEachFaultOfItsAnswers) {
         {"Move the data sync counter on by one", ""},
         {"Let the ONU restart by itself", ""},
     };
-    for (const Case& one : cases) {
+    for (const auto& [button, armed] : cases) {
         browser_->value("document.getElementById('outcome').textContent = ''");
-        browser_->value("document.querySelector('[aria-label=\"" + std::string(one.button) + "\"]').click()");
+        browser_->value("document.querySelector('[aria-label=\"" + button + "\"]').click()");
         EXPECT_TRUE(browser_->becomes("document.querySelector('#outcome.good')?.textContent.startsWith('fault: ')"))
-            << one.button << ": " << browser_->value("document.getElementById('outcome').textContent");
-        EXPECT_TRUE(browser_->becomes("document.getElementById('part-controls').innerText.includes('" +
-                                      std::string(one.armed) + "')"))
-            << one.button;
+            << button << ": " << browser_->value("document.getElementById('outcome').textContent");
+        EXPECT_TRUE(browser_->becomes("document.getElementById('part-controls').innerText.includes('" + armed + "')"))
+            << button;
     }
     browser_->value("document.querySelector('#fault-form button[data-step]').click()");
     EXPECT_TRUE(browser_->becomes("!document.getElementById('part-controls').innerText.includes('is not sent')"));

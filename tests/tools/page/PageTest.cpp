@@ -15,33 +15,30 @@ long numberAfter(const std::string& text, const std::string& word) {
 
 TEST_F(ServedBoard, IsForThisMachinesBrowserAlone) {
     const std::string port = std::to_string(port_);
-    struct Case {
-        std::string headers;
-        int page, events;  // what the page itself and what it loads answer
+    const std::pair<std::string, int> cases[] = {
+        // what the page itself and what it loads answer
+        {host(), 200},
+        {"Host: localhost:" + port + "\r\n", 200},
+        {host() + "Origin: http://127.0.0.1:" + port + "\r\nSec-Fetch-Site: same-origin\r\n", 200},
+        {host() + "Sec-Fetch-Site: cross-site\r\nSec-Fetch-Mode: navigate\r\n", 200},  // a link leads here
+        {"", 403},
+        {"Host: 127.0.0.1\r\n", 403},
+        {"Host: 127.0.0.1:1\r\n", 403},
+        {"Host: lab.example:" + port + "\r\n", 403},  // a name that was made to lead here
+        {"Host: 127.0.0.1:" + port + ".example\r\n", 403},
+        {host() + host(), 403},
+        {host() + "Origin: http://lab.example\r\n", 403},
+        {host() + "Origin: https://127.0.0.1:" + port + "\r\n", 403},
+        {host() + "Origin: null\r\n", 403},
+        {host() + "Sec-Fetch-Site: cross-site\r\nSec-Fetch-Mode: no-cors\r\n", 403},
+        {host() + "Sec-Fetch-Site: same-site\r\n", 403},
     };
-    const Case cases[] = {
-        {host(), 200, 200},
-        {"Host: localhost:" + port + "\r\n", 200, 200},
-        {host() + "Origin: http://127.0.0.1:" + port + "\r\nSec-Fetch-Site: same-origin\r\n", 200, 200},
-        {host() + "Sec-Fetch-Site: cross-site\r\nSec-Fetch-Mode: navigate\r\n", 200, 200},  // a link leads here
-        {"", 403, 403},
-        {"Host: 127.0.0.1\r\n", 403, 403},
-        {"Host: 127.0.0.1:1\r\n", 403, 403},
-        {"Host: lab.example:" + port + "\r\n", 403, 403},  // a name that was made to lead here
-        {"Host: 127.0.0.1:" + port + ".example\r\n", 403, 403},
-        {host() + host(), 403, 403},
-        {host() + "Origin: http://lab.example\r\n", 403, 403},
-        {host() + "Origin: https://127.0.0.1:" + port + "\r\n", 403, 403},
-        {host() + "Origin: null\r\n", 403, 403},
-        {host() + "Sec-Fetch-Site: cross-site\r\nSec-Fetch-Mode: no-cors\r\n", 403, 403},
-        {host() + "Sec-Fetch-Site: same-site\r\n", 403, 403},
-    };
-    for (const Case& one : cases) {
-        EXPECT_EQ(ask(port_, "GET", "/", one.headers).status, one.page) << one.headers;
-        Events events(port_, one.headers);
-        EXPECT_TRUE(events.tell("HTTP/1.1 " + std::to_string(one.events))) << one.headers;
-        if (one.events != 200) events.finish();
-        EXPECT_EQ(events.tell("event: parts"), one.events == 200) << one.headers;
+    for (const auto& [headers, status] : cases) {
+        EXPECT_EQ(ask(port_, "GET", "/", headers).status, status) << headers;
+        Events events(port_, headers);
+        EXPECT_TRUE(events.tell("HTTP/1.1 " + std::to_string(status))) << headers;
+        if (status != 200) events.finish();
+        EXPECT_EQ(events.tell("event: parts"), status == 200) << headers;
     }
 }
 
@@ -82,11 +79,7 @@ TEST_F(ServedBoard, ChangesNothingWithoutTheToken) {
 
 TEST_F(ServedBoard, RefusesWhatIsNoStepOfThePage) {
     const std::string deep(20000, '[');
-    struct Case {
-        std::string body;
-        int status;
-    };
-    const Case cases[] = {
+    const std::pair<std::string, int> cases[] = {
         {"", 400},
         {"{", 400},
         {"\xff\xfe", 400},
@@ -100,11 +93,11 @@ TEST_F(ServedBoard, RefusesWhatIsNoStepOfThePage) {
         {R"({"frame": {"from": "sid0", "tags": "<script>"}})", 422},
         {std::string(70000, ' '), 413},
     };
-    for (const Case& one : cases) {
-        const HttpAnswer answer = ask(port_, "POST", "/step", withToken(), one.body);
-        EXPECT_EQ(answer.status, one.status) << one.body.substr(0, 80) << "\n" << answer.body;
+    for (const auto& [body, status] : cases) {
+        const HttpAnswer answer = ask(port_, "POST", "/step", withToken(), body);
+        EXPECT_EQ(answer.status, status) << body.substr(0, 80) << "\n" << answer.body;
         EXPECT_TRUE(has(answer.head, "application/json")) << answer.head;
-        EXPECT_TRUE(one.status != 413 || has(answer.body, "a step has at most 65536 bytes")) << answer.body;
+        EXPECT_TRUE(status != 413 || has(answer.body, "a step has at most 65536 bytes")) << answer.body;
     }
     const HttpAnswer tooLong = ask(port_, "GET", "/" + std::string(9000, 'a'), host());
     EXPECT_EQ(tooLong.status, 414);

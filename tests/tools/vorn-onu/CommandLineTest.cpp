@@ -13,10 +13,8 @@ namespace {
 using vorn_onu::widthOf;
 
 TEST(CommandLine, WhatMakesNoSenseIsRefusedInOneLineThatSaysWhatIsMeant) {
-    const struct {
-        std::vector<std::string> words;
-        std::string line;  // how it starts, behind the tool's name
-    } cases[] = {
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        // how the line starts, behind the tool's name
         {{}, "say what to do: run, send, "},
         {{"gallop", "--quiet"}, "there is no command 'gallop'; there are run, "},
         {{"help", "snd"}, "there is no command 'snd', did you mean 'send'?"},
@@ -44,10 +42,10 @@ TEST(CommandLine, WhatMakesNoSenseIsRefusedInOneLineThatSaysWhatIsMeant) {
         {{"run", kInternet, "--forwarding", "other"}, "run: --forwarding: other not in {contract,g988}"},
         {{"omci", "--listen", "udp:192.0.2.1:7000"}, "udp:192.0.2.1:7000: others reach it; that needs --peer ADDRESS"},
     };
-    for (const auto& one : cases) {
-        const ProgramResult result = runTool(one.words);
-        EXPECT_EQ(result.code, 2) << one.line;
-        EXPECT_EQ(result.output.rfind("vorn-onu: " + one.line, 0), 0u) << result.output;
+    for (const auto& [words, line] : cases) {
+        const ProgramResult result = runTool(words);
+        EXPECT_EQ(result.code, 2) << line;
+        EXPECT_EQ(result.output.rfind("vorn-onu: " + line, 0), 0u) << result.output;
         EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1) << result.output;
     }
 }
@@ -77,25 +75,25 @@ TEST(CommandLine, EveryVariableThatIsReadIsInHelpEnvironmentAndTheManualPage) {
 }
 
 TEST(CommandLine, ABoardIsNumberedByItsHostName) {
-    const struct {
-        const char *host, *serialNumber, *baseMac;  // "": refused
-    } cases[] = {{"onu-0", "VORN00000000", "02:10:00:00:00:00"},
-                 {"onu-17", "VORN00000011", "02:10:00:00:01:10"},
-                 {"rack2-onu-0255", "VORN000000FF", "02:10:00:00:0f:f0"},
-                 {"4294967295", "VORNFFFFFFFF", "02:1f:ff:ff:ff:f0"},
-                 {"onu-4294967296", "", ""},
-                 {"onu-99999999999999999999", "", ""},
-                 {"onu-1a", "", ""},
-                 {"", "", ""}};
-    for (const auto& one : cases) {
-        SCOPED_TRACE(one.host);
-        if (*one.serialNumber == '\0') {
-            EXPECT_THROW(vorn_onu::boardOfHost(one.host, "VORN"), std::invalid_argument);
+    const std::tuple<std::string, std::string, std::string> cases[] = {
+        // "": refused
+        {"onu-0", "VORN00000000", "02:10:00:00:00:00"},
+        {"onu-17", "VORN00000011", "02:10:00:00:01:10"},
+        {"rack2-onu-0255", "VORN000000FF", "02:10:00:00:0f:f0"},
+        {"4294967295", "VORNFFFFFFFF", "02:1f:ff:ff:ff:f0"},
+        {"onu-4294967296", "", ""},
+        {"onu-99999999999999999999", "", ""},
+        {"onu-1a", "", ""},
+        {"", "", ""}};
+    for (const auto& [host, serialNumber, baseMac] : cases) {
+        SCOPED_TRACE(host);
+        if (serialNumber.empty()) {
+            EXPECT_THROW(vorn_onu::boardOfHost(host, "VORN"), std::invalid_argument);
             continue;
         }
-        const vorn_onu::BoardStart start = vorn_onu::boardOfHost(one.host, "VORN");
-        EXPECT_EQ(start.serialNumber, one.serialNumber);
-        EXPECT_EQ(start.baseMac, one.baseMac);
+        const vorn_onu::BoardStart start = vorn_onu::boardOfHost(host, "VORN");
+        EXPECT_EQ(start.serialNumber, serialNumber);
+        EXPECT_EQ(start.baseMac, baseMac);
     }
 }
 

@@ -131,12 +131,7 @@ TEST(Diff, AnswersByItsExitCodeAndNamesABadFile) {
     onu.addDevice("sid9");
     const std::string other = directory.write("other.json", onu.toJson().dump());
 
-    struct Case {
-        std::string after;
-        int code;
-        std::string reported;
-    };
-    for (const Case& one : std::vector<Case>{
+    for (const auto& [after, code, line] : std::vector<std::tuple<std::string, int, std::string>>{
              {run, 0, "no difference\n"},
              {other, 1, "device sid9 has appeared: down, MTU 1500\n"},
              {directory.file("none"), 2, directory.file("none") + ": cannot be opened: No such file or directory\n"},
@@ -147,10 +142,10 @@ TEST(Diff, AnswersByItsExitCodeAndNamesABadFile) {
              {directory.write("list", "[1]"), 2, directory.file("list") + ": is no device state: "},
              {directory.write("empty", "{}"), 2,
               directory.file("empty") + ": is no device state: key 'network' not found\n"}}) {
-        const auto result = runTool({"diff", board, one.after});
-        EXPECT_EQ(result.code, one.code) << one.after;
-        EXPECT_EQ(runTool({"diff", "--json", board, one.after}).code, one.code);
-        const std::string reported = (one.code == 2 ? "vorn-onu: " : "") + one.reported;
+        const auto result = runTool({"diff", board, after});
+        EXPECT_EQ(result.code, code) << after;
+        EXPECT_EQ(runTool({"diff", "--json", board, after}).code, code);
+        const std::string reported = (code == 2 ? "vorn-onu: " : "") + line;
         EXPECT_EQ(result.output.substr(0, reported.size()), reported);
         EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1) << result.output;
     }

@@ -146,15 +146,13 @@ TEST(Omci, ACaptureThatBeginsInTheMiddleIsToldAndPlayed) {
 
 TEST(Omci, TheDeviceIsAsTheMibSaysAndTheRecordedCallsMakeTheSameOne) {
     SKIP_WHEN_EMULATED(kNoLibpcap);
-    const struct {
-        const char* name;
-        nlohmann::json notCovered;
-    } captures[] = {{"gateway", {"VEIP service of message 9", "VEIP service of message 15"}},
-                    {"internet", nlohmann::json::array()},
-                    {"management", {"IP host of message 14"}},
-                    {"priorities", nlohmann::json::array()},
-                    {"television", {"multicast service of message 22"}},
-                    {"transparent", nlohmann::json::array()}};
+    const std::pair<const char*, nlohmann::json> captures[] = {
+        {"gateway", {"VEIP service of message 9", "VEIP service of message 15"}},
+        {"internet", nlohmann::json::array()},
+        {"management", {"IP host of message 14"}},
+        {"priorities", nlohmann::json::array()},
+        {"television", {"multicast service of message 22"}},
+        {"transparent", nlohmann::json::array()}};
     const ScratchDirectory scratch;
     const std::string record = scratch.file("calls.json");
     for (const auto& [name, notCovered] : captures) {

@@ -53,10 +53,7 @@ TEST(ReportFailedCalls, SayWhatCameBackInWhichStepAndWhy) {
                                         {2, "fault", "fault", "call 1 of tmctl_setQueueCfg will fail with 5", 10},
                                         {3, "board", "board", "refuseDeletion (veip0.1 2)", 10},
                                         {4, "call", "tcont_set", "", 30}};
-    const struct {
-        FailedCall call;
-        const char* words;
-    } cases[] = {
+    const std::pair<FailedCall, const char*> cases[] = {
         {{9, "gponCtl_enableGemPort", "1, 1001, 1", 2},
          "gponCtl_enableGemPort(1, 1001, 1) answered 2 (ENOENT, no such file or directory), in step 1, gemflow_add: "
          "there "
@@ -74,11 +71,7 @@ TEST(ReportFailedCalls, SayWhatCameBackInWhichStepAndWhy) {
         {{99, "other", "", -7}, "other() answered -7"},
         {{99, "other", "", 7000}, "other() answered 7000"},
     };
-    for (const auto& one : cases) {
-        const auto words = failedCallWords({one.call}, steps);
-        ASSERT_EQ(words.size(), 1u);
-        EXPECT_EQ(words[0].sentence(), one.words);
-    }
+    for (const auto& [call, sentence] : cases) EXPECT_EQ(failedCallWords({call}, steps).at(0).sentence(), sentence);
     const FailedCall again{14, "vlanCtl_init", "", 1};
     const auto words = failedCallWords({again, again, {31, "vlanCtl_init", "", 1}}, steps);
     ASSERT_EQ(words.size(), 2u) << "the third call is of no step";

@@ -50,10 +50,7 @@ TEST(Show, OnlyAWindowBreaksTheLinesOfAFailure) {
 }
 
 TEST(Show, FieldsReadLikeASentence) {
-    const struct {
-        const char* fields;
-        const char* words;
-    } cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {R"({"vlanTciFilterList": "0064b0c8"})", "vlanTciFilterList (VID 100, VID 200 p5 DEI)"},
         {R"({"vlanTciFilterList": "0064b"})", "vlanTciFilterList 0064b"},
         {R"({"vlanTciFilterList": []})", "vlanTciFilterList (none)"},

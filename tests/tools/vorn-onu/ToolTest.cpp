@@ -94,22 +94,6 @@ TEST(Tool, BadScenarioEndsWithCodeTwoAndOneLineThatNamesThePlace) {
     for (const auto& [step, line] : steps) expectRefusal(scratch.writeSteps("bad.json", step), line);
 }
 
-// ---- run ----
-
-TEST(Tool, OutputOfTheHalIsKeptApartUnlessItIsAskedFor) {
-    const std::string scenario = kScenarios + "/bridge.json";
-    const std::string line = "Configuring default bridge:br0!!!";
-    const ScratchDirectory scratch;  // runs of one scenario share the file's name
-    const ProgramResult plain = runProgram({"/usr/bin/env", "TMPDIR=" + scratch.file(""), kTool, "run", scenario});
-    EXPECT_EQ(plain.output.find(line), std::string::npos);
-    const auto named = plain.output.find("what the HAL printed: ");
-    ASSERT_NE(named, std::string::npos);
-    const auto start = named + std::string("what the HAL printed: ").size();
-    const std::string file = plain.output.substr(start, plain.output.find(" (", start) - start);
-    expectHas(contentOf(file), {line});
-    expectHas(runTool({"run", scenario, "--hal-output"}).output, {line});
-}
-
 TEST(Tool, InfoTellsWhatTheHalReportsOfTheBoardThatAScenarioSetsUp) {
     const ScratchDirectory scratch;
     const std::string file =
@@ -171,11 +155,7 @@ TEST(Schema, StateFormatTellsOfEveryMember) {
 // ---- words ----
 
 TEST(RuleWords, SayWhatARuleDoes) {
-    const struct {
-        std::set<unsigned> tags;
-        std::vector<std::string> terms;
-        const char* sentence;
-    } cases[] = {
+    const std::tuple<std::set<unsigned>, std::vector<std::string>, const char*> cases[] = {
         {{1},
          {"rxdev=sid0.3", "type=0x8100", "push", "pbits0:=pbits1", "vid0:=500", "type:=0x88a8"},
          "single-tagged frames with TPID 0x8100 from sid0: push VID 500, p-bits of the second tag, TPID 0x88a8 → "
@@ -187,8 +167,8 @@ TEST(RuleWords, SayWhatARuleDoes) {
          {"rxdev=sid0.3", "type=0x8863", "push", "push", "vid0:=5", "vid1:=6", "ipproto=2"},
          "untagged frames with PPPoE discovery, IGMP from sid0: push VID 6, push VID 5 → sid0.3"},
     };
-    for (const auto& one : cases)
-        EXPECT_EQ(vorn_onu::ruleWords("sid0", true, one.tags, one.terms).sentence(), one.sentence);
+    for (const auto& [tags, terms, sentence] : cases)
+        EXPECT_EQ(vorn_onu::ruleWords("sid0", true, tags, terms).sentence(), sentence);
 }
 
 }  // namespace
