@@ -119,9 +119,7 @@ TEST_F(ServedBoard, TakesEveryNumberThatAFieldOffers) {
         {"advance", R"({"advance": #})"},
     };
     const std::string page = ask(port_, "GET", "/", host()).body;
-    std::size_t fields = 0;
-    for (std::size_t at = 0; (at = page.find("type=\"number\"", at + 1)) != std::string::npos;) ++fields;
-    EXPECT_EQ(fields, std::size(cases));
+    EXPECT_EQ(occurrences(page, "type=\"number\""), std::size(cases));
     for (const auto& [name, step] : cases) {
         const std::size_t at = page.find("name=\"" + std::string(name) + "\"");
         ASSERT_NE(at, std::string::npos) << name;
@@ -209,7 +207,7 @@ TEST_F(ServedBoard, TellsWhatHappensOnTheBoard) {
     EXPECT_TRUE(events.tell("SIOCBRADDBR"));  // among the last calls
 }
 
-TEST_F(ServedBoard, FollowsAFrameHopByHop) {
+TEST_F(ServedBoard, FollowsAFrameHopByHopAndEscapesNames) {
     const json sent = json::parse(step({{"frame", {{"from", "sid0"}}}}).body);
     EXPECT_TRUE(sent["passed"]);
     EXPECT_EQ(sent["words"], "frame: untagged IPv4 from sid0: leaves the device");
@@ -217,9 +215,6 @@ TEST_F(ServedBoard, FollowsAFrameHopByHop) {
     const json lost = json::parse(step({{"frame", {{"from", "sid0"}, {"tags", {{{"vid", 7}}}}}}}).body);
     expectHas(lost["words"], {"is dropped"});
     expectHas(lost["html"], {"dropped at sid0"});
-}
-
-TEST_F(ServedBoard, EscapesNames) {
     Events events(port_, host());
     ASSERT_TRUE(events.tell("&lt;s&gt;bad"));
     ASSERT_TRUE(events.tell("\"services\""));

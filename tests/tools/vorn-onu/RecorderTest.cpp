@@ -142,14 +142,6 @@ TEST_F(Recorder, GoesOnInAChildAndWithClosedDescriptors) {
     }
 }
 
-TEST_F(Recorder, SaysSoWhenThereIsNothingToRecord) {
-    const auto result = record({"true"}, file("recording.json"));
-    EXPECT_EQ(result.code, 0);
-    expectHas(result.output, {"has not called the HAL"});
-    EXPECT_EQ(record({"true"}, "/nowhere/recording.json").code, 2);
-    EXPECT_EQ(record({"true"}, "/dev/null").code, 2);
-}
-
 TEST_F(Recorder, AFullDiskLeavesTheCallsThatFitted) {
     const std::string limited =
         std::string("ulimit -f 4; trap '' XFSZ; exec ") + TEST_DAEMON_BINARY + " record everything >/dev/null";

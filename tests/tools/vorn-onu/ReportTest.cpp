@@ -145,12 +145,6 @@ TEST(ReportPage, OfAnEmptyDeviceIsAPageToo) {
     EXPECT_EQ(reportOfSteps("t", R"({"note": "n"})", 0).find("<svg"), std::string::npos);
 }
 
-std::size_t occurrences(const std::string& text, const std::string& part) {
-    std::size_t count = 0;
-    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
-    return count;
-}
-
 TEST(ReportPage, FoldsManyServicesAndWarningsUp) {
     std::string steps = R"({"board": {"commands": ["a")";
     for (char letter = 'b'; letter <= 'z'; ++letter) steps += std::string(R"(, ")") + letter + '"';

@@ -119,7 +119,6 @@ TEST(Exec, ProgramThatNeverHeardOfADeviceRunsAsAlways) {
 #if defined(VORN_EMULATED)
     GTEST_SKIP() << "the host's programs are of another machine than the virtual ONU";
 #endif
-    EXPECT_EQ(runTool({"exec", "--", "/bin/true"}).output, "/bin/true: has not touched the device\n");
     const ProgramResult list = expectTool({"exec", "--quiet", "--", "/bin/ls", kScenarios}, 0, {});
     EXPECT_EQ(list.output, runProgram({"/bin/ls", kScenarios}).output);
     EXPECT_EQ(runTool({"exec", "--quiet", "--", "/bin/sh", "-c", "exit 7"}).code, 7);
