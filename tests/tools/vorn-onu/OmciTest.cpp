@@ -43,9 +43,11 @@ std::string filled(std::string head) {
 TEST(Omci, WhatIsAcceptedInVainIsNotCalledAnEffect) {
     const std::string reset = filled("00014f0a00020000");
     const std::string tree = filled("0002440a002d0003 010101 8000 1400 0200 0f00 0000");
-    expectTool({"omci", inText("omci-in-vain.txt", {reset, tree})}, 0,
+    const std::string path = inText("omci-in-vain.txt", {reset, tree});
+    expectTool({"omci", path}, 0,
                {"! MAC bridge service profile 0x0003: there is no spanning tree",
                 "✓ every message was answered with success: 2 messages of the OLT, 0 HAL calls, 1 piece"});
+    expectTool({"omci", path, "--until", "3"}, 2, {"has 2 messages, there is no message 3"});
 }
 
 TEST(Omci, ARefusalThatTheCaptureHasTooFailsOnlyAStrictRun) {
