@@ -102,47 +102,22 @@ private:
             any_ = true;
             return anyOperation(input_);
         }
-        switch (kind) {
-            case 0:
-                engine().configureBridge(bridge(), 0, false);
-                break;
-            case 1:
-                engine().configureBridge(bridge(), uniPort(), false);
-                break;
-            case 2:
-            case 3: {
-                const auto record = service();
-                engine().configureAniTagRules(&record);
-                break;
-            }
-            case 4:
-            case 5: {
-                const auto record = row();
-                engine().configureUniInterface(&record);
-                engine().configureUniTagRules(&record);
-                break;
-            }
-            case 6: {
-                const auto record = service();
-                engine().unsetPbitData(&record);
-                break;
-            }
-            case 7: {
-                const auto record = service();
-                engine().deprovisionAniSideBridge(&record);
-                break;
-            }
-            case 8: {
-                const auto record = service();
-                engine().deprovisionUniSideBridge(&record);
-                break;
-            }
-            default: {
-                const std::uint16_t port = uniPort(), id = bridge();
-                engine().deConfigureUniTagRules(port, id);
-                engine().deConfigureUniInterface(port, id);
-                break;
-            }
+        if (kind < 2) {
+            engine().configureBridge(bridge(), kind == 0 ? std::uint16_t{0} : uniPort(), false);
+        } else if (kind == 4 || kind == 5) {
+            const auto record = row();
+            engine().configureUniInterface(&record);
+            engine().configureUniTagRules(&record);
+        } else if (kind == 9) {
+            const std::uint16_t port = uniPort(), id = bridge();
+            engine().deConfigureUniTagRules(port, id);
+            engine().deConfigureUniInterface(port, id);
+        } else {
+            const auto record = service();
+            if (kind < 4) engine().configureAniTagRules(&record);
+            if (kind == 6) engine().unsetPbitData(&record);
+            if (kind == 7) engine().deprovisionAniSideBridge(&record);
+            if (kind == 8) engine().deprovisionUniSideBridge(&record);
         }
     }
 

@@ -47,15 +47,9 @@ void cycle(const vorn_onu::Scenario& scenario, const vorn_onu::Scenario& takeDow
 
 constexpr double kMaxGrowth = 16;  // bytes of heap that a cycle may cost
 
-struct SoakOptions {
-    std::string scenario;
-    unsigned cycles = 10000;
-};
-
-int soak(const SoakOptions& options) {
-    const auto work = std::filesystem::temp_directory_path();
-    const auto scenario = vorn_onu::loadScenario(options.scenario);
-    const auto takeDown = fault_sweep::takeDownOf(options.scenario, work);
+int soak(const std::string& file, unsigned cycles) {
+    const auto scenario = vorn_onu::loadScenario(file);
+    const auto takeDown = fault_sweep::takeDownOf(file, std::filesystem::temp_directory_path());
     auto& onu = VirtualOnu::instance();
     onu.reset();
     vorn_onu::RunContext context{onu, HALFactory::getInstance()->CreateHALObject(0), {}};
@@ -64,9 +58,9 @@ int soak(const SoakOptions& options) {
     const int shown = dup(STDOUT_FILENO);  // the HAL's own lines go nowhere
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     dup2(nowhere, STDOUT_FILENO);
-    const unsigned warmUp = options.cycles / 10;
+    const unsigned warmUp = cycles / 10;
     Usage before;
-    for (unsigned n = 0; n < warmUp + options.cycles; ++n) {
+    for (unsigned n = 0; n < warmUp + cycles; ++n) {
         if (n == warmUp) before = usage();
         cycle(scenario, takeDown, context, n == 0);
     }
@@ -74,8 +68,8 @@ int soak(const SoakOptions& options) {
     std::fflush(stdout);
     dup2(shown, STDOUT_FILENO);
 
-    const double growth = static_cast<double>(after.heapBytes - before.heapBytes) / options.cycles;
-    std::printf("%u cycles of %s after %u to warm up\n", options.cycles, scenario.title.c_str(), warmUp);
+    const double growth = static_cast<double>(after.heapBytes - before.heapBytes) / cycles;
+    std::printf("%u cycles of %s after %u to warm up\n", cycles, scenario.title.c_str(), warmUp);
     std::printf("heap in use %ld -> %ld bytes: %+.2f bytes a cycle\n", before.heapBytes, after.heapBytes, growth);
     std::printf("resident %ld -> %ld KiB\n", before.residentKib, after.residentKib);
     std::printf("descriptors %ld -> %ld\n", before.descriptors, after.descriptors);
@@ -87,13 +81,14 @@ int soak(const SoakOptions& options) {
 
 int main(int argc, char** argv) {
     CLI::App app("Provisions and takes down the services of a scenario thousands of times.", "vorn-soak");
-    SoakOptions options;
-    app.add_option("SCENARIO", options.scenario, "the scenario")->required();
-    app.add_option("--cycles", options.cycles, "how often")->check(CLI::PositiveNumber);
+    std::string file;
+    unsigned cycles = 10000;
+    app.add_option("SCENARIO", file, "the scenario")->required();
+    app.add_option("--cycles", cycles, "how often")->check(CLI::PositiveNumber);
     int result = 2;
     try {
         app.parse(argc, argv);
-        result = soak(options);
+        result = soak(file, cycles);
     } catch (const CLI::ParseError& error) {
         result = app.exit(error) == 0 ? 0 : 2;
     } catch (const std::exception& error) {

@@ -2,9 +2,10 @@
 #include <sys/ioctl.h>
 #include <termios.h>
 
-#include <map>
+#include <algorithm>
 #include <memory>
 #include <regex>
+#include <sstream>
 
 #include "support/Emulated.h"
 #include "tools/living/LivingBoards.h"
@@ -12,67 +13,33 @@
 
 namespace {
 
-// As much of a terminal as the view uses: lines of text, the place to write at, the other screen.
-class Window {
-public:
-    void take(const std::string& bytes) {
-        for (std::size_t i = 0; i < bytes.size(); ++i) {
-            if (bytes[i] == '\x1b')
-                i = takeSequence(bytes, i + 1);
-            else if (bytes[i] == '\r')
-                column_ = 0;
-            else if (bytes[i] == '\n')
-                ++row_;
-            else if ((static_cast<unsigned char>(bytes[i]) & 0xC0U) != 0x80)
-                put(bytes[i]);
+// The last whole drawing: from the top of the window to the next time that it begins there, without colours.
+struct Drawing {
+    explicit Drawing(const std::string& output) {
+        const std::size_t end = output.rfind("\x1b[H");
+        const std::size_t begin = end == 0 || end == std::string::npos ? end : output.rfind("\x1b[H", end - 1);
+        std::istringstream drawn(begin == std::string::npos ? "" : output.substr(begin, end - begin));
+        for (std::string line; std::getline(drawn, line); ++rows) {
+            EXPECT_TRUE(has(line, "\x1b[K")) << "what was there stays: " << line;
+            line = std::regex_replace(line, std::regex("\x1b\\[[0-9;?]*[a-zA-Z]|\r"), "");
+            widest =
+                std::max(widest, std::count_if(line.begin(), line.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+            text += line + "\n";
         }
     }
-    std::string text() const {
-        std::string all;
-        for (const auto& [number, line] : lines_) all += line + "\n";
-        return all;
-    }
-    std::size_t widest = 0, lowest = 0;  // ever written to
-    bool other = false, cursor = true;   // the other screen is shown, the cursor is
-
-private:
-    void put(char c) {
-        std::string& line = lines_[row_];
-        if (line.size() <= column_) line.resize(column_ + 1, ' ');
-        line[column_++] = c;
-        widest = std::max(widest, column_);
-        lowest = std::max(lowest, row_);
-    }
-    std::size_t takeSequence(const std::string& bytes, std::size_t i) {
-        const std::size_t end = bytes.find_first_of("HJKmhl", i);
-        if (end == std::string::npos) return bytes.size();
-        const std::string sequence = bytes.substr(i, end - i + 1);
-        if (sequence == "[H") row_ = column_ = 0;
-        if (sequence == "[K") lines_[row_].resize(std::min(lines_[row_].size(), column_));
-        if (sequence == "[J") lines_.erase(lines_.upper_bound(row_), lines_.end());
-        if (sequence == "[?1049h" || sequence == "[?1049l") other = sequence.back() == 'h';
-        if (sequence == "[?25h" || sequence == "[?25l") cursor = sequence.back() == 'h';
-        return end;
-    }
-    std::map<std::size_t, std::string> lines_;
-    std::size_t row_ = 0, column_ = 0;
+    std::string text;
+    std::ptrdiff_t widest = 0, rows = 0;
 };
+
+// The other screen is left, and the cursor shown again.
+bool isBack(const std::string& output) {
+    const auto last = [&](const char* what) { return static_cast<std::ptrdiff_t>(output.rfind(what)); };  // -1: never
+    return last("\x1b[?1049l") > last("\x1b[?1049h") && last("\x1b[?25h") > last("\x1b[?25l");
+}
 
 pid_t childOf(pid_t parent) {
     const ProgramResult found = runProgram({"pgrep", "-P", std::to_string(parent)});
     return found.code == 0 ? std::stoi(found.output) : 0;
-}
-
-std::string lineOf(const std::string& text, const std::string& start) {
-    const std::size_t at = text.find(start);
-    return at == std::string::npos ? "" : text.substr(at, text.find('\n', at) - at);
-}
-
-// From the top of the window to the next time that it begins there.
-std::string lastDrawing(const std::string& output) {
-    const std::size_t end = output.rfind("\x1b[H");
-    const std::size_t begin = end == 0 || end == std::string::npos ? end : output.rfind("\x1b[H", end - 1);
-    return begin == std::string::npos ? "" : output.substr(begin, end - begin);
 }
 
 class Watching : public ::testing::TestWithParam<int> {
@@ -90,11 +57,6 @@ protected:
         size.ws_row = static_cast<unsigned short>(rows);
         return size;
     }
-    static Window windowOf(TerminalSession& session) {
-        Window window;
-        window.take(session.output());
-        return window;
-    }
     ScratchDirectory scratch_;
     RuntimeDirectory runtime_;
     std::unique_ptr<BackgroundProgram> run_;
@@ -108,46 +70,37 @@ TEST_P(Watching, FitsTheWindowFollowsItsSizeAndLeavesItClean) {
     client.step({{"fault", {{"function", "tmctl_setQueueCfg"}, {"nth", 2}, {"may", true}}}});
     TerminalSession session({kTool, "at", "lab", "watch"}, sizeOf(columns, 30));
     ASSERT_TRUE(becomesTrue([&] {
-        const std::string text = windowOf(session).text();
-        return text.find("vlanCtl_") != std::string::npos && text.find("2000") != std::string::npos &&
-               text.find("q ends") != std::string::npos;  // all of it has been drawn
+        const std::string text = Drawing(session.output()).text;
+        return has(text, "vlanCtl_") && has(text, "2000") && has(text, "q ends");  // all of it has been drawn
     })) << session.output();
-    Window window = windowOf(session);
-    EXPECT_TRUE(window.other);
-    EXPECT_FALSE(window.cursor);
-    EXPECT_LE(window.widest, static_cast<std::size_t>(columns));
-    EXPECT_LT(window.lowest, 30U);
-    expectHas(window.text(), {"lab: exec", "Services", "Ports", "GEM ports", "Warnings", "the gateway is silent",
-                              "Armed faults", "call 2 of tmctl_setQueueCfg", "Last calls", "q ends"});
-    EXPECT_EQ(window.text().find("bit/s") != std::string::npos, columns >= 110);
+    const Drawing whole(session.output());
+    expectHas(session.output(), {"\x1b[?1049h", "\x1b[?25l"});
+    EXPECT_FALSE(isBack(session.output()));
+    EXPECT_LE(whole.widest, columns);
+    EXPECT_LE(whole.rows, 30);
+    expectHas(whole.text, {"lab: exec", "Services", "Ports", "GEM ports", "Warnings", "the gateway is silent",
+                           "Armed faults", "call 2 of tmctl_setQueueCfg", "Last calls", "q ends"});
 
     // Rates: frames that come in, once there are two looks at the counters.
+    const std::regex onlyIn("\n  sid1  up [^-\n]* [1-9][0-9]* +0 +[0-9]+ *\n");
     EXPECT_TRUE(becomesTrue([&] {
         client.ask({{"do", "send"}, {"frame", {{"from", "sid1"}}}});
-        const std::string line = lineOf(windowOf(session).text(), "  sid1  up ");
-        const bool onlyIn = std::regex_search(line, std::regex(" [1-9][0-9]* +0 +[0-9]+ *$"));
-        return onlyIn && line.find(" - ") == std::string::npos;
-    })) << windowOf(session).text();
+        return std::regex_search(Drawing(session.output()).text, onlyIn);
+    })) << session.output();
 
     session.resize(sizeOf(60, 13));
-    Window small;
-    ASSERT_TRUE(becomesTrue([&] {
-        small = Window();
-        small.take(lastDrawing(session.output()));
-        return small.lowest == 12;
-    })) << small.text();
-    EXPECT_LE(small.widest, 60U);
-    expectHas(small.text(), {"Last calls"});
+    ASSERT_TRUE(becomesTrue([&] { return Drawing(session.output()).rows == 13; })) << session.output();
+    const Drawing small(session.output());
+    EXPECT_LE(small.widest, 60);
+    expectHas(small.text, {"Last calls"});
 
     const auto showsNow = [&session](const std::string& wanted, const std::string& unwanted) {
         return becomesTrue([&] {
-            Window now;
-            now.take(lastDrawing(session.output()));
-            return now.text().find(wanted) != std::string::npos &&
-                   (unwanted.empty() || now.text().find(unwanted) == std::string::npos);
+            const std::string text = Drawing(session.output()).text;
+            return has(text, wanted) && (unwanted.empty() || !has(text, unwanted));
         });
     };
-    EXPECT_TRUE(showsNow("GEM ports (1 to 1 of 2)", "")) << small.text();
+    EXPECT_TRUE(showsNow("GEM ports (1 to 1 of 2)", "")) << small.text;
     session.type('j');
     EXPECT_TRUE(showsNow("GEM ports (2 to 2 of 2)", ""));
     for (const char key : {'k', '/', '2', '0', '0', '0', '\n', 's'}) session.type(key);
@@ -156,9 +109,7 @@ TEST_P(Watching, FitsTheWindowFollowsItsSizeAndLeavesItClean) {
 
     session.type('q');
     EXPECT_EQ(session.exitCode(), 0);
-    window = windowOf(session);
-    EXPECT_FALSE(window.other);
-    EXPECT_TRUE(window.cursor);
+    EXPECT_TRUE(isBack(session.output()));
 }
 INSTANTIATE_TEST_SUITE_P(Columns, Watching, ::testing::Values(80, 120, 140),
                          [](const auto& one) { return std::to_string(one.param); });
@@ -186,9 +137,7 @@ TEST_P(Leaving, GivesTheTerminalBack) {
     ASSERT_TRUE(session.shows("all is said")) << session.output();
     session.type('\n');
     EXPECT_EQ(session.exitCode(), 0);
-    const Window window = windowOf(session);
-    EXPECT_FALSE(window.other);
-    EXPECT_TRUE(window.cursor);
+    EXPECT_TRUE(isBack(session.output()));
     const std::string after = session.output().substr(session.output().find("back "));
     expectHas(after, {" icanon", " echo "});
 }

@@ -10,6 +10,10 @@ namespace {
 
 using nlohmann::json;
 
+// Expressions of the page's script.
+const std::string kIsOld = "document.getElementById('readonly').innerText.includes('started again')";
+const std::string kIsDisabled = "document.querySelector('#changes button').matches(':disabled')";
+
 class PageInBrowser : public ServedBoard {
 protected:
     void SetUp() override {
@@ -27,6 +31,12 @@ protected:
         ASSERT_TRUE(browser_->becomes("document.getElementById('connection')?.textContent === 'Live'"));
         ASSERT_TRUE(browser_->becomes("document.querySelector('" + part + "')"));
     }
+    // By the page's form.
+    void sendFrame(const std::vector<std::pair<std::string, std::string>>& fields) {
+        std::string script = "(() => { const form = document.getElementById('frame-form'); form.reset(); ";
+        for (const auto& [name, value] : fields) script += "form.elements['" + name + "'].value = '" + value + "'; ";
+        browser_->value(script + "form.requestSubmit(); })()");
+    }
     // An expression of the page's script: of all rows that are paragraphs, how many have a label over another one.
     static std::string overlaps() {
         return "[...document.querySelectorAll('.stacks td + td')].filter(e => e.offsetParent && "
@@ -35,35 +45,29 @@ protected:
     std::unique_ptr<Browser> browser_;
 };
 
-TEST_F(PageInBrowser, OnlyLooksWithoutTheToken) {
-    openAndWait("http://localhost:" + std::to_string(port_) + "/");
+TEST_F(PageInBrowser, ChangesNothingWithoutTheTokenAndKeepsItOutOfTheAddress) {
+    const std::string other = "http://localhost:" + std::to_string(port_) + "/";  // whose token is another one
+    openAndWait(other);
     EXPECT_EQ(browser_->value("document.getElementById('readonly').hidden"), false);
     EXPECT_EQ(browser_->value("[...document.querySelectorAll('button, input:not(#filter), select')].every(e => "
                               "e.matches(':disabled'))"),
               true);
-}
-
-TEST_F(PageInBrowser, KeepsTheTokenOutOfTheAddress) {
+    openAndWait(other + "?token=" + std::string(32, '0'));
+    EXPECT_EQ(browser_->value(kIsOld), true);
     openAndWait(link_);
     EXPECT_EQ(browser_->value("location.search"), "");
     EXPECT_EQ(browser_->value("document.getElementById('readonly').hidden"), true);
     browser_->call("Page.reload", json::object());
     ASSERT_TRUE(browser_->becomes("document.getElementById('connection')?.textContent === 'Live'"));
-    EXPECT_EQ(browser_->value("document.querySelector('button').matches(':disabled')"), false);
-    // A link with a wrong one does not take it away.
+    EXPECT_EQ(browser_->value(kIsDisabled), false);
     openAndWait("http://127.0.0.1:" + std::to_string(port_) + "/?token=wrong");
-    EXPECT_EQ(browser_->value("document.querySelector('button').matches(':disabled')"), false);
+    EXPECT_EQ(browser_->value(kIsDisabled), false) << "a link with a wrong one does not take it away";
 }
 
-TEST_F(PageInBrowser, SaysThatATokenIsOldAndRefusesHalvesOfTags) {
-    openAndWait("http://localhost:" + std::to_string(port_) + "/?token=" + std::string(32, '0'));
-    EXPECT_EQ(browser_->value("document.getElementById('readonly').innerText.includes('started again')"), true);
+TEST_F(PageInBrowser, RefusesHalvesOfTags) {
     openAndWait(link_);
     for (const char* field : {"outer-pbits", "inner-vid"}) {
-        browser_->value(
-            "(() => { const form = document.getElementById('frame-form'); form.reset(); form.elements.from.value = "
-            "'sid0'; form.elements['" +
-            std::string(field) + "'].value = '3'; form.requestSubmit(); })()");
+        sendFrame({{"from", "sid0"}, {field, "3"}});
         EXPECT_TRUE(
             browser_->becomes("/^Not done: (the outer tag|an inner tag)/.test(document.getElementById('outcome')"
                               ".textContent)"))
@@ -78,11 +82,10 @@ TEST_F(PageInBrowser, SaysThatItsServerWasStartedAgain) {
     page_->end(SIGTERM);
     ASSERT_TRUE(browser_->becomes("document.getElementById('connection').className === 'lost'"));
     startPage(port);
-    const std::string old = "document.getElementById('readonly').innerText.includes('started again')";
-    EXPECT_TRUE(browser_->becomes(old));
-    EXPECT_EQ(browser_->value("document.querySelector('#changes button').matches(':disabled')"), true);
+    EXPECT_TRUE(browser_->becomes(kIsOld));
+    EXPECT_EQ(browser_->value(kIsDisabled), true);
     openAndWait(link_);
-    EXPECT_EQ(browser_->value("document.querySelector('#changes button').matches(':disabled')"), false);
+    EXPECT_EQ(browser_->value(kIsDisabled), false);
     browser_->forgetComplaints();
 }
 
@@ -120,18 +123,12 @@ TEST_F(PageInBrowser, IsUsedByKeyboard) {
 
 TEST_F(PageInBrowser, FollowsAComposedFrame) {
     openAndWait(link_);
-    browser_->value(
-        "(() => { const form = document.getElementById('frame-form'); form.elements.from.value = 'sid0';"
-        " form.elements['outer-vid'].value = '20'; form.elements['outer-pbits'].value = '3'; form.requestSubmit(); "
-        "})()");
+    sendFrame({{"from", "sid0"}, {"outer-vid", "20"}, {"outer-pbits", "3"}});
     EXPECT_TRUE(browser_->becomes("document.querySelectorAll('#way tbody tr').length >= 3"));
-    const std::string way = browser_->value("document.getElementById('way').innerText");
-    expectHas(way, {"leaves at GEM port 1002"});
+    expectHas(browser_->value("document.getElementById('way').innerText"), {"leaves at GEM port 1002"});
     EXPECT_TRUE(browser_->becomes("document.getElementById('part-counters').innerText.includes('GEM port 1002')"));
     // What is wrong is said, and nothing of it becomes markup.
-    browser_->value(
-        "const form = document.getElementById('frame-form'); form.elements.from.value = '<s>bad'; "
-        "form.requestSubmit()");
+    sendFrame({{"from", "<s>bad"}});
     EXPECT_TRUE(browser_->becomes("document.getElementById('outcome').textContent.includes('<s>bad')"));
     EXPECT_EQ(browser_->value("document.querySelector('s')"), nullptr);
 }
@@ -163,9 +160,7 @@ TEST_F(PageInBrowser, NamesEverythingForAScreenReader) {
 
 TEST_F(PageInBrowser, FitsFromFourHundredPixelsOn) {
     openAndWait(link_);
-    browser_->value(
-        "document.getElementById('frame-form').elements.from.value = 'sid0', "
-        "document.getElementById('frame-form').requestSubmit()");
+    sendFrame({{"from", "sid0"}});
     ASSERT_TRUE(browser_->becomes("document.querySelector('#way tbody tr')"));
     for (const int width : {400, 420, 900, 1400})
         for (const char* scheme : {"light", "dark"}) {
@@ -265,10 +260,8 @@ protected:
 TEST_F(PageOfAnOlt, HasAButtonForEachFaultOfItsAnswers) {
     const std::string part = "[aria-label=\"Drop the next answer to the OLT\"]";
     openAndWait(link_, part);
-    struct Case {
-        const char *button, *armed;  // its name; what the board has then, "" for what happens at once
-    };
-    const Case cases[] = {
+    // Its name; what the board has then, "" for what happens at once.
+    const std::pair<std::string, std::string> cases[] = {
         {"Drop the next answer to the OLT", "the next answer to the OLT is not sent"},
         {"Send the next answer to the OLT a second later", "the next answer to the OLT is sent 1000 ms later"},
         {"Send the next answer to the OLT twice", "the next answer to the OLT is sent twice"},
@@ -277,14 +270,13 @@ TEST_F(PageOfAnOlt, HasAButtonForEachFaultOfItsAnswers) {
         {"Move the data sync counter on by one", ""},
         {"Let the ONU restart by itself", ""},
     };
-    for (const Case& one : cases) {
+    for (const auto& [button, armed] : cases) {
         browser_->value("document.getElementById('outcome').textContent = ''");
-        browser_->value("document.querySelector('[aria-label=\"" + std::string(one.button) + "\"]').click()");
+        browser_->value("document.querySelector('[aria-label=\"" + button + "\"]').click()");
         EXPECT_TRUE(browser_->becomes("document.querySelector('#outcome.good')?.textContent.startsWith('fault: ')"))
-            << one.button << ": " << browser_->value("document.getElementById('outcome').textContent");
-        EXPECT_TRUE(browser_->becomes("document.getElementById('part-controls').innerText.includes('" +
-                                      std::string(one.armed) + "')"))
-            << one.button;
+            << button << ": " << browser_->value("document.getElementById('outcome').textContent");
+        EXPECT_TRUE(browser_->becomes("document.getElementById('part-controls').innerText.includes('" + armed + "')"))
+            << button;
     }
     browser_->value("document.querySelector('#fault-form button[data-step]').click()");
     EXPECT_TRUE(browser_->becomes("!document.getElementById('part-controls').innerText.includes('is not sent')"));

@@ -4,10 +4,12 @@
 #include <cstdio>
 
 #include "living/MessageFile.h"
+#include "running/capture/CaptureWriter.h"
 #include "running/io/Files.h"
 #include "support/Emulated.h"
 #include "support/HexBytes.h"
 #include "support/Pcap.h"
+#include "tools/vorn-onu/RunProgram.h"
 
 namespace {
 
@@ -92,22 +94,13 @@ std::string captureOf(std::uint32_t link, const std::string& packetDigits) {
     return pcapOf({hex(packetDigits)}, link);
 }
 
-// The same as pcapng: a section, an interface, a simple packet.
-std::string newCaptureOf(std::uint16_t link, const std::string& packetDigits) {
-    const omci::Bytes packet = hex(packetDigits);
-    const auto size = static_cast<std::uint32_t>(packet.size());
-    const std::uint32_t padded = (size + 3) / 4 * 4;
-    const std::uint32_t head[] = {0x0a0d0d0a, 28,   0x1a2b3c4d, 1,  0xffffffff, 0xffffffff,  28,  1,
-                                  20,         link, 0,          20, 3,          16 + padded, size};
-    std::string file(reinterpret_cast<const char*>(head), sizeof head);
-    file.append(packet.begin(), packet.end()).resize(sizeof head + padded, '\0');
-    const std::uint32_t end = 16 + padded;
-    return file.append(reinterpret_cast<const char*>(&end), sizeof end);
-}
-
 TEST(MessageFile, CapturesOfEachLinkTypeAreReadAndOthersNamed) {
     SKIP_WHEN_EMULATED(kNoLibpcap);
     const std::string cooked = "0000000100060200000000010000", cookedTwo = "0000000000000001000100060200000000010000";
+    const ScratchDirectory scratch;
+    vorn_onu::CaptureWriter writer(scratch.file("new"));
+    writer.add("PON", 0, hex(kMacs + "88b5" + kWhole));
+    writer.finish();
     const std::pair<const char*, std::string> files[] = {
         {"Ethernet", captureOf(1, kMacs + "88b5" + kWhole)},
         {"with a VLAN tag", captureOf(1, kMacs + "8100" + "0fff" + "88b5" + kWhole)},
@@ -116,7 +109,7 @@ TEST(MessageFile, CapturesOfEachLinkTypeAreReadAndOthersNamed) {
         {"cooked, second version", captureOf(276, "88b5" + cookedTwo.substr(4) + kWhole)},
         {"the first user type", captureOf(147, kWhole)},
         {"the last user type, with an Ethernet header", captureOf(162, kMacs + "88b5" + kWhole)},
-        {"pcapng", newCaptureOf(1, kMacs + "88b5" + kWhole)},
+        {"pcapng", contentOf(scratch.file("new"))},
     };
     for (const auto& [name, file] : files) {
         const MessageFile read = vorn_onu::readMessages(file, "a");

@@ -78,6 +78,12 @@ inline bool has(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
+inline std::size_t occurrences(const std::string& text, const std::string& part) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
+    return count;
+}
+
 // A failure for each of the parts that are not in the text.
 inline void expectHas(const std::string& text, const std::vector<std::string_view>& parts) {
     for (const std::string_view part : parts)
@@ -111,6 +117,10 @@ public:
     std::string write(const std::string& name, const std::string& text) const {
         std::ofstream(file(name)) << text;
         return file(name);
+    }
+    // A scenario of these steps.
+    std::string writeSteps(const std::string& name, const std::string& steps) const {
+        return write(name, R"({"title": "t", "steps": [)" + steps + "]}");
     }
 
 private:

@@ -1,4 +1,4 @@
-// vorn-onu send: one direction and both, captures, and what a protocol analyser says of frames.
+// vorn-onu send: captures, and what a protocol analyser says of frames.
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -18,68 +18,6 @@ namespace {
 
 using nlohmann::json;
 using virtual_onu::Frame;
-
-const std::string kBridging = std::string(VORN_SCENARIO_DIR) + "/bridge-forwarding.json";
-
-// The steps of a scenario that provision: those before its first frame.
-json provisioning(const std::string& path) {
-    json scenario = readJson(path);
-    json steps = json::array();
-    for (const json& step : scenario["steps"]) {
-        if (step.contains("frame")) break;
-        steps.push_back(step);
-    }
-    scenario["steps"] = steps;
-    return scenario;
-}
-
-// ---- one direction ----
-
-TEST(Send, DrawsTheCopiesOfAFrameAsATree) {
-    const ScratchDirectory scratch;
-    const std::string output =
-        runTool({"send", scratch.write("b.json", provisioning(kBridging).dump()), "--from", "sid0"}).output;
-    expectHas(output, {"1  sid0 receives  untagged frames: as they are → sid0.5", "2  ├ bridge br5", "3  │ gpon5 sends",
-                       "4  └ bridge br5", "5    sid2 sends"});
-}
-
-TEST(Send, SaysWhyABridgeSendsAGroupToOnePortOnly) {
-    const ScratchDirectory scratch;
-    json scenario = provisioning(kBridging);
-    for (const char* step :
-         {R"({"frame": {"from": "gem 1001", "destination": "01:00:5e:00:00:01", "group": {"query": ""}}})",
-          R"({"frame": {"from": "sid2", "destination": "01:00:5e:01:02:03", "group": {"report": "239.1.2.3"}}})",
-          R"({"advance": 11000})"})
-        scenario["steps"].push_back(json::parse(step));
-    const ProgramResult run = runTool(
-        {"send", scratch.write("g.json", scenario.dump()), "--from", "gem 1001", "--destination", "01:00:5e:01:02:03"});
-    expectHas(run.output, {"bridge br5        to a port that wants the group → sid2.5"});
-}
-
-// ---- both directions ----
-
-TEST(Send, BothWaysTellsWhetherAFrameComesBackAsItWent) {
-    const struct {
-        std::vector<std::string> words;
-        int code;
-        const char* reported;
-    } cases[] = {
-        {{"--from", "sid0"}, 0, "✓ comes back as it went"},
-        {{"--from", "sid0", "--vlan", "20", "--pbits", "5"}, 0, "✓ comes back as it went"},
-        {{"--from", "sid0", "--vlan", "20", "--pbits", "3"},
-         1,
-         "it comes back as VID 20 p5, IPv4, not as VID 20 p3, IPv4"},
-        {{"--from", "gem 1001", "--vlan", "100", "--destination", "ff:ff:ff:ff:ff:ff"}, 0, "✓ comes back as it went"},
-        {{"--from", "sid0", "--vlan", "21"}, 1, "no rule matches"},
-    };
-    for (const auto& one : cases) {
-        const ProgramResult run = runTool({"send", kInternet, "--both-ways"}, one.words);
-        EXPECT_EQ(run.code, one.code) << run.output;
-        expectHas(run.output, {one.reported});
-    }
-}
-
-// ---- captures ----
 
 // An untagged frame with a payload that shows whether it is whole.
 std::vector<std::uint8_t> withPayload(const Frame& frame, std::size_t octets) {
@@ -167,12 +105,10 @@ TEST(SendCapture, NeedsNoMoreMemoryForMoreFrames) {
     EXPECT_LT(many, few + 4096) << "40,000 frames are 9 MB";
 }
 
-// ---- frames on the wire ----
-
 TEST(FramesOnTheWire, AreWholeForAProtocolAnalyser) {
     if (runProgram({"tshark", "--version"}).code != 0) GTEST_SKIP() << "there is no tshark";
     const ScratchDirectory scratch;
-    json scenario = provisioning(kBridging);
+    json scenario = readJson(kScenarios + "/bridge-forwarding.json");
     for (const char* kind :
          {R"("etherType": "ipv4", "ipProtocol": "udp")", R"("etherType": "ipv4", "ipProtocol": "tcp", "payload": 900)",
           R"("etherType": "ipv4", "ipProtocol": "icmp")", R"("etherType": "ipv6")",

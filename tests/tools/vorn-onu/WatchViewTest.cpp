@@ -18,23 +18,12 @@ Watched internetBoard() {
     watched.title = "lab: exec ./daemon";
     watched.device = json::parse(contentOf(file)).at("device");
     watched.device->at("bus")["gateway"] = "silent";
-    const json before = {
-        {"devices",
-         {{"sid0",
-           {{"rx_packets", 100},
-            {"tx_packets", 50},
-            {"rx_bytes", 6400},
-            {"tx_bytes", 3200},
-            {"rx_dropped", 1},
-            {"tx_dropped", 2}}},
-          {"sid1",
-           {{"rx_packets", 7},
-            {"tx_packets", 0},
-            {"rx_bytes", 448},
-            {"tx_bytes", 0},
-            {"rx_dropped", 0},
-            {"tx_dropped", 0}}}}},
-        {"gemPorts", {{"1001", {50, 3200, 100, 6400, 0, 0, 4, 0, 0, 0}}, {"1002", {0, 0, 0, 0, 0, 0, 0, 0, 0, 0}}}}};
+    const json before = json::parse(R"({
+        "devices": {"sid0": {"rx_packets": 100, "tx_packets": 50, "rx_bytes": 6400, "tx_bytes": 3200,
+                             "rx_dropped": 1, "tx_dropped": 2},
+                    "sid1": {"rx_packets": 7, "tx_packets": 0, "rx_bytes": 448, "tx_bytes": 0,
+                             "rx_dropped": 0, "tx_dropped": 0}},
+        "gemPorts": {"1001": [50, 3200, 100, 6400, 0, 0, 4, 0, 0, 0], "1002": [0, 0, 0, 0, 0, 0, 0, 0, 0, 0]}})");
     json now = before;
     now["devices"]["sid0"]["rx_packets"] = 2500;   // 1,200 a second
     now["devices"]["sid0"]["rx_bytes"] = 3006400;  // 12 Mbit/s
