@@ -217,7 +217,15 @@ TEST_F(MibTest, WhatComesWithABridgePortGoesWithIt) {
     ASSERT_EQ(create(port, bridgePort(1, 1, 1, 0x0101)), Result::kSuccess);
     EXPECT_EQ(sync(), before + 1);
     for (const ClassId classId : kPortsOwn) EXPECT_NE(agent.mib().find(classId, 0x21), nullptr) << classId;
-    EXPECT_EQ(number16(get({class_id::kBridgeData, 1}, maskOf(5)).values, 0) >> 8, 1);
+    const EntityKey data{class_id::kBridgeData, 1};
+    EXPECT_EQ(number16(get(data, maskOf(5)).values, 0) >> 8, 1);
+    for (const auto& [attribute, copy] :
+         {std::pair(attr::bridge::kPriority, attr::bridge_data::kBridgePriority),
+          std::pair(attr::bridge::kHelloTime, attr::bridge_data::kHelloTime),
+          std::pair(attr::bridge::kForwardDelay, attr::bridge_data::kForwardDelay)}) {
+        EXPECT_EQ(set1(kBridgeKey, attribute, hex("0805")), Result::kSuccess);
+        EXPECT_EQ(number16(get(data, maskOf(copy)).values, 0), 0x0805);
+    }
     EXPECT_EQ(agent.mib().pointingAt(kPort).size(), 2U);  // the UNI-G as well
     EXPECT_EQ(erase(port), Result::kSuccess);
     for (const ClassId classId : kPortsOwn) EXPECT_EQ(agent.mib().find(classId, 0x21), nullptr) << classId;
@@ -400,7 +408,7 @@ TEST_F(MibTest, DescribesItselfWhereTheBoardSaysSo) {
     EXPECT_EQ(entity->text(1), "PPTP Ethernet UNI");
     ASSERT_EQ(entity->rows(2).size(), 15U);
     EXPECT_EQ(entity->rows(4), TableRows{hex("00")}) << "LAN-LOS";
-    EXPECT_FALSE(entity->rows(5).empty());
+    EXPECT_EQ(entity->rows(5), (TableRows{hex("02"), hex("06"), hex("0C")})) << "sensed type, operational state, ARC";
     const Entity* attribute = mib.find(class_id::kAttributeObject, number16(entity->rows(2)[7], 0));
     ASSERT_NE(attribute, nullptr);
     EXPECT_EQ(attribute->text(1), "Max frame size");

@@ -223,6 +223,9 @@ TEST_F(Planning, OfTwoGemPortsWithOneNumberTheSecondComesWhenTheFirstGoes) {
     ASSERT_FALSE(onu.calls.empty());
     EXPECT_EQ(onu.calls.back().call.operation, Operation::kGemFlowAdd);
     EXPECT_EQ(std::get<XGEMConfig>(onu.calls.back().call.record).upstreamQueue, 3);
+    ASSERT_EQ(olt.send(olt::set(class_id::kGemPort, 0x1002, {{attr::gem_port::kUpstreamQueuePointer, 0xFFFF}})),
+              Result::kSuccess);
+    EXPECT_EQ(std::get<XGEMConfig>(onu.calls.back().call.record).upstreamQueue, 0) << "no pointer: the first";
 }
 
 TEST_F(Planning, AGemPortThatIsMadeAnewTakesItsRulesAlong) {

@@ -100,6 +100,10 @@ addresses {octets}
 ifconfig {device} {up} >>/dev/null 2>&1 & echo '{device}'
 ifconfig {device} 2>&1 | grep {number}
 ifconfig "{device}" 1>&2 </dev/null {joint} echo \"{number}
+cat < /sys/class/net/{device}/{leaf}
+grep {number} < /sys/class/net/{device}/{leaf}
+echo {number} >> /sys/class/net/{bridge}/bridge/{time}
+echo {number} > /proc/sys/net/ipv6/conf/{device}/disable_ipv6
 """.strip().splitlines()
 
 
