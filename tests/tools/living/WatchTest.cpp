@@ -22,8 +22,8 @@ struct Drawing {
         for (std::string line; std::getline(drawn, line); ++rows) {
             EXPECT_TRUE(has(line, "\x1b[K")) << "what was there stays: " << line;
             line = std::regex_replace(line, std::regex("\x1b\\[[0-9;?]*[a-zA-Z]|\r"), "");
-            widest =
-                std::max(widest, std::count_if(line.begin(), line.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+            widest = std::max(
+                widest, std::count_if(line.begin(), line.end(), [](unsigned char c) { return (c & 0xC0U) != 0x80; }));
             text += line + "\n";
         }
     }
