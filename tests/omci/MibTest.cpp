@@ -219,10 +219,9 @@ TEST_F(MibTest, WhatComesWithABridgePortGoesWithIt) {
     for (const ClassId classId : kPortsOwn) EXPECT_NE(agent.mib().find(classId, 0x21), nullptr) << classId;
     const EntityKey data{class_id::kBridgeData, 1};
     EXPECT_EQ(number16(get(data, maskOf(5)).values, 0) >> 8, 1);
-    for (const auto& [attribute, copy] :
-         {std::pair(attr::bridge::kPriority, attr::bridge_data::kBridgePriority),
-          std::pair(attr::bridge::kHelloTime, attr::bridge_data::kHelloTime),
-          std::pair(attr::bridge::kForwardDelay, attr::bridge_data::kForwardDelay)}) {
+    for (const auto& [attribute, copy] : {std::pair(attr::bridge::kPriority, attr::bridge_data::kBridgePriority),
+                                          std::pair(attr::bridge::kHelloTime, attr::bridge_data::kHelloTime),
+                                          std::pair(attr::bridge::kForwardDelay, attr::bridge_data::kForwardDelay)}) {
         EXPECT_EQ(set1(kBridgeKey, attribute, hex("0805")), Result::kSuccess);
         EXPECT_EQ(number16(get(data, maskOf(copy)).values, 0), 0x0805);
     }

@@ -129,7 +129,8 @@ TEST_F(IpHost, RefusesTextsThatAShellWouldReadAndChangesNothing) {
     for (const auto& [field, text] : fields) {
         for (const std::string& hostile :
              {std::string("10.0.0.5; reboot"), std::string("$(reboot)"), std::string("1 2"), std::string("1\n2"),
-              std::string("10.0.0.5\0`reboot`", 17), std::string(1100, '1'), std::string(18, '1'), std::string(46, ':')}) {
+              std::string("10.0.0.5\0`reboot`", 17), std::string(1100, '1'), std::string(18, '1'),
+              std::string(46, ':')}) {
             auto rec = record();
             rec.*text = hostile;
             refuses(rec, field, true);
