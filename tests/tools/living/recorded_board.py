@@ -31,8 +31,9 @@ OTHER = {
 LOOKS = {
     # Nothing happens on these boards unless it is asked for.
     "run scenarios/internet.json --after-step 18": (
-        "show", "send --from sid0 --both-ways", "send --from sid0 --vlan 20 --pbits 3", "send --from 'gem 1002' --vlan 200 --pbits 5 --json",
-        "board links.sid1=down links.sid0=down", "send --from sid0", "board links.sid0=up links.sid1=up", "board optics.receive=0",
+        "show", "send --from sid0 --both-ways", "send --from sid0 --vlan 20 --pbits 3",
+        "send --from 'gem 1002' --vlan 200 --pbits 5 --json", "board links.sid1=down links.sid0=down",
+        "send --from sid0", "board links.sid0=up links.sid1=up", "board optics.receive=0",
         "send --from 'gem 1002'", "frame from=sid1 'tags=[(\"vid\": 20)]'", "expect links.sid1=down", "expect ruleCount=0", "mark here",
         "advance 5000", "fault function=vlanCtl_insertTagRule nth=1", "call configureBridge bridgeId=9 uniPort=0",
         "expect nothingLeftSince=here", "call tcont_set allocId=300 tContIndex=5", "call tcont_set tContAllocId=300 tContIndex=1",

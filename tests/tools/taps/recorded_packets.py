@@ -25,6 +25,7 @@ from by_chance.chance import chances  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 SKIPPED = 77
+OWN_NAMESPACE = "VORN_OWN_NAMESPACE"
 # The ports, each with the tags of a frame that passes from there.
 INTERNET = {"sid0": [], "gem 1001": [(0x8100, 100)], "gem 1002": [(0x8100, 0xA0C8)]}
 BOARDS = {"scenarios/internet.json --after-step 20": INTERNET, "scenarios/internet.json --after-step 20 --forwarding g988": INTERNET,
@@ -45,7 +46,8 @@ def ethernet(destination, source, tags, kind, content):
 
 def ip(version, protocol, content, tos=0):
     if version == 4:
-        return struct.pack(">BBHHHBBH4s4s", 0x45, tos, 20 + len(content), 7, 0x4000, 64, protocol, 0, b"\xc0\0\2\1", b"\xc0\0\2\2") + content
+        addresses = b"\xc0\0\2\1\xc0\0\2\2"
+        return struct.pack(">BBHHHBBH8s", 0x45, tos, 20 + len(content), 7, 0x4000, 64, protocol, 0, addresses) + content
     return struct.pack(">IHBB16s16s", 6 << 28 | tos << 20, len(content), protocol, 64, bytes(15) + b"\1", bytes(15) + b"\2") + content
 
 
@@ -102,14 +104,15 @@ def text_of(tool, source, options):
         environment = {**{name: value for name, value in os.environ.items() if name.startswith("VORN_MUTANT")},
                        "PATH": os.environ["PATH"], "TMPDIR": folder, "HOME": folder}
         with tempfile.TemporaryFile("w+") as printed:
-            board = subprocess.Popen([tool, "run", *options.split(), "--stay", "--name", interface(options, 0), *taps], env=environment, cwd=source, stdout=printed,
-                                     stderr=subprocess.STDOUT)
+            board = subprocess.Popen([tool, "run", *options.split(), "--stay", "--name", interface(options, 0), *taps], env=environment,
+                                     cwd=source, stdout=printed, stderr=subprocess.STDOUT)
             try:
                 while board.poll() is None and "the board stays" not in pathlib.Path(f"/proc/self/fd/{printed.fileno()}").read_text():
                     pass
                 text = "\n".join(carried(options))
-                metrics = subprocess.run([tool, "at", interface(options, 0), "metrics"], env=environment, capture_output=True, text=True, check=False)
-                return text + re.sub(r".*(_seconds|process_).*\n", "", metrics.stdout + metrics.stderr)
+                metrics = subprocess.run([tool, "at", interface(options, 0), "metrics"], env=environment, stdout=subprocess.PIPE,
+                                         stderr=subprocess.STDOUT, text=True, check=False)
+                return text + re.sub(r".*(_seconds|process_).*\n", "", metrics.stdout)
             finally:
                 board.terminate()
                 board.wait(20)
@@ -150,9 +153,11 @@ def carried(name):
 def main(source_dir, tool, *words):
     if not all(map(shutil.which, ("unshare", "ip"))):
         return SKIPPED
-    if "VORN_OWN_NAMESPACE" not in os.environ:
-        own = subprocess.run(["unshare", "-n", "env", "VORN_OWN_NAMESPACE=1", sys.executable, __file__, source_dir, tool, *words], check=False)
-        return own.returncode if subprocess.run(["unshare", "-n", "true"], check=False, stderr=subprocess.DEVNULL).returncode == 0 else SKIPPED
+    if OWN_NAMESPACE not in os.environ:
+        if subprocess.run(["unshare", "-n", "true"], check=False, stderr=subprocess.DEVNULL).returncode != 0:
+            return SKIPPED
+        return subprocess.run(["unshare", "-n", sys.executable, __file__, source_dir, tool, *words], check=False,
+                              env={**os.environ, OWN_NAMESPACE: "1"}).returncode
     if not os.access("/dev/net/tun", os.R_OK | os.W_OK):
         return SKIPPED
     for where in ("all", "default"):  # the kernel says nothing of its own

@@ -50,7 +50,6 @@ INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(message(3 
               {"expect": {"bridges": {"br3": ["sid1.3"]}, "devices": {"sid1": {"mtu": 9}, "sid9": {}}}}]})}
 INPUTS.update({f"refused{number}.json": json.dumps({"title": "Refused", "steps": [step]}) for number, step in enumerate(REFUSED_STEPS)})
 MODES = ("contract", "g988")
-SESSIONS, MESSAGE_FILES, COMMAND_FILES, SCENARIO_FILES, FRAMES, SERVICES, MIXTURES, PORTS, BRIDGES, MIDDLES = 40, 24, 24, 140, 100, 40, 24, 16, 24, 8
 # These with any option that one of the commands has, alone: without a value, and with a number, or the name of a file.
 WITH_OPTIONS = {"run": "scenarios/bridge.json --quiet", "send": "scenarios/internet.json", "omci": "scenarios/omci/internet.pcap --quiet",
                 "audit": "scenarios/internet.json"}
@@ -80,10 +79,12 @@ OUTPUTS = {
     "no capture": "omci scenarios/internet.json", "no state": "diff scenarios/internet.json scenarios/qinq.json",
     "two states": TWO_STATES + "diff OUT-before.json OUT-after.json; diff OUT-after.json OUT-before.json --json",
     "until": "omci scenarios/omci/internet.pcap --until 14 --from sid1 --both-ways",
-    "the MIB of a new ONU": "omci IN-upload.txt --log -v", "log": "omci scenarios/omci/internet.pcap --log", "log of a class": "omci scenarios/omci/internet.pcap --log --class 171 -v",
+    "the MIB of a new ONU": "omci IN-upload.txt --log -v", "log": "omci scenarios/omci/internet.pcap --log",
+    "log of a class": "omci scenarios/omci/internet.pcap --log --class 171 -v",
     "by the contract": "omci scenarios/omci/internet.pcap --forwarding contract --audit",
     "calls of messages": "omci scenarios/omci/internet.pcap --record OUT-calls.json --quiet",
-    **{f"report of {name}.pcap": f"omci scenarios/omci/{name}.pcap --report OUT-report.html --quiet" for name in ("internet", "television")},
+    **{f"report of {name}.pcap": f"omci scenarios/omci/{name}.pcap --report OUT-report.html --quiet"
+       for name in ("internet", "television")},
     "layouts": "; ".join(f"omci scenarios/omci/internet.pcap --quiet --json OUT-state.json --layout IN-{name}.json"
                          for name in ("layout", "broken", "list")),
     "what is refused": "; ".join(f"run IN-refused{number}.json" for number in range(len(REFUSED_STEPS))),
@@ -104,44 +105,50 @@ def names(folder, pattern):
     return sorted(one.stem for one in folder.glob(pattern) if one.stem not in LEFT_OUT)
 
 
+# Of each scenario, of each capture, of each number below a count: the name of the text, the words of the command. {mode}: one of
+# the two in turn; {next}: the number after.
+OF_SCENARIOS = {
+    "run {}": "run scenarios/{}.json", "run {} by G.988": "run scenarios/{}.json --forwarding g988", "audit {}": "audit scenarios/{}.json",
+    "state and frames of {}": "run scenarios/{}.json --json OUT-state.json --pcap OUT-frames.pcap --quiet",
+    "state of {} by G.988": "run scenarios/{}.json --forwarding g988 --json OUT-state.json --quiet",
+}
+OF_CAPTURES = {"omci {}": "omci scenarios/omci/{}.pcap", "log of {}": "omci scenarios/omci/{}.pcap --log -v -x"}
+STATES_OF_CAPTURES = {
+    "state of omci {}": "omci scenarios/omci/{}.pcap --json OUT-state.json --record OUT-calls.json --quiet",
+    "state of omci {} by the contract":
+        "omci scenarios/omci/{}.pcap --forwarding contract --json OUT-state.json --record OUT-calls.json --quiet",
+}
+OF_NUMBERS = {
+    "session {n}": (40, "omci IN-session-{n}.txt --log -v --audit --record OUT-calls.json --json OUT-state.json"),
+    "session {n} by the contract":
+        (20, "omci IN-session-{n}.txt --forwarding contract --log --audit --record OUT-calls.json --json OUT-state.json"),
+    "session {n} from the middle": (8, "omci IN-middle-{n}.txt -v --log --audit --json OUT-state.json"),
+    "what differs after session {n}":
+        (10, "omci IN-session-{n}.txt --quiet --json OUT-one.json; "
+             "omci IN-session-{next}.txt --quiet --json OUT-two.json --report OUT-report.html; diff OUT-one.json OUT-two.json"),
+    "messages {n}": (24, "omci IN-messages-{n}.txt --log -v --json OUT-state.json"),
+    "scenario {n}": (140, "run IN-scenario-{n}.json --forwarding {mode} --json OUT-state.json --pcap OUT-frames.pcap"),
+    "mixture {n}": (24, "run IN-mixture-{n}.json --forwarding {mode} --trace --json OUT-state.json --pcap OUT-frames.pcap"),
+    "service {n}": (40, "audit IN-service-{n}.json --json"),
+    "full port {n}": (16, "run IN-port-{n}.json --forwarding {mode} --board OUT-board.json --pcap OUT-frames.pcap"),
+    "bridge {n}": (24, "run IN-bridge-{n}.json --board OUT-board.json --pcap OUT-frames.pcap"),
+    "commands {n}": (24, "exec --board OUT-board.json -- python3 tests/virtual_onu/run_commands.py IN-commands-{n}.txt"),
+}
+FRAMES = 100
+
+
 def outputs(source):
     scenarios = names(source / SCENARIOS, "*.json")
     captures = names(source / SCENARIOS / "omci", "*.pcap")
     alone = [name for name in captures if name != "gateway"]  # a thread tells the gateway of the VEIP meanwhile
+    every = [(OF_SCENARIOS, scenarios), (OF_CAPTURES, captures), (STATES_OF_CAPTURES, alone)]
     return {**OUTPUTS,
-            **{f"run {name}": f"run scenarios/{name}.json" for name in scenarios},
-            **{f"state and frames of {name}": f"run scenarios/{name}.json --json OUT-state.json --pcap OUT-frames.pcap --quiet"
-               for name in scenarios},
-            **{f"run {name} by G.988": f"run scenarios/{name}.json --forwarding g988" for name in scenarios},
-            **{f"state of {name} by G.988": f"run scenarios/{name}.json --forwarding g988 --json OUT-state.json --quiet"
-               for name in scenarios},
-            **{f"audit {name}": f"audit scenarios/{name}.json" for name in scenarios},
-            **{f"omci {name}": f"omci scenarios/omci/{name}.pcap" for name in captures},
-            **{f"state of omci {name}": f"omci scenarios/omci/{name}.pcap --json OUT-state.json --record OUT-calls.json --quiet"
-               for name in alone},
-            **{f"state of omci {name} by the contract": f"omci scenarios/omci/{name}.pcap --forwarding contract --json OUT-state.json "
-               "--record OUT-calls.json --quiet" for name in alone},
-            **{f"session {one}": f"omci IN-session-{one}.txt --log -v --audit --record OUT-calls.json --json OUT-state.json"
-               for one in range(SESSIONS)},
-            **{f"a session from the middle {one}": f"omci IN-middle-{one}.txt -v --log --audit --json OUT-state.json" for one in range(MIDDLES)},
+            **{text.format(name): words.format(name) for table, known in every for text, words in table.items() for name in known},
+            **{text.format(n=n): words.format(n=n, next=n + 1, mode=MODES[n % 2])
+               for text, (count, words) in OF_NUMBERS.items() for n in range(count)},
+            **{f"frame {n}": f"send scenarios/{scenarios[n % len(scenarios)]}.json {frame(str(n))}" for n in range(FRAMES)},
             **{f"options of {command}": "; ".join(f"{command} {what} {words}" for words in options(source))
-               for command, what in WITH_OPTIONS.items()},
-            **{f"session {one} by the contract": f"omci IN-session-{one}.txt --forwarding contract --log --audit --record OUT-calls.json "
-               "--json OUT-state.json" for one in range(0, SESSIONS, 2)},
-            **{f"messages {one}": f"omci IN-messages-{one}.txt --log -v --json OUT-state.json" for one in range(MESSAGE_FILES)},
-            **{f"what differs after session {one}": f"omci IN-session-{one}.txt --quiet --json OUT-one.json; omci IN-session-{one + 1}.txt "
-               "--quiet --json OUT-two.json --report OUT-report.html; diff OUT-one.json OUT-two.json" for one in range(0, SESSIONS, 4)},
-            **{f"scenario {one}": f"run IN-scenario-{one}.json --forwarding {MODES[one % 3 // 2]} --json OUT-state.json --pcap OUT-frames.pcap"
-               for one in range(SCENARIO_FILES)},
-            **{f"mixture {one}": f"run IN-mixture-{one}.json --forwarding {MODES[one % 2]} --trace --json OUT-state.json --pcap OUT-frames.pcap"
-               for one in range(MIXTURES)},
-            **{f"service {one}": f"audit IN-service-{one}.json --json" for one in range(SERVICES)},
-            **{f"full port {one}": f"run IN-port-{one}.json --forwarding {MODES[one % 2]} --board OUT-board.json --pcap OUT-frames.pcap" for one in range(PORTS)},
-            **{f"bridge {one}": f"run IN-bridge-{one}.json --board OUT-board.json --pcap OUT-frames.pcap" for one in range(BRIDGES)},
-            **{f"frame {one}": f"send scenarios/{scenarios[one % len(scenarios)]}.json {frame(str(one))}" for one in range(FRAMES)},
-            **{f"commands {one}": f"exec --board OUT-board.json -- python3 tests/virtual_onu/run_commands.py IN-commands-{one}.txt"
-               for one in range(COMMAND_FILES)},
-            **{f"log of {name}": f"omci scenarios/omci/{name}.pcap --log -v -x" for name in captures}}
+               for command, what in WITH_OPTIONS.items()}}
 
 
 def input_text(source, name):
