@@ -93,6 +93,8 @@ TEST_F(Counters, TheSplitsColumnsAreThoseOfTheHeadings) {
     for (const char* content :
          {"Inter-| Receive | Transmit\n face |bytes multicast unicast broadcast|bytes unicast multicast broadcast\n"
           " veip0: 100000 10 12 11 200000 15 13 14\n",
+          "Inter-| Transmit | Receive\n face |tx_ucast tx_mcast tx_bcast|rx_ucast rx_mcast rx_bcast\n"
+          " veip0: 15 13 14 12 10 11\n",
           "interface tx_ucast rx_bcast rx_ucast tx_mcast tx_bcast rx_mcast\nveip0: 15 11 12 13 14 10\n",
           "Multicast Broadcast Unicast Multicast Broadcast Unicast Errors\nveip0:10 11 12 13 14 15 0\n"}) {
         onu().writeFile("/proc/net/dev_extstats", content);
