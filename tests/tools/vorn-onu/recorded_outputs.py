@@ -28,8 +28,8 @@ SCENARIOS = pathlib.Path("scenarios")
 # Threads of the library run beside the steps, or real time counts.
 LEFT_OUT = {"startup", "restart", "links", "multicast", "veip", "iphost-dhcp", "real-dhcp", "real-packets"}
 OTHER_EACH_TIME = {r"0x[0-9a-f]{9,}": "ADDRESS", r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(:\d\d)?": "TIME", r'time="[0-9.]+"': "DURATION",
-                   r"\b\d+(\.\d+)? (s|ms|µs)\b": "DURATION",
-                   r"SysUpTime \d+": "SysUpTime DURATION", r'"bootId":"[^"]*"': "RANDOM",
+                   r"\b\d+(\.\d+)? (s|ms|µs)\b": "DURATION", r"SysUpTime \d+": "SysUpTime DURATION",
+                   r'("SysUpTime",\s+"value": )"\d+"': r"\1DURATION", r'"bootId":"[^"]*"': "RANDOM",
                    r'"crc32":"\w+"': "SUM",
                    r"vorn-onu-board\.\w{6}": "vorn-onu-board"}
 COMMANDS = ("run", "send", "audit", "omci", "exec", "ls", "at", "diff", "info", "schema")

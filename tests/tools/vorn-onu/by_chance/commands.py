@@ -90,6 +90,10 @@ read /proc/sys/net/ipv6/conf/{device}/disable_ipv6
 write /proc/sys/net/ipv6/conf/{device}/disable_ipv6 {number}
 list /proc/sys/net/ipv6/conf/{device}
 mcpctl {way} {device}
+dhcpc -i {device} -B -l {number}
+dhcpc -i
+kill -9 {number}
+read /proc/sys/net/ipv6/conf/{device}/{leaf}
 change /sys/class/net/{bridge}/bridge/{time} {number}
 change /sys/class/net/{device}/brport/{port} {number}
 ioctl {request} {device} {value}

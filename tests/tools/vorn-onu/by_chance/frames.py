@@ -16,7 +16,7 @@ def frame(name):
     """Options of "send"."""
     chance = chances(name)
     words = ["--from", ("sid0", "sid0", "sid1", "'gem 1001'", "'gem 1001'", "'gem 1002'")[chance(6)]]
-    for _ in range(chance(3)):
+    for _ in range((0, 0, 1, 1, 2, 3, 7)[chance(7)]):
         words += ["--vlan", TAG_WORDS["--vlan"][chance(9)]]
         words += [word for option, values in list(TAG_WORDS.items())[1:] if chance(3) == 0 for word in (option, values[chance(len(values))])]
     words += [word for option, values in FRAME_WORDS.items() if chance(6) == 0 for word in (option, values[chance(len(values))])]

@@ -135,9 +135,14 @@ BRIDGE_COMMANDS = ["brctl stp br5 on", "brctl stp br5 off", "brctl setfd br5 2",
                    "ifconfig sid2.5 up", "brctl delif br5 sid0.5", "brctl addif br5 sid0.5", "ifconfig sid2.5 mtu 1400"]
 
 
+DESTINATIONS = ["01:00:5e:01:02:03", "01:00:5e:01:02:03", "01:00:5e:00:00:05", "01:00:5e:00:07:07", "33:33:00:01:00:03",
+                "33:33:00:00:00:01", "33:33:00:00:00:07", "ff:ff:ff:ff:ff:ff", "01:80:c2:00:00:02", "01:80:c2:00:00:21"]
+
+
 def group_mac(group):
     octets = ipaddress.ip_address(group).packed
-    return ":".join(f"{one:02x}" for one in ((0x33, 0x33, *octets[-4:]) if len(octets) > 4 else (1, 0, 0x5E, octets[1] & 0x7F, *octets[2:])))
+    mac = (0x33, 0x33, *octets[-4:]) if len(octets) > 4 else (1, 0, 0x5E, octets[1] & 0x7F, *octets[2:])
+    return ":".join(f"{one:02x}" for one in mac)
 
 
 def bridge_with_hosts(text, name):
@@ -165,10 +170,10 @@ def bridge_with_hosts(text, name):
             steps.append({"frame": {**sender, "destination": group_mac(destination), "group": {what: group},
                                     "etherType": "ipv6" if ":" in group else "ipv4"}})
         else:
-            destination = one_of(*hosts.values(), "01:00:5e:01:02:03", "01:00:5e:01:02:03", "01:00:5e:00:00:05", "33:33:00:01:00:03",
-                                 "33:33:00:00:00:01", "33:33:00:00:00:07", "ff:ff:ff:ff:ff:ff", "01:80:c2:00:00:02", "01:80:c2:00:00:21")
+            destination = one_of(*hosts.values(), *DESTINATIONS)
             tags = [{"vid": one_of(0, 7, 8)}] * one_of(0, 0, 0, 1)
-            steps.append({"frame": {**sender, "destination": destination, "tags": tags, "payload": one_of(28, 40, 46, 48, 60, 1396, 1400, 1500, 1501),
+            steps.append({"frame": {**sender, "destination": destination, "tags": tags,
+                                    "payload": one_of(28, 40, 46, 48, 60, 1396, 1400, 1500, 1501),
                                     "etherType": "ipv6" if destination.startswith("33") else "ipv4", "ipProtocol": one_of("udp", "tcp")}})
     return json.dumps({"title": name, "records": whole["records"], "steps": steps})
 
