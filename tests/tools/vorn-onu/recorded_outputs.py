@@ -119,17 +119,17 @@ STATES_OF_CAPTURES = {
         "omci scenarios/omci/{}.pcap --forwarding contract --json OUT-state.json --record OUT-calls.json --quiet",
 }
 OF_NUMBERS = {
-    "session {n}": (40, "omci IN-session-{n}.txt --log -v --audit --record OUT-calls.json --json OUT-state.json"),
+    "session {n}": (32, "omci IN-session-{n}.txt --log -v --audit --record OUT-calls.json --json OUT-state.json"),
     "session {n} by the contract":
-        (20, "omci IN-session-{n}.txt --forwarding contract --log --audit --record OUT-calls.json --json OUT-state.json"),
+        (16, "omci IN-session-{n}.txt --forwarding contract --log --audit --record OUT-calls.json --json OUT-state.json"),
     "session {n} from the middle": (8, "omci IN-middle-{n}.txt -v --log --audit --json OUT-state.json"),
     "what differs after session {n}":
-        (10, "omci IN-session-{n}.txt --quiet --json OUT-one.json; "
+        (8, "omci IN-session-{n}.txt --quiet --json OUT-one.json; "
              "omci IN-session-{next}.txt --quiet --json OUT-two.json --report OUT-report.html; diff OUT-one.json OUT-two.json"),
     "messages {n}": (24, "omci IN-messages-{n}.txt --log -v --json OUT-state.json"),
-    "scenario {n}": (140, "run IN-scenario-{n}.json --forwarding {mode} --json OUT-state.json --pcap OUT-frames.pcap"),
+    "scenario {n}": (100, "run IN-scenario-{n}.json --forwarding {mode} --json OUT-state.json --pcap OUT-frames.pcap"),
     "mixture {n}": (24, "run IN-mixture-{n}.json --forwarding {mode} --trace --json OUT-state.json --pcap OUT-frames.pcap"),
-    "service {n}": (40, "audit IN-service-{n}.json --json"),
+    "service {n}": (24, "audit IN-service-{n}.json --json"),
     "full port {n}": (16, "run IN-port-{n}.json --forwarding {mode} --board OUT-board.json --pcap OUT-frames.pcap"),
     "bridge {n}": (24, "run IN-bridge-{n}.json --board OUT-board.json --pcap OUT-frames.pcap"),
     "commands {n}": (24, "exec --board OUT-board.json -- python3 tests/virtual_onu/run_commands.py IN-commands-{n}.txt"),
