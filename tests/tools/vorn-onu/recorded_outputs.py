@@ -20,7 +20,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
 import record  # noqa: E402
 from by_chance.commands import commands  # noqa: E402
 from by_chance.frames import frame  # noqa: E402
-from by_chance.messages import messages, session  # noqa: E402
+from by_chance.messages import messages, provisioning, session  # noqa: E402
 from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, mixture, scenario, tagged_service  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
@@ -126,6 +126,9 @@ OF_NUMBERS = {
     "what differs after session {n}":
         (8, "omci IN-session-{n}.txt --quiet --json OUT-one.json; "
              "omci IN-session-{next}.txt --quiet --json OUT-two.json --report OUT-report.html; diff OUT-one.json OUT-two.json"),
+    "provisioning {n}": (24, "omci IN-provisioning-{n}.txt --log -v --audit --record OUT-calls.json --json OUT-state.json"),
+    "provisioning {n} by the contract":
+        (24, "omci IN-provisioning-{n}.txt --forwarding contract --log --record OUT-calls.json --json OUT-state.json"),
     "messages {n}": (24, "omci IN-messages-{n}.txt --log -v --json OUT-state.json"),
     "scenario {n}": (100, "run IN-scenario-{n}.json --forwarding {mode} --json OUT-state.json --pcap OUT-frames.pcap"),
     "mixture {n}": (24, "run IN-mixture-{n}.json --forwarding {mode} --trace --json OUT-state.json --pcap OUT-frames.pcap"),
@@ -153,8 +156,11 @@ def outputs(source):
 
 def input_text(source, name):
     kind, number = re.match(r"(\w+)-?(\d*)", name).groups()
+    captures = [one for one in sorted((source / SCENARIOS / "omci").glob("*.pcap")) if one.stem != "gateway"]
+    if kind == "provisioning":
+        return provisioning(captures, name)
     if kind in ("session", "middle"):
-        text = session([one for one in sorted((source / SCENARIOS / "omci").glob("*.pcap")) if one.stem != "gateway"], name)
+        text = session(captures, name)
         return text if kind == "session" else "".join(text.splitlines(keepends=True)[15 + 5 * int(number):])
     if kind == "messages":
         classes = [(int(number), maker) for file in sorted((source / "omci" / "message").glob("*Entities.cpp"))
