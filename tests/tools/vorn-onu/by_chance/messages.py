@@ -75,6 +75,10 @@ def messages(classes, made, name):
     return "\n".join(lines) + "\n"
 
 
+def number16(value):
+    return struct.pack(">H", value)
+
+
 def tagging_row(chance):
     """A row of extended VLAN tagging with codes that have a meaning; now and then of all ones, which deletes it."""
     def one_of(*values):
@@ -84,8 +88,8 @@ def tagging_row(chance):
         return priority << 16 | vid << 3 | tpid
 
     tags = chance(3)
-    filters = [part(one_of(8, 8, 0, 5, 14), one_of(4096, 4096, 20, 21, 100, 200), one_of(0, 4, 5, 6, 7)) if count < tags else part(15, 4096, 0)
-               for count in range(2)]
+    filters = [part(one_of(8, 8, 0, 5, 14), one_of(4096, 4096, 20, 21, 100, 200), one_of(0, 4, 5, 6, 7)) if count < tags
+               else part(15, 4096, 0) for count in range(2)]
     removed = one_of(*range(tags + 1), 3) if chance(6) == 0 else one_of(*range(tags + 1))
     added = chance(3)
     treatments = [part(one_of(0, 3, 8, 9, 10), one_of(100, 200, 321, 4096, 4097), one_of(0, 1, 2, 3, 4, 6, 7)) if count < added
@@ -94,48 +98,52 @@ def tagging_row(chance):
     return struct.pack(">IIII", *words) if chance(8) > 0 else struct.pack(">IIII", *words[:2], 0xFFFFFFFF, 0xFFFFFFFF)
 
 
+def new_value(chance, entity, made):
+    """An attribute of the entity, by its number, and another value for it."""
+    def one_of(*values):
+        return values[chance(len(values))]
+
+    kind, instance = entity
+    flag, tpids = bytes([chance(2)]), (number16(one_of(0x8100, 0x88A8)), number16(one_of(0x8100, 0x88A8, 0x9100)))
+    if kind == 171:  # extended VLAN tagging: TPIDs, downstream mode, a row
+        return one_of((3, tpids[0]), (4, tpids[1]), (5, bytes([chance(9)])), *[(6, tagging_row(chance))] * 6)
+    if kind == 84:  # VLAN filter: list, forward operation, how many
+        tcis = b"".join(number16(one_of(0, 3, 7) << 13 | one_of(20, 100, 101, 200, 321)) for _ in range(12))
+        return one_of((1, tcis), (2, bytes([chance(34)])), (3, bytes([chance(13)])))
+    if kind == 130:  # mapper: where a p-bit goes, the unmarked frame option, the default p-bits
+        return one_of((2 + chance(8), number16(one_of(*made.get(266, []), 0xFFFF))), (10, flag), (12, bytes([chance(8)])))
+    if kind == 268:  # GEM port: number, T-CONT, queue
+        return one_of((1, number16(one_of(1001, 1002, 1003))), (2, number16(0x8000 + chance(3))),
+                      (4, number16(one_of(0x8000 + chance(24), 0xFFFF))))
+    if kind == 47:  # bridge port: number, what it leads to
+        return one_of((2, bytes([chance(20)])), (4, number16(one_of(*made.get(130, []), *made.get(266, []), 0x0102))))
+    if kind == 262:  # T-CONT: alloc-id
+        return 1, number16(one_of(1030, 1040) + instance % 8)
+    return (5 if kind == 11 else 7), flag  # Ethernet port, ONU: locked or not
+
+
 def provisioning(captures, name):
     """All that a capture asks for, then forty changes of what it has made: rows, filters, p-bit maps, queues, ports, T-CONTs."""
     chance = chances(name)
     captures = [capture for capture in captures if capture.stem in ("internet", "priorities", "television")]  # ports with rows
     asked = asked_in(captures[chance(len(captures))])[:]
+    created = [one for one in asked if one[0] == 0x44]
     made = {}
-    for one in asked:
-        if one[0] == 0x44:
-            made.setdefault(one[2] << 8 | one[3], []).append(one[4] << 8 | one[5])
-
-    def one_of(*values):
-        return values[chance(len(values))]
+    for one in created:
+        made.setdefault(one[2] << 8 | one[3], []).append(one[4] << 8 | one[5])
 
     def change(entity, attribute, content):
         return struct.pack(">BBHHH", 0x48, 0x0A, *entity, 0x8000 >> (attribute - 1)) + content.ljust(30, b"\0")
 
-    termination_points = [*made.get(266, []), 0xFFFF]
-    asked += [change((262, 0x8000 + number), 1, struct.pack(">H", 1040 + number)) for number in range(3)]
+    asked += [change((262, 0x8000 + number), 1, number16(1040 + number)) for number in range(3)]
     for _ in range(40):
-        kind = one_of(171, 171, 171, 171, 171, 171, 84, 84, 130, 268, 47, 262, 11, 256, 0)
-        entity = kind, one_of(*made.get(kind, [0x8000 | chance(3) if kind == 262 else 0x0101 + chance(3) if kind == 11 else 0]))
-        tcis = b"".join(struct.pack(">H", one_of(0, 3, 7) << 13 | one_of(20, 100, 101, 200, 321)) for _ in range(12))
-        if kind == 171:
-            attribute, content = one_of((3, struct.pack(">H", one_of(0x8100, 0x88A8))), (4, struct.pack(">H", one_of(0x8100, 0x88A8, 0x9100))),
-                                        (5, bytes([chance(9)])), *[(6, tagging_row(chance))] * 6)
-        elif kind == 84:
-            attribute, content = one_of((1, tcis), (2, bytes([chance(34)])), (3, bytes([chance(13)])))
-        elif kind == 130:
-            attribute, content = one_of((2 + chance(8), struct.pack(">H", one_of(*termination_points))), (10, bytes([chance(2)])),
-                                        (12, bytes([chance(8)])))
-        elif kind == 268:
-            attribute, content = one_of((1, struct.pack(">H", one_of(1001, 1002, 1003))), (2, struct.pack(">H", 0x8000 + chance(3))),
-                                        (4, struct.pack(">H", one_of(0x8000 + chance(24), 0xFFFF))))
-        elif kind == 47:
-            attribute, content = one_of((2, bytes([chance(20)])), (4, struct.pack(">H", one_of(*made.get(130, []), *made.get(266, []), 0x0102))))
-        elif kind in (262, 11, 256):
-            attribute, content = {262: (1, struct.pack(">H", one_of(1030 + entity[1] % 8, 1040 + entity[1] % 8))), 11: (5, bytes([chance(2)])),
-                                  256: (7, bytes([chance(2)]))}[kind]
-        else:  # taken away, and made again
-            again = one_of(*[one for one in asked if one[0] == 0x44])
+        kind = (171, 171, 171, 171, 171, 171, 84, 84, 130, 268, 47, 262, 11, 256, 0)[chance(15)]
+        if kind == 0:  # something is taken away, and made again
+            again = created[chance(len(created))]
             asked += [bytes([0x46]) + again[1:6] + bytes(32), again]
             continue
-        asked.append(change(entity, attribute, content))
+        known = made.get(kind, [0x8000 | chance(3) if kind == 262 else 0x0101 + chance(3) if kind == 11 else 0])
+        entity = kind, known[chance(len(known))]
+        asked.append(change(entity, *new_value(chance, entity, made)))
     asked += [change(entity, attribute, b"\0") for entity, attribute in (((256, 0), 7), *(((11, 0x0101 + port), 5) for port in range(4)))]
-    return "".join((struct.pack(">H", place) + one).hex() + "\n" for place, one in enumerate(asked, 1))
+    return "".join((number16(place) + one).hex() + "\n" for place, one in enumerate(asked, 1))
