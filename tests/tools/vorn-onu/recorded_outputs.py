@@ -130,10 +130,11 @@ OF_NUMBERS = {
     "provisioning {n} by the contract":
         (24, "omci IN-provisioning-{n}.txt --forwarding contract --log --record OUT-calls.json --json OUT-state.json"),
     "messages {n}": (24, "omci IN-messages-{n}.txt --log -v --json OUT-state.json"),
-    "scenario {n}": (100, "run IN-scenario-{n}.json --forwarding {mode} --json OUT-state.json --pcap OUT-frames.pcap"),
-    "mixture {n}": (24, "run IN-mixture-{n}.json --forwarding {mode} --trace --json OUT-state.json --pcap OUT-frames.pcap"),
+    "scenario {n}": (100, "run IN-scenario-{n}.json --forwarding {mode} --hal-output --json OUT-state.json --pcap OUT-frames.pcap"),
+    "mixture {n}":
+        (24, "run IN-mixture-{n}.json --forwarding {mode} --trace --hal-output --json OUT-state.json --pcap OUT-frames.pcap"),
     "service {n}": (24, "audit IN-service-{n}.json --json"),
-    "full port {n}": (16, "run IN-port-{n}.json --forwarding {mode} --board OUT-board.json --pcap OUT-frames.pcap"),
+    "full port {n}": (16, "run IN-port-{n}.json --forwarding {mode} --hal-output --board OUT-board.json --pcap OUT-frames.pcap"),
     "bridge {n}": (24, "run IN-bridge-{n}.json --board OUT-board.json --pcap OUT-frames.pcap"),
     "commands {n}": (24, "exec --board OUT-board.json -- python3 tests/virtual_onu/run_commands.py IN-commands-{n}.txt"),
 }
