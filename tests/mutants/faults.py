@@ -196,6 +196,8 @@ class Finder:
             i = max(i, self.source.partner.get(i, i)) + 1
         parts = [(a + 1, b - 1) for a, b in zip(commas, commas[1:] + [closing])]
         texts = [self.source.slice(*part) for part in parts if part[0] <= part[1]]
+        if len(texts) == 2 and self.tokens[opening - 1].text in ("max", "min"):
+            return  # the same in either order
         for at in range(len(texts) - 1):
             if not any("{" in text or text.startswith('"') for text in texts[at:at + 2]):
                 swapped = texts[:at] + [texts[at + 1], texts[at]] + texts[at + 2:]
