@@ -91,27 +91,27 @@ TEST_F(BridgeControl, EachFieldComesFromItsOwnAttribute) {
         int value = 0;
         for (const char* name : names) onu().writeFile(folder + name, std::to_string(++value) + "\n");
     };
-    const auto ticks = [](const timeval& time) { return time.tv_usec / 10000; };
+    const auto ticks = [](const timeval& time) { return std::int64_t{time.tv_usec} / 10000; };
     fill("/sys/class/net/bra/bridge/",
          {"stp_state", "root_path_cost", "root_port", "priority", "topology_change", "topology_change_detected",
           "forward_delay", "hello_time", "max_age", "ageing_time", "hello_timer", "tcn_timer", "topology_change_timer",
           "gc_timer"});
     br_bridge_info bridge{};
     ASSERT_EQ(br_get_bridge_info("bra", &bridge), 0);
-    EXPECT_EQ((std::vector<long>{bridge.stp_enabled, bridge.root_path_cost, bridge.root_port, bridge.priority,
-                                 bridge.topology_change, bridge.topology_change_detected, ticks(bridge.forward_delay),
-                                 ticks(bridge.hello_time), ticks(bridge.max_age), ticks(bridge.ageing_time),
-                                 ticks(bridge.hello_timer), ticks(bridge.tcn_timer),
-                                 ticks(bridge.topology_change_timer), ticks(bridge.gc_timer)}),
-              (std::vector<long>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14}));
+    EXPECT_EQ((std::vector<std::int64_t>{bridge.stp_enabled, bridge.root_path_cost, bridge.root_port, bridge.priority,
+                                         bridge.topology_change, bridge.topology_change_detected,
+                                         ticks(bridge.forward_delay), ticks(bridge.hello_time), ticks(bridge.max_age),
+                                         ticks(bridge.ageing_time), ticks(bridge.hello_timer), ticks(bridge.tcn_timer),
+                                         ticks(bridge.topology_change_timer), ticks(bridge.gc_timer)}),
+              (std::vector<std::int64_t>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14}));
     fill("/sys/class/net/bra/brif/pa/", {"port_no", "port_id", "priority", "state", "path_cost", "designated_port",
                                          "designated_cost", "message_age_timer", "forward_delay_timer", "hold_timer"});
     br_port_info port{};
     ASSERT_EQ(br_get_port_info("bra", "pa", &port), 0);
-    EXPECT_EQ((std::vector<long>{port.port_no, port.port_id, port.priority, port.state, port.path_cost,
-                                 port.designated_port, port.designated_cost, ticks(port.message_age_timer),
-                                 ticks(port.forward_delay_timer), ticks(port.hold_timer)}),
-              (std::vector<long>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
+    EXPECT_EQ((std::vector<std::int64_t>{port.port_no, port.port_id, port.priority, port.state, port.path_cost,
+                                         port.designated_port, port.designated_cost, ticks(port.message_age_timer),
+                                         ticks(port.forward_delay_timer), ticks(port.hold_timer)}),
+              (std::vector<std::int64_t>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
 }
 
 TEST_F(BridgeControl, TheForwardingDatabaseHoldsThePortsOwnAddresses) {
