@@ -2,7 +2,7 @@
 
 import re
 
-from by_chance.chance import chances
+from by_chance.chance import Chances
 
 # Each {…} of a line is one of its words by chance.
 COMMAND_WORDS = {
@@ -113,7 +113,7 @@ echo {number} > /proc/sys/net/ipv6/conf/{device}/disable_ipv6
 
 def commands(name):
     """Lines by chance, after what makes a device and a bridge."""
-    chance = chances(name)
+    chance = Chances(name)
     lines = ["brctl addbr br1", "brctl addif br1 sid0", "ifconfig br1 up", "ifconfig sid0 up"]
     for _ in range(400):
         line = COMMAND_LINES[chance(len(COMMAND_LINES))]

@@ -1,6 +1,6 @@
 """Options of "send"."""
 
-from by_chance.chance import chances
+from by_chance.chance import Chances
 
 TAG_WORDS = {"--vlan": "0 7 20 100 200 300 500 4095 4096".split(), "--pbits": "0 3 5 7 8".split(), "--tpid": "0x8100 0x88a8 0x9100".split(),
              "--dei": [""]}
@@ -15,7 +15,7 @@ FRAME_WORDS = {
 
 def frame(name):
     """Options of "send"."""
-    chance = chances(name)
+    chance = Chances(name)
     words = ["--from", ("sid0", "sid0", "sid1", "'gem 1001'", "'gem 1001'", "'gem 1002'")[chance(6)]]
     for _ in range((0, 0, 1, 1, 2, 3, 7)[chance(7)]):
         words += ["--vlan", TAG_WORDS["--vlan"][chance(9)]]

@@ -3,7 +3,7 @@
 import functools
 import struct
 
-from by_chance.chance import chances
+from by_chance.chance import Chances
 
 
 @functools.lru_cache(maxsize=None)
@@ -22,7 +22,7 @@ def asked_in(capture):
 def session(captures, name):
     """What an OLT asks for in two of the captures, one behind the other, with some more between: asked for again, of another capture,
     with other octets, entities taken away, looked at and set."""
-    chance = chances(name)
+    chance = Chances(name)
     everything = [one for capture in captures for one in asked_in(capture)]
     asked = []
     for own in (captures[chance(len(captures))], captures[chance(len(captures))]):
@@ -50,7 +50,7 @@ OWN = [(2, 0), (5, 0x0101), (6, 0x0101), (7, 0), (7, 1), (11, 0x0101), (11, 0x01
 
 def messages(classes, made, name):
     """Messages of both sets and of all kinds, to entities of all classes; MADE are those that an OLT makes."""
-    chance = chances(name)
+    chance = Chances(name)
     lines = [(struct.pack(">HBBHH", 1, 0x4F, 0x0A, 2, 0) + bytes(32)).hex()]
     known = OWN.copy()
     for number in range(2, 400):
@@ -81,8 +81,7 @@ def number16(value):
 
 def tagging_row(chance):
     """A row of extended VLAN tagging with codes that have a meaning; now and then of all ones, which deletes it."""
-    def one_of(*values):
-        return values[chance(len(values))]
+    one_of = chance.one_of
 
     def part(priority, vid, tpid):
         return priority << 16 | vid << 3 | tpid
@@ -100,9 +99,7 @@ def tagging_row(chance):
 
 def new_value(chance, entity, made):
     """An attribute of the entity, by its number, and another value for it."""
-    def one_of(*values):
-        return values[chance(len(values))]
-
+    one_of = chance.one_of
     kind, instance = entity
     flag, tpids = bytes([chance(2)]), (number16(one_of(0x8100, 0x88A8)), number16(one_of(0x8100, 0x88A8, 0x9100)))
     if kind == 171:  # extended VLAN tagging: TPIDs, downstream mode, a row
@@ -124,7 +121,7 @@ def new_value(chance, entity, made):
 
 def provisioning(captures, name):
     """All that a capture asks for, then forty changes of what it has made: rows, filters, p-bit maps, queues, ports, T-CONTs."""
-    chance = chances(name)
+    chance = Chances(name)
     captures = [capture for capture in captures if capture.stem in ("internet", "priorities", "television")]  # ports with rows
     asked = asked_in(captures[chance(len(captures))])[:]
     created = [one for one in asked if one[0] == 0x44]

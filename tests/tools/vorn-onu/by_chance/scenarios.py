@@ -4,7 +4,7 @@ import functools
 import ipaddress
 import json
 
-from by_chance.chance import chances
+from by_chance.chance import Chances
 
 # Other values in a scenario.
 VALUES = [0, 1, 2, 7, 8, 15, 16, 255, 4094, 4095, 4096, 65535, 65536, -1, 1.5, "", "any", "none", "0x8100", "untagged", "sid0", "sid9",
@@ -13,7 +13,7 @@ VALUES = [0, 1, 2, 7, 8, 15, 16, 255, 4094, 4095, 4096, 65535, 65536, -1, 1.5, "
 
 def scenario(text, name):
     """A scenario in which one value, or one name, is another, or is missing."""
-    chance = chances(name)
+    chance = Chances(name)
     whole = json.loads(text)
     places = []
 
@@ -66,7 +66,7 @@ FAILING = ["vlanCtl_insertTagRule", "vlanCtl_removeTagRule", "vlanCtl_createVlan
 def mixture(paths, name):
     """Parts of scenarios one behind the other, some fields with what another step has there; calls of the device that fail, and daemons
     that are killed between them."""
-    chance = chances(name)
+    chance = Chances(name)
     values = {}
     for path in paths:
         for step in asked_of_hal(path):
@@ -94,10 +94,8 @@ def mixture(paths, name):
 
 def tagged_service(name, most_rows=4, frames=0):
     """A bridge with rows of extended VLAN tagging and two filters by chance, to compare with the standard; frames through it."""
-    chance = chances(name)
-
-    def one_of(*values):
-        return values[chance(len(values))]
+    chance = Chances(name)
+    one_of = chance.one_of
 
     def tag(kind, place, priorities, vids, tpids):
         return {f"{place}{kind}Prio": one_of(*priorities), f"{place}{kind}VlanId": one_of(*vids), f"{place}{kind}TpidDe": one_of(*tpids)}
@@ -147,12 +145,9 @@ def group_mac(group):
 
 def bridge_with_hosts(text, name):
     """The bridge of a scenario, and frames and group messages of the hosts at its ports."""
-    chance = chances(name)
+    chance = Chances(name)
+    one_of = chance.one_of
     whole = json.loads(text)
-
-    def one_of(*values):
-        return values[chance(len(values))]
-
     hosts = {"sid0": "02:00:5e:00:00:0a", "sid2": "02:00:5e:00:00:0b", "gem 1001": "02:00:5e:00:01:01"}
     groups = ("239.1.2.3", "239.1.2.3", "239.129.2.3", "224.0.0.5", "232.1.1.1", "ff05::1:3", "ff05::1:3", "ff02::1", "ff0e::7")
     steps = [step for step in whole["steps"] if "call" in step][:7]
