@@ -20,13 +20,14 @@ import urllib.request
 for folder in ("../../support", "../vorn-onu"):
     sys.path.insert(0, str((pathlib.Path(__file__).resolve().parent / folder).resolve()))
 import record  # noqa: E402
+from terminal import Terminal  # noqa: E402
 from recorded_outputs import OTHER_EACH_TIME, input_text  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 # What the time has to do with.
 OTHER = {
     **OTHER_EACH_TIME, r'nonce="\w+"': "nonce", r"^(live +\w+ +)\d+ +\S+": r"\1", r"^\d\d:\d\d:\d\d\.\d+|^(  . +\d+ +)\d+\.\d+": r"\1TIME",
-    r"^((\w+_seconds\w*|process_\w+)(\{.*\})?) [\d.e+-]+$": r"\1 TIME", r".*(attribute value change|[^-]\balarm\b).*\n": "",
+    r'"(latencyMs|microseconds|seconds)":[\d.e+-]+': r'"\1":TIME', r"^((\w+_seconds\w*|process_\w+)(\{.*\})?) [\d.e+-]+$": r"\1 TIME", r".*(attribute value change|[^-]\balarm\b).*\n": "",
 }
 LOOKS = {
     # Nothing happens on these boards unless it is asked for.
@@ -39,15 +40,23 @@ LOOKS = {
         "expect nothingLeftSince=here", "call tcont_set allocId=300 tContIndex=5", "call tcont_set tContAllocId=300 tContIndex=1",
         "gateway silent", "gateway", "step (\"advance\":1)", "step (\"advanc\":1)", "bord links.sid1=up", "send --from sid77",
         "board links.sid1=dwon", "mib", "omci", "trace --last 0", "trace --last 12", "trace --last 12 --json", "trace --failed", "metrics",
-        "show"),
+        "show", "expect links.sid0=up", "board links.sid0=down --json", "restart kill", "step [1]", "gateway talks=1", "fault function=nothing",
+        "fault clear", "fault omci drop=1", "mib --tree", "mib --class 7 --tree", "serve --port 65536", "watch", "nothing",
+        "fault function=tmctl_setQueueCfg nth=2", "fault ioctl=SIOCBRADDIF code=-16", "board links.sid1=up"),
     "run scenarios/qinq.json --after-step 10 --forwarding g988": (
         "show", "send --from sid1 --vlan 30 --both-ways", "send --from 'gem 1001' --vlan 500 --vlan 30 --json",
         "call unsetPbitData record=service", "call unsetPbitData bridgeId=3 gemPortId=1001", "fault function=tmctl_setQueueCfg",
         "call tcont_set allocId=300 tContIndex=6", "trace --failed", "trace --last 30", "metrics", "show"),
     # The ports and the laser of an OLT's ONU are looked at each second, so its calls are another number each time.
     "omci --listen unix:olt": ("mib", "mib --json", "omci", "send --from sid0", "call configureBridge bridgeId=9 uniPort=0",
-                               "fault omci drop=1", "omci --last 3", "show"),
+                               "fault omci drop=1", "omci --last 3", "show", "mib --tree", "mib --class 84", "mib --class 0 --json",
+                               "mib --class 84 --tree", "omci --json", "omci -v -x", "omci --class 171 -v --last 9", "omci --type set -x",
+                               "omci --type set,create --instance 0x101", "omci --type nothing", "omci --last -1"),
 }
+
+DOWN, UP, ESCAPE, BACK = "\x1b[B", "\x1b[A", "\x1b", "\x7f"
+WINDOWS = ((14, 80, ("j", "j" * 40, "k", DOWN, "j", UP * 50, "/", "sid0", "\r", "/" + BACK * 9 + "br", ESCAPE, "s")),
+           (50, 120, ("/1001\r", "s", "/" + ESCAPE)), (24, 100, ("jj",)), (15, 40, ()), (6, 30, ()), (1, 1, ()))
 
 
 class Board:
@@ -75,6 +84,19 @@ class Board:
         until = time.monotonic() + 30
         while text not in self.ask(*words) and time.monotonic() < until:
             time.sleep(0.05)
+
+    def screens(self):
+        """What watch shows in windows of these sizes after these keys, and without colours."""
+        for more, windows in ({}, WINDOWS), ({"NO_COLOR": "1"}, WINDOWS[:1]):
+            terminal = Terminal([self.tool, "at", "live", "watch"], env={**self.how["env"], **more}, cwd=self.how["cwd"])
+            until = time.monotonic() + 20
+            while not re.search(r" (up|no link) +\d", terminal.screen()) and time.monotonic() < until:
+                time.sleep(0.2)  # the counters have to be looked at twice
+            for rows, columns, keys in windows:
+                terminal.resize(rows, columns)
+                for typed in ("", *keys):
+                    yield f"{rows} lines, {columns} columns, {typed!r}\n{terminal.screen(typed)}\n"
+            yield terminal.end("q")
 
     def page(self, left_out):
         """What a browser is sent at first: the page, its parts."""
@@ -113,11 +135,12 @@ def text_of(tool, source, words):
         try:
             board.wait_for("exit code 0", "at", "live", "show")
             if "listen" in words:
-                texts += olt(folder, input_text(source, "session-1.txt").split())
+                texts += olt(folder, "".join(input_text(source, name) for name in ("session-1.txt", "provisioning-2.txt")).split())
                 board.wait_for("1000 full duplex", "at", "live", "mib")
             for look in LOOKS[words]:
                 look = [word.strip("'").replace("(", "{").replace(")", "}") for word in re.findall(r"'[^']*'|[^\s]+", look)]
                 texts.append(board.ask("at", "live", *look))
+            texts += board.screens() if "listen" not in words else []
             texts += [*board.page({"calls", "facts"} if "listen" in words else set()), board.ask("ls")]
         finally:
             texts.append(board.end())

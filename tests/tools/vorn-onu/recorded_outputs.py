@@ -19,6 +19,7 @@ import tempfile
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
 import record  # noqa: E402
 from by_chance.commands import commands  # noqa: E402
+from by_chance.files import damaged, dump, layout  # noqa: E402
 from by_chance.frames import frame  # noqa: E402
 from by_chance.messages import messages, provisioning, session  # noqa: E402
 from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, mixture, scenario, tagged_service  # noqa: E402
@@ -31,7 +32,7 @@ OTHER_EACH_TIME = {r"0x[0-9a-f]{9,}": "ADDRESS", r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(
                    r"\b\d+(\.\d+)? (s|ms|µs)\b": "DURATION", r"SysUpTime \d+": "SysUpTime DURATION",
                    r'("SysUpTime",\s+"value": )"\d+"': r"\1DURATION", r'"bootId":"[^"]*"': "RANDOM",
                    r'"crc32":"\w+"': "SUM",
-                   r"vorn-onu-board\.\w{6}": "vorn-onu-board"}
+                   r"(FOLDER/vorn-onu\.)\d+/": r"\1USER/", r"vorn-onu-board\.\w{6}": "vorn-onu-board"}
 COMMANDS = ("run", "send", "audit", "omci", "exec", "ls", "at", "diff", "info", "schema")
 
 
@@ -62,7 +63,7 @@ TWO_STATES = ("run scenarios/counters.json --after-step 12 --json OUT-before.jso
 # By name: words of a command, or of several. OUT-… is a file that it writes, and that is looked at as well.
 OUTPUTS = {
     **{f"help {name}": f"help {name}" for name in (*COMMANDS, "environment")},
-    "help": "--help", "schema": "schema", "schema of the state": "schema --state", "version": "--version",
+    "help": "--help", "manual page": "help --man", "schema": "schema", "schema of the state": "schema --state", "version": "--version",
     "info": "info", "info in JSON": "info --json", "info after a scenario": "info scenarios/counters.json",
     **{f"report of {name}": f"run scenarios/{name}.json --report OUT-report.html --audit --quiet"
        for name in ("internet", "dscp", "tag-translation", "pbit-queues")},
@@ -111,6 +112,10 @@ OF_SCENARIOS = {
     "run {}": "run scenarios/{}.json", "run {} by G.988": "run scenarios/{}.json --forwarding g988", "audit {}": "audit scenarios/{}.json",
     "state and frames of {}": "run scenarios/{}.json --json OUT-state.json --pcap OUT-frames.pcap --quiet",
     "state of {} by G.988": "run scenarios/{}.json --forwarding g988 --json OUT-state.json --quiet",
+    "frames of {0} once more": "run scenarios/{0}.json --pcap OUT-frames.pcap --quiet; "
+                               "send scenarios/{0}.json --pcap-in OUT-frames.pcap --from sid0 --pcap OUT-out.pcap",
+    "what changes in {0}": "run scenarios/{0}.json --after-step 7 --json OUT-one.json --quiet; run scenarios/{0}.json --json OUT-two.json "
+                          "--quiet; diff OUT-one.json OUT-two.json; diff OUT-two.json OUT-one.json --json",
 }
 OF_CAPTURES = {"omci {}": "omci scenarios/omci/{}.pcap", "log of {}": "omci scenarios/omci/{}.pcap --log -v -x"}
 STATES_OF_CAPTURES = {
@@ -125,7 +130,7 @@ OF_NUMBERS = {
     "session {n} from the middle": (8, "omci IN-middle-{n}.txt -v --log --audit --json OUT-state.json"),
     "what differs after session {n}":
         (8, "omci IN-session-{n}.txt --quiet --json OUT-one.json; "
-             "omci IN-session-{next}.txt --quiet --json OUT-two.json --report OUT-report.html; diff OUT-one.json OUT-two.json"),
+             "omci IN-session-{next}.txt --quiet --json OUT-two.json --report OUT-report.html --audit; diff OUT-one.json OUT-two.json"),
     "provisioning {n}": (24, "omci IN-provisioning-{n}.txt --log -v --audit --record OUT-calls.json --json OUT-state.json"),
     "provisioning {n} by the contract":
         (24, "omci IN-provisioning-{n}.txt --forwarding contract --log --record OUT-calls.json --json OUT-state.json"),
@@ -135,10 +140,18 @@ OF_NUMBERS = {
         (24, "run IN-mixture-{n}.json --forwarding {mode} --trace --hal-output --json OUT-state.json --pcap OUT-frames.pcap"),
     "service {n}": (24, "audit IN-service-{n}.json --json"),
     "full port {n}": (16, "run IN-port-{n}.json --forwarding {mode} --hal-output --board OUT-board.json --pcap OUT-frames.pcap"),
+    "wrong scenarios {n}": (4, "run " + " ".join(f"IN-scenario-{number}{{n}}.json" for number in range(10, 60))),
+    "dump {n}": (16, "omci IN-dump-{n}.txt --log -v"),
+    "damaged capture {n}":
+        (24, "omci IN-damaged-{n}.pcap --log -v; send scenarios/internet.json --pcap-in IN-damaged-{n}.pcap --from sid0"),
+    "a program's report {n}":
+        (4, "exec --report OUT-report.html --pcap OUT-frames.pcap --json OUT-state.json --trace OUT-trace.txt --serial ABCD0000000{n} "
+            "--mac 02:00:00:00:00:0{n} --hal-output OUT-hal.txt --record OUT-calls.json -- python3 tests/virtual_onu/run_commands.py IN-commands-{n}.txt"),
     "bridge {n}": (24, "run IN-bridge-{n}.json --board OUT-board.json --pcap OUT-frames.pcap"),
     "commands {n}": (24, "exec --board OUT-board.json -- python3 tests/virtual_onu/run_commands.py IN-commands-{n}.txt"),
 }
 FRAMES = 100
+LAYOUTS = 16
 
 
 def outputs(source):
@@ -151,6 +164,7 @@ def outputs(source):
             **{text.format(n=n): words.format(n=n, next=n + 1, mode=MODES[n % 2])
                for text, (count, words) in OF_NUMBERS.items() for n in range(count)},
             **{f"frame {n}": f"send scenarios/{scenarios[n % len(scenarios)]}.json {frame(str(n))}" for n in range(FRAMES)},
+            **{f"layout {n}": f"omci IN-upload.txt --log -v --layout {layout(str(n))}" for n in range(LAYOUTS)},
             **{f"options of {command}": "; ".join(f"{command} {what} {words}" for words in options(source))
                for command, what in WITH_OPTIONS.items()}}
 
@@ -163,6 +177,10 @@ def input_text(source, name):
     if kind in ("session", "middle"):
         text = session(captures, name)
         return text if kind == "session" else "".join(text.splitlines(keepends=True)[15 + 5 * int(number):])
+    if kind == "dump":
+        return dump(session(captures, name), name)
+    if kind == "damaged":
+        return damaged(captures[int(number) % len(captures)].read_bytes(), name)
     if kind == "messages":
         classes = [(int(number), maker) for file in sorted((source / "omci" / "message").glob("*Entities.cpp"))
                    for number, maker in re.findall(r"\{(\d+),\s+\"[^\"]*\",\s+Maker::k(\w+)", file.read_text(encoding="utf-8"))]
@@ -186,7 +204,8 @@ def text_of(tool, source, line):
                        "PATH": os.environ["PATH"], "TMPDIR": folder, "HOME": folder, "COLUMNS": "100", "LC_ALL": "C.UTF-8"}
         texts = []
         for name in re.findall(r"IN-([^\s;]+)", line):
-            pathlib.Path(folder, name).write_text(input_text(source, name), encoding="utf-8")
+            content = input_text(source, name)
+            pathlib.Path(folder, name).write_bytes(content if isinstance(content, bytes) else content.encode())
         for command in line.split("; "):
             words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command)]
             paths = [str(pathlib.Path(folder, word.split("-", 1)[1])) if re.match("(IN|OUT)-", word) else word for word in words]
