@@ -18,6 +18,7 @@ import tempfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
 import record  # noqa: E402
+from terminal import Terminal  # noqa: E402
 from by_chance.commands import commands  # noqa: E402
 from by_chance.files import damaged, dump, layout  # noqa: E402
 from by_chance.frames import frame  # noqa: E402
@@ -33,6 +34,7 @@ OTHER_EACH_TIME = {r"0x[0-9a-f]{9,}": "ADDRESS", r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(
                    r'("SysUpTime",\s+"value": )"\d+"': r"\1DURATION", r'"bootId":"[^"]*"': "RANDOM",
                    r'"crc32":"\w+"': "SUM",
                    r"(FOLDER/vorn-onu\.)\d+/": r"\1USER/", r"vorn-onu-board\.\w{6}": "vorn-onu-board"}
+COLUMNS = (100, 60, 40, 170)
 COMMANDS = ("run", "send", "audit", "omci", "exec", "ls", "at", "diff", "info", "schema")
 
 
@@ -65,6 +67,12 @@ OUTPUTS = {
     **{f"help {name}": f"help {name}" for name in (*COMMANDS, "environment")},
     "help": "--help", "manual page": "help --man", "schema": "schema", "schema of the state": "schema --state", "version": "--version",
     "info": "info", "info in JSON": "info --json", "info after a scenario": "info scenarios/counters.json",
+    # [: at a terminal.
+    **{f"at a terminal, {line}": f"[{line}" for line in (
+        "run scenarios/dscp.json", "run IN-wrong.json", "audit scenarios/tag-translation.json", "info", "help run", "--help", "rnu",
+        "omci scenarios/omci/internet.pcap --log -v --audit", "omci IN-session-3.txt --log -v -x", "run scenarios/nothing.json",
+        "send scenarios/internet.json --from sid0 --vlan 20 --both-ways", "diff scenarios/internet.json scenarios/qinq.json",
+        "exec -- true")},
     **{f"report of {name}": f"run scenarios/{name}.json --report OUT-report.html --audit --quiet"
        for name in ("internet", "dscp", "tag-translation", "pbit-queues")},
     "trace": "run scenarios/bridge.json --trace", "HAL's output": "run scenarios/bridge.json --hal-output",
@@ -110,7 +118,7 @@ def names(folder, pattern):
 # the two in turn; {next}: the number after.
 OF_SCENARIOS = {
     "run {}": "run scenarios/{}.json", "run {} by G.988": "run scenarios/{}.json --forwarding g988", "audit {}": "audit scenarios/{}.json",
-    "state and frames of {}": "run scenarios/{}.json --json OUT-state.json --pcap OUT-frames.pcap --quiet",
+    "state and frames of {}": "run scenarios/{}.json --json OUT-state.json --pcap OUT-frames.pcap --report OUT-report.html --quiet",
     "state of {} by G.988": "run scenarios/{}.json --forwarding g988 --json OUT-state.json --quiet",
     "frames of {0} once more": "run scenarios/{0}.json --pcap OUT-frames.pcap --quiet; "
                                "send scenarios/{0}.json --pcap-in OUT-frames.pcap --from sid0 --pcap OUT-out.pcap",
@@ -135,9 +143,11 @@ OF_NUMBERS = {
     "provisioning {n} by the contract":
         (24, "omci IN-provisioning-{n}.txt --forwarding contract --log --record OUT-calls.json --json OUT-state.json"),
     "messages {n}": (24, "omci IN-messages-{n}.txt --log -v --json OUT-state.json"),
-    "scenario {n}": (100, "run IN-scenario-{n}.json --forwarding {mode} --hal-output --json OUT-state.json --pcap OUT-frames.pcap"),
+    "scenario {n}": (100, "run IN-scenario-{n}.json --forwarding {mode} --hal-output --json OUT-state.json --pcap OUT-frames.pcap "
+                         "--report OUT-report.html"),
     "mixture {n}":
-        (24, "run IN-mixture-{n}.json --forwarding {mode} --trace --hal-output --json OUT-state.json --pcap OUT-frames.pcap"),
+        (24, "run IN-mixture-{n}.json --forwarding {mode} --trace --hal-output --json OUT-state.json --pcap OUT-frames.pcap "
+                         "--report OUT-report.html"),
     "service {n}": (24, "audit IN-service-{n}.json --json"),
     "full port {n}": (16, "run IN-port-{n}.json --forwarding {mode} --hal-output --board OUT-board.json --pcap OUT-frames.pcap"),
     "wrong scenarios {n}": (4, "run " + " ".join(f"IN-scenario-{number}{{n}}.json" for number in range(10, 60))),
@@ -197,18 +207,22 @@ def input_text(source, name):
     return commands(name) if kind == "commands" else INPUTS[name]
 
 
-def text_of(tool, source, line):
+def text_of(tool, source, line, columns):
     """Standard output, standard error, exit code and files; what differs from run to run by a word of its own."""
     with tempfile.TemporaryDirectory() as folder:
         environment = {**{name: value for name, value in os.environ.items() if name.startswith("VORN_MUTANT")},
-                       "PATH": os.environ["PATH"], "TMPDIR": folder, "HOME": folder, "COLUMNS": "100", "LC_ALL": "C.UTF-8"}
+                       "PATH": os.environ["PATH"], "TMPDIR": folder, "HOME": folder, "COLUMNS": str(columns), "LC_ALL": "C.UTF-8", "TERM": "xterm"}
         texts = []
         for name in re.findall(r"IN-([^\s;]+)", line):
             content = input_text(source, name)
             pathlib.Path(folder, name).write_bytes(content if isinstance(content, bytes) else content.encode())
         for command in line.split("; "):
-            words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command)]
+            at_terminal = command.startswith("[")
+            words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command.lstrip("["))]
             paths = [str(pathlib.Path(folder, word.split("-", 1)[1])) if re.match("(IN|OUT)-", word) else word for word in words]
+            if at_terminal:
+                texts.append(Terminal([tool, *paths], columns, cwd=source, env=environment).end().encode())
+                continue
             run = subprocess.run([tool, *paths], cwd=source, env=environment, capture_output=True, timeout=100, check=False)
             texts += [run.stdout, run.stderr, f"exit code {run.returncode}\n".encode()]
             texts += [pathlib.Path(path).read_bytes() for word, path in zip(words, paths)
@@ -222,7 +236,8 @@ def text_of(tool, source, line):
 def main(source_dir, tool, *words):
     source = pathlib.Path(source_dir).resolve()
     tool = pathlib.Path(tool).resolve()
-    texts = {name: functools.partial(text_of, tool, source, line) for name, line in outputs(source).items()}
+    texts = {name: functools.partial(text_of, tool, source, line, COLUMNS[len(name) % len(COLUMNS)])
+             for name, line in outputs(source).items()}
     return record.check(RECORD, texts, words)
 
 

@@ -14,9 +14,9 @@ NEUTRAL = "\0"  # a key that means nothing: the screen is drawn once more
 
 
 class Terminal:
-    def __init__(self, words, **how):
+    def __init__(self, words, columns=120, **how):
         self.side, other = pty.openpty()
-        self.resize(60, 120)
+        self.resize(60, columns)
         self.process = subprocess.Popen(words, stdin=other, stdout=other, stderr=other, start_new_session=True,
                                         preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0), **how)
         os.close(other)
