@@ -5,7 +5,6 @@
 """
 
 import functools
-import json
 import os
 import pathlib
 import re
@@ -14,19 +13,19 @@ import subprocess
 import sys
 import tempfile
 import time
-import urllib.parse
-import urllib.request
 
 for folder in ("../../support", "../vorn-onu"):
     sys.path.insert(0, str((pathlib.Path(__file__).resolve().parent / folder).resolve()))
 import record  # noqa: E402
+from page import Page  # noqa: E402
 from terminal import Terminal  # noqa: E402
 from recorded_outputs import OTHER_EACH_TIME, input_text  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 # What the time has to do with.
 OTHER = {
-    **OTHER_EACH_TIME, r'nonce="\w+"': "nonce", r"^(live +\w+ +)\d+ +\S+": r"\1", r"^\d\d:\d\d:\d\d\.\d+|^(  . +\d+ +)\d+\.\d+": r"\1TIME",
+    **OTHER_EACH_TIME, r'nonce[-="]+\w+': "nonce", r"127\.0\.0\.1:\d+": "ADDRESS",
+    r"^Content-Length: \d+$": "Content-Length: MANY", r"^(live +\w+ +)\d+ +\S+": r"\1", r"^\d\d:\d\d:\d\d\.\d+|^(  . +\d+ +)\d+\.\d+": r"\1TIME",
     r'"(latencyMs|microseconds|seconds)":[\d.e+-]+': r'"\1":TIME', r"^((\w+_seconds\w*|process_\w+)(\{.*\})?) [\d.e+-]+$": r"\1 TIME", r".*(attribute value change|[^-]\balarm\b).*\n": "",
 }
 LOOKS = {
@@ -99,20 +98,10 @@ class Board:
             yield terminal.end("q")
 
     def page(self, left_out):
-        """What a browser is sent at first: the page, its parts."""
         server = subprocess.Popen([self.tool, "at", "live", "serve", "--port", "0"], **self.how)
         try:
-            url = urllib.parse.urlsplit(re.search(r"http://\S+", (server.stdout.readline() + server.stdout.readline()).decode())[0])
-            for path in (f"/?{url.query}", "/token", "/page.css"):
-                with urllib.request.urlopen(f"http://{url.netloc}{path}", timeout=20) as answer:
-                    yield answer.read().decode().replace(url.query, "TOKEN")
-            parts = {}
-            with urllib.request.urlopen(f"http://{url.netloc}/events?{url.query}", timeout=20) as answer:
-                while not {"counters", "devices"} <= parts.keys():
-                    line = answer.readline().decode()
-                    if line.startswith("data: "):
-                        parts = {**json.loads(line[6:]), **parts}
-            yield from (f"{name}: {parts[name]}".replace("><", ">\n<") for name in sorted(parts.keys() - left_out))
+            link, token = re.search(r"(http://\S+)/\?token=(\w+)", (server.stdout.readline() + server.stdout.readline()).decode()).groups()
+            yield from (text.replace(token, "TOKEN") for text in Page(link, token).visited(left_out))
         finally:
             server.terminate()
             server.communicate(timeout=20)
