@@ -32,6 +32,7 @@ LEFT_OUT = {"startup", "restart", "links", "multicast", "veip", "iphost-dhcp", "
 OTHER_EACH_TIME = {r"0x[0-9a-f]{9,}": "ADDRESS", r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(:\d\d)?": "TIME", r'time="[0-9.]+"': "DURATION",
                    r"\b\d+(\.\d+)? (s|ms|µs)\b": "DURATION", r"SysUpTime \d+": "SysUpTime DURATION",
                    r'("SysUpTime",\s+"value": )"\d+"': r"\1DURATION", r'"bootId":"[^"]*"': "RANDOM",
+                   r"vlanFilterList=0x[0-9a-f]+": "vlanFilterList=ADDRESS",
                    r'"crc32":"\w+"': "SUM",
                    r"(FOLDER/vorn-onu\.)\d+/": r"\1USER/", r"vorn-onu-board\.\w{6}": "vorn-onu-board"}
 COLUMNS = (100, 60, 40, 170)
@@ -48,7 +49,7 @@ INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(message(3 
                                                                       for part in range(266)),
           "layout.json": '{"ethernetPorts": "0x0501..0x0504", /* more of them */ "tConts": ["0x8001..0x8003", 32772]}',
           "broken.json": '{"ethernetPorts": ', "list.json": "[]",
-          "wrong.json": json.dumps({"title": "Steps fail", "steps": [
+          "wrong.json": json.dumps({"title": "Steps fail", "steps": [{"show": "bridges"},
               {"expect": {"ruleCount": 7}}, {"call": "configureBridge", "bridgeId": 3, "uniPort": 0},
               {"expect": {"bridges": {"br3": ["sid1.3"]}, "devices": {"sid1": {"mtu": 9}, "sid9": {}}}}]})}
 INPUTS.update({f"refused{number}.json": json.dumps({"title": "Refused", "steps": [step]}) for number, step in enumerate(REFUSED_STEPS)})
@@ -67,6 +68,9 @@ OUTPUTS = {
     **{f"help {name}": f"help {name}" for name in (*COMMANDS, "environment")},
     "help": "--help", "manual page": "help --man", "schema": "schema", "schema of the state": "schema --state", "version": "--version",
     "info": "info", "info in JSON": "info --json", "info after a scenario": "info scenarios/counters.json",
+    # |: what the HAL prints in any order, of its threads.
+    **{f"HAL's output of {name} {mode}": f"|run scenarios/{name}.json --hal-output --forwarding {mode}"
+       for name in ("veip", "multicast", "restart", "links", "iphost-dhcp") for mode in ("contract", "g988")},
     # [: at a terminal.
     **{f"at a terminal, {line}": f"[{line}" for line in (
         "run scenarios/dscp.json", "run IN-wrong.json", "audit scenarios/tag-translation.json", "info", "help run", "--help", "rnu",
@@ -117,7 +121,7 @@ def names(folder, pattern):
 # Of each scenario, of each capture, of each number below a count: the name of the text, the words of the command. {mode}: one of
 # the two in turn; {next}: the number after.
 OF_SCENARIOS = {
-    "run {}": "run scenarios/{}.json", "run {} by G.988": "run scenarios/{}.json --forwarding g988", "audit {}": "audit scenarios/{}.json",
+    "run {}": "run scenarios/{}.json --hal-output", "run {} by G.988": "run scenarios/{}.json --forwarding g988", "audit {}": "audit scenarios/{}.json",
     "state and frames of {}": "run scenarios/{}.json --json OUT-state.json --pcap OUT-frames.pcap --report OUT-report.html --quiet",
     "state of {} by G.988": "run scenarios/{}.json --forwarding g988 --json OUT-state.json --quiet",
     "frames of {0} once more": "run scenarios/{0}.json --pcap OUT-frames.pcap --quiet; "
@@ -218,13 +222,16 @@ def text_of(tool, source, line, columns):
             pathlib.Path(folder, name).write_bytes(content if isinstance(content, bytes) else content.encode())
         for command in line.split("; "):
             at_terminal = command.startswith("[")
-            words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command.lstrip("["))]
+            words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command.lstrip("[|"))]
             paths = [str(pathlib.Path(folder, word.split("-", 1)[1])) if re.match("(IN|OUT)-", word) else word for word in words]
             if at_terminal:
                 texts.append(Terminal([tool, *paths], columns, cwd=source, env=environment).end().encode())
                 continue
             run = subprocess.run([tool, *paths], cwd=source, env=environment, capture_output=True, timeout=100, check=False)
-            texts += [run.stdout, run.stderr, f"exit code {run.returncode}\n".encode()]
+            printed = run.stdout
+            if command.startswith("|"):
+                printed = b"\n".join(sorted(one for one in printed.splitlines() if "│".encode() in one)) + b"\n"
+            texts += [printed, run.stderr, f"exit code {run.returncode}\n".encode()]
             texts += [pathlib.Path(path).read_bytes() for word, path in zip(words, paths)
                       if word.startswith("OUT-") and os.path.exists(path)]
         text = b"".join(texts).decode(errors="replace").replace(folder, "FOLDER").replace(str(tool), "vorn-onu")

@@ -116,7 +116,7 @@ def tagged_service(name, most_rows=4, frames=0):
         added = chance(3)
         row["tagAction"] = ((3, 1, 4), (2, 6, 1), (5, 2, 6))[row["removeType"]][added]
         for number, place in enumerate(("inner", "outer")):
-            if tags > number:
+            if tags > number or chance(4) == 0:  # more than the row's frames have, which is not looked at
                 row.update(tag("Filter", place, (8, 8, 0, 5, 7), (4096, 4096, 0, 100, 4094, 4095), (0, 4, 5, 6)))
             if added > number:
                 row.update(tag("Treatment", place, (0, 5, 8, 9, 10), (100, 101, 4095, 4096, 4097), (0, 1, 2, 3, 4, 6, 7)))
