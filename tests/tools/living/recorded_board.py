@@ -63,7 +63,8 @@ class Board:
         self.tool = tool
         environment = {**{name: value for name, value in os.environ.items() if name.startswith("VORN_MUTANT")},
                        "PATH": os.environ["PATH"], "TMPDIR": folder, "HOME": folder, "COLUMNS": "100", "LC_ALL": "C.UTF-8"}
-        self.how = {"env": environment, "cwd": folder, "stdout": subprocess.PIPE, "stderr": subprocess.STDOUT}
+        self.how = {"env": environment, "cwd": folder, "stdout": subprocess.PIPE, "stderr": subprocess.STDOUT, "stdin": subprocess.DEVNULL,
+                    "preexec_fn": functools.partial(os.close, 0) if "g988" in words else None}  # descriptors begin with 0
         words = [str(source / word) if word.startswith("scenarios/") else word for word in words.split()]
         self.printed = tempfile.TemporaryFile()
         self.process = subprocess.Popen([tool, *words, "--name", "live"], **{**self.how, "stdout": self.printed})

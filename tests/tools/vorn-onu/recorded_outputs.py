@@ -71,6 +71,15 @@ OUTPUTS = {
     # |: what the HAL prints in any order, of its threads.
     **{f"HAL's output of {name} {mode}": f"|run scenarios/{name}.json --hal-output --forwarding {mode}"
        for name in ("veip", "multicast", "restart", "links", "iphost-dhcp") for mode in ("contract", "g988")},
+    # <: without a standard input, so that descriptors begin with 0.
+    **{f"without an input, {line}": f"<{line}" for line in (
+        *(f"run scenarios/{name}.json --forwarding {mode} --trace --json OUT-state.json --pcap OUT-frames.pcap"
+          for name in ("bridge", "internet", "counters", "iphost-static", "tcont-gem", "restart") for mode in ("contract", "g988")),
+        "run scenarios/bridge.json scenarios/internet.json --junit OUT-junit.xml", "omci scenarios/omci/internet.pcap --log --record OUT-calls",
+        "omci IN-dump-1.txt", "run scenarios/bridge.json --report OUT-report.html", "run IN-mixture-1.json --trace",
+        "exec --board OUT-board.json --trace OUT-trace.txt -- python3 tests/virtual_onu/run_commands.py IN-commands-1.txt",
+        "exec --board OUT-board.json --json OUT-state.json --report OUT-report.html -- true",
+        "send scenarios/internet.json --pcap-in scenarios/omci/internet.pcap --from sid0 --pcap OUT-out.pcap", "audit scenarios/internet.json")},
     # [: at a terminal.
     **{f"at a terminal, {line}": f"[{line}" for line in (
         "run scenarios/dscp.json", "run IN-wrong.json", "audit scenarios/tag-translation.json", "info", "help run", "--help", "rnu",
@@ -103,6 +112,12 @@ OUTPUTS = {
     "what is refused": "; ".join(f"run IN-refused{number}.json" for number in range(len(REFUSED_STEPS))),
     "what fails": "run IN-wrong.json --junit OUT-junit.xml; run IN-wrong.json scenarios/bridge.json",
     "a program that calls no device": "exec --json OUT-state.json -- true; exec -- false",
+    "programs": "; ".join(f"exec {words}" for words in (
+        "-- sh -c 'exit 7'", "-- sh -c 'kill -9 $$'", "-- sh -c 'kill -TERM $$'", "-- ./nothing", "-- /", "--json - -- true",
+        "--quiet -- sh -c 'ip link add br4 type bridge;echo $LD_PRELOAD|wc -w'",
+        "--hal-output - -- true", "--hal-output / -- true", "--record OUT-r.json -- true", "--record / -- true", "--trace - -- cat /nothing",
+        "--board OUT-b.json --serial ABCD1 -- true", "--board OUT-b.json --mac 01:00:00:00:00:00 -- true", "--board OUT-b.json -- true",
+        "--board / -- true", "--name a/b -- true", "--tap sid0 -- true", "--metrics 1x -- true", "--forwarding perhaps -- true")),
     "another ONU's layout": "omci scenarios/omci/internet.pcap --layout ethernetPorts=0x0501..0x0504 --strict",
 }
 
@@ -222,12 +237,13 @@ def text_of(tool, source, line, columns):
             pathlib.Path(folder, name).write_bytes(content if isinstance(content, bytes) else content.encode())
         for command in line.split("; "):
             at_terminal = command.startswith("[")
-            words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command.lstrip("[|"))]
+            words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command.lstrip("[|<"))]
             paths = [str(pathlib.Path(folder, word.split("-", 1)[1])) if re.match("(IN|OUT)-", word) else word for word in words]
             if at_terminal:
                 texts.append(Terminal([tool, *paths], columns, cwd=source, env=environment).end().encode())
                 continue
-            run = subprocess.run([tool, *paths], cwd=source, env=environment, capture_output=True, timeout=100, check=False)
+            run = subprocess.run([tool, *paths], cwd=source, env=environment, capture_output=True, timeout=100, check=False,
+                                 stdin=subprocess.DEVNULL, preexec_fn=functools.partial(os.close, 0) if command.startswith("<") else None)
             printed = run.stdout
             if command.startswith("|"):
                 printed = b"\n".join(sorted(one for one in printed.splitlines() if "│".encode() in one)) + b"\n"
