@@ -153,7 +153,8 @@ CommandLine::~CommandLine() = default;
 // In words of ours where a word is not known: the nearest one that is.
 std::string CommandLine::problemOf(const CLI::ParseError& error) const {
     const auto chosen = app_->get_subcommands();
-    const auto unknown = app_->remaining(true);
+    auto unknown = app_->remaining(true);
+    unknown.erase(std::find(unknown.begin(), unknown.end(), "--"), unknown.end());  // a program's words follow
     if (chosen.empty() && !unknown.empty() && unknown.front().compare(0, 1, "-") != 0)
         return noSuchCommand(*app_, unknown.front());
     const CLI::App& command = chosen.empty() ? *app_ : *chosen.front();
