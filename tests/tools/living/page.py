@@ -26,27 +26,42 @@ class Page:
         heads = "".join(f"{name}: {value}\n" for name, value in answer.getheaders())
         return f"{method} {path} {answer.status}\n{heads}{answer.read().decode()}\n"
 
-    def parts(self, work=lambda: None):
-        """As they are when nothing more comes, of a reader who is there before WORK."""
+    def events(self, work):
+        """Until nothing more comes, of a reader who is there before WORK, which begins when the page is whole."""
         connection = http.client.HTTPConnection(self.place, timeout=QUIET)
         connection.request("GET", "/events")
-        parts, answer = {}, connection.getresponse()
+        answer = connection.getresponse()
+        whole, name = {"counters", "devices"}, ""
         try:
             for line in answer:
-                if line.startswith(b"data: "):
-                    parts.update(json.loads(line[6:]))
-                    if work and {"counters", "devices"} <= parts.keys():
-                        work = work()
+                kind, _, text = line.decode().strip().partition(": ")
+                name = text if kind == "event" else name
+                if kind == "data":
+                    content = json.loads(text)
+                    yield name, content
+                    if whole and not (whole := whole - content.keys()):
+                        work()
         except TimeoutError:
-            return parts
-        raise RuntimeError("the page has no more to tell")
+            return
+        yield "end", {}
 
-    def visited(self, left_out):
+    def parts(self, work=lambda: None):
+        parts = {}
+        for _, content in self.events(work):
+            parts.update(content)
+        return parts
+
+    def without_board(self, end):
+        """What it says when the board is ended."""
+        said = [f"{name} {content}" for name, content in self.events(end) if name != "parts"]
+        return [*said, self.ask("/step", "POST", json.dumps(STEPS[0]), X_Vorn_Token=self.token), self.ask("/metrics"), self.ask("/nothing")]
+
+    def visited(self, left_out, steps=STEPS):
         """What a browser gets: the page, answers to steps, refusals, then the parts of the page."""
         answers = []
 
         def take_steps():
-            answers.extend(self.ask("/step", "POST", json.dumps(step), X_Vorn_Token=self.token) for step in STEPS)
+            answers.extend(self.ask("/step", "POST", json.dumps(step), X_Vorn_Token=self.token) for step in steps)
 
         yield from (self.ask(f"/?token={self.token}"), self.ask("/page.css"), self.ask("/page.js"), self.ask("/token"),
                     self.ask("/token", X_Vorn_Token=self.token), self.ask("/nothing"), self.ask("/step"), self.ask("/", Range="bytes=0-3"),

@@ -17,7 +17,7 @@ import time
 for folder in ("../../support", "../vorn-onu"):
     sys.path.insert(0, str((pathlib.Path(__file__).resolve().parent / folder).resolve()))
 import record  # noqa: E402
-from page import Page  # noqa: E402
+from page import STEPS, Page  # noqa: E402
 from terminal import Terminal  # noqa: E402
 from recorded_outputs import OTHER_EACH_TIME, input_text  # noqa: E402
 
@@ -25,6 +25,7 @@ RECORD = pathlib.Path(__file__).with_suffix(".txt")
 # What the time has to do with.
 OTHER = {
     **OTHER_EACH_TIME, r'nonce[-="]+\w+': "nonce", r"127\.0\.0\.1:\d+": "ADDRESS",
+    r'"messages":\[[\d,]+\]': '"messages":[]',  # with those that told the ports' state
     r"^Content-Length: \d+$": "Content-Length: MANY", r"^(live +\w+ +)\d+ +\S+": r"\1", r"^\d\d:\d\d:\d\d\.\d+|^(  . +\d+ +)\d+\.\d+": r"\1TIME",
     r'"(latencyMs|microseconds|seconds)":[\d.e+-]+': r'"\1":TIME', r"^((\w+_seconds\w*|process_\w+)(\{.*\})?) [\d.e+-]+$": r"\1 TIME", r".*(attribute value change|[^-]\balarm\b).*\n": "",
 }
@@ -46,13 +47,14 @@ LOOKS = {
         "show", "send --from sid1 --vlan 30 --both-ways", "send --from 'gem 1001' --vlan 500 --vlan 30 --json",
         "call unsetPbitData record=service", "call unsetPbitData bridgeId=3 gemPortId=1001", "fault function=tmctl_setQueueCfg",
         "call tcont_set allocId=300 tContIndex=6", "trace --failed", "trace --last 30", "metrics", "show"),
-    # The ports and the laser of an OLT's ONU are looked at each second, so its calls are another number each time.
     "omci --listen unix:olt": ("mib", "mib --json", "omci", "send --from sid0", "call configureBridge bridgeId=9 uniPort=0",
                                "fault omci drop=1", "omci --last 3", "show", "mib --tree", "mib --class 84", "mib --class 0 --json",
                                "mib --class 84 --tree", "omci --json", "omci -v -x", "omci --class 171 -v --last 9", "omci --type set -x",
                                "omci --type set,create --instance 0x101", "omci --type nothing", "omci --last -1"),
 }
 
+# The ports and the laser of an OLT's ONU are looked at each second: so many calls, and alarms at some time or other.
+CHANGING, STEADY_STEPS = {"calls", "facts"}, tuple(step for step in STEPS if "board" not in step)
 DOWN, UP, ESCAPE, BACK = "\x1b[B", "\x1b[A", "\x1b", "\x7f"
 WINDOWS = ((14, 80, ("j", "j" * 40, "k", DOWN, "j", UP * 50, "/", "sid0", "\r", "/" + BACK * 9 + "br", ESCAPE, "s")),
            (50, 120, ("/1001\r", "s", "/" + ESCAPE)), (24, 100, ("jj",)), (15, 40, ()), (6, 30, ()), (1, 1, ()))
@@ -98,11 +100,13 @@ class Board:
                     yield f"{rows} lines, {columns} columns, {typed!r}\n{terminal.screen(typed)}\n"
             yield terminal.end("q")
 
-    def page(self, left_out):
+    def page(self, has_olt):
         server = subprocess.Popen([self.tool, "at", "live", "serve", "--port", "0"], **self.how)
         try:
             link, token = re.search(r"(http://\S+)/\?token=(\w+)", (server.stdout.readline() + server.stdout.readline()).decode()).groups()
-            yield from (text.replace(token, "TOKEN") for text in Page(link, token).visited(left_out))
+            page = Page(link, token)
+            yield from (text.replace(token, "TOKEN") for text in page.visited(*((CHANGING, STEADY_STEPS) if has_olt else (set(),))))
+            yield from page.without_board(self.process.terminate)
         finally:
             server.terminate()
             server.communicate(timeout=20)
@@ -126,12 +130,15 @@ def text_of(tool, source, words):
             board.wait_for("exit code 0", "at", "live", "show")
             if "listen" in words:
                 texts += olt(folder, "".join(input_text(source, name) for name in ("session-1.txt", "provisioning-2.txt")).split())
-                board.wait_for("1000 full duplex", "at", "live", "mib")
+                seen = ""
+                while (now := board.ask("at", "live", "mib")) != seen:  # its ports have been looked at
+                    seen = now
+                    time.sleep(1.5)
             for look in LOOKS[words]:
                 look = [word.strip("'").replace("(", "{").replace(")", "}") for word in re.findall(r"'[^']*'|[^\s]+", look)]
                 texts.append(board.ask("at", "live", *look))
             texts += board.screens() if "listen" not in words else []
-            texts += [*board.page({"calls", "facts"} if "listen" in words else set()), board.ask("ls")]
+            texts += [board.ask("ls"), *board.page("listen" in words), board.ask("ls")]
         finally:
             texts.append(board.end())
     text = "\n".join(texts).replace(folder, "FOLDER").replace(str(source), "SOURCE")
