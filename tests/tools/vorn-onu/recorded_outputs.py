@@ -18,6 +18,8 @@ import tempfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
 import record  # noqa: E402
+from by_chance.boards import changed_board  # noqa: E402
+from by_chance.captures import capture  # noqa: E402
 from by_chance.commands import commands  # noqa: E402
 from by_chance.frames import frame  # noqa: E402
 from by_chance.messages import messages, provisioning, session  # noqa: E402
@@ -44,6 +46,8 @@ def message(transaction, kind, content=b""):
 INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(message(3 + part, 0x4E, struct.pack(">H", part))
                                                                       for part in range(266)),
           "layout.json": '{"ethernetPorts": "0x0501..0x0504", /* more of them */ "tConts": ["0x8001..0x8003", 32772]}',
+          "look.json": json.dumps({"title": "A look", "steps": [
+              {"board": {"commands": ["ifconfig", "brctl show"]}}, {"frame": {"from": "sid0"}}, {"advance": 40000}]}),
           "broken.json": '{"ethernetPorts": ', "list.json": "[]",
           "wrong.json": json.dumps({"title": "Steps fail", "steps": [
               {"expect": {"ruleCount": 7}}, {"call": "configureBridge", "bridgeId": 3, "uniPort": 0},
@@ -136,9 +140,14 @@ OF_NUMBERS = {
     "service {n}": (24, "audit IN-service-{n}.json --json"),
     "full port {n}": (16, "run IN-port-{n}.json --forwarding {mode} --hal-output --board OUT-board.json --pcap OUT-frames.pcap"),
     "bridge {n}": (24, "run IN-bridge-{n}.json --board OUT-board.json --pcap OUT-frames.pcap"),
-    "commands {n}": (24, "exec --board OUT-board.json -- python3 tests/virtual_onu/run_commands.py IN-commands-{n}.txt"),
+    "capture {n}": (6, "send IN-bridge-{n}.json --from sid0 --pcap-in IN-capture-{n}.pcap --pcap OUT-left.pcap; "
+                        "send IN-bridge-{n}.json --from 'gem 1001' --pcap-in IN-capture-{n}.pcap --pcap OUT-left.pcap"),
+    "commands {n}": (14, "exec --board OUT-board.json --json OUT-state.json --trace OUT-trace --pcap OUT-sent.pcap -- python3 tests/virtual_onu/run_commands.py IN-commands-{n}.txt"),
 }
 FRAMES = 100
+# Boards that these leave are changed, and looked at.
+BOARDS = ("bridge-forwarding", "iphost-static", "internet", "counters")
+CHANGED_BOARDS = 20
 
 
 def outputs(source):
@@ -150,6 +159,11 @@ def outputs(source):
             **{text.format(name): words.format(name) for table, known in every for text, words in table.items() for name in known},
             **{text.format(n=n): words.format(n=n, next=n + 1, mode=MODES[n % 2])
                for text, (count, words) in OF_NUMBERS.items() for n in range(count)},
+            **{f"changed boards of {name}":
+                   f"run scenarios/{name}.json --board OUT-board.json --quiet; " + "; ".join(
+                       f"change OUT-board.json OUT-changed.json {name}-{part}; run IN-look.json --board OUT-changed.json --quiet"
+                       for part in range(CHANGED_BOARDS))
+               for name in BOARDS},
             **{f"frame {n}": f"send scenarios/{scenarios[n % len(scenarios)]}.json {frame(str(n))}" for n in range(FRAMES)},
             **{f"options of {command}": "; ".join(f"{command} {what} {words}" for words in options(source))
                for command, what in WITH_OPTIONS.items()}}
@@ -176,6 +190,8 @@ def input_text(source, name):
         return bridge_with_hosts((source / SCENARIOS / "bridge-forwarding.json").read_text(encoding="utf-8"), name)
     if kind in ("service", "port"):
         return tagged_service(name, *((60, 80) if kind == "port" else ()))
+    if kind == "capture":
+        return capture(name)
     return commands(name) if kind == "commands" else INPUTS[name]
 
 
@@ -186,10 +202,14 @@ def text_of(tool, source, line):
                        "PATH": os.environ["PATH"], "TMPDIR": folder, "HOME": folder, "COLUMNS": "100", "LC_ALL": "C.UTF-8"}
         texts = []
         for name in re.findall(r"IN-([^\s;]+)", line):
-            pathlib.Path(folder, name).write_text(input_text(source, name), encoding="utf-8")
+            content = input_text(source, name)
+            pathlib.Path(folder, name).write_bytes(content if isinstance(content, bytes) else content.encode())
         for command in line.split("; "):
             words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command)]
             paths = [str(pathlib.Path(folder, word.split("-", 1)[1])) if re.match("(IN|OUT)-", word) else word for word in words]
+            if words[0] == "change":
+                pathlib.Path(paths[2]).write_text(changed_board(pathlib.Path(paths[1]).read_text(encoding="utf-8"), words[3]), encoding="utf-8")
+                continue
             run = subprocess.run([tool, *paths], cwd=source, env=environment, capture_output=True, timeout=100, check=False)
             texts += [run.stdout, run.stderr, f"exit code {run.returncode}\n".encode()]
             texts += [pathlib.Path(path).read_bytes() for word, path in zip(words, paths)

@@ -23,6 +23,16 @@ COMMAND_WORDS = {
     "value": "00 01 02 03 07 0110 0010 4310 dc05 e803 0100021122334455 0100011122334455 ffffffff".split(),
     "sockaddr": "020000000a000005 02000000c0000201 02000000ffffff00 02000000ffff0000 0200000000000000 0a0000000a000005".split(),
     "octets": "-1 0 39 40 41 80 200".split(),
+    "path": ["/var/mcpd.conf", "/var//mcpd.conf/", "/var/mcpdTmp.conf", "/tmp/dhclient_interface", "/proc/driver/i2c/a", "/proc/driver/i2c/b",
+             "/proc/driver/i2c", "/proc/net/dev_extstats", "/proc/sys/kernel/random", "/dev/laser_dev", "/sys/class/net", "/sys/class/net/sid0",
+             "/sys/class/net/sid0/mtu", "/sys/class/net/br1/bridge/hello_time", "/sys/class/net/sid0/brport/path_cost", "/nowhere/at/all"],
+    "flags": "0 0 1 1 2 2 101 102 301 1001 1002 2001 2102 200000 100 2000001".split(), "mode": "r r+ w w+ a a+ wx re q".split(),
+    "frame": ["ffffffffffff02112233445508060001", "ffffffffffff0211223344550806", "ffffffffffff02112233445508", "00" * 1514, "00" * 1515],
+    "asked": "80024f05 80024f06 80044f0b c8 c9 cc d2 12d 8913".split(), "character": "/dev/laser_dev /dev/ngpon2_stack".split(),
+    # Of the device kit; records begin with the lowest octet of a number.
+    "bit": "0 1 2".split(), "tag": "0 0 1 2 3".split(), "id": "0 1 2 3 5 7 4095 4294967295".split(), "few": "00 01 02 07 1f 20 ff".split(),
+    "field": "0 1 7 8 17 100 4095 4096 33024 34984 65535 65536 4294967295".split(), "part": "Pbits Cfi Vid EtherType".split(),
+    "gem": "e903 ea03 0000 ffff".split(), "two": "2 2 2 1".split(), "size": "0 3 64 1000".split(), "name": "macAddress link other".split(),
     "joint": ["&&", "||", ";", "|", "2>/dev/null &&"], "way": "add del delete replace show change".split(),
 }
 COMMAND_LINES = """
@@ -108,6 +118,77 @@ cat < /sys/class/net/{device}/{leaf}
 grep {number} < /sys/class/net/{device}/{leaf}
 echo {number} >> /sys/class/net/{bridge}/bridge/{time}
 echo {number} > /proc/sys/net/ipv6/conf/{device}/disable_ipv6
+file {flags} {path} {number}00
+file {flags} {path} {number}0
+file {flags} {path} {number}
+stream {mode} {path} {number}
+stream {mode} {path} {number}00
+look {path}
+list {path}
+rename {path} {path}
+remove {path}
+packet {device} {frame}
+packet {device} {frame}
+device {character} {asked}
+kit if_nametoindex {device}
+name {index}
+kit vlanCtl_init
+kit vlanCtl_init
+kit vlanCtl_cleanup
+kit vlanCtl_initTagRule
+kit vlanCtl_setIfSuffix .
+kit vlanCtl_createVlanInterface {device} {id} {bit} {bit}
+kit vlanCtl_createVlanInterfaceByName {device} {device} {bit} {bit}
+kit vlanCtl_createVlanInterfaceByName sid0 sid0.3 0 1
+kit vlanCtl_deleteVlanInterface {device}
+kit vlanCtl_setRealDevMode {device} {bit}
+kit vlanCtl_setDefaultAction {device} {bit} {tag} {bit} {device}
+kit vlanCtl_createVlanFlows {device} {device}
+kit vlanCtl_getNbrOfRulesInTable {device} {bit} {tag} x
+kit vlanCtl_insertTagRule {device} {bit} {tag} {bit} 4294967295 x
+kit vlanCtl_insertTagRule sid0 {bit} {tag} {bit} {id} x
+kit vlanCtl_removeTagRule sid0 {bit} {tag} {id}
+kit vlanCtl_setReceiveVlanDevice {device}
+kit vlanCtl_filterOnTxVlanDevice {device}
+kit vlanCtl_filterOnTag{part} {field} {tag}
+kit vlanCtl_filterOnEthertype {field}
+kit vlanCtl_filterOnIpProto {field}
+kit vlanCtl_filterOnSkbMarkPort {field}
+kit vlanCtl_cmdPushVlanTag
+kit vlanCtl_cmdPopVlanTag
+kit vlanCtl_cmdDropFrame
+kit vlanCtl_cmdSetTag{part} {field} {tag}
+kit vlanCtl_cmdCopyTag{part} {tag} {tag}
+kit vlanCtl_cmdDscpToPbits {tag}
+kit vlanCtl_cmdSetEtherType {field}
+kit vlanCtl_cmdSetSkbMarkPort {field}
+kit vlanCtl_cmdSetSkbMarkQueue {field}
+kit gponCtl_configTcontAllocId x{few}00{gem}
+kit gponCtl_deconfigTcontAllocId x{few}00{gem}
+kit gponCtl_configGemPort xffff{gem}{gem}000103
+kit gponCtl_configGemPort x{few}{few}{gem}{gem}{few}0103
+kit gponCtl_deconfigGemPort x{few}00{gem}
+kit gponCtl_enableGemPort x{few}00{gem}{few}
+kit gponCtl_getGemPort xffff{gem}
+kit gponCtl_getGemPort x{few}00{gem}
+kit gponCtl_getGemPortCounters x00000000{few}00{gem}
+kit gponCtl_startAdminState x{few}
+kit tmctl_portTmInit {two} x{few} 0 8
+kit tmctl_portTmUninit {two} x{few}
+kit tmctl_setQueueCfg {two} x{few} x{few}000000{few}0000000001000001000000{few}
+kit tmctl_setQueueCfg 2 x01 x{few}000000{few}000000{few}0000000100000002
+kit tmctl_getQueueCfg 2 x{few} {bit} x
+kit tmctl_delQueueCfg {two} x{few} {bit}
+kit cmsPsp_set {name} x{few}{few} {bit}
+kit cmsPsp_get {name} x {size}
+kit devCtl_getMacAddress x {id}
+kit devCtl_getBaseMacAddress x
+kit devCtl_getBootedImagePartition
+kit devCtl_getImageVersion {bit} x {size}
+kit bcm_phy_mode_get {bit} {id} x x
+kit bcm_phy_mode_set {bit} {bit} {field} {bit}
+kit bcm_get_linkstatus {bit} {id} x 0
+kit nandReadNvramData x
 """.strip().splitlines()
 
 
@@ -115,7 +196,7 @@ def commands(name):
     """Lines by chance, after what makes a device and a bridge."""
     chance = Chances(name)
     lines = ["brctl addbr br1", "brctl addif br1 sid0", "ifconfig br1 up", "ifconfig sid0 up"]
-    for _ in range(400):
+    for _ in range(1200):
         line = COMMAND_LINES[chance(len(COMMAND_LINES))]
         line = re.sub(r"\{(\w+)\}", lambda found: (words := COMMAND_WORDS[found[1]])[chance(len(words))], line)
         lines.append(line.replace("(", "{").replace(")", "}"))
