@@ -65,7 +65,9 @@ def file(flags, path, text):
     return each(lambda: os.read(one, 9), lambda: os.write(one, text.encode()), lambda: os.lseek(one, 0, os.SEEK_SET),
                 lambda: copies.extend((os.dup(one), os.dup2(one, 77, False))), lambda: os.write(copies[0], b"7"),
                 lambda: os.lseek(one, 0, os.SEEK_SET), lambda: os.read(copies[1], 60), lambda: os.ftruncate(one, 2),
-                lambda: oct(os.fstat(one).st_mode), lambda: os.dup2(sys.stdin.fileno(), copies[1], False),
+                lambda: oct(os.fstat(one).st_mode), lambda: os.dup2(0, copies[1], False) == copies[1],
+                lambda: os.dup2(copies[0], one, False) == one, lambda: os.dup2(one, 0, False), lambda: os.write(0, b"8"),
+                lambda: os.dup2(copies[1], 0, False),
                 lambda: os.close(copies[0]), lambda: os.close(one), lambda: os.close(copies[1]))
 
 
@@ -109,7 +111,7 @@ def kit(function, *words):
 
 
 WORDS = {"file": file, "stream": stream, "look": look, "packet": packet, "device": character_device, "kit": kit,
-         "remove": os.remove, "rename": os.rename,
+         "remove": os.remove, "rename": os.rename, "list": lambda path: " ".join(sorted(os.listdir(path))),
          "name": lambda index: socket.if_indextoname(int(index))}
 
 
@@ -126,8 +128,6 @@ def result_of(line):
             with open(path, "w", encoding="ascii") as file:
                 file.write(text)
             return "written"
-        if word == "list":
-            return " ".join(sorted(os.listdir(rest)))
         if word == "change":
             return change(*rest.split(" ", 1))
         if word == "ioctl":

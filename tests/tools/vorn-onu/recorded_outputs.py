@@ -20,10 +20,10 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
 import record  # noqa: E402
 from by_chance.boards import changed_board  # noqa: E402
 from by_chance.captures import capture  # noqa: E402
-from by_chance.commands import commands  # noqa: E402
+from by_chance.commands import commands, rules  # noqa: E402
 from by_chance.frames import frame  # noqa: E402
 from by_chance.messages import messages, provisioning, session  # noqa: E402
-from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, mixture, scenario, tagged_service  # noqa: E402
+from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, frames, mixture, scenario, tagged_service  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 SCENARIOS = pathlib.Path("scenarios")
@@ -142,7 +142,10 @@ OF_NUMBERS = {
     "bridge {n}": (24, "run IN-bridge-{n}.json --board OUT-board.json --pcap OUT-frames.pcap"),
     "capture {n}": (6, "send IN-bridge-{n}.json --from sid0 --pcap-in IN-capture-{n}.pcap --pcap OUT-left.pcap; "
                         "send IN-bridge-{n}.json --from 'gem 1001' --pcap-in IN-capture-{n}.pcap --pcap OUT-left.pcap"),
-    "commands {n}": (14, "exec --board OUT-board.json --json OUT-state.json --trace OUT-trace --pcap OUT-sent.pcap -- python3 tests/virtual_onu/run_commands.py IN-commands-{n}.txt"),
+    "rules {n}": (6, "exec --board OUT-board.json --quiet -- python3 tests/virtual_onu/run_commands.py IN-rules-{n}.txt; "
+                     "run IN-frames-{n}.json --board OUT-board.json --pcap OUT-frames.pcap"),
+    "commands {n}": (14, "exec --board OUT-board.json --json OUT-state.json --trace OUT-trace --pcap OUT-sent.pcap -- "
+                         "python3 tests/virtual_onu/run_commands.py IN-commands-{n}.txt"),
 }
 FRAMES = 100
 # Boards that these leave are changed, and looked at.
@@ -190,9 +193,8 @@ def input_text(source, name):
         return bridge_with_hosts((source / SCENARIOS / "bridge-forwarding.json").read_text(encoding="utf-8"), name)
     if kind in ("service", "port"):
         return tagged_service(name, *((60, 80) if kind == "port" else ()))
-    if kind == "capture":
-        return capture(name)
-    return commands(name) if kind == "commands" else INPUTS[name]
+    by_name = {"capture": capture, "commands": commands, "rules": rules, "frames": frames}
+    return by_name[kind](name) if kind in by_name else INPUTS[name]
 
 
 def text_of(tool, source, line):
@@ -208,7 +210,8 @@ def text_of(tool, source, line):
             words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command)]
             paths = [str(pathlib.Path(folder, word.split("-", 1)[1])) if re.match("(IN|OUT)-", word) else word for word in words]
             if words[0] == "change":
-                pathlib.Path(paths[2]).write_text(changed_board(pathlib.Path(paths[1]).read_text(encoding="utf-8"), words[3]), encoding="utf-8")
+                board = pathlib.Path(paths[1]).read_text(encoding="utf-8")
+                pathlib.Path(paths[2]).write_text(changed_board(board, words[3]), encoding="utf-8")
                 continue
             run = subprocess.run([tool, *paths], cwd=source, env=environment, capture_output=True, timeout=100, check=False)
             texts += [run.stdout, run.stderr, f"exit code {run.returncode}\n".encode()]

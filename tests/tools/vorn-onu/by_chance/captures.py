@@ -24,7 +24,8 @@ def group_message(chance, size):
         sources, words = one_of(0, 0, 1, 2), one_of(0, 0, 1)
         records.append(bytes([one_of(0, 1, 2, 3, 4, 5, 6, 7), words]) + struct.pack(">H", sources) +
                        bytes.fromhex(one_of(*GROUPS[size])) + bytes(sources * size + words * 4))
-    return bytes([0x22 if size == 4 else 143, 0, 0, 0, 0, 0]) + struct.pack(">H", one_of(len(records), len(records) + 1, 1)) + b"".join(records)
+    count = one_of(len(records), len(records) + 1, 1)
+    return bytes([0x22 if size == 4 else 143, 0, 0, 0, 0, 0]) + struct.pack(">H", count) + b"".join(records)
 
 
 def ip_packet(chance):

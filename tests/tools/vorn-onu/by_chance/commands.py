@@ -24,7 +24,7 @@ COMMAND_WORDS = {
     "sockaddr": "020000000a000005 02000000c0000201 02000000ffffff00 02000000ffff0000 0200000000000000 0a0000000a000005".split(),
     "octets": "-1 0 39 40 41 80 200".split(),
     "path": ["/var/mcpd.conf", "/var//mcpd.conf/", "/var/mcpdTmp.conf", "/tmp/dhclient_interface", "/proc/driver/i2c/a", "/proc/driver/i2c/b",
-             "/proc/driver/i2c", "/proc/net/dev_extstats", "/proc/sys/kernel/random", "/dev/laser_dev", "/sys/class/net", "/sys/class/net/sid0",
+             "/proc/driver/i2c", "/proc/net/dev_extstats", "/dev/laser_dev", "/sys/class/net", "/sys/class/net/sid0",
              "/sys/class/net/sid0/mtu", "/sys/class/net/br1/bridge/hello_time", "/sys/class/net/sid0/brport/path_cost", "/nowhere/at/all"],
     "flags": "0 0 1 1 2 2 101 102 301 1001 1002 2001 2102 200000 100 2000001".split(), "mode": "r r+ w w+ a a+ wx re q".split(),
     "frame": ["ffffffffffff02112233445508060001", "ffffffffffff0211223344550806", "ffffffffffff02112233445508", "00" * 1514, "00" * 1515],
@@ -33,7 +33,7 @@ COMMAND_WORDS = {
     "bit": "0 1 2".split(), "tag": "0 0 1 2 3".split(), "id": "0 1 2 3 5 7 4095 4294967295".split(), "few": "00 01 02 07 1f 20 ff".split(),
     "field": "0 1 7 8 17 100 4095 4096 33024 34984 65535 65536 4294967295".split(), "part": "Pbits Cfi Vid EtherType".split(),
     "gem": "e903 ea03 0000 ffff".split(), "two": "2 2 2 1".split(), "size": "0 3 64 1000".split(), "name": "macAddress link other".split(),
-    "joint": ["&&", "||", ";", "|", "2>/dev/null &&"], "way": "add del delete replace show change".split(),
+    "joint": ["&&", "||", ";", "|", "&", "2>/dev/null &&"], "way": "add del delete replace show change".split(),
 }
 COMMAND_LINES = """
 brctl addbr {bridge}; brctl addif {bridge} {device}
@@ -123,6 +123,9 @@ file {flags} {path} {number}0
 file {flags} {path} {number}
 stream {mode} {path} {number}
 stream {mode} {path} {number}00
+true {joint}
+true {joint} {joint} false
+{joint} true
 look {path}
 list {path}
 rename {path} {path}
@@ -192,12 +195,75 @@ kit nandReadNvramData x
 """.strip().splitlines()
 
 
+def filled(line, chance):
+    """Each {…} is one of its words by chance."""
+    line = re.sub(r"\{(\w+)\}", lambda found: (words := COMMAND_WORDS[found[1]])[chance(len(words))], line)
+    return line.replace("(", "{").replace(")", "}")
+
+
 def commands(name):
     """Lines by chance, after what makes a device and a bridge."""
     chance = Chances(name)
     lines = ["brctl addbr br1", "brctl addif br1 sid0", "ifconfig br1 up", "ifconfig sid0 up"]
-    for _ in range(1200):
-        line = COMMAND_LINES[chance(len(COMMAND_LINES))]
-        line = re.sub(r"\{(\w+)\}", lambda found: (words := COMMAND_WORDS[found[1]])[chance(len(words))], line)
-        lines.append(line.replace("(", "{").replace(")", "}"))
-    return "\n".join(lines) + "\n"
+    return "\n".join(lines + [filled(chance.one_of(*COMMAND_LINES), chance) for _ in range(1200)]) + "\n"
+
+
+# Tag rules of these ports, each with a VLAN device at the bridge.
+RULE_PORTS = ("sid0", "sid2", "gpondef")
+RULE_WORDS = {"vid": "0 100 101 4095 4096", "pbits": "0 5 7 8", "type": "2048 34525 2054 33024 34984 65536", "where": "0 1 2 3", "bit": "0 1",
+              "queue": "0 2 5", "end": "0 2", "gem": "1 1 2 65535"}
+RULE_FILTERS = """
+filterOnTagVid {vid} {where}
+filterOnTagPbits {pbits} {where}
+filterOnTagCfi {bit} {where}
+filterOnTagEtherType {type} {where}
+filterOnTagEtherType {type} {where}
+filterOnEthertype {type}
+filterOnIpProto 17
+filterOnSkbMarkPort {gem}
+""".strip().splitlines()
+RULE_STEPS = """
+cmdPushVlanTag
+cmdPopVlanTag
+cmdSetTagVid {vid} {where}
+cmdSetTagPbits {pbits} {where}
+cmdSetTagCfi {bit} {where}
+cmdSetTagEtherType {type} {where}
+cmdSetEtherType {type}
+cmdCopyTagPbits {where} {where}
+cmdCopyTagVid {where} {where}
+cmdCopyTagCfi {where} {where}
+cmdCopyTagEtherType {where} {where}
+cmdDscpToPbits {where}
+cmdSetSkbMarkQueue {queue}
+cmdDropFrame
+""".strip().splitlines()
+
+
+def rules(name):
+    """Tag rules by chance, as no HAL would make them."""
+    chance = Chances(name)
+
+    def some(lines, most):
+        return [re.sub(r"\{(\w+)\}", lambda found: chance.one_of(*RULE_WORDS[found[1]].split()), chance.one_of(*lines))
+                for _ in range(chance(most))]
+
+    lines = ["vlanCtl_init", "gponCtl_configTcontAllocId x01000001"]
+    lines += [f"gponCtl_configGemPort x0{index}00e{index + 8:x}03000100010300" for index in (1, 2)]
+    lines += [f"gponCtl_enableGemPort x0{index}00e{index + 8:x}0301" for index in (1, 2)]
+    commands_first = ["brctl addbr br1", "ifconfig br1 up"]
+    for port in RULE_PORTS:
+        lines.append(f"vlanCtl_createVlanInterfaceByName {port} {port}.1 0 1")
+    ways = [(port, way, tags) for port in RULE_PORTS for way in (0, 1) for tags in range(4)]
+    for port, way, tags in ways:
+        if chance(3):
+            lines.append(f"vlanCtl_setDefaultAction {port} {way} {tags} {chance(8) // 7} {port}.1")
+        for _ in range(chance(5)):
+            lines.append("vlanCtl_initTagRule")
+            added = some(RULE_FILTERS, 4) + some(RULE_STEPS, 5)
+            added.append(f"filterOnTxVlanDevice {port}.1" if way else f"setReceiveVlanDevice {port}.1")
+            added += [f"cmdSetSkbMarkPort {chance.one_of(1, 2, 3)}"] if way and port == "gpondef" else []
+            lines += [f"vlanCtl_{one}" for one in added]
+            lines.append(f"vlanCtl_insertTagRule {port} {way} {tags} {chance.one_of(0, 2)} 4294967295 x")
+    up = [f"ifconfig {port}{end} up" for port in RULE_PORTS for end in ("", ".1")] + [f"brctl addif br1 {port}.1" for port in RULE_PORTS]
+    return "\n".join(commands_first + [f"kit {line}" for line in lines] + up) + "\n"
