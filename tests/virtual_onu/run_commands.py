@@ -64,7 +64,7 @@ def file(flags, path, text):
     copies = []
     return each(lambda: os.read(one, 9), lambda: os.write(one, text.encode()), lambda: os.lseek(one, 0, os.SEEK_SET),
                 lambda: copies.extend((os.dup(one), os.dup2(one, 77, False))), lambda: os.write(copies[0], b"7"),
-                lambda: os.lseek(one, 0, os.SEEK_SET), lambda: os.read(copies[1], 60), lambda: os.ftruncate(one, 2),
+                lambda: os.lseek(one, 0, os.SEEK_SET), lambda: os.read(copies[1], 400), lambda: os.ftruncate(one, 2),
                 lambda: oct(os.fstat(one).st_mode), lambda: os.dup2(0, copies[1], False) == copies[1],
                 lambda: os.dup2(copies[0], one, False) == one, lambda: os.dup2(one, 0, False), lambda: os.write(0, b"8"),
                 lambda: os.dup2(copies[1], 0, False),

@@ -48,6 +48,9 @@ INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(message(3 
           "layout.json": '{"ethernetPorts": "0x0501..0x0504", /* more of them */ "tConts": ["0x8001..0x8003", 32772]}',
           "look.json": json.dumps({"title": "A look", "steps": [
               {"board": {"commands": ["ifconfig", "brctl show"]}}, {"frame": {"from": "sid0"}}, {"advance": 40000}]}),
+          "looks.txt": "\n".join(["file 0 /sys/class/net/br5/brforward 1", "file 0 /proc/net/dev_extstats 1", "ifconfig", "brctl show", *(
+              f"read /sys/class/net/{device}/statistics/{what}_{unit}" for device in ("sid0", "sid2.5", "br5") for what in ("rx", "tx")
+              for unit in ("bytes", "packets", "dropped", "errors")), ""]),
           "broken.json": '{"ethernetPorts": ', "list.json": "[]",
           "wrong.json": json.dumps({"title": "Steps fail", "steps": [
               {"expect": {"ruleCount": 7}}, {"call": "configureBridge", "bridgeId": 3, "uniPort": 0},
@@ -142,6 +145,8 @@ OF_NUMBERS = {
     "bridge {n}": (24, "run IN-bridge-{n}.json --board OUT-board.json --pcap OUT-frames.pcap"),
     "capture {n}": (6, "send IN-bridge-{n}.json --from sid0 --pcap-in IN-capture-{n}.pcap --pcap OUT-left.pcap; "
                         "send IN-bridge-{n}.json --from 'gem 1001' --pcap-in IN-capture-{n}.pcap --pcap OUT-left.pcap"),
+    "looks at bridge {n}": (3, "run IN-bridge-{n}.json --board OUT-board.json --quiet; "
+                               "exec --board OUT-board.json -- python3 tests/virtual_onu/run_commands.py IN-looks.txt"),
     "rules {n}": (6, "exec --board OUT-board.json --quiet -- python3 tests/virtual_onu/run_commands.py IN-rules-{n}.txt; "
                      "run IN-frames-{n}.json --board OUT-board.json --pcap OUT-frames.pcap"),
     "commands {n}": (14, "exec --board OUT-board.json --json OUT-state.json --trace OUT-trace --pcap OUT-sent.pcap -- "

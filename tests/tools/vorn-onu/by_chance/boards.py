@@ -42,6 +42,8 @@ def changed_board(text, name):
         parent, key = chance.one_of(*places(record))
         if kind == 3:
             del parent[key]
+        elif kind == 4 and isinstance(parent[key], list):
+            parent[key].extend(parent[key][-1:] or [0])
         elif kind == 4 and isinstance(parent, dict):
             parent[key + "s"] = parent[key]
         else:

@@ -266,4 +266,5 @@ def rules(name):
             lines += [f"vlanCtl_{one}" for one in added]
             lines.append(f"vlanCtl_insertTagRule {port} {way} {tags} {chance.one_of(0, 2)} 4294967295 x")
     up = [f"ifconfig {port}{end} up" for port in RULE_PORTS for end in ("", ".1")] + [f"brctl addif br1 {port}.1" for port in RULE_PORTS]
-    return "\n".join(commands_first + [f"kit {line}" for line in lines] + up) + "\n"
+    gone = ["kit vlanCtl_deleteVlanInterface sid2.1"] * (chance(3) == 0)
+    return "\n".join(commands_first + [f"kit {line}" for line in lines] + up + gone) + "\n"
