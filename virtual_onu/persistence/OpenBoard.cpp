@@ -282,7 +282,6 @@ void openFile(const std::string& path, bool alone, bool withRun) {
         board.file = std::make_unique<BoardFile>(path);
         board.lock = std::make_unique<BoardLock>(board.file->path(), alone ? LockMode::Exclusive : LockMode::Shared);
         board.withRun = withRun;
-        board.depth = 0;
         begin();
     } catch (const BadBoard& problem) {
         forget();
