@@ -210,6 +210,8 @@ TEST_F(BoardDamage, IsLookedAtByAllItsProcessesOnAFullDisk) {
         const std::string errors = divertErrors();
         board().openBoard(full);
         if (serialNumber() != "fourth") return 1;
+        for (const auto& page : std::filesystem::directory_iterator(kSharedMemory))
+            if (page.status().permissions() != std::filesystem::perms(0600)) return 7;
         // Another program of the same run: it opens the file for itself.
         const int other = inChild([&] {
             board().reset();
