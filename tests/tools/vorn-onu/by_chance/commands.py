@@ -266,5 +266,14 @@ def rules(name):
             lines += [f"vlanCtl_{one}" for one in added]
             lines.append(f"vlanCtl_insertTagRule {port} {way} {tags} {chance.one_of(0, 2)} 4294967295 x")
     up = [f"ifconfig {port}{end} up" for port in RULE_PORTS for end in ("", ".1")] + [f"brctl addif br1 {port}.1" for port in RULE_PORTS]
+    def runner_class(index):
+        action = chance.one_of("", f",vlan_action={{vlan_action/dir=us,index={index}}}", ",vlan_action={none}")
+        key = f"ingress_port=lan{chance(3)},vlan_num={chance(3)},etype={chance.one_of('0x8100', '0x0800', 33024, 2048)}"
+        yield (f"bs /bdmf/new vlan_action/dir=us,index={index} action={{cmd={chance.one_of('push+tpid_rem', 'push', 'pop')},"
+               f"ovid={chance.one_of(0, 100, 4096)},opbit={chance(9)},otpid={chance.one_of(8100, '88a8')}}}")
+        yield f"bs /bdmf/new ingress_class/dir={chance.one_of('us', 'us', 'ds')},index={index},cfg={{type=flow}}"
+        yield f"bs /b/a ingress_class/dir=us,index={index} flow string key={{{key}}},result={{egress_port=wan0{action}}}"
+
+    up += [line for index in range(chance(5)) for line in runner_class(index)]
     gone = ["kit vlanCtl_deleteVlanInterface sid2.1"] * (chance(3) == 0)
     return "\n".join(commands_first + [f"kit {line}" for line in lines] + up + gone) + "\n"
