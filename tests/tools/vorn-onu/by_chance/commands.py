@@ -244,9 +244,9 @@ def rules(name):
     """Tag rules by chance, as no HAL would make them."""
     chance = Chances(name)
 
-    def some(lines, most):
+    def some(lines, most, least=0):
         return [re.sub(r"\{(\w+)\}", lambda found: chance.one_of(*RULE_WORDS[found[1]].split()), chance.one_of(*lines))
-                for _ in range(chance(most))]
+                for _ in range(least + chance(most))]
 
     lines = ["vlanCtl_init", "gponCtl_configTcontAllocId x01000001"]
     lines += [f"gponCtl_configGemPort x0{index}00e{index + 8:x}03000100010300" for index in (1, 2)]
@@ -255,12 +255,13 @@ def rules(name):
     for port in RULE_PORTS:
         lines.append(f"vlanCtl_createVlanInterfaceByName {port} {port}.1 0 1")
     ways = [(port, way, tags) for port in RULE_PORTS for way in (0, 1) for tags in range(4)]
+    busy = [("sid0", 0, 1), ("sid0", 0, 2), chance.one_of(*ways)]  # more than are looked through one by one
     for port, way, tags in ways:
         if chance(3):
             lines.append(f"vlanCtl_setDefaultAction {port} {way} {tags} {chance(8) // 7} {port}.1")
-        for _ in range(chance(5)):
+        for _ in range(25 if (port, way, tags) in busy else chance(4)):
             lines.append("vlanCtl_initTagRule")
-            added = some(RULE_FILTERS, 4) + some(RULE_STEPS, 5)
+            added = some(RULE_FILTERS, 3, int((port, way, tags) in busy)) + some(RULE_STEPS, 4)
             added.append(f"filterOnTxVlanDevice {port}.1" if way else f"setReceiveVlanDevice {port}.1")
             added += [f"cmdSetSkbMarkPort {chance.one_of(1, 2, 3)}"] if way and port == "gpondef" else []
             lines += [f"vlanCtl_{one}" for one in added]
