@@ -66,7 +66,6 @@ void (*trouble)(const std::string&) = sayOnStandardError;
 // From now on the board is this process's own.
 void stopPersisting(const std::string& why) noexcept {
     open = false;
-    openBoard().changes.clear();
     try {
         trouble(openBoard().file->path() + ": the board can no longer be kept there: " + why);
     } catch (const std::exception&) {
