@@ -98,9 +98,6 @@ TEST_F(VirtualKernel, SysfsShowsTheModelAndItsDirectoriesCanBeWalked) {
     DIR* folder = opendir("/sys/class/net");
     EXPECT_EQ(onu().openDescriptors(), 1) << "an open directory is a leak too";
     closedir(folder);
-    EXPECT_EQ(access("/sys/class/net/sid1/brport", F_OK), 0);
-    run("brctl delif br3 sid1");
-    EXPECT_EQ(access("/sys/class/net/sid1/brport", F_OK), -1);
     struct stat status {};
     EXPECT_EQ(stat("/sys/class/net/sid1", &status), 0);
     EXPECT_TRUE(S_ISDIR(status.st_mode));
@@ -127,7 +124,6 @@ TEST_F(VirtualKernel, AProgramMayHaveClosedItsStandardInput) {
         EXPECT_EQ(opened(), 0);
         EXPECT_EQ(onu().openDescriptors(), 1);
         close(0);
-        EXPECT_EQ(onu().openDescriptors(), 0);
     }
     EXPECT_EQ(socket(AF_PACKET, SOCK_RAW, 0), 0);
     EXPECT_EQ(bind(0, nullptr, 0), -1);

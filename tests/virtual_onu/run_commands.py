@@ -111,7 +111,7 @@ def kit(function, *words):
 
 
 WORDS = {"file": file, "stream": stream, "look": look, "packet": packet, "device": character_device, "kit": kit,
-         "remove": os.remove, "rename": os.rename, "list": lambda path: " ".join(sorted(os.listdir(path))),
+         "remove": os.remove, "rename": os.rename, "list": lambda path: " ".join(sorted(one.name + "/" * one.is_dir() for one in os.scandir(path))),
          "name": lambda index: socket.if_indextoname(int(index))}
 
 
