@@ -101,7 +101,7 @@ TEST_F(BoardDamage, AChangedByteIsFoundWhereverItIs) {
                                         << changed.substr(at < 20 ? 0 : at - 20, 40);
     }
     EXPECT_GT(tried, 200U);
-    EXPECT_LT(dup(0), 100) << "files of boards that are refused stay open";
+    EXPECT_LT(static_cast<unsigned>(dup(0)), 100U) << "files of boards that are refused stay open";
     EXPECT_EQ(refusal(whole_), "");
     EXPECT_EQ(serialNumber(), "fourth");
 }

@@ -147,7 +147,7 @@ OF_NUMBERS = {
                         "send IN-bridge-{n}.json --from 'gem 1001' --pcap-in IN-capture-{n}.pcap --pcap OUT-left.pcap"),
     "looks at bridge {n}": (3, "run IN-bridge-{n}.json --board OUT-board.json --quiet; "
                                "exec --board OUT-board.json -- python3 tests/virtual_onu/run_commands.py IN-looks.txt"),
-    "rules {n}": (6, "exec --board OUT-board.json --quiet -- python3 tests/virtual_onu/run_commands.py IN-rules-{n}.txt; "
+    "rules {n}": (10, "exec --board OUT-board.json --quiet -- python3 tests/virtual_onu/run_commands.py IN-rules-{n}.txt; "
                      "run IN-frames-{n}.json --board OUT-board.json --pcap OUT-frames.pcap"),
     "commands {n}": (14, "exec --board OUT-board.json --json OUT-state.json --trace OUT-trace --pcap OUT-sent.pcap -- "
                          "python3 tests/virtual_onu/run_commands.py IN-commands-{n}.txt"),

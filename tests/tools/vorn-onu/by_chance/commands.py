@@ -32,7 +32,7 @@ COMMAND_WORDS = {
     # Of the device kit; records begin with the lowest octet of a number.
     "bit": "0 1 2".split(), "tag": "0 0 1 2 3".split(), "id": "0 1 2 3 5 7 4095 4294967295".split(), "few": "00 01 02 07 1f 20 ff".split(),
     "field": "0 1 7 8 17 100 4095 4096 33024 34984 65535 65536 4294967295".split(), "part": "Pbits Cfi Vid EtherType".split(),
-    "gem": "e903 ea03 0000 ffff".split(), "two": "2 2 2 1".split(), "size": "0 3 64 1000".split(), "name": "macAddress link other".split(),
+    "gem": "e903 ea03 0000 ffff".split(), "two": "2 2 2 1".split(), "tcont": "01 01 02 20".split(), "size": "0 3 64 1000".split(), "name": "macAddress link other".split(),
     "joint": ["&&", "||", ";", "|", "&", "2>/dev/null &&"], "way": "add del delete replace show change".split(),
 }
 COMMAND_LINES = """
@@ -176,12 +176,13 @@ kit gponCtl_getGemPort xffff{gem}
 kit gponCtl_getGemPort x{few}00{gem}
 kit gponCtl_getGemPortCounters x00000000{few}00{gem}
 kit gponCtl_startAdminState x{few}
-kit tmctl_portTmInit {two} x{few} 0 8
-kit tmctl_portTmUninit {two} x{few}
+kit tmctl_portTmInit {two} x{tcont} 0 8
+kit tmctl_portTmInit 2 x{few} 0 8
+kit tmctl_portTmUninit {two} x{tcont}
 kit tmctl_setQueueCfg {two} x{few} x{few}000000{few}0000000001000001000000{few}
 kit tmctl_setQueueCfg 2 x01 x{few}000000{few}000000{few}0000000100000002
-kit tmctl_getQueueCfg 2 x{few} {bit} x
-kit tmctl_delQueueCfg {two} x{few} {bit}
+kit tmctl_getQueueCfg 2 x{tcont} {bit} x
+kit tmctl_delQueueCfg {two} x{tcont} {bit}
 kit cmsPsp_set {name} x{few}{few} {bit}
 kit cmsPsp_get {name} x {size}
 kit devCtl_getMacAddress x {id}
