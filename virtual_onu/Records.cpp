@@ -9,7 +9,6 @@ namespace virtual_onu::persistence {
 
 std::string jsonText(const std::string& bytes) {
     std::string text;
-    text.reserve(bytes.size());
     for (const char c : bytes) {
         const auto code = static_cast<unsigned char>(c);
         if (code < 0x80) {
@@ -25,7 +24,6 @@ std::string jsonText(const std::string& bytes) {
 // JSON's texts are valid UTF-8: the parser has seen to that.
 std::string bytesOf(const std::string& text) {
     std::string bytes;
-    bytes.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
         const auto code = static_cast<unsigned char>(text[i]);
         if (code < 0x80) {
@@ -135,7 +133,6 @@ void RecordReader::text(const char* name, std::string& value, GoodText good, con
 }
 
 void RecordReader::texts(const char* name, std::vector<std::string>& values) {
-    values.clear();
     for (const Json& one : listIn(name, std::numeric_limits<std::size_t>::max())) {
         if (!one.is_string()) fail(name, "must be a list of texts", one);
         values.push_back(bytesOf(one.get_ref<const std::string&>()));
@@ -148,7 +145,6 @@ void RecordReader::bytes(const char* name, std::vector<std::uint8_t>& value, std
     if (text.size() % 2 != 0 || text.find_first_not_of(kHexDigits) != std::string::npos)
         fail(name, "must be bytes as hexadecimal text", found);
     if (text.size() / 2 > most) fail(name, "must be at most " + std::to_string(most) + " bytes", found);
-    value.clear();
     for (std::size_t i = 0; i < text.size(); i += 2)
         value.push_back(static_cast<std::uint8_t>(hexValue(text[i]) << 4 | hexValue(text[i + 1])));
 }
@@ -164,7 +160,6 @@ std::size_t RecordReader::placeIn(const char* name, const std::vector<const char
 }
 
 void RecordReader::textsByName(const char* name, std::map<std::string, std::string>& values) {
-    values.clear();
     for (const auto& [key, value] : objectIn(name).items()) {
         if (!value.is_string()) fail(name, "must hold texts", value);
         values[bytesOf(key)] = bytesOf(value.get_ref<const std::string&>());

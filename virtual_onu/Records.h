@@ -105,7 +105,8 @@ private:
     Json json_ = Json::object();
 };
 
-// Throws BadBoard for a field that is missing, of another kind or out of its range.
+// Throws BadBoard for a field that is missing, of another kind or out of its range. What it fills is new: lists are
+// empty.
 class RecordReader {
 public:
     explicit RecordReader(const Json& json);
@@ -138,7 +139,6 @@ public:
     void list(const char* name, std::vector<Thing>& things,
               std::size_t most = std::numeric_limits<std::size_t>::max()) {
         const Json& found = listIn(name, most);
-        things.clear();
         for (const Json& one : found) {
             RecordReader reader(one);
             things.emplace_back();
@@ -151,7 +151,6 @@ public:
     void numbers(const char* name, std::vector<Number>& values, std::size_t count = 0) {
         const Json& found = listIn(name, std::numeric_limits<std::size_t>::max());
         if (count != 0 && found.size() != count) fail(name, "must have " + std::to_string(count) + " numbers", found);
-        values.clear();
         for (const Json& one : found)
             values.push_back(
                 numberIn(name, one, std::numeric_limits<Number>::min(), std::numeric_limits<Number>::max()));
@@ -159,7 +158,6 @@ public:
     void textsByName(const char* name, std::map<std::string, std::string>& values);
     template <typename Key>
     void numbersByName(const char* name, std::map<Key, std::uint64_t>& values) {
-        values.clear();
         for (const auto& [key, value] : objectIn(name).items())
             values[keyAs(name, key, Key{})] =
                 numberIn(name, value, std::uint64_t{0}, std::numeric_limits<std::uint64_t>::max());

@@ -101,6 +101,7 @@ TEST_F(BoardDamage, AChangedByteIsFoundWhereverItIs) {
                                         << changed.substr(at < 20 ? 0 : at - 20, 40);
     }
     EXPECT_GT(tried, 200U);
+    EXPECT_LT(static_cast<unsigned>(dup(0)), 100U) << "files of boards that are refused stay open";
     EXPECT_EQ(refusal(whole_), "");
     EXPECT_EQ(serialNumber(), "fourth");
 }
@@ -210,6 +211,8 @@ TEST_F(BoardDamage, IsLookedAtByAllItsProcessesOnAFullDisk) {
         const std::string errors = divertErrors();
         board().openBoard(full);
         if (serialNumber() != "fourth") return 1;
+        for (const auto& page : std::filesystem::directory_iterator(kSharedMemory))
+            if (page.status().permissions() != std::filesystem::perms(0600)) return 7;
         // Another program of the same run: it opens the file for itself.
         const int other = inChild([&] {
             board().reset();

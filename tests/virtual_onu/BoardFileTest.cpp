@@ -415,7 +415,7 @@ std::vector<BadFile> badFiles(const std::string& good) {
         {"MAC", R"("mac":"02:)", R"("mac":"2-)", "field 'mac': must be a MAC address"},
         {"name with a slash", R"("name":"eth0")", R"("name":"../eth0")", "must be a device name"},
         {"name twice", R"("name":"eth0")", R"("name":"eth1")", "have the same name"},
-        {"no byte", "VONU-8X", "VONU-\xe2\x82\xac", "texts are bytes"},
+        {"no byte", "VONU-8X", "VONU-\xe2\x82\xac", R"(not "VONU-\u20ac")"},
         {"key", R"({"board.phys":{"7")", R"({"board.phys":{"8")", "the key must be a number from 0 to 7"},
         {"key with words", kEnd, "{\"vlan.defaults\":{\"sid0\":{\"action\":\"drop\",\"device\":\"\"}}}\n",
          "the key must be a table"},

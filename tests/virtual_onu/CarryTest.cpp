@@ -192,7 +192,11 @@ protected:
         std::size_t copies = 0;
         if (asSegment) {
             const auto exits = carried(from, segments.whole(), segments.offload());
-            for (const WireExit& exit : exits) ++(add(exit) > 1 ? kinds.whole : kinds.cut);
+            for (const WireExit& exit : exits) {
+                ++(add(exit) > 1 ? kinds.whole : kinds.cut);
+                const std::size_t headers = exit.bytes.size() - segments.content.size();
+                EXPECT_TRUE(exit.offload.cut == virtual_onu::Offload::Cut::None || exit.offload.headers == headers);
+            }
             copies = exits.size();
             kinds.tooLongInPart += segments.count() > 2 && copies == 1 && segments.inEach == 1600 ? 1 : 0;
         } else {
@@ -286,11 +290,13 @@ TEST_F(Carrying, SegmentThatDoesNotFitItsBytesIsNone) {
         {"no checksum left", [](Offload& left) { left.checksum = false; }},
         {"frames without content", [](Offload& left) { left.segmentOctets = 0; }},
         {"of the other IP", [](Offload& left) { left.cut = Offload::Cut::TcpIpv6; }},
-        {"of the other protocol", [](Offload& left) { left.cut = Offload::Cut::Udp; }},
+        {"of the other protocol", [](Offload& left) { left.cut = Offload::Cut::Udp, left.checksumPlace = 6; }},
+        {"of no protocol", [](Offload& left) { left = {Offload::Cut::Udp, false, true, 15, 6, 0, 1000}; }},
         {"checksum from within the addresses", [](Offload& left) { left.checksumFrom = 3; }},
         {"checksum from behind TCP", [](Offload& left) { left.checksumFrom += 4; }},
         {"checksum from behind the end", [](Offload& left) { left.checksumFrom = 0xFFFF; }},
-        {"checksum elsewhere", [](Offload& left) { left.checksumPlace = 0xFFFF; }},
+        {"checksum elsewhere", [](Offload& left) { left.checksumPlace = 17; }},
+        {"checksum behind the end", [](Offload& left) { left.checksumPlace = 0xFFFF; }},
     };
     for (const auto& [what, change] : cases) {
         Offload left = tcp.offload();

@@ -3,10 +3,11 @@
 
     run_commands.py FILE      lines: "read PATH", "write PATH TEXT", "change PATH TEXT" (what it reads, then writes and reads with one
                               descriptor), "list PATH", "ioctl REQUEST DEVICE VALUE" (of a network device, VALUE in hexadecimal digits),
-                              "addresses OCTETS" (that the list of them may take), else a command
+                              "addresses OCTETS" (that the list of them may take), a word of WORDS with its function's arguments, else a command
 """
 
 import array
+import ctypes
 import fcntl
 import os
 import socket
@@ -47,9 +48,78 @@ def addresses(octets):
     return f"{struct.unpack('iP', argument)[0]} {found.tobytes().hex()}"
 
 
+def each(*works):
+    """What they answer, or are refused with."""
+    results = []
+    for work in works:
+        try:
+            results.append(work())
+        except OSError as error:
+            results.append(f"errno {error.errno}")
+    return results
+
+
+def file(flags, path, text):
+    one = os.open(path, int(flags, 8), 0o640)
+    copies = []
+    return each(lambda: os.read(one, 9), lambda: os.write(one, text.encode()), lambda: os.lseek(one, 0, os.SEEK_SET),
+                lambda: copies.extend((os.dup(one), os.dup2(one, 77, False))), lambda: os.write(copies[0], b"7"),
+                lambda: os.lseek(one, 0, os.SEEK_SET), lambda: os.read(copies[1], 400), lambda: os.ftruncate(one, 2),
+                lambda: oct(os.fstat(one).st_mode), lambda: os.dup2(0, copies[1], False) == copies[1],
+                lambda: os.dup2(copies[0], one, False) == one, lambda: os.dup2(one, 0, False), lambda: os.write(0, b"8"),
+                lambda: os.dup2(copies[1], 0, False),
+                lambda: os.close(copies[0]), lambda: os.close(one), lambda: os.close(copies[1]))
+
+
+def stream(mode, path, text):
+    libc = ctypes.CDLL(None, use_errno=True)
+    for name in ("fopen", "fgets"):
+        getattr(libc, name).restype = ctypes.c_void_p
+    ctypes.set_errno(0)
+    one = ctypes.c_void_p(libc.fopen(path.encode(), mode.encode()))
+    if not one:
+        return f"errno {ctypes.get_errno()}"
+    line = ctypes.create_string_buffer(40)
+    return [libc.fputs(text.encode(), one) >= 0, libc.fflush(one), libc.rewind(one) and 0, libc.fgets(line, 40, one) is None, line.value,
+            libc.fclose(one), ctypes.get_errno()]
+
+
+def look(path):
+    return each(lambda: oct(os.stat(path).st_mode), lambda: os.lstat(path).st_size, lambda: os.access(path, os.R_OK))
+
+
+def packet(device, octets):
+    frame = bytes.fromhex(octets)
+    with socket.socket(socket.AF_PACKET, socket.SOCK_RAW) as one, socket.socket(socket.AF_PACKET, socket.SOCK_DGRAM) as other:
+        return each(lambda: one.send(frame), lambda: one.sendto(frame, (device, 0x800)), lambda: one.bind((device, 0)), lambda: one.send(frame),
+                    lambda: os.write(one.fileno(), frame), lambda: os.write(os.dup(one.fileno()), frame), lambda: other.send(frame))
+
+
+def character_device(path, request):
+    one, record = os.open(path, os.O_RDWR), bytearray(b"x" * 300)
+    return each(lambda: fcntl.ioctl(one, int(request, 16), record), record.hex, lambda: os.write(one, b"5"), lambda: os.read(one, 5),
+                lambda: os.close(one))
+
+
+def kit(function, *words):
+    """A function of the device kit: numbers, names, records as "x" and hexadecimal digits. What it answers, the records after it."""
+    records = [ctypes.create_string_buffer(bytes.fromhex(word[1:]), 1100) for word in words if word.startswith("x")]
+    left = iter(records)
+    result = getattr(ctypes.CDLL(None), function)(*(
+        next(left) if word.startswith("x") else ctypes.c_uint32(int(word)) if word.isdigit() else word.encode() for word in words))
+    return [result, *(record.raw.rstrip(b"\0").hex() for record in records)]
+
+
+WORDS = {"file": file, "stream": stream, "look": look, "packet": packet, "device": character_device, "kit": kit,
+         "remove": os.remove, "rename": os.rename, "list": lambda path: " ".join(sorted(one.name + "/" * one.is_dir() for one in os.scandir(path))),
+         "name": lambda index: socket.if_indextoname(int(index))}
+
+
 def result_of(line):
     word, _, rest = line.partition(" ")
     try:
+        if word in WORDS:
+            return WORDS[word](*rest.split(" "))
         if word == "read":
             with open(rest, encoding="ascii") as file:
                 return file.read()
@@ -58,8 +128,6 @@ def result_of(line):
             with open(path, "w", encoding="ascii") as file:
                 file.write(text)
             return "written"
-        if word == "list":
-            return " ".join(sorted(os.listdir(rest)))
         if word == "change":
             return change(*rest.split(" ", 1))
         if word == "ioctl":

@@ -67,7 +67,6 @@ void PlanBuilder::addDevices() {
 
 const CompiledTable* PlanBuilder::compiled(const vlan::TableKey& key, const vlan::Table& table) {
     std::vector<CompiledRule> rules;
-    rules.reserve(table.rules.size());
     for (const TagRule& rule : table.rules) {
         CompiledRule made;
         made.rule = rule;

@@ -28,7 +28,6 @@ std::string detailOf(const Step& step) {
 Walk walkOf(std::shared_ptr<const Plan> plan, const Frame& sent, Traversal&& traversal) {
     Walk walk;
     walk.sent = sent;
-    walk.exits.reserve(traversal.exits.size());
     for (const Traversal::Exit& one : traversal.exits) {
         Exit exit;
         exit.hop = one.hop;
@@ -51,7 +50,6 @@ Walk walkOf(std::shared_ptr<const Plan> plan, const Frame& sent, Traversal&& tra
 const std::vector<Hop>& WalkRecord::hops() const {
     if (!worded_) {
         std::call_once(once_, [this] {
-            words_.reserve(steps_.size());
             for (const Step& step : steps_) words_.push_back(hopOf(step));
         });
     }

@@ -13,7 +13,6 @@ namespace {
 
 // A frame and its copies pass at most this many look-ups; more means that devices are stacked in a ring.
 constexpr std::size_t kMaxHops = 1024;
-constexpr std::size_t kUsualHops = 8;
 
 network::Destination destinationOf(Mac mac) {
     if (mac == kBroadcast) return network::Destination::Broadcast;
@@ -30,9 +29,7 @@ Walker::Walker(const WalkContext& context, const Packet& packet, const Frame* fr
       sent_(packet),
       frame_(frame),
       destination_(destinationOf(packet.destination)),
-      traversal_(traversal) {
-    traversal_.steps.reserve(kUsualHops);
-}
+      traversal_(traversal) {}
 
 void Walker::finish() {
     if (!counts_) return;

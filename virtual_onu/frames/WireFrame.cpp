@@ -16,11 +16,10 @@ using datapath::WireGroup;
 using datapath::WireHeader;
 
 void writeMac(const std::uint8_t* bytes, std::string& text) {
-    text.resize(3 * kMacOctets - 1);
+    text.assign(3 * kMacOctets - 1, ':');
     for (std::size_t i = 0; i < kMacOctets; ++i) {
         text[3 * i] = kHexDigits[bytes[i] >> 4];
         text[3 * i + 1] = kHexDigits[bytes[i] & 0xF];
-        if (i + 1 < kMacOctets) text[3 * i + 2] = ':';
     }
 }
 

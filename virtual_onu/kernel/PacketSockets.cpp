@@ -3,6 +3,7 @@
 #include <net/ethernet.h>
 #include <netpacket/packet.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <map>
@@ -65,17 +66,13 @@ int checkFrame(const std::optional<NetworkDevice>& device, std::size_t size) {
 int open(int type, int protocol) {
     const int extra = type & ~kTypeMask;
     const bool raw = (type & kTypeMask) == SOCK_RAW;
-    int fd = 0;
-    if (const auto fault = faultOf("socket", "", false)) {
-        fd = -*fault;
-    } else {
-        fd = real::socket(AF_UNIX, SOCK_DGRAM | extra, 0);
-        if (fd < 0) fd = -errno;
-    }
+    const auto fault = faultOf("socket", "", false);
+    int fd = fault ? -*fault : real::socket(AF_UNIX, SOCK_DGRAM | extra, 0);
+    if (!fault && fd < 0) fd = -errno;
     if (fd >= 0) fd = descriptors::adopt(fd, descriptors::Kind::PacketSocket, "");
     record(CallKind::Socket, "socket",
            std::string("AF_PACKET, ") + (raw ? "SOCK_RAW" : "SOCK_DGRAM") + ", " + argumentText(protocol),
-           fd < 0 ? fd : 0);
+           std::min(fd, 0));
     return fd;
 }
 

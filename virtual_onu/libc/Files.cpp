@@ -4,6 +4,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -168,6 +169,11 @@ int openAnything(const std::string& path, int flags, mode_t mode) {
     return fd < 0 ? -errno : descriptors::adopt(fd, device, path);
 }
 
+int openLocked(const std::string& path, int flags, mode_t mode) {
+    const DeviceAccess lock(deviceMutex());
+    return openAnything(path, flags, mode);
+}
+
 // Flags of open for a mode of fopen; -1 for a mode that fopen refuses.
 int flagsOf(const char* mode) {
     const bool both = std::strchr(mode, '+') != nullptr;
@@ -210,12 +216,8 @@ std::string unsettled(int fd) {
 int open(const char* path, int flags, mode_t mode, const char* function) {
     const std::string name = normal(path);
     const auto fault = faultOf(function, name, std::strcmp(function, "open") == 0);
-    int fd = fault ? -*fault : 0;
-    if (!fault) {
-        const DeviceAccess lock(deviceMutex());
-        fd = openAnything(name, flags, mode);
-    }
-    record(CallKind::File, function, arguments(name), fd < 0 ? fd : 0);
+    const int fd = fault ? -*fault : openLocked(name, flags, mode);
+    record(CallKind::File, function, arguments(name), std::min(fd, 0));
     return fd;
 }
 
@@ -235,11 +237,7 @@ FILE* openStream(const char* path, const char* mode) {
 }
 
 DIR* openDirectory(const char* path) {
-    int fd = 0;
-    {
-        const DeviceAccess lock(deviceMutex());
-        fd = openAnything(normal(path), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
-    }
+    const int fd = openLocked(normal(path), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
     if (fd >= 0) return fdopendir(fd);
     errno = -fd;
     return nullptr;

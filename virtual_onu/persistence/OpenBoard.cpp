@@ -66,7 +66,6 @@ void (*trouble)(const std::string&) = sayOnStandardError;
 // From now on the board is this process's own.
 void stopPersisting(const std::string& why) noexcept {
     open = false;
-    openBoard().changes.clear();
     try {
         trouble(openBoard().file->path() + ": the board can no longer be kept there: " + why);
     } catch (const std::exception&) {
@@ -282,7 +281,6 @@ void openFile(const std::string& path, bool alone, bool withRun) {
         board.file = std::make_unique<BoardFile>(path);
         board.lock = std::make_unique<BoardLock>(board.file->path(), alone ? LockMode::Exclusive : LockMode::Shared);
         board.withRun = withRun;
-        board.depth = 0;
         begin();
     } catch (const BadBoard& problem) {
         forget();

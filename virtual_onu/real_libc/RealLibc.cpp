@@ -22,26 +22,32 @@ namespace {
 
 // Looks a function up once. Not a guarded static: the lookup may allocate and come back here, and another library's
 // start-up code may call before this library's own start-up has run.
-template <typename Function>
-class Next {
+class Lookup {
 public:
-    constexpr explicit Next(const char* name) : name_(name) {}
-    Function* get() {
-        Function* function = lookUp();
-        if (function == nullptr) missing(name_);
-        return function;
+    constexpr explicit Lookup(const char* name) : name_(name) {}
+    void* address() {
+        void* found = address_.load(std::memory_order_acquire);
+        if (found != nullptr) return found;
+        found = dlsym(RTLD_NEXT, name_);
+        address_.store(found, std::memory_order_release);
+        return found;
     }
-    Function* lookUp() {
-        Function* function = function_.load(std::memory_order_acquire);
-        if (function != nullptr) return function;
-        function = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name_));
-        function_.store(function, std::memory_order_release);
-        return function;
-    }
+    const char* name() const { return name_; }
 
 private:
     const char* name_;
-    std::atomic<Function*> function_{nullptr};
+    std::atomic<void*> address_{nullptr};
+};
+
+template <typename Function>
+class Next : public Lookup {
+public:
+    using Lookup::Lookup;
+    Function* get() {
+        void* found = address();
+        if (found == nullptr) missing(name());
+        return reinterpret_cast<Function*>(found);
+    }
 };
 
 Next<int(const char*, int, ...)> nextOpen{"open"};
@@ -90,18 +96,16 @@ Next<int(useconds_t)> nextUsleep{"usleep"};
 Next<int(const timespec*, timespec*)> nextNanosleep{"nanosleep"};
 Next<int(int, fd_set*, fd_set*, fd_set*, timeval*)> nextSelect{"select"};
 
-template <typename... Functions>
-void lookUpAll(Functions&... functions) {
-    (functions.lookUp(), ...);
-}
-
 // A signal handler may be the first to call one of them: the lookup takes locks, so it is done before. Only functions
 // that handlers may call are here.
 __attribute__((constructor)) void lookUpForHandlers() {
-    lookUpAll(nextOpen, nextOpenat, nextClose, nextFcntl, nextDup, nextDup2, nextDup3, nextRead, nextWrite, nextUnlink,
-              nextRename, nextAccess, nextFaccessat, nextStat, nextLstat, nextFstatat, nextStat64, nextLstat64,
-              nextFstatat64, nextStatx, nextSocket, nextBind, nextSend, nextSendto, nextSleep, nextNanosleep,
-              nextSelect, nextIoctl);
+    Lookup* const functions[] = {
+        &nextOpen,  &nextOpenat,  &nextClose,  &nextFcntl,   &nextDup,       &nextDup2,      &nextDup3,
+        &nextRead,  &nextWrite,   &nextUnlink, &nextRename,  &nextAccess,    &nextFaccessat, &nextStat,
+        &nextLstat, &nextFstatat, &nextStat64, &nextLstat64, &nextFstatat64, &nextStatx,     &nextSocket,
+        &nextBind,  &nextSend,    &nextSendto, &nextSleep,   &nextNanosleep, &nextSelect,    &nextIoctl,
+    };
+    for (Lookup* one : functions) one->address();
 }
 
 }  // namespace

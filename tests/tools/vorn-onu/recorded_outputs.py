@@ -19,11 +19,13 @@ import tempfile
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
 import record  # noqa: E402
 from terminal import Terminal  # noqa: E402
-from by_chance.commands import commands  # noqa: E402
+from by_chance.boards import changed_board  # noqa: E402
+from by_chance.captures import capture  # noqa: E402
+from by_chance.commands import commands, rules  # noqa: E402
 from by_chance.files import damaged, dump, layout  # noqa: E402
 from by_chance.frames import frame  # noqa: E402
 from by_chance.messages import messages, provisioning, session  # noqa: E402
-from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, mixture, scenario, tagged_service  # noqa: E402
+from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, frames, mixture, scenario, tagged_service  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 SCENARIOS = pathlib.Path("scenarios")
@@ -48,6 +50,11 @@ def message(transaction, kind, content=b""):
 INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(message(3 + part, 0x4E, struct.pack(">H", part))
                                                                       for part in range(266)),
           "layout.json": '{"ethernetPorts": "0x0501..0x0504", /* more of them */ "tConts": ["0x8001..0x8003", 32772]}',
+          "look.json": json.dumps({"title": "A look", "steps": [
+              {"board": {"commands": ["ifconfig", "brctl show"]}}, {"frame": {"from": "sid0"}}, {"advance": 40000}]}),
+          "looks.txt": "\n".join(["file 0 /sys/class/net/br5/brforward 1", "file 0 /proc/net/dev_extstats 1", "ifconfig", "brctl show", *(
+              f"read /sys/class/net/{device}/statistics/{what}_{unit}" for device in ("sid0", "sid2.5", "br5") for what in ("rx", "tx")
+              for unit in ("bytes", "packets", "dropped", "errors")), ""]),
           "broken.json": '{"ethernetPorts": ', "list.json": "[]",
           "wrong.json": json.dumps({"title": "Steps fail", "steps": [{"show": "bridges"},
               {"expect": {"ruleCount": 7}}, {"call": "configureBridge", "bridgeId": 3, "uniPort": 0},
@@ -177,10 +184,20 @@ OF_NUMBERS = {
         (4, "exec --report OUT-report.html --pcap OUT-frames.pcap --json OUT-state.json --trace OUT-trace.txt --serial ABCD0000000{n} "
             "--mac 02:00:00:00:00:0{n} --hal-output OUT-hal.txt --record OUT-calls.json -- python3 tests/virtual_onu/run_commands.py IN-commands-{n}.txt"),
     "bridge {n}": (24, "run IN-bridge-{n}.json --board OUT-board.json --pcap OUT-frames.pcap"),
-    "commands {n}": (24, "exec --board OUT-board.json -- python3 tests/virtual_onu/run_commands.py IN-commands-{n}.txt"),
+    "capture {n}": (6, "send IN-bridge-{n}.json --from sid0 --pcap-in IN-capture-{n}.pcap --pcap OUT-left.pcap; "
+                        "send IN-bridge-{n}.json --from 'gem 1001' --pcap-in IN-capture-{n}.pcap --pcap OUT-left.pcap"),
+    "looks at bridge {n}": (3, "run IN-bridge-{n}.json --board OUT-board.json --quiet; "
+                               "exec --board OUT-board.json -- python3 tests/virtual_onu/run_commands.py IN-looks.txt"),
+    "rules {n}": (10, "exec --board OUT-board.json --quiet -- python3 tests/virtual_onu/run_commands.py IN-rules-{n}.txt; "
+                     "run IN-frames-{n}.json --board OUT-board.json --pcap OUT-frames.pcap"),
+    "commands {n}": (14, "exec --board OUT-board.json --json OUT-state.json --trace OUT-trace --pcap OUT-sent.pcap -- "
+                         "python3 tests/virtual_onu/run_commands.py IN-commands-{n}.txt"),
 }
 FRAMES = 100
 LAYOUTS = 16
+# Boards that these leave are changed, and looked at.
+BOARDS = ("bridge-forwarding", "iphost-static", "internet", "counters")
+CHANGED_BOARDS = 20
 
 
 def outputs(source):
@@ -192,6 +209,11 @@ def outputs(source):
             **{text.format(name): words.format(name) for table, known in every for text, words in table.items() for name in known},
             **{text.format(n=n): words.format(n=n, next=n + 1, mode=MODES[n % 2])
                for text, (count, words) in OF_NUMBERS.items() for n in range(count)},
+            **{f"changed boards of {name}":
+                   f"run scenarios/{name}.json --board OUT-board.json --quiet; " + "; ".join(
+                       f"change OUT-board.json OUT-changed.json {name}-{part}; run IN-look.json --board OUT-changed.json --quiet"
+                       for part in range(CHANGED_BOARDS))
+               for name in BOARDS},
             **{f"frame {n}": f"send scenarios/{scenarios[n % len(scenarios)]}.json {frame(str(n))}" for n in range(FRAMES)},
             **{f"layout {n}": f"omci IN-upload.txt --log -v --layout {layout(str(n))}" for n in range(LAYOUTS)},
             **{f"options of {command}": "; ".join(f"{command} {what} {words}" for words in options(source))
@@ -223,7 +245,8 @@ def input_text(source, name):
         return bridge_with_hosts((source / SCENARIOS / "bridge-forwarding.json").read_text(encoding="utf-8"), name)
     if kind in ("service", "port"):
         return tagged_service(name, *((60, 80) if kind == "port" else ()))
-    return commands(name) if kind == "commands" else INPUTS[name]
+    by_name = {"capture": capture, "commands": commands, "rules": rules, "frames": frames}
+    return by_name[kind](name) if kind in by_name else INPUTS[name]
 
 
 def text_of(tool, source, line, columns):
@@ -239,6 +262,10 @@ def text_of(tool, source, line, columns):
             at_terminal = command.startswith("[")
             words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command.lstrip("[|<"))]
             paths = [str(pathlib.Path(folder, word.split("-", 1)[1])) if re.match("(IN|OUT)-", word) else word for word in words]
+            if words[0] == "change":
+                board = pathlib.Path(paths[1]).read_text(encoding="utf-8")
+                pathlib.Path(paths[2]).write_text(changed_board(board, words[3]), encoding="utf-8")
+                continue
             if at_terminal:
                 texts.append(Terminal([tool, *paths], columns, cwd=source, env=environment).end().encode())
                 continue

@@ -23,7 +23,17 @@ COMMAND_WORDS = {
     "value": "00 01 02 03 07 0110 0010 4310 dc05 e803 0100021122334455 0100011122334455 ffffffff".split(),
     "sockaddr": "020000000a000005 02000000c0000201 02000000ffffff00 02000000ffff0000 0200000000000000 0a0000000a000005".split(),
     "octets": "-1 0 39 40 41 80 200".split(),
-    "joint": ["&&", "||", ";", "|", "2>/dev/null &&"], "way": "add del delete replace show change".split(),
+    "path": ["/var/mcpd.conf", "/var//mcpd.conf/", "/var/mcpdTmp.conf", "/tmp/dhclient_interface", "/proc/driver/i2c/a", "/proc/driver/i2c/b",
+             "/proc/driver/i2c", "/proc/net/dev_extstats", "/dev/laser_dev", "/sys/class/net", "/sys/class/net/sid0",
+             "/sys/class/net/sid0/mtu", "/sys/class/net/br1/bridge/hello_time", "/sys/class/net/sid0/brport/path_cost", "/nowhere/at/all"],
+    "flags": "0 0 1 1 2 2 101 102 301 1001 1002 2001 2102 200000 100 2000001".split(), "mode": "r r+ w w+ a a+ wx re q".split(),
+    "frame": ["ffffffffffff02112233445508060001", "ffffffffffff0211223344550806", "ffffffffffff02112233445508", "00" * 1514, "00" * 1515],
+    "asked": "80024f05 80024f06 80044f0b c8 c9 cc d2 12d 8913".split(), "character": "/dev/laser_dev /dev/ngpon2_stack".split(),
+    # Of the device kit; records begin with the lowest octet of a number.
+    "bit": "0 1 2".split(), "tag": "0 0 1 2 3".split(), "id": "0 1 2 3 5 7 4095 4294967295".split(), "few": "00 01 02 07 1f 20 ff".split(),
+    "field": "0 1 7 8 17 100 4095 4096 33024 34984 65535 65536 4294967295".split(), "part": "Pbits Cfi Vid EtherType".split(),
+    "gem": "e903 ea03 0000 ffff".split(), "two": "2 2 2 1".split(), "tcont": "01 01 02 20".split(), "size": "0 3 64 1000".split(), "name": "macAddress link other".split(),
+    "joint": ["&&", "||", ";", "|", "&", "2>/dev/null &&"], "way": "add del delete replace show change".split(),
 }
 COMMAND_LINES = """
 brctl addbr {bridge}; brctl addif {bridge} {device}
@@ -108,15 +118,164 @@ cat < /sys/class/net/{device}/{leaf}
 grep {number} < /sys/class/net/{device}/{leaf}
 echo {number} >> /sys/class/net/{bridge}/bridge/{time}
 echo {number} > /proc/sys/net/ipv6/conf/{device}/disable_ipv6
+file {flags} {path} {number}00
+file {flags} {path} {number}0
+file {flags} {path} {number}
+stream {mode} {path} {number}
+stream {mode} {path} {number}00
+true {joint}
+true {joint} {joint} false
+{joint} true
+look {path}
+list {path}
+rename {path} {path}
+remove {path}
+packet {device} {frame}
+packet {device} {frame}
+device {character} {asked}
+kit if_nametoindex {device}
+name {index}
+kit vlanCtl_init
+kit vlanCtl_init
+kit vlanCtl_cleanup
+kit vlanCtl_initTagRule
+kit vlanCtl_setIfSuffix .
+kit vlanCtl_createVlanInterface {device} {id} {bit} {bit}
+kit vlanCtl_createVlanInterfaceByName {device} {device} {bit} {bit}
+kit vlanCtl_createVlanInterfaceByName sid0 sid0.3 0 1
+kit vlanCtl_deleteVlanInterface {device}
+kit vlanCtl_setRealDevMode {device} {bit}
+kit vlanCtl_setDefaultAction {device} {bit} {tag} {bit} {device}
+kit vlanCtl_createVlanFlows {device} {device}
+kit vlanCtl_getNbrOfRulesInTable {device} {bit} {tag} x
+kit vlanCtl_insertTagRule {device} {bit} {tag} {bit} 4294967295 x
+kit vlanCtl_insertTagRule sid0 {bit} {tag} {bit} {id} x
+kit vlanCtl_removeTagRule sid0 {bit} {tag} {id}
+kit vlanCtl_setReceiveVlanDevice {device}
+kit vlanCtl_filterOnTxVlanDevice {device}
+kit vlanCtl_filterOnTag{part} {field} {tag}
+kit vlanCtl_filterOnEthertype {field}
+kit vlanCtl_filterOnIpProto {field}
+kit vlanCtl_filterOnSkbMarkPort {field}
+kit vlanCtl_cmdPushVlanTag
+kit vlanCtl_cmdPopVlanTag
+kit vlanCtl_cmdDropFrame
+kit vlanCtl_cmdSetTag{part} {field} {tag}
+kit vlanCtl_cmdCopyTag{part} {tag} {tag}
+kit vlanCtl_cmdDscpToPbits {tag}
+kit vlanCtl_cmdSetEtherType {field}
+kit vlanCtl_cmdSetSkbMarkPort {field}
+kit vlanCtl_cmdSetSkbMarkQueue {field}
+kit gponCtl_configTcontAllocId x{few}00{gem}
+kit gponCtl_deconfigTcontAllocId x{few}00{gem}
+kit gponCtl_configGemPort xffff{gem}{gem}000103
+kit gponCtl_configGemPort x{few}{few}{gem}{gem}{few}0103
+kit gponCtl_deconfigGemPort x{few}00{gem}
+kit gponCtl_enableGemPort x{few}00{gem}{few}
+kit gponCtl_getGemPort xffff{gem}
+kit gponCtl_getGemPort x{few}00{gem}
+kit gponCtl_getGemPortCounters x00000000{few}00{gem}
+kit gponCtl_startAdminState x{few}
+kit tmctl_portTmInit {two} x{tcont} 0 8
+kit tmctl_portTmInit 2 x{few} 0 8
+kit tmctl_portTmUninit {two} x{tcont}
+kit tmctl_setQueueCfg {two} x{few} x{few}000000{few}0000000001000001000000{few}
+kit tmctl_setQueueCfg 2 x01 x{few}000000{few}000000{few}0000000100000002
+kit tmctl_getQueueCfg 2 x{tcont} {bit} x
+kit tmctl_delQueueCfg {two} x{tcont} {bit}
+kit cmsPsp_set {name} x{few}{few} {bit}
+kit cmsPsp_get {name} x {size}
+kit devCtl_getMacAddress x {id}
+kit devCtl_getBaseMacAddress x
+kit devCtl_getBootedImagePartition
+kit devCtl_getImageVersion {bit} x {size}
+kit bcm_phy_mode_get {bit} {id} x x
+kit bcm_phy_mode_set {bit} {bit} {field} {bit}
+kit bcm_get_linkstatus {bit} {id} x 0
+kit nandReadNvramData x
 """.strip().splitlines()
+
+
+def filled(line, chance):
+    """Each {…} is one of its words by chance."""
+    line = re.sub(r"\{(\w+)\}", lambda found: (words := COMMAND_WORDS[found[1]])[chance(len(words))], line)
+    return line.replace("(", "{").replace(")", "}")
 
 
 def commands(name):
     """Lines by chance, after what makes a device and a bridge."""
     chance = Chances(name)
     lines = ["brctl addbr br1", "brctl addif br1 sid0", "ifconfig br1 up", "ifconfig sid0 up"]
-    for _ in range(400):
-        line = COMMAND_LINES[chance(len(COMMAND_LINES))]
-        line = re.sub(r"\{(\w+)\}", lambda found: (words := COMMAND_WORDS[found[1]])[chance(len(words))], line)
-        lines.append(line.replace("(", "{").replace(")", "}"))
-    return "\n".join(lines) + "\n"
+    return "\n".join(lines + [filled(chance.one_of(*COMMAND_LINES), chance) for _ in range(1200)]) + "\n"
+
+
+# Tag rules of these ports, each with a VLAN device at the bridge.
+RULE_PORTS = ("sid0", "sid2", "gpondef")
+RULE_WORDS = {"vid": "0 100 101 4095 4096", "pbits": "0 5 7 8", "type": "2048 34525 2054 33024 34984 65536", "where": "0 1 2 3", "bit": "0 1",
+              "queue": "0 2 5", "end": "0 2", "gem": "1 1 2 65535"}
+RULE_FILTERS = """
+filterOnTagVid {vid} {where}
+filterOnTagPbits {pbits} {where}
+filterOnTagCfi {bit} {where}
+filterOnTagEtherType {type} {where}
+filterOnTagEtherType {type} {where}
+filterOnEthertype {type}
+filterOnIpProto 17
+filterOnSkbMarkPort {gem}
+""".strip().splitlines()
+RULE_STEPS = """
+cmdPushVlanTag
+cmdPopVlanTag
+cmdSetTagVid {vid} {where}
+cmdSetTagPbits {pbits} {where}
+cmdSetTagCfi {bit} {where}
+cmdSetTagEtherType {type} {where}
+cmdSetEtherType {type}
+cmdCopyTagPbits {where} {where}
+cmdCopyTagVid {where} {where}
+cmdCopyTagCfi {where} {where}
+cmdCopyTagEtherType {where} {where}
+cmdDscpToPbits {where}
+cmdSetSkbMarkQueue {queue}
+cmdDropFrame
+""".strip().splitlines()
+
+
+def rules(name):
+    """Tag rules by chance, as no HAL would make them."""
+    chance = Chances(name)
+
+    def some(lines, most, least=0):
+        return [re.sub(r"\{(\w+)\}", lambda found: chance.one_of(*RULE_WORDS[found[1]].split()), chance.one_of(*lines))
+                for _ in range(least + chance(most))]
+
+    lines = ["vlanCtl_init", "gponCtl_configTcontAllocId x01000001"]
+    lines += [f"gponCtl_configGemPort x0{index}00e{index + 8:x}03000100010300" for index in (1, 2)]
+    lines += [f"gponCtl_enableGemPort x0{index}00e{index + 8:x}0301" for index in (1, 2)]
+    commands_first = ["brctl addbr br1", "ifconfig br1 up"]
+    for port in RULE_PORTS:
+        lines.append(f"vlanCtl_createVlanInterfaceByName {port} {port}.1 0 1")
+    ways = [(port, way, tags) for port in RULE_PORTS for way in (0, 1) for tags in range(4)]
+    busy = [("sid0", 0, 1), ("sid0", 0, 2), chance.one_of(*ways)]  # more than are looked through one by one
+    for port, way, tags in ways:
+        if chance(3):
+            lines.append(f"vlanCtl_setDefaultAction {port} {way} {tags} {chance(8) // 7} {port}.1")
+        for _ in range(25 if (port, way, tags) in busy else chance(4)):
+            lines.append("vlanCtl_initTagRule")
+            added = some(RULE_FILTERS, 3, int((port, way, tags) in busy)) + some(RULE_STEPS, 4)
+            added.append(f"filterOnTxVlanDevice {port}.1" if way else f"setReceiveVlanDevice {port}.1")
+            added += [f"cmdSetSkbMarkPort {chance.one_of(1, 2, 3)}"] if way and port == "gpondef" else []
+            lines += [f"vlanCtl_{one}" for one in added]
+            lines.append(f"vlanCtl_insertTagRule {port} {way} {tags} {chance.one_of(0, 2)} 4294967295 x")
+    up = [f"ifconfig {port}{end} up" for port in RULE_PORTS for end in ("", ".1")] + [f"brctl addif br1 {port}.1" for port in RULE_PORTS]
+    def runner_class(index):
+        action = chance.one_of("", f",vlan_action={{vlan_action/dir=us,index={index}}}", ",vlan_action={none}")
+        key = f"ingress_port=lan{chance(3)},vlan_num={chance(3)},etype={chance.one_of('0x8100', '0x0800', 33024, 2048)}"
+        yield (f"bs /bdmf/new vlan_action/dir=us,index={index} action={{cmd={chance.one_of('push+tpid_rem', 'push', 'pop')},"
+               f"ovid={chance.one_of(0, 100, 4096)},opbit={chance(9)},otpid={chance.one_of(8100, '88a8')}}}")
+        yield f"bs /bdmf/new ingress_class/dir={chance.one_of('us', 'us', 'ds')},index={index},cfg={{type=flow}}"
+        yield f"bs /b/a ingress_class/dir=us,index={index} flow string key={{{key}}},result={{egress_port=wan0{action}}}"
+
+    up += [line for index in range(chance(5)) for line in runner_class(index)]
+    gone = ["kit vlanCtl_deleteVlanInterface sid2.1"] * (chance(3) == 0)
+    return "\n".join(commands_first + [f"kit {line}" for line in lines] + up + gone) + "\n"

@@ -129,6 +129,19 @@ def tagged_service(name, most_rows=4, frames=0):
     return json.dumps({"title": name, "steps": steps})
 
 
+def frames(name):
+    """Frames with up to four tags, into a board that is there."""
+    chance = Chances(name)
+    one_of = chance.one_of
+    steps = [{"board": {"outOfRangeFilters": one_of("never", "any", "masked")}}]
+    for _ in range(200):
+        tags = [{"vid": one_of(0, 100, 101, 4095), "pbits": one_of(0, 5, 7), "tpid": one_of("0x8100", "0x8100", "0x88a8", "0x9100"),
+                 "dei": chance(2) == 0} for _ in range(one_of(0, 1, 2, 2, 3, 4, 4))]
+        steps.append({"frame": {"from": one_of("sid0", "sid0", "sid2", "gem 1001", "gem 1002"), "tags": tags, "dscp": one_of(0, 10, 46),
+                                "etherType": one_of("ipv4", "ipv4", "ipv6", "arp"), "ipProtocol": one_of("udp", "tcp")}})
+    return json.dumps({"title": name, "steps": steps})
+
+
 BRIDGE_COMMANDS = ["brctl stp br5 on", "brctl stp br5 off", "brctl setfd br5 2", "brctl setageing br5 30", "ifconfig sid2.5 down",
                    "ifconfig sid2.5 up", "brctl delif br5 sid0.5", "brctl addif br5 sid0.5", "ifconfig sid2.5 mtu 1400"]
 
