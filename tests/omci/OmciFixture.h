@@ -32,6 +32,12 @@ public:
         *level = transmitted;
         return 0;
     }
+    int vorn_omci_hal_pm_get(void* /*request*/, void* result) override {
+        if (!gateway) return -1;
+        *static_cast<EthernetPmRecord*>(result) = *gateway;
+        return 0;
+    }
+    std::optional<EthernetPmRecord> gateway;
     int received = -10000;   // -20 dBm
     int transmitted = 1000;  // 2 dBm
 };
@@ -40,6 +46,9 @@ class TestDevice : public Device {
 public:
     std::optional<IntfStats> portCounters(EntityKey port) override { return in(counters, port); }
     std::optional<GemPortCounters> gemPortCounters(std::uint16_t gemPort) override { return in(gemPorts, gemPort); }
+    std::optional<std::uint64_t> counter(ClassId, AttributeNumber number, EntityKey key) override {
+        return in(others, {key, number});
+    }
     std::optional<PortState> portState(InstanceId port) override { return in(ports, port); }
     std::optional<JoinedGroups> joinedGroups(InstanceId bridge, EntityKey port) override {
         return in(joined, {bridge, port});
@@ -54,6 +63,7 @@ public:
 
     std::map<EntityKey, IntfStats> counters;
     std::map<std::uint16_t, GemPortCounters> gemPorts;
+    std::map<std::pair<EntityKey, AttributeNumber>, std::uint64_t> others;
     std::map<InstanceId, PortState> ports;  // those whose state the device tells
     std::map<std::pair<InstanceId, EntityKey>, JoinedGroups> joined;
     std::optional<HostAddresses> host;
