@@ -18,10 +18,13 @@ import tempfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
 import record  # noqa: E402
+from by_chance.changes import changes  # noqa: E402
 from by_chance.commands import commands  # noqa: E402
 from by_chance.frames import frame  # noqa: E402
 from by_chance.messages import messages, provisioning, session  # noqa: E402
 from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, mixture, scenario, tagged_service  # noqa: E402
+from by_chance.tables import tables  # noqa: E402
+from by_chance.values import values  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 SCENARIOS = pathlib.Path("scenarios")
@@ -79,7 +82,11 @@ OUTPUTS = {
     "no capture": "omci scenarios/internet.json", "no state": "diff scenarios/internet.json scenarios/qinq.json",
     "two states": TWO_STATES + "diff OUT-before.json OUT-after.json; diff OUT-after.json OUT-before.json --json",
     "until": "omci scenarios/omci/internet.pcap --until 14 --from sid1 --both-ways",
-    "the MIB of a new ONU": "omci IN-upload.txt --log -v", "log": "omci scenarios/omci/internet.pcap --log",
+    "the MIB of a new ONU": "omci IN-upload.txt --log -v", "values of all attributes": "omci IN-values.txt --log -v",
+    "the MIB of another ONU": "omci IN-upload.txt --log -v --layout IN-layout.json; "
+                              "omci IN-upload.txt --log -v --layout ethernetPorts=0x0201..0x0202,0x0301 --layout veips=0x0203,0x0602 "
+                              "--layout tConts=0x0300..0x0302 --layout ani=0x0301",
+    "log": "omci scenarios/omci/internet.pcap --log",
     "log of a class": "omci scenarios/omci/internet.pcap --log --class 171 -v",
     "by the contract": "omci scenarios/omci/internet.pcap --forwarding contract --audit",
     "calls of messages": "omci scenarios/omci/internet.pcap --record OUT-calls.json --quiet",
@@ -130,6 +137,9 @@ OF_NUMBERS = {
     "provisioning {n} by the contract":
         (24, "omci IN-provisioning-{n}.txt --forwarding contract --log --record OUT-calls.json --json OUT-state.json"),
     "messages {n}": (24, "omci IN-messages-{n}.txt --log -v --json OUT-state.json"),
+    "tables {n}": (8, "omci IN-tables-{n}.txt --forwarding {mode} --log -v --record OUT-calls.json --json OUT-state.json"),
+    # A thread tells the gateway of the VEIP meanwhile: messages and calls alone.
+    "changes {n}": (20, "omci IN-changes-{n}.txt --forwarding {mode} --record OUT-calls.json"),
     "scenario {n}": (100, "run IN-scenario-{n}.json --forwarding {mode} --hal-output --json OUT-state.json --pcap OUT-frames.pcap"),
     "mixture {n}":
         (24, "run IN-mixture-{n}.json --forwarding {mode} --trace --hal-output --json OUT-state.json --pcap OUT-frames.pcap"),
@@ -158,6 +168,10 @@ def outputs(source):
 def input_text(source, name):
     kind, number = re.match(r"(\w+)-?(\d*)", name).groups()
     captures = [one for one in sorted((source / SCENARIOS / "omci").glob("*.pcap")) if one.stem != "gateway"]
+    if kind == "values":
+        return values(sorted((source / "omci" / "message").glob("*Entities.cpp")))
+    if kind == "changes":
+        return changes(sorted((source / SCENARIOS / "omci").glob("*.pcap")), name)
     if kind == "provisioning":
         return provisioning(captures, name)
     if kind in ("session", "middle"):
@@ -176,7 +190,9 @@ def input_text(source, name):
         return bridge_with_hosts((source / SCENARIOS / "bridge-forwarding.json").read_text(encoding="utf-8"), name)
     if kind in ("service", "port"):
         return tagged_service(name, *((60, 80) if kind == "port" else ()))
-    return commands(name) if kind == "commands" else INPUTS[name]
+    if kind in ("commands", "tables"):
+        return commands(name) if kind == "commands" else tables(name)
+    return INPUTS[name]
 
 
 def text_of(tool, source, line):
