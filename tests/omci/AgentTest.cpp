@@ -110,8 +110,16 @@ TEST_F(AgentTest, FramesWithAWrongCodeAreDroppedSilently) {
         EXPECT_EQ(sync(), before + 1);
         EXPECT_EQ(number32(received.answer, 44),
                   integrity.codeOf(ByteView(received.answer).part(0, 44), Direction::kUpstream));
-        EXPECT_EQ(endpoint.counters().badIntegrity, 2U);
-        EXPECT_EQ(endpoint.counters().answered, 1U);
+        EXPECT_TRUE(endpoint.receive(received.answer).answer.empty()) << "of the other direction";
+        EXPECT_EQ(endpoint.receive(hex("00")).error, FrameError::kTooShort);
+        agent.takeAutonomous();
+        agent.alarms().set(kPort, 0, true);
+        EXPECT_EQ(endpoint.takeAutonomous().size(), 1U);
+        const unsigned wrong = kinds.size() > 1 && &integrity == &kinds[1] ? 1 : 0;  // a code of that direction alone
+        const auto& counted = endpoint.counters();
+        EXPECT_EQ((std::tuple(counted.received, counted.badIntegrity, counted.badFrames, counted.notRequests,
+                              counted.answered, counted.repeated, counted.autonomous)),
+                  (std::tuple(5U, 2 + wrong, 1U, 1 - wrong, 1U, 0U, 1U)));
     }
 }
 
@@ -146,19 +154,57 @@ TEST_F(AgentTest, ALinkThatGoesIsToldAndListed) {
     EXPECT_EQ(ask<CommandNumber>(MessageType::kGetAllAlarms, kOnuDataKey, Flags{0}).number, 0);
 }
 
-TEST_F(AgentTest, HeldBackAlarmsAreToldWhenTheIntervalEnds) {
-    ASSERT_EQ(setMany(kPort, maskOf(attr::ethernet_uni::kArc) | maskOf(attr::ethernet_uni::kArcInterval), hex("01 02"))
-                  .result,
-              Result::kSuccess);
-    agent.portChanged(kPort.instance, {false, 0});
-    EXPECT_EQ(lines().size(), 1U);  // the value only
-    EXPECT_EQ(ask<CommandNumber>(MessageType::kGetAllAlarms, kOnuDataKey, Flags{1}).number, 0);
-    EXPECT_EQ(ask<CommandNumber>(MessageType::kGetAllAlarms, kOnuDataKey, Flags{0}).number, 1);
-    later(119'999);
-    EXPECT_TRUE(lines().empty());
-    later(1);
-    EXPECT_EQ(lines(), (Lines{"-  attribute value change  PPTP Ethernet UNI 0x0101  ARC off",
-                              "-  alarm  PPTP Ethernet UNI 0x0101  alarms LAN-LOS, sequence 1"}));
+TEST_F(AgentTest, HeldBackAlarmsAreToldWhenTheIntervalEndsOrTheOltEndsIt) {
+    const struct {
+        EntityKey entity;
+        AttributeNumber arc, interval;
+    } kCases[] = {
+        {{class_id::kCardholder, 0x0101}, attr::cardholder::kArc, attr::cardholder::kArcInterval},
+        {{class_id::kAniG, 0x8001}, attr::ani_g::kArc, attr::ani_g::kArcInterval},
+        {kPort, attr::ethernet_uni::kArc, attr::ethernet_uni::kArcInterval},
+    };
+    for (const auto& one : kCases) {
+        const auto hold = [&](const char* values) {
+            ASSERT_EQ(setMany(one.entity, maskOf(one.arc) | maskOf(one.interval), hex(values)).result,
+                      Result::kSuccess);
+        };
+        hold("01 02");
+        agent.alarms().set(one.entity, 7, true);
+        EXPECT_EQ(ask<CommandNumber>(MessageType::kGetAllAlarms, kOnuDataKey, Flags{1}).number, 0);
+        EXPECT_EQ(ask<CommandNumber>(MessageType::kGetAllAlarms, kOnuDataKey, Flags{0}).number, 1);
+        later(119'999);
+        EXPECT_TRUE(lines().empty());
+        later(1);
+        EXPECT_EQ(lines().size(), 2U) << "ARC off, the alarm";
+        hold("01 FF");  // until it is switched off
+        agent.alarms().set(one.entity, 7, false);
+        later(256 * 60'000);
+        EXPECT_TRUE(lines().empty());
+        hold("00 FF");
+        EXPECT_EQ(lines().size(), 1U) << "the alarm";
+    }
+}
+
+TEST_F(AgentTest, AlarmsAreReadInParts) {
+    for (InstanceId queue = 0; queue < 40; ++queue) agent.alarms().set({class_id::kPriorityQueue, queue}, 223, true);
+    for (InstanceId queue = 0; queue < 8; ++queue)
+        agent.alarms().set({class_id::kPriorityQueue, static_cast<InstanceId>(0x8000 + queue)}, 224, true);  // no alarm
+    for (unsigned entity = 0; entity < 22; ++entity)
+        agent.alarms().set(entity < 16   ? EntityKey{class_id::kPriorityQueue, static_cast<InstanceId>(0x8000 + entity)}
+                           : entity < 20 ? EntityKey{class_id::kUniG, static_cast<InstanceId>(0x0101 + entity - 16)}
+                                         : EntityKey{class_id::kSoftwareImage, static_cast<InstanceId>(entity - 20)},
+                           0, true);
+    for (const auto& [each, parts] : {std::pair(MessageSet::kBaseline, 62U), {MessageSet::kExtended, 2U}}) {
+        set = each;
+        EXPECT_EQ(ask<CommandNumber>(MessageType::kGetAllAlarms, kOnuDataKey, Flags{0}).number, parts);
+        const auto next = [&](std::uint16_t part) {
+            return ask<AlarmEntries>(MessageType::kGetAllAlarmsNext, kOnuDataKey, CommandNumber{part}).entries.size();
+        };
+        EXPECT_EQ((std::tuple(next(0), next(1), next(2))),
+                  each == MessageSet::kBaseline ? (std::tuple(1U, 1U, 1U)) : (std::tuple(61U, 1U, 0U)));
+        clock.ms += kCopyLifetimeMs + 1;
+        EXPECT_EQ(next(0), 0U) << "a minute after the last part";
+    }
 }
 
 TEST_F(AgentTest, AlarmNumbersRunFrom1To255) {
@@ -333,8 +379,12 @@ TEST_F(AgentTest, ACounterIsReadInItsAttribute) {
         {{class_id::kExtendedPm, 1}, "FFFF 010C 0005 0000 0000 0002", {100, 100, 100, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
         {{class_id::kExtendedPm, 2}, "FFFF 010B 0101 0000 0000 0000", {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
         {{class_id::kExtendedPm, 3}, "FFFF 000B 0101 0000 0000 0000", {4, 1, 2, 6, 5, 0, 0, 0, 0, 0, 0, 0, 0, 64}},
-        {{class_id::kExtendedPm64, 1}, "FFFF 000B 0101 0000 0000 0002", {24, 21, 22, 26, 25, 0, 0, 0, 0, 0, 0, 0, 0, 64}},
-        {{class_id::kExtendedPm64, 2}, "FFFF 010A 0005 0000 0000 0002", {100, 100, 100, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
+        {{class_id::kExtendedPm64, 1},
+         "FFFF 000B 0101 0000 0000 0002",
+         {24, 21, 22, 26, 25, 0, 0, 0, 0, 0, 0, 0, 0, 64}},
+        {{class_id::kExtendedPm64, 2},
+         "FFFF 010A 0005 0000 0000 0002",
+         {100, 100, 100, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
         {{class_id::kGalPm, 5}, "FFFF", {100}},
         {{class_id::kGemPortPm, 6}, "FFFF", {412, 413, 415, 414, 417}},
         {{class_id::kFecPm, 0x8001}, "FFFF", {0, 0, 0, 0, 65535}},
@@ -349,9 +399,9 @@ TEST_F(AgentTest, ACounterIsReadInItsAttribute) {
         std::vector<std::uint64_t> counters;
         for (const AttributeInfo& attribute : findClass(one.pm.classId)->attributes())
             if (attribute.number > 2)
-                counters.push_back(
-                    numberOf(ask<GetAnswer>(MessageType::kGetCurrentData, one.pm, AttributesAsked{maskOf(attribute.number)})
-                                 .values));
+                counters.push_back(numberOf(
+                    ask<GetAnswer>(MessageType::kGetCurrentData, one.pm, AttributesAsked{maskOf(attribute.number)})
+                        .values));
         EXPECT_EQ(counters, one.counters) << nameOfClass(one.pm.classId) << " " << one.pm.instance;
     }
 }
@@ -385,6 +435,40 @@ TEST_F(AgentTest, ACrossedThresholdIsAnAlarmUntilTheIntervalEnds) {
     EXPECT_EQ(lines(), Lines{"-  alarm  Ethernet PM history data 3 0x0101  alarms none, sequence 2"});
 }
 
+// The seven thresholds of each of two entities, in the order of the counters that have an alarm.
+TEST_F(AgentTest, EachCounterHasItsThreshold) {
+    Bytes limits[2];
+    for (unsigned place = 0; place < 14; ++place) appendNumber(limits[place / 7], 10 * (place + 1), 4);
+    ASSERT_EQ(create({class_id::kThreshold1, 1}, limits[0]), Result::kSuccess);
+    ASSERT_EQ(create({class_id::kThreshold2, 1}, limits[1]), Result::kSuccess);
+    const struct {
+        EntityKey pm;
+        const char* values;
+        std::uint16_t silent;  // attributes without an alarm
+    } kCases[] = {
+        {{class_id::kEthernetPm, 0x0101}, "0001", 0},
+        {{class_id::kExtendedPm, 1}, "0001 000B 0101 0000 0020", maskOf(8)},
+        {{class_id::kExtendedPm, 2}, "0001 000B 0101 0000 4000", 0xFFFF},
+        {{class_id::kExtendedPm, 3}, "0001 000B 0101 0001 0000", maskOf(3)},  // not counted
+    };
+    for (const auto& one : kCases) {
+        device.others.clear();
+        ASSERT_EQ(create(one.pm, hex(one.values)), Result::kSuccess);
+        std::uint64_t limit = 0;
+        for (const AttributeInfo& counter : findClass(one.pm.classId)->attributes()) {
+            if (counter.thresholdAlarm < 0) continue;
+            limit += 10;
+            for (const std::uint64_t count : {limit - 1, limit}) {
+                device.others[{kPort, counter.number}] = count;
+                later(1000);
+                EXPECT_EQ(agent.alarms().isRaised(one.pm, static_cast<unsigned>(counter.thresholdAlarm)),
+                          count == limit && (one.silent & maskOf(counter.number)) == 0)
+                    << one.pm.classId << " " << one.pm.instance << " " << counter.name << " " << count;
+            }
+        }
+    }
+}
+
 TEST_F(AgentTest, AControlBlockSaysWhatIsCounted) {
     const EntityKey pm{class_id::kExtendedPm, 1};
     // No thresholds, the port's downstream, continuous; multicast frames (bit 5) off.
@@ -401,13 +485,6 @@ TEST_F(AgentTest, AControlBlockSaysWhatIsCounted) {
     ASSERT_EQ(set1(pm, 2, hex("FFFF 000B 0101 8010 0000 0003 0000 0000")), Result::kSuccess);  // start again
     EXPECT_EQ(frames(), std::pair(0U, 0U));
     EXPECT_EQ(number16(agent.mib().find(pm)->bytes(2), 6), 0x0010);
-    // Of two that count the whole time, one upstream.
-    const EntityKey up{class_id::kExtendedPm, 2};
-    ASSERT_EQ(create(up, hex("FFFF 000B 0101 0000 0000 0001 0000 0000")), Result::kSuccess);
-    device.counters[kPort].txFrames += 5;
-    device.counters[kPort].rxFrames += 3;
-    EXPECT_EQ(frames().first, 5U);
-    EXPECT_EQ(number32(ask<GetAnswer>(MessageType::kGetCurrentData, up, AttributesAsked{maskOf(5)}).values, 0), 3U);
 }
 
 // ---- Software images ----

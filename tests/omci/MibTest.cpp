@@ -99,8 +99,8 @@ TEST_F(MibTest, TheOltSetsWhatTheBoardLeavesToIt) {
         flexible.qosFlexibility = static_cast<std::uint16_t>(flexibility);
         Agent other(flexible, hal, device, clock);
         for (const auto& one : kChoices) {
-            const auto asked = request(MessageType::kSet, one.entity,
-                                       AttributeValues{maskOf(one.attribute), hex(one.value)});
+            const auto asked =
+                request(MessageType::kSet, one.entity, AttributeValues{maskOf(one.attribute), hex(one.value)});
             const bool free = one.needed == 0xFFFF || (flexibility & one.needed) != 0;
             EXPECT_EQ(resultOf(decodeContent(*other.handle(asked).answer).content),
                       free ? Result::kSuccess : Result::kParameterError)
@@ -351,7 +351,8 @@ TEST_F(MibTest, ObserversLearnWhatAMessageChanged) {
     for (const EntityKey key : {none, unknown})
         EXPECT_FALSE(mib.erase(key) || mib.setNumber(key, 1, 1) || mib.setBytes(key, 1, {}) || mib.setRows(key, 1, {}));
     EXPECT_TRUE(mib.create(Entity(*findClass(none.classId), none.instance, Maker::kOlt)));
-    EXPECT_TRUE(mib.setNumber(none, 4, 5) && mib.setBytes(none, 5, hex("0600")) && mib.setRows(none, 1, {}) && mib.erase(none));
+    EXPECT_TRUE(mib.setNumber(none, 4, 5) && mib.setBytes(none, 5, hex("0600")) && mib.setRows(none, 1, {}) &&
+                mib.erase(none));
     EXPECT_EQ(listener.seen.size(), 3U) << "it listens no longer";
 }
 
@@ -474,6 +475,24 @@ TEST_F(MibTest, CopiesGoAMinuteAfterTheLastPart) {
     EXPECT_EQ(tablePart(), Result::kProcessingError);
 }
 
+TEST_F(MibTest, OfTooManyCopiesTheOneThatWasReadLongestAgoGoes) {
+    constexpr InstanceId kCopies = 64;
+    const auto part = [&](InstanceId one) {
+        ++clock.ms;
+        return ask<TablePartAnswer>(MessageType::kGetNext, {class_id::kExtendedTagging, one},
+                                    TablePartAsked{maskOf(6), 0})
+            .result;
+    };
+    for (InstanceId one = 0; one <= kCopies; ++one) {
+        ASSERT_EQ(create({class_id::kExtendedTagging, one}, hex("02 0101")), Result::kSuccess);
+        ASSERT_TRUE(one < kCopies || part(0) == Result::kSuccess);
+        ++clock.ms;
+        get({class_id::kExtendedTagging, one}, maskOf(6));
+    }
+    for (InstanceId one = 0; one <= kCopies; ++one)
+        EXPECT_EQ(part(one), one == 1 ? Result::kProcessingError : Result::kSuccess) << one;
+}
+
 TEST_F(MibTest, DescribesItselfWhereTheBoardSaysSo) {
     Board described = board();
     described.describesMib = true;
@@ -510,7 +529,8 @@ TEST_F(MibTest, DescribesItselfWhereTheBoardSaysSo) {
     EXPECT_EQ((std::tuple(entity->number(3), entity->number(6), entity->number(8))), (std::tuple(1U, 0x300U, 1U)));
     EXPECT_EQ((std::tuple(attribute->number(3), attribute->number(9))), (std::tuple(3U, 1U))) << "read and written";
     const auto instances = [&] {
-        other.handle(request(MessageType::kGet, {class_id::kEntityObject, class_id::kEthernetUni}, AttributesAsked{maskOf(7)}));
+        other.handle(
+            request(MessageType::kGet, {class_id::kEntityObject, class_id::kEthernetUni}, AttributesAsked{maskOf(7)}));
         return joined(entity->rows(7));
     };
     EXPECT_EQ(instances(), hex("0101 0102 0103 0104"));

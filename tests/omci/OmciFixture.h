@@ -53,6 +53,9 @@ public:
     std::optional<JoinedGroups> joinedGroups(InstanceId bridge, EntityKey port) override {
         return in(joined, {bridge, port});
     }
+    std::optional<std::vector<LearnedStation>> learnedStations(InstanceId bridge, EntityKey port) override {
+        return in(stations, {bridge, port});
+    }
     std::optional<HostAddresses> hostAddresses(InstanceId) override { return host; }
     std::optional<bool> veipConnected(InstanceId) override { return veip; }
     std::optional<double> bitErrorRatio() override { return bitErrors; }
@@ -66,6 +69,7 @@ public:
     std::map<std::pair<EntityKey, AttributeNumber>, std::uint64_t> others;
     std::map<InstanceId, PortState> ports;  // those whose state the device tells
     std::map<std::pair<InstanceId, EntityKey>, JoinedGroups> joined;
+    std::map<std::pair<InstanceId, EntityKey>, std::vector<LearnedStation>> stations;
     std::optional<HostAddresses> host;
     std::optional<bool> veip;
     std::optional<double> bitErrors;
