@@ -232,6 +232,36 @@ TEST(TaggingRows, AreReadAndTold) {
     }
 }
 
+// Fields with codes that have no meaning, at the ends of those that have one.
+TEST(TaggingRows, HaveCodesThatMeanSomething) {
+    using Fields = std::vector<unsigned>;
+    const struct {
+        const char* field;
+        void (*set)(TaggingRow&, unsigned);
+        Fields good, bad;
+    } kFields[] = {
+        {"p-bits", [](TaggingRow& row, unsigned code) { row.inner.priority = code & 0xFU; }, {0, 7, 8, 14, 15}, {9, 13}},
+        {"VID", [](TaggingRow& row, unsigned code) { row.outer.vid = code & 0x1FFFU; }, {0, 4094, 4096}, {4095, 4097}},
+        {"TPID", [](TaggingRow& row, unsigned code) { row.inner.tpid = code & 7U; }, {0, 4, 7}, {1, 3}},
+        {"criteria", [](TaggingRow& row, unsigned code) { row.extendedCriteria = code & 0xFFU; }, {0, 2}, {3}},
+        {"type", [](TaggingRow& row, unsigned code) { row.ethertype = code & 0xFU; }, {0, 5}, {6, 15}},
+        {"added p-bits", [](TaggingRow& row, unsigned code) { row.outerTag.priority = code & 0xFU; }, {0, 10, 15}, {11, 14}},
+        {"added VID", [](TaggingRow& row, unsigned code) { row.innerTag.vid = code & 0x1FFFU; }, {0, 4094, 4096, 4097}, {4095, 4098}},
+        {"added TPID", [](TaggingRow& row, unsigned code) { row.outerTag.tpid = code & 7U; }, {0, 4, 6, 7}, {5}},
+    };
+    for (const auto& one : kFields) {
+        for (const Fields& codes : {one.good, one.bad}) {
+            for (const unsigned code : codes) {
+                TaggingRow row;
+                row.outer = row.inner = {TagFilter::kAnyPriority, 100, TagFilter::k8100};
+                row.outerTag = row.innerTag = {0, 100, TagTreatment::k8100};
+                one.set(row, code);
+                EXPECT_EQ(isValid(row), codes == one.good) << one.field << " " << code;
+            }
+        }
+    }
+}
+
 TEST(Words, TellWhatBytesMean) {
     const struct {
         ClassId classId;

@@ -523,6 +523,9 @@ TEST_F(MibTest, DescribesItselfWhereTheBoardSaysSo) {
         EXPECT_EQ(one->number(4), code) << one->text(1);
         EXPECT_EQ(one->number(6), code == 4 ? 0xFFFFU : 0U) << "the upper limit of a number of two octets";
     }
+    const auto parts = other.handle(request(MessageType::kMibUpload, kOnuDataKey, NoContent{})).answer->content;
+    EXPECT_EQ(number16(parts, 0), ask<CommandNumber>(MessageType::kMibUpload, kOnuDataKey, NoContent{}).number)
+        << "an upload is without it";
     const Entity* omci = mib.find(class_id::kOmciObject, 0);
     EXPECT_EQ(omci->rows(1).size(), managedEntities().size());
     EXPECT_EQ(joined(omci->rows(2)), hex("04 06 08 09 0B 0C 0D 0E 0F 12 13 14 15 16 17 18 19 1A 1C 1D"));

@@ -38,14 +38,16 @@ OTHER_EACH_TIME = {r"0x[0-9a-f]{9,}": "ADDRESS", r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(
 COMMANDS = ("run", "send", "audit", "omci", "exec", "ls", "at", "diff", "info", "schema")
 
 
-def message(transaction, kind, content=b""):
+def message(transaction, kind, content=b"", extended=False):
     """To ONU data, in hexadecimal digits."""
-    return (struct.pack(">HBBHH", transaction, kind, 0x0A, 2, 0) + content.ljust(32, b"\0")).hex() + "\n"
+    header = struct.pack(">HBBHH", transaction, kind, 0x0B if extended else 0x0A, 2, 0)
+    return (header + (struct.pack(">H", len(content)) + content if extended else content.ljust(32, b"\0"))).hex() + "\n"
 
 
 # Files for commands, as IN-…
-INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(message(3 + part, 0x4E, struct.pack(">H", part))
-                                                                      for part in range(266)),
+INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(
+              message(3 + part, 0x4E, struct.pack(">H", part)) for part in range(266)) + message(300, 0x4D, b"", True) +
+          "".join(message(301 + part, 0x4E, struct.pack(">H", part), True) for part in range(6)),
           "layout.json": '{"ethernetPorts": "0x0501..0x0504", /* more of them */ "tConts": ["0x8001..0x8003", 32772]}',
           "broken.json": '{"ethernetPorts": ', "list.json": "[]",
           "wrong.json": json.dumps({"title": "Steps fail", "steps": [
@@ -85,7 +87,8 @@ OUTPUTS = {
     "the MIB of a new ONU": "omci IN-upload.txt --log -v", "values of all attributes": "omci IN-values.txt --log -v",
     "the MIB of another ONU": "omci IN-upload.txt --log -v --layout IN-layout.json; "
                               "omci IN-upload.txt --log -v --layout ethernetPorts=0x0201..0x0202,0x0301 --layout veips=0x0203,0x0602 "
-                              "--layout tConts=0x0300..0x0302 --layout ani=0x0301",
+                              "--layout tConts=0x0300..0x0302 --layout ani=0x0301 --layout upstreamQueues=0x8000..0x8005 "
+                              "--layout downstreamQueues=0..9",
     "log": "omci scenarios/omci/internet.pcap --log",
     "log of a class": "omci scenarios/omci/internet.pcap --log --class 171 -v",
     "by the contract": "omci scenarios/omci/internet.pcap --forwarding contract --audit",
