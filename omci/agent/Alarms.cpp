@@ -51,10 +51,7 @@ Alarms::~Alarms() {
 }
 
 void Alarms::onChange(const Change& change) {
-    if (change.kind == ChangeKind::kDeleted) {
-        states_.erase(change.key);
-        arcEndsMs_.erase(change.key);
-    }
+    if (change.kind == ChangeKind::kDeleted) states_.erase(change.key);
     if (change.kind == ChangeKind::kChanged &&
         (change.attributes & maskOf(administrativeState(change.key.classId))) != 0)
         forgetSilenced();

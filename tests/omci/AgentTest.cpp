@@ -240,7 +240,8 @@ TEST_F(AgentTest, LightRaisesTheAlarmOfItsThreshold) {
     for (const auto& one : kCases) {
         const bool isSet = one.threshold != kNone;
         ASSERT_TRUE(!isSet || set1(ani, one.threshold, hex(one.value)) == Result::kSuccess);
-        std::tie(hal.received, hal.transmitted) = std::pair(one.received, one.transmitted);
+        hal.received = one.received;
+        hal.transmitted = one.transmitted;
         later(20'000);
         const Lines told = lines();
         ASSERT_EQ(told.size(), *one.alarm == '\0' ? 0U : 1U) << one.value << one.received << one.alarm;
@@ -249,7 +250,8 @@ TEST_F(AgentTest, LightRaisesTheAlarmOfItsThreshold) {
         const bool receives = one.threshold == attr::ani_g::kLowerOpticalThreshold ||
                               one.threshold == attr::ani_g::kUpperOpticalThreshold;
         ASSERT_TRUE(!isSet || set1(ani, one.threshold, hex(receives ? "FF" : "81")) == Result::kSuccess);
-        std::tie(hal.received, hal.transmitted) = std::pair(-10000, 1000);
+        hal.received = -10000;
+        hal.transmitted = 1000;
         later(20'000);
         lines();
     }
@@ -303,11 +305,26 @@ TEST_F(AgentTest, WhatTheDeviceTellsByItselfReachesTheOlt) {
 TEST_F(AgentTest, SelfTestGivesTheOpticalLine) {
     const EntityKey ani{class_id::kAniG, 0x8001};
     EXPECT_EQ(ask<ResultAnswer>(MessageType::kTest, ani, TestContent{hex("07")}).result, Result::kSuccess);
-    const std::vector<Message> reported = autonomous();
-    ASSERT_EQ(reported.size(), 1U);
-    EXPECT_EQ(reported[0].transaction, transaction);
+    const auto reported = [&] {
+        const std::vector<Message> all = autonomous();
+        EXPECT_EQ(all.size(), 1U);
+        EXPECT_EQ(all.at(0).transaction, transaction);
+        return ByteView(all.at(0).content).part(0, 17).copy();
+    };
     // 3.3 V, -20 dBm and 2 dBm above 1 uW, 12 mA, 40.5 degrees
-    EXPECT_EQ(ByteView(reported[0].content).part(0, 17), ByteView(hex("01 00A5 03 1388 05 3E80 09 1770 0C 2880 FFFF")));
+    EXPECT_EQ(reported(), hex("01 00A5 03 1388 05 3E80 09 1770 0C 2880 FFFF"));
+    // What is not known, and what has no room; a level that the module refuses is none.
+    device.reading = {{}, 1e9, -200.0};
+    hal.received.reset();
+    hal.refuses = true;
+    EXPECT_EQ(ask<ResultAnswer>(MessageType::kTest, ani, TestContent{hex("07")}).result, Result::kSuccess);
+    EXPECT_EQ(reported(), hex("00 0000 00 0000 00 0000 09 FFFF 0C 8000 FFFF"));
+    later(20'000);
+    EXPECT_TRUE(lines().empty()) << "nor is it an alarm";
+    for (const EntityKey other : {EntityKey{class_id::kOnuG, 0}, EntityKey{class_id::kCircuitPack, 0x0101}}) {
+        EXPECT_EQ(ask<ResultAnswer>(MessageType::kTest, other, TestContent{hex("87")}).result, Result::kSuccess);
+        EXPECT_EQ(reported(), hex("00 01 FFFF 00000000000000000000000000")) << "passed";
+    }
     EXPECT_EQ(ask<ResultAnswer>(MessageType::kTest, ani, TestContent{hex("05")}).result, Result::kParameterError);
     EXPECT_EQ(ask<ResultAnswer>(MessageType::kTest, {class_id::kIpHost, 0}, TestContent{hex("01")}).result,
               Result::kNotSupported);
@@ -466,6 +483,9 @@ TEST_F(AgentTest, EachCounterHasItsThreshold) {
                     << one.pm.classId << " " << one.pm.instance << " " << counter.name << " " << count;
             }
         }
+        ASSERT_EQ(erase(one.pm), Result::kSuccess);
+        EXPECT_EQ(ask<CommandNumber>(MessageType::kGetAllAlarms, kOnuDataKey, Flags{0}).number, 0) << "gone with it";
+        later(kIntervalMs);
     }
 }
 
@@ -628,6 +648,16 @@ TEST(Identity, TakesWhatTheHalTellsAndNothingElse) {
             return 0;
         }
         std::string vorn_hal_get_mac_sub_host() override { return mac; }
+        int vorn_omci_hal_pn_get(unsigned char* buffer, unsigned int size) override {
+            std::snprintf(reinterpret_cast<char*>(buffer), size, "%s", partNumber);
+            return 0;
+        }
+        int vorn_omci_hal_swimage_version_get(char* buffer, int size, int) override {
+            std::snprintf(buffer, static_cast<std::size_t>(size), "%s", version);
+            return *version == '-' ? -1 : 0;
+        }
+        const char* partNumber = "";
+        const char* version = "";
         const char* serial = "VORN0012abCD";
         std::string mac = "00:1a:2b:3c:4d:5e";
     } hal;
@@ -635,7 +665,13 @@ TEST(Identity, TakesWhatTheHalTellsAndNothingElse) {
     readIdentity(hal, board);
     EXPECT_EQ(ByteView(board.serialNumber.data(), 8), ByteView(hex("564F524E 0012ABCD")));
     EXPECT_EQ(ByteView(board.bridgeMac.data(), 6), ByteView(hex("001A2B3C4D5E")));
-    EXPECT_EQ(board.equipmentId, "");
+    EXPECT_EQ(board.equipmentId + board.images[0].version, "");
+    for (const char* version : {"V9", "", "-1"}) {
+        hal.partNumber = "PART";
+        hal.version = version;
+        readIdentity(hal, board);
+        EXPECT_EQ(board.equipmentId + " " + board.images[0].version + board.images[1].version, "PART V9") << version;
+    }
     const Board before = board;
     for (const char* text : {"", "VORN0012abC", "VORN0012abCg", "VORN0012abCDE"}) {
         hal.serial = text;

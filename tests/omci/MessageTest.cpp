@@ -240,13 +240,22 @@ TEST(TaggingRows, HaveCodesThatMeanSomething) {
         void (*set)(TaggingRow&, unsigned);
         Fields good, bad;
     } kFields[] = {
-        {"p-bits", [](TaggingRow& row, unsigned code) { row.inner.priority = code & 0xFU; }, {0, 7, 8, 14, 15}, {9, 13}},
+        {"p-bits",
+         [](TaggingRow& row, unsigned code) { row.inner.priority = code & 0xFU; },
+         {0, 7, 8, 14, 15},
+         {9, 13}},
         {"VID", [](TaggingRow& row, unsigned code) { row.outer.vid = code & 0x1FFFU; }, {0, 4094, 4096}, {4095, 4097}},
         {"TPID", [](TaggingRow& row, unsigned code) { row.inner.tpid = code & 7U; }, {0, 4, 7}, {1, 3}},
         {"criteria", [](TaggingRow& row, unsigned code) { row.extendedCriteria = code & 0xFFU; }, {0, 2}, {3}},
         {"type", [](TaggingRow& row, unsigned code) { row.ethertype = code & 0xFU; }, {0, 5}, {6, 15}},
-        {"added p-bits", [](TaggingRow& row, unsigned code) { row.outerTag.priority = code & 0xFU; }, {0, 10, 15}, {11, 14}},
-        {"added VID", [](TaggingRow& row, unsigned code) { row.innerTag.vid = code & 0x1FFFU; }, {0, 4094, 4096, 4097}, {4095, 4098}},
+        {"added p-bits",
+         [](TaggingRow& row, unsigned code) { row.outerTag.priority = code & 0xFU; },
+         {0, 10, 15},
+         {11, 14}},
+        {"added VID",
+         [](TaggingRow& row, unsigned code) { row.innerTag.vid = code & 0x1FFFU; },
+         {0, 4094, 4096, 4097},
+         {4095, 4098}},
         {"added TPID", [](TaggingRow& row, unsigned code) { row.outerTag.tpid = code & 7U; }, {0, 4, 6, 7}, {5}},
     };
     for (const auto& one : kFields) {

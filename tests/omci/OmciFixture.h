@@ -25,12 +25,12 @@ public:
 class OpticsHal : public VornHal {
 public:
     int vorn_omci_hal_rx_laser_power_get(int* level) override {
-        *level = received;
+        if (received) *level = *received;
         return 0;
     }
     int vorn_omci_hal_tx_laser_power_get(int* level) override {
         *level = transmitted;
-        return 0;
+        return refuses ? -1 : 0;
     }
     int vorn_omci_hal_pm_get(void* /*request*/, void* result) override {
         if (!gateway) return -1;
@@ -38,7 +38,8 @@ public:
         return 0;
     }
     std::optional<EthernetPmRecord> gateway;
-    int received = -10000;   // -20 dBm
+    std::optional<int> received = -10000;  // -20 dBm
+    bool refuses = false;
     int transmitted = 1000;  // 2 dBm
 };
 
@@ -59,7 +60,7 @@ public:
     std::optional<HostAddresses> hostAddresses(InstanceId) override { return host; }
     std::optional<bool> veipConnected(InstanceId) override { return veip; }
     std::optional<double> bitErrorRatio() override { return bitErrors; }
-    ModuleReading module() override { return {3.3, 12.0, 40.5}; }
+    ModuleReading module() override { return reading; }
     bool callInProgress(bool) override { return calling; }
     std::string imageVersion(ByteView image) override { return "V" + std::to_string(image.size()); }
     void restart(InstanceId image) override { restarts.push_back(image); }
@@ -73,6 +74,7 @@ public:
     std::optional<HostAddresses> host;
     std::optional<bool> veip;
     std::optional<double> bitErrors;
+    ModuleReading reading{3.3, 12.0, 40.5};
     bool calling = false;
     std::vector<InstanceId> restarts;
 
