@@ -12,6 +12,7 @@
 #include "hal/VornHal.h"
 #include "omci/agent/Agent.h"
 #include "omci/message/Contents.h"
+#include "omci/message/MessageText.h"
 #include "tests/support/HexBytes.h"
 
 namespace omci {
@@ -143,8 +144,21 @@ protected:
     }
     unsigned sync() { return static_cast<unsigned>(value({class_id::kOnuData, 0}, 1)); }
 
-    // What the ONU has sent by itself, as lines.
+    // What the ONU has sent by itself; as lines.
     std::vector<Message> autonomous() { return agent.takeAutonomous(); }
+    using Lines = std::vector<std::string>;
+    Lines lines() {
+        Lines reported;
+        for (const Message& message : autonomous()) {
+            const std::string line = lineOf(textOf(message));
+            reported.push_back(line.substr(line.find("  ") + 2));
+        }
+        return reported;
+    }
+    void later(std::uint64_t ms) {
+        clock.ms += ms;
+        agent.tick();
+    }
 
     MessageSet set = MessageSet::kBaseline;
     std::uint16_t transaction = 0;
