@@ -51,13 +51,8 @@ Alarms::~Alarms() {
 }
 
 void Alarms::onChange(const Change& change) {
-    if (change.kind == ChangeKind::kDeleted) {
-        states_.erase(change.key);
-        arcEndsMs_.erase(change.key);
-    }
-    if (change.kind == ChangeKind::kChanged &&
-        (change.attributes & maskOf(administrativeState(change.key.classId))) != 0)
-        forgetSilenced();
+    if (change.kind == ChangeKind::kDeleted) states_.erase(change.key);
+    if (change.kind == ChangeKind::kChanged) forgetSilenced();  // it may have been locked
 }
 
 // The OLT clears what a locked entity has reported; nothing is sent.

@@ -51,7 +51,8 @@ CounterSources::BothWays CounterSources::ofPort(EntityKey port) {
         return Traffic{direction.octets,          direction.frames, direction.broadcastFrames,
                        direction.multicastFrames, direction.errors, direction.discards};
     };
-    return {traffic(record.received), traffic(record.transmitted)};
+    // What "veip0" receives has come from the PON.
+    return {traffic(record.transmitted), traffic(record.received)};
 }
 
 CounterSources::BothWays CounterSources::ofGemPort(InstanceId gemPort) {

@@ -11,9 +11,7 @@ class Writer {
 public:
     explicit Writer(const Message& message)
         : extended_(message.set == MessageSet::kExtended),
-          maxContent_(extended_ ? kMaxExtendedContent : kBaselineContent) {
-        bytes_.reserve(extended_ ? 64 : kBaselineContent);
-    }
+          maxContent_(extended_ ? kMaxExtendedContent : kBaselineContent) {}
 
     Bytes finish() {
         bytes_.resize(extended_ ? std::min(bytes_.size(), maxContent_) : kBaselineContent, 0);

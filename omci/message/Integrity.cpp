@@ -174,7 +174,6 @@ std::optional<std::uint32_t> Integrity::codeOf(ByteView protectedBytes, Directio
     if (kind_ == Kind::kCrc) return crc32(protectedBytes);
     if (kind_ == Kind::kNone) return std::nullopt;
     Bytes text;
-    text.reserve(protectedBytes.size() + 1);
     text.push_back(static_cast<std::uint8_t>(direction));
     text.insert(text.end(), protectedBytes.begin(), protectedBytes.end());
     const auto code = omci::aesCmac(key_, text);

@@ -19,7 +19,6 @@ std::vector<ClassInfo> makeClasses() {
     std::sort(rows.begin(), rows.end(),
               [](const EntityRow* one, const EntityRow* other) { return one->id < other->id; });
     std::vector<ClassInfo> classes;
-    classes.reserve(rows.size());
     for (const EntityRow* row : rows) classes.emplace_back(*row, classes.size());
     return classes;
 }

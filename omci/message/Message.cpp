@@ -98,7 +98,6 @@ Bytes encodeFrame(const Message& message) {
     const std::size_t most = extended ? kMaxExtendedContent : kBaselineContent;
     const ByteView content = ByteView(message.content).part(0, most);
     Bytes frame;
-    frame.reserve(extended ? kExtendedHeader + content.size() + kIntegrityCode : kBaselineFrame);
     appendNumber(frame, message.transaction, 2);
     std::uint8_t type = static_cast<std::uint8_t>(message.type) & kTypeBits;
     if (message.answerWanted) type |= kAnswerWantedBit;

@@ -146,7 +146,6 @@ TaggingRow decodeTaggingRow(ByteView row) {
 
 Bytes encodeTaggingRow(const TaggingRow& row) {
     Bytes bytes;
-    bytes.reserve(kTaggingRowSize);
     appendNumber(bytes, bitsOf(row.outer), 4);
     appendNumber(bytes, bitsOf(row.inner) | std::uint32_t{row.extendedCriteria} << 4 | (row.ethertype & 0xFU), 4);
     appendNumber(bytes, std::uint32_t{row.tagsToRemove} << 30 | bitsOf(row.outerTag), 4);
@@ -156,7 +155,6 @@ Bytes encodeTaggingRow(const TaggingRow& row) {
 
 Bytes withoutPadding(ByteView row) {
     Bytes bytes;
-    bytes.reserve(kTaggingRowSize);
     for (std::size_t at = 0; at < 4; ++at) appendNumber(bytes, word(row, at) & kMeant[at], 4);
     return bytes;
 }

@@ -85,7 +85,6 @@ std::string tableText(ClassId classId, const AttributeInfo& attribute, ByteView 
 
 std::string hexText(ByteView bytes) {
     std::string text;
-    text.reserve(bytes.size() * 2);
     for (const std::uint8_t byte : bytes) {
         text += kDigits[byte >> 4];
         text += kDigits[byte & 0xFU];

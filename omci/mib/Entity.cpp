@@ -32,9 +32,11 @@ Bytes defaultOf(const AttributeInfo& attribute) {
 Entity::Entity(const ClassInfo& info, InstanceId instance, Maker maker)
     : info_(&info), instance_(instance), maker_(maker), implemented_(info.all()), values_(info.size(), 0) {
     for (const AttributeInfo& attribute : info.attributes()) {
-        if (attribute.isTable()) tables_.emplace_back();
+        if (attribute.isTable())
+            tables_.emplace_back();
+        else
+            setBytes(attribute.number, defaultOf(attribute));
     }
-    setDefaults(info.all());
 }
 
 ByteView Entity::bytes(AttributeNumber attribute) const {
@@ -91,18 +93,6 @@ bool Entity::setRows(AttributeNumber table, TableRows rows) {
     if (held == rows) return false;
     held = std::move(rows);
     return true;
-}
-
-AttributeMask Entity::setDefaults(AttributeMask attributes) {
-    AttributeMask changed = 0;
-    for (const AttributeInfo& attribute : info_->attributes()) {
-        const AttributeMask mask = maskOf(attribute.number);
-        if ((attributes & mask) == 0) continue;
-        const bool other =
-            attribute.isTable() ? setRows(attribute.number, {}) : setBytes(attribute.number, defaultOf(attribute));
-        if (other) changed |= mask;
-    }
-    return changed;
 }
 
 }  // namespace omci

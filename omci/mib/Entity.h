@@ -47,8 +47,6 @@ public:
     bool setText(AttributeNumber attribute, const std::string& text);
     bool setRows(AttributeNumber table, TableRows rows);
     void setImplemented(AttributeMask attributes) { implemented_ = attributes & info_->all(); }
-    // Every attribute of the mask takes its default, a table loses its rows. Answers what has another value now.
-    AttributeMask setDefaults(AttributeMask attributes);
 
 private:
     const ClassInfo* info_;

@@ -70,7 +70,6 @@ Result applyTaggingRow(TableRows& rows, ByteView row, std::size_t maxRows) {
 Result applyControlledRow(TableRows& rows, ByteView row, std::size_t maxRows, std::uint8_t parts) {
     constexpr std::size_t kControlSize = 2;
     constexpr std::uint16_t kActionBits = 0xC000;
-    if (row.size() < kControlSize) return Result::kParameterError;
     const std::uint16_t bits = number16(row, 0);
     const RowControl control = decodeRowControl(bits);
     if (control.action == RowControl::kReserved) return Result::kParameterError;
@@ -114,33 +113,6 @@ Result applyFilterRow(TableRows& rows, ByteView row, std::size_t maxRows) {
 Result applyKeyedRow(TableRows& rows, ByteView row, std::size_t maxRows, std::size_t keySize) {
     if (!allAre(row.part(keySize), 0)) return put(rows, row.copy(), keySize, maxRows, bytesBefore);
     return erase(rows, row, keySize);
-}
-
-// TableRows by number, from 1; row 0 clears the table.
-Result applyNumberedRow(TableRows& rows, ByteView row, std::size_t maxRows) {
-    if (row[0] != 0) return put(rows, row.copy(), 1, maxRows, bytesBefore);
-    return clear(rows);
-}
-
-// The broadcast keys: the low two bits of the control.
-Result applyKeyFragment(TableRows& rows, ByteView row, std::size_t maxRows) {
-    // The row id is behind the control, so it goes in front for the search.
-    const auto isRow = [&](const Bytes& other) { return other[1] == row[1]; };
-    switch (row[0] & 3U) {
-        case 0:
-            eraseWhere(rows, isRow);
-            break;
-        case 1:
-            return eraseWhere(rows, isRow);
-        case 2:
-            return clear(rows);
-        default:
-            return Result::kParameterError;
-    }
-    if (rows.size() >= maxRows) return Result::kParameterError;
-    rows.push_back(row.copy());
-    std::sort(rows.begin(), rows.end(), [](const Bytes& one, const Bytes& other) { return one[1] < other[1]; });
-    return Result::kSuccess;
 }
 
 // Not certain: the layout of the row. The first bits are taken for action (1 write, 2 delete, 3 clear) and direction,
@@ -187,8 +159,6 @@ Result applyRow(ClassId classId, AttributeNumber table, std::size_t maxRows, Byt
             return applyFilterRow(rows, row, maxRows);
         case class_id::kMulticastInterworking:
             return applyKeyedRow(rows, row, maxRows, 4);
-        case class_id::kSecurity:
-            return row.size() == 18 ? applyKeyFragment(rows, row, maxRows) : applyNumberedRow(rows, row, maxRows);
         default:
             return Result::kParameterError;
     }

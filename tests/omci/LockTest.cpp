@@ -18,10 +18,6 @@ protected:
         const AttributeNumber attribute = administrativeState(key.classId);
         return set1(key, attribute, hex(locked ? "01" : "00"));
     }
-    void pass(std::uint64_t ms = 1000) {
-        clock.ms += ms;
-        agent.tick();
-    }
     std::size_t reported(MessageType type) {
         std::size_t count = 0;
         for (const Message& message : autonomous()) count += message.type == type ? 1 : 0;
@@ -36,16 +32,16 @@ protected:
 
 TEST_F(LockTest, APortThatIsLockedAndUnlockedWithItsCableInRaisesNothing) {
     for (const EntityKey locked : {kPort, kOnu, kPack}) {
-        pass();
+        later(1000);
         autonomous();
         ASSERT_EQ(administer(locked, true), Result::kSuccess);
         device.ports[kPort.instance] = {false, 0};  // the port goes down with the lock
-        pass();
+        later(1000);
         EXPECT_TRUE(autonomous().empty()) << locked.classId;
         EXPECT_EQ(value(kPort, attr::ethernet_uni::kOperationalState), 1U) << "the state itself is reported when asked";
         ASSERT_EQ(administer(locked, false), Result::kSuccess);
         device.ports[kPort.instance] = {true, 3};  // and comes up behind the answer
-        pass();
+        later(1000);
         EXPECT_EQ(reported(MessageType::kAlarm), 0U) << locked.classId;
         EXPECT_EQ(value(kPort, attr::ethernet_uni::kOperationalState), 0U);
     }
@@ -53,26 +49,26 @@ TEST_F(LockTest, APortThatIsLockedAndUnlockedWithItsCableInRaisesNothing) {
 
 TEST_F(LockTest, AVeipThatIsLockedSaysNothingOfItsConnection) {
     device.veip = true;
-    pass();
+    later(1000);
     ASSERT_EQ(administer({class_id::kVeip, 0x0601}, true), Result::kSuccess);
     autonomous();
     device.veip = false;
-    pass(10'000);
+    later(10'000);
     EXPECT_TRUE(autonomous().empty());
 }
 
 TEST_F(LockTest, AnAlarmThatStandsGoesSilentlyWithTheLockAndComesBackWithoutIt) {
     for (const EntityKey locked : {kPort, kOnu, kPack}) {
         device.ports[kPort.instance] = {false, 0};
-        pass();
+        later(1000);
         ASSERT_TRUE(agent.alarms().isRaised(kPort, 0)) << locked.classId;
         autonomous();
         ASSERT_EQ(administer(locked, true), Result::kSuccess);
-        pass();
+        later(1000);
         EXPECT_TRUE(autonomous().empty()) << locked.classId;
         EXPECT_EQ(alarmsStanding(), 0) << locked.classId;
         ASSERT_EQ(administer(locked, false), Result::kSuccess);
-        pass();
+        later(1000);
         EXPECT_EQ(reported(MessageType::kAlarm), 1U) << locked.classId;
     }
 }
@@ -86,10 +82,10 @@ TEST_F(LockTest, ThresholdsOfALockedPortRaiseNothingUntilItIsUnlocked) {
     ASSERT_EQ(create({class_id::kUpstreamFramePm, port.instance}, hex("0001")), Result::kSuccess);
     ASSERT_EQ(administer(kPort, true), Result::kSuccess);
     device.counters[kPort].rxDiscards = 5;
-    pass();
+    later(1000);
     EXPECT_EQ(reported(MessageType::kAlarm), 0U);
     ASSERT_EQ(administer(kPort, false), Result::kSuccess);
-    pass();
+    later(1000);
     EXPECT_EQ(reported(MessageType::kAlarm), 2U);
 }
 

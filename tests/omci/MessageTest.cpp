@@ -232,31 +232,42 @@ TEST(TaggingRows, AreReadAndTold) {
     }
 }
 
-TEST(Words, TellWhatBytesMean) {
+// Fields with codes that have no meaning, at the ends of those that have one.
+TEST(TaggingRows, HaveCodesThatMeanSomething) {
+    using Fields = std::vector<unsigned>;
     const struct {
-        ClassId classId;
-        AttributeNumber attribute;
-        const char* value;
-        const char* text;
-    } kValues[] = {
-        {class_id::kOnuG, 3, "564F524E00012345", "VORN00012345"},
-        {class_id::kOnuG, 2, "56312E32000000000000000000 00", "\"V1.2\""},
-        {class_id::kAniG, 10, "D8F0", "-20.000 dBm"},
-        {class_id::kAniG, 15, "81", "-127"},
-        {class_id::kVlanFilter, 1, "0064 E065 000000000000000000000000000000000000 0000",
-         "VID 100 p-bits 0, VID 101 p-bits 7"},
-        {class_id::kBridgePort, 4, "FFFF", "none"},
-        {class_id::kIpHost, 4, "0A000001", "10.0.0.1"},
-        {class_id::kMulticastProfile, 7, "4001 0FFF 0064 00000000 E0000001 E00000FF 00000000 0000",
-         "write row 1: groups 224.0.0.1 to 224.0.0.255, GEM port 4095, VID 100, 0 bytes/s"},
-        {class_id::kExtendedTagging, 6, "F8000000 80320000 FFFFFFFF FFFFFFFF", "delete one tag, VID 100"},
-        {class_id::kMulticastInterworking, 9, "0FFF 0007 E0000000 00000000",
-         "GEM port 4095 key 7: 224.0.0.0 to 0.0.0.0"},
-        {class_id::kMulticastInterworking, 9, "0FFF 0007 00000000 00000000", "GEM port 4095 key 7: delete"},
+        const char* field;
+        void (*set)(TaggingRow&, unsigned);
+        Fields good, bad;
+    } kFields[] = {
+        {"p-bits",
+         [](TaggingRow& row, unsigned code) { row.inner.priority = code & 0xFU; },
+         {0, 7, 8, 14, 15},
+         {9, 13}},
+        {"VID", [](TaggingRow& row, unsigned code) { row.outer.vid = code & 0x1FFFU; }, {0, 4094, 4096}, {4095, 4097}},
+        {"TPID", [](TaggingRow& row, unsigned code) { row.inner.tpid = code & 7U; }, {0, 4, 7}, {1, 3}},
+        {"criteria", [](TaggingRow& row, unsigned code) { row.extendedCriteria = code & 0xFFU; }, {0, 2}, {3}},
+        {"type", [](TaggingRow& row, unsigned code) { row.ethertype = code & 0xFU; }, {0, 5}, {6, 15}},
+        {"added p-bits",
+         [](TaggingRow& row, unsigned code) { row.outerTag.priority = code & 0xFU; },
+         {0, 10, 15},
+         {11, 14}},
+        {"added VID",
+         [](TaggingRow& row, unsigned code) { row.innerTag.vid = code & 0x1FFFU; },
+         {0, 4094, 4096, 4097},
+         {4095, 4098}},
+        {"added TPID", [](TaggingRow& row, unsigned code) { row.outerTag.tpid = code & 7U; }, {0, 4, 6, 7}, {5}},
     };
-    for (const auto& wanted : kValues) {
-        const AttributeInfo& attribute = *findClass(wanted.classId)->attribute(wanted.attribute);
-        EXPECT_EQ(valueText(wanted.classId, attribute, hex(wanted.value)), wanted.text) << attribute.name;
+    for (const auto& one : kFields) {
+        for (const Fields& codes : {one.good, one.bad}) {
+            for (const unsigned code : codes) {
+                TaggingRow row;
+                row.outer = row.inner = {TagFilter::kAnyPriority, 100, TagFilter::k8100};
+                row.outerTag = row.innerTag = {0, 100, TagTreatment::k8100};
+                one.set(row, code);
+                EXPECT_EQ(isValid(row), codes == one.good) << one.field << " " << code;
+            }
+        }
     }
 }
 

@@ -25,17 +25,88 @@ Bytes bridgePort(InstanceId bridge, std::uint8_t number, std::uint8_t type, Inst
 
 }  // namespace
 
-TEST_F(MibTest, ABoardWithSchedulersNamesThemInItsQueues) {
-    Board scheduled = board();
-    scheduled.schedulers = true;
-    Agent other(scheduled, hal, device, clock);
-    const auto schedulerOf = [&](InstanceId queue) {
-        return other.mib()
-            .find(class_id::kPriorityQueue, queue)
-            ->number(attr::priority_queue::kTrafficSchedulerPointer);
+TEST_F(MibTest, ABoardsOwnNumbersAreInItsMib) {
+    constexpr AttributeNumber kNothing = 0;  // there is no such entity
+    const struct {
+        std::function<void(Board&)> has;
+        EntityKey entity;
+        AttributeNumber attribute;
+        std::uint64_t value;
+    } kCases[] = {
+        {{}, {class_id::kTrafficScheduler, 0x8001}, kNothing, 0},
+        {{}, {class_id::kDot1x, 0x0101}, kNothing, 0},
+        {{}, {class_id::kOmciObject, 0}, kNothing, 0},
+        {{}, {class_id::kOnu2G, 0}, attr::onu2_g::kTotalTrafficSchedulerNumber, 0},
+        {[](Board& one) { one.schedulers = true; },
+         {class_id::kPriorityQueue, 0x800B},
+         attr::priority_queue::kTrafficSchedulerPointer,
+         0x8001},
+        {{}, {class_id::kPriorityQueue, 0x0009}, attr::priority_queue::kTrafficSchedulerPointer, 0},
+        {{}, {class_id::kTrafficScheduler, 0x8001}, attr::traffic_scheduler::kTContPointer, 0x8001},
+        {{}, {class_id::kTrafficScheduler, 0x8001}, attr::traffic_scheduler::kPolicy, 1},
+        {{}, {class_id::kOnu2G, 0}, attr::onu2_g::kTotalTrafficSchedulerNumber, 2},
+        {[](Board& one) { one.portAccessControl = true; }, {class_id::kDot1x, 0x0104}, 1, 0},
+        {[](Board& one) { one.trafficManagement = 2; }, {class_id::kOnuG, 0}, attr::onu_g::kTrafficManagementOption, 2},
+        {[](Board& one) { one.productCode = 700; }, {class_id::kOnu2G, 0}, attr::onu2_g::kVendorProductCode, 700},
+        {[](Board& one) { one.ipHosts = 2; }, {class_id::kIpHost, 1}, attr::ip_host::kIpOptions, 0},
+        {[](Board& one) { one.maxQueueSize = 3; },
+         {class_id::kPriorityQueue, 0x8000},
+         attr::priority_queue::kPacketDropQueueThresholds,
+         0x0003000300030003},
+        {{}, {class_id::kPriorityQueue, 0x0009}, attr::priority_queue::kMaximumQueueSize, 3},
+        {[](Board& one) { one.veipSlot = 1; }, {class_id::kCardholder, 0x0106}, kNothing, 0},
+        {{}, {class_id::kCircuitPack, 0x0101}, attr::circuit_pack::kNumberOfPorts, 4},
+        {[](Board& one) { one.ponSlot = 1; }, {class_id::kCardholder, 0x0180}, kNothing, 0},
+        {{}, {class_id::kCircuitPack, 0x0101}, attr::circuit_pack::kType, 47},
+        {[](Board& one) { one.veipSlot = 6, one.veips = 2, one.ponSlot = 6; },
+         {class_id::kCircuitPack, 0x0106},
+         attr::circuit_pack::kNumberOfPorts,
+         2},
+        {{}, {class_id::kCardholder, 0x0106}, attr::cardholder::kActualPlugInUnitType, 48},
     };
-    EXPECT_EQ(schedulerOf(0x800B), 0x8001U);
-    EXPECT_EQ(schedulerOf(0x0009), 0U) << "downstream there is none";
+    Board described = board();
+    for (const auto& one : kCases) {
+        if (one.has) one.has(described);
+        const Agent other(described, hal, device, clock);
+        const Entity* entity = other.mib().find(one.entity);
+        ASSERT_EQ(entity != nullptr, one.attribute != kNothing) << one.entity.classId << " " << one.entity.instance;
+        if (entity != nullptr) {
+            EXPECT_EQ(entity->number(one.attribute), one.value) << one.entity.classId << " " << +one.attribute;
+        }
+    }
+}
+
+// The bits of the board's flexibility, each of which lets the OLT choose one thing.
+TEST_F(MibTest, TheOltSetsWhatTheBoardLeavesToIt) {
+    const struct {
+        EntityKey entity;
+        AttributeNumber attribute;
+        const char* value;
+        unsigned needed;
+    } kChoices[] = {
+        {{class_id::kTCont, 0x8000}, attr::t_cont::kAllocId, "0400", 0xFFFF},
+        {{class_id::kTCont, 0x8000}, attr::t_cont::kPolicy, "02", 0x0010},
+        {{class_id::kPriorityQueue, 0x8000}, attr::priority_queue::kRelatedPort, "80010000", 0x0021},
+        {{class_id::kPriorityQueue, 0x8000}, attr::priority_queue::kTrafficSchedulerPointer, "8001", 0x0002},
+        {{class_id::kPriorityQueue, 0x8000}, attr::priority_queue::kWeight, "07", 0xFFFF},
+        {{class_id::kTrafficScheduler, 0x8000}, attr::traffic_scheduler::kTContPointer, "8001", 0x0004},
+        {{class_id::kTrafficScheduler, 0x8000}, attr::traffic_scheduler::kPolicy, "02", 0x0008},
+        {{class_id::kTrafficScheduler, 0x8000}, 4, "07", 0xFFFF},
+    };
+    for (const unsigned flexibility : {0U, 1U, 2U, 4U, 8U, 0x10U, 0x20U, 0x40U}) {
+        Board flexible = board();
+        flexible.schedulers = true;
+        flexible.qosFlexibility = static_cast<std::uint16_t>(flexibility);
+        Agent other(flexible, hal, device, clock);
+        for (const auto& one : kChoices) {
+            const auto asked =
+                request(MessageType::kSet, one.entity, AttributeValues{maskOf(one.attribute), hex(one.value)});
+            const bool free = one.needed == 0xFFFF || (flexibility & one.needed) != 0;
+            EXPECT_EQ(resultOf(decodeContent(*other.handle(asked).answer).content),
+                      free ? Result::kSuccess : Result::kParameterError)
+                << one.entity.classId << " " << +one.attribute << " " << flexibility;
+        }
+    }
 }
 
 TEST_F(MibTest, RefusalsSayWhyAndChangeNothing) {
@@ -57,8 +128,6 @@ TEST_F(MibTest, RefusalsSayWhyAndChangeNothing) {
         {"a downstream mode without a meaning", set1(kTagging, 5, hex("09")), Result::kParameterError},
         {"a row with a reserved code", set1(kTagging, 6, hex("F8000000 90320000 400F0000 00080A0C")),
          Result::kParameterError},
-        {"a queue's port where the board has none to choose",
-         set1({class_id::kPriorityQueue, 0x8000}, 6, hex("80010000")), Result::kParameterError},
         {"a treatment with p-bits that do not exist", set1(kTagging, 6, hex("F8000000 F8000000 000F0000 000B0A0C")),
          Result::kParameterError},
         {"get next without a copy",
@@ -276,6 +345,15 @@ TEST_F(MibTest, ObserversLearnWhatAMessageChanged) {
     EXPECT_EQ(listener.seen[0].cause, 1U);
     EXPECT_EQ(listener.seen[2].cause, 4U);
     agent.mib().removeObserver(listener);
+    Mib& mib = agent.mib();
+    const EntityKey none{class_id::kBridge, 77}, unknown{350, 1};
+    EXPECT_FALSE(mib.create(*mib.find(kPort)));
+    for (const EntityKey key : {none, unknown})
+        EXPECT_FALSE(mib.erase(key) || mib.setNumber(key, 1, 1) || mib.setBytes(key, 1, {}) || mib.setRows(key, 1, {}));
+    EXPECT_TRUE(mib.create(Entity(*findClass(none.classId), none.instance, Maker::kOlt)));
+    EXPECT_TRUE(mib.setNumber(none, 4, 5) && mib.setBytes(none, 5, hex("0600")) && mib.setRows(none, 1, {}) &&
+                mib.erase(none));
+    EXPECT_EQ(listener.seen.size(), 3U) << "it listens no longer";
 }
 
 TEST_F(MibTest, ResetTakesAwayWhatTheOltMade) {
@@ -397,6 +475,24 @@ TEST_F(MibTest, CopiesGoAMinuteAfterTheLastPart) {
     EXPECT_EQ(tablePart(), Result::kProcessingError);
 }
 
+TEST_F(MibTest, OfTooManyCopiesTheOneThatWasReadLongestAgoGoes) {
+    constexpr InstanceId kCopies = 64;
+    const auto part = [&](InstanceId one) {
+        ++clock.ms;
+        return ask<TablePartAnswer>(MessageType::kGetNext, {class_id::kExtendedTagging, one},
+                                    TablePartAsked{maskOf(6), 0})
+            .result;
+    };
+    for (InstanceId one = 0; one <= kCopies; ++one) {
+        ASSERT_EQ(create({class_id::kExtendedTagging, one}, hex("02 0101")), Result::kSuccess);
+        ASSERT_TRUE(one < kCopies || part(0) == Result::kSuccess);
+        ++clock.ms;
+        get({class_id::kExtendedTagging, one}, maskOf(6));
+    }
+    for (InstanceId one = 0; one <= kCopies; ++one)
+        EXPECT_EQ(part(one), one == 1 ? Result::kProcessingError : Result::kSuccess) << one;
+}
+
 TEST_F(MibTest, DescribesItselfWhereTheBoardSaysSo) {
     Board described = board();
     described.describesMib = true;
@@ -427,7 +523,25 @@ TEST_F(MibTest, DescribesItselfWhereTheBoardSaysSo) {
         EXPECT_EQ(one->number(4), code) << one->text(1);
         EXPECT_EQ(one->number(6), code == 4 ? 0xFFFFU : 0U) << "the upper limit of a number of two octets";
     }
-    EXPECT_EQ(mib.find(class_id::kOmciObject, 0)->rows(1).size(), managedEntities().size());
+    const auto parts = other.handle(request(MessageType::kMibUpload, kOnuDataKey, NoContent{})).answer->content;
+    EXPECT_EQ(number16(parts, 0), ask<CommandNumber>(MessageType::kMibUpload, kOnuDataKey, NoContent{}).number)
+        << "an upload is without it";
+    const Entity* omci = mib.find(class_id::kOmciObject, 0);
+    EXPECT_EQ(omci->rows(1).size(), managedEntities().size());
+    EXPECT_EQ(joined(omci->rows(2)), hex("04 06 08 09 0B 0C 0D 0E 0F 12 13 14 15 16 17 18 19 1A 1C 1D"));
+    EXPECT_EQ((std::tuple(entity->number(3), entity->number(6), entity->number(8))), (std::tuple(1U, 0x300U, 1U)));
+    EXPECT_EQ((std::tuple(attribute->number(3), attribute->number(9))), (std::tuple(3U, 1U))) << "read and written";
+    const auto instances = [&] {
+        other.handle(
+            request(MessageType::kGet, {class_id::kEntityObject, class_id::kEthernetUni}, AttributesAsked{maskOf(7)}));
+        return joined(entity->rows(7));
+    };
+    EXPECT_EQ(instances(), hex("0101 0102 0103 0104"));
+    const Entity* counters = mib.find(class_id::kEntityObject, class_id::kGemPortPm);
+    EXPECT_EQ(counters->rows(4), TableRows{hex("01")}) << "alert of encryption key errors";
+    const Entity* igmp = mib.find(class_id::kEntityObject, class_id::kMulticastProfile);
+    EXPECT_EQ(joined(mib.find(class_id::kAttributeObject, number16(igmp->rows(2)[0], 0))->rows(8)),
+              hex("0001 0002 0003 0010 0011"));
 }
 
 }  // namespace omci

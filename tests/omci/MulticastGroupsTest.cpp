@@ -1,4 +1,4 @@
-// Groups that are joined behind a bridge port, as the OLT reads them.
+// Groups that are joined behind a bridge port, and stations there, as the OLT reads them.
 #include "tests/omci/OmciFixture.h"
 
 namespace {
@@ -38,6 +38,15 @@ TEST_F(MulticastGroupsTest, AMonitorListsTheGroupsThatAreJoinedBehindItsBridgePo
     EXPECT_EQ(table(monitor, 6), hex("0137 00000000000000000000000000000000 FF3E0000000000000000000000000009 00000001"
                                      "00000000000000000000000000000000 00000007"));
     EXPECT_EQ(ByteView(get(monitor, maskOf(2) | maskOf(3)).values).part(0, 8), ByteView(hex("0007A121 00000003")));
+}
+
+TEST_F(MulticastGroupsTest, ABridgePortListsTheStationsBehindIt) {
+    const EntityKey stations{class_id::kBridgePortTable, kBridgePort.instance};
+    EXPECT_EQ(table(stations, 1), Bytes{});
+    device.stations[{kBridgeKey.instance, kPort}] = {
+        {{2, 0, 0, 0, 0, 1}, 0}, {{2, 0, 0, 0, 0, 2}, 7}, {{2, 0, 0, 0, 0, 3}, 5000}};
+    EXPECT_EQ(table(stations, 1), hex("0014 020000000001  0074 020000000002  FFF4 020000000003"))
+        << "a second at least";
 }
 
 TEST_F(MulticastGroupsTest, AProfileListsItsGroupsThatAreJoinedAndDoNotComeDown) {

@@ -12,6 +12,7 @@
 #include "hal/VornHal.h"
 #include "omci/agent/Agent.h"
 #include "omci/message/Contents.h"
+#include "omci/message/MessageText.h"
 #include "tests/support/HexBytes.h"
 
 namespace omci {
@@ -25,14 +26,21 @@ public:
 class OpticsHal : public VornHal {
 public:
     int vorn_omci_hal_rx_laser_power_get(int* level) override {
-        *level = received;
+        if (received) *level = *received;
         return 0;
     }
     int vorn_omci_hal_tx_laser_power_get(int* level) override {
         *level = transmitted;
+        return refuses ? -1 : 0;
+    }
+    int vorn_omci_hal_pm_get(void* /*request*/, void* result) override {
+        if (!gateway) return -1;
+        *static_cast<EthernetPmRecord*>(result) = *gateway;
         return 0;
     }
-    int received = -10000;   // -20 dBm
+    std::optional<EthernetPmRecord> gateway;
+    std::optional<int> received = -10000;  // -20 dBm
+    bool refuses = false;
     int transmitted = 1000;  // 2 dBm
 };
 
@@ -40,25 +48,34 @@ class TestDevice : public Device {
 public:
     std::optional<IntfStats> portCounters(EntityKey port) override { return in(counters, port); }
     std::optional<GemPortCounters> gemPortCounters(std::uint16_t gemPort) override { return in(gemPorts, gemPort); }
+    std::optional<std::uint64_t> counter(ClassId, AttributeNumber number, EntityKey key) override {
+        return in(others, {key, number});
+    }
     std::optional<PortState> portState(InstanceId port) override { return in(ports, port); }
     std::optional<JoinedGroups> joinedGroups(InstanceId bridge, EntityKey port) override {
         return in(joined, {bridge, port});
     }
+    std::optional<std::vector<LearnedStation>> learnedStations(InstanceId bridge, EntityKey port) override {
+        return in(stations, {bridge, port});
+    }
     std::optional<HostAddresses> hostAddresses(InstanceId) override { return host; }
     std::optional<bool> veipConnected(InstanceId) override { return veip; }
     std::optional<double> bitErrorRatio() override { return bitErrors; }
-    ModuleReading module() override { return {3.3, 12.0, 40.5}; }
+    ModuleReading module() override { return reading; }
     bool callInProgress(bool) override { return calling; }
     std::string imageVersion(ByteView image) override { return "V" + std::to_string(image.size()); }
     void restart(InstanceId image) override { restarts.push_back(image); }
 
     std::map<EntityKey, IntfStats> counters;
     std::map<std::uint16_t, GemPortCounters> gemPorts;
+    std::map<std::pair<EntityKey, AttributeNumber>, std::uint64_t> others;
     std::map<InstanceId, PortState> ports;  // those whose state the device tells
     std::map<std::pair<InstanceId, EntityKey>, JoinedGroups> joined;
+    std::map<std::pair<InstanceId, EntityKey>, std::vector<LearnedStation>> stations;
     std::optional<HostAddresses> host;
     std::optional<bool> veip;
     std::optional<double> bitErrors;
+    ModuleReading reading{3.3, 12.0, 40.5};
     bool calling = false;
     std::vector<InstanceId> restarts;
 
@@ -127,8 +144,21 @@ protected:
     }
     unsigned sync() { return static_cast<unsigned>(value({class_id::kOnuData, 0}, 1)); }
 
-    // What the ONU has sent by itself, as lines.
+    // What the ONU has sent by itself; as lines.
     std::vector<Message> autonomous() { return agent.takeAutonomous(); }
+    using Lines = std::vector<std::string>;
+    Lines lines() {
+        Lines reported;
+        for (const Message& message : autonomous()) {
+            const std::string line = lineOf(textOf(message));
+            reported.push_back(line.substr(line.find("  ") + 2));
+        }
+        return reported;
+    }
+    void later(std::uint64_t ms) {
+        clock.ms += ms;
+        agent.tick();
+    }
 
     MessageSet set = MessageSet::kBaseline;
     std::uint16_t transaction = 0;

@@ -129,6 +129,32 @@ TEST_F(Planning, ARowThatMustBeTriedFirstComesInFrontOfWhatItOverlaps) {
     EXPECT_EQ(vidsAndRemovals, (std::vector<std::pair<unsigned, unsigned>>{{4096, 3}, {320, 1}, {4096, 1}}));
 }
 
+TEST_F(Planning, WhatTheHalHasBeenAskedForIsListedAsItIsMade) {
+    provision(olt::kInternet);
+    std::vector<services::PieceKind> kinds;
+    for (const services::Piece* piece : onu.services.currentPieces()) kinds.push_back(piece->key.kind);
+    using services::PieceKind;
+    EXPECT_EQ(kinds, (std::vector<PieceKind>{PieceKind::kTCont, PieceKind::kGemPort, PieceKind::kBridge,
+                                             PieceKind::kAniService, PieceKind::kUni}));
+}
+
+// A row is a rule up and one down; of PPPoE, which is two types, it is two of each. Two rows are there before.
+TEST_F(Planning, APortHas96Rules) {
+    for (const auto& [type, tooMany] : {std::pair(1U, 47U), {2U, 24U}}) {
+        Onu one;
+        olt::Olt other(one);
+        ASSERT_EQ(other.send(olt::requestsOf(olt::kInternet)), "");
+        unsigned asked = 0;
+        for (; asked < 64 && one.services.problems().empty(); ++asked) {
+            Bytes filter = olt::hex("F8000000 80000000 400F0000 00000A0C");
+            putNumber(filter.data() + 4, 0x80000000U | (1000 + asked) << 15 | type, 4);
+            ASSERT_EQ(other.send(olt::setBytes(kRows, attr::extended_tagging::kTaggingTable, filter)),
+                      Result::kSuccess);
+        }
+        EXPECT_EQ(asked, tooMany) << type;
+    }
+}
+
 TEST_F(Planning, AMessageThatChangesNothingAsksForNothing) {
     provision(olt::kInternet);
     onu.calls.clear();

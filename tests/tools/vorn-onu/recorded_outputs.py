@@ -21,11 +21,14 @@ import record  # noqa: E402
 from terminal import Terminal  # noqa: E402
 from by_chance.boards import changed_board  # noqa: E402
 from by_chance.captures import capture  # noqa: E402
+from by_chance.changes import changes  # noqa: E402
 from by_chance.commands import commands, rules  # noqa: E402
 from by_chance.files import damaged, dump, layout  # noqa: E402
 from by_chance.frames import frame  # noqa: E402
 from by_chance.messages import messages, provisioning, session  # noqa: E402
 from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, frames, mixture, scenario, tagged_service  # noqa: E402
+from by_chance.tables import tables  # noqa: E402
+from by_chance.values import values  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 SCENARIOS = pathlib.Path("scenarios")
@@ -36,19 +39,23 @@ OTHER_EACH_TIME = {r"0x[0-9a-f]{9,}": "ADDRESS", r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(
                    r'("SysUpTime",\s+"value": )"\d+"': r"\1DURATION", r'"bootId":"[^"]*"': "RANDOM",
                    r"vlanFilterList=0x[0-9a-f]+": "vlanFilterList=ADDRESS",
                    r'"crc32":"\w+"': "SUM",
-                   r"(FOLDER/vorn-onu\.)\d+/": r"\1USER/", r"vorn-onu-board\.\w{6}": "vorn-onu-board"}
+                   r"(FOLDER/vorn-onu\.)\d+/": r"\1USER/",
+                   r"((gateway|changes-\d+)\.hal\.log) \(\d+ lines\)": r"\1",  # some are those of a thread
+                   r"vorn-onu-board\.\w{6}": "vorn-onu-board"}
 COLUMNS = (100, 60, 40, 170)
 COMMANDS = ("run", "send", "audit", "omci", "exec", "ls", "at", "diff", "info", "schema")
 
 
-def message(transaction, kind, content=b""):
+def message(transaction, kind, content=b"", extended=False):
     """To ONU data, in hexadecimal digits."""
-    return (struct.pack(">HBBHH", transaction, kind, 0x0A, 2, 0) + content.ljust(32, b"\0")).hex() + "\n"
+    header = struct.pack(">HBBHH", transaction, kind, 0x0B if extended else 0x0A, 2, 0)
+    return (header + (struct.pack(">H", len(content)) + content if extended else content.ljust(32, b"\0"))).hex() + "\n"
 
 
 # Files for commands, as IN-…
-INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(message(3 + part, 0x4E, struct.pack(">H", part))
-                                                                      for part in range(266)),
+INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(
+              message(3 + part, 0x4E, struct.pack(">H", part)) for part in range(266)) + message(300, 0x4D, b"", True) +
+          "".join(message(301 + part, 0x4E, struct.pack(">H", part), True) for part in range(6)),
           "layout.json": '{"ethernetPorts": "0x0501..0x0504", /* more of them */ "tConts": ["0x8001..0x8003", 32772]}',
           "look.json": json.dumps({"title": "A look", "steps": [
               {"board": {"commands": ["ifconfig", "brctl show"]}}, {"frame": {"from": "sid0"}}, {"advance": 40000}]}),
@@ -108,7 +115,12 @@ OUTPUTS = {
     "no capture": "omci scenarios/internet.json", "no state": "diff scenarios/internet.json scenarios/qinq.json",
     "two states": TWO_STATES + "diff OUT-before.json OUT-after.json; diff OUT-after.json OUT-before.json --json",
     "until": "omci scenarios/omci/internet.pcap --until 14 --from sid1 --both-ways",
-    "the MIB of a new ONU": "omci IN-upload.txt --log -v", "log": "omci scenarios/omci/internet.pcap --log",
+    "the MIB of a new ONU": "omci IN-upload.txt --log -v", "values of all attributes": "omci IN-values.txt --log -v",
+    "the MIB of another ONU": "omci IN-upload.txt --log -v --layout IN-layout.json; "
+                              "omci IN-upload.txt --log -v --layout ethernetPorts=0x0201..0x0202,0x0301 --layout veips=0x0203,0x0602 "
+                              "--layout tConts=0x0300..0x0302 --layout ani=0x0301 --layout upstreamQueues=0x8000..0x8005 "
+                              "--layout downstreamQueues=0..9",
+    "log": "omci scenarios/omci/internet.pcap --log",
     "log of a class": "omci scenarios/omci/internet.pcap --log --class 171 -v",
     "by the contract": "omci scenarios/omci/internet.pcap --forwarding contract --audit",
     "calls of messages": "omci scenarios/omci/internet.pcap --record OUT-calls.json --quiet",
@@ -169,6 +181,9 @@ OF_NUMBERS = {
     "provisioning {n} by the contract":
         (24, "omci IN-provisioning-{n}.txt --forwarding contract --log --record OUT-calls.json --json OUT-state.json"),
     "messages {n}": (24, "omci IN-messages-{n}.txt --log -v --json OUT-state.json"),
+    "tables {n}": (8, "omci IN-tables-{n}.txt --forwarding {mode} --log -v --record OUT-calls.json --json OUT-state.json"),
+    # A thread tells the gateway of the VEIP meanwhile: messages and calls alone.
+    "changes {n}": (20, "omci IN-changes-{n}.txt --forwarding {mode} --record OUT-calls.json"),
     "scenario {n}": (100, "run IN-scenario-{n}.json --forwarding {mode} --hal-output --json OUT-state.json --pcap OUT-frames.pcap "
                          "--report OUT-report.html"),
     "mixture {n}":
@@ -223,6 +238,10 @@ def outputs(source):
 def input_text(source, name):
     kind, number = re.match(r"(\w+)-?(\d*)", name).groups()
     captures = [one for one in sorted((source / SCENARIOS / "omci").glob("*.pcap")) if one.stem != "gateway"]
+    if kind == "values":
+        return values(sorted((source / "omci" / "message").glob("*Entities.cpp")))
+    if kind == "changes":
+        return changes(sorted((source / SCENARIOS / "omci").glob("*.pcap")), name)
     if kind == "provisioning":
         return provisioning(captures, name)
     if kind in ("session", "middle"):
@@ -245,7 +264,7 @@ def input_text(source, name):
         return bridge_with_hosts((source / SCENARIOS / "bridge-forwarding.json").read_text(encoding="utf-8"), name)
     if kind in ("service", "port"):
         return tagged_service(name, *((60, 80) if kind == "port" else ()))
-    by_name = {"capture": capture, "commands": commands, "rules": rules, "frames": frames}
+    by_name = {"capture": capture, "commands": commands, "rules": rules, "frames": frames, "tables": tables}
     return by_name[kind](name) if kind in by_name else INPUTS[name]
 
 
