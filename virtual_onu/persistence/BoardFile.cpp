@@ -43,6 +43,10 @@ BoardFile::BoardFile(const std::string& path) : path_(resolved(path)) {
     if (!S_ISREG(found.st_mode)) throw BadBoard(path_ + ": is no plain file");
 }
 
+BoardFile::~BoardFile() {
+    close(opened_[descriptorTable()]);
+}
+
 bool BoardFile::exists() const {
     struct stat found {};
     return real::stat(path_.c_str(), &found) == 0 && found.st_size > 0;
@@ -57,9 +61,13 @@ void BoardFile::open() {
 
 int BoardFile::keep(int fd) {
     Opened& opened = opened_[descriptorTable()];
-    if (opened.number >= 0 && FileIdentity::of(opened.number) == opened.identity) real::close(opened.number);
+    close(opened);
     opened = {raised(fd), identity_};
     return opened.number;
+}
+
+void BoardFile::close(const Opened& opened) {
+    if (opened.number >= 0 && FileIdentity::of(opened.number) == opened.identity) real::close(opened.number);
 }
 
 int BoardFile::descriptor() {

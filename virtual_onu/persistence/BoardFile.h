@@ -17,6 +17,9 @@ public:
     // Name and links are resolved, since the program may change its directory. Throws BadBoard for a place where no
     // file can be, and for what is no plain file.
     explicit BoardFile(const std::string& path);
+    ~BoardFile();
+    BoardFile(const BoardFile&) = delete;
+    BoardFile& operator=(const BoardFile&) = delete;
 
     const std::string& path() const { return path_; }
     bool exists() const;
@@ -38,6 +41,7 @@ private:
     };
     int descriptor();  // the open file, found again when the program has closed it; -1 when it is lost
     int keep(int fd);
+    static void close(const Opened& opened);  // unless the program has closed it, and has another file by that number
     std::string path_;
     FileIdentity identity_;
     std::map<unsigned, Opened> opened_;  // by the table that the thread has
