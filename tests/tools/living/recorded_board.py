@@ -42,13 +42,14 @@ LOOKS = {
         "board links.sid1=dwon", "mib", "omci", "trace --last 0", "trace --last 12", "trace --last 12 --json", "trace --failed", "metrics",
         "show", "expect links.sid0=up", "board links.sid0=down --json", "restart kill", "step [1]", "gateway talks=1", "fault function=nothing",
         "fault clear", "fault omci drop=1", "mib --tree", "mib --class 7 --tree", "serve --port 65536", "watch", "nothing",
-        "fault function=tmctl_setQueueCfg nth=2", "fault ioctl=SIOCBRADDIF code=-16", "board links.sid1=up"),
+        "fault function=tmctl_setQueueCfg nth=2", "fault ioctl=SIOCBRADDIF code=-16", "board links.sid1=up", "show --json"),
     "run scenarios/qinq.json --after-step 10 --forwarding g988": (
         "show", "send --from sid1 --vlan 30 --both-ways", "send --from 'gem 1001' --vlan 500 --vlan 30 --json",
         "call unsetPbitData record=service", "call unsetPbitData bridgeId=3 gemPortId=1001", "fault function=tmctl_setQueueCfg",
         "call tcont_set allocId=300 tContIndex=6", "trace --failed", "trace --last 30", "metrics", "show"),
     "omci --listen unix:olt": ("mib", "mib --json", "omci", "send --from sid0", "call configureBridge bridgeId=9 uniPort=0",
-                               "fault omci drop=1", "omci --last 3", "show", "mib --tree", "mib --class 84", "mib --class 0 --json",
+                               "fault omci drop=65535", "fault omci drop=2 delay=3 delayMs=7", "fault omci duplicate=1 damage=2",
+                               "fault omci unknownClass=171", "fault omci unknownClass=400", "omci --last 3", "show", "mib --tree", "mib --class 84", "mib --class 0 --json",
                                "mib --class 84 --tree", "omci --json", "omci -v -x", "omci --class 171 -v --last 9", "omci --type set -x",
                                "omci --type set,create --instance 0x101", "omci --type nothing", "omci --last -1"),
 }

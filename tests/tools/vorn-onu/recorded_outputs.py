@@ -101,7 +101,7 @@ OUTPUTS = {
         "send scenarios/internet.json --from sid0 --vlan 20 --both-ways", "diff scenarios/internet.json scenarios/qinq.json",
         "exec -- true")},
     **{f"report of {name}": f"run scenarios/{name}.json --report OUT-report.html --audit --quiet"
-       for name in ("internet", "dscp", "tag-translation", "pbit-queues")},
+       for name in ("internet", "dscp", "tag-translation", "pbit-queues", "multicast", "links")},
     "trace": "run scenarios/bridge.json --trace", "HAL's output": "run scenarios/bridge.json --hal-output",
     "steps": "run scenarios/internet.json --after-step 5",
     "several": "run scenarios/bridge.json scenarios/internet.json scenarios/single-tag.json --junit OUT-junit.xml",
@@ -192,7 +192,7 @@ OF_NUMBERS = {
     "service {n}": (24, "audit IN-service-{n}.json --json"),
     "full port {n}": (16, "run IN-port-{n}.json --forwarding {mode} --hal-output --board OUT-board.json --pcap OUT-frames.pcap"),
     "wrong scenarios {n}": (4, "run " + " ".join(f"IN-scenario-{number}{{n}}.json" for number in range(10, 60))),
-    "dump {n}": (16, "omci IN-dump-{n}.txt --log -v"),
+    "dump {n}": (16, "omci IN-dump-{n}.txt --log -v --report OUT-report.html"),
     "damaged capture {n}":
         (24, "omci IN-damaged-{n}.pcap --log -v; send scenarios/internet.json --pcap-in IN-damaged-{n}.pcap --from sid0"),
     "a program's report {n}":
