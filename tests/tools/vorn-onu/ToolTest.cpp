@@ -124,10 +124,6 @@ TEST(Schema, StateFormatTellsOfEveryMember) {
 
 TEST(RuleWords, SayWhatARuleDoes) {
     const std::tuple<std::set<unsigned>, std::vector<std::string>, const char*> cases[] = {
-        {{1},
-         {"rxdev=sid0.3", "type=0x8100", "push", "pbits0:=pbits1", "vid0:=500", "type:=0x88a8"},
-         "single-tagged frames with TPID 0x8100 from sid0: push VID 500, p-bits of the second tag, TPID 0x88a8 → "
-         "sid0.3"},
         {{2},
          {"rxdev=sid0.3", "vid0=500", "vid1=7", "tagtype0=0x8100", "pop", "pop"},
          "double-tagged frames with outer tag VID 500, second tag VID 7, TPID 0x8100 from sid0: pop 2 tags → sid0.3"},
