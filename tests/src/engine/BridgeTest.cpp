@@ -3,8 +3,6 @@
 
 namespace {
 
-using Names = std::vector<std::string>;
-
 class Bridges : public OnuFixture {
 protected:
     static std::string configure(unsigned short bridge, unsigned short uni, bool ipHost, bool result) {
@@ -12,42 +10,12 @@ protected:
     }
 };
 
-TEST_F(Bridges, AUniMayJoinAgainAndLeaves) {
-    configure(3, 0, false, true);
-    configure(3, 2, false, true);
-    // Once more is a success: the kernel refuses the member, the caller has what it wants.
-    const std::string printed = configure(3, 2, false, true);
-    EXPECT_TRUE(contains(printed, "Interface sid1.3 already Exists!!"));
-    EXPECT_TRUE(contains(printed, "sid1.3 add to bridge : br3 ret: 1 retVal: 16 \n"));
-    EXPECT_EQ(members("br3"), (Names{"gpon3.3", "sid1.3"}));
-    EXPECT_EQ(engine().removeUniInterfaceFromBridgeGroup(3, 2), 0);
-    EXPECT_EQ(engine().removeAniInterfaceFromBridgeGroup(3), 0);
-    EXPECT_EQ(members("br3"), Names{});
-}
-
 TEST_F(Bridges, AnIpHostSitsOnTheBridgeItself) {
     configure(3, 0, false, true);
     EXPECT_TRUE(contains(configure(3, 2, true, true),
                          "CONFIGURE BRIDGE: ifName:br3, uniVirtualName:br3.2 bridgeId: 3, uniPort:2"));
     EXPECT_TRUE(
         contains(configure(4, 1, true, false), "createVlanInterface failed to create uniVirtualName name : br4.1 "));
-}
-
-TEST_F(Bridges, OnlyTheFirstUniOfABridgeIsRecordedAndANumberThatIsABridgeBlocks) {
-    configure(2, 0, false, true);
-    configure(5, 0, false, true);
-    const std::string added = "Added to m_BridgeIdToUniId CONFIGURE BRIDGE: bridgeId:";
-    EXPECT_TRUE(contains(configure(5, 1, false, true), added + "5, uniPort:1 \n"));
-    configure(5, 3, false, true);  // a second UNI
-    EXPECT_EQ(members("br5"), (Names{"gpon5.5", "sid0.5", "sid2.5"}));
-    EXPECT_FALSE(contains(configure(2, 5, false, true), added)) << "UNI 5, and bridge 5 is recorded";
-    EXPECT_TRUE(contains(configure(2, 4, false, true), added + "2, uniPort:4 \n"));
-    // The removal of the UNI side goes by the record.
-    BridgeServiceProvisioning service{};
-    service.bridgeId = 5;
-    engine().deprovisionUniSideBridge(&service);
-    EXPECT_FALSE(onu().deviceExists("sid0.5"));
-    EXPECT_TRUE(onu().deviceExists("sid2.5"));
 }
 
 TEST_F(Bridges, AFailureStopsTheBranchAndUndoesNothing) {

@@ -10,10 +10,11 @@ constexpr VlanTagFilter_t kInner{15, 4096, 0};
 class RuleMap : public OnuFixture {
 protected:
     // Installs a rule for this VID on sid0 and records it.
-    static unsigned install(std::uint16_t vid, VlanFilterEtherType type = ETHERTYPE_FILTER_NONE) {
+    static unsigned install(std::uint16_t vid) {
         const unsigned id = installOnly(vid);
         const VlanTagFilter_t outer{0, vid, 0};
-        EXPECT_TRUE(engine().insertVlanRuleMapEntry("sid0", 1, VLANCTL_DIRECTION_RX, 1, &outer, &kInner, id, type));
+        EXPECT_TRUE(engine().insertVlanRuleMapEntry("sid0", 1, VLANCTL_DIRECTION_RX, 1, &outer, &kInner, id,
+                                                    ETHERTYPE_FILTER_NONE));
         return id;
     }
     static unsigned installOnly(std::uint16_t vid) {
@@ -134,13 +135,6 @@ TEST_F(RuleMap, EveryFieldTellsRulesApartWhenAsked) {
     engine().copyVlanRuleMapEntry("sid0", 1);
     EXPECT_FALSE(engine().isVlanRuleMapExist("sid0", 1, 0, &kOuter, &kInner, ETHERTYPE_FILTER_IPV4))
         << "the remove area is not searched";
-}
-
-TEST_F(RuleMap, RemovalDoesNotLookAtTheEtherType) {
-    install(10, ETHERTYPE_FILTER_IPV4);
-    const unsigned second = install(10, ETHERTYPE_FILTER_ARP);
-    EXPECT_TRUE(removeOne(10));
-    EXPECT_EQ(entry()->newRules[0].tagRuleId, second) << "the first of the two goes";
 }
 
 TEST_F(RuleMap, FlushingAUniTakesItsRulesFromBothAreas) {

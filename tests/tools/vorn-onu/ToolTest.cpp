@@ -26,23 +26,6 @@ TEST(Tool, BadScenarioEndsWithCodeTwoAndOneLineThatNamesThePlace) {
         {R"({"call": "vorn_test_call", "a\n\u001b[2Jb": 1})",
          "step 1 (call vorn_test_call): field 'a\\n\\x1b[2Jb': is not known here; no field is allowed"},
         {R"({"advance": 1e999})", "holds a number that is too large for any field"},
-        {R"({"call": "configureBridge", "bridgeId": "three", "uniPort": 0})",
-         "step 1 (call configureBridge): field 'bridgeId': must be a number 0..65535, not \"three\""},
-        {R"({"call": "configureBridge", "bridgeId": 3})",
-         "step 1 (call configureBridge): field 'uniPort': is missing; it is 0: the bridge with its PON side; from 1: "
-         "that UNI port joins it"},
-        {R"({"call": "filter_flow_add", "bridgeId": 3, "uniPort": 1, "outerFilterPrio": 16})",
-         "step 1 (call filter_flow_add): field 'outerFilterPrio': must be a number 0..15, \"any\" (8), \"default\" "
-         "(14), "
-         "\"none\" (15), not 16"},
-        {R"({"call": "configureAniTagRules", "bridgeId": 3, "gemPortId": 1,
-             "pbitMap": [{"pbit": 0, "gemPort": 1, "queue": 0}, {"pbit": 8, "gemPort": 1, "queue": 0}]})",
-         "step 1 (call configureAniTagRules): field 'pbitMap[1].pbit': must be a number 0..7, \"others\", "
-         "\"untagged\", "
-         "not 8"},
-        {R"({"call": "configureBridge", "bridgeID": 3, "uniPort": 0})",
-         "step 1 (call configureBridge): field 'bridgeID': is not known here, did you mean 'bridgeId'?; allowed: "
-         "bridgeId, uniPort"},
         {R"({"call": "configurBridge"})",
          "step 1 (call configurBridge): field 'call': operation 'configurBridge' is not known here, did you mean "
          "'configureBridge'?; the nearest of "},
@@ -56,24 +39,10 @@ TEST(Tool, BadScenarioEndsWithCodeTwoAndOneLineThatNamesThePlace) {
         {R"({"board": {"links": {"sid1": "dwon"}}})",
          "step 1: field 'board.links.sid1': must be a link state like \"up\" or \"down\", not \"dwon\", did you mean "
          "'down'?"},
-        {R"({"expect": {"rules": {"sid1 up 0": []}}})",
-         "step 1: field 'expect.rules.sid1 up 0': the name must be device, rx or tx, and number of tags: \"sid1 rx "
-         "0\", "
-         "\"gpon3 tx 0-2\""},
-        {R"({"frame": {"tags": []}})",
-         "step 1: field 'frame.from': is missing; it is where it arrives: \"sid0\", \"veip0\", or \"gem 1001\""},
         {R"({"frame": {"from": "gem x"}})",
          "step 1: field 'frame.from': must have a GEM port id behind \"gem\", not 'x'"},
-        {R"({"frame": {"from": "sid0", "tags": [{"pbits": 1}]}})",
-         "step 1: field 'frame.tags[0].vid': is missing; it is VLAN id"},
-        {R"({"frame": {"from": "sid0", "tags": [{"vid":1},{"vid":1},{"vid":1},{"vid":1},{"vid":1}]}})",
-         "step 1: field 'frame.tags': must have at most 4 tags"},
-        {R"({"frame": {"from": "sid0"}, "expect": {}})",
-         "step 1: field 'expect': must have one of the fields leaves and dropped"},
         {R"({"frame": {"from": "sid0"}, "expect": {"leaves": []}})",
          "step 1: field 'expect.leaves': must be a list of exits, not []"},
-        {R"({"frame": {"from": "sid0"}, "expect": {"leaves": [{"tags": []}]}})",
-         "step 1: field 'expect.leaves[0].at': is missing; it names the port: \"sid0\", \"gpondef\", \"veip0\""},
         {R"({"frame": {"from": "sid0"}, "expect": {"dropped": false}})",
          "step 1: field 'expect.dropped': must be true or a part of the reason, not false"},
         {R"({"frame": {"from": "sid0"}, "gateway": "silent"})",
@@ -155,10 +124,6 @@ TEST(Schema, StateFormatTellsOfEveryMember) {
 
 TEST(RuleWords, SayWhatARuleDoes) {
     const std::tuple<std::set<unsigned>, std::vector<std::string>, const char*> cases[] = {
-        {{1},
-         {"rxdev=sid0.3", "type=0x8100", "push", "pbits0:=pbits1", "vid0:=500", "type:=0x88a8"},
-         "single-tagged frames with TPID 0x8100 from sid0: push VID 500, p-bits of the second tag, TPID 0x88a8 → "
-         "sid0.3"},
         {{2},
          {"rxdev=sid0.3", "vid0=500", "vid1=7", "tagtype0=0x8100", "pop", "pop"},
          "double-tagged frames with outer tag VID 500, second tag VID 7, TPID 0x8100 from sid0: pop 2 tags → sid0.3"},
