@@ -385,7 +385,7 @@ TEST_F(Images, AreLoadedIntoMemoryActivatedAndCommitted) {
 
 TEST_F(Images, AWindowWithAGapComesAgain) {
     ASSERT_EQ(start(kSpare, 4).result, Result::kSuccess);
-    for (const auto& [first, count] : {std::pair(0, 4), {4, 3}}) {
+    for (const auto& [first, count] : {std::pair<std::size_t, std::size_t>(0, 4), {4, 3}}) {
         EXPECT_NE(sendWindow(first, count, 1), Result::kSuccess) << first;
         EXPECT_EQ(sendWindow(first, count), Result::kSuccess) << first;
     }
