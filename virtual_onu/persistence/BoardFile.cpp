@@ -44,7 +44,7 @@ BoardFile::BoardFile(const std::string& path) : path_(resolved(path)) {
 }
 
 BoardFile::~BoardFile() {
-    close(opened_[descriptorTable()]);
+    letGo(opened_[descriptorTable()]);
 }
 
 bool BoardFile::exists() const {
@@ -61,12 +61,12 @@ void BoardFile::open() {
 
 int BoardFile::keep(int fd) {
     Opened& opened = opened_[descriptorTable()];
-    close(opened);
+    letGo(opened);
     opened = {raised(fd), identity_};
     return opened.number;
 }
 
-void BoardFile::close(const Opened& opened) {
+void BoardFile::letGo(const Opened& opened) {
     if (opened.number >= 0 && FileIdentity::of(opened.number) == opened.identity) real::close(opened.number);
 }
 

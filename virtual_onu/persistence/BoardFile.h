@@ -41,7 +41,7 @@ private:
     };
     int descriptor();  // the open file, found again when the program has closed it; -1 when it is lost
     int keep(int fd);
-    static void close(const Opened& opened);  // unless the program has closed it, and has another file by that number
+    static void letGo(const Opened& opened);  // unless the program has closed it, and has another file by that number
     std::string path_;
     FileIdentity identity_;
     std::map<unsigned, Opened> opened_;  // by the table that the thread has

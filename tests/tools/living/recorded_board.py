@@ -8,6 +8,7 @@ import functools
 import os
 import pathlib
 import re
+import shutil
 import socket
 import subprocess
 import sys
@@ -68,7 +69,9 @@ class Board:
                        "PATH": os.environ["PATH"], "TMPDIR": folder, "HOME": folder, "COLUMNS": "100", "LC_ALL": "C.UTF-8"}
         self.how = {"env": environment, "cwd": folder, "stdout": subprocess.PIPE, "stderr": subprocess.STDOUT, "stdin": subprocess.DEVNULL,
                     "preexec_fn": functools.partial(os.close, 0) if "g988" in words else None}  # descriptors begin with 0
-        words = [str(source / word) if word.startswith("scenarios/") else word for word in words.split()]
+        words = words.split()
+        if words[0] == "run":  # beside it: how long its place is decides where lines end
+            words[1] = shutil.copy(source / words[1], folder) and pathlib.Path(words[1]).name
         self.printed = tempfile.TemporaryFile()
         self.process = subprocess.Popen([tool, *words, "--name", "live"], **{**self.how, "stdout": self.printed})
 
@@ -142,7 +145,7 @@ def text_of(tool, source, words):
             texts += [board.ask("ls"), *board.page("listen" in words), board.ask("ls")]
         finally:
             texts.append(board.end())
-    text = "\n".join(texts).replace(folder, "FOLDER").replace(str(source), "SOURCE")
+    text = "\n".join(texts).replace(folder, "FOLDER")
     for pattern, word in OTHER.items():
         text = re.sub(pattern, word, text, flags=re.MULTILINE)
     return text
