@@ -212,6 +212,34 @@ TEST_F(VirtualKernel, ShellCommandsActOnTheModelOrAreFlagged) {
     EXPECT_EQ(onu().toJson()["runner"]["remarks"].size(), 3u) << "of what was not there";
 }
 
+TEST_F(VirtualKernel, CommandsOfIpAreReadAsAShellReadsThem) {
+    const struct {
+        const char* command;
+        int status;
+    } kSteps[] = {
+        {"ip", 127},
+        {"ip link", 127},
+        {"ip link set", 127},
+        {"ip link set dev sid1", 127},
+        {"ip link add brl type", 127},
+        {"ip link add brl type dummy", 127},
+        {"ip link add brl kind bridge", 127},
+        {"ip link add brl type bridge", 0},
+        {"ip link set \"sid1\" 'master' brl", 0},
+        {"ip link set '$1' up", 1},
+        {"ip link set \"$1\" up", 127},
+        {"ip link set \"sid1\\\" up", 127},
+        {"ip link delete brl", 0},
+        {"ip link frobnicate brl", 127},
+    };
+    for (const auto& step : kSteps) {
+        EXPECT_EQ(run(step.command), step.status) << step.command;
+        EXPECT_EQ(onu().shellCommands().back().understood, step.status != 127) << step.command;
+    }
+    EXPECT_EQ(onu().device("sid1")->master, "");
+    EXPECT_FALSE(onu().device("sid1")->up || onu().deviceExists("brl"));
+}
+
 TEST_F(VirtualKernel, TheHostsShellAndFilesAreOutOfReach) {
     const std::string victim = testing::TempDir() + "untouched-by-the-virtual-onu";
     EXPECT_EQ(run(("echo x > " + victim).c_str()), 127);
