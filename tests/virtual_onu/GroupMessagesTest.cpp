@@ -1,7 +1,4 @@
 // IGMP and MLD as hosts and routers send them, byte by byte, and what a bridge learns from each.
-#include <cstdlib>
-#include <set>
-
 #include "support/HexBytes.h"
 #include "support/OnuFixture.h"
 
@@ -124,56 +121,6 @@ TEST_F(GroupReports, LetASetTopBoxChangeItsChannelInOneMessage) {
     EXPECT_EQ(joinedAfter("0002 04 00 0000" + kGroup4 + "03 00 0000 EF010204"), "3 after 3");
     EXPECT_EQ(joinedAfter("0002 03 00 0000" + kGroup4 + "03 00 0000 EF010204"), "after 3")
         << "leaves alone join nothing";
-}
-
-virtual_onu::Frame message(const char* destination, virtual_onu::GroupMessage::Kind kind, const char* group) {
-    virtual_onu::Frame made;
-    made.source = "02:00:5e:10:00:10";
-    made.destination = destination;
-    made.ipProtocol = 2;
-    made.groupMessage = virtual_onu::GroupMessage{kind, group, 100};
-    return made;
-}
-
-// A host that leaves ends its own membership only: of this group, at this port, and while no querier asks the others.
-TEST_F(GroupReports, ALeaveEndsTheMembershipThatItNames) {
-    using Kind = virtual_onu::GroupMessage::Kind;
-    const char *group = "01:00:5e:01:02:03", *address = "239.1.2.3", *others = "239.7.7.7";
-    const auto query = message("01:00:5e:00:00:01", Kind::Query, "");
-    const struct {
-        const char* what;
-        const char* port;
-        const char* left;
-        bool querierFirst;
-        std::set<std::string> reached;
-    } kCases[] = {
-        {"its group", "v1", address, false, {}},
-        {"a group that nobody has joined", "v1", others, false, {"v1"}},
-        {"the group, at a port without a member", "v2", address, false, {"v1"}},
-        {"its group, which a querier will ask for", "v1", address, true, {"v1"}},
-    };
-    for (const auto& one : kCases) {
-        onu().reset();
-        ASSERT_EQ(std::system("brctl addbr brv"), 0);
-        for (const char* port : {"v0", "v1", "v2"}) {
-            ASSERT_TRUE(onu().addDevice(port));
-            ASSERT_EQ(std::system(("ifconfig " + std::string(port) + " up; brctl addif brv " + port).c_str()), 0);
-        }
-        ASSERT_EQ(std::system("ifconfig brv up"), 0);
-        onu().sendFromPort("v1", message(group, Kind::Report, address));
-        if (one.querierFirst) onu().sendFromPort("v0", query);
-        onu().sendFromPort(one.port, message("01:00:5e:00:00:02", Kind::Leave, one.left));
-        onu().advance(2500);
-        onu().sendFromPort("v0", query);
-        onu().advance(300);
-        virtual_onu::Frame data;
-        data.source = "02:00:5e:10:00:11";
-        data.destination = group;
-        data.ipProtocol = 17;
-        std::set<std::string> reached;
-        for (const auto& exit : onu().sendFromPort("v0", data).exits) reached.insert(exit.device);
-        EXPECT_EQ(reached, one.reached) << one.what;
-    }
 }
 
 }  // namespace

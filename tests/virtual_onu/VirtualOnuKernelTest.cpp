@@ -160,23 +160,6 @@ TEST_F(VirtualKernel, AStreamWritesAnAttributeWhenItIsFlushedOrClosed) {
     EXPECT_EQ(onu().bridge("br3")->ageingTime, 700);
 }
 
-// How a shell redirects a command's output.
-TEST_F(VirtualKernel, WhatIsWrittenThroughACopyOfADescriptorArrives) {
-    for (const char* path : {"/proc/sys/net/ipv6/conf/sid3/disable_ipv6", "/var/mcpd.conf"}) {
-        const int spare = fcntl(0, F_DUPFD, 10);
-        const int fd = open(path, O_WRONLY | O_CREAT, 0644);
-        EXPECT_EQ(dup2(fd, spare), spare);
-        close(fd);
-        EXPECT_EQ(write(spare, "1\n", 2), 2);
-        EXPECT_EQ(onu().openDescriptors(), 1);
-        dup2(0, spare);
-        EXPECT_EQ(onu().openDescriptors(), 0);
-        close(spare);
-    }
-    EXPECT_TRUE(onu().device("sid3")->ipv6Disabled);
-    EXPECT_EQ(onu().readFile("/var/mcpd.conf"), "1\n");
-}
-
 // What they do otherwise: the tool's record of commands by chance.
 TEST_F(VirtualKernel, ShellCommandsActOnTheModelOrAreFlagged) {
     const struct {

@@ -340,41 +340,6 @@ TEST_F(Planning, TaggingIsFoundWhereverAnOltLetsItPoint) {
     }
 }
 
-// The list of each GEM port, with and without p-bits of its own: its highest and its odd VIDs arrive whole.
-TEST_F(Planning, FilterListsReachTheHalVidByVid) {
-    provision(olt::kInternet);
-    provision(olt::kPriorities);
-    const auto filter = [](InstanceId instance, unsigned operation) {
-        return olt::Requests{
-            olt::setBytes({class_id::kVlanFilter, instance}, attr::vlan_filter::kFilterList,
-                          olt::hex("0001 0FFE 00000000000000000000000000000000000000 00")),
-            olt::set(class_id::kVlanFilter, instance,
-                     {{attr::vlan_filter::kNumberOfEntries, 2}, {attr::vlan_filter::kForwardOperation, operation}})};
-    };
-    const struct {
-        InstanceId filter;
-        unsigned operation;
-        const char* list;
-        unsigned entries;
-    } kCases[] = {
-        {0x1001, 0x0F, "00010ffe", 2},          // all p-bits in one GEM port
-        {0x1010, 0x0F, "c001e001cffeeffe", 4},  // the last of four GEM ports has p-bits 6 and 7
-    };
-    for (const auto& one : kCases) {
-        onu.calls.clear();
-        ASSERT_EQ(olt.send(filter(one.filter, one.operation)), "");
-        std::vector<std::string> lists;
-        unsigned entries = 0;
-        for (const auto& made : onu.calls) {
-            const auto* record = std::get_if<BridgeServiceProvisioning>(&made.call.record);
-            if (record == nullptr || made.call.operation != Operation::kConfigureAniTagRules) continue;
-            lists.emplace_back(record->vlanTciFilterList);
-            if (lists.back() == one.list) entries = record->numberOfEntries;
-        }
-        EXPECT_EQ(entries, one.entries) << one.list << " is not among " << ::testing::PrintToString(lists);
-    }
-}
-
 olt::Requests withGemPort4095(const char* service, InstanceId gemPort) {
     auto requests = olt::requestsOf(service);
     for (auto& request : requests) {
