@@ -206,32 +206,6 @@ TEST(Contents, BytesThatAreNoContentAreNamed) {
     }
 }
 
-TEST(TaggingRows, AreReadAndTold) {
-    const struct {
-        const char* row;
-        const char* text;
-    } kRows[] = {
-        {"F8000000 F8000000 000F0000 00000A0C", "untagged (default): add 0x8100 VID 321 p-bits 0"},
-        {"F8000000 80320000 400F0000 00080A0C", "one tag, VID 100: take 1 tag off, add 0x8100 VID 321 inner p-bits"},
-        {"F8000000 88000000 000F0000 00081C22", "one tag, any: add output TPID (inner DEI) VID 900 inner p-bits"},
-        {"F8000000 F8000000 00001C26 00000194",
-         "untagged (default): add output TPID VID 900 p-bits 0 above, add 0x8100 VID 50 p-bits 0"},
-        {"F8000000 F8000002 000F0000 0005003C", "untagged PPPoE: add 0x8100 VID 7 p-bits 5"},
-        {"E8000000 E8000000 C00F0000 000F0000", "two tags (default): drop"},
-    };
-    for (const auto& wanted : kRows) {
-        const Bytes row = hex(wanted.row);
-        EXPECT_EQ(textOf(decodeTaggingRow(row)), wanted.text);
-        EXPECT_EQ(encodeTaggingRow(decodeTaggingRow(row)), row);
-        // OLTs leave what they like in the padding.
-        Bytes junk = row;
-        junk[2] |= 0x0F;
-        junk[9] |= 0xF0;
-        junk[12] = 0xFF;
-        EXPECT_EQ(withoutPadding(junk), row);
-    }
-}
-
 // Fields with codes that have no meaning, at the ends of those that have one.
 TEST(TaggingRows, HaveCodesThatMeanSomething) {
     using Fields = std::vector<unsigned>;

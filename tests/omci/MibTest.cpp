@@ -155,37 +155,6 @@ TEST_F(MibTest, ASetDoesWhatItCanAndNamesTheRest) {
     EXPECT_EQ(sync(), before + 1);
 }
 
-TEST_F(MibTest, TheTaggingTableIsReadInItsOrder) {
-    ASSERT_EQ(create(kTagging, hex("02 0101")), Result::kSuccess);
-    const Bytes any = hex("F8000000 88000000 000F0000 00081C22");
-    const Bytes one = hex("F8000000 80320000 400F0000 00080A0C");
-    const Bytes drop = hex("F8000000 E8000000 C00F0000 000F0000");
-    for (const Bytes& row : {any, one, drop}) EXPECT_EQ(set1(kTagging, 6, row), Result::kSuccess);
-    // A row with the same filter takes the other's place.
-    const Bytes other = hex("F8000000 80320000 400F0000 00080A14");
-    EXPECT_EQ(set1(kTagging, 6, other), Result::kSuccess);
-
-    const GetAnswer length = get(kTagging, maskOf(6));
-    EXPECT_EQ(numberOf(length.values) & 0xFFFFFFFF, 0U);  // padded behind the four bytes
-    ASSERT_EQ(number32(length.values, 0), 5 * 16U);
-    EXPECT_EQ(set1(kTagging, 6, hex("F8000000 88000000 FFFFFFFF FFFFFFFF")), Result::kSuccess);  // the copy stays
-    Bytes table;
-    for (std::uint16_t part = 0; part < 3; ++part) {
-        const auto answer = ask<TablePartAnswer>(MessageType::kGetNext, kTagging, TablePartAsked{maskOf(6), part});
-        EXPECT_EQ(answer.result, Result::kSuccess);
-        table.insert(table.end(), answer.part.begin(), answer.part.end());
-    }
-    table.resize(5 * 16);
-    const Bytes twoTags = hex("E8000000 E8000000 000F0000 000F0000");
-    const Bytes untagged = hex("F8000000 F8000000 000F0000 000F0000");
-    Bytes wanted;
-    for (const Bytes& row : {other, any, twoTags, drop, untagged}) wanted.insert(wanted.end(), row.begin(), row.end());
-    EXPECT_EQ(table, wanted);
-    const auto behind = ask<TablePartAnswer>(MessageType::kGetNext, kTagging, TablePartAsked{maskOf(6), 3});
-    EXPECT_EQ(behind.result, Result::kParameterError);
-    EXPECT_EQ(agent.mib().find(kTagging)->rows(6).size(), 4U);
-}
-
 TEST_F(MibTest, AFullTaggingTableRefusesTheNextRow) {
     ASSERT_EQ(create(kTagging, hex("02 0101")), Result::kSuccess);
     Bytes row = hex("F8000000 80000000 400F0000 00080A0C");
@@ -219,63 +188,6 @@ TEST(TableRows, AFullOneRefusesTheNextRowAndTakesAnotherInItsPlace) {
         }
         EXPECT_EQ(rows.size(), 2U) << one.row;
     }
-}
-
-// What each table's rows do; the rows that exist after each step.
-TEST_F(MibTest, RowsOfTablesSayWhatBecomesOfThem) {
-    const EntityKey profile{class_id::kMulticastProfile, 3};
-    const EntityKey group{class_id::kMulticastInterworking, 4};
-    const EntityKey filter{class_id::kBridgePortFilter, 9};
-    ASSERT_EQ(create(profile, hex("02 00 00")), Result::kSuccess);
-    ASSERT_EQ(create(group), Result::kSuccess);
-    ASSERT_EQ(create({class_id::kBridgePort, 9}, bridgePort(1, 1, 1, 0x0101)), Result::kSuccess);
-    const std::string access = " 0FFF 0064 00000000 E0000001 E00000FF 00000000 0000";
-    const struct {
-        EntityKey entity;
-        AttributeNumber table;
-        std::string row;
-        Result result;
-        std::size_t rows;
-    } kSteps[] = {
-        {profile, 7, "4002" + access, Result::kSuccess, 1},
-        {profile, 7, "4001" + access, Result::kSuccess, 2},
-        {profile, 7, "4801" + access, Result::kSuccess, 3},  // part 1 of row 1
-        {profile, 7, "4C03" + access, Result::kSuccess, 3},  // only asks whether that part is known
-        {profile, 7, "0001" + access, Result::kParameterError, 3},
-        {profile, 7, "5801" + access, Result::kParameterError, 3},  // there is no part 3
-        {profile, 7, "8001" + access, Result::kSuccess, 1},
-        {profile, 7, "8001" + access, Result::kSuccess, 1},
-        {profile, 7, "4003" + access, Result::kSuccess, 2},
-        {profile, 7, "C000" + access, Result::kSuccess, 0},
-        {group, 9, "0FFF 0000 E0000000 EFFFFFFF", Result::kSuccess, 1},
-        {group, 9, "0FFF 0000 E0000000 E00000FF", Result::kSuccess, 1},
-        {group, 9, "0FFF 0001 E1000000 E10000FF", Result::kSuccess, 2},
-        {group, 9, "0FFF 0000 00000000 00000000", Result::kSuccess, 1},
-        {filter, 1, "01 41 001122334455", Result::kSuccess, 1},
-        {filter, 1, "02 40 001122334456", Result::kSuccess, 2},
-        {filter, 1, "01 00 000000000000", Result::kSuccess, 1},
-        {filter, 1, "00 80 000000000000", Result::kSuccess, 0},
-    };
-    for (const auto& step : kSteps) {
-        EXPECT_EQ(set1(step.entity, step.table, hex(step.row)), step.result) << step.row;
-        EXPECT_EQ(agent.mib().find(step.entity)->rows(step.table).size(), step.rows) << step.row;
-    }
-}
-
-TEST_F(MibTest, SetTableTakesManyRowsOrNone) {
-    ASSERT_EQ(create(kTagging, hex("02 0101")), Result::kSuccess);
-    set = MessageSet::kExtended;
-    const Bytes good = hex("F8000000 80320000 400F0000 00080A0C F8000000 80328000 400F0000 00080A0C");
-    const Bytes bad = hex("F8000000 80330000 400F0000 00080A0C F8000000 90328000 400F0000 00080A0C");
-    const auto setTable = [&](AttributeMask mask, const Bytes& rows) {
-        return ask<SetAnswer>(MessageType::kSetTable, kTagging, AttributeValues{mask, rows}).result;
-    };
-    EXPECT_EQ(setTable(maskOf(6), good), Result::kSuccess);
-    EXPECT_EQ(agent.mib().find(kTagging)->rows(6).size(), 5U);
-    EXPECT_EQ(setTable(maskOf(6), bad), Result::kParameterError);
-    EXPECT_EQ(setTable(maskOf(5), hex("00")), Result::kParameterError);
-    EXPECT_EQ(setTable(maskOf(6), hex("F800")), Result::kParameterError);
-    EXPECT_EQ(agent.mib().find(kTagging)->rows(6).size(), 5U);
 }
 
 TEST_F(MibTest, WhatComesWithABridgePortGoesWithIt) {

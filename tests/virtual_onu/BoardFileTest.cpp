@@ -391,32 +391,19 @@ struct BadFile {
     const char* problem;  // part of the message
 };
 
-std::vector<BadFile> badFiles(const std::string& good) {
+// Fields, keys and sections that are otherwise: the tool's record of damaged boards.
+std::vector<BadFile> badFiles() {
     const auto rule = [](const std::string& device) {
         return R"({"vlan.rules":{"1":{"device":")" + device +
                R"(","direction":"receive","front":false,"tags":0,"terms":[]}})";
     };
-    const std::size_t clock = good.find(R"({"clock")");
     return {
         {"text", kAll, "hello\n", "is no board: its first line must be"},
         {"no line", kAll, "{", "is no board: its first line must be"},
         {"state JSON", kAll, "{\n \"network\": {}\n}\n", "is no board"},
         {"newer", R"("version":1)", R"("version":3)", "is a board of version 3; this program knows versions 1 and 2"},
         {"torn inside", R"({"network.devices":{"2")", "{\"netw\n", "line 2: is no JSON"},
-        {"unknown section", kEnd, "{\"vlan.roles\":{}}\n", "there is no section \"vlan.roles\""},
-        {"section of another kind", kEnd, "{\"vlan.rules\":[]}\n", "section vlan.rules must be an object"},
-        {"missing section", good.substr(clock, good.find('\n', clock) + 1 - clock), "", "section clock is missing"},
-        {"missing field", R"("mtu":1500,)", "", "network.devices \"2\": field 'mtu' is missing"},
-        {"unknown field", R"("mtu":)", R"("mut":1,"mtu":)", "there is no field \"mut\""},
-        {"number too large", R"("mtu":1500)", R"("mtu":65536)",
-         "field 'mtu': must be a number from 68 to 65535, not 65536"},
-        {"number of another kind", R"("mtu":1500)", R"("mtu":1500.5)", "field 'mtu'"},
-        {"negative", R"("mtu":1500)", R"("mtu":-1)", "field 'mtu'"},
-        {"MAC", R"("mac":"02:)", R"("mac":"2-)", "field 'mac': must be a MAC address"},
-        {"name with a slash", R"("name":"eth0")", R"("name":"../eth0")", "must be a device name"},
         {"name twice", R"("name":"eth0")", R"("name":"eth1")", "have the same name"},
-        {"no byte", "VONU-8X", "VONU-\xe2\x82\xac", R"(not "VONU-\u20ac")"},
-        {"key", R"({"board.phys":{"7")", R"({"board.phys":{"8")", "the key must be a number from 0 to 7"},
         {"key with words", kEnd, "{\"vlan.defaults\":{\"sid0\":{\"action\":\"drop\",\"device\":\"\"}}}\n",
          "the key must be a table"},
         {"master without a bridge", R"("master":"")", R"("master":"br7")", "but the bridges have it otherwise"},
@@ -432,7 +419,7 @@ TEST_F(BoardFile, IsRefusedWithAReasonWhenItIsNoGoodBoard) {
     const std::string good = withoutChecksums(contentOf(file_));
     onu().setSerialNumber("mine");
     const json mine = boardOf(onu().toJson());
-    for (const BadFile& bad : badFiles(good)) {
+    for (const BadFile& bad : badFiles()) {
         std::string text = bad.place == kAll ? bad.text : bad.place == kEnd ? good + bad.text : good;
         if (text == good) {
             ASSERT_NE(good.find(bad.place), std::string::npos) << bad.name;

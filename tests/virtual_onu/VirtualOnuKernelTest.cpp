@@ -165,23 +165,6 @@ TEST_F(VirtualKernel, AStreamWritesAnAttributeWhenItIsFlushedOrClosed) {
     EXPECT_EQ(onu().bridge("br3")->ageingTime, 700);
 }
 
-// How a shell redirects a command's output.
-TEST_F(VirtualKernel, WhatIsWrittenThroughACopyOfADescriptorArrives) {
-    for (const char* path : {"/proc/sys/net/ipv6/conf/sid3/disable_ipv6", "/var/mcpd.conf"}) {
-        const int spare = fcntl(0, F_DUPFD, 10);
-        const int fd = open(path, O_WRONLY | O_CREAT, 0644);
-        EXPECT_EQ(dup2(fd, spare), spare);
-        close(fd);
-        EXPECT_EQ(write(spare, "1\n", 2), 2);
-        EXPECT_EQ(onu().openDescriptors(), 1);
-        dup2(0, spare);
-        EXPECT_EQ(onu().openDescriptors(), 0);
-        close(spare);
-    }
-    EXPECT_TRUE(onu().device("sid3")->ipv6Disabled);
-    EXPECT_EQ(onu().readFile("/var/mcpd.conf"), "1\n");
-}
-
 // What they do otherwise: the tool's record of commands by chance.
 TEST_F(VirtualKernel, ShellCommandsActOnTheModelOrAreFlagged) {
     const struct {
@@ -215,6 +198,34 @@ TEST_F(VirtualKernel, ShellCommandsActOnTheModelOrAreFlagged) {
     EXPECT_TRUE(onu().device("br3")->ipv6Disabled);
     EXPECT_EQ(onu().ingressQueueKeys(), Texts{"key --dstmac 02:00:00:00:aa:01 --prio 1"});
     EXPECT_EQ(onu().toJson()["runner"]["remarks"].size(), 3u) << "of what was not there";
+}
+
+TEST_F(VirtualKernel, CommandsOfIpAreReadAsAShellReadsThem) {
+    const struct {
+        const char* command;
+        int status;
+    } kSteps[] = {
+        {"ip", 127},
+        {"ip link", 127},
+        {"ip link set", 127},
+        {"ip link set dev sid1", 127},
+        {"ip link add brl type", 127},
+        {"ip link add brl type dummy", 127},
+        {"ip link add brl kind bridge", 127},
+        {"ip link add brl type bridge", 0},
+        {"ip link set \"sid1\" 'master' brl", 0},
+        {"ip link set '$1' up", 1},
+        {"ip link set \"$1\" up", 127},
+        {"ip link set \"sid1\\\" up", 127},
+        {"ip link delete brl", 0},
+        {"ip link frobnicate brl", 127},
+    };
+    for (const auto& step : kSteps) {
+        EXPECT_EQ(run(step.command), step.status) << step.command;
+        EXPECT_EQ(onu().shellCommands().back().understood, step.status != 127) << step.command;
+    }
+    EXPECT_EQ(onu().device("sid1")->master, "");
+    EXPECT_FALSE(onu().device("sid1")->up || onu().deviceExists("brl"));
 }
 
 TEST_F(VirtualKernel, TheHostsShellAndFilesAreOutOfReach) {

@@ -115,20 +115,6 @@ TEST_F(Planning, ACallKnowsTheEntitiesAndMessagesBehindIt) {
     EXPECT_EQ(onu.calls.front().cause.messages.back().transaction, onu.transaction);
 }
 
-TEST_F(Planning, ARowThatMustBeTriedFirstComesInFrontOfWhatItOverlaps) {
-    provision(olt::kInternet);
-    // Any VLAN, then one of them: the wide row is taken back and recreated behind it.
-    ASSERT_EQ(olt.send(row("F8000000 88000000 400F0000 00000A0C")), Result::kSuccess);
-    onu.calls.clear();
-    ASSERT_EQ(olt.send(row("F8000000 80A00000 400F0000 0008190C")), Result::kSuccess);
-    std::vector<std::pair<unsigned, unsigned>> vidsAndRemovals;
-    for (const auto& call : onu.calls) {
-        const auto& record = std::get<UniDataProvisioning>(call.call.record);
-        vidsAndRemovals.emplace_back(record.innerFilterVlanId, record.removeType);
-    }
-    EXPECT_EQ(vidsAndRemovals, (std::vector<std::pair<unsigned, unsigned>>{{4096, 3}, {320, 1}, {4096, 1}}));
-}
-
 TEST_F(Planning, WhatTheHalHasBeenAskedForIsListedAsItIsMade) {
     provision(olt::kInternet);
     std::vector<services::PieceKind> kinds;
@@ -153,18 +139,6 @@ TEST_F(Planning, APortHas96Rules) {
         }
         EXPECT_EQ(asked, tooMany) << type;
     }
-}
-
-TEST_F(Planning, AMessageThatChangesNothingAsksForNothing) {
-    provision(olt::kInternet);
-    onu.calls.clear();
-    ASSERT_EQ(
-        olt.send(olt::Requests{row("F8000000 F8000000 000F0000 00000324"),
-                               olt::set(class_id::kEthernetUni, 0x0101, {{attr::ethernet_uni::kArc, 1}}),
-                               olt::set(kRows.classId, kRows.instance, {{attr::extended_tagging::kOutputTpid, 0x88A8}}),
-                               olt::create(class_id::kMulticastMonitor, 0x1101, {})}),
-        "");
-    EXPECT_TRUE(onu.calls.empty());
 }
 
 TEST_F(Planning, WhatTheHalCannotDoIsToldOnceWithItsEntity) {
@@ -254,39 +228,6 @@ TEST_F(Planning, OfTwoGemPortsWithOneNumberTheSecondComesWhenTheFirstGoes) {
     EXPECT_EQ(std::get<XGEMConfig>(onu.calls.back().call.record).upstreamQueue, 0) << "no pointer: the first";
 }
 
-TEST_F(Planning, AGemPortThatIsMadeAnewTakesItsRulesAlong) {
-    provision(olt::kInternet);
-    onu.calls.clear();
-    ASSERT_EQ(olt.send(olt::set(class_id::kPriorityQueue, 0x8000, {{attr::priority_queue::kWeight, 50}})),
-              Result::kSuccess);
-    EXPECT_EQ(onu.operations(), (std::vector<Operation>{Operation::kUnsetPbitData, Operation::kGemFlowDel,
-                                                        Operation::kGemFlowAdd, Operation::kConfigureAniTagRules}));
-}
-
-TEST_F(Planning, AGemPortThatHasMovedIsNoLongerTouchedWithItsFirstTCont) {
-    provision(olt::kInternet);
-    ASSERT_EQ(olt.send(olt::Requests{olt::set(class_id::kTCont, 0x8001, {{attr::t_cont::kAllocId, 1030}}),
-                                     olt::set(class_id::kGemPort, 0x1001, {{attr::gem_port::kTContPointer, 0x8001}})}),
-              "");
-    onu.calls.clear();
-    ASSERT_EQ(olt.send(olt::set(class_id::kTCont, 0x8000, {{attr::t_cont::kAllocId, 1031}})), Result::kSuccess);
-    EXPECT_EQ(onu.operations(), (std::vector<Operation>{Operation::kTContReset, Operation::kTContSet}));
-}
-
-// By the standard even the rows that an OLT deletes from the start are asked for: as rows that drop.
-TEST(PlanningByTheStandard, ARowComesAlone) {
-    services::Settings settings;
-    settings.standardForwarding = true;
-    Onu onu(settings);
-    olt::Olt olt(onu);
-    ASSERT_EQ(olt.send(olt::requestsOf(olt::kInternet)), "");
-    ASSERT_EQ(olt.send(row("F8000000 E8000000 FFFFFFFF FFFFFFFF")), Result::kSuccess);
-    onu.calls.clear();
-    ASSERT_EQ(olt.send(row("F8000000 80A00000 400F0000 00080A0C")), Result::kSuccess);
-    ASSERT_EQ(onu.calls.size(), 1U);
-    EXPECT_EQ(std::get<UniDataProvisioning>(onu.calls.front().call.record).innerFilterVlanId, 320);
-}
-
 TEST_F(Planning, APortComesToABridgeAndLeavesItAsOftenAsItIsAsked) {
     provision(olt::kInternet);
     const auto second = olt::create(class_id::kBridgePort, 0x1177,
@@ -312,29 +253,6 @@ TEST_F(Planning, APortComesToABridgeAndLeavesItAsOftenAsItIsAsked) {
             }
         }
     }
-}
-
-TEST_F(Planning, PortsAreLockedAndSetToASpeed) {
-    const EntityKey port{class_id::kEthernetUni, 0x0102};
-    const auto state = [&](std::uint64_t locked) {
-        return olt::set(port.classId, port.instance, {{attr::ethernet_uni::kAdministrativeState, locked}});
-    };
-    ASSERT_EQ(olt.send(olt::Requests{
-                  state(1), state(0),
-                  olt::set(port.classId, port.instance, {{attr::ethernet_uni::kAutoDetectionConfiguration, 0x12}})}),
-              "");
-    ASSERT_EQ(onu.calls.size(), 3U);
-    EXPECT_FALSE(std::get<services::PortStatus>(onu.calls[0].call.record).up);
-    EXPECT_TRUE(std::get<services::PortStatus>(onu.calls[1].call.record).up);
-    const auto& mode = std::get<services::PortMode>(onu.calls[2].call.record);
-    EXPECT_EQ(mode.port, 2);
-    EXPECT_EQ(mode.speed, 100);
-    EXPECT_EQ(mode.duplex, 1);
-    // Each of them is locked with the ONU.
-    onu.calls.clear();
-    ASSERT_EQ(olt.send(olt::Requests{olt::set(class_id::kOnuG, 0, {{attr::onu_g::kAdministrativeState, 1}})}), "");
-    ASSERT_EQ(onu.calls.size(), 2U);
-    for (const auto& made : onu.calls) EXPECT_FALSE(std::get<services::PortStatus>(made.call.record).up);
 }
 
 // The last record of an operation among the calls since the last clear; null without one.
@@ -419,41 +337,6 @@ TEST_F(Planning, TaggingIsFoundWhereverAnOltLetsItPoint) {
         });
         EXPECT_EQ(found, one.found) << nameOfClass(one.entity.classId) << " " << one.association;
         ASSERT_EQ(olt.send(olt::erase(one.entity)), Result::kSuccess);
-    }
-}
-
-// The list of each GEM port, with and without p-bits of its own: its highest and its odd VIDs arrive whole.
-TEST_F(Planning, FilterListsReachTheHalVidByVid) {
-    provision(olt::kInternet);
-    provision(olt::kPriorities);
-    const auto filter = [](InstanceId instance, unsigned operation) {
-        return olt::Requests{
-            olt::setBytes({class_id::kVlanFilter, instance}, attr::vlan_filter::kFilterList,
-                          olt::hex("0001 0FFE 00000000000000000000000000000000000000 00")),
-            olt::set(class_id::kVlanFilter, instance,
-                     {{attr::vlan_filter::kNumberOfEntries, 2}, {attr::vlan_filter::kForwardOperation, operation}})};
-    };
-    const struct {
-        InstanceId filter;
-        unsigned operation;
-        const char* list;
-        unsigned entries;
-    } kCases[] = {
-        {0x1001, 0x0F, "00010ffe", 2},          // all p-bits in one GEM port
-        {0x1010, 0x0F, "c001e001cffeeffe", 4},  // the last of four GEM ports has p-bits 6 and 7
-    };
-    for (const auto& one : kCases) {
-        onu.calls.clear();
-        ASSERT_EQ(olt.send(filter(one.filter, one.operation)), "");
-        std::vector<std::string> lists;
-        unsigned entries = 0;
-        for (const auto& made : onu.calls) {
-            const auto* record = std::get_if<BridgeServiceProvisioning>(&made.call.record);
-            if (record == nullptr || made.call.operation != Operation::kConfigureAniTagRules) continue;
-            lists.emplace_back(record->vlanTciFilterList);
-            if (lists.back() == one.list) entries = record->numberOfEntries;
-        }
-        EXPECT_EQ(entries, one.entries) << one.list << " is not among " << ::testing::PrintToString(lists);
     }
 }
 
