@@ -118,11 +118,13 @@ def main():
     reasons = dict(equivalents(source_dir / "tests" / "mutants" / "equivalent.txt"))
     copy = Copy(source_dir, args.work_dir.resolve(), args.jobs)
     numbered = chosen(copy, folder, count, args.seed, args.programs.split(","))
+    same = {number for number, fault in numbered.items() if fault.key() in reasons}
+    wanted = set(map(int, args.only.split(","))) if args.only else set(numbered) - same
+    if wanted - set(numbered):
+        parser.error(f"not among the mutants: {sorted(wanted - set(numbered))}")
     say("Running the tests without any, to see which mutants they reach")
     trials.keep_within_bounds()
     tests = looked_at(copy, args.programs.split(","), MAX_DRAWN * count + 9, args.jobs)
-    same = {number for number, fault in numbered.items() if fault.key() in reasons}
-    wanted = set(map(int, args.only.split(","))) if args.only else set(numbered) - same
     say(f"{len(tests)} tests. Mutants that none of them sees:")
     seen = tried({number: numbered[number] for number in sorted(wanted)}, tests, args.jobs)
     (copy.build_dir / "mutants.json").write_text(json.dumps(
