@@ -1,6 +1,7 @@
 """The page of a board, as a browser gets it."""
 
 import http.client
+import itertools
 import json
 import urllib.parse
 
@@ -13,6 +14,7 @@ STEPS = (
     {"fault": {"omci": "drop"}}, {"board": {"links": {"sid0": "up"}}}, {"advance": 7}, {"expect": {}}, [], {"advance": -1},
 )
 QUIET = 2.5  # seconds: counters are looked at each second
+MOST_LINES = 3000  # of a page that never comes to rest
 
 
 class Page:
@@ -33,7 +35,7 @@ class Page:
         answer = connection.getresponse()
         whole, name = {"counters", "devices"}, ""
         try:
-            for line in answer:
+            for line in itertools.islice(answer, MOST_LINES):
                 kind, _, text = line.decode().strip().partition(": ")
                 name = text if kind == "event" else name
                 if kind == "data":
