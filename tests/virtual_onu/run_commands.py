@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """A program on a device: runs each line of a file in the shell, as daemons do, or asks the kernel itself.
 
-    run_commands.py FILE      lines: "read PATH", "write PATH TEXT", "change PATH TEXT" (what it reads, then writes and reads with one
+    run_commands.py FILE      lines: "wait" (for SIGUSR1; a child goes on), "read PATH", "write PATH TEXT", "change PATH TEXT" (what it reads, then writes and reads with one
                               descriptor), "list PATH", "ioctl REQUEST DEVICE VALUE" (of a network device, VALUE in hexadecimal digits),
                               "addresses OCTETS" (that the list of them may take), a word of WORDS with its function's arguments, else a command
 """
@@ -10,11 +10,19 @@ import array
 import ctypes
 import fcntl
 import os
+import signal
 import socket
 import struct
 import sys
 
 SIOCGIFCONF = 0x8912
+
+
+def wait(_):
+    signal.signal(signal.SIGUSR1, lambda *_: None)
+    signal.pause()
+    while os.fork() > 0:
+        signal.pause()
 
 
 def asked(request, argument):
@@ -71,17 +79,47 @@ def file(flags, path, text):
                 lambda: os.close(copies[0]), lambda: os.close(one), lambda: os.close(copies[1]))
 
 
-def stream(mode, path, text):
+def c_library():
     libc = ctypes.CDLL(None, use_errno=True)
-    for name in ("fopen", "fgets"):
+    for name in ("fopen", "fgets", "popen"):
         getattr(libc, name).restype = ctypes.c_void_p
     ctypes.set_errno(0)
+    return libc
+
+
+def piped(*words):
+    """A command's output, as popen() gives it, and how it ended."""
+    libc, line, text = c_library(), ctypes.create_string_buffer(100), b""
+    one = ctypes.c_void_p(libc.popen(" ".join(words).encode(), b"r"))
+    if not one:
+        return f"errno {ctypes.get_errno()}"
+    while libc.fgets(line, 100, one):
+        text += line.value
+    return [libc.pclose(one), text]
+
+
+def stream(mode, path, text):
+    libc = c_library()
     one = ctypes.c_void_p(libc.fopen(path.encode(), mode.encode()))
     if not one:
         return f"errno {ctypes.get_errno()}"
     line = ctypes.create_string_buffer(40)
     return [libc.fputs(text.encode(), one) >= 0, libc.fflush(one), libc.rewind(one) and 0, libc.fgets(line, 40, one) is None, line.value,
             libc.fclose(one), ctypes.get_errno()]
+
+
+def closed_in_a_range(path):
+    """What the next file that gets the descriptor is to those who use it."""
+    one = os.open(path, os.O_RDWR)
+    os.closerange(one, one + 1)
+    others = [os.open("/dev/null", os.O_RDWR)]
+    while others[-1] != one and len(others) < 50:  # a thread of the board had it
+        others.append(os.open("/dev/null", os.O_RDWR))
+    try:
+        return each(lambda: os.read(others[-1], 5), lambda: os.write(others[-1], b"5"), lambda: oct(os.fstat(others[-1]).st_mode))
+    finally:
+        for other in others:
+            os.close(other)
 
 
 def look(path):
@@ -110,8 +148,8 @@ def kit(function, *words):
     return [result, *(record.raw.rstrip(b"\0").hex() for record in records)]
 
 
-WORDS = {"file": file, "stream": stream, "look": look, "packet": packet, "device": character_device, "kit": kit,
-         "remove": os.remove, "rename": os.rename, "list": lambda path: " ".join(sorted(one.name + "/" * one.is_dir() for one in os.scandir(path))),
+WORDS = {"file": file, "stream": stream, "look": look, "piped": piped, "range": closed_in_a_range, "packet": packet, "device": character_device, "kit": kit,
+         "wait": wait, "remove": os.remove, "rename": os.rename, "list": lambda path: " ".join(sorted(one.name + "/" * one.is_dir() for one in os.scandir(path))),
          "name": lambda index: socket.if_indextoname(int(index))}
 
 

@@ -9,7 +9,6 @@ import os
 import pathlib
 import re
 import shutil
-import socket
 import subprocess
 import sys
 import tempfile
@@ -18,7 +17,9 @@ import time
 for folder in ("../../support", "../vorn-onu"):
     sys.path.insert(0, str((pathlib.Path(__file__).resolve().parent / folder).resolve()))
 import record  # noqa: E402
+from olt import CURRENT, GET, Olt  # noqa: E402
 from page import STEPS, Page  # noqa: E402
+from protocol import another_process, spoken  # noqa: E402
 from terminal import Terminal  # noqa: E402
 from recorded_outputs import OTHER_EACH_TIME, input_text  # noqa: E402
 
@@ -27,9 +28,9 @@ RECORD = pathlib.Path(__file__).with_suffix(".txt")
 OTHER = {
     **OTHER_EACH_TIME, r'nonce[-="]+\w+': "nonce", r"127\.0\.0\.1:\d+": "ADDRESS",
     r'"messages":\[[\d,]+\]': '"messages":[]',  # with those that told the ports' state
-    r'"(number|place)":\d+': r'"\1":0',
+    r'"(number|place|process)": ?\d+': r'"\1":0',
     r"^Content-Length: \d+$": "Content-Length: MANY", r"^(live +\w+ +)\d+ +\S+": r"\1", r"^\d\d:\d\d:\d\d\.\d+|^(  . +\d+ +)\d+\.\d+": r"\1TIME",
-    r'"(latencyMs|microseconds|seconds)":[\d.e+-]+': r'"\1":TIME', r"^((\w+_seconds\w*|process_\w+)(\{.*\})?) [\d.e+-]+$": r"\1 TIME", r".*(attribute value change|[^-]\balarm\b).*\n": "",
+    r'"(latencyMs|microseconds|seconds)": ?[\d.e+-]+': r'"\1":TIME', r"^((\w+_seconds\w*|process_\w+)(\{.*\})?) [\d.e+-]+$": r"\1 TIME", r"^.*(attribute value change|[^-]\balarm\b).*\n": "",
 }
 LOOKS = {
     # Nothing happens on these boards unless it is asked for.
@@ -49,15 +50,23 @@ LOOKS = {
         "show", "send --from sid1 --vlan 30 --both-ways", "send --from 'gem 1001' --vlan 500 --vlan 30 --json",
         "call unsetPbitData record=service", "call unsetPbitData bridgeId=3 gemPortId=1001", "fault function=tmctl_setQueueCfg",
         "call tcont_set allocId=300 tContIndex=6", "trace --failed", "trace --last 30", "metrics", "show"),
-    "omci --listen unix:olt": ("mib", "mib --json", "omci", "send --from sid0", "call configureBridge bridgeId=9 uniPort=0",
+    "exec --record calls -- python3 tests/virtual_onu/run_commands.py commands-2.txt": (
+        "show", "send --from sid0 --both-ways", "call configureBridge bridgeId=9 uniPort=0", "board links.sid1=down", "frame from=sid1",
+        "fault function=vlanCtl_insertTagRule", "gateway silent", "advance 100", "trace --failed", "trace --last 9 --json", "metrics", "mib",
+        "restart kill", "show --json"),
+    "omci --listen unix:olt --log -v --record calls --json state --capture exchange --keep 300": (
+        "mib", "mib --json", "omci", *(f"send --from {place} --vlan {vid} --payload {size} --destination ff:ff:ff:ff:ff:ff"
+            for place in ("sid0", "sid1", "'gem 1001'", "'gem 1002'") for vid in (20, 100, 300) for size in (0, 64, 90, 300, 600, 1200, 1480)),
+        "send --from sid0", "call configureBridge bridgeId=9 uniPort=0",
                                "fault omci drop=65535", "fault omci drop=2 delay=3 delayMs=7", "fault omci duplicate=1 damage=2",
                                "fault omci unknownClass=171", "fault omci unknownClass=400", "show", "mib --tree", "mib --class 84", "mib --class 0 --json",
                                "mib --class 84 --tree", "omci --json", "omci -v -x", "omci --class 171 -v", "omci --type set -x",
-                               "omci --type set,create --instance 0x101", "omci --type nothing", "omci --last -1"),
+                               "omci --type set,create --instance 0x101", "omci --type nothing", "omci --last -1", "metrics", "fault clear"),
 }
 
 # The ports and the laser of an OLT's ONU are looked at each second: so many calls, and alarms at some time or other.
 CHANGING, STEADY_STEPS = {"calls", "facts"}, tuple(step for step in STEPS if "board" not in step)
+QUARTER = 15 * 60 * 1000  # of an hour, in milliseconds
 DOWN, UP, ESCAPE, BACK = "\x1b[B", "\x1b[A", "\x1b", "\x7f"
 WINDOWS = ((14, 80, ("j", "j" * 40, "k", DOWN, "j", UP * 50, "/", "sid0", "\r", "/" + BACK * 9 + "br", ESCAPE, "s")),
            (50, 120, ("/1001\r", "s", "/" + ESCAPE)), (24, 100, ("jj",)), (15, 40, ()), (6, 30, ()), (1, 1, ()))
@@ -71,25 +80,33 @@ class Board:
         self.how = {"env": environment, "cwd": folder, "stdout": subprocess.PIPE, "stderr": subprocess.STDOUT, "stdin": subprocess.DEVNULL,
                     "preexec_fn": functools.partial(os.close, 0) if "g988" in words else None}  # descriptors begin with 0
         words = words.split()
-        if words[0] == "run":  # beside it: how long its place is decides where lines end
-            words[1] = shutil.copy(source / words[1], folder) and pathlib.Path(words[1]).name
+        for at, word in enumerate(words):
+            if (source / word).is_file():  # beside it: how long its place is decides where lines end
+                words[at] = shutil.copy(source / word, folder) and pathlib.Path(word).name
+        if words[0] == "exec":
+            pathlib.Path(folder, words[-1]).write_text(
+                "wait\n".join((input_text(source, words[-1]), "brctl addbr br7\nifconfig sid3 up\n", "")), encoding="ascii")
         self.printed = tempfile.TemporaryFile()
-        self.process = subprocess.Popen([tool, *words, "--name", "live"], **{**self.how, "stdout": self.printed})
+        self.process = subprocess.Popen([tool, words[0], "--name", "live", *words[1:]], **{**self.how, "stdout": self.printed})
 
     def end(self):
-        """What it has printed."""
+        """What it has printed and written."""
         self.process.terminate()
         self.process.wait(timeout=20)
         self.printed.seek(0)
-        return self.printed.read().decode(errors="replace")
+        written = [path.read_text(encoding="utf-8") for name in ("calls", "state") if (path := pathlib.Path(self.how["cwd"], name)).exists()]
+        return "\n".join((self.printed.read().decode(errors="replace"), *written))
 
     def ask(self, *words):
         done = subprocess.run([self.tool, *words], timeout=60, check=False, **self.how)
         return f"{words} exit code {done.returncode}\n{done.stdout.decode(errors='replace')}"
 
-    def wait_for(self, text, *words):
+    def wait(self, words):
+        """Until it answers, and the program of "exec" has done its work."""
         until = time.monotonic() + 30
-        while text not in self.ask(*words) and time.monotonic() < until:
+        while "exit code 0" not in self.ask("at", "live", "show") and time.monotonic() < until:
+            time.sleep(0.05)
+        while "exec" in words and b"\nwait: " not in os.pread(self.printed.fileno(), 1 << 20, 0) and time.monotonic() < until:
             time.sleep(0.05)
 
     def screens(self):
@@ -117,24 +134,15 @@ class Board:
             server.communicate(timeout=20)
 
 
-def olt(folder, lines):
-    """Asks, and answers what came back."""
-    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as own:
-        own.bind(f"{folder}/asks")
-        own.settimeout(20)
-        for line in lines:
-            own.sendto(bytes.fromhex(line), f"{folder}/olt")
-            yield own.recv(2000).hex()
-
-
 def text_of(tool, source, words):
     with tempfile.TemporaryDirectory() as folder:
-        board = Board(tool, source, words if "listen" in words else words + " --stay", folder)
+        board = Board(tool, source, words + " --stay" * words.startswith("run"), folder)
         texts = []
         try:
-            board.wait_for("exit code 0", "at", "live", "show")
+            board.wait(words)
             if "listen" in words:
-                texts += olt(folder, input_text(source, "session-1.txt").split())
+                olt = Olt(folder, input_text(source, "session-1.txt").split())
+                texts += olt.first()
                 seen = ""
                 while (now := board.ask("at", "live", "mib")) != seen:  # its ports have been looked at
                     seen = now
@@ -142,7 +150,14 @@ def text_of(tool, source, words):
             for look in LOOKS[words]:
                 look = [word.strip("'").replace("(", "{").replace(")", "}") for word in re.findall(r"'[^']*'|[^\s]+", look)]
                 texts.append(board.ask("at", "live", *look))
-            texts += board.screens() if "listen" not in words else []
+            if "listen" in words:
+                texts += olt.counted(CURRENT)
+                texts.append(board.ask("at", "live", "advance", str(QUARTER)))
+                texts += olt.counted(GET)
+            texts += board.screens() if words.startswith("run") else []
+            place = next(pathlib.Path(folder).rglob("live.sock"))
+            texts += spoken(place, source, "listen" not in words)
+            texts += another_process(place) if "exec" in words else []
             texts += [board.ask("ls"), *board.page("listen" in words), board.ask("ls")]
         finally:
             texts.append(board.end())
@@ -154,7 +169,8 @@ def text_of(tool, source, words):
 
 def main(source_dir, tool, *words):
     source = pathlib.Path(source_dir).resolve()
-    return record.check(RECORD, {one: functools.partial(text_of, str(pathlib.Path(tool).resolve()), source, one) for one in LOOKS}, words)
+    boards = {one: functools.partial(text_of, str(pathlib.Path(tool).resolve()), source, one) for one in LOOKS}
+    return record.check(RECORD, boards, words, len(boards))  # which wait most of the time
 
 
 if __name__ == "__main__":

@@ -11,6 +11,7 @@ import json
 import os
 import pathlib
 import re
+import shutil
 import struct
 import subprocess
 import sys
@@ -25,6 +26,7 @@ from by_chance.changes import changes  # noqa: E402
 from by_chance.commands import commands, rules  # noqa: E402
 from by_chance.files import damaged, dump, layout  # noqa: E402
 from by_chance.frames import frame  # noqa: E402
+from by_chance.lines import lines  # noqa: E402
 from by_chance.messages import messages, provisioning, session  # noqa: E402
 from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, frames, mixture, scenario, tagged_service  # noqa: E402
 from by_chance.tables import tables  # noqa: E402
@@ -47,10 +49,26 @@ COMMANDS = ("run", "send", "audit", "omci", "exec", "ls", "at", "diff", "info", 
 
 
 def message(transaction, kind, content=b"", extended=False):
-    """To ONU data, in hexadecimal digits."""
+    """Of ONU data, in hexadecimal digits."""
     header = struct.pack(">HBBHH", transaction, kind, 0x0B if extended else 0x0A, 2, 0)
     return (header + (struct.pack(">H", len(content)) + content if extended else content.ljust(32, b"\0"))).hex() + "\n"
 
+
+def upload(entities):
+    """Of another ONU, as an OLT has it; asked for once more, then some answers that nobody has asked for."""
+    lines = [message(1, 0x4F), message(1, 0x2F), message(2, 0x4D), message(2, 0x2D, struct.pack(">H", len(entities)))]
+    answers = [struct.pack(">HHH", kind, instance, mask) + values for kind, instance, mask, values in entities]
+    for part, answer in enumerate(answers):
+        lines += [message(3 + part, 0x4E, struct.pack(">H", part))] * (1 + part % 2) + [message(3 + part, 0x2E, answer)]
+    lines += [message(400 + part, 0x2E, answer) for part, answer in enumerate(answers[:6])]
+    return "".join(lines) + INPUTS["upload.txt"]
+
+
+# Of another ONU: class, instance, which attributes, their values.
+THEIRS = [*((11, 0x0201 + port, 0x4000, b"\x2f") for port in range(2)), (11, 0x0301, 0x4000, b"\x2f"), (263, 0x8002, 0x8000, b"\1"), (329, 0x0602, 0x8000, b"\0"),
+          *((262, 0x8010 + count, 0x8000, b"\xff\xff") for count in range(3)),
+          *((277, 0x8100 + count, 0x0400, struct.pack(">HH", 0x8010 + count % 3, count)) for count in range(6)),
+          *((277, 1 + count, 0x0400, struct.pack(">HH", (0x0201, 0x0202, 0x0301)[count % 3], 7 - count)) for count in range(6))]
 
 # Files for commands, as IN-…
 INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(
@@ -62,10 +80,14 @@ INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(
           "looks.txt": "\n".join(["file 0 /sys/class/net/br5/brforward 1", "file 0 /proc/net/dev_extstats 1", "ifconfig", "brctl show", *(
               f"read /sys/class/net/{device}/statistics/{what}_{unit}" for device in ("sid0", "sid2.5", "br5") for what in ("rx", "tx")
               for unit in ("bytes", "packets", "dropped", "errors")), ""]),
+          **{f"odd{count}.json": text for count, text in enumerate((
+              '{"veips": {"a": 1}}', '{"tConts": []}', '{"tConts": [[1]]}', '{"ani": 1.5}', '{"ani": true}', '{"veips": [-1]}', '{"nothing": 1}',
+              '{"tConts": [32769, "0x8003..0x8004"], "veips": "0x0602", "ani": 32770, "ethernetPorts": ["0x0201", 514, "515..516"]}'))},
           "broken.json": '{"ethernetPorts": ', "list.json": "[]",
           "wrong.json": json.dumps({"title": "Steps fail", "steps": [{"show": "bridges"},
               {"expect": {"ruleCount": 7}}, {"call": "configureBridge", "bridgeId": 3, "uniPort": 0},
               {"expect": {"bridges": {"br3": ["sid1.3"]}, "devices": {"sid1": {"mtu": 9}, "sid9": {}}}}]})}
+INPUTS["theirs.txt"] = upload(THEIRS)
 INPUTS.update({f"refused{number}.json": json.dumps({"title": "Refused", "steps": [step]}) for number, step in enumerate(REFUSED_STEPS)})
 MODES = ("contract", "g988")
 # These with any option that one of the commands has, alone: without a value, and with a number, or the name of a file.
@@ -94,7 +116,7 @@ OUTPUTS = {
         "exec --board OUT-board.json --trace OUT-trace.txt -- python3 tests/virtual_onu/run_commands.py IN-commands-1.txt",
         "exec --board OUT-board.json --json OUT-state.json --report OUT-report.html -- true",
         "send scenarios/internet.json --pcap-in scenarios/omci/internet.pcap --from sid0 --pcap OUT-out.pcap", "audit scenarios/internet.json")},
-    # [: at a terminal.
+    # [: at a terminal. (: beside scenarios that may be written over.
     **{f"at a terminal, {line}": f"[{line}" for line in (
         "run scenarios/dscp.json", "run IN-wrong.json", "audit scenarios/tag-translation.json", "info", "help run", "--help", "rnu",
         "omci scenarios/omci/internet.pcap --log -v --audit", "omci IN-session-3.txt --log -v -x", "run scenarios/nothing.json",
@@ -127,7 +149,15 @@ OUTPUTS = {
     **{f"report of {name}.pcap": f"omci scenarios/omci/{name}.pcap --report OUT-report.html --quiet"
        for name in ("internet", "television")},
     "layouts": "; ".join(f"omci scenarios/omci/internet.pcap --quiet --json OUT-state.json --layout IN-{name}.json"
-                         for name in ("layout", "broken", "list")),
+                         for name in ("layout", "broken", "list", *(f"odd{count}" for count in range(8)))),
+    "addresses": "; ".join(f"omci --listen {words}" for words in (
+        "tcp:1", "unix:", f"unix:{'x' * 108}", "unix:nowhere/at/all", "udp:127.0.0.1", "udp:127.0.0.1:65536", "udp:127.0.0.1:x",
+        "udp:127.0.0.1:", "udp:300.0.0.1:7", "udp:0.0.0.0:7", "udp:10.0.0.1:7 --peer 10.0.0.0/8", "udp:192.0.2.1:7 --peer 10.0.0.0/8 --mic crc",
+        *(f"udp:0.0.0.0:7 --mic cmac:{'0' * 32} --peer {peer}" for peer in ("10.0.0.0/0", "10.0.0.0/33", "10.0.0.0/", "10.0.0/8", "x", "/8")),
+        *(f"unix:/ --mic {kind}" for kind in ("crc", "none", "cmac:", "cmac:" + "0" * 31, "cmac:" + "g" * 32, "CRC", "sha")),
+        *(f"unix:/ --metrics {place}" for place in (
+            "127.0.0.1:65536", "127.0.0.1:", ":7", "300.0.0.1:7", "65536", "x", "-1", "000007", "10.0.0.1:7x", "127.0.0.1:0000070")))),
+    "another ONU's MIB": "omci IN-theirs.txt --log -v; omci IN-theirs.txt",
     "what is refused": "; ".join(f"run IN-refused{number}.json" for number in range(len(REFUSED_STEPS))),
     "what fails": "run IN-wrong.json --junit OUT-junit.xml; run IN-wrong.json scenarios/bridge.json",
     "a program that calls no device": "exec --json OUT-state.json -- true; exec -- false",
@@ -209,7 +239,7 @@ OF_NUMBERS = {
                          "python3 tests/virtual_onu/run_commands.py IN-commands-{n}.txt"),
 }
 FRAMES = 100
-LAYOUTS = 16
+LAYOUTS, LINES = 16, 12
 # Boards that these leave are changed, and looked at.
 BOARDS = ("bridge-forwarding", "iphost-static", "internet", "counters")
 CHANGED_BOARDS = 20
@@ -219,6 +249,7 @@ def outputs(source):
     scenarios = names(source / SCENARIOS, "*.json")
     captures = names(source / SCENARIOS / "omci", "*.pcap")
     alone = [name for name in captures if name != "gateway"]  # a thread tells the gateway of the VEIP meanwhile
+    completion = (source / "tools" / "vorn-onu" / "completion" / "vorn-onu.bash").read_text(encoding="utf-8")
     every = [(OF_SCENARIOS, scenarios), (OF_CAPTURES, captures), (STATES_OF_CAPTURES, alone)]
     return {**OUTPUTS,
             **{text.format(name): words.format(name) for table, known in every for text, words in table.items() for name in known},
@@ -231,6 +262,7 @@ def outputs(source):
                for name in BOARDS},
             **{f"frame {n}": f"send scenarios/{scenarios[n % len(scenarios)]}.json {frame(str(n))}" for n in range(FRAMES)},
             **{f"layout {n}": f"omci IN-upload.txt --log -v --layout {layout(str(n))}" for n in range(LAYOUTS)},
+            **{f"lines {n}": lines(completion, str(n)) for n in range(LINES)},
             **{f"options of {command}": "; ".join(f"{command} {what} {words}" for words in options(source))
                for command, what in WITH_OPTIONS.items()}}
 
@@ -278,17 +310,20 @@ def text_of(tool, source, line, columns):
             content = input_text(source, name)
             pathlib.Path(folder, name).write_bytes(content if isinstance(content, bytes) else content.encode())
         for command in line.split("; "):
-            at_terminal = command.startswith("[")
-            words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command.lstrip("[|<"))]
+            at_terminal, place = command.startswith("["), source
+            if command.startswith("("):
+                place = pathlib.Path(folder, "place")
+                shutil.copytree(source / SCENARIOS, place / SCENARIOS, dirs_exist_ok=True)
+            words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command.lstrip("[|<("))]
             paths = [str(pathlib.Path(folder, word.split("-", 1)[1])) if re.match("(IN|OUT)-", word) else word for word in words]
-            if words[0] == "change":
+            if words[:1] == ["change"]:
                 board = pathlib.Path(paths[1]).read_text(encoding="utf-8")
                 pathlib.Path(paths[2]).write_text(changed_board(board, words[3]), encoding="utf-8")
                 continue
             if at_terminal:
-                texts.append(Terminal([tool, *paths], columns, cwd=source, env=environment).end().encode())
+                texts.append(Terminal([tool, *paths], columns, cwd=place, env=environment).end().encode())
                 continue
-            run = subprocess.run([tool, *paths], cwd=source, env=environment, capture_output=True, timeout=100, check=False,
+            run = subprocess.run([tool, *paths], cwd=place, env=environment, capture_output=True, timeout=100, check=False,
                                  stdin=subprocess.DEVNULL, preexec_fn=functools.partial(os.close, 0) if command.startswith("<") else None)
             printed = run.stdout
             if command.startswith("|"):

@@ -166,7 +166,10 @@ std::string CommandLine::problemOf(const CLI::ParseError& error) const {
                                      [](const std::string& word) { return word.size() > 1 && word.front() == '-'; });
     if (option != unknown.end()) {
         const std::string name = option->substr(0, option->find('='));
-        return place + "there is no option " + name + suggestion(name, optionNames(command));
+        const auto known = optionNames(command);
+        if (std::find(known.begin(), known.end(), name) != known.end())
+            return place + name + " belongs behind the command, not before it";
+        return place + "there is no option " + name + suggestion(name, known);
     }
     if (!unknown.empty()) return place + "'" + unknown.front() + "' is one word too many";
     if (lacksCommand && command.count_all() > 1) return place + "say what to do: " + joined(commandNames(command));

@@ -33,6 +33,10 @@ COMMAND_WORDS = {
     "bit": "0 1 2".split(), "tag": "0 0 1 2 3".split(), "id": "0 1 2 3 5 7 4095 4294967295".split(), "few": "00 01 02 07 1f 20 ff".split(),
     "field": "0 1 7 8 17 100 4095 4096 33024 34984 65535 65536 4294967295".split(), "part": "Pbits Cfi Vid EtherType".split(),
     "gem": "e903 ea03 0000 ffff".split(), "two": "2 2 2 1".split(), "tcont": "01 01 02 20".split(), "size": "0 3 64 1000".split(), "name": "macAddress link other".split(),
+    # Lengths of time: two numbers of eight octets.
+    "seconds": ["00" * 8, "00" * 8, "ff" * 8], "waited": "0 1 2 999 1000 1001".split(),
+    "parts": [octets + "00" * 4 for octets in ("00000000", "01000000", "e7030000", "e8030000", "3f420f00", "40420f00", "00ca9a3b")] + ["ff" * 8],
+    "short": [octets + "00" * 4 for octets in ("00000000", "01000000", "e8030000")] + ["ff" * 8],
     "joint": ["&&", "||", ";", "|", "&", "2>/dev/null &&"], "way": "add del delete replace show change".split(),
 }
 COMMAND_LINES = """
@@ -133,6 +137,24 @@ remove {path}
 packet {device} {frame}
 packet {device} {frame}
 device {character} {asked}
+piped ps
+piped ps | grep {device}
+piped ps | grep {number} | grep -v {address}
+piped ifconfig {device}
+piped ifconfig {device} | grep {address}
+piped brctl show
+piped cat /sys/class/net/{device}/{leaf}
+piped echo {number} '{mac}' "{device}" {joint} echo {device}
+piped bs /b/e {object}
+piped bs {verb} {object}
+piped ip link show {device}
+range {path}
+range {character}
+kit usleep {waited}
+kit sleep 0
+kit nanosleep x{seconds}{parts} x{seconds}
+kit nanosleep x{seconds}{parts} 0
+kit select 0 0 0 0 x{seconds}{short}
 kit if_nametoindex {device}
 name {index}
 kit vlanCtl_init
@@ -205,7 +227,7 @@ def filled(line, chance):
 def commands(name):
     """Lines by chance, after what makes a device and a bridge."""
     chance = Chances(name)
-    lines = ["brctl addbr br1", "brctl addif br1 sid0", "ifconfig br1 up", "ifconfig sid0 up"]
+    lines = ["piped ps | grep ps", "piped ps", "brctl addbr br1", "brctl addif br1 sid0", "ifconfig br1 up", "ifconfig sid0 up"]
     return "\n".join(lines + [filled(chance.one_of(*COMMAND_LINES), chance) for _ in range(1200)]) + "\n"
 
 
@@ -271,8 +293,9 @@ def rules(name):
     def runner_class(index):
         action = chance.one_of("", f",vlan_action={{vlan_action/dir=us,index={index}}}", ",vlan_action={none}")
         key = f"ingress_port=lan{chance(3)},vlan_num={chance(3)},etype={chance.one_of('0x8100', '0x0800', 33024, 2048)}"
-        yield (f"bs /bdmf/new vlan_action/dir=us,index={index} action={{cmd={chance.one_of('push+tpid_rem', 'push', 'pop')},"
-               f"ovid={chance.one_of(0, 100, 4096)},opbit={chance(9)},otpid={chance.one_of(8100, '88a8')}}}")
+        tag = [f"cmd={chance.one_of('push+tpid_rem', 'push', 'pop')}", f"ovid={chance.one_of(0, 100, 4096)}", f"opbit={chance(9)}",
+               f"otpid={chance.one_of(8100, '88a8')}"]
+        yield f"bs /bdmf/new vlan_action/dir=us,index={index} action={{{','.join(one for one in tag if chance(8) > 0)}}}"
         yield f"bs /bdmf/new ingress_class/dir={chance.one_of('us', 'us', 'ds')},index={index},cfg={{type=flow}}"
         yield f"bs /b/a ingress_class/dir=us,index={index} flow string key={{{key}}},result={{egress_port=wan0{action}}}"
 

@@ -7,7 +7,7 @@ TAG_WORDS = {"--vlan": "0 7 20 100 200 300 500 4095 4096".split(), "--pbits": "0
 FRAME_WORDS = {
     "--ethertype": "ipv4 ipv6 arp pppoeDiscovery 0x88b5 ipx".split(), "--protocol": "udp tcp igmp icmp 99".split(),
     "--dscp": "0 10 46 62 64".split(), "--payload": "0 8 20 28 40 48 60 1400 1600".split(),
-    "--source": ["02:aa:00:00:00:01", "01:00:5e:00:00:01"],
+    "--source": ["02:aa:00:00:00:01", "01:00:5e:00:00:01", "02:AA:00:00:00:01", "02:aa:00:00:00", "02:aa:00:00:00:0g", "02-aa-00-00-00-01"],
     "--destination": ["02:aa:00:00:00:02", "01:00:5e:01:02:03", "ff:ff:ff:ff:ff:ff"], "--after-step": "9 14".split(),
     "--both-ways": [""], "--json": [""],
 }

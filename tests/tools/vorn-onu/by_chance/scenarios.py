@@ -11,10 +11,8 @@ VALUES = [0, 1, 2, 7, 8, 15, 16, 255, 4094, 4095, 4096, 65535, 65536, -1, 1.5, "
           "br3", "up", None, True, False, [], {}, [1], ["sid1.3"], {"vid": 5}]
 
 
-def scenario(text, name):
-    """A scenario in which one value, or one name, is another, or is missing."""
-    chance = Chances(name)
-    whole = json.loads(text)
+def places_in(whole):
+    """Each value below it: what has it, by which key or number."""
     places = []
 
     def look(value):
@@ -24,6 +22,14 @@ def scenario(text, name):
                 look(value[key])
 
     look(whole)
+    return places
+
+
+def scenario(text, name):
+    """A scenario in which one value, or one name, is another, or is missing."""
+    chance = Chances(name)
+    whole = json.loads(text)
+    places = places_in(whole)
     parent, key = places[chance(len(places))]
     kind = chance(10)
     if kind > 5:  # as elsewhere in the scenario

@@ -32,7 +32,6 @@ void complain(const std::string& text) {
 
 void remark(const std::string& text) {
     std::fputs((oneLine(text) + "\n").c_str(), stderr);
-    std::fflush(stderr);
 }
 
 void progress(const std::string& line) {
