@@ -21,7 +21,8 @@ from olt import CURRENT, GET, Olt  # noqa: E402
 from page import STEPS, Page  # noqa: E402
 from protocol import another_process, spoken  # noqa: E402
 from terminal import Terminal  # noqa: E402
-from recorded_outputs import OTHER_EACH_TIME, input_text  # noqa: E402
+from inputs import input_text  # noqa: E402
+from recorded_outputs import OTHER_EACH_TIME  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 # What the time has to do with.

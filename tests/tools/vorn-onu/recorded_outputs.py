@@ -7,12 +7,10 @@ Whoever changes a text on purpose looks at what has changed (--text of both buil
 """
 
 import functools
-import json
 import os
 import pathlib
 import re
 import shutil
-import struct
 import subprocess
 import sys
 import tempfile
@@ -21,21 +19,12 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
 import record  # noqa: E402
 from terminal import Terminal  # noqa: E402
 from by_chance.boards import changed_board  # noqa: E402
-from by_chance.captures import capture  # noqa: E402
-from by_chance.changes import changes  # noqa: E402
-from by_chance.commands import commands, rules  # noqa: E402
-from by_chance.files import damaged, dump, layout  # noqa: E402
+from by_chance.files import layout  # noqa: E402
 from by_chance.frames import frame  # noqa: E402
 from by_chance.lines import lines  # noqa: E402
-from by_chance.messages import messages, provisioning, session  # noqa: E402
-from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, frames, mixture, scenario, tagged_service  # noqa: E402
-from by_chance.tables import tables  # noqa: E402
-from by_chance.values import values  # noqa: E402
+from inputs import INPUTS, SCENARIOS, input_text, names  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
-SCENARIOS = pathlib.Path("scenarios")
-# Threads of the library run beside the steps, or real time counts.
-LEFT_OUT = {"startup", "restart", "links", "multicast", "veip", "iphost-dhcp", "real-dhcp", "real-packets"}
 OTHER_EACH_TIME = {r"0x[0-9a-f]{9,}": "ADDRESS", r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(:\d\d)?": "TIME", r'time="[0-9.]+"': "DURATION",
                    r"\b\d+(\.\d+)? (s|ms|µs)\b": "DURATION", r"SysUpTime \d+": "SysUpTime DURATION",
                    r'("SysUpTime",\s+"value": )"\d+"': r"\1DURATION", r'"bootId":"[^"]*"': "RANDOM",
@@ -48,47 +37,6 @@ COLUMNS = (100, 60, 40, 170)
 COMMANDS = ("run", "send", "audit", "omci", "exec", "ls", "at", "diff", "info", "schema")
 
 
-def message(transaction, kind, content=b"", extended=False):
-    """Of ONU data, in hexadecimal digits."""
-    header = struct.pack(">HBBHH", transaction, kind, 0x0B if extended else 0x0A, 2, 0)
-    return (header + (struct.pack(">H", len(content)) + content if extended else content.ljust(32, b"\0"))).hex() + "\n"
-
-
-def upload(entities):
-    """Of another ONU, as an OLT has it; asked for once more, then some answers that nobody has asked for."""
-    lines = [message(1, 0x4F), message(1, 0x2F), message(2, 0x4D), message(2, 0x2D, struct.pack(">H", len(entities)))]
-    answers = [struct.pack(">HHH", kind, instance, mask) + values for kind, instance, mask, values in entities]
-    for part, answer in enumerate(answers):
-        lines += [message(3 + part, 0x4E, struct.pack(">H", part))] * (1 + part % 2) + [message(3 + part, 0x2E, answer)]
-    lines += [message(400 + part, 0x2E, answer) for part, answer in enumerate(answers[:6])]
-    return "".join(lines) + INPUTS["upload.txt"]
-
-
-# Of another ONU: class, instance, which attributes, their values.
-THEIRS = [*((11, 0x0201 + port, 0x4000, b"\x2f") for port in range(2)), (11, 0x0301, 0x4000, b"\x2f"), (263, 0x8002, 0x8000, b"\1"), (329, 0x0602, 0x8000, b"\0"),
-          *((262, 0x8010 + count, 0x8000, b"\xff\xff") for count in range(3)),
-          *((277, 0x8100 + count, 0x0400, struct.pack(">HH", 0x8010 + count % 3, count)) for count in range(6)),
-          *((277, 1 + count, 0x0400, struct.pack(">HH", (0x0201, 0x0202, 0x0301)[count % 3], 7 - count)) for count in range(6))]
-
-# Files for commands, as IN-…
-INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(
-              message(3 + part, 0x4E, struct.pack(">H", part)) for part in range(266)) + message(300, 0x4D, b"", True) +
-          "".join(message(301 + part, 0x4E, struct.pack(">H", part), True) for part in range(6)),
-          "layout.json": '{"ethernetPorts": "0x0501..0x0504", /* more of them */ "tConts": ["0x8001..0x8003", 32772]}',
-          "look.json": json.dumps({"title": "A look", "steps": [
-              {"board": {"commands": ["ifconfig", "brctl show"]}}, {"frame": {"from": "sid0"}}, {"advance": 40000}]}),
-          "looks.txt": "\n".join(["file 0 /sys/class/net/br5/brforward 1", "file 0 /proc/net/dev_extstats 1", "ifconfig", "brctl show", *(
-              f"read /sys/class/net/{device}/statistics/{what}_{unit}" for device in ("sid0", "sid2.5", "br5") for what in ("rx", "tx")
-              for unit in ("bytes", "packets", "dropped", "errors")), ""]),
-          **{f"odd{count}.json": text for count, text in enumerate((
-              '{"veips": {"a": 1}}', '{"tConts": []}', '{"tConts": [[1]]}', '{"ani": 1.5}', '{"ani": true}', '{"veips": [-1]}', '{"nothing": 1}',
-              '{"tConts": [32769, "0x8003..0x8004"], "veips": "0x0602", "ani": 32770, "ethernetPorts": ["0x0201", 514, "515..516"]}'))},
-          "broken.json": '{"ethernetPorts": ', "list.json": "[]",
-          "wrong.json": json.dumps({"title": "Steps fail", "steps": [{"show": "bridges"},
-              {"expect": {"ruleCount": 7}}, {"call": "configureBridge", "bridgeId": 3, "uniPort": 0},
-              {"expect": {"bridges": {"br3": ["sid1.3"]}, "devices": {"sid1": {"mtu": 9}, "sid9": {}}}}]})}
-INPUTS["theirs.txt"] = upload(THEIRS)
-INPUTS.update({f"refused{number}.json": json.dumps({"title": "Refused", "steps": [step]}) for number, step in enumerate(REFUSED_STEPS)})
 MODES = ("contract", "g988")
 # These with any option that one of the commands has, alone: without a value, and with a number, or the name of a file.
 WITH_OPTIONS = {"run": "scenarios/bridge.json --quiet", "send": "scenarios/internet.json", "omci": "scenarios/omci/internet.pcap --quiet",
@@ -158,7 +106,7 @@ OUTPUTS = {
         *(f"unix:/ --metrics {place}" for place in (
             "127.0.0.1:65536", "127.0.0.1:", ":7", "300.0.0.1:7", "65536", "x", "-1", "000007", "10.0.0.1:7x", "127.0.0.1:0000070")))),
     "another ONU's MIB": "omci IN-theirs.txt --log -v; omci IN-theirs.txt",
-    "what is refused": "; ".join(f"run IN-refused{number}.json" for number in range(len(REFUSED_STEPS))),
+    "what is refused": "; ".join(f"run IN-refused{number}.json" for number in range(sum(name.startswith("refused") for name in INPUTS))),
     "what fails": "run IN-wrong.json --junit OUT-junit.xml; run IN-wrong.json scenarios/bridge.json",
     "a program that calls no device": "exec --json OUT-state.json -- true; exec -- false",
     "programs": "; ".join(f"exec {words}" for words in (
@@ -176,10 +124,6 @@ def options(source):
     files = [one.read_text(encoding="utf-8") for one in (source / "tools" / "vorn-onu" / "commands").glob("*.cpp")]
     found = {name for text in files for name in re.findall(r'"(?:-\w,)?(--[a-z][a-z-]+)"', text)} - NOT_TRIED
     return [words for name in sorted(found) for words in (name, f"{name} {'OUT-7' if name in FILE_OPTIONS else '7'}")]
-
-
-def names(folder, pattern):
-    return sorted(one.stem for one in folder.glob(pattern) if one.stem not in LEFT_OUT)
 
 
 # Of each scenario, of each capture, of each number below a count: the name of the text, the words of the command. {mode}: one of
@@ -265,39 +209,6 @@ def outputs(source):
             **{f"lines {n}": lines(completion, str(n)) for n in range(LINES)},
             **{f"options of {command}": "; ".join(f"{command} {what} {words}" for words in options(source))
                for command, what in WITH_OPTIONS.items()}}
-
-
-def input_text(source, name):
-    kind, number = re.match(r"(\w+)-?(\d*)", name).groups()
-    captures = [one for one in sorted((source / SCENARIOS / "omci").glob("*.pcap")) if one.stem != "gateway"]
-    if kind == "values":
-        return values(sorted((source / "omci" / "message").glob("*Entities.cpp")))
-    if kind == "changes":
-        return changes(sorted((source / SCENARIOS / "omci").glob("*.pcap")), name)
-    if kind == "provisioning":
-        return provisioning(captures, name)
-    if kind in ("session", "middle"):
-        text = session(captures, name)
-        return text if kind == "session" else "".join(text.splitlines(keepends=True)[15 + 5 * int(number):])
-    if kind == "dump":
-        return dump(session(captures, name), name)
-    if kind == "damaged":
-        return damaged(captures[int(number) % len(captures)].read_bytes(), name)
-    if kind == "messages":
-        classes = [(int(number), maker) for file in sorted((source / "omci" / "message").glob("*Entities.cpp"))
-                   for number, maker in re.findall(r"\{(\d+),\s+\"[^\"]*\",\s+Maker::k(\w+)", file.read_text(encoding="utf-8"))]
-        return messages([number for number, _ in classes], [number for number, maker in classes if maker != "Onu"], name)
-    if kind == "scenario":
-        files = names(source / SCENARIOS, "*.json")
-        return scenario((source / SCENARIOS / (files[int(number) % len(files)] + ".json")).read_text(encoding="utf-8"), name)
-    if kind == "mixture":
-        return mixture(tuple(source / SCENARIOS / f"{one}.json" for one in names(source / SCENARIOS, "*.json")), name)
-    if kind == "bridge":
-        return bridge_with_hosts((source / SCENARIOS / "bridge-forwarding.json").read_text(encoding="utf-8"), name)
-    if kind in ("service", "port"):
-        return tagged_service(name, *((60, 80) if kind == "port" else ()))
-    by_name = {"capture": capture, "commands": commands, "rules": rules, "frames": frames, "tables": tables}
-    return by_name[kind](name) if kind in by_name else INPUTS[name]
 
 
 def text_of(tool, source, line, columns):
