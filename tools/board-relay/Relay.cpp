@@ -147,7 +147,11 @@ private:
 std::string answerTo(Session& session, const std::string& line) {
     const Json asked = Json::parse(line, nullptr, false);
     if (!asked.is_object() || !asked.contains("seq") || !asked.contains("request")) return "";
-    return asked["seq"].dump() + " " + session.answer(asked["request"]);
+    const Json& request = asked["request"];
+    std::string answer = asked["seq"].dump() + " " + session.answer(request);
+    const Json what = request.is_object() && request.contains("do") ? request["do"] : Json();
+    if (what == "step" || what == "send") virtual_onu::program::deviceChanged();
+    return answer;
 }
 
 void* serve(void* /*unused*/) {

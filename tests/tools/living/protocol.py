@@ -33,7 +33,10 @@ REQUESTS = (
 )
 OTHER_VALUES = (None, True, -1, 0, 1, 1.5, 65536, "", "all", [], {}, ["trace"])
 SCENARIOS = ("internet", "iphost-static", "tcont-gem", "counters", "bridge-forwarding", "operator-row-fields")
-LISTENING = ({"to": ["trace"], "after": 0}, {"to": ["trace"]}, {"to": ["changes", "trace"], "after": 5}, {"to": ["counters"], "everyMs": 60000})
+# What is listened to; what comes at once, and what when something happens.
+LISTENING = (({"to": ["trace"], "after": 0}, {"trace"}, {"trace"}), ({"to": ["trace"]}, {}, {"trace"}),
+             ({"to": ["changes", "trace"], "after": 5}, {"trace"}, {"trace", "change"}),
+             ({"to": ["counters", "changes"], "everyMs": 60000}, {"counters"}, {"change"}))
 MOST_OCTETS = 1 << 20  # of a line
 
 
@@ -42,21 +45,30 @@ class Connection:
         self.socket = socket.socket(socket.AF_UNIX)
         self.socket.settimeout(20)
         self.socket.connect(str(path))
-        self.lines = self.socket.makefile("rb")
+        self.read = b""
+
+    def line(self):
+        """Empty when the board has ended it."""
+        while b"\n" not in self.read and (more := self.socket.recv(1 << 20)):
+            self.read += more
+        line, _, self.read = self.read.partition(b"\n")
+        return line.decode(errors="replace")
 
     def ask(self, line):
         self.socket.sendall(line + b"\n")
-        return self.lines.readline().decode(errors="replace")
+        return self.line()
 
-    def events(self, seconds):
-        """What it is told until nothing has come for so long."""
-        while select.select([self.socket], [], [], seconds)[0]:
-            if not (line := self.lines.readline()):
+    def events(self, seconds, least=()):
+        """What it is told until nothing has come for so long, and each of the kinds in LEAST has."""
+        left = set(least)
+        while b"\n" in self.read or select.select([self.socket], [], [], 20 if left else seconds)[0]:
+            if not (line := self.line()):
                 return
-            yield json.loads(line)
+            event = json.loads(line)
+            left.discard(event["event"])
+            yield event
 
     def close(self):
-        self.lines.close()
         self.socket.close()
 
 
@@ -98,19 +110,19 @@ def another_process(path):
     connection = Connection(path)
     process = json.loads(connection.ask(b'{"v":1,"do":"hello"}'))["board"]["process"]
     connection.close()
-    return told(path, {"to": ["trace", "changes"]}, lambda: os.kill(process, signal.SIGUSR1))
+    return told(path, lambda: os.kill(process, signal.SIGUSR1), {"to": ["trace", "changes"]}, {}, {"board", "trace", "change"})
 
 
-def told(path, listening, work):
+def told(path, work, listening, at_once, later):
     """The parts of events that do not depend on when it is looked: calls, the last of the other kinds."""
     connection = Connection(path)
     texts = [connection.ask(json.dumps({"v": 1, "do": "subscribe", **listening}).encode())]
     last, calls = {}, []
-    for begins in (True, False):
-        for event in connection.events(0.7):
+    for least in (at_once, later):
+        for event in connection.events(0.7, least):
             calls += event["entries"] if event["event"] == "trace" else []
             last[event["event"]] = event if event["event"] != "trace" else sorted(event)
-        if begins:
+        if least is at_once:
             work()
     connection.close()
     return [*texts, *(json.dumps(call) for call in calls), json.dumps(last, sort_keys=True)]
@@ -134,9 +146,13 @@ def spoken(path, source, is_quiet):
     connection.close()
     connection = Connection(path)
     texts += [connection.ask(b"7" * length) for length in (MOST_OCTETS, MOST_OCTETS + 1)]
-    texts.append(connection.lines.read().decode())  # its end
+    texts.append(connection.line())  # its end
     connection.close()
+    return texts
 
+
+def listened(path):
+    """What is told of a board with a HAL."""
     def work():
         other = Connection(path)
         for link in ("down", "up"):
@@ -145,4 +161,4 @@ def spoken(path, source, is_quiet):
         other.close()
         time.sleep(0.2)
 
-    return texts + ([text for listening in LISTENING for text in told(path, listening, work)] if is_quiet else [])
+    return [text for listening in LISTENING for text in told(path, work, *listening)]

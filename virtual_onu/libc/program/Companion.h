@@ -12,6 +12,9 @@ using Companion = void();
 // a forked child too. Waits and log lines are no calls of the device.
 VIRTUAL_ONU_API void onTouch(Companion* work);
 
+// Somebody else than the program has changed the device: the state that is kept of it gets that as well.
+VIRTUAL_ONU_API void deviceChanged();
+
 }  // namespace virtual_onu::program
 
 #endif

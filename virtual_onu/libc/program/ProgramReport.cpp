@@ -91,6 +91,10 @@ void onTouch(Companion* work) {
     companion.store(work, std::memory_order_release);
 }
 
+void deviceChanged() {
+    snapshot::touched();
+}
+
 void librariesLoaded() {
     halprints::divert(halprints::Found::Loaded);
 }
