@@ -87,7 +87,8 @@ def input_text(source, name):
         files = names(source / SCENARIOS, "*.json")
         return scenario((source / SCENARIOS / (files[int(number) % len(files)] + ".json")).read_text(encoding="utf-8"), name)
     if kind == "mixture":
-        return mixture(tuple(source / SCENARIOS / f"{one}.json" for one in names(source / SCENARIOS, "*.json")), name)
+        may_fail = re.findall(r'^ .*"(.+)"', (source / "virtual_onu" / "FaultNames.cpp").read_text(encoding="utf-8"), re.MULTILINE)
+        return mixture(tuple(source / SCENARIOS / f"{one}.json" for one in names(source / SCENARIOS, "*.json")), may_fail, name)
     if kind == "bridge":
         return bridge_with_hosts((source / SCENARIOS / "bridge-forwarding.json").read_text(encoding="utf-8"), name)
     if kind in ("service", "port"):

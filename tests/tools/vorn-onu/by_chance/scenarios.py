@@ -69,9 +69,9 @@ FAILING = ["vlanCtl_insertTagRule", "vlanCtl_removeTagRule", "vlanCtl_createVlan
            "gponCtl_configTcontAllocId", "tmctl_setQueueCfg", "tmctl_delQueueCfg", "system", "popen", "socket"]
 
 
-def mixture(paths, name):
+def mixture(paths, may_fail, name):
     """Parts of scenarios one behind the other, some fields with what another step has there; calls of the device that fail, and daemons
-    that are killed between them."""
+    that are killed between them. MAY_FAIL: names of such calls."""
     chance = Chances(name)
     values = {}
     for path in paths:
@@ -84,7 +84,7 @@ def mixture(paths, name):
         if kind == 0:
             steps.append({"restart": ("kill", "exit")[chance(2)]})
         elif kind < 4:
-            steps.append({"fault": {"function": FAILING[chance(len(FAILING))], "nth": 1 + chance(4), "code": 1 + chance(20), "may": True}})
+            steps.append({"fault": {"function": chance.one_of(*chance.one_of(FAILING, may_fail)), "nth": 1 + chance(4), "code": 1 + chance(20), "may": True}})
         elif kind == 4:
             steps.append({"fault": "clear"})
         own = asked_of_hal(paths[chance(len(paths))])
