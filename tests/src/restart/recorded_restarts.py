@@ -5,7 +5,8 @@
 
 Scenarios by the contract and by G.988. left: halfway, to a daemon that wants an internet service alone, before and after hands that
 know no state file, and then to one that wants nothing. killed: before each call. refused: each call with one refusal of the device
-after the other, and then without.
+after the other, and then without. by chance: daemons that do parts of many scenarios, some of it refused, one after the other on one
+board, and one between them that wants an internet service alone.
 """
 
 import functools
@@ -17,12 +18,12 @@ import subprocess
 import sys
 import tempfile
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
+for folder in ("support", "tools/vorn-onu"):
+    sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / folder))
 import record  # noqa: E402
+from inputs import LEFT_OUT, input_text  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
-# A thread of the library works beside the calls, or real time counts.
-LEFT_OUT = {"startup", "restart", "links", "multicast", "veip", "iphost-dhcp", "real-dhcp", "real-packets"}
 # Killed, and refused something: these alone, for it takes long.
 CLOSELY = {"change-and-remove", "dscp", "iphost-static", "pbit-queues", "qinq", "tcont-gem"}
 # The nth call of a function from the beginning of the operation.
@@ -75,6 +76,20 @@ class Lives:
         return re.sub(r"0x[0-9a-f]{9,}|vorn-onu-board\.\w{6}", "OTHER", "\n".join(lines) + "\n").replace(str(self.folder), "FOLDER")
 
 
+BY_CHANCE = 20
+
+
+def text_by_chance(source, tool, daemon, number):
+    with tempfile.TemporaryDirectory() as folder:
+        lives = Lives(pathlib.Path(folder), ("contract", "g988")[number % 2])
+        for life in range(2):
+            scenario = json.loads(input_text(source, f"mixture-{100 + 2 * number + life}.json"))
+            lives.play(tool, scenario, scenario["steps"], "--board", "onu.board")
+            lives.run(tool, daemon, "state", "settle", "onu.board.state")
+        lives.run(tool, daemon, "state", "clean", "onu.board.state")
+        return lives.text()
+
+
 def text_of(tool, daemon, path, forwarding, what):
     scenario = json.loads(path.read_text())
     steps = scenario["steps"]
@@ -92,10 +107,11 @@ def text_of(tool, daemon, path, forwarding, what):
 
 
 def main(source_dir, tool, daemon, *words):
-    texts = {f"{one.stem} by {forwarding}, {what}": functools.partial(text_of, pathlib.Path(tool).resolve(), pathlib.Path(daemon).resolve(),
-                                                                        one, forwarding, what)
-             for one in sorted(pathlib.Path(source_dir, "scenarios").glob("*.json")) if one.stem not in LEFT_OUT
+    source, tool, daemon = (pathlib.Path(one).resolve() for one in (source_dir, tool, daemon))
+    texts = {f"{one.stem} by {forwarding}, {what}": functools.partial(text_of, tool, daemon, one, forwarding, what)
+             for one in sorted((source / "scenarios").glob("*.json")) if one.stem not in LEFT_OUT
              for forwarding in ("contract", "g988") for what in ("killed", "left", "refused") if what == "left" or one.stem in CLOSELY}
+    texts.update({f"by chance {number}": functools.partial(text_by_chance, source, tool, daemon, number) for number in range(BY_CHANCE)})
     return record.check(RECORD, texts, words)
 
 
