@@ -7,7 +7,7 @@ import struct
 
 from by_chance.captures import capture
 from by_chance.changes import changes
-from by_chance.commands import commands, rules
+from by_chance.commands import commands, rules, shared
 from by_chance.files import damaged, dump
 from by_chance.messages import messages, provisioning, session
 from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, frames, mixture, scenario, tagged_service
@@ -92,5 +92,5 @@ def input_text(source, name):
         return bridge_with_hosts((source / SCENARIOS / "bridge-forwarding.json").read_text(encoding="utf-8"), name)
     if kind in ("service", "port"):
         return tagged_service(name, *((60, 80) if kind == "port" else ()))
-    by_name = {"capture": capture, "commands": commands, "rules": rules, "frames": frames, "tables": tables}
+    by_name = {"capture": capture, "commands": commands, "rules": rules, "shared": shared, "frames": frames, "tables": tables}
     return by_name[kind](name) if kind in by_name else INPUTS[name]

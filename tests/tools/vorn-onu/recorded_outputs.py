@@ -179,6 +179,8 @@ OF_NUMBERS = {
                                "exec --board OUT-board.json -- python3 tests/virtual_onu/run_commands.py IN-looks.txt"),
     "rules {n}": (10, "exec --board OUT-board.json --quiet -- python3 tests/virtual_onu/run_commands.py IN-rules-{n}.txt; "
                      "run IN-frames-{n}.json --board OUT-board.json --pcap OUT-frames.pcap"),
+    "two processes {n}": (3, "exec --board OUT-board.json --json OUT-state.json -- python3 tests/virtual_onu/run_commands.py IN-shared-{n}.txt; "
+                             "exec --board OUT-board.json --json OUT-again.json -- ip link show sid0"),
     "commands {n}": (14, "exec --board OUT-board.json --json OUT-state.json --trace OUT-trace --pcap OUT-sent.pcap -- "
                          "python3 tests/virtual_onu/run_commands.py IN-commands-{n}.txt"),
 }

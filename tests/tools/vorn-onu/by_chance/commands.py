@@ -231,6 +231,12 @@ def commands(name):
     return "\n".join(lines + [filled(chance.one_of(*COMMAND_LINES), chance) for _ in range(1200)]) + "\n"
 
 
+def shared(name):
+    """The same, of two processes on one board in turn."""
+    chance = Chances(name)
+    return "".join("other " * (chance(2) if place > 1 else 0) + line + "\n" for place, line in enumerate(commands(name).splitlines()))
+
+
 # Tag rules of these ports, each with a VLAN device at the bridge.
 RULE_PORTS = ("sid0", "sid2", "gpondef")
 RULE_WORDS = {"vid": "0 100 101 4095 4096", "pbits": "0 5 7 8", "type": "2048 34525 2054 33024 34984 65536", "where": "0 1 2 3", "bit": "0 1",
