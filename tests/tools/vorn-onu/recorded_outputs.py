@@ -38,6 +38,7 @@ COMMANDS = ("run", "send", "audit", "omci", "exec", "ls", "at", "diff", "info", 
 
 
 MODES = ("contract", "g988")
+RUN_COMMANDS = "python3 tests/virtual_onu/run_commands.py"
 # These with any option that one of the commands has, alone: without a value, and with a number, or the name of a file.
 WITH_OPTIONS = {"run": "scenarios/bridge.json --quiet", "send": "scenarios/internet.json", "omci": "scenarios/omci/internet.pcap --quiet",
                 "audit": "scenarios/internet.json"}
@@ -114,7 +115,14 @@ OUTPUTS = {
         "--quiet -- sh -c 'ip link add br4 type bridge;echo $LD_PRELOAD|wc -w'",
         "--hal-output - -- true", "--hal-output / -- true", "--record OUT-r.json -- true", "--record / -- true", "--trace - -- cat /nothing",
         "--board OUT-b.json --serial ABCD1 -- true", "--board OUT-b.json --mac 01:00:00:00:00:00 -- true", "--board OUT-b.json -- true",
+        # Descriptors that the board keeps are high up, where the limit leaves room for that.
+        *(f"--board OUT-{n}.json --trace OUT-t.txt -- sh -c 'ulimit -n {n}&&ls /proc/self/fd'" for n in (128, 129, 300)),
+        *(f"-- env VORN_ONU_{words} {RUN_COMMANDS} IN-looks.txt" for words in (
+            "TRACE=/nowhere/t", "STATE=/nowhere/s", "RUN=/nowhere", "BOARD=/nowhere/b", "BOARD=/", "BOARD=/dev/null", "SERIAL=ABCD1", "MAC=1",
+            "SERIAL=ABCD0000000F VORN_ONU_MAC=02:00:00:00:00:07 VORN_ONU_BOARD=/dev/shm/nowhere/b", "SERIA=1")),
         "--board / -- true", "--name a/b -- true", "--tap sid0 -- true", "--metrics 1x -- true", "--forwarding perhaps -- true")),
+    "boards in other places": "; ".join(f"run scenarios/bridge.json --quiet --board {place}" for place in (
+        "nowhere/b", "b/", "/", f"{'../' * 20}dev/null", f"{'../' * 20}proc/b", f"{'../' * 20}", "/dev/null/b", "x" * 256, f"/tmp/{'x' * 252}")),
     "another ONU's layout": "omci scenarios/omci/internet.pcap --layout ethernetPorts=0x0501..0x0504 --strict",
 }
 
