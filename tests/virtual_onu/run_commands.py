@@ -11,6 +11,7 @@ import array
 import ctypes
 import fcntl
 import os
+import select
 import signal
 import socket
 import struct
@@ -149,6 +150,26 @@ def kit(function, *words):
     return [result, *(record.raw.rstrip(b"\0").hex() for record in records)]
 
 
+def message(entity, header, claimed, octets):
+    """Sent on the bus, which the gateway answers or not; what can be received afterwards."""
+    libc, handle, no_handle, number, block = c_library(), ctypes.c_void_p(), ctypes.c_void_p(1), ctypes.c_int(-1), ctypes.c_void_p()
+    kind, flags, destination = (int(one, 16) for one in header.split("/"))
+    head = struct.pack("<IIIH14sI", kind, int(entity), destination, flags, bytes(range(14)), int(claimed))
+    results = [libc.cmsMsg_init(int(entity), ctypes.byref(handle)), libc.cmsMsg_send(no_handle, head), libc.cmsMsg_getEventHandle(no_handle, None),
+               libc.cmsMsg_receiveWithTimeout(no_handle, None, 0), libc.cmsMsg_send(handle, head + bytes.fromhex(octets).ljust(int(claimed), b"\0")),
+               libc.cmsMsg_getEventHandle(handle, ctypes.byref(number))]
+    is_asked = destination == 21 and flags & 2 and kind in (0x10002250, 0x10002254) and results[4] == 0
+    results.append(select.select([number.value], [], [], 2 if is_asked else 0)[0] != [])
+    for wait in (2000 if is_asked else 20, 0):
+        results.append(libc.cmsMsg_receiveWithTimeout(handle, ctypes.byref(block), wait))
+        if results[-1] == 0:
+            length = ctypes.string_at(block, 32)[28:]
+            results.append(ctypes.string_at(block, 32 + struct.unpack("<I", length)[0]).hex())
+            libc.cmsMem_free(block)
+        results.append(select.select([number.value], [], [], 0)[0] != [])
+    return results
+
+
 others = []
 
 
@@ -167,7 +188,7 @@ def other(*words):
     return others[0].recv(100000).decode()
 
 
-WORDS = {"other": other, "file": file, "stream": stream, "look": look, "piped": piped, "range": closed_in_a_range, "packet": packet, "device": character_device, "kit": kit,
+WORDS = {"other": other, "file": file, "stream": stream, "look": look, "piped": piped, "range": closed_in_a_range, "packet": packet, "device": character_device, "kit": kit, "message": message,
          "wait": wait, "remove": os.remove, "rename": os.rename, "list": lambda path: " ".join(sorted(one.name + "/" * one.is_dir() for one in os.scandir(path))),
          "name": lambda index: socket.if_indextoname(int(index))}
 

@@ -51,6 +51,10 @@ INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(
           "layout.json": '{"ethernetPorts": "0x0501..0x0504", /* more of them */ "tConts": ["0x8001..0x8003", 32772]}',
           "look.json": json.dumps({"title": "A look", "steps": [
               {"board": {"commands": ["ifconfig", "brctl show"]}}, {"frame": {"from": "sid0"}}, {"advance": 40000}]}),
+          "gems.txt": "".join(f"kit gponCtl_configGemPort x{index}{port:04x}000400010300\n" for port in range(300) for index in (
+              ("0001", "ff00", "ffff") if port % 100 == 7 else ("ffff",))) + "".join(f"kit {line}\n" for line in (
+                  "gponCtl_getGemPort xffff0007", "gponCtl_getGemPort x07000000", "gponCtl_deconfigGemPort x07000007", "gponCtl_deconfigGemPort x00000101",
+                  "gponCtl_configGemPort xffff1111000400010300", "gponCtl_configGemPort xffff1112000400010300")),
           "looks.txt": "\n".join(["file 0 /sys/class/net/br5/brforward 1", "file 0 /proc/net/dev_extstats 1", "ifconfig", "brctl show", *(
               f"read /sys/class/net/{device}/statistics/{what}_{unit}" for device in ("sid0", "sid2.5", "br5") for what in ("rx", "tx")
               for unit in ("bytes", "packets", "dropped", "errors")), ""]),

@@ -121,6 +121,7 @@ OUTPUTS = {
             "TRACE=/nowhere/t", "STATE=/nowhere/s", "RUN=/nowhere", "BOARD=/nowhere/b", "BOARD=/", "BOARD=/dev/null", "SERIAL=ABCD1", "MAC=1",
             "SERIAL=ABCD0000000F VORN_ONU_MAC=02:00:00:00:00:07 VORN_ONU_BOARD=/dev/shm/nowhere/b", "SERIA=1")),
         "--board / -- true", "--name a/b -- true", "--tap sid0 -- true", "--metrics 1x -- true", "--forwarding perhaps -- true")),
+    "all GEM ports that there can be": f"exec -- {RUN_COMMANDS} IN-gems.txt",
     "boards in other places": "; ".join(f"run scenarios/bridge.json --quiet --board {place}" for place in (
         "nowhere/b", "b/", "/", f"{'../' * 20}dev/null", f"{'../' * 20}proc/b", f"{'../' * 20}", "/dev/null/b", "x" * 256, f"/tmp/{'x' * 252}")),
     "another ONU's layout": "omci scenarios/omci/internet.pcap --layout ethernetPorts=0x0501..0x0504 --strict",

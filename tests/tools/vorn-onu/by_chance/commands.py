@@ -33,6 +33,8 @@ COMMAND_WORDS = {
     "bit": "0 1 2".split(), "tag": "0 0 1 2 3".split(), "id": "0 1 2 3 5 7 4095 4294967295".split(), "few": "00 01 02 07 1f 20 ff".split(),
     "field": "0 1 7 8 17 100 4095 4096 33024 34984 65535 65536 4294967295".split(), "part": "Pbits Cfi Vid EtherType".split(),
     "gem": "e903 ea03 0000 ffff".split(), "two": "2 2 2 1".split(), "tcont": "01 01 02 20".split(), "size": "0 3 64 1000".split(), "name": "macAddress link other".split(),
+    "entity": "60 60 61 21 0".split(), "header": ["10002254/2/15", "10002250/2/15", "10002250/3/15", "10002254/1/15", "10002254/2/16", "10002255/2/15"],
+    "claimed": "0 0 1 3 65536 65537".split(),
     # Lengths of time: two numbers of eight octets.
     "seconds": ["00" * 8, "00" * 8, "ff" * 8], "waited": "0 1 2 999 1000 1001".split(),
     "parts": [octets + "00" * 4 for octets in ("00000000", "01000000", "e7030000", "e8030000", "3f420f00", "40420f00", "00ca9a3b")] + ["ff" * 8],
@@ -215,6 +217,8 @@ kit bcm_phy_mode_get {bit} {id} x x
 kit bcm_phy_mode_set {bit} {bit} {field} {bit}
 kit bcm_get_linkstatus {bit} {id} x 0
 kit nandReadNvramData x
+kit cmsTmr_getTimeToNextEvent 0 x
+message {entity} {header} {claimed} {few}
 """.strip().splitlines()
 
 
