@@ -10,7 +10,7 @@ from by_chance.changes import changes
 from by_chance.commands import commands, rules, shared
 from by_chance.files import damaged, dump
 from by_chance.messages import messages, provisioning, session
-from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, frames, mixture, scenario, tagged_service
+from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, frames, frames_of_all_kinds, mixture, scenario, tagged_service
 from by_chance.tables import tables
 from by_chance.values import values
 
@@ -92,8 +92,8 @@ def input_text(source, name):
         return scenario((source / SCENARIOS / (files[int(number) % len(files)] + ".json")).read_text(encoding="utf-8"), name)
     if kind == "mixture":
         return mixture(tuple(source / SCENARIOS / f"{one}.json" for one in names(source / SCENARIOS, "*.json")), name)
-    if kind == "bridge":
-        return bridge_with_hosts((source / SCENARIOS / "bridge-forwarding.json").read_text(encoding="utf-8"), name)
+    if kind in ("bridge", "kinds"):
+        return (bridge_with_hosts if kind == "bridge" else frames_of_all_kinds)((source / SCENARIOS / "bridge-forwarding.json").read_text(encoding="utf-8"), name)
     if kind in ("service", "port"):
         return tagged_service(name, *((60, 80) if kind == "port" else ()))
     by_name = {"capture": capture, "commands": commands, "rules": rules, "shared": shared, "frames": frames, "tables": tables}

@@ -184,6 +184,8 @@ OF_NUMBERS = {
     "bridge {n}": (24, "run IN-bridge-{n}.json --board OUT-board.json --pcap OUT-frames.pcap"),
     "capture {n}": (6, "send IN-bridge-{n}.json --from sid0 --pcap-in IN-capture-{n}.pcap --pcap OUT-left.pcap; "
                         "send IN-bridge-{n}.json --from 'gem 1001' --pcap-in IN-capture-{n}.pcap --pcap OUT-left.pcap"),
+    "frames of all kinds {n}": (3, "run IN-kinds-{n}.json --pcap OUT-frames.pcap; "
+                                   "send IN-kinds-{n}.json --pcap-in OUT-frames.pcap --from sid2 --pcap OUT-left.pcap"),
     "looks at bridge {n}": (3, "run IN-bridge-{n}.json --board OUT-board.json --quiet; "
                                "exec --board OUT-board.json -- python3 tests/virtual_onu/run_commands.py IN-looks.txt"),
     "rules {n}": (10, "exec --board OUT-board.json --quiet -- python3 tests/virtual_onu/run_commands.py IN-rules-{n}.txt; "
@@ -253,7 +255,7 @@ def text_of(tool, source, line, columns):
             texts += [printed, run.stderr, f"exit code {run.returncode}\n".encode()]
             texts += [pathlib.Path(path).read_bytes() for word, path in zip(words, paths)
                       if word.startswith("OUT-") and os.path.exists(path)]
-        text = b"".join(texts).decode(errors="replace").replace(folder, "FOLDER").replace(str(tool), "vorn-onu")
+        text = b"".join(texts).decode(errors="backslashreplace").replace(folder, "FOLDER").replace(str(tool), "vorn-onu")
     for pattern, word in OTHER_EACH_TIME.items():
         text = re.sub(pattern, word, text)
     return text

@@ -8,7 +8,7 @@ from by_chance.chance import Chances
 COMMAND_WORDS = {
     "device": "sid0 sid1 sid0.3 gpondef eth0 br1 br2 lo none".split(), "bridge": "br1 br1 br2 br2 br3 sid1".split(),
     "number": "0 1 2 3 9 63 64 100 1500 3000 65535 65536 -1 1x".split() + [""],
-    "mac": "02:11:22:33:44:55 02:11:22:33:44:56 00:00:00:00:00:00 01:00:5e:00:00:01 02:11:22:33:44".split(),
+    "mac": "02:11:22:33:44:55 02:11:22:33:44:56 00:00:00:00:00:00 01:00:5e:00:00:01 02:11:22:33:44 2:1a:F:3:4:5 02:11:22:33:44:556 02-11:22:33:44:55".split(),
     "address": "10.0.0.5 10.0.0.6 192.0.2.1 255.255.255.0 255.0.0.0 10.0.0.300 10.0.0.0/24 default".split(),
     "time": "forward_delay hello_time max_age ageing_time priority stp_state multicast_snooping gc_timer root_id bridge_id".split(),
     "port": "priority path_cost state isolated port_no port_id designated_root".split(),

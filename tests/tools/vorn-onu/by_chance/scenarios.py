@@ -212,6 +212,25 @@ def bridge_with_hosts(text, name):
     return json.dumps({"title": name, "records": whole["records"], "steps": steps})
 
 
+def frames_of_all_kinds(text, name):
+    """From one port of a scenario's bridge to all others: of each protocol, long enough for its headers or not."""
+    chance = Chances(name)
+    one_of = chance.one_of
+    whole = json.loads(text)
+    steps = [step for step in whole["steps"] if "call" in step][:7]
+    for _ in range(250):
+        tags = [{"vid": one_of(5, 100, 4095), "pbits": chance(8), "dei": chance(2) == 0, "tpid": one_of("0x8100", "0x88a8", "0x9100")}
+                for _ in range(one_of(0, 0, 0, 1, 2, 4))]
+        one = {"from": "sid0", "tags": tags, "dscp": one_of(0, 1, 10, 46, 63), "source": one_of("02:00:5e:00:00:0a", "02:fe:dc:ba:98:76"),
+               "destination": one_of("02:00:5e:00:01:01", *DESTINATIONS, "01:00:5e:00:01:07", "33:33:ff:12:34:56", "01:00:5e:7f:ff:fa"),
+               "etherType": one_of(*["ipv4", "ipv6"] * 4, "arp", "pppoeDiscovery", "pppoeSession", "pppoeSession", "eapol", "0x88cc", "0x88b5"),
+               "payload": one_of(0, 0, 1, 19, 20, 21, 26, 27, 28, 29, 36, 39, 40, 41, 47, 48, 49, 59, 60, 61, 300, 1496, 1500)}
+        if chance(4) > 0:
+            one["ipProtocol"] = one_of("udp", "tcp", "icmp", 58, "igmp", 99)
+        steps.append({"frame": one})
+    return json.dumps({"title": name, "records": whole["records"], "steps": steps})
+
+
 # One thing that is refused in each.
 REFUSED_SETTINGS = [
     {"baseMac": "02:10:20:30:40:5"}, {"baseMac": "02:10:20:30:40-50"}, {"baseMac": "02:10:20:30:40:50:60"}, {"baseMac": 5},
