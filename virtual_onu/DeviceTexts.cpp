@@ -1,10 +1,10 @@
 #include "DeviceTexts.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
-#include <cstdlib>
 #include <iterator>
+
+#include "HexDigits.h"
 
 namespace virtual_onu::network {
 
@@ -16,14 +16,12 @@ bool isDeviceName(const std::string& name) {
 bool parseMac(const std::string& text, std::uint8_t (&mac)[6]) {
     std::uint8_t bytes[6];
     const char* at = text.c_str();
-    for (std::uint8_t& byte : bytes) {
-        char* end = nullptr;
-        const unsigned long value =
-            std::isxdigit(static_cast<unsigned char>(*at)) != 0 ? std::strtoul(at, &end, 16) : 0;
-        const char separator = &byte == std::end(bytes) - 1 ? '\0' : ':';
-        if (end == nullptr || end - at > 2 || *end != separator) return false;
+    for (std::uint8_t& byte : bytes) {  // of one digit or two
+        int value = hexValue(*at++);
+        if (value < 0) return false;
+        if (hexValue(*at) >= 0) value = value << 4 | hexValue(*at++);
+        if (*at++ != (&byte == std::end(bytes) - 1 ? '\0' : ':')) return false;
         byte = static_cast<std::uint8_t>(value);
-        at = end + 1;
     }
     std::copy(std::begin(bytes), std::end(bytes), std::begin(mac));
     return true;

@@ -83,8 +83,9 @@ private:
         if (ipv6) {
             put(bytes, ip, 0x6000 | dscp << 6);
             put(bytes, ip + 4, l4 - ip - 40 + length);
-            bytes[ip + 6] = ipOptions > 0 ? 60 : protocol;
-            bytes[ip + 40] = protocol;  // behind destination options; TCP's or UDP's own octet otherwise
+            const std::uint8_t next[] = {protocol, 0, 43, 60};  // hop by hop, routing, destination options
+            bytes[ip + 6] = next[ipOptions];
+            bytes[ip + 40] = protocol;  // behind that header; TCP's or UDP's own octet otherwise
             bytes[ip + 41] = static_cast<std::uint8_t>(ipOptions - 1);
         } else {
             bytes[ip] = static_cast<std::uint8_t>(0x45 + ipOptions);

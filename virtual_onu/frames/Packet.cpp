@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "HexDigits.h"
 #include "frames/Protocols.h"
 #include "kernel/Network.h"
 
@@ -15,25 +14,13 @@ namespace {
 using namespace protocols;
 
 constexpr Mac kIpv4Groups = 0x01005E000000, kIpv6Groups = 0x333300000000;
-constexpr std::size_t kMacText = 17;  // "02:00:5e:00:00:01"
 
 }  // namespace
 
 Mac macOf(const std::string& text) {
-    Mac mac = 0;
-    if (text.size() == kMacText) {
-        int bad = 0;
-        for (std::size_t i = 0; i < kMacText; i += 3) {
-            const int high = hexValue(text[i]), low = hexValue(text[i + 1]);
-            bad |= high | low;
-            if (i + 2 < kMacText && text[i + 2] != ':') bad = -1;
-            mac = mac << 8 | ((static_cast<Mac>(high) << 4 | static_cast<Mac>(low)) & 0xFF);
-        }
-        if (bad >= 0) return mac;
-    }
-    std::uint8_t bytes[6] = {};  // shorter ways of writing it
+    std::uint8_t bytes[6];
     if (!network::parseMac(text, bytes)) return 0;
-    mac = 0;
+    Mac mac = 0;
     for (const std::uint8_t byte : bytes) mac = mac << 8 | byte;
     return mac;
 }

@@ -7,10 +7,10 @@ import struct
 
 from by_chance.captures import capture
 from by_chance.changes import changes
-from by_chance.commands import commands, rules
+from by_chance.commands import commands, rules, shared
 from by_chance.files import damaged, dump
 from by_chance.messages import messages, provisioning, session
-from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, frames, mixture, scenario, tagged_service
+from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, frames, frames_of_all_kinds, mixture, scenario, tagged_service
 from by_chance.tables import tables
 from by_chance.values import values
 
@@ -51,6 +51,10 @@ INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(
           "layout.json": '{"ethernetPorts": "0x0501..0x0504", /* more of them */ "tConts": ["0x8001..0x8003", 32772]}',
           "look.json": json.dumps({"title": "A look", "steps": [
               {"board": {"commands": ["ifconfig", "brctl show"]}}, {"frame": {"from": "sid0"}}, {"advance": 40000}]}),
+          "gems.txt": "".join(f"kit gponCtl_configGemPort x{index}{port:04x}000400010300\n" for port in range(300) for index in (
+              ("0001", "ff00", "ffff") if port % 100 == 7 else ("ffff",))) + "".join(f"kit {line}\n" for line in (
+                  "gponCtl_getGemPort xffff0007", "gponCtl_getGemPort x07000000", "gponCtl_deconfigGemPort x07000007", "gponCtl_deconfigGemPort x00000101",
+                  "gponCtl_configGemPort xffff1111000400010300", "gponCtl_configGemPort xffff1112000400010300")),
           "looks.txt": "\n".join(["file 0 /sys/class/net/br5/brforward 1", "file 0 /proc/net/dev_extstats 1", "ifconfig", "brctl show", *(
               f"read /sys/class/net/{device}/statistics/{what}_{unit}" for device in ("sid0", "sid2.5", "br5") for what in ("rx", "tx")
               for unit in ("bytes", "packets", "dropped", "errors")), ""]),
@@ -89,9 +93,10 @@ def input_text(source, name):
     if kind == "mixture":
         may_fail = re.findall(r'^ .*"(.+)"', (source / "virtual_onu" / "FaultNames.cpp").read_text(encoding="utf-8"), re.MULTILINE)
         return mixture(tuple(source / SCENARIOS / f"{one}.json" for one in names(source / SCENARIOS, "*.json")), may_fail, name)
-    if kind == "bridge":
-        return bridge_with_hosts((source / SCENARIOS / "bridge-forwarding.json").read_text(encoding="utf-8"), name)
+    if kind in ("bridge", "kinds"):
+        make = bridge_with_hosts if kind == "bridge" else frames_of_all_kinds
+        return make((source / SCENARIOS / "bridge-forwarding.json").read_text(encoding="utf-8"), name)
     if kind in ("service", "port"):
         return tagged_service(name, *((60, 80) if kind == "port" else ()))
-    by_name = {"capture": capture, "commands": commands, "rules": rules, "frames": frames, "tables": tables}
+    by_name = {"capture": capture, "commands": commands, "rules": rules, "shared": shared, "frames": frames, "tables": tables}
     return by_name[kind](name) if kind in by_name else INPUTS[name]

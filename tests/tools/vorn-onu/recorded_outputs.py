@@ -38,6 +38,7 @@ COMMANDS = ("run", "send", "audit", "omci", "exec", "ls", "at", "diff", "info", 
 
 
 MODES = ("contract", "g988")
+RUN_COMMANDS = "python3 tests/virtual_onu/run_commands.py"
 # These with any option that one of the commands has, alone: without a value, and with a number, or the name of a file.
 WITH_OPTIONS = {"run": "scenarios/bridge.json --quiet", "send": "scenarios/internet.json", "omci": "scenarios/omci/internet.pcap --quiet",
                 "audit": "scenarios/internet.json"}
@@ -114,7 +115,15 @@ OUTPUTS = {
         "--quiet -- sh -c 'ip link add br4 type bridge;echo $LD_PRELOAD|wc -w'",
         "--hal-output - -- true", "--hal-output / -- true", "--record OUT-r.json -- true", "--record / -- true", "--trace - -- cat /nothing",
         "--board OUT-b.json --serial ABCD1 -- true", "--board OUT-b.json --mac 01:00:00:00:00:00 -- true", "--board OUT-b.json -- true",
+        # Descriptors that the board keeps are high up, where the limit leaves room for that.
+        *(f"--board OUT-{n}.json --trace OUT-t.txt -- sh -c 'ulimit -n {n}&&ls /proc/self/fd'" for n in (128, 129, 300)),
+        *(f"-- env VORN_ONU_{words} {RUN_COMMANDS} IN-looks.txt" for words in (
+            "TRACE=/nowhere/t", "STATE=/nowhere/s", "RUN=/nowhere", "BOARD=/nowhere/b", "BOARD=/", "BOARD=/dev/null", "SERIAL=ABCD1", "MAC=1",
+            "SERIAL=ABCD0000000F VORN_ONU_MAC=02:00:00:00:00:07 VORN_ONU_BOARD=/dev/shm/nowhere/b", "SERIA=1")),
         "--board / -- true", "--name a/b -- true", "--tap sid0 -- true", "--metrics 1x -- true", "--forwarding perhaps -- true")),
+    "all GEM ports that there can be": f"exec -- {RUN_COMMANDS} IN-gems.txt",
+    "boards in other places": "; ".join(f"run scenarios/bridge.json --quiet --board {place}" for place in (
+        "nowhere/b", "b/", "/", f"{'../' * 20}dev/null", f"{'../' * 20}proc/b", f"{'../' * 20}", "/dev/null/b", "x" * 256, f"/tmp/{'x' * 252}")),
     "another ONU's layout": "omci scenarios/omci/internet.pcap --layout ethernetPorts=0x0501..0x0504 --strict",
 }
 
@@ -175,10 +184,14 @@ OF_NUMBERS = {
     "bridge {n}": (24, "run IN-bridge-{n}.json --board OUT-board.json --pcap OUT-frames.pcap"),
     "capture {n}": (6, "send IN-bridge-{n}.json --from sid0 --pcap-in IN-capture-{n}.pcap --pcap OUT-left.pcap; "
                         "send IN-bridge-{n}.json --from 'gem 1001' --pcap-in IN-capture-{n}.pcap --pcap OUT-left.pcap"),
+    "frames of all kinds {n}": (3, "run IN-kinds-{n}.json --pcap OUT-frames.pcap; "
+                                   "send IN-kinds-{n}.json --pcap-in OUT-frames.pcap --from sid2 --pcap OUT-left.pcap"),
     "looks at bridge {n}": (3, "run IN-bridge-{n}.json --board OUT-board.json --quiet; "
                                "exec --board OUT-board.json -- python3 tests/virtual_onu/run_commands.py IN-looks.txt"),
     "rules {n}": (10, "exec --board OUT-board.json --quiet -- python3 tests/virtual_onu/run_commands.py IN-rules-{n}.txt; "
                      "run IN-frames-{n}.json --board OUT-board.json --pcap OUT-frames.pcap"),
+    "two processes {n}": (3, "exec --board OUT-board.json --json OUT-state.json -- python3 tests/virtual_onu/run_commands.py IN-shared-{n}.txt; "
+                             "exec --board OUT-board.json --json OUT-again.json -- ip link show sid0"),
     "commands {n}": (14, "exec --board OUT-board.json --json OUT-state.json --trace OUT-trace --pcap OUT-sent.pcap -- "
                          "python3 tests/virtual_onu/run_commands.py IN-commands-{n}.txt"),
 }
@@ -242,7 +255,7 @@ def text_of(tool, source, line, columns):
             texts += [printed, run.stderr, f"exit code {run.returncode}\n".encode()]
             texts += [pathlib.Path(path).read_bytes() for word, path in zip(words, paths)
                       if word.startswith("OUT-") and os.path.exists(path)]
-        text = b"".join(texts).decode(errors="replace").replace(folder, "FOLDER").replace(str(tool), "vorn-onu")
+        text = b"".join(texts).decode(errors="backslashreplace").replace(folder, "FOLDER").replace(str(tool), "vorn-onu")
     for pattern, word in OTHER_EACH_TIME.items():
         text = re.sub(pattern, word, text)
     return text

@@ -35,10 +35,7 @@ bool BriefFile::lock() const {
 }
 
 bool BriefFile::write(const std::string& text) const {
-    if (!isOpen()) {
-        errno = EBADF;
-        return false;
-    }
+    if (!isOpen()) return false;
     if (writeAll(fd_, text)) return true;
     errno = ENOSPC;
     return false;

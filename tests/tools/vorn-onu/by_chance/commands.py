@@ -8,7 +8,7 @@ from by_chance.chance import Chances
 COMMAND_WORDS = {
     "device": "sid0 sid1 sid0.3 gpondef eth0 br1 br2 lo none".split(), "bridge": "br1 br1 br2 br2 br3 sid1".split(),
     "number": "0 1 2 3 9 63 64 100 1500 3000 65535 65536 -1 1x".split() + [""],
-    "mac": "02:11:22:33:44:55 02:11:22:33:44:56 00:00:00:00:00:00 01:00:5e:00:00:01 02:11:22:33:44".split(),
+    "mac": "02:11:22:33:44:55 02:11:22:33:44:56 00:00:00:00:00:00 01:00:5e:00:00:01 02:11:22:33:44 2:1a:F:3:4:5 02:11:22:33:44:556 02-11:22:33:44:55".split(),
     "address": "10.0.0.5 10.0.0.6 192.0.2.1 255.255.255.0 255.0.0.0 10.0.0.300 10.0.0.0/24 default".split(),
     "time": "forward_delay hello_time max_age ageing_time priority stp_state multicast_snooping gc_timer root_id bridge_id".split(),
     "port": "priority path_cost state isolated port_no port_id designated_root".split(),
@@ -33,6 +33,8 @@ COMMAND_WORDS = {
     "bit": "0 1 2".split(), "tag": "0 0 1 2 3".split(), "id": "0 1 2 3 5 7 4095 4294967295".split(), "few": "00 01 02 07 1f 20 ff".split(),
     "field": "0 1 7 8 17 100 4095 4096 33024 34984 65535 65536 4294967295".split(), "part": "Pbits Cfi Vid EtherType".split(),
     "gem": "e903 ea03 0000 ffff".split(), "two": "2 2 2 1".split(), "tcont": "01 01 02 20".split(), "size": "0 3 64 1000".split(), "name": "macAddress link other".split(),
+    "entity": "60 60 61 21 0".split(), "header": ["10002254/2/15", "10002250/2/15", "10002250/3/15", "10002254/1/15", "10002254/2/16", "10002255/2/15"],
+    "claimed": "0 0 1 3 65536 65537".split(),
     # Lengths of time: two numbers of eight octets.
     "seconds": ["00" * 8, "00" * 8, "ff" * 8], "waited": "0 1 2 999 1000 1001".split(),
     "parts": [octets + "00" * 4 for octets in ("00000000", "01000000", "e7030000", "e8030000", "3f420f00", "40420f00", "00ca9a3b")] + ["ff" * 8],
@@ -215,6 +217,8 @@ kit bcm_phy_mode_get {bit} {id} x x
 kit bcm_phy_mode_set {bit} {bit} {field} {bit}
 kit bcm_get_linkstatus {bit} {id} x 0
 kit nandReadNvramData x
+kit cmsTmr_getTimeToNextEvent 0 x
+message {entity} {header} {claimed} {few}
 """.strip().splitlines()
 
 
@@ -229,6 +233,12 @@ def commands(name):
     chance = Chances(name)
     lines = ["piped ps | grep ps", "piped ps", "brctl addbr br1", "brctl addif br1 sid0", "ifconfig br1 up", "ifconfig sid0 up"]
     return "\n".join(lines + [filled(chance.one_of(*COMMAND_LINES), chance) for _ in range(1200)]) + "\n"
+
+
+def shared(name):
+    """The same, of two processes on one board in turn."""
+    chance = Chances(name)
+    return "".join("other " * (chance(2) if place > 1 else 0) + line + "\n" for place, line in enumerate(commands(name).splitlines()))
 
 
 # Tag rules of these ports, each with a VLAN device at the bridge.

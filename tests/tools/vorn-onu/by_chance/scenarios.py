@@ -135,12 +135,31 @@ def tagged_service(name, most_rows=4, frames=0):
     return json.dumps({"title": name, "steps": steps})
 
 
+def change_between_frames(chance, number):
+    """Of a board with bridges and VLAN devices of this number: what comes next may have another way."""
+    port = chance.one_of("sid0", "sid2", "gpondef", "sid0")
+    device = f"{port}.{number}"
+    return chance.one_of(
+        {"links": {chance.one_of(port, device): chance.one_of("down", "up", "", "")}},
+        {"phys": {chance.one_of("0", "2", "4"): {"link": chance(3) > 0, "speed": 1000, "duplex": 1}}},
+        {"devices": {f"{port}.9": chance.one_of(port, False)}},
+        {"gemPorts": [{"gemPort": chance.one_of(1001, 1003, 1004), "index": chance.one_of(9, 10), "allocId": chance.one_of(1024, 65535)}]},
+        {"statistics": {device: {"rx_packets": chance.one_of(0, 7)}}}, {"gemCounters": {"1001": {"1": chance(9)}}},
+        {"outOfRangeFilters": chance.one_of("never", "any", "masked")}, {"optics": {"receive": 9}}, {"persistent": {"a": "b"}},
+        *({"commands": [one]} for one in (
+            f"ifconfig {port} {chance.one_of('down', 'up', 'up')}", *[f"ifconfig {one} up" for one in (port, device)], f"ifconfig {device} down", f"ifconfig {device} mtu 1400",
+            f"ifconfig {device} hw ether 02:00:5e:00:00:0a", f"brctl delif br{number} {device}", f"brctl addif br{number} {device}",
+            f"brctl setpathcost br{number} {device} 5", "bs /bdmf/delete ingress_class/dir=us,index=1")))
+
+
 def frames(name):
     """Frames with up to four tags, into a board that is there."""
     chance = Chances(name)
     one_of = chance.one_of
     steps = [{"board": {"outOfRangeFilters": one_of("never", "any", "masked")}}]
     for _ in range(200):
+        if chance(10) == 0:
+            steps.append({"board": change_between_frames(chance, "1")})
         tags = [{"vid": one_of(0, 100, 101, 4095), "pbits": one_of(0, 5, 7), "tpid": one_of("0x8100", "0x8100", "0x88a8", "0x9100"),
                  "dei": chance(2) == 0} for _ in range(one_of(0, 1, 2, 2, 3, 4, 4))]
         steps.append({"frame": {"from": one_of("sid0", "sid0", "sid2", "gem 1001", "gem 1002"), "tags": tags, "dscp": one_of(0, 10, 46),
@@ -176,7 +195,8 @@ def bridge_with_hosts(text, name):
         if kind == 0:
             steps.append({"advance": one_of(100, 1000, 3000, 15000, 60000)})
         elif kind == 1:
-            steps.append({"board": one_of({"multicastSnooping": {"br5": chance(3) > 0}}, {"commands": [one_of(*BRIDGE_COMMANDS)]})})
+            steps.append({"board": one_of({"multicastSnooping": {"br5": chance(3) > 0}}, {"commands": [one_of(*BRIDGE_COMMANDS)]},
+                                          change_between_frames(chance, "5"))})
         elif kind < 5:
             what = one_of("query", "report", "report", "leave")
             group = one_of("", "", *groups) if what == "query" else one_of(*groups)
@@ -189,6 +209,25 @@ def bridge_with_hosts(text, name):
             steps.append({"frame": {**sender, "destination": destination, "tags": tags,
                                     "payload": one_of(28, 40, 46, 48, 60, 1396, 1400, 1500, 1501),
                                     "etherType": "ipv6" if destination.startswith("33") else "ipv4", "ipProtocol": one_of("udp", "tcp")}})
+    return json.dumps({"title": name, "records": whole["records"], "steps": steps})
+
+
+def frames_of_all_kinds(text, name):
+    """From one port of a scenario's bridge to all others: of each protocol, long enough for its headers or not."""
+    chance = Chances(name)
+    one_of = chance.one_of
+    whole = json.loads(text)
+    steps = [step for step in whole["steps"] if "call" in step][:7]
+    for _ in range(250):
+        tags = [{"vid": one_of(5, 100, 4095), "pbits": chance(8), "dei": chance(2) == 0, "tpid": one_of("0x8100", "0x88a8", "0x9100")}
+                for _ in range(one_of(0, 0, 0, 1, 2, 4))]
+        one = {"from": "sid0", "tags": tags, "dscp": one_of(0, 1, 10, 46, 63), "source": one_of("02:00:5e:00:00:0a", "02:fe:dc:ba:98:76"),
+               "destination": one_of("02:00:5e:00:01:01", *DESTINATIONS, "01:00:5e:00:01:07", "33:33:ff:12:34:56", "01:00:5e:7f:ff:fa"),
+               "etherType": one_of(*["ipv4", "ipv6"] * 4, "arp", "pppoeDiscovery", "pppoeSession", "pppoeSession", "eapol", "0x88cc", "0x88b5"),
+               "payload": one_of(0, 0, 1, 19, 20, 21, 26, 27, 28, 29, 36, 39, 40, 41, 47, 48, 49, 59, 60, 61, 300, 1496, 1500)}
+        if chance(4) > 0:
+            one["ipProtocol"] = one_of("udp", "tcp", "icmp", 58, "igmp", 99)
+        steps.append({"frame": one})
     return json.dumps({"title": name, "records": whole["records"], "steps": steps})
 
 
