@@ -22,6 +22,7 @@ from by_chance.boards import changed_board  # noqa: E402
 from by_chance.files import layout  # noqa: E402
 from by_chance.frames import frame  # noqa: E402
 from by_chance.lines import lines  # noqa: E402
+from endings import ENDINGS  # noqa: E402
 from inputs import INPUTS, SCENARIOS, input_text, names  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
@@ -32,7 +33,9 @@ OTHER_EACH_TIME = {r"0x[0-9a-f]{9,}": "ADDRESS", r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(
                    r'"crc32":"\w+"': "SUM",
                    r"(FOLDER/vorn-onu\.)\d+/": r"\1USER/",
                    r"((gateway|changes-\d+)\.hal\.log) \(\d+ lines\)": r"\1",  # some are those of a thread
-                   r"vorn-onu-board\.\w{6}": "vorn-onu-board"}
+                   r"vorn-onu-board\.\w{6}": "vorn-onu-board", r"/exec-\w{6}/": "/exec/",
+                   r"process \d+ \(": "process NUMBER (", r"kill [\d ]+ends": r"kill NUMBERS ends",
+                   r"((sh|python3)-)\d+(\.hal\.log)": r"\1NUMBER\3", r"(state|calls)\.json\.\d+": r"\1.json.NUMBER"}
 COLUMNS = (100, 60, 40, 170)
 COMMANDS = ("run", "send", "audit", "omci", "exec", "ls", "at", "diff", "info", "schema")
 
@@ -195,7 +198,7 @@ def outputs(source):
     alone = [name for name in captures if name != "gateway"]  # a thread tells the gateway of the VEIP meanwhile
     completion = (source / "tools" / "vorn-onu" / "completion" / "vorn-onu.bash").read_text(encoding="utf-8")
     every = [(OF_SCENARIOS, scenarios), (OF_CAPTURES, captures), (STATES_OF_CAPTURES, alone)]
-    return {**OUTPUTS,
+    return {**OUTPUTS, **ENDINGS,
             **{text.format(name): words.format(name) for table, known in every for text, words in table.items() for name in known},
             **{text.format(n=n): words.format(n=n, next=n + 1, mode=MODES[n % 2])
                for text, (count, words) in OF_NUMBERS.items() for n in range(count)},
