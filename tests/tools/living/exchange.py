@@ -7,6 +7,7 @@ import socket
 import struct
 
 GET, UPLOAD, UPLOAD_NEXT, ONU_DATA = 0x49, 0x4D, 0x4E, 2
+LOOK = 1.6  # seconds
 POLYNOMIAL = 0x04C11DB7
 # Faults, what is asked for then, and how many of the answers come later than others; None: none comes.
 HARM = (
@@ -80,6 +81,15 @@ class Exchange:
             answers += [self.next() for _ in range(late)]
         return "\n".join((shown, *sorted(answer.hex() for answer in answers), self.board.ask("at", "live", "show")))
 
+    def told(self):
+        """What the ONU tells by itself until it is quiet: it looks at its ports each second."""
+        try:
+            while True:
+                self.own.settimeout(LOOK)
+                yield self.own.recv(4000).hex()
+        except TimeoutError:
+            self.own.settimeout(20)
+
     def texts(self, lines):
         yield from (answer.hex() for line in lines for answer in self.ask(bytes.fromhex(line)))
         for wrong in (1, 0, 0):  # its answer again
@@ -87,6 +97,9 @@ class Exchange:
         self.send(bytes.fromhex(lines[-1]), self.other)
         yield from (answer.hex() for answer in self.ask(*self.requests((GET,))))
         yield from (self.harmed(*harm) for harm in HARM)
+        for link in ("sid1=down", "sid1=up", "sid7=down"):
+            self.board.ask("at", "live", "board", f"links.{link}")
+            yield from sorted(self.told())
         yield from (self.board.ask("at", "live", *words) for words in (("omci", "-v"), ("omci", "--last", "3", "--json"), ("metrics",)))
 
 
@@ -101,13 +114,16 @@ def metrics(printed):
 
 
 def packets(capture):
-    """Of a capture file, without those that the ONU has told by itself, at some time."""
-    at = 0
+    """Of a capture file; those that the ONU has told by itself, at some time, are the last."""
+    at, by_itself = 0, set()
     while at < len(capture):
         kind, length = struct.unpack_from("<II", capture, at)
         block = capture[at + 8:at + length - 4]
         if kind != 6:
             yield block.hex()
-        elif block[20 + 14:][:2] != b"\0\0":
+        elif block[34:36] != b"\0\0":
             yield block[:4].hex() + " " + block[12:].hex()
+        else:
+            by_itself.add(block[12:].hex())
         at += length
+    yield from sorted(by_itself)

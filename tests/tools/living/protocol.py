@@ -29,12 +29,15 @@ REQUESTS = (
     {"do": "step", "step": {"expect": {"nothingLeftSince": "here"}}}, {"do": "step", "step": {"call": "sendSysUpTime"}},
     {"do": "step", "step": {"call": "unsetPbitData", "record": "mine"}, "records": {"mine": {"bridgeId": 3, "gemPortId": 1001}}},
     {"do": "subscribe", "to": ["trace"]}, {"do": "subscribe", "to": ["counters", "changes"], "everyMs": 60000, "after": 0},
+    {"do": "subscribe", "to": ["changes"], "everyMs": 60001}, {"do": "subscribe", "to": ["changes"], "everyMs": 100},
     {"do": "subscribe", "to": []}, {"do": "subscribe", "to": ["nothing"]}, {"do": "subscribe", "to": ["trace"], "everyMs": 99},
 )
 OTHER_VALUES = (None, True, -1, 0, 1, 1.5, 65536, "", "all", [], {}, ["trace"])
 SCENARIOS = ("internet", "iphost-static", "tcont-gem", "counters", "bridge-forwarding", "operator-row-fields")
 LISTENING = ({"to": ["trace"], "after": 0}, {"to": ["trace"]}, {"to": ["changes", "trace"], "after": 5}, {"to": ["counters"], "everyMs": 60000})
 MOST_OCTETS = 1 << 20  # of a line
+MANY = 30
+QUIET = 0.7  # seconds
 
 
 class Connection:
@@ -42,21 +45,28 @@ class Connection:
         self.socket = socket.socket(socket.AF_UNIX)
         self.socket.settimeout(20)
         self.socket.connect(str(path))
-        self.lines = self.socket.makefile("rb")
+        self.rest = b""
+
+    def line(self):
+        while b"\n" not in self.rest and (more := self.socket.recv(1 << 18)):
+            self.rest += more
+        line, end, self.rest = self.rest.partition(b"\n")
+        return (line + end).decode(errors="replace")
 
     def ask(self, line):
         self.socket.sendall(line + b"\n")
-        return self.lines.readline().decode(errors="replace")
+        return self.line()
 
-    def events(self, seconds):
-        """What it is told until nothing has come for so long."""
-        while select.select([self.socket], [], [], seconds)[0]:
-            if not (line := self.lines.readline()):
+    def events(self, seconds, first):
+        """What it is told until nothing has come for so long; FIRST: within so many seconds the first comes."""
+        wait = first
+        while b"\n" in self.rest or select.select([self.socket], [], [], wait)[0]:
+            wait = seconds
+            if not (line := self.line()):
                 return
             yield json.loads(line)
 
     def close(self):
-        self.lines.close()
         self.socket.close()
 
 
@@ -101,13 +111,23 @@ def another_process(path):
     return told(path, {"to": ["trace", "changes"]}, lambda: os.kill(process, signal.SIGUSR1))
 
 
+def unread(path):
+    """Many answers to somebody who reads none of them until all are asked for."""
+    connection = Connection(path)
+    connection.socket.sendall(b'{"v":1,"do":"show","trace":"all"}\n{"v":1,"do":"hello"}\n' * MANY)
+    time.sleep(0.3)
+    answers = [connection.line() for _ in range(2 * MANY)]
+    connection.close()
+    return [f"{len(set(answers))} answers, {len(answers[0]) * MANY > 1 << 20}"]
+
+
 def told(path, listening, work):
     """The parts of events that do not depend on when it is looked: calls, the last of the other kinds."""
     connection = Connection(path)
     texts = [connection.ask(json.dumps({"v": 1, "do": "subscribe", **listening}).encode())]
     last, calls = {}, []
     for begins in (True, False):
-        for event in connection.events(0.7):
+        for event in connection.events(QUIET, 20 if begins and "counters" in listening["to"] else QUIET):
             calls += event["entries"] if event["event"] == "trace" else []
             last[event["event"]] = event if event["event"] != "trace" else sorted(event)
         if begins:
@@ -134,7 +154,7 @@ def spoken(path, source, is_quiet):
     connection.close()
     connection = Connection(path)
     texts += [connection.ask(b"7" * length) for length in (MOST_OCTETS, MOST_OCTETS + 1)]
-    texts.append(connection.lines.read().decode())  # its end
+    texts.append(connection.line())  # its end
     connection.close()
 
     def work():
@@ -145,4 +165,4 @@ def spoken(path, source, is_quiet):
         other.close()
         time.sleep(0.2)
 
-    return texts + ([text for listening in LISTENING for text in told(path, listening, work)] if is_quiet else [])
+    return texts + unread(path) + ([text for listening in LISTENING for text in told(path, listening, work)] if is_quiet else [])
