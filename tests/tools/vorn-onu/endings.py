@@ -15,7 +15,19 @@ def _bridge(device, seconds=0):
             f"time.sleep({seconds})\"")
 
 
+# Characters of UTF-8 that are wide, combine, act on a terminal or on the reader, and octets that are none.
+OCTETS = ("c280", "c3bc", "c1bf", "c3", "e0a080", "e09f80", "ed9fbf", "eda080", "e282ac", "e2808b", "e280ae", "e281a6", "efbbbf", "e4b8ad", "efbca1", "cc88", "f09f9880", *(one * 40 for one in ("c3bc", "e4b8ad", "cc88", "f09f9880", "ff")),
+          "f0908080", "f08f8080", "f48fbfbf", "f4908080", "f5808080", "80", "ff", "7f", "1b5b316d", "c2ad", "d89c", "e380ff")
+SHOWN = 8  # of commands that are not understood
+
+
+def _names(octets):
+    return f"python3 -c \"import os;[os.system(b\\\"frob \\\"+bytes.fromhex(x)) for x in \\\"{' '.join(octets)}\\\".split()]\""
+
+
 ENDINGS = {
+    "octets in calls": "; ".join(f"{mark}exec --report OUT-report.html -- sh -c '{_names(OCTETS[at:at + SHOWN])}'"
+                                 for at in range(0, len(OCTETS), SHOWN) for mark in ("", "[")[:1 + (at == 0)]),
     **{f"a program that gets {' and '.join(signals)}{', with an answer' if trap else ''}": f"exec {options}-- sh -c {_asks(*signals, trap=trap)}"
        for options, signals, trap in (
            ("", ("INT",), ""), ("--quiet ", ("QUIT",), ""), ("--json OUT-state.json ", ("TERM",), ""), ("", ("HUP",), ""), ("", ("PIPE",), ""), ("", ("CHLD", "TERM"), ""),

@@ -8,7 +8,7 @@ import struct
 from by_chance.captures import capture
 from by_chance.changes import changes
 from by_chance.commands import commands, rules
-from by_chance.files import damaged, dump
+from by_chance.files import broken, damaged, dump
 from by_chance.messages import messages, provisioning, session
 from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, frames, mixture, scenario, tagged_service
 from by_chance.tables import tables
@@ -86,6 +86,8 @@ def input_text(source, name):
     if kind == "scenario":
         files = names(source / SCENARIOS, "*.json")
         return scenario((source / SCENARIOS / (files[int(number) % len(files)] + ".json")).read_text(encoding="utf-8"), name)
+    if kind == "broken":
+        return broken((source / SCENARIOS / "bridge.json").read_text(encoding="utf-8"), name)
     if kind == "mixture":
         return mixture(tuple(source / SCENARIOS / f"{one}.json" for one in names(source / SCENARIOS, "*.json")), name)
     if kind == "bridge":

@@ -58,6 +58,9 @@ OUTPUTS = {
     # |: what the HAL prints in any order, of its threads.
     **{f"HAL's output of {name} {mode}": f"|run scenarios/{name}.json --hal-output --forwarding {mode}"
        for name in ("veip", "multicast", "restart", "links", "iphost-dhcp") for mode in ("contract", "g988")},
+    # ~: without lines of what threads tell the gateway at any time.
+    **{f"with threads, {name} {mode}": f"~run scenarios/{name}.json --forwarding {mode} --audit --report OUT-report.html"
+       for name in ("restart", "links", "multicast", "iphost-dhcp", "veip") for mode in MODES},
     # <: without a standard input, so that descriptors begin with 0.
     **{f"without an input, {line}": f"<{line}" for line in (
         *(f"run scenarios/{name}.json --forwarding {mode} --trace --json OUT-state.json --pcap OUT-frames.pcap"
@@ -169,6 +172,11 @@ OF_NUMBERS = {
     "service {n}": (24, "audit IN-service-{n}.json --json"),
     "full port {n}": (16, "run IN-port-{n}.json --forwarding {mode} --hal-output --board OUT-board.json --pcap OUT-frames.pcap"),
     "wrong scenarios {n}": (4, "run " + " ".join(f"IN-scenario-{number}{{n}}.json" for number in range(10, 60))),
+    "broken scenarios {n}": (2, "run " + " ".join(f"IN-broken-{number}{{n}}.json" for number in range(10, 40)) + "; diff IN-broken-1{n}.json IN-broken-2{n}.json"),
+    "what differs after scenario {n}":
+        (3, "run IN-scenario-{n}.json --json OUT-one.json --quiet; run IN-mixture-{n}.json --json OUT-two.json --quiet; "
+             "diff OUT-one.json OUT-two.json; diff OUT-two.json OUT-one.json --json"),
+    "audit of scenario {n}": (4, "audit IN-scenario-{n}.json --json; audit IN-mixture-{n}.json --forwarding {mode}"),
     "dump {n}": (16, "omci IN-dump-{n}.txt --log -v --report OUT-report.html"),
     "damaged capture {n}":
         (24, "omci IN-damaged-{n}.pcap --log -v; send scenarios/internet.json --pcap-in IN-damaged-{n}.pcap --from sid0"),
@@ -228,7 +236,7 @@ def text_of(tool, source, line, columns):
             if command.startswith("("):
                 place = pathlib.Path(folder, "place")
                 shutil.copytree(source / SCENARIOS, place / SCENARIOS, dirs_exist_ok=True)
-            words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command.lstrip("[|<("))]
+            words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command.lstrip("[|<(~"))]
             paths = [str(pathlib.Path(folder, word.split("-", 1)[1])) if re.match("(IN|OUT)-", word) else word for word in words]
             if words[:1] == ["change"]:
                 board = pathlib.Path(paths[1]).read_text(encoding="utf-8")
@@ -248,7 +256,7 @@ def text_of(tool, source, line, columns):
         text = b"".join(texts).decode(errors="replace").replace(folder, "FOLDER").replace(str(tool), "vorn-onu")
     for pattern, word in OTHER_EACH_TIME.items():
         text = re.sub(pattern, word, text)
-    return text
+    return re.sub(r".*(\bgateway\b|stored state|\.hal\.log).*\n", "", text) if line.startswith("~") else text
 
 
 def main(source_dir, tool, *words):
