@@ -89,7 +89,7 @@ class Copy:
     def _wrong_lines(self, output):
         """(file, line) of each error, of the notes that explain it, and of what instantiated the template that it is in."""
         found, blamed, users = set(), False, []
-        for match in re.finditer(r"^(\S+?):(\d+):\d+: (?:(error|note|warning|fatal error): |  required from here)", output, re.M):
+        for match in re.finditer(r"^(\S+?):(\d+):\d+: (?:(error|note|warning|fatal error): |  required from )", output, re.M):
             place = os.path.relpath(os.path.join(self.build_dir, match[1]), self.tree), int(match[2])
             if match[3] is None:  # comes in front of what it explains
                 users.append(place)

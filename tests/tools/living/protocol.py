@@ -29,6 +29,7 @@ REQUESTS = (
     {"do": "step", "step": {"expect": {"nothingLeftSince": "here"}}}, {"do": "step", "step": {"call": "sendSysUpTime"}},
     {"do": "step", "step": {"call": "unsetPbitData", "record": "mine"}, "records": {"mine": {"bridgeId": 3, "gemPortId": 1001}}},
     {"do": "subscribe", "to": ["trace"]}, {"do": "subscribe", "to": ["counters", "changes"], "everyMs": 60000, "after": 0},
+    {"do": "subscribe", "to": ["changes"], "everyMs": 60001}, {"do": "subscribe", "to": ["changes"], "everyMs": 100},
     {"do": "subscribe", "to": []}, {"do": "subscribe", "to": ["nothing"]}, {"do": "subscribe", "to": ["trace"], "everyMs": 99},
 )
 OTHER_VALUES = (None, True, -1, 0, 1, 1.5, 65536, "", "all", [], {}, ["trace"])
@@ -38,6 +39,8 @@ LISTENING = (({"to": ["trace"], "after": 0}, {"trace"}, {"trace"}), ({"to": ["tr
              ({"to": ["changes", "trace"], "after": 5}, {"trace"}, {"trace", "change"}),
              ({"to": ["counters", "changes"], "everyMs": 60000}, {"counters"}, {"change"}))
 MOST_OCTETS = 1 << 20  # of a line
+MANY = 30
+QUIET = 0.7  # seconds
 
 
 class Connection:
@@ -113,13 +116,23 @@ def another_process(path):
     return told(path, lambda: os.kill(process, signal.SIGUSR1), {"to": ["trace", "changes"]}, {}, {"board", "trace", "change"})
 
 
+def unread(path):
+    """Many answers to somebody who reads none of them until all are asked for."""
+    connection = Connection(path)
+    connection.socket.sendall(b'{"v":1,"do":"show","trace":"all"}\n{"v":1,"do":"hello"}\n' * MANY)
+    time.sleep(0.3)
+    answers = [connection.line() for _ in range(2 * MANY)]
+    connection.close()
+    return [f"{len(set(answers))} answers, {len(answers[0]) * MANY > 1 << 20}"]
+
+
 def told(path, work, listening, at_once, later):
     """The parts of events that do not depend on when it is looked: calls, the last of the other kinds."""
     connection = Connection(path)
     texts = [connection.ask(json.dumps({"v": 1, "do": "subscribe", **listening}).encode())]
     last, calls = {}, []
     for least in (at_once, later):
-        for event in connection.events(0.7, least):
+        for event in connection.events(QUIET, least):
             calls += event["entries"] if event["event"] == "trace" else []
             last[event["event"]] = event if event["event"] != "trace" else sorted(event)
         if least is at_once:
@@ -148,7 +161,7 @@ def spoken(path, source, is_quiet):
     texts += [connection.ask(b"7" * length) for length in (MOST_OCTETS, MOST_OCTETS + 1)]
     texts.append(connection.line())  # its end
     connection.close()
-    return texts
+    return texts + unread(path)
 
 
 def listened(path):

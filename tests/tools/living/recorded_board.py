@@ -4,11 +4,13 @@
     recorded_board.py SOURCE_DIR VORN_ONU [--renew | --text NAME]    (tests/support/record.py)
 """
 
+import contextlib
 import functools
 import os
 import pathlib
 import re
 import shutil
+import socket
 import subprocess
 import sys
 import tempfile
@@ -17,6 +19,7 @@ import time
 for folder in ("../../support", "../vorn-onu"):
     sys.path.insert(0, str((pathlib.Path(__file__).resolve().parent / folder).resolve()))
 import record  # noqa: E402
+from exchange import Exchange, metrics, packets  # noqa: E402
 from olt import CURRENT, GET, Olt  # noqa: E402
 from page import STEPS, Page  # noqa: E402
 from protocol import another_process, listened, spoken  # noqa: E402
@@ -27,7 +30,7 @@ from recorded_outputs import OTHER_EACH_TIME  # noqa: E402
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 # What the time has to do with.
 OTHER = {
-    **OTHER_EACH_TIME, r'nonce[-="]+\w+': "nonce", r"127\.0\.0\.1:\d+": "ADDRESS",
+    **OTHER_EACH_TIME, r'nonce[-="]+\w+': "nonce", r"(127\.0\.0\.1|localhost):\d+": "ADDRESS", r"^ +\d+\.\d{6}(  \w)": r"TIME\1",
     r"fault of step \d+": "fault of a step",  # an expectation that waits counts more than once
     r'"messages":\[[\d,]+\]': '"messages":[]',  # with those that told the ports' state
     r'"(number|place|process)": ?\d+': r'"\1":0',
@@ -65,6 +68,12 @@ LOOKS = {
                                "mib --class 84 --tree", "omci --json", "omci -v -x", "omci --class 171 -v", "omci --type set -x",
                                "omci --type set,create --instance 0x101", "omci --type nothing", "omci --last -1", "metrics", "fault clear"),
 }
+
+EXCHANGES = (
+    "omci --listen udp:localhost:0 --peer 127.0.0.2/31 --mic crc --keep 20 --capture capture --metrics 0 --log -x",
+    "omci --listen unix:olt --mic none --capture capture --keep 40 --json - --report report",
+    "omci --listen unix:olt --capture capture --strict --forwarding contract",
+)
 
 # The ports and the laser of an OLT's ONU are looked at each second: so many calls, and alarms at some time or other.
 CHANGING, STEADY_STEPS = {"calls", "facts"}, tuple(step for step in STEPS if "board" not in step)
@@ -108,8 +117,18 @@ class Board:
         until = time.monotonic() + 30
         while "exit code 0" not in self.ask("at", "live", "show") and time.monotonic() < until:
             time.sleep(0.05)
-        while "exec" in words and b"\nwait: " not in os.pread(self.printed.fileno(), 1 << 20, 0) and time.monotonic() < until:
+        while "exec" in words and "\nwait: " not in self.printed_now() and time.monotonic() < until:
             time.sleep(0.05)
+
+    def wait_for_ports(self):
+        """Until the ONU has looked at them."""
+        seen = ""
+        while (now := self.ask("at", "live", "mib")) != seen:
+            seen = now
+            time.sleep(1.5)
+
+    def printed_now(self):
+        return os.pread(self.printed.fileno(), 1 << 24, 0).decode(errors="replace")
 
     def screens(self):
         """What watch shows in windows of these sizes after these keys, and without colours."""
@@ -136,6 +155,35 @@ class Board:
             server.communicate(timeout=20)
 
 
+def exchange(tool, source, words):
+    """What goes between an ONU and an OLT, and how the ONU tells of it."""
+    with tempfile.TemporaryDirectory() as folder, contextlib.ExitStack() as open_sockets:
+        board = Board(tool, source, words, folder)
+        try:
+            board.wait(words)
+            board.wait_for_ports()
+            is_local = "unix:" in words
+            own, other = [open_sockets.enter_context(socket.socket(socket.AF_UNIX if is_local else socket.AF_INET, socket.SOCK_DGRAM)) for _ in range(2)]
+            own.settimeout(20)
+            own.bind(f"{folder}/own" if is_local else ("127.0.0.2", 0))
+            place = f"{folder}/olt" if is_local else ("127.0.0.1", int(re.search(r"udp:localhost:(\d+)", board.printed_now())[1]))
+            lines = [line for line in input_text(source, "session-1.txt").split() if line[4:6] != "4f"]
+            texts = [*Exchange(board, own, other, place, "none" not in words).texts(lines), *metrics(board.printed_now())]
+        finally:
+            printed = board.end()
+        capture = pathlib.Path(folder, "capture").read_bytes()
+        texts += [printed, *packets(capture), board.ask("omci", "capture", "--log", "-v")]
+        report = pathlib.Path(folder, "report")
+        texts += [report.read_text(encoding="utf-8")] if report.exists() else []
+    return at_any_time("\n".join(texts).replace(folder, "FOLDER"))
+
+
+def at_any_time(text):
+    for pattern, word in OTHER.items():
+        text = re.sub(pattern, word, text, flags=re.MULTILINE)
+    return text
+
+
 def text_of(tool, source, words):
     with tempfile.TemporaryDirectory() as folder:
         board = Board(tool, source, words + " --stay" * words.startswith("run"), folder)
@@ -145,10 +193,7 @@ def text_of(tool, source, words):
             if "listen" in words:
                 olt = Olt(folder, input_text(source, "session-1.txt").split())
                 texts += olt.first()
-                seen = ""
-                while (now := board.ask("at", "live", "mib")) != seen:  # its ports have been looked at
-                    seen = now
-                    time.sleep(1.5)
+                board.wait_for_ports()
             for look in LOOKS[words]:
                 look = [word.strip("'").replace("(", "{").replace(")", "}") for word in re.findall(r"'[^']*'|[^\s]+", look)]
                 texts.append(board.ask("at", "live", *look))
@@ -163,15 +208,13 @@ def text_of(tool, source, words):
             texts += [board.ask("ls"), *board.page("listen" in words), board.ask("ls")]
         finally:
             texts.append(board.end())
-    text = "\n".join(texts).replace(folder, "FOLDER")
-    for pattern, word in OTHER.items():
-        text = re.sub(pattern, word, text, flags=re.MULTILINE)
-    return text
+    return at_any_time("\n".join(texts).replace(folder, "FOLDER"))
 
 
 def main(source_dir, tool, *words):
     source = pathlib.Path(source_dir).resolve()
     boards = {one: functools.partial(text_of, str(pathlib.Path(tool).resolve()), source, one) for one in LOOKS}
+    boards.update({one: functools.partial(exchange, str(pathlib.Path(tool).resolve()), source, one) for one in EXCHANGES})
     return record.check(RECORD, boards, words, len(boards))  # which wait most of the time
 
 

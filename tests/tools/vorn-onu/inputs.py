@@ -8,7 +8,7 @@ import struct
 from by_chance.captures import capture
 from by_chance.changes import changes
 from by_chance.commands import commands, rules, shared
-from by_chance.files import damaged, dump
+from by_chance.files import broken, damaged, dump
 from by_chance.messages import messages, provisioning, session
 from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, frames, frames_of_all_kinds, mixture, scenario, tagged_service
 from by_chance.tables import tables
@@ -90,6 +90,8 @@ def input_text(source, name):
     if kind == "scenario":
         files = names(source / SCENARIOS, "*.json")
         return scenario((source / SCENARIOS / (files[int(number) % len(files)] + ".json")).read_text(encoding="utf-8"), name)
+    if kind == "broken":
+        return broken((source / SCENARIOS / "bridge.json").read_text(encoding="utf-8"), name)
     if kind == "mixture":
         may_fail = re.findall(r'^ .*"(.+)"', (source / "virtual_onu" / "FaultNames.cpp").read_text(encoding="utf-8"), re.MULTILINE)
         return mixture(tuple(source / SCENARIOS / f"{one}.json" for one in names(source / SCENARIOS, "*.json")), may_fail, name)

@@ -22,6 +22,7 @@ from by_chance.boards import changed_board  # noqa: E402
 from by_chance.files import layout  # noqa: E402
 from by_chance.frames import frame  # noqa: E402
 from by_chance.lines import lines  # noqa: E402
+from endings import ENDINGS  # noqa: E402
 from inputs import INPUTS, SCENARIOS, input_text, names  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
@@ -32,7 +33,9 @@ OTHER_EACH_TIME = {r"0x[0-9a-f]{9,}": "ADDRESS", r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(
                    r'"crc32":"\w+"': "SUM",
                    r"(FOLDER/vorn-onu\.)\d+/": r"\1USER/",
                    r"((gateway|changes-\d+)\.hal\.log) \(\d+ lines\)": r"\1",  # some are those of a thread
-                   r"vorn-onu-board\.\w{6}": "vorn-onu-board"}
+                   r"vorn-onu-board\.\w{6}": "vorn-onu-board", r"/exec-\w{6}/": "/exec/",
+                   r"process \d+ \(": "process NUMBER (", r"kill [\d ]+ends": r"kill NUMBERS ends",
+                   r"((sh|python3)-)\d+(\.hal\.log)": r"\1NUMBER\3", r"(state|calls)\.json\.\d+": r"\1.json.NUMBER"}
 COLUMNS = (100, 60, 40, 170)
 COMMANDS = ("run", "send", "audit", "omci", "exec", "ls", "at", "diff", "info", "schema")
 
@@ -56,6 +59,9 @@ OUTPUTS = {
     # |: what the HAL prints in any order, of its threads.
     **{f"HAL's output of {name} {mode}": f"|run scenarios/{name}.json --hal-output --forwarding {mode}"
        for name in ("veip", "multicast", "restart", "links", "iphost-dhcp") for mode in ("contract", "g988")},
+    # ~: without lines of what threads tell the gateway at any time.
+    **{f"with threads, {name} {mode}": f"~run scenarios/{name}.json --forwarding {mode} --audit --report OUT-report.html"
+       for name in ("restart", "links", "multicast", "iphost-dhcp", "veip") for mode in MODES},
     # <: without a standard input, so that descriptors begin with 0.
     **{f"without an input, {line}": f"<{line}" for line in (
         *(f"run scenarios/{name}.json --forwarding {mode} --trace --json OUT-state.json --pcap OUT-frames.pcap"
@@ -175,6 +181,11 @@ OF_NUMBERS = {
     "service {n}": (24, "audit IN-service-{n}.json --json"),
     "full port {n}": (16, "run IN-port-{n}.json --forwarding {mode} --hal-output --board OUT-board.json --pcap OUT-frames.pcap"),
     "wrong scenarios {n}": (4, "run " + " ".join(f"IN-scenario-{number}{{n}}.json" for number in range(10, 60))),
+    "broken scenarios {n}": (2, "run " + " ".join(f"IN-broken-{number}{{n}}.json" for number in range(10, 40)) + "; diff IN-broken-1{n}.json IN-broken-2{n}.json"),
+    "what differs after scenario {n}":
+        (3, "run IN-scenario-{n}.json --json OUT-one.json --quiet; run IN-mixture-{n}.json --json OUT-two.json --quiet; "
+             "diff OUT-one.json OUT-two.json; diff OUT-two.json OUT-one.json --json"),
+    "audit of scenario {n}": (4, "audit IN-scenario-{n}.json --json; audit IN-mixture-{n}.json --forwarding {mode}"),
     "dump {n}": (16, "omci IN-dump-{n}.txt --log -v --report OUT-report.html"),
     "damaged capture {n}":
         (24, "omci IN-damaged-{n}.pcap --log -v; send scenarios/internet.json --pcap-in IN-damaged-{n}.pcap --from sid0"),
@@ -208,7 +219,7 @@ def outputs(source):
     alone = [name for name in captures if name != "gateway"]  # a thread tells the gateway of the VEIP meanwhile
     completion = (source / "tools" / "vorn-onu" / "completion" / "vorn-onu.bash").read_text(encoding="utf-8")
     every = [(OF_SCENARIOS, scenarios), (OF_CAPTURES, captures), (STATES_OF_CAPTURES, alone)]
-    return {**OUTPUTS,
+    return {**OUTPUTS, **ENDINGS,
             **{text.format(name): words.format(name) for table, known in every for text, words in table.items() for name in known},
             **{text.format(n=n): words.format(n=n, next=n + 1, mode=MODES[n % 2])
                for text, (count, words) in OF_NUMBERS.items() for n in range(count)},
@@ -238,7 +249,7 @@ def text_of(tool, source, line, columns):
             if command.startswith("("):
                 place = pathlib.Path(folder, "place")
                 shutil.copytree(source / SCENARIOS, place / SCENARIOS, dirs_exist_ok=True)
-            words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command.lstrip("[|<("))]
+            words = [word.strip("'") for word in re.findall(r"'[^']*'|\S+", command.lstrip("[|<(~"))]
             paths = [str(pathlib.Path(folder, word.split("-", 1)[1])) if re.match("(IN|OUT)-", word) else word for word in words]
             if words[:1] == ["change"]:
                 board = pathlib.Path(paths[1]).read_text(encoding="utf-8")
@@ -258,7 +269,7 @@ def text_of(tool, source, line, columns):
         text = b"".join(texts).decode(errors="backslashreplace").replace(folder, "FOLDER").replace(str(tool), "vorn-onu")
     for pattern, word in OTHER_EACH_TIME.items():
         text = re.sub(pattern, word, text)
-    return text
+    return re.sub(r".*(\bgateway\b|stored state|\.hal\.log).*\n", "", text) if line.startswith("~") else text
 
 
 def main(source_dir, tool, *words):

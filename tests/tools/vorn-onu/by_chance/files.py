@@ -57,6 +57,18 @@ def damaged(capture, name):
     return bytes(octets[:chance(len(octets))] if chance(3) == 0 else octets)
 
 
+PIECES = (b"", b"{", b"}", b"[", b"]", b",", b":", b'"', b"\\", b"\\u12", b"\\ud800", b"\n", b"/* x */", b"// x\n", b"\xff", b"\xc3\xbc", b"\xe2\x80\xae", b"\0", b"1e999", b"-", b"nul",
+          b"0x10", b"{}" * 70, b"[" * 600, b'"title": 1, ', b"\t", b"\xf4\x90\x80\x80")
+
+
+def broken(text, name):
+    """JSON with something in it, or instead of some of it, that does not belong there."""
+    chance = Chances(name)
+    octets = text.encode()
+    at = chance(len(octets) + 1)
+    return octets[:at] + chance.one_of(*PIECES) + octets[at + chance(4):]
+
+
 INSTANCE_LISTS = {
     "ethernetPorts": ("0x0501..0x0504", "0x0101,0x0103", "257..258", "0x0201", "5..4", "0..300", "1..99999"),
     "veips": ("0x0701", "0x0601..0x0602", "0x060", ""), "ani": ("0x8005", "0x8001,0x8002", "x"),

@@ -55,8 +55,10 @@ void Supervisor::reap() {
     for (pid_t ended = 0; (ended = waitpid(-1, &status, WNOHANG)) > 0;) {
         if (ended == program_) code_ = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
     }
-    // Somebody else's doing: there is nothing to wait for any more.
-    if (!code_ && waitpid(program_, nullptr, WNOHANG) < 0 && errno == ECHILD) code_ = 0;
+    // Somebody else's doing: there is nothing to wait for any more. One that ends just now is left for the next time.
+    siginfo_t ignored{};
+    const auto program = static_cast<id_t>(program_);
+    if (!code_ && waitid(P_PID, program, &ignored, WEXITED | WNOHANG | WNOWAIT) < 0 && errno == ECHILD) code_ = 0;
 }
 
 // One that never rests always has changes. The write that runs now may lack the last ones; the next one has them.

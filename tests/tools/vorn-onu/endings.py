@@ -1,0 +1,50 @@
+"""How programs end under the tool: of signals, with others of theirs in the background, with more boards than one."""
+
+READY = "until [ -e $TMPDIR/ready ];do :;done"
+
+
+def _asks(*signals, trap=""):
+    """A program that lets the tool get these signals one after the other."""
+    kills = ";(trap \"\" INT QUIT HUP TERM;exec sleep 0.8);".join(f"kill -{one} $PPID" for one in signals)
+    return f"'exec 2>/dev/null;{trap}{kills};i=0;while [ $i -lt 15 ];do sleep 0.1;i=$((i+1));done;exit 9'"
+
+
+def _bridge(device, seconds=0):
+    """Who makes one, says so, and stays so long."""
+    return (f"python3 -c \"import os,time;os.system(\\\"brctl addbr {device}\\\");open(os.environ[\\\"TMPDIR\\\"]+\\\"/ready\\\",\\\"w\\\");"
+            f"time.sleep({seconds})\"")
+
+
+# Characters of UTF-8 that are wide, combine, act on a terminal or on the reader, and octets that are none.
+OCTETS = ("c280", "c3bc", "c1bf", "c3", "e0a080", "e09f80", "ed9fbf", "eda080", "e282ac", "e2808b", "e280ae", "e281a6", "efbbbf", "e4b8ad", "efbca1", "cc88", "f09f9880", *(one * 40 for one in ("c3bc", "e4b8ad", "cc88", "f09f9880", "ff")),
+          "f0908080", "f08f8080", "f48fbfbf", "f4908080", "f5808080", "80", "ff", "7f", "1b5b316d", "c2ad", "d89c", "e380ff")
+SHOWN = 8  # of commands that are not understood
+
+
+def _names(octets):
+    return f"python3 -c \"import os;[os.system(b\\\"frob \\\"+bytes.fromhex(x)) for x in \\\"{' '.join(octets)}\\\".split()]\""
+
+
+ENDINGS = {
+    "octets in calls": "; ".join(f"{mark}exec --report OUT-report.html -- sh -c '{_names(OCTETS[at:at + SHOWN])}'"
+                                 for at in range(0, len(OCTETS), SHOWN) for mark in ("", "[")[:1 + (at == 0)]),
+    **{f"a program that gets {' and '.join(signals)}{', with an answer' if trap else ''}": f"exec {options}-- sh -c {_asks(*signals, trap=trap)}"
+       for options, signals, trap in (
+           ("", ("INT",), ""), ("--quiet ", ("QUIT",), ""), ("--json OUT-state.json ", ("TERM",), ""), ("", ("HUP",), ""), ("", ("PIPE",), ""), ("", ("CHLD", "TERM"), ""),
+           ("", ("INT",), 'trap "echo asked;exit 3" INT;'), ("", ("INT", "INT"), 'trap "echo asked" INT;'), ("", ("QUIT", "INT"), 'trap "" QUIT;'),
+           ("", ("TERM", "TERM"), 'trap "echo asked" TERM;'), ("", ("HUP", "QUIT"), 'trap "echo asked" HUP;'), ("", ("PIPE", "HUP"), 'trap "echo asked" TERM;'))},
+    "a program that leaves one that does not listen": "exec -- sh -c 'exec 2>/dev/null;(trap \"\" TERM;sleep 40)& setsid sh -c \"trap \\\"echo told;exit\\\" TERM;>$TMPDIR/ready;"
+                                                      f"sleep 1;sleep 40\" & {READY};kill -TERM $PPID;wait;wait'",
+    "a program in the background": "exec -- sh -c 'sleep 1.5 & exit 4'",
+    "two in the background": "exec --json OUT-state.json -- sh -c '(sleep 1.5;echo late)& sleep 1.6 & exit 4'",
+    "a program that ends soon after": "exec -- sh -c '(sleep 0.02;echo late)& exit 4'",
+    "a board in the background": f"exec --trace OUT-trace -- sh -c '{_bridge('br4', 1.5)} & {READY}'",
+    "a board in the background, with its files": "exec --json OUT-state.json --record OUT-calls.json --pcap OUT-frames.pcap --report OUT-report.html -- "
+                                                 f"sh -c '{_bridge('br4', 1.5)} & {READY}'",
+    "a board, and another in the background": f"exec -- sh -c '{_bridge('br4')};sleep 1.5 &'",
+    "two boards, one after the other": f"exec --quiet --json OUT-state.json -- sh -c '{_bridge('br4')};{_bridge('br5')}'",
+    **{f"two boards{options}": f"exec {options} -- sh -c '{_bridge('br4', 1)} & {READY};{_bridge('br5')};wait'"
+       for options in ("", " --json OUT-state.json", " --record OUT-calls.json --quiet")},
+    "an end while the device is written": f"exec --json OUT-state.json -- sh -c '{_bridge('br4', 9)} & {READY};kill -TERM $PPID;wait'",
+    "a program's trace": f"exec --trace - -- sh -c '{_bridge('br4', 0.3)};exit 5'; exec --trace - --json - -- true",
+}
