@@ -28,9 +28,9 @@ COMMAND_WORDS = {
              "/sys/class/net/sid0/mtu", "/sys/class/net/br1/bridge/hello_time", "/sys/class/net/sid0/brport/path_cost", "/nowhere/at/all"],
     "flags": "0 0 1 1 2 2 101 102 301 1001 1002 2001 2102 200000 100 2000001".split(), "mode": "r r+ w w+ a a+ wx re q".split(),
     "frame": ["ffffffffffff02112233445508060001", "ffffffffffff0211223344550806", "ffffffffffff02112233445508", "00" * 1514, "00" * 1515],
-    "asked": "80024f05 80024f06 80044f0b c8 c9 cc d2 12d 8913".split(), "character": "/dev/laser_dev /dev/ngpon2_stack".split(),
+    "asked": ["80024f05", "80024f06", "80044f0b", *(f"{number:x}" for number in range(199, 216)), "8913"], "character": "/dev/laser_dev /dev/ngpon2_stack".split(),
     # Of the device kit; records begin with the lowest octet of a number.
-    "bit": "0 1 2".split(), "tag": "0 0 1 2 3".split(), "id": "0 1 2 3 5 7 4095 4294967295".split(), "few": "00 01 02 07 1f 20 ff".split(),
+    "bit": "0 1 2".split(), "tag": "0 0 1 2 3 4 5".split(), "id": "0 1 2 3 5 7 4095 4294967295".split(), "few": "00 01 02 07 1f 20 ff".split(),
     "field": "0 1 7 8 17 100 4095 4096 33024 34984 65535 65536 4294967295".split(), "part": "Pbits Cfi Vid EtherType".split(),
     "gem": "e903 ea03 0000 ffff".split(), "two": "2 2 2 1".split(), "tcont": "01 01 02 20".split(), "size": "0 3 64 1000".split(), "name": "macAddress link other".split(),
     "entity": "60 60 61 21 0".split(), "header": ["10002254/2/15", "10002250/2/15", "10002250/3/15", "10002254/1/15", "10002254/2/16", "10002255/2/15"],
