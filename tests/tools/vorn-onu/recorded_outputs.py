@@ -120,10 +120,12 @@ OUTPUTS = {
         *(f"-- env VORN_ONU_{words} {RUN_COMMANDS} IN-looks.txt" for words in (
             "TRACE=/nowhere/t", "STATE=/nowhere/s", "RUN=/nowhere", "BOARD=/nowhere/b", "BOARD=/", "BOARD=/dev/null", "SERIAL=ABCD1", "MAC=1",
             "SERIAL=ABCD0000000F VORN_ONU_MAC=02:00:00:00:00:07 VORN_ONU_BOARD=/dev/shm/nowhere/b", "SERIA=1")),
+        *(f"--{option} /no/such/place -- echo began" for option in ("report", "pcap", "json", "trace", "hal-output", "record")),
         "--board / -- true", "--name a/b -- true", "--tap sid0 -- true", "--metrics 1x -- true", "--forwarding perhaps -- true")),
     "all GEM ports that there can be": f"exec -- {RUN_COMMANDS} IN-gems.txt",
     "boards in other places": "; ".join(f"run scenarios/bridge.json --quiet --board {place}" for place in (
         "nowhere/b", "b/", "/", f"{'../' * 20}dev/null", f"{'../' * 20}proc/b", f"{'../' * 20}", "/dev/null/b", "x" * 256, f"/tmp/{'x' * 252}")),
+    "prints of all ways": "exec --hal-output OUT-hal.txt -- python3 -c 'import ctypes;ctypes.CDLL(\"TESTS/prints/libvorn_hal.so\").printInAllWays()'",
     "another ONU's layout": "omci scenarios/omci/internet.pcap --layout ethernetPorts=0x0501..0x0504 --strict",
 }
 
@@ -236,7 +238,7 @@ def text_of(tool, source, line, columns):
         for name in re.findall(r"IN-([^\s;]+)", line):
             content = input_text(source, name)
             pathlib.Path(folder, name).write_bytes(content if isinstance(content, bytes) else content.encode())
-        for command in line.split("; "):
+        for command in line.replace("TESTS/", f"{pathlib.Path(tool).parents[2] / 'tests'}/").split("; "):
             at_terminal, place = command.startswith("["), source
             if command.startswith("("):
                 place = pathlib.Path(folder, "place")
