@@ -284,9 +284,12 @@ def rules(name):
     lines = ["vlanCtl_init", "gponCtl_configTcontAllocId x01000001"]
     lines += [f"gponCtl_configGemPort x0{index}00e{index + 8:x}03000100010300" for index in (1, 2)]
     lines += [f"gponCtl_enableGemPort x0{index}00e{index + 8:x}0301" for index in (1, 2)]
+    lines += ["tmctl_portTmInit 2 x01 0 8"] + [f"tmctl_setQueueCfg 2 x01 x0{queue}0000000{queue}000000000100000100000001" for queue in (0, 2)]
     commands_first = ["brctl addbr br1", "ifconfig br1 up"]
     for port in RULE_PORTS:
         lines.append(f"vlanCtl_createVlanInterfaceByName {port} {port}.1 0 1")
+    lines.append("vlanCtl_createVlanInterfaceByName sid0 sid0.7 1 0")
+    lines += [f"vlanCtl_createVlanFlows {way}" for way in ("sid2.1 sid0.1", "gpondef.1 sid0.7", "sid0.7 sid2.1", "sid2.1 sid0.7") if chance(2)]
     ways = [(port, way, tags) for port in RULE_PORTS for way in (0, 1) for tags in range(4)]
     busy = [("sid0", 0, 1), ("sid0", 0, 2), chance.one_of(*ways)]  # more than are looked through one by one
     for port, way, tags in ways:
@@ -299,7 +302,7 @@ def rules(name):
             added += [f"cmdSetSkbMarkPort {chance.one_of(1, 2, 3)}"] if way and port == "gpondef" else []
             lines += [f"vlanCtl_{one}" for one in added]
             lines.append(f"vlanCtl_insertTagRule {port} {way} {tags} {chance.one_of(0, 2)} 4294967295 x")
-    up = [f"ifconfig {port}{end} up" for port in RULE_PORTS for end in ("", ".1")] + [f"brctl addif br1 {port}.1" for port in RULE_PORTS]
+    up = [f"ifconfig {port}{end} up" for port in RULE_PORTS for end in ("", ".1")] + ["ifconfig sid0.7 up"] + [f"brctl addif br1 {port}.1" for port in RULE_PORTS]
     def runner_class(index):
         action = chance.one_of("", f",vlan_action={{vlan_action/dir=us,index={index}}}", ",vlan_action={none}")
         key = f"ingress_port=lan{chance(3)},vlan_num={chance(3)},etype={chance.one_of('0x8100', '0x0800', 33024, 2048)}"
