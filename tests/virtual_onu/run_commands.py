@@ -176,7 +176,7 @@ others = []
 def other(*words):
     """Another process does it, which has a copy of the board and lives on."""
     if not others:
-        own, its = socket.socketpair()
+        own, its = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
         if os.fork() == 0:
             own.close()
             for line in iter(lambda: its.recv(4000).decode(), ""):
@@ -185,7 +185,7 @@ def other(*words):
         its.close()
         others.append(own)
     others[0].send(" ".join(words).encode())
-    return others[0].recv(100000).decode()
+    return others[0].recv(200000).decode()
 
 
 WORDS = {"other": other, "file": file, "stream": stream, "look": look, "piped": piped, "range": closed_in_a_range, "packet": packet, "device": character_device, "kit": kit, "message": message,
