@@ -35,6 +35,7 @@ COMMAND_WORDS = {
     "gem": "e903 ea03 0000 ffff".split(), "two": "2 2 2 1".split(), "tcont": "01 01 02 20".split(), "size": "0 3 64 1000".split(), "name": "macAddress link other".split(),
     "entity": "60 60 61 21 0".split(), "header": ["10002254/2/15", "10002250/2/15", "10002250/3/15", "10002254/1/15", "10002254/2/16", "10002255/2/15"],
     "claimed": "0 0 1 3 65536 65537".split(),
+    "opening": "open open64 openat openat64 __open_2 __open64_2".split(), "scan": "scandir scandir64".split(),
     # Lengths of time: two numbers of eight octets.
     "seconds": ["00" * 8, "00" * 8, "ff" * 8], "waited": "0 1 2 999 1000 1001".split(),
     "parts": [octets + "00" * 4 for octets in ("00000000", "01000000", "e7030000", "e8030000", "3f420f00", "40420f00", "00ca9a3b")] + ["ff" * 8],
@@ -132,6 +133,10 @@ stream {mode} {path} {number}00
 true {joint}
 true {joint} {joint} false
 {joint} true
+opened {opening} {path} {number}00
+opened {opening} /sys/class/net/{bridge}/bridge/{time} {number}00
+listed {scan} {path}
+listed {scan} /sys/class/net/{device}/{leaf}
 look {path}
 list {path}
 rename {path} {path}
