@@ -312,24 +312,6 @@ TEST_F(DataPath, AClassOfTheRunnerForwardsItsFramesPastTheRules) {
     EXPECT_EQ(sent(frame()), Ends{"sid0: no rule matches, the default drops"});
 }
 
-TEST_F(DataPath, AFrameHasTheBytesThatItWouldHaveOnTheWire) {
-    const Frame one = ip(17, 46, {tag(100, 5, true, 0x88a8), tag(7)});
-    const std::vector<std::uint8_t> bytes = one.bytes();
-    ASSERT_EQ(bytes.size(), 60u);
-    const std::vector<std::uint8_t> front = {2,    0,       0x5e, 0,    0,   2,    2, 0, 0x5e, 0, 0,
-                                             1,    0x88,    0xa8, 0xb0, 100, 0x81, 0, 0, 7,    8, 0,
-                                             0x45, 46 << 2, 0,    20,   0,   0,    0, 0, 64,   17};
-    EXPECT_EQ(std::vector<std::uint8_t>(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(front.size())),
-              front);
-    unsigned sum = 0;  // of a header with its check sum
-    for (std::size_t i = 22; i < 42; i += 2) sum += static_cast<unsigned>(bytes[i] << 8 | bytes[i + 1]);
-    EXPECT_EQ((sum & 0xFFFF) + (sum >> 16), 0xFFFFu);
-    Frame six = ip(58, 10);
-    six.etherType = 0x86DD;
-    EXPECT_EQ((std::vector<int>{six.bytes()[14], six.bytes()[15], six.bytes()[20]}),
-              (std::vector<int>{0x62, 0x80, 58}));
-}
-
 // Behind the addresses, without padding.
 TEST_F(DataPath, APayloadIsThatOfItsProtocol) {
     using virtual_onu::GroupMessage;

@@ -124,6 +124,25 @@ def closed_in_a_range(path):
             os.close(other)
 
 
+def opened(way, path, text):
+    """By one of the C library's functions; with copies of the descriptor."""
+    libc = c_library()
+    one = getattr(libc, way)(*[-100] * ("at" in way), path.encode(), os.O_RDWR)  # from the working directory
+    if one < 0:
+        return f"errno {ctypes.get_errno()}"
+    copy = fcntl.fcntl(one, fcntl.F_DUPFD, 60)
+    results = [libc.dup3(one, 79, os.O_CLOEXEC), libc.dup3(one, one, 0), libc.dup3(one, 79, 0), libc.close_range(one, one, 4), libc.close_range(9, 8, 0)]
+    results += each(lambda: os.read(79, 9), lambda: os.write(copy, text.encode()), lambda: os.lseek(one, 0, os.SEEK_SET), lambda: os.read(79, 40),
+                    lambda: fcntl.fcntl(79, fcntl.F_GETFD), lambda: os.fsync(one))
+    return results + [libc.close(number) for number in (copy, 79, one)]
+
+
+def listed(way, path):
+    libc, names = c_library(), ctypes.c_void_p()
+    count = getattr(libc, way)(path.encode(), ctypes.byref(names), None, None)
+    return count if count >= 0 else f"errno {ctypes.get_errno()}"
+
+
 def look(path):
     return each(lambda: oct(os.stat(path).st_mode), lambda: os.lstat(path).st_size, lambda: os.access(path, os.R_OK))
 
@@ -176,7 +195,7 @@ others = []
 def other(*words):
     """Another process does it, which has a copy of the board and lives on."""
     if not others:
-        own, its = socket.socketpair()
+        own, its = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
         if os.fork() == 0:
             own.close()
             for line in iter(lambda: its.recv(4000).decode(), ""):
@@ -185,10 +204,10 @@ def other(*words):
         its.close()
         others.append(own)
     others[0].send(" ".join(words).encode())
-    return others[0].recv(100000).decode()
+    return others[0].recv(200000).decode()
 
 
-WORDS = {"other": other, "file": file, "stream": stream, "look": look, "piped": piped, "range": closed_in_a_range, "packet": packet, "device": character_device, "kit": kit, "message": message,
+WORDS = {"other": other, "file": file, "stream": stream, "look": look, "piped": piped, "range": closed_in_a_range, "packet": packet, "device": character_device, "kit": kit, "message": message, "opened": opened, "listed": listed,
          "wait": wait, "remove": os.remove, "rename": os.rename, "list": lambda path: " ".join(sorted(one.name + "/" * one.is_dir() for one in os.scandir(path))),
          "name": lambda index: socket.if_indextoname(int(index))}
 

@@ -74,29 +74,6 @@ TEST(ExecOutput, AReaderThatHasSeenEnoughIsNoFailure) {
     }
 }
 
-TEST(ExecOutput, AReportAndACaptureAsRunHasThem) {
-    const ScratchDirectory scratch;
-    const std::string report = scratch.file("report.html"), capture = scratch.file("frames.pcapng");
-    ASSERT_EQ(outputOf("--quiet --report " + report + " --pcap " + capture).code, 0);
-    expectHas(contentOf(report), {"What example-daemon left on the device", "push VID 100"});
-    EXPECT_EQ(contentOf(capture).substr(0, 4), "\x0a\x0d\x0d\x0a");
-    for (const std::string option : {"--report", "--pcap", "--json", "--trace", "--hal-output", "--record"}) {
-        const ProgramResult result = runTool({"exec", option, "/no/such/place", "--", kDaemon});
-        EXPECT_EQ(result.code, 2) << option;
-        EXPECT_FALSE(has(result.output, kOfTheDaemon)) << option << ": nothing is run";
-        EXPECT_TRUE(has(result.output, "/no/such/place: cannot be written: No such file or directory"))
-            << option << ": " << result.output;
-    }
-}
-
-TEST(ExecOutput, FramesThatTheProgramSendsAreInTheCapture) {
-    const ScratchDirectory scratch;
-    expectTool({"exec", "--quiet", "--pcap", scratch.file("frames.pcapng"), "--", kTestDaemon, "awkward", "frames"}, 0,
-               {});
-    // An ARP request (EtherType 0x0806) to everybody, on the IP host's device.
-    expectHas(contentOf(scratch.file("frames.pcapng")), {"\x08\x06", "br"});
-}
-
 TEST(ExecOutput, ARecordingReplacesAFileOnlyWhenThereIsOne) {
     const ScratchDirectory scratch;
     const std::string file = scratch.write("calls.json", "kept");

@@ -126,10 +126,12 @@ OUTPUTS = {
         *(f"-- env VORN_ONU_{words} {RUN_COMMANDS} IN-looks.txt" for words in (
             "TRACE=/nowhere/t", "STATE=/nowhere/s", "RUN=/nowhere", "BOARD=/nowhere/b", "BOARD=/", "BOARD=/dev/null", "SERIAL=ABCD1", "MAC=1",
             "SERIAL=ABCD0000000F VORN_ONU_MAC=02:00:00:00:00:07 VORN_ONU_BOARD=/dev/shm/nowhere/b", "SERIA=1")),
+        *(f"--{option} /no/such/place -- echo began" for option in ("report", "pcap", "json", "trace", "hal-output", "record")),
         "--board / -- true", "--name a/b -- true", "--tap sid0 -- true", "--metrics 1x -- true", "--forwarding perhaps -- true")),
     "all GEM ports that there can be": f"exec -- {RUN_COMMANDS} IN-gems.txt",
     "boards in other places": "; ".join(f"run scenarios/bridge.json --quiet --board {place}" for place in (
         "nowhere/b", "b/", "/", f"{'../' * 20}dev/null", f"{'../' * 20}proc/b", f"{'../' * 20}", "/dev/null/b", "x" * 256, f"/tmp/{'x' * 252}")),
+    "prints of all ways": "exec --hal-output OUT-hal.txt -- python3 -c 'import ctypes;ctypes.CDLL(\"TESTS/prints/libvorn_hal.so\").printInAllWays()'",
     "another ONU's layout": "omci scenarios/omci/internet.pcap --layout ethernetPorts=0x0501..0x0504 --strict",
 }
 
@@ -195,21 +197,24 @@ OF_NUMBERS = {
     "bridge {n}": (24, "run IN-bridge-{n}.json --board OUT-board.json --pcap OUT-frames.pcap"),
     "capture {n}": (6, "send IN-bridge-{n}.json --from sid0 --pcap-in IN-capture-{n}.pcap --pcap OUT-left.pcap; "
                         "send IN-bridge-{n}.json --from 'gem 1001' --pcap-in IN-capture-{n}.pcap --pcap OUT-left.pcap"),
-    "frames of all kinds {n}": (3, "run IN-kinds-{n}.json --pcap OUT-frames.pcap; "
+    "frames of all kinds {n}": (2, "run IN-kinds-{n}.json --pcap OUT-frames.pcap; "
                                    "send IN-kinds-{n}.json --pcap-in OUT-frames.pcap --from sid2 --pcap OUT-left.pcap"),
     "looks at bridge {n}": (3, "run IN-bridge-{n}.json --board OUT-board.json --quiet; "
                                "exec --board OUT-board.json -- python3 tests/virtual_onu/run_commands.py IN-looks.txt"),
     "rules {n}": (10, "exec --board OUT-board.json --quiet -- python3 tests/virtual_onu/run_commands.py IN-rules-{n}.txt; "
                      "run IN-frames-{n}.json --board OUT-board.json --pcap OUT-frames.pcap"),
-    "two processes {n}": (3, "exec --board OUT-board.json --json OUT-state.json -- python3 tests/virtual_onu/run_commands.py IN-shared-{n}.txt; "
+    "two processes {n}": (2, "exec --board OUT-board.json --json OUT-state.json -- python3 tests/virtual_onu/run_commands.py IN-shared-{n}.txt; "
                              "exec --board OUT-board.json --json OUT-again.json -- ip link show sid0"),
-    "commands {n}": (14, "exec --board OUT-board.json --json OUT-state.json --trace OUT-trace --pcap OUT-sent.pcap -- "
+    "commands {n}": (12, "exec --board OUT-board.json --json OUT-state.json --trace OUT-trace --pcap OUT-sent.pcap -- "
                          "python3 tests/virtual_onu/run_commands.py IN-commands-{n}.txt"),
 }
 FRAMES = 100
 LAYOUTS, LINES = 16, 12
 # Boards that these leave are changed, and looked at.
-BOARDS = ("bridge-forwarding", "iphost-static", "internet", "counters")
+BOARDS = {**{name: f"run scenarios/{name}.json --board OUT-board.json --quiet" for name in ("iphost-static", "counters")},
+          "hosts": "run IN-bridge-40.json --board OUT-board.json --quiet",
+          # Written anew, without what is no more.
+          "commands": f"exec --board OUT-board.json --quiet -- {RUN_COMMANDS} IN-commands-40.txt; run IN-look.json --board OUT-board.json --quiet"}
 CHANGED_BOARDS = 20
 
 
@@ -224,10 +229,10 @@ def outputs(source):
             **{text.format(n=n): words.format(n=n, next=n + 1, mode=MODES[n % 2])
                for text, (count, words) in OF_NUMBERS.items() for n in range(count)},
             **{f"changed boards of {name}":
-                   f"run scenarios/{name}.json --board OUT-board.json --quiet; " + "; ".join(
+                   f"{words}; " + "; ".join(
                        f"change OUT-board.json OUT-changed.json {name}-{part}; run IN-look.json --board OUT-changed.json --quiet"
                        for part in range(CHANGED_BOARDS))
-               for name in BOARDS},
+               for name, words in BOARDS.items()},
             **{f"frame {n}": f"send scenarios/{scenarios[n % len(scenarios)]}.json {frame(str(n))}" for n in range(FRAMES)},
             **{f"layout {n}": f"omci IN-upload.txt --log -v --layout {layout(str(n))}" for n in range(LAYOUTS)},
             **{f"lines {n}": lines(completion, str(n)) for n in range(LINES)},
@@ -244,7 +249,7 @@ def text_of(tool, source, line, columns):
         for name in re.findall(r"IN-([^\s;]+)", line):
             content = input_text(source, name)
             pathlib.Path(folder, name).write_bytes(content if isinstance(content, bytes) else content.encode())
-        for command in line.split("; "):
+        for command in line.replace("TESTS/", f"{pathlib.Path(tool).parents[2] / 'tests'}/").split("; "):
             at_terminal, place = command.startswith("["), source
             if command.startswith("("):
                 place = pathlib.Path(folder, "place")

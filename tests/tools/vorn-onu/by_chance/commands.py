@@ -28,13 +28,14 @@ COMMAND_WORDS = {
              "/sys/class/net/sid0/mtu", "/sys/class/net/br1/bridge/hello_time", "/sys/class/net/sid0/brport/path_cost", "/nowhere/at/all"],
     "flags": "0 0 1 1 2 2 101 102 301 1001 1002 2001 2102 200000 100 2000001".split(), "mode": "r r+ w w+ a a+ wx re q".split(),
     "frame": ["ffffffffffff02112233445508060001", "ffffffffffff0211223344550806", "ffffffffffff02112233445508", "00" * 1514, "00" * 1515],
-    "asked": "80024f05 80024f06 80044f0b c8 c9 cc d2 12d 8913".split(), "character": "/dev/laser_dev /dev/ngpon2_stack".split(),
+    "asked": ["80024f05", "80024f06", "80044f0b", *(f"{number:x}" for number in range(199, 216)), "8913"], "character": "/dev/laser_dev /dev/ngpon2_stack".split(),
     # Of the device kit; records begin with the lowest octet of a number.
-    "bit": "0 1 2".split(), "tag": "0 0 1 2 3".split(), "id": "0 1 2 3 5 7 4095 4294967295".split(), "few": "00 01 02 07 1f 20 ff".split(),
+    "bit": "0 1 2".split(), "tag": "0 0 1 2 3 4 5".split(), "id": "0 1 2 3 5 7 4095 4294967295".split(), "few": "00 01 02 07 1f 20 ff".split(),
     "field": "0 1 7 8 17 100 4095 4096 33024 34984 65535 65536 4294967295".split(), "part": "Pbits Cfi Vid EtherType".split(),
     "gem": "e903 ea03 0000 ffff".split(), "two": "2 2 2 1".split(), "tcont": "01 01 02 20".split(), "size": "0 3 64 1000".split(), "name": "macAddress link other".split(),
     "entity": "60 60 61 21 0".split(), "header": ["10002254/2/15", "10002250/2/15", "10002250/3/15", "10002254/1/15", "10002254/2/16", "10002255/2/15"],
     "claimed": "0 0 1 3 65536 65537".split(),
+    "opening": "open open64 openat openat64 __open_2 __open64_2".split(), "scan": "scandir scandir64".split(),
     # Lengths of time: two numbers of eight octets.
     "seconds": ["00" * 8, "00" * 8, "ff" * 8], "waited": "0 1 2 999 1000 1001".split(),
     "parts": [octets + "00" * 4 for octets in ("00000000", "01000000", "e7030000", "e8030000", "3f420f00", "40420f00", "00ca9a3b")] + ["ff" * 8],
@@ -132,6 +133,10 @@ stream {mode} {path} {number}00
 true {joint}
 true {joint} {joint} false
 {joint} true
+opened {opening} {path} {number}00
+opened {opening} /sys/class/net/{bridge}/bridge/{time} {number}00
+listed {scan} {path}
+listed {scan} /sys/class/net/{device}/{leaf}
 look {path}
 list {path}
 rename {path} {path}
@@ -284,9 +289,12 @@ def rules(name):
     lines = ["vlanCtl_init", "gponCtl_configTcontAllocId x01000001"]
     lines += [f"gponCtl_configGemPort x0{index}00e{index + 8:x}03000100010300" for index in (1, 2)]
     lines += [f"gponCtl_enableGemPort x0{index}00e{index + 8:x}0301" for index in (1, 2)]
+    lines += ["tmctl_portTmInit 2 x01 0 8"] + [f"tmctl_setQueueCfg 2 x01 x0{queue}0000000{queue}000000000100000100000001" for queue in (0, 2)]
     commands_first = ["brctl addbr br1", "ifconfig br1 up"]
     for port in RULE_PORTS:
         lines.append(f"vlanCtl_createVlanInterfaceByName {port} {port}.1 0 1")
+    lines.append("vlanCtl_createVlanInterfaceByName sid0 sid0.7 1 0")
+    lines += [f"vlanCtl_createVlanFlows {way}" for way in ("sid2.1 sid0.1", "gpondef.1 sid0.7", "sid0.7 sid2.1", "sid2.1 sid0.7") if chance(2)]
     ways = [(port, way, tags) for port in RULE_PORTS for way in (0, 1) for tags in range(4)]
     busy = [("sid0", 0, 1), ("sid0", 0, 2), chance.one_of(*ways)]  # more than are looked through one by one
     for port, way, tags in ways:
@@ -299,7 +307,7 @@ def rules(name):
             added += [f"cmdSetSkbMarkPort {chance.one_of(1, 2, 3)}"] if way and port == "gpondef" else []
             lines += [f"vlanCtl_{one}" for one in added]
             lines.append(f"vlanCtl_insertTagRule {port} {way} {tags} {chance.one_of(0, 2)} 4294967295 x")
-    up = [f"ifconfig {port}{end} up" for port in RULE_PORTS for end in ("", ".1")] + [f"brctl addif br1 {port}.1" for port in RULE_PORTS]
+    up = [f"ifconfig {port}{end} up" for port in RULE_PORTS for end in ("", ".1")] + ["ifconfig sid0.7 up"] + [f"brctl addif br1 {port}.1" for port in RULE_PORTS]
     def runner_class(index):
         action = chance.one_of("", f",vlan_action={{vlan_action/dir=us,index={index}}}", ",vlan_action={none}")
         key = f"ingress_port=lan{chance(3)},vlan_num={chance(3)},etype={chance.one_of('0x8100', '0x0800', 33024, 2048)}"

@@ -158,11 +158,15 @@ def frames(name):
     one_of = chance.one_of
     steps = [{"board": {"outOfRangeFilters": one_of("never", "any", "masked")}}]
     for _ in range(200):
-        if chance(10) == 0:
+        if chance(12) == 0:
             steps.append({"board": change_between_frames(chance, "1")})
+        if chance(8) == 0:
+            devices = [port + end for port in ("sid0", "sid2", "gpondef") for end in ("", ".1")]
+            steps.append({"board": {"links": {device: "" for device in devices}, "phys": {port: {} for port in "024"},
+                                    "commands": [f"ifconfig {device} mtu 1500 up" for device in devices]}})
         tags = [{"vid": one_of(0, 100, 101, 4095), "pbits": one_of(0, 5, 7), "tpid": one_of("0x8100", "0x8100", "0x88a8", "0x9100"),
                  "dei": chance(2) == 0} for _ in range(one_of(0, 1, 2, 2, 3, 4, 4))]
-        steps.append({"frame": {"from": one_of("sid0", "sid0", "sid2", "gem 1001", "gem 1002"), "tags": tags, "dscp": one_of(0, 10, 46),
+        steps.append({"frame": {"from": one_of("sid0", "sid0", "sid2", "gem 1001", "gem 1002", "sid0.7", "br1"), "tags": tags, "dscp": one_of(0, 10, 46),
                                 "etherType": one_of("ipv4", "ipv4", "ipv6", "arp"), "ipProtocol": one_of("udp", "tcp")}})
     return json.dumps({"title": name, "steps": steps})
 
