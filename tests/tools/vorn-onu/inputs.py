@@ -11,6 +11,7 @@ from by_chance.commands import commands, rules
 from by_chance.files import broken, damaged, dump
 from by_chance.messages import messages, provisioning, session
 from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, frames, mixture, scenario, tagged_service
+from by_chance.settings import EACH, TOGETHER
 from by_chance.tables import tables
 from by_chance.values import values
 
@@ -61,6 +62,7 @@ INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(
           "wrong.json": json.dumps({"title": "Steps fail", "steps": [{"show": "bridges"},
               {"expect": {"ruleCount": 7}}, {"call": "configureBridge", "bridgeId": 3, "uniPort": 0},
               {"expect": {"bridges": {"br3": ["sid1.3"]}, "devices": {"sid1": {"mtu": 9}, "sid9": {}}}}]})}
+INPUTS["together.json"] = TOGETHER
 INPUTS["theirs.txt"] = upload(THEIRS)
 INPUTS.update({f"refused{number}.json": json.dumps({"title": "Refused", "steps": [step]}) for number, step in enumerate(REFUSED_STEPS)})
 def input_text(source, name):
@@ -88,6 +90,8 @@ def input_text(source, name):
         return scenario((source / SCENARIOS / (files[int(number) % len(files)] + ".json")).read_text(encoding="utf-8"), name)
     if kind == "broken":
         return broken((source / SCENARIOS / "bridge.json").read_text(encoding="utf-8"), name)
+    if kind == "set":
+        return EACH[int(number)]
     if kind == "mixture":
         return mixture(tuple(source / SCENARIOS / f"{one}.json" for one in names(source / SCENARIOS, "*.json")), name)
     if kind == "bridge":
