@@ -5,6 +5,7 @@ import pathlib
 import re
 import struct
 
+from by_chance.answers import answered
 from by_chance.captures import capture
 from by_chance.changes import changes
 from by_chance.commands import commands, rules
@@ -98,5 +99,5 @@ def input_text(source, name):
         return bridge_with_hosts((source / SCENARIOS / "bridge-forwarding.json").read_text(encoding="utf-8"), name)
     if kind in ("service", "port"):
         return tagged_service(name, *((60, 80) if kind == "port" else ()))
-    by_name = {"capture": capture, "commands": commands, "rules": rules, "frames": frames, "tables": tables}
+    by_name = {"answered": answered, "capture": capture, "commands": commands, "rules": rules, "frames": frames, "tables": tables}
     return by_name[kind](name) if kind in by_name else INPUTS[name]

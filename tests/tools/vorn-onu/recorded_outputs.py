@@ -181,6 +181,7 @@ OF_NUMBERS = {
         (3, "run IN-scenario-{n}.json --json OUT-one.json --quiet; run IN-mixture-{n}.json --json OUT-two.json --quiet; "
              "diff OUT-one.json OUT-two.json; diff OUT-two.json OUT-one.json --json"),
     "audit of scenario {n}": (4, "audit IN-scenario-{n}.json --json; audit IN-mixture-{n}.json --forwarding {mode}"),
+    "answers of another ONU {n}": (8, "omci IN-answered-{n}.txt --log -v; omci IN-answered-{n}.txt --strict --json OUT-state.json --mic crc"),
     "dump {n}": (16, "omci IN-dump-{n}.txt --log -v --report OUT-report.html"),
     "damaged capture {n}":
         (24, "omci IN-damaged-{n}.pcap --log -v; send scenarios/internet.json --pcap-in IN-damaged-{n}.pcap --from sid0"),
