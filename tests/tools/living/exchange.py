@@ -6,9 +6,10 @@ import re
 import socket
 import struct
 
+from by_chance.answers import crc
+
 GET, UPLOAD, UPLOAD_NEXT, ONU_DATA = 0x49, 0x4D, 0x4E, 2
 LOOK = 1.6  # seconds
-POLYNOMIAL = 0x04C11DB7
 # Faults, what is asked for then, and how many of the answers come later than others; None: none comes.
 HARM = (
     ("drop=2", (GET,) * 3, 0), ("duplicate=2", (GET,) * 3, 0), ("damage=1", (GET,) * 2, 0), ("delay=2 delayMs=1500", (GET,) * 3, 2),
@@ -17,15 +18,6 @@ HARM = (
     ("clear", (UPLOAD, (UPLOAD_NEXT, 0), (UPLOAD_NEXT, -1)), 0), ("dataSync=250", (GET,), 0), ("dataSync=9", (GET,), 0),
     ("reboot", (GET,), 0),
 )
-
-
-def crc(data):
-    value = 0xFFFFFFFF
-    for byte in data:
-        value ^= byte << 24
-        for _ in range(8):
-            value = value << 1 & 0xFFFFFFFF ^ (POLYNOMIAL if value >> 31 else 0)
-    return struct.pack(">I", value ^ 0xFFFFFFFF)
 
 
 def message(transaction, kind, content=b""):

@@ -51,11 +51,11 @@ LOOKS = {
         "show", "expect links.sid0=up", "board links.sid0=down --json", "restart kill", "step [1]", "gateway talks=1", "fault function=nothing",
         "fault clear", "fault omci drop=1", "mib --tree", "mib --class 7 --tree", "serve --port 65536", "watch", "nothing",
         "fault function=tmctl_setQueueCfg nth=2", "fault ioctl=SIOCBRADDIF code=-16", "board links.sid1=up", "show --json"),
-    "run scenarios/qinq.json --after-step 10 --forwarding g988": (
+    "run scenarios/qinq.json --after-step 10 --forwarding g988 --metrics 0": (
         "show", "send --from sid1 --vlan 30 --both-ways", "send --from 'gem 1001' --vlan 500 --vlan 30 --json",
         "call unsetPbitData record=service", "call unsetPbitData bridgeId=3 gemPortId=1001", "fault function=tmctl_setQueueCfg",
         "call tcont_set allocId=300 tContIndex=6", "trace --failed", "trace --last 30", "metrics", "show"),
-    "exec --record calls --json state -- python3 tests/virtual_onu/run_commands.py commands-2.txt": (
+    "exec --record calls --json state --metrics 127.0.0.1:0 -- python3 tests/virtual_onu/run_commands.py commands-2.txt": (
         "show", "send --from sid0 --both-ways", "call configureBridge bridgeId=9 uniPort=0", "board links.sid1=down", "frame from=sid1",
         "fault function=vlanCtl_insertTagRule", "gateway silent", "advance 100", "trace --failed", "trace --last 9 --json", "metrics", "mib",
         "restart kill", "show --json"),
@@ -201,6 +201,7 @@ def text_of(tool, source, words):
                 texts += olt.counted(CURRENT)
                 texts.append(board.ask("at", "live", "advance", str(QUARTER)))
                 texts += olt.counted(GET)
+            texts += metrics(board.printed_now())
             texts += board.screens() if words.startswith("run") else []
             place = next(pathlib.Path(folder).rglob("live.sock"))
             texts += spoken(place, source, "listen" not in words)

@@ -38,24 +38,6 @@ TEST(Signals, TheKeyboardReachesADetachedDaemon) {
     }
 }
 
-TEST(Signals, ASecondCtrlCKillsADaemonThatDoesNotListen) {
-    TerminalSession session(detachedDaemon("trap '' INT; "));
-    ASSERT_TRUE(session.shows("the service is up")) << session.output();
-    int keys = 0;
-    // Two that come at once are one.
-    becomesTrue([&] {
-        if (session.hasEnded()) return true;
-        session.type(kCtrlC);
-        ++keys;
-        std::this_thread::sleep_for(std::chrono::milliseconds(400));
-        return false;
-    });
-    EXPECT_GE(keys, 2);
-    EXPECT_EQ(session.exitCode(), 128 + SIGKILL) << session.output();
-    expectSummary(session);
-    EXPECT_TRUE(isGone(session.numberBehind("daemon is ")));
-}
-
 // Programs that tell their group and themselves come as two signals, which is one request.
 TEST(Signals, TheSameSignalFromTheSameSenderAtOnceIsOneRequest) {
     TerminalSession session({kTool, "exec", "--quiet", "--", "/bin/sh", "-c",

@@ -66,12 +66,48 @@ Last calls, of 251
   call 30
 q ends  ↑ ↓ scroll  / filters  s sorts by frames
 )");
-    expectHas(screen(watched, {}, 20, 110),
-              {"  port  link  in/s  out/s  in bit/s  out bit/s  frames in  out  dropped\n"
-               "  sid0  up    1.2k    100     12.0M          0       2500  249        3\n"});
     WatchChoice scrolled;
     scrolled.scrolled = 9;
     expectHas(screen(watched, scrolled, 14, 60), {"GEM ports (2 to 2 of 2)\n", "  1002 ", "Last calls, of 251\n"});
+}
+
+// Units change at a thousand, decimals go at a hundred; nothing is known of a counter that has begun anew.
+TEST(WatchView, SortsAndFiltersWhatRealPacketsAndOthersCount) {
+    Watched watched = internetBoard();
+    (*watched.before)["taps"] = json::parse(R"([{"framesIn": 1, "framesOut": 2, "octetsIn": 64, "octetsOut": 6},
+        {"framesIn": 3, "framesOut": 4, "octetsIn": 192, "octetsOut": 12}, {"framesIn": 5, "framesOut": 6}])");
+    (*watched.counters)["taps"] = json::parse(R"([
+        {"port": "sid0", "interface": "tap0", "linkUp": true, "framesIn": 1999, "framesOut": 2002, "octetsIn": 127936, "octetsOut": 6006},
+        {"port": "sid1", "interface": "tap1", "framesIn": 199902, "framesOut": 200005, "octetsIn": 102399808, "octetsOut": 600015,
+         "dropped": 5, "lostIn": 20, "lostOut": 1},
+        {"port": "gpon", "interface": "tap2", "became": "gone by itself", "framesIn": 4, "framesOut": 6}])");
+    (*watched.counters)["faults"] = json::array({{{"function", "tmctl_setQueueCfg"}, {"nth", 2}}});
+    watched.problem = "does not answer";
+    WatchChoice choice;
+    choice.byTraffic = true;
+    expectHas(screen(watched, choice, 30, 110),
+              {R"(
+Real packets
+  port  TAP   link   in/s  out/s  in bit/s  out bit/s  frames in     out  dropped  lost
+  sid1  tap1  down  99.9k   100k      410M       2.4M     199902  200005        5    21
+  sid0  tap0  up      999   1.0k      511k      24.0k       1999    2002        0     0
+  gpon  tap2  gone      -      0         -          -          4       6        0     0
+Armed faults
+  call 2 of tmctl_setQueueCfg from now on fails with 0
+Warnings
+  the gateway is silent
+Last calls, of 251
+  call 25
+)",
+               "lab: exec ./daemon\ndoes not answer\nServices\n",
+               "\n  sid0  up    1.2k    100     12.0M          0       2500  249        3\n", "s sorts by name\n"});
+    choice.filter = "sid1";
+    choice.isTyping = true;
+    expectHas(screen(watched, choice, 17, 60), {R"(
+  sid1  tap1  down  99.9k   100k     199902  200005        …
+Last calls, of 251
+filter: sid1_  (Enter keeps it, Esc takes it away)
+)"});
 }
 
 }  // namespace

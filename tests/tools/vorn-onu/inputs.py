@@ -5,12 +5,14 @@ import pathlib
 import re
 import struct
 
+from by_chance.answers import answered
 from by_chance.captures import capture
 from by_chance.changes import changes
 from by_chance.commands import commands, rules, shared
 from by_chance.files import broken, damaged, dump
 from by_chance.messages import messages, provisioning, session
 from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, frames, frames_of_all_kinds, mixture, scenario, tagged_service
+from by_chance.settings import EACH, TOGETHER
 from by_chance.tables import tables
 from by_chance.values import values
 
@@ -65,6 +67,7 @@ INPUTS = {"upload.txt": message(1, 0x4F) + message(2, 0x4D) + "".join(
           "wrong.json": json.dumps({"title": "Steps fail", "steps": [{"show": "bridges"},
               {"expect": {"ruleCount": 7}}, {"call": "configureBridge", "bridgeId": 3, "uniPort": 0},
               {"expect": {"bridges": {"br3": ["sid1.3"]}, "devices": {"sid1": {"mtu": 9}, "sid9": {}}}}]})}
+INPUTS["together.json"] = TOGETHER
 INPUTS["theirs.txt"] = upload(THEIRS)
 INPUTS.update({f"refused{number}.json": json.dumps({"title": "Refused", "steps": [step]}) for number, step in enumerate(REFUSED_STEPS)})
 def input_text(source, name):
@@ -92,6 +95,8 @@ def input_text(source, name):
         return scenario((source / SCENARIOS / (files[int(number) % len(files)] + ".json")).read_text(encoding="utf-8"), name)
     if kind == "broken":
         return broken((source / SCENARIOS / "bridge.json").read_text(encoding="utf-8"), name)
+    if kind == "set":
+        return EACH[int(number)]
     if kind == "mixture":
         may_fail = re.findall(r'^ .*"(.+)"', (source / "virtual_onu" / "FaultNames.cpp").read_text(encoding="utf-8"), re.MULTILINE)
         return mixture(tuple(source / SCENARIOS / f"{one}.json" for one in names(source / SCENARIOS, "*.json")), may_fail, name)
@@ -100,5 +105,5 @@ def input_text(source, name):
         return make((source / SCENARIOS / "bridge-forwarding.json").read_text(encoding="utf-8"), name)
     if kind in ("service", "port"):
         return tagged_service(name, *((60, 80) if kind == "port" else ()))
-    by_name = {"capture": capture, "commands": commands, "rules": rules, "shared": shared, "frames": frames, "tables": tables}
+    by_name = {"answered": answered, "capture": capture, "commands": commands, "rules": rules, "shared": shared, "frames": frames, "tables": tables}
     return by_name[kind](name) if kind in by_name else INPUTS[name]

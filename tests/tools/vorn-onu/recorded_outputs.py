@@ -23,7 +23,7 @@ from by_chance.files import layout  # noqa: E402
 from by_chance.frames import frame  # noqa: E402
 from by_chance.lines import lines  # noqa: E402
 from endings import ENDINGS  # noqa: E402
-from inputs import INPUTS, SCENARIOS, input_text, names  # noqa: E402
+from inputs import EACH, INPUTS, SCENARIOS, input_text, names  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 OTHER_EACH_TIME = {r"0x[0-9a-f]{9,}": "ADDRESS", r"\d{4}-\d\d-\d\d[ T]\d\d:\d\d(:\d\d)?": "TIME", r'time="[0-9.]+"': "DURATION",
@@ -112,6 +112,10 @@ OUTPUTS = {
         *(f"unix:/ --mic {kind}" for kind in ("crc", "none", "cmac:", "cmac:" + "0" * 31, "cmac:" + "g" * 32, "CRC", "sha")),
         *(f"unix:/ --metrics {place}" for place in (
             "127.0.0.1:65536", "127.0.0.1:", ":7", "300.0.0.1:7", "65536", "x", "-1", "000007", "10.0.0.1:7x", "127.0.0.1:0000070")))),
+    "boards that are set": "; ".join("run " + " ".join(f"IN-set-{number}.json" for number in range(first, min(first + 50, len(EACH)))) for first in range(0, len(EACH), 50)),
+    "a board that is set": "run IN-together.json --json - --forwarding g988; run IN-together.json --trace --pcap OUT-frames.pcap --report OUT-report.html",
+    "JSON alone": "run scenarios/bridge.json --json -; run scenarios/bridge.json --json - --quiet --audit; omci scenarios/omci/internet.pcap --json -; "
+                  "exec --json - -- true; run IN-wrong.json --json -",
     "another ONU's MIB": "omci IN-theirs.txt --log -v; omci IN-theirs.txt",
     "what is refused": "; ".join(f"run IN-refused{number}.json" for number in range(sum(name.startswith("refused") for name in INPUTS))),
     "what fails": "run IN-wrong.json --junit OUT-junit.xml; run IN-wrong.json scenarios/bridge.json",
@@ -188,6 +192,7 @@ OF_NUMBERS = {
         (3, "run IN-scenario-{n}.json --json OUT-one.json --quiet; run IN-mixture-{n}.json --json OUT-two.json --quiet; "
              "diff OUT-one.json OUT-two.json; diff OUT-two.json OUT-one.json --json"),
     "audit of scenario {n}": (4, "audit IN-scenario-{n}.json --json; audit IN-mixture-{n}.json --forwarding {mode}"),
+    "answers of another ONU {n}": (8, "omci IN-answered-{n}.txt --log -v; omci IN-answered-{n}.txt --strict --json OUT-state.json --mic crc"),
     "dump {n}": (16, "omci IN-dump-{n}.txt --log -v --report OUT-report.html"),
     "damaged capture {n}":
         (24, "omci IN-damaged-{n}.pcap --log -v; send scenarios/internet.json --pcap-in IN-damaged-{n}.pcap --from sid0"),
