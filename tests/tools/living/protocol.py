@@ -161,7 +161,7 @@ def spoken(path, source, is_quiet):
     texts += [connection.ask(b"7" * length) for length in (MOST_OCTETS, MOST_OCTETS + 1)]
     texts.append(connection.line())  # its end
     connection.close()
-    return texts + unread(path)
+    return texts + (unread(path) if is_quiet else [])
 
 
 def listened(path):

@@ -17,7 +17,7 @@ def _bridge(device, seconds=0):
 
 # Characters of UTF-8 that are wide, combine, act on a terminal or on the reader, and octets that are none.
 OCTETS = ("c280", "c3bc", "c1bf", "c3", "e0a080", "e09f80", "ed9fbf", "eda080", "e282ac", "e2808b", "e280ae", "e281a6", "efbbbf", "e4b8ad", "efbca1", "cc88", "f09f9880", *(one * 40 for one in ("c3bc", "e4b8ad", "cc88", "f09f9880", "ff")),
-          "f0908080", "f08f8080", "f48fbfbf", "f4908080", "f5808080", "80", "ff", "7f", "1b5b316d", "c2ad", "d89c", "e380ff")
+          "f0908080", "f08f8080", "f48fbfbf", "f4908080", "f5808080", "80", "ff", "7f", "1b5b316d", "c2ad", "d89c", "e380ff", "f9808080", "fc808080")
 SHOWN = 8  # of commands that are not understood
 
 

@@ -51,6 +51,13 @@ NOT_TRIED = {"--follow", "--listen", "--metrics", "--real-time", "--serial-from-
 TWO_STATES = ("run scenarios/counters.json --after-step 12 --json OUT-before.json --quiet; "
               "run scenarios/iphost-static.json --after-step 8 --json OUT-after.json --quiet; ")
 
+REFUSED = sum(name.startswith("refused") for name in INPUTS)
+
+
+def several(name, count, at_once=50):
+    return "; ".join("run " + " ".join(f"IN-{name}{number}.json" for number in range(first, min(first + at_once, count))) for first in range(0, count, at_once))
+
+
 # By name: words of a command, or of several. OUT-… is a file that it writes, and that is looked at as well.
 OUTPUTS = {
     **{f"help {name}": f"help {name}" for name in (*COMMANDS, "environment")},
@@ -109,15 +116,16 @@ OUTPUTS = {
         "tcp:1", "unix:", f"unix:{'x' * 108}", "unix:nowhere/at/all", "udp:127.0.0.1", "udp:127.0.0.1:65536", "udp:127.0.0.1:x",
         "udp:127.0.0.1:", "udp:300.0.0.1:7", "udp:0.0.0.0:7", "udp:10.0.0.1:7 --peer 10.0.0.0/8", "udp:192.0.2.1:7 --peer 10.0.0.0/8 --mic crc",
         *(f"udp:0.0.0.0:7 --mic cmac:{'0' * 32} --peer {peer}" for peer in ("10.0.0.0/0", "10.0.0.0/33", "10.0.0.0/", "10.0.0/8", "x", "/8")),
+        f"udp:192.0.2.1:000007 --peer 10.0.0.0/8 --mic cmac:{'0' * 32}",
         *(f"unix:/ --mic {kind}" for kind in ("crc", "none", "cmac:", "cmac:" + "0" * 31, "cmac:" + "g" * 32, "CRC", "sha")),
         *(f"unix:/ --metrics {place}" for place in (
             "127.0.0.1:65536", "127.0.0.1:", ":7", "300.0.0.1:7", "65536", "x", "-1", "000007", "10.0.0.1:7x", "127.0.0.1:0000070")))),
-    "boards that are set": "; ".join("run " + " ".join(f"IN-set-{number}.json" for number in range(first, min(first + 50, len(EACH)))) for first in range(0, len(EACH), 50)),
+    "boards that are set": several("set-", len(EACH)),
     "a board that is set": "run IN-together.json --json - --forwarding g988; run IN-together.json --trace --pcap OUT-frames.pcap --report OUT-report.html",
     "JSON alone": "run scenarios/bridge.json --json -; run scenarios/bridge.json --json - --quiet --audit; omci scenarios/omci/internet.pcap --json -; "
                   "exec --json - -- true; run IN-wrong.json --json -",
     "another ONU's MIB": "omci IN-theirs.txt --log -v; omci IN-theirs.txt",
-    "what is refused": "; ".join(f"run IN-refused{number}.json" for number in range(sum(name.startswith("refused") for name in INPUTS))),
+    "what is refused": several("refused", REFUSED),
     "what fails": "run IN-wrong.json --junit OUT-junit.xml; run IN-wrong.json scenarios/bridge.json",
     "a program that calls no device": "exec --json OUT-state.json -- true; exec -- false",
     "programs": "; ".join(f"exec {words}" for words in (

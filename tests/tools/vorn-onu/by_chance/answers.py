@@ -31,6 +31,10 @@ def answered(name, count=60):
     has_codes = chance(2) == 0
 
     def add(transaction, kind, entity, content):
+        if chance(5) == 0:  # of the extended set, with some padding behind
+            frame = struct.pack(">HBBHHH", transaction, kind, 0x0B, *entity, len(content)) + content
+            lines.append((frame + (crc(frame) if has_codes else bytes(4)) + bytes(chance(6))).hex())
+            return
         bare = struct.pack(">HBBHH", transaction, kind, 0x0A, *entity) + content[:32].ljust(32, b"\0")
         lines.append(framed(bare, chance(4) == 0).hex() if has_codes else bare.hex())
 
@@ -40,6 +44,8 @@ def answered(name, count=60):
         mask = struct.pack(">H", chance(65536))
         octets = bytes(chance(256) for _ in range(24))
         add(100 + number, kind | 0x40, entity, (b"" if kind in (CREATE, DELETE) else mask) + octets * (kind != DELETE))
+        if chance(6) == 0:  # told by itself
+            add(0, chance.one_of(16, 17, 27), entity, mask + octets)
         result = chance(11)
         if result < 10:
             values = mask + octets if kind in (GET, GET_NEXT) else mask if result == 9 or chance(2) == 0 else b""

@@ -257,4 +257,10 @@ REFUSED_STEPS = [
     *[{"board": settings} for settings in REFUSED_SETTINGS],
     *[{"gateway": {"asks": {"vlanId": 5, "pbits": 5, **wrong}}} for wrong in ({"vlanId": -3}, {"pbits": -3}, {"ifName": "x" * 32})],
     *[{"call": call, **fields} for call, fields in REFUSED_FIELDS],
+    *[{"frame": {"from": "sid0", "group": group}} for group in (
+        {"report": "10.0.0.1"}, {"report": "x"}, {"leave": "fe80::1"}, {"report": ""}, {"query": "", "leave": "ff15::1"}, {"other": ""}, 5)],
+    *[{"expect": {what: {name: {}}}} for what in ("gemPorts", "queues") for name in ("", "123456", "1x", "0.3.1", ".", "0.", "x.1")],
+    *[{"gateway": {"sends": {"type": 5, **wrong}}} for wrong in ({"payload": "0"}, {"payload": "0g"}, {"payload": "g0"}, {"dataLength": -2}, {"dataLength": 65536})],
+    *[{"frame": {"from": "sid0"}, "expect": {"leaves": [{"at": "sid1", name: value}]}} for name, value in (
+        ("gemPort", 65536), ("gemPort", -1), ("queue", 65536), ("etherType", "x"), ("tags", [{"vid": 4096}]))],
 ]

@@ -155,7 +155,10 @@ std::vector<unsigned> numbersOf(const std::string& name, std::size_t parts) {
         }
         const bool number =
             !digits.empty() && digits.size() <= 5 && digits.find_first_not_of("0123456789") == std::string::npos;
-        if (!number) break;
+        if (!number) {
+            numbers.clear();
+            break;
+        }
         numbers.push_back(static_cast<unsigned>(std::stoul(digits)));
         digits.clear();
     }
