@@ -9,7 +9,6 @@ import struct
 from by_chance.answers import crc
 
 GET, UPLOAD, UPLOAD_NEXT, ONU_DATA = 0x49, 0x4D, 0x4E, 2
-LOOK = 1.6  # seconds
 # Faults, what is asked for then, and how many of the answers come later than others; None: none comes.
 HARM = (
     ("drop=2", (GET,) * 3, 0), ("duplicate=2", (GET,) * 3, 0), ("damage=1", (GET,) * 2, 0), ("delay=2 delayMs=1500", (GET,) * 3, 2),
@@ -73,15 +72,6 @@ class Exchange:
             answers += [self.next() for _ in range(late)]
         return "\n".join((shown, *sorted(answer.hex() for answer in answers), self.board.ask("at", "live", "show")))
 
-    def told(self):
-        """What the ONU tells by itself until it is quiet: it looks at its ports each second."""
-        try:
-            while True:
-                self.own.settimeout(LOOK)
-                yield self.own.recv(4000).hex()
-        except TimeoutError:
-            self.own.settimeout(20)
-
     def texts(self, lines):
         yield from (answer.hex() for line in lines for answer in self.ask(bytes.fromhex(line)))
         for wrong in (1, 0, 0):  # its answer again
@@ -89,9 +79,9 @@ class Exchange:
         self.send(bytes.fromhex(lines[-1]), self.other)
         yield from (answer.hex() for answer in self.ask(*self.requests((GET,))))
         yield from (self.harmed(*harm) for harm in HARM)
-        for link in ("sid1=down", "sid1=up", "sid7=down"):
-            self.board.ask("at", "live", "board", f"links.{link}")
-            yield from sorted(self.told())
+        for link in ("down", "up"):  # which the ONU tells by itself: the operational state and an alarm
+            self.board.ask("at", "live", "board", f"links.sid1={link}")
+            yield from sorted(self.own.recv(4000).hex() for _ in range(2))
         yield from (self.board.ask("at", "live", *words) for words in (("omci", "-v"), ("omci", "--last", "3", "--json"), ("metrics",)))
 
 

@@ -43,7 +43,7 @@ ENDINGS = {
                                                  f"sh -c '{_bridge('br4', 1.5)} & {READY}'",
     "a board, and another in the background": f"exec -- sh -c '{_bridge('br4')};sleep 1.5 &'",
     "two boards, one after the other": f"exec --quiet --json OUT-state.json -- sh -c '{_bridge('br4')};{_bridge('br5')}'",
-    **{f"two boards{options}": f"exec {options} -- sh -c '{_bridge('br4', 1)} & {READY};{_bridge('br5')};wait'"
+    **{f"two boards{options}": f"exec {options} -- sh -c 'exec 2>/dev/null;{_bridge('br4', 20)} & {READY};{_bridge('br5')};kill $!;wait'"
        for options in ("", " --json OUT-state.json", " --record OUT-calls.json --quiet")},
     "an end while the device is written": f"exec --json OUT-state.json -- sh -c '{_bridge('br4', 9)} & {READY};kill -TERM $PPID;wait'",
     "a program's trace": f"exec --trace - -- sh -c '{_bridge('br4', 0.3)};exit 5'; exec --trace - --json - -- true",
