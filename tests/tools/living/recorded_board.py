@@ -59,7 +59,7 @@ LOOKS = {
         "show", "send --from sid0 --both-ways", "call configureBridge bridgeId=9 uniPort=0", "board links.sid1=down", "frame from=sid1",
         "fault function=vlanCtl_insertTagRule", "gateway silent", "advance 100", "trace --failed", "trace --last 9 --json", "metrics", "mib",
         "restart kill", "show --json"),
-    "omci --listen unix:olt --log -v --record calls --json state --capture exchange --keep 5000": (
+    "omci --listen unix:olt --log -v --record calls --capture exchange --keep 300": (
         "mib", "mib --json", "omci", *(f"send --from {place} --vlan {vid} --payload {size} --destination ff:ff:ff:ff:ff:ff"
             for place in ("sid0", "sid1", "'gem 1001'", "'gem 1002'") for vid in (20, 100, 300) for size in (0, 64, 90, 300, 600, 1200, 1480)),
         "send --from sid0", "call configureBridge bridgeId=9 uniPort=0",
