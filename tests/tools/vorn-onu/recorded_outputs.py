@@ -287,7 +287,7 @@ def text_of(tool, source, line, columns):
         text = b"".join(texts).decode(errors="backslashreplace").replace(folder, "FOLDER").replace(str(tool), "vorn-onu")
     for pattern, word in OTHER_EACH_TIME.items():
         text = re.sub(pattern, word, text)
-    return re.sub(r".*(\bgateway\b|stored state|\.hal\.log).*\n", "", text) if line.startswith("~") else text
+    return re.sub(r".*(\bgateway\b|stored state|\.hal\.log|calls into the device).*\n", "", text) if line.startswith("~") else text
 
 
 def main(source_dir, tool, *words):
