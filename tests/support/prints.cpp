@@ -12,7 +12,7 @@ extern "C" int __fprintf_chk(std::FILE* stream, int flag, const char* format, ..
 
 namespace {
 
-void printList(std::FILE* stream, const char* format, ...) {
+__attribute__((format(printf, 2, 3))) void printList(std::FILE* stream, const char* format, ...) {
     std::va_list values;
     va_start(values, format);
     std::vfprintf(stream, format, values);
