@@ -7,8 +7,9 @@ import socket
 import struct
 
 from by_chance.answers import crc
+from inputs import message
 
-GET, UPLOAD, UPLOAD_NEXT, ONU_DATA = 0x49, 0x4D, 0x4E, 2
+GET, UPLOAD, UPLOAD_NEXT = 0x49, 0x4D, 0x4E
 # Faults, what is asked for then, and how many of the answers come later than others; None: none comes.
 HARM = (
     ("drop=2", (GET,) * 3, 0), ("duplicate=2", (GET,) * 3, 0), ("damage=1", (GET,) * 2, 0), ("delay=2 delayMs=1500", (GET,) * 3, 2),
@@ -17,10 +18,6 @@ HARM = (
     ("clear", (UPLOAD, (UPLOAD_NEXT, 0), (UPLOAD_NEXT, -1)), 0), ("dataSync=250", (GET,), 0), ("dataSync=9", (GET,), 0),
     ("reboot", (GET,), 0),
 )
-
-
-def message(transaction, kind, content=b""):
-    return struct.pack(">HBBHH", transaction, kind, 0x0A, ONU_DATA, 0) + content.ljust(32, b"\0")
 
 
 class Exchange:
@@ -57,7 +54,7 @@ class Exchange:
             self.transaction += 1
             kind, part = kind if isinstance(kind, tuple) else (kind, None)
             content = b"\x80\0" if kind == GET else b"" if part is None else struct.pack(">H", part if part >= 0 else self.parts + part)
-            yield message(self.transaction, kind, content)
+            yield bytes.fromhex(message(self.transaction, kind, content))
 
     def harmed(self, fault, kinds, late):
         shown = self.board.ask("at", "live", "fault", *("clear" if fault == "clear" else f"omci {fault}").split())

@@ -5,7 +5,7 @@ import struct
 
 NO_MESSAGES = ("", "00", "00" * 9, "0001480a01000000" + "00" * 20, "0002480a0100" + "00" * 60, "0003480b01000000ffff", "0004480b010000000003ff",
                "0005480a" + "00" * 40 + "01020304", "0006480c01000000" + "00" * 32, "ff" * 2000)
-RESET, CREATE, GET, CURRENT, AT_ONCE = 0x4F, 0x44, 0x49, 0x5C, 0xFFFF
+CREATE, GET, CURRENT = 0x44, 0x49, 0x5C
 # Performance monitoring has the instance of an entity of that class.
 MONITORED = {24: 11, 51: 45, 52: 47, 89: 11, 276: 272, 296: 11, 321: 47, 322: 47, 341: 268}
 OWN = {11: {0x0101, 0x0102}}

@@ -12,6 +12,7 @@ import time
 sys.path.insert(0, str((pathlib.Path(__file__).resolve().parent / "../vorn-onu").resolve()))
 from by_chance.chance import Chances  # noqa: E402
 from by_chance.scenarios import REFUSED_STEPS, VALUES, places_in, scenario  # noqa: E402
+from by_chance.settings import SETTINGS  # noqa: E402
 
 IDS = (0, -7, 2**40, 1.5, True, "", "me", "x" * 200, "x" * 201, "\u0000ü", None, [], {})
 LINES = (b"", b" ", b"{", b"[]", b"7", b"null", b'"show"', b"{}", b'{"v":1}', b'{"v":1,"do":"shw"}', b'{"v":1,"do":7}', b'{"v":"1","do":"show"}',
@@ -103,7 +104,7 @@ def asked(source):
     chance = Chances("requests")
     for request in REQUESTS * 4:
         yield changed(request, chance)
-    yield from ({"do": "step", "step": step} for step in (*REFUSED_STEPS, *VALUES))
+    yield from ({"do": "step", "step": step} for step in (*REFUSED_STEPS, *VALUES, *({"board": one} for one in SETTINGS)))
     for name in SCENARIOS:
         yield from steps_of(source, name)
 

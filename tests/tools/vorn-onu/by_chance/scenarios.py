@@ -236,25 +236,12 @@ def frames_of_all_kinds(text, name):
 
 
 # One thing that is refused in each.
-REFUSED_SETTINGS = [
-    {"baseMac": "02:10:20:30:40:5"}, {"baseMac": "02:10:20:30:40-50"}, {"baseMac": "02:10:20:30:40:50:60"}, {"baseMac": 5},
-    {"imageVersions": {"3": "V"}}, {"imageVersions": {"-1": "V"}}, {"imageVersions": {"": "V"}}, {"imageVersions": {"1": 5}},
-    {"imageVersions": []}, {"phys": {"8": {}}}, {"phys": {"0": {"link": 2}}}, {"phys": {"0": {"speed": 1000001}}},
-    {"phys": {"0": {"duplex": 256}}}, {"phys": {"0": {"colour": 1}}}, {"optics": {}}, {"optics": {"receive": 65536}},
-    {"optics": {"transmit": "0x8100"}}, {"bitErrorRatio": 1.1}, {"bitErrorRatio": -1e-9}, {"bitErrorRatio": "1e-5"},
-    {"bootedPartition": 65536}, {"gemCounters": {"65536": {"1": 1}}}, {"gemCounters": {"1001": {"10": 1}}},
-    {"gemCounters": {"1001": {"9": 4294967296}}}, {"statistics": {"sid0": {"rx_bytes": -1}}}, {"statistics": {"sid9": {"rx_bytes": 1}}},
-    {"gemPorts": {}}, {"gemPorts": [{"gemPort": 1}]}, {"multicastSnooping": {"br3": 2}}, {"multicastSnooping": {"br9": True}},
-    {"outOfRangeFilters": "all"}, {"refuseDeletion": {"br3": 1001}}, {"processes": {"4194305": "x"}}, {"commands": "brctl"},
-    {"commands": [5]}, {"links": {"sid9": "up"}}, {"colours": 1},
-]
 REFUSED_FIELDS = [
     *[("filter_flow_add", {"bridgeId": 3, "uniPort": 2, name: 99}) for name in ("outerFilterTpidDe", "innerTreatmentTpidDe", "innerTreatmentPrio")],
     *[("filter_flow_add", {"bridgeId": 3, "uniPort": 2, "inputTpid": text}) for text in ("0xg1", "0x1g", "0x", "0x10000", "0x000000001", "8100")],
     ("configureAniTagRules", {"bridgeId": 3, "gemPortId": 1001, "trafficModel": 99}),
 ]
 REFUSED_STEPS = [
-    *[{"board": settings} for settings in REFUSED_SETTINGS],
     *[{"gateway": {"asks": {"vlanId": 5, "pbits": 5, **wrong}}} for wrong in ({"vlanId": -3}, {"pbits": -3}, {"ifName": "x" * 32})],
     *[{"call": call, **fields} for call, fields in REFUSED_FIELDS],
     *[{"frame": {"from": "sid0", "group": group}} for group in (

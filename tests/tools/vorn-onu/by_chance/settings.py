@@ -4,9 +4,10 @@ import json
 
 TEXTS = ("", "x", "ü", "a b", 7)
 BOUNDS = {
-    "baseMac": ("02:00:00:00:00:09", "02:00:00:00:00", "01:00:00:00:00:01", "FF:ff:ff:ff:ff:ff", 5), "serialNumber": ("ABCD00000007", "VONU1", *TEXTS), "partNumber": TEXTS,
+    "baseMac": ("02:00:00:00:00:09", "02:00:00:00:00", "02:00:00:00:00:0", "02:00:00:00:00-09", "02:00:00:00:00:09:60", "01:00:00:00:00:01", "FF:ff:ff:ff:ff:ff", 5),
+    "serialNumber": ("ABCD00000007", "VONU1", *TEXTS), "partNumber": TEXTS,
     "bootedPartition": (0, 65535, 65536, -1, "4", 1.5),
-    "imageVersions": ({"0": "a"}, {"1": "b", "2": "c"}, {"3": "d"}, {"x": "e"}, {"1": 7}, {"01": "f"}, [], {"": "g"}),
+    "imageVersions": ({"0": "a"}, {"1": "b", "2": "c"}, {"3": "d"}, {"x": "e"}, {"1": 7}, {"01": "f"}, [], {"": "g"}, {"-1": "h"}),
     "optics": ({"receive": 0}, {"transmit": 65535}, {"receive": 7, "transmit": 8}, {"receive": -1}, {"receive": 65536}, {}, {"other": 1}, 5),
     "bitErrorRatio": (0, 1, 1e-5, 0.5, -1e-9, 1.0001, "1e-5", True),
     "links": ({"sid0": "down"}, {"sid1": "up"}, {"sid0": "dormant"}, {"nothing": "up"}, {"sid0": True}, {"sid0": ""}, {}, []),
@@ -25,12 +26,15 @@ BOUNDS = {
 }
 
 
-def _file(steps):
-    return json.dumps({"title": "The board is set", "steps": [{"board": step} for step in steps] + [
+SETTINGS = [{name: value} for name, values in BOUNDS.items() for value in values]
+
+
+def _file(settings):
+    return json.dumps({"title": "The board is set", "steps": [{"board": one} for one in settings] + [
         {"frame": {"from": "sid0"}}, {"call": "configureBridge", "bridgeId": 3, "uniPort": 1}]})
 
 
-EACH = [_file([{name: value}]) for name, values in BOUNDS.items() for value in values]
+EACH = [_file([one]) for one in SETTINGS]
 TOGETHER = _file([{"imageVersions": {"1": "4.2", "2": "5"}, "phys": {"0": {"link": False}, "7": {"speed": 10, "duplex": 1}}, "optics": {"receive": 3, "transmit": 4},
                    "bitErrorRatio": 0.25, "persistent": {"a": "b"}, "files": {"/var/x": "1"}, "devices": {"sid0.9": "sid0"}, "links": {"sid0.9": "down", "sid2": "down"},
                    "statistics": {"sid3": {"rx_bytes": 5}}, "gemPorts": [{"gemPort": 9, "index": 3, "allocId": 300}], "gemCounters": {"9": {"2": 7}}, "bootedPartition": 5,
