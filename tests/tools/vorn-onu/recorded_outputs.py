@@ -61,6 +61,7 @@ def several(name, count, at_once=50):
 # By name: words of a command, or of several. OUT-… is a file that it writes, and that is looked at as well.
 OUTPUTS = {
     **{f"help {name}": f"help {name}" for name in (*COMMANDS, "environment")},
+    "too few words": "run; send; audit; omci; exec; diff; at; at live",
     "help": "--help", "manual page": "help --man", "schema": "schema", "schema of the state": "schema --state", "version": "--version",
     "info": "info", "info in JSON": "info --json", "info after a scenario": "info scenarios/counters.json",
     # |: what the HAL prints in any order, of its threads.
