@@ -3,10 +3,15 @@
 READY = "until [ -e $TMPDIR/ready ];do :;done"
 
 
-def _asks(*signals, trap=""):
-    """A program that lets the tool get these signals one after the other."""
-    kills = ";(trap \"\" INT QUIT HUP TERM;exec sleep 0.8);".join(f"kill -{one} $PPID" for one in signals)
-    return f"'exec 2>/dev/null;{trap}{kills};i=0;while [ $i -lt 15 ];do sleep 0.1;i=$((i+1));done;exit 9'"
+def _asks(*signals, answers=None, text="asked ", ends=None):
+    """A program that has the tool get these signals one after the other. It answers one of them, and ends then if it is told to.
+
+    Not a shell: what that starts would get the signal before it ignores it, and the next would come too soon."""
+    usual = "".join(f"signal.signal(signal.SIG{one},signal.SIG_DFL);" for one in ("INT", "PIPE"))
+    end = "" if ends is None else f",os._exit({ends})"
+    answer = f"signal.signal(signal.SIG{answers},lambda *_:(os.write(1,b\"{text}\"){end}));" if answers else ""
+    sends = ",".join(f"os.kill(os.getppid(),signal.SIG{one}),time.sleep(0.8)" for one in signals)
+    return f"python3 -c 'import os,signal,time;{usual}{answer}{sends};time.sleep(1.5);os._exit(9)'"
 
 
 def _bridge(device, seconds=0):
@@ -28,11 +33,12 @@ def _names(octets):
 ENDINGS = {
     "octets in calls": "; ".join(f"{mark}exec --report OUT-report.html -- sh -c '{_names(OCTETS[at:at + SHOWN])}'"
                                  for at in range(0, len(OCTETS), SHOWN) for mark in ("", "[")[:1 + (at == 0)]),
-    **{f"a program that gets {' and '.join(signals)}{', with an answer' if trap else ''}": f"exec {options}-- sh -c {_asks(*signals, trap=trap)}"
-       for options, signals, trap in (
-           ("", ("INT",), ""), ("--quiet ", ("QUIT",), ""), ("--json OUT-state.json ", ("TERM",), ""), ("", ("HUP",), ""), ("", ("PIPE",), ""), ("", ("CHLD", "TERM"), ""),
-           ("", ("INT",), 'trap "echo asked;exit 3" INT;'), ("", ("INT", "INT"), 'trap "echo asked" INT;'), ("", ("QUIT", "INT"), 'trap "" QUIT;'),
-           ("", ("TERM", "TERM"), 'trap "echo asked" TERM;'), ("", ("HUP", "QUIT"), 'trap "echo asked" HUP;'), ("", ("PIPE", "HUP"), 'trap "echo asked" TERM;'))},
+    **{f"a program that gets {' and '.join(signals)}{', with an answer' if answer else ''}": f"exec {options}-- {_asks(*signals, **answer)}"
+       for options, signals, answer in (
+           ("", ("INT",), {}), ("--quiet ", ("QUIT",), {}), ("--json OUT-state.json ", ("TERM",), {}), ("", ("HUP",), {}), ("", ("PIPE",), {}),
+           ("", ("CHLD", "TERM"), {}), ("", ("INT",), {"answers": "INT", "ends": 3}), ("", ("INT", "INT"), {"answers": "INT"}),
+           ("", ("QUIT", "INT"), {"answers": "QUIT", "text": ""}), ("", ("TERM", "TERM"), {"answers": "TERM"}),
+           ("", ("HUP", "QUIT"), {"answers": "HUP"}), ("", ("PIPE", "HUP"), {"answers": "TERM"}))},
     "a program that leaves one that does not listen": "exec -- sh -c 'exec 2>/dev/null;(trap \"\" TERM;sleep 40)& setsid sh -c \"trap \\\"echo told;exit\\\" TERM;>$TMPDIR/ready;"
                                                       f"sleep 1;sleep 40\" & {READY};kill -TERM $PPID;wait;wait'",
     "a program in the background": "exec -- sh -c 'sleep 1.5 & exit 4'",
