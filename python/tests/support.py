@@ -2,6 +2,7 @@
 
 import os
 import pathlib
+import signal
 import subprocess
 import sys
 import textwrap
@@ -12,6 +13,8 @@ SCENARIOS = PYTHON.parent / "scenarios"
 sys.path.insert(0, str(PYTHON / "examples"))  # for what they share
 
 HANG = 100  # seconds; only a hang takes this long
+
+signal.signal(signal.SIGINT, signal.default_int_handler)  # ignored in the background; the programs of the tests are to get it
 
 
 def python(code: str) -> subprocess.CompletedProcess:
