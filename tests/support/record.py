@@ -11,6 +11,10 @@ import os
 import signal
 
 
+def sha256(octets):
+    return hashlib.sha256(octets).hexdigest()
+
+
 def check(record, texts, words, at_once=2):
     """TEXTS: functions by the names of their texts. The test's exit code."""
     for number in (signal.SIGINT, signal.SIGQUIT, signal.SIGHUP):  # ignored in the background and under nohup
@@ -19,7 +23,7 @@ def check(record, texts, words, at_once=2):
         print(texts[words[1]](), end="")
         return 0
     with concurrent.futures.ThreadPoolExecutor(at_once) as pool:
-        digests = pool.map(lambda text: hashlib.sha256(text().encode()).hexdigest(), texts.values())
+        digests = pool.map(lambda text: sha256(text().encode()), texts.values())
         if words == ("--renew",):
             record.write_text("".join(f"{digest}  {name}\n" for name, digest in zip(texts, digests)))
             return 0

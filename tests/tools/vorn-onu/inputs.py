@@ -8,7 +8,7 @@ import struct
 from by_chance.answers import answered
 from by_chance.captures import capture
 from by_chance.changes import changes
-from by_chance.commands import commands, rules, shared
+from by_chance.commands import commands, each, rules, shared
 from by_chance.files import broken, damaged, dump
 from by_chance.messages import messages, provisioning, session
 from by_chance.scenarios import REFUSED_STEPS, bridge_with_hosts, frames, frames_of_all_kinds, mixture, scenario, tagged_service
@@ -105,5 +105,5 @@ def input_text(source, name):
         return make((source / SCENARIOS / "bridge-forwarding.json").read_text(encoding="utf-8"), name)
     if kind in ("service", "port"):
         return tagged_service(name, *((60, 80) if kind == "port" else ()))
-    by_name = {"answered": answered, "capture": capture, "commands": commands, "rules": rules, "shared": shared, "frames": frames, "tables": tables}
+    by_name = {"answered": answered, "capture": capture, "commands": commands, "each": each, "rules": rules, "shared": shared, "frames": frames, "tables": tables}
     return by_name[kind](name) if kind in by_name else INPUTS[name]

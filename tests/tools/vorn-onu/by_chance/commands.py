@@ -233,11 +233,26 @@ def filled(line, chance):
     return line.replace("(", "{").replace(")", "}")
 
 
+BEGINNING = ("brctl addbr br1", "brctl addif br1 sid0", "ifconfig br1 up", "ifconfig sid0 up")
+
+
 def commands(name):
     """Lines by chance, after what makes a device and a bridge."""
     chance = Chances(name)
-    lines = ["piped ps | grep ps", "piped ps", "brctl addbr br1", "brctl addif br1 sid0", "ifconfig br1 up", "ifconfig sid0 up"]
+    lines = ["piped ps | grep ps", "piped ps", *BEGINNING]
     return "\n".join(lines + [filled(chance.one_of(*COMMAND_LINES), chance) for _ in range(1200)]) + "\n"
+
+
+def each(name):
+    """Every fourth of the lines: with each word of each {…}, the others as they are in most lines; each time on a bridge with a port."""
+    usual = {"device": "sid0", "bridge": "br1", "number": "1"}
+    lines = []
+    for line in dict.fromkeys(COMMAND_LINES[int(re.search(r"\d+", name)[0])::4]):
+        lines += ["brctl delif br1 sid0", "brctl delbr br1", *BEGINNING]
+        for field in dict.fromkeys(re.findall(r"\{(\w+)\}", line)):
+            for word in dict.fromkeys(COMMAND_WORDS[field]):
+                lines.append(re.sub(r"\{(\w+)\}", lambda found: word if found[1] == field else usual.get(found[1], COMMAND_WORDS[found[1]][0]), line))
+    return "\n".join(lines).replace("(", "{").replace(")", "}") + "\n"
 
 
 def shared(name):
@@ -249,7 +264,7 @@ def shared(name):
 # Tag rules of these ports, each with a VLAN device at the bridge.
 RULE_PORTS = ("sid0", "sid2", "gpondef")
 RULE_WORDS = {"vid": "0 100 101 4095 4096", "pbits": "0 5 7 8", "type": "2048 34525 2054 33024 34984 65536", "where": "0 1 2 3", "bit": "0 1",
-              "queue": "0 2 5", "end": "0 2", "gem": "1 1 2 65535"}
+              "queue": "0 2 5", "end": "0 2", "gem": "1 1 2 65535", "protocol": "17 17 6 256 273"}
 RULE_FILTERS = """
 filterOnTagVid {vid} {where}
 filterOnTagPbits {pbits} {where}
@@ -257,7 +272,7 @@ filterOnTagCfi {bit} {where}
 filterOnTagEtherType {type} {where}
 filterOnTagEtherType {type} {where}
 filterOnEthertype {type}
-filterOnIpProto 17
+filterOnIpProto {protocol}
 filterOnSkbMarkPort {gem}
 """.strip().splitlines()
 RULE_STEPS = """
