@@ -13,6 +13,7 @@ import functools
 import json
 import os
 import pathlib
+import re
 import socket
 import struct
 import subprocess
@@ -175,11 +176,25 @@ def text_of(tool, source, board, ends):
         lan, pon = customer.socket("lan0"), operator.socket("pon0")
         end.callback(lan.close)
         end.callback(pon.close)
-        shown = lambda: json.loads(subprocess.run([tool, "at", name, "show", "--json"], capture_output=True, check=True).stdout)["taps"]  # noqa: E731
+
+        def asked(*words):
+            return subprocess.run([tool, "at", name, *words], capture_output=True, check=True, text=True).stdout
+
+        def shown():
+            """Once the counters stand: the last packet may be there before it is counted."""
+            texts = [asked("show", "--json")]
+            while texts[-1:] != texts[-2:-1]:
+                time.sleep(0.05)
+                texts.append(asked("show", "--json"))
+            return json.loads(texts[-1])["taps"]
+
+        def metrics():
+            return {key: int(value) for key, value in re.findall(r"^(vorn_onu_tap\w+\{.*\}) (\d+)$", asked("metrics"), re.MULTILINE)}
+
         ends_of = {"up": (lan, pon), "down": (pon, lan)}
         for way in ends_of:
             begun(*ends_of[way], mark_of(board, way, 0))
-        before = shown()
+        before, counted = shown(), metrics()
         if ends == "with offload" and any(tap["offload"] != "tcp, udp" for tap in before):
             sys.exit(LEFT_OUT)
         for number, (way, vlans, (kind, packet, left)) in enumerate(((way, vlans, one) for way in ends_of for vlans in tags for one in kinds()), 1):
@@ -199,6 +214,7 @@ def text_of(tool, source, board, ends):
         for now, then in zip(shown(), before):
             lines.append(f"{now['port']} {now['offload']}, {now['lastDrop']}, {now['lastElsewhere']} " + str(
                 {key: value - then[key] for key, value in now.items() if isinstance(value, int)}))
+        lines += [re.sub("/proc/[0-9]+", "PROCESS", f"{key} {value - counted[key]}") for key, value in metrics().items()]
     return "\n".join(lines) + "\n"
 
 
