@@ -14,6 +14,7 @@ import json
 import os
 import pathlib
 import re
+import shutil
 import socket
 import struct
 import subprocess
@@ -163,14 +164,16 @@ def text_of(tool, source, board, ends):
         for place, interface, kind in ((customer, "lan0", ENDS[ends][0]), (operator, "pon0", ENDS[ends][1])):
             if kind:
                 place.run("ip", "tuntap", "add", "dev", interface, *kind.split())
-        name = f"packets-{os.getpid()}-{board}-{ends}".replace(" ", "-")
+        name = f"packets-{os.getpid()}-{list(BOARDS).index(board)}-{list(ENDS).index(ends)}"
         running = subprocess.Popen([tool, "run", "board.json", "--stay", "--name", name, "--tap", f"{port}=lan0@{customer.path}",
                                     "--tap", f"gem 1001=pon0@{operator.path}"], cwd=folder, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         end.callback(running.wait)
         end.callback(running.terminate)
-        while "the board stays" not in (line := running.stdout.readline()):
-            if not line:
-                sys.exit(LEFT_OUT)
+        printed = ""
+        while "the board stays" not in printed:
+            if not (line := running.stdout.readline()):
+                sys.exit(f"the board does not begin: {printed}")
+            printed += line
         for place, interface in ((customer, "lan0"), (operator, "pon0")):
             place.run("ip", "link", "set", interface, "up")
         lan, pon = customer.socket("lan0"), operator.socket("pon0")
@@ -220,7 +223,7 @@ def text_of(tool, source, board, ends):
 
 def main(source_dir, tool, *words):
     source, tool = pathlib.Path(source_dir).resolve(), pathlib.Path(tool).resolve()
-    if not os.access("/dev/net/tun", os.R_OK | os.W_OK) or os.geteuid() != 0:
+    if not os.access("/dev/net/tun", os.R_OK | os.W_OK) or os.geteuid() != 0 or not all(map(shutil.which, ("ip", "nsenter", "unshare"))):
         return LEFT_OUT
     return record.check(RECORD, {f"{board}, {ends}": functools.partial(text_of, tool, source, board, ends) for board in BOARDS for ends in ENDS}, words)
 
