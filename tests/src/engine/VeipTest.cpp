@@ -43,7 +43,9 @@ protected:
             lines.push_back(std::string(s.ifName) + " gem " + std::to_string(s.gemPortId) + "/" +
                             std::to_string(s.gemPortIndex) + " pbits " + std::to_string(s.pbits) + " vlan " +
                             std::to_string(s.vlanId) + " type " + std::to_string(s.serviceType) +
-                            (s.serviceStatus != 0 ? " up" : " down"));
+                            (s.serviceStatus == 1   ? " up"
+                             : s.serviceStatus == 0 ? " down"
+                                                    : " neither"));
         }
         return lines;
     }
