@@ -219,7 +219,8 @@ OF_NUMBERS = {
                      "run IN-frames-{n}.json --board OUT-board.json --pcap OUT-frames.pcap"),
     "two processes {n}": (2, "exec --board OUT-board.json --json OUT-state.json -- python3 tests/virtual_onu/run_commands.py IN-shared-{n}.txt; "
                              "exec --board OUT-board.json --json OUT-again.json -- ip link show sid0"),
-    "each command {n}": (4, "exec --board OUT-board.json --json OUT-state.json --trace OUT-trace -- python3 tests/virtual_onu/run_commands.py IN-each-{n}.txt"),
+    "each command {n}": (4, "exec --board OUT-board.json --json OUT-state.json --trace OUT-trace -- python3 tests/virtual_onu/run_commands.py IN-each-{n}.txt; "
+                            "exec --board OUT-board.json --json OUT-again.json -- ip link show sid0"),
     "commands {n}": (12, "exec --board OUT-board.json --json OUT-state.json --trace OUT-trace --pcap OUT-sent.pcap -- "
                          "python3 tests/virtual_onu/run_commands.py IN-commands-{n}.txt"),
 }

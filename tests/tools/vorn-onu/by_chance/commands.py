@@ -244,14 +244,21 @@ def commands(name):
 
 
 def each(name):
-    """Every fourth of the lines: with each word of each {…}, the others as they are in most lines; each time on a bridge with a port."""
+    """Every fourth of the lines: with each word of each {…}, the others as they are in most lines, and without its last words; each time on
+    a bridge with a port."""
     usual = {"device": "sid0", "bridge": "br1", "number": "1"}
+
+    def filled_with(line, field="", word=""):
+        return re.sub(r"\{(\w+)\}", lambda found: word if found[1] == field else usual.get(found[1], COMMAND_WORDS[found[1]][0]), line)
+
     lines = []
     for line in dict.fromkeys(COMMAND_LINES[int(re.search(r"\d+", name)[0])::4]):
         lines += ["brctl delif br1 sid0", "brctl delbr br1", *BEGINNING]
         for field in dict.fromkeys(re.findall(r"\{(\w+)\}", line)):
-            for word in dict.fromkeys(COMMAND_WORDS[field]):
-                lines.append(re.sub(r"\{(\w+)\}", lambda found: word if found[1] == field else usual.get(found[1], COMMAND_WORDS[found[1]][0]), line))
+            lines += [filled_with(line, field, word) for word in dict.fromkeys(COMMAND_WORDS[field])]
+        if re.match("brctl|ifconfig|ip|bs|iq|mcpctl|dhcpc|kill", line):
+            words = filled_with(line).split()
+            lines += [" ".join(words[:count]) for count in range(1, len(words))]
     return "\n".join(lines).replace("(", "{").replace(")", "}") + "\n"
 
 
