@@ -34,7 +34,7 @@ OTHER = {
     r"fault of step \d+": "fault of a step",  # an expectation that waits counts more than once
     r'"messages":\[[\d,]+\]': '"messages":[]',  # with those that told the ports' state
     r'"(number|place|process)": ?\d+': r'"\1":0',
-    r"^Content-Length: \d+$": "Content-Length: MANY", r"^(live +\w+ +)\d+ +\S+": r"\1", r"^\d\d:\d\d:\d\d\.\d+|^(  . +\d+ +)\d+\.\d+": r"\1TIME",
+    r"^Content-Length: \d+$": "Content-Length: MANY", r"^(live +\w+ +)\d+ +\S+": r"\1", r"^\d\d:\d\d:\d\d\.\d+|^(  . +\d+) +\d+\.\d+": r"\1 TIME",
     r'"(latencyMs|microseconds|seconds)": ?[\d.e+-]+': r'"\1":TIME', r"^((\w+_seconds\w*|process_\w+)(\{.*\})?) [\d.e+-]+$": r"\1 TIME", r"^.*(attribute value change|[^-]\balarm\b).*\n": "",
 }
 LOOKS = {
