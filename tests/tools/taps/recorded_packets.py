@@ -27,6 +27,7 @@ import record  # noqa: E402
 
 RECORD = pathlib.Path(__file__).with_suffix(".txt")
 LEFT_OUT = 77
+LEAVES_UDP = (6, 2)  # Linux, to a TAP
 SOL_PACKET, PACKET_AUXDATA, PACKET_VNET_HDR, PACKET_IGNORE_OUTGOING, CLONE_NEWNET = 263, 8, 15, 23, 0x40000000
 NEEDS_CHECKSUM, TCP4, TCP6, UDP, ECN = 1, 1, 4, 5, 0x80
 LAN, PON = bytes.fromhex("06000000aa01"), bytes.fromhex("06000000aa02")
@@ -114,12 +115,12 @@ class Namespace:
         for option in (PACKET_VNET_HDR, PACKET_AUXDATA, PACKET_IGNORE_OUTGOING):
             one.setsockopt(SOL_PACKET, option, 1)
         one.bind((interface, 3))  # ETH_P_ALL
-        one.settimeout(20)
+        one.settimeout(PATIENCE)
         return one
 
 
 TO = {"up": PON + LAN, "down": LAN + PON}
-MARK = 50
+MARK, FIRST_TRY, PATIENCE = 50, 1 << 16, 20
 
 
 def mark_of(board, way, number):
@@ -129,15 +130,15 @@ def mark_of(board, way, number):
     return bytes(10) + front + (struct.pack(">HI", 0x88B5, number) + bytes(MARK))[:MARK]
 
 
-def begun(sender, receiver, mark):
-    """Waits until the board has seen that both links are up."""
+def begun(sender, receiver, board, way):
+    """Waits until the board has seen that both links are up, and for the last mark that was sent, so that none comes later."""
     receiver.settimeout(0.1)
-    for _ in range(200):
-        sender.send(mark)
+    for number in range(FIRST_TRY, FIRST_TRY + 200):
+        sender.send(mark_of(board, way, number))
         with contextlib.suppress(TimeoutError):
-            came(receiver, mark[-MARK:])
+            came(receiver, mark_of(board, way, number)[-MARK:])
             break
-    receiver.settimeout(20)
+    receiver.settimeout(PATIENCE)
 
 
 def came(receiver, mark):
@@ -151,24 +152,31 @@ def came(receiver, mark):
         packets.append(f"  {octets[:10].hex()} {tag} {octets[10:90].hex()} {len(octets)} {record.sha256(octets)}")
 
 
-def text_of(tool, source, board, ends):
-    scenario, tags = BOARDS[board]
-    lines = []
-    with contextlib.ExitStack() as end:
-        folder = end.enter_context(tempfile.TemporaryDirectory())
+def as_sent(front, kind, packet, left):
+    """Behind the record of what is left to be done, whose numbers count from the frame's first octet."""
+    flags, cut, headers, size, begin, where = left
+    ahead = len(front) + 2
+    return struct.pack("=BBHHHH", flags, cut, headers and headers + ahead, size, begin and begin + ahead, where) + front + struct.pack(">H", kind) + packet
+
+
+class Board:
+    def __init__(self, end, tool, source, board, ends):
         customer, operator = Namespace(end), Namespace(end)
+        scenario = BOARDS[board][0]
         document = json.loads((source / "scenarios" / f"{scenario}.json").read_text())
         document["steps"] = [step for step in document["steps"] if "call" in step]
-        (pathlib.Path(folder) / "board.json").write_text(json.dumps(document))
-        port = "sid1" if scenario == "qinq" else "sid2"
+        folder = pathlib.Path(end.enter_context(tempfile.TemporaryDirectory()))
+        (folder / "board.json").write_text(json.dumps(document))
         for place, interface, kind in ((customer, "lan0", ENDS[ends][0]), (operator, "pon0", ENDS[ends][1])):
             if kind:
                 place.run("ip", "tuntap", "add", "dev", interface, *kind.split())
+        port = "sid1" if scenario == "qinq" else "sid2"
         name = f"packets-{os.getpid()}-{list(BOARDS).index(board)}-{list(ENDS).index(ends)}"
         running = subprocess.Popen([tool, "run", "board.json", "--stay", "--name", name, "--tap", f"{port}=lan0@{customer.path}",
                                     "--tap", f"gem 1001=pon0@{operator.path}"], cwd=folder, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         end.callback(running.wait)
         end.callback(running.terminate)
+        self.at = [tool, "at", name]
         printed = ""
         while "the board stays" not in printed:
             if not (line := running.stdout.readline()):
@@ -176,54 +184,58 @@ def text_of(tool, source, board, ends):
             printed += line
         for place, interface in ((customer, "lan0"), (operator, "pon0")):
             place.run("ip", "link", "set", interface, "up")
-        lan, pon = customer.socket("lan0"), operator.socket("pon0")
-        end.callback(lan.close)
-        end.callback(pon.close)
+        lan, pon = (end.enter_context(place.socket(interface)) for place, interface in ((customer, "lan0"), (operator, "pon0")))
+        self.ways = {"up": (lan, pon), "down": (pon, lan)}
+        for way, (sender, receiver) in self.ways.items():
+            begun(sender, receiver, board, way)
 
-        def asked(*words):
-            return subprocess.run([tool, "at", name, *words], capture_output=True, check=True, text=True).stdout
+    def asked(self, *words):
+        return subprocess.run([*self.at, *words], capture_output=True, check=True, text=True).stdout
 
-        def shown():
-            """Once the counters stand: the last packet may be there before it is counted."""
-            texts = [asked("show", "--json")]
-            while texts[-1:] != texts[-2:-1]:
-                time.sleep(0.05)
-                texts.append(asked("show", "--json"))
-            return json.loads(texts[-1])["taps"]
+    def taps(self):
+        """Once the counters stand: the last packet may be there before it is counted."""
+        texts = [self.asked("show", "--json")]
+        while texts[-1:] != texts[-2:-1]:
+            time.sleep(0.05)
+            texts.append(self.asked("show", "--json"))
+        return json.loads(texts[-1])["taps"]
 
-        def metrics():
-            return {key: int(value) for key, value in re.findall(r"^(vorn_onu_tap\w+\{.*\}) (\d+)$", asked("metrics"), re.MULTILINE)}
+    def metrics(self):
+        return {key: int(value) for key, value in re.findall(r"^(vorn_onu_tap\w+\{.*\}) (\d+)$", self.asked("metrics"), re.MULTILINE)}
 
-        ends_of = {"up": (lan, pon), "down": (pon, lan)}
-        for way in ends_of:
-            begun(*ends_of[way], mark_of(board, way, 0))
-        before, counted = shown(), metrics()
-        if ends == "with offload" and any(tap["offload"] != "tcp, udp" for tap in before):
-            sys.exit(LEFT_OUT)
-        for number, (way, vlans, (kind, packet, left)) in enumerate(((way, vlans, one) for way in ends_of for vlans in tags for one in kinds()), 1):
-            sender, receiver = ends_of[way]
-            between = b"".join(struct.pack(">HH", *tag) for tag in vlans)
-            front = TO[way] + between
-            flags, cut, headers, size, begin, where = left
-            ahead = len(front) + 2
-            head = struct.pack("=BBHHHH", flags, cut, headers and headers + ahead, size, begin and begin + ahead, where)
+
+def text_of(tool, source, board, ends):
+    with contextlib.ExitStack() as end:
+        onu = Board(end, tool, source, board, ends)
+        before, counted = onu.taps(), onu.metrics()
+        lines = []
+        for number, (way, vlans, (kind, packet, left)) in enumerate(
+                (way, vlans, one) for way in onu.ways for vlans in BOARDS[board][1] for one in kinds()):
+            sender, receiver = onu.ways[way]
             lines.append(f"{way} {vlans} {kind:x} {len(packet)} {left}")
             try:
-                sender.send(head + front + struct.pack(">H", kind) + packet)
+                sender.send(as_sent(TO[way] + b"".join(struct.pack(">HH", *tag) for tag in vlans), kind, packet, left))
             except OSError as error:
                 lines.append(f"  errno {error.errno}")
             sender.send(mark_of(board, way, number))
             lines += came(receiver, mark_of(board, way, number)[-MARK:])
-        for now, then in zip(shown(), before):
+        for now, then in zip(onu.taps(), before):
             lines.append(f"{now['port']} {now['offload']}, {now['lastDrop']}, {now['lastElsewhere']} " + str(
                 {key: value - then[key] for key, value in now.items() if isinstance(value, int)}))
-        lines += [re.sub("/proc/[0-9]+", "PROCESS", f"{key} {value - counted[key]}") for key, value in metrics().items()]
+        lines += [re.sub("/proc/[0-9]+", "PROCESS", f"{key} {value - counted[key]}") for key, value in onu.metrics().items()]
     return "\n".join(lines) + "\n"
+
+
+def can_run():
+    """By what the machine has alone: a board without offload is a fault, where the kernel has it."""
+    release = tuple(map(int, re.match(r"(\d+)\.(\d+)", os.uname().release).groups()))
+    return (release >= LEAVES_UDP and os.access("/dev/net/tun", os.R_OK | os.W_OK) and os.geteuid() == 0 and
+            all(map(shutil.which, ("ip", "nsenter", "unshare"))))
 
 
 def main(source_dir, tool, *words):
     source, tool = pathlib.Path(source_dir).resolve(), pathlib.Path(tool).resolve()
-    if not os.access("/dev/net/tun", os.R_OK | os.W_OK) or os.geteuid() != 0 or not all(map(shutil.which, ("ip", "nsenter", "unshare"))):
+    if not can_run():
         return LEFT_OUT
     return record.check(RECORD, {f"{board}, {ends}": functools.partial(text_of, tool, source, board, ends) for board in BOARDS for ends in ENDS}, words)
 

@@ -235,12 +235,12 @@ def frames_of_all_kinds(text, name):
     return json.dumps({"title": name, "records": whole["records"], "steps": steps})
 
 
-# One thing that is refused in each.
 REFUSED_FIELDS = [
     *[("filter_flow_add", {"bridgeId": 3, "uniPort": 2, name: 99}) for name in ("outerFilterTpidDe", "innerTreatmentTpidDe", "innerTreatmentPrio")],
     *[("filter_flow_add", {"bridgeId": 3, "uniPort": 2, "inputTpid": text}) for text in ("0xg1", "0x1g", "0x", "0x10000", "0x000000001", "8100")],
     ("configureAniTagRules", {"bridgeId": 3, "gemPortId": 1001, "trafficModel": 99}),
 ]
+# One thing that is refused in each.
 REFUSED_STEPS = [
     *[{"gateway": {"asks": {"vlanId": 5, "pbits": 5, **wrong}}} for wrong in ({"vlanId": -3}, {"pbits": -3}, {"ifName": "x" * 32})],
     *[{"call": call, **fields} for call, fields in REFUSED_FIELDS],
